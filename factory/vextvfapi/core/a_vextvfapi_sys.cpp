@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+// System module: start-up and events.
+#include "a_vextvfapi_sys.h"
+
+#include "a_vextvfapi_common.h"
+#include "fapi_event_slot.h"
+#include "fapi_hw_result.h"
+#include "hw3/hw_flash.h"
+#include "hw3/hw_fs.h"
+#include "hw3/hw_sys.h"
+#include "hw3/hw_wdt.h"
+
+#define FAPI_LOG_TAG "VexTvFApiSystem"
+#include "fapi_log.h"
+
+FAPI_DEFINE_MODULE_EVENTS(sys)
+
+int a_vextvfapi_sys_init() {
+    _a_vextvfapi_common_init();
+
+    // "Continue" counts as success for the system, unlike for the families below, and a failure stays silent.
+    if (HW_SYS_Init(nullptr) > HW_HAS_INITED) {
+        return -1;
+    }
+
+    int s32Status = 0;
+    const HW_FLASH_InitParams_t stFlashParams = {};
+    HW_Result_t u32Result = HW_FLASH_Init(&stFlashParams);
+    if (!fapi::isBroughtUp(u32Result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_FLASH_Init(...)!") "\n\n", u32Result);
+        s32Status = -1;
+    }
+
+    const HW_FS_InitParams_t stFsParams = {};
+    u32Result = HW_FS_Init(&stFsParams);
+    if (!fapi::isBroughtUp(u32Result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_FS_Init(...)!") "\n\n", u32Result);
+        s32Status = -1;
+    }
+
+    const HW_WDT_InitParams_t stWdtParams = {};
+    u32Result = HW_WDT_Init(&stWdtParams);
+    if (!fapi::isBroughtUp(u32Result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_WDT_Init(...)!") "\n\n", u32Result);
+        return -1;
+    }
+    return s32Status;
+}
+
+int a_vextvfapi_sys_deinit() {
+    return 0;
+}

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+// System module: boot environment variables in flash.
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "a_vextvfapi_sys.h"
+#include "fapi_handle_lease.h"
+#include "hw3/hw_flash.h"
+
+#define FAPI_LOG_TAG "VexTvFApiSystem"
+#include "fapi_log.h"
+
+namespace {
+
+struct FlashFamily {
+    using Query = HW_FLASH_HandleParams_t;
+    using Params = HW_FLASH_OpenParams_t;
+    static constexpr auto getHandle = HW_FLASH_GetHandle;
+    static constexpr auto open = HW_FLASH_Open;
+    static constexpr auto close = HW_FLASH_Close;
+};
+using FlashLease = fapi::HandleLease<FlashFamily>;
+
+// A value as the middleware exchanges it. The byte behind its 2,048 stays 0, so that the text always ends.
+struct EnvValue {
+    HW_U8 au8Text[HW_FLASH_ENV_VALUE_SIZE + 1] = {};
+
+    std::size_t length() const { return strnlen(reinterpret_cast<const char*>(au8Text), HW_FLASH_ENV_VALUE_SIZE); }
+};
+
+// One environment image in memory. Its allocation may fail, and each operation has a status of its own for that.
+using EnvImage = std::unique_ptr<HW_U8[]>;
+
+EnvImage newEnvImage() {
+    return EnvImage(new (std::nothrow) HW_U8[HW_FLASH_ENV_IMAGE_SIZE]());
+}
+
+HW_Result_t readEnvVar(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, EnvValue& stValue) {
+    const HW_FLASH_EnvVar_t stVar = {pu8Image, key, stValue.au8Text};
+    return HW_FLASH_GetEnvVar(hFlash, &stVar);
+}
+
+int closeFlash(FlashLease& lease, int s32Status) {
+    if (lease.release() != HW_OK) {
+        FAPI_LOGE("flash close handle fail\n\n");
+        return -1;
+    }
+    return s32Status;
+}
+
+int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size) {
+    const EnvImage image = newEnvImage();
+    if (image == nullptr) {
+        FAPI_LOGE("Allocate Memory Fail!!!!\n\n");
+        return -4;
+    }
+    if (HW_FLASH_LoadEnv(hFlash, image.get()) != HW_OK) {
+        FAPI_LOGE("Read flash data failed!!\n\n");
+        return -1;
+    }
+    EnvValue stValue;
+    if (readEnvVar(hFlash, image.get(), key, stValue) != HW_OK) {
+        // The text names eMMC whatever the flash type is.
+        FAPI_LOGE("Get new env from emmc failed!! \n\n");
+        return -1;
+    }
+    FAPI_LOGD("%s = %s\n\n", key, stValue.au8Text);
+    const std::size_t length = stValue.length();
+    if (length > size) {
+        FAPI_LOGE("[flash] The value size overflow.\n\n");
+        return -2;
+    }
+    // Without a terminating NUL: the caller clears its buffer, and a value may fill it.
+    std::memcpy(value, stValue.au8Text, length);
+    return 0;
+}
+
+int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, const EnvValue& stWritten) {
+    if (HW_FLASH_LoadEnv(hFlash, pu8Image) != HW_OK) {
+        FAPI_LOGE("Read flash data failed!! \n\n");
+        return -1;
+    }
+    FAPI_LOGD("HW_FLASH_LoadEnv OK\n\n");
+    EnvValue stRead;
+    if (readEnvVar(hFlash, pu8Image, key, stRead) != HW_OK) {
+        FAPI_LOGE("Get new env from emmc failed!! \n\n");
+        return -1;
+    }
+    FAPI_LOGD("HW_FLASH_GetEnvVar OK\n\n");
+    if (std::strncmp(reinterpret_cast<const char*>(stWritten.au8Text), reinterpret_cast<const char*>(stRead.au8Text),
+                     HW_FLASH_ENV_VALUE_SIZE) != 0) {
+        FAPI_LOGE("Write env fail!!!!\n\n");
+        return -1;
+    }
+    FAPI_LOGD("Write env success!!!!\n\n");
+    return 0;
+}
+
+int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char* value) {
+    const EnvImage image = newEnvImage();
+    if (image == nullptr) {
+        // -1 and not the -4 of the reading operation.
+        FAPI_LOGE("Allocate Memory Fail!!!!\n\n");
+        return -1;
+    }
+    if (HW_FLASH_LoadEnv(hFlash, image.get()) != HW_OK) {
+        FAPI_LOGE("Read flash data failed!! \n\n");
+        return -1;
+    }
+    FAPI_LOGD("HW_FLASH_LoadEnv  OK\n\n");
+
+    EnvValue stValue;
+    std::memcpy(stValue.au8Text, value, strnlen(reinterpret_cast<const char*>(value), HW_FLASH_ENV_VALUE_SIZE - 1));
+    const HW_FLASH_EnvVar_t stVar = {image.get(), key, stValue.au8Text};
+    if (HW_FLASH_SetEnvVar(hFlash, &stVar) != HW_OK) {
+        FAPI_LOGE("Set new env failed!!\n\n");
+        return -1;
+    }
+    FAPI_LOGD("HW_FLASH_SetEnvVar OK\n\n");
+    if (HW_FLASH_StoreEnv(hFlash, image.get()) != HW_OK) {
+        FAPI_LOGE("Store env failed!!\n\n");
+        return -1;
+    }
+    FAPI_LOGD("HW_FLASH_StoreEnv OK\n\n");
+    return verifyInFlash(hFlash, image.get(), key, stValue);
+}
+
+}  // namespace
+
+int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigned char& opened) {
+    handle = 0;
+    opened = 0;
+    FlashLease lease;
+    HW_FLASH_HandleParams_t stQuery = {};
+    stQuery.u32FlashType = type;
+    if (lease.find(stQuery) != HW_OK) {
+        FAPI_LOGE("[flash] Get handle fail, try to open it.\n\n");
+        HW_FLASH_OpenParams_t stParams = {};
+        stParams.u32FlashType = type;
+        const HW_Result_t u32Result = lease.open(stParams);
+        if (u32Result != HW_OK) {
+            return static_cast<int>(u32Result);
+        }
+        opened = 1;
+    }
+    handle = static_cast<int>(lease.handle());
+    // The caller closes what was opened here.
+    lease.keepOpen();
+    return 0;
+}
+
+int _a_vextvfapi_sys_get_env_var(const unsigned char* key, unsigned char* value, unsigned int size,
+                                 HW_FLASH_Type_e type) {
+    if (key == nullptr || value == nullptr) {
+        FAPI_LOGE("Null of key or value.\n\n");
+        return -2;
+    }
+    int s32Handle = 0;
+    unsigned char u8Opened = 0;
+    if (_a_vextvfapi_sys_get_flash_handle(s32Handle, type, u8Opened) != 0 || s32Handle == 0) {
+        FAPI_LOGE("[flash] Obtain handle fail.\n\n");
+        return -1;
+    }
+    FlashLease lease(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
+    return closeFlash(lease, getFromFlash(lease.handle(), key, value, size));
+}
+
+int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* value, HW_FLASH_Type_e type) {
+    if (key == nullptr || value == nullptr) {
+        FAPI_LOGE("Null of key or value.\n\n");
+        return -2;
+    }
+    FAPI_LOGD("Set %s = %s\n\n", key, value);
+    if (std::strlen(reinterpret_cast<const char*>(value)) + 1 >= HW_FLASH_ENV_VALUE_SIZE) {
+        FAPI_LOGE("[flash] The value size overflow.\n\n");
+        return -2;
+    }
+    int s32Handle = 0;
+    unsigned char u8Opened = 0;
+    if (_a_vextvfapi_sys_get_flash_handle(s32Handle, type, u8Opened) != 0 || s32Handle == 0) {
+        FAPI_LOGE("[flash] Obtain handle fail.\n\n");
+        return -1;
+    }
+    FlashLease lease(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
+    FAPI_LOGD("handle  = 0x%x\n\n", lease.handle());
+    return closeFlash(lease, setInFlash(lease.handle(), key, value));
+}
+
+int a_vextvfapi_sys_get_emmc_env_var(const unsigned char* key, unsigned char* value, unsigned int size) {
+    return _a_vextvfapi_sys_get_env_var(key, value, size, E_HW_FLASH_TYPE_EMMC);
+}
+
+int a_vextvfapi_sys_set_emmc_env_var(const unsigned char* key, const unsigned char* value) {
+    return _a_vextvfapi_sys_set_env_var(key, value, E_HW_FLASH_TYPE_EMMC);
+}

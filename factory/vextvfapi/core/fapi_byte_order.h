@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+// Numbers in byte streams of a fixed byte order.
+#ifndef FAPI_BYTE_ORDER_H
+#define FAPI_BYTE_ORDER_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace fapi {
+
+// The most significant of sizeof(Unsigned) bytes stands first.
+template <class Unsigned>
+constexpr Unsigned loadBigEndian(const signed char* ps8Data) {
+    std::uint64_t u64Value = 0;
+    for (std::size_t i = 0; i < sizeof(Unsigned); ++i) {
+        u64Value = (u64Value << 8) | static_cast<unsigned char>(ps8Data[i]);
+    }
+    return static_cast<Unsigned>(u64Value);
+}
+
+}  // namespace fapi
+
+#endif

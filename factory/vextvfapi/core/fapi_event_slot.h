@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// The registered callback of one module, and the delivery of an event to it.
+#ifndef FAPI_EVENT_SLOT_H
+#define FAPI_EVENT_SLOT_H
+
+#include "fapi_core.h"
+#include "fapi_mutex.h"
+
+namespace fapi {
+
+class EventSlot {
+public:
+    constexpr EventSlot() = default;
+
+    // Both return 0. A null callback is stored as it is.
+    int set(fapi_core::VexTvFApiEventCallback_t callback) FAPI_EXCLUDES(_mutex);
+
+    // The callback's result, or -1 when none is registered or it throws. The mutex is held while the callback runs:
+    // after set() has returned, no call into the former callback starts any more.
+    int notify(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+               const fapi_core::VexTvFApiEventCommonObject& b, const fapi_core::VexTvFApiEventCommonObject& c,
+               const fapi_core::VexTvFApiEventCommonObject& d) FAPI_EXCLUDES(_mutex);
+
+private:
+    Mutex _mutex;
+    fapi_core::VexTvFApiEventCallback_t _callback FAPI_GUARDED_BY(_mutex) = nullptr;
+};
+
+}  // namespace fapi
+
+// The registration state and the three exported event operations of a module.
+#define FAPI_DEFINE_MODULE_EVENTS(module)                                                                    \
+    static fapi::EventSlot pvextvfapi_##module##Callback;                                                    \
+                                                                                                             \
+    int a_vextvfapi_##module##_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {                  \
+        return pvextvfapi_##module##Callback.set(callback);                                                  \
+    }                                                                                                        \
+                                                                                                             \
+    int a_vextvfapi_##module##_unreg_callback() {                                                            \
+        return pvextvfapi_##module##Callback.set(nullptr);                                                   \
+    }                                                                                                        \
+                                                                                                             \
+    int a_vextvfapi_##module##_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a, \
+                                         const fapi_core::VexTvFApiEventCommonObject& b,                     \
+                                         const fapi_core::VexTvFApiEventCommonObject& c,                     \
+                                         const fapi_core::VexTvFApiEventCommonObject& d) {                   \
+        return pvextvfapi_##module##Callback.notify(event, a, b, c, d);                                      \
+    }
+
+#endif

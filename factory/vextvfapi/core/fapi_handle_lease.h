@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+// The use of one middleware handle by one operation: shared if somebody has it open, else opened and closed here.
+#ifndef FAPI_HANDLE_LEASE_H
+#define FAPI_HANDLE_LEASE_H
+
+#include "hw3/hw_types.h"
+
+namespace fapi {
+
+// Family names the three calls and the two records of a middleware family:
+//
+//     struct FlashFamily {
+//         using Query = HW_FLASH_HandleParams_t;
+//         using Params = HW_FLASH_OpenParams_t;
+//         static constexpr auto getHandle = HW_FLASH_GetHandle;
+//         static constexpr auto open = HW_FLASH_Open;
+//         static constexpr auto close = HW_FLASH_Close;
+//     };
+//
+// find() and open() are two calls because most operations log between them. The handle changes only by a call that
+// succeeded. An operation calls release() where its close may be looked at; the destructor closes on every other path.
+template <class Family>
+class HandleLease {
+public:
+    HandleLease() = default;
+    // Takes over what a look-up helper found (opened false) or opened.
+    HandleLease(HW_Handle_t hHandle, bool bOpened) : _hHandle(hHandle), _bOpened(bOpened) {}
+    ~HandleLease() { release(); }
+    HandleLease(const HandleLease&) = delete;
+    HandleLease& operator=(const HandleLease&) = delete;
+
+    HW_Result_t find(const typename Family::Query& stQuery) { return Family::getHandle(&stQuery, &_hHandle); }
+
+    HW_Result_t open(const typename Family::Params& stParams) {
+        const HW_Result_t u32Result = Family::open(&stParams, &_hHandle);
+        _bOpened = u32Result == HW_OK;
+        return u32Result;
+    }
+
+    HW_Handle_t handle() const { return _hHandle; }
+    bool isOpened() const { return _bOpened; }
+
+    // Closes what was opened here; HW_OK when there was nothing to close. A handle of 0 is never closed.
+    HW_Result_t release() {
+        const bool bClose = _bOpened && _hHandle != HW_HANDLE_NONE;
+        _bOpened = false;
+        return bClose ? Family::close(_hHandle) : HW_OK;
+    }
+
+    // Leaves the handle open on purpose.
+    void keepOpen() { _bOpened = false; }
+
+private:
+    HW_Handle_t _hHandle = HW_HANDLE_NONE;
+    bool _bOpened = false;
+};
+
+}  // namespace fapi
+
+#endif

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the middleware's result codes mean to the library.
+#ifndef FAPI_HW_RESULT_H
+#define FAPI_HW_RESULT_H
+
+#include "hw3/hw_types.h"
+
+namespace fapi {
+
+// A family's Init: the host may bring a module up again, so "already initialised" is as good as done.
+inline bool isBroughtUp(HW_Result_t u32Result) {
+    return u32Result == HW_OK || u32Result == HW_HAS_INITED;
+}
+
+}  // namespace fapi
+
+#endif

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+// The one way to log. A module defines FAPI_LOG_TAG before its first include of this header.
+#ifndef FAPI_LOG_H
+#define FAPI_LOG_H
+
+#include <atomic>
+#include <cstdio>
+
+// The debug switch. Read on every log line of every thread, written only while the system module starts up.
+extern std::atomic<unsigned char> u8TvFactoryDebug;
+
+// Tag, level and message are one literal, so that the compiler checks the format and the text can be found in the
+// binary. With the switch off a line costs a load and a branch; no argument is evaluated.
+#define FAPI_LOG(level, format, ...)                                                                          \
+    do {                                                                                                      \
+        if (u8TvFactoryDebug.load(std::memory_order_relaxed) != 0) {                                          \
+            std::printf(FAPI_LOG_TAG "(imp) [" level "] <%s:%d> " format, __func__, __LINE__, ##__VA_ARGS__); \
+        }                                                                                                     \
+    } while (false)
+
+#define FAPI_LOGE(format, ...) FAPI_LOG("E", format, ##__VA_ARGS__)
+#define FAPI_LOGD(format, ...) FAPI_LOG("D", format, ##__VA_ARGS__)
+#define FAPI_LOGI(format, ...) FAPI_LOG("I", format, ##__VA_ARGS__)
+
+// Colours of the message texts; the ending (a newline or two) stays outside.
+#define FAPI_RED(text) "\033[31m " text "\033[m"
+#define FAPI_HIGHLIGHT(text) "\033[43;31m" text "\033[0m"
+
+namespace fapi {
+
+// For %s: not every libc prints a null pointer.
+inline const char* logText(const char* pszText) {
+    return pszText != nullptr ? pszText : "(null)";
+}
+
+inline const char* logText(const unsigned char* pu8Text) {
+    return logText(reinterpret_cast<const char*>(pu8Text));
+}
+
+}  // namespace fapi
+
+#endif

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+// Records and types that the modules of the factory API share, and what holds for all of its operations.
+//
+// Status. An operation returns a signed 32-bit status unless its first line says otherwise:
+//
+//      0  success
+//     -1  general failure: the middleware, a file or a device refused
+//     -2  invalid parameter: null where data is needed, a value out of range, a buffer too small
+//     -3  not implemented by the chip
+//     -4  memory could not be allocated
+//     -5  the set is not in factory mode (a_vextvfapi_common_get_fapi_status only)
+//     -6  not supported by the chip
+//
+// Output arguments keep what the caller put there when an operation fails, unless its description says otherwise.
+// Buffers belong to the caller and are used during the call only. Texts are NUL-terminated bytes.
+//
+// Order. a_vextvfapi_sys_init runs first; it also reads the debug switch and the factory-mode marker. A module's own
+// init runs before the module's other operations.
+//
+// Threads. The host serialises its calls: operations take no lock. Events are delivered on the thread that observed
+// them, with the module's callback mutex held: inside a callback the host may call any operation except
+// reg_callback, unreg_callback and nty_event of the same module, which would deadlock.
+//
+// Exceptions never leave an operation. One that a callback throws is swallowed, and nty_event then returns -1.
+//
+// Log. With the debug switch on every operation prints to standard output what it does and why it failed. The switch
+// is the file /data/tvfapi_hal_debug, looked at by a_vextvfapi_sys_init.
+#ifndef FAPI_CORE_H
+#define FAPI_CORE_H
+
+#include <string>
+#include <vector>
+
+// The exported operations; everything else in the library is hidden.
+#define FAPI_API __attribute__((visibility("default")))
+
+namespace fapi_core {
+
+// One of the four payload objects of an event. Lives for the duration of the callback only; the callback copies what
+// it wants to keep.
+struct VexTvFApiEventCommonObject {
+    int value = 0;                    // the event's number: a level, a key code, an ADC value
+    std::string text;                 // the event's text, empty when unused
+    std::vector<unsigned char> data;  // the event's bytes, empty when unused
+};
+
+// A module's notification function. `event` is one of
+//
+//     0x100001  bytes received on a factory serial link
+//     0x100002  key pressed
+//     0x100003  command received in serial pipe mode
+//     0x100004  ADC reading that follows a key
+//     0x100005  level of a monitored GPIO pad
+//
+// all of them raised by the peripheral module. The result is handed back by nty_event and means nothing to the
+// library.
+using VexTvFApiEventCallback_t = int (*)(unsigned int event, const VexTvFApiEventCommonObject& a,
+                                         const VexTvFApiEventCommonObject& b, const VexTvFApiEventCommonObject& c,
+                                         const VexTvFApiEventCommonObject& d);
+
+}  // namespace fapi_core
+
+#endif
