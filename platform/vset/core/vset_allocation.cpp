@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// Allocation functions of a host program, of which the nothrow forms can be made to fail.
+#include <cstdlib>
+#include <new>
+
+#include "vset_call.h"
+
+namespace {
+
+void* allocate(std::size_t size) noexcept {
+    return std::malloc(size != 0 ? size : 1);
+}
+
+void* allocateOrThrow(std::size_t size) {
+    void* pMemory = allocate(size);
+    if (pMemory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return pMemory;
+}
+
+void* allocateUnlessFault(std::size_t size) noexcept {
+    // Looking for a fault may allocate itself, by the throwing forms only.
+    return vset::detail::takeFault(vset::kAllocation).bTaken ? nullptr : allocate(size);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateUnlessFault(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateUnlessFault(size);
+}
+void operator delete(void* pMemory) noexcept {
+    std::free(pMemory);
+}
+void operator delete[](void* pMemory) noexcept {
+    std::free(pMemory);
+}
+void operator delete(void* pMemory, std::size_t) noexcept {
+    std::free(pMemory);
+}
+void operator delete[](void* pMemory, std::size_t) noexcept {
+    std::free(pMemory);
+}
+void operator delete(void* pMemory, const std::nothrow_t&) noexcept {
+    std::free(pMemory);
+}
+void operator delete[](void* pMemory, const std::nothrow_t&) noexcept {
+    std::free(pMemory);
+}

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+// What every function of the middleware goes through: default set, fault, model, journal.
+#ifndef VSET_CALL_H
+#define VSET_CALL_H
+
+#include <atomic>
+#include <cstdio>
+#include <initializer_list>
+#include <type_traits>
+
+#include "hw3/hw_types.h"
+#include "vset/vset.h"
+
+namespace vset {
+
+// One argument for the journal: a number or a text. Kept by value only while the call runs.
+struct Argument {
+    enum class Kind { number, address, text };
+
+    template <class Number, class = std::enable_if_t<std::is_integral_v<Number> || std::is_enum_v<Number>>>
+    Argument(const char* pszArgumentName, Number number)
+        : pszName(pszArgumentName), eKind(Kind::number), s64Number(static_cast<long long>(number)) {}
+    Argument(const char* pszArgumentName, const char* pszValue)
+        : pszName(pszArgumentName), eKind(Kind::text), pszText(pszValue) {}
+    Argument(const char* pszArgumentName, const HW_U8* pu8Value)
+        : Argument(pszArgumentName, reinterpret_cast<const char*>(pu8Value)) {}
+
+    const char* pszName;
+    Kind eKind;
+    long long s64Number = 0;
+    const char* pszText = nullptr;
+};
+using Arguments = std::initializer_list<Argument>;
+
+// A member of the caller's record, which may be missing.
+template <class Record, class Member>
+Argument member(const char* pszArgumentName, const Record* pstRecord, Member Record::*pMember) {
+    return pstRecord != nullptr ? Argument(pszArgumentName, pstRecord->*pMember)
+                                : Argument(pszArgumentName, static_cast<const char*>(nullptr));
+}
+
+// Whether the model still acts when a fault answers in its place.
+enum class OnFault { skip, act };
+
+namespace detail {
+
+// Switches the default set on when the process has attached none. False, with one line on standard error, when that
+// cannot be done.
+VSET_API bool ensureAttached();
+
+struct TakenFault {
+    bool bTaken = false;
+    long long s64Result = 0;
+    int s32Errno = 0;
+};
+VSET_API TakenFault takeFault(const char* pszCall);
+
+VSET_API void record(const char* pszCall, Arguments arguments, long long s64Result, bool bFault);
+
+// What a call answers that has no set to act on, or whose model ran out of memory or storage.
+template <class Result>
+Result refusal() {
+    if constexpr (std::is_pointer_v<Result>) {
+        return nullptr;
+    } else if constexpr (std::is_signed_v<Result>) {
+        return -1;
+    } else {
+        return HW_ERR_FAILED;
+    }
+}
+
+template <class Result>
+Result faultResult(const TakenFault& stFault) {
+    if constexpr (std::is_pointer_v<Result>) {
+        return nullptr;
+    } else {
+        return static_cast<Result>(stFault.s64Result);
+    }
+}
+
+template <class Result>
+long long journalResult(Result result) {
+    if constexpr (std::is_pointer_v<Result>) {
+        return result != nullptr ? 1 : 0;
+    } else {
+        return static_cast<long long>(result);
+    }
+}
+
+// The model's answer. Nothing that it throws reaches the C caller.
+template <class Body>
+auto act(Body& body) -> decltype(body()) {
+    try {
+        return body();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "virtual set: %s\n", error.what());
+        errno = EIO;
+        return refusal<decltype(body())>();
+    }
+}
+
+}  // namespace detail
+
+// Runs `body`, the model of the middleware function `pszCall`, unless a fault answers in its place, and journals the
+// call with its result. errno is the body's or the fault's afterwards.
+template <class Body>
+auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFault = OnFault::skip) -> decltype(body()) {
+    using Result = decltype(body());
+    const HostPaths hostPaths;
+    if (!detail::ensureAttached()) {
+        return detail::refusal<Result>();
+    }
+    const detail::TakenFault stFault = detail::takeFault(pszCall);
+    Result result{};
+    if (!stFault.bTaken || eOnFault == OnFault::act) {
+        result = detail::act(body);
+    }
+    if (stFault.bTaken) {
+        result = detail::faultResult<Result>(stFault);
+        errno = stFault.s32Errno;
+    }
+    const int s32Errno = errno;
+    detail::record(pszCall, arguments, detail::journalResult(result), stFault.bTaken);
+    errno = s32Errno;
+    return result;
+}
+
+// A function of a family that the virtual set has no model for: says so by name and answers "not initialised", or what
+// else is its failure.
+VSET_API HW_Result_t unmodelled(const char* pszCall, HW_Result_t u32Failure = HW_ERR_NOT_INITED);
+
+}  // namespace vset
+
+#endif

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the families of the middleware share: power, initialisation, handles.
+#ifndef VSET_FAMILY_H
+#define VSET_FAMILY_H
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hw3/hw_types.h"
+#include "vset/vset.h"
+
+namespace vset {
+
+// The family's part of every handle, so that a handle of the wrong family is caught. The order is that of the headers.
+enum class FamilyId : std::uint32_t {
+    sys = 1,
+    flash,
+    fs,
+    wdt,
+    pm,
+    audio,
+    aout,
+    uart,
+    sar,
+    iic,
+    gpio,
+    ir,
+    extin,
+    cec,
+    pwm,
+    tuner,
+    video,
+    net,
+    osdLayer,
+    osdWindow,
+    osdSurface,
+    disp,
+    dispController,
+    dispout,
+    cap,
+    os,
+    dval
+};
+
+// One family's open instances: handle -> key. Handles are never 0, never have bit 31, are not consecutive, and are
+// never given out twice in the life of a process. Safe to use from any thread.
+class VSET_API HandleTable {
+public:
+    HandleTable(FamilyId eFamily, const char* pszFamily);
+
+    // HW_ERR_FAILED when nothing is open under the key.
+    HW_Result_t find(std::uint64_t u64Key, HW_Handle_t* phHandle) const;
+    // HW_ERR_BUSY when something is.
+    HW_Result_t open(std::uint64_t u64Key, HW_Handle_t* phHandle, bool bPlayer = false);
+    // HW_ERR_INVALID_HANDLE for everything that is not open here.
+    HW_Result_t close(HW_Handle_t hHandle);
+    // The key of an open handle.
+    std::optional<std::uint64_t> key(HW_Handle_t hHandle) const;
+
+    void closeAll();
+    // What a family's DeInit does: the player's handles stay.
+    void closeThoseOfTheLibrary();
+    void list(std::vector<OpenHandle>& handles) const;
+
+private:
+    struct Instance {
+        std::uint64_t u64Key;
+        bool bPlayer;
+    };
+
+    const FamilyId _eFamily;
+    const char* const _pszFamily;
+    mutable std::mutex _mutex;
+    std::uint32_t _u32Serial = 0;
+    std::map<HW_Handle_t, Instance> _instances;
+};
+
+// Base of a family's model. A model is made once and never destroyed: detached threads of the host program may call
+// the middleware while the process exits.
+class VSET_API FamilyModel {
+public:
+    FamilyModel(FamilyId eFamily, const char* pszFamily);
+    FamilyModel(const FamilyModel&) = delete;
+    FamilyModel& operator=(const FamilyModel&) = delete;
+
+    // The family's Init: HW_HAS_INITED the second time, HW_ERR_NOT_INITED before HW_SYS_Init.
+    HW_Result_t initialise();
+    // The same for a family that works before HW_SYS_Init.
+    HW_Result_t markInitialised();
+    bool isInitialised() const { return _bInitialised.load(); }
+    void deinitialise() { _bInitialised.store(false); }
+
+    // HW_OK, or HW_ERR_NOT_INITED before HW_SYS_Init or the family's own Init.
+    HW_Result_t readiness() const;
+
+    // The switch is turned on: forgets everything that is not in the set's folder, then sets the scene.
+    void powerOn();
+
+    HandleTable& handles() { return _handles; }
+
+protected:
+    // Never called: models live for ever.
+    ~FamilyModel() = default;
+    // Puts the family's own state into that after switching on; the handles are closed already.
+    virtual void reset() {}
+
+private:
+    std::atomic<bool> _bInitialised{false};
+    HandleTable _handles;
+};
+
+// HW_OK, or HW_ERR_NOT_INITED while HW_SYS_Init has not run since the set was switched on.
+VSET_API HW_Result_t systemReadiness();
+
+// Called by HW_SYS_Init; HW_HAS_INITED the second time.
+HW_Result_t initialiseSystem();
+
+}  // namespace vset
+
+#endif

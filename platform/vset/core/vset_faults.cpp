@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+// Injected faults.
+#include <mutex>
+
+#include <dlfcn.h>
+
+#include "vset_call.h"
+
+namespace vset {
+
+namespace {
+
+struct ArmedFault {
+    Fault stFault;
+    unsigned int u32Seen = 0;
+};
+
+struct Faults {
+    std::mutex mutex;
+    std::vector<ArmedFault> armed;
+    // Looked at without the lock on every call; there are hardly ever faults.
+    std::atomic<std::size_t> count{0};
+};
+
+Faults& theFaults() {
+    static Faults& faults = *new Faults;
+    return faults;
+}
+
+bool isMiddlewareFunction(const std::string& strCall) {
+    for (const char* pszPrefix : {"HW_", "hw_sys_", "DVAL_", "DVVDO_"}) {
+        if (strCall.rfind(pszPrefix, 0) == 0) {
+            return dlsym(RTLD_DEFAULT, strCall.c_str()) != nullptr;
+        }
+    }
+    return false;
+}
+
+// Counts the call and tells whether it is one of those that fail.
+bool isDue(ArmedFault& stArmed) {
+    const unsigned int u32Number = ++stArmed.u32Seen;
+    const Fault& stFault = stArmed.stFault;
+    return u32Number >= stFault.u32From && (stFault.u32Times == 0 || u32Number - stFault.u32From < stFault.u32Times);
+}
+
+}  // namespace
+
+detail::TakenFault detail::takeFault(const char* pszCall) {
+    Faults& faults = theFaults();
+    if (faults.count.load(std::memory_order_relaxed) == 0) {
+        return {};
+    }
+    TakenFault stTaken;
+    const std::lock_guard<std::mutex> lock(faults.mutex);
+    for (ArmedFault& stArmed : faults.armed) {
+        if (stArmed.stFault.strCall == pszCall && isDue(stArmed) && !stTaken.bTaken) {
+            stTaken = {true, stArmed.stFault.s64Result, stArmed.stFault.s32Errno};
+        }
+    }
+    return stTaken;
+}
+
+void inject(const Fault& stFault) {
+    if (stFault.strCall != kAllocation && !isMiddlewareFunction(stFault.strCall)) {
+        throw SetError("no such middleware function: " + stFault.strCall);
+    }
+    if (stFault.u32From == 0) {
+        throw SetError("fault of " + stFault.strCall + ": calls are counted from 1");
+    }
+    Faults& faults = theFaults();
+    const std::lock_guard<std::mutex> lock(faults.mutex);
+    faults.armed.push_back({stFault});
+    faults.count = faults.armed.size();
+}
+
+void clearFaults() {
+    Faults& faults = theFaults();
+    const std::lock_guard<std::mutex> lock(faults.mutex);
+    faults.armed.clear();
+    faults.count = 0;
+}
+
+}  // namespace vset

@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: Apache-2.0
+// The set's folder: what survives a power cycle.
+#include "vset_folder.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <mutex>
+
+#include <nlohmann/json.hpp>
+
+#include "hw3/hw_flash.h"
+#include "vset/vset.h"
+#include "vset_defaults.h"
+#include "vset_environment.h"
+#include "vset_storage.h"
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+namespace vset {
+
+namespace {
+
+constexpr int kFormat = 1;
+constexpr char kConfigFile[] = "/set.json";
+
+struct Loaded {
+    std::mutex mutex;
+    std::string strFolder;
+    SetConfig stConfig;
+};
+
+Loaded& theLoaded() {
+    static Loaded& loaded = *new Loaded;
+    return loaded;
+}
+
+std::string hexText(const std::array<unsigned char, 16>& au8Bytes) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string strText;
+    for (const unsigned char u8Byte : au8Bytes) {
+        strText += kDigits[u8Byte >> 4];
+        strText += kDigits[u8Byte & 0xF];
+    }
+    return strText;
+}
+
+bool parseHex(const std::string& strText, std::array<unsigned char, 16>& au8Bytes) {
+    if (strText.size() != 2 * au8Bytes.size() ||
+        strText.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        return false;
+    }
+    for (std::size_t i = 0; i < au8Bytes.size(); ++i) {
+        au8Bytes[i] = static_cast<unsigned char>(std::stoi(strText.substr(2 * i, 2), nullptr, 16));
+    }
+    return true;
+}
+
+template <class Bad>
+std::map<std::string, std::uint64_t> parsePartitions(const Json& json, const Bad& bad) {
+    std::map<std::string, std::uint64_t> partitions;
+    for (const auto& [strName, size] : json.items()) {
+        if (strName.empty() || strName.find('/') != std::string::npos || strName.front() == '.') {
+            bad("partitions." + strName, "a partition name");
+        } else if (!size.is_number_unsigned() || size.template get<std::uint64_t>() > kPartitionLimit) {
+            bad("partitions." + strName, "a size in bytes, at most 4294967296");
+        } else {
+            partitions[strName] = size.template get<std::uint64_t>();
+        }
+    }
+    return partitions;
+}
+
+// Reads one entry after the other: a bad one is named in `problems` and keeps its default, the rest counts.
+SetConfig parseConfig(const Json& json, const std::string& strFile, std::vector<std::string>& problems) {
+    SetConfig stConfig = defaultSetConfig();
+    const auto bad = [&](const std::string& strEntry, const char* pszWanted) {
+        problems.push_back(strFile + ": \"" + strEntry + "\" is not " + pszWanted);
+    };
+    for (const auto& [strKey, value] : json.items()) {
+        if (strKey == "format") {
+            if (value != kFormat) {
+                bad(strKey, "1");
+            }
+        } else if (strKey == "boots") {
+            if (value.is_number_unsigned()) {
+                stConfig.u32Boots = value.get<unsigned int>();
+            } else {
+                bad(strKey, "a count");
+            }
+        } else if (strKey == "customer_hash") {
+            if (!value.is_string() || !parseHex(value.get<std::string>(), stConfig.au8CustomerHash)) {
+                bad(strKey, "a text of 32 hexadecimal digits");
+            }
+        } else if (strKey == "data_index_path") {
+            if (value.is_string()) {
+                stConfig.strDataIndexPath = value.get<std::string>();
+            } else {
+                bad(strKey, "a text");
+            }
+        } else if (strKey == "partitions") {
+            if (value.is_object()) {
+                stConfig.partitions = parsePartitions(value, bad);
+            } else {
+                bad(strKey, "an object of names and sizes");
+            }
+        } else {
+            bad(strKey, "an entry of this file");
+        }
+    }
+    return stConfig;
+}
+
+SetConfig readConfig(const std::string& strFolder, std::vector<std::string>& problems) {
+    const std::string strFile = strFolder + kConfigFile;
+    const std::vector<unsigned char> bytes = readFile(strFile);
+    const Json json = Json::parse(bytes.begin(), bytes.end(), nullptr, false);
+    if (!json.is_object()) {
+        throw SetError(strFile + ": is not a JSON object");
+    }
+    return parseConfig(json, strFile, problems);
+}
+
+void writeConfig(const std::string& strFolder, const SetConfig& stConfig) {
+    Json json;
+    json["format"] = kFormat;
+    json["boots"] = stConfig.u32Boots;
+    json["customer_hash"] = hexText(stConfig.au8CustomerHash);
+    json["data_index_path"] = stConfig.strDataIndexPath;
+    json["partitions"] = Json::object();
+    for (const auto& [strName, u64Size] : stConfig.partitions) {
+        json["partitions"][strName] = u64Size;
+    }
+    const std::string strText = json.dump(2) + "\n";
+    replaceFile(strFolder + kConfigFile, strText.data(), strText.size());
+}
+
+std::string environmentFileIn(const std::string& strFolder, std::uint32_t u32FlashType) {
+    static constexpr const char* kNames[] = {"spi_nor", "nand", "emmc"};
+    return strFolder + "/env/" + (u32FlashType < 3 ? kNames[u32FlashType] : std::to_string(u32FlashType)) + ".img";
+}
+
+std::string partitionFileIn(const std::string& strFolder, const std::string& strPartition) {
+    return strFolder + "/partitions/" + strPartition + ".img";
+}
+
+void makeFolder(const std::string& strFolder) {
+    std::error_code error;
+    fs::create_directories(strFolder, error);
+    if (error) {
+        throw SetError(strFolder + ": " + error.message());
+    }
+}
+
+bool isSet(const std::string& strFolder) {
+    std::error_code error;
+    return fs::exists(strFolder + kConfigFile, error);
+}
+
+// What may lie in a folder that a set is to be made in.
+bool isEmpty(const std::string& strFolder) {
+    std::error_code error;
+    if (!fs::exists(strFolder, error)) {
+        return true;
+    }
+    const fs::directory_iterator entries(strFolder, error);
+    if (error) {
+        throw SetError(strFolder + ": " + error.message());
+    }
+    return entries == fs::directory_iterator();
+}
+
+void checkSize(const std::string& strFile, std::uint64_t u64Wanted, std::vector<std::string>& problems) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(strFile, error);
+    if (!error && size != u64Wanted) {
+        problems.push_back(strFile + ": has " + std::to_string(size) + " bytes instead of " +
+                           std::to_string(u64Wanted));
+    }
+}
+
+void checkEnvironment(const std::string& strFile, std::vector<std::string>& problems) {
+    std::error_code error;
+    if (!fs::exists(strFile, error)) {
+        return;
+    }
+    const std::size_t before = problems.size();
+    checkSize(strFile, HW_FLASH_ENV_IMAGE_SIZE, problems);
+    if (problems.size() == before && !isEnvironmentValid(readFile(strFile).data())) {
+        problems.push_back(strFile + ": wrong checksum");
+    }
+}
+
+}  // namespace
+
+bool isPartitionName(const std::string& strName) {
+    return !strName.empty() && strName.find('/') == std::string::npos && strName.front() != '.';
+}
+
+std::string makeFolderIfMissing(const std::string& strFolder) {
+    const std::string strAbsolute = fs::absolute(strFolder).lexically_normal().string();
+    if (!isSet(strAbsolute)) {
+        create(strAbsolute);
+    }
+    return strAbsolute;
+}
+
+void create(const std::string& strFolder) {
+    const HostPaths hostPaths;
+    if (isSet(strFolder)) {
+        throw SetError(strFolder + ": is a set already");
+    }
+    if (!isEmpty(strFolder)) {
+        throw SetError(strFolder + ": is neither a set nor empty");
+    }
+    makeFolder(strFolder + "/env");
+    makeFolder(strFolder + "/partitions");
+    for (const DefaultFolder& stDefault : kDefaultFolders) {
+        makeFolder(strFolder + "/tree" + stDefault.pszPath);
+    }
+    for (const DefaultFile& stDefault : kDefaultFiles) {
+        replaceFile(strFolder + "/tree" + stDefault.pszPath, stDefault.content.data(), stDefault.content.size());
+    }
+    const std::vector<unsigned char> environment = makeEnvironment(kDefaultEnvironment);
+    replaceFile(environmentFileIn(strFolder, E_HW_FLASH_TYPE_EMMC), environment.data(), environment.size());
+    // Last: the folder is a set from here on.
+    writeConfig(strFolder, defaultSetConfig());
+}
+
+std::vector<std::string> check(const std::string& strFolder) {
+    const HostPaths hostPaths;
+    if (!isSet(strFolder)) {
+        throw SetError(strFolder + ": is no set");
+    }
+    std::vector<std::string> problems;
+    const SetConfig stConfig = readConfig(strFolder, problems);
+    for (const HW_U32 u32Type : {E_HW_FLASH_TYPE_SPI_NOR, E_HW_FLASH_TYPE_NAND, E_HW_FLASH_TYPE_EMMC}) {
+        checkEnvironment(environmentFileIn(strFolder, u32Type), problems);
+    }
+    for (const auto& [strName, u64Size] : stConfig.partitions) {
+        checkSize(partitionFileIn(strFolder, strName), u64Size, problems);
+    }
+    return problems;
+}
+
+void loadFolder(const std::string& strFolder) {
+    std::vector<std::string> problems;
+    SetConfig stConfig = readConfig(strFolder, problems);
+    for (const std::string& strProblem : problems) {
+        std::fprintf(stderr, "virtual set: %s\n", strProblem.c_str());
+    }
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    loaded.strFolder = strFolder;
+    loaded.stConfig = std::move(stConfig);
+}
+
+void unloadFolder() {
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    loaded.strFolder.clear();
+}
+
+void requireSet() {
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    if (loaded.strFolder.empty()) {
+        throw SetError("no set is attached");
+    }
+}
+
+SetConfig setConfig() {
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    return loaded.stConfig;
+}
+
+void storeSetConfig(const SetConfig& stConfig) {
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    writeConfig(loaded.strFolder, stConfig);
+    loaded.stConfig = stConfig;
+}
+
+void countBoot() {
+    SetConfig stConfig = setConfig();
+    ++stConfig.u32Boots;
+    storeSetConfig(stConfig);
+}
+
+unsigned int bootCount() {
+    return setConfig().u32Boots;
+}
+
+std::string environmentFile(std::uint32_t u32FlashType) {
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    return environmentFileIn(loaded.strFolder, u32FlashType);
+}
+
+std::string partitionFile(const std::string& strPartition) {
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    return partitionFileIn(loaded.strFolder, strPartition);
+}
+
+}  // namespace vset

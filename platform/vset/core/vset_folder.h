@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+// The set's folder: what survives a power cycle. Its files are described in platform/vset/README.md.
+#ifndef VSET_FOLDER_H
+#define VSET_FOLDER_H
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vset {
+
+// set.json
+struct SetConfig {
+    unsigned int u32Boots = 0;
+    std::array<unsigned char, 16> au8CustomerHash = {};
+    std::string strDataIndexPath;
+    std::map<std::string, std::uint64_t> partitions;  // eMMC partition -> size in bytes
+};
+
+// What a partition may be called, and how large it may be.
+constexpr std::uint64_t kPartitionLimit = std::uint64_t{1} << 32;
+bool isPartitionName(const std::string& strName);
+
+// The folder's absolute path; makes a new set when the folder is empty or missing. Throws SetError.
+std::string makeFolderIfMissing(const std::string& strFolder);
+
+// Reads the set in the folder, for the functions below. Throws SetError.
+void loadFolder(const std::string& strFolder);
+void unloadFolder();
+
+// Throws SetError when no set is attached.
+void requireSet();
+
+// A copy of the attached set's configuration, and its replacement in memory and in the folder.
+SetConfig setConfig();
+void storeSetConfig(const SetConfig& stConfig);
+
+void countBoot();
+
+// Files of the attached set.
+std::string environmentFile(std::uint32_t u32FlashType);
+std::string partitionFile(const std::string& strPartition);
+
+}  // namespace vset
+
+#endif

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+// Stands in front of the libc calls that take a path, so that the set's absolute paths lead into its folder. What the
+// set does not serve falls through unchanged. errno changes on failure only.
+#undef _FORTIFY_SOURCE
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "vset_call.h"
+#include "vset_paths.h"
+
+#define VSET_LIBC extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+// The next function of that name: a sanitizer's, or libc's.
+template <class Function>
+Function* next(const char* pszName) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, pszName));
+}
+
+// The path to hand on. Null when the path is the set's but there is no set to serve it.
+class Path {
+public:
+    explicit Path(const char* pszPath) : _pszPath(pszPath) {
+        if (vset::areHostPaths() || !vset::isServed(pszPath)) {
+            return;
+        }
+        const vset::HostPaths hostPaths;
+        if (!vset::detail::ensureAttached()) {
+            errno = ENODEV;
+            _bServed = false;
+            return;
+        }
+        _pszPath = vset::toHost(pszPath, _strBuffer);
+    }
+
+    bool isLost() const { return !_bServed; }
+    const char* get() const { return _pszPath; }
+
+private:
+    const char* _pszPath;
+    std::string _strBuffer;
+    bool _bServed = true;
+};
+
+using Open = int(const char*, int, ...);
+using OpenFortified = int(const char*, int);
+using Fopen = FILE*(const char*, const char*);
+
+mode_t modeArgument(int s32Flags, va_list arguments) {
+    const bool bHasMode = (s32Flags & O_CREAT) != 0 || (s32Flags & O_TMPFILE) == O_TMPFILE;
+    return bHasMode ? va_arg(arguments, mode_t) : 0;
+}
+
+int openPath(Open* pOpen, const char* pszPath, int s32Flags, mode_t mode) {
+    const Path path(pszPath);
+    return path.isLost() ? -1 : pOpen(path.get(), s32Flags, mode);
+}
+
+}  // namespace
+
+VSET_LIBC int open(const char* pszPath, int s32Flags, ...) {
+    static Open* const pNext = next<Open>("open");
+    va_list arguments;
+    va_start(arguments, s32Flags);
+    const mode_t mode = modeArgument(s32Flags, arguments);
+    va_end(arguments);
+    return openPath(pNext, pszPath, s32Flags, mode);
+}
+
+VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
+    static Open* const pNext = next<Open>("open64");
+    va_list arguments;
+    va_start(arguments, s32Flags);
+    const mode_t mode = modeArgument(s32Flags, arguments);
+    va_end(arguments);
+    return openPath(pNext, pszPath, s32Flags, mode);
+}
+
+// What fortified code calls when no mode is given.
+VSET_LIBC int __open_2(const char* pszPath, int s32Flags) {
+    static OpenFortified* const pNext = next<OpenFortified>("__open_2");
+    const Path path(pszPath);
+    return path.isLost() ? -1 : pNext(path.get(), s32Flags);
+}
+
+VSET_LIBC int __open64_2(const char* pszPath, int s32Flags) {
+    static OpenFortified* const pNext = next<OpenFortified>("__open64_2");
+    const Path path(pszPath);
+    return path.isLost() ? -1 : pNext(path.get(), s32Flags);
+}
+
+VSET_LIBC FILE* fopen(const char* pszPath, const char* pszMode) {
+    static Fopen* const pNext = next<Fopen>("fopen");
+    const Path path(pszPath);
+    return path.isLost() ? nullptr : pNext(path.get(), pszMode);
+}
+
+VSET_LIBC FILE* fopen64(const char* pszPath, const char* pszMode) {
+    static Fopen* const pNext = next<Fopen>("fopen64");
+    const Path path(pszPath);
+    return path.isLost() ? nullptr : pNext(path.get(), pszMode);
+}
+
+VSET_LIBC int access(const char* pszPath, int s32Mode) noexcept {
+    static auto* const pNext = next<int(const char*, int)>("access");
+    const Path path(pszPath);
+    return path.isLost() ? -1 : pNext(path.get(), s32Mode);
+}
+
+VSET_LIBC int unlink(const char* pszPath) noexcept {
+    static auto* const pNext = next<int(const char*)>("unlink");
+    const Path path(pszPath);
+    return path.isLost() ? -1 : pNext(path.get());
+}
+
+VSET_LIBC int mkfifo(const char* pszPath, mode_t mode) noexcept {
+    static auto* const pNext = next<int(const char*, mode_t)>("mkfifo");
+    const Path path(pszPath);
+    return path.isLost() ? -1 : pNext(path.get(), mode);
+}
+
+VSET_LIBC int chmod(const char* pszPath, mode_t mode) noexcept {
+    static auto* const pNext = next<int(const char*, mode_t)>("chmod");
+    const Path path(pszPath);
+    return path.isLost() ? -1 : pNext(path.get(), mode);
+}

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+// The one rule that leads the set's absolute paths into the tree of its folder.
+#include "vset_paths.h"
+
+#include <cctype>
+#include <cstring>
+#include <mutex>
+
+#include "vset/vset.h"
+
+namespace vset {
+
+namespace {
+
+thread_local unsigned int t_u32HostPaths = 0;
+
+struct Tree {
+    std::mutex mutex;
+    std::string strTree;
+};
+
+Tree& theTree() {
+    static Tree& tree = *new Tree;
+    return tree;
+}
+
+// The path without ".", ".." and doubled slashes, as the kernel would walk it in a tree without links.
+std::string normalise(const char* pszPath) {
+    std::string strResult;
+    for (const char* pszPart = pszPath; *pszPart != '\0';) {
+        pszPart += std::strspn(pszPart, "/");
+        const std::size_t length = std::strcspn(pszPart, "/");
+        const std::string strPart(pszPart, length);
+        if (strPart == "..") {
+            const std::size_t slash = strResult.rfind('/');
+            strResult.resize(slash == std::string::npos ? 0 : slash);
+        } else if (!strPart.empty() && strPart != ".") {
+            strResult += '/' + strPart;
+        }
+        pszPart += length;
+    }
+    return strResult.empty() ? "/" : strResult;
+}
+
+bool isAtOrBelow(const std::string& strPath, const char* pszFolder) {
+    const std::size_t length = std::strlen(pszFolder);
+    return strPath.compare(0, length, pszFolder) == 0 && (strPath.size() == length || strPath[length] == '/');
+}
+
+bool isSerialPort(const std::string& strPath) {
+    constexpr char kPort[] = "/dev/ttyS";
+    constexpr std::size_t kLength = sizeof(kPort) - 1;
+    return strPath.compare(0, kLength, kPort) == 0 && strPath.size() > kLength &&
+           strPath.find_first_not_of("0123456789", kLength) == std::string::npos;
+}
+
+bool isServedNormalised(const std::string& strPath) {
+    for (const char* pszFolder : {"/data", "/vendor", "/mnt", "/sys/kernel/uart"}) {
+        if (isAtOrBelow(strPath, pszFolder)) {
+            return true;
+        }
+    }
+    return isSerialPort(strPath);
+}
+
+}  // namespace
+
+void setTree(const std::string& strTree) {
+    Tree& tree = theTree();
+    const std::lock_guard<std::mutex> lock(tree.mutex);
+    tree.strTree = strTree;
+}
+
+bool isServed(const char* pszPath) {
+    return pszPath != nullptr && *pszPath == '/' && isServedNormalised(normalise(pszPath));
+}
+
+const char* toHost(const char* pszPath, std::string& strBuffer) {
+    if (pszPath == nullptr || *pszPath != '/') {
+        return pszPath;
+    }
+    const std::string strNormalised = normalise(pszPath);
+    if (!isServedNormalised(strNormalised)) {
+        return pszPath;
+    }
+    Tree& tree = theTree();
+    const std::lock_guard<std::mutex> lock(tree.mutex);
+    strBuffer = tree.strTree + strNormalised;
+    // The kernel asks of "file/" that it be a folder; the tree is to answer the same.
+    if (pszPath[std::strlen(pszPath) - 1] == '/') {
+        strBuffer += '/';
+    }
+    return strBuffer.c_str();
+}
+
+std::string hostPath(const std::string& strPath) {
+    std::string strBuffer;
+    return toHost(strPath.c_str(), strBuffer);
+}
+
+bool areHostPaths() {
+    return t_u32HostPaths != 0;
+}
+
+HostPaths::HostPaths() {
+    ++t_u32HostPaths;
+}
+
+HostPaths::~HostPaths() {
+    --t_u32HostPaths;
+}
+
+}  // namespace vset

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: Apache-2.0
+// The switch: which set is attached, and what switching it on does to the families.
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "vset_call.h"
+#include "vset_family.h"
+#include "vset_folder.h"
+#include "vset_paths.h"
+
+namespace vset {
+
+namespace {
+
+struct Power {
+    // Serialises attach, detach and power cycles.
+    std::mutex mutex;
+    std::string strFolder;
+    int s32Lock = -1;
+    std::atomic<bool> bOn{false};
+    std::atomic<bool> bDefaultFailed{false};
+    std::atomic<bool> bSystemInitialised{false};
+    std::vector<FamilyModel*> families;
+};
+
+Power& thePower() {
+    static Power& power = *new Power;
+    return power;
+}
+
+// The descriptor that holds the folder for this process.
+int lockFolder(const std::string& strFolder) {
+    const std::string strLock = strFolder + "/lock";
+    const int s32Lock = ::open(strLock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (s32Lock < 0) {
+        throw SetError(strLock + ": " + std::strerror(errno));
+    }
+    if (flock(s32Lock, LOCK_EX | LOCK_NB) != 0) {
+        char acOwner[16] = {};
+        const ssize_t length = pread(s32Lock, acOwner, sizeof(acOwner) - 1, 0);
+        close(s32Lock);
+        throw SetError(strFolder + ": in use by process " + (length > 0 ? acOwner : "(unknown)"));
+    }
+    const std::string strOwner = std::to_string(getpid());
+    if (ftruncate(s32Lock, 0) != 0 || pwrite(s32Lock, strOwner.data(), strOwner.size(), 0) < 0) {
+        const std::string strReason = std::strerror(errno);
+        close(s32Lock);
+        throw SetError(strLock + ": " + strReason);
+    }
+    return s32Lock;
+}
+
+void switchOn(Power& power) {
+    power.bSystemInitialised = false;
+    countBoot();
+    for (FamilyModel* pFamily : power.families) {
+        pFamily->powerOn();
+    }
+}
+
+void giveBack(Power& power) {
+    power.bOn = false;
+    if (power.s32Lock >= 0) {
+        close(power.s32Lock);
+    }
+    power.s32Lock = -1;
+    power.strFolder.clear();
+    unloadFolder();
+    setTree("");
+}
+
+void attachLocked(Power& power, const std::string& strFolder) {
+    if (power.bOn) {
+        throw SetError(strFolder + ": this process has the set in " + power.strFolder + " already");
+    }
+    const HostPaths hostPaths;
+    const std::string strAbsolute = makeFolderIfMissing(strFolder);
+    power.s32Lock = lockFolder(strAbsolute);
+    try {
+        loadFolder(strAbsolute);
+        power.strFolder = strAbsolute;
+        setTree(strAbsolute + "/tree");
+        switchOn(power);
+    } catch (...) {
+        giveBack(power);
+        throw;
+    }
+    power.bOn = true;
+}
+
+}  // namespace
+
+FamilyModel::FamilyModel(FamilyId eFamily, const char* pszFamily) : _handles(eFamily, pszFamily) {
+    thePower().families.push_back(this);
+}
+
+void FamilyModel::powerOn() {
+    _bInitialised = false;
+    _handles.closeAll();
+    reset();
+}
+
+HW_Result_t FamilyModel::initialise() {
+    if (systemReadiness() != HW_OK) {
+        return HW_ERR_NOT_INITED;
+    }
+    return markInitialised();
+}
+
+HW_Result_t FamilyModel::markInitialised() {
+    return _bInitialised.exchange(true) ? HW_HAS_INITED : HW_OK;
+}
+
+HW_Result_t FamilyModel::readiness() const {
+    return systemReadiness() == HW_OK && _bInitialised ? HW_OK : HW_ERR_NOT_INITED;
+}
+
+HW_Result_t systemReadiness() {
+    return thePower().bSystemInitialised ? HW_OK : HW_ERR_NOT_INITED;
+}
+
+HW_Result_t initialiseSystem() {
+    return thePower().bSystemInitialised.exchange(true) ? HW_HAS_INITED : HW_OK;
+}
+
+bool detail::ensureAttached() {
+    Power& power = thePower();
+    if (power.bOn.load(std::memory_order_acquire)) {
+        return true;
+    }
+    const std::lock_guard<std::mutex> lock(power.mutex);
+    if (power.bOn) {
+        return true;
+    }
+    if (power.bDefaultFailed) {
+        return false;
+    }
+    try {
+        attachLocked(power, defaultFolder());
+        return true;
+    } catch (const SetError& error) {
+        std::fprintf(stderr, "virtual set: %s\n", error.what());
+        power.bDefaultFailed = true;
+        return false;
+    }
+}
+
+std::string defaultFolder() {
+    if (const char* pszFolder = std::getenv("VSET_DIR"); pszFolder != nullptr && *pszFolder != '\0') {
+        return pszFolder;
+    }
+    if (const char* pszState = std::getenv("XDG_STATE_HOME"); pszState != nullptr && *pszState != '\0') {
+        return std::string(pszState) + "/vset";
+    }
+    const char* pszHome = std::getenv("HOME");
+    return std::string(pszHome != nullptr ? pszHome : "") + "/.local/state/vset";
+}
+
+void attach(const std::string& strFolder) {
+    Power& power = thePower();
+    const std::lock_guard<std::mutex> lock(power.mutex);
+    attachLocked(power, strFolder);
+    power.bDefaultFailed = false;
+}
+
+void detach() {
+    Power& power = thePower();
+    const std::lock_guard<std::mutex> lock(power.mutex);
+    giveBack(power);
+}
+
+std::string folder() {
+    Power& power = thePower();
+    const std::lock_guard<std::mutex> lock(power.mutex);
+    return power.strFolder;
+}
+
+void powerCycle() {
+    Power& power = thePower();
+    const std::lock_guard<std::mutex> lock(power.mutex);
+    if (!power.bOn) {
+        throw SetError("no set is attached");
+    }
+    const HostPaths hostPaths;
+    switchOn(power);
+}
+
+std::vector<OpenHandle> openHandles() {
+    std::vector<OpenHandle> handles;
+    for (FamilyModel* pFamily : thePower().families) {
+        pFamily->handles().list(handles);
+    }
+    return handles;
+}
+
+}  // namespace vset

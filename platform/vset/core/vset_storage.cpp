@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writing to the set's storage as a power cut may interrupt it at any point.
+#include "vset_storage.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include <fcntl.h>
+#include <libgen.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "vset/vset.h"
+
+namespace vset {
+
+namespace {
+
+// What storage writes at a time; the power can be cut between two blocks.
+constexpr std::size_t kBlock = 4096;
+
+std::atomic<unsigned int> g_u32WritesLeft{0};
+
+// One write to the storage is about to happen.
+void step() {
+    if (g_u32WritesLeft.load(std::memory_order_relaxed) != 0 && g_u32WritesLeft.fetch_sub(1) == 1) {
+        raise(SIGKILL);
+    }
+}
+
+[[noreturn]] void fail(const std::string& strFile) {
+    throw SetError(strFile + ": " + std::strerror(errno));
+}
+
+class Descriptor {
+public:
+    Descriptor(const std::string& strFile, int s32Flags) : _s32Fd(open(strFile.c_str(), s32Flags | O_CLOEXEC, 0644)) {
+        if (_s32Fd < 0) {
+            fail(strFile);
+        }
+    }
+    ~Descriptor() { close(_s32Fd); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return _s32Fd; }
+
+private:
+    const int _s32Fd;
+};
+
+void syncFolderOf(const std::string& strFile) {
+    const std::string strFolder = strFile.substr(0, strFile.rfind('/') + 1);
+    const Descriptor folder(strFolder.empty() ? "." : strFolder, O_RDONLY | O_DIRECTORY);
+    step();
+    fsync(folder.get());
+}
+
+// `write` fills the new file, which then takes the place of the old one.
+template <class Write>
+void replaceBy(const std::string& strFile, Write&& write) {
+    const std::string strNew = strFile + ".new";
+    step();
+    {
+        const Descriptor file(strNew, O_WRONLY | O_CREAT | O_TRUNC);
+        write(file.get(), strNew);
+        step();
+        if (fdatasync(file.get()) != 0) {
+            fail(strNew);
+        }
+    }
+    step();
+    if (rename(strNew.c_str(), strFile.c_str()) != 0) {
+        fail(strFile);
+    }
+    syncFolderOf(strFile);
+}
+
+}  // namespace
+
+void cutPowerAtWrite(unsigned int u32Write) {
+    g_u32WritesLeft = u32Write;
+}
+
+std::vector<unsigned char> readFile(const std::string& strFile) {
+    const Descriptor file(strFile, O_RDONLY);
+    struct stat stStat = {};
+    if (fstat(file.get(), &stStat) != 0) {
+        fail(strFile);
+    }
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(stStat.st_size));
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+        const ssize_t length = read(file.get(), bytes.data() + filled, bytes.size() - filled);
+        if (length < 0) {
+            fail(strFile);
+        }
+        if (length == 0) {
+            bytes.resize(filled);
+        }
+        filled += static_cast<std::size_t>(length);
+    }
+    return bytes;
+}
+
+void writeBlocks(int s32Fd, const std::string& strFile, const void* pData, std::size_t size, std::uint64_t u64Offset) {
+    const auto* pu8Data = static_cast<const unsigned char*>(pData);
+    while (size != 0) {
+        step();
+        const std::size_t block = size < kBlock ? size : kBlock;
+        const ssize_t written = pwrite(s32Fd, pu8Data, block, static_cast<off_t>(u64Offset));
+        if (written < 0) {
+            fail(strFile);
+        }
+        pu8Data += written;
+        size -= static_cast<std::size_t>(written);
+        u64Offset += static_cast<std::uint64_t>(written);
+    }
+}
+
+void writeBlank(int s32Fd, const std::string& strFile, std::uint64_t u64Size, std::uint64_t u64Offset) {
+    unsigned char au8Blank[kBlock];
+    std::memset(au8Blank, 0xFF, sizeof(au8Blank));
+    for (std::uint64_t u64Done = 0; u64Done < u64Size; u64Done += kBlock) {
+        writeBlocks(s32Fd, strFile, au8Blank,
+                    static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, u64Size - u64Done)), u64Offset + u64Done);
+    }
+}
+
+void replaceFile(const std::string& strFile, const void* pData, std::size_t size) {
+    replaceBy(strFile, [&](int s32Fd, const std::string& strNew) { writeBlocks(s32Fd, strNew, pData, size, 0); });
+}
+
+void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size) {
+    replaceBy(strFile, [&](int s32Fd, const std::string& strNew) { writeBlank(s32Fd, strNew, u64Size, 0); });
+}
+
+}  // namespace vset

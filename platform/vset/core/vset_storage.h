@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writing to the set's storage as a power cut may interrupt it at any point.
+#ifndef VSET_STORAGE_H
+#define VSET_STORAGE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vset {
+
+// The whole file. Throws SetError naming it.
+std::vector<unsigned char> readFile(const std::string& strFile);
+
+// Puts `size` bytes in place of the file: after a power cut at any moment it holds the old bytes or the new ones.
+// Throws SetError naming it; the old bytes then stand.
+void replaceFile(const std::string& strFile, const void* pData, std::size_t size);
+
+// The same with `u64Size` bytes of 0xFF, as flash is after erasing.
+void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size);
+
+// Writes in place, block by block. Throws SetError.
+void writeBlocks(int s32Fd, const std::string& strFile, const void* pData, std::size_t size, std::uint64_t u64Offset);
+void writeBlank(int s32Fd, const std::string& strFile, std::uint64_t u64Size, std::uint64_t u64Offset);
+
+}  // namespace vset
+
+#endif

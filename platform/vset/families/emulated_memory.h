@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+// The set's memory behind physical addresses: the regions of its memory layout, and what the IOMMU hands out. Physical
+// addresses are not those of the host; only at() leads from one to the other.
+#ifndef VSET_EMULATED_MEMORY_H
+#define VSET_EMULATED_MEMORY_H
+
+#include <array>
+#include <memory>
+
+#include "hw3/hw_os.h"
+#include "hw3/hw_sys.h"
+#include "vset/sys.h"
+#include "vset_family.h"
+
+namespace vset {
+
+// Zeroed host memory that is there once it is touched, between two pages that fault. A size of whole pages ends right
+// at the second.
+class GuardedMemory {
+public:
+    // Throws SetError.
+    explicit GuardedMemory(std::size_t size);
+    ~GuardedMemory();
+    GuardedMemory(const GuardedMemory&) = delete;
+    GuardedMemory& operator=(const GuardedMemory&) = delete;
+
+    HW_U8* data() const { return _pu8Data; }
+
+private:
+    std::size_t _mappedSize;
+    void* _pMapped;
+    HW_U8* _pu8Data;
+};
+
+// Safe to use from any thread.
+class EmulatedMemory : public FamilyModel {
+public:
+    EmulatedMemory() : FamilyModel(FamilyId::os, "HW_OS") {}
+
+    HW_Result_t describeRegion(HW_U32 u32MmapId, HW_SYS_MmapInfo_t* pstInfo);
+    HW_Result_t allocateRegion(HW_U32 u32MmapId, HW_SYS_MmapInfo_t* pstInfo);
+    HW_Result_t freeRegion(HW_U32 u32MmapId);
+    // Throws SetError.
+    void resizeRegion(HW_U32 u32MmapId, HW_U32 u32Size);
+
+    HW_Result_t allocateIommu(const std::string& strName, HW_U32 u32Length, HW_U64* pu64PhysAddr);
+    HW_Result_t freeIommu(HW_U64 u64PhysAddr, HW_U32 u32Length);
+    void setIommuMemory(std::uint64_t u64Size);
+
+    // The host's address, or null when nothing is addressable there.
+    HW_U8* at(HW_U64 u64PhysAddr) const;
+
+    std::vector<sys::MemoryArea> map() const;
+
+private:
+    // A region of the memory layout, as the set is made.
+    struct Layout {
+        HW_U32 u32MmapId;
+        const char* pszName;
+        HW_U32 u32Miu;
+        HW_U64 u64MiuBase;
+        HW_U64 u64Offset;
+        HW_U32 u32Length;
+        bool bAlwaysAddressable;
+
+        HW_U64 start() const { return u64MiuBase + u64Offset; }
+    };
+    struct Region {
+        const Layout* pstLayout;
+        HW_U32 u32Length;
+        bool bAllocated;
+    };
+    // What is addressable.
+    struct Area {
+        std::string strName;
+        HW_U32 u32MmapId;  // 0 for memory of the IOMMU
+        HW_U32 u32Length;
+        std::unique_ptr<GuardedMemory> memory;
+    };
+    static const Layout kLayouts[2];
+
+    void reset() override;
+    // Null when the set has no such region.
+    Region* find(HW_U32 u32MmapId);
+    static void describe(const Region& stRegion, HW_SYS_MmapInfo_t* pstInfo);
+    void makeAddressable(const Region& stRegion);
+
+    mutable std::mutex _mutex;
+    std::vector<Region> _regions;
+    std::map<HW_U64, Area> _areas;  // by physical address
+    HW_U64 _u64NextIommu = 0;
+    std::uint64_t _u64IommuMemory = 0;
+};
+
+extern EmulatedMemory& emulatedMemory;
+
+}  // namespace vset
+
+#endif

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+// Flash: handles, and the files behind it.
+#include "hw_flash.h"
+
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "vset/flash.h"
+#include "vset_folder.h"
+#include "vset_storage.h"
+
+namespace vset {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& strFile) {
+    throw SetError(strFile + ": " + std::strerror(errno));
+}
+
+int openIfExists(const std::string& strFile, int s32Flags) {
+    const int s32Fd = open(strFile.c_str(), s32Flags | O_CLOEXEC);
+    if (s32Fd < 0 && errno != ENOENT) {
+        fail(strFile);
+    }
+    return s32Fd;
+}
+
+}  // namespace
+
+FlashModel& flashModel = *new FlashModel;
+
+FlashFile::FlashFile(const std::string& strFile, std::uint64_t u64Size, int s32Flags)
+    : _strFile(strFile), _s32Fd(openIfExists(strFile, s32Flags)) {
+    struct stat stStat = {};
+    if (exists() && (fstat(_s32Fd, &stStat) != 0 || static_cast<std::uint64_t>(stStat.st_size) != u64Size)) {
+        close(_s32Fd);
+        throw DamagedFile(_strFile + ": has " + std::to_string(stStat.st_size) + " bytes instead of " +
+                          std::to_string(u64Size));
+    }
+}
+
+FlashFile::~FlashFile() {
+    if (exists()) {
+        close(_s32Fd);
+    }
+}
+
+void FlashFile::read(void* pData, std::size_t size, std::uint64_t u64Offset) const {
+    auto* pu8Data = static_cast<unsigned char*>(pData);
+    while (size != 0) {
+        const ssize_t length = pread(_s32Fd, pu8Data, size, static_cast<off_t>(u64Offset));
+        if (length < 0) {
+            fail(_strFile);
+        }
+        if (length == 0) {
+            throw DamagedFile(_strFile + ": ends early");
+        }
+        pu8Data += length;
+        size -= static_cast<std::size_t>(length);
+        u64Offset += static_cast<std::uint64_t>(length);
+    }
+}
+
+void FlashFile::write(const void* pData, std::size_t size, std::uint64_t u64Offset) const {
+    writeBlocks(_s32Fd, _strFile, pData, size, u64Offset);
+}
+
+void FlashFile::writeBlank(std::uint64_t u64Size, std::uint64_t u64Offset) const {
+    vset::writeBlank(_s32Fd, _strFile, u64Size, u64Offset);
+}
+
+void requireFlash(std::uint32_t u32FlashType) {
+    requireSet();
+    if (u32FlashType > E_HW_FLASH_TYPE_EMMC) {
+        throw SetError("flash type " + std::to_string(u32FlashType) + ": there are only 0, 1 and 2");
+    }
+}
+
+void flash::hold(std::uint32_t u32FlashType) {
+    requireFlash(u32FlashType);
+    HW_Handle_t hFlash = HW_HANDLE_NONE;
+    if (flashModel.handles().open(u32FlashType, &hFlash, true) != HW_OK) {
+        throw SetError("flash type " + std::to_string(u32FlashType) + ": is open already");
+    }
+}
+
+void flash::release(std::uint32_t u32FlashType) {
+    requireFlash(u32FlashType);
+    std::vector<OpenHandle> handles;
+    flashModel.handles().list(handles);
+    for (const OpenHandle& stHandle : handles) {
+        if (stHandle.u64Key == u32FlashType && stHandle.bPlayer) {
+            flashModel.handles().close(stHandle.u32Handle);
+            return;
+        }
+    }
+    throw SetError("flash type " + std::to_string(u32FlashType) + ": the player does not hold it");
+}
+
+}  // namespace vset
+
+using vset::flashModel;
+
+namespace {
+
+// What GetHandle and Open have in common.
+template <class Params>
+HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phFlash) {
+    if (pstParams == nullptr || phFlash == nullptr || pstParams->u32FlashType > E_HW_FLASH_TYPE_EMMC) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    return flashModel.readiness();
+}
+
+}  // namespace
+
+HW_Result_t HW_FLASH_Init(const HW_FLASH_InitParams_t* pstParams) {
+    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+        if (pstParams == nullptr || pstParams->u32Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        return flashModel.initialise();
+    });
+}
+
+HW_Result_t HW_FLASH_GetHandle(const HW_FLASH_HandleParams_t* pstParams, HW_Handle_t* phFlash) {
+    const auto type = vset::member("type", pstParams, &HW_FLASH_HandleParams_t::u32FlashType);
+    return vset::call(__func__, {type}, [&]() -> HW_Result_t {
+        const HW_Result_t result = judge(pstParams, phFlash);
+        return result == HW_OK ? flashModel.handles().find(pstParams->u32FlashType, phFlash) : result;
+    });
+}
+
+HW_Result_t HW_FLASH_Open(const HW_FLASH_OpenParams_t* pstParams, HW_Handle_t* phFlash) {
+    const auto type = vset::member("type", pstParams, &HW_FLASH_OpenParams_t::u32FlashType);
+    return vset::call(__func__, {type}, [&]() -> HW_Result_t {
+        const HW_Result_t result = judge(pstParams, phFlash);
+        return result == HW_OK ? flashModel.handles().open(pstParams->u32FlashType, phFlash) : result;
+    });
+}
+
+HW_Result_t HW_FLASH_Close(HW_Handle_t hFlash) {
+    return vset::call(__func__, {{"handle", hFlash}},
+                      [&]() -> HW_Result_t { return flashModel.handles().close(hFlash); });
+}

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+// Files: the host's own calls on the set's tree. These work before everything else.
+#include "hw3/hw_fs.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "vset_call.h"
+#include "vset_family.h"
+#include "vset_paths.h"
+
+namespace {
+
+class FsModel : public vset::FamilyModel {
+public:
+    FsModel() : FamilyModel(vset::FamilyId::fs, "HW_FS") {}
+};
+FsModel& model = *new FsModel;
+
+constexpr HW_S32 kAbsent = -1;
+constexpr HW_S32 kFailed = -2;
+
+// The set's path as the host knows it; a null path stays null.
+class TreePath {
+public:
+    explicit TreePath(const char* pszPath) : _pszPath(vset::toHost(pszPath, _strBuffer)) {}
+    const char* get() const { return _pszPath; }
+
+private:
+    std::string _strBuffer;
+    const char* _pszPath;
+};
+
+// Members transferred; -1 only when nothing was and the stream is in error.
+HW_S32 membersOf(std::size_t count, FILE* pStream)
+{
+    return count == 0 && std::ferror(pStream) != 0 ? -1 : static_cast<HW_S32>(count);
+}
+
+HW_S32 refuseNull()
+{
+    errno = EFAULT;
+    return -1;
+}
+
+}  // namespace
+
+HW_Result_t HW_FS_Init(const HW_FS_InitParams_t* pstParams)
+{
+    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+        if (pstParams == nullptr || pstParams->u32Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        return model.markInitialised();
+    });
+}
+
+HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags)
+{
+    return vset::call(__func__, {{"path", pszPath}, {"flags", s32Flags}}, [&]() -> HW_S32 {
+        if (pszPath == nullptr) {
+            errno = EFAULT;
+            return kFailed;
+        }
+        const int s32Fd = open(TreePath(pszPath).get(), s32Flags | O_CLOEXEC);
+        if (s32Fd >= 0) {
+            return s32Fd;
+        }
+        return errno == ENOENT || errno == ENOTDIR ? kAbsent : kFailed;
+    });
+}
+
+HW_S32 HW_FS_Close(HW_S32 s32Fd)
+{
+    // Descriptor 0 belongs to the host program; the set only says that it is closed.
+    return vset::call(
+        __func__, {{"fd", s32Fd}}, [&]() -> HW_S32 { return s32Fd == 0 ? 0 : close(s32Fd); }, vset::OnFault::act);
+}
+
+HW_S32 HW_FS_Write(HW_S32 s32Fd, const void* pData, HW_U32 u32Size)
+{
+    return vset::call(__func__, {{"fd", s32Fd}, {"size", u32Size}}, [&]() -> HW_S32 {
+        return pData == nullptr && u32Size != 0 ? refuseNull() : static_cast<HW_S32>(write(s32Fd, pData, u32Size));
+    });
+}
+
+FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode)
+{
+    return vset::call(__func__, {{"path", pszPath}, {"mode", pszMode}}, [&]() -> FILE* {
+        if (pszPath == nullptr || pszMode == nullptr) {
+            errno = EFAULT;
+            return nullptr;
+        }
+        return std::fopen(TreePath(pszPath).get(), pszMode);
+    });
+}
+
+HW_S32 HW_FS_Fclose(FILE* pStream)
+{
+    return vset::call(
+        __func__, {}, [&]() -> HW_S32 { return pStream == nullptr ? refuseNull() : std::fclose(pStream); },
+        vset::OnFault::act);
+}
+
+HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream)
+{
+    return vset::call(__func__, {{"size", u32Size}, {"count", u32Count}}, [&]() -> HW_S32 {
+        return pData == nullptr || pStream == nullptr
+                   ? refuseNull()
+                   : membersOf(std::fread(pData, u32Size, u32Count, pStream), pStream);
+    });
+}
+
+HW_S32 HW_FS_Fwrite(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream)
+{
+    return vset::call(__func__, {{"size", u32Size}, {"count", u32Count}}, [&]() -> HW_S32 {
+        return pData == nullptr || pStream == nullptr
+                   ? refuseNull()
+                   : membersOf(std::fwrite(pData, u32Size, u32Count, pStream), pStream);
+    });
+}
+
+HW_S32 HW_FS_Fseek(FILE* pStream, HW_S64 s64Offset, HW_S32 s32Whence)
+{
+    return vset::call(__func__, {{"offset", s64Offset}, {"whence", s32Whence}}, [&]() -> HW_S32 {
+        return pStream == nullptr ? refuseNull() : fseeko(pStream, static_cast<off_t>(s64Offset), s32Whence);
+    });
+}
+
+HW_S32 HW_FS_Stat(const char* pszPath, struct stat* pstStat)
+{
+    return vset::call(__func__, {{"path", pszPath}}, [&]() -> HW_S32 {
+        return pszPath == nullptr || pstStat == nullptr ? refuseNull() : stat(TreePath(pszPath).get(), pstStat);
+    });
+}
+
+HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode)
+{
+    return vset::call(__func__, {{"path", pszPath}, {"mode", u32Mode}}, [&]() -> HW_S32 {
+        return pszPath == nullptr ? refuseNull() : mkdir(TreePath(pszPath).get(), static_cast<mode_t>(u32Mode));
+    });
+}
+
+HW_S32 HW_FS_Unlink(const char* pszPath)
+{
+    return vset::call(__func__, {{"path", pszPath}}, [&]() -> HW_S32 {
+        return pszPath == nullptr ? refuseNull() : unlink(TreePath(pszPath).get());
+    });
+}
+
+// What the set has written is in the host's hands at once and survives the power cut of a virtual set, so there is
+// nothing to flush; the call is in the journal.
+HW_S32 HW_FS_Sync(void)
+{
+    return vset::call(__func__, {}, []() -> HW_S32 { return 0; });
+}

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+// Memory of the IOMMU, addresses, and the task delay.
+#include "hw3/hw_os.h"
+
+#include <cstring>
+#include <thread>
+
+#include "emulated_memory.h"
+#include "vset_call.h"
+
+using vset::emulatedMemory;
+
+namespace {
+
+// The name need not end within its field.
+std::string nameOf(const HW_OS_IommuRequest_t* pstRequest) {
+    if (pstRequest == nullptr) {
+        return {};
+    }
+    return {pstRequest->acName, strnlen(pstRequest->acName, sizeof(pstRequest->acName))};
+}
+
+}  // namespace
+
+HW_Result_t HW_OS_AllocateIommuMemory(HW_OS_IommuRequest_t* pstRequest) {
+    const std::string strName = nameOf(pstRequest);
+    const auto length = vset::member("length", pstRequest, &HW_OS_IommuRequest_t::u32Length);
+    return vset::call(__func__, {{"name", strName.c_str()}, length}, [&]() -> HW_Result_t {
+        if (pstRequest == nullptr || pstRequest->u32Length == 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        if (vset::systemReadiness() != HW_OK) {
+            return HW_ERR_NOT_INITED;
+        }
+        return emulatedMemory.allocateIommu(strName, pstRequest->u32Length, &pstRequest->u64PhysAddr);
+    });
+}
+
+HW_Result_t HW_OS_FreeIommuMemory(const HW_OS_IommuRelease_t* pstRelease) {
+    const auto address = vset::member("address", pstRelease, &HW_OS_IommuRelease_t::u64PhysAddr);
+    const auto length = vset::member("length", pstRelease, &HW_OS_IommuRelease_t::u32Length);
+    return vset::call(__func__, {address, length}, [&]() -> HW_Result_t {
+        if (pstRelease == nullptr || pstRelease->u32Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        if (vset::systemReadiness() != HW_OK) {
+            return HW_ERR_NOT_INITED;
+        }
+        return emulatedMemory.freeIommu(pstRelease->u64PhysAddr, pstRelease->u32Length);
+    });
+}
+
+HW_Result_t HW_OS_Pa2NonCachedVa(HW_U64 u64PhysAddr, HW_U64* pu64VirtAddr) {
+    return vset::call(__func__, {{"address", u64PhysAddr}}, [&]() -> HW_Result_t {
+        if (pu64VirtAddr == nullptr) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        if (vset::systemReadiness() != HW_OK) {
+            return HW_ERR_NOT_INITED;
+        }
+        HW_U8* const pu8Memory = emulatedMemory.at(u64PhysAddr);
+        if (pu8Memory == nullptr) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        *pu64VirtAddr = static_cast<HW_U64>(reinterpret_cast<std::uintptr_t>(pu8Memory));
+        return HW_OK;
+    });
+}
+
+HW_Result_t HW_OS_DelayTask(HW_U32 u32Ms) {
+    return vset::call(__func__, {{"ms", u32Ms}}, [&]() -> HW_Result_t {
+        std::this_thread::sleep_for(std::chrono::milliseconds(u32Ms));
+        return HW_OK;
+    });
+}

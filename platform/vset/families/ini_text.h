@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// An INI text that is edited in place: whatever is not set stays as its author wrote it, byte for byte.
+#ifndef VSET_INI_TEXT_H
+#define VSET_INI_TEXT_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vset {
+
+// Sections in brackets, "key = value" lines, comment lines that begin with '#' or ';'. Names are compared without
+// regard to case. A section may stand there several times; of a key that does, the last one counts. The section "" is
+// what stands before the first one.
+class IniText {
+public:
+    explicit IniText(std::string_view text);
+
+    // Without the blanks around it and without one pair of double quotes around that.
+    std::optional<std::string_view> value(std::string_view section, std::string_view key) const;
+
+    // value() gives exactly `value` from then on. False, and nothing done, when no line can hold these names or this
+    // value.
+    bool set(std::string_view section, std::string_view key, std::string_view value);
+
+    std::string text() const;
+
+private:
+    struct Place {
+        std::optional<std::size_t> line;    // of the key
+        std::optional<std::size_t> behind;  // the section's last key, or its header
+    };
+    Place find(std::string_view section, std::string_view key) const;
+    // Gives the place of its first key.
+    std::size_t addSection(std::string_view section);
+    // As the lines of this text end.
+    std::string ended(const std::string& strLine) const;
+
+    const bool _bByteOrderMark;
+    const bool _bCarriageReturns;
+    std::vector<std::string> _lines;  // without '\n'; what stands behind the last '\n' is one, too
+};
+
+}  // namespace vset
+
+#endif

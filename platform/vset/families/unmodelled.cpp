@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: Apache-2.0
+// Functions without a model.
+#include "hw3/hw_aout.h"
+#include "hw3/hw_audio.h"
+#include "hw3/hw_cap.h"
+#include "hw3/hw_cec.h"
+#include "hw3/hw_disp.h"
+#include "hw3/hw_dispout.h"
+#include "hw3/hw_extin.h"
+#include "hw3/hw_gpio.h"
+#include "hw3/hw_iic.h"
+#include "hw3/hw_ir.h"
+#include "hw3/hw_net.h"
+#include "hw3/hw_osd.h"
+#include "hw3/hw_pm.h"
+#include "hw3/hw_pwm.h"
+#include "hw3/hw_sar.h"
+#include "hw3/hw_sys.h"
+#include "hw3/hw_tuner.h"
+#include "hw3/hw_uart.h"
+#include "hw3/hw_video.h"
+#include "hw3/hw_wdt.h"
+#include "vset_call.h"
+
+// One line each.
+// clang-format off
+
+// System
+HW_Result_t HW_SYS_SetMiuSsc(HW_U32, HW_U16, HW_U16, HW_U8) { return vset::unmodelled(__func__); }
+HW_Result_t HW_SYS_UpgradeFw(HW_U32, const HW_U8*) { return vset::unmodelled(__func__); }
+HW_Result_t hw_sys_ReadReg(HW_U32, HW_U32, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t hw_sys_WriteReg(HW_U32, HW_U32, HW_U32) { return vset::unmodelled(__func__); }
+
+// Watchdog
+HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_WDT_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_WDT_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+
+// Power management and LEDs
+HW_Result_t HW_PM_Init(const HW_PM_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PM_GetHandle(const HW_PM_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PM_Open(const HW_PM_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PM_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PM_GetRtcTime(HW_Handle_t, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PM_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+
+// Audio
+HW_Result_t HW_AUDIO_Init(const HW_AUDIO_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AUDIO_DeInit() { return vset::unmodelled(__func__); }
+
+// Audio output
+HW_Result_t HW_AOUT_Init(const HW_AOUT_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_DeInit() { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_GetHandle(const HW_AOUT_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_Open(const HW_AOUT_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_SetDelay(HW_Handle_t, HW_U32, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_GetDelay(HW_Handle_t, HW_U32, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_SetVolume(HW_Handle_t, HW_U32, HW_U8) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_GetVolume(HW_Handle_t, HW_U32, HW_U8*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_AOUT_LoadAqParams(HW_Handle_t, const HW_AOUT_AqParams_t*) { return vset::unmodelled(__func__); }
+
+// Serial ports
+HW_Result_t HW_UART_Init(const HW_UART_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_GetHandle(const HW_UART_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_Open(const HW_UART_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_RegisterCallback(HW_Handle_t, const HW_UART_CallbackParams_t*, HW_U32*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t, const HW_UART_CallbackParams_t*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_SetBaudrate(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_Write(HW_Handle_t, const HW_UART_WriteParams_t*, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_UART_PutChar(HW_Handle_t, HW_U8) { return vset::unmodelled(__func__); }
+
+// Keypad and ADC
+HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_SAR_ConfigMode(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_SAR_SetVoltageLevel(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_SAR_AdcGetValue(HW_Handle_t, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t, const HW_SAR_CallbackParams_t*, HW_U32*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t, const HW_SAR_CallbackParams_t*)
+    { return vset::unmodelled(__func__); }
+
+// Two-wire buses
+HW_Result_t HW_IIC_Init(const HW_IIC_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_IIC_GetHandle(const HW_IIC_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_IIC_Open(const HW_IIC_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_IIC_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_IIC_Read(HW_Handle_t, const HW_IIC_ReadParams_t*, HW_U8**) { return vset::unmodelled(__func__); }
+HW_Result_t HW_IIC_Write(HW_Handle_t, const HW_IIC_WriteParams_t*, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_IIC_SetDebugLevel(HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_IIC_GetDeviceInfo(HW_U32, HW_IIC_DeviceInfo_t*) { return vset::unmodelled(__func__); }
+
+// Pads
+HW_Result_t HW_GPIO_GetHandle(const HW_GPIO_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_GPIO_Open(const HW_GPIO_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_GPIO_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_GPIO_SetOutput(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_GPIO_GetInput(HW_Handle_t, HW_U8*, HW_U8*) { return vset::unmodelled(__func__); }
+
+// Remote control
+HW_Result_t HW_IR_Init(const HW_IR_InitParams_t*) { return vset::unmodelled(__func__); }
+
+// External inputs
+HW_Result_t HW_EXTIN_Init(const HW_EXTIN_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_DeInit() { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_AutoGainOffset(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_DetectTvSystem(HW_Handle_t, HW_U32, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_GetSignalStatus(HW_Handle_t, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_FactorySetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_EXTIN_FactoryGetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+
+// CEC
+HW_Result_t HW_CEC_Init(const HW_CEC_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CEC_GetHandle(const HW_CEC_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CEC_Open(const HW_CEC_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CEC_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CEC_Enable(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CEC_Disable(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CEC_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+
+// PWM
+HW_Result_t HW_PWM_Init(const HW_PWM_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PWM_GetHandle(const HW_PWM_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PWM_Open(const HW_PWM_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PWM_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PWM_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_PWM_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+
+// Tuner
+HW_Result_t HW_TUNER_Init(const HW_TUNER_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_TUNER_GetCaps(HW_TUNER_Caps_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_TUNER_GetHandle(const HW_TUNER_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_TUNER_Open(const HW_TUNER_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_TUNER_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_TUNER_FactoryCmdGetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+HW_U32 HW_TUNER_FactoryCmdApplyVif(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__, 0); }
+HW_Result_t HW_TUNER_GetLock(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_TUNER_GetBer(HW_Handle_t, HW_S32*) { return vset::unmodelled(__func__); }
+
+// Video paths
+HW_Result_t HW_VIDEO_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+
+// Network
+HW_Result_t HW_NET_Init(const HW_NET_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_DeInit() { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_GetInterfaceName(HW_NET_InterfaceName_t*, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_Open(const HW_NET_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_DhcpOff(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_DhcpOn(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_SetMac(HW_Handle_t, const char*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_DeviceUp(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_NET_DeviceDown(HW_Handle_t) { return vset::unmodelled(__func__); }
+
+// On-screen display
+HW_Result_t HW_OSD_Init(const HW_OSD_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_GetLayerHandle(const HW_S32*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_LayerCreate(const HW_OSD_LayerAttr_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_LayerDestroy(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_LayerShow(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_LayerHide(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_LayerGetSize(HW_Handle_t, HW_U32*, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_LayerQueryWindowHandle(HW_Handle_t, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_LayerSetColorMatrix(HW_Handle_t, const HW_OSD_ColorMatrix_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_WindowCreate(const HW_OSD_WindowAttr_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_WindowSetZOrder(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_WindowShow(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_WindowHide(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_WindowFlipByExternSurface(HW_Handle_t, HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_WindowGetSurface(HW_Handle_t, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_SurfaceQueryCapability(HW_U32, HW_U32, HW_U32*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_SurfaceCreate(const HW_OSD_SurfaceAttr_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_SurfaceDestroy(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_SurfaceGetColorFormat(HW_Handle_t, HW_OSD_ColorFormatInfo_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_SurfaceLock(HW_Handle_t, HW_U64*, HW_U64*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_SurfaceUnlock(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_OSD_SurfaceGetSize(HW_Handle_t, HW_U32*, HW_U32*) { return vset::unmodelled(__func__); }
+
+// Display windows
+HW_Result_t HW_DISP_GetHandle(const char*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_Open(const HW_DISP_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_GetConnectedNum(HW_Handle_t, const HW_DISP_ConnectQuery_t*, HW_U32*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_GetConnected(HW_Handle_t, const HW_DISP_ConnectQuery_t*, HW_U32, HW_Handle_t*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_GetDispRect(HW_Handle_t, HW_DISP_Rect_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_SetInputRect(HW_Handle_t, const HW_DISP_InputRect_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_SetPictureParam(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_GetPictureParam(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_SetMute(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_SetUnMute(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_ApplySetting(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_GetController(const HW_DISP_ControllerParams_t*, HW_Handle_t*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_OpenController(const HW_DISP_ControllerParams_t*, HW_Handle_t*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_CloseController(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_SetControlAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISP_SetOutputTiming(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
+
+// Display output
+HW_Result_t HW_DISPOUT_Init(const HW_DISPOUT_InitParams_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISPOUT_GetHandle(const HW_DISPOUT_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISPOUT_Open(const HW_DISPOUT_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISPOUT_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISPOUT_PanelSetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_DISPOUT_PanelGetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
+
+// Capture
+HW_Result_t HW_CAP_Open(const HW_CAP_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CAP_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CAP_ConnectInput(HW_Handle_t, HW_Handle_t, const HW_CAP_ConnectParams_t*)
+    { return vset::unmodelled(__func__); }
+HW_Result_t HW_CAP_DisconnectInput(HW_Handle_t, HW_Handle_t) { return vset::unmodelled(__func__); }
+HW_Result_t HW_CAP_CaptureOne(HW_Handle_t, const HW_CAP_Description_t*, HW_CAP_Result_t*)
+    { return vset::unmodelled(__func__); }

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+// The person's door to the virtual set: its folder, power switch, journal and faults. What stands behind the HW_* and
+// DVAL_* functions is the program's door. Each family adds its own header (vset/flash.h, ...) with what a person can
+// see and do there.
+#ifndef VSET_VSET_H
+#define VSET_VSET_H
+
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#define VSET_API __attribute__((visibility("default")))
+
+namespace vset {
+
+// What a person asked for cannot be done; the text is one line and names the file or the name at fault.
+class VSET_API SetError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// --- The set's folder ------------------------------------------------------------------------------------------------
+
+// Makes a new set with its defaults in `strFolder`, which must be empty or not exist yet. Throws SetError.
+VSET_API void create(const std::string& strFolder);
+
+// What is damaged in a set's folder: one line each, naming the file. Changes nothing. Throws SetError when
+// `strFolder` is no set at all.
+VSET_API std::vector<std::string> check(const std::string& strFolder);
+
+// Takes the set in `strFolder`, made on first use, and switches it on. A set belongs to one process at a time.
+// A process that never calls this gets the set of defaultFolder() with its first middleware call. Throws SetError.
+VSET_API void attach(const std::string& strFolder);
+
+// Switches off and gives the folder back.
+VSET_API void detach();
+
+// The folder of the attached set, or an empty text.
+VSET_API std::string folder();
+
+// $VSET_DIR, else vset below $XDG_STATE_HOME, else below ~/.local/state.
+VSET_API std::string defaultFolder();
+
+// Where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves itself,
+// else the path unchanged.
+VSET_API std::string hostPath(const std::string& strPath);
+
+// While one lives, paths in this thread's libc calls are those of the PC, whatever they begin with. For the host
+// program's own files, which may well lie below /data or /mnt.
+class VSET_API HostPaths {
+public:
+    HostPaths();
+    ~HostPaths();
+    HostPaths(const HostPaths&) = delete;
+    HostPaths& operator=(const HostPaths&) = delete;
+};
+
+// --- Power -----------------------------------------------------------------------------------------------------------
+
+// Off and on again: all state outside the folder is lost, every handle is dead, every family must be initialised anew.
+// The process lives on, unlike that of a real set; whoever wants that too ends it.
+VSET_API void powerCycle();
+
+// How often the attached set has been switched on since it was made.
+VSET_API unsigned int bootCount();
+
+// Kills this process at the `u32Write`-th write to the set's storage from now on (1 = the next), as a power cut does.
+// 0 takes it back.
+VSET_API void cutPowerAtWrite(unsigned int u32Write);
+
+// --- Journal ---------------------------------------------------------------------------------------------------------
+
+struct JournalEntry {
+    std::uint64_t u64Number;                     // counts from 1 for the life of the process
+    std::chrono::steady_clock::time_point time;  // of the call's end
+    const char* pszCall;
+    std::string strArguments;  // "type=2 key=\"bootdelay\""
+    long long s64Result;       // a pointer counts as 1, null as 0
+    bool bFault;               // an injected fault answered
+};
+
+// The last calls of the middleware, oldest first.
+VSET_API std::vector<JournalEntry> journal();
+
+VSET_API void clearJournal();
+
+// How many entries are kept: 65,536 unless told otherwise; 0 switches the journal off.
+VSET_API void keepJournal(std::size_t entries);
+
+// --- Faults ----------------------------------------------------------------------------------------------------------
+
+// kAllocation in place of a middleware function: `new (std::nothrow)` of the host program and its libraries.
+constexpr const char* kAllocation = "allocation";
+
+struct Fault {
+    std::string strCall;        // the name of a middleware function, or kAllocation
+    long long s64Result = 3;    // what it answers; functions that return a pointer answer null
+    unsigned int u32From = 1;   // the first call to fail, counted from now
+    unsigned int u32Times = 1;  // how many fail; 0 = all from then on
+    int s32Errno = EIO;         // errno of the functions that set it
+};
+
+// Adds a fault. The function does nothing while it fails, except that a failing close of a file closes it.
+// Throws SetError when the middleware has no such function.
+VSET_API void inject(const Fault& stFault);
+
+VSET_API void clearFaults();
+
+// --- Handles ---------------------------------------------------------------------------------------------------------
+
+struct OpenHandle {
+    std::string strFamily;  // "HW_FLASH"
+    std::uint64_t u64Key;   // what is open: a flash type, a pad, a port
+    std::uint32_t u32Handle;
+    bool bPlayer;  // the set's own player holds it, not the library
+};
+
+// Everything that is open.
+VSET_API std::vector<OpenHandle> openHandles();
+
+}  // namespace vset
+
+#endif
