@@ -50,9 +50,3 @@ void operator delete(void* pMemory, std::size_t) noexcept {
 void operator delete[](void* pMemory, std::size_t) noexcept {
     std::free(pMemory);
 }
-void operator delete(void* pMemory, const std::nothrow_t&) noexcept {
-    std::free(pMemory);
-}
-void operator delete[](void* pMemory, const std::nothrow_t&) noexcept {
-    std::free(pMemory);
-}

@@ -131,7 +131,7 @@ void writeConfig(const std::string& strFolder, const SetConfig& stConfig) {
     for (const auto& [strName, u64Size] : stConfig.partitions) {
         json["partitions"][strName] = u64Size;
     }
-    const std::string strText = json.dump(2) + "\n";
+    const std::string strText = json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
     replaceFile(strFolder + kConfigFile, strText.data(), strText.size());
 }
 

@@ -32,21 +32,18 @@ private:
 };
 
 // Members transferred; -1 only when nothing was and the stream is in error.
-HW_S32 membersOf(std::size_t count, FILE* pStream)
-{
+HW_S32 membersOf(std::size_t count, FILE* pStream) {
     return count == 0 && std::ferror(pStream) != 0 ? -1 : static_cast<HW_S32>(count);
 }
 
-HW_S32 refuseNull()
-{
+HW_S32 refuseNull() {
     errno = EFAULT;
     return -1;
 }
 
 }  // namespace
 
-HW_Result_t HW_FS_Init(const HW_FS_InitParams_t* pstParams)
-{
+HW_Result_t HW_FS_Init(const HW_FS_InitParams_t* pstParams) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || pstParams->u32Reserved != 0) {
             return HW_ERR_INVALID_PARAMETER;
@@ -55,8 +52,7 @@ HW_Result_t HW_FS_Init(const HW_FS_InitParams_t* pstParams)
     });
 }
 
-HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags)
-{
+HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags) {
     return vset::call(__func__, {{"path", pszPath}, {"flags", s32Flags}}, [&]() -> HW_S32 {
         if (pszPath == nullptr) {
             errno = EFAULT;
@@ -70,22 +66,19 @@ HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags)
     });
 }
 
-HW_S32 HW_FS_Close(HW_S32 s32Fd)
-{
+HW_S32 HW_FS_Close(HW_S32 s32Fd) {
     // Descriptor 0 belongs to the host program; the set only says that it is closed.
     return vset::call(
         __func__, {{"fd", s32Fd}}, [&]() -> HW_S32 { return s32Fd == 0 ? 0 : close(s32Fd); }, vset::OnFault::act);
 }
 
-HW_S32 HW_FS_Write(HW_S32 s32Fd, const void* pData, HW_U32 u32Size)
-{
+HW_S32 HW_FS_Write(HW_S32 s32Fd, const void* pData, HW_U32 u32Size) {
     return vset::call(__func__, {{"fd", s32Fd}, {"size", u32Size}}, [&]() -> HW_S32 {
         return pData == nullptr && u32Size != 0 ? refuseNull() : static_cast<HW_S32>(write(s32Fd, pData, u32Size));
     });
 }
 
-FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode)
-{
+FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode) {
     return vset::call(__func__, {{"path", pszPath}, {"mode", pszMode}}, [&]() -> FILE* {
         if (pszPath == nullptr || pszMode == nullptr) {
             errno = EFAULT;
@@ -95,15 +88,13 @@ FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode)
     });
 }
 
-HW_S32 HW_FS_Fclose(FILE* pStream)
-{
+HW_S32 HW_FS_Fclose(FILE* pStream) {
     return vset::call(
         __func__, {}, [&]() -> HW_S32 { return pStream == nullptr ? refuseNull() : std::fclose(pStream); },
         vset::OnFault::act);
 }
 
-HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream)
-{
+HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
     return vset::call(__func__, {{"size", u32Size}, {"count", u32Count}}, [&]() -> HW_S32 {
         return pData == nullptr || pStream == nullptr
                    ? refuseNull()
@@ -111,8 +102,7 @@ HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream)
     });
 }
 
-HW_S32 HW_FS_Fwrite(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream)
-{
+HW_S32 HW_FS_Fwrite(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
     return vset::call(__func__, {{"size", u32Size}, {"count", u32Count}}, [&]() -> HW_S32 {
         return pData == nullptr || pStream == nullptr
                    ? refuseNull()
@@ -120,37 +110,31 @@ HW_S32 HW_FS_Fwrite(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pS
     });
 }
 
-HW_S32 HW_FS_Fseek(FILE* pStream, HW_S64 s64Offset, HW_S32 s32Whence)
-{
+HW_S32 HW_FS_Fseek(FILE* pStream, HW_S64 s64Offset, HW_S32 s32Whence) {
     return vset::call(__func__, {{"offset", s64Offset}, {"whence", s32Whence}}, [&]() -> HW_S32 {
         return pStream == nullptr ? refuseNull() : fseeko(pStream, static_cast<off_t>(s64Offset), s32Whence);
     });
 }
 
-HW_S32 HW_FS_Stat(const char* pszPath, struct stat* pstStat)
-{
+HW_S32 HW_FS_Stat(const char* pszPath, struct stat* pstStat) {
     return vset::call(__func__, {{"path", pszPath}}, [&]() -> HW_S32 {
         return pszPath == nullptr || pstStat == nullptr ? refuseNull() : stat(TreePath(pszPath).get(), pstStat);
     });
 }
 
-HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode)
-{
+HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode) {
     return vset::call(__func__, {{"path", pszPath}, {"mode", u32Mode}}, [&]() -> HW_S32 {
         return pszPath == nullptr ? refuseNull() : mkdir(TreePath(pszPath).get(), static_cast<mode_t>(u32Mode));
     });
 }
 
-HW_S32 HW_FS_Unlink(const char* pszPath)
-{
-    return vset::call(__func__, {{"path", pszPath}}, [&]() -> HW_S32 {
-        return pszPath == nullptr ? refuseNull() : unlink(TreePath(pszPath).get());
-    });
+HW_S32 HW_FS_Unlink(const char* pszPath) {
+    return vset::call(__func__, {{"path", pszPath}},
+                      [&]() -> HW_S32 { return pszPath == nullptr ? refuseNull() : unlink(TreePath(pszPath).get()); });
 }
 
 // What the set has written is in the host's hands at once and survives the power cut of a virtual set, so there is
 // nothing to flush; the call is in the journal.
-HW_S32 HW_FS_Sync(void)
-{
+HW_S32 HW_FS_Sync(void) {
     return vset::call(__func__, {}, []() -> HW_S32 { return 0; });
 }

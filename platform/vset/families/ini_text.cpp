@@ -85,7 +85,7 @@ IniText::IniText(std::string_view text)
     : _bByteOrderMark(text.substr(0, kByteOrderMark.size()) == kByteOrderMark),
       _bCarriageReturns(text.find("\r\n") != std::string_view::npos) {
     text.remove_prefix(_bByteOrderMark ? kByteOrderMark.size() : 0);
-    for (std::size_t end; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1)) {
+    for (std::size_t end = 0; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1)) {
         _lines.emplace_back(text.substr(0, end));
     }
     _lines.emplace_back(text);

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the library prints with its debug switch on.
+#ifndef TESTS_SUPPORT_LOG_CAPTURE_H
+#define TESTS_SUPPORT_LOG_CAPTURE_H
+
+#include <cstdio>
+#include <regex>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "a_vextvfapi_common.h"
+#include "vset/vset.h"
+
+namespace test {
+
+// The debug switch as a file of the attached set, looked at by the library anew.
+inline void switchLog(bool bOn) {
+    const std::string strSwitch = vset::hostPath("/data/tvfapi_hal_debug");
+    if (bOn) {
+        std::fclose(std::fopen(strSwitch.c_str(), "w"));
+    } else {
+        std::remove(strSwitch.c_str());
+    }
+    _a_vextvfapi_common_init();
+}
+
+// Runs `body` with the log on and returns what came to standard output, source lines taken out: "<function:123>"
+// becomes "<function>".
+template <class Body>
+std::string logOf(Body&& body) {
+    std::fflush(stdout);
+    testing::internal::CaptureStdout();
+    switchLog(true);
+    testing::internal::GetCapturedStdout();
+    testing::internal::CaptureStdout();
+    body();
+    std::fflush(stdout);
+    const std::string strLog = testing::internal::GetCapturedStdout();
+    switchLog(false);
+    if (testing::Test::HasFailure()) {
+        // A failed expectation inside the body went the way of the log.
+        std::fputs(strLog.c_str(), stderr);
+    }
+    static const std::regex kLine("<([A-Za-z_0-9]+):[0-9]+>");
+    return std::regex_replace(strLog, kLine, "<$1>");
+}
+
+}  // namespace test
+
+#endif

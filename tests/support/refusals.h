@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// Calls of the middleware that are refused, as rows of a table.
+#ifndef TESTS_SUPPORT_REFUSALS_H
+#define TESTS_SUPPORT_REFUSALS_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "hw3/hw_types.h"
+
+namespace test {
+
+// What outputs hold before a call that must not touch them.
+constexpr HW_U32 kUntouched = 0xA5A5A5A5;
+
+inline const HW_U8* u8(const char* pszText) {
+    return reinterpret_cast<const HW_U8*>(pszText);
+}
+inline const HW_U8* u8(const std::string& strText) {
+    return u8(strText.c_str());
+}
+
+struct Refusal {
+    const char* pszName;
+    HW_Result_t result;
+    std::function<HW_Result_t()> call;
+};
+
+inline void expectRefusals(const std::vector<Refusal>& rows) {
+    for (const Refusal& stRow : rows) {
+        EXPECT_EQ(stRow.call(), stRow.result) << stRow.pszName;
+    }
+}
+
+}  // namespace test
+
+#endif

@@ -1,0 +1,434 @@
+// SPDX-License-Identifier: Apache-2.0
+// The virtual set's models of system attributes, configuration files and memory.
+#include <chrono>
+#include <cstring>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "hw3/hw_flash.h"
+#include "hw3/hw_os.h"
+#include "hw3/hw_sys.h"
+#include "support/refusals.h"
+#include "support/set_fixture.h"
+#include "vset/sys.h"
+
+namespace {
+
+using test::expectRefusals;
+using test::kUntouched;
+using test::u8;
+using Bytes = std::vector<HW_U8>;
+
+// --- System attributes -----------------------------------------------------------------------------------------------
+
+class VsetSys : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+    }
+};
+
+TEST_F(VsetSys, AttributesAreThoseOfTheFolder) {
+    vset::sys::CustomerHash hash;
+    for (std::size_t i = 0; i < hash.size(); ++i) {
+        hash[i] = static_cast<unsigned char>(0xF0 - i);
+    }
+    vset::sys::setCustomerHash(hash);
+    const std::string strPath = "/vendor/" + std::string(119, 'p');  // 127 characters
+    vset::sys::setDataIndexPath(strPath);
+    vset::powerCycle();
+    vset::sys::CustomerHash got = {};
+    Bytes path(128, 0xA5);
+    HW_SYS_AttrBuffer_t stHash = {got.data(), 16, kUntouched};
+    HW_SYS_AttrBuffer_t stPath = {path.data(), 128, kUntouched};
+    EXPECT_EQ(HW_SYS_GetAttr(E_HW_SYS_ATTR_CUSTOMER_HASH, &stHash), HW_ERR_NOT_INITED);
+    const HW_SYS_InitParams_t stReserved = {1};
+    const HW_SYS_InitParams_t stZero = {};
+    HW_SYS_AttrBuffer_t stShortHash = {got.data(), 15, kUntouched};
+    HW_SYS_AttrBuffer_t stShortPath = {path.data(), 127, kUntouched};
+    HW_SYS_AttrBuffer_t stNoBuffer = {nullptr, 128, kUntouched};
+    expectRefusals({
+        {"init with rubbish", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_Init(&stReserved); }},
+        {"init", HW_OK, [&] { return HW_SYS_Init(&stZero); }},
+        {"unknown", HW_ERR_NOT_SUPPORT, [&] { return HW_SYS_GetAttr(10, &stHash); }},
+        {"no buffer", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetAttr(12, &stNoBuffer); }},
+        {"hash does not fit", HW_ERR_LIMITION, [&] { return HW_SYS_GetAttr(9, &stShortHash); }},
+        {"NUL does not fit", HW_ERR_LIMITION, [&] { return HW_SYS_GetAttr(12, &stShortPath); }},
+    });
+    EXPECT_EQ(got, vset::sys::CustomerHash{});
+    EXPECT_EQ(path, Bytes(128, 0xA5));
+    EXPECT_EQ(HW_SYS_GetAttr(E_HW_SYS_ATTR_CUSTOMER_HASH, &stHash), HW_OK);
+    EXPECT_EQ(got, hash);
+    EXPECT_EQ(stHash.u32CopiedSize, 16u);
+    EXPECT_EQ(HW_SYS_GetAttr(E_HW_SYS_ATTR_DATAINDEX_PATH, &stPath), HW_OK);
+    EXPECT_STREQ(reinterpret_cast<char*>(path.data()), strPath.c_str());
+    EXPECT_EQ(stPath.u32CopiedSize, kUntouched);
+}
+
+// --- Configuration files ---------------------------------------------------------------------------------------------
+
+class VsetConfig : public VsetSys {
+protected:
+    static HW_Handle_t opened(const std::string& strPath) {
+        HW_Handle_t hConfig = 0;
+        EXPECT_EQ(HW_SYS_OpenConfigFile(u8(strPath), &hConfig), HW_OK);
+        return hConfig;
+    }
+    static std::string get(HW_Handle_t hConfig, const std::string& strKey) {
+        HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, 0, nullptr};
+        const HW_Result_t result = HW_SYS_GetConfigData(hConfig, u8(strKey), &stData);
+        if (result != HW_OK) {
+            EXPECT_TRUE(stData.u32Length == 0 && stData.pu8Data == nullptr);
+            return "error " + std::to_string(result);
+        }
+        EXPECT_EQ(stData.pu8Data[stData.u32Length], 0);
+        return {reinterpret_cast<const char*>(stData.pu8Data), stData.u32Length};
+    }
+    static HW_Result_t set(HW_Handle_t hConfig, const std::string& strKey, const std::string& strValue) {
+        // Without a NUL: the length counts.
+        const Bytes value(strValue.begin(), strValue.end());
+        const HW_U8 u8None = 0;
+        const HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, static_cast<HW_U32>(value.size()),
+                                            value.empty() ? &u8None : value.data()};
+        return HW_SYS_SetConfigData(hConfig, u8(strKey), &stData);
+    }
+};
+
+TEST_F(VsetConfig, ReadsAsItIsWritten) {
+    write("/data/a.ini",
+          "\xEF\xBB\xBFglobal = 0\r\n[ first ]  # section\n  key=value \nQuoted = \"a b\"\ninner = say \"hi\"\n"
+          "blanks = \"  x  \"\nhalf = \"x\n;off = 1\n #off = 2\nno value\nempty =\n[other]\nkey = 9\n"
+          "colon:key = c\ntwice = 1\ntwice = 2\n[first]\nlate = l = m ; n\r\n[open\nlast = e");
+    const HW_Handle_t hConfig = opened("/data/a.ini");
+    const struct {
+        const char* pszKey;
+        const char* pszValue;
+    } kRows[] = {
+        {":global", "0"},
+        {"first:key", "value"},
+        {"FIRST:Key", "value"},
+        {"first:quoted", "a b"},
+        {"first:inner", "say \"hi\""},
+        {"first:blanks", "  x  "},
+        {"first:half", "\"x"},
+        {"first:empty", ""},
+        {"first:late", "l = m ; n"},
+        {"first:last", "e"},
+        {"first:off", "error 3"},
+        {"first:;off", "error 3"},
+        {"first:no value", "error 3"},
+        {"other:key", "9"},
+        {"other:colon:key", "c"},
+        {"other:twice", "2"},
+        {"other:late", "error 3"},
+        {"none:key", "error 3"},
+        {"first:", "error 3"},
+        {"firstkey", "error 8"},
+        {"", "error 8"},
+    };
+    for (const auto& stRow : kRows) {
+        EXPECT_EQ(get(hConfig, stRow.pszKey), stRow.pszValue) << stRow.pszKey;
+    }
+}
+
+TEST_F(VsetConfig, SettingLeavesEverythingElseAsItIs) {
+    const struct {
+        const char* pszName;
+        const char* pszBefore;
+        std::vector<std::pair<const char*, const char*>> values;
+        const char* pszAfter;
+    } kRows[] = {
+        {"in place",
+         "# head\n\n[a]\n  k\t=  old   \n; mine\nbad line\nk2=1\n\n\n# about b\n[b]\nk=2\n# tail",
+         {{"a:k", "new"}, {"A:K2", "x"}},
+         "# head\n\n[a]\n  k\t=  new\n; mine\nbad line\nk2=x\n\n\n# about b\n[b]\nk=2\n# tail"},
+        {"added behind the section's last key",
+         "[a]\nk=1\n\n# about b\n[b]\n",
+         {{"a:n", "2"}, {"b:m", "3"}},
+         "[a]\nk=1\nn = 2\n\n# about b\n[b]\nm = 3\n"},
+        {"a new section", "[a]\nk=1", {{"c:x", "1"}, {"c:y", "2"}}, "[a]\nk=1\n\n[c]\nx = 1\ny = 2\n"},
+        {"an empty file", "", {{"c:x", "1"}}, "[c]\nx = 1\n"},
+        {"before all sections", "# head\nk=1\n[a]\n", {{":n", "2"}}, "# head\nk=1\nn = 2\n[a]\n"},
+        {"quotes stay", "[a]\nk = \"old\"\n", {{"a:k", "new"}}, "[a]\nk = \"new\"\n"},
+        {"of two the one that counts", "[a]\nk=1\nk=2\n", {{"a:k", "3"}}, "[a]\nk=1\nk=3\n"},
+        {"line ends of another system", "[a]\r\nk=1\r\n", {{"a:k", "2"}, {"a:n", "3"}}, "[a]\r\nk=2\r\nn = 3\r\n"},
+        {"byte order mark", "\xEF\xBB\xBF[a]\nk=1\n", {{"a:k", "2"}}, "\xEF\xBB\xBF[a]\nk=2\n"},
+    };
+    for (const auto& stRow : kRows) {
+        SCOPED_TRACE(stRow.pszName);
+        write("/data/s.ini", stRow.pszBefore);
+        const HW_Handle_t hConfig = opened("/data/s.ini");
+        for (const auto& [pszKey, pszValue] : stRow.values) {
+            EXPECT_EQ(set(hConfig, pszKey, pszValue), HW_OK);
+        }
+        EXPECT_EQ(read("/data/s.ini"), stRow.pszBefore) << "only closing writes";
+        EXPECT_EQ(HW_SYS_CloseConfigFile(hConfig), HW_OK);
+        EXPECT_EQ(read("/data/s.ini"), stRow.pszAfter);
+    }
+}
+
+TEST_F(VsetConfig, WhatWasSetIsReadBackExactly) {
+    write("/data/r.ini", "[a]\nk = \"quoted\"\n");
+    HW_Handle_t hConfig = opened("/data/r.ini");
+    for (const char* pszKey : {"a:k", "a:new"}) {
+        for (const char* pszValue : {"", " ", " x ", "\tx", "\"x\"", "\"", "\"\"", "a\"b", "; no comment", "x = y"}) {
+            EXPECT_EQ(set(hConfig, pszKey, pszValue), HW_OK);
+            EXPECT_EQ(get(hConfig, pszKey), pszValue);
+            EXPECT_EQ(HW_SYS_CloseConfigFile(hConfig), HW_OK);
+            hConfig = opened("/data/r.ini");
+            EXPECT_EQ(get(hConfig, pszKey), pszValue);
+        }
+    }
+    const std::string strBefore = read("/data/r.ini");
+    const struct {
+        const char* pszKey;
+        std::string strValue;
+    } kRefused[] = {{"a:k", "two\nlines"}, {"a:k", "x\r"},  {"a:k", std::string("x\0y", 3)},
+                    {"a:", "x"},           {"ak", "x"},     {"a:b=c", "x"},
+                    {"a:#c", "x"},         {"a:[c", "x"},   {"a: k", "x"},
+                    {"a]:k", "x"},         {"a\n[b:k", "x"}};
+    for (const auto& stRow : kRefused) {
+        EXPECT_EQ(set(hConfig, stRow.pszKey, stRow.strValue), HW_ERR_INVALID_PARAMETER) << stRow.pszKey;
+    }
+    struct stat stBefore = {};
+    struct stat stAfter = {};
+    ASSERT_EQ(stat(vset::hostPath("/data/r.ini").c_str(), &stBefore), 0);
+    EXPECT_EQ(HW_SYS_CloseConfigFile(hConfig), HW_OK);
+    ASSERT_EQ(stat(vset::hostPath("/data/r.ini").c_str(), &stAfter), 0);
+    EXPECT_EQ(stBefore.st_ino, stAfter.st_ino) << "nothing was set, so nothing was written";
+    EXPECT_EQ(read("/data/r.ini"), strBefore);
+}
+
+TEST_F(VsetConfig, HandlesAndTexts) {
+    write("/data/h.ini", "[a]\nk = first\n");
+    const HW_Handle_t hOne = opened("/data/h.ini");
+    const HW_Handle_t hTwo = opened("/data/h.ini");
+    EXPECT_NE(hOne, hTwo);
+    HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, 0, nullptr};
+    ASSERT_EQ(HW_SYS_GetConfigData(hOne, u8("a:k"), &stData), HW_OK);
+    const auto* pszFirst = reinterpret_cast<const char*>(stData.pu8Data);
+    for (int i = 0; i < 100; ++i) {
+        set(hOne, "a:k", "value " + std::to_string(i));
+        get(hOne, "a:k");
+    }
+    EXPECT_STREQ(pszFirst, "first") << "valid until the file is closed";
+    EXPECT_EQ(get(hTwo, "a:k"), "first") << "each handle has its own copy";
+    EXPECT_EQ(HW_SYS_CloseConfigFile(hTwo), HW_OK);
+    EXPECT_EQ(HW_SYS_CloseConfigFile(hOne), HW_OK);
+    EXPECT_EQ(read("/data/h.ini"), "[a]\nk = value 99\n");
+
+    HW_Handle_t hConfig = kUntouched;
+    HW_SYS_ConfigData_t stType = {1, 0, nullptr};
+    const HW_Handle_t hOpen = opened("/data/h.ini");
+    expectRefusals({
+        {"closed", HW_ERR_INVALID_HANDLE, [&] { return HW_SYS_CloseConfigFile(hOne); }},
+        {"get by a closed one", HW_ERR_INVALID_HANDLE, [&] { return HW_SYS_GetConfigData(hOne, u8("a:k"), &stData); }},
+        {"set by a closed one", HW_ERR_INVALID_HANDLE, [&] { return set(hOne, "a:k", "x"); }},
+        {"missing", HW_ERR_FAILED, [&] { return HW_SYS_OpenConfigFile(u8("/data/none.ini"), &hConfig); }},
+        {"a folder", HW_ERR_FAILED, [&] { return HW_SYS_OpenConfigFile(u8("/data"), &hConfig); }},
+        {"other type", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetConfigData(hOpen, u8("a:k"), &stType); }},
+    });
+    EXPECT_EQ(hConfig, kUntouched);
+    vset::powerCycle();
+    EXPECT_EQ(get(hOpen, "a:k"), "error 7");
+    EXPECT_EQ(HW_SYS_OpenConfigFile(u8("/data/h.ini"), &hConfig), HW_ERR_NOT_INITED);
+}
+
+TEST_F(VsetConfig, ANewSetLeadsFromItsIndexToItsKeypad) {
+    const HW_Handle_t hIndex = opened(vset::sys::dataIndexPath());
+    const HW_Handle_t hBoard = opened(get(hIndex, "board:m_pBoardName"));
+    EXPECT_EQ(get(hBoard, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_LEVEL_NUM"), "5");
+    EXPECT_EQ(get(hBoard, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_THRESHOLD"), "0x1F,0x4A,0x75,0xA0,0xCB");
+    EXPECT_EQ(get(opened(get(hIndex, "ir:m_pIrConfig_File")), "IR:IR_FORMAT"), "1");
+}
+
+// --- Memory ----------------------------------------------------------------------------------------------------------
+
+class VsetMemory : public VsetSys {
+protected:
+    // Null when nothing is addressable there.
+    static HW_U8* at(HW_U64 u64PhysAddr) {
+        HW_U64 u64Virt = kUntouched;
+        const HW_Result_t result = HW_OS_Pa2NonCachedVa(u64PhysAddr, &u64Virt);
+        if (result != HW_OK) {
+            EXPECT_EQ(result, HW_ERR_INVALID_PARAMETER);
+            EXPECT_EQ(u64Virt, kUntouched);
+            return nullptr;
+        }
+        return reinterpret_cast<HW_U8*>(u64Virt);
+    }
+    // Every byte can be written, no byte behind the end.
+    static void expectMemory(HW_U64 u64Start, HW_U32 u32Length) {
+        HW_U8* const pu8Memory = at(u64Start);
+        ASSERT_NE(pu8Memory, nullptr);
+        EXPECT_NE(reinterpret_cast<HW_U64>(pu8Memory), u64Start);
+        EXPECT_EQ(pu8Memory[u32Length - 1], 0);
+        std::memset(pu8Memory, 0x5A, u32Length);
+        EXPECT_EQ(at(u64Start + u32Length - 1), pu8Memory + u32Length - 1);
+        EXPECT_EQ(at(u64Start + u32Length), nullptr);
+        EXPECT_EQ(at(u64Start - 1), nullptr);
+        volatile HW_U8* const pu8Behind = pu8Memory + u32Length;
+        EXPECT_DEATH(*pu8Behind = 0, "");
+        volatile HW_U8* const pu8Before = pu8Memory - 1;
+        EXPECT_DEATH(*pu8Before = 0, "");
+    }
+    static HW_Result_t allocate(HW_U32 u32Length, HW_U64* pu64PhysAddr) {
+        HW_OS_IommuRequest_t stRequest = {"a name of thirty-two characters", u32Length, 1, 0, kUntouched};
+        stRequest.acName[31] = '!';  // no NUL
+        const HW_Result_t result = HW_OS_AllocateIommuMemory(&stRequest);
+        EXPECT_EQ(stRequest.u64PhysAddr == kUntouched, result != HW_OK);
+        *pu64PhysAddr = stRequest.u64PhysAddr;
+        return result;
+    }
+    static HW_Result_t release(HW_U64 u64PhysAddr, HW_U32 u32Length, HW_U32 u32Reserved = 0) {
+        const HW_OS_IommuRelease_t stRelease = {u64PhysAddr, u32Length, u32Reserved};
+        return HW_OS_FreeIommuMemory(&stRelease);
+    }
+};
+
+TEST_F(VsetMemory, RegionsAreWhereTheLayoutSays) {
+    testing::FLAGS_gtest_death_test_style = "fast";
+    const struct {
+        HW_U32 u32MmapId;
+        HW_U32 u32Length;
+        bool bAlwaysAddressable;
+    } kRows[] = {{E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, 0x1800000, true},
+                 {E_HW_SYS_MMAP_ID_FACTORY_CANVAS, 0x400000, false}};
+    for (const auto& stRow : kRows) {
+        SCOPED_TRACE(stRow.u32MmapId);
+        HW_SYS_MmapInfo_t stInfo = {};
+        ASSERT_EQ(HW_SYS_GetMmapLayout(stRow.u32MmapId, &stInfo), HW_OK);
+        EXPECT_EQ(stInfo.u32Length, stRow.u32Length);
+        EXPECT_EQ(stInfo.u32MmapId, stRow.u32MmapId);
+        EXPECT_NE(stInfo.u64MiuBase, 0u);
+        EXPECT_NE(stInfo.u64Offset, 0u);
+        const HW_U64 u64Start = stInfo.u64MiuBase + stInfo.u64Offset;
+        EXPECT_EQ(u64Start % 0x1000, 0u);
+        EXPECT_EQ(at(u64Start) != nullptr, stRow.bAlwaysAddressable);
+
+        HW_SYS_MmapInfo_t stAllocated = {};
+        EXPECT_EQ(HW_SYS_FreeMmapLayout(stRow.u32MmapId), HW_ERR_FAILED);
+        ASSERT_EQ(HW_SYS_AllocateMmapLayout(stRow.u32MmapId, &stAllocated), HW_OK);
+        EXPECT_EQ(std::memcmp(&stInfo, &stAllocated, sizeof(stInfo)), 0);
+        EXPECT_EQ(HW_SYS_AllocateMmapLayout(stRow.u32MmapId, &stAllocated), HW_ERR_BUSY);
+        expectMemory(u64Start, stRow.u32Length);
+        EXPECT_THROW(vset::sys::resizeRegion(stRow.u32MmapId, 1), vset::SetError) << "while it is allocated";
+        ASSERT_EQ(HW_SYS_FreeMmapLayout(stRow.u32MmapId), HW_OK);
+        EXPECT_EQ(at(u64Start) != nullptr, stRow.bAlwaysAddressable);
+
+        vset::sys::resizeRegion(stRow.u32MmapId, 0x2000);
+        ASSERT_EQ(HW_SYS_AllocateMmapLayout(stRow.u32MmapId, &stInfo), HW_OK);
+        EXPECT_EQ(stInfo.u32Length, 0x2000u);
+        expectMemory(u64Start, 0x2000);
+        vset::powerCycle();
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        EXPECT_EQ(at(u64Start) != nullptr, stRow.bAlwaysAddressable);
+        ASSERT_EQ(HW_SYS_GetMmapLayout(stRow.u32MmapId, &stInfo), HW_OK);
+        EXPECT_EQ(stInfo.u32Length, stRow.u32Length);
+    }
+}
+
+TEST_F(VsetMemory, TheIommuHandsOutWhatItHas) {
+    testing::FLAGS_gtest_death_test_style = "fast";
+    HW_U64 u64First = 0;
+    HW_U64 u64Second = 0;
+    ASSERT_EQ(allocate(0x8000, &u64First), HW_OK);
+    ASSERT_EQ(allocate((64u << 20) - 0x8000, &u64Second), HW_OK);
+    EXPECT_GT(u64Second, 0xFFFFFFFFu) << "an address cut to 32 bits shows";
+    expectMemory(u64First, 0x8000);
+    EXPECT_EQ(vset::sys::memoryMap().size(), 4u);
+    EXPECT_EQ(vset::sys::memoryMap()[2].strName, "a name of thirty-two characters!");
+    HW_U64 u64Third = 0;
+    expectRefusals({
+        {"one byte too many", HW_ERR_MEMORY_ALLOCATE, [&] { return allocate(1, &u64Third); }},
+        {"nothing", HW_ERR_INVALID_PARAMETER, [&] { return allocate(0, &u64Third); }},
+        {"free another length", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First, 0x4000); }},
+        {"free inside", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First + 0x1000, 0x8000); }},
+        {"free with rubbish", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First, 0x8000, 1); }},
+        {"free", HW_OK, [&] { return release(u64First, 0x8000); }},
+        {"free twice", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First, 0x8000); }},
+    });
+    EXPECT_EQ(at(u64First), nullptr);
+    ASSERT_EQ(allocate(0x4000, &u64Third), HW_OK);
+    EXPECT_NE(u64Third, u64First) << "an old address stays dead";
+    vset::powerCycle();
+    EXPECT_EQ(allocate(0x4000, &u64Third), HW_ERR_NOT_INITED);
+    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+    EXPECT_EQ(at(u64Second), nullptr);
+    vset::sys::setIommuMemory(0x4000);
+    EXPECT_EQ(allocate(0x8000, &u64Third), HW_ERR_MEMORY_ALLOCATE);
+}
+
+TEST_F(VsetMemory, TheMemoryMapRefusesWhatItHasNot) {
+    HW_SYS_MmapInfo_t stInfo = {};
+    stInfo.u32Length = kUntouched;
+    expectRefusals({
+        {"unknown", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_AllocateMmapLayout(1, &stInfo); }},
+        {"unknown", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetMmapLayout(346, &stInfo); }},
+        {"unknown", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_FreeMmapLayout(0); }},
+    });
+    EXPECT_EQ(at(0), nullptr);
+    EXPECT_EQ(at(~HW_U64{0}), nullptr);
+    EXPECT_THROW(vset::sys::resizeRegion(1, 0x1000), vset::SetError);
+    EXPECT_THROW(vset::sys::resizeRegion(378, vset::sys::kRegionLimit + 1), vset::SetError);
+    vset::powerCycle();
+    EXPECT_EQ(HW_SYS_GetMmapLayout(347, &stInfo), HW_ERR_NOT_INITED);
+    EXPECT_EQ(stInfo.u32Length, kUntouched);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(HW_OS_DelayTask(30), HW_OK) << "works before HW_SYS_Init";
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
+}
+
+TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
+    const HW_FLASH_InitParams_t stInit = {};
+    const HW_FLASH_OpenParams_t stOpen = {2, {}};
+    const HW_FLASH_HandleParams_t stFind = {2, {}};
+    HW_Handle_t hFlash = 0;
+    HW_Handle_t hConfig = 0;
+    ASSERT_EQ(HW_FLASH_Init(&stInit), HW_OK);
+    ASSERT_EQ(HW_FLASH_Open(&stOpen, &hFlash), HW_OK);
+    ASSERT_EQ(HW_SYS_OpenConfigFile(u8("/vendor/factory/config/ir.ini"), &hConfig), HW_OK);
+    HW_U8 u8Byte = 0;
+    HW_U32 u32Report = 0;
+    const HW_FLASH_EnvVar_t stNoImage = {nullptr, u8("k"), &u8Byte};
+    const HW_FLASH_EnvVar_t stNoKey = {&u8Byte, nullptr, &u8Byte};
+    const HW_FLASH_EnvVar_t stNoValue = {&u8Byte, u8("k"), nullptr};
+    const HW_FLASH_Transfer_t stTransfer = {2, u8("misc"), 0, &u8Byte, 1};
+    HW_SYS_ConfigData_t stNoText = {E_HW_SYS_CONFIG_DATA_STRING, 1, nullptr};
+    const std::function<HW_Result_t()> kCalls[] = {
+        [&] { return HW_FLASH_Init(nullptr); },
+        [&] { return HW_FLASH_Open(nullptr, &hFlash); },
+        [&] { return HW_FLASH_Open(&stOpen, nullptr); },
+        [&] { return HW_FLASH_GetHandle(nullptr, &hFlash); },
+        [&] { return HW_FLASH_GetHandle(&stFind, nullptr); },
+        [&] { return HW_FLASH_LoadEnv(hFlash, nullptr); },
+        [&] { return HW_FLASH_StoreEnv(hFlash, nullptr); },
+        [&] { return HW_FLASH_GetEnvVar(hFlash, nullptr); },
+        [&] { return HW_FLASH_GetEnvVar(hFlash, &stNoImage); },
+        [&] { return HW_FLASH_GetEnvVar(hFlash, &stNoKey); },
+        [&] { return HW_FLASH_SetEnvVar(hFlash, nullptr); },
+        [&] { return HW_FLASH_SetEnvVar(hFlash, &stNoValue); },
+        [&] { return HW_FLASH_Read(hFlash, nullptr, &u32Report); },
+        [&] { return HW_FLASH_Read(hFlash, &stTransfer, nullptr); },
+        [&] { return HW_FLASH_Write(hFlash, &stTransfer, nullptr); },
+        [&] { return HW_SYS_GetAttr(9, nullptr); },
+        [&] { return HW_SYS_OpenConfigFile(nullptr, &hConfig); },
+        [&] { return HW_SYS_OpenConfigFile(u8("/vendor/factory/config/ir.ini"), nullptr); },
+        [&] { return HW_SYS_GetConfigData(hConfig, nullptr, &stNoText); },
+        [&] { return HW_SYS_GetConfigData(hConfig, u8("IR:IR_FORMAT"), nullptr); },
+        [&] { return HW_SYS_SetConfigData(hConfig, u8("IR:IR_FORMAT"), nullptr); },
+        [&] { return HW_SYS_SetConfigData(hConfig, u8("IR:IR_FORMAT"), &stNoText); },
+        [&] { return HW_SYS_GetMmapLayout(347, nullptr); },
+        [&] { return HW_SYS_AllocateMmapLayout(378, nullptr); },
+        [&] { return HW_OS_AllocateIommuMemory(nullptr); },
+        [&] { return HW_OS_FreeIommuMemory(nullptr); },
+        [&] { return HW_OS_Pa2NonCachedVa(0x2A000000, nullptr); },
+    };
+    for (const auto& call : kCalls) {
+        EXPECT_EQ(call(), HW_ERR_INVALID_PARAMETER) << &call - kCalls;
+    }
+}
+
+}  // namespace
