@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+// Checked lines.
+#include "command.h"
+
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::string_view kPowerCycle = "power-cycle";
+
+template <class Row, class NameOf>
+std::string didYouMean(std::string_view word, const std::vector<Row>& rows, NameOf&& nameOf) {
+    std::vector<std::string> names;
+    for (const Row& row : rows) {
+        names.push_back(nameOf(row));
+    }
+    const std::string near = nearest(word, names);
+    return near.empty() ? "" : ", did you mean " + near + "?";
+}
+
+}  // namespace
+
+std::string unknownOperation(std::string_view word) {
+    return "no such operation: " + std::string(word) +
+           didYouMean(word, operations(), [](const Operation& operation) { return operation.shortName(); });
+}
+
+Command Command::parse(const Words& words) {
+    Command command;
+    command._words = words;
+    if (words.empty()) {
+        throw UsageError("an operation or \"set\" is missing");
+    }
+    if (words[0] != "set") {
+        command._operation = findOperation(words[0]);
+        if (command._operation == nullptr) {
+            throw UsageError(unknownOperation(words[0]));
+        }
+        command._arguments = parseArguments(*command._operation, {words.begin() + 1, words.end()});
+        return command;
+    }
+    if (words.size() < 2) {
+        throw UsageError("set: what is to be done is missing");
+    }
+    command._powerCycle = words[1] == kPowerCycle;
+    if (command._powerCycle) {
+        if (words.size() > 2) {
+            throw UsageError("set power-cycle: " + display(words[2], 40) + " is one argument too many");
+        }
+        return command;
+    }
+    command._hand = findHand(words[1]);
+    if (command._hand == nullptr) {
+        throw UsageError("no such command: set " + words[1] +
+                         didYouMean(words[1], hands(), [](const Hand& hand) { return std::string(hand.name); }));
+    }
+    try {
+        command._arguments = parseWords(command._hand->arguments, {words.begin() + 2, words.end()});
+    } catch (const UsageError& error) {
+        throw UsageError("set " + words[1] + ": " + error.what() + "; usage: set " + words[1] +
+                         argumentsUsage(command._hand->arguments));
+    }
+    return command;
+}
+
+std::vector<std::string> Command::outputNames() const {
+    std::vector<std::string> names;
+    if (_operation != nullptr) {
+        for (const Output& output : _operation->outputs) {
+            names.emplace_back(output.name);
+        }
+    } else if (_hand != nullptr) {
+        for (const Output& output : _hand->outputs) {
+            names.emplace_back(output.name);
+        }
+    }
+    return names;
+}
+
+std::string Command::text() const {
+    std::string line;
+    for (std::size_t i = 0; i < _words.size(); ++i) {
+        const bool isName = i == 0 && _operation != nullptr;
+        line += (i == 0 ? "" : " ") + (isName ? _operation->shortName() : quoteWord(_words[i]));
+    }
+    return line;
+}
+
+Outcome Command::run() const {
+    if (_operation != nullptr) {
+        return invoke(*_operation, _arguments);
+    }
+    Outcome outcome;
+    if (_hand == nullptr) {
+        return outcome;
+    }
+    Call call(_arguments);
+    try {
+        _hand->run(call);
+    } catch (const vset::SetError& error) {
+        outcome.status = -1;
+        outcome.good = false;
+        call.out("error", std::string(error.what()));
+    }
+    outcome.outputs = std::move(call.outputs());
+    return outcome;
+}
+
+std::string Command::word(const Outcome& outcome) const {
+    return statusWord(_operation != nullptr ? _operation->result : Result::status, outcome.status);
+}
+
+}  // namespace tool

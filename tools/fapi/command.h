@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+// One line of the shell, of a plan or of `fapi call`: an operation, or something that a person does to the set.
+#ifndef FAPI_TOOL_COMMAND_H
+#define FAPI_TOOL_COMMAND_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "operation.h"
+#include "words.h"
+
+namespace tool {
+
+// What a person does to the set: "set put /mnt/usb/serial.txt text:ABC". Rows of a table, as operations are; arguments
+// and outputs are declared and checked in the same way.
+struct Hand {
+    const char* name;  // "put"
+    const char* help;
+    std::vector<Argument> arguments;
+    std::vector<Output> outputs;
+    void (*run)(Call& call);  // throws vset::SetError
+    // Acts on the process that has the set, so it means nothing as a command of its own on the command line.
+    bool sessionOnly = false;
+};
+
+const std::vector<Hand>& hands();
+const Hand* findHand(std::string_view name);
+
+// The message for a name that is no operation, with the nearest one that is.
+std::string unknownOperation(std::string_view word);
+
+// A checked line, ready to run as often as wanted.
+class Command {
+public:
+    // Throws UsageError; calls nothing. "set power-cycle" is a command too (isPowerCycle), which run() does not do.
+    static Command parse(const Words& words);
+
+    bool isPowerCycle() const { return _powerCycle; }
+    // Null for a hand.
+    const Operation* operation() const { return _operation; }
+    const Hand* hand() const { return _hand; }
+    const std::vector<Value>& arguments() const { return _arguments; }
+    // The names of the outputs that a run may have, for checking expectations before anything runs.
+    std::vector<std::string> outputNames() const;
+    // The line again, with short operation name and quotes where needed.
+    std::string text() const;
+
+    // Runs it. A hand that the set refuses gives an outcome that is not good, status -1, output "error".
+    Outcome run() const;
+    // "ok", "failed", ...
+    std::string word(const Outcome& outcome) const;
+
+private:
+    bool _powerCycle = false;
+    const Operation* _operation = nullptr;
+    const Hand* _hand = nullptr;
+    Words _words;
+    std::vector<Value> _arguments;
+};
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// Events of the library, from the callbacks of the modules to whoever prints them.
+#ifndef FAPI_TOOL_EVENT_LOG_H
+#define FAPI_TOOL_EVENT_LOG_H
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "fapi_core.h"
+
+namespace tool {
+
+struct Event {
+    std::chrono::system_clock::time_point time;
+    const char* module;
+    unsigned int number;
+    fapi_core::VexTvFApiEventCommonObject objects[4];
+};
+
+// Filled by the callbacks, which only copy; emptied by one reader. Never destroyed: a worker of the library may deliver
+// while the process exits.
+class EventLog {
+public:
+    void add(Event event);
+    // The oldest event, waiting for it until `deadline`. False when none came, or after interrupt().
+    bool take(Event& event, std::chrono::steady_clock::time_point deadline);
+    // Lets a waiting take() return.
+    void interrupt();
+
+private:
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    std::deque<Event> _events;
+    bool _interrupted = false;
+};
+
+EventLog& eventLog();
+
+// Registers a callback with every module, or removes all of them.
+void listenToAllModules(bool on);
+
+// "12:34:56.789 prphrl 0x100001 value 3 text "ABC" bytes 41 42 43"
+std::string displayEvent(const Event& event);
+
+// The names of the modules that have events.
+std::vector<std::string> eventModules();
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a person does to the set.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "command.h"
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kLogSwitch[] = "/data/tvfapi_hal_debug";
+constexpr char kFactoryService[] = "/vendor/factory/bin/factory_svc";
+
+// A path that a person may touch: one of the set's own.
+std::string ownPath(const std::string& path) {
+    const std::string host = vset::hostPath(path);
+    if (host == path) {
+        throw vset::SetError(path + ": is no path of the set (those begin with /data, /vendor or /mnt)");
+    }
+    return host;
+}
+
+void writeFile(const std::string& path, const Bytes& bytes) {
+    const std::string host = ownPath(path);
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    fs::create_directories(fs::path(host).parent_path(), error);
+    std::ofstream file(host, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!file.flush()) {
+        throw vset::SetError(path + ": cannot be written");
+    }
+}
+
+void removeFile(const std::string& path, bool mustExist) {
+    const std::string host = ownPath(path);
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    if (fs::remove_all(host, error) == 0 && mustExist) {
+        throw vset::SetError(path + ": does not exist");
+    }
+    if (error) {
+        throw vset::SetError(path + ": " + error.message());
+    }
+}
+
+void put(Call& call) {
+    writeFile(call.text(0), call.bytes(1));
+}
+
+void get(Call& call) {
+    const std::string host = ownPath(call.text(0));
+    const vset::HostPaths hostPaths;
+    std::ifstream file(host, std::ios::binary);
+    if (!file || fs::is_directory(host)) {
+        throw vset::SetError(call.text(0) + ": cannot be read");
+    }
+    call.out("content", std::string(std::istreambuf_iterator<char>(file), {}));
+}
+
+void fault(Call& call) {
+    vset::inject({call.text(0), call.number(1), call.number<unsigned int>(2), call.number<unsigned int>(3)});
+}
+
+void journal(Call& call) {
+    const std::vector<vset::JournalEntry> entries = vset::journal();
+    const auto wanted = call.number<std::size_t>(0);
+    std::string text;
+    for (std::size_t i = entries.size() > wanted ? entries.size() - wanted : 0; i < entries.size(); ++i) {
+        const vset::JournalEntry& entry = entries[i];
+        text += std::to_string(entry.u64Number) + " " + entry.pszCall + "(" + entry.strArguments +
+                ") = " + std::to_string(entry.s64Result) + (entry.bFault ? " by fault\n" : "\n");
+    }
+    call.out("calls", std::move(text));
+}
+
+void handles(Call& call) {
+    std::string text;
+    for (const vset::OpenHandle& handle : vset::openHandles()) {
+        char line[128];
+        std::snprintf(line, sizeof(line), "%s %llu 0x%x %s\n", handle.strFamily.c_str(),
+                      static_cast<unsigned long long>(handle.u64Key), handle.u32Handle,
+                      handle.bPlayer ? "player" : "library");
+        text += line;
+    }
+    call.out("handles", std::move(text));
+}
+
+// The presence of a file as a switch.
+void switchFile(Call& call, const char* path) {
+    if (call.number(0) != 0) {
+        writeFile(path, {});
+    } else {
+        removeFile(path, false);
+    }
+}
+
+}  // namespace
+
+const std::vector<Hand>& hands() {
+    static const std::vector<Hand> all = {
+        {"put",
+         "Copy a file onto the set, for example onto the USB stick below /mnt/usb.",
+         {{"path", Kind::path, "where to"}, {"content", Kind::bytes, "what it holds"}},
+         {},
+         put},
+        {"get", "Show a file of the set.", {{"path", Kind::path, "the file"}}, {{"content", "what it holds"}}, get},
+        {"remove",
+         "Remove a file or folder from the set.",
+         {{"path", Kind::path, "the file"}},
+         {},
+         [](Call& call) { removeFile(call.text(0), true); }},
+        {"log",
+         "Switch the library's log on or off, as of the next a_vextvfapi_sys_init.",
+         {{"state", Kind::flag, "on or off"}},
+         {},
+         [](Call& call) { switchFile(call, kLogSwitch); }},
+        {"factory",
+         "Put the factory service there or take it away, which marks factory mode.",
+         {{"state", Kind::flag, "on or off"}},
+         {},
+         [](Call& call) { switchFile(call, kFactoryService); }},
+        {"fault",
+         "Make a middleware function or \"allocation\" fail.",
+         {{"call", Kind::text, "the function's name"},
+          {"result", Kind::number, "what it answers", -0x80000000ll, 0xFFFFFFFFll, {}, "3"},
+          {"from", Kind::number, "the first call to fail, counted from now", 1, 0xFFFFFFFFll, {}, "1"},
+          {"times", Kind::number, "how many calls fail; 0: all from then on", 0, 0xFFFFFFFFll, {}, "1"}},
+         {},
+         fault,
+         true},
+        {"clear-faults", "Take all faults back.", {}, {}, [](Call&) { vset::clearFaults(); }, true},
+        {"journal",
+         "Show the last calls of the middleware.",
+         {{"count", Kind::number, "how many", 1, 65536, {}, "20"}},
+         {{"calls", "a line each, oldest first"}},
+         journal,
+         true},
+        {"handles",
+         "Show what is open in the middleware.",
+         {},
+         {{"handles", "family, what is open, handle, who has it"}},
+         handles,
+         true},
+    };
+    return all;
+}
+
+const Hand* findHand(std::string_view name) {
+    for (const Hand& hand : hands()) {
+        if (name == hand.name) {
+            return &hand;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace tool

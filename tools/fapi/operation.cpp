@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the rows of the operation table are good for: finding, checking, calling, describing.
+#include "operation.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <unordered_map>
+
+#include "words.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::string_view kPrefix = "a_vextvfapi_";
+
+std::vector<Operation> allOperations() {
+    std::vector<Operation> all;
+    for (std::vector<Operation> some : {commonOperations(), eventOperations(), sysOperations()}) {
+        std::move(some.begin(), some.end(), std::back_inserter(all));
+    }
+    std::sort(all.begin(), all.end(), [](const Operation& left, const Operation& right) {
+        const std::string leftModule = left.module(), rightModule = right.module();
+        return leftModule != rightModule ? leftModule < rightModule : std::strcmp(left.name, right.name) < 0;
+    });
+    return all;
+}
+
+std::string upper(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return result;
+}
+
+std::string rangeText(const Argument& argument) {
+    return std::to_string(argument.min) + " to " + std::to_string(argument.max);
+}
+
+std::string choiceText(const Argument& argument) {
+    std::string text;
+    for (const Choice& choice : argument.choices) {
+        text += (text.empty() ? "" : ", ") + std::string(choice.name) + " (" + std::to_string(choice.value) + ")";
+    }
+    return text;
+}
+
+// What is expected of an argument, for help and for error messages.
+std::string expectation(const Argument& argument) {
+    switch (argument.kind) {
+        case Kind::number:
+            return "a number from " + rangeText(argument);
+        case Kind::flag:
+            return "on or off";
+        case Kind::choice:
+            return "one of " + choiceText(argument);
+        case Kind::text:
+            return argument.max != 0 ? "a text of at most " + std::to_string(argument.max) + " characters" : "a text";
+        case Kind::path:
+            return "a path";
+        case Kind::bytes:
+            return argument.max != 0 ? "bytes (text:..., hex:..., repeat:N:..., file:...), " + rangeText(argument)
+                                     : "bytes (text:..., hex:..., repeat:N:..., file:...)";
+    }
+    return {};
+}
+
+[[noreturn]] void refuse(const Argument& argument, const std::string& word) {
+    throw UsageError(upper(argument.name) + " is " + display(word, 40) + ", expected " + expectation(argument));
+}
+
+long long parseFlag(const Argument& argument, const std::string& word) {
+    for (const char* on : {"1", "on", "true", "yes"}) {
+        if (word == on) {
+            return 1;
+        }
+    }
+    for (const char* off : {"0", "off", "false", "no"}) {
+        if (word == off) {
+            return 0;
+        }
+    }
+    refuse(argument, word);
+}
+
+long long parseChoice(const Argument& argument, const std::string& word) {
+    long long number = 0;
+    const bool isNumber = parseNumber(word, number);
+    for (const Choice& choice : argument.choices) {
+        if (word == choice.name || (isNumber && number == choice.value)) {
+            return choice.value;
+        }
+    }
+    refuse(argument, word);
+}
+
+Value parseArgument(const Argument& argument, const std::string& word) {
+    switch (argument.kind) {
+        case Kind::number: {
+            long long number = 0;
+            if (!parseNumber(word, number) || number < argument.min || number > argument.max) {
+                refuse(argument, word);
+            }
+            return number;
+        }
+        case Kind::flag:
+            return parseFlag(argument, word);
+        case Kind::choice:
+            return parseChoice(argument, word);
+        case Kind::text:
+        case Kind::path: {
+            const Bytes bytes = word.rfind("repeat:", 0) == 0 ? parseBytes(word) : Bytes(word.begin(), word.end());
+            std::string text(bytes.begin(), bytes.end());
+            if (text.find('\0') != std::string::npos ||
+                (argument.max != 0 && text.size() > static_cast<std::size_t>(argument.max))) {
+                refuse(argument, word);
+            }
+            return text;
+        }
+        case Kind::bytes: {
+            Bytes bytes = parseBytes(word);
+            const auto size = static_cast<long long>(bytes.size());
+            if (size < argument.min || (argument.max != 0 && size > argument.max)) {
+                refuse(argument, word);
+            }
+            return bytes;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+const Value* Outcome::find(std::string_view name) const {
+    for (const auto& [outputName, value] : outputs) {
+        if (outputName == name) {
+            return &value;
+        }
+    }
+    return nullptr;
+}
+
+void Call::outText(const char* name, const Bytes& buffer) {
+    out(name, std::string(buffer.begin(), std::find(buffer.begin(), buffer.end(), 0)));
+}
+
+std::string Operation::module() const {
+    std::string_view rest = name;
+    rest.remove_prefix(rest.front() == '_' ? 1 : 0);
+    if (rest.compare(0, kPrefix.size(), kPrefix) != 0) {
+        return "common";
+    }
+    rest.remove_prefix(kPrefix.size());
+    return std::string(rest.substr(0, rest.find('_')));
+}
+
+std::string Operation::shortName() const {
+    const std::string_view full = name;
+    if (full.compare(0, kPrefix.size(), kPrefix) == 0) {
+        return std::string(full.substr(kPrefix.size()));
+    }
+    if (full.compare(1, kPrefix.size(), kPrefix) == 0) {
+        return "_" + std::string(full.substr(kPrefix.size() + 1));
+    }
+    return name;
+}
+
+const std::vector<Operation>& operations() {
+    static const std::vector<Operation> all = allOperations();
+    return all;
+}
+
+const Operation* findOperation(std::string_view name) {
+    static const std::unordered_map<std::string, const Operation*> byName = [] {
+        std::unordered_map<std::string, const Operation*> names;
+        for (const Operation& operation : operations()) {
+            names.emplace(operation.name, &operation);
+            names.emplace(operation.shortName(), &operation);
+        }
+        return names;
+    }();
+    const auto found = byName.find(std::string(name));
+    return found != byName.end() ? found->second : nullptr;
+}
+
+std::string argumentsUsage(const std::vector<Argument>& arguments) {
+    std::string text;
+    for (const Argument& argument : arguments) {
+        const std::string word = upper(argument.name);
+        text += argument.byDefault != nullptr ? " [" + word + "]" : " " + word;
+    }
+    return text;
+}
+
+std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vector<Output>& outputs) {
+    std::string text;
+    for (const Argument& argument : arguments) {
+        text += "  " + upper(argument.name) + ": " + argument.help + "; " + expectation(argument);
+        if (argument.byDefault != nullptr) {
+            text += "; " + quoteWord(argument.byDefault) + " when left out";
+        }
+        text += '\n';
+    }
+    for (const Output& output : outputs) {
+        text += std::string("  -> ") + output.name + ": " + output.help + '\n';
+    }
+    return text;
+}
+
+std::vector<Value> parseWords(const std::vector<Argument>& arguments, const std::vector<std::string>& words) {
+    std::vector<Value> values;
+    values.reserve(arguments.size());
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const Argument& argument = arguments[i];
+        if (i >= words.size() && argument.byDefault == nullptr) {
+            throw UsageError(upper(argument.name) + " is missing, expected " + expectation(argument));
+        }
+        values.push_back(parseArgument(argument, i < words.size() ? words[i] : argument.byDefault));
+    }
+    if (words.size() > arguments.size()) {
+        throw UsageError(display(words[arguments.size()], 40) + " is one argument too many");
+    }
+    return values;
+}
+
+std::vector<Value> parseArguments(const Operation& operation, const std::vector<std::string>& words) {
+    try {
+        return parseWords(operation.arguments, words);
+    } catch (const UsageError& error) {
+        throw UsageError(operation.shortName() + ": " + error.what() + "; usage: " + usage(operation));
+    }
+}
+
+Outcome invoke(const Operation& operation, const std::vector<Value>& arguments) {
+    Call call(arguments);
+    Outcome outcome;
+    outcome.status = operation.run(call);
+    outcome.outputs = std::move(call.outputs());
+    outcome.good = isGood(operation.result, outcome.status);
+    return outcome;
+}
+
+bool isGood(Result result, long long status) {
+    switch (result) {
+        case Result::status:
+        case Result::zeroOr255:
+            return status == 0;
+        case Result::oneIsGood:
+            return status == 1;
+        case Result::alwaysFails:
+            return status == -1;
+        case Result::value:
+        case Result::nothing:
+            return true;
+    }
+    return false;
+}
+
+std::string statusWord(Result result, long long status) {
+    static constexpr std::array<const char*, 7> kWords = {
+        "ok",           "failed", "invalid parameter", "not implemented", "out of memory", "not in factory mode",
+        "not supported"};
+    if (result == Result::value || result == Result::nothing) {
+        return "value";
+    }
+    if (result == Result::alwaysFails) {
+        return status == -1 ? "as always" : "unknown";
+    }
+    if (isGood(result, status)) {
+        return "ok";
+    }
+    if (result == Result::status && status < 0 && status > -static_cast<long long>(kWords.size())) {
+        return kWords[static_cast<std::size_t>(-status)];
+    }
+    return "failed";
+}
+
+std::string usage(const Operation& operation) {
+    return operation.shortName() + argumentsUsage(operation.arguments);
+}
+
+std::string describe(const Operation& operation) {
+    std::string text = usage(operation) + "\n  " + operation.help + "\n";
+    text += argumentsHelp(operation.arguments, operation.outputs);
+    if (operation.destroys != nullptr) {
+        text += std::string("  Asks first, because it ") + operation.destroys + ".\n";
+    }
+    text += std::string("  Full name: ") + operation.name + "\n";
+    return text;
+}
+
+}  // namespace tool

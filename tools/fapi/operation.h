@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+// The operation table: one row binds one exported operation. Calling, checking, help, completion, listing and plans all
+// come from the rows.
+#ifndef FAPI_TOOL_OPERATION_H
+#define FAPI_TOOL_OPERATION_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "value.h"
+
+namespace tool {
+
+enum class Kind {
+    number,  // range [min, max]
+    flag,    // 0, 1, on, off, true, false, yes, no
+    choice,  // one of the named values, or its number when that is one of them
+    text,    // at most max characters when max is not 0
+    path,    // as text; completion offers paths of the set
+    bytes    // as parseBytes takes them; between min and max bytes
+};
+
+struct Choice {
+    const char* name;
+    long long value;
+};
+
+struct Argument {
+    const char* name;
+    Kind kind;
+    const char* help;
+    long long min = 0;
+    long long max = 0;
+    std::vector<Choice> choices = {};
+    // What stands for the argument when it is left out; null: it must be given. Only the last arguments have one.
+    const char* byDefault = nullptr;
+};
+
+struct Output {
+    const char* name;
+    const char* help;
+};
+
+// How an operation's result is to be read.
+enum class Result {
+    status,       // 0 success, negative failure
+    oneIsGood,    // 1 success, 0 failure
+    zeroOr255,    // 0 success, 255 failure
+    value,        // the result itself is the datum; every value is good
+    alwaysFails,  // -1 is what it answers when all went well, too
+    nothing       // no result
+};
+
+// What one call answered.
+struct Outcome {
+    long long status = 0;
+    bool good = true;  // as the operation's kind of result says
+    std::vector<std::pair<std::string, Value>> outputs;
+
+    // The output of that name, or null.
+    const Value* find(std::string_view name) const;
+};
+
+// The checked arguments of one call, and where its row puts what comes out.
+class Call {
+public:
+    explicit Call(const std::vector<Value>& arguments) : _arguments(arguments) {}
+
+    long long number(std::size_t index) const { return std::get<long long>(_arguments[index]); }
+    template <class Number>
+    Number number(std::size_t index) const {
+        return static_cast<Number>(number(index));
+    }
+    const Bytes& bytes(std::size_t index) const { return std::get<Bytes>(_arguments[index]); }
+    const std::string& text(std::size_t index) const { return std::get<std::string>(_arguments[index]); }
+    // As most operations take texts.
+    const unsigned char* utext(std::size_t index) const {
+        return reinterpret_cast<const unsigned char*>(text(index).c_str());
+    }
+
+    void out(const char* name, Value value) { _outputs.emplace_back(name, std::move(value)); }
+    // The bytes of a buffer up to its first NUL, as text.
+    void outText(const char* name, const Bytes& buffer);
+
+    std::vector<std::pair<std::string, Value>>& outputs() { return _outputs; }
+
+private:
+    const std::vector<Value>& _arguments;
+    std::vector<std::pair<std::string, Value>> _outputs;
+};
+
+struct Operation {
+    const char* name;  // in full: "a_vextvfapi_sys_check_file"
+    const char* help;  // one line
+    Result result;
+    std::vector<Argument> arguments;
+    std::vector<Output> outputs;
+    long long (*run)(Call& call);
+    // What is lost, for the question before the call ("overwrites the file"); null when nothing is.
+    const char* destroys = nullptr;
+
+    // "sys", "common", ...; the frame's decoders count as common.
+    std::string module() const;
+    // The name without "a_vextvfapi_": what may be typed in its place.
+    std::string shortName() const;
+};
+
+// Every exported operation, sorted by module and name.
+const std::vector<Operation>& operations();
+
+// By full or short name; null when there is none.
+const Operation* findOperation(std::string_view name);
+
+// Checks the words against the row; throws UsageError that names the argument and what was expected.
+std::vector<Value> parseArguments(const Operation& operation, const std::vector<std::string>& words);
+
+// Calls the operation.
+Outcome invoke(const Operation& operation, const std::vector<Value>& arguments);
+
+// "ok", "failed", "invalid parameter", ... for a result of that kind.
+std::string statusWord(Result result, long long status);
+
+// The help of one operation, several lines.
+std::string describe(const Operation& operation);
+
+// "check_file PATH"
+std::string usage(const Operation& operation);
+
+// What operations and a person's hands share: checked arguments, and their part of usage line and help.
+std::vector<Value> parseWords(const std::vector<Argument>& arguments, const std::vector<std::string>& words);
+std::string argumentsUsage(const std::vector<Argument>& arguments);
+std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vector<Output>& outputs);
+
+// Whether a result of that kind means success.
+bool isGood(Result result, long long status);
+
+// The rows of one module, each in the source file of its name; operations() puts them together.
+std::vector<Operation> commonOperations();
+std::vector<Operation> eventOperations();  // the event trio of all modules
+std::vector<Operation> sysOperations();
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+// Outcomes as people and as programs read them.
+#include "output.h"
+
+#include <cmath>
+
+#include "session.h"
+
+namespace tool {
+
+namespace {
+
+// What a text of the console may be cut to; programs get everything.
+constexpr std::size_t kShown = 4096;
+
+const char* kindName(Kind kind) {
+    switch (kind) {
+        case Kind::number:
+            return "number";
+        case Kind::flag:
+            return "flag";
+        case Kind::choice:
+            return "choice";
+        case Kind::text:
+            return "text";
+        case Kind::path:
+            return "path";
+        case Kind::bytes:
+            return "bytes";
+    }
+    return "";
+}
+
+Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
+    return {{"value", object.value}, {"text", object.text}, {"data", toJson(Value(object.data))}};
+}
+
+}  // namespace
+
+Json toJson(const Value& value) {
+    if (const auto* number = std::get_if<long long>(&value)) {
+        return *number;
+    }
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        return *text;
+    }
+    const Bytes& bytes = std::get<Bytes>(value);
+    return {{"size", bytes.size()}, {"hex", hexText(bytes, "")}};
+}
+
+Json toJson(const Command& command, const Outcome& outcome) {
+    Json json;
+    json["command"] = command.text();
+    json[command.operation() != nullptr ? "operation" : "hand"] =
+        command.operation() != nullptr ? command.operation()->name : command.hand()->name;
+    json["status"] = outcome.status;
+    json["word"] = command.word(outcome);
+    json["good"] = outcome.good;
+    json["outputs"] = Json::object();
+    for (const auto& [name, value] : outcome.outputs) {
+        json["outputs"][name] = toJson(value);
+    }
+    return json;
+}
+
+Json toJson(const Event& event) {
+    const double seconds = std::chrono::duration<double>(event.time.time_since_epoch()).count();
+    Json json = {{"time", std::round(seconds * 1000) / 1000}, {"module", event.module}, {"event", event.number}};
+    json["objects"] = Json::array();
+    for (const auto& object : event.objects) {
+        json["objects"].push_back(objectJson(object));
+    }
+    return json;
+}
+
+Json toJson(const Operation& operation) {
+    Json json = {{"name", operation.name},
+                 {"short", operation.shortName()},
+                 {"module", operation.module()},
+                 {"help", operation.help},
+                 {"usage", usage(operation)}};
+    json["arguments"] = Json::array();
+    for (const Argument& argument : operation.arguments) {
+        Json row = {{"name", argument.name}, {"kind", kindName(argument.kind)}, {"help", argument.help}};
+        if (argument.kind == Kind::number || argument.max != 0) {
+            row["min"] = argument.min;
+            row["max"] = argument.max;
+        }
+        for (const Choice& choice : argument.choices) {
+            row["choices"][choice.name] = choice.value;
+        }
+        if (argument.byDefault != nullptr) {
+            row["default"] = argument.byDefault;
+        }
+        json["arguments"].push_back(std::move(row));
+    }
+    json["outputs"] = Json::array();
+    for (const Output& output : operation.outputs) {
+        json["outputs"].push_back({{"name", output.name}, {"help", output.help}});
+    }
+    if (operation.destroys != nullptr) {
+        json["destroys"] = operation.destroys;
+    }
+    return json;
+}
+
+std::string jsonLine(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string displayOutcome(const Command& command, const Outcome& outcome) {
+    std::string text =
+        command.operation() != nullptr ? command.operation()->shortName() : std::string("set ") + command.hand()->name;
+    text += ": " + std::to_string(outcome.status) + " (" + command.word(outcome) + ")";
+    for (const auto& [name, value] : outcome.outputs) {
+        const auto* lines = std::get_if<std::string>(&value);
+        const bool several = lines != nullptr && lines->find('\n') < lines->size() - 1 && !lines->empty();
+        text += several ? "\n" + lines->substr(0, lines->size() - (lines->back() == '\n' ? 1 : 0))
+                        : "\n  " + name + ": " + display(value, kShown);
+    }
+    return text;
+}
+
+void printLine(const std::string& line) {
+    std::fwrite(line.data(), 1, line.size(), dataOutput());
+    std::fputc('\n', dataOutput());
+    std::fflush(dataOutput());
+}
+
+void printOutcome(const Command& command, const Outcome& outcome, bool json) {
+    printLine(json ? jsonLine(toJson(command, outcome)) : displayOutcome(command, outcome));
+}
+
+void printEvent(const Event& event, bool json) {
+    printLine(json ? jsonLine(toJson(event)) : displayEvent(event));
+}
+
+}  // namespace tool

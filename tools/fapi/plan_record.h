@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the process that runs a plan tells the one that watches it: one record a line, over a pipe.
+#ifndef FAPI_TOOL_PLAN_RECORD_H
+#define FAPI_TOOL_PLAN_RECORD_H
+
+#include "output.h"
+#include "plan.h"
+
+namespace tool {
+
+// Where a run is, and what has to outlive a power cycle in the middle of a step.
+struct Position {
+    std::size_t step = 0;
+    std::size_t line = 0;
+    unsigned int attempt = 1;
+    bool stopped = false;  // only teardown steps run any more
+    Judgement judgement;   // of the attempt so far
+    Variables variables;
+};
+
+enum class RecordKind {
+    start,       // an attempt at a step begins
+    command,     // a line has run
+    end,         // an attempt has ended
+    powerCycle,  // the process is about to be killed; `position` is where to go on
+    done,        // the plan is at its end
+    refused      // the set cannot be had
+};
+
+struct Record {
+    RecordKind kind = RecordKind::done;
+    Position position;
+    double seconds = 0;  // of an attempt
+    std::string text;    // why the set was refused
+    Json command;        // of a line: command, status, outputs, expectations
+};
+
+std::string encode(const Record& record);
+// Throws nlohmann's exceptions for what encode() did not write.
+Record decode(const std::string& line);
+
+// Runs the plan from the position on, in a process of its own, and writes records to the descriptor. Does not return.
+// With `details` the commands' outcomes are recorded.
+[[noreturn]] void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
+                                 bool details, int descriptor);
+
+}  // namespace tool
+
+#endif

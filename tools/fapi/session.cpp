@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+// A process's hold on a virtual set, and where its output goes.
+#include "session.h"
+
+#include <cstdlib>
+#include <set>
+
+#include <unistd.h>
+
+#include "command.h"
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+FILE* g_dataOutput = nullptr;
+
+}  // namespace
+
+FILE* dataOutput() {
+    return g_dataOutput != nullptr ? g_dataOutput : stdout;
+}
+
+void separateOutputs() {
+    std::fflush(stdout);
+    const int data = dup(STDOUT_FILENO);
+    if (data < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+        std::perror("fapi");
+        std::exit(kExitSet);
+    }
+    g_dataOutput = fdopen(data, "w");
+    setvbuf(g_dataOutput, nullptr, isatty(data) != 0 ? _IOLBF : _IOFBF, BUFSIZ);
+    // The library's log is to stand where it happens, between the lines of fapi.
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+}
+
+std::string setFolder(const SessionOptions& options) {
+    return options.folder.empty() ? vset::defaultFolder() : options.folder;
+}
+
+void openSession(const SessionOptions& options) {
+    const std::string folder = setFolder(options);
+    const vset::HostPaths hostPaths;
+    if (access((folder + "/set.json").c_str(), F_OK) == 0) {
+        const std::vector<std::string> damage = vset::check(folder);
+        for (const std::string& line : damage) {
+            std::fprintf(stderr, "fapi: %s\n", line.c_str());
+        }
+        if (!damage.empty() && !options.damaged) {
+            throw vset::SetError(folder + ": is damaged (--damaged goes on all the same)");
+        }
+    }
+    vset::attach(folder);
+    if (options.log) {
+        const Outcome outcome = Command::parse({"set", "log", "on"}).run();
+        if (!outcome.good) {
+            throw vset::SetError(std::get<std::string>(*outcome.find("error")));
+        }
+    }
+}
+
+void bringUpFor(const Operation* operation) {
+    static std::set<const Operation*> done;
+    for (const std::string& module : {std::string("sys"), operation != nullptr ? operation->module() : "sys"}) {
+        const Operation* init = findOperation("a_vextvfapi_" + module + "_init");
+        if (init == nullptr || init == operation || !done.insert(init).second) {
+            continue;
+        }
+        const Outcome outcome = invoke(*init, {});
+        if (!outcome.good) {
+            std::fprintf(stderr, "fapi: %s answered %lld\n", init->name, outcome.status);
+        }
+    }
+}
+
+}  // namespace tool

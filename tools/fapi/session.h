@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+// A process's hold on a virtual set, and where its output goes.
+#ifndef FAPI_TOOL_SESSION_H
+#define FAPI_TOOL_SESSION_H
+
+#include <cstdio>
+#include <string>
+
+#include "operation.h"
+
+namespace tool {
+
+// Exit codes of fapi.
+enum Exit {
+    kExitGood = 0,        // done; a plan passed
+    kExitFailed = 1,      // the operation answered a failure; a plan failed
+    kExitUsage = 2,       // a wrong word or a broken plan; nothing was called
+    kExitSet = 3,         // the set cannot be had or is damaged; nothing was called
+    kExitInterrupted = 4  // the user stopped it, or declined the question
+};
+
+struct SessionOptions {
+    std::string folder;    // of the set; empty: vset::defaultFolder()
+    bool log = false;      // switch the library's own log on
+    bool damaged = false;  // go on with a damaged set
+};
+
+// Data of fapi go here. The library prints its log to standard output, so fapi keeps standard output for itself and
+// lets the library's descriptor 1 lead to standard error.
+FILE* dataOutput();
+
+// Does that, once, before anything is printed.
+void separateOutputs();
+
+// The folder that the options mean.
+std::string setFolder(const SessionOptions& options);
+
+// Attaches the set. Throws vset::SetError; damage is printed to standard error, one line each, and then thrown unless
+// the options allow it.
+void openSession(const SessionOptions& options);
+
+// Calls a_vextvfapi_sys_init, and the init of the operation's module where there is one, unless this process has done
+// so already or the operation is one of them. Null: the system module alone.
+void bringUpFor(const Operation* operation);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi set ...`: the set itself, from the command line.
+#ifndef FAPI_TOOL_SET_COMMANDS_H
+#define FAPI_TOOL_SET_COMMANDS_H
+
+#include "session.h"
+#include "words.h"
+
+namespace tool {
+
+struct GlobalOptions {
+    SessionOptions session;
+    bool json = false;
+    bool yes = false;
+};
+
+// True unless standard input is a terminal and the user does not say yes. `what` ends the sentence "this ...".
+bool confirm(const GlobalOptions& options, const std::string& what);
+
+int createSet(const GlobalOptions& options);
+int resetSet(const GlobalOptions& options);
+int printSetPath(const GlobalOptions& options);
+int powerCycleSet(const GlobalOptions& options);
+int showSet(const GlobalOptions& options);
+
+// One of the hands that need no running session. `words` is "put /mnt/usb/x text:y".
+int runHand(const GlobalOptions& options, const Words& words);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,268 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi shell`: one line after the other.
+#include "shell.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <thread>
+
+#include <histedit.h>
+#include <unistd.h>
+
+#include "event_log.h"
+#include "output.h"
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+char* prompt(EditLine*) {
+    static char text[] = "fapi> ";
+    return text;
+}
+
+// The longest text that all completions begin with.
+std::string commonStart(const std::vector<std::string>& found) {
+    std::string start = found.front();
+    for (const std::string& text : found) {
+        while (text.compare(0, start.size(), start) != 0) {
+            start.pop_back();
+        }
+    }
+    return start;
+}
+
+// TAB: goes on as far as there is only one way, else shows the ways.
+unsigned char complete(EditLine* editLine, int) {
+    const LineInfo* info = el_line(editLine);
+    const std::string line(info->buffer, static_cast<std::size_t>(info->cursor - info->buffer));
+    const std::vector<std::string> found = completions(line);
+    if (found.empty()) {
+        return CC_ERROR;
+    }
+    const std::size_t typed =
+        line.size() - (line.find_last_of(" \t") == std::string::npos ? 0 : line.find_last_of(" \t") + 1);
+    std::string rest = commonStart(found).substr(std::min(typed, commonStart(found).size()));
+    if (found.size() == 1 && found.front().back() != '/') {
+        rest += ' ';
+    }
+    if (!rest.empty()) {
+        return el_insertstr(editLine, rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+    }
+    std::string shown = "\n";
+    for (const std::string& text : found) {
+        shown += text + "  ";
+    }
+    std::fprintf(stderr, "%s\n", shown.c_str());
+    return CC_REDISPLAY;
+}
+
+std::string historyFile() {
+    const char* state = std::getenv("XDG_STATE_HOME");
+    const char* home = std::getenv("HOME");
+    const fs::path folder =
+        state != nullptr && *state != '\0' ? fs::path(state) : fs::path(home != nullptr ? home : "") / ".local/state";
+    std::error_code error;
+    const vset::HostPaths hostPaths;
+    fs::create_directories(folder / "fapi", error);
+    return (folder / "fapi/history").string();
+}
+
+// Where lines come from.
+class LineSource {
+public:
+    virtual ~LineSource() = default;
+    virtual bool read(std::string& line) = 0;
+    virtual bool isInteractive() const = 0;
+    // Writes down what has to survive the process.
+    virtual void save() {}
+};
+
+class PipedLines : public LineSource {
+public:
+    bool read(std::string& line) override { return static_cast<bool>(std::getline(std::cin, line)); }
+    bool isInteractive() const override { return false; }
+};
+
+class EditedLines : public LineSource {
+public:
+    EditedLines() : _editLine(el_init("fapi", stdin, stderr, stderr)), _history(history_init()), _file(historyFile()) {
+        history(_history, &_event, H_SETSIZE, 1000);
+        history(_history, &_event, H_SETUNIQUE, 1);
+        const vset::HostPaths hostPaths;
+        history(_history, &_event, H_LOAD, _file.c_str());
+        el_set(_editLine, EL_PROMPT, prompt);
+        el_set(_editLine, EL_EDITOR, "emacs");
+        el_set(_editLine, EL_HIST, history, _history);
+        el_set(_editLine, EL_ADDFN, "fapi-complete", "Complete the word", complete);
+        el_set(_editLine, EL_BIND, "^I", "fapi-complete", nullptr);
+        el_set(_editLine, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+        el_source(_editLine, nullptr);
+    }
+    ~EditedLines() override {
+        save();
+        history_end(_history);
+        el_end(_editLine);
+    }
+    EditedLines(const EditedLines&) = delete;
+    EditedLines& operator=(const EditedLines&) = delete;
+
+    bool read(std::string& line) override {
+        int length = 0;
+        const char* text = el_gets(_editLine, &length);
+        if (text == nullptr || length <= 0) {
+            return false;
+        }
+        line.assign(text, static_cast<std::size_t>(length));
+        line.erase(line.find_last_not_of("\r\n") + 1);
+        if (line.find_first_not_of(" \t") != std::string::npos) {
+            history(_history, &_event, H_ENTER, line.c_str());
+        }
+        return true;
+    }
+    bool isInteractive() const override { return true; }
+    void save() override {
+        const vset::HostPaths hostPaths;
+        history(_history, &_event, H_SAVE, _file.c_str());
+    }
+
+private:
+    EditLine* _editLine;
+    History* _history;
+    HistEvent _event = {};
+    std::string _file;
+};
+
+class Shell {
+public:
+    Shell(const GlobalOptions& options, bool noInit, char** arguments)
+        : _options(options), _noInit(noInit), _arguments(arguments) {
+        if (isatty(STDIN_FILENO) != 0) {
+            _lines = std::make_unique<EditedLines>();
+        } else {
+            _lines = std::make_unique<PipedLines>();
+        }
+    }
+
+    int run() {
+        std::string line;
+        while (!_quit && _lines->read(line)) {
+            try {
+                runLine(splitWords(line));
+            } catch (const UsageError& error) {
+                std::fprintf(stderr, "fapi: %s\n", error.what());
+                if (!_lines->isInteractive()) {
+                    return kExitUsage;
+                }
+            }
+        }
+        return _failed && !_lines->isInteractive() ? kExitFailed : kExitGood;
+    }
+
+private:
+    void runLine(const Words& words) {
+        if (words.empty()) {
+            return;
+        }
+        if (words[0] == "quit" || words[0] == "exit") {
+            _quit = true;
+        } else if (words[0] == "help") {
+            help(words);
+        } else if (words[0] == "list") {
+            for (const Operation& operation : operations()) {
+                printLine(operation.shortName() + ": " + operation.help);
+            }
+        } else if (words[0] == "watch") {
+            watchEvents(words);
+        } else {
+            runCommand(Command::parse(words));
+        }
+    }
+
+    void help(const Words& words) {
+        if (words.size() > 1) {
+            const Operation* operation = findOperation(words[1]);
+            if (operation == nullptr) {
+                throw UsageError(unknownOperation(words[1]));
+            }
+            printLine(describe(*operation));
+            return;
+        }
+        printLine("OPERATION ARGUMENT...  call an operation (help OPERATION tells its arguments; TAB completes)");
+        printLine("list                   all operations");
+        printLine("watch on|off           show events as they come");
+        printLine("set power-cycle        off and on again; everything in memory is lost");
+        for (const Hand& hand : hands()) {
+            printLine(std::string("set ") + hand.name + argumentsUsage(hand.arguments) + "  " + hand.help);
+        }
+        printLine("quit");
+    }
+
+    void watchEvents(const Words& words) {
+        if (words.size() != 2 || (words[1] != "on" && words[1] != "off")) {
+            throw UsageError("usage: watch on|off");
+        }
+        listenToAllModules(words[1] == "on");
+        if (words[1] == "on" && !_printing) {
+            _printing = true;
+            // Prints for as long as the process lives.
+            std::thread([json = _options.json] {
+                Event event;
+                while (eventLog().take(event, std::chrono::steady_clock::now() + std::chrono::hours(24))) {
+                    printEvent(event, json);
+                }
+            }).detach();
+        }
+    }
+
+    void runCommand(const Command& command) {
+        if (command.isPowerCycle()) {
+            powerCycle();
+        }
+        const Operation* operation = command.operation();
+        if (operation != nullptr && operation->destroys != nullptr && !confirm(_options, operation->destroys)) {
+            return;
+        }
+        if (operation != nullptr && !_noInit) {
+            bringUpFor(operation);
+        }
+        const Outcome outcome = command.run();
+        _failed = _failed || !outcome.good;
+        printOutcome(command, outcome, _options.json);
+    }
+
+    void powerCycle() {
+        if (!_lines->isInteractive()) {
+            throw UsageError("set power-cycle: the rest of the piped lines would be lost; use a plan");
+        }
+        _lines->save();
+        std::fprintf(stderr, "power cycle\n");
+        std::fflush(nullptr);
+        execv("/proc/self/exe", _arguments);
+        throw UsageError(std::string("set power-cycle: ") + std::strerror(errno));
+    }
+
+    const GlobalOptions& _options;
+    const bool _noInit;
+    char** const _arguments;
+    std::unique_ptr<LineSource> _lines;
+    bool _quit = false;
+    bool _failed = false;
+    bool _printing = false;
+};
+
+}  // namespace
+
+int runShell(const GlobalOptions& options, bool noInit, char** arguments) {
+    openSession(options.session);
+    return Shell(options, noInit, arguments).run();
+}
+
+}  // namespace tool

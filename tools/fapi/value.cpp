@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: Apache-2.0
+// Numbers, texts and bytes as they are typed and shown.
+#include "value.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+constexpr char kDigits[] = "0123456789abcdef";
+
+int hexDigit(char digit) {
+    const auto* const found = std::char_traits<char>::find(kDigits, 16, static_cast<char>(digit | 0x20));
+    return found != nullptr && digit != '\0' ? static_cast<int>(found - kDigits) : -1;
+}
+
+Bytes parseHex(const std::string& word, std::size_t start) {
+    Bytes bytes;
+    int high = -1;
+    for (std::size_t i = start; i < word.size(); ++i) {
+        if (word[i] == ' ' && high < 0) {
+            continue;
+        }
+        const int digit = hexDigit(word[i]);
+        if (digit < 0) {
+            throw UsageError("\"" + word + "\": '" + word[i] + "' is no hexadecimal digit");
+        }
+        if (high < 0) {
+            high = digit;
+        } else {
+            bytes.push_back(static_cast<unsigned char>(high << 4 | digit));
+            high = -1;
+        }
+    }
+    if (high >= 0) {
+        throw UsageError("\"" + word + "\": half a byte at the end");
+    }
+    return bytes;
+}
+
+Bytes readHostFile(const std::string& path) {
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    std::ifstream file(path, std::ios::binary);
+    // Something like /dev/zero would never end.
+    if (!file || !std::filesystem::is_regular_file(path, error)) {
+        throw UsageError(path + ": cannot be read");
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// "repeat:300:ab": the text so many times over.
+Bytes repeatText(const std::string& word, std::size_t start) {
+    constexpr long long kLimit = 16 << 20;
+    const std::size_t colon = word.find(':', start);
+    long long count = 0;
+    if (colon == std::string::npos || !parseNumber(std::string_view(word).substr(start, colon - start), count) ||
+        count < 0) {
+        throw UsageError("\"" + word + "\": expected repeat:COUNT:TEXT");
+    }
+    const std::string_view text = std::string_view(word).substr(colon + 1);
+    if (!text.empty() && count > kLimit / static_cast<long long>(text.size())) {
+        throw UsageError("\"" + word + "\": more than 16 MiB");
+    }
+    Bytes bytes;
+    for (long long i = 0; i < count; ++i) {
+        bytes.insert(bytes.end(), text.begin(), text.end());
+    }
+    return bytes;
+}
+
+bool startsWith(const std::string& word, const char* prefix) {
+    return word.rfind(prefix, 0) == 0;
+}
+
+std::string displayText(const std::string& text) {
+    std::string shown = "\"";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            shown += "\\n";
+        } else if (c == '"' || c == '\\') {
+            shown += {'\\', c};
+        } else if (byte < 0x20 || byte == 0x7F) {
+            shown += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        } else {
+            shown += c;
+        }
+    }
+    return shown + '"';
+}
+
+}  // namespace
+
+bool parseNumber(std::string_view text, long long& number) {
+    const std::string terminated(text);
+    if (terminated.empty() || terminated.find_first_not_of("+-0123456789abcdefABCDEFxX") != std::string::npos) {
+        return false;
+    }
+    char* end = nullptr;
+    errno = 0;
+    const long long parsed = std::strtoll(terminated.c_str(), &end, 0);
+    if (*end != '\0' || errno != 0) {
+        return false;
+    }
+    number = parsed;
+    return true;
+}
+
+Bytes parseBytes(const std::string& word) {
+    if (startsWith(word, "hex:")) {
+        return parseHex(word, 4);
+    }
+    if (startsWith(word, "file:")) {
+        return readHostFile(word.substr(5));
+    }
+    if (startsWith(word, "repeat:")) {
+        return repeatText(word, 7);
+    }
+    const std::size_t start = startsWith(word, "text:") ? 5 : 0;
+    return {word.begin() + static_cast<std::ptrdiff_t>(start), word.end()};
+}
+
+std::string hexText(const Bytes& bytes, const char* separator) {
+    std::string text;
+    for (const unsigned char byte : bytes) {
+        if (!text.empty()) {
+            text += separator;
+        }
+        text += {kDigits[byte >> 4], kDigits[byte & 0xF]};
+    }
+    return text;
+}
+
+std::string display(const Value& value, std::size_t limit) {
+    std::string shown;
+    if (const auto* number = std::get_if<long long>(&value)) {
+        shown = std::to_string(*number);
+    } else if (const auto* text = std::get_if<std::string>(&value)) {
+        shown = displayText(*text);
+    } else {
+        const Bytes& bytes = std::get<Bytes>(value);
+        shown = std::to_string(bytes.size()) + (bytes.size() == 1 ? " byte" : " bytes");
+        if (!bytes.empty()) {
+            shown += ": " + hexText(bytes, " ");
+        }
+    }
+    if (limit != 0 && shown.size() > limit) {
+        shown.resize(limit);
+        shown += "...";
+    }
+    return shown;
+}
+
+}  // namespace tool

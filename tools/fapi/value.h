@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+// What goes into an operation and comes out of it: a number, a text or bytes.
+#ifndef FAPI_TOOL_VALUE_H
+#define FAPI_TOOL_VALUE_H
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace tool {
+
+using Bytes = std::vector<unsigned char>;
+using Value = std::variant<long long, std::string, Bytes>;
+
+// A wrong word from the user: one line that says which word, and what was expected. Nothing has been called.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Decimal, 0x hexadecimal or 0 octal, with sign. False when the text is no number or does not fit.
+bool parseNumber(std::string_view text, long long& number);
+
+// "text:..." as it stands, "hex:01 02ff", "repeat:300:ab", "file:PATH" (of this PC), anything else as text. Throws
+// UsageError.
+Bytes parseBytes(const std::string& word);
+
+// "0102ff" with the separator between the bytes.
+std::string hexText(const Bytes& bytes, const char* separator);
+
+// As a person reads it: 42, "text" with \n and \x1b escapes, 4 bytes: 01 02 03 04. Cut to `limit` characters when that
+// is not 0.
+std::string display(const Value& value, std::size_t limit = 0);
+
+}  // namespace tool
+
+#endif

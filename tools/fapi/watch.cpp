@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi watch`: events as they come.
+#include "watch.h"
+
+#include <algorithm>
+#include <csignal>
+#include <thread>
+
+#include "event_log.h"
+#include "output.h"
+
+namespace tool {
+
+namespace {
+
+// Turns Ctrl-C into an interrupted wait. Must be made before other threads are: they inherit the blocked signals.
+class Interrupter {
+public:
+    Interrupter() {
+        sigemptyset(&_signals);
+        for (const int signal : {SIGINT, SIGTERM}) {
+            sigaddset(&_signals, signal);
+        }
+        pthread_sigmask(SIG_BLOCK, &_signals, nullptr);
+        std::thread([signals = _signals] {
+            int signal = 0;
+            sigwait(&signals, &signal);
+            eventLog().interrupt();
+        }).detach();
+    }
+
+private:
+    sigset_t _signals;
+};
+
+template <class Item>
+bool isWanted(const std::vector<Item>& wanted, const Item& item) {
+    return wanted.empty() || std::find(wanted.begin(), wanted.end(), item) != wanted.end();
+}
+
+std::chrono::steady_clock::time_point deadlineAfter(double seconds) {
+    // A wait for ever is a long one: the clock's last moment overflows in the library's arithmetic.
+    const double wait = seconds > 0 ? seconds : 365.0 * 24 * 3600;
+    return std::chrono::steady_clock::now() +
+           std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(wait));
+}
+
+}  // namespace
+
+int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
+    const std::vector<std::string> known = eventModules();
+    for (const std::string& module : watchOptions.modules) {
+        if (!isWanted(known, module)) {
+            throw UsageError("--module: no such module: " + module);
+        }
+    }
+    std::vector<Command> commands;
+    for (const std::string& line : watchOptions.lines) {
+        commands.push_back(Command::parse(splitWords(line)));
+        if (commands.back().isPowerCycle()) {
+            throw UsageError("--do: set power-cycle ends the process that watches");
+        }
+    }
+    openSession(options.session);
+    const Interrupter interrupter;
+    bringUpFor(nullptr);
+    listenToAllModules(true);
+    for (const Command& command : commands) {
+        if (command.operation() != nullptr) {
+            bringUpFor(command.operation());
+        }
+        const Outcome outcome = command.run();
+        std::fprintf(stderr, "%s\n", displayOutcome(command, outcome).c_str());
+    }
+
+    unsigned int seen = 0;
+    Event event;
+    auto deadline = deadlineAfter(watchOptions.idle);
+    while ((watchOptions.count == 0 || seen < watchOptions.count) && eventLog().take(event, deadline)) {
+        if (isWanted(watchOptions.events, event.number) && isWanted<std::string>(watchOptions.modules, event.module)) {
+            printEvent(event, options.json);
+            deadline = deadlineAfter(watchOptions.idle);
+            ++seen;
+        }
+    }
+    listenToAllModules(false);
+    return seen < watchOptions.count ? kExitFailed : kExitGood;
+}
+
+}  // namespace tool

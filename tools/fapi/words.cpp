@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+// Lines cut into words.
+#include "words.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace tool {
+
+namespace {
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r';
+}
+
+// The character that the escape at line[i] (behind the backslash) stands for; leaves i on its last character.
+char unescape(std::string_view line, std::size_t& i) {
+    const char c = i < line.size() ? line[i] : '\0';
+    switch (c) {
+        case 'n':
+            return '\n';
+        case 't':
+            return '\t';
+        case 'r':
+            return '\r';
+        case '\\':
+        case '"':
+            return c;
+        case 'x': {
+            long long number = 0;
+            if (i + 2 < line.size() && parseNumber("0x" + std::string(line.substr(i + 1, 2)), number)) {
+                i += 2;
+                return static_cast<char>(number);
+            }
+            throw UsageError("\\x needs two hexadecimal digits");
+        }
+        default:
+            throw UsageError(std::string("unknown escape \\") + (c != '\0' ? std::string(1, c) : "at the end"));
+    }
+}
+
+// Appends what is quoted from line[i] (the opening quote) on; returns the place behind the closing one.
+std::size_t readQuoted(std::string_view line, std::size_t i, std::string& word) {
+    const char quote = line[i];
+    for (++i; i < line.size() && line[i] != quote; ++i) {
+        if (line[i] == '\\' && quote == '"') {
+            ++i;
+            word += unescape(line, i);
+        } else {
+            word += line[i];
+        }
+    }
+    if (i >= line.size()) {
+        throw UsageError(std::string("the quote ") + quote + " is not closed");
+    }
+    return i + 1;
+}
+
+}  // namespace
+
+Words splitWords(std::string_view line) {
+    Words words;
+    std::size_t i = 0;
+    for (;;) {
+        while (i < line.size() && isBlank(line[i])) {
+            ++i;
+        }
+        if (i == line.size() || line[i] == '#') {
+            return words;
+        }
+        std::string word;
+        while (i < line.size() && !isBlank(line[i])) {
+            if (line[i] == '"' || line[i] == '\'') {
+                i = readQuoted(line, i, word);
+            } else {
+                word += line[i++];
+            }
+        }
+        words.push_back(std::move(word));
+    }
+}
+
+std::string quoteWord(std::string_view word) {
+    const bool plain =
+        !word.empty() && word.front() != '#' && std::all_of(word.begin(), word.end(), [](unsigned char c) {
+            return c > ' ' && c != 0x7F && c != '"' && c != '\'' && c != '\\';
+        });
+    if (plain) {
+        return std::string(word);
+    }
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string quoted = "\"";
+    for (const char c : word) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            quoted += {'\\', c};
+        } else if (c == '\n') {
+            quoted += "\\n";
+        } else if (byte < ' ' || byte == 0x7F) {
+            quoted += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        } else {
+            quoted += c;
+        }
+    }
+    return quoted + '"';
+}
+
+std::string nearest(std::string_view word, const std::vector<std::string>& candidates) {
+    std::string best;
+    // More than a third of the letters wrong is another word.
+    std::size_t bestDistance = word.size() / 3 + 1;
+    std::vector<std::size_t> row;
+    for (const std::string& candidate : candidates) {
+        row.resize(candidate.size() + 1);
+        std::iota(row.begin(), row.end(), std::size_t{0});
+        for (std::size_t i = 0; i < word.size(); ++i) {
+            std::size_t diagonal = row[0];
+            row[0] = i + 1;
+            for (std::size_t j = 0; j < candidate.size(); ++j) {
+                const std::size_t replaced = diagonal + (word[i] == candidate[j] ? 0 : 1);
+                diagonal = row[j + 1];
+                row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+            }
+        }
+        if (row.back() < bestDistance) {
+            bestDistance = row.back();
+            best = candidate;
+        }
+    }
+    return best;
+}
+
+}  // namespace tool

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+// Lines of the shell and of plans, cut into words.
+#ifndef FAPI_TOOL_WORDS_H
+#define FAPI_TOOL_WORDS_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "value.h"
+
+namespace tool {
+
+using Words = std::vector<std::string>;
+
+// Words are separated by blanks and tabs. "..." and '...' keep blanks; inside "..." a backslash escapes: \n \t \r \\ \"
+// and \xNN. A # at the beginning of a word starts a comment. Throws UsageError for a quote that is not closed or an
+// unknown escape. A word may be empty ("").
+Words splitWords(std::string_view line);
+
+// The word as splitWords would read it back.
+std::string quoteWord(std::string_view word);
+
+// "abc" for "acb": the candidate that is nearest to `word`, or an empty text when none is near. For "did you mean".
+std::string nearest(std::string_view word, const std::vector<std::string>& candidates);
+
+}  // namespace tool
+
+#endif
