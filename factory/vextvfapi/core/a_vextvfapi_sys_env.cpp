@@ -14,8 +14,6 @@
 namespace {
 
 struct FlashFamily {
-    using Query = HW_FLASH_HandleParams_t;
-    using Params = HW_FLASH_OpenParams_t;
     static constexpr auto getHandle = HW_FLASH_GetHandle;
     static constexpr auto open = HW_FLASH_Open;
     static constexpr auto close = HW_FLASH_Close;

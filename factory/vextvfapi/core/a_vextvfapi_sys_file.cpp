@@ -55,8 +55,6 @@ public:
         }
         std::memcpy(_copy.get(), pu8Path, size);
         _pszFolder = dirname(_copy.get());
-        FAPI_LOGD("pu8FileName:%s\n", pu8Path);
-        FAPI_LOGD("pszFilePath:%s\n", _pszFolder);
         return true;
     }
 
@@ -66,6 +64,12 @@ private:
     std::unique_ptr<char[]> _copy;
     const char* _pszFolder = nullptr;
 };
+
+void logNames(const unsigned char* pu8Path, const ParentFolder& folder) {
+    FAPI_LOGD("pu8FileName:%s\n", pu8Path);
+    // A C library may refuse to take an overlong path apart.
+    FAPI_LOGD("pszFilePath:%s\n", fapi::logText(folder.path()));
+}
 
 struct StreamCloser {
     void operator()(FILE* pStream) const { HW_FS_Fclose(pStream); }
@@ -159,6 +163,7 @@ int a_vextvfapi_sys_create_file(const unsigned char* path) {
     if (!folder.take(path)) {
         return -1;
     }
+    logNames(path, folder);
     if (!exists(folder.path())) {
         if (HW_FS_MkDir(folder.path(), kFolderMode) != 0) {
             FAPI_LOGE("Folder not found, create failed\n");
@@ -258,6 +263,7 @@ int a_vextvfapi_sys_copy_file(const unsigned char* src, const unsigned char* dst
         return -1;
     }
     FAPI_LOG_COPY(src, dst, b_fail_if_exist);
+    logNames(dst, folder);
     FAPI_LOGD("Open source file  %s\n\n", src);
     Stream source(HW_FS_Fopen(asText(src), "rb"));
     if (source == nullptr) {
@@ -429,6 +435,7 @@ int a_vextvfapi_sys_write_file(const unsigned char* path, const unsigned char* d
     if (!folder.take(path)) {
         return -1;
     }
+    logNames(path, folder);
     if (a_vextvfapi_sys_check_folder(reinterpret_cast<const unsigned char*>(folder.path())) != 0) {
         if (HW_FS_MkDir(folder.path(), kFolderMode) != 0) {
             FAPI_LOGE("Folder not found, create failed\n");

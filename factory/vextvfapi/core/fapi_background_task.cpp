@@ -3,7 +3,6 @@
 #include "fapi_background_task.h"
 
 #include <cerrno>
-#include <thread>
 
 #include <pthread.h>
 #include <sys/prctl.h>
@@ -37,11 +36,6 @@ int BackgroundTask::start(ThreadEntry_t entry, void* pArgument) {
         _bStarted.store(false);
     }
     return s32Error;
-}
-
-void Poll::wait() {
-    --_u32Left;
-    std::this_thread::sleep_for(_step);
 }
 
 }  // namespace fapi

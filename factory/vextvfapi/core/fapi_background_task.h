@@ -4,7 +4,6 @@
 #define FAPI_BACKGROUND_TASK_H
 
 #include <atomic>
-#include <chrono>
 
 namespace fapi {
 
@@ -21,7 +20,8 @@ void nameThisThread(const char* pszName);
 // because the worker may outlive the last call into the library.
 //
 // Contract of a worker: it runs while isEnabled(), and its last act is markStopped() (a log line may follow); after
-// that a new start may already be under way.
+// that a new start may already be under way. A worker that leaves itself started on purpose is set right by its stop.
+// A worker that raises the flags itself is started with startDetachedThread().
 class BackgroundTask {
 public:
     constexpr BackgroundTask() = default;
@@ -30,6 +30,7 @@ public:
     // ends at once must not have its markStopped() overwritten. A failed start clears it and leaves the enable flag.
     int start(ThreadEntry_t entry, void* pArgument);
 
+    void enable() { _bEnabled.store(true); }
     void disable() { _bEnabled.store(false); }
     bool isEnabled() const { return _bEnabled.load(); }
     bool isStarted() const { return _bStarted.load(); }
@@ -41,20 +42,21 @@ private:
     std::atomic<bool> _bStarted{false};
 };
 
-// "Up to n times: say so, wait, look": the wait of a stop that does not join.
+// "Up to n times: wait, look": how a stop that does not join finds out. True as soon as isDone() is. A wait logs and
+// sleeps, or asks the middleware to; log lines belong into a function of the service, whose name they are to show:
 //
-//     for (Poll poll(10, std::chrono::seconds(1)); poll.isLeft();) { log; poll.wait(); if (!task.isStarted()) ... }
-class Poll {
-public:
-    Poll(unsigned int u32Times, std::chrono::milliseconds step) : _u32Left(u32Times), _step(step) {}
-
-    bool isLeft() const { return _u32Left != 0; }
-    void wait();
-
-private:
-    unsigned int _u32Left;
-    std::chrono::milliseconds _step;
-};
+//     static void waitForMonitor() { FAPI_LOGD("..."); sleep(1); }
+//     ... pollUntil(10, waitForMonitor, [] { return !task.isStarted(); })
+template <class Wait, class IsDone>
+bool pollUntil(unsigned int u32Times, Wait&& wait, IsDone&& isDone) {
+    for (unsigned int i = 0; i < u32Times; ++i) {
+        wait();
+        if (isDone()) {
+            return true;
+        }
+    }
+    return false;
+}
 
 }  // namespace fapi
 

@@ -12,7 +12,7 @@ class EventSlot {
 public:
     constexpr EventSlot() = default;
 
-    // Both return 0. A null callback is stored as it is.
+    // Returns 0. A null callback is stored as it is.
     int set(fapi_core::VexTvFApiEventCallback_t callback) FAPI_EXCLUDES(_mutex);
 
     // The callback's result, or -1 when none is registered or it throws. The mutex is held while the callback runs:

@@ -7,18 +7,17 @@
 
 namespace fapi {
 
-// Family names the three calls and the two records of a middleware family:
+// Family names the calls of a middleware family:
 //
 //     struct FlashFamily {
-//         using Query = HW_FLASH_HandleParams_t;
-//         using Params = HW_FLASH_OpenParams_t;
 //         static constexpr auto getHandle = HW_FLASH_GetHandle;
 //         static constexpr auto open = HW_FLASH_Open;
 //         static constexpr auto close = HW_FLASH_Close;
 //     };
 //
-// find() and open() are two calls because most operations log between them. The handle changes only by a call that
-// succeeded. An operation calls release() where its close may be looked at; the destructor closes on every other path.
+// A family whose handles come from a look-up helper needs close alone. find() and open() are two calls because most
+// operations log between them. The handle changes only by a call that succeeded. An operation calls release() where its
+// close may be looked at; the destructor closes on every other path.
 template <class Family>
 class HandleLease {
 public:
@@ -29,9 +28,13 @@ public:
     HandleLease(const HandleLease&) = delete;
     HandleLease& operator=(const HandleLease&) = delete;
 
-    HW_Result_t find(const typename Family::Query& stQuery) { return Family::getHandle(&stQuery, &_hHandle); }
+    template <class Query>
+    HW_Result_t find(const Query& stQuery) {
+        return Family::getHandle(&stQuery, &_hHandle);
+    }
 
-    HW_Result_t open(const typename Family::Params& stParams) {
+    template <class Params>
+    HW_Result_t open(const Params& stParams) {
         const HW_Result_t u32Result = Family::open(&stParams, &_hHandle);
         _bOpened = u32Result == HW_OK;
         return u32Result;

@@ -10,17 +10,16 @@
 extern std::atomic<unsigned char> u8TvFactoryDebug;
 
 // Tag, level and message are one literal, so that the compiler checks the format and the text can be found in the
-// binary. With the switch off a line costs a load and a branch; no argument is evaluated.
-#define FAPI_LOG(level, format, ...)                                                                          \
-    do {                                                                                                      \
-        if (u8TvFactoryDebug.load(std::memory_order_relaxed) != 0) {                                          \
-            std::printf(FAPI_LOG_TAG "(imp) [" level "] <%s:%d> " format, __func__, __LINE__, ##__VA_ARGS__); \
-        }                                                                                                     \
-    } while (false)
+// binary. With the switch off a line costs a load and a branch; no argument is evaluated. The value is that of printf,
+// or 0 with the switch off.
+#define FAPI_LOG(level, format, ...)                                                                        \
+    (u8TvFactoryDebug.load(std::memory_order_relaxed) != 0                                                  \
+         ? std::printf(FAPI_LOG_TAG "(imp) [" level "] <%s:%d> " format, __func__, __LINE__, ##__VA_ARGS__) \
+         : 0)
 
-#define FAPI_LOGE(format, ...) FAPI_LOG("E", format, ##__VA_ARGS__)
-#define FAPI_LOGD(format, ...) FAPI_LOG("D", format, ##__VA_ARGS__)
-#define FAPI_LOGI(format, ...) FAPI_LOG("I", format, ##__VA_ARGS__)
+#define FAPI_LOGE(format, ...) static_cast<void>(FAPI_LOG("E", format, ##__VA_ARGS__))
+#define FAPI_LOGD(format, ...) static_cast<void>(FAPI_LOG("D", format, ##__VA_ARGS__))
+#define FAPI_LOGI(format, ...) static_cast<void>(FAPI_LOG("I", format, ##__VA_ARGS__))
 
 // Colours of the message texts; the ending (a newline or two) stays outside.
 #define FAPI_RED(text) "\033[31m " text "\033[m"

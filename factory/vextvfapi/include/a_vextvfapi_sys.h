@@ -38,7 +38,8 @@ FAPI_API int a_vextvfapi_sys_nty_event(unsigned int event, const fapi_core::VexT
 // Copies the value of the boot environment variable `key`, kept in eMMC, to `value`, which holds `size` bytes.
 // No terminating NUL is written: the caller clears `value` first, and a value of exactly `size` bytes fills it.
 // 0; -1 when the flash refuses or the variable does not exist; -2 for null or when the value is longer than `size`;
-// -4 without memory for the 64 KiB environment image. Needs a_vextvfapi_sys_init.
+// -4 without memory for the 64 KiB environment image. -1 also when the flash could not be closed; the value has then
+// been copied all the same. Needs a_vextvfapi_sys_init.
 FAPI_API int a_vextvfapi_sys_get_emmc_env_var(const unsigned char* key, unsigned char* value, unsigned int size);
 
 // Sets the boot environment variable `key` in eMMC to the text `value`, then reads it back to verify it.
@@ -64,6 +65,8 @@ FAPI_API int a_vextvfapi_sys_check_folder(const unsigned char* path);
 
 // Creates the empty file `path` (mode 0644), and its folder if that one level is missing.
 // 0; -1 when the file exists (it stays as it is) or cannot be created.
+// Its last act is closing the process's descriptor 0, and its status is that of this close: -1 although the file was
+// created when descriptor 0 was closed before.
 FAPI_API int a_vextvfapi_sys_create_file(const unsigned char* path);
 
 // Copies the file `src` to `dst` (mode 0644), creating the folder of `dst` if that one level is missing. An existing
@@ -78,12 +81,15 @@ FAPI_API int a_vextvfapi_sys_read_file_one_line(const unsigned char* path, unsig
                                                 unsigned long long pos);
 
 // Reads up to `len` bytes of the file `path` from byte `pos` on into `buf` and their number into `readLen`.
-// 0; -1 for null, `len` 0, a file that cannot be opened, and when nothing was read (at or past the end: `readLen` 0).
-// An error while reading is reported as 0 with `readLen` 0.
+// 0; -1 for null, `len` 0, a file that cannot be opened, a failed seek, when nothing was read (at or past the end), and
+// when the file could not be closed. An error while reading is reported as 0 with `readLen` 0.
+// `readLen` stays untouched while arguments and file are checked; it is 0 after a failed open or seek, and tells what
+// is in `buf` after a failed close.
 FAPI_API int a_vextvfapi_sys_read_file(const unsigned char* path, unsigned char* buf, unsigned int len,
                                        unsigned long long pos, unsigned int* readLen);
 
-// Sum of all bytes of the file `path`, modulo 65,536, into `checksum`. 0 or -1. Reads the file byte by byte.
+// Sum of all bytes of the file `path`, modulo 65,536, into `checksum`. 0 or -1; a read error ends the sum unnoticed.
+// Reads the file byte by byte.
 FAPI_API int a_vextvfapi_sys_get_file_checksum(const unsigned char* path, unsigned int* checksum);
 
 // Writes `len` bytes (at least 1) to the file `path`, opened with the stdio mode text `mode` ("wb", "ab", ...),

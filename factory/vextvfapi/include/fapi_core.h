@@ -21,10 +21,11 @@
 // them, with the module's callback mutex held: inside a callback the host may call any operation except
 // reg_callback, unreg_callback and nty_event of the same module, which would deadlock.
 //
-// Exceptions never leave an operation. One that a callback throws is swallowed, and nty_event then returns -1.
+// Exceptions never leave an operation. One that a callback throws is swallowed, and nty_event then returns -1. A
+// callback returns; it must not end the thread that calls it.
 //
-// Log. With the debug switch on every operation prints to standard output what it does and why it failed. The switch
-// is the file /data/tvfapi_hal_debug, looked at by a_vextvfapi_sys_init.
+// Log. With the debug switch on operations print to standard output what they do and, with few exceptions, why they
+// failed. The switch is the file /data/tvfapi_hal_debug, looked at by a_vextvfapi_sys_init.
 #ifndef FAPI_CORE_H
 #define FAPI_CORE_H
 

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+// Frame: gate, version, middleware codes, decoders, debug switch.
+#include "a_vextvfapi_common.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "a_vextvfapi_sys.h"
+#include "support/log_capture.h"
+#include "support/set_fixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+class Common : public test::SetTest {};
+
+TEST_F(Common, GateFollowsTheMarkerAsOfTheLastStart) {
+    const std::string strMarker = vset::hostPath("/vendor/factory/bin/factory_svc");
+    // Closed until the set is started, although the marker is there.
+    EXPECT_EQ(a_vextvfapi_common_get_fapi_status(), -5);
+    EXPECT_EQ(a_vextvfapi_sys_init(), 0);
+    EXPECT_EQ(a_vextvfapi_common_get_fapi_status(), 0);
+    ASSERT_EQ(std::remove(strMarker.c_str()), 0);
+    EXPECT_EQ(a_vextvfapi_common_get_fapi_status(), 0);
+    EXPECT_EQ(_a_vextvfapi_common_init(), 0);
+    const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_common_get_fapi_status(), -5); });
+    EXPECT_EQ(strLog,
+              "VexTvFApiCommon(imp) [E] <a_vextvfapi_common_get_fapi_status> "
+              "Refuse to access FAPI, current not in factory mode.\n");
+}
+
+TEST_F(Common, DebugSwitchIsReadAtStartOnly) {
+    write("/data/tvfapi_hal_debug", "");
+    EXPECT_EQ(_a_vextvfapi_common_init_debug_level(), 1);
+    testing::internal::CaptureStdout();
+    a_vextvfapi_common_hw_err_msg(3);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "the probe alone must not switch the log on";
+
+    _a_vextvfapi_common_init();
+    std::remove(vset::hostPath("/data/tvfapi_hal_debug").c_str());
+    EXPECT_EQ(_a_vextvfapi_common_init_debug_level(), 0);
+    testing::internal::CaptureStdout();
+    a_vextvfapi_common_hw_err_msg(3);
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("HW_ERR_FAILED"));
+    _a_vextvfapi_common_init();
+}
+
+TEST_F(Common, VersionFillsTheWholeBufferOrNothing) {
+    for (const unsigned int u32Length : {10u, 11u, 64u}) {
+        std::string strBuffer(u32Length + 1, '#');
+        EXPECT_EQ(a_vextvfapi_common_get_fapi_version(strBuffer.data(), u32Length), 0);
+        EXPECT_EQ(strBuffer, "v1.0.0.13" + std::string(u32Length - 9, '\0') + "#");
+    }
+    for (const unsigned int u32Length : {0u, 9u}) {
+        std::string strBuffer(10, '#');
+        EXPECT_EQ(a_vextvfapi_common_get_fapi_version(strBuffer.data(), u32Length), -2);
+        EXPECT_EQ(strBuffer, std::string(10, '#'));
+    }
+    const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_common_get_fapi_version(nullptr, 64), -2); });
+    EXPECT_EQ(strLog, "VexTvFApiCommon(imp) [E] <a_vextvfapi_common_get_fapi_version> Invalid parameters\n");
+}
+
+TEST_F(Common, MiddlewareCodes) {
+    const struct {
+        unsigned int u32Code;
+        int s32Status;
+        const char* pszText;
+    } kRows[] = {
+        {0x0, 0, ""},
+        {0x1, -1, "HW_CONTINUE: 0x1 ,not error but hasn' be succeeded. Flow is continue...\n"},
+        {0x2, -1, "HW_HAS_INITED: 0x2, not error but init has be called again\n"},
+        {0x5, -6, "HW_ERR_NOT_SUPPORT: 0x5, not supported\n"},
+        {0x6, -3, "HW_ERR_NOT_IMPLEMENT: 0x6, not implemented\n"},
+        {0x8, -2, "HW_ERR_INVALID_PARAMETER: 0x8, invalid parameter\n"},
+        {0xA, -4, "HW_ERR_MEMORY_ALLOCATE: 0xa, memory allocation\n"},
+        {0xB, -1, "HW_ERR_CHAOS: 0xb, chaos state-mechine\n"},
+        {0xF, -1, "HW_ERR_BUSY: 0xf, the required operation can not be done due to current system is busy.\n"},
+        {0x10, -1, "HW_UNDEFINED_ERROR: \n"},
+        {0xFFFFFFFE, -1, "HW_UNDEFINED_ERROR: \n"},
+    };
+    for (const auto& stRow : kRows) {
+        SCOPED_TRACE(stRow.u32Code);
+        const std::string strPrefix = "VexTvFApiCommon(imp) [E] <a_vextvfapi_common_hw_err_msg> ";
+        const std::string strLog =
+            test::logOf([&] { EXPECT_EQ(a_vextvfapi_common_hw_err_msg(stRow.u32Code), stRow.s32Status); });
+        EXPECT_EQ(strLog, *stRow.pszText != '\0' ? strPrefix + stRow.pszText : "");
+        EXPECT_EQ(a_vextvfapi_common_hw_err_msg(stRow.u32Code), stRow.s32Status) << "with the switch off";
+    }
+}
+
+TEST_F(Common, DecodersAreBigEndian) {
+    signed char as8Bytes[] = {0x12, -2, 0x56, 0x78};
+    EXPECT_EQ(_bytes_to_int(as8Bytes), 0x12FE5678);
+    EXPECT_EQ(_bytes_to_short(as8Bytes), 0x12FE);
+    EXPECT_EQ(_bytes_to_short(as8Bytes + 1), 0xFE56);
+    EXPECT_EQ(_bytes_to_bool(as8Bytes + 1), 0xFE);
+    EXPECT_EQ(_bytes_to_one_byte_enum(as8Bytes), 0x12);
+    signed char as8Negative[] = {-1, -1, -1, -2};
+    EXPECT_EQ(_bytes_to_int(as8Negative), -2);
+
+    const std::string strLog = test::logOf([] {
+        EXPECT_EQ(_bytes_to_int(nullptr), -1);
+        EXPECT_EQ(_bytes_to_short(nullptr), 0xFFFF);
+        EXPECT_EQ(_bytes_to_bool(nullptr), 0xFF);
+        EXPECT_EQ(_bytes_to_one_byte_enum(nullptr), 0xFF);
+    });
+    EXPECT_THAT(strLog, testing::ContainsRegex("<_bytes_to_int> _bytes_to_int [0-9]+ Input Is NULL\n"));
+    EXPECT_THAT(strLog, HasSubstr("<_bytes_to_one_byte_enum> _bytes_to_one_byte_enum "));
+}
+
+}  // namespace

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// The bench tool's operation table against the library's exports.
+#include <fstream>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "operation.h"
+
+namespace {
+
+TEST(OperationTable, HasARowForEveryExport) {
+    std::set<std::string> exported;
+    std::ifstream list(FAPI_EXPORTS_FILE);
+    for (std::string strLine; std::getline(list, strLine);) {
+        if (strLine.empty() || strLine[0] != '#') {
+            exported.insert(strLine.substr(0, strLine.find('(')));
+        }
+    }
+    ASSERT_FALSE(exported.empty());
+    for (const tool::Operation& operation : tool::operations()) {
+        EXPECT_EQ(exported.erase(operation.name), 1u) << operation.name << " is not exported, or stands twice";
+    }
+    for (const std::string& strName : exported) {
+        ADD_FAILURE() << strName << " has no row in the operation table";
+    }
+}
+
+TEST(OperationTable, RowsAreComplete) {
+    for (const tool::Operation& operation : tool::operations()) {
+        SCOPED_TRACE(operation.name);
+        EXPECT_GT(std::string(operation.help).size(), 10u);
+        EXPECT_EQ(std::string(operation.help).find('\n'), std::string::npos);
+        EXPECT_EQ(tool::findOperation(operation.shortName()), &operation) << "the short name is taken twice";
+        bool bOptional = false;
+        for (const tool::Argument& argument : operation.arguments) {
+            EXPECT_FALSE(std::string(argument.help).empty()) << argument.name;
+            EXPECT_FALSE(bOptional && argument.byDefault == nullptr)
+                << argument.name << " must be given but stands behind one that need not be";
+            bOptional = argument.byDefault != nullptr;
+            if (argument.byDefault != nullptr && argument.kind == tool::Kind::number) {
+                long long number = 0;
+                EXPECT_TRUE(tool::parseNumber(argument.byDefault, number)) << argument.name;
+                EXPECT_TRUE(number >= argument.min && number <= argument.max) << argument.name;
+            }
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: Apache-2.0
+// Boot environment variables.
+#include <cstdlib>
+#include <cstring>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "a_vextvfapi_sys.h"
+#include "support/log_capture.h"
+#include "support/process.h"
+#include "support/set_fixture.h"
+#include "vset/flash.h"
+
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+const unsigned char* u8(const std::string& strText) {
+    return reinterpret_cast<const unsigned char*>(strText.c_str());
+}
+
+int setEnv(const std::string& strKey, const std::string& strValue) {
+    return a_vextvfapi_sys_set_emmc_env_var(u8(strKey), u8(strValue));
+}
+
+// The value in a buffer of exactly u32Size bytes preset to '#', or "status N".
+std::string getEnv(const std::string& strKey, unsigned int u32Size = 2048) {
+    std::vector<unsigned char> buffer(u32Size, '#');
+    const int s32Status = a_vextvfapi_sys_get_emmc_env_var(u8(strKey), buffer.data(), u32Size);
+    const std::string strText(buffer.begin(), buffer.end());
+    if (s32Status != 0) {
+        return "status " + std::to_string(s32Status);
+    }
+    return strText.substr(0, strText.find('#'));
+}
+
+class SysEnv : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        vset::clearJournal();
+    }
+};
+
+TEST_F(SysEnv, SurvivesAPowerCycleAndLeavesTheRestAlone) {
+    const auto before = vset::flash::environment(E_HW_FLASH_TYPE_EMMC);
+    EXPECT_EQ(setEnv("serial", "LM55-000815"), 0);
+    EXPECT_EQ(setEnv("empty", ""), 0);
+    vset::powerCycle();
+    ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+    EXPECT_EQ(getEnv("serial"), "LM55-000815");
+    EXPECT_EQ(getEnv("empty"), "");
+    EXPECT_EQ(getEnv("bootdelay"), before.at("bootdelay"));
+    EXPECT_EQ(getEnv("nosuch"), "status -1");
+    EXPECT_EQ(vset::flash::environment(E_HW_FLASH_TYPE_EMMC).size(), before.size() + 1);
+    EXPECT_TRUE(vset::openHandles().empty());
+}
+
+TEST_F(SysEnv, TheFlashTypeChoosesTheImage) {
+    EXPECT_EQ(_a_vextvfapi_sys_set_env_var(u8("medium"), u8("nor"), E_HW_FLASH_TYPE_SPI_NOR), 0);
+    EXPECT_EQ(setEnv("medium", "emmc"), 0);
+    unsigned char au8Value[8] = {};
+    EXPECT_EQ(_a_vextvfapi_sys_get_env_var(u8("medium"), au8Value, 8, E_HW_FLASH_TYPE_SPI_NOR), 0);
+    EXPECT_STREQ(reinterpret_cast<char*>(au8Value), "nor");
+    EXPECT_EQ(getEnv("medium"), "emmc");
+    EXPECT_EQ(vset::flash::environment(E_HW_FLASH_TYPE_SPI_NOR).size(), 1u);
+}
+
+TEST_F(SysEnv, LengthsAtTheEdge) {
+    EXPECT_EQ(setEnv("long", std::string(2046, 'a') + ""), 0);
+    EXPECT_EQ(getEnv("long"), std::string(2046, 'a'));
+    const std::size_t stored = vset::journal().size();
+    EXPECT_EQ(setEnv("long", std::string(2047, 'b')), -2);
+    EXPECT_EQ(vset::journal().size(), stored) << "refused before the flash is touched";
+    EXPECT_EQ(getEnv("long"), std::string(2046, 'a'));
+
+    ASSERT_EQ(setEnv("five", "12345"), 0);
+    EXPECT_EQ(getEnv("five", 5), "12345") << "fills the buffer without a terminator";
+    EXPECT_EQ(getEnv("five", 6), "12345") << "byte 6 stays what the caller put there";
+    unsigned char au8Short[4] = {'#', '#', '#', '#'};
+    EXPECT_EQ(a_vextvfapi_sys_get_emmc_env_var(u8("five"), au8Short, sizeof(au8Short)), -2);
+    EXPECT_EQ(std::string(au8Short, au8Short + 4), "####");
+    ASSERT_EQ(setEnv("empty", ""), 0);
+    unsigned char u8Byte = '#';
+    EXPECT_EQ(a_vextvfapi_sys_get_emmc_env_var(u8("empty"), &u8Byte, 0), 0) << "an empty value fits into nothing";
+}
+
+TEST_F(SysEnv, NullIsRefusedWithoutAMiddlewareCall) {
+    unsigned char u8Value = 0;
+    const std::string strLog = test::logOf([&] {
+        vset::clearJournal();
+        EXPECT_EQ(a_vextvfapi_sys_get_emmc_env_var(nullptr, &u8Value, 1), -2);
+        EXPECT_EQ(a_vextvfapi_sys_get_emmc_env_var(u8("k"), nullptr, 1), -2);
+        EXPECT_EQ(a_vextvfapi_sys_set_emmc_env_var(nullptr, u8("v")), -2);
+        EXPECT_EQ(a_vextvfapi_sys_set_emmc_env_var(u8("k"), nullptr), -2);
+        EXPECT_TRUE(calls().empty());
+    });
+    EXPECT_THAT(strLog, HasSubstr("VexTvFApiSystem(imp) [E] <_a_vextvfapi_sys_set_env_var> Null of key or value.\n\n"));
+}
+
+TEST_F(SysEnv, AHandleOfSomebodyElseIsSharedAndStaysOpen) {
+    vset::flash::hold(E_HW_FLASH_TYPE_EMMC);
+    EXPECT_EQ(setEnv("a", "1"), 0);
+    EXPECT_EQ(getEnv("a"), "1");
+    EXPECT_THAT(calls(), Not(Contains("HW_FLASH_Open")));
+    EXPECT_THAT(calls(), Not(Contains("HW_FLASH_Close")));
+    EXPECT_EQ(vset::openHandles().size(), 1u);
+
+    int s32Handle = -1;
+    unsigned char u8Opened = 9;
+    EXPECT_EQ(_a_vextvfapi_sys_get_flash_handle(s32Handle, E_HW_FLASH_TYPE_EMMC, u8Opened), 0);
+    EXPECT_EQ(static_cast<unsigned int>(s32Handle), vset::openHandles()[0].u32Handle);
+    EXPECT_EQ(u8Opened, 0);
+    EXPECT_EQ(_a_vextvfapi_sys_get_flash_handle(s32Handle, E_HW_FLASH_TYPE_NAND, u8Opened), 0);
+    EXPECT_EQ(u8Opened, 1);
+    vset::inject({"HW_FLASH_Open", 9});
+    EXPECT_EQ(_a_vextvfapi_sys_get_flash_handle(s32Handle, E_HW_FLASH_TYPE_SPI_NOR, u8Opened), 9);
+    EXPECT_EQ(s32Handle, 0);
+    EXPECT_EQ(u8Opened, 0);
+}
+
+TEST_F(SysEnv, OrderOfAWrite) {
+    ASSERT_EQ(setEnv("k", "v"), 0);
+    EXPECT_THAT(calls(),
+                testing::ElementsAre("HW_FLASH_GetHandle", "HW_FLASH_Open", "HW_FLASH_LoadEnv", "HW_FLASH_SetEnvVar",
+                                     "HW_FLASH_StoreEnv", "HW_FLASH_LoadEnv", "HW_FLASH_GetEnvVar", "HW_FLASH_Close"));
+    const std::string strLog = test::logOf([] { setEnv("k", "w"); });
+    EXPECT_THAT(strLog,
+                testing::MatchesRegex(
+                    ".*Set k = w\n\n.*\\[E\\] <_a_vextvfapi_sys_get_flash_handle> \\[flash\\] Get handle fail, try to "
+                    "open it.\n\n.*handle  = 0x[0-9a-f]+\n\n.*HW_FLASH_LoadEnv  OK\n\n.*HW_FLASH_SetEnvVar OK\n\n.*"
+                    "HW_FLASH_StoreEnv OK\n\n.*HW_FLASH_LoadEnv OK\n\n.*HW_FLASH_GetEnvVar OK\n\n.*Write env "
+                    "success!!!!\n\n"));
+}
+
+struct FailureRow {
+    bool bWrite;
+    const char* pszCall;
+    unsigned int u32From;
+    int s32Status;
+    const char* pszText;
+};
+
+TEST_F(SysEnv, EachStepMayFail) {
+    const FailureRow kRows[] = {
+        {false, "HW_FLASH_Open", 1, -1, "[E] <_a_vextvfapi_sys_get_env_var> [flash] Obtain handle fail.\n\n"},
+        {false, "allocation", 1, -4, "Allocate Memory Fail!!!!\n\n"},
+        {false, "HW_FLASH_LoadEnv", 1, -1, "Read flash data failed!!\n\n"},
+        {false, "HW_FLASH_GetEnvVar", 1, -1, "Get new env from emmc failed!! \n\n"},
+        {false, "HW_FLASH_Close", 1, -1, "flash close handle fail\n\n"},
+        {true, "HW_FLASH_Open", 1, -1, "[flash] Obtain handle fail.\n\n"},
+        {true, "allocation", 1, -1, "Allocate Memory Fail!!!!\n\n"},
+        {true, "HW_FLASH_LoadEnv", 1, -1, "Read flash data failed!! \n\n"},
+        {true, "HW_FLASH_SetEnvVar", 1, -1, "Set new env failed!!\n\n"},
+        {true, "HW_FLASH_StoreEnv", 1, -1, "Store env failed!!\n\n"},
+        {true, "HW_FLASH_LoadEnv", 2, -1, "Read flash data failed!! \n\n"},
+        {true, "HW_FLASH_GetEnvVar", 1, -1, "Get new env from emmc failed!! \n\n"},
+        {true, "HW_FLASH_Close", 1, -1, "flash close handle fail\n\n"},
+    };
+    for (const FailureRow& stRow : kRows) {
+        SCOPED_TRACE(std::string(stRow.bWrite ? "set: " : "get: ") + stRow.pszCall + " " +
+                     std::to_string(stRow.u32From));
+        vset::powerCycle();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        const auto act = [&] {
+            vset::clearFaults();
+            vset::inject({stRow.pszCall, HW_ERR_FAILED, stRow.u32From});
+            return stRow.bWrite ? setEnv("serial", "new")
+                                : std::atoi(getEnv("serial").c_str() + std::strlen("status "));
+        };
+        const std::string strLog = test::logOf([&] { EXPECT_EQ(act(), stRow.s32Status); });
+        EXPECT_THAT(strLog, HasSubstr(stRow.pszText));
+        const bool bCloseFailed = std::string(stRow.pszCall) == "HW_FLASH_Close";
+        EXPECT_EQ(vset::openHandles().size(), bCloseFailed ? 1u : 0u);
+    }
+}
+
+TEST_F(SysEnv, AFailedCloseReplacesEveryOtherStatus) {
+    vset::inject({vset::kAllocation});
+    vset::inject({"HW_FLASH_Close"});
+    EXPECT_EQ(getEnv("serial"), "status -1");
+    EXPECT_THAT(calls(), Contains("HW_FLASH_Close"));
+}
+
+TEST_F(SysEnv, AValueThatComesBackDifferentIsAFailure) {
+    // The store is lost without a word: what is read back is the old value.
+    vset::inject({"HW_FLASH_StoreEnv", HW_OK});
+    const std::string strLog = test::logOf([] { EXPECT_EQ(setEnv("serial", "LOST"), -1); });
+    EXPECT_THAT(strLog, HasSubstr("[E] <verifyInFlash> Write env fail!!!!\n\n"));
+}
+
+TEST_F(SysEnv, BeforeStartTheFlashRefuses) {
+    vset::powerCycle();
+    EXPECT_EQ(getEnv("serial"), "status -1");
+    EXPECT_EQ(setEnv("serial", "x"), -1);
+}
+
+TEST_F(SysEnv, DamageIsAStatusAndNothingIsWritten) {
+    const std::string strFile = folder() + "/env/emmc.img";
+    const std::string strGood = test::readFile(strFile);
+    std::string strBad = strGood;
+    strBad[100] = static_cast<char>(strBad[100] ^ 1);
+    for (const std::string& strImage : {strBad, strGood.substr(0, 1000), std::string()}) {
+        test::writeFile(strFile, strImage);
+        EXPECT_EQ(getEnv("serial"), "status -1");
+        EXPECT_EQ(setEnv("serial", "x"), -1);
+        EXPECT_EQ(test::readFile(strFile), strImage);
+    }
+}
+
+TEST_F(SysEnv, ABootLoaderToolReadsTheImage) {
+    if (std::system("command -v fw_printenv >/dev/null") != 0) {
+        GTEST_SKIP() << "libubootenv-tool is not installed";
+    }
+    ASSERT_EQ(setEnv("serial", "LM55 000815=x"), 0);
+    const std::string strConfig = folder() + "/fw_env.config";
+    test::writeFile(strConfig, folder() + "/env/emmc.img 0x0 0x10000\n");
+    const test::ProcessResult stPrinted = test::runProcess({"fw_printenv", "-c", strConfig, "serial"});
+    EXPECT_EQ(stPrinted.s32Exit, 0) << stPrinted.strError;
+    EXPECT_EQ(stPrinted.strOutput, "serial=LM55 000815=x\n");
+
+    // And the other way round.
+    const test::ProcessResult stSet = test::runProcess({"fw_setenv", "-c", strConfig, "serial", "from outside"});
+    EXPECT_EQ(stSet.s32Exit, 0) << stSet.strError;
+    EXPECT_EQ(getEnv("serial"), "from outside");
+}
+
+// Every write to the storage while a set is switched on and a variable written, cut off one after the other.
+TEST_F(SysEnv, APowerCutLeavesTheOldOrTheNewEnvironment) {
+    ASSERT_EQ(setEnv("serial", "old"), 0);
+    const std::string strFolder = folder();
+    vset::detach();
+    unsigned int u32Old = 0;
+    unsigned int u32New = 0;
+    bool bFinished = false;
+    for (unsigned int u32Write = 1; !bFinished; ++u32Write) {
+        ASSERT_LT(u32Write, 1000u);
+        const pid_t child = fork();
+        if (child == 0) {
+            vset::cutPowerAtWrite(u32Write);
+            vset::attach(strFolder);
+            _exit(a_vextvfapi_sys_init() == 0 && setEnv("serial", "new") == 0 ? 0 : 1);
+        }
+        int s32Wait = 0;
+        waitpid(child, &s32Wait, 0);
+        bFinished = WIFEXITED(s32Wait);
+        ASSERT_TRUE(bFinished ? WEXITSTATUS(s32Wait) == 0 : WTERMSIG(s32Wait) == SIGKILL);
+        ASSERT_THAT(vset::check(strFolder), testing::IsEmpty()) << "cut at write " << u32Write;
+
+        vset::attach(strFolder);
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        const std::string strValue = getEnv("serial");
+        ASSERT_THAT(strValue, testing::AnyOf("old", "new"));
+        ++(strValue == "old" ? u32Old : u32New);
+        ASSERT_EQ(setEnv("serial", "old"), 0);
+        vset::detach();
+    }
+    // The image has 16 blocks; a cut between any two of them must have been tried.
+    EXPECT_GT(u32Old, 16u);
+    EXPECT_GE(u32New, 1u);
+    vset::attach(strFolder);
+}
+
+}  // namespace
