@@ -90,6 +90,10 @@ public:
         try {
             _app.parse(argc, argv);
         } catch (const CLI::ParseError& error) {
+            if (const std::vector<std::string> unknown = _app.remaining();
+                dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !unknown.empty()) {
+                throw UsageError("no such command: " + unknown.front());
+            }
             const bool isHelp = error.get_exit_code() == 0;
             const int code = _app.exit(error, isHelp ? helpStream() : std::cerr, std::cerr);
             printHelp();
@@ -115,7 +119,6 @@ private:
         CLI::App* call = _app.add_subcommand("call", "Call an operation");
         call->add_option("OPERATION ARGUMENT...", _words)->required();
         call->add_flag("--no-init", _noInit, "Do not bring the set up first");
-        call->positionals_at_end();
         call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit); }; });
 
         CLI::App* shell = _app.add_subcommand("shell", "Call operations line by line");

@@ -25,7 +25,8 @@ Argument flashType() {
             "the flash that holds the environment",
             0,
             0,
-            {{"spi_nor", E_HW_FLASH_TYPE_SPI_NOR}, {"nand", E_HW_FLASH_TYPE_NAND}, {"emmc", E_HW_FLASH_TYPE_EMMC}}};
+            {{"spi_nor", E_HW_FLASH_TYPE_SPI_NOR}, {"nand", E_HW_FLASH_TYPE_NAND}, {"emmc", E_HW_FLASH_TYPE_EMMC}},
+            "emmc"};
 }
 
 Argument key() {

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs benchmarks and judges their ratios.
+#include "limits.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+namespace bench {
+
+namespace {
+
+struct Best {
+    double nanoseconds = 1e300;
+    double itemsPerSecond = 0;
+};
+
+// Prints as usual and keeps the best run of each benchmark: noise only ever makes a run slower.
+class Collector : public benchmark::ConsoleReporter {
+public:
+    Collector() : ConsoleReporter(OO_Tabular) {}
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration || run.error_occurred) {
+                continue;
+            }
+            Best& best = _best[run.run_name.function_name];
+            best.nanoseconds =
+                std::min(best.nanoseconds, run.real_accumulated_time * 1e9 / static_cast<double>(run.iterations));
+            const auto items = run.counters.find("items_per_second");
+            if (items != run.counters.end()) {
+                best.itemsPerSecond = std::max(best.itemsPerSecond, static_cast<double>(items->second));
+            }
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+
+    const std::map<std::string, Best>& best() const { return _best; }
+
+private:
+    std::map<std::string, Best> _best;
+};
+
+bool judge(const Goal& goal, const std::map<std::string, Best>& best) {
+    const auto own = best.find(goal.pszBenchmark);
+    const auto peer = goal.pszPeer != nullptr ? best.find(goal.pszPeer) : own;
+    if (own == best.end() || peer == best.end()) {
+        std::printf("%-24s not run\n", goal.pszBenchmark);
+        return true;
+    }
+    double value = own->second.itemsPerSecond;
+    const char* pszText = "items/s, at least";
+    if (goal.eLimit == Limit::timesPeer) {
+        value = own->second.nanoseconds / peer->second.nanoseconds;
+        pszText = "times the peer, at most";
+    } else if (goal.eLimit == Limit::nanosecondsAbove) {
+        value = own->second.nanoseconds - peer->second.nanoseconds;
+        pszText = "ns above the peer, at most";
+    }
+    const bool bMet = goal.eLimit == Limit::itemsPerSecond ? value >= goal.limit : value <= goal.limit;
+    std::printf("%-24s %10.2f %s %.2f: %s\n", goal.pszBenchmark, value, pszText, goal.limit, bMet ? "met" : "MISSED");
+    return bMet;
+}
+
+}  // namespace
+
+int runAndJudge(int argc, char** argv, const Goal* pGoals, int s32Count) {
+    std::vector<char*> arguments;
+    bool bCheck = false;
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--check") == 0) {
+            bCheck = true;
+        } else {
+            arguments.push_back(argv[i]);
+        }
+    }
+    char acRepetitions[] = "--benchmark_repetitions=3";
+    char acInterleave[] = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, {acRepetitions, acInterleave});
+    int s32Arguments = static_cast<int>(arguments.size());
+    benchmark::Initialize(&s32Arguments, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(s32Arguments, arguments.data())) {
+        return 2;
+    }
+    Collector collector;
+    benchmark::RunSpecifiedBenchmarks(&collector);
+    bool bMet = true;
+    std::printf("\n");
+    for (int i = 0; i < s32Count; ++i) {
+        bMet = judge(pGoals[i], collector.best()) && bMet;
+    }
+    return bCheck && !bMet ? 1 : 0;
+}
+
+}  // namespace bench

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: Apache-2.0
+// The bench tool's command line: outputs, messages, exit codes.
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/tool_fixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+class Cli : public test::ToolTest {};
+
+TEST_F(Cli, CallPrintsStatusAndOutputs) {
+    test::ProcessResult result = fapi({"call", "sys_get_emmc_env_var", "serial"});
+    EXPECT_EQ(result.s32Exit, 0);
+    EXPECT_EQ(result.strOutput, "sys_get_emmc_env_var: 0 (ok)\n  value: \"VSET00000001\"\n");
+    EXPECT_THAT(result.strError, IsEmpty());
+
+    result = fapi({"call", "a_vextvfapi_sys_get_emmc_env_var", "nosuch"});
+    EXPECT_EQ(result.s32Exit, 1);
+    EXPECT_EQ(result.strOutput, "sys_get_emmc_env_var: -1 (failed)\n");
+
+    EXPECT_EQ(fapi({"call", "sys_set_emmc_env_var", "serial", "A B"}).s32Exit, 0);
+    const nlohmann::json json = fapiJson({"call", "sys_get_emmc_env_var", "serial"});
+    EXPECT_EQ(json["operation"], "a_vextvfapi_sys_get_emmc_env_var");
+    EXPECT_EQ(json["status"], 0);
+    EXPECT_EQ(json["word"], "ok");
+    EXPECT_EQ(json["good"], true);
+    EXPECT_EQ(json["outputs"]["value"], "A B");
+
+    fapi({"call", "sys_write_file", "/data/f", "hex:00ff"});
+    EXPECT_EQ(fapiJson({"call", "sys_read_file", "/data/f"})["outputs"]["data"]["hex"], "00ff");
+    EXPECT_EQ(fapi({"call", "sys_copy_file", "/data/f", "/data/g"}).s32Exit, 0) << "-1 is what a good copy answers";
+}
+
+TEST_F(Cli, TheSetIsBroughtUpUnlessToldOtherwise) {
+    EXPECT_EQ(fapi({"call", "common_get_fapi_status"}).s32Exit, 0);
+    const test::ProcessResult result = fapi({"call", "--no-init", "common_get_fapi_status"});
+    EXPECT_EQ(result.s32Exit, 1);
+    EXPECT_EQ(result.strOutput, "common_get_fapi_status: -5 (not in factory mode)\n");
+}
+
+TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
+    const struct {
+        std::vector<std::string> words;
+        const char* error;
+    } rows[] = {
+        {{"call", "sys_chek_file", "/x"}, "did you mean sys_check_file?"},
+        {{"call", "sys_check_file"}, "PATH is missing"},
+        {{"call", "sys_check_file", "/a", "/b"}, "\"/b\" is one argument too many"},
+        {{"call", "common_hw_err_msg", "-1"}, "CODE is \"-1\", expected a number from 0 to 4294967295"},
+        {{"call", "set", "put"}, "fapi set"},
+        {{"help", "banana"}, "no such operation: banana"},
+        {{"set", "fault", "HW_FS_Sync"}, "acts on a running session only"},
+        {{"set", "put", "/mnt/usb/x"}, "CONTENT is missing"},
+        {{"watch", "--event", "x"}, "--event: x is no event number"},
+        {{"watch", "--module", "tv"}, "no such module: tv"},
+        {{"watch", "--do", "sys_int"}, "did you mean sys_init?"},
+        {{"run", "/no/such.plan"}, "/no/such.plan: cannot be read"},
+        {{"fly"}, "no such command: fly"},
+        {{}, "subcommand"},
+    };
+    for (const auto& row : rows) {
+        const test::ProcessResult result = fapi(row.words);
+        EXPECT_EQ(result.s32Exit, 2) << row.error;
+        EXPECT_THAT(result.strError, HasSubstr(row.error));
+        EXPECT_THAT(result.strOutput, IsEmpty());
+    }
+    EXPECT_FALSE(std::filesystem::exists(set())) << "no set has been made on the way";
+}
+
+TEST_F(Cli, TheLogGoesToStandardErrorOnly) {
+    const test::ProcessResult result = fapi({"--log", "call", "sys_check_file", "/data/none"});
+    EXPECT_EQ(result.strOutput, "sys_check_file: -1 (failed)\n");
+    EXPECT_THAT(result.strError, HasSubstr("VexTvFApiSystem(imp) [E] <a_vextvfapi_sys_check_file:"));
+    fapi({"set", "log", "off"});
+    EXPECT_THAT(fapi({"call", "sys_check_file", "/data/none"}).strError, IsEmpty());
+}
+
+TEST_F(Cli, ListAndHelpComeFromTheTable) {
+    const test::ProcessResult list = fapi({"list", "env_var"});
+    EXPECT_THAT(list.strOutput, StartsWith("sys:\n  _sys_get_env_var KEY [SIZE] [TYPE]\n"));
+    EXPECT_THAT(list.strOutput, Not(HasSubstr("check_file")));
+    const test::ProcessResult help = fapi({"help", "sys_copy_file"});
+    EXPECT_THAT(help.strOutput, HasSubstr("sys_copy_file SOURCE DESTINATION [KEEP]\n"));
+    EXPECT_THAT(help.strOutput, HasSubstr("overwrites the destination"));
+    const nlohmann::json json = fapiJson({"list"});
+    EXPECT_GT(json.size(), 50u);
+    EXPECT_EQ(fapi({"--version"}).s32Exit, 0);
+    EXPECT_THAT(fapi({"--help"}).strOutput, HasSubstr("Exit codes"));
+}
+
+TEST_F(Cli, SetCommands) {
+    EXPECT_EQ(fapi({"set", "path"}).strOutput, set() + "\n");
+    EXPECT_FALSE(std::filesystem::exists(set()));
+    EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
+    const test::ProcessResult again = fapi({"set", "create"});
+    EXPECT_EQ(again.s32Exit, 3);
+    EXPECT_EQ(again.strError, "fapi: " + set() + ": is a set already\n");
+
+    EXPECT_EQ(fapi({"set", "put", "/mnt/usb/a/b", "text:hello\n"}).s32Exit, 0);
+    EXPECT_EQ(fapiJson({"set", "get", "/mnt/usb/a/b"})["outputs"]["content"], "hello\n");
+    EXPECT_EQ(fapi({"set", "get", "/etc/passwd"}).s32Exit, 1) << "not the PC's files";
+    EXPECT_EQ(fapi({"set", "remove", "/mnt/usb/a"}).s32Exit, 0);
+    EXPECT_EQ(fapi({"set", "remove", "/mnt/usb/a"}).s32Exit, 1);
+
+    const int boots = fapiJson({"set", "power-cycle"})["boots"];
+    const nlohmann::json shown = fapiJson({"set", "show"});
+    EXPECT_EQ(shown["boots"], boots + 1);
+    EXPECT_EQ(shown["environment"]["emmc"]["serial"], "VSET00000001");
+    EXPECT_THAT(shown["damage"], IsEmpty());
+
+    fapi({"call", "sys_set_emmc_env_var", "serial", "changed"});
+    EXPECT_EQ(fapi({"set", "reset"}).s32Exit, 0);
+    EXPECT_EQ(fapiJson({"set", "show"})["environment"]["emmc"]["serial"], "VSET00000001");
+}
+
+TEST_F(Cli, ADamagedFolderIsNamedAndLeftAlone) {
+    fapi({"set", "create"});
+    const std::string strImage = set() + "/env/emmc.img";
+    std::string strBytes = readFile(strImage);
+    strBytes[1000] = 'x';
+    writeFile("set/env/emmc.img", strBytes);
+    const std::string strConfig = readFile(set() + "/set.json");
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"call", "sys_init"}, {"shell"}, {"watch", "--idle", "1"}, {"set", "power-cycle"}}) {
+        const test::ProcessResult result = fapi(words);
+        EXPECT_EQ(result.s32Exit, 3) << words[0];
+        EXPECT_THAT(result.strError, HasSubstr("fapi: " + strImage + ": wrong checksum\n"));
+    }
+    EXPECT_EQ(readFile(set() + "/set.json"), strConfig) << "not even a boot is counted";
+    EXPECT_EQ(readFile(strImage), strBytes);
+    EXPECT_EQ(fapi({"--damaged", "call", "sys_get_emmc_env_var", "serial"}).s32Exit, 1);
+
+    const std::string strPlan = writeFile("a.plan", "plan A\nstep B\nsys_init\n");
+    const test::ProcessResult run = fapi({"run", "--no-report", strPlan});
+    EXPECT_EQ(run.s32Exit, 3);
+    EXPECT_THAT(run.strError, HasSubstr("wrong checksum"));
+}
+
+TEST_F(Cli, AFolderThatIsNoSetIsRefused) {
+    std::filesystem::create_directories(set());
+    writeFile("set/letter.txt", "mine");
+    test::ProcessResult result = fapi({"call", "sys_init"});
+    EXPECT_EQ(result.s32Exit, 3);
+    EXPECT_EQ(result.strError, "fapi: " + set() + ": is neither a set nor empty\n");
+    EXPECT_EQ(fapi({"-y", "set", "reset"}).s32Exit, 3);
+    EXPECT_EQ(readFile(set() + "/letter.txt"), "mine");
+    result = test::runProcess({FAPI_BINARY, "--set", "/proc/none", "call", "sys_init"});
+    EXPECT_EQ(result.s32Exit, 3);
+    EXPECT_THAT(result.strError, StartsWith("fapi: /proc/none"));
+}
+
+TEST_F(Cli, ShellOnAPipeStopsAtAWrongWord) {
+    test::ProcessResult result =
+        fapi({"shell"}, "sys_check_file /data/none\nset put /data/x hi\nsys_check_file /data/x\n");
+    EXPECT_EQ(result.s32Exit, 1) << "one operation failed";
+    EXPECT_EQ(result.strOutput, "sys_check_file: -1 (failed)\nset put: 0 (ok)\nsys_check_file: 0 (ok)\n");
+    result = fapi({"shell"}, "sys_check_file /data/x\nbanana\nsys_check_file /data/x\n");
+    EXPECT_EQ(result.s32Exit, 2);
+    EXPECT_EQ(result.strOutput, "sys_check_file: 0 (ok)\n");
+    EXPECT_THAT(result.strError, HasSubstr("no such operation: banana"));
+}
+
+TEST_F(Cli, ShellOnATerminal) {
+    const test::ProcessResult result =
+        test::runOnTerminal({FAPI_BINARY, "--set", set(), "shell"},
+                            {{"fapi> ", "sys_check_fi\t/ven\tfactory/bin/factory_svc\r"},
+                             {"sys_check_file: 0 (ok)", ""},
+                             {"fapi> ", "sys_check\t\t"},
+                             {"sys_check_file  sys_check_folder", "\x15sys_set_emmc_env_var serial TYPED\r"},
+                             {"Go on? [y/N]", "y\r"},
+                             {"sys_set_emmc_env_var: 0 (ok)", ""},
+                             {"fapi> ", "set power-cycle\r"},
+                             {"power cycle", ""},
+                             {"fapi> ", "common_get_fapi_status\r"},
+                             {"common_get_fapi_status: 0 (ok)", ""},
+                             {"fapi> ", "sys_get_emmc_env_var serial\r"},
+                             {"\"TYPED\"", ""},
+                             {"fapi> ", "quit\r"}});
+    EXPECT_EQ(result.s32Exit, 0) << result.strOutput;
+    EXPECT_THAT(result.strOutput, HasSubstr("\"TYPED\""));
+    EXPECT_EQ(fapiJson({"set", "show"})["boots"], 3);
+    EXPECT_THAT(readFile(folder() + "/state/fapi/history"), HasSubstr("quit"));
+}
+
+TEST_F(Cli, WhatDestroysDataAsksOnATerminal) {
+    fapi({"set", "put", "/data/f", "x"});
+    const std::vector<std::string> remove = {FAPI_BINARY, "--set", set(), "call", "sys_remove_file", "/data/f"};
+    test::ProcessResult result = test::runOnTerminal(remove, {{"Go on? [y/N]", "n\r"}});
+    EXPECT_EQ(result.s32Exit, 4);
+    EXPECT_EQ(fapi({"set", "get", "/data/f"}).s32Exit, 0);
+    std::vector<std::string> yes = remove;
+    yes.insert(yes.begin() + 1, "-y");
+    result = test::runOnTerminal(yes, {});
+    EXPECT_EQ(result.s32Exit, 0);
+    EXPECT_THAT(result.strOutput, Not(HasSubstr("Go on?")));
+}
+
+TEST_F(Cli, ASetInUseIsRefused) {
+    std::thread user([this] { fapi({"watch", "--idle", "3"}); });
+    test::ProcessResult result;
+    for (int i = 0; i < 100 && result.s32Exit != 3; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (!readFile(set() + "/lock").empty()) {
+            result = fapi({"call", "sys_init"});
+        }
+    }
+    EXPECT_EQ(result.s32Exit, 3);
+    EXPECT_THAT(result.strError, StartsWith("fapi: " + set() + ": in use by process "));
+    user.join();
+}
+
+TEST_F(Cli, WatchShowsEventsWithTimeAndPayload) {
+    const std::vector<std::string> lines = {"--do", "prphrl_nty_event 0x100001 3 'A\nB' hex:4142",
+                                            "--do", "sys_nty_event 7",
+                                            "--do", "prphrl_nty_event 0x100005 255"};
+    const auto watch = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), "watch");
+        options.insert(options.end(), lines.begin(), lines.end());
+        return fapi(options);
+    };
+    test::ProcessResult result = watch({"--idle", "0.2"});
+    EXPECT_EQ(result.s32Exit, 0);
+    EXPECT_THAT(
+        result.strOutput,
+        testing::MatchesRegex("[0-9]+:[0-9]+:[0-9]+\\.[0-9]+ prphrl 0x100001 value 3 text \"A\\\\nB\" bytes 41 42\n"
+                              ".* sys 0x7 value 0\n.* prphrl 0x100005 value 255\n"));
+    result = watch({"--event", "0x100005", "--count", "1", "--json"});
+    EXPECT_EQ(result.s32Exit, 0);
+    EXPECT_EQ(nlohmann::json::parse(result.strOutput)["objects"][0]["value"], 255);
+    EXPECT_EQ(watch({"--module", "disp", "--idle", "0.2"}).strOutput, "");
+    EXPECT_EQ(watch({"--count", "9", "--idle", "0.2"}).s32Exit, 1) << "fewer than wanted";
+}
+
+}  // namespace

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a user types: words, numbers, bytes, arguments.
+#include <climits>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "command.h"
+#include "shell.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string errorOf(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const tool::UsageError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST(Words, SplitAndQuote) {
+    EXPECT_THAT(tool::splitWords("  a\tb  \"c d\" 'e \\n f' g\"h i\"j "),
+                ElementsAre("a", "b", "c d", "e \\n f", "gh ij"));
+    EXPECT_THAT(tool::splitWords(R"("\n\t\r\\\"\x41\xff" "")"), ElementsAre("\n\t\r\\\"A\xff", ""));
+    EXPECT_THAT(tool::splitWords("a#b # c"), ElementsAre("a#b"));
+    EXPECT_THAT(tool::splitWords("# all"), ElementsAre());
+    EXPECT_EQ(errorOf([] { tool::splitWords("\"abc"); }), "the quote \" is not closed");
+    EXPECT_EQ(errorOf([] { tool::splitWords(R"("\q")"); }), "unknown escape \\q");
+    EXPECT_EQ(errorOf([] { tool::splitWords(R"("\x4")"); }), "\\x needs two hexadecimal digits");
+    for (const std::string word :
+         {"plain", "", "a b", "quo\"te's", "#x", "line\nend\\", std::string("\0\x7f", 2).c_str()}) {
+        EXPECT_THAT(tool::splitWords(tool::quoteWord(word)), ElementsAre(word));
+    }
+}
+
+TEST(Words, Nearest) {
+    const std::vector<std::string> names = {"sys_check_file", "sys_check_folder", "sys_init"};
+    EXPECT_EQ(tool::nearest("sys_chek_file", names), "sys_check_file");
+    EXPECT_EQ(tool::nearest("sys_int", names), "sys_init");
+    EXPECT_EQ(tool::nearest("banana", names), "");
+}
+
+TEST(Values, Numbers) {
+    const struct {
+        const char* text;
+        bool good;
+        long long number;
+    } rows[] = {
+        {"0", true, 0},
+        {"-5", true, -5},
+        {"0x1F", true, 31},
+        {"010", true, 8},
+        {"-0x10", true, -16},
+        {"9223372036854775807", true, LLONG_MAX},
+        {"9223372036854775808", false, 0},
+        {"", false, 0},
+        {" 1", false, 0},
+        {"1 ", false, 0},
+        {"1x", false, 0},
+        {"0x", false, 0},
+        {"one", false, 0},
+        {"1.5", false, 0},
+    };
+    for (const auto& row : rows) {
+        long long number = 0;
+        EXPECT_EQ(tool::parseNumber(row.text, number), row.good) << row.text;
+        EXPECT_EQ(number, row.number) << row.text;
+    }
+}
+
+TEST(Values, BytesAndDisplay) {
+    EXPECT_EQ(tool::parseBytes("hex:00 fF10"), (tool::Bytes{0x00, 0xFF, 0x10}));
+    EXPECT_EQ(tool::parseBytes("text:hex:00"), (tool::Bytes{'h', 'e', 'x', ':', '0', '0'}));
+    EXPECT_EQ(tool::parseBytes("ab"), (tool::Bytes{'a', 'b'}));
+    EXPECT_EQ(tool::parseBytes("repeat:3:ab"), (tool::Bytes{'a', 'b', 'a', 'b', 'a', 'b'}));
+    EXPECT_EQ(tool::parseBytes("hex:"), tool::Bytes());
+    for (const char* bad : {"hex:0", "hex:0g", "repeat:x:a", "repeat:5", "repeat:-1:a", "repeat:99999999:ab",
+                            "file:/no/such/file", "file:/dev/zero"}) {
+        EXPECT_THAT(errorOf([&] { tool::parseBytes(bad); }), testing::Ne("no error")) << bad;
+    }
+    EXPECT_EQ(tool::display(42LL), "42");
+    EXPECT_EQ(tool::display(std::string("a\n\"\x01")), "\"a\\n\\\"\\x01\"");
+    EXPECT_EQ(tool::display(tool::Bytes{1, 0xAB}), "2 bytes: 01 ab");
+    EXPECT_EQ(tool::display(std::string("abcdef"), 4), "\"abc...");
+}
+
+TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
+    const struct {
+        const char* line;
+        const char* error;
+    } rows[] = {
+        {"", "an operation or \"set\" is missing"},
+        {"sys_chek_file /x", "no such operation: sys_chek_file, did you mean sys_check_file?"},
+        {"banana", "no such operation: banana"},
+        {"sys_check_file", "sys_check_file: PATH is missing, expected a path; usage: sys_check_file PATH"},
+        {"sys_check_file /a /b", "sys_check_file: \"/b\" is one argument too many"},
+        {"common_hw_err_msg five", "CODE is \"five\", expected a number from 0 to 4294967295"},
+        {"common_hw_err_msg 4294967296", "CODE is \"4294967296\""},
+        {"_bytes_to_int hex:010203", "DATA is \"hex:010203\", expected bytes"},
+        {"_sys_set_env_var k v floppy", "TYPE is \"floppy\", expected one of spi_nor (0), nand (1), emmc (2)"},
+        {"sys_copy_file /a /b perhaps", "KEEP is \"perhaps\", expected on or off"},
+        {"set", "set: what is to be done is missing"},
+        {"set falt HW_FS_Sync", "no such command: set falt, did you mean fault?"},
+        {"set fault HW_FS_Sync 3 0", "set fault: FROM is \"0\", expected a number from 1"},
+        {"set power-cycle now", "set power-cycle: \"now\" is one argument too many"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_THAT(errorOf([&] { tool::Command::parse(tool::splitWords(row.line)); }), HasSubstr(row.error))
+            << row.line;
+    }
+    const tool::Command command = tool::Command::parse(tool::splitWords("a_vextvfapi_sys_write_file '/a b' x"));
+    EXPECT_EQ(command.text(), "sys_write_file \"/a b\" x");
+    EXPECT_EQ(std::get<std::string>(command.arguments()[2]), "wb") << "the default";
+}
+
+TEST(Completion, KnowsWhatCanStandNext) {
+    EXPECT_THAT(tool::completions("sys_check"), ElementsAre("sys_check_file", "sys_check_folder"));
+    EXPECT_THAT(tool::completions("set fa"), ElementsAre("factory", "fault"));
+    EXPECT_THAT(tool::completions("_sys_get_flash_handle "), ElementsAre("emmc", "nand", "spi_nor"));
+    EXPECT_THAT(tool::completions("sys_copy_file /a /b o"), ElementsAre("off", "on"));
+    EXPECT_THAT(tool::completions("help sys_in"), ElementsAre("sys_init"));
+    EXPECT_THAT(tool::completions("common_hw_err_msg "), ElementsAre());
+    EXPECT_THAT(tool::completions("sys_check_file \"/da"), ElementsAre()) << "inside an open quote";
+}
+
+}  // namespace

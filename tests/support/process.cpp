@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+// A program as a user or a script runs it.
+#include "support/process.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <stdexcept>
+
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace test {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::seconds kLimit{120};
+
+[[noreturn]] void execute(const std::vector<std::string>& command) {
+    std::vector<char*> arguments;
+    for (const std::string& strWord : command) {
+        arguments.push_back(const_cast<char*>(strWord.c_str()));
+    }
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+}
+
+int waitFor(pid_t child) {
+    int s32Status = 0;
+    waitpid(child, &s32Status, 0);
+    return WIFEXITED(s32Status) ? WEXITSTATUS(s32Status) : 128 + WTERMSIG(s32Status);
+}
+
+// Appends what can be read; false at the end.
+bool readSome(int s32Fd, std::string& strText) {
+    char acChunk[4096];
+    const ssize_t length = read(s32Fd, acChunk, sizeof(acChunk));
+    if (length > 0) {
+        strText.append(acChunk, static_cast<std::size_t>(length));
+    }
+    return length > 0;
+}
+
+struct Pipe {
+    int as32Ends[2];
+    Pipe() {
+        if (pipe(as32Ends) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+    }
+    void keep(int s32End) { close(as32Ends[1 - s32End]); }
+};
+
+}  // namespace
+
+ProcessResult runProcess(const std::vector<std::string>& command, const std::string& strInput) {
+    Pipe input, output, error;
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(input.as32Ends[0], STDIN_FILENO);
+        dup2(output.as32Ends[1], STDOUT_FILENO);
+        dup2(error.as32Ends[1], STDERR_FILENO);
+        for (const Pipe* pPipe : {&input, &output, &error}) {
+            close(pPipe->as32Ends[0]);
+            close(pPipe->as32Ends[1]);
+        }
+        execute(command);
+    }
+    input.keep(1);
+    output.keep(0);
+    error.keep(0);
+    // Inputs of tests are small: they fit into the pipe.
+    signal(SIGPIPE, SIG_IGN);
+    [[maybe_unused]] const ssize_t written = write(input.as32Ends[1], strInput.data(), strInput.size());
+    close(input.as32Ends[1]);
+
+    ProcessResult stResult;
+    pollfd astPoll[2] = {{output.as32Ends[0], POLLIN, 0}, {error.as32Ends[0], POLLIN, 0}};
+    std::string* apTexts[2] = {&stResult.strOutput, &stResult.strError};
+    const Clock::time_point deadline = Clock::now() + kLimit;
+    while (astPoll[0].fd >= 0 || astPoll[1].fd >= 0) {
+        if (Clock::now() > deadline) {
+            kill(child, SIGKILL);
+        }
+        poll(astPoll, 2, 1000);
+        for (int i = 0; i < 2; ++i) {
+            if (astPoll[i].fd >= 0 && astPoll[i].revents != 0 && !readSome(astPoll[i].fd, *apTexts[i])) {
+                close(astPoll[i].fd);
+                astPoll[i].fd = -1;
+            }
+        }
+    }
+    stResult.s32Exit = waitFor(child);
+    return stResult;
+}
+
+ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed) {
+    int s32Terminal = -1;
+    winsize stSize = {50, 200, 0, 0};
+    const pid_t child = forkpty(&s32Terminal, nullptr, nullptr, &stSize);
+    if (child == 0) {
+        setenv("TERM", "xterm", 1);
+        execute(command);
+    }
+    ProcessResult stResult;
+    std::size_t next = 0;
+    std::size_t seen = 0;
+    const Clock::time_point deadline = Clock::now() + kLimit;
+    for (;;) {
+        if (next < typed.size()) {
+            const std::size_t place = stResult.strOutput.find(typed[next].strWaitFor, seen);
+            if (place != std::string::npos) {
+                seen = place + typed[next].strWaitFor.size();
+                const std::string& strKeys = typed[next++].strKeys;
+                [[maybe_unused]] const ssize_t written = write(s32Terminal, strKeys.data(), strKeys.size());
+                continue;
+            }
+        }
+        if (Clock::now() > deadline) {
+            kill(child, SIGKILL);
+        }
+        pollfd stPoll = {s32Terminal, POLLIN, 0};
+        if (poll(&stPoll, 1, 1000) > 0 && !readSome(s32Terminal, stResult.strOutput)) {
+            break;
+        }
+    }
+    close(s32Terminal);
+    stResult.s32Exit = waitFor(child);
+    return stResult;
+}
+
+}  // namespace test

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// A program as a user or a script runs it.
+#ifndef TESTS_SUPPORT_PROCESS_H
+#define TESTS_SUPPORT_PROCESS_H
+
+#include <string>
+#include <vector>
+
+namespace test {
+
+struct ProcessResult {
+    int s32Exit = -1;       // exit code, or 128 + signal
+    std::string strOutput;  // standard output
+    std::string strError;   // standard error
+};
+
+// Runs the program with pipes. It is killed after two minutes; the exit code is then 128 + 9.
+ProcessResult runProcess(const std::vector<std::string>& command, const std::string& strInput = "");
+
+// The same on a terminal of its own: types each line of `typed` when the text before it has appeared. Everything that
+// appears is in strOutput. An empty text to wait for means at once.
+struct Typed {
+    std::string strWaitFor;
+    std::string strKeys;
+};
+ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed);
+
+}  // namespace test
+
+#endif

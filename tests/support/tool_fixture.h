@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+// The bench tool as a program, with a folder of its own for sets, plans and reports.
+#ifndef TESTS_SUPPORT_TOOL_FIXTURE_H
+#define TESTS_SUPPORT_TOOL_FIXTURE_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/process.h"
+
+namespace test {
+
+class ToolTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string strFolder = ::testing::TempDir() + "/fapi-XXXXXX";
+        ASSERT_NE(mkdtemp(strFolder.data()), nullptr);
+        _strFolder = std::filesystem::path(strFolder).lexically_normal().string();
+        setenv("XDG_STATE_HOME", (_strFolder + "/state").c_str(), 1);
+    }
+    void TearDown() override { std::filesystem::remove_all(_strFolder); }
+
+    const std::string& folder() const { return _strFolder; }
+    std::string set() const { return _strFolder + "/set"; }
+
+    // fapi --set SET WORD...
+    ProcessResult fapi(std::vector<std::string> words, const std::string& strInput = "") const {
+        words.insert(words.begin(), {FAPI_BINARY, "--set", set()});
+        return runProcess(words, strInput);
+    }
+
+    // The same with --json, of whose output the last line is read.
+    nlohmann::json fapiJson(std::vector<std::string> words) const {
+        words.push_back("--json");
+        const std::string strOutput = fapi(words).strOutput;
+        const std::size_t start = strOutput.rfind('\n', strOutput.size() - 2);
+        return nlohmann::json::parse(strOutput.substr(start == std::string::npos ? 0 : start + 1), nullptr, false);
+    }
+
+    std::string writeFile(const std::string& strName, const std::string& strText) const {
+        const std::string strFile = _strFolder + "/" + strName;
+        std::ofstream(strFile, std::ios::binary) << strText;
+        return strFile;
+    }
+    static std::string readFile(const std::string& strFile) {
+        std::ifstream file(strFile, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+private:
+    std::string _strFolder;
+};
+
+}  // namespace test
+
+#endif
