@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"

@@ -75,7 +75,8 @@ TEST(HandleLease, ClosesOnlyWhatItOpened) {
 
 TEST(HandleLease, AFailedCallChangesNothing) {
     Fake::reset();
-    Lease lease(5, false);
+    Lease lease;
+    lease.adopt(5, false);
     Fake::u32Find = Fake::u32Open = HW_ERR_FAILED;
     EXPECT_EQ(lease.find(7), HW_ERR_FAILED);
     EXPECT_EQ(lease.open(8), HW_ERR_FAILED);

@@ -11,6 +11,7 @@
 #include "a_vextvfapi_sys.h"
 #include "support/log_capture.h"
 #include "support/process.h"
+#include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/flash.h"
 
@@ -21,9 +22,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-const unsigned char* u8(const std::string& strText) {
-    return reinterpret_cast<const unsigned char*>(strText.c_str());
-}
+using test::u8;
 
 int setEnv(const std::string& strKey, const std::string& strValue) {
     return a_vextvfapi_sys_set_emmc_env_var(u8(strKey), u8(strValue));
@@ -150,7 +149,7 @@ struct FailureRow {
 
 TEST_F(SysEnv, EachStepMayFail) {
     const FailureRow kRows[] = {
-        {false, "HW_FLASH_Open", 1, -1, "[E] <_a_vextvfapi_sys_get_env_var> [flash] Obtain handle fail.\n\n"},
+        {false, "HW_FLASH_Open", 1, -1, "[E] <obtainFlash> [flash] Obtain handle fail.\n\n"},
         {false, "allocation", 1, -4, "Allocate Memory Fail!!!!\n\n"},
         {false, "HW_FLASH_LoadEnv", 1, -1, "Read flash data failed!!\n\n"},
         {false, "HW_FLASH_GetEnvVar", 1, -1, "Get new env from emmc failed!! \n\n"},

@@ -7,6 +7,7 @@
 #include "a_vextvfapi_sys.h"
 #include "support/descriptors.h"
 #include "support/log_capture.h"
+#include "support/refusals.h"
 #include "support/set_fixture.h"
 
 namespace {
@@ -16,9 +17,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-const unsigned char* u8(const std::string& strText) {
-    return reinterpret_cast<const unsigned char*>(strText.c_str());
-}
+using test::u8;
 
 // These work before a_vextvfapi_sys_init, so no test of this file calls it.
 class SysFile : public test::SetTest {

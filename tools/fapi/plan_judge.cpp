@@ -10,6 +10,9 @@ namespace {
 
 constexpr std::array<const char*, 6> kVerdicts = {"passed", "marginal", "failed", "died", "interrupted", "not run"};
 
+// The standard library matches recursively: a long text would need more stack than there is.
+constexpr std::size_t kLongestMatched = 4096;
+
 Judgement failed(const Expectation& expectation, const Value& value, const std::string& wanted) {
     return {Verdict::failed, expectation.output + " is " + display(value, 200) + ", expected " + wanted};
 }
@@ -74,6 +77,9 @@ Judgement judgeValue(const Expectation& expectation, const Value& value, const s
                        ? Judgement{}
                        : failed(expectation, value, "something that starts with " + display(expected, 200));
         case Compare::matches:
+            if (text.size() > kLongestMatched) {
+                return failed(expectation, value, "at most 4,096 bytes to match");
+            }
             return std::regex_search(text, expectation.pattern)
                        ? Judgement{}
                        : failed(expectation, value, "something that matches " + display(expected, 200));

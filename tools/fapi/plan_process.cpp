@@ -171,6 +171,7 @@ void runPlanProcess(const Plan& plan, const SessionOptions& session, const Posit
                     int descriptor) {
     // Ctrl-C goes to the whole terminal group; what becomes of this process the parent decides.
     std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGPIPE, SIG_IGN);
     PlanProcess process(plan, position, details, descriptor);
     int code = kExitGood;

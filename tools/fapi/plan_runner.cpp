@@ -7,6 +7,7 @@
 #include <fstream>
 #include <memory>
 
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,19 +27,26 @@ void noteInterrupt(int) {
     g_interrupts = g_interrupts + 1;
 }
 
-// Without restart: the signal is to end a read.
-void catchInterrupts() {
+// Blocks Ctrl-C but while the run waits, so that none is lost between a look at the count and the wait. Gives back the
+// mask to wait with, which is also that of the processes that run plans.
+sigset_t catchInterrupts() {
     struct sigaction action = {};
     action.sa_handler = noteInterrupt;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    sigset_t blocked, before;
+    sigemptyset(&blocked);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        sigaction(signal, &action, nullptr);
+        sigaddset(&blocked, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    return before;
 }
 
 // One plan's run: a process after the other until the last step is done.
 class Run {
 public:
-    Run(const Plan& plan, const SessionOptions& session, bool details, bool json)
-        : _session(session), _details(details), _progress(plan, json) {
+    Run(const Plan& plan, const SessionOptions& session, bool details, bool json, const sigset_t& waitMask)
+        : _session(session), _details(details), _waitMask(waitMask), _progress(plan, json) {
         _result.plan = &plan;
         _result.start = std::chrono::system_clock::now();
         _result.setFolder = setFolder(session);
@@ -75,6 +83,7 @@ private:
         }
         if (child == 0) {
             close(ends[0]);
+            pthread_sigmask(SIG_SETMASK, &_waitMask, nullptr);
             runPlanProcess(*_result.plan, _session, _position, _details, ends[1]);
         }
         close(ends[1]);
@@ -94,13 +103,17 @@ private:
         std::string buffer;
         char chunk[65536];
         for (;;) {
-            const ssize_t length = read(descriptor, chunk, sizeof(chunk));
-            if (length < 0 && errno == EINTR) {
+            if (g_interrupts > _interruptsSeen) {
                 // The first Ctrl-C ends the step, and the teardown follows; the second ends everything.
+                _interruptsSeen = g_interrupts;
+                _abandoned = _interruptsSeen > 1;
                 kill(child, SIGKILL);
-                _abandoned = g_interrupts > 1;
+            }
+            pollfd waited = {descriptor, POLLIN, 0};
+            if (ppoll(&waited, 1, nullptr, &_waitMask) < 0) {
                 continue;
             }
+            const ssize_t length = read(descriptor, chunk, sizeof(chunk));
             if (length <= 0) {
                 return;
             }
@@ -177,6 +190,7 @@ private:
 
     const SessionOptions& _session;
     const bool _details;
+    const sigset_t _waitMask;
     Progress _progress;
     PlanResult _result;
     Position _position;
@@ -186,6 +200,7 @@ private:
     bool _done = false;
     bool _abandoned = false;
     bool _teardownAfterInterrupt = false;
+    int _interruptsSeen = 0;
 };
 
 // A new set in a temporary folder, which is removed unless it may be wanted for finding a fault.
@@ -297,13 +312,13 @@ void printVerdict(const PlanResult& result, const std::vector<std::string>& writ
     printLine(line);
 }
 
-int runPlan(const Plan& plan, const RunOptions& options, const std::string& folder) {
+int runPlan(const Plan& plan, const RunOptions& options, const std::string& folder, const sigset_t& waitMask) {
     SessionOptions session = options.session;
     std::unique_ptr<FreshSet> fresh;
     if (options.fresh) {
         fresh = std::make_unique<FreshSet>(session);
     }
-    Run run(plan, session, !options.noReport, options.json);
+    Run run(plan, session, !options.noReport, options.json, waitMask);
     const int code = run.run();
     if (code == kExitSet) {
         return code;
@@ -340,10 +355,10 @@ int runPlans(const RunOptions& options) {
         return kExitGood;
     }
     const std::string folder = options.noReport ? "" : reportFolder(options);
-    catchInterrupts();
+    const sigset_t waitMask = catchInterrupts();
     int worst = kExitGood;
     for (const Plan& plan : plans) {
-        worst = std::max(worst, runPlan(plan, options, folder));
+        worst = std::max(worst, runPlan(plan, options, folder, waitMask));
         if (worst >= kExitSet) {
             break;
         }

@@ -148,19 +148,28 @@ int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigne
     return 0;
 }
 
+// A shared or opened handle. One of 0 is as good as none, and there is nothing to close then.
+static bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type) {
+    int s32Handle = 0;
+    unsigned char u8Opened = 0;
+    if (_a_vextvfapi_sys_get_flash_handle(s32Handle, type, u8Opened) != 0 || s32Handle == 0) {
+        FAPI_LOGE("[flash] Obtain handle fail.\n\n");
+        return false;
+    }
+    lease.adopt(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
+    return true;
+}
+
 int _a_vextvfapi_sys_get_env_var(const unsigned char* key, unsigned char* value, unsigned int size,
                                  HW_FLASH_Type_e type) {
     if (key == nullptr || value == nullptr) {
         FAPI_LOGE("Null of key or value.\n\n");
         return -2;
     }
-    int s32Handle = 0;
-    unsigned char u8Opened = 0;
-    if (_a_vextvfapi_sys_get_flash_handle(s32Handle, type, u8Opened) != 0 || s32Handle == 0) {
-        FAPI_LOGE("[flash] Obtain handle fail.\n\n");
+    FlashLease lease;
+    if (!obtainFlash(lease, type)) {
         return -1;
     }
-    FlashLease lease(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
     return closeFlash(lease, getFromFlash(lease.handle(), key, value, size));
 }
 
@@ -174,13 +183,10 @@ int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* 
         FAPI_LOGE("[flash] The value size overflow.\n\n");
         return -2;
     }
-    int s32Handle = 0;
-    unsigned char u8Opened = 0;
-    if (_a_vextvfapi_sys_get_flash_handle(s32Handle, type, u8Opened) != 0 || s32Handle == 0) {
-        FAPI_LOGE("[flash] Obtain handle fail.\n\n");
+    FlashLease lease;
+    if (!obtainFlash(lease, type)) {
         return -1;
     }
-    FlashLease lease(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
     FAPI_LOGD("handle  = 0x%x\n\n", lease.handle());
     return closeFlash(lease, setInFlash(lease.handle(), key, value));
 }

@@ -22,8 +22,6 @@ template <class Family>
 class HandleLease {
 public:
     HandleLease() = default;
-    // Takes over what a look-up helper found (opened false) or opened.
-    HandleLease(HW_Handle_t hHandle, bool bOpened) : _hHandle(hHandle), _bOpened(bOpened) {}
     ~HandleLease() { release(); }
     HandleLease(const HandleLease&) = delete;
     HandleLease& operator=(const HandleLease&) = delete;
@@ -38,6 +36,12 @@ public:
         const HW_Result_t u32Result = Family::open(&stParams, &_hHandle);
         _bOpened = u32Result == HW_OK;
         return u32Result;
+    }
+
+    // Takes over what a look-up helper found (opened false) or opened.
+    void adopt(HW_Handle_t hHandle, bool bOpened) {
+        _hHandle = hHandle;
+        _bOpened = bOpened;
     }
 
     HW_Handle_t handle() const { return _hHandle; }
