@@ -44,6 +44,9 @@ TEST_F(Cli, TheSetIsBroughtUpUnlessToldOtherwise) {
     const test::ProcessResult result = fapi({"call", "--no-init", "common_get_fapi_status"});
     EXPECT_EQ(result.s32Exit, 1);
     EXPECT_EQ(result.strOutput, "common_get_fapi_status: -5 (not in factory mode)\n");
+    EXPECT_EQ(fapiJson({"call", "common_get_fapi_status", "--no-init"})["status"], -5) << "options behind the words";
+    EXPECT_EQ(fapi({"shell"}, "sys_init\nset fault HW_SYS_Init 3 1 0\nsys_check_file /\n").strError, "")
+        << "the library has been brought up by hand";
 }
 
 TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
@@ -59,11 +62,15 @@ TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
         {{"help", "banana"}, "no such operation: banana"},
         {{"set", "fault", "HW_FS_Sync"}, "acts on a running session only"},
         {{"set", "put", "/mnt/usb/x"}, "CONTENT is missing"},
-        {{"watch", "--event", "x"}, "--event: x is no event number"},
+        {{"watch", "--event", "x"}, "--event: is \"x\", expected a number from 0 to 4294967295"},
+        {{"watch", "--idle", "-1"}, "--idle: is \"-1\", expected seconds"},
         {{"watch", "--module", "tv"}, "no such module: tv"},
         {{"watch", "--do", "sys_int"}, "did you mean sys_init?"},
         {{"run", "/no/such.plan"}, "/no/such.plan: cannot be read"},
         {{"fly"}, "no such command: fly"},
+        {{"set", "shwo"}, "no such command: shwo, did you mean show?"},
+        {{"--fast", "list"}, "--fast"},
+        {{"list", "a", "b"}, "not expected: b; see fapi list --help"},
         {{}, "subcommand"},
     };
     for (const auto& row : rows) {
@@ -96,6 +103,13 @@ TEST_F(Cli, ListAndHelpComeFromTheTable) {
     EXPECT_THAT(fapi({"--help"}).strOutput, HasSubstr("Exit codes"));
 }
 
+TEST_F(Cli, AFullDiskIsAFailure) {
+    const test::ProcessResult result =
+        test::runProcess({"sh", "-c", std::string("exec '") + FAPI_BINARY + "' list >/dev/full"});
+    EXPECT_EQ(result.s32Exit, 1);
+    EXPECT_EQ(result.strError, "fapi: standard output cannot be written\n");
+}
+
 TEST_F(Cli, SetCommands) {
     EXPECT_EQ(fapi({"set", "path"}).strOutput, set() + "\n");
     EXPECT_FALSE(std::filesystem::exists(set()));
@@ -106,6 +120,10 @@ TEST_F(Cli, SetCommands) {
 
     EXPECT_EQ(fapi({"set", "put", "/mnt/usb/a/b", "text:hello\n"}).s32Exit, 0);
     EXPECT_EQ(fapiJson({"set", "get", "/mnt/usb/a/b"})["outputs"]["content"], "hello\n");
+    EXPECT_EQ(fapi({"set", "put", "--", "/mnt/usb/a/b", "-\xff"}).s32Exit, 0);
+    EXPECT_EQ(fapiJson({"set", "get", "/mnt/usb/a/b"})["outputs"]["content"]["hex"], "2dff") << "no text of JSON";
+    EXPECT_EQ(fapi({"set", "put", "/mnt/usb/a/b", "one\ntwo\x1b[1m\n"}).s32Exit, 0);
+    EXPECT_EQ(fapi({"set", "get", "/mnt/usb/a/b"}).strOutput, "set get: 0 (ok)\n  content:\none\ntwo?[1m\n");
     EXPECT_EQ(fapi({"set", "get", "/etc/passwd"}).s32Exit, 1) << "not the PC's files";
     EXPECT_EQ(fapi({"set", "remove", "/mnt/usb/a"}).s32Exit, 0);
     EXPECT_EQ(fapi({"set", "remove", "/mnt/usb/a"}).s32Exit, 1);
@@ -168,13 +186,25 @@ TEST_F(Cli, ShellOnAPipeStopsAtAWrongWord) {
     EXPECT_THAT(result.strError, HasSubstr("no such operation: banana"));
 }
 
+TEST_F(Cli, ShellOnAPipeGoesOnBehindAPowerCycle) {
+    const test::ProcessResult result =
+        fapi({"shell"},
+             "sys_reg_callback\nwatch on\nsys_check_file /data/none\nsys_nty_event 1\nset power-cycle\n"
+             "sys_nty_event 2\nsys_reg_callback\nwatch on\nsys_nty_event 3");
+    EXPECT_EQ(result.s32Exit, 1) << "for the failure before the power cycle, too";
+    EXPECT_THAT(result.strOutput, HasSubstr("sys_nty_event: 0 (ok)\n"));
+    EXPECT_THAT(result.strOutput, HasSubstr("sys_nty_event: -1 (failed)\n")) << "the callback is forgotten";
+    EXPECT_THAT(result.strOutput, HasSubstr(" sys 0x3 value 0\n")) << "printed although the lines have ended";
+    EXPECT_EQ(fapiJson({"set", "show"})["boots"], 3);
+}
+
 TEST_F(Cli, ShellOnATerminal) {
     const test::ProcessResult result =
         test::runOnTerminal({FAPI_BINARY, "--set", set(), "shell"},
                             {{"fapi> ", "sys_check_fi\t/ven\tfactory/bin/factory_svc\r"},
                              {"sys_check_file: 0 (ok)", ""},
                              {"fapi> ", "sys_check\t\t"},
-                             {"sys_check_file  sys_check_folder", "\x15sys_set_emmc_env_var serial TYPED\r"},
+                             {"sys_check_file  sys_check_folder", "\x03sys_set_emmc_env_var serial TYPED\r"},
                              {"Go on? [y/N]", "y\r"},
                              {"sys_set_emmc_env_var: 0 (ok)", ""},
                              {"fapi> ", "set power-cycle\r"},

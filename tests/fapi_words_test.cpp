@@ -40,6 +40,8 @@ TEST(Words, Nearest) {
     const std::vector<std::string> names = {"sys_check_file", "sys_check_folder", "sys_init"};
     EXPECT_EQ(tool::nearest("sys_chek_file", names), "sys_check_file");
     EXPECT_EQ(tool::nearest("sys_int", names), "sys_init");
+    EXPECT_EQ(tool::nearest("acb", {"xyz", "abc"}), "abc");
+    EXPECT_EQ(tool::nearest("check_folder", names), "sys_check_folder") << "the end of the name alone";
     EXPECT_EQ(tool::nearest("banana", names), "");
 }
 
@@ -77,8 +79,9 @@ TEST(Values, BytesAndDisplay) {
     EXPECT_EQ(tool::parseBytes("ab"), (tool::Bytes{'a', 'b'}));
     EXPECT_EQ(tool::parseBytes("repeat:3:ab"), (tool::Bytes{'a', 'b', 'a', 'b', 'a', 'b'}));
     EXPECT_EQ(tool::parseBytes("hex:"), tool::Bytes());
-    for (const char* bad : {"hex:0", "hex:0g", "repeat:x:a", "repeat:5", "repeat:-1:a", "repeat:99999999:ab",
-                            "file:/no/such/file", "file:/dev/zero"}) {
+    EXPECT_EQ(tool::parseBytes("repeat:9000000000000000000:"), tool::Bytes()) << "at once";
+    for (const char* bad : {"hex:0", "hex:0g", "hex:\x10\x11", "repeat:x:a", "repeat:5", "repeat:-1:a",
+                            "repeat:99999999:ab", "file:/no/such/file", "file:/dev/zero"}) {
         EXPECT_THAT(errorOf([&] { tool::parseBytes(bad); }), testing::Ne("no error")) << bad;
     }
     EXPECT_EQ(tool::display(42LL), "42");
@@ -111,6 +114,8 @@ TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
         EXPECT_THAT(errorOf([&] { tool::Command::parse(tool::splitWords(row.line)); }), HasSubstr(row.error))
             << row.line;
     }
+    const tool::Command other = tool::Command::parse({"_sys_get_flash_handle", "9"});
+    EXPECT_EQ(std::get<long long>(other.arguments()[0]), 9) << "a type without a name, for the library to refuse";
     const tool::Command command = tool::Command::parse(tool::splitWords("a_vextvfapi_sys_write_file '/a b' x"));
     EXPECT_EQ(command.text(), "sys_write_file \"/a b\" x");
     EXPECT_EQ(std::get<std::string>(command.arguments()[2]), "wb") << "the default";
@@ -124,6 +129,12 @@ TEST(Completion, KnowsWhatCanStandNext) {
     EXPECT_THAT(tool::completions("help sys_in"), ElementsAre("sys_init"));
     EXPECT_THAT(tool::completions("common_hw_err_msg "), ElementsAre());
     EXPECT_THAT(tool::completions("sys_check_file \"/da"), ElementsAre()) << "inside an open quote";
+
+    EXPECT_EQ(tool::completion("sys_chec"), "k_f") << "as far as there is only one way";
+    EXPECT_EQ(tool::completion("sys_check_f"), "");
+    EXPECT_EQ(tool::completion("sys_check_fi"), "le ");
+    EXPECT_EQ(tool::completion("sys_copy_file \"/a b\" /c of"), "f ");
+    EXPECT_EQ(tool::completion("sys_check_file /da"), "ta/");
 }
 
 }  // namespace

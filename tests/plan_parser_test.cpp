@@ -57,7 +57,7 @@ step Last
     EXPECT_EQ(range.high, 200);
     EXPECT_EQ(range.margin, 5);
     EXPECT_FALSE(plan.steps[1].stopOnFailure);
-    EXPECT_TRUE(plan.steps[1].lines[0].isPowerCycle());
+    EXPECT_TRUE(plan.steps[1].lines[0].command->isPowerCycle());
     EXPECT_FALSE(plan.steps[1].teardown);
     EXPECT_TRUE(plan.steps[2].teardown);
     EXPECT_FALSE(plan.steps[2].stopOnFailure) << "a teardown goes on";
@@ -76,9 +76,10 @@ TEST(PlanParser, NamesEveryProblem) {
         {"keep a b", "3: keep stands behind no operation"},
         {"sys_check_file ${gone}", "3: ${gone} has not been kept before"},
         {"plan Q", "3: a plan has one name, before its first step"},
-        {"on-failure perhaps", "3: expected: on-failure stop or on-failure continue"},
         {"teardown now", "3: \"now\" is one word too many"},
         {"sys_check_file \"/x", "3: the quote \" is not closed"},
+        {"on-failure continue", "3: on-failure stands before the first step, or behind a step's name"},
+        {"sys_check_file ${", "3: \"${\": expected } behind ${"},
     };
     for (const auto& row : rows) {
         const std::vector<std::string> problems = problemsOf(head + row.line + "\n");
@@ -99,6 +100,10 @@ TEST(PlanParser, NamesEveryProblem) {
         {"expect status in 1..5 margin -1", "margin: expected a number of at least 0"},
         {"expect status nice", "status \"nice\": expected ok, failed or a number"},
         {"expect version is ${x}", "${x} has not been kept before"},
+        {"expect version is hex:0", "half a byte at the end"},
+        {"expect version contains file:/none", "/none: cannot be read"},
+        {"expect version matches ${x}", "matches takes no ${NAME}"},
+        {"expect version matches ((((((((", "is no regular expression"},
         {"keep 1-2 version", "expected: keep NAME OUTPUT"},
         {"keep a banana", "no such output: banana"},
     };
@@ -119,6 +124,9 @@ TEST(PlanParser, NamesEveryProblem) {
         {"step A every 5", "every is \"5\""},
         {"step A every 1h", "every is \"1h\""},
         {"step A every .s", "the step does nothing"},
+        {"step A every 5s", "expected retry too"},
+        {"teardown\nstep A on-failure stop", "3: on-failure: a teardown goes on whatever fails"},
+        {"step A on-failure perhaps", "2: expected: on-failure stop or on-failure continue"},
         {"step A sometimes", "expected retry, every or on-failure"},
     };
     for (const auto& row : steps) {
@@ -127,12 +135,52 @@ TEST(PlanParser, NamesEveryProblem) {
     }
 }
 
+// A word with a variable may be anything that fits; all the others are checked as ever.
+TEST(PlanParser, ChecksWhatStandsBesideAVariable) {
+    const std::string head = "plan P\nstep S\ncommon_get_fapi_version\nkeep v version\n";
+    const char* const good[] = {
+        "sys_check_file /data/${v}.txt",
+        "common_get_fapi_version ${v}",
+        "sys_copy_file ${v} /data/b ${v}\nexpect status is ${v}",
+        "set put /data/${v} ${v}${v}",
+        "sys_write_file /data/f ${v}\nkeep w status\nsys_check_file ${w}",
+    };
+    for (const char* const line : good) {
+        EXPECT_THAT(problemsOf(head + line + "\n"), ElementsAre()) << line;
+    }
+    const struct {
+        const char* line;
+        const char* problem;
+    } bad[] = {
+        {"sys_check_fil ${v}", "5: no such operation: sys_check_fil"},
+        {"sys_check_file ${v} 2", "5: sys_check_file: \"2\" is one argument too many"},
+        {"sys_copy_file ${v}", "5: sys_copy_file: DESTINATION is missing"},
+        {"sys_copy_file ${v} /data/b perhaps", "5: sys_copy_file: KEEP is \"perhaps\""},
+        {"set putt ${v} x", "5: no such command: set putt"},
+        {"set put ${v}", "5: set put: CONTENT is missing"},
+        {"set power-cycle ${v}", "5: set power-cycle: \"${v}\" is one argument too many"},
+        {"${v} 1", "5: \"${v}\": expected a name"},
+        {"sys_check_file ${v}\nexpect line is x", "6: no such output: line, expected one of status"},
+        {"set power-cycle\nexpect status 0", "6: expect stands behind a power cycle, which answers nothing"},
+        {"set power-cycle\nkeep w status", "6: keep stands behind a power cycle, which answers nothing"},
+    };
+    for (const auto& row : bad) {
+        EXPECT_THAT(problemsOf(head + row.line + "\n"), ElementsAre(testing::StartsWith(row.problem))) << row.line;
+    }
+}
+
+TEST(PlanParser, TakesFilesAsEditorsWriteThem) {
+    EXPECT_THAT(problemsOf("\xEF\xBB\xBFplan P\r\nstep S\r\n\tsys_init\r\n\texpect status ok\r\n"), ElementsAre());
+    EXPECT_THAT(problemsOf("plan P\nstep S\nsys_init"), ElementsAre()) << "without an end of the last line";
+}
+
 TEST(PlanParser, FindsAllProblemsAtOnce) {
     EXPECT_THAT(problemsOf("step A\nstep B\nbanana\nteardown\nteardown\nsys_init\n"),
                 ElementsAre("1: the plan has no name, expected: plan NAME", "1: the step does nothing",
                             "3: no such operation: banana", "5: there is a teardown already",
                             "6: \"sys_init\" stands before the first step"));
-    EXPECT_THAT(problemsOf(""), ElementsAre("1: the plan has no name, expected: plan NAME", "1: the plan has no step"));
+    EXPECT_THAT(problemsOf(""), ElementsAre("1: the plan has no name, expected: plan NAME",
+                                            "1: the plan has no step, expected: step NAME"));
 }
 
 }  // namespace

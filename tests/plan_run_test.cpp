@@ -3,6 +3,10 @@
 #include <csignal>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
@@ -31,15 +35,36 @@ protected:
     std::string reports() const { return folder() + "/reports"; }
     // The newest report.
     std::string reportFile(const std::string& strEnding) const {
-        std::filesystem::path newest;
+        std::filesystem::directory_entry newest;
         for (const auto& entry : std::filesystem::directory_iterator(reports())) {
-            if (entry.path().extension() == strEnding && entry.path() > newest) {
-                newest = entry.path();
+            if (entry.path().extension() == strEnding &&
+                (newest.path().empty() || entry.last_write_time() > newest.last_write_time())) {
+                newest = entry;
             }
         }
-        return newest.string();
+        return newest.path().string();
     }
     nlohmann::json report() const { return nlohmann::json::parse(readFile(reportFile(".json"))); }
+
+    // A set with an operation that does not come back: nobody writes to the pipe.
+    void makeSetWithPipe() {
+        std::filesystem::remove_all(set());
+        ASSERT_EQ(fapi({"set", "create"}).s32Exit, 0);
+        ASSERT_EQ(mkfifo(pipeFile().c_str(), 0600), 0);
+    }
+    std::string pipeFile() const { return set() + "/tree/mnt/usb/pipe"; }
+
+    // Whether the condition comes true within a minute.
+    template <class Condition>
+    static bool comesTrue(Condition&& condition) {
+        for (int i = 0; i < 3000; ++i) {
+            if (condition()) {
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return false;
+    }
 
     test::ProcessResult _result;
 };
@@ -104,6 +129,10 @@ TEST_F(PlanRun, Expectations) {
         {"status failed", "failed"},
         {"status is-not 0", "failed"},
         {"status 0", "passed"},
+        {"status is ok", "passed"},
+        {"version is hex:76312e302e302e3133", "passed"},
+        {"version contains repeat:2:.0", "passed"},
+        {"version matches ^v[0-9.]*3$", "passed"},
     };
     std::string strPlan = "on-failure continue\n";
     for (const auto& row : rows) {
@@ -114,6 +143,88 @@ TEST_F(PlanRun, Expectations) {
     for (std::size_t i = 0; i < found.size(); ++i) {
         EXPECT_EQ(found[i].second, rows[i].verdict) << rows[i].line;
     }
+}
+
+// Outputs of other kinds than a short text.
+TEST_F(PlanRun, ExpectationsOfFilesAndNumbers) {
+    EXPECT_THAT(verdicts(R"(
+on-failure continue
+step bytes
+    set put /data/b hex:00ff10
+    sys_read_file /data/b
+    expect data is hex:00ff10
+    expect data is-not hex:00ff11
+    expect data contains hex:ff
+    expect data starts-with hex:00ff
+    expect length in 3..3
+    expect length is 0x3
+step "a text that is a number"
+    set put /data/n -12
+    sys_read_file_one_line /data/n
+    expect line in -0x10..-10 margin 2
+step "nothing came out"
+    sys_read_file_one_line /data/none
+    expect status failed
+    expect line is x
+step "too long for a pattern"
+    set put /data/long repeat:60000:x
+    sys_read_file /data/long 60000
+    expect data matches (x|y)*
+)"),
+                ElementsAre(Pair("bytes", "passed"), Pair("a text that is a number", "passed"),
+                            Pair("nothing came out", "failed"), Pair("too long for a pattern", "failed")));
+    EXPECT_THAT(report()["steps"][3]["text"].get<std::string>(), HasSubstr("at most 4096 bytes"));
+}
+
+TEST_F(PlanRun, VariablesStandForWhatWasKept) {
+    EXPECT_THAT(verdicts(R"(
+on-failure continue
+step "in the order of the lines"
+    sys_init
+    sys_get_emmc_env_var model
+    keep v value
+    expect value is ${v}
+    sys_get_emmc_env_var panel
+    expect value is-not ${v}
+    keep v value
+    expect value is ${v}
+step "a text that looks like something else"
+    sys_set_emmc_env_var odd repeat:1:hex:zz
+    sys_get_emmc_env_var odd
+    keep odd value
+    sys_set_emmc_env_var odd plain
+    sys_set_emmc_env_var odd ${odd}
+    sys_get_emmc_env_var odd
+    expect value is text:hex:zz
+    expect value is ${odd}
+step "bytes of every kind, across a power cycle"
+    set put /data/b hex:00ff80c328
+    sys_read_file /data/b
+    keep data data
+    keep length length
+    sys_read_file_one_line /data/b 64 1
+    keep line line
+    set power-cycle
+    set put /data/c ${data}
+    sys_read_file /data/c ${length}
+    expect data is ${data}
+    set put /data/d ${line}
+    sys_read_file /data/d
+    expect data is hex:ff80c328
+step "a value that does not fit"
+    sys_read_file /data/b ${odd}
+step "nothing was kept"
+    sys_read_file_one_line /data/none
+    keep none line
+    expect status failed
+    sys_check_file ${none}
+)"),
+                ElementsAre(Pair("in the order of the lines", "passed"),
+                            Pair("a text that looks like something else", "passed"),
+                            Pair("bytes of every kind, across a power cycle", "passed"),
+                            Pair("a value that does not fit", "failed"), Pair("nothing was kept", "failed")));
+    EXPECT_THAT(report()["steps"][3]["text"].get<std::string>(), HasSubstr("SIZE is \"repeat:1:hex:zz\""));
+    EXPECT_THAT(report()["steps"][4]["text"].get<std::string>(), HasSubstr("${none} has no value"));
 }
 
 TEST_F(PlanRun, RetryTriesTheWholeStepAgain) {
@@ -128,11 +239,13 @@ step "never lucky" retry 2
 )"),
                 ElementsAre(Pair("init", "passed"), Pair("third time lucky", "passed"), Pair("never lucky", "failed")));
     const nlohmann::json json = report();
-    EXPECT_EQ(json["steps"][1]["attempts"], 3);
-    EXPECT_EQ(json["steps"][1]["commands"].size(), 3u);
-    EXPECT_EQ(json["steps"][1]["commands"][0]["good"], false);
-    EXPECT_EQ(json["steps"][2]["attempts"], 3);
-    EXPECT_GE(json["seconds"], 0.1);
+    const nlohmann::json attempts = json["steps"][1]["attempts"];
+    ASSERT_EQ(attempts.size(), 3u);
+    EXPECT_EQ(attempts[0]["verdict"], "failed");
+    EXPECT_EQ(attempts[0]["commands"][0]["good"], false);
+    EXPECT_EQ(attempts[2]["verdict"], "passed");
+    EXPECT_EQ(json["steps"][2]["attempts"].size(), 3u);
+    EXPECT_GE(json["steps"][1]["seconds"], 0.1) << "with the waiting";
 }
 
 TEST_F(PlanRun, APowerCycleLosesMemoryAndKeepsVariables) {
@@ -164,41 +277,102 @@ step two
     EXPECT_EQ(fapiJson({"set", "show"})["boots"], 5);
 }
 
+// Somebody kills the process that has the set, before and after a power cycle in the step.
 TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
-    // A person pulls the plug: somebody kills the process while the step waits for its next attempt.
-    const std::string strPlan = writeFile("test.plan",
-                                          "plan T\nstep init\nsys_init\nstep hangs retry 1000 every 1s\nsys_check_file "
-                                          "/data/none\nstep after\nsys_init\nteardown\nstep clean\nsys_init\n");
-    std::thread killer([&] {
-        // The process that has the set says so in its lock.
-        for (int i = 0; i < 600; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            const std::string strOwner = readFile(set() + "/lock");
-            if (!strOwner.empty() && i > 10) {
-                kill(static_cast<pid_t>(std::stol(strOwner)), SIGKILL);
-                return;
-            }
-        }
-    });
-    const test::ProcessResult result = fapi({"run", "--report", reports(), strPlan});
-    killer.join();
-    EXPECT_EQ(result.s32Exit, 1);
-    const nlohmann::json json = report();
-    EXPECT_EQ(json["steps"][1]["verdict"], "died") << result.strOutput;
-    EXPECT_THAT(json["steps"][1]["text"], HasSubstr("Killed"));
-    EXPECT_EQ(json["steps"][2]["verdict"], "not run");
-    EXPECT_EQ(json["steps"][3]["verdict"], "passed") << "the teardown has a process of its own";
+    for (const std::string strPowerCycle : {"", "set power-cycle\n"}) {
+        SCOPED_TRACE(strPowerCycle);
+        makeSetWithPipe();
+        std::thread killer([this] {
+            // The pipe can be opened for writing while somebody reads it.
+            int s32Pipe = -1;
+            EXPECT_TRUE(comesTrue([&] { return (s32Pipe = open(pipeFile().c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }));
+            kill(static_cast<pid_t>(std::stol(readFile(set() + "/lock"))), SIGKILL);
+            close(s32Pipe);
+        });
+        EXPECT_THAT(verdicts("step init\nsys_init\nset put /data/f hex:00ff\nsys_read_file /data/f\nkeep data data\n"
+                             "step hangs\n" +
+                             strPowerCycle +
+                             "sys_read_file_one_line /mnt/usb/pipe\nstep after\nsys_init\n"
+                             "teardown\nstep clean\nsys_init\nset put /data/g ${data}\nsys_read_file /data/g\n"
+                             "expect data is hex:00ff\n"),
+                    ElementsAre(Pair("init", "passed"), Pair("hangs", "died"), Pair("after", "not run"),
+                                Pair("clean", "passed")))
+            << "the teardown has a process of its own, and the variables";
+        killer.join();
+        EXPECT_EQ(_result.s32Exit, 1);
+        EXPECT_THAT(report()["steps"][1]["text"].get<std::string>(),
+                    testing::AllOf(HasSubstr("sys_read_file_one_line /mnt/usb/pipe"), HasSubstr("SIGKILL (Killed)")));
+    }
 }
 
-TEST_F(PlanRun, CtrlCEndsTheStepAndTearsDown) {
-    const std::string strPlan = writeFile("test.plan",
-                                          "plan T\nstep hangs retry 1000 every 1s\nsys_check_file /data/none\n"
-                                          "teardown\nstep clean\nsys_init\n");
-    const test::ProcessResult result = test::runOnTerminal(
-        {FAPI_BINARY, "--set", set(), "run", "--report", reports(), strPlan}, {{"(attempt 2)", "\x03"}});
-    EXPECT_EQ(result.s32Exit, 4) << result.strOutput;
-    EXPECT_EQ(report()["steps"][0]["verdict"], "interrupted");
-    EXPECT_EQ(report()["steps"][1]["verdict"], "passed");
+// The set is damaged while a step runs, and cannot be had any more after its power cycle.
+TEST_F(PlanRun, ASetThatIsLostEndsThePlan) {
+    std::thread vandal([this] {
+        EXPECT_TRUE(comesTrue([&] { return std::filesystem::exists(set() + "/tree/data/ready"); }));
+        writeFile("set/set.json", "{");
+        writeFile("set/tree/data/go", "");
+    });
+    EXPECT_THAT(
+        verdicts(
+            "step init\nsys_init\nset put /data/ready x\nstep wait retry 1000 every 50ms\nsys_check_file /data/go\n"
+            "step cycle\nset power-cycle\nsys_init\nteardown\nstep clean\nsys_init\n"),
+        ElementsAre(Pair("init", "passed"), Pair("wait", "passed"), Pair("cycle", "failed"), Pair("clean", "not run")));
+    vandal.join();
+    EXPECT_EQ(_result.s32Exit, 1);
+    EXPECT_THAT(report()["steps"][2]["text"].get<std::string>(), HasSubstr("set.json: is not a JSON object"));
+
+    _result = fapi({"run", "--report", reports(), folder() + "/test.plan"});
+    EXPECT_EQ(_result.s32Exit, 3) << "nothing was called";
+    EXPECT_THAT(_result.strError, HasSubstr("set.json: is not a JSON object"));
+}
+
+TEST_F(PlanRun, CtrlC) {
+    const struct {
+        const char* name;
+        const char* plan;
+        std::vector<test::Typed> typed;
+        std::vector<std::string> verdicts;
+    } rows[] = {
+        {"in a step that waits for its next attempt",
+         "step a retry 1000 every 1s\nsys_check_file /data/none\nstep b\nsys_init\nteardown\nstep c\nsys_init\n",
+         {{"(attempt 2)", "\x03"}},
+         {"interrupted", "not run", "passed"}},
+        {"in an operation that does not come back",
+         "step a\nsys_read_file /mnt/usb/pipe\nteardown\nstep b\nsys_init\n",
+         {{"1/2  a  1.", "\x03"}},
+         {"interrupted", "passed"}},
+        {"in a step that never pauses",
+         "step a retry 100000\nsys_check_file /data/none\nteardown\nstep b\nsys_init\n",
+         {{"(attempt 9)", "\x03"}},
+         {"interrupted", "passed"}},
+        {"after a power cycle in the step",
+         "step a\nset power-cycle\nsys_read_file /mnt/usb/pipe\nteardown\nstep b\nsys_init\n",
+         {{"1/2  a  1.", "\x03"}},
+         {"interrupted", "passed"}},
+        {"in the teardown, which goes on",
+         "step a\nsys_init\nteardown\nstep b retry 3 every 500ms\nsys_check_file /data/none\nstep c\nsys_init\n",
+         {{"(attempt 2)", "\x03"}},
+         {"passed", "failed", "passed"}},
+        {"a second time",
+         "step a\nsys_init\nteardown\nstep b retry 1000 every 1s\nsys_check_file /data/none\nstep c\nsys_init\n",
+         {{"(attempt 2)", "\x03"}, {"(attempt 3)", "\x03"}},
+         {"passed", "interrupted", "not run"}},
+    };
+    makeSetWithPipe();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::filesystem::remove_all(reports());
+        const std::string strPlan = writeFile("test.plan", std::string("plan T\n") + row.plan);
+        const test::ProcessResult result =
+            test::runOnTerminal({FAPI_BINARY, "--set", set(), "run", "--report", reports(), strPlan}, row.typed);
+        EXPECT_EQ(result.s32Exit, 4) << result.strOutput;
+        std::vector<std::string> found;
+        const nlohmann::json json = report();
+        for (const auto& step : json["steps"]) {
+            found.push_back(step["verdict"]);
+        }
+        EXPECT_EQ(found, row.verdicts);
+    }
 }
 
 TEST_F(PlanRun, ReportsHoldEverything) {
@@ -213,18 +387,24 @@ TEST_F(PlanRun, ReportsHoldEverything) {
     EXPECT_STREQ(suite.child("testcase").attribute("name").value(), "odd <&> ? name");
     EXPECT_THAT(suite.child("testcase").child("failure").attribute("message").value(),
                 HasSubstr("data is 2 bytes: 00 ff, expected \"hex:00fe\""));
-    const nlohmann::json step = report()["steps"][0];
-    EXPECT_EQ(step["commands"][2]["outputs"]["data"]["hex"], "00ff");
-    EXPECT_EQ(step["commands"][2]["expectations"][0]["verdict"], "failed");
-    EXPECT_EQ(step["commands"][2]["line"], 5);
+    const nlohmann::json command = report()["steps"][0]["attempts"][0]["commands"][2];
+    EXPECT_EQ(command["outputs"]["data"]["hex"], "00ff");
+    EXPECT_EQ(command["expectations"][0]["verdict"], "failed");
+    EXPECT_EQ(command["expectations"][0]["text"], "expect data is hex:00fe");
+    EXPECT_EQ(command["line"], 5);
+    // A run within the same second does not take their place.
+    verdicts("step a\nsys_init\n");
+    verdicts("step a\nsys_init\n");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(reports()), {}), 6);
 }
 
 TEST_F(PlanRun, DryRunAndBrokenPlansCallNothing) {
-    const std::string strGood = writeFile("good.plan", "plan G\nstep A retry 2\nsys_init\n");
+    const std::string strGood =
+        writeFile("good.plan", "plan G\nstep A retry 2 every 100ms\nsys_init\nexpect status ok\n");
     const std::string strBad = writeFile("bad.plan", "plan B\nstep A\nsys_int\nsys_check_file\n");
     test::ProcessResult result = fapi({"run", "--dry-run", strGood});
     EXPECT_EQ(result.s32Exit, 0);
-    EXPECT_EQ(result.strOutput, "G\n  A (up to 3 attempts)\n    sys_init\n");
+    EXPECT_EQ(result.strOutput, "G\n  A (up to 3 attempts, 100 ms apart)\n    sys_init\n        expect status ok\n");
     EXPECT_EQ(fapi({"check", strGood}).s32Exit, 0);
     result = fapi({"run", "--report", reports(), strGood, strBad});
     EXPECT_EQ(result.s32Exit, 2);

@@ -5,10 +5,31 @@
 
 #include "plan.h"
 
+namespace {
+
+// The one argument that opens files of the PC, however it is quoted.
+bool namesHostFile(std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        try {
+            for (const std::string& word : tool::splitWords(line)) {
+                if (word.rfind("file:", 0) == 0) {
+                    return true;
+                }
+            }
+        } catch (const tool::UsageError&) {
+            // A line that cannot be cut into words names nothing.
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pu8Data, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(pu8Data), size);
-    // The one argument that opens files of the PC.
-    if (text.find("file:") != std::string::npos) {
+    const std::string_view text(reinterpret_cast<const char*>(pu8Data), size);
+    if (namesHostFile(text)) {
         return 0;
     }
     std::vector<tool::Problem> problems;

@@ -100,29 +100,58 @@ std::vector<std::string> candidates(const Words& words, const std::string& start
                                                              : std::vector<std::string>();
 }
 
+// Takes the word that the cursor stands in off the words of the line; empty behind a blank.
+std::string lastWord(const std::string& line, Words& words) {
+    if (words.empty() || line.back() == ' ' || line.back() == '\t') {
+        return {};
+    }
+    std::string last = std::move(words.back());
+    words.pop_back();
+    return last;
+}
+
+// The longest text that all of them begin with.
+std::string commonStart(const std::vector<std::string>& found) {
+    std::string start = found.front();
+    for (const std::string& text : found) {
+        while (text.compare(0, start.size(), start) != 0) {
+            start.pop_back();
+        }
+    }
+    return start;
+}
+
 }  // namespace
 
 std::vector<std::string> completions(const std::string& line) {
-    Words words;
-    try {
-        words = splitWords(line);
-    } catch (const UsageError&) {
-        return {};
-    }
-    std::string start;
-    const bool insideWord = !words.empty() && line.back() != ' ' && line.back() != '\t';
-    if (insideWord) {
-        start = words.back();
-        words.pop_back();
-    }
     std::vector<std::string> found;
-    for (std::string& candidate : candidates(words, start)) {
-        if (candidate.compare(0, start.size(), start) == 0) {
-            found.push_back(std::move(candidate));
+    try {
+        Words words = splitWords(line);
+        const std::string start = lastWord(line, words);
+        for (std::string& candidate : candidates(words, start)) {
+            if (candidate.compare(0, start.size(), start) == 0) {
+                found.push_back(std::move(candidate));
+            }
         }
+    } catch (const UsageError&) {
+        // Inside a quote that is still open nothing can be added.
+        return {};
     }
     std::sort(found.begin(), found.end());
     return found;
+}
+
+std::string completion(const std::string& line) {
+    const std::vector<std::string> found = completions(line);
+    if (found.empty()) {
+        return {};
+    }
+    Words words = splitWords(line);
+    std::string rest = commonStart(found).substr(lastWord(line, words).size());
+    if (!rest.empty()) {
+        rest = quoteWord(rest);
+    }
+    return found.size() == 1 && found.front().back() != '/' ? rest + ' ' : rest;
 }
 
 }  // namespace tool

@@ -26,9 +26,8 @@ struct Event {
 class EventLog {
 public:
     void add(Event event);
-    // The oldest event, waiting for it until `deadline`. False when none came, or after interrupt().
+    // The oldest event, waiting for it until `deadline`. False when none came. After interrupt() it no longer waits.
     bool take(Event& event, std::chrono::steady_clock::time_point deadline);
-    // Lets a waiting take() return.
     void interrupt();
 
 private:

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // fapi, the bench tool: the command line.
+#include <functional>
+#include <sstream>
+
 #include <CLI/CLI.hpp>
 
 #include "output.h"
@@ -17,54 +20,42 @@ constexpr char kFooter[] =
     "3 the set cannot be had or is damaged, nothing was called; 4 interrupted or declined.\n"
     "Data go to standard output, messages and the library's log to standard error.";
 
-int listOperations(const GlobalOptions& options, const std::string& pattern) {
-    Json json = Json::array();
-    std::string module;
-    for (const Operation& operation : operations()) {
-        if (operation.shortName().find(pattern) == std::string::npos) {
-            continue;
-        }
-        if (options.json) {
-            json.push_back(toJson(operation));
-            continue;
-        }
-        if (operation.module() != module) {
-            module = operation.module();
-            printLine(module + ":");
-        }
-        printLine("  " + usage(operation) + "\n      " + operation.help);
-    }
-    if (options.json) {
-        printLine(jsonLine(json));
-    }
-    return kExitGood;
-}
-
-int helpOperation(const GlobalOptions& options, const std::string& name) {
-    const Operation* operation = findOperation(name);
-    if (operation == nullptr) {
-        throw UsageError(unknownOperation(name));
-    }
-    printLine(options.json ? jsonLine(toJson(*operation)) : describe(*operation));
-    return kExitGood;
-}
-
 int callOperation(const GlobalOptions& options, const Words& words, bool noInit) {
     if (!words.empty() && words[0] == "set") {
         throw UsageError("call takes an operation; for the set there is: fapi set");
     }
     const Command command = Command::parse(words);
-    const Operation& operation = *command.operation();
-    if (operation.destroys != nullptr && !confirm(options, operation.destroys)) {
+    if (!confirm(options, command)) {
         return kExitInterrupted;
     }
     openSession(options.session);
     if (!noInit) {
-        bringUpFor(&operation);
+        bringUpFor(command.operation());
     }
     const Outcome outcome = command.run();
     printOutcome(command, outcome, options.json);
     return outcome.good ? kExitGood : kExitFailed;
+}
+
+// Options are checked, and complained about, as arguments of operations are.
+CLI::Validator numberUpTo(long long max) {
+    const auto check = [max](const std::string& word) {
+        long long number = 0;
+        return parseNumber(word, number) && number >= 0 && number <= max
+                   ? std::string()
+                   : "is " + display(word, 40) + ", expected a number from 0 to " + std::to_string(max);
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator seconds() {
+    const auto check = [](const std::string& word) {
+        double number = 0;
+        return CLI::detail::lexical_cast(word, number) && number >= 0
+                   ? std::string()
+                   : "is " + display(word, 40) + ", expected seconds, such as 2 or 0.5";
+    };
+    return CLI::Validator(check, "");
 }
 
 // The command line, and what it makes of it.
@@ -77,7 +68,8 @@ public:
         _app.set_version_flag("--version", FAPI_VERSION);
         _app.add_option("--set", _options.session.folder, "Folder of the virtual set")->type_name("DIR");
         _app.add_flag("--json", _options.json, "Print one JSON object a line");
-        _app.add_flag("--log", _options.session.log, "Switch the library's log on; it goes to standard error");
+        _app.add_flag("--log", _options.session.log,
+                      "Switch the library's log on, until \"set log off\"; it goes to standard error");
         _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data");
         _app.add_flag("--damaged", _options.session.damaged, "Go on with a damaged set");
         addOperations();
@@ -90,34 +82,64 @@ public:
         try {
             _app.parse(argc, argv);
         } catch (const CLI::ParseError& error) {
-            if (const std::vector<std::string> unknown = _app.remaining();
-                dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !unknown.empty()) {
-                throw UsageError("no such command: " + unknown.front());
+            if (error.get_exit_code() != 0) {
+                throw UsageError(complaint(error));
             }
-            const bool isHelp = error.get_exit_code() == 0;
-            const int code = _app.exit(error, isHelp ? helpStream() : std::cerr, std::cerr);
-            printHelp();
-            return code == 0 ? kExitGood : kExitUsage;
+            // Help and version. CLI11 prints to a stream; the data's is a FILE.
+            std::ostringstream text;
+            _app.exit(error, text, text);
+            std::fputs(text.str().c_str(), dataOutput());
+            return kExitGood;
         }
         return _action();
     }
 
 private:
-    // CLI11 prints help to a stream; the data's is a FILE.
-    std::ostream& helpStream() { return _help; }
-    void printHelp() { std::fputs(_help.str().c_str(), dataOutput()); }
+    // What is wrong with the command line, and where the right one is described.
+    std::string complaint(const CLI::ParseError& error) const {
+        const CLI::App* command = &_app;
+        std::string path = _app.get_name();
+        while (!command->get_subcommands().empty()) {
+            command = command->get_subcommands().front();
+            path += " " + command->get_name();
+        }
+        std::vector<std::string> commands;
+        for (const CLI::App* known : command->get_subcommands([](const CLI::App*) { return true; })) {
+            commands.push_back(known->get_name());
+        }
+        // A misspelt command is left over, and CLI11 then only says that one is missing.
+        const std::vector<std::string> words = _app.remaining(true);
+        std::string what = error.what();
+        if (!commands.empty() && !words.empty()) {
+            const std::string near = nearest(words.front(), commands);
+            what = (words.front().rfind('-', 0) == 0 ? "no such option: " : "no such command: ") + words.front() +
+                   (near.empty() ? "" : ", did you mean " + near + "?");
+        }
+        return what + "; see " + path + " --help";
+    }
 
     void addOperations() {
         CLI::App* list = _app.add_subcommand("list", "List the operations");
         list->add_option("PATTERN", _word, "Part of the names to list");
-        list->callback([this] { _action = [this] { return listOperations(_options, _word); }; });
+        list->callback([this] {
+            _action = [this] {
+                printOperations(_word, _options.json);
+                return kExitGood;
+            };
+        });
 
         CLI::App* help = _app.add_subcommand("help", "Describe an operation");
         help->add_option("OPERATION", _word)->required();
-        help->callback([this] { _action = [this] { return helpOperation(_options, _word); }; });
+        help->callback([this] {
+            _action = [this] {
+                printDescription(_word, _options.json);
+                return kExitGood;
+            };
+        });
 
         CLI::App* call = _app.add_subcommand("call", "Call an operation");
-        call->add_option("OPERATION ARGUMENT...", _words)->required();
+        call->add_option("OPERATION", _words, "The operation and its arguments, behind -- if one begins with a dash")
+            ->required();
         call->add_flag("--no-init", _noInit, "Do not bring the set up first");
         call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit); }; });
 
@@ -142,7 +164,12 @@ private:
         addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
         for (const Hand& hand : hands()) {
             CLI::App* command = set->add_subcommand(hand.name, hand.help);
-            command->add_option("ARGUMENT", _words, argumentsUsage(hand.arguments));
+            if (hand.sessionOnly) {
+                // Known, to say that it belongs elsewhere, but not offered.
+                command->group("");
+            }
+            command->add_option("ARGUMENT", _words, "Its arguments:" + argumentsUsage(hand.arguments));
+            command->footer(argumentsHelp(hand.arguments, hand.outputs));
             command->callback([this, &hand] {
                 _words.insert(_words.begin(), hand.name);
                 _action = [this] { return runHand(_options, _words); };
@@ -152,25 +179,23 @@ private:
 
     void addWatch() {
         CLI::App* watching = _app.add_subcommand("watch", "Show events as they come");
-        watching->add_option("--event", _events, "Only events of these numbers")->type_name("N");
-        watching->add_option("--module", _watch.modules, "Only events of these modules")->type_name("NAME");
-        watching->add_option("--count", _watch.count, "End after so many events")->type_name("N");
+        watching->add_option("--event", _watch.events, "Only events of this number; may be given again")
+            ->type_name("N")
+            ->allow_extra_args(false)
+            ->check(numberUpTo(0xFFFFFFFFll));
+        watching->add_option("--module", _watch.modules, "Only events of this module; may be given again")
+            ->type_name("NAME")
+            ->allow_extra_args(false);
+        watching->add_option("--count", _watch.count, "End after so many events")
+            ->type_name("N")
+            ->check(numberUpTo(0xFFFFFFFFll));
         watching->add_option("--idle", _watch.idle, "End after so many seconds without an event")
             ->type_name("SECONDS")
-            ->check(CLI::NonNegativeNumber);
-        watching->add_option("--do", _watch.lines, "Run a line of the shell first")->type_name("LINE");
-        watching->callback([this] {
-            _action = [this] {
-                for (const std::string& word : _events) {
-                    long long number = 0;
-                    if (!parseNumber(word, number) || number < 0 || number > 0xFFFFFFFFll) {
-                        throw UsageError("--event: " + word + " is no event number");
-                    }
-                    _watch.events.push_back(static_cast<unsigned int>(number));
-                }
-                return watch(_options, _watch);
-            };
-        });
+            ->check(seconds());
+        watching->add_option("--do", _watch.lines, "Run a line of the shell first; may be given again")
+            ->type_name("LINE")
+            ->allow_extra_args(false);
+        watching->callback([this] { _action = [this] { return watch(_options, _watch); }; });
     }
 
     void addPlans() {
@@ -196,12 +221,10 @@ private:
 
     CLI::App _app{"Bench tool of the factory API: calls its operations on a virtual set.", "fapi"};
     char** const _arguments;
-    std::ostringstream _help;
     GlobalOptions _options;
     std::function<int()> _action;
     std::string _word;
     Words _words;
-    Words _events;
     bool _noInit = false;
     WatchOptions _watch;
     RunOptions _run;
@@ -212,7 +235,12 @@ private:
 int main(int argc, char** argv) {
     separateOutputs();
     try {
-        return CommandLine(argv).run(argc, argv);
+        const int code = CommandLine(argv).run(argc, argv);
+        if (isOutputWritten()) {
+            return code;
+        }
+        std::fprintf(stderr, "fapi: standard output cannot be written\n");
+        return code == kExitGood ? kExitFailed : code;
     } catch (const UsageError& error) {
         std::fprintf(stderr, "fapi: %s\n", error.what());
         return kExitUsage;

@@ -43,7 +43,7 @@ std::string choiceText(const Argument& argument) {
     for (const Choice& choice : argument.choices) {
         text += (text.empty() ? "" : ", ") + std::string(choice.name) + " (" + std::to_string(choice.value) + ")";
     }
-    return text;
+    return argument.max != 0 ? text + ", or a number from " + rangeText(argument) : text;
 }
 
 // What is expected of an argument, for help and for error messages.
@@ -92,6 +92,9 @@ long long parseChoice(const Argument& argument, const std::string& word) {
             return choice.value;
         }
     }
+    if (isNumber && argument.max != 0 && number >= argument.min && number <= argument.max) {
+        return number;
+    }
     refuse(argument, word);
 }
 
@@ -139,6 +142,13 @@ const Value* Outcome::find(std::string_view name) const {
         }
     }
     return nullptr;
+}
+
+Bytes Call::buffer(std::size_t size, unsigned char fill) {
+    Bytes bytes;
+    bytes.reserve(std::max<std::size_t>(size, 1));
+    bytes.resize(size, fill);
+    return bytes;
 }
 
 void Call::outText(const char* name, const Bytes& buffer) {
@@ -286,8 +296,7 @@ std::string describe(const Operation& operation) {
     if (operation.destroys != nullptr) {
         text += std::string("  Asks first, because it ") + operation.destroys + ".\n";
     }
-    text += std::string("  Full name: ") + operation.name + "\n";
-    return text;
+    return text + "  Full name: " + operation.name;
 }
 
 }  // namespace tool

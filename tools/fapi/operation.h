@@ -15,7 +15,7 @@ namespace tool {
 enum class Kind {
     number,  // range [min, max]
     flag,    // 0, 1, on, off, true, false, yes, no
-    choice,  // one of the named values, or its number when that is one of them
+    choice,  // one of the named values or its number; any number of [min, max] too when max is not 0
     text,    // at most max characters when max is not 0
     path,    // as text; completion offers paths of the set
     bytes    // as parseBytes takes them; between min and max bytes
@@ -80,6 +80,9 @@ public:
     }
 
     void out(const char* name, Value value) { _outputs.emplace_back(name, std::move(value)); }
+    // A buffer of exactly the size that is passed along, so that a sanitizer sees a byte too many. It has an address
+    // even without a byte: null would be another argument.
+    static Bytes buffer(std::size_t size, unsigned char fill = 0);
     // The bytes of a buffer up to its first NUL, as text.
     void outText(const char* name, const Bytes& buffer);
 
@@ -121,7 +124,7 @@ Outcome invoke(const Operation& operation, const std::vector<Value>& arguments);
 // "ok", "failed", "invalid parameter", ... for a result of that kind.
 std::string statusWord(Result result, long long status);
 
-// The help of one operation, several lines.
+// The help of one operation, several lines, without a newline at the end.
 std::string describe(const Operation& operation);
 
 // "check_file PATH"

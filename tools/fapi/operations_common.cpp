@@ -19,7 +19,7 @@ Operation decoder(const char* name, const char* help, long long size, long long 
 }
 
 long long getVersion(Call& call) {
-    Bytes buffer(call.number<std::size_t>(0), 0xFF);
+    Bytes buffer = Call::buffer(call.number<std::size_t>(0), 0xFF);
     const int status =
         a_vextvfapi_common_get_fapi_version(reinterpret_cast<char*>(buffer.data()), call.number<unsigned int>(0));
     if (status == 0) {

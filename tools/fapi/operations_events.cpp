@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the event operations, which all modules have, and the callbacks that they register.
 #include <array>
-#include <ctime>
 
 #include "a_vextvfapi_aud.h"
 #include "a_vextvfapi_disp.h"
@@ -71,24 +70,6 @@ MODULE(sys);
 const std::array<const Module*, 8> kModules = {&module_aud,    &module_disp, &module_disptst, &module_info,
                                                &module_inpsrc, &module_net,  &module_prphrl,  &module_sys};
 
-std::string displayObject(const Object& object) {
-    std::string text;
-    if (object.value != 0 || (object.text.empty() && object.data.empty())) {
-        text += " value " + std::to_string(object.value);
-    }
-    if (!object.text.empty()) {
-        text += " text " + display(object.text);
-    }
-    if (!object.data.empty()) {
-        text += " bytes " + hexText(object.data, " ");
-    }
-    return text;
-}
-
-bool isEmpty(const Object& object) {
-    return object.value == 0 && object.text.empty() && object.data.empty();
-}
-
 }  // namespace
 
 std::vector<Operation> eventOperations() {
@@ -117,34 +98,6 @@ std::vector<Operation> eventOperations() {
     return rows;
 }
 
-EventLog& eventLog() {
-    static EventLog& log = *new EventLog;
-    return log;
-}
-
-void EventLog::add(Event event) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _events.push_back(std::move(event));
-    _changed.notify_one();
-}
-
-bool EventLog::take(Event& event, std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock<std::mutex> lock(_mutex);
-    _changed.wait_until(lock, deadline, [this] { return _interrupted || !_events.empty(); });
-    if (_interrupted || _events.empty()) {
-        return false;
-    }
-    event = std::move(_events.front());
-    _events.pop_front();
-    return true;
-}
-
-void EventLog::interrupt() {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _interrupted = true;
-    _changed.notify_all();
-}
-
 void listenToAllModules(bool on) {
     for (const Module* module : kModules) {
         module->listen(on);
@@ -157,25 +110,6 @@ std::vector<std::string> eventModules() {
         names.emplace_back(module->name);
     }
     return names;
-}
-
-std::string displayEvent(const Event& event) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(event.time);
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(event.time.time_since_epoch()).count() % 1000;
-    std::tm local = {};
-    localtime_r(&seconds, &local);
-    char text[64];
-    const std::size_t length = std::strftime(text, sizeof(text), "%H:%M:%S", &local);
-    std::snprintf(text + length, sizeof(text) - length, ".%03d %s 0x%x", static_cast<int>(milliseconds), event.module,
-                  event.number);
-    std::string line = text + displayObject(event.objects[0]);
-    for (std::size_t i = 1; i < 4; ++i) {
-        if (!isEmpty(event.objects[i])) {
-            line += " |" + displayObject(event.objects[i]);
-        }
-    }
-    return line;
 }
 
 }  // namespace tool

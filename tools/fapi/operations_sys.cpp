@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the system module's operations.
+#include <algorithm>
+#include <iterator>
+
 #include "a_vextvfapi_sys.h"
 #include "operation.h"
 
@@ -24,7 +27,7 @@ Argument flashType() {
             Kind::choice,
             "the flash that holds the environment",
             0,
-            0,
+            E_HW_FLASH_TYPE_FORCE_U32,
             {{"spi_nor", E_HW_FLASH_TYPE_SPI_NOR}, {"nand", E_HW_FLASH_TYPE_NAND}, {"emmc", E_HW_FLASH_TYPE_EMMC}},
             "emmc"};
 }
@@ -40,10 +43,8 @@ Argument valueSize() {
 // Reads a variable through `get` into a buffer of the size at the second argument.
 template <class Get>
 long long readVariable(Call& call, Get&& get) {
-    Bytes buffer(call.number<std::size_t>(1));
-    // A vector without bytes has no address; a buffer of no bytes is to be passed all the same.
-    unsigned char none = 0;
-    const int status = get(buffer.empty() ? &none : buffer.data(), call.number<unsigned int>(1));
+    Bytes buffer = Call::buffer(call.number<std::size_t>(1));
+    const int status = get(buffer.data(), call.number<unsigned int>(1));
     if (status == 0) {
         call.outText("value", buffer);
     }
@@ -60,7 +61,7 @@ long long getFlashHandle(Call& call) {
 }
 
 long long readLine(Call& call) {
-    Bytes buffer(call.number<std::size_t>(1));
+    Bytes buffer = Call::buffer(call.number<std::size_t>(1));
     const int status = a_vextvfapi_sys_read_file_one_line(call.utext(0), buffer.data(), call.number<unsigned int>(1),
                                                           call.number<unsigned long long>(2));
     if (status == 0) {
@@ -70,7 +71,7 @@ long long readLine(Call& call) {
 }
 
 long long readBlock(Call& call) {
-    Bytes buffer(call.number<std::size_t>(1));
+    Bytes buffer = Call::buffer(call.number<std::size_t>(1));
     unsigned int length = 0;
     const int status = a_vextvfapi_sys_read_file(call.utext(0), buffer.data(), call.number<unsigned int>(1),
                                                  call.number<unsigned long long>(2), &length);
@@ -224,7 +225,8 @@ std::vector<Operation> fileOperations() {
           {"mode", Kind::text, "open mode as of stdio: wb, ab, ...", 0, 16, {}, "wb"}},
          {},
          [](Call& call) -> long long {
-             const Bytes& data = call.bytes(1);
+             Bytes data = Call::buffer(call.bytes(1).size());
+             std::copy(call.bytes(1).begin(), call.bytes(1).end(), data.begin());
              return a_vextvfapi_sys_write_file(call.utext(0), data.data(), static_cast<unsigned int>(data.size()),
                                                call.utext(2));
          },

@@ -2,6 +2,7 @@
 // Outcomes as people and as programs read them.
 #include "output.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "session.h"
@@ -32,7 +33,23 @@ const char* kindName(Kind kind) {
 }
 
 Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
-    return {{"value", object.value}, {"text", object.text}, {"data", toJson(Value(object.data))}};
+    return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", toJson(Value(object.data))}};
+}
+
+bool isUtf8(const std::string& text) {
+    try {
+        return !Json(text).dump().empty();
+    } catch (const Json::type_error&) {
+        return false;
+    }
+}
+
+// The lines as they stand, but nothing that a terminal would obey.
+std::string printableLines(std::string text) {
+    const auto isObeyed = [](unsigned char c) { return (c < 0x20 && c != '\n' && c != '\t') || c == 0x7F; };
+    std::replace_if(text.begin(), text.end(), isObeyed, '?');
+    text.erase(text.find_last_not_of('\n') + 1);
+    return text;
 }
 
 }  // namespace
@@ -42,7 +59,7 @@ Json toJson(const Value& value) {
         return *number;
     }
     if (const auto* text = std::get_if<std::string>(&value)) {
-        return *text;
+        return isUtf8(*text) ? Json(*text) : toJson(Value(Bytes(text->begin(), text->end())));
     }
     const Bytes& bytes = std::get<Bytes>(value);
     return {{"size", bytes.size()}, {"hex", hexText(bytes, "")}};
@@ -114,17 +131,47 @@ std::string displayOutcome(const Command& command, const Outcome& outcome) {
     text += ": " + std::to_string(outcome.status) + " (" + command.word(outcome) + ")";
     for (const auto& [name, value] : outcome.outputs) {
         const auto* lines = std::get_if<std::string>(&value);
-        const bool several = lines != nullptr && lines->find('\n') < lines->size() - 1 && !lines->empty();
-        text += several ? "\n" + lines->substr(0, lines->size() - (lines->back() == '\n' ? 1 : 0))
-                        : "\n  " + name + ": " + display(value, kShown);
+        const bool several = lines != nullptr && lines->find('\n') < lines->find_last_not_of('\n') &&
+                             lines->find_last_not_of('\n') != std::string::npos;
+        text += "\n  " + name + ":" + (several ? "\n" + printableLines(*lines) : " " + display(value, kShown));
     }
     return text;
 }
 
-void printLine(const std::string& line) {
+void printLine(std::string line) {
+    line += '\n';
     std::fwrite(line.data(), 1, line.size(), dataOutput());
-    std::fputc('\n', dataOutput());
     std::fflush(dataOutput());
+}
+
+void printOperations(const std::string& pattern, bool json) {
+    Json all = Json::array();
+    std::string module;
+    for (const Operation& operation : operations()) {
+        if (operation.shortName().find(pattern) == std::string::npos) {
+            continue;
+        }
+        if (json) {
+            all.push_back(toJson(operation));
+            continue;
+        }
+        if (operation.module() != module) {
+            module = operation.module();
+            printLine(module + ":");
+        }
+        printLine("  " + usage(operation) + "\n      " + operation.help);
+    }
+    if (json) {
+        printLine(jsonLine(all));
+    }
+}
+
+void printDescription(const std::string& name, bool json) {
+    const Operation* operation = findOperation(name);
+    if (operation == nullptr) {
+        throw UsageError(unknownOperation(name));
+    }
+    printLine(json ? jsonLine(toJson(*operation)) : describe(*operation));
 }
 
 void printOutcome(const Command& command, const Outcome& outcome, bool json) {

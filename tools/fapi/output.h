@@ -12,7 +12,7 @@ namespace tool {
 
 using Json = nlohmann::ordered_json;
 
-// A number as a number, a text as a text, bytes as {"size": n, "hex": "..."}.
+// A number as a number, a text as a text, bytes as {"size": n, "hex": "..."}, and so a text that is no UTF-8.
 Json toJson(const Value& value);
 Json toJson(const Command& command, const Outcome& outcome);
 Json toJson(const Event& event);
@@ -21,13 +21,18 @@ Json toJson(const Operation& operation);
 // One line; bytes that are no UTF-8 are replaced.
 std::string jsonLine(const Json& json);
 
-// "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines as they stand.
+// "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines below the output's name.
 std::string displayOutcome(const Command& command, const Outcome& outcome);
 
-// Prints to dataOutput().
+// All of these print to dataOutput().
 void printOutcome(const Command& command, const Outcome& outcome, bool json);
 void printEvent(const Event& event, bool json);
-void printLine(const std::string& line);
+// Usage and help of the operations whose short name holds `pattern`.
+void printOperations(const std::string& pattern, bool json);
+// The description of one operation. Throws UsageError for an unknown name.
+void printDescription(const std::string& name, bool json);
+// In one piece, whatever other threads print.
+void printLine(std::string line);
 
 }  // namespace tool
 

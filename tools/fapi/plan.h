@@ -32,13 +32,12 @@ int checkPlans(const std::vector<std::string>& files);
 
 // --- What a plan is made of ------------------------------------------------------------------------------------------
 
-using Variables = std::map<std::string, std::string>;
-
 enum class Compare { good, failed, is, isNot, contains, startsWith, matches, within };
 
 // "expect checksum in 100..200 margin 5"
 struct Expectation {
     unsigned int line = 0;
+    std::string text;    // the line again
     std::string output;  // "status" or the name of an output
     Compare compare = Compare::is;
     std::string expected;  // may hold ${NAME}
@@ -48,6 +47,7 @@ struct Expectation {
 
 // "keep NAME OUTPUT"
 struct Keep {
+    unsigned int line = 0;
     std::string name;
     std::string output;
 };
@@ -60,7 +60,6 @@ struct PlanLine {
     std::vector<Expectation> expectations;
     std::vector<Keep> keeps;
 
-    bool isPowerCycle() const { return words.size() == 2 && words[0] == "set" && words[1] == "power-cycle"; }
     std::string text() const;
 };
 
@@ -87,16 +86,29 @@ struct Problem {
 
 // Reads a plan and checks everything that can be checked without calling anything. All problems, in the order of their
 // lines; the plan is to be used only when there are none.
-Plan parsePlan(const std::string& text, std::vector<Problem>& problems);
+Plan parsePlan(std::string_view text, std::vector<Problem>& problems);
 
-// The word with the values in place of its ${NAME}. False when a name has no value; `word` then holds that name.
-bool substitute(std::string& word, const Variables& variables);
+// The expectation that the words of its line make. Throws UsageError.
+Expectation parseExpectation(const Words& words);
+
+// --- Variables -------------------------------------------------------------------------------------------------------
+
+using Variables = std::map<std::string, Value>;
+
+// The names in the ${NAME} of a word. Throws UsageError when one is not closed.
+std::vector<std::string> variablesOf(std::string_view word);
+
+// The word with the values in place of its ${NAME}. Throws UsageError when a name has no value.
+std::string substitute(const std::string& word, const Variables& variables);
+
+// The command of a line that holds ${NAME}, as if each had a value that fits: the rest of the line is checked, and the
+// outputs are known. Throws UsageError.
+Command commandWithAnyValues(const Words& words);
 
 // --- What happened ---------------------------------------------------------------------------------------------------
 
 enum class Verdict { passed, marginal, failed, died, interrupted, notRun };
 const char* verdictName(Verdict verdict);
-Verdict verdictOf(const std::string& name);
 // Whether a step with this verdict makes its plan fail.
 bool isBad(Verdict verdict);
 
@@ -104,6 +116,7 @@ struct Judgement {
     Verdict verdict = Verdict::passed;
     std::string text;  // why, when it did not pass
 };
+// Throws UsageError when a value makes nonsense of what is expected.
 Judgement judge(const Expectation& expectation, const Command& command, const Outcome& outcome,
                 const Variables& variables);
 

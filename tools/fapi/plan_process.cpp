@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The process that holds library and set while a plan runs.
+#include <algorithm>
 #include <csignal>
 #include <thread>
 
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include "plan_record.h"
@@ -12,33 +14,36 @@ namespace tool {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 class PlanProcess {
 public:
-    PlanProcess(const Plan& plan, const Position& position, bool details, int descriptor)
-        : _plan(plan), _position(position), _details(details), _descriptor(descriptor) {}
+    PlanProcess(const Plan& plan, const Position& position, const Variables& variables, bool details, int descriptor)
+        : _plan(plan), _position(position), _variables(variables), _details(details), _descriptor(descriptor) {}
 
     void run() {
-        bool resumed = _position.line != 0;
         for (; _position.step < _plan.steps.size(); ++_position.step) {
             const Step& step = _plan.steps[_position.step];
             if (step.teardown || !_position.stopped) {
-                runStep(step, resumed);
+                runStep(step);
             }
-            resumed = false;
-            _position.line = 0;
-            _position.attempt = 1;
-            _position.judgement = {};
+            nextAttempt(1);
         }
-        send({RecordKind::done, _position, 0, "", nullptr});
+        send(RecordKind::done);
     }
 
-    void refuse(const std::string& text) { send({RecordKind::refused, _position, 0, text, nullptr}); }
+    void refuse(const std::string& text) {
+        Record record{RecordKind::refused, _position, 0, text, {}, nullptr};
+        send(record);
+    }
 
 private:
+    void send(RecordKind kind, double seconds = 0) { send(Record{kind, _position, seconds, "", {}, nullptr}); }
+
     // One write a record: nothing that has happened is lost when this process dies.
-    void send(const Record& record) {
+    void send(const Record& record) const {
         const std::string line = encode(record);
         for (std::size_t sent = 0; sent < line.size();) {
             const ssize_t length = write(_descriptor, line.data() + sent, line.size() - sent);
@@ -50,20 +55,25 @@ private:
         }
     }
 
-    void runStep(const Step& step, bool resumed) {
-        for (;; ++_position.attempt, _position.line = 0, _position.judgement = {}, resumed = false) {
-            const Clock::time_point start = Clock::now();
-            if (!resumed) {
-                send({RecordKind::start, _position, 0, "", nullptr});
+    void nextAttempt(unsigned int attempt) {
+        _position.attempt = attempt;
+        _position.line = 0;
+        _position.judgement = {};
+    }
+
+    void runStep(const Step& step) {
+        for (;; nextAttempt(_position.attempt + 1)) {
+            // Not at the beginning after a power cycle.
+            if (_position.line == 0) {
+                _position.start = Clock::now();
+                send(RecordKind::start);
             }
             runLines(step);
             const bool bad = isBad(_position.judgement.verdict);
             const bool last = !bad || _position.attempt > step.retry;
-            if (last && bad && step.stopOnFailure) {
-                _position.stopped = true;
-            }
-            send(
-                {RecordKind::end, _position, std::chrono::duration<double>(Clock::now() - start).count(), "", nullptr});
+            _position.stopped = _position.stopped || (last && bad && step.stopOnFailure);
+            _position.line = step.lines.size();
+            send(RecordKind::end, secondsSince(_position.start));
             if (last) {
                 return;
             }
@@ -73,11 +83,11 @@ private:
 
     // Stops at the first line that fails: what follows builds on it.
     void runLines(const Step& step) {
-        for (; _position.line < step.lines.size() && !isBad(_position.judgement.verdict); ++_position.line) {
-            const PlanLine& line = step.lines[_position.line];
-            if (line.isPowerCycle()) {
-                ++_position.line;
-                send({RecordKind::powerCycle, _position, 0, "", nullptr});
+        while (_position.line < step.lines.size() && !isBad(_position.judgement.verdict)) {
+            const PlanLine& line = step.lines[_position.line++];
+            if (line.command && line.command->isPowerCycle()) {
+                send(RecordKind::powerCycle);
+                std::fflush(nullptr);
                 raise(SIGKILL);
             }
             runLine(line);
@@ -85,70 +95,82 @@ private:
     }
 
     void runLine(const PlanLine& line) {
-        std::optional<Command> made;
+        Record record{RecordKind::command, {}, 0, "", {}, nullptr};
+        // The line that a wrong word would be in.
+        unsigned int number = line.line;
         try {
+            std::optional<Command> made;
             if (!line.command) {
                 made = commandOf(line);
             }
-        } catch (const UsageError& error) {
-            worsen({Verdict::failed, error.what()}, line.line);
-            return;
-        }
-        const Command& command = line.command ? *line.command : *made;
-        const Outcome outcome = command.run();
-        Json expectations = Json::array();
-        const bool judgesStatus = std::any_of(line.expectations.begin(), line.expectations.end(),
-                                              [](const Expectation& e) { return e.output == "status"; });
-        if (!judgesStatus && !outcome.good) {
-            const Value* error = outcome.find("error");
-            worsen(
-                {Verdict::failed, command.text() + " answered " + std::to_string(outcome.status) + " (" +
-                                      command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "")},
-                line.line);
-        }
-        for (const Expectation& expectation : line.expectations) {
-            const Judgement judgement = judge(expectation, command, outcome, _position.variables);
-            worsen(judgement, expectation.line);
+            const Command& command = line.command ? *line.command : *made;
+            const Clock::time_point start = Clock::now();
+            const Outcome outcome = command.run();
             if (_details) {
-                expectations.push_back({{"line", expectation.line},
-                                        {"output", expectation.output},
-                                        {"verdict", verdictName(judgement.verdict)},
-                                        {"text", judgement.text}});
+                record.command = toJson(command, outcome);
+                record.command["line"] = line.line;
+                record.command["seconds"] = secondsSince(start);
+                record.command["expectations"] = Json::array();
             }
+            judgeOutcome(line, command, outcome);
+            followUp(line, command, outcome, record, number);
+        } catch (const UsageError& error) {
+            worsen({Verdict::failed, error.what()}, number);
         }
-        keep(line, outcome);
-        if (_details) {
-            Json json = toJson(command, outcome);
-            json["line"] = line.line;
-            json["expectations"] = std::move(expectations);
-            send({RecordKind::command, _position, 0, "", std::move(json)});
-        }
+        record.position = _position;
+        send(record);
     }
 
     Command commandOf(const PlanLine& line) const {
         Words words = line.words;
         for (std::string& word : words) {
-            if (!substitute(word, _position.variables)) {
-                throw UsageError("${" + word + "} has no value");
-            }
+            word = substitute(word, _variables);
         }
         return Command::parse(words);
     }
 
-    void keep(const PlanLine& line, const Outcome& outcome) {
-        for (const Keep& kept : line.keeps) {
-            const Value status(outcome.status);
-            const Value* value = kept.output == "status" ? &status : outcome.find(kept.output);
-            if (value == nullptr) {
-                continue;
+    // Without an expectation of the status it must be a good one.
+    void judgeOutcome(const PlanLine& line, const Command& command, const Outcome& outcome) {
+        const bool judgesStatus = std::any_of(line.expectations.begin(), line.expectations.end(),
+                                              [](const Expectation& e) { return e.output == "status"; });
+        if (judgesStatus || outcome.good) {
+            return;
+        }
+        const Value* error = outcome.find("error");
+        worsen({Verdict::failed, command.text() + " answered " + std::to_string(outcome.status) + " (" +
+                                     command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "")},
+               line.line);
+    }
+
+    // Expectations and keeps, in the order in which they are written.
+    void followUp(const PlanLine& line, const Command& command, const Outcome& outcome, Record& record,
+                  unsigned int& number) {
+        auto keep = line.keeps.begin();
+        for (const Expectation& expectation : line.expectations) {
+            for (; keep != line.keeps.end() && keep->line < expectation.line; ++keep) {
+                keepOutput(*keep, outcome, record);
             }
-            if (const auto* text = std::get_if<std::string>(value)) {
-                _position.variables[kept.name] = *text;
-            } else if (const auto* bytes = std::get_if<Bytes>(value)) {
-                _position.variables[kept.name] = "hex:" + hexText(*bytes, "");
-            } else {
-                _position.variables[kept.name] = std::to_string(std::get<long long>(*value));
+            number = expectation.line;
+            const Judgement judgement = judge(expectation, command, outcome, _variables);
+            worsen(judgement, number);
+            if (_details) {
+                record.command["expectations"].push_back({{"line", number},
+                                                          {"text", expectation.text},
+                                                          {"verdict", verdictName(judgement.verdict)},
+                                                          {"why", judgement.text}});
             }
+        }
+        for (; keep != line.keeps.end(); ++keep) {
+            keepOutput(*keep, outcome, record);
+        }
+    }
+
+    void keepOutput(const Keep& keep, const Outcome& outcome, Record& record) {
+        const Value status(outcome.status);
+        const Value* value = keep.output == "status" ? &status : outcome.find(keep.output);
+        if (value != nullptr) {
+            _variables[keep.name] = *value;
+            record.kept[keep.name] = *value;
         }
     }
 
@@ -161,30 +183,40 @@ private:
 
     const Plan& _plan;
     Position _position;
+    Variables _variables;
     const bool _details;
     const int _descriptor;
 };
 
+bool attachSet(const SessionOptions& session, PlanProcess& process) {
+    try {
+        openSession(session);
+        return true;
+    } catch (const std::exception& error) {
+        process.refuse(error.what());
+        return false;
+    }
+}
+
 }  // namespace
 
-void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position, bool details,
-                    int descriptor) {
+// Without an exception's way out: behind it are the parent's callers.
+void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
+                    const Variables& variables, bool details, int descriptor) noexcept {
     // Ctrl-C goes to the whole terminal group; what becomes of this process the parent decides.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGPIPE, SIG_IGN);
-    PlanProcess process(plan, position, details, descriptor);
-    int code = kExitGood;
-    try {
-        openSession(session);
+    // The set is free again when the parent is killed, whatever this process does.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    PlanProcess process(plan, position, variables, details, descriptor);
+    const bool hasSet = attachSet(session, process);
+    if (hasSet) {
         process.run();
-    } catch (const std::exception& error) {
-        process.refuse(error.what());
-        code = kExitSet;
     }
     std::fflush(nullptr);
     // Not exit(): what the parent has registered and buffered is the parent's.
-    _exit(code);
+    _exit(hasSet ? kExitGood : kExitSet);
 }
 
 }  // namespace tool

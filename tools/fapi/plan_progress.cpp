@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // A run as a person watches it.
+#include <algorithm>
 #include <cstdio>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "plan_report.h"
@@ -12,6 +14,9 @@ namespace {
 
 // Of a longer plan the table shows only what did not pass.
 constexpr std::size_t kWholeTable = 200;
+constexpr std::size_t kWidestName = 60;
+// Of the rewritten line, beside the step's name.
+constexpr std::size_t kRest = 40;
 
 const char* colour(Verdict verdict) {
     return verdict == Verdict::passed                               ? "\033[32m"
@@ -24,77 +29,146 @@ std::string coloured(Verdict verdict, bool terminal) {
     return terminal ? colour(verdict) + name + "\033[0m" : name;
 }
 
-int dataDescriptor() {
-    return fileno(dataOutput());
+bool continuesCharacter(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// How many columns a text of UTF-8 takes, as far as one can tell without a table of all characters.
+std::size_t columnsOf(const std::string& text) {
+    return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continuesCharacter));
+}
+
+// Without the characters that would do something to the terminal.
+std::string printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return text;
+}
+
+std::string cut(std::string text, std::size_t columns) {
+    while (columnsOf(text) > columns) {
+        while (continuesCharacter(text.back())) {
+            text.pop_back();
+        }
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string padded(const std::string& text, std::size_t columns) {
+    return text + std::string(columns - std::min(columns, columnsOf(text)), ' ');
+}
+
+std::size_t terminalColumns() {
+    winsize size = {};
+    return ioctl(fileno(dataOutput()), TIOCGWINSZ, &size) == 0 && size.ws_col > kRest ? size.ws_col : 80;
+}
+
+void eraseLine() {
+    std::fputs("\r\033[K", dataOutput());
 }
 
 }  // namespace
 
 Progress::Progress(const Plan& plan, bool json)
-    : _plan(plan), _json(json), _terminal(!json && isatty(dataDescriptor()) != 0) {
+    : _plan(plan), _json(json), _terminal(!json && isatty(fileno(dataOutput())) != 0) {
     if (!_json) {
-        std::fprintf(dataOutput(), "%s\n", plan.name.c_str());
+        std::fprintf(dataOutput(), "%s\n", printable(plan.name).c_str());
     }
 }
 
-void Progress::eraseLine() const {
-    std::fputs("\r\033[K", dataOutput());
+void Progress::begin(std::size_t step, std::size_t attempt) {
+    _step = step;
+    _attempt = attempt;
+    _start = Clock::now();
+    if (_terminal) {
+        refresh();
+    }
 }
 
-void Progress::begin(std::size_t step, unsigned int attempt) {
-    if (!_terminal) {
+void Progress::refresh() const {
+    if (_attempt == 0) {
         return;
     }
     eraseLine();
-    std::fprintf(dataOutput(), "%3zu/%zu  %s", step + 1, _plan.steps.size(), _plan.steps[step].name.c_str());
-    if (attempt > 1) {
-        std::fprintf(dataOutput(), "  (attempt %u)", attempt);
+    std::fprintf(dataOutput(), "%3zu/%zu  %s", _step + 1, _plan.steps.size(),
+                 cut(printable(_plan.steps[_step].name), terminalColumns() - kRest).c_str());
+    if (_attempt > 1) {
+        std::fprintf(dataOutput(), "  (attempt %zu)", _attempt);
     }
-    std::fputs(" ...", dataOutput());
+    std::fprintf(dataOutput(), "  %.1f s", std::chrono::duration<double>(Clock::now() - _start).count());
     std::fflush(dataOutput());
 }
 
 void Progress::end(std::size_t step, const StepResult& result) {
+    _attempt = 0;
     if (_json) {
-        std::fprintf(dataOutput(), "%s\n",
-                     jsonLine({{"step", _plan.steps[step].name},
-                               {"verdict", verdictName(result.verdict)},
-                               {"text", result.text},
-                               {"attempts", result.attempts},
-                               {"seconds", result.seconds}})
-                         .c_str());
+        const Json json = {{"step", _plan.steps[step].name},
+                           {"verdict", verdictName(result.verdict())},
+                           {"text", result.text()},
+                           {"attempts", result.attempts.size()},
+                           {"seconds", result.seconds()}};
+        std::fprintf(dataOutput(), "%s\n", jsonLine(json).c_str());
         return;
     }
     if (_terminal) {
         eraseLine();
     }
-    std::fprintf(dataOutput(), "%3zu/%zu  %s: %s\n", step + 1, _plan.steps.size(), _plan.steps[step].name.c_str(),
-                 coloured(result.verdict, _terminal).c_str());
-    if (!result.text.empty()) {
-        std::fprintf(dataOutput(), "         %s\n", result.text.c_str());
+    std::fprintf(dataOutput(), "%3zu/%zu  %s: %s\n", step + 1, _plan.steps.size(),
+                 printable(_plan.steps[step].name).c_str(), coloured(result.verdict(), _terminal).c_str());
+    if (const std::string text = result.text(); !text.empty()) {
+        std::fprintf(dataOutput(), "         %s\n", printable(text).c_str());
     }
 }
 
-void Progress::finish(const PlanResult& result) {
+void Progress::finish(const PlanResult& result) const {
     if (_json) {
         return;
     }
     std::size_t width = 4;
     for (const Step& step : _plan.steps) {
-        width = std::max(width, step.name.size());
+        width = std::max(width, columnsOf(step.name));
     }
-    std::fprintf(dataOutput(), "\n  no  %-*s  verdict      attempts  seconds\n", static_cast<int>(width), "step");
+    width = std::min(width, kWidestName);
+    std::fprintf(dataOutput(), "\n  no  %s  verdict      attempts  seconds\n", padded("step", width).c_str());
     const bool whole = result.steps.size() <= kWholeTable;
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
-        if (!whole && step.verdict == Verdict::passed) {
+        if (!whole && step.verdict() == Verdict::passed) {
             continue;
         }
-        const std::string verdict = coloured(step.verdict, _terminal);
-        const int blanks = 11 - static_cast<int>(std::string(verdictName(step.verdict)).size());
-        std::fprintf(dataOutput(), "%4zu  %-*s  %s%*s  %8u  %7.3f\n", i + 1, static_cast<int>(width),
-                     _plan.steps[i].name.c_str(), verdict.c_str(), blanks, "", step.attempts, step.seconds);
+        const std::string name = cut(printable(_plan.steps[i].name), width);
+        const std::size_t blanks = 11 - std::string(verdictName(step.verdict())).size();
+        std::fprintf(dataOutput(), "%4zu  %s  %s%s  %8zu  %7.3f\n", i + 1, padded(name, width).c_str(),
+                     coloured(step.verdict(), _terminal).c_str(), std::string(blanks, ' ').c_str(),
+                     step.attempts.size(), step.seconds());
     }
+}
+
+void Progress::conclude(const PlanResult& result, const std::vector<std::string>& reports) const {
+    // Who died or was interrupted has failed.
+    const std::size_t passed = result.count(Verdict::passed), marginal = result.count(Verdict::marginal);
+    const std::size_t notRun = result.count(Verdict::notRun);
+    const std::size_t failed = result.steps.size() - passed - marginal - notRun;
+    if (_json) {
+        printLine(jsonLine({{"plan", _plan.name},
+                            {"good", result.isGood()},
+                            {"passed", passed},
+                            {"marginal", marginal},
+                            {"failed", failed},
+                            {"not_run", notRun},
+                            {"seconds", result.seconds},
+                            {"reports", reports}}));
+        return;
+    }
+    char counts[160];
+    std::snprintf(counts, sizeof(counts), "%zu passed, %zu marginal, %zu failed, %zu not run in %.1f s", passed,
+                  marginal, failed, notRun, result.seconds);
+    std::string line = "plan \"" + printable(_plan.name) + "\": " + counts;
+    for (const std::string& file : reports) {
+        line += (&file == &reports.front() ? "; report: " : ", ") + file;
+    }
+    printLine(line);
 }
 
 }  // namespace tool

@@ -4,15 +4,46 @@
 
 namespace tool {
 
+namespace {
+
+// A value must come back byte by byte, and a text of a set need not be UTF-8.
+Json valueJson(const Value& value) {
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        return "text " + hexText(Bytes(text->begin(), text->end()), "");
+    }
+    if (const auto* bytes = std::get_if<Bytes>(&value)) {
+        return "bytes " + hexText(*bytes, "");
+    }
+    return std::get<long long>(value);
+}
+
+Value valueOf(const Json& json) {
+    if (!json.is_string()) {
+        return json.get<long long>();
+    }
+    const auto& text = json.get_ref<const std::string&>();
+    const std::size_t blank = text.find(' ');
+    const Bytes bytes = parseBytes("hex:" + text.substr(blank + 1));
+    if (text[0] == 'b') {
+        return bytes;
+    }
+    return std::string(bytes.begin(), bytes.end());
+}
+
+}  // namespace
+
 std::string encode(const Record& record) {
     // An array is read and written faster than an object, and a plan may have many steps.
     const Position& position = record.position;
     Json json = Json::array({static_cast<int>(record.kind), position.step, position.line, position.attempt,
                              position.stopped, static_cast<int>(position.judgement.verdict), position.judgement.text,
-                             record.seconds, record.text});
-    if (record.kind == RecordKind::powerCycle) {
-        json.push_back(position.variables);
-    } else if (!record.command.is_null()) {
+                             position.start.time_since_epoch().count(), record.seconds, record.text});
+    if (record.kind == RecordKind::command) {
+        Json kept = Json::object();
+        for (const auto& [name, value] : record.kept) {
+            kept[name] = valueJson(value);
+        }
+        json.push_back(std::move(kept));
         json.push_back(record.command);
     }
     return jsonLine(json) + '\n';
@@ -28,14 +59,14 @@ Record decode(const std::string& line) {
     position.attempt = json.at(3).get<unsigned int>();
     position.stopped = json.at(4).get<bool>();
     position.judgement = {static_cast<Verdict>(json.at(5).get<int>()), json.at(6).get<std::string>()};
-    record.seconds = json.at(7).get<double>();
-    record.text = json.at(8).get<std::string>();
-    if (json.size() > 9) {
-        if (record.kind == RecordKind::powerCycle) {
-            position.variables = json.at(9).get<Variables>();
-        } else {
-            record.command = std::move(json.at(9));
+    position.start = Clock::time_point(Clock::duration(json.at(7).get<Clock::rep>()));
+    record.seconds = json.at(8).get<double>();
+    record.text = json.at(9).get<std::string>();
+    if (record.kind == RecordKind::command) {
+        for (const auto& [name, value] : json.at(10).items()) {
+            record.kept[name] = valueOf(value);
         }
+        record.command = std::move(json.at(11));
     }
     return record;
 }

@@ -8,14 +8,16 @@
 
 namespace tool {
 
+using Clock = std::chrono::steady_clock;
+
 // Where a run is, and what has to outlive a power cycle in the middle of a step.
 struct Position {
     std::size_t step = 0;
-    std::size_t line = 0;
+    std::size_t line = 0;  // the next one to run
     unsigned int attempt = 1;
-    bool stopped = false;  // only teardown steps run any more
-    Judgement judgement;   // of the attempt so far
-    Variables variables;
+    bool stopped = false;     // only teardown steps run any more
+    Judgement judgement;      // of the attempt so far
+    Clock::time_point start;  // of the attempt; the processes of a run share the clock
 };
 
 enum class RecordKind {
@@ -32,7 +34,8 @@ struct Record {
     Position position;
     double seconds = 0;  // of an attempt
     std::string text;    // why the set was refused
-    Json command;        // of a line: command, status, outputs, expectations
+    Variables kept;      // by a line
+    Json command;        // of a line: command, status, outputs, expectations; null without a report
 };
 
 std::string encode(const Record& record);
@@ -42,7 +45,7 @@ Record decode(const std::string& line);
 // Runs the plan from the position on, in a process of its own, and writes records to the descriptor. Does not return.
 // With `details` the commands' outcomes are recorded.
 [[noreturn]] void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
-                                 bool details, int descriptor);
+                                 const Variables& variables, bool details, int descriptor) noexcept;
 
 }  // namespace tool
 

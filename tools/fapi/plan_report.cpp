@@ -2,10 +2,15 @@
 // Reports as files.
 #include "plan_report.h"
 
+#include <algorithm>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
-#include <memory>
+#include <iomanip>
+#include <sstream>
 
+#include <unistd.h>
 #include <pugixml.hpp>
 
 #include "vset/vset.h"
@@ -14,14 +19,18 @@ namespace tool {
 
 namespace {
 
-std::string isoTime(std::chrono::system_clock::time_point time) {
+namespace fs = std::filesystem;
+
+std::string timeText(std::chrono::system_clock::time_point time, const char* format) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
     std::tm local = {};
     localtime_r(&seconds, &local);
-    char text[32];
-    std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%S", &local);
-    return text;
+    std::ostringstream text;
+    text << std::put_time(&local, format);
+    return text.str();
 }
+
+constexpr char kIsoTime[] = "%Y-%m-%dT%H:%M:%S";
 
 std::string secondsText(double seconds) {
     char text[32];
@@ -29,26 +38,31 @@ std::string secondsText(double seconds) {
     return text;
 }
 
-// XML 1.0 has no place for most control characters, not even escaped, and wants UTF-8.
+// XML 1.0 has no place for most control characters, not even escaped, nor for two more at the end of the first plane,
+// and wants UTF-8.
 std::string xmlText(const std::string& text) {
-    const std::string valid = Json::parse(jsonLine(Json(text))).get<std::string>();
-    std::string result;
-    for (const char c : valid) {
-        const auto byte = static_cast<unsigned char>(c);
-        result += byte >= 0x20 || c == '\n' || c == '\t' || c == '\r' ? c : '?';
+    std::string result = Json::parse(jsonLine(Json(text))).get<std::string>();
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(result[i]);
+        const bool isControl = byte < 0x20 && std::strchr("\n\t\r", result[i]) == nullptr;
+        if (isControl || result.compare(i, 3, "\xEF\xBF\xBE") == 0 || result.compare(i, 3, "\xEF\xBF\xBF") == 0) {
+            result.replace(i, byte < 0x20 ? 1 : 3, "?");
+        }
     }
     return result;
 }
 
 class JUnitReport : public Report {
 public:
-    std::string write(const PlanResult& result, const std::string& stem) const override {
+    const char* extension() const override { return ".xml"; }
+
+    void write(const PlanResult& result, const std::string& file) const override {
         pugi::xml_document document;
         document.append_child(pugi::node_declaration).append_attribute("version") = "1.0";
         pugi::xml_node suites = document.append_child("testsuites");
         pugi::xml_node suite = suites.append_child("testsuite");
         suite.append_attribute("name") = xmlText(result.plan->name).c_str();
-        suite.append_attribute("timestamp") = isoTime(result.start).c_str();
+        suite.append_attribute("timestamp") = timeText(result.start, kIsoTime).c_str();
         suite.append_attribute("tests") = result.steps.size();
         suite.append_attribute("failures") = result.count(Verdict::failed);
         suite.append_attribute("errors") = result.count(Verdict::died) + result.count(Verdict::interrupted);
@@ -57,12 +71,9 @@ public:
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             addStep(suite, *result.plan, result.plan->steps[i], result.steps[i]);
         }
-        const std::string file = stem + ".xml";
-        const vset::HostPaths hostPaths;
         if (!document.save_file(file.c_str(), "  ")) {
             throw std::runtime_error(file + ": cannot be written");
         }
-        return file;
     }
 
 private:
@@ -71,19 +82,22 @@ private:
         test.append_attribute("classname") = xmlText(plan.name).c_str();
         test.append_attribute("name") = xmlText(step.name).c_str();
         test.append_attribute("line") = step.line;
-        test.append_attribute("time") = secondsText(result.seconds).c_str();
-        if (result.verdict == Verdict::marginal) {
-            addProperty(test, "marginal", result.text);
+        test.append_attribute("time") = secondsText(result.seconds()).c_str();
+        if (result.verdict() == Verdict::marginal) {
+            addProperty(test, "marginal", result.text());
         }
-        if (result.attempts > 1) {
-            addProperty(test, "attempts", std::to_string(result.attempts));
+        if (result.attempts.size() > 1) {
+            addProperty(test, "attempts", std::to_string(result.attempts.size()));
         }
-        if (result.verdict == Verdict::notRun) {
+        if (result.verdict() == Verdict::notRun) {
             test.append_child("skipped");
-        } else if (isBad(result.verdict)) {
-            pugi::xml_node failure = test.append_child(result.verdict == Verdict::failed ? "failure" : "error");
-            failure.append_attribute("type") = verdictName(result.verdict);
-            failure.append_attribute("message") = xmlText(result.text).c_str();
+        } else if (isBad(result.verdict())) {
+            pugi::xml_node failure = test.append_child(result.verdict() == Verdict::failed ? "failure" : "error");
+            failure.append_attribute("type") = verdictName(result.verdict());
+            failure.append_attribute("message") = xmlText(result.text()).c_str();
+            for (const Attempt& attempt : result.attempts) {
+                failure.append_child(pugi::node_pcdata).set_value(xmlText(attempt.judgement.text + "\n").c_str());
+            }
         }
     }
 
@@ -97,41 +111,70 @@ private:
 
 class JsonReport : public Report {
 public:
-    std::string write(const PlanResult& result, const std::string& stem) const override {
-        Json json = {{"plan", result.plan->name}, {"file", result.plan->file}, {"start", isoTime(result.start)},
-                     {"seconds", result.seconds}, {"set", result.setFolder},   {"good", result.isGood()},
-                     {"steps", Json::array()}};
+    const char* extension() const override { return ".json"; }
+
+    void write(const PlanResult& result, const std::string& file) const override {
+        Json json = {
+            {"plan", result.plan->name}, {"file", result.plan->file}, {"start", timeText(result.start, kIsoTime)},
+            {"seconds", result.seconds}, {"set", result.setFolder},   {"good", result.isGood()},
+            {"steps", Json::array()}};
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
-            const Step& step = result.plan->steps[i];
-            const StepResult& stepResult = result.steps[i];
-            json["steps"].push_back({{"name", step.name},
-                                     {"line", step.line},
-                                     {"teardown", step.teardown},
-                                     {"verdict", verdictName(stepResult.verdict)},
-                                     {"text", stepResult.text},
-                                     {"attempts", stepResult.attempts},
-                                     {"seconds", stepResult.seconds},
-                                     {"commands", stepResult.commands}});
+            json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
         }
-        const std::string file = stem + ".json";
-        const vset::HostPaths hostPaths;
         std::ofstream stream(file);
         stream << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
         if (!stream.flush()) {
             throw std::runtime_error(file + ": cannot be written");
         }
-        return file;
+    }
+
+private:
+    static Json stepJson(const Step& step, const StepResult& result) {
+        Json json = {{"name", step.name},         {"line", step.line},
+                     {"teardown", step.teardown}, {"verdict", verdictName(result.verdict())},
+                     {"text", result.text()},     {"seconds", result.seconds()},
+                     {"attempts", Json::array()}};
+        for (const Attempt& attempt : result.attempts) {
+            json["attempts"].push_back({{"verdict", verdictName(attempt.judgement.verdict)},
+                                        {"text", attempt.judgement.text},
+                                        {"seconds", attempt.seconds},
+                                        {"commands", attempt.commands}});
+        }
+        return json;
     }
 };
 
+// "reports/factory-line-20260214-101530", or with "-2" behind it when that is taken.
+std::string freeStem(const PlanResult& result, const std::string& folder) {
+    const std::string stem =
+        (fs::path(folder) / fs::path(result.plan->file).stem()).string() + timeText(result.start, "-%Y%m%d-%H%M%S");
+    const std::vector<std::unique_ptr<Report>> kinds = reports();
+    std::string free = stem;
+    for (int number = 2;; ++number) {
+        std::error_code error;
+        const bool isTaken = std::any_of(kinds.begin(), kinds.end(), [&](const std::unique_ptr<Report>& report) {
+            return fs::exists(free + report->extension(), error);
+        });
+        if (!isTaken) {
+            return free;
+        }
+        free = stem + "-" + std::to_string(number);
+    }
+}
+
 }  // namespace
 
-std::size_t PlanResult::count(Verdict verdict) const {
-    std::size_t number = 0;
-    for (const StepResult& step : steps) {
-        number += step.verdict == verdict ? 1 : 0;
+double StepResult::seconds() const {
+    if (attempts.empty()) {
+        return 0;
     }
-    return number;
+    const Attempt& last = attempts.back();
+    return std::chrono::duration<double>(last.start - attempts.front().start).count() + last.seconds;
+}
+
+std::size_t PlanResult::count(Verdict verdict) const {
+    return static_cast<std::size_t>(
+        std::count_if(steps.begin(), steps.end(), [&](const StepResult& step) { return step.verdict() == verdict; }));
 }
 
 bool PlanResult::isGood() const {
@@ -143,6 +186,26 @@ std::vector<std::unique_ptr<Report>> reports() {
     all.push_back(std::make_unique<JUnitReport>());
     all.push_back(std::make_unique<JsonReport>());
     return all;
+}
+
+void prepareReportFolder(const std::string& folder) {
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error || !fs::is_directory(folder, error) || access(folder.c_str(), W_OK | X_OK) != 0) {
+        throw vset::SetError(folder + ": reports cannot be written there");
+    }
+}
+
+std::vector<std::string> writeReports(const PlanResult& result, const std::string& folder) {
+    const vset::HostPaths hostPaths;
+    const std::string stem = freeStem(result, folder);
+    std::vector<std::string> files;
+    for (const std::unique_ptr<Report>& report : reports()) {
+        files.push_back(stem + report->extension());
+        report->write(result, files.back());
+    }
+    return files;
 }
 
 }  // namespace tool

@@ -3,16 +3,27 @@
 #ifndef FAPI_TOOL_PLAN_REPORT_H
 #define FAPI_TOOL_PLAN_REPORT_H
 
+#include <memory>
+
 #include "plan_record.h"
 
 namespace tool {
 
-struct StepResult {
-    Verdict verdict = Verdict::notRun;
-    std::string text;
-    unsigned int attempts = 0;
+struct Attempt {
+    Judgement judgement;
+    Clock::time_point start;
     double seconds = 0;
-    Json commands = Json::array();  // of all attempts; empty without a report
+    Json commands = Json::array();  // empty without a report
+};
+
+struct StepResult {
+    std::vector<Attempt> attempts;
+
+    // The last attempt's.
+    Verdict verdict() const { return attempts.empty() ? Verdict::notRun : attempts.back().judgement.verdict; }
+    std::string text() const { return attempts.empty() ? "" : attempts.back().judgement.text; }
+    // With the waiting between attempts.
+    double seconds() const;
 };
 
 struct PlanResult {
@@ -30,29 +41,42 @@ struct PlanResult {
 class Progress {
 public:
     Progress(const Plan& plan, bool json);
-    void begin(std::size_t step, unsigned int attempt);
+    // How often refresh() wants to be called while nothing happens; negative: never.
+    int refreshMilliseconds() const { return _terminal ? 200 : -1; }
+    void begin(std::size_t step, std::size_t attempt);
+    void refresh() const;
     void end(std::size_t step, const StepResult& result);
-    // The table of steps and the counts.
-    void finish(const PlanResult& result);
+    // The table of steps.
+    void finish(const PlanResult& result) const;
+    // The last line: the counts, and where the reports are.
+    void conclude(const PlanResult& result, const std::vector<std::string>& reports) const;
 
 private:
-    void eraseLine() const;
-
     const Plan& _plan;
     const bool _json;
     const bool _terminal;
+    std::size_t _step = 0;
+    std::size_t _attempt = 0;  // 0: no step is running
+    Clock::time_point _start;
 };
 
 // A report of a finished run. There will be more kinds than these.
 class Report {
 public:
     virtual ~Report() = default;
-    // Throws std::runtime_error naming the file. Returns the file's path.
-    virtual std::string write(const PlanResult& result, const std::string& stem) const = 0;
+    virtual const char* extension() const = 0;
+    // Throws std::runtime_error naming the file.
+    virtual void write(const PlanResult& result, const std::string& file) const = 0;
 };
 
 // JUnit XML and JSON.
 std::vector<std::unique_ptr<Report>> reports();
+
+// Makes the folder when it is missing. Throws vset::SetError when reports cannot be written there.
+void prepareReportFolder(const std::string& folder);
+
+// Writes all kinds, and names the files: "reports/factory-line-20260214-101530.xml".
+std::vector<std::string> writeReports(const PlanResult& result, const std::string& folder);
 
 }  // namespace tool
 

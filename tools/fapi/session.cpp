@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <set>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "command.h"
@@ -24,7 +25,7 @@ FILE* dataOutput() {
 
 void separateOutputs() {
     std::fflush(stdout);
-    const int data = dup(STDOUT_FILENO);
+    const int data = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (data < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
         std::perror("fapi");
         std::exit(kExitSet);
@@ -33,6 +34,15 @@ void separateOutputs() {
     setvbuf(g_dataOutput, nullptr, isatty(data) != 0 ? _IOLBF : _IOFBF, BUFSIZ);
     // The library's log is to stand where it happens, between the lines of fapi.
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+}
+
+void joinOutputs() {
+    std::fflush(nullptr);
+    dup2(fileno(dataOutput()), STDOUT_FILENO);
+}
+
+bool isOutputWritten() {
+    return std::fflush(dataOutput()) == 0 && std::ferror(dataOutput()) == 0;
 }
 
 std::string setFolder(const SessionOptions& options) {
@@ -64,7 +74,7 @@ void bringUpFor(const Operation* operation) {
     static std::set<const Operation*> done;
     for (const std::string& module : {std::string("sys"), operation != nullptr ? operation->module() : "sys"}) {
         const Operation* init = findOperation("a_vextvfapi_" + module + "_init");
-        if (init == nullptr || init == operation || !done.insert(init).second) {
+        if (init == nullptr || !done.insert(init).second || init == operation) {
             continue;
         }
         const Outcome outcome = invoke(*init, {});

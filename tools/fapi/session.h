@@ -31,6 +31,10 @@ FILE* dataOutput();
 
 // Does that, once, before anything is printed.
 void separateOutputs();
+// Takes it back, for a program that is executed in this process's place.
+void joinOutputs();
+// False when something could not be written to dataOutput().
+bool isOutputWritten();
 
 // The folder that the options mean.
 std::string setFolder(const SessionOptions& options);
@@ -40,7 +44,7 @@ std::string setFolder(const SessionOptions& options);
 void openSession(const SessionOptions& options);
 
 // Calls a_vextvfapi_sys_init, and the init of the operation's module where there is one, unless this process has done
-// so already or the operation is one of them. Null: the system module alone.
+// so already or the operation, about to be called, is one of them. Null: the system module alone.
 void bringUpFor(const Operation* operation);
 
 }  // namespace tool

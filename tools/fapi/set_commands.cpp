@@ -34,6 +34,11 @@ bool confirm(const GlobalOptions& options, const std::string& what) {
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 
+bool confirm(const GlobalOptions& options, const Command& command) {
+    const Operation* operation = command.operation();
+    return operation == nullptr || operation->destroys == nullptr || confirm(options, operation->destroys);
+}
+
 int createSet(const GlobalOptions& options) {
     const std::string folder = setFolder(options.session);
     vset::create(folder);
@@ -76,9 +81,8 @@ int powerCycleSet(const GlobalOptions& options) {
 int showSet(const GlobalOptions& options) {
     const std::string folder = setFolder(options.session);
     const std::vector<std::string> damage = vset::check(folder);
-    SessionOptions session = options.session;
-    session.damaged = true;
-    openSession(session);
+    // Not openSession(): damage is what is to be shown.
+    vset::attach(folder);
     Json json = {{"folder", vset::folder()}, {"boots", vset::bootCount()}, {"damage", damage}};
     std::string text = vset::folder() + "\n  boots: " + std::to_string(vset::bootCount());
     for (const std::string& line : damage) {

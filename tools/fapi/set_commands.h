@@ -3,8 +3,8 @@
 #ifndef FAPI_TOOL_SET_COMMANDS_H
 #define FAPI_TOOL_SET_COMMANDS_H
 
+#include "command.h"
 #include "session.h"
-#include "words.h"
 
 namespace tool {
 
@@ -16,6 +16,8 @@ struct GlobalOptions {
 
 // True unless standard input is a terminal and the user does not say yes. `what` ends the sentence "this ...".
 bool confirm(const GlobalOptions& options, const std::string& what);
+// The same for a command, when it destroys anything.
+bool confirm(const GlobalOptions& options, const Command& command);
 
 int createSet(const GlobalOptions& options);
 int resetSet(const GlobalOptions& options);

@@ -23,38 +23,25 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// In the environment of the shell that goes on after a power cycle: an operation had failed before.
+constexpr char kFailedBefore[] = "FAPI_SHELL_FAILED";
+
 char* prompt(EditLine*) {
     static char text[] = "fapi> ";
     return text;
-}
-
-// The longest text that all completions begin with.
-std::string commonStart(const std::vector<std::string>& found) {
-    std::string start = found.front();
-    for (const std::string& text : found) {
-        while (text.compare(0, start.size(), start) != 0) {
-            start.pop_back();
-        }
-    }
-    return start;
 }
 
 // TAB: goes on as far as there is only one way, else shows the ways.
 unsigned char complete(EditLine* editLine, int) {
     const LineInfo* info = el_line(editLine);
     const std::string line(info->buffer, static_cast<std::size_t>(info->cursor - info->buffer));
+    const std::string rest = completion(line);
+    if (!rest.empty()) {
+        return el_insertstr(editLine, rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+    }
     const std::vector<std::string> found = completions(line);
     if (found.empty()) {
         return CC_ERROR;
-    }
-    const std::size_t typed =
-        line.size() - (line.find_last_of(" \t") == std::string::npos ? 0 : line.find_last_of(" \t") + 1);
-    std::string rest = commonStart(found).substr(std::min(typed, commonStart(found).size()));
-    if (found.size() == 1 && found.front().back() != '/') {
-        rest += ' ';
-    }
-    if (!rest.empty()) {
-        return el_insertstr(editLine, rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
     }
     std::string shown = "\n";
     for (const std::string& text : found) {
@@ -68,7 +55,7 @@ std::string historyFile() {
     const char* state = std::getenv("XDG_STATE_HOME");
     const char* home = std::getenv("HOME");
     const fs::path folder =
-        state != nullptr && *state != '\0' ? fs::path(state) : fs::path(home != nullptr ? home : "") / ".local/state";
+        state != nullptr && *state != '\0' ? fs::path(state) : fs::path(home != nullptr ? home : "/") / ".local/state";
     std::error_code error;
     const vset::HostPaths hostPaths;
     fs::create_directories(folder / "fapi", error);
@@ -81,13 +68,22 @@ public:
     virtual ~LineSource() = default;
     virtual bool read(std::string& line) = 0;
     virtual bool isInteractive() const = 0;
-    // Writes down what has to survive the process.
-    virtual void save() {}
 };
 
+// Takes no byte more than its line: what comes behind a power cycle belongs to the program that goes on.
 class PipedLines : public LineSource {
 public:
-    bool read(std::string& line) override { return static_cast<bool>(std::getline(std::cin, line)); }
+    bool read(std::string& line) override {
+        line.clear();
+        char c = '\0';
+        while (::read(STDIN_FILENO, &c, 1) == 1) {
+            if (c == '\n') {
+                return true;
+            }
+            line += c;
+        }
+        return !line.empty();
+    }
     bool isInteractive() const override { return false; }
 };
 
@@ -101,13 +97,17 @@ public:
         el_set(_editLine, EL_PROMPT, prompt);
         el_set(_editLine, EL_EDITOR, "emacs");
         el_set(_editLine, EL_HIST, history, _history);
-        el_set(_editLine, EL_ADDFN, "fapi-complete", "Complete the word", complete);
+        // Wide, because the narrow one never frees its copies.
+        el_wset(_editLine, EL_ADDFN, L"fapi-complete", L"Complete the word", complete);
         el_set(_editLine, EL_BIND, "^I", "fapi-complete", nullptr);
         el_set(_editLine, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+        // Ctrl-C ends what runs; while a line is typed it only throws the line away.
+        el_set(_editLine, EL_SETTY, "-d", "-isig", nullptr);
+        el_set(_editLine, EL_BIND, "^C", "em-kill-line", nullptr);
+        el_set(_editLine, EL_SIGNAL, 1);
         el_source(_editLine, nullptr);
     }
     ~EditedLines() override {
-        save();
         history_end(_history);
         el_end(_editLine);
     }
@@ -118,20 +118,20 @@ public:
         int length = 0;
         const char* text = el_gets(_editLine, &length);
         if (text == nullptr || length <= 0) {
+            std::fputc('\n', stderr);
             return false;
         }
         line.assign(text, static_cast<std::size_t>(length));
         line.erase(line.find_last_not_of("\r\n") + 1);
         if (line.find_first_not_of(" \t") != std::string::npos) {
             history(_history, &_event, H_ENTER, line.c_str());
+            // At once: the line may end the process.
+            const vset::HostPaths hostPaths;
+            history(_history, &_event, H_SAVE, _file.c_str());
         }
         return true;
     }
     bool isInteractive() const override { return true; }
-    void save() override {
-        const vset::HostPaths hostPaths;
-        history(_history, &_event, H_SAVE, _file.c_str());
-    }
 
 private:
     EditLine* _editLine;
@@ -143,13 +143,24 @@ private:
 class Shell {
 public:
     Shell(const GlobalOptions& options, bool noInit, char** arguments)
-        : _options(options), _noInit(noInit), _arguments(arguments) {
+        : _options(options), _noInit(noInit), _arguments(arguments), _failed(std::getenv(kFailedBefore) != nullptr) {
         if (isatty(STDIN_FILENO) != 0) {
             _lines = std::make_unique<EditedLines>();
         } else {
             _lines = std::make_unique<PipedLines>();
         }
     }
+
+    ~Shell() {
+        if (_printer.joinable()) {
+            // What has come by now is still printed.
+            listenToAllModules(false);
+            eventLog().interrupt();
+            _printer.join();
+        }
+    }
+    Shell(const Shell&) = delete;
+    Shell& operator=(const Shell&) = delete;
 
     int run() {
         std::string line;
@@ -176,9 +187,7 @@ private:
         } else if (words[0] == "help") {
             help(words);
         } else if (words[0] == "list") {
-            for (const Operation& operation : operations()) {
-                printLine(operation.shortName() + ": " + operation.help);
-            }
+            printOperations(words.size() > 1 ? words[1] : "", _options.json);
         } else if (words[0] == "watch") {
             watchEvents(words);
         } else {
@@ -188,15 +197,11 @@ private:
 
     void help(const Words& words) {
         if (words.size() > 1) {
-            const Operation* operation = findOperation(words[1]);
-            if (operation == nullptr) {
-                throw UsageError(unknownOperation(words[1]));
-            }
-            printLine(describe(*operation));
+            printDescription(words[1], _options.json);
             return;
         }
         printLine("OPERATION ARGUMENT...  call an operation (help OPERATION tells its arguments; TAB completes)");
-        printLine("list                   all operations");
+        printLine("list [PATTERN]         the operations");
         printLine("watch on|off           show events as they come");
         printLine("set power-cycle        off and on again; everything in memory is lost");
         for (const Hand& hand : hands()) {
@@ -210,15 +215,14 @@ private:
             throw UsageError("usage: watch on|off");
         }
         listenToAllModules(words[1] == "on");
-        if (words[1] == "on" && !_printing) {
-            _printing = true;
-            // Prints for as long as the process lives.
-            std::thread([json = _options.json] {
+        if (words[1] == "on" && !_printer.joinable()) {
+            _printer = std::thread([json = _options.json] {
                 Event event;
-                while (eventLog().take(event, std::chrono::steady_clock::now() + std::chrono::hours(24))) {
+                const auto forEver = std::chrono::steady_clock::now() + std::chrono::hours(24 * 365);
+                while (eventLog().take(event, forEver)) {
                     printEvent(event, json);
                 }
-            }).detach();
+            });
         }
     }
 
@@ -227,7 +231,7 @@ private:
             powerCycle();
         }
         const Operation* operation = command.operation();
-        if (operation != nullptr && operation->destroys != nullptr && !confirm(_options, operation->destroys)) {
+        if (!confirm(_options, command)) {
             return;
         }
         if (operation != nullptr && !_noInit) {
@@ -239,12 +243,11 @@ private:
     }
 
     void powerCycle() {
-        if (!_lines->isInteractive()) {
-            throw UsageError("set power-cycle: the rest of the piped lines would be lost; use a plan");
-        }
-        _lines->save();
         std::fprintf(stderr, "power cycle\n");
-        std::fflush(nullptr);
+        if (_failed) {
+            setenv(kFailedBefore, "1", 1);
+        }
+        joinOutputs();
         execv("/proc/self/exe", _arguments);
         throw UsageError(std::string("set power-cycle: ") + std::strerror(errno));
     }
@@ -254,8 +257,8 @@ private:
     char** const _arguments;
     std::unique_ptr<LineSource> _lines;
     bool _quit = false;
-    bool _failed = false;
-    bool _printing = false;
+    bool _failed;
+    std::thread _printer;
 };
 
 }  // namespace

@@ -11,8 +11,10 @@ namespace tool {
 // in the memory of a set's process survives one.
 int runShell(const GlobalOptions& options, bool noInit, char** arguments);
 
-// The completions of the last word of `line`, which may be empty. For tests, too.
+// What the last word of `line`, which may be empty, can become.
 std::vector<std::string> completions(const std::string& line);
+// What to add to `line`: as far as there is only one way, with quotes where needed.
+std::string completion(const std::string& line);
 
 }  // namespace tool
 

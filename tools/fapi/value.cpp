@@ -17,8 +17,9 @@ namespace {
 constexpr char kDigits[] = "0123456789abcdef";
 
 int hexDigit(char digit) {
-    const auto* const found = std::char_traits<char>::find(kDigits, 16, static_cast<char>(digit | 0x20));
-    return found != nullptr && digit != '\0' ? static_cast<int>(found - kDigits) : -1;
+    const char lower = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit | 0x20) : digit;
+    const auto* const found = std::char_traits<char>::find(kDigits, 16, lower);
+    return found != nullptr ? static_cast<int>(found - kDigits) : -1;
 }
 
 Bytes parseHex(const std::string& word, std::size_t start) {
@@ -66,10 +67,13 @@ Bytes repeatText(const std::string& word, std::size_t start) {
         throw UsageError("\"" + word + "\": expected repeat:COUNT:TEXT");
     }
     const std::string_view text = std::string_view(word).substr(colon + 1);
-    if (!text.empty() && count > kLimit / static_cast<long long>(text.size())) {
+    Bytes bytes;
+    if (text.empty()) {
+        return bytes;
+    }
+    if (count > kLimit / static_cast<long long>(text.size())) {
         throw UsageError("\"" + word + "\": more than 16 MiB");
     }
-    Bytes bytes;
     for (long long i = 0; i < count; ++i) {
         bytes.insert(bytes.end(), text.begin(), text.end());
     }

@@ -40,7 +40,8 @@ bool isWanted(const std::vector<Item>& wanted, const Item& item) {
 
 std::chrono::steady_clock::time_point deadlineAfter(double seconds) {
     // A wait for ever is a long one: the clock's last moment overflows in the library's arithmetic.
-    const double wait = seconds > 0 ? seconds : 365.0 * 24 * 3600;
+    constexpr double kForEver = 365.0 * 24 * 3600;
+    const double wait = seconds > 0 ? std::min(seconds, kForEver) : kForEver;
     return std::chrono::steady_clock::now() +
            std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(wait));
 }
@@ -66,6 +67,9 @@ int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
     bringUpFor(nullptr);
     listenToAllModules(true);
     for (const Command& command : commands) {
+        if (!confirm(options, command)) {
+            return kExitInterrupted;
+        }
         if (command.operation() != nullptr) {
             bringUpFor(command.operation());
         }

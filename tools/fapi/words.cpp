@@ -3,11 +3,13 @@
 #include "words.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace tool {
 
 namespace {
+
+// From how many letters on a part of a name is more than chance.
+constexpr std::size_t kPartLength = 5;
 
 bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r';
@@ -54,6 +56,26 @@ std::size_t readQuoted(std::string_view line, std::size_t i, std::string& word) 
         throw UsageError(std::string("the quote ") + quote + " is not closed");
     }
     return i + 1;
+}
+
+// How many letters are wrong, missing, too many or swapped with their neighbour.
+std::size_t typingErrors(std::string_view typed, std::string_view meant) {
+    // errors[i][j]: between the first i letters and the first j.
+    std::vector<std::vector<std::size_t>> errors(typed.size() + 1, std::vector<std::size_t>(meant.size() + 1));
+    for (std::size_t i = 0; i <= typed.size(); ++i) {
+        for (std::size_t j = 0; j <= meant.size(); ++j) {
+            if (i == 0 || j == 0) {
+                errors[i][j] = i + j;
+                continue;
+            }
+            const std::size_t replaced = errors[i - 1][j - 1] + (typed[i - 1] == meant[j - 1] ? 0 : 1);
+            errors[i][j] = std::min({replaced, errors[i - 1][j] + 1, errors[i][j - 1] + 1});
+            if (i > 1 && j > 1 && typed[i - 1] == meant[j - 2] && typed[i - 2] == meant[j - 1]) {
+                errors[i][j] = std::min(errors[i][j], errors[i - 2][j - 2] + 1);
+            }
+        }
+    }
+    return errors.back().back();
 }
 
 }  // namespace
@@ -109,21 +131,12 @@ std::string nearest(std::string_view word, const std::vector<std::string>& candi
     std::string best;
     // More than a third of the letters wrong is another word.
     std::size_t bestDistance = word.size() / 3 + 1;
-    std::vector<std::size_t> row;
     for (const std::string& candidate : candidates) {
-        row.resize(candidate.size() + 1);
-        std::iota(row.begin(), row.end(), std::size_t{0});
-        for (std::size_t i = 0; i < word.size(); ++i) {
-            std::size_t diagonal = row[0];
-            row[0] = i + 1;
-            for (std::size_t j = 0; j < candidate.size(); ++j) {
-                const std::size_t replaced = diagonal + (word[i] == candidate[j] ? 0 : 1);
-                diagonal = row[j + 1];
-                row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-            }
-        }
-        if (row.back() < bestDistance) {
-            bestDistance = row.back();
+        // "check_file" for "sys_check_file" is no typing error, but near all the same.
+        const bool isPart = word.size() >= kPartLength && candidate.find(word) != std::string::npos;
+        const std::size_t distance = isPart ? 1 : typingErrors(word, candidate);
+        if (distance < bestDistance) {
+            bestDistance = distance;
             best = candidate;
         }
     }

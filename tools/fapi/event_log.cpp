@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+// Events on their way from the callbacks to whoever prints them.
+#include "event_log.h"
+
+#include <cstdio>
+#include <ctime>
+
+#include "value.h"
+
+namespace tool {
+
+namespace {
+
+using Object = fapi_core::VexTvFApiEventCommonObject;
+
+// Nobody may be reading; the oldest events then go.
+constexpr std::size_t kKept = 65536;
+
+std::string displayObject(const Object& object) {
+    std::string text;
+    if (object.value != 0 || (object.text.empty() && object.data.empty())) {
+        text += " value " + std::to_string(object.value);
+    }
+    if (!object.text.empty()) {
+        text += " text " + display(object.text);
+    }
+    if (!object.data.empty()) {
+        text += " bytes " + hexText(object.data, " ");
+    }
+    return text;
+}
+
+bool isEmpty(const Object& object) {
+    return object.value == 0 && object.text.empty() && object.data.empty();
+}
+
+}  // namespace
+
+EventLog& eventLog() {
+    static EventLog& log = *new EventLog;
+    return log;
+}
+
+void EventLog::add(Event event) {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    if (_events.size() == kKept) {
+        _events.pop_front();
+    }
+    _events.push_back(std::move(event));
+    _changed.notify_one();
+}
+
+bool EventLog::take(Event& event, std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock<std::mutex> lock(_mutex);
+    _changed.wait_until(lock, deadline, [this] { return _interrupted || !_events.empty(); });
+    if (_events.empty()) {
+        return false;
+    }
+    event = std::move(_events.front());
+    _events.pop_front();
+    return true;
+}
+
+void EventLog::interrupt() {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _interrupted = true;
+    _changed.notify_all();
+}
+
+std::string displayEvent(const Event& event) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(event.time);
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(event.time.time_since_epoch()).count() % 1000;
+    std::tm local = {};
+    localtime_r(&seconds, &local);
+    char text[64];
+    const std::size_t length = std::strftime(text, sizeof(text), "%H:%M:%S", &local);
+    std::snprintf(text + length, sizeof(text) - length, ".%03d %s 0x%x", static_cast<int>(milliseconds), event.module,
+                  event.number);
+    std::string line = text + displayObject(event.objects[0]);
+    for (std::size_t i = 1; i < 4; ++i) {
+        if (!isEmpty(event.objects[i])) {
+            line += " |" + displayObject(event.objects[i]);
+        }
+    }
+    return line;
+}
+
+}  // namespace tool

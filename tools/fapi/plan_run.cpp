@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: Apache-2.0
+// Watches the processes that run a plan, and brings it to its end whatever becomes of them.
+#include "plan_run.h"
+
+#include <csignal>
+#include <cstring>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+[[noreturn]] void failWith(const char* call) {
+    throw std::runtime_error(std::string(call) + ": " + std::strerror(errno));
+}
+
+// "SIGSEGV (Segmentation fault)"
+std::string signalName(int number) {
+    const char* abbreviation = sigabbrev_np(number);
+    const std::string name = abbreviation != nullptr ? abbreviation : std::to_string(number);
+    return "SIG" + name + " (" + strsignal(number) + ")";
+}
+
+}  // namespace
+
+Interrupts::Interrupts() {
+    sigset_t wanted;
+    sigemptyset(&wanted);
+    sigaddset(&wanted, SIGINT);
+    sigaddset(&wanted, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &wanted, &_before);
+    _descriptor = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (_descriptor < 0) {
+        failWith("signalfd");
+    }
+}
+
+Interrupts::~Interrupts() {
+    close(_descriptor);
+    giveBack();
+}
+
+bool Interrupts::take() {
+    const unsigned int before = _count;
+    signalfd_siginfo info;
+    while (read(_descriptor, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
+        ++_count;
+    }
+    return _count != before;
+}
+
+void Interrupts::giveBack() const {
+    pthread_sigmask(SIG_SETMASK, &_before, nullptr);
+}
+
+PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, bool details, Progress& progress,
+                 Interrupts& interrupts)
+    : _plan(plan), _session(session), _details(details), _progress(progress), _interrupts(interrupts) {
+    _result.plan = &plan;
+    _result.start = std::chrono::system_clock::now();
+    _result.setFolder = setFolder(session);
+    _result.steps.resize(plan.steps.size());
+}
+
+void PlanRun::run() {
+    const Clock::time_point start = Clock::now();
+    while (!_over) {
+        runProcess();
+    }
+    if (!_refusal.empty()) {
+        throw vset::SetError(_refusal);
+    }
+    _result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void PlanRun::runProcess() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        failWith("pipe");
+    }
+    // What this process has buffered is not to be printed by the other one, too.
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child < 0) {
+        failWith("fork");
+    }
+    if (child == 0) {
+        close(ends[0]);
+        _interrupts.giveBack();
+        runPlanProcess(_plan, _session, _position, _variables, _details, ends[1]);
+    }
+    close(ends[1]);
+    _unread.clear();
+    _heard = _powerCycle = _stepInterrupted = false;
+    watch(ends[0], child);
+    close(ends[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    // A power cycle that was announced is what was to happen, and the next process goes on.
+    if (!_over && (!_powerCycle || _stepInterrupted)) {
+        afterDeath(status);
+    }
+}
+
+// Until the process is gone.
+void PlanRun::watch(int descriptor, pid_t child) {
+    pollfd waited[2] = {{descriptor, POLLIN, 0}, {_interrupts.descriptor(), POLLIN, 0}};
+    for (;;) {
+        const int ready = poll(waited, 2, _progress.refreshMilliseconds());
+        if (ready < 0 && errno != EINTR) {
+            failWith("poll");
+        }
+        if (ready == 0) {
+            _progress.refresh();
+        }
+        if (ready > 0 && waited[1].revents != 0) {
+            interrupt(child);
+        }
+        if (ready > 0 && waited[0].revents != 0 && !readRecords(descriptor)) {
+            return;
+        }
+    }
+}
+
+// False at the end.
+bool PlanRun::readRecords(int descriptor) {
+    char chunk[65536];
+    const ssize_t length = read(descriptor, chunk, sizeof(chunk));
+    if (length < 0 && errno == EINTR) {
+        return true;
+    }
+    if (length <= 0) {
+        return false;
+    }
+    _unread.append(chunk, static_cast<std::size_t>(length));
+    std::size_t start = 0;
+    for (std::size_t end; (end = _unread.find('\n', start)) != std::string::npos; start = end + 1) {
+        take(decode(_unread.substr(start, end - start)));
+    }
+    _unread.erase(0, start);
+    return true;
+}
+
+// The first Ctrl-C ends the step, and the teardown follows; the second ends everything.
+void PlanRun::interrupt(pid_t child) {
+    if (!_interrupts.take()) {
+        return;
+    }
+    const bool last = _interrupts.count() > 1;
+    if (!last && isInTeardown()) {
+        return;
+    }
+    _stepInterrupted = true;
+    kill(child, SIGKILL);
+    if (last) {
+        endStep({Verdict::interrupted, ""});
+        _over = true;
+    }
+}
+
+bool PlanRun::isInTeardown() const {
+    const std::size_t step = _inStep ? _position.step : _next;
+    return step < _plan.steps.size() && _plan.steps[step].teardown;
+}
+
+void PlanRun::take(Record record) {
+    // Of a process that was killed for good nothing counts any more.
+    if (_over) {
+        return;
+    }
+    _heard = true;
+    _position = record.position;
+    switch (record.kind) {
+        case RecordKind::start:
+            _inStep = _inAttempt = true;
+            _next = _position.step + 1;
+            _result.steps.at(_position.step).attempts.emplace_back().start = _position.start;
+            _progress.begin(_position.step, _position.attempt);
+            break;
+        case RecordKind::command:
+            for (auto& [name, value] : record.kept) {
+                _variables[name] = std::move(value);
+            }
+            if (!record.command.is_null()) {
+                attempt().commands.push_back(std::move(record.command));
+            }
+            break;
+        case RecordKind::end:
+            takeEnd(record);
+            break;
+        case RecordKind::powerCycle:
+            _powerCycle = true;
+            break;
+        case RecordKind::done:
+            _over = true;
+            break;
+        case RecordKind::refused:
+            takeRefusal(record.text);
+            break;
+    }
+}
+
+void PlanRun::takeEnd(const Record& record) {
+    attempt().judgement = _position.judgement;
+    attempt().seconds = record.seconds;
+    _inAttempt = false;
+    if (!isBad(_position.judgement.verdict) || _position.attempt > _plan.steps[_position.step].retry) {
+        _inStep = false;
+        _progress.end(_position.step, _result.steps[_position.step]);
+    }
+}
+
+// Without a set there is no teardown either.
+void PlanRun::takeRefusal(const std::string& text) {
+    _over = true;
+    if (_next == 0) {
+        _refusal = text;
+        return;
+    }
+    endStep({Verdict::failed, text});
+}
+
+// The process is gone without having said so: goes on with the teardown.
+void PlanRun::afterDeath(int status) {
+    const std::string text = deathText(status);
+    if (!_heard && !_stepInterrupted && !_inStep) {
+        // It would die in the same way again.
+        takeRefusal(text);
+        return;
+    }
+    if (!_stepInterrupted) {
+        endStep({Verdict::died, text});
+    } else if (_inStep) {
+        endStep({Verdict::interrupted, ""});
+    }
+    _position = {};
+    _position.step = _next;
+    _position.stopped = true;
+    _over = _next >= _plan.steps.size();
+}
+
+std::string PlanRun::deathText(int status) const {
+    std::string text = WIFSIGNALED(status) ? "the process died of " + signalName(WTERMSIG(status))
+                                           : "the process ended with exit code " + std::to_string(WEXITSTATUS(status));
+    const std::vector<PlanLine>& lines = _plan.steps[_inAttempt ? _position.step : 0].lines;
+    if (_inAttempt && _position.line < lines.size()) {
+        text = "line " + std::to_string(lines[_position.line].line) + ": " + lines[_position.line].text() + ": " + text;
+    }
+    return text;
+}
+
+Attempt& PlanRun::attempt() {
+    return _result.steps.at(_position.step).attempts.back();
+}
+
+// Ends the step for what did not come from its lines. What comes between two steps is the next one's, or the last's.
+void PlanRun::endStep(const Judgement& judgement) {
+    const std::size_t index = _inStep ? _position.step : std::min(_next, _plan.steps.size() - 1);
+    StepResult& step = _result.steps[index];
+    if (_inAttempt) {
+        attempt().seconds = std::chrono::duration<double>(Clock::now() - _position.start).count();
+    } else {
+        step.attempts.emplace_back().start = Clock::now();
+    }
+    step.attempts.back().judgement = judgement;
+    _progress.end(index, step);
+    _inStep = _inAttempt = false;
+    _next = std::max(_next, index + 1);
+}
+
+}  // namespace tool

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+// One run of one plan, seen from the process that must not die.
+#ifndef FAPI_TOOL_PLAN_RUN_H
+#define FAPI_TOOL_PLAN_RUN_H
+
+#include <csignal>
+
+#include <sys/types.h>
+
+#include "plan_report.h"
+
+namespace tool {
+
+// Ctrl-C and SIGTERM, from the making of this on: kept from ending the process, and counted.
+class Interrupts {
+public:
+    Interrupts();
+    ~Interrupts();
+    Interrupts(const Interrupts&) = delete;
+    Interrupts& operator=(const Interrupts&) = delete;
+
+    // Readable when there are new ones.
+    int descriptor() const { return _descriptor; }
+    // Counts the new ones; true when there were any.
+    bool take();
+    unsigned int count() const { return _count; }
+    // In a process of its own: signals act as before.
+    void giveBack() const;
+
+private:
+    sigset_t _before;
+    int _descriptor = -1;
+    unsigned int _count = 0;
+};
+
+// Runs the plan in a process after the other until the last step is done, whatever becomes of them.
+class PlanRun {
+public:
+    PlanRun(const Plan& plan, const SessionOptions& session, bool details, Progress& progress, Interrupts& interrupts);
+
+    // Throws vset::SetError when the set cannot be had and nothing was called.
+    void run();
+
+    const PlanResult& result() const { return _result; }
+
+private:
+    void runProcess();
+    void watch(int descriptor, pid_t child);
+    bool readRecords(int descriptor);
+    void interrupt(pid_t child);
+    void take(Record record);
+    void takeEnd(const Record& record);
+    void takeRefusal(const std::string& text);
+    void afterDeath(int status);
+    std::string deathText(int status) const;
+    Attempt& attempt();
+    bool isInTeardown() const;
+    void endStep(const Judgement& judgement);
+
+    const Plan& _plan;
+    const SessionOptions& _session;
+    const bool _details;
+    Progress& _progress;
+    Interrupts& _interrupts;
+    PlanResult _result;
+
+    Position _position;  // where the next process begins
+    Variables _variables;
+    std::string _unread;            // the beginning of a record
+    std::size_t _next = 0;          // the first step that has not begun
+    bool _inStep = false;           // a step has begun and not ended ...
+    bool _inAttempt = false;        // ... and is not waiting for its next attempt
+    bool _heard = false;            // from the present process
+    bool _powerCycle = false;       // the present process has announced it
+    bool _stepInterrupted = false;  // the present process was killed for Ctrl-C
+    bool _over = false;
+    std::string _refusal;  // why nothing was called
+};
+
+}  // namespace tool
+
+#endif
