@@ -14,6 +14,7 @@
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
+#include "support/emulation.h"
 
 namespace {
 
@@ -104,6 +105,7 @@ int waitInside(unsigned int, const VexTvFApiEventCommonObject&, const VexTvFApiE
 }
 
 TEST(Events, UnregisteringWaitsForARunningCallback) {
+    SKIP_UNDER_EMULATION();
     const VexTvFApiEventCommonObject a, b, c, d;
     ASSERT_EQ(a_vextvfapi_prphrl_reg_callback(waitInside), 0);
     std::thread notifier([&] { a_vextvfapi_prphrl_nty_event(1, a, b, c, d); });
@@ -125,6 +127,7 @@ TEST(Events, UnregisteringWaitsForARunningCallback) {
 }
 
 TEST(Events, RegistrationAndDeliveryFromManyThreads) {
+    SKIP_UNDER_EMULATION();
     const VexTvFApiEventCommonObject a, b, c, d;
     std::atomic<bool> bStop{false};
     std::thread registrar([&] {

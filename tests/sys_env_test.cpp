@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_sys.h"
+#include "support/emulation.h"
 #include "support/log_capture.h"
 #include "support/process.h"
 #include "support/refusals.h"
@@ -215,6 +216,7 @@ TEST_F(SysEnv, DamageIsAStatusAndNothingIsWritten) {
 }
 
 TEST_F(SysEnv, ABootLoaderToolReadsTheImage) {
+    SKIP_UNDER_EMULATION();
     if (std::system("command -v fw_printenv >/dev/null") != 0) {
         GTEST_SKIP() << "libubootenv-tool is not installed";
     }
@@ -233,6 +235,7 @@ TEST_F(SysEnv, ABootLoaderToolReadsTheImage) {
 
 // Every write to the storage while a set is switched on and a variable written, cut off one after the other.
 TEST_F(SysEnv, APowerCutLeavesTheOldOrTheNewEnvironment) {
+    SKIP_UNDER_EMULATION();
     ASSERT_EQ(setEnv("serial", "old"), 0);
     const std::string strFolder = folder();
     vset::detach();

@@ -21,6 +21,7 @@
 #include "hw3/hw_sys.h"
 #include "hw3/hw_uart.h"
 #include "support/descriptors.h"
+#include "support/emulation.h"
 #include "support/set_fixture.h"
 
 namespace {
@@ -255,6 +256,7 @@ protected:
 };
 
 TEST_F(VsetFolder, ASetBelongsToOneProcess) {
+    SKIP_UNDER_EMULATION();
     const std::string strFolder = folder();
     EXPECT_THAT(errorOf([&] { vset::attach(strFolder + "2"); }), HasSubstr("has the set in"));
     const std::string strInUse = strFolder + ": in use by process " + std::to_string(getpid());
