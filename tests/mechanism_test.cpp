@@ -10,6 +10,7 @@
 #include "fapi_background_task.h"
 #include "fapi_byte_order.h"
 #include "fapi_handle_lease.h"
+#include "support/emulation.h"
 
 namespace {
 
@@ -117,6 +118,7 @@ bool waitStopped() {
 }
 
 TEST(BackgroundTask, RunsUntilItIsDisabled) {
+    SKIP_UNDER_EMULATION();
     EXPECT_FALSE(g_task.isStarted());
     ASSERT_EQ(g_task.start(runWhileEnabled, nullptr), 0);
     EXPECT_TRUE(g_task.isStarted());
@@ -127,6 +129,7 @@ TEST(BackgroundTask, RunsUntilItIsDisabled) {
 }
 
 TEST(BackgroundTask, AWorkerThatEndsAtOnceIsNotStartedForEver) {
+    SKIP_UNDER_EMULATION();
     for (int i = 0; i < 200; ++i) {
         ASSERT_EQ(g_task.start(endAtOnce, nullptr), 0);
         ASSERT_TRUE(waitStopped());
