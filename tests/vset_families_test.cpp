@@ -9,6 +9,7 @@
 #include "hw3/hw_flash.h"
 #include "hw3/hw_os.h"
 #include "hw3/hw_sys.h"
+#include "support/emulation.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/sys.h"
@@ -289,6 +290,7 @@ protected:
 };
 
 TEST_F(VsetMemory, RegionsAreWhereTheLayoutSays) {
+    SKIP_UNDER_EMULATION();
     testing::FLAGS_gtest_death_test_style = "fast";
     const struct {
         HW_U32 u32MmapId;
@@ -331,6 +333,7 @@ TEST_F(VsetMemory, RegionsAreWhereTheLayoutSays) {
 }
 
 TEST_F(VsetMemory, TheIommuHandsOutWhatItHas) {
+    SKIP_UNDER_EMULATION();
     testing::FLAGS_gtest_death_test_style = "fast";
     HW_U64 u64First = 0;
     HW_U64 u64Second = 0;
