@@ -38,13 +38,6 @@ std::size_t columnsOf(const std::string& text) {
     return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continuesCharacter));
 }
 
-// Without the characters that would do something to the terminal.
-std::string printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return text;
-}
-
 std::string cut(std::string text, std::size_t columns) {
     while (columnsOf(text) > columns) {
         while (continuesCharacter(text.back())) {
@@ -69,6 +62,12 @@ void eraseLine() {
 }
 
 }  // namespace
+
+std::string printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return text;
+}
 
 Progress::Progress(const Plan& plan, bool json)
     : _plan(plan), _json(json), _terminal(!json && isatty(fileno(dataOutput())) != 0) {

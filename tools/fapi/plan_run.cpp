@@ -43,6 +43,8 @@ Interrupts::Interrupts() {
 }
 
 Interrupts::~Interrupts() {
+    // What came too late to end anything is not to end what follows.
+    take();
     close(_descriptor);
     giveBack();
 }
@@ -151,7 +153,7 @@ bool PlanRun::readRecords(int descriptor) {
 
 // The first Ctrl-C ends the step, and the teardown follows; the second ends everything.
 void PlanRun::interrupt(pid_t child) {
-    if (!_interrupts.take()) {
+    if (!_interrupts.take() || _over) {
         return;
     }
     const bool last = _interrupts.count() > 1;

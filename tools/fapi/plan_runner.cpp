@@ -71,9 +71,9 @@ bool readPlans(const std::vector<std::string>& files, std::vector<Plan>& plans) 
 }
 
 void printDryRun(const Plan& plan) {
-    printLine(plan.name);
+    printLine(printable(plan.name));
     for (const Step& step : plan.steps) {
-        std::string line = "  " + std::string(step.teardown ? "teardown: " : "") + step.name;
+        std::string line = "  " + std::string(step.teardown ? "teardown: " : "") + printable(step.name);
         if (step.retry != 0) {
             line += " (up to " + std::to_string(step.retry + 1) + " attempts, " + std::to_string(step.every.count()) +
                     " ms apart)";
