@@ -59,6 +59,13 @@ using VexTvFApiEventCallback_t = int (*)(unsigned int event, const VexTvFApiEven
                                          const VexTvFApiEventCommonObject& b, const VexTvFApiEventCommonObject& c,
                                          const VexTvFApiEventCommonObject& d);
 
+// Directions of the standard factory link.
+enum VexTvFApiStdFactoryUartConfig : unsigned int {
+    E_VEXTVFAPI_STD_FACTORY_UART_READ = 0,
+    E_VEXTVFAPI_STD_FACTORY_UART_WRITE = 1,
+    E_VEXTVFAPI_STD_FACTORY_UART_READ_WRITE = 2
+};
+
 }  // namespace fapi_core
 
 #endif

@@ -121,6 +121,10 @@ struct OpenHandle {
 // Everything that is open.
 VSET_API std::vector<OpenHandle> openHandles();
 
+// Whether a family ("HW_IR") has been initialised since the set was switched on. Throws SetError when there is no such
+// family.
+VSET_API bool isInitialised(const std::string& strFamily);
+
 }  // namespace vset
 
 #endif
