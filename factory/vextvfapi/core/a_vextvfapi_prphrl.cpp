@@ -1,7 +1,107 @@
 // SPDX-License-Identifier: Apache-2.0
-// The peripheral module's event operations.
-#include "a_vextvfapi_prphrl.h"
+// The peripheral module's start-up, event operations, and the block keys that this chip does not have.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include "a_vextvfapi_prphrl_internal.h"
 
 #include "fapi_event_slot.h"
+#include "fapi_hw_result.h"
+#include "fapi_log.h"
+#include "hw3/hw_cec.h"
+#include "hw3/hw_extin.h"
+#include "hw3/hw_iic.h"
+#include "hw3/hw_ir.h"
+#include "hw3/hw_sys.h"
 
 FAPI_DEFINE_MODULE_EVENTS(prphrl)
+
+unsigned char _u8HdmiPortNumber = 0;
+
+// How many ports the module can serve.
+static constexpr unsigned int kHdmiPortMax = 4;
+
+void _a_vextvfapi_prphrl_raise_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object) {
+    const fapi_core::VexTvFApiEventCommonObject empty;
+    a_vextvfapi_prphrl_nty_event(event, object, empty, empty, empty);
+}
+
+int a_vextvfapi_prphrl_init() {
+    HW_Result_t result = HW_SYS_Init(nullptr);
+    if (result > HW_HAS_INITED) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_SYS_Init(...)!") "\n\n", result);
+        return -1;
+    }
+    result = HW_UART_Init(nullptr);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_UART_Init(...)!") "\n\n", result);
+        return -1;
+    }
+    int status = _a_vextvfapi_prphrl_extin_Init();
+    if (status != 0) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to _extin_Init(...)!") "\n\n", static_cast<unsigned int>(status));
+        return -1;
+    }
+    status = _a_vextvfapi_prphrl_init_cec();
+    if (status != 0) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to _a_vextvfapi_prphrl_init_cec(...)!") "\n\n",
+                  static_cast<unsigned int>(status));
+        return -1;
+    }
+    result = HW_IIC_Init(nullptr);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_IIC_Init(...)!") "\n\n", result);
+        return -1;
+    }
+    result = HW_IR_Init(nullptr);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_IR_Init(...)!") "\n\n", result);
+        return -1;
+    }
+    return 0;
+}
+
+int a_vextvfapi_prphrl_deinit() {
+    return 0;
+}
+
+int _a_vextvfapi_prphrl_init_cec() {
+    const HW_CEC_InitParams_t stParams = {};
+    return fapi::isBroughtUp(HW_CEC_Init(&stParams)) ? 0 : -1;
+}
+
+int _a_vextvfapi_prphrl_extin_Init() {
+    const HW_EXTIN_InitParams_t stParams = {};
+    const HW_Result_t result = HW_EXTIN_Init(&stParams);
+    const bool bFailed = !fapi::isBroughtUp(result);
+    if (bFailed) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_EXTIN_Init!") "\n\n", result);
+    }
+    // Asked all the same: the number of ports counts even when the inputs are not to be had.
+    HW_EXTIN_Caps_t stCaps = {};
+    HW_EXTIN_GetCaps(&stCaps);
+    _u8HdmiPortNumber = stCaps.u8HdmiNum;
+    if (_u8HdmiPortNumber > kHdmiPortMax) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: HDMI device number is over &u!") "\n\n", kHdmiPortMax);
+        return -1;
+    }
+    return bFailed ? -1 : 0;
+}
+
+// The module never has a remote-control handle. Hosts call these all the same and expect the failure.
+
+int a_vextvfapi_prphrl_enable_ir_block_key(unsigned char bEnable) {
+    FAPI_LOGE("bEnable: %d\n\n", bEnable);
+    FAPI_LOGE("_hIrHandle is NULL.\n\n");
+    return -1;
+}
+
+int a_vextvfapi_prphrl_add_ir_block_key(unsigned long long scanCode, unsigned long long keyCode) {
+    FAPI_LOGE("ScanCode: %lld, KeyCode: %lld\n\n", static_cast<long long>(scanCode), static_cast<long long>(keyCode));
+    FAPI_LOGE("_hIrHandle is NULL.\n\n");
+    return -1;
+}
+
+int a_vextvfapi_prphrl_invert_ir_block_key(unsigned char bEnable) {
+    FAPI_LOGE("bEnable: %d\n\n", bEnable);
+    FAPI_LOGE("_hIrHandle is NULL.\n\n");
+    return -1;
+}

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstring>
 
 // The debug switch. Read on every log line of every thread, written only while the system module starts up.
 extern std::atomic<unsigned char> u8TvFactoryDebug;
@@ -34,6 +35,12 @@ inline const char* logText(const char* pszText) {
 
 inline const char* logText(const unsigned char* pu8Text) {
     return logText(reinterpret_cast<const char*>(pu8Text));
+}
+
+// The name of a source file without its folders.
+inline const char* baseName(const char* pszFile) {
+    const char* pszSlash = std::strrchr(pszFile, '/');
+    return pszSlash != nullptr ? pszSlash + 1 : pszFile;
 }
 
 }  // namespace fapi

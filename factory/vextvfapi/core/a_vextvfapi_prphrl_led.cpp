@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+// The LED ring around the microphone: white, off, or a cycle of colours for the eye of a tester.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+#include <unistd.h>
+
+#include "a_vextvfapi_prphrl_internal.h"
+#include "fapi_background_task.h"
+#include "fapi_hw_result.h"
+#include "fapi_log.h"
+#include "hw3/hw_pm.h"
+
+static constexpr unsigned int kCycle = 0;
+static constexpr unsigned int kWhite = 1;
+static constexpr unsigned int kOff = 2;
+static constexpr HW_U8 kLedCount = 4;
+
+// Caller and cycle share the handle; whichever closes it first takes it from the other, whose writes then fail.
+static std::atomic<HW_Handle_t> hPm{HW_HANDLE_NONE};
+static std::atomic<bool> bPmOpened{false};
+static std::atomic<bool> bEnableStdLedMonitor{false};
+
+static int obtainPm() {
+    const HW_PM_InitParams_t stInit = {};
+    if (!fapi::isBroughtUp(HW_PM_Init(&stInit))) {
+        FAPI_LOGE("HW_PM_Init failed \n\n");
+        return -1;
+    }
+    const HW_PM_HandleParams_t stQuery = {};
+    HW_Handle_t hFound = HW_HANDLE_NONE;
+    if (HW_PM_GetHandle(&stQuery, &hFound) == HW_OK) {
+        hPm.store(hFound);
+        return 0;
+    }
+    FAPI_LOGE("HW_PM_GetHandle() fail\n\n");
+    const HW_PM_OpenParams_t stOpen = {};
+    if (HW_PM_Open(&stOpen, &hFound) != HW_OK) {
+        FAPI_LOGE("HW_PM_Open() fail\n\n");
+        return -1;
+    }
+    hPm.store(hFound);
+    bPmOpened.store(true);
+    return 0;
+}
+
+// A handle that was found is never closed.
+static void closePm() {
+    if (!bPmOpened.exchange(false)) {
+        FAPI_LOGD("PM no open\n\n");
+        return;
+    }
+    HW_PM_Close(hPm.exchange(HW_HANDLE_NONE));
+    FAPI_LOGD("PM close handle\n\n");
+}
+
+namespace {
+
+struct Colour {
+    HW_U8 u8Red;
+    HW_U8 u8Green;
+    HW_U8 u8Blue;
+    const char* pszSuccess;
+    const char* pszFail;
+};
+
+constexpr Colour kWhiteColour = {0xFF, 0xFF, 0xFF, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success",
+                                 "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail"};
+constexpr Colour kCycleColours[] = {
+    {0xFF, 0x00, 0x00, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_RED success",
+     "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_RED fail"},
+    {0x00, 0xFF, 0x00, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_GREEN success",
+     "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_GREEN fail"},
+    {0x00, 0x00, 0xFF, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_BLUE success",
+     "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_BLUE fail"},
+    {0x00, 0x00, 0x00, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_BLACK success",
+     "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_BLACK fail"},
+};
+
+}  // namespace
+
+static bool showColour(const Colour& colour) {
+    HW_PM_LedControl_t stControl = {};
+    for (unsigned int i = 0; i < sizeof(stControl.au8Colour); i += 3) {
+        stControl.au8Colour[i] = colour.u8Red;
+        stControl.au8Colour[i + 1] = colour.u8Green;
+        stControl.au8Colour[i + 2] = colour.u8Blue;
+    }
+    stControl.u8LedCount = kLedCount;
+    if (HW_PM_SetAttr(hPm.load(), E_HW_PM_PARAM_LED_CONTROL, &stControl) != HW_OK) {
+        FAPI_LOGE("%s\n\n", colour.pszFail);
+        return false;
+    }
+    FAPI_LOGD("%s\n\n", colour.pszSuccess);
+    return true;
+}
+
+void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
+    // A cycle that has begun is shown to its end, also without a handle.
+    while (bEnableStdLedMonitor.load()) {
+        for (const Colour& colour : kCycleColours) {
+            if (!showColour(colour)) {
+                closePm();
+            }
+            sleep(1);
+        }
+    }
+    closePm();
+    FAPI_LOGI("Stop StdFactoryledMonitor Task\n\n");
+    return nullptr;
+}
+
+static int startCycle() {
+    bEnableStdLedMonitor.store(true);
+    if (fapi::startDetachedThread(_a_vextvfapi_prphrl_stdFactoryLedMonitor, nullptr) != 0) {
+        FAPI_LOGE("StdFactoryLedMonitor thread create failed!(%s)\n\n", strerror(errno));
+        closePm();
+        return -1;
+    }
+    return 0;
+}
+
+static int showWhite() {
+    bEnableStdLedMonitor.store(false);
+    // Time for a running cycle to finish its step; it may go on and change the colour all the same.
+    sleep(1);
+    if (!showColour(kWhiteColour)) {
+        closePm();
+        return -1;
+    }
+    sleep(2);
+    closePm();
+    return 0;
+}
+
+static int switchOff() {
+    bEnableStdLedMonitor.store(false);
+    sleep(1);
+    closePm();
+    // No colour is written: what the last step showed stays.
+    FAPI_LOGD("HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n");
+    return 0;
+}
+
+int a_vextvfapi_prphrl_set_mic_led(unsigned int mode) {
+    FAPI_LOGD("a_vextvfapi_prphrl_set_mic_led\n\n");
+    if (obtainPm() != 0) {
+        return -1;
+    }
+    switch (mode) {
+        case kCycle:
+            return startCycle();
+        case kWhite:
+            return showWhite();
+        case kOff:
+            return switchOff();
+        default:
+            closePm();
+            return -1;
+    }
+}

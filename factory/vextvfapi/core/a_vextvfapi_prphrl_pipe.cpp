@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+// Pipe mode: commands that other processes of the set write into a FIFO.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "a_vextvfapi_prphrl_internal.h"
+#include "fapi_background_task.h"
+#include "fapi_command_scanner.h"
+#include "fapi_log.h"
+#include "hw3/hw_os.h"
+
+static constexpr char kPipePath[] = "/data/vendor/uartCmdPipe";
+static constexpr unsigned int kPollTimes = 10;
+static constexpr HW_U32 kPollMs = 100;
+static constexpr int kReadWaitMs = 10;
+static constexpr std::size_t kReadSize = 2048;
+
+// The thread raises both flags itself. It outlives a stop while it waits for a writer to open the FIFO.
+static fapi::BackgroundTask pipeTask;
+
+namespace {
+
+struct Free {
+    void operator()(char* pText) const { std::free(pText); }
+};
+
+class CommandRaiser : public fapi::CommandReceiver {
+public:
+    void receive(const unsigned char* pu8Command, std::size_t length) override {
+        const char* pszText = reinterpret_cast<const char*>(pu8Command);
+        try {
+            _object.text = pszText;
+            _object.data.assign(pu8Command, pu8Command + length);
+        } catch (...) {
+            return;
+        }
+        FAPI_LOGD("callback uartPipeBuffer %s, len: %d\n\n", pszText, static_cast<int>(length));
+        _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_PIPE_COMMAND, _object);
+    }
+
+private:
+    fapi_core::VexTvFApiEventCommonObject _object;
+};
+
+}  // namespace
+
+int _a_vextvfapi_prphrl_create_pipe_file() {
+    unlink(kPipePath);
+    if (mkfifo(kPipePath, 0777) != 0) {
+        FAPI_LOGE("%s pipe file create failed!\n\n", kPipePath);
+    } else {
+        FAPI_LOGD("Create %s pipe file OK.\n\n", kPipePath);
+    }
+    if (chmod(kPipePath, 0777) != 0) {
+        FAPI_LOGE("Chmod %s pipe file failed!\n\n", kPipePath);
+    }
+    return open(kPipePath, O_RDONLY);
+}
+
+static void receiveCommands(int s32Fd, unsigned char u8End) {
+    FAPI_LOGI("start CmdReceiver\n\n");
+    FAPI_LOGI("######Uart cmd loop start##########\n\n");
+    CommandRaiser raiser;
+    fapi::CommandScanner scanner(u8End, raiser);
+    unsigned char au8Bytes[kReadSize];
+    while (pipeTask.isEnabled()) {
+        pollfd stPipe = {s32Fd, POLLIN, 0};
+        if (poll(&stPipe, 1, kReadWaitMs) <= 0) {
+            continue;
+        }
+        const ssize_t length = read(s32Fd, au8Bytes, sizeof(au8Bytes));
+        if (length < 1) {
+            // A FIFO whose writer has gone is always readable.
+            usleep(kReadWaitMs * 1000);
+            continue;
+        }
+        if (!scanner.scan(au8Bytes, static_cast<std::size_t>(length))) {
+            break;
+        }
+    }
+}
+
+void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
+    const std::unique_ptr<char, Free> commandEnd(static_cast<char*>(pUartPipeCmdEnd));
+    fapi::nameThisThread("UartPipe_Task");
+    FAPI_LOGI("start UartPipe_Task\n\n");
+    if (commandEnd == nullptr) {
+        pipeTask.markStopped();
+        FAPI_LOGE("pUartPipeCmdEnd is NUll.\n\n");
+        return nullptr;
+    }
+    FAPI_LOGD("pUartPipeCmdEnd : 0x%s\n\n", commandEnd.get());
+    pipeTask.enable();
+    pipeTask.markStarted();
+    const int s32Fd = _a_vextvfapi_prphrl_create_pipe_file();
+    if (s32Fd < 0) {
+        FAPI_LOGE("Open %s pipe file failed!\n\n", kPipePath);
+    } else {
+        receiveCommands(s32Fd, static_cast<unsigned char>(*commandEnd));
+        close(s32Fd);
+    }
+    FAPI_LOGI("Stop UartPipe_Task\n\n");
+    pipeTask.disable();
+    pipeTask.markStopped();
+    return nullptr;
+}
+
+// The thread gets a copy of the text, for the caller's is gone when the thread looks at it.
+static int startPipeTask(const unsigned char* pu8CommandEnd) {
+    char* pCopy = nullptr;
+    if (pu8CommandEnd != nullptr) {
+        pCopy = strdup(reinterpret_cast<const char*>(pu8CommandEnd));
+        if (pCopy == nullptr) {
+            return ENOMEM;
+        }
+    }
+    const int s32Error = fapi::startDetachedThread(_a_vextvfapi_prphrl_uart_pipe_task, pCopy);
+    if (s32Error != 0) {
+        std::free(pCopy);
+    }
+    return s32Error;
+}
+
+static void waitForInit() {
+    FAPI_LOGD("Waitting for UartPipe task init...\n\n");
+    HW_OS_DelayTask(kPollMs);
+}
+
+static void waitForExit() {
+    FAPI_LOGD("Waitting for UartPipe task exit...\n\n");
+    HW_OS_DelayTask(kPollMs);
+}
+
+static int startPipeMode(const unsigned char* pu8CommandEnd) {
+    if (pipeTask.isEnabled() || pipeTask.isStarted()) {
+        FAPI_LOGD("The previous task still runing...\n\n");
+        return -1;
+    }
+    FAPI_LOGI("Start uartCmdPipe mode!\n\n");
+    const int s32Error = startPipeTask(pu8CommandEnd);
+    if (s32Error != 0) {
+        FAPI_LOGE("uartCmdPipe mode thread create failed!(%s)\n\n", strerror(s32Error));
+    }
+    // Waits for the thread even when there is none.
+    if (fapi::pollUntil(kPollTimes, waitForInit, [] { return pipeTask.isStarted(); })) {
+        FAPI_LOGD("UartPipe task started...\n\n");
+    }
+    return s32Error == 0 ? 0 : -1;
+}
+
+static int stopPipeMode() {
+    FAPI_LOGI("Stop uartCmdPipe mode!\n\n");
+    pipeTask.disable();
+    if (fapi::pollUntil(kPollTimes, waitForExit, [] { return !pipeTask.isStarted(); })) {
+        FAPI_LOGD("UartPipe task stopped...\n\n");
+    }
+    return 0;
+}
+
+int a_vextvfapi_prphrl_set_uart_pipe_mode(unsigned char enable, const unsigned char* pUartPipeCmdEnd) {
+    return enable != 0 ? startPipeMode(pUartPipeCmdEnd) : stopPipeMode();
+}

@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: Apache-2.0
+// The standard factory link: bytes of a tty, cut into messages by a thread of its own.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include <termios.h>
+#include <unistd.h>
+
+#include "a_vextvfapi_prphrl_internal.h"
+#include "a_vextvfapi_prphrl_tty.h"
+#include "fapi_background_task.h"
+#include "fapi_log.h"
+#include "fapi_message_framer.h"
+
+// Upper limit of a message.
+static constexpr unsigned int UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE = fapi::ReceiveBuffer::kSize;
+
+// A hung-up line answers every read at once.
+static constexpr useconds_t kReadPauseUs = 1000;
+
+// By baud rate index; out of order as the interface has it.
+static constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
+
+static constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
+
+// The thread runs while it is enabled. A write-only link is started without one, for good.
+static fapi::BackgroundTask stdUartMonitor;
+static fapi::FramerSettings framerSettings;
+// Read by the thread, which owns it while the link is started.
+static unsigned char* _pu8UartDataBuffer = nullptr;
+
+bool _a_vextvfapi_prphrl_is_std_factory_uart_started() {
+    return stdUartMonitor.isStarted();
+}
+
+static void freeBuffers() {
+    delete[] _pu8UartDataBuffer;
+    _pu8UartDataBuffer = nullptr;
+    receiveBuffer.release();
+}
+
+static bool allocateBuffers() {
+    if (_pu8UartDataBuffer == nullptr) {
+        _pu8UartDataBuffer = new (std::nothrow) unsigned char[UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE];
+    }
+    if (_pu8UartDataBuffer == nullptr) {
+        FAPI_LOGD("[std_factory_uart] _pu8UartDataBuffer allocate memory failed\n\n");
+        freeBuffers();
+        return false;
+    }
+    if (!receiveBuffer.allocate()) {
+        FAPI_LOGD("[std_factory_uart] _pu8UartCbBuff allocate memory failed\n\n");
+        freeBuffers();
+        return false;
+    }
+    return true;
+}
+
+namespace {
+
+class EventRaiser : public fapi::MessageReceiver {
+public:
+    void receive(const fapi_core::VexTvFApiEventCommonObject& message) override {
+        _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_UART_DATA, message);
+    }
+};
+
+}  // namespace
+
+void* _a_vextvfapi_prphrl_stdFactoryUartMonitor(void*) {
+    fapi::nameThisThread("StdFactoryUart_Task");
+    FAPI_LOGI("[std_factory_uart]start StdFactoryUart_Task\n\n");
+    EventRaiser raiser;
+    fapi::MessageFramer framer(receiveBuffer, framerSettings, raiser);
+    while (stdUartMonitor.isEnabled()) {
+        if (!receiveBuffer.exists()) {
+            // Somebody has stopped the other link, whose buffer it is too.
+            FAPI_LOGE("[std_factory_uart] _pu8UartCbBuff becomes NULL ptr! Please check it.\n\n");
+            break;
+        }
+        framer.adoptLimit();
+        const ssize_t length = _a_vextvfapi_prphrl_uartRead(_pu8UartDataBuffer, UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        if (length <= 0) {
+            usleep(kReadPauseUs);
+            continue;
+        }
+        framer.feed(_pu8UartDataBuffer, static_cast<std::size_t>(length));
+    }
+    // In a host without standard input the tty may be descriptor 0, which stays open.
+    if (uartFd.load() >= 1) {
+        FAPI_LOGI("[std_factory_uart] close fd\n\n");
+        close(uartFd.exchange(-1));
+    }
+    freeBuffers();
+    stdUartMonitor.markStopped();
+    FAPI_LOGI("[std_factory_uart]Stop StdFactoryUartMonitor Task\n\n");
+    return nullptr;
+}
+
+int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char port,
+                                              fapi_core::VexTvFApiStdFactoryUartConfig config) {
+    FAPI_LOGI("[std_factory_uart] Start StdFactoryUart\n\n");
+    FAPI_LOGD("[std_factory_uart] s8Baudrate = %d, s8Port = %d!\n\n", baudrate, port);
+    if (_a_vextvfapi_prphrl_is_factory_uart_started()) {
+        FAPI_LOGE("[std_factory_uart] FactoryUart started already.\n\n");
+        FAPI_LOGE("[std_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it first.\n\n");
+        return -1;
+    }
+    if (stdUartMonitor.isStarted()) {
+        FAPI_LOGE("[std_factory_uart] StdFactoryUart started already.\n\n");
+        FAPI_LOGE("[std_factory_uart] Please call a_vextvfapi_prphrl_stop_std_factory_uart() to stop it first.\n\n");
+        return -1;
+    }
+    if (!allocateBuffers()) {
+        return -1;
+    }
+    const auto u8Speed = static_cast<unsigned char>(baudrate);
+    if (u8Speed >= sizeof(kSpeeds) / sizeof(kSpeeds[0])) {
+        FAPI_LOGE("[std_factory_uart] Invalid baudrate!\n\n");
+        freeBuffers();
+        return -1;
+    }
+    if (port != 0 && port != 1) {
+        FAPI_LOGE("[std_factory_uart] Invalid port!\n\n");
+        freeBuffers();
+        return -1;
+    }
+    // The buffers wait for the next start when the tty cannot be had.
+    if (!_a_vextvfapi_prphrl_uartOpen(kPaths[port], static_cast<int>(kSpeeds[u8Speed]), 0, config)) {
+        FAPI_LOGE("[std_factory_uart] start FactoryUart FAIL!\n\n");
+        return -1;
+    }
+    if (config == fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_WRITE) {
+        stdUartMonitor.markStarted();
+        return 0;
+    }
+    framerSettings.reset();
+    if (stdUartMonitor.start(_a_vextvfapi_prphrl_stdFactoryUartMonitor, nullptr) != 0) {
+        // The tty stays open.
+        FAPI_LOGE("[std_factory_uart] StdFactoryUartMonitor thread create failed!(%s)\n\n", strerror(errno));
+        freeBuffers();
+        return -1;
+    }
+    return 0;
+}
+
+static void waitForMonitor() {
+    FAPI_LOGD("Waitting for stdFactoryUartMonitor task exit...\n\n");
+    sleep(1);
+}
+
+int a_vextvfapi_prphrl_std_factory_uart_stop() {
+    FAPI_LOGI("[std_factory_uart] Stop StdFactoryUart\n\n");
+    stdUartMonitor.disable();
+    const bool bStopped = fapi::pollUntil(10, waitForMonitor, [] { return !stdUartMonitor.isStarted(); });
+    if (bStopped) {
+        FAPI_LOGD("stdFactoryUartMonitor task stopped...\n\n");
+    }
+    framerSettings.reset();
+    if (!bStopped) {
+        FAPI_LOGE("Waitting for stdFactoryUartMonitor task timeout...\n\n");
+        return -1;
+    }
+    return 0;
+}
+
+// The number in the messages is that of their line, whatever they say.
+int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigned char length) {
+    if (data == nullptr || length == 0) {
+        FAPI_LOGE(FAPI_RED("[write_std_factory_uart] parameter error: %d") "\n\n", __LINE__);
+        return -1;
+    }
+    if (!stdUartMonitor.isStarted()) {
+        FAPI_LOGE(FAPI_RED("[write_std_factory_uart] start factory uart error: %d") "\n\n", __LINE__);
+        return -1;
+    }
+    // What the line does not take is lost.
+    [[maybe_unused]] const ssize_t written = write(uartFd.load(), data, length);
+    return 0;
+}
+
+static void setLimit(signed char mode, unsigned int size) {
+    if (mode == fapi::FramerSettings::line) {
+        framerSettings.u32Limit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+    } else if (mode == fapi::FramerSettings::byte) {
+        framerSettings.u32Limit.store(0);
+    } else if (size > UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE) {
+        FAPI_LOGE(
+            "[std_factory_uart_custom_config] customized buffer size is larger than "
+            "UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE!\n\n");
+        framerSettings.u32Limit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+    } else if (size != 0) {
+        framerSettings.u32Limit.store(size);
+    }
+}
+
+int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode, unsigned char semicolon, unsigned int size) {
+    if (!stdUartMonitor.isStarted()) {
+        FAPI_LOGE(FAPI_RED("[std_factory_uart_custom_config] start factory uart error: %d") "\n\n", __LINE__);
+        return -1;
+    }
+    // Negative modes pass, and cut by size.
+    if (mode > fapi::FramerSettings::byte) {
+        FAPI_LOGE(FAPI_RED("[std_factory_uart_custom_config] Invalid UART mode!") "\n\n");
+        return -1;
+    }
+    FAPI_LOGI("[std_factory_uart_custom_config] set to mode: %d\n\n", mode);
+    framerSettings.s8Mode.store(mode);
+    if (mode == fapi::FramerSettings::terminator) {
+        framerSettings.u8Terminator.store(semicolon);
+        FAPI_LOGI("[std_factory_uart_custom_config] set custom semicolon: 0x%02x\n\n", semicolon);
+    } else {
+        framerSettings.u8Terminator.store(fapi::FramerSettings::kCarriageReturn);
+        FAPI_LOGI("[std_factory_uart_custom_config] restore custom semicolon: 0x%02x\n\n",
+                  fapi::FramerSettings::kCarriageReturn);
+    }
+    setLimit(mode, size);
+    FAPI_LOGI("[std_factory_uart_custom_config] u32TargetBufferLimit: %u\n\n", framerSettings.u32Limit.load());
+    return 0;
+}

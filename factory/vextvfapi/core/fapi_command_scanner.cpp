@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+// Cuts what is written into the command pipe into commands.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include "fapi_command_scanner.h"
+
+#include "fapi_log.h"
+
+namespace fapi {
+
+// What a terminal sends for Ctrl-C.
+static constexpr unsigned char kInterrupt = 0x03;
+
+// A shell's echo ends a text with a newline, and every write is to end a command: the last byte counts as the end
+// whatever it is. An underscore before it stands for a blank, which a shell would have eaten.
+void CommandScanner::rewriteTail(unsigned char* pu8Bytes, std::size_t length) const {
+    if (pu8Bytes[length - 1] == kInterrupt) {
+        return;
+    }
+    pu8Bytes[length - 1] = _u8End;
+    if (length >= 2 && pu8Bytes[length - 2] == '_') {
+        pu8Bytes[length - 2] = ' ';
+    }
+}
+
+void CommandScanner::append(unsigned char u8Byte) {
+    _au8Command[_u16ReceivedBytes++] = u8Byte;
+    if (u8Byte == _u8End) {
+        _au8Command[_u16ReceivedBytes - 1] = '\0';
+        _receiver.receive(_au8Command, _u16ReceivedBytes);
+        _u16ReceivedBytes = 0;
+    } else if (_u16ReceivedBytes == kSize) {
+        FAPI_LOGE(FAPI_HIGHLIGHT("[%s, %s, %d] buffer overflow detected!! u16ReceivedBytes = %d") "\n\n",
+                  fapi::baseName(__FILE__), __func__, __LINE__, _u16ReceivedBytes);
+        _u16ReceivedBytes = 0;
+    }
+}
+
+bool CommandScanner::scan(unsigned char* pu8Bytes, std::size_t length) {
+    rewriteTail(pu8Bytes, length);
+    for (std::size_t i = 0; i < length; ++i) {
+        append(pu8Bytes[i]);
+    }
+    return _u16ReceivedBytes == 0 || _au8Command[_u16ReceivedBytes - 1] != kInterrupt;
+}
+
+}  // namespace fapi

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+// Cuts what is written into the command pipe into commands.
+#ifndef FAPI_COMMAND_SCANNER_H
+#define FAPI_COMMAND_SCANNER_H
+
+#include <cstddef>
+
+namespace fapi {
+
+// Who gets the commands, on the thread that scans.
+class CommandReceiver {
+public:
+    // The command with a zero byte in place of its end; valid during the call.
+    virtual void receive(const unsigned char* pu8Command, std::size_t length) = 0;
+
+protected:
+    ~CommandReceiver() = default;
+};
+
+class CommandScanner {
+public:
+    static constexpr std::size_t kSize = 2048;
+
+    CommandScanner(unsigned char u8End, CommandReceiver& receiver) : _u8End(u8End), _receiver(receiver) {}
+
+    // Scans what a read brought, at least a byte, whose last bytes it rewrites. False when it ends in an interrupt
+    // character: the unfinished command is then lost, and nothing more is to be read.
+    bool scan(unsigned char* pu8Bytes, std::size_t length);
+
+private:
+    void rewriteTail(unsigned char* pu8Bytes, std::size_t length) const;
+    void append(unsigned char u8Byte);
+
+    const unsigned char _u8End;
+    CommandReceiver& _receiver;
+    unsigned short _u16ReceivedBytes = 0;
+    unsigned char _au8Command[kSize];
+};
+
+}  // namespace fapi
+
+#endif

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+// Cuts the byte stream of the standard factory link into messages.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include "fapi_message_framer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "fapi_log.h"
+#include "fapi_log_text.h"
+
+namespace fapi {
+
+namespace {
+
+const unsigned char* find(const unsigned char* pu8Bytes, const unsigned char* pu8End, unsigned char u8Byte) {
+    const void* pFound = std::memchr(pu8Bytes, u8Byte, static_cast<std::size_t>(pu8End - pu8Bytes));
+    return pFound != nullptr ? static_cast<const unsigned char*>(pFound) : pu8End;
+}
+
+// The next CR or LF. Either is looked for from where it was found last, not from each message on: most stations send
+// only one of the two, and the search for the other would go over all that follows with every message.
+class LineEnds {
+public:
+    explicit LineEnds(const unsigned char* pu8End) : _pu8End(pu8End) {}
+
+    const unsigned char* next(const unsigned char* pu8From) {
+        return std::min(advance(_pu8CarriageReturn, pu8From, '\r'), advance(_pu8LineFeed, pu8From, '\n'));
+    }
+
+private:
+    const unsigned char* advance(const unsigned char*& pu8Found, const unsigned char* pu8From, unsigned char u8Byte) {
+        if (pu8Found == nullptr || pu8Found < pu8From) {
+            pu8Found = find(pu8From, _pu8End, u8Byte);
+        }
+        return pu8Found;
+    }
+
+    const unsigned char* const _pu8End;
+    const unsigned char* _pu8CarriageReturn = nullptr;
+    const unsigned char* _pu8LineFeed = nullptr;
+};
+
+}  // namespace
+
+void MessageFramer::adoptLimit() {
+    const unsigned int u32Limit = _settings.u32Limit.load();
+    if (u32Limit == _u32Limit) {
+        return;
+    }
+    if (_buffer.count() != 0) {
+        FAPI_LOGI("[std_factory_uart]clear buffer and send out the rest data\n\n");
+        send(nullptr, 0);
+        return;
+    }
+    FAPI_LOGD("[std_factory_uart]change size to: %d\n\n", static_cast<int>(u32Limit));
+    _u32Limit = u32Limit;
+}
+
+void MessageFramer::feed(const unsigned char* pu8Bytes, std::size_t length) {
+    const unsigned char* const pu8End = pu8Bytes + length;
+    LineEnds lineEnds(pu8End);
+    while (pu8Bytes != pu8End && _buffer.exists()) {
+        const signed char s8Mode = _settings.s8Mode.load();
+        const unsigned char u8Terminator = _settings.u8Terminator.load();
+        const unsigned int u32Held = _buffer.count();
+        // A limit of 0 is met by the first byte.
+        const std::size_t room = _u32Limit > u32Held ? _u32Limit - u32Held : 1;
+        const std::size_t size = std::min(room, static_cast<std::size_t>(pu8End - pu8Bytes));
+        const unsigned char* pu8Stop = pu8Bytes + size;
+        if (s8Mode == FramerSettings::line) {
+            pu8Stop = std::min(pu8Stop, lineEnds.next(pu8Bytes));
+        } else if (s8Mode == FramerSettings::terminator) {
+            pu8Stop = find(pu8Bytes, pu8Stop, u8Terminator);
+        }
+        // A change takes effect at the next byte, so a run counts only if there was none while it was looked at.
+        if (s8Mode != _settings.s8Mode.load() || u8Terminator != _settings.u8Terminator.load()) {
+            continue;
+        }
+
+        const auto run = static_cast<std::size_t>(pu8Stop - pu8Bytes);
+        if (run < size) {
+            if (u32Held + run != 0) {
+                send(pu8Bytes, run);
+            } else {
+                FAPI_LOGD("[std_factory_uart] Uart command length is 0\n\n");
+            }
+            // The limit is looked at behind an end, too: at 0 it is met by nothing.
+            if (_u32Limit == 0) {
+                FAPI_LOGD("[std_factory_uart] buffer full\n\n");
+                send(nullptr, 0);
+            }
+            pu8Bytes = pu8Stop + 1;
+        } else {
+            if (run == room) {
+                FAPI_LOGD("[std_factory_uart] buffer full\n\n");
+                send(pu8Bytes, run);
+            } else {
+                _buffer.append(pu8Bytes, run);
+            }
+            pu8Bytes = pu8Stop;
+        }
+    }
+}
+
+void MessageFramer::send(const unsigned char* pu8Bytes, std::size_t length) {
+    if (!_buffer.take(pu8Bytes, length, _message.data)) {
+        return;
+    }
+    FAPI_LOGD("[std_factory_uart] length= %d\n\n", static_cast<int>(_message.data.size()));
+    FAPI_LOGD("[std_factory_uart] %s\n\n", BoundedText(_message.data.data(), _message.data.size()).get());
+    _receiver.receive(_message);
+}
+
+}  // namespace fapi
