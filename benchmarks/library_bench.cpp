@@ -15,10 +15,10 @@
 
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
+#include "bench_set.h"
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
 #include "limits.h"
-#include "vset/vset.h"
 
 namespace {
 
@@ -143,7 +143,7 @@ BENCHMARK(file_copy_plain)->Unit(benchmark::kMillisecond);
 constexpr int kPlanSteps = 50000;
 
 void plan_steps(benchmark::State& state) {
-    const fs::path folder = fs::temp_directory_path() / ("fapi-bench-" + std::to_string(getpid()) + "-plan");
+    const fs::path folder = bench::temporaryFolder("plan");
     fs::create_directories(folder);
     const fs::path plan = folder / "steps.plan";
     {
@@ -173,30 +173,10 @@ constexpr bench::Goal kGoals[] = {
     {"plan_steps", nullptr, bench::Limit::itemsPerSecond, 20000},
 };
 
-// The set that the benchmarks run on.
-class BenchSet {
-public:
-    BenchSet() : _folder(fs::temp_directory_path() / ("fapi-bench-" + std::to_string(getpid()))) {
-        vset::attach(_folder.string());
-        vset::keepJournal(0);
-        if (a_vextvfapi_sys_init() != 0) {
-            std::fprintf(stderr, "the set does not start\n");
-            std::exit(1);
-        }
-        std::ofstream(vset::hostPath("/data/source")) << std::string(kFileSize, 'x');
-    }
-    ~BenchSet() {
-        vset::detach();
-        fs::remove_all(_folder);
-    }
-
-private:
-    const fs::path _folder;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    const BenchSet set;
+    const bench::Set set;
+    std::ofstream(vset::hostPath("/data/source")) << std::string(kFileSize, 'x');
     return bench::runAndJudge(argc, argv, kGoals, static_cast<int>(std::size(kGoals)));
 }

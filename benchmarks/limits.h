@@ -8,7 +8,8 @@ namespace bench {
 enum class Limit {
     timesPeer,         // time / peer's time, at most
     nanosecondsAbove,  // time - peer's time in ns, at most
-    itemsPerSecond     // at least; has no peer
+    itemsPerSecond,    // at least; has no peer
+    counter            // the benchmark's counter of the peer's name, at most
 };
 
 struct Goal {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "fapi_log.h"
 #include "fapi_log_text.h"
@@ -30,13 +31,14 @@ public:
 
 private:
     const unsigned char* advance(const unsigned char*& pu8Found, const unsigned char* pu8From, unsigned char u8Byte) {
-        if (pu8Found == nullptr || pu8Found < pu8From) {
+        if (std::less<>()(pu8Found, pu8From)) {
             pu8Found = find(pu8From, _pu8End, u8Byte);
         }
         return pu8Found;
     }
 
     const unsigned char* const _pu8End;
+    // Null, which is less than any, until they have been looked for.
     const unsigned char* _pu8CarriageReturn = nullptr;
     const unsigned char* _pu8LineFeed = nullptr;
 };
@@ -59,13 +61,15 @@ void MessageFramer::adoptLimit() {
 
 void MessageFramer::feed(const unsigned char* pu8Bytes, std::size_t length) {
     const unsigned char* const pu8End = pu8Bytes + length;
+    const FramerSettings& settings = _settings;
+    const unsigned int u32Limit = _u32Limit;
     LineEnds lineEnds(pu8End);
     while (pu8Bytes != pu8End && _buffer.exists()) {
-        const signed char s8Mode = _settings.s8Mode.load();
-        const unsigned char u8Terminator = _settings.u8Terminator.load();
+        const signed char s8Mode = settings.s8Mode.load();
+        const unsigned char u8Terminator = settings.u8Terminator.load();
         const unsigned int u32Held = _buffer.count();
         // A limit of 0 is met by the first byte.
-        const std::size_t room = _u32Limit > u32Held ? _u32Limit - u32Held : 1;
+        const std::size_t room = u32Limit > u32Held ? u32Limit - u32Held : 1;
         const std::size_t size = std::min(room, static_cast<std::size_t>(pu8End - pu8Bytes));
         const unsigned char* pu8Stop = pu8Bytes + size;
         if (s8Mode == FramerSettings::line) {
@@ -74,7 +78,7 @@ void MessageFramer::feed(const unsigned char* pu8Bytes, std::size_t length) {
             pu8Stop = find(pu8Bytes, pu8Stop, u8Terminator);
         }
         // A change takes effect at the next byte, so a run counts only if there was none while it was looked at.
-        if (s8Mode != _settings.s8Mode.load() || u8Terminator != _settings.u8Terminator.load()) {
+        if (s8Mode != settings.s8Mode.load() || u8Terminator != settings.u8Terminator.load()) {
             continue;
         }
 
@@ -86,7 +90,7 @@ void MessageFramer::feed(const unsigned char* pu8Bytes, std::size_t length) {
                 FAPI_LOGD("[std_factory_uart] Uart command length is 0\n\n");
             }
             // The limit is looked at behind an end, too: at 0 it is met by nothing.
-            if (_u32Limit == 0) {
+            if (u32Limit == 0) {
                 FAPI_LOGD("[std_factory_uart] buffer full\n\n");
                 send(nullptr, 0);
             }

@@ -37,14 +37,9 @@ bool ReceiveBuffer::append(const unsigned char* pu8Bytes, std::size_t length) {
     return true;
 }
 
-bool ReceiveBuffer::take(const unsigned char* pu8More, std::size_t length,
-                         std::vector<unsigned char>& message) noexcept {
+bool ReceiveBuffer::takeHeld(const unsigned char* pu8More, std::size_t length,
+                             std::vector<unsigned char>& message) noexcept {
     try {
-        // The rule on a busy line: the message lies in one read, and no byte of it was ever held.
-        if (_u32Count.load() == 0) {
-            message.assign(pu8More, pu8More + length);
-            return exists();
-        }
         const MutexLock lock(_mutex);
         if (_pu8DataBuff == nullptr) {
             return false;

@@ -34,9 +34,24 @@ public:
     // Puts what is held, and behind it the bytes given, into `message`, and empties the buffer. False when there is no
     // buffer or no memory for the message, which is then lost.
     bool take(const unsigned char* pu8More, std::size_t length, std::vector<unsigned char>& message) noexcept
-        FAPI_EXCLUDES(_mutex);
+        FAPI_EXCLUDES(_mutex) {
+        // The rule on a busy line: the message lies in one read, and no byte of it was ever held.
+        return count() == 0 ? exists() && assign(pu8More, length, message) : takeHeld(pu8More, length, message);
+    }
 
 private:
+    static bool assign(const unsigned char* pu8Bytes, std::size_t length,
+                       std::vector<unsigned char>& message) noexcept {
+        try {
+            message.assign(pu8Bytes, pu8Bytes + length);
+            return true;
+        } catch (...) {
+            return false;
+        }
+    }
+    bool takeHeld(const unsigned char* pu8More, std::size_t length, std::vector<unsigned char>& message) noexcept
+        FAPI_EXCLUDES(_mutex);
+
     Mutex _mutex;
     unsigned char* _pu8DataBuff FAPI_GUARDED_BY(_mutex) = nullptr;
     std::atomic<bool> _bExists{false};
