@@ -32,6 +32,9 @@ step First retry 3 every 1.5s on-failure stop
     keep v version
     sys_get_file_checksum /data/${v}
     expect checksum in -0x10..200 margin 5
+    expect event 0x100001 of prphrl with value in 1..5 margin 1 with text contains "is" with bytes ${v} within 1.5s
+    keep w event.bytes
+    expect no event 2 within 0ms
 step Second
     set power-cycle
 teardown
@@ -51,11 +54,23 @@ step Last
     EXPECT_EQ(first.lines[0].expectations.size(), 3u);
     EXPECT_TRUE(first.lines[0].command.has_value());
     EXPECT_FALSE(first.lines[1].command.has_value()) << "made when the variable is known";
-    const tool::Expectation& range = first.lines[1].expectations[0];
+    const auto& range = std::get<tool::Condition>(first.lines[1].expectations[0].what);
     EXPECT_EQ(range.compare, tool::Compare::within);
     EXPECT_EQ(range.low, -16);
     EXPECT_EQ(range.high, 200);
     EXPECT_EQ(range.margin, 5);
+    const auto& event = std::get<tool::EventCondition>(first.lines[1].expectations[1].what);
+    EXPECT_TRUE(event.comes);
+    EXPECT_EQ(event.number, 0x100001u);
+    EXPECT_EQ(event.module, "prphrl");
+    EXPECT_EQ(event.within, std::chrono::milliseconds(1500));
+    ASSERT_EQ(event.fields.size(), 3u);
+    EXPECT_EQ(event.fields[0].margin, 1);
+    EXPECT_EQ(event.fields[1].compare, tool::Compare::contains);
+    EXPECT_EQ(event.fields[1].expected, "is");
+    EXPECT_EQ(event.fields[2].subject, "bytes");
+    EXPECT_EQ(event.fields[2].expected, "${v}");
+    EXPECT_FALSE(std::get<tool::EventCondition>(first.lines[1].expectations[2].what).comes);
     EXPECT_FALSE(plan.steps[1].stopOnFailure);
     EXPECT_TRUE(plan.steps[1].lines[0].command->isPowerCycle());
     EXPECT_FALSE(plan.steps[1].teardown);
@@ -106,6 +121,30 @@ TEST(PlanParser, NamesEveryProblem) {
         {"expect version matches ((((((((", "is no regular expression"},
         {"keep 1-2 version", "expected: keep NAME OUTPUT"},
         {"keep a banana", "no such output: banana"},
+        {"keep a event.text", "event.text stands behind no \"expect event\""},
+        {"keep a event.colour", "expected event.value, event.text or event.bytes"},
+        {"expect no", "expected: expect [no] event NUMBER"},
+        {"expect event", "expected: expect [no] event NUMBER"},
+        {"expect no version within 1s", "expected: expect [no] event NUMBER"},
+        {"expect event x within 1s", "event \"x\": expected a number from 0 to 0xffffffff"},
+        {"expect event 0x100000000 within 1s", "expected a number from 0 to 0xffffffff"},
+        {"expect event 1", "the time is missing: within TIME"},
+        {"expect no event 1 with text A", "the time is missing: within TIME"},
+        {"expect event 1 within", "within is \"\", expected a time"},
+        {"expect event 1 within 5", "within is \"5\", expected a time"},
+        {"expect event 1 within 1s with text A", "\"with\" is one word too many"},
+        {"expect event 1 2 within 1s", "\"2\": expected of, with or within"},
+        {"expect event 1 of tv within 1s", "of \"tv\": no such module"},
+        {"expect event 1 with colour red within 1s", "with \"colour\": expected value, text or bytes"},
+        {"expect event 1 with text", "the value behind text is missing"},
+        {"expect event 1 with text is", "the value behind is is missing"},
+        {"expect event 1 with text A B within 1s", "\"B\": expected of, with or within"},
+        {"expect event 1 with text ${x} within 1s", "${x} has not been kept before"},
+        {"expect event 1 with text matches [ within 1s", "is no regular expression"},
+        {"expect event 1 with bytes hex:0 within 1s", "half a byte at the end"},
+        {"expect event 1 with value one within 1s", "value \"one\": expected a number"},
+        {"expect event 1 with value in 5 within 1s", "\"5\": expected a range like 100..200"},
+        {"expect event 1 with value in 1..5 margin x within 1s", "margin: expected a number of at least 0"},
     };
     for (const auto& row : expectations) {
         const std::vector<std::string> problems = problemsOf(head + "common_get_fapi_version\n" + row.line + "\n");
@@ -161,6 +200,8 @@ TEST(PlanParser, ChecksWhatStandsBesideAVariable) {
         {"set power-cycle ${v}", "5: set power-cycle: \"${v}\" is one argument too many"},
         {"${v} 1", "5: \"${v}\": expected a name"},
         {"sys_check_file ${v}\nexpect line is x", "6: no such output: line, expected one of status"},
+        {"set power-cycle\nexpect event 1 within 1s", "6: expect stands behind a power cycle, which answers nothing"},
+        {"sys_check_file ${v}\nexpect event 1 within 1s\nkeep v event.none", "7: no such output: event.none"},
         {"set power-cycle\nexpect status 0", "6: expect stands behind a power cycle, which answers nothing"},
         {"set power-cycle\nkeep w status", "6: keep stands behind a power cycle, which answers nothing"},
     };

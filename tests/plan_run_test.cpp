@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
-#include "support/tool_fixture.h"
+#include "support/plan_fixture.h"
 
 namespace {
 
@@ -19,33 +19,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Pair;
 
-class PlanRun : public test::ToolTest {
+class PlanRun : public test::PlanTest {
 protected:
-    // Runs a plan of that text. The verdict of each step, by name and in order.
-    std::vector<std::pair<std::string, std::string>> verdicts(const std::string& strText) {
-        const std::string strPlan = writeFile("test.plan", "plan \"Test\"\n" + strText);
-        _result = fapi({"run", "--report", reports(), strPlan});
-        std::vector<std::pair<std::string, std::string>> found;
-        const nlohmann::json json = report();
-        for (const auto& step : json["steps"]) {
-            found.emplace_back(step["name"], step["verdict"]);
-        }
-        return found;
-    }
-    std::string reports() const { return folder() + "/reports"; }
-    // The newest report.
-    std::string reportFile(const std::string& strEnding) const {
-        std::filesystem::directory_entry newest;
-        for (const auto& entry : std::filesystem::directory_iterator(reports())) {
-            if (entry.path().extension() == strEnding &&
-                (newest.path().empty() || entry.last_write_time() > newest.last_write_time())) {
-                newest = entry;
-            }
-        }
-        return newest.path().string();
-    }
-    nlohmann::json report() const { return nlohmann::json::parse(readFile(reportFile(".json"))); }
-
     // A set with an operation that does not come back: nobody writes to the pipe.
     void makeSetWithPipe() {
         std::filesystem::remove_all(set());
@@ -65,8 +40,6 @@ protected:
         }
         return false;
     }
-
-    test::ProcessResult _result;
 };
 
 TEST_F(PlanRun, TheShippedPlanPasses) {

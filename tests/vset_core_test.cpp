@@ -19,7 +19,7 @@
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
 #include "hw3/hw_sys.h"
-#include "hw3/hw_uart.h"
+#include "hw3/hw_net.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/set_fixture.h"
@@ -239,8 +239,8 @@ TEST_F(VsetPower, ACycleForgetsWhatIsNotInTheFolder) {
 TEST_F(VsetPower, AFamilyWithoutAModelSaysItsName) {
     HW_SYS_Init(nullptr);
     testing::internal::CaptureStderr();
-    EXPECT_EQ(HW_UART_Init(nullptr), HW_ERR_NOT_INITED);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("HW_UART_Init"));
+    EXPECT_EQ(HW_NET_Init(nullptr), HW_ERR_NOT_INITED);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("HW_NET_Init"));
 }
 
 class VsetFolder : public test::SetTest {

@@ -40,6 +40,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pu8Data, std::size_t s
             if (tool::splitWords(line.text()) != line.words) {
                 __builtin_trap();
             }
+            for (const tool::Expectation& expectation : line.expectations) {
+                if (tool::parseExpectation(tool::splitWords(expectation.text)).text != expectation.text) {
+                    __builtin_trap();
+                }
+            }
         }
     }
     return 0;

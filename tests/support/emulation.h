@@ -5,6 +5,16 @@
 
 #include <gtest/gtest.h>
 
+namespace test {
+
+#if defined(FAPI_EMULATED)
+constexpr bool kEmulated = true;
+#else
+constexpr bool kEmulated = false;
+#endif
+
+}  // namespace test
+
 #if defined(FAPI_EMULATED)
 #define SKIP_UNDER_EMULATION() \
     GTEST_SKIP() << "the user-mode emulator may hang with several threads and with forked processes"

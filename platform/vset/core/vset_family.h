@@ -62,6 +62,8 @@ public:
     // The key of an open handle.
     std::optional<std::uint64_t> key(HW_Handle_t hHandle) const;
 
+    const char* family() const { return _pszFamily; }
+
     void closeAll();
     // What a family's DeInit does: the player's handles stay.
     void closeThoseOfTheLibrary();
@@ -100,8 +102,15 @@ public:
 
     // The switch is turned on: forgets everything that is not in the set's folder, then sets the scene.
     void powerOn();
+    // Before that, and before the folder is given back (`bDetach`).
+    virtual void powerOff([[maybe_unused]] bool bDetach) {}
 
     HandleTable& handles() { return _handles; }
+
+    // The set's player opens an instance, and closes it again. `strWhat` names it in the SetError of the person who
+    // asks for what is not possible.
+    void hold(std::uint64_t u64Key, const std::string& strWhat);
+    void release(std::uint64_t u64Key, const std::string& strWhat);
 
 protected:
     // Never called: models live for ever.

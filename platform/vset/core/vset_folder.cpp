@@ -298,6 +298,12 @@ std::string environmentFile(std::uint32_t u32FlashType) {
     return environmentFileIn(loaded.strFolder, u32FlashType);
 }
 
+std::string loadedFolder() {
+    Loaded& loaded = theLoaded();
+    const std::lock_guard<std::mutex> lock(loaded.mutex);
+    return loaded.strFolder;
+}
+
 std::string partitionFile(const std::string& strPartition) {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);

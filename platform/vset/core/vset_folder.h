@@ -33,6 +33,9 @@ void unloadFolder();
 // Throws SetError when no set is attached.
 void requireSet();
 
+// The folder that is loaded, or an empty text.
+std::string loadedFolder();
+
 // A copy of the attached set's configuration, and its replacement in memory and in the folder.
 SetConfig setConfig();
 void storeSetConfig(const SetConfig& stConfig);

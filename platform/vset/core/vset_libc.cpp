@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "serial_lines.h"
 #include "vset_call.h"
 #include "vset_paths.h"
 
@@ -58,9 +59,20 @@ mode_t modeArgument(int s32Flags, va_list arguments) {
     return bHasMode ? va_arg(arguments, mode_t) : 0;
 }
 
+// The set serves a tty from the moment that a program has it open.
+int opened(int s32Fd, const char* pszPath) {
+    const int s32Errno = errno;
+    const int s32Port = s32Fd >= 0 && !vset::areHostPaths() ? vset::serialPortOf(pszPath) : -1;
+    if (s32Port >= 0) {
+        vset::serveTty(static_cast<unsigned int>(s32Port));
+    }
+    errno = s32Errno;
+    return s32Fd;
+}
+
 int openPath(Open* pOpen, const char* pszPath, int s32Flags, mode_t mode) {
     const Path path(pszPath);
-    return path.isLost() ? -1 : pOpen(path.get(), s32Flags, mode);
+    return path.isLost() ? -1 : opened(pOpen(path.get(), s32Flags, mode), pszPath);
 }
 
 }  // namespace
@@ -87,13 +99,13 @@ VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
 VSET_LIBC int __open_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open_2");
     const Path path(pszPath);
-    return path.isLost() ? -1 : pNext(path.get(), s32Flags);
+    return path.isLost() ? -1 : opened(pNext(path.get(), s32Flags), pszPath);
 }
 
 VSET_LIBC int __open64_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open64_2");
     const Path path(pszPath);
-    return path.isLost() ? -1 : pNext(path.get(), s32Flags);
+    return path.isLost() ? -1 : opened(pNext(path.get(), s32Flags), pszPath);
 }
 
 VSET_LIBC FILE* fopen(const char* pszPath, const char* pszMode) {

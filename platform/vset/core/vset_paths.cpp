@@ -2,7 +2,7 @@
 // The one rule that leads the set's absolute paths into the tree of its folder.
 #include "vset_paths.h"
 
-#include <cctype>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
@@ -47,11 +47,12 @@ bool isAtOrBelow(const std::string& strPath, const char* pszFolder) {
     return strPath.compare(0, length, pszFolder) == 0 && (strPath.size() == length || strPath[length] == '/');
 }
 
+constexpr char kSerialPort[] = "/dev/ttyS";
+constexpr std::size_t kSerialPortLength = sizeof(kSerialPort) - 1;
+
 bool isSerialPort(const std::string& strPath) {
-    constexpr char kPort[] = "/dev/ttyS";
-    constexpr std::size_t kLength = sizeof(kPort) - 1;
-    return strPath.compare(0, kLength, kPort) == 0 && strPath.size() > kLength &&
-           strPath.find_first_not_of("0123456789", kLength) == std::string::npos;
+    return strPath.compare(0, kSerialPortLength, kSerialPort) == 0 && strPath.size() > kSerialPortLength &&
+           strPath.find_first_not_of("0123456789", kSerialPortLength) == std::string::npos;
 }
 
 bool isServedNormalised(const std::string& strPath) {
@@ -73,6 +74,11 @@ void setTree(const std::string& strTree) {
 
 bool isServed(const char* pszPath) {
     return pszPath != nullptr && *pszPath == '/' && isServedNormalised(normalise(pszPath));
+}
+
+int serialPortOf(const char* pszPath) {
+    const std::string strPath = isServed(pszPath) ? normalise(pszPath) : "";
+    return isSerialPort(strPath) ? std::atoi(strPath.c_str() + kSerialPortLength) : -1;
 }
 
 const char* toHost(const char* pszPath, std::string& strBuffer) {

@@ -14,6 +14,9 @@ void setTree(const std::string& strTree);
 // /dev/ttyS<n>.
 bool isServed(const char* pszPath);
 
+// The number of a /dev/ttyS<n>, or -1.
+int serialPortOf(const char* pszPath);
+
 // The path to hand to the host for `pszPath`: itself, or one in `strBuffer` below the set's tree.
 const char* toHost(const char* pszPath, std::string& strBuffer);
 

@@ -54,6 +54,12 @@ int lockFolder(const std::string& strFolder) {
     return s32Lock;
 }
 
+void switchOff(Power& power, bool bDetach) {
+    for (FamilyModel* pFamily : power.families) {
+        pFamily->powerOff(bDetach);
+    }
+}
+
 void switchOn(Power& power) {
     power.bSystemInitialised = false;
     countBoot();
@@ -64,6 +70,7 @@ void switchOn(Power& power) {
 
 void giveBack(Power& power) {
     power.bOn = false;
+    switchOff(power, true);
     if (power.s32Lock >= 0) {
         close(power.s32Lock);
     }
@@ -117,6 +124,25 @@ HW_Result_t FamilyModel::markInitialised() {
 
 HW_Result_t FamilyModel::readiness() const {
     return systemReadiness() == HW_OK && _bInitialised ? HW_OK : HW_ERR_NOT_INITED;
+}
+
+void FamilyModel::hold(std::uint64_t u64Key, const std::string& strWhat) {
+    HW_Handle_t hHandle = HW_HANDLE_NONE;
+    if (_handles.open(u64Key, &hHandle, true) != HW_OK) {
+        throw SetError(strWhat + ": is open already");
+    }
+}
+
+void FamilyModel::release(std::uint64_t u64Key, const std::string& strWhat) {
+    std::vector<OpenHandle> handles;
+    _handles.list(handles);
+    for (const OpenHandle& stHandle : handles) {
+        if (stHandle.u64Key == u64Key && stHandle.bPlayer) {
+            _handles.close(stHandle.u32Handle);
+            return;
+        }
+    }
+    throw SetError(strWhat + ": the player does not hold it");
 }
 
 HW_Result_t systemReadiness() {
@@ -186,6 +212,7 @@ void powerCycle() {
         throw SetError("no set is attached");
     }
     const HostPaths hostPaths;
+    switchOff(power, false);
     switchOn(power);
 }
 
@@ -195,6 +222,15 @@ std::vector<OpenHandle> openHandles() {
         pFamily->handles().list(handles);
     }
     return handles;
+}
+
+bool isInitialised(const std::string& strFamily) {
+    for (FamilyModel* pFamily : thePower().families) {
+        if (strFamily == pFamily->handles().family()) {
+            return pFamily->isInitialised();
+        }
+    }
+    throw SetError(strFamily + ": no such family");
 }
 
 }  // namespace vset

@@ -81,23 +81,12 @@ void requireFlash(std::uint32_t u32FlashType) {
 
 void flash::hold(std::uint32_t u32FlashType) {
     requireFlash(u32FlashType);
-    HW_Handle_t hFlash = HW_HANDLE_NONE;
-    if (flashModel.handles().open(u32FlashType, &hFlash, true) != HW_OK) {
-        throw SetError("flash type " + std::to_string(u32FlashType) + ": is open already");
-    }
+    flashModel.hold(u32FlashType, "flash type " + std::to_string(u32FlashType));
 }
 
 void flash::release(std::uint32_t u32FlashType) {
     requireFlash(u32FlashType);
-    std::vector<OpenHandle> handles;
-    flashModel.handles().list(handles);
-    for (const OpenHandle& stHandle : handles) {
-        if (stHandle.u64Key == u32FlashType && stHandle.bPlayer) {
-            flashModel.handles().close(stHandle.u32Handle);
-            return;
-        }
-    }
-    throw SetError("flash type " + std::to_string(u32FlashType) + ": the player does not hold it");
+    flashModel.release(u32FlashType, "flash type " + std::to_string(u32FlashType));
 }
 
 }  // namespace vset

@@ -17,7 +17,6 @@
 #include "hw3/hw_sar.h"
 #include "hw3/hw_sys.h"
 #include "hw3/hw_tuner.h"
-#include "hw3/hw_uart.h"
 #include "hw3/hw_video.h"
 #include "hw3/hw_wdt.h"
 #include "vset_call.h"
@@ -36,13 +35,8 @@ HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t*, HW_Handle_t*) { retur
 HW_Result_t HW_WDT_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_WDT_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
 
-// Power management and LEDs
-HW_Result_t HW_PM_Init(const HW_PM_InitParams_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PM_GetHandle(const HW_PM_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PM_Open(const HW_PM_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PM_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
+// Clock
 HW_Result_t HW_PM_GetRtcTime(HW_Handle_t, HW_U32*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PM_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
 
 // Audio
 HW_Result_t HW_AUDIO_Init(const HW_AUDIO_InitParams_t*) { return vset::unmodelled(__func__); }
@@ -62,19 +56,6 @@ HW_Result_t HW_AOUT_SetVolume(HW_Handle_t, HW_U32, HW_U8) { return vset::unmodel
 HW_Result_t HW_AOUT_GetVolume(HW_Handle_t, HW_U32, HW_U8*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_AOUT_LoadAqParams(HW_Handle_t, const HW_AOUT_AqParams_t*) { return vset::unmodelled(__func__); }
 
-// Serial ports
-HW_Result_t HW_UART_Init(const HW_UART_InitParams_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_GetHandle(const HW_UART_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_Open(const HW_UART_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_RegisterCallback(HW_Handle_t, const HW_UART_CallbackParams_t*, HW_U32*)
-    { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t, const HW_UART_CallbackParams_t*)
-    { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_SetBaudrate(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_Write(HW_Handle_t, const HW_UART_WriteParams_t*, HW_U32*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_UART_PutChar(HW_Handle_t, HW_U8) { return vset::unmodelled(__func__); }
-
 // Keypad and ADC
 HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
@@ -87,7 +68,6 @@ HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t, const HW_SAR_CallbackParams_t
     { return vset::unmodelled(__func__); }
 
 // Two-wire buses
-HW_Result_t HW_IIC_Init(const HW_IIC_InitParams_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_IIC_GetHandle(const HW_IIC_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_IIC_Open(const HW_IIC_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_IIC_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
@@ -104,12 +84,9 @@ HW_Result_t HW_GPIO_SetOutput(HW_Handle_t, HW_U32) { return vset::unmodelled(__f
 HW_Result_t HW_GPIO_GetInput(HW_Handle_t, HW_U8*, HW_U8*) { return vset::unmodelled(__func__); }
 
 // Remote control
-HW_Result_t HW_IR_Init(const HW_IR_InitParams_t*) { return vset::unmodelled(__func__); }
 
 // External inputs
-HW_Result_t HW_EXTIN_Init(const HW_EXTIN_InitParams_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_DeInit() { return vset::unmodelled(__func__); }
-HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
@@ -122,7 +99,6 @@ HW_Result_t HW_EXTIN_FactorySetAttr(HW_Handle_t, HW_U32, const void*) { return v
 HW_Result_t HW_EXTIN_FactoryGetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
 
 // CEC
-HW_Result_t HW_CEC_Init(const HW_CEC_InitParams_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_CEC_GetHandle(const HW_CEC_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_CEC_Open(const HW_CEC_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_CEC_Close(HW_Handle_t) { return vset::unmodelled(__func__); }

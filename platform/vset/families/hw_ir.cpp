@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Remote control: initialisation.
+#include "hw3/hw_ir.h"
+
+#include "vset_call.h"
+#include "vset_family.h"
+
+namespace {
+
+class IrModel : public vset::FamilyModel {
+public:
+    IrModel() : FamilyModel(vset::FamilyId::ir, "HW_IR") {}
+};
+IrModel& model = *new IrModel;
+
+}  // namespace
+
+HW_Result_t HW_IR_Init(const HW_IR_InitParams_t* pstParams) {
+    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+        if (pstParams != nullptr && pstParams->u32Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        return model.initialise();
+    });
+}

@@ -1,0 +1,352 @@
+// SPDX-License-Identifier: Apache-2.0
+// Serial ports.
+#include "hw3/hw_uart.h"
+
+#include <algorithm>
+#include <array>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "serial_lines.h"
+#include "vset/uart.h"
+#include "vset_call.h"
+#include "vset_family.h"
+#include "vset_folder.h"
+
+namespace vset {
+
+namespace {
+
+// Bytes that wait for a callback; more are dropped.
+constexpr std::size_t kQueueSize = 65536;
+constexpr std::size_t kBatch = 4096;
+
+// A port's way from the line to the callback.
+class Receiver {
+public:
+    void receive(std::string_view bytes) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        const std::size_t fitting = std::min(bytes.size(), kQueueSize - std::min(kQueueSize, _waiting.size()));
+        _waiting.insert(_waiting.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(fitting));
+        _u64Received += bytes.size();
+        _u64Dropped += bytes.size() - fitting;
+        _changed.notify_all();
+    }
+
+    void count(std::size_t received, std::size_t dropped) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _u64Received += received;
+        _u64Dropped += dropped;
+    }
+
+    // A former registration is replaced.
+    void enlist(HW_UART_EventCallback_t pfnCallback, HW_Handle_t hUart) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _pfnCallback = pfnCallback;
+        _hUart = hUart;
+        _u64Registration = ++_u64Registrations;
+        if (!_bThread) {
+            _bThread = true;
+            std::thread([this] { deliverForEver(); }).detach();
+        }
+        _changed.notify_all();
+    }
+
+    // Ends the registration, and returns when no callback of it runs or will start. Inside the callback that would be
+    // never: HW_ERR_BUSY, and it stays, unless it is to end `bAnyway`.
+    HW_Result_t discharge(bool bAnyway) {
+        std::unique_lock<std::mutex> lock(_mutex);
+        const bool bInside = _deliverer == std::this_thread::get_id();
+        if (_u64Registration == 0) {
+            return HW_ERR_FAILED;
+        }
+        if (bInside && !bAnyway) {
+            return HW_ERR_BUSY;
+        }
+        _u64Registration = 0;
+        if (!bInside) {
+            _changed.wait(lock, [this] { return _deliverer == std::thread::id(); });
+        }
+        return HW_OK;
+    }
+
+    // As after switching on.
+    void reset() {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _waiting.clear();
+        _u64Received = _u64Dropped = 0;
+        _u64Refused = 0;
+    }
+
+    void describe(uart::Port& stPort) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        stPort.bCallback = _u64Registration != 0;
+        stPort.u32Waiting = static_cast<unsigned int>(_waiting.size() + _inHand);
+        stPort.u64Received = _u64Received;
+        stPort.u64Dropped = _u64Dropped;
+        stPort.u64Refused = _u64Refused;
+    }
+
+private:
+    [[noreturn]] void deliverForEver() {
+        std::unique_lock<std::mutex> lock(_mutex);
+        for (;;) {
+            _changed.wait(lock, [this] { return _u64Registration != 0 && !_waiting.empty(); });
+            const auto end = _waiting.begin() + static_cast<std::ptrdiff_t>(std::min(_waiting.size(), kBatch));
+            std::vector<HW_U8> batch(_waiting.begin(), end);
+            _waiting.erase(_waiting.begin(), end);
+            const std::uint64_t u64Registration = _u64Registration;
+            const HW_UART_EventCallback_t pfnCallback = _pfnCallback;
+            const HW_Handle_t hUart = _hUart;
+            _deliverer = std::this_thread::get_id();
+            _inHand = batch.size();
+            lock.unlock();
+            std::size_t delivered = 0;
+            for (; delivered < batch.size() && _u64Registration == u64Registration; ++delivered, --_inHand) {
+                if (pfnCallback(hUart, HW_UART_EVENT_RX_CHAR, &batch[delivered]) != HW_OK) {
+                    ++_u64Refused;
+                }
+            }
+            lock.lock();
+            // What the registration did not see is the next one's.
+            _waiting.insert(_waiting.begin(), batch.begin() + static_cast<std::ptrdiff_t>(delivered), batch.end());
+            _inHand = 0;
+            _deliverer = std::thread::id();
+            _changed.notify_all();
+        }
+    }
+
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    std::deque<HW_U8> _waiting;
+    std::uint64_t _u64Received = 0;
+    std::uint64_t _u64Dropped = 0;
+    std::atomic<std::uint64_t> _u64Refused{0};
+    std::atomic<std::size_t> _inHand{0};
+    HW_UART_EventCallback_t _pfnCallback = nullptr;
+    HW_Handle_t _hUart = HW_HANDLE_NONE;
+    std::atomic<std::uint64_t> _u64Registration{0};  // 0: nobody is registered
+    std::uint64_t _u64Registrations = 0;
+    bool _bThread = false;
+    std::thread::id _deliverer;  // while it is among callbacks
+};
+
+struct Settings {
+    std::atomic<HW_U32> u32BaudRate{0};
+    std::atomic<HW_U32> u32DeviceType{0};
+};
+
+// The key of a handle is its port.
+class UartModel : public FamilyModel {
+public:
+    UartModel() : FamilyModel(FamilyId::uart, "HW_UART") {}
+
+    // The port of an open handle.
+    std::optional<unsigned int> portOf(HW_Handle_t hUart) {
+        const std::optional<std::uint64_t> key = handles().key(hUart);
+        return key ? std::optional<unsigned int>(static_cast<unsigned int>(*key)) : std::nullopt;
+    }
+
+    std::array<Receiver, uart::kPorts> receivers;
+    std::array<Settings, uart::kPorts> settings;
+
+protected:
+    void powerOff(bool bDetach) override {
+        for (Receiver& receiver : receivers) {
+            receiver.discharge(true);
+        }
+        if (bDetach) {
+            removeSerialLines();
+        }
+    }
+    void reset() override {
+        for (unsigned int i = 0; i < uart::kPorts; ++i) {
+            receivers[i].reset();
+            settings[i].u32BaudRate = 0;
+            settings[i].u32DeviceType = 0;
+        }
+        switchOnSerialLines(loadedFolder());
+    }
+};
+UartModel& model = *new UartModel;
+
+void requirePort(unsigned int u32Port) {
+    requireSet();
+    if (u32Port >= uart::kPorts) {
+        throw SetError("serial port " + std::to_string(u32Port) + ": there are only " + std::to_string(uart::kPorts));
+    }
+}
+
+}  // namespace
+
+void receiveAtPort(unsigned int u32Port, std::string_view bytes) {
+    model.receivers[u32Port].receive(bytes);
+}
+
+void countAtPort(unsigned int u32Port, std::size_t received, std::size_t dropped) {
+    model.receivers[u32Port].count(received, dropped);
+}
+
+}  // namespace vset
+
+using vset::model;
+
+HW_Result_t HW_UART_Init(const HW_UART_InitParams_t* pstParams) {
+    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+        if (pstParams != nullptr && pstParams->u32Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        return model.initialise();
+    });
+}
+
+HW_Result_t HW_UART_GetHandle(const HW_UART_HandleParams_t* pstParams, HW_Handle_t* phUart) {
+    const auto port = vset::member("port", pstParams, &HW_UART_HandleParams_t::u32PortType);
+    return vset::call(__func__, {port}, [&]() -> HW_Result_t {
+        if (pstParams == nullptr || phUart == nullptr || pstParams->u32PortType > E_HW_UART_PORT_4) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        const HW_Result_t result = model.readiness();
+        return result == HW_OK ? model.handles().find(pstParams->u32PortType, phUart) : result;
+    });
+}
+
+HW_Result_t HW_UART_Open(const HW_UART_OpenParams_t* pstParams, HW_Handle_t* phUart) {
+    const auto port = vset::member("port", pstParams, &HW_UART_OpenParams_t::u32PortType);
+    const auto device = vset::member("device", pstParams, &HW_UART_OpenParams_t::u32DeviceType);
+    const auto baud = vset::member("baud", pstParams, &HW_UART_OpenParams_t::u32BaudRate);
+    return vset::call(__func__, {port, device, baud}, [&]() -> HW_Result_t {
+        if (pstParams == nullptr || phUart == nullptr || pstParams->u32PortType > E_HW_UART_PORT_4 ||
+            pstParams->u32DeviceType > E_HW_UART_DEVICE_LAST || pstParams->u32BaudRate > E_HW_UART_BAUD_115200 ||
+            std::any_of(std::begin(pstParams->au8Reserved), std::end(pstParams->au8Reserved),
+                        [](HW_U8 u8Byte) { return u8Byte != 0; })) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        HW_Result_t result = model.readiness();
+        if (result == HW_OK) {
+            result = model.handles().open(pstParams->u32PortType, phUart);
+        }
+        if (result == HW_OK) {
+            model.settings[pstParams->u32PortType].u32BaudRate = pstParams->u32BaudRate;
+            model.settings[pstParams->u32PortType].u32DeviceType = pstParams->u32DeviceType;
+        }
+        return result;
+    });
+}
+
+HW_Result_t HW_UART_Close(HW_Handle_t hUart) {
+    return vset::call(__func__, {{"handle", hUart}}, [&]() -> HW_Result_t {
+        const auto port = model.portOf(hUart);
+        const HW_Result_t result = model.handles().close(hUart);
+        if (result == HW_OK && port) {
+            model.receivers[*port].discharge(true);
+        }
+        return result;
+    });
+}
+
+HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackParams_t* pstParams, HW_U32* pu32Out) {
+    const auto mask = vset::member("mask", pstParams, &HW_UART_CallbackParams_t::u32EventMask);
+    return vset::call(__func__, {{"handle", hUart}, mask}, [&]() -> HW_Result_t {
+        const auto port = model.portOf(hUart);
+        if (!port) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        if (pstParams == nullptr || pu32Out == nullptr || pstParams->pfnCallback == nullptr ||
+            (pstParams->u32EventMask & HW_UART_EVENT_RX_CHAR) == 0 || pstParams->u32Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        vset::startSerialThread();
+        model.receivers[*port].enlist(pstParams->pfnCallback, hUart);
+        *pu32Out = pstParams->u32EventMask;
+        return HW_OK;
+    });
+}
+
+HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackParams_t* pstParams) {
+    const auto mask = vset::member("mask", pstParams, &HW_UART_CallbackParams_t::u32EventMask);
+    return vset::call(__func__, {{"handle", hUart}, mask}, [&]() -> HW_Result_t {
+        const auto port = model.portOf(hUart);
+        if (!port) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        if (pstParams == nullptr || (pstParams->u32EventMask & HW_UART_EVENT_RX_CHAR) == 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        return model.receivers[*port].discharge(false);
+    });
+}
+
+HW_Result_t HW_UART_SetBaudrate(HW_Handle_t hUart, HW_U32 u32BaudRate) {
+    return vset::call(__func__, {{"handle", hUart}, {"baud", u32BaudRate}}, [&]() -> HW_Result_t {
+        const auto port = model.portOf(hUart);
+        if (!port) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        if (u32BaudRate > E_HW_UART_BAUD_115200) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        model.settings[*port].u32BaudRate = u32BaudRate;
+        return HW_OK;
+    });
+}
+
+HW_Result_t HW_UART_Write(HW_Handle_t hUart, const HW_UART_WriteParams_t* pstParams, HW_U32* pu32Written) {
+    const auto length = vset::member("length", pstParams, &HW_UART_WriteParams_t::u32Length);
+    return vset::call(__func__, {{"handle", hUart}, length}, [&]() -> HW_Result_t {
+        const auto port = model.portOf(hUart);
+        if (!port) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        if (pstParams == nullptr || pstParams->pu8Data == nullptr || pstParams->u32Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        vset::transmit(*port, {reinterpret_cast<const char*>(pstParams->pu8Data), pstParams->u32Length});
+        if (pu32Written != nullptr) {
+            *pu32Written = pstParams->u32Length;
+        }
+        return HW_OK;
+    });
+}
+
+HW_Result_t HW_UART_PutChar(HW_Handle_t hUart, HW_U8 u8Char) {
+    return vset::call(__func__, {{"handle", hUart}, {"char", u8Char}}, [&]() -> HW_Result_t {
+        const auto port = model.portOf(hUart);
+        if (!port) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        vset::transmit(*port, {reinterpret_cast<const char*>(&u8Char), 1});
+        return HW_OK;
+    });
+}
+
+vset::uart::Port vset::uart::port(unsigned int u32Port) {
+    requirePort(u32Port);
+    Port stPort;
+    std::vector<OpenHandle> handles;
+    model.handles().list(handles);
+    for (const OpenHandle& stHandle : handles) {
+        if (stHandle.u64Key == u32Port) {
+            stPort.bOpen = true;
+            stPort.bPlayer = stHandle.bPlayer;
+        }
+    }
+    stPort.bTtyOpen = isTtyOpen(u32Port);
+    stPort.u32BaudRate = model.settings[u32Port].u32BaudRate;
+    stPort.u32DeviceType = model.settings[u32Port].u32DeviceType;
+    model.receivers[u32Port].describe(stPort);
+    return stPort;
+}
+
+void vset::uart::hold(unsigned int u32Port) {
+    requirePort(u32Port);
+    model.hold(u32Port, "serial port");
+}
+
+void vset::uart::release(unsigned int u32Port) {
+    requirePort(u32Port);
+    model.receivers[u32Port].discharge(true);
+    model.release(u32Port, "serial port");
+}

@@ -1,0 +1,461 @@
+// SPDX-License-Identifier: Apache-2.0
+// The standard factory link: messages from a tty.
+#include <atomic>
+#include <future>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "support/descriptors.h"
+#include "support/log_capture.h"
+#include "support/serial_fixture.h"
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using Config = fapi_core::VexTvFApiStdFactoryUartConfig;
+using test::Event;
+using test::kBaud115200;
+using namespace std::chrono_literals;
+
+constexpr Config kRead = fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ;
+constexpr Config kWrite = fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_WRITE;
+constexpr Config kReadWrite = fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ_WRITE;
+
+int start(Config config = kReadWrite, signed char port = 0) {
+    return a_vextvfapi_prphrl_std_factory_uart_start(kBaud115200, port, config);
+}
+
+int configure(int mode, int semicolon, unsigned int size) {
+    return a_vextvfapi_prphrl_std_factory_uart_custom_config(static_cast<signed char>(mode),
+                                                             static_cast<unsigned char>(semicolon), size);
+}
+
+bool isThreadRunning(const std::string& strName) {
+    // Threads come and go meanwhile.
+    std::error_code error;
+    for (std::filesystem::directory_iterator task("/proc/self/task", error), end; !error && task != end;
+         task.increment(error)) {
+        if (test::readFile(task->path().string() + "/comm") == strName + "\n") {
+            return true;
+        }
+    }
+    return false;
+}
+
+class StdFactoryUart : public test::SerialTest {
+protected:
+    void SetUp() override {
+        SKIP_UNDER_EMULATION();
+        SerialTest::SetUp();
+    }
+    void TearDown() override {
+        if (!IsSkipped()) {
+            if (_bStop) {
+                a_vextvfapi_prphrl_std_factory_uart_stop();
+            }
+            SerialTest::TearDown();
+        }
+    }
+
+    // Already done by the test, or of no use.
+    void stopIsDone() { _bStop = false; }
+
+private:
+    bool _bStop = true;
+};
+
+TEST_F(StdFactoryUart, LinesBecomeEvents) {
+    test::Events events;
+    ASSERT_EQ(start(), 0);
+    vset::uart::type(0, std::string("AB\r\nC\0D\n\nE", 10));
+    EXPECT_THAT(events.wait(2), ElementsAre(Event{test::kUartData, 0, "", "AB"},
+                                            Event{test::kUartData, 0, "", std::string("C\0D", 3)}));
+    vset::uart::type(0, "F\r");
+    EXPECT_THAT(events.data(3), ElementsAre("AB", std::string("C\0D", 3), "EF"));
+    EXPECT_TRUE(isThreadRunning("StdFactoryUart_"));
+}
+
+// All modes on one running link, each change while bytes of the mode before may still be held.
+TEST_F(StdFactoryUart, ModesChangeWhileItRuns) {
+    test::Events events;
+    ASSERT_EQ(start(), 0);
+    EXPECT_EQ(configure(1, 'x', 4), 0);
+    // The new limit holds from the next read on.
+    std::this_thread::sleep_for(700ms);
+    vset::uart::type(0, "abcd\r\nghij");
+    EXPECT_THAT(events.data(2), ElementsAre("abcd", "\r\ngh"));
+    // What is held goes out before the limit changes.
+    EXPECT_EQ(configure(2, ';', 8), 0);
+    EXPECT_THAT(events.data(3), ElementsAre("abcd", "\r\ngh", "ij"));
+    events.clear();
+    std::this_thread::sleep_for(1200ms);
+    vset::uart::type(0, "A\nB;;12345678;z;");
+    EXPECT_THAT(events.data(3), ElementsAre("A\nB", "12345678", "z"));
+    EXPECT_EQ(configure(3, 0, 0), 0);
+    std::this_thread::sleep_for(700ms);
+    events.clear();
+    vset::uart::type(0, "0123456789");
+    EXPECT_EQ(events.data(10).size(), 10u);
+    // A negative mode cuts by size; a size of 0 keeps the limit.
+    EXPECT_EQ(configure(-1, 0, 3), 0);
+    EXPECT_EQ(configure(-1, 0, 0), 0);
+    std::this_thread::sleep_for(700ms);
+    events.clear();
+    vset::uart::type(0, "a\rbcde");
+    EXPECT_THAT(events.data(2), ElementsAre("a\rb", "cde"));
+}
+
+TEST_F(StdFactoryUart, ConfiguresOnlyWhatMakesSense) {
+    std::string log = test::logOf([] { EXPECT_EQ(configure(0, 0, 0), -1); });
+    EXPECT_THAT(log, testing::ContainsRegex(
+                         "\033\\[31m \\[std_factory_uart_custom_config\\] start factory uart error: [0-9]+\033\\[m"));
+    ASSERT_EQ(start(), 0);
+    constexpr char kPrefix[] =
+        "VexTvFApiPeripheral(imp) [I] <a_vextvfapi_prphrl_std_factory_uart_custom_config> "
+        "[std_factory_uart_custom_config] ";
+    const auto logOf = [](int mode, int semicolon, unsigned int size) {
+        const std::string all = test::logOf([&] { EXPECT_EQ(configure(mode, semicolon, size), mode > 3 ? -1 : 0); });
+        // Without the lines of the link's thread.
+        std::string own;
+        for (std::size_t i = 0; i < all.size();) {
+            const std::size_t end = std::min(all.find("\n\n", i), all.size());
+            const std::string line = all.substr(i, end - i);
+            own += line.find("custom_config") != std::string::npos ? line + "\n\n" : "";
+            i = end + 2;
+        }
+        return own;
+    };
+    EXPECT_THAT(logOf(4, 0, 0), HasSubstr("\033[31m [std_factory_uart_custom_config] Invalid UART mode!\033[m\n\n"));
+    EXPECT_EQ(logOf(2, ';', 16), std::string(kPrefix) + "set to mode: 2\n\n" + kPrefix +
+                                     "set custom semicolon: 0x3b\n\n" + kPrefix + "u32TargetBufferLimit: 16\n\n");
+    EXPECT_EQ(logOf(1, ';', 0), std::string(kPrefix) + "set to mode: 1\n\n" + kPrefix +
+                                    "restore custom semicolon: 0x0d\n\n" + kPrefix + "u32TargetBufferLimit: 16\n\n");
+    EXPECT_THAT(logOf(1, 0, 0x40001), AllOf(HasSubstr("customized buffer size is larger than "
+                                                      "UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE!\n\n"),
+                                            HasSubstr("u32TargetBufferLimit: 262144\n\n")));
+    EXPECT_THAT(logOf(1, 0, 0x40000), testing::Not(HasSubstr("larger")));
+    EXPECT_THAT(logOf(3, 0, 99), HasSubstr("u32TargetBufferLimit: 0\n\n"));
+    EXPECT_THAT(logOf(0, 0, 99), HasSubstr("u32TargetBufferLimit: 262144\n\n"));
+}
+
+// Terminator and limit are put back, the mode is not.
+TEST_F(StdFactoryUart, ARestartKeepsTheMode) {
+    test::Events events;
+    ASSERT_EQ(start(), 0);
+    EXPECT_EQ(configure(2, ';', 3), 0);
+    EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
+    ASSERT_EQ(start(), 0);
+    vset::uart::type(0, "ab;cd\nef\rg");
+    EXPECT_THAT(events.data(1), ElementsAre("ab;cd\nef"));
+}
+
+TEST_F(StdFactoryUart, ReadsTheOtherTty) {
+    test::Events events;
+    ASSERT_EQ(start(kRead, 1), 0);
+    vset::uart::type(1, "one\r");
+    vset::uart::type(0, "not here\r");
+    EXPECT_THAT(events.data(1), ElementsAre("one"));
+    ASSERT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), 0);
+    vset::uart::type(0, "moved\r");
+    EXPECT_THAT(events.data(2), ElementsAre("one", "moved"));
+}
+
+TEST_F(StdFactoryUart, NoByteIsLost) {
+    test::Events events;
+    ASSERT_EQ(start(), 0);
+    std::string typed;
+    std::vector<std::string> lines;
+    for (int i = 0; i < 20000; ++i) {
+        lines.push_back("line " + std::to_string(i) + std::string(static_cast<std::size_t>(i % 50), '.'));
+        typed += lines.back() + "\n";
+    }
+    vset::uart::type(0, typed);
+    EXPECT_EQ(events.data(lines.size(), 60s), lines);
+}
+
+TEST_F(StdFactoryUart, WritesBytesAsTheyAre) {
+    const unsigned char data[] = {'O', 'K', '\n', 0, 0xFF};
+    std::string log = test::logOf([&] {
+        EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_write(data, 5), -1) << "not started";
+        EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_write(nullptr, 5), -1);
+        EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_write(data, 0), -1);
+    });
+    EXPECT_THAT(log, AllOf(HasSubstr("\033[31m [write_std_factory_uart] start factory uart error: "),
+                           HasSubstr("\033[31m [write_std_factory_uart] parameter error: ")));
+    ASSERT_EQ(start(), 0);
+    EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_write(data, 5), 0);
+    EXPECT_TRUE(test::eventually([] { return vset::uart::sent(0) == std::string("OK\n\0\xFF", 5); }));
+}
+
+// A read-only tty refuses what is written, which the link does not look at.
+TEST_F(StdFactoryUart, AReadOnlyLinkSendsNothing) {
+    ASSERT_EQ(start(kRead), 0);
+    const unsigned char data[] = {'x'};
+    EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_write(data, 1), 0);
+    EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("x"), -1);
+    std::this_thread::sleep_for(50ms);
+    EXPECT_THAT(vset::uart::sent(0), IsEmpty());
+}
+
+TEST_F(StdFactoryUart, WhatCannotStartLeavesTheNextStartFree) {
+    struct Failure {
+        const char* name;
+        int baudrate, port;
+        unsigned int config;
+        const char* log;
+    };
+    const int before = test::openDescriptors();
+    for (const Failure& failure :
+         {Failure{"baud 5", 5, 0, 2, "[std_factory_uart] Invalid baudrate!\n\n"},
+          Failure{"baud -1", -1, 0, 2, "[std_factory_uart] Invalid baudrate!\n\n"},
+          Failure{"port 2", 4, 2, 2, "[std_factory_uart] Invalid port!\n\n"},
+          Failure{"port -1", 4, -1, 2, "[std_factory_uart] Invalid port!\n\n"},
+          Failure{"config 3", 4, 0, 3, "[STD UART] Invalid STD factory uart config\n\n"},
+          Failure{"config, largest", 4, 1, ~0u, "[std_factory_uart] start FactoryUart FAIL!\n\n"}}) {
+        int status = 0;
+        const std::string log = test::logOf([&] {
+            status = a_vextvfapi_prphrl_std_factory_uart_start(static_cast<signed char>(failure.baudrate),
+                                                               static_cast<signed char>(failure.port),
+                                                               static_cast<Config>(failure.config));
+        });
+        EXPECT_EQ(status, -1) << failure.name;
+        EXPECT_THAT(log, HasSubstr(failure.log)) << failure.name;
+    }
+    for (const auto& [from, log] : {std::pair{1u, "_pu8UartDataBuffer allocate memory failed\n\n"},
+                                    std::pair{2u, "_pu8UartCbBuff allocate memory failed\n\n"}}) {
+        // A start that fails early has freed both buffers.
+        EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_start(5, 0, kRead), -1);
+        vset::inject({vset::kAllocation, 0, from});
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(start(), -1); }), HasSubstr(log));
+    }
+    EXPECT_EQ(test::openDescriptors(), before);
+    test::Events events;
+    ASSERT_EQ(start(), 0);
+    vset::uart::type(0, "works\n");
+    EXPECT_THAT(events.data(1), ElementsAre("works"));
+}
+
+TEST_F(StdFactoryUart, ATtyThatCannotBeHad) {
+    const std::string tty = vset::hostPath("/dev/ttyS1");
+    const int before = test::openDescriptors();
+    std::filesystem::remove(tty);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(start(kReadWrite, 1), -1); }),
+                HasSubstr("[STD UART]error 2 opening /dev/ttyS1: No such file or directory\n\n"));
+    test::writeFile(tty, "no tty");
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(start(kReadWrite, 1), -1); }),
+                AllOf(HasSubstr("[STD UART]error 25 from tcgetattr\n\n"),
+                      HasSubstr("[std_factory_uart] start FactoryUart FAIL!\n\n")));
+    EXPECT_EQ(test::openDescriptors(), before);
+    EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("x"), -1) << "nothing is open";
+    ASSERT_EQ(start(kReadWrite, 0), 0);
+}
+
+// Reads end at once from then on: the link waits without burning the processor, stops, and starts anew.
+TEST_F(StdFactoryUart, ATtyThatGoesAwayWhileReading) {
+    test::Events events;
+    ASSERT_EQ(start(), 0);
+    vset::uart::type(0, "before\n");
+    events.wait(1);
+    vset::uart::hangUp(0);
+    const double used = test::processorSeconds();
+    std::this_thread::sleep_for(500ms);
+    EXPECT_LT(test::processorSeconds() - used, 0.1);
+    EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
+    ASSERT_EQ(start(), 0);
+    vset::uart::type(0, "after\n");
+    EXPECT_THAT(events.data(2), ElementsAre("before", "after"));
+}
+
+TEST_F(StdFactoryUart, StopsWhenItIsSilentOrIdle) {
+    stopIsDone();
+    const int before = test::openDescriptors();
+    const std::string log = test::logOf([] {
+        ASSERT_EQ(start(), 0);
+        EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
+    });
+    EXPECT_THAT(log, AllOf(HasSubstr("[STD UART]STD factory uart config: READ and WRITE\n\n"),
+                           HasSubstr("[STD UART]Port /dev/ttyS0 opened.\n\n"),
+                           HasSubstr("Waitting for stdFactoryUartMonitor task exit...\n\n"),
+                           HasSubstr("[std_factory_uart] close fd\n\n"),
+                           HasSubstr("stdFactoryUartMonitor task stopped...\n\n")));
+    EXPECT_EQ(test::openDescriptors(), before);
+    EXPECT_FALSE(isThreadRunning("StdFactoryUart_"));
+    char byte = 'x';
+    EXPECT_EQ(_a_vextvfapi_prphrl_uartWrite(&byte, 1), -1);
+    EXPECT_EQ(_a_vextvfapi_prphrl_uartRead(&byte, 1), -1);
+    EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr(nullptr), -1);
+
+    const double idle = test::secondsOf([] { EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0); });
+    EXPECT_GE(idle, 1.0);
+    EXPECT_LT(idle, 1.9);
+}
+
+TEST_F(StdFactoryUart, AStopWaitsForACallbackThatTakesLong) {
+    stopIsDone();
+    test::Events events;
+    events.onEvent([](const Event&) { std::this_thread::sleep_for(1500ms); });
+    ASSERT_EQ(start(), 0);
+    vset::uart::type(0, "slow\n");
+    events.wait(1);
+    const double seconds = test::secondsOf([] { EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0); });
+    EXPECT_GT(seconds, 1.9);
+    EXPECT_LT(seconds, 2.9);
+}
+
+// Stopping the other link frees the buffer of both.
+TEST_F(StdFactoryUart, EndsWithoutItsBuffer) {
+    stopIsDone();
+    test::Events events;
+    const int before = test::openDescriptors();
+    const std::string log = test::logOf([&] {
+        ASSERT_EQ(start(), 0);
+        vset::uart::type(0, "held");
+        EXPECT_TRUE(test::eventually([] { return isThreadRunning("StdFactoryUart_"); }));
+        EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+        EXPECT_TRUE(test::eventually([] { return !isThreadRunning("StdFactoryUart_"); }));
+    });
+    EXPECT_EQ(test::openDescriptors(), before);
+    EXPECT_THAT(log, HasSubstr("[std_factory_uart] _pu8UartCbBuff becomes NULL ptr! Please check it.\n\n"));
+    ASSERT_EQ(start(), 0);
+    vset::uart::type(0, "works\n");
+    EXPECT_THAT(events.data(1), ElementsAre("works"));
+    EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
+}
+
+// In a process of its own: nothing stops a write-only link before the process ends.
+TEST_F(StdFactoryUart, AWriteOnlyLinkStaysStarted) {
+    stopIsDone();
+    GTEST_FLAG_SET(death_test_style, "fast");
+    const auto judge = [] {
+        const unsigned char data[] = {'o', 'k'};
+        test::Events events;
+        bool bGood = start(kWrite) == 0 && a_vextvfapi_prphrl_std_factory_uart_write(data, 2) == 0 &&
+                     test::eventually([] { return vset::uart::sent(0) == "ok"; });
+        bGood = bGood && !isThreadRunning("StdFactoryUart_");
+        const double seconds =
+            test::secondsOf([&] { bGood = bGood && a_vextvfapi_prphrl_std_factory_uart_stop() == -1; });
+        bGood = bGood && seconds > 9.9 && start() == -1 && a_vextvfapi_prphrl_start_factory_uart(4, 0, 0) == 0;
+        // The tty is still open.
+        bGood = bGood && _a_vextvfapi_prphrl_uartWritestr("!") == 1;
+        _exit(bGood ? 0 : 1);
+    };
+    EXPECT_EXIT(judge(), testing::ExitedWithCode(0), "");
+}
+
+// The next start comes as soon as the thread has ended, while the stop before it still sleeps.
+TEST_F(StdFactoryUart, StartsAndStopsWhileBytesArrive) {
+    stopIsDone();
+    test::Events events;
+    const int before = test::openDescriptors();
+    std::atomic<bool> bTypes{true};
+    std::thread typist([&] {
+        while (bTypes) {
+            vset::uart::type(0, "0123456789\r\n0123");
+        }
+    });
+    std::vector<std::future<int>> stops;
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_TRUE(test::eventually([] { return start() == 0; })) << i;
+        configure(i % 4, '5', 7);
+        if (i % 3 == 0) {
+            events.wait(events.wait(0).size() + 1, 1s);
+        }
+        stops.push_back(std::async(std::launch::async, a_vextvfapi_prphrl_std_factory_uart_stop));
+        // The stop has begun when its request has been seen.
+        ASSERT_TRUE(test::eventually([] { return !isThreadRunning("StdFactoryUart_"); })) << i;
+    }
+    for (std::future<int>& stop : stops) {
+        EXPECT_EQ(stop.get(), 0);
+    }
+    bTypes = false;
+    typist.join();
+    EXPECT_EQ(test::openDescriptors(), before);
+    for (const std::string& data : events.data(0)) {
+        ASSERT_THAT(data.find_first_not_of("0123456789\r\n"), std::string::npos) << "only bytes that were typed";
+    }
+}
+
+// --- The tty ---------------------------------------------------------------------------------------------------------
+
+class Tty : public ::testing::Test {
+protected:
+    void SetUp() override {
+        _s32Master = posix_openpt(O_RDWR | O_NOCTTY);
+        ASSERT_GE(_s32Master, 0);
+        ASSERT_EQ(grantpt(_s32Master), 0);
+        ASSERT_EQ(unlockpt(_s32Master), 0);
+        tty = open(ptsname(_s32Master), O_RDWR | O_NOCTTY);
+        ASSERT_GE(tty, 0);
+    }
+    void TearDown() override {
+        close(tty);
+        close(_s32Master);
+    }
+
+    termios settings() const {
+        termios settings = {};
+        EXPECT_EQ(tcgetattr(tty, &settings), 0);
+        return settings;
+    }
+
+    int tty = -1;
+
+private:
+    int _s32Master = -1;
+};
+
+TEST_F(Tty, IsARawLineOfEightBits) {
+    termios before = settings();
+    before.c_iflag |= IGNBRK | ICRNL | IXON | IXANY | IXOFF | INPCK;
+    before.c_oflag |= OPOST | ONLCR;
+    before.c_lflag |= ICANON | ECHO | ISIG;
+    before.c_cflag |= CSTOPB | PARENB | PARODD | CRTSCTS | HUPCL;
+    ASSERT_EQ(tcsetattr(tty, TCSANOW, &before), 0);
+
+    EXPECT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B57600, 0));
+    termios after = settings();
+    EXPECT_EQ(cfgetispeed(&after), static_cast<speed_t>(B57600));
+    EXPECT_EQ(cfgetospeed(&after), static_cast<speed_t>(B57600));
+    EXPECT_EQ(after.c_iflag & (IGNBRK | ICRNL | IXON | IXANY | IXOFF), 0u);
+    EXPECT_NE(after.c_iflag & INPCK, 0u) << "the others stay";
+    EXPECT_EQ(after.c_oflag, 0u);
+    EXPECT_EQ(after.c_lflag, 0u);
+    EXPECT_EQ(after.c_cflag & (CSIZE | CSTOPB | PARODD | CRTSCTS | CREAD | CLOCAL | HUPCL),
+              static_cast<tcflag_t>(CS8 | CREAD | CLOCAL | HUPCL));
+    EXPECT_EQ(after.c_cc[VTIME], 5);
+    EXPECT_EQ(after.c_cc[VMIN], 0);
+
+    // Of the parity only its own bits are meant. A pseudo-terminal drops PARENB whatever it is told.
+    EXPECT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B19200, PARODD | CSTOPB | CRTSCTS));
+    after = settings();
+    EXPECT_EQ(after.c_cflag & (CSTOPB | PARODD | CRTSCTS), static_cast<tcflag_t>(PARODD));
+}
+
+TEST_F(Tty, WaitsForAByteOrForHalfASecond) {
+    ASSERT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B115200, 0));
+    EXPECT_TRUE(_a_vextvfapi_prphrl_setBlocking(tty, 1));
+    EXPECT_EQ(settings().c_cc[VMIN], 1);
+    EXPECT_TRUE(_a_vextvfapi_prphrl_setBlocking(tty, 0));
+    EXPECT_EQ(settings().c_cc[VMIN], 0);
+    EXPECT_EQ(settings().c_cc[VTIME], 5);
+}
+
+TEST(NoTty, IsRefused) {
+    EXPECT_FALSE(_a_vextvfapi_prphrl_setInterfaceAttr(-1, B115200, 0));
+    EXPECT_FALSE(_a_vextvfapi_prphrl_setBlocking(-1, 1));
+    const std::string log = [] {
+        testing::internal::CaptureStdout();
+        EXPECT_FALSE(_a_vextvfapi_prphrl_uartOpen(nullptr, B115200, 0, kRead));
+        return testing::internal::GetCapturedStdout();
+    }();
+    EXPECT_THAT(log, IsEmpty()) << "the log is off";
+}
+
+}  // namespace

@@ -1,0 +1,303 @@
+// SPDX-License-Identifier: Apache-2.0
+// The factory UART: lines through the middleware's serial ports.
+#include <array>
+
+#include <gmock/gmock.h>
+
+#include "support/descriptors.h"
+#include "support/log_capture.h"
+#include "support/serial_fixture.h"
+
+namespace {
+
+using test::Event;
+using test::kUartData;
+using namespace std::chrono_literals;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+class FactoryUart : public test::SerialTest {
+protected:
+    void SetUp() override {
+        SKIP_UNDER_EMULATION();
+        SerialTest::SetUp();
+    }
+    void TearDown() override {
+        if (!IsSkipped()) {
+            a_vextvfapi_prphrl_stop_factory_uart(0);
+            SerialTest::TearDown();
+        }
+    }
+
+    static int start() { return a_vextvfapi_prphrl_start_factory_uart(test::kBaud115200, 0, 0); }
+};
+
+TEST_F(FactoryUart, LinesBecomeEvents) {
+    test::Events events;
+    ASSERT_EQ(start(), 1);
+    vset::uart::type(0, std::string("AB\r\nC\0D\n\n\rE;F\r", 14));
+    EXPECT_THAT(events.wait(3),
+                ElementsAre(Event{kUartData, 0, "AB", "AB"}, Event{kUartData, 0, "C", std::string("C\0D", 3)},
+                            Event{kUartData, 0, "E;F", "E;F"}));
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+    vset::uart::type(0, "lost\r");
+    EXPECT_EQ(events.settled(50ms).size(), 3u) << "nothing comes after the stop";
+}
+
+TEST_F(FactoryUart, TellsWhatItDoes) {
+    test::Events events;
+    const std::string log = test::logOf([&] {
+        ASSERT_EQ(start(), 1);
+        vset::uart::type(0, "AB\r\n");
+        events.wait(1);
+        ASSERT_TRUE(test::eventually([] { return vset::uart::port(0).u64Received == 4; }));
+        std::this_thread::sleep_for(50ms);
+        a_vextvfapi_prphrl_stop_factory_uart(0);
+    });
+    constexpr char kTag[] = "VexTvFApiPeripheral(imp) ";
+    const std::string expected =
+        std::string(kTag) +
+        "[I] <a_vextvfapi_prphrl_start_factory_uart> [start_factory_uart] please send the test data (file) to platform "
+        "via UART\n\n" +
+        kTag +
+        "[E] <a_vextvfapi_prphrl_start_factory_uart> \033[31m [start_factory_uart] Warning 0x3: Uart Get Handle "
+        "fail\033[m\n\n" +
+        kTag + "[E] <a_vextvfapi_prphrl_start_factory_uart> [start_factory_uart] Uart open\n\n" + kTag +
+        "[I] <raiseLine> [factory_uart] AB\n\n" + kTag +
+        "[I] <endLine> [start_factory_uart] Uart command length is 0\n\n" + kTag +
+        "[E] <a_vextvfapi_prphrl_stop_factory_uart> [start_factory_uart] UART close\n\n";
+    EXPECT_EQ(log, expected);
+}
+
+TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
+    ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(2, 3, 17), 1);
+    EXPECT_TRUE(vset::uart::port(3).bOpen);
+    EXPECT_EQ(vset::uart::port(3).u32BaudRate, 2u);
+    EXPECT_EQ(vset::uart::port(3).u32DeviceType, 17u);
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(3), 1);
+    EXPECT_FALSE(vset::uart::port(3).bOpen);
+
+    vset::uart::hold(1);
+    test::Events events;
+    // The device type of a port that is open already does not count.
+    ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(1, 1, -5), 1);
+    vset::uart::type(1, "found\r");
+    EXPECT_THAT(events.data(1), ElementsAre("found"));
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(1), 1);
+    EXPECT_TRUE(vset::uart::port(1).bOpen);
+    EXPECT_FALSE(vset::uart::port(1).bCallback);
+}
+
+TEST_F(FactoryUart, WhatIsOutOfRangeTheMiddlewareRefuses) {
+    for (const auto& [baudrate, port, device] : std::vector<std::array<int, 3>>{
+             {5, 0, 0}, {-1, 0, 0}, {4, 5, 0}, {4, -1, 0}, {4, 127, 0}, {4, 0, 18}, {4, 0, -128}}) {
+        EXPECT_EQ(
+            a_vextvfapi_prphrl_start_factory_uart(static_cast<signed char>(baudrate), static_cast<signed char>(port),
+                                                  static_cast<signed char>(device)),
+            0)
+            << baudrate << ' ' << port << ' ' << device;
+    }
+    EXPECT_EQ(start(), 1);
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(-1), 1) << "stops, but cannot name what to close";
+    EXPECT_TRUE(vset::uart::port(0).bOpen);
+    EXPECT_EQ(start(), 1);
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+    EXPECT_FALSE(vset::uart::port(0).bOpen);
+}
+
+TEST_F(FactoryUart, AFailedStartLeavesTheNextOneFree) {
+    struct Failure {
+        const char* call;
+        const char* log;
+        bool staysOpen;  // a later stop closes it
+    };
+    for (const Failure& failure :
+         {Failure{"HW_UART_Open", "[E] <", false},
+          Failure{"HW_UART_RegisterCallback", "\033[31m [Uart_Demo] Error 0xc: register callback fail\033[m\n\n", true},
+          Failure{"HW_UART_SetBaudrate", "[start_factory_uart] Set baudrate fail\n\n", true},
+          Failure{vset::kAllocation, "[start_factory_uart] Allcate memory failed\n\n", false}}) {
+        SCOPED_TRACE(failure.call);
+        vset::inject({failure.call, 0xC});
+        int result = -1;
+        EXPECT_THAT(test::logOf([&] { result = start(); }), HasSubstr(failure.log));
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(vset::uart::port(0).bOpen, failure.staysOpen);
+        test::Events events;
+        ASSERT_EQ(start(), 1);
+        vset::uart::type(0, "works\r");
+        EXPECT_THAT(events.data(1), ElementsAre("works"));
+        EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+        EXPECT_FALSE(vset::uart::port(0).bOpen);
+    }
+}
+
+// After a failed baud rate the callback is still registered and finds no buffer.
+TEST_F(FactoryUart, BytesWithoutABufferAreLost) {
+    vset::inject({"HW_UART_SetBaudrate", 3});
+    const std::string log = test::logOf([] {
+        ASSERT_EQ(start(), 0);
+        vset::uart::type(0, "A");
+        ASSERT_TRUE(test::eventually([] {
+            const vset::uart::Port port = vset::uart::port(0);
+            return port.u64Received == 1 && port.u32Waiting == 0;
+        }));
+        std::this_thread::sleep_for(50ms);
+    });
+    EXPECT_THAT(log, HasSubstr("[E] <_HW_UART_Callback> [factory_uart] Fail: _pu8DataBuff is invalid!\n\n"));
+}
+
+TEST_F(FactoryUart, TheLinksExcludeEachOther) {
+    ASSERT_EQ(start(), 1);
+    vset::clearJournal();
+    const std::string log = test::logOf([] {
+        EXPECT_EQ(start(), 0);
+        EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_start(4, 1, fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ), -1);
+    });
+    EXPECT_THAT(calls(), Not(testing::Contains("HW_UART_GetHandle"))) << "the port is not touched";
+    EXPECT_THAT(log, AllOf(HasSubstr("[start_factory_uart] FactoryUart started already.\n\n"),
+                           HasSubstr("[start_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop "
+                                     "it first.\n\n"),
+                           HasSubstr("[std_factory_uart] FactoryUart started already.\n\n"),
+                           HasSubstr("[std_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it "
+                                     "first.\n\n")));
+    test::Events events;
+    vset::uart::type(0, "still here\n");
+    EXPECT_THAT(events.data(1), ElementsAre("still here"));
+}
+
+// 262,144 bytes are a line; the byte after them is lost together with them.
+TEST_F(FactoryUart, ALineIsNoLongerThanTheBuffer) {
+    test::Events events;
+    ASSERT_EQ(start(), 1);
+    const std::string longest(0x40000, 'x');
+    const auto type = [](const std::string& bytes) {
+        // In portions that the port's queue takes.
+        for (std::size_t i = 0; i < bytes.size(); i += 32768) {
+            vset::uart::type(0, std::string_view(bytes).substr(i, 32768));
+            ASSERT_TRUE(test::eventually([] { return vset::uart::port(0).u32Waiting == 0; }));
+        }
+    };
+    type(longest + "\r");
+    type(longest + "y" + "AB\r");
+    EXPECT_THAT(events.data(2, 30s), ElementsAre(longest, "AB"));
+    EXPECT_EQ(vset::uart::port(0).u64Dropped, 0u);
+}
+
+TEST_F(FactoryUart, WritesTheBytesAndALineEnd) {
+    const unsigned char data[] = {'O', 'K', 0, 0xFF};
+    std::string log = test::logOf([&] {
+        EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(nullptr, 1), 0);
+        EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 0), 0);
+        EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 4), 0) << "not started";
+    });
+    EXPECT_THAT(
+        log,
+        AllOf(testing::ContainsRegex("\033\\[31m \\[write_factory_uart\\] parameter error: [0-9]+\033\\[m"),
+              testing::ContainsRegex("\033\\[31m \\[write_factory_uart\\] start factory uart error: [0-9]+\033\\[m")));
+    ASSERT_EQ(start(), 1);
+    EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 4), 1);
+    EXPECT_EQ(vset::uart::sent(0), std::string("OK\0\xFF\r\n", 6));
+
+    vset::inject({"HW_UART_Write", 3});
+    vset::uart::clearSent(0);
+    log = test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 4), 0); });
+    EXPECT_THAT(log, HasSubstr("[write_factory_uart] write fail: "));
+    EXPECT_THAT(vset::uart::sent(0), IsEmpty()) << "no line end without the line";
+}
+
+TEST_F(FactoryUart, StopsAlways) {
+    const std::string log = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
+    EXPECT_THAT(log, HasSubstr("[E] <a_vextvfapi_prphrl_stop_factory_uart> \033[31m [start_factory_uart] Error 0x"));
+    ASSERT_EQ(start(), 1);
+    vset::inject({"HW_UART_UnRegisterCallback", 3});
+    vset::inject({"HW_UART_Close", 3});
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+}
+
+// The callback holds the port's thread; a stop waits for it, and what comes later has no callback any more.
+TEST_F(FactoryUart, AStopWaitsForACallbackThatTakesLong) {
+    test::Events events;
+    std::atomic<bool> bReturned{false};
+    events.onEvent([&](const Event&) {
+        std::this_thread::sleep_for(300ms);
+        bReturned = true;
+    });
+    ASSERT_EQ(start(), 1);
+    vset::uart::type(0, "slow\rnext\r");
+    events.wait(1);
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+    EXPECT_TRUE(bReturned);
+    const std::size_t seen = events.wait(0).size();
+    EXPECT_EQ(events.settled(100ms).size(), seen);
+}
+
+TEST_F(FactoryUart, MayBeStoppedInsideTheCallback) {
+    test::Events events;
+    events.onEvent([](const Event&) { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
+    ASSERT_EQ(start(), 1);
+    vset::uart::type(0, "one\rtwo\r");
+    EXPECT_THAT(events.data(1), ElementsAre("one"));
+    EXPECT_EQ(events.settled(50ms).size(), 1u);
+    events.onEvent(nullptr);
+    events.clear();
+    ASSERT_EQ(start(), 1);
+    vset::uart::type(0, "three\r");
+    // What had not been delivered has waited.
+    EXPECT_THAT(events.data(2), ElementsAre("two", "three"));
+}
+
+TEST_F(FactoryUart, TheRoutingSwitchMovesTheLine) {
+    test::Events events;
+    ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(test::kBaud115200, 1, 0), 1);
+    EXPECT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), 0);
+    EXPECT_EQ(read("/sys/kernel/uart/uart_switch"), "1");
+    EXPECT_TRUE(vset::uart::isCrossed());
+    vset::uart::type(0, "moved\r");
+    EXPECT_THAT(events.data(1), ElementsAre("moved"));
+    EXPECT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(false), 0);
+    EXPECT_EQ(read("/sys/kernel/uart/uart_switch"), "0");
+    vset::uart::type(1, "back\r");
+    EXPECT_THAT(events.data(2), ElementsAre("moved", "back"));
+    a_vextvfapi_prphrl_stop_factory_uart(1);
+
+    const int before = test::openDescriptors();
+    std::filesystem::remove(vset::hostPath("/sys/kernel/uart/uart_switch"));
+    EXPECT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), -1);
+    int result = 0;
+    const std::string log = test::logOf([&] { result = a_vextvfapi_prphrl_switch_to_ttys1(true); });
+    EXPECT_THAT(log, HasSubstr("[STD UART] open /sys/kernel/uart/uart_switch fail\n\n"));
+    EXPECT_GT(result, static_cast<int>(log.size())) << "how much was printed, the line number included";
+    EXPECT_EQ(test::openDescriptors(), before);
+}
+
+TEST_F(FactoryUart, StartsAndStopsWhileBytesArrive) {
+    test::Events events;
+    std::atomic<bool> bTypes{true};
+    std::thread typist([&] {
+        while (bTypes) {
+            vset::uart::type(0, "0123456789\r\n0123");
+        }
+    });
+    const int before = test::openDescriptors();
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(start(), 1) << i;
+        const std::size_t seen = events.wait(0).size();
+        events.wait(seen + static_cast<std::size_t>(i % 3), 1s);
+        ASSERT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+    }
+    bTypes = false;
+    typist.join();
+    EXPECT_EQ(test::openDescriptors(), before);
+    EXPECT_TRUE(vset::openHandles().empty());
+    for (const std::string& data : events.data(0)) {
+        for (std::size_t i = 1; i < data.size(); ++i) {
+            const bool bNext = data[i] == data[i - 1] + 1 || (data[i - 1] == '3' && data[i] == '0');
+            ASSERT_TRUE(bNext) << "bytes are missing in " << data;
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+// A set whose system and peripheral modules are up, and what its serial links raise.
+#ifndef TESTS_SUPPORT_SERIAL_FIXTURE_H
+#define TESTS_SUPPORT_SERIAL_FIXTURE_H
+
+#include <chrono>
+#include <ctime>
+
+#include "a_vextvfapi_prphrl.h"
+#include "a_vextvfapi_sys.h"
+#include "support/emulation.h"
+#include "support/events.h"
+#include "support/set_fixture.h"
+#include "vset/uart.h"
+
+namespace test {
+
+constexpr unsigned int kUartData = 0x100001;
+constexpr unsigned int kPipeCommand = 0x100003;
+
+constexpr signed char kBaud115200 = 4;
+
+// Waits until it is so, for ten seconds at most.
+template <class IsSo>
+bool eventually(IsSo&& isSo, std::chrono::milliseconds atMost = 10s) {
+    const auto deadline = std::chrono::steady_clock::now() + atMost;
+    while (!isSo()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+// Seconds that `body` takes.
+template <class Body>
+double secondsOf(Body&& body) {
+    const auto start = std::chrono::steady_clock::now();
+    body();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Seconds of processor time that this process has used.
+inline double processorSeconds() {
+    timespec time = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+class SerialTest : public SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        ASSERT_EQ(a_vextvfapi_prphrl_init(), 0);
+        vset::clearJournal();
+    }
+};
+
+}  // namespace test
+
+#endif
