@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Pipe mode: commands through a FIFO.
+#include <csignal>
+
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -214,26 +216,23 @@ TEST_F(PipeMode, AStopDoesNotWaitForACallbackThatTakesLong) {
 TEST_F(PipeMode, StartsAndStopsWhileCommandsArrive) {
     test::Events events;
     const int before = test::openDescriptors();
-    std::atomic<bool> bWrites{true};
-    std::thread source([&] {
+    signal(SIGPIPE, SIG_IGN);
+    {
         const std::string strPipe = vset::hostPath("/data/vendor/uartCmdPipe");
-        const vset::HostPaths hostPaths;
-        while (bWrites) {
+        const test::Repeating source([&] {
+            const vset::HostPaths hostPaths;
             const int s32Fd = open(strPipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
             if (s32Fd >= 0) {
-                static_cast<void>(!::write(s32Fd, "go;stop\n", 8));
+                [[maybe_unused]] const ssize_t written = ::write(s32Fd, "go;stop\n", 8);
                 close(s32Fd);
             }
             std::this_thread::sleep_for(1ms);
+        });
+        for (int i = 0; i < 40; ++i) {
+            ASSERT_EQ(start(), 0) << i;
+            ASSERT_EQ(stop(), 0) << i;
         }
-    });
-    signal(SIGPIPE, SIG_IGN);
-    for (int i = 0; i < 40; ++i) {
-        ASSERT_EQ(start(), 0) << i;
-        ASSERT_EQ(stop(), 0) << i;
     }
-    bWrites = false;
-    source.join();
     EXPECT_EQ(test::openDescriptors(), before);
     for (const Event& event : events.wait(0)) {
         // Two writes may come in one read.

@@ -354,28 +354,21 @@ TEST_F(StdFactoryUart, StartsAndStopsWhileBytesArrive) {
     stopIsDone();
     test::Events events;
     const int before = test::openDescriptors();
-    std::atomic<bool> bTypes{true};
-    std::thread typist([&] {
-        while (bTypes) {
-            vset::uart::type(0, "0123456789\r\n0123");
+    {
+        const test::Repeating typist([] { vset::uart::type(0, "0123456789\r\n0123"); });
+        std::vector<std::future<int>> stops;
+        for (int i = 0; i < 200; ++i) {
+            ASSERT_TRUE(test::eventually([] { return start() == 0; })) << i;
+            configure(i % 4, '5', 7);
+            if (i % 3 == 0) {
+                events.waitFor(events.count() + 1, 1s);
+            }
+            stops.push_back(std::async(std::launch::async, a_vextvfapi_prphrl_std_factory_uart_stop));
         }
-    });
-    std::vector<std::future<int>> stops;
-    for (int i = 0; i < 200; ++i) {
-        ASSERT_TRUE(test::eventually([] { return start() == 0; })) << i;
-        configure(i % 4, '5', 7);
-        if (i % 3 == 0) {
-            events.wait(events.wait(0).size() + 1, 1s);
+        for (std::future<int>& stop : stops) {
+            EXPECT_EQ(stop.get(), 0);
         }
-        stops.push_back(std::async(std::launch::async, a_vextvfapi_prphrl_std_factory_uart_stop));
-        // The stop has begun when its request has been seen.
-        ASSERT_TRUE(test::eventually([] { return !isThreadRunning("StdFactoryUart_"); })) << i;
     }
-    for (std::future<int>& stop : stops) {
-        EXPECT_EQ(stop.get(), 0);
-    }
-    bTypes = false;
-    typist.join();
     EXPECT_EQ(test::openDescriptors(), before);
     for (const std::string& data : events.data(0)) {
         ASSERT_THAT(data.find_first_not_of("0123456789\r\n"), std::string::npos) << "only bytes that were typed";

@@ -230,7 +230,7 @@ TEST_F(FactoryUart, AStopWaitsForACallbackThatTakesLong) {
     events.wait(1);
     EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
     EXPECT_TRUE(bReturned);
-    const std::size_t seen = events.wait(0).size();
+    const std::size_t seen = events.count();
     EXPECT_EQ(events.settled(100ms).size(), seen);
 }
 
@@ -275,21 +275,15 @@ TEST_F(FactoryUart, TheRoutingSwitchMovesTheLine) {
 
 TEST_F(FactoryUart, StartsAndStopsWhileBytesArrive) {
     test::Events events;
-    std::atomic<bool> bTypes{true};
-    std::thread typist([&] {
-        while (bTypes) {
-            vset::uart::type(0, "0123456789\r\n0123");
-        }
-    });
     const int before = test::openDescriptors();
-    for (int i = 0; i < 200; ++i) {
-        ASSERT_EQ(start(), 1) << i;
-        const std::size_t seen = events.wait(0).size();
-        events.wait(seen + static_cast<std::size_t>(i % 3), 1s);
-        ASSERT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+    {
+        const test::Repeating typist([] { vset::uart::type(0, "0123456789\r\n0123"); });
+        for (int i = 0; i < 200; ++i) {
+            ASSERT_EQ(start(), 1) << i;
+            events.waitFor(events.count() + static_cast<std::size_t>(i % 3), 1s);
+            ASSERT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+        }
     }
-    bTypes = false;
-    typist.join();
     EXPECT_EQ(test::openDescriptors(), before);
     EXPECT_TRUE(vset::openHandles().empty());
     for (const std::string& data : events.data(0)) {

@@ -53,9 +53,20 @@ public:
 
     // All events so far, when there are that many or the time is over.
     std::vector<Event> wait(std::size_t count, std::chrono::milliseconds atMost = 10s) {
+        waitFor(count, atMost);
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _events;
+    }
+
+    std::size_t count() {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _events.size();
+    }
+
+    // The same wait without a copy of the events, for tests with many of them.
+    void waitFor(std::size_t count, std::chrono::milliseconds atMost) {
         std::unique_lock<std::mutex> lock(_mutex);
         _changed.wait_for(lock, atMost, [&] { return _events.size() >= count; });
-        return _events;
     }
 
     // The bytes of the first objects.
@@ -69,9 +80,9 @@ public:
 
     // All that comes until nothing has come for the time.
     std::vector<Event> settled(std::chrono::milliseconds quiet) {
-        for (std::size_t before = wait(0).size();; before = wait(0).size()) {
+        for (std::size_t before = count();; before = count()) {
             std::this_thread::sleep_for(quiet);
-            if (wait(0).size() == before) {
+            if (count() == before) {
                 return wait(0);
             }
         }

@@ -3,8 +3,11 @@
 #ifndef TESTS_SUPPORT_SERIAL_FIXTURE_H
 #define TESTS_SUPPORT_SERIAL_FIXTURE_H
 
+#include <atomic>
 #include <chrono>
 #include <ctime>
+#include <functional>
+#include <thread>
 
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
@@ -47,6 +50,27 @@ inline double processorSeconds() {
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
+
+// Does something over and over, on a thread of its own, while it lives.
+class Repeating {
+public:
+    explicit Repeating(std::function<void()> action)
+        : _thread([this, action = std::move(action)] {
+              while (!_bOver) {
+                  action();
+              }
+          }) {}
+    ~Repeating() {
+        _bOver = true;
+        _thread.join();
+    }
+    Repeating(const Repeating&) = delete;
+    Repeating& operator=(const Repeating&) = delete;
+
+private:
+    std::atomic<bool> _bOver{false};
+    std::thread _thread;
+};
 
 class SerialTest : public SetTest {
 protected:
