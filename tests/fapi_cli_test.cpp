@@ -61,6 +61,9 @@ TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
         {{"call", "set", "put"}, "fapi set"},
         {{"help", "banana"}, "no such operation: banana"},
         {{"set", "fault", "HW_FS_Sync"}, "acts on a running session only"},
+        {{"set", "type", "0", "A"}, "acts on a running session only"},
+        {{"call", "prphrl_start_factory_uart", "fast", "0"}, "one of 19200 (0), 38400 (1), "},
+        {{"call", "prphrl_std_factory_uart_custom_config", "line", ";;"}, "END is \";;\", expected bytes"},
         {{"set", "put", "/mnt/usb/x"}, "CONTENT is missing"},
         {{"watch", "--event", "x"}, "--event: is \"x\", expected a number from 0 to 4294967295"},
         {{"watch", "--idle", "-1"}, "--idle: is \"-1\", expected seconds"},
@@ -247,6 +250,59 @@ TEST_F(Cli, ASetInUseIsRefused) {
     user.join();
 }
 
+// Another process has the set meanwhile.
+TEST_F(Cli, PortsAreShownWithoutTakingTheSet) {
+    test::ProcessResult result = fapi({"set", "ports"});
+    EXPECT_EQ(result.s32Exit, 3);
+    EXPECT_THAT(result.strError, StartsWith("fapi: " + set() + ": is switched off"));
+    EXPECT_FALSE(std::filesystem::exists(set())) << "no set has been made on the way";
+
+    std::thread user([this] { fapi({"watch", "--idle", "3"}); });
+    for (int i = 0; i < 100 && result.s32Exit != 0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (!readFile(set() + "/lock").empty()) {
+            result = fapi({"set", "ports"});
+        }
+    }
+    EXPECT_EQ(result.s32Exit, 0) << result.strError;
+    EXPECT_THAT(result.strOutput, StartsWith("0 " + set() + "/ports/uart0 -> /dev/pts/"));
+    const nlohmann::json json = fapiJson({"set", "ports"});
+    EXPECT_EQ(json["folder"], set());
+    ASSERT_EQ(json["ports"].size(), 5u);
+    EXPECT_EQ(json["ports"][4]["number"], 4);
+    EXPECT_EQ(json["ports"][4]["path"], set() + "/ports/uart4");
+    EXPECT_TRUE(std::filesystem::is_character_file(json["ports"][4]["terminal"].get<std::string>()));
+    user.join();
+    EXPECT_EQ(fapi({"set", "ports"}).s32Exit, 3) << "switched off again";
+}
+
+TEST_F(Cli, SerialPortsByHand) {
+    const test::ProcessResult result = fapi({"shell"},
+                                            "set type 1 \"AB\\n\"\n"
+                                            // Takes a second, after which the line has come through.
+                                            "prphrl_std_factory_uart_stop\n"
+                                            "set ports\n"
+                                            "prphrl_start_factory_uart 57600 1 9\n"
+                                            "set ports\n"
+                                            "prphrl_write_factory_uart hex:4100\n"
+                                            "set sent 1 clear\n"
+                                            "set sent 1\n"
+                                            "prphrl_stop_factory_uart 1\n"
+                                            "prphrl_std_factory_uart_start 115200 0\n"
+                                            "set hang-up 0\n"
+                                            "set ports\n"
+                                            "set hang-up 2\n");
+    EXPECT_EQ(result.s32Exit, 2);
+    EXPECT_THAT(result.strOutput, HasSubstr("port 1: closed; 3 received, 3 waiting, 0 dropped\n"));
+    EXPECT_THAT(result.strOutput,
+                HasSubstr("port 1: open in the library, 57600 baud, device 9, has a callback; 3 received, "));
+    EXPECT_THAT(result.strOutput, HasSubstr("bytes: 4 bytes: 41 00 0d 0a\n  text: \"A\\x00\\x0d\\n\"\n"));
+    EXPECT_THAT(result.strOutput, HasSubstr("bytes: 0 bytes\n  text: \"\"\n"));
+    EXPECT_THAT(result.strOutput, HasSubstr("prphrl_std_factory_uart_start: 0 (ok)\nset hang-up: 0 (ok)\n"));
+    EXPECT_THAT(result.strOutput, Not(HasSubstr("tty open"))) << "it has been taken away";
+    EXPECT_THAT(result.strError, HasSubstr("PORT is \"2\", expected a number from 0 to 1"));
+}
+
 TEST_F(Cli, WatchShowsEventsWithTimeAndPayload) {
     const std::vector<std::string> lines = {"--do", "prphrl_nty_event 0x100001 3 'A\nB' hex:4142",
                                             "--do", "sys_nty_event 7",
@@ -265,8 +321,44 @@ TEST_F(Cli, WatchShowsEventsWithTimeAndPayload) {
     result = watch({"--event", "0x100005", "--count", "1", "--json"});
     EXPECT_EQ(result.s32Exit, 0);
     EXPECT_EQ(nlohmann::json::parse(result.strOutput)["objects"][0]["value"], 255);
+    EXPECT_EQ(nlohmann::json::parse(result.strOutput)["objects"][0]["data"]["size"], 0);
     EXPECT_EQ(watch({"--module", "disp", "--idle", "0.2"}).strOutput, "");
     EXPECT_EQ(watch({"--count", "9", "--idle", "0.2"}).s32Exit, 1) << "fewer than wanted";
+}
+
+// Lines and bytes of a serial link: whatever was sent, the terminal obeys none of it and is not flooded.
+TEST_F(Cli, WatchShowsBytesAsHexAndAsText) {
+    const struct {
+        const char* payload;
+        std::string strShown;
+        const char* hex;
+        const char* text;
+    } rows[] = {
+        {"0 '' hex:41001b7fff0d0a", " bytes 41 00 1b 7f ff 0d 0a \"A\\x00\\x1b\\x7f\\xff\\x0d\\n\"", "41001b7fff0d0a",
+         "A\\x00\\x1b\\x7f\\xff\\x0d\\n"},
+        {"0 'a\"b\\' 'a\"b\\'", " text \"a\\\"b\\\\\" bytes 61 22 62 5c \"a\\\"b\\\\\"", "6122625c", "a\\\"b\\\\"},
+        {"0 repeat:65:x repeat:64:y",
+         " text \"" + std::string(64, 'x') + "\"... (65 characters) bytes 79" +
+             [] {
+                 std::string strMore;
+                 for (int i = 1; i < 64; ++i) {
+                     strMore += " 79";
+                 }
+                 return strMore;
+             }() +
+             " \"" + std::string(64, 'y') + "\"",
+         nullptr, nullptr},
+        {"0 '' repeat:70000:z", std::string(64, 'z') + "\"... (70000 bytes)", nullptr, nullptr},
+    };
+    for (const auto& row : rows) {
+        const std::string strLine = std::string("prphrl_nty_event 0x100001 ") + row.payload;
+        EXPECT_THAT(fapi({"watch", "--count", "1", "--do", strLine}).strOutput, HasSubstr(row.strShown + "\n"));
+        if (row.hex != nullptr) {
+            const nlohmann::json event = fapiJson({"watch", "--count", "1", "--do", strLine});
+            EXPECT_EQ(event["objects"][0]["data"]["hex"], row.hex);
+            EXPECT_EQ(event["objects"][0]["data"]["text"], row.text);
+        }
+    }
 }
 
 }  // namespace

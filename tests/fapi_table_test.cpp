@@ -3,6 +3,7 @@
 #include <fstream>
 #include <set>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "operation.h"
@@ -38,11 +39,19 @@ TEST(OperationTable, RowsAreComplete) {
             EXPECT_FALSE(bOptional && argument.byDefault == nullptr)
                 << argument.name << " must be given but stands behind one that need not be";
             bOptional = argument.byDefault != nullptr;
+            if (argument.kind == tool::Kind::choice && argument.byDefault != nullptr) {
+                EXPECT_NO_THROW(tool::parseWords({argument}, {})) << argument.name;
+            }
             if (argument.byDefault != nullptr && argument.kind == tool::Kind::number) {
                 long long number = 0;
                 EXPECT_TRUE(tool::parseNumber(argument.byDefault, number)) << argument.name;
                 EXPECT_TRUE(number >= argument.min && number <= argument.max) << argument.name;
             }
+        }
+        for (const tool::Output& output : operation.outputs) {
+            // Plans know these words as something else.
+            EXPECT_THAT(output.name, testing::Not(testing::AnyOf(testing::StrEq("status"), testing::StrEq("no"),
+                                                                 testing::StartsWith("event"))));
         }
     }
 }

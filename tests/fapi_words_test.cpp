@@ -90,6 +90,32 @@ TEST(Values, BytesAndDisplay) {
     EXPECT_EQ(tool::display(std::string("abcdef"), 4), "\"abc...");
 }
 
+TEST(Results, AreReadByTheirKind) {
+    using tool::Result;
+    const struct {
+        Result result;
+        long long status;
+        bool good;
+        const char* word;
+    } rows[] = {
+        {Result::status, 0, true, "ok"},
+        {Result::status, -2, false, "invalid parameter"},
+        {Result::status, 1, false, "failed"},
+        {Result::oneIsGood, 1, true, "ok"},
+        {Result::oneIsGood, 0, false, "failed"},
+        {Result::zeroOr255, 255, false, "failed"},
+        {Result::alwaysFails, -1, true, "as always"},
+        {Result::countOrNegative, 0, true, "ok"},
+        {Result::countOrNegative, 7, true, "ok"},
+        {Result::countOrNegative, -1, false, "failed"},
+        {Result::value, -1, true, "value"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(tool::isGood(row.result, row.status), row.good) << row.status;
+        EXPECT_EQ(tool::statusWord(row.result, row.status), row.word) << row.status;
+    }
+}
+
 TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
     const struct {
         const char* line;
@@ -116,6 +142,9 @@ TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
     }
     const tool::Command other = tool::Command::parse({"_sys_get_flash_handle", "9"});
     EXPECT_EQ(std::get<long long>(other.arguments()[0]), 9) << "a type without a name, for the library to refuse";
+    const tool::Command start = tool::Command::parse({"prphrl_start_factory_uart", "230400", "-1"});
+    EXPECT_EQ(std::get<long long>(start.arguments()[0]), 3) << "by the name of the speed";
+    EXPECT_EQ(std::get<long long>(start.arguments()[1]), -1) << "for the library to refuse";
     const tool::Command command = tool::Command::parse(tool::splitWords("a_vextvfapi_sys_write_file '/a b' x"));
     EXPECT_EQ(command.text(), "sys_write_file \"/a b\" x");
     EXPECT_EQ(std::get<std::string>(command.arguments()[2]), "wb") << "the default";

@@ -45,7 +45,7 @@ TEST_F(PlanEvents, WhatIsLookedAt) {
     };
     const std::string strEvent = "prphrl_nty_event 0x100001 3 AB hex:4100\n";
     std::string strPlan = "on-failure continue\nstep keep\n" + strEvent +
-                          "expect event 0x100001 within 1s\n"
+                          "expect event 0x100001 within 1s\nexpect no event 0x100001 within 0s\n"
                           "keep value event.value\nkeep text event.text\nkeep bytes event.bytes\n";
     for (const auto& row : rows) {
         strPlan += std::string("step '") + row.line + "'\n" + strEvent + "expect " + row.line + "\n";

@@ -42,12 +42,14 @@ protected:
     }
 };
 
-TEST_F(PlanRun, TheShippedPlanPasses) {
-    const test::ProcessResult result = test::runProcess(
-        {FAPI_BINARY, "run", "--fresh", "--report", reports(), std::string(FAPI_PLANS) + "/factory-line.plan"});
-    EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;
-    EXPECT_THAT(result.strOutput, HasSubstr(" passed, 0 marginal, 0 failed, 0 not run in "));
-    EXPECT_THAT(result.strOutput, HasSubstr("report: " + reports() + "/factory-line-"));
+TEST_F(PlanRun, TheShippedPlansPass) {
+    for (const std::string strName : {"factory-line", "serial"}) {
+        const test::ProcessResult result = test::runProcess(
+            {FAPI_BINARY, "run", "--fresh", "--report", reports(), std::string(FAPI_PLANS) + "/" + strName + ".plan"});
+        EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;
+        EXPECT_THAT(result.strOutput, HasSubstr(" passed, 0 marginal, 0 failed, 0 not run in "));
+        EXPECT_THAT(result.strOutput, HasSubstr("report: " + reports() + "/" + strName + "-"));
+    }
 }
 
 TEST_F(PlanRun, VerdictsAndOrderAfterAFailure) {
@@ -312,6 +314,10 @@ TEST_F(PlanRun, CtrlC) {
          {"interrupted", "not run", "passed"}},
         {"in an operation that does not come back",
          "step a\nsys_read_file /mnt/usb/pipe\nteardown\nstep b\nsys_init\n",
+         {{"1/2  a  1.", "\x03"}},
+         {"interrupted", "passed"}},
+        {"in a step that waits for an event",
+         "step a\nsys_init\nexpect event 1 within 60s\nteardown\nstep b\nsys_init\n",
          {{"1/2  a  1.", "\x03"}},
          {"interrupted", "passed"}},
         {"in a step that never pauses",

@@ -426,7 +426,7 @@ TEST_F(Tty, IsARawLineOfEightBits) {
     EXPECT_EQ(after.c_cc[VMIN], 0);
 
     // Of the parity only its own bits are meant. A pseudo-terminal drops PARENB whatever it is told.
-    EXPECT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B19200, PARODD | CSTOPB | CRTSCTS));
+    EXPECT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B19200, static_cast<int>(PARODD | CSTOPB | CRTSCTS)));
     after = settings();
     EXPECT_EQ(after.c_cflag & (CSTOPB | PARODD | CRTSCTS), static_cast<tcflag_t>(PARODD));
 }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
@@ -48,7 +49,8 @@ bool readSome(int s32Fd, std::string& strText) {
 struct Pipe {
     int as32Ends[2];
     Pipe() {
-        if (pipe(as32Ends) != 0) {
+        // Not for a process that another thread starts meanwhile.
+        if (pipe2(as32Ends, O_CLOEXEC) != 0) {
             throw std::runtime_error("no pipe");
         }
     }

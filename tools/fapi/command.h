@@ -25,6 +25,7 @@ struct Hand {
 };
 
 const std::vector<Hand>& hands();
+std::vector<Hand> serialHands();  // the part of them for serial ports, pipe and LEDs
 const Hand* findHand(std::string_view name);
 
 // The message for a name that is no operation, with the nearest one that is.

@@ -16,16 +16,31 @@ using Object = fapi_core::VexTvFApiEventCommonObject;
 // Nobody may be reading; the oldest events then go.
 constexpr std::size_t kKept = 65536;
 
+// What is shown of a text and of bytes; programs get everything.
+constexpr std::size_t kShown = 64;
+
+template <class Sequence>
+Sequence beginning(const Sequence& all) {
+    return all.size() > kShown ? Sequence(all.begin(), all.begin() + kShown) : all;
+}
+
+// "... (300 bytes)" behind what was cut.
+std::string sizeIfCut(std::size_t size, const char* unit) {
+    return size > kShown ? "... (" + std::to_string(size) + unit + ")" : "";
+}
+
 std::string displayObject(const Object& object) {
     std::string text;
     if (object.value != 0 || (object.text.empty() && object.data.empty())) {
         text += " value " + std::to_string(object.value);
     }
     if (!object.text.empty()) {
-        text += " text " + display(object.text);
+        text += " text " + display(beginning(object.text)) + sizeIfCut(object.text.size(), " characters");
     }
     if (!object.data.empty()) {
-        text += " bytes " + hexText(object.data, " ");
+        const Bytes shown = beginning(object.data);
+        text += " bytes " + hexText(shown, " ") + " \"" + printableBytes(shown) + "\"" +
+                sizeIfCut(object.data.size(), " bytes");
     }
     return text;
 }
@@ -67,6 +82,22 @@ void EventLog::interrupt() {
     _changed.notify_all();
 }
 
+std::string printableBytes(const std::vector<unsigned char>& bytes) {
+    return escaped(std::string(bytes.begin(), bytes.end()), true);
+}
+
+std::string describe(const Event& event) {
+    char number[32];
+    std::snprintf(number, sizeof(number), " 0x%x", event.number);
+    std::string text = event.module + (number + displayObject(event.objects[0]));
+    for (std::size_t i = 1; i < 4; ++i) {
+        if (!isEmpty(event.objects[i])) {
+            text += " |" + displayObject(event.objects[i]);
+        }
+    }
+    return text;
+}
+
 std::string displayEvent(const Event& event) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(event.time);
     const auto milliseconds =
@@ -75,15 +106,8 @@ std::string displayEvent(const Event& event) {
     localtime_r(&seconds, &local);
     char text[64];
     const std::size_t length = std::strftime(text, sizeof(text), "%H:%M:%S", &local);
-    std::snprintf(text + length, sizeof(text) - length, ".%03d %s 0x%x", static_cast<int>(milliseconds), event.module,
-                  event.number);
-    std::string line = text + displayObject(event.objects[0]);
-    for (std::size_t i = 1; i < 4; ++i) {
-        if (!isEmpty(event.objects[i])) {
-            line += " |" + displayObject(event.objects[i]);
-        }
-    }
-    return line;
+    std::snprintf(text + length, sizeof(text) - length, ".%03d ", static_cast<int>(milliseconds));
+    return text + describe(event);
 }
 
 }  // namespace tool

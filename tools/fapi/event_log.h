@@ -42,8 +42,14 @@ EventLog& eventLog();
 // Registers a callback with every module, or removes all of them.
 void listenToAllModules(bool on);
 
-// "12:34:56.789 prphrl 0x100001 value 3 text "ABC" bytes 41 42 43"
+// "prphrl 0x100001 value 3 text "AB" bytes 41 42 "AB"": bytes in hexadecimal and as text. Long payloads are cut, and
+// their size is told.
+std::string describe(const Event& event);
+// The same behind its time: "12:34:56.789 prphrl ..."
 std::string displayEvent(const Event& event);
+
+// Bytes as a text that any terminal and any JSON takes: whatever is not printable ASCII is escaped.
+std::string printableBytes(const std::vector<unsigned char>& bytes);
 
 // The names of the modules that have events.
 std::vector<std::string> eventModules();

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "command.h"
 #include "vset/vset.h"
@@ -100,10 +101,8 @@ void switchFile(Call& call, const char* path) {
     }
 }
 
-}  // namespace
-
-const std::vector<Hand>& hands() {
-    static const std::vector<Hand> all = {
+std::vector<Hand> setHands() {
+    return {
         {"put",
          "Copy a file onto the set, for example onto the USB stick below /mnt/usb.",
          {{"path", Kind::path, "where to"}, {"content", Kind::bytes, "what it holds"}},
@@ -148,6 +147,17 @@ const std::vector<Hand>& hands() {
          handles,
          true},
     };
+}
+
+}  // namespace
+
+const std::vector<Hand>& hands() {
+    static const std::vector<Hand> all = [] {
+        std::vector<Hand> both = setHands();
+        std::vector<Hand> serial = serialHands();
+        std::move(serial.begin(), serial.end(), std::back_inserter(both));
+        return both;
+    }();
     return all;
 }
 

@@ -162,7 +162,13 @@ private:
         addSetAction(set, "path", "Print the set's folder", printSetPath);
         addSetAction(set, "power-cycle", "Switch the set off and on", powerCycleSet);
         addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
+        addSetAction(set, "ports", "Show where terminal programs can be connected while the set is on", showPorts);
         for (const Hand& hand : hands()) {
+            const auto isHand = [&hand](const CLI::App* command) { return command->get_name() == hand.name; };
+            if (!set->get_subcommands(isHand).empty()) {
+                // Has a command of its own, which does not take the set.
+                continue;
+            }
             CLI::App* command = set->add_subcommand(hand.name, hand.help);
             if (hand.sessionOnly) {
                 // Known, to say that it belongs elsewhere, but not offered.

@@ -17,7 +17,7 @@ constexpr std::string_view kPrefix = "a_vextvfapi_";
 
 std::vector<Operation> allOperations() {
     std::vector<Operation> all;
-    for (std::vector<Operation> some : {commonOperations(), eventOperations(), sysOperations()}) {
+    for (std::vector<Operation> some : {commonOperations(), eventOperations(), prphrlOperations(), sysOperations()}) {
         std::move(some.begin(), some.end(), std::back_inserter(all));
     }
     std::sort(all.begin(), all.end(), [](const Operation& left, const Operation& right) {
@@ -151,6 +151,12 @@ Bytes Call::buffer(std::size_t size, unsigned char fill) {
     return bytes;
 }
 
+Bytes Call::exactBytes(std::size_t index) const {
+    Bytes copy = buffer(bytes(index).size());
+    std::copy(bytes(index).begin(), bytes(index).end(), copy.begin());
+    return copy;
+}
+
 void Call::outText(const char* name, const Bytes& buffer) {
     out(name, std::string(buffer.begin(), std::find(buffer.begin(), buffer.end(), 0)));
 }
@@ -260,6 +266,8 @@ bool isGood(Result result, long long status) {
             return status == 1;
         case Result::alwaysFails:
             return status == -1;
+        case Result::countOrNegative:
+            return status >= 0;
         case Result::value:
         case Result::nothing:
             return true;

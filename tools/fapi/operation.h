@@ -44,12 +44,13 @@ struct Output {
 
 // How an operation's result is to be read.
 enum class Result {
-    status,       // 0 success, negative failure
-    oneIsGood,    // 1 success, 0 failure
-    zeroOr255,    // 0 success, 255 failure
-    value,        // the result itself is the datum; every value is good
-    alwaysFails,  // -1 is what it answers when all went well, too
-    nothing       // no result
+    status,           // 0 success, negative failure
+    oneIsGood,        // 1 success, 0 failure
+    zeroOr255,        // 0 success, 255 failure
+    value,            // the result itself is the datum; every value is good
+    alwaysFails,      // -1 is what it answers when all went well, too
+    countOrNegative,  // how many, or a descriptor; negative failure
+    nothing           // no result
 };
 
 // What one call answered.
@@ -83,6 +84,8 @@ public:
     // A buffer of exactly the size that is passed along, so that a sanitizer sees a byte too many. It has an address
     // even without a byte: null would be another argument.
     static Bytes buffer(std::size_t size, unsigned char fill = 0);
+    // The bytes of an argument in such a buffer.
+    Bytes exactBytes(std::size_t index) const;
     // The bytes of a buffer up to its first NUL, as text.
     void outText(const char* name, const Bytes& buffer);
 
@@ -141,6 +144,7 @@ bool isGood(Result result, long long status);
 // The rows of one module, each in the source file of its name; operations() puts them together.
 std::vector<Operation> commonOperations();
 std::vector<Operation> eventOperations();  // the event trio of all modules
+std::vector<Operation> prphrlOperations();
 std::vector<Operation> sysOperations();
 
 }  // namespace tool

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the system module's operations.
-#include <algorithm>
 #include <iterator>
 
 #include "a_vextvfapi_sys.h"
@@ -225,8 +224,7 @@ std::vector<Operation> fileOperations() {
           {"mode", Kind::text, "open mode as of stdio: wb, ab, ...", 0, 16, {}, "wb"}},
          {},
          [](Call& call) -> long long {
-             Bytes data = Call::buffer(call.bytes(1).size());
-             std::copy(call.bytes(1).begin(), call.bytes(1).end(), data.begin());
+             const Bytes data = call.exactBytes(1);
              return a_vextvfapi_sys_write_file(call.utext(0), data.data(), static_cast<unsigned int>(data.size()),
                                                call.utext(2));
          },

@@ -33,7 +33,9 @@ const char* kindName(Kind kind) {
 }
 
 Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
-    return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", toJson(Value(object.data))}};
+    Json data = toJson(Value(object.data));
+    data["text"] = printableBytes(object.data);
+    return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", std::move(data)}};
 }
 
 bool isUtf8(const std::string& text) {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <regex>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "command.h"
@@ -34,23 +35,43 @@ int checkPlans(const std::vector<std::string>& files);
 
 enum class Compare { good, failed, is, isNot, contains, startsWith, matches, within };
 
-// "expect checksum in 100..200 margin 5"
-struct Expectation {
-    unsigned int line = 0;
-    std::string text;    // the line again
-    std::string output;  // "status" or the name of an output
+// What a value has to be: "checksum in 100..200 margin 5".
+struct Condition {
+    std::string subject;  // "status", the name of an output or a field of an event
     Compare compare = Compare::is;
     std::string expected;  // may hold ${NAME}
     long long low = 0, high = 0, margin = 0;
     std::regex pattern;
 };
 
+// Which event has to come, or must not: "event 0x100001 of prphrl with text is AB within 2s".
+struct EventCondition {
+    bool comes = true;
+    unsigned int number = 0;
+    std::string module;             // empty: any
+    std::vector<Condition> fields;  // of its first payload object
+    std::chrono::milliseconds within{0};
+};
+
+// A line that begins with "expect".
+struct Expectation {
+    unsigned int line = 0;
+    std::string text;  // the line again
+    std::variant<Condition, EventCondition> what;
+
+    bool isAboutStatus() const;
+};
+
 // "keep NAME OUTPUT"
 struct Keep {
     unsigned int line = 0;
     std::string name;
-    std::string output;
+    std::string output;  // kEventPrefix and a field: of the event that was taken last
 };
+
+// What of an event can be expected and kept.
+constexpr const char* kEventFields[] = {"value", "text", "bytes"};
+constexpr std::string_view kEventPrefix = "event.";
 
 struct PlanLine {
     unsigned int line = 0;
@@ -91,6 +112,13 @@ Plan parsePlan(std::string_view text, std::vector<Problem>& problems);
 // The expectation that the words of its line make. Throws UsageError.
 Expectation parseExpectation(const Words& words);
 
+// Reads "[is|contains|...] VALUE" from words[i] on into a condition that has its subject. Returns the place behind it.
+// Throws UsageError.
+std::size_t readCondition(const Words& words, std::size_t i, Condition& condition);
+
+// The words of a line behind "expect". Throws UsageError.
+EventCondition parseEventCondition(const Words& words);
+
 // --- Variables -------------------------------------------------------------------------------------------------------
 
 using Variables = std::map<std::string, Value>;
@@ -116,9 +144,9 @@ struct Judgement {
     Verdict verdict = Verdict::passed;
     std::string text;  // why, when it did not pass
 };
-// Throws UsageError when a value makes nonsense of what is expected.
-Judgement judge(const Expectation& expectation, const Command& command, const Outcome& outcome,
-                const Variables& variables);
+// The text is why not. Throws UsageError when a value makes nonsense of what is expected, as the other one.
+Judgement judge(const Condition& condition, const Value& value, const Variables& variables);
+Judgement judge(const Condition& condition, const Command& command, const Outcome& outcome, const Variables& variables);
 
 }  // namespace tool
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reads plans, and finds everything in them that cannot work.
 #include <algorithm>
-#include <cmath>
 #include <set>
 
 #include "plan.h"
@@ -10,26 +9,10 @@ namespace tool {
 
 namespace {
 
-// Also keeps a retry from waiting for ever by a slip of the keyboard.
-constexpr double kLongestWait = 24 * 3600;
 constexpr long long kMostRetries = 100000;
 
 // Some editors put it at the beginning of a file.
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-bool parseTime(const std::string& word, std::chrono::milliseconds& time) {
-    const std::size_t unit = word.find_first_not_of("0123456789.");
-    if (unit == 0 || unit == std::string::npos || std::count(word.begin(), word.end(), '.') > 1 || unit > 12) {
-        return false;
-    }
-    const double factor = word.substr(unit) == "s" ? 1 : word.substr(unit) == "ms" ? 0.001 : 0;
-    const double seconds = std::strtod(word.c_str(), nullptr) * factor;
-    if (factor == 0 || seconds > kLongestWait) {
-        return false;
-    }
-    time = std::chrono::milliseconds(std::llround(seconds * 1000));
-    return true;
-}
 
 bool isName(const std::string& word) {
     return !word.empty() && word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") ==
@@ -200,6 +183,12 @@ private:
         return !names.empty();
     }
 
+    void useVariables(const Condition& condition) {
+        if (condition.compare != Compare::matches) {
+            useVariables(condition.expected);
+        }
+    }
+
     // The line that an expectation or a keep belongs to.
     PlanLine& lastLine(const std::string& word) {
         if (_plan.steps.empty() || _plan.steps.back().lines.empty()) {
@@ -224,13 +213,33 @@ private:
         throw UsageError("no such output: " + output + ", expected one of " + known);
     }
 
+    // "event.text"
+    static void checkEventField(const std::string& output, const PlanLine& line) {
+        const std::string_view field = std::string_view(output).substr(kEventPrefix.size());
+        if (std::find(std::begin(kEventFields), std::end(kEventFields), field) == std::end(kEventFields)) {
+            throw UsageError("no such output: " + output + ", expected event.value, event.text or event.bytes");
+        }
+        const bool hasEvent =
+            std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
+                const auto* event = std::get_if<EventCondition>(&expectation.what);
+                return event != nullptr && event->comes;
+            });
+        if (!hasEvent) {
+            throw UsageError(output + " stands behind no \"expect event\"");
+        }
+    }
+
     void addExpectation(const Words& words) {
         PlanLine& line = lastLine("expect");
         Expectation expectation = parseExpectation(words);
         expectation.line = _line;
-        checkOutput(expectation.output);
-        if (expectation.compare != Compare::matches) {
-            useVariables(expectation.expected);
+        if (const auto* condition = std::get_if<Condition>(&expectation.what)) {
+            checkOutput(condition->subject);
+            useVariables(*condition);
+        } else {
+            for (const Condition& field : std::get<EventCondition>(expectation.what).fields) {
+                useVariables(field);
+            }
         }
         line.expectations.push_back(std::move(expectation));
     }
@@ -242,7 +251,11 @@ private:
         }
         // Known from here on even when the output is not: one slip is one problem.
         _kept.insert(words[1]);
-        checkOutput(words[2]);
+        if (words[2].compare(0, kEventPrefix.size(), kEventPrefix) == 0) {
+            checkEventField(words[2], line);
+        } else {
+            checkOutput(words[2]);
+        }
         line.keeps.push_back({_line, words[1], words[2]});
     }
 

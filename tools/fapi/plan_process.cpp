@@ -7,6 +7,7 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include "plan_event.h"
 #include "plan_record.h"
 #include "vset/vset.h"
 
@@ -66,6 +67,7 @@ private:
             // Not at the beginning after a power cycle.
             if (_position.line == 0) {
                 _position.start = Clock::now();
+                _events.clear();
                 send(RecordKind::start);
             }
             runLines(step);
@@ -132,7 +134,7 @@ private:
     // Without an expectation of the status it must be a good one.
     void judgeOutcome(const PlanLine& line, const Command& command, const Outcome& outcome) {
         const bool judgesStatus = std::any_of(line.expectations.begin(), line.expectations.end(),
-                                              [](const Expectation& e) { return e.output == "status"; });
+                                              [](const Expectation& e) { return e.isAboutStatus(); });
         if (judgesStatus || outcome.good) {
             return;
         }
@@ -151,13 +153,9 @@ private:
                 keepOutput(*keep, outcome, record);
             }
             number = expectation.line;
-            const Judgement judgement = judge(expectation, command, outcome, _variables);
-            worsen(judgement, number);
+            const Json judged = judgeExpectation(expectation, command, outcome);
             if (_details) {
-                record.command["expectations"].push_back({{"line", number},
-                                                          {"text", expectation.text},
-                                                          {"verdict", verdictName(judgement.verdict)},
-                                                          {"why", judgement.text}});
+                record.command["expectations"].push_back(judged);
             }
         }
         for (; keep != line.keeps.end(); ++keep) {
@@ -165,13 +163,45 @@ private:
         }
     }
 
+    // What the report says of it.
+    Json judgeExpectation(const Expectation& expectation, const Command& command, const Outcome& outcome) {
+        Json judged = {{"line", expectation.line}, {"text", expectation.text}};
+        const auto* event = std::get_if<EventCondition>(&expectation.what);
+        // Nobody waits for the events of what has failed.
+        if (event != nullptr && isBad(_position.judgement.verdict)) {
+            judged["verdict"] = verdictName(Verdict::notRun);
+            judged["why"] = "";
+            return judged;
+        }
+        const Judgement judgement = event != nullptr
+                                        ? _events.judge(*event, expectation.text, _variables)
+                                        : judge(std::get<Condition>(expectation.what), command, outcome, _variables);
+        worsen(judgement, expectation.line);
+        judged["verdict"] = verdictName(judgement.verdict);
+        judged["why"] = judgement.text;
+        if (event != nullptr && event->comes && _events.taken() != nullptr) {
+            judged["event"] = toJson(*_events.taken());
+        }
+        return judged;
+    }
+
     void keepOutput(const Keep& keep, const Outcome& outcome, Record& record) {
-        const Value status(outcome.status);
-        const Value* value = keep.output == "status" ? &status : outcome.find(keep.output);
-        if (value != nullptr) {
+        if (const std::optional<Value> value = valueOf(keep.output, outcome)) {
             _variables[keep.name] = *value;
             record.kept[keep.name] = *value;
         }
+    }
+
+    std::optional<Value> valueOf(std::string_view output, const Outcome& outcome) const {
+        if (output == "status") {
+            return outcome.status;
+        }
+        if (output.substr(0, kEventPrefix.size()) != kEventPrefix) {
+            const Value* value = outcome.find(output);
+            return value != nullptr ? std::optional(*value) : std::nullopt;
+        }
+        const Event* event = _events.taken();
+        return event != nullptr ? std::optional(fieldOf(*event, output.substr(kEventPrefix.size()))) : std::nullopt;
     }
 
     // The worst verdict of an attempt counts, and the first text of that verdict.
@@ -186,11 +216,13 @@ private:
     Variables _variables;
     const bool _details;
     const int _descriptor;
+    EventQueue _events;
 };
 
 bool attachSet(const SessionOptions& session, PlanProcess& process) {
     try {
         openSession(session);
+        listenToAllModules(true);
         return true;
     } catch (const std::exception& error) {
         process.refuse(error.what());

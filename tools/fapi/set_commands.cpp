@@ -10,6 +10,7 @@
 #include "hw3/hw_flash.h"
 #include "output.h"
 #include "vset/flash.h"
+#include "vset/uart.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -104,6 +105,25 @@ int showSet(const GlobalOptions& options) {
             // Damage has been told above.
             continue;
         }
+    }
+    say(options, json, text);
+    return kExitGood;
+}
+
+int showPorts(const GlobalOptions& options) {
+    const std::string folder = setFolder(options.session);
+    Json json = {{"folder", folder}, {"ports", Json::array()}};
+    std::string text;
+    for (const vset::uart::Connector& connector : vset::uart::connectors(folder)) {
+        json["ports"].push_back(
+            {{"number", connector.u32Number}, {"path", connector.strPath}, {"terminal", connector.strTerminal}});
+        text += (text.empty() ? "" : "\n") + std::to_string(connector.u32Number) + " " + connector.strPath + " -> " +
+                connector.strTerminal;
+    }
+    if (text.empty()) {
+        throw vset::SetError(folder +
+                             ": is switched off, and its ports lead nowhere; \"fapi shell\" or \"fapi watch\" "
+                             "switches it on");
     }
     say(options, json, text);
     return kExitGood;

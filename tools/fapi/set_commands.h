@@ -24,6 +24,8 @@ int resetSet(const GlobalOptions& options);
 int printSetPath(const GlobalOptions& options);
 int powerCycleSet(const GlobalOptions& options);
 int showSet(const GlobalOptions& options);
+// Where terminal programs can be connected, whichever process has the set.
+int showPorts(const GlobalOptions& options);
 
 // One of the hands that need no running session. `words` is "put /mnt/usb/x text:y".
 int runHand(const GlobalOptions& options, const Words& words);

@@ -2,7 +2,9 @@
 // Numbers, texts and bytes as they are typed and shown.
 #include "value.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +17,9 @@ namespace tool {
 namespace {
 
 constexpr char kDigits[] = "0123456789abcdef";
+
+// Keeps a slip of the keyboard from waiting for ever.
+constexpr double kLongestTime = 24 * 3600;
 
 int hexDigit(char digit) {
     const char lower = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit | 0x20) : digit;
@@ -84,23 +89,6 @@ bool startsWith(const std::string& word, const char* prefix) {
     return word.rfind(prefix, 0) == 0;
 }
 
-std::string displayText(const std::string& text) {
-    std::string shown = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            shown += "\\n";
-        } else if (c == '"' || c == '\\') {
-            shown += {'\\', c};
-        } else if (byte < 0x20 || byte == 0x7F) {
-            shown += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
-        } else {
-            shown += c;
-        }
-    }
-    return shown + '"';
-}
-
 }  // namespace
 
 bool parseNumber(std::string_view text, long long& number) {
@@ -115,6 +103,20 @@ bool parseNumber(std::string_view text, long long& number) {
         return false;
     }
     number = parsed;
+    return true;
+}
+
+bool parseTime(const std::string& word, std::chrono::milliseconds& time) {
+    const std::size_t unit = word.find_first_not_of("0123456789.");
+    if (unit == 0 || unit == std::string::npos || std::count(word.begin(), word.end(), '.') > 1 || unit > 12) {
+        return false;
+    }
+    const double factor = word.substr(unit) == "s" ? 1 : word.substr(unit) == "ms" ? 0.001 : 0;
+    const double seconds = std::strtod(word.c_str(), nullptr) * factor;
+    if (factor == 0 || seconds > kLongestTime) {
+        return false;
+    }
+    time = std::chrono::milliseconds(std::llround(seconds * 1000));
     return true;
 }
 
@@ -143,12 +145,29 @@ std::string hexText(const Bytes& bytes, const char* separator) {
     return text;
 }
 
+std::string escaped(std::string_view text, bool asciiOnly) {
+    std::string shown;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            shown += "\\n";
+        } else if (c == '"' || c == '\\') {
+            shown += {'\\', c};
+        } else if (byte < 0x20 || byte == 0x7F || (asciiOnly && byte > 0x7F)) {
+            shown += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        } else {
+            shown += c;
+        }
+    }
+    return shown;
+}
+
 std::string display(const Value& value, std::size_t limit) {
     std::string shown;
     if (const auto* number = std::get_if<long long>(&value)) {
         shown = std::to_string(*number);
     } else if (const auto* text = std::get_if<std::string>(&value)) {
-        shown = displayText(*text);
+        shown = '"' + escaped(*text, false) + '"';
     } else {
         const Bytes& bytes = std::get<Bytes>(value);
         shown = std::to_string(bytes.size()) + (bytes.size() == 1 ? " byte" : " bytes");

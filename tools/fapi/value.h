@@ -3,6 +3,7 @@
 #ifndef FAPI_TOOL_VALUE_H
 #define FAPI_TOOL_VALUE_H
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -23,12 +24,19 @@ public:
 // Decimal, 0x hexadecimal or 0 octal, with sign. False when the text is no number or does not fit.
 bool parseNumber(std::string_view text, long long& number);
 
+// "200ms" or "1.5s", at most a day. False when the text is no such time.
+bool parseTime(const std::string& text, std::chrono::milliseconds& time);
+
 // "text:..." as it stands, "hex:01 02ff", "repeat:300:ab", "file:PATH" (of this PC), anything else as text. Throws
 // UsageError.
 Bytes parseBytes(const std::string& word);
 
 // "0102ff" with the separator between the bytes.
 std::string hexText(const Bytes& bytes, const char* separator);
+
+// With \n, \" and \x1b for what a terminal would obey; with `asciiOnly` also for every byte above 0x7f, which need not
+// be a part of a character.
+std::string escaped(std::string_view text, bool asciiOnly);
 
 // As a person reads it: 42, "text" with \n and \x1b escapes, 4 bytes: 01 02 03 04. Cut to `limit` characters when that
 // is not 0.

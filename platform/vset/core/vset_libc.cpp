@@ -59,20 +59,26 @@ mode_t modeArgument(int s32Flags, va_list arguments) {
     return bHasMode ? va_arg(arguments, mode_t) : 0;
 }
 
-// The set serves a tty from the moment that a program has it open.
-int opened(int s32Fd, const char* pszPath) {
+// Opens a path with `openIt`, which gets the path to hand on. A tty is served from the moment that a program has it
+// open.
+template <class OpenIt>
+int openPath(const char* pszPath, const OpenIt& openIt) {
+    const Path path(pszPath);
+    if (path.isLost()) {
+        return -1;
+    }
+    const int s32Port = vset::areHostPaths() ? -1 : vset::serialPortOf(pszPath);
+    if (s32Port < 0) {
+        return openIt(path.get());
+    }
+    vset::forgetUnreadOfTty(static_cast<unsigned int>(s32Port));
+    const int s32Fd = openIt(path.get());
     const int s32Errno = errno;
-    const int s32Port = s32Fd >= 0 && !vset::areHostPaths() ? vset::serialPortOf(pszPath) : -1;
-    if (s32Port >= 0) {
+    if (s32Fd >= 0) {
         vset::serveTty(static_cast<unsigned int>(s32Port));
     }
     errno = s32Errno;
     return s32Fd;
-}
-
-int openPath(Open* pOpen, const char* pszPath, int s32Flags, mode_t mode) {
-    const Path path(pszPath);
-    return path.isLost() ? -1 : opened(pOpen(path.get(), s32Flags, mode), pszPath);
 }
 
 }  // namespace
@@ -83,7 +89,7 @@ VSET_LIBC int open(const char* pszPath, int s32Flags, ...) {
     va_start(arguments, s32Flags);
     const mode_t mode = modeArgument(s32Flags, arguments);
     va_end(arguments);
-    return openPath(pNext, pszPath, s32Flags, mode);
+    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
 }
 
 VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
@@ -92,20 +98,18 @@ VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
     va_start(arguments, s32Flags);
     const mode_t mode = modeArgument(s32Flags, arguments);
     va_end(arguments);
-    return openPath(pNext, pszPath, s32Flags, mode);
+    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
 }
 
 // What fortified code calls when no mode is given.
 VSET_LIBC int __open_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open_2");
-    const Path path(pszPath);
-    return path.isLost() ? -1 : opened(pNext(path.get(), s32Flags), pszPath);
+    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
 }
 
 VSET_LIBC int __open64_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open64_2");
-    const Path path(pszPath);
-    return path.isLost() ? -1 : opened(pNext(path.get(), s32Flags), pszPath);
+    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
 }
 
 VSET_LIBC FILE* fopen(const char* pszPath, const char* pszMode) {

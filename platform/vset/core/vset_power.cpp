@@ -39,7 +39,13 @@ int lockFolder(const std::string& strFolder) {
     if (s32Lock < 0) {
         throw SetError(strLock + ": " + std::strerror(errno));
     }
-    if (flock(s32Lock, LOCK_EX | LOCK_NB) != 0) {
+    // Who only looks whether the set is in use holds the lock for a moment, too.
+    int s32Locked = flock(s32Lock, LOCK_EX | LOCK_NB);
+    for (int i = 0; i < 10 && s32Locked != 0; ++i) {
+        usleep(10000);
+        s32Locked = flock(s32Lock, LOCK_EX | LOCK_NB);
+    }
+    if (s32Locked != 0) {
         char acOwner[16] = {};
         const ssize_t length = pread(s32Lock, acOwner, sizeof(acOwner) - 1, 0);
         close(s32Lock);

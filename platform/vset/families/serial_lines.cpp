@@ -88,6 +88,15 @@ public:
     int farEnd() const { return _s32Far; }
     const std::string& path() const { return _strPath; }
 
+    // What nobody has read of the far end's input.
+    void forgetUnread() const {
+        const int s32Far = open(_strPath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+        if (s32Far >= 0) {
+            tcflush(s32Far, TCIFLUSH);
+            close(s32Far);
+        }
+    }
+
     bool isHungUp() const {
         pollfd stEnd = {_s32Near, 0, 0};
         return !exists() || (poll(&stEnd, 1, 0) > 0 && (stEnd.revents & POLLHUP) != 0);
@@ -120,7 +129,8 @@ struct Connector {
 
 struct Tty {
     PseudoTerminal terminal;
-    bool bServed = false;  // somebody has opened it, and nobody has seen it hang up
+    bool bServed = false;   // somebody has opened it, and nobody has seen it hang up
+    bool bStalled = false;  // its owner does not read
 };
 
 // Descriptors are closed under the mutex and used under it, or as duplicates.
@@ -166,7 +176,7 @@ void wake(Lines& lines) {
 void makeTty(Lines& lines, unsigned int u32Port) {
     Tty& tty = lines.ttys[u32Port];
     tty.terminal = PseudoTerminal(false);
-    tty.bServed = false;
+    tty.bServed = tty.bStalled = false;
     putLink(tty.terminal.path(), ttyLinkOf(lines.strFolder, u32Port));
 }
 
@@ -222,6 +232,26 @@ void transmitLocked(Lines& lines, unsigned int u32Port, std::string_view bytes) 
 
 // --- The thread ------------------------------------------------------------------------------------------------------
 
+// Gives the tty what it takes. A tty that has taken nothing for a while is not waited for again until it does.
+void deliverToTty(Lines& lines, Connector& connector, unsigned int u32Port, std::string_view bytes) {
+    Tty& tty = lines.ttys[u32Port];
+    const std::size_t length = isOpen(lines, u32Port) ? writeSome(tty.terminal.nearEnd(), bytes) : 0;
+    bytes.remove_prefix(length);
+    const auto now = Clock::now();
+    if (length != 0) {
+        tty.bStalled = false;
+        connector.pendingSince = now;
+    }
+    const bool bWaits = isOpen(lines, u32Port) && !tty.bStalled && now - connector.pendingSince < kTtyPatience;
+    if (!bytes.empty() && !bWaits) {
+        tty.bStalled = true;
+        countAtPort(u32Port, 0, bytes.size());
+        bytes = {};
+    }
+    connector.strPending = std::string(bytes);
+    connector.u32PendingPort = u32Port;
+}
+
 // What has been typed goes to the port's tty if that is open, else to the middleware's port.
 void deliverTyped(Lines& lines, Connector& connector, unsigned int u32Port, std::string_view bytes) {
     if (!isOpen(lines, u32Port)) {
@@ -229,31 +259,15 @@ void deliverTyped(Lines& lines, Connector& connector, unsigned int u32Port, std:
         return;
     }
     countAtPort(u32Port, bytes.size(), 0);
-    bytes.remove_prefix(writeSome(lines.ttys[u32Port].terminal.nearEnd(), bytes));
-    if (!bytes.empty()) {
-        connector.strPending = bytes;
-        connector.u32PendingPort = u32Port;
-        connector.pendingSince = Clock::now();
-    }
-}
-
-void deliverPending(Lines& lines, Connector& connector) {
-    const unsigned int u32Port = connector.u32PendingPort;
-    const std::size_t length =
-        isOpen(lines, u32Port) ? writeSome(lines.ttys[u32Port].terminal.nearEnd(), connector.strPending) : 0;
-    connector.strPending.erase(0, length);
-    if (length != 0) {
-        connector.pendingSince = Clock::now();
-    } else if (!isOpen(lines, u32Port) || Clock::now() - connector.pendingSince >= kTtyPatience) {
-        countAtPort(u32Port, 0, connector.strPending.size());
-        connector.strPending.clear();
-    }
+    connector.pendingSince = Clock::now();
+    deliverToTty(lines, connector, u32Port, bytes);
 }
 
 void serveConnector(Lines& lines, unsigned int u32Connector, char* pcBuffer) {
     Connector& connector = lines.connectors[u32Connector];
     if (!connector.strPending.empty()) {
-        deliverPending(lines, connector);
+        const std::string strPending = std::move(connector.strPending);
+        deliverToTty(lines, connector, connector.u32PendingPort, strPending);
         return;
     }
     const ssize_t length = read(connector.terminal.nearEnd(), pcBuffer, kChunk);
@@ -310,10 +324,12 @@ int collect(const Lines& lines, std::array<pollfd, kPolled>& polled) {
         lock.unlock();
         poll(polled.data(), polled.size(), s32TimeoutMs);
         lock.lock();
-        if (u64Generation != lines.u64Generation) {
-            // The descriptors may be others by now.
+        if (polled[0].revents != 0) {
             std::uint64_t u64Count = 0;
             [[maybe_unused]] const ssize_t length = read(lines.s32Wake, &u64Count, sizeof(u64Count));
+        }
+        if (u64Generation != lines.u64Generation) {
+            // The descriptors may be others by now.
             continue;
         }
         for (unsigned int i = 0; i < uart::kTtys; ++i) {
@@ -418,6 +434,19 @@ void serveTty(unsigned int u32Port) {
     const std::lock_guard<std::mutex> lock(lines.mutex);
     lines.ttys[u32Port].bServed = true;
     wake(lines);
+}
+
+void forgetUnreadOfTty(unsigned int u32Port) {
+    if (u32Port >= uart::kTtys) {
+        return;
+    }
+    Lines& lines = theLines();
+    const std::lock_guard<std::mutex> lock(lines.mutex);
+    Tty& tty = lines.ttys[u32Port];
+    if (tty.terminal.isHungUp()) {
+        tty.bServed = tty.bStalled = false;
+        tty.terminal.forgetUnread();
+    }
 }
 
 void transmit(unsigned int u32Port, std::string_view bytes) {

@@ -16,6 +16,8 @@ void removeSerialLines();
 // From the first use of a line on there is a thread. None before: a program that uses no line gets by without.
 void startSerialThread();
 
+// A program is about to open a tty: when nobody else has it open, what was not read is gone.
+void forgetUnreadOfTty(unsigned int u32Port);
 // A program has opened a tty, which the thread is to serve from now on.
 void serveTty(unsigned int u32Port);
 

@@ -35,7 +35,7 @@ VSET_API std::vector<Connector> connectors(const std::string& strFolder);
 // --- The far end of a connector's line -------------------------------------------------------------------------------
 
 // Types the bytes as a terminal program would, and returns when the line has taken them all, but not until the set has
-// used them. A port that takes nothing for a second loses what it has not taken.
+// used them. A tty that takes nothing for a second loses what arrives until it reads again.
 VSET_API void type(unsigned int u32Connector, std::string_view bytes);
 
 // What the set has sent out of the connector, at most the last 65,536 bytes of it.

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+// A station's terminal program on the set's serial connector, while the bench tool has the set.
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/plan_fixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+class SerialTerminal : public test::PlanTest {
+protected:
+    void SetUp() override {
+        PlanTest::SetUp();
+        if (test::runProcess({"socat", "-V"}).s32Exit != 0) {
+            GTEST_SKIP() << "there is no socat";
+        }
+    }
+
+    // The tool at work in a process of its own, until the end of the test.
+    void start(const std::vector<std::string>& words) {
+        _tool = std::thread([this, words] { _result = fapi(words); });
+        // Two processes that are started at the same time would inherit each other's pipes.
+        for (int i = 0; i < 500 && readFile(set() + "/lock").empty(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    void TearDown() override {
+        finish();
+        PlanTest::TearDown();
+    }
+    void finish() {
+        if (_tool.joinable()) {
+            _tool.join();
+        }
+    }
+
+    // Where to connect, as the tool tells it from another process than the one that has the set.
+    std::string connector(unsigned int u32Number) const {
+        for (int i = 0; i < 500; ++i) {
+            const nlohmann::json json = fapiJson({"set", "ports"});
+            if (json.is_object() && json["ports"].size() > u32Number) {
+                return json["ports"][u32Number]["path"];
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return "/no/connector";
+    }
+
+    std::thread _tool;
+};
+
+TEST_F(SerialTerminal, AStationTalksToTheFactoryUart) {
+    start({"run", "--report", reports(), writeFile("station.plan", R"(plan "Station"
+step "the station asks"
+    sys_init
+    prphrl_init
+    prphrl_start_factory_uart 115200 0
+    expect event 0x100001 with text is SERIAL? with bytes is SERIAL? within 60s
+step "and is answered"
+    sys_get_emmc_env_var serial
+    keep serial value
+    prphrl_write_factory_uart "SERIAL=${serial}"
+    expect event 0x100001 with text starts-with RESULT= within 60s
+    keep result event.text
+    prphrl_write_factory_uart "GOT ${result}"
+    expect event 0x100001 with text is BYE within 60s
+    set sent 0
+    expect text is "SERIAL=${serial}\r\nGOT ${result}\r\n"
+teardown
+step "hang up"
+    prphrl_stop_factory_uart 0
+)")});
+    // Ends when the set is switched off: its line is gone then.
+    const test::ProcessResult terminal = test::runOnTerminal(
+        {"socat", "-,raw,echo=0", connector(0) + ",raw,echo=0"},
+        {{"", "SERIAL?\r"}, {"SERIAL=VSET00000001\r\n", "\r\n\r\nRESULT=0x1f\n"}, {"GOT RESULT=0x1f\r\n", "BYE\r\n"}});
+    finish();
+    EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput << terminal.strOutput;
+    EXPECT_THAT(terminal.strOutput, HasSubstr("SERIAL=VSET00000001\r\nGOT RESULT=0x1f\r\n"));
+}
+
+// Every byte there is, there and back: neither the set nor its pseudo-terminals change one.
+TEST_F(SerialTerminal, TheStandardLinkIsTransparent) {
+    std::string strBytes;
+    std::string strHex;
+    for (int i = 0; i < 256; ++i) {
+        char acHex[3];
+        std::snprintf(acHex, sizeof(acHex), "%02x", static_cast<unsigned int>(i));
+        strBytes += static_cast<char>(i);
+        strHex += acHex;
+    }
+    const std::string strFirst = "hex:" + strHex.substr(0, 256), strSecond = "hex:" + strHex.substr(256);
+    start({"run", "--report", reports(),
+           writeFile("station.plan",
+                     "plan Station\nstep bytes\nsys_init\nprphrl_init\n"
+                     "prphrl_std_factory_uart_start 115200 0\n"
+                     "prphrl_std_factory_uart_custom_config size hex:0d 128\n"
+                     "expect no event 0x100001 within 1s\n"
+                     "prphrl_std_factory_uart_write READY\n"
+                     "expect event 0x100001 with text \"\" with bytes " +
+                         strFirst + " within 60s\nexpect event 0x100001 with bytes " + strSecond +
+                         " within 60s\nprphrl_std_factory_uart_write " + strFirst + "\nprphrl_std_factory_uart_write " +
+                         strSecond +
+                         "\nexpect event 0x100001 with bytes repeat:128:. within 60s\n"
+                         "teardown\nstep 'hang up'\nprphrl_std_factory_uart_stop\n")});
+    const test::ProcessResult terminal = test::runOnTerminal({"socat", "-,rawer", connector(0) + ",rawer"},
+                                                             {{"READY", strBytes}, {strBytes, std::string(128, '.')}});
+    finish();
+    EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput;
+    const nlohmann::json event = report()["steps"][0]["attempts"][0]["commands"][4]["expectations"][0]["event"];
+    EXPECT_EQ("hex:" + event["objects"][0]["data"]["hex"].get<std::string>(), strFirst);
+}
+
+}  // namespace

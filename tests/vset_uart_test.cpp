@@ -1,0 +1,388 @@
+// SPDX-License-Identifier: Apache-2.0
+// The set's serial lines, as the middleware's caller, the tty's owner and a terminal program see them.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "hw3/hw_sys.h"
+#include "hw3/hw_uart.h"
+#include "support/descriptors.h"
+#include "support/refusals.h"
+#include "support/serial_fixture.h"
+
+namespace {
+
+using test::eventually;
+using test::kUntouched;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using namespace std::chrono_literals;
+
+// What the callback has got, and what it does with it.
+struct Got {
+    std::mutex mutex;
+    std::string bytes;
+    std::function<HW_Result_t(HW_U8)> action;
+};
+Got g_stGot;
+
+HW_Result_t take(HW_Handle_t, HW_U32 u32Event, HW_U8* pu8Byte) {
+    EXPECT_EQ(u32Event, HW_UART_EVENT_RX_CHAR);
+    std::function<HW_Result_t(HW_U8)> action;
+    {
+        const std::lock_guard<std::mutex> lock(g_stGot.mutex);
+        g_stGot.bytes += static_cast<char>(*pu8Byte);
+        action = g_stGot.action;
+    }
+    return action ? action(*pu8Byte) : HW_OK;
+}
+
+std::string got() {
+    const std::lock_guard<std::mutex> lock(g_stGot.mutex);
+    return g_stGot.bytes;
+}
+
+constexpr HW_UART_CallbackParams_t kTake = {take, HW_UART_EVENT_RX_CHAR, 0};
+
+class VsetUart : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        ASSERT_EQ(HW_UART_Init(nullptr), HW_OK);
+        g_stGot.bytes.clear();
+        g_stGot.action = nullptr;
+    }
+
+    static HW_Handle_t open(HW_U32 u32Port) {
+        const HW_UART_OpenParams_t stParams = {u32Port, 0, 4, {}};
+        HW_Handle_t hUart = 0;
+        EXPECT_EQ(HW_UART_Open(&stParams, &hUart), HW_OK);
+        return hUart;
+    }
+
+    static void enlist(HW_Handle_t hUart) {
+        HW_U32 u32Mask = 0;
+        EXPECT_EQ(HW_UART_RegisterCallback(hUart, &kTake, &u32Mask), HW_OK);
+        EXPECT_EQ(u32Mask, 1u);
+    }
+
+    static std::string pattern(std::size_t size) {
+        std::string bytes(size, '\0');
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<char>(i * 31 + i / 251);
+        }
+        return bytes;
+    }
+
+    // In portions that the port's queue takes.
+    static void typeSlowly(unsigned int u32Port, const std::string& bytes) {
+        for (std::size_t i = 0; i < bytes.size(); i += 30000) {
+            vset::uart::type(u32Port, std::string_view(bytes).substr(i, 30000));
+            ASSERT_TRUE(eventually([&] {
+                const vset::uart::Port port = vset::uart::port(u32Port);
+                return port.u64Received == std::min(i + 30000, bytes.size()) && port.u32Waiting == 0;
+            }));
+        }
+    }
+};
+
+// Reads from a descriptor until that many bytes have come or the line has been silent for a while.
+std::string readSome(int s32Fd, std::size_t wanted) {
+    std::string bytes;
+    char acChunk[4096];
+    pollfd stEnd = {s32Fd, POLLIN, 0};
+    while (bytes.size() < wanted && poll(&stEnd, 1, 2000) > 0) {
+        const ssize_t length = ::read(s32Fd, acChunk, std::min(sizeof(acChunk), wanted - bytes.size()));
+        if (length <= 0) {
+            break;
+        }
+        bytes.append(acChunk, static_cast<std::size_t>(length));
+    }
+    return bytes;
+}
+
+TEST_F(VsetUart, RefusesWhatAChipRefuses) {
+    HW_Handle_t hUart = kUntouched;
+    HW_U32 u32Out = kUntouched;
+    const HW_Handle_t hOpen = open(2);
+    const HW_UART_HandleParams_t stPort5 = {5}, stPort1 = {1};
+    const HW_UART_OpenParams_t stBad[] = {
+        {5, 0, 0, {}}, {0, 18, 0, {}}, {0, 0, 5, {}}, {0, 0, 0, {1}}, {~0u, 0, 0, {}}};
+    const HW_UART_OpenParams_t stSame = {2, 0, 0, {}};
+    const HW_UART_CallbackParams_t stNoFunction = {nullptr, 1, 0}, stNoMask = {take, 2, 0};
+    const HW_UART_WriteParams_t stNoData = {nullptr, 1, 0}, stEmpty = {test::u8("x"), 0, 0};
+    std::vector<test::Refusal> rows = {
+        {"port 5", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_GetHandle(&stPort5, &hUart); }},
+        {"not open", HW_ERR_FAILED, [&] { return HW_UART_GetHandle(&stPort1, &hUart); }},
+        {"null", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_GetHandle(nullptr, &hUart); }},
+        {"open twice", HW_ERR_BUSY, [&] { return HW_UART_Open(&stSame, &hUart); }},
+        {"no function", HW_ERR_INVALID_PARAMETER,
+         [&] { return HW_UART_RegisterCallback(hOpen, &stNoFunction, &u32Out); }},
+        {"no mask", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_RegisterCallback(hOpen, &stNoMask, &u32Out); }},
+        {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_RegisterCallback(hOpen + 1, &kTake, &u32Out); }},
+        {"not registered", HW_ERR_FAILED, [&] { return HW_UART_UnRegisterCallback(hOpen, &kTake); }},
+        {"baud 5", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_SetBaudrate(hOpen, 5); }},
+        {"no data", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Write(hOpen, &stNoData, &u32Out); }},
+        {"handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_PutChar(0, 'x'); }},
+        {"nothing is written", HW_OK, [&] { return HW_UART_Write(hOpen, &stEmpty, nullptr); }},
+    };
+    for (const HW_UART_OpenParams_t& stParams : stBad) {
+        rows.push_back({"open", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Open(&stParams, &hUart); }});
+    }
+    test::expectRefusals(rows);
+    EXPECT_EQ(hUart, kUntouched);
+    EXPECT_EQ(u32Out, kUntouched);
+    EXPECT_EQ(HW_UART_Close(hOpen), HW_OK);
+    EXPECT_EQ(HW_UART_Close(hOpen), HW_ERR_INVALID_HANDLE);
+    vset::powerCycle();
+    EXPECT_EQ(HW_UART_Init(nullptr), HW_ERR_NOT_INITED) << "before the system";
+    HW_SYS_Init(nullptr);
+    EXPECT_EQ(HW_UART_GetHandle(&stPort1, &hUart), HW_ERR_NOT_INITED);
+}
+
+TEST_F(VsetUart, EveryByteReachesTheCallbackInOrder) {
+    SKIP_UNDER_EMULATION();
+    enlist(open(4));
+    const std::string bytes = pattern(300000);
+    typeSlowly(4, bytes);
+    EXPECT_TRUE(got() == bytes);
+    EXPECT_EQ(vset::uart::port(4).u64Dropped, 0u);
+}
+
+TEST_F(VsetUart, WhatNobodyIsRegisteredForWaits) {
+    SKIP_UNDER_EMULATION();
+    const std::string bytes = pattern(70000);
+    vset::uart::type(3, bytes);
+    ASSERT_TRUE(eventually([&] { return vset::uart::port(3).u64Received == bytes.size(); }));
+    EXPECT_EQ(vset::uart::port(3).u32Waiting, 65536u);
+    EXPECT_EQ(vset::uart::port(3).u64Dropped, 70000u - 65536u);
+    enlist(open(3));
+    ASSERT_TRUE(eventually([] { return vset::uart::port(3).u32Waiting == 0; }));
+    EXPECT_TRUE(eventually([&] { return got() == bytes.substr(0, 65536); }));
+}
+
+TEST_F(VsetUart, AfterUnregisteringNoCallbackRuns) {
+    SKIP_UNDER_EMULATION();
+    const HW_Handle_t hUart = open(0);
+    std::atomic<int> s32Running{0};
+    g_stGot.action = [&](HW_U8) -> HW_Result_t {
+        ++s32Running;
+        std::this_thread::sleep_for(20ms);
+        --s32Running;
+        return HW_ERR_FAILED;
+    };
+    enlist(hUart);
+    vset::uart::type(0, "abcdefgh");
+    ASSERT_TRUE(eventually([] { return !got().empty(); }));
+    EXPECT_EQ(HW_UART_UnRegisterCallback(hUart, &kTake), HW_OK);
+    EXPECT_EQ(s32Running, 0);
+    const std::string seen = got();
+    EXPECT_EQ(vset::uart::port(0).u64Refused, seen.size());
+    std::this_thread::sleep_for(60ms);
+    EXPECT_EQ(got(), seen);
+    // The rest has waited.
+    g_stGot.action = nullptr;
+    enlist(hUart);
+    EXPECT_TRUE(eventually([] { return got() == "abcdefgh"; }));
+}
+
+TEST_F(VsetUart, InsideTheCallback) {
+    SKIP_UNDER_EMULATION();
+    const HW_Handle_t hUart = open(0);
+    std::atomic<HW_Result_t> unregistered{HW_OK}, closed{HW_ERR_FAILED};
+    g_stGot.action = [&](HW_U8 u8Byte) -> HW_Result_t {
+        if (u8Byte == 'a') {
+            unregistered = HW_UART_UnRegisterCallback(hUart, &kTake);
+        } else if (u8Byte == 'b') {
+            closed = HW_UART_Close(hUart);
+        }
+        return HW_OK;
+    };
+    enlist(hUart);
+    vset::uart::type(0, "abc");
+    ASSERT_TRUE(eventually([&] { return closed == HW_OK; }));
+    EXPECT_EQ(unregistered, static_cast<HW_Result_t>(HW_ERR_BUSY)) << "it cannot wait for itself";
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(got(), "ab") << "closing ends the registration";
+}
+
+TEST_F(VsetUart, APowerCycleEndsEverything) {
+    SKIP_UNDER_EMULATION();
+    enlist(open(0));
+    vset::uart::type(0, "x");
+    ASSERT_TRUE(eventually([] { return got() == "x"; }));
+    const int before = test::openDescriptors();
+    const std::string strTerminal = vset::uart::connectors(folder()).at(0).strTerminal;
+    vset::powerCycle();
+    EXPECT_FALSE(vset::uart::port(0).bCallback);
+    EXPECT_FALSE(vset::uart::port(0).bOpen);
+    EXPECT_EQ(test::openDescriptors(), before);
+    EXPECT_EQ(vset::uart::connectors(folder()).at(0).strTerminal, strTerminal) << "a connected terminal stays";
+    vset::uart::type(0, "y");
+    ASSERT_TRUE(eventually([] { return vset::uart::port(0).u32Waiting == 1; }));
+    EXPECT_EQ(got(), "x");
+}
+
+// A terminal program opens the connector by its path, both directions.
+TEST_F(VsetUart, ATerminalConnects) {
+    SKIP_UNDER_EMULATION();
+    const std::vector<vset::uart::Connector> connectors = vset::uart::connectors(folder());
+    ASSERT_THAT(connectors, SizeIs(5));
+    EXPECT_EQ(connectors[1].strPath, folder() + "/ports/uart1");
+    const int s32Terminal = ::open(connectors[1].strPath.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(s32Terminal, 0);
+    const HW_Handle_t hUart = open(1);
+    enlist(hUart);
+    ASSERT_EQ(::write(s32Terminal, "hello\r\n", 7), 7);
+    EXPECT_TRUE(eventually([] { return got() == "hello\r\n"; }));
+    const std::string answer = pattern(20000);
+    std::thread writer([&] {
+        const HW_UART_WriteParams_t stParams = {test::u8(answer), 20000, 0};
+        EXPECT_EQ(HW_UART_Write(hUart, &stParams, nullptr), HW_OK);
+        EXPECT_EQ(HW_UART_PutChar(hUart, '!'), HW_OK);
+    });
+    EXPECT_TRUE(readSome(s32Terminal, 20001) == answer + "!");
+    writer.join();
+    EXPECT_TRUE(vset::uart::sent(1) == answer + "!");
+    vset::uart::clearSent(1);
+    EXPECT_THAT(vset::uart::sent(1), IsEmpty());
+    close(s32Terminal);
+}
+
+// Nobody reads the far end: the set goes on, and what is kept of it for a person is the end.
+TEST_F(VsetUart, WhatNobodyReadsIsLost) {
+    const HW_Handle_t hUart = open(0);
+    const std::string bytes = pattern(100000);
+    const HW_UART_WriteParams_t stParams = {test::u8(bytes), 100000, 0};
+    HW_U32 u32Written = 0;
+    EXPECT_LT(test::secondsOf([&] { EXPECT_EQ(HW_UART_Write(hUart, &stParams, &u32Written), HW_OK); }), 10);
+    EXPECT_EQ(u32Written, 100000u);
+    EXPECT_TRUE(vset::uart::sent(0) == bytes.substr(bytes.size() - 65536));
+}
+
+TEST_F(VsetUart, ATtyTakesTheLineWhileItIsOpen) {
+    SKIP_UNDER_EMULATION();
+    enlist(open(0));
+    vset::uart::type(0, "to the port");
+    ASSERT_TRUE(eventually([] { return got() == "to the port"; }));
+    int s32Tty = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    ASSERT_GE(s32Tty, 0);
+    EXPECT_TRUE(vset::uart::port(0).bTtyOpen);
+    vset::uart::type(0, "to the tty");
+    EXPECT_EQ(readSome(s32Tty, 10), "to the tty");
+    const std::string bytes = pattern(300000);
+    std::thread typist([&] { vset::uart::type(0, bytes); });
+    EXPECT_TRUE(readSome(s32Tty, bytes.size()) == bytes);
+    typist.join();
+    ASSERT_EQ(::write(s32Tty, "out", 3), 3);
+    EXPECT_TRUE(eventually([] { return vset::uart::sent(0) == "out"; }));
+    // What was not read before the tty was closed is not there for the next who opens it.
+    vset::uart::type(0, "unread");
+    ASSERT_TRUE(eventually([] { return vset::uart::port(0).u64Received == 11 + 10 + 300000 + 6; }));
+    close(s32Tty);
+    EXPECT_TRUE(eventually([] { return !vset::uart::port(0).bTtyOpen; }));
+    s32Tty = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    vset::uart::type(0, "new");
+    EXPECT_EQ(readSome(s32Tty, 3), "new");
+    close(s32Tty);
+    vset::uart::type(0, "!");
+    EXPECT_TRUE(eventually([] { return got() == "to the port!"; }));
+}
+
+TEST_F(VsetUart, ATtyThatIsNotReadLosesAfterASecond) {
+    SKIP_UNDER_EMULATION();
+    const int s32Tty = ::open("/dev/ttyS1", O_RDWR | O_NOCTTY);
+    const std::string bytes(400000, 'x');
+    const double seconds = test::secondsOf([&] { vset::uart::type(1, bytes); });
+    EXPECT_GT(seconds, 0.9);
+    EXPECT_LT(seconds, 5);
+    EXPECT_TRUE(eventually([] { return vset::uart::port(1).u64Dropped > 0; }));
+    // It reads again, and gets what comes from then on.
+    char acChunk[65536];
+    termios stRaw = {};
+    tcgetattr(s32Tty, &stRaw);
+    stRaw.c_cc[VMIN] = 0;
+    stRaw.c_cc[VTIME] = 1;
+    tcsetattr(s32Tty, TCSANOW, &stRaw);
+    while (::read(s32Tty, acChunk, sizeof(acChunk)) > 0) {
+    }
+    vset::uart::type(1, "back");
+    EXPECT_EQ(readSome(s32Tty, 4), "back");
+    close(s32Tty);
+}
+
+TEST_F(VsetUart, ATtyHangsUp) {
+    SKIP_UNDER_EMULATION();
+    const int before = test::openDescriptors();
+    const int s32Tty = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    vset::uart::hangUp(0);
+    char cByte = 0;
+    EXPECT_LE(::read(s32Tty, &cByte, 1), 0);
+    EXPECT_EQ(::write(s32Tty, "x", 1), -1);
+    const int s32Next = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    vset::uart::type(0, "y");
+    EXPECT_EQ(readSome(s32Next, 1), "y");
+    close(s32Tty);
+    close(s32Next);
+    EXPECT_EQ(test::openDescriptors(), before);
+}
+
+TEST_F(VsetUart, TheSwitchCrossesTheFirstTwoLines) {
+    SKIP_UNDER_EMULATION();
+    EXPECT_EQ(read("/sys/kernel/uart/uart_switch"), "0");
+    write("/sys/kernel/uart/uart_switch", "1\n");
+    EXPECT_TRUE(vset::uart::isCrossed());
+    const HW_Handle_t hUart = open(1);
+    enlist(hUart);
+    vset::uart::type(0, "crossed");
+    EXPECT_TRUE(eventually([] { return got() == "crossed"; }));
+    HW_UART_PutChar(hUart, 'A');
+    EXPECT_EQ(vset::uart::sent(0), "A");
+    vset::uart::type(2, "not these");
+    EXPECT_TRUE(eventually([] { return vset::uart::port(2).u64Received == 9; }));
+    vset::powerCycle();
+    EXPECT_FALSE(vset::uart::isCrossed());
+}
+
+TEST_F(VsetUart, APersonIsToldWhatIsNotPossible) {
+    EXPECT_THROW(vset::uart::type(5, "x"), vset::SetError);
+    EXPECT_THROW(vset::uart::port(5), vset::SetError);
+    EXPECT_THROW(vset::uart::hangUp(2), vset::SetError);
+    EXPECT_THROW(vset::uart::release(0), vset::SetError);
+    vset::uart::hold(0);
+    EXPECT_TRUE(vset::uart::port(0).bPlayer);
+    EXPECT_THROW(vset::uart::hold(0), vset::SetError);
+    vset::uart::release(0);
+    EXPECT_FALSE(vset::uart::port(0).bOpen);
+}
+
+// Without a process that has the set there is nothing to connect to, whatever a crash has left in the folder.
+TEST(VsetConnectors, BelongToASetThatIsOn) {
+    SKIP_UNDER_EMULATION();
+    const std::string strFolder = ::testing::TempDir() + "/vset-ports-" + std::to_string(getpid());
+    const int before = test::openDescriptors();
+    vset::attach(strFolder);
+    const pid_t child = fork();
+    if (child == 0) {
+        // Another process sees them without having the set.
+        _exit(vset::uart::connectors(strFolder).size() == 5 ? 0 : 1);
+    }
+    int s32Status = -1;
+    waitpid(child, &s32Status, 0);
+    EXPECT_EQ(s32Status, 0);
+    vset::detach();
+    EXPECT_EQ(test::openDescriptors(), before);
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(strFolder + "/ports/uart0")));
+
+    std::filesystem::create_symlink("/dev/pts/0", strFolder + "/ports/uart0");
+    EXPECT_THAT(vset::uart::connectors(strFolder), IsEmpty());
+    EXPECT_THAT(vset::uart::connectors(strFolder + "/nothing"), IsEmpty());
+    std::filesystem::remove_all(strFolder);
+}
+
+}  // namespace
