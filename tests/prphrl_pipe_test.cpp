@@ -57,18 +57,9 @@ Event command(const std::string& text) {
     return {kPipeCommand, 0, text, text + '\0'};
 }
 
-class PipeMode : public test::SerialTest {
+class PipeMode : public test::SerialServiceTest {
 protected:
-    void SetUp() override {
-        SKIP_UNDER_EMULATION();
-        SerialTest::SetUp();
-    }
-    void TearDown() override {
-        if (!IsSkipped()) {
-            stop();
-            SerialTest::TearDown();
-        }
-    }
+    void stopService() override { stop(); }
 };
 
 TEST_F(PipeMode, CommandsBecomeEvents) {

@@ -49,18 +49,11 @@ bool isThreadRunning(const std::string& strName) {
     return false;
 }
 
-class StdFactoryUart : public test::SerialTest {
+class StdFactoryUart : public test::SerialServiceTest {
 protected:
-    void SetUp() override {
-        SKIP_UNDER_EMULATION();
-        SerialTest::SetUp();
-    }
-    void TearDown() override {
-        if (!IsSkipped()) {
-            if (_bStop) {
-                a_vextvfapi_prphrl_std_factory_uart_stop();
-            }
-            SerialTest::TearDown();
+    void stopService() override {
+        if (_bStop) {
+            a_vextvfapi_prphrl_std_factory_uart_stop();
         }
     }
 

@@ -19,18 +19,9 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-class FactoryUart : public test::SerialTest {
+class FactoryUart : public test::SerialServiceTest {
 protected:
-    void SetUp() override {
-        SKIP_UNDER_EMULATION();
-        SerialTest::SetUp();
-    }
-    void TearDown() override {
-        if (!IsSkipped()) {
-            a_vextvfapi_prphrl_stop_factory_uart(0);
-            SerialTest::TearDown();
-        }
-    }
+    void stopService() override { a_vextvfapi_prphrl_stop_factory_uart(0); }
 
     static int start() { return a_vextvfapi_prphrl_start_factory_uart(test::kBaud115200, 0, 0); }
 };

@@ -82,6 +82,22 @@ protected:
     }
 };
 
+// The same for a service that has a thread.
+class SerialServiceTest : public SerialTest {
+protected:
+    void SetUp() override {
+        SKIP_UNDER_EMULATION();
+        SerialTest::SetUp();
+    }
+    void TearDown() override {
+        if (!IsSkipped()) {
+            stopService();
+            SerialTest::TearDown();
+        }
+    }
+    virtual void stopService() = 0;
+};
+
 }  // namespace test
 
 #endif

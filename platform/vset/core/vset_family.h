@@ -82,6 +82,9 @@ private:
     std::map<HW_Handle_t, Instance> _instances;
 };
 
+// What an Init makes of a missing record.
+enum class NullParams { refused, defaults };
+
 // Base of a family's model. A model is made once and never destroyed: detached threads of the host program may call
 // the middleware while the process exits.
 class VSET_API FamilyModel {
@@ -92,6 +95,12 @@ public:
 
     // The family's Init: HW_HAS_INITED the second time, HW_ERR_NOT_INITED before HW_SYS_Init.
     HW_Result_t initialise();
+    // The same with its parameters.
+    template <class Params>
+    HW_Result_t initialise(const Params* pstParams, NullParams eNull = NullParams::refused) {
+        const bool bValid = pstParams != nullptr ? pstParams->u32Reserved == 0 : eNull == NullParams::defaults;
+        return bValid ? initialise() : HW_ERR_INVALID_PARAMETER;
+    }
     // The same for a family that works before HW_SYS_Init.
     HW_Result_t markInitialised();
     bool isInitialised() const { return _bInitialised.load(); }

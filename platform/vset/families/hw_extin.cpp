@@ -54,12 +54,7 @@ void requireType(std::uint32_t u32Type) {
 }  // namespace
 
 HW_Result_t HW_EXTIN_Init(const HW_EXTIN_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
-        if (pstParams == nullptr || pstParams->u32Reserved != 0) {
-            return HW_ERR_INVALID_PARAMETER;
-        }
-        return model.initialise();
-    });
+    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t* pstCaps) {

@@ -107,12 +107,7 @@ HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phFlash) {
 }  // namespace
 
 HW_Result_t HW_FLASH_Init(const HW_FLASH_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
-        if (pstParams == nullptr || pstParams->u32Reserved != 0) {
-            return HW_ERR_INVALID_PARAMETER;
-        }
-        return flashModel.initialise();
-    });
+    return vset::call(__func__, {}, [&]() -> HW_Result_t { return flashModel.initialise(pstParams); });
 }
 
 HW_Result_t HW_FLASH_GetHandle(const HW_FLASH_HandleParams_t* pstParams, HW_Handle_t* phFlash) {

@@ -16,10 +16,6 @@ IrModel& model = *new IrModel;
 }  // namespace
 
 HW_Result_t HW_IR_Init(const HW_IR_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
-        if (pstParams != nullptr && pstParams->u32Reserved != 0) {
-            return HW_ERR_INVALID_PARAMETER;
-        }
-        return model.initialise();
-    });
+    return vset::call(__func__, {},
+                      [&]() -> HW_Result_t { return model.initialise(pstParams, vset::NullParams::defaults); });
 }

@@ -83,12 +83,7 @@ HW_Result_t setLeds(const HW_PM_LedControl_t& stControl) {
 }  // namespace
 
 HW_Result_t HW_PM_Init(const HW_PM_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
-        if (pstParams == nullptr || pstParams->u32Reserved != 0) {
-            return HW_ERR_INVALID_PARAMETER;
-        }
-        return model.initialise();
-    });
+    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_PM_GetHandle(const HW_PM_HandleParams_t* pstParams, HW_Handle_t* phPm) {

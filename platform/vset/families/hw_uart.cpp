@@ -194,12 +194,8 @@ void countAtPort(unsigned int u32Port, std::size_t received, std::size_t dropped
 using vset::model;
 
 HW_Result_t HW_UART_Init(const HW_UART_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
-        if (pstParams != nullptr && pstParams->u32Reserved != 0) {
-            return HW_ERR_INVALID_PARAMETER;
-        }
-        return model.initialise();
-    });
+    return vset::call(__func__, {},
+                      [&]() -> HW_Result_t { return model.initialise(pstParams, vset::NullParams::defaults); });
 }
 
 HW_Result_t HW_UART_GetHandle(const HW_UART_HandleParams_t* pstParams, HW_Handle_t* phUart) {
