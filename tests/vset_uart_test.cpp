@@ -7,6 +7,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "hw3/hw_fs.h"
 #include "hw3/hw_sys.h"
 #include "hw3/hw_uart.h"
 #include "support/descriptors.h"
@@ -52,10 +53,14 @@ class VsetUart : public test::SetTest {
 protected:
     void SetUp() override {
         SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(HW_UART_Init(nullptr), HW_OK);
+        bringUp();
         g_stGot.bytes.clear();
         g_stGot.action = nullptr;
+    }
+
+    static void bringUp() {
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        ASSERT_EQ(HW_UART_Init(nullptr), HW_OK);
     }
 
     static HW_Handle_t open(HW_U32 u32Port) {
@@ -228,6 +233,92 @@ TEST_F(VsetUart, APowerCycleEndsEverything) {
     EXPECT_EQ(got(), "x");
 }
 
+// What a callback does may need the middleware, while the set is being switched off under it.
+TEST_F(VsetUart, SwitchingOffWaitsForTheCallback) {
+    SKIP_UNDER_EMULATION();
+    for (const bool bDetach : {false, true}) {
+        SCOPED_TRACE(bDetach ? "detached" : "power-cycled");
+        const HW_Handle_t hUart = open(0);
+        std::atomic<bool> bInside{false};
+        g_stGot.action = [&](HW_U8 u8Byte) -> HW_Result_t {
+            bInside = true;
+            std::this_thread::sleep_for(50ms);
+            HW_UART_PutChar(hUart, u8Byte);
+            EXPECT_FALSE(vset::folder().empty());
+            bInside = false;
+            return HW_OK;
+        };
+        enlist(hUart);
+        vset::uart::type(0, "abc");
+        ASSERT_TRUE(eventually([&] { return bInside.load(); }));
+        bDetach ? vset::detach() : vset::powerCycle();
+        EXPECT_FALSE(bInside);
+        const std::string seen = got();
+        std::this_thread::sleep_for(60ms);
+        EXPECT_EQ(got(), seen);
+        g_stGot.action = nullptr;
+        if (!bDetach) {
+            bringUp();
+        }
+    }
+    std::filesystem::remove_all(folder());
+    vset::detach();
+    EXPECT_FALSE(std::filesystem::exists(folder())) << "without a set there is nothing to take away";
+}
+
+TEST_F(VsetUart, APowerCycleInsideTheCallbackForgetsTheRest) {
+    SKIP_UNDER_EMULATION();
+    std::atomic<bool> bDone{false};
+    g_stGot.action = [&](HW_U8) -> HW_Result_t {
+        // Let it all arrive, so that some of it is under way.
+        EXPECT_TRUE(eventually([] { return vset::uart::port(0).u64Received == 1000; }));
+        vset::powerCycle();
+        bDone = true;
+        return HW_OK;
+    };
+    enlist(open(0));
+    vset::uart::type(0, std::string(1000, 'a'));
+    ASSERT_TRUE(eventually([&] { return bDone.load(); }));
+    g_stGot.action = nullptr;
+    bringUp();
+    EXPECT_EQ(vset::uart::port(0).u32Waiting, 0u);
+    enlist(open(0));
+    vset::uart::type(0, "b");
+    ASSERT_TRUE(eventually([] { return got().size() >= 2; }));
+    EXPECT_EQ(got(), "ab");
+}
+
+// The thread of the lines must not go on with descriptors that are gone, and has nothing to do when nothing comes.
+TEST_F(VsetUart, IsServedInEveryLifeAndSleepsInBetween) {
+    SKIP_UNDER_EMULATION();
+    for (int i = 0; i < 30; ++i) {
+        enlist(open(2));
+        vset::uart::type(2, "x");
+        ASSERT_TRUE(eventually([&] { return got() == std::string(static_cast<std::size_t>(i) + 1, 'x'); })) << i;
+        vset::detach();
+        vset::attach(folder());
+        bringUp();
+    }
+    enlist(open(0));
+    const int s32Tty = ::open("/dev/ttyS1", O_RDWR | O_NOCTTY);
+    close(s32Tty);
+    ASSERT_TRUE(eventually([] { return !vset::uart::port(1).bTtyOpen; }));
+    const double used = test::processorSeconds();
+    std::this_thread::sleep_for(500ms);
+    EXPECT_LT(test::processorSeconds() - used, 0.1);
+}
+
+// A person who looks for the connectors is not in the way of whoever takes the set.
+TEST_F(VsetUart, LookingDoesNotTakeTheSet) {
+    SKIP_UNDER_EMULATION();
+    const std::string strFolder = folder();
+    const test::Repeating looker([&] { vset::uart::connectors(strFolder); });
+    for (int i = 0; i < 50; ++i) {
+        vset::detach();
+        ASSERT_NO_THROW(vset::attach(strFolder));
+    }
+}
+
 // A terminal program opens the connector by its path, both directions.
 TEST_F(VsetUart, ATerminalConnects) {
     SKIP_UNDER_EMULATION();
@@ -292,6 +383,15 @@ TEST_F(VsetUart, ATtyTakesTheLineWhileItIsOpen) {
     close(s32Tty);
     vset::uart::type(0, "!");
     EXPECT_TRUE(eventually([] { return got() == "to the port!"; }));
+
+    // However it is opened.
+    FILE* pTty = fopen("/dev/ttyS0", "r+");
+    ASSERT_NE(pTty, nullptr);
+    EXPECT_TRUE(vset::uart::port(0).bTtyOpen);
+    fclose(pTty);
+    s32Tty = HW_FS_Open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    EXPECT_TRUE(vset::uart::port(0).bTtyOpen);
+    EXPECT_EQ(HW_FS_Close(s32Tty), 0);
 }
 
 TEST_F(VsetUart, ATtyThatIsNotReadLosesAfterASecond) {
@@ -359,6 +459,20 @@ TEST_F(VsetUart, APersonIsToldWhatIsNotPossible) {
     EXPECT_THROW(vset::uart::hold(0), vset::SetError);
     vset::uart::release(0);
     EXPECT_FALSE(vset::uart::port(0).bOpen);
+}
+
+TEST_F(VsetUart, ThePlayersReleaseEndsWhatIsRegisteredThere) {
+    SKIP_UNDER_EMULATION();
+    vset::uart::hold(1);
+    const HW_UART_HandleParams_t stPort = {1};
+    HW_Handle_t hPlayers = 0;
+    ASSERT_EQ(HW_UART_GetHandle(&stPort, &hPlayers), HW_OK);
+    enlist(hPlayers);
+    vset::uart::release(1);
+    EXPECT_FALSE(vset::uart::port(1).bCallback);
+    enlist(open(1));
+    EXPECT_THROW(vset::uart::release(1), vset::SetError);
+    EXPECT_TRUE(vset::uart::port(1).bCallback) << "not the player's to end";
 }
 
 // Without a process that has the set there is nothing to connect to, whatever a crash has left in the folder.

@@ -111,15 +111,16 @@ public:
 
     // The switch is turned on: forgets everything that is not in the set's folder, then sets the scene.
     void powerOn();
-    // Before that, and before the folder is given back (`bDetach`).
+    // Before that, and before the folder is given back (`bDetach`). Callbacks have ended afterwards, except the one
+    // that the switch is turned from.
     virtual void powerOff([[maybe_unused]] bool bDetach) {}
 
     HandleTable& handles() { return _handles; }
 
     // The set's player opens an instance, and closes it again. `strWhat` names it in the SetError of the person who
-    // asks for what is not possible.
+    // asks for what is not possible. release() returns the handle that is no more.
     void hold(std::uint64_t u64Key, const std::string& strWhat);
-    void release(std::uint64_t u64Key, const std::string& strWhat);
+    HW_Handle_t release(std::uint64_t u64Key, const std::string& strWhat);
 
 protected:
     // Never called: models live for ever.

@@ -197,8 +197,13 @@ bool isPartitionName(const std::string& strName) {
     return !strName.empty() && strName.find('/') == std::string::npos && strName.front() != '.';
 }
 
+std::string absoluteFolder(const std::string& strFolder) {
+    const fs::path path = fs::absolute(strFolder).lexically_normal();
+    return (path.has_filename() ? path : path.parent_path()).string();
+}
+
 std::string makeFolderIfMissing(const std::string& strFolder) {
-    const std::string strAbsolute = fs::absolute(strFolder).lexically_normal().string();
+    const std::string strAbsolute = absoluteFolder(strFolder);
     if (!isSet(strAbsolute)) {
         create(strAbsolute);
     }

@@ -23,6 +23,9 @@ struct SetConfig {
 constexpr std::uint64_t kPartitionLimit = std::uint64_t{1} << 32;
 bool isPartitionName(const std::string& strName);
 
+// Without a slash at the end.
+std::string absoluteFolder(const std::string& strFolder);
+
 // The folder's absolute path; makes a new set when the folder is empty or missing. Throws SetError.
 std::string makeFolderIfMissing(const std::string& strFolder);
 

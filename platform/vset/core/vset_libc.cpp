@@ -59,26 +59,15 @@ mode_t modeArgument(int s32Flags, va_list arguments) {
     return bHasMode ? va_arg(arguments, mode_t) : 0;
 }
 
-// Opens a path with `openIt`, which gets the path to hand on. A tty is served from the moment that a program has it
-// open.
-template <class OpenIt>
-int openPath(const char* pszPath, const OpenIt& openIt) {
+// Opens a path with `openIt`, which gets the path to hand on and answers `failure` when it cannot.
+template <class Result, class OpenIt>
+Result openPath(const char* pszPath, Result failure, const OpenIt& openIt) {
     const Path path(pszPath);
     if (path.isLost()) {
-        return -1;
+        return failure;
     }
-    const int s32Port = vset::areHostPaths() ? -1 : vset::serialPortOf(pszPath);
-    if (s32Port < 0) {
-        return openIt(path.get());
-    }
-    vset::forgetUnreadOfTty(static_cast<unsigned int>(s32Port));
-    const int s32Fd = openIt(path.get());
-    const int s32Errno = errno;
-    if (s32Fd >= 0) {
-        vset::serveTty(static_cast<unsigned int>(s32Port));
-    }
-    errno = s32Errno;
-    return s32Fd;
+    const auto openHost = [&] { return openIt(path.get()); };
+    return vset::areHostPaths() ? openHost() : vset::openServed(pszPath, failure, openHost);
 }
 
 }  // namespace
@@ -89,7 +78,7 @@ VSET_LIBC int open(const char* pszPath, int s32Flags, ...) {
     va_start(arguments, s32Flags);
     const mode_t mode = modeArgument(s32Flags, arguments);
     va_end(arguments);
-    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
+    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
 }
 
 VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
@@ -98,30 +87,28 @@ VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
     va_start(arguments, s32Flags);
     const mode_t mode = modeArgument(s32Flags, arguments);
     va_end(arguments);
-    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
+    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
 }
 
 // What fortified code calls when no mode is given.
 VSET_LIBC int __open_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open_2");
-    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
+    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
 }
 
 VSET_LIBC int __open64_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open64_2");
-    return openPath(pszPath, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
+    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
 }
 
 VSET_LIBC FILE* fopen(const char* pszPath, const char* pszMode) {
     static Fopen* const pNext = next<Fopen>("fopen");
-    const Path path(pszPath);
-    return path.isLost() ? nullptr : pNext(path.get(), pszMode);
+    return openPath(pszPath, static_cast<FILE*>(nullptr), [&](const char* pszHost) { return pNext(pszHost, pszMode); });
 }
 
 VSET_LIBC FILE* fopen64(const char* pszPath, const char* pszMode) {
     static Fopen* const pNext = next<Fopen>("fopen64");
-    const Path path(pszPath);
-    return path.isLost() ? nullptr : pNext(path.get(), pszMode);
+    return openPath(pszPath, static_cast<FILE*>(nullptr), [&](const char* pszHost) { return pNext(pszHost, pszMode); });
 }
 
 VSET_LIBC int access(const char* pszPath, int s32Mode) noexcept {

@@ -2,6 +2,7 @@
 // The one rule that leads the set's absolute paths into the tree of its folder.
 #include "vset_paths.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -78,7 +79,10 @@ bool isServed(const char* pszPath) {
 
 int serialPortOf(const char* pszPath) {
     const std::string strPath = isServed(pszPath) ? normalise(pszPath) : "";
-    return isSerialPort(strPath) ? std::atoi(strPath.c_str() + kSerialPortLength) : -1;
+    if (!isSerialPort(strPath)) {
+        return -1;
+    }
+    return static_cast<int>(std::min(std::strtol(strPath.c_str() + kSerialPortLength, nullptr, 10), 0x7FFFFFFFL));
 }
 
 const char* toHost(const char* pszPath, std::string& strBuffer) {

@@ -19,7 +19,6 @@ namespace {
 struct Power {
     // Serialises attach, detach and power cycles.
     std::mutex mutex;
-    std::string strFolder;
     int s32Lock = -1;
     std::atomic<bool> bOn{false};
     std::atomic<bool> bDefaultFailed{false};
@@ -75,27 +74,24 @@ void switchOn(Power& power) {
 }
 
 void giveBack(Power& power) {
-    power.bOn = false;
+    // On until the callbacks have ended: these may call the middleware, which is not to wait for this here.
     switchOff(power, true);
-    if (power.s32Lock >= 0) {
-        close(power.s32Lock);
-    }
+    power.bOn = false;
+    close(power.s32Lock);
     power.s32Lock = -1;
-    power.strFolder.clear();
     unloadFolder();
     setTree("");
 }
 
 void attachLocked(Power& power, const std::string& strFolder) {
     if (power.bOn) {
-        throw SetError(strFolder + ": this process has the set in " + power.strFolder + " already");
+        throw SetError(strFolder + ": this process has the set in " + loadedFolder() + " already");
     }
     const HostPaths hostPaths;
     const std::string strAbsolute = makeFolderIfMissing(strFolder);
     power.s32Lock = lockFolder(strAbsolute);
     try {
         loadFolder(strAbsolute);
-        power.strFolder = strAbsolute;
         setTree(strAbsolute + "/tree");
         switchOn(power);
     } catch (...) {
@@ -139,13 +135,13 @@ void FamilyModel::hold(std::uint64_t u64Key, const std::string& strWhat) {
     }
 }
 
-void FamilyModel::release(std::uint64_t u64Key, const std::string& strWhat) {
+HW_Handle_t FamilyModel::release(std::uint64_t u64Key, const std::string& strWhat) {
     std::vector<OpenHandle> handles;
     _handles.list(handles);
     for (const OpenHandle& stHandle : handles) {
         if (stHandle.u64Key == u64Key && stHandle.bPlayer) {
             _handles.close(stHandle.u32Handle);
-            return;
+            return stHandle.u32Handle;
         }
     }
     throw SetError(strWhat + ": the player does not hold it");
@@ -202,13 +198,14 @@ void attach(const std::string& strFolder) {
 void detach() {
     Power& power = thePower();
     const std::lock_guard<std::mutex> lock(power.mutex);
+    if (power.s32Lock < 0) {
+        return;
+    }
     giveBack(power);
 }
 
 std::string folder() {
-    Power& power = thePower();
-    const std::lock_guard<std::mutex> lock(power.mutex);
-    return power.strFolder;
+    return loadedFolder();
 }
 
 void powerCycle() {

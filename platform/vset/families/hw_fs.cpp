@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "serial_lines.h"
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_paths.h"
@@ -58,7 +59,8 @@ HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags) {
             errno = EFAULT;
             return kFailed;
         }
-        const int s32Fd = open(TreePath(pszPath).get(), s32Flags | O_CLOEXEC);
+        const TreePath path(pszPath);
+        const int s32Fd = vset::openServed(pszPath, -1, [&] { return open(path.get(), s32Flags | O_CLOEXEC); });
         if (s32Fd >= 0) {
             return s32Fd;
         }
@@ -84,7 +86,8 @@ FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode) {
             errno = EFAULT;
             return nullptr;
         }
-        return std::fopen(TreePath(pszPath).get(), pszMode);
+        const TreePath path(pszPath);
+        return vset::openServed(pszPath, static_cast<FILE*>(nullptr), [&] { return std::fopen(path.get(), pszMode); });
     });
 }
 

@@ -4,12 +4,11 @@
 
 #include <algorithm>
 #include <array>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
-#include <thread>
+#include <atomic>
+#include <optional>
 
 #include "serial_lines.h"
+#include "uart_receiver.h"
 #include "vset/uart.h"
 #include "vset_call.h"
 #include "vset_family.h"
@@ -18,120 +17,6 @@
 namespace vset {
 
 namespace {
-
-// Bytes that wait for a callback; more are dropped.
-constexpr std::size_t kQueueSize = 65536;
-constexpr std::size_t kBatch = 4096;
-
-// A port's way from the line to the callback.
-class Receiver {
-public:
-    void receive(std::string_view bytes) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        const std::size_t fitting = std::min(bytes.size(), kQueueSize - std::min(kQueueSize, _waiting.size()));
-        _waiting.insert(_waiting.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(fitting));
-        _u64Received += bytes.size();
-        _u64Dropped += bytes.size() - fitting;
-        _changed.notify_all();
-    }
-
-    void count(std::size_t received, std::size_t dropped) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _u64Received += received;
-        _u64Dropped += dropped;
-    }
-
-    // A former registration is replaced.
-    void enlist(HW_UART_EventCallback_t pfnCallback, HW_Handle_t hUart) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _pfnCallback = pfnCallback;
-        _hUart = hUart;
-        _u64Registration = ++_u64Registrations;
-        if (!_bThread) {
-            _bThread = true;
-            std::thread([this] { deliverForEver(); }).detach();
-        }
-        _changed.notify_all();
-    }
-
-    // Ends the registration, and returns when no callback of it runs or will start. Inside the callback that would be
-    // never: HW_ERR_BUSY, and it stays, unless it is to end `bAnyway`.
-    HW_Result_t discharge(bool bAnyway) {
-        std::unique_lock<std::mutex> lock(_mutex);
-        const bool bInside = _deliverer == std::this_thread::get_id();
-        if (_u64Registration == 0) {
-            return HW_ERR_FAILED;
-        }
-        if (bInside && !bAnyway) {
-            return HW_ERR_BUSY;
-        }
-        _u64Registration = 0;
-        if (!bInside) {
-            _changed.wait(lock, [this] { return _deliverer == std::thread::id(); });
-        }
-        return HW_OK;
-    }
-
-    // As after switching on.
-    void reset() {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _waiting.clear();
-        _u64Received = _u64Dropped = 0;
-        _u64Refused = 0;
-    }
-
-    void describe(uart::Port& stPort) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        stPort.bCallback = _u64Registration != 0;
-        stPort.u32Waiting = static_cast<unsigned int>(_waiting.size() + _inHand);
-        stPort.u64Received = _u64Received;
-        stPort.u64Dropped = _u64Dropped;
-        stPort.u64Refused = _u64Refused;
-    }
-
-private:
-    [[noreturn]] void deliverForEver() {
-        std::unique_lock<std::mutex> lock(_mutex);
-        for (;;) {
-            _changed.wait(lock, [this] { return _u64Registration != 0 && !_waiting.empty(); });
-            const auto end = _waiting.begin() + static_cast<std::ptrdiff_t>(std::min(_waiting.size(), kBatch));
-            std::vector<HW_U8> batch(_waiting.begin(), end);
-            _waiting.erase(_waiting.begin(), end);
-            const std::uint64_t u64Registration = _u64Registration;
-            const HW_UART_EventCallback_t pfnCallback = _pfnCallback;
-            const HW_Handle_t hUart = _hUart;
-            _deliverer = std::this_thread::get_id();
-            _inHand = batch.size();
-            lock.unlock();
-            std::size_t delivered = 0;
-            for (; delivered < batch.size() && _u64Registration == u64Registration; ++delivered, --_inHand) {
-                if (pfnCallback(hUart, HW_UART_EVENT_RX_CHAR, &batch[delivered]) != HW_OK) {
-                    ++_u64Refused;
-                }
-            }
-            lock.lock();
-            // What the registration did not see is the next one's.
-            _waiting.insert(_waiting.begin(), batch.begin() + static_cast<std::ptrdiff_t>(delivered), batch.end());
-            _inHand = 0;
-            _deliverer = std::thread::id();
-            _changed.notify_all();
-        }
-    }
-
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    std::deque<HW_U8> _waiting;
-    std::uint64_t _u64Received = 0;
-    std::uint64_t _u64Dropped = 0;
-    std::atomic<std::uint64_t> _u64Refused{0};
-    std::atomic<std::size_t> _inHand{0};
-    HW_UART_EventCallback_t _pfnCallback = nullptr;
-    HW_Handle_t _hUart = HW_HANDLE_NONE;
-    std::atomic<std::uint64_t> _u64Registration{0};  // 0: nobody is registered
-    std::uint64_t _u64Registrations = 0;
-    bool _bThread = false;
-    std::thread::id _deliverer;  // while it is among callbacks
-};
 
 struct Settings {
     std::atomic<HW_U32> u32BaudRate{0};
@@ -149,13 +34,15 @@ public:
         return key ? std::optional<unsigned int>(static_cast<unsigned int>(*key)) : std::nullopt;
     }
 
-    std::array<Receiver, uart::kPorts> receivers;
+    std::array<UartReceiver, uart::kPorts> receivers;
     std::array<Settings, uart::kPorts> settings;
 
 protected:
     void powerOff(bool bDetach) override {
-        for (Receiver& receiver : receivers) {
-            receiver.discharge(true);
+        // First the handles: nobody registers from here on.
+        handles().closeAll();
+        for (UartReceiver& receiver : receivers) {
+            receiver.end(HW_HANDLE_NONE);
         }
         if (bDetach) {
             removeSerialLines();
@@ -237,7 +124,7 @@ HW_Result_t HW_UART_Close(HW_Handle_t hUart) {
         const auto port = model.portOf(hUart);
         const HW_Result_t result = model.handles().close(hUart);
         if (result == HW_OK && port) {
-            model.receivers[*port].discharge(true);
+            model.receivers[*port].end(hUart);
         }
         return result;
     });
@@ -256,6 +143,11 @@ HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackPa
         }
         vset::startSerialThread();
         model.receivers[*port].enlist(pstParams->pfnCallback, hUart);
+        if (!model.portOf(hUart)) {
+            // Closed meanwhile by another thread, which may have found nothing to end.
+            model.receivers[*port].end(hUart);
+            return HW_ERR_INVALID_HANDLE;
+        }
         *pu32Out = pstParams->u32EventMask;
         return HW_OK;
     });
@@ -271,7 +163,7 @@ HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t hUart, const HW_UART_Callback
         if (pstParams == nullptr || (pstParams->u32EventMask & HW_UART_EVENT_RX_CHAR) == 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
-        return model.receivers[*port].discharge(false);
+        return model.receivers[*port].discharge(hUart);
     });
 }
 
@@ -343,6 +235,5 @@ void vset::uart::hold(unsigned int u32Port) {
 
 void vset::uart::release(unsigned int u32Port) {
     requirePort(u32Port);
-    model.receivers[u32Port].discharge(true);
-    model.release(u32Port, "serial port");
+    model.receivers[u32Port].end(model.release(u32Port, "serial port"));
 }

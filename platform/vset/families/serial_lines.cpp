@@ -2,27 +2,26 @@
 // The set's serial connectors and ttys: pseudo-terminals, and the thread that moves bytes between them and the ports.
 #include "serial_lines.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 
 #include <fcntl.h>
 #include <poll.h>
-#include <stdlib.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
-#include <sys/ioctl.h>
-#include <termios.h>
 #include <unistd.h>
 
+#include "pseudo_terminal.h"
 #include "vset/uart.h"
 #include "vset_folder.h"
-#include "vset_paths.h"
 
 namespace fs = std::filesystem;
 
@@ -38,116 +37,66 @@ constexpr std::size_t kSentKept = 65536;
 // How long a full line waits: for a tty that does not read, and for a terminal program that does not.
 constexpr auto kTtyPatience = 1s;
 constexpr int kTerminalPatienceMs = 100;
+// How often a tty that is full is tried again at least.
+constexpr int kRetryMs = 20;
 
 constexpr char kSwitchPath[] = "/sys/kernel/uart/uart_switch";
-
-int closeOnExec(int s32Fd) {
-    if (s32Fd >= 0) {
-        fcntl(s32Fd, F_SETFD, FD_CLOEXEC);
-    }
-    return s32Fd;
-}
-
-// A pseudo-terminal, raw and without echo. Its far end is kept open on request: the near end then never hangs up.
-class PseudoTerminal {
-public:
-    PseudoTerminal() = default;
-    explicit PseudoTerminal(bool bKeepFarEnd) {
-        _s32Near = closeOnExec(posix_openpt(O_RDWR | O_NOCTTY));
-        char acPath[64];
-        if (_s32Near < 0 || grantpt(_s32Near) != 0 || unlockpt(_s32Near) != 0 ||
-            ptsname_r(_s32Near, acPath, sizeof(acPath)) != 0) {
-            reset();
-            return;
-        }
-        _strPath = acPath;
-        fcntl(_s32Near, F_SETFL, O_NONBLOCK);
-        // Opened once in any case: only what has been open can hang up.
-        _s32Far = closeOnExec(open(acPath, O_RDWR | O_NOCTTY | O_NONBLOCK));
-        termios stTty = {};
-        tcgetattr(_s32Far, &stTty);
-        cfmakeraw(&stTty);
-        tcsetattr(_s32Far, TCSANOW, &stTty);
-        if (!bKeepFarEnd) {
-            close(_s32Far);
-            _s32Far = -1;
-        }
-    }
-    PseudoTerminal(PseudoTerminal&& other) noexcept { *this = std::move(other); }
-    PseudoTerminal& operator=(PseudoTerminal&& other) noexcept {
-        reset();
-        std::swap(_s32Near, other._s32Near);
-        std::swap(_s32Far, other._s32Far);
-        std::swap(_strPath, other._strPath);
-        return *this;
-    }
-    ~PseudoTerminal() { reset(); }
-
-    bool exists() const { return _s32Near >= 0; }
-    int nearEnd() const { return _s32Near; }
-    int farEnd() const { return _s32Far; }
-    const std::string& path() const { return _strPath; }
-
-    // What nobody has read of the far end's input.
-    void forgetUnread() const {
-        const int s32Far = open(_strPath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        if (s32Far >= 0) {
-            tcflush(s32Far, TCIFLUSH);
-            close(s32Far);
-        }
-    }
-
-    bool isHungUp() const {
-        pollfd stEnd = {_s32Near, 0, 0};
-        return !exists() || (poll(&stEnd, 1, 0) > 0 && (stEnd.revents & POLLHUP) != 0);
-    }
-
-private:
-    void reset() {
-        for (int* pFd : {&_s32Near, &_s32Far}) {
-            if (*pFd >= 0) {
-                close(*pFd);
-            }
-            *pFd = -1;
-        }
-        _strPath.clear();
-    }
-
-    int _s32Near = -1;
-    int _s32Far = -1;
-    std::string _strPath;
-};
 
 struct Connector {
     PseudoTerminal terminal;
     std::string strSent;
-    // What the tty of the port did not take yet, and since when it has taken nothing.
+    // What the tty of the port has not taken yet.
     std::string strPending;
     unsigned int u32PendingPort = 0;
-    Clock::time_point pendingSince;
 };
 
 struct Tty {
     PseudoTerminal terminal;
-    bool bServed = false;   // somebody has opened it, and nobody has seen it hang up
-    bool bStalled = false;  // its owner does not read
+    bool bServed = false;  // somebody has opened it, and nobody has seen it hang up
+    std::optional<Clock::time_point> refusingSince;
 };
 
-// Descriptors are closed under the mutex and used under it, or as duplicates.
 struct Lines {
     std::mutex mutex;
     std::condition_variable changed;
-    std::string strFolder;
+    std::string strFolder;  // empty while no set is attached
     std::array<Connector, uart::kPorts> connectors;
     std::array<Tty, uart::kTtys> ttys;
-    std::uint64_t u64Generation = 0;  // of the descriptors
-    int s32Wake = -1;                 // while a set is attached
+    int s32Wake = -1;           // exists while a set is attached
+    bool bPolling = false;      // the thread sleeps on the descriptors
+    unsigned int u32Halts = 0;  // it is not to do so
 };
 
 Lines& theLines() {
     static Lines& lines = *new Lines;
     return lines;
 }
+
+void wake(const Lines& lines) {
+    const std::uint64_t u64One = 1;
+    [[maybe_unused]] const ssize_t written = write(lines.s32Wake, &u64One, sizeof(u64One));
+}
+
+// Has the lines for itself and keeps the thread off the descriptors, so that they can be closed: the thread would go on
+// sleeping on whatever got their numbers next.
+class Halt {
+public:
+    explicit Halt(Lines& lines) : _lines(lines), _lock(lines.mutex) {
+        ++_lines.u32Halts;
+        wake(_lines);
+        _lines.changed.wait(_lock, [this] { return !_lines.bPolling; });
+    }
+    ~Halt() {
+        --_lines.u32Halts;
+        _lines.changed.notify_all();
+    }
+    Halt(const Halt&) = delete;
+    Halt& operator=(const Halt&) = delete;
+
+private:
+    Lines& _lines;
+    std::unique_lock<std::mutex> _lock;
+};
 
 std::string linkOf(const std::string& strFolder, unsigned int u32Connector) {
     return strFolder + "/ports/uart" + std::to_string(u32Connector);
@@ -157,27 +106,47 @@ std::string ttyLinkOf(const std::string& strFolder, unsigned int u32Port) {
     return strFolder + "/tree/dev/ttyS" + std::to_string(u32Port);
 }
 
-void putLink(const std::string& strTarget, const std::string& strLink) {
+void removeLink(const std::string& strLink) {
     std::error_code error;
-    fs::create_directories(fs::path(strLink).parent_path(), error);
     fs::remove(strLink, error);
-    if (!strTarget.empty()) {
-        fs::create_symlink(strTarget, strLink, error);
-    }
 }
 
-void wake(Lines& lines) {
-    ++lines.u64Generation;
-    const std::uint64_t u64One = 1;
-    [[maybe_unused]] const ssize_t written = write(lines.s32Wake, &u64One, sizeof(u64One));
-    lines.changed.notify_all();
+// None for a line that does not exist.
+void putLink(const PseudoTerminal& terminal, const std::string& strLink) {
+    removeLink(strLink);
+    if (terminal.exists()) {
+        std::error_code error;
+        fs::create_directories(fs::path(strLink).parent_path(), error);
+        fs::create_symlink(terminal.path(), strLink, error);
+    }
 }
 
 void makeTty(Lines& lines, unsigned int u32Port) {
     Tty& tty = lines.ttys[u32Port];
-    tty.terminal = PseudoTerminal(false);
-    tty.bServed = tty.bStalled = false;
-    putLink(tty.terminal.path(), ttyLinkOf(lines.strFolder, u32Port));
+    tty = Tty();
+    tty.terminal = PseudoTerminal(PseudoTerminal::FarEnd::closed);
+    putLink(tty.terminal, ttyLinkOf(lines.strFolder, u32Port));
+}
+
+void resetConnector(Lines& lines, unsigned int u32Connector) {
+    Connector& connector = lines.connectors[u32Connector];
+    if (!connector.terminal.exists()) {
+        connector.terminal = PseudoTerminal(PseudoTerminal::FarEnd::kept);
+        putLink(connector.terminal, linkOf(lines.strFolder, u32Connector));
+    }
+    connector.terminal.forgetUnreadNear();
+    connector.strPending.clear();
+    connector.strSent.clear();
+}
+
+void resetSwitch(const Lines& lines) {
+    const std::string strSwitch = lines.strFolder + "/tree" + kSwitchPath;
+    std::error_code error;
+    fs::create_directories(fs::path(strSwitch).parent_path(), error);
+    if (std::FILE* pSwitch = std::fopen(strSwitch.c_str(), "w"); pSwitch != nullptr) {
+        std::fputc('0', pSwitch);
+        std::fclose(pSwitch);
+    }
 }
 
 bool isSwitchOn(const Lines& lines) {
@@ -200,87 +169,69 @@ bool isOpen(const Lines& lines, unsigned int u32Port) {
     return u32Port < uart::kTtys && lines.ttys[u32Port].bServed && !lines.ttys[u32Port].terminal.isHungUp();
 }
 
-// Writes what the terminal takes; how much that is.
-std::size_t writeSome(int s32Fd, std::string_view bytes) {
-    const ssize_t length = write(s32Fd, bytes.data(), std::min(bytes.size(), kChunk));
-    return length > 0 ? static_cast<std::size_t>(length) : 0;
-}
-
-// To the terminal program, if there is one that reads: what nobody reads goes, the oldest first.
-void sendToTerminal(const PseudoTerminal& terminal, std::string_view bytes) {
-    while (terminal.exists() && !bytes.empty()) {
-        const std::size_t length = writeSome(terminal.nearEnd(), bytes);
-        bytes.remove_prefix(length);
-        if (length != 0) {
-            continue;
-        }
-        pollfd stEnd = {terminal.nearEnd(), POLLOUT, 0};
-        if (poll(&stEnd, 1, kTerminalPatienceMs) <= 0) {
-            tcflush(terminal.farEnd(), TCIFLUSH);
-        }
-    }
-}
-
 void transmitLocked(Lines& lines, unsigned int u32Port, std::string_view bytes) {
     Connector& connector = lines.connectors[farSideOf(lines, u32Port)];
     connector.strSent.append(bytes);
     if (connector.strSent.size() > kSentKept) {
         connector.strSent.erase(0, connector.strSent.size() - kSentKept);
     }
-    sendToTerminal(connector.terminal, bytes);
+    connector.terminal.writeAll(bytes, kTerminalPatienceMs);
 }
 
 // --- The thread ------------------------------------------------------------------------------------------------------
 
-// Gives the tty what it takes. A tty that has taken nothing for a while is not waited for again until it does.
-void deliverToTty(Lines& lines, Connector& connector, unsigned int u32Port, std::string_view bytes) {
-    Tty& tty = lines.ttys[u32Port];
-    const std::size_t length = isOpen(lines, u32Port) ? writeSome(tty.terminal.nearEnd(), bytes) : 0;
-    bytes.remove_prefix(length);
+// Whether a tty that has just taken so much is to be waited for.
+bool isPatientWith(Tty& tty, std::size_t taken) {
+    if (taken != 0) {
+        tty.refusingSince.reset();
+        return true;
+    }
     const auto now = Clock::now();
-    if (length != 0) {
-        tty.bStalled = false;
-        connector.pendingSince = now;
+    if (!tty.refusingSince) {
+        tty.refusingSince = now;
     }
-    const bool bWaits = isOpen(lines, u32Port) && !tty.bStalled && now - connector.pendingSince < kTtyPatience;
-    if (!bytes.empty() && !bWaits) {
-        tty.bStalled = true;
-        countAtPort(u32Port, 0, bytes.size());
-        bytes = {};
+    return now - *tty.refusingSince < kTtyPatience;
+}
+
+void deliverPending(Lines& lines, Connector& connector) {
+    const unsigned int u32Port = connector.u32PendingPort;
+    if (isOpen(lines, u32Port)) {
+        Tty& tty = lines.ttys[u32Port];
+        const std::size_t taken = tty.terminal.write(connector.strPending);
+        connector.strPending.erase(0, taken);
+        if (isPatientWith(tty, taken)) {
+            return;
+        }
     }
-    connector.strPending = std::string(bytes);
-    connector.u32PendingPort = u32Port;
+    countAtPort(u32Port, 0, connector.strPending.size());
+    connector.strPending.clear();
 }
 
 // What has been typed goes to the port's tty if that is open, else to the middleware's port.
-void deliverTyped(Lines& lines, Connector& connector, unsigned int u32Port, std::string_view bytes) {
-    if (!isOpen(lines, u32Port)) {
-        receiveAtPort(u32Port, bytes);
-        return;
-    }
-    countAtPort(u32Port, bytes.size(), 0);
-    connector.pendingSince = Clock::now();
-    deliverToTty(lines, connector, u32Port, bytes);
-}
-
 void serveConnector(Lines& lines, unsigned int u32Connector, char* pcBuffer) {
     Connector& connector = lines.connectors[u32Connector];
-    if (!connector.strPending.empty()) {
-        const std::string strPending = std::move(connector.strPending);
-        deliverToTty(lines, connector, connector.u32PendingPort, strPending);
-        return;
+    if (connector.strPending.empty()) {
+        const std::string_view bytes(pcBuffer, connector.terminal.read(pcBuffer, kChunk));
+        if (bytes.empty()) {
+            return;
+        }
+        const unsigned int u32Port = farSideOf(lines, u32Connector);
+        if (!isOpen(lines, u32Port)) {
+            receiveAtPort(u32Port, bytes);
+            return;
+        }
+        countAtPort(u32Port, bytes.size(), 0);
+        connector.strPending = bytes;
+        connector.u32PendingPort = u32Port;
     }
-    const ssize_t length = read(connector.terminal.nearEnd(), pcBuffer, kChunk);
-    if (length > 0) {
-        deliverTyped(lines, connector, farSideOf(lines, u32Connector), {pcBuffer, static_cast<std::size_t>(length)});
-    }
+    deliverPending(lines, connector);
 }
 
 void serveTtyOutput(Lines& lines, unsigned int u32Port, char* pcBuffer) {
     Tty& tty = lines.ttys[u32Port];
-    const ssize_t length = read(tty.terminal.nearEnd(), pcBuffer, kChunk);
-    if (length > 0) {
-        transmitLocked(lines, u32Port, {pcBuffer, static_cast<std::size_t>(length)});
+    const std::size_t length = tty.terminal.read(pcBuffer, kChunk);
+    if (length != 0) {
+        transmitLocked(lines, u32Port, {pcBuffer, length});
     } else if (tty.terminal.isHungUp()) {
         // Nobody has it open; whoever opens it next says so.
         tty.bServed = false;
@@ -291,7 +242,7 @@ constexpr nfds_t kFirstConnector = 1;
 constexpr nfds_t kFirstTty = kFirstConnector + uart::kPorts;
 constexpr nfds_t kPolled = kFirstTty + uart::kTtys;
 
-// What to wait for. -1 in place of a descriptor: nothing there.
+// What to wait for, and how long. -1 in place of a descriptor: nothing there.
 int collect(const Lines& lines, std::array<pollfd, kPolled>& polled) {
     int s32TimeoutMs = -1;
     polled[0] = {lines.s32Wake, POLLIN, 0};
@@ -300,50 +251,56 @@ int collect(const Lines& lines, std::array<pollfd, kPolled>& polled) {
     }
     for (unsigned int i = 0; i < uart::kPorts; ++i) {
         const Connector& connector = lines.connectors[i];
-        if (connector.strPending.empty()) {
-            polled[kFirstConnector + i] = {connector.terminal.nearEnd(), POLLIN, 0};
-        } else {
+        polled[kFirstConnector + i] = {connector.terminal.nearEnd(), POLLIN, 0};
+        if (!connector.strPending.empty()) {
             // Until the tty takes more.
-            polled[kFirstConnector + i] = {-1, 0, 0};
+            polled[kFirstConnector + i].fd = -1;
             polled[kFirstTty + connector.u32PendingPort].events |= POLLOUT;
-            s32TimeoutMs = 20;
+            s32TimeoutMs = kRetryMs;
         }
     }
     return s32TimeoutMs;
+}
+
+void serve(Lines& lines, const std::array<pollfd, kPolled>& polled, char* pcBuffer) {
+    if (polled[0].revents != 0) {
+        std::uint64_t u64Count = 0;
+        [[maybe_unused]] const ssize_t length = read(lines.s32Wake, &u64Count, sizeof(u64Count));
+    }
+    if (lines.u32Halts != 0) {
+        return;
+    }
+    for (unsigned int i = 0; i < uart::kTtys; ++i) {
+        if ((polled[kFirstTty + i].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            serveTtyOutput(lines, i, pcBuffer);
+        }
+    }
+    for (unsigned int i = 0; i < uart::kPorts; ++i) {
+        if (polled[kFirstConnector + i].revents != 0 || !lines.connectors[i].strPending.empty()) {
+            serveConnector(lines, i, pcBuffer);
+        }
+    }
 }
 
 [[noreturn]] void runSerialThread() {
     Lines& lines = theLines();
     static char acBuffer[kChunk];
     std::array<pollfd, kPolled> polled;
+    std::unique_lock<std::mutex> lock(lines.mutex);
     for (;;) {
-        std::unique_lock<std::mutex> lock(lines.mutex);
-        lines.changed.wait(lock, [&] { return lines.s32Wake >= 0; });
-        const std::uint64_t u64Generation = lines.u64Generation;
+        lines.changed.wait(lock, [&] { return lines.s32Wake >= 0 && lines.u32Halts == 0; });
         const int s32TimeoutMs = collect(lines, polled);
+        lines.bPolling = true;
         lock.unlock();
         poll(polled.data(), polled.size(), s32TimeoutMs);
         lock.lock();
-        if (polled[0].revents != 0) {
-            std::uint64_t u64Count = 0;
-            [[maybe_unused]] const ssize_t length = read(lines.s32Wake, &u64Count, sizeof(u64Count));
-        }
-        if (u64Generation != lines.u64Generation) {
-            // The descriptors may be others by now.
-            continue;
-        }
-        for (unsigned int i = 0; i < uart::kTtys; ++i) {
-            if ((polled[kFirstTty + i].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-                serveTtyOutput(lines, i, acBuffer);
-            }
-        }
-        for (unsigned int i = 0; i < uart::kPorts; ++i) {
-            if (polled[kFirstConnector + i].revents != 0 || !lines.connectors[i].strPending.empty()) {
-                serveConnector(lines, i, acBuffer);
-            }
-        }
+        lines.bPolling = false;
+        lines.changed.notify_all();
+        serve(lines, polled, acBuffer);
     }
 }
+
+// --- A person's doors ------------------------------------------------------------------------------------------------
 
 void requireNumber(unsigned int u32Number, unsigned int u32Count) {
     requireSet();
@@ -352,13 +309,17 @@ void requireNumber(unsigned int u32Number, unsigned int u32Count) {
     }
 }
 
+[[noreturn]] void failAtConnector(unsigned int u32Connector, const char* pszWhat) {
+    throw SetError("connector " + std::to_string(u32Connector) + ": " + pszWhat);
+}
+
 // Whether a process has the set in the folder.
 bool isInUse(const std::string& strFolder) {
-    const int s32Lock = open((strFolder + "/lock").c_str(), O_RDWR | O_CLOEXEC);
+    const int s32Lock = open((strFolder + "/lock").c_str(), O_RDONLY | O_CLOEXEC);
     if (s32Lock < 0) {
         return false;
     }
-    const bool bLocked = flock(s32Lock, LOCK_EX | LOCK_NB) != 0;
+    const bool bLocked = flock(s32Lock, LOCK_SH | LOCK_NB) != 0;
     close(s32Lock);
     return bLocked;
 }
@@ -368,21 +329,15 @@ bool isInUse(const std::string& strFolder) {
 void switchOnSerialLines(const std::string& strFolder) {
     const HostPaths hostPaths;
     Lines& lines = theLines();
-    const std::lock_guard<std::mutex> lock(lines.mutex);
+    const Halt halt(lines);
     lines.strFolder = strFolder;
     if (lines.s32Wake < 0) {
         lines.s32Wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     }
-    bool bAll = true;
+    bool bAll = lines.s32Wake >= 0;
     for (unsigned int i = 0; i < uart::kPorts; ++i) {
-        Connector& connector = lines.connectors[i];
-        if (!connector.terminal.exists()) {
-            connector.terminal = PseudoTerminal(true);
-            putLink(connector.terminal.path(), linkOf(strFolder, i));
-        }
-        bAll = bAll && connector.terminal.exists();
-        connector.strPending.clear();
-        connector.strSent.clear();
+        resetConnector(lines, i);
+        bAll = bAll && lines.connectors[i].terminal.exists();
     }
     for (unsigned int i = 0; i < uart::kTtys; ++i) {
         makeTty(lines, i);
@@ -391,30 +346,27 @@ void switchOnSerialLines(const std::string& strFolder) {
     if (!bAll) {
         std::fprintf(stderr, "virtual set: no pseudo-terminals to be had, serial lines lead nowhere\n");
     }
-    std::error_code error;
-    fs::create_directories(fs::path(strFolder + "/tree" + kSwitchPath).parent_path(), error);
-    if (std::FILE* pSwitch = std::fopen((strFolder + "/tree" + kSwitchPath).c_str(), "w"); pSwitch != nullptr) {
-        std::fputc('0', pSwitch);
-        std::fclose(pSwitch);
-    }
-    wake(lines);
+    resetSwitch(lines);
 }
 
 void removeSerialLines() {
     const HostPaths hostPaths;
     Lines& lines = theLines();
-    const std::lock_guard<std::mutex> lock(lines.mutex);
+    const Halt halt(lines);
+    if (lines.strFolder.empty()) {
+        return;
+    }
     for (unsigned int i = 0; i < uart::kPorts; ++i) {
         lines.connectors[i] = Connector();
-        putLink("", linkOf(lines.strFolder, i));
+        removeLink(linkOf(lines.strFolder, i));
     }
     for (unsigned int i = 0; i < uart::kTtys; ++i) {
         lines.ttys[i] = Tty();
-        putLink("", ttyLinkOf(lines.strFolder, i));
+        removeLink(ttyLinkOf(lines.strFolder, i));
     }
-    wake(lines);
     close(lines.s32Wake);
     lines.s32Wake = -1;
+    lines.strFolder.clear();
 }
 
 void startSerialThread() {
@@ -425,28 +377,35 @@ void startSerialThread() {
     static_cast<void>(bStarted);
 }
 
-void serveTty(unsigned int u32Port) {
-    if (u32Port >= uart::kTtys) {
-        return;
-    }
-    startSerialThread();
-    Lines& lines = theLines();
-    const std::lock_guard<std::mutex> lock(lines.mutex);
-    lines.ttys[u32Port].bServed = true;
-    wake(lines);
-}
-
 void forgetUnreadOfTty(unsigned int u32Port) {
     if (u32Port >= uart::kTtys) {
         return;
     }
+    const HostPaths hostPaths;
     Lines& lines = theLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     Tty& tty = lines.ttys[u32Port];
     if (tty.terminal.isHungUp()) {
-        tty.bServed = tty.bStalled = false;
-        tty.terminal.forgetUnread();
+        tty.bServed = false;
+        tty.refusingSince.reset();
+        tty.terminal.forgetUnreadFar();
     }
+}
+
+void serveTty(unsigned int u32Port) {
+    if (u32Port >= uart::kTtys) {
+        return;
+    }
+    try {
+        startSerialThread();
+    } catch (const std::system_error& error) {
+        // Whoever opens a tty is not to see an exception for it.
+        std::fprintf(stderr, "virtual set: %s\n", error.what());
+    }
+    Lines& lines = theLines();
+    const std::lock_guard<std::mutex> lock(lines.mutex);
+    lines.ttys[u32Port].bServed = true;
+    wake(lines);
 }
 
 void transmit(unsigned int u32Port, std::string_view bytes) {
@@ -472,7 +431,7 @@ std::vector<uart::Connector> uart::connectors(const std::string& strFolder) {
         return connectors;
     }
     for (unsigned int i = 0; i < kPorts; ++i) {
-        const std::string strLink = linkOf(fs::absolute(strFolder).lexically_normal().string(), i);
+        const std::string strLink = linkOf(absoluteFolder(strFolder), i);
         std::error_code error;
         const fs::path target = fs::read_symlink(strLink, error);
         if (!error) {
@@ -493,15 +452,18 @@ void uart::type(unsigned int u32Connector, std::string_view bytes) {
         s32Terminal = s32Far >= 0 ? fcntl(s32Far, F_DUPFD_CLOEXEC, 3) : -1;
     }
     if (s32Terminal < 0) {
-        throw SetError("connector " + std::to_string(u32Connector) + ": leads nowhere");
+        failAtConnector(u32Connector, "leads nowhere");
     }
     while (!bytes.empty()) {
-        const std::size_t length = writeSome(s32Terminal, bytes);
-        bytes.remove_prefix(length);
+        const ssize_t length = write(s32Terminal, bytes.data(), std::min(bytes.size(), kChunk));
+        if (length > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(length));
+            continue;
+        }
         pollfd stTerminal = {s32Terminal, POLLOUT, 0};
-        if (length == 0 && (poll(&stTerminal, 1, 10000) <= 0 || (stTerminal.revents & POLLHUP) != 0)) {
+        if (poll(&stTerminal, 1, 10000) <= 0 || (stTerminal.revents & POLLHUP) != 0) {
             close(s32Terminal);
-            throw SetError("connector " + std::to_string(u32Connector) + ": takes nothing");
+            failAtConnector(u32Connector, "takes nothing");
         }
     }
     close(s32Terminal);
@@ -532,7 +494,9 @@ void uart::hangUp(unsigned int u32Port) {
     requireNumber(u32Port, kTtys);
     const HostPaths hostPaths;
     Lines& lines = theLines();
-    const std::lock_guard<std::mutex> lock(lines.mutex);
+    const Halt halt(lines);
     makeTty(lines, u32Port);
-    wake(lines);
+    if (!lines.ttys[u32Port].terminal.exists()) {
+        throw SetError("tty " + std::to_string(u32Port) + ": no pseudo-terminal to be had");
+    }
 }

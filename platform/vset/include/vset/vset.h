@@ -35,7 +35,8 @@ VSET_API std::vector<std::string> check(const std::string& strFolder);
 // A process that never calls this gets the set of defaultFolder() with its first middleware call. Throws SetError.
 VSET_API void attach(const std::string& strFolder);
 
-// Switches off and gives the folder back.
+// Switches off and gives the folder back. Like powerCycle(), it waits for callbacks of the middleware that run, except
+// the one that it is called from.
 VSET_API void detach();
 
 // The folder of the attached set, or an empty text.

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+// A serial line of the set as the PC has it: a pseudo-terminal, raw and without echo.
+#ifndef VSET_PSEUDO_TERMINAL_H
+#define VSET_PSEUDO_TERMINAL_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace vset {
+
+// The set has the near end, programs open the far one. Neither blocks.
+class PseudoTerminal {
+public:
+    enum class FarEnd {
+        kept,    // open for as long as the line is there: it never hangs up
+        closed,  // the line hangs up whenever no program has it open
+    };
+
+    // No line at all, which takes and gives nothing.
+    PseudoTerminal() = default;
+    // No line either when the PC has no more.
+    explicit PseudoTerminal(FarEnd eFarEnd);
+    PseudoTerminal(PseudoTerminal&& other) noexcept;
+    PseudoTerminal& operator=(PseudoTerminal&& other) noexcept;
+    ~PseudoTerminal();
+
+    bool exists() const { return _s32Near >= 0; }
+    int nearEnd() const { return _s32Near; }
+    int farEnd() const { return _s32Far; }
+    // Of the far end.
+    const std::string& path() const { return _strPath; }
+    bool isHungUp() const;
+
+    // How much has been read and written at the near end; 0 when that would block.
+    std::size_t read(char* pcBuffer, std::size_t size) const;
+    std::size_t write(std::string_view bytes) const;
+    // Writes everything. What the far end does not take within the time loses what it has not read.
+    void writeAll(std::string_view bytes, int s32PatienceMs) const;
+
+    // What has not been read at an end.
+    void forgetUnreadNear() const;
+    void forgetUnreadFar() const;
+
+private:
+    void close();
+
+    int _s32Near = -1;
+    int _s32Far = -1;
+    std::string _strPath;
+};
+
+}  // namespace vset
+
+#endif

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+// A serial port's way from the line to the registered callback.
+#ifndef VSET_UART_RECEIVER_H
+#define VSET_UART_RECEIVER_H
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "hw3/hw_uart.h"
+#include "vset/uart.h"
+
+namespace vset {
+
+// Never destroyed: its thread, which starts with the first registration, lives for ever. Callbacks run on it alone,
+// with no lock held.
+class UartReceiver {
+public:
+    void receive(std::string_view bytes);
+    void count(std::size_t received, std::size_t dropped);
+
+    // A former registration is replaced.
+    void enlist(HW_UART_EventCallback_t pfnCallback, HW_Handle_t hUart);
+
+    // Ends the registration, and returns when no callback of it runs or will start. Inside that callback this would be
+    // never: HW_ERR_BUSY, and the registration stays. HW_ERR_FAILED without one.
+    HW_Result_t discharge(HW_Handle_t hUart);
+
+    // Ends what is registered under the handle, or all for HW_HANDLE_NONE. No callback of it runs afterwards, except
+    // the one that this is called from.
+    void end(HW_Handle_t hUart);
+
+    // As after switching on. What a callback of before has not seen yet is forgotten, too.
+    void reset();
+
+    void describe(uart::Port& stPort);
+
+private:
+    [[noreturn]] void deliverForEver();
+    void deliverWaiting(std::unique_lock<std::mutex>& lock);
+    // The caller holds the mutex.
+    std::size_t waiting() const { return _strWaiting.size() + (_u64BatchResets == _u64Resets ? _inHand.load() : 0); }
+    bool isInside() const { return _thread == std::this_thread::get_id(); }
+
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    std::string _strWaiting;
+    std::uint64_t _u64Received = 0;
+    std::uint64_t _u64Dropped = 0;
+    std::uint64_t _u64Resets = 0;
+    std::uint64_t _u64Registrations = 0;
+    HW_UART_EventCallback_t _pfnCallback = nullptr;
+    HW_Handle_t _hUart = HW_HANDLE_NONE;
+    std::thread::id _thread;
+
+    // Of the registration among whose callbacks the thread is, and the life of the set that its bytes came in.
+    std::uint64_t _u64Running = 0;
+    HW_Handle_t _hRunning = HW_HANDLE_NONE;
+    std::uint64_t _u64BatchResets = 0;
+
+    // The thread uses these between its callbacks, without the mutex. 0: nobody is registered.
+    std::atomic<std::uint64_t> _u64Registration{0};
+    std::atomic<std::size_t> _inHand{0};
+    std::atomic<std::uint64_t> _u64Refused{0};
+};
+
+}  // namespace vset
+
+#endif
