@@ -268,7 +268,12 @@ TEST_F(FactoryUart, StartsAndStopsWhileBytesArrive) {
     test::Events events;
     const int before = test::openDescriptors();
     {
-        const test::Repeating typist([] { vset::uart::type(0, "0123456789\r\n0123"); });
+        // Slower than the port's queue overflows: bytes are to be missing for no other reason.
+        const test::Repeating typist([] {
+            if (vset::uart::port(0).u32Waiting < 30000) {
+                vset::uart::type(0, "0123456789\r\n0123");
+            }
+        });
         for (int i = 0; i < 200; ++i) {
             ASSERT_EQ(start(), 1) << i;
             events.waitFor(events.count() + static_cast<std::size_t>(i % 3), 1s);

@@ -82,6 +82,11 @@ void EventLog::interrupt() {
     _changed.notify_all();
 }
 
+void EventLog::clear() {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _events.clear();
+}
+
 std::string printableBytes(const std::vector<unsigned char>& bytes) {
     return escaped(std::string(bytes.begin(), bytes.end()), true);
 }

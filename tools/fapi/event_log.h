@@ -29,6 +29,8 @@ public:
     // The oldest event, waiting for it until `deadline`. False when none came. After interrupt() it no longer waits.
     bool take(Event& event, std::chrono::steady_clock::time_point deadline);
     void interrupt();
+    // Forgets what nobody has taken.
+    void clear();
 
 private:
     std::mutex _mutex;
