@@ -89,7 +89,7 @@ int runAndJudge(int argc, char** argv, const Goal* pGoals, int s32Count) {
             arguments.push_back(argv[i]);
         }
     }
-    char acRepetitions[] = "--benchmark_repetitions=3";
+    char acRepetitions[] = "--benchmark_repetitions=5";
     char acInterleave[] = "--benchmark_enable_random_interleaving=true";
     arguments.insert(arguments.begin() + 1, {acRepetitions, acInterleave});
     int s32Arguments = static_cast<int>(arguments.size());

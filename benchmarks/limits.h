@@ -19,7 +19,7 @@ struct Goal {
     double limit;
 };
 
-// Runs all benchmarks, each three times, and judges the goals by the fastest runs; with --check a missed goal makes
+// Runs all benchmarks, each five times, and judges the goals by the fastest runs; with --check a missed goal makes
 // the result 1. Everything else on the command line is Google Benchmark's.
 int runAndJudge(int argc, char** argv, const Goal* pGoals, int s32Count);
 

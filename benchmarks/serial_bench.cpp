@@ -146,7 +146,7 @@ void frame_bytes(benchmark::State& state) {
     const std::vector<unsigned char> bytes = makeLines(kMemoryLines);
     Framing<EventRaiser> framing;
     framing.settings.s8Mode = fapi::FramerSettings::byte;
-    framing.settings.u32Limit = 0;
+    framing.settings.u32TargetBufferLimit = 0;
     framing.framer.adoptLimit();
     a_vextvfapi_prphrl_reg_callback(ignoreEvent);
     for (auto _ : state) {

@@ -20,7 +20,7 @@ constexpr unsigned int kSize = fapi::ReceiveBuffer::kSize;
 void configure(fapi::FramerSettings& settings, signed char mode, char terminator, unsigned int limit) {
     settings.s8Mode = mode;
     settings.u8Terminator = static_cast<unsigned char>(terminator);
-    settings.u32Limit = limit;
+    settings.u32TargetBufferLimit = limit;
 }
 
 struct Case {
@@ -100,7 +100,7 @@ TEST(MessageFramer, AChangedLimitFirstSendsWhatIsHeld) {
     test::Framer framer(settings);
     framer.adoptLimit();
     framer.feed("abcdef");
-    settings.u32Limit = 2;
+    settings.u32TargetBufferLimit = 2;
     framer.adoptLimit();
     // The old limit holds for this read.
     framer.feed("ghijk");

@@ -18,8 +18,8 @@
 
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
-#include "hw3/hw_sys.h"
 #include "hw3/hw_net.h"
+#include "hw3/hw_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/set_fixture.h"

@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pu8Data, std::size_t s
         if (u8Command < 4 && size - i >= 2) {
             settings.s8Mode = static_cast<signed char>(u8Command);
             settings.u8Terminator = pu8Data[i];
-            settings.u32Limit = pu8Data[i + 1] == 255 ? fapi::ReceiveBuffer::kSize : pu8Data[i + 1];
+            settings.u32TargetBufferLimit = pu8Data[i + 1] == 255 ? fapi::ReceiveBuffer::kSize : pu8Data[i + 1];
             i += 2;
             continue;
         }

@@ -15,13 +15,13 @@ public:
     explicit ReferenceFramer(const fapi::FramerSettings& settings) : _settings(settings) {}
 
     void adoptLimit() {
-        if (_settings.u32Limit == _limit) {
+        if (_settings.u32TargetBufferLimit == _limit) {
             return;
         }
         if (!_held.empty()) {
             send();
         } else {
-            _limit = _settings.u32Limit;
+            _limit = _settings.u32TargetBufferLimit;
         }
     }
 

@@ -183,16 +183,16 @@ int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigne
 
 static void setLimit(signed char mode, unsigned int size) {
     if (mode == fapi::FramerSettings::line) {
-        framerSettings.u32Limit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
     } else if (mode == fapi::FramerSettings::byte) {
-        framerSettings.u32Limit.store(0);
+        framerSettings.u32TargetBufferLimit.store(0);
     } else if (size > UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE) {
         FAPI_LOGE(
             "[std_factory_uart_custom_config] customized buffer size is larger than "
             "UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE!\n\n");
-        framerSettings.u32Limit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
     } else if (size != 0) {
-        framerSettings.u32Limit.store(size);
+        framerSettings.u32TargetBufferLimit.store(size);
     }
 }
 
@@ -217,6 +217,7 @@ int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode, unsigned
                   fapi::FramerSettings::kCarriageReturn);
     }
     setLimit(mode, size);
-    FAPI_LOGI("[std_factory_uart_custom_config] u32TargetBufferLimit: %u\n\n", framerSettings.u32Limit.load());
+    FAPI_LOGI("[std_factory_uart_custom_config] u32TargetBufferLimit: %u\n\n",
+              framerSettings.u32TargetBufferLimit.load());
     return 0;
 }

@@ -43,10 +43,15 @@ private:
     const unsigned char* _pu8LineFeed = nullptr;
 };
 
+// Out of line: it stands in the way of every message, and does something only with the log on.
+__attribute__((noinline)) BoundedText textOf(const std::vector<unsigned char>& data) {
+    return {data.data(), data.size()};
+}
+
 }  // namespace
 
 void MessageFramer::adoptLimit() {
-    const unsigned int u32Limit = _settings.u32Limit.load();
+    const unsigned int u32Limit = _settings.u32TargetBufferLimit.load();
     if (u32Limit == _u32Limit) {
         return;
     }
@@ -66,19 +71,21 @@ void MessageFramer::feed(const unsigned char* pu8Bytes, std::size_t length) {
     LineEnds lineEnds(pu8End);
     while (pu8Bytes != pu8End && _buffer.exists()) {
         const signed char s8Mode = settings.s8Mode.load();
-        const unsigned char u8Terminator = settings.u8Terminator.load();
         const unsigned int u32Held = _buffer.count();
         // A limit of 0 is met by the first byte.
         const std::size_t room = u32Limit > u32Held ? u32Limit - u32Held : 1;
         const std::size_t size = std::min(room, static_cast<std::size_t>(pu8End - pu8Bytes));
         const unsigned char* pu8Stop = pu8Bytes + size;
+        // A change takes effect at the next byte, so a run counts only if there was none while it was looked at.
+        bool bChanged = false;
         if (s8Mode == FramerSettings::line) {
             pu8Stop = std::min(pu8Stop, lineEnds.next(pu8Bytes));
         } else if (s8Mode == FramerSettings::terminator) {
+            const unsigned char u8Terminator = settings.u8Terminator.load();
             pu8Stop = find(pu8Bytes, pu8Stop, u8Terminator);
+            bChanged = settings.u8Terminator.load() != u8Terminator;
         }
-        // A change takes effect at the next byte, so a run counts only if there was none while it was looked at.
-        if (s8Mode != settings.s8Mode.load() || u8Terminator != settings.u8Terminator.load()) {
+        if (bChanged || settings.s8Mode.load() != s8Mode) {
             continue;
         }
 
@@ -112,7 +119,7 @@ void MessageFramer::send(const unsigned char* pu8Bytes, std::size_t length) {
         return;
     }
     FAPI_LOGD("[std_factory_uart] length= %d\n\n", static_cast<int>(_message.data.size()));
-    FAPI_LOGD("[std_factory_uart] %s\n\n", BoundedText(_message.data.data(), _message.data.size()).get());
+    FAPI_LOGD("[std_factory_uart] %s\n\n", textOf(_message.data).get());
     _receiver.receive(_message);
 }
 

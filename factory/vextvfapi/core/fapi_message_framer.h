@@ -21,14 +21,14 @@ struct FramerSettings {
     // What the start of a link and its stop put back; the mode stays.
     void reset() {
         u8Terminator.store(kCarriageReturn);
-        u32Limit.store(ReceiveBuffer::kSize);
+        u32TargetBufferLimit.store(ReceiveBuffer::kSize);
     }
 
     // Any value below 4 may be set; a negative one acts as `size`.
     std::atomic<signed char> s8Mode{line};
     std::atomic<unsigned char> u8Terminator{kCarriageReturn};
     // A message of this many bytes is sent whatever is in it.
-    std::atomic<unsigned int> u32Limit{ReceiveBuffer::kSize};
+    std::atomic<unsigned int> u32TargetBufferLimit{ReceiveBuffer::kSize};
 };
 
 // Who gets the messages, on the thread that feeds.
