@@ -53,6 +53,8 @@ const Case kCases[] = {
     {"an interrupt ends all, its command is lost", ';', {"a;b\x03"}, {ended("a")}, false},
     {"an interrupt inside a read is a byte", ';', {"a\x03;\n"}, {ended("a\x03"), ended("")}, true},
     {"an interrupt that is the end is an end", '\x03', {"ab\x03"}, {ended("ab")}, true},
+    {"an underscore before it is a blank, too", '\x03', {"ab_\x03"}, {ended("ab ")}, true},
+    {"and may be the end before an interrupt", ' ', {"AT_\x03"}, {ended("AT")}, false},
 };
 
 TEST(CommandScanner, Cuts) {

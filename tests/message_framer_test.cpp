@@ -2,12 +2,15 @@
 // The cut of the standard factory link's bytes into messages, without a tty.
 #include "fapi_message_framer.h"
 
+#include <atomic>
 #include <random>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/reference_framer.h"
+
+extern std::atomic<unsigned char> u8TvFactoryDebug;
 
 namespace {
 
@@ -152,6 +155,20 @@ TEST(MessageFramer, WithoutItsBufferTheRestIsDropped) {
     framer.feed("gh\r");
     EXPECT_THAT(framer.messages(), ElementsAre("ab"));
     EXPECT_FALSE(framer.buffer().exists());
+}
+
+TEST(MessageFramer, AnEmptyMessageIsLoggedAsAnEmptyText) {
+    fapi::FramerSettings settings;
+    configure(settings, 2, ';', 0);
+    test::Framer framer(settings);
+    framer.adoptLimit();
+    testing::internal::CaptureStdout();
+    u8TvFactoryDebug = 1;
+    framer.feed(";");
+    u8TvFactoryDebug = 0;
+    const std::string log = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(framer.messages(), Messages{""});
+    EXPECT_NE(log.find("[std_factory_uart] \n\n"), std::string::npos) << log;
 }
 
 TEST(ReceiveBuffer, HoldsNoMoreThanItsSize) {

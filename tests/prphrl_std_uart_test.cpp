@@ -435,6 +435,13 @@ TEST_F(Tty, WaitsForAByteOrForHalfASecond) {
     EXPECT_EQ(settings().c_cc[VTIME], 5);
 }
 
+TEST_F(StdFactoryUart, AFailedOpenLeavesNoEarlierTtyBehind) {
+    ASSERT_TRUE(_a_vextvfapi_prphrl_uartOpen("/dev/ttyS0", B115200, 0, kWrite));
+    EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("abc"), 3);
+    EXPECT_FALSE(_a_vextvfapi_prphrl_uartOpen("/dev/null", B115200, 0, kWrite));
+    EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("abc"), -1) << "it goes to the tty of before";
+}
+
 TEST(NoTty, IsRefused) {
     EXPECT_FALSE(_a_vextvfapi_prphrl_setInterfaceAttr(-1, B115200, 0));
     EXPECT_FALSE(_a_vextvfapi_prphrl_setBlocking(-1, 1));

@@ -83,11 +83,11 @@ bool _a_vextvfapi_prphrl_uartOpen(const char* path, int speed, int blocking,
         FAPI_LOGE("[STD UART]error %d opening %s: %s\n\n", s32Error, fapi::logText(path), strerror(s32Error));
         return false;
     }
+    uartFd.store(s32Fd);
     if (!_a_vextvfapi_prphrl_setInterfaceAttr(s32Fd, speed, 0) || !_a_vextvfapi_prphrl_setBlocking(s32Fd, blocking)) {
-        close(s32Fd);
+        close(uartFd.exchange(-1));
         return false;
     }
-    uartFd.store(s32Fd);
     FAPI_LOGI("[STD UART]Port %s opened.\n\n", path);
     return true;
 }

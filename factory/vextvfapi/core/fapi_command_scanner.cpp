@@ -11,12 +11,11 @@ namespace fapi {
 static constexpr unsigned char kInterrupt = 0x03;
 
 // A shell's echo ends a text with a newline, and every write is to end a command: the last byte counts as the end
-// whatever it is. An underscore before it stands for a blank, which a shell would have eaten.
+// whatever it is, except an interrupt. An underscore before it stands for a blank, which a shell would have eaten.
 void CommandScanner::rewriteTail(unsigned char* pu8Bytes, std::size_t length) const {
-    if (pu8Bytes[length - 1] == kInterrupt) {
-        return;
+    if (pu8Bytes[length - 1] != kInterrupt) {
+        pu8Bytes[length - 1] = _u8End;
     }
-    pu8Bytes[length - 1] = _u8End;
     if (length >= 2 && pu8Bytes[length - 2] == '_') {
         pu8Bytes[length - 2] = ' ';
     }

@@ -45,7 +45,9 @@ private:
 
 // Out of line: it stands in the way of every message, and does something only with the log on.
 __attribute__((noinline)) BoundedText textOf(const std::vector<unsigned char>& data) {
-    return {data.data(), data.size()};
+    // A vector that never held anything has no address, but its text is empty and not null.
+    static const unsigned char kNothing[1] = {};
+    return {data.empty() ? kNothing : data.data(), data.size()};
 }
 
 }  // namespace
