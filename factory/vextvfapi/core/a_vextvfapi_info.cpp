@@ -1,7 +1,100 @@
 // SPDX-License-Identifier: Apache-2.0
-// The information module's event operations.
+// Information module: parameters of INI files, and the module's events.
 #include "a_vextvfapi_info.h"
 
+#include <cstring>
+
+#include <unistd.h>
+
+#include "a_vextvfapi_common.h"
 #include "fapi_event_slot.h"
+#include "hw3/hw_sys.h"
+
+#define FAPI_LOG_TAG "VexTvFApiInformation"
+#include "fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(info)
+
+int a_vextvfapi_info_init() {
+    return 0;
+}
+
+int a_vextvfapi_info_deinit() {
+    return 0;
+}
+
+// `pszValue` is the middleware's text, null for a key without one.
+static int copyValue(const unsigned char* key, const char* pszValue, unsigned char* data, unsigned int size) {
+    if (data == nullptr) {
+        FAPI_LOGE("DataBuf NULL\n\n");
+        return -2;
+    }
+    std::memset(data, 0, size);
+    if (pszValue == nullptr) {
+        return 0;
+    }
+    const std::size_t length = std::strlen(pszValue);
+    if (length >= size) {
+        FAPI_LOGE("Data overflow.\n\n");
+        return -1;
+    }
+    std::memcpy(data, pszValue, length);
+    FAPI_LOGD("%s = %s\n\n", key, data);
+    return 0;
+}
+
+int a_vextvfapi_info_get_ini_para(const unsigned char* path, const unsigned char* key, unsigned char* data,
+                                  unsigned int size) {
+    if (path == nullptr || key == nullptr) {
+        FAPI_LOGE("Path or Key is invalid.\n\n");
+        return -2;
+    }
+    HW_Handle_t hConfig = HW_HANDLE_NONE;
+    const HW_Result_t u32Result = HW_SYS_OpenConfigFile(path, &hConfig);
+    if (u32Result != HW_OK) {
+        FAPI_LOGD("HW_SYS_OpenConfigFile(%s, ...) is failed.\n\n", path);
+        return a_vextvfapi_common_hw_err_msg(u32Result);
+    }
+    HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, 0, nullptr};
+    if (HW_SYS_GetConfigData(hConfig, key, &stData) != HW_OK) {
+        FAPI_LOGD("HW_SYS_GetConfigData(..., %s, ...) is failed.\n\n", key);
+        // The status is the close's: a missing key is no failure, its reader finds the buffer that it has cleared.
+        return a_vextvfapi_common_hw_err_msg(HW_SYS_CloseConfigFile(hConfig));
+    }
+    const int s32Status = copyValue(key, reinterpret_cast<const char*>(stData.pu8Data), data, size);
+    if (HW_SYS_CloseConfigFile(hConfig) != HW_OK) {
+        FAPI_LOGE("HW_SYS_CloseConfigFile Failed.\n\n");
+        return -1;
+    }
+    return s32Status;
+}
+
+int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char* key, const unsigned char* data) {
+    if (path == nullptr || key == nullptr || data == nullptr) {
+        FAPI_LOGE("[a_vextvfapi_info_set_ini_para] Null parameters\n\n");
+        return -2;
+    }
+    HW_Handle_t hConfig = HW_HANDLE_NONE;
+    if (HW_SYS_OpenConfigFile(path, &hConfig) != HW_OK) {
+        FAPI_LOGE("open config file failed\n\n");
+        return -1;
+    }
+    const auto u32Length = static_cast<HW_U32>(std::strlen(reinterpret_cast<const char*>(data)));
+    const HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, u32Length, data};
+    FAPI_LOGD("[a_vextvfapi_info_set_ini_para] path = %s\n", path);
+    FAPI_LOGD("[a_vextvfapi_info_set_ini_para] key= %s\n", key);
+    FAPI_LOGD("[a_vextvfapi_info_set_ini_para] data = %s\n", data);
+    if (HW_SYS_SetConfigData(hConfig, key, &stData) != HW_OK) {
+        FAPI_LOGE("set config file failed\n\n");
+        HW_SYS_CloseConfigFile(hConfig);
+        return -1;
+    }
+    if (HW_SYS_CloseConfigFile(hConfig) != HW_OK) {
+        FAPI_LOGE("close config file failed\n\n");
+        return -1;
+    }
+    // The middleware has written the file; the line may cut the power as soon as this returns.
+    sync();
+    FAPI_LOGD("close config file ok\n\n");
+    return 0;
+}

@@ -24,6 +24,12 @@ void _a_vextvfapi_prphrl_raise_event(unsigned int event, const fapi_core::VexTvF
     a_vextvfapi_prphrl_nty_event(event, object, empty, empty, empty);
 }
 
+void _a_vextvfapi_prphrl_raise_event(unsigned int event, int value) {
+    fapi_core::VexTvFApiEventCommonObject object;
+    object.value = value;
+    _a_vextvfapi_prphrl_raise_event(event, object);
+}
+
 int a_vextvfapi_prphrl_init() {
     HW_Result_t result = HW_SYS_Init(nullptr);
     if (result > HW_HAS_INITED) {

@@ -5,6 +5,30 @@
 
 #include "fapi_core.h"
 
+// --- Start-up --------------------------------------------------------------------------------------------------------
+
+// Do nothing and return 0.
+FAPI_API int a_vextvfapi_info_init();
+FAPI_API int a_vextvfapi_info_deinit();
+
+// --- INI parameters --------------------------------------------------------------------------------------------------
+// Any thread; the middleware keeps calls on one file apart. Needs a_vextvfapi_sys_init.
+
+// Reads the value of `key` ("section:key") in the INI file `path` into the `size` bytes of `data`, terminated and
+// filled up with zeros.
+// 0; a missing key is 0, too, and leaves `data` as it was, so clear it first. -1 when the value and its terminator do
+// not fit (`data` is all zeros then), or the file cannot be closed; -2 for null; any status of
+// a_vextvfapi_common_hw_err_msg when the file cannot be opened.
+FAPI_API int a_vextvfapi_info_get_ini_para(const unsigned char* path, const unsigned char* key, unsigned char* data,
+                                           unsigned int size);
+
+// Writes the terminated text `data` under `key` into the INI file `path`, which must exist, and flushes all file
+// systems. 0; -1 when the middleware refuses; -2 for null.
+FAPI_API int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char* key,
+                                           const unsigned char* data);
+
+// --- Events ----------------------------------------------------------------------------------------------------------
+
 // Registers `callback` for the events of this module, replacing an earlier one; null registers none. Returns 0.
 FAPI_API int a_vextvfapi_info_reg_callback(fapi_core::VexTvFApiEventCallback_t callback);
 

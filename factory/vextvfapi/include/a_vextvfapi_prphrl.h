@@ -109,6 +109,134 @@ FAPI_API int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode,
 // and returns 0 after a second. Stop: 0 when the thread has ended, or after a second all the same.
 FAPI_API int a_vextvfapi_prphrl_set_uart_pipe_mode(unsigned char enable, const unsigned char* pUartPipeCmdEnd);
 
+// --- Keypad and ADC --------------------------------------------------------------------------------------------------
+// The keypad is a ladder of resistors that the chip's converter reads. Its thresholds and key codes come from the
+// board's configuration file. Each key press is event 0x100002 on a middleware thread, its code the first object's
+// value; with ADC reading switched on event 0x100004 follows, with the reading, or 255 when it failed, as the value.
+// Handles are opened once and kept; there is nothing to end but the keypad's reporting.
+
+// Reads the keypad's configuration and opens it, again if it is open.
+// 1; 0 when the configuration names no board file, a bound, the level count or an entry of a list is zero or no number,
+// a list has more than eight entries, memory is short or the middleware refuses.
+FAPI_API int a_vextvfapi_prphrl_keypad_init();
+
+// Starts the reporting of keys; opens the keypad as a_vextvfapi_prphrl_keypad_init does, unless
+// a_vextvfapi_prphrl_start_adc has been called before: then whatever keypad is open is used. 1 or 0.
+FAPI_API int a_vextvfapi_prphrl_start_keypad();
+
+// Ends the reporting. After it has returned no key event comes any more, unless it is called inside the event callback,
+// where it fails. 1 or 0.
+FAPI_API int a_vextvfapi_prphrl_stop_keypad();
+
+// Opens the ADC channel that belongs to the keypad; `readAdcInKeypad` 1 has every key followed by a reading of it, any
+// other value ends that. 0 or -1.
+FAPI_API int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad);
+
+// Reads ADC channel `channel` at voltage level `voltageLevel`. The channel of the first successful call is kept: later
+// calls read that one, whatever they ask for. The reading; 0 on any failure, which a reading may be, too.
+FAPI_API int a_vextvfapi_prphrl_get_sar_adc(unsigned int channel, unsigned int voltageLevel);
+
+// --- Remote control --------------------------------------------------------------------------------------------------
+
+// Stores the low byte of the hexadecimal number that stands under `key` ("section:key") in the remote control's
+// configuration file. 0, also when the value is negative or no number, or `format` is null: nothing is stored then.
+// -1 when the configuration cannot be found, -4 when memory is short, else what a_vextvfapi_info_get_ini_para returned.
+FAPI_API int a_vextvfapi_prphrl_get_rc_format(const unsigned char* key, unsigned char* format);
+
+// --- I2C -------------------------------------------------------------------------------------------------------------
+// Calls on I2C must not overlap: the bus handle is one for the process. `busNumSlaveId` holds the bus number in its
+// high byte and the 8-bit slave address in its low byte. Needs a_vextvfapi_prphrl_init.
+
+// Opens bus `bus`, or finds it open. 0 or -1.
+FAPI_API int a_vextvfapi_prphrl_enable_iic(int bus);
+
+// Closes bus `bus` if this library opened it. 0, also when there was nothing to close; -1 when the middleware refuses.
+FAPI_API int a_vextvfapi_prphrl_disable_iic(int bus);
+
+// Reads `size` bytes (0 to 65,535) into `out`, from the register that the `addrCnt` bytes of `addr` (0 to 255) name.
+// `readMode` is 0 to 2. Opens the bus when it is not open and leaves it so. 0; -1 for an argument out of range, null
+// where bytes are meant, short memory, or when the bus or the device does not answer.
+FAPI_API int a_vextvfapi_prphrl_read_from_iic(int bus, unsigned short readMode, unsigned short busNumSlaveId,
+                                              unsigned short addrCnt, const unsigned char* addr, unsigned short size,
+                                              unsigned char* out);
+
+// Writes `size` bytes of `data` in one transfer. Arguments and statuses as for reading.
+FAPI_API int a_vextvfapi_prphrl_write_to_iic(int bus, unsigned short busNumSlaveId, unsigned short addrCnt,
+                                             const unsigned char* addr, unsigned short size, const unsigned char* data);
+
+// Stores bus and slave address of the board's device number `deviceId`, 0 when it has none. `port` is the bus to open
+// for the question. 0; -1 for null or an unknown device, or when the close fails. 0 with nothing stored when the bus
+// cannot be opened.
+FAPI_API int a_vextvfapi_prphrl_get_iic_slave_address(unsigned short deviceId, unsigned short port,
+                                                      unsigned short* slaveId);
+
+// --- GPIO ------------------------------------------------------------------------------------------------------------
+// Calls on single pads must not overlap; the monitor may run beside them.
+
+// Makes pad `pad` an output and drives it with `level` (0 or 1). 0, also when the chip refuses to drive it; -1 for
+// another level, or when the pad cannot be opened or closed.
+FAPI_API int a_vextvfapi_prphrl_control_gpio(unsigned int pad, unsigned int level);
+
+// Stores the level of pad `pad` as wired, 0 or 1. 0, also when the pad cannot be read and nothing was stored; -1 for
+// pad 0, null, or when the pad cannot be opened or closed.
+FAPI_API int a_vextvfapi_prphrl_get_gpio_status(unsigned int pad, unsigned char* level);
+
+// Watches pad `pad` on a thread of its own, one pad at a time: reads it every `delayUs` microseconds (0: without a
+// pause). Event 0x100005 comes with the new level as the first object's value once more than `debounceCnt` readings
+// since the last event differed from what was reported last; it comes with 255 when the pad cannot be watched (any
+// longer), which ends the watch.
+// 0; -1 when a watch is started already or the thread cannot be. When the pad cannot be opened, the watch ends without
+// an event and counts as started until it is stopped.
+FAPI_API int a_vextvfapi_prphrl_gpio_monitor_start(unsigned int pad, unsigned int delayUs, unsigned int debounceCnt);
+
+// Ends the watch, waiting in steps of a second, ten at most. 0, also when there was none; -1 when it did not end in
+// time.
+FAPI_API int a_vextvfapi_prphrl_gpio_monitor_stop();
+
+// --- HDMI ------------------------------------------------------------------------------------------------------------
+// Ports are those that a_vextvfapi_prphrl_init has counted. Calls must not overlap.
+
+// Chooses which EDID a source reads from port `port` (0 to 3): `version` 1, 2 or 3; 0 and below is the board's own. 0;
+// -1 for a port or version that there is not, or when the middleware refuses.
+FAPI_API int a_vextvfapi_prphrl_set_hdmi_edid_version(unsigned int port, signed char version);
+
+// Stores which EDID port `port` has: 1, 2, 3, or 0 for any other. 0; -1 when the middleware refuses; -2 for null or a
+// port that there is not.
+FAPI_API int a_vextvfapi_prphrl_get_hdmi_edid_version(unsigned int port, signed char* version);
+
+// Replaces the EDID `version` of port `port` by the `size` bytes of `data`, at most 512, and chooses it. 0 or -1.
+FAPI_API int a_vextvfapi_prphrl_set_hdmi_edid_data(unsigned int port, signed char version, unsigned int size,
+                                                   const unsigned char* data);
+
+// Stores the EDID that a source reads from port `port`, its first 512 bytes at most. 0; -1 for null, a port that there
+// is not, or when the middleware refuses; `edid` is untouched then.
+FAPI_API int a_vextvfapi_prphrl_get_hdmi_edid_data(unsigned int port, fapi_core::VexTvFApiHDMI_EDID_Data_t* edid);
+
+// Puts the hot-plug line of port `port` to `level`. 0; -1 for a port above the number of ports, or when the middleware
+// refuses; -2 for a port equal to it.
+FAPI_API int a_vextvfapi_prphrl_set_hdmi_hpd(unsigned char port, unsigned char level);
+
+// --- CEC and eARC ----------------------------------------------------------------------------------------------------
+// Calls must not overlap.
+
+// Switches CEC on (`enable` not 0) or off. 0 or -1.
+FAPI_API int a_vextvfapi_prphrl_enable_cec(unsigned char enable);
+
+// Stores 1 when CEC is on, else 0. 0; -1 for null or when the middleware refuses.
+FAPI_API int a_vextvfapi_prphrl_get_cec_status(signed char* s8EnableStatus);
+
+// Stores the chip's eARC status. 0; -1 for null or when the middleware refuses.
+FAPI_API int a_vextvfapi_prphrl_get_earc_status(int* s32EArcStatus);
+
+// --- PWM -------------------------------------------------------------------------------------------------------------
+
+// Sets or stores attribute `attr` (0 to 2) of channel `channel` (0 to 17). 0; -1 for an attribute or channel out of
+// range, or when the middleware refuses. A null `value` is refused by the middleware.
+FAPI_API int a_vextvfapi_prphrl_pwm_set_attr(fapi_core::VexTvFApiPwmAttr attr, fapi_core::VexTvFApiPwmChannel channel,
+                                             unsigned int value);
+FAPI_API int a_vextvfapi_prphrl_pwm_get_attr(fapi_core::VexTvFApiPwmAttr attr, fapi_core::VexTvFApiPwmChannel channel,
+                                             unsigned int* value);
+
 // --- Remote-control block keys ---------------------------------------------------------------------------------------
 // This chip has none: all three return -1.
 
@@ -153,5 +281,17 @@ FAPI_API ssize_t _a_vextvfapi_prphrl_uartRead(void* buf, unsigned long n);
 
 // Makes the FIFO of pipe mode and opens it for reading, which waits for a writer. The descriptor, or negative.
 FAPI_API int _a_vextvfapi_prphrl_create_pipe_file();
+
+// What the middleware calls for a key: raises its events. 0; 3 for anything but a press. `handle` is not looked at,
+// null `params` is a press without a key.
+FAPI_API unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int handle, unsigned int event,
+                                                           unsigned char* params);
+
+// Finds HDMI port `port` open or opens it; `opened` is 1 when the caller is to close it. 0; -1 when it cannot be
+// opened; -2 for a port that there is not. `handle` is 0 after a failure.
+FAPI_API int _a_vextvfapi_prphrl_get_hdmi_handle(unsigned char port, int& handle, unsigned char& opened);
+
+// Puts the hot-plug line of an open HDMI port to `level`. 0; -1 when the middleware refuses, -2 for handle 0.
+FAPI_API int _a_vextvfapi_prphrl_set_hdmi_hpd(int handle, unsigned char port, unsigned char level);
 
 #endif

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: start-up, boot environment variables, file services.
+// System module: start-up, boot environment variables, file services, factory daemon, chip
+// attributes.
 #ifndef A_VEXTVFAPI_SYS_H
 #define A_VEXTVFAPI_SYS_H
 
@@ -103,6 +104,25 @@ FAPI_API int a_vextvfapi_sys_change_file_mode(const unsigned char* path, unsigne
 // Flushes all file systems. Returns what the middleware's sync returns: 0, or -1.
 FAPI_API int a_vextvfapi_sys_sync_fs();
 
+// --- Factory daemon --------------------------------------------------------------------------------------------------
+
+// Has the set's privileged factory daemon run command `cmd` (fapi_core::VexTvFApiSysFactorySvcCmd_e) with the text
+// `param`, at most 254 characters, and waits for its answer: for ever when the daemon neither answers nor hangs up.
+// 0 when it reports success, or hangs up without an answer; -1 when it reports an error or is not there, or when
+// `param` is too long; -2 for null or another command. Any thread; the daemon takes one command after the other.
+FAPI_API int a_vextvfapi_sys_send_cmd_to_factory_svc(int cmd, const char* param);
+
+// --- Attributes of the chip ------------------------------------------------------------------------------------------
+
+// Stores the path of the file that names the set's configuration files in `path`, which holds `len` bytes (128 or
+// more); the rest is zeros. 0; -1 for null or a `len` below 128; else the status that a_vextvfapi_common_hw_err_msg has
+// for the middleware's failure, with an empty path.
+FAPI_API int a_vextvfapi_sys_get_dataindex_path(unsigned char* path, unsigned int len);
+
+// Stores the customer hash of the chip in `hash`, which holds `size` bytes (16 or more), and how many bytes it has in
+// `copied`: 16 at most. Results as above; `copied` is 0 when the middleware fails.
+FAPI_API int a_vextvfapi_sys_get_customer_hash(unsigned int size, unsigned char* hash, unsigned int* copied);
+
 // --- For the library's own modules -----------------------------------------------------------------------------------
 
 // Looks up the flash handle of `type`, or opens it. `handle` is 0 and `opened` 0 before; `opened` becomes 1 when the
@@ -113,5 +133,8 @@ FAPI_API int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type
 FAPI_API int _a_vextvfapi_sys_get_env_var(const unsigned char* key, unsigned char* value, unsigned int size,
                                           HW_FLASH_Type_e type);
 FAPI_API int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* value, HW_FLASH_Type_e type);
+
+// The factory daemon's number of command `cmd`, or -1.
+FAPI_API int _a_vextvfapi_sys_convert_factory_cmd(int cmd);
 
 #endif

@@ -66,6 +66,24 @@ enum VexTvFApiStdFactoryUartConfig : unsigned int {
     E_VEXTVFAPI_STD_FACTORY_UART_READ_WRITE = 2
 };
 
+// Commands that the set's factory daemon takes.
+enum VexTvFApiSysFactorySvcCmd_e : int { E_VEXTVFAPI_SYS_FACTORY_SVC_CMD_0 = 0, E_VEXTVFAPI_SYS_FACTORY_SVC_CMD_1 = 1 };
+
+// Attributes of a PWM channel, and the channels.
+enum VexTvFApiPwmAttr : unsigned int {
+    E_VEXTVFAPI_PWM_ATTR_0 = 0,
+    E_VEXTVFAPI_PWM_ATTR_1 = 1,
+    E_VEXTVFAPI_PWM_ATTR_2 = 2
+};
+enum VexTvFApiPwmChannel : unsigned int { E_VEXTVFAPI_PWM_CHANNEL_FIRST = 0, E_VEXTVFAPI_PWM_CHANNEL_LAST = 17 };
+
+// The EDID of an HDMI port.
+struct VexTvFApiHDMI_EDID_Data_t {
+    unsigned int u32Size;  // bytes stored in au8Data
+    unsigned char au8Data[512];
+};
+static_assert(sizeof(VexTvFApiHDMI_EDID_Data_t) == 516, "part of the binary interface");
+
 }  // namespace fapi_core
 
 #endif

@@ -36,11 +36,11 @@ inline constexpr DefaultFile kDefaultFiles[] = {
     {"/vendor/factory/config/board.ini",
      "# Keypad ladder of channel 0: voltage bounds, thresholds and key codes.\n"
      "[BOARD_KEYPAD]\n"
-     "BOARD_KEYPAD_CH_0_LOW_BOND = 0x00\n"
+     "BOARD_KEYPAD_CH_0_LOW_BOND = 0x05\n"
      "BOARD_KEYPAD_CH_0_UP_BOND = 0xF0\n"
      "BOARD_KEYPAD_CH_0_KEY_LEVEL_NUM = 5\n"
-     "BOARD_KEYPAD_CH_0_KEY_THRESHOLD = \"0x1F,0x4A,0x75,0xA0,0xCB\"\n"
-     "BOARD_KEYPAD_CH_0_KEY_CODE = \"0x01,0x02,0x03,0x04,0x05\"\n"},
+     "BOARD_KEYPAD_CH_0_KEY_THRESHOLD = {0x1F,0x4A,0x75,0xA0,0xCB}\n"
+     "BOARD_KEYPAD_CH_0_KEY_CODE = {0x01,0x02,0x03,0x04,0x05}\n"},
     {"/vendor/factory/config/ir.ini",
      "# Remote control.\n"
      "[IR]\n"

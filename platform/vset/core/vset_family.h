@@ -61,6 +61,8 @@ public:
     HW_Result_t close(HW_Handle_t hHandle);
     // The key of an open handle.
     std::optional<std::uint64_t> key(HW_Handle_t hHandle) const;
+    // What is open under a key.
+    std::optional<OpenHandle> instance(std::uint64_t u64Key) const;
 
     const char* family() const { return _pszFamily; }
 
@@ -132,6 +134,17 @@ private:
     std::atomic<bool> _bInitialised{false};
     HandleTable _handles;
 };
+
+// What GetHandle and Open of a family have in common whose instances are known by one number: HW_OK, or what they
+// answer. `readiness` is the family's own or the system's, as the family wants.
+template <class Params>
+HW_Result_t judgeNumber(HW_Result_t readiness, const Params* pstParams, HW_U32 Params::*pNumber, HW_U32 u32Count,
+                        const HW_Handle_t* phHandle) {
+    if (pstParams == nullptr || phHandle == nullptr || pstParams->*pNumber >= u32Count) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    return readiness;
+}
 
 // HW_OK, or HW_ERR_NOT_INITED while HW_SYS_Init has not run since the set was switched on.
 VSET_API HW_Result_t systemReadiness();

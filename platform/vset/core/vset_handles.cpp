@@ -64,6 +64,16 @@ std::optional<std::uint64_t> HandleTable::key(HW_Handle_t hHandle) const {
     return found->second.u64Key;
 }
 
+std::optional<OpenHandle> HandleTable::instance(std::uint64_t u64Key) const {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    for (const auto& [hHandle, stInstance] : _instances) {
+        if (stInstance.u64Key == u64Key) {
+            return OpenHandle{_pszFamily, u64Key, hHandle, stInstance.bPlayer};
+        }
+    }
+    return std::nullopt;
+}
+
 void HandleTable::closeAll() {
     const std::lock_guard<std::mutex> lock(_mutex);
     _instances.clear();

@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// External inputs: how many there are.
+// External inputs: how many there are, and what the HDMI ports tell a source.
 #include "hw3/hw_extin.h"
 
 #include <array>
+#include <filesystem>
+#include <map>
 #include <mutex>
 
+#include "edid_blocks.h"
 #include "vset/extin.h"
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_folder.h"
+#include "vset_storage.h"
+
+namespace vset {
 
 namespace {
 
@@ -17,41 +23,211 @@ using Counts = std::array<unsigned char, E_HW_EXTIN_TYPE_NUM>;
 // The board's: HDMI, YPbPr, VGA, CVBS, S-Video, SCART, video decoder.
 constexpr Counts kCounts = {4, 1, 1, 2, 0, 1, 1};
 
-class ExtinModel : public vset::FamilyModel {
+struct HdmiState {
+    HW_U32 u32Version = E_HW_EXTIN_HDMI_EDID_VERSION_1;
+    unsigned char u8HotPlug = 1;
+    std::uint64_t u64HotPlugs = 0;
+};
+
+// An input's type and index as the key of its handle.
+std::uint64_t keyOf(HW_U32 u32Type, HW_U32 u32Index) {
+    return std::uint64_t{u32Type} << 32 | u32Index;
+}
+
+class ExtinModel : public FamilyModel {
 public:
-    ExtinModel() : FamilyModel(vset::FamilyId::extin, "HW_EXTIN") {}
+    ExtinModel() : FamilyModel(FamilyId::extin, "HW_EXTIN") {}
 
     Counts counts() {
         const std::lock_guard<std::mutex> lock(_mutex);
         return _counts;
     }
-
     void setCount(std::uint32_t u32Type, unsigned char u8Count) {
         const std::lock_guard<std::mutex> lock(_mutex);
         _counts[u32Type] = u8Count;
     }
+    bool exists(HW_U32 u32Type, HW_U32 u32Index) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return u32Type < _counts.size() && u32Index < _counts[u32Type];
+    }
+
+    HdmiState hdmi(HW_U32 u32Port) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _hdmi[u32Port];
+    }
+    void setVersion(HW_U32 u32Port, HW_U32 u32Version) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _hdmi[u32Port].u32Version = u32Version;
+    }
+    void setHotPlug(HW_U32 u32Port, unsigned char u8Level) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _hdmi[u32Port].u8HotPlug = u8Level;
+        ++_hdmi[u32Port].u64HotPlugs;
+    }
+
+    // Guards the files.
+    std::mutex edidMutex;
 
 protected:
     void reset() override {
         const std::lock_guard<std::mutex> lock(_mutex);
         _counts = kCounts;
+        _hdmi.clear();
     }
 
 private:
     std::mutex _mutex;
     Counts _counts = kCounts;
+    std::map<HW_U32, HdmiState> _hdmi;
 };
 ExtinModel& model = *new ExtinModel;
 
+// What GetHandle and Open have in common.
+template <class Params>
+HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phExtin) {
+    if (pstParams == nullptr || phExtin == nullptr || !model.exists(pstParams->u32Type, pstParams->u32Index)) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    return model.readiness();
+}
+
+// --- EDIDs -----------------------------------------------------------------------------------------------------------
+
+std::string edidFolder() {
+    return loadedFolder() + "/edid";
+}
+
+std::string edidFile(HW_U32 u32Port, HW_U32 u32Version) {
+    return edidFolder() + "/hdmi" + std::to_string(u32Port) + "-version" + std::to_string(u32Version) + ".bin";
+}
+
+// The board's own while there is no file.
+std::string loadEdid(HW_U32 u32Port, HW_U32 u32Version) {
+    const std::lock_guard<std::mutex> lock(model.edidMutex);
+    const std::string strFile = edidFile(u32Port, u32Version);
+    std::error_code error;
+    if (!std::filesystem::exists(strFile, error)) {
+        return boardEdid(u32Port, u32Version);
+    }
+    const std::vector<unsigned char> bytes = readFile(strFile);
+    return {bytes.begin(), bytes.end()};
+}
+
+void storeEdid(HW_U32 u32Port, HW_U32 u32Version, const void* pData, std::size_t size) {
+    const std::lock_guard<std::mutex> lock(model.edidMutex);
+    std::error_code error;
+    std::filesystem::create_directories(edidFolder(), error);
+    replaceFile(edidFile(u32Port, u32Version), pData, size);
+}
+
+HW_Result_t setEdid(HW_U32 u32Port, const HW_EXTIN_HdmiEdid_t& stEdid) {
+    if (stEdid.u32Reserved != 0 || stEdid.u32Version >= extin::kEdidVersions ||
+        (stEdid.pu8Data == nullptr && stEdid.u32Size != 0)) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    if (stEdid.u32Size > HW_EXTIN_EDID_MAX_SIZE) {
+        return HW_ERR_LIMITION;
+    }
+    // Without data it is the version alone that changes.
+    if (stEdid.u32Size != 0) {
+        storeEdid(u32Port, stEdid.u32Version, stEdid.pu8Data, stEdid.u32Size);
+    }
+    model.setVersion(u32Port, stEdid.u32Version);
+    return HW_OK;
+}
+
+HW_Result_t getEdid(HW_U32 u32Port, HW_EXTIN_HdmiEdid_t& stEdid) {
+    const HW_U32 u32Version = model.hdmi(u32Port).u32Version;
+    const std::string strBytes = loadEdid(u32Port, u32Version);
+    const bool bQuestion = stEdid.pu8Data == nullptr && stEdid.u32Size == 0;
+    if (!bQuestion && stEdid.pu8Data == nullptr) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    if (!bQuestion && stEdid.u32Size < strBytes.size()) {
+        return HW_ERR_LIMITION;
+    }
+    if (!bQuestion) {
+        std::copy(strBytes.begin(), strBytes.end(), stEdid.pu8Data);
+    }
+    stEdid.u32Version = u32Version;
+    stEdid.u32Size = static_cast<HW_U32>(strBytes.size());
+    return HW_OK;
+}
+
+// --- Attributes ------------------------------------------------------------------------------------------------------
+
+struct Input {
+    HW_U32 u32Type;
+    HW_U32 u32Index;
+};
+
+// The input of an open handle, for an attribute's record.
+template <class Body>
+HW_Result_t withInput(HW_Handle_t hExtin, const void* pRecord, Body&& body) {
+    const auto key = model.handles().key(hExtin);
+    if (!key) {
+        return HW_ERR_INVALID_HANDLE;
+    }
+    if (pRecord == nullptr) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    return body(Input{static_cast<HW_U32>(*key >> 32), static_cast<HW_U32>(*key)});
+}
+
+HW_Result_t setAttr(const Input& stInput, HW_U32 u32Attr, const void* pParam) {
+    const bool bHdmi = stInput.u32Type == E_HW_EXTIN_TYPE_HDMI;
+    if (bHdmi && u32Attr == E_HW_EXTIN_ATTR_HDMI_EDID) {
+        return setEdid(stInput.u32Index, *static_cast<const HW_EXTIN_HdmiEdid_t*>(pParam));
+    }
+    if (bHdmi && u32Attr == E_HW_EXTIN_ATTR_HDMI_HPD) {
+        model.setHotPlug(stInput.u32Index, static_cast<const HW_EXTIN_HdmiHpd_t*>(pParam)->u8Level);
+        return HW_OK;
+    }
+    return HW_ERR_NOT_SUPPORT;
+}
+
+HW_Result_t getAttr(const Input& stInput, HW_U32 u32Attr, void* pOutput) {
+    if (stInput.u32Type == E_HW_EXTIN_TYPE_HDMI && u32Attr == E_HW_EXTIN_ATTR_HDMI_EDID) {
+        return getEdid(stInput.u32Index, *static_cast<HW_EXTIN_HdmiEdid_t*>(pOutput));
+    }
+    return HW_ERR_NOT_SUPPORT;
+}
+
+// --- What a person may ask for ---------------------------------------------------------------------------------------
+
 void requireType(std::uint32_t u32Type) {
-    vset::requireSet();
+    requireSet();
     if (u32Type >= E_HW_EXTIN_TYPE_NUM) {
-        throw vset::SetError("input type " + std::to_string(u32Type) + ": there are only " +
-                             std::to_string(E_HW_EXTIN_TYPE_NUM));
+        throw SetError("input type " + std::to_string(u32Type) + ": there are only " +
+                       std::to_string(E_HW_EXTIN_TYPE_NUM));
     }
 }
 
+void requireInput(std::uint32_t u32Type, std::uint32_t u32Index) {
+    requireType(u32Type);
+    if (!model.exists(u32Type, u32Index)) {
+        throw SetError("input " + std::to_string(u32Index) + " of type " + std::to_string(u32Type) +
+                       ": there are only " + std::to_string(model.counts()[u32Type]));
+    }
+}
+
+void requireVersion(unsigned int u32Port, unsigned int u32Version) {
+    requireInput(E_HW_EXTIN_TYPE_HDMI, u32Port);
+    if (u32Version >= extin::kEdidVersions) {
+        throw SetError("EDID version " + std::to_string(u32Version) + ": there are only " +
+                       std::to_string(extin::kEdidVersions));
+    }
+}
+
+std::string nameOf(std::uint32_t u32Type, std::uint32_t u32Index) {
+    return "input " + std::to_string(u32Index) + " of type " + std::to_string(u32Type);
+}
+
 }  // namespace
+
+}  // namespace vset
+
+using vset::model;
 
 HW_Result_t HW_EXTIN_Init(const HW_EXTIN_InitParams_t* pstParams) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
@@ -65,18 +241,95 @@ HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t* pstCaps) {
         if (model.readiness() != HW_OK) {
             return HW_ERR_NOT_INITED;
         }
-        const Counts counts = model.counts();
+        const vset::Counts counts = model.counts();
         *pstCaps = {counts[0], counts[1], counts[2], counts[3], counts[4], counts[5], counts[6], 0};
         return HW_OK;
     });
 }
 
-unsigned char vset::extin::inputCount(std::uint32_t u32Type) {
+HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t* pstParams, HW_Handle_t* phExtin) {
+    const auto type = vset::member("type", pstParams, &HW_EXTIN_HandleParams_t::u32Type);
+    const auto index = vset::member("index", pstParams, &HW_EXTIN_HandleParams_t::u32Index);
+    return vset::call(__func__, {type, index}, [&]() -> HW_Result_t {
+        const HW_Result_t result = vset::judge(pstParams, phExtin);
+        return result == HW_OK ? model.handles().find(vset::keyOf(pstParams->u32Type, pstParams->u32Index), phExtin)
+                               : result;
+    });
+}
+
+HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t* pstParams, HW_Handle_t* phExtin) {
+    const auto type = vset::member("type", pstParams, &HW_EXTIN_OpenParams_t::u32Type);
+    const auto index = vset::member("index", pstParams, &HW_EXTIN_OpenParams_t::u32Index);
+    return vset::call(__func__, {type, index}, [&]() -> HW_Result_t {
+        const HW_Result_t result = vset::judge(pstParams, phExtin);
+        return result == HW_OK ? model.handles().open(vset::keyOf(pstParams->u32Type, pstParams->u32Index), phExtin)
+                               : result;
+    });
+}
+
+HW_Result_t HW_EXTIN_Close(HW_Handle_t hExtin) {
+    return vset::call(__func__, {{"handle", hExtin}}, [&]() -> HW_Result_t { return model.handles().close(hExtin); });
+}
+
+HW_Result_t HW_EXTIN_SetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pParam) {
+    return vset::call(__func__, {{"handle", hExtin}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+        return vset::withInput(hExtin, pParam,
+                               [&](const vset::Input& stInput) { return vset::setAttr(stInput, u32Attr, pParam); });
+    });
+}
+
+HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void*, void* pOutput) {
+    return vset::call(__func__, {{"handle", hExtin}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+        return vset::withInput(hExtin, pOutput,
+                               [&](const vset::Input& stInput) { return vset::getAttr(stInput, u32Attr, pOutput); });
+    });
+}
+
+// --- The person's door -----------------------------------------------------------------------------------------------
+
+namespace vset::extin {
+
+unsigned char inputCount(std::uint32_t u32Type) {
     requireType(u32Type);
     return model.counts()[u32Type];
 }
 
-void vset::extin::setInputCount(std::uint32_t u32Type, unsigned char u8Count) {
+void setInputCount(std::uint32_t u32Type, unsigned char u8Count) {
     requireType(u32Type);
     model.setCount(u32Type, u8Count);
 }
+
+void hold(std::uint32_t u32Type, std::uint32_t u32Index) {
+    requireInput(u32Type, u32Index);
+    model.hold(keyOf(u32Type, u32Index), nameOf(u32Type, u32Index));
+}
+
+void release(std::uint32_t u32Type, std::uint32_t u32Index) {
+    requireInput(u32Type, u32Index);
+    model.release(keyOf(u32Type, u32Index), nameOf(u32Type, u32Index));
+}
+
+std::string edid(unsigned int u32Port, unsigned int u32Version) {
+    requireVersion(u32Port, u32Version);
+    const HostPaths hostPaths;
+    return loadEdid(u32Port, u32Version);
+}
+
+void setEdid(unsigned int u32Port, unsigned int u32Version, const std::string& strBytes) {
+    requireVersion(u32Port, u32Version);
+    if (strBytes.size() > kEdidLimit) {
+        throw SetError("EDID: " + std::to_string(strBytes.size()) + " bytes are more than " +
+                       std::to_string(kEdidLimit));
+    }
+    const HostPaths hostPaths;
+    storeEdid(u32Port, u32Version, strBytes.data(), strBytes.size());
+}
+
+HdmiPort hdmi(unsigned int u32Port) {
+    requireInput(E_HW_EXTIN_TYPE_HDMI, u32Port);
+    const std::optional<OpenHandle> handle = model.handles().instance(keyOf(E_HW_EXTIN_TYPE_HDMI, u32Port));
+    const HdmiState stState = model.hdmi(u32Port);
+    return {handle.has_value(), handle && handle->bPlayer, stState.u32Version, stState.u8HotPlug, stState.u64HotPlugs};
+}
+
+}  // namespace vset::extin

@@ -7,8 +7,8 @@
 #include <atomic>
 #include <optional>
 
+#include "callback_queue.h"
 #include "serial_lines.h"
-#include "uart_receiver.h"
 #include "vset/uart.h"
 #include "vset_call.h"
 #include "vset_family.h"
@@ -17,6 +17,14 @@
 namespace vset {
 
 namespace {
+
+// A port's received bytes on their way to the registered callback.
+class UartReceiver : public CallbackQueue {
+private:
+    HW_Result_t deliver(EventCallback_t pfnCallback, HW_Handle_t hUart, unsigned char u8Byte) override {
+        return pfnCallback(hUart, HW_UART_EVENT_RX_CHAR, &u8Byte);
+    }
+};
 
 struct Settings {
     std::atomic<HW_U32> u32BaudRate{0};
@@ -213,18 +221,18 @@ HW_Result_t HW_UART_PutChar(HW_Handle_t hUart, HW_U8 u8Char) {
 vset::uart::Port vset::uart::port(unsigned int u32Port) {
     requirePort(u32Port);
     Port stPort;
-    std::vector<OpenHandle> handles;
-    model.handles().list(handles);
-    for (const OpenHandle& stHandle : handles) {
-        if (stHandle.u64Key == u32Port) {
-            stPort.bOpen = true;
-            stPort.bPlayer = stHandle.bPlayer;
-        }
-    }
+    const std::optional<OpenHandle> handle = model.handles().instance(u32Port);
+    stPort.bOpen = handle.has_value();
+    stPort.bPlayer = handle && handle->bPlayer;
     stPort.bTtyOpen = isTtyOpen(u32Port);
     stPort.u32BaudRate = model.settings[u32Port].u32BaudRate;
     stPort.u32DeviceType = model.settings[u32Port].u32DeviceType;
-    model.receivers[u32Port].describe(stPort);
+    const CallbackQueue::State stState = model.receivers[u32Port].state();
+    stPort.bCallback = stState.bCallback;
+    stPort.u32Waiting = static_cast<unsigned int>(stState.waiting);
+    stPort.u64Received = stState.u64Received;
+    stPort.u64Dropped = stState.u64Dropped;
+    stPort.u64Refused = stState.u64Refused;
     return stPort;
 }
 

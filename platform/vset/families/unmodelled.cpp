@@ -3,18 +3,12 @@
 #include "hw3/hw_aout.h"
 #include "hw3/hw_audio.h"
 #include "hw3/hw_cap.h"
-#include "hw3/hw_cec.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
 #include "hw3/hw_extin.h"
-#include "hw3/hw_gpio.h"
-#include "hw3/hw_iic.h"
-#include "hw3/hw_ir.h"
 #include "hw3/hw_net.h"
 #include "hw3/hw_osd.h"
 #include "hw3/hw_pm.h"
-#include "hw3/hw_pwm.h"
-#include "hw3/hw_sar.h"
 #include "hw3/hw_sys.h"
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_video.h"
@@ -56,63 +50,13 @@ HW_Result_t HW_AOUT_SetVolume(HW_Handle_t, HW_U32, HW_U8) { return vset::unmodel
 HW_Result_t HW_AOUT_GetVolume(HW_Handle_t, HW_U32, HW_U8*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_AOUT_LoadAqParams(HW_Handle_t, const HW_AOUT_AqParams_t*) { return vset::unmodelled(__func__); }
 
-// Keypad and ADC
-HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_SAR_ConfigMode(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_SAR_SetVoltageLevel(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_SAR_AdcGetValue(HW_Handle_t, HW_U32*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t, const HW_SAR_CallbackParams_t*, HW_U32*)
-    { return vset::unmodelled(__func__); }
-HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t, const HW_SAR_CallbackParams_t*)
-    { return vset::unmodelled(__func__); }
-
-// Two-wire buses
-HW_Result_t HW_IIC_GetHandle(const HW_IIC_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_IIC_Open(const HW_IIC_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_IIC_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_IIC_Read(HW_Handle_t, const HW_IIC_ReadParams_t*, HW_U8**) { return vset::unmodelled(__func__); }
-HW_Result_t HW_IIC_Write(HW_Handle_t, const HW_IIC_WriteParams_t*, HW_U32*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_IIC_SetDebugLevel(HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_IIC_GetDeviceInfo(HW_U32, HW_IIC_DeviceInfo_t*) { return vset::unmodelled(__func__); }
-
-// Pads
-HW_Result_t HW_GPIO_GetHandle(const HW_GPIO_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_GPIO_Open(const HW_GPIO_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_GPIO_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_GPIO_SetOutput(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_GPIO_GetInput(HW_Handle_t, HW_U8*, HW_U8*) { return vset::unmodelled(__func__); }
-
-// Remote control
-
 // External inputs
 HW_Result_t HW_EXTIN_DeInit() { return vset::unmodelled(__func__); }
-HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_EXTIN_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_EXTIN_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_AutoGainOffset(HW_Handle_t) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_DetectTvSystem(HW_Handle_t, HW_U32, HW_U32*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_GetSignalStatus(HW_Handle_t, HW_U32*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_FactorySetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
 HW_Result_t HW_EXTIN_FactoryGetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
-
-// CEC
-HW_Result_t HW_CEC_GetHandle(const HW_CEC_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_CEC_Open(const HW_CEC_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_CEC_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_CEC_Enable(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_CEC_Disable(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_CEC_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
-
-// PWM
-HW_Result_t HW_PWM_Init(const HW_PWM_InitParams_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PWM_GetHandle(const HW_PWM_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PWM_Open(const HW_PWM_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PWM_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PWM_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_PWM_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
 
 // Tuner
 HW_Result_t HW_TUNER_Init(const HW_TUNER_InitParams_t*) { return vset::unmodelled(__func__); }

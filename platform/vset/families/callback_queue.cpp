@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A serial port's way from the line to the registered callback.
-#include "uart_receiver.h"
+// What waits for a registered callback, and the thread that it runs on.
+#include "callback_queue.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ constexpr std::size_t kQueueSize = 65536;
 
 }  // namespace
 
-void UartReceiver::receive(std::string_view bytes) {
+void CallbackQueue::receive(std::string_view bytes) {
     const std::lock_guard<std::mutex> lock(_mutex);
     const std::size_t fitting = std::min(bytes.size(), kQueueSize - waiting());
     _strWaiting.append(bytes, 0, fitting);
@@ -22,13 +22,13 @@ void UartReceiver::receive(std::string_view bytes) {
     _changed.notify_all();
 }
 
-void UartReceiver::count(std::size_t received, std::size_t dropped) {
+void CallbackQueue::count(std::size_t received, std::size_t dropped) {
     const std::lock_guard<std::mutex> lock(_mutex);
     _u64Received += received;
     _u64Dropped += dropped;
 }
 
-void UartReceiver::enlist(HW_UART_EventCallback_t pfnCallback, HW_Handle_t hUart) {
+void CallbackQueue::enlist(EventCallback_t pfnCallback, HW_Handle_t hHandle) {
     const std::lock_guard<std::mutex> lock(_mutex);
     if (_thread == std::thread::id()) {
         std::thread thread([this] { deliverForEver(); });
@@ -36,15 +36,15 @@ void UartReceiver::enlist(HW_UART_EventCallback_t pfnCallback, HW_Handle_t hUart
         thread.detach();
     }
     _pfnCallback = pfnCallback;
-    _hUart = hUart;
+    _hHandle = hHandle;
     _u64Registration = ++_u64Registrations;
     _changed.notify_all();
 }
 
-HW_Result_t UartReceiver::discharge(HW_Handle_t hUart) {
+HW_Result_t CallbackQueue::discharge(HW_Handle_t hHandle) {
     std::unique_lock<std::mutex> lock(_mutex);
     const std::uint64_t u64Registration = _u64Registration;
-    if (u64Registration == 0 || _hUart != hUart) {
+    if (u64Registration == 0 || _hHandle != hHandle) {
         return HW_ERR_FAILED;
     }
     if (_u64Running == u64Registration && isInside()) {
@@ -55,18 +55,18 @@ HW_Result_t UartReceiver::discharge(HW_Handle_t hUart) {
     return HW_OK;
 }
 
-void UartReceiver::end(HW_Handle_t hUart) {
+void CallbackQueue::end(HW_Handle_t hHandle) {
     std::unique_lock<std::mutex> lock(_mutex);
-    const bool bAll = hUart == HW_HANDLE_NONE;
-    if (bAll || _hUart == hUart) {
+    const bool bAll = hHandle == HW_HANDLE_NONE;
+    if (bAll || _hHandle == hHandle) {
         _u64Registration = 0;
     }
     if (!isInside()) {
-        _changed.wait(lock, [&] { return _u64Running == 0 || (!bAll && _hRunning != hUart); });
+        _changed.wait(lock, [&] { return _u64Running == 0 || (!bAll && _hRunning != hHandle); });
     }
 }
 
-void UartReceiver::reset() {
+void CallbackQueue::reset() {
     const std::lock_guard<std::mutex> lock(_mutex);
     ++_u64Resets;
     _strWaiting.clear();
@@ -74,16 +74,18 @@ void UartReceiver::reset() {
     _u64Refused = 0;
 }
 
-void UartReceiver::describe(uart::Port& stPort) {
+void CallbackQueue::drop() {
     const std::lock_guard<std::mutex> lock(_mutex);
-    stPort.bCallback = _u64Registration != 0;
-    stPort.u32Waiting = static_cast<unsigned int>(waiting());
-    stPort.u64Received = _u64Received;
-    stPort.u64Dropped = _u64Dropped;
-    stPort.u64Refused = _u64Refused;
+    _u64Dropped += _strWaiting.size();
+    _strWaiting.clear();
 }
 
-void UartReceiver::deliverForEver() {
+CallbackQueue::State CallbackQueue::state() {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return {_u64Registration != 0, waiting(), _u64Received, _u64Dropped, _u64Refused};
+}
+
+void CallbackQueue::deliverForEver() {
     std::unique_lock<std::mutex> lock(_mutex);
     for (;;) {
         _changed.wait(lock, [this] { return _u64Registration != 0 && !_strWaiting.empty(); });
@@ -92,21 +94,21 @@ void UartReceiver::deliverForEver() {
 }
 
 // All that waits, for as long as the registration stands. What it does not see is the next one's.
-void UartReceiver::deliverWaiting(std::unique_lock<std::mutex>& lock) {
+void CallbackQueue::deliverWaiting(std::unique_lock<std::mutex>& lock) {
     const std::uint64_t u64Registration = _u64Registration;
-    const HW_UART_EventCallback_t pfnCallback = _pfnCallback;
-    const HW_Handle_t hUart = _hUart;
+    const EventCallback_t pfnCallback = _pfnCallback;
+    const HW_Handle_t hHandle = _hHandle;
     std::string strBatch;
     strBatch.swap(_strWaiting);
     _inHand = strBatch.size();
     _u64BatchResets = _u64Resets;
     _u64Running = u64Registration;
-    _hRunning = hUart;
+    _hRunning = hHandle;
     lock.unlock();
     std::size_t delivered = 0;
     while (delivered < strBatch.size() && _u64Registration == u64Registration) {
-        HW_U8 u8Byte = static_cast<HW_U8>(strBatch[delivered++]);
-        const bool bRefused = pfnCallback(hUart, HW_UART_EVENT_RX_CHAR, &u8Byte) != HW_OK;
+        const auto u8Byte = static_cast<unsigned char>(strBatch[delivered++]);
+        const bool bRefused = deliver(pfnCallback, hHandle, u8Byte) != HW_OK;
         --_inHand;
         _u64Refused += bRefused ? 1 : 0;
     }

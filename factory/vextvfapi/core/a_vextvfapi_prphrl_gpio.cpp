@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: Apache-2.0
+// GPIO pads, and the thread that watches one of them.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+#include <unistd.h>
+
+#include "a_vextvfapi_prphrl_internal.h"
+#include "fapi_background_task.h"
+#include "fapi_handle_lease.h"
+#include "fapi_log.h"
+#include "hw3/hw_gpio.h"
+
+static constexpr int kMonitorFailed = 255;
+static constexpr unsigned int kStopPollTimes = 10;
+
+namespace {
+
+struct GpioFamily {
+    static constexpr auto getHandle = HW_GPIO_GetHandle;
+    static constexpr auto open = HW_GPIO_Open;
+    static constexpr auto close = HW_GPIO_Close;
+};
+using GpioLease = fapi::HandleLease<GpioFamily>;
+
+struct MonitorParams {
+    HW_U32 u32PadNum;
+    unsigned int u32DelayUs;
+    unsigned int u32DebounceCnt;
+};
+
+}  // namespace
+
+static HW_Result_t findOrOpen(GpioLease& lease, HW_U32 u32PadNum) {
+    const HW_GPIO_HandleParams_t stQuery = {u32PadNum};
+    const HW_GPIO_OpenParams_t stParams = {u32PadNum};
+    return lease.find(stQuery) == HW_OK ? HW_OK : lease.open(stParams);
+}
+
+// --- Single pads -----------------------------------------------------------------------------------------------------
+
+static bool obtainPad(GpioLease& lease, unsigned int pad) {
+    if (findOrOpen(lease, pad) != HW_OK) {
+        FAPI_LOGE("[control_gpio] Open handle fail\n\n");
+    }
+    if (lease.handle() == HW_HANDLE_NONE) {
+        FAPI_LOGE("_hGpioHandle is NULL.\n\n");
+        return false;
+    }
+    return true;
+}
+
+static int closePad(GpioLease& lease) {
+    if (lease.release() != HW_OK) {
+        FAPI_LOGE("[gpio_status] gpio close handle fail\n\n");
+        return -1;
+    }
+    return 0;
+}
+
+int a_vextvfapi_prphrl_control_gpio(unsigned int pad, unsigned int level) {
+    if (level > 1) {
+        return -1;
+    }
+    FAPI_LOGD("[control_gpio] pad = %d, highlow = %d\n\n", pad, level);
+    GpioLease lease;
+    if (!obtainPad(lease, pad)) {
+        return -1;
+    }
+    if (HW_GPIO_SetOutput(lease.handle(), level) != HW_OK) {
+        // Logged alone: the status is that of the handle.
+        FAPI_LOGE("[control_gpio] HW_GPIO_SetOutput fail\n\n");
+    }
+    if (!lease.isOpened()) {
+        FAPI_LOGE("[control_gpio] get handle success, no need to close\n\n");
+        return 0;
+    }
+    return closePad(lease);
+}
+
+static void logLevel(HW_U8 u8Level, HW_U8 u8Inverted) {
+    if (u8Inverted == 1) {
+        FAPI_LOGD("  ==>Level: %s\n\n", u8Level != 0 ? "Off(level high)" : "On(level low)");
+        FAPI_LOGD("  ==>Invert: TRUE\n\n");
+    } else {
+        FAPI_LOGD("  ==>Level: %s\n\n", u8Level != 0 ? "Off(level low)" : "On(level high)");
+        FAPI_LOGD("  ==>Invert: FALSE\n\n");
+    }
+}
+
+int a_vextvfapi_prphrl_get_gpio_status(unsigned int pad, unsigned char* level) {
+    if (pad == 0 || level == nullptr) {
+        FAPI_LOGE("[gpio_status] u32PadNum = 0, please check\n\n");
+        return -1;
+    }
+    FAPI_LOGD("[gpio_status] gpio_%d:\n\n", pad);
+    GpioLease lease;
+    if (!obtainPad(lease, pad)) {
+        return -1;
+    }
+    HW_U8 u8Level = 1;
+    HW_U8 u8Inverted = 0;
+    if (HW_GPIO_GetInput(lease.handle(), &u8Level, &u8Inverted) == HW_OK) {
+        *level = u8Level;
+        logLevel(u8Level, u8Inverted);
+    } else {
+        // As above, no failure of the operation.
+        FAPI_LOGE("[gpio_status] HW_GPIO_GetInput fail\n\n");
+    }
+    if (!lease.isOpened()) {
+        FAPI_LOGE("[gpio_status] get handle success, no need to close\n\n");
+        return 0;
+    }
+    return closePad(lease);
+}
+
+// --- Monitor ---------------------------------------------------------------------------------------------------------
+
+static fapi::BackgroundTask monitorTask;
+// Whether the thread has ended and left the monitor started, which only a stop sets right.
+static std::atomic<bool> bMonitorEndedStarted{false};
+// Written while no thread runs; the thread takes a copy.
+static MonitorParams stMonitorParams;
+
+static void reportMonitorFailure() {
+    FAPI_LOGE("[gpio monitor] GPIO monitor thread fail\n\n");
+    _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_PAD, kMonitorFailed);
+}
+
+static bool readPad(const GpioLease& lease, HW_U8& u8Level) {
+    HW_U8 u8Inverted = 0;
+    if (HW_GPIO_GetInput(lease.handle(), &u8Level, &u8Inverted) != HW_OK) {
+        FAPI_LOGE("[gpio monitor] HW_GPIO_GetInput fail\n\n");
+        reportMonitorFailure();
+        return false;
+    }
+    return true;
+}
+
+static void watchPad(const GpioLease& lease, const MonitorParams& stParams) {
+    HW_U8 u8Reported = 1;
+    if (!readPad(lease, u8Reported)) {
+        return;
+    }
+    unsigned int u32Changes = 0;
+    while (monitorTask.isEnabled()) {
+        HW_U8 u8Level = 1;
+        if (!readPad(lease, u8Level)) {
+            monitorTask.disable();
+        } else if (u8Level != u8Reported && ++u32Changes > stParams.u32DebounceCnt) {
+            // Readings in between that equal the reported level have not put the count back.
+            _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_PAD, u8Level);
+            u8Reported = u8Level;
+            u32Changes = 0;
+        }
+        usleep(stParams.u32DelayUs);
+    }
+}
+
+static void endMonitor(GpioLease& lease) {
+    if (lease.isOpened()) {
+        if (lease.release() != HW_OK) {
+            FAPI_LOGE("[gpio monitor] gpio close handle fail\n\n");
+        }
+    } else if (lease.handle() != HW_HANDLE_NONE) {
+        FAPI_LOGE("[gpio monitor] get handle success, no need to close\n\n");
+    }
+    monitorTask.markStopped();
+    FAPI_LOGI("[gpio monitor]Stop GpioMonitor Task\n\n");
+}
+
+// False when the pad cannot be opened, which ends the thread without a word to the host and without its end.
+static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams) {
+    if (pstParams == nullptr) {
+        FAPI_LOGE("[gpio monitor] Thread params FAIL!\n\n");
+        reportMonitorFailure();
+        return true;
+    }
+    const MonitorParams stParams = *pstParams;
+    FAPI_LOGI("[gpio monitor]u32PadNum = %u\n\n", stParams.u32PadNum);
+    FAPI_LOGI("[gpio monitor]u32DelayUs = %u\n\n", stParams.u32DelayUs);
+    FAPI_LOGI("[gpio monitor]u32DebounceCnt = %u\n\n", stParams.u32DebounceCnt);
+    if (stParams.u32PadNum == 0) {
+        FAPI_LOGE("[gpio monitor] u32PadNum = 0, please check\n\n");
+        reportMonitorFailure();
+        return true;
+    }
+    // A handle of its own: operations on other pads do not lead it astray.
+    if (findOrOpen(lease, stParams.u32PadNum) != HW_OK) {
+        FAPI_LOGE("[gpio monitor] Open handle fail\n\n");
+        return false;
+    }
+    if (lease.handle() == HW_HANDLE_NONE) {
+        FAPI_LOGE("[gpio monitor] _hGpioHandle is NULL.\n\n");
+        reportMonitorFailure();
+        return true;
+    }
+    watchPad(lease, stParams);
+    return true;
+}
+
+void* _a_vextvfapi_prphrl_gpio_monitor_task(void* arg) {
+    fapi::nameThisThread("GpioMonitor_Task");
+    FAPI_LOGI("[gpio monitor]start GpioMonitor_Task\n\n");
+    GpioLease lease;
+    if (monitorPad(lease, static_cast<const MonitorParams*>(arg))) {
+        endMonitor(lease);
+    } else {
+        bMonitorEndedStarted.store(true);
+    }
+    return nullptr;
+}
+
+int a_vextvfapi_prphrl_gpio_monitor_start(unsigned int pad, unsigned int delayUs, unsigned int debounceCnt) {
+    FAPI_LOGI("[gpio monitor] Start GPIO[%u] monitor\n\n", pad);
+    if (monitorTask.isStarted()) {
+        FAPI_LOGE("[gpio monitor] GPIO monitor started already.\n\n");
+        FAPI_LOGE("[gpio monitor] Please call a_vextvfapi_prphrl_gpio_monitor_stop() to stop it first.\n\n");
+        return -1;
+    }
+    stMonitorParams = {pad, delayUs, debounceCnt};
+    bMonitorEndedStarted.store(false);
+    if (monitorTask.start(_a_vextvfapi_prphrl_gpio_monitor_task, &stMonitorParams) != 0) {
+        FAPI_LOGE("[gpio monitor] GpioMonitor thread create failed!(%s)\n\n", strerror(errno));
+        return -1;
+    }
+    return 0;
+}
+
+static void waitForMonitor() {
+    FAPI_LOGD("[gpio monitor] Waitting for GpioMonitor task exit...\n\n");
+    sleep(1);
+}
+
+int a_vextvfapi_prphrl_gpio_monitor_stop() {
+    FAPI_LOGI("[gpio monitor] Stop GpioMonitor\n\n");
+    monitorTask.disable();
+    if (fapi::pollUntil(kStopPollTimes, waitForMonitor, [] { return !monitorTask.isStarted(); })) {
+        FAPI_LOGD("[gpio monitor] GpioMonitor task stopped...\n\n");
+        return 0;
+    }
+    FAPI_LOGE("[gpio monitor] Waitting for GpioMonitor task timeout...\n\n");
+    if (bMonitorEndedStarted.load()) {
+        // A task that still runs keeps the flag; this one is long gone.
+        monitorTask.markStopped();
+    }
+    return -1;
+}

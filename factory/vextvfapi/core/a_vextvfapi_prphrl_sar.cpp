@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: Apache-2.0
+// The front panel's keypad, the ADC channels, and the remote control's format.
+#define FAPI_LOG_TAG "VexTvFApiPeripheral"
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "a_vextvfapi_info.h"
+#include "a_vextvfapi_prphrl_internal.h"
+#include "a_vextvfapi_sys.h"
+#include "fapi_log.h"
+#include "hw3/hw_sar.h"
+
+static constexpr std::size_t kPathSize = 128;
+static constexpr HW_U32 kKeypadAdcChannel = 1;
+static constexpr int kAdcFailed = 255;
+
+// Opened once and kept. The key callback reads the second on a thread of the middleware.
+static std::atomic<HW_Handle_t> hKeypad{HW_HANDLE_NONE};
+static std::atomic<HW_Handle_t> hAdc{HW_HANDLE_NONE};
+static std::atomic<HW_Handle_t> hOnDemandAdc{HW_HANDLE_NONE};
+static std::atomic<bool> bReadAdcInKeypad{false};
+
+// The middleware keeps the address.
+static HW_SAR_KeypadConfig_t stKeypadConfig;
+
+namespace {
+
+// One value of a configuration file; empty unless the file has the key.
+struct IniValue {
+    unsigned char au8Text[1024] = {};
+
+    int read(const unsigned char* pu8Path, const char* pszKey) {
+        return a_vextvfapi_info_get_ini_para(pu8Path, reinterpret_cast<const unsigned char*>(pszKey), au8Text,
+                                             sizeof(au8Text));
+    }
+    char* text() { return reinterpret_cast<char*>(au8Text); }
+};
+
+using PathBuffer = std::unique_ptr<unsigned char[]>;
+
+// A byte more than the path may have. Its allocation may fail, and each operation has a status of its own for that.
+PathBuffer newPathBuffer() {
+    return PathBuffer(new (std::nothrow) unsigned char[kPathSize + 1]());
+}
+
+enum class KeyList { thresholds, codes };
+
+}  // namespace
+
+// --- Keypad configuration --------------------------------------------------------------------------------------------
+
+// Zero counts as no number.
+static bool parseByte(const char* pszText, HW_U8& u8Value) {
+    u8Value = static_cast<HW_U8>(std::strtol(pszText, nullptr, 16) & 0xFF);
+    if (u8Value == 0) {
+        FAPI_LOGE("[%s(%d)]covert str to long failed\n\n", __func__, __LINE__);
+        return false;
+    }
+    return true;
+}
+
+static void logOutOfIndex(KeyList eList) {
+    if (eList == KeyList::thresholds) {
+        FAPI_LOGE("Out of index\n\n");
+    } else {
+        FAPI_LOGD("Out of index\n\n");
+    }
+}
+
+static void logEntry(KeyList eList, HW_U8 u8Value) {
+    if (eList == KeyList::thresholds) {
+        FAPI_LOGD("stKeypadConfig.au8KeyThreshold[u32Index] = 0x%x\n\n", u8Value);
+    } else {
+        FAPI_LOGD("stKeypadConfig.au8KeyCode[u32Index] = 0x%x\n\n", u8Value);
+    }
+}
+
+// "{0x10,0x2A,0x50}". An empty list is accepted.
+static bool parseList(char* pszText, KeyList eList, HW_U8 (&au8Entries)[HW_SAR_KEY_LEVELS]) {
+    char* pszRest = nullptr;
+    unsigned int u32Index = 0;
+    for (char* pszToken = strtok_r(pszText, "{,}", &pszRest); pszToken != nullptr;
+         pszToken = strtok_r(nullptr, "{,}", &pszRest)) {
+        if (u32Index == HW_SAR_KEY_LEVELS) {
+            logOutOfIndex(eList);
+            return false;
+        }
+        if (!parseByte(pszToken, au8Entries[u32Index])) {
+            return false;
+        }
+        logEntry(eList, au8Entries[u32Index]);
+        ++u32Index;
+    }
+    return true;
+}
+
+// The board's configuration file, named by the data index.
+static bool readBoardPath(IniValue& stBoardPath) {
+    const PathBuffer dataIndex = newPathBuffer();
+    if (dataIndex == nullptr) {
+        FAPI_LOGE("Out of Menory\n\n");
+        return false;
+    }
+    if (a_vextvfapi_sys_get_dataindex_path(dataIndex.get(), kPathSize) != 0) {
+        FAPI_LOGE("Get dataindex path fail\n\n");
+        return false;
+    }
+    stBoardPath.read(dataIndex.get(), "board:m_pBoardName");
+    return true;
+}
+
+// Results of the reads are not looked at: a value that could not be read is an empty text.
+static bool readKeypadConfig(const unsigned char* pu8BoardPath) {
+    IniValue stLow, stUp, stLevels, stThresholds, stCodes;
+    stLow.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_LOW_BOND");
+    stUp.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_UP_BOND");
+    stLevels.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_LEVEL_NUM");
+    stThresholds.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_THRESHOLD");
+    stCodes.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_CODE");
+
+    stKeypadConfig = {};
+    if (!parseByte(stLow.text(), stKeypadConfig.u8FirstBound) ||
+        !parseByte(stUp.text(), stKeypadConfig.u8SecondBound) ||
+        !parseByte(stLevels.text(), stKeypadConfig.u8KeyLevelNum)) {
+        return false;
+    }
+    // The labels are swapped; what reads the log knows them so.
+    FAPI_LOGD("u8LoBnd=0x%x\n\n", stKeypadConfig.u8SecondBound);
+    FAPI_LOGD("u8UpBnd=0x%x\n\n", stKeypadConfig.u8FirstBound);
+    FAPI_LOGD("u8KeyLevelNum=0x%x\n\n", stKeypadConfig.u8KeyLevelNum);
+    return parseList(stThresholds.text(), KeyList::thresholds, stKeypadConfig.au8KeyThreshold) &&
+           parseList(stCodes.text(), KeyList::codes, stKeypadConfig.au8KeyCode);
+}
+
+// --- Keypad ----------------------------------------------------------------------------------------------------------
+
+int a_vextvfapi_prphrl_keypad_init() {
+    IniValue stBoardPath;
+    if (!readBoardPath(stBoardPath) || !readKeypadConfig(stBoardPath.au8Text)) {
+        return 0;
+    }
+    const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_KEYPAD, 0, 1, &stKeypadConfig};
+    HW_Handle_t hOpened = HW_HANDLE_NONE;
+    if (HW_SAR_Open(&stParams, &hOpened) != HW_OK) {
+        FAPI_LOGE("[get_keypad_code] Open handle fail\n\n");
+        return 0;
+    }
+    hKeypad.store(hOpened);
+    return 1;
+}
+
+int a_vextvfapi_prphrl_start_keypad() {
+    // The ADC's handle and not the keypad's: with the ADC in use the keypad stays as it was opened.
+    if (hAdc.load() == HW_HANDLE_NONE && a_vextvfapi_prphrl_keypad_init() != 1) {
+        FAPI_LOGE("[get_keypad_code] a_vextvfapi_prphrl_keypad_init fail\n\n");
+        return 0;
+    }
+    const HW_SAR_CallbackParams_t stParams = {_a_vextvfapi_prphrl_sar_key_callback, E_HW_SAR_EVENT_KEYPAD_PRESS, 0};
+    HW_U32 u32Out = 0;
+    const HW_Result_t result = HW_SAR_RegisterCallback(hKeypad.load(), &stParams, &u32Out);
+    if (result != HW_OK) {
+        // The text names the UART's function.
+        FAPI_LOGE("[get_keypad_code] Error 0x%x: failed to HW_UART_RegisterCallback(E_HW_SAR_EVENT_KEYPAD_PRESS)\n\n",
+                  result);
+        return 0;
+    }
+    if (HW_SAR_SetVoltageLevel(hKeypad.load(), 1) != HW_OK) {
+        FAPI_LOGE("[get_keypad_code] HW_SAR_SetVoltageLevel fail\n\n");
+        return 0;
+    }
+    return 1;
+}
+
+int a_vextvfapi_prphrl_stop_keypad() {
+    const HW_SAR_CallbackParams_t stParams = {nullptr, E_HW_SAR_EVENT_KEYPAD_PRESS, 0};
+    const HW_Result_t result = HW_SAR_UnRegisterCallback(hKeypad.load(), &stParams);
+    if (result != HW_OK) {
+        FAPI_LOGE(
+            "[get_keypad_code] Error 0x%x: failed to HW_UART_UnRegisterCallback(E_HW_SAR_EVENT_KEYPAD_RELEASE)\n\n",
+            result);
+        return 0;
+    }
+    return 1;
+}
+
+unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int event, unsigned char* params) {
+    if (event != E_HW_SAR_EVENT_KEYPAD_PRESS) {
+        FAPI_LOGE("[get_keypad_code] SAR keypad Callback Event = %x Not Matched\n\n", event);
+        return HW_ERR_FAILED;
+    }
+    if (params == nullptr) {
+        return HW_OK;
+    }
+    const unsigned char u8Code = *params;
+    FAPI_LOGI("[get_keypad_code] Keycode = 0x%02x \n\n", u8Code);
+    _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_KEY, u8Code);
+
+    const HW_Handle_t hConverter = hAdc.load();
+    if (bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
+        HW_U32 u32Value = kAdcFailed;
+        if (HW_SAR_AdcGetValue(hConverter, &u32Value) != HW_OK) {
+            // Shown whatever the debug switch says: stations watch for it.
+            std::puts("[SAR_Demo] HW_SAR_AdcGetValue fail");
+        }
+        FAPI_LOGI("[SAR ADC] get adc value = %x\n\n", u32Value);
+        _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_ADC, static_cast<int>(u32Value));
+    }
+    return HW_OK;
+}
+
+// --- ADC -------------------------------------------------------------------------------------------------------------
+
+static bool obtainAdc() {
+    if (hAdc.load() != HW_HANDLE_NONE) {
+        return true;
+    }
+    const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_ADC, kKeypadAdcChannel, 0, nullptr};
+    HW_Handle_t hFound = HW_HANDLE_NONE;
+    if (HW_SAR_Open(&stParams, &hFound) != HW_OK) {
+        FAPI_LOGE("[SAR ADC] Open handle fail\n\n");
+        const HW_SAR_HandleParams_t stQuery = {kKeypadAdcChannel};
+        if (HW_SAR_GetHandle(&stQuery, &hFound) != HW_OK) {
+            FAPI_LOGE("[SAR ADC] Get handle fail\n\n");
+            return false;
+        }
+    }
+    hAdc.store(hFound);
+    return true;
+}
+
+int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad) {
+    if (!obtainAdc()) {
+        return -1;
+    }
+    if (HW_SAR_ConfigMode(hAdc.load(), E_HW_SAR_MODE_ADC) != HW_OK) {
+        FAPI_LOGE("[SAR ADC] HW_SAR_Config fail\n\n");
+        return -1;
+    }
+    if (HW_SAR_SetVoltageLevel(hAdc.load(), 1) != HW_OK) {
+        FAPI_LOGE("[SAR ADC] HW_SAR_SetVoltageLevel fail\n\n");
+        return -1;
+    }
+    bReadAdcInKeypad.store(readAdcInKeypad == 1);
+    if (readAdcInKeypad == 1) {
+        FAPI_LOGD("[SAR ADC] Read ADC value when using keypad: enable\n\n");
+    } else {
+        FAPI_LOGD("[SAR ADC] Read ADC value when using keypad: disable\n\n");
+    }
+    return 0;
+}
+
+// The channel of the first call that gets a handle is the one that is read for ever.
+static bool obtainOnDemandAdc(unsigned int channel) {
+    if (hOnDemandAdc.load() != HW_HANDLE_NONE) {
+        return true;
+    }
+    const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_ADC, channel, 0, nullptr};
+    const HW_SAR_HandleParams_t stQuery = {channel};
+    HW_Handle_t hFound = HW_HANDLE_NONE;
+    if (HW_SAR_Open(&stParams, &hFound) != HW_OK && HW_SAR_GetHandle(&stQuery, &hFound) != HW_OK) {
+        FAPI_LOGE("[SAR_INI] Open handle fail\n\n");
+        return false;
+    }
+    hOnDemandAdc.store(hFound);
+    return true;
+}
+
+int a_vextvfapi_prphrl_get_sar_adc(unsigned int channel, unsigned int voltageLevel) {
+    if (!obtainOnDemandAdc(channel)) {
+        return 0;
+    }
+    const HW_Handle_t hConverter = hOnDemandAdc.load();
+    if (HW_SAR_ConfigMode(hConverter, E_HW_SAR_MODE_ADC) != HW_OK) {
+        FAPI_LOGE("[SAR] HW_SAR_Config fail\n\n");
+        return 0;
+    }
+    if (HW_SAR_SetVoltageLevel(hConverter, voltageLevel) != HW_OK) {
+        FAPI_LOGE("[SAR] HW_SAR_SetVoltageLevel fail\n\n");
+        return 0;
+    }
+    HW_U32 u32Value = 0;
+    if (HW_SAR_AdcGetValue(hConverter, &u32Value) != HW_OK) {
+        FAPI_LOGE("[SAR] HW_SAR_AdcGetValue fail\n\n");
+        return 0;
+    }
+    return static_cast<int>(u32Value);
+}
+
+// --- Remote control --------------------------------------------------------------------------------------------------
+
+// Negative for what is no number of type int.
+static long parseFormat(const char* pszText) {
+    char* pszEnd = nullptr;
+    errno = 0;
+    const long value = std::strtol(pszText, &pszEnd, 16);
+    const bool bNumber = pszEnd != pszText && errno != ERANGE && value <= INT_MAX;
+    return bNumber ? value : -1;
+}
+
+int a_vextvfapi_prphrl_get_rc_format(const unsigned char* key, unsigned char* format) {
+    const PathBuffer dataIndex = newPathBuffer();
+    if (dataIndex == nullptr) {
+        FAPI_LOGE("Out of Menory\n\n");
+        return -4;
+    }
+    if (a_vextvfapi_sys_get_dataindex_path(dataIndex.get(), kPathSize) != 0) {
+        return -1;
+    }
+    IniValue stIrPath, stFormat;
+    stIrPath.read(dataIndex.get(), "ir:m_pIrConfig_File");
+    const int s32Status = stFormat.read(stIrPath.au8Text, reinterpret_cast<const char*>(key));
+    if (s32Status != 0) {
+        FAPI_LOGE("[get_rc_format] Read ini failed.\n\n");
+        return s32Status;
+    }
+    const long value = parseFormat(stFormat.text());
+    if (format == nullptr || value < 0) {
+        // Shows in the log and in the untouched output alone.
+        FAPI_LOGE("[get_rc_format] Invlid value in the ini.\n\n");
+        return 0;
+    }
+    *format = static_cast<unsigned char>(value & 0xFF);
+    return 0;
+}

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// The person's door to CEC and eARC. All functions throw SetError when no set is attached.
+#ifndef VSET_CEC_H
+#define VSET_CEC_H
+
+#include "vset/vset.h"
+
+namespace vset::cec {
+
+struct Cec {
+    bool bOpen = false;    // in the middleware
+    bool bPlayer = false;  // the set's player has it, not the library
+    bool bEnabled = false;
+    int s32EarcStatus = 0;
+};
+
+// Switched off and without eARC after switching on.
+VSET_API Cec state();
+
+// What the set's menu does.
+VSET_API void setEnabled(bool bEnabled);
+
+// What the audio system at the other end makes of eARC.
+VSET_API void setEarcStatus(int s32Status);
+
+// The set's player opens CEC, and closes it again: the library finds it open meanwhile.
+VSET_API void hold();
+VSET_API void release();
+
+}  // namespace vset::cec
+
+#endif
