@@ -317,7 +317,7 @@ TEST_F(Cli, WatchShowsEventsWithTimeAndPayload) {
     EXPECT_THAT(result.strOutput,
                 testing::MatchesRegex(
                     "[0-9]+:[0-9]+:[0-9]+\\.[0-9]+ prphrl 0x100001 value 3 text \"A\\\\nB\" bytes 41 42 \"AB\"\n"
-                    ".* sys 0x7 value 0\n.* prphrl 0x100005 value 255\n"));
+                    ".* sys 0x7 value 0\n.* prphrl 0x100005 value 255 \\(pad monitor failed\\)\n"));
     result = watch({"--event", "0x100005", "--count", "1", "--json"});
     EXPECT_EQ(result.s32Exit, 0);
     EXPECT_EQ(nlohmann::json::parse(result.strOutput)["objects"][0]["value"], 255);

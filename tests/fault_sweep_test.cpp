@@ -36,6 +36,14 @@ void stopFactoryUart() {
     a_vextvfapi_prphrl_stop_factory_uart(0);
 }
 
+void startKeypad() {
+    ASSERT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
+}
+
+void stopKeypad() {
+    a_vextvfapi_prphrl_stop_keypad();
+}
+
 // One good call of each operation that reaches the middleware. Operations without one are in kNoMiddleware.
 const Sample kSamples[] = {
     {"_a_vextvfapi_common_init", {}},
@@ -64,6 +72,35 @@ const Sample kSamples[] = {
     {"a_vextvfapi_prphrl_write_factory_uart", {"text:abc"}, "", startFactoryUart, stopFactoryUart, true},
     {"a_vextvfapi_prphrl_set_uart_pipe_mode", {"off", ";"}},
     {"a_vextvfapi_prphrl_set_mic_led", {"off"}},
+    {"a_vextvfapi_sys_get_dataindex_path", {}},
+    {"a_vextvfapi_sys_get_customer_hash", {}},
+    {"a_vextvfapi_info_get_ini_para", {"/vendor/factory/config/ir.ini", "IR:IR_FORMAT"}},
+    {"a_vextvfapi_info_set_ini_para", {"/vendor/factory/config/ir.ini", "IR:IR_FORMAT", "2"}},
+    {"a_vextvfapi_prphrl_get_rc_format", {"IR:IR_FORMAT"}},
+    // The keypad before the ADC: with that in use, starting the keypad does not open it.
+    {"a_vextvfapi_prphrl_keypad_init", {}, "HW_SAR"},
+    {"a_vextvfapi_prphrl_start_keypad", {}, "HW_SAR", nullptr, stopKeypad, true},
+    {"a_vextvfapi_prphrl_stop_keypad", {}, "", startKeypad, stopKeypad, true},
+    {"a_vextvfapi_prphrl_start_adc", {"on"}, "HW_SAR"},
+    {"a_vextvfapi_prphrl_get_sar_adc", {"2"}, "HW_SAR"},
+    {"a_vextvfapi_prphrl_enable_iic", {"0"}, "HW_IIC"},
+    {"a_vextvfapi_prphrl_disable_iic", {"0"}},
+    {"a_vextvfapi_prphrl_read_from_iic", {"0", "0xA0", "hex:00", "16"}, "HW_IIC"},
+    {"a_vextvfapi_prphrl_write_to_iic", {"0", "0xA0", "hex:00", "text:abc"}, "HW_IIC"},
+    {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "0"}},
+    {"a_vextvfapi_prphrl_control_gpio", {"5", "1"}},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}},
+    {"a_vextvfapi_prphrl_set_hdmi_edid_version", {"0", "2"}},
+    {"a_vextvfapi_prphrl_get_hdmi_edid_version", {"0"}},
+    {"a_vextvfapi_prphrl_set_hdmi_edid_data", {"0", "3", "text:abc"}},
+    {"a_vextvfapi_prphrl_get_hdmi_edid_data", {"0"}},
+    {"a_vextvfapi_prphrl_set_hdmi_hpd", {"0", "0"}},
+    {"_a_vextvfapi_prphrl_get_hdmi_handle", {"0"}, "HW_EXTIN"},
+    {"a_vextvfapi_prphrl_enable_cec", {"on"}},
+    {"a_vextvfapi_prphrl_get_cec_status", {}},
+    {"a_vextvfapi_prphrl_get_earc_status", {}},
+    {"a_vextvfapi_prphrl_pwm_set_attr", {"0", "0", "1"}},
+    {"a_vextvfapi_prphrl_pwm_get_attr", {"0", "0"}},
 };
 
 const char* const kNoMiddleware[] = {
@@ -92,12 +129,24 @@ const char* const kNoMiddleware[] = {
     "a_vextvfapi_prphrl_std_factory_uart_stop",
     "a_vextvfapi_prphrl_std_factory_uart_write",
     "a_vextvfapi_prphrl_switch_to_ttys1",
+    // The middleware's calls of the monitor are made by its thread.
+    "a_vextvfapi_prphrl_gpio_monitor_start",
+    "a_vextvfapi_prphrl_gpio_monitor_stop",
+    // Its handle comes from another operation, with which it is run above.
+    "_a_vextvfapi_prphrl_set_hdmi_hpd",
+    // Reaches it only while the ADC is read.
+    "_a_vextvfapi_prphrl_sar_key_callback",
+    "_a_vextvfapi_sys_convert_factory_cmd",
+    "a_vextvfapi_info_deinit",
+    "a_vextvfapi_info_init",
+    // A socket.
+    "a_vextvfapi_sys_send_cmd_to_factory_svc",
     "a_vextvfapi_sys_change_file_mode",
     "a_vextvfapi_sys_deinit",
 };
 
 bool isEventOperation(const std::string& strName) {
-    return strName.find("_callback") != std::string::npos || strName.find("_nty_event") != std::string::npos;
+    return strName.find("reg_callback") != std::string::npos || strName.find("_nty_event") != std::string::npos;
 }
 
 class FaultSweep : public test::SetTest {

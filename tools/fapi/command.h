@@ -25,7 +25,10 @@ struct Hand {
 };
 
 const std::vector<Hand>& hands();
-std::vector<Hand> serialHands();  // the part of them for serial ports, pipe and LEDs
+// The parts of them.
+std::vector<Hand> boardHands();   // keypad, ADC channels, pads, I2C
+std::vector<Hand> hdmiHands();    // HDMI, CEC, PWM, factory daemon
+std::vector<Hand> serialHands();  // serial ports, pipe, LEDs
 const Hand* findHand(std::string_view name);
 
 // The message for a name that is no operation, with the nearest one that is.

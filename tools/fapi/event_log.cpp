@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <string_view>
 
 #include "value.h"
 
@@ -15,6 +16,14 @@ using Object = fapi_core::VexTvFApiEventCommonObject;
 
 // Nobody may be reading; the oldest events then go.
 constexpr std::size_t kKept = 65536;
+
+// Events of the peripheral module whose value is told in words.
+constexpr std::string_view kPeripheral = "prphrl";
+constexpr unsigned int kKeyEvent = 0x100002;
+constexpr unsigned int kAdcEvent = 0x100004;
+constexpr unsigned int kPadEvent = 0x100005;
+// Stands for a reading that failed.
+constexpr int kNoReading = 255;
 
 // What is shown of a text and of bytes; programs get everything.
 constexpr std::size_t kShown = 64;
@@ -43,6 +52,40 @@ std::string displayObject(const Object& object) {
                 sizeIfCut(object.data.size(), " bytes");
     }
     return text;
+}
+
+std::string hex(int number) {
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%02x", static_cast<unsigned int>(number));
+    return text;
+}
+
+std::string padMeaning(int value) {
+    switch (value) {
+        case 0:
+            return " (pad low)";
+        case 1:
+            return " (pad high)";
+        case kNoReading:
+            return " (pad monitor failed)";
+        default:
+            return {};
+    }
+}
+
+// What the value of a key, a reading or a pad says, for a person; nothing for other events.
+std::string meaning(const Event& event) {
+    const int value = event.objects[0].value;
+    switch (event.module == kPeripheral ? event.number : 0) {
+        case kKeyEvent:
+            return " (key code " + hex(value) + ")";
+        case kAdcEvent:
+            return " (ADC value " + hex(value) + (value == kNoReading ? ", or it could not be read)" : ")");
+        case kPadEvent:
+            return padMeaning(value);
+        default:
+            return {};
+    }
 }
 
 bool isEmpty(const Object& object) {
@@ -94,7 +137,7 @@ std::string printableBytes(const std::vector<unsigned char>& bytes) {
 std::string describe(const Event& event) {
     char number[32];
     std::snprintf(number, sizeof(number), " 0x%x", event.number);
-    std::string text = event.module + (number + displayObject(event.objects[0]));
+    std::string text = event.module + (number + displayObject(event.objects[0])) + meaning(event);
     for (std::size_t i = 1; i < 4; ++i) {
         if (!isEmpty(event.objects[i])) {
             text += " |" + displayObject(event.objects[i]);

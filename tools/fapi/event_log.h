@@ -45,7 +45,7 @@ EventLog& eventLog();
 void listenToAllModules(bool on);
 
 // "prphrl 0x100001 value 3 text "AB" bytes 41 42 "AB"": bytes in hexadecimal and as text. Long payloads are cut, and
-// their size is told.
+// their size is told. Keys, readings and pads are told in words, too: "prphrl 0x100005 value 1 (pad high)".
 std::string describe(const Event& event);
 // The same behind its time: "12:34:56.789 prphrl ..."
 std::string displayEvent(const Event& event);

@@ -153,10 +153,11 @@ std::vector<Hand> setHands() {
 
 const std::vector<Hand>& hands() {
     static const std::vector<Hand> all = [] {
-        std::vector<Hand> both = setHands();
-        std::vector<Hand> serial = serialHands();
-        std::move(serial.begin(), serial.end(), std::back_inserter(both));
-        return both;
+        std::vector<Hand> rows;
+        for (std::vector<Hand> some : {setHands(), boardHands(), hdmiHands(), serialHands()}) {
+            std::move(some.begin(), some.end(), std::back_inserter(rows));
+        }
+        return rows;
     }();
     return all;
 }

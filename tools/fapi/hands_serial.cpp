@@ -208,7 +208,7 @@ std::vector<Hand> serialHands() {
         {"sent",
          "Show what the set has sent out of a connector.",
          {connector(), clear()},
-         {{"bytes", "at most the last 65,536 bytes"}, {"text", "the same as a text"}},
+         {{"bytes", "at most the last 65,536 bytes", true}, {"text", "the same as a text"}},
          sent,
          true},
         {"hang-up",

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // fapi, the bench tool: the command line.
+#include <algorithm>
 #include <functional>
 #include <sstream>
 
@@ -20,11 +21,12 @@ constexpr char kFooter[] =
     "3 the set cannot be had or is damaged, nothing was called; 4 interrupted or declined.\n"
     "Data go to standard output, messages and the library's log to standard error.";
 
-int callOperation(const GlobalOptions& options, const Words& words, bool noInit) {
+int callOperation(const GlobalOptions& options, const Words& words, bool noInit, const std::string& output) {
     if (!words.empty() && words[0] == "set") {
         throw UsageError("call takes an operation; for the set there is: fapi set");
     }
     const Command command = Command::parse(words);
+    checkOutput(command, output);
     if (!confirm(options, command)) {
         return kExitInterrupted;
     }
@@ -34,7 +36,8 @@ int callOperation(const GlobalOptions& options, const Words& words, bool noInit)
     }
     const Outcome outcome = command.run();
     printOutcome(command, outcome, options.json);
-    return outcome.good ? kExitGood : kExitFailed;
+    const bool written = writeOutput(command, outcome, output);
+    return outcome.good && written ? kExitGood : kExitFailed;
 }
 
 // Options are checked, and complained about, as arguments of operations are.
@@ -55,6 +58,11 @@ CLI::Validator seconds() {
                    ? std::string()
                    : "is " + display(word, 40) + ", expected seconds, such as 2 or 0.5";
     };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator notEmpty() {
+    const auto check = [](const std::string& word) { return std::string(word.empty() ? "a file is missing" : ""); };
     return CLI::Validator(check, "");
 }
 
@@ -141,11 +149,18 @@ private:
         call->add_option("OPERATION", _words, "The operation and its arguments, behind -- if one begins with a dash")
             ->required();
         call->add_flag("--no-init", _noInit, "Do not bring the set up first");
-        call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit); }; });
+        addOutput(call);
+        call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit, _output); }; });
 
         CLI::App* shell = _app.add_subcommand("shell", "Call operations line by line");
         shell->add_flag("--no-init", _noInit, "Do not bring the set up before an operation");
         shell->callback([this] { _action = [this] { return runShell(_options, _noInit, _arguments); }; });
+    }
+
+    void addOutput(CLI::App* command) {
+        command->add_option("--output", _output, "Write the bytes that it answers to this file, too")
+            ->type_name("FILE")
+            ->check(notEmpty());
     }
 
     void addSetAction(CLI::App* set, const char* name, const char* help, int (*action)(const GlobalOptions&)) {
@@ -176,9 +191,13 @@ private:
             }
             command->add_option("ARGUMENT", _words, "Its arguments:" + argumentsUsage(hand.arguments));
             command->footer(argumentsHelp(hand.arguments, hand.outputs));
+            const auto isBytes = [](const Output& output) { return output.isBytes; };
+            if (!hand.sessionOnly && std::any_of(hand.outputs.begin(), hand.outputs.end(), isBytes)) {
+                addOutput(command);
+            }
             command->callback([this, &hand] {
                 _words.insert(_words.begin(), hand.name);
-                _action = [this] { return runHand(_options, _words); };
+                _action = [this] { return runHand(_options, _words, _output); };
             });
         }
     }
@@ -232,6 +251,7 @@ private:
     std::string _word;
     Words _words;
     bool _noInit = false;
+    std::string _output;
     WatchOptions _watch;
     RunOptions _run;
 };

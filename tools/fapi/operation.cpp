@@ -17,7 +17,8 @@ constexpr std::string_view kPrefix = "a_vextvfapi_";
 
 std::vector<Operation> allOperations() {
     std::vector<Operation> all;
-    for (std::vector<Operation> some : {commonOperations(), eventOperations(), prphrlOperations(), sysOperations()}) {
+    for (std::vector<Operation> some : {commonOperations(), eventOperations(), hdmiOperations(), iicAndGpioOperations(),
+                                        infoOperations(), keypadOperations(), prphrlOperations(), sysOperations()}) {
         std::move(some.begin(), some.end(), std::back_inserter(all));
     }
     std::sort(all.begin(), all.end(), [](const Operation& left, const Operation& right) {

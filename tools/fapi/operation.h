@@ -40,6 +40,7 @@ struct Argument {
 struct Output {
     const char* name;
     const char* help;
+    bool isBytes = false;  // can be written to a file as it is
 };
 
 // How an operation's result is to be read.
@@ -141,9 +142,13 @@ std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vec
 // Whether a result of that kind means success.
 bool isGood(Result result, long long status);
 
-// The rows of one module, each in the source file of its name; operations() puts them together.
+// The rows of one module or subject, each in the source file of its name; operations() puts them together.
 std::vector<Operation> commonOperations();
 std::vector<Operation> eventOperations();  // the event trio of all modules
+std::vector<Operation> hdmiOperations();
+std::vector<Operation> iicAndGpioOperations();
+std::vector<Operation> infoOperations();
+std::vector<Operation> keypadOperations();
 std::vector<Operation> prphrlOperations();
 std::vector<Operation> sysOperations();
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Rows of the peripheral module's operations.
+// Rows of the peripheral module's operations on serial ports, pipe mode and LEDs, and those that bring it up.
 #include <iterator>
 
 #include <termios.h>
@@ -238,7 +238,7 @@ std::vector<Operation> ttyOperations() {
          "Read what has come on the standard factory link's tty.",
          Result::countOrNegative,
          {{"size", Kind::number, "how many bytes at most", 0, kReadLimit, {}, "4096"}},
-         {{"data", "the bytes"}},
+         {{"data", "the bytes", true}},
          readTty},
     };
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the system module's operations.
+#include <algorithm>
 #include <iterator>
 
 #include "a_vextvfapi_sys.h"
@@ -10,6 +11,8 @@ namespace tool {
 namespace {
 
 constexpr long long kU32Max = 0xFFFFFFFFll;
+constexpr long long kI32Min = -0x80000000ll;
+constexpr long long kI32Max = 0x7FFFFFFF;
 // What an engineer may want to read at once.
 constexpr long long kReadLimit = 64ll << 20;
 
@@ -87,6 +90,26 @@ long long checksum(Call& call) {
     const int status = a_vextvfapi_sys_get_file_checksum(call.utext(0), &sum);
     if (status == 0) {
         call.out("checksum", static_cast<long long>(sum));
+    }
+    return status;
+}
+
+long long getDataIndexPath(Call& call) {
+    Bytes buffer = Call::buffer(call.number<std::size_t>(0));
+    const int status = a_vextvfapi_sys_get_dataindex_path(buffer.data(), call.number<unsigned int>(0));
+    if (status == 0) {
+        call.outText("path", buffer);
+    }
+    return status;
+}
+
+long long getCustomerHash(Call& call) {
+    Bytes hash = Call::buffer(call.number<std::size_t>(0));
+    unsigned int copied = 0;
+    const int status = a_vextvfapi_sys_get_customer_hash(call.number<unsigned int>(0), hash.data(), &copied);
+    if (status == 0) {
+        hash.resize(std::min<std::size_t>(copied, hash.size()));
+        call.out("hash", std::move(hash));
     }
     return status;
 }
@@ -208,7 +231,7 @@ std::vector<Operation> fileOperations() {
          {path("the file"),
           {"size", Kind::number, "how many bytes at most", 0, kReadLimit, {}, "4096"},
           {"position", Kind::number, "first byte to read", 0, 0x7FFFFFFFFFFFFFFFll, {}, "0"}},
-         {{"length", "how many bytes were read"}, {"data", "the bytes"}},
+         {{"length", "how many bytes were read"}, {"data", "the bytes", true}},
          readBlock},
         {"a_vextvfapi_sys_get_file_checksum",
          "Sum up the bytes of a file, modulo 65,536.",
@@ -246,12 +269,45 @@ std::vector<Operation> fileOperations() {
     };
 }
 
+std::vector<Operation> daemonAndChipOperations() {
+    const Argument command = {"command", Kind::number, "the command; the daemon knows 0 and 1", kI32Min, kI32Max};
+    return {
+        {"a_vextvfapi_sys_send_cmd_to_factory_svc",
+         "Have the factory daemon run a command, and wait for its answer for as long as it takes.",
+         Result::status,
+         {command, {"parameters", Kind::text, "the command's parameters, at most 254 characters"}},
+         {},
+         [](Call& call) -> long long {
+             return a_vextvfapi_sys_send_cmd_to_factory_svc(call.number<int>(0), call.text(1).c_str());
+         }},
+        {"_a_vextvfapi_sys_convert_factory_cmd",
+         "Tell the factory daemon's number of a command, or -1.",
+         Result::value,
+         {command},
+         {},
+         [](Call& call) -> long long { return _a_vextvfapi_sys_convert_factory_cmd(call.number<int>(0)); }},
+        {"a_vextvfapi_sys_get_dataindex_path",
+         "Tell the path of the file that names the set's configuration files.",
+         Result::status,
+         {{"size", Kind::number, "size of the buffer in bytes; below 128 is refused", 0, 65536, {}, "128"}},
+         {{"path", "the file"}},
+         getDataIndexPath},
+        {"a_vextvfapi_sys_get_customer_hash",
+         "Read the customer hash of the chip.",
+         Result::status,
+         {{"size", Kind::number, "size of the buffer in bytes; below 16 is refused", 0, 65536, {}, "16"}},
+         {{"hash", "the hash", true}},
+         getCustomerHash},
+    };
+}
+
 }  // namespace
 
 std::vector<Operation> sysOperations() {
-    std::vector<Operation> rows = environmentOperations();
-    std::vector<Operation> files = fileOperations();
-    std::move(files.begin(), files.end(), std::back_inserter(rows));
+    std::vector<Operation> rows;
+    for (std::vector<Operation> some : {environmentOperations(), fileOperations(), daemonAndChipOperations()}) {
+        std::move(some.begin(), some.end(), std::back_inserter(rows));
+    }
     return rows;
 }
 

@@ -3,9 +3,13 @@
 #include "output.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
+#include <fstream>
 
 #include "session.h"
+#include "vset/vset.h"
 
 namespace tool {
 
@@ -44,6 +48,11 @@ bool isUtf8(const std::string& text) {
     } catch (const Json::type_error&) {
         return false;
     }
+}
+
+std::string nameOf(const Command& command) {
+    return command.operation() != nullptr ? command.operation()->shortName()
+                                          : std::string("set ") + command.hand()->name;
 }
 
 // The lines as they stand, but nothing that a terminal would obey.
@@ -115,7 +124,7 @@ Json toJson(const Operation& operation) {
     }
     json["outputs"] = Json::array();
     for (const Output& output : operation.outputs) {
-        json["outputs"].push_back({{"name", output.name}, {"help", output.help}});
+        json["outputs"].push_back({{"name", output.name}, {"help", output.help}, {"bytes", output.isBytes}});
     }
     if (operation.destroys != nullptr) {
         json["destroys"] = operation.destroys;
@@ -128,9 +137,7 @@ std::string jsonLine(const Json& json) {
 }
 
 std::string displayOutcome(const Command& command, const Outcome& outcome) {
-    std::string text =
-        command.operation() != nullptr ? command.operation()->shortName() : std::string("set ") + command.hand()->name;
-    text += ": " + std::to_string(outcome.status) + " (" + command.word(outcome) + ")";
+    std::string text = nameOf(command) + ": " + std::to_string(outcome.status) + " (" + command.word(outcome) + ")";
     for (const auto& [name, value] : outcome.outputs) {
         const auto* lines = std::get_if<std::string>(&value);
         const bool several = lines != nullptr && lines->find('\n') < lines->find_last_not_of('\n') &&
@@ -178,6 +185,36 @@ void printDescription(const std::string& name, bool json) {
 
 void printOutcome(const Command& command, const Outcome& outcome, bool json) {
     printLine(json ? jsonLine(toJson(command, outcome)) : displayOutcome(command, outcome));
+}
+
+void checkOutput(const Command& command, const std::string& file) {
+    const std::vector<Output>& outputs =
+        command.operation() != nullptr ? command.operation()->outputs : command.hand()->outputs;
+    const auto isBytes = [](const Output& output) { return output.isBytes; };
+    if (!file.empty() && std::none_of(outputs.begin(), outputs.end(), isBytes)) {
+        throw UsageError("--output: " + nameOf(command) + " answers no bytes");
+    }
+}
+
+bool writeOutput(const Command& command, const Outcome& outcome, const std::string& file) {
+    if (file.empty()) {
+        return true;
+    }
+    const auto isBytes = [](const auto& output) { return std::holds_alternative<Bytes>(output.second); };
+    const auto found = std::find_if(outcome.outputs.begin(), outcome.outputs.end(), isBytes);
+    if (!outcome.good || found == outcome.outputs.end()) {
+        std::fprintf(stderr, "fapi: %s has failed, %s is not written\n", nameOf(command).c_str(), file.c_str());
+        return false;
+    }
+    const Bytes& bytes = std::get<Bytes>(found->second);
+    const vset::HostPaths hostPaths;
+    std::ofstream stream(file, std::ios::binary);
+    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!stream.flush()) {
+        std::fprintf(stderr, "fapi: %s: cannot be written: %s\n", file.c_str(), std::strerror(errno));
+        return false;
+    }
+    return true;
 }
 
 void printEvent(const Event& event, bool json) {

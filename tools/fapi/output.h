@@ -24,9 +24,14 @@ std::string jsonLine(const Json& json);
 // "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines below the output's name.
 std::string displayOutcome(const Command& command, const Outcome& outcome);
 
-// All of these print to dataOutput().
+// All that print do so to dataOutput().
 void printOutcome(const Command& command, const Outcome& outcome, bool json);
 void printEvent(const Event& event, bool json);
+// Throws UsageError when the command answers no bytes that could be written to `file`. An empty name is none.
+void checkOutput(const Command& command, const std::string& file);
+// Writes the first bytes of the outcome to `file`, of this PC. False, and a message on standard error, when the command
+// has failed or the file cannot be written.
+bool writeOutput(const Command& command, const Outcome& outcome, const std::string& file);
 // Usage and help of the operations whose short name holds `pattern`.
 void printOperations(const std::string& pattern, bool json);
 // The description of one operation. Throws UsageError for an unknown name.

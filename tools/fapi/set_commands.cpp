@@ -129,17 +129,19 @@ int showPorts(const GlobalOptions& options) {
     return kExitGood;
 }
 
-int runHand(const GlobalOptions& options, const Words& words) {
+int runHand(const GlobalOptions& options, const Words& words, const std::string& output) {
     Words line = {"set"};
     line.insert(line.end(), words.begin(), words.end());
     const Command command = Command::parse(line);
     if (command.hand()->sessionOnly) {
         throw UsageError("set " + words[0] + ": acts on a running session only; use it in the shell or in a plan");
     }
+    checkOutput(command, output);
     openSession(options.session);
     const Outcome outcome = command.run();
     printOutcome(command, outcome, options.json);
-    return outcome.good ? kExitGood : kExitFailed;
+    const bool written = writeOutput(command, outcome, output);
+    return outcome.good && written ? kExitGood : kExitFailed;
 }
 
 }  // namespace tool

@@ -27,8 +27,9 @@ int showSet(const GlobalOptions& options);
 // Where terminal programs can be connected, whichever process has the set.
 int showPorts(const GlobalOptions& options);
 
-// One of the hands that need no running session. `words` is "put /mnt/usb/x text:y".
-int runHand(const GlobalOptions& options, const Words& words);
+// One of the hands that need no running session. `words` is "put /mnt/usb/x text:y"; what it answers is written to the
+// file `output`, too, unless that is empty.
+int runHand(const GlobalOptions& options, const Words& words, const std::string& output);
 
 }  // namespace tool
 

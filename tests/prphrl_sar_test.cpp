@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: Apache-2.0
+// Keypad, ADC and the remote control's format. The library keeps its handles for the life of the process, so every test
+// needs one of its own.
+#include <cstdio>
+
+#include <gmock/gmock.h>
+
+#include "support/log_capture.h"
+#include "support/refusals.h"
+#include "support/serial_fixture.h"
+#include "vset/sar.h"
+
+namespace {
+
+using test::u8;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using namespace std::chrono_literals;
+
+constexpr unsigned int kKey = 0x100002;
+constexpr unsigned int kAdc = 0x100004;
+constexpr char kBoard[] = "/vendor/factory/config/board.ini";
+constexpr char kIr[] = "/vendor/factory/config/ir.ini";
+
+struct BoardIni {
+    std::string strLow = "0x05";
+    std::string strUp = "0xF0";
+    std::string strLevels = "2";
+    std::string strThresholds = "{0x10,0x2A}";
+    std::string strCodes = "{0x41,0x42}";
+
+    std::string text() const {
+        const std::string strKey = "BOARD_KEYPAD_CH_0_";
+        return "[BOARD_KEYPAD]\n" + strKey + "LOW_BOND = " + strLow + "\n" + strKey + "UP_BOND = " + strUp + "\n" +
+               strKey + "KEY_LEVEL_NUM = " + strLevels + "\n" + strKey + "KEY_THRESHOLD = " + strThresholds + "\n" +
+               strKey + "KEY_CODE = " + strCodes + "\n";
+    }
+};
+
+class Keypad : public test::SerialTest {
+protected:
+    static int init(const BoardIni& stBoard) {
+        write(kBoard, stBoard.text());
+        return a_vextvfapi_prphrl_keypad_init();
+    }
+};
+
+TEST_F(Keypad, TellsTheChipWhatTheBoardHas) {
+    write(kBoard, BoardIni{}.text());
+    const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_keypad_init(), 1); });
+    const vset::sar::Keypad stKeypad = vset::sar::keypad();
+    EXPECT_EQ(stKeypad.u8FirstBound, 0x05);
+    EXPECT_EQ(stKeypad.u8SecondBound, 0xF0);
+    ASSERT_EQ(stKeypad.keys.size(), 2u);
+    EXPECT_EQ(stKeypad.keys[1].u8Threshold, 0x2A);
+    EXPECT_EQ(stKeypad.keys[1].u8Code, 0x42);
+    EXPECT_THAT(strLog,
+                AllOf(HasSubstr("u8LoBnd=0xf0\n\n"), HasSubstr("u8UpBnd=0x5\n\n"), HasSubstr("u8KeyLevelNum=0x2\n\n"),
+                      HasSubstr("stKeypadConfig.au8KeyCode[u32Index] = 0x42\n\n")));
+
+    BoardIni stOther;
+    stOther.strLevels = "1";
+    stOther.strThresholds = stOther.strCodes = "0x30";
+    EXPECT_EQ(init(stOther), 1) << "the keypad may be opened again";
+    ASSERT_EQ(vset::sar::keypad().keys.size(), 1u);
+    EXPECT_EQ(vset::sar::keypad().keys[0].u8Code, 0x30);
+}
+
+TEST_F(Keypad, RefusesABrokenBoardFile) {
+    struct Row {
+        std::string BoardIni::*pField;
+        const char* pszText;
+        const char* pszLog;
+    };
+    const Row rows[] = {
+        {&BoardIni::strLow, "0", "covert str to long failed\n\n"},
+        {&BoardIni::strLow, "", "covert str to long failed\n\n"},
+        {&BoardIni::strUp, "none", "covert str to long failed\n\n"},
+        {&BoardIni::strLevels, "0x100", "covert str to long failed\n\n"},
+        {&BoardIni::strThresholds, "{0x10,0x00}", "covert str to long failed\n\n"},
+        {&BoardIni::strThresholds, "{1,2,3,4,5,6,7,8,9}", "[E] <logOutOfIndex> Out of index\n\n"},
+        {&BoardIni::strCodes, "{1,2,3,4,5,6,7,8,9}", "[D] <logOutOfIndex> Out of index\n\n"},
+        {&BoardIni::strCodes, "{1,x}", "covert str to long failed\n\n"},
+        {&BoardIni::strLevels, "9", "[get_keypad_code] Open handle fail\n\n"},
+    };
+    for (const Row& stRow : rows) {
+        BoardIni stBoard;
+        stBoard.*stRow.pField = stRow.pszText;
+        int s32Result = 7;
+        const std::string strLog = test::logOf([&] { s32Result = init(stBoard); });
+        EXPECT_EQ(s32Result, 0) << stRow.pszText;
+        EXPECT_THAT(strLog, HasSubstr(stRow.pszLog)) << stRow.pszText;
+    }
+    BoardIni stLong;
+    stLong.strThresholds = "{" + std::string(1100, '1') + "}";
+    EXPECT_EQ(init(stLong), 1) << "a value that does not fit is as good as none, and so is a list without entries";
+    EXPECT_EQ(vset::sar::keypad().keys[0].u8Threshold, 0);
+    write("/vendor/factory/config/dataindex.ini", "");
+    EXPECT_EQ(a_vextvfapi_prphrl_keypad_init(), 0) << "no board file is named";
+    vset::inject({"HW_SYS_GetAttr", HW_ERR_FAILED});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_keypad_init(), 0); }),
+                HasSubstr("Get dataindex path fail\n\n"));
+    vset::inject({vset::kAllocation});
+    EXPECT_THAT(test::logOf([] {
+                    vset::clearFaults();
+                    vset::inject({vset::kAllocation});
+                    EXPECT_EQ(a_vextvfapi_prphrl_keypad_init(), 0);
+                }),
+                HasSubstr("Out of Menory\n\n"));
+}
+
+TEST_F(Keypad, ReportsKeysFromStartToStop) {
+    SKIP_UNDER_EMULATION();
+    test::Events events;
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 0) << "nothing to stop";
+    ASSERT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
+    vset::sar::press(0);
+    vset::sar::press(4);
+    EXPECT_THAT(events.wait(2), ElementsAre(test::Event{kKey, 1, "", ""}, test::Event{kKey, 5, "", ""}));
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+    vset::sar::press(0);
+    EXPECT_EQ(events.settled(100ms).size(), 2u);
+    EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 1) << "it starts again";
+    vset::sar::press(1);
+    EXPECT_EQ(events.wait(3).back().value, 2);
+
+    // A stop inside the callback would wait for itself.
+    events.clear();
+    int s32Inside = 7;
+    events.onEvent([&](const test::Event&) { s32Inside = a_vextvfapi_prphrl_stop_keypad(); });
+    vset::sar::press(2);
+    events.wait(1);
+    EXPECT_TRUE(test::eventually([] { return a_vextvfapi_prphrl_stop_keypad() == 1; }));
+    EXPECT_EQ(s32Inside, 0);
+}
+
+TEST_F(Keypad, EveryStepOfAStartMayFail) {
+    for (const char* pszCall : {"HW_SAR_Open", "HW_SAR_RegisterCallback", "HW_SAR_SetVoltageLevel"}) {
+        vset::inject({pszCall, HW_ERR_BUSY});
+        EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 0) << pszCall;
+    }
+    vset::inject({"HW_SAR_RegisterCallback", HW_ERR_BUSY});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 0); }),
+                HasSubstr("Error 0xf: failed to HW_UART_RegisterCallback(E_HW_SAR_EVENT_KEYPAD_PRESS)\n\n"));
+}
+
+TEST_F(Keypad, TheAdcsHandleDecidesWhetherTheKeypadIsOpened) {
+    ASSERT_EQ(a_vextvfapi_prphrl_start_adc(0), 0);
+    EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 0) << "it is not opened, so there is nothing to register with";
+    ASSERT_EQ(a_vextvfapi_prphrl_keypad_init(), 1);
+    EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+}
+
+TEST_F(Keypad, AReadingFollowsAKey) {
+    SKIP_UNDER_EMULATION();
+    test::Events events;
+    ASSERT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
+    ASSERT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
+    vset::sar::setVoltage(1, 0x3C);
+    vset::sar::press(2);
+    EXPECT_THAT(events.wait(2), ElementsAre(test::Event{kKey, 3, "", ""}, test::Event{kAdc, 0x3C, "", ""}));
+
+    // A failed reading is an event, too, and shows with the log off.
+    events.clear();
+    vset::inject({"HW_SAR_AdcGetValue", HW_ERR_FAILED});
+    testing::internal::CaptureStdout();
+    vset::sar::press(2);
+    EXPECT_EQ(events.wait(2).back().value, 255);
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[SAR_Demo] HW_SAR_AdcGetValue fail\n");
+
+    events.clear();
+    ASSERT_EQ(a_vextvfapi_prphrl_start_adc(2), 0) << "anything but 1 ends the readings";
+    vset::sar::press(2);
+    EXPECT_EQ(events.settled(100ms).size(), 1u);
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+}
+
+TEST_F(Keypad, TheCallbackLooksAtWhatItIsGiven) {
+    test::Events events;
+    unsigned char u8Code = 0xC3;
+    EXPECT_EQ(_a_vextvfapi_prphrl_sar_key_callback(0, 2, &u8Code), 3u);
+    EXPECT_EQ(_a_vextvfapi_prphrl_sar_key_callback(0, 1, nullptr), 0u);
+    EXPECT_EQ(events.count(), 0u);
+    EXPECT_EQ(_a_vextvfapi_prphrl_sar_key_callback(0, 1, &u8Code), 0u);
+    EXPECT_THAT(events.wait(1), ElementsAre(test::Event{kKey, 0xC3, "", ""}));
+}
+
+// Keys come while the keypad is started and stopped; each is one event or none.
+TEST_F(Keypad, StartsAndStopsWhileKeysArePressed) {
+    SKIP_UNDER_EMULATION();
+    test::Events events;
+    {
+        const test::Repeating hand([] {
+            vset::sar::press(3);
+            std::this_thread::sleep_for(50us);
+        });
+        for (int i = 0; i < 200; ++i) {
+            ASSERT_EQ(a_vextvfapi_prphrl_start_keypad(), 1) << i;
+            events.waitFor(events.count() + static_cast<std::size_t>(i % 3), 1s);
+            ASSERT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+            const std::size_t before = events.count();
+            ASSERT_EQ(events.count(), before) << "an event after the stop";
+        }
+    }
+    EXPECT_GE(events.count(), 200u);
+    for (const test::Event& event : events.wait(0)) {
+        ASSERT_EQ(event, (test::Event{kKey, 4, "", ""}));
+    }
+}
+
+// --- ADC -------------------------------------------------------------------------------------------------------------
+
+class Adc : public test::SerialTest {};
+
+TEST_F(Adc, TheFirstChannelIsReadForEver) {
+    vset::sar::setVoltage(2, 0x22);
+    vset::sar::setVoltage(3, 0x33);
+    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(8, 1), 0) << "no such channel";
+    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 5), 0x22);
+    EXPECT_EQ(vset::sar::channel(2).u32VoltageLevel, 5u);
+    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(3, 1), 0x22);
+    for (const char* pszCall : {"HW_SAR_ConfigMode", "HW_SAR_SetVoltageLevel", "HW_SAR_AdcGetValue"}) {
+        vset::inject({pszCall});
+        EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0) << pszCall;
+    }
+    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0x22);
+}
+
+TEST_F(Adc, UsesWhatThePlayerHasOpen) {
+    vset::sar::hold(1);
+    vset::sar::hold(4);
+    vset::sar::setVoltage(4, 0x44);
+    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(4, 1), 0x44);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0); }),
+                AllOf(HasSubstr("[SAR ADC] Open handle fail\n\n"),
+                      HasSubstr("[SAR ADC] Read ADC value when using keypad: enable\n\n")));
+    EXPECT_EQ(vset::openHandles().size(), 2u);
+}
+
+TEST_F(Adc, AStartMayFailAndSucceedLater) {
+    vset::inject({"HW_SAR_Open"});
+    EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1);
+    for (const char* pszCall : {"HW_SAR_ConfigMode", "HW_SAR_SetVoltageLevel"}) {
+        vset::inject({pszCall});
+        EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1) << pszCall;
+    }
+    EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
+    EXPECT_EQ(vset::openHandles().size(), 1u) << "the handle of a failed start is kept and used again";
+}
+
+// --- Remote control --------------------------------------------------------------------------------------------------
+
+class RcFormat : public test::SerialTest {
+protected:
+    // The status, and what is in the output, 0xEE before.
+    static std::pair<int, int> get(const std::string& strValue) {
+        write(kIr, "[IR]\nIR_FORMAT = " + strValue + "\n");
+        unsigned char u8Format = 0xEE;
+        const int s32Status = a_vextvfapi_prphrl_get_rc_format(u8("IR:IR_FORMAT"), &u8Format);
+        return {s32Status, u8Format};
+    }
+};
+
+TEST_F(RcFormat, IsAHexadecimalNumber) {
+    struct Row {
+        const char* pszText;
+        int s32Format;  // 0xEE: untouched
+    };
+    for (const Row& stRow : {Row{"1A", 0x1A}, Row{"0x2b", 0x2B}, Row{"\" +3\"", 3}, Row{"1234", 0x34}, Row{"7z", 7},
+                             Row{"7fffffff", 0xFF}, Row{"0", 0}, Row{"-1", 0xEE}, Row{"80000000", 0xEE}, Row{"z", 0xEE},
+                             Row{"", 0xEE}, Row{"ffffffffffffffffffff", 0xEE}, Row{"0x", 0}}) {
+        EXPECT_EQ(get(stRow.pszText), std::make_pair(0, stRow.s32Format)) << stRow.pszText;
+    }
+    EXPECT_EQ(get(std::string(2000, '1')), std::make_pair(-1, 0xEE)) << "a value that does not fit";
+}
+
+TEST_F(RcFormat, RefusesWhatCannotBeRead) {
+    unsigned char u8Format = 0xEE;
+    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_rc_format(nullptr, &u8Format), -2); }),
+                HasSubstr("[get_rc_format] Read ini failed.\n\n"));
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_get_rc_format(u8("IR:IR_FORMAT"), nullptr), 0); }),
+                HasSubstr("[get_rc_format] Invlid value in the ini.\n\n"));
+    vset::inject({"HW_SYS_GetAttr", HW_ERR_NOT_SUPPORT});
+    EXPECT_EQ(a_vextvfapi_prphrl_get_rc_format(u8("IR:IR_FORMAT"), &u8Format), -1);
+    vset::inject({vset::kAllocation});
+    EXPECT_EQ(a_vextvfapi_prphrl_get_rc_format(u8("IR:IR_FORMAT"), &u8Format), -4);
+    EXPECT_EQ(u8Format, 0xEE);
+}
+
+}  // namespace
