@@ -28,6 +28,17 @@ void CallbackQueue::count(std::size_t received, std::size_t dropped) {
     _u64Dropped += dropped;
 }
 
+void CallbackQueue::offer(unsigned char u8Byte) {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    ++_u64Received;
+    if (_u64Registration == 0 || waiting() == kQueueSize) {
+        ++_u64Dropped;
+        return;
+    }
+    _strWaiting += static_cast<char>(u8Byte);
+    _changed.notify_all();
+}
+
 void CallbackQueue::enlist(EventCallback_t pfnCallback, HW_Handle_t hHandle) {
     const std::lock_guard<std::mutex> lock(_mutex);
     if (_thread == std::thread::id()) {

@@ -24,6 +24,8 @@ class CallbackQueue {
 public:
     void receive(std::string_view bytes);
     void count(std::size_t received, std::size_t dropped);
+    // For what does not wait for somebody to register: the byte is dropped and counted while nobody is.
+    void offer(unsigned char u8Byte);
 
     // A former registration is replaced.
     void enlist(EventCallback_t pfnCallback, HW_Handle_t hHandle);

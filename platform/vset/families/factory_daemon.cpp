@@ -138,11 +138,14 @@ private:
         }
     }
 
-    // The record, or as much of it as came before the client or a change ended it.
+    // The record, or as much of it as came before the client or a stop ended it.
     std::string receive(int s32Fd) {
         std::string strRecord;
         char acBytes[kRecordSize];
-        while (strRecord.size() < kRecordSize && waitFor(s32Fd)) {
+        while (strRecord.size() < kRecordSize && !isToStop()) {
+            if (!waitFor(s32Fd)) {
+                continue;
+            }
             const ssize_t count = recv(s32Fd, acBytes, kRecordSize - strRecord.size(), MSG_DONTWAIT);
             if (count == 0 || (count < 0 && errno != EAGAIN)) {
                 break;
@@ -164,9 +167,15 @@ private:
             return;
         }
         const std::string strRecord = receive(s32Fd);
+        if (strRecord.empty()) {
+            return;
+        }
         {
             const std::lock_guard<std::mutex> lock(_mutex);
             _commands.push_back(decode(strRecord));
+        }
+        if (strRecord.size() < kRecordSize) {
+            return;
         }
         if (eBehaviour == Behaviour::answer || eBehaviour == Behaviour::stutter) {
             send(s32Fd, &s32Status, eBehaviour == Behaviour::answer ? sizeof(s32Status) : 1, kSend);

@@ -140,7 +140,7 @@ HW_Result_t getEdid(HW_U32 u32Port, HW_EXTIN_HdmiEdid_t& stEdid) {
     const HW_U32 u32Version = model.hdmi(u32Port).u32Version;
     const std::string strBytes = loadEdid(u32Port, u32Version);
     const bool bQuestion = stEdid.pu8Data == nullptr && stEdid.u32Size == 0;
-    if (!bQuestion && stEdid.pu8Data == nullptr) {
+    if (stEdid.u32Reserved != 0 || (!bQuestion && stEdid.pu8Data == nullptr)) {
         return HW_ERR_INVALID_PARAMETER;
     }
     if (!bQuestion && stEdid.u32Size < strBytes.size()) {
@@ -180,7 +180,11 @@ HW_Result_t setAttr(const Input& stInput, HW_U32 u32Attr, const void* pParam) {
         return setEdid(stInput.u32Index, *static_cast<const HW_EXTIN_HdmiEdid_t*>(pParam));
     }
     if (bHdmi && u32Attr == E_HW_EXTIN_ATTR_HDMI_HPD) {
-        model.setHotPlug(stInput.u32Index, static_cast<const HW_EXTIN_HdmiHpd_t*>(pParam)->u8Level);
+        const auto& stHpd = *static_cast<const HW_EXTIN_HdmiHpd_t*>(pParam);
+        if (stHpd.u8Reserved != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        model.setHotPlug(stInput.u32Index, stHpd.u8Level);
         return HW_OK;
     }
     return HW_ERR_NOT_SUPPORT;

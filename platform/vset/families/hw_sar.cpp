@@ -103,6 +103,7 @@ HW_Result_t KeyQueue::deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, uns
     const std::vector<sar::Key> keys = model.keys();
     if (u8Key >= keys.size()) {
         // The keypad has been configured anew since the key was pressed.
+        count(0, 1);
         return HW_OK;
     }
     unsigned char u8Code = keys[u8Key].u8Code;
@@ -112,7 +113,12 @@ HW_Result_t KeyQueue::deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, uns
         stChannel.u8Value = keys[u8Key].u8Threshold;
     });
     const HW_Result_t result = pfnCallback(hSar, E_HW_SAR_EVENT_KEYPAD_PRESS, &u8Code);
-    model.changeChannel(sar::kKeypadChannel, [&](ChannelState& stChannel) { stChannel.u8Value = u8Before; });
+    model.changeChannel(sar::kKeypadChannel, [&](ChannelState& stChannel) {
+        // Unless somebody has put another voltage on the ladder meanwhile.
+        if (stChannel.u8Value == keys[u8Key].u8Threshold) {
+            stChannel.u8Value = u8Before;
+        }
+    });
     return result;
 }
 
@@ -299,12 +305,11 @@ void press(unsigned int u32Key) {
     if (u32Key >= kKeys) {
         throw SetError("key " + std::to_string(u32Key) + ": there are only " + std::to_string(kKeys));
     }
-    if (u32Key >= model.keys().size() || !model.queue.state().bCallback) {
+    if (u32Key >= model.keys().size()) {
         model.queue.count(1, 1);
         return;
     }
-    const char cKey = static_cast<char>(u32Key);
-    model.queue.receive({&cKey, 1});
+    model.queue.offer(static_cast<unsigned char>(u32Key));
 }
 
 void pressCode(unsigned char u8Code) {

@@ -23,8 +23,7 @@ struct Pad {
 };
 VSET_API Pad pad(unsigned int u32Pad);
 
-// What the board drives a pad with from now on, 0 or 1. A pad that the program drives shows it when it is an input
-// again, after switching on.
+// What the board drives a pad with from now on, 0 or 1. A pad that the program drives goes on showing that.
 VSET_API void drive(unsigned int u32Pad, unsigned char u8Level);
 
 // The next reads of the pad give these levels one after the other; the last one stays.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's system attributes and memory. All functions that change something throw SetError.
+// The person's door to the set's system attributes, registers and memory. All functions that change something throw
+// SetError.
 #ifndef VSET_SYS_H
 #define VSET_SYS_H
 
@@ -18,6 +19,30 @@ VSET_API void setCustomerHash(const CustomerHash& hash);
 // The configuration file that names the others.
 VSET_API std::string dataIndexPath();
 VSET_API void setDataIndexPath(const std::string& strPath);
+
+// --- What programs have set; after switching on nothing has been -----------------------------------------------------
+
+struct ClockSpread {
+    unsigned short u16Freq = 0;  // in the units of the chip
+    unsigned short u16Ratio = 0;
+    bool bOn = false;
+};
+constexpr unsigned int kMius = 3;
+// Throws SetError when there is no such memory interface.
+VSET_API ClockSpread clockSpread(unsigned int u32Miu);
+
+struct Firmware {
+    std::uint32_t u32Type;  // HW_SYS_FwType_e
+    std::string strPath;    // the set's path that it came from
+    std::uint64_t u64Size;
+    std::uint32_t u32Crc32;  // of all bytes, as zlib's crc32 has it
+};
+// What has been flashed, oldest first.
+VSET_API std::vector<Firmware> flashedFirmware();
+
+// A register of the chip, 0 when nobody has written it.
+VSET_API std::uint32_t readRegister(std::uint32_t u32Bank, std::uint32_t u32Offset);
+VSET_API void writeRegister(std::uint32_t u32Bank, std::uint32_t u32Offset, std::uint32_t u32Value);
 
 // --- Memory; after switching on everything is as it was made ---------------------------------------------------------
 

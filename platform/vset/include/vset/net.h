@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// The person's door to the set's network interfaces. All functions throw SetError when no set is attached. The host's
+// network has nothing to do with them.
+#ifndef VSET_NET_H
+#define VSET_NET_H
+
+#include "vset/vset.h"
+
+namespace vset::net {
+
+constexpr std::size_t kInterfaces = 20;
+constexpr std::size_t kNameSize = 16;
+
+struct Interface {
+    std::string strName;  // 1 to 16 bytes; one of 16 leaves no room for the terminator that a program expects
+    std::string strMac = "00:00:00:00:00:00";  // six pairs of hexadecimal digits, upper case
+    bool bUp = true;
+    bool bDhcp = true;
+};
+
+// In the order that the middleware reports. Kept in the set's folder; a new set has "lo" and "eth0".
+VSET_API std::vector<Interface> interfaces();
+
+// Replaces them all, 20 at most; two may have the same name, of which a program gets the first. Throws SetError.
+VSET_API void setInterfaces(const std::vector<Interface>& interfaces);
+
+// How many interfaces the middleware says there are, whatever it lists; switching on makes it tell the truth again.
+VSET_API void setReportedCount(unsigned int u32Count);
+
+}  // namespace vset::net
+
+#endif
