@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "a_vextvfapi_net.h"
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
 #include "operation.h"
@@ -42,6 +43,15 @@ void startKeypad() {
 
 void stopKeypad() {
     a_vextvfapi_prphrl_stop_keypad();
+}
+
+void bringNetUp() {
+    ASSERT_EQ(a_vextvfapi_net_init(), 0);
+}
+
+void openNet() {
+    bringNetUp();
+    ASSERT_EQ(a_vextvfapi_net_open("eth0"), 0);
 }
 
 // One good call of each operation that reaches the middleware. Operations without one are in kNoMiddleware.
@@ -101,6 +111,20 @@ const Sample kSamples[] = {
     {"a_vextvfapi_prphrl_get_earc_status", {}},
     {"a_vextvfapi_prphrl_pwm_set_attr", {"0", "0", "1"}},
     {"a_vextvfapi_prphrl_pwm_get_attr", {"0", "0"}},
+    {"a_vextvfapi_sys_write_emmc", {"misc", "16", "text:abc"}},
+    {"a_vextvfapi_sys_read_emmc", {"misc", "16", "3"}},
+    {"_a_vextvfapi_sys_get_wdt_handle", {}, "HW_WDT"},
+    {"a_vextvfapi_sys_set_miu_ssc", {"0", "30", "10", "on"}},
+    {"a_vextvfapi_sys_upgrade_fw", {"0", "/data/file"}},
+    {"a_vextvfapi_sys_read_reg", {"1", "2"}},
+    {"a_vextvfapi_sys_write_reg", {"1", "2", "3"}},
+    {"a_vextvfapi_sys_get_rtc_time", {}},
+    {"a_vextvfapi_net_init", {}},
+    {"a_vextvfapi_net_deinit", {}},
+    {"a_vextvfapi_net_open", {"eth0"}, "HW_NET", bringNetUp},
+    {"a_vextvfapi_net_close", {}, "", openNet},
+    {"a_vextvfapi_net_set_mac", {"02:00:00:00:00:01"}, "", bringNetUp},
+    {"a_vextvfapi_net_set_interface_updown", {"eth0", "up"}, "", bringNetUp},
 };
 
 const char* const kNoMiddleware[] = {
@@ -136,6 +160,12 @@ const char* const kNoMiddleware[] = {
     "_a_vextvfapi_prphrl_set_hdmi_hpd",
     // Reaches it only while the ADC is read.
     "_a_vextvfapi_prphrl_sar_key_callback",
+    // With the handle of the first power-on only, which every other run has lost.
+    "a_vextvfapi_sys_get_wdt_status",
+    "a_vextvfapi_sys_set_wdt",
+    "_a_vextvfapi_sys_convert_fw_type",
+    "_a_vextvfapi_sys_get_miu_type_by_idx",
+    "a_vextvfapi_sys_update_panel",
     "_a_vextvfapi_sys_convert_factory_cmd",
     "a_vextvfapi_info_deinit",
     "a_vextvfapi_info_init",

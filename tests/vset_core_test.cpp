@@ -18,7 +18,7 @@
 
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
-#include "hw3/hw_net.h"
+#include "hw3/hw_audio.h"
 #include "hw3/hw_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
@@ -239,8 +239,8 @@ TEST_F(VsetPower, ACycleForgetsWhatIsNotInTheFolder) {
 TEST_F(VsetPower, AFamilyWithoutAModelSaysItsName) {
     HW_SYS_Init(nullptr);
     testing::internal::CaptureStderr();
-    EXPECT_EQ(HW_NET_Init(nullptr), HW_ERR_NOT_INITED);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("HW_NET_Init"));
+    EXPECT_EQ(HW_AUDIO_DeInit(), HW_ERR_NOT_INITED);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("HW_AUDIO_DeInit"));
 }
 
 class VsetFolder : public test::SetTest {
@@ -290,6 +290,9 @@ TEST_F(VsetFolder, DamageIsNamedAndChangesNothing) {
         {"/set.json", R"({"partitions": {"../x": 1}})", "/set.json: \"partitions.../x\" is not a partition name"},
         {"/set.json", R"({"partitions": {"big": 4294967297}})", "/set.json: \"partitions.big\" is not a size"},
         {"/set.json", R"({"partitions": 7})", "/set.json: \"partitions\" is not"},
+        {"/set.json", R"({"clock_offset": "1"})", "/set.json: \"clock_offset\" is not a number of seconds"},
+        {"/set.json", R"({"watchdog_rebooted": 1})", "/set.json: \"watchdog_rebooted\" is not true or false"},
+        {"/set.json", R"({"interfaces": [{"name": "eth0"}]})", "/set.json: \"interfaces.0\" is not an interface"},
         {"/set.json", R"({"colour": 1})", "/set.json: \"colour\" is not an entry"},
     };
     for (const auto& stRow : kRows) {

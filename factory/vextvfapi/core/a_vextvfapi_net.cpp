@@ -1,7 +1,158 @@
 // SPDX-License-Identifier: Apache-2.0
-// The network module's event operations.
+// Network module: MAC address and state of interfaces, and the module's events.
 #include "a_vextvfapi_net.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "fapi_event_slot.h"
+#include "fapi_hw_result.h"
+#include "fapi_log_text.h"
+#include "hw3/hw_net.h"
+
+#define FAPI_LOG_TAG "VexTvFApiNetwork"
+#include "fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(net)
+
+// Opening and closing have a failure of their own.
+static constexpr int kFailed = 255;
+
+static HW_NET_InterfaceName_t astNames[HW_NET_INTERFACE_MAX];
+// Of the last name that was found. It is never forgotten: an unknown name then opens what now stands there.
+static signed char s8Selected = -1;
+static HW_Handle_t hNet = HW_HANDLE_NONE;
+
+int a_vextvfapi_net_init() {
+    const HW_Result_t u32Result = HW_NET_Init(nullptr);
+    if (!fapi::isBroughtUp(u32Result)) {
+        FAPI_LOGE("Error 0x%x: failed to HW_NET_Init(...)!\n\n", u32Result);
+        return -1;
+    }
+    return 0;
+}
+
+int a_vextvfapi_net_deinit() {
+    HW_NET_DeInit();
+    return 0;
+}
+
+// An entry may fill its place without a terminator.
+static bool hasName(const HW_NET_InterfaceName_t& stEntry, const char* name) {
+    const std::size_t length = strnlen(stEntry.acName, HW_NET_INTERFACE_NAME_SIZE);
+    return std::strlen(name) == length && std::memcmp(stEntry.acName, name, length) == 0;
+}
+
+int a_vextvfapi_net_open(const char* name) {
+    if (name == nullptr) {
+        return kFailed;
+    }
+    std::memset(astNames, 0, sizeof(astNames));
+    HW_U32 u32Count = 0;
+    if (HW_NET_GetInterfaceName(astNames, &u32Count) != HW_OK) {
+        FAPI_LOGE("HW_NET_GetInterfaceName failed!\n\n");
+        return kFailed;
+    }
+    for (unsigned int i = 0; i < std::min(u32Count, HW_NET_INTERFACE_MAX); ++i) {
+        FAPI_LOGD(
+            "Interface[%d] is %s!\n\n", i,
+            fapi::BoundedText(reinterpret_cast<const unsigned char*>(astNames[i].acName), HW_NET_INTERFACE_NAME_SIZE)
+                .get());
+        if (hasName(astNames[i], name)) {
+            // No end here: of several the last one counts.
+            s8Selected = static_cast<signed char>(i);
+        }
+    }
+    if (s8Selected == -1) {
+        FAPI_LOGE("No %s device found!\n\n", name);
+        return kFailed;
+    }
+    HW_NET_OpenParams_t stParams = {};
+    std::memcpy(stParams.acName, astNames[s8Selected].acName, sizeof(stParams.acName));
+    HW_Handle_t hOpened = HW_HANDLE_NONE;
+    if (HW_NET_Open(&stParams, &hOpened) != HW_OK) {
+        FAPI_LOGE("HW_NET_Open failed!\n\n");
+        return kFailed;
+    }
+    hNet = hOpened;
+    return 0;
+}
+
+int a_vextvfapi_net_close() {
+    if (HW_NET_Close(hNet) != HW_OK) {
+        FAPI_LOGE("Close handle fail\n\n");
+        return kFailed;
+    }
+    return 0;
+}
+
+// The line watches these operations at level E, successes included.
+
+static bool openForChange(const char* name) {
+    if (a_vextvfapi_net_open(name) != 0) {
+        FAPI_LOGE("_a_vextvfapi_net_open() failed!\n\n");
+        return false;
+    }
+    return true;
+}
+
+static bool closeAfterChange() {
+    if (a_vextvfapi_net_close() != 0) {
+        FAPI_LOGE("a_vextvfapi_net_close() failed!\n\n");
+        return false;
+    }
+    return true;
+}
+
+int a_vextvfapi_net_set_mac(unsigned int* mac) {
+    const char* pszMac = reinterpret_cast<const char*>(mac);
+    FAPI_LOGE("_a_vextvfapi_net_set_mac(): %s\n\n", fapi::logText(pszMac));
+    if (pszMac == nullptr || *pszMac == '\0') {
+        FAPI_LOGE("_a_vextvfapi_net_set_mac() failed! no MAC address was set!\n\n");
+        return -2;
+    }
+    if (!openForChange("eth0")) {
+        return -1;
+    }
+    FAPI_LOGE("=====> DHCP OFF \n\n");
+    if (HW_NET_DhcpOff(hNet, E_HW_NET_IPV4) != HW_OK) {
+        FAPI_LOGE("LAN Device Dhcp may already off [ipv4]\n\n");
+    }
+    // A refused address shows in the log alone, and leaves DHCP off.
+    if (HW_NET_SetMac(hNet, pszMac) != HW_OK) {
+        FAPI_LOGE("HW_NET_SetMac failed!\n\n");
+    } else {
+        FAPI_LOGE("=====> DHCP ON \n\n");
+        if (HW_NET_DhcpOn(hNet, E_HW_NET_IPV4) != HW_OK) {
+            FAPI_LOGE("LAN Device Dhcp may already on [ipv4]\n\n");
+        }
+    }
+    if (!closeAfterChange()) {
+        return -1;
+    }
+    FAPI_LOGE("a_vextvfapi_net_set_mac success!\n\n");
+    return 0;
+}
+
+int a_vextvfapi_net_set_interface_updown(const char* name, bool up) {
+    FAPI_LOGE("a_vextvfapi_net_set_interface_updown(): %s %s\n\n", fapi::logText(name), up ? "up" : "down");
+    if (name == nullptr || *name == '\0') {
+        FAPI_LOGE("a_vextvfapi_net_set_interface_updown() failed! no Interface was set!\n\n");
+        return -2;
+    }
+    if (!openForChange(name)) {
+        return -1;
+    }
+    if (up) {
+        if (HW_NET_DeviceUp(hNet) != HW_OK) {
+            FAPI_LOGE("HW_NET_DeviceUp failed!\n\n");
+        }
+    } else if (HW_NET_DeviceDown(hNet) != HW_OK) {
+        FAPI_LOGE("HW_NET_DeviceDown failed!\n\n");
+    }
+    if (!closeAfterChange()) {
+        return -1;
+    }
+    FAPI_LOGE("a_vextvfapi_net_set_interface_updown success!\n\n");
+    return 0;
+}

@@ -165,7 +165,7 @@ static void endMonitor(GpioLease& lease) {
             FAPI_LOGE("[gpio monitor] gpio close handle fail\n\n");
         }
     } else if (lease.handle() != HW_HANDLE_NONE) {
-        FAPI_LOGE("[gpio monitor] get handle success, no need to close\n\n");
+        FAPI_LOGI("[gpio monitor] get handle success, no need to close\n\n");
     }
     monitorTask.markStopped();
     FAPI_LOGI("[gpio monitor]Stop GpioMonitor Task\n\n");

@@ -108,20 +108,20 @@ static bool obtainToRead(int bus) {
     return true;
 }
 
-static int readBytes(const HW_IIC_ReadParams_t& stReadParams, unsigned char* out) {
-    // The address of the buffer's address, which the middleware leaves alone.
-    HW_U8* pu8Buf = stReadParams.pu8Buf;
-    const HW_Result_t result = HW_IIC_Read(hIic.load(), &stReadParams, &pu8Buf);
+static int readBytes(HW_IIC_ReadParams_t stReadParams, unsigned char* out) {
+    // The middleware wants the address of the record's own pointer, too. What it points at afterwards is of no interest.
+    const HW_U8* const pu8Read = stReadParams.pu8Buf;
+    const HW_Result_t result = HW_IIC_Read(hIic.load(), &stReadParams, &stReadParams.pu8Buf);
     FAPI_LOGI("[read_from_iic] eErrCode %d\n\n", result);
     if (result != HW_OK) {
         FAPI_LOGE("[read_from_iic] IIC Read bytes fail\n\n");
         return -1;
     }
     if (stReadParams.u16Size != 0) {
-        std::memcpy(out, stReadParams.pu8Buf, stReadParams.u16Size);
+        std::memcpy(out, pu8Read, stReadParams.u16Size);
     }
     for (unsigned int i = 0; i < stReadParams.u16Size; ++i) {
-        FAPI_LOGI("[read_from_iic] IIC Read data[%u] = 0x%x\n\n", i, stReadParams.pu8Buf[i]);
+        FAPI_LOGI("[read_from_iic] IIC Read data[%u] = 0x%x\n\n", i, pu8Read[i]);
         FAPI_LOGI("[read_from_iic] IIC Return Read data = 0x%x\n\n", out[i]);
     }
     return 0;

@@ -4,21 +4,12 @@
 #include <memory>
 #include <new>
 
-#include "a_vextvfapi_sys.h"
-#include "fapi_handle_lease.h"
-#include "hw3/hw_flash.h"
+#include "a_vextvfapi_sys_internal.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "fapi_log.h"
 
 namespace {
-
-struct FlashFamily {
-    static constexpr auto getHandle = HW_FLASH_GetHandle;
-    static constexpr auto open = HW_FLASH_Open;
-    static constexpr auto close = HW_FLASH_Close;
-};
-using FlashLease = fapi::HandleLease<FlashFamily>;
 
 // A value as the middleware exchanges it. The byte behind its 2,048 stays 0, so that the text always ends.
 struct EnvValue {
@@ -37,14 +28,6 @@ EnvImage newEnvImage() {
 HW_Result_t readEnvVar(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, EnvValue& stValue) {
     const HW_FLASH_EnvVar_t stVar = {pu8Image, key, stValue.au8Text};
     return HW_FLASH_GetEnvVar(hFlash, &stVar);
-}
-
-int closeFlash(FlashLease& lease, int s32Status) {
-    if (lease.release() != HW_OK) {
-        FAPI_LOGE("flash close handle fail\n\n");
-        return -1;
-    }
-    return s32Status;
 }
 
 int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size) {
@@ -148,8 +131,7 @@ int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigne
     return 0;
 }
 
-// A shared or opened handle. One of 0 is as good as none, and there is nothing to close then.
-static bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type) {
+bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type) {
     int s32Handle = 0;
     unsigned char u8Opened = 0;
     if (_a_vextvfapi_sys_get_flash_handle(s32Handle, type, u8Opened) != 0 || s32Handle == 0) {
@@ -158,6 +140,14 @@ static bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type) {
     }
     lease.adopt(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
     return true;
+}
+
+int closeFlash(FlashLease& lease, int s32Status) {
+    if (lease.release() != HW_OK) {
+        FAPI_LOGE("flash close handle fail\n\n");
+        return -1;
+    }
+    return s32Status;
 }
 
 int _a_vextvfapi_sys_get_env_var(const unsigned char* key, unsigned char* value, unsigned int size,

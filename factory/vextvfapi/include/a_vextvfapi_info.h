@@ -17,8 +17,9 @@ FAPI_API int a_vextvfapi_info_deinit();
 // Reads the value of `key` ("section:key") in the INI file `path` into the `size` bytes of `data`, terminated and
 // filled up with zeros.
 // 0; a missing key is 0, too, and leaves `data` as it was, so clear it first. -1 when the value and its terminator do
-// not fit (`data` is all zeros then), or the file cannot be closed; -2 for null; any status of
-// a_vextvfapi_common_hw_err_msg when the file cannot be opened.
+// not fit (`data` is all zeros then), or the file cannot be closed afterwards (`data` holds the value); -2 for null,
+// which for `data` is seen only when there is a value; any status of a_vextvfapi_common_hw_err_msg when the file cannot
+// be opened, or not closed after a missing key.
 FAPI_API int a_vextvfapi_info_get_ini_para(const unsigned char* path, const unsigned char* key, unsigned char* data,
                                            unsigned int size);
 

@@ -116,8 +116,8 @@ FAPI_API int a_vextvfapi_prphrl_set_uart_pipe_mode(unsigned char enable, const u
 // Handles are opened once and kept; there is nothing to end but the keypad's reporting.
 
 // Reads the keypad's configuration and opens it, again if it is open.
-// 1; 0 when the configuration names no board file, a bound, the level count or an entry of a list is zero or no number,
-// a list has more than eight entries, memory is short or the middleware refuses.
+// 1; 0 when the configuration names no board file, the low byte of a bound, of the level count or of an entry of a list
+// is zero (no number counts as zero), a list has more than eight entries, memory is short or the middleware refuses.
 FAPI_API int a_vextvfapi_prphrl_keypad_init();
 
 // Starts the reporting of keys; opens the keypad as a_vextvfapi_prphrl_keypad_init does, unless
@@ -132,8 +132,8 @@ FAPI_API int a_vextvfapi_prphrl_stop_keypad();
 // other value ends that. 0 or -1.
 FAPI_API int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad);
 
-// Reads ADC channel `channel` at voltage level `voltageLevel`. The channel of the first successful call is kept: later
-// calls read that one, whatever they ask for. The reading; 0 on any failure, which a reading may be, too.
+// Reads ADC channel `channel` at voltage level `voltageLevel`. The channel of the first call that gets hold of one is
+// kept: later calls read that one, whatever they ask for. The reading; 0 on any failure, which a reading may be, too.
 FAPI_API int a_vextvfapi_prphrl_get_sar_adc(unsigned int channel, unsigned int voltageLevel);
 
 // --- Remote control --------------------------------------------------------------------------------------------------
@@ -150,7 +150,9 @@ FAPI_API int a_vextvfapi_prphrl_get_rc_format(const unsigned char* key, unsigned
 // Opens bus `bus`, or finds it open. 0 or -1.
 FAPI_API int a_vextvfapi_prphrl_enable_iic(int bus);
 
-// Closes bus `bus` if this library opened it. 0, also when there was nothing to close; -1 when the middleware refuses.
+// Closes bus `bus` if this library has opened a bus since the last close; which one it does not remember, so close a
+// bus before the next one is opened. One that is not open is opened and closed. 0, also when nothing was closed; -1
+// when the middleware refuses.
 FAPI_API int a_vextvfapi_prphrl_disable_iic(int bus);
 
 // Reads `size` bytes (0 to 65,535) into `out`, from the register that the `addrCnt` bytes of `addr` (0 to 255) name.
@@ -165,13 +167,14 @@ FAPI_API int a_vextvfapi_prphrl_write_to_iic(int bus, unsigned short busNumSlave
                                              const unsigned char* addr, unsigned short size, const unsigned char* data);
 
 // Stores bus and slave address of the board's device number `deviceId`, 0 when it has none. `port` is the bus to open
-// for the question. 0; -1 for null or an unknown device, or when the close fails. 0 with nothing stored when the bus
-// cannot be opened.
+// for the question. 0; -1 for null or an unknown device, or when the close fails, after storing. 0 with nothing stored
+// when the bus cannot be opened.
 FAPI_API int a_vextvfapi_prphrl_get_iic_slave_address(unsigned short deviceId, unsigned short port,
                                                       unsigned short* slaveId);
 
 // --- GPIO ------------------------------------------------------------------------------------------------------------
-// Calls on single pads must not overlap; the monitor may run beside them.
+// Calls on single pads must not overlap. The monitor may run beside calls on other pads; one on the pad that it watches
+// takes the handle from it or from the call.
 
 // Makes pad `pad` an output and drives it with `level` (0 or 1). 0, also when the chip refuses to drive it; -1 for
 // another level, or when the pad cannot be opened or closed.
@@ -190,7 +193,7 @@ FAPI_API int a_vextvfapi_prphrl_get_gpio_status(unsigned int pad, unsigned char*
 FAPI_API int a_vextvfapi_prphrl_gpio_monitor_start(unsigned int pad, unsigned int delayUs, unsigned int debounceCnt);
 
 // Ends the watch, waiting in steps of a second, ten at most. 0, also when there was none; -1 when it did not end in
-// time.
+// time, and after ten seconds also for a watch whose pad could not be opened, with which the next start works again.
 FAPI_API int a_vextvfapi_prphrl_gpio_monitor_stop();
 
 // --- HDMI ------------------------------------------------------------------------------------------------------------
@@ -225,7 +228,7 @@ FAPI_API int a_vextvfapi_prphrl_enable_cec(unsigned char enable);
 // Stores 1 when CEC is on, else 0. 0; -1 for null or when the middleware refuses.
 FAPI_API int a_vextvfapi_prphrl_get_cec_status(signed char* s8EnableStatus);
 
-// Stores the chip's eARC status. 0; -1 for null or when the middleware refuses.
+// Stores the chip's eARC status. 0; -1 for null or when the middleware refuses, after storing if that is the close.
 FAPI_API int a_vextvfapi_prphrl_get_earc_status(int* s32EArcStatus);
 
 // --- PWM -------------------------------------------------------------------------------------------------------------

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: start-up, boot environment variables, file services, factory daemon, chip
-// attributes.
+// System module: start-up, boot environment variables, raw eMMC, file services, watchdog, registers and other services
+// of the chip, factory daemon.
 #ifndef A_VEXTVFAPI_SYS_H
 #define A_VEXTVFAPI_SYS_H
 
@@ -104,6 +104,47 @@ FAPI_API int a_vextvfapi_sys_change_file_mode(const unsigned char* path, unsigne
 // Flushes all file systems. Returns what the middleware's sync returns: 0, or -1.
 FAPI_API int a_vextvfapi_sys_sync_fs();
 
+// --- Raw eMMC --------------------------------------------------------------------------------------------------------
+
+// Writes the `length` bytes of `data` to, or reads them from, the eMMC partition of the name `partition`, from byte
+// `shift` on. What lies beyond the end of the partition is refused by the middleware; a length of 0 is not.
+// 0; -1 when the flash cannot be had or refuses, `data` is untouched by a failed read then; -2 for null; -4 when there
+// is no memory for a copy of the data.
+FAPI_API int a_vextvfapi_sys_write_emmc(unsigned char* partition, unsigned int shift, unsigned int length,
+                                        unsigned char* data);
+FAPI_API int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int shift, unsigned int length,
+                                       unsigned char* data);
+
+// --- Watchdog --------------------------------------------------------------------------------------------------------
+
+// Starts the watchdog, which reboots the set five seconds after the last start (`enable` not 0), or stops it. A start
+// also acknowledges that the watchdog was the reason of the last reboot. 0, or -1 when the middleware refuses.
+FAPI_API int a_vextvfapi_sys_set_wdt(unsigned char enable);
+
+// 1 when the watchdog runs and was not stopped by this library last, else 0, also when it cannot be asked.
+FAPI_API int a_vextvfapi_sys_get_wdt_status();
+
+// --- Services of the chip --------------------------------------------------------------------------------------------
+
+// Spreads the clock of memory interface `miu` (0 to 2), or ends that. `u16Freq` is 20 to 40, `u16Ratio` 1 to 30, in the
+// chip's units, also for an end. 0; -1 when the middleware refuses; -2 for an argument out of range.
+FAPI_API int a_vextvfapi_sys_set_miu_ssc(unsigned char miu, unsigned short u16Freq, unsigned short u16Ratio,
+                                         bool bEnable);
+
+// Flashes firmware `type` (0, or 1 for the panel's controller) from the file `source`. 0; -1 when the middleware
+// refuses; -2 for null or another type.
+FAPI_API int a_vextvfapi_sys_upgrade_fw(unsigned char type, unsigned char* source);
+
+// Reads register `offset` of bank `bank` into `value`, or writes it. 0; -1 when the middleware refuses, or for null.
+FAPI_API int a_vextvfapi_sys_read_reg(unsigned int bank, unsigned int offset, unsigned int* value);
+FAPI_API int a_vextvfapi_sys_write_reg(unsigned int bank, unsigned int offset, unsigned int value);
+
+// Stores the seconds of the real-time clock. 0, also for null; -1 when the clock cannot be had or read.
+FAPI_API int a_vextvfapi_sys_get_rtc_time(unsigned int* rtcTime);
+
+// Does nothing; hosts of other chips update panels with it. Returns 0.
+FAPI_API int a_vextvfapi_sys_update_panel(const char*, const char*, const char*);
+
 // --- Factory daemon --------------------------------------------------------------------------------------------------
 
 // Has the set's privileged factory daemon run command `cmd` (fapi_core::VexTvFApiSysFactorySvcCmd_e) with the text
@@ -115,8 +156,8 @@ FAPI_API int a_vextvfapi_sys_send_cmd_to_factory_svc(int cmd, const char* param)
 // --- Attributes of the chip ------------------------------------------------------------------------------------------
 
 // Stores the path of the file that names the set's configuration files in `path`, which holds `len` bytes (128 or
-// more); the rest is zeros. 0; -1 for null or a `len` below 128; else the status that a_vextvfapi_common_hw_err_msg has
-// for the middleware's failure, with an empty path.
+// more); the rest is zeros. A path of 128 characters has no terminator in a buffer of 128. 0; -1 for null or a `len`
+// below 128; else the status that a_vextvfapi_common_hw_err_msg has for the middleware's failure, with an empty path.
 FAPI_API int a_vextvfapi_sys_get_dataindex_path(unsigned char* path, unsigned int len);
 
 // Stores the customer hash of the chip in `hash`, which holds `size` bytes (16 or more), and how many bytes it has in
@@ -136,5 +177,14 @@ FAPI_API int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsign
 
 // The factory daemon's number of command `cmd`, or -1.
 FAPI_API int _a_vextvfapi_sys_convert_factory_cmd(int cmd);
+
+// Fetches the watchdog's handle, which is kept. 0 or -1.
+FAPI_API int _a_vextvfapi_sys_get_wdt_handle();
+
+// The memory interface of that number (0 to 2), or -1.
+FAPI_API int _a_vextvfapi_sys_get_miu_type_by_idx(unsigned char index);
+
+// The middleware's firmware type: 0 and 1 as they are, 2 (invalid) for anything else.
+FAPI_API int _a_vextvfapi_sys_convert_fw_type(unsigned char type);
 
 #endif

@@ -63,6 +63,7 @@ inline SetConfig defaultSetConfig() {
                                 0x53, 0x45, 0x54, 0x2D, 0x30, 0x30, 0x30, 0x31};
     stConfig.strDataIndexPath = "/vendor/factory/config/dataindex.ini";
     stConfig.partitions = {{"factory", 4u << 20}, {"misc", 1u << 20}, {"persist", 8u << 20}};
+    stConfig.interfaces = {{"lo"}, {"eth0", "00:4C:55:4D:00:01"}};
     return stConfig;
 }
 

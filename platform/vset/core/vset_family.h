@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -148,6 +149,10 @@ HW_Result_t judgeNumber(HW_Result_t readiness, const Params* pstParams, HW_U32 P
 
 // HW_OK, or HW_ERR_NOT_INITED while HW_SYS_Init has not run since the set was switched on.
 VSET_API HW_Result_t systemReadiness();
+
+// For a part of the set that switches it: when `isWanted` still holds with the switch in hand, `prepare` is run, and if
+// that wants it (true) the set is switched off and on. Waits for whoever else is at the switch.
+void powerCycleIf(const std::function<bool()>& isWanted, const std::function<bool()>& prepare);
 
 // Called by HW_SYS_Init; HW_HAS_INITED the second time.
 HW_Result_t initialiseSystem();

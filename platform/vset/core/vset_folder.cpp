@@ -4,7 +4,9 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <mutex>
+#include <regex>
 
 #include <nlohmann/json.hpp>
 
@@ -56,7 +58,9 @@ bool parseHex(const std::string& strText, std::array<unsigned char, 16>& au8Byte
     return true;
 }
 
-template <class Bad>
+// Takes the name of a bad entry, and what it is not.
+using Bad = std::function<void(const std::string& strEntry, const char* pszWanted)>;
+
 std::map<std::string, std::uint64_t> parsePartitions(const Json& json, const Bad& bad) {
     std::map<std::string, std::uint64_t> partitions;
     for (const auto& [strName, size] : json.items()) {
@@ -71,41 +75,85 @@ std::map<std::string, std::uint64_t> parsePartitions(const Json& json, const Bad
     return partitions;
 }
 
+// Of the entries those that are interfaces.
+std::vector<net::Interface> parseInterfaces(const Json& json, const Bad& bad) {
+    std::vector<net::Interface> interfaces;
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        net::Interface stInterface;
+        try {
+            json[i].at("name").get_to(stInterface.strName);
+            json[i].at("mac").get_to(stInterface.strMac);
+            json[i].at("up").get_to(stInterface.bUp);
+            json[i].at("dhcp").get_to(stInterface.bDhcp);
+        } catch (const Json::exception&) {
+            stInterface.strName.clear();
+        }
+        if (isInterface(stInterface) && interfaces.size() < net::kInterfaces) {
+            interfaces.push_back(stInterface);
+        } else {
+            bad("interfaces." + std::to_string(i), "an interface with name, mac, up and dhcp");
+        }
+    }
+    return interfaces;
+}
+
+struct ConfigEntry {
+    const char* pszKey;
+    const char* pszWanted;
+    bool (*read)(const Json& value, SetConfig& stConfig, const Bad& bad);  // false: not what is wanted
+};
+
+const ConfigEntry kConfigEntries[] = {
+    {"format", "1", [](const Json& value, SetConfig&, const Bad&) { return value == kFormat; }},
+    {"boots", "a count",
+     [](const Json& value, SetConfig& stConfig, const Bad&) {
+         stConfig.u32Boots = value.is_number_unsigned() ? value.get<unsigned int>() : stConfig.u32Boots;
+         return value.is_number_unsigned();
+     }},
+    {"customer_hash", "a text of 32 hexadecimal digits",
+     [](const Json& value, SetConfig& stConfig, const Bad&) {
+         return value.is_string() && parseHex(value.get<std::string>(), stConfig.au8CustomerHash);
+     }},
+    {"data_index_path", "a text",
+     [](const Json& value, SetConfig& stConfig, const Bad&) {
+         stConfig.strDataIndexPath = value.is_string() ? value.get<std::string>() : stConfig.strDataIndexPath;
+         return value.is_string();
+     }},
+    {"partitions", "an object of names and sizes",
+     [](const Json& value, SetConfig& stConfig, const Bad& bad) {
+         stConfig.partitions = value.is_object() ? parsePartitions(value, bad) : stConfig.partitions;
+         return value.is_object();
+     }},
+    {"watchdog_rebooted", "true or false",
+     [](const Json& value, SetConfig& stConfig, const Bad&) {
+         stConfig.bWatchdogRebooted = value == true;
+         return value.is_boolean();
+     }},
+    {"clock_offset", "a number of seconds",
+     [](const Json& value, SetConfig& stConfig, const Bad&) {
+         stConfig.s64ClockOffset = value.is_number_integer() ? value.get<std::int64_t>() : 0;
+         return value.is_number_integer();
+     }},
+    {"interfaces", "a list of interfaces",
+     [](const Json& value, SetConfig& stConfig, const Bad& bad) {
+         stConfig.interfaces = value.is_array() ? parseInterfaces(value, bad) : stConfig.interfaces;
+         return value.is_array();
+     }},
+};
+
 // Reads one entry after the other: a bad one is named in `problems` and keeps its default, the rest counts.
 SetConfig parseConfig(const Json& json, const std::string& strFile, std::vector<std::string>& problems) {
     SetConfig stConfig = defaultSetConfig();
-    const auto bad = [&](const std::string& strEntry, const char* pszWanted) {
+    const Bad bad = [&](const std::string& strEntry, const char* pszWanted) {
         problems.push_back(strFile + ": \"" + strEntry + "\" is not " + pszWanted);
     };
     for (const auto& [strKey, value] : json.items()) {
-        if (strKey == "format") {
-            if (value != kFormat) {
-                bad(strKey, "1");
-            }
-        } else if (strKey == "boots") {
-            if (value.is_number_unsigned()) {
-                stConfig.u32Boots = value.get<unsigned int>();
-            } else {
-                bad(strKey, "a count");
-            }
-        } else if (strKey == "customer_hash") {
-            if (!value.is_string() || !parseHex(value.get<std::string>(), stConfig.au8CustomerHash)) {
-                bad(strKey, "a text of 32 hexadecimal digits");
-            }
-        } else if (strKey == "data_index_path") {
-            if (value.is_string()) {
-                stConfig.strDataIndexPath = value.get<std::string>();
-            } else {
-                bad(strKey, "a text");
-            }
-        } else if (strKey == "partitions") {
-            if (value.is_object()) {
-                stConfig.partitions = parsePartitions(value, bad);
-            } else {
-                bad(strKey, "an object of names and sizes");
-            }
-        } else {
+        const auto entry = std::find_if(std::begin(kConfigEntries), std::end(kConfigEntries),
+                                        [&, &strName = strKey](const ConfigEntry& e) { return strName == e.pszKey; });
+        if (entry == std::end(kConfigEntries)) {
             bad(strKey, "an entry of this file");
+        } else if (!entry->read(value, stConfig, bad)) {
+            bad(strKey, entry->pszWanted);
         }
     }
     return stConfig;
@@ -130,6 +178,15 @@ void writeConfig(const std::string& strFolder, const SetConfig& stConfig) {
     json["partitions"] = Json::object();
     for (const auto& [strName, u64Size] : stConfig.partitions) {
         json["partitions"][strName] = u64Size;
+    }
+    json["watchdog_rebooted"] = stConfig.bWatchdogRebooted;
+    json["clock_offset"] = stConfig.s64ClockOffset;
+    json["interfaces"] = Json::array();
+    for (const net::Interface& stInterface : stConfig.interfaces) {
+        json["interfaces"].push_back({{"name", stInterface.strName},
+                                      {"mac", stInterface.strMac},
+                                      {"up", stInterface.bUp},
+                                      {"dhcp", stInterface.bDhcp}});
     }
     const std::string strText = json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
     replaceFile(strFolder + kConfigFile, strText.data(), strText.size());
@@ -192,6 +249,12 @@ void checkEnvironment(const std::string& strFile, std::vector<std::string>& prob
 }
 
 }  // namespace
+
+bool isInterface(const net::Interface& stInterface) {
+    static const std::regex kMac("[0-9A-F]{2}(:[0-9A-F]{2}){5}");
+    return !stInterface.strName.empty() && stInterface.strName.size() <= net::kNameSize &&
+           std::regex_match(stInterface.strMac, kMac);
+}
 
 bool isPartitionName(const std::string& strName) {
     return !strName.empty() && strName.find('/') == std::string::npos && strName.front() != '.';

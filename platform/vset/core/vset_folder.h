@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "vset/net.h"
+
 namespace vset {
 
 // set.json
@@ -17,11 +19,17 @@ struct SetConfig {
     std::array<unsigned char, 16> au8CustomerHash = {};
     std::string strDataIndexPath;
     std::map<std::string, std::uint64_t> partitions;  // eMMC partition -> size in bytes
+    bool bWatchdogRebooted = false;                   // and nobody has acknowledged it
+    std::int64_t s64ClockOffset = 0;                  // seconds that the real-time clock is ahead of the host's
+    std::vector<net::Interface> interfaces;           // in the order of the middleware's list
 };
 
 // What a partition may be called, and how large it may be.
 constexpr std::uint64_t kPartitionLimit = std::uint64_t{1} << 32;
 bool isPartitionName(const std::string& strName);
+
+// Whether an interface may be in the configuration.
+bool isInterface(const net::Interface& stInterface);
 
 // Without a slash at the end.
 std::string absoluteFolder(const std::string& strFolder);

@@ -219,6 +219,15 @@ void powerCycle() {
     switchOn(power);
 }
 
+void powerCycleIf(const std::function<bool()>& isWanted, const std::function<bool()>& prepare) {
+    Power& power = thePower();
+    const std::lock_guard<std::mutex> lock(power.mutex);
+    if (power.bOn && isWanted() && prepare()) {
+        switchOff(power, false);
+        switchOn(power);
+    }
+}
+
 std::vector<OpenHandle> openHandles() {
     std::vector<OpenHandle> handles;
     for (FamilyModel* pFamily : thePower().families) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Power management: the LED ring.
+// Power management: the LED ring and the real-time clock.
 #include "hw3/hw_pm.h"
 
+#include <ctime>
 #include <deque>
 #include <mutex>
 
@@ -114,6 +115,32 @@ HW_Result_t HW_PM_SetAttr(HW_Handle_t hPm, HW_U32 u32ParamType, const void* pPar
         }
         return pParam != nullptr ? setLeds(*static_cast<const HW_PM_LedControl_t*>(pParam)) : HW_ERR_INVALID_PARAMETER;
     });
+}
+
+HW_Result_t HW_PM_GetRtcTime(HW_Handle_t hPm, HW_U32* pu32Seconds) {
+    return vset::call(__func__, {{"handle", hPm}}, [&]() -> HW_Result_t {
+        if (!model.handles().key(hPm)) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        if (pu32Seconds == nullptr) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        *pu32Seconds = vset::pm::clock();
+        return HW_OK;
+    });
+}
+
+std::uint32_t vset::pm::clock() {
+    requireSet();
+    return static_cast<std::uint32_t>(std::time(nullptr) + setConfig().s64ClockOffset);
+}
+
+void vset::pm::setClock(std::uint32_t u32Seconds) {
+    requireSet();
+    const HostPaths hostPaths;
+    SetConfig stConfig = setConfig();
+    stConfig.s64ClockOffset = std::int64_t{u32Seconds} - std::time(nullptr);
+    storeSetConfig(stConfig);
 }
 
 vset::pm::LedRing vset::pm::leds() {

@@ -1,20 +1,239 @@
 // SPDX-License-Identifier: Apache-2.0
-// Watchdog.
+// The watchdog, which reboots the set.
 #include "hw3/hw_wdt.h"
 
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "vset/wdt.h"
 #include "vset_call.h"
 #include "vset_family.h"
+#include "vset_folder.h"
+
+namespace vset {
 
 namespace {
 
-class WdtModel : public vset::FamilyModel {
+using Clock = std::chrono::steady_clock;
+
+// There is one instance, its key is 0: it exists from the family's Init on.
+class WdtModel : public FamilyModel {
 public:
-    WdtModel() : FamilyModel(vset::FamilyId::wdt, "HW_WDT") {}
+    WdtModel() : FamilyModel(FamilyId::wdt, "HW_WDT") {}
+
+    // 0 stops it.
+    void arm(unsigned int u32Seconds) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        if (u32Seconds != 0 && !_bThread) {
+            _bThread = true;
+            std::thread([this] { watchForEver(); }).detach();
+        }
+        _u32Seconds = u32Seconds;
+        _deadline = Clock::now() + std::chrono::seconds(u32Seconds);
+        ++_u64Life;
+        _changed.notify_all();
+    }
+
+    bool isPresent() {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _bPresent;
+    }
+    void setPresent(bool bPresent) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _bPresent = bPresent;
+    }
+
+    unsigned int seconds() {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _u32Seconds;
+    }
+
+    wdt::Watchdog state() {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        wdt::Watchdog stState;
+        stState.bPresent = _bPresent;
+        stState.u32Seconds = _u32Seconds;
+        stState.remaining = _u32Seconds != 0 ? std::chrono::duration<double>(_deadline - Clock::now()).count() : 0;
+        stState.u32Reboots = _u32Reboots;
+        return stState;
+    }
+
+    void onReboot(std::function<void()> action) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _action = std::move(action);
+    }
+
+protected:
+    void powerOff(bool bDetach) override {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _u32Seconds = 0;
+        ++_u64Life;
+        _u32Reboots = bDetach ? 0 : _u32Reboots;
+    }
+    void reset() override {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _bPresent = true;
+    }
+
+private:
+    [[noreturn]] void watchForEver() {
+        std::unique_lock<std::mutex> lock(_mutex);
+        for (;;) {
+            _changed.wait(lock, [this] { return _u32Seconds != 0; });
+            const std::uint64_t u64Life = _u64Life;
+            if (_changed.wait_until(lock, _deadline, [&] { return _u64Life != u64Life; })) {
+                continue;
+            }
+            _u32Seconds = 0;
+            const std::function<void()> action = _action;
+            lock.unlock();
+            reboot(u64Life, action);
+            lock.lock();
+        }
+    }
+
+    // The set that the time was running for may have been given back in this moment.
+    void reboot(std::uint64_t u64Life, const std::function<void()>& action) {
+        const auto isSameLife = [&] {
+            const std::lock_guard<std::mutex> lock(_mutex);
+            return _u64Life == u64Life;
+        };
+        const auto note = [&] {
+            {
+                const std::lock_guard<std::mutex> lock(_mutex);
+                ++_u32Reboots;
+            }
+            SetConfig stConfig = setConfig();
+            stConfig.bWatchdogRebooted = true;
+            storeSetConfig(stConfig);
+            detail::record("WATCHDOG_REBOOT", {}, 0, false);
+        };
+        try {
+            const HostPaths hostPaths;
+            powerCycleIf(isSameLife, [&] {
+                note();
+                if (action) {
+                    action();
+                }
+                return !action;
+            });
+        } catch (const SetError& error) {
+            std::fprintf(stderr, "virtual set: %s\n", error.what());
+        }
+    }
+
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    bool _bThread = false;
+    bool _bPresent = true;
+    unsigned int _u32Seconds = 0;
+    unsigned int _u32Reboots = 0;
+    Clock::time_point _deadline;
+    // Changes whenever the time does, or the set is switched off.
+    std::uint64_t _u64Life = 0;
+    std::function<void()> _action;
 };
 WdtModel& model = *new WdtModel;
 
+HW_Result_t getWord(HW_U32 u32Attr, HW_U32& u32Word) {
+    switch (u32Attr) {
+        case E_HW_WDT_ATTR_SET_TIMER_SEC:
+            u32Word = model.seconds();
+            return HW_OK;
+        case E_HW_WDT_ATTR_RUNNING:
+            u32Word = model.seconds() != 0 ? 1 : 0;
+            return HW_OK;
+        case E_HW_WDT_ATTR_REBOOT_BY_WDT:
+            u32Word = setConfig().bWatchdogRebooted ? 1 : 0;
+            return HW_OK;
+        case E_HW_WDT_ATTR_REBOOT_ACK:
+            u32Word = setConfig().bWatchdogRebooted ? 1 : 0;
+            wdt::setRebooted(false);
+            return HW_OK;
+        default:
+            return HW_ERR_NOT_SUPPORT;
+    }
+}
+
 }  // namespace
+
+}  // namespace vset
+
+using vset::model;
 
 HW_Result_t HW_WDT_Init(const HW_WDT_InitParams_t* pstParams) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
+
+HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t* pstParams, HW_Handle_t* phWdt) {
+    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+        const HW_Result_t result =
+            vset::judgeNumber(model.readiness(), pstParams, &HW_WDT_HandleParams_t::u32Index, 1, phWdt);
+        if (result != HW_OK) {
+            return result;
+        }
+        if (!model.isPresent()) {
+            return HW_ERR_FAILED;
+        }
+        return model.handles().find(0, phWdt) == HW_OK ? HW_OK : model.handles().open(0, phWdt, true);
+    });
+}
+
+HW_Result_t HW_WDT_SetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void* pParam) {
+    const auto* pstTimer =
+        u32Attr == E_HW_WDT_ATTR_SET_TIMER_SEC ? static_cast<const HW_WDT_Timer_t*>(pParam) : nullptr;
+    const auto seconds = vset::member("seconds", pstTimer, &HW_WDT_Timer_t::u32Seconds);
+    return vset::call(__func__, {{"handle", hWdt}, {"attr", u32Attr}, seconds}, [&]() -> HW_Result_t {
+        if (!model.handles().key(hWdt)) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        if (u32Attr != E_HW_WDT_ATTR_SET_TIMER_SEC) {
+            return HW_ERR_NOT_SUPPORT;
+        }
+        if (pstTimer == nullptr) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        model.arm(pstTimer->u32Seconds);
+        return HW_OK;
+    });
+}
+
+HW_Result_t HW_WDT_GetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void*, void* pOutput) {
+    return vset::call(__func__, {{"handle", hWdt}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+        if (!model.handles().key(hWdt)) {
+            return HW_ERR_INVALID_HANDLE;
+        }
+        return pOutput != nullptr ? vset::getWord(u32Attr, *static_cast<HW_U32*>(pOutput)) : HW_ERR_INVALID_PARAMETER;
+    });
+}
+
+// --- The person's door -----------------------------------------------------------------------------------------------
+
+namespace vset::wdt {
+
+Watchdog state() {
+    requireSet();
+    Watchdog stState = model.state();
+    stState.bRebooted = setConfig().bWatchdogRebooted;
+    return stState;
+}
+
+void setRebooted(bool bRebooted) {
+    requireSet();
+    const HostPaths hostPaths;
+    SetConfig stConfig = setConfig();
+    stConfig.bWatchdogRebooted = bRebooted;
+    storeSetConfig(stConfig);
+}
+
+void setPresent(bool bPresent) {
+    requireSet();
+    model.setPresent(bPresent);
+}
+
+void onReboot(std::function<void()> action) {
+    model.onReboot(std::move(action));
+}
+
+}  // namespace vset::wdt

@@ -6,31 +6,13 @@
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
 #include "hw3/hw_extin.h"
-#include "hw3/hw_net.h"
 #include "hw3/hw_osd.h"
-#include "hw3/hw_pm.h"
-#include "hw3/hw_sys.h"
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_video.h"
-#include "hw3/hw_wdt.h"
 #include "vset_call.h"
 
 // One line each.
 // clang-format off
-
-// System
-HW_Result_t HW_SYS_SetMiuSsc(HW_U32, HW_U16, HW_U16, HW_U8) { return vset::unmodelled(__func__); }
-HW_Result_t HW_SYS_UpgradeFw(HW_U32, const HW_U8*) { return vset::unmodelled(__func__); }
-HW_Result_t hw_sys_ReadReg(HW_U32, HW_U32, HW_U32*) { return vset::unmodelled(__func__); }
-HW_Result_t hw_sys_WriteReg(HW_U32, HW_U32, HW_U32) { return vset::unmodelled(__func__); }
-
-// Watchdog
-HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_WDT_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_WDT_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
-
-// Clock
-HW_Result_t HW_PM_GetRtcTime(HW_Handle_t, HW_U32*) { return vset::unmodelled(__func__); }
 
 // Audio
 HW_Result_t HW_AUDIO_Init(const HW_AUDIO_InitParams_t*) { return vset::unmodelled(__func__); }
@@ -71,18 +53,6 @@ HW_Result_t HW_TUNER_GetBer(HW_Handle_t, HW_S32*) { return vset::unmodelled(__fu
 
 // Video paths
 HW_Result_t HW_VIDEO_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
-
-// Network
-HW_Result_t HW_NET_Init(const HW_NET_InitParams_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_DeInit() { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_GetInterfaceName(HW_NET_InterfaceName_t*, HW_U32*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_Open(const HW_NET_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_DhcpOff(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_DhcpOn(HW_Handle_t, HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_SetMac(HW_Handle_t, const char*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_DeviceUp(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_NET_DeviceDown(HW_Handle_t) { return vset::unmodelled(__func__); }
 
 // On-screen display
 HW_Result_t HW_OSD_Init(const HW_OSD_InitParams_t*) { return vset::unmodelled(__func__); }

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+// System module: watchdog.
+#include <atomic>
+
+#include "a_vextvfapi_sys.h"
+#include "hw3/hw_wdt.h"
+
+#define FAPI_LOG_TAG "VexTvFApiSystem"
+#include "fapi_log.h"
+
+static constexpr HW_U32 kTimerSeconds = 5;
+// No answer of the middleware.
+static constexpr HW_U32 kUnread = 255;
+
+// Fetched once; the middleware has no call to give it back.
+static std::atomic<HW_Handle_t> _hWdtHandle{HW_HANDLE_NONE};
+// What this library wanted last. A set whose watchdog nobody has touched yet counts as switched on.
+static std::atomic<unsigned char> bWdtEnable{1};
+
+int _a_vextvfapi_sys_get_wdt_handle() {
+    if (_hWdtHandle.load() != HW_HANDLE_NONE) {
+        return 0;
+    }
+    const HW_WDT_HandleParams_t stQuery = {};
+    HW_Handle_t hFound = HW_HANDLE_NONE;
+    const HW_Result_t u32Result = HW_WDT_GetHandle(&stQuery, &hFound);
+    if (u32Result != HW_OK) {
+        FAPI_LOGE("HW_WDT_GetHandle fail %d, System might not enable watch dog.\n\n", u32Result);
+        return -1;
+    }
+    _hWdtHandle.store(hFound);
+    return 0;
+}
+
+// A failed reading acknowledges, too: better once too often than a set that is taken for one that hangs.
+static void acknowledgeReboot() {
+    HW_U32 u32Word = kUnread;
+    HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_REBOOT_BY_WDT, nullptr, &u32Word);
+    if (u32Word != 0) {
+        FAPI_LOGD("WDT Reboot\n\n");
+        HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_REBOOT_ACK, nullptr, &u32Word);
+    }
+}
+
+int a_vextvfapi_sys_set_wdt(unsigned char enable) {
+    FAPI_LOGD("a_vextvfapi_sys_set_wdt = %d\n\n", enable);
+    if (_a_vextvfapi_sys_get_wdt_handle() != 0) {
+        return -1;
+    }
+    HW_WDT_Timer_t stTimer = {};
+    // The wish is noted before the middleware is asked, and stays when that refuses.
+    if (enable != 0) {
+        acknowledgeReboot();
+        stTimer.u32Seconds = kTimerSeconds;
+        bWdtEnable.store(1);
+        FAPI_LOGD("Resume WDT\n\n");
+    } else {
+        bWdtEnable.store(0);
+        FAPI_LOGD("Stop WDT\n\n");
+    }
+    if (HW_WDT_SetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_SET_TIMER_SEC, &stTimer) != HW_OK) {
+        FAPI_LOGE("Set WDT SET_TIMER_SEC Failed.\n\n");
+        return -1;
+    }
+    return 0;
+}
+
+int a_vextvfapi_sys_get_wdt_status() {
+    if (_a_vextvfapi_sys_get_wdt_handle() != 0) {
+        return 0;
+    }
+    HW_U32 u32Running = kUnread;
+    const HW_Result_t u32Result = HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_RUNNING, nullptr, &u32Running);
+    if (u32Result != HW_OK) {
+        FAPI_LOGE("HW_WDT_GetAttr fail, s32Ret = %d\n", u32Result);
+        FAPI_LOGD("WDT is %s\n\n", bWdtEnable.load() != 0 ? "on" : "off");
+        return 0;
+    }
+    return u32Running == 1 && bWdtEnable.load() == 1 ? 1 : 0;
+}

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+// Network interfaces. The library remembers the selected interface for the life of the process, so every test needs one
+// of its own.
+#include <gmock/gmock.h>
+
+#include "a_vextvfapi_net.h"
+#include "a_vextvfapi_sys.h"
+#include "hw3/hw_net.h"
+#include "support/log_capture.h"
+#include "support/set_fixture.h"
+#include "vset/net.h"
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using vset::net::Interface;
+
+int setMac(std::string strMac) {
+    strMac.resize(64);  // room for the words that it is passed as
+    return a_vextvfapi_net_set_mac(reinterpret_cast<unsigned int*>(strMac.data()));
+}
+
+class Net : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        ASSERT_EQ(a_vextvfapi_net_init(), 0);
+        vset::clearJournal();
+    }
+    static Interface interface(std::size_t index) { return vset::net::interfaces().at(index); }
+};
+
+TEST_F(Net, ComesUpAndGoesDown) {
+    EXPECT_EQ(a_vextvfapi_net_init(), 0) << "again";
+    EXPECT_EQ(a_vextvfapi_net_open("eth0"), 0);
+    EXPECT_EQ(a_vextvfapi_net_deinit(), 0);
+    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_EQ(a_vextvfapi_net_deinit(), 0) << "whatever the middleware says";
+    EXPECT_EQ(a_vextvfapi_net_open("eth0"), 255);
+    vset::inject({"HW_NET_Init", HW_ERR_TIMEOUT});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_init(), -1); }),
+                HasSubstr("Error 0xd: failed to HW_NET_Init(...)!\n\n"));
+}
+
+TEST_F(Net, SetsTheMacOfEth0) {
+    const std::string strLog = test::logOf([] { EXPECT_EQ(setMac("02-aB-00-11-22-33"), 0); });
+    EXPECT_EQ(interface(1).strMac, "02:AB:00:11:22:33");
+    EXPECT_TRUE(interface(1).bDhcp) << "on again";
+    EXPECT_THAT(
+        strLog,
+        AllOf(HasSubstr("[E] <a_vextvfapi_net_set_mac> _a_vextvfapi_net_set_mac(): 02-aB-00-11-22-33\n\n"),
+              HasSubstr("[D] <a_vextvfapi_net_open> Interface[0] is lo!\n\n"), HasSubstr("=====> DHCP OFF \n\n"),
+              HasSubstr("=====> DHCP ON \n\n"), HasSubstr("a_vextvfapi_net_set_mac success!\n\n")));
+    vset::detach();
+    vset::attach(folder());
+    EXPECT_EQ(interface(1).strMac, "02:AB:00:11:22:33") << "it is kept";
+}
+
+TEST_F(Net, ARefusedMacIsASuccessWithoutDhcp) {
+    for (const char* pszMac : {"02:AB:00:11:22", "02:AB:00:11:22:3G", "02:AB:00:11:22:33:44", "nonsense"}) {
+        EXPECT_EQ(setMac(pszMac), 0) << pszMac;
+    }
+    EXPECT_EQ(interface(1).strMac, "00:4C:55:4D:00:01");
+    EXPECT_FALSE(interface(1).bDhcp);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(setMac("02:AB:00:11:22:33"), 0); }),
+                HasSubstr("LAN Device Dhcp may already off [ipv4]\n\n"));
+    EXPECT_TRUE(interface(1).bDhcp);
+}
+
+TEST_F(Net, RefusesWhatIsNotThere) {
+    EXPECT_EQ(a_vextvfapi_net_open(nullptr), 255);
+    EXPECT_THAT(test::logOf([] {
+                    EXPECT_EQ(a_vextvfapi_net_set_mac(nullptr), -2);
+                    EXPECT_EQ(setMac(""), -2);
+                    EXPECT_EQ(a_vextvfapi_net_set_interface_updown(nullptr, true), -2);
+                    EXPECT_EQ(a_vextvfapi_net_set_interface_updown("", false), -2);
+                }),
+                AllOf(HasSubstr("_a_vextvfapi_net_set_mac(): (null)\n\n"), HasSubstr("no MAC address was set!\n\n"),
+                      HasSubstr("updown():  down\n\n"), HasSubstr("no Interface was set!\n\n")));
+    EXPECT_THAT(calls(), ::testing::Not(::testing::Contains(HasSubstr("HW_NET"))));
+    EXPECT_EQ(a_vextvfapi_net_close(), 255) << "nothing is open";
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_set_interface_updown("wlan9", true), -1); }),
+                AllOf(HasSubstr("No wlan9 device found!\n\n"), HasSubstr("_a_vextvfapi_net_open() failed!\n\n")));
+    vset::net::setInterfaces({{"lo"}});
+    EXPECT_EQ(setMac("02:AB:00:11:22:33"), -1) << "no eth0";
+}
+
+TEST_F(Net, AnUnknownNameOpensWhatWasSelectedBefore) {
+    EXPECT_EQ(a_vextvfapi_net_open("wlan9"), 255);
+    EXPECT_EQ(a_vextvfapi_net_set_interface_updown("eth0", false), 0);
+    EXPECT_FALSE(interface(1).bUp);
+    EXPECT_EQ(a_vextvfapi_net_set_interface_updown("wlan9", true), 0);
+    EXPECT_TRUE(interface(1).bUp) << "the entry at eth0's place";
+    vset::net::setInterfaces({{"lo"}});
+    EXPECT_EQ(a_vextvfapi_net_open("wlan9"), 255) << "an empty place, which the middleware refuses";
+    EXPECT_EQ(vset::journal().back().strArguments, "name=\"\"");
+}
+
+TEST_F(Net, TakesTheLastOfEqualNamesAndNamesWithoutAnEnd) {
+    vset::net::setInterfaces({{"eth0"}, {"lo"}, {"eth0"}, {"sixteen-letters!"}});
+    EXPECT_EQ(a_vextvfapi_net_open("eth0"), 0);
+    EXPECT_EQ(a_vextvfapi_net_close(), 0);
+    // What stands at the place of the second one now is opened in its stead.
+    vset::net::setInterfaces({{"lo"}, {"a"}, {"b"}, {"sixteen-letters!"}});
+    EXPECT_EQ(a_vextvfapi_net_open("wlan9"), 0);
+    EXPECT_EQ(vset::journal().back().strArguments, "name=\"b\"");
+    EXPECT_EQ(a_vextvfapi_net_close(), 0);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_open("sixteen-letters!"), 0); }),
+                HasSubstr("Interface[3] is sixteen-letters!!\n\n"));
+    EXPECT_EQ(a_vextvfapi_net_close(), 0);
+    EXPECT_EQ(a_vextvfapi_net_open("sixteen-letters!x"), 0) << "unknown, so the one of before";
+}
+
+TEST_F(Net, AChipThatReportsTooManyIsBelievedTwenty) {
+    std::vector<Interface> interfaces;
+    for (int i = 0; i < 20; ++i) {
+        interfaces.push_back({"if" + std::to_string(i)});
+    }
+    vset::net::setInterfaces(interfaces);
+    for (const unsigned int u32Count : {21u, 255u, 0xFFFFFFFFu}) {
+        vset::net::setReportedCount(u32Count);
+        EXPECT_EQ(a_vextvfapi_net_open("if19"), 0);
+        EXPECT_EQ(a_vextvfapi_net_close(), 0);
+    }
+}
+
+TEST_F(Net, EveryStepMayFail) {
+    struct Row {
+        const char* pszCall;
+        int s32Mac, s32Up;
+        const char* pszLog;
+    };
+    for (const Row& stRow : {Row{"HW_NET_GetInterfaceName", -1, -1, "HW_NET_GetInterfaceName failed!\n\n"},
+                             Row{"HW_NET_Open", -1, -1, "HW_NET_Open failed!\n\n"},
+                             Row{"HW_NET_SetMac", 0, 0, "HW_NET_SetMac failed!\n\n"},
+                             Row{"HW_NET_DhcpOn", 0, 0, "LAN Device Dhcp may already on [ipv4]\n\n"},
+                             Row{"HW_NET_DeviceUp", 0, 0, "HW_NET_DeviceUp failed!\n\n"},
+                             Row{"HW_NET_Close", -1, -1, "Close handle fail\n\n"}}) {
+        const std::string strLog = test::logOf([&] {
+            vset::inject({stRow.pszCall});
+            EXPECT_EQ(setMac("02:AB:00:11:22:33"), stRow.s32Mac) << stRow.pszCall;
+            vset::clearFaults();
+            vset::powerCycle();
+            EXPECT_EQ(a_vextvfapi_sys_init(), 0);
+            EXPECT_EQ(a_vextvfapi_net_init(), 0);
+        });
+        const std::string strUpLog = test::logOf([&] {
+            vset::inject({stRow.pszCall});
+            EXPECT_EQ(a_vextvfapi_net_set_interface_updown("eth0", true), stRow.s32Up) << stRow.pszCall;
+            vset::clearFaults();
+        });
+        EXPECT_THAT(strLog + strUpLog, HasSubstr(stRow.pszLog));
+        vset::powerCycle();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        ASSERT_EQ(a_vextvfapi_net_init(), 0);
+    }
+}
+
+}  // namespace

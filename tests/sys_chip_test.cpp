@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: Apache-2.0
+// Watchdog, memory clock spread, firmware, registers and the real-time clock. The library keeps the watchdog's handle
+// for the life of the process, so every test needs one of its own.
+#include <ctime>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "a_vextvfapi_sys.h"
+#include "hw3/hw_wdt.h"
+#include "support/emulation.h"
+#include "support/log_capture.h"
+#include "support/refusals.h"
+#include "support/serial_fixture.h"
+#include "vset/pm.h"
+#include "vset/sys.h"
+#include "vset/wdt.h"
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using namespace std::chrono_literals;
+
+unsigned char* text(const char* pszText) {
+    return reinterpret_cast<unsigned char*>(const_cast<char*>(pszText));
+}
+
+class SysTest : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        vset::clearJournal();
+    }
+};
+
+// --- Watchdog --------------------------------------------------------------------------------------------------------
+
+class Watchdog : public SysTest {};
+
+TEST_F(Watchdog, IsStartedAndStopped) {
+    SKIP_UNDER_EMULATION();
+    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0) << "it does not run";
+    const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(200), 0); });
+    EXPECT_EQ(vset::wdt::state().u32Seconds, 5u);
+    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 1);
+    EXPECT_THAT(strLog, AllOf(HasSubstr("a_vextvfapi_sys_set_wdt = 200\n\n"), HasSubstr("Resume WDT\n\n"),
+                              Not(HasSubstr("WDT Reboot"))));
+    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+    EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
+    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
+
+    // Once stopped by this library it counts as stopped, whatever the chip says.
+    vset::inject({"HW_WDT_SetAttr"});
+    EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), -1);
+    EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
+    vset::inject({"HW_WDT_SetAttr"});
+    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), -1);
+    EXPECT_EQ(vset::wdt::state().u32Seconds, 5u);
+    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
+    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+}
+
+TEST_F(Watchdog, AStartAcknowledgesTheReboot) {
+    SKIP_UNDER_EMULATION();
+    vset::wdt::setRebooted(true);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0); }), HasSubstr("WDT Reboot\n\n"));
+    EXPECT_FALSE(vset::wdt::state().bRebooted);
+    // A reason that cannot be read counts as one.
+    vset::inject({"HW_WDT_GetAttr"});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0); }), HasSubstr("WDT Reboot\n\n"));
+    vset::inject({"HW_WDT_GetAttr", HW_ERR_TIMEOUT});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0); }),
+                AllOf(HasSubstr("HW_WDT_GetAttr fail, s32Ret = 13\n"), HasSubstr("WDT is on\n\n")));
+    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+}
+
+TEST_F(Watchdog, ASetMayBeWithout) {
+    vset::wdt::setPresent(false);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), -1); }),
+                HasSubstr("HW_WDT_GetHandle fail 3, System might not enable watch dog.\n\n"));
+    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
+    EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), -1);
+    vset::wdt::setPresent(true);
+    EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), 0);
+    vset::clearJournal();
+    EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), 0);
+    EXPECT_THAT(calls(), IsEmpty()) << "the handle is kept";
+}
+
+TEST_F(Watchdog, RebootsTheSetUnlessItIsStartedAgain) {
+    SKIP_UNDER_EMULATION();
+    const unsigned int u32Boots = vset::bootCount();
+    ASSERT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
+    std::this_thread::sleep_for(3s);
+    ASSERT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
+    std::this_thread::sleep_for(3s);
+    EXPECT_EQ(vset::bootCount(), u32Boots) << "it was started again in time";
+    const double seconds =
+        test::secondsOf([&] { EXPECT_TRUE(test::eventually([&] { return vset::bootCount() == u32Boots + 1; })); });
+    EXPECT_GT(seconds, 1.0);
+    EXPECT_LT(seconds, 4.0);
+    EXPECT_TRUE(vset::wdt::state().bRebooted);
+    EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
+    EXPECT_THAT(calls(), Contains("WATCHDOG_REBOOT"));
+    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0) << "the handle of before is dead";
+    // The reason is still there after another power cycle and in the next process.
+    vset::detach();
+    vset::attach(folder());
+    EXPECT_TRUE(vset::wdt::state().bRebooted);
+}
+
+TEST_F(Watchdog, AHostProgramMayDieInItsOwnWay) {
+    SKIP_UNDER_EMULATION();
+    std::atomic<bool> bDied{false};
+    vset::wdt::onReboot([&] { bDied = true; });
+    HW_Handle_t hWdt = HW_HANDLE_NONE;
+    const HW_WDT_HandleParams_t stQuery = {};
+    ASSERT_EQ(HW_WDT_GetHandle(&stQuery, &hWdt), HW_OK);
+    const HW_WDT_Timer_t stTimer = {1};
+    const unsigned int u32Boots = vset::bootCount();
+    ASSERT_EQ(HW_WDT_SetAttr(hWdt, E_HW_WDT_ATTR_SET_TIMER_SEC, &stTimer), HW_OK);
+    EXPECT_TRUE(test::eventually([&] { return bDied.load(); }));
+    EXPECT_TRUE(test::eventually([] { return vset::wdt::state().bRebooted; }));
+    EXPECT_EQ(vset::bootCount(), u32Boots);
+    vset::wdt::onReboot(nullptr);
+    // A set that is given back is not rebooted any more.
+    ASSERT_EQ(HW_WDT_SetAttr(hWdt, E_HW_WDT_ATTR_SET_TIMER_SEC, &stTimer), HW_OK);
+    vset::powerCycle();
+    std::this_thread::sleep_for(1500ms);
+    EXPECT_EQ(vset::bootCount(), u32Boots + 1);
+    EXPECT_EQ(HW_WDT_SetAttr(hWdt, E_HW_WDT_ATTR_SET_TIMER_SEC, &stTimer), HW_ERR_INVALID_HANDLE);
+}
+
+// --- Memory clock spread ---------------------------------------------------------------------------------------------
+
+class Chip : public SysTest {};
+
+TEST_F(Chip, SpreadsTheMemoryClock) {
+    EXPECT_EQ(a_vextvfapi_sys_set_miu_ssc(2, 40, 30, true), 0);
+    EXPECT_EQ(vset::sys::clockSpread(2).u16Freq, 40);
+    EXPECT_EQ(vset::sys::clockSpread(2).u16Ratio, 30);
+    EXPECT_TRUE(vset::sys::clockSpread(2).bOn);
+    EXPECT_EQ(a_vextvfapi_sys_set_miu_ssc(2, 20, 1, false), 0);
+    EXPECT_FALSE(vset::sys::clockSpread(2).bOn);
+    vset::clearJournal();
+    struct Row {
+        unsigned char u8Miu;
+        unsigned short u16Freq, u16Ratio;
+    };
+    for (const Row& stRow :
+         {Row{0, 19, 5}, Row{0, 41, 5}, Row{0, 30, 0}, Row{0, 30, 31}, Row{3, 30, 10}, Row{255, 65535, 65535}}) {
+        EXPECT_EQ(a_vextvfapi_sys_set_miu_ssc(stRow.u8Miu, stRow.u16Freq, stRow.u16Ratio, true), -2);
+    }
+    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_THAT(
+        test::logOf([] { a_vextvfapi_sys_set_miu_ssc(3, 30, 10, true); }),
+        AllOf(HasSubstr("Invalid MIU Index.\n\n"), HasSubstr("set miu:-1, u16Freq:30, u16Ratio:10, bEnable:1 - \n"),
+              HasSubstr("Invalid parameters.\n\n")));
+    EXPECT_EQ(_a_vextvfapi_sys_get_miu_type_by_idx(2), 2);
+    EXPECT_EQ(_a_vextvfapi_sys_get_miu_type_by_idx(3), -1);
+    vset::inject({"HW_SYS_SetMiuSsc"});
+    EXPECT_EQ(a_vextvfapi_sys_set_miu_ssc(0, 30, 10, true), -1);
+}
+
+// --- Firmware --------------------------------------------------------------------------------------------------------
+
+TEST_F(Chip, FlashesFirmwareFromAFile) {
+    write("/mnt/usb/fw.bin", "firmware");
+    EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(1, text("/mnt/usb/fw.bin")), 0);
+    ASSERT_EQ(vset::sys::flashedFirmware().size(), 1u);
+    EXPECT_EQ(vset::sys::flashedFirmware()[0].u32Type, 1u);
+    EXPECT_EQ(vset::sys::flashedFirmware()[0].strPath, "/mnt/usb/fw.bin");
+    EXPECT_EQ(vset::sys::flashedFirmware()[0].u64Size, 8u);
+    EXPECT_EQ(vset::sys::flashedFirmware()[0].u32Crc32, 0xD5ECD7C4u);
+    EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(0, text("/mnt/usb/missing.bin")), -1);
+    vset::clearJournal();
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(0, nullptr), -2); }),
+                AllOf(HasSubstr("update the enFwType:0, src from: (null) - \n"), HasSubstr("success.\n\n")));
+    EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(2, text("/mnt/usb/fw.bin")), -2);
+    EXPECT_THAT(calls(), Not(Contains("HW_SYS_UpgradeFw")));
+    EXPECT_EQ(_a_vextvfapi_sys_convert_fw_type(255), 2);
+    EXPECT_EQ(a_vextvfapi_sys_update_panel(nullptr, nullptr, nullptr), 0);
+}
+
+// --- Registers -------------------------------------------------------------------------------------------------------
+
+TEST_F(Chip, ReadsAndWritesRegisters) {
+    unsigned int u32Value = 77;
+    EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, &u32Value), 0);
+    EXPECT_EQ(u32Value, 0u) << "nobody has written it";
+    EXPECT_EQ(a_vextvfapi_sys_write_reg(0x1012, 0x40, 0xDEADBEEF), 0);
+    EXPECT_EQ(a_vextvfapi_sys_write_reg(0x1012, 0x41, 1), 0);
+    EXPECT_EQ(vset::sys::readRegister(0x1012, 0x40), 0xDEADBEEFu);
+    EXPECT_THAT(
+        test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, &u32Value), 0); }),
+        AllOf(HasSubstr("read register Bank: 0x1012, Offset: 0x40\n\n"), HasSubstr("u32RegValue: 0xDEADBEEF \n\n")));
+    EXPECT_EQ(u32Value, 0xDEADBEEFu);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_read_reg(0, 0, nullptr), -1); }),
+                HasSubstr("\033[31m pu8GpioStatus is invalid \033[m\n\n"));
+    u32Value = 77;
+    EXPECT_THAT(test::logOf([&] {
+                    vset::inject({"hw_sys_ReadReg", 3, 1, 2});
+                    EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, &u32Value), -1);
+                    EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, nullptr), -1);
+                    vset::inject({"hw_sys_WriteReg"});
+                    EXPECT_EQ(a_vextvfapi_sys_write_reg(0x1012, 0x40, 5), -1);
+                }),
+                AllOf(HasSubstr("hw_sys_ReadReg 77 fail\n\n"), HasSubstr("hw_sys_ReadReg 0 fail\n\n"),
+                      HasSubstr("[D] <a_vextvfapi_sys_write_reg> hw_sys_WriteReg 5 fail\n\n")));
+    EXPECT_EQ(u32Value, 77u);
+}
+
+// --- Real-time clock -------------------------------------------------------------------------------------------------
+
+TEST_F(Chip, TellsTheTime) {
+    unsigned int u32Seconds = 0;
+    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
+    EXPECT_NEAR(static_cast<double>(u32Seconds), static_cast<double>(std::time(nullptr)), 3.0);
+    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    vset::pm::setClock(1000);
+    vset::powerCycle();
+    ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
+    EXPECT_GE(u32Seconds, 1000u);
+    EXPECT_LE(u32Seconds, 1003u);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(nullptr), 0); }),
+                HasSubstr("\033[31m pu32RtcTime is NULL \033[m\n\n"));
+    vset::pm::hold();
+    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
+    EXPECT_EQ(vset::openHandles().size(), 1u) << "the player's handle stays open";
+}
+
+TEST_F(Chip, TheClockMayFail) {
+    unsigned int u32Seconds = 77;
+    vset::inject({"HW_PM_Open"});
+    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1); }),
+                HasSubstr("_hPmHandle is NULL\n\n"));
+    vset::inject({"HW_PM_GetRtcTime"});
+    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1);
+    EXPECT_EQ(vset::openHandles().size(), 1u) << "a handle that was opened stays so";
+    EXPECT_EQ(u32Seconds, 77u);
+    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0) << "the next call finds it";
+    // With neither look-up nor open the old handle is tried, which still works as long as it is open.
+    vset::inject({"HW_PM_GetHandle"});
+    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
+    vset::powerCycle();
+    ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+    vset::inject({"HW_PM_Open"});
+    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1) << "and is refused when it is dead";
+    vset::inject({"HW_PM_Close"});
+    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0); }),
+                HasSubstr("\033[31m HW_PM_Close()... NULL \033[m\n\n"));
+}
+
+}  // namespace

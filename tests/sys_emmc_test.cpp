@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+// Raw transfers from and to eMMC partitions.
+#include <gmock/gmock.h>
+
+#include "a_vextvfapi_sys.h"
+#include "hw3/hw_flash.h"
+#include "support/log_capture.h"
+#include "support/set_fixture.h"
+#include "vset/flash.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr unsigned int kSize = 1u << 20;  // of "misc"
+
+int writeEmmc(const std::string& strBytes, unsigned int u32Shift, std::string strPartition = "misc") {
+    std::vector<unsigned char> exact(strBytes.begin(), strBytes.end());
+    unsigned char u8None = 0;
+    return a_vextvfapi_sys_write_emmc(reinterpret_cast<unsigned char*>(strPartition.data()), u32Shift,
+                                      static_cast<unsigned int>(exact.size()), exact.empty() ? &u8None : exact.data());
+}
+
+struct Read {
+    int s32Status;
+    std::string strBytes;
+};
+
+Read readEmmc(unsigned int u32Shift, unsigned int u32Length, std::string strPartition = "misc") {
+    std::vector<unsigned char> exact(u32Length, '#');
+    unsigned char u8None = '#';
+    const int s32Status = a_vextvfapi_sys_read_emmc(reinterpret_cast<unsigned char*>(strPartition.data()), u32Shift,
+                                                    u32Length, exact.empty() ? &u8None : exact.data());
+    return {s32Status, {exact.begin(), exact.end()}};
+}
+
+class Emmc : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        vset::clearJournal();
+    }
+};
+
+TEST_F(Emmc, WhatIsWrittenIsRead) {
+    const std::string strBytes("a\0b\xFF", 4);
+    EXPECT_EQ(writeEmmc(strBytes, 1000), 0);
+    EXPECT_EQ(readEmmc(999, 6).strBytes, "\xFF" + strBytes + "\xFF");
+    EXPECT_EQ(writeEmmc("end", kSize - 3), 0);
+    EXPECT_EQ(readEmmc(kSize - 3, 3).strBytes, "end");
+    vset::powerCycle();
+    ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+    EXPECT_EQ(readEmmc(1000, 4).strBytes, strBytes);
+    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    vset::clearJournal();
+    EXPECT_EQ(writeEmmc("", 0), 0);
+    EXPECT_EQ(readEmmc(0, 0).s32Status, 0);
+    EXPECT_THAT(calls(), ElementsAre("HW_FLASH_GetHandle", "HW_FLASH_Open", "HW_FLASH_Write", "HW_FLASH_Close",
+                                     "HW_FLASH_GetHandle", "HW_FLASH_Open", "HW_FLASH_Read", "HW_FLASH_Close"))
+        << "a length of 0 reaches the middleware";
+}
+
+TEST_F(Emmc, RefusesWhatIsNotInThePartition) {
+    struct Row {
+        unsigned int u32Shift, u32Length;
+    };
+    for (const Row& stRow : {Row{kSize, 1}, Row{kSize - 1, 2}, Row{0xFFFFFFFF, 2}, Row{0, kSize + 1}}) {
+        EXPECT_EQ(writeEmmc(std::string(stRow.u32Length, 'w'), stRow.u32Shift), -1);
+        const Read stRead = readEmmc(stRow.u32Shift, stRow.u32Length);
+        EXPECT_EQ(stRead.s32Status, -1);
+        EXPECT_EQ(stRead.strBytes, std::string(stRow.u32Length, '#')) << "a failed read leaves the buffer alone";
+    }
+    EXPECT_EQ(writeEmmc("x", 0, "missing"), -1);
+    EXPECT_EQ(readEmmc(0, 1, "").s32Status, -1);
+    unsigned char acName[] = "misc";
+    unsigned char u8Byte = 0;
+    vset::clearJournal();
+    EXPECT_THAT(test::logOf([&] {
+                    EXPECT_EQ(a_vextvfapi_sys_write_emmc(nullptr, 0, 1, &u8Byte), -2);
+                    EXPECT_EQ(a_vextvfapi_sys_write_emmc(acName, 0, 1, nullptr), -2);
+                    EXPECT_EQ(a_vextvfapi_sys_read_emmc(nullptr, 0, 1, &u8Byte), -2);
+                    EXPECT_EQ(a_vextvfapi_sys_read_emmc(acName, 0, 1, nullptr), -2);
+                }),
+                IsEmpty());
+    EXPECT_THAT(calls(), Not(::testing::Contains(HasSubstr("HW_FLASH"))));
+    // The largest length: no memory, or beyond the end.
+    const int s32Largest = a_vextvfapi_sys_read_emmc(acName, 0, 0xFFFFFFFF, &u8Byte);
+    EXPECT_TRUE(s32Largest == -1 || s32Largest == -4) << s32Largest;
+}
+
+TEST_F(Emmc, EveryStepMayFail) {
+    struct Row {
+        const char* pszCall;
+        int s32Status;
+        const char* pszLog;
+    };
+    const Row rows[] = {
+        {"HW_FLASH_Open", -1, "[flash] Obtain handle fail.\n\n"},
+        {vset::kAllocation, -4, "\033[1;31mError: Allocate memory fail\n\033[0m\n"},
+        {"HW_FLASH_Write", -1, "\033[1;31mfailed.\n\033[0m\n"},
+        {"HW_FLASH_Read", -1, "\033[1;31mfailed.\n\033[0m\n"},
+        {"HW_FLASH_Close", -1, "flash close handle fail\n\n"},
+    };
+    for (const Row& stRow : rows) {
+        for (const bool bWrite : {true, false}) {
+            if (stRow.pszCall == std::string(bWrite ? "HW_FLASH_Read" : "HW_FLASH_Write")) {
+                continue;
+            }
+            vset::powerCycle();
+            ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+            int s32Status = 7;
+            const std::string strLog = test::logOf([&] {
+                // The write's log line makes a copy of the data first.
+                const bool bSecond = bWrite && stRow.pszCall == std::string(vset::kAllocation);
+                vset::inject({stRow.pszCall, 3, bSecond ? 2u : 1u});
+                s32Status = bWrite ? writeEmmc("abc", 0) : readEmmc(0, 3).s32Status;
+            });
+            vset::clearFaults();
+            EXPECT_EQ(s32Status, stRow.s32Status) << stRow.pszCall;
+            EXPECT_THAT(strLog, HasSubstr(stRow.pszLog));
+        }
+    }
+}
+
+TEST_F(Emmc, LogsNoMoreOfTheDataThanThereIs) {
+    EXPECT_THAT(test::logOf([] { writeEmmc("abc", 7); }),
+                HasSubstr("write the partition name:misc, shift:7, length:3 data:abc\n\n"));
+    EXPECT_THAT(test::logOf([] { writeEmmc(std::string("ab\0c", 4), 7); }), HasSubstr("length:4 data:ab\n\n"));
+    EXPECT_THAT(test::logOf([] { readEmmc(7, 2); }), HasSubstr("[D] <readThroughBuffer> success.\n\n"));
+}
+
+}  // namespace
