@@ -1,7 +1,122 @@
 // SPDX-License-Identifier: Apache-2.0
-// The audio module's event operations.
-#include "a_vextvfapi_aud.h"
+// Audio module: start-up, output paths, and the module's events.
+#include "a_vextvfapi_aud_internal.h"
 
 #include "fapi_event_slot.h"
+#include "fapi_hw_result.h"
+#include "hw3/hw_audio.h"
+
+#define FAPI_LOG_TAG "VexTvFApiAudio"
+#include "fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(aud)
+
+namespace {
+
+struct OutputPath {
+    HW_Handle_t hAout;
+    // Whether this module has ever opened the path. Never taken back: a path that somebody else opens later and this
+    // module finds is closed here all the same.
+    bool bOwned;
+};
+
+}  // namespace
+
+static OutputPath astPaths[HW_AOUT_PATH_COUNT];
+
+HW_Handle_t _a_vextvfapi_aud_path(unsigned int u32Path) {
+    return astPaths[u32Path].hAout;
+}
+
+// --- Start-up --------------------------------------------------------------------------------------------------------
+
+int a_vextvfapi_aud_init() {
+    const HW_AUDIO_InitParams_t stAudioParams = {};
+    if (!fapi::isBroughtUp(HW_AUDIO_Init(&stAudioParams))) {
+        FAPI_LOGE("\033[31m %s(%d)HW_AUDIO_Init() failed.\033[m\n\n", __func__, __LINE__);
+        return -1;
+    }
+    const HW_AOUT_InitParams_t stAoutParams = {};
+    if (!fapi::isBroughtUp(HW_AOUT_Init(&stAoutParams))) {
+        FAPI_LOGE("\033[31m %s(%d)HW_AOUT_Init() failed.\033[m\n\n", __func__, __LINE__);
+        return -1;
+    }
+    _a_vextvfapi_aud_forget_dolby_dap_param();
+    return 0;
+}
+
+// The core goes down before the outputs, and the handles stay: a service that brings the module up again goes on with
+// those that others have open.
+int a_vextvfapi_aud_deinit() {
+    if (HW_AUDIO_DeInit() != HW_OK) {
+        FAPI_LOGE("HW_AUDIO_DeInit() failed!\n\n");
+        return -1;
+    }
+    if (HW_AOUT_DeInit() != HW_OK) {
+        FAPI_LOGE("HW_AOUT_DeInit() failed!\n\n");
+        return -1;
+    }
+    return 0;
+}
+
+// --- Output paths ----------------------------------------------------------------------------------------------------
+
+int a_vextvfapi_aud_open() {
+    HW_Handle_t hAout = HW_HANDLE_NONE;
+    for (unsigned int u32Path = 0; u32Path < HW_AOUT_PATH_COUNT; ++u32Path) {
+        OutputPath& stPath = astPaths[u32Path];
+        const HW_AOUT_HandleParams_t stQuery = {u32Path};
+        if (HW_AOUT_GetHandle(&stQuery, &hAout) == HW_OK) {
+            stPath.hAout = stPath.hAout == HW_HANDLE_NONE ? hAout : stPath.hAout;
+            continue;
+        }
+        FAPI_LOGE("No Handle for path(%d) get from HW_AOUT_GetHandle, call HW_AOUT_Open()...\n\n", u32Path);
+        HW_AOUT_OpenParams_t stParams = {};
+        stParams.u32OutPath = u32Path;
+        if (HW_AOUT_Open(&stParams, &hAout) != HW_OK) {
+            FAPI_LOGE("\033[31m %s(%d)HW_AOUT_Open() with path %d failed!\033[m\n\n", __func__, __LINE__, u32Path);
+            continue;
+        }
+        stPath = {hAout, true};
+    }
+    return 0;
+}
+
+int a_vextvfapi_aud_close() {
+    for (OutputPath& stPath : astPaths) {
+        if (stPath.hAout == HW_HANDLE_NONE || !stPath.bOwned) {
+            continue;
+        }
+        if (HW_AOUT_Close(stPath.hAout) != HW_OK) {
+            FAPI_LOGE("HW_AOUT_Close() failed!\n\n");
+            return -1;
+        }
+        stPath.hAout = HW_HANDLE_NONE;
+    }
+    return 0;
+}
+
+HW_Handle_t _a_vextvfapi_aud_open_main_path() {
+    a_vextvfapi_aud_open();
+    if (_a_vextvfapi_aud_path(kMainPath) == HW_HANDLE_NONE) {
+        FAPI_LOGE("AOUT handle is not ready!\n\n");
+    }
+    return _a_vextvfapi_aud_path(kMainPath);
+}
+
+int _a_vextvfapi_aud_finish() {
+    if (a_vextvfapi_aud_close() != 0) {
+        FAPI_LOGE("a_vextvfapi_aud_close() failed!\n\n");
+        return -1;
+    }
+    return 0;
+}
+
+int _a_vextvfapi_aud_finish_set_attr(HW_Result_t u32Result) {
+    if (u32Result != HW_OK) {
+        FAPI_LOGE("HW_AOUT_SetAttr() failed!\n\n");
+        return -1;
+    }
+    FAPI_LOGD("HW_AOUT_SetAttr() OK!\n\n");
+    return _a_vextvfapi_aud_finish();
+}

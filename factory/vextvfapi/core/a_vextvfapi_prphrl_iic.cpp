@@ -109,7 +109,8 @@ static bool obtainToRead(int bus) {
 }
 
 static int readBytes(HW_IIC_ReadParams_t stReadParams, unsigned char* out) {
-    // The middleware wants the address of the record's own pointer, too. What it points at afterwards is of no interest.
+    // The middleware wants the address of the record's own pointer, too. What it points at afterwards is of no
+    // interest.
     const HW_U8* const pu8Read = stReadParams.pu8Buf;
     const HW_Result_t result = HW_IIC_Read(hIic.load(), &stReadParams, &stReadParams.pu8Buf);
     FAPI_LOGI("[read_from_iic] eErrCode %d\n\n", result);

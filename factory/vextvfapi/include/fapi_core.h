@@ -84,6 +84,61 @@ struct VexTvFApiHDMI_EDID_Data_t {
 };
 static_assert(sizeof(VexTvFApiHDMI_EDID_Data_t) == 516, "part of the binary interface");
 
+// Parameters of the Dolby DAP effect, in the layout of the chip. The library reads only the pre-gain, for its log.
+struct VexTvFApiAdvSndDolbyDapParams_t {
+    unsigned int u32Field0;
+    struct {
+        int s32PreGain;
+    } stDapGainParam;
+    unsigned char au8Rest[1592];
+};
+static_assert(sizeof(VexTvFApiAdvSndDolbyDapParams_t) == 1600, "part of the binary interface");
+
+// Parameters of the basic sound effects; each effect reads its own. Only the low 16 bits of a value reach the chip.
+struct VexTvFApiAudBasicSoundParam_t {
+    unsigned int u32Prescale;
+    unsigned int u32EqBandCount;  // at most 8
+    unsigned int au32EqLevel[8];
+    unsigned int u32PeqBandCount;  // at most 5, what is behind in the three lists is not meant for the chip
+    unsigned int au32PeqGain[8];
+    unsigned int au32PeqFreq[8];
+    unsigned int au32PeqQ[8];
+    unsigned int u32Treble;
+    unsigned int u32Bass;
+    unsigned char au8Further1[76];  // not used
+    unsigned int u32Balance;
+    unsigned char au8Further2[72];  // not used
+    unsigned int u32EchoTime;
+    unsigned int u32NrThreshold;
+};
+static_assert(sizeof(VexTvFApiAudBasicSoundParam_t) == 308, "part of the binary interface");
+
+// For volume tables: all audio output paths, or one of them.
+enum VexTvFApiAudioOutPathEnum : unsigned int {
+    E_VEXTVFAPI_AUDIO_OUT_PATH_ALL = 0,
+    E_VEXTVFAPI_AUDIO_OUT_PATH_1 = 1,
+    E_VEXTVFAPI_AUDIO_OUT_PATH_8 = 8,
+    E_VEXTVFAPI_AUDIO_OUT_PATH_NUM = 9,
+    E_VEXTVFAPI_AUDIO_OUT_PATH_INVALID = 255
+};
+
 }  // namespace fapi_core
+
+// Basic sound effects.
+enum e_vextvfapi_aud_basic_snd_type : unsigned int {
+    E_VEXTVFAPI_AUD_BASIC_SND_PRESCALE = 0,
+    E_VEXTVFAPI_AUD_BASIC_SND_EQ = 1,
+    E_VEXTVFAPI_AUD_BASIC_SND_PEQ = 2,
+    E_VEXTVFAPI_AUD_BASIC_SND_TREBLE = 3,
+    E_VEXTVFAPI_AUD_BASIC_SND_BASS = 4,
+    E_VEXTVFAPI_AUD_BASIC_SND_AVC = 5,
+    E_VEXTVFAPI_AUD_BASIC_SND_SURROUND = 6,
+    E_VEXTVFAPI_AUD_BASIC_SND_BALANCE = 7,
+    E_VEXTVFAPI_AUD_BASIC_SND_DRC = 8,
+    E_VEXTVFAPI_AUD_BASIC_SND_ECHO = 9,
+    E_VEXTVFAPI_AUD_BASIC_SND_NR = 10,
+    E_VEXTVFAPI_AUD_BASIC_SND_HPF = 11,
+    E_VEXTVFAPI_AUD_BASIC_SND_LIMITER = 12
+};
 
 #endif

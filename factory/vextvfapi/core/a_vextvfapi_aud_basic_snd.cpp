@@ -1,0 +1,351 @@
+// SPDX-License-Identifier: Apache-2.0
+// Audio module: basic sound effects, equalisers among them.
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <tuple>
+
+#include "a_vextvfapi_aud_internal.h"
+
+#define FAPI_LOG_TAG "VexTvFApiAudio"
+#include "fapi_log.h"
+
+namespace {
+
+struct EffectNames {
+    const char* pszLong;
+    const char* pszShort;
+};
+
+// By their numbers.
+constexpr EffectNames kNames[] = {
+    {"Prescale", "PRESCALE"},
+    {"EQ(Equalizer)", "EQ"},
+    {"PEQ(Parameter Equalizer)", "PEQ"},
+    {"TREBLE(Treble)", "TREBLE"},
+    {"BASS", "BASS"},
+    {"AVC(Auto Volume Control)", "AVC"},
+    {"SURROUND", "SURROUND"},
+    {"BALANCE", "BALANCE"},
+    {"DRC(Dynamic Range Control)", "DRC"},
+    {"ECHO(for KTV used)", "ECHO"},
+    {"NR(Noise Reduction)", "NR"},
+    {"HPF(High Pass Filter)", "HPF"},
+    {"LIMITER(Volume Limiter)", "LIMITER"},
+};
+constexpr unsigned int kEffectCount = sizeof(kNames) / sizeof(kNames[0]);
+
+struct Range {
+    unsigned short u16Min;
+    unsigned short u16Max;
+
+    bool holds(unsigned short u16Value) const { return u16Value >= u16Min && u16Value <= u16Max; }
+};
+constexpr Range kPrescale = {1, 255};
+constexpr Range kThreshold = {0, 255};
+constexpr Range kGain = {0, 360};
+constexpr Range kFrequency = {20, 20000};
+constexpr Range kQ = {5, 160};
+
+HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) {
+    HW_AOUT_BasicSound_t stSound = {};
+    stSound.u32Type = u32Type;
+    stSound.u8Enable = u8Enable;
+    stSound.u16Value = u16Value;
+    return stSound;
+}
+
+// All bands at 0: what a caller sets of one band is all that the chip then has.
+HW_AOUT_BasicSound_t newPeqRecord() {
+    return newRecord(E_HW_AOUT_BASIC_SND_PEQ, 1, HW_AOUT_PEQ_BANDS);
+}
+
+}  // namespace
+
+static HW_Result_t sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound) {
+    return HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound);
+}
+
+// As _a_vextvfapi_aud_finish_set_attr, with the failure in red.
+static int finishInRed(HW_Result_t u32Result) {
+    if (u32Result != HW_OK) {
+        FAPI_LOGE("\033[31mHW_AOUT_SetAttr() failed!\033[m\n\n");
+        return -1;
+    }
+    FAPI_LOGD("HW_AOUT_SetAttr() OK!\n\n");
+    return _a_vextvfapi_aud_finish();
+}
+
+// --- Single effects --------------------------------------------------------------------------------------------------
+
+int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pValue) {
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    if (hAout == HW_HANDLE_NONE) {
+        // Here alone a set without the path is no failure: lines run this on boards without speakers.
+        return 0;
+    }
+    if (pEnable == nullptr || pValue == nullptr) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    if (!kPrescale.holds(*pValue)) {
+        FAPI_LOGE("Error! prescale should be %d~%d!\n", kPrescale.u16Min, kPrescale.u16Max);
+        return -1;
+    }
+    FAPI_LOGI("Set prescale value: %d,\n\n", *pValue);
+    return _a_vextvfapi_aud_finish_set_attr(
+        sendRecord(hAout, newRecord(E_HW_AOUT_BASIC_SND_PRESCALE, *pEnable, *pValue)));
+}
+
+int a_vextvfapi_aud_adv_set_NR(unsigned char* pEnable, unsigned short* pThreshold) {
+    a_vextvfapi_aud_open();
+    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    if (hAout == HW_HANDLE_NONE) {
+        FAPI_LOGE("AOUT handle is not ready.\n");
+        return -1;
+    }
+    if (pEnable == nullptr || pThreshold == nullptr) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    if (!kThreshold.holds(*pThreshold)) {
+        FAPI_LOGE("Error! NR threshold should be %d~%d!\n", kThreshold.u16Min, kThreshold.u16Max);
+        return -1;
+    }
+    FAPI_LOGI("Set NR threshold value: %d \n\n", *pThreshold);
+    return _a_vextvfapi_aud_finish_set_attr(
+        sendRecord(hAout, newRecord(E_HW_AOUT_BASIC_SND_NR, *pEnable, *pThreshold)));
+}
+
+int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type type, unsigned char enable) {
+    a_vextvfapi_aud_open();
+    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    if (hAout == HW_HANDLE_NONE) {
+        FAPI_LOGE("AOUT handle is not ready.\n");
+        return -1;
+    }
+    if (type >= kEffectCount) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    FAPI_LOGI("Enable Sound Effect: %s \n\n", kNames[type].pszLong);
+    return finishInRed(sendRecord(hAout, newRecord(type, enable, 0)));
+}
+
+// --- One band of the parametric equaliser ----------------------------------------------------------------------------
+
+// The main path's handle, when the arguments are good.
+static HW_Handle_t openForBand(const unsigned short* pIndex, const unsigned short* pValue) {
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    if (hAout != HW_HANDLE_NONE && (pIndex == nullptr || pValue == nullptr || *pIndex >= HW_AOUT_PEQ_BANDS)) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return HW_HANDLE_NONE;
+    }
+    return hAout;
+}
+
+int a_vextvfapi_aud_adv_set_peq_q_value(unsigned short* pIndex, unsigned short* pValue) {
+    const HW_Handle_t hAout = openForBand(pIndex, pValue);
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    FAPI_LOGI("Set PEQ Q value - index: %d, value: %d\n\n", *pIndex, *pValue);
+    HW_AOUT_BasicSound_t stSound = newPeqRecord();
+    stSound.band.stPeq.au16Q[*pIndex] = *pValue;
+    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+}
+
+int a_vextvfapi_aud_adv_set_peq_freq_value(unsigned short* pIndex, unsigned short* pValue) {
+    const HW_Handle_t hAout = openForBand(pIndex, pValue);
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    FAPI_LOGI("Set PEQ Frequency value - index: %d, value: %d\n\n", *pIndex, *pValue);
+    HW_AOUT_BasicSound_t stSound = newPeqRecord();
+    stSound.band.stPeq.au16Freq[*pIndex] = *pValue;
+    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+}
+
+int a_vextvfapi_aud_adv_set_peq_gain_value(unsigned short* pIndex, unsigned short* pValue) {
+    const HW_Handle_t hAout = openForBand(pIndex, pValue);
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    FAPI_LOGI("Set PEQ Gain value - index: %d, value: %d\n\n", *pIndex, *pValue);
+    HW_AOUT_BasicSound_t stSound = newPeqRecord();
+    stSound.band.stPeq.au16Gain[*pIndex] = *pValue;
+    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+}
+
+static bool isBandInRange(unsigned short u16Gain, unsigned short u16Freq, unsigned short u16Q) {
+    if (!kGain.holds(u16Gain)) {
+        FAPI_LOGE("Error! PEQ Gain should be %d~%d!\n", kGain.u16Min, kGain.u16Max);
+        return false;
+    }
+    if (!kFrequency.holds(u16Freq)) {
+        FAPI_LOGE("Error! PEQ Frequency should be %d~%d!\n", kFrequency.u16Min, kFrequency.u16Max);
+        return false;
+    }
+    if (!kQ.holds(u16Q)) {
+        FAPI_LOGE("Error! PEQ QValue should be %d~%d!\n", kQ.u16Min, kQ.u16Max);
+        return false;
+    }
+    return true;
+}
+
+int a_vextvfapi_aud_adv_set_peq_value(unsigned short* pIndex, unsigned short* pGain, unsigned short* pFreq,
+                                      unsigned short* pQ) {
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    if (pIndex == nullptr || pFreq == nullptr || pGain == nullptr || pQ == nullptr || *pIndex >= HW_AOUT_PEQ_BANDS) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    if (!isBandInRange(*pGain, *pFreq, *pQ)) {
+        return -1;
+    }
+    FAPI_LOGI("Set PEQ Frequency value - index: %d, Frequency: %d, Gain: %d, Q value: %d\n\n", *pIndex, *pFreq, *pGain,
+              *pQ);
+    HW_AOUT_BasicSound_t stSound = newPeqRecord();
+    stSound.band.stPeq.au16Gain[*pIndex] = *pGain;
+    stSound.band.stPeq.au16Freq[*pIndex] = *pFreq;
+    stSound.band.stPeq.au16Q[*pIndex] = *pQ;
+    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+}
+
+// --- An effect with the caller's parameters --------------------------------------------------------------------------
+
+namespace {
+
+using Param = fapi_core::VexTvFApiAudBasicSoundParam_t;
+
+// The caller's record as the words that it consists of. A count of bands that is too large runs on into what follows
+// the list, in this record and in the chip's, but never out of them: no more than 32 bands are taken.
+using Words = std::array<unsigned int, sizeof(Param) / sizeof(unsigned int)>;
+
+// Where a list of bands begins in those words, and in the slots of the chip's record.
+struct BandList {
+    std::size_t firstWord;
+    unsigned int u32FirstSlot;
+};
+
+constexpr std::size_t wordOf(std::size_t offset) {
+    return offset / sizeof(unsigned int);
+}
+
+constexpr BandList kEqLevels = {wordOf(offsetof(Param, au32EqLevel)), 0};
+constexpr BandList kPeqGains = {wordOf(offsetof(Param, au32PeqGain)), 0};
+constexpr BandList kPeqFreqs = {wordOf(offsetof(Param, au32PeqFreq)), HW_AOUT_PEQ_BANDS};
+constexpr BandList kPeqQs = {wordOf(offsetof(Param, au32PeqQ)), 2 * HW_AOUT_PEQ_BANDS};
+static_assert(kPeqQs.firstWord + HW_AOUT_BASIC_SND_SLOTS <= std::tuple_size<Words>::value, "stays inside the record");
+
+unsigned int bandsOf(unsigned short u16Count) {
+    return std::min<unsigned int>(u16Count, HW_AOUT_BASIC_SND_SLOTS);
+}
+
+void copyBand(const Words& words, const BandList& stList, unsigned int u32Band, HW_AOUT_BasicSound_t& stSound) {
+    const unsigned int u32Slot = stList.u32FirstSlot + u32Band;
+    if (u32Slot < HW_AOUT_BASIC_SND_SLOTS) {
+        stSound.band.au16Band[u32Slot] = static_cast<HW_U16>(words[stList.firstWord + u32Band]);
+    }
+}
+
+}  // namespace
+
+static void logBands(const Words& words, const BandList& stList, unsigned short u16Count) {
+    for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
+        FAPI_LOGI("%u \n", words[stList.firstWord + i]);
+    }
+    FAPI_LOGI("]\n");
+}
+
+static void fillEq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSound_t& stSound) {
+    stSound.u16Value = u16Count;
+    FAPI_LOGI("EQBand = [%u]\n\n", u16Count);
+    FAPI_LOGI("EQBand[\n");
+    logBands(words, kEqLevels, u16Count);
+    for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
+        copyBand(words, kEqLevels, i, stSound);
+    }
+}
+
+static void fillPeq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSound_t& stSound) {
+    stSound.u16Value = u16Count;
+    FAPI_LOGI("PEQBand = [%u]\n\n", u16Count);
+    FAPI_LOGI("PEQ_Gain[\n");
+    logBands(words, kPeqGains, u16Count);
+    FAPI_LOGI("PEQ_Freq[\n");
+    logBands(words, kPeqFreqs, u16Count);
+    FAPI_LOGI("PEQ_Q[\n");
+    logBands(words, kPeqQs, u16Count);
+    // Band by band: with more than five of them the later bands' gains replace the first frequencies.
+    for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
+        copyBand(words, kPeqGains, i, stSound);
+        copyBand(words, kPeqFreqs, i, stSound);
+        copyBand(words, kPeqQs, i, stSound);
+    }
+}
+
+static void fillRecord(const Param& stParam, HW_AOUT_BasicSound_t& stSound) {
+    Words words;
+    std::memcpy(words.data(), &stParam, sizeof(stParam));
+    switch (stSound.u32Type) {
+        case E_HW_AOUT_BASIC_SND_PRESCALE:
+            stSound.u16Value = static_cast<HW_U16>(stParam.u32Prescale);
+            FAPI_LOGI("PreScale = [%u]\n\n", stSound.u16Value);
+            break;
+        case E_HW_AOUT_BASIC_SND_EQ:
+            fillEq(words, static_cast<unsigned short>(stParam.u32EqBandCount), stSound);
+            break;
+        case E_HW_AOUT_BASIC_SND_PEQ:
+            fillPeq(words, static_cast<unsigned short>(stParam.u32PeqBandCount), stSound);
+            break;
+        case E_HW_AOUT_BASIC_SND_TREBLE:
+            stSound.u16Value = static_cast<HW_U16>(stParam.u32Treble);
+            FAPI_LOGI("Treble = [%u]\n\n", stSound.u16Value);
+            break;
+        case E_HW_AOUT_BASIC_SND_BASS:
+            stSound.u16Value = static_cast<HW_U16>(stParam.u32Bass);
+            FAPI_LOGI("Bass = [%u]\n\n", stSound.u16Value);
+            break;
+        case E_HW_AOUT_BASIC_SND_BALANCE:
+            stSound.u16Value = static_cast<HW_U16>(stParam.u32Balance);
+            FAPI_LOGI("Balance = [%u]\n\n", stSound.u16Value);
+            break;
+        case E_HW_AOUT_BASIC_SND_ECHO:
+            stSound.u16Value = static_cast<HW_U16>(stParam.u32EchoTime);
+            FAPI_LOGI("EchoTime = [%u]\n\n", stSound.u16Value);
+            break;
+        case E_HW_AOUT_BASIC_SND_NR:
+            stSound.u16Value = static_cast<HW_U16>(stParam.u32NrThreshold);
+            FAPI_LOGI("NoiseReductionThreshold = [%u]\n\n", stSound.u16Value);
+            break;
+        default:
+            // Sent all the same: the chip switches the effect on with parameters of its own.
+            FAPI_LOGE("Invalid basic sound type!\n\n");
+            break;
+    }
+}
+
+int a_vextvfapi_aud_basic_snd_set_param(e_vextvfapi_aud_basic_snd_type type,
+                                        const fapi_core::VexTvFApiAudBasicSoundParam_t* pParam) {
+    if (pParam == nullptr) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    if (type >= kEffectCount) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    FAPI_LOGI("BasicSndType: %s \n\n", kNames[type].pszShort);
+    HW_AOUT_BasicSound_t stSound = newRecord(type, 1, 0);
+    fillRecord(*pParam, stSound);
+    return finishInRed(sendRecord(hAout, stSound));
+}

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the sources of the audio module share. A chip operation reads:
+//
+//     const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+//     if (hAout == HW_HANDLE_NONE) { return -1; }
+//     ...
+//     return _a_vextvfapi_aud_finish_set_attr(HW_AOUT_SetAttr(hAout, ...));
+//
+// Some have another message for a missing handle, and open the paths themselves.
+#ifndef A_VEXTVFAPI_AUD_INTERNAL_H
+#define A_VEXTVFAPI_AUD_INTERNAL_H
+
+#include "a_vextvfapi_aud.h"
+#include "hw3/hw_aout.h"
+
+constexpr unsigned int kMainPath = 0;
+
+// The remembered handle of a path below HW_AOUT_PATH_COUNT; 0: none.
+HW_Handle_t _a_vextvfapi_aud_path(unsigned int u32Path);
+
+// Gets hold of the paths, and of the main one's handle. 0, with the message that most operations have for it, when
+// there is none.
+HW_Handle_t _a_vextvfapi_aud_open_main_path();
+
+// Zeroes the parameters that a_vextvfapi_aud_adv_snd_set_dolby_dap_param keeps.
+void _a_vextvfapi_aud_forget_dolby_dap_param();
+
+// What follows a call that succeeded: closes what was opened. 0, or -1 with a message.
+int _a_vextvfapi_aud_finish();
+
+// What follows HW_AOUT_SetAttr in most operations: messages, then the above after a success. Nothing is closed after a
+// failure.
+int _a_vextvfapi_aud_finish_set_attr(HW_Result_t u32Result);
+
+#endif

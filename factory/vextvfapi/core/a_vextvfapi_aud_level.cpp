@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: Apache-2.0
+// Audio module: delay, volume, volume tables, audio-quality parameters.
+#include "a_vextvfapi_aud_internal.h"
+
+#define FAPI_LOG_TAG "VexTvFApiAudio"
+#include "fapi_log.h"
+
+static constexpr unsigned int kDelayMax = 250;
+static constexpr unsigned int kVolumeMax = 100;
+
+// --- Delay -----------------------------------------------------------------------------------------------------------
+
+int a_vextvfapi_aud_adv_set_speaker_delay(unsigned int* pDelay) {
+    if (pDelay == nullptr) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    FAPI_LOGI("Set speaker delay: %d\n\n", *pDelay);
+    if (*pDelay > kDelayMax) {
+        FAPI_LOGE("Wrong setting! Delay should be %d~%d!\n", 0, kDelayMax);
+        return -1;
+    }
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    if (HW_AOUT_SetDelay(hAout, kMainPath, *pDelay) != HW_OK) {
+        FAPI_LOGE("HW_AOUT_SetDelay fail.\n\n");
+        return -1;
+    }
+    FAPI_LOGD("Set speaker delay successed: %d\n\n", *pDelay);
+    return _a_vextvfapi_aud_finish();
+}
+
+int a_vextvfapi_aud_adv_get_speaker_delay(unsigned int* pDelay) {
+    if (pDelay == nullptr) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    HW_U32 u32Delay = 0;
+    if (HW_AOUT_GetDelay(hAout, kMainPath, &u32Delay) != HW_OK) {
+        FAPI_LOGE("HW_AOUT_GetDelay failed!\n\n");
+        return -1;
+    }
+    *pDelay = u32Delay;
+    FAPI_LOGI("Get speaker delay: %d ms\n\n", u32Delay);
+    return _a_vextvfapi_aud_finish();
+}
+
+// --- Volume ----------------------------------------------------------------------------------------------------------
+
+static bool areVolumeArguments(const unsigned int* pPath, const unsigned int* pVolume) {
+    if (pPath == nullptr || pVolume == nullptr) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return false;
+    }
+    if (*pPath >= HW_AOUT_PATH_COUNT) {
+        FAPI_LOGE("Wrong path cfg!\n\n");
+        return false;
+    }
+    return true;
+}
+
+// The handle of any path.
+static HW_Handle_t openPath(unsigned int u32Path) {
+    a_vextvfapi_aud_open();
+    if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
+        FAPI_LOGE("AOUT handle is not ready!\n\n");
+    }
+    return _a_vextvfapi_aud_path(u32Path);
+}
+
+int a_vextvfapi_aud_adv_set_volume(unsigned int* pPath, unsigned int* pVolume) {
+    if (!areVolumeArguments(pPath, pVolume)) {
+        return -1;
+    }
+    // The byte at the address: hosts pass the address of a byte as well.
+    const unsigned char u8Volume = *reinterpret_cast<const unsigned char*>(pVolume);
+    if (u8Volume > kVolumeMax) {
+        FAPI_LOGE("Wrong setting! Volume should be %d~%d!\n", 0, kVolumeMax);
+        return -1;
+    }
+    FAPI_LOGI("Set Volume: %d\n\n", u8Volume);
+    const HW_Handle_t hAout = openPath(*pPath);
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    if (HW_AOUT_SetVolume(hAout, *pPath, u8Volume) != HW_OK) {
+        FAPI_LOGE("HW_AOUT_SetVolume() fail.\n\n");
+        return -1;
+    }
+    FAPI_LOGD("Set Volume: %d OK!\n\n", u8Volume);
+    return _a_vextvfapi_aud_finish();
+}
+
+int a_vextvfapi_aud_adv_get_volume(unsigned int* pPath, unsigned int* pVolume) {
+    if (!areVolumeArguments(pPath, pVolume)) {
+        return -1;
+    }
+    const HW_Handle_t hAout = openPath(*pPath);
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    HW_U8 u8Volume = 0;
+    if (HW_AOUT_GetVolume(hAout, *pPath, &u8Volume) != HW_OK) {
+        FAPI_LOGE("HW_AOUT_GetVolume() fail.\n\n");
+        return -1;
+    }
+    *pVolume = u8Volume;
+    FAPI_LOGI("HW_AOUT_GetVolume() = %d\n\n", *pVolume);
+    return _a_vextvfapi_aud_finish();
+}
+
+// --- Volume tables ---------------------------------------------------------------------------------------------------
+
+static bool sendTable(unsigned int u32Path, const HW_AOUT_VolumeTable_t& stTable) {
+    if (HW_AOUT_SetAttr(_a_vextvfapi_aud_path(u32Path), E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable) != HW_OK) {
+        FAPI_LOGE("\033[31mHW_AOUT_SetAttr() failed! AoutPath: %u\033[m\n\n", u32Path);
+        return false;
+    }
+    return true;
+}
+
+static bool sendTableToAll(const HW_AOUT_VolumeTable_t& stTable) {
+    for (unsigned int u32Path = 0; u32Path < HW_AOUT_PATH_COUNT; ++u32Path) {
+        if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
+            FAPI_LOGD("AOUT path:%u handle is not ready!\n\n", u32Path);
+        } else if (!sendTable(u32Path, stTable)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int a_vextvfapi_aud_set_volume_table(fapi_core::VexTvFApiAudioOutPathEnum path, unsigned short* pData,
+                                     unsigned short length, const unsigned char* pName) {
+    const unsigned int u32Path = path <= fapi_core::E_VEXTVFAPI_AUDIO_OUT_PATH_NUM
+                                     ? static_cast<unsigned int>(path)
+                                     : fapi_core::E_VEXTVFAPI_AUDIO_OUT_PATH_INVALID;
+    FAPI_LOGD("AoutPath: %u\n\n", u32Path);
+    if (u32Path >= fapi_core::E_VEXTVFAPI_AUDIO_OUT_PATH_NUM) {
+        FAPI_LOGE("Invalid AoutPath!\n\n");
+        return -2;
+    }
+    if (_a_vextvfapi_aud_open_main_path() == HW_HANDLE_NONE) {
+        return -1;
+    }
+    const HW_AOUT_VolumeTable_t stTable = {pData, pName};
+    FAPI_LOGD("VolumeTableName: %s\n\n", fapi::logText(pName));
+    if (pName == nullptr || *pName == '\0') {
+        FAPI_LOGE("VolumeTableName invalid!\n\n");
+        return -2;
+    }
+    FAPI_LOGD("VolumeData length: %u\n\n", length);
+    // A single path is tried without a handle, too: the middleware refuses it.
+    const bool bSent =
+        u32Path == fapi_core::E_VEXTVFAPI_AUDIO_OUT_PATH_ALL ? sendTableToAll(stTable) : sendTable(u32Path, stTable);
+    if (!bSent) {
+        return -1;
+    }
+    FAPI_LOGD("HW_AOUT_SetAttr() OK!\n\n");
+    return _a_vextvfapi_aud_finish();
+}
+
+// --- Audio-quality parameters ----------------------------------------------------------------------------------------
+
+int a_vextvfapi_aud_load_aq_params(const unsigned char* pFileName) {
+    if (pFileName == nullptr) {
+        FAPI_LOGE("Invalid parameter !\n\n");
+        return -1;
+    }
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    if (hAout == HW_HANDLE_NONE) {
+        return -1;
+    }
+    FAPI_LOGI("FileName:%s\n\n", pFileName);
+    const HW_AOUT_AqParams_t stParams = {pFileName};
+    if (HW_AOUT_LoadAqParams(hAout, &stParams) != HW_OK) {
+        FAPI_LOGE("Error: Load AQ Setting failed!(file name: %s)\n\n", pFileName);
+        // The one operation that closes after a failure.
+        _a_vextvfapi_aud_finish();
+        return -1;
+    }
+    return _a_vextvfapi_aud_finish();
+}
