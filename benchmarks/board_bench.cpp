@@ -1,19 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the library adds to the middleware's own time on I2C buses and pads. Each benchmark has its peer in the same
-// run. The journal is off, the log is off.
+// What the library adds to the middleware's own time on I2C buses, pads, partitions and audio outputs. Each benchmark
+// has its peer in the same run. The journal is off, the log is off.
 #include <chrono>
+#include <cstring>
 #include <ctime>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include "a_vextvfapi_aud.h"
 #include "a_vextvfapi_prphrl.h"
 #include "bench_set.h"
+#include "hw3/hw_aout.h"
+#include "hw3/hw_flash.h"
 #include "hw3/hw_gpio.h"
 #include "hw3/hw_iic.h"
 #include "limits.h"
+#include "vset/aout.h"
+#include "vset/flash.h"
 #include "vset/gpio.h"
 #include "vset/iic.h"
 
@@ -165,22 +172,122 @@ void gpio_monitor(benchmark::State& state) {
 }
 BENCHMARK(gpio_monitor)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 
+// --- A raw transfer of 64 MiB ----------------------------------------------------------------------------------------
+
+constexpr unsigned int kTransfer = 64u << 20;
+constexpr char kPartition[] = "bench";
+
+unsigned char* partition() {
+    return reinterpret_cast<unsigned char*>(const_cast<char*>(kPartition));
+}
+
+std::vector<unsigned char>& transferData() {
+    static std::vector<unsigned char> data(kTransfer, 0x5A);
+    return data;
+}
+
+void emmc_write(benchmark::State& state) {
+    for (auto _ : state) {
+        if (a_vextvfapi_sys_write_emmc(partition(), 0, kTransfer, transferData().data()) != 0) {
+            state.SkipWithError("the partition cannot be written");
+        }
+    }
+}
+BENCHMARK(emmc_write)->Unit(benchmark::kMillisecond);
+
+void emmc_read(benchmark::State& state) {
+    for (auto _ : state) {
+        if (a_vextvfapi_sys_read_emmc(partition(), 0, kTransfer, transferData().data()) != 0) {
+            state.SkipWithError("the partition cannot be read");
+        }
+    }
+}
+BENCHMARK(emmc_read)->Unit(benchmark::kMillisecond);
+
+// The middleware's call, and one copy from or to memory of its own.
+template <class Transfer>
+void transferWithOneCopy(benchmark::State& state, bool bWrite, Transfer&& transfer) {
+    const HW_FLASH_HandleParams_t stQuery = {E_HW_FLASH_TYPE_EMMC, {}};
+    for (auto _ : state) {
+        const std::unique_ptr<HW_U8[]> buffer(new HW_U8[kTransfer]);
+        HW_Handle_t hFlash = HW_HANDLE_NONE;
+        HW_U32 u32Report = 0;
+        const HW_FLASH_Transfer_t stTransfer = {E_HW_FLASH_TYPE_EMMC, partition(), 0, buffer.get(), kTransfer};
+        if (bWrite) {
+            std::memcpy(buffer.get(), transferData().data(), kTransfer);
+        }
+        if (HW_FLASH_GetHandle(&stQuery, &hFlash) != HW_OK || transfer(hFlash, &stTransfer, &u32Report) != HW_OK) {
+            state.SkipWithError("the transfer is refused");
+        }
+        if (!bWrite) {
+            std::memcpy(transferData().data(), buffer.get(), kTransfer);
+        }
+    }
+}
+
+void emmc_write_and_copy(benchmark::State& state) {
+    transferWithOneCopy(state, true, HW_FLASH_Write);
+}
+BENCHMARK(emmc_write_and_copy)->Unit(benchmark::kMillisecond);
+
+void emmc_read_and_copy(benchmark::State& state) {
+    transferWithOneCopy(state, false, HW_FLASH_Read);
+}
+BENCHMARK(emmc_read_and_copy)->Unit(benchmark::kMillisecond);
+
+// --- An advanced sound effect, with all nine paths open --------------------------------------------------------------
+
+void sound_effect(benchmark::State& state) {
+    unsigned int u32Type = 2, u32Part = 13;
+    unsigned char u8Enable = 1;
+    for (auto _ : state) {
+        if (a_vextvfapi_aud_adv_snd_enable_sub(&u32Type, &u32Part, &u8Enable) != 0) {
+            state.SkipWithError("the effect is refused");
+        }
+    }
+}
+BENCHMARK(sound_effect);
+
+// A look-up for every path, and the record sent as it is.
+void sound_effect_middleware(benchmark::State& state) {
+    static const HW_AOUT_AdvSndParams_t stParams = {E_HW_AOUT_ADV_SND_SRS_THEATER, {}};
+    for (auto _ : state) {
+        HW_Handle_t hMain = HW_HANDLE_NONE;
+        for (HW_U32 u32Path = HW_AOUT_PATH_COUNT; u32Path-- > 0;) {
+            const HW_AOUT_HandleParams_t stQuery = {u32Path};
+            HW_AOUT_GetHandle(&stQuery, &hMain);
+        }
+        if (HW_AOUT_SetAttr(hMain, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stParams) != HW_OK) {
+            state.SkipWithError("the effect is refused");
+        }
+    }
+}
+BENCHMARK(sound_effect_middleware);
+
 constexpr bench::Goal kGoals[] = {
     {"iic_read", "iic_read_middleware", bench::Limit::nanosecondsAbove, 25},
     {"iic_write", "iic_write_middleware", bench::Limit::nanosecondsAbove, 25},
     {"gpio_read", "gpio_read_middleware", bench::Limit::nanosecondsAbove, 25},
     {"gpio_drive", "gpio_drive_middleware", bench::Limit::nanosecondsAbove, 25},
     {"gpio_monitor", "percent_of_core", bench::Limit::counter, 2},
+    {"emmc_write", "emmc_write_and_copy", bench::Limit::timesPeer, 1.2},
+    {"emmc_read", "emmc_read_and_copy", bench::Limit::timesPeer, 1.2},
+    {"sound_effect", "sound_effect_middleware", bench::Limit::nanosecondsAbove, 150},
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
     const bench::Set set;
-    if (a_vextvfapi_prphrl_init() != 0) {
+    if (a_vextvfapi_prphrl_init() != 0 || a_vextvfapi_aud_init() != 0) {
         return 1;
     }
     vset::iic::hold(0);
     vset::gpio::hold(kPad);
+    vset::flash::hold(E_HW_FLASH_TYPE_EMMC);
+    vset::flash::setPartition(kPartition, kTransfer);
+    for (unsigned int u32Path = 0; u32Path < vset::aout::kPaths; ++u32Path) {
+        vset::aout::hold(u32Path);
+    }
     return bench::runAndJudge(argc, argv, kGoals, static_cast<int>(std::size(kGoals)));
 }
