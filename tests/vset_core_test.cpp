@@ -16,9 +16,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "hw3/hw_cap.h"
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
-#include "hw3/hw_audio.h"
 #include "hw3/hw_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
@@ -239,8 +239,8 @@ TEST_F(VsetPower, ACycleForgetsWhatIsNotInTheFolder) {
 TEST_F(VsetPower, AFamilyWithoutAModelSaysItsName) {
     HW_SYS_Init(nullptr);
     testing::internal::CaptureStderr();
-    EXPECT_EQ(HW_AUDIO_DeInit(), HW_ERR_NOT_INITED);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("HW_AUDIO_DeInit"));
+    EXPECT_EQ(HW_CAP_Close(1), HW_ERR_NOT_INITED);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("HW_CAP_Close"));
 }
 
 class VsetFolder : public test::SetTest {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Functions without a model.
-#include "hw3/hw_aout.h"
-#include "hw3/hw_audio.h"
 #include "hw3/hw_cap.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
@@ -13,24 +11,6 @@
 
 // One line each.
 // clang-format off
-
-// Audio
-HW_Result_t HW_AUDIO_Init(const HW_AUDIO_InitParams_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AUDIO_DeInit() { return vset::unmodelled(__func__); }
-
-// Audio output
-HW_Result_t HW_AOUT_Init(const HW_AOUT_InitParams_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_DeInit() { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_GetHandle(const HW_AOUT_HandleParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_Open(const HW_AOUT_OpenParams_t*, HW_Handle_t*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_Close(HW_Handle_t) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_SetAttr(HW_Handle_t, HW_U32, const void*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_GetAttr(HW_Handle_t, HW_U32, const void*, void*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_SetDelay(HW_Handle_t, HW_U32, HW_U32) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_GetDelay(HW_Handle_t, HW_U32, HW_U32*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_SetVolume(HW_Handle_t, HW_U32, HW_U8) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_GetVolume(HW_Handle_t, HW_U32, HW_U8*) { return vset::unmodelled(__func__); }
-HW_Result_t HW_AOUT_LoadAqParams(HW_Handle_t, const HW_AOUT_AqParams_t*) { return vset::unmodelled(__func__); }
 
 // External inputs
 HW_Result_t HW_EXTIN_DeInit() { return vset::unmodelled(__func__); }

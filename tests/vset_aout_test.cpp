@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: Apache-2.0
+// Audio outputs: initialisation, paths and their holders, attributes, levels, and all of it in words.
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
+#include <gmock/gmock.h>
+
+#include "hw3/hw_audio.h"
+#include "hw3/hw_sys.h"
+#include "support/refusals.h"
+#include "support/set_fixture.h"
+#include "vset/aout.h"
+
+namespace {
+
+using test::kUntouched;
+using ::testing::HasSubstr;
+
+HW_Result_t init() {
+    const HW_AOUT_InitParams_t stParams = {};
+    return HW_AOUT_Init(&stParams);
+}
+
+HW_Result_t find(HW_U32 u32Path, HW_Handle_t* phAout) {
+    const HW_AOUT_HandleParams_t stParams = {u32Path};
+    return HW_AOUT_GetHandle(&stParams, phAout);
+}
+
+HW_Result_t open(HW_U32 u32Path, HW_Handle_t* phAout, HW_U8 u8Last = 0) {
+    HW_AOUT_OpenParams_t stParams = {u32Path, 0, {}};
+    stParams.au8Reserved[26] = u8Last;
+    return HW_AOUT_Open(&stParams, phAout);
+}
+
+HW_Result_t load(HW_Handle_t hAout, const char* pszFile) {
+    const HW_AOUT_AqParams_t stFile = {test::u8(pszFile)};
+    return HW_AOUT_LoadAqParams(hAout, &stFile);
+}
+
+class VsetAout : public test::SetTest {
+protected:
+    void start() {
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        ASSERT_EQ(init(), HW_OK);
+        ASSERT_EQ(open(0, &_hMain), HW_OK);
+        ASSERT_EQ(open(5, &_hFive), HW_OK);
+    }
+
+    HW_Handle_t _hMain = HW_HANDLE_NONE, _hFive = HW_HANDLE_NONE;
+};
+
+TEST_F(VsetAout, IsInitialisedInOrder) {
+    HW_Handle_t hUntouched = kUntouched;
+    const HW_AUDIO_InitParams_t stAudio = {};
+    test::expectRefusals({
+        {"before the system", HW_ERR_NOT_INITED, init},
+        {"system", HW_OK, [] { return HW_SYS_Init(nullptr); }},
+        {"audio down before up", HW_ERR_NOT_INITED, HW_AUDIO_DeInit},
+        {"audio", HW_OK, [&] { return HW_AUDIO_Init(&stAudio); }},
+        {"outputs are no audio", HW_ERR_NOT_INITED, HW_AOUT_DeInit},
+        {"outputs", HW_OK, init},
+        {"audio down", HW_OK, HW_AUDIO_DeInit},
+        {"nothing is open", HW_ERR_FAILED, [&] { return find(0, &hUntouched); }},
+        {"no such path", HW_ERR_INVALID_PARAMETER, [&] { return open(9, &hUntouched); }},
+        {"reserved", HW_ERR_INVALID_PARAMETER, [&] { return open(0, &hUntouched, 1); }},
+        {"down", HW_OK, HW_AOUT_DeInit},
+        {"open too late", HW_ERR_NOT_INITED, [&] { return open(0, &hUntouched); }},
+    });
+    EXPECT_EQ(hUntouched, kUntouched);
+}
+
+TEST_F(VsetAout, PathsHaveHolders) {
+    start();
+    vset::aout::hold(8);
+    EXPECT_THROW(vset::aout::hold(9), vset::SetError) << "no path";
+    EXPECT_THROW(vset::aout::release(5), vset::SetError) << "not the player's";
+    HW_Handle_t hPlayer = 0, hFound = 0, hUntouched = kUntouched;
+    EXPECT_EQ(find(5, &hFound), HW_OK);
+    EXPECT_EQ(hFound, _hFive);
+    EXPECT_EQ(find(8, &hPlayer), HW_OK);
+    EXPECT_EQ(open(8, &hUntouched), HW_ERR_BUSY);
+    vset::aout::setBlocked(3, true);
+    EXPECT_EQ(open(3, &hUntouched), HW_ERR_FAILED);
+    EXPECT_THROW(vset::aout::hold(3), vset::SetError);
+    EXPECT_EQ(hUntouched, kUntouched);
+    EXPECT_THAT(vset::aout::describeAll(), HasSubstr("path 3: blocked\npath 5: open\npath 8: held by the player\n"));
+    vset::aout::setBlocked(3, false);
+    EXPECT_EQ(open(3, &hFound), HW_OK);
+
+    // What the player holds outlives the middleware's end; the library's handles do not.
+    EXPECT_EQ(HW_AOUT_DeInit(), HW_OK);
+    EXPECT_EQ(HW_AOUT_SetVolume(hPlayer, 8, 1), HW_OK);
+    EXPECT_EQ(HW_AOUT_Close(_hFive), HW_ERR_INVALID_HANDLE);
+    vset::aout::release(8);
+    EXPECT_EQ(HW_AOUT_Close(hPlayer), HW_ERR_INVALID_HANDLE);
+}
+
+TEST_F(VsetAout, RefusesWhatIsWrong) {
+    start();
+    const HW_AOUT_VolumeTable_t stNoData = {nullptr, test::u8("t")};
+    const HW_AOUT_BasicSound_t stBasic = {13, 1, 0, 1, {}};
+    const HW_AOUT_AdvSndParams_t stAdvanced = {50, {}};
+    std::vector<HW_U8> out(sizeof(HW_AOUT_AdvSndParams_t), 0xA5);
+    const auto set = [&](HW_U32 u32Attr, const void* pParam) {
+        return [=] { return HW_AOUT_SetAttr(_hFive, u32Attr, pParam); };
+    };
+    const auto get = [&](HW_U32 u32Attr, const void* pInput) {
+        return [=, &out] { return HW_AOUT_GetAttr(_hFive, u32Attr, pInput, out.data()); };
+    };
+    write("/data/empty", "");
+    test::expectRefusals({
+        {"handle before attribute", HW_ERR_INVALID_HANDLE, [] { return HW_AOUT_GetAttr(1, 4, nullptr, nullptr); }},
+        {"attribute before record", HW_ERR_NOT_SUPPORT, set(0x1003, nullptr)},
+        {"a table cannot be read", HW_ERR_NOT_SUPPORT, get(3, &stBasic)},
+        {"set without a record", HW_ERR_INVALID_PARAMETER, set(0x1000, nullptr)},
+        {"basic sound of which type", HW_ERR_INVALID_PARAMETER, get(0x1001, nullptr)},
+        {"no such basic sound to read", HW_ERR_INVALID_PARAMETER, get(0x1001, &stBasic)},
+        {"no such basic sound", HW_ERR_INVALID_PARAMETER, set(0x1001, &stBasic)},
+        {"no such advanced sound", HW_ERR_INVALID_PARAMETER, set(0x1002, &stAdvanced.u32Type)},
+        {"parameters of none such", HW_ERR_INVALID_PARAMETER, set(0x1004, &stAdvanced)},
+        {"table without data", HW_ERR_INVALID_PARAMETER, set(3, &stNoData)},
+        {"volume: handle first", HW_ERR_INVALID_HANDLE, [&] { return HW_AOUT_SetVolume(1, 9, 101); }},
+        {"volume of another path", HW_ERR_INVALID_PARAMETER, [&] { return HW_AOUT_SetVolume(_hFive, 0, 7); }},
+        {"volume above all", HW_ERR_INVALID_PARAMETER, [&] { return HW_AOUT_SetVolume(_hFive, 5, 101); }},
+        {"delay to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_AOUT_GetDelay(_hFive, 5, nullptr); }},
+        {"file: handle first", HW_ERR_INVALID_HANDLE, [&] { return load(1, nullptr); }},
+        {"no file name", HW_ERR_INVALID_PARAMETER, [&] { return load(_hFive, nullptr); }},
+        {"no file", HW_ERR_DATA_ERROR, [&] { return load(_hFive, "/data/none"); }},
+        {"empty file", HW_ERR_DATA_ERROR, [&] { return load(_hFive, "/data/empty"); }},
+        {"folder", HW_ERR_DATA_ERROR, [&] { return load(_hFive, "/data"); }},
+    });
+    EXPECT_THAT(out, ::testing::Each(0xA5));
+    EXPECT_EQ(vset::aout::describeAll(), "path 0: open\npath 5: open\nDTS bypass: off\nadvanced sound: none\n");
+}
+
+// Sets an attribute of `size` bytes, each another one, and reads it back, both at odd addresses.
+void expectRoundTrip(HW_Handle_t hSet, HW_Handle_t hGet, HW_U32 u32Attr, HW_U32 u32Type, std::size_t size) {
+    std::vector<HW_U8> record(size + 2, 0xA5), read(size + 2, 0xA5);
+    std::iota(record.begin() + 1, record.end() - 1, HW_U8{0x81});
+    std::memcpy(record.data() + 1, &u32Type, std::min(size, sizeof(u32Type)));
+    EXPECT_EQ(HW_AOUT_SetAttr(hSet, u32Attr, record.data() + 1), HW_OK);
+    EXPECT_EQ(HW_AOUT_GetAttr(hGet, u32Attr, record.data() + 1, read.data() + 1), HW_OK);
+    EXPECT_EQ(read, record) << u32Attr << " of type " << u32Type;
+}
+
+TEST_F(VsetAout, SoundIsTheChips) {
+    start();
+    for (HW_U32 u32Type = 0; u32Type < vset::aout::kBasicTypes; ++u32Type) {
+        HW_AOUT_BasicSound_t stSound = {kUntouched, 1, 1, 1, {}}, stBlank = {u32Type, 0, 0, 0, {}};
+        EXPECT_EQ(HW_AOUT_GetAttr(_hMain, E_HW_AOUT_ATTR_BASIC_SOUND, &u32Type, &stSound), HW_OK);
+        EXPECT_EQ(std::memcmp(&stSound, &stBlank, sizeof(stBlank)), 0) << "not set yet";
+        expectRoundTrip(_hMain, _hFive, E_HW_AOUT_ATTR_BASIC_SOUND, u32Type, sizeof(stSound));
+    }
+    for (const HW_U32 u32Type : {0u, 1u, 2u, 3u, 48u, 49u, 96u, 255u}) {
+        expectRoundTrip(_hFive, _hMain, E_HW_AOUT_ATTR_ADV_SND_TYPE, u32Type, sizeof(u32Type));
+        expectRoundTrip(_hFive, _hMain, E_HW_AOUT_ATTR_ADV_SND_PARAM, u32Type, sizeof(HW_AOUT_AdvSndParams_t));
+    }
+    expectRoundTrip(_hMain, _hFive, E_HW_AOUT_ATTR_DTS_BYPASS, 0x82, 1);
+    EXPECT_TRUE(vset::aout::sound().bDtsBypass);
+}
+
+TEST_F(VsetAout, LevelsAreThePaths) {
+    start();
+    const HW_U16 au16Data[] = {10, 300, 65535};
+    const HW_AOUT_VolumeTable_t stTable = {au16Data, test::u8("speaker")};
+    EXPECT_EQ(HW_AOUT_SetVolume(_hMain, 0, 100), HW_OK);
+    EXPECT_EQ(HW_AOUT_SetDelay(_hFive, 5, 250), HW_OK);
+    EXPECT_EQ(HW_AOUT_SetAttr(_hMain, E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable), HW_OK);
+    vset::aout::setVolumeTableLength(3);
+    EXPECT_EQ(HW_AOUT_SetAttr(_hFive, E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable), HW_OK);
+    write("/data/aq.bin", "q");
+    EXPECT_EQ(load(_hFive, "/data/aq.bin"), HW_OK);
+    HW_U8 u8Volume = 0;
+    HW_U32 u32Delay = 0;
+    EXPECT_EQ(HW_AOUT_GetVolume(_hMain, 0, &u8Volume), HW_OK);
+    EXPECT_EQ(HW_AOUT_GetDelay(_hFive, 5, &u32Delay), HW_OK);
+    EXPECT_EQ(u8Volume, 100);
+    EXPECT_EQ(u32Delay, 250u);
+    EXPECT_EQ(vset::aout::describeAll(),
+              "path 0: open, volume 100, volume table \"speaker\": 10\n"
+              "path 5: open, delay 250 ms, volume table \"speaker\": 10 300 65535\n"
+              "DTS bypass: off\nadvanced sound: none\naudio-quality parameters: /data/aq.bin\n");
+    vset::powerCycle();
+    EXPECT_EQ(vset::aout::describeAll(), "DTS bypass: off\nadvanced sound: none\n");
+}
+
+// With ones at some positions of the parameters.
+std::string advanced(HW_U32 u32Type, const std::vector<std::size_t>& ones) {
+    HW_AOUT_AdvSndParams_t stParams = {u32Type, {}};
+    for (const std::size_t position : ones) {
+        stParams.attr.au8Raw[position] = 1;
+    }
+    return vset::aout::describe(stParams);
+}
+
+// With 1, 2, ... in the slots.
+std::string basic(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) {
+    HW_AOUT_BasicSound_t stSound = {u32Type, u8Enable, 0, u16Value, {}};
+    std::iota(stSound.band.au16Band, stSound.band.au16Band + HW_AOUT_BASIC_SND_SLOTS, HW_U16{1});
+    return vset::aout::describe(stSound);
+}
+
+TEST(VsetAoutWords, TellRecords) {
+    EXPECT_EQ(advanced(1, {16, 36}), "SRS Theater: cc3d on, common max on, rest off");
+    EXPECT_EQ(advanced(1, {0, 15, 23, 31, 37}), "SRS Theater: all off");
+    EXPECT_EQ(advanced(2, {0, 1, 2, 3}), "SRS Pure Sound: all on");
+    EXPECT_EQ(advanced(3, {1, 6}), "DTS Virtual X: tbhdx on, 6 on, rest off");
+    EXPECT_EQ(advanced(49, {1}), "Dolby DAP: atmos on, rest off");
+    EXPECT_EQ(advanced(49, {5, 1599}), "Dolby DAP: pre-gain 256, full parameter record");
+    EXPECT_EQ(advanced(96, {}), "DBX: sonic on, volume normal, surround on");
+    EXPECT_EQ(advanced(96, {0, 4, 8}), "DBX: sonic off, volume night, surround off");
+    EXPECT_EQ(basic(4, 0, 12), "bass off: 12");
+    EXPECT_EQ(basic(1, 1, 0), "EQ on, 0 bands");
+    EXPECT_EQ(basic(1, 1, 1), "EQ on, 1 band: level 1");
+    EXPECT_EQ(basic(1, 1, 65535), "EQ on, 65535 bands (of 8): level 1 2 3 4 5 6 7 8");
+    EXPECT_EQ(basic(2, 1, 6), "PEQ on, 6 bands (of 5): gain 1 2 3 4 5, frequency 6 7 8 9 10, Q 11 12 13 14 15");
+}
+
+}  // namespace
