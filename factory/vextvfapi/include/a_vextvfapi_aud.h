@@ -6,10 +6,11 @@
 #include "fapi_core.h"
 
 // Operations of this module must not overlap. Every one that talks to the chip gets hold of all nine output paths
-// first, opening those that nobody has open, and closes what it has opened after a success. After a failure of the
-// chip, or of an argument that is looked at only then, the paths stay open until the next success. Statuses are 0 and
-// -1 unless an operation says otherwise; -1 also means that the main path cannot be had, or that a path could not be
-// closed.
+// first, opening those that nobody has open, and closes them after a success: those that it has opened, and also one
+// that somebody else has opened if this module ever had opened that path itself. After a failure of the chip, or of an
+// argument that is looked at only then, the paths stay open until the next success. Statuses are 0 and -1 unless an
+// operation says otherwise; -1 also means that the main path cannot be had, for the volume of a path that this path
+// cannot, or that a path could not be closed: what an operation stores has been stored then.
 
 // --- Start-up --------------------------------------------------------------------------------------------------------
 
@@ -22,7 +23,7 @@ FAPI_API int a_vextvfapi_aud_deinit();
 // Gets hold of the output paths, which every operation does itself. Returns 0, also when paths cannot be had.
 FAPI_API int a_vextvfapi_aud_open();
 
-// Closes the paths that this module has opened. 0, or -1 at the first that cannot be closed.
+// Closes the open paths that this module has ever opened. 0, or -1 at the first that cannot be closed.
 FAPI_API int a_vextvfapi_aud_close();
 
 // --- Advanced sound --------------------------------------------------------------------------------------------------
@@ -34,7 +35,8 @@ FAPI_API int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType);
 
 // Switches one part of the effect on (`pEnable` not 0) or off, and all its other parts off: 1 has parts 0 to 4, 2 has 5
 // to 16, 3 has 0 to 3, 6 has 0 and 1, 7 has 0 to 6; for 4 the number 0 to 11 chooses a combination of its three modes,
-// and `pEnable` means nothing. An effect or part that there is not changes nothing, and is a success.
+// and `pEnable` means nothing. A part that there is not, also any of effects 0 and 5, changes nothing and is a success;
+// -1 for effects above 7.
 FAPI_API int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIndex, unsigned char* pEnable);
 
 // Sends the parameters of effect 4 (all its modes on) or 6 (what a_vextvfapi_aud_adv_snd_set_dolby_dap_param was

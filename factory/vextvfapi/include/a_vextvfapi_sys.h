@@ -108,8 +108,8 @@ FAPI_API int a_vextvfapi_sys_sync_fs();
 
 // Writes the `length` bytes of `data` to, or reads them from, the eMMC partition of the name `partition`, from byte
 // `shift` on. What lies beyond the end of the partition is refused by the middleware; a length of 0 is not.
-// 0; -1 when the flash cannot be had or refuses, `data` is untouched by a failed read then; -2 for null; -4 when there
-// is no memory for a copy of the data.
+// 0; -1 when the flash cannot be had or refuses, with `data` untouched by a failed read, and when it cannot be closed
+// after a transfer that was made; -2 for null; -4 when there is no memory for a copy of the data.
 FAPI_API int a_vextvfapi_sys_write_emmc(unsigned char* partition, unsigned int shift, unsigned int length,
                                         unsigned char* data);
 FAPI_API int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int shift, unsigned int length,
@@ -121,7 +121,8 @@ FAPI_API int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int sh
 // also acknowledges that the watchdog was the reason of the last reboot. 0, or -1 when the middleware refuses.
 FAPI_API int a_vextvfapi_sys_set_wdt(unsigned char enable);
 
-// 1 when the watchdog runs and was not stopped by this library last, else 0, also when it cannot be asked.
+// 1 when the watchdog runs and this library has not been told to stop it since it was told to start it, also when the
+// middleware refused that; else 0, also when it cannot be asked.
 FAPI_API int a_vextvfapi_sys_get_wdt_status();
 
 // --- Services of the chip --------------------------------------------------------------------------------------------
