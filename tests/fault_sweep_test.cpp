@@ -27,6 +27,8 @@ struct Sample {
     void (*after)() = nullptr;
     // Has a thread, which the user-mode emulator of another processor may not survive.
     bool bThread = false;
+    // The family whose handles a failure leaves open on purpose: the next success closes them.
+    const char* pszFailureLeavesOpen = "";
 };
 
 void startFactoryUart() {
@@ -118,7 +120,7 @@ const Sample kSamples[] = {
     {"a_vextvfapi_sys_upgrade_fw", {"0", "/data/file"}},
     {"a_vextvfapi_sys_read_reg", {"1", "2"}},
     {"a_vextvfapi_sys_write_reg", {"1", "2", "3"}},
-    {"a_vextvfapi_sys_get_rtc_time", {}},
+    {"a_vextvfapi_sys_get_rtc_time", {}, "", nullptr, nullptr, false, "HW_PM"},
     {"a_vextvfapi_net_init", {}},
     {"a_vextvfapi_net_deinit", {}},
     {"a_vextvfapi_net_open", {"eth0"}, "HW_NET", bringNetUp},
@@ -207,7 +209,13 @@ protected:
         std::size_t handles;
         int s32Descriptors;
     };
-    Left left() { return {vset::openHandles().size(), test::openDescriptors()}; }
+    static Left left(const std::string& strExceptFamily = "") {
+        const std::vector<vset::OpenHandle> handles = vset::openHandles();
+        const auto counts = std::count_if(handles.begin(), handles.end(), [&](const vset::OpenHandle& stHandle) {
+            return stHandle.strFamily != strExceptFamily;
+        });
+        return {static_cast<std::size_t>(counts), test::openDescriptors()};
+    }
 
     // What the operation leaves behind, run from the prepared state with a fault.
     void runWith(const Sample& stSample, const tool::Operation& operation, const vset::Fault& stFault, Left stClean) {
@@ -227,7 +235,7 @@ protected:
         EXPECT_LE(left().s32Descriptors, stBefore.s32Descriptors + stClean.s32Descriptors);
         const bool bCloseRefused = stFault.strCall.find("_Close") != std::string::npos;
         if (!bCloseRefused) {
-            EXPECT_LE(left().handles, stBefore.handles + stClean.handles);
+            EXPECT_LE(left(stSample.pszFailureLeavesOpen).handles, stBefore.handles + stClean.handles);
         }
         finish(stSample);
     }

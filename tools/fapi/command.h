@@ -22,11 +22,14 @@ struct Hand {
     void (*run)(Call& call);  // throws vset::SetError
     // Acts on the process that has the set, so it means nothing as a command of its own on the command line.
     bool sessionOnly = false;
+    // When it does what it is for, the process that has the set ends: there is nobody to answer anything.
+    bool endsProcess = false;
 };
 
 const std::vector<Hand>& hands();
 // The parts of them.
 std::vector<Hand> boardHands();   // keypad, ADC channels, pads, I2C
+std::vector<Hand> chipHands();    // watchdog, clocks, firmware, registers, network
 std::vector<Hand> hdmiHands();    // HDMI, CEC, PWM, factory daemon
 std::vector<Hand> serialHands();  // serial ports, pipe, LEDs
 const Hand* findHand(std::string_view name);
@@ -41,6 +44,8 @@ public:
     static Command parse(const Words& words);
 
     bool isPowerCycle() const { return _powerCycle; }
+    // A power cycle, or a hand that waits for one.
+    bool endsProcess() const { return _powerCycle || (_hand != nullptr && _hand->endsProcess); }
     // Null for a hand.
     const Operation* operation() const { return _operation; }
     const Hand* hand() const { return _hand; }

@@ -5,6 +5,7 @@
 
 #include "command.h"
 #include "shell.h"
+#include "vset/flash.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -51,10 +52,22 @@ std::vector<std::string> setPaths(const std::string& start) {
     return paths;
 }
 
+std::vector<std::string> partitionNames() {
+    std::vector<std::string> names;
+    if (!vset::folder().empty()) {
+        for (const auto& [name, size] : vset::flash::partitions()) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
 std::vector<std::string> argumentValues(const Argument& argument, const std::string& start) {
     switch (argument.kind) {
         case Kind::path:
             return setPaths(start);
+        case Kind::partition:
+            return partitionNames();
         case Kind::flag:
             return {"off", "on"};
         case Kind::choice: {

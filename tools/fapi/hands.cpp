@@ -154,7 +154,7 @@ std::vector<Hand> setHands() {
 const std::vector<Hand>& hands() {
     static const std::vector<Hand> all = [] {
         std::vector<Hand> rows;
-        for (std::vector<Hand> some : {setHands(), boardHands(), hdmiHands(), serialHands()}) {
+        for (std::vector<Hand> some : {setHands(), boardHands(), chipHands(), hdmiHands(), serialHands()}) {
             std::move(some.begin(), some.end(), std::back_inserter(rows));
         }
         return rows;

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "output.h"
+#include "partition_commands.h"
 #include "plan.h"
 #include "shell.h"
 #include "vset/vset.h"
@@ -82,6 +83,7 @@ public:
         _app.add_flag("--damaged", _options.session.damaged, "Go on with a damaged set");
         addOperations();
         addSet();
+        addPartition();
         addWatch();
         addPlans();
     }
@@ -202,6 +204,28 @@ private:
         }
     }
 
+    void addPartition() {
+        CLI::App* partition = _app.add_subcommand("partition", "Read and write raw eMMC partitions");
+        partition->require_subcommand(1);
+        CLI::App* read = addTransfer(partition, "read", "Read a partition into a file", readPartition);
+        read->add_option("--length", _partition.length, "How many bytes; all up to the partition's end when left out")
+            ->type_name("N")
+            ->check(numberUpTo(0xFFFFFFFFll));
+        addTransfer(partition, "write", "Write a file to a partition", writePartition);
+    }
+
+    CLI::App* addTransfer(CLI::App* partition, const char* name, const char* help,
+                          int (*action)(const GlobalOptions&, const PartitionOptions&)) {
+        CLI::App* command = partition->add_subcommand(name, help);
+        command->add_option("NAME", _partition.partition, "The partition; \"fapi set show\" tells all")->required();
+        command->add_option("FILE", _partition.file, "The file of this PC")->required()->check(notEmpty());
+        command->add_option("--offset", _partition.offset, "The first byte in the partition")
+            ->type_name("N")
+            ->check(numberUpTo(0xFFFFFFFFll));
+        command->callback([this, action] { _action = [this, action] { return action(_options, _partition); }; });
+        return command;
+    }
+
     void addWatch() {
         CLI::App* watching = _app.add_subcommand("watch", "Show events as they come");
         watching->add_option("--event", _watch.events, "Only events of this number; may be given again")
@@ -252,6 +276,7 @@ private:
     Words _words;
     bool _noInit = false;
     std::string _output;
+    PartitionOptions _partition;
     WatchOptions _watch;
     RunOptions _run;
 };

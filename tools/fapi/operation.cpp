@@ -17,8 +17,9 @@ constexpr std::string_view kPrefix = "a_vextvfapi_";
 
 std::vector<Operation> allOperations() {
     std::vector<Operation> all;
-    for (std::vector<Operation> some : {commonOperations(), eventOperations(), hdmiOperations(), iicAndGpioOperations(),
-                                        infoOperations(), keypadOperations(), prphrlOperations(), sysOperations()}) {
+    for (std::vector<Operation> some : {chipOperations(), commonOperations(), eventOperations(), hdmiOperations(),
+                                        iicAndGpioOperations(), infoOperations(), keypadOperations(), netOperations(),
+                                        prphrlOperations(), storageOperations(), sysOperations()}) {
         std::move(some.begin(), some.end(), std::back_inserter(all));
     }
     std::sort(all.begin(), all.end(), [](const Operation& left, const Operation& right) {
@@ -60,6 +61,8 @@ std::string expectation(const Argument& argument) {
             return argument.max != 0 ? "a text of at most " + std::to_string(argument.max) + " characters" : "a text";
         case Kind::path:
             return "a path";
+        case Kind::partition:
+            return "the name of a partition";
         case Kind::bytes:
             return argument.max != 0 ? "bytes (text:..., hex:..., repeat:N:..., file:...), " + rangeText(argument)
                                      : "bytes (text:..., hex:..., repeat:N:..., file:...)";
@@ -113,7 +116,8 @@ Value parseArgument(const Argument& argument, const std::string& word) {
         case Kind::choice:
             return parseChoice(argument, word);
         case Kind::text:
-        case Kind::path: {
+        case Kind::path:
+        case Kind::partition: {
             const Bytes bytes = word.rfind("repeat:", 0) == 0 ? parseBytes(word) : Bytes(word.begin(), word.end());
             std::string text(bytes.begin(), bytes.end());
             if (text.find('\0') != std::string::npos ||
@@ -155,6 +159,12 @@ Bytes Call::buffer(std::size_t size, unsigned char fill) {
 Bytes Call::exactBytes(std::size_t index) const {
     Bytes copy = buffer(bytes(index).size());
     std::copy(bytes(index).begin(), bytes(index).end(), copy.begin());
+    return copy;
+}
+
+Bytes Call::writableText(std::size_t index) const {
+    Bytes copy = buffer(text(index).size() + 1);
+    std::copy(text(index).begin(), text(index).end(), copy.begin());
     return copy;
 }
 

@@ -13,12 +13,13 @@
 namespace tool {
 
 enum class Kind {
-    number,  // range [min, max]
-    flag,    // 0, 1, on, off, true, false, yes, no
-    choice,  // one of the named values or its number; any number of [min, max] too when max is not 0
-    text,    // at most max characters when max is not 0
-    path,    // as text; completion offers paths of the set
-    bytes    // as parseBytes takes them; between min and max bytes
+    number,     // range [min, max]
+    flag,       // 0, 1, on, off, true, false, yes, no
+    choice,     // one of the named values or its number; any number of [min, max] too when max is not 0
+    text,       // at most max characters when max is not 0
+    path,       // as text; completion offers paths of the set
+    partition,  // as text; completion offers the set's eMMC partitions
+    bytes       // as parseBytes takes them; between min and max bytes
 };
 
 struct Choice {
@@ -87,6 +88,8 @@ public:
     static Bytes buffer(std::size_t size, unsigned char fill = 0);
     // The bytes of an argument in such a buffer.
     Bytes exactBytes(std::size_t index) const;
+    // The text with its terminator in such a buffer, for operations that do not take it as constant.
+    Bytes writableText(std::size_t index) const;
     // The bytes of a buffer up to its first NUL, as text.
     void outText(const char* name, const Bytes& buffer);
 
@@ -143,13 +146,16 @@ std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vec
 bool isGood(Result result, long long status);
 
 // The rows of one module or subject, each in the source file of its name; operations() puts them together.
+std::vector<Operation> chipOperations();
 std::vector<Operation> commonOperations();
 std::vector<Operation> eventOperations();  // the event trio of all modules
 std::vector<Operation> hdmiOperations();
 std::vector<Operation> iicAndGpioOperations();
 std::vector<Operation> infoOperations();
 std::vector<Operation> keypadOperations();
+std::vector<Operation> netOperations();
 std::vector<Operation> prphrlOperations();
+std::vector<Operation> storageOperations();
 std::vector<Operation> sysOperations();
 
 }  // namespace tool

@@ -17,6 +17,7 @@ namespace {
 
 // What a text of the console may be cut to; programs get everything.
 constexpr std::size_t kShown = 4096;
+constexpr std::size_t kDumpLines = 64;
 
 const char* kindName(Kind kind) {
     switch (kind) {
@@ -30,6 +31,8 @@ const char* kindName(Kind kind) {
             return "text";
         case Kind::path:
             return "path";
+        case Kind::partition:
+            return "partition";
         case Kind::bytes:
             return "bytes";
     }
@@ -61,6 +64,29 @@ std::string printableLines(std::string text) {
     std::replace_if(text.begin(), text.end(), isObeyed, '?');
     text.erase(text.find_last_not_of('\n') + 1);
     return text;
+}
+
+// Bytes that do not fit a line.
+std::string displayDump(const Command& command, const Bytes& bytes) {
+    std::string text = " " + std::to_string(bytes.size()) + " bytes" + hexDump(bytes, kDumpLines);
+    const std::size_t shown = kDumpLines * kDumpWidth;
+    if (bytes.size() > shown) {
+        const bool hasOutput = command.hand() == nullptr || !command.hand()->sessionOnly;
+        text += "\n... and " + std::to_string(bytes.size() - shown) + " more bytes; " +
+                (hasOutput ? "--output FILE takes them all" : "--json shows them all");
+    }
+    return text;
+}
+
+std::string displayOutput(const Command& command, const Value& value) {
+    const auto* bytes = std::get_if<Bytes>(&value);
+    if (bytes != nullptr && bytes->size() > kDumpWidth) {
+        return displayDump(command, *bytes);
+    }
+    const auto* text = std::get_if<std::string>(&value);
+    const std::size_t last = text != nullptr ? text->find_last_not_of('\n') : std::string::npos;
+    const bool severalLines = last != std::string::npos && text->find('\n') < last;
+    return severalLines ? "\n" + printableLines(*text) : " " + display(value, kShown);
 }
 
 }  // namespace
@@ -139,10 +165,7 @@ std::string jsonLine(const Json& json) {
 std::string displayOutcome(const Command& command, const Outcome& outcome) {
     std::string text = nameOf(command) + ": " + std::to_string(outcome.status) + " (" + command.word(outcome) + ")";
     for (const auto& [name, value] : outcome.outputs) {
-        const auto* lines = std::get_if<std::string>(&value);
-        const bool several = lines != nullptr && lines->find('\n') < lines->find_last_not_of('\n') &&
-                             lines->find_last_not_of('\n') != std::string::npos;
-        text += "\n  " + name + ":" + (several ? "\n" + printableLines(*lines) : " " + display(value, kShown));
+        text += "\n  " + name + ":" + displayOutput(command, value);
     }
     return text;
 }

@@ -21,7 +21,8 @@ Json toJson(const Operation& operation);
 // One line; bytes that are no UTF-8 are replaced.
 std::string jsonLine(const Json& json);
 
-// "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines below the output's name.
+// "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines, and bytes that do not fit one,
+// below the output's name.
 std::string displayOutcome(const Command& command, const Outcome& outcome);
 
 // All that print do so to dataOutput().

@@ -152,6 +152,7 @@ private:
 
     void addCommand(const Words& words) {
         _outputs.reset();
+        _reboot.clear();
         if (_plan.steps.empty() || (_teardown && !_plan.steps.back().teardown)) {
             throw UsageError(display(words[0], 40) + " stands before the first step");
         }
@@ -164,7 +165,9 @@ private:
             usesVariables = useVariables(word) || usesVariables;
         }
         const Command command = usesVariables ? commandWithAnyValues(words) : Command::parse(words);
-        if (!command.isPowerCycle()) {
+        if (command.endsProcess()) {
+            _reboot = command.isPowerCycle() ? "a power cycle" : "a reboot";
+        } else {
             _outputs = command.outputNames();
         }
         if (!usesVariables) {
@@ -195,8 +198,8 @@ private:
             throw UsageError(word + " stands behind no operation");
         }
         PlanLine& line = _plan.steps.back().lines.back();
-        if (line.command && line.command->isPowerCycle()) {
-            throw UsageError(word + " stands behind a power cycle, which answers nothing");
+        if (!_reboot.empty()) {
+            throw UsageError(word + " stands behind " + _reboot + ", which answers nothing");
         }
         return line;
     }
@@ -284,6 +287,7 @@ private:
     bool _stopOnFailure = true;
     // Of the last line, as far as they are known.
     std::optional<std::vector<std::string>> _outputs;
+    std::string _reboot;  // what it is, when nothing can come of it
     std::set<std::string> _kept;
 };
 

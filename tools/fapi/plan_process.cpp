@@ -10,6 +10,7 @@
 #include "plan_event.h"
 #include "plan_record.h"
 #include "vset/vset.h"
+#include "vset/wdt.h"
 
 namespace tool {
 
@@ -17,6 +18,11 @@ namespace {
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// At once, as when the power is cut. The library's log is all that this process prints, and it is flushed line by line.
+[[noreturn]] void reboot() {
+    _exit(kExitReboot);
 }
 
 class PlanProcess {
@@ -88,9 +94,8 @@ private:
         while (_position.line < step.lines.size() && !isBad(_position.judgement.verdict)) {
             const PlanLine& line = step.lines[_position.line++];
             if (line.command && line.command->isPowerCycle()) {
-                send(RecordKind::powerCycle);
-                std::fflush(nullptr);
-                raise(SIGKILL);
+                send(RecordKind::reboot);
+                reboot();
             }
             runLine(line);
         }
@@ -106,6 +111,10 @@ private:
                 made = commandOf(line);
             }
             const Command& command = line.command ? *line.command : *made;
+            if (command.endsProcess()) {
+                // The record of the line, should it come to one, takes this back.
+                send(RecordKind::reboot);
+            }
             const Clock::time_point start = Clock::now();
             const Outcome outcome = command.run();
             if (_details) {
@@ -222,6 +231,7 @@ private:
 bool attachSet(const SessionOptions& session, PlanProcess& process) {
     try {
         openSession(session);
+        vset::wdt::onReboot(reboot);
         listenToAllModules(true);
         return true;
     } catch (const std::exception& error) {

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include "plan_report.h"
+#include "terminal.h"
 
 namespace tool {
 
@@ -16,7 +14,7 @@ namespace {
 constexpr std::size_t kWholeTable = 200;
 constexpr std::size_t kWidestName = 60;
 // Of the rewritten line, beside the step's name.
-constexpr std::size_t kRest = 40;
+constexpr std::size_t kRest = kNarrow;
 
 const char* colour(Verdict verdict) {
     return verdict == Verdict::passed                               ? "\033[32m"
@@ -52,25 +50,9 @@ std::string padded(const std::string& text, std::size_t columns) {
     return text + std::string(columns - std::min(columns, columnsOf(text)), ' ');
 }
 
-std::size_t terminalColumns() {
-    winsize size = {};
-    return ioctl(fileno(dataOutput()), TIOCGWINSZ, &size) == 0 && size.ws_col > kRest ? size.ws_col : 80;
-}
-
-void eraseLine() {
-    std::fputs("\r\033[K", dataOutput());
-}
-
 }  // namespace
 
-std::string printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return text;
-}
-
-Progress::Progress(const Plan& plan, bool json)
-    : _plan(plan), _json(json), _terminal(!json && isatty(fileno(dataOutput())) != 0) {
+Progress::Progress(const Plan& plan, bool json) : _plan(plan), _json(json), _terminal(!json && isTerminal()) {
     if (!_json) {
         std::fprintf(dataOutput(), "%s\n", printable(plan.name).c_str());
     }

@@ -21,13 +21,16 @@ struct Position {
 };
 
 enum class RecordKind {
-    start,       // an attempt at a step begins
-    command,     // a line has run
-    end,         // an attempt has ended
-    powerCycle,  // the process is about to be killed; `position` is where to go on
-    done,        // the plan is at its end
-    refused      // the set cannot be had
+    start,    // an attempt at a step begins
+    command,  // a line has run
+    end,      // an attempt has ended
+    reboot,   // the process ends with kExitReboot, or waits for that; `position` is where to go on
+    done,     // the plan is at its end
+    refused   // the set cannot be had
 };
+
+// Exit code of the process that runs a plan when its set is switched off and on, by the plan or by the watchdog.
+constexpr int kExitReboot = 100;
 
 struct Record {
     RecordKind kind = RecordKind::done;

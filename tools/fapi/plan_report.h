@@ -37,9 +37,6 @@ struct PlanResult {
     bool isGood() const;
 };
 
-// Without the characters that would do something to the terminal.
-std::string printable(std::string text);
-
 // Follows a run: a line that is rewritten while a step runs on a terminal, a plain line a step elsewhere.
 class Progress {
 public:

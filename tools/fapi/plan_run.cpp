@@ -7,7 +7,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,39 +27,11 @@ std::string signalName(int number) {
     return "SIG" + name + " (" + strsignal(number) + ")";
 }
 
+bool isReboot(int status) {
+    return WIFEXITED(status) && WEXITSTATUS(status) == kExitReboot;
+}
+
 }  // namespace
-
-Interrupts::Interrupts() {
-    sigset_t wanted;
-    sigemptyset(&wanted);
-    sigaddset(&wanted, SIGINT);
-    sigaddset(&wanted, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &wanted, &_before);
-    _descriptor = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
-    if (_descriptor < 0) {
-        failWith("signalfd");
-    }
-}
-
-Interrupts::~Interrupts() {
-    // What came too late to end anything is not to end what follows.
-    take();
-    close(_descriptor);
-    giveBack();
-}
-
-bool Interrupts::take() {
-    const unsigned int before = _count;
-    signalfd_siginfo info;
-    while (read(_descriptor, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
-        ++_count;
-    }
-    return _count != before;
-}
-
-void Interrupts::giveBack() const {
-    pthread_sigmask(SIG_SETMASK, &_before, nullptr);
-}
 
 PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, bool details, Progress& progress,
                  Interrupts& interrupts)
@@ -100,14 +71,14 @@ void PlanRun::runProcess() {
     }
     close(ends[1]);
     _unread.clear();
-    _heard = _powerCycle = _stepInterrupted = false;
+    _heard = _rebootDue = _stepInterrupted = false;
     watch(ends[0], child);
     close(ends[0]);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    // A power cycle that was announced is what was to happen, and the next process goes on.
-    if (!_over && (!_powerCycle || _stepInterrupted)) {
+    // A reboot that was announced is what was to happen, and the next process goes on.
+    if (!_over && (!_rebootDue || !isReboot(status) || _stepInterrupted)) {
         afterDeath(status);
     }
 }
@@ -179,6 +150,7 @@ void PlanRun::take(Record record) {
         return;
     }
     _heard = true;
+    _rebootDue = record.kind == RecordKind::reboot;
     _position = record.position;
     switch (record.kind) {
         case RecordKind::start:
@@ -198,8 +170,7 @@ void PlanRun::take(Record record) {
         case RecordKind::end:
             takeEnd(record);
             break;
-        case RecordKind::powerCycle:
-            _powerCycle = true;
+        case RecordKind::reboot:
             break;
         case RecordKind::done:
             _over = true;
@@ -250,8 +221,10 @@ void PlanRun::afterDeath(int status) {
 }
 
 std::string PlanRun::deathText(int status) const {
-    std::string text = WIFSIGNALED(status) ? "the process died of " + signalName(WTERMSIG(status))
-                                           : "the process ended with exit code " + std::to_string(WEXITSTATUS(status));
+    std::string text = isReboot(status) ? "the watchdog has rebooted the set"
+                       : WIFSIGNALED(status)
+                           ? "the process died of " + signalName(WTERMSIG(status))
+                           : "the process ended with exit code " + std::to_string(WEXITSTATUS(status));
     const std::vector<PlanLine>& lines = _plan.steps[_inAttempt ? _position.step : 0].lines;
     if (_inAttempt && _position.line < lines.size()) {
         text = "line " + std::to_string(lines[_position.line].line) + ": " + lines[_position.line].text() + ": " + text;

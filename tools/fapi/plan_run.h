@@ -3,35 +3,12 @@
 #ifndef FAPI_TOOL_PLAN_RUN_H
 #define FAPI_TOOL_PLAN_RUN_H
 
-#include <csignal>
-
 #include <sys/types.h>
 
+#include "interrupts.h"
 #include "plan_report.h"
 
 namespace tool {
-
-// Ctrl-C and SIGTERM, from the making of this on: kept from ending the process, and counted.
-class Interrupts {
-public:
-    Interrupts();
-    ~Interrupts();
-    Interrupts(const Interrupts&) = delete;
-    Interrupts& operator=(const Interrupts&) = delete;
-
-    // Readable when there are new ones.
-    int descriptor() const { return _descriptor; }
-    // Counts the new ones; true when there were any.
-    bool take();
-    unsigned int count() const { return _count; }
-    // In a process of its own: signals act as before.
-    void giveBack() const;
-
-private:
-    sigset_t _before;
-    int _descriptor = -1;
-    unsigned int _count = 0;
-};
 
 // Runs the plan in a process after the other until the last step is done, whatever becomes of them.
 class PlanRun {
@@ -71,7 +48,7 @@ private:
     bool _inStep = false;           // a step has begun and not ended ...
     bool _inAttempt = false;        // ... and is not waiting for its next attempt
     bool _heard = false;            // from the present process
-    bool _powerCycle = false;       // the present process has announced it
+    bool _rebootDue = false;        // the present process has announced it
     bool _stepInterrupted = false;  // the present process was killed for Ctrl-C
     bool _over = false;
     std::string _refusal;  // why nothing was called

@@ -6,6 +6,7 @@
 
 #include "plan_report.h"
 #include "plan_run.h"
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {

@@ -46,6 +46,7 @@ std::string anyWord(const Argument& argument) {
             return argument.choices.empty() ? "0" : argument.choices.front().name;
         case Kind::text:
         case Kind::path:
+        case Kind::partition:
             return "x";
         case Kind::bytes:
             return "repeat:" + std::to_string(std::max(argument.min, 1ll)) + ":x";

@@ -10,6 +10,7 @@
 
 #include "command.h"
 #include "vset/vset.h"
+#include "vset/wdt.h"
 
 namespace tool {
 
@@ -37,7 +38,9 @@ void separateOutputs() {
 }
 
 void joinOutputs() {
-    std::fflush(nullptr);
+    // Not all streams: another thread may be waiting for input, and has that one locked.
+    std::fflush(stdout);
+    std::fflush(dataOutput());
     dup2(fileno(dataOutput()), STDOUT_FILENO);
 }
 
@@ -61,6 +64,7 @@ void openSession(const SessionOptions& options) {
             throw vset::SetError(folder + ": is damaged (--damaged goes on all the same)");
         }
     }
+    vset::wdt::onReboot(endWithSet);
     vset::attach(folder);
     if (options.log) {
         const Outcome outcome = Command::parse({"set", "log", "on"}).run();
@@ -68,6 +72,13 @@ void openSession(const SessionOptions& options) {
             throw vset::SetError(std::get<std::string>(*outcome.find("error")));
         }
     }
+}
+
+void endWithSet() {
+    std::fputs("fapi: the watchdog has rebooted the set\n", stderr);
+    std::fflush(dataOutput());
+    // Not exit(): other threads go on meanwhile.
+    _exit(kExitFailed);
 }
 
 void bringUpFor(const Operation* operation) {

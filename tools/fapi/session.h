@@ -39,9 +39,12 @@ bool isOutputWritten();
 // The folder that the options mean.
 std::string setFolder(const SessionOptions& options);
 
-// Attaches the set. Throws vset::SetError; damage is printed to standard error, one line each, and then thrown unless
-// the options allow it.
+// Attaches the set; this process ends, as one on a real set does, when the watchdog reboots it. Throws vset::SetError;
+// damage is printed to standard error, one line each, and then thrown unless the options allow it.
 void openSession(const SessionOptions& options);
+
+// What openSession() makes of a reboot by the watchdog: says so, and ends the process.
+[[noreturn]] void endWithSet();
 
 // Calls a_vextvfapi_sys_init, and the init of the operation's module where there is one, unless this process has done
 // so already or the operation, about to be called, is one of them. Null: the system module alone.

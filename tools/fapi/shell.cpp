@@ -3,6 +3,8 @@
 #include "shell.h"
 
 #include <algorithm>
+#include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -11,11 +13,13 @@
 #include <thread>
 
 #include <histedit.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "event_log.h"
 #include "output.h"
 #include "vset/vset.h"
+#include "vset/wdt.h"
 
 namespace tool {
 
@@ -68,6 +72,8 @@ public:
     virtual ~LineSource() = default;
     virtual bool read(std::string& line) = 0;
     virtual bool isInteractive() const = 0;
+    // Puts the terminal back as it was before: another program goes on with it. Any thread.
+    virtual void leaveTerminal() const {}
 };
 
 // Takes no byte more than its line: what comes behind a power cycle belongs to the program that goes on.
@@ -89,7 +95,11 @@ public:
 
 class EditedLines : public LineSource {
 public:
-    EditedLines() : _editLine(el_init("fapi", stdin, stderr, stderr)), _history(history_init()), _file(historyFile()) {
+    EditedLines()
+        : _terminal(terminalState()),
+          _editLine(el_init("fapi", stdin, stderr, stderr)),
+          _history(history_init()),
+          _file(historyFile()) {
         history(_history, &_event, H_SETSIZE, 1000);
         history(_history, &_event, H_SETUNIQUE, 1);
         const vset::HostPaths hostPaths;
@@ -132,8 +142,16 @@ public:
         return true;
     }
     bool isInteractive() const override { return true; }
+    void leaveTerminal() const override { tcsetattr(STDIN_FILENO, TCSADRAIN, &_terminal); }
 
 private:
+    static termios terminalState() {
+        termios state = {};
+        tcgetattr(STDIN_FILENO, &state);
+        return state;
+    }
+
+    const termios _terminal;
     EditLine* _editLine;
     History* _history;
     HistEvent _event = {};
@@ -149,9 +167,12 @@ public:
         } else {
             _lines = std::make_unique<PipedLines>();
         }
+        pthread_sigmask(SIG_SETMASK, nullptr, &_signals);
+        vset::wdt::onReboot([this] { restart("the watchdog has rebooted the set"); });
     }
 
     ~Shell() {
+        vset::wdt::onReboot(endWithSet);
         if (_printer.joinable()) {
             // What has come by now is still printed.
             listenToAllModules(false);
@@ -228,7 +249,7 @@ private:
 
     void runCommand(const Command& command) {
         if (command.isPowerCycle()) {
-            powerCycle();
+            restart("power cycle");
         }
         const Operation* operation = command.operation();
         if (!confirm(_options, command)) {
@@ -238,18 +259,24 @@ private:
             bringUpFor(operation);
         }
         const Outcome outcome = command.run();
-        _failed = _failed || !outcome.good;
+        if (!outcome.good) {
+            _failed = true;
+        }
         printOutcome(command, outcome, _options.json);
     }
 
-    void powerCycle() {
-        std::fprintf(stderr, "power cycle\n");
+    // Also on the watchdog's thread, while a line is typed or runs.
+    [[noreturn]] void restart(const char* why) {
+        _lines->leaveTerminal();
+        std::fprintf(stderr, "%s\n", why);
         if (_failed) {
             setenv(kFailedBefore, "1", 1);
         }
         joinOutputs();
+        pthread_sigmask(SIG_SETMASK, &_signals, nullptr);
         execv("/proc/self/exe", _arguments);
-        throw UsageError(std::string("set power-cycle: ") + std::strerror(errno));
+        std::fprintf(stderr, "fapi: cannot begin anew: %s\n", std::strerror(errno));
+        _exit(kExitSet);
     }
 
     const GlobalOptions& _options;
@@ -257,7 +284,8 @@ private:
     char** const _arguments;
     std::unique_ptr<LineSource> _lines;
     bool _quit = false;
-    bool _failed;
+    std::atomic<bool> _failed;
+    sigset_t _signals;  // blocked for this program, which is not what the watchdog's thread has blocked
     std::thread _printer;
 };
 

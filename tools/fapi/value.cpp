@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -143,6 +144,25 @@ std::string hexText(const Bytes& bytes, const char* separator) {
         text += {kDigits[byte >> 4], kDigits[byte & 0xF]};
     }
     return text;
+}
+
+std::string hexDump(const Bytes& bytes, std::size_t lines) {
+    std::string dump;
+    const std::size_t shown = std::min(bytes.size(), lines * kDumpWidth);
+    for (std::size_t start = 0; start < shown; start += kDumpWidth) {
+        char offset[24];
+        std::snprintf(offset, sizeof(offset), "%08zx", start);
+        std::string hex, text;
+        for (std::size_t i = start; i < std::min(start + kDumpWidth, shown); ++i) {
+            const unsigned char byte = bytes[i];
+            hex += {' ', kDigits[byte >> 4], kDigits[byte & 0xF]};
+            hex += i - start == kDumpWidth / 2 - 1 ? " " : "";
+            text += byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
+        }
+        hex.resize(3 * kDumpWidth + 1, ' ');
+        dump += std::string("\n") + offset + ' ' + hex + "  |" + text + '|';
+    }
+    return dump;
 }
 
 std::string escaped(std::string_view text, bool asciiOnly) {

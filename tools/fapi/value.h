@@ -34,6 +34,12 @@ Bytes parseBytes(const std::string& word);
 // "0102ff" with the separator between the bytes.
 std::string hexText(const Bytes& bytes, const char* separator);
 
+// How many bytes a line of hexDump() shows.
+constexpr std::size_t kDumpWidth = 16;
+
+// The first `lines` lines of them: offset, bytes and text, each with a newline before it.
+std::string hexDump(const Bytes& bytes, std::size_t lines);
+
 // With \n, \" and \x1b for what a terminal would obey; with `asciiOnly` also for every byte above 0x7f, which need not
 // be a part of a character.
 std::string escaped(std::string_view text, bool asciiOnly);

@@ -58,8 +58,8 @@ int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
     std::vector<Command> commands;
     for (const std::string& line : watchOptions.lines) {
         commands.push_back(Command::parse(splitWords(line)));
-        if (commands.back().isPowerCycle()) {
-            throw UsageError("--do: set power-cycle ends the process that watches");
+        if (commands.back().endsProcess()) {
+            throw UsageError("--do: " + commands.back().text() + " ends the process that watches");
         }
     }
     openSession(options.session);
