@@ -165,7 +165,9 @@ TEST_F(AdvancedSound, APartThatThereIsNotIsASuccessWithoutACall) {
     for (const auto& [u32Type, u32Index] : std::vector<std::pair<unsigned int, unsigned int>>{
              {0, 0}, {1, 5}, {2, 4}, {2, 17}, {3, 4}, {4, 12}, {5, 0}, {6, 2}, {7, 7}, {1, 0xFFFFFFFF}}) {
         int s32Status = 7;
-        EXPECT_THAT(test::logOf([&] { s32Status = enableSub(u32Type, u32Index); }), HasSubstr("Not support type\n\n"));
+        EXPECT_THAT(
+            test::logOf([&, u32Type = u32Type, u32Index = u32Index] { s32Status = enableSub(u32Type, u32Index); }),
+            HasSubstr("Not support type\n\n"));
         EXPECT_EQ(s32Status, 0) << u32Type << ' ' << u32Index;
     }
     EXPECT_THAT(calls(), Not(Contains("HW_AOUT_SetAttr")));

@@ -164,6 +164,7 @@ TEST_F(Monitor, EndsWithAnEventWhenThePadFails) {
     EXPECT_EQ(levels(1), std::vector<int>{255}) << "the first reading fails";
     events.clear();
     vset::gpio::setBroken(kPad, false);
+    ASSERT_TRUE(test::eventually([] { return !vset::gpio::pad(kPad).bOpen; })) << "the monitor closes what it opened";
     vset::gpio::hold(kPad);
     ASSERT_TRUE(test::eventually([] { return a_vextvfapi_prphrl_gpio_monitor_start(kPad, 100, 0) == 0; }));
     ASSERT_TRUE(reads(2));
