@@ -122,6 +122,14 @@ enum VexTvFApiAudioOutPathEnum : unsigned int {
     E_VEXTVFAPI_AUDIO_OUT_PATH_INVALID = 255
 };
 
+// A color of the test canvas. Lines are opaque whatever their alpha is.
+struct VexTvFApiGOPPatternColor_t {
+    unsigned char u8Red;
+    unsigned char u8Green;
+    unsigned char u8Blue;
+    unsigned char u8Alpha;
+};
+
 }  // namespace fapi_core
 
 // Basic sound effects.

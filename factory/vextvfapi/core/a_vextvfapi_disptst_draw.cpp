@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+// Drawing into a buffer of 32-bit pixels.
+#include "a_vextvfapi_disptst_draw.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t kPixelSize = 4;
+constexpr unsigned char kOpaque = 0xFF;
+
+// As it lies in memory on a little-endian chip.
+constexpr std::uint32_t pixelOf(DisptstColor color, unsigned char u8Alpha) {
+    return std::uint32_t{color.u8Blue} | std::uint32_t{color.u8Green} << 8 | std::uint32_t{color.u8Red} << 16 |
+           std::uint32_t{u8Alpha} << 24;
+}
+
+bool holds(const DisptstCanvas& canvas, std::uint32_t u32Offset) {
+    return std::uint64_t{u32Offset} + kPixelSize <= canvas.u32Limit;
+}
+
+void put(const DisptstCanvas& canvas, std::uint32_t u32Offset, std::uint32_t u32Pixel) {
+    if (holds(canvas, u32Offset)) {
+        std::memcpy(canvas.pu8Pixels + u32Offset, &u32Pixel, sizeof(u32Pixel));
+    }
+}
+
+// The difference of two coordinates, as the chip's tools have always read it.
+std::int64_t span(std::uint32_t from, std::uint32_t to) {
+    return static_cast<std::int32_t>(to - from);
+}
+
+// Along one axis upwards, from where `u32Offset` is, with `minorSteps` of the other axis on the way. Steps of an axis
+// are bytes. A tie does not step the minor axis, and the far end is not drawn.
+void walk(const DisptstCanvas& canvas, std::uint32_t u32Pixel, std::uint32_t u32Offset, std::uint32_t u32Count,
+          std::int64_t s64Major, std::int64_t s64Minor, std::uint32_t u32MajorStep, std::uint32_t u32MinorStep) {
+    std::int64_t s64Decision = 2 * s64Minor - s64Major;
+    for (; u32Count != 0; --u32Count) {
+        put(canvas, u32Offset, u32Pixel);
+        if (s64Decision > 0) {
+            u32Offset += u32MinorStep;
+            s64Decision -= 2 * s64Major;
+        }
+        s64Decision += 2 * s64Minor;
+        u32Offset += u32MajorStep;
+    }
+}
+
+std::int64_t magnitude(std::int64_t s64Value) {
+    return s64Value < 0 ? -s64Value : s64Value;
+}
+
+// `u32Step` in the direction of the span; modulo 2^32 down is up by the rest.
+std::uint32_t stepOf(std::int64_t s64Span, std::uint32_t u32Step) {
+    return s64Span < 0 ? 0 - u32Step : u32Step;
+}
+
+// A stretch of equal pixels in ordinary memory. Rows are copied from it, at the speed of the memory they go to.
+class Stretch {
+public:
+    Stretch(std::uint32_t u32Pixel, std::uint32_t u32Width) {
+        std::fill_n(_au32Pixels, std::min(u32Width, kPixels), u32Pixel);
+    }
+
+    // The bytes of one row, which may end inside a pixel.
+    void copyTo(unsigned char* pu8Row, std::uint64_t u64Bytes) const {
+        for (; u64Bytes > sizeof(_au32Pixels); u64Bytes -= sizeof(_au32Pixels), pu8Row += sizeof(_au32Pixels)) {
+            std::memcpy(pu8Row, _au32Pixels, sizeof(_au32Pixels));
+        }
+        std::memcpy(pu8Row, _au32Pixels, u64Bytes);
+    }
+
+private:
+    static constexpr std::uint32_t kPixels = 512;
+    std::uint32_t _au32Pixels[kPixels];
+};
+
+}  // namespace
+
+void _a_vextvfapi_disptst_plot(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x, std::uint32_t y) {
+    put(canvas, canvas.offset(x, y), pixelOf(color, kOpaque));
+}
+
+// --- Lines -----------------------------------------------------------------------------------------------------------
+
+void _a_vextvfapi_disptst_plot_line_low(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x0,
+                                        std::uint32_t y0, std::uint32_t x1, std::uint32_t y1) {
+    if (x1 <= x0) {
+        return;
+    }
+    walk(canvas, pixelOf(color, kOpaque), canvas.offset(x0, y0), x1 - x0, span(x0, x1), magnitude(span(y0, y1)),
+         kPixelSize, stepOf(span(y0, y1), kPixelSize * canvas.u32PitchPixels));
+}
+
+void _a_vextvfapi_disptst_plot_line_high(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x0,
+                                         std::uint32_t y0, std::uint32_t x1, std::uint32_t y1) {
+    if (y1 <= y0) {
+        return;
+    }
+    walk(canvas, pixelOf(color, kOpaque), canvas.offset(x0, y0), y1 - y0, span(y0, y1), magnitude(span(x0, x1)),
+         kPixelSize * canvas.u32PitchPixels, stepOf(span(x0, x1), kPixelSize));
+}
+
+void _a_vextvfapi_disptst_plot_line(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x0, std::uint32_t y0,
+                                    std::uint32_t x1, std::uint32_t y1) {
+    // A line of 45 degrees counts as steep.
+    if (magnitude(span(y0, y1)) >= magnitude(span(x0, x1))) {
+        if (y0 > y1) {
+            _a_vextvfapi_disptst_plot_line_high(canvas, color, x1, y1, x0, y0);
+        } else {
+            _a_vextvfapi_disptst_plot_line_high(canvas, color, x0, y0, x1, y1);
+        }
+    } else if (x0 > x1) {
+        _a_vextvfapi_disptst_plot_line_low(canvas, color, x1, y1, x0, y0);
+    } else {
+        _a_vextvfapi_disptst_plot_line_low(canvas, color, x0, y0, x1, y1);
+    }
+}
+
+// --- Rectangles ------------------------------------------------------------------------------------------------------
+
+void _a_vextvfapi_disptst_fill_rect(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x, std::uint32_t y,
+                                    std::uint32_t width, std::uint32_t height) {
+    const Stretch stretch(pixelOf(color, color.u8Alpha), width);
+    for (std::uint32_t r = 0; r < height; ++r) {
+        const std::uint32_t u32Offset = canvas.offset(x, y + r);
+        if (u32Offset < canvas.u32Limit) {
+            const std::uint64_t u64Bytes =
+                std::min<std::uint64_t>(std::uint64_t{kPixelSize} * width, canvas.u32Limit - u32Offset);
+            stretch.copyTo(canvas.pu8Pixels + u32Offset, u64Bytes);
+        }
+    }
+}
+
+void _a_vextvfapi_disptst_plot_rect(const DisptstCanvas& canvas, DisptstColor fill, std::uint32_t x, std::uint32_t y,
+                                    std::uint32_t width, std::uint32_t height, DisptstColor border,
+                                    std::uint32_t borderWidth) {
+    _a_vextvfapi_disptst_fill_rect(canvas, fill, x, y, width, height);
+    if (borderWidth == 0) {
+        return;
+    }
+    _a_vextvfapi_disptst_fill_rect(canvas, border, x, y, width, borderWidth);
+    _a_vextvfapi_disptst_fill_rect(canvas, border, x, y, borderWidth, height);
+    _a_vextvfapi_disptst_fill_rect(canvas, border, x + width - borderWidth, y, borderWidth, height);
+    _a_vextvfapi_disptst_fill_rect(canvas, border, x, y + height - borderWidth, width, borderWidth);
+}
+
+// --- Pictures --------------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr std::uint32_t kSourcePixelSize = 3;
+constexpr std::uint32_t kAlphaMask = std::uint32_t{kOpaque} << 24;
+constexpr std::uint32_t kColorMask = 0xFFFFFF;
+
+std::uint32_t load32(const unsigned char* pu8Source) {
+    std::uint32_t u32Word;
+    std::memcpy(&u32Word, pu8Source, sizeof(u32Word));
+    return u32Word;
+}
+
+// Four pixels are three words of the source.
+void convert(unsigned char* pu8Target, const unsigned char* pu8Source, std::uint32_t u32Count) {
+    for (; u32Count >= 4; u32Count -= 4, pu8Source += 12, pu8Target += 16) {
+        const std::uint32_t a = load32(pu8Source), b = load32(pu8Source + 4), c = load32(pu8Source + 8);
+        const std::uint32_t au32Pixels[4] = {(a & kColorMask) | kAlphaMask,
+                                             ((a >> 24 | b << 8) & kColorMask) | kAlphaMask,
+                                             ((b >> 16 | c << 16) & kColorMask) | kAlphaMask, c >> 8 | kAlphaMask};
+        std::memcpy(pu8Target, au32Pixels, sizeof(au32Pixels));
+    }
+    for (; u32Count != 0; --u32Count, pu8Source += kSourcePixelSize, pu8Target += kPixelSize) {
+        const DisptstColor color = {pu8Source[2], pu8Source[1], pu8Source[0], kOpaque};
+        const std::uint32_t u32Pixel = pixelOf(color, kOpaque);
+        std::memcpy(pu8Target, &u32Pixel, sizeof(u32Pixel));
+    }
+}
+
+}  // namespace
+
+void _a_vextvfapi_disptst_blit_row(const DisptstCanvas& canvas, std::uint32_t x, std::uint32_t y,
+                                   const unsigned char* pu8Source, std::uint64_t sourceSize, std::uint32_t count) {
+    const std::uint32_t u32Offset = canvas.offset(x, y);
+    const std::uint64_t u64End = u32Offset + std::uint64_t{kPixelSize} * count;
+    if (u64End <= canvas.u32Limit && std::uint64_t{kSourcePixelSize} * count <= sourceSize) {
+        convert(canvas.pu8Pixels + u32Offset, pu8Source, count);
+        return;
+    }
+    for (std::uint32_t c = 0; c < count; ++c) {
+        const std::uint64_t u64At = std::uint64_t{kSourcePixelSize} * c;
+        const auto byte = [&](std::uint64_t i) {
+            return u64At + i < sourceSize ? pu8Source[u64At + i] : static_cast<unsigned char>(0);
+        };
+        put(canvas, u32Offset + kPixelSize * c, pixelOf({byte(2), byte(1), byte(0), kOpaque}, kOpaque));
+    }
+}
