@@ -27,7 +27,7 @@ std::string unknownOperation(std::string_view word) {
            didYouMean(word, operations(), [](const Operation& operation) { return operation.shortName(); });
 }
 
-Command Command::parse(const Words& words) {
+Command Command::parse(const Words& words, Together together) {
     Command command;
     command._words = words;
     if (words.empty()) {
@@ -38,7 +38,7 @@ Command Command::parse(const Words& words) {
         if (command._operation == nullptr) {
             throw UsageError(unknownOperation(words[0]));
         }
-        command._arguments = parseArguments(*command._operation, {words.begin() + 1, words.end()});
+        command._arguments = parseArguments(*command._operation, {words.begin() + 1, words.end()}, together);
         return command;
     }
     if (words.size() < 2) {

@@ -32,6 +32,7 @@ std::vector<Hand> boardHands();   // keypad, ADC channels, pads, I2C
 std::vector<Hand> chipHands();    // watchdog, clocks, firmware, registers, network
 std::vector<Hand> hdmiHands();    // HDMI, CEC, PWM, factory daemon
 std::vector<Hand> serialHands();  // serial ports, pipe, LEDs
+std::vector<Hand> soundHands();   // audio outputs
 const Hand* findHand(std::string_view name);
 
 // The message for a name that is no operation, with the nearest one that is.
@@ -41,7 +42,7 @@ std::string unknownOperation(std::string_view word);
 class Command {
 public:
     // Throws UsageError; calls nothing. "set power-cycle" is a command too (isPowerCycle), which run() does not do.
-    static Command parse(const Words& words);
+    static Command parse(const Words& words, Together together = Together::checked);
 
     bool isPowerCycle() const { return _powerCycle; }
     // A power cycle, or a hand that waits for one.

@@ -154,7 +154,8 @@ std::vector<Hand> setHands() {
 const std::vector<Hand>& hands() {
     static const std::vector<Hand> all = [] {
         std::vector<Hand> rows;
-        for (std::vector<Hand> some : {setHands(), boardHands(), chipHands(), hdmiHands(), serialHands()}) {
+        for (std::vector<Hand> some :
+             {setHands(), boardHands(), chipHands(), hdmiHands(), serialHands(), soundHands()}) {
             std::move(some.begin(), some.end(), std::back_inserter(rows));
         }
         return rows;

@@ -17,9 +17,9 @@ constexpr std::string_view kPrefix = "a_vextvfapi_";
 
 std::vector<Operation> allOperations() {
     std::vector<Operation> all;
-    for (std::vector<Operation> some : {chipOperations(), commonOperations(), eventOperations(), hdmiOperations(),
-                                        iicAndGpioOperations(), infoOperations(), keypadOperations(), netOperations(),
-                                        prphrlOperations(), storageOperations(), sysOperations()}) {
+    for (std::vector<Operation> some : {audOperations(), chipOperations(), commonOperations(), eventOperations(),
+                                        hdmiOperations(), iicAndGpioOperations(), infoOperations(), keypadOperations(),
+                                        netOperations(), prphrlOperations(), storageOperations(), sysOperations()}) {
         std::move(some.begin(), some.end(), std::back_inserter(all));
     }
     std::sort(all.begin(), all.end(), [](const Operation& left, const Operation& right) {
@@ -251,9 +251,14 @@ std::vector<Value> parseWords(const std::vector<Argument>& arguments, const std:
     return values;
 }
 
-std::vector<Value> parseArguments(const Operation& operation, const std::vector<std::string>& words) {
+std::vector<Value> parseArguments(const Operation& operation, const std::vector<std::string>& words,
+                                  Together together) {
     try {
-        return parseWords(operation.arguments, words);
+        std::vector<Value> values = parseWords(operation.arguments, words);
+        if (operation.check != nullptr && together == Together::checked) {
+            operation.check(values, words);
+        }
+        return values;
     } catch (const UsageError& error) {
         throw UsageError(operation.shortName() + ": " + error.what() + "; usage: " + usage(operation));
     }

@@ -109,6 +109,8 @@ struct Operation {
     long long (*run)(Call& call);
     // What is lost, for the question before the call ("overwrites the file"); null when nothing is.
     const char* destroys = nullptr;
+    // Throws UsageError for arguments, and their words, that do not go together; null when all do.
+    void (*check)(const std::vector<Value>& values, const std::vector<std::string>& words) = nullptr;
 
     // "sys", "common", ...; the frame's decoders count as common.
     std::string module() const;
@@ -122,8 +124,12 @@ const std::vector<Operation>& operations();
 // By full or short name; null when there is none.
 const Operation* findOperation(std::string_view name);
 
+// Whether it is checked that the arguments go together: not when some words only stand for others.
+enum class Together { checked, unchecked };
+
 // Checks the words against the row; throws UsageError that names the argument and what was expected.
-std::vector<Value> parseArguments(const Operation& operation, const std::vector<std::string>& words);
+std::vector<Value> parseArguments(const Operation& operation, const std::vector<std::string>& words,
+                                  Together together = Together::checked);
 
 // Calls the operation.
 Outcome invoke(const Operation& operation, const std::vector<Value>& arguments);
@@ -146,6 +152,7 @@ std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vec
 bool isGood(Result result, long long status);
 
 // The rows of one module or subject, each in the source file of its name; operations() puts them together.
+std::vector<Operation> audOperations();
 std::vector<Operation> chipOperations();
 std::vector<Operation> commonOperations();
 std::vector<Operation> eventOperations();  // the event trio of all modules

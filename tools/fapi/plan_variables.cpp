@@ -98,7 +98,7 @@ Command commandWithAnyValues(const Words& words) {
             fitting[i] = anyWord(arguments[i - first]);
         }
     }
-    return Command::parse(fitting);
+    return Command::parse(fitting, fitting == words ? Together::checked : Together::unchecked);
 }
 
 }  // namespace tool
