@@ -33,10 +33,10 @@ FAPI_API int a_vextvfapi_aud_close();
 // Switches to the effect.
 FAPI_API int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType);
 
-// Switches one part of the effect on (`pEnable` not 0) or off, and all its other parts off: 1 has parts 0 to 4, 2 has 5
-// to 16, 3 has 0 to 3, 6 has 0 and 1, 7 has 0 to 6; for 4 the number 0 to 11 chooses a combination of its three modes,
-// and `pEnable` means nothing. A part that there is not, also any of effects 0 and 5, changes nothing and is a success;
-// -1 for effects above 7.
+// Switches one sub-effect on (`pEnable` not 0) or off, and all others of the effect off. Effect 1 has sub-effects 0 to
+// 4, 2 has 5 to 16, 3 has 0 to 3, 6 has 0 and 1, 7 has 0 to 6; for 4 the number 0 to 11 chooses a combination of its
+// three modes, and `pEnable` means nothing. A sub-effect that there is not, also any of effects 0 and 5, changes
+// nothing and is a success; -1 for effects above 7.
 FAPI_API int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIndex, unsigned char* pEnable);
 
 // Sends the parameters of effect 4 (all its modes on) or 6 (what a_vextvfapi_aud_adv_snd_set_dolby_dap_param was
