@@ -1,7 +1,149 @@
 // SPDX-License-Identifier: Apache-2.0
-// The display module's event operations.
-#include "a_vextvfapi_disp.h"
+// The display module's start-up, its current window, and its event operations.
+#define FAPI_LOG_TAG "VexTvFApiDisplay"
+#include "a_vextvfapi_disp_internal.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "dval/dval.h"
 #include "fapi_event_slot.h"
+#include "fapi_hw_result.h"
+#include "fapi_log.h"
+#include "hw3/hw_disp.h"
+#include "hw3/hw_dispout.h"
 
 FAPI_DEFINE_MODULE_EVENTS(disp)
+
+namespace {
+
+constexpr const char* kWindowNames[] = {"HW_DISP_HD0", "HW_DISP_HD1", "HW_DISP_SD0"};
+constexpr unsigned int kSdWindow = 2;
+
+// More than a window can have.
+constexpr HW_U32 kConnectedMax = 16;
+
+}  // namespace
+
+static unsigned int _u32WindowIndex = 0;
+HW_Handle_t _a_vextvfapi_disp_hDisp = HW_HANDLE_NONE;
+
+unsigned int _a_vextvfapi_disp_current_window() {
+    return _u32WindowIndex;
+}
+
+const char* _a_vextvfapi_disp_window_name(unsigned int index) {
+    return index < std::size(kWindowNames) ? kWindowNames[index] : nullptr;
+}
+
+int a_vextvfapi_disp_init() {
+    const HW_DISPOUT_InitParams_t stInit = {0};
+    const HW_Result_t result = HW_DISPOUT_Init(&stInit);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE("HW_DISPOUT_Init failed = %d\n", result);
+        return -1;
+    }
+    if (DVAL_Init() != 0) {
+        FAPI_LOGE("DVAL_Init failed\n");
+        return -1;
+    }
+    return 0;
+}
+
+int a_vextvfapi_disp_deinit() {
+    return 0;
+}
+
+int a_vextvfapi_disp_switch_window(unsigned int index) {
+    _u32WindowIndex = index;
+    FAPI_LOGD("[Factory] Switch Window to %d\n\n", index);
+    return 0;
+}
+
+// --- Handles ---------------------------------------------------------------------------------------------------------
+
+static bool formatWindowName(unsigned int index, char* pszBuffer) {
+    const char* const pszName = _a_vextvfapi_disp_window_name(index);
+    if (pszName == nullptr) {
+        FAPI_LOGE("Error windowindex: %d\n\n", index);
+        return false;
+    }
+    if (std::snprintf(pszBuffer, HW_DISP_WINDOW_NAME_SIZE, "%s", pszName) < 0) {
+        FAPI_LOGE("[%s(%d)]: do snprintf fail\n", __func__, __LINE__);
+        return false;
+    }
+    return true;
+}
+
+bool _a_vextvfapi_disp_get_disp_handle_by_win_idx(unsigned int* handle, unsigned int index) {
+    char acName[HW_DISP_WINDOW_NAME_SIZE];
+    if (handle == nullptr || !formatWindowName(index, acName)) {
+        return false;
+    }
+    HW_Handle_t hDisp = HW_HANDLE_NONE;
+    if (HW_DISP_GetHandle(acName, &hDisp) == HW_OK) {
+        *handle = hDisp;
+        return false;
+    }
+    const HW_DISP_OpenParams_t stParams = {index == kSdWindow ? 1u : 0u, acName};
+    if (HW_DISP_Open(&stParams, &hDisp) != HW_OK) {
+        return false;
+    }
+    FAPI_LOGD("Create Disp %s handle by FAPI\n\n", acName);
+    *handle = hDisp;
+    return true;
+}
+
+bool _a_vextvfapi_disp_get_disp_handle(unsigned int* handle) {
+    return _a_vextvfapi_disp_get_disp_handle_by_win_idx(handle, _u32WindowIndex);
+}
+
+// --- What is connected -----------------------------------------------------------------------------------------------
+
+namespace {
+
+enum class Connected { failed, nothing, found };
+
+// The first module of the kind. The middleware writes as many handles as there are, so there is room for them.
+Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Module) {
+    const HW_DISP_ConnectQuery_t stQuery = {1, eKind, 1};
+    HW_U32 u32Count = 0;
+    if (HW_DISP_GetConnectedNum(hDisp, &stQuery, &u32Count) != HW_OK) {
+        return Connected::failed;
+    }
+    if (u32Count == 0) {
+        return Connected::nothing;
+    }
+    std::array<HW_Handle_t, kConnectedMax> modules = {};
+    if (HW_DISP_GetConnected(hDisp, &stQuery, std::min(u32Count, kConnectedMax), modules.data()) != HW_OK) {
+        return Connected::failed;
+    }
+    s32Module = static_cast<int>(modules[0]);
+    return Connected::found;
+}
+
+}  // namespace
+
+bool _a_vextvfapi_disp_get_on_screen_input(int dispHandle, int* videoHandle, int* extinHandle) {
+    if (videoHandle == nullptr || extinHandle == nullptr) {
+        return false;
+    }
+    const HW_Handle_t hDisp = static_cast<HW_Handle_t>(dispHandle);
+    Connected eFound = findConnected(hDisp, E_HW_DISP_MODULE_VIDEO, *videoHandle);
+    if (eFound == Connected::found) {
+        FAPI_LOGD(" HW_DISP connect hw_video:0x%x in on-screen connection! \n\n",
+                  static_cast<unsigned int>(*videoHandle));
+    }
+    if (eFound != Connected::nothing) {
+        return eFound == Connected::found;
+    }
+    eFound = findConnected(hDisp, E_HW_DISP_MODULE_EXTIN, *extinHandle);
+    if (eFound == Connected::found) {
+        FAPI_LOGD(" HW_DISP connect hw_extin:0x%x in on-screen connection! \n\n",
+                  static_cast<unsigned int>(*extinHandle));
+    } else if (eFound == Connected::nothing) {
+        FAPI_LOGD("HW_DISP:0x%x didn't connect any input on-screen connection! \n\n", hDisp);
+    }
+    return eFound != Connected::failed;
+}

@@ -18,6 +18,11 @@ constexpr Unsigned loadBigEndian(const signed char* ps8Data) {
     return static_cast<Unsigned>(u64Value);
 }
 
+inline std::uint32_t loadLittleEndian32(const unsigned char* pu8Data) {
+    return std::uint32_t{pu8Data[0]} | std::uint32_t{pu8Data[1]} << 8 | std::uint32_t{pu8Data[2]} << 16 |
+           std::uint32_t{pu8Data[3]} << 24;
+}
+
 }  // namespace fapi
 
 #endif

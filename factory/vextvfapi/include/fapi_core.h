@@ -130,6 +130,132 @@ struct VexTvFApiGOPPatternColor_t {
     unsigned char u8Alpha;
 };
 
+// A line on the test canvas, in pixels from its top left corner. The end with the larger coordinate along the longer
+// axis is not drawn.
+struct VexTvFApiGOPPatternLine_t {
+    unsigned int u32StartX;              //  0
+    unsigned int u32StartY;              //  4
+    unsigned int u32EndX;                //  8
+    unsigned int u32EndY;                // 12
+    VexTvFApiGOPPatternColor_t stColor;  // 16
+};
+
+// A filled rectangle with a frame inside it.
+struct VexTvFApiGOPPatternRect_t {
+    unsigned int u32X;                         //  0
+    unsigned int u32Y;                         //  4
+    unsigned int u32Width;                     //  8
+    unsigned int u32Height;                    // 12
+    VexTvFApiGOPPatternColor_t stColor;        // 16
+    unsigned int u32BorderWidth;               // 20  0: no frame
+    VexTvFApiGOPPatternColor_t stBorderColor;  // 24
+};
+
+// A piece of a 24-bit uncompressed BMP file.
+struct VexTvFApiGOPPatternBitmap_t {
+    unsigned int u32X;  // where it goes on the canvas
+    unsigned int u32Y;
+    std::string strFileName;
+    unsigned int u32CropX;  // the piece, from the picture's top left corner
+    unsigned int u32CropY;
+    unsigned int u32CropWidth;
+    unsigned int u32CropHeight;
+};
+
+// The color matrix of the graphics layer, in the chip's units.
+struct VexTvFApiGOPPatternAttr_t {
+    bool bEnable;                  //  0
+    unsigned short u16Hue;         //  2
+    unsigned short u16Saturation;  //  4
+    unsigned short u16Contrast;    //  6
+    unsigned short u16Brightness;  //  8
+    unsigned short u16RedGain;     // 10
+    unsigned short u16GreenGain;   // 12
+    unsigned short u16BlueGain;    // 14
+};
+
+static_assert(sizeof(VexTvFApiGOPPatternColor_t) == 4, "");
+static_assert(sizeof(VexTvFApiGOPPatternLine_t) == 20, "");
+static_assert(sizeof(VexTvFApiGOPPatternRect_t) == 28, "");
+static_assert(sizeof(VexTvFApiGOPPatternAttr_t) == 16, "");
+
+// The colors that burn-in cycles through.
+struct _VexFApiDisptstBurnModeParam {
+    unsigned short* pColorTable;     //  0  red, green, blue of each entry, 0-1023
+    unsigned char u8ColorTableSize;  //  8  entries
+    unsigned char u8Interval;        //  9  how long a color stays, in 100 ms
+};
+static_assert(sizeof(void*) != 8 || sizeof(_VexFApiDisptstBurnModeParam) == 16, "");
+
+// A video test pattern.
+struct VexTvFApiDispTstPattern {
+    unsigned int u32Enable;     //  0  0: off
+    unsigned int u32Param;      //  4  depends on the stage
+    unsigned int au32Value[3];  //  8  red, green, blue, 0-1023
+};
+static_assert(sizeof(VexTvFApiDispTstPattern) == 20, "");
+
+// Sampling phase of the analogue inputs' converters, in the chip's units.
+struct VexTvFApiAdcPhase_t {
+    unsigned int u32RedPhase, u32GreenPhase, u32BluePhase;  //  0, 4, 8
+};
+static_assert(sizeof(VexTvFApiAdcPhase_t) == 12, "");
+
+// Gain and offset of the same.
+struct VexTvFApiAdcGainOffset_t {
+    unsigned int u32RedGain, u32GreenGain, u32BlueGain;        //  0, 4, 8
+    unsigned int u32RedOffset, u32GreenOffset, u32BlueOffset;  // 12, 16, 20
+};
+static_assert(sizeof(VexTvFApiAdcGainOffset_t) == 24, "");
+
+// How the demodulator calls itself.
+struct VexTvFApiDemodInfoParam_t {
+    std::string strName;
+    std::string strVersion;
+    std::string strBuildNumber;
+    std::string strChangeList;
+};
+
+// Timing of what is on screen.
+struct VexTvFApiVideoTiming {
+    unsigned int u32Width;       //  0  pixels
+    unsigned int u32Height;      //  4  lines
+    unsigned int u32FrameRate;   //  8  1/1000 Hz
+    unsigned char u8Interlaced;  // 12  1 = interlaced
+};
+static_assert(sizeof(VexTvFApiVideoTiming) == 16, "");
+
+// Range of three picture-quality values.
+struct VexTvFApiDispHsyModelRange {
+    int as32Min[3];  //  0
+    int as32Max[3];  // 12
+};
+static_assert(sizeof(VexTvFApiDispHsyModelRange) == 24, "");
+
+// Identity of the panel's timing controller. A name of 16 characters has no NUL.
+struct VexTvFApiDispTconInfo {
+    unsigned char u8TconProjectName[16];   //  0
+    unsigned char u8TconCustomerName[16];  // 16
+    unsigned char u8TconData[10];          // 32  opaque
+};
+static_assert(sizeof(VexTvFApiDispTconInfo) == 42, "");
+
+// The external frame-rate converter.
+struct VexTvFApiDispExtFrcDeviceInfo {
+    unsigned int eExtFrcModel;  //  0
+    unsigned int u32FwVer;      //  4
+};
+static_assert(sizeof(VexTvFApiDispExtFrcDeviceInfo) == 8, "");
+
+enum VexTvFApiVideoWin : unsigned int {
+    E_VEXTVFAPI_VIDEO_WIN_HD0 = 0,
+    E_VEXTVFAPI_VIDEO_WIN_HD1 = 1,
+    E_VEXTVFAPI_VIDEO_WIN_SD0 = 2
+};
+
+// Parts of the picture-quality data, by number.
+enum VexTvFApiPqType : unsigned int { E_VEXTVFAPI_PQ_TYPE_FIRST = 0, E_VEXTVFAPI_PQ_TYPE_LAST = 6 };
+
 }  // namespace fapi_core
 
 // Basic sound effects.

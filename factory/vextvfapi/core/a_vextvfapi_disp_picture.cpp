@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: Apache-2.0
+// Picture parameters and picture quality of the display windows.
+#define FAPI_LOG_TAG "VexTvFApiDisplay"
+#include <algorithm>
+#include <cstring>
+
+#include "a_vextvfapi_common.h"
+#include "a_vextvfapi_disp_internal.h"
+#include "fapi_log.h"
+#include "hw3/hw_disp.h"
+
+namespace {
+
+constexpr unsigned int kCurveEntries = 256;
+constexpr unsigned int kPqTypes = 7;
+constexpr unsigned int kWindows = 3;
+
+// A value of its own for the result table: it stands for none of the middleware's codes.
+constexpr HW_Result_t kCopyRejected = static_cast<HW_Result_t>(-2);
+
+// Those that take one signed word.
+bool takesOneWord(unsigned int u32Param) {
+    switch (u32Param) {
+        case E_HW_DISP_PICTURE_5:
+        case E_HW_DISP_PICTURE_12:
+        case E_HW_DISP_PICTURE_16:
+        case E_HW_DISP_PICTURE_18:
+        case E_HW_DISP_PICTURE_19:
+        case E_HW_DISP_PICTURE_20:
+        case E_HW_DISP_PICTURE_21:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
+    fapi::DispLease lease;
+    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    if (hDisp == HW_HANDLE_NONE) {
+        FAPI_LOGE("Failed to get DISP handle.\n\n");
+        return -1;
+    }
+    HW_Result_t result = HW_ERR_FAILED;
+    if (takesOneWord(param)) {
+        FAPI_LOGD("[Factory] %d[%d]\n\n", param, value);
+        result = HW_DISP_SetPictureParam(hDisp, param, &value);
+    }
+    lease.release();
+    return a_vextvfapi_common_hw_err_msg(result);
+}
+
+int a_vextvfapi_disp_set_color_temperature(unsigned int a, unsigned int b, unsigned int c, unsigned int d,
+                                           unsigned int e, unsigned int f) {
+    fapi::DispLease lease;
+    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    if (hDisp == HW_HANDLE_NONE) {
+        FAPI_LOGE("Failed to get DISP handle.\n\n");
+        return -1;
+    }
+    const HW_DISP_ColorTemp_t stColorTemp = {{a, b, c, d, e, f}};
+    const HW_Result_t result = HW_DISP_SetPictureParam(hDisp, E_HW_DISP_PICTURE_COLOR_TEMP, &stColorTemp);
+    lease.release();
+    return a_vextvfapi_common_hw_err_msg(result);
+}
+
+static HW_Result_t setGammaEnable(HW_Handle_t hDisp, const signed char* ps8Data) {
+    const HW_DISP_Enable_t stEnable = {static_cast<HW_U8>(ps8Data[0])};
+    FAPI_LOGD("Gamma Enable: %d\n\n", stEnable.u8Enable);
+    return HW_DISP_SetPictureParam(hDisp, E_HW_DISP_PICTURE_GAMMA_ENABLE, &stEnable);
+}
+
+static HW_Result_t setStructParam(HW_Handle_t hDisp, signed char* ps8Data) {
+    HW_DISP_StructParam_t stParam = {};
+    stParam.u32Kind = _bytes_to_one_byte_enum(ps8Data);
+    signed char* ps8Next = ps8Data + 1;
+    for (HW_S32& s32Value : stParam.as32Value) {
+        s32Value = _bytes_to_int(ps8Next);
+        ps8Next += sizeof(s32Value);
+    }
+    return HW_DISP_SetPictureParam(hDisp, E_HW_DISP_PICTURE_STRUCT, &stParam);
+}
+
+int a_vextvfapi_disp_set_picture_param_struct(int type, int length, signed char* data) {
+    if (length == 0 || data == nullptr) {
+        FAPI_LOGE("invaild Arguments\n");
+        return -1;
+    }
+    fapi::DispLease lease;
+    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    if (hDisp == HW_HANDLE_NONE) {
+        FAPI_LOGE("Failed to get DISP handle.\n\n");
+        return -1;
+    }
+    FAPI_LOGD("[Factory] _a_vextvfapi_disp_get_disp_handle OK = 0x%X , Attr = %d Length = %d\n\n", hDisp, type, length);
+    HW_Result_t result = HW_ERR_FAILED;
+    switch (type) {
+        case E_HW_DISP_PICTURE_GAMMA_ENABLE:
+            result = setGammaEnable(hDisp, data);
+            break;
+        case E_HW_DISP_PICTURE_STRUCT:
+            // However long the caller says it is: hosts pass the length of the record that it came from.
+            result = setStructParam(hDisp, data);
+            break;
+        default:
+            FAPI_LOGE("[Factory]: %s non-support eParamsType = %d\n\n", __func__, type);
+            break;
+    }
+    lease.release();
+    return a_vextvfapi_common_hw_err_msg(result);
+}
+
+int a_vextvfapi_disp_set_gamma_curve(unsigned short* curve1, unsigned short* curve2, unsigned short* curve3) {
+    const unsigned short* const apu16Curves[] = {curve1, curve2, curve3};
+    if (curve1 == nullptr || curve2 == nullptr || curve3 == nullptr) {
+        return -1;
+    }
+    fapi::DispLease lease;
+    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    if (hDisp == HW_HANDLE_NONE) {
+        FAPI_LOGE("Failed to get DISP handle.\n\n");
+        return -1;
+    }
+    HW_U16 au16Tables[3][kCurveEntries];
+    HW_DISP_GammaCurve_t stCurve = {0, 1, {}, {}};
+    for (unsigned int i = 0; i < 3; ++i) {
+        std::copy_n(apu16Curves[i], kCurveEntries, au16Tables[i]);
+        stCurve.apu16Curve[i] = au16Tables[i];
+        stCurve.au16Last[i] = au16Tables[i][kCurveEntries - 1];
+    }
+    const HW_Result_t result = HW_DISP_SetPictureParam(hDisp, E_HW_DISP_PICTURE_GAMMA_CURVE, &stCurve);
+    lease.release();
+    return a_vextvfapi_common_hw_err_msg(result);
+}
+
+// --- Picture quality -------------------------------------------------------------------------------------------------
+
+int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out) {
+    if (out == nullptr) {
+        FAPI_LOGE("Invalid parameter\n");
+        return -1;
+    }
+    _a_vextvfapi_disp_hDisp = HW_HANDLE_NONE;
+    // A handle that is opened here stays open.
+    static_cast<void>(_a_vextvfapi_disp_get_disp_handle(&_a_vextvfapi_disp_hDisp));
+    if (_a_vextvfapi_disp_hDisp == HW_HANDLE_NONE) {
+        FAPI_LOGE("Failed to get DISP handle.\n\n");
+        return -1;
+    }
+    HW_DISP_PqRange_t stRange = {};
+    const HW_Result_t result =
+        HW_DISP_GetPictureParam(_a_vextvfapi_disp_hDisp, E_HW_DISP_PICTURE_PQ_RANGE, nullptr, &stRange);
+    if (result != HW_OK) {
+        FAPI_LOGE("GetPictureParam fail! eRet = %d\n\n", result);
+        return -1;
+    }
+    static_assert(sizeof(*out) == sizeof(stRange), "");
+    std::memcpy(out, &stRange, sizeof(stRange));
+    for (unsigned int i = 0; i < 3; ++i) {
+        FAPI_LOGE("Min: %d, Max: %d\n", stRange.as32Min[i], stRange.as32Max[i]);
+    }
+    return 0;
+}
+
+int a_vextvfapi_disp_get_pq_version(unsigned int bufLen, unsigned char* buf, fapi_core::VexTvFApiVideoWin win,
+                                    fapi_core::VexTvFApiPqType type) {
+    FAPI_LOGD("eVideoWin = %d\n\n", win);
+    FAPI_LOGD("ePqType = %d\n\n", type);
+    if (buf == nullptr) {
+        FAPI_LOGE("Invalid parameter\n");
+        return -1;
+    }
+    if (win >= kWindows) {
+        FAPI_LOGE("Invalid window index!\n\n");
+        return -1;
+    }
+    if (type >= kPqTypes) {
+        FAPI_LOGE("Invalid ePqType!\n\n");
+        return -1;
+    }
+    fapi::DispLease lease;
+    HW_Handle_t hDisp = HW_HANDLE_NONE;
+    const bool bOpened = _a_vextvfapi_disp_get_disp_handle_by_win_idx(&hDisp, win);
+    lease.adopt(hDisp, bOpened);
+    if (hDisp == HW_HANDLE_NONE) {
+        FAPI_LOGE("Failed to get DISP handle.\n\n");
+        return -1;
+    }
+    const HW_DISP_PqVersionRequest_t stRequest = {type};
+    // The middleware may fill all of its record, so that the NUL is ours.
+    struct {
+        HW_DISP_PqVersion_t stVersion;
+        HW_U8 u8End;
+    } stText = {};
+    HW_Result_t result = HW_DISP_GetPictureParam(hDisp, E_HW_DISP_PICTURE_PQ_VERSION, &stRequest, &stText.stVersion);
+    const char* const pszText = reinterpret_cast<const char*>(&stText);
+    const std::size_t length = std::strlen(pszText);
+    if (length >= bufLen) {
+        FAPI_LOGE("[%s][%d] buffer is overflow, reject to copy data.\n\n", __func__, __LINE__);
+        result = kCopyRejected;
+    } else {
+        std::memcpy(buf, pszText, length);
+        FAPI_LOGD("[%s][%d] PQ version = %s \n\n", __func__, __LINE__, pszText);
+    }
+    lease.release();
+    return a_vextvfapi_common_hw_err_msg(result);
+}
+
+int a_vextvfapi_disp_update_pq_ini_files() {
+    return 0;
+}
