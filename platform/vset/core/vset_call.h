@@ -125,10 +125,6 @@ auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFaul
     return result;
 }
 
-// A function of a family that the virtual set has no model for: says so by name and answers "not initialised", or what
-// else is its failure.
-VSET_API HW_Result_t unmodelled(const char* pszCall, HW_Result_t u32Failure = HW_ERR_NOT_INITED);
-
 }  // namespace vset
 
 #endif

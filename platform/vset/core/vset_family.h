@@ -119,6 +119,8 @@ public:
     virtual void powerOff([[maybe_unused]] bool bDetach) {}
 
     HandleTable& handles() { return _handles; }
+    // Everything that is open in the family.
+    void listHandles(std::vector<OpenHandle>& handles) const;
 
     // The set's player opens an instance, and closes it again. `strWhat` names it in the SetError of the person who
     // asks for what is not possible. release() returns the handle that is no more.
@@ -128,12 +130,16 @@ public:
 protected:
     // Never called: models live for ever.
     ~FamilyModel() = default;
+    // For a family that has handles of several kinds: the table, a member of the model, is closed and listed with the
+    // first one.
+    void alsoHas(HandleTable& handles) { _tables.push_back(&handles); }
     // Puts the family's own state into that after switching on; the handles are closed already.
     virtual void reset() {}
 
 private:
     std::atomic<bool> _bInitialised{false};
     HandleTable _handles;
+    std::vector<HandleTable*> _tables{&_handles};
 };
 
 // What GetHandle and Open of a family have in common whose instances are known by one number: HW_OK, or what they

@@ -97,6 +97,56 @@ std::vector<net::Interface> parseInterfaces(const Json& json, const Bad& bad) {
     return interfaces;
 }
 
+// A member of a record for each color.
+struct Colors {
+    const char* pszKey;
+    std::array<HW_U32*, 3> values;
+};
+
+std::array<Colors, 3> colorsOf(extin::Calibration& stCalibration) {
+    HW_EXTIN_AdcPhase_t& stPhase = stCalibration.stPhase;
+    HW_EXTIN_AdcGainOffset_t& stGain = stCalibration.stGainOffset;
+    return {{{"phase", {&stPhase.u32Red, &stPhase.u32Green, &stPhase.u32Blue}},
+             {"gain", {&stGain.u32RedGain, &stGain.u32GreenGain, &stGain.u32BlueGain}},
+             {"offset", {&stGain.u32RedOffset, &stGain.u32GreenOffset, &stGain.u32BlueOffset}}}};
+}
+
+bool parseColors(const Json& json, const Colors& colors) {
+    if (!json.is_array() || json.size() != colors.values.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        if (!json[i].is_number_unsigned() || json[i].get<std::uint64_t>() > 0xFFFFFFFFu) {
+            return false;
+        }
+        *colors.values[i] = json[i].get<HW_U32>();
+    }
+    return true;
+}
+
+bool parseCalibration(const Json& json, extin::Calibration& stCalibration) {
+    const auto all = colorsOf(stCalibration);
+    return json.is_object() && json.size() == all.size() &&
+           std::all_of(all.begin(), all.end(), [&](const Colors& colors) {
+               return json.contains(colors.pszKey) && parseColors(json[colors.pszKey], colors);
+           });
+}
+
+// Of the entries those that are calibrations of inputs.
+std::map<std::string, extin::Calibration> parseCalibrations(const Json& json, const Bad& bad) {
+    static const std::regex kInput("(vga|ypbpr|scart)(0|[1-9][0-9]{0,2})");
+    std::map<std::string, extin::Calibration> calibrations;
+    for (const auto& [strInput, value] : json.items()) {
+        extin::Calibration stCalibration;
+        if (std::regex_match(strInput, kInput) && parseCalibration(value, stCalibration)) {
+            calibrations[strInput] = stCalibration;
+        } else {
+            bad("calibration." + strInput, "an analogue input with phase, gain and offset of three colors");
+        }
+    }
+    return calibrations;
+}
+
 struct ConfigEntry {
     const char* pszKey;
     const char* pszWanted;
@@ -138,6 +188,11 @@ const ConfigEntry kConfigEntries[] = {
      [](const Json& value, SetConfig& stConfig, const Bad& bad) {
          stConfig.interfaces = value.is_array() ? parseInterfaces(value, bad) : stConfig.interfaces;
          return value.is_array();
+     }},
+    {"calibration", "an object of analogue inputs",
+     [](const Json& value, SetConfig& stConfig, const Bad& bad) {
+         stConfig.calibrations = value.is_object() ? parseCalibrations(value, bad) : stConfig.calibrations;
+         return value.is_object();
      }},
 };
 
@@ -187,6 +242,14 @@ void writeConfig(const std::string& strFolder, const SetConfig& stConfig) {
                                       {"mac", stInterface.strMac},
                                       {"up", stInterface.bUp},
                                       {"dhcp", stInterface.bDhcp}});
+    }
+    json["calibration"] = Json::object();
+    for (const auto& [strInput, stConst] : stConfig.calibrations) {
+        extin::Calibration stCalibration = stConst;
+        for (const Colors& colors : colorsOf(stCalibration)) {
+            const auto& values = colors.values;
+            json["calibration"][strInput][colors.pszKey] = {*values[0], *values[1], *values[2]};
+        }
     }
     const std::string strText = json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
     replaceFile(strFolder + kConfigFile, strText.data(), strText.size());

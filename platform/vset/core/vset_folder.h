@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "vset/extin.h"
 #include "vset/net.h"
 
 namespace vset {
@@ -22,6 +23,8 @@ struct SetConfig {
     bool bWatchdogRebooted = false;                   // and nobody has acknowledged it
     std::int64_t s64ClockOffset = 0;                  // seconds that the real-time clock is ahead of the host's
     std::vector<net::Interface> interfaces;           // in the order of the middleware's list
+    std::map<std::string, extin::Calibration>
+        calibrations;  // of the analogue inputs ("vga0") that have been calibrated
 };
 
 // What a partition may be called, and how large it may be.

@@ -109,8 +109,16 @@ FamilyModel::FamilyModel(FamilyId eFamily, const char* pszFamily) : _handles(eFa
 
 void FamilyModel::powerOn() {
     _bInitialised = false;
-    _handles.closeAll();
+    for (HandleTable* pTable : _tables) {
+        pTable->closeAll();
+    }
     reset();
+}
+
+void FamilyModel::listHandles(std::vector<OpenHandle>& handles) const {
+    for (const HandleTable* pTable : _tables) {
+        pTable->list(handles);
+    }
 }
 
 HW_Result_t FamilyModel::initialise() {
@@ -231,7 +239,7 @@ void powerCycleIf(const std::function<bool()>& isWanted, const std::function<boo
 std::vector<OpenHandle> openHandles() {
     std::vector<OpenHandle> handles;
     for (FamilyModel* pFamily : thePower().families) {
-        pFamily->handles().list(handles);
+        pFamily->listHandles(handles);
     }
     return handles;
 }

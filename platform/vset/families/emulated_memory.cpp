@@ -87,7 +87,7 @@ void EmulatedMemory::describe(const Region& stRegion, HW_SYS_MmapInfo_t* pstInfo
 void EmulatedMemory::makeAddressable(const Region& stRegion) {
     const Layout& stLayout = *stRegion.pstLayout;
     _areas[stLayout.start()] = {stLayout.pszName, stLayout.u32MmapId, stRegion.u32Length,
-                                std::make_unique<GuardedMemory>(stRegion.u32Length)};
+                                std::make_shared<GuardedMemory>(stRegion.u32Length)};
 }
 
 HW_Result_t EmulatedMemory::describeRegion(HW_U32 u32MmapId, HW_SYS_MmapInfo_t* pstInfo) {
@@ -161,7 +161,7 @@ HW_Result_t EmulatedMemory::allocateIommu(const std::string& strName, HW_U32 u32
     if (u64Used + u32Length > _u64IommuMemory) {
         return HW_ERR_MEMORY_ALLOCATE;
     }
-    _areas[_u64NextIommu] = {strName, 0, u32Length, std::make_unique<GuardedMemory>(u32Length)};
+    _areas[_u64NextIommu] = {strName, 0, u32Length, std::make_shared<GuardedMemory>(u32Length)};
     *pu64PhysAddr = _u64NextIommu;
     _u64NextIommu += roundUp(u32Length, kPage) + kPage;
     return HW_OK;
@@ -182,15 +182,33 @@ void EmulatedMemory::setIommuMemory(std::uint64_t u64Size) {
     _u64IommuMemory = u64Size;
 }
 
-HW_U8* EmulatedMemory::at(HW_U64 u64PhysAddr) const {
+std::shared_ptr<HW_U8> EmulatedMemory::Area::range(HW_U64 u64Offset, HW_U64 u64Length) const {
+    if (u64Offset >= u32Length || u64Length > u32Length - u64Offset) {
+        return nullptr;
+    }
+    return {memory, memory->data() + u64Offset};
+}
+
+std::shared_ptr<HW_U8> EmulatedMemory::range(HW_U64 u64PhysAddr, HW_U64 u64Length) const {
     const std::lock_guard<std::mutex> lock(_mutex);
-    auto behind = _areas.upper_bound(u64PhysAddr);
+    const auto behind = _areas.upper_bound(u64PhysAddr);
     if (behind == _areas.begin()) {
         return nullptr;
     }
-    const auto& [u64Start, stArea] = *--behind;
-    const HW_U64 u64Offset = u64PhysAddr - u64Start;
-    return u64Offset < stArea.u32Length ? stArea.memory->data() + u64Offset : nullptr;
+    const auto& [u64Start, stArea] = *std::prev(behind);
+    return stArea.range(u64PhysAddr - u64Start, u64Length);
+}
+
+std::shared_ptr<HW_U8> EmulatedMemory::hostRange(HW_U64 u64VirtAddr, HW_U64 u64Length) const {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    for (const auto& entry : _areas) {
+        // An address below the area makes the difference larger than any area.
+        const HW_U64 u64Offset = u64VirtAddr - reinterpret_cast<std::uintptr_t>(entry.second.memory->data());
+        if (auto range = entry.second.range(u64Offset, u64Length)) {
+            return range;
+        }
+    }
+    return nullptr;
 }
 
 std::vector<sys::MemoryArea> EmulatedMemory::map() const {

@@ -48,7 +48,11 @@ public:
     void setIommuMemory(std::uint64_t u64Size);
 
     // The host's address, or null when nothing is addressable there.
-    HW_U8* at(HW_U64 u64PhysAddr) const;
+    HW_U8* at(HW_U64 u64PhysAddr) const { return range(u64PhysAddr, 1).get(); }
+    // The same for all bytes of a range, which stay readable while somebody has it, whoever frees them meanwhile.
+    std::shared_ptr<HW_U8> range(HW_U64 u64PhysAddr, HW_U64 u64Length) const;
+    // The same for a range of the host's addresses.
+    std::shared_ptr<HW_U8> hostRange(HW_U64 u64VirtAddr, HW_U64 u64Length) const;
 
     std::vector<sys::MemoryArea> map() const;
 
@@ -75,7 +79,10 @@ private:
         std::string strName;
         HW_U32 u32MmapId;  // 0 for memory of the IOMMU
         HW_U32 u32Length;
-        std::unique_ptr<GuardedMemory> memory;
+        std::shared_ptr<GuardedMemory> memory;
+
+        // Null when the range does not lie in it.
+        std::shared_ptr<HW_U8> range(HW_U64 u64Offset, HW_U64 u64Length) const;
     };
     static const Layout kLayouts[2];
 

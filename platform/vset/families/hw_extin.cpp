@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // External inputs: how many there are, and what the HDMI ports tell a source.
-#include "hw3/hw_extin.h"
-
 #include <array>
 #include <filesystem>
 #include <map>
 #include <mutex>
 
 #include "edid_blocks.h"
-#include "vset/extin.h"
+#include "extin_inputs.h"
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_folder.h"
@@ -28,11 +26,6 @@ struct HdmiState {
     unsigned char u8HotPlug = 1;
     std::uint64_t u64HotPlugs = 0;
 };
-
-// An input's type and index as the key of its handle.
-std::uint64_t keyOf(HW_U32 u32Type, HW_U32 u32Index) {
-    return std::uint64_t{u32Type} << 32 | u32Index;
-}
 
 class ExtinModel : public FamilyModel {
 public:
@@ -156,25 +149,7 @@ HW_Result_t getEdid(HW_U32 u32Port, HW_EXTIN_HdmiEdid_t& stEdid) {
 
 // --- Attributes ------------------------------------------------------------------------------------------------------
 
-struct Input {
-    HW_U32 u32Type;
-    HW_U32 u32Index;
-};
-
-// The input of an open handle, for an attribute's record.
-template <class Body>
-HW_Result_t withInput(HW_Handle_t hExtin, const void* pRecord, Body&& body) {
-    const auto key = model.handles().key(hExtin);
-    if (!key) {
-        return HW_ERR_INVALID_HANDLE;
-    }
-    if (pRecord == nullptr) {
-        return HW_ERR_INVALID_PARAMETER;
-    }
-    return body(Input{static_cast<HW_U32>(*key >> 32), static_cast<HW_U32>(*key)});
-}
-
-HW_Result_t setAttr(const Input& stInput, HW_U32 u32Attr, const void* pParam) {
+HW_Result_t setAttr(const ExtinInput& stInput, HW_U32 u32Attr, const void* pParam) {
     const bool bHdmi = stInput.u32Type == E_HW_EXTIN_TYPE_HDMI;
     if (bHdmi && u32Attr == E_HW_EXTIN_ATTR_HDMI_EDID) {
         return setEdid(stInput.u32Index, *static_cast<const HW_EXTIN_HdmiEdid_t*>(pParam));
@@ -187,14 +162,14 @@ HW_Result_t setAttr(const Input& stInput, HW_U32 u32Attr, const void* pParam) {
         model.setHotPlug(stInput.u32Index, stHpd.u8Level);
         return HW_OK;
     }
-    return HW_ERR_NOT_SUPPORT;
+    return setSignalAttr(stInput, u32Attr, pParam);
 }
 
-HW_Result_t getAttr(const Input& stInput, HW_U32 u32Attr, void* pOutput) {
+HW_Result_t getAttr(const ExtinInput& stInput, HW_U32 u32Attr, void* pOutput) {
     if (stInput.u32Type == E_HW_EXTIN_TYPE_HDMI && u32Attr == E_HW_EXTIN_ATTR_HDMI_EDID) {
         return getEdid(stInput.u32Index, *static_cast<HW_EXTIN_HdmiEdid_t*>(pOutput));
     }
-    return HW_ERR_NOT_SUPPORT;
+    return getSignalAttr(stInput, u32Attr, pOutput);
 }
 
 // --- What a person may ask for ---------------------------------------------------------------------------------------
@@ -207,27 +182,38 @@ void requireType(std::uint32_t u32Type) {
     }
 }
 
-void requireInput(std::uint32_t u32Type, std::uint32_t u32Index) {
-    requireType(u32Type);
-    if (!model.exists(u32Type, u32Index)) {
-        throw SetError("input " + std::to_string(u32Index) + " of type " + std::to_string(u32Type) +
-                       ": there are only " + std::to_string(model.counts()[u32Type]));
-    }
-}
-
 void requireVersion(unsigned int u32Port, unsigned int u32Version) {
-    requireInput(E_HW_EXTIN_TYPE_HDMI, u32Port);
+    requireInput({E_HW_EXTIN_TYPE_HDMI, u32Port});
     if (u32Version >= extin::kEdidVersions) {
         throw SetError("EDID version " + std::to_string(u32Version) + ": there are only " +
                        std::to_string(extin::kEdidVersions));
     }
 }
 
-std::string nameOf(std::uint32_t u32Type, std::uint32_t u32Index) {
-    return "input " + std::to_string(u32Index) + " of type " + std::to_string(u32Type);
+}  // namespace
+
+std::uint64_t keyOf(const ExtinInput& input) {
+    return std::uint64_t{input.u32Type} << 32 | input.u32Index;
 }
 
-}  // namespace
+std::string nameOf(const ExtinInput& input) {
+    return "input " + std::to_string(input.u32Index) + " of type " + std::to_string(input.u32Type);
+}
+
+std::optional<ExtinInput> openInput(HW_Handle_t hExtin) {
+    const auto key = model.handles().key(hExtin);
+    if (!key) {
+        return std::nullopt;
+    }
+    return ExtinInput{static_cast<HW_U32>(*key >> 32), static_cast<HW_U32>(*key)};
+}
+
+void requireInput(const ExtinInput& input) {
+    requireType(input.u32Type);
+    if (!model.exists(input.u32Type, input.u32Index)) {
+        throw SetError(nameOf(input) + ": there are only " + std::to_string(model.counts()[input.u32Type]));
+    }
+}
 
 }  // namespace vset
 
@@ -235,6 +221,17 @@ using vset::model;
 
 HW_Result_t HW_EXTIN_Init(const HW_EXTIN_InitParams_t* pstParams) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+}
+
+HW_Result_t HW_EXTIN_DeInit() {
+    return vset::call(__func__, {}, []() -> HW_Result_t {
+        if (model.readiness() != HW_OK) {
+            return HW_ERR_NOT_INITED;
+        }
+        model.handles().closeThoseOfTheLibrary();
+        model.deinitialise();
+        return HW_OK;
+    });
 }
 
 HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t* pstCaps) {
@@ -256,7 +253,7 @@ HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t* pstParams, HW_Hand
     const auto index = vset::member("index", pstParams, &HW_EXTIN_HandleParams_t::u32Index);
     return vset::call(__func__, {type, index}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phExtin);
-        return result == HW_OK ? model.handles().find(vset::keyOf(pstParams->u32Type, pstParams->u32Index), phExtin)
+        return result == HW_OK ? model.handles().find(vset::keyOf({pstParams->u32Type, pstParams->u32Index}), phExtin)
                                : result;
     });
 }
@@ -266,7 +263,7 @@ HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t* pstParams, HW_Handle_t* p
     const auto index = vset::member("index", pstParams, &HW_EXTIN_OpenParams_t::u32Index);
     return vset::call(__func__, {type, index}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phExtin);
-        return result == HW_OK ? model.handles().open(vset::keyOf(pstParams->u32Type, pstParams->u32Index), phExtin)
+        return result == HW_OK ? model.handles().open(vset::keyOf({pstParams->u32Type, pstParams->u32Index}), phExtin)
                                : result;
     });
 }
@@ -277,15 +274,15 @@ HW_Result_t HW_EXTIN_Close(HW_Handle_t hExtin) {
 
 HW_Result_t HW_EXTIN_SetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pParam) {
     return vset::call(__func__, {{"handle", hExtin}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
-        return vset::withInput(hExtin, pParam,
-                               [&](const vset::Input& stInput) { return vset::setAttr(stInput, u32Attr, pParam); });
+        return vset::withInput(
+            hExtin, pParam, [&](const vset::ExtinInput& stInput) { return vset::setAttr(stInput, u32Attr, pParam); });
     });
 }
 
 HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void*, void* pOutput) {
     return vset::call(__func__, {{"handle", hExtin}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
-        return vset::withInput(hExtin, pOutput,
-                               [&](const vset::Input& stInput) { return vset::getAttr(stInput, u32Attr, pOutput); });
+        return vset::withInput(
+            hExtin, pOutput, [&](const vset::ExtinInput& stInput) { return vset::getAttr(stInput, u32Attr, pOutput); });
     });
 }
 
@@ -304,13 +301,22 @@ void setInputCount(std::uint32_t u32Type, unsigned char u8Count) {
 }
 
 void hold(std::uint32_t u32Type, std::uint32_t u32Index) {
-    requireInput(u32Type, u32Index);
-    model.hold(keyOf(u32Type, u32Index), nameOf(u32Type, u32Index));
+    const ExtinInput stInput = {u32Type, u32Index};
+    requireInput(stInput);
+    model.hold(keyOf(stInput), nameOf(stInput));
 }
 
 void release(std::uint32_t u32Type, std::uint32_t u32Index) {
-    requireInput(u32Type, u32Index);
-    model.release(keyOf(u32Type, u32Index), nameOf(u32Type, u32Index));
+    const ExtinInput stInput = {u32Type, u32Index};
+    requireInput(stInput);
+    model.release(keyOf(stInput), nameOf(stInput));
+}
+
+Input input(std::uint32_t u32Type, std::uint32_t u32Index) {
+    const ExtinInput stInput = {u32Type, u32Index};
+    requireInput(stInput);
+    const std::optional<OpenHandle> handle = model.handles().instance(keyOf(stInput));
+    return {handle.has_value(), handle && handle->bPlayer, sourceOf(stInput)};
 }
 
 std::string edid(unsigned int u32Port, unsigned int u32Version) {
@@ -330,10 +336,9 @@ void setEdid(unsigned int u32Port, unsigned int u32Version, const std::string& s
 }
 
 HdmiPort hdmi(unsigned int u32Port) {
-    requireInput(E_HW_EXTIN_TYPE_HDMI, u32Port);
-    const std::optional<OpenHandle> handle = model.handles().instance(keyOf(E_HW_EXTIN_TYPE_HDMI, u32Port));
+    const Input stInput = input(E_HW_EXTIN_TYPE_HDMI, u32Port);
     const HdmiState stState = model.hdmi(u32Port);
-    return {handle.has_value(), handle && handle->bPlayer, stState.u32Version, stState.u8HotPlug, stState.u64HotPlugs};
+    return {stInput.bOpen, stInput.bPlayer, stState.u32Version, stState.u8HotPlug, stState.u64HotPlugs};
 }
 
 }  // namespace vset::extin

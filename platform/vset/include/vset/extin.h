@@ -4,6 +4,9 @@
 #ifndef VSET_EXTIN_H
 #define VSET_EXTIN_H
 
+#include <optional>
+
+#include "hw3/hw_extin.h"
 #include "vset/vset.h"
 
 namespace vset::extin {
@@ -11,6 +14,28 @@ namespace vset::extin {
 // How many inputs of a type (HW_EXTIN_Type_e) the chip says it has; switching on puts the board's own counts back.
 VSET_API unsigned char inputCount(std::uint32_t u32Type);
 VSET_API void setInputCount(std::uint32_t u32Type, unsigned char u8Count);
+
+// What a hand plugs into an input. The set tells of it exactly that, whether or not it fits together.
+struct Source {
+    HW_EXTIN_Timing_t stTiming = {1920, 1080, 0, 60000};
+    std::uint32_t u32Status = E_HW_EXTIN_SIGNAL_LOCKED;     // HW_EXTIN_Signal_e; only a locked signal can be calibrated
+    std::uint32_t u32TvSystem = E_HW_EXTIN_TV_SYSTEM_NONE;  // HW_EXTIN_TvSystem_e
+    // What the converter of an analogue input must be set to for this source: the result of automatic calibration.
+    HW_EXTIN_AdcGainOffset_t stNeeded = {1064, 1052, 1071, 131, 127, 134};
+};
+
+// A source takes the place of the one before; unplug() throws SetError when there is none. Switching on finds no source
+// anywhere: there is no timing then (0x3), no signal and no television standard. What is plugged into a composite input
+// does not reach the decoder by itself: plug it into that, too.
+VSET_API void plug(std::uint32_t u32Type, std::uint32_t u32Index, const Source& source);
+VSET_API void unplug(std::uint32_t u32Type, std::uint32_t u32Index);
+
+struct Input {
+    bool bOpen = false;    // in the middleware
+    bool bPlayer = false;  // the set's player has it, not the library
+    std::optional<Source> source;
+};
+VSET_API Input input(std::uint32_t u32Type, std::uint32_t u32Index);
 
 // The set's player opens an input, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(std::uint32_t u32Type, std::uint32_t u32Index);
@@ -34,6 +59,25 @@ struct HdmiPort {
     std::uint64_t u64HotPlugs = 0;  // how often the program has set it
 };
 VSET_API HdmiPort hdmi(unsigned int u32Port);
+
+// --- Analogue inputs (YPbPr, VGA, SCART) -----------------------------------------------------------------------------
+
+struct Calibration {
+    HW_EXTIN_AdcPhase_t stPhase = {16, 16, 16};
+    HW_EXTIN_AdcGainOffset_t stGainOffset = {1024, 1024, 1024, 128, 128, 128};
+};
+// What the converter is set to. Kept in the set's folder; that of a new set is as above.
+VSET_API Calibration calibration(std::uint32_t u32Type, std::uint32_t u32Index);
+VSET_API void setCalibration(std::uint32_t u32Type, std::uint32_t u32Index, const Calibration& stCalibration);
+
+// How often automatic calibration has succeeded since the set was switched on.
+VSET_API std::uint64_t automaticCalibrations(std::uint32_t u32Type, std::uint32_t u32Index);
+
+// --- The video decoder -----------------------------------------------------------------------------------------------
+
+// Factory parameters 1 to 16, all 0 after switching on.
+VSET_API std::uint32_t decoderParameter(unsigned int u32Decoder, unsigned int u32Parameter);
+VSET_API void setDecoderParameter(unsigned int u32Decoder, unsigned int u32Parameter, std::uint32_t u32Value);
 
 }  // namespace vset::extin
 

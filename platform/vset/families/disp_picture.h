@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a display window shows.
+#ifndef VSET_DISP_PICTURE_H
+#define VSET_DISP_PICTURE_H
+
+#include <optional>
+
+#include "hw3/hw_disp.h"
+#include "vset/picture.h"
+
+namespace vset {
+
+// All that the picture depends on. The first that is there is shown.
+struct WindowView {
+    std::optional<HW_DISP_MuteColor_t> muteColor;
+    std::optional<HW_DISP_TestPattern_t> testPattern;
+    std::optional<std::uint64_t> videoFrame;
+    bool bInput = false;
+};
+
+// Over the whole picture. False, with the picture untouched, when there is nothing to show.
+bool paintWindow(const WindowView& stView, Picture& picture);
+
+}  // namespace vset
+
+#endif

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// How the pixels of a surface come onto a picture: through a window and its layer, with the layer's colors.
+#ifndef VSET_OSD_PAINT_H
+#define VSET_OSD_PAINT_H
+
+#include "vset/osd.h"
+
+namespace vset {
+
+// `pu8Pixels` are those of the surface, with its pitch; they may lie anywhere.
+void paintSurface(const osd::Layer& stLayer, const osd::Window& stWindow, const osd::Surface& stSurface,
+                  const HW_U8* pu8Pixels, Picture& picture);
+
+}  // namespace vset
+
+#endif

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+// The person's door to the set's tuners. All functions throw SetError when no set is attached or a number is out of
+// range.
+#ifndef VSET_TUNER_H
+#define VSET_TUNER_H
+
+#include "hw3/hw_tuner.h"
+#include "vset/vset.h"
+
+namespace vset::tuner {
+
+constexpr unsigned int kSlotLimit = 8;
+
+// How many slots the chip says it has; switching on puts the board's own two back.
+VSET_API unsigned int slotCount();
+VSET_API void setSlotCount(unsigned int u32Count);
+
+struct Slot {
+    bool bOpen = false;    // in the middleware; the middleware closes no tuner
+    bool bPlayer = false;  // the set's player has it, not the library
+    bool bLocked = false;
+    std::int32_t s32Ber = 0;        // bit error rate that the middleware reads while the slot is locked
+    std::uint64_t u64VifInits = 0;  // how often the program has initialised the IF stage anew: step 1, then step 0
+};
+// After switching on, the player has slot 0, which is locked.
+VSET_API Slot slot(unsigned int u32Slot);
+
+// A station comes and goes. lock() opens the slot for the player when nobody has it open; unlock() leaves it open.
+VSET_API void lock(unsigned int u32Slot);
+VSET_API void unlock(unsigned int u32Slot);
+VSET_API void setBer(unsigned int u32Slot, std::int32_t s32Ber);
+
+// The set's player opens a slot, and closes it again: the library finds it open meanwhile.
+VSET_API void hold(unsigned int u32Slot);
+VSET_API void release(unsigned int u32Slot);
+
+// --- What tuner and demodulator say of themselves --------------------------------------------------------------------
+
+// Bytes of a text; one of this length leaves no room for the terminator that a program expects.
+constexpr std::size_t kTextLimit = HW_TUNER_TEXT_SIZE;
+
+// Of an attribute (HW_TUNER_AttrType_e) and of a factory command (HW_TUNER_FactoryCmd_e). Switching on puts the board's
+// own texts back.
+VSET_API std::string attributeText(unsigned int u32Slot, unsigned int u32Attr);
+VSET_API void setAttributeText(unsigned int u32Slot, unsigned int u32Attr, const std::string& strText);
+VSET_API std::string factoryText(unsigned int u32Slot, unsigned int u32Command);
+VSET_API void setFactoryText(unsigned int u32Slot, unsigned int u32Command, const std::string& strText);
+
+}  // namespace vset::tuner
+
+#endif
