@@ -33,11 +33,11 @@ class AudioPaths : public test::AudioTest {};
 
 TEST_F(AudioPaths, AreOpenedForACallAndClosedAfterIt) {
     EXPECT_EQ(a_vextvfapi_aud_open(), 0);
-    EXPECT_EQ(vset::openHandles().size(), 9u);
+    EXPECT_EQ(opened().size(), 9u);
     EXPECT_EQ(a_vextvfapi_aud_close(), 0);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     EXPECT_EQ(enable(1), 0);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     EXPECT_EQ(count("HW_AOUT_GetHandle"), 18u) << "all nine are looked up each time";
 }
 
@@ -45,7 +45,7 @@ TEST_F(AudioPaths, OfSomebodyElseStayOpen) {
     vset::aout::hold(0);
     vset::aout::hold(4);
     EXPECT_EQ(enable(1), 0);
-    EXPECT_EQ(vset::openHandles().size(), 2u);
+    EXPECT_EQ(opened().size(), 2u);
     EXPECT_EQ(a_vextvfapi_aud_deinit(), 0);
     EXPECT_EQ(a_vextvfapi_aud_init(), 0);
     EXPECT_EQ(enable(2), 0) << "the remembered handle still works";
@@ -55,15 +55,15 @@ TEST_F(AudioPaths, OfSomebodyElseStayOpen) {
 TEST_F(AudioPaths, AFailedCallLeavesThemOpenUntilTheNextSuccess) {
     vset::inject({"HW_AOUT_SetAttr"});
     EXPECT_EQ(enable(1), -1);
-    EXPECT_EQ(vset::openHandles().size(), 9u);
+    EXPECT_EQ(opened().size(), 9u);
     EXPECT_EQ(enable(8), -1) << "an argument that is looked at later leaves them open, too";
     EXPECT_EQ(enable(1), 0);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
 
     vset::inject({"HW_AOUT_Close", 3, 4});
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(enable(1), -1); }),
                 AllOf(HasSubstr("HW_AOUT_Close() failed!\n\n"), HasSubstr("a_vextvfapi_aud_close() failed!\n\n")));
-    EXPECT_EQ(vset::openHandles().size(), 6u) << "it stops at the path that cannot be closed";
+    EXPECT_EQ(opened().size(), 6u) << "it stops at the path that cannot be closed";
     EXPECT_EQ(a_vextvfapi_aud_close(), 0);
 }
 
@@ -171,7 +171,7 @@ TEST_F(AdvancedSound, APartThatThereIsNotIsASuccessWithoutACall) {
         EXPECT_EQ(s32Status, 0) << u32Type << ' ' << u32Index;
     }
     EXPECT_THAT(calls(), Not(Contains("HW_AOUT_SetAttr")));
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     vset::inject({"HW_AOUT_Close"});
     EXPECT_EQ(enableSub(5, 0), -1) << "unless a path cannot be closed";
     unsigned int u32Word = 1;

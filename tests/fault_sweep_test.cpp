@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "a_vextvfapi_aud.h"
+#include "a_vextvfapi_disp.h"
+#include "a_vextvfapi_disptst.h"
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
@@ -29,11 +31,17 @@ struct Sample {
     void (*after)() = nullptr;
     // Has a thread, which the user-mode emulator of another processor may not survive.
     bool bThread = false;
-    // The family whose handles a failure leaves open on purpose: the next success closes them.
+    // The families, with blanks between them, whose handles a failure leaves open on purpose.
     const char* pszFailureLeavesOpen = "";
     // How many handles a success leaves open, if it leaves any.
     std::size_t leftBySuccess = 1;
 };
+
+void expectNothingOpen() {
+    for (const vset::OpenHandle& stHandle : vset::openHandles()) {
+        EXPECT_TRUE(stHandle.bPlayer) << stHandle.strFamily;
+    }
+}
 
 void startFactoryUart() {
     ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(4, 0, 0), 1);
@@ -73,11 +81,68 @@ void openAudio() {
 void closeAudio() {
     unsigned int u32Delay = 0;
     EXPECT_EQ(a_vextvfapi_aud_adv_get_speaker_delay(&u32Delay), 0);
-    EXPECT_TRUE(vset::openHandles().empty());
+    expectNothingOpen();
 }
 
 Sample audio(const char* pszOperation, std::vector<std::string> words) {
     return {pszOperation, std::move(words), "", bringAudioUp, closeAudio, false, "HW_AOUT"};
+}
+
+// Where nobody has the window open, and the operation opens and closes it.
+void useClosedWindow() {
+    ASSERT_EQ(a_vextvfapi_disp_switch_window(1), 0);
+}
+
+void useFirstWindow() {
+    a_vextvfapi_disp_switch_window(0);
+}
+
+Sample display(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation, std::move(words), "", useClosedWindow, useFirstWindow};
+}
+
+void stopBurnIn() {
+    EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(0), 0);
+}
+
+// 4 x 1 black pixels.
+void putBmp() {
+    std::string strBmp(54 + 12, '\0');
+    strBmp.replace(0, 2, "BM");
+    strBmp[10] = 54;
+    strBmp[18] = 4;
+    strBmp[22] = 1;
+    test::writeFile(vset::hostPath("/data/bmp"), strBmp);
+}
+
+void putCanvasUp() {
+    ASSERT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(16, 4), 0);
+}
+
+// Proves that this takes away whatever a failure has left.
+void takeCanvasAway() {
+    EXPECT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_off(), 0);
+    expectNothingOpen();
+}
+
+// Without layer 1 the canvas has one of its own, which makes three handles of one.
+Sample canvasUp(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation,
+            std::move(words),
+            "HW_OSD_SURFACE",
+            putBmp,
+            takeCanvasAway,
+            false,
+            "HW_OSD HW_OSD_WINDOW HW_OSD_SURFACE"};
+}
+
+Sample onCanvas(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation, std::move(words), "", putCanvasUp, takeCanvasAway};
+}
+
+// A failure leaves everything that was opened until then.
+Sample videoCapture(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation, std::move(words), "", nullptr, nullptr, false, "HW_OSD_SURFACE HW_CAP HW_DISP"};
 }
 
 // One good call of each operation that reaches the middleware. Operations without one are in kNoMiddleware.
@@ -175,6 +240,25 @@ const Sample kSamples[] = {
     audio("a_vextvfapi_aud_adv_get_volume", {"3"}),
     audio("a_vextvfapi_aud_set_volume_table", {"all", "Linear", "0,50,100"}),
     audio("a_vextvfapi_aud_load_aq_params", {"/data/file"}),
+    {"a_vextvfapi_disp_init", {}},
+    {"_a_vextvfapi_disp_get_disp_handle", {}, "HW_DISP", useClosedWindow, useFirstWindow},
+    {"_a_vextvfapi_disp_get_disp_handle_by_win_idx", {"1"}, "HW_DISP"},
+    videoCapture("a_vextvfapi_disp_capture_screen_to_usb", {"/data/new", "screen"}),
+    videoCapture("_a_vextvfapi_disp_capture_video_to_usb", {"/data/new"}),
+    onCanvas("_a_vextvfapi_disp_capture_osd_to_usb", {"/data/new", "1"}),
+    {"_a_vextvfapi_output_bmp_file", {"/data/new", "text:12345678", "4", "1", "2"}},
+    {"a_vextvfapi_disptst_init", {}},
+    canvasUp("a_vextvfapi_disptst_gen_gop_test_pattern_on", {"16", "4"}),
+    canvasUp("a_vextvfapi_disptst_gen_gop_test_pattern_by_bmp", {"/data/bmp", "4", "1"}),
+    onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_off", {}),
+    onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_show", {}),
+    onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_hide", {}),
+    onCanvas("a_vextvfapi_disptst_gop_pattern_set_attr", {"on"}),
+    {"a_vextvfapi_disptst_set_burning_mode", {"on"}, "", nullptr, stopBurnIn, true},
+    {"a_vextvfapi_disptst_set_burning_mode_adv", {"on", "red,blue", "1"}, "", nullptr, stopBurnIn, true},
+    {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "on"}},
+    display("a_vextvfapi_disptst_set_pq_on_off", {"on"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "on", "0", "white"}),
 };
 
 const char* const kNoMiddleware[] = {
@@ -223,7 +307,20 @@ const char* const kNoMiddleware[] = {
     "a_vextvfapi_sys_send_cmd_to_factory_svc",
     "a_vextvfapi_sys_change_file_mode",
     "a_vextvfapi_sys_deinit",
+    "a_vextvfapi_disp_deinit",
+    "a_vextvfapi_disp_switch_window",
+    "a_vextvfapi_disptst_deinit",
+    // Drawing goes straight into memory, and its file is the C library's.
+    "a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap",
+    "a_vextvfapi_disptst_gen_gop_test_pattern_draw_line",
+    "a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect",
+    // Their handle comes from another operation.
+    "_a_vextvfapi_disp_get_on_screen_input",
+    "_a_vextvfapi_disptst_connect_disp",
 };
+
+// Of a call that is made for each row of a picture so many fail in turn.
+constexpr unsigned int kMostOfACall = 20;
 
 bool isEventOperation(const std::string& strName) {
     return strName.find("reg_callback") != std::string::npos || strName.find("_nty_event") != std::string::npos;
@@ -257,10 +354,11 @@ protected:
         std::size_t handles;
         int s32Descriptors;
     };
-    static Left left(const std::string& strExceptFamily = "") {
+    static Left left(const std::string& strExceptFamilies = "") {
         const std::vector<vset::OpenHandle> handles = vset::openHandles();
+        const std::string strExcepted = " " + strExceptFamilies + " ";
         const auto counts = std::count_if(handles.begin(), handles.end(), [&](const vset::OpenHandle& stHandle) {
-            return stHandle.strFamily != strExceptFamily;
+            return stHandle.bPlayer || strExcepted.find(" " + stHandle.strFamily + " ") == std::string::npos;
         });
         return {static_cast<std::size_t>(counts), test::openDescriptors()};
     }
@@ -326,7 +424,7 @@ TEST_F(FaultSweep, NothingIsLeftBehind) {
         EXPECT_FALSE(made.empty()) << "belongs into kNoMiddleware";
         for (const auto& [strCall, u32Count] : made) {
             const bool bFile = strCall.rfind("HW_FS_", 0) == 0 && strCall != "HW_FS_Init";
-            for (unsigned int u32From = 1; u32From <= u32Count; ++u32From) {
+            for (unsigned int u32From = 1; u32From <= std::min(u32Count, kMostOfACall); ++u32From) {
                 for (const long long s64Result :
                      bFile ? std::vector<long long>{-1, -2, 0} : std::vector<long long>{1, 3, 8}) {
                     // A descriptor of 0 would be the test's own standard input.

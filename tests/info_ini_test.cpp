@@ -38,7 +38,7 @@ protected:
         vset::clearJournal();
     }
     void TearDown() override {
-        EXPECT_TRUE(vset::openHandles().empty());
+        EXPECT_TRUE(opened().empty());
         SetTest::TearDown();
     }
 };

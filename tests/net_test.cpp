@@ -38,7 +38,7 @@ TEST_F(Net, ComesUpAndGoesDown) {
     EXPECT_EQ(a_vextvfapi_net_init(), 0) << "again";
     EXPECT_EQ(a_vextvfapi_net_open("eth0"), 0);
     EXPECT_EQ(a_vextvfapi_net_deinit(), 0);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     EXPECT_EQ(a_vextvfapi_net_deinit(), 0) << "whatever the middleware says";
     EXPECT_EQ(a_vextvfapi_net_open("eth0"), 255);
     vset::inject({"HW_NET_Init", HW_ERR_TIMEOUT});

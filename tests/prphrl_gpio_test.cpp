@@ -27,7 +27,7 @@ TEST_F(Pads, AreDriven) {
     EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 1), 0);
     EXPECT_TRUE(vset::gpio::pad(kPad).bOutput);
     EXPECT_EQ(vset::gpio::pad(kPad).u8Level, 1);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(0, 1), 0) << "pad 0 may be driven";
 
     vset::inject({"HW_GPIO_SetOutput"});
@@ -74,12 +74,12 @@ TEST_F(Pads, AreRead) {
     EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &u8Level), 0) << "only the log tells of it";
     EXPECT_EQ(u8Level, 9);
     EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(256, &u8Level), -1);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     vset::gpio::hold(kPad);
     EXPECT_THAT(
         test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &u8Level), 0); }),
         HasSubstr("[E] <a_vextvfapi_prphrl_get_gpio_status> [gpio_status] get handle success, no need to close"));
-    EXPECT_EQ(vset::openHandles().size(), 1u);
+    EXPECT_EQ(opened().size(), 1u);
 }
 
 // --- Monitor ---------------------------------------------------------------------------------------------------------
@@ -129,7 +129,7 @@ TEST_F(Monitor, CountsDifferingReadings) {
         EXPECT_EQ(levels(0), stRow.reported) << "debounce count " << stRow.u32Debounce;
         events.clear();
     }
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
 }
 
 TEST_F(Monitor, WatchesOnePadAtATime) {
@@ -172,7 +172,7 @@ TEST_F(Monitor, EndsWithAnEventWhenThePadFails) {
     EXPECT_EQ(levels(1), std::vector<int>{255}) << "a later reading fails";
     std::this_thread::sleep_for(100ms);
     EXPECT_EQ(levels(0), std::vector<int>{255}) << "it is reported once";
-    EXPECT_EQ(vset::openHandles().size(), 1u) << "the player's handle stays open";
+    EXPECT_EQ(opened().size(), 1u) << "the player's handle stays open";
 }
 
 TEST_F(Monitor, APadThatCannotBeOpenedCountsAsStartedUntilAStop) {

@@ -49,7 +49,7 @@ TEST_F(Hdmi, ThePortShowsTheVersionThatWasChosen) {
         EXPECT_EQ(bytesOf(stEdid), vset::extin::edid(3, static_cast<unsigned int>(stRow.s8Got)));
         EXPECT_EQ(stEdid.au8Data[stEdid.u32Size], '#') << "what is behind the EDID stays";
     }
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
 }
 
 TEST_F(Hdmi, TakesEdidsOfUpTo512Bytes) {
@@ -125,13 +125,13 @@ TEST_F(Hdmi, DrivesTheHotPlugLine) {
     EXPECT_EQ(_a_vextvfapi_prphrl_set_hdmi_hpd(1, 0, 1), -1) << "no handle at all";
     vset::inject({"HW_EXTIN_SetAttr"});
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(2, 0), -1);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
 
     // One that the player has is used and stays open.
     vset::extin::hold(E_HW_EXTIN_TYPE_HDMI, 0);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(0, 0), 0); }),
                 HasSubstr(">  Get HDMI Device:0 \n\n"));
-    EXPECT_EQ(vset::openHandles().size(), 1u);
+    EXPECT_EQ(opened().size(), 1u);
 }
 
 TEST_F(Hdmi, TellsWhoIsToClose) {
@@ -166,7 +166,7 @@ TEST_F(Cec, IsSwitchedAndAsked) {
     EXPECT_EQ(s32Earc, -70000);
     EXPECT_EQ(a_vextvfapi_prphrl_get_cec_status(nullptr), -1);
     EXPECT_EQ(a_vextvfapi_prphrl_get_earc_status(nullptr), -1);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     vset::cec::hold();
     vset::clearJournal();
     EXPECT_EQ(a_vextvfapi_prphrl_enable_cec(1), 0);
@@ -245,7 +245,7 @@ TEST_F(Pwm, EveryChannelAndAttributeIsItsOwn) {
         }
     }
     EXPECT_EQ(vset::pwm::value(9, 0), 0u);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
 }
 
 TEST_F(Pwm, RefusesWhatIsNotThere) {

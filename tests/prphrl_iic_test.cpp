@@ -59,7 +59,7 @@ TEST_F(Iic, WhatIsWrittenIsRead) {
     EXPECT_EQ(a_vextvfapi_prphrl_read_from_iic(0, 0, kEeprom, 0, nullptr, 0, nullptr), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_write_to_iic(0, kEeprom, 0, nullptr, 0, nullptr), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(0), 0);
-    EXPECT_THAT(vset::openHandles(), IsEmpty()) << "a transfer leaves the bus open, disabling closes it";
+    EXPECT_THAT(opened(), IsEmpty()) << "a transfer leaves the bus open, disabling closes it";
 }
 
 TEST_F(Iic, RefusesWhatItCannotTransfer) {
@@ -103,13 +103,13 @@ TEST_F(Iic, ClosesOnlyWhatItOpened) {
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0) << "it is open already";
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(1), 0);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(1), 0) << "one that is not open is opened and closed";
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     vset::iic::hold(2);
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(2), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(2), 0);
-    EXPECT_EQ(vset::openHandles().size(), 1u) << "the player's stays open";
+    EXPECT_EQ(opened().size(), 1u) << "the player's stays open";
 
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(8), -1);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(8), -1); }),
@@ -128,12 +128,12 @@ TEST_F(Iic, TellsWhereADeviceIs) {
                               HasSubstr("[DeviceId: 1] stIicDevice.u16BusNumSlaveId = 0x194\n\n"),
                               HasSubstr(red("pu16SlaveId:404"))));
     EXPECT_EQ(vset::iic::debugLevel(), 0x40u);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
 
     EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(999, 0, &u16Slave), -1);
     EXPECT_EQ(u16Slave, 0) << "an unknown device has none";
     EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 0, nullptr), -1);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     u16Slave = 0xEEEE;
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 9, &u16Slave), 0); }),
                 HasSubstr(red("Error 0x3: failed to HW_IIC_Open!")));
@@ -151,7 +151,7 @@ TEST_F(Iic, FindsAnOpenBusUnderItsDevicePort) {
     EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 1, &u16Slave), 0);
     EXPECT_THAT(calls(), ElementsAre("HW_IIC_SetDebugLevel", "HW_IIC_GetHandle", "HW_IIC_GetDeviceInfo"));
     EXPECT_EQ(vset::journal()[1].strArguments, "port=1025");
-    EXPECT_EQ(vset::openHandles().size(), 1u);
+    EXPECT_EQ(opened().size(), 1u);
 }
 
 }  // namespace

@@ -55,13 +55,13 @@ TEST_F(Leds, White) {
                            HasSubstr("[E] <obtainPm> HW_PM_GetHandle() fail\n\n"),
                            HasSubstr("[D] <showColour> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success\n\n"),
                            HasSubstr("[D] <closePm> PM close handle\n\n")));
-    EXPECT_TRUE(vset::openHandles().empty());
+    EXPECT_TRUE(opened().empty());
 
     EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
     EXPECT_EQ(colourOf(vset::pm::leds()), 0xFFFFFF) << "off writes no colour";
     EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(3), -1);
     EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(~0u), -1);
-    EXPECT_TRUE(vset::openHandles().empty());
+    EXPECT_TRUE(opened().empty());
     EXPECT_EQ(count("HW_PM_Open"), count("HW_PM_Close"));
 }
 
@@ -80,7 +80,7 @@ TEST_F(Leds, WhatFails) {
         int status = 0;
         EXPECT_THAT(test::logOf([&] { status = a_vextvfapi_prphrl_set_mic_led(kWhite); }), HasSubstr(failure.log));
         EXPECT_EQ(status, -1);
-        EXPECT_TRUE(vset::openHandles().empty());
+        EXPECT_TRUE(opened().empty());
     }
     EXPECT_TRUE(vset::pm::ledHistory().empty());
 }
@@ -92,7 +92,7 @@ TEST_F(Leds, AFoundHandleIsNotClosed) {
                 AllOf(HasSubstr("[D] <closePm> PM no open\n\n"),
                       HasSubstr("HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n")));
     EXPECT_EQ(count("HW_PM_Open") + count("HW_PM_Close"), 0u);
-    EXPECT_EQ(vset::openHandles().size(), 1u);
+    EXPECT_EQ(opened().size(), 1u);
     vset::pm::release();
 }
 
@@ -112,7 +112,7 @@ TEST_F(Leds, ACycleRunsToItsEnd) {
         EXPECT_THAT(log, HasSubstr(text));
     }
     EXPECT_EQ(count("HW_PM_Close"), 1u) << "exactly one of the two closes";
-    EXPECT_TRUE(vset::openHandles().empty());
+    EXPECT_TRUE(opened().empty());
 }
 
 TEST_F(Leds, ACycleGoesOnUntilItIsStopped) {

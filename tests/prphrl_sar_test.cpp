@@ -238,7 +238,7 @@ TEST_F(Adc, UsesWhatThePlayerHasOpen) {
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0); }),
                 AllOf(HasSubstr("[SAR ADC] Open handle fail\n\n"),
                       HasSubstr("[SAR ADC] Read ADC value when using keypad: enable\n\n")));
-    EXPECT_EQ(vset::openHandles().size(), 2u);
+    EXPECT_EQ(opened().size(), 2u);
 }
 
 TEST_F(Adc, AStartMayFailAndSucceedLater) {
@@ -249,7 +249,7 @@ TEST_F(Adc, AStartMayFailAndSucceedLater) {
         EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1) << pszCall;
     }
     EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
-    EXPECT_EQ(vset::openHandles().size(), 1u) << "the handle of a failed start is kept and used again";
+    EXPECT_EQ(opened().size(), 1u) << "the handle of a failed start is kept and used again";
 }
 
 // --- Remote control --------------------------------------------------------------------------------------------------

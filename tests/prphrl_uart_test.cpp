@@ -281,7 +281,7 @@ TEST_F(FactoryUart, StartsAndStopsWhileBytesArrive) {
         }
     }
     EXPECT_EQ(test::openDescriptors(), before);
-    EXPECT_TRUE(vset::openHandles().empty());
+    EXPECT_TRUE(opened().empty());
     for (const std::string& data : events.data(0)) {
         for (std::size_t i = 1; i < data.size(); ++i) {
             const bool bNext = data[i] == data[i - 1] + 1 || (data[i - 1] == '3' && data[i] == '0');

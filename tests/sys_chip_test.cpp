@@ -221,7 +221,7 @@ TEST_F(Chip, TellsTheTime) {
     unsigned int u32Seconds = 0;
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
     EXPECT_NEAR(static_cast<double>(u32Seconds), static_cast<double>(std::time(nullptr)), 3.0);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     vset::pm::setClock(1000);
     vset::powerCycle();
     ASSERT_EQ(a_vextvfapi_sys_init(), 0);
@@ -232,7 +232,7 @@ TEST_F(Chip, TellsTheTime) {
                 HasSubstr("\033[31m pu32RtcTime is NULL \033[m\n\n"));
     vset::pm::hold();
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
-    EXPECT_EQ(vset::openHandles().size(), 1u) << "the player's handle stays open";
+    EXPECT_EQ(opened().size(), 1u) << "the player's handle stays open";
 }
 
 TEST_F(Chip, TheClockMayFail) {
@@ -242,7 +242,7 @@ TEST_F(Chip, TheClockMayFail) {
                 HasSubstr("_hPmHandle is NULL\n\n"));
     vset::inject({"HW_PM_GetRtcTime"});
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1);
-    EXPECT_EQ(vset::openHandles().size(), 1u) << "a handle that was opened stays so";
+    EXPECT_EQ(opened().size(), 1u) << "a handle that was opened stays so";
     EXPECT_EQ(u32Seconds, 77u);
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0) << "the next call finds it";
     // With neither look-up nor open the old handle is tried, which still works as long as it is open.

@@ -55,7 +55,7 @@ TEST_F(Emmc, WhatIsWrittenIsRead) {
     vset::powerCycle();
     ASSERT_EQ(a_vextvfapi_sys_init(), 0);
     EXPECT_EQ(readEmmc(1000, 4).strBytes, strBytes);
-    EXPECT_THAT(vset::openHandles(), IsEmpty());
+    EXPECT_THAT(opened(), IsEmpty());
     vset::clearJournal();
     EXPECT_EQ(writeEmmc("", 0), 0);
     EXPECT_EQ(readEmmc(0, 0).s32Status, 0);

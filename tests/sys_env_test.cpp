@@ -60,7 +60,7 @@ TEST_F(SysEnv, SurvivesAPowerCycleAndLeavesTheRestAlone) {
     EXPECT_EQ(getEnv("bootdelay"), before.at("bootdelay"));
     EXPECT_EQ(getEnv("nosuch"), "status -1");
     EXPECT_EQ(vset::flash::environment(E_HW_FLASH_TYPE_EMMC).size(), before.size() + 1);
-    EXPECT_TRUE(vset::openHandles().empty());
+    EXPECT_TRUE(opened().empty());
 }
 
 TEST_F(SysEnv, TheFlashTypeChoosesTheImage) {
@@ -111,12 +111,12 @@ TEST_F(SysEnv, AHandleOfSomebodyElseIsSharedAndStaysOpen) {
     EXPECT_EQ(getEnv("a"), "1");
     EXPECT_THAT(calls(), Not(Contains("HW_FLASH_Open")));
     EXPECT_THAT(calls(), Not(Contains("HW_FLASH_Close")));
-    EXPECT_EQ(vset::openHandles().size(), 1u);
+    EXPECT_EQ(opened().size(), 1u);
 
     int s32Handle = -1;
     unsigned char u8Opened = 9;
     EXPECT_EQ(_a_vextvfapi_sys_get_flash_handle(s32Handle, E_HW_FLASH_TYPE_EMMC, u8Opened), 0);
-    EXPECT_EQ(static_cast<unsigned int>(s32Handle), vset::openHandles()[0].u32Handle);
+    EXPECT_EQ(static_cast<unsigned int>(s32Handle), opened()[0].u32Handle);
     EXPECT_EQ(u8Opened, 0);
     EXPECT_EQ(_a_vextvfapi_sys_get_flash_handle(s32Handle, E_HW_FLASH_TYPE_NAND, u8Opened), 0);
     EXPECT_EQ(u8Opened, 1);
@@ -178,7 +178,7 @@ TEST_F(SysEnv, EachStepMayFail) {
         const std::string strLog = test::logOf([&] { EXPECT_EQ(act(), stRow.s32Status); });
         EXPECT_THAT(strLog, HasSubstr(stRow.pszText));
         const bool bCloseFailed = std::string(stRow.pszCall) == "HW_FLASH_Close";
-        EXPECT_EQ(vset::openHandles().size(), bCloseFailed ? 1u : 0u);
+        EXPECT_EQ(opened().size(), bCloseFailed ? 1u : 0u);
     }
 }
 

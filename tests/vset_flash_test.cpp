@@ -149,7 +149,7 @@ TEST_F(VsetFlash, OneHandlePerFlashTypeSharedWithThePlayer) {
 
     vset::flash::hold(E_HW_FLASH_TYPE_NAND);
     EXPECT_EQ(find(E_HW_FLASH_TYPE_NAND, &hFlash), HW_OK);
-    EXPECT_TRUE(vset::openHandles().at(0).bPlayer);
+    EXPECT_TRUE(SetTest::opened().at(0).bPlayer);
     vset::flash::release(E_HW_FLASH_TYPE_NAND);
     EXPECT_EQ(find(E_HW_FLASH_TYPE_NAND, &hFlash), HW_ERR_FAILED);
     EXPECT_THROW(vset::flash::hold(3), vset::SetError);

@@ -3,6 +3,7 @@
 #ifndef TESTS_SUPPORT_SET_FIXTURE_H
 #define TESTS_SUPPORT_SET_FIXTURE_H
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -55,6 +56,19 @@ protected:
     static std::string read(const std::string& strPath) { return readFile(vset::hostPath(strPath)); }
     static void write(const std::string& strPath, const std::string& strBytes) {
         writeFile(vset::hostPath(strPath), strBytes);
+    }
+
+    // What is open beside the display, graphics and tuner that the set's player always has.
+    static std::vector<vset::OpenHandle> opened() {
+        std::vector<vset::OpenHandle> handles = vset::openHandles();
+        const auto isOfTheScene = [](const vset::OpenHandle& stHandle) {
+            constexpr const char* kScene[] = {"HW_DISP", "HW_OSD", "HW_TUNER", "HW_VIDEO"};
+            return stHandle.bPlayer && std::any_of(std::begin(kScene), std::end(kScene), [&](const char* pszFamily) {
+                       return stHandle.strFamily.rfind(pszFamily, 0) == 0;
+                   });
+        };
+        handles.erase(std::remove_if(handles.begin(), handles.end(), isOfTheScene), handles.end());
+        return handles;
     }
 
     // Names of the middleware calls since the journal was cleared, oldest first.

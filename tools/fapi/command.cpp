@@ -57,7 +57,11 @@ Command Command::parse(const Words& words, Together together) {
                          didYouMean(words[1], hands(), [](const Hand& hand) { return std::string(hand.name); }));
     }
     try {
-        command._arguments = parseWords(command._hand->arguments, {words.begin() + 2, words.end()});
+        const Words rest(words.begin() + 2, words.end());
+        command._arguments = parseWords(command._hand->arguments, rest);
+        if (command._hand->check != nullptr && together == Together::checked) {
+            command._hand->check(command._arguments, rest);
+        }
     } catch (const UsageError& error) {
         throw UsageError("set " + words[1] + ": " + error.what() + "; usage: set " + words[1] +
                          argumentsUsage(command._hand->arguments));

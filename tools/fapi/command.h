@@ -24,15 +24,19 @@ struct Hand {
     bool sessionOnly = false;
     // When it does what it is for, the process that has the set ends: there is nobody to answer anything.
     bool endsProcess = false;
+    // As an operation's.
+    void (*check)(const std::vector<Value>& values, const std::vector<std::string>& words) = nullptr;
 };
 
 const std::vector<Hand>& hands();
 // The parts of them.
-std::vector<Hand> boardHands();   // keypad, ADC channels, pads, I2C
-std::vector<Hand> chipHands();    // watchdog, clocks, firmware, registers, network
-std::vector<Hand> hdmiHands();    // HDMI, CEC, PWM, factory daemon
-std::vector<Hand> serialHands();  // serial ports, pipe, LEDs
-std::vector<Hand> soundHands();   // audio outputs
+std::vector<Hand> boardHands();    // keypad, ADC channels, pads, I2C
+std::vector<Hand> chipHands();     // watchdog, clocks, firmware, registers, memory, network
+std::vector<Hand> displayHands();  // display windows, display output, capture unit
+std::vector<Hand> hdmiHands();     // HDMI, CEC, PWM, factory daemon
+std::vector<Hand> panelHands();    // on-screen graphics, colors of pixels
+std::vector<Hand> serialHands();   // serial ports, pipe, LEDs
+std::vector<Hand> soundHands();    // audio outputs
 const Hand* findHand(std::string_view name);
 
 // The message for a name that is no operation, with the nearest one that is.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "color.h"
 #include "command.h"
 #include "shell.h"
 #include "vset/flash.h"
@@ -24,7 +25,7 @@ std::vector<std::string> operationNames() {
 
 std::vector<std::string> firstWords() {
     std::vector<std::string> names = operationNames();
-    names.insert(names.end(), {"help", "list", "quit", "set", "watch"});
+    names.insert(names.end(), {"help", "list", "quit", "screen", "set", "watch"});
     return names;
 }
 
@@ -70,6 +71,8 @@ std::vector<std::string> argumentValues(const Argument& argument, const std::str
             return partitionNames();
         case Kind::flag:
             return {"off", "on"};
+        case Kind::color:
+            return colorNames();
         case Kind::choice: {
             std::vector<std::string> names;
             for (const Choice& choice : argument.choices) {

@@ -81,15 +81,15 @@ void journal(Call& call) {
 }
 
 void handles(Call& call) {
-    std::string text;
+    std::string library, player;
     for (const vset::OpenHandle& handle : vset::openHandles()) {
         char line[128];
-        std::snprintf(line, sizeof(line), "%s %llu 0x%x %s\n", handle.strFamily.c_str(),
-                      static_cast<unsigned long long>(handle.u64Key), handle.u32Handle,
-                      handle.bPlayer ? "player" : "library");
-        text += line;
+        std::snprintf(line, sizeof(line), "%s %llu 0x%x\n", handle.strFamily.c_str(),
+                      static_cast<unsigned long long>(handle.u64Key), handle.u32Handle);
+        (handle.bPlayer ? player : library) += line;
     }
-    call.out("handles", std::move(text));
+    call.out("handles", std::move(library));
+    call.out("player", std::move(player));
 }
 
 // The presence of a file as a switch.
@@ -143,7 +143,7 @@ std::vector<Hand> setHands() {
         {"handles",
          "Show what is open in the middleware.",
          {},
-         {{"handles", "family, what is open, handle, who has it"}},
+         {{"handles", "of the library, a line each: family, what is open, handle"}, {"player", "of the set's player"}},
          handles,
          true},
     };
@@ -154,8 +154,8 @@ std::vector<Hand> setHands() {
 const std::vector<Hand>& hands() {
     static const std::vector<Hand> all = [] {
         std::vector<Hand> rows;
-        for (std::vector<Hand> some :
-             {setHands(), boardHands(), chipHands(), hdmiHands(), serialHands(), soundHands()}) {
+        for (std::vector<Hand> some : {setHands(), boardHands(), chipHands(), displayHands(), hdmiHands(), panelHands(),
+                                       serialHands(), soundHands()}) {
             std::move(some.begin(), some.end(), std::back_inserter(rows));
         }
         return rows;

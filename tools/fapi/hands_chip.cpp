@@ -145,6 +145,44 @@ std::vector<Hand> chipRows() {
     };
 }
 
+// --- Memory ----------------------------------------------------------------------------------------------------------
+
+void memory(Call& call) {
+    std::string text;
+    for (const vset::sys::MemoryArea& area : vset::sys::memoryMap()) {
+        char line[160];
+        std::snprintf(line, sizeof(line), "%s region %u at 0x%llx, 0x%llx bytes%s\n", area.strName.c_str(),
+                      area.u32MmapId, static_cast<unsigned long long>(area.u64Start),
+                      static_cast<unsigned long long>(area.u64Size), area.bAddressable ? "" : ", not addressable");
+        text += line;
+    }
+    call.out("areas", std::move(text));
+}
+
+std::vector<Hand> memoryHands() {
+    return {
+        {"memory",
+         "Show the memory map.",
+         {},
+         {{"areas", "a line each: name, number of the region, physical address, size"}},
+         memory,
+         true},
+        {"mmap-size",
+         "Give a region of memory another size; what was in it is lost.",
+         {{"region", Kind::number, "its number", 0, kU32Max},
+          {"bytes", Kind::number, "its size", 0, vset::sys::kRegionLimit}},
+         {},
+         [](Call& call) { vset::sys::resizeRegion(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1)); },
+         true},
+        {"iommu",
+         "Say how much memory the IOMMU has in all; what is allocated stays.",
+         {{"bytes", Kind::number, "how much", 0, kU32Max}},
+         {},
+         [](Call& call) { vset::sys::setIommuMemory(call.number<std::uint64_t>(0)); },
+         true},
+    };
+}
+
 // --- Network ---------------------------------------------------------------------------------------------------------
 
 using vset::net::Interface;
@@ -223,7 +261,7 @@ std::vector<Hand> netHands() {
 
 std::vector<Hand> chipHands() {
     std::vector<Hand> rows;
-    for (std::vector<Hand> some : {watchdogHands(), chipRows(), netHands()}) {
+    for (std::vector<Hand> some : {watchdogHands(), chipRows(), memoryHands(), netHands()}) {
         std::move(some.begin(), some.end(), std::back_inserter(rows));
     }
     return rows;

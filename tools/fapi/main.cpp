@@ -9,6 +9,7 @@
 #include "output.h"
 #include "partition_commands.h"
 #include "plan.h"
+#include "screen.h"
 #include "shell.h"
 #include "vset/vset.h"
 #include "watch.h"
@@ -85,6 +86,7 @@ public:
         addSet();
         addPartition();
         addWatch();
+        addScreen();
         addPlans();
     }
 
@@ -247,6 +249,19 @@ private:
         watching->callback([this] { _action = [this] { return watch(_options, _watch); }; });
     }
 
+    void addScreen() {
+        CLI::App* command = _app.add_subcommand("screen", "Take a picture of what the set shows");
+        command->add_option("FILE", _screen.file, "The PNG file; without one the picture is shown here")
+            ->check(notEmpty());
+        command->add_option("--what", _screen.what, "panel, window:N, surface:HANDLE, layer:N or capture")
+            ->type_name("WHAT");
+        command->add_flag("--preview", _screen.preview, "Show it here, too, on a terminal with 24-bit color");
+        command->add_option("--do", _screen.lines, "Run a line of the shell first; may be given again")
+            ->type_name("LINE")
+            ->allow_extra_args(false);
+        command->callback([this] { _action = [this] { return screen(_options, _screen); }; });
+    }
+
     void addPlans() {
         CLI::App* run = _app.add_subcommand("run", "Run factory-line plans");
         run->add_option("PLAN", _words)->required();
@@ -278,6 +293,7 @@ private:
     std::string _output;
     PartitionOptions _partition;
     WatchOptions _watch;
+    ScreenOptions _screen;
     RunOptions _run;
 };
 

@@ -6,10 +6,7 @@
 
 namespace tool {
 
-namespace {
-
-// Cut at each `separator`; nothing for an empty text.
-std::vector<std::string> cut(const std::string& text, char separator) {
+std::vector<std::string> cutAt(const std::string& text, char separator) {
     std::vector<std::string> pieces;
     for (std::size_t start = 0, end = 0; !text.empty() && end != std::string::npos; start = end + 1) {
         end = text.find(separator, start);
@@ -18,15 +15,13 @@ std::vector<std::string> cut(const std::string& text, char separator) {
     return pieces;
 }
 
-}  // namespace
-
 NumberList parseNumberList(const NumberListForm& form, const std::string& text) {
     const auto refuse = [&] {
         throw UsageError(std::string(form.argument) + " is " + display(text, 40) + ", expected " + form.expected);
     };
     NumberList rows;
-    for (const std::string& piece : cut(text, ',')) {
-        const std::vector<std::string> fields = cut(piece, '/');
+    for (const std::string& piece : cutAt(text, ',')) {
+        const std::vector<std::string> fields = cutAt(piece, '/');
         if (fields.size() != form.fields) {
             refuse();
         }

@@ -9,6 +9,9 @@
 
 namespace tool {
 
+// Cut at each `separator`; nothing for an empty text.
+std::vector<std::string> cutAt(const std::string& text, char separator);
+
 // What a list must be.
 struct NumberListForm {
     const char* argument;

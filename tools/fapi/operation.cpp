@@ -7,6 +7,7 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "color.h"
 #include "words.h"
 
 namespace tool {
@@ -17,9 +18,10 @@ constexpr std::string_view kPrefix = "a_vextvfapi_";
 
 std::vector<Operation> allOperations() {
     std::vector<Operation> all;
-    for (std::vector<Operation> some : {audOperations(), chipOperations(), commonOperations(), eventOperations(),
-                                        hdmiOperations(), iicAndGpioOperations(), infoOperations(), keypadOperations(),
-                                        netOperations(), prphrlOperations(), storageOperations(), sysOperations()}) {
+    for (std::vector<Operation> some :
+         {audOperations(), chipOperations(), commonOperations(), dispOperations(), disptstOperations(),
+          eventOperations(), hdmiOperations(), iicAndGpioOperations(), infoOperations(), keypadOperations(),
+          netOperations(), prphrlOperations(), storageOperations(), sysOperations()}) {
         std::move(some.begin(), some.end(), std::back_inserter(all));
     }
     std::sort(all.begin(), all.end(), [](const Operation& left, const Operation& right) {
@@ -63,6 +65,8 @@ std::string expectation(const Argument& argument) {
             return "a path";
         case Kind::partition:
             return "the name of a partition";
+        case Kind::color:
+            return colorExpectation();
         case Kind::bytes:
             return argument.max != 0 ? "bytes (text:..., hex:..., repeat:N:..., file:...), " + rangeText(argument)
                                      : "bytes (text:..., hex:..., repeat:N:..., file:...)";
@@ -115,6 +119,13 @@ Value parseArgument(const Argument& argument, const std::string& word) {
             return parseFlag(argument, word);
         case Kind::choice:
             return parseChoice(argument, word);
+        case Kind::color: {
+            const std::optional<Color> color = parseColor(word);
+            if (!color) {
+                refuse(argument, word);
+            }
+            return static_cast<long long>(*color);
+        }
         case Kind::text:
         case Kind::path:
         case Kind::partition: {
@@ -147,6 +158,10 @@ const Value* Outcome::find(std::string_view name) const {
         }
     }
     return nullptr;
+}
+
+void Call::out(const char* name, Value value) {
+    _outputs.emplace_back(name, std::move(value));
 }
 
 Bytes Call::buffer(std::size_t size, unsigned char fill) {

@@ -19,6 +19,7 @@ enum class Kind {
     text,       // at most max characters when max is not 0
     path,       // as text; completion offers paths of the set
     partition,  // as text; completion offers the set's eMMC partitions
+    color,      // as parseColor takes it; the value is the number of the color
     bytes       // as parseBytes takes them; between min and max bytes
 };
 
@@ -82,7 +83,7 @@ public:
         return reinterpret_cast<const unsigned char*>(text(index).c_str());
     }
 
-    void out(const char* name, Value value) { _outputs.emplace_back(name, std::move(value)); }
+    void out(const char* name, Value value);
     // A buffer of exactly the size that is passed along, so that a sanitizer sees a byte too many. It has an address
     // even without a byte: null would be another argument.
     static Bytes buffer(std::size_t size, unsigned char fill = 0);
@@ -155,6 +156,8 @@ bool isGood(Result result, long long status);
 std::vector<Operation> audOperations();
 std::vector<Operation> chipOperations();
 std::vector<Operation> commonOperations();
+std::vector<Operation> dispOperations();
+std::vector<Operation> disptstOperations();
 std::vector<Operation> eventOperations();  // the event trio of all modules
 std::vector<Operation> hdmiOperations();
 std::vector<Operation> iicAndGpioOperations();

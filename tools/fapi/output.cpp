@@ -33,6 +33,8 @@ const char* kindName(Kind kind) {
             return "path";
         case Kind::partition:
             return "partition";
+        case Kind::color:
+            return "color";
         case Kind::bytes:
             return "bytes";
     }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "command.h"
+#include "picture_source.h"
 #include "session.h"
 
 namespace tool {
@@ -78,6 +79,7 @@ struct PlanLine {
     Words words;
     // Empty while words hold ${NAME}: the command is then made when the values are known.
     std::optional<Command> command;
+    bool isPicture = false;  // has no command but parsePicture()
     std::vector<Expectation> expectations;
     std::vector<Keep> keeps;
 
@@ -116,12 +118,23 @@ Expectation parseExpectation(const Words& words);
 // Throws UsageError.
 std::size_t readCondition(const Words& words, std::size_t i, Condition& condition);
 
+// "picture NAME [WHAT]"
+struct PictureLine {
+    std::string name;
+    PictureSource source;
+};
+// Throws UsageError. What holds variables is taken for the panel.
+PictureLine parsePicture(const Words& words);
+
 // The words of a line behind "expect". Throws UsageError.
 EventCondition parseEventCondition(const Words& words);
 
 // --- Variables -------------------------------------------------------------------------------------------------------
 
 using Variables = std::map<std::string, Value>;
+
+// Has a value from the beginning: the folder of the plan.
+constexpr const char* kPlanFolder = "PLAN_DIR";
 
 // The names in the ${NAME} of a word. Throws UsageError when one is not closed.
 std::vector<std::string> variablesOf(std::string_view word);

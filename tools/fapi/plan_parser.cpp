@@ -63,6 +63,8 @@ private:
                 addExpectation(words);
             } else if (words[0] == "keep") {
                 addKeep(words);
+            } else if (words[0] == "picture") {
+                addPicture(words);
             } else {
                 addCommand(words);
             }
@@ -150,23 +152,41 @@ private:
         _teardown = true;
     }
 
-    void addCommand(const Words& words) {
+    // A line of the present step. It counts even when it is wrong, so that its expectations have a place.
+    PlanLine& addLine(const Words& words) {
         _outputs.reset();
-        _reboot.clear();
+        _silent.clear();
         if (_plan.steps.empty() || (_teardown && !_plan.steps.back().teardown)) {
             throw UsageError(display(words[0], 40) + " stands before the first step");
         }
-        // The line counts even when it is wrong, so that its expectations have a place.
         PlanLine& line = _plan.steps.back().lines.emplace_back();
         line.line = _line;
         line.words = words;
+        return line;
+    }
+
+    void addPicture(const Words& words) {
+        PlanLine& line = addLine(words);
+        line.isPicture = true;
+        _silent = "a picture";
+        for (const std::string& word : words) {
+            useVariables(word);
+        }
+        const PictureLine picture = parsePicture(words);
+        if (!_pictures.insert(picture.name).second) {
+            throw UsageError("there is a picture " + picture.name + " already");
+        }
+    }
+
+    void addCommand(const Words& words) {
+        PlanLine& line = addLine(words);
         bool usesVariables = false;
         for (const std::string& word : words) {
             usesVariables = useVariables(word) || usesVariables;
         }
         const Command command = usesVariables ? commandWithAnyValues(words) : Command::parse(words);
         if (command.endsProcess()) {
-            _reboot = command.isPowerCycle() ? "a power cycle" : "a reboot";
+            _silent = command.isPowerCycle() ? "a power cycle" : "a reboot";
         } else {
             _outputs = command.outputNames();
         }
@@ -198,8 +218,8 @@ private:
             throw UsageError(word + " stands behind no operation");
         }
         PlanLine& line = _plan.steps.back().lines.back();
-        if (!_reboot.empty()) {
-            throw UsageError(word + " stands behind " + _reboot + ", which answers nothing");
+        if (!_silent.empty()) {
+            throw UsageError(word + " stands behind " + _silent + ", which answers nothing");
         }
         return line;
     }
@@ -287,8 +307,9 @@ private:
     bool _stopOnFailure = true;
     // Of the last line, as far as they are known.
     std::optional<std::vector<std::string>> _outputs;
-    std::string _reboot;  // what it is, when nothing can come of it
-    std::set<std::string> _kept;
+    std::string _silent;  // what it is, when it answers nothing
+    std::set<std::string> _kept = {kPlanFolder};
+    std::set<std::string> _pictures;
 };
 
 }  // namespace

@@ -2,11 +2,13 @@
 // The process that holds library and set while a plan runs.
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <thread>
 
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include "picture.h"
 #include "plan_event.h"
 #include "plan_record.h"
 #include "vset/vset.h"
@@ -27,8 +29,9 @@ double secondsSince(Clock::time_point start) {
 
 class PlanProcess {
 public:
-    PlanProcess(const Plan& plan, const Position& position, const Variables& variables, bool details, int descriptor)
-        : _plan(plan), _position(position), _variables(variables), _details(details), _descriptor(descriptor) {}
+    PlanProcess(const Plan& plan, const Position& position, const Variables& variables, const std::string& report,
+                int descriptor)
+        : _plan(plan), _position(position), _variables(variables), _report(report), _descriptor(descriptor) {}
 
     void run() {
         for (; _position.step < _plan.steps.size(); ++_position.step) {
@@ -97,8 +100,27 @@ private:
                 send(RecordKind::reboot);
                 reboot();
             }
-            runLine(line);
+            line.isPicture ? takePicture(line) : runLine(line);
         }
+    }
+
+    void takePicture(const PlanLine& line) {
+        const Clock::time_point start = Clock::now();
+        Json json = {{"command", line.text()}, {"line", line.line}};
+        try {
+            const PictureLine picture = parsePicture(wordsOf(line));
+            const vset::Picture taken = picture.source.take();
+            if (!_report.empty()) {
+                const std::string file = _report + "-" + picture.name + ".png";
+                writePng(taken, file);
+                json["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            }
+        } catch (const std::runtime_error& error) {
+            worsen({Verdict::failed, line.text() + ": " + error.what()}, line.line);
+            json["error"] = error.what();
+        }
+        json["seconds"] = secondsSince(start);
+        send(Record{RecordKind::command, _position, 0, "", {}, _report.empty() ? Json() : std::move(json)});
     }
 
     void runLine(const PlanLine& line) {
@@ -108,7 +130,7 @@ private:
         try {
             std::optional<Command> made;
             if (!line.command) {
-                made = commandOf(line);
+                made = Command::parse(wordsOf(line));
             }
             const Command& command = line.command ? *line.command : *made;
             if (command.endsProcess()) {
@@ -117,7 +139,7 @@ private:
             }
             const Clock::time_point start = Clock::now();
             const Outcome outcome = command.run();
-            if (_details) {
+            if (!_report.empty()) {
                 record.command = toJson(command, outcome);
                 record.command["line"] = line.line;
                 record.command["seconds"] = secondsSince(start);
@@ -132,12 +154,12 @@ private:
         send(record);
     }
 
-    Command commandOf(const PlanLine& line) const {
+    Words wordsOf(const PlanLine& line) const {
         Words words = line.words;
         for (std::string& word : words) {
             word = substitute(word, _variables);
         }
-        return Command::parse(words);
+        return words;
     }
 
     // Without an expectation of the status it must be a good one.
@@ -163,7 +185,7 @@ private:
             }
             number = expectation.line;
             const Json judged = judgeExpectation(expectation, command, outcome);
-            if (_details) {
+            if (!_report.empty()) {
                 record.command["expectations"].push_back(judged);
             }
         }
@@ -223,7 +245,7 @@ private:
     const Plan& _plan;
     Position _position;
     Variables _variables;
-    const bool _details;
+    const std::string& _report;
     const int _descriptor;
     EventQueue _events;
 };
@@ -244,14 +266,14 @@ bool attachSet(const SessionOptions& session, PlanProcess& process) {
 
 // Without an exception's way out: behind it are the parent's callers.
 void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
-                    const Variables& variables, bool details, int descriptor) noexcept {
+                    const Variables& variables, const std::string& report, int descriptor) noexcept {
     // Ctrl-C goes to the whole terminal group; what becomes of this process the parent decides.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGPIPE, SIG_IGN);
     // The set is free again when the parent is killed, whatever this process does.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    PlanProcess process(plan, position, variables, details, descriptor);
+    PlanProcess process(plan, position, variables, report, descriptor);
     const bool hasSet = attachSet(session, process);
     if (hasSet) {
         process.run();

@@ -46,9 +46,9 @@ std::string encode(const Record& record);
 Record decode(const std::string& line);
 
 // Runs the plan from the position on, in a process of its own, and writes records to the descriptor. Does not return.
-// With `details` the commands' outcomes are recorded.
+// With a report the commands' outcomes are recorded, and pictures are written as files that begin with `report`.
 [[noreturn]] void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
-                                 const Variables& variables, bool details, int descriptor) noexcept;
+                                 const Variables& variables, const std::string& report, int descriptor) noexcept;
 
 }  // namespace tool
 

@@ -3,6 +3,7 @@
 #include "plan_report.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include <iomanip>
 #include <sstream>
 
+#include <fcntl.h>
 #include <unistd.h>
 #include <pugixml.hpp>
 
@@ -30,6 +32,7 @@ std::string timeText(std::chrono::system_clock::time_point time, const char* for
     return text.str();
 }
 
+constexpr char kJson[] = ".json";
 constexpr char kIsoTime[] = "%Y-%m-%dT%H:%M:%S";
 
 std::string secondsText(double seconds) {
@@ -89,6 +92,9 @@ private:
         if (result.attempts.size() > 1) {
             addProperty(test, "attempts", std::to_string(result.attempts.size()));
         }
+        for (const Json& picture : result.pictures()) {
+            addProperty(test, "picture", picture["file"].get<std::string>());
+        }
         if (result.verdict() == Verdict::notRun) {
             test.append_child("skipped");
         } else if (isBad(result.verdict())) {
@@ -111,7 +117,7 @@ private:
 
 class JsonReport : public Report {
 public:
-    const char* extension() const override { return ".json"; }
+    const char* extension() const override { return kJson; }
 
     void write(const PlanResult& result, const std::string& file) const override {
         Json json = {
@@ -130,9 +136,13 @@ public:
 
 private:
     static Json stepJson(const Step& step, const StepResult& result) {
-        Json json = {{"name", step.name},         {"line", step.line},
-                     {"teardown", step.teardown}, {"verdict", verdictName(result.verdict())},
-                     {"text", result.text()},     {"seconds", result.seconds()},
+        Json json = {{"name", step.name},
+                     {"line", step.line},
+                     {"teardown", step.teardown},
+                     {"verdict", verdictName(result.verdict())},
+                     {"text", result.text()},
+                     {"seconds", result.seconds()},
+                     {"pictures", result.pictures()},
                      {"attempts", Json::array()}};
         for (const Attempt& attempt : result.attempts) {
             json["attempts"].push_back({{"verdict", verdictName(attempt.judgement.verdict)},
@@ -144,22 +154,21 @@ private:
     }
 };
 
-// "reports/factory-line-20260214-101530", or with "-2" behind it when that is taken.
-std::string freeStem(const PlanResult& result, const std::string& folder) {
-    const std::string stem =
-        (fs::path(folder) / fs::path(result.plan->file).stem()).string() + timeText(result.start, "-%Y%m%d-%H%M%S");
+bool isTaken(const std::string& stem) {
     const std::vector<std::unique_ptr<Report>> kinds = reports();
-    std::string free = stem;
-    for (int number = 2;; ++number) {
+    return std::any_of(kinds.begin(), kinds.end(), [&](const std::unique_ptr<Report>& report) {
         std::error_code error;
-        const bool isTaken = std::any_of(kinds.begin(), kinds.end(), [&](const std::unique_ptr<Report>& report) {
-            return fs::exists(free + report->extension(), error);
-        });
-        if (!isTaken) {
-            return free;
-        }
-        free = stem + "-" + std::to_string(number);
+        return fs::exists(stem + report->extension(), error);
+    });
+}
+
+// Makes the file, which nobody else has made then. False when it is there.
+bool makeFile(const std::string& file) {
+    const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor < 0 && errno != EEXIST) {
+        throw vset::SetError(file + ": cannot be written: " + std::strerror(errno));
     }
+    return descriptor >= 0 && close(descriptor) == 0;
 }
 
 }  // namespace
@@ -170,6 +179,19 @@ double StepResult::seconds() const {
     }
     const Attempt& last = attempts.back();
     return std::chrono::duration<double>(last.start - attempts.front().start).count() + last.seconds;
+}
+
+Json StepResult::pictures() const {
+    Json pictures = Json::array();
+    if (attempts.empty()) {
+        return pictures;
+    }
+    for (const Json& command : attempts.back().commands) {
+        if (command.contains("picture")) {
+            pictures.push_back(command["picture"]);
+        }
+    }
+    return pictures;
 }
 
 std::size_t PlanResult::count(Verdict verdict) const {
@@ -197,14 +219,31 @@ void prepareReportFolder(const std::string& folder) {
     }
 }
 
-std::vector<std::string> writeReports(const PlanResult& result, const std::string& folder) {
+ReportFiles::ReportFiles(const Plan& plan, const std::string& folder) {
     const vset::HostPaths hostPaths;
-    const std::string stem = freeStem(result, folder);
+    const std::string first = (fs::path(folder) / fs::path(plan.file).stem()).string() +
+                              timeText(std::chrono::system_clock::now(), "-%Y%m%d-%H%M%S");
+    _stem = first;
+    for (int number = 2; isTaken(_stem) || !makeFile(_stem + kJson); ++number) {
+        _stem = first + "-" + std::to_string(number);
+    }
+}
+
+ReportFiles::~ReportFiles() {
+    const vset::HostPaths hostPaths;
+    if (!_written) {
+        unlink((_stem + kJson).c_str());
+    }
+}
+
+std::vector<std::string> ReportFiles::write(const PlanResult& result) {
+    const vset::HostPaths hostPaths;
     std::vector<std::string> files;
     for (const std::unique_ptr<Report>& report : reports()) {
-        files.push_back(stem + report->extension());
+        files.push_back(_stem + report->extension());
         report->write(result, files.back());
     }
+    _written = true;
     return files;
 }
 

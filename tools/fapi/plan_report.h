@@ -24,6 +24,8 @@ struct StepResult {
     std::string text() const { return attempts.empty() ? "" : attempts.back().judgement.text; }
     // With the waiting between attempts.
     double seconds() const;
+    // Name and file, beside the report, of the pictures that the last attempt has taken.
+    Json pictures() const;
 };
 
 struct PlanResult {
@@ -75,8 +77,25 @@ std::vector<std::unique_ptr<Report>> reports();
 // Makes the folder when it is missing. Throws vset::SetError when reports cannot be written there.
 void prepareReportFolder(const std::string& folder);
 
-// Writes all kinds, and names the files: "reports/factory-line-20260214-101530.xml".
-std::vector<std::string> writeReports(const PlanResult& result, const std::string& folder);
+// The files of one run. Their names are taken before it begins, for its pictures have the same.
+class ReportFiles {
+public:
+    // Throws vset::SetError.
+    ReportFiles(const Plan& plan, const std::string& folder);
+    // A run that came to nothing leaves no file.
+    ~ReportFiles();
+    ReportFiles(const ReportFiles&) = delete;
+    ReportFiles& operator=(const ReportFiles&) = delete;
+
+    // "reports/factory-line-20260214-101530", or with "-2" behind it when that is taken.
+    const std::string& stem() const { return _stem; }
+    // Writes all kinds, and names the files. Throws std::runtime_error naming one.
+    std::vector<std::string> write(const PlanResult& result);
+
+private:
+    std::string _stem;
+    bool _written = false;
+};
 
 }  // namespace tool
 

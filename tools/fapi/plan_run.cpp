@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -33,9 +34,11 @@ bool isReboot(int status) {
 
 }  // namespace
 
-PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, bool details, Progress& progress,
+PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, const std::string& report, Progress& progress,
                  Interrupts& interrupts)
-    : _plan(plan), _session(session), _details(details), _progress(progress), _interrupts(interrupts) {
+    : _plan(plan), _session(session), _report(report), _progress(progress), _interrupts(interrupts) {
+    const std::string folder = std::filesystem::path(plan.file).parent_path().string();
+    _variables[kPlanFolder] = folder.empty() ? "." : folder;
     _result.plan = &plan;
     _result.start = std::chrono::system_clock::now();
     _result.setFolder = setFolder(session);
@@ -67,7 +70,7 @@ void PlanRun::runProcess() {
     if (child == 0) {
         close(ends[0]);
         _interrupts.giveBack();
-        runPlanProcess(_plan, _session, _position, _variables, _details, ends[1]);
+        runPlanProcess(_plan, _session, _position, _variables, _report, ends[1]);
     }
     close(ends[1]);
     _unread.clear();

@@ -13,7 +13,9 @@ namespace tool {
 // Runs the plan in a process after the other until the last step is done, whatever becomes of them.
 class PlanRun {
 public:
-    PlanRun(const Plan& plan, const SessionOptions& session, bool details, Progress& progress, Interrupts& interrupts);
+    // `report` is what the names of the report's files begin with; empty: there is none.
+    PlanRun(const Plan& plan, const SessionOptions& session, const std::string& report, Progress& progress,
+            Interrupts& interrupts);
 
     // Throws vset::SetError when the set cannot be had and nothing was called.
     void run();
@@ -36,7 +38,7 @@ private:
 
     const Plan& _plan;
     const SessionOptions& _session;
-    const bool _details;
+    const std::string _report;
     Progress& _progress;
     Interrupts& _interrupts;
     PlanResult _result;

@@ -100,14 +100,18 @@ int runPlan(const Plan& plan, const RunOptions& options, const std::string& fold
         session.folder = fresh.emplace().folder();
     }
     Progress progress(plan, options.json);
-    PlanRun run(plan, session, !options.noReport, progress, interrupts);
+    std::optional<ReportFiles> report;
+    if (!options.noReport) {
+        report.emplace(plan, folder);
+    }
+    PlanRun run(plan, session, report ? report->stem() : "", progress, interrupts);
     run.run();
     progress.finish(run.result());
     int code = exitCode(run.result(), interrupts);
     std::vector<std::string> files;
-    if (!options.noReport) {
+    if (report) {
         try {
-            files = writeReports(run.result(), folder);
+            files = report->write(run.result());
         } catch (const std::runtime_error& error) {
             std::fprintf(stderr, "fapi: %s\n", error.what());
             code = std::max<int>(code, kExitSet);

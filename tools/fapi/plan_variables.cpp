@@ -48,6 +48,8 @@ std::string anyWord(const Argument& argument) {
         case Kind::path:
         case Kind::partition:
             return "x";
+        case Kind::color:
+            return "black";
         case Kind::bytes:
             return "repeat:" + std::to_string(std::max(argument.min, 1ll)) + ":x";
     }

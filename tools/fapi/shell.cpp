@@ -18,6 +18,7 @@
 
 #include "event_log.h"
 #include "output.h"
+#include "screen.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
 
@@ -211,6 +212,8 @@ private:
             printOperations(words.size() > 1 ? words[1] : "", _options.json);
         } else if (words[0] == "watch") {
             watchEvents(words);
+        } else if (words[0] == "screen") {
+            showPicture(words);
         } else {
             runCommand(Command::parse(words));
         }
@@ -224,11 +227,22 @@ private:
         printLine("OPERATION ARGUMENT...  call an operation (help OPERATION tells its arguments; TAB completes)");
         printLine("list [PATTERN]         the operations");
         printLine("watch on|off           show events as they come");
+        printLine(
+            "screen [FILE [WHAT]]   a picture of panel, window:N, surface:HANDLE, layer:N or capture as PNG, or here");
         printLine("set power-cycle        off and on again; everything in memory is lost");
         for (const Hand& hand : hands()) {
             printLine(std::string("set ") + hand.name + argumentsUsage(hand.arguments) + "  " + hand.help);
         }
         printLine("quit");
+    }
+
+    void showPicture(const Words& words) {
+        try {
+            showScreen(words, _options.json);
+        } catch (const vset::SetError& error) {
+            std::fprintf(stderr, "fapi: %s\n", error.what());
+            _failed = true;
+        }
     }
 
     void watchEvents(const Words& words) {

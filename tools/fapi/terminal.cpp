@@ -11,13 +11,28 @@
 
 namespace tool {
 
+namespace {
+
+winsize terminalSize() {
+    winsize size = {};
+    ioctl(fileno(dataOutput()), TIOCGWINSZ, &size);
+    return size;
+}
+
+}  // namespace
+
 bool isTerminal() {
     return isatty(fileno(dataOutput())) != 0;
 }
 
 std::size_t terminalColumns() {
-    winsize size = {};
-    return ioctl(fileno(dataOutput()), TIOCGWINSZ, &size) == 0 && size.ws_col > kNarrow ? size.ws_col : 80;
+    const std::size_t columns = terminalSize().ws_col;
+    return columns > kNarrow ? columns : 80;
+}
+
+std::size_t terminalRows() {
+    const std::size_t rows = terminalSize().ws_row;
+    return rows != 0 ? rows : 24;
 }
 
 void eraseLine() {

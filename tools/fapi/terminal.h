@@ -12,6 +12,8 @@ bool isTerminal();
 // A terminal that is not wider, or does not tell, counts as one of 80 columns.
 constexpr std::size_t kNarrow = 40;
 std::size_t terminalColumns();
+// 24 when it does not tell.
+std::size_t terminalRows();
 
 void eraseLine();
 

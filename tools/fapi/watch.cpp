@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "event_log.h"
+#include "first_lines.h"
 #include "output.h"
 
 namespace tool {
@@ -55,26 +56,13 @@ int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
             throw UsageError("--module: no such module: " + module);
         }
     }
-    std::vector<Command> commands;
-    for (const std::string& line : watchOptions.lines) {
-        commands.push_back(Command::parse(splitWords(line)));
-        if (commands.back().endsProcess()) {
-            throw UsageError("--do: " + commands.back().text() + " ends the process that watches");
-        }
-    }
+    const std::vector<Command> commands = parseFirstLines(watchOptions.lines, "watches");
     openSession(options.session);
     const Interrupter interrupter;
     bringUpFor(nullptr);
     listenToAllModules(true);
-    for (const Command& command : commands) {
-        if (!confirm(options, command)) {
-            return kExitInterrupted;
-        }
-        if (command.operation() != nullptr) {
-            bringUpFor(command.operation());
-        }
-        const Outcome outcome = command.run();
-        std::fprintf(stderr, "%s\n", displayOutcome(command, outcome).c_str());
+    if (!runFirstLines(options, commands)) {
+        return kExitInterrupted;
     }
 
     unsigned int seen = 0;

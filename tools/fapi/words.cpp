@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "color.h"
+
 namespace tool {
 
 namespace {
@@ -87,7 +89,9 @@ Words splitWords(std::string_view line) {
         while (i < line.size() && isBlank(line[i])) {
             ++i;
         }
-        if (i == line.size() || line[i] == '#') {
+        // A line begins with no color.
+        const bool isColor = !words.empty() && beginsWithColor(line.substr(i));
+        if (i == line.size() || (line[i] == '#' && !isColor)) {
             return words;
         }
         std::string word;

@@ -14,8 +14,8 @@ namespace tool {
 using Words = std::vector<std::string>;
 
 // Words are separated by blanks and tabs. "..." and '...' keep blanks; inside "..." a backslash escapes: \n \t \r \\ \"
-// and \xNN. A # at the beginning of a word starts a comment. Throws UsageError for a quote that is not closed or an
-// unknown escape. A word may be empty ("").
+// and \xNN. A # at the beginning of a word starts a comment, unless it is a color's (#FF0000). Throws
+// UsageError for a quote that is not closed or an unknown escape. A word may be empty ("").
 Words splitWords(std::string_view line);
 
 // The word as splitWords would read it back.

@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: Apache-2.0
+// Picture parameters, picture quality, output timing and geometry of the display windows.
+#include <cstring>
+#include <functional>
+
+#include <gmock/gmock.h>
+
+#include "a_vextvfapi_disp.h"
+#include "hw3/hw_disp.h"
+#include "hw3/hw_extin.h"
+#include "hw3/hw_sys.h"
+#include "support/log_capture.h"
+#include "support/set_fixture.h"
+#include "vset/disp.h"
+#include "vset/dval.h"
+#include "vset/extin.h"
+
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+using fapi_core::VexTvFApiPqType;
+using fapi_core::VexTvFApiVideoWin;
+
+class DispPicture : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
+        a_vextvfapi_disp_switch_window(0);
+        vset::clearJournal();
+    }
+
+    void TearDown() override {
+        a_vextvfapi_disp_switch_window(0);
+        SetTest::TearDown();
+    }
+
+    // A parameter that was set, as signed words.
+    static std::vector<std::int32_t> words(std::uint32_t u32Param, unsigned int u32Window = 0) {
+        const std::string strBytes = vset::disp::window(u32Window).pictureParameters.at(u32Param);
+        std::vector<std::int32_t> all(strBytes.size() / 4);
+        std::memcpy(all.data(), strBytes.data(), all.size() * 4);
+        return all;
+    }
+    static bool isSet(std::uint32_t u32Param) { return vset::disp::window(0).pictureParameters.count(u32Param) != 0; }
+};
+
+TEST_F(DispPicture, SendsTheParametersThatTakeOneWord) {
+    for (const unsigned int u32Param : {5u, 12u, 16u, 18u, 19u, 20u, 21u}) {
+        EXPECT_EQ(a_vextvfapi_disp_set_picture_param(u32Param, -static_cast<int>(u32Param)), 0);
+        EXPECT_THAT(words(u32Param), ElementsAre(-static_cast<int>(u32Param)));
+    }
+    vset::clearJournal();
+    for (const unsigned int u32Param : {0u, 4u, 6u, 11u, 13u, 17u, 22u, 28u, 37u, 0xFFFFFFE5u}) {
+        EXPECT_EQ(a_vextvfapi_disp_set_picture_param(u32Param, 10), -1) << u32Param;
+    }
+    EXPECT_THAT(calls(), Not(Contains("HW_DISP_SetPictureParam")));
+    vset::inject({"HW_DISP_SetPictureParam", 5});
+    EXPECT_EQ(a_vextvfapi_disp_set_picture_param(5, 1), -6);
+}
+
+TEST_F(DispPicture, ColorTemperatureKeepsItsOrder) {
+    EXPECT_EQ(a_vextvfapi_disp_set_color_temperature(1, 2, 3, 4, 5, 0x80000000), 0);
+    EXPECT_THAT(words(2), ElementsAre(1, 2, 3, 4, 5, INT32_MIN));
+}
+
+TEST_F(DispPicture, DecodesTheBigEndianStream) {
+    signed char as8Data[29] = {-2};
+    for (int i = 1; i < 29; ++i) {
+        as8Data[i] = static_cast<signed char>(i % 4 == 0 ? -i : 0);
+    }
+    // Whatever length is given, negative ones too.
+    for (const int s32Length : {29, 1, -1}) {
+        EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, s32Length, as8Data), 0);
+        EXPECT_THAT(words(23), ElementsAre(254, 252, 248, 244, 240, 236, 232, 228));
+    }
+    signed char s8Gamma = 3;
+    EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(27, 1, &s8Gamma), 0);
+    EXPECT_EQ(vset::disp::window(0).pictureParameters.at(27), "\x03");
+    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(5, 29, as8Data), -1); }),
+                HasSubstr("[Factory]: a_vextvfapi_disp_set_picture_param_struct non-support eParamsType = 5\n\n"));
+    EXPECT_THAT(test::logOf([&] {
+                    EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, 0, as8Data), -1);
+                    EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, 29, nullptr), -1);
+                }),
+                HasSubstr("> invaild Arguments\n"));
+}
+
+TEST_F(DispPicture, CopiesTheGammaCurves) {
+    std::array<unsigned short, 256> red, green, blue;
+    for (unsigned int i = 0; i < 256; ++i) {
+        red[i] = static_cast<unsigned short>(i);
+        green[i] = static_cast<unsigned short>(65535 - i);
+        blue[i] = 65535;
+    }
+    ASSERT_EQ(a_vextvfapi_disp_set_gamma_curve(red.data(), green.data(), blue.data()), 0);
+    const vset::disp::Window window = vset::disp::window(0);
+    EXPECT_EQ(window.gamma[0], std::vector<std::uint16_t>(red.begin(), red.end()));
+    EXPECT_EQ(window.gamma[1], std::vector<std::uint16_t>(green.begin(), green.end()));
+    EXPECT_EQ(window.gamma[2], std::vector<std::uint16_t>(blue.begin(), blue.end()));
+    vset::clearJournal();
+    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(nullptr, green.data(), blue.data()), -1);
+    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(red.data(), nullptr, blue.data()), -1);
+    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(red.data(), green.data(), nullptr), -1);
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(DispPicture, TellsTheQualityRange) {
+    vset::disp::setPqRange(1, {{-1, -2, -3}, {4, 5, 6}});
+    a_vextvfapi_disp_switch_window(1);
+    fapi_core::VexTvFApiDispHsyModelRange stRange = {};
+    const std::string strLog = test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), 0); });
+    EXPECT_THAT(strLog, HasSubstr("[E] <a_vextvfapi_disp_get_pq_range> Min: -2, Max: 5\n"));
+    EXPECT_THAT(stRange.as32Min, ElementsAre(-1, -2, -3));
+    EXPECT_THAT(stRange.as32Max, ElementsAre(4, 5, 6));
+    EXPECT_TRUE(vset::disp::window(1).bOpen) << "it is never closed";
+    stRange.as32Min[0] = 77;
+    vset::inject({"HW_DISP_GetPictureParam", 5});
+    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1); }),
+                HasSubstr("GetPictureParam fail! eRet = 5\n\n"));
+    EXPECT_EQ(stRange.as32Min[0], 77);
+    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(nullptr), -1);
+    a_vextvfapi_disp_switch_window(3);
+    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1) << "not the window of before";
+}
+
+TEST_F(DispPicture, TellsTheQualityVersion) {
+    struct Row {
+        const char* pszText;
+        unsigned int u32Length;  // of the buffer
+        int s32Status;
+    };
+    for (const Row& stRow : {Row{"version8", 9, 0},
+                             {"version8", 8, -1},
+                             {"", 1, 0},
+                             {"", 0, -1},
+                             {"exactly thirty-two characters ok", 33, 0},
+                             {"exactly thirty-two characters ok", 32, -1}}) {
+        vset::disp::setPqVersion(2, 6, stRow.pszText);
+        std::string strBuffer(stRow.u32Length, '#');
+        EXPECT_EQ(a_vextvfapi_disp_get_pq_version(stRow.u32Length, reinterpret_cast<unsigned char*>(strBuffer.data()),
+                                                  VexTvFApiVideoWin{2}, VexTvFApiPqType{6}),
+                  stRow.s32Status)
+            << stRow.pszText << " in " << stRow.u32Length;
+        const std::string strText = stRow.s32Status == 0 ? stRow.pszText : "";
+        EXPECT_EQ(strBuffer, strText + std::string(stRow.u32Length - strText.size(), '#')) << "no terminator";
+        EXPECT_FALSE(vset::disp::window(2).bOpen);
+    }
+    unsigned char au8Buffer[40] = {};
+    vset::clearJournal();
+    EXPECT_THAT(test::logOf([&] {
+                    EXPECT_EQ(a_vextvfapi_disp_get_pq_version(40, nullptr, VexTvFApiVideoWin{0}, VexTvFApiPqType{0}),
+                              -1);
+                }),
+                HasSubstr("Invalid parameter\n"));
+    for (const unsigned int u32Bad : {3u, 0xFFFFFFFFu}) {
+        EXPECT_THAT(
+            test::logOf([&] {
+                EXPECT_EQ(a_vextvfapi_disp_get_pq_version(40, au8Buffer, VexTvFApiVideoWin{u32Bad}, VexTvFApiPqType{0}),
+                          -1);
+            }),
+            HasSubstr("Invalid window index!\n\n"));
+        EXPECT_THAT(test::logOf([&] {
+                        EXPECT_EQ(a_vextvfapi_disp_get_pq_version(40, au8Buffer, VexTvFApiVideoWin{0},
+                                                                  VexTvFApiPqType{u32Bad + 4}),
+                                  u32Bad == 3 ? -1 : 0);
+                    }),
+                    u32Bad == 3 ? HasSubstr("Invalid ePqType!\n\n") : HasSubstr("PQ version = V"));
+    }
+    EXPECT_EQ(a_vextvfapi_disp_update_pq_ini_files(), 0);
+}
+
+TEST_F(DispPicture, SetsTheOutputTiming) {
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_output_timing(39), 0); }),
+                HasSubstr("(MainWindow) DISP Settiming release mute flag:0x404 \033[m\n\n"));
+    EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
+    EXPECT_EQ(vset::disp::window(0).u32MuteFlags, 0u);
+    EXPECT_FALSE(vset::disp::window(0).bPending);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_output_timing(40), 0); }),
+                HasSubstr("Don't support set timing.\n\n"));
+    EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
+    vset::clearJournal();
+    EXPECT_EQ(a_vextvfapi_disp_set_output_timing(47), -1);
+    EXPECT_THAT(calls(), IsEmpty());
+    // The window is unmuted whatever else fails, and a window muted by somebody else, too.
+    unsigned int hDisp = 0;
+    _a_vextvfapi_disp_get_disp_handle(&hDisp);
+    ASSERT_EQ(HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW), HW_OK);
+    vset::inject({"HW_DISP_ApplySetting", 0xA});
+    EXPECT_EQ(a_vextvfapi_disp_set_output_timing(1), -4);
+    EXPECT_EQ(vset::disp::window(0).u32MuteFlags, 0u);
+}
+
+TEST_F(DispPicture, SetsTheFreeRun) {
+    EXPECT_EQ(a_vextvfapi_disp_set_freerun_control(-3), 0);
+    EXPECT_EQ(vset::disp::controller().s32FreeRun, -3);
+    EXPECT_TRUE(vset::disp::controller().bPlayer);
+    vset::disp::releaseController();
+    EXPECT_EQ(a_vextvfapi_disp_set_freerun_control(2), 0);
+    EXPECT_EQ(vset::disp::controller().s32FreeRun, 2);
+    EXPECT_FALSE(vset::disp::controller().bOpen) << "opened for the call";
+    vset::inject({"HW_DISP_OpenController", 9});
+    const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_freerun_control(1), -1); });
+    EXPECT_THAT(strLog, HasSubstr("Open DISP controller failed!\n\n"));
+    EXPECT_THAT(strLog, HasSubstr("Get DISP controller failed!\n\n"));
+    vset::inject({"HW_DISP_SetControlAttr", 8});
+    EXPECT_EQ(a_vextvfapi_disp_set_freerun_control(1), -2);
+    EXPECT_FALSE(vset::disp::controller().bOpen);
+}
+
+TEST_F(DispPicture, CutsAPieceOutOfTheInput) {
+    const auto rectangle = [] {
+        const HW_DISP_InputRect_t st = vset::disp::window(0).inputRectangle.value();
+        return std::vector<int>{st.u16X, st.u16Y, st.u16Width, st.u16Height, st.u16BaseWidth, st.u16BaseHeight};
+    };
+    EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 2, 3, 4), 0);
+    EXPECT_THAT(rectangle(), ElementsAre(1, 2, 3, 4, 1920, 1080));
+    EXPECT_EQ(vset::disp::window(0).u32MuteFlags, 0u);
+    EXPECT_FALSE(vset::disp::window(0).bPending);
+    vset::extin::Source source;
+    source.stTiming = {0x10280, 480, 0, 60000};
+    vset::extin::plug(E_HW_EXTIN_TYPE_HDMI, 0, source);
+    vset::disp::disconnectVideo(0);
+    vset::disp::connectInput(0, {E_HW_EXTIN_TYPE_HDMI, 0});
+    EXPECT_EQ(a_vextvfapi_disp_set_over_scan(65535, 0, 65535, 0), 0);
+    EXPECT_THAT(rectangle(), ElementsAre(65535, 0, 65535, 0, 0x280, 480));
+    vset::disp::disconnectInput(0);
+    EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), 0);
+    EXPECT_THAT(rectangle(), ElementsAre(1, 1, 1, 1, 0, 0));
+    // The first step that fails is the last.
+    vset::clearJournal();
+    vset::inject({"HW_DISP_SetMute", 3});
+    EXPECT_EQ(a_vextvfapi_disp_set_over_scan(2, 2, 2, 2), 0);
+    EXPECT_EQ(calls().back(), "HW_DISP_SetMute");
+
+    vset::inject({"HW_DISP_GetConnectedNum", 3});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), -1); }),
+                HasSubstr("Failed to get on screen input.\n\n"));
+    a_vextvfapi_disp_switch_window(1);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), -1); }),
+                HasSubstr("[D] <a_vextvfapi_disp_set_over_scan> Failed to get DISP handle.\n\n"))
+        << "it never opens a window";
+    a_vextvfapi_disp_switch_window(3);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), -1); }),
+                HasSubstr("[D] <a_vextvfapi_disp_set_over_scan> Error windowindex: 3\n\n"));
+}
+
+TEST_F(DispPicture, NeedsAWindow) {
+    a_vextvfapi_disp_switch_window(1);
+    unsigned short au16Curve[256] = {};
+    signed char as8Data[29] = {};
+    EXPECT_EQ(a_vextvfapi_disp_set_picture_param(5, 1), 0);
+    EXPECT_EQ(a_vextvfapi_disp_set_color_temperature(1, 2, 3, 4, 5, 6), 0);
+    EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, 29, as8Data), 0);
+    EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(5, 29, as8Data), -1);
+    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(au16Curve, au16Curve, au16Curve), 0);
+    EXPECT_EQ(a_vextvfapi_disp_set_output_timing(0), 0);
+    EXPECT_FALSE(vset::disp::window(1).bOpen) << "closed after each";
+    vset::inject({"HW_DISP_Open", 3, 1, 0});
+    for (const std::string& strLog :
+         {test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_picture_param(5, 1), -1); }),
+          test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_color_temperature(1, 2, 3, 4, 5, 6), -1); }),
+          test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, 29, as8Data), -1); }),
+          test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(au16Curve, au16Curve, au16Curve), -1); }),
+          test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_output_timing(0), -1); })}) {
+        EXPECT_THAT(strLog, HasSubstr("Failed to get DISP handle.\n\n"));
+    }
+    EXPECT_FALSE(isSet(5)) << "the first window has got nothing";
+}
+
+TEST_F(DispPicture, TalksToTheDrivers) {
+    EXPECT_EQ(a_vextvfapi_disp_set_overscan(1, -2, 3, -4), 0);
+    const DVVDO_OverScan_t stOverScan = vset::dval::drivers().overScan.value();
+    EXPECT_EQ(stOverScan.s32Top, 3);
+    EXPECT_EQ(stOverScan.s32Bottom, -4);
+    EXPECT_EQ(stOverScan.s32Left, 1);
+    EXPECT_EQ(stOverScan.s32Right, -2);
+    EXPECT_EQ(a_vextvfapi_disp_nty_drv_reload_param(), 0);
+    EXPECT_EQ(vset::dval::drivers().u64Resets, 1u);
+    const unsigned int au32Arguments[] = {0, 1, 3, 5, 2, 21};
+    for (int type = 0; type < 6; ++type) {
+        EXPECT_EQ(a_vextvfapi_disp_set_pq_value(type, 1000 + static_cast<unsigned int>(type)), 0);
+        EXPECT_EQ(vset::dval::drivers().arguments.at(au32Arguments[type]), 1000u + static_cast<unsigned int>(type));
+    }
+    for (const int type : {6, -1}) {
+        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_pq_value(type, 1), -1); }),
+                    HasSubstr("Invalid type " + std::to_string(type) + "\n\n"));
+    }
+    EXPECT_EQ(vset::dval::drivers().arguments.size(), 6u);
+    vset::inject({"DVVDO_SetOverScan", 1});
+    vset::inject({"DVVDO_Reset", 1});
+    vset::inject({"DVVDO_SetArg", 1});
+    EXPECT_EQ(a_vextvfapi_disp_set_overscan(1, 2, 3, 4), -1);
+    EXPECT_EQ(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_nty_drv_reload_param(), -1); }),
+              "VexTvFApiDisplay(imp) [D] <a_vextvfapi_disp_nty_drv_reload_param> "
+              "a_vextvfapi_disp_notify_driver_reload_parameters\n\n"
+              "VexTvFApiDisplay(imp) [E] <a_vextvfapi_disp_nty_drv_reload_param> DVVDO_Reset failed\n");
+    EXPECT_EQ(a_vextvfapi_disp_set_pq_value(0, 1), -1);
+}
+
+}  // namespace

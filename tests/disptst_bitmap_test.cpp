@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+// BMP files drawn into a buffer: what is drawn, and what a file may not get away with.
+#include "a_vextvfapi_disptst_bitmap.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "fapi_log.h"
+#include "support/bmp_file.h"
+
+namespace {
+
+using ::testing::Each;
+using ::testing::HasSubstr;
+
+constexpr std::uint32_t kUntouched = 0xEEEEEEEE;
+
+class Bitmap : public ::testing::Test {
+protected:
+    void TearDown() override { std::filesystem::remove(_strFile); }
+
+    // A canvas of 32 x 16 pixels, of which 30 are visible, filled with 0xEE; then the picture.
+    bool load(const std::string& strFile, std::uint32_t dstX, std::uint32_t dstY, std::uint32_t cropX,
+              std::uint32_t cropY, std::uint32_t width, std::uint32_t height) {
+        std::ofstream(_strFile, std::ios::binary) << strFile;
+        _pixels.assign(kPitch * kHeight, kUntouched);
+        const DisptstCanvas canvas = {reinterpret_cast<unsigned char*>(_pixels.data()),
+                                      static_cast<std::uint32_t>(4 * _pixels.size()), kPitch, kPitch - 2, kHeight};
+        testing::internal::CaptureStdout();
+        u8TvFactoryDebug.store(1);
+        const bool bLoaded = _load_bitmap_to_buffer(canvas, reinterpret_cast<const unsigned char*>(_strFile.c_str()),
+                                                    dstX, dstY, cropX, cropY, width, height);
+        u8TvFactoryDebug.store(0);
+        std::fflush(stdout);
+        strLog = testing::internal::GetCapturedStdout();
+        return bLoaded;
+    }
+
+    // Rows of the canvas are shifted right by the two pixels that are not visible.
+    std::uint32_t at(std::uint32_t x, std::uint32_t y) const { return _pixels.at(y * kPitch + x + 2); }
+    const std::vector<std::uint32_t>& pixels() const { return _pixels; }
+
+    static constexpr std::uint32_t kPitch = 32, kHeight = 16;
+    std::string strLog;
+
+private:
+    const std::string _strFile = ::testing::TempDir() + "/bitmap-" + std::to_string(getpid()) + ".bmp";
+    std::vector<std::uint32_t> _pixels;
+};
+
+TEST_F(Bitmap, IsDrawnUprightAndOpaque) {
+    ASSERT_TRUE(load(test::bmp24(8, 6, 24), 3, 2, 0, 0, 8, 6)) << strLog;
+    EXPECT_EQ(strLog, "");
+    std::size_t drawn = 0;
+    for (std::uint32_t y = 0; y < 6; ++y) {
+        for (std::uint32_t x = 0; x < 8; ++x, ++drawn) {
+            EXPECT_EQ(at(3 + x, 2 + y), test::bmpPixel(x, y)) << x << "," << y;
+        }
+    }
+    EXPECT_EQ(static_cast<std::size_t>(std::count(pixels().begin(), pixels().end(), kUntouched)),
+              pixels().size() - drawn);
+}
+
+TEST_F(Bitmap, APieceIsCountedFromTheTopLeftCorner) {
+    ASSERT_TRUE(load(test::bmp24(8, 6, 24), 0, 0, 5, 1, 3, 2)) << strLog;
+    EXPECT_EQ(at(0, 0), test::bmpPixel(5, 1));
+    EXPECT_EQ(at(2, 1), test::bmpPixel(7, 2));
+    EXPECT_EQ(at(3, 0), kUntouched);
+    EXPECT_EQ(at(0, 2), kUntouched);
+    ASSERT_TRUE(load(test::bmp24(8, 6, 24), 0, 0, 5, 1, 0, 2)) << "nothing wide";
+    EXPECT_THAT(pixels(), Each(kUntouched));
+}
+
+TEST_F(Bitmap, RowsAreAsLongAsTheyHaveAlwaysBeen) {
+    // Width, and the row length that is read: three times the width and that modulo four.
+    const std::uint32_t rows[][2] = {{4, 12}, {5, 18}, {6, 20}, {7, 22}};
+    for (const auto& row : rows) {
+        ASSERT_TRUE(load(test::bmp24(row[0], 3, row[1]), 0, 0, 0, 0, row[0], 3)) << row[0];
+        EXPECT_EQ(strLog, "");
+        EXPECT_EQ(at(0, 0), test::bmpPixel(0, 0)) << row[0];
+        EXPECT_EQ(at(row[0] - 1, 2), test::bmpPixel(row[0] - 1, 2)) << row[0];
+    }
+}
+
+TEST_F(Bitmap, AFileThatEndsEarlyIsDrawnAsFarAsItGoes) {
+    std::string strFile = test::bmp24(4, 3, 12);
+    strFile.resize(54 + 12 + 6);
+    ASSERT_TRUE(load(strFile, 0, 0, 0, 0, 4, 3));
+    EXPECT_EQ(at(3, 2), test::bmpPixel(3, 2)) << "the lowest row is whole";
+    EXPECT_EQ(at(1, 1), test::bmpPixel(1, 1));
+    EXPECT_EQ(at(2, 1), test::bmpPixel(2, 2)) << "what is missing of a row is as it was in the row before";
+    EXPECT_EQ(at(0, 0), test::bmpPixel(0, 1));
+    EXPECT_THAT(strLog, HasSubstr("[Pattern] Read File size(6) is not equal to buffer size(12).\n\n"));
+    EXPECT_THAT(strLog, HasSubstr("[Pattern] Read File size(0) is not equal to buffer size(12).\n\n"));
+}
+
+TEST_F(Bitmap, RefusesFilesThatLie) {
+    struct Row {
+        const char* pszWhat;
+        std::size_t size;  // of the file
+        std::size_t offset;
+        std::uint32_t u32Value;
+        const char* pszLog;
+    };
+    const std::size_t kWhole = 54 + 72;
+    const Row rows[] = {
+        {"empty", 0, 0, 0, "[Pattern] Read file header size(0) is not equal to buffer size(14).\n\n"},
+        {"short", 13, 0, 0, "[Pattern] Read file header size(13) is not equal to buffer size(14).\n\n"},
+        {"no BMP", kWhole, 0, 0x4D41, "[Pattern] Bitmap header type is not 'BM' (41,4d).\n\n"},
+        {"data in the header", kWhole, 10, 13, "[Pattern] Header size(13) is less than file header size(14)\n\n"},
+        {"no information header", kWhole, 10, 14, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
+        {"information header without a height", kWhole, 10, 22, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
+        {"data past the end", kWhole, 10, 1000,
+         "[Pattern] Read info header size(112) is not equal to buffer size(986).\n\n"},
+        {"header of gigabytes", kWhole, 10, 0xFFFFFFFF,
+         "[Pattern] Read info header size(112) is not equal to buffer size(-15).\n\n"},
+        {"cut in the information header", 20, 10, 54,
+         "[Pattern] Read info header size(6) is not equal to buffer size(40).\n\n"},
+        {"width 0", kWhole, 18, 0, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
+        {"height 0", kWhole, 22, 0, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
+        {"too narrow", kWhole, 18, 5, "[Pattern] bitmap is out of panel bound.\n\n"},
+        {"too low", kWhole, 22, 3, "[Pattern] bitmap is out of panel bound.\n\n"},
+    };
+    for (const Row& stRow : rows) {
+        std::string strFile = test::bmp24(6, 4, 18);
+        if (stRow.size > 14) {
+            test::putNumber(strFile, stRow.offset, stRow.u32Value, stRow.offset == 0 && stRow.u32Value != 0 ? 2 : 4);
+        }
+        strFile.resize(stRow.size);
+        EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4)) << stRow.pszWhat;
+        EXPECT_THAT(strLog, HasSubstr(stRow.pszLog)) << stRow.pszWhat;
+        EXPECT_THAT(pixels(), Each(kUntouched)) << stRow.pszWhat;
+    }
+}
+
+TEST_F(Bitmap, NegativeHeightsAndHugePicturesAreJustLarge) {
+    std::string strFile = test::bmp24(6, 4, 18);
+    test::putNumber(strFile, 22, 0xFFFFFFFC);
+    // The rows to skip lead far past the end.
+    EXPECT_TRUE(load(strFile, 0, 0, 0, 0, 6, 4));
+    EXPECT_EQ(at(0, 0), 0xFF000000) << "what is not in the file is black";
+    test::putNumber(strFile, 18, 0xFFFFFFFF);
+    test::putNumber(strFile, 22, 0xFFFFFFFF);
+    EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4));
+    EXPECT_THAT(strLog, HasSubstr("[Pattern] fseek unexpected error !!\n\n"));
+    // In 32 bits a row of this width is four bytes long, and the piece lies behind it.
+    test::putNumber(strFile, 18, 0x55555556);
+    test::putNumber(strFile, 22, 4);
+    EXPECT_TRUE(load(strFile, 0, 0, 0x55555550, 0, 6, 4));
+    EXPECT_EQ(strLog, "");
+    EXPECT_EQ(at(5, 3), 0xFF000000);
+}
+
+TEST_F(Bitmap, MayUseThePixelsThatNobodySees) {
+    EXPECT_TRUE(load(test::bmp24(32, 16, 96), 0, 0, 0, 0, 32, 16)) << "the pitch counts";
+    EXPECT_FALSE(load(test::bmp24(33, 16, 100), 0, 0, 0, 0, 33, 16));
+    EXPECT_THAT(strLog, HasSubstr("[Pattern] Bitmap file size out of frame buffer bound.\n\n"));
+    EXPECT_FALSE(load(test::bmp24(8, 16, 24), 0, 1, 0, 0, 8, 16));
+    // A crop that would wrap stays refused.
+    EXPECT_FALSE(load(test::bmp24(8, 8, 24), 0, 0, 0xFFFFFFFF, 0, 8, 8));
+    EXPECT_THAT(strLog, HasSubstr("[Pattern] bitmap is out of panel bound.\n\n"));
+}
+
+TEST_F(Bitmap, NeedsAFile) {
+    const DisptstCanvas nowhere = {nullptr, 0, 32, 32, 16};
+    EXPECT_FALSE(_load_bitmap_to_buffer(nowhere, nullptr, 0, 0, 0, 0, 1, 1));
+    std::uint32_t u32Pixel = kUntouched;
+    const DisptstCanvas tiny = {reinterpret_cast<unsigned char*>(&u32Pixel), 4, 1, 1, 1};
+    for (const char* pszPath : {static_cast<const char*>(nullptr), "/nowhere/picture.bmp", "/"}) {
+        EXPECT_FALSE(_load_bitmap_to_buffer(tiny, reinterpret_cast<const unsigned char*>(pszPath), 0, 0, 0, 0, 1, 1));
+    }
+    EXPECT_EQ(u32Pixel, kUntouched);
+}
+
+}  // namespace

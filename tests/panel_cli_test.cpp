@@ -1,0 +1,417 @@
+// SPDX-License-Identifier: Apache-2.0
+// The bench tool before the panel: colors, pictures as files and on the terminal, captures that other programs read,
+// pictures that plans keep, the shipped plan.
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "color.h"
+#include "command.h"
+#include "picture.h"
+#include "support/plan_fixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string errorOf(const std::string& strLine) {
+    try {
+        tool::Command::parse(tool::splitWords(strLine));
+    } catch (const tool::UsageError& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(Color, IsReadAsPeopleWriteIt) {
+    const struct {
+        const char* word;
+        const char* color;  // as it is shown; null: is none
+    } rows[] = {{"#12aBcD", "#12ABCDFF"},
+                {"#12ABCD80", "#12ABCD80"},
+                {"red", "#FF0000FF"},
+                {"transparent", "#00000000"},
+                {"#12ABC", nullptr},
+                {"#12ABCD8", nullptr},
+                {"12ABCD", nullptr},
+                {"#12ABCG", nullptr},
+                {"", nullptr},
+                {"#", nullptr},
+                {"Red", nullptr},
+                {"#12ABCD,", nullptr},
+                {"#-2ABCD", nullptr},
+                {"#12ABCD 1", nullptr},
+                {"#123456789", nullptr}};
+    for (const auto& row : rows) {
+        const std::optional<tool::Color> color = tool::parseColor(row.word);
+        EXPECT_EQ(color ? tool::colorText(*color) : "none", row.color != nullptr ? row.color : "none") << row.word;
+    }
+}
+
+TEST(Color, OfTenBitsIsSpreadOverAllOfThem) {
+    const std::vector<tool::DeepColor> colors = tool::parseDeepColors("C", "#FF8000,1/2/1023,white", 0, 3);
+    EXPECT_THAT(colors, ElementsAre(ElementsAre(1023, 514, 0), ElementsAre(1, 2, 1023), ElementsAre(1023, 1023, 1023)));
+    EXPECT_TRUE(tool::parseDeepColors("C", "", 0, 3).empty());
+    for (const char* pszWrong : {"1/2", "1/2/1024", "red,", "transparent", "#FF000080", "1/2/-3", "red,red,red,red"}) {
+        EXPECT_THROW(tool::parseDeepColors("C", pszWrong, 0, 3), tool::UsageError) << pszWrong;
+    }
+}
+
+TEST(Color, IsNoComment) {
+    EXPECT_THAT(tool::splitWords("a #FF0000 #FF000080 # comment"), ElementsAre("a", "#FF0000", "#FF000080"));
+    EXPECT_THAT(tool::splitWords("a #FF0000,#00FF00"), ElementsAre("a", "#FF0000,#00FF00"));
+    EXPECT_THAT(tool::splitWords("a #12345"), ElementsAre("a", "#12345")) << "a slip is no comment";
+    EXPECT_THAT(tool::splitWords("#FF0000 a"), ElementsAre()) << "no line begins with a color";
+    for (const char* pszComment : {"a #comment", "a #12 b", "a #FF0000.", "a #FF0000x", "a #", "a # add"}) {
+        EXPECT_THAT(tool::splitWords(pszComment), ElementsAre("a")) << pszComment;
+    }
+}
+
+TEST(PanelWords, WrongArgumentsAreNamedBeforeAnythingIsCalled) {
+    const char* const rows[][2] = {
+        {"disptst_gen_gop_test_pattern_draw_line 0 0 1 1 rde",
+         "COLOR is \"rde\", expected a color: #RRGGBB, #RRGGBBAA"},
+        {"disptst_gen_gop_test_pattern_draw_line 0 0 -1 1 red", "X2 is \"-1\", expected a number from 0 to 4294967295"},
+        {"disptst_gen_gop_test_pattern_draw_rect 0 0 1 1 red 1 #12345", "BORDERCOLOR is \"#12345\""},
+        {"disptst_set_burning_mode_adv on red,blau", "COLORS has \"blau\", expected red/green/blue"},
+        {"disptst_set_burning_mode_adv on 1/2/1024", "COLORS is \"1/2/1024\", expected red/green/blue, each from 0"},
+        {"disptst_gen_test_pattern mod on 1 red,red", "VALUE has 2 colors, expected 1"},
+        {"disptst_gen_test_pattern moo on", "STAGE is \"moo\", expected one of mvop (0)"},
+        {"_output_bmp_file /data/f hex:0011 4 1 1", "PIXELS has 2 bytes, expected PITCH x HEIGHT = 4 at least"},
+        {"_output_bmp_file /data/f x 0xffffffff 1 0xffffffff", "= 18446744065119617025 at least"},
+        {"set pixel 1 1 window:3", "WHAT is \"window:3\", expected one of panel, window:N (0 to 2)"},
+        {"set pixel 1 1 surface", "WHAT is \"surface\""},
+        {"set pixel 1 1 panel:1", "WHAT is \"panel:1\""},
+        {"set connect-video 0 70000 1 1", "WIDTH is \"70000\""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_THAT(errorOf(row[0]), HasSubstr(row[1])) << row[0];
+    }
+}
+
+TEST(Preview, ShowsTwoPixelsInACharacter) {
+    constexpr tool::Color kRed = 0xFFFF0000, kBlue = 0xFF0000FF;
+    const vset::Picture picture = {2, 2, {kRed, kRed, kBlue, 0x800000FF}};
+    EXPECT_EQ(tool::previewText(picture, 80, 24),
+              "\033[38;2;255;0;0;48;2;0;0;255m\u2580\033[38;2;255;0;0;48;2;0;0;128m\u2580\033[0m\n");
+    EXPECT_EQ(tool::previewText(picture, 1, 24), "\033[38;2;255;0;0;48;2;0;0;191m\u2580\033[0m\n") << "averages";
+    EXPECT_EQ(tool::previewText({}, 80, 24), "there is no picture\n");
+    // Neither limit is exceeded, whatever the proportions.
+    for (const auto& [u32Width, u32Height] : {std::pair{3000u, 1u}, {1u, 3000u}, {1920u, 1080u}, {1u, 1u}}) {
+        const vset::Picture flat = {u32Width, u32Height, std::vector<std::uint32_t>(u32Width * u32Height, kRed)};
+        const std::string strText = tool::previewText(flat, 80, 24);
+        const std::string strLine = strText.substr(0, strText.find('\n'));
+        std::size_t columns = 0;
+        for (std::size_t i = strLine.find("\u2580"); i != std::string::npos; i = strLine.find("\u2580", i + 1)) {
+            ++columns;
+        }
+        EXPECT_TRUE(columns >= 1 && columns <= 80) << u32Width << " x " << u32Height;
+        EXPECT_LE(std::count(strText.begin(), strText.end(), '\n'), 24) << u32Width << " x " << u32Height;
+    }
+}
+
+class PanelCli : public test::PlanTest {
+protected:
+    void SetUp() override {
+        test::PlanTest::SetUp();
+        if (test::runProcess({"identify", "-version"}).s32Exit != 0) {
+            GTEST_SKIP() << "there is no ImageMagick";
+        }
+    }
+
+    std::string file() const { return folder() + "/out.png"; }
+    std::string stick(const std::string& strName) const { return set() + "/tree/mnt/usb/" + strName; }
+
+    // "PNG 1920x1080"
+    static std::string kindOf(const std::string& strFile) {
+        return test::runProcess({"identify", "-format", "%m %wx%h", strFile}).strOutput;
+    }
+    // "12,34,56,255"
+    static std::string pixelOf(const std::string& strFile, int s32X, int s32Y) {
+        const std::string strPlace = "p{" + std::to_string(s32X) + "," + std::to_string(s32Y) + "}";
+        const auto channel = [&](const char* pszName) { return "%[fx:round(255*" + strPlace + "." + pszName + ")]"; };
+        const std::string strFormat = channel("r") + "," + channel("g") + "," + channel("b") + "," + channel("a");
+        return test::runProcess({"convert", strFile, "-format", strFormat, "info:"}).strOutput;
+    }
+    // A pixel of what netpbm makes of a BMP file.
+    static std::string netpbmPixelOf(const std::string& strFile, std::size_t x, std::size_t y) {
+        const std::string strPpm = test::runProcess({"bmptopnm", strFile}).strOutput;
+        std::istringstream stream(strPpm);
+        std::string strMagic;
+        std::size_t width = 0, height = 0, most = 0;
+        stream >> strMagic >> width >> height >> most;
+        const std::size_t start = static_cast<std::size_t>(stream.tellg()) + 1 + 3 * (y * width + x);
+        if (strMagic != "P6" || start + 3 > strPpm.size()) {
+            return "no pixel";
+        }
+        std::string strPixel;
+        for (std::size_t i = start; i < start + 3; ++i) {
+            strPixel += (i > start ? "," : "") + std::to_string(static_cast<unsigned char>(strPpm[i]));
+        }
+        return strPixel;
+    }
+};
+
+TEST_F(PanelCli, APictureIsWrittenAsAFile) {
+    const std::vector<std::string> lines = {"set freeze-video 0", "disptst_gen_gop_test_pattern_on 64 48",
+                                            "disptst_gen_gop_test_pattern_draw_rect 0 0 64 48 #12345680 4 #ABCDEF",
+                                            "disptst_gen_gop_test_pattern_show"};
+    const struct {
+        const char* what;
+        const char* kind;
+        int s32X, s32Y;
+        const char* pixel;
+    } rows[] = {
+        {"panel", "PNG 1920x1080", 1500, 500, "0,0,191,255"},     {"panel", "PNG 1920x1080", 63, 47, "171,205,239,255"},
+        {"layer:1", "PNG 64x48", 20, 20, "18,52,86,128"},         {"layer:0", "PNG 1920x1080", 0, 0, "0,0,0,0"},
+        {"window:0", "PNG 1920x1080", 63, 47, "191,191,191,255"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        std::vector<std::string> words = {"screen", file(), "--what", row.what};
+        for (const std::string& strLine : lines) {
+            words.insert(words.end(), {"--do", strLine});
+        }
+        const test::ProcessResult result = fapi(words);
+        EXPECT_EQ(result.s32Exit, 0) << result.strError;
+        EXPECT_THAT(result.strOutput, StartsWith(file() + ": " + row.what + ", "));
+        EXPECT_EQ(kindOf(file()), row.kind);
+        EXPECT_EQ(pixelOf(file(), row.s32X, row.s32Y), row.pixel);
+    }
+    EXPECT_EQ(fapiJson({"screen", file()})["width"], 1920);
+}
+
+TEST_F(PanelCli, APictureThatCannotBeHadIsAFailure) {
+    const struct {
+        std::vector<std::string> words;
+        int s32Exit;
+        const char* error;
+    } rows[] = {
+        {{file(), "--what", "window:3"}, 2, "WHAT is \"window:3\", expected one of panel, window:N (0 to 2)"},
+        {{file(), "--what", ""}, 2, "WHAT is \"\""},
+        {{""}, 2, "a file is missing"},
+        {{file(), "--do", "set power-cycle"}, 2, "ends the process that takes the picture"},
+        {{file(), "--what", "layer:3"}, 1, "there is no layer 3"},
+        {{file(), "--what", "layer:1"}, 1, "layer 1 has no surface"},
+        {{file(), "--what", "surface:1"}, 1, "fapi: "},
+        {{file(), "--what", "capture"}, 1, "nothing has been captured"},
+        {{"/no/such/folder/f.png"}, 1, "/no/such/folder/f.png: cannot be written: No such file or directory"},
+        {{"/dev/full"}, 1, "/dev/full: cannot be written: No space left on device"},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> words = {"screen"};
+        words.insert(words.end(), row.words.begin(), row.words.end());
+        const test::ProcessResult result = fapi(words);
+        EXPECT_EQ(result.s32Exit, row.s32Exit) << row.error;
+        EXPECT_THAT(result.strError, HasSubstr(row.error));
+        EXPECT_EQ(result.strOutput, "") << row.error;
+        EXPECT_FALSE(std::filesystem::exists(file())) << row.error;
+    }
+    const test::ProcessResult shell =
+        fapi({"shell"}, "screen /no/such/f.png\nscreen " + file() + "\nset pixel 1920 0\nset pixel 0 0 layer:1\n");
+    EXPECT_EQ(shell.s32Exit, 1) << "one line has failed";
+    EXPECT_EQ(kindOf(file()), "PNG 1920x1080") << "the others have run";
+    EXPECT_THAT(shell.strOutput, HasSubstr("the picture has 1920 x 1080 pixels"));
+    EXPECT_THAT(shell.strOutput, HasSubstr("layer 1 has no surface"));
+}
+
+TEST_F(PanelCli, ThePictureIsShownOnTheTerminal) {
+    const char* const pszGreen = "disptst_gen_test_pattern mod on 1 green";
+    const std::string strCell = "\033[38;2;0;255;0;48;2;0;255;0m\u2580\u2580";
+    for (const char* pszOption : {"--preview", "--yes"}) {
+        const test::ProcessResult result = fapi({"screen", pszOption, "--do", pszGreen});
+        EXPECT_THAT(result.strOutput, StartsWith(strCell)) << result.strError;
+        EXPECT_THAT(result.strOutput, testing::EndsWith("\033[0m\npanel, 1920 x 1080\n"));
+    }
+    EXPECT_THAT(fapi({"shell"}, std::string(pszGreen) + "\nscreen\n").strOutput, HasSubstr("\n" + strCell));
+    const test::ProcessResult both = fapi({"screen", file(), "--preview"});
+    EXPECT_THAT(both.strOutput, HasSubstr("\u2580"));
+    EXPECT_EQ(kindOf(file()), "PNG 1920x1080");
+}
+
+TEST_F(PanelCli, OtherProgramsReadCaptures) {
+    verdicts(R"(
+step s
+    sys_init
+    disp_init
+    disptst_init
+    set freeze-video 0
+    disptst_gen_gop_test_pattern_on 640 480
+    disptst_gen_gop_test_pattern_draw_rect 0 0 640 480 #123456
+    disptst_gen_gop_test_pattern_draw_rect 0 0 100 10 yellow
+    disptst_gen_gop_test_pattern_show
+    disp_capture_screen_to_usb /mnt/usb/screen.bmp screen
+    disp_capture_screen_to_usb /mnt/usb/video.bmp video
+    _disp_capture_osd_to_usb /mnt/usb/canvas.bmp 1
+)");
+    ASSERT_EQ(_result.s32Exit, 0) << _result.strOutput << _result.strError;
+    const struct {
+        const char* file;
+        const char* kind;
+        int s32X, s32Y;
+        const char* pixel;
+    } rows[] = {
+        {"screen.bmp", "BMP3 1920x1080", 99, 9, "255,255,0"},   {"screen.bmp", "BMP3 1920x1080", 639, 479, "18,52,86"},
+        {"screen.bmp", "BMP3 1920x1080", 1500, 100, "0,0,191"}, {"video.bmp", "BMP3 1920x1080", 99, 9, "191,191,191"},
+        {"canvas.bmp", "BMP3 640x480", 99, 9, "255,255,0"},     {"canvas.bmp", "BMP3 640x480", 99, 10, "18,52,86"},
+    };
+    const bool bNetpbm = test::runProcess({"bmptopnm", "-version"}).s32Exit == 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.file);
+        EXPECT_EQ(kindOf(stick(row.file)), row.kind);
+        EXPECT_THAT(pixelOf(stick(row.file), row.s32X, row.s32Y), StartsWith(std::string(row.pixel) + ","));
+        if (bNetpbm) {
+            EXPECT_EQ(
+                netpbmPixelOf(stick(row.file), static_cast<std::size_t>(row.s32X), static_cast<std::size_t>(row.s32Y)),
+                row.pixel);
+        }
+    }
+}
+
+TEST_F(PanelCli, ThePlanPassesAndKeepsItsPictures) {
+    const test::ProcessResult result = fapi({"run", "--report", reports(), std::string(FAPI_PLANS) + "/panel.plan"});
+    ASSERT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;
+    std::map<std::string, std::string> files;
+    const nlohmann::json json = report();
+    for (const auto& step : json["steps"]) {
+        for (const auto& picture : step["pictures"]) {
+            files[picture["name"]] = reports() + "/" + picture["file"].get<std::string>();
+        }
+    }
+    const struct {
+        const char* picture;
+        const char* kind;
+        int s32X, s32Y;
+        const char* pixel;
+    } rows[] = {
+        {"canvas", "PNG 1920x1080", 500, 160, "0,192,95,255"},
+        {"canvas", "PNG 1920x1080", 1280, 0, "191,0,0,255"},
+        {"canvas-surface", "PNG 1280x720", 600, 160, "0,192,0,128"},
+        {"gray", "PNG 1920x1080", 1080, 100, "29,29,29,255"},
+        {"pattern-scaler", "PNG 1920x1080", 30, 30, "0,0,0,255"},
+        {"captured", "PNG 1920x1080", 99, 99, "18,52,86,255"},
+        {"centred", "PNG 1920x1080", 1599, 899, "255,255,255,255"},
+        {"hdmi", "PNG 1920x1080", 5, 1079, "191,191,191,255"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.picture);
+        EXPECT_EQ(kindOf(files[row.picture]), row.kind);
+        EXPECT_EQ(pixelOf(files[row.picture], row.s32X, row.s32Y), row.pixel);
+    }
+    EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr("<property name=\"picture\" value=\"panel-"));
+}
+
+TEST_F(PanelCli, APictureOfAPlanMayFail) {
+    using testing::Pair;
+    EXPECT_THAT(verdicts(R"(
+on-failure continue
+step never retry 1
+    picture first
+    picture second layer:3
+step good
+    set osd 0
+    keep s surface
+    picture third surface:${s}
+    set put /mnt/usb/plan file:${PLAN_DIR}/test.plan
+step wrong
+    set osd 1
+    keep s surface
+    picture fourth surface:${s}
+)"),
+                ElementsAre(Pair("never", "failed"), Pair("good", "passed"), Pair("wrong", "failed")));
+    const nlohmann::json json = report();
+    EXPECT_EQ(json["steps"][0]["text"], "line 6: picture second layer:3: there is no layer 3");
+    EXPECT_EQ(json["steps"][0]["attempts"][1]["commands"][1]["error"], "there is no layer 3");
+    const std::string strFirst = json["steps"][0]["pictures"][0]["file"];
+    EXPECT_EQ(kindOf(reports() + "/" + strFirst), "PNG 1920x1080");
+    EXPECT_EQ(json["steps"][0]["pictures"].size(), 1u);
+    EXPECT_EQ(json["steps"][1]["pictures"][0]["name"], "third");
+    EXPECT_EQ(readFile(stick("plan")), readFile(folder() + "/test.plan"));
+
+    // Of a second run, at once, the pictures have other names; without a report nothing is written.
+    const auto files = [&] {
+        return std::distance(std::filesystem::directory_iterator(reports()), std::filesystem::directory_iterator());
+    };
+    const auto before = files();
+    fapi({"run", "--report", reports(), folder() + "/test.plan"});
+    EXPECT_EQ(files(), 2 * before);
+    fapi({"run", "--no-report", folder() + "/test.plan"});
+    EXPECT_EQ(files(), 2 * before);
+}
+
+// What the shipped plan does not come by.
+TEST_F(PanelCli, WhatAPersonDoesToTheDisplay) {
+    const auto steps = verdicts(R"(
+step "who has what"
+    sys_init
+    disp_init
+    disptst_init
+    set output
+    expect player is 1
+    set player output off
+    set output
+    expect open is 0
+    set player window-1 on
+    set window 1
+    expect player is 1
+    set player window-1 off
+    set window 1
+    expect open is 0
+    set player capture on
+    disp_capture_screen_to_usb /mnt/usb/x.bmp video
+    expect status failed
+    set capture
+    expect player is 1
+    set player capture off
+    disp_capture_screen_to_usb /mnt/usb/x.bmp video
+    set handles
+    expect player contains "HW_DISP 0 "
+step "memory"
+    set surface-alignment 4096 4096
+    disptst_gen_gop_test_pattern_on 16 4
+    set osd 1
+    expect surfaces contains "16x4, pitch 4096, format 8, physical"
+    disptst_gen_gop_test_pattern_off
+    set surface-alignment 64 64
+    set iommu 0
+    set mmap-size 378 1000
+    set memory
+    expect areas matches "region 378 at 0x[0-9a-f]+, 0x3e8 bytes"
+    disptst_gen_gop_test_pattern_on 16 16
+    expect status failed
+    set mmap-size 378 1024
+    disptst_gen_gop_test_pattern_on 16 16
+    disptst_gen_gop_test_pattern_off
+)");
+    EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput;
+    EXPECT_EQ(steps.size(), 2u);
+}
+
+TEST_F(PanelCli, TheLineOfAPictureIsChecked) {
+    const std::string strPlan = writeFile("wrong.plan", R"(plan "Wrong"
+picture early
+step s
+    picture
+    picture a/b
+    picture a window:3
+    picture a panel extra
+    picture a
+    picture a
+    expect status ok
+    picture b surface:${none}
+)");
+    const std::string strError = fapi({"check", strPlan}).strError;
+    for (const char* pszProblem :
+         {":2: \"picture\" stands before the first step", ":4: expected: picture NAME [WHAT]",
+          ":5: expected: picture NAME [WHAT]", ":6: WHAT is \"window:3\"", ":7: expected: picture NAME [WHAT]",
+          ":9: there is a picture a already", ":10: expect stands behind a picture, which answers nothing",
+          ":11: ${none} has not been kept before"}) {
+        EXPECT_THAT(strError, HasSubstr(strPlan + pszProblem));
+    }
+    EXPECT_EQ(std::count(strError.begin(), strError.end(), '\n'), 8) << strError;
+}
+
+}  // namespace

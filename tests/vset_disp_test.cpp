@@ -1,0 +1,529 @@
+// SPDX-License-Identifier: Apache-2.0
+// Display windows: holders, connections, attributes, what they show; display controller and display output.
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "hw3/hw_extin.h"
+#include "hw3/hw_sys.h"
+#include "support/refusals.h"
+#include "support/set_fixture.h"
+#include "vset/disp.h"
+#include "vset/dispout.h"
+#include "vset/extin.h"
+
+namespace {
+
+using test::kUntouched;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using vset::disp::picture;
+using vset::disp::window;
+
+constexpr HW_DISP_ControllerParams_t kController = {0};
+constexpr std::uint32_t kBlack = 0xFF000000;
+
+HW_Result_t open(const char* pszName, HW_U32 u32SdWindow, HW_Handle_t* phDisp) {
+    const HW_DISP_OpenParams_t stParams = {u32SdWindow, pszName};
+    return HW_DISP_Open(&stParams, phDisp);
+}
+
+// Whether the window shows one color alone.
+bool showsOnly(std::uint32_t u32Color) {
+    const std::vector<std::uint32_t> pixels = picture(0).pixels;
+    return pixels == std::vector<std::uint32_t>(std::size_t{1920} * 1080, u32Color);
+}
+
+template <class Record>
+std::string bytes(const Record& stRecord) {
+    return {reinterpret_cast<const char*>(&stRecord), sizeof(stRecord)};
+}
+
+class VsetDisp : public test::SetTest {
+protected:
+    void SetUp() override {
+        test::SetTest::SetUp();
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        ASSERT_EQ(HW_DISP_GetHandle("HW_DISP_HD0", &_hMain), HW_OK);
+        ASSERT_EQ(HW_DISP_GetController(&kController, &_hController), HW_OK);
+    }
+
+    HW_Result_t setPattern(HW_U32 u32Mode, HW_U32 u32Enable, HW_U32 u32Red, HW_U32 u32Green, HW_U32 u32Blue) {
+        const HW_DISP_TestPattern_t stPattern = {u32Mode, u32Enable, 1, {u32Red, u32Green, u32Blue}};
+        return HW_DISP_SetAttr(_hMain, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern);
+    }
+
+    // Handles of what is connected, asked for as the library does.
+    std::vector<HW_Handle_t> connected(HW_U32 u32Kind) {
+        const HW_DISP_ConnectQuery_t stQuery = {1, u32Kind, 1};
+        HW_U32 u32Num = kUntouched;
+        EXPECT_EQ(HW_DISP_GetConnectedNum(_hMain, &stQuery, &u32Num), HW_OK);
+        std::vector<HW_Handle_t> handles(u32Num + 1, kUntouched);
+        EXPECT_EQ(HW_DISP_GetConnected(_hMain, &stQuery, u32Num, handles.data()), HW_OK);
+        EXPECT_EQ(handles.back(), kUntouched) << "more than there is room for";
+        handles.pop_back();
+        return handles;
+    }
+
+    HW_Handle_t _hMain = HW_HANDLE_NONE, _hController = HW_HANDLE_NONE;
+};
+
+TEST_F(VsetDisp, WindowsHaveHolders) {
+    EXPECT_TRUE(window(0).bPlayer);
+    EXPECT_FALSE(window(1).bOpen);
+    HW_Handle_t hSd = 0, hFound = 0, hUntouched = kUntouched;
+    EXPECT_EQ(open("HW_DISP_SD0", 1, &hSd), HW_OK);
+    EXPECT_EQ(HW_DISP_GetHandle("HW_DISP_SD0", &hFound), HW_OK);
+    EXPECT_EQ(hFound, hSd);
+    EXPECT_TRUE(window(2).bOpen);
+    EXPECT_FALSE(window(2).bPlayer);
+    test::expectRefusals({
+        {"closed", HW_ERR_FAILED, [&] { return HW_DISP_GetHandle("HW_DISP_HD1", &hUntouched); }},
+        {"the player's", HW_ERR_BUSY, [&] { return open("HW_DISP_HD0", 0, &hUntouched); }},
+        {"flag of another", HW_ERR_INVALID_PARAMETER, [&] { return open("HW_DISP_HD1", 1, &hUntouched); }},
+        {"no name", HW_ERR_INVALID_PARAMETER, [&] { return open(nullptr, 0, &hUntouched); }},
+        {"no params", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_Open(nullptr, &hUntouched); }},
+        {"beginning of a name", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_GetHandle("HW_DISP_H", &hUntouched); }},
+        {"handle to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_DISP_GetHandle("HW_DISP_HD0", nullptr); }},
+        {"closed", HW_OK, [&] { return HW_DISP_Close(hSd); }},
+        {"closed twice", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(hSd); }},
+        {"SD window without flag", HW_ERR_INVALID_PARAMETER, [&] { return open("HW_DISP_SD0", 0, &hUntouched); }},
+    });
+    vset::disp::hold(2);
+    EXPECT_EQ(open("HW_DISP_SD0", 1, &hUntouched), HW_ERR_BUSY);
+    vset::disp::release(2);
+    EXPECT_THROW(vset::disp::release(2), vset::SetError);
+    EXPECT_THROW(vset::disp::hold(3), vset::SetError);
+    vset::powerCycle();
+    EXPECT_EQ(HW_DISP_GetHandle("HW_DISP_HD0", &hUntouched), HW_ERR_NOT_INITED);
+    EXPECT_EQ(open("HW_DISP_HD1", 0, &hUntouched), HW_ERR_NOT_INITED);
+    EXPECT_EQ(HW_DISP_GetController(&kController, &hUntouched), HW_ERR_NOT_INITED);
+    EXPECT_EQ(hUntouched, kUntouched);
+    EXPECT_EQ(HW_DISP_ApplySetting(_hMain), HW_ERR_INVALID_HANDLE) << "from before the power cycle";
+}
+
+TEST_F(VsetDisp, VideoPathIsFoundWhileItIsConnected) {
+    ASSERT_EQ(connected(E_HW_DISP_MODULE_VIDEO).size(), 1u);
+    const HW_Handle_t hVideo = connected(E_HW_DISP_MODULE_VIDEO)[0];
+    HW_VIDEO_Info_t stInfo = {};
+    EXPECT_EQ(HW_VIDEO_GetAttr(hVideo, E_HW_VIDEO_ATTR_INFO, nullptr, &stInfo), HW_OK);
+    EXPECT_THAT((std::vector<HW_U32>{stInfo.u16Width, stInfo.u16Height, stInfo.u32FrameRate, stInfo.u8Interlaced}),
+                ElementsAre(1920, 1080, 59940, 0));
+    vset::disp::connectVideo(0, {720, 576, 50000, 1});
+    EXPECT_THAT(connected(E_HW_DISP_MODULE_VIDEO), ElementsAre(hVideo)) << "the same path";
+    EXPECT_EQ(HW_VIDEO_GetAttr(hVideo, E_HW_VIDEO_ATTR_INFO, nullptr, &stInfo), HW_OK);
+    EXPECT_EQ(stInfo.u16Width, 720);
+    EXPECT_EQ(window(0).video.value().u8Interlaced, 1);
+    const HW_DISP_ConnectQuery_t stQuery = {1, E_HW_DISP_MODULE_VIDEO, 1};
+    HW_Handle_t hUntouched = kUntouched;
+    EXPECT_EQ(HW_DISP_GetConnected(_hMain, &stQuery, 0, &hUntouched), HW_OK);
+    EXPECT_EQ(hUntouched, kUntouched) << "no room for any";
+    test::expectRefusals({
+        {"window as path", HW_ERR_INVALID_HANDLE, [&] { return HW_VIDEO_GetAttr(_hMain, 0x104, nullptr, &stInfo); }},
+        {"path as window", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(hVideo); }},
+        {"attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_VIDEO_GetAttr(hVideo, 0x105, nullptr, nullptr); }},
+        {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_VIDEO_GetAttr(hVideo, 0x104, nullptr, nullptr); }},
+    });
+    vset::disp::disconnectVideo(0);
+    EXPECT_TRUE(connected(E_HW_DISP_MODULE_VIDEO).empty());
+    EXPECT_EQ(HW_VIDEO_GetAttr(hVideo, E_HW_VIDEO_ATTR_INFO, nullptr, &stInfo), HW_ERR_INVALID_HANDLE);
+    EXPECT_THROW(vset::disp::disconnectVideo(0), vset::SetError);
+    vset::disp::connectVideo(0, stInfo);
+    EXPECT_NE(connected(E_HW_DISP_MODULE_VIDEO).at(0), hVideo);
+}
+
+TEST_F(VsetDisp, InputIsOpenedForTheConnection) {
+    const vset::disp::Input vga = {E_HW_EXTIN_TYPE_VGA, 0};
+    const HW_EXTIN_InitParams_t stInit = {};
+    const HW_EXTIN_HandleParams_t stVga = {vga.u32Type, vga.u32Index};
+    HW_Handle_t hVga = 0;
+    ASSERT_EQ(HW_EXTIN_Init(&stInit), HW_OK);
+    EXPECT_TRUE(connected(E_HW_DISP_MODULE_EXTIN).empty());
+    vset::disp::connectInput(0, vga);
+    EXPECT_EQ(HW_EXTIN_GetHandle(&stVga, &hVga), HW_OK);
+    EXPECT_THAT(connected(E_HW_DISP_MODULE_EXTIN), ElementsAre(hVga));
+    EXPECT_THROW(vset::disp::connectInput(0, {E_HW_EXTIN_TYPE_HDMI, 0}), vset::SetError) << "one for each window";
+    EXPECT_THROW(vset::disp::connectInput(1, {E_HW_EXTIN_TYPE_VGA, 1}), vset::SetError) << "there is none";
+    EXPECT_FALSE(window(1).input);
+    vset::disp::connectInput(1, vga);
+    vset::disp::disconnectInput(0);
+    EXPECT_EQ(HW_EXTIN_GetHandle(&stVga, &hVga), HW_OK) << "still needed";
+    vset::disp::disconnectInput(1);
+    EXPECT_EQ(HW_EXTIN_GetHandle(&stVga, &hVga), HW_ERR_FAILED) << "given back";
+    EXPECT_THROW(vset::disp::disconnectInput(1), vset::SetError);
+
+    vset::extin::hold(vga.u32Type, vga.u32Index);
+    vset::disp::connectInput(0, vga);
+    vset::disp::disconnectInput(0);
+    EXPECT_EQ(HW_EXTIN_GetHandle(&stVga, &hVga), HW_OK) << "was not opened for the window";
+
+    vset::disp::connectInput(0, {E_HW_EXTIN_TYPE_HDMI, 2});
+    EXPECT_EQ(HW_EXTIN_Close(connected(E_HW_DISP_MODULE_EXTIN).at(0)), HW_OK);
+    EXPECT_TRUE(connected(E_HW_DISP_MODULE_EXTIN).empty()) << "a program has closed it";
+    EXPECT_NO_THROW(vset::disp::disconnectInput(0));
+}
+
+TEST_F(VsetDisp, RefusesWhatIsWrong) {
+    const HW_DISP_ConnectQuery_t stNoKind = {1, 68, 1}, stNoFirst = {0, 199, 1}, stNoLast = {1, 199, 2};
+    const HW_DISP_TestPattern_t stPattern = {10, 1, 1, {1, 1, 1}};
+    const HW_DISP_PqBlock_t stBlock = {3, 1};
+    const HW_DISP_PqVersionRequest_t stRequest = {7};
+    std::vector<HW_U16> curve(256, 7);
+    HW_DISP_GammaCurve_t stNoCurve = {0, 1, {curve.data(), curve.data(), nullptr}, {7, 7, 7}};
+    HW_DISP_GammaCurve_t stWord = {0, 0, {curve.data(), curve.data(), curve.data()}, {7, 7, 7}};
+    HW_DISP_GammaCurve_t stLast = {0, 1, {curve.data(), curve.data(), curve.data()}, {7, 7, 8}};
+    std::vector<HW_U32> out(8, kUntouched);
+    const auto attr = [&](HW_U32 u32Attr, const void* pParam) {
+        return [=] { return HW_DISP_SetAttr(_hMain, u32Attr, pParam); };
+    };
+    const auto set = [&](HW_U32 u32Param, const void* pParam) {
+        return [=] { return HW_DISP_SetPictureParam(_hMain, u32Param, pParam); };
+    };
+    const auto get = [&](HW_U32 u32Param, const void* pInput) {
+        return [=, &out] { return HW_DISP_GetPictureParam(_hMain, u32Param, pInput, out.data()); };
+    };
+    const auto number = [&](const HW_DISP_ConnectQuery_t* pstQuery) {
+        return [=, &out] { return HW_DISP_GetConnectedNum(_hMain, pstQuery, out.data()); };
+    };
+    test::expectRefusals({
+        {"handle before attribute", HW_ERR_INVALID_HANDLE, [] { return HW_DISP_SetAttr(1, 2, nullptr); }},
+        {"attribute before record", HW_ERR_NOT_SUPPORT, attr(2, nullptr)},
+        {"color without a record", HW_ERR_INVALID_PARAMETER, attr(1, nullptr)},
+        {"no such stage", HW_ERR_INVALID_PARAMETER, attr(0x401, &stPattern)},
+        {"range cannot be set", HW_ERR_NOT_SUPPORT, set(24, out.data())},
+        {"version cannot be set", HW_ERR_NOT_SUPPORT, set(3841, out.data())},
+        {"no parameter 6", HW_ERR_NOT_SUPPORT, set(6, out.data())},
+        {"parameter without a record", HW_ERR_INVALID_PARAMETER, set(5, nullptr)},
+        {"no fourth block", HW_ERR_INVALID_PARAMETER, set(10, &stBlock)},
+        {"two curves", HW_ERR_INVALID_PARAMETER, set(28, &stNoCurve)},
+        {"curve's word", HW_ERR_INVALID_PARAMETER, set(28, &stWord)},
+        {"last entry of another curve", HW_ERR_INVALID_PARAMETER, set(28, &stLast)},
+        {"temperature cannot be read", HW_ERR_NOT_SUPPORT, get(2, nullptr)},
+        {"version of what", HW_ERR_INVALID_PARAMETER, get(3841, nullptr)},
+        {"no such version", HW_ERR_INVALID_PARAMETER, get(3841, &stRequest)},
+        {"mute of none", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_SetMute(_hController, 4); }},
+        {"no query", HW_ERR_INVALID_PARAMETER, number(nullptr)},
+        {"no such kind", HW_ERR_INVALID_PARAMETER, number(&stNoKind)},
+        {"first word", HW_ERR_INVALID_PARAMETER, number(&stNoFirst)},
+        {"last word", HW_ERR_INVALID_PARAMETER, number(&stNoLast)},
+        {"no room", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_GetConnected(_hMain, &stNoKind, 1, nullptr); }},
+    });
+    EXPECT_THAT(out, Each(kUntouched));
+    EXPECT_TRUE(window(0).pictureParameters.empty());
+    EXPECT_FALSE(window(0).bPending);
+    EXPECT_EQ(window(0).testPattern.u32Mode, 0u);
+}
+
+TEST_F(VsetDisp, PictureParametersAreKeptByteForByte) {
+    struct Row {
+        HW_U32 u32Param;
+        std::size_t size;
+    };
+    std::string strRecord(64, '\0');
+    for (std::size_t i = 0; i < strRecord.size(); ++i) {
+        strRecord[i] = static_cast<char>(0x81 + i);
+    }
+    for (const Row& stRow : std::vector<Row>{
+             {2, 24}, {5, 4}, {12, 4}, {16, 4}, {18, 4}, {19, 4}, {20, 4}, {21, 4}, {23, 32}, {27, 1}, {39, 1}}) {
+        const std::string strSent = strRecord.substr(stRow.size % 7 * 4, stRow.size);
+        EXPECT_EQ(HW_DISP_SetPictureParam(_hMain, stRow.u32Param, strSent.data()), HW_OK);
+        EXPECT_EQ(window(0).pictureParameters[stRow.u32Param], strSent) << stRow.u32Param;
+        EXPECT_TRUE(window(0).bPending);
+        EXPECT_EQ(HW_DISP_ApplySetting(_hMain), HW_OK);
+        EXPECT_FALSE(window(0).bPending);
+    }
+    HW_DISP_PqBlock_t stBlock;
+    std::memset(&stBlock, 0xA5, sizeof(stBlock));
+    for (const HW_U32 u32Index : {0u, 2u}) {
+        stBlock.u32Index = u32Index;
+        stBlock.u8Enable = 1;
+        EXPECT_EQ(HW_DISP_SetPictureParam(_hMain, E_HW_DISP_PICTURE_PQ_BLOCK, &stBlock), HW_OK);
+    }
+    EXPECT_EQ(window(0).pictureParameters[10], std::string("\0\0\0\0\1\0\0\0", 8));
+    EXPECT_EQ(window(0).pictureParameters[10 | 2 << 16], std::string("\2\0\0\0\1\0\0\0", 8));
+    std::array<std::vector<HW_U16>, 3> curves;
+    for (std::size_t i = 0; i < 256 * 3; ++i) {
+        curves[i / 256].push_back(static_cast<HW_U16>(i * 85));
+    }
+    const HW_DISP_GammaCurve_t stGamma = {
+        0, 1, {curves[0].data(), curves[1].data(), curves[2].data()}, {curves[0][255], curves[1][255], curves[2][255]}};
+    EXPECT_EQ(HW_DISP_SetPictureParam(_hMain, E_HW_DISP_PICTURE_GAMMA_CURVE, &stGamma), HW_OK);
+    EXPECT_EQ(window(0).gamma, curves);
+    EXPECT_EQ(HW_DISP_ApplySetting(_hMain), HW_OK);
+    const HW_DISP_InputRect_t stRect = {1, 2, 300, 400, 1920, 1080};
+    EXPECT_EQ(HW_DISP_SetInputRect(_hMain, &stRect), HW_OK);
+    EXPECT_EQ(bytes(window(0).inputRectangle.value()), bytes(stRect));
+    EXPECT_TRUE(window(0).bPending);
+    EXPECT_TRUE(window(1).pictureParameters.empty()) << "another window's";
+    vset::powerCycle();
+    EXPECT_TRUE(window(0).pictureParameters.empty());
+    EXPECT_FALSE(window(0).inputRectangle);
+}
+
+TEST_F(VsetDisp, TellsRectangleRangesAndVersions) {
+    HW_DISP_Rect_t stRect = {};
+    EXPECT_EQ(HW_DISP_GetDispRect(_hMain, &stRect), HW_OK);
+    EXPECT_EQ(bytes(stRect), bytes(HW_DISP_Rect_t{0, 0, 1920, 1080}));
+    HW_DISP_PqRange_t stRange = {};
+    EXPECT_EQ(HW_DISP_GetPictureParam(_hMain, E_HW_DISP_PICTURE_PQ_RANGE, nullptr, &stRange), HW_OK);
+    EXPECT_THAT(stRange.as32Min, Each(-50));
+    EXPECT_THAT(stRange.as32Max, Each(50));
+    vset::disp::setPqRange(1, {{9, 9, 9}, {9, 9, 9}});
+    vset::disp::setPqRange(0, {{-1, -2, -3}, {4, 5, 6}});
+    EXPECT_EQ(HW_DISP_GetPictureParam(_hMain, E_HW_DISP_PICTURE_PQ_RANGE, nullptr, &stRange), HW_OK);
+    EXPECT_THAT(stRange.as32Min, ElementsAre(-1, -2, -3));
+    EXPECT_THAT(stRange.as32Max, ElementsAre(4, 5, 6));
+
+    const auto version = [&](HW_U32 u32PqType) {
+        const HW_DISP_PqVersionRequest_t stRequest = {u32PqType};
+        HW_DISP_PqVersion_t stVersion;
+        std::memset(&stVersion, 0xA5, sizeof(stVersion));
+        EXPECT_EQ(HW_DISP_GetPictureParam(_hMain, E_HW_DISP_PICTURE_PQ_VERSION, &stRequest, &stVersion), HW_OK);
+        return bytes(stVersion);
+    };
+    const std::string strLongest(32, 'v');
+    vset::disp::setPqVersion(0, 6, strLongest);
+    EXPECT_EQ(version(5), "V0.5" + std::string(28, '\0'));
+    EXPECT_EQ(version(6), strLongest);
+    EXPECT_THROW(vset::disp::setPqVersion(0, 6, strLongest + "v"), vset::SetError);
+    EXPECT_THROW(vset::disp::setPqVersion(0, 7, ""), vset::SetError);
+}
+
+TEST_F(VsetDisp, ShowsTestPatternAndMute) {
+    vset::disp::freezeVideo(0);
+    const vset::Picture source = picture(0);
+    EXPECT_EQ(setPattern(6, 1, 1023, 514, 3), HW_OK);
+    EXPECT_TRUE(showsOnly(0xFFFF8000)) << "10 bits";
+    EXPECT_FALSE(window(0).bPending) << "acts at once";
+    EXPECT_EQ(setPattern(6, 1, 0, 0xFFFFFFFF, 1024), HW_OK);
+    EXPECT_EQ(picture(0).at(1919, 1079), 0xFF00FFFF) << "above 10 bits";
+
+    EXPECT_EQ(HW_DISP_SetMute(_hMain, 0x400), HW_OK);
+    EXPECT_EQ(HW_DISP_SetMute(_hMain, 0x4), HW_OK);
+    EXPECT_TRUE(showsOnly(kBlack)) << "over everything";
+    const HW_DISP_MuteColor_t stBlue = {{0, 0, 1023}};
+    EXPECT_EQ(HW_DISP_SetAttr(_hMain, E_HW_DISP_ATTR_MUTE_COLOR, &stBlue), HW_OK);
+    EXPECT_EQ(picture(0).at(0, 0), 0xFF0000FF);
+    EXPECT_EQ(HW_DISP_SetUnMute(_hMain, 0x4), HW_OK);
+    EXPECT_EQ(window(0).u32MuteFlags, 0x400u);
+    EXPECT_EQ(picture(0).at(0, 0), 0xFF0000FF) << "another flag is left";
+    EXPECT_EQ(HW_DISP_SetUnMute(_hMain, 0x404), HW_OK);
+    EXPECT_EQ(picture(0).at(0, 0), 0xFF00FFFF);
+    EXPECT_EQ(setPattern(6, 0, 1023, 0, 0), HW_OK);
+    EXPECT_EQ(picture(0).pixels, source.pixels) << "switched off";
+    EXPECT_EQ(window(0).testPattern.au32Value[0], 1023u);
+
+    vset::disp::release(0);
+    EXPECT_TRUE(showsOnly(kBlack)) << "closed";
+}
+
+TEST_F(VsetDisp, TestPatternsTellTheStagesApart) {
+    std::set<std::vector<std::uint32_t>> pictures;
+    for (HW_U32 u32Mode = 0; u32Mode <= E_HW_DISP_PATTERN_WHITE_BALANCE; ++u32Mode) {
+        EXPECT_EQ(setPattern(u32Mode, 1, 1023, 0, 512), HW_OK);
+        const vset::Picture shown = picture(0);
+        EXPECT_TRUE(pictures.insert(shown.pixels).second) << u32Mode;
+        EXPECT_EQ(std::count(shown.pixels.begin(), shown.pixels.end(), 0xFFFF0080u) > 1920, true) << u32Mode;
+        const bool bShades = std::all_of(shown.pixels.begin(), shown.pixels.end(), [](std::uint32_t u32Pixel) {
+            return u32Pixel >> 24 == 0xFF && (u32Pixel >> 8 & 0xFF) == 0;
+        });
+        EXPECT_TRUE(bShades) << u32Mode;
+    }
+}
+
+TEST_F(VsetDisp, SourcesShowBars) {
+    vset::disp::freezeVideo(100);
+    const vset::Picture video = picture(0);
+    EXPECT_EQ(picture(0).pixels, video.pixels);
+    EXPECT_EQ(video.at(0, 500), 0xFFBFBFBFu);
+    EXPECT_EQ(video.at(1919, 500), kBlack);
+    EXPECT_EQ(std::set<std::uint32_t>(video.pixels.begin(), video.pixels.end()).size(), 9u) << "eight and the line";
+    for (const std::uint64_t u64Frame : {std::uint64_t{101}, std::uint64_t{239}, ~std::uint64_t{0}}) {
+        vset::disp::freezeVideo(u64Frame);
+        EXPECT_NE(picture(0).pixels, video.pixels) << u64Frame;
+    }
+    vset::disp::freezeVideo(std::nullopt);
+    const vset::Picture moving = picture(0);
+    for (int i = 0; i < 200 && picture(0).pixels == moving.pixels; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_NE(picture(0).pixels, moving.pixels);
+    vset::disp::connectVideo(0, {1920, 1080, 0, 0});
+    EXPECT_EQ(picture(0).pixels, picture(0).pixels) << "no pictures a second";
+
+    vset::disp::connectInput(0, {E_HW_EXTIN_TYPE_HDMI, 1});
+    EXPECT_EQ(picture(0).at(960, 0), picture(0).at(960, 1079)) << "the video path is shown first";
+    vset::disp::disconnectVideo(0);
+    const vset::Picture input = picture(0);
+    EXPECT_EQ(input.at(0, 600), input.at(1919, 600));
+    EXPECT_NE(input.at(0, 0), input.at(0, 1079));
+    vset::disp::disconnectInput(0);
+    EXPECT_TRUE(showsOnly(kBlack)) << "nothing connected";
+}
+
+TEST_F(VsetDisp, IsLookedAtWhileItIsSet) {
+    std::thread program([&] {
+        for (HW_U32 i = 0; i < 200; ++i) {
+            setPattern(i % 10, i % 2, i, i, i);
+            HW_DISP_SetPictureParam(_hMain, 5, &i);
+            connected(E_HW_DISP_MODULE_VIDEO);
+        }
+    });
+    for (int i = 0; i < 5; ++i) {
+        vset::disp::connectVideo(0, {1280, 720, 60000, 0});
+        vset::disp::connectInput(0, {E_HW_EXTIN_TYPE_HDMI, 0});
+        EXPECT_EQ(picture(0).at(0, 0) >> 24, 0xFFu);
+        vset::disp::disconnectInput(0);
+        vset::disp::disconnectVideo(0);
+    }
+    program.join();
+    EXPECT_EQ(window(0).pictureParameters[5], std::string("\xC7\0\0\0", 4));
+}
+
+TEST_F(VsetDisp, ControllerKnowsItsTimings) {
+    const HW_S32 s32FreeRun = -2;
+    const HW_DISP_ControllerParams_t stOther = {1};
+    HW_Handle_t hUntouched = kUntouched;
+    const auto timing = [&](HW_U32 u32Timing) {
+        return [=] { return HW_DISP_SetOutputTiming(_hController, u32Timing); };
+    };
+    EXPECT_EQ(HW_DISP_SetControlAttr(_hController, 1, &s32FreeRun), HW_OK);
+    EXPECT_EQ(vset::disp::controller().s32FreeRun, -2);
+    test::expectRefusals({
+        {"highest", HW_OK, timing(39)},
+        {"not this panel", HW_ERR_NOT_SUPPORT, timing(40)},
+        {"not this panel", HW_ERR_NOT_SUPPORT, timing(46)},
+        {"no panel", HW_ERR_INVALID_PARAMETER, timing(47)},
+        {"window", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_SetOutputTiming(_hMain, 0); }},
+        {"attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_DISP_SetControlAttr(_hController, 2, nullptr); }},
+        {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetControlAttr(_hController, 1, nullptr); }},
+        {"index", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_OpenController(&stOther, &hUntouched); }},
+        {"the player's", HW_ERR_BUSY, [&] { return HW_DISP_OpenController(&kController, &hUntouched); }},
+        {"a window's close", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(_hController); }},
+    });
+    EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
+    vset::disp::setTimingSupported(46, true);
+    EXPECT_EQ(HW_DISP_SetOutputTiming(_hController, 46), HW_OK);
+    vset::disp::releaseController();
+    EXPECT_EQ(HW_DISP_GetController(&kController, &hUntouched), HW_ERR_FAILED);
+    EXPECT_EQ(hUntouched, kUntouched);
+    EXPECT_EQ(HW_DISP_OpenController(&kController, &_hController), HW_OK);
+    EXPECT_TRUE(vset::disp::controller().bOpen);
+    EXPECT_FALSE(vset::disp::controller().bPlayer);
+    EXPECT_EQ(HW_DISP_CloseController(_hController), HW_OK);
+    vset::disp::holdController();
+    EXPECT_TRUE(vset::disp::controller().bPlayer);
+}
+
+// --- Display output --------------------------------------------------------------------------------------------------
+
+HW_Result_t initOutput(HW_U8 u8Reserved = 0) {
+    const HW_DISPOUT_InitParams_t stParams = {u8Reserved};
+    return HW_DISPOUT_Init(&stParams);
+}
+
+HW_Result_t findOutput(HW_Handle_t* phDispout) {
+    const HW_DISPOUT_HandleParams_t stParams = {0};
+    return HW_DISPOUT_GetHandle(&stParams, phDispout);
+}
+
+HW_Result_t openOutput(HW_Handle_t* phDispout, HW_U32 u32Index = 0) {
+    const HW_DISPOUT_OpenParams_t stParams = {u32Index};
+    return HW_DISPOUT_Open(&stParams, phDispout);
+}
+
+TEST_F(VsetDisp, OutputIsInitialisedAndHeld) {
+    HW_Handle_t hOutput = 0, hUntouched = kUntouched;
+    test::expectRefusals({
+        {"before its Init", HW_ERR_NOT_INITED, [&] { return findOutput(&hUntouched); }},
+        {"open before its Init", HW_ERR_NOT_INITED, [&] { return openOutput(&hUntouched); }},
+        {"without a record", HW_ERR_INVALID_PARAMETER, [] { return HW_DISPOUT_Init(nullptr); }},
+        {"reserved byte", HW_ERR_INVALID_PARAMETER, [] { return initOutput(1); }},
+        {"Init", HW_OK, [] { return initOutput(); }},
+        {"Init again", HW_HAS_INITED, [] { return initOutput(); }},
+        {"the player's", HW_ERR_BUSY, [&] { return openOutput(&hUntouched); }},
+        {"second output", HW_ERR_INVALID_PARAMETER, [&] { return openOutput(&hUntouched, 1); }},
+        {"found", HW_OK, [&] { return findOutput(&hOutput); }},
+        {"window as output", HW_ERR_INVALID_HANDLE, [&] { return HW_DISPOUT_Close(_hMain); }},
+    });
+    EXPECT_TRUE(window(0).bOpen) << "stays open";
+    EXPECT_TRUE(vset::dispout::output().bPlayer);
+    vset::dispout::release();
+    EXPECT_EQ(findOutput(&hUntouched), HW_ERR_FAILED);
+    EXPECT_EQ(hUntouched, kUntouched);
+    EXPECT_EQ(openOutput(&hOutput), HW_OK);
+    EXPECT_FALSE(vset::dispout::output().bPlayer);
+    EXPECT_EQ(HW_DISPOUT_Close(hOutput), HW_OK);
+    EXPECT_FALSE(vset::dispout::output().bOpen);
+}
+
+// By size, whether a program may set the attribute, and whether it may read it; what the panel has at first, if that
+// is not all zeros.
+struct PanelAttribute {
+    HW_U32 u32Attr;
+    std::size_t size;
+    bool bSet, bGet;
+    std::string strFirst;
+};
+
+const PanelAttribute kPanelAttributes[] = {
+    {0, 4, true, false, ""},
+    {1, 4, true, false, ""},
+    {2, 4, true, false, ""},
+    {3, 4, true, false, ""},
+    {4, 8, false, true, bytes(HW_DISPOUT_PwmRange_t{20, 255})},
+    {5, 6, true, true, std::string("\1\0\x2C\1\x1E\0", 6)},
+    {6, 4, true, false, ""},
+    {7, 2, true, false, ""},
+    {8, 8, true, false, ""},
+    {9, 4, true, false, ""},
+    {10, 0, false, false, ""},
+    {11, 4, true, false, ""},
+    {12, 0, false, false, ""},
+    {15, 8, false, true, bytes(HW_DISPOUT_FrcDevice_t{3, 0x102})},
+    {16, 4, false, true, bytes(HW_U32{1})},
+    {17, 42, false, true,
+     "VSETTCON-FHD-060LUMORA" + std::string(10, '\0') + "\x10\x21\x32\x43\x54\x65\x76\x87\x98\xA9"},
+    {18, 0, false, false, ""},
+};
+
+TEST_F(VsetDisp, OutputHasPanelAttributes) {
+    HW_Handle_t hOutput = 0;
+    ASSERT_EQ(initOutput(), HW_OK);
+    ASSERT_EQ(findOutput(&hOutput), HW_OK);
+    for (const PanelAttribute& stRow : kPanelAttributes) {
+        SCOPED_TRACE(stRow.u32Attr);
+        const std::string strFirst = stRow.strFirst.empty() ? std::string(stRow.size, '\0') : stRow.strFirst;
+        std::string strOut(64, '\xA5'), strSent(64, '\x42');
+        EXPECT_EQ(HW_DISPOUT_PanelGetAttr(hOutput, stRow.u32Attr, nullptr, strOut.data()),
+                  stRow.bGet ? HW_OK : HW_ERR_NOT_SUPPORT);
+        EXPECT_EQ(strOut.substr(0, stRow.size), stRow.bGet ? strFirst : std::string(stRow.size, '\xA5'));
+        EXPECT_EQ(strOut.substr(stRow.size), std::string(64 - stRow.size, '\xA5'));
+        EXPECT_EQ(HW_DISPOUT_PanelSetAttr(hOutput, stRow.u32Attr, strSent.data()),
+                  stRow.bSet ? HW_OK : HW_ERR_NOT_SUPPORT);
+        if (stRow.size == 0) {
+            EXPECT_THROW(vset::dispout::attribute(stRow.u32Attr), vset::SetError);
+            continue;
+        }
+        std::string strKept = stRow.bSet ? strSent.substr(0, stRow.size) : strFirst;
+        if (stRow.u32Attr == 5 || stRow.u32Attr == 8) {
+            strKept[1] = '\0';  // between two fields
+        }
+        EXPECT_EQ(vset::dispout::attribute(stRow.u32Attr), strKept);
+        EXPECT_THROW(vset::dispout::setAttribute(stRow.u32Attr, std::string(stRow.size + 1, 'x')), vset::SetError);
+        vset::dispout::setAttribute(stRow.u32Attr, std::string(stRow.size, 'x'));
+        EXPECT_EQ(vset::dispout::attribute(stRow.u32Attr), std::string(stRow.size, 'x'));
+    }
+    test::expectRefusals({
+        {"set without a record", HW_ERR_INVALID_PARAMETER,
+         [&] { return HW_DISPOUT_PanelSetAttr(hOutput, 0, nullptr); }},
+        {"window", HW_ERR_INVALID_HANDLE, [&] { return HW_DISPOUT_PanelGetAttr(_hMain, 10, nullptr, nullptr); }},
+    });
+    vset::powerCycle();
+    EXPECT_EQ(vset::dispout::attribute(4), kPanelAttributes[4].strFirst);
+}
+
+}  // namespace

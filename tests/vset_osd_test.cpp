@@ -1,0 +1,373 @@
+// SPDX-License-Identifier: Apache-2.0
+// On-screen graphics of the virtual set, as a program makes them.
+#include <algorithm>
+#include <functional>
+#include <map>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "support/osd_fixture.h"
+#include "support/refusals.h"
+
+namespace {
+
+using test::findLayer;
+using test::kUntouched;
+using test::surfaceAt;
+using test::surfaceOver;
+
+class VsetOsd : public test::OsdTest {
+protected:
+    static long openOsdHandles() {
+        const std::vector<vset::OpenHandle> handles = vset::openHandles();
+        return std::count_if(handles.begin(), handles.end(), [](const vset::OpenHandle& stHandle) {
+            return stHandle.strFamily.rfind("HW_OSD", 0) == 0;
+        });
+    }
+};
+
+// What of a record is not as it should be, for the refusals.
+template <class Record, class Member>
+Record but(Record stRecord, Member Record::*pMember, Member value) {
+    stRecord.*pMember = value;
+    return stRecord;
+}
+
+TEST_F(VsetOsd, ThePlayerHasTwoLayers) {
+    for (unsigned int u32Layer = 0; u32Layer < 4; ++u32Layer) {
+        const std::optional<vset::osd::Layer> found = vset::osd::layer(u32Layer);
+        ASSERT_EQ(found.has_value(), u32Layer < 2) << u32Layer;
+        if (!found) {
+            continue;
+        }
+        EXPECT_TRUE(found->bPlayer && found->bShown);
+        ASSERT_EQ(found->windows.size(), 1u);
+        EXPECT_TRUE(found->windows[0].bShown);
+        for (const vset::osd::Rectangle& r : {found->rectangle, found->windows[0].rectangle}) {
+            EXPECT_EQ((std::vector<std::uint32_t>{r.u32X, r.u32Y, r.u32Width, r.u32Height}),
+                      (std::vector<std::uint32_t>{0, 0, 1920, 1080}));
+        }
+        EXPECT_EQ(found->windows[0].u32Surface != 0, u32Layer == 0);
+        EXPECT_EQ(layer(static_cast<HW_S32>(u32Layer)), found->u32Handle);
+    }
+    EXPECT_FALSE(vset::osd::layer(4));
+    std::map<std::string, int> held;
+    for (const vset::OpenHandle& stHandle : vset::openHandles()) {
+        held[stHandle.strFamily] += stHandle.bPlayer ? 1 : 100;
+    }
+    EXPECT_EQ(held["HW_OSD"], 2);
+    EXPECT_EQ(held["HW_OSD_WINDOW"], 2);
+    EXPECT_EQ(held["HW_OSD_SURFACE"], 1);
+
+    HW_Handle_t hSurface = kUntouched;
+    EXPECT_EQ(HW_OSD_WindowGetSurface(playersWindow(1), &hSurface), HW_ERR_FAILED) << "nothing flipped onto it";
+    EXPECT_EQ(hSurface, kUntouched);
+    hSurface = playersSurface();
+    HW_U32 u32Width = 0, u32Height = 0;
+    HW_OSD_ColorFormatInfo_t stFormat = {};
+    EXPECT_EQ(HW_OSD_SurfaceGetSize(hSurface, &u32Width, &u32Height), HW_OK);
+    EXPECT_EQ(HW_OSD_SurfaceGetColorFormat(hSurface, &stFormat), HW_OK);
+    EXPECT_EQ(u32Width * 10000 + u32Height, 1920u * 10000 + 1080);
+    EXPECT_EQ(stFormat.eColorFormat * 10 + stFormat.u8PixelByte, 84u);
+
+    // Its memory is transparent, and ends where it ends: a pipe takes nothing from what nobody can read.
+    const auto* const pu8End = reinterpret_cast<const HW_U8*>(pixelsOf(hSurface) + 1920 * 1080);
+    const std::vector<std::uint32_t> pixels = vset::osd::surfacePicture(hSurface).pixels;
+    EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 0u), 1920 * 1080);
+    int as32Pipe[2] = {};
+    ASSERT_EQ(pipe(as32Pipe), 0);
+    EXPECT_EQ(::write(as32Pipe[1], pu8End - 1, 1), 1);
+    EXPECT_EQ(::write(as32Pipe[1], pu8End, 1), -1);
+    close(as32Pipe[0]);
+    close(as32Pipe[1]);
+}
+
+TEST_F(VsetOsd, NeedsTheSystemAndNoInitOfItsOwn) {
+    vset::powerCycle();
+    const HW_OSD_InitParams_t stInit = {0, 64}, stReserved = {1, 64}, stFewer = {0, 63};
+    const HW_OSD_LayerAttr_t stLayer = {2, 7, 0, 0, 8, 8, 8, 8};
+    std::vector<HW_U32> pixels(4);
+    const HW_OSD_SurfaceAttr_t stSurface = surfaceOver(pixels, 2);
+    HW_U32 u32Out = kUntouched;
+    const auto useAll = [&](HW_Result_t result) {
+        test::expectRefusals({
+            {"layer", result, [&] { return findLayer(0, &u32Out); }},
+            {"a layer of its own", result, [&] { return HW_OSD_LayerCreate(&stLayer, &u32Out); }},
+            {"capability", result, [&] { return HW_OSD_SurfaceQueryCapability(0, 8, &u32Out); }},
+            {"surface", result, [&] { return HW_OSD_SurfaceCreate(&stSurface, &u32Out); }},
+        });
+    };
+    EXPECT_EQ(HW_OSD_Init(&stInit), HW_ERR_NOT_INITED);
+    useAll(HW_ERR_NOT_INITED);
+    EXPECT_EQ(u32Out, kUntouched);
+    EXPECT_EQ(HW_SYS_Init(nullptr), HW_OK);
+    useAll(HW_OK);
+    test::expectRefusals({
+        {"none", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_Init(nullptr); }},
+        {"reserved", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_Init(&stReserved); }},
+        {"fewer surfaces", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_Init(&stFewer); }},
+        {"first", HW_OK, [&] { return HW_OSD_Init(&stInit); }},
+        {"second", HW_HAS_INITED, [&] { return HW_OSD_Init(&stInit); }},
+    });
+    EXPECT_TRUE(vset::isInitialised("HW_OSD"));
+}
+
+TEST_F(VsetOsd, RefusesWhatIsWrong) {
+    const HW_Handle_t hLayer = layer(1), hWindow = playersWindow(1), hSurface = playersSurface();
+    HW_U32 u32Out = kUntouched;
+    HW_U64 u64Out = kUntouched;
+    HW_OSD_ColorFormatInfo_t stFormat = {kUntouched, 0xA5};
+    const HW_S32 s32One = 1;
+    const HW_OSD_ColorMatrix_t stEnable = {2, 0, 0, 0, 0, 0, 0, 0, 0, 0}, stReserved = {1, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    const std::vector<test::Refusal> rows = {
+        {"layer number below", HW_ERR_INVALID_PARAMETER, [&] { return findLayer(-1, &u32Out); }},
+        {"layer number above", HW_ERR_INVALID_PARAMETER, [&] { return findLayer(4, &u32Out); }},
+        {"no number", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_GetLayerHandle(nullptr, &u32Out); }},
+        {"no layer out", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_GetLayerHandle(&s32One, nullptr); }},
+        {"no such layer", HW_ERR_FAILED, [&] { return findLayer(2, &u32Out); }},
+        {"no layer", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_LayerCreate(nullptr, &u32Out); }},
+        {"no window", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_WindowCreate(nullptr, &u32Out); }},
+        {"no surface", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceCreate(nullptr, &u32Out); }},
+        {"height to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_LayerGetSize(hLayer, &u32Out, nullptr); }},
+        {"width to nowhere", HW_ERR_INVALID_PARAMETER,
+         [&] { return HW_OSD_SurfaceGetSize(hSurface, nullptr, &u32Out); }},
+        {"window out", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_LayerQueryWindowHandle(hLayer, nullptr); }},
+        {"surface out", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_WindowGetSurface(hWindow, nullptr); }},
+        {"format out", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceGetColorFormat(hSurface, nullptr); }},
+        {"address out", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceLock(hSurface, &u64Out, nullptr); }},
+        {"no colors", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_LayerSetColorMatrix(hLayer, nullptr); }},
+        {"half enabled", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_LayerSetColorMatrix(hLayer, &stEnable); }},
+        {"colors reserved", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_LayerSetColorMatrix(hLayer, &stReserved); }},
+        {"capability", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceQueryCapability(2, 8, &u32Out); }},
+        {"of a format", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceQueryCapability(0, 9, &u32Out); }},
+        {"capability out", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceQueryCapability(0, 8, nullptr); }},
+        {"never locked", HW_ERR_FAILED, [&] { return HW_OSD_SurfaceUnlock(hSurface); }},
+    };
+    test::expectRefusals(rows);
+
+    // Handles of every other kind.
+    for (const HW_Handle_t h : {0u, 1u, hLayer, hWindow, hSurface}) {
+        const HW_Handle_t hNoLayer = h == hLayer ? hSurface : h, hNoWindow = h == hWindow ? hLayer : h,
+                          hNoSurface = h == hSurface ? hWindow : h;
+        const HW_OSD_WindowAttr_t stWindow = {hNoLayer, 0, 0, 8, 8, 1, 8, 2, 8, 8, {}};
+        const HW_OSD_ColorMatrix_t stMatrix = {};
+        const std::function<HW_Result_t()> calls[] = {
+            [&] { return HW_OSD_LayerDestroy(hNoLayer); },
+            [&] { return HW_OSD_LayerShow(hNoLayer); },
+            [&] { return HW_OSD_LayerHide(hNoLayer); },
+            [&] { return HW_OSD_LayerGetSize(hNoLayer, &u32Out, &u32Out); },
+            [&] { return HW_OSD_LayerQueryWindowHandle(hNoLayer, &u32Out); },
+            [&] { return HW_OSD_LayerSetColorMatrix(hNoLayer, &stMatrix); },
+            [&] { return HW_OSD_WindowCreate(&stWindow, &u32Out); },
+            [&] { return HW_OSD_WindowSetZOrder(hNoWindow, 1); },
+            [&] { return HW_OSD_WindowShow(hNoWindow); },
+            [&] { return HW_OSD_WindowHide(hNoWindow); },
+            [&] { return HW_OSD_WindowFlipByExternSurface(hNoWindow, hSurface); },
+            [&] { return HW_OSD_WindowFlipByExternSurface(hWindow, hNoSurface); },
+            [&] { return HW_OSD_WindowGetSurface(hNoWindow, &u32Out); },
+            [&] { return HW_OSD_SurfaceDestroy(hNoSurface); },
+            [&] { return HW_OSD_SurfaceGetColorFormat(hNoSurface, &stFormat); },
+            [&] { return HW_OSD_SurfaceLock(hNoSurface, &u64Out, &u64Out); },
+            [&] { return HW_OSD_SurfaceUnlock(hNoSurface); },
+            [&] { return HW_OSD_SurfaceGetSize(hNoSurface, &u32Out, &u32Out); },
+        };
+        for (std::size_t i = 0; i < std::size(calls); ++i) {
+            EXPECT_EQ(calls[i](), HW_ERR_INVALID_HANDLE) << "handle " << h << ", call " << i;
+        }
+    }
+    EXPECT_EQ(u32Out, kUntouched);
+    EXPECT_EQ(u64Out, kUntouched);
+    EXPECT_EQ(stFormat.eColorFormat, kUntouched);
+    EXPECT_FALSE(vset::osd::layer(1)->colorMatrix);
+    EXPECT_EQ(vset::osd::surfaces().size(), 1u);
+}
+
+TEST_F(VsetOsd, RefusesWrongRecords) {
+    using Layer = HW_OSD_LayerAttr_t;
+    using Window = HW_OSD_WindowAttr_t;
+    using Surface = HW_OSD_SurfaceAttr_t;
+    std::vector<HW_U32> pixels(64);
+    const Layer stLayer = {2, 7, 0, 0, 8, 8, 8, 8};
+    const Window stWindow = {layer(1), 0, 0, 8, 8, 1, 8, 2, 8, 8, {}};
+    const Surface stSurface = surfaceOver(pixels, 8);
+    Window stReserved = stWindow;
+    stReserved.au32Reserved[3] = 1;
+    HW_Handle_t hOut = kUntouched;
+    for (const Layer& stWrong : {but(stLayer, &Layer::u32LayerId, 4u), but(stLayer, &Layer::u32Flags, 6u),
+                                 but(stLayer, &Layer::u32Width, 0u), but(stLayer, &Layer::u32SrcHeight, 0u)}) {
+        EXPECT_EQ(HW_OSD_LayerCreate(&stWrong, &hOut), HW_ERR_INVALID_PARAMETER);
+    }
+    for (const Window& stWrong :
+         {stReserved, but(stWindow, &Window::u32Height, 0u), but(stWindow, &Window::u32SrcWidth, 0u),
+          but(stWindow, &Window::u8Flag, HW_U8{0}), but(stWindow, &Window::u32ColorFormat, 0u),
+          but(stWindow, &Window::u32BufferMode, 1u)}) {
+        EXPECT_EQ(HW_OSD_WindowCreate(&stWrong, &hOut), HW_ERR_INVALID_PARAMETER);
+    }
+    const Surface aWrong[] = {
+        but(stSurface, &Surface::u32Width, 0u),          but(stSurface, &Surface::u32Height, 0u),
+        but(stSurface, &Surface::u32Pitch, 31u),         but(stSurface, &Surface::u32Width, 0x40000001u),
+        but(stSurface, &Surface::u32ColorFormat, 16u),   but(stSurface, &Surface::u32Reserved, 1u),
+        but(stSurface, &Surface::u32MemKind, 0u),        but(stSurface, &Surface::u32MemKind, 3u),
+        but(stSurface, &Surface::u64Address, HW_U64{0}), but(stSurface, &Surface::u64Address, ~HW_U64{0} - 64),
+        but(stSurface, &Surface::u64Reserved, HW_U64{1})};
+    for (std::size_t i = 0; i < std::size(aWrong); ++i) {
+        EXPECT_EQ(HW_OSD_SurfaceCreate(&aWrong[i], &hOut), HW_ERR_INVALID_PARAMETER) << i;
+    }
+    EXPECT_EQ(HW_OSD_SurfaceCreate(&stSurface, nullptr), HW_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(hOut, kUntouched);
+    EXPECT_EQ(vset::osd::layer(1)->windows.size(), 1u);
+    EXPECT_EQ(vset::osd::surfaces().size(), 1u);
+}
+
+TEST_F(VsetOsd, LayersComeAndGo) {
+    const HW_Handle_t hBorrowed = layer(1), hBorrowedWindow = playersWindow(1), hSurface = playersSurface();
+    vset::osd::removeLayer(1);
+    EXPECT_THROW(vset::osd::removeLayer(1), vset::SetError) << "gone already";
+    EXPECT_THROW(vset::osd::removeLayer(4), vset::SetError);
+    HW_Handle_t hOut = kUntouched;
+    EXPECT_EQ(findLayer(1, &hOut), HW_ERR_FAILED);
+    EXPECT_EQ(HW_OSD_LayerHide(hBorrowed), HW_ERR_INVALID_HANDLE);
+    EXPECT_EQ(HW_OSD_WindowShow(hBorrowedWindow), HW_ERR_INVALID_HANDLE);
+
+    HW_OSD_LayerAttr_t stAttr = {2, 7, 320, 180, 1280, 720, 640, 360};
+    EXPECT_EQ(HW_OSD_LayerCreate(&stAttr, &hOut), HW_OK);
+    EXPECT_EQ(layer(2), hOut);
+    const vset::osd::Layer stMade = *vset::osd::layer(2);
+    EXPECT_FALSE(stMade.bShown || stMade.bPlayer);
+    EXPECT_THROW(vset::osd::removeLayer(2), vset::SetError) << "not the player's";
+    HW_U32 u32Width = 0, u32Height = 0;
+    EXPECT_EQ(HW_OSD_LayerGetSize(hOut, &u32Width, &u32Height), HW_OK);
+    EXPECT_EQ(u32Width * 1000 + u32Height, 640u * 1000 + 360);
+    const HW_Handle_t hWindow = createWindow(hOut, {0, 0, 640, 360}, 640, 360, hSurface);
+    const HW_Handle_t hSecond = createWindow(hOut, {0, 0, 8, 8}, 8, 8, hSurface);
+    HW_Handle_t hFound = HW_HANDLE_NONE;
+    EXPECT_EQ(HW_OSD_LayerQueryWindowHandle(hOut, &hFound), HW_OK);
+    EXPECT_EQ(hFound, hWindow) << "the first that was made";
+    HW_Handle_t hRefused = kUntouched;
+    EXPECT_EQ(HW_OSD_LayerCreate(&stAttr, &hRefused), HW_ERR_BUSY);
+    for (const HW_U32 u32Layer : {1u, 3u}) {
+        stAttr.u32LayerId = u32Layer;
+        EXPECT_EQ(HW_OSD_LayerCreate(&stAttr, &hFound), HW_OK);
+    }
+    EXPECT_EQ(HW_OSD_LayerQueryWindowHandle(hFound, &hRefused), HW_ERR_FAILED) << "no window yet";
+    EXPECT_EQ(HW_OSD_LayerCreate(&stAttr, &hRefused), HW_ERR_RESOURCES);
+    EXPECT_EQ(hRefused, kUntouched);
+
+    EXPECT_EQ(HW_OSD_LayerDestroy(hOut), HW_OK);
+    EXPECT_EQ(HW_OSD_LayerDestroy(hOut), HW_ERR_INVALID_HANDLE);
+    EXPECT_EQ(HW_OSD_WindowShow(hWindow), HW_ERR_INVALID_HANDLE);
+    EXPECT_EQ(HW_OSD_WindowShow(hSecond), HW_ERR_INVALID_HANDLE);
+    EXPECT_EQ(findLayer(2, &hRefused), HW_ERR_FAILED);
+    EXPECT_FALSE(vset::osd::layer(2));
+    EXPECT_EQ(vset::osd::surfaces().size(), 1u) << "a surface outlives the windows that show it";
+
+    std::vector<HW_U32> pixel(1);
+    EXPECT_EQ(HW_OSD_SurfaceDestroy(create(surfaceOver(pixel, 1))), HW_OK);
+    EXPECT_EQ(openOsdHandles(), 5) << "three layers, a window and a surface";
+
+    vset::powerCycle();
+    EXPECT_TRUE(vset::osd::layer(1) && !vset::osd::layer(3));
+    EXPECT_EQ(HW_OSD_SurfaceUnlock(hSurface), HW_ERR_INVALID_HANDLE);
+    EXPECT_EQ(openOsdHandles(), 5);
+}
+
+TEST_F(VsetOsd, SurfacesLieWhollyInMemory) {
+    HW_SYS_MmapInfo_t stRegion = {}, stCanvas = {};
+    ASSERT_EQ(HW_SYS_GetMmapLayout(347, &stRegion), HW_OK);
+    ASSERT_EQ(HW_SYS_GetMmapLayout(378, &stCanvas), HW_OK);
+    const HW_U64 u64End = stRegion.u64MiuBase + stRegion.u64Offset + stRegion.u32Length;
+    const HW_U64 u64Canvas = stCanvas.u64MiuBase + stCanvas.u64Offset;
+    const HW_U64 u64Iommu = allocate();
+    const HW_OSD_SurfaceAttr_t stCapture = surfaceAt(u64End - 0xFD2000, 1920, 1080);
+    const HW_OSD_SurfaceAttr_t stBare = surfaceAt(u64Canvas, 1280, 720);
+    const HW_OSD_SurfaceAttr_t stWhole = surfaceAt(u64Iommu, 0x40, 0x100);
+    struct {
+        const char* pszName;
+        HW_OSD_SurfaceAttr_t stAttr;
+        HW_Result_t result;
+    } const aRows[] = {
+        {"for captures", but(stCapture, &HW_OSD_SurfaceAttr_t::u32ColorFormat, 17u), HW_OK},
+        {"up to the end", surfaceAt(u64End - 1024, 16, 16), HW_OK},
+        {"beyond the end", surfaceAt(u64End - 1020, 16, 16), HW_ERR_INVALID_PARAMETER},
+        {"before the beginning", surfaceAt(u64End - stRegion.u32Length - 4, 16, 16), HW_ERR_INVALID_PARAMETER},
+        {"region that nobody has", stBare, HW_ERR_INVALID_PARAMETER},
+        {"all of an allocation", stWhole, HW_OK},
+        {"with a row more", but(stWhole, &HW_OSD_SurfaceAttr_t::u32Height, 0x101u), HW_ERR_INVALID_PARAMETER},
+        {"with a longer pitch", but(stWhole, &HW_OSD_SurfaceAttr_t::u32Pitch, 0x104u), HW_ERR_INVALID_PARAMETER},
+        {"more than 4 GiB", {0x10000, 0x4000, 0x40000, 8, 0, 2, u64Iommu, 0}, HW_ERR_INVALID_PARAMETER},
+    };
+    for (const auto& stRow : aRows) {
+        HW_Handle_t hSurface = kUntouched;
+        EXPECT_EQ(HW_OSD_SurfaceCreate(&stRow.stAttr, &hSurface), stRow.result) << stRow.pszName;
+        EXPECT_EQ(hSurface == kUntouched, stRow.result != HW_OK) << stRow.pszName;
+    }
+    ASSERT_EQ(HW_SYS_AllocateMmapLayout(378, &stCanvas), HW_OK);
+    const HW_Handle_t hCanvas = create(stBare), hIommu = create(stWhole);
+    HW_OSD_ColorFormatInfo_t stFormat = {};
+    EXPECT_EQ(HW_OSD_SurfaceGetColorFormat(vset::osd::surfaces()[1].u32Handle, &stFormat), HW_OK);
+    EXPECT_EQ(stFormat.eColorFormat * 10 + stFormat.u8PixelByte, 174u);
+
+    // Locks count, and give the addresses that the memory has.
+    HW_U64 u64Virt = 0, u64Phys = 0, u64Known = 0;
+    ASSERT_EQ(HW_OS_Pa2NonCachedVa(u64Iommu, &u64Known), HW_OK);
+    EXPECT_EQ(HW_OSD_SurfaceLock(hIommu, &u64Virt, &u64Phys), HW_OK);
+    EXPECT_EQ(HW_OSD_SurfaceLock(hIommu, &u64Virt, &u64Phys), HW_OK);
+    EXPECT_EQ(u64Virt, u64Known);
+    EXPECT_EQ(u64Phys, u64Iommu);
+    EXPECT_EQ(vset::osd::surfaces().back().u32Locks, 2u);
+    EXPECT_EQ(HW_OSD_SurfaceUnlock(hIommu), HW_OK);
+    EXPECT_EQ(HW_OSD_SurfaceUnlock(hIommu), HW_OK);
+    EXPECT_EQ(HW_OSD_SurfaceUnlock(hIommu), HW_ERR_FAILED);
+    reinterpret_cast<HW_U32*>(u64Virt)[0x40 * 3 + 5] = 0x12345678;
+    EXPECT_EQ(vset::osd::surfacePicture(hIommu).at(5, 3), 0x12345678u);
+    EXPECT_EQ(HW_OSD_SurfaceLock(playersSurface(), &u64Virt, &u64Phys), HW_OK);
+    EXPECT_EQ(u64Phys, 0u);
+
+    // Without its memory a surface is there, but empty.
+    EXPECT_EQ(release(u64Iommu), HW_OK);
+    EXPECT_EQ(HW_SYS_FreeMmapLayout(378), HW_OK);
+    u64Virt = kUntouched;
+    for (const HW_Handle_t hGone : {hIommu, hCanvas}) {
+        EXPECT_THROW(vset::osd::surfacePicture(hGone), vset::SetError);
+        EXPECT_EQ(HW_OSD_SurfaceLock(hGone, &u64Virt, &u64Phys), HW_ERR_FAILED);
+        EXPECT_EQ(HW_OSD_SurfaceDestroy(hGone), HW_OK);
+        EXPECT_EQ(HW_OSD_SurfaceDestroy(hGone), HW_ERR_INVALID_HANDLE);
+    }
+    EXPECT_EQ(u64Virt, kUntouched);
+    EXPECT_THROW(vset::osd::surfacePicture(hCanvas), vset::SetError);
+}
+
+TEST_F(VsetOsd, TellsWhatSurfacesNeed) {
+    const auto ask = [](HW_U32 u32Capability) {
+        HW_U32 u32Value = 0;
+        EXPECT_EQ(HW_OSD_SurfaceQueryCapability(u32Capability, 8, &u32Value), HW_OK);
+        return u32Value;
+    };
+    EXPECT_EQ(ask(0), 64u);
+    EXPECT_EQ(ask(1), 64u);
+    vset::osd::setSurfaceAlignment(1, 4096);
+    EXPECT_THROW(vset::osd::setSurfaceAlignment(0, 64), vset::SetError);
+    EXPECT_THROW(vset::osd::setSurfaceAlignment(64, 48), vset::SetError);
+    EXPECT_EQ(ask(0), 1u);
+    EXPECT_EQ(ask(1), 4096u);
+}
+
+TEST_F(VsetOsd, DoesNothingWhileItFails) {
+    const HW_Handle_t hSurface = playersSurface(), hLayer = layer(0), hWindow = playersWindow(0);
+    vset::inject({"HW_OSD_LayerHide"});
+    vset::inject({"HW_OSD_SurfaceDestroy", HW_ERR_BUSY});
+    vset::inject({"HW_OSD_WindowFlipByExternSurface"});
+    vset::inject({"HW_OSD_LayerDestroy"});
+    EXPECT_EQ(HW_OSD_LayerHide(hLayer), HW_ERR_FAILED);
+    EXPECT_EQ(HW_OSD_SurfaceDestroy(hSurface), HW_ERR_BUSY);
+    EXPECT_EQ(HW_OSD_WindowFlipByExternSurface(hWindow, hSurface), HW_ERR_FAILED);
+    EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_ERR_FAILED);
+    const vset::osd::Layer stLayer = *vset::osd::layer(0);
+    EXPECT_TRUE(stLayer.bShown);
+    EXPECT_EQ(stLayer.windows.at(0).u32Surface, hSurface);
+    EXPECT_EQ(HW_OSD_SurfaceDestroy(hSurface), HW_OK);
+}
+
+}  // namespace

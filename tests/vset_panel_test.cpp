@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a person sees on the panel of the virtual set: graphics over display windows.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "hw3/hw_disp.h"
+#include "support/osd_fixture.h"
+#include "vset/disp.h"
+#include "vset/panel.h"
+
+namespace {
+
+using test::surfaceAt;
+using test::surfaceOver;
+using vset::osd::Rectangle;
+
+constexpr HW_U32 kBlack = 0xFF000000, kGray = 0xFF646464;
+
+bool isAll(const vset::Picture& picture, HW_U32 u32Color) {
+    const auto same = std::count(picture.pixels.begin(), picture.pixels.end(), u32Color);
+    return !picture.pixels.empty() && static_cast<std::size_t>(same) == picture.pixels.size();
+}
+
+class VsetPanel : public test::OsdTest {
+protected:
+    static constexpr unsigned int kWidth = vset::panel::kWidth, kHeight = vset::panel::kHeight;
+
+    // All of the panel is gray, below all other graphics.
+    static void paintBackground() { std::fill_n(pixelsOf(playersSurface()), std::size_t{kWidth} * kHeight, kGray); }
+
+    // Exactly these pixels of the panel differ from the background.
+    struct Spot {
+        unsigned int u32X, u32Y;
+        HW_U32 u32Color;
+    };
+    static void expectSpots(const std::vector<Spot>& spots, const char* pszName) {
+        vset::Picture expected{kWidth, kHeight, std::vector<HW_U32>(std::size_t{kWidth} * kHeight, kGray)};
+        for (const Spot& stSpot : spots) {
+            expected.pixels[std::size_t{stSpot.u32Y} * kWidth + stSpot.u32X] = stSpot.u32Color;
+        }
+        const vset::Picture seen = vset::panel::look();
+        ASSERT_EQ(seen.pixels.size(), expected.pixels.size());
+        const auto differ = std::mismatch(seen.pixels.begin(), seen.pixels.end(), expected.pixels.begin());
+        if (differ.first != seen.pixels.end()) {
+            const auto place = static_cast<std::size_t>(differ.first - seen.pixels.begin());
+            ADD_FAILURE() << pszName << ": " << std::hex << *differ.first << " in place of " << *differ.second
+                          << std::dec << " at " << place % kWidth << ", " << place / kWidth;
+        }
+    }
+};
+
+TEST_F(VsetPanel, ShowsWindowsBelowTransparentGraphics) {
+    vset::disp::freezeVideo(7);
+    const vset::Picture source = vset::disp::picture(0);
+    EXPECT_TRUE(vset::panel::look().pixels == source.pixels);
+
+    // Window 0 hides the others, while it shows something.
+    const auto showPattern = [](const char* pszWindow, HW_U32 u32Enable, HW_U32 u32Red) {
+        const HW_DISP_TestPattern_t stPattern = {6, u32Enable, 1, {u32Red, 0, 0}};
+        HW_Handle_t hDisp = HW_HANDLE_NONE;
+        EXPECT_EQ(HW_DISP_GetHandle(pszWindow, &hDisp), HW_OK);
+        EXPECT_EQ(HW_DISP_SetAttr(hDisp, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern), HW_OK);
+        EXPECT_EQ(HW_DISP_ApplySetting(hDisp), HW_OK);
+    };
+    vset::disp::hold(1);
+    vset::disp::hold(2);
+    showPattern("HW_DISP_HD1", 1, 512);
+    showPattern("HW_DISP_SD0", 1, 256);
+    EXPECT_TRUE(vset::panel::look().pixels == source.pixels);
+    vset::disp::disconnectVideo(0);
+    EXPECT_TRUE(isAll(vset::panel::look(), vset::disp::picture(1).at(0, 0)));
+    showPattern("HW_DISP_HD1", 0, 0);
+    EXPECT_TRUE(isAll(vset::panel::look(), vset::disp::picture(2).at(0, 0)));
+    showPattern("HW_DISP_SD0", 0, 0);
+    EXPECT_TRUE(isAll(vset::panel::look(), kBlack));
+    vset::detach();
+    EXPECT_THROW(vset::panel::look(), vset::SetError);
+    EXPECT_THROW(vset::osd::layer(0), vset::SetError);
+    vset::attach(folder());
+}
+
+TEST_F(VsetPanel, BlendsByAlpha) {
+    paintBackground();
+    // Straight alpha, each color rounded; odd places and a row that ends alone.
+    std::vector<HW_U32> pixels = {0x00FFFFFF, 0xFF123456, 0x80FF0000, 0x01FFFFFF, 0xFE0000FF, 0x00000000, 0x7FC80064};
+    createWindow(createLayer({11, 5, 7, 1}, 7, 1), {0, 0, 7, 1}, 7, 1, create(surfaceOver(pixels, 7)));
+    expectSpots(
+        {{12, 5, 0xFF123456}, {13, 5, 0xFFB23232}, {14, 5, 0xFF656565}, {15, 5, 0xFF0000FE}, {17, 5, 0xFF963264}},
+        "blended");
+}
+
+TEST_F(VsetPanel, ScalesAndClips) {
+    paintBackground();
+    constexpr HW_U32 A = 0xFF000001, B = 0xFF000002, C = 0xFF000003, D = 0xFF000004;
+    std::vector<HW_U32> square = {A, B, C, D};
+    HW_OSD_SurfaceAttr_t stSquare = surfaceOver(square, 2);
+    const HW_Handle_t hSquare = create(stSquare);
+    constexpr HW_U32 kFar = 0xFFFFFFFF;
+    struct {
+        const char* pszName;
+        Rectangle layer;
+        HW_U32 u32LayerWidth, u32LayerHeight;
+        Rectangle window;
+        HW_U32 u32WindowWidth, u32WindowHeight;
+        std::vector<Spot> spots;
+    } const aRows[] = {
+        {"as it is", {3, 4, 2, 2}, 2, 2, {0, 0, 2, 2}, 2, 2, {{3, 4, A}, {4, 4, B}, {3, 5, C}, {4, 5, D}}},
+        {"layer stretched",
+         {3, 4, 4, 2},
+         2,
+         2,
+         {0, 0, 2, 2},
+         2,
+         2,
+         {{3, 4, A}, {4, 4, A}, {5, 4, B}, {6, 4, B}, {3, 5, C}, {4, 5, C}, {5, 5, D}, {6, 5, D}}},
+        {"window stretched",
+         {3, 4, 9, 9},
+         9,
+         9,
+         {1, 0, 3, 2},
+         2,
+         2,
+         {{4, 4, A}, {5, 4, A}, {6, 4, B}, {4, 5, C}, {5, 5, C}, {6, 5, D}}},
+        {"window squeezed", {3, 4, 9, 9}, 9, 9, {0, 0, 1, 1}, 2, 2, {{3, 4, A}}},
+        {"part of the surface", {3, 4, 9, 9}, 9, 9, {0, 1, 1, 2}, 1, 2, {{3, 5, A}, {3, 6, C}}},
+        {"surface smaller than the source",
+         {3, 4, 9, 9},
+         9,
+         9,
+         {0, 0, 9, 9},
+         9,
+         9,
+         {{3, 4, A}, {4, 4, B}, {3, 5, C}, {4, 5, D}}},
+        {"the layer ends before the window", {3, 4, 1, 2}, 1, 2, {0, 0, 2, 2}, 2, 2, {{3, 4, A}, {3, 5, C}}},
+        {"window beside the layer", {3, 4, 9, 9}, 9, 9, {9, 0, 2, 2}, 2, 2, {}},
+        {"at the panel's corner", {1919, 1079, 2, 2}, 2, 2, {0, 0, 2, 2}, 2, 2, {{1919, 1079, A}}},
+        {"beside the panel", {1920, 1080, 2, 2}, 2, 2, {0, 0, 2, 2}, 2, 2, {}},
+        {"far away", {kFar, kFar, kFar, kFar}, kFar, kFar, {kFar, kFar, kFar, kFar}, kFar, kFar, {}},
+        {"all is huge",
+         {0, 0, kFar, kFar},
+         kFar,
+         kFar,
+         {1, 1, kFar, kFar},
+         kFar,
+         kFar,
+         {{1, 1, A}, {2, 1, B}, {1, 2, C}, {2, 2, D}}},
+    };
+    for (const auto& stRow : aRows) {
+        const HW_Handle_t hLayer = createLayer(stRow.layer, stRow.u32LayerWidth, stRow.u32LayerHeight);
+        createWindow(hLayer, stRow.window, stRow.u32WindowWidth, stRow.u32WindowHeight, hSquare);
+        expectSpots(stRow.spots, stRow.pszName);
+        EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_OK);
+    }
+
+    // Pixels may lie anywhere, with gaps between rows.
+    std::vector<HW_U8> bytes(40, 0xFF);
+    for (std::size_t i = 0; i < square.size(); ++i) {
+        std::memcpy(&bytes[1 + i / 2 * 11 + i % 2 * 4], &square[i], 4);
+    }
+    stSquare.u64Address = reinterpret_cast<HW_U64>(bytes.data() + 1);
+    stSquare.u32Pitch = 11;
+    const HW_Handle_t hOdd = create(stSquare);
+    EXPECT_EQ(vset::osd::surfacePicture(hOdd).pixels, square);
+    createWindow(createLayer({3, 4, 9, 9}, 9, 9), {0, 0, 2, 2}, 2, 2, hOdd);
+    expectSpots({{3, 4, A}, {4, 4, B}, {3, 5, C}, {4, 5, D}}, "odd address and pitch");
+}
+
+TEST_F(VsetPanel, StacksLayersAndWindows) {
+    paintBackground();
+    std::vector<HW_U32> colors = {0xFF000001, 0xFF000002, 0xFF000003};
+    HW_Handle_t ahSurfaces[3];
+    for (std::size_t i = 0; i < 3; ++i) {
+        ahSurfaces[i] = create({1, 1, 4, 8, 0, 1, reinterpret_cast<HW_U64>(&colors[i]), 0});
+    }
+    const auto expectSeen = [](HW_U32 u32Color, const char* pszName) { expectSpots({{0, 0, u32Color}}, pszName); };
+    const HW_Handle_t hUpper = createLayer({0, 0, 9, 9}, 9, 9), hLower = layer(1);
+    const HW_Handle_t hFirst = createWindow(hUpper, {0, 0, 1, 1}, 1, 1, ahSurfaces[0]);
+    const HW_Handle_t hSecond = createWindow(hUpper, {0, 0, 1, 1}, 1, 1, ahSurfaces[1]);
+    createWindow(hLower, {0, 0, 1, 1}, 1, 1, ahSurfaces[2]);
+    expectSeen(colors[1], "the window that was made last");
+    EXPECT_EQ(HW_OSD_WindowSetZOrder(hFirst, 1), HW_OK);
+    expectSeen(colors[0], "the highest window");
+    EXPECT_EQ(HW_OSD_WindowHide(hFirst), HW_OK);
+    expectSeen(colors[1], "the highest that is shown");
+    EXPECT_EQ(HW_OSD_WindowShow(hFirst), HW_OK);
+    EXPECT_EQ(HW_OSD_WindowFlipByExternSurface(hSecond, ahSurfaces[0]), HW_OK);
+    EXPECT_EQ(HW_OSD_SurfaceDestroy(ahSurfaces[0]), HW_OK);
+    HW_Handle_t hGone = 0;
+    EXPECT_EQ(HW_OSD_WindowGetSurface(hFirst, &hGone), HW_ERR_FAILED);
+    expectSeen(colors[2], "the layer below two empty windows");
+    EXPECT_EQ(HW_OSD_WindowFlipByExternSurface(hFirst, ahSurfaces[1]), HW_OK);
+    expectSeen(colors[1], "flipped");
+    EXPECT_EQ(HW_OSD_LayerHide(hUpper), HW_OK);
+    expectSeen(colors[2], "the layer that is shown");
+    EXPECT_EQ(HW_OSD_LayerHide(hLower), HW_OK);
+    expectSpots({}, "the background");
+    EXPECT_EQ(HW_OSD_LayerShow(hUpper), HW_OK);
+    expectSeen(colors[1], "shown again");
+}
+
+TEST_F(VsetPanel, ColorsOfALayer) {
+    paintBackground();
+    std::vector<HW_U32> pixels = {0xFFFF4000, 0xFF808080, 0x80FF4000};
+    const HW_Handle_t hLayer = createLayer({0, 0, 3, 1}, 3, 1);
+    createWindow(hLayer, {0, 0, 3, 1}, 3, 1, create(surfaceOver(pixels, 3)));
+    constexpr HW_U16 kMost = 0xFFFF;
+    // Enabled, hue, saturation, contrast, brightness, gains; then orange, gray and orange blended.
+    struct {
+        const char* pszName;
+        HW_OSD_ColorMatrix_t stMatrix;
+        HW_U32 u32Orange, u32Gray, u32Blended;
+    } const aRows[] = {
+        {"neutral", {1, 0, 50, 50, 50, 50, 1024, 1024, 1024, 0}, 0xFFFF4000, 0xFF808080, 0xFFB25232},
+        {"disabled", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0xFFFF4000, 0xFF808080, 0xFFB25232},
+        {"gray", {1, 0, 50, 0, 50, 50, 1024, 1024, 1024, 0}, 0xFF727272, 0xFF808080, 0xFF6B6B6B},
+        {"other color", {1, 0, 0, 50, 50, 50, 1024, 1024, 1024, 0}, 0xFF00A4E4, 0xFF808080, 0xFF3284A4},
+        {"no further", {1, 0, 150, 50, 50, 50, 1024, 1024, 1024, 0}, 0xFF00A4E4, 0xFF808080, 0xFF3284A4},
+        {"no contrast", {1, 0, 50, 50, 0, 50, 1024, 1024, 1024, 0}, 0xFF808080, 0xFF808080, 0xFF727272},
+        {"twice the contrast", {1, 0, 50, 50, 100, 50, 1024, 1024, 1024, 0}, 0xFFFF0000, 0xFF808080, 0xFFB23232},
+        {"brighter", {1, 0, 50, 50, 50, 60, 1024, 1024, 1024, 0}, 0xFFFF7333, 0xFFB3B3B3, 0xFFB26C4B},
+        {"dark", {1, 0, 50, 50, 50, 0, 1024, 1024, 1024, 0}, 0xFF000000, 0xFF000000, 0xFF323232},
+        {"gains", {1, 0, 50, 50, 50, 50, 512, 4096, 0, 0}, 0xFF808000, 0xFF40FF00, 0xFF727232},
+        {"all at most", {1, 0, kMost, kMost, kMost, kMost, kMost, kMost, kMost, 0}, 0xFF00FFFF, 0xFFFFFFFF, 0xFF32B2B2},
+        {"all at least", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0xFF000000, 0xFF000000, 0xFF323232},
+    };
+    for (const auto& stRow : aRows) {
+        EXPECT_EQ(HW_OSD_LayerSetColorMatrix(hLayer, &stRow.stMatrix), HW_OK);
+        EXPECT_EQ(std::memcmp(&*vset::osd::layer(2)->colorMatrix, &stRow.stMatrix, sizeof(stRow.stMatrix)), 0);
+        expectSpots({{0, 0, stRow.u32Orange}, {1, 0, stRow.u32Gray}, {2, 0, stRow.u32Blended}}, stRow.pszName);
+    }
+}
+
+TEST_F(VsetPanel, ShowsNothingOfMemoryThatIsGone) {
+    paintBackground();
+    const HW_U64 u64Address = allocate();
+    const HW_Handle_t hSurface = create(surfaceAt(u64Address, 2, 1));
+    pixelsOf(hSurface)[1] = kBlack;
+    createWindow(createLayer({0, 0, 2, 1}, 2, 1), {0, 0, 2, 1}, 2, 1, hSurface);
+    expectSpots({{1, 0, kBlack}}, "there");
+    EXPECT_EQ(release(u64Address), HW_OK);
+    expectSpots({}, "gone");
+}
+
+// Somebody looks while a program throws the memory away that is being painted.
+TEST_F(VsetPanel, IsSeenWhileProgramsWork) {
+    std::atomic<int> s32Looks{0};
+    std::atomic<bool> bStop{false};
+    std::thread onlooker([&] {
+        for (; !bStop; ++s32Looks) {
+            EXPECT_EQ(vset::panel::look().pixels.size(), std::size_t{kWidth} * kHeight);
+        }
+    });
+    for (int i = 0; i < 5; ++i) {
+        const HW_U64 u64Address = allocate();
+        const HW_Handle_t hSurface = create(surfaceAt(u64Address, 128, 128));
+        std::fill_n(pixelsOf(hSurface), 128 * 128, 0x80FFFFFF);
+        const HW_Handle_t hLayer = createLayer({0, 0, kWidth, kHeight}, 128, 128);
+        for (int s32Window = 0; s32Window < 4; ++s32Window) {
+            createWindow(hLayer, {0, 0, 128, 128}, 128, 128, hSurface);
+        }
+        for (const int s32Before = s32Looks; s32Looks == s32Before;) {
+            std::this_thread::yield();
+        }
+        // Somewhere in the next look.
+        std::this_thread::sleep_for(std::chrono::milliseconds(5 * i));
+        EXPECT_EQ(release(u64Address), HW_OK);
+        EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_OK);
+        EXPECT_EQ(HW_OSD_SurfaceDestroy(hSurface), HW_OK);
+    }
+    bStop = true;
+    onlooker.join();
+}
+
+}  // namespace
