@@ -17,6 +17,7 @@ namespace {
 
 struct Best {
     double nanoseconds = 1e300;
+    double processorNanoseconds = 1e300;
     double itemsPerSecond = 0;
     std::map<std::string, double> counters;  // the lowest of each
 };
@@ -32,8 +33,11 @@ public:
                 continue;
             }
             Best& best = _best[run.run_name.function_name];
-            best.nanoseconds =
-                std::min(best.nanoseconds, run.real_accumulated_time * 1e9 / static_cast<double>(run.iterations));
+            const auto perIteration = [&](double seconds) {
+                return seconds * 1e9 / static_cast<double>(run.iterations);
+            };
+            best.nanoseconds = std::min(best.nanoseconds, perIteration(run.real_accumulated_time));
+            best.processorNanoseconds = std::min(best.processorNanoseconds, perIteration(run.cpu_accumulated_time));
             for (const auto& [name, counter] : run.counters) {
                 const double value = counter;
                 if (name == "items_per_second") {
@@ -54,7 +58,7 @@ private:
 
 bool judge(const Goal& goal, const std::map<std::string, Best>& best) {
     const auto own = best.find(goal.pszBenchmark);
-    const bool bHasPeer = goal.eLimit == Limit::timesPeer || goal.eLimit == Limit::nanosecondsAbove;
+    const bool bHasPeer = goal.eLimit != Limit::itemsPerSecond && goal.eLimit != Limit::counter;
     const auto peer = bHasPeer ? best.find(goal.pszPeer) : own;
     if (own == best.end() || peer == best.end()) {
         std::printf("%-24s not run\n", goal.pszBenchmark);
@@ -64,6 +68,9 @@ bool judge(const Goal& goal, const std::map<std::string, Best>& best) {
     const char* pszText = "items/s, at least";
     if (goal.eLimit == Limit::timesPeer) {
         value = own->second.nanoseconds / peer->second.nanoseconds;
+        pszText = "times the peer, at most";
+    } else if (goal.eLimit == Limit::processorTimesPeer) {
+        value = own->second.processorNanoseconds / peer->second.processorNanoseconds;
         pszText = "times the peer, at most";
     } else if (goal.eLimit == Limit::nanosecondsAbove) {
         value = own->second.nanoseconds - peer->second.nanoseconds;

@@ -6,10 +6,11 @@
 namespace bench {
 
 enum class Limit {
-    timesPeer,         // time / peer's time, at most
-    nanosecondsAbove,  // time - peer's time in ns, at most
-    itemsPerSecond,    // at least; has no peer
-    counter            // the benchmark's counter of the peer's name, at most
+    timesPeer,           // time / peer's time, at most
+    processorTimesPeer,  // the same of processor time, where nothing waits
+    nanosecondsAbove,    // time - peer's time in ns, at most
+    itemsPerSecond,      // at least; has no peer
+    counter              // the benchmark's counter of the peer's name, at most
 };
 
 struct Goal {

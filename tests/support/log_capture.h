@@ -4,7 +4,6 @@
 #define TESTS_SUPPORT_LOG_CAPTURE_H
 
 #include <cstdio>
-#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -25,8 +24,10 @@ inline void switchLog(bool bOn) {
     _a_vextvfapi_common_init();
 }
 
-// Runs `body` with the log on and returns what came to standard output, source lines taken out: "<function:123>"
-// becomes "<function>".
+// "<function:123>" becomes "<function>".
+std::string withoutLines(const std::string& strLog);
+
+// Runs `body` with the log on and returns what came to standard output, source lines taken out.
 template <class Body>
 std::string logOf(Body&& body) {
     std::fflush(stdout);
@@ -42,8 +43,7 @@ std::string logOf(Body&& body) {
         // A failed expectation inside the body went the way of the log.
         std::fputs(strLog.c_str(), stderr);
     }
-    static const std::regex kLine("<([A-Za-z_0-9]+):[0-9]+>");
-    return std::regex_replace(strLog, kLine, "<$1>");
+    return withoutLines(strLog);
 }
 
 }  // namespace test

@@ -32,7 +32,8 @@ HW_Handle_t obtainOutput(DispoutLease& lease) {
 }
 
 // Some operations close the module's display handle in place of the output that they opened. The close refuses it, and
-// the output stays open; the next operation finds it. Hosts count on an output that is up after them.
+// the output stays open; the next operation finds it. It is to stay so: an output that is up is what later steps of the
+// line meet.
 void closeDisplayHandle(DispoutLease& lease) {
     if (lease.isOpened()) {
         lease.keepOpen();
@@ -119,7 +120,7 @@ int a_vextvfapi_disp_panel_get_attr(unsigned int, int attr, unsigned int*, void*
             break;
         }
         default:
-            // Nothing to give and nothing to complain about; an output that was opened is up from now on.
+            // A success all the same, and an output that was opened is up from now on.
             FAPI_LOGE("[Factory]: %s non-support eAttrType = %d\n\n", __func__, attr);
             lease.keepOpen();
             return 0;
@@ -143,6 +144,7 @@ int a_vextvfapi_disp_get_pwm_range(unsigned int& min, unsigned int& max) {
     const int s32Status = a_vextvfapi_disp_panel_get_attr(0, E_HW_DISPOUT_PANEL_PWM_RANGE, nullptr, &stRange);
     min = stRange.u32PwmMinVal;
     max = stRange.u32PwmMaxVal;
+    // "Mix" is what logs are searched for.
     FAPI_LOGD("get_pwm_range u32PWMMix = %d, u32PWMMax = %d, \n\n", min, max);
     return s32Status;
 }
@@ -189,6 +191,7 @@ int a_vextvfapi_disp_get_frc_device_info(fapi_core::VexTvFApiDispExtFrcDeviceInf
     const HW_Result_t result = HW_DISPOUT_PanelGetAttr(hDispout, E_HW_DISPOUT_PANEL_FRC_DEVICE, nullptr, &stDevice);
     out->eExtFrcModel = stDevice.eExtFrcModel;
     out->u32FwVer = stDevice.u32FwVer;
+    FAPI_LOGD("eExtFrcModel = %d, u32FwVer = %d\n\n", out->eExtFrcModel, out->u32FwVer);
     closeDisplayHandle(lease);
     return a_vextvfapi_common_hw_err_msg(result);
 }

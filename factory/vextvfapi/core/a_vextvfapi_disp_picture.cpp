@@ -43,6 +43,7 @@ int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
     }
+    // What a parameter that is not accepted answers.
     HW_Result_t result = HW_ERR_FAILED;
     if (takesOneWord(param)) {
         FAPI_LOGD("[Factory] %d[%d]\n\n", param, value);
@@ -101,7 +102,7 @@ int a_vextvfapi_disp_set_picture_param_struct(int type, int length, signed char*
             result = setGammaEnable(hDisp, data);
             break;
         case E_HW_DISP_PICTURE_STRUCT:
-            // However long the caller says it is: hosts pass the length of the record that it came from.
+            // However long the caller says that it is: it is always the whole record that is sent.
             result = setStructParam(hDisp, data);
             break;
         default:
@@ -158,6 +159,7 @@ int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out) {
     }
     static_assert(sizeof(*out) == sizeof(stRange), "");
     std::memcpy(out, &stRange, sizeof(stRange));
+    // At error level: stations show these lines only.
     for (unsigned int i = 0; i < 3; ++i) {
         FAPI_LOGE("Min: %d, Max: %d\n", stRange.as32Min[i], stRange.as32Max[i]);
     }

@@ -118,12 +118,15 @@ static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u3
     }
     for (u32Index = 0; u32Index < _u32ExtHwCaps[u32Type]; ++u32Index) {
         FAPI_LOGD("Try to get type: %d, idx: %d handle\n\n", u32Type, u32Index);
-        const HW_EXTIN_HandleParams_t stQuery = {u32Type, u32Index};
+        HW_EXTIN_HandleParams_t stQuery = {};
+        stQuery.u32Type = u32Type;
+        stQuery.u32Index = u32Index;
         HW_Handle_t hFound = HW_HANDLE_NONE;
         if (HW_EXTIN_GetHandle(&stQuery, &hFound) != HW_OK) {
             FAPI_LOGD("ExtinType %d Get Handle Fail\n\n", u32Type);
             continue;
         }
+        // Successes at error level, here and below: stations show these lines only.
         FAPI_LOGE("Get Input Src Handle Done\n");
         if (hFound != HW_HANDLE_NONE && hFound == hExtin) {
             return true;

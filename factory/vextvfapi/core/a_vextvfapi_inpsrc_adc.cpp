@@ -40,6 +40,7 @@ static HW_Handle_t _hYpbpr;
 static HW_Handle_t _hScart;
 
 // --- Finders ---------------------------------------------------------------------------------------------------------
+// Their texts differ, and "0x" stands without digits: logs are searched for them as they are.
 
 int _a_vextvfapi_inpsrc_get_vga_handle() {
     if (findInput(E_HW_EXTIN_TYPE_VGA, &_hVga) == HW_OK) {
@@ -159,6 +160,7 @@ int a_vextvfapi_inpsrc_get_adc_phase(unsigned int devType, fapi_core::VexTvFApiA
     }
     HW_EXTIN_AdcPhase_t stPhase = {};
     const HW_Result_t result = HW_EXTIN_GetAttr(stInput.hExtin, E_HW_EXTIN_ATTR_ADC_PHASE, nullptr, &stPhase);
+    // After a failure too: zeroes show that nothing was read.
     FAPI_LOGD(" Current ADC R Phase: %u\n\n", stPhase.u32Red);
     FAPI_LOGD(" Current ADC G Phase: %u\n\n", stPhase.u32Green);
     FAPI_LOGD(" Current ADC B Phase: %u\n\n", stPhase.u32Blue);

@@ -48,7 +48,8 @@ static bool applyVif() {
 int a_vextvfapi_inpsrc_vif_init() {
     if (findTuner() != HW_OK) {
         FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_TUNER_GetHandle!") "\n\n", kErrorCode);
-        const HW_TUNER_OpenParams_t stParams = {0, 1};
+        HW_TUNER_OpenParams_t stParams = {};
+        stParams.u32Mode = 1;
         if (HW_TUNER_Open(&stParams, &_hTunerHandle) != HW_OK) {
             FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_TUNER_Open!") "\n\n", kErrorCode);
             return -1;
@@ -147,6 +148,7 @@ static bool readBer(unsigned int u32Slot, int* pBer) {
         FAPI_LOGE("Get tuner slot:%d BER fail!\n\n", u32Slot);
         return false;
     }
+    // A success at error level: stations show these lines only.
     FAPI_LOGE("slot:%d BER = %d!\n\n", u32Slot, *pBer);
     return true;
 }

@@ -7,7 +7,8 @@
 
 namespace {
 
-// What failed messages print as their code, whatever the middleware said.
+// What failed messages print as their code, whatever the middleware said. Their texts, misspelt or naming another call,
+// are what logs are searched for.
 constexpr int kErrorCode = 3;
 
 constexpr HW_Result_t kFirstFailure = 3;

@@ -32,17 +32,6 @@ FAPI_API int a_vextvfapi_disp_deinit();
 // next operation that wants the window.
 FAPI_API int a_vextvfapi_disp_switch_window(unsigned int index);
 
-// The handle of the current window, or of window `index`. True when it was opened here: the caller closes it with
-// HW_DISP_Close. False when somebody else has it open, and also after a failure: the caller sets `*handle` to 0
-// beforehand and looks whether it still is.
-FAPI_API bool _a_vextvfapi_disp_get_disp_handle(unsigned int* handle);
-FAPI_API bool _a_vextvfapi_disp_get_disp_handle_by_win_idx(unsigned int* handle, unsigned int index);
-
-// What is connected to the window of an open display handle: the first video path, else the first external input. Only
-// the output of what was found is written, so the caller sets both to 0 beforehand; true with neither written when
-// nothing is connected. False when the chip fails or an output is null.
-FAPI_API bool _a_vextvfapi_disp_get_on_screen_input(int dispHandle, int* videoHandle, int* extinHandle);
-
 // --- Screen capture --------------------------------------------------------------------------------------------------
 // Into a BMP file of 32 bits a pixel, rows from the bottom. A failed write is only logged: the file is short, and the
 // operation succeeds. After other failures what was opened until then stays open: locks, surfaces, handles. 0 or -1.
@@ -50,17 +39,6 @@ FAPI_API bool _a_vextvfapi_disp_get_on_screen_input(int dispHandle, int* videoHa
 // `captureType` 0 captures the surface on graphics layer 0, 1 the current window's picture, 2 the same with the
 // graphics over it (1920 x 1080). `path` is a path of the set.
 FAPI_API int a_vextvfapi_disp_capture_screen_to_usb(const unsigned char* path, int captureType);
-
-// The surface on graphics layer `layerId`. Its pixels are taken as 4 bytes, its width modulo 65,536.
-FAPI_API int _a_vextvfapi_disp_capture_osd_to_usb(const unsigned char* path, int layerId);
-
-// The current window's picture, with the graphics over it when `flag` is 1.
-FAPI_API int _a_vextvfapi_disp_capture_video_to_usb(const unsigned char* path, unsigned char flag);
-
-// Writes `height` rows of `pitch` bytes that begin at an address of this process. The header keeps 16 bits of width and
-// height. 0, or 255 without an address or when the file cannot be opened, closed or synced.
-FAPI_API unsigned char _a_vextvfapi_output_bmp_file(const unsigned char* path, unsigned long long virtualAddress,
-                                                    unsigned int pitch, unsigned int width, unsigned int height);
 
 // --- Picture ---------------------------------------------------------------------------------------------------------
 // Of the current window, which is opened for the call when nobody has it open. 0, -1 without the window, or the status
@@ -78,10 +56,10 @@ FAPI_API int a_vextvfapi_disp_set_color_temperature(unsigned int a, unsigned int
 // of 0 and null.
 FAPI_API int a_vextvfapi_disp_set_picture_param_struct(int type, int length, signed char* data);
 
-// Gamma curves of red, green and blue, 256 entries each, which are copied. -1 when one is null.
+// The three gamma curves, 256 entries each, which are copied. -1 when one is null.
 FAPI_API int a_vextvfapi_disp_set_gamma_curve(unsigned short* curve1, unsigned short* curve2, unsigned short* curve3);
 
-// Range of three picture-quality values. A window that was opened for it stays open.
+// Range of three picture-quality values. A window that was opened for it stays open. -1 when the chip refuses, too.
 FAPI_API int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out);
 
 // Version of a part of the picture-quality data of a window: at most 32 characters, without NUL. -1, with nothing
@@ -103,13 +81,14 @@ FAPI_API int a_vextvfapi_disp_panel_set_attr(unsigned int unusedFirst, unsigned 
 
 // Attribute 4 writes 8 bytes to `out`: the smallest and the largest PWM value; 5 writes 6: enable (one byte and one of
 // padding), span and step (16 bits each). Zeroes when the chip refuses. All others write nothing and return 0, and
-// leave an output that was opened here open. -1 for null. The arguments named unused mean nothing.
+// leave an output that was opened here open. -1 for null. The arguments named unused mean nothing. The two operations
+// below write zeroes without the display output, too.
 FAPI_API int a_vextvfapi_disp_panel_get_attr(unsigned int unusedFirst, int attr, unsigned int* unusedThird, void* out);
 FAPI_API int a_vextvfapi_disp_get_lvds_ssc(unsigned char& enable, unsigned int& span, unsigned int& step);
 FAPI_API int a_vextvfapi_disp_get_pwm_range(unsigned int& min, unsigned int& max);
 
-// These leave an output that was opened here open. The record of the frame-rate converter is written whatever the chip
-// says.
+// This and the next three leave an output that was opened here open. The record of the frame-rate converter is written
+// whatever the chip says; that of the timing controller is not, and the status is -1.
 FAPI_API int a_vextvfapi_disp_get_tcon_info(fapi_core::VexTvFApiDispTconInfo* out);
 FAPI_API int a_vextvfapi_disp_get_frc_device_info(fapi_core::VexTvFApiDispExtFrcDeviceInfo* out);
 
@@ -128,8 +107,8 @@ FAPI_API int a_vextvfapi_disp_set_output_timing(unsigned int timing);
 // What the panel shows without a source. 0, -1 without the display controller, or the status of a middleware code.
 FAPI_API int a_vextvfapi_disp_set_freerun_control(int freeRunType);
 
-// The piece of the input picture that the current window shows, in pixels of that picture. Needs a window that somebody
-// has open; 0 from then on whatever the chip says.
+// The piece of the input picture that the current window shows, in pixels of that picture. -1 when nobody has the
+// window open or the chip does not tell what is connected; 0 from then on whatever it says.
 FAPI_API int a_vextvfapi_disp_set_over_scan(unsigned short x, unsigned short y, unsigned short width,
                                             unsigned short height);
 
@@ -144,5 +123,29 @@ FAPI_API int a_vextvfapi_disp_nty_drv_reload_param();
 
 // Picture-quality value 0 to 5.
 FAPI_API int a_vextvfapi_disp_set_pq_value(int type, unsigned int value);
+
+// --- For the library's own modules -----------------------------------------------------------------------------------
+
+// The handle of the current window, or of window `index`. True when it was opened here: the caller closes it with
+// HW_DISP_Close. False when somebody else has it open, and also after a failure: the caller sets `*handle` to 0
+// beforehand and looks whether it still is.
+FAPI_API bool _a_vextvfapi_disp_get_disp_handle(unsigned int* handle);
+FAPI_API bool _a_vextvfapi_disp_get_disp_handle_by_win_idx(unsigned int* handle, unsigned int index);
+
+// What is connected to the window of an open display handle: the first video path, else the first external input. Only
+// the output of what was found is written, so the caller sets both to 0 beforehand; true with neither written when
+// nothing is connected. False when the chip fails or an output is null.
+FAPI_API bool _a_vextvfapi_disp_get_on_screen_input(int dispHandle, int* videoHandle, int* extinHandle);
+
+// Captures the surface on graphics layer `layerId`. Its pixels are taken as 4 bytes, its width modulo 65,536.
+FAPI_API int _a_vextvfapi_disp_capture_osd_to_usb(const unsigned char* path, int layerId);
+
+// Captures the current window's picture, with the graphics over it when `flag` is 1.
+FAPI_API int _a_vextvfapi_disp_capture_video_to_usb(const unsigned char* path, unsigned char flag);
+
+// Writes `height` rows of `pitch` bytes that begin at an address of this process. The header keeps 16 bits of width and
+// height. 0, or 255 without an address or when the file cannot be opened, closed or synced.
+FAPI_API unsigned char _a_vextvfapi_output_bmp_file(const unsigned char* path, unsigned long long virtualAddress,
+                                                    unsigned int pitch, unsigned int width, unsigned int height);
 
 #endif

@@ -89,6 +89,8 @@ FAPI_API int a_vextvfapi_disptst_set_pq_on_off(unsigned char enable);
 // -1 without the window, or the status of a middleware code; that of "failed" for other modes and parameters.
 FAPI_API int a_vextvfapi_disptst_gen_test_pattern(unsigned int patternMode, fapi_core::VexTvFApiDispTstPattern pattern);
 
+// --- For the library's own modules -----------------------------------------------------------------------------------
+
 // Whether something is connected to the window of an open display handle: 0 or -1. `connect` means nothing.
 FAPI_API int _a_vextvfapi_disptst_connect_disp(int handle, unsigned char connect);
 

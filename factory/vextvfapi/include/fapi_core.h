@@ -17,7 +17,7 @@
 // Order. a_vextvfapi_sys_init runs first; it also reads the debug switch and the factory-mode marker. A module's own
 // init runs before the module's other operations.
 //
-// Threads. The host serialises its calls: operations take no lock. Events are delivered on the thread that observed
+// Threads. The host serialises its calls: operations must not overlap. Events are delivered on the thread that observed
 // them, with the module's callback mutex held: inside a callback the host may call any operation except
 // reg_callback, unreg_callback and nty_event of the same module, which would deadlock.
 //

@@ -2,6 +2,8 @@
 // Files: the host's own calls on the set's tree. These work before everything else.
 #include "hw3/hw_fs.h"
 
+#include <atomic>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -35,6 +37,30 @@ private:
 // Members transferred; -1 only when nothing was and the stream is in error.
 HW_S32 membersOf(std::size_t count, FILE* pStream) {
     return count == 0 && std::ferror(pStream) != 0 ? -1 : static_cast<HW_S32>(count);
+}
+
+// A larger buffer than stdio's own, for one written stream at a time: a picture that is written row by row goes to the
+// host in few pieces.
+constexpr std::size_t kLargeBuffer = 64 * 1024;
+char acLargeBuffer[kLargeBuffer];
+std::atomic<FILE*> largeBufferOwner{nullptr};
+
+void lendLargeBuffer(FILE* pStream) {
+    FILE* pNobody = nullptr;
+    if (largeBufferOwner.compare_exchange_strong(pNobody, pStream)) {
+        static_cast<void>(std::setvbuf(pStream, acLargeBuffer, _IOFBF, kLargeBuffer));
+    }
+}
+
+// The buffer is free again when the stream is closed. One that is opened in between, at the same place, does not get
+// it.
+HW_S32 closeStream(FILE* pStream) {
+    const bool bLent = largeBufferOwner == pStream;
+    const HW_S32 s32Result = std::fclose(pStream);
+    if (bLent) {
+        largeBufferOwner = nullptr;
+    }
+    return s32Result;
 }
 
 HW_S32 refuseNull() {
@@ -87,13 +113,18 @@ FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode) {
             return nullptr;
         }
         const TreePath path(pszPath);
-        return vset::openServed(pszPath, static_cast<FILE*>(nullptr), [&] { return std::fopen(path.get(), pszMode); });
+        FILE* const pStream =
+            vset::openServed(pszPath, static_cast<FILE*>(nullptr), [&] { return std::fopen(path.get(), pszMode); });
+        if (pStream != nullptr && pszMode[0] == 'w') {
+            lendLargeBuffer(pStream);
+        }
+        return pStream;
     });
 }
 
 HW_S32 HW_FS_Fclose(FILE* pStream) {
     return vset::call(
-        __func__, {}, [&]() -> HW_S32 { return pStream == nullptr ? refuseNull() : std::fclose(pStream); },
+        __func__, {}, [&]() -> HW_S32 { return pStream == nullptr ? refuseNull() : closeStream(pStream); },
         vset::OnFault::act);
 }
 
