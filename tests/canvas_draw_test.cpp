@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 
+#include "support/emulation.h"
+
 namespace {
 
 constexpr DisptstColor kColor = {0x11, 0x22, 0x33, 0x44};
@@ -173,6 +175,21 @@ TEST(CanvasDraw, AbsurdSizesStayInside) {
     EXPECT_THAT(buffer.bytes, ::testing::Not(::testing::Contains(0xEE)));
     _a_vextvfapi_disptst_plot_rect(buffer.canvas, kColor, 0xFFFFFFF0, 7, 0x20, 4, kColor, 0xFFFFFFFE & 0xF);
     _a_vextvfapi_disptst_plot_line(buffer.canvas, kColor, 0, 0, 3000000, 100);
+}
+
+// The span is read as a negative one, which steps both axes each time. It takes some seconds.
+TEST(CanvasDraw, TheLongestLineEnds) {
+    SKIP_UNDER_EMULATION();
+    Buffer buffer(32, 8);
+    _a_vextvfapi_disptst_plot_line(buffer.canvas, kColor, 0, 0, 0x80000000, 0x80000000);
+    Buffer expected(32, 8);
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        plainPixel(expected, i, i, {0x11, 0x22, 0x33, 0xFF});
+    }
+    for (std::size_t i = 0; i < 8; ++i) {
+        const std::size_t offset = 4 * (i * 32 + i);
+        EXPECT_EQ(std::memcmp(&buffer.bytes[offset], &expected.bytes[offset], 4), 0) << i;
+    }
 }
 
 }  // namespace

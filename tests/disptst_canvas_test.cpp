@@ -198,6 +198,12 @@ TEST_F(Canvas, FallsBackToTheFixedRegion) {
     EXPECT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(640, 360), 0) << "a smaller one has room";
 }
 
+TEST_F(Canvas, NoRegionAtAllIsTooSmallForNothing) {
+    vset::inject({"HW_SYS_AllocateMmapLayout", 3});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(0, 8), -1); }),
+                HasSubstr("[Pattern] Frame buffer size is not enough, buffer size: 0x0, required size: 0x0\n\n"));
+}
+
 TEST_F(Canvas, GivesMemoryBackThatCannotBeMapped) {
     vset::inject({"HW_OS_Pa2NonCachedVa", 8});
     ASSERT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(64, 32), 0);

@@ -10,14 +10,20 @@
 #include "a_vextvfapi_aud.h"
 #include "a_vextvfapi_disp.h"
 #include "a_vextvfapi_disptst.h"
+#include "a_vextvfapi_inpsrc.h"
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
 #include "hw3/hw_aout.h"
+#include "hw3/hw_extin.h"
 #include "operation.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/set_fixture.h"
+#include "vset/disp.h"
+#include "vset/dispout.h"
+#include "vset/extin.h"
+#include "vset/tuner.h"
 
 namespace {
 
@@ -145,6 +151,73 @@ Sample videoCapture(const char* pszOperation, std::vector<std::string> words) {
     return {pszOperation, std::move(words), "", nullptr, nullptr, false, "HW_OSD_SURFACE HW_CAP HW_DISP"};
 }
 
+void bringInputsUp() {
+    ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
+}
+
+// Where nobody has the input open, and the operation opens and closes it.
+void plugVga() {
+    bringInputsUp();
+    vset::extin::plug(E_HW_EXTIN_TYPE_VGA, 0, {});
+}
+
+Sample analogInput(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation, std::move(words), "", plugVga};
+}
+
+// The decoder, or an input's handle, stays open.
+Sample leavesInputOpen(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation, std::move(words), "HW_EXTIN", bringInputsUp};
+}
+
+void showComposite() {
+    bringInputsUp();
+    useClosedWindow();
+    vset::extin::Source source;
+    source.u32TvSystem = E_HW_EXTIN_TV_SYSTEM_FIRST;
+    vset::extin::plug(E_HW_EXTIN_TYPE_CVBS, 0, source);
+    vset::disp::connectInput(1, {E_HW_EXTIN_TYPE_CVBS, 0});
+}
+
+Sample onScreen(const char* pszOperation, std::vector<std::string> words = {}) {
+    return {pszOperation, std::move(words), "", showComposite, useFirstWindow};
+}
+
+void showNothing() {
+    bringInputsUp();
+    useClosedWindow();
+}
+
+void giveTunerUp() {
+    bringInputsUp();
+    vset::tuner::release(0);
+}
+
+void giveOutputUp() {
+    ASSERT_EQ(a_vextvfapi_disp_init(), 0);
+    vset::dispout::release();
+}
+
+Sample panel(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation, std::move(words), "", giveOutputUp};
+}
+
+Sample leavesOutputOpen(const char* pszOperation, std::vector<std::string> words = {}) {
+    return {pszOperation, std::move(words), "HW_DISPOUT", giveOutputUp};
+}
+
+void giveControllerUp() {
+    vset::disp::releaseController();
+}
+
+void bringDriversUp() {
+    ASSERT_EQ(a_vextvfapi_disp_init(), 0);
+}
+
+Sample driver(const char* pszOperation, std::vector<std::string> words) {
+    return {pszOperation, std::move(words), "", bringDriversUp};
+}
+
 // One good call of each operation that reaches the middleware. Operations without one are in kNoMiddleware.
 const Sample kSamples[] = {
     {"_a_vextvfapi_common_init", {}},
@@ -259,6 +332,50 @@ const Sample kSamples[] = {
     {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "on"}},
     display("a_vextvfapi_disptst_set_pq_on_off", {"on"}),
     display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "on", "0", "white"}),
+    {"a_vextvfapi_inpsrc_init", {}},
+    {"a_vextvfapi_inpsrc_deinit", {}, "", bringInputsUp},
+    analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"vga"}),
+    analogInput("a_vextvfapi_inpsrc_set_adc_phase", {"ypbpr", "1", "2", "3"}),
+    analogInput("a_vextvfapi_inpsrc_get_adc_gain_offset", {"ypbpr"}),
+    analogInput("a_vextvfapi_inpsrc_set_adc_gain_offset", {"vga", "1", "2", "3", "4", "5", "6"}),
+    analogInput("a_vextvfapi_inpsrc_auto_gain_offset", {"vga"}),
+    leavesInputOpen("_a_vextvfapi_inpsrc_get_vga_handle", {}),
+    leavesInputOpen("_a_vextvfapi_inpsrc_get_ypbpr_handle", {}),
+    leavesInputOpen("a_vextvfapi_inpsrc_check_vd_signal_locked", {}),
+    leavesInputOpen("_a_vextvfapi_inpsrc_check_vd_signal_locked", {}),
+    leavesInputOpen("a_vextvfapi_inpsrc_set_factory_vd_para", {"1", "2"}),
+    leavesInputOpen("a_vextvfapi_inpsrc_get_factory_vd_para", {"1"}),
+    onScreen("a_vextvfapi_inpsrc_get_current_input_source"),
+    onScreen("a_vextvfapi_inpsrc_get_current_input_source_type"),
+    onScreen("_a_vextvfapi_inpsrc_get_current_input_source", {"type"}),
+    onScreen("a_vextvfapi_inpsrc_get_input_timing"),
+    onScreen("a_vextvfapi_inpsrc_get_video_standard"),
+    onScreen("_a_vextvfapi_inpsrc_get_video_standard"),
+    {"a_vextvfapi_inpsrc_get_ber", {}, "", showNothing, useFirstWindow},
+    {"a_vextvfapi_inpsrc_vif_init", {}, "HW_TUNER", giveTunerUp},
+    {"a_vextvfapi_inpsrc_get_demod_info", {}, "", bringInputsUp},
+    display("a_vextvfapi_disp_set_picture_param", {"5", "1"}),
+    display("a_vextvfapi_disp_set_color_temperature", {"1", "2", "3", "4", "5", "6"}),
+    display("a_vextvfapi_disp_set_picture_param_struct", {"record", "repeat:29:x"}),
+    display("a_vextvfapi_disp_set_gamma_curve", {"linear"}),
+    {"a_vextvfapi_disp_get_pq_range", {}, "HW_DISP", useClosedWindow, useFirstWindow},
+    {"a_vextvfapi_disp_get_pq_version", {"hd1", "0"}},
+    display("a_vextvfapi_disp_set_output_timing", {"4"}),
+    {"a_vextvfapi_disp_set_freerun_control", {"1"}, "", giveControllerUp},
+    {"a_vextvfapi_disp_set_over_scan", {"1", "2", "3", "4"}},
+    panel("a_vextvfapi_disp_panel_set_attr", {"5", "1", "2", "3"}),
+    panel("a_vextvfapi_disp_panel_get_attr", {"4"}),
+    panel("a_vextvfapi_disp_get_lvds_ssc", {}),
+    panel("a_vextvfapi_disp_get_pwm_range", {}),
+    // An attribute that it does not have, too.
+    leavesOutputOpen("a_vextvfapi_disp_panel_get_attr", {"3"}),
+    leavesOutputOpen("a_vextvfapi_disp_get_tcon_info"),
+    leavesOutputOpen("a_vextvfapi_disp_get_frc_device_info"),
+    leavesOutputOpen("a_vextvfapi_disp_get_frc_connect_status"),
+    leavesOutputOpen("a_vextvfapi_disp_upgrade_tarn_fw", {"/data/file"}),
+    driver("a_vextvfapi_disp_set_overscan", {"1", "2", "3", "4"}),
+    driver("a_vextvfapi_disp_nty_drv_reload_param", {}),
+    driver("a_vextvfapi_disp_set_pq_value", {"0", "1"}),
 };
 
 const char* const kNoMiddleware[] = {
@@ -314,7 +431,10 @@ const char* const kNoMiddleware[] = {
     "a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap",
     "a_vextvfapi_disptst_gen_gop_test_pattern_draw_line",
     "a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect",
+    "a_vextvfapi_disp_update_pq_ini_files",
+    "_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e",
     // Their handle comes from another operation.
+    "_a_vextvfapi_inpsrc_get_src_by_extin_handle",
     "_a_vextvfapi_disp_get_on_screen_input",
     "_a_vextvfapi_disptst_connect_disp",
 };

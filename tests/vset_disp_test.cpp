@@ -9,6 +9,7 @@
 
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/emulation.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/disp.h"
@@ -365,6 +366,7 @@ TEST_F(VsetDisp, SourcesShowBars) {
 }
 
 TEST_F(VsetDisp, IsLookedAtWhileItIsSet) {
+    SKIP_UNDER_EMULATION();
     std::thread program([&] {
         for (HW_U32 i = 0; i < 200; ++i) {
             setPattern(i % 10, i % 2, i, i, i);

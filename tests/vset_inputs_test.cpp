@@ -11,6 +11,7 @@
 #include "dval/dvvdo.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/emulation.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/dval.h"
@@ -248,6 +249,7 @@ TEST_F(VsetInputs, AutomaticCalibrationGoesToWhatTheSourceNeeds) {
 }
 
 TEST_F(VsetInputs, AreCalibratedSideBySide) {
+    SKIP_UNDER_EMULATION();
     constexpr HW_U32 kRounds = 20;
     std::vector<std::thread> stations;
     for (const HW_U32 u32Type : kAnalogue) {

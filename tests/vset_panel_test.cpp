@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "hw3/hw_disp.h"
+#include "support/emulation.h"
 #include "support/osd_fixture.h"
 #include "vset/disp.h"
 #include "vset/panel.h"
@@ -248,6 +249,7 @@ TEST_F(VsetPanel, ShowsNothingOfMemoryThatIsGone) {
 
 // Somebody looks while a program throws the memory away that is being painted.
 TEST_F(VsetPanel, IsSeenWhileProgramsWork) {
+    SKIP_UNDER_EMULATION();
     std::atomic<int> s32Looks{0};
     std::atomic<bool> bStop{false};
     std::thread onlooker([&] {

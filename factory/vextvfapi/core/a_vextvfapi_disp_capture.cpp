@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then: hosts take a
-// failed capture for the end of the line and switch the set off.
+// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then as it is, so
+// that it can be looked at.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <array>
 #include <cstdint>
@@ -181,16 +181,16 @@ int _a_vextvfapi_disp_capture_osd_to_usb(const unsigned char* path, int layerId)
     return result == HW_OK ? 0 : captureFailed(__func__, result);
 }
 
-// The physical address of the capture buffer, or 0.
-static HW_U64 captureBuffer() {
+static bool findCaptureBuffer(HW_U64& u64PhysAddr) {
     HW_SYS_MmapInfo_t stInfo = {};
     const HW_Result_t result = HW_SYS_GetMmapLayout(E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, &stInfo);
     if (result != HW_OK || stInfo.u32Length < kCaptureBuffer) {
         FAPI_LOGE("Error: Invalid mmap layout E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF with id = %d, len=%d\n\n",
                   E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, static_cast<int>(stInfo.u32Length));
-        return 0;
+        return false;
     }
-    return stInfo.u64MiuBase + stInfo.u64Offset + stInfo.u32Length - kCaptureBuffer;
+    u64PhysAddr = stInfo.u64MiuBase + stInfo.u64Offset + stInfo.u32Length - kCaptureBuffer;
+    return true;
 }
 
 namespace {
@@ -242,14 +242,22 @@ static HW_Result_t takePicture(unsigned char u8Flag, VideoCapture& stCapture) {
 }
 
 static HW_Result_t releaseCapture(const VideoCapture& stCapture) {
-    HW_Result_t result = HW_OSD_SurfaceDestroy(stCapture.hSurface);
-    result |= HW_CAP_DisconnectInput(stCapture.hCap, stCapture.hDisp);
+    HW_Result_t result = HW_OK;
+    if (stCapture.hSurface != HW_HANDLE_NONE) {
+        result |= HW_OSD_SurfaceDestroy(stCapture.hSurface);
+    }
+    if (stCapture.hCap != HW_HANDLE_NONE && stCapture.hDisp != HW_HANDLE_NONE) {
+        result |= HW_CAP_DisconnectInput(stCapture.hCap, stCapture.hDisp);
+    }
     if (stCapture.bDispOpened) {
         // The close of the display output, which refuses a window's handle: a window that was opened here stays open,
         // and the next operation finds it. It does not count.
         static_cast<void>(HW_DISPOUT_Close(stCapture.hDisp));
     }
-    return result | HW_CAP_Close(stCapture.hCap);
+    if (stCapture.hCap != HW_HANDLE_NONE) {
+        result |= HW_CAP_Close(stCapture.hCap);
+    }
+    return result;
 }
 
 int _a_vextvfapi_disp_capture_video_to_usb(const unsigned char* path, unsigned char flag) {
@@ -265,8 +273,8 @@ int _a_vextvfapi_disp_capture_video_to_usb(const unsigned char* path, unsigned c
     FAPI_LOGD("Panel u16X: %hu, u16Y: %hu, u16Width: %hu, u16Height: %hu\n\n", stRect.u16X, stRect.u16Y,
               stRect.u16Width, stRect.u16Height);
     FAPI_LOGD("u32CapFrameW: %u, u32Pitch: %u, u32CapFrameH: %u\n\n", kCaptureWidth, kCapturePitch, kCaptureHeight);
-    const HW_U64 u64Buffer = captureBuffer();
-    if (u64Buffer == 0) {
+    HW_U64 u64Buffer = 0;
+    if (!findCaptureBuffer(u64Buffer)) {
         return -1;
     }
     result = findBuffer(u64Buffer, stCapture);

@@ -80,7 +80,7 @@ HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
         case Special::vop2:
             return setVop2Pattern(hDisp, pattern);
         case Special::whiteBalance: {
-            // The stage before the gamma correction is fed by the one before it.
+            // In the stage before it first.
             const HW_Result_t feeding = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
             return feeding | setPattern(hDisp, stStage.eMode, pattern);
         }

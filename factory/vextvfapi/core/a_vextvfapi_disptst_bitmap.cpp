@@ -37,7 +37,7 @@ struct Bitmap {
     std::uint32_t u32Height = 0;
 
     // Three times the width and the rest of a division by four: only where that rest is 0 or 2 is this the row of a BMP
-    // file. Pictures for the line have been made to it.
+    // file. Widths of the other kinds are read so all the same.
     std::uint32_t rowLength() const {
         const std::uint32_t u32Pixels = kBytesPerPixel * u32Width;
         return u32Pixels + u32Pixels % 4;
@@ -85,6 +85,7 @@ static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap) {
                   static_cast<ssize_t>(size), static_cast<int>(u32Size));
         return false;
     }
+    // Without a sign: a picture that is stored from the top counts as one of billions of rows.
     stBitmap.u32Width = fapi::loadLittleEndian32(au8Header + 4);
     stBitmap.u32Height = fapi::loadLittleEndian32(au8Header + 8);
     if (stBitmap.u32Width == 0 || stBitmap.u32Height == 0) {
@@ -116,7 +117,7 @@ bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* fi
         FAPI_LOGE("[Pattern] Frame buffer is not allocated.\n\n");
         return false;
     }
-    // The pitch, not the visible width: a picture may end in the pixels that nobody sees.
+    // The pitch, not the visible width.
     if (canvas.u32PitchPixels < width + dstX || canvas.u32BufferHeight < height + dstY) {
         FAPI_LOGE("[Pattern] Bitmap file size out of frame buffer bound.\n\n");
         return false;

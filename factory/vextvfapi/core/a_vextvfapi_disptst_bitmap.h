@@ -6,8 +6,9 @@
 #include "a_vextvfapi_disptst_draw.h"
 
 // Draws the piece of the picture that begins at (cropX, cropY) of its top left corner to (dstX, dstY). Nothing in the
-// file is trusted: false, with a message, for whatever cannot be drawn; a file that ends early is drawn as far as it
-// goes. Depth and compression are not looked at.
+// file is trusted: false, with a message unless memory is short, for whatever cannot be drawn. Of a file that ends
+// early the last row that was read is drawn again in place of those that are missing. Depth and compression are not
+// looked at.
 bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* file, std::uint32_t dstX,
                             std::uint32_t dstY, std::uint32_t cropX, std::uint32_t cropY, std::uint32_t width,
                             std::uint32_t height);

@@ -31,6 +31,7 @@ constexpr unsigned short kDefaultColors[kDefaultEntries * kComponents] = {1023, 
 // A full window of one color from the output module.
 constexpr HW_DISP_TestPattern_t kColorPattern = {E_HW_DISP_PATTERN_MOD, 1, 1, {0, 0, 0}};
 
+// The worker never says "inited"; the start takes it for a success.
 enum TaskState : int { inited = 0, running = 1, stopped = 2, failed = 3 };
 
 using Table = std::unique_ptr<unsigned short[]>;
@@ -124,6 +125,7 @@ void* burning_mode_task(void* param) {
     const std::unique_ptr<BurnInOrder> order(static_cast<BurnInOrder*>(param));
     fapi::DispLease lease;
     const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    // No failure yet; stations look for the line among the errors.
     FAPI_LOGE("_a_vextvfapi_disp_get_disp_handle %#x\n\n", hDisp);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
@@ -139,6 +141,7 @@ void* burning_mode_task(void* param) {
         FAPI_LOGE("pTempBurnModeParam->pColorTable is Null.\n\n");
         return nullptr;
     }
+    // No memory for the copy of the table, which has no text of its own.
     if (order->table == nullptr) {
         FAPI_LOGE("pTempBurnModeParam is Null.\n\n");
         return nullptr;

@@ -101,11 +101,11 @@ static void mapIommu(std::uint32_t u32Size, Mapping& stMapping) {
     stMapping = {stRequest.u64PhysAddr, u64VirtAddr, stRequest.u32Length, Allocation::iommu};
 }
 
-// The same with the fixed region, which is there for sets without an IOMMU. False when it is too small.
+// The same with the fixed region. False when it is too small.
 static bool mapMmap(std::uint32_t u32Size, Mapping& stMapping) {
     HW_SYS_MmapInfo_t stInfo = {};
     static_cast<void>(HW_SYS_AllocateMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS, &stInfo));
-    if (stInfo.u32Length < u32Size) {
+    if (stInfo.u32Length == 0 || stInfo.u32Length < u32Size) {
         FAPI_LOGE("[Pattern] Frame buffer size is not enough, buffer size: 0x%x, required size: 0x%x\n\n",
                   stInfo.u32Length, u32Size);
         freeMmap();
@@ -116,6 +116,8 @@ static bool mapMmap(std::uint32_t u32Size, Mapping& stMapping) {
     const HW_Result_t result = HW_OS_Pa2NonCachedVa(u64PhysAddr, &u64VirtAddr);
     if (result != HW_OK) {
         FAPI_LOGE("[Pattern] MMAP HW_OS_Pa2NonCachedVa failed, code: %d\n\n", result);
+    }
+    if (result != HW_OK || u64PhysAddr == 0) {
         freeMmap();
         return true;
     }
@@ -209,6 +211,7 @@ static bool borrowLayer() {
     HW_U32 u32Width = 0;
     HW_U32 u32Height = 0;
     static_cast<void>(HW_OSD_LayerGetSize(_hLayer, &u32Width, &u32Height));
+    // No failure; stations look for the line among the errors.
     FAPI_LOGE("[Pattern] layer width[%u], height[%u]\n\n", u32Width, u32Height);
     HW_Result_t result = HW_OSD_LayerQueryWindowHandle(_hLayer, &_hWindow);
     if (result != HW_OK) {
@@ -498,7 +501,7 @@ int a_vextvfapi_disptst_gop_pattern_set_attr(fapi_core::VexTvFApiGOPPatternAttr_
     FAPI_LOGI("[Pattern] Blue gain: %u\n\n", attr.u16BlueGain);
     if (_hLayer == HW_HANDLE_NONE) {
         FAPI_LOGE("[Pattern] OSD handle null! Try to get OSD_Layer_0 handle.\n\n");
-        // It stays the module's layer: hosts set the color of the whole graphics so, and again later.
+        // It stays the module's layer, until a canvas is taken away.
         if (HW_OSD_GetLayerHandle(&kLayerWithoutCanvas, &_hLayer) != HW_OK) {
             FAPI_LOGE("[Pattern] Get OSD_Layer_0 Failed\n\n");
             return -1;

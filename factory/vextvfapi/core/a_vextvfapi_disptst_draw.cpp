@@ -27,7 +27,7 @@ void put(const DisptstCanvas& canvas, std::uint32_t u32Offset, std::uint32_t u32
     }
 }
 
-// The difference of two coordinates, as the chip's tools have always read it.
+// The difference of two coordinates is a signed one.
 std::int64_t span(std::uint32_t from, std::uint32_t to) {
     return static_cast<std::int32_t>(to - from);
 }
@@ -36,6 +36,12 @@ std::int64_t span(std::uint32_t from, std::uint32_t to) {
 // are bytes. A tie does not step the minor axis, and the far end is not drawn.
 void walk(const DisptstCanvas& canvas, std::uint32_t u32Pixel, std::uint32_t u32Offset, std::uint32_t u32Count,
           std::int64_t s64Major, std::int64_t s64Minor, std::uint32_t u32MajorStep, std::uint32_t u32MinorStep) {
+    if (s64Major < 0) {
+        // More than 2^31 steps read as a negative span, and every one of them steps the minor axis too.
+        u32MajorStep += u32MinorStep;
+        s64Major = 0;
+        s64Minor = 0;
+    }
     std::int64_t s64Decision = 2 * s64Minor - s64Major;
     for (; u32Count != 0; --u32Count) {
         put(canvas, u32Offset, u32Pixel);
@@ -60,7 +66,7 @@ std::uint32_t stepOf(std::int64_t s64Span, std::uint32_t u32Step) {
 // In 32 bits every row has the address of another one so many rows further: an absurd height ends there.
 std::uint32_t rowsUntilRepeat(const DisptstCanvas& canvas) {
     const std::uint32_t u32PowerOfTwo = canvas.u32PitchPixels & (0 - canvas.u32PitchPixels);
-    return u32PowerOfTwo != 0 ? (1u << 30) / u32PowerOfTwo : 1;
+    return u32PowerOfTwo != 0 ? std::max(1u, (1u << 30) / u32PowerOfTwo) : 1;
 }
 
 // Equal pixels over so many bytes, the last of which may be a part of one. wmemset() stores as wide as the processor
@@ -191,11 +197,17 @@ void _a_vextvfapi_disptst_blit_row(const DisptstCanvas& canvas, std::uint32_t x,
         convert(canvas.pu8Pixels + u32Offset, pu8Source, count);
         return;
     }
-    for (std::uint32_t c = 0; c < count; ++c) {
-        const std::uint64_t u64At = std::uint64_t{kSourcePixelSize} * c;
+    for (std::uint64_t c = 0; c < count; ++c) {
+        const auto u32At = static_cast<std::uint32_t>(u32Offset + kPixelSize * c);
+        if (!holds(canvas, u32At)) {
+            // On to where the address begins anew.
+            c += (0xFFFFFFFF - u32At) / kPixelSize;
+            continue;
+        }
+        const std::uint64_t u64Source = std::uint64_t{kSourcePixelSize} * c;
         const auto byte = [&](std::uint64_t i) {
-            return u64At + i < sourceSize ? pu8Source[u64At + i] : static_cast<unsigned char>(0);
+            return u64Source + i < sourceSize ? pu8Source[u64Source + i] : static_cast<unsigned char>(0);
         };
-        put(canvas, u32Offset + kPixelSize * c, pixelOf({byte(2), byte(1), byte(0), kOpaque}, kOpaque));
+        put(canvas, u32At, pixelOf({byte(2), byte(1), byte(0), kOpaque}, kOpaque));
     }
 }

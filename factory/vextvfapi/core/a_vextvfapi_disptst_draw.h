@@ -11,14 +11,14 @@
 // What can be drawn into. Coordinates may be anything: what falls outside the buffer is left out, and coordinates
 // beyond a row, or "negative" ones, land where the pixel's address leads, in 32 bits.
 struct DisptstCanvas {
-    unsigned char* pu8Pixels;  // only written
+    unsigned char* pu8Pixels;  // aligned to a pixel; only written
     std::uint32_t u32Limit;    // bytes that may be written
     std::uint32_t u32PitchPixels;
     std::uint32_t u32VisibleWidth;
     std::uint32_t u32BufferHeight;
 
-    // Where a pixel lies. With a visible width below the pitch every row is shifted right by the difference; hosts have
-    // been measuring on panels with that for years.
+    // Where a pixel lies. With a visible width below the pitch every row is shifted right by the difference: what
+    // is drawn on canvases of such widths has been measured with that.
     std::uint32_t offset(std::uint32_t x, std::uint32_t y) const {
         return 4 * (u32PitchPixels * (y + 1) + x - u32VisibleWidth);
     }

@@ -27,17 +27,18 @@ FAPI_API int a_vextvfapi_disp_init();
 // Returns 0; releases nothing.
 FAPI_API int a_vextvfapi_disp_deinit();
 
-// Makes a window the current one, which the display and display test modules act on: 0 and 1 are the high-definition
+// Makes a window the current one, which all operations on the display act on: 0 and 1 are the high-definition
 // windows, 2 is the standard-definition window. Returns 0 for every number; one that there is not is found out by the
 // next operation that wants the window.
 FAPI_API int a_vextvfapi_disp_switch_window(unsigned int index);
 
 // --- Screen capture --------------------------------------------------------------------------------------------------
 // Into a BMP file of 32 bits a pixel, rows from the bottom. A failed write is only logged: the file is short, and the
-// operation succeeds. After other failures what was opened until then stays open: locks, surfaces, handles. 0 or -1.
+// operation succeeds. After other failures what was opened until then stays open: locks, surfaces, handles;
+// a display window that a capture has opened stays open after a success, too. 0 or -1.
 
-// `captureType` 0 captures the surface on graphics layer 0, 1 the current window's picture, 2 the same with the
-// graphics over it (1920 x 1080). `path` is a path of the set.
+// `captureType` 0 captures the surface on graphics layer 0, 1 the current window's picture (1920 x 1080), 2 the same
+// with the graphics over it. `path` is a path of the set.
 FAPI_API int a_vextvfapi_disp_capture_screen_to_usb(const unsigned char* path, int captureType);
 
 // --- Picture ---------------------------------------------------------------------------------------------------------

@@ -52,8 +52,8 @@ FAPI_API int a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect(fapi_core::VexTv
 // Draws a piece of a BMP file, opaque. -1 when there is no canvas; 0 whatever is wrong with the file.
 FAPI_API int a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap(fapi_core::VexTvFApiGOPPatternBitmap_t bitmap);
 
-// Sets the color matrix of the canvas's layer, or of layer 0 when there is no canvas. -1 when the layer cannot be had
-// or refuses.
+// Sets the color matrix of the canvas's layer, or of layer 0 when the module has got hold of none. -1 when the layer
+// cannot be had or refuses.
 FAPI_API int a_vextvfapi_disptst_gop_pattern_set_attr(fapi_core::VexTvFApiGOPPatternAttr_t attr);
 
 // --- Video test patterns and burn-in ---------------------------------------------------------------------------------
@@ -65,9 +65,9 @@ FAPI_API int a_vextvfapi_disptst_init();
 FAPI_API int a_vextvfapi_disptst_deinit();
 
 // Burn-in: a thread that fills the current display window with one color after the other. Starts it (`on` not 0) with
-// red, blue, green, black and white of 200 ms each, or stops it. Returns once the thread runs or has stopped, at the
-// earliest after 100 ms, at the latest after 12 s. 0; -1 when it runs already, cannot start, or does not answer in
-// time; -4 without memory. A stop when nothing runs is a success.
+// red, blue, green, black and white of 200 ms each, or stops it. Returns once the thread runs or has stopped: after 100
+// ms at the earliest unless it is refused, after 12 s at the latest. 0; -1 when it runs already, cannot start, or does
+// not answer in time; -4 without memory for the parameter. A stop when nothing runs is a success.
 FAPI_API int a_vextvfapi_disptst_set_burning_mode(unsigned char on);
 
 // The same with the caller's colors, which are copied; they are needed for a stop too. Waits (interval + 10) seconds at
@@ -75,7 +75,7 @@ FAPI_API int a_vextvfapi_disptst_set_burning_mode(unsigned char on);
 // table.
 FAPI_API int a_vextvfapi_disptst_set_burning_mode_adv(unsigned char on, fapi_core::_VexFApiDisptstBurnModeParam* param);
 
-// Shows or hides layer `osdLayerId` (0 to 3) with its window. 0, -1 when there is no such layer or window, or the
+// Shows or hides graphics layer `osdLayerId` with its window. 0, -1 when there is no such layer or window, or the
 // status of a middleware code.
 FAPI_API int a_vextvfapi_disptst_set_osd_layer_on_off(int osdLayerId, unsigned char enable);
 
