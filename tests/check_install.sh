@@ -20,6 +20,13 @@ END
 VSET_DIR="$work/set" "$work/project/build/consumer"
 [ -f "$work/set/set.json" ] || { echo "the example made no set" >&2; exit 1; }
 
+# With the bench tool come its manual and what makes shells complete its words.
+if [ -e "$work/inst/bin/fapi" ]; then
+    for file in man/man1/fapi.1 bash-completion/completions/fapi zsh/site-functions/_fapi; do
+        [ -s "$work/inst/share/$file" ] || { echo "$file is not installed" >&2; exit 1; }
+    done
+fi
+
 pc=$(find "$work/inst" -name vextvfapi.pc)
 flags=$(PKG_CONFIG_PATH=$(dirname "$pc") pkg-config --cflags --libs vextvfapi)
 lib=$(dirname "$(dirname "$pc")")

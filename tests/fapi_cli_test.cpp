@@ -100,8 +100,8 @@ TEST_F(Cli, ListAndHelpComeFromTheTable) {
     const test::ProcessResult help = fapi({"help", "sys_copy_file"});
     EXPECT_THAT(help.strOutput, HasSubstr("sys_copy_file SOURCE DESTINATION [KEEP]\n"));
     EXPECT_THAT(help.strOutput, HasSubstr("overwrites the destination"));
-    const nlohmann::json json = fapiJson({"list"});
-    EXPECT_GT(json.size(), 50u);
+    const std::string strAll = fapi({"list", "--json"}).strOutput;
+    EXPECT_GT(std::count(strAll.begin(), strAll.end(), '\n'), 50);
     EXPECT_EQ(fapi({"--version"}).s32Exit, 0);
     EXPECT_THAT(fapi({"--help"}).strOutput, HasSubstr("Exit codes"));
 }

@@ -473,6 +473,7 @@ protected:
     struct Left {
         std::size_t handles;
         int s32Descriptors;
+        bool bRepeatable = false;  // of the operation, after a success
     };
     static Left left(const std::string& strExceptFamilies = "") {
         const std::vector<vset::OpenHandle> handles = vset::openHandles();
@@ -480,7 +481,7 @@ protected:
         const auto counts = std::count_if(handles.begin(), handles.end(), [&](const vset::OpenHandle& stHandle) {
             return stHandle.bPlayer || strExcepted.find(" " + stHandle.strFamily + " ") == std::string::npos;
         });
-        return {static_cast<std::size_t>(counts), test::openDescriptors()};
+        return {static_cast<std::size_t>(counts), test::openDescriptors(), false};
     }
 
     // What the operation leaves behind, run from the prepared state with a fault.
@@ -503,6 +504,10 @@ protected:
         if (!bCloseRefused) {
             EXPECT_LE(left(stSample.pszFailureLeavesOpen).handles, stBefore.handles + stClean.handles);
         }
+        // The next call works, where one can follow and nothing was left open.
+        if (stClean.bRepeatable && !bCloseRefused && *stSample.pszFailureLeavesOpen == '\0') {
+            EXPECT_TRUE(tool::invoke(operation, arguments).good) << "the next call";
+        }
         finish(stSample);
     }
 };
@@ -517,48 +522,79 @@ TEST_F(FaultSweep, CoversEveryOperation) {
     }
 }
 
-TEST_F(FaultSweep, NothingIsLeftBehind) {
-    for (const Sample& stSample : kSamples) {
-        const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
-        ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
-        SCOPED_TRACE(stSample.pszOperation);
-        if (stSample.bThread && test::kEmulated) {
-            continue;
-        }
+// One module's operations.
+class FaultSweepOf : public FaultSweep, public ::testing::WithParamInterface<const char*> {
+protected:
+    // How often calls of the middleware, and allocations, have failed.
+    std::size_t failed = 0;
 
-        prepare(stSample);
-        const Left stBefore = left();
-        const tool::Outcome outcome = tool::invoke(*pOperation, tool::parseArguments(*pOperation, stSample.words));
-        EXPECT_TRUE(outcome.good) << "the sample is to be a good call";
-        const std::size_t handles = left().handles;
-        const Left stClean = {handles > stBefore.handles ? handles - stBefore.handles : 0,
-                              left().s32Descriptors - stBefore.s32Descriptors};
-        EXPECT_EQ(stClean.handles, *stSample.pszMayLeaveOpen != '\0' ? stSample.leftBySuccess : 0u);
-        EXPECT_EQ(stClean.s32Descriptors, 0);
+    void sweep(const Sample& stSample, const tool::Operation& operation);
 
-        std::map<std::string, unsigned int> made;
-        for (const std::string& strCall : calls()) {
-            ++made[strCall];
+private:
+    // Once, and from there on.
+    void failWith(const Sample& stSample, const tool::Operation& operation, vset::Fault stFault, Left stClean) {
+        for (const unsigned int u32Times : {1u, 0u}) {
+            stFault.u32Times = u32Times;
+            runWith(stSample, operation, stFault, stClean);
+            ++failed;
         }
-        finish(stSample);
-        EXPECT_FALSE(made.empty()) << "belongs into kNoMiddleware";
-        for (const auto& [strCall, u32Count] : made) {
-            const bool bFile = strCall.rfind("HW_FS_", 0) == 0 && strCall != "HW_FS_Init";
-            for (unsigned int u32From = 1; u32From <= std::min(u32Count, kMostOfACall); ++u32From) {
-                for (const long long s64Result :
-                     bFile ? std::vector<long long>{-1, -2, 0} : std::vector<long long>{1, 3, 8}) {
-                    // A descriptor of 0 would be the test's own standard input.
-                    if (strCall == "HW_FS_Open" && s64Result == 0) {
-                        continue;
-                    }
-                    runWith(stSample, *pOperation, {strCall, s64Result, u32From}, stClean);
+    }
+};
+
+void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operation) {
+    prepare(stSample);
+    const Left stBefore = left();
+    const tool::Outcome outcome = tool::invoke(operation, tool::parseArguments(operation, stSample.words));
+    EXPECT_TRUE(outcome.good) << "the sample is to be a good call";
+    const std::size_t handles = left().handles;
+    Left stClean = {handles > stBefore.handles ? handles - stBefore.handles : 0,
+                    left().s32Descriptors - stBefore.s32Descriptors, false};
+    EXPECT_EQ(stClean.handles, *stSample.pszMayLeaveOpen != '\0' ? stSample.leftBySuccess : 0u);
+    EXPECT_EQ(stClean.s32Descriptors, 0);
+
+    std::map<std::string, unsigned int> made;
+    for (const std::string& strCall : calls()) {
+        ++made[strCall];
+    }
+    stClean.bRepeatable = tool::invoke(operation, tool::parseArguments(operation, stSample.words)).good;
+    finish(stSample);
+    EXPECT_FALSE(made.empty()) << "belongs into kNoMiddleware";
+    for (const auto& [strCall, u32Count] : made) {
+        const bool bFile = strCall.rfind("HW_FS_", 0) == 0 && strCall != "HW_FS_Init";
+        for (unsigned int u32From = 1; u32From <= std::min(u32Count, kMostOfACall); ++u32From) {
+            for (const long long s64Result :
+                 bFile ? std::vector<long long>{-1, -2, 0} : std::vector<long long>{1, 3, 8}) {
+                // A descriptor of 0 would be the test's own standard input.
+                if (strCall != "HW_FS_Open" || s64Result != 0) {
+                    failWith(stSample, operation, {strCall, s64Result, u32From}, stClean);
                 }
             }
         }
-        for (unsigned int u32From = 1; u32From <= 4; ++u32From) {
-            runWith(stSample, *pOperation, {vset::kAllocation, 0, u32From}, stClean);
-        }
+    }
+    for (unsigned int u32From = 1; u32From <= 4; ++u32From) {
+        failWith(stSample, operation, {vset::kAllocation, 0, u32From}, stClean);
     }
 }
+
+TEST_P(FaultSweepOf, LeavesNothingBehind) {
+    std::size_t operations = 0;
+    for (const Sample& stSample : kSamples) {
+        const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
+        ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
+        if (pOperation->module() == GetParam() && !(stSample.bThread && test::kEmulated)) {
+            SCOPED_TRACE(stSample.pszOperation);
+            sweep(stSample, *pOperation);
+            ++operations;
+        }
+    }
+    std::printf("fault sweep: %-8s %3zu operations, %5zu calls failed, %s\n", GetParam(), operations, failed,
+                HasFailure() ? "FINDINGS" : "no finding");
+    EXPECT_NE(operations, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modules, FaultSweepOf,
+                         ::testing::Values("aud", "common", "disp", "disptst", "info", "inpsrc", "net", "prphrl",
+                                           "sys"),
+                         [](const auto& module) { return std::string(module.param); });
 
 }  // namespace

@@ -374,7 +374,7 @@ TEST_F(PlanRun, ReportsHoldEverything) {
     // A run within the same second does not take their place.
     verdicts("step a\nsys_init\n");
     verdicts("step a\nsys_init\n");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(reports()), {}), 6);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(reports()), {}), 3 * 3 + 1) << "and the history";
 }
 
 TEST_F(PlanRun, DryRunAndBrokenPlansCallNothing) {

@@ -203,7 +203,7 @@ int a_vextvfapi_disp_get_pq_version(unsigned int bufLen, unsigned char* buf, fap
         FAPI_LOGE("[%s][%d] buffer is overflow, reject to copy data.\n\n", __func__, __LINE__);
         result = kCopyRejected;
     } else {
-        std::memcpy(buf, pszText, length);
+        std::memcpy(buf, pszText, length);  // NOLINT(bugprone-not-null-terminated-result): the caller gets no NUL
         FAPI_LOGD("[%s][%d] PQ version = %s \n\n", __func__, __LINE__, pszText);
     }
     lease.release();

@@ -37,9 +37,10 @@ enum TaskState : int { inited = 0, running = 1, stopped = 2, failed = 3 };
 using Table = std::unique_ptr<unsigned short[]>;
 
 Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
-    Table copy(new (std::nothrow) unsigned short[u32Entries * kComponents]);
-    if (copy != nullptr && u32Entries != 0) {
-        std::memcpy(copy.get(), pu16Table, u32Entries * kComponents * sizeof(unsigned short));
+    const std::size_t words = std::size_t{u32Entries} * kComponents;
+    Table copy(new (std::nothrow) unsigned short[words]);
+    if (copy != nullptr && words != 0) {
+        std::memcpy(copy.get(), pu16Table, words * sizeof(unsigned short));
     }
     return copy;
 }

@@ -26,19 +26,21 @@ constexpr unsigned int kTvStandardMax = E_HW_EXTIN_TV_SYSTEM_LAST;
 constexpr unsigned char kNoInput = 28;
 constexpr unsigned char kUnknownInput = 45;
 
+constexpr unsigned int kAnyNumber = std::numeric_limits<unsigned int>::max();
+
 struct SourceNumbers {
-    unsigned char u8First;
     unsigned int u32Indices;
+    unsigned char u8First;
     bool bSame;  // one number for all indices
 };
 constexpr SourceNumbers kSources[kTypes] = {
-    {23, 4, false},                                       // HDMI
-    {16, 3, false},                                       // YPbPr
-    {0, std::numeric_limits<unsigned int>::max(), true},  // VGA
-    {2, 8, false},                                        // CVBS
-    {11, 4, false},                                       // S-Video
-    {20, 2, false},                                       // SCART
-    {1, std::numeric_limits<unsigned int>::max(), true},  // video decoder
+    {4, 23, false},          // HDMI
+    {3, 16, false},          // YPbPr
+    {kAnyNumber, 0, true},   // VGA
+    {8, 2, false},           // CVBS
+    {4, 11, false},          // S-Video
+    {2, 20, false},          // SCART
+    {kAnyNumber, 1, true},   // video decoder
 };
 
 unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {

@@ -14,6 +14,7 @@ namespace vset {
 namespace {
 
 thread_local unsigned int t_u32HostPaths = 0;
+thread_local const char* t_pszPretended = nullptr;
 
 struct Tree {
     std::mutex mutex;
@@ -108,6 +109,11 @@ std::string hostPath(const std::string& strPath) {
     return toHost(strPath.c_str(), strBuffer);
 }
 
+bool isPretended(const char* pszPath) {
+    return t_pszPretended != nullptr && pszPath != nullptr && !areHostPaths() &&
+           std::strcmp(pszPath, t_pszPretended) == 0;
+}
+
 bool areHostPaths() {
     return t_u32HostPaths != 0;
 }
@@ -118,6 +124,14 @@ HostPaths::HostPaths() {
 
 HostPaths::~HostPaths() {
     --t_u32HostPaths;
+}
+
+PretendedFile::PretendedFile(const char* pszPath) {
+    t_pszPretended = pszPath;
+}
+
+PretendedFile::~PretendedFile() {
+    t_pszPretended = nullptr;
 }
 
 }  // namespace vset

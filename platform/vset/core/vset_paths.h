@@ -20,6 +20,9 @@ int serialPortOf(const char* pszPath);
 // The path to hand to the host for `pszPath`: itself, or one in `strBuffer` below the set's tree.
 const char* toHost(const char* pszPath, std::string& strBuffer);
 
+// Whether this thread is to find a file at `pszPath` whatever is there.
+bool isPretended(const char* pszPath);
+
 // Whether this thread's libc calls mean the host's paths.
 bool areHostPaths();
 

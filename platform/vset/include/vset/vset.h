@@ -59,6 +59,16 @@ public:
     HostPaths& operator=(const HostPaths&) = delete;
 };
 
+// While one lives, access() in this thread finds the file at this path of the set, whether it is there or not: a switch
+// that is on for one call, and a set that stays as it is. One at a time.
+class VSET_API PretendedFile {
+public:
+    explicit PretendedFile(const char* pszPath);
+    ~PretendedFile();
+    PretendedFile(const PretendedFile&) = delete;
+    PretendedFile& operator=(const PretendedFile&) = delete;
+};
+
 // --- Power -----------------------------------------------------------------------------------------------------------
 
 // Off and on again: all state outside the folder is lost, every handle is dead, every family must be initialised anew.

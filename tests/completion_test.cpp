@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+// What bash and zsh complete on the command line of the bench tool.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/tool_fixture.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+
+class Completion : public test::ToolTest {
+protected:
+    static std::vector<std::string> lines(const std::string& strText) {
+        std::istringstream stream(strText);
+        std::vector<std::string> all;
+        for (std::string strLine; std::getline(stream, strLine);) {
+            all.push_back(strLine);
+        }
+        return all;
+    }
+
+    std::vector<std::string> complete(const std::string& strRest) const {
+        const test::ProcessResult result = fapi({"complete", "fapi --set " + set() + " " + strRest});
+        EXPECT_EQ(result.s32Exit, strRest.find('"') == std::string::npos ? 0 : 2) << result.strError;
+        return lines(result.strOutput);
+    }
+
+    // What bash is told, with a file notes.txt and a folder records in the folder where it stands.
+    std::vector<std::string> completeInBash(const std::string& strRest) const {
+        const std::string strLine = std::string(FAPI_BINARY) + " " + strRest;
+        const std::string strScript = "cd '" + folder() + "'; source <('" FAPI_BINARY "' completion bash) || exit 9\n" +
+                                      "COMP_LINE='" + strLine + "' COMP_POINT=" + std::to_string(strLine.size()) +
+                                      "\n_fapi '" FAPI_BINARY "'\nprintf '%s\\n' \"${COMPREPLY[@]}\"";
+        const test::ProcessResult result = test::runProcess({"bash", "-c", strScript});
+        EXPECT_EQ(result.s32Exit, 0) << result.strError;
+        return lines(result.strOutput);
+    }
+};
+
+TEST_F(Completion, OffersWhatCanStandThere) {
+    fapi({"set", "create"});
+    fapi({"set", "put", "/mnt/usb/a.txt", "text:a"});
+    const struct {
+        const char* pszLine;
+        std::vector<std::string> all;
+    } rows[] = {
+        {"par", {"partition"}},
+        {"--json he", {"help"}},
+        {"call sys_check_f", {"sys_check_file", "sys_check_folder"}},
+        {"call a_vextvfapi_sys_check_fi", {"a_vextvfapi_sys_check_file"}},
+        {"call --no-init _bytes_to_i", {"_bytes_to_int"}},
+        {"help net_o", {"net_open"}},
+        {"call prphrl_enable_cec ", {"off", "on"}},
+        {"call prphrl_set_mic_led c", {"cycle"}},
+        {"call -- sys_set_wdt o", {"off", "on"}},
+        {"call sys_check_file /mnt/u", {"/mnt/usb/"}},
+        {"call sys_check_file /mnt/usb/", {"/mnt/usb/a.txt"}},
+        {"call sys_read_emmc ", {"factory", "misc", "persist"}},
+        {"call sys_init ", {}},
+        {"call sys_write_file /mnt/usb/b text:a ", {}},
+        {"set power", {"power-cycle"}},
+        {"set fac", {"factory"}},
+        {"set factory ", {"off", "on"}},
+        {"set jour", {}},
+        {"partition read m", {"misc"}},
+        {"partition read misc ", {":files"}},
+        {"run ", {":files"}},
+        {"run one.plan --report ", {":folders"}},
+        {"run one.plan two", {":files"}},
+        {"screen --what p", {"panel"}},
+        {"watch --module pr", {"prphrl"}},
+        {"watch --count ", {}},
+        {"partition read --le", {"--length"}},
+        {"partition read --js", {"--json"}},
+        {"call sys_write_file /mnt/usb/b \"text:a ", {}},
+        {"completion ", {"bash", "zsh"}},
+        {"nonsense ", {}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(complete(row.pszLine), row.all) << row.pszLine;
+    }
+    EXPECT_EQ(fapiJson({"set", "show"})["boots"], 2) << "completing switches no set on";
+}
+
+TEST_F(Completion, KnowsEveryCommand) {
+    EXPECT_THAT(complete(""), AllOf(IsSupersetOf({"call", "check", "completion", "help", "history", "list", "partition",
+                                                  "reference", "run", "screen", "set", "shell", "watch"}),
+                                    Not(Contains("complete"))));
+    EXPECT_THAT(complete("run --"), IsSupersetOf({"--fresh", "--report", "--dry-run", "--set", "--yes"}));
+}
+
+TEST_F(Completion, Bash) {
+    writeFile("notes.txt", "");
+    std::filesystem::create_directory(folder() + "/records");
+    EXPECT_THAT(completeInBash("call sys_check_f"), ElementsAre("sys_check_file", "sys_check_folder"));
+    EXPECT_THAT(completeInBash("aud"), ElementsAre("")) << "nothing";
+    EXPECT_THAT(completeInBash("run n"), ElementsAre("notes.txt"));
+    EXPECT_THAT(completeInBash("run --report "), ElementsAre("records"));
+    EXPECT_THAT(completeInBash("screen --what window:"), ElementsAre("")) << "bash has the part up to the colon";
+    EXPECT_THAT(completeInBash("call sys_write_file /mnt/usb/b text:a:b"), ElementsAre(""));
+}
+
+TEST_F(Completion, Zsh) {
+    if (test::runProcess({"sh", "-c", "command -v zsh"}).s32Exit != 0) {
+        GTEST_SKIP() << "there is no zsh";
+    }
+    writeFile("notes.txt", "");
+    std::filesystem::create_directories(folder() + "/functions");
+    writeFile("functions/_fapi", test::runProcess({FAPI_BINARY, "completion", "zsh"}).strOutput);
+    setenv("ZDOTDIR", folder().c_str(), 1);
+    const std::string strDirectory = std::filesystem::path(FAPI_BINARY).parent_path();
+    writeFile(".zshrc", "PS1='ready> '\npath=('" + strDirectory + "' $path)\nfpath=('" + folder() +
+                            "/functions' $fpath)\nautoload -U compinit\ncompinit -D -u\ncd '" + folder() + "'\n");
+    ASSERT_EQ(test::runProcess({FAPI_BINARY, "set", "create"}).s32Exit, 0);
+    const test::ProcessResult result =
+        test::runOnTerminal({"zsh", "-d", "-i"}, {{"ready> ", "fapi call sys_check_fi\t/ven\tfac\tb\tfac\t\r"},
+                                                  {"sys_check_file: ", "fapi check no\t\r"},
+                                                  {"notes.txt:1", "exit\r"}});
+    EXPECT_THAT(result.strOutput, HasSubstr("sys_check_file: 0 (ok)"));
+    EXPECT_THAT(result.strOutput, HasSubstr("notes.txt:1: the plan has no name"));
+}
+
+TEST_F(Completion, AnotherShellIsRefused) {
+    const test::ProcessResult result = fapi({"completion", "fish"});
+    EXPECT_EQ(result.s32Exit, 2);
+    EXPECT_THAT(result.strError, HasSubstr("expected bash or zsh"));
+    EXPECT_THAT(result.strOutput, IsEmpty());
+}
+
+}  // namespace

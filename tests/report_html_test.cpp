@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+// The report that people read: what is on the page, that hostile texts stay texts, and the log of what failed.
+#include <algorithm>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pugixml.hpp>
+
+#include "support/plan_fixture.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+class ReportHtml : public test::PlanTest {
+protected:
+    // Runs the plan and reads the page as XML, which is stricter than any browser.
+    void runPlan(const std::string& strText) {
+        verdicts(strText);
+        _strPage = readFile(reportFile(".html"));
+        const pugi::xml_parse_result parsed =
+            _document.load_string(_strPage.c_str(), pugi::parse_default | pugi::parse_doctype | pugi::parse_ws_pcdata);
+        ASSERT_TRUE(parsed) << parsed.description() << " at " << parsed.offset;
+    }
+
+    // All text below the elements that the path finds, one by one.
+    std::vector<std::string> texts(const std::string& strPath) const {
+        std::vector<std::string> found;
+        for (const auto& place : _document.select_nodes(strPath.c_str())) {
+            found.push_back(textOf(place.node()));
+        }
+        return found;
+    }
+    std::string text(const std::string& strPath) const { return textOf(_document.select_node(strPath.c_str()).node()); }
+    std::size_t count(const std::string& strPath) const { return _document.select_nodes(strPath.c_str()).size(); }
+    static std::string step(std::size_t number) { return "//section[@id='step-" + std::to_string(number) + "']"; }
+
+    std::string _strPage;
+    pugi::xml_document _document;
+
+private:
+    static std::string textOf(const pugi::xml_node& node) {
+        std::string strText = node.value();
+        for (const pugi::xml_node& child : node.children()) {
+            strText += textOf(child);
+        }
+        return strText;
+    }
+};
+
+std::string decoded(const std::string& strBase64) {
+    static const std::string strDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string strBytes;
+    unsigned int u32Bits = 0, u32Count = 0;
+    for (const char c : strBase64.substr(0, strBase64.find('='))) {
+        u32Bits = u32Bits << 6 | static_cast<unsigned int>(strDigits.find(c));
+        u32Count += 6;
+        if (u32Count >= 8) {
+            u32Count -= 8;
+            strBytes += static_cast<char>(u32Bits >> u32Count & 0xFF);
+        }
+    }
+    return strBytes;
+}
+
+TEST_F(ReportHtml, TellsVerdictStepsAndWhatFailed) {
+    runPlan(
+        "on-failure continue\n"
+        "step fine\nsys_init\n"
+        "step 'not there'\nsys_check_file /data/none\n"
+        "step again retry 8\nsys_check_file /data/none\n"
+        "teardown\nstep 'clean up'\nsys_init\n");
+    EXPECT_EQ(text("//header/div[@class='word']"), "FAILED");
+    EXPECT_EQ(text("//h1"), "Test");
+    EXPECT_THAT(texts("//header//span"), ElementsAre("2 passed", "2 failed"));
+    EXPECT_THAT(text("//dl[@class='facts']"), AllOf(HasSubstr("v1.0.0.13"), HasSubstr(set()), HasSubstr("1 times")));
+    EXPECT_THAT(texts("//table[1]/tbody/tr/td[2]"), ElementsAre("fine", "not there", "again", "clean up teardown"));
+    EXPECT_THAT(texts("//table[1]/tbody/tr/td[3]"), ElementsAre("passed", "failed", "failed", "passed"));
+    EXPECT_THAT(texts("//table[1]/tbody/tr/td[6]"), ElementsAre("1", "1", "9", "1"));
+    EXPECT_THAT(text("//table[1]/tbody/tr[2]/td[7]"), HasSubstr("line 6: sys_check_file /data/none answered -1"));
+    for (const auto& link : _document.select_nodes("//a")) {
+        const std::string strAnchor = link.node().attribute("href").as_string();
+        EXPECT_EQ(count("//*[@id='" + strAnchor.substr(1) + "']"), 1u) << strAnchor;
+    }
+    EXPECT_EQ(count(step(3) + "/details"), 6u) << "both ends of many attempts";
+    EXPECT_THAT(text(step(3) + "/p[@class='note']"), HasSubstr("3 more attempts"));
+    // Nothing is fetched from anywhere.
+    EXPECT_EQ(count("//script | //link | //iframe | //object"), 0u);
+    EXPECT_THAT(_strPage,
+                AllOf(testing::StartsWith("<!DOCTYPE html>"), Not(HasSubstr("http")), Not(HasSubstr("url("))));
+}
+
+TEST_F(ReportHtml, MeasurementsStandAgainstTheirLimits) {
+    runPlan(
+        "on-failure continue\n"
+        "step a\nsys_init\nset put /data/a text:AB\nsys_get_file_checksum /data/a\n"
+        "expect checksum in 100..200 margin 5\nexpect checksum in 130..200 margin 5\nexpect checksum in 131..131\n"
+        "step b\nsys_nty_event 7 -3\nexpect event 7 with value in -9223372036854775808..9223372036854775807 within 1s\n"
+        "expect status in 5..6\n");
+    const std::string strRows = "//h2[contains(., 'limits')]/following-sibling::table[1]/tbody/tr";
+    EXPECT_THAT(texts(strRows + "/td[3]"), ElementsAre("checksum", "checksum", "checksum", "event.value", "status"));
+    EXPECT_THAT(texts(strRows + "/td[4]"), ElementsAre("131", "131", "131", "-3", "0"));
+    EXPECT_THAT(texts(strRows + "/td[5]"), ElementsAre("100 to 200", "130 to 200", "131 to 131",
+                                                       "-9223372036854775808 to 9223372036854775807", "5 to 6"));
+    EXPECT_THAT(texts(strRows + "/td[6]"), ElementsAre("5", "5", "", "", ""));
+    EXPECT_THAT(texts(strRows + "/td[8]"), ElementsAre("passed", "marginal", "passed", "passed", "failed"));
+    std::vector<double> places;
+    for (const auto& place : _document.select_nodes((strRows + "//circle/@cx").c_str())) {
+        places.push_back(place.attribute().as_double());
+    }
+    ASSERT_EQ(places.size(), 5u);
+    EXPECT_NEAR(places[0], 48 + 31 * 1.44, 0.1) << "the limits are at 48 and 192 of 240";
+    EXPECT_NEAR(places[2], 120, 0.1);
+    EXPECT_NEAR(places[3], 120, 0.1);
+    EXPECT_LT(places[4], 48);
+    EXPECT_EQ(count(strRows + "//circle[@class='mark out']"), 1u);
+}
+
+TEST_F(ReportHtml, HostileTextsStayTexts) {
+    runPlan(
+        "step \"<b>\\\"bold\\\" & 'x'</b>\\x1b[31m\\xff\"\nsys_init\n"
+        "set put /data/x 'text:<script>alert(1)</script>'\nset get /data/x\n"
+        "expect content is-not 'text:</pre><img src=x onerror=alert(1)>'\n"
+        "set put /data/x hex:ff00013c\nset get /data/x\nsys_check_file '/data/</style><i>'\n");
+    EXPECT_EQ(count("//script | //b | //i | //section//img"), 0u);
+    EXPECT_THAT(text(step(1) + "//h3"), AllOf(HasSubstr("<b>\"bold\" & 'x'</b>"), HasSubstr("\xEF\xBF\xBD")));
+    EXPECT_THAT(text(step(1)), AllOf(HasSubstr("<script>alert(1)</script>"), HasSubstr("</pre><img src=x onerror"),
+                                     HasSubstr("/data/</style><i>")));
+    for (const char c : _strPage) {
+        EXPECT_TRUE(static_cast<unsigned char>(c) >= 0x20 || c == '\n') << static_cast<int>(c);
+    }
+}
+
+TEST_F(ReportHtml, PicturesAndDataAreOnThePage) {
+    runPlan(
+        "step a\nsys_init\ndisp_init\npicture one\ndisp_set_gamma_curve power:2.2 linear power:0.5\n"
+        "data curves gamma 0\ndata numbers values before=-10 after=30\n"
+        "sys_nty_event 7\nexpect event 7 within 1s\n");
+    ASSERT_EQ(_result.s32Exit, 0) << _result.strOutput;
+    const std::string strAddress = _document.select_node("//img/@src").attribute().value();
+    const std::string strStart = "data:image/png;base64,";
+    ASSERT_THAT(strAddress, testing::StartsWith(strStart));
+    const std::string strFile = report()["steps"][0]["pictures"][0]["file"];
+    EXPECT_EQ(decoded(strAddress.substr(strStart.size())), readFile(reports() + "/" + strFile));
+
+    ASSERT_EQ(count("//figure"), 2u);
+    EXPECT_THAT(texts("//figure/figcaption"), ElementsAre("curves", "numbers"));
+    EXPECT_EQ(count("//figure[1]//polyline"), 3u);
+    EXPECT_EQ(count("//figure[1]//polyline[@class='curve series-green']"), 1u);
+    EXPECT_THAT(texts("//figure[1]//span[@class='entry']"),
+                ElementsAre(HasSubstr("red: "), HasSubstr(" values, 0 to 65535"), HasSubstr("blue: ")));
+    EXPECT_THAT(texts("//figure[2]//td[@class='number']"), ElementsAre("-10", "30"));
+    EXPECT_EQ(texts("//svg[@class='moments']//circle").size(), 1u);
+}
+
+TEST_F(ReportHtml, TheLogOfAFailedAttemptIsKept) {
+    runPlan(
+        "on-failure continue\n"
+        "step good\nsys_init\nset put /data/there x\nsys_check_file /data/there\n"
+        "step bad\nsys_check_file /data/none\n"
+        "step 'the plan sees no switch'\n_common_init_debug_level\nexpect status is 0\n"
+        "step died\nsys_check_file /data/nowhere\nexpect status failed\nset power-cycle\n"
+        "sys_check_file /data/late\nexpect status failed\nsys_init\nsys_set_wdt on\nexpect no event 1 within 60s\n"
+        "teardown\nstep 'a new process'\nsys_init\nsys_check_file /data/gone\n");
+    EXPECT_EQ(count("//pre[@class='log']"), 3u);
+    EXPECT_THAT(text(step(2) + "//pre[@class='log']"), AllOf(HasSubstr("[E] <a_vextvfapi_sys_check_file:"),
+                                                             HasSubstr("/data/none"), Not(HasSubstr("/there"))));
+    EXPECT_THAT(text(step(4) + "//pre[@class='log']"),
+                AllOf(HasSubstr("/data/nowhere"), HasSubstr("a_vextvfapi_sys_set_wdt = 1"), Not(HasSubstr("/none"))));
+    EXPECT_THAT(text(step(5) + "//pre[@class='log']"), HasSubstr("/data/gone"));
+    EXPECT_THAT(_result.strError, Not(HasSubstr("(imp)"))) << "the terminal is not flooded";
+    EXPECT_EQ(report()["steps"][2]["verdict"], "passed");
+    EXPECT_FALSE(std::filesystem::exists(set() + "/tree/data/tvfapi_hal_debug"));
+}
+
+// What a plan switches on it gets to see as without a report.
+TEST_F(ReportHtml, ThePlansOwnLogStaysItsOwn) {
+    const std::string strPlan =
+        "step a\nset log on\nsys_init\nsys_check_file /data/none\nexpect status failed\n"
+        "set log off\nsys_check_file /data/still\nexpect status failed\n"
+        "sys_init\nsys_check_file /data/silent\n";
+    runPlan(strPlan);
+    EXPECT_THAT(_result.strError,
+                AllOf(HasSubstr("/data/none"), HasSubstr("/data/still"), Not(HasSubstr("/data/silent"))));
+    EXPECT_THAT(text("//pre[@class='log']"), AllOf(HasSubstr("/data/none"), HasSubstr("/data/silent")));
+    const std::string strFile = writeFile("log.plan", "plan log\n" + strPlan);
+    const std::string strAlone = fapi({"run", "--no-report", strFile}).strError;
+    EXPECT_THAT(strAlone, AllOf(HasSubstr("/data/none"), HasSubstr("/data/still"), Not(HasSubstr("/data/silent"))));
+}
+
+TEST_F(ReportHtml, ALongLogIsCutToItsEnd) {
+    std::string strPlan = "step a\nsys_init\n";
+    for (int i = 0; i < 450; ++i) {
+        strPlan += "sys_check_file /data/none" + std::to_string(i) + "\nexpect status failed\n";
+    }
+    runPlan(strPlan + "sys_check_file /data/end\n");
+    const std::string strLog = report()["steps"][0]["attempts"][0]["log"];
+    EXPECT_EQ(std::count(strLog.begin(), strLog.end(), '\n'), 401);
+    EXPECT_THAT(strLog, AllOf(testing::StartsWith("... what came before is not kept\n"), HasSubstr("none449"),
+                              HasSubstr("/data/end"), Not(HasSubstr("none100)"))));
+}
+
+}  // namespace

@@ -1,0 +1,398 @@
+// SPDX-License-Identifier: Apache-2.0
+// What runs leave behind: the history, and what a run that did not end can be gone on with.
+#include <csignal>
+#include <numeric>
+#include <sstream>
+#include <thread>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/plan_fixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+using Strings = std::vector<std::string>;
+
+constexpr char kGood[] = "plan Good\nstep a\ncommon_hw_err_msg 5\nexpect status in -8..-5\n";
+
+class RunHistory : public test::PlanTest {
+protected:
+    test::ProcessResult run(const std::string& strPlan, Strings words = {}) const {
+        words.insert(words.begin(), {"run", "--report", reports(), strPlan});
+        return fapi(words);
+    }
+    test::ProcessResult history(Strings words = {}) const {
+        words.insert(words.begin(), {"history", "--report", reports()});
+        return fapi(words);
+    }
+    // Of each run.
+    template <class Value>
+    std::vector<Value> listed(const char* pszField) const {
+        std::vector<Value> found;
+        std::istringstream lines(history({"--json"}).strOutput);
+        for (std::string strLine; std::getline(lines, strLine);) {
+            found.push_back(nlohmann::json::parse(strLine)[pszField].get<Value>());
+        }
+        return found;
+    }
+    std::string historyFile() const { return reports() + "/history.jsonl"; }
+
+    Strings unfinishedFiles() const {
+        Strings found;
+        for (const auto& entry : std::filesystem::directory_iterator(reports())) {
+            if (entry.path().extension() == ".unfinished") {
+                found.push_back(entry.path().string());
+            }
+        }
+        return found;
+    }
+
+    // Starts the words as a process, which gets the signal as soon as the file is there.
+    test::ProcessResult runUntil(Strings words, const std::string& strFile, int s32Signal) const {
+        const std::string strPid = folder() + "/pid";
+        std::string strCommand = "echo $$ >'" + strPid + "'; exec '" FAPI_BINARY "'";
+        for (const std::string& strWord : words) {
+            strCommand += " '" + strWord + "'";
+        }
+        std::filesystem::remove(strPid);
+        std::thread killer([&] {
+            for (int i = 0; i < 3000 && !std::filesystem::exists(strFile); ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+            EXPECT_EQ(kill(static_cast<pid_t>(std::stol(readFile(strPid))), s32Signal), 0);
+        });
+        const test::ProcessResult result = test::runProcess({"sh", "-c", strCommand});
+        killer.join();
+        return result;
+    }
+};
+
+TEST_F(RunHistory, EveryRunIsThereAndTheOldestAreForgotten) {
+    EXPECT_THAT(history().strOutput, IsEmpty());
+    const std::string strGood = writeFile("good.plan", kGood);
+    const std::string strBad = writeFile("bad.plan", "plan Bad\nstep a\nsys_check_file /data/none\nstep b\nsys_init\n");
+    EXPECT_EQ(run(strGood).s32Exit, 0);
+    EXPECT_EQ(run(strBad).s32Exit, 1);
+    EXPECT_EQ(fapi({"run", "--no-report", strGood}).s32Exit, 0);
+    EXPECT_THAT(listed<std::string>("verdict"), ElementsAre("passed", "failed"));
+    EXPECT_THAT(listed<int>("not_run"), ElementsAre(0, 1));
+
+    EXPECT_EQ(run(strGood, {"--repeat", "4", "--keep", "3"}).s32Exit, 0);
+    EXPECT_THAT(listed<int>("id"), ElementsAre(4, 5, 6));
+
+    const nlohmann::json last = fapiJson({"history", "show", "last", "--report", reports()});
+    EXPECT_EQ(last["id"], 6);
+    EXPECT_EQ(last["plan"], "Good");
+    EXPECT_TRUE(std::filesystem::exists(reports() + "/" + last["report"].get<std::string>() + ".json"));
+    EXPECT_THAT(last["steps"][0]["measurements"].dump(), R"([{"name":"common_hw_err_msg status","value":-6}])");
+    EXPECT_THAT(history({"show", "5"}).strOutput, HasSubstr("common_hw_err_msg status = -6"));
+    for (const char* pszWrong : {"1", "7", "first", "-1"}) {
+        EXPECT_EQ(history({"show", "--", pszWrong}).s32Exit, 2) << pszWrong;
+    }
+}
+
+TEST_F(RunHistory, ComparesTwoRuns) {
+    const std::string strPlan = writeFile("p.plan",
+                                          "plan P\nstep same\nsys_init\nstep slow\nsys_init\nstep value\n"
+                                          "common_hw_err_msg 5\nexpect status in -8..-1\nstep gone\nsys_init\n");
+    EXPECT_EQ(run(strPlan).s32Exit, 0);
+    writeFile("p.plan",
+              "plan P\non-failure continue\nstep same\nsys_init\nstep slow\nsys_init\nexpect no event 1 within 100ms\n"
+              "step value\ncommon_hw_err_msg 6\nexpect status in -8..-1\nstep fresh\nsys_check_file /data/none\n");
+    EXPECT_EQ(run(strPlan).s32Exit, 1);
+
+    Strings found;
+    std::istringstream lines(history({"compare", "1", "last", "--json"}).strOutput);
+    for (std::string strLine; std::getline(lines, strLine);) {
+        const nlohmann::json json = nlohmann::json::parse(strLine);
+        found.push_back(json["step"].get<std::string>() + ": " + json["what"].get<std::string>());
+    }
+    EXPECT_THAT(found, ElementsAre("slow: seconds", "value: common_hw_err_msg status", "fresh: new", "gone: missing"));
+    const std::string strText = history({"compare", "1", "2"}).strOutput;
+    EXPECT_THAT(strText, HasSubstr("value: common_hw_err_msg status -6 -> -3\n"));
+    EXPECT_THAT(strText, HasSubstr("fresh: new (failed)\n"));
+    EXPECT_THAT(history({"compare", "2", "2"}).strOutput, HasSubstr("no differences"));
+    EXPECT_EQ(history({"compare", "2"}).s32Exit, 2);
+}
+
+TEST_F(RunHistory, DamagedLinesAreNamedAndLeftOut) {
+    const std::string strPlan = writeFile("good.plan", kGood);
+    EXPECT_EQ(run(strPlan, {"--repeat", "2"}).s32Exit, 0);
+    const std::string strLines = readFile(historyFile());
+    const std::string strFirst = strLines.substr(0, strLines.find('\n') + 1);
+    writeFile("reports/history.jsonl",
+              std::string("{\"id\":7}\n\n[]\n\xff\xfe\n") + strFirst + "{\"id\":\"1\"}\n" + strLines.substr(0, 200));
+    const test::ProcessResult result = history();
+    EXPECT_EQ(result.s32Exit, 0);
+    for (const int line : {1, 2, 3, 4, 6, 7}) {
+        EXPECT_THAT(result.strError, HasSubstr(historyFile() + ":" + std::to_string(line) + ": is damaged"));
+    }
+    EXPECT_THAT(result.strError, Not(HasSubstr(":5: ")));
+    EXPECT_EQ(run(strPlan).s32Exit, 0);
+    EXPECT_THAT(listed<int>("id"), ElementsAre(1, 2));
+}
+
+// What cannot be written leaves the history as it was, and the run says so.
+TEST_F(RunHistory, AFullDisk) {
+    const std::string strPlan = writeFile("good.plan", kGood);
+    EXPECT_EQ(run(strPlan).s32Exit, 0);
+    std::filesystem::create_symlink("/dev/full", historyFile() + ".new");
+    const test::ProcessResult full = run(strPlan);
+    EXPECT_EQ(full.s32Exit, 3);
+    EXPECT_THAT(full.strError, HasSubstr("history.jsonl.new: No space left on device"));
+    EXPECT_THAT(listed<int>("id"), ElementsAre(1));
+    EXPECT_EQ(run(strPlan).s32Exit, 0) << "there is space again";
+
+    nlohmann::json large = nlohmann::json::parse(readFile(historyFile()).substr(0, readFile(historyFile()).find('\n')));
+    large["id"] = 3;
+    large["plan"] = std::string(6000000, 'x');
+    const std::string strBefore = readFile(historyFile()) + large.dump() + "\n";
+    writeFile("reports/history.jsonl", strBefore);
+    const test::ProcessResult limited = test::runProcess({"sh", "-c",
+                                                          "ulimit -f 4000; exec '" FAPI_BINARY "' --set '" + set() +
+                                                              "' run --report '" + reports() + "' '" + strPlan + "'"});
+    EXPECT_EQ(limited.s32Exit, 3) << limited.strError;
+    EXPECT_THAT(limited.strError, HasSubstr("history.jsonl.new: File too large"));
+    EXPECT_EQ(readFile(historyFile()), strBefore);
+}
+
+TEST_F(RunHistory, RunsAtTheSameTime) {
+    const std::string strPlan = writeFile("good.plan", kGood);
+    std::vector<std::thread> runs;
+    for (int i = 0; i < 4; ++i) {
+        runs.emplace_back([&] { EXPECT_EQ(run(strPlan, {"--fresh", "--repeat", "5"}).s32Exit, 0); });
+    }
+    for (std::thread& thread : runs) {
+        thread.join();
+    }
+    std::vector<int> expected(20);
+    std::iota(expected.begin(), expected.end(), 1);
+    EXPECT_EQ(listed<int>("id"), expected);
+}
+
+TEST_F(RunHistory, RepeatsUntilAFailure) {
+    // Passes once for each set.
+    const std::string strPlan = writeFile("once.plan",
+                                          "plan Once\nstep quick\nsys_init\nstep once\nsys_check_file /data/was\n"
+                                          "expect status failed\nexpect no event 1 within 30ms\nset put /data/was x\n");
+    const test::ProcessResult stopped = run(strPlan, {"--repeat", "forever", "--until-failure"});
+    EXPECT_EQ(stopped.s32Exit, 1);
+    EXPECT_THAT(stopped.strOutput, HasSubstr("plan \"Once\": 2 runs, 1 passed, 1 failed; "));
+    EXPECT_THAT(stopped.strOutput, HasSubstr("slowest step: \"once\" of run 1, "));
+    EXPECT_EQ(listed<int>("id").size(), 2u);
+
+    const test::ProcessResult all = run(strPlan, {"--repeat", "3", "--fresh", "--json"});
+    EXPECT_EQ(all.s32Exit, 0);
+    EXPECT_THAT(all.strOutput, HasSubstr(R"({"plan":"Once","runs":3,"passed":3,"failed":0,"seconds":{)"));
+    for (const char* pszWrong : {"0", "x", "1000001"}) {
+        EXPECT_EQ(run(strPlan, {"--repeat", pszWrong}).s32Exit, 2) << pszWrong;
+    }
+    EXPECT_EQ(run(strPlan, {"--until-failure"}).s32Exit, 2);
+}
+
+// --- Resumed runs ----------------------------------------------------------------------------------------------------
+
+class Resume : public RunHistory {
+protected:
+    void SetUp() override {
+        RunHistory::SetUp();
+        _strPlan = writeFile("p.plan", planText());
+    }
+
+    // Its first step passes once; "wait" is where it can be hit.
+    std::string planText() const {
+        return R"(plan P
+step once
+    sys_init
+    sys_check_file /data/was
+    expect status failed
+    set put /data/was hex:00ff22
+    sys_read_file /data/was
+    keep was data
+step wait
+    sys_get_emmc_env_var model
+    sys_read_file /data/was
+    expect data is ${was}
+    set put /data/ready x
+    set get /data/go
+step after
+    sys_get_emmc_env_var model
+teardown
+step clean
+    sys_init
+    set put /data/cleaned ${was}
+)";
+    }
+
+    // Stops in "wait", where "set get" reads a pipe that nobody writes to.
+    test::ProcessResult stopInWait(int s32Signal, Strings words = {}) const {
+        std::filesystem::remove_all(set());
+        EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
+        EXPECT_EQ(mkfifo((set() + "/tree/data/go").c_str(), 0600), 0);
+        words.insert(words.begin(), {"--set", set(), "run", "--report", reports(), _strPlan});
+        const test::ProcessResult result = runUntil(words, set() + "/tree/data/ready", s32Signal);
+        std::filesystem::remove(set() + "/tree/data/go");
+        std::ofstream(set() + "/tree/data/go") << "go";
+        return result;
+    }
+    Strings verdictsNow() const {
+        Strings found;
+        const nlohmann::json json = report();
+        for (const auto& step : json["steps"]) {
+            found.push_back(step["verdict"]);
+        }
+        return found;
+    }
+    test::ProcessResult resume(Strings words = {}) const {
+        words.insert(words.begin(), {"run", "--resume", "--report", reports(), _strPlan});
+        return fapi(words);
+    }
+
+    std::string _strPlan;
+};
+
+TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
+    const struct {
+        int signal;
+        int exit;
+        bool cleaned;
+    } rows[] = {{SIGKILL, 128 + SIGKILL, false}, {SIGINT, 4, true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.signal);
+        std::filesystem::remove_all(reports());
+        EXPECT_EQ(stopInWait(row.signal).s32Exit, row.exit);
+        EXPECT_EQ(std::filesystem::exists(set() + "/tree/data/cleaned"), row.cleaned);
+        EXPECT_EQ(unfinishedFiles().size(), 1u);
+
+        const test::ProcessResult result = resume();
+        EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;
+        EXPECT_THAT(result.strOutput, HasSubstr("resumed at step 2: wait\n"));
+        EXPECT_THAT(verdictsNow(), ElementsAre("passed", "passed", "passed", "passed"));
+        EXPECT_EQ(report()["resumed"], true);
+        EXPECT_EQ(report()["steps"][0]["attempts"][0]["commands"].size(), 4u) << "what was done before is there, too";
+        EXPECT_TRUE(std::filesystem::exists(set() + "/tree/data/cleaned"));
+        EXPECT_THAT(unfinishedFiles(), IsEmpty());
+        EXPECT_EQ(listed<std::string>("verdict").back(), "passed");
+
+        const test::ProcessResult again = resume();
+        EXPECT_EQ(again.s32Exit, 2);
+        EXPECT_EQ(again.strError, "fapi: " + reports() + ": no run is unfinished, there is nothing to resume\n");
+    }
+}
+
+TEST_F(Resume, ALineThatWasBeingWrittenDoesNotCount) {
+    stopInWait(SIGKILL);
+    ASSERT_EQ(unfinishedFiles().size(), 1u);
+    std::ofstream(unfinishedFiles()[0], std::ios::app) << R"({"step":1,"stopped":false,"calls":[],"ke)";
+    EXPECT_EQ(resume().s32Exit, 0);
+    EXPECT_THAT(verdictsNow(), ElementsAre("passed", "passed", "passed", "passed"));
+}
+
+// After a failure only the teardown was left to do.
+TEST_F(Resume, InTheTeardownOnlyItGoesOn) {
+    _strPlan = writeFile("p.plan",
+                         "plan P\nstep bad\nsys_check_file /data/none\nstep never\nsys_init\nteardown\n"
+                         "step first\nsys_init\nset put /data/ready x\nset get /data/go\nstep second\nsys_init\n");
+    EXPECT_EQ(stopInWait(SIGKILL).s32Exit, 128 + SIGKILL);
+    EXPECT_EQ(resume().s32Exit, 1);
+    EXPECT_THAT(verdictsNow(), ElementsAre("failed", "not run", "passed", "passed"));
+}
+
+// The temporary set is there as long as nobody removes it.
+TEST_F(Resume, OnATemporarySet) {
+    setenv("TMPDIR", folder().c_str(), 1);
+    _strPlan = writeFile("p.plan",
+                         "plan P\nstep a\nsys_init\nset put /data/was x\nstep b\nsys_check_file /data/was\n"
+                         "expect no event 1 within 5s\nsys_init\n");
+    const auto stop = [&] {
+        std::filesystem::remove_all(reports());
+        std::filesystem::create_directory(reports());
+        // Its first step has ended when there is a second line.
+        std::thread killer([&] {
+            for (int i = 0; i < 3000; ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                const Strings files = unfinishedFiles();
+                if (!files.empty() && readFile(files[0]).find("\"step\":0") != std::string::npos) {
+                    break;
+                }
+            }
+            writeFile("ready", "");
+        });
+        runUntil({"run", "--fresh", "--report", reports(), _strPlan}, folder() + "/ready", SIGKILL);
+        killer.join();
+        std::filesystem::remove(folder() + "/ready");
+    };
+    const auto sets = [&] {
+        Strings found;
+        for (const auto& entry : std::filesystem::directory_iterator(folder())) {
+            if (entry.path().filename().string().rfind("fapi-set-", 0) == 0) {
+                found.push_back(entry.path().string());
+            }
+        }
+        return found;
+    };
+    const auto resumeAny = [&] {
+        return test::runProcess({FAPI_BINARY, "run", "--resume", "--report", reports(), _strPlan});
+    };
+    stop();
+    EXPECT_EQ(sets().size(), 1u);
+    EXPECT_EQ(resumeAny().s32Exit, 0);
+    EXPECT_THAT(sets(), IsEmpty()) << "it passed";
+
+    stop();
+    ASSERT_EQ(sets().size(), 1u);
+    std::filesystem::remove_all(sets()[0]);
+    const test::ProcessResult gone = resumeAny();
+    EXPECT_EQ(gone.s32Exit, 2);
+    EXPECT_THAT(gone.strError, HasSubstr("the temporary set is gone, the run on it cannot be resumed"));
+    unsetenv("TMPDIR");
+}
+
+TEST_F(Resume, WhatItRefuses) {
+    stopInWait(SIGKILL);
+    const std::string strOther = writeFile("other.plan", "plan Other\nstep a\nsys_init\n");
+    const std::string strFaults = writeFile("a.faults", "HW_FS_Sync 3\n");
+    const struct {
+        Strings words;
+        const char* error;
+    } rows[] = {
+        {{"--set", set(), "run", "--resume", "--report", reports(), strOther}, "p.plan, not of "},
+        {{"--set", set(), "run", "--resume", "--report", reports(), _strPlan, strOther}, "--resume takes one plan"},
+        {{"--set", set() + "2", "run", "--resume", "--report", reports(), _strPlan},
+         "the unfinished run is on the set"},
+        {{"--set", set(), "run", "--resume", "--report", reports(), "--faults", strFaults, _strPlan}, "had no faults"},
+        {{"--set", set(), "run", "--resume", "--report", folder() + "/none", _strPlan}, "there is nothing to resume"},
+        {{"run", "--resume", "--fresh", _strPlan}, "excludes"},
+        {{"run", "--resume", "--no-report", _strPlan}, "excludes"},
+        {{"run", "--resume", "--repeat", "2", _strPlan}, "excludes"},
+    };
+    const std::string strBoots = readFile(set() + "/set.json");
+    for (const auto& row : rows) {
+        Strings words = row.words;
+        words.insert(words.begin(), FAPI_BINARY);
+        const test::ProcessResult result = test::runProcess(words);
+        EXPECT_EQ(result.s32Exit, 2) << row.error;
+        EXPECT_THAT(result.strError, HasSubstr(row.error));
+    }
+    writeFile("p.plan", planText() + "# changed\n");
+    EXPECT_THAT(resume().strError, HasSubstr("p.plan: has changed since the run that was to be resumed began"));
+    writeFile("p.plan", planText());
+    EXPECT_EQ(readFile(set() + "/set.json"), strBoots) << "nothing was called";
+    EXPECT_FALSE(std::filesystem::exists(folder() + "/none"));
+
+    // Another run on the set is the end of what was unfinished there.
+    EXPECT_EQ(run(strOther).s32Exit, 0);
+    EXPECT_THAT(unfinishedFiles(), IsEmpty());
+    EXPECT_EQ(resume().s32Exit, 2);
+}
+
+}  // namespace
