@@ -2,11 +2,12 @@
 // What can stand next on a line of the shell.
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "color.h"
 #include "command.h"
+#include "output.h"
 #include "shell.h"
-#include "vset/flash.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -15,16 +16,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> operationNames() {
+// Short names, unless a full one has been begun.
+std::vector<std::string> operationNames(const std::string& start) {
     std::vector<std::string> names;
     for (const Operation& operation : operations()) {
-        names.push_back(operation.shortName());
+        const bool isFull = start.size() > 1 && std::string_view(operation.name).rfind(start, 0) == 0;
+        names.push_back(isFull ? operation.name : operation.shortName());
     }
     return names;
 }
 
-std::vector<std::string> firstWords() {
-    std::vector<std::string> names = operationNames();
+std::vector<std::string> firstWords(const std::string& start) {
+    std::vector<std::string> names = operationNames(start);
     names.insert(names.end(), {"help", "list", "quit", "screen", "set", "watch"});
     return names;
 }
@@ -38,37 +41,26 @@ std::vector<std::string> handNames() {
 }
 
 // The set's paths that begin as `start` does; folders end in a slash.
-std::vector<std::string> setPaths(const std::string& start) {
-    if (start.find('/') == std::string::npos || vset::folder().empty()) {
+std::vector<std::string> setPaths(const std::string& folder, const std::string& start) {
+    if (start.find('/') == std::string::npos || folder.empty()) {
         return {"/data/", "/mnt/usb/", "/vendor/"};
     }
     const std::string parent = start.substr(0, start.rfind('/') + 1);
-    const std::string host = parent == "/" ? vset::folder() + "/tree/" : vset::hostPath(parent);
     const vset::HostPaths hostPaths;
     std::vector<std::string> paths;
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(host, error)) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder + "/tree" + parent, error)) {
         paths.push_back(parent + entry.path().filename().string() + (entry.is_directory(error) ? "/" : ""));
     }
     return paths;
 }
 
-std::vector<std::string> partitionNames() {
-    std::vector<std::string> names;
-    if (!vset::folder().empty()) {
-        for (const auto& [name, size] : vset::flash::partitions()) {
-            names.push_back(name);
-        }
-    }
-    return names;
-}
-
-std::vector<std::string> argumentValues(const Argument& argument, const std::string& start) {
+std::vector<std::string> argumentValues(const Argument& argument, const LinePlace& place) {
     switch (argument.kind) {
         case Kind::path:
-            return setPaths(start);
+            return setPaths(place.folder, place.start);
         case Kind::partition:
-            return partitionNames();
+            return partitionNames(place.folder);
         case Kind::flag:
             return {"off", "on"};
         case Kind::color:
@@ -86,34 +78,6 @@ std::vector<std::string> argumentValues(const Argument& argument, const std::str
             break;
     }
     return {};
-}
-
-// What may stand at the place behind `words`.
-std::vector<std::string> candidates(const Words& words, const std::string& start) {
-    if (words.empty()) {
-        return firstWords();
-    }
-    const std::vector<Argument>* arguments = nullptr;
-    std::size_t place = words.size() - 1;
-    if (words[0] == "help") {
-        return operationNames();
-    }
-    if (words[0] == "watch") {
-        return {"off", "on"};
-    }
-    if (words[0] == "set") {
-        if (words.size() == 1) {
-            return handNames();
-        }
-        const Hand* hand = findHand(words[1]);
-        arguments = hand != nullptr ? &hand->arguments : nullptr;
-        --place;
-    } else {
-        const Operation* operation = findOperation(words[0]);
-        arguments = operation != nullptr ? &operation->arguments : nullptr;
-    }
-    return arguments != nullptr && place < arguments->size() ? argumentValues((*arguments)[place], start)
-                                                             : std::vector<std::string>();
 }
 
 // Takes the word that the cursor stands in off the words of the line; empty behind a blank.
@@ -139,22 +103,71 @@ std::string commonStart(const std::vector<std::string>& found) {
 
 }  // namespace
 
-std::vector<std::string> completions(const std::string& line) {
-    std::vector<std::string> found;
-    try {
-        Words words = splitWords(line);
-        const std::string start = lastWord(line, words);
-        for (std::string& candidate : candidates(words, start)) {
-            if (candidate.compare(0, start.size(), start) == 0) {
-                found.push_back(std::move(candidate));
-            }
+// From the set's own file: it need not be switched on, and another process may have it.
+std::vector<std::string> partitionNames(const std::string& folder) {
+    const vset::HostPaths hostPaths;
+    std::ifstream file(folder + "/set.json");
+    const Json set = Json::parse(file, nullptr, false);
+    std::vector<std::string> names;
+    if (set.is_object() && set.contains("partitions") && set["partitions"].is_object()) {
+        for (const auto& [name, size] : set["partitions"].items()) {
+            names.push_back(name);
         }
+    }
+    return names;
+}
+
+std::vector<std::string> candidates(const LinePlace& place) {
+    const Words& words = place.words;
+    if (words.empty()) {
+        return firstWords(place.start);
+    }
+    const std::vector<Argument>* arguments = nullptr;
+    std::size_t index = words.size() - 1;
+    if (words[0] == "help") {
+        return operationNames(place.start);
+    }
+    if (words[0] == "watch") {
+        return {"off", "on"};
+    }
+    if (words[0] == "set") {
+        if (words.size() == 1) {
+            return handNames();
+        }
+        const Hand* hand = findHand(words[1]);
+        arguments = hand != nullptr ? &hand->arguments : nullptr;
+        --index;
+    } else {
+        const Operation* operation = findOperation(words[0]);
+        arguments = operation != nullptr ? &operation->arguments : nullptr;
+    }
+    return arguments != nullptr && index < arguments->size() ? argumentValues((*arguments)[index], place)
+                                                             : std::vector<std::string>();
+}
+
+LinePlace placeOf(const std::string& line) {
+    LinePlace place;
+    place.words = splitWords(line);
+    place.start = lastWord(line, place.words);
+    place.folder = vset::folder();
+    return place;
+}
+
+std::vector<std::string> startingWith(std::vector<std::string> texts, const std::string& start) {
+    const auto isOther = [&](const std::string& text) { return text.compare(0, start.size(), start) != 0; };
+    texts.erase(std::remove_if(texts.begin(), texts.end(), isOther), texts.end());
+    std::sort(texts.begin(), texts.end());
+    return texts;
+}
+
+std::vector<std::string> completions(const std::string& line) {
+    try {
+        const LinePlace place = placeOf(line);
+        return startingWith(candidates(place), place.start);
     } catch (const UsageError&) {
         // Inside a quote that is still open nothing can be added.
         return {};
     }
-    std::sort(found.begin(), found.end());
-    return found;
 }
 
 std::string completion(const std::string& line) {
@@ -162,8 +175,7 @@ std::string completion(const std::string& line) {
     if (found.empty()) {
         return {};
     }
-    Words words = splitWords(line);
-    std::string rest = commonStart(found).substr(lastWord(line, words).size());
+    std::string rest = commonStart(found).substr(placeOf(line).start.size());
     if (!rest.empty()) {
         rest = quoteWord(rest);
     }

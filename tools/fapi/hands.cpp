@@ -154,8 +154,8 @@ std::vector<Hand> setHands() {
 const std::vector<Hand>& hands() {
     static const std::vector<Hand> all = [] {
         std::vector<Hand> rows;
-        for (std::vector<Hand> some : {setHands(), boardHands(), chipHands(), displayHands(), hdmiHands(), panelHands(),
-                                       serialHands(), soundHands()}) {
+        for (std::vector<Hand> some : {setHands(), boardHands(), chipHands(), displayHands(), hdmiHands(), inputHands(),
+                                       panelHands(), pictureHands(), serialHands(), soundHands()}) {
             std::move(some.begin(), some.end(), std::back_inserter(rows));
         }
         return rows;

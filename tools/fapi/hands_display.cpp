@@ -2,10 +2,11 @@
 // What a person sees of the set's display windows, display output and capture unit, and does to them.
 #include "color.h"
 #include "command.h"
-#include "hw3/hw_extin.h"
+#include "input_words.h"
 #include "panel_words.h"
 #include "vset/cap.h"
 #include "vset/dispout.h"
+#include "vset/tuner.h"
 
 namespace tool {
 
@@ -51,12 +52,6 @@ void freezeVideo(Call& call) {
 }
 
 std::vector<Hand> windowHands() {
-    const std::vector<Choice> inputs = {{"hdmi", E_HW_EXTIN_TYPE_HDMI},     {"ypbpr", E_HW_EXTIN_TYPE_YPBPR},
-                                        {"vga", E_HW_EXTIN_TYPE_VGA},       {"cvbs", E_HW_EXTIN_TYPE_CVBS},
-                                        {"svideo", E_HW_EXTIN_TYPE_SVIDEO}, {"scart", E_HW_EXTIN_TYPE_SCART},
-                                        {"vd", E_HW_EXTIN_TYPE_VD}};
-    const Argument type = {"type", Kind::choice, "the input's kind", 0, kU32Max, inputs};
-    const Argument index = {"index", Kind::number, "the input's number among its kind", 0, kU32Max};
     return {
         {"window",
          "Show a display window.",
@@ -91,7 +86,7 @@ std::vector<Hand> windowHands() {
          true},
         {"connect-input",
          "Connect an external input to a display window.",
-         {windowNumber(), type, index},
+         {windowNumber(), inputType(), inputIndex()},
          {},
          [](Call& call) {
              vset::disp::connectInput(call.number<unsigned int>(0),
@@ -145,6 +140,17 @@ constexpr Holding windowHolding(const char* name) {
     return {name, [] { vset::disp::hold(number); }, [] { vset::disp::release(number); }};
 }
 
+template <unsigned int slot>
+constexpr Holding tunerHolding(const char* name) {
+    return {name, [] { vset::tuner::hold(slot); }, [] { vset::tuner::release(slot); }};
+}
+
+// The first input of a kind.
+template <std::uint32_t type>
+constexpr Holding inputHolding(const char* name) {
+    return {name, [] { vset::extin::hold(type, 0); }, [] { vset::extin::release(type, 0); }};
+}
+
 const Holding kHoldings[] = {
     windowHolding<0>("window-0"),
     windowHolding<1>("window-1"),
@@ -152,6 +158,12 @@ const Holding kHoldings[] = {
     {"controller", vset::disp::holdController, vset::disp::releaseController},
     {"output", vset::dispout::hold, vset::dispout::release},
     {"capture", vset::cap::hold, vset::cap::release},
+    inputHolding<E_HW_EXTIN_TYPE_VGA>("vga"),
+    inputHolding<E_HW_EXTIN_TYPE_YPBPR>("ypbpr"),
+    inputHolding<E_HW_EXTIN_TYPE_SCART>("scart"),
+    inputHolding<E_HW_EXTIN_TYPE_VD>("vd"),
+    tunerHolding<0>("tuner-0"),
+    tunerHolding<1>("tuner-1"),
 };
 
 void player(Call& call) {
@@ -184,7 +196,7 @@ std::vector<Hand> unitHands() {
          capture,
          true},
         {"player",
-         "Have the set's player open a part of the display, or close it.",
+         "Have the set's player open a part of the display, an input or a tuner, or close it.",
          {{"part", Kind::choice, "what", 0, 0, holdings}, {"state", Kind::flag, "on or off"}},
          {},
          player,

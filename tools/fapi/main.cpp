@@ -9,10 +9,13 @@
 #include "output.h"
 #include "partition_commands.h"
 #include "plan.h"
+#include "reference.h"
+#include "run_history.h"
 #include "screen.h"
 #include "shell.h"
 #include "vset/vset.h"
 #include "watch.h"
+#include "word_completion.h"
 
 namespace {
 
@@ -38,7 +41,7 @@ int callOperation(const GlobalOptions& options, const Words& words, bool noInit,
     }
     const Outcome outcome = command.run();
     printOutcome(command, outcome, options.json);
-    const bool written = writeOutput(command, outcome, output);
+    const bool written = writeOutput(command, outcome, output, options.json);
     return outcome.good && written ? kExitGood : kExitFailed;
 }
 
@@ -88,6 +91,8 @@ public:
         addWatch();
         addScreen();
         addPlans();
+        addHistory();
+        addTexts();
     }
 
     int run(int argc, char** argv) {
@@ -219,7 +224,8 @@ private:
     CLI::App* addTransfer(CLI::App* partition, const char* name, const char* help,
                           int (*action)(const GlobalOptions&, const PartitionOptions&)) {
         CLI::App* command = partition->add_subcommand(name, help);
-        command->add_option("NAME", _partition.partition, "The partition; \"fapi set show\" tells all")->required();
+        command->add_option("PARTITION", _partition.partition, "The partition; \"fapi set show\" tells all")
+            ->required();
         command->add_option("FILE", _partition.file, "The file of this PC")->required()->check(notEmpty());
         command->add_option("--offset", _partition.offset, "The first byte in the partition")
             ->type_name("N")
@@ -265,10 +271,19 @@ private:
     void addPlans() {
         CLI::App* run = _app.add_subcommand("run", "Run factory-line plans");
         run->add_option("PLAN", _words)->required();
-        run->add_flag("--fresh", _run.fresh, "Run on a new set, removed afterwards");
+        CLI::Option* fresh = run->add_flag("--fresh", _run.fresh, "Run on a new set, removed afterwards");
         run->add_option("--report", _run.report, "Folder for the reports")->type_name("DIR");
-        run->add_flag("--no-report", _run.noReport, "Write no report");
-        run->add_flag("--dry-run", _run.dryRun, "Only print what would be done");
+        CLI::Option* noReport = run->add_flag("--no-report", _run.noReport, "Write no report");
+        CLI::Option* dryRun = run->add_flag("--dry-run", _run.dryRun, "Only print what would be done");
+        CLI::Option* repeat =
+            run->add_option("--repeat", _run.repeat, "Run them so many times, or forever")->type_name("N|forever");
+        run->add_flag("--until-failure", _run.untilFailure, "Stop at the first run that does not pass")->needs(repeat);
+        run->add_flag("--resume", _run.resume, "Go on with the run of this plan that did not end, at its last step")
+            ->excludes(fresh, noReport, dryRun, repeat);
+        addFaults(run);
+        run->add_option("--keep", _run.keep, "How many runs the history keeps; 100 when left out")
+            ->type_name("N")
+            ->check(numberUpTo(100000));
         run->callback([this] {
             _action = [this] {
                 _run.files = _words;
@@ -279,8 +294,72 @@ private:
         });
 
         CLI::App* check = _app.add_subcommand("check", "Check plans without running them");
-        check->add_option("PLAN", _words)->required();
-        check->callback([this] { _action = [this] { return checkPlans(_words); }; });
+        CLI::Option* checked = check->add_option("PLAN", _words);
+        CLI::Option* faults = addFaults(check);
+        check->callback([this, checked, faults] {
+            if (checked->count() + faults->count() == 0) {
+                throw CLI::RequiredError("PLAN");
+            }
+            _action = [this] { return checkPlans(_words, _run.faults, _options.json); };
+        });
+    }
+
+    CLI::Option* addFaults(CLI::App* command) {
+        return command->add_option("--faults", _run.faults, "File of faults that the run is to meet")
+            ->type_name("FILE")
+            ->check(notEmpty());
+    }
+
+    void addHistory() {
+        CLI::App* history = _app.add_subcommand("history", "List the runs of plans, or look at one");
+        history->add_option("--report", _history.report, "Folder of the reports")->type_name("DIR");
+        addHistoryAction(history, listHistory);
+        CLI::App* show = history->add_subcommand("show", "Show the steps of a run");
+        show->add_option("RUN", _history.runs, "Its number, or last")->required()->expected(1);
+        addHistoryAction(show, showHistory);
+        CLI::App* compare = history->add_subcommand("compare", "Show what differs between two runs");
+        compare->add_option("RUN", _history.runs, "Their numbers, or last")->required()->expected(2);
+        addHistoryAction(compare, compareHistory);
+        history->require_subcommand(0, 1);
+    }
+
+    void addHistoryAction(CLI::App* command, int (*action)(const HistoryOptions&)) {
+        command->callback([this, command, action] {
+            // A command's own comes first, and then the one that it belongs to.
+            if (command->get_subcommands().empty()) {
+                _action = [this, action] {
+                    _history.json = _options.json;
+                    return action(_history);
+                };
+            }
+        });
+    }
+
+    // What shells and the folder of documents take from here.
+    void addTexts() {
+        _app.add_subcommand("reference", "Print the reference of all operations, as Markdown")->callback([this] {
+            _action = [] { return print(reference()); };
+        });
+        CLI::App* script = _app.add_subcommand("completion", "Print what makes bash or zsh complete the words of fapi");
+        script->add_option("SHELL", _word, "bash or zsh")->required();
+        script->callback([this] { _action = [this] { return print(completionScript(_word)); }; });
+        // For those scripts, and not offered.
+        CLI::App* complete = _app.add_subcommand("complete", "Print what the end of a command line can become");
+        complete->group("");
+        complete->add_option("LINE", _word)->required();
+        complete->callback([this] {
+            _action = [this] {
+                for (const std::string& text : commandCompletions(_app, _word)) {
+                    printLine(text);
+                }
+                return kExitGood;
+            };
+        });
+    }
+
+    static int print(const std::string& text) {
+        std::fputs(text.c_str(), dataOutput());
+        return kExitGood;
     }
 
     CLI::App _app{"Bench tool of the factory API: calls its operations on a virtual set.", "fapi"};
@@ -295,12 +374,21 @@ private:
     WatchOptions _watch;
     ScreenOptions _screen;
     RunOptions _run;
+    HistoryOptions _history;
 };
+
+// Known also when the command line is wrong.
+bool wantsJson(int argc, char** argv) {
+    const auto isEnd = [](const char* word) { return std::string_view(word) == "--"; };
+    const auto isJson = [](const char* word) { return std::string_view(word) == "--json"; };
+    return std::any_of(argv, std::find_if(argv, argv + argc, isEnd), isJson);
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
     separateOutputs();
+    const bool json = wantsJson(argc, argv);
     try {
         const int code = CommandLine(argv).run(argc, argv);
         if (isOutputWritten()) {
@@ -309,13 +397,10 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "fapi: standard output cannot be written\n");
         return code == kExitGood ? kExitFailed : code;
     } catch (const UsageError& error) {
-        std::fprintf(stderr, "fapi: %s\n", error.what());
+        printError(error.what(), json);
         return kExitUsage;
-    } catch (const vset::SetError& error) {
-        std::fprintf(stderr, "fapi: %s\n", error.what());
-        return kExitSet;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "fapi: %s\n", error.what());
+        printError(error.what(), json);
         return kExitSet;
     }
 }

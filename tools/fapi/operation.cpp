@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "color.h"
+#include "examples.h"
 #include "words.h"
 
 namespace tool {
@@ -19,9 +20,10 @@ constexpr std::string_view kPrefix = "a_vextvfapi_";
 std::vector<Operation> allOperations() {
     std::vector<Operation> all;
     for (std::vector<Operation> some :
-         {audOperations(), chipOperations(), commonOperations(), dispOperations(), disptstOperations(),
-          eventOperations(), hdmiOperations(), iicAndGpioOperations(), infoOperations(), keypadOperations(),
-          netOperations(), prphrlOperations(), storageOperations(), sysOperations()}) {
+         {audOperations(), chipOperations(), commonOperations(), dispOperations(), dispPictureOperations(),
+          disptstOperations(), eventOperations(), hdmiOperations(), iicAndGpioOperations(), infoOperations(),
+          inpsrcOperations(), keypadOperations(), netOperations(), prphrlOperations(), storageOperations(),
+          sysOperations()}) {
         std::move(some.begin(), some.end(), std::back_inserter(all));
     }
     std::sort(all.begin(), all.end(), [](const Operation& left, const Operation& right) {
@@ -29,13 +31,6 @@ std::vector<Operation> allOperations() {
         return leftModule != rightModule ? leftModule < rightModule : std::strcmp(left.name, right.name) < 0;
     });
     return all;
-}
-
-std::string upper(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return result;
 }
 
 std::string rangeText(const Argument& argument) {
@@ -50,32 +45,8 @@ std::string choiceText(const Argument& argument) {
     return argument.max != 0 ? text + ", or a number from " + rangeText(argument) : text;
 }
 
-// What is expected of an argument, for help and for error messages.
-std::string expectation(const Argument& argument) {
-    switch (argument.kind) {
-        case Kind::number:
-            return "a number from " + rangeText(argument);
-        case Kind::flag:
-            return "on or off";
-        case Kind::choice:
-            return "one of " + choiceText(argument);
-        case Kind::text:
-            return argument.max != 0 ? "a text of at most " + std::to_string(argument.max) + " characters" : "a text";
-        case Kind::path:
-            return "a path";
-        case Kind::partition:
-            return "the name of a partition";
-        case Kind::color:
-            return colorExpectation();
-        case Kind::bytes:
-            return argument.max != 0 ? "bytes (text:..., hex:..., repeat:N:..., file:...), " + rangeText(argument)
-                                     : "bytes (text:..., hex:..., repeat:N:..., file:...)";
-    }
-    return {};
-}
-
 [[noreturn]] void refuse(const Argument& argument, const std::string& word) {
-    throw UsageError(upper(argument.name) + " is " + display(word, 40) + ", expected " + expectation(argument));
+    throw UsageError(argumentName(argument) + " is " + display(word, 40) + ", expected " + expectation(argument));
 }
 
 long long parseFlag(const Argument& argument, const std::string& word) {
@@ -151,6 +122,36 @@ Value parseArgument(const Argument& argument, const std::string& word) {
 
 }  // namespace
 
+std::string argumentName(const Argument& argument) {
+    std::string name = argument.name;
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return name;
+}
+
+std::string expectation(const Argument& argument) {
+    switch (argument.kind) {
+        case Kind::number:
+            return "a number from " + rangeText(argument);
+        case Kind::flag:
+            return "on or off";
+        case Kind::choice:
+            return "one of " + choiceText(argument);
+        case Kind::text:
+            return argument.max != 0 ? "a text of at most " + std::to_string(argument.max) + " characters" : "a text";
+        case Kind::path:
+            return "a path";
+        case Kind::partition:
+            return "the name of a partition";
+        case Kind::color:
+            return colorExpectation();
+        case Kind::bytes:
+            return argument.max != 0 ? "bytes (text:..., hex:..., repeat:N:..., file:...), " + rangeText(argument)
+                                     : "bytes (text:..., hex:..., repeat:N:..., file:...)";
+    }
+    return {};
+}
+
 const Value* Outcome::find(std::string_view name) const {
     for (const auto& [outputName, value] : outputs) {
         if (outputName == name) {
@@ -194,7 +195,9 @@ std::string Operation::module() const {
         return "common";
     }
     rest.remove_prefix(kPrefix.size());
-    return std::string(rest.substr(0, rest.find('_')));
+    const std::string_view module = rest.substr(0, rest.find('_'));
+    // The display's writer of BMP files does not name its module.
+    return std::string(module == "output" ? "disp" : module);
 }
 
 std::string Operation::shortName() const {
@@ -229,7 +232,7 @@ const Operation* findOperation(std::string_view name) {
 std::string argumentsUsage(const std::vector<Argument>& arguments) {
     std::string text;
     for (const Argument& argument : arguments) {
-        const std::string word = upper(argument.name);
+        const std::string word = argumentName(argument);
         text += argument.byDefault != nullptr ? " [" + word + "]" : " " + word;
     }
     return text;
@@ -238,7 +241,7 @@ std::string argumentsUsage(const std::vector<Argument>& arguments) {
 std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vector<Output>& outputs) {
     std::string text;
     for (const Argument& argument : arguments) {
-        text += "  " + upper(argument.name) + ": " + argument.help + "; " + expectation(argument);
+        text += "  " + argumentName(argument) + ": " + argument.help + "; " + expectation(argument);
         if (argument.byDefault != nullptr) {
             text += "; " + quoteWord(argument.byDefault) + " when left out";
         }
@@ -256,7 +259,7 @@ std::vector<Value> parseWords(const std::vector<Argument>& arguments, const std:
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const Argument& argument = arguments[i];
         if (i >= words.size() && argument.byDefault == nullptr) {
-            throw UsageError(upper(argument.name) + " is missing, expected " + expectation(argument));
+            throw UsageError(argumentName(argument) + " is missing, expected " + expectation(argument));
         }
         values.push_back(parseArgument(argument, i < words.size() ? words[i] : argument.byDefault));
     }
@@ -325,6 +328,26 @@ std::string statusWord(Result result, long long status) {
     return "failed";
 }
 
+const char* resultText(Result result) {
+    switch (result) {
+        case Result::status:
+            return "0 success, negative failure";
+        case Result::oneIsGood:
+            return "1 success, 0 failure";
+        case Result::zeroOr255:
+            return "0 success, 255 failure";
+        case Result::value:
+            return "the value itself";
+        case Result::alwaysFails:
+            return "-1, also when all went well";
+        case Result::countOrNegative:
+            return "how many, or a descriptor; negative failure";
+        case Result::nothing:
+            return "none";
+    }
+    return "";
+}
+
 std::string usage(const Operation& operation) {
     return operation.shortName() + argumentsUsage(operation.arguments);
 }
@@ -334,6 +357,10 @@ std::string describe(const Operation& operation) {
     text += argumentsHelp(operation.arguments, operation.outputs);
     if (operation.destroys != nullptr) {
         text += std::string("  Asks first, because it ") + operation.destroys + ".\n";
+    }
+    text += std::string("  Result: ") + resultText(operation.result) + '\n';
+    if (const Example* example = exampleOf(operation)) {
+        text += std::string("  Example: ") + example->line + '\n';
     }
     return text + "  Full name: " + operation.name;
 }

@@ -138,6 +138,13 @@ Outcome invoke(const Operation& operation, const std::vector<Value>& arguments);
 // "ok", "failed", "invalid parameter", ... for a result of that kind.
 std::string statusWord(Result result, long long status);
 
+// "0 success, negative failure"
+const char* resultText(Result result);
+
+// How an argument is written in usage lines, and what is expected of it.
+std::string argumentName(const Argument& argument);
+std::string expectation(const Argument& argument);
+
 // The help of one operation, several lines, without a newline at the end.
 std::string describe(const Operation& operation);
 
@@ -157,11 +164,13 @@ std::vector<Operation> audOperations();
 std::vector<Operation> chipOperations();
 std::vector<Operation> commonOperations();
 std::vector<Operation> dispOperations();
+std::vector<Operation> dispPictureOperations();
 std::vector<Operation> disptstOperations();
 std::vector<Operation> eventOperations();  // the event trio of all modules
 std::vector<Operation> hdmiOperations();
 std::vector<Operation> iicAndGpioOperations();
 std::vector<Operation> infoOperations();
+std::vector<Operation> inpsrcOperations();
 std::vector<Operation> keypadOperations();
 std::vector<Operation> netOperations();
 std::vector<Operation> prphrlOperations();

@@ -13,15 +13,8 @@ namespace tool::aud {
 
 // --- What the rows share ---------------------------------------------------------------------------------------------
 
-Output chip() {
-    return {"chip", "what the chip holds now of that"};
-}
-
 long long changed(Call& call, int status, ChipWords words) {
-    if (status == 0 && !vset::folder().empty()) {
-        call.out("chip", words(call));
-    }
-    return status;
+    return tool::changed(call, status, [&] { return words(call); });
 }
 
 Argument enable() {

@@ -6,18 +6,16 @@
 #include <memory>
 #include <utility>
 
+#include "chip_words.h"
 #include "number_list.h"
 #include "operation.h"
 
 namespace tool::aud {
 
-// An operation that changes the chip has this output.
-Output chip();
-
 // The words for what a call has set.
 using ChipWords = std::string (*)(Call& call);
 
-// The status of an operation that has changed the chip when it is 0; then the words are put out.
+// As tool::changed().
 long long changed(Call& call, int status, ChipWords words);
 
 // Calls an operation that takes numbers by address. Each has storage of its own, so that a sanitizer sees a byte too

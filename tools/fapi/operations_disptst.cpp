@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "a_vextvfapi_disptst.h"
+#include "chip_words.h"
 #include "color.h"
 #include "operation.h"
 #include "panel_words.h"
@@ -42,20 +43,6 @@ Argument attribute(const char* name) {
 
 Argument gain(const char* name) {
     return {name, Kind::number, "gain, 1024 is 1", 0, kU16Max, {}, "1024"};
-}
-
-Output chip() {
-    return {"chip", "what the chip holds now of that"};
-}
-
-using ChipWords = std::string (*)();
-
-// The status of an operation that has changed the chip when it is 0; then the words are put out.
-long long changed(Call& call, int status, ChipWords words) {
-    if (status == 0 && !vset::folder().empty()) {
-        call.out("chip", words());
-    }
-    return status;
 }
 
 // --- Canvas ----------------------------------------------------------------------------------------------------------

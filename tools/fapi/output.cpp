@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "examples.h"
 #include "session.h"
 #include "vset/vset.h"
 
@@ -154,8 +155,12 @@ Json toJson(const Operation& operation) {
     for (const Output& output : operation.outputs) {
         json["outputs"].push_back({{"name", output.name}, {"help", output.help}, {"bytes", output.isBytes}});
     }
+    json["result"] = resultText(operation.result);
     if (operation.destroys != nullptr) {
         json["destroys"] = operation.destroys;
+    }
+    if (const Example* example = exampleOf(operation)) {
+        json["example"] = {{"before", example->before}, {"line", example->line}};
     }
     return json;
 }
@@ -178,15 +183,21 @@ void printLine(std::string line) {
     std::fflush(dataOutput());
 }
 
+void printError(const std::string& message, bool json) {
+    std::fprintf(stderr, "fapi: %s\n", message.c_str());
+    if (json) {
+        printLine(jsonLine({{"error", message}}));
+    }
+}
+
 void printOperations(const std::string& pattern, bool json) {
-    Json all = Json::array();
     std::string module;
     for (const Operation& operation : operations()) {
         if (operation.shortName().find(pattern) == std::string::npos) {
             continue;
         }
         if (json) {
-            all.push_back(toJson(operation));
+            printLine(jsonLine(toJson(operation)));
             continue;
         }
         if (operation.module() != module) {
@@ -194,9 +205,6 @@ void printOperations(const std::string& pattern, bool json) {
             printLine(module + ":");
         }
         printLine("  " + usage(operation) + "\n      " + operation.help);
-    }
-    if (json) {
-        printLine(jsonLine(all));
     }
 }
 
@@ -221,14 +229,14 @@ void checkOutput(const Command& command, const std::string& file) {
     }
 }
 
-bool writeOutput(const Command& command, const Outcome& outcome, const std::string& file) {
+bool writeOutput(const Command& command, const Outcome& outcome, const std::string& file, bool json) {
     if (file.empty()) {
         return true;
     }
     const auto isBytes = [](const auto& output) { return std::holds_alternative<Bytes>(output.second); };
     const auto found = std::find_if(outcome.outputs.begin(), outcome.outputs.end(), isBytes);
     if (!outcome.good || found == outcome.outputs.end()) {
-        std::fprintf(stderr, "fapi: %s has failed, %s is not written\n", nameOf(command).c_str(), file.c_str());
+        printError(nameOf(command) + " has failed, " + file + " is not written", json);
         return false;
     }
     const Bytes& bytes = std::get<Bytes>(found->second);
@@ -236,7 +244,7 @@ bool writeOutput(const Command& command, const Outcome& outcome, const std::stri
     std::ofstream stream(file, std::ios::binary);
     stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (!stream.flush()) {
-        std::fprintf(stderr, "fapi: %s: cannot be written: %s\n", file.c_str(), std::strerror(errno));
+        printError(file + ": cannot be written: " + std::strerror(errno), json);
         return false;
     }
     return true;

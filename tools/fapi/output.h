@@ -32,11 +32,13 @@ void printEvent(const Event& event, bool json);
 void checkOutput(const Command& command, const std::string& file);
 // Writes the first bytes of the outcome to `file`, of this PC. False, and a message on standard error, when the command
 // has failed or the file cannot be written.
-bool writeOutput(const Command& command, const Outcome& outcome, const std::string& file);
+bool writeOutput(const Command& command, const Outcome& outcome, const std::string& file, bool json);
 // Usage and help of the operations whose short name holds `pattern`.
 void printOperations(const std::string& pattern, bool json);
 // The description of one operation. Throws UsageError for an unknown name.
 void printDescription(const std::string& name, bool json);
+// "fapi: ..." on standard error; programs get an object with "error" on standard output, too.
+void printError(const std::string& message, bool json);
 // In one piece, whatever other threads print.
 void printLine(std::string line);
 

@@ -2,12 +2,13 @@
 // What the set shows, in words.
 #include "panel_words.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <iterator>
 
 #include "color.h"
-#include "hw3/hw_extin.h"
+#include "input_words.h"
 
 namespace tool {
 
@@ -33,9 +34,11 @@ const char* patternName(std::uint32_t mode) {
     return mode < std::size(kNames) ? kNames[mode] : "?";
 }
 
-const char* inputName(std::uint32_t type) {
-    constexpr const char* kNames[] = {"HDMI", "YPbPr", "VGA", "CVBS", "S-Video", "SCART", "VD"};
-    return type < std::size(kNames) ? kNames[type] : "input";
+bool hasQuality(const vset::disp::Window& window) {
+    return std::any_of(window.pictureParameters.begin(), window.pictureParameters.end(), [](const auto& sent) {
+        const std::uint32_t number = sent.first & 0xFFFF;
+        return number == E_HW_DISP_PICTURE_PQ_BLOCK || number == E_HW_DISP_PICTURE_PQ_MASTER;
+    });
 }
 
 // The switch in a picture parameter that was sent, or "?".
@@ -128,10 +131,8 @@ std::string surfaceLines() {
 std::string sourceWords(const vset::disp::Window& window) {
     std::string text;
     if (window.video) {
-        char rate[24];
-        std::snprintf(rate, sizeof(rate), "%.3f", window.video->u32FrameRate / 1000.0);
-        text = "video " + std::to_string(window.video->u16Width) + "x" + std::to_string(window.video->u16Height) +
-               (window.video->u8Interlaced != 0 ? "i " : "p ") + rate + " Hz";
+        const HW_VIDEO_Info_t& video = *window.video;
+        text = "video " + timingWords(video.u16Width, video.u16Height, video.u8Interlaced != 0, video.u32FrameRate);
     }
     if (window.input) {
         text += (text.empty() ? "" : " and ") + std::string(inputName(window.input->u32Type)) + " " +
@@ -167,7 +168,7 @@ std::string windowWords(unsigned int number) {
     if (window.testPattern.u32Enable != 0) {
         text += "; pattern " + patternWords(window);
     }
-    if (!window.pictureParameters.empty()) {
+    if (hasQuality(window)) {
         text += "; quality " + qualityWords(window);
     }
     return text;

@@ -131,8 +131,9 @@ int report(const GlobalOptions& options, const PartitionOptions& wanted, std::ui
     return kExitGood;
 }
 
-int complain(const PartitionOptions& wanted, const Stopped& stopped, const std::string& leftBehind) {
-    std::fprintf(stderr, "fapi: %s: %s; %s\n", wanted.partition.c_str(), stopped.why.c_str(), leftBehind.c_str());
+int complain(const GlobalOptions& options, const PartitionOptions& wanted, const Stopped& stopped,
+             const std::string& leftBehind) {
+    printError(wanted.partition + ": " + stopped.why + "; " + leftBehind, options.json);
     return stopped.exitCode;
 }
 
@@ -214,7 +215,7 @@ int readPartition(const GlobalOptions& options, const PartitionOptions& wanted) 
             file.append(std::get<Bytes>(*outcome.find("data")));
         });
     } catch (const Stopped& stopped) {
-        return complain(wanted, stopped, file.giveUp());
+        return complain(options, wanted, stopped, file.giveUp());
     }
     return report(options, wanted, length, "read into");
 }
@@ -237,7 +238,7 @@ int writePartition(const GlobalOptions& options, const PartitionOptions& wanted)
             written += size;
         });
     } catch (const Stopped& stopped) {
-        return complain(wanted, stopped, std::to_string(written) + " bytes are written");
+        return complain(options, wanted, stopped, std::to_string(written) + " bytes are written");
     }
     return report(options, wanted, length, "written from");
 }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "command.h"
+#include "fault_file.h"
 #include "picture_source.h"
 #include "session.h"
 
@@ -26,11 +27,17 @@ struct RunOptions {
     bool noReport = false;
     bool dryRun = false;
     bool json = false;  // a JSON object for every step on standard output
+    bool resume = false;
+    std::string faults;  // file of faults; empty: none
+    std::string repeat;  // how often, or "forever"; empty: once
+    bool untilFailure = false;
+    std::size_t keep = 100;  // runs in the history
 };
 
-// `fapi run` and `fapi check`. Both return an exit code; problems go to standard error.
+// `fapi run` and `fapi check`. Both return an exit code; problems go to standard error, and for programs as objects to
+// standard output, too.
 int runPlans(const RunOptions& options);
-int checkPlans(const std::vector<std::string>& files);
+int checkPlans(const std::vector<std::string>& files, const std::string& faults, bool json);
 
 // --- What a plan is made of ------------------------------------------------------------------------------------------
 
@@ -74,12 +81,18 @@ struct Keep {
 constexpr const char* kEventFields[] = {"value", "text", "bytes"};
 constexpr std::string_view kEventPrefix = "event.";
 
+enum class LineKind {
+    command,
+    picture,  // parsePicture() reads it
+    data      // PlanData reads it
+};
+
 struct PlanLine {
     unsigned int line = 0;
     Words words;
     // Empty while words hold ${NAME}: the command is then made when the values are known.
     std::optional<Command> command;
-    bool isPicture = false;  // has no command but parsePicture()
+    LineKind kind = LineKind::command;
     std::vector<Expectation> expectations;
     std::vector<Keep> keeps;
 
@@ -100,6 +113,9 @@ struct Plan {
     std::string file;
     std::string name;
     std::vector<Step> steps;
+    std::vector<PlanFault> faults;  // that a run of it is to meet
+    // By these a changed file is known; that of the faults is empty without a file of them.
+    std::string hash, faultsHash;
 };
 
 struct Problem {
@@ -117,6 +133,12 @@ Expectation parseExpectation(const Words& words);
 // Reads "[is|contains|...] VALUE" from words[i] on into a condition that has its subject. Returns the place behind it.
 // Throws UsageError.
 std::size_t readCondition(const Words& words, std::size_t i, Condition& condition);
+
+// A number, or a text that is one: what a range is about. False for anything else.
+bool asNumber(const Value& value, long long& number);
+
+// Whether the word can be a part of a file's name wherever that goes.
+bool isFileName(const std::string& word);
 
 // "picture NAME [WHAT]"
 struct PictureLine {
@@ -141,6 +163,9 @@ std::vector<std::string> variablesOf(std::string_view word);
 
 // The word with the values in place of its ${NAME}. Throws UsageError when a name has no value.
 std::string substitute(const std::string& word, const Variables& variables);
+
+// The words with one that its argument accepts in place of each that holds ${NAME}, from words[first] on.
+Words withAnyValues(Words words, std::size_t first, const std::vector<Argument>& arguments);
 
 // The command of a line that holds ${NAME}, as if each had a value that fits: the rest of the line is checked, and the
 // outputs are known. Throws UsageError.

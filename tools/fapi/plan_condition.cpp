@@ -100,15 +100,6 @@ std::string asText(const Value& value) {
     return {bytes.begin(), bytes.end()};
 }
 
-bool asNumber(const Value& value, long long& number) {
-    if (const auto* whole = std::get_if<long long>(&value)) {
-        number = *whole;
-        return true;
-    }
-    const auto* text = std::get_if<std::string>(&value);
-    return text != nullptr && parseNumber(*text, number);
-}
-
 bool isEqual(const Value& value, const std::string& expected) {
     if (const auto* number = std::get_if<long long>(&value)) {
         long long wanted = 0;
@@ -164,6 +155,15 @@ Judgement judgeValue(const Condition& condition, const Value& value, const std::
 }
 
 }  // namespace
+
+bool asNumber(const Value& value, long long& number) {
+    if (const auto* whole = std::get_if<long long>(&value)) {
+        number = *whole;
+        return true;
+    }
+    const auto* text = std::get_if<std::string>(&value);
+    return text != nullptr && parseNumber(*text, number);
+}
 
 std::size_t readCondition(const Words& words, std::size_t i, Condition& condition) {
     const auto compare = i < words.size() ? compares().find(words[i]) : compares().end();

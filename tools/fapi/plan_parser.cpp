@@ -4,6 +4,7 @@
 #include <set>
 
 #include "plan.h"
+#include "plan_data.h"
 
 namespace tool {
 
@@ -65,6 +66,8 @@ private:
                 addKeep(words);
             } else if (words[0] == "picture") {
                 addPicture(words);
+            } else if (words[0] == "data") {
+                addData(words);
             } else {
                 addCommand(words);
             }
@@ -167,23 +170,29 @@ private:
 
     void addPicture(const Words& words) {
         PlanLine& line = addLine(words);
-        line.isPicture = true;
+        line.kind = LineKind::picture;
         _silent = "a picture";
-        for (const std::string& word : words) {
-            useVariables(word);
-        }
+        useVariables(words);
         const PictureLine picture = parsePicture(words);
         if (!_pictures.insert(picture.name).second) {
             throw UsageError("there is a picture " + picture.name + " already");
         }
     }
 
+    void addData(const Words& words) {
+        PlanLine& line = addLine(words);
+        line.kind = LineKind::data;
+        _silent = "data";
+        useVariables(words);
+        const PlanData data = PlanData::parse(words);
+        if (!_data.insert(data.name()).second) {
+            throw UsageError("there are data " + data.name() + " already");
+        }
+    }
+
     void addCommand(const Words& words) {
         PlanLine& line = addLine(words);
-        bool usesVariables = false;
-        for (const std::string& word : words) {
-            usesVariables = useVariables(word) || usesVariables;
-        }
+        const bool usesVariables = useVariables(words);
         const Command command = usesVariables ? commandWithAnyValues(words) : Command::parse(words);
         if (command.endsProcess()) {
             _silent = command.isPowerCycle() ? "a power cycle" : "a reboot";
@@ -204,6 +213,15 @@ private:
             }
         }
         return !names.empty();
+    }
+
+    // True when any of them does.
+    bool useVariables(const Words& words) {
+        bool used = false;
+        for (const std::string& word : words) {
+            used = useVariables(word) || used;
+        }
+        return used;
     }
 
     void useVariables(const Condition& condition) {
@@ -310,6 +328,7 @@ private:
     std::string _silent;  // what it is, when it answers nothing
     std::set<std::string> _kept = {kPlanFolder};
     std::set<std::string> _pictures;
+    std::set<std::string> _data;
 };
 
 }  // namespace

@@ -4,15 +4,11 @@
 
 namespace tool {
 
-namespace {
-
 bool isFileName(const std::string& word) {
     return !word.empty() &&
            word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-") ==
                std::string::npos;
 }
-
-}  // namespace
 
 PictureLine parsePicture(const Words& words) {
     if (words.size() < 2 || words.size() > 3 || !isFileName(words[1])) {

@@ -8,7 +8,9 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include "armed_faults.h"
 #include "picture.h"
+#include "plan_data.h"
 #include "plan_event.h"
 #include "plan_record.h"
 #include "vset/vset.h"
@@ -17,6 +19,9 @@
 namespace tool {
 
 namespace {
+
+// What the report shows of a value that was expected to be something.
+constexpr std::size_t kShownFound = 200;
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -27,13 +32,28 @@ double secondsSince(Clock::time_point start) {
     _exit(kExitReboot);
 }
 
+bool isInit(const Command& command) {
+    constexpr std::string_view kEnd = "_init";
+    const std::string name = command.operation() != nullptr ? command.operation()->name : "";
+    return name.size() > kEnd.size() && name.compare(name.size() - kEnd.size(), kEnd.size(), kEnd) == 0;
+}
+
 class PlanProcess {
 public:
     PlanProcess(const Plan& plan, const Position& position, const Variables& variables, const std::string& report,
-                int descriptor)
-        : _plan(plan), _position(position), _variables(variables), _report(report), _descriptor(descriptor) {}
+                StepLog* log, int descriptor)
+        : _plan(plan),
+          _position(position),
+          _variables(variables),
+          _report(report),
+          _log(log),
+          _descriptor(descriptor),
+          _faults(plan.faults, _position.faultCalls) {}
 
     void run() {
+        if (_position.resumed) {
+            bringUpAgain();
+        }
         for (; _position.step < _plan.steps.size(); ++_position.step) {
             const Step& step = _plan.steps[_position.step];
             if (step.teardown || !_position.stopped) {
@@ -41,7 +61,7 @@ public:
             }
             nextAttempt(1);
         }
-        send(RecordKind::done);
+        send(Record{RecordKind::done, _position, 0, std::to_string(vset::bootCount()), {}, nullptr});
     }
 
     void refuse(const std::string& text) {
@@ -50,7 +70,29 @@ public:
     }
 
 private:
-    void send(RecordKind kind, double seconds = 0) { send(Record{kind, _position, seconds, "", {}, nullptr}); }
+    // The modules that the steps before have brought up since the last power cycle. A teardown does that itself, for
+    // it may follow anything.
+    void bringUpAgain() {
+        _position.resumed = false;
+        std::vector<const Command*> inits;
+        for (std::size_t i = 0; i < _position.step && !_position.stopped; ++i) {
+            for (const PlanLine& line : _plan.steps[i].lines) {
+                if (line.command && line.command->endsProcess()) {
+                    inits.clear();
+                } else if (line.command && isInit(*line.command)) {
+                    inits.push_back(&*line.command);
+                }
+            }
+        }
+        for (const Command* command : inits) {
+            const Outcome outcome = runCommand(*command);
+            if (!outcome.good) {
+                std::fprintf(stderr, "fapi: %s answered %lld\n", command->text().c_str(), outcome.status);
+            }
+        }
+    }
+
+    void send(RecordKind kind) { send(Record{kind, _position, 0, "", {}, nullptr}); }
 
     // One write a record: nothing that has happened is lost when this process dies.
     void send(const Record& record) const {
@@ -73,10 +115,18 @@ private:
 
     void runStep(const Step& step) {
         for (;; nextAttempt(_position.attempt + 1)) {
+            const bool begins = _position.line == 0 && _position.attempt == 1;
+            if (begins || !_faultsArmed) {
+                _faults.beginStep(step.name, begins);
+                _faultsArmed = true;
+            }
             // Not at the beginning after a power cycle.
             if (_position.line == 0) {
                 _position.start = Clock::now();
                 _events.clear();
+                if (_log != nullptr) {
+                    _log->clear();
+                }
                 send(RecordKind::start);
             }
             runLines(step);
@@ -84,7 +134,9 @@ private:
             const bool last = !bad || _position.attempt > step.retry;
             _position.stopped = _position.stopped || (last && bad && step.stopOnFailure);
             _position.line = step.lines.size();
-            send(RecordKind::end, secondsSince(_position.start));
+            last ? _faults.endStep(step.name) : _faults.count();
+            const std::string logged = bad && _log != nullptr ? _log->text() : "";
+            send(Record{RecordKind::end, _position, secondsSince(_position.start), logged, {}, nullptr});
             if (last) {
                 return;
             }
@@ -100,20 +152,19 @@ private:
                 send(RecordKind::reboot);
                 reboot();
             }
-            line.isPicture ? takePicture(line) : runLine(line);
+            line.kind == LineKind::command ? runLine(line) : keepForReport(line);
         }
     }
 
-    void takePicture(const PlanLine& line) {
+    // A picture, or data.
+    void keepForReport(const PlanLine& line) {
         const Clock::time_point start = Clock::now();
         Json json = {{"command", line.text()}, {"line", line.line}};
         try {
-            const PictureLine picture = parsePicture(wordsOf(line));
-            const vset::Picture taken = picture.source.take();
-            if (!_report.empty()) {
-                const std::string file = _report + "-" + picture.name + ".png";
-                writePng(taken, file);
-                json["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            if (line.kind == LineKind::picture) {
+                takePicture(parsePicture(wordsOf(line)), json);
+            } else {
+                json["data"] = PlanData::parse(wordsOf(line)).take();
             }
         } catch (const std::runtime_error& error) {
             worsen({Verdict::failed, line.text() + ": " + error.what()}, line.line);
@@ -121,6 +172,15 @@ private:
         }
         json["seconds"] = secondsSince(start);
         send(Record{RecordKind::command, _position, 0, "", {}, _report.empty() ? Json() : std::move(json)});
+    }
+
+    void takePicture(const PictureLine& picture, Json& json) const {
+        const vset::Picture taken = picture.source.take();
+        if (!_report.empty()) {
+            const std::string file = _report + "-" + picture.name + ".png";
+            writePng(taken, file);
+            json["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+        }
     }
 
     void runLine(const PlanLine& line) {
@@ -138,7 +198,7 @@ private:
                 send(RecordKind::reboot);
             }
             const Clock::time_point start = Clock::now();
-            const Outcome outcome = command.run();
+            const Outcome outcome = runCommand(command);
             if (!_report.empty()) {
                 record.command = toJson(command, outcome);
                 record.command["line"] = line.line;
@@ -146,6 +206,7 @@ private:
                 record.command["expectations"] = Json::array();
             }
             judgeOutcome(line, command, outcome);
+            _faults.count();
             followUp(line, command, outcome, record, number);
         } catch (const UsageError& error) {
             worsen({Verdict::failed, error.what()}, number);
@@ -153,6 +214,8 @@ private:
         record.position = _position;
         send(record);
     }
+
+    Outcome runCommand(const Command& command) const { return _log != nullptr ? _log->run(command) : command.run(); }
 
     Words wordsOf(const PlanLine& line) const {
         Words words = line.words;
@@ -211,9 +274,38 @@ private:
         judged["verdict"] = verdictName(judgement.verdict);
         judged["why"] = judgement.text;
         if (event != nullptr && event->comes && _events.taken() != nullptr) {
-            judged["event"] = toJson(*_events.taken());
+            addEvent(*event, *_events.taken(), judged);
+        } else if (event == nullptr) {
+            const auto& condition = std::get<Condition>(expectation.what);
+            const Value* value = outcome.find(condition.subject);
+            if (value != nullptr || expectation.isAboutStatus()) {
+                addFound(condition, condition.subject, value != nullptr ? *value : Value(outcome.status), judged);
+            }
         }
         return judged;
+    }
+
+    void addEvent(const EventCondition& condition, const Event& event, Json& judged) const {
+        judged["event"] = toJson(event);
+        const auto age = std::chrono::system_clock::now() - event.time;
+        judged["event"]["after"] = secondsSince(_position.start) - std::chrono::duration<double>(age).count();
+        for (const Condition& field : condition.fields) {
+            addFound(field, "event." + field.subject, fieldOf(event, field.subject), judged);
+        }
+        judged["found"] = describe(event);
+    }
+
+    // What was looked at; a number in a range is a measurement.
+    static void addFound(const Condition& condition, const std::string& what, const Value& value, Json& judged) {
+        judged["found"] = display(value, kShownFound);
+        long long number = 0;
+        if (condition.compare == Compare::within && asNumber(value, number)) {
+            judged["measurements"].push_back({{"what", what},
+                                              {"value", number},
+                                              {"low", condition.low},
+                                              {"high", condition.high},
+                                              {"margin", condition.margin}});
+        }
     }
 
     void keepOutput(const Keep& keep, const Outcome& outcome, Record& record) {
@@ -246,7 +338,10 @@ private:
     Position _position;
     Variables _variables;
     const std::string& _report;
+    StepLog* const _log;
     const int _descriptor;
+    ArmedFaults _faults;
+    bool _faultsArmed = false;  // by this process
     EventQueue _events;
 };
 
@@ -266,14 +361,17 @@ bool attachSet(const SessionOptions& session, PlanProcess& process) {
 
 // Without an exception's way out: behind it are the parent's callers.
 void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
-                    const Variables& variables, const std::string& report, int descriptor) noexcept {
+                    const Variables& variables, const std::string& report, StepLog* log, int descriptor) noexcept {
     // Ctrl-C goes to the whole terminal group; what becomes of this process the parent decides.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGPIPE, SIG_IGN);
     // The set is free again when the parent is killed, whatever this process does.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    PlanProcess process(plan, position, variables, report, descriptor);
+    if (log != nullptr) {
+        log->takeStandardOutput();
+    }
+    PlanProcess process(plan, position, variables, report, log, descriptor);
     const bool hasSet = attachSet(session, process);
     if (hasSet) {
         process.run();

@@ -50,12 +50,26 @@ std::string padded(const std::string& text, std::size_t columns) {
     return text + std::string(columns - std::min(columns, columnsOf(text)), ' ');
 }
 
+// " (with 2 faults)"
+std::string faultsText(const Plan& plan) {
+    return plan.faults.empty()
+               ? ""
+               : " (with " + std::to_string(plan.faults.size()) + (plan.faults.size() == 1 ? " fault)" : " faults)");
+}
+
 }  // namespace
 
 Progress::Progress(const Plan& plan, bool json) : _plan(plan), _json(json), _terminal(!json && isTerminal()) {
     if (!_json) {
-        std::fprintf(dataOutput(), "%s\n", printable(plan.name).c_str());
+        std::fprintf(dataOutput(), "%s%s\n", printable(plan.name).c_str(), faultsText(plan).c_str());
     }
+}
+
+void Progress::resume(std::size_t step) const {
+    const std::string name = step < _plan.steps.size() ? _plan.steps[step].name : "";
+    printLine(_json          ? jsonLine({{"resumed", name}})
+              : name.empty() ? "resumed: every step has ended"
+                             : "resumed at step " + std::to_string(step + 1) + ": " + printable(name));
 }
 
 void Progress::begin(std::size_t step, std::size_t attempt) {
@@ -139,13 +153,14 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
                             {"failed", failed},
                             {"not_run", notRun},
                             {"seconds", result.seconds},
+                            {"faults", _plan.faults.size()},
                             {"reports", reports}}));
         return;
     }
     char counts[160];
     std::snprintf(counts, sizeof(counts), "%zu passed, %zu marginal, %zu failed, %zu not run in %.1f s", passed,
                   marginal, failed, notRun, result.seconds);
-    std::string line = "plan \"" + printable(_plan.name) + "\": " + counts;
+    std::string line = "plan \"" + printable(_plan.name) + "\"" + faultsText(_plan) + ": " + counts;
     for (const std::string& file : reports) {
         line += (&file == &reports.front() ? "; report: " : ", ") + file;
     }

@@ -4,10 +4,7 @@
 
 namespace tool {
 
-namespace {
-
-// A value must come back byte by byte, and a text of a set need not be UTF-8.
-Json valueJson(const Value& value) {
+Json encodeValue(const Value& value) {
     if (const auto* text = std::get_if<std::string>(&value)) {
         return "text " + hexText(Bytes(text->begin(), text->end()), "");
     }
@@ -17,7 +14,7 @@ Json valueJson(const Value& value) {
     return std::get<long long>(value);
 }
 
-Value valueOf(const Json& json) {
+Value decodeValue(const Json& json) {
     if (!json.is_string()) {
         return json.get<long long>();
     }
@@ -30,18 +27,17 @@ Value valueOf(const Json& json) {
     return std::string(bytes.begin(), bytes.end());
 }
 
-}  // namespace
-
 std::string encode(const Record& record) {
     // An array is read and written faster than an object, and a plan may have many steps.
     const Position& position = record.position;
-    Json json = Json::array({static_cast<int>(record.kind), position.step, position.line, position.attempt,
-                             position.stopped, static_cast<int>(position.judgement.verdict), position.judgement.text,
-                             position.start.time_since_epoch().count(), record.seconds, record.text});
+    Json json =
+        Json::array({static_cast<int>(record.kind), position.step, position.line, position.attempt, position.stopped,
+                     static_cast<int>(position.judgement.verdict), position.judgement.text,
+                     position.start.time_since_epoch().count(), record.seconds, record.text, position.faultCalls});
     if (record.kind == RecordKind::command) {
         Json kept = Json::object();
         for (const auto& [name, value] : record.kept) {
-            kept[name] = valueJson(value);
+            kept[name] = encodeValue(value);
         }
         json.push_back(std::move(kept));
         json.push_back(record.command);
@@ -62,11 +58,12 @@ Record decode(const std::string& line) {
     position.start = Clock::time_point(Clock::duration(json.at(7).get<Clock::rep>()));
     record.seconds = json.at(8).get<double>();
     record.text = json.at(9).get<std::string>();
+    position.faultCalls = json.at(10).get<std::vector<unsigned int>>();
     if (record.kind == RecordKind::command) {
-        for (const auto& [name, value] : json.at(10).items()) {
-            record.kept[name] = valueOf(value);
+        for (const auto& [name, value] : json.at(11).items()) {
+            record.kept[name] = decodeValue(value);
         }
-        record.command = std::move(json.at(11));
+        record.command = std::move(json.at(12));
     }
     return record;
 }

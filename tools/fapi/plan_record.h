@@ -5,6 +5,7 @@
 
 #include "output.h"
 #include "plan.h"
+#include "plan_log.h"
 
 namespace tool {
 
@@ -15,9 +16,11 @@ struct Position {
     std::size_t step = 0;
     std::size_t line = 0;  // the next one to run
     unsigned int attempt = 1;
-    bool stopped = false;     // only teardown steps run any more
-    Judgement judgement;      // of the attempt so far
-    Clock::time_point start;  // of the attempt; the processes of a run share the clock
+    bool stopped = false;                  // only teardown steps run any more
+    Judgement judgement;                   // of the attempt so far
+    Clock::time_point start;               // of the attempt; the processes of a run share the clock
+    std::vector<unsigned int> faultCalls;  // what ArmedFaults has counted
+    bool resumed = false;  // what the steps before have brought up died with a process; told, and in no record
 };
 
 enum class RecordKind {
@@ -36,19 +39,26 @@ struct Record {
     RecordKind kind = RecordKind::done;
     Position position;
     double seconds = 0;  // of an attempt
-    std::string text;    // why the set was refused
+    std::string text;    // why the set was refused; what a bad attempt has logged; how often the set was switched on
     Variables kept;      // by a line
     Json command;        // of a line: command, status, outputs, expectations; null without a report
 };
+
+// A value must come back byte by byte, and a text of a set need not be UTF-8.
+Json encodeValue(const Value& value);
+// Throws nlohmann's exceptions and UsageError for what encodeValue() did not make.
+Value decodeValue(const Json& json);
 
 std::string encode(const Record& record);
 // Throws nlohmann's exceptions for what encode() did not write.
 Record decode(const std::string& line);
 
 // Runs the plan from the position on, in a process of its own, and writes records to the descriptor. Does not return.
-// With a report the commands' outcomes are recorded, and pictures are written as files that begin with `report`.
+// With a report the commands' outcomes are recorded, pictures are written as files that begin with `report`, and the
+// library's log goes to `log`, which is null without one.
 [[noreturn]] void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
-                                 const Variables& variables, const std::string& report, int descriptor) noexcept;
+                                 const Variables& variables, const std::string& report, StepLog* log,
+                                 int descriptor) noexcept;
 
 }  // namespace tool
 

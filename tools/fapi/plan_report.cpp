@@ -5,16 +5,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iomanip>
-#include <sstream>
 
 #include <fcntl.h>
 #include <unistd.h>
 #include <pugixml.hpp>
 
+#include "html_report.h"
+#include "report_text.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -23,36 +22,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string timeText(std::chrono::system_clock::time_point time, const char* format) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    std::tm local = {};
-    localtime_r(&seconds, &local);
-    std::ostringstream text;
-    text << std::put_time(&local, format);
-    return text.str();
-}
-
 constexpr char kJson[] = ".json";
-constexpr char kIsoTime[] = "%Y-%m-%dT%H:%M:%S";
 
 std::string secondsText(double seconds) {
     char text[32];
     std::snprintf(text, sizeof(text), "%.6f", seconds);
     return text;
-}
-
-// XML 1.0 has no place for most control characters, not even escaped, nor for two more at the end of the first plane,
-// and wants UTF-8.
-std::string xmlText(const std::string& text) {
-    std::string result = Json::parse(jsonLine(Json(text))).get<std::string>();
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(result[i]);
-        const bool isControl = byte < 0x20 && std::strchr("\n\t\r", result[i]) == nullptr;
-        if (isControl || result.compare(i, 3, "\xEF\xBF\xBE") == 0 || result.compare(i, 3, "\xEF\xBF\xBF") == 0) {
-            result.replace(i, byte < 0x20 ? 1 : 3, "?");
-        }
-    }
-    return result;
 }
 
 class JUnitReport : public Report {
@@ -92,7 +67,7 @@ private:
         if (result.attempts.size() > 1) {
             addProperty(test, "attempts", std::to_string(result.attempts.size()));
         }
-        for (const Json& picture : result.pictures()) {
+        for (const Json& picture : result.kept("picture")) {
             addProperty(test, "picture", picture["file"].get<std::string>());
         }
         if (result.verdict() == Verdict::notRun) {
@@ -123,7 +98,10 @@ public:
         Json json = {
             {"plan", result.plan->name}, {"file", result.plan->file}, {"start", timeText(result.start, kIsoTime)},
             {"seconds", result.seconds}, {"set", result.setFolder},   {"good", result.isGood()},
-            {"steps", Json::array()}};
+            {"resumed", result.resumed}, {"faults", Json::array()},   {"steps", Json::array()}};
+        for (const PlanFault& fault : result.plan->faults) {
+            json["faults"].push_back(fault.text());
+        }
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
         }
@@ -142,13 +120,17 @@ private:
                      {"verdict", verdictName(result.verdict())},
                      {"text", result.text()},
                      {"seconds", result.seconds()},
-                     {"pictures", result.pictures()},
+                     {"pictures", result.kept("picture")},
+                     {"data", result.kept("data")},
                      {"attempts", Json::array()}};
         for (const Attempt& attempt : result.attempts) {
             json["attempts"].push_back({{"verdict", verdictName(attempt.judgement.verdict)},
                                         {"text", attempt.judgement.text},
                                         {"seconds", attempt.seconds},
                                         {"commands", attempt.commands}});
+            if (!attempt.log.empty()) {
+                json["attempts"].back()["log"] = attempt.log;
+            }
         }
         return json;
     }
@@ -181,17 +163,17 @@ double StepResult::seconds() const {
     return std::chrono::duration<double>(last.start - attempts.front().start).count() + last.seconds;
 }
 
-Json StepResult::pictures() const {
-    Json pictures = Json::array();
+Json StepResult::kept(const char* what) const {
+    Json all = Json::array();
     if (attempts.empty()) {
-        return pictures;
+        return all;
     }
     for (const Json& command : attempts.back().commands) {
-        if (command.contains("picture")) {
-            pictures.push_back(command["picture"]);
+        if (command.contains(what)) {
+            all.push_back(command[what]);
         }
     }
-    return pictures;
+    return all;
 }
 
 std::size_t PlanResult::count(Verdict verdict) const {
@@ -207,6 +189,7 @@ std::vector<std::unique_ptr<Report>> reports() {
     std::vector<std::unique_ptr<Report>> all;
     all.push_back(std::make_unique<JUnitReport>());
     all.push_back(std::make_unique<JsonReport>());
+    all.push_back(htmlReport());
     return all;
 }
 

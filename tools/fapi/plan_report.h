@@ -14,6 +14,7 @@ struct Attempt {
     Clock::time_point start;
     double seconds = 0;
     Json commands = Json::array();  // empty without a report
+    std::string log;                // of a bad attempt, with a report
 };
 
 struct StepResult {
@@ -24,8 +25,8 @@ struct StepResult {
     std::string text() const { return attempts.empty() ? "" : attempts.back().judgement.text; }
     // With the waiting between attempts.
     double seconds() const;
-    // Name and file, beside the report, of the pictures that the last attempt has taken.
-    Json pictures() const;
+    // What the last attempt has kept: "picture" (name and file, beside the report) or "data" (as PlanData has them).
+    Json kept(const char* what) const;
 };
 
 struct PlanResult {
@@ -33,7 +34,9 @@ struct PlanResult {
     std::chrono::system_clock::time_point start;
     double seconds = 0;
     std::string setFolder;
+    std::string boots;  // of the set, since it was made; empty when nobody told
     std::vector<StepResult> steps;
+    bool resumed = false;
 
     std::size_t count(Verdict verdict) const;
     bool isGood() const;
@@ -43,6 +46,8 @@ struct PlanResult {
 class Progress {
 public:
     Progress(const Plan& plan, bool json);
+    // The run begins with this step.
+    void resume(std::size_t step) const;
     // How often refresh() wants to be called while nothing happens; negative: never.
     int refreshMilliseconds() const { return _terminal ? 200 : -1; }
     void begin(std::size_t step, std::size_t attempt);
@@ -62,7 +67,7 @@ private:
     Clock::time_point _start;
 };
 
-// A report of a finished run. There will be more kinds than these.
+// A report of a finished run.
 class Report {
 public:
     virtual ~Report() = default;
@@ -71,8 +76,10 @@ public:
     virtual void write(const PlanResult& result, const std::string& file) const = 0;
 };
 
-// JUnit XML and JSON.
+// JUnit XML, JSON and HTML.
 std::vector<std::unique_ptr<Report>> reports();
+
+constexpr const char* kReportFolder = "reports";
 
 // Makes the folder when it is missing. Throws vset::SetError when reports cannot be written there.
 void prepareReportFolder(const std::string& folder);
@@ -82,6 +89,8 @@ class ReportFiles {
 public:
     // Throws vset::SetError.
     ReportFiles(const Plan& plan, const std::string& folder);
+    // Of a run that is resumed, which has its names.
+    explicit ReportFiles(const std::string& stem) : _stem(stem), _written(true) {}
     // A run that came to nothing leaves no file.
     ~ReportFiles();
     ReportFiles(const ReportFiles&) = delete;

@@ -35,14 +35,34 @@ bool isReboot(int status) {
 }  // namespace
 
 PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, const std::string& report, Progress& progress,
-                 Interrupts& interrupts)
-    : _plan(plan), _session(session), _report(report), _progress(progress), _interrupts(interrupts) {
+                 Interrupts& interrupts, UnfinishedRun* unfinished)
+    : _plan(plan),
+      _session(session),
+      _report(report),
+      _log(report.empty() ? nullptr : std::make_unique<StepLog>()),
+      _progress(progress),
+      _interrupts(interrupts),
+      _unfinished(unfinished) {
     const std::string folder = std::filesystem::path(plan.file).parent_path().string();
     _variables[kPlanFolder] = folder.empty() ? "." : folder;
     _result.plan = &plan;
     _result.start = std::chrono::system_clock::now();
     _result.setFolder = setFolder(session);
     _result.steps.resize(plan.steps.size());
+}
+
+void PlanRun::resume() {
+    _position = _unfinished->position();
+    _position.resumed = true;
+    _first = _next = _position.step;
+    for (const auto& [name, value] : _unfinished->variables()) {
+        _variables[name] = value;
+    }
+    for (const auto& [index, step] : _unfinished->steps()) {
+        _result.steps[index] = step;
+        _result.seconds += step.seconds();
+    }
+    _result.resumed = true;
 }
 
 void PlanRun::run() {
@@ -53,7 +73,7 @@ void PlanRun::run() {
     if (!_refusal.empty()) {
         throw vset::SetError(_refusal);
     }
-    _result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    _result.seconds += std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 void PlanRun::runProcess() {
@@ -70,7 +90,7 @@ void PlanRun::runProcess() {
     if (child == 0) {
         close(ends[0]);
         _interrupts.giveBack();
-        runPlanProcess(_plan, _session, _position, _variables, _report, ends[1]);
+        runPlanProcess(_plan, _session, _position, _variables, _report, _log.get(), ends[1]);
     }
     close(ends[1]);
     _unread.clear();
@@ -135,6 +155,7 @@ void PlanRun::interrupt(pid_t child) {
         return;
     }
     _stepInterrupted = true;
+    cutShort();
     kill(child, SIGKILL);
     if (last) {
         endStep({Verdict::interrupted, ""});
@@ -157,6 +178,9 @@ void PlanRun::take(Record record) {
     _position = record.position;
     switch (record.kind) {
         case RecordKind::start:
+            if (_unfinished != nullptr) {
+                _unfinished->begin();
+            }
             _inStep = _inAttempt = true;
             _next = _position.step + 1;
             _result.steps.at(_position.step).attempts.emplace_back().start = _position.start;
@@ -164,6 +188,7 @@ void PlanRun::take(Record record) {
             break;
         case RecordKind::command:
             for (auto& [name, value] : record.kept) {
+                _keptSince[name] = value;
                 _variables[name] = std::move(value);
             }
             if (!record.command.is_null()) {
@@ -177,6 +202,9 @@ void PlanRun::take(Record record) {
             break;
         case RecordKind::done:
             _over = true;
+            // Ctrl-C came when everything had been done.
+            _cutShort = _cutShort && !_stepInterrupted;
+            _result.boots = record.text;
             break;
         case RecordKind::refused:
             takeRefusal(record.text);
@@ -187,17 +215,19 @@ void PlanRun::take(Record record) {
 void PlanRun::takeEnd(const Record& record) {
     attempt().judgement = _position.judgement;
     attempt().seconds = record.seconds;
+    attempt().log = record.text;
     _inAttempt = false;
     if (!isBad(_position.judgement.verdict) || _position.attempt > _plan.steps[_position.step].retry) {
         _inStep = false;
         _progress.end(_position.step, _result.steps[_position.step]);
+        saveStep(_position.step);
     }
 }
 
 // Without a set there is no teardown either.
 void PlanRun::takeRefusal(const std::string& text) {
     _over = true;
-    if (_next == 0) {
+    if (_next == _first) {
         _refusal = text;
         return;
     }
@@ -217,10 +247,28 @@ void PlanRun::afterDeath(int status) {
     } else if (_inStep) {
         endStep({Verdict::interrupted, ""});
     }
+    std::vector<unsigned int> faultCalls = std::move(_position.faultCalls);
     _position = {};
     _position.step = _next;
     _position.stopped = true;
+    _position.faultCalls = std::move(faultCalls);
     _over = _next >= _plan.steps.size();
+}
+
+void PlanRun::saveStep(std::size_t index) {
+    if (_unfinished == nullptr) {
+        return;
+    }
+    Position position = _position;
+    position.step = index;
+    _unfinished->endStep(position, _result.steps[index], _keptSince);
+    _keptSince.clear();
+}
+
+// A run that goes on from here begins with the step that did not end, and the teardown will follow once more.
+void PlanRun::cutShort() {
+    _cutShort = true;
+    _unfinished = nullptr;
 }
 
 std::string PlanRun::deathText(int status) const {
@@ -245,11 +293,14 @@ void PlanRun::endStep(const Judgement& judgement) {
     StepResult& step = _result.steps[index];
     if (_inAttempt) {
         attempt().seconds = std::chrono::duration<double>(Clock::now() - _position.start).count();
+        attempt().log = _log != nullptr ? _log->text() : "";
     } else {
         step.attempts.emplace_back().start = Clock::now();
     }
     step.attempts.back().judgement = judgement;
     _progress.end(index, step);
+    _position.stopped = true;
+    saveStep(index);
     _inStep = _inAttempt = false;
     _next = std::max(_next, index + 1);
 }

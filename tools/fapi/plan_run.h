@@ -7,20 +7,27 @@
 
 #include "interrupts.h"
 #include "plan_report.h"
+#include "unfinished_run.h"
 
 namespace tool {
 
 // Runs the plan in a process after the other until the last step is done, whatever becomes of them.
 class PlanRun {
 public:
-    // `report` is what the names of the report's files begin with; empty: there is none.
+    // `report` is what the names of the report's files begin with; empty: there is none. `unfinished` is told of
+    // everything that a resumed run needs; null: nobody is.
     PlanRun(const Plan& plan, const SessionOptions& session, const std::string& report, Progress& progress,
-            Interrupts& interrupts);
+            Interrupts& interrupts, UnfinishedRun* unfinished);
+
+    // Before run(): goes on where that one ended.
+    void resume();
 
     // Throws vset::SetError when the set cannot be had and nothing was called.
     void run();
 
     const PlanResult& result() const { return _result; }
+    // Whether Ctrl-C has kept steps from running.
+    bool isCutShort() const { return _cutShort; }
 
 private:
     void runProcess();
@@ -35,13 +42,21 @@ private:
     Attempt& attempt();
     bool isInTeardown() const;
     void endStep(const Judgement& judgement);
+    void saveStep(std::size_t index);
+    void cutShort();
 
     const Plan& _plan;
     const SessionOptions& _session;
     const std::string _report;
+    const std::unique_ptr<StepLog> _log;  // null without a report
     Progress& _progress;
     Interrupts& _interrupts;
     PlanResult _result;
+
+    UnfinishedRun* _unfinished;
+    Variables _keptSince;    // the last step that was saved
+    std::size_t _first = 0;  // the step that the run begins with
+    bool _cutShort = false;
 
     Position _position;  // where the next process begins
     Variables _variables;

@@ -80,6 +80,15 @@ std::string substitute(const std::string& word, const Variables& variables) {
     return result + word.substr(rest);
 }
 
+Words withAnyValues(Words words, std::size_t first, const std::vector<Argument>& arguments) {
+    for (std::size_t i = first; i < words.size() && i - first < arguments.size(); ++i) {
+        if (!variablesOf(words[i]).empty()) {
+            words[i] = anyWord(arguments[i - first]);
+        }
+    }
+    return words;
+}
+
 Command commandWithAnyValues(const Words& words) {
     const bool isHand = words.size() > 1 && words[0] == "set";
     const std::size_t first = isHand ? 2 : 1;
@@ -94,12 +103,7 @@ Command commandWithAnyValues(const Words& words) {
     const std::vector<Argument>& arguments = operation != nullptr ? operation->arguments
                                              : hand != nullptr    ? hand->arguments
                                                                   : kNone;
-    Words fitting = words;
-    for (std::size_t i = first; i < words.size() && i - first < arguments.size(); ++i) {
-        if (!variablesOf(words[i]).empty()) {
-            fitting[i] = anyWord(arguments[i - first]);
-        }
-    }
+    const Words fitting = withAnyValues(words, first, arguments);
     return Command::parse(fitting, fitting == words ? Together::checked : Together::unchecked);
 }
 

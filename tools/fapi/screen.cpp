@@ -49,7 +49,7 @@ int screen(const GlobalOptions& options, const ScreenOptions& screenOptions) {
     try {
         tellPicture(source, screenOptions, options.json);
     } catch (const vset::SetError& error) {
-        std::fprintf(stderr, "fapi: %s\n", error.what());
+        printError(error.what(), options.json);
         return kExitFailed;
     }
     return kExitGood;

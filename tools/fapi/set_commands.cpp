@@ -140,7 +140,7 @@ int runHand(const GlobalOptions& options, const Words& words, const std::string&
     openSession(options.session);
     const Outcome outcome = command.run();
     printOutcome(command, outcome, options.json);
-    const bool written = writeOutput(command, outcome, output);
+    const bool written = writeOutput(command, outcome, output, options.json);
     return outcome.good && written ? kExitGood : kExitFailed;
 }
 

@@ -190,7 +190,7 @@ public:
             try {
                 runLine(splitWords(line));
             } catch (const UsageError& error) {
-                std::fprintf(stderr, "fapi: %s\n", error.what());
+                printError(error.what(), _options.json);
                 if (!_lines->isInteractive()) {
                     return kExitUsage;
                 }
@@ -224,23 +224,30 @@ private:
             printDescription(words[1], _options.json);
             return;
         }
-        printLine("OPERATION ARGUMENT...  call an operation (help OPERATION tells its arguments; TAB completes)");
-        printLine("list [PATTERN]         the operations");
-        printLine("watch on|off           show events as they come");
-        printLine(
-            "screen [FILE [WHAT]]   a picture of panel, window:N, surface:HANDLE, layer:N or capture as PNG, or here");
-        printLine("set power-cycle        off and on again; everything in memory is lost");
+        tell("OPERATION ARGUMENT...", "call an operation (help OPERATION tells its arguments; TAB completes)");
+        tell("list [PATTERN]", "the operations");
+        tell("watch on|off", "show events as they come");
+        tell("screen [FILE [WHAT]]",
+             "a picture of panel, window:N, surface:HANDLE, layer:N or capture as PNG, or here");
+        tell("set power-cycle", "off and on again; everything in memory is lost");
         for (const Hand& hand : hands()) {
-            printLine(std::string("set ") + hand.name + argumentsUsage(hand.arguments) + "  " + hand.help);
+            tell(std::string("set ") + hand.name + argumentsUsage(hand.arguments), hand.help);
         }
-        printLine("quit");
+        tell("quit", "end; the set is switched off");
+    }
+
+    // A line of the help.
+    void tell(const std::string& usage, const std::string& help) const {
+        constexpr std::size_t kHelpColumn = 23;
+        const std::string gap(usage.size() + 2 < kHelpColumn ? kHelpColumn - usage.size() : 2, ' ');
+        printLine(_options.json ? jsonLine({{"usage", usage}, {"help", help}}) : usage + gap + help);
     }
 
     void showPicture(const Words& words) {
         try {
             showScreen(words, _options.json);
         } catch (const vset::SetError& error) {
-            std::fprintf(stderr, "fapi: %s\n", error.what());
+            printError(error.what(), _options.json);
             _failed = true;
         }
     }

@@ -11,6 +11,22 @@ namespace tool {
 // in the memory of a set's process survives one.
 int runShell(const GlobalOptions& options, bool noInit, char** arguments);
 
+// A line up to the cursor.
+struct LinePlace {
+    Words words;         // before the one that the cursor stands in
+    std::string start;   // what there is of that one; it may be empty
+    std::string folder;  // of the set whose paths and partitions are offered
+};
+// Of the set that is switched on. Throws UsageError inside a quote that is still open.
+LinePlace placeOf(const std::string& line);
+
+// What may stand at the place, however that begins.
+std::vector<std::string> candidates(const LinePlace& place);
+// The names of the set's eMMC partitions.
+std::vector<std::string> partitionNames(const std::string& folder);
+// Those that begin so, sorted.
+std::vector<std::string> startingWith(std::vector<std::string> texts, const std::string& start);
+
 // What the last word of `line`, which may be empty, can become.
 std::vector<std::string> completions(const std::string& line);
 // What to add to `line`: as far as there is only one way, with quotes where needed.

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+// Files that a kill or a full disk must not spoil.
+#include "durable_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+[[noreturn]] void failWith(const std::string& file) {
+    throw std::runtime_error(file + ": " + std::strerror(errno));
+}
+
+void syncFolderOf(const std::string& file) {
+    const std::string folder = file.substr(0, file.rfind('/') + 1);
+    const OpenFile open(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
+    fsync(open.get());
+}
+
+}  // namespace
+
+OpenFile::OpenFile(const std::string& file, int flags) : _file(file) {
+    const vset::HostPaths hostPaths;
+    _descriptor = open(file.c_str(), flags | O_CLOEXEC, 0666);
+    if (_descriptor < 0) {
+        failWith(file);
+    }
+}
+
+OpenFile::~OpenFile() {
+    close(_descriptor);
+}
+
+void OpenFile::write(const std::string& text) const {
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t length = ::write(_descriptor, text.data() + done, text.size() - done);
+        if (length < 0 && errno != EINTR) {
+            failWith(_file);
+        }
+        done += length > 0 ? static_cast<std::size_t>(length) : 0;
+    }
+}
+
+std::string OpenFile::read() const {
+    std::string text;
+    char chunk[65536];
+    for (;;) {
+        const ssize_t length = pread(_descriptor, chunk, sizeof(chunk), static_cast<off_t>(text.size()));
+        if (length < 0 && errno != EINTR) {
+            failWith(_file);
+        }
+        if (length == 0) {
+            return text;
+        }
+        text.append(chunk, length > 0 ? static_cast<std::size_t>(length) : 0);
+    }
+}
+
+FolderLock::FolderLock(const std::string& folder) : _open(folder, O_RDONLY | O_DIRECTORY) {
+    while (flock(_open.get(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            failWith(folder);
+        }
+    }
+}
+
+void replaceFile(const std::string& file, const std::string& text) {
+    const vset::HostPaths hostPaths;
+    const std::string next = file + ".new";
+    try {
+        const OpenFile open(next, O_WRONLY | O_CREAT | O_TRUNC);
+        open.write(text);
+        if (fdatasync(open.get()) != 0 || rename(next.c_str(), file.c_str()) != 0) {
+            failWith(file);
+        }
+    } catch (const std::runtime_error&) {
+        unlink(next.c_str());
+        throw;
+    }
+    syncFolderOf(file);
+}
+
+}  // namespace tool

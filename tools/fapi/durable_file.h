@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+// Files beside the reports that several runs share, and that a kill or a full disk must not spoil.
+#ifndef FAPI_TOOL_DURABLE_FILE_H
+#define FAPI_TOOL_DURABLE_FILE_H
+
+#include <string>
+
+namespace tool {
+
+// An open file. All paths are the PC's.
+class OpenFile {
+public:
+    // Throws std::runtime_error naming the file.
+    OpenFile(const std::string& file, int flags);
+    ~OpenFile();
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    int get() const { return _descriptor; }
+    // All of it, at the file's end when it was opened so. Throws std::runtime_error.
+    void write(const std::string& text) const;
+    // From the beginning. Throws std::runtime_error.
+    std::string read() const;
+
+private:
+    const std::string _file;
+    int _descriptor;
+};
+
+// Waits until nobody else has the folder locked, and locks it for as long as this lives: for files that are replaced,
+// and so cannot be locked themselves. Throws std::runtime_error.
+class FolderLock {
+public:
+    explicit FolderLock(const std::string& folder);
+
+private:
+    OpenFile _open;
+};
+
+// The file then holds the text, or what it held before. Throws std::runtime_error.
+void replaceFile(const std::string& file, const std::string& text);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+// Pictures of numbers, drawn as SVG.
+#ifndef FAPI_TOOL_HTML_CHARTS_H
+#define FAPI_TOOL_HTML_CHARTS_H
+
+#include "html.h"
+#include "output.h"
+
+namespace tool {
+
+// Where a value lies in its limits: {"value": n, "low": n, "high": n, "margin": n}.
+void drawGauge(Html parent, const Json& measurement);
+
+// Numbers that a step has kept, as PlanData has them: series of several values as curves, with axes and legend, single
+// values as bars.
+void drawData(Html parent, const Json& data);
+
+// Points of time in the `seconds` of an attempt, with their names.
+struct Moment {
+    double seconds;
+    std::string name;
+};
+void drawMoments(Html parent, const std::vector<Moment>& moments, double seconds);
+
+}  // namespace tool
+
+#endif

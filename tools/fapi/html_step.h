@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+// One step on the page.
+#ifndef FAPI_TOOL_HTML_STEP_H
+#define FAPI_TOOL_HTML_STEP_H
+
+#include "html.h"
+#include "plan_report.h"
+
+namespace tool {
+
+// What links to the step lead to.
+std::string stepAnchor(std::size_t index);
+
+// The class that colors a verdict by its name: "v-passed", "v-not-run".
+std::string verdictClass(const std::string& verdict);
+
+// A section with everything that is known of the step. Its pictures are files in `folder`.
+void writeStep(Html parent, const Step& step, const StepResult& result, std::size_t index, const std::string& folder);
+
+}  // namespace tool
+
+#endif

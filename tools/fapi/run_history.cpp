@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: Apache-2.0
+// The file of runs that have ended.
+#include "run_history.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+
+#include <fcntl.h>
+
+#include "durable_file.h"
+#include "report_text.h"
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* runVerdict(const PlanResult& result) {
+    return result.count(Verdict::interrupted) != 0 ? "interrupted" : result.isGood() ? "passed" : "failed";
+}
+
+// "sys_get_emmc_env_var", "set pixel"
+std::string nameOf(const Json& command) {
+    const Words words = splitWords(command["command"].get<std::string>());
+    return words[0] == "set" && words.size() > 1 ? "set " + words[1] : words[0];
+}
+
+// "sys_get_emmc_env_var length"; a second one of that name in a step gets its number.
+std::string measurementName(const std::string& name, const std::vector<Measurement>& taken) {
+    const auto isOfName = [&](const Measurement& other) {
+        return other.name == name || other.name.rfind(name + " (", 0) == 0;
+    };
+    const auto before = std::count_if(taken.begin(), taken.end(), isOfName);
+    return before == 0 ? name : name + " (" + std::to_string(before + 1) + ")";
+}
+
+std::vector<Measurement> measurementsOf(const StepResult& step) {
+    std::vector<Measurement> found;
+    if (step.attempts.empty()) {
+        return found;
+    }
+    for (const Json& command : step.attempts.back().commands) {
+        const auto expectations = command.find("expectations");
+        if (expectations == command.end()) {
+            continue;
+        }
+        for (const Json& expectation : *expectations) {
+            for (const Json& measured : expectation.value("measurements", Json::array())) {
+                const std::string name = nameOf(command) + " " + measured["what"].get<std::string>();
+                found.push_back({measurementName(name, found), measured["value"].get<long long>()});
+            }
+        }
+    }
+    return found;
+}
+
+Json toJson(const HistoryStep& step) {
+    Json measurements = Json::array();
+    for (const Measurement& measurement : step.measurements) {
+        measurements.push_back({{"name", measurement.name}, {"value", measurement.value}});
+    }
+    return {{"name", step.name},
+            {"verdict", step.verdict},
+            {"seconds", step.seconds},
+            {"measurements", std::move(measurements)}};
+}
+
+HistoryStep stepOf(const Json& json) {
+    HistoryStep step;
+    step.name = json.at("name").get<std::string>();
+    step.verdict = json.at("verdict").get<std::string>();
+    step.seconds = json.at("seconds").get<double>();
+    for (const Json& measurement : json.at("measurements")) {
+        step.measurements.push_back(
+            {measurement.at("name").get<std::string>(), measurement.at("value").get<long long>()});
+    }
+    return step;
+}
+
+// Nothing when the line is damaged.
+std::optional<HistoryEntry> entryOf(const std::string& line) {
+    try {
+        const Json json = Json::parse(line);
+        HistoryEntry entry;
+        entry.id = json.at("id").get<unsigned int>();
+        entry.when = json.at("when").get<std::string>();
+        entry.plan = json.at("plan").get<std::string>();
+        entry.file = json.at("file").get<std::string>();
+        entry.verdict = json.at("verdict").get<std::string>();
+        entry.passed = json.at("passed").get<std::size_t>();
+        entry.marginal = json.at("marginal").get<std::size_t>();
+        entry.failed = json.at("failed").get<std::size_t>();
+        entry.notRun = json.at("not_run").get<std::size_t>();
+        entry.seconds = json.at("seconds").get<double>();
+        entry.report = json.at("report").get<std::string>();
+        entry.faults = json.at("faults").get<std::size_t>();
+        for (const Json& step : json.at("steps")) {
+            entry.steps.push_back(stepOf(step));
+        }
+        return entry;
+    } catch (const Json::exception&) {
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
+    HistoryEntry entry;
+    entry.when = timeText(result.start, kIsoTime);
+    entry.plan = result.plan->name;
+    entry.file = result.plan->file;
+    entry.verdict = runVerdict(result);
+    entry.passed = result.count(Verdict::passed);
+    entry.marginal = result.count(Verdict::marginal);
+    entry.notRun = result.count(Verdict::notRun);
+    entry.failed = result.steps.size() - entry.passed - entry.marginal - entry.notRun;
+    entry.seconds = result.seconds;
+    entry.report = fs::path(report).filename().string();
+    entry.faults = result.plan->faults.size();
+    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+        const StepResult& step = result.steps[i];
+        entry.steps.push_back(
+            {result.plan->steps[i].name, verdictName(step.verdict()), step.seconds(), measurementsOf(step)});
+    }
+    return entry;
+}
+
+Json toJson(const HistoryEntry& entry) {
+    Json json = {
+        {"id", entry.id},           {"when", entry.when},       {"plan", entry.plan},         {"file", entry.file},
+        {"verdict", entry.verdict}, {"passed", entry.passed},   {"marginal", entry.marginal}, {"failed", entry.failed},
+        {"not_run", entry.notRun},  {"seconds", entry.seconds}, {"report", entry.report},     {"faults", entry.faults},
+        {"steps", Json::array()}};
+    for (const HistoryStep& step : entry.steps) {
+        json["steps"].push_back(toJson(step));
+    }
+    return json;
+}
+
+RunHistory::RunHistory(const std::string& folder) : _file((fs::path(folder) / "history.jsonl").string()) {}
+
+void RunHistory::add(HistoryEntry entry, std::size_t most) const {
+    const FolderLock lock(fs::path(_file).parent_path().string());
+    std::vector<std::string> all = lines();
+    unsigned int last = 0;
+    for (const std::string& line : all) {
+        const std::optional<HistoryEntry> before = entryOf(line);
+        last = std::max(last, before ? before->id : 0);
+    }
+    entry.id = last + 1;
+    all.push_back(jsonLine(toJson(entry)));
+    std::string text;
+    for (std::size_t i = all.size() - std::min(all.size(), most); i < all.size(); ++i) {
+        text += all[i] + '\n';
+    }
+    replaceFile(_file, text);
+}
+
+std::vector<HistoryEntry> RunHistory::entries() const {
+    std::vector<HistoryEntry> found;
+    std::size_t number = 0;
+    for (const std::string& line : lines()) {
+        ++number;
+        if (std::optional<HistoryEntry> entry = entryOf(line)) {
+            found.push_back(std::move(*entry));
+        } else {
+            std::fprintf(stderr, "fapi: %s:%zu: is damaged, left out\n", _file.c_str(), number);
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> RunHistory::lines() const {
+    {
+        const vset::HostPaths hostPaths;
+        std::error_code error;
+        if (!fs::exists(_file, error)) {
+            return {};
+        }
+    }
+    const std::string text = OpenFile(_file, O_RDONLY).read();
+    std::vector<std::string> all;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        all.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return all;
+}
+
+}  // namespace tool

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the repeated runs of a plan have in common.
+#include "run_statistics.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "terminal.h"
+
+namespace tool {
+
+void RunStatistics::add(const PlanResult& result) {
+    ++(result.isGood() ? _passed : _failed);
+    const std::size_t runs = _passed + _failed;
+    _shortest = runs == 1 ? result.seconds : std::min(_shortest, result.seconds);
+    _longest = std::max(_longest, result.seconds);
+    _sum += result.seconds;
+    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+        if (result.steps[i].seconds() > _slowestSeconds) {
+            _slowestSeconds = result.steps[i].seconds();
+            _slowestStep = i;
+            _slowestRun = runs;
+        }
+    }
+}
+
+void RunStatistics::print(bool json) const {
+    const std::size_t runs = _passed + _failed;
+    if (runs == 0) {
+        return;
+    }
+    const double mean = _sum / static_cast<double>(runs);
+    const std::string& step = _plan.steps[_slowestStep].name;
+    if (json) {
+        printLine(jsonLine({{"plan", _plan.name},
+                            {"runs", runs},
+                            {"passed", _passed},
+                            {"failed", _failed},
+                            {"seconds", {{"shortest", _shortest}, {"mean", mean}, {"longest", _longest}}},
+                            {"slowest", {{"step", step}, {"run", _slowestRun}, {"seconds", _slowestSeconds}}}}));
+        return;
+    }
+    char text[200];
+    std::snprintf(text, sizeof(text), "%zu runs, %zu passed, %zu failed; %.3f to %.3f s, %.3f s on average", runs,
+                  _passed, _failed, _shortest, _longest, mean);
+    printLine("plan \"" + printable(_plan.name) + "\": " + text);
+    std::snprintf(text, sizeof(text), " of run %zu, %.3f s", _slowestRun, _slowestSeconds);
+    printLine("slowest step: \"" + printable(step) + "\"" + text);
+}
+
+}  // namespace tool
