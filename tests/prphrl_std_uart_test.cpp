@@ -157,6 +157,8 @@ TEST_F(StdFactoryUart, ReadsTheOtherTty) {
     vset::uart::type(1, "one\r");
     vset::uart::type(0, "not here\r");
     EXPECT_THAT(events.data(1), ElementsAre("one"));
+    // What is still on the line when it is moved would arrive at the other port.
+    ASSERT_TRUE(test::eventually([] { return vset::uart::port(0).u64Received == 9; }));
     ASSERT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), 0);
     vset::uart::type(0, "moved\r");
     EXPECT_THAT(events.data(2), ElementsAre("one", "moved"));
