@@ -52,6 +52,11 @@ void fill(fapi_core::VexTvFApiGOPPatternBitmap_t& bitmap, Fill eFill) {
     bitmap = {u32Value, u32Value, "", u32Value, u32Value, u32Value, u32Value};
 }
 
+template <class Enumeration, class = void>
+struct IsFixed : std::false_type {};
+template <class Enumeration>
+struct IsFixed<Enumeration, std::void_t<decltype(Enumeration{0u})>> : std::true_type {};
+
 // What an argument is made of.
 template <class Type>
 struct Argument {
@@ -59,7 +64,7 @@ struct Argument {
         if constexpr (std::is_same_v<Type, bool>) {
             value = eFill != Fill::zero;
         } else if constexpr (std::is_enum_v<Type>) {
-            value = static_cast<Type>(number<std::underlying_type_t<Type>>(eFill));
+            value = enumeration(eFill);
         } else if constexpr (std::is_integral_v<Type>) {
             value = number<Type>(eFill);
         } else if constexpr (std::is_class_v<Type>) {
@@ -68,6 +73,14 @@ struct Argument {
     }
 
     Type value = {};  // a pointer stays null
+
+private:
+    // The middleware's C enumerations have the values that their enumerators need; the library's any of their type's.
+    static Type enumeration(Fill eFill) {
+        using Number = std::underlying_type_t<Type>;
+        const Number all = IsFixed<Type>::value ? number<Number>(eFill) : number<Number>(eFill) & 0x7FFFFFFF;
+        return static_cast<Type>(all);
+    }
 };
 
 template <class Result, class... Types>
