@@ -16,9 +16,6 @@ namespace {
 constexpr std::size_t kMostFaults = 1000;
 constexpr long long kU32Max = 0xFFFFFFFFll;
 
-// Some editors put it at the beginning of a file.
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 struct Code {
     const char* name;
     long long result;
@@ -189,14 +186,9 @@ private:
 class FaultParser {
 public:
     FaultParser(std::string_view text, std::vector<FaultProblem>& problems) : _problems(problems) {
-        if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-            text.remove_prefix(kByteOrderMark.size());
-        }
-        for (std::size_t start = 0; start < text.size();) {
-            const std::size_t end = std::min(text.find('\n', start), text.size());
+        for (const std::string_view line : splitLines(text)) {
             ++_line;
-            parseLine(text.substr(start, end - start));
-            start = end + 1;
+            parseLine(line);
         }
     }
 

@@ -5,15 +5,13 @@
 
 #include "plan.h"
 #include "plan_data.h"
+#include "words.h"
 
 namespace tool {
 
 namespace {
 
 constexpr long long kMostRetries = 100000;
-
-// Some editors put it at the beginning of a file.
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool isName(const std::string& word) {
     return !word.empty() && word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") ==
@@ -29,14 +27,9 @@ void requireEnd(const Words& words, std::size_t used) {
 class Parser {
 public:
     Parser(std::string_view text, std::vector<Problem>& problems) : _problems(problems) {
-        if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-            text.remove_prefix(kByteOrderMark.size());
-        }
-        for (std::size_t start = 0; start < text.size();) {
-            const std::size_t end = std::min(text.find('\n', start), text.size());
+        for (const std::string_view line : splitLines(text)) {
             ++_line;
-            parseLine(text.substr(start, end - start));
-            start = end + 1;
+            parseLine(line);
         }
         finish();
     }

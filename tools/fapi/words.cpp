@@ -106,6 +106,21 @@ Words splitWords(std::string_view line) {
     }
 }
 
+std::vector<std::string_view> splitLines(std::string_view text) {
+    // Some editors put it at the beginning of a file.
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    std::vector<std::string_view> lines;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        lines.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return lines;
+}
+
 std::string quoteWord(std::string_view word) {
     const bool plain =
         !word.empty() && word.front() != '#' && std::all_of(word.begin(), word.end(), [](unsigned char c) {

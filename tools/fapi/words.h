@@ -18,6 +18,9 @@ using Words = std::vector<std::string>;
 // UsageError for a quote that is not closed or an unknown escape. A word may be empty ("").
 Words splitWords(std::string_view line);
 
+// The lines of a text file, without their ends and without a byte order mark before the first.
+std::vector<std::string_view> splitLines(std::string_view text);
+
 // The word as splitWords would read it back.
 std::string quoteWord(std::string_view word);
 
