@@ -42,7 +42,8 @@ protected:
     std::string connector(unsigned int u32Number) const {
         for (int i = 0; i < 500; ++i) {
             const nlohmann::json json = fapiJson({"set", "ports"});
-            if (json.is_object() && json["ports"].size() > u32Number) {
+            // An error until the tool has switched the set on.
+            if (json.is_object() && json.contains("ports") && json["ports"].size() > u32Number) {
                 return json["ports"][u32Number]["path"];
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
