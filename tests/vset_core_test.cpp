@@ -183,6 +183,15 @@ TEST_F(VsetFaults, OnlyNothrowAllocationsFail) {
     EXPECT_EQ(array, nullptr);
 }
 
+TEST_F(VsetFaults, NothrowAllocationsAreCounted) {
+    const std::size_t before = vset::allocations();
+    vset::inject({vset::kAllocation});
+    std::unique_ptr<int> failing(new (std::nothrow) int);
+    std::unique_ptr<int> throwing(new int);
+    std::unique_ptr<char[]> array(new (std::nothrow) char[2]);
+    EXPECT_EQ(vset::allocations(), before + 2);
+}
+
 TEST_F(VsetFaults, AnUnknownNameIsRefused) {
     for (const char* pszName : {"HW_FS_Read", "printf", "", "HW_"}) {
         EXPECT_THROW(vset::inject({pszName}), vset::SetError) << pszName;

@@ -218,7 +218,10 @@ TEST_F(VsetSar, EveryKeyIsHeardOrDropped) {
     for (int i = 0; i < 200; ++i) {
         enlist(hKeypad);
         {
-            const test::Repeating typist([] { vset::sar::press(0); });
+            const test::Repeating typist([] {
+                vset::sar::press(0);
+                std::this_thread::sleep_for(10us);
+            });
             ASSERT_TRUE(areThere(presses().size() + 1));
             ASSERT_EQ(HW_SAR_UnRegisterCallback(hKeypad, &kNoMore), HW_OK);
         }

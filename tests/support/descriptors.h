@@ -4,6 +4,8 @@
 #define TESTS_SUPPORT_DESCRIPTORS_H
 
 #include <filesystem>
+#include <fstream>
+#include <string>
 
 namespace test {
 
@@ -12,6 +14,17 @@ inline int openDescriptors() {
     int s32Count = 0;
     for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         ++s32Count;
+    }
+    return s32Count;
+}
+
+// How many threads it has beside those of the middleware, which live for ever.
+inline int threads() {
+    int s32Count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string strName;
+        std::getline(std::ifstream(entry.path() / "comm"), strName);
+        s32Count += strName.rfind("hw3-", 0) != 0 ? 1 : 0;
     }
     return s32Count;
 }

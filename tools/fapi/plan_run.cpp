@@ -118,7 +118,7 @@ void PlanRun::watch(int descriptor, pid_t child) {
             _progress.refresh();
         }
         if (ready > 0 && waited[1].revents != 0) {
-            interrupt(child);
+            interrupt(descriptor, child);
         }
         if (ready > 0 && waited[0].revents != 0 && !readRecords(descriptor)) {
             return;
@@ -146,7 +146,11 @@ bool PlanRun::readRecords(int descriptor) {
 }
 
 // The first Ctrl-C ends the step, and the teardown follows; the second ends everything.
-void PlanRun::interrupt(pid_t child) {
+void PlanRun::interrupt(int descriptor, pid_t child) {
+    // What the process has told counts, or a run that goes on from here would do it again.
+    pollfd waited = {descriptor, POLLIN, 0};
+    while (poll(&waited, 1, 0) > 0 && readRecords(descriptor)) {
+    }
     if (!_interrupts.take() || _over) {
         return;
     }
@@ -155,8 +159,13 @@ void PlanRun::interrupt(pid_t child) {
         return;
     }
     _stepInterrupted = true;
-    cutShort();
     kill(child, SIGKILL);
+    while (readRecords(descriptor)) {
+    }
+    if (_over) {
+        return;
+    }
+    cutShort();
     if (last) {
         endStep({Verdict::interrupted, ""});
         _over = true;

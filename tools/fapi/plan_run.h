@@ -33,7 +33,7 @@ private:
     void runProcess();
     void watch(int descriptor, pid_t child);
     bool readRecords(int descriptor);
-    void interrupt(pid_t child);
+    void interrupt(int descriptor, pid_t child);
     void take(Record record);
     void takeEnd(const Record& record);
     void takeRefusal(const std::string& text);

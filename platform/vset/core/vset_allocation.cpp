@@ -21,7 +21,7 @@ void* allocateOrThrow(std::size_t size) {
 
 void* allocateUnlessFault(std::size_t size) noexcept {
     // Looking for a fault may allocate itself, by the throwing forms only.
-    return vset::detail::takeFault(vset::kAllocation).bTaken ? nullptr : allocate(size);
+    return vset::detail::takeAllocationFault() ? nullptr : allocate(size);
 }
 
 }  // namespace

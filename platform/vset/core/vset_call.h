@@ -55,6 +55,9 @@ struct TakenFault {
 };
 VSET_API TakenFault takeFault(const char* pszCall);
 
+// Counts an allocation; true when it is to fail.
+VSET_API bool takeAllocationFault();
+
 VSET_API void record(const char* pszCall, Arguments arguments, long long s64Result, bool bFault);
 
 // What a call answers that has no set to act on, or whose model ran out of memory or storage.

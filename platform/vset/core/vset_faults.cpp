@@ -20,6 +20,7 @@ struct Faults {
     std::vector<ArmedFault> armed;
     // Looked at without the lock on every call; there are hardly ever faults.
     std::atomic<std::size_t> count{0};
+    std::atomic<std::size_t> allocations{0};
 };
 
 Faults& theFaults() {
@@ -58,6 +59,15 @@ detail::TakenFault detail::takeFault(const char* pszCall) {
         }
     }
     return stTaken;
+}
+
+bool detail::takeAllocationFault() {
+    theFaults().allocations.fetch_add(1, std::memory_order_relaxed);
+    return takeFault(kAllocation).bTaken;
+}
+
+std::size_t allocations() {
+    return theFaults().allocations.load(std::memory_order_relaxed);
 }
 
 void inject(const Fault& stFault) {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "vset_thread.h"
+
 namespace vset {
 
 namespace {
@@ -97,6 +99,7 @@ CallbackQueue::State CallbackQueue::state() {
 }
 
 void CallbackQueue::deliverForEver() {
+    nameThread("hw3-callback");
     std::unique_lock<std::mutex> lock(_mutex);
     for (;;) {
         _changed.wait(lock, [this] { return _u64Registration != 0 && !_strWaiting.empty(); });

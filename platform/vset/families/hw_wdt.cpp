@@ -10,6 +10,7 @@
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_folder.h"
+#include "vset_thread.h"
 
 namespace vset {
 
@@ -78,6 +79,7 @@ protected:
 
 private:
     [[noreturn]] void watchForEver() {
+        nameThread("hw3-watchdog");
         std::unique_lock<std::mutex> lock(_mutex);
         for (;;) {
             _changed.wait(lock, [this] { return _u32Seconds != 0; });

@@ -22,6 +22,7 @@
 #include "pseudo_terminal.h"
 #include "vset/uart.h"
 #include "vset_folder.h"
+#include "vset_thread.h"
 
 namespace fs = std::filesystem;
 
@@ -283,6 +284,7 @@ void serve(Lines& lines, const std::array<pollfd, kPolled>& polled, char* pcBuff
 }
 
 [[noreturn]] void runSerialThread() {
+    nameThread("hw3-serial");
     Lines& lines = theLines();
     static char acBuffer[kChunk];
     std::array<pollfd, kPolled> polled;

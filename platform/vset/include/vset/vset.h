@@ -120,6 +120,9 @@ VSET_API void inject(const Fault& stFault);
 
 VSET_API void clearFaults();
 
+// How many allocations that a fault of kAllocation could make fail there have been in this process.
+VSET_API std::size_t allocations();
+
 // --- Handles ---------------------------------------------------------------------------------------------------------
 
 struct OpenHandle {
