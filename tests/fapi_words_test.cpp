@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a user types: words, numbers, bytes, arguments.
+#include <chrono>
 #include <climits>
 
 #include <gmock/gmock.h>
@@ -43,6 +44,11 @@ TEST(Words, Nearest) {
     EXPECT_EQ(tool::nearest("acb", {"xyz", "abc"}), "abc");
     EXPECT_EQ(tool::nearest("check_folder", names), "sys_check_folder") << "the end of the name alone";
     EXPECT_EQ(tool::nearest("banana", names), "");
+    // Far too long for any of them: not compared letter by letter, which would take minutes.
+    const std::vector<std::string> many(200, "sys_check_folder");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(tool::nearest(std::string(1 << 20, 's'), many), "");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST(Values, Numbers) {

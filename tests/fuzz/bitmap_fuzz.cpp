@@ -17,7 +17,7 @@
 namespace {
 
 constexpr unsigned char kUntouched = 0xEE;
-constexpr std::size_t kPixelSize = 4;
+constexpr std::uint32_t kPixelSize = 4;
 
 // An input begins with two bytes that say which numbers are wild and one byte for each number; the rest is the file.
 constexpr std::size_t kNumbers = 10;

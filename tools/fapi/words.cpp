@@ -153,6 +153,10 @@ std::string nearest(std::string_view word, const std::vector<std::string>& candi
     for (const std::string& candidate : candidates) {
         // "check_file" for "sys_check_file" is no typing error, but near all the same.
         const bool isPart = word.size() >= kPartLength && candidate.find(word) != std::string::npos;
+        const std::size_t longer = std::max(word.size(), candidate.size()) - std::min(word.size(), candidate.size());
+        if (!isPart && longer >= bestDistance) {
+            continue;
+        }
         const std::size_t distance = isPart ? 1 : typingErrors(word, candidate);
         if (distance < bestDistance) {
             bestDistance = distance;
