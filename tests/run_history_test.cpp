@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What runs leave behind: the history, and what a run that did not end can be gone on with.
 #include <csignal>
+#include <functional>
 #include <numeric>
 #include <sstream>
 #include <thread>
@@ -58,21 +59,32 @@ protected:
 
     // Starts the words as a process, which gets the signal as soon as the file is there.
     test::ProcessResult runUntil(Strings words, const std::string& strFile, int s32Signal) const {
+        return runBeside(words, [&](pid_t pid) {
+            waitFor(strFile);
+            EXPECT_EQ(kill(pid, s32Signal), 0);
+        });
+    }
+    // The tool, and what somebody does to its process while it runs.
+    test::ProcessResult runBeside(const Strings& words, const std::function<void(pid_t)>& act) const {
         const std::string strPid = folder() + "/pid";
-        std::string strCommand = "echo $$ >'" + strPid + "'; exec '" FAPI_BINARY "'";
+        std::string strCommand =
+            "echo $$ >'" + strPid + ".new'; mv '" + strPid + ".new' '" + strPid + "'; exec '" FAPI_BINARY "'";
         for (const std::string& strWord : words) {
             strCommand += " '" + strWord + "'";
         }
         std::filesystem::remove(strPid);
-        std::thread killer([&] {
-            for (int i = 0; i < 3000 && !std::filesystem::exists(strFile); ++i) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            }
-            EXPECT_EQ(kill(static_cast<pid_t>(std::stol(readFile(strPid))), s32Signal), 0);
+        std::thread actor([&] {
+            waitFor(strPid);
+            act(static_cast<pid_t>(std::stol(readFile(strPid))));
         });
         const test::ProcessResult result = test::runProcess({"sh", "-c", strCommand});
-        killer.join();
+        actor.join();
         return result;
+    }
+    static void waitFor(const std::string& strFile) {
+        for (int i = 0; i < 3000 && !std::filesystem::exists(strFile); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
     }
 };
 
@@ -287,6 +299,42 @@ TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
         EXPECT_EQ(again.s32Exit, 2);
         EXPECT_EQ(again.strError, "fapi: " + reports() + ": no run is unfinished, there is nothing to resume\n");
     }
+}
+
+// The tool is behind with what its process on the set has told when the signal comes.
+TEST_F(Resume, WhatWasDoneBeforeCtrlCIsNotDoneAgain) {
+    const std::string strData = set() + "/tree/data/";
+    EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
+    EXPECT_EQ(mkfifo((strData + "first").c_str(), 0600), 0);
+    EXPECT_EQ(mkfifo((strData + "go").c_str(), 0600), 0);
+    const std::string strPlan = writeFile("behind.plan", R"(plan P
+step once
+    set put /data/begun x
+    set get /data/first
+    sys_init
+    sys_check_file /data/was
+    expect status failed
+    set put /data/was x
+step wait
+    set put /data/ready x
+    set get /data/go
+)");
+    const auto result = runBeside({"--set", set(), "run", "--report", reports(), strPlan}, [&](pid_t pid) {
+        waitFor(strData + "begun");
+        EXPECT_EQ(kill(pid, SIGSTOP), 0);
+        std::ofstream(strData + "first") << "x";
+        waitFor(strData + "ready");
+        EXPECT_EQ(kill(pid, SIGINT), 0);
+        EXPECT_EQ(kill(pid, SIGCONT), 0);
+    });
+    EXPECT_EQ(result.s32Exit, 4);
+    for (const char* pszPipe : {"first", "go"}) {
+        std::filesystem::remove(strData + pszPipe);
+        std::ofstream(strData + pszPipe) << "x";
+    }
+    const test::ProcessResult resumed = fapi({"run", "--resume", "--report", reports(), strPlan});
+    EXPECT_EQ(resumed.s32Exit, 0) << resumed.strOutput;
+    EXPECT_THAT(resumed.strOutput, HasSubstr("resumed at step 2: wait\n"));
 }
 
 TEST_F(Resume, ALineThatWasBeingWrittenDoesNotCount) {
