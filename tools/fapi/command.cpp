@@ -13,6 +13,7 @@ constexpr std::string_view kPowerCycle = "power-cycle";
 template <class Row, class NameOf>
 std::string didYouMean(std::string_view word, const std::vector<Row>& rows, NameOf&& nameOf) {
     std::vector<std::string> names;
+    names.reserve(rows.size());
     for (const Row& row : rows) {
         names.push_back(nameOf(row));
     }

@@ -50,7 +50,9 @@ std::vector<std::string> setPaths(const std::string& folder, const std::string& 
     std::vector<std::string> paths;
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder + "/tree" + parent, error)) {
-        paths.push_back(parent + entry.path().filename().string() + (entry.is_directory(error) ? "/" : ""));
+        std::string& path = paths.emplace_back(parent);
+        path += entry.path().filename().string();
+        path += entry.is_directory(error) ? "/" : "";
     }
     return paths;
 }

@@ -19,7 +19,7 @@ constexpr char kFactoryService[] = "/vendor/factory/bin/factory_svc";
 
 // A path that a person may touch: one of the set's own.
 std::string ownPath(const std::string& path) {
-    const std::string host = vset::hostPath(path);
+    std::string host = vset::hostPath(path);
     if (host == path) {
         throw vset::SetError(path + ": is no path of the set (those begin with /data, /vendor or /mnt)");
     }

@@ -3,6 +3,7 @@
 #include "html_report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 
 #include "a_vextvfapi_common.h"
@@ -151,7 +152,7 @@ void writeSummary(Html body, const PlanResult& result) {
         row.add("td", "number", step.attempts.empty() ? "" : durationText(step.seconds()));
         Html bar = row.add("td", "bar");
         if (longest > 0 && !step.attempts.empty()) {
-            const long percent = static_cast<long>(100 * step.seconds() / longest + 0.5);
+            const long percent = std::lround(100 * step.seconds() / longest);
             bar.add("span", "", "").attribute("style", "width:" + std::to_string(percent) + "%");
         }
         row.add("td", "number", step.attempts.empty() ? "" : std::to_string(step.attempts.size()));

@@ -106,6 +106,7 @@ void listenToAllModules(bool on) {
 
 std::vector<std::string> eventModules() {
     std::vector<std::string> names;
+    names.reserve(std::size(kModules));
     for (const Module* module : kModules) {
         names.emplace_back(module->name);
     }

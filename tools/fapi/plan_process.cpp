@@ -359,7 +359,8 @@ bool attachSet(const SessionOptions& session, PlanProcess& process) {
 
 }  // namespace
 
-// Without an exception's way out: behind it are the parent's callers.
+// Without an exception's way out: behind it are the parent's callers. One ends this process, and the plan goes on.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
                     const Variables& variables, const std::string& report, StepLog* log, int descriptor) noexcept {
     // Ctrl-C goes to the whole terminal group; what becomes of this process the parent decides.

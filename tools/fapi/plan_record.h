@@ -56,6 +56,7 @@ Record decode(const std::string& line);
 // Runs the plan from the position on, in a process of its own, and writes records to the descriptor. Does not return.
 // With a report the commands' outcomes are recorded, pictures are written as files that begin with `report`, and the
 // library's log goes to `log`, which is null without one.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 [[noreturn]] void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
                                  const Variables& variables, const std::string& report, StepLog* log,
                                  int descriptor) noexcept;

@@ -99,7 +99,7 @@ int showSet(const GlobalOptions& options) {
         try {
             for (const auto& [key, value] : vset::flash::environment(type)) {
                 json["environment"][name][key] = value;
-                text += std::string("\n  ") + name + " " + key + "=" + value;
+                text.append("\n  ").append(name).append(" ").append(key).append("=").append(value);
             }
         } catch (const vset::SetError&) {
             // Damage has been told above.

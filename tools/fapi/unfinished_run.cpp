@@ -34,6 +34,7 @@ std::vector<std::string> filesIn(const std::string& folder) {
     }
     std::sort(found.rbegin(), found.rend());
     std::vector<std::string> files;
+    files.reserve(found.size());
     for (const auto& [time, file] : found) {
         files.push_back(file);
     }

@@ -160,7 +160,7 @@ std::string hexDump(const Bytes& bytes, std::size_t lines) {
             text += byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
         }
         hex.resize(3 * kDumpWidth + 1, ' ');
-        dump += std::string("\n") + offset + ' ' + hex + "  |" + text + '|';
+        dump.append("\n").append(offset).append(" ").append(hex).append("  |").append(text).append("|");
     }
     return dump;
 }

@@ -329,7 +329,7 @@ std::string absoluteFolder(const std::string& strFolder) {
 }
 
 std::string makeFolderIfMissing(const std::string& strFolder) {
-    const std::string strAbsolute = absoluteFolder(strFolder);
+    std::string strAbsolute = absoluteFolder(strFolder);
     if (!isSet(strAbsolute)) {
         create(strAbsolute);
     }

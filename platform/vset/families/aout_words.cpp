@@ -113,7 +113,7 @@ const Equaliser* findEqualiser(HW_U32 u32Type) {
         {E_HW_AOUT_BASIC_SND_EQ, 8, {{"level", 0}}},
         {E_HW_AOUT_BASIC_SND_PEQ,
          HW_AOUT_PEQ_BANDS,
-         {{"gain", 0}, {"frequency", HW_AOUT_PEQ_BANDS}, {"Q", 2 * HW_AOUT_PEQ_BANDS}}},
+         {{"gain", 0}, {"frequency", HW_AOUT_PEQ_BANDS}, {"Q", std::size_t{2} * HW_AOUT_PEQ_BANDS}}},
     };
     const auto found = std::find_if(equalisers.begin(), equalisers.end(),
                                     [&](const Equaliser& stRow) { return stRow.u32Type == u32Type; });
@@ -185,7 +185,7 @@ std::string advancedName(std::uint32_t u32Type) {
 }
 
 std::string describe(const HW_AOUT_AdvSndParams_t& stParams) {
-    const std::string strName = advancedName(stParams.u32Type);
+    std::string strName = advancedName(stParams.u32Type);
     if (stParams.u32Type == E_HW_AOUT_ADV_SND_DBX) {
         return strName + ": " + describeDbx(stParams.attr.stDbx);
     }

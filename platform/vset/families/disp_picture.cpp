@@ -113,6 +113,9 @@ constexpr unsigned int kBarCount = sizeof(kBars) / sizeof(kBars[0]);
 
 // Upright bars, and a bright line that goes over them.
 void paintVideo(std::uint64_t u64Frame, Picture& picture) {
+    if (picture.u32Width == 0) {
+        return;
+    }
     constexpr unsigned int kLine = 16;  // pixels
     constexpr unsigned int kStep = 8;
     constexpr Color kBright = 0xFFFFFFFF;

@@ -53,8 +53,7 @@ Command decode(const std::string& strRecord) {
     if (strRecord.size() >= kCommandSize) {
         std::memcpy(&stCommand.s32Command, strRecord.data(), kCommandSize);
         // Up to the first zero byte.
-        const std::string strParameters = strRecord.substr(kCommandSize);
-        stCommand.strParameters = strParameters.c_str();
+        stCommand.strParameters = strRecord.substr(kCommandSize, strRecord.find('\0', kCommandSize) - kCommandSize);
     }
     return stCommand;
 }

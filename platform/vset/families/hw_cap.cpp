@@ -154,8 +154,6 @@ HW_Result_t capture(HW_Handle_t hCap, const HW_CAP_Description_t* pstDescription
 
 }  // namespace vset
 
-using vset::model;
-
 HW_Result_t HW_CAP_Open(const HW_CAP_OpenParams_t* pstParams, HW_Handle_t* phCap) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t { return vset::openUnit(pstParams, phCap); });
 }

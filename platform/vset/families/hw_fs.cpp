@@ -41,7 +41,7 @@ HW_S32 membersOf(std::size_t count, FILE* pStream) {
 
 // A larger buffer than stdio's own, for one written stream at a time: a picture that is written row by row goes to the
 // host in few pieces.
-constexpr std::size_t kLargeBuffer = 64 * 1024;
+constexpr std::size_t kLargeBuffer = 65536;
 char acLargeBuffer[kLargeBuffer];
 std::atomic<FILE*> largeBufferOwner{nullptr};
 
