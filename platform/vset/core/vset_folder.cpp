@@ -406,17 +406,18 @@ SetConfig setConfig() {
     return loaded.stConfig;
 }
 
-void storeSetConfig(const SetConfig& stConfig) {
+void changeSetConfig(const std::function<void(SetConfig&)>& change) {
+    const HostPaths hostPaths;
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
+    SetConfig stConfig = loaded.stConfig;
+    change(stConfig);
     writeConfig(loaded.strFolder, stConfig);
-    loaded.stConfig = stConfig;
+    loaded.stConfig = std::move(stConfig);
 }
 
 void countBoot() {
-    SetConfig stConfig = setConfig();
-    ++stConfig.u32Boots;
-    storeSetConfig(stConfig);
+    changeSetConfig([](SetConfig& stConfig) { ++stConfig.u32Boots; });
 }
 
 unsigned int bootCount() {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -50,9 +51,12 @@ void requireSet();
 // The folder that is loaded, or an empty text.
 std::string loadedFolder();
 
-// A copy of the attached set's configuration, and its replacement in memory and in the folder.
+// A copy of the attached set's configuration.
 SetConfig setConfig();
-void storeSetConfig(const SetConfig& stConfig);
+
+// Changes it in memory and in the folder. What several threads change at a time is all kept; `change` is called under a
+// lock, and looks at nothing but what it is given.
+void changeSetConfig(const std::function<void(SetConfig&)>& change);
 
 void countBoot();
 

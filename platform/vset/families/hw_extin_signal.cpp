@@ -66,9 +66,7 @@ extin::Calibration calibrationOf(const ExtinInput& input) {
 
 template <class Change>
 void changeCalibration(const ExtinInput& input, Change&& change) {
-    SetConfig stConfig = setConfig();
-    change(stConfig.calibrations[entryOf(input)]);
-    storeSetConfig(stConfig);
+    changeSetConfig([&](SetConfig& stConfig) { change(stConfig.calibrations[entryOf(input)]); });
 }
 
 HW_Result_t calibrate(const ExtinInput& input) {

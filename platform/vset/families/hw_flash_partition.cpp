@@ -126,8 +126,6 @@ void vset::flash::setPartition(const std::string& strName, std::uint64_t u64Size
     }
     const std::lock_guard<std::mutex> lock(flashModel.storageMutex);
     const HostPaths hostPaths;
-    SetConfig stConfig = setConfig();
-    stConfig.partitions[strName] = u64Size;
-    storeSetConfig(stConfig);
+    changeSetConfig([&](SetConfig& stConfig) { stConfig.partitions[strName] = u64Size; });
     resizeFile(partitionFile(strName), u64Size);
 }

@@ -67,13 +67,15 @@ template <class Change>
 HW_Result_t changeInterface(HW_Handle_t hNet, Change&& change) {
     const std::lock_guard<std::mutex> lock(model.mutex);
     const auto place = model.handles().key(hNet);
-    SetConfig stConfig = setConfig();
-    if (!place || *place >= stConfig.interfaces.size()) {
+    const std::vector<net::Interface> interfaces = setConfig().interfaces;
+    if (!place || *place >= interfaces.size()) {
         return HW_ERR_INVALID_HANDLE;
     }
-    const HW_Result_t result = change(stConfig.interfaces[*place]);
+    net::Interface stInterface = interfaces[*place];
+    const HW_Result_t result = change(stInterface);
     if (result == HW_OK) {
-        storeSetConfig(stConfig);
+        // The list is the same as above: it changes under the model's mutex alone.
+        changeSetConfig([&](SetConfig& stConfig) { stConfig.interfaces[*place] = stInterface; });
     }
     return result;
 }
@@ -207,11 +209,8 @@ void setInterfaces(const std::vector<Interface>& interfaces) {
                            "\": needs a name of 1 to 16 characters and a MAC address like 00:4C:55:4D:00:01");
         }
     }
-    const HostPaths hostPaths;
     const std::lock_guard<std::mutex> lock(model.mutex);
-    SetConfig stConfig = setConfig();
-    stConfig.interfaces = interfaces;
-    storeSetConfig(stConfig);
+    changeSetConfig([&](SetConfig& stConfig) { stConfig.interfaces = interfaces; });
 }
 
 void setReportedCount(unsigned int u32Count) {

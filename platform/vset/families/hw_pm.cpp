@@ -137,10 +137,8 @@ std::uint32_t vset::pm::clock() {
 
 void vset::pm::setClock(std::uint32_t u32Seconds) {
     requireSet();
-    const HostPaths hostPaths;
-    SetConfig stConfig = setConfig();
-    stConfig.s64ClockOffset = std::int64_t{u32Seconds} - std::time(nullptr);
-    storeSetConfig(stConfig);
+    changeSetConfig(
+        [=](SetConfig& stConfig) { stConfig.s64ClockOffset = std::int64_t{u32Seconds} - std::time(nullptr); });
 }
 
 vset::pm::LedRing vset::pm::leds() {

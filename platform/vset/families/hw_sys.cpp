@@ -67,10 +67,7 @@ vset::sys::CustomerHash vset::sys::customerHash() {
 
 void vset::sys::setCustomerHash(const CustomerHash& hash) {
     requireSet();
-    const HostPaths hostPaths;
-    SetConfig stConfig = setConfig();
-    stConfig.au8CustomerHash = hash;
-    storeSetConfig(stConfig);
+    changeSetConfig([&](SetConfig& stConfig) { stConfig.au8CustomerHash = hash; });
 }
 
 std::string vset::sys::dataIndexPath() {
@@ -80,8 +77,5 @@ std::string vset::sys::dataIndexPath() {
 
 void vset::sys::setDataIndexPath(const std::string& strPath) {
     requireSet();
-    const HostPaths hostPaths;
-    SetConfig stConfig = setConfig();
-    stConfig.strDataIndexPath = strPath;
-    storeSetConfig(stConfig);
+    changeSetConfig([&](SetConfig& stConfig) { stConfig.strDataIndexPath = strPath; });
 }

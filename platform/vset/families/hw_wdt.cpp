@@ -106,9 +106,7 @@ private:
                 const std::lock_guard<std::mutex> lock(_mutex);
                 ++_u32Reboots;
             }
-            SetConfig stConfig = setConfig();
-            stConfig.bWatchdogRebooted = true;
-            storeSetConfig(stConfig);
+            changeSetConfig([](SetConfig& stConfig) { stConfig.bWatchdogRebooted = true; });
             detail::record("WATCHDOG_REBOOT", {}, 0, false);
         };
         try {
@@ -223,10 +221,7 @@ Watchdog state() {
 
 void setRebooted(bool bRebooted) {
     requireSet();
-    const HostPaths hostPaths;
-    SetConfig stConfig = setConfig();
-    stConfig.bWatchdogRebooted = bRebooted;
-    storeSetConfig(stConfig);
+    changeSetConfig([=](SetConfig& stConfig) { stConfig.bWatchdogRebooted = bRebooted; });
 }
 
 void setPresent(bool bPresent) {
