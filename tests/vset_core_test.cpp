@@ -2,14 +2,12 @@
 // The virtual set's ground: folder, tree, journal, faults, handles, power.
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <new>
 #include <set>
-#include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -25,8 +23,6 @@
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/set_fixture.h"
-#include "vset/sys.h"
-#include "vset/wdt.h"
 
 namespace {
 
@@ -204,24 +200,6 @@ TEST_F(VsetFaults, AnUnknownNameIsRefused) {
 }
 
 class VsetPower : public test::SetTest {};
-
-// The watchdog's thread notes its reboot while somebody writes another setting.
-TEST_F(VsetPower, SettingsChangeSideBySide) {
-    SKIP_UNDER_EMULATION();
-    constexpr int kChanges = 100;
-    std::thread other([] {
-        for (int i = 0; i < kChanges; ++i) {
-            vset::wdt::setRebooted(i % 2 == 0);
-        }
-    });
-    for (int i = 0; i < kChanges; ++i) {
-        const std::string strPath = "/data/index" + std::to_string(i);
-        vset::sys::setDataIndexPath(strPath);
-        std::this_thread::sleep_for(std::chrono::microseconds(100));
-        EXPECT_EQ(vset::sys::dataIndexPath(), strPath);
-    }
-    other.join();
-}
 
 TEST_F(VsetPower, HandlesAreUniqueAndDieWithTheClose) {
     HW_SYS_Init(nullptr);
