@@ -202,10 +202,13 @@ TEST_F(FactoryUart, WritesTheBytesAndALineEnd) {
 TEST_F(FactoryUart, StopsAlways) {
     const std::string log = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
     EXPECT_THAT(log, HasSubstr("[E] <a_vextvfapi_prphrl_stop_factory_uart> \033[31m [start_factory_uart] Error 0x"));
-    ASSERT_EQ(start(), 1);
-    vset::inject({"HW_UART_UnRegisterCallback", 3});
-    vset::inject({"HW_UART_Close", 3});
-    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
+    for (const auto& [s64Result, bTold] : {std::pair(3LL, true), std::pair(2LL, false)}) {
+        ASSERT_EQ(start(), 1);
+        vset::inject({"HW_UART_UnRegisterCallback", s64Result});
+        vset::inject({"HW_UART_Close", 3});
+        const std::string stopLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
+        EXPECT_EQ(stopLog.find("unregister callback fail") != std::string::npos, bTold) << s64Result;
+    }
 }
 
 // The callback holds the port's thread; a stop waits for it, and what comes later has no callback any more.

@@ -143,6 +143,11 @@ TEST_F(ChipAttributes, CustomerHash) {
     EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(16, au8Hash, nullptr), -1);
     EXPECT_EQ(u32Copied, 99u);
     EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(17, au8Hash, &u32Copied), 0);
+    // Places that overlap spoil what the caller reads, and nothing else.
+    alignas(unsigned int) unsigned char au8Both[16];
+    test::logOf([&] {
+        EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(16, au8Both, reinterpret_cast<unsigned int*>(au8Both)), 0);
+    });
     EXPECT_EQ(u32Copied, 16u);
     const vset::sys::CustomerHash hash = vset::sys::customerHash();
     EXPECT_TRUE(std::equal(hash.begin(), hash.end(), au8Hash));

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_internal.h"
+#include "fapi_hw_result.h"
 #include "fapi_log.h"
 
 fapi::ReceiveBuffer receiveBuffer;
@@ -155,7 +156,8 @@ HW_Result_t _HW_UART_Callback(HW_Handle_t, HW_U32, HW_U8* params) {
 int a_vextvfapi_prphrl_stop_factory_uart(signed char portType) {
     const HW_UART_CallbackParams_t stCallback = {nullptr, HW_UART_EVENT_RX_CHAR, 0};
     const HW_Result_t result = HW_UART_UnRegisterCallback(hUartHandle.load(), &stCallback);
-    if (result != HW_OK) {
+    // Unlike the other calls of the port, where 2 is a failure.
+    if (!fapi::isBroughtUp(result)) {
         FAPI_LOGE(FAPI_RED("[start_factory_uart] Error 0x%x: unregister callback fail") "\n\n", result);
     }
     if (findPort(static_cast<HW_U32>(_a_vextvfapi_prphrl_convert_uart_port_type(portType))) == HW_OK &&

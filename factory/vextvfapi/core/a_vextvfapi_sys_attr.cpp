@@ -59,9 +59,11 @@ int a_vextvfapi_sys_get_customer_hash(unsigned int size, unsigned char* hash, un
         *copied = 0;
         FAPI_LOGE("a_vextvfapi_sys_get_customer_hash fail.\n");
     } else {
-        *copied = std::min(stBuffer.u32CopiedSize, kHashSize);
-        std::memcpy(hash, au8Hash, *copied);
-        logHash(hash, *copied);
+        // The caller's places may overlap.
+        const HW_U32 u32Copied = std::min(stBuffer.u32CopiedSize, kHashSize);
+        *copied = u32Copied;
+        std::memcpy(hash, au8Hash, u32Copied);
+        logHash(hash, u32Copied);
     }
     return a_vextvfapi_common_hw_err_msg(u32Result);
 }

@@ -7,7 +7,7 @@
 
 namespace fapi {
 
-// A family's Init: the host may bring a module up again, so "already initialised" is as good as done.
+// Of a family's Init, which the host may repeat: "already initialised" is as good as done.
 inline bool isBroughtUp(HW_Result_t u32Result) {
     return u32Result == HW_OK || u32Result == HW_HAS_INITED;
 }

@@ -108,6 +108,8 @@ public:
     HW_Result_t markInitialised();
     bool isInitialised() const { return _bInitialised.load(); }
     void deinitialise() { _bInitialised.store(false); }
+    // The family's DeInit: closes what the library has open, too. HW_ERR_NOT_INITED without an Init.
+    HW_Result_t shutDown();
 
     // HW_OK, or HW_ERR_NOT_INITED before HW_SYS_Init or the family's own Init.
     HW_Result_t readiness() const;
@@ -140,6 +142,29 @@ private:
     std::atomic<bool> _bInitialised{false};
     HandleTable _handles;
     std::vector<HandleTable*> _tables{&_handles};
+};
+
+// A model whose state is one record, which is looked at and changed under its lock.
+template <class State>
+class StatefulModel : public FamilyModel {
+public:
+    using FamilyModel::FamilyModel;
+
+    template <class Body>
+    auto locked(Body&& body) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return body(_state);
+    }
+
+protected:
+    ~StatefulModel() = default;
+    void reset() override {
+        locked([](State& state) { state = {}; });
+    }
+
+private:
+    std::mutex _mutex;
+    State _state;
 };
 
 // What GetHandle and Open of a family have in common whose instances are known by one number: HW_OK, or what they

@@ -136,6 +136,15 @@ HW_Result_t FamilyModel::readiness() const {
     return systemReadiness() == HW_OK && _bInitialised ? HW_OK : HW_ERR_NOT_INITED;
 }
 
+HW_Result_t FamilyModel::shutDown() {
+    const HW_Result_t result = readiness();
+    if (result == HW_OK) {
+        _handles.closeThoseOfTheLibrary();
+        deinitialise();
+    }
+    return result;
+}
+
 void FamilyModel::hold(std::uint64_t u64Key, const std::string& strWhat) {
     HW_Handle_t hHandle = HW_HANDLE_NONE;
     if (_handles.open(u64Key, &hHandle, true) != HW_OK) {

@@ -17,15 +17,9 @@ struct DisplayWindow {
 using DisplayWindows = std::array<DisplayWindow, disp::kWindows>;
 
 // The key of a handle is its window.
-class DispModel : public FamilyModel {
+class DispModel : public StatefulModel<DisplayWindows> {
 public:
-    DispModel() : FamilyModel(FamilyId::disp, "HW_DISP") {}
-
-    template <class Body>
-    auto locked(Body&& body) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return body(_windows);
-    }
+    DispModel() : StatefulModel(FamilyId::disp, "HW_DISP") {}
 
     // Runs `body` on an open window, for the caller's record.
     template <class Body>
@@ -42,10 +36,6 @@ public:
 
 protected:
     void reset() override;
-
-private:
-    std::mutex _mutex;
-    DisplayWindows _windows;
 };
 extern DispModel& dispModel;
 

@@ -35,36 +35,11 @@ public:
 AudioModel& audio = *new AudioModel;
 
 // The key of a handle is its path.
-class AoutModel : public FamilyModel {
+class AoutModel : public StatefulModel<State> {
 public:
-    AoutModel() : FamilyModel(FamilyId::aout, "HW_AOUT") {}
-
-    template <class Body>
-    auto locked(Body&& body) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return body(_state);
-    }
-
-protected:
-    void reset() override {
-        locked([](State& state) { state = {}; });
-    }
-
-private:
-    std::mutex _mutex;
-    State _state;
+    AoutModel() : StatefulModel(FamilyId::aout, "HW_AOUT") {}
 };
 AoutModel& model = *new AoutModel;
-
-// Closes what the library has open, too.
-HW_Result_t shutDown(FamilyModel& family) {
-    const HW_Result_t result = family.readiness();
-    if (result == HW_OK) {
-        family.handles().closeThoseOfTheLibrary();
-        family.deinitialise();
-    }
-    return result;
-}
 
 bool isBlocked(std::uint64_t u64Path) {
     return model.locked([&](State& state) { return state.paths[u64Path].bBlocked; });
@@ -261,7 +236,7 @@ HW_Result_t HW_AUDIO_Init(const HW_AUDIO_InitParams_t* pstParams) {
 }
 
 HW_Result_t HW_AUDIO_DeInit() {
-    return vset::call(__func__, {}, []() -> HW_Result_t { return vset::shutDown(vset::audio); });
+    return vset::call(__func__, {}, []() -> HW_Result_t { return vset::audio.shutDown(); });
 }
 
 HW_Result_t HW_AOUT_Init(const HW_AOUT_InitParams_t* pstParams) {
@@ -269,7 +244,7 @@ HW_Result_t HW_AOUT_Init(const HW_AOUT_InitParams_t* pstParams) {
 }
 
 HW_Result_t HW_AOUT_DeInit() {
-    return vset::call(__func__, {}, []() -> HW_Result_t { return vset::shutDown(model); });
+    return vset::call(__func__, {}, []() -> HW_Result_t { return vset::model.shutDown(); });
 }
 
 HW_Result_t HW_AOUT_GetHandle(const HW_AOUT_HandleParams_t* pstParams, HW_Handle_t* phAout) {

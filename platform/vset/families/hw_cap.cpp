@@ -27,30 +27,16 @@ struct State {
 };
 
 // There is one unit: the key of its handle is 0.
-class CapModel : public FamilyModel {
+class CapModel : public StatefulModel<State> {
 public:
-    CapModel() : FamilyModel(FamilyId::cap, "HW_CAP") {}
+    CapModel() : StatefulModel(FamilyId::cap, "HW_CAP") {}
 
-    template <class Body>
-    auto locked(Body&& body) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return body(_state);
-    }
     std::optional<unsigned int> window() {
         return locked([](const State& state) { return state.unit.window; });
     }
     void disconnect() {
         locked([](State& state) { state.unit.window.reset(); });
     }
-
-protected:
-    void reset() override {
-        locked([](State& state) { state = {}; });
-    }
-
-private:
-    std::mutex _mutex;
-    State _state;
 };
 CapModel& model = *new CapModel;
 

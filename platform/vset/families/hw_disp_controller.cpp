@@ -17,15 +17,9 @@ struct State {
     std::array<bool, disp::kTimings> supported;
 };
 
-class ControllerModel : public FamilyModel {
+class ControllerModel : public StatefulModel<State> {
 public:
-    ControllerModel() : FamilyModel(FamilyId::dispController, "HW_DISP_CONTROLLER") {}
-
-    template <class Body>
-    auto locked(Body&& body) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return body(_state);
-    }
+    ControllerModel() : StatefulModel(FamilyId::dispController, "HW_DISP_CONTROLLER") {}
 
 protected:
     void reset() override {
@@ -36,10 +30,6 @@ protected:
         HW_Handle_t hPlayers = HW_HANDLE_NONE;
         handles().open(0, &hPlayers, true);
     }
-
-private:
-    std::mutex _mutex;
-    State _state;
 };
 ControllerModel& model = *new ControllerModel;
 

@@ -224,14 +224,7 @@ HW_Result_t HW_EXTIN_Init(const HW_EXTIN_InitParams_t* pstParams) {
 }
 
 HW_Result_t HW_EXTIN_DeInit() {
-    return vset::call(__func__, {}, []() -> HW_Result_t {
-        if (model.readiness() != HW_OK) {
-            return HW_ERR_NOT_INITED;
-        }
-        model.handles().closeThoseOfTheLibrary();
-        model.deinitialise();
-        return HW_OK;
-    });
+    return vset::call(__func__, {}, []() -> HW_Result_t { return model.shutDown(); });
 }
 
 HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t* pstCaps) {

@@ -124,14 +124,7 @@ HW_Result_t HW_NET_Init(const HW_NET_InitParams_t* pstParams) {
 }
 
 HW_Result_t HW_NET_DeInit() {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
-        const HW_Result_t result = model.readiness();
-        if (result == HW_OK) {
-            model.handles().closeThoseOfTheLibrary();
-            model.deinitialise();
-        }
-        return result;
-    });
+    return vset::call(__func__, {}, []() -> HW_Result_t { return model.shutDown(); });
 }
 
 HW_Result_t HW_NET_GetInterfaceName(HW_NET_InterfaceName_t* pstList, HW_U32* pu32Count) {

@@ -19,15 +19,9 @@ struct State {
 };
 
 // The key of a handle is the window that the path is connected to.
-class VideoModel : public FamilyModel {
+class VideoModel : public StatefulModel<State> {
 public:
-    VideoModel() : FamilyModel(FamilyId::video, "HW_VIDEO") {}
-
-    template <class Body>
-    auto locked(Body&& body) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return body(_state);
-    }
+    VideoModel() : StatefulModel(FamilyId::video, "HW_VIDEO") {}
 
     // A handle is there exactly while the path is.
     void connect(unsigned int u32Window, const HW_VIDEO_Info_t& stInfo) {
@@ -43,10 +37,6 @@ protected:
         locked([](State& state) { state = {{}, std::chrono::steady_clock::now(), std::nullopt}; });
         connect(0, kPlayersVideo);
     }
-
-private:
-    std::mutex _mutex;
-    State _state;
 };
 VideoModel& model = *new VideoModel;
 

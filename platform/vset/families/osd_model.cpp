@@ -86,7 +86,7 @@ std::shared_ptr<HW_U8> memoryOf(const osd::Surface& stSurface) {
 
 OsdModel& osdModel = *new OsdModel;
 
-OsdModel::OsdModel() : FamilyModel(FamilyId::osdLayer, "HW_OSD") {
+OsdModel::OsdModel() : StatefulModel(FamilyId::osdLayer, "HW_OSD") {
     alsoHas(_windows);
     alsoHas(_surfaces);
 }

@@ -30,15 +30,9 @@ struct OsdState {
 std::shared_ptr<HW_U8> memoryOf(const osd::Surface& stSurface);
 
 // The functions that make and destroy are called by locked() bodies, with their state.
-class OsdModel : public FamilyModel {
+class OsdModel : public StatefulModel<OsdState> {
 public:
     OsdModel();
-
-    template <class Body>
-    auto locked(Body&& body) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return body(_state);
-    }
 
     HW_Result_t createLayer(OsdState& state, const HW_OSD_LayerAttr_t& stAttr, HW_Handle_t* phLayer,
                             bool bPlayer = false);
@@ -56,8 +50,6 @@ private:
     // The handles() are those of the layers, by their numbers; windows and surfaces are numbered as they are made.
     HandleTable _windows{FamilyId::osdWindow, "HW_OSD_WINDOW"};
     HandleTable _surfaces{FamilyId::osdSurface, "HW_OSD_SURFACE"};
-    std::mutex _mutex;
-    OsdState _state;
     std::uint64_t _u64Made = 0;
     std::unique_ptr<GuardedMemory> _playersPixels;
 };
