@@ -49,7 +49,8 @@ std::vector<std::string> setPaths(const std::string& folder, const std::string& 
     const vset::HostPaths hostPaths;
     std::vector<std::string> paths;
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder + "/tree" + parent, error)) {
+    const std::string place = folder + "/tree" + parent;
+    for (const fs::directory_entry& entry : fs::directory_iterator(place, error)) {
         std::string& path = paths.emplace_back(parent);
         path += entry.path().filename().string();
         path += entry.is_directory(error) ? "/" : "";
