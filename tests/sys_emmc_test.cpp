@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Raw transfers from and to eMMC partitions.
+#include <cstdlib>
+
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include "a_vextvfapi_sys.h"
 #include "hw3/hw_flash.h"
+#include "support/emulation.h"
 #include "support/log_capture.h"
 #include "support/set_fixture.h"
 #include "vset/flash.h"
@@ -106,8 +110,11 @@ TEST_F(Emmc, EveryStepMayFail) {
         {"HW_FLASH_Close", -1, "flash close handle fail\n\n"},
     };
     for (const Row& stRow : rows) {
+        const bool bAllocation = stRow.pszCall == std::string(vset::kAllocation);
         for (const bool bWrite : {true, false}) {
-            if (stRow.pszCall == std::string(bWrite ? "HW_FLASH_Read" : "HW_FLASH_Write")) {
+            // What a read needs is not made to fail so, but below.
+            if (bWrite ? stRow.pszCall == std::string("HW_FLASH_Read")
+                       : bAllocation || stRow.pszCall == std::string("HW_FLASH_Write")) {
                 continue;
             }
             vset::powerCycle();
@@ -115,8 +122,7 @@ TEST_F(Emmc, EveryStepMayFail) {
             int s32Status = 7;
             const std::string strLog = test::logOf([&] {
                 // The write's log line makes a copy of the data first.
-                const bool bSecond = bWrite && stRow.pszCall == std::string(vset::kAllocation);
-                vset::inject({stRow.pszCall, 3, bSecond ? 2u : 1u});
+                vset::inject({stRow.pszCall, 3, bAllocation ? 2u : 1u});
                 s32Status = bWrite ? writeEmmc("abc", 0) : readEmmc(0, 3).s32Status;
             });
             vset::clearFaults();
@@ -125,6 +131,37 @@ TEST_F(Emmc, EveryStepMayFail) {
         }
     }
 }
+
+// A sanitizer's own memory counts, too, and is more than any limit here.
+#if !defined(FAPI_SANITIZED)
+TEST_F(Emmc, AReadNeedsMemoryThatThereIs) {
+    SKIP_UNDER_EMULATION();
+    const auto readWithin2GiB = [] {
+        const rlimit stLimit = {1ull << 31, 1ull << 31};
+        setrlimit(RLIMIT_AS, &stLimit);
+        unsigned char acName[] = "misc";
+        unsigned char u8Byte = 7;
+        const int s32Status = a_vextvfapi_sys_read_emmc(acName, 0, 0xFFFFFFFF, &u8Byte);
+        std::exit(s32Status == -4 && u8Byte == 7 ? 0 : 1);
+    };
+    EXPECT_EXIT(readWithin2GiB(), testing::ExitedWithCode(0), "");
+}
+
+// Of 4 GiB that the chip refuses nothing is touched.
+TEST_F(Emmc, ALengthThatIsRefusedCostsNoMemory) {
+    const auto resident = [] {
+        rusage stUsage = {};
+        getrusage(RUSAGE_SELF, &stUsage);
+        return stUsage.ru_maxrss;
+    };
+    const long before = resident();
+    EXPECT_EQ(readEmmc(0, 1).s32Status, 0);
+    unsigned char acName[] = "misc";
+    unsigned char u8Byte = 0;
+    EXPECT_NE(a_vextvfapi_sys_read_emmc(acName, 0, 0xFFFFFFFF, &u8Byte), 0);
+    EXPECT_LT(resident() - before, 256 * 1024) << "KiB";
+}
+#endif
 
 TEST_F(Emmc, LogsNoMoreOfTheDataThanThereIs) {
     EXPECT_THAT(test::logOf([] { writeEmmc("abc", 7); }),

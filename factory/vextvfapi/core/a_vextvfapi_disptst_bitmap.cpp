@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <memory>
 
@@ -13,6 +12,7 @@
 
 #include "fapi_byte_order.h"
 #include "fapi_log.h"
+#include "fapi_memory.h"
 
 namespace {
 
@@ -20,11 +20,6 @@ struct FileCloser {
     void operator()(std::FILE* pFile) const { std::fclose(pFile); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
-
-struct MemoryFreer {
-    void operator()(unsigned char* pu8Memory) const { std::free(pu8Memory); }
-};
-using Memory = std::unique_ptr<unsigned char, MemoryFreer>;
 
 constexpr std::uint32_t kFileHeaderSize = 14;
 constexpr std::uint32_t kInfoHeaderKept = 12;
@@ -147,7 +142,7 @@ bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* fi
         return false;
     }
     // A header may promise rows of gigabytes: memory that is not touched costs nothing.
-    const Memory row(static_cast<unsigned char*>(std::calloc(u32RowLength, 1)));
+    const auto row = fapi::allocateZeroes(u32RowLength);
     if (row == nullptr) {
         return false;
     }

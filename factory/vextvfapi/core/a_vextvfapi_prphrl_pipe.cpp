@@ -15,6 +15,7 @@
 #include "fapi_background_task.h"
 #include "fapi_command_scanner.h"
 #include "fapi_log.h"
+#include "fapi_memory.h"
 #include "hw3/hw_os.h"
 
 static constexpr char kPipePath[] = "/data/vendor/uartCmdPipe";
@@ -27,10 +28,6 @@ static constexpr std::size_t kReadSize = 2048;
 static fapi::BackgroundTask pipeTask;
 
 namespace {
-
-struct Free {
-    void operator()(char* pText) const { std::free(pText); }
-};
 
 class CommandRaiser : public fapi::CommandReceiver {
 public:
@@ -89,7 +86,7 @@ static void receiveCommands(int s32Fd, unsigned char u8End) {
 }
 
 void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
-    const std::unique_ptr<char, Free> commandEnd(static_cast<char*>(pUartPipeCmdEnd));
+    const std::unique_ptr<char, fapi::Free> commandEnd(static_cast<char*>(pUartPipeCmdEnd));
     fapi::nameThisThread("UartPipe_Task");
     FAPI_LOGI("start UartPipe_Task\n\n");
     if (commandEnd == nullptr) {

@@ -6,16 +6,14 @@
 
 #include "a_vextvfapi_sys_internal.h"
 #include "fapi_log_text.h"
+#include "fapi_memory.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "fapi_log.h"
 
-// A copy lies between caller and middleware, so that a failed read leaves the caller's data alone.
-using Buffer = std::unique_ptr<HW_U8[]>;
-
 static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, const unsigned char* data) {
     FAPI_LOGD("EMMC Write - \n");
-    const Buffer buffer(new (std::nothrow) HW_U8[stTransfer.u32Length]);
+    const std::unique_ptr<HW_U8[]> buffer(new (std::nothrow) HW_U8[stTransfer.u32Length]);
     if (buffer == nullptr) {
         FAPI_LOGE("\033[1;31mError: Allocate memory fail\n\033[0m\n");
         return -4;
@@ -31,9 +29,10 @@ static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, c
     return 0;
 }
 
+// A failed read leaves the caller's data alone.
 static int readThroughBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, unsigned char* data) {
     FAPI_LOGD("Read from EMMC - \n");
-    const Buffer buffer(new (std::nothrow) HW_U8[stTransfer.u32Length]());
+    const auto buffer = fapi::allocateZeroes(stTransfer.u32Length);
     if (buffer == nullptr) {
         FAPI_LOGE("\033[1;31mError: Allocate memory fail\n\033[0m\n");
         return -4;

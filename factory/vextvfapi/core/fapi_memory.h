@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// Memory of the C library.
+#ifndef FAPI_MEMORY_H
+#define FAPI_MEMORY_H
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+
+namespace fapi {
+
+struct Free {
+    void operator()(void* pMemory) const { std::free(pMemory); }
+};
+
+// Zeroes, or null. However many they are, they cost nothing before somebody touches them: a length that the chip
+// refuses is refused before it has taken the set's memory. A size of 0 is no failure.
+inline std::unique_ptr<unsigned char, Free> allocateZeroes(std::size_t size) {
+    return std::unique_ptr<unsigned char, Free>(static_cast<unsigned char*>(std::calloc(size != 0 ? size : 1, 1)));
+}
+
+}  // namespace fapi
+
+#endif
