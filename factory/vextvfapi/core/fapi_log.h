@@ -13,14 +13,23 @@ extern std::atomic<unsigned char> u8TvFactoryDebug;
 // Tag, level and message are one literal, so that the compiler checks the format and the text can be found in the
 // binary. With the switch off a line costs a load and a branch; no argument is evaluated. The value is that of printf,
 // or 0 with the switch off.
-#define FAPI_LOG(level, format, ...)                                                                        \
-    (u8TvFactoryDebug.load(std::memory_order_relaxed) != 0                                                  \
-         ? std::printf(FAPI_LOG_TAG "(imp) [" level "] <%s:%d> " format, __func__, __LINE__, ##__VA_ARGS__) \
+//
+// Line scripts filter by the name in the prefix, so it is that of an operation. A helper that logs takes the name of
+// the operation that it works for as its last parameter, `const char* pszCaller = __builtin_FUNCTION()`, and logs with
+// the _AS forms; a helper that it calls is handed the same name.
+#define FAPI_LOG_AS(caller, level, format, ...)                                                           \
+    (u8TvFactoryDebug.load(std::memory_order_relaxed) != 0                                                \
+         ? std::printf(FAPI_LOG_TAG "(imp) [" level "] <%s:%d> " format, caller, __LINE__, ##__VA_ARGS__) \
          : 0)
+#define FAPI_LOG(level, format, ...) FAPI_LOG_AS(__func__, level, format, ##__VA_ARGS__)
 
 #define FAPI_LOGE(format, ...) static_cast<void>(FAPI_LOG("E", format, ##__VA_ARGS__))
 #define FAPI_LOGD(format, ...) static_cast<void>(FAPI_LOG("D", format, ##__VA_ARGS__))
 #define FAPI_LOGI(format, ...) static_cast<void>(FAPI_LOG("I", format, ##__VA_ARGS__))
+
+#define FAPI_LOGE_AS(caller, format, ...) static_cast<void>(FAPI_LOG_AS(caller, "E", format, ##__VA_ARGS__))
+#define FAPI_LOGD_AS(caller, format, ...) static_cast<void>(FAPI_LOG_AS(caller, "D", format, ##__VA_ARGS__))
+#define FAPI_LOGI_AS(caller, format, ...) static_cast<void>(FAPI_LOG_AS(caller, "I", format, ##__VA_ARGS__))
 
 // Colours of the message texts; the ending (a newline or two) stays outside.
 #define FAPI_RED(text) "\033[31m " text "\033[m"
