@@ -9,7 +9,7 @@
 // first, opening those that nobody has open, and closes them after a success: those that it has opened, and also one
 // that somebody else has opened if this module ever had opened that path itself. After a failure of the chip, or of an
 // argument that is looked at only then, the paths stay open until the next success. Statuses are 0 and -1 unless an
-// operation says otherwise; -1 also means that the main path cannot be had, for the volume of a path that this path
+// operation says otherwise; -1 also means an argument of null, that the main path cannot be had, for the volume of a path that this path
 // cannot, or that a path could not be closed: what an operation stores has been stored then.
 
 // --- Start-up --------------------------------------------------------------------------------------------------------
@@ -74,8 +74,8 @@ FAPI_API int a_vextvfapi_aud_adv_set_peq_value(unsigned short* pIndex, unsigned 
 // Switches an effect on or off, with its parameters 0.
 FAPI_API int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type type, unsigned char enable);
 
-// Switches an effect on with what `pParam` has for it. AVC, surround, DRC, HPF and limiter have nothing there: they are
-// switched on with their parameters 0.
+// Switches an effect on with what `pParam` has for it; -1 for null. The fields of AVC, surround, DRC, HPF and limiter
+// are not used: these effects are switched on with parameters of 0.
 FAPI_API int a_vextvfapi_aud_basic_snd_set_param(e_vextvfapi_aud_basic_snd_type type,
                                                  const fapi_core::VexTvFApiAudBasicSoundParam_t* pParam);
 

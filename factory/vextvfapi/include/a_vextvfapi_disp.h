@@ -60,15 +60,16 @@ FAPI_API int a_vextvfapi_disp_set_picture_param_struct(int type, int length, sig
 // The three gamma curves, 256 entries each, which are copied. -1 when one is null.
 FAPI_API int a_vextvfapi_disp_set_gamma_curve(unsigned short* curve1, unsigned short* curve2, unsigned short* curve3);
 
-// Range of three picture-quality values. A window that was opened for it stays open. -1 when the chip refuses, too.
+// Range of three picture-quality values. A window that was opened for it stays open. -1 when the chip refuses, and for
+// null.
 FAPI_API int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out);
 
 // Version of a part of the picture-quality data of a window: at most 32 characters, without NUL. -1, with nothing
-// written, when `bufLen` is not larger than their number.
+// written, when `bufLen` is not larger than their number or `buf` is null.
 FAPI_API int a_vextvfapi_disp_get_pq_version(unsigned int bufLen, unsigned char* buf, fapi_core::VexTvFApiVideoWin win,
                                              fapi_core::VexTvFApiPqType type);
 
-// Returns 0; the set has no such files.
+// Returns 0 and does nothing.
 FAPI_API int a_vextvfapi_disp_update_pq_ini_files();
 
 // --- Panel -----------------------------------------------------------------------------------------------------------
@@ -88,7 +89,7 @@ FAPI_API int a_vextvfapi_disp_panel_get_attr(unsigned int unusedFirst, int attr,
 FAPI_API int a_vextvfapi_disp_get_lvds_ssc(unsigned char& enable, unsigned int& span, unsigned int& step);
 FAPI_API int a_vextvfapi_disp_get_pwm_range(unsigned int& min, unsigned int& max);
 
-// This and the next three leave an output that was opened here open. The record of the frame-rate converter is written
+// -1 for null. This and the next three leave an output that was opened here open. The record of the frame-rate converter is written
 // whatever the chip says; that of the timing controller is not, and the status is -1.
 FAPI_API int a_vextvfapi_disp_get_tcon_info(fapi_core::VexTvFApiDispTconInfo* out);
 FAPI_API int a_vextvfapi_disp_get_frc_device_info(fapi_core::VexTvFApiDispExtFrcDeviceInfo* out);
@@ -101,7 +102,8 @@ FAPI_API int a_vextvfapi_disp_upgrade_tarn_fw(const unsigned char* path);
 
 // --- Timing and geometry ---------------------------------------------------------------------------------------------
 
-// Output timing 0 to 46 of the panel; the window is muted meanwhile. One that the panel cannot show is only logged. 0,
+// Output timing 0 to 46 of the panel; the window is muted meanwhile. It is unmuted at the end, also when somebody else
+// has muted it before. A timing that the panel cannot show is only logged. 0,
 // -1 for other numbers and without the window, or the status of the code with which settings were applied.
 FAPI_API int a_vextvfapi_disp_set_output_timing(unsigned int timing);
 

@@ -67,7 +67,8 @@ FAPI_API int a_vextvfapi_disptst_deinit();
 // Burn-in: a thread that fills the current display window with one color after the other. Starts it (`on` not 0) with
 // red, blue, green, black and white of 200 ms each, or stops it. Returns once the thread runs or has stopped: after 100
 // ms at the earliest unless it is refused, after 12 s at the latest. 0; -1 when it runs already, cannot start, or does
-// not answer in time; -4 without memory for the parameter. A stop when nothing runs is a success.
+// not answer in time; -4 without memory for the parameter. A stop when nothing runs is a success. The thread of a start
+// that did not answer in time stays, and may begin after a stop that has answered 0; a stop after that ends it.
 FAPI_API int a_vextvfapi_disptst_set_burning_mode(unsigned char on);
 
 // The same with the caller's colors, which are copied; they are needed for a stop too. Waits (interval + 10) seconds at

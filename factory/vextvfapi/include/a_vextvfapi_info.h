@@ -12,7 +12,8 @@ FAPI_API int a_vextvfapi_info_init();
 FAPI_API int a_vextvfapi_info_deinit();
 
 // --- INI parameters --------------------------------------------------------------------------------------------------
-// Any thread; the middleware keeps calls on one file apart. Needs a_vextvfapi_sys_init.
+// Any thread. Each call opens the file, reads or writes it, and closes it: of two calls that write one file at the same
+// time the middleware may keep one alone. Needs a_vextvfapi_sys_init.
 
 // Reads the value of `key` ("section:key") in the INI file `path` into the `size` bytes of `data`, terminated and
 // filled up with zeros.

@@ -19,7 +19,7 @@ FAPI_API int a_vextvfapi_inpsrc_nty_event(unsigned int event, const fapi_core::V
                                           const fapi_core::VexTvFApiEventCommonObject& c,
                                           const fapi_core::VexTvFApiEventCommonObject& d);
 
-// Operations of this module must not overlap. 0 or -1 unless told otherwise.
+// Operations of this module must not overlap. 0 or -1 unless told otherwise; -1 for a null pointer, too.
 
 // --- Start-up --------------------------------------------------------------------------------------------------------
 
@@ -60,8 +60,10 @@ FAPI_API int a_vextvfapi_inpsrc_get_current_input_source_type(unsigned char* pSr
 // middleware code.
 FAPI_API int a_vextvfapi_inpsrc_get_input_timing(fapi_core::VexTvFApiVideoTiming& timing);
 
-// The television standard of an analogue source, 0 to 9. -1 also when none is detected (which writes 10) or the
-// detection fails (which writes what was detected last); -2 without `pu8Val` and for HDMI.
+// The television standard of an analogue source, 0 to 9.
+// 0; -1 when nothing analogue is on screen or the window cannot be had (nothing is written); -1 also when the detection
+// fails (the standard that was detected last is written) or finds no standard (what the chip says is written, 10 or
+// above, its low byte alone); -2 for null and for HDMI.
 FAPI_API int a_vextvfapi_inpsrc_get_video_standard(unsigned char* pu8Val);
 
 // --- Video decoder ---------------------------------------------------------------------------------------------------

@@ -47,12 +47,16 @@ FAPI_API int a_vextvfapi_prphrl_nty_event(unsigned int event, const fapi_core::V
 // 3: 230400, 4: 115200), as device `deviceType` (0 to 17) when the port is not open yet. Numbers out of range are
 // refused by the middleware.
 // 1; 0 when this link or the standard factory link is started, memory is short or the middleware refuses. A port
-// that was opened stays open after a failure until stop. Needs a_vextvfapi_prphrl_init.
+// that was opened stays open after a failure until stop, and so does a registered callback: call
+// a_vextvfapi_prphrl_stop_factory_uart after a failure, before the standard factory link is started. Without that the
+// bytes of this port land in the standard link's messages. Needs a_vextvfapi_prphrl_init.
 FAPI_API int a_vextvfapi_prphrl_start_factory_uart(signed char baudrate, signed char portType, signed char deviceType);
 
-// Stops receiving and closes the port if start opened it. After it has returned no event of the link comes any more,
-// unless it is called inside the event callback: then the registration stays, and bytes that still come are lost. It
-// also ends a standard factory link, whose buffer goes. Always 1.
+// Stops receiving and closes the port if start opened it. After it has returned no event of the link comes any more.
+// Must not be called inside an event callback: on the link's own thread the registration stays and later bytes are
+// lost; on any other thread the call may wait for ever.
+// It frees the receive buffer that both links share: the thread of a standard factory link that runs closes its tty and
+// ends at its next pass, without an event. Always 1.
 FAPI_API int a_vextvfapi_prphrl_stop_factory_uart(signed char portType);
 
 // Sends `length` bytes of `data` followed by CR LF. 1; 0 for null, a length of 0, a link that is not started, or when
@@ -104,9 +108,11 @@ FAPI_API int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode,
 // a blank; a read that ends in 0x03 ends pipe mode. A command of 2,048 bytes without an end is lost.
 
 // Starts (`enable` not 0) or stops pipe mode. The first byte of `pUartPipeCmdEnd` ends a command; it is copied.
+// It must be terminated, because it is copied as a text.
 // Start: 0 once the thread is up, or after a second all the same; -1 while the thread of an earlier start still runs,
 // for instance because nobody has opened the FIFO for writing since, or when it cannot be started. Null starts nothing
-// and returns 0 after a second. Stop: 0 when the thread has ended, or after a second all the same.
+// and returns 0 after a second. Stop: 0 when the thread has ended, or after a second all the same: so always inside
+// the callback of a pipe command, on whose thread it waits for itself.
 FAPI_API int a_vextvfapi_prphrl_set_uart_pipe_mode(unsigned char enable, const unsigned char* pUartPipeCmdEnd);
 
 // --- Keypad and ADC --------------------------------------------------------------------------------------------------
@@ -124,8 +130,8 @@ FAPI_API int a_vextvfapi_prphrl_keypad_init();
 // a_vextvfapi_prphrl_start_adc has been called before: then whatever keypad is open is used. 1 or 0.
 FAPI_API int a_vextvfapi_prphrl_start_keypad();
 
-// Ends the reporting. After it has returned no key event comes any more, unless it is called inside the event callback,
-// where it fails. 1 or 0.
+// Ends the reporting. After it has returned no key event comes any more. Must not be called inside an event callback:
+// in that of a key event it fails, in any other it may wait for ever. 1 or 0.
 FAPI_API int a_vextvfapi_prphrl_stop_keypad();
 
 // Opens the ADC channel that belongs to the keypad; `readAdcInKeypad` 1 has every key followed by a reading of it, any
@@ -152,7 +158,8 @@ FAPI_API int a_vextvfapi_prphrl_enable_iic(int bus);
 
 // Closes bus `bus` if this library has opened a bus since the last close; which one it does not remember, so close a
 // bus before the next one is opened. One that is not open is opened and closed. 0, also when nothing was closed; -1
-// when the middleware refuses.
+// when the middleware refuses. A bus whose close failed stays open, and counts as not opened by this library from then
+// on: another call does not close it.
 FAPI_API int a_vextvfapi_prphrl_disable_iic(int bus);
 
 // Reads `size` bytes (0 to 65,535) into `out`, from the register that the `addrCnt` bytes of `addr` (0 to 255) name.
@@ -194,6 +201,8 @@ FAPI_API int a_vextvfapi_prphrl_gpio_monitor_start(unsigned int pad, unsigned in
 
 // Ends the watch, waiting in steps of a second, ten at most. 0, also when there was none; -1 when it did not end in
 // time, and after ten seconds also for a watch whose pad could not be opened, with which the next start works again.
+// Inside the callback of event 0x100005 it waits these ten seconds in vain and answers -1; the watch ends when the
+// callback has returned.
 FAPI_API int a_vextvfapi_prphrl_gpio_monitor_stop();
 
 // --- HDMI ------------------------------------------------------------------------------------------------------------
@@ -249,9 +258,9 @@ FAPI_API int a_vextvfapi_prphrl_invert_ir_block_key(unsigned char bEnable);
 
 // --- LED ring --------------------------------------------------------------------------------------------------------
 
-// `mode` 0: a thread shows red, green, blue and dark in turn, a second each; 1: white, after three seconds; 2: ends the
-// cycle, after a second, and leaves what it shows. A cycle that runs goes on to its end, up to four seconds. Each mode
-// 0 starts a cycle of its own.
+// `mode` 0: a thread shows red, green, blue and dark in turn, a second each; 1: white, which shows after one second and
+// returns after three; 2: ends the cycle, returns after a second, and leaves what is shown. A cycle that runs goes on to
+// its end, up to four seconds, and may replace the white. Each mode 0 starts a cycle of its own.
 // 0; -1 for another mode, or when the middleware or the thread fails.
 FAPI_API int a_vextvfapi_prphrl_set_mic_led(unsigned int mode);
 

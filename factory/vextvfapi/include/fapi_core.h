@@ -18,8 +18,15 @@
 // init runs before the module's other operations.
 //
 // Threads. The host serialises its calls: operations must not overlap. Events are delivered on the thread that observed
-// them, with the module's callback mutex held: inside a callback the host may call any operation except
-// reg_callback, unreg_callback and nty_event of the same module, which would deadlock.
+// them, with the module's callback mutex held. The first event may arrive before the operation that starts it has
+// returned. Inside a callback the host may call any operation, with these exceptions:
+//
+//     - reg_callback, unreg_callback and nty_event of the same module deadlock, and so does
+//       _a_vextvfapi_prphrl_sar_key_callback in a callback of the peripheral module, because it delivers events.
+//     - a_vextvfapi_prphrl_stop_keypad and a_vextvfapi_prphrl_stop_factory_uart may wait for ever in a callback of the
+//       peripheral module: the middleware waits for its own thread, which may be waiting for the module's mutex.
+//     - A stop that waits in steps (pad monitor, standard factory link, pipe mode) waits until its time-out when the
+//       callback runs on the thread that is to be stopped; no other event of the module is delivered meanwhile.
 //
 // Exceptions never leave an operation. One that a callback throws is swallowed, and nty_event then returns -1. A
 // callback returns; it must not end the thread that calls it.

@@ -83,8 +83,8 @@ typedef struct HW_AOUT_OpenParams_t {
 } HW_AOUT_OpenParams_t;
 HW_ASSERT_SIZE(HW_AOUT_OpenParams_t, 32);
 
-// Parameters of advanced sound processing, one record per type. An enable byte, 0 or 1, switches one
-// sub-effect.
+// Parameters of advanced sound processing, one record per type. An enable byte switches one sub-effect, 1 on and 0 off;
+// the library passes on the byte that its caller gave, whatever it is.
 typedef struct HW_AOUT_SrsTshd_t {
     HW_U8 au8Enable[5];  // sub-effects 0 to 4
 } HW_AOUT_SrsTshd_t;
