@@ -9,8 +9,8 @@
 // first, opening those that nobody has open, and closes them after a success: those that it has opened, and also one
 // that somebody else has opened if this module ever had opened that path itself. After a failure of the chip, or of an
 // argument that is looked at only then, the paths stay open until the next success. Statuses are 0 and -1 unless an
-// operation says otherwise; -1 also means an argument of null, that the main path cannot be had, for the volume of a path that this path
-// cannot, or that a path could not be closed: what an operation stores has been stored then.
+// operation says otherwise; -1 also means an argument of null, that the main path cannot be had, for the volume of a
+// path that this path cannot, or that a path could not be closed: what an operation stores has been stored then.
 
 // --- Start-up --------------------------------------------------------------------------------------------------------
 

@@ -89,8 +89,8 @@ FAPI_API int a_vextvfapi_disp_panel_get_attr(unsigned int unusedFirst, int attr,
 FAPI_API int a_vextvfapi_disp_get_lvds_ssc(unsigned char& enable, unsigned int& span, unsigned int& step);
 FAPI_API int a_vextvfapi_disp_get_pwm_range(unsigned int& min, unsigned int& max);
 
-// -1 for null. This and the next three leave an output that was opened here open. The record of the frame-rate converter is written
-// whatever the chip says; that of the timing controller is not, and the status is -1.
+// -1 for null. This and the next three leave an output that was opened here open. The record of the frame-rate
+// converter is written whatever the chip says; that of the timing controller is not, and the status is -1.
 FAPI_API int a_vextvfapi_disp_get_tcon_info(fapi_core::VexTvFApiDispTconInfo* out);
 FAPI_API int a_vextvfapi_disp_get_frc_device_info(fapi_core::VexTvFApiDispExtFrcDeviceInfo* out);
 

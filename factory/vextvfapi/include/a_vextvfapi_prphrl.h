@@ -259,9 +259,9 @@ FAPI_API int a_vextvfapi_prphrl_invert_ir_block_key(unsigned char bEnable);
 // --- LED ring --------------------------------------------------------------------------------------------------------
 
 // `mode` 0: a thread shows red, green, blue and dark in turn, a second each; 1: white, which shows after one second and
-// returns after three; 2: ends the cycle, returns after a second, and leaves what is shown. A cycle that runs goes on to
-// its end, up to four seconds, and may replace the white. Each mode 0 starts a cycle of its own.
-// 0; -1 for another mode, or when the middleware or the thread fails.
+// returns after three; 2: ends the cycle, returns after a second, and leaves what is shown. A cycle that runs goes on
+// to its end, up to four seconds, and may replace the white. Each mode 0 starts a cycle of its own. 0; -1 for another
+// mode, or when the middleware or the thread fails.
 FAPI_API int a_vextvfapi_prphrl_set_mic_led(unsigned int mode);
 
 // --- For the library's own modules -----------------------------------------------------------------------------------
