@@ -7,7 +7,7 @@
 
 // --- Start-up --------------------------------------------------------------------------------------------------------
 
-// Do nothing and return 0.
+// Do nothing. Return 0.
 FAPI_API int a_vextvfapi_info_init();
 FAPI_API int a_vextvfapi_info_deinit();
 
@@ -15,31 +15,32 @@ FAPI_API int a_vextvfapi_info_deinit();
 // Any thread. Each call opens the file, reads or writes it, and closes it: of two calls that write one file at the same
 // time the middleware may keep one alone. Needs a_vextvfapi_sys_init.
 
-// Reads the value of `key` ("section:key") in the INI file `path` into the `size` bytes of `data`, terminated and
-// filled up with zeros.
-// 0; a missing key is 0, too, and leaves `data` as it was, so clear it first. -1 when the value and its terminator do
-// not fit (`data` is all zeros then), or the file cannot be closed afterwards (`data` holds the value); -2 for null,
-// which for `data` is seen only when there is a value; any status of a_vextvfapi_common_hw_err_msg when the file cannot
-// be opened, or not closed after a missing key.
+// Reads a parameter.
+// [in]  path  the INI file
+// [in]  key   "section:key"
+// [out] data  `size` bytes: the value, a NUL, and zeros
+//  0  done; contract: also for a missing key, which leaves `data` as it was: clear it first
+// -1  value and NUL do not fit (`data` is all zeros); the file could not be closed (`data` holds the value)
+// -2  null, which for `data` is checked only when there is a value
+// or a status of a_vextvfapi_common_hw_err_msg when the file cannot be opened, or not closed after a missing key
 FAPI_API int a_vextvfapi_info_get_ini_para(const unsigned char* path, const unsigned char* key, unsigned char* data,
                                            unsigned int size);
 
-// Writes the terminated text `data` under `key` into the INI file `path`, which must exist, and flushes all file
-// systems. 0; -1 when the middleware refuses; -2 for null.
+// Writes a parameter and then flushes all file systems.
+// [in] path  the INI file, which must exist
+// [in] key   "section:key"
+// [in] data  the value, a text
+//  0  done
+// -1  the middleware refuses
+// -2  null
 FAPI_API int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char* key,
                                            const unsigned char* data);
 
 // --- Events ----------------------------------------------------------------------------------------------------------
+// This module raises no event of its own; fapi_core.h describes the three operations.
 
-// Registers `callback` for the events of this module, replacing an earlier one; null registers none. Returns 0.
 FAPI_API int a_vextvfapi_info_reg_callback(fapi_core::VexTvFApiEventCallback_t callback);
-
-// Removes the callback; harmless when there is none. After it has returned, no call into the old callback starts any
-// more. Returns 0.
 FAPI_API int a_vextvfapi_info_unreg_callback();
-
-// Delivers an event to the registered callback on the calling thread and returns the callback's result; -1 when no
-// callback is registered or the callback throws.
 FAPI_API int a_vextvfapi_info_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
                                         const fapi_core::VexTvFApiEventCommonObject& b,
                                         const fapi_core::VexTvFApiEventCommonObject& c,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: start-up, boot environment variables, raw eMMC, file services, watchdog, registers and other services
-// of the chip, factory daemon.
+// System module: start-up, boot environment variables, raw eMMC, files, watchdog, registers and other services of the
+// chip, factory daemon.
 #ifndef A_VEXTVFAPI_SYS_H
 #define A_VEXTVFAPI_SYS_H
 
@@ -10,25 +10,20 @@
 // --- Start-up --------------------------------------------------------------------------------------------------------
 
 // Reads the debug switch and the factory-mode marker, then brings up the system, flash, file-system and watchdog
-// middleware. The library's first call; may be repeated, which reads switch and marker again.
-// 0, or -1 when any of the four could not be brought up. A failed flash or file system does not keep the watchdog
-// from being brought up; a failed system does.
+// middleware. It is the first call of all; a repeated call reads switch and marker again. A failed system ends it;
+// after a failed flash or file system the watchdog is brought up all the same.
+//  0  done
+// -1  one of the four could not be brought up
 FAPI_API int a_vextvfapi_sys_init();
 
 // Does nothing. Returns 0.
 FAPI_API int a_vextvfapi_sys_deinit();
 
 // --- Events ----------------------------------------------------------------------------------------------------------
+// This module raises no event of its own; fapi_core.h describes the three operations.
 
-// Registers `callback` for the events of this module, replacing an earlier one; null registers none. Returns 0.
 FAPI_API int a_vextvfapi_sys_reg_callback(fapi_core::VexTvFApiEventCallback_t callback);
-
-// Removes the callback; harmless when there is none. After it has returned, no call into the old callback starts any
-// more. Returns 0.
 FAPI_API int a_vextvfapi_sys_unreg_callback();
-
-// Delivers an event to the registered callback on the calling thread and returns the callback's result; -1 when no
-// callback is registered or the callback throws.
 FAPI_API int a_vextvfapi_sys_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
                                        const fapi_core::VexTvFApiEventCommonObject& b,
                                        const fapi_core::VexTvFApiEventCommonObject& c,
@@ -36,80 +31,96 @@ FAPI_API int a_vextvfapi_sys_nty_event(unsigned int event, const fapi_core::VexT
 
 // --- Boot environment variables --------------------------------------------------------------------------------------
 
-// Copies the value of the boot environment variable `key`, kept in eMMC, to `value`, which holds `size` bytes.
-// No terminating NUL is written: the caller clears `value` first, and a value of exactly `size` bytes fills it.
-// 0; -1 when the flash refuses or the variable does not exist; -2 for null or when the value is longer than `size`;
-// -4 without memory for the 64 KiB environment image. -1 also when the flash could not be closed; the value has then
-// been copied all the same. Needs a_vextvfapi_sys_init.
+// Copies the value of a boot environment variable from eMMC. Needs a_vextvfapi_sys_init.
+// [in]  key    the variable's name
+// [out] value  `size` bytes. No terminating NUL is written: clear it first; a value of exactly `size` bytes fills it.
+//  0  done
+// -1  the flash refuses; no such variable; the flash could not be closed (the value has been copied then)
+// -2  null; the value is longer than `size`
+// -4  no memory for the environment image of 64 KiB
 FAPI_API int a_vextvfapi_sys_get_emmc_env_var(const unsigned char* key, unsigned char* value, unsigned int size);
 
-// Sets the boot environment variable `key` in eMMC to the text `value`, then reads it back to verify it.
-// 0; -1 when the flash refuses, memory is short or the value read back differs (the flash then holds whatever was
-// stored); -2 for null or a value of 2,047 characters and more. Needs a_vextvfapi_sys_init.
-// Callers serialise writes to the same flash.
+// Sets a boot environment variable in eMMC and reads it back to verify it. Callers serialize writes to the same flash.
+// Needs a_vextvfapi_sys_init.
+// [in] key    the variable's name
+// [in] value  a text of at most 2,046 characters
+//  0  done
+// -1  the flash refuses; memory is short; the value read back differs (the flash holds whatever was stored)
+// -2  null; the value is longer
 FAPI_API int a_vextvfapi_sys_set_emmc_env_var(const unsigned char* key, const unsigned char* value);
 
 // --- Files -----------------------------------------------------------------------------------------------------------
-// These work from the moment the library is loaded, even before a_vextvfapi_sys_init.
+// These work from the moment the library is loaded, before a_vextvfapi_sys_init too. Statuses are 0 and -1; a null path
+// is -1.
 
-// 0 when `path` can be opened for reading, else -1.
+// Returns 0 when the file can be opened for reading.
 FAPI_API int a_vextvfapi_sys_check_file(const unsigned char* path);
 
-// Removes the file `path`. 0 or -1.
+// Removes a file.
 FAPI_API int a_vextvfapi_sys_remove_file(const unsigned char* path);
 
-// Creates the folder `path` (mode 0755), not its parents. 0 also when something of that name exists; else -1.
+// Creates a folder (mode 0755), not its parents. Returns 0 also when something of that name exists.
 FAPI_API int a_vextvfapi_sys_create_folder(const unsigned char* path);
 
-// 0 when `path` exists, as a folder or as anything else; -1 when it does not, or is null or empty.
+// Returns 0 when the path exists, as a folder or as anything else.
 FAPI_API int a_vextvfapi_sys_check_folder(const unsigned char* path);
 
-// Creates the empty file `path` (mode 0644), and its folder if that one level is missing.
-// 0; -1 when the file exists (it stays as it is) or cannot be created.
-// Its last act is closing the process's descriptor 0, and its status is that of this close: -1 although the file was
-// created when descriptor 0 was closed before.
+// Creates an empty file (mode 0644), and its folder if that one level is missing.
+// Contract: its last act is closing the process's descriptor 0, and its status is that of this close.
+//  0  done
+// -1  the file exists (it stays as it is) or cannot be created; or it was created and descriptor 0 was closed before
 FAPI_API int a_vextvfapi_sys_create_file(const unsigned char* path);
 
-// Copies the file `src` to `dst` (mode 0644), creating the folder of `dst` if that one level is missing. An existing
-// `dst` is overwritten, or kept when `b_fail_if_exist` is true.
-// Returns -1 ALWAYS, after a complete copy too: the caller looks at the destination to learn of success.
+// Copies a file (mode 0644), creating the folder of `dst` if that one level is missing.
+// Contract: returns -1 always, after a complete copy too: the caller looks at the destination to learn of success.
+// [in] src             the file to copy
+// [in] dst             the copy; an existing one is overwritten
+// [in] b_fail_if_exist true: an existing `dst` is kept
 FAPI_API int a_vextvfapi_sys_copy_file(const unsigned char* src, const unsigned char* dst, bool b_fail_if_exist);
 
-// Reads one line of the file `path` from byte `pos` on into `buf`, which holds `len` bytes: at most `len` - 1
-// characters, the newline included, and a NUL. 0 or -1; `buf` may have been written even when the result is -1
-// because of a failed seek or close.
+// Reads one line of a file. After a failed seek or close `buf` may have been written.
+// [out] buf  `len` bytes: at most `len` - 1 characters, the newline included, and a NUL
+// [in]  pos  where to begin, in bytes
 FAPI_API int a_vextvfapi_sys_read_file_one_line(const unsigned char* path, unsigned char* buf, unsigned int len,
                                                 unsigned long long pos);
 
-// Reads up to `len` bytes of the file `path` from byte `pos` on into `buf` and their number into `readLen`.
-// 0; -1 for null, `len` 0, a file that cannot be opened, a failed seek, when nothing was read (at or past the end), and
-// when the file could not be closed. An error while reading is reported as 0 with `readLen` 0.
-// `readLen` stays untouched while arguments and file are checked; it is 0 after a failed open or seek, and tells what
-// is in `buf` after a failed close.
+// Reads a piece of a file.
+// [out] buf      `len` bytes, at least 1
+// [in]  pos      where to begin, in bytes
+// [out] readLen  how many bytes `buf` received; 0 after a failed open or seek, untouched after an earlier failure
+//  0  done; contract: also after an error while reading, with `readLen` 0
+// -1  null; `len` 0; the file cannot be opened; a failed seek; nothing at `pos`; the file could not be closed (`buf`
+//     and `readLen` hold what was read)
 FAPI_API int a_vextvfapi_sys_read_file(const unsigned char* path, unsigned char* buf, unsigned int len,
                                        unsigned long long pos, unsigned int* readLen);
 
-// Sum of all bytes of the file `path`, modulo 65,536, into `checksum`. 0 or -1; a read error ends the sum unnoticed.
-// Reads the file byte by byte.
+// Sums up all bytes of a file, one read for each. Contract: a read error ends the sum unnoticed.
+// [out] checksum  the sum modulo 65,536
 FAPI_API int a_vextvfapi_sys_get_file_checksum(const unsigned char* path, unsigned int* checksum);
 
-// Writes `len` bytes (at least 1) to the file `path`, opened with the stdio mode text `mode` ("wb", "ab", ...),
-// creating its folder if that one level is missing. 0 or -1; a short write is not noticed.
+// Writes a file, creating its folder if that one level is missing. Contract: a short write is not noticed.
+// [in] data  `len` bytes, at least 1
+// [in] mode  as fopen takes it: "wb", "ab", ...
 FAPI_API int a_vextvfapi_sys_write_file(const unsigned char* path, const unsigned char* data, unsigned int len,
                                         const unsigned char* mode);
 
-// Sets the permission bits of `path`, as chmod takes them. 0 or -1.
+// Sets the permission bits of a file or folder, as chmod takes them.
 FAPI_API int a_vextvfapi_sys_change_file_mode(const unsigned char* path, unsigned int mode);
 
-// Flushes all file systems. Returns what the middleware's sync returns: 0, or -1.
+// Flushes all file systems. Returns what the middleware's sync returns.
 FAPI_API int a_vextvfapi_sys_sync_fs();
 
 // --- Raw eMMC --------------------------------------------------------------------------------------------------------
 
-// Writes the `length` bytes of `data` to, or reads them from, the eMMC partition of the name `partition`, from byte
-// `shift` on. What lies beyond the end of the partition is refused by the middleware; a length of 0 is not.
-// 0; -1 when the flash cannot be had or refuses, with `data` untouched by a failed read, and when it cannot be closed
-// after a transfer that was made; -2 for null; -4 when there is no memory for a copy of the data.
+// Transfer a piece of an eMMC partition. The middleware refuses what lies beyond the partition's end, and accepts a
+// length of 0. They must be left to finish.
+// [in]      partition  the partition's name
+// [in]      shift      the first byte in the partition
+// [in, out] data       `length` bytes; a failed read leaves them untouched
+//  0  done
+// -1  the flash is not available or refuses; it could not be closed (the transfer was made then)
+// -2  null
+// -4  no memory for a copy of the data
 FAPI_API int a_vextvfapi_sys_write_emmc(unsigned char* partition, unsigned int shift, unsigned int length,
                                         unsigned char* data);
 FAPI_API int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int shift, unsigned int length,
@@ -117,75 +128,104 @@ FAPI_API int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int sh
 
 // --- Watchdog --------------------------------------------------------------------------------------------------------
 
-// Starts the watchdog, which reboots the set five seconds after the last start (`enable` not 0), or stops it. A start
-// also acknowledges that the watchdog was the reason of the last reboot. 0, or -1 when the middleware refuses.
+// Starts the watchdog (`enable` not 0), which reboots the set five seconds after the last start, or stops it. A start
+// also acknowledges that the watchdog was the reason of the last reboot.
+//  0  done
+// -1  the middleware refuses
 FAPI_API int a_vextvfapi_sys_set_wdt(unsigned char enable);
 
-// 1 when the watchdog runs and this library has not been told to stop it since it was told to start it, also when the
-// middleware refused that; else 0, also when it cannot be asked.
+// Returns 1 when the watchdog runs and this library was last asked to start it, whether or not the middleware accepted
+// that; else 0, also when the middleware does not answer.
 FAPI_API int a_vextvfapi_sys_get_wdt_status();
 
 // --- Services of the chip --------------------------------------------------------------------------------------------
 
-// Spreads the clock of memory interface `miu` (0 to 2), or ends that. `u16Freq` is 20 to 40, `u16Ratio` 1 to 30, in the
-// chip's units, also for an end. 0; -1 when the middleware refuses; -2 for an argument out of range.
+// Spreads the clock of a memory interface, or ends that. The two values are checked for an end, too.
+// [in] miu       0 to 2
+// [in] u16Freq   20 to 40, the chip's unit
+// [in] u16Ratio  1 to 30, the chip's unit
+//  0  done
+// -1  the middleware refuses
+// -2  an argument out of range
 FAPI_API int a_vextvfapi_sys_set_miu_ssc(unsigned char miu, unsigned short u16Freq, unsigned short u16Ratio,
                                          bool bEnable);
 
-// Flashes firmware `type` (0, or 1 for the panel's controller) from the file `source`. 0; -1 when the middleware
-// refuses; -2 for null or another type.
+// Flashes firmware from a file. It must be left to finish.
+// [in] type    0, or 1 for the panel's controller
+// [in] source  path of the file
+//  0  done
+// -1  the middleware refuses
+// -2  null or another type
 FAPI_API int a_vextvfapi_sys_upgrade_fw(unsigned char type, unsigned char* source);
 
-// Reads register `offset` of bank `bank` into `value`, or writes it. 0; -1 when the middleware refuses, or for null.
+// Read and write a register of the chip.
+// [in]  bank, offset  the chip's numbers
+// [out] value
+//  0  done
+// -1  null; the middleware refuses
 FAPI_API int a_vextvfapi_sys_read_reg(unsigned int bank, unsigned int offset, unsigned int* value);
 FAPI_API int a_vextvfapi_sys_write_reg(unsigned int bank, unsigned int offset, unsigned int value);
 
-// Stores the seconds of the real-time clock. 0, also for null; -1 when the clock cannot be had or read.
+// Reads the real-time clock.
+// [out] rtcTime  seconds
+//  0  done, or null
+// -1  the clock is not available
 FAPI_API int a_vextvfapi_sys_get_rtc_time(unsigned int* rtcTime);
 
-// Does nothing; hosts of other chips update panels with it. Returns 0.
+// Does nothing. Returns 0.
 FAPI_API int a_vextvfapi_sys_update_panel(const char*, const char*, const char*);
 
 // --- Factory daemon --------------------------------------------------------------------------------------------------
 
-// Has the set's privileged factory daemon run command `cmd` (fapi_core::VexTvFApiSysFactorySvcCmd_e) with the text
-// `param`, at most 254 characters, and waits for its answer: for ever when the daemon neither answers nor hangs up.
-// 0 when it reports success, or hangs up without an answer; -1 when it reports an error or is not there, or when
-// `param` is too long; -2 for null or another command. Any thread; the daemon takes one command after the other.
+// Has the set's privileged factory daemon run a command, and waits for its answer: forever when the daemon neither
+// answers nor hangs up. Any thread; the daemon takes one command after the other.
+// [in] cmd    fapi_core::VexTvFApiSysFactorySvcCmd_e
+// [in] param  a text of at most 254 characters
+//  0  the daemon reports success, or hangs up without an answer
+// -1  the daemon reports an error or does not run; `param` is too long
+// -2  null or another command
 FAPI_API int a_vextvfapi_sys_send_cmd_to_factory_svc(int cmd, const char* param);
 
 // --- Attributes of the chip ------------------------------------------------------------------------------------------
 
-// Stores the path of the file that names the set's configuration files in `path`, which holds `len` bytes (128 or
-// more); the rest is zeros. A path of 128 characters has no terminator in a buffer of 128. 0; -1 for null or a `len`
-// below 128; else the status that a_vextvfapi_common_hw_err_msg has for the middleware's failure, with an empty path.
+// Reads the path of the file that names the set's configuration files.
+// [out] path  `len` bytes, 128 or more, filled up with zeros. A path of 128 characters has no NUL in 128 bytes.
+//  0  done
+// -1  null; `len` below 128
+// or the status of a_vextvfapi_common_hw_err_msg for the middleware's failure, with an empty path
 FAPI_API int a_vextvfapi_sys_get_dataindex_path(unsigned char* path, unsigned int len);
 
-// Stores the customer hash of the chip in `hash`, which holds `size` bytes (16 or more), and how many bytes it has in
-// `copied`: 16 at most. Results as above; `copied` is 0 when the middleware fails.
+// Reads the customer hash of the chip.
+// [out] hash    `size` bytes, 16 or more
+// [out] copied  how many bytes the hash has, 16 at most; 0 when the middleware fails
+//  0  done
+// -1  null; `size` below 16
+// or the status of a_vextvfapi_common_hw_err_msg for the middleware's failure
 FAPI_API int a_vextvfapi_sys_get_customer_hash(unsigned int size, unsigned char* hash, unsigned int* copied);
 
 // --- For the library's own modules -----------------------------------------------------------------------------------
 
-// Looks up the flash handle of `type`, or opens it. `handle` is 0 and `opened` 0 before; `opened` becomes 1 when the
-// handle was opened here, and the caller then closes it. 0, or the middleware's code of the failed open.
+// Looks up the flash handle of a type, or opens it.
+// [out] handle  0 after a failure
+// [out] opened  1 when the handle was opened here: the caller closes it then
+// Returns 0, or the middleware's code of the failed open.
 FAPI_API int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigned char& opened);
 
-// The two environment operations for any flash type.
+// Are the two environment operations for any flash type.
 FAPI_API int _a_vextvfapi_sys_get_env_var(const unsigned char* key, unsigned char* value, unsigned int size,
                                           HW_FLASH_Type_e type);
 FAPI_API int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* value, HW_FLASH_Type_e type);
 
-// The factory daemon's number of command `cmd`, or -1.
+// Returns the factory daemon's number of a command, or -1.
 FAPI_API int _a_vextvfapi_sys_convert_factory_cmd(int cmd);
 
-// Fetches the watchdog's handle, which is kept. 0 or -1.
+// Obtains the watchdog's handle, which the library keeps. 0 or -1.
 FAPI_API int _a_vextvfapi_sys_get_wdt_handle();
 
-// The memory interface of that number (0 to 2), or -1.
+// Returns the memory interface of a number (0 to 2), or -1.
 FAPI_API int _a_vextvfapi_sys_get_miu_type_by_idx(unsigned char index);
 
-// The middleware's firmware type: 0 and 1 as they are, 2 (invalid) for anything else.
+// Returns the middleware's firmware type: 0 and 1 as they are, 2 (invalid) for anything else.
 FAPI_API int _a_vextvfapi_sys_convert_fw_type(unsigned char type);
 
 #endif

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records and types that the modules of the factory API share, and what holds for all of its operations.
 //
+// Arguments. [in] is read, [out] is written, [in, out] both. Numbers said to be the chip's are passed on as they are;
+// docs/integration.md lists them.
+//
 // Status. An operation returns a signed 32-bit status unless its first line says otherwise:
 //
 //      0  success
@@ -52,16 +55,24 @@ struct VexTvFApiEventCommonObject {
     std::vector<unsigned char> data;  // the event's bytes, empty when unused
 };
 
-// A module's notification function. `event` is one of
+// The events. The peripheral module raises all of them; their payload is in the first object.
+enum VexTvFApiEvent : unsigned int {
+    E_VEXTVFAPI_EVENT_UART_DATA = 0x100001,  // data, text: bytes received on a factory serial link
+    E_VEXTVFAPI_EVENT_KEY = 0x100002,        // value: the code of the pressed key
+    E_VEXTVFAPI_EVENT_UART_PIPE = 0x100003,  // data, text: a command received in pipe mode
+    E_VEXTVFAPI_EVENT_ADC = 0x100004,        // value: the ADC reading that follows a key, 255 when it failed
+    E_VEXTVFAPI_EVENT_GPIO = 0x100005        // value: the level of the monitored pad, 255 when it cannot be monitored
+};
+
+// A module's notification function. `event` is a VexTvFApiEvent, or what a host has passed to nty_event. The result is
+// returned by nty_event and has no meaning for the library.
 //
-//     0x100001  bytes received on a factory serial link
-//     0x100002  key pressed
-//     0x100003  command received in serial pipe mode
-//     0x100004  ADC reading that follows a key
-//     0x100005  level of a monitored GPIO pad
+// Each module but common has three operations for events:
 //
-// all of them raised by the peripheral module. The result is handed back by nty_event and means nothing to the
-// library.
+//     reg_callback    registers a callback in place of an earlier one; null registers none. Returns 0.
+//     unreg_callback  removes the callback. Once it has returned, no call into the old callback starts. Returns 0.
+//     nty_event       calls the registered callback on the calling thread and returns its result; -1 when none is
+//                     registered or the callback throws.
 using VexTvFApiEventCallback_t = int (*)(unsigned int event, const VexTvFApiEventCommonObject& a,
                                          const VexTvFApiEventCommonObject& b, const VexTvFApiEventCommonObject& c,
                                          const VexTvFApiEventCommonObject& d);
@@ -76,7 +87,7 @@ enum VexTvFApiStdFactoryUartConfig : unsigned int {
 // Commands that the set's factory daemon takes.
 enum VexTvFApiSysFactorySvcCmd_e : int { E_VEXTVFAPI_SYS_FACTORY_SVC_CMD_0 = 0, E_VEXTVFAPI_SYS_FACTORY_SVC_CMD_1 = 1 };
 
-// Attributes of a PWM channel, and the channels.
+// Attributes of a PWM channel, whose meaning is the chip's, and the channels.
 enum VexTvFApiPwmAttr : unsigned int {
     E_VEXTVFAPI_PWM_ATTR_0 = 0,
     E_VEXTVFAPI_PWM_ATTR_1 = 1,
@@ -106,7 +117,7 @@ struct VexTvFApiAudBasicSoundParam_t {
     unsigned int u32Prescale;
     unsigned int u32EqBandCount;  // at most 8
     unsigned int au32EqLevel[8];
-    unsigned int u32PeqBandCount;  // at most 5, what is behind in the three lists is not meant for the chip
+    unsigned int u32PeqBandCount;  // at most 5; later entries of the three lists are not sent
     unsigned int au32PeqGain[8];
     unsigned int au32PeqFreq[8];
     unsigned int au32PeqQ[8];
@@ -208,14 +219,14 @@ struct VexTvFApiAdcPhase_t {
 };
 static_assert(sizeof(VexTvFApiAdcPhase_t) == 12, "");
 
-// Gain and offset of the same.
+// Gain and offset of the analogue inputs' converters, in the chip's units.
 struct VexTvFApiAdcGainOffset_t {
     unsigned int u32RedGain, u32GreenGain, u32BlueGain;        //  0, 4, 8
     unsigned int u32RedOffset, u32GreenOffset, u32BlueOffset;  // 12, 16, 20
 };
 static_assert(sizeof(VexTvFApiAdcGainOffset_t) == 24, "");
 
-// How the demodulator calls itself.
+// Identification texts of the demodulator.
 struct VexTvFApiDemodInfoParam_t {
     std::string strName;
     std::string strVersion;
@@ -247,7 +258,7 @@ struct VexTvFApiDispTconInfo {
 };
 static_assert(sizeof(VexTvFApiDispTconInfo) == 42, "");
 
-// The external frame-rate converter.
+// Identity of the external frame-rate converter, in the chip's numbers.
 struct VexTvFApiDispExtFrcDeviceInfo {
     unsigned int eExtFrcModel;  //  0
     unsigned int u32FwVer;      //  4
@@ -260,7 +271,7 @@ enum VexTvFApiVideoWin : unsigned int {
     E_VEXTVFAPI_VIDEO_WIN_SD0 = 2
 };
 
-// Parts of the picture-quality data, by number.
+// Parts of the picture-quality data, by the chip's number.
 enum VexTvFApiPqType : unsigned int { E_VEXTVFAPI_PQ_TYPE_FIRST = 0, E_VEXTVFAPI_PQ_TYPE_LAST = 6 };
 
 }  // namespace fapi_core
