@@ -22,10 +22,10 @@ struct OutputPath {
 
 }  // namespace
 
-static OutputPath astPaths[HW_AOUT_PATH_COUNT];
+static OutputPath _astPaths[HW_AOUT_PATH_COUNT];
 
 HW_Handle_t _a_vextvfapi_aud_path(unsigned int u32Path) {
-    return astPaths[u32Path].hAout;
+    return _astPaths[u32Path].hAout;
 }
 
 // --- Start-up --------------------------------------------------------------------------------------------------------
@@ -45,8 +45,7 @@ int a_vextvfapi_aud_init() {
     return 0;
 }
 
-// The core goes down before the outputs, and the handles stay: a service that brings the module up again goes on with
-// those that others have open.
+// The core goes down before the outputs, and the handles stay remembered. Both are contract.
 int a_vextvfapi_aud_deinit() {
     if (HW_AUDIO_DeInit() != HW_OK) {
         FAPI_LOGE("HW_AUDIO_DeInit() failed!\n\n");
@@ -64,7 +63,7 @@ int a_vextvfapi_aud_deinit() {
 int a_vextvfapi_aud_open() {
     HW_Handle_t hAout = HW_HANDLE_NONE;
     for (unsigned int u32Path = 0; u32Path < HW_AOUT_PATH_COUNT; ++u32Path) {
-        OutputPath& stPath = astPaths[u32Path];
+        OutputPath& stPath = _astPaths[u32Path];
         const HW_AOUT_HandleParams_t stQuery = {u32Path};
         if (HW_AOUT_GetHandle(&stQuery, &hAout) == HW_OK) {
             stPath.hAout = stPath.hAout == HW_HANDLE_NONE ? hAout : stPath.hAout;
@@ -83,7 +82,7 @@ int a_vextvfapi_aud_open() {
 }
 
 int a_vextvfapi_aud_close() {
-    for (OutputPath& stPath : astPaths) {
+    for (OutputPath& stPath : _astPaths) {
         if (stPath.hAout == HW_HANDLE_NONE || !stPath.bOwned) {
             continue;
         }
@@ -96,27 +95,27 @@ int a_vextvfapi_aud_close() {
     return 0;
 }
 
-HW_Handle_t _a_vextvfapi_aud_open_main_path() {
+HW_Handle_t _a_vextvfapi_aud_open_main_path(const char* pszCaller) {
     a_vextvfapi_aud_open();
     if (_a_vextvfapi_aud_path(kMainPath) == HW_HANDLE_NONE) {
-        FAPI_LOGE("AOUT handle is not ready!\n\n");
+        FAPI_LOGE_AS(pszCaller, "AOUT handle is not ready!\n\n");
     }
     return _a_vextvfapi_aud_path(kMainPath);
 }
 
-int _a_vextvfapi_aud_finish() {
+int _a_vextvfapi_aud_finish(const char* pszCaller) {
     if (a_vextvfapi_aud_close() != 0) {
-        FAPI_LOGE("a_vextvfapi_aud_close() failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "a_vextvfapi_aud_close() failed!\n\n");
         return -1;
     }
     return 0;
 }
 
-int _a_vextvfapi_aud_finish_set_attr(HW_Result_t u32Result) {
-    if (u32Result != HW_OK) {
-        FAPI_LOGE("HW_AOUT_SetAttr() failed!\n\n");
+int _a_vextvfapi_aud_send(HW_Handle_t hAout, HW_U32 u32Attribute, const void* pValue, const char* pszCaller) {
+    if (HW_AOUT_SetAttr(hAout, u32Attribute, pValue) != HW_OK) {
+        FAPI_LOGE_AS(pszCaller, "HW_AOUT_SetAttr() failed!\n\n");
         return -1;
     }
-    FAPI_LOGD("HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish();
+    FAPI_LOGD_AS(pszCaller, "HW_AOUT_SetAttr() OK!\n\n");
+    return _a_vextvfapi_aud_finish(pszCaller);
 }

@@ -23,7 +23,7 @@ constexpr SubEffect kTrueSurround[] = {
     {"SRS TSHD TRUBASS LEVEL INDEPENDENT", 4},
 };
 
-// The chip has the first five in its documents, but takes no switch for them.
+// The first five have names, and are refused all the same.
 constexpr unsigned int kFirstTheater = 5;
 constexpr SubEffect kTheater[] = {
     {"SRS THEATER ALL", 0},
@@ -134,10 +134,10 @@ constexpr unsigned int kEffectCount = sizeof(kEffects) / sizeof(kEffects[0]);
 
 }  // namespace
 
-static fapi_core::VexTvFApiAdvSndDolbyDapParams_t stDolbyDapParams;
+static fapi_core::VexTvFApiAdvSndDolbyDapParams_t _stDolbyDapParams;
 
 void _a_vextvfapi_aud_forget_dolby_dap_param() {
-    stDolbyDapParams = {};
+    _stDolbyDapParams = {};
 }
 
 // --- Effects ---------------------------------------------------------------------------------------------------------
@@ -156,7 +156,7 @@ int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType) {
     const Effect& stEffect = kEffects[*pType];
     FAPI_LOGI("Enable eAdvSndType: %s \n\n", stEffect.pszEnableName);
     const HW_U32 u32HwType = stEffect.u32HwType;
-    return _a_vextvfapi_aud_finish_set_attr(HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType));
+    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType);
 }
 
 // The name of what is switched, put into the record with all other parts off. False when there is no such part.
@@ -203,7 +203,7 @@ int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIn
     }
     FAPI_LOGI("Apply sub sound effect Type: %s ==> %s \n\n", fapi::logText(pszName),
               *pEnable != 0 ? "enable" : "disable");
-    return _a_vextvfapi_aud_finish_set_attr(HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stParams));
+    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stParams);
 }
 
 // --- Parameters ------------------------------------------------------------------------------------------------------
@@ -226,13 +226,13 @@ int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
     HW_AOUT_AdvSndParams_t stAdvSndParams = {};
     stAdvSndParams.u32Type = kEffects[*pType].u32HwType;
     if (*pType == kDolbyDapType) {
-        static_assert(sizeof(stAdvSndParams.attr.stDolbyDapParams) == sizeof(stDolbyDapParams), "copied as it is");
-        std::memcpy(&stAdvSndParams.attr.stDolbyDapParams, &stDolbyDapParams, sizeof(stDolbyDapParams));
+        static_assert(sizeof(stAdvSndParams.attr.stDolbyDapParams) == sizeof(_stDolbyDapParams), "copied as it is");
+        std::memcpy(&stAdvSndParams.attr.stDolbyDapParams, &_stDolbyDapParams, sizeof(_stDolbyDapParams));
         FAPI_LOGI(
             "Apply adv sound effect: Dolby DAP stAdvSndParams.attr.stDolbyDapParams.stDapGainParam.s32PreGain = %d\n",
             stAdvSndParams.attr.stDolbyDapParams.stDapGainParam.s32PreGain);
     }
-    return _a_vextvfapi_aud_finish_set_attr(HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stAdvSndParams));
+    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stAdvSndParams);
 }
 
 int a_vextvfapi_aud_adv_snd_set_dolby_dap_param(const fapi_core::VexTvFApiAdvSndDolbyDapParams_t* pParams) {
@@ -240,7 +240,7 @@ int a_vextvfapi_aud_adv_snd_set_dolby_dap_param(const fapi_core::VexTvFApiAdvSnd
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    stDolbyDapParams = *pParams;
+    _stDolbyDapParams = *pParams;
     FAPI_LOGI("a_vextvfapi_aud_adv_snd_set_dolby_dap_param()...\n");
     unsigned int u32Type = kDolbyDapType;
     return a_vextvfapi_aud_adv_snd_set_param(&u32Type);
@@ -259,7 +259,7 @@ int a_vextvfapi_aud_dts_bypass(unsigned char* pBypass) {
         FAPI_LOGE("AOUT handle is not ready.\n\n");
         return -1;
     }
-    return _a_vextvfapi_aud_finish_set_attr(HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_DTS_BYPASS, pBypass));
+    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_DTS_BYPASS, pBypass);
 }
 
 int a_vextvfapi_aud_get_attr(unsigned int attrType, void* pInput, void* pOutput) {

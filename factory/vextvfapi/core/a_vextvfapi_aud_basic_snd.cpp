@@ -63,18 +63,21 @@ HW_AOUT_BasicSound_t newPeqRecord() {
 
 }  // namespace
 
-static HW_Result_t sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound) {
-    return HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound);
+// Sends an effect as the last step of an operation.
+static int sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
+                      const char* pszCaller = __builtin_FUNCTION()) {
+    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound, pszCaller);
 }
 
-// As _a_vextvfapi_aud_finish_set_attr, with the failure in red.
-static int finishInRed(HW_Result_t u32Result) {
-    if (u32Result != HW_OK) {
-        FAPI_LOGE("\033[31mHW_AOUT_SetAttr() failed!\033[m\n\n");
+// Does the same with the failure in red.
+static int sendRecordOrRed(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
+                           const char* pszCaller = __builtin_FUNCTION()) {
+    if (HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound) != HW_OK) {
+        FAPI_LOGE_AS(pszCaller, "\033[31mHW_AOUT_SetAttr() failed!\033[m\n\n");
         return -1;
     }
-    FAPI_LOGD("HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish();
+    FAPI_LOGD_AS(pszCaller, "HW_AOUT_SetAttr() OK!\n\n");
+    return _a_vextvfapi_aud_finish(pszCaller);
 }
 
 // --- Single effects --------------------------------------------------------------------------------------------------
@@ -82,7 +85,7 @@ static int finishInRed(HW_Result_t u32Result) {
 int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pValue) {
     const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
     if (hAout == HW_HANDLE_NONE) {
-        // Here alone a set without the path is no failure: lines run this on boards without speakers.
+        // Here alone a missing handle is no failure. It is contract.
         return 0;
     }
     if (pEnable == nullptr || pValue == nullptr) {
@@ -94,8 +97,7 @@ int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pVa
         return -1;
     }
     FAPI_LOGI("Set prescale value: %d,\n\n", *pValue);
-    return _a_vextvfapi_aud_finish_set_attr(
-        sendRecord(hAout, newRecord(E_HW_AOUT_BASIC_SND_PRESCALE, *pEnable, *pValue)));
+    return sendRecord(hAout, newRecord(E_HW_AOUT_BASIC_SND_PRESCALE, *pEnable, *pValue));
 }
 
 int a_vextvfapi_aud_adv_set_NR(unsigned char* pEnable, unsigned short* pThreshold) {
@@ -114,8 +116,7 @@ int a_vextvfapi_aud_adv_set_NR(unsigned char* pEnable, unsigned short* pThreshol
         return -1;
     }
     FAPI_LOGI("Set NR threshold value: %d \n\n", *pThreshold);
-    return _a_vextvfapi_aud_finish_set_attr(
-        sendRecord(hAout, newRecord(E_HW_AOUT_BASIC_SND_NR, *pEnable, *pThreshold)));
+    return sendRecord(hAout, newRecord(E_HW_AOUT_BASIC_SND_NR, *pEnable, *pThreshold));
 }
 
 int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type type, unsigned char enable) {
@@ -130,16 +131,17 @@ int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type
         return -1;
     }
     FAPI_LOGI("Enable Sound Effect: %s \n\n", kNames[type].pszLong);
-    return finishInRed(sendRecord(hAout, newRecord(type, enable, 0)));
+    return sendRecordOrRed(hAout, newRecord(type, enable, 0));
 }
 
 // --- One band of the parametric equaliser ----------------------------------------------------------------------------
 
-// The main path's handle, when the arguments are good.
-static HW_Handle_t openForBand(const unsigned short* pIndex, const unsigned short* pValue) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+// Returns the main path's handle when the arguments are good.
+static HW_Handle_t openForBand(const unsigned short* pIndex, const unsigned short* pValue,
+                               const char* pszCaller = __builtin_FUNCTION()) {
+    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path(pszCaller);
     if (hAout != HW_HANDLE_NONE && (pIndex == nullptr || pValue == nullptr || *pIndex >= HW_AOUT_PEQ_BANDS)) {
-        FAPI_LOGE("Invalid parameter !\n\n");
+        FAPI_LOGE_AS(pszCaller, "Invalid parameter !\n\n");
         return HW_HANDLE_NONE;
     }
     return hAout;
@@ -153,7 +155,7 @@ int a_vextvfapi_aud_adv_set_peq_q_value(unsigned short* pIndex, unsigned short* 
     FAPI_LOGI("Set PEQ Q value - index: %d, value: %d\n\n", *pIndex, *pValue);
     HW_AOUT_BasicSound_t stSound = newPeqRecord();
     stSound.band.stPeq.au16Q[*pIndex] = *pValue;
-    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+    return sendRecord(hAout, stSound);
 }
 
 int a_vextvfapi_aud_adv_set_peq_freq_value(unsigned short* pIndex, unsigned short* pValue) {
@@ -164,7 +166,7 @@ int a_vextvfapi_aud_adv_set_peq_freq_value(unsigned short* pIndex, unsigned shor
     FAPI_LOGI("Set PEQ Frequency value - index: %d, value: %d\n\n", *pIndex, *pValue);
     HW_AOUT_BasicSound_t stSound = newPeqRecord();
     stSound.band.stPeq.au16Freq[*pIndex] = *pValue;
-    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+    return sendRecord(hAout, stSound);
 }
 
 int a_vextvfapi_aud_adv_set_peq_gain_value(unsigned short* pIndex, unsigned short* pValue) {
@@ -175,20 +177,21 @@ int a_vextvfapi_aud_adv_set_peq_gain_value(unsigned short* pIndex, unsigned shor
     FAPI_LOGI("Set PEQ Gain value - index: %d, value: %d\n\n", *pIndex, *pValue);
     HW_AOUT_BasicSound_t stSound = newPeqRecord();
     stSound.band.stPeq.au16Gain[*pIndex] = *pValue;
-    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+    return sendRecord(hAout, stSound);
 }
 
-static bool isBandInRange(unsigned short u16Gain, unsigned short u16Freq, unsigned short u16Q) {
+static bool isBandInRange(unsigned short u16Gain, unsigned short u16Freq, unsigned short u16Q,
+                          const char* pszCaller = __builtin_FUNCTION()) {
     if (!kGain.holds(u16Gain)) {
-        FAPI_LOGE("Error! PEQ Gain should be %d~%d!\n", kGain.u16Min, kGain.u16Max);
+        FAPI_LOGE_AS(pszCaller, "Error! PEQ Gain should be %d~%d!\n", kGain.u16Min, kGain.u16Max);
         return false;
     }
     if (!kFrequency.holds(u16Freq)) {
-        FAPI_LOGE("Error! PEQ Frequency should be %d~%d!\n", kFrequency.u16Min, kFrequency.u16Max);
+        FAPI_LOGE_AS(pszCaller, "Error! PEQ Frequency should be %d~%d!\n", kFrequency.u16Min, kFrequency.u16Max);
         return false;
     }
     if (!kQ.holds(u16Q)) {
-        FAPI_LOGE("Error! PEQ QValue should be %d~%d!\n", kQ.u16Min, kQ.u16Max);
+        FAPI_LOGE_AS(pszCaller, "Error! PEQ QValue should be %d~%d!\n", kQ.u16Min, kQ.u16Max);
         return false;
     }
     return true;
@@ -213,7 +216,7 @@ int a_vextvfapi_aud_adv_set_peq_value(unsigned short* pIndex, unsigned short* pG
     stSound.band.stPeq.au16Gain[*pIndex] = *pGain;
     stSound.band.stPeq.au16Freq[*pIndex] = *pFreq;
     stSound.band.stPeq.au16Q[*pIndex] = *pQ;
-    return _a_vextvfapi_aud_finish_set_attr(sendRecord(hAout, stSound));
+    return sendRecord(hAout, stSound);
 }
 
 // --- An effect with the caller's parameters --------------------------------------------------------------------------
@@ -255,32 +258,32 @@ void copyBand(const Words& words, const BandList& stList, unsigned int u32Band, 
 
 }  // namespace
 
-static void logBands(const Words& words, const BandList& stList, unsigned short u16Count) {
+static void logBands(const Words& words, const BandList& stList, unsigned short u16Count, const char* pszCaller) {
     for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
-        FAPI_LOGI("%u \n", words[stList.firstWord + i]);
+        FAPI_LOGI_AS(pszCaller, "%u \n", words[stList.firstWord + i]);
     }
-    FAPI_LOGI("]\n");
+    FAPI_LOGI_AS(pszCaller, "]\n");
 }
 
-static void fillEq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSound_t& stSound) {
+static void fillEq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSound_t& stSound, const char* pszCaller) {
     stSound.u16Value = u16Count;
-    FAPI_LOGI("EQBand = [%u]\n\n", u16Count);
-    FAPI_LOGI("EQBand[\n");
-    logBands(words, kEqLevels, u16Count);
+    FAPI_LOGI_AS(pszCaller, "EQBand = [%u]\n\n", u16Count);
+    FAPI_LOGI_AS(pszCaller, "EQBand[\n");
+    logBands(words, kEqLevels, u16Count, pszCaller);
     for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
         copyBand(words, kEqLevels, i, stSound);
     }
 }
 
-static void fillPeq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSound_t& stSound) {
+static void fillPeq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSound_t& stSound, const char* pszCaller) {
     stSound.u16Value = u16Count;
-    FAPI_LOGI("PEQBand = [%u]\n\n", u16Count);
-    FAPI_LOGI("PEQ_Gain[\n");
-    logBands(words, kPeqGains, u16Count);
-    FAPI_LOGI("PEQ_Freq[\n");
-    logBands(words, kPeqFreqs, u16Count);
-    FAPI_LOGI("PEQ_Q[\n");
-    logBands(words, kPeqQs, u16Count);
+    FAPI_LOGI_AS(pszCaller, "PEQBand = [%u]\n\n", u16Count);
+    FAPI_LOGI_AS(pszCaller, "PEQ_Gain[\n");
+    logBands(words, kPeqGains, u16Count, pszCaller);
+    FAPI_LOGI_AS(pszCaller, "PEQ_Freq[\n");
+    logBands(words, kPeqFreqs, u16Count, pszCaller);
+    FAPI_LOGI_AS(pszCaller, "PEQ_Q[\n");
+    logBands(words, kPeqQs, u16Count, pszCaller);
     // Band by band: with more than five of them the later bands' gains replace the first frequencies.
     for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
         copyBand(words, kPeqGains, i, stSound);
@@ -289,43 +292,44 @@ static void fillPeq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSo
     }
 }
 
-static void fillRecord(const Param& stParam, HW_AOUT_BasicSound_t& stSound) {
+static void fillRecord(const Param& stParam, HW_AOUT_BasicSound_t& stSound,
+                       const char* pszCaller = __builtin_FUNCTION()) {
     Words words;
     std::memcpy(words.data(), &stParam, sizeof(stParam));
     switch (stSound.u32Type) {
         case E_HW_AOUT_BASIC_SND_PRESCALE:
             stSound.u16Value = static_cast<HW_U16>(stParam.u32Prescale);
-            FAPI_LOGI("PreScale = [%u]\n\n", stSound.u16Value);
+            FAPI_LOGI_AS(pszCaller, "PreScale = [%u]\n\n", stSound.u16Value);
             break;
         case E_HW_AOUT_BASIC_SND_EQ:
-            fillEq(words, static_cast<unsigned short>(stParam.u32EqBandCount), stSound);
+            fillEq(words, static_cast<unsigned short>(stParam.u32EqBandCount), stSound, pszCaller);
             break;
         case E_HW_AOUT_BASIC_SND_PEQ:
-            fillPeq(words, static_cast<unsigned short>(stParam.u32PeqBandCount), stSound);
+            fillPeq(words, static_cast<unsigned short>(stParam.u32PeqBandCount), stSound, pszCaller);
             break;
         case E_HW_AOUT_BASIC_SND_TREBLE:
             stSound.u16Value = static_cast<HW_U16>(stParam.u32Treble);
-            FAPI_LOGI("Treble = [%u]\n\n", stSound.u16Value);
+            FAPI_LOGI_AS(pszCaller, "Treble = [%u]\n\n", stSound.u16Value);
             break;
         case E_HW_AOUT_BASIC_SND_BASS:
             stSound.u16Value = static_cast<HW_U16>(stParam.u32Bass);
-            FAPI_LOGI("Bass = [%u]\n\n", stSound.u16Value);
+            FAPI_LOGI_AS(pszCaller, "Bass = [%u]\n\n", stSound.u16Value);
             break;
         case E_HW_AOUT_BASIC_SND_BALANCE:
             stSound.u16Value = static_cast<HW_U16>(stParam.u32Balance);
-            FAPI_LOGI("Balance = [%u]\n\n", stSound.u16Value);
+            FAPI_LOGI_AS(pszCaller, "Balance = [%u]\n\n", stSound.u16Value);
             break;
         case E_HW_AOUT_BASIC_SND_ECHO:
             stSound.u16Value = static_cast<HW_U16>(stParam.u32EchoTime);
-            FAPI_LOGI("EchoTime = [%u]\n\n", stSound.u16Value);
+            FAPI_LOGI_AS(pszCaller, "EchoTime = [%u]\n\n", stSound.u16Value);
             break;
         case E_HW_AOUT_BASIC_SND_NR:
             stSound.u16Value = static_cast<HW_U16>(stParam.u32NrThreshold);
-            FAPI_LOGI("NoiseReductionThreshold = [%u]\n\n", stSound.u16Value);
+            FAPI_LOGI_AS(pszCaller, "NoiseReductionThreshold = [%u]\n\n", stSound.u16Value);
             break;
         default:
             // Sent all the same: the chip switches the effect on with parameters of its own.
-            FAPI_LOGE("Invalid basic sound type!\n\n");
+            FAPI_LOGE_AS(pszCaller, "Invalid basic sound type!\n\n");
             break;
     }
 }
@@ -347,5 +351,5 @@ int a_vextvfapi_aud_basic_snd_set_param(e_vextvfapi_aud_basic_snd_type type,
     FAPI_LOGI("BasicSndType: %s \n\n", kNames[type].pszShort);
     HW_AOUT_BasicSound_t stSound = newRecord(type, 1, 0);
     fillRecord(*pParam, stSound);
-    return finishInRed(sendRecord(hAout, stSound));
+    return sendRecordOrRed(hAout, stSound);
 }

@@ -4,9 +4,10 @@
 //     const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
 //     if (hAout == HW_HANDLE_NONE) { return -1; }
 //     ...
-//     return _a_vextvfapi_aud_finish_set_attr(HW_AOUT_SetAttr(hAout, ...));
+//     return _a_vextvfapi_aud_send(hAout, ...);
 //
-// Some have another message for a missing handle, and open the paths themselves.
+// Some have another message for a missing handle, and open the paths themselves. What is logged here shows the name of
+// the operation that calls.
 #ifndef A_VEXTVFAPI_AUD_INTERNAL_H
 #define A_VEXTVFAPI_AUD_INTERNAL_H
 
@@ -20,16 +21,17 @@ HW_Handle_t _a_vextvfapi_aud_path(unsigned int u32Path);
 
 // Gets hold of the paths, and of the main one's handle. 0, with the message that most operations have for it, when
 // there is none.
-HW_Handle_t _a_vextvfapi_aud_open_main_path();
+HW_Handle_t _a_vextvfapi_aud_open_main_path(const char* pszCaller = __builtin_FUNCTION());
 
 // Zeroes the parameters that a_vextvfapi_aud_adv_snd_set_dolby_dap_param keeps.
 void _a_vextvfapi_aud_forget_dolby_dap_param();
 
-// What follows a call that succeeded: closes what was opened. 0, or -1 with a message.
-int _a_vextvfapi_aud_finish();
+// Closes what was opened, after a call that succeeded. 0, or -1 with a message.
+int _a_vextvfapi_aud_finish(const char* pszCaller = __builtin_FUNCTION());
 
-// What follows HW_AOUT_SetAttr in most operations: messages, then the above after a success. Nothing is closed after a
-// failure.
-int _a_vextvfapi_aud_finish_set_attr(HW_Result_t u32Result);
+// Sends an attribute, which is the last step of most operations, and finishes after a success. Nothing is closed after
+// a failure.
+int _a_vextvfapi_aud_send(HW_Handle_t hAout, HW_U32 u32Attribute, const void* pValue,
+                          const char* pszCaller = __builtin_FUNCTION());
 
 #endif

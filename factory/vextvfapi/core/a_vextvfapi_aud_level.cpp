@@ -53,23 +53,24 @@ int a_vextvfapi_aud_adv_get_speaker_delay(unsigned int* pDelay) {
 
 // --- Volume ----------------------------------------------------------------------------------------------------------
 
-static bool areVolumeArguments(const unsigned int* pPath, const unsigned int* pVolume) {
+static bool areVolumeArguments(const unsigned int* pPath, const unsigned int* pVolume,
+                               const char* pszCaller = __builtin_FUNCTION()) {
     if (pPath == nullptr || pVolume == nullptr) {
-        FAPI_LOGE("Invalid parameter !\n\n");
+        FAPI_LOGE_AS(pszCaller, "Invalid parameter !\n\n");
         return false;
     }
     if (*pPath >= HW_AOUT_PATH_COUNT) {
-        FAPI_LOGE("Wrong path cfg!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Wrong path cfg!\n\n");
         return false;
     }
     return true;
 }
 
-// The handle of any path.
-static HW_Handle_t openPath(unsigned int u32Path) {
+// Gets hold of the paths, and of any one's handle. 0, with a message, when there is none.
+static HW_Handle_t openPath(unsigned int u32Path, const char* pszCaller = __builtin_FUNCTION()) {
     a_vextvfapi_aud_open();
     if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
-        FAPI_LOGE("AOUT handle is not ready!\n\n");
+        FAPI_LOGE_AS(pszCaller, "AOUT handle is not ready!\n\n");
     }
     return _a_vextvfapi_aud_path(u32Path);
 }
@@ -78,7 +79,7 @@ int a_vextvfapi_aud_adv_set_volume(unsigned int* pPath, unsigned int* pVolume) {
     if (!areVolumeArguments(pPath, pVolume)) {
         return -1;
     }
-    // The byte at the address: hosts pass the address of a byte as well.
+    // Of the word only the byte at its address counts. It is contract.
     const unsigned char u8Volume = *reinterpret_cast<const unsigned char*>(pVolume);
     if (u8Volume > kVolumeMax) {
         FAPI_LOGE("Wrong setting! Volume should be %d~%d!\n", 0, kVolumeMax);
@@ -117,19 +118,20 @@ int a_vextvfapi_aud_adv_get_volume(unsigned int* pPath, unsigned int* pVolume) {
 
 // --- Volume tables ---------------------------------------------------------------------------------------------------
 
-static bool sendTable(unsigned int u32Path, const HW_AOUT_VolumeTable_t& stTable) {
+static bool sendTable(unsigned int u32Path, const HW_AOUT_VolumeTable_t& stTable,
+                      const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_AOUT_SetAttr(_a_vextvfapi_aud_path(u32Path), E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable) != HW_OK) {
-        FAPI_LOGE("\033[31mHW_AOUT_SetAttr() failed! AoutPath: %u\033[m\n\n", u32Path);
+        FAPI_LOGE_AS(pszCaller, "\033[31mHW_AOUT_SetAttr() failed! AoutPath: %u\033[m\n\n", u32Path);
         return false;
     }
     return true;
 }
 
-static bool sendTableToAll(const HW_AOUT_VolumeTable_t& stTable) {
+static bool sendTableToAll(const HW_AOUT_VolumeTable_t& stTable, const char* pszCaller = __builtin_FUNCTION()) {
     for (unsigned int u32Path = 0; u32Path < HW_AOUT_PATH_COUNT; ++u32Path) {
         if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
-            FAPI_LOGD("AOUT path:%u handle is not ready!\n\n", u32Path);
-        } else if (!sendTable(u32Path, stTable)) {
+            FAPI_LOGD_AS(pszCaller, "AOUT path:%u handle is not ready!\n\n", u32Path);
+        } else if (!sendTable(u32Path, stTable, pszCaller)) {
             return false;
         }
     }
@@ -179,11 +181,11 @@ int a_vextvfapi_aud_load_aq_params(const unsigned char* pFileName) {
     }
     FAPI_LOGI("FileName:%s\n\n", pFileName);
     const HW_AOUT_AqParams_t stParams = {pFileName};
-    if (HW_AOUT_LoadAqParams(hAout, &stParams) != HW_OK) {
+    const HW_Result_t u32Result = HW_AOUT_LoadAqParams(hAout, &stParams);
+    if (u32Result != HW_OK) {
         FAPI_LOGE("Error: Load AQ Setting failed!(file name: %s)\n\n", pFileName);
-        // The one operation that closes after a failure.
-        _a_vextvfapi_aud_finish();
-        return -1;
     }
-    return _a_vextvfapi_aud_finish();
+    // This operation alone closes after a failure, too.
+    const int s32Closed = _a_vextvfapi_aud_finish();
+    return u32Result == HW_OK ? s32Closed : -1;
 }
