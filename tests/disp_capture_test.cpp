@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Captures into BMP files: what is in them, and what a failed one leaves.
+#include <iterator>
+#include <set>
+
 #include <gmock/gmock.h>
 
 #include "a_vextvfapi_disp.h"
@@ -231,6 +234,8 @@ TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
         {1, "HW_CAP_DisconnectInput", 0, false, 0},
         {1, "HW_CAP_Close", 0, true, 0},
     };
+    // What the last line of each log says of its place: "<operation:123>".
+    std::set<std::string> places;
     for (const Row& stRow : rows) {
         vset::powerCycle();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
@@ -238,8 +243,10 @@ TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
         vset::inject({stRow.pszCall, 3});
         int s32Status = 0;
         const std::string strLog =
-            test::logOf([&] { s32Status = a_vextvfapi_disp_capture_screen_to_usb(path(), stRow.s32Type); });
+            test::logWithLinesOf([&] { s32Status = a_vextvfapi_disp_capture_screen_to_usb(path(), stRow.s32Type); });
         vset::clearFaults();
+        const std::size_t place = strLog.rfind('<');
+        places.insert(strLog.substr(place, strLog.find('>', place) - place));
         EXPECT_EQ(s32Status, -1) << stRow.pszCall;
         EXPECT_THAT(strLog,
                     HasSubstr(stRow.pszCall == std::string("HW_FS_Sync") ? "_a_vextvfapi_output_bmp_file Fail."
@@ -252,6 +259,7 @@ TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
         EXPECT_EQ(vset::osd::surfaces().back().u32Locks, stRow.u32Locks) << stRow.pszCall;
         EXPECT_EQ(vset::cap::unit().bOpen, stRow.bCapture) << stRow.pszCall;
     }
+    EXPECT_EQ(places.size(), std::size(rows) - 2) << "the line number tells which call failed, but for the releases";
     a_vextvfapi_disp_switch_window(3);
     EXPECT_EQ(a_vextvfapi_disp_capture_screen_to_usb(path(), 1), -1);
 }

@@ -69,9 +69,10 @@ TEST_F(DispWindow, AnyNumberCanBeMadeTheCurrentWindow) {
     vset::clearJournal();
     unsigned int hDisp = 7;
     EXPECT_THAT(test::logOf([&] { EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle(&hDisp)); }),
-                HasSubstr("Error windowindex: 3\n\n"));
+                HasSubstr("[E] <_a_vextvfapi_disp_get_disp_handle> Error windowindex: 3\n\n"));
+    EXPECT_THAT(test::logOf([&] { EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle_by_win_idx(&hDisp, 0xFFFFFFFF)); }),
+                HasSubstr("[E] <_a_vextvfapi_disp_get_disp_handle_by_win_idx> Error windowindex: -1\n\n"));
     EXPECT_EQ(hDisp, 7u);
-    EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle_by_win_idx(&hDisp, 0xFFFFFFFF));
     a_vextvfapi_disp_switch_window(1);
     vset::inject({"HW_DISP_Open", 9});
     EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle(&hDisp));

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -27,9 +28,9 @@ inline void switchLog(bool bOn) {
 // "<function:123>" becomes "<function>".
 std::string withoutLines(const std::string& strLog);
 
-// Runs `body` with the log on and returns what came to standard output, source lines taken out.
+// Runs `body` with the log on and returns what came to standard output.
 template <class Body>
-std::string logOf(Body&& body) {
+std::string logWithLinesOf(Body&& body) {
     std::fflush(stdout);
     testing::internal::CaptureStdout();
     switchLog(true);
@@ -43,7 +44,13 @@ std::string logOf(Body&& body) {
         // A failed expectation inside the body went the way of the log.
         std::fputs(strLog.c_str(), stderr);
     }
-    return withoutLines(strLog);
+    return strLog;
+}
+
+// The same with the source lines taken out.
+template <class Body>
+std::string logOf(Body&& body) {
+    return withoutLines(logWithLinesOf(std::forward<Body>(body)));
 }
 
 }  // namespace test

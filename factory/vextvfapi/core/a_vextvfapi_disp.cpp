@@ -63,22 +63,23 @@ int a_vextvfapi_disp_switch_window(unsigned int index) {
 
 // --- Handles ---------------------------------------------------------------------------------------------------------
 
-static bool formatWindowName(unsigned int index, char* pszBuffer) {
+static bool formatWindowName(unsigned int index, char* pszBuffer, const char* pszCaller) {
     const char* const pszName = _a_vextvfapi_disp_window_name(index);
     if (pszName == nullptr) {
-        FAPI_LOGE("Error windowindex: %d\n\n", index);
+        FAPI_LOGE_AS(pszCaller, "Error windowindex: %d\n\n", index);
         return false;
     }
     if (std::snprintf(pszBuffer, HW_DISP_WINDOW_NAME_SIZE, "%s", pszName) < 0) {
-        FAPI_LOGE("[%s(%d)]: do snprintf fail\n", __func__, __LINE__);
+        FAPI_LOGE_AS(pszCaller, "[%s(%d)]: do snprintf fail\n", pszCaller, __LINE__);
         return false;
     }
     return true;
 }
 
-bool _a_vextvfapi_disp_get_disp_handle_by_win_idx(unsigned int* handle, unsigned int index) {
+// Finds or opens a window for either of the operations below.
+static bool obtainWindow(unsigned int* handle, unsigned int index, const char* pszCaller = __builtin_FUNCTION()) {
     char acName[HW_DISP_WINDOW_NAME_SIZE];
-    if (handle == nullptr || !formatWindowName(index, acName)) {
+    if (handle == nullptr || !formatWindowName(index, acName, pszCaller)) {
         return false;
     }
     HW_Handle_t hDisp = HW_HANDLE_NONE;
@@ -90,13 +91,17 @@ bool _a_vextvfapi_disp_get_disp_handle_by_win_idx(unsigned int* handle, unsigned
     if (HW_DISP_Open(&stParams, &hDisp) != HW_OK) {
         return false;
     }
-    FAPI_LOGD("Create Disp %s handle by FAPI\n\n", acName);
+    FAPI_LOGD_AS(pszCaller, "Create Disp %s handle by FAPI\n\n", acName);
     *handle = hDisp;
     return true;
 }
 
+bool _a_vextvfapi_disp_get_disp_handle_by_win_idx(unsigned int* handle, unsigned int index) {
+    return obtainWindow(handle, index);
+}
+
 bool _a_vextvfapi_disp_get_disp_handle(unsigned int* handle) {
-    return _a_vextvfapi_disp_get_disp_handle_by_win_idx(handle, _u32WindowIndex);
+    return obtainWindow(handle, _u32WindowIndex);
 }
 
 // --- What is connected -----------------------------------------------------------------------------------------------

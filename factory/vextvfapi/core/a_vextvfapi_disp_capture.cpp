@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then as it is, so
-// that it can be looked at.
+// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then as it is. It is
+// contract.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <array>
 #include <cstdint>
@@ -58,22 +58,16 @@ BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_
 
 // --- BMP file --------------------------------------------------------------------------------------------------------
 
-static bool writeBlock(const void* pData, std::uint32_t u32Size, FILE* pFile) {
-    if (HW_FS_Fwrite(pData, u32Size, 1, pFile) == -1) {
-        FAPI_LOGE("HW_FS_Fwrite Error: failed to write file \n\n");
-        return false;
-    }
-    return true;
-}
-
 // A failed write ends the file, and is no failure as long as the file can be closed.
 static void writePicture(const BmpHeader& header, const unsigned char* pu8Rows, std::uint32_t u32Pitch,
-                         std::uint32_t u32Height, FILE* pFile) {
-    if (!writeBlock(header.data(), static_cast<std::uint32_t>(header.size()), pFile)) {
+                         std::uint32_t u32Height, FILE* pFile, const char* pszCaller = __builtin_FUNCTION()) {
+    if (HW_FS_Fwrite(header.data(), static_cast<std::uint32_t>(header.size()), 1, pFile) == -1) {
+        FAPI_LOGE_AS(pszCaller, "HW_FS_Fwrite Error: failed to write file \n\n");
         return;
     }
     for (std::uint32_t u32Row = u32Height; u32Row != 0; --u32Row) {
-        if (!writeBlock(pu8Rows + std::uint64_t{u32Row - 1} * u32Pitch, u32Pitch, pFile)) {
+        if (HW_FS_Fwrite(pu8Rows + std::uint64_t{u32Row - 1} * u32Pitch, u32Pitch, 1, pFile) == -1) {
+            FAPI_LOGE_AS(pszCaller, "HW_FS_Fwrite Error: failed to write file \n\n");
             return;
         }
     }
@@ -109,15 +103,8 @@ unsigned char _a_vextvfapi_output_bmp_file(const unsigned char* path, unsigned l
 
 // --- Captures --------------------------------------------------------------------------------------------------------
 
-static int captureFailed(const char* pszOperation, HW_Result_t result) {
-    FAPI_LOGE("%s fail! eRet = %d\n\n", pszOperation, result);
-    return -1;
-}
-
-static int outputFailed() {
-    FAPI_LOGE("_a_vextvfapi_output_bmp_file Fail.\n\n");
-    return -1;
-}
+// Logs a failed call of a capture and is its status, -1. A macro, because the line number tells which call it was.
+#define FAPI_CAPTURE_FAILED(caller, result) (FAPI_LOGE_AS(caller, "%s fail! eRet = %d\n\n", caller, result), -1)
 
 int a_vextvfapi_disp_capture_screen_to_usb(const unsigned char* path, int captureType) {
     FAPI_LOGD("pcPath: %s, captureType: %d\n\n", fapi::logText(path), captureType);
@@ -137,19 +124,19 @@ int _a_vextvfapi_disp_capture_osd_to_usb(const unsigned char* path, int layerId)
     HW_Handle_t hLayer = HW_HANDLE_NONE;
     HW_Result_t result = HW_OSD_GetLayerHandle(&layerId, &hLayer);
     if (result != HW_OK) {
-        return captureFailed(__func__, result);
+        return FAPI_CAPTURE_FAILED(__func__, result);
     }
     FAPI_LOGD("hLayerHandle: %d\n\n", hLayer);
     HW_Handle_t hWindow = HW_HANDLE_NONE;
     result = HW_OSD_LayerQueryWindowHandle(hLayer, &hWindow);
     if (result != HW_OK) {
-        return captureFailed(__func__, result);
+        return FAPI_CAPTURE_FAILED(__func__, result);
     }
     FAPI_LOGD("hWindowHandle: %d\n\n", hWindow);
     HW_Handle_t hSurface = HW_HANDLE_NONE;
     result = HW_OSD_WindowGetSurface(hWindow, &hSurface);
     if (result != HW_OK) {
-        return captureFailed(__func__, result);
+        return FAPI_CAPTURE_FAILED(__func__, result);
     }
     FAPI_LOGD("hSurfaceHandle: %d\n\n", hSurface);
     // Only for the log: the pixels are taken as they are.
@@ -161,7 +148,7 @@ int _a_vextvfapi_disp_capture_osd_to_usb(const unsigned char* path, int layerId)
     HW_U64 u64Phys = 0;
     result = HW_OSD_SurfaceLock(hSurface, &u64Virt, &u64Phys);
     if (result != HW_OK) {
-        return captureFailed(__func__, result);
+        return FAPI_CAPTURE_FAILED(__func__, result);
     }
     FAPI_LOGD("virtAddr: 0x%llx, phyAddr: 0x%llx\n\n", static_cast<unsigned long long>(u64Virt),
               static_cast<unsigned long long>(u64Phys));
@@ -169,24 +156,25 @@ int _a_vextvfapi_disp_capture_osd_to_usb(const unsigned char* path, int layerId)
     HW_U32 u32Height = 0;
     result = HW_OSD_SurfaceGetSize(hSurface, &u32Width, &u32Height);
     if (result != HW_OK) {
-        return captureFailed(__func__, result);
+        return FAPI_CAPTURE_FAILED(__func__, result);
     }
     FAPI_LOGD("HW_OSD_SurfaceGetSize(): u32CapFrameW:%d, u32CapFrameH:%d\n\n", u32Width, u32Height);
     const HW_U32 u32Pitch = (u32Width & 0xFFFF) * kCapturePixelSize;
     FAPI_LOGD("u32Pitch: %u, u32CapFrameH: %u\n\n", u32Pitch, u32Height);
     if (_a_vextvfapi_output_bmp_file(path, u64Virt, u32Pitch, u32Width, u32Height) != 0) {
-        return outputFailed();
+        FAPI_LOGE("_a_vextvfapi_output_bmp_file Fail.\n\n");
+        return -1;
     }
     result = HW_OSD_SurfaceUnlock(hSurface);
-    return result == HW_OK ? 0 : captureFailed(__func__, result);
+    return result == HW_OK ? 0 : FAPI_CAPTURE_FAILED(__func__, result);
 }
 
-static bool findCaptureBuffer(HW_U64& u64PhysAddr) {
+static bool findCaptureBuffer(HW_U64& u64PhysAddr, const char* pszCaller = __builtin_FUNCTION()) {
     HW_SYS_MmapInfo_t stInfo = {};
     const HW_Result_t result = HW_SYS_GetMmapLayout(E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, &stInfo);
     if (result != HW_OK || stInfo.u32Length < kCaptureBuffer) {
-        FAPI_LOGE("Error: Invalid mmap layout E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF with id = %d, len=%d\n\n",
-                  E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, static_cast<int>(stInfo.u32Length));
+        FAPI_LOGE_AS(pszCaller, "Error: Invalid mmap layout E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF with id = %d, len=%d\n\n",
+                     E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, static_cast<int>(stInfo.u32Length));
         return false;
     }
     u64PhysAddr = stInfo.u64MiuBase + stInfo.u64Offset + stInfo.u32Length - kCaptureBuffer;
@@ -205,40 +193,43 @@ struct VideoCapture {
 
 }  // namespace
 
-// Lays a surface over the buffer, only to learn where the processor sees it.
-static HW_Result_t findBuffer(HW_U64 u64Buffer, VideoCapture& stCapture) {
+// Lays a surface over the buffer, only to learn where the processor sees it. 0, or -1 with a message.
+static int findBuffer(HW_U64 u64Buffer, VideoCapture& stCapture, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_OSD_SurfaceAttr_t stAttr = {
         kCaptureWidth, kCaptureHeight, kCapturePitch, E_HW_OSD_COLOR_CAPTURE, 0, E_HW_OSD_MEM_PHYSICAL, u64Buffer, 0};
     HW_Result_t result = HW_OSD_SurfaceCreate(&stAttr, &stCapture.hSurface);
     if (result != HW_OK) {
-        return result;
+        return FAPI_CAPTURE_FAILED(pszCaller, result);
     }
     HW_U64 u64Phys = 0;
     result = HW_OSD_SurfaceLock(stCapture.hSurface, &stCapture.u64Virt, &u64Phys);
     if (result != HW_OK) {
-        return result;
+        return FAPI_CAPTURE_FAILED(pszCaller, result);
     }
-    FAPI_LOGD("virtAddr: 0x%llx, phyAddr: 0x%llx\n\n", static_cast<unsigned long long>(stCapture.u64Virt),
-              static_cast<unsigned long long>(u64Phys));
-    return HW_OSD_SurfaceUnlock(stCapture.hSurface);
+    FAPI_LOGD_AS(pszCaller, "virtAddr: 0x%llx, phyAddr: 0x%llx\n\n", static_cast<unsigned long long>(stCapture.u64Virt),
+                 static_cast<unsigned long long>(u64Phys));
+    result = HW_OSD_SurfaceUnlock(stCapture.hSurface);
+    return result == HW_OK ? 0 : FAPI_CAPTURE_FAILED(pszCaller, result);
 }
 
-static HW_Result_t takePicture(unsigned char u8Flag, VideoCapture& stCapture) {
+// Answers as the above.
+static int takePicture(unsigned char u8Flag, VideoCapture& stCapture, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_CAP_OpenParams_t stOpen = {};
     HW_Result_t result = HW_CAP_Open(&stOpen, &stCapture.hCap);
     if (result != HW_OK) {
-        return result;
+        return FAPI_CAPTURE_FAILED(pszCaller, result);
     }
-    FAPI_LOGD("hCapHandle: %d\n\n", stCapture.hCap);
+    FAPI_LOGD_AS(pszCaller, "hCapHandle: %d\n\n", stCapture.hCap);
     const HW_CAP_ConnectParams_t stConnect = {};
     result = HW_CAP_ConnectInput(stCapture.hCap, stCapture.hDisp, &stConnect);
     if (result != HW_OK) {
-        return result;
+        return FAPI_CAPTURE_FAILED(pszCaller, result);
     }
     const HW_CAP_Description_t stDescription = {
         stCapture.u64Virt, kCaptureSize, kCaptureWidth, kCaptureHeight, E_HW_CAP_FORMAT_2, u8Flag == 1 ? 1u : 0u, {}};
     HW_CAP_Result_t stResult = {};
-    return HW_CAP_CaptureOne(stCapture.hCap, &stDescription, &stResult);
+    result = HW_CAP_CaptureOne(stCapture.hCap, &stDescription, &stResult);
+    return result == HW_OK ? 0 : FAPI_CAPTURE_FAILED(pszCaller, result);
 }
 
 static HW_Result_t releaseCapture(const VideoCapture& stCapture) {
@@ -268,25 +259,19 @@ int _a_vextvfapi_disp_capture_video_to_usb(const unsigned char* path, unsigned c
     HW_DISP_Rect_t stRect = {};
     HW_Result_t result = HW_DISP_GetDispRect(stCapture.hDisp, &stRect);
     if (result != HW_OK) {
-        return captureFailed(__func__, result);
+        return FAPI_CAPTURE_FAILED(__func__, result);
     }
     FAPI_LOGD("Panel u16X: %hu, u16Y: %hu, u16Width: %hu, u16Height: %hu\n\n", stRect.u16X, stRect.u16Y,
               stRect.u16Width, stRect.u16Height);
     FAPI_LOGD("u32CapFrameW: %u, u32Pitch: %u, u32CapFrameH: %u\n\n", kCaptureWidth, kCapturePitch, kCaptureHeight);
     HW_U64 u64Buffer = 0;
-    if (!findCaptureBuffer(u64Buffer)) {
+    if (!findCaptureBuffer(u64Buffer) || findBuffer(u64Buffer, stCapture) != 0 || takePicture(flag, stCapture) != 0) {
         return -1;
     }
-    result = findBuffer(u64Buffer, stCapture);
-    if (result == HW_OK) {
-        result = takePicture(flag, stCapture);
-    }
-    if (result != HW_OK) {
-        return captureFailed(__func__, result);
-    }
     if (_a_vextvfapi_output_bmp_file(path, stCapture.u64Virt, kCapturePitch, kCaptureWidth, kCaptureHeight) != 0) {
-        return outputFailed();
+        FAPI_LOGE("_a_vextvfapi_output_bmp_file Fail.\n\n");
+        return -1;
     }
     result = releaseCapture(stCapture);
-    return result == HW_OK ? 0 : captureFailed(__func__, result);
+    return result == HW_OK ? 0 : FAPI_CAPTURE_FAILED(__func__, result);
 }

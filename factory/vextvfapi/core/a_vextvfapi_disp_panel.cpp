@@ -32,8 +32,7 @@ HW_Handle_t obtainOutput(DispoutLease& lease) {
 }
 
 // Some operations close the module's display handle in place of the output that they opened. The close refuses it, and
-// the output stays open; the next operation finds it. It is to stay so: an output that is up is what later steps of the
-// line meet.
+// the output stays open; the next operation finds it. It is contract.
 void closeDisplayHandle(DispoutLease& lease) {
     if (lease.isOpened()) {
         lease.keepOpen();
@@ -144,7 +143,7 @@ int a_vextvfapi_disp_get_pwm_range(unsigned int& min, unsigned int& max) {
     const int s32Status = a_vextvfapi_disp_panel_get_attr(0, E_HW_DISPOUT_PANEL_PWM_RANGE, nullptr, &stRange);
     min = stRange.u32PwmMinVal;
     max = stRange.u32PwmMaxVal;
-    // "Mix" is what logs are searched for.
+    // The misspelt "Mix" is contract.
     FAPI_LOGD("get_pwm_range u32PWMMix = %d, u32PWMMax = %d, \n\n", min, max);
     return s32Status;
 }

@@ -67,9 +67,10 @@ int a_vextvfapi_disp_set_color_temperature(unsigned int a, unsigned int b, unsig
     return a_vextvfapi_common_hw_err_msg(result);
 }
 
-static HW_Result_t setGammaEnable(HW_Handle_t hDisp, const signed char* ps8Data) {
+static HW_Result_t setGammaEnable(HW_Handle_t hDisp, const signed char* ps8Data,
+                                  const char* pszCaller = __builtin_FUNCTION()) {
     const HW_DISP_Enable_t stEnable = {static_cast<HW_U8>(ps8Data[0])};
-    FAPI_LOGD("Gamma Enable: %d\n\n", stEnable.u8Enable);
+    FAPI_LOGD_AS(pszCaller, "Gamma Enable: %d\n\n", stEnable.u8Enable);
     return HW_DISP_SetPictureParam(hDisp, E_HW_DISP_PICTURE_GAMMA_ENABLE, &stEnable);
 }
 
@@ -159,7 +160,7 @@ int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out) {
     }
     static_assert(sizeof(*out) == sizeof(stRange), "");
     std::memcpy(out, &stRange, sizeof(stRange));
-    // At error level: stations show these lines only.
+    // The error level of these lines, which are no failure, is contract.
     for (unsigned int i = 0; i < 3; ++i) {
         FAPI_LOGE("Min: %d, Max: %d\n", stRange.as32Min[i], stRange.as32Max[i]);
     }

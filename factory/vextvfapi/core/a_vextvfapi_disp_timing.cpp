@@ -13,7 +13,7 @@
 namespace {
 
 constexpr unsigned int kTimings = 47;
-// A new timing is shown unmuted altogether, also when somebody else has muted the window.
+// Takes back more than was muted: also the window's own mute, whoever has set it. It is contract.
 constexpr HW_U32 kTimingUnmute = E_HW_DISP_MUTE_TIMING | E_HW_DISP_MUTE_WINDOW;
 
 struct ControllerFamily {
@@ -80,18 +80,19 @@ int a_vextvfapi_disp_set_freerun_control(int freeRunType) {
 // --- Piece of the input ----------------------------------------------------------------------------------------------
 
 // The size of the picture that the piece is cut from goes into the record; it stays 0 when nobody tells.
-static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect) {
+static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect,
+                         const char* pszCaller = __builtin_FUNCTION()) {
     if (s32Video != 0) {
         HW_VIDEO_Info_t stInfo = {};
         static_cast<void>(HW_VIDEO_GetAttr(static_cast<HW_Handle_t>(s32Video), E_HW_VIDEO_ATTR_INFO, nullptr, &stInfo));
-        FAPI_LOGD("Get Video Base info width/height=%d/%d\n\n", stInfo.u16Width, stInfo.u16Height);
+        FAPI_LOGD_AS(pszCaller, "Get Video Base info width/height=%d/%d\n\n", stInfo.u16Width, stInfo.u16Height);
         stRect.u16BaseWidth = stInfo.u16Width;
         stRect.u16BaseHeight = stInfo.u16Height;
     } else if (s32Extin != 0) {
         HW_EXTIN_Timing_t stTiming = {};
         static_cast<void>(
             HW_EXTIN_GetAttr(static_cast<HW_Handle_t>(s32Extin), E_HW_EXTIN_ATTR_TIMING, nullptr, &stTiming));
-        FAPI_LOGD("Get Extin Base info width/height=%d/%d\n\n", stTiming.u32Width, stTiming.u32Height);
+        FAPI_LOGD_AS(pszCaller, "Get Extin Base info width/height=%d/%d\n\n", stTiming.u32Width, stTiming.u32Height);
         stRect.u16BaseWidth = static_cast<HW_U16>(stTiming.u32Width);
         stRect.u16BaseHeight = static_cast<HW_U16>(stTiming.u32Height);
     }
