@@ -88,14 +88,16 @@ TEST_F(Burning, CyclesThroughItsColors) {
 
 TEST_F(Burning, RunsOnce) {
     ASSERT_EQ(a_vextvfapi_disptst_set_burning_mode(1), 0);
-    EXPECT_EQ(test::logOf([] { EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(1), -1); }),
-              "VexTvFApiDisplayTest(imp) [E] <startBurning> The previous task still runing...\n\n");
+    EXPECT_EQ(
+        test::logOf([] { EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(1), -1); }),
+        "VexTvFApiDisplayTest(imp) [E] <_a_vextvfapi_disptst_set_burning_mode> The previous task still runing...\n\n");
     ASSERT_EQ(a_vextvfapi_disptst_set_burning_mode(0), 0);
     const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(0), 0); });
-    EXPECT_EQ(strLog,
-              "VexTvFApiDisplayTest(imp) [D] <stopBurning> Stop burning mode!\n\n"
-              "VexTvFApiDisplayTest(imp) [D] <stopBurning> Waitting for burning task exit...\n\n"
-              "VexTvFApiDisplayTest(imp) [D] <stopBurning> Burning task stopped...\n\n")
+    EXPECT_EQ(
+        strLog,
+        "VexTvFApiDisplayTest(imp) [D] <_a_vextvfapi_disptst_set_burning_mode> Stop burning mode!\n\n"
+        "VexTvFApiDisplayTest(imp) [D] <_a_vextvfapi_disptst_set_burning_mode> Waitting for burning task exit...\n\n"
+        "VexTvFApiDisplayTest(imp) [D] <_a_vextvfapi_disptst_set_burning_mode> Burning task stopped...\n\n")
         << "one poll";
     EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(1), 0);
 }

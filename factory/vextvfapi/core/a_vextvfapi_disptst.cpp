@@ -60,7 +60,7 @@ HW_Result_t setMuted(HW_Handle_t hDisp, bool bMuted) {
     return bMuted ? HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW) : HW_DISP_SetUnMute(hDisp, E_HW_DISP_MUTE_WINDOW);
 }
 
-// Nobody sees the stage's picture without its pattern: the window is muted first, and unmuted last.
+// The window is muted before the pattern goes, and unmuted after it has come.
 HW_Result_t setVop2Pattern(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_Result_t muted = pattern.u32Enable == 0 ? setMuted(hDisp, true) : HW_OK;
     const HW_Result_t set = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);

@@ -41,29 +41,29 @@ struct Bitmap {
 
 }  // namespace
 
-static bool readFileHeader(std::FILE* pFile, Bitmap& stBitmap) {
+static bool readFileHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCaller = __builtin_FUNCTION()) {
     unsigned char au8Header[kFileHeaderSize] = {};
     const std::size_t size = std::fread(au8Header, 1, sizeof(au8Header), pFile);
     if (size != sizeof(au8Header)) {
-        FAPI_LOGE("[Pattern] Read file header size(%zd) is not equal to buffer size(%d).\n\n",
-                  static_cast<ssize_t>(size), static_cast<int>(sizeof(au8Header)));
+        FAPI_LOGE_AS(pszCaller, "[Pattern] Read file header size(%zd) is not equal to buffer size(%d).\n\n",
+                     static_cast<ssize_t>(size), static_cast<int>(sizeof(au8Header)));
         return false;
     }
     if (au8Header[0] != 'B' || au8Header[1] != 'M') {
-        FAPI_LOGE("[Pattern] Bitmap header type is not 'BM' (%x,%x).\n\n", au8Header[0], au8Header[1]);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] Bitmap header type is not 'BM' (%x,%x).\n\n", au8Header[0], au8Header[1]);
         return false;
     }
     stBitmap.u32DataOffset = fapi::loadLittleEndian32(au8Header + 10);
     if (stBitmap.u32DataOffset < kFileHeaderSize) {
-        FAPI_LOGE("[Pattern] Header size(%d) is less than file header size(%d)\n\n",
-                  static_cast<int>(stBitmap.u32DataOffset), static_cast<int>(kFileHeaderSize));
+        FAPI_LOGE_AS(pszCaller, "[Pattern] Header size(%d) is less than file header size(%d)\n\n",
+                     static_cast<int>(stBitmap.u32DataOffset), static_cast<int>(kFileHeaderSize));
         return false;
     }
     return true;
 }
 
 // The file says how long this header is, so it is read in pieces: only its first bytes are wanted.
-static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap) {
+static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCaller = __builtin_FUNCTION()) {
     unsigned char au8Header[kInfoHeaderKept] = {};
     unsigned char au8Rest[512];
     const std::uint32_t u32Size = stBitmap.u32DataOffset - kFileHeaderSize;
@@ -76,27 +76,23 @@ static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap) {
         size += got;
     }
     if (size != u32Size) {
-        FAPI_LOGE("[Pattern] Read info header size(%zd) is not equal to buffer size(%d).\n\n",
-                  static_cast<ssize_t>(size), static_cast<int>(u32Size));
+        FAPI_LOGE_AS(pszCaller, "[Pattern] Read info header size(%zd) is not equal to buffer size(%d).\n\n",
+                     static_cast<ssize_t>(size), static_cast<int>(u32Size));
         return false;
     }
     // Without a sign: a picture that is stored from the top counts as one of billions of rows.
     stBitmap.u32Width = fapi::loadLittleEndian32(au8Header + 4);
     stBitmap.u32Height = fapi::loadLittleEndian32(au8Header + 8);
     if (stBitmap.u32Width == 0 || stBitmap.u32Height == 0) {
-        FAPI_LOGE("[Pattern] bitmap width or Height is invalid !!!\n\n");
+        FAPI_LOGE_AS(pszCaller, "[Pattern] bitmap width or Height is invalid !!!\n\n");
         return false;
     }
     return true;
 }
 
 static bool seek(std::FILE* pFile, std::uint64_t u64Offset, int s32From) {
-    if (u64Offset > std::uint64_t{std::numeric_limits<off_t>::max()} ||
-        fseeko(pFile, static_cast<off_t>(u64Offset), s32From) != 0) {
-        FAPI_LOGE("[Pattern] fseek unexpected error !!\n\n");
-        return false;
-    }
-    return true;
+    return u64Offset <= std::uint64_t{std::numeric_limits<off_t>::max()} &&
+           fseeko(pFile, static_cast<off_t>(u64Offset), s32From) == 0;
 }
 
 // Over the rows that are lower than the piece's lowest, which come first in the file.
@@ -131,6 +127,7 @@ bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* fi
         return false;
     }
     if (!seek(source.get(), stBitmap.u32DataOffset, SEEK_SET)) {
+        FAPI_LOGE("[Pattern] fseek unexpected error !!\n\n");
         return false;
     }
     const std::uint32_t u32RowLength = stBitmap.rowLength();
@@ -139,6 +136,7 @@ bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* fi
         return false;
     }
     if (!skipRows(source.get(), stBitmap.u32Height - (std::uint64_t{height} + cropY), u32RowLength)) {
+        FAPI_LOGE("[Pattern] fseek unexpected error !!\n\n");
         return false;
     }
     // A header may promise rows of gigabytes: memory that is not touched costs nothing.

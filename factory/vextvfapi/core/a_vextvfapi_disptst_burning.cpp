@@ -126,7 +126,7 @@ void* burning_mode_task(void* param) {
     const std::unique_ptr<BurnInOrder> order(static_cast<BurnInOrder*>(param));
     fapi::DispLease lease;
     const HW_Handle_t hDisp = fapi::obtainDisp(lease);
-    // No failure yet; stations look for the line among the errors.
+    // The error level of this line, which is no failure yet, is contract.
     FAPI_LOGE("_a_vextvfapi_disp_get_disp_handle %#x\n\n", hDisp);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
@@ -160,70 +160,69 @@ void* burning_mode_task(void* param) {
 
 // --- Start and stop --------------------------------------------------------------------------------------------------
 
-static void sleepOnePoll() {
-    if (usleep(kPollMs * 1000) != 0) {
-        FAPI_LOGE("[DISP] usleep error: %s\n\n", std::strerror(errno));
-    }
-}
-
-static int startBurning(const _VexFApiDisptstBurnModeParam* pParam, unsigned int u32Polls) {
+static int startBurning(const _VexFApiDisptstBurnModeParam* pParam, unsigned int u32Polls,
+                        const char* pszCaller = __builtin_FUNCTION()) {
     const int s32State = _s32BurningState.load();
     if (_u8BurningRunning.load() != 0 || (s32State != stopped && s32State != failed)) {
-        FAPI_LOGE("The previous task still runing...\n\n");
+        FAPI_LOGE_AS(pszCaller, "The previous task still runing...\n\n");
         return -1;
     }
-    FAPI_LOGD("Start burning mode!\n\n");
+    FAPI_LOGD_AS(pszCaller, "Start burning mode!\n\n");
     if (pParam == nullptr) {
-        FAPI_LOGE("Create default color table failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Create default color table failed!\n\n");
         return -4;
     }
     // A failure of the last run must not be taken for one of this run.
     _s32BurningState.store(stopped);
     std::unique_ptr<BurnInOrder> order(new (std::nothrow) BurnInOrder(*pParam));
     if (fapi::startDetachedThread(burning_mode_task, order.get()) != 0) {
-        FAPI_LOGE("burning mode thread create failed!(%s)\n\n", std::strerror(errno));
+        FAPI_LOGE_AS(pszCaller, "burning mode thread create failed!(%s)\n\n", std::strerror(errno));
         return -1;
     }
     static_cast<void>(order.release());
     for (unsigned int i = 0; i < u32Polls; ++i) {
-        FAPI_LOGD("Waitting for burning task init...\n\n");
-        sleepOnePoll();
+        FAPI_LOGD_AS(pszCaller, "Waitting for burning task init...\n\n");
+        if (usleep(kPollMs * 1000) != 0) {
+            FAPI_LOGE_AS(pszCaller, "[DISP] usleep error: %s\n\n", std::strerror(errno));
+        }
         switch (_s32BurningState.load()) {
             case failed:
-                FAPI_LOGE("Burning task init failed...\n\n");
+                FAPI_LOGE_AS(pszCaller, "Burning task init failed...\n\n");
                 return -1;
             case running:
-                FAPI_LOGD("Burning task started...\n\n");
+                FAPI_LOGD_AS(pszCaller, "Burning task started...\n\n");
                 return 0;
             case inited:
-                FAPI_LOGD("Burning task inited...\n\n");
+                FAPI_LOGD_AS(pszCaller, "Burning task inited...\n\n");
                 return 0;
             default:
                 break;
         }
     }
-    FAPI_LOGE("Waitting for Burning task timeout...\n\n");
+    FAPI_LOGE_AS(pszCaller, "Waitting for Burning task timeout...\n\n");
     return -1;
 }
 
-static int stopBurning(unsigned int u32Polls) {
-    FAPI_LOGD("Stop burning mode!\n\n");
+static int stopBurning(unsigned int u32Polls, const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGD_AS(pszCaller, "Stop burning mode!\n\n");
     _u8BurningRunning.store(0);
     for (unsigned int i = 0; i < u32Polls; ++i) {
-        FAPI_LOGD("Waitting for burning task exit...\n\n");
-        sleepOnePoll();
+        FAPI_LOGD_AS(pszCaller, "Waitting for burning task exit...\n\n");
+        if (usleep(kPollMs * 1000) != 0) {
+            FAPI_LOGE_AS(pszCaller, "[DISP] usleep error: %s\n\n", std::strerror(errno));
+        }
         switch (_s32BurningState.load()) {
             case failed:
-                FAPI_LOGD("Burning task exited...\n\n");
+                FAPI_LOGD_AS(pszCaller, "Burning task exited...\n\n");
                 return 0;
             case stopped:
-                FAPI_LOGD("Burning task stopped...\n\n");
+                FAPI_LOGD_AS(pszCaller, "Burning task stopped...\n\n");
                 return 0;
             default:
                 break;
         }
     }
-    FAPI_LOGE("Waitting for Burning task timeout...\n\n");
+    FAPI_LOGE_AS(pszCaller, "Waitting for Burning task timeout...\n\n");
     return -1;
 }
 
@@ -234,18 +233,20 @@ int _a_vextvfapi_disptst_set_burning_mode(unsigned char on, _VexFApiDisptstBurnM
 
 // --- Operations ------------------------------------------------------------------------------------------------------
 
-// Null without memory; without memory for the table there is none, and the worker finds that out.
-_VexFApiDisptstBurnModeParam* _a_vextvfapi_disptst_create_defaule_buring_mode_param() {
+// Null without memory; without memory for the table there is none, and the worker finds that out. Its lines show
+// the operation's name.
+static _VexFApiDisptstBurnModeParam* _a_vextvfapi_disptst_create_defaule_buring_mode_param(
+    const char* pszCaller = __builtin_FUNCTION()) {
     OwnedParam param(new (std::nothrow) _VexFApiDisptstBurnModeParam{});
     if (param == nullptr) {
-        FAPI_LOGE("Create pstDefaultBurnModeParam failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Create pstDefaultBurnModeParam failed!\n\n");
         return nullptr;
     }
     param->u8ColorTableSize = kDefaultEntries;
     param->u8Interval = kDefaultInterval;
     param->pColorTable = copyOf(kDefaultColors, kDefaultEntries).release();
     if (param->pColorTable == nullptr) {
-        FAPI_LOGE("Fail to malloc pstDefaultBurnModeParam->pColorTable\n\n");
+        FAPI_LOGE_AS(pszCaller, "Fail to malloc pstDefaultBurnModeParam->pColorTable\n\n");
     }
     return param.release();
 }

@@ -48,7 +48,7 @@ struct Mapping {
 
 }  // namespace
 
-static DisptstFrameBuffer stFrameBuffer;
+static DisptstFrameBuffer _stFrameBuffer;
 static HW_Handle_t _hLayer;
 static HW_Handle_t _hWindow;
 static HW_Handle_t _hSurface;
@@ -65,60 +65,62 @@ static std::uint32_t iommuLength(std::uint32_t u32Size) {
     return (u32Size + 0x3FFF) / 0x4000 * 0x4000;
 }
 
-static void freeIommu(HW_U64 u64PhysAddr, std::uint32_t u32Size) {
+static HW_Result_t freeIommu(HW_U64 u64PhysAddr, std::uint32_t u32Size) {
     const HW_OS_IommuRelease_t stRelease = {u64PhysAddr, iommuLength(u32Size), 0};
-    if (HW_OS_FreeIommuMemory(&stRelease) != HW_OK) {
-        FAPI_LOGE("[Pattern] HW_OS_FreeIommuMemory Fail.\n\n");
-    }
+    return HW_OS_FreeIommuMemory(&stRelease);
 }
 
-static void freeMmap() {
-    if (HW_SYS_FreeMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS) != HW_OK) {
-        FAPI_LOGE("[Pattern] HW_SYS_FreeMmapLayout Fail.\n\n");
-    }
+static HW_Result_t freeMmap() {
+    return HW_SYS_FreeMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS);
 }
 
 // Leaves the mapping without a physical address when there is no such memory.
-static void mapIommu(std::uint32_t u32Size, Mapping& stMapping) {
+static void mapIommu(std::uint32_t u32Size, Mapping& stMapping, const char* pszCaller = __builtin_FUNCTION()) {
     HW_OS_IommuRequest_t stRequest = {"disp_photo", iommuLength(u32Size), 1, 0, 0};
     if (HW_OS_AllocateIommuMemory(&stRequest) != HW_OK) {
         return;
     }
-    FAPI_LOGD("[%s][%d] Allocate IOMMU memory 0x%llx, size = 0x%x\n\n", __func__, __LINE__,
-              static_cast<unsigned long long>(stRequest.u64PhysAddr), stRequest.u32Length);
+    FAPI_LOGD_AS(pszCaller, "[%s][%d] Allocate IOMMU memory 0x%llx, size = 0x%x\n\n", pszCaller, __LINE__,
+                 static_cast<unsigned long long>(stRequest.u64PhysAddr), stRequest.u32Length);
     if (stRequest.u64PhysAddr == 0) {
         return;
     }
     HW_U64 u64VirtAddr = 0;
     const HW_Result_t result = HW_OS_Pa2NonCachedVa(stRequest.u64PhysAddr, &u64VirtAddr);
-    FAPI_LOGD("[%s][%d]virtual Allocate IOMMU memory 0x%llx\n\n", __func__, __LINE__,
-              static_cast<unsigned long long>(u64VirtAddr));
+    FAPI_LOGD_AS(pszCaller, "[%s][%d]virtual Allocate IOMMU memory 0x%llx\n\n", pszCaller, __LINE__,
+                 static_cast<unsigned long long>(u64VirtAddr));
     if (result != HW_OK) {
-        FAPI_LOGE("[Pattern] IOMMU HW_OS_Pa2NonCachedVa failed, code: %d\n\n", result);
-        freeIommu(stRequest.u64PhysAddr, u32Size);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] IOMMU HW_OS_Pa2NonCachedVa failed, code: %d\n\n", result);
+        if (freeIommu(stRequest.u64PhysAddr, u32Size) != HW_OK) {
+            FAPI_LOGE_AS(pszCaller, "[Pattern] HW_OS_FreeIommuMemory Fail.\n\n");
+        }
         return;
     }
     stMapping = {stRequest.u64PhysAddr, u64VirtAddr, stRequest.u32Length, Allocation::iommu};
 }
 
-// The same with the fixed region. False when it is too small.
-static bool mapMmap(std::uint32_t u32Size, Mapping& stMapping) {
+// Does the same with the fixed region. False when it is too small.
+static bool mapMmap(std::uint32_t u32Size, Mapping& stMapping, const char* pszCaller = __builtin_FUNCTION()) {
     HW_SYS_MmapInfo_t stInfo = {};
     static_cast<void>(HW_SYS_AllocateMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS, &stInfo));
     if (stInfo.u32Length == 0 || stInfo.u32Length < u32Size) {
-        FAPI_LOGE("[Pattern] Frame buffer size is not enough, buffer size: 0x%x, required size: 0x%x\n\n",
-                  stInfo.u32Length, u32Size);
-        freeMmap();
+        FAPI_LOGE_AS(pszCaller, "[Pattern] Frame buffer size is not enough, buffer size: 0x%x, required size: 0x%x\n\n",
+                     stInfo.u32Length, u32Size);
+        if (freeMmap() != HW_OK) {
+            FAPI_LOGE_AS(pszCaller, "[Pattern] HW_SYS_FreeMmapLayout Fail.\n\n");
+        }
         return false;
     }
     const HW_U64 u64PhysAddr = stInfo.u64MiuBase + stInfo.u64Offset;
     HW_U64 u64VirtAddr = 0;
     const HW_Result_t result = HW_OS_Pa2NonCachedVa(u64PhysAddr, &u64VirtAddr);
     if (result != HW_OK) {
-        FAPI_LOGE("[Pattern] MMAP HW_OS_Pa2NonCachedVa failed, code: %d\n\n", result);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] MMAP HW_OS_Pa2NonCachedVa failed, code: %d\n\n", result);
     }
     if (result != HW_OK || u64PhysAddr == 0) {
-        freeMmap();
+        if (freeMmap() != HW_OK) {
+            FAPI_LOGE_AS(pszCaller, "[Pattern] HW_SYS_FreeMmapLayout Fail.\n\n");
+        }
         return true;
     }
     stMapping = {u64PhysAddr, u64VirtAddr, stInfo.u32Length, Allocation::mmap};
@@ -146,15 +148,15 @@ static std::uint32_t drawableBytes(const Mapping& stMapping, HW_U64 u64FirstPixe
 }
 
 static bool _disptst_get_frame_buffer(std::uint32_t width, std::uint32_t height) {
-    if (stFrameBuffer.u64PhysAddr != 0) {
+    if (_stFrameBuffer.u64PhysAddr != 0) {
         FAPI_LOGE("[Pattern] Frame Buffer is already allocated.\n\n");
         return true;
     }
     const std::uint32_t u32VisibleWidth = std::min(width, kMaxWidth);
     const std::uint32_t u32VisibleHeight = std::min(height, kMaxHeight);
     const std::uint32_t u32PitchPixels = _a_vextvfapi_disptst_get_frame_buffer_width(u32VisibleWidth);
-    stFrameBuffer.u32RequestedWidth = width;
-    stFrameBuffer.u32RequestedHeight = height;
+    _stFrameBuffer.u32RequestedWidth = width;
+    _stFrameBuffer.u32RequestedHeight = height;
     const HW_U32 u32AddrAlign = surfaceAlignment(E_HW_OSD_SURFACE_CAP_ADDR_ALIGN);
     const HW_U32 u32PitchAlign = surfaceAlignment(E_HW_OSD_SURFACE_CAP_PITCH_ALIGN);
     const std::uint32_t u32Size = u32VisibleHeight * u32PitchPixels * kPixelSize;
@@ -171,57 +173,61 @@ static bool _disptst_get_frame_buffer(std::uint32_t width, std::uint32_t height)
         FAPI_LOGE("[%s][%d] Failed to Allocate Memory.\n\n", __func__, __LINE__);
         return false;
     }
-    stFrameBuffer.u64PhysAddr = stMapping.u64PhysAddr;
-    stFrameBuffer.eAllocation = stMapping.eAllocation;
-    stFrameBuffer.u32Size = u32Size;
-    stFrameBuffer.u64VirtAddr = alignUp(stMapping.u64VirtAddr, u32AddrAlign);
-    stFrameBuffer.u32Limit = drawableBytes(stMapping, stFrameBuffer.u64VirtAddr, u32Size);
-    stFrameBuffer.u32PitchPixels = u32PitchPixels;
-    stFrameBuffer.u32BufferHeight = u32VisibleHeight;
-    stFrameBuffer.u32PitchBytes = alignUp(u32PitchPixels * kPixelSize, u32PitchAlign);
-    stFrameBuffer.u32VisibleWidth = u32VisibleWidth;
-    stFrameBuffer.u32VisibleHeight = u32VisibleHeight;
+    _stFrameBuffer.u64PhysAddr = stMapping.u64PhysAddr;
+    _stFrameBuffer.eAllocation = stMapping.eAllocation;
+    _stFrameBuffer.u32Size = u32Size;
+    _stFrameBuffer.u64VirtAddr = alignUp(stMapping.u64VirtAddr, u32AddrAlign);
+    _stFrameBuffer.u32Limit = drawableBytes(stMapping, _stFrameBuffer.u64VirtAddr, u32Size);
+    _stFrameBuffer.u32PitchPixels = u32PitchPixels;
+    _stFrameBuffer.u32BufferHeight = u32VisibleHeight;
+    _stFrameBuffer.u32PitchBytes = alignUp(u32PitchPixels * kPixelSize, u32PitchAlign);
+    _stFrameBuffer.u32VisibleWidth = u32VisibleWidth;
+    _stFrameBuffer.u32VisibleHeight = u32VisibleHeight;
     FAPI_LOGD("[%s][%d]Allocate _virtAddress : 0x%llx\n\n", __func__, __LINE__,
-              static_cast<unsigned long long>(stFrameBuffer.u64VirtAddr));
+              static_cast<unsigned long long>(_stFrameBuffer.u64VirtAddr));
     return true;
 }
 
 static bool _disptst_free_frame_buffer() {
-    switch (stFrameBuffer.eAllocation) {
+    switch (_stFrameBuffer.eAllocation) {
         case Allocation::mmap:
-            freeMmap();
+            if (freeMmap() != HW_OK) {
+                FAPI_LOGE("[Pattern] HW_SYS_FreeMmapLayout Fail.\n\n");
+            }
             break;
         case Allocation::iommu:
-            freeIommu(stFrameBuffer.u64PhysAddr, stFrameBuffer.u32Size);
+            if (freeIommu(_stFrameBuffer.u64PhysAddr, _stFrameBuffer.u32Size) != HW_OK) {
+                FAPI_LOGE("[Pattern] HW_OS_FreeIommuMemory Fail.\n\n");
+            }
             break;
         case Allocation::none:
             FAPI_LOGE("[Pattern] Frame Buffer is not allocated.\n\n");
             break;
     }
-    stFrameBuffer.u64PhysAddr = 0;
-    stFrameBuffer.eAllocation = Allocation::none;
-    stFrameBuffer.u32Size = 0;
-    stFrameBuffer.u64VirtAddr = 0;
+    _stFrameBuffer.u64PhysAddr = 0;
+    _stFrameBuffer.eAllocation = Allocation::none;
+    _stFrameBuffer.u32Size = 0;
+    _stFrameBuffer.u64VirtAddr = 0;
     return true;
 }
 
 // --- On the screen ---------------------------------------------------------------------------------------------------
 
-static bool borrowLayer() {
+static bool borrowLayer(const char* pszCaller = __builtin_FUNCTION()) {
     HW_U32 u32Width = 0;
     HW_U32 u32Height = 0;
     static_cast<void>(HW_OSD_LayerGetSize(_hLayer, &u32Width, &u32Height));
-    // No failure; stations look for the line among the errors.
-    FAPI_LOGE("[Pattern] layer width[%u], height[%u]\n\n", u32Width, u32Height);
+    // The error level of this line, which is no failure, is contract.
+    FAPI_LOGE_AS(pszCaller, "[Pattern] layer width[%u], height[%u]\n\n", u32Width, u32Height);
     HW_Result_t result = HW_OSD_LayerQueryWindowHandle(_hLayer, &_hWindow);
     if (result != HW_OK) {
-        FAPI_LOGE("[Pattern] HW_OSD_LayerQueryWindowHandle failed ret: %d\n\n", result);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] HW_OSD_LayerQueryWindowHandle failed ret: %d\n\n", result);
         _hLayer = HW_HANDLE_NONE;
         return false;
     }
     result = HW_OSD_LayerHide(_hLayer);
     if (result != HW_OK) {
-        FAPI_LOGE("[Pattern] HW_OSD_LayerHide failed, code: %d\n\n", result);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] HW_OSD_LayerHide failed, code: %d\n\n", result);
         return false;
     }
     return true;
@@ -232,16 +238,16 @@ static HW_U32 centred(std::uint32_t u32Requested, std::uint32_t u32Visible) {
     return u32Requested > u32Visible ? (u32Requested - u32Visible) / 2 : 0;
 }
 
-static bool createWindow() {
-    const HW_U32 u32Width = stFrameBuffer.u32VisibleWidth;
-    const HW_U32 u32Height = stFrameBuffer.u32VisibleHeight;
+static bool createWindow(const char* pszCaller) {
+    const HW_U32 u32Width = _stFrameBuffer.u32VisibleWidth;
+    const HW_U32 u32Height = _stFrameBuffer.u32VisibleHeight;
     const HW_OSD_WindowAttr_t stAttr = {_hLayer, 0,        0,         u32Width, u32Height, 1, E_HW_OSD_COLOR_ARGB8888,
                                         2,       u32Width, u32Height, {}};
     HW_Result_t result = HW_OSD_WindowCreate(&stAttr, &_hWindow);
     if (result != HW_OK) {
         static_cast<void>(HW_OSD_LayerDestroy(_hLayer));
         _hLayer = HW_HANDLE_NONE;
-        FAPI_LOGE("[Pattern] HW_OSD_WindowCreate failed, code: %d\n\n", result);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] HW_OSD_WindowCreate failed, code: %d\n\n", result);
         return false;
     }
     result = HW_OSD_WindowSetZOrder(_hWindow, 0);
@@ -249,32 +255,32 @@ static bool createWindow() {
         static_cast<void>(HW_OSD_LayerDestroy(_hLayer));
         _hLayer = HW_HANDLE_NONE;
         _hWindow = HW_HANDLE_NONE;
-        FAPI_LOGE("[Pattern] HW_OSD_WindowSetZOrder failed, code: %d\n\n", result);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] HW_OSD_WindowSetZOrder failed, code: %d\n\n", result);
         return false;
     }
     _bOsdLayerHandleCreated = true;
     return true;
 }
 
-static bool createLayer() {
-    const HW_U32 u32Width = stFrameBuffer.u32VisibleWidth;
-    const HW_U32 u32Height = stFrameBuffer.u32VisibleHeight;
+static bool createLayer(const char* pszCaller = __builtin_FUNCTION()) {
+    const HW_U32 u32Width = _stFrameBuffer.u32VisibleWidth;
+    const HW_U32 u32Height = _stFrameBuffer.u32VisibleHeight;
     const HW_OSD_LayerAttr_t stAttr = {kCreatedLayer,
                                        7,
-                                       centred(stFrameBuffer.u32RequestedWidth, u32Width),
-                                       centred(stFrameBuffer.u32RequestedHeight, u32Height),
+                                       centred(_stFrameBuffer.u32RequestedWidth, u32Width),
+                                       centred(_stFrameBuffer.u32RequestedHeight, u32Height),
                                        u32Width,
                                        u32Height,
                                        u32Width,
                                        u32Height};
     const HW_Result_t result = HW_OSD_LayerCreate(&stAttr, &_hLayer);
     if (result != HW_OK) {
-        FAPI_LOGE("[Pattern] HW_OSD_LayerCreate failed ret: %d, _hLayer==NULL? %d\n\n", result,
-                  static_cast<int>(_hLayer == HW_HANDLE_NONE));
+        FAPI_LOGE_AS(pszCaller, "[Pattern] HW_OSD_LayerCreate failed ret: %d, _hLayer==NULL? %d\n\n", result,
+                     static_cast<int>(_hLayer == HW_HANDLE_NONE));
         _hLayer = HW_HANDLE_NONE;
         return false;
     }
-    return createWindow();
+    return createWindow(pszCaller);
 }
 
 static void destroyCreatedLayer() {
@@ -284,21 +290,21 @@ static void destroyCreatedLayer() {
     }
 }
 
-static bool createSurface() {
-    const HW_OSD_SurfaceAttr_t stAttr = {stFrameBuffer.u32PitchPixels,
-                                         stFrameBuffer.u32BufferHeight,
-                                         stFrameBuffer.u32PitchBytes,
+static bool createSurface(const char* pszCaller = __builtin_FUNCTION()) {
+    const HW_OSD_SurfaceAttr_t stAttr = {_stFrameBuffer.u32PitchPixels,
+                                         _stFrameBuffer.u32BufferHeight,
+                                         _stFrameBuffer.u32PitchBytes,
                                          E_HW_OSD_COLOR_ARGB8888,
                                          0,
                                          E_HW_OSD_MEM_PHYSICAL,
-                                         stFrameBuffer.u64PhysAddr,
+                                         _stFrameBuffer.u64PhysAddr,
                                          0};
     const HW_Result_t result = HW_OSD_SurfaceCreate(&stAttr, &_hSurface);
     if (result != HW_OK) {
         destroyCreatedLayer();
         _hLayer = HW_HANDLE_NONE;
         _hWindow = HW_HANDLE_NONE;
-        FAPI_LOGE("[Pattern] HW_OSD_SurfaceCreate failed, code: %d\n\n", result);
+        FAPI_LOGE_AS(pszCaller, "[Pattern] HW_OSD_SurfaceCreate failed, code: %d\n\n", result);
         return false;
     }
     return true;
@@ -309,7 +315,7 @@ static bool _disptst_osd_handle_create() {
         FAPI_LOGI("[Pattern] OSD handle inited.\n\n");
         return true;
     }
-    if (stFrameBuffer.u64VirtAddr == 0) {
+    if (_stFrameBuffer.u64VirtAddr == 0) {
         FAPI_LOGE("[Pattern] Frame buffer is not allocated.\n\n");
         return false;
     }
@@ -419,18 +425,18 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_hide() {
     return 0;
 }
 
-static bool isDrawable() {
-    if (stFrameBuffer.u64VirtAddr == 0) {
-        FAPI_LOGE("[Pattern] Frame buffer is not allocated.\n\n");
+static bool isDrawable(const char* pszCaller = __builtin_FUNCTION()) {
+    if (_stFrameBuffer.u64VirtAddr == 0) {
+        FAPI_LOGE_AS(pszCaller, "[Pattern] Frame buffer is not allocated.\n\n");
         return false;
     }
     return true;
 }
 
 static DisptstCanvas canvas() {
-    return {reinterpret_cast<unsigned char*>(static_cast<std::uintptr_t>(stFrameBuffer.u64VirtAddr)),
-            stFrameBuffer.u32Limit, stFrameBuffer.u32PitchPixels, stFrameBuffer.u32VisibleWidth,
-            stFrameBuffer.u32BufferHeight};
+    return {reinterpret_cast<unsigned char*>(static_cast<std::uintptr_t>(_stFrameBuffer.u64VirtAddr)),
+            _stFrameBuffer.u32Limit, _stFrameBuffer.u32PitchPixels, _stFrameBuffer.u32VisibleWidth,
+            _stFrameBuffer.u32BufferHeight};
 }
 
 int a_vextvfapi_disptst_gen_gop_test_pattern_by_bmp(const unsigned char* fileName, unsigned int width,

@@ -17,8 +17,8 @@ struct DisptstCanvas {
     std::uint32_t u32VisibleWidth;
     std::uint32_t u32BufferHeight;
 
-    // Where a pixel lies. With a visible width below the pitch every row is shifted right by the difference: what
-    // is drawn on canvases of such widths has been measured with that.
+    // Where a pixel lies. With a visible width below the pitch every row is shifted right by the difference. It is
+    // contract.
     std::uint32_t offset(std::uint32_t x, std::uint32_t y) const {
         return 4 * (u32PitchPixels * (y + 1) + x - u32VisibleWidth);
     }
