@@ -136,9 +136,13 @@ TEST_F(Adc, RefusesOtherDevices) {
             EXPECT_EQ(a_vextvfapi_inpsrc_set_adc_phase(u32Device, 1, 2, 3), -1);
             EXPECT_EQ(a_vextvfapi_inpsrc_set_adc_gain_offset(u32Device, 1, 2, 3, 4, 5, 6), -1);
         });
-        EXPECT_THAT(strLog, HasSubstr("[D] <obtainCalibratedInput> Invalid Device Type:" +
-                                      std::to_string(static_cast<int>(u32Device)) + "\n\n" + kPrefix +
-                                      "[D] <obtainCalibratedInput> " + kFinished));
+        for (const char* const pszName :
+             {"get_adc_phase", "get_adc_gain_offset", "set_adc_phase", "set_adc_gain_offset"}) {
+            const std::string strPrefix = std::string(kPrefix) + "[D] <a_vextvfapi_inpsrc_" + pszName + "> ";
+            EXPECT_THAT(strLog,
+                        HasSubstr(strPrefix + "Invalid Device Type:" + std::to_string(static_cast<int>(u32Device)) +
+                                  "\n\n" + strPrefix + kFinished));
+        }
         EXPECT_THAT(strLog, Not(HasSubstr("Current ADC")));
     }
     EXPECT_EQ(test::logOf([] { EXPECT_EQ(a_vextvfapi_inpsrc_auto_gain_offset(3), -1); }),
@@ -191,7 +195,7 @@ TEST_F(Adc, WithoutAHandleItStops) {
             EXPECT_THAT(strLog, HasSubstr("Error 0x7: failed to set ADC phase!\033[m\n\n"));
             EXPECT_THAT(strLog, HasSubstr(kFinished));
         } else if (strLog.find("failed to set ADC phase") == std::string::npos) {
-            EXPECT_THAT(strLog, HasSubstr("[E] <obtainInput> Get YPbPr handle failed!\n"));
+            EXPECT_THAT(strLog, HasSubstr("[E] <a_vextvfapi_inpsrc_set_adc_phase> Get YPbPr handle failed!\n"));
             EXPECT_THAT(strLog, Not(HasSubstr("Finished!!!")));
         }
     }

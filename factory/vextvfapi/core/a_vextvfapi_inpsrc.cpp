@@ -34,13 +34,13 @@ struct SourceNumbers {
     bool bSame;  // one number for all indices
 };
 constexpr SourceNumbers kSources[kTypes] = {
-    {4, 23, false},          // HDMI
-    {3, 16, false},          // YPbPr
-    {kAnyNumber, 0, true},   // VGA
-    {8, 2, false},           // CVBS
-    {4, 11, false},          // S-Video
-    {2, 20, false},          // SCART
-    {kAnyNumber, 1, true},   // video decoder
+    {4, 23, false},         // HDMI
+    {3, 16, false},         // YPbPr
+    {kAnyNumber, 0, true},  // VGA
+    {8, 2, false},          // CVBS
+    {4, 11, false},         // S-Video
+    {2, 20, false},         // SCART
+    {kAnyNumber, 1, true},  // video decoder
 };
 
 unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {
@@ -98,38 +98,39 @@ int a_vextvfapi_inpsrc_deinit() {
 
 // --- What is on screen -----------------------------------------------------------------------------------------------
 
-static bool lookAtScreen(OnScreen& stScreen) {
+static bool lookAtScreen(OnScreen& stScreen, const char* pszCaller = __builtin_FUNCTION()) {
     stScreen.hDisp = fapi::obtainDisp(stScreen.lease);
     if (stScreen.hDisp == HW_HANDLE_NONE) {
-        FAPI_LOGE("Failed to get DISP handle.\n\n");
+        FAPI_LOGE_AS(pszCaller, "Failed to get DISP handle.\n\n");
         return false;
     }
     if (!_a_vextvfapi_disp_get_on_screen_input(static_cast<int>(stScreen.hDisp), &stScreen.s32Video,
                                                &stScreen.s32Extin)) {
-        FAPI_LOGE("Failed to get on screen input.\n\n");
+        FAPI_LOGE_AS(pszCaller, "Failed to get on screen input.\n\n");
         return false;
     }
     return true;
 }
 
 // The index of the input with that handle, among those of a type.
-static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u32Index) {
-    FAPI_LOGD("_u32ExtHwCaps[%d] = %d\n\n", u32Type, _u32ExtHwCaps[u32Type]);
+static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u32Index,
+                      const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGD_AS(pszCaller, "_u32ExtHwCaps[%d] = %d\n\n", u32Type, _u32ExtHwCaps[u32Type]);
     if (_u32ExtHwCaps[u32Type] == 0) {
-        FAPI_LOGE("Doesn't support Type:%d\n\n", u32Type);
+        FAPI_LOGE_AS(pszCaller, "Doesn't support Type:%d\n\n", u32Type);
     }
     for (u32Index = 0; u32Index < _u32ExtHwCaps[u32Type]; ++u32Index) {
-        FAPI_LOGD("Try to get type: %d, idx: %d handle\n\n", u32Type, u32Index);
+        FAPI_LOGD_AS(pszCaller, "Try to get type: %d, idx: %d handle\n\n", u32Type, u32Index);
         HW_EXTIN_HandleParams_t stQuery = {};
         stQuery.u32Type = u32Type;
         stQuery.u32Index = u32Index;
         HW_Handle_t hFound = HW_HANDLE_NONE;
         if (HW_EXTIN_GetHandle(&stQuery, &hFound) != HW_OK) {
-            FAPI_LOGD("ExtinType %d Get Handle Fail\n\n", u32Type);
+            FAPI_LOGD_AS(pszCaller, "ExtinType %d Get Handle Fail\n\n", u32Type);
             continue;
         }
-        // Successes at error level, here and below: stations show these lines only.
-        FAPI_LOGE("Get Input Src Handle Done\n");
+        // The error level of this line and of others below, which are no failures, is contract.
+        FAPI_LOGE_AS(pszCaller, "Get Input Src Handle Done\n");
         if (hFound != HW_HANDLE_NONE && hFound == hExtin) {
             return true;
         }
@@ -167,19 +168,20 @@ int _a_vextvfapi_inpsrc_get_src_by_extin_handle(int hExtin, unsigned char* pu8In
 }
 
 // The middleware's code for what has become of it.
-static HW_Result_t identifySource(const OnScreen& stScreen, unsigned char* pSrc, unsigned char bType) {
+static HW_Result_t identifySource(const OnScreen& stScreen, unsigned char* pSrc, unsigned char bType,
+                                  const char* pszCaller = __builtin_FUNCTION()) {
     if (stScreen.s32Video == 0 && stScreen.s32Extin == 0) {
-        FAPI_LOGD("HW_DISP:0x%x didn't connect any input on-screen connection! \n\n", stScreen.hDisp);
+        FAPI_LOGD_AS(pszCaller, "HW_DISP:0x%x didn't connect any input on-screen connection! \n\n", stScreen.hDisp);
         return HW_OK;
     }
     if (stScreen.s32Video != 0) {
         // The digital path.
-        FAPI_LOGE("HW_DISP connect hw_video:0x%x in on-screen connection! \n\n",
-                  static_cast<unsigned int>(stScreen.s32Video));
+        FAPI_LOGE_AS(pszCaller, "HW_DISP connect hw_video:0x%x in on-screen connection! \n\n",
+                     static_cast<unsigned int>(stScreen.s32Video));
         return HW_OK;
     }
     if (_a_vextvfapi_inpsrc_get_src_by_extin_handle(stScreen.s32Extin, pSrc, bType) != 0) {
-        FAPI_LOGE("_a_vextvfapi_inpsrc_get_src_by_extin_handle failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "_a_vextvfapi_inpsrc_get_src_by_extin_handle failed!\n\n");
         return HW_ERR_FAILED;
     }
     return HW_OK;
@@ -249,32 +251,34 @@ int a_vextvfapi_inpsrc_get_video_standard(unsigned char* pu8Val) {
     return _a_vextvfapi_inpsrc_get_video_standard(pu8Val);
 }
 
-static void logTiming(const fapi_core::VexTvFApiVideoTiming& timing) {
-    FAPI_LOGD("Height : %d Width : %d\n\n", timing.u32Height, timing.u32Width);
+static void logTiming(const fapi_core::VexTvFApiVideoTiming& timing, const char* pszCaller) {
+    FAPI_LOGD_AS(pszCaller, "Height : %d Width : %d\n\n", timing.u32Height, timing.u32Width);
     if (timing.u8Interlaced == 1) {
-        FAPI_LOGD("Interlace\n\n");
+        FAPI_LOGD_AS(pszCaller, "Interlace\n\n");
     } else {
-        FAPI_LOGD("Progressive\n\n");
+        FAPI_LOGD_AS(pszCaller, "Progressive\n\n");
     }
-    // The fraction has never had leading zeroes.
-    FAPI_LOGD("Frame Rate : %d.%d (Hz)\n\n", timing.u32FrameRate / 1000, timing.u32FrameRate % 1000);
+    // The fraction without leading zeroes is contract.
+    FAPI_LOGD_AS(pszCaller, "Frame Rate : %d.%d (Hz)\n\n", timing.u32FrameRate / 1000, timing.u32FrameRate % 1000);
 }
 
-static HW_Result_t readVideoTiming(HW_Handle_t hVideo, fapi_core::VexTvFApiVideoTiming& timing) {
+static HW_Result_t readVideoTiming(HW_Handle_t hVideo, fapi_core::VexTvFApiVideoTiming& timing,
+                                   const char* pszCaller = __builtin_FUNCTION()) {
     HW_VIDEO_Info_t stInfo = {};
     const HW_Result_t result = HW_VIDEO_GetAttr(hVideo, E_HW_VIDEO_ATTR_INFO, nullptr, &stInfo);
     timing = {stInfo.u16Width, stInfo.u16Height, stInfo.u32FrameRate, stInfo.u8Interlaced};
-    FAPI_LOGD("Video Information from 0x%X\n\n", hVideo);
-    logTiming(timing);
+    FAPI_LOGD_AS(pszCaller, "Video Information from 0x%X\n\n", hVideo);
+    logTiming(timing, pszCaller);
     return result;
 }
 
-static HW_Result_t readInputTiming(HW_Handle_t hExtin, fapi_core::VexTvFApiVideoTiming& timing) {
+static HW_Result_t readInputTiming(HW_Handle_t hExtin, fapi_core::VexTvFApiVideoTiming& timing,
+                                   const char* pszCaller = __builtin_FUNCTION()) {
     HW_EXTIN_Timing_t stInfo = {};
     const HW_Result_t result = HW_EXTIN_GetAttr(hExtin, E_HW_EXTIN_ATTR_TIMING, nullptr, &stInfo);
     timing = {stInfo.u32Width, stInfo.u32Height, stInfo.u32FrameRate, stInfo.u8Interlaced};
-    FAPI_LOGD("External Input Information from 0x%X\n\n", hExtin);
-    logTiming(timing);
+    FAPI_LOGD_AS(pszCaller, "External Input Information from 0x%X\n\n", hExtin);
+    logTiming(timing, pszCaller);
     return result;
 }
 

@@ -40,7 +40,7 @@ static HW_Handle_t _hYpbpr;
 static HW_Handle_t _hScart;
 
 // --- Finders ---------------------------------------------------------------------------------------------------------
-// Their texts differ, and "0x" stands without digits: logs are searched for them as they are.
+// Their texts differ, and "0x" stands without digits. Both are contract.
 
 int _a_vextvfapi_inpsrc_get_vga_handle() {
     if (findInput(E_HW_EXTIN_TYPE_VGA, &_hVga) == HW_OK) {
@@ -69,6 +69,7 @@ int _a_vextvfapi_inpsrc_get_ypbpr_handle() {
     return 1;
 }
 
+// Logs under a name of its own, as the two exported finders do. It is contract.
 static int _a_vextvfapi_inpsrc_get_scart_handle() {
     if (findInput(E_HW_EXTIN_TYPE_SCART, &_hScart) == HW_OK) {
         FAPI_LOGD(FAPI_RED("0x: get ScartHandle success!") "\n\n");
@@ -85,7 +86,7 @@ static int _a_vextvfapi_inpsrc_get_scart_handle() {
 // --- What the operations share ---------------------------------------------------------------------------------------
 
 // False, with a message, when there is no handle.
-static bool obtainInput(unsigned int u32Device, AnalogInput& stInput) {
+static bool obtainInput(unsigned int u32Device, AnalogInput& stInput, const char* pszCaller = __builtin_FUNCTION()) {
     switch (u32Device) {
         case vga: {
             const int s32Opened = _a_vextvfapi_inpsrc_get_vga_handle();
@@ -108,46 +109,47 @@ static bool obtainInput(unsigned int u32Device, AnalogInput& stInput) {
     }
     switch (stInput.eDevice) {
         case vga:
-            FAPI_LOGE("Get VGA handle failed!\n");
+            FAPI_LOGE_AS(pszCaller, "Get VGA handle failed!\n");
             break;
         case ypbpr:
-            FAPI_LOGE("Get YPbPr handle failed!\n");
+            FAPI_LOGE_AS(pszCaller, "Get YPbPr handle failed!\n");
             break;
         case scart:
-            FAPI_LOGE("Get Scart handle failed!\n");
+            FAPI_LOGE_AS(pszCaller, "Get Scart handle failed!\n");
             break;
     }
     return false;
 }
 
-// The same for the operations on gain, offset and phase, which SCART does not have.
-static bool obtainCalibratedInput(unsigned int u32Device, AnalogInput& stInput) {
+// Does the same for the operations on gain, offset and phase, which SCART does not have.
+static bool obtainCalibratedInput(unsigned int u32Device, AnalogInput& stInput,
+                                  const char* pszCaller = __builtin_FUNCTION()) {
     if (u32Device > ypbpr) {
-        FAPI_LOGD("Invalid Device Type:%d\n\n", u32Device);
-        FAPI_LOGD(FAPI_RED("Finished!!!") "\n\n");
+        FAPI_LOGD_AS(pszCaller, "Invalid Device Type:%d\n\n", u32Device);
+        FAPI_LOGD_AS(pszCaller, FAPI_RED("Finished!!!") "\n\n");
         return false;
     }
-    return obtainInput(u32Device, stInput);
+    return obtainInput(u32Device, stInput, pszCaller);
 }
 
-// Closes what was opened for the operation. The status of a call with that result.
-static int finish(const AnalogInput& stInput, HW_Result_t callResult) {
+// Closes what was opened for the operation. Returns the status of a call with that result.
+static int finish(const AnalogInput& stInput, HW_Result_t callResult, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_Result_t result = stInput.bOpened ? HW_EXTIN_Close(stInput.hExtin) : HW_OK;
     if (result != HW_OK) {
         switch (stInput.eDevice) {
             case vga:
-                FAPI_LOGE(FAPI_RED("Error 0x%x: failed to Close VGA handle!") "\n\n", result);
+                FAPI_LOGE_AS(pszCaller, FAPI_RED("Error 0x%x: failed to Close VGA handle!") "\n\n", result);
                 break;
             case ypbpr:
-                FAPI_LOGE(FAPI_RED("Error 0x%x: failed to Close YPbpr handle!") "\n\n", result);
+                FAPI_LOGE_AS(pszCaller, FAPI_RED("Error 0x%x: failed to Close YPbpr handle!") "\n\n", result);
                 break;
             case scart:
-                FAPI_LOGE(FAPI_RED("Error 0x%x: failed to Close Scart handle!") "\n\n", result);
+                FAPI_LOGE_AS(pszCaller, FAPI_RED("Error 0x%x: failed to Close Scart handle!") "\n\n", result);
                 break;
         }
         return -1;
     }
-    FAPI_LOGD(FAPI_RED("Finished!!!") "\n\n");
+    FAPI_LOGD_AS(pszCaller, FAPI_RED("Finished!!!") "\n\n");
     return callResult == HW_OK ? 0 : -1;
 }
 
@@ -191,18 +193,19 @@ int a_vextvfapi_inpsrc_set_adc_phase(unsigned int devType, unsigned int rPhase, 
 
 // --- Gain and offset -------------------------------------------------------------------------------------------------
 
-static void logGainOffset(Device eDevice, const HW_EXTIN_AdcGainOffset_t& stValues) {
+static void logGainOffset(Device eDevice, const HW_EXTIN_AdcGainOffset_t& stValues,
+                          const char* pszCaller = __builtin_FUNCTION()) {
     if (eDevice == vga) {
-        FAPI_LOGD(" VGA ADC gain offset setting in HW:\n");
+        FAPI_LOGD_AS(pszCaller, " VGA ADC gain offset setting in HW:\n");
     } else {
-        FAPI_LOGD(" YPbPr ADC gain offset setting in HW:\n");
+        FAPI_LOGD_AS(pszCaller, " YPbPr ADC gain offset setting in HW:\n");
     }
-    FAPI_LOGD(" Current ADC R_Gain is %u\n\n", stValues.u32RedGain);
-    FAPI_LOGD(" Current ADC G_Gain is %u\n\n", stValues.u32GreenGain);
-    FAPI_LOGD(" Current ADC B_Gain is %u\n\n", stValues.u32BlueGain);
-    FAPI_LOGD(" Current ADC R_Offset is %u\n\n", stValues.u32RedOffset);
-    FAPI_LOGD(" Current ADC G_Offset is %u\n\n", stValues.u32GreenOffset);
-    FAPI_LOGD(" Current ADC B_Offset is %u\n\n", stValues.u32BlueOffset);
+    FAPI_LOGD_AS(pszCaller, " Current ADC R_Gain is %u\n\n", stValues.u32RedGain);
+    FAPI_LOGD_AS(pszCaller, " Current ADC G_Gain is %u\n\n", stValues.u32GreenGain);
+    FAPI_LOGD_AS(pszCaller, " Current ADC B_Gain is %u\n\n", stValues.u32BlueGain);
+    FAPI_LOGD_AS(pszCaller, " Current ADC R_Offset is %u\n\n", stValues.u32RedOffset);
+    FAPI_LOGD_AS(pszCaller, " Current ADC G_Offset is %u\n\n", stValues.u32GreenOffset);
+    FAPI_LOGD_AS(pszCaller, " Current ADC B_Offset is %u\n\n", stValues.u32BlueOffset);
 }
 
 int a_vextvfapi_inpsrc_get_adc_gain_offset(unsigned int devType, fapi_core::VexTvFApiAdcGainOffset_t* pGainOffset) {

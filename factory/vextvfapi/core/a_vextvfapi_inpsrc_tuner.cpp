@@ -33,13 +33,13 @@ static HW_Result_t findTuner() {
 // --- Intermediate frequency ------------------------------------------------------------------------------------------
 
 // Applying takes two steps, and answers 0 for a failure.
-static bool applyVif() {
+static bool applyVif(const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_TUNER_FactoryCmdApplyVif(_hTunerHandle, 1) == 0) {
-        FAPI_LOGE(FAPI_RED("Error: Apply ChinaDescramblerDelay FAIL!") "\n\n");
+        FAPI_LOGE_AS(pszCaller, FAPI_RED("Error: Apply ChinaDescramblerDelay FAIL!") "\n\n");
         return false;
     }
     if (HW_TUNER_FactoryCmdApplyVif(_hTunerHandle, 0) == 0) {
-        FAPI_LOGE(FAPI_RED("Error: Init VIF parameters FAIL!") "\n\n");
+        FAPI_LOGE_AS(pszCaller, FAPI_RED("Error: Init VIF parameters FAIL!") "\n\n");
         return false;
     }
     return true;
@@ -67,13 +67,13 @@ int a_vextvfapi_inpsrc_vif_init() {
 
 // --- Demodulator -----------------------------------------------------------------------------------------------------
 
-static HW_Result_t readTunerAttributes() {
+static HW_Result_t readTunerAttributes(const char* pszCaller) {
     TunerText name;
     HW_Result_t result = HW_TUNER_GetAttr(_hTunerHandle, E_HW_TUNER_ATTR_TUNER_NAME, nullptr, name.acText);
-    FAPI_LOGD("HW_TUNER_GetAttr tuner name:%s\n", name.acText);
+    FAPI_LOGD_AS(pszCaller, "HW_TUNER_GetAttr tuner name:%s\n", name.acText);
     TunerText streams;
     result |= HW_TUNER_GetAttr(_hTunerHandle, E_HW_TUNER_ATTR_TS_STREAMS_NUM, nullptr, streams.acText);
-    FAPI_LOGD("HW_TUNER_GetAttr TS_STREAMS_NUM:%s\n", streams.acText);
+    FAPI_LOGD_AS(pszCaller, "HW_TUNER_GetAttr TS_STREAMS_NUM:%s\n", streams.acText);
     return result;
 }
 
@@ -92,31 +92,33 @@ static HW_Result_t readDemodulator(fapi_core::VexTvFApiDemodInfoParam_t& stInfo)
     return result;
 }
 
-static int getDemodInfo(fapi_core::VexTvFApiDemodInfoParam_t& stInfo) {
+static int getDemodInfo(fapi_core::VexTvFApiDemodInfoParam_t& stInfo, const char* pszCaller = __builtin_FUNCTION()) {
     stInfo = {};
     HW_Result_t result = findTuner();
     if (result != HW_OK) {
-        FAPI_LOGD(FAPI_RED("Error 0x%x: HW_TUNER_GetHandle failed to current handler! Only Supported on the dtv signal "
-                           "is available") "\n\n",
-                  result);
+        FAPI_LOGD_AS(
+            pszCaller,
+            FAPI_RED("Error 0x%x: HW_TUNER_GetHandle failed to current handler! Only Supported on the dtv signal "
+                     "is available") "\n\n",
+            result);
         return -1;
     }
-    FAPI_LOGD(FAPI_RED("0x%x: HW_TUNER_GetHandle success !") "\n\n", result);
-    FAPI_LOGD("-----_hTunerHandle-----%d \n\n", _hTunerHandle);
-    result = readTunerAttributes();
+    FAPI_LOGD_AS(pszCaller, FAPI_RED("0x%x: HW_TUNER_GetHandle success !") "\n\n", result);
+    FAPI_LOGD_AS(pszCaller, "-----_hTunerHandle-----%d \n\n", _hTunerHandle);
+    result = readTunerAttributes(pszCaller);
     if (result != HW_OK) {
-        FAPI_LOGE(FAPI_RED("0x%x: HW_TUNER_GetAttr fail !") "\n\n", result);
+        FAPI_LOGE_AS(pszCaller, FAPI_RED("0x%x: HW_TUNER_GetAttr fail !") "\n\n", result);
         return -1;
     }
     result = readDemodulator(stInfo);
     if (result != HW_OK) {
-        FAPI_LOGE(FAPI_RED("0x%x: HW_TUNER_FactoryCmdGetAttr fail !") "\n\n", result);
+        FAPI_LOGE_AS(pszCaller, FAPI_RED("0x%x: HW_TUNER_FactoryCmdGetAttr fail !") "\n\n", result);
         return -1;
     }
-    FAPI_LOGD("Name:%s\n", stInfo.strName.c_str());
-    FAPI_LOGD("Version:%s\n\n", stInfo.strVersion.c_str());
-    FAPI_LOGD("Build number:%s\n\n", stInfo.strBuildNumber.c_str());
-    FAPI_LOGD("Change list:%s\n\n", stInfo.strChangeList.c_str());
+    FAPI_LOGD_AS(pszCaller, "Name:%s\n", stInfo.strName.c_str());
+    FAPI_LOGD_AS(pszCaller, "Version:%s\n\n", stInfo.strVersion.c_str());
+    FAPI_LOGD_AS(pszCaller, "Build number:%s\n\n", stInfo.strBuildNumber.c_str());
+    FAPI_LOGD_AS(pszCaller, "Change list:%s\n\n", stInfo.strChangeList.c_str());
     return 0;
 }
 
@@ -134,22 +136,22 @@ int a_vextvfapi_inpsrc_get_demod_info(fapi_core::VexTvFApiDemodInfoParam_t* pInf
 // --- Bit error rate --------------------------------------------------------------------------------------------------
 
 // Whether the slot has a locked tuner that tells its rate.
-static bool readBer(unsigned int u32Slot, int* pBer) {
+static bool readBer(unsigned int u32Slot, int* pBer, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_TUNER_HandleParams_t stQuery = {u32Slot};
     HW_Handle_t hTuner = HW_HANDLE_NONE;
     if (HW_TUNER_GetHandle(&stQuery, &hTuner) != HW_OK) {
-        FAPI_LOGE("Get handle: tuner slot:%d fail!\n\n", u32Slot);
+        FAPI_LOGE_AS(pszCaller, "Get handle: tuner slot:%d fail!\n\n", u32Slot);
         return false;
     }
     if (hTuner == HW_HANDLE_NONE || HW_TUNER_GetLock(hTuner) != HW_OK) {
         return false;
     }
     if (HW_TUNER_GetBer(hTuner, pBer) != HW_OK) {
-        FAPI_LOGE("Get tuner slot:%d BER fail!\n\n", u32Slot);
+        FAPI_LOGE_AS(pszCaller, "Get tuner slot:%d BER fail!\n\n", u32Slot);
         return false;
     }
-    // A success at error level: stations show these lines only.
-    FAPI_LOGE("slot:%d BER = %d!\n\n", u32Slot, *pBer);
+    // The error level of this line, which is no failure, is contract.
+    FAPI_LOGE_AS(pszCaller, "slot:%d BER = %d!\n\n", u32Slot, *pBer);
     return true;
 }
 

@@ -7,8 +7,8 @@
 
 namespace {
 
-// What failed messages print as their code, whatever the middleware said. Their texts, misspelt or naming another call,
-// are what logs are searched for.
+// What failed messages print as their code, whatever the middleware said. It is contract, and so are their texts,
+// misspelt or naming another call.
 constexpr int kErrorCode = 3;
 
 constexpr HW_Result_t kFirstFailure = 3;
@@ -24,18 +24,18 @@ HW_Result_t findDecoder(HW_Handle_t* phDecoder) {
 // Opened when needed, and never closed.
 static HW_Handle_t _hVd;
 
-static bool openDecoder() {
+static bool openDecoder(const char* pszCaller = __builtin_FUNCTION()) {
     HW_EXTIN_OpenParams_t stParams = {};
     stParams.u32Type = E_HW_EXTIN_TYPE_VD;
     if (HW_EXTIN_Open(&stParams, &_hVd) != HW_OK) {
-        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_EXTIN_Open!") "\n\n", kErrorCode);
+        FAPI_LOGE_AS(pszCaller, FAPI_RED("Error 0x%x: failed to HW_EXTIN_Open!") "\n\n", kErrorCode);
         return false;
     }
     return true;
 }
 
-static bool obtainDecoder() {
-    return findDecoder(&_hVd) == HW_OK || openDecoder();
+static bool obtainDecoder(const char* pszCaller = __builtin_FUNCTION()) {
+    return findDecoder(&_hVd) == HW_OK || openDecoder(pszCaller);
 }
 
 // --- Signal ----------------------------------------------------------------------------------------------------------
@@ -83,10 +83,10 @@ unsigned int _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(unsigned int 
 }
 
 // E_HW_EXTIN_FACTORY_NONE for a type that cannot be got or set.
-static unsigned int factoryParameter(unsigned int type) {
+static unsigned int factoryParameter(unsigned int type, const char* pszCaller = __builtin_FUNCTION()) {
     const unsigned int u32Type = _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(type);
     if (u32Type == E_HW_EXTIN_FACTORY_NONE || u32Type == E_HW_EXTIN_FACTORY_UNKNOWN) {
-        FAPI_LOGE("eAtvVdType is unknown type\n\n");
+        FAPI_LOGE_AS(pszCaller, "eAtvVdType is unknown type\n\n");
         return E_HW_EXTIN_FACTORY_NONE;
     }
     return u32Type;
