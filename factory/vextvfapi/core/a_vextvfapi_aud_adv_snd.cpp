@@ -159,7 +159,7 @@ int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType) {
     return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType);
 }
 
-// The name of what is switched, put into the record with all other parts off. False when there is no such part.
+// Puts the part into the record, with all other parts off, and tells its name. False when there is no such part.
 static bool fillSubEffect(unsigned int u32Type, unsigned int u32SubIndex, unsigned char u8Enable,
                           HW_AOUT_AdvSndParams_t& stParams, const char*& pszName) {
     const Effect& stEffect = kEffects[u32Type];
@@ -197,7 +197,7 @@ int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIn
     HW_AOUT_AdvSndParams_t stParams = {};
     const char* pszName = nullptr;
     if (!fillSubEffect(*pType, *pSubIndex, *pEnable, stParams, pszName)) {
-        // Nothing to do counts as done.
+        // A part that there is not is logged, and is no failure. It is contract.
         FAPI_LOGE("Not support type\n\n");
         return _a_vextvfapi_aud_finish();
     }
@@ -222,7 +222,7 @@ int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
         FAPI_LOGE("Not support type\n\n");
         return -1;
     }
-    // Zeros are what DBX wants: all its modes on.
+    // For DBX zeros are all its modes on.
     HW_AOUT_AdvSndParams_t stAdvSndParams = {};
     stAdvSndParams.u32Type = kEffects[*pType].u32HwType;
     if (*pType == kDolbyDapType) {

@@ -18,7 +18,7 @@ struct EffectNames {
     const char* pszShort;
 };
 
-// By their numbers.
+// The effects, by their numbers.
 constexpr EffectNames kNames[] = {
     {"Prescale", "PRESCALE"},
     {"EQ(Equalizer)", "EQ"},
@@ -56,7 +56,7 @@ HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) 
     return stSound;
 }
 
-// All bands at 0: what a caller sets of one band is all that the chip then has.
+// Makes a record with all bands at 0: what a caller sets of one band is all that the chip then has.
 HW_AOUT_BasicSound_t newPeqRecord() {
     return newRecord(E_HW_AOUT_BASIC_SND_PEQ, 1, HW_AOUT_PEQ_BANDS);
 }
@@ -328,7 +328,7 @@ static void fillRecord(const Param& stParam, HW_AOUT_BasicSound_t& stSound,
             FAPI_LOGI_AS(pszCaller, "NoiseReductionThreshold = [%u]\n\n", stSound.u16Value);
             break;
         default:
-            // Sent all the same: the chip switches the effect on with parameters of its own.
+            // The record is sent all the same, which switches the effect on. It is contract.
             FAPI_LOGE_AS(pszCaller, "Invalid basic sound type!\n\n");
             break;
     }

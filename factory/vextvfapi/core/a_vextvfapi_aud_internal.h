@@ -6,8 +6,8 @@
 //     ...
 //     return _a_vextvfapi_aud_send(hAout, ...);
 //
-// Some have another message for a missing handle, and open the paths themselves. What is logged here shows the name of
-// the operation that calls.
+// Some have another message for a missing handle, and open the paths themselves. Log lines show the name of the
+// operation that calls.
 #ifndef A_VEXTVFAPI_AUD_INTERNAL_H
 #define A_VEXTVFAPI_AUD_INTERNAL_H
 
@@ -16,7 +16,7 @@
 
 constexpr unsigned int kMainPath = 0;
 
-// The remembered handle of a path below HW_AOUT_PATH_COUNT; 0: none.
+// Returns the remembered handle of a path below HW_AOUT_PATH_COUNT; 0: none.
 HW_Handle_t _a_vextvfapi_aud_path(unsigned int u32Path);
 
 // Gets hold of the paths, and of the main one's handle. 0, with the message that most operations have for it, when

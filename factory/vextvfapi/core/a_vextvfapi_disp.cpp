@@ -110,7 +110,7 @@ namespace {
 
 enum class Connected { failed, nothing, found };
 
-// The first module of the kind. The middleware writes as many handles as there are, so there is room for them.
+// Finds the first module of the kind. The middleware writes as many handles as there are, so there is room for them.
 Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Module) {
     const HW_DISP_ConnectQuery_t stQuery = {1, eKind, 1};
     HW_U32 u32Count = 0;

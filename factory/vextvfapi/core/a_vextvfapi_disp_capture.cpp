@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then as it is. It is
-// contract.
+// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then as it is, which
+// is contract.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <array>
 #include <cstdint>
@@ -43,7 +43,7 @@ void putLittleEndian(BmpHeader& header, std::size_t offset, std::uint32_t u32Val
     }
 }
 
-// Of width and height 16 bits are kept.
+// Makes the header of a picture. Of width and height 16 bits are kept.
 BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_t u32Height) {
     BmpHeader header = kHeader;
     const std::uint32_t u32ImageSize = u32Pitch * u32Height;
@@ -58,7 +58,7 @@ BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_
 
 // --- BMP file --------------------------------------------------------------------------------------------------------
 
-// A failed write ends the file, and is no failure as long as the file can be closed.
+// Writes header and rows. A failed write ends the file, and is no failure as long as the file can be closed.
 static void writePicture(const BmpHeader& header, const unsigned char* pu8Rows, std::uint32_t u32Pitch,
                          std::uint32_t u32Height, FILE* pFile, const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_FS_Fwrite(header.data(), static_cast<std::uint32_t>(header.size()), 1, pFile) == -1) {
@@ -103,7 +103,8 @@ unsigned char _a_vextvfapi_output_bmp_file(const unsigned char* path, unsigned l
 
 // --- Captures --------------------------------------------------------------------------------------------------------
 
-// Logs a failed call of a capture and is its status, -1. A macro, because the line number tells which call it was.
+// Logs a failed call of a capture, and gives the capture's status, -1. A macro, because the line number tells which
+// call it was.
 #define FAPI_CAPTURE_FAILED(caller, result) (FAPI_LOGE_AS(caller, "%s fail! eRet = %d\n\n", caller, result), -1)
 
 int a_vextvfapi_disp_capture_screen_to_usb(const unsigned char* path, int captureType) {
@@ -212,7 +213,7 @@ static int findBuffer(HW_U64 u64Buffer, VideoCapture& stCapture, const char* psz
     return result == HW_OK ? 0 : FAPI_CAPTURE_FAILED(pszCaller, result);
 }
 
-// Answers as the above.
+// Captures one picture into the buffer. 0, or -1 with a message.
 static int takePicture(unsigned char u8Flag, VideoCapture& stCapture, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_CAP_OpenParams_t stOpen = {};
     HW_Result_t result = HW_CAP_Open(&stOpen, &stCapture.hCap);

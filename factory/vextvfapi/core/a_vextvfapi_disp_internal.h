@@ -16,7 +16,7 @@ struct DispFamily {
 };
 using DispLease = HandleLease<DispFamily>;
 
-// The handle is 0 when the window cannot be had.
+// Gets hold of the current window. The handle is 0 when it cannot be had.
 inline HW_Handle_t obtainDisp(DispLease& lease) {
     HW_Handle_t hDisp = HW_HANDLE_NONE;
     const bool bOpened = _a_vextvfapi_disp_get_disp_handle(&hDisp);
@@ -28,10 +28,10 @@ inline HW_Handle_t obtainDisp(DispLease& lease) {
 
 // --- State of the module ---------------------------------------------------------------------------------------------
 
-// The number that was switched to, which need not be that of a window.
+// Returns the number that was switched to, which need not be that of a window.
 unsigned int _a_vextvfapi_disp_current_window();
 
-// The middleware's name of a window, or null.
+// Returns the middleware's name of a window, or null.
 const char* _a_vextvfapi_disp_window_name(unsigned int index);
 
 // The handle of the last range or overscan operation. Panel operations hand it to the display output's close.

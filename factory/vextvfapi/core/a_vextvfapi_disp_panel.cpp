@@ -21,7 +21,7 @@ struct DispoutFamily {
 };
 using DispoutLease = fapi::HandleLease<DispoutFamily>;
 
-// 0 when it cannot be had.
+// Gets hold of the display output. 0 when it cannot be had.
 HW_Handle_t obtainOutput(DispoutLease& lease) {
     const HW_DISPOUT_HandleParams_t stQuery = {0};
     if (lease.find(stQuery) != HW_OK) {
@@ -31,8 +31,8 @@ HW_Handle_t obtainOutput(DispoutLease& lease) {
     return lease.handle();
 }
 
-// Some operations close the module's display handle in place of the output that they opened. The close refuses it, and
-// the output stays open; the next operation finds it. It is contract.
+// Closes the module's display handle in place of the output that some operations have opened, which is contract. The
+// close refuses it, and the output stays open; the next operation finds it.
 void closeDisplayHandle(DispoutLease& lease) {
     if (lease.isOpened()) {
         lease.keepOpen();
@@ -119,7 +119,7 @@ int a_vextvfapi_disp_panel_get_attr(unsigned int, int attr, unsigned int*, void*
             break;
         }
         default:
-            // A success all the same, and an output that was opened is up from now on.
+            // It is no failure, and an output that was opened stays open. Both are contract.
             FAPI_LOGE("[Factory]: %s non-support eAttrType = %d\n\n", __func__, attr);
             lease.keepOpen();
             return 0;

@@ -15,10 +15,10 @@ constexpr unsigned int kCurveEntries = 256;
 constexpr unsigned int kPqTypes = 7;
 constexpr unsigned int kWindows = 3;
 
-// A value of its own for the result table: it stands for none of the middleware's codes.
+// The result of a rejected copy, which is none of the middleware's codes.
 constexpr HW_Result_t kCopyRejected = static_cast<HW_Result_t>(-2);
 
-// Those that take one signed word.
+// Tells whether the parameter takes one signed word.
 bool takesOneWord(unsigned int u32Param) {
     switch (u32Param) {
         case E_HW_DISP_PICTURE_5:

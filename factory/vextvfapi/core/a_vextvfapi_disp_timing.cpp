@@ -13,7 +13,7 @@
 namespace {
 
 constexpr unsigned int kTimings = 47;
-// Takes back more than was muted: also the window's own mute, whoever has set it. It is contract.
+// Flags that a new timing takes back: also the window's own mute, which it does not set. It is contract.
 constexpr HW_U32 kTimingUnmute = E_HW_DISP_MUTE_TIMING | E_HW_DISP_MUTE_WINDOW;
 
 struct ControllerFamily {
@@ -25,7 +25,7 @@ using ControllerLease = fapi::HandleLease<ControllerFamily>;
 
 constexpr HW_DISP_ControllerParams_t kController = {0};
 
-// By value type.
+// The driver layer's arguments, by value type.
 constexpr DVVDO_Arg_e kPqArguments[] = {E_DVVDO_ARG_0, E_DVVDO_ARG_1, E_DVVDO_ARG_3,
                                         E_DVVDO_ARG_5, E_DVVDO_ARG_2, E_DVVDO_ARG_21};
 
@@ -79,7 +79,7 @@ int a_vextvfapi_disp_set_freerun_control(int freeRunType) {
 
 // --- Piece of the input ----------------------------------------------------------------------------------------------
 
-// The size of the picture that the piece is cut from goes into the record; it stays 0 when nobody tells.
+// Puts the size of the picture that the piece is cut from into the record; it stays 0 when nobody tells.
 static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect,
                          const char* pszCaller = __builtin_FUNCTION()) {
     if (s32Video != 0) {

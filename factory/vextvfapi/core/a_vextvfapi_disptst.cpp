@@ -21,7 +21,7 @@ constexpr HW_U32 kSurfaceMax = 64;
 
 // --- Video test patterns ---------------------------------------------------------------------------------------------
 
-// Where in the picture path the pattern is made, by selector. Two stages are not left to one attribute alone.
+// Where in the picture path the pattern is made, by selector. Three stages take more than the pattern's attribute.
 enum class Special { none, vop2, whiteBalance, muteColor };
 
 struct PatternStage {
@@ -60,7 +60,7 @@ HW_Result_t setMuted(HW_Handle_t hDisp, bool bMuted) {
     return bMuted ? HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW) : HW_DISP_SetUnMute(hDisp, E_HW_DISP_MUTE_WINDOW);
 }
 
-// The window is muted before the pattern goes, and unmuted after it has come.
+// Mutes the window before the pattern goes, and unmutes it after the pattern has come.
 HW_Result_t setVop2Pattern(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_Result_t muted = pattern.u32Enable == 0 ? setMuted(hDisp, true) : HW_OK;
     const HW_Result_t set = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
@@ -80,7 +80,7 @@ HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
         case Special::vop2:
             return setVop2Pattern(hDisp, pattern);
         case Special::whiteBalance: {
-            // In the stage before it first.
+            // The stage before it comes first.
             const HW_Result_t feeding = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
             return feeding | setPattern(hDisp, stStage.eMode, pattern);
         }

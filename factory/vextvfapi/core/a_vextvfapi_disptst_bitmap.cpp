@@ -31,8 +31,8 @@ struct Bitmap {
     std::uint32_t u32Width = 0;
     std::uint32_t u32Height = 0;
 
-    // Three times the width and the rest of a division by four: only where that rest is 0 or 2 is this the row of a BMP
-    // file. Widths of the other kinds are read so all the same.
+    // Adds the rest of a division by four to three times the width: only where that rest is 0 or 2 is this the row of a
+    // BMP file. Widths of the other kinds are read so all the same, which is contract.
     std::uint32_t rowLength() const {
         const std::uint32_t u32Pixels = kBytesPerPixel * u32Width;
         return u32Pixels + u32Pixels % 4;
@@ -62,7 +62,7 @@ static bool readFileHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCa
     return true;
 }
 
-// The file says how long this header is, so it is read in pieces: only its first bytes are wanted.
+// Reads in pieces, because the file says how long this header is, and only its first bytes are wanted.
 static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCaller = __builtin_FUNCTION()) {
     unsigned char au8Header[kInfoHeaderKept] = {};
     unsigned char au8Rest[512];
@@ -95,7 +95,7 @@ static bool seek(std::FILE* pFile, std::uint64_t u64Offset, int s32From) {
            fseeko(pFile, static_cast<off_t>(u64Offset), s32From) == 0;
 }
 
-// Over the rows that are lower than the piece's lowest, which come first in the file.
+// Seeks over the rows that are lower than the piece's lowest, which come first in the file.
 static bool skipRows(std::FILE* pFile, std::uint64_t u64Rows, std::uint32_t u32RowLength) {
     const bool bCountable = u64Rows <= std::numeric_limits<std::uint64_t>::max() / u32RowLength;
     return seek(pFile, bCountable ? u64Rows * u32RowLength : std::numeric_limits<std::uint64_t>::max(), SEEK_CUR);
@@ -108,7 +108,7 @@ bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* fi
         FAPI_LOGE("[Pattern] Frame buffer is not allocated.\n\n");
         return false;
     }
-    // The pitch, not the visible width.
+    // The width is compared with the pitch, not with the visible width. It is contract.
     if (canvas.u32PitchPixels < width + dstX || canvas.u32BufferHeight < height + dstY) {
         FAPI_LOGE("[Pattern] Bitmap file size out of frame buffer bound.\n\n");
         return false;

@@ -75,7 +75,7 @@ static std::atomic<int> _s32BurningState{stopped};
 
 // --- The worker ------------------------------------------------------------------------------------------------------
 
-// False when the worker is to end.
+// Waits while a color is up. False when the worker is to end.
 static bool holdColor(unsigned char u8Interval) {
     for (unsigned int i = 0; i < u8Interval; ++i) {
         if (_u8BurningRunning.load() == 0) {
@@ -142,7 +142,7 @@ void* burning_mode_task(void* param) {
         FAPI_LOGE("pTempBurnModeParam->pColorTable is Null.\n\n");
         return nullptr;
     }
-    // No memory for the copy of the table, which has no text of its own.
+    // Without memory for the copy of the table the text is the same.
     if (order->table == nullptr) {
         FAPI_LOGE("pTempBurnModeParam is Null.\n\n");
         return nullptr;
@@ -233,8 +233,8 @@ int _a_vextvfapi_disptst_set_burning_mode(unsigned char on, _VexFApiDisptstBurnM
 
 // --- Operations ------------------------------------------------------------------------------------------------------
 
-// Null without memory; without memory for the table there is none, and the worker finds that out. Its lines show
-// the operation's name.
+// Makes the default parameter; null without memory. Without memory for the table alone there is no table, and the
+// worker finds that out.
 static _VexFApiDisptstBurnModeParam* _a_vextvfapi_disptst_create_defaule_buring_mode_param(
     const char* pszCaller = __builtin_FUNCTION()) {
     OwnedParam param(new (std::nothrow) _VexFApiDisptstBurnModeParam{});

@@ -74,7 +74,7 @@ static HW_Result_t freeMmap() {
     return HW_SYS_FreeMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS);
 }
 
-// Leaves the mapping without a physical address when there is no such memory.
+// Gets memory and maps it. Leaves the mapping without a physical address when there is no such memory.
 static void mapIommu(std::uint32_t u32Size, Mapping& stMapping, const char* pszCaller = __builtin_FUNCTION()) {
     HW_OS_IommuRequest_t stRequest = {"disp_photo", iommuLength(u32Size), 1, 0, 0};
     if (HW_OS_AllocateIommuMemory(&stRequest) != HW_OK) {
@@ -127,7 +127,7 @@ static bool mapMmap(std::uint32_t u32Size, Mapping& stMapping, const char* pszCa
     return true;
 }
 
-// A power of two; 1 when the chip does not tell.
+// Asks for an alignment: a power of two; 1 when the chip does not tell.
 static HW_U32 surfaceAlignment(HW_OSD_SurfaceCap_e eCapability) {
     HW_U32 u32Alignment = 0;
     static_cast<void>(HW_OSD_SurfaceQueryCapability(eCapability, E_HW_OSD_COLOR_ARGB8888, &u32Alignment));
@@ -139,7 +139,7 @@ static Number alignUp(Number value, HW_U32 u32Alignment) {
     return ((Number{u32Alignment} - 1) | (value - 1)) + 1;
 }
 
-// What is left of the mapping from the first pixel on.
+// Returns what is left of the mapping from the first pixel on.
 static std::uint32_t drawableBytes(const Mapping& stMapping, HW_U64 u64FirstPixel, std::uint32_t u32Size) {
     const HW_U64 u64Shift = u64FirstPixel - stMapping.u64VirtAddr;
     return u64Shift < stMapping.u32Length
@@ -233,7 +233,7 @@ static bool borrowLayer(const char* pszCaller = __builtin_FUNCTION()) {
     return true;
 }
 
-// Where a picture of the requested size would have to begin so that the canvas shows its middle.
+// Returns where a picture of the requested size has to begin for the canvas to show its middle.
 static HW_U32 centred(std::uint32_t u32Requested, std::uint32_t u32Visible) {
     return u32Requested > u32Visible ? (u32Requested - u32Visible) / 2 : 0;
 }
@@ -394,7 +394,7 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_off() {
     if (!bDestroyed) {
         FAPI_LOGE("[Pattern] OSD Handle destroy failed\n\n");
     }
-    // Whatever became of the layer.
+    // The memory goes whatever became of the layer. It is contract.
     _disptst_free_frame_buffer();
     return bDestroyed ? 0 : -1;
 }
@@ -463,7 +463,7 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_draw_line(fapi_core::VexTvFApiGOPPa
         _a_vextvfapi_disptst_plot_line(canvas(), line.stColor, line.u32StartX, line.u32StartY, line.u32EndX,
                                        line.u32EndY);
     }
-    // Without a canvas too, unlike the others.
+    // Unlike the others it is a success without a canvas, too. It is contract.
     return 0;
 }
 
@@ -490,7 +490,7 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap(fapi_core::VexTvFApiGOP
     if (!isDrawable()) {
         return -1;
     }
-    // A picture that cannot be drawn is no failure; the log tells.
+    // A picture that cannot be drawn is no failure, which is contract; the log tells.
     static_cast<void>(_load_bitmap_to_buffer(
         canvas(), reinterpret_cast<const unsigned char*>(bitmap.strFileName.c_str()), bitmap.u32X, bitmap.u32Y,
         bitmap.u32CropX, bitmap.u32CropY, bitmap.u32CropWidth, bitmap.u32CropHeight));

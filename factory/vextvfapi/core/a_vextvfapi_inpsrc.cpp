@@ -112,7 +112,7 @@ static bool lookAtScreen(OnScreen& stScreen, const char* pszCaller = __builtin_F
     return true;
 }
 
-// The index of the input with that handle, among those of a type.
+// Finds the index of the input with that handle, among those of a type.
 static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u32Index,
                       const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "_u32ExtHwCaps[%d] = %d\n\n", u32Type, _u32ExtHwCaps[u32Type]);
@@ -167,7 +167,7 @@ int _a_vextvfapi_inpsrc_get_src_by_extin_handle(int hExtin, unsigned char* pu8In
     return 0;
 }
 
-// The middleware's code for what has become of it.
+// Looks for the source that is on screen. Returns a code of the middleware.
 static HW_Result_t identifySource(const OnScreen& stScreen, unsigned char* pSrc, unsigned char bType,
                                   const char* pszCaller = __builtin_FUNCTION()) {
     if (stScreen.s32Video == 0 && stScreen.s32Extin == 0) {

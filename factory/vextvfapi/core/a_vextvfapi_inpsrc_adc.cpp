@@ -34,7 +34,7 @@ HW_Result_t openInput(HW_EXTIN_Type_e eType, HW_U32 u32OpenValue, HW_Handle_t* p
 }  // namespace
 
 // The handles that were had last. They are not cleared when an input is closed: with neither found nor opened, an
-// operation goes on with the old one, which the chip refuses.
+// operation goes on with the old one.
 static HW_Handle_t _hVga;
 static HW_Handle_t _hYpbpr;
 static HW_Handle_t _hScart;
@@ -85,7 +85,7 @@ static int _a_vextvfapi_inpsrc_get_scart_handle() {
 
 // --- What the operations share ---------------------------------------------------------------------------------------
 
-// False, with a message, when there is no handle.
+// Gets hold of an input. False, with a message, when there is no handle.
 static bool obtainInput(unsigned int u32Device, AnalogInput& stInput, const char* pszCaller = __builtin_FUNCTION()) {
     switch (u32Device) {
         case vga: {
@@ -162,7 +162,7 @@ int a_vextvfapi_inpsrc_get_adc_phase(unsigned int devType, fapi_core::VexTvFApiA
     }
     HW_EXTIN_AdcPhase_t stPhase = {};
     const HW_Result_t result = HW_EXTIN_GetAttr(stInput.hExtin, E_HW_EXTIN_ATTR_ADC_PHASE, nullptr, &stPhase);
-    // After a failure too: zeroes show that nothing was read.
+    // After a failure, too, with zeroes. It is contract.
     FAPI_LOGD(" Current ADC R Phase: %u\n\n", stPhase.u32Red);
     FAPI_LOGD(" Current ADC G Phase: %u\n\n", stPhase.u32Green);
     FAPI_LOGD(" Current ADC B Phase: %u\n\n", stPhase.u32Blue);
@@ -251,7 +251,7 @@ int a_vextvfapi_inpsrc_set_adc_gain_offset(unsigned int devType, unsigned int rG
 int a_vextvfapi_inpsrc_auto_gain_offset(unsigned int devType) {
     FAPI_LOGD("auto_gain_offset u32DevType = %d \n\n", devType);
     if (devType > scart) {
-        // Unlike the others: an error, and no closing line.
+        // Unlike with the others it is an error, without a closing line. It is contract.
         FAPI_LOGE("Invalid Device Type:%d\n\n", devType);
         return -1;
     }

@@ -11,7 +11,7 @@
 
 namespace {
 
-// What failed messages print as their code, whatever the middleware said.
+// What failed messages print as their code, whatever the middleware said. It is contract.
 constexpr int kErrorCode = 3;
 
 constexpr unsigned char kNoExternalInput = E_HW_EXTIN_TYPE_NUM;
@@ -32,7 +32,7 @@ static HW_Result_t findTuner() {
 
 // --- Intermediate frequency ------------------------------------------------------------------------------------------
 
-// Applying takes two steps, and answers 0 for a failure.
+// Applies the parameters in two steps. The middleware answers 0 for a failure.
 static bool applyVif(const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_TUNER_FactoryCmdApplyVif(_hTunerHandle, 1) == 0) {
         FAPI_LOGE_AS(pszCaller, FAPI_RED("Error: Apply ChinaDescramblerDelay FAIL!") "\n\n");
@@ -77,7 +77,7 @@ static HW_Result_t readTunerAttributes(const char* pszCaller) {
     return result;
 }
 
-// Throws when there is no memory for the texts.
+// Reads the four texts, and throws when there is no memory for them.
 static HW_Result_t readDemodulator(fapi_core::VexTvFApiDemodInfoParam_t& stInfo) {
     std::string* const apstrTexts[] = {&stInfo.strName, &stInfo.strVersion, &stInfo.strBuildNumber,
                                        &stInfo.strChangeList};
@@ -135,7 +135,7 @@ int a_vextvfapi_inpsrc_get_demod_info(fapi_core::VexTvFApiDemodInfoParam_t* pInf
 
 // --- Bit error rate --------------------------------------------------------------------------------------------------
 
-// Whether the slot has a locked tuner that tells its rate.
+// Reads the rate of the slot's tuner. False when there is none, or when it is not locked or does not tell.
 static bool readBer(unsigned int u32Slot, int* pBer, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_TUNER_HandleParams_t stQuery = {u32Slot};
     HW_Handle_t hTuner = HW_HANDLE_NONE;

@@ -82,7 +82,7 @@ unsigned int _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(unsigned int 
     return type;
 }
 
-// E_HW_EXTIN_FACTORY_NONE for a type that cannot be got or set.
+// Converts a type; E_HW_EXTIN_FACTORY_NONE for one that cannot be got or set.
 static unsigned int factoryParameter(unsigned int type, const char* pszCaller = __builtin_FUNCTION()) {
     const unsigned int u32Type = _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(type);
     if (u32Type == E_HW_EXTIN_FACTORY_NONE || u32Type == E_HW_EXTIN_FACTORY_UNKNOWN) {
