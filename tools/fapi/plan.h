@@ -175,6 +175,8 @@ Command commandWithAnyValues(const Words& words);
 
 enum class Verdict { passed, marginal, failed, died, interrupted, notRun };
 const char* verdictName(Verdict verdict);
+// What a plan's verdict is called where it is to be read from afar: "PASS".
+const char* verdictWord(Verdict verdict);
 // Whether a step with this verdict makes its plan fail.
 bool isBad(Verdict verdict);
 

@@ -48,6 +48,19 @@ const char* verdictName(Verdict verdict) {
     return kVerdicts[static_cast<std::size_t>(verdict)];
 }
 
+const char* verdictWord(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::passed:
+            return "PASS";
+        case Verdict::marginal:
+            return "MARGINAL";
+        case Verdict::interrupted:
+            return "INTERRUPTED";
+        default:
+            return "FAIL";
+    }
+}
+
 bool isBad(Verdict verdict) {
     return verdict != Verdict::passed && verdict != Verdict::marginal;
 }

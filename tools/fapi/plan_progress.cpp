@@ -148,6 +148,7 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
     if (_json) {
         printLine(jsonLine({{"plan", _plan.name},
                             {"good", result.isGood()},
+                            {"verdict", verdictName(result.verdict())},
                             {"passed", passed},
                             {"marginal", marginal},
                             {"failed", failed},

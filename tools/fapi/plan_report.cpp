@@ -95,10 +95,16 @@ public:
     const char* extension() const override { return kJson; }
 
     void write(const PlanResult& result, const std::string& file) const override {
-        Json json = {
-            {"plan", result.plan->name}, {"file", result.plan->file}, {"start", timeText(result.start, kIsoTime)},
-            {"seconds", result.seconds}, {"set", result.setFolder},   {"good", result.isGood()},
-            {"resumed", result.resumed}, {"faults", Json::array()},   {"steps", Json::array()}};
+        Json json = {{"plan", result.plan->name},
+                     {"file", result.plan->file},
+                     {"start", timeText(result.start, kIsoTime)},
+                     {"seconds", result.seconds},
+                     {"set", result.setFolder},
+                     {"good", result.isGood()},
+                     {"verdict", verdictName(result.verdict())},
+                     {"resumed", result.resumed},
+                     {"faults", Json::array()},
+                     {"steps", Json::array()}};
         for (const PlanFault& fault : result.plan->faults) {
             json["faults"].push_back(fault.text());
         }
@@ -179,6 +185,16 @@ Json StepResult::kept(const char* what) const {
 std::size_t PlanResult::count(Verdict verdict) const {
     return static_cast<std::size_t>(
         std::count_if(steps.begin(), steps.end(), [&](const StepResult& step) { return step.verdict() == verdict; }));
+}
+
+Verdict PlanResult::verdict() const {
+    if (cutShort || count(Verdict::interrupted) != 0) {
+        return Verdict::interrupted;
+    }
+    if (!isGood()) {
+        return Verdict::failed;
+    }
+    return count(Verdict::marginal) != 0 ? Verdict::marginal : Verdict::passed;
 }
 
 bool PlanResult::isGood() const {

@@ -37,8 +37,11 @@ struct PlanResult {
     std::string boots;  // of the set, since it was made; empty when nobody told
     std::vector<StepResult> steps;
     bool resumed = false;
+    bool cutShort = false;  // Ctrl-C has kept steps from running
 
     std::size_t count(Verdict verdict) const;
+    // Of the plan: passed, marginal, failed or interrupted, for who died has failed.
+    Verdict verdict() const;
     bool isGood() const;
 };
 

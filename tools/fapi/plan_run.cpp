@@ -212,7 +212,7 @@ void PlanRun::take(Record record) {
         case RecordKind::done:
             _over = true;
             // Ctrl-C came when everything had been done.
-            _cutShort = _cutShort && !_stepInterrupted;
+            _result.cutShort = _result.cutShort && !_stepInterrupted;
             _result.boots = record.text;
             break;
         case RecordKind::refused:
@@ -276,7 +276,7 @@ void PlanRun::saveStep(std::size_t index) {
 
 // A run that goes on from here begins with the step that did not end, and the teardown will follow once more.
 void PlanRun::cutShort() {
-    _cutShort = true;
+    _result.cutShort = true;
     _unfinished = nullptr;
 }
 

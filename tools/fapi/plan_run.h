@@ -26,8 +26,6 @@ public:
     void run();
 
     const PlanResult& result() const { return _result; }
-    // Whether Ctrl-C has kept steps from running.
-    bool isCutShort() const { return _cutShort; }
 
 private:
     void runProcess();
@@ -56,7 +54,6 @@ private:
     UnfinishedRun* _unfinished;
     Variables _keptSince;    // the last step that was saved
     std::size_t _first = 0;  // the step that the run begins with
-    bool _cutShort = false;
 
     Position _position;  // where the next process begins
     Variables _variables;

@@ -318,7 +318,7 @@ private:
                 write([&] { RunHistory(_folder).add(historyEntry(result, report->stem()), _options.keep); });
             code = reported && noted ? code : std::max<int>(code, kExitSet);
         }
-        if (unfinished != nullptr && !run.isCutShort()) {
+        if (unfinished != nullptr && !result.cutShort) {
             unfinished->finish();
         }
         if (fresh) {

@@ -18,10 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* runVerdict(const PlanResult& result) {
-    return result.count(Verdict::interrupted) != 0 ? "interrupted" : result.isGood() ? "passed" : "failed";
-}
-
 // "sys_get_emmc_env_var", "set pixel"
 std::string nameOf(const Json& command) {
     const Words words = splitWords(command["command"].get<std::string>());
@@ -113,7 +109,7 @@ HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
     entry.when = timeText(result.start, kIsoTime);
     entry.plan = result.plan->name;
     entry.file = result.plan->file;
-    entry.verdict = runVerdict(result);
+    entry.verdict = verdictName(result.verdict());
     entry.passed = result.count(Verdict::passed);
     entry.marginal = result.count(Verdict::marginal);
     entry.notRun = result.count(Verdict::notRun);

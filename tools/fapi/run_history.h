@@ -26,7 +26,7 @@ struct HistoryEntry {
     unsigned int id = 0;  // counts from 1
     std::string when;     // it began
     std::string plan, file;
-    std::string verdict;  // passed, failed or interrupted
+    std::string verdict;  // passed, marginal, failed or interrupted
     std::size_t passed = 0, marginal = 0, failed = 0, notRun = 0;
     double seconds = 0;
     std::string report;      // what the names of its report's files begin with
