@@ -284,6 +284,9 @@ TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
         EXPECT_EQ(stopInWait(row.signal).s32Exit, row.exit);
         EXPECT_EQ(std::filesystem::exists(set() + "/tree/data/cleaned"), row.cleaned);
         EXPECT_EQ(unfinishedFiles().size(), 1u);
+        if (row.signal == SIGINT) {
+            EXPECT_THAT(readFile(reportFile(".html")), HasSubstr(": ended by Ctrl-C</p>"));
+        }
 
         const test::ProcessResult result = resume();
         EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pictures of numbers, drawn as SVG.
+// Pictures of numbers and times.
 #include "html_charts.h"
 
 #include <algorithm>
@@ -194,27 +194,13 @@ private:
     Range _x, _y;
 };
 
-// A row each: name, bar, number.
-void drawBars(Html parent, const Json& data) {
-    constexpr double kBarWidth = 320, kBarHeight = 12;
-    Range range;
+void writeNumbers(Html parent, const Json& data) {
+    Html list = parent.add("dl", "numbers");
     for (const Json& series : data["series"]) {
         for (const double number : numbersOf(series)) {
-            range.cover(number);
-        }
-    }
-    Html table = parent.add("table", "bars");
-    for (const Json& series : data["series"]) {
-        const std::string cssClass = seriesClass(series, 0);
-        for (const double number : numbersOf(series)) {
-            Html row = table.add("tr");
-            row.add("th", "", series["name"].get<std::string>());
-            row.add("td", "number", numberText(number));
-            Html svg = drawing(row.add("td"), "bar", kBarWidth, kBarHeight, numberText(number));
-            const double zero = range.place(0) * kBarWidth;
-            const double end = range.place(number) * kBarWidth;
-            box(svg, ("fill " + cssClass).c_str(), std::min(zero, end), 1, std::max(std::abs(end - zero), 1.0),
-                kBarHeight - 2);
+            Html pair = list.add("div");
+            pair.add("dt", "", series["name"].get<std::string>());
+            pair.add("dd", "", numberText(number));
         }
     }
 }
@@ -257,29 +243,21 @@ void drawData(Html parent, const Json& data) {
     if (hasCurves) {
         CurveChart(parent, data).draw();
     } else {
-        drawBars(parent, data);
+        writeNumbers(parent, data);
     }
 }
 
 void drawMoments(Html parent, const std::vector<Moment>& moments, double seconds) {
-    constexpr double kWidth = 640, kRow = 18, kScale = 20, kNames = 8, kMark = 5;
     const Range range{0, std::max(seconds, 0.001)};
-    const double height = kScale + kRow * static_cast<double>(moments.size());
-    Html svg = drawing(parent, "moments", kWidth, height, "events");
-    double y = kRow / 2;
+    Html list = parent.add("ol", "moments");
     for (const Moment& moment : moments) {
-        const double x = std::clamp(range.place(moment.seconds), 0.0, 1.0) * (kWidth - 2 * kMark) + kMark;
-        // The name is on the side that has room, the line on the other one.
-        const bool isLeft = x > kWidth / 2;
-        line(svg, "grid", isLeft ? x : 0, y, isLeft ? kWidth : x, y);
-        svg.add("circle", "mark").attribute("cx", x).attribute("cy", y).attribute("r", std::string("4"));
-        label(svg, isLeft ? "tick end" : "tick", isLeft ? x - kNames : x + kNames, y + 4,
-              moment.name + ", " + durationText(moment.seconds));
-        y += kRow;
+        Html row = list.add("li");
+        row.add("span", "time", durationText(moment.seconds));
+        char place[32];
+        std::snprintf(place, sizeof(place), "left:%.1f%%", 100 * std::clamp(range.place(moment.seconds), 0.0, 1.0));
+        row.add("span", "line").add("span", "mark", "").attribute("style", std::string(place));
+        row.add("span", "name", moment.name);
     }
-    line(svg, "axis", 0, height - kScale, kWidth, height - kScale);
-    label(svg, "tick", 0, height - 4, "0 s");
-    label(svg, "tick end", kWidth, height - 4, durationText(range.high));
 }
 
 }  // namespace tool

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pictures of numbers, drawn as SVG.
+// Pictures of numbers and times.
 #ifndef FAPI_TOOL_HTML_CHARTS_H
 #define FAPI_TOOL_HTML_CHARTS_H
 
@@ -12,10 +12,10 @@ namespace tool {
 void drawGauge(Html parent, const Json& measurement);
 
 // Numbers that a step has kept, as PlanData has them: series of several values as curves, with axes and legend, single
-// values as bars.
+// values by their names.
 void drawData(Html parent, const Json& data);
 
-// Points of time in the `seconds` of an attempt, with their names.
+// Points of time in the `seconds` of an attempt, a line each: when, where on the line of time, and what.
 struct Moment {
     double seconds;
     std::string name;

@@ -16,6 +16,7 @@ namespace {
 // What is shown of a long text; the JSON report has everything.
 constexpr std::size_t kShown = 1500;
 constexpr std::size_t kShownLine = 300;
+constexpr std::size_t kShownEvent = 120;
 // Of many attempts those at both ends are shown.
 constexpr std::size_t kShownAttempts = 3;
 
@@ -106,14 +107,25 @@ void writeMoments(Html parent, const Attempt& attempt) {
     for (const Json& command : attempt.commands) {
         for (const Json& expectation : command.value("expectations", Json::array())) {
             if (expectation.contains("event")) {
-                moments.push_back(
-                    {expectation["event"]["after"].get<double>(), beginningOf(textOf(expectation, "found"), 60)});
+                moments.push_back({expectation["event"]["after"].get<double>(),
+                                   beginningOf(textOf(expectation, "found"), kShownEvent)});
             }
         }
     }
     if (!moments.empty()) {
-        parent.add("h4", "", "Events, from the beginning of the attempt");
+        parent.add("h4", "", "Events in the " + durationText(attempt.seconds) + " of the attempt");
         drawMoments(parent, moments, attempt.seconds);
+    }
+}
+
+void writeLines(Html parent, const Attempt& attempt) {
+    for (const Json& command : attempt.commands) {
+        writeCommand(parent, command);
+    }
+    if (!attempt.log.empty()) {
+        parent.add("h4", "", "The library's log");
+        // Somebody without a mouse scrolls in it, too.
+        parent.add("pre", "log", withoutEmptyLines(attempt.log)).attribute("tabindex", "0");
     }
 }
 
@@ -135,13 +147,7 @@ void writeAttempt(Html parent, const Attempt& attempt, std::size_t number, std::
     if (number < count && !attempt.judgement.text.empty()) {
         details.add("p", "why", beginningOf(attempt.judgement.text, kShown));
     }
-    for (const Json& command : attempt.commands) {
-        writeCommand(details, command);
-    }
-    if (!attempt.log.empty()) {
-        details.add("h4", "", "The library's log");
-        details.add("pre", "log", withoutEmptyLines(attempt.log));
-    }
+    writeLines(details, attempt);
 }
 
 void writeAttempts(Html parent, const std::vector<Attempt>& attempts) {
@@ -186,6 +192,26 @@ void writeKept(Html parent, const StepResult& result, const std::string& folder)
     }
 }
 
+// The line that had not ended.
+std::string interruptedLine(const Step& step, const Attempt& attempt) {
+    const std::size_t done = attempt.commands.size();
+    if (done >= step.lines.size()) {
+        return "";
+    }
+    return "line " + std::to_string(step.lines[done].line) + ": " + step.lines[done].text() + ": ended by Ctrl-C";
+}
+
+void writeHeading(Html parent, const Step& step, const StepResult& result, std::size_t index) {
+    Html head = parent.add("h3");
+    head.add("span", "number", std::to_string(index + 1));
+    head.add("span", "name", step.name);
+    if (step.teardown) {
+        head.add("span", "tag", "teardown");
+    }
+    writeBadge(head, verdictName(result.verdict()));
+    head.add("span", "time", result.attempts.empty() ? "" : durationText(result.seconds()));
+}
+
 }  // namespace
 
 std::string stepAnchor(std::size_t index) {
@@ -198,27 +224,40 @@ std::string verdictClass(const std::string& verdict) {
     return name;
 }
 
+std::string whyText(const Step& step, const StepResult& result) {
+    if (!result.text().empty() || result.attempts.empty()) {
+        return result.text();
+    }
+    if (result.verdict() == Verdict::interrupted) {
+        return interruptedLine(step, result.attempts.back());
+    }
+    return result.attempts.size() > 1 ? "at first: " + result.attempts.front().judgement.text : "";
+}
+
 void writeStep(Html parent, const Step& step, const StepResult& result, std::size_t index, const std::string& folder) {
     const std::string verdict = verdictName(result.verdict());
     Html section = parent.add("section", ("step " + verdictClass(verdict)).c_str());
     section.attribute("id", stepAnchor(index));
-    Html head = section.add("h3");
-    head.add("span", "number", std::to_string(index + 1));
-    head.add("span", "name", step.name);
-    if (step.teardown) {
-        head.add("span", "tag", "teardown");
+    // Of a step that simply passed the heading is all there is until somebody opens it.
+    const bool isPlain = result.verdict() == Verdict::passed && result.attempts.size() == 1;
+    if (isPlain) {
+        Html details = section.add("details", "plain");
+        writeHeading(details.add("summary"), step, result, index);
+        writeLines(details, result.attempts.back());
+    } else {
+        writeHeading(section, step, result, index);
     }
-    writeBadge(head, verdict);
-    head.add("span", "time", result.attempts.empty() ? "" : durationText(result.seconds()));
-    if (!result.text().empty()) {
-        section.add("p", isBadName(verdict) ? "why bad" : "why", beginningOf(result.text(), kShown));
+    if (const std::string why = whyText(step, result); !why.empty() && result.verdict() != Verdict::passed) {
+        section.add("p", isBadName(verdict) ? "why bad" : "why", beginningOf(why, kShown));
     }
     if (result.attempts.empty()) {
         return;
     }
     writeKept(section, result, folder);
     writeMoments(section, result.attempts.back());
-    writeAttempts(section, result.attempts);
+    if (!isPlain) {
+        writeAttempts(section, result.attempts);
+    }
 }
 
 }  // namespace tool
