@@ -26,7 +26,7 @@ struct Power {
     std::vector<FamilyModel*> families;
 };
 
-Power& thePower() {
+Power& powerState() {
     static Power& power = *new Power;
     return power;
 }
@@ -104,7 +104,7 @@ void attachLocked(Power& power, const std::string& strFolder) {
 }  // namespace
 
 FamilyModel::FamilyModel(FamilyId eFamily, const char* pszFamily) : _handles(eFamily, pszFamily) {
-    thePower().families.push_back(this);
+    powerState().families.push_back(this);
 }
 
 void FamilyModel::powerOn() {
@@ -165,15 +165,15 @@ HW_Handle_t FamilyModel::release(std::uint64_t u64Key, const std::string& strWha
 }
 
 HW_Result_t systemReadiness() {
-    return thePower().bSystemInitialised ? HW_OK : HW_ERR_NOT_INITED;
+    return powerState().bSystemInitialised ? HW_OK : HW_ERR_NOT_INITED;
 }
 
 HW_Result_t initialiseSystem() {
-    return thePower().bSystemInitialised.exchange(true) ? HW_HAS_INITED : HW_OK;
+    return powerState().bSystemInitialised.exchange(true) ? HW_HAS_INITED : HW_OK;
 }
 
 bool detail::ensureAttached() {
-    Power& power = thePower();
+    Power& power = powerState();
     if (power.bOn.load(std::memory_order_acquire)) {
         return true;
     }
@@ -206,14 +206,14 @@ std::string defaultFolder() {
 }
 
 void attach(const std::string& strFolder) {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     attachLocked(power, strFolder);
     power.bDefaultFailed = false;
 }
 
 void detach() {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     if (power.s32Lock < 0) {
         return;
@@ -226,7 +226,7 @@ std::string folder() {
 }
 
 void powerCycle() {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     if (!power.bOn) {
         throw SetError("no set is attached");
@@ -237,7 +237,7 @@ void powerCycle() {
 }
 
 void powerCycleIf(const std::function<bool()>& isWanted, const std::function<bool()>& prepare) {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     if (power.bOn && isWanted() && prepare()) {
         switchOff(power, false);
@@ -247,14 +247,14 @@ void powerCycleIf(const std::function<bool()>& isWanted, const std::function<boo
 
 std::vector<OpenHandle> openHandles() {
     std::vector<OpenHandle> handles;
-    for (FamilyModel* pFamily : thePower().families) {
+    for (FamilyModel* pFamily : powerState().families) {
         pFamily->listHandles(handles);
     }
     return handles;
 }
 
 bool isInitialised(const std::string& strFamily) {
-    for (FamilyModel* pFamily : thePower().families) {
+    for (FamilyModel* pFamily : powerState().families) {
         if (strFamily == pFamily->handles().family()) {
             return pFamily->isInitialised();
         }

@@ -68,7 +68,7 @@ struct Lines {
     unsigned int u32Halts = 0;  // it is not to do so
 };
 
-Lines& theLines() {
+Lines& serialLines() {
     static Lines& lines = *new Lines;
     return lines;
 }
@@ -80,19 +80,19 @@ void wake(const Lines& lines) {
 
 // Has the lines for itself and keeps the thread off the descriptors, so that they can be closed: the thread would go on
 // sleeping on whatever got their numbers next.
-class Halt {
+class PausedThread {
 public:
-    explicit Halt(Lines& lines) : _lines(lines), _lock(lines.mutex) {
+    explicit PausedThread(Lines& lines) : _lines(lines), _lock(lines.mutex) {
         ++_lines.u32Halts;
         wake(_lines);
         _lines.changed.wait(_lock, [this] { return !_lines.bPolling; });
     }
-    ~Halt() {
+    ~PausedThread() {
         --_lines.u32Halts;
         _lines.changed.notify_all();
     }
-    Halt(const Halt&) = delete;
-    Halt& operator=(const Halt&) = delete;
+    PausedThread(const PausedThread&) = delete;
+    PausedThread& operator=(const PausedThread&) = delete;
 
 private:
     Lines& _lines;
@@ -285,7 +285,7 @@ void serve(Lines& lines, const std::array<pollfd, kPolled>& polled, char* pcBuff
 
 [[noreturn]] void runSerialThread() {
     nameThread("hw3-serial");
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     static char acBuffer[kChunk];
     std::array<pollfd, kPolled> polled;
     std::unique_lock<std::mutex> lock(lines.mutex);
@@ -330,8 +330,8 @@ bool isInUse(const std::string& strFolder) {
 
 void switchOnSerialLines(const std::string& strFolder) {
     const HostPaths hostPaths;
-    Lines& lines = theLines();
-    const Halt halt(lines);
+    Lines& lines = serialLines();
+    const PausedThread halt(lines);
     lines.strFolder = strFolder;
     if (lines.s32Wake < 0) {
         lines.s32Wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -353,8 +353,8 @@ void switchOnSerialLines(const std::string& strFolder) {
 
 void removeSerialLines() {
     const HostPaths hostPaths;
-    Lines& lines = theLines();
-    const Halt halt(lines);
+    Lines& lines = serialLines();
+    const PausedThread halt(lines);
     if (lines.strFolder.empty()) {
         return;
     }
@@ -384,7 +384,7 @@ void forgetUnreadOfTty(unsigned int u32Port) {
         return;
     }
     const HostPaths hostPaths;
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     Tty& tty = lines.ttys[u32Port];
     if (tty.terminal.isHungUp()) {
@@ -404,20 +404,20 @@ void serveTty(unsigned int u32Port) {
         // Whoever opens a tty is not to see an exception for it.
         std::fprintf(stderr, "virtual set: %s\n", error.what());
     }
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     lines.ttys[u32Port].bServed = true;
     wake(lines);
 }
 
 void transmit(unsigned int u32Port, std::string_view bytes) {
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     transmitLocked(lines, u32Port, bytes);
 }
 
 bool isTtyOpen(unsigned int u32Port) {
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     return isOpen(lines, u32Port);
 }
@@ -448,7 +448,7 @@ void uart::type(unsigned int u32Connector, std::string_view bytes) {
     startSerialThread();
     int s32Terminal = -1;
     {
-        Lines& lines = theLines();
+        Lines& lines = serialLines();
         const std::lock_guard<std::mutex> lock(lines.mutex);
         const int s32Far = lines.connectors[u32Connector].terminal.farEnd();
         s32Terminal = s32Far >= 0 ? fcntl(s32Far, F_DUPFD_CLOEXEC, 3) : -1;
@@ -473,21 +473,21 @@ void uart::type(unsigned int u32Connector, std::string_view bytes) {
 
 std::string uart::sent(unsigned int u32Connector) {
     requireNumber(u32Connector, kPorts);
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     return lines.connectors[u32Connector].strSent;
 }
 
 void uart::clearSent(unsigned int u32Connector) {
     requireNumber(u32Connector, kPorts);
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     lines.connectors[u32Connector].strSent.clear();
 }
 
 bool uart::isCrossed() {
     requireSet();
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     return isSwitchOn(lines);
 }
@@ -495,8 +495,8 @@ bool uart::isCrossed() {
 void uart::hangUp(unsigned int u32Port) {
     requireNumber(u32Port, kTtys);
     const HostPaths hostPaths;
-    Lines& lines = theLines();
-    const Halt halt(lines);
+    Lines& lines = serialLines();
+    const PausedThread halt(lines);
     makeTty(lines, u32Port);
     if (!lines.ttys[u32Port].terminal.exists()) {
         throw SetError("tty " + std::to_string(u32Port) + ": no pseudo-terminal to be had");
