@@ -176,7 +176,7 @@ HW_Result_t getAdvancedParameters(const State& state, const void*, void* pOutput
     return store(state.sound.advancedParameters.value_or(stNeverSet), pOutput);
 }
 
-// What is set on one path names that; all else is the chip's.
+// An attribute of one path names the path; all others are the chip's.
 using Set = HW_Result_t (*)(State& state, std::uint64_t u64Path, const void* pParam);
 using Get = HW_Result_t (*)(const State& state, const void* pInput, void* pOutput);
 

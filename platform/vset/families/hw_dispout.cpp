@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Display output: the panel and the chips beside it.
+// Display output: the panel and its companion chips.
 #include "hw3/hw_dispout.h"
 
 #include <algorithm>

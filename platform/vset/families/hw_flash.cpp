@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Flash: handles, and the files behind it.
+// Flash: its handles and its files.
 #include "hw_flash.h"
 
 #include <cstring>
@@ -95,7 +95,7 @@ using vset::flashModel;
 
 namespace {
 
-// What GetHandle and Open have in common.
+// Checks the parameters of GetHandle and Open.
 template <class Params>
 HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phFlash) {
     if (pstParams == nullptr || phFlash == nullptr || pstParams->u32FlashType > E_HW_FLASH_TYPE_EMMC) {

@@ -70,7 +70,7 @@ struct Chip {
     }
 };
 
-// What is on a bus at an address: bus in the high byte, slave address in the low byte.
+// The devices by bus (high byte) and slave address (low byte).
 using DeviceAddress = std::uint16_t;
 
 // The key of a handle is its bus.

@@ -79,7 +79,7 @@ public:
 
 protected:
     void powerOff(bool) override {
-        // First the handles: nobody registers from here on.
+        // Handles first, so that no client registers from here on.
         handles().closeAll();
         queue.cancelAll(HW_HANDLE_NONE);
     }
@@ -102,7 +102,7 @@ SarModel& model = *new SarModel;
 HW_Result_t KeyQueue::deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, unsigned char u8Key) {
     const std::vector<sar::Key> keys = model.keys();
     if (u8Key >= keys.size()) {
-        // The keypad has been configured anew since the key was pressed.
+        // The keypad has been configured again since the key was pressed.
         count(0, 1);
         return HW_OK;
     }
@@ -114,7 +114,7 @@ HW_Result_t KeyQueue::deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, uns
     });
     const HW_Result_t result = pfnCallback(hSar, E_HW_SAR_EVENT_KEYPAD_PRESS, &u8Code);
     model.changeChannel(sar::kKeypadChannel, [&](ChannelState& stChannel) {
-        // Unless somebody has put another voltage on the ladder meanwhile.
+        // Keeps a voltage that was put on the ladder meanwhile.
         if (stChannel.u8Value == keys[u8Key].u8Threshold) {
             stChannel.u8Value = u8Before;
         }
@@ -279,7 +279,7 @@ HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackPar
         }
         result = model.queue.unregisterCallback(hSar);
         if (result == HW_OK) {
-            // A key that nobody has seen is not one for the next to register.
+            // The next client to register does not get a key pressed before.
             model.queue.discardPending();
         }
         return result;

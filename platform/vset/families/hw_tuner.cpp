@@ -42,7 +42,7 @@ public:
     // Guards all of the below.
     std::mutex mutex;
     HW_U32 u32Slots = kSlots;
-    // Also those that the chip does not tell of: a program may have one open from before.
+    // Slots beyond the reported number count, too: a program may have opened one before.
     std::array<SlotState, tuner::kSlotLimit> slots;
 
     HW_U32 slotCount() {
@@ -88,7 +88,7 @@ HW_Result_t getText(const Texts& texts, HW_U32 u32Number, void* pOutput) {
     return HW_OK;
 }
 
-// What applying answers: not a status, its failure is 0.
+// The result of applying, which is no status: 0 is a failure.
 enum class Applied : HW_U32 { no, yes };
 
 Applied applyVif(SlotState& stSlot, HW_U32 u32Step) {

@@ -47,7 +47,7 @@ public:
 
 protected:
     void powerOff(bool bDetach) override {
-        // First the handles: nobody registers from here on.
+        // Handles first, so that no client registers from here on.
         handles().closeAll();
         for (UartReceiver& receiver : receivers) {
             receiver.cancelAll(HW_HANDLE_NONE);
