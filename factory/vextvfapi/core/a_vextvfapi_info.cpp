@@ -13,7 +13,8 @@
 #define FAPI_LOG_TAG "VexTvFApiInformation"
 #include "fapi_log.h"
 
-FAPI_DEFINE_MODULE_EVENTS(info)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_infoCallback, a_vextvfapi_info_reg_callback, a_vextvfapi_info_unreg_callback,
+                          a_vextvfapi_info_nty_event)
 
 int a_vextvfapi_info_init() {
     return 0;

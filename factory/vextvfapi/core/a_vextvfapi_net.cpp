@@ -13,7 +13,8 @@
 #define FAPI_LOG_TAG "VexTvFApiNetwork"
 #include "fapi_log.h"
 
-FAPI_DEFINE_MODULE_EVENTS(net)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_netCallback, a_vextvfapi_net_reg_callback, a_vextvfapi_net_unreg_callback,
+                          a_vextvfapi_net_nty_event)
 
 // Opening and closing have a failure of their own.
 static constexpr int kFailed = 255;

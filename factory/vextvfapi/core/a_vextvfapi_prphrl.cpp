@@ -12,7 +12,8 @@
 #include "hw3/hw_ir.h"
 #include "hw3/hw_sys.h"
 
-FAPI_DEFINE_MODULE_EVENTS(prphrl)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_prphrlCallback, a_vextvfapi_prphrl_reg_callback, a_vextvfapi_prphrl_unreg_callback,
+                          a_vextvfapi_prphrl_nty_event)
 
 unsigned char _u8HdmiPortNumber = 0;
 
