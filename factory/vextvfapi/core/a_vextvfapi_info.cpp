@@ -25,9 +25,10 @@ int a_vextvfapi_info_deinit() {
 }
 
 // `pszValue` is the middleware's text, null for a key without one.
-static int copyValue(const unsigned char* key, const char* pszValue, unsigned char* data, unsigned int size) {
+static int copyValue(const unsigned char* key, const char* pszValue, unsigned char* data, unsigned int size,
+                     const char* pszCaller = __builtin_FUNCTION()) {
     if (data == nullptr) {
-        FAPI_LOGE("DataBuf NULL\n\n");
+        FAPI_LOGE_AS(pszCaller, "DataBuf NULL\n\n");
         return -2;
     }
     std::memset(data, 0, size);
@@ -36,11 +37,11 @@ static int copyValue(const unsigned char* key, const char* pszValue, unsigned ch
     }
     const std::size_t length = std::strlen(pszValue);
     if (length >= size) {
-        FAPI_LOGE("Data overflow.\n\n");
+        FAPI_LOGE_AS(pszCaller, "Data overflow.\n\n");
         return -1;
     }
     std::memcpy(data, pszValue, length);  // NOLINT(bugprone-not-null-terminated-result): the caller gets no NUL
-    FAPI_LOGD("%s = %s\n\n", key, data);
+    FAPI_LOGD_AS(pszCaller, "%s = %s\n\n", key, data);
     return 0;
 }
 

@@ -20,15 +20,15 @@ unsigned char _u8HdmiPortNumber = 0;
 // How many ports the module can serve.
 static constexpr unsigned int kHdmiPortMax = 4;
 
-void _a_vextvfapi_prphrl_raise_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object) {
+void raiseEvent(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object) {
     const fapi_core::VexTvFApiEventCommonObject empty;
     a_vextvfapi_prphrl_nty_event(event, object, empty, empty, empty);
 }
 
-void _a_vextvfapi_prphrl_raise_event(unsigned int event, int value) {
+void raiseEvent(unsigned int event, int value) {
     fapi_core::VexTvFApiEventCommonObject object;
     object.value = value;
-    _a_vextvfapi_prphrl_raise_event(event, object);
+    raiseEvent(event, object);
 }
 
 int a_vextvfapi_prphrl_init() {
