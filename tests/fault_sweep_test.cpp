@@ -280,8 +280,8 @@ void expectNamesOfOperations(const std::string& strLog) {
 }
 
 TEST_P(FaultSweepOf, LeavesNothingBehind) {
-    test::switchLog(true);
     testing::internal::CaptureStdout();
+    test::switchLog(true);
     sweepModule();
     std::fflush(stdout);
     expectNamesOfOperations(testing::internal::GetCapturedStdout());

@@ -95,7 +95,7 @@ int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char
         FAPI_LOGE("close config file failed\n\n");
         return -1;
     }
-    // The middleware has written the file; the line may cut the power as soon as this returns.
+    // What the middleware has written is on the medium before this returns.
     sync();
     FAPI_LOGD("close config file ok\n\n");
     return 0;

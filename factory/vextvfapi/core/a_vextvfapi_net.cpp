@@ -87,7 +87,7 @@ int a_vextvfapi_net_close() {
     return 0;
 }
 
-// The line watches these operations at level E, successes included.
+// Contract: these operations log at level E, successes included.
 
 static bool openForChange(const char* name, const char* pszCaller = __builtin_FUNCTION()) {
     if (a_vextvfapi_net_open(name) != 0) {

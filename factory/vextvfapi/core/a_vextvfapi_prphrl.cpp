@@ -93,7 +93,7 @@ int _a_vextvfapi_prphrl_extin_Init() {
     return bFailed ? -1 : 0;
 }
 
-// The module never has a remote-control handle. Hosts call these all the same and expect the failure.
+// The module never has a remote-control handle. Contract: these operations exist, and fail.
 
 int a_vextvfapi_prphrl_enable_ir_block_key(unsigned char bEnable) {
     FAPI_LOGE("bEnable: %d\n\n", bEnable);

@@ -9,7 +9,7 @@
 #include "fapi_log.h"
 #include "hw3/hw_cec.h"
 
-// What the host asked for last. Nothing here reads it; it tells whoever looks into a set that hangs.
+// What the host asked for last. Nothing here reads it.
 static std::atomic<unsigned char> bCecEnable{0};
 
 namespace {

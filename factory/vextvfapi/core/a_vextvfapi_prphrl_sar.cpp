@@ -148,7 +148,7 @@ static bool readKeypadConfig(const unsigned char* pu8BoardPath, const char* pszC
         FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
-    // The labels are swapped; what reads the log knows them so.
+    // Contract: the labels are swapped.
     FAPI_LOGD_AS(pszCaller, "u8LoBnd=0x%x\n\n", stKeypadConfig.u8SecondBound);
     FAPI_LOGD_AS(pszCaller, "u8UpBnd=0x%x\n\n", stKeypadConfig.u8FirstBound);
     FAPI_LOGD_AS(pszCaller, "u8KeyLevelNum=0x%x\n\n", stKeypadConfig.u8KeyLevelNum);
@@ -223,7 +223,7 @@ unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int eve
     if (bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
         HW_U32 u32Value = kAdcFailed;
         if (HW_SAR_AdcGetValue(hConverter, &u32Value) != HW_OK) {
-            // Shown whatever the debug switch says: stations watch for it.
+            // Contract: shown whatever the debug switch says.
             std::puts("[SAR_Demo] HW_SAR_AdcGetValue fail");
         }
         FAPI_LOGI("[SAR ADC] get adc value = %x\n\n", u32Value);

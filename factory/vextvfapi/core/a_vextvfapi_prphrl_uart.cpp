@@ -193,7 +193,7 @@ int a_vextvfapi_prphrl_write_factory_uart(const unsigned char* data, unsigned in
 int a_vextvfapi_prphrl_switch_to_ttys1(bool enable) {
     const int s32Fd = open("/sys/kernel/uart/uart_switch", O_RDWR);
     if (s32Fd < 0) {
-        // Hosts know the failure by either value.
+        // Contract: the value depends on the debug switch.
         const int s32Printed = FAPI_LOG("E", "[STD UART] open /sys/kernel/uart/uart_switch fail\n\n");
         return s32Printed != 0 ? s32Printed : s32Fd;
     }

@@ -82,7 +82,7 @@ static void sendRecord(int s32Fd, int s32DaemonCommand, const char* param,
     }
 }
 
-// 0, also when the daemon hangs up without an answer: one whose command ends it cannot give any.
+// Returns 0 also when the daemon hangs up without an answer: contract.
 static int readStatus(int s32Fd, int cmd, const char* pszCaller = __builtin_FUNCTION()) {
     std::int32_t s32DaemonStatus = 0;
     if (read(s32Fd, &s32DaemonStatus, sizeof(s32DaemonStatus)) < 1) {

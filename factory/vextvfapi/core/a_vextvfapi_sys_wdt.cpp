@@ -36,7 +36,7 @@ int _a_vextvfapi_sys_get_wdt_handle() {
     return obtainWdt();
 }
 
-// A failed reading acknowledges, too: better once too often than a set that is taken for one that hangs.
+// Acknowledges after a failed reading, too: contract.
 static void acknowledgeReboot(const char* pszCaller = __builtin_FUNCTION()) {
     HW_U32 u32Word = kUnread;
     HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_REBOOT_BY_WDT, nullptr, &u32Word);

@@ -19,8 +19,8 @@ const unsigned char* find(const unsigned char* pu8Bytes, const unsigned char* pu
     return pFound != nullptr ? static_cast<const unsigned char*>(pFound) : pu8End;
 }
 
-// The next CR or LF. Either is looked for from where it was found last, not from each message on: most stations send
-// only one of the two, and the search for the other would go over all that follows with every message.
+// The next CR or LF. Either is looked for from where it was found last, not from each message on: where only one of the
+// two is sent, the search for the other would go over all that follows with every message.
 class LineEnds {
 public:
     explicit LineEnds(const unsigned char* pu8End) : _pu8End(pu8End) {}
