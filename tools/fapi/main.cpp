@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "env_commands.h"
 #include "output.h"
 #include "partition_commands.h"
 #include "plan.h"
@@ -88,6 +89,7 @@ public:
         addOperations();
         addSet();
         addPartition();
+        addEnvCommands(_app, _options, _action);
         addWatch();
         addScreen();
         addPlans();
