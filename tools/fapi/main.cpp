@@ -13,6 +13,7 @@
 #include "reference.h"
 #include "run_history.h"
 #include "screen.h"
+#include "service_commands.h"
 #include "shell.h"
 #include "vset/vset.h"
 #include "watch.h"
@@ -188,6 +189,7 @@ private:
         addSetAction(set, "path", "Print the set's folder", printSetPath);
         addSetAction(set, "power-cycle", "Switch the set off and on", powerCycleSet);
         addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
+        addServiceCommands(*set, _options, _action);
         addSetAction(set, "ports", "Show where terminal programs can be connected while the set is on", showPorts);
         for (const Hand& hand : hands()) {
             const auto isHand = [&hand](const CLI::App* command) { return command->get_name() == hand.name; };
