@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -18,12 +19,6 @@ namespace {
 
 [[noreturn]] void failWith(const std::string& file) {
     throw std::runtime_error(file + ": " + std::strerror(errno));
-}
-
-void syncFolderOf(const std::string& file) {
-    const std::string folder = file.substr(0, file.rfind('/') + 1);
-    const OpenFile open(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
-    fsync(open.get());
 }
 
 }  // namespace
@@ -73,6 +68,12 @@ FolderLock::FolderLock(const std::string& folder) : _open(folder, O_RDONLY | O_D
     }
 }
 
+void syncFolderOf(const std::string& file) {
+    const std::string folder = file.substr(0, file.rfind('/') + 1);
+    const OpenFile open(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
+    fsync(open.get());
+}
+
 void replaceFile(const std::string& file, const std::string& text) {
     const vset::HostPaths hostPaths;
     const std::string next = file + ".new";
@@ -87,6 +88,19 @@ void replaceFile(const std::string& file, const std::string& text) {
         throw;
     }
     syncFolderOf(file);
+}
+
+void keepFile(const std::string& file, const std::string& as) {
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    std::filesystem::create_hard_link(file, as, error);
+    if (error) {
+        std::filesystem::copy_file(file, as, error);
+    }
+    if (error) {
+        throw std::runtime_error(as + ": " + error.message());
+    }
+    syncFolderOf(as);
 }
 
 }  // namespace tool

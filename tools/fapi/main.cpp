@@ -6,12 +6,14 @@
 
 #include <CLI/CLI.hpp>
 
+#include "env_commands.h"
 #include "output.h"
 #include "partition_commands.h"
 #include "plan.h"
 #include "reference.h"
 #include "run_history.h"
 #include "screen.h"
+#include "service_commands.h"
 #include "shell.h"
 #include "vset/vset.h"
 #include "watch.h"
@@ -88,6 +90,7 @@ public:
         addOperations();
         addSet();
         addPartition();
+        addEnvCommands(_app, _options, _action);
         addWatch();
         addScreen();
         addPlans();
@@ -186,6 +189,7 @@ private:
         addSetAction(set, "path", "Print the set's folder", printSetPath);
         addSetAction(set, "power-cycle", "Switch the set off and on", powerCycleSet);
         addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
+        addServiceCommands(*set, _options, _action);
         addSetAction(set, "ports", "Show where terminal programs can be connected while the set is on", showPorts);
         for (const Hand& hand : hands()) {
             const auto isHand = [&hand](const CLI::App* command) { return command->get_name() == hand.name; };

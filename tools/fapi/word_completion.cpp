@@ -7,6 +7,8 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include "env_commands.h"
+#include "env_store.h"
 #include "event_log.h"
 #include "session.h"
 #include "shell.h"
@@ -144,6 +146,12 @@ std::vector<std::string> commandNames(const CLI::App& command) {
     return names;
 }
 
+// The flash type that the line names.
+std::string flashOf(const Words& words) {
+    const auto found = std::find(words.begin(), words.end(), "--flash");
+    return found != words.end() && found + 1 != words.end() ? *(found + 1) : kFlashTypes[0];
+}
+
 // What an option or argument of that name takes on the command line; the words of operations and hands are no
 // matter of this.
 std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line) {
@@ -161,6 +169,12 @@ std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line
     }
     if (name == "SHELL") {
         return {"bash", "zsh"};
+    }
+    if (name == "FLASH") {
+        return {std::begin(kFlashTypes), std::end(kFlashTypes)};
+    }
+    if (name == "VARIABLE") {
+        return variableNames(line.folder, flashOf(line.words));
     }
     if (name == "--module") {
         return eventModules();

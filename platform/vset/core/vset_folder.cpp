@@ -24,7 +24,6 @@ namespace vset {
 namespace {
 
 constexpr int kFormat = 1;
-constexpr char kConfigFile[] = "/set.json";
 
 struct Loaded {
     std::mutex mutex;
@@ -214,6 +213,8 @@ SetConfig parseConfig(const Json& json, const std::string& strFile, std::vector<
     return stConfig;
 }
 
+}  // namespace
+
 SetConfig readConfig(const std::string& strFolder, std::vector<std::string>& problems) {
     const std::string strFile = strFolder + kConfigFile;
     const std::vector<unsigned char> bytes = readFile(strFile);
@@ -277,6 +278,8 @@ bool isSet(const std::string& strFolder) {
     return fs::exists(strFolder + kConfigFile, error);
 }
 
+namespace {
+
 // What may lie in a folder that a set is to be made in.
 bool isEmpty(const std::string& strFolder) {
     std::error_code error;
@@ -288,27 +291,6 @@ bool isEmpty(const std::string& strFolder) {
         throw SetError(strFolder + ": " + error.message());
     }
     return entries == fs::directory_iterator();
-}
-
-void checkSize(const std::string& strFile, std::uint64_t u64Wanted, std::vector<std::string>& problems) {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(strFile, error);
-    if (!error && size != u64Wanted) {
-        problems.push_back(strFile + ": has " + std::to_string(size) + " bytes instead of " +
-                           std::to_string(u64Wanted));
-    }
-}
-
-void checkEnvironment(const std::string& strFile, std::vector<std::string>& problems) {
-    std::error_code error;
-    if (!fs::exists(strFile, error)) {
-        return;
-    }
-    const std::size_t before = problems.size();
-    checkSize(strFile, HW_FLASH_ENV_IMAGE_SIZE, problems);
-    if (problems.size() == before && !isEnvironmentValid(readFile(strFile).data())) {
-        problems.push_back(strFile + ": wrong checksum");
-    }
 }
 
 }  // namespace
@@ -336,6 +318,15 @@ std::string makeFolderIfMissing(const std::string& strFolder) {
     return strAbsolute;
 }
 
+void makeTree(const std::string& strFolder) {
+    for (const DefaultFolder& stDefault : kDefaultFolders) {
+        makeFolder(strFolder + "/tree" + stDefault.pszPath);
+    }
+    for (const DefaultFile& stDefault : kDefaultFiles) {
+        replaceFile(strFolder + "/tree" + stDefault.pszPath, stDefault.content.data(), stDefault.content.size());
+    }
+}
+
 void create(const std::string& strFolder) {
     const HostPaths hostPaths;
     if (isSet(strFolder)) {
@@ -346,32 +337,11 @@ void create(const std::string& strFolder) {
     }
     makeFolder(strFolder + "/env");
     makeFolder(strFolder + "/partitions");
-    for (const DefaultFolder& stDefault : kDefaultFolders) {
-        makeFolder(strFolder + "/tree" + stDefault.pszPath);
-    }
-    for (const DefaultFile& stDefault : kDefaultFiles) {
-        replaceFile(strFolder + "/tree" + stDefault.pszPath, stDefault.content.data(), stDefault.content.size());
-    }
+    makeTree(strFolder);
     const std::vector<unsigned char> environment = makeEnvironment(kDefaultEnvironment);
     replaceFile(environmentFileIn(strFolder, E_HW_FLASH_TYPE_EMMC), environment.data(), environment.size());
     // Last: the folder is a set from here on.
     writeConfig(strFolder, defaultSetConfig());
-}
-
-std::vector<std::string> check(const std::string& strFolder) {
-    const HostPaths hostPaths;
-    if (!isSet(strFolder)) {
-        throw SetError(strFolder + ": is no set");
-    }
-    std::vector<std::string> problems;
-    const SetConfig stConfig = readConfig(strFolder, problems);
-    for (const HW_U32 u32Type : {E_HW_FLASH_TYPE_SPI_NOR, E_HW_FLASH_TYPE_NAND, E_HW_FLASH_TYPE_EMMC}) {
-        checkEnvironment(environmentFileIn(strFolder, u32Type), problems);
-    }
-    for (const auto& [strName, u64Size] : stConfig.partitions) {
-        checkSize(partitionFileIn(strFolder, strName), u64Size, problems);
-    }
-    return problems;
 }
 
 void loadFolder(const std::string& strFolder) {

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "vset_call.h"
@@ -31,6 +32,14 @@ Power& powerState() {
     return power;
 }
 
+// Whether the file is still the one at the path, and not one of a folder that has been replaced.
+bool isAt(int s32Fd, const std::string& strPath) {
+    struct stat stOpen = {};
+    struct stat stThere = {};
+    return fstat(s32Fd, &stOpen) == 0 && stat(strPath.c_str(), &stThere) == 0 && stOpen.st_ino == stThere.st_ino &&
+           stOpen.st_dev == stThere.st_dev;
+}
+
 // The descriptor that holds the folder for this process.
 int lockFolder(const std::string& strFolder) {
     const std::string strLock = strFolder + "/lock";
@@ -49,6 +58,10 @@ int lockFolder(const std::string& strFolder) {
         const ssize_t length = pread(s32Lock, acOwner, sizeof(acOwner) - 1, 0);
         close(s32Lock);
         throw SetError(strFolder + ": in use by process " + (length > 0 ? acOwner : "(unknown)"));
+    }
+    if (!isAt(s32Lock, strLock)) {
+        close(s32Lock);
+        return lockFolder(strFolder);
     }
     const std::string strOwner = std::to_string(getpid());
     if (ftruncate(s32Lock, 0) != 0 || pwrite(s32Lock, strOwner.data(), strOwner.size(), 0) < 0) {
@@ -102,6 +115,16 @@ void attachLocked(Power& power, const std::string& strFolder) {
 }
 
 }  // namespace
+
+Hold::Hold(const std::string& strFolder)
+    : _s32Lock([&] {
+          const HostPaths hostPaths;
+          return lockFolder(absoluteFolder(strFolder));
+      }()) {}
+
+Hold::~Hold() {
+    close(_s32Lock);
+}
 
 FamilyModel::FamilyModel(FamilyId eFamily, const char* pszFamily) : _handles(eFamily, pszFamily) {
     powerState().families.push_back(this);

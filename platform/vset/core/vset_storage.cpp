@@ -137,4 +137,25 @@ void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size) {
     replaceBy(strFile, [&](int s32Fd, const std::string& strNew) { writeBlank(s32Fd, strNew, u64Size, 0); });
 }
 
+void replaceFileResized(const std::string& strFile, std::uint64_t u64Size) {
+    replaceBy(strFile, [&](int s32Fd, const std::string& strNew) {
+        const Descriptor old(strFile, O_RDONLY);
+        unsigned char au8Block[kBlock];
+        std::uint64_t u64Done = 0;
+        while (u64Done < u64Size) {
+            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, u64Size - u64Done));
+            const ssize_t length = read(old.get(), au8Block, wanted);
+            if (length < 0) {
+                fail(strFile);
+            }
+            if (length == 0) {
+                break;
+            }
+            writeBlocks(s32Fd, strNew, au8Block, static_cast<std::size_t>(length), u64Done);
+            u64Done += static_cast<std::uint64_t>(length);
+        }
+        writeBlank(s32Fd, strNew, u64Size - u64Done, u64Done);
+    });
+}
+
 }  // namespace vset

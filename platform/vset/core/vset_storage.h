@@ -20,6 +20,9 @@ void replaceFile(const std::string& strFile, const void* pData, std::size_t size
 // The same with `u64Size` bytes of 0xFF, as flash is after erasing.
 void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size);
 
+// The same with what the file holds, cut or filled up with 0xFF to `u64Size` bytes.
+void replaceFileResized(const std::string& strFile, std::uint64_t u64Size);
+
 // Writes in place, block by block. Throws SetError.
 void writeBlocks(int s32Fd, const std::string& strFile, const void* pData, std::size_t size, std::uint64_t u64Offset);
 void writeBlank(int s32Fd, const std::string& strFile, std::uint64_t u64Size, std::uint64_t u64Offset);

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -30,6 +31,31 @@ VSET_API void create(const std::string& strFolder);
 // What is damaged in a set's folder: one line each, naming the file. Changes nothing. Throws SetError when
 // `strFolder` is no set at all.
 VSET_API std::vector<std::string> check(const std::string& strFolder);
+
+// How something in a set's folder is made whole.
+struct Repair {
+    std::string strFile;              // below the folder: "env/emmc.img"
+    std::vector<std::string> damage;  // as check() tells it
+    std::string strRemedy;            // "the environment of a new set"
+    // Puts it into the damaged file's place; what has a link to that keeps it. Throws SetError.
+    std::function<void()> mend;
+};
+
+// What there is to be mended in a set's folder, none of which is done yet. Also when set.json itself is missing or is
+// rubbish. Throws SetError when `strFolder` has nothing of a set.
+VSET_API std::vector<Repair> repairs(const std::string& strFolder);
+
+// While one lives, nobody switches the set in this folder on, this process included. Throws SetError when somebody has.
+class VSET_API Hold {
+public:
+    explicit Hold(const std::string& strFolder);
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+private:
+    const int _s32Lock;
+};
 
 // Takes the set in `strFolder`, made on first use, and switches it on. A set belongs to one process at a time.
 // A process that never calls this gets the set of defaultFolder() with its first middleware call. Throws SetError.
