@@ -199,7 +199,7 @@ TEST_F(PanelCli, APictureThatCannotBeHadIsAFailure) {
         {{file(), "--what", "surface:1"}, 1, "fapi: "},
         {{file(), "--what", "capture"}, 1, "nothing has been captured"},
         {{"/no/such/folder/f.png"}, 1, "/no/such/folder/f.png: cannot be written: No such file or directory"},
-        {{"/dev/full"}, 1, "/dev/full: cannot be written: No space left on device"},
+        {{"/dev/full"}, 1, "the disk is full: /dev/full"},
     };
     for (const auto& row : rows) {
         std::vector<std::string> words = {"screen"};

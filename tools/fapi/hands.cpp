@@ -34,6 +34,7 @@ void writeFile(const std::string& path, const Bytes& bytes) {
     std::ofstream file(host, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (!file.flush()) {
+        vset::noteHostTrouble(host, errno);
         throw vset::SetError(path + ": cannot be written");
     }
 }

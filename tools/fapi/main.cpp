@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // fapi, the bench tool: the command line.
 #include <algorithm>
+#include <csignal>
 #include <functional>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
 
+#include "clean_command.h"
 #include "env_commands.h"
 #include "output.h"
 #include "partition_commands.h"
@@ -25,7 +27,8 @@ using namespace tool;
 
 constexpr char kFooter[] =
     "Exit codes: 0 done; 1 the operation or plan failed; 2 a wrong word or a broken plan, nothing was called;\n"
-    "3 the set cannot be had or is damaged, nothing was called; 4 interrupted or declined.\n"
+    "3 the set cannot be had or is damaged, or the PC could not store what the set or a report needs;\n"
+    "4 interrupted or declined.\n"
     "Data go to standard output, messages and the library's log to standard error.";
 
 int callOperation(const GlobalOptions& options, const Words& words, bool noInit, const std::string& output) {
@@ -95,6 +98,7 @@ public:
         addScreen();
         addPlans();
         addHistory();
+        addClean();
         addTexts();
     }
 
@@ -339,6 +343,15 @@ private:
         });
     }
 
+    void addClean() {
+        CLI::App* command =
+            _app.add_subcommand("clean", "Remove what runs have left: temporary sets, forgotten reports");
+        command->add_option("--report", _clean.report, "Folder of the reports")->type_name("DIR");
+        command->add_flag("--dry-run", _clean.dryRun, "Only list what would be removed");
+        command->add_flag("--all", _clean.all, "Also the newest sets, and runs that could be resumed");
+        command->callback([this] { _action = [this] { return clean(_options, _clean); }; });
+    }
+
     // What shells and the folder of documents take from here.
     void addTexts() {
         _app.add_subcommand("reference", "Print the reference of all operations, as Markdown")->callback([this] {
@@ -379,6 +392,7 @@ private:
     ScreenOptions _screen;
     RunOptions _run;
     HistoryOptions _history;
+    CleanOptions _clean;
 };
 
 // Known also when the command line is wrong.
@@ -392,9 +406,15 @@ bool wantsJson(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     separateOutputs();
+    // A limit to the size of files is the error of a write, as a full disk is.
+    std::signal(SIGXFSZ, SIG_IGN);
     const bool json = wantsJson(argc, argv);
     try {
-        const int code = CommandLine(argv).run(argc, argv);
+        int code = CommandLine(argv).run(argc, argv);
+        // They have been told where they came up.
+        if (!vset::takeHostTroubles().empty() && code != kExitInterrupted) {
+            code = kExitSet;
+        }
         if (isOutputWritten()) {
             return code;
         }

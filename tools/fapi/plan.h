@@ -173,7 +173,8 @@ Command commandWithAnyValues(const Words& words);
 
 // --- What happened ---------------------------------------------------------------------------------------------------
 
-enum class Verdict { passed, marginal, failed, died, interrupted, notRun };
+// In the order of their weight. `error` is one of the station: what the set would have done is not known.
+enum class Verdict { passed, marginal, failed, error, died, interrupted, notRun };
 const char* verdictName(Verdict verdict);
 // What a plan's verdict is called where it is to be read from afar: "PASS".
 const char* verdictWord(Verdict verdict);

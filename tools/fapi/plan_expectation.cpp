@@ -9,7 +9,8 @@ namespace tool {
 
 namespace {
 
-constexpr std::array<const char*, 6> kVerdicts = {"passed", "marginal", "failed", "died", "interrupted", "not run"};
+constexpr std::array<const char*, 7> kVerdicts = {"passed", "marginal",    "failed", "error",
+                                                  "died",   "interrupted", "not run"};
 
 Condition parseOutputCondition(const Words& words) {
     if (words.size() < 3) {
@@ -56,6 +57,8 @@ const char* verdictWord(Verdict verdict) {
             return "MARGINAL";
         case Verdict::interrupted:
             return "INTERRUPTED";
+        case Verdict::error:
+            return "ERROR";
         default:
             return "FAIL";
     }

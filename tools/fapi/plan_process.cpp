@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "armed_faults.h"
+#include "durable_file.h"
 #include "picture.h"
 #include "plan_data.h"
 #include "plan_event.h"
@@ -64,9 +65,10 @@ public:
         send(Record{RecordKind::done, _position, 0, std::to_string(vset::bootCount()), {}, nullptr});
     }
 
+    // A disk that is full is no fault of the set.
     void refuse(const std::string& text) {
-        Record record{RecordKind::refused, _position, 0, text, {}, nullptr};
-        send(record);
+        _position.judgement = {vset::takeHostTroubles().empty() ? Verdict::failed : Verdict::error, text};
+        send(RecordKind::refused);
     }
 
 private:
@@ -178,8 +180,12 @@ private:
         const vset::Picture taken = picture.source.take();
         if (!_report.empty()) {
             const std::string file = _report + "-" + picture.name + ".png";
-            writePng(taken, file);
-            json["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            try {
+                writePng(taken, file);
+                json["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            } catch (const FileError& error) {
+                json["note"] = "picture " + picture.name + " is not stored: " + error.what();
+            }
         }
     }
 
@@ -206,6 +212,7 @@ private:
                 record.command["expectations"] = Json::array();
             }
             judgeOutcome(line, command, outcome);
+            judgeHost(line);
             _faults.count();
             followUp(line, command, outcome, record, number);
         } catch (const UsageError& error) {
@@ -236,6 +243,13 @@ private:
         worsen({Verdict::failed, command.text() + " answered " + std::to_string(outcome.status) + " (" +
                                      command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "")},
                line.line);
+    }
+
+    // Whatever was answered and expected: with storage of its own the set might have done otherwise.
+    void judgeHost(const PlanLine& line) {
+        for (const std::string& trouble : vset::takeHostTroubles()) {
+            worsen({Verdict::error, trouble}, line.line);
+        }
     }
 
     // Expectations and keeps, in the order in which they are written.

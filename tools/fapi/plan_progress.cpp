@@ -17,9 +17,9 @@ constexpr std::size_t kWidestName = 60;
 constexpr std::size_t kRest = kNarrow;
 
 const char* colour(Verdict verdict) {
-    return verdict == Verdict::passed                               ? "\033[32m"
-           : verdict == Verdict::failed || verdict == Verdict::died ? "\033[31m"
-                                                                    : "\033[33m";
+    return verdict == Verdict::passed                                                            ? "\033[32m"
+           : verdict == Verdict::failed || verdict == Verdict::error || verdict == Verdict::died ? "\033[31m"
+                                                                                                 : "\033[33m";
 }
 
 std::string coloured(Verdict verdict, bool terminal) {
@@ -144,7 +144,8 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
     // Who died or was interrupted has failed.
     const std::size_t passed = result.count(Verdict::passed), marginal = result.count(Verdict::marginal);
     const std::size_t notRun = result.count(Verdict::notRun);
-    const std::size_t failed = result.steps.size() - passed - marginal - notRun;
+    const std::size_t errors = result.count(Verdict::error);
+    const std::size_t failed = result.steps.size() - passed - marginal - errors - notRun;
     if (_json) {
         printLine(jsonLine({{"plan", _plan.name},
                             {"good", result.isGood()},
@@ -152,15 +153,19 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
                             {"passed", passed},
                             {"marginal", marginal},
                             {"failed", failed},
+                            {"errors", errors},
                             {"not_run", notRun},
                             {"seconds", result.seconds},
                             {"faults", _plan.faults.size()},
+                            {"notes", result.notes()},
                             {"reports", reports}}));
         return;
     }
     char counts[160];
-    std::snprintf(counts, sizeof(counts), "%zu passed, %zu marginal, %zu failed, %zu not run in %.1f s", passed,
-                  marginal, failed, notRun, result.seconds);
+    std::snprintf(counts, sizeof(counts), "%zu passed, %zu marginal, %zu failed, %s%zu not run in %.1f s", passed,
+                  marginal, failed,
+                  errors != 0 ? (std::to_string(errors) + " with an error of the station, ").c_str() : "", notRun,
+                  result.seconds);
     std::string line = "plan \"" + printable(_plan.name) + "\"" + faultsText(_plan) + ": " + counts;
     for (const std::string& file : reports) {
         line += (&file == &reports.front() ? "; report: " : ", ") + file;

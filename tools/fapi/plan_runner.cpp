@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // `fapi run` and `fapi check`: from files to exit codes.
 #include <algorithm>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
+#include "fresh_set.h"
 #include "output.h"
 #include "plan_report.h"
 #include "plan_run.h"
@@ -19,40 +19,6 @@ namespace tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A new set in a temporary folder, which is removed unless it may be wanted for finding a fault.
-class FreshSet {
-public:
-    // Of a run that is resumed.
-    explicit FreshSet(std::string folder) : _folder(std::move(folder)), _kept(true) {}
-    FreshSet() : _folder((fs::temp_directory_path() / "fapi-set-XXXXXX").string()) {
-        const vset::HostPaths hostPaths;
-        if (mkdtemp(_folder.data()) == nullptr) {
-            throw vset::SetError(_folder + ": " + std::strerror(errno));
-        }
-    }
-    ~FreshSet() {
-        const vset::HostPaths hostPaths;
-        std::error_code error;
-        if (!_kept) {
-            fs::remove_all(_folder, error);
-        }
-    }
-    FreshSet(const FreshSet&) = delete;
-    FreshSet& operator=(const FreshSet&) = delete;
-
-    const std::string& folder() const { return _folder; }
-    void keep(bool kept) {
-        _kept = kept;
-        if (kept) {
-            std::fprintf(stderr, "fapi: the set is kept in %s\n", _folder.c_str());
-        }
-    }
-
-private:
-    std::string _folder;
-    bool _kept = false;
-};
 
 // "FILE:LINE:COLUMN: what is wrong" on standard error, as far as that is known; an object for programs, too.
 void complain(bool json, const std::string& file, const std::string& text, unsigned int line = 0,
@@ -218,19 +184,10 @@ void printDryRun(const Plan& plan, bool json) {
 }
 
 int exitCode(const PlanResult& result, const Interrupts& interrupts) {
-    return interrupts.count() != 0 ? kExitInterrupted : result.isGood() ? kExitGood : kExitFailed;
-}
-
-// False, and a message on standard error, when it fails.
-template <class Write>
-bool write(Write&& toFile) {
-    try {
-        toFile();
-        return true;
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "fapi: %s\n", error.what());
-        return false;
-    }
+    return interrupts.count() != 0             ? kExitInterrupted
+           : result.count(Verdict::error) != 0 ? kExitSet
+           : result.isGood()                   ? kExitGood
+                                               : kExitFailed;
 }
 
 // Runs of plans, in the order of the command line.
@@ -312,11 +269,8 @@ private:
         progress.finish(result);
         int code = exitCode(result, _interrupts);
         std::vector<std::string> files;
-        if (report != nullptr) {
-            const bool reported = write([&] { files = report->write(result); });
-            const bool noted =
-                write([&] { RunHistory(_folder).add(historyEntry(result, report->stem()), _options.keep); });
-            code = reported && noted ? code : std::max<int>(code, kExitSet);
+        if (report != nullptr && !writeReport(result, *report, files)) {
+            code = std::max<int>(code, kExitSet);
         }
         if (unfinished != nullptr && !result.cutShort) {
             unfinished->finish();
@@ -326,6 +280,21 @@ private:
         }
         progress.conclude(result, files);
         return code;
+    }
+
+    // False, and messages on standard error, when not all of it could be stored. `files` are those that are there.
+    bool writeReport(const PlanResult& result, ReportFiles& report, std::vector<std::string>& files) const {
+        std::vector<std::string> problems = result.notes();
+        files = report.write(result, problems);
+        try {
+            RunHistory(_folder).add(historyEntry(result, report.stem()), _options.keep);
+        } catch (const std::runtime_error& error) {
+            problems.emplace_back(error.what());
+        }
+        for (const std::string& problem : problems) {
+            std::fprintf(stderr, "fapi: %s\n", problem.c_str());
+        }
+        return problems.empty();
     }
 
     const RunOptions& _options;
@@ -379,8 +348,6 @@ int runPlans(const RunOptions& options) {
     if (options.resume && plans.size() != 1) {
         throw UsageError("--resume takes one plan");
     }
-    // A limit to the size of files is the error of a write, as a full disk is.
-    std::signal(SIGXFSZ, SIG_IGN);
     PlanRuns runs(options, plans);
     return options.resume ? runs.resume() : runs.repeat(times);
 }

@@ -7,9 +7,11 @@
 #include <filesystem>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include "durable_file.h"
 #include "report_text.h"
+#include "unfinished_run.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -92,6 +94,9 @@ std::optional<HistoryEntry> entryOf(const std::string& line) {
         entry.notRun = json.at("not_run").get<std::size_t>();
         entry.seconds = json.at("seconds").get<double>();
         entry.report = json.at("report").get<std::string>();
+        // Older lines have none of these two.
+        entry.errors = json.value("errors", std::size_t{0});
+        entry.pictures = json.value("pictures", std::vector<std::string>());
         entry.faults = json.at("faults").get<std::size_t>();
         for (const Json& step : json.at("steps")) {
             entry.steps.push_back(stepOf(step));
@@ -113,9 +118,11 @@ HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
     entry.passed = result.count(Verdict::passed);
     entry.marginal = result.count(Verdict::marginal);
     entry.notRun = result.count(Verdict::notRun);
-    entry.failed = result.steps.size() - entry.passed - entry.marginal - entry.notRun;
+    entry.errors = result.count(Verdict::error);
+    entry.failed = result.steps.size() - entry.passed - entry.marginal - entry.errors - entry.notRun;
     entry.seconds = result.seconds;
     entry.report = fs::path(report).filename().string();
+    entry.pictures = result.pictures();
     entry.faults = result.plan->faults.size();
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
@@ -126,11 +133,21 @@ HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
 }
 
 Json toJson(const HistoryEntry& entry) {
-    Json json = {
-        {"id", entry.id},           {"when", entry.when},       {"plan", entry.plan},         {"file", entry.file},
-        {"verdict", entry.verdict}, {"passed", entry.passed},   {"marginal", entry.marginal}, {"failed", entry.failed},
-        {"not_run", entry.notRun},  {"seconds", entry.seconds}, {"report", entry.report},     {"faults", entry.faults},
-        {"steps", Json::array()}};
+    Json json = {{"id", entry.id},
+                 {"when", entry.when},
+                 {"plan", entry.plan},
+                 {"file", entry.file},
+                 {"verdict", entry.verdict},
+                 {"passed", entry.passed},
+                 {"marginal", entry.marginal},
+                 {"failed", entry.failed},
+                 {"errors", entry.errors},
+                 {"not_run", entry.notRun},
+                 {"seconds", entry.seconds},
+                 {"report", entry.report},
+                 {"pictures", entry.pictures},
+                 {"faults", entry.faults},
+                 {"steps", Json::array()}};
     for (const HistoryStep& step : entry.steps) {
         json["steps"].push_back(toJson(step));
     }
@@ -142,18 +159,39 @@ RunHistory::RunHistory(const std::string& folder) : _file((fs::path(folder) / "h
 void RunHistory::add(HistoryEntry entry, std::size_t most) const {
     const FolderLock lock(fs::path(_file).parent_path().string());
     std::vector<std::string> all = lines();
+    const std::size_t before = all.size();
+    const std::size_t first = before + 1 - std::min(before + 1, most);
+    std::vector<HistoryEntry> forgotten;
+    std::set<std::string> kept = {entry.report};
     unsigned int last = 0;
-    for (const std::string& line : all) {
-        const std::optional<HistoryEntry> before = entryOf(line);
-        last = std::max(last, before ? before->id : 0);
+    for (std::size_t i = 0; i < before; ++i) {
+        if (std::optional<HistoryEntry> old = entryOf(all[i])) {
+            last = std::max(last, old->id);
+            i < first ? forgotten.push_back(std::move(*old)) : static_cast<void>(kept.insert(old->report));
+        }
     }
     entry.id = last + 1;
     all.push_back(jsonLine(toJson(entry)));
     std::string text;
-    for (std::size_t i = all.size() - std::min(all.size(), most); i < all.size(); ++i) {
+    for (std::size_t i = first; i < all.size(); ++i) {
         text += all[i] + '\n';
     }
     replaceFile(_file, text);
+    removeReports(forgotten, kept);
+}
+
+// A run that was resumed has the report of its beginning, and one that can be has it still to come.
+void RunHistory::removeReports(const std::vector<HistoryEntry>& forgotten, const std::set<std::string>& kept) const {
+    const vset::HostPaths hostPaths;
+    for (const HistoryEntry& entry : forgotten) {
+        const std::string stem = (fs::path(_file).parent_path() / fs::path(entry.report).filename()).string();
+        if (kept.count(entry.report) != 0 || access(UnfinishedRun::fileOf(stem).c_str(), F_OK) == 0) {
+            continue;
+        }
+        for (const std::string& file : filesOfReport(stem, entry.pictures)) {
+            unlink(file.c_str());
+        }
+    }
 }
 
 std::vector<HistoryEntry> RunHistory::entries() const {

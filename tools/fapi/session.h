@@ -15,7 +15,7 @@ enum Exit {
     kExitGood = 0,        // done; a plan passed
     kExitFailed = 1,      // the operation answered a failure; a plan failed
     kExitUsage = 2,       // a wrong word or a broken plan; nothing was called
-    kExitSet = 3,         // the set cannot be had or is damaged; nothing was called
+    kExitSet = 3,         // the set cannot be had or is damaged, or the PC could not store what was to be kept
     kExitInterrupted = 4  // the user stopped it, or declined the question
 };
 

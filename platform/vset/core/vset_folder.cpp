@@ -2,12 +2,18 @@
 // The set's folder: what survives a power cycle.
 #include "vset_folder.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <mutex>
 #include <regex>
+#include <set>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include "hw3/hw_flash.h"
@@ -280,17 +286,112 @@ bool isSet(const std::string& strFolder) {
 
 namespace {
 
-// What may lie in a folder that a set is to be made in.
-bool isEmpty(const std::string& strFolder) {
+// What the configuration is to become. It is the first file of a new set, and the name of the second one is the last.
+constexpr char kNextConfigFile[] = "/set.json.new";
+
+// Whether nothing lies in the folder but a set whose making was cut off: it has never been used, for there is no lock.
+bool isEmptyOrHalfMade(const std::string& strFolder) {
     std::error_code error;
-    if (!fs::exists(strFolder, error)) {
-        return true;
-    }
     const fs::directory_iterator entries(strFolder, error);
     if (error) {
         throw SetError(strFolder + ": " + error.message());
     }
-    return entries == fs::directory_iterator();
+    const bool bHalfMade = fs::exists(strFolder + kNextConfigFile, error);
+    return std::all_of(begin(entries), end(entries), [&](const fs::directory_entry& entry) {
+        static const std::set<std::string> kParts = {"env", "partitions", "set.json.new", "tree"};
+        return bHalfMade && kParts.count(entry.path().filename().string()) != 0;
+    });
+}
+
+// A folder in which a set is being made, by one process at a time. Unless the set becomes whole, everything is removed
+// that was made for it, and a folder that was there is empty again.
+class SetInMaking {
+public:
+    explicit SetInMaking(const std::string& strFolder) : _strFolder(strFolder) {
+        std::error_code error;
+        for (fs::path path = strFolder; !fs::exists(path, error) && path.has_relative_path();
+             path = path.parent_path()) {
+            _made.push_back(path);
+        }
+        try {
+            makeFolder(strFolder);
+            _s32Lock = ::open(strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            if (_s32Lock < 0 || flock(_s32Lock, LOCK_EX) != 0) {
+                throw SetError(strFolder + ": " + std::strerror(errno));
+            }
+            if (!isSet(strFolder) && !isEmptyOrHalfMade(strFolder)) {
+                throw SetError(strFolder + ": is neither a set nor empty");
+            }
+        } catch (...) {
+            giveUp();
+            throw;
+        }
+        _bOurs = !isSet(strFolder);
+    }
+    ~SetInMaking() { giveUp(); }
+    SetInMaking(const SetInMaking&) = delete;
+    SetInMaking& operator=(const SetInMaking&) = delete;
+
+    // Whether another process has made it meanwhile.
+    bool isMade() const { return !_bOurs; }
+    void keep() {
+        _bOurs = false;
+        _made.clear();
+    }
+
+private:
+    void giveUp() {
+        std::error_code error;
+        if (_bOurs) {
+            for (const fs::directory_entry& entry : fs::directory_iterator(_strFolder, error)) {
+                fs::remove_all(entry.path(), error);
+            }
+        }
+        // Others may have put something there meanwhile, which stays.
+        for (const fs::path& path : _made) {
+            rmdir(path.c_str());
+        }
+        if (_s32Lock >= 0) {
+            close(_s32Lock);
+        }
+    }
+
+    const std::string _strFolder;
+    std::vector<fs::path> _made;  // the innermost folder first
+    int _s32Lock = -1;
+    bool _bOurs = false;  // what lies in the folder
+};
+
+void fillNewSet(const std::string& strFolder) {
+    const std::string strNext = strFolder + kNextConfigFile;
+    const int s32Next = ::open(strNext.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (s32Next < 0) {
+        failWith(strNext);
+    }
+    close(s32Next);
+    makeFolder(strFolder + "/env");
+    makeFolder(strFolder + "/partitions");
+    makeTree(strFolder);
+    const std::vector<unsigned char> environment = makeEnvironment(kDefaultEnvironment);
+    replaceFile(environmentFileIn(strFolder, E_HW_FLASH_TYPE_EMMC), environment.data(), environment.size());
+    // Last: the folder is a set from here on.
+    writeConfig(strFolder, defaultSetConfig());
+}
+
+// False when another process has made it meanwhile.
+bool makeSet(const std::string& strFolder) {
+    SetInMaking making(strFolder);
+    if (making.isMade()) {
+        making.keep();
+        return false;
+    }
+    try {
+        fillNewSet(strFolder);
+    } catch (const SetError& error) {
+        throw SetError(strFolder + ": no set could be made: " + error.what());
+    }
+    making.keep();
+    return true;
 }
 
 }  // namespace
@@ -313,7 +414,7 @@ std::string absoluteFolder(const std::string& strFolder) {
 std::string makeFolderIfMissing(const std::string& strFolder) {
     std::string strAbsolute = absoluteFolder(strFolder);
     if (!isSet(strAbsolute)) {
-        create(strAbsolute);
+        makeSet(strAbsolute);
     }
     return strAbsolute;
 }
@@ -329,19 +430,9 @@ void makeTree(const std::string& strFolder) {
 
 void create(const std::string& strFolder) {
     const HostPaths hostPaths;
-    if (isSet(strFolder)) {
+    if (isSet(strFolder) || !makeSet(strFolder)) {
         throw SetError(strFolder + ": is a set already");
     }
-    if (!isEmpty(strFolder)) {
-        throw SetError(strFolder + ": is neither a set nor empty");
-    }
-    makeFolder(strFolder + "/env");
-    makeFolder(strFolder + "/partitions");
-    makeTree(strFolder);
-    const std::vector<unsigned char> environment = makeEnvironment(kDefaultEnvironment);
-    replaceFile(environmentFileIn(strFolder, E_HW_FLASH_TYPE_EMMC), environment.data(), environment.size());
-    // Last: the folder is a set from here on.
-    writeConfig(strFolder, defaultSetConfig());
 }
 
 void loadFolder(const std::string& strFolder) {

@@ -12,6 +12,7 @@
 #include "vset_family.h"
 #include "vset_folder.h"
 #include "vset_paths.h"
+#include "vset_storage.h"
 
 namespace vset {
 
@@ -45,7 +46,7 @@ int lockFolder(const std::string& strFolder) {
     const std::string strLock = strFolder + "/lock";
     const int s32Lock = ::open(strLock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     if (s32Lock < 0) {
-        throw SetError(strLock + ": " + std::strerror(errno));
+        failWith(strLock);
     }
     // Who only looks whether the set is in use holds the lock for a moment, too.
     int s32Locked = flock(s32Lock, LOCK_EX | LOCK_NB);
@@ -65,9 +66,10 @@ int lockFolder(const std::string& strFolder) {
     }
     const std::string strOwner = std::to_string(getpid());
     if (ftruncate(s32Lock, 0) != 0 || pwrite(s32Lock, strOwner.data(), strOwner.size(), 0) < 0) {
-        const std::string strReason = std::strerror(errno);
+        const int s32Error = errno;
         close(s32Lock);
-        throw SetError(strLock + ": " + strReason);
+        errno = s32Error;
+        failWith(strLock);
     }
     return s32Lock;
 }

@@ -10,6 +10,15 @@
 
 namespace vset {
 
+// Throws SetError for errno, and notes it as trouble of the host where it is.
+[[noreturn]] void failWith(const std::string& strFile);
+
+// Notes trouble with a file that nobody throws for, and says so on standard error.
+void tellHostTrouble(const std::string& strFile, int s32Error);
+
+// Tells that the host has no room for a file or folder at this path, if that is the set's. errno stays.
+void tellFullDisk(const char* pszPath);
+
 // The whole file. Throws SetError naming it.
 std::vector<unsigned char> readFile(const std::string& strFile);
 

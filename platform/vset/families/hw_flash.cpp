@@ -16,14 +16,10 @@ namespace vset {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& strFile) {
-    throw SetError(strFile + ": " + std::strerror(errno));
-}
-
 int openIfExists(const std::string& strFile, int s32Flags) {
     const int s32Fd = open(strFile.c_str(), s32Flags | O_CLOEXEC);
     if (s32Fd < 0 && errno != ENOENT) {
-        fail(strFile);
+        failWith(strFile);
     }
     return s32Fd;
 }
@@ -53,7 +49,7 @@ void FlashFile::read(void* pData, std::size_t size, std::uint64_t u64Offset) con
     while (size != 0) {
         const ssize_t length = pread(_s32Fd, pu8Data, size, static_cast<off_t>(u64Offset));
         if (length < 0) {
-            fail(_strFile);
+            failWith(_strFile);
         }
         if (length == 0) {
             throw DamagedFile(_strFile + ": ends early");

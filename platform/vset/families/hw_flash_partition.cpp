@@ -89,6 +89,7 @@ void resizeFile(const std::string& strFile, std::uint64_t u64Size) {
         fs::resize_file(strFile, std::min<std::uintmax_t>(oldSize, u64Size), error);
     }
     if (error) {
+        vset::noteHostTrouble(strFile, error.value());
         throw vset::SetError(strFile + ": " + error.message());
     }
     if (u64Size > oldSize) {

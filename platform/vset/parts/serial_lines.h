@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "vset_paths.h"
+#include "vset_storage.h"
 
 namespace vset {
 
@@ -29,7 +30,11 @@ template <class Result, class OpenIt>
 Result openServed(const char* pszPath, Result failure, const OpenIt& openIt) {
     const int s32Port = serialPortOf(pszPath);
     if (s32Port < 0) {
-        return openIt();
+        const Result result = openIt();
+        if (result == failure && errno == ENOSPC) {
+            tellFullDisk(pszPath);
+        }
+        return result;
     }
     const int s32Errno = errno;
     forgetUnreadOfTty(static_cast<unsigned int>(s32Port));

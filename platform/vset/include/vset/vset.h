@@ -71,6 +71,14 @@ VSET_API std::string folder();
 // $VSET_DIR, else vset below $XDG_STATE_HOME, else below ~/.local/state.
 VSET_API std::string defaultFolder();
 
+// What this PC could not store of the set since the last call of this function: one line each, naming the file. What a
+// middleware call answers when the PC's disk is full says nothing about a set with storage of its own.
+VSET_API std::vector<std::string> takeHostTroubles();
+
+// Adds to that, for a host program that writes into the set's tree by itself. An errno that is not one of a disk is the
+// set's own, and is passed over.
+VSET_API void noteHostTrouble(const std::string& strFile, int s32Error);
+
 // Where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves itself,
 // else the path unchanged.
 VSET_API std::string hostPath(const std::string& strPath);
