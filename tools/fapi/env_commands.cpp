@@ -83,7 +83,7 @@ int exitFor(const Environment& environment) {
 
 // --- Output ----------------------------------------------------------------------------------------------------------
 
-Json variablesJson(const Variables& variables) {
+Json variablesJson(const EnvVariables& variables) {
     Json json = Json::array();
     for (const auto& [name, value] : variables) {
         json.push_back({{"name", toJson(Value(name))}, {"value", toJson(Value(value))}});
@@ -112,7 +112,7 @@ void printChanges(const std::vector<EnvChange>& changes) {
     }
 }
 
-void printVariables(const Bench& bench, const Environment& environment, const Variables& shown) {
+void printVariables(const Bench& bench, const Environment& environment, const EnvVariables& shown) {
     if (bench.options.json) {
         printLine(jsonLine(
             {{"flash", bench.store.flash()}, {"damage", environment.damage}, {"variables", variablesJson(shown)}}));
@@ -178,12 +178,12 @@ int writeImage(const Bench& bench, const Environment& before, const std::string&
     return kExitGood;
 }
 
-int writeVariables(const Bench& bench, const Environment& before, const Variables& variables) {
+int writeVariables(const Bench& bench, const Environment& before, const EnvVariables& variables) {
     return writeImage(bench, before, makeEnvImage(variables));
 }
 
-Variables parseAssignments(const Words& words) {
-    Variables variables;
+EnvVariables parseAssignments(const Words& words) {
+    EnvVariables variables;
     for (const std::string& word : words) {
         const std::size_t equals = word.find('=');
         if (equals == std::string::npos) {
@@ -199,7 +199,7 @@ Variables parseAssignments(const Words& words) {
     return variables;
 }
 
-Variables readVariables(const std::string& file) {
+EnvVariables readVariables(const std::string& file) {
     const Bytes bytes = parseBytes("file:" + file);
     return parseVariables(std::string(bytes.begin(), bytes.end()), file);
 }
@@ -237,7 +237,7 @@ int listEnv(const Bench& bench) {
     for (const std::string& remark : environment.remarks) {
         note(bench, remark);
     }
-    Variables shown;
+    EnvVariables shown;
     std::copy_if(environment.variables.begin(), environment.variables.end(), std::back_inserter(shown),
                  [&](const auto& variable) { return variable.first.find(pattern) != std::string::npos; });
     printVariables(bench, environment, shown);
@@ -246,7 +246,7 @@ int listEnv(const Bench& bench) {
 
 int getEnv(const Bench& bench) {
     const Environment environment = look(bench);
-    Variables shown;
+    EnvVariables shown;
     bool all = true;
     std::vector<std::string> names;
     for (const auto& [name, value] : environment.variables) {
@@ -267,9 +267,9 @@ int getEnv(const Bench& bench) {
 }
 
 int setEnv(const Bench& bench) {
-    const Variables wanted = parseAssignments(bench.wanted.words);
+    const EnvVariables wanted = parseAssignments(bench.wanted.words);
     const Environment before = lookAtWhole(bench);
-    Variables variables = before.variables;
+    EnvVariables variables = before.variables;
     for (const auto& [name, value] : wanted) {
         setVariable(variables, name, value);
     }
@@ -278,7 +278,7 @@ int setEnv(const Bench& bench) {
 
 int unsetEnv(const Bench& bench) {
     const Environment before = lookAtWhole(bench);
-    Variables variables = before.variables;
+    EnvVariables variables = before.variables;
     for (const std::string& name : bench.wanted.words) {
         if (!removeVariable(variables, name)) {
             throw Refusal("has no variable " + escapeText(name) + ", nothing is written");
@@ -291,7 +291,7 @@ int diffEnv(const Bench& bench) {
     if (bench.wanted.previous != bench.wanted.file.empty()) {
         throw UsageError("diff: expected either FILE or --previous");
     }
-    const Variables before =
+    const EnvVariables before =
         bench.wanted.previous ? parseEnvImage(imageBefore(bench, 1).image).variables : readVariables(bench.wanted.file);
     const std::vector<EnvChange> changes = changesBetween(before, lookAtWhole(bench).variables);
     if (bench.options.json) {
@@ -321,12 +321,12 @@ int exportEnv(const Bench& bench) {
 }
 
 int importEnv(const Bench& bench) {
-    const Variables imported = readVariables(bench.wanted.file);
+    const EnvVariables imported = readVariables(bench.wanted.file);
     if (bench.wanted.replace) {
         return writeVariables(bench, look(bench), imported);
     }
     const Environment before = lookAtWhole(bench);
-    Variables variables = before.variables;
+    EnvVariables variables = before.variables;
     for (const auto& [name, value] : imported) {
         setVariable(variables, name, value);
     }

@@ -119,7 +119,7 @@ Environment parseEnvImage(std::string_view image) {
     return environment;
 }
 
-std::string makeEnvImage(const Variables& variables) {
+std::string makeEnvImage(const EnvVariables& variables) {
     std::string image(kChecksumSize, '\0');
     for (const auto& [name, value] : variables) {
         checkVariable(name, value);
@@ -146,13 +146,13 @@ void checkVariable(const std::string& name, const std::string& value) {
     }
 }
 
-const std::string* findVariable(const Variables& variables, std::string_view name) {
+const std::string* findVariable(const EnvVariables& variables, std::string_view name) {
     const auto found =
         std::find_if(variables.begin(), variables.end(), [&](const auto& variable) { return variable.first == name; });
     return found != variables.end() ? &found->second : nullptr;
 }
 
-void setVariable(Variables& variables, const std::string& name, const std::string& value) {
+void setVariable(EnvVariables& variables, const std::string& name, const std::string& value) {
     const auto found =
         std::find_if(variables.begin(), variables.end(), [&](const auto& variable) { return variable.first == name; });
     if (found != variables.end()) {
@@ -162,7 +162,7 @@ void setVariable(Variables& variables, const std::string& name, const std::strin
     }
 }
 
-bool removeVariable(Variables& variables, std::string_view name) {
+bool removeVariable(EnvVariables& variables, std::string_view name) {
     const auto found =
         std::find_if(variables.begin(), variables.end(), [&](const auto& variable) { return variable.first == name; });
     if (found == variables.end()) {
@@ -172,7 +172,7 @@ bool removeVariable(Variables& variables, std::string_view name) {
     return true;
 }
 
-std::vector<EnvChange> changesBetween(const Variables& before, const Variables& after) {
+std::vector<EnvChange> changesBetween(const EnvVariables& before, const EnvVariables& after) {
     std::vector<EnvChange> changes;
     for (const auto& [name, value] : after) {
         const std::string* old = findVariable(before, name);

@@ -15,10 +15,10 @@ namespace tool {
 constexpr std::size_t kEnvImageSize = 65536;
 
 // Name and value, in the order of the image, each name once.
-using Variables = std::vector<std::pair<std::string, std::string>>;
+using EnvVariables = std::vector<std::pair<std::string, std::string>>;
 
 struct Environment {
-    Variables variables;
+    EnvVariables variables;
     // Why the image is not whole; empty when it is. The variables of one that is not are those that can still be read.
     std::vector<std::string> damage;
     // What a whole image holds beside its variables, and loses when it is made anew.
@@ -29,19 +29,19 @@ struct Environment {
 Environment parseEnvImage(std::string_view image);
 
 // Throws UsageError when the variables do not fit into an image.
-std::string makeEnvImage(const Variables& variables);
+std::string makeEnvImage(const EnvVariables& variables);
 
 // Throws UsageError for what cannot be a name (empty, with = or NUL) or a value (with NUL).
 void checkVariable(const std::string& name, const std::string& value);
 
 // The value of that name, or null.
-const std::string* findVariable(const Variables& variables, std::string_view name);
+const std::string* findVariable(const EnvVariables& variables, std::string_view name);
 
 // Gives the variable that value; a new one goes to the end.
-void setVariable(Variables& variables, const std::string& name, const std::string& value);
+void setVariable(EnvVariables& variables, const std::string& name, const std::string& value);
 
 // False when there is none of that name.
-bool removeVariable(Variables& variables, std::string_view name);
+bool removeVariable(EnvVariables& variables, std::string_view name);
 
 // A variable that differs; it has no value where it is missing.
 struct EnvChange {
@@ -50,7 +50,7 @@ struct EnvChange {
 };
 
 // In the order of `after`, and then what is missing there.
-std::vector<EnvChange> changesBetween(const Variables& before, const Variables& after);
+std::vector<EnvChange> changesBetween(const EnvVariables& before, const EnvVariables& after);
 
 }  // namespace tool
 

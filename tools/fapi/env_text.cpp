@@ -78,7 +78,7 @@ std::string unescapeText(std::string_view text) {
     return plain;
 }
 
-void addLine(Variables& variables, std::string_view line) {
+void addLine(EnvVariables& variables, std::string_view line) {
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos) {
         throw UsageError("expected NAME=VALUE");
@@ -121,8 +121,8 @@ std::string changeLine(const EnvChange& change) {
                         : "- " + variableLine(change.name, *change.before);
 }
 
-Variables parseVariables(std::string_view text, const std::string& file) {
-    Variables variables;
+EnvVariables parseVariables(std::string_view text, const std::string& file) {
+    EnvVariables variables;
     std::size_t number = 0;
     for (std::string_view line : splitLines(text)) {
         ++number;

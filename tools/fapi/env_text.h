@@ -19,7 +19,7 @@ std::string changeLine(const EnvChange& change);
 
 // The variables of a text of such lines. Lines that are empty or begin with # do not count, nor does a carriage return
 // at a line's end. Throws UsageError that begins with `file` and the line's number.
-Variables parseVariables(std::string_view text, const std::string& file);
+EnvVariables parseVariables(std::string_view text, const std::string& file);
 
 }  // namespace tool
 

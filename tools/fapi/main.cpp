@@ -9,6 +9,7 @@
 
 #include "clean_command.h"
 #include "env_commands.h"
+#include "help.h"
 #include "output.h"
 #include "partition_commands.h"
 #include "plan.h"
@@ -17,6 +18,7 @@
 #include "screen.h"
 #include "service_commands.h"
 #include "shell.h"
+#include "surprises.h"
 #include "vset/vset.h"
 #include "watch.h"
 #include "word_completion.h"
@@ -31,6 +33,9 @@ constexpr char kFooter[] =
     "4 interrupted or declined.\n"
     "Data go to standard output, messages and the library's log to standard error.";
 
+// Stands before a word that is no option, whatever it begins with.
+constexpr char kMark[] = "\x01--\x01";
+
 int callOperation(const GlobalOptions& options, const Words& words, bool noInit, const std::string& output) {
     if (!words.empty() && words[0] == "set") {
         throw UsageError("call takes an operation; for the set there is: fapi set");
@@ -44,6 +49,7 @@ int callOperation(const GlobalOptions& options, const Words& words, bool noInit,
     if (!noInit) {
         bringUpFor(command.operation());
     }
+    printWarning(Surprises().next(command));
     const Outcome outcome = command.run();
     printOutcome(command, outcome, options.json);
     const bool written = writeOutput(command, outcome, output, options.json);
@@ -87,8 +93,8 @@ public:
         _app.add_option("--set", _options.session.folder, "Folder of the virtual set")->type_name("DIR");
         _app.add_flag("--json", _options.json, "Print one JSON object a line");
         _app.add_flag("--log", _options.session.log,
-                      "Switch the library's log on, until \"set log off\"; it goes to standard error");
-        _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data");
+                      "Show the library's log of this call, whatever \"set log\" says, on standard error");
+        _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data; without a terminal, do it");
         _app.add_flag("--damaged", _options.session.damaged, "Go on with a damaged set");
         addOperations();
         addSet();
@@ -100,11 +106,12 @@ public:
         addHistory();
         addClean();
         addTexts();
+        unmarkArguments(_app);
     }
 
     int run(int argc, char** argv) {
         try {
-            _app.parse(argc, argv);
+            _app.parse(markedWords(argc, argv));
         } catch (const CLI::ParseError& error) {
             if (error.get_exit_code() != 0) {
                 throw UsageError(complaint(error));
@@ -119,6 +126,34 @@ public:
     }
 
 private:
+    // CLI11 takes no more words for a command whose words began in front of a --. So words behind it are marked, as no
+    // option, in its place. The words are in reverse, as CLI11 wants them.
+    static std::vector<std::string> markedWords(int argc, char** argv) {
+        std::vector<std::string> words;
+        bool isMarked = false;
+        for (int i = 1; i < argc; ++i) {
+            if (isMarked || std::string_view(argv[i]) != "--") {
+                words.insert(words.begin(), (isMarked ? kMark : "") + std::string(argv[i]));
+            } else {
+                isMarked = true;
+            }
+        }
+        return words;
+    }
+
+    static std::string unmarked(const std::string& word) {
+        return word.rfind(kMark, 0) == 0 ? word.substr(std::string_view(kMark).size()) : word;
+    }
+
+    static void unmarkArguments(CLI::App& app) {
+        for (CLI::Option* option : app.get_options([](const CLI::Option* known) { return !known->nonpositional(); })) {
+            option->transform(unmarked);
+        }
+        for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+            unmarkArguments(*command);
+        }
+    }
+
     // What is wrong with the command line, and where the right one is described.
     std::string complaint(const CLI::ParseError& error) const {
         const CLI::App* command = &_app;
@@ -132,8 +167,16 @@ private:
             commands.push_back(known->get_name());
         }
         // A misspelt command is left over, and CLI11 then only says that one is missing.
-        const std::vector<std::string> words = _app.remaining(true);
+        std::vector<std::string> words = _app.remaining(true);
+        std::transform(words.begin(), words.end(), words.begin(), unmarked);
         std::string what = error.what();
+        if (commands.empty() && !words.empty()) {
+            // In the order in which they were given, unlike CLI11's own text.
+            what = "not expected:";
+            for (const std::string& word : words) {
+                what += " " + display(word, 40);
+            }
+        }
         if (!commands.empty() && !words.empty()) {
             const std::string near = nearest(words.front(), commands);
             what = (words.front().rfind('-', 0) == 0 ? "no such option: " : "no such command: ") + words.front() +
@@ -152,25 +195,39 @@ private:
             };
         });
 
-        CLI::App* help = _app.add_subcommand("help", "Describe an operation");
-        help->add_option("OPERATION", _word)->required();
-        help->callback([this] {
-            _action = [this] {
-                printDescription(_word, _options.json);
-                return kExitGood;
-            };
-        });
+        CLI::App* help = _app.add_subcommand("help", "Describe an operation, an action of the set, or plans");
+        help->add_option("TOPIC", _words, "An operation, set [ACTION], plan, expect, faults, or a command")->required();
+        help->callback([this] { _action = [this] { return printHelpOf(_words); }; });
 
         CLI::App* call = _app.add_subcommand("call", "Call an operation");
-        call->add_option("OPERATION", _words, "The operation and its arguments, behind -- if one begins with a dash")
+        call->add_option("OPERATION", _words, "The operation and its arguments; behind a -- no word is an option")
             ->required();
         call->add_flag("--no-init", _noInit, "Do not bring the set up first");
         addOutput(call);
         call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit, _output); }; });
 
         CLI::App* shell = _app.add_subcommand("shell", "Call operations line by line");
-        shell->add_flag("--no-init", _noInit, "Do not bring the set up before an operation");
-        shell->callback([this] { _action = [this] { return runShell(_options, _noInit, _arguments); }; });
+        shell->add_flag("--no-init", _shell.noInit, "Do not bring the set up before an operation");
+        shell->add_flag("-e", _shell.endOnFailure, "End at the first operation that fails");
+        shell->callback([this] { _action = [this] { return runShell(_options, _shell, _arguments); }; });
+    }
+
+    // Commands are described by their own help.
+    int printHelpOf(const Words& words) {
+        if (findHelp(words, _options.json)) {
+            return kExitGood;
+        }
+        const CLI::App* command = &_app;
+        for (const std::string& word : words) {
+            const auto isNamed = [&](const CLI::App* known) { return known->get_name() == word; };
+            const std::vector<const CLI::App*> found = command->get_subcommands(isNamed);
+            if (found.empty()) {
+                printHelp(words, _options.json);
+                return kExitGood;
+            }
+            command = found.front();
+        }
+        return print(command->help());
     }
 
     void addOutput(CLI::App* command) {
@@ -386,6 +443,7 @@ private:
     std::string _word;
     Words _words;
     bool _noInit = false;
+    ShellOptions _shell;
     std::string _output;
     PartitionOptions _partition;
     WatchOptions _watch;

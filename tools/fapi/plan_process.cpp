@@ -10,6 +10,7 @@
 
 #include "armed_faults.h"
 #include "durable_file.h"
+#include "middleware_words.h"
 #include "picture.h"
 #include "plan_data.h"
 #include "plan_event.h"
@@ -154,17 +155,23 @@ private:
                 send(RecordKind::reboot);
                 reboot();
             }
-            line.kind == LineKind::command ? runLine(line) : keepForReport(line);
+            if (line.kind == LineKind::command) {
+                runLine(line);
+            } else {
+                runOwnLine(line);
+            }
         }
     }
 
-    // A picture, or data.
-    void keepForReport(const PlanLine& line) {
+    // What is no matter of the library: a picture, data, a wait.
+    void runOwnLine(const PlanLine& line) {
         const Clock::time_point start = Clock::now();
         Json json = {{"command", line.text()}, {"line", line.line}};
         try {
             if (line.kind == LineKind::picture) {
                 takePicture(parsePicture(wordsOf(line)), json);
+            } else if (line.kind == LineKind::wait) {
+                std::this_thread::sleep_for(parseWait(wordsOf(line)));
             } else {
                 json["data"] = PlanData::parse(wordsOf(line)).take();
             }
@@ -241,7 +248,8 @@ private:
         }
         const Value* error = outcome.find("error");
         worsen({Verdict::failed, command.text() + " answered " + std::to_string(outcome.status) + " (" +
-                                     command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "")},
+                                     command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "") +
+                                     reasonOf(outcome)},
                line.line);
     }
 

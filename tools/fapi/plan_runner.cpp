@@ -22,8 +22,8 @@ namespace fs = std::filesystem;
 
 // "FILE:LINE:COLUMN: what is wrong" on standard error, as far as that is known; an object for programs, too.
 void complain(bool json, const std::string& file, const std::string& text, unsigned int line = 0,
-              std::size_t column = 0) {
-    Json told = {{"file", file}, {"problem", text}};
+              std::size_t column = 0, bool warning = false) {
+    Json told = {{"file", file}, {warning ? "warning" : "problem", text}};
     std::string place = file;
     if (line != 0) {
         told["line"] = line;
@@ -33,7 +33,7 @@ void complain(bool json, const std::string& file, const std::string& text, unsig
         told["column"] = column;
         place += ':' + std::to_string(column);
     }
-    std::fprintf(stderr, "%s: %s\n", place.c_str(), text.c_str());
+    std::fprintf(stderr, "%s: %s%s\n", place.c_str(), warning ? "warning: " : "", text.c_str());
     if (json) {
         printLine(jsonLine(told));
     }
@@ -81,7 +81,10 @@ bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Pla
         plans.back().file = file;
         plans.back().hash = hashOf(text);
         for (const Problem& problem : problems) {
-            complain(json, file, problem.text, problem.line);
+            complain(json, file, problem.text, problem.line, problem.column);
+        }
+        for (const Problem& warning : plans.back().warnings) {
+            complain(json, file, warning.text, warning.line, warning.column, true);
         }
         good = good && problems.empty();
     }
@@ -102,7 +105,7 @@ bool readFaults(bool json, const std::string& file, std::vector<Plan>& plans) {
     if (!readText(json, file, text)) {
         return false;
     }
-    std::vector<FaultProblem> problems;
+    std::vector<Problem> problems;
     for (const PlanFault& fault : parseFaults(text, problems)) {
         bool known = plans.empty() || fault.step.empty();
         for (Plan& plan : plans) {
@@ -116,8 +119,8 @@ bool readFaults(bool json, const std::string& file, std::vector<Plan>& plans) {
         }
     }
     std::stable_sort(problems.begin(), problems.end(),
-                     [](const FaultProblem& left, const FaultProblem& right) { return left.line < right.line; });
-    for (const FaultProblem& problem : problems) {
+                     [](const Problem& left, const Problem& right) { return left.line < right.line; });
+    for (const Problem& problem : problems) {
         complain(json, file, problem.text, problem.line, problem.column);
     }
     for (Plan& plan : plans) {

@@ -21,7 +21,7 @@ enum Exit {
 
 struct SessionOptions {
     std::string folder;    // of the set; empty: vset::defaultFolder()
-    bool log = false;      // switch the library's own log on
+    bool log = false;      // the library's own log is on in this process, whatever the set's switch says
     bool damaged = false;  // go on with a damaged set
 };
 
@@ -42,6 +42,9 @@ std::string setFolder(const SessionOptions& options);
 // Attaches the set; this process ends, as one on a real set does, when the watchdog reboots it. Throws vset::SetError;
 // damage is printed to standard error, one line each, and then thrown unless the options allow it.
 void openSession(const SessionOptions& options);
+
+// Ends what SessionOptions::log asked for: the set's switch counts again.
+void followLogSwitch();
 
 // What openSession() makes of a reboot by the watchdog: says so, and ends the process.
 [[noreturn]] void endWithSet();

@@ -3,6 +3,7 @@
 #include "word_completion.h"
 
 #include <algorithm>
+#include <map>
 
 #include <unistd.h>
 #include <CLI/CLI.hpp>
@@ -10,6 +11,8 @@
 #include "env_commands.h"
 #include "env_store.h"
 #include "event_log.h"
+#include "plan_report.h"
+#include "run_history.h"
 #include "session.h"
 #include "shell.h"
 #include "vset/vset.h"
@@ -152,6 +155,15 @@ std::string flashOf(const Words& words) {
     return found != words.end() && found + 1 != words.end() ? *(found + 1) : kFlashTypes[0];
 }
 
+// The numbers of the runs that the history knows.
+std::vector<std::string> runNames(const std::string& folder) {
+    std::vector<std::string> names = {"last"};
+    for (const HistoryEntry& entry : RunHistory(folder).entries()) {
+        names.push_back(std::to_string(entry.id));
+    }
+    return names;
+}
+
 // What an option or argument of that name takes on the command line; the words of operations and hands are no
 // matter of this.
 std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line) {
@@ -176,6 +188,9 @@ std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line
     if (name == "VARIABLE") {
         return variableNames(line.folder, flashOf(line.words));
     }
+    if (name == "RUN") {
+        return runNames(line.reports);
+    }
     if (name == "--module") {
         return eventModules();
     }
@@ -195,15 +210,17 @@ std::vector<std::string> argumentValues(const Place& place, LinePlace line) {
         return {};
     }
     const std::string name = next.get_name(true);
-    if (name != "OPERATION" && name != "ARGUMENT") {
+    if (name == "OPERATION" && place.arguments.empty()) {
+        return operationNames(line.start);
+    }
+    const std::map<std::string, Words> lines = {
+        {"OPERATION", {}}, {"ARGUMENT", {"set", place.command->get_name()}}, {"TOPIC", {"help"}}};
+    const auto begin = lines.find(name);
+    if (begin == lines.end()) {
         return valuesOf(name, line);
     }
-    line.words = place.arguments;
-    if (name == "ARGUMENT") {
-        line.words.insert(line.words.begin(), {"set", place.command->get_name()});
-    } else if (line.words.empty()) {
-        line.words = {"help"};
-    }
+    line.words = begin->second;
+    line.words.insert(line.words.end(), place.arguments.begin(), place.arguments.end());
     return candidates(line);
 }
 
@@ -219,13 +236,16 @@ std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
     return commands.empty() ? argumentValues(place, line) : commands;
 }
 
+// What stands behind the option; empty when it is not given.
+std::string optionValue(const Words& words, const char* option) {
+    const auto found = std::find(words.begin(), words.end(), option);
+    return found != words.end() && found + 1 != words.end() ? *(found + 1) : "";
+}
+
 // The folder of the set that the line names; empty when there is none yet.
 std::string folderOf(const Words& words) {
     SessionOptions options;
-    const auto found = std::find(words.begin(), words.end(), "--set");
-    if (found != words.end() && found + 1 != words.end()) {
-        options.folder = *(found + 1);
-    }
+    options.folder = optionValue(words, "--set");
     const std::string folder = setFolder(options);
     const vset::HostPaths hostPaths;
     return access((folder + "/set.json").c_str(), F_OK) == 0 ? folder : "";
@@ -236,6 +256,8 @@ std::string folderOf(const Words& words) {
 std::vector<std::string> commandCompletions(const CLI::App& app, const std::string& line) {
     LinePlace linePlace = placeOf(line);
     linePlace.folder = folderOf(linePlace.words);
+    const std::string reports = optionValue(linePlace.words, "--report");
+    linePlace.reports = reports.empty() ? kReportFolder : reports;
     Place place{&app, nullptr, {}, false};
     for (std::size_t i = 1; i < linePlace.words.size(); ++i) {
         step(place, linePlace.words[i]);

@@ -107,7 +107,7 @@ private:
                 ++_u32Reboots;
             }
             changeSetConfig([](SetConfig& stConfig) { stConfig.bWatchdogRebooted = true; });
-            detail::record("WATCHDOG_REBOOT", {}, 0, false);
+            detail::record("WATCHDOG_REBOOT", {}, {});
         };
         try {
             const HostPaths hostPaths;

@@ -11,6 +11,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #define VSET_API __attribute__((visibility("default")))
@@ -94,13 +95,16 @@ public:
 };
 
 // While one lives, access() in this thread finds the file at this path of the set, whether it is there or not: a switch
-// that is on for one call, and a set that stays as it is. One at a time.
+// that is on for a while, and a set that stays as it is. Of several the youngest counts.
 class VSET_API PretendedFile {
 public:
     explicit PretendedFile(const char* pszPath);
     ~PretendedFile();
     PretendedFile(const PretendedFile&) = delete;
     PretendedFile& operator=(const PretendedFile&) = delete;
+
+private:
+    const char* const _pszBefore;
 };
 
 // --- Power -----------------------------------------------------------------------------------------------------------
@@ -125,10 +129,16 @@ struct JournalEntry {
     std::string strArguments;  // "type=2 key=\"bootdelay\""
     long long s64Result;       // a pointer counts as 1, null as 0
     bool bFault;               // an injected fault answered
+    bool bFailed;              // by the function's kind of result: a code above HW_HAS_INITED, -1, null
+    int s32Errno;              // after a failed call; 0 unless the function sets it
+    std::thread::id thread;    // that called
 };
 
-// The last calls of the middleware, oldest first.
-VSET_API std::vector<JournalEntry> journal();
+// The last calls of the middleware behind the one of that number, oldest first.
+VSET_API std::vector<JournalEntry> journal(std::uint64_t u64After = 0);
+
+// The number of the last call; 0 before the first.
+VSET_API std::uint64_t lastCall();
 
 VSET_API void clearJournal();
 
@@ -153,6 +163,9 @@ struct Fault {
 VSET_API void inject(const Fault& stFault);
 
 VSET_API void clearFaults();
+
+// The names of all functions that a fault can be injected into, kAllocation among them, sorted.
+VSET_API const std::vector<std::string>& faultNames();
 
 // How many allocations that a fault of kAllocation could make fail there have been in this process.
 VSET_API std::size_t allocations();
