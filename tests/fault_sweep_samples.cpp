@@ -245,7 +245,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_sys_create_folder", {"/data/new"}},
     {"a_vextvfapi_sys_check_folder", {"/data"}},
     {"a_vextvfapi_sys_create_file", {"/data/new/file"}},
-    {"a_vextvfapi_sys_copy_file", {"/data/file", "/data/new/copy", "on"}},
+    {"a_vextvfapi_sys_copy_file", {"/data/file", "/data/new/copy", "off"}},
     {"a_vextvfapi_sys_read_file_one_line", {"/data/file"}},
     {"a_vextvfapi_sys_read_file", {"/data/file"}},
     {"a_vextvfapi_sys_get_file_checksum", {"/data/file"}},
