@@ -66,7 +66,7 @@ protected:
 
 TEST_F(FullDisk, ASetIsMadeAsAWholeOrNotAtAll) {
     const std::string strSet = disk() + "/a/set";
-    for (const std::uintmax_t kibibytes : {0, 4, 32, 64, 72}) {
+    for (const std::uintmax_t kibibytes : {0u, 4u, 32u, 64u, 72u}) {
         for (const bool bExists : {false, true}) {
             SCOPED_TRACE(std::to_string(kibibytes) + (bExists ? " KiB, there is a folder" : " KiB"));
             if (bExists) {
