@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // fapi, the bench tool: the command line.
 #include <algorithm>
+#include <csignal>
 #include <functional>
+#include <map>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -13,6 +15,7 @@
 #include "run_history.h"
 #include "screen.h"
 #include "shell.h"
+#include "terminal.h"
 #include "vset/vset.h"
 #include "watch.h"
 #include "word_completion.h"
@@ -66,6 +69,21 @@ CLI::Validator seconds() {
     return CLI::Validator(check, "");
 }
 
+// Acts at once: what is printed of a wrong command line is colored as it says, too.
+CLI::Validator colorUse() {
+    const auto check = [](const std::string& word) {
+        const std::map<std::string, ColorUse> uses = {
+            {"auto", ColorUse::automatic}, {"always", ColorUse::always}, {"never", ColorUse::never}};
+        const auto use = uses.find(word);
+        if (use == uses.end()) {
+            return "is " + display(word, 40) + ", expected auto, always or never";
+        }
+        useColors(use->second);
+        return std::string();
+    };
+    return CLI::Validator(check, "");
+}
+
 CLI::Validator notEmpty() {
     const auto check = [](const std::string& word) { return std::string(word.empty() ? "a file is missing" : ""); };
     return CLI::Validator(check, "");
@@ -83,6 +101,9 @@ public:
         _app.add_flag("--json", _options.json, "Print one JSON object a line");
         _app.add_flag("--log", _options.session.log,
                       "Switch the library's log on, until \"set log off\"; it goes to standard error");
+        _app.add_option("--color", "Colors: auto (on a terminal, unless NO_COLOR is set), always, never")
+            ->type_name("WHEN")
+            ->check(colorUse());
         _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data");
         _app.add_flag("--damaged", _options.session.damaged, "Go on with a damaged set");
         addOperations();
@@ -387,6 +408,8 @@ bool wantsJson(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A reader that goes away is an error of the write that meets it, and no reason to stop in the middle of a plan.
+    std::signal(SIGPIPE, SIG_IGN);
     separateOutputs();
     const bool json = wantsJson(argc, argv);
     try {
@@ -394,7 +417,9 @@ int main(int argc, char** argv) {
         if (isOutputWritten()) {
             return code;
         }
-        std::fprintf(stderr, "fapi: standard output cannot be written\n");
+        if (!isReaderGone()) {
+            printMessage("standard output cannot be written");
+        }
         return code == kExitGood ? kExitFailed : code;
     } catch (const UsageError& error) {
         printError(error.what(), json);

@@ -8,8 +8,10 @@
 #include <cstring>
 #include <fstream>
 
+#include "characters.h"
 #include "examples.h"
 #include "session.h"
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -18,6 +20,7 @@ namespace {
 
 // What a text of the console may be cut to; programs get everything.
 constexpr std::size_t kShown = 4096;
+constexpr std::size_t kShownLines = 65536;
 constexpr std::size_t kDumpLines = 64;
 
 const char* kindName(Kind kind) {
@@ -48,25 +51,18 @@ Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
     return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", std::move(data)}};
 }
 
-bool isUtf8(const std::string& text) {
-    try {
-        return !Json(text).dump().empty();
-    } catch (const Json::type_error&) {
-        return false;
-    }
-}
-
 std::string nameOf(const Command& command) {
     return command.operation() != nullptr ? command.operation()->shortName()
                                           : std::string("set ") + command.hand()->name;
 }
 
 // The lines as they stand, but nothing that a terminal would obey.
-std::string printableLines(std::string text) {
-    const auto isObeyed = [](unsigned char c) { return (c < 0x20 && c != '\n' && c != '\t') || c == 0x7F; };
-    std::replace_if(text.begin(), text.end(), isObeyed, '?');
-    text.erase(text.find_last_not_of('\n') + 1);
-    return text;
+std::string printableLines(const std::string& text) {
+    std::string shown = printable(headOf(text, kShownLines), "\n\t");
+    shown.erase(shown.find_last_not_of('\n') + 1);
+    return text.size() <= kShownLines ? shown
+                                      : shown + "\n... and " + std::to_string(text.size() - kShownLines) +
+                                            " more bytes; --json shows them all";
 }
 
 // Bytes that do not fit a line.
@@ -184,9 +180,9 @@ void printLine(std::string line) {
 }
 
 void printError(const std::string& message, bool json) {
-    std::fprintf(stderr, "fapi: %s\n", message.c_str());
+    printMessage(message);
     if (json) {
-        printLine(jsonLine({{"error", message}}));
+        printLine(jsonLine({{"error", validText(message)}}));
     }
 }
 

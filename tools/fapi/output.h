@@ -18,7 +18,7 @@ Json toJson(const Command& command, const Outcome& outcome);
 Json toJson(const Event& event);
 Json toJson(const Operation& operation);
 
-// One line; bytes that are no UTF-8 are replaced.
+// One line; bytes that are no UTF-8 are replaced, so that texts that may have some are better made a Value first.
 std::string jsonLine(const Json& json);
 
 // "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines, and bytes that do not fit one,

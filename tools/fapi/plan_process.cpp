@@ -363,8 +363,9 @@ bool attachSet(const SessionOptions& session, PlanProcess& process) {
 // NOLINTNEXTLINE(bugprone-exception-escape)
 void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
                     const Variables& variables, const std::string& report, StepLog* log, int descriptor) noexcept {
-    // Ctrl-C goes to the whole terminal group; what becomes of this process the parent decides.
+    // Ctrl-C and a closed terminal go to its whole group; what becomes of this process the parent decides.
     std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGHUP, SIG_IGN);
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGPIPE, SIG_IGN);
     // The set is free again when the parent is killed, whatever this process does.

@@ -201,6 +201,13 @@ bool PlanResult::isGood() const {
     return count(Verdict::passed) + count(Verdict::marginal) == steps.size();
 }
 
+RunCounts::RunCounts(const PlanResult& result)
+    : passed(result.count(Verdict::passed)),
+      marginal(result.count(Verdict::marginal)),
+      failed(result.count(Verdict::failed) + result.count(Verdict::died)),
+      interrupted(result.count(Verdict::interrupted)),
+      notRun(result.count(Verdict::notRun)) {}
+
 std::vector<std::unique_ptr<Report>> reports() {
     std::vector<std::unique_ptr<Report>> all;
     all.push_back(std::make_unique<JUnitReport>());

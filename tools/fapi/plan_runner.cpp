@@ -6,12 +6,14 @@
 #include <filesystem>
 #include <fstream>
 
+#include "characters.h"
 #include "output.h"
 #include "plan_report.h"
 #include "plan_run.h"
 #include "run_history.h"
 #include "run_statistics.h"
 #include "terminal.h"
+#include "verdict_banner.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -45,7 +47,7 @@ public:
     void keep(bool kept) {
         _kept = kept;
         if (kept) {
-            std::fprintf(stderr, "fapi: the set is kept in %s\n", _folder.c_str());
+            printMessage("the set is kept in " + _folder);
         }
     }
 
@@ -57,7 +59,7 @@ private:
 // "FILE:LINE:COLUMN: what is wrong" on standard error, as far as that is known; an object for programs, too.
 void complain(bool json, const std::string& file, const std::string& text, unsigned int line = 0,
               std::size_t column = 0) {
-    Json told = {{"file", file}, {"problem", text}};
+    Json told = {{"file", validText(file)}, {"problem", validText(text)}};
     std::string place = file;
     if (line != 0) {
         told["line"] = line;
@@ -67,7 +69,7 @@ void complain(bool json, const std::string& file, const std::string& text, unsig
         told["column"] = column;
         place += ':' + std::to_string(column);
     }
-    std::fprintf(stderr, "%s: %s\n", place.c_str(), text.c_str());
+    std::fprintf(stderr, "%s: %s\n", printable(place).c_str(), printable(text).c_str());
     if (json) {
         printLine(jsonLine(told));
     }
@@ -209,9 +211,9 @@ void printDryRun(const Plan& plan, bool json) {
         }
         printLine(line);
         for (const PlanLine& planLine : step.lines) {
-            printLine("    " + planLine.text());
+            printLine("    " + printable(planLine.text()));
             for (const Expectation& expectation : planLine.expectations) {
-                printLine("        " + expectation.text);
+                printLine("        " + printable(expectation.text));
             }
         }
     }
@@ -228,7 +230,7 @@ bool write(Write&& toFile) {
         toFile();
         return true;
     } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "fapi: %s\n", error.what());
+        printMessage(error.what());
         return false;
     }
 }
@@ -263,11 +265,11 @@ public:
             prepareReportFolder(_folder);
         }
         int worst = kExitGood;
-        for (std::size_t round = 1; (times == 0 || round <= times) && goesOn(worst); ++round) {
+        for (std::size_t round = 1; (times == 0 || round <= times) && goesOn(worst, times == 0); ++round) {
             if (times != 1 && !_options.json) {
                 printLine("run " + std::to_string(round) + (times == 0 ? "" : " of " + std::to_string(times)));
             }
-            for (std::size_t i = 0; i < _plans.size() && goesOn(worst); ++i) {
+            for (std::size_t i = 0; i < _plans.size() && goesOn(worst, times == 0); ++i) {
                 worst = std::max(worst, runNew(i));
             }
         }
@@ -276,11 +278,26 @@ public:
                 statistics.print(_options.json);
             }
         }
+        if (times != 1 || _plans.size() != 1) {
+            tellWorst();
+        }
         return worst;
     }
 
 private:
-    bool goesOn(int worst) const { return worst < kExitSet && (worst == kExitGood || !_options.untilFailure); }
+    // What was to go on for ever is not to do so unseen.
+    bool goesOn(int worst, bool forEver) const {
+        return worst < kExitSet && (worst == kExitGood || !_options.untilFailure) && (!forEver || isOutputWritten());
+    }
+
+    // Behind several runs.
+    void tellWorst() const {
+        if (_options.json) {
+            printLine(jsonLine({{"verdict", verdictName(_worst)}}));
+        } else {
+            printVerdict(_worst);
+        }
+    }
 
     int runNew(std::size_t index) {
         const Plan& plan = _plans[index];
@@ -309,6 +326,7 @@ private:
         run.run();
         const PlanResult& result = run.result();
         _statistics[index].add(result);
+        _worst = std::max(_worst, result.verdict());
         progress.finish(result);
         int code = exitCode(result, _interrupts);
         std::vector<std::string> files;
@@ -333,6 +351,7 @@ private:
     const std::string _folder;
     Interrupts _interrupts;
     std::vector<RunStatistics> _statistics;
+    Verdict _worst = Verdict::passed;
 };
 
 // 0 for "forever".

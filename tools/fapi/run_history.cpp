@@ -10,6 +10,7 @@
 
 #include "durable_file.h"
 #include "report_text.h"
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -89,6 +90,7 @@ std::optional<HistoryEntry> entryOf(const std::string& line) {
         entry.passed = json.at("passed").get<std::size_t>();
         entry.marginal = json.at("marginal").get<std::size_t>();
         entry.failed = json.at("failed").get<std::size_t>();
+        entry.interrupted = json.value("interrupted", std::size_t{0});
         entry.notRun = json.at("not_run").get<std::size_t>();
         entry.seconds = json.at("seconds").get<double>();
         entry.report = json.at("report").get<std::string>();
@@ -110,10 +112,12 @@ HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
     entry.plan = result.plan->name;
     entry.file = result.plan->file;
     entry.verdict = verdictName(result.verdict());
-    entry.passed = result.count(Verdict::passed);
-    entry.marginal = result.count(Verdict::marginal);
-    entry.notRun = result.count(Verdict::notRun);
-    entry.failed = result.steps.size() - entry.passed - entry.marginal - entry.notRun;
+    const RunCounts counts(result);
+    entry.passed = counts.passed;
+    entry.marginal = counts.marginal;
+    entry.failed = counts.failed;
+    entry.interrupted = counts.interrupted;
+    entry.notRun = counts.notRun;
     entry.seconds = result.seconds;
     entry.report = fs::path(report).filename().string();
     entry.faults = result.plan->faults.size();
@@ -126,11 +130,20 @@ HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
 }
 
 Json toJson(const HistoryEntry& entry) {
-    Json json = {
-        {"id", entry.id},           {"when", entry.when},       {"plan", entry.plan},         {"file", entry.file},
-        {"verdict", entry.verdict}, {"passed", entry.passed},   {"marginal", entry.marginal}, {"failed", entry.failed},
-        {"not_run", entry.notRun},  {"seconds", entry.seconds}, {"report", entry.report},     {"faults", entry.faults},
-        {"steps", Json::array()}};
+    Json json = {{"id", entry.id},
+                 {"when", entry.when},
+                 {"plan", entry.plan},
+                 {"file", entry.file},
+                 {"verdict", entry.verdict},
+                 {"passed", entry.passed},
+                 {"marginal", entry.marginal},
+                 {"failed", entry.failed},
+                 {"interrupted", entry.interrupted},
+                 {"not_run", entry.notRun},
+                 {"seconds", entry.seconds},
+                 {"report", entry.report},
+                 {"faults", entry.faults},
+                 {"steps", Json::array()}};
     for (const HistoryStep& step : entry.steps) {
         json["steps"].push_back(toJson(step));
     }
@@ -164,7 +177,7 @@ std::vector<HistoryEntry> RunHistory::entries() const {
         if (std::optional<HistoryEntry> entry = entryOf(line)) {
             found.push_back(std::move(*entry));
         } else {
-            std::fprintf(stderr, "fapi: %s:%zu: is damaged, left out\n", _file.c_str(), number);
+            printMessage(_file + ":" + std::to_string(number) + ": is damaged, left out");
         }
     }
     return found;

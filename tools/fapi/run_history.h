@@ -27,7 +27,7 @@ struct HistoryEntry {
     std::string when;     // it began
     std::string plan, file;
     std::string verdict;  // passed, marginal, failed or interrupted
-    std::size_t passed = 0, marginal = 0, failed = 0, notRun = 0;
+    std::size_t passed = 0, marginal = 0, failed = 0, interrupted = 0, notRun = 0;
     double seconds = 0;
     std::string report;      // what the names of its report's files begin with
     std::size_t faults = 0;  // how many it was to meet

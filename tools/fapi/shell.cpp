@@ -19,6 +19,8 @@
 #include "event_log.h"
 #include "output.h"
 #include "screen.h"
+#include "table.h"
+#include "terminal.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
 
@@ -48,11 +50,7 @@ unsigned char complete(EditLine* editLine, int) {
     if (found.empty()) {
         return CC_ERROR;
     }
-    std::string shown = "\n";
-    for (const std::string& text : found) {
-        shown += text + "  ";
-    }
-    std::fprintf(stderr, "%s\n", shown.c_str());
+    std::fprintf(stderr, "\n%s", printable(inColumns(found, terminalColumns(stderr)), "\n").c_str());
     return CC_REDISPLAY;
 }
 
