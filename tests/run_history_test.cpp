@@ -126,9 +126,12 @@ TEST_F(RunHistory, ComparesTwoRuns) {
     std::istringstream lines(history({"compare", "1", "last", "--json"}).strOutput);
     for (std::string strLine; std::getline(lines, strLine);) {
         const nlohmann::json json = nlohmann::json::parse(strLine);
-        found.push_back(json["step"].get<std::string>() + ": " + json["what"].get<std::string>());
+        found.push_back(json.contains("step") ? json["step"].get<std::string>() + ": " + json["what"].get<std::string>()
+                                              : json.dump());
     }
-    EXPECT_THAT(found, ElementsAre("slow: seconds", "value: common_hw_err_msg status", "fresh: new", "gone: missing"));
+    EXPECT_THAT(found, ElementsAre("slow: seconds", "value: common_hw_err_msg status", "fresh: new", "gone: missing",
+                                   R"({"after":2,"before":1,"differences":4})"));
+    EXPECT_EQ(history({"compare", "2", "2", "--json"}).strOutput, "{\"before\":2,\"after\":2,\"differences\":0}\n");
     const std::string strText = history({"compare", "1", "2"}).strOutput;
     EXPECT_THAT(strText, HasSubstr("value: common_hw_err_msg status -6 -> -3\n"));
     EXPECT_THAT(strText, HasSubstr("fresh: new (failed)\n"));
@@ -204,7 +207,8 @@ TEST_F(RunHistory, RepeatsUntilAFailure) {
 
     const test::ProcessResult all = run(strPlan, {"--repeat", "3", "--fresh", "--json"});
     EXPECT_EQ(all.s32Exit, 0);
-    EXPECT_THAT(all.strOutput, HasSubstr(R"({"plan":"Once","runs":3,"passed":3,"failed":0,"seconds":{)"));
+    EXPECT_THAT(all.strOutput,
+                HasSubstr(R"({"plan":"Once","runs":3,"passed":3,"failed":0,"interrupted":0,"seconds":{)"));
     for (const char* pszWrong : {"0", "x", "1000001"}) {
         EXPECT_EQ(run(strPlan, {"--repeat", pszWrong}).s32Exit, 2) << pszWrong;
     }

@@ -35,6 +35,9 @@ HistoryEntry findRun(const std::vector<HistoryEntry>& entries, const std::string
     return *entry;
 }
 
+// Of a time without its zone.
+constexpr std::size_t kTimeSize = 19;
+
 // The column that goes first where there is no room is the one with the greatest number.
 Table runTable() {
     return Table({{"no", Align::right},
@@ -62,7 +65,7 @@ void addRun(Table& table, const HistoryEntry& entry) {
     char seconds[32];
     std::snprintf(seconds, sizeof(seconds), "%.3f", entry.seconds);
     table.add({{std::to_string(entry.id)},
-               {entry.when},
+               {entry.when.substr(0, kTimeSize)},
                {entry.verdict, usesColors() ? colorOfRun(entry.verdict) : ""},
                {std::to_string(entry.passed)},
                {std::to_string(entry.marginal)},

@@ -24,7 +24,8 @@ std::string textOf(const Json& json, const char* name) {
     return json.contains(name) && json[name].is_string() ? json[name].get<std::string>() : "";
 }
 
-// A value as the JSON report has it, for a person.
+// A value as the JSON report has it, for a person. A list has a line for each of its rows: a text as it is, or the
+// parts of an object by their names.
 std::string valueText(const Json& value) {
     if (value.is_string()) {
         return value.get<std::string>();
@@ -32,7 +33,14 @@ std::string valueText(const Json& value) {
     if (value.is_object() && value.contains("hex")) {
         return value["size"].dump() + " bytes: " + value["hex"].get<std::string>();
     }
-    return jsonLine(value);
+    if (!value.is_structured()) {
+        return jsonLine(value);
+    }
+    std::string text;
+    for (const auto& [name, part] : value.items()) {
+        text += value.is_array() ? valueText(part) + "\n" : (text.empty() ? "" : ", ") + name + " " + valueText(part);
+    }
+    return text;
 }
 
 std::string withoutEmptyLines(const std::string& text) {

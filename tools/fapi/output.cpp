@@ -51,6 +51,18 @@ Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
     return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", std::move(data)}};
 }
 
+Json listJson(const Rows& rows, std::size_t limit) {
+    Json json = Json::array();
+    for (const Row& row : rows) {
+        Json entry = row.fields.empty() ? toJson(row.value, limit) : Json::object();
+        for (const auto& [name, value] : row.fields) {
+            entry[name] = toJson(value, limit);
+        }
+        json.push_back(std::move(entry));
+    }
+    return json;
+}
+
 std::string nameOf(const Command& command) {
     return command.operation() != nullptr ? command.operation()->shortName()
                                           : std::string("set ") + command.hand()->name;
@@ -90,20 +102,22 @@ std::string displayOutput(const Command& command, const Value& value) {
 
 }  // namespace
 
-Json toJson(const Value& value) {
+Json toJson(const Value& value, std::size_t limit) {
     if (const auto* number = std::get_if<long long>(&value)) {
         return *number;
     }
     if (const auto* text = std::get_if<std::string>(&value)) {
-        return isUtf8(*text) ? Json(*text) : toJson(Value(Bytes(text->begin(), text->end())));
+        return isUtf8(*text) ? Json(beginningOf(*text, limit))
+                             : toJson(Value(Bytes(text->begin(), text->end())), limit);
     }
     const Bytes& bytes = std::get<Bytes>(value);
-    return {{"size", bytes.size()}, {"hex", hexText(bytes, "")}};
+    const auto shown = static_cast<std::ptrdiff_t>(std::min(bytes.size(), limit));
+    return {{"size", bytes.size()}, {"hex", hexText(Bytes(bytes.begin(), bytes.begin() + shown), "")}};
 }
 
-Json toJson(const Command& command, const Outcome& outcome) {
+Json toJson(const Command& command, const Outcome& outcome, std::size_t limit) {
     Json json;
-    json["command"] = command.text();
+    json["command"] = beginningOf(command.text(), limit);
     json[command.operation() != nullptr ? "operation" : "hand"] =
         command.operation() != nullptr ? command.operation()->name : command.hand()->name;
     json["status"] = outcome.status;
@@ -111,7 +125,8 @@ Json toJson(const Command& command, const Outcome& outcome) {
     json["good"] = outcome.good;
     json["outputs"] = Json::object();
     for (const auto& [name, value] : outcome.outputs) {
-        json["outputs"][name] = toJson(value);
+        const auto list = outcome.lists.find(name);
+        json["outputs"][name] = list != outcome.lists.end() ? listJson(list->second, limit) : toJson(value, limit);
     }
     return json;
 }

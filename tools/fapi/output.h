@@ -13,8 +13,10 @@ namespace tool {
 using Json = nlohmann::ordered_json;
 
 // A number as a number, a text as a text, bytes as {"size": n, "hex": "..."}, and so a text that is no UTF-8.
-Json toJson(const Value& value);
-Json toJson(const Command& command, const Outcome& outcome);
+// `limit` is how many bytes of one there are at most; a cut one tells the size of the whole.
+Json toJson(const Value& value, std::size_t limit = std::string::npos);
+// A list is an array.
+Json toJson(const Command& command, const Outcome& outcome, std::size_t limit = std::string::npos);
 Json toJson(const Event& event);
 Json toJson(const Operation& operation);
 

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "armed_faults.h"
+#include "characters.h"
 #include "picture.h"
 #include "plan_data.h"
 #include "plan_event.h"
@@ -159,7 +160,7 @@ private:
     // A picture, or data.
     void keepForReport(const PlanLine& line) {
         const Clock::time_point start = Clock::now();
-        Json json = {{"command", line.text()}, {"line", line.line}};
+        Json json = {{"command", beginningOf(line.text(), kKeptBytes)}, {"line", line.line}};
         try {
             if (line.kind == LineKind::picture) {
                 takePicture(parsePicture(wordsOf(line)), json);
@@ -200,7 +201,7 @@ private:
             const Clock::time_point start = Clock::now();
             const Outcome outcome = runCommand(command);
             if (!_report.empty()) {
-                record.command = toJson(command, outcome);
+                record.command = toJson(command, outcome, kKeptBytes);
                 record.command["line"] = line.line;
                 record.command["seconds"] = secondsSince(start);
                 record.command["expectations"] = Json::array();
@@ -259,7 +260,7 @@ private:
 
     // What the report says of it.
     Json judgeExpectation(const Expectation& expectation, const Command& command, const Outcome& outcome) {
-        Json judged = {{"line", expectation.line}, {"text", expectation.text}};
+        Json judged = {{"line", expectation.line}, {"text", beginningOf(expectation.text, kKeptBytes)}};
         const auto* event = std::get_if<EventCondition>(&expectation.what);
         // Nobody waits for the events of what has failed.
         if (event != nullptr && isBad(_position.judgement.verdict)) {
@@ -272,7 +273,7 @@ private:
                                         : judge(std::get<Condition>(expectation.what), command, outcome, _variables);
         worsen(judgement, expectation.line);
         judged["verdict"] = verdictName(judgement.verdict);
-        judged["why"] = judgement.text;
+        judged["why"] = beginningOf(judgement.text, kKeptBytes);
         if (event != nullptr && event->comes && _events.taken() != nullptr) {
             addEvent(*event, *_events.taken(), judged);
         } else if (event == nullptr) {
@@ -330,7 +331,8 @@ private:
     // The worst verdict of an attempt counts, and the first text of that verdict.
     void worsen(const Judgement& judgement, unsigned int line) {
         if (judgement.verdict > _position.judgement.verdict) {
-            _position.judgement = {judgement.verdict, "line " + std::to_string(line) + ": " + judgement.text};
+            const std::string text = "line " + std::to_string(line) + ": " + judgement.text;
+            _position.judgement = {judgement.verdict, beginningOf(text, kKeptBytes)};
         }
     }
 

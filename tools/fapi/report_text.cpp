@@ -20,6 +20,11 @@ std::string timeText(std::chrono::system_clock::time_point time, const char* for
     return text.str();
 }
 
+std::string isoTime(std::chrono::system_clock::time_point time) {
+    // The zone is "+0100".
+    return timeText(time, "%Y-%m-%dT%H:%M:%S%z").insert(22, ":");
+}
+
 std::string xmlText(const std::string& text) {
     std::string result = Json::parse(jsonLine(Json(text))).get<std::string>();
     for (std::size_t i = 0; i < result.size(); ++i) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 
 #include <fcntl.h>
 
@@ -21,8 +22,11 @@ namespace fs = std::filesystem;
 
 // "sys_get_emmc_env_var", "set pixel"
 std::string nameOf(const Json& command) {
-    const Words words = splitWords(command["command"].get<std::string>());
-    return words[0] == "set" && words.size() > 1 ? "set " + words[1] : words[0];
+    // The rest of a long line is cut off, perhaps within quotes.
+    std::istringstream words(command["command"].get<std::string>());
+    std::string first, second;
+    words >> first >> second;
+    return first == "set" ? first + " " + second : first;
 }
 
 // "sys_get_emmc_env_var length"; a second one of that name in a step gets its number.
@@ -108,7 +112,7 @@ std::optional<HistoryEntry> entryOf(const std::string& line) {
 
 HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
     HistoryEntry entry;
-    entry.when = timeText(result.start, kIsoTime);
+    entry.when = isoTime(result.start);
     entry.plan = result.plan->name;
     entry.file = result.plan->file;
     entry.verdict = verdictName(result.verdict());
