@@ -97,6 +97,16 @@ TEST_F(RunHistory, EveryRunIsThereAndTheOldestAreForgotten) {
     EXPECT_EQ(fapi({"run", "--no-report", strGood}).s32Exit, 0);
     EXPECT_THAT(listed<std::string>("verdict"), ElementsAre("passed", "failed"));
     EXPECT_THAT(listed<int>("not_run"), ElementsAre(0, 1));
+    const std::string strWhen = listed<std::string>("when").back();
+    for (const Strings& filter :
+         {Strings{"--plan", "Ba"}, {"--verdict", "failed"}, {"--since", strWhen, "--plan", "B"}}) {
+        Strings words = filter;
+        words.push_back("--json");
+        const std::string strLines = history(words).strOutput;
+        EXPECT_EQ(std::count(strLines.begin(), strLines.end(), '\n'), 1);
+        EXPECT_THAT(strLines, HasSubstr("\"plan\":\"Bad\"")) << filter[0];
+    }
+    EXPECT_THAT(history({"--since", "9999", "--json"}).strOutput, IsEmpty());
 
     EXPECT_EQ(run(strGood, {"--repeat", "4", "--keep", "3"}).s32Exit, 0);
     EXPECT_THAT(listed<int>("id"), ElementsAre(4, 5, 6));
@@ -224,7 +234,7 @@ protected:
         _strPlan = writeFile("p.plan", planText());
     }
 
-    // Its first step passes once; "wait" is where it can be hit.
+    // Its first step passes once; "wait" is where it can be hit, when the tool has had time to hear of the first one.
     std::string planText() const {
         return R"(plan P
 step once
@@ -236,6 +246,7 @@ step once
     keep was data
 step wait
     sys_get_emmc_env_var model
+    expect no event 1 within 300ms
     sys_read_file /data/was
     expect data is ${was}
     set put /data/ready x

@@ -75,6 +75,11 @@ void addRun(Table& table, const HistoryEntry& entry) {
                {entry.plan + (entry.faults != 0 ? " (with faults)" : "")}});
 }
 
+bool isWanted(const HistoryEntry& entry, const HistoryOptions& options) {
+    return entry.plan.find(options.plan) != std::string::npos &&
+           (options.verdict.empty() || entry.verdict == options.verdict) && entry.when >= options.since;
+}
+
 void printSteps(const HistoryEntry& entry) {
     for (const HistoryStep& step : entry.steps) {
         std::fprintf(dataOutput(), "  %-11s  %9.3f  %s\n", printable(step.verdict).c_str(), step.seconds,
@@ -189,6 +194,9 @@ int listHistory(const HistoryOptions& options) {
     }
     Table table = runTable();
     for (const HistoryEntry& entry : entries) {
+        if (!isWanted(entry, options)) {
+            continue;
+        }
         options.json ? printLine(jsonLine(toJson(entry))) : addRun(table, entry);
     }
     if (!options.json) {

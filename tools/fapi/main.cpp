@@ -334,6 +334,12 @@ private:
     void addHistory() {
         CLI::App* history = _app.add_subcommand("history", "List the runs of plans, or look at one");
         history->add_option("--report", _history.report, "Folder of the reports")->type_name("DIR");
+        history->add_option("--plan", _history.plan, "Only runs of plans with this in their names")->type_name("NAME");
+        history->add_option("--verdict", _history.verdict, "Only those that passed, marginal, failed, interrupted")
+            ->type_name("VERDICT")
+            ->check(CLI::IsMember({"passed", "marginal", "failed", "interrupted"}));
+        history->add_option("--since", _history.since, "Only those that began then or later: 2026-02-14, 2026-02-14T10")
+            ->type_name("TIME");
         addHistoryAction(history, listHistory);
         CLI::App* show = history->add_subcommand("show", "Show the steps of a run");
         show->add_option("RUN", _history.runs, "Its number, or last")->required()->expected(1);

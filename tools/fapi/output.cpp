@@ -63,6 +63,17 @@ Json listJson(const Rows& rows, std::size_t limit) {
     return json;
 }
 
+// Escapes in place of the bytes that are no UTF-8.
+void makeValid(Json& json) {
+    if (json.is_string()) {
+        json = validText(json.get<std::string>());
+    } else if (json.is_structured()) {
+        for (Json& part : json) {
+            makeValid(part);
+        }
+    }
+}
+
 std::string nameOf(const Command& command) {
     return command.operation() != nullptr ? command.operation()->shortName()
                                           : std::string("set ") + command.hand()->name;
@@ -176,8 +187,18 @@ Json toJson(const Operation& operation) {
     return json;
 }
 
+std::string jsonText(const Json& json, int indent) {
+    try {
+        return json.dump(indent);
+    } catch (const Json::type_error&) {
+        Json valid = json;
+        makeValid(valid);
+        return valid.dump(indent, ' ', false, Json::error_handler_t::replace);
+    }
+}
+
 std::string jsonLine(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return jsonText(json, -1);
 }
 
 std::string displayOutcome(const Command& command, const Outcome& outcome) {
@@ -197,7 +218,7 @@ void printLine(std::string line) {
 void printError(const std::string& message, bool json) {
     printMessage(message);
     if (json) {
-        printLine(jsonLine({{"error", validText(message)}}));
+        printLine(jsonLine({{"error", message}}));
     }
 }
 

@@ -20,7 +20,10 @@ Json toJson(const Command& command, const Outcome& outcome, std::size_t limit = 
 Json toJson(const Event& event);
 Json toJson(const Operation& operation);
 
-// One line; bytes that are no UTF-8 are replaced, so that texts that may have some are better made a Value first.
+// With "\xff" in place of bytes that are no UTF-8: names and messages may have some. On lines of their own with an
+// indent, which is not negative.
+std::string jsonText(const Json& json, int indent);
+// The same in one line.
 std::string jsonLine(const Json& json);
 
 // "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines, and bytes that do not fit one,

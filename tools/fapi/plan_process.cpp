@@ -168,7 +168,7 @@ private:
                 json["data"] = PlanData::parse(wordsOf(line)).take();
             }
         } catch (const std::runtime_error& error) {
-            worsen({Verdict::failed, line.text() + ": " + error.what()}, line.line);
+            worsen({Verdict::failed, beginningOf(line.text(), kToldBytes) + ": " + error.what()}, line.line);
             json["error"] = error.what();
         }
         json["seconds"] = secondsSince(start);
@@ -234,8 +234,9 @@ private:
             return;
         }
         const Value* error = outcome.find("error");
-        worsen({Verdict::failed, command.text() + " answered " + std::to_string(outcome.status) + " (" +
-                                     command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "")},
+        worsen({Verdict::failed, beginningOf(command.text(), kToldBytes) + " answered " +
+                                     std::to_string(outcome.status) + " (" + command.word(outcome) + ")" +
+                                     (error != nullptr ? ": " + display(*error) : "")},
                line.line);
     }
 

@@ -25,6 +25,8 @@ struct Position {
 
 // What a run keeps of a text or of bytes, in its reports and its history.
 constexpr std::size_t kKeptBytes = 65536;
+// What a message has of the line that it is about.
+constexpr std::size_t kToldBytes = 1000;
 
 enum class RecordKind {
     start,    // an attempt at a step begins

@@ -141,7 +141,7 @@ public:
             json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
         }
         std::ofstream stream(file);
-        stream << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+        stream << jsonText(json, 2) << '\n';
         if (!stream.flush()) {
             throw std::runtime_error(file + ": cannot be written");
         }

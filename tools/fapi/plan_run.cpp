@@ -231,8 +231,9 @@ void PlanRun::takeEnd(const Record& record) {
     _inAttempt = false;
     if (!isBad(_position.judgement.verdict) || _position.attempt > _plan.steps[_position.step].retry) {
         _inStep = false;
-        _progress.end(_position.step, _result.steps[_position.step]);
+        // What has been told is never done again.
         saveStep(_position.step);
+        _progress.end(_position.step, _result.steps[_position.step]);
     }
 }
 
@@ -301,7 +302,7 @@ std::string PlanRun::atRunningLine(const std::string& text) const {
     const PlanLine* line = runningLine();
     return line == nullptr
                ? text
-               : "line " + std::to_string(line->line) + ": " + beginningOf(line->text(), kKeptBytes) + ": " + text;
+               : "line " + std::to_string(line->line) + ": " + beginningOf(line->text(), kToldBytes) + ": " + text;
 }
 
 Attempt& PlanRun::attempt() {

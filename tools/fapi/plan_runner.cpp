@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "characters.h"
 #include "output.h"
 #include "plan_report.h"
 #include "plan_run.h"
@@ -59,7 +58,7 @@ private:
 // "FILE:LINE:COLUMN: what is wrong" on standard error, as far as that is known; an object for programs, too.
 void complain(bool json, const std::string& file, const std::string& text, unsigned int line = 0,
               std::size_t column = 0) {
-    Json told = {{"file", validText(file)}, {"problem", validText(text)}};
+    Json told = {{"file", file}, {"problem", text}};
     std::string place = file;
     if (line != 0) {
         told["line"] = line;

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 
+#include "characters.h"
 #include "durable_file.h"
 #include "report_text.h"
 #include "terminal.h"
@@ -127,8 +128,8 @@ HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
     entry.faults = result.plan->faults.size();
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
-        entry.steps.push_back(
-            {result.plan->steps[i].name, verdictName(step.verdict()), step.seconds(), measurementsOf(step)});
+        entry.steps.push_back({beginningOf(result.plan->steps[i].name, kToldBytes), verdictName(step.verdict()),
+                               step.seconds(), measurementsOf(step)});
     }
     return entry;
 }

@@ -62,6 +62,10 @@ private:
 struct HistoryOptions {
     std::string report;  // folder; empty: "reports"
     std::vector<std::string> runs;
+    // What is listed: all when empty.
+    std::string plan;     // a part of the plan's name
+    std::string verdict;  // passed, marginal, failed or interrupted
+    std::string since;    // the beginning of a time: "2026-02-14" or "2026-02-14T10"
     bool json = false;
 };
 

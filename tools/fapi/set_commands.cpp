@@ -86,10 +86,9 @@ int showSet(const GlobalOptions& options) {
     const std::vector<std::string> damage = vset::check(folder);
     // Not openSession(): damage is what is to be shown.
     vset::attach(folder);
-    Json json = {{"folder", validText(vset::folder())}, {"boots", vset::bootCount()}, {"damage", Json::array()}};
+    Json json = {{"folder", vset::folder()}, {"boots", vset::bootCount()}, {"damage", damage}};
     std::string text = vset::folder() + "\n  boots: " + std::to_string(vset::bootCount());
     for (const std::string& line : damage) {
-        json["damage"].push_back(validText(line));
         text += "\n  damaged: " + line;
     }
     for (const auto& [name, size] : vset::flash::partitions()) {
