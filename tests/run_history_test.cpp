@@ -300,7 +300,7 @@ TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
         EXPECT_EQ(std::filesystem::exists(set() + "/tree/data/cleaned"), row.cleaned);
         EXPECT_EQ(unfinishedFiles().size(), 1u);
         if (row.signal == SIGINT) {
-            EXPECT_THAT(readFile(reportFile(".html")), HasSubstr(": ended by Ctrl-C</p>"));
+            EXPECT_THAT(readFile(reportFile(".html")), HasSubstr("set get /data/go: interrupted</p>"));
         }
 
         const test::ProcessResult result = resume();

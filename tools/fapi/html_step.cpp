@@ -200,15 +200,6 @@ void writeKept(Html parent, const StepResult& result, const std::string& folder)
     }
 }
 
-// The line that had not ended.
-std::string interruptedLine(const Step& step, const Attempt& attempt) {
-    const std::size_t done = attempt.commands.size();
-    if (done >= step.lines.size()) {
-        return "";
-    }
-    return "line " + std::to_string(step.lines[done].line) + ": " + step.lines[done].text() + ": ended by Ctrl-C";
-}
-
 void writeHeading(Html parent, const Step& step, const StepResult& result, std::size_t index) {
     Html head = parent.add("h3");
     head.add("span", "number", std::to_string(index + 1));
@@ -232,12 +223,9 @@ std::string verdictClass(const std::string& verdict) {
     return name;
 }
 
-std::string whyText(const Step& step, const StepResult& result) {
+std::string whyText(const StepResult& result) {
     if (!result.text().empty() || result.attempts.empty()) {
         return result.text();
-    }
-    if (result.verdict() == Verdict::interrupted) {
-        return interruptedLine(step, result.attempts.back());
     }
     return result.attempts.size() > 1 ? "at first: " + result.attempts.front().judgement.text : "";
 }
@@ -255,7 +243,7 @@ void writeStep(Html parent, const Step& step, const StepResult& result, std::siz
     } else {
         writeHeading(section, step, result, index);
     }
-    if (const std::string why = whyText(step, result); !why.empty() && result.verdict() != Verdict::passed) {
+    if (const std::string why = whyText(result); !why.empty() && result.verdict() != Verdict::passed) {
         section.add("p", isBadName(verdict) ? "why bad" : "why", beginningOf(why, kShown));
     }
     if (result.attempts.empty()) {
