@@ -69,6 +69,16 @@ CLI::Validator seconds() {
     return CLI::Validator(check, "");
 }
 
+CLI::Validator planVerdict() {
+    const auto check = [](const std::string& word) {
+        const auto verdicts = {Verdict::passed, Verdict::marginal, Verdict::failed, Verdict::interrupted};
+        const bool isOne = std::any_of(verdicts.begin(), verdicts.end(),
+                                       [&](Verdict verdict) { return word == verdictName(verdict); });
+        return isOne ? std::string() : "is " + display(word, 40) + ", expected passed, marginal, failed or interrupted";
+    };
+    return CLI::Validator(check, "");
+}
+
 // Acts at once: what is printed of a wrong command line is colored as it says, too.
 CLI::Validator colorUse() {
     const auto check = [](const std::string& word) {
@@ -337,7 +347,7 @@ private:
         history->add_option("--plan", _history.plan, "Only runs of plans with this in their names")->type_name("NAME");
         history->add_option("--verdict", _history.verdict, "Only those that passed, marginal, failed, interrupted")
             ->type_name("VERDICT")
-            ->check(CLI::IsMember({"passed", "marginal", "failed", "interrupted"}));
+            ->check(planVerdict());
         history->add_option("--since", _history.since, "Only those that began then or later: 2026-02-14, 2026-02-14T10")
             ->type_name("TIME");
         addHistoryAction(history, listHistory);

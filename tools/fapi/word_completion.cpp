@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "event_log.h"
+#include "run_history.h"
 #include "session.h"
 #include "shell.h"
 #include "vset/vset.h"
@@ -144,6 +145,21 @@ std::vector<std::string> commandNames(const CLI::App& command) {
     return names;
 }
 
+// What stands behind an option; empty when that is not there.
+std::string valueBehind(const Words& words, const char* option) {
+    const auto found = std::find(words.begin(), words.end(), option);
+    return found != words.end() && found + 1 != words.end() ? *(found + 1) : "";
+}
+
+std::vector<std::string> runNumbers(const Words& words) {
+    const std::string folder = valueBehind(words, "--report");
+    std::vector<std::string> numbers = {"last"};
+    for (const HistoryEntry& entry : RunHistory(folder.empty() ? kReportFolder : folder).entries()) {
+        numbers.push_back(std::to_string(entry.id));
+    }
+    return numbers;
+}
+
 // What an option or argument of that name takes on the command line; the words of operations and hands are no
 // matter of this.
 std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line) {
@@ -161,6 +177,15 @@ std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line
     }
     if (name == "SHELL") {
         return {"bash", "zsh"};
+    }
+    if (name == "WHEN") {
+        return {"always", "auto", "never"};
+    }
+    if (name == "VERDICT") {
+        return {"passed", "marginal", "failed", "interrupted"};
+    }
+    if (name == "RUN") {
+        return runNumbers(line.words);
     }
     if (name == "--module") {
         return eventModules();
@@ -208,10 +233,7 @@ std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
 // The folder of the set that the line names; empty when there is none yet.
 std::string folderOf(const Words& words) {
     SessionOptions options;
-    const auto found = std::find(words.begin(), words.end(), "--set");
-    if (found != words.end() && found + 1 != words.end()) {
-        options.folder = *(found + 1);
-    }
+    options.folder = valueBehind(words, "--set");
     const std::string folder = setFolder(options);
     const vset::HostPaths hostPaths;
     return access((folder + "/set.json").c_str(), F_OK) == 0 ? folder : "";
