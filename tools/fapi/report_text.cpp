@@ -7,7 +7,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "output.h"
+#include "characters.h"
 
 namespace tool {
 
@@ -26,7 +26,7 @@ std::string isoTime(std::chrono::system_clock::time_point time) {
 }
 
 std::string xmlText(const std::string& text) {
-    std::string result = Json::parse(jsonLine(Json(text))).get<std::string>();
+    std::string result = validText(text);
     for (std::size_t i = 0; i < result.size(); ++i) {
         const auto byte = static_cast<unsigned char>(result[i]);
         const bool isControl = byte < 0x20 && std::strchr("\n\t\r", result[i]) == nullptr;
