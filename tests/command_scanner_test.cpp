@@ -86,7 +86,7 @@ TEST(CommandScanner, ALongCommandIsLost) {
     u8TvFactoryDebug = 0;
     const std::string log = testing::internal::GetCapturedStdout();
     EXPECT_EQ(collector.commands, (Texts{ended("yz"), ended("")}));
-    EXPECT_NE(log.find("\033[43;31m[fapi_command_scanner.cpp, append, "), std::string::npos) << log;
+    EXPECT_NE(log.find("\033[43;31m[fapi_command_scanner.cpp, TestBody, "), std::string::npos) << log;
     EXPECT_NE(log.find("] buffer overflow detected!! u16ReceivedBytes = 2048\033[0m\n\n"), std::string::npos) << log;
 }
 

@@ -47,8 +47,10 @@ protected:
 TEST_F(Completion, OffersWhatCanStandThere) {
     fapi({"set", "create"});
     fapi({"set", "put", "/mnt/usb/a.txt", "text:a"});
+    fapi({"run", "--fresh", "--report", folder() + "/reports", "--repeat", "2",
+          writeFile("a.plan", "plan A\nstep B\n sys_init\n")});
     const struct {
-        const char* pszLine;
+        std::string strLine;
         std::vector<std::string> all;
     } rows[] = {
         {"par", {"partition"}},
@@ -69,8 +71,16 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"set fac", {"factory"}},
         {"set factory ", {"off", "on"}},
         {"set jour", {}},
+        {"set fault HW_FLASH_StoreE", {"HW_FLASH_StoreEnv"}},
+        {"set fault HW_FLASH_StoreEnv ti", {"timeout"}},
+        {"help set play-", {"play-pad"}},
+        {"help pl", {"plan"}},
+        {"history --report " + folder() + "/reports show ", {"1", "2", "last"}},
         {"partition read m", {"misc"}},
         {"partition read misc ", {":files"}},
+        {"env get m", {"model"}},
+        {"env unset --flash nand m", {}},
+        {"env get --flash s", {"spi_nor"}},
         {"run ", {":files"}},
         {"run one.plan --report ", {":folders"}},
         {"run one.plan two", {":files"}},
@@ -87,7 +97,7 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"nonsense ", {}},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(complete(row.pszLine), row.all) << row.pszLine;
+        EXPECT_EQ(complete(row.strLine), row.all) << row.strLine;
     }
     EXPECT_EQ(fapiJson({"set", "show"})["boots"], 2) << "completing switches no set on";
 }
@@ -125,9 +135,9 @@ TEST_F(Completion, Zsh) {
     const test::ProcessResult result =
         test::runOnTerminal({"zsh", "-d", "-i"}, {{"ready> ", "fapi call sys_check_fi\t/ven\tfac\tb\tfac\t\r"},
                                                   {"sys_check_file: ", "fapi check no\t\r"},
-                                                  {"notes.txt:1", "exit\r"}});
+                                                  {"notes.txt:1:1", "exit\r"}});
     EXPECT_THAT(result.strOutput, HasSubstr("sys_check_file: 0 (ok)"));
-    EXPECT_THAT(result.strOutput, HasSubstr("notes.txt:1: the plan has no name"));
+    EXPECT_THAT(result.strOutput, HasSubstr("notes.txt:1:1: the plan has no name"));
 }
 
 TEST_F(Completion, AnotherShellIsRefused) {

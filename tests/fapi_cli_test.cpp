@@ -24,7 +24,9 @@ TEST_F(Cli, CallPrintsStatusAndOutputs) {
 
     result = fapi({"call", "a_vextvfapi_sys_get_emmc_env_var", "nosuch"});
     EXPECT_EQ(result.s32Exit, 1);
-    EXPECT_EQ(result.strOutput, "sys_get_emmc_env_var: -1 (failed)\n");
+    EXPECT_THAT(result.strOutput, StartsWith("sys_get_emmc_env_var: -1 (failed)\n"));
+    EXPECT_EQ(fapi({"call", "sys_set_emmc_env_var", "skew", "--", "-5"}).s32Exit, 0);
+    EXPECT_EQ(fapiJson({"call", "sys_get_emmc_env_var", "skew"})["outputs"]["value"], "-5");
 
     EXPECT_EQ(fapi({"call", "sys_set_emmc_env_var", "serial", "A B"}).s32Exit, 0);
     const nlohmann::json json = fapiJson({"call", "sys_get_emmc_env_var", "serial"});
@@ -36,7 +38,46 @@ TEST_F(Cli, CallPrintsStatusAndOutputs) {
 
     fapi({"call", "sys_write_file", "/data/f", "hex:00ff"});
     EXPECT_EQ(fapiJson({"call", "sys_read_file", "/data/f"})["outputs"]["data"]["hex"], "00ff");
-    EXPECT_EQ(fapi({"call", "sys_copy_file", "/data/f", "/data/g"}).s32Exit, 0) << "-1 is what a good copy answers";
+}
+
+TEST_F(Cli, ACopyIsGoodWhenTheDestinationHoldsIt) {
+    fapi({"set", "put", "/data/f", "one"});
+    fapi({"set", "put", "/data/other", "two"});
+    const struct {
+        std::vector<std::string> words;
+        int s32Exit;
+    } rows[] = {
+        {{"/data/f", "/data/g"}, 0},           {{"/data/none", "/data/h"}, 1}, {{"/data/f", "/data/f/g"}, 1},
+        {{"/data/f", "/data/other", "on"}, 1}, {{"/data/f", "/data/f"}, 1},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> words = {"call", "sys_copy_file"};
+        words.insert(words.end(), row.words.begin(), row.words.end());
+        const test::ProcessResult result = fapi(words);
+        EXPECT_EQ(result.s32Exit, row.s32Exit) << testing::PrintToString(words);
+        EXPECT_THAT(result.strOutput, StartsWith("sys_copy_file: -1 ")) << "whatever becomes of it";
+    }
+}
+
+TEST_F(Cli, AFailureNamesTheCallsThatFailed) {
+    EXPECT_EQ(fapi({"call", "sys_check_file", "/data/none"}).strOutput,
+              "sys_check_file: -1 (failed)\n"
+              "  because: HW_FS_Open(path=\"/data/none\" flags=0) = -1 (No such file or directory)\n");
+    const nlohmann::json json = fapiJson({"call", "prphrl_get_gpio_status", "300"});
+    EXPECT_EQ(json["failed_calls"].back(), nlohmann::json({{"call", "HW_GPIO_Open"},
+                                                           {"arguments", "pad=300"},
+                                                           {"result", 8},
+                                                           {"word", "invalid-parameter"},
+                                                           {"fault", false}}));
+    const std::string strShell = fapi({"shell"},
+                                      "set fault HW_FLASH_StoreEnv busy 1 2\nsys_set_emmc_env_var a b\n"
+                                      "prphrl_get_gpio_status 12\nsys_check_file /data\n")
+                                     .strOutput;
+    EXPECT_THAT(strShell, testing::ContainsRegex("sys_set_emmc_env_var: -1 \\(failed\\)\n"
+                                                 "  because: HW_FLASH_StoreEnv\\(.*\\) = 0xf \\(busy, by fault\\)\n"
+                                                 "prphrl_get_gpio_status: "))
+        << "one call, and no look-up of what is opened then";
+    EXPECT_FALSE(fapiJson({"call", "sys_check_file", "/data"}).contains("failed_calls"));
 }
 
 TEST_F(Cli, TheSetIsBroughtUpUnlessToldOtherwise) {
@@ -73,7 +114,10 @@ TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
         {{"fly"}, "no such command: fly"},
         {{"set", "shwo"}, "no such command: shwo, did you mean show?"},
         {{"--fast", "list"}, "--fast"},
-        {{"list", "a", "b"}, "not expected: b; see fapi list --help"},
+        {{"list", "a", "b", "c"}, "not expected: \"b\" \"c\"; see fapi list --help"},
+        {{"call", "sys_check_file", "/a", "--", "-b", "c"}, "\"-b\" and \"c\" are 2 arguments too many"},
+        {{"help", "set", "drve"}, "did you mean drive?"},
+        {{"set", "drive", "1", "0"}, "acts on a running session only"},
         {{}, "subcommand"},
     };
     for (const auto& row : rows) {
@@ -87,10 +131,12 @@ TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
 
 TEST_F(Cli, TheLogGoesToStandardErrorOnly) {
     const test::ProcessResult result = fapi({"--log", "call", "sys_check_file", "/data/none"});
-    EXPECT_EQ(result.strOutput, "sys_check_file: -1 (failed)\n");
+    EXPECT_THAT(result.strOutput, StartsWith("sys_check_file: -1 (failed)\n"));
     EXPECT_THAT(result.strError, HasSubstr("VexTvFApiSystem(imp) [E] <a_vextvfapi_sys_check_file:"));
-    fapi({"set", "log", "off"});
-    EXPECT_THAT(fapi({"call", "sys_check_file", "/data/none"}).strError, IsEmpty());
+    EXPECT_THAT(fapi({"call", "sys_check_file", "/data/none"}).strError, IsEmpty()) << "for one call";
+    EXPECT_EQ(fapi({"--log", "shell"}, "set log off\nsys_init\nsys_check_file /data/none\n").strError, "");
+    fapi({"--log", "set", "log", "on"});
+    EXPECT_THAT(fapi({"call", "sys_check_file", "/data/none"}).strError, HasSubstr("[E] <a_vextvfapi_sys_check_file:"));
 }
 
 TEST_F(Cli, ListAndHelpComeFromTheTable) {
@@ -100,6 +146,16 @@ TEST_F(Cli, ListAndHelpComeFromTheTable) {
     const test::ProcessResult help = fapi({"help", "sys_copy_file"});
     EXPECT_THAT(help.strOutput, HasSubstr("sys_copy_file SOURCE DESTINATION [KEEP]\n"));
     EXPECT_THAT(help.strOutput, HasSubstr("overwrites the destination"));
+    EXPECT_THAT(fapi({"help", "prphrl_control_gpio"}).strOutput, Not(HasSubstr("4294967295"))) << "one range";
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"help", "set", "drive"}, {"help", "drive"}, {"--json", "help", "set", "drive"}}) {
+        EXPECT_THAT(fapi(words).strOutput, HasSubstr("set drive PAD LEVEL"));
+    }
+    EXPECT_THAT(fapi({"shell"}, "help set\n").strOutput, HasSubstr("\nset drive PAD LEVEL    Drive a pad"));
+    EXPECT_THAT(fapi({"help", "plan"}).strOutput, HasSubstr("\nstep \"Bring the set up\"\n"));
+    const std::string strFaults = fapi({"help", "faults"}).strOutput;
+    EXPECT_THAT(strFaults, testing::AllOf(StartsWith("## "), HasSubstr("always in"), Not(HasSubstr("teardown"))));
+    EXPECT_THAT(fapi({"help", "set", "create"}).strOutput, StartsWith("Make a new set\n"));
     const std::string strAll = fapi({"list", "--json"}).strOutput;
     EXPECT_GT(std::count(strAll.begin(), strAll.end(), '\n'), 50);
     EXPECT_EQ(fapi({"--version"}).s32Exit, 0);
@@ -182,11 +238,15 @@ TEST_F(Cli, ShellOnAPipeStopsAtAWrongWord) {
     test::ProcessResult result =
         fapi({"shell"}, "sys_check_file /data/none\nset put /data/x hi\nsys_check_file /data/x\n");
     EXPECT_EQ(result.s32Exit, 1) << "one operation failed";
-    EXPECT_EQ(result.strOutput, "sys_check_file: -1 (failed)\nset put: 0 (ok)\nsys_check_file: 0 (ok)\n");
+    EXPECT_THAT(result.strOutput, testing::EndsWith("\nset put: 0 (ok)\nsys_check_file: 0 (ok)\n"));
     result = fapi({"shell"}, "sys_check_file /data/x\nbanana\nsys_check_file /data/x\n");
     EXPECT_EQ(result.s32Exit, 2);
     EXPECT_EQ(result.strOutput, "sys_check_file: 0 (ok)\n");
-    EXPECT_THAT(result.strError, HasSubstr("no such operation: banana"));
+    EXPECT_EQ(result.strError, "fapi: line 2: no such operation: banana\n");
+    result = fapi({"shell", "-e"}, "set power-cycle\n\nsys_check_file /data/none\nsys_check_file /data/x\n");
+    EXPECT_EQ(result.s32Exit, 1);
+    EXPECT_THAT(result.strOutput, Not(HasSubstr("(ok)")));
+    EXPECT_EQ(result.strError, "power cycle\nfapi: line 3 has failed, and -e ends the shell\n");
 }
 
 TEST_F(Cli, ShellOnAPipeGoesOnBehindAPowerCycle) {
@@ -234,6 +294,65 @@ TEST_F(Cli, WhatDestroysDataAsksOnATerminal) {
     result = test::runOnTerminal(yes, {});
     EXPECT_EQ(result.s32Exit, 0);
     EXPECT_THAT(result.strOutput, Not(HasSubstr("Go on?")));
+}
+
+TEST_F(Cli, WhatDestroysDataIsRefusedWhereNobodyCanBeAsked) {
+    fapi({"set", "put", "/data/f", "x"});
+    const struct {
+        std::vector<std::string> words;
+        const char* pszInput;
+    } rows[] = {
+        {{"call", "sys_remove_file", "/data/f"}, "y\n"},
+        {{"set", "reset"}, "y\n"},
+        {{"partition", "write", "misc", writeFile("misc.bin", "x")}, ""},
+        {{"shell"}, "sys_remove_file /data/f\nset remove /data/f\n"},
+        {{"watch", "--idle", "0.1", "--do", "sys_remove_file /data/f"}, ""},
+        {{"screen", folder() + "/a.png", "--do", "sys_remove_file /data/f"}, ""},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> words = {FAPI_BINARY, "--set", set()};
+        words.insert(words.end(), row.words.begin(), row.words.end());
+        const test::ProcessResult result = test::runProcess(words, row.pszInput);
+        EXPECT_EQ(result.s32Exit, 4) << row.words[0];
+        EXPECT_THAT(result.strError, HasSubstr("-y")) << row.words[0];
+        EXPECT_EQ(fapi({"set", "get", "/data/f"}).s32Exit, 0) << row.words[0];
+    }
+    EXPECT_EQ(fapi({"shell"}, "sys_remove_file /data/f\n").s32Exit, 0) << "with --yes";
+}
+
+// The fixed channel counts from the shell's first reading, a power cycle forgets it.
+TEST_F(Cli, WarnsOfWhatIsNotAsItLooks) {
+    const struct {
+        const char* pszLines;
+        const char* pszWarnings;
+    } rows[] = {
+        {"net_set_mac nonsense\n",
+         "fapi: warning: net_set_mac: \"nonsense\" is no MAC address: the set keeps its own, and the status is 0 all "
+         "the "
+         "same\n"},
+        {"net_set_mac 02-00-5e-00-53-0A\n", ""},
+        {"prphrl_get_sar_adc 3\nprphrl_get_sar_adc 3 0\nprphrl_get_sar_adc 4\n",
+         "fapi: warning: prphrl_get_sar_adc: asks for channel 4, but reads channel 3, which was the first to be "
+         "read\n"},
+        {"prphrl_get_sar_adc 3\nset power-cycle\nprphrl_get_sar_adc 4\n", "power cycle\n"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(fapi({"shell"}, row.pszLines).strError, row.pszWarnings);
+    }
+    EXPECT_THAT(fapi({"call", "net_set_mac", "02:00"}).strError, HasSubstr("warning: net_set_mac"));
+}
+
+TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
+    const test::ProcessResult result =
+        test::runOnTerminal({FAPI_BINARY, "--set", set(), "shell"}, {{"fapi> ", "watch on\r"},
+                                                                     {"fapi> ", "prphrl_gpio_monitor_start 12\r"},
+                                                                     {"(ok)", ""},
+                                                                     {"fapi> ", "set drive 12 1\rsys_ini"},
+                                                                     {"(pad high)", ""},
+                                                                     {"fapi> sys_ini", "t\r"},
+                                                                     {"sys_init: 0 (ok)", ""},
+                                                                     {"fapi> ", "quit\r"}});
+    EXPECT_EQ(result.s32Exit, 0) << result.strOutput;
 }
 
 TEST_F(Cli, ASetInUseIsRefused) {

@@ -28,7 +28,7 @@ TEST(FaultFile, Lines) {
         {"", ""},
     };
     for (const auto& row : rows) {
-        std::vector<tool::FaultProblem> problems;
+        std::vector<tool::Problem> problems;
         const std::vector<tool::PlanFault> faults = tool::parseFaults(row.line, problems);
         EXPECT_TRUE(problems.empty()) << row.line << ": " << (problems.empty() ? "" : problems[0].text);
         ASSERT_EQ(faults.size(), *row.read == '\0' ? 0u : 1u) << row.line;
@@ -63,7 +63,7 @@ TEST(FaultFile, Problems) {
     for (const auto& row : rows) {
         strFile += std::string(row.line) + "\n";
     }
-    std::vector<tool::FaultProblem> problems;
+    std::vector<tool::Problem> problems;
     tool::parseFaults(strFile, problems);
     ASSERT_EQ(problems.size(), std::size(rows));
     for (std::size_t i = 0; i < problems.size(); ++i) {

@@ -58,8 +58,8 @@ TEST_F(Ini, ReadsValuesThatFit) {
                     get("s:four", 8);
                     get("s:four", 4);
                 }),
-                AllOf(HasSubstr("VexTvFApiInformation(imp) [D] <copyValue> s:four = abcd\n\n"),
-                      HasSubstr("[E] <copyValue> Data overflow.\n\n")));
+                AllOf(HasSubstr("VexTvFApiInformation(imp) [D] <a_vextvfapi_info_get_ini_para> s:four = abcd\n\n"),
+                      HasSubstr("[E] <a_vextvfapi_info_get_ini_para> Data overflow.\n\n")));
 }
 
 TEST_F(Ini, AMissingKeyIsNoFailure) {

@@ -240,21 +240,21 @@ step s
     data c values x=${none}
 )");
     const std::string strError = fapi({"check", strPlan}).strError;
-    const char* const problems[] = {":2: \"data\" stands before the first step",
-                                    ":4: expected: data NAME gamma WINDOW",
-                                    ":5: expected: data NAME gamma WINDOW",
-                                    ":6: expected: data NAME gamma WINDOW",
-                                    ":7: WINDOW is \"3\", expected a number from 0 to 2",
-                                    ":8: \"1\" is one argument too many",
-                                    ":9: TYPE is \"hdmi\", expected one of vga",
-                                    ":10: INDEX is missing",
-                                    ":11: \"x\": expected WORD=NUMBER",
-                                    ":12: \"=1\": expected WORD=NUMBER",
-                                    ":13: \"x=y\": expected WORD=NUMBER",
-                                    ":14: expected: data NAME gamma WINDOW",
-                                    ":16: there are data b already",
-                                    ":17: expect stands behind data, which answers nothing",
-                                    ":18: ${none} has not been kept before"};
+    const char* const problems[] = {":2:1: \"data\" stands before the first step",
+                                    ":4:9: expected: data NAME gamma WINDOW",
+                                    ":5:10: expected: data NAME gamma WINDOW",
+                                    ":6:10: expected: data NAME gamma WINDOW",
+                                    ":7:18: WINDOW is \"3\", expected a number from 0 to 2",
+                                    ":8:20: \"1\" is one argument too many",
+                                    ":9:24: TYPE is \"hdmi\", expected one of vga",
+                                    ":10:27: INDEX is missing",
+                                    ":11:19: \"x\": expected WORD=NUMBER",
+                                    ":12:19: \"=1\": expected WORD=NUMBER",
+                                    ":13:19: \"x=y\": expected WORD=NUMBER",
+                                    ":14:12: expected: data NAME gamma WINDOW",
+                                    ":16:5: there are data b already",
+                                    ":17:5: expect stands behind data, which answers nothing",
+                                    ":18:19: ${none} has not been kept before"};
     for (const char* pszProblem : problems) {
         EXPECT_THAT(strError, HasSubstr(strPlan + pszProblem));
     }

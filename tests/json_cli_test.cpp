@@ -63,7 +63,7 @@ TEST_F(JsonCli, EveryCommandPrintsObjects) {
         {{"watch", "--count", "1", "--do", "prphrl_nty_event 0x100005 1"}, 0, {"time", "module", "event", "objects"}},
         {{"watch", "--module", "nonsense"}, 2, {"error"}},
         {{"check", strPlan}, 0, {"file", "plan", "steps"}},
-        {{"check", strBad}, 2, {"file", "line", "problem"}},
+        {{"check", strBad}, 2, {"file", "line", "column", "problem"}},
         {{"check", folder() + "/none.plan"}, 2, {"file", "problem"}},
         {{"run", strPlan, "--dry-run"}, 0, {"file", "plan", "steps"}},
         {{"run", strPlan, "--report", strReports}, 0, {}},

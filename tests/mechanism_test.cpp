@@ -138,12 +138,11 @@ TEST(BackgroundTask, AWorkerThatEndsAtOnceIsNotStartedForEver) {
 
 TEST(BackgroundTask, PollsOnlyAsOftenAsAsked) {
     int s32Waits = 0;
-    EXPECT_TRUE(fapi::pollUntil(
-        10, [&] { ++s32Waits; }, [&] { return s32Waits == 3; }));
+    const auto wait = [&](const char* /*pszCaller*/) { ++s32Waits; };
+    EXPECT_TRUE(fapi::pollUntil(10, wait, [&] { return s32Waits == 3; }));
     EXPECT_EQ(s32Waits, 3) << "waits first, then looks";
     s32Waits = 0;
-    EXPECT_FALSE(fapi::pollUntil(
-        10, [&] { ++s32Waits; }, [] { return false; }));
+    EXPECT_FALSE(fapi::pollUntil(10, wait, [] { return false; }));
     EXPECT_EQ(s32Waits, 10);
 }
 

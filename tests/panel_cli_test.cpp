@@ -199,7 +199,7 @@ TEST_F(PanelCli, APictureThatCannotBeHadIsAFailure) {
         {{file(), "--what", "surface:1"}, 1, "fapi: "},
         {{file(), "--what", "capture"}, 1, "nothing has been captured"},
         {{"/no/such/folder/f.png"}, 1, "/no/such/folder/f.png: cannot be written: No such file or directory"},
-        {{"/dev/full"}, 1, "/dev/full: cannot be written: No space left on device"},
+        {{"/dev/full"}, 1, "the disk is full: /dev/full"},
     };
     for (const auto& row : rows) {
         std::vector<std::string> words = {"screen"};
@@ -410,10 +410,10 @@ step s
 )");
     const std::string strError = fapi({"check", strPlan}).strError;
     for (const char* pszProblem :
-         {":2: \"picture\" stands before the first step", ":4: expected: picture NAME [WHAT]",
-          ":5: expected: picture NAME [WHAT]", ":6: WHAT is \"window:3\"", ":7: expected: picture NAME [WHAT]",
-          ":9: there is a picture a already", ":10: expect stands behind a picture, which answers nothing",
-          ":11: ${none} has not been kept before"}) {
+         {":2:1: \"picture\" stands before the first step", ":4:12: expected: picture NAME [WHAT]",
+          ":5:13: expected: picture NAME [WHAT]", ":6:15: WHAT is \"window:3\"", ":7:21: expected: picture NAME [WHAT]",
+          ":9:5: there is a picture a already", ":10:5: expect stands behind a picture, which answers nothing",
+          ":11:15: ${none} has not been kept before"}) {
         EXPECT_THAT(strError, HasSubstr(strPlan + pszProblem));
     }
     EXPECT_EQ(std::count(strError.begin(), strError.end(), '\n'), 8) << strError;

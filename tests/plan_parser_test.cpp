@@ -95,6 +95,16 @@ TEST(PlanParser, NamesEveryProblem) {
         {"sys_check_file \"/x", "3: the quote \" is not closed"},
         {"on-failure continue", "3: on-failure stands before the first step, or behind a step's name"},
         {"sys_check_file ${", "3: \"${\": expected } behind ${"},
+        {"include b.plan", "3: plans know no include: fapi run takes several plans, one after the other"},
+        {"step T timeout 5s",
+         "3: plans know no timeout: a step has no limit of time; expect event NUMBER within TIME "
+         "limits what is waited for"},
+        {"expct status 0", "3: no such operation: expct, did you mean expect?"},
+        {"set fault HW_FS_Snyc",
+         "3: set fault: no such middleware function: \"HW_FS_Snyc\", did you mean HW_FS_Sync?; "
+         "usage: set fault CALL [RESULT] [FROM] [TIMES]"},
+        {"wait 5", "3: expected: wait TIME (200ms, 1.5s)"},
+        {"wait 5s\nexpect status ok", "4: expect stands behind a wait, which answers nothing"},
     };
     for (const auto& row : rows) {
         const std::vector<std::string> problems = problemsOf(head + row.line + "\n");
@@ -106,13 +116,15 @@ TEST(PlanParser, NamesEveryProblem) {
         const char* problem;
     } expectations[] = {
         {"expect", "expected: expect OUTPUT"},
-        {"expect versoin is 1", "no such output: versoin, expected one of status, version"},
+        {"expect versoin is 1", "no such output: versoin, expected one of status, version; did you mean version?"},
         {"expect version", "expected: expect OUTPUT"},
         {"expect version is", "the value behind is is missing"},
         {"expect version is 1 2", "\"2\" is one word too many"},
         {"expect version matches [", "is no regular expression"},
         {"expect status in 5..1", "\"5..1\": expected a range like 100..200"},
         {"expect status in 1..5 margin -1", "margin: expected a number of at least 0"},
+        {"expect status in 0..1 margin 4", "margin 4: every number in 0..1 is nearer than that to an end"},
+        {"expect status in 0..7 margin 4", "every number in 0..7"},
         {"expect status nice", "status \"nice\": expected ok, failed or a number"},
         {"expect version is ${x}", "${x} has not been kept before"},
         {"expect version is hex:0", "half a byte at the end"},
@@ -172,6 +184,44 @@ TEST(PlanParser, NamesEveryProblem) {
         const std::vector<std::string> problems = problemsOf(std::string("plan P\n") + row.line + "\n");
         EXPECT_THAT(problems, testing::Contains(testing::HasSubstr(row.problem))) << row.line;
     }
+}
+
+TEST(PlanParser, TellsTheColumn) {
+    const struct {
+        const char* line;
+        std::size_t column;
+    } rows[] = {
+        {"\tsys_int", 2},
+        {"  sys_check_file", 17},
+        {"  sys_copy_file /a  /b perhaps # why", 24},
+        {" set drive 12 2", 15},
+        {" set drive ${gone} 1", 12},
+        {"sys_check_file /a \"b", 19},
+        {"sys_init\nexpect status in 5..1", 18},
+        {"sys_init\n expect  levle is 1", 10},
+        {"sys_init\nexpect event 1 of tv within 1s", 19},
+        {"sys_init\nkeep name levle", 11},
+        {"step T retry x\nsys_init", 14},
+    };
+    for (const auto& row : rows) {
+        std::vector<tool::Problem> problems;
+        tool::parsePlan(std::string("plan P\nstep S\n") + row.line + "\n", problems);
+        ASSERT_FALSE(problems.empty()) << row.line;
+        EXPECT_EQ(problems.back().column, row.column) << row.line << ": " << problems.back().text;
+    }
+}
+
+// What has been called before counts until a power cycle; what holds variables is not known.
+TEST(PlanParser, WarnsOfWhatIsNotAsItLooks) {
+    std::vector<tool::Problem> problems;
+    const tool::Plan plan = tool::parsePlan(
+        "plan P\nstep S\nprphrl_get_sar_adc 3\nkeep n status\nprphrl_get_sar_adc ${n}\n"
+        "  prphrl_get_sar_adc 4\nset power-cycle\nprphrl_get_sar_adc 4\nnet_set_mac x\n",
+        problems);
+    EXPECT_TRUE(problems.empty());
+    ASSERT_EQ(plan.warnings.size(), 2u);
+    EXPECT_EQ(std::make_pair(plan.warnings[0].line, plan.warnings[0].column), std::make_pair(6u, std::size_t(3)));
+    EXPECT_EQ(plan.warnings[1].line, 9u);
 }
 
 // A word with a variable may be anything that fits; all the others are checked as ever.

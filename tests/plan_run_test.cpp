@@ -60,7 +60,7 @@ step good
     expect status -6
 step marginal
     common_hw_err_msg 5
-    expect status in -8..-5 margin 2
+    expect status in -9..-5 margin 2
 step bad
     sys_check_file /data/none
     set put /data/not_reached x
@@ -207,6 +207,7 @@ TEST_F(PlanRun, RetryTriesTheWholeStepAgain) {
 step init
     sys_init
     set fault HW_FS_Stat -1 1 2
+    wait 150ms
 step "third time lucky" retry 5 every 50ms
     sys_check_folder /data
 step "never lucky" retry 2
@@ -221,6 +222,9 @@ step "never lucky" retry 2
     EXPECT_EQ(attempts[2]["verdict"], "passed");
     EXPECT_EQ(json["steps"][2]["attempts"].size(), 3u);
     EXPECT_GE(json["steps"][1]["seconds"], 0.1) << "with the waiting";
+    EXPECT_GE(json["steps"][0]["attempts"][0]["commands"][2]["seconds"], 0.15) << "of a line of its own";
+    EXPECT_THAT(attempts[0]["text"].get<std::string>(), HasSubstr(", because HW_FS_Stat(path=\"/data\") = -1 ("));
+    EXPECT_EQ(attempts[0]["commands"][0]["failed_calls"][0]["fault"], true);
 }
 
 TEST_F(PlanRun, APowerCycleLosesMemoryAndKeepsVariables) {
@@ -399,8 +403,8 @@ TEST_F(PlanRun, DryRunAndBrokenPlansCallNothing) {
     EXPECT_EQ(fapi({"check", strGood}).s32Exit, 0);
     result = fapi({"run", "--report", reports(), strGood, strBad});
     EXPECT_EQ(result.s32Exit, 2);
-    EXPECT_THAT(result.strError, HasSubstr(strBad + ":3: no such operation: sys_int, did you mean sys_init?\n"));
-    EXPECT_THAT(result.strError, HasSubstr(strBad + ":4: sys_check_file: PATH is missing"));
+    EXPECT_THAT(result.strError, HasSubstr(strBad + ":3:1: no such operation: sys_int, did you mean sys_init?\n"));
+    EXPECT_THAT(result.strError, HasSubstr(strBad + ":4:15: sys_check_file: PATH is missing"));
     EXPECT_EQ(fapi({"check", strBad}).s32Exit, 2);
     result = fapi({"run", "--report", "/proc/none", strGood});
     EXPECT_EQ(result.s32Exit, 3);

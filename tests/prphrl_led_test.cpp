@@ -51,10 +51,13 @@ TEST_F(Leds, White) {
         EXPECT_LT(seconds, 3.9);
     });
     EXPECT_EQ(colourOf(vset::pm::leds()), 0xFFFFFF);
-    EXPECT_THAT(log, AllOf(HasSubstr("[D] <a_vextvfapi_prphrl_set_mic_led> a_vextvfapi_prphrl_set_mic_led\n\n"),
-                           HasSubstr("[E] <obtainPm> HW_PM_GetHandle() fail\n\n"),
-                           HasSubstr("[D] <showColour> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success\n\n"),
-                           HasSubstr("[D] <closePm> PM close handle\n\n")));
+    EXPECT_THAT(
+        log,
+        AllOf(HasSubstr("[D] <a_vextvfapi_prphrl_set_mic_led> a_vextvfapi_prphrl_set_mic_led\n\n"),
+              HasSubstr("[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_GetHandle() fail\n\n"),
+              HasSubstr(
+                  "[D] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success\n\n"),
+              HasSubstr("[D] <a_vextvfapi_prphrl_set_mic_led> PM close handle\n\n")));
     EXPECT_TRUE(opened().empty());
 
     EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
@@ -71,9 +74,10 @@ TEST_F(Leds, WhatFails) {
         const char* log;
     };
     for (const Failure& failure :
-         {Failure{{"HW_PM_Init"}, "[E] <obtainPm> HW_PM_Init failed \n\n"},
-          Failure{{"HW_PM_Open"}, "[E] <obtainPm> HW_PM_Open() fail\n\n"},
-          Failure{{"HW_PM_SetAttr"}, "[E] <showColour> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail\n\n"}}) {
+         {Failure{{"HW_PM_Init"}, "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Init failed \n\n"},
+          Failure{{"HW_PM_Open"}, "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Open() fail\n\n"},
+          Failure{{"HW_PM_SetAttr"},
+                  "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail\n\n"}}) {
         for (const char* pszCall : failure.calls) {
             vset::inject({pszCall, 0xC});
         }
@@ -89,7 +93,7 @@ TEST_F(Leds, WhatFails) {
 TEST_F(Leds, AFoundHandleIsNotClosed) {
     vset::pm::hold();
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0); }),
-                AllOf(HasSubstr("[D] <closePm> PM no open\n\n"),
+                AllOf(HasSubstr("[D] <a_vextvfapi_prphrl_set_mic_led> PM no open\n\n"),
                       HasSubstr("HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n")));
     EXPECT_EQ(count("HW_PM_Open") + count("HW_PM_Close"), 0u);
     EXPECT_EQ(opened().size(), 1u);

@@ -88,13 +88,15 @@ TEST_F(PipeMode, TellsWhatItDoes) {
         stop();
     });
     for (const char* text :
-         {"[I] <startPipeMode> Start uartCmdPipe mode!\n\n", "[D] <waitForInit> Waitting for UartPipe task init...\n\n",
+         {"[I] <a_vextvfapi_prphrl_set_uart_pipe_mode> Start uartCmdPipe mode!\n\n",
+          "[D] <a_vextvfapi_prphrl_set_uart_pipe_mode> Waitting for UartPipe task init...\n\n",
           "[I] <_a_vextvfapi_prphrl_uart_pipe_task> start UartPipe_Task\n\n", "pUartPipeCmdEnd : 0x;\n\n",
           "Create /data/vendor/uartCmdPipe pipe file OK.\n\n", "UartPipe task started...\n\n",
-          "[I] <receiveCommands> start CmdReceiver\n\n", "######Uart cmd loop start##########\n\n",
-          "[D] <receive> callback uartPipeBuffer AT, len: 3\n\n", "Stop uartCmdPipe mode!\n\n",
-          "[D] <waitForExit> Waitting for UartPipe task exit...\n\n", "Stop UartPipe_Task\n\n",
-          "UartPipe task stopped...\n\n"}) {
+          "[I] <_a_vextvfapi_prphrl_uart_pipe_task> start CmdReceiver\n\n", "######Uart cmd loop start##########\n\n",
+          "[D] <_a_vextvfapi_prphrl_uart_pipe_task> callback uartPipeBuffer AT, len: 3\n\n",
+          "Stop uartCmdPipe mode!\n\n",
+          "[D] <a_vextvfapi_prphrl_set_uart_pipe_mode> Waitting for UartPipe task exit...\n\n",
+          "Stop UartPipe_Task\n\n", "UartPipe task stopped...\n\n"}) {
         EXPECT_THAT(log, HasSubstr(text));
     }
 }
@@ -120,7 +122,7 @@ TEST_F(PipeMode, WhileItWaitsForAWriterNothingStopsIt) {
     ASSERT_EQ(start(), 0);
     vset::clearJournal();
     const std::string log = test::logOf([] { EXPECT_EQ(start(), -1); });
-    EXPECT_THAT(log, HasSubstr("[D] <startPipeMode> The previous task still runing...\n\n"));
+    EXPECT_THAT(log, HasSubstr("[D] <a_vextvfapi_prphrl_set_uart_pipe_mode> The previous task still runing...\n\n"));
     EXPECT_THAT(calls(), testing::Not(testing::Contains("HW_OS_DelayTask"))) << "does not wait";
     EXPECT_GT(test::secondsOf([] { EXPECT_EQ(stop(), 0); }), 0.9);
     EXPECT_EQ(start(), -1);

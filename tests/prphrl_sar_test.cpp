@@ -2,6 +2,8 @@
 // Keypad, ADC and the remote control's format. The library keeps its handles for the life of the process, so every test
 // needs one of its own.
 #include <cstdio>
+#include <regex>
+#include <set>
 
 #include <gmock/gmock.h>
 
@@ -79,11 +81,15 @@ TEST_F(Keypad, RefusesABrokenBoardFile) {
         {&BoardIni::strUp, "none", "covert str to long failed\n\n"},
         {&BoardIni::strLevels, "0x100", "covert str to long failed\n\n"},
         {&BoardIni::strThresholds, "{0x10,0x00}", "covert str to long failed\n\n"},
-        {&BoardIni::strThresholds, "{1,2,3,4,5,6,7,8,9}", "[E] <logOutOfIndex> Out of index\n\n"},
-        {&BoardIni::strCodes, "{1,2,3,4,5,6,7,8,9}", "[D] <logOutOfIndex> Out of index\n\n"},
+        {&BoardIni::strThresholds, "{1,2,3,4,5,6,7,8,9}", "[E] <a_vextvfapi_prphrl_keypad_init> Out of index\n\n"},
+        {&BoardIni::strCodes, "{1,2,3,4,5,6,7,8,9}", "[D] <a_vextvfapi_prphrl_keypad_init> Out of index\n\n"},
         {&BoardIni::strCodes, "{1,x}", "covert str to long failed\n\n"},
         {&BoardIni::strLevels, "9", "[get_keypad_code] Open handle fail\n\n"},
     };
+    // Each setting that is no number is told by a line of its own.
+    std::set<std::string> lines;
+    const std::regex noNumber(
+        "<a_vextvfapi_prphrl_keypad_init> \\[a_vextvfapi_prphrl_keypad_init\\(([0-9]+)\\)\\]covert");
     for (const Row& stRow : rows) {
         BoardIni stBoard;
         stBoard.*stRow.pField = stRow.pszText;
@@ -91,7 +97,12 @@ TEST_F(Keypad, RefusesABrokenBoardFile) {
         const std::string strLog = test::logOf([&] { s32Result = init(stBoard); });
         EXPECT_EQ(s32Result, 0) << stRow.pszText;
         EXPECT_THAT(strLog, HasSubstr(stRow.pszLog)) << stRow.pszText;
+        std::smatch found;
+        if (std::regex_search(strLog, found, noNumber)) {
+            lines.insert(found[1]);
+        }
     }
+    EXPECT_EQ(lines.size(), 5u);
     BoardIni stLong;
     stLong.strThresholds = "{" + std::string(1100, '1') + "}";
     EXPECT_EQ(init(stLong), 1) << "a value that does not fit is as good as none, and so is a list without entries";

@@ -57,8 +57,8 @@ TEST_F(FactoryUart, TellsWhatItDoes) {
         "[E] <a_vextvfapi_prphrl_start_factory_uart> \033[31m [start_factory_uart] Warning 0x3: Uart Get Handle "
         "fail\033[m\n\n" +
         kTag + "[E] <a_vextvfapi_prphrl_start_factory_uart> [start_factory_uart] Uart open\n\n" + kTag +
-        "[I] <raiseLine> [factory_uart] AB\n\n" + kTag +
-        "[I] <endLine> [start_factory_uart] Uart command length is 0\n\n" + kTag +
+        "[I] <_HW_UART_Callback> [factory_uart] AB\n\n" + kTag +
+        "[I] <_HW_UART_Callback> [start_factory_uart] Uart command length is 0\n\n" + kTag +
         "[E] <a_vextvfapi_prphrl_stop_factory_uart> [start_factory_uart] UART close\n\n";
     EXPECT_EQ(log, expected);
 }

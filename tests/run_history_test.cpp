@@ -173,7 +173,7 @@ TEST_F(RunHistory, AFullDisk) {
     std::filesystem::create_symlink("/dev/full", historyFile() + ".new");
     const test::ProcessResult full = run(strPlan);
     EXPECT_EQ(full.s32Exit, 3);
-    EXPECT_THAT(full.strError, HasSubstr("history.jsonl.new: No space left on device"));
+    EXPECT_THAT(full.strError, HasSubstr("the disk is full: " + historyFile() + ".new"));
     EXPECT_THAT(listed<int>("id"), ElementsAre(1));
     EXPECT_EQ(run(strPlan).s32Exit, 0) << "there is space again";
 
@@ -186,7 +186,7 @@ TEST_F(RunHistory, AFullDisk) {
                                                           "ulimit -f 4000; exec '" FAPI_BINARY "' --set '" + set() +
                                                               "' run --report '" + reports() + "' '" + strPlan + "'"});
     EXPECT_EQ(limited.s32Exit, 3) << limited.strError;
-    EXPECT_THAT(limited.strError, HasSubstr("history.jsonl.new: File too large"));
+    EXPECT_THAT(limited.strError, HasSubstr("history.jsonl.new: cannot be written: File too large"));
     EXPECT_EQ(readFile(historyFile()), strBefore);
 }
 

@@ -173,7 +173,7 @@ TEST_F(StorageCli, APlanGoesOnBehindAnAwaitedRebootOnly) {
     EXPECT_THAT(_result.strOutput, HasSubstr(kRebooted));
     const std::string strPlan = writeFile("test.plan", "plan p\nstep s\nset await-reboot 1\nexpect status ok\n");
     EXPECT_THAT(fapi({"check", strPlan}).strError,
-                HasSubstr(":4: expect stands behind a reboot, which answers nothing"));
+                HasSubstr(":4:1: expect stands behind a reboot, which answers nothing"));
 }
 
 // What the plan does not come by.

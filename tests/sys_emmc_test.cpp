@@ -167,7 +167,7 @@ TEST_F(Emmc, LogsNoMoreOfTheDataThanThereIs) {
     EXPECT_THAT(test::logOf([] { writeEmmc("abc", 7); }),
                 HasSubstr("write the partition name:misc, shift:7, length:3 data:abc\n\n"));
     EXPECT_THAT(test::logOf([] { writeEmmc(std::string("ab\0c", 4), 7); }), HasSubstr("length:4 data:ab\n\n"));
-    EXPECT_THAT(test::logOf([] { readEmmc(7, 2); }), HasSubstr("[D] <readThroughBuffer> success.\n\n"));
+    EXPECT_THAT(test::logOf([] { readEmmc(7, 2); }), HasSubstr("[D] <a_vextvfapi_sys_read_emmc> success.\n\n"));
 }
 
 }  // namespace

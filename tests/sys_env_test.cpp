@@ -134,7 +134,7 @@ TEST_F(SysEnv, OrderOfAWrite) {
     const std::string strLog = test::logOf([] { setEnv("k", "w"); });
     EXPECT_THAT(strLog,
                 testing::MatchesRegex(
-                    ".*Set k = w\n\n.*\\[E\\] <_a_vextvfapi_sys_get_flash_handle> \\[flash\\] Get handle fail, try to "
+                    ".*Set k = w\n\n.*\\[E\\] <_a_vextvfapi_sys_set_env_var> \\[flash\\] Get handle fail, try to "
                     "open it.\n\n.*handle  = 0x[0-9a-f]+\n\n.*HW_FLASH_LoadEnv  OK\n\n.*HW_FLASH_SetEnvVar OK\n\n.*"
                     "HW_FLASH_StoreEnv OK\n\n.*HW_FLASH_LoadEnv OK\n\n.*HW_FLASH_GetEnvVar OK\n\n.*Write env "
                     "success!!!!\n\n"));
@@ -150,7 +150,7 @@ struct FailureRow {
 
 TEST_F(SysEnv, EachStepMayFail) {
     const FailureRow kRows[] = {
-        {false, "HW_FLASH_Open", 1, -1, "[E] <obtainFlash> [flash] Obtain handle fail.\n\n"},
+        {false, "HW_FLASH_Open", 1, -1, "[E] <_a_vextvfapi_sys_get_env_var> [flash] Obtain handle fail.\n\n"},
         {false, "allocation", 1, -4, "Allocate Memory Fail!!!!\n\n"},
         {false, "HW_FLASH_LoadEnv", 1, -1, "Read flash data failed!!\n\n"},
         {false, "HW_FLASH_GetEnvVar", 1, -1, "Get new env from emmc failed!! \n\n"},
@@ -193,7 +193,7 @@ TEST_F(SysEnv, AValueThatComesBackDifferentIsAFailure) {
     // The store is lost without a word: what is read back is the old value.
     vset::inject({"HW_FLASH_StoreEnv", HW_OK});
     const std::string strLog = test::logOf([] { EXPECT_EQ(setEnv("serial", "LOST"), -1); });
-    EXPECT_THAT(strLog, HasSubstr("[E] <verifyInFlash> Write env fail!!!!\n\n"));
+    EXPECT_THAT(strLog, HasSubstr("[E] <_a_vextvfapi_sys_set_env_var> Write env fail!!!!\n\n"));
 }
 
 TEST_F(SysEnv, BeforeStartTheFlashRefuses) {

@@ -83,9 +83,11 @@ TEST_F(FactoryService, TellsWhatTheDaemonAnswers) {
     daemon::start(Behaviour::answer, 2);
     EXPECT_THAT(
         test::logOf([] { sendCommand(1, "p"); }),
-        AllOf(HasSubstr("[D] <talkToDaemon> SOCKET_NAME:@FACTORY_SERVER\n\n"), HasSubstr("cmd:4, parameters:p\n\n"),
-              HasSubstr("[E] <readStatus> command:1 return 2:No such file or directory\n\n"),
-              HasSubstr("factory_client end\n\n")));
+        AllOf(
+            HasSubstr("[D] <a_vextvfapi_sys_send_cmd_to_factory_svc> SOCKET_NAME:@FACTORY_SERVER\n\n"),
+            HasSubstr("cmd:4, parameters:p\n\n"),
+            HasSubstr("[E] <a_vextvfapi_sys_send_cmd_to_factory_svc> command:1 return 2:No such file or directory\n\n"),
+            HasSubstr("factory_client end\n\n")));
 }
 
 TEST_F(FactoryService, IsMissedWithoutADaemon) {
@@ -153,8 +155,10 @@ TEST_F(ChipAttributes, CustomerHash) {
     EXPECT_TRUE(std::equal(hash.begin(), hash.end(), au8Hash));
     EXPECT_EQ(au8Hash[16], '#');
     EXPECT_THAT(test::logOf([&] { a_vextvfapi_sys_get_customer_hash(16, au8Hash, &u32Copied); }),
-                AllOf(HasSubstr("u32CopiedCustomerHashSize:0010.\n"), HasSubstr("<logHash> pu8CustomerHash = \"\n"),
-                      HasSubstr("<logHash> 0x4c\n"), HasSubstr("<logHash> \"\n\n")));
+                AllOf(HasSubstr("u32CopiedCustomerHashSize:0010.\n"),
+                      HasSubstr("<a_vextvfapi_sys_get_customer_hash> pu8CustomerHash = \"\n"),
+                      HasSubstr("<a_vextvfapi_sys_get_customer_hash> 0x4c\n"),
+                      HasSubstr("<a_vextvfapi_sys_get_customer_hash> \"\n\n")));
 
     vset::inject({"HW_SYS_GetAttr", HW_ERR_NOT_SUPPORT});
     EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(16, au8Hash, &u32Copied), -6);

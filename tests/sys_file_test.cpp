@@ -147,7 +147,7 @@ TEST_F(SysFile, CopyFailuresSayWhyAndCloseWhatTheyOpened) {
         {nullptr, "/data/d", {}, " SrcFileName is null.\n\n"},
         {"", "/data/d", {}, " SrcFileName is null.\n\n"},
         {"/data/s", nullptr, {}, " DestFilename is null.\n\n"},
-        {"/data/s", "/data/d", {vset::kAllocation}, "[D] <take> FAPI_MALLOC fail\n"},
+        {"/data/s", "/data/d", {vset::kAllocation}, "[D] <a_vextvfapi_sys_copy_file> FAPI_MALLOC fail\n"},
         {"/data/none", "/data/d", {}, "failed\n\n"},
         {"/data/s", "/data/x/y/d", {}, "DIR not found, re-create failed\n\n"},
         {"/data/s", "/data/keep", {}, "Dest File Exist, and fail trigger by b_fail_if_exist(1) /data/keep \n\n"},
@@ -181,8 +181,9 @@ TEST_F(SysFile, CopyFailuresSayWhyAndCloseWhatTheyOpened) {
     EXPECT_EQ(strLog.compare(0, strFirst.size(), strFirst), 0);
     // Printed again, then the names, then the source.
     const std::string strTag = "VexTvFApiSystem(imp) [D] ";
-    EXPECT_THAT(strLog, HasSubstr("b_fail_if_exist(0)\n \n" + strFirst + strTag + "<logNames> pu8FileName:/data/d\n" +
-                                  strTag + "<logNames> pszFilePath:/data\n" + strTag +
+    EXPECT_THAT(strLog, HasSubstr("b_fail_if_exist(0)\n \n" + strFirst + strTag +
+                                  "<a_vextvfapi_sys_copy_file> pu8FileName:/data/d\n" + strTag +
+                                  "<a_vextvfapi_sys_copy_file> pszFilePath:/data\n" + strTag +
                                   "<a_vextvfapi_sys_copy_file> Open source file  /data/s\n\n"));
     EXPECT_THAT(strLog, HasSubstr("Bytes Read = 976\n\n"));
 }

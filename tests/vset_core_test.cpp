@@ -320,4 +320,28 @@ TEST_F(VsetFolder, DamageIsNamedAndChangesNothing) {
     EXPECT_EQ(vset::folder(), "");
 }
 
+// Whoever comes next makes it anew: nothing in it has ever been used.
+TEST_F(VsetFolder, ASetWhoseMakingWasCutOff) {
+    SKIP_UNDER_EMULATION();
+    vset::detach();
+    const std::string strFolder = folder() + "/new";
+    unsigned int u32Cuts = 0;
+    for (bool bFinished = false; !bFinished; u32Cuts += 4) {
+        std::filesystem::remove_all(strFolder);
+        const pid_t child = fork();
+        if (child == 0) {
+            vset::cutPowerAtWrite(u32Cuts + 1);
+            vset::create(strFolder);
+            _exit(0);
+        }
+        int s32Status = 0;
+        waitpid(child, &s32Status, 0);
+        bFinished = WIFEXITED(s32Status);
+        vset::attach(strFolder);
+        vset::detach();
+        EXPECT_THAT(vset::check(strFolder), testing::IsEmpty()) << u32Cuts;
+    }
+    EXPECT_GE(u32Cuts, 20u);
+}
+
 }  // namespace

@@ -77,7 +77,7 @@ protected:
         return hSar;
     }
 
-    static void enlist(HW_Handle_t hSar) {
+    static void registerCallback(HW_Handle_t hSar) {
         HW_U32 u32Mask = kUntouched;
         EXPECT_EQ(HW_SAR_RegisterCallback(hSar, &kTake, &u32Mask), HW_OK);
         EXPECT_EQ(u32Mask, 1u);
@@ -143,7 +143,7 @@ TEST_F(VsetSar, EveryChannelReadsItsOwnVoltage) {
 TEST_F(VsetSar, TheKeypadMayBeOpenedAgain) {
     SKIP_UNDER_EMULATION();
     const HW_Handle_t hKeypad = openKeypad();
-    enlist(hKeypad);
+    registerCallback(hKeypad);
     EXPECT_EQ(openKeypad({0, 1, 2, 2, {0x33, 0x44}, {51, 52}}), hKeypad);
     const vset::sar::Keypad stKeypad = vset::sar::keypad();
     EXPECT_TRUE(stKeypad.bCallback) << "registered is registered";
@@ -175,7 +175,7 @@ TEST_F(VsetSar, KeysReachTheCallbackOneAfterTheOther) {
         EXPECT_EQ(value(hAdc), vset::sar::voltage(0)) << "the chip converts what is there";
         return u8Code == 24 ? HW_ERR_FAILED : HW_OK;
     };
-    enlist(openKeypad());
+    registerCallback(openKeypad());
     std::vector<Press> wanted;
     for (unsigned int i = 0; i < 500; ++i) {
         vset::sar::press(i * 3 % 5);
@@ -196,7 +196,7 @@ TEST_F(VsetSar, KeysThatNobodyHearsAreCounted) {
     vset::sar::press(0);
     const HW_Handle_t hKeypad = openKeypad();
     vset::sar::press(4);
-    enlist(hKeypad);
+    registerCallback(hKeypad);
     vset::sar::press(5);
     EXPECT_THROW(vset::sar::press(8), vset::SetError);
     EXPECT_THROW(vset::sar::pressCode(26), vset::SetError) << "of a key beyond the levels";
@@ -206,7 +206,7 @@ TEST_F(VsetSar, KeysThatNobodyHearsAreCounted) {
     vset::sar::press(0);
     EXPECT_EQ(vset::sar::keypad().u64Pressed, 5u);
     EXPECT_EQ(vset::sar::keypad().u64Dropped, 4u);
-    enlist(hKeypad);
+    registerCallback(hKeypad);
     vset::sar::press(2);
     ASSERT_TRUE(areThere(2));
     EXPECT_THAT(presses(), ElementsAre(Press(22, 0x2A), Press(23, 0x50))) << "the first with its code; none of before";
@@ -216,7 +216,7 @@ TEST_F(VsetSar, EveryKeyIsHeardOrDropped) {
     SKIP_UNDER_EMULATION();
     const HW_Handle_t hKeypad = openKeypad();
     for (int i = 0; i < 200; ++i) {
-        enlist(hKeypad);
+        registerCallback(hKeypad);
         {
             const test::Repeating typist([] {
                 vset::sar::press(0);
@@ -249,7 +249,7 @@ TEST_F(VsetSar, NoCallbackRunsAfterTheEnd) {
             bInside = false;
             return HW_OK;
         };
-        enlist(hKeypad);
+        registerCallback(hKeypad);
         for (unsigned int u32Key = 0; u32Key < 5; ++u32Key) {
             vset::sar::press(u32Key);
         }
@@ -259,7 +259,7 @@ TEST_F(VsetSar, NoCallbackRunsAfterTheEnd) {
         const std::size_t seen = presses().size();
         if (i == 0) {
             EXPECT_EQ(vset::sar::keypad().u64Dropped, 5 - seen);
-            enlist(hKeypad);
+            registerCallback(hKeypad);
         }
         std::this_thread::sleep_for(80ms);
         EXPECT_THAT(presses(), SizeIs(seen));
@@ -280,7 +280,7 @@ TEST_F(VsetSar, TheCallbackMayUseTheKeypad) {
         }
         return HW_OK;
     };
-    enlist(hKeypad);
+    registerCallback(hKeypad);
     vset::sar::press(0);
     ASSERT_TRUE(areThere(2)) << "still registered, and not stuck";
     EXPECT_EQ(unregistered, HW_Result_t{HW_ERR_BUSY}) << "it cannot wait for itself";

@@ -19,14 +19,14 @@ void require(bool good) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pu8Data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(pu8Data), size);
     const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
-    std::vector<tool::FaultProblem> problems;
+    std::vector<tool::Problem> problems;
     for (const tool::PlanFault& fault : tool::parseFaults(text, problems)) {
-        std::vector<tool::FaultProblem> none;
+        std::vector<tool::Problem> none;
         const std::vector<tool::PlanFault> again = tool::parseFaults(fault.text(), none);
         require(none.empty() && again.size() == 1 && again[0].text() == fault.text());
         require(fault.line >= 1 && fault.line <= lines && fault.stepColumn >= 1);
     }
-    for (const tool::FaultProblem& problem : problems) {
+    for (const tool::Problem& problem : problems) {
         require(problem.line >= 1 && problem.line <= lines);
         require(problem.column >= 1 && problem.column <= size + 1 && !problem.text.empty());
     }

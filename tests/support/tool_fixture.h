@@ -29,9 +29,9 @@ protected:
     const std::string& folder() const { return _strFolder; }
     std::string set() const { return _strFolder + "/set"; }
 
-    // fapi --set SET WORD...
+    // fapi --set SET --yes WORD...: there is nobody to be asked.
     ProcessResult fapi(std::vector<std::string> words, const std::string& strInput = "") const {
-        words.insert(words.begin(), {FAPI_BINARY, "--set", set()});
+        words.insert(words.begin(), {FAPI_BINARY, "--set", set(), "--yes"});
         return runProcess(words, strInput);
     }
 

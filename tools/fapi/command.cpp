@@ -37,25 +37,26 @@ Command Command::parse(const Words& words, Together together) {
     if (words[0] != "set") {
         command._operation = findOperation(words[0]);
         if (command._operation == nullptr) {
-            throw UsageError(unknownOperation(words[0]));
+            throw UsageError(unknownOperation(words[0]), 0);
         }
         command._arguments = parseArguments(*command._operation, {words.begin() + 1, words.end()}, together);
         return command;
     }
     if (words.size() < 2) {
-        throw UsageError("set: what is to be done is missing");
+        throw UsageError("set: what is to be done is missing", 1);
     }
     command._powerCycle = words[1] == kPowerCycle;
     if (command._powerCycle) {
         if (words.size() > 2) {
-            throw UsageError("set power-cycle: " + display(words[2], 40) + " is one argument too many");
+            throw UsageError("set power-cycle: " + display(words[2], 40) + " is one argument too many", 2);
         }
         return command;
     }
     command._hand = findHand(words[1]);
     if (command._hand == nullptr) {
         throw UsageError("no such command: set " + words[1] +
-                         didYouMean(words[1], hands(), [](const Hand& hand) { return std::string(hand.name); }));
+                             didYouMean(words[1], hands(), [](const Hand& hand) { return std::string(hand.name); }),
+                         1);
     }
     try {
         const Words rest(words.begin() + 2, words.end());
@@ -64,8 +65,8 @@ Command Command::parse(const Words& words, Together together) {
             command._hand->check(command._arguments, rest);
         }
     } catch (const UsageError& error) {
-        throw UsageError("set " + words[1] + ": " + error.what() + "; usage: set " + words[1] +
-                         argumentsUsage(command._hand->arguments));
+        throw error.behind(2, "set " + words[1] + ": " + error.what() + "; usage: set " + words[1] +
+                                  argumentsUsage(command._hand->arguments));
     }
     return command;
 }
@@ -114,6 +115,10 @@ Outcome Command::run() const {
 }
 
 std::string Command::word(const Outcome& outcome) const {
+    // What is not good although the status is the one that it always is.
+    if (!outcome.good && _operation != nullptr && isGood(_operation->result, outcome.status)) {
+        return "failed";
+    }
     return statusWord(_operation != nullptr ? _operation->result : Result::status, outcome.status);
 }
 

@@ -6,6 +6,7 @@
 
 #include "color.h"
 #include "command.h"
+#include "help.h"
 #include "output.h"
 #include "shell.h"
 #include "vset/vset.h"
@@ -15,16 +16,6 @@ namespace tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Short names, unless a full one has been begun.
-std::vector<std::string> operationNames(const std::string& start) {
-    std::vector<std::string> names;
-    for (const Operation& operation : operations()) {
-        const bool isFull = start.size() > 1 && std::string_view(operation.name).rfind(start, 0) == 0;
-        names.push_back(isFull ? operation.name : operation.shortName());
-    }
-    return names;
-}
 
 std::vector<std::string> firstWords(const std::string& start) {
     std::vector<std::string> names = operationNames(start);
@@ -64,6 +55,8 @@ std::vector<std::string> argumentValues(const Argument& argument, const LinePlac
             return setPaths(place.folder, place.start);
         case Kind::partition:
             return partitionNames(place.folder);
+        case Kind::function:
+            return vset::faultNames();
         case Kind::flag:
             return {"off", "on"};
         case Kind::color:
@@ -104,7 +97,29 @@ std::string commonStart(const std::vector<std::string>& found) {
     return start;
 }
 
+// What `help` describes.
+std::vector<std::string> helpWords(const LinePlace& place) {
+    if (place.words.size() > 1) {
+        return place.words[1] == "set" ? handNames() : std::vector<std::string>();
+    }
+    std::vector<std::string> names = operationNames(place.start);
+    names.emplace_back("set");
+    for (const std::string& topic : helpTopics()) {
+        names.push_back(topic);
+    }
+    return names;
+}
+
 }  // namespace
+
+std::vector<std::string> operationNames(const std::string& start) {
+    std::vector<std::string> names;
+    for (const Operation& operation : operations()) {
+        const bool isFull = start.size() > 1 && std::string_view(operation.name).rfind(start, 0) == 0;
+        names.push_back(isFull ? operation.name : operation.shortName());
+    }
+    return names;
+}
 
 // From the set's own file: it need not be switched on, and another process may have it.
 std::vector<std::string> partitionNames(const std::string& folder) {
@@ -128,7 +143,7 @@ std::vector<std::string> candidates(const LinePlace& place) {
     const std::vector<Argument>* arguments = nullptr;
     std::size_t index = words.size() - 1;
     if (words[0] == "help") {
-        return operationNames(place.start);
+        return helpWords(place);
     }
     if (words[0] == "watch") {
         return {"off", "on"};

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files that a kill or a full disk must not spoil.
+// Files of the PC that a kill or a full disk must not spoil.
 #include "durable_file.h"
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
-
-#include "vset/vset.h"
 
 namespace tool {
 
@@ -20,19 +20,28 @@ namespace {
     throw std::runtime_error(file + ": " + std::strerror(errno));
 }
 
-void syncFolderOf(const std::string& file) {
-    const std::string folder = file.substr(0, file.rfind('/') + 1);
-    const OpenFile open(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
-    fsync(open.get());
+}  // namespace
+
+FileError writeError(const std::string& file, int error) {
+    return FileError(error == ENOSPC || error == EDQUOT ? "the disk is full: " + file
+                                                        : file + ": cannot be written: " + std::strerror(error));
 }
 
-}  // namespace
+void removePartOf(const std::string& file) {
+    const vset::HostPaths hostPaths;
+    struct stat status = {};
+    if (lstat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+        // The disk has its room again, even if somebody has the file open.
+        static_cast<void>(truncate(file.c_str(), 0) < 0);
+        unlink(file.c_str());
+    }
+}
 
 OpenFile::OpenFile(const std::string& file, int flags) : _file(file) {
     const vset::HostPaths hostPaths;
     _descriptor = open(file.c_str(), flags | O_CLOEXEC, 0666);
     if (_descriptor < 0) {
-        failWith(file);
+        (flags & O_CREAT) != 0 ? throw writeError(file, errno) : failWith(file);
     }
 }
 
@@ -44,7 +53,7 @@ void OpenFile::write(const std::string& text) const {
     for (std::size_t done = 0; done < text.size();) {
         const ssize_t length = ::write(_descriptor, text.data() + done, text.size() - done);
         if (length < 0 && errno != EINTR) {
-            failWith(_file);
+            throw writeError(_file, errno);
         }
         done += length > 0 ? static_cast<std::size_t>(length) : 0;
     }
@@ -73,6 +82,22 @@ FolderLock::FolderLock(const std::string& folder) : _open(folder, O_RDONLY | O_D
     }
 }
 
+void syncFolderOf(const std::string& file) {
+    const std::string folder = file.substr(0, file.rfind('/') + 1);
+    const OpenFile open(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
+    fsync(open.get());
+}
+
+void writeFile(const std::string& file, const std::string& text) {
+    const OpenFile open(file, O_WRONLY | O_CREAT | O_TRUNC);
+    try {
+        open.write(text);
+    } catch (const FileError&) {
+        removePartOf(file);
+        throw;
+    }
+}
+
 void replaceFile(const std::string& file, const std::string& text) {
     const vset::HostPaths hostPaths;
     const std::string next = file + ".new";
@@ -80,13 +105,26 @@ void replaceFile(const std::string& file, const std::string& text) {
         const OpenFile open(next, O_WRONLY | O_CREAT | O_TRUNC);
         open.write(text);
         if (fdatasync(open.get()) != 0 || rename(next.c_str(), file.c_str()) != 0) {
-            failWith(file);
+            throw writeError(file, errno);
         }
     } catch (const std::runtime_error&) {
         unlink(next.c_str());
         throw;
     }
     syncFolderOf(file);
+}
+
+void keepFile(const std::string& file, const std::string& as) {
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    std::filesystem::create_hard_link(file, as, error);
+    if (error) {
+        std::filesystem::copy_file(file, as, error);
+    }
+    if (error) {
+        throw std::runtime_error(as + ": " + error.message());
+    }
+    syncFolderOf(as);
 }
 
 }  // namespace tool

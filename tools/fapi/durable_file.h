@@ -1,11 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files beside the reports that several runs share, and that a kill or a full disk must not spoil.
+// Files of the PC that fapi writes, which a kill or a full disk must not spoil.
 #ifndef FAPI_TOOL_DURABLE_FILE_H
 #define FAPI_TOOL_DURABLE_FILE_H
 
 #include <string>
 
+#include "vset/vset.h"
+
 namespace tool {
+
+// A file of this PC that cannot be written; the text says why, and names it.
+class FileError : public vset::SetError {
+public:
+    using vset::SetError::SetError;
+};
+
+// "the disk is full: FILE", or what else errno says.
+FileError writeError(const std::string& file, int error);
+
+// Removes the beginning of a file that could not be written to its end. A device, or what a link leads to, stays.
+void removePartOf(const std::string& file);
+
+// Throws FileError, and there is then no such file.
+void writeFile(const std::string& file, const std::string& text);
 
 // An open file. All paths are the PC's.
 class OpenFile {
@@ -37,8 +54,15 @@ private:
     OpenFile _open;
 };
 
-// The file then holds the text, or what it held before. Throws std::runtime_error.
+// The file then holds the text, or what it held before, also after a power cut. Throws std::runtime_error.
 void replaceFile(const std::string& file, const std::string& text);
+
+// Makes a change of the file's name durable.
+void syncFolderOf(const std::string& file);
+
+// Keeps what the file holds under another name as well, for when it is replaced: no copy where the folder's file system
+// has links. Throws std::runtime_error.
+void keepFile(const std::string& file, const std::string& as);
 
 }  // namespace tool
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "vset/vset.h"
+#include "words.h"
 
 namespace tool {
 
@@ -22,14 +23,8 @@ struct PlanFault {
     std::string text() const;
 };
 
-struct FaultProblem {
-    unsigned int line;
-    std::size_t column;  // of the word, in bytes, from 1
-    std::string text;
-};
-
 // All problems, in the order of their lines; the faults are to be used only when there are none.
-std::vector<PlanFault> parseFaults(std::string_view text, std::vector<FaultProblem>& problems);
+std::vector<PlanFault> parseFaults(std::string_view text, std::vector<Problem>& problems);
 
 }  // namespace tool
 

@@ -3,6 +3,7 @@
 #include "first_lines.h"
 
 #include "output.h"
+#include "surprises.h"
 
 namespace tool {
 
@@ -18,6 +19,7 @@ std::vector<Command> parseFirstLines(const std::vector<std::string>& lines, cons
 }
 
 bool runFirstLines(const GlobalOptions& options, const std::vector<Command>& commands) {
+    Surprises surprises;
     for (const Command& command : commands) {
         if (!confirm(options, command)) {
             return false;
@@ -25,6 +27,7 @@ bool runFirstLines(const GlobalOptions& options, const std::vector<Command>& com
         if (command.operation() != nullptr) {
             bringUpFor(command.operation());
         }
+        printWarning(surprises.next(command));
         const Outcome outcome = command.run();
         std::fprintf(stderr, "%s\n", displayOutcome(command, outcome).c_str());
     }

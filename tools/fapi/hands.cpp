@@ -6,6 +6,9 @@
 #include <iterator>
 
 #include "command.h"
+#include "log_switch.h"
+#include "middleware_words.h"
+#include "session.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -14,7 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kLogSwitch[] = "/data/tvfapi_hal_debug";
 constexpr char kFactoryService[] = "/vendor/factory/bin/factory_svc";
 
 // A path that a person may touch: one of the set's own.
@@ -34,6 +36,7 @@ void writeFile(const std::string& path, const Bytes& bytes) {
     std::ofstream file(host, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (!file.flush()) {
+        vset::noteHostTrouble(host, errno);
         throw vset::SetError(path + ": cannot be written");
     }
 }
@@ -127,7 +130,10 @@ std::vector<Hand> setHands() {
          "Switch the library's log on or off, as of the next a_vextvfapi_sys_init.",
          {{"state", Kind::flag, "on or off"}},
          {},
-         [](Call& call) { switchFile(call, kLogSwitch); }},
+         [](Call& call) {
+             followLogSwitch();
+             switchFile(call, kLogSwitch);
+         }},
         {"factory",
          "Put the factory service there or take it away, which marks factory mode.",
          {{"state", Kind::flag, "on or off"}},
@@ -135,8 +141,8 @@ std::vector<Hand> setHands() {
          [](Call& call) { switchFile(call, kFactoryService); }},
         {"fault",
          "Make a middleware function or \"allocation\" fail.",
-         {{"call", Kind::text, "the function's name"},
-          {"result", Kind::number, "what it answers", -0x80000000ll, 0xFFFFFFFFll, {}, "3"},
+         {{"call", Kind::function, "the function's name"},
+          {"result", Kind::choice, "what it answers", -0x80000000ll, 0xFFFFFFFFll, failureCodes(), "failed"},
           {"from", Kind::number, "the first call to fail, counted from now", 1, 0xFFFFFFFFll, {}, "1"},
           {"times", Kind::number, "how many calls fail; 0: all from then on", 0, 0xFFFFFFFFll, {}, "1"}},
          {},

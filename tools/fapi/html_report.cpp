@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <iterator>
 #include <map>
 #include <optional>
+#include <sstream>
 
 #include "a_vextvfapi_common.h"
 #include "html_charts.h"
@@ -24,7 +24,7 @@ constexpr std::size_t kShownCommand = 80;
 // A browser has to open the page of ten thousand steps, too, so only the first ones of each verdict are shown in full.
 constexpr std::size_t kShownOfEach = 200;
 constexpr std::size_t kTapePieces = 400;  // more are too narrow to be told apart
-constexpr Verdict kVerdicts[] = {Verdict::passed, Verdict::marginal,    Verdict::failed,
+constexpr Verdict kVerdicts[] = {Verdict::passed, Verdict::marginal,    Verdict::failed, Verdict::error,
                                  Verdict::died,   Verdict::interrupted, Verdict::notRun};
 
 // Counts what there is of each verdict, and tells whether one more of it is to be shown.
@@ -354,7 +354,7 @@ class HtmlReport : public Report {
 public:
     const char* extension() const override { return ".html"; }
 
-    void write(const PlanResult& result, const std::string& file) const override {
+    std::string text(const PlanResult& result, const std::string& folder) const override {
         pugi::xml_document document;
         document.append_child(pugi::node_doctype).set_value("html");
         Html html(document.append_child("html"));
@@ -369,12 +369,11 @@ public:
         const std::vector<bool> detailed = detailedSteps(result);
         writeSummary(main, result, detailed);
         writeMeasurements(main, result);
-        writeSteps(main, result, detailed, std::filesystem::path(file).parent_path().string());
+        writeSteps(main, result, detailed, folder);
         // Without indentation, which some elements would show.
-        if (!document.save_file(file.c_str(), "", pugi::format_raw | pugi::format_no_declaration,
-                                pugi::encoding_utf8)) {
-            throw std::runtime_error(file + ": cannot be written");
-        }
+        std::ostringstream stream;
+        document.save(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+        return stream.str();
     }
 };
 

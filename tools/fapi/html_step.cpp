@@ -103,6 +103,9 @@ void writeCommand(Html parent, const Json& command) {
     if (const std::string error = textOf(command, "error"); !error.empty()) {
         block.add("div", "expectation v-failed").add("span", "why", beginningOf(error, kShown));
     }
+    if (const std::string note = textOf(command, "note"); !note.empty()) {
+        block.add("p", "note", beginningOf(note, kShown));
+    }
     if (command.contains("expectations")) {
         for (const Json& expectation : command["expectations"]) {
             writeExpectation(block, expectation);

@@ -8,13 +8,18 @@
 
 #include <CLI/CLI.hpp>
 
+#include "clean_command.h"
+#include "env_commands.h"
+#include "help.h"
 #include "output.h"
 #include "partition_commands.h"
 #include "plan.h"
 #include "reference.h"
 #include "run_history.h"
 #include "screen.h"
+#include "service_commands.h"
 #include "shell.h"
+#include "surprises.h"
 #include "terminal.h"
 #include "vset/vset.h"
 #include "watch.h"
@@ -26,8 +31,12 @@ using namespace tool;
 
 constexpr char kFooter[] =
     "Exit codes: 0 done; 1 the operation or plan failed; 2 a wrong word or a broken plan, nothing was called;\n"
-    "3 the set cannot be had or is damaged, nothing was called; 4 interrupted or declined.\n"
+    "3 the set cannot be had or is damaged, or the PC could not store what the set or a report needs;\n"
+    "4 interrupted or declined.\n"
     "Data go to standard output, messages and the library's log to standard error.";
+
+// Stands before a word that is no option, whatever it begins with.
+constexpr char kMark[] = "\x01--\x01";
 
 int callOperation(const GlobalOptions& options, const Words& words, bool noInit, const std::string& output) {
     if (!words.empty() && words[0] == "set") {
@@ -42,6 +51,7 @@ int callOperation(const GlobalOptions& options, const Words& words, bool noInit,
     if (!noInit) {
         bringUpFor(command.operation());
     }
+    printWarning(Surprises().next(command));
     const Outcome outcome = command.run();
     printOutcome(command, outcome, options.json);
     const bool written = writeOutput(command, outcome, output, options.json);
@@ -71,10 +81,12 @@ CLI::Validator seconds() {
 
 CLI::Validator planVerdict() {
     const auto check = [](const std::string& word) {
-        const auto verdicts = {Verdict::passed, Verdict::marginal, Verdict::failed, Verdict::interrupted};
+        const auto verdicts = {Verdict::passed, Verdict::marginal, Verdict::failed, Verdict::error,
+                               Verdict::interrupted};
         const bool isOne = std::any_of(verdicts.begin(), verdicts.end(),
                                        [&](Verdict verdict) { return word == verdictName(verdict); });
-        return isOne ? std::string() : "is " + display(word, 40) + ", expected passed, marginal, failed or interrupted";
+        return isOne ? std::string()
+                     : "is " + display(word, 40) + ", expected passed, marginal, failed, error or interrupted";
     };
     return CLI::Validator(check, "");
 }
@@ -110,25 +122,28 @@ public:
         _app.add_option("--set", _options.session.folder, "Folder of the virtual set")->type_name("DIR");
         _app.add_flag("--json", _options.json, "Print one JSON object a line");
         _app.add_flag("--log", _options.session.log,
-                      "Switch the library's log on, until \"set log off\"; it goes to standard error");
+                      "Show the library's log of this call, whatever \"set log\" says, on standard error");
         _app.add_option("--color", "Colors: auto (on a terminal, unless NO_COLOR is set), always, never")
             ->type_name("WHEN")
             ->check(colorUse());
-        _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data");
+        _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data; without a terminal, do it");
         _app.add_flag("--damaged", _options.session.damaged, "Go on with a damaged set");
         addOperations();
         addSet();
         addPartition();
+        addEnvCommands(_app, _options, _action);
         addWatch();
         addScreen();
         addPlans();
         addHistory();
+        addClean();
         addTexts();
+        unmarkArguments(_app);
     }
 
     int run(int argc, char** argv) {
         try {
-            _app.parse(argc, argv);
+            _app.parse(markedWords(argc, argv));
         } catch (const CLI::ParseError& error) {
             if (error.get_exit_code() != 0) {
                 throw UsageError(complaint(error));
@@ -143,6 +158,34 @@ public:
     }
 
 private:
+    // CLI11 takes no more words for a command whose words began in front of a --. So words behind it are marked, as no
+    // option, in its place. The words are in reverse, as CLI11 wants them.
+    static std::vector<std::string> markedWords(int argc, char** argv) {
+        std::vector<std::string> words;
+        bool isMarked = false;
+        for (int i = 1; i < argc; ++i) {
+            if (isMarked || std::string_view(argv[i]) != "--") {
+                words.insert(words.begin(), (isMarked ? kMark : "") + std::string(argv[i]));
+            } else {
+                isMarked = true;
+            }
+        }
+        return words;
+    }
+
+    static std::string unmarked(const std::string& word) {
+        return word.rfind(kMark, 0) == 0 ? word.substr(std::string_view(kMark).size()) : word;
+    }
+
+    static void unmarkArguments(CLI::App& app) {
+        for (CLI::Option* option : app.get_options([](const CLI::Option* known) { return !known->nonpositional(); })) {
+            option->transform(unmarked);
+        }
+        for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+            unmarkArguments(*command);
+        }
+    }
+
     // What is wrong with the command line, and where the right one is described.
     std::string complaint(const CLI::ParseError& error) const {
         const CLI::App* command = &_app;
@@ -156,8 +199,16 @@ private:
             commands.push_back(known->get_name());
         }
         // A misspelt command is left over, and CLI11 then only says that one is missing.
-        const std::vector<std::string> words = _app.remaining(true);
+        std::vector<std::string> words = _app.remaining(true);
+        std::transform(words.begin(), words.end(), words.begin(), unmarked);
         std::string what = error.what();
+        if (commands.empty() && !words.empty()) {
+            // In the order in which they were given, unlike CLI11's own text.
+            what = "not expected:";
+            for (const std::string& word : words) {
+                what += " " + display(word, 40);
+            }
+        }
         if (!commands.empty() && !words.empty()) {
             const std::string near = nearest(words.front(), commands);
             what = (words.front().rfind('-', 0) == 0 ? "no such option: " : "no such command: ") + words.front() +
@@ -176,25 +227,39 @@ private:
             };
         });
 
-        CLI::App* help = _app.add_subcommand("help", "Describe an operation");
-        help->add_option("OPERATION", _word)->required();
-        help->callback([this] {
-            _action = [this] {
-                printDescription(_word, _options.json);
-                return kExitGood;
-            };
-        });
+        CLI::App* help = _app.add_subcommand("help", "Describe an operation, an action of the set, or plans");
+        help->add_option("TOPIC", _words, "An operation, set [ACTION], plan, expect, faults, or a command")->required();
+        help->callback([this] { _action = [this] { return printHelpOf(_words); }; });
 
         CLI::App* call = _app.add_subcommand("call", "Call an operation");
-        call->add_option("OPERATION", _words, "The operation and its arguments, behind -- if one begins with a dash")
+        call->add_option("OPERATION", _words, "The operation and its arguments; behind a -- no word is an option")
             ->required();
         call->add_flag("--no-init", _noInit, "Do not bring the set up first");
         addOutput(call);
         call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit, _output); }; });
 
         CLI::App* shell = _app.add_subcommand("shell", "Call operations line by line");
-        shell->add_flag("--no-init", _noInit, "Do not bring the set up before an operation");
-        shell->callback([this] { _action = [this] { return runShell(_options, _noInit, _arguments); }; });
+        shell->add_flag("--no-init", _shell.noInit, "Do not bring the set up before an operation");
+        shell->add_flag("-e", _shell.endOnFailure, "End at the first operation that fails");
+        shell->callback([this] { _action = [this] { return runShell(_options, _shell, _arguments); }; });
+    }
+
+    // Commands are described by their own help.
+    int printHelpOf(const Words& words) {
+        if (findHelp(words, _options.json)) {
+            return kExitGood;
+        }
+        const CLI::App* command = &_app;
+        for (const std::string& word : words) {
+            const auto isNamed = [&](const CLI::App* known) { return known->get_name() == word; };
+            const std::vector<const CLI::App*> found = command->get_subcommands(isNamed);
+            if (found.empty()) {
+                printHelp(words, _options.json);
+                return kExitGood;
+            }
+            command = found.front();
+        }
+        return print(command->help());
     }
 
     void addOutput(CLI::App* command) {
@@ -217,6 +282,7 @@ private:
         addSetAction(set, "path", "Print the set's folder", printSetPath);
         addSetAction(set, "power-cycle", "Switch the set off and on", powerCycleSet);
         addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
+        addServiceCommands(*set, _options, _action);
         addSetAction(set, "ports", "Show where terminal programs can be connected while the set is on", showPorts);
         for (const Hand& hand : hands()) {
             const auto isHand = [&hand](const CLI::App* command) { return command->get_name() == hand.name; };
@@ -345,7 +411,9 @@ private:
         CLI::App* history = _app.add_subcommand("history", "List the runs of plans, or look at one");
         history->add_option("--report", _history.report, "Folder of the reports")->type_name("DIR");
         history->add_option("--plan", _history.plan, "Only runs of plans with this in their names")->type_name("NAME");
-        history->add_option("--verdict", _history.verdict, "Only those that passed, marginal, failed, interrupted")
+        history
+            ->add_option("--verdict", _history.verdict,
+                         "Only those that are passed, marginal, failed, error or interrupted")
             ->type_name("VERDICT")
             ->check(planVerdict());
         history->add_option("--since", _history.since, "Only those that began then or later: 2026-02-14, 2026-02-14T10")
@@ -370,6 +438,15 @@ private:
                 };
             }
         });
+    }
+
+    void addClean() {
+        CLI::App* command =
+            _app.add_subcommand("clean", "Remove what runs have left: temporary sets, forgotten reports");
+        command->add_option("--report", _clean.report, "Folder of the reports")->type_name("DIR");
+        command->add_flag("--dry-run", _clean.dryRun, "Only list what would be removed");
+        command->add_flag("--all", _clean.all, "Also the newest sets, and runs that could be resumed");
+        command->callback([this] { _action = [this] { return clean(_options, _clean); }; });
     }
 
     // What shells and the folder of documents take from here.
@@ -406,12 +483,14 @@ private:
     std::string _word;
     Words _words;
     bool _noInit = false;
+    ShellOptions _shell;
     std::string _output;
     PartitionOptions _partition;
     WatchOptions _watch;
     ScreenOptions _screen;
     RunOptions _run;
     HistoryOptions _history;
+    CleanOptions _clean;
 };
 
 // Known also when the command line is wrong.
@@ -427,9 +506,15 @@ int main(int argc, char** argv) {
     // A reader that goes away is an error of the write that meets it, and no reason to stop in the middle of a plan.
     std::signal(SIGPIPE, SIG_IGN);
     separateOutputs();
+    // A limit to the size of files is the error of a write, as a full disk is.
+    std::signal(SIGXFSZ, SIG_IGN);
     const bool json = wantsJson(argc, argv);
     try {
-        const int code = CommandLine(argv).run(argc, argv);
+        int code = CommandLine(argv).run(argc, argv);
+        // They have been told where they came up.
+        if (!vset::takeHostTroubles().empty() && code != kExitInterrupted) {
+            code = kExitSet;
+        }
         if (isOutputWritten()) {
             return code;
         }

@@ -5,10 +5,13 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <regex>
 #include <unordered_map>
 
 #include "color.h"
 #include "examples.h"
+#include "middleware_words.h"
+#include "vset/vset.h"
 #include "words.h"
 
 namespace tool {
@@ -90,6 +93,13 @@ Value parseArgument(const Argument& argument, const std::string& word) {
             return parseFlag(argument, word);
         case Kind::choice:
             return parseChoice(argument, word);
+        case Kind::function: {
+            const std::string unknown = unknownFunction(word);
+            if (!unknown.empty()) {
+                throw UsageError(unknown);
+            }
+            return word;
+        }
         case Kind::color: {
             const std::optional<Color> color = parseColor(word);
             if (!color) {
@@ -141,6 +151,8 @@ std::string expectation(const Argument& argument) {
             return argument.max != 0 ? "a text of at most " + std::to_string(argument.max) + " characters" : "a text";
         case Kind::path:
             return "a path";
+        case Kind::function:
+            return "a function of the middleware (TAB completes), or allocation";
         case Kind::partition:
             return "the name of a partition";
         case Kind::color:
@@ -262,10 +274,19 @@ std::string argumentsUsage(const std::vector<Argument>& arguments) {
     return text;
 }
 
+std::string helpExpectation(const Argument& argument) {
+    // The help names the range that the operation knows; the argument takes more, to see what becomes of that.
+    static const std::regex range("[0-9] (to|or) [0-9]");
+    if (argument.kind == Kind::number && std::regex_search(argument.help, range)) {
+        return "any other number is for the operation to refuse";
+    }
+    return expectation(argument);
+}
+
 std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vector<Output>& outputs) {
     std::string text;
     for (const Argument& argument : arguments) {
-        text += "  " + argumentName(argument) + ": " + argument.help + "; " + expectation(argument);
+        text += "  " + argumentName(argument) + ": " + argument.help + "; " + helpExpectation(argument);
         if (argument.byDefault != nullptr) {
             text += "; " + quoteWord(argument.byDefault) + " when left out";
         }
@@ -277,18 +298,42 @@ std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vec
     return text;
 }
 
+namespace {
+
+// "\"4\" is one argument too many", "\"4\" and \"5\" are 2 arguments too many".
+[[noreturn]] void refuseExtra(const std::vector<std::string>& words, std::size_t wanted) {
+    const std::size_t extra = words.size() - wanted;
+    if (extra == 1) {
+        throw UsageError(display(words[wanted], 40) + " is one argument too many", wanted);
+    }
+    constexpr std::size_t kNamed = 5;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(extra, kNamed); ++i) {
+        const char* separator = i == 0 ? "" : i + 1 == extra ? " and " : ", ";
+        text += separator + display(words[wanted + i], 40);
+    }
+    throw UsageError(text + (extra > kNamed ? ", ..." : "") + " are " + std::to_string(extra) + " arguments too many",
+                     wanted);
+}
+
+}  // namespace
+
 std::vector<Value> parseWords(const std::vector<Argument>& arguments, const std::vector<std::string>& words) {
     std::vector<Value> values;
     values.reserve(arguments.size());
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const Argument& argument = arguments[i];
         if (i >= words.size() && argument.byDefault == nullptr) {
-            throw UsageError(argumentName(argument) + " is missing, expected " + expectation(argument));
+            throw UsageError(argumentName(argument) + " is missing, expected " + expectation(argument), i);
         }
-        values.push_back(parseArgument(argument, i < words.size() ? words[i] : argument.byDefault));
+        try {
+            values.push_back(parseArgument(argument, i < words.size() ? words[i] : argument.byDefault));
+        } catch (const UsageError& error) {
+            throw UsageError(error.what(), i);
+        }
     }
     if (words.size() > arguments.size()) {
-        throw UsageError(display(words[arguments.size()], 40) + " is one argument too many");
+        refuseExtra(words, arguments.size());
     }
     return values;
 }
@@ -302,16 +347,21 @@ std::vector<Value> parseArguments(const Operation& operation, const std::vector<
         }
         return values;
     } catch (const UsageError& error) {
-        throw UsageError(operation.shortName() + ": " + error.what() + "; usage: " + usage(operation));
+        throw error.behind(1, operation.shortName() + ": " + error.what() + "; usage: " + usage(operation));
     }
 }
 
 Outcome invoke(const Operation& operation, const std::vector<Value>& arguments) {
     Call call(arguments);
+    const std::uint64_t before = vset::lastCall();
     const long long status = operation.run(call);
+    const bool isVerified = operation.verify == nullptr || operation.verify(call);
     Outcome outcome = call.take();
     outcome.status = status;
-    outcome.good = isGood(operation.result, outcome.status);
+    outcome.good = isGood(operation.result, status) && isVerified;
+    if (!outcome.good) {
+        outcome.failedCalls = failedCalls(before);
+    }
     return outcome;
 }
 

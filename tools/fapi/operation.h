@@ -19,6 +19,7 @@ enum class Kind {
     choice,     // one of the named values or its number; any number of [min, max] too when max is not 0
     text,       // at most max characters when max is not 0
     path,       // as text; completion offers paths of the set
+    function,   // the name of a function of the middleware, or "allocation"
     partition,  // as text; completion offers the set's eMMC partitions
     color,      // as parseColor takes it; the value is the number of the color
     bytes       // as parseBytes takes them; between min and max bytes
@@ -64,6 +65,14 @@ struct Row {
     std::vector<std::pair<const char*, Value>> fields = {};
 };
 using Rows = std::vector<Row>;
+// A call of the middleware that was made in vain.
+struct FailedCall {
+    std::string name;
+    std::string arguments;  // "type=2 key=\"serial\""
+    long long result;
+    std::string word;  // "busy", or what errno says; empty when nothing says more than the result
+    bool byFault;
+};
 
 // What one call answered.
 struct Outcome {
@@ -72,6 +81,7 @@ struct Outcome {
     std::vector<std::pair<std::string, Value>> outputs;
     // Those of them that are lists, by name: a text for people and for what plans expect, and for programs this.
     std::map<std::string, Rows> lists;
+    std::vector<FailedCall> failedCalls;  // why it is not good, oldest first
 
     // The output of that name, or null.
     const Value* find(std::string_view name) const;
@@ -135,6 +145,11 @@ struct Operation {
     const char* destroys = nullptr;
     // Throws UsageError for arguments, and their words, that do not go together; null when all do.
     void (*check)(const std::vector<Value>& values, const std::vector<std::string>& words) = nullptr;
+    // Looks at the set for whether all went well, when the status cannot tell; null when it can.
+    bool (*verify)(const Call& call) = nullptr;
+    // Tells what the contract makes of arguments that look like something else, or an empty text; `first` are those of
+    // the operation's first call since the set was switched on. Null when there is nothing to tell.
+    std::string (*surprise)(const std::vector<Value>& values, const std::vector<Value>& first) = nullptr;
 
     // "sys", "common", ...; the frame's decoders count as common.
     std::string module() const;
@@ -167,6 +182,8 @@ const char* resultText(Result result);
 // How an argument is written in usage lines, and what is expected of it.
 std::string argumentName(const Argument& argument);
 std::string expectation(const Argument& argument);
+// The same for help, whose text may name the range already.
+std::string helpExpectation(const Argument& argument);
 
 // The help of one operation, several lines, without a newline at the end.
 std::string describe(const Operation& operation);

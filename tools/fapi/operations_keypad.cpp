@@ -28,6 +28,13 @@ long long getRcFormat(Call& call) {
     return status;
 }
 
+std::string otherChannel(const std::vector<Value>& values, const std::vector<Value>& first) {
+    const auto wanted = std::get<long long>(values[0]), read = std::get<long long>(first[0]);
+    return wanted == read ? ""
+                          : "asks for channel " + std::to_string(wanted) + ", but reads channel " +
+                                std::to_string(read) + ", which was the first to be read";
+}
+
 }  // namespace
 
 std::vector<Operation> keypadOperations() {
@@ -72,7 +79,11 @@ std::vector<Operation> keypadOperations() {
          {},
          [](Call& call) -> long long {
              return a_vextvfapi_prphrl_get_sar_adc(call.number<unsigned int>(0), call.number<unsigned int>(1));
-         }},
+         },
+         nullptr,
+         nullptr,
+         nullptr,
+         otherChannel},
         {"a_vextvfapi_prphrl_get_rc_format",
          "Read a format code from the remote control's configuration file.",
          Result::status,

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the network module's operations.
+#include <regex>
+
 #include "a_vextvfapi_net.h"
 #include "operation.h"
 
 namespace tool {
 
 namespace {
+
+// More than an address has.
+constexpr std::size_t kLongestLookedAt = 18;
 
 Argument interfaceName() {
     return {"name", Kind::text, "name of the interface: eth0"};
@@ -15,6 +20,15 @@ long long setMac(Call& call) {
     // The operation takes the text as an array of unsigned int, whatever its length.
     Bytes mac = call.writableText(0);
     return a_vextvfapi_net_set_mac(reinterpret_cast<unsigned int*>(mac.data()));
+}
+
+std::string refusedMac(const std::vector<Value>& values, const std::vector<Value>&) {
+    static const std::regex mac("[0-9A-Fa-f]{2}([:-][0-9A-Fa-f]{2}){5}");
+    const auto& word = std::get<std::string>(values[0]);
+    // Without a text the operation itself refuses.
+    return word.empty() || std::regex_match(word.substr(0, kLongestLookedAt), mac)
+               ? ""
+               : display(word, 40) + " is no MAC address: the set keeps its own, and the status is 0 all the same";
 }
 
 }  // namespace
@@ -51,7 +65,10 @@ std::vector<Operation> netOperations() {
          {{"mac", Kind::text, "six pairs of hexadecimal digits: 02:00:5e:00:53:01"}},
          {},
          setMac,
-         "overwrites the MAC address"},
+         "overwrites the MAC address",
+         nullptr,
+         nullptr,
+         refusedMac},
         {"a_vextvfapi_net_set_interface_updown",
          "Bring a network interface up or down.",
          Result::status,

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the system module's operations.
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 
 #include "a_vextvfapi_sys.h"
 #include "operation.h"
+#include "vset/vset.h"
 
 namespace tool {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr long long kU32Max = 0xFFFFFFFFll;
 constexpr long long kI32Min = -0x80000000ll;
@@ -92,6 +97,19 @@ long long checksum(Call& call) {
         call.out("checksum", static_cast<long long>(sum));
     }
     return status;
+}
+
+// Whether the destination, the second argument, is another file of the set that holds what the first one does.
+bool isCopied(const Call& call) {
+    const std::string source = vset::hostPath(call.text(0)), destination = vset::hostPath(call.text(1));
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    if (!fs::is_regular_file(source, error) || fs::equivalent(source, destination, error)) {
+        return false;
+    }
+    std::ifstream from(source, std::ios::binary), to(destination, std::ios::binary);
+    using Reader = std::istreambuf_iterator<char>;
+    return from.is_open() && to.is_open() && std::equal(Reader(from), Reader(), Reader(to), Reader());
 }
 
 long long getDataIndexPath(Call& call) {
@@ -207,7 +225,7 @@ std::vector<Operation> fileOperations() {
          {},
          [](Call& call) -> long long { return a_vextvfapi_sys_create_file(call.utext(0)); }},
         {"a_vextvfapi_sys_copy_file",
-         "Copy a file. The status is -1 always: look at the destination.",
+         "Copy a file. The status is -1 always; good when the destination holds what the source does.",
          Result::alwaysFails,
          {{"source", Kind::path, "the file to copy"},
           {"destination", Kind::path, "where to"},
@@ -216,7 +234,9 @@ std::vector<Operation> fileOperations() {
          [](Call& call) -> long long {
              return a_vextvfapi_sys_copy_file(call.utext(0), call.utext(1), call.number(2) != 0);
          },
-         "overwrites the destination"},
+         "overwrites the destination",
+         nullptr,
+         isCopied},
         {"a_vextvfapi_sys_read_file_one_line",
          "Read one line of a file.",
          Result::status,

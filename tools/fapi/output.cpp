@@ -10,6 +10,7 @@
 
 #include "characters.h"
 #include "examples.h"
+#include "middleware_words.h"
 #include "session.h"
 #include "terminal.h"
 #include "vset/vset.h"
@@ -35,6 +36,8 @@ const char* kindName(Kind kind) {
             return "text";
         case Kind::path:
             return "path";
+        case Kind::function:
+            return "function";
         case Kind::partition:
             return "partition";
         case Kind::color:
@@ -111,6 +114,16 @@ std::string displayOutput(const Command& command, const Value& value) {
     return severalLines ? "\n" + printableLines(*text) : " " + display(value, kShown);
 }
 
+// A line for each of the calls that failed, as far as a person reads.
+std::string displayReasons(const std::vector<FailedCall>& calls) {
+    constexpr std::size_t kShownCalls = 5;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(calls.size(), kShownCalls); ++i) {
+        text += "\n  because: " + printable(displayCall(calls[i]));
+    }
+    return calls.size() > kShownCalls ? text + "\n  and " + std::to_string(calls.size() - kShownCalls) + " more" : text;
+}
+
 }  // namespace
 
 Json toJson(const Value& value, std::size_t limit) {
@@ -138,6 +151,13 @@ Json toJson(const Command& command, const Outcome& outcome, std::size_t limit) {
     for (const auto& [name, value] : outcome.outputs) {
         const auto list = outcome.lists.find(name);
         json["outputs"][name] = list != outcome.lists.end() ? listJson(list->second, limit) : toJson(value, limit);
+    }
+    for (const FailedCall& call : outcome.failedCalls) {
+        json["failed_calls"].push_back({{"call", call.name},
+                                        {"arguments", call.arguments},
+                                        {"result", call.result},
+                                        {"word", call.word},
+                                        {"fault", call.byFault}});
     }
     return json;
 }
@@ -206,7 +226,7 @@ std::string displayOutcome(const Command& command, const Outcome& outcome) {
     for (const auto& [name, value] : outcome.outputs) {
         text += "\n  " + name + ":" + displayOutput(command, value);
     }
-    return text;
+    return text + displayReasons(outcome.failedCalls);
 }
 
 void printLine(std::string line) {
@@ -219,6 +239,12 @@ void printError(const std::string& message, bool json) {
     printMessage(message);
     if (json) {
         printLine(jsonLine({{"error", message}}));
+    }
+}
+
+void printWarning(const std::string& text) {
+    if (!text.empty()) {
+        printMessage("warning: " + text);
     }
 }
 

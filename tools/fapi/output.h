@@ -44,6 +44,8 @@ void printOperations(const std::string& pattern, bool json);
 void printDescription(const std::string& name, bool json);
 // "fapi: ..." on standard error; programs get an object with "error" on standard output, too.
 void printError(const std::string& message, bool json);
+// "fapi: warning: ..." on standard error; nothing for an empty text.
+void printWarning(const std::string& text);
 // In one piece, whatever other threads print.
 void printLine(std::string line);
 

@@ -6,21 +6,16 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 
 #include <png.h>
 
 #include "color.h"
-#include "vset/vset.h"
+#include "durable_file.h"
 
 namespace tool {
 
 namespace {
-
-[[noreturn]] void fail(const std::string& file, int error) {
-    throw vset::SetError(file + ": cannot be written: " + std::strerror(error));
-}
 
 std::vector<unsigned char> rgbaBytes(const vset::Picture& picture) {
     std::vector<unsigned char> bytes;
@@ -89,12 +84,14 @@ void writePng(const vset::Picture& picture, const std::string& file) {
     const vset::HostPaths hostPaths;
     std::unique_ptr<FILE, int (*)(FILE*)> stream(std::fopen(file.c_str(), "wb"), std::fclose);
     if (stream == nullptr) {
-        fail(file, errno);
+        throw writeError(file, errno);
     }
     const bool written = png_image_write_to_stdio(&image, stream.get(), 0, rgbaBytes(picture).data(), 0, nullptr) != 0;
     const int error = errno;
     if (std::fclose(stream.release()) != 0 || !written) {
-        fail(file, written ? errno : error);
+        const int why = written ? errno : error;
+        removePartOf(file);
+        throw writeError(file, why);
     }
 }
 

@@ -9,7 +9,8 @@
 
 namespace tool {
 
-// Writes a PNG file of this PC, with transparency. Throws vset::SetError that names the file.
+// Writes a PNG file of this PC, with transparency. Throws vset::SetError that names the file: a FileError when the
+// picture is good and the PC cannot store it, and there is then no such file.
 void writePng(const vset::Picture& picture, const std::string& file);
 
 // The picture in lines of at most `columns` half blocks, two pixels each, and at most `rows` lines; what is transparent

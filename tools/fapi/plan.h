@@ -84,7 +84,8 @@ constexpr std::string_view kEventPrefix = "event.";
 enum class LineKind {
     command,
     picture,  // parsePicture() reads it
-    data      // PlanData reads it
+    data,     // PlanData reads it
+    wait      // parseWait() reads it
 };
 
 struct PlanLine {
@@ -114,13 +115,9 @@ struct Plan {
     std::string name;
     std::vector<Step> steps;
     std::vector<PlanFault> faults;  // that a run of it is to meet
+    std::vector<Problem> warnings;  // of what works, but hardly as it is meant
     // By these a changed file is known; that of the faults is empty without a file of them.
     std::string hash, faultsHash;
-};
-
-struct Problem {
-    unsigned int line;
-    std::string text;
 };
 
 // Reads a plan and checks everything that can be checked without calling anything. All problems, in the order of their
@@ -148,6 +145,12 @@ struct PictureLine {
 // Throws UsageError. What holds variables is taken for the panel.
 PictureLine parsePicture(const Words& words);
 
+// "wait TIME". Throws UsageError.
+std::chrono::milliseconds parseWait(const Words& words);
+
+// The message for a word that no line, or no option of a step, begins with: what there is in its place.
+std::string unknownPlanWord(const std::string& word);
+
 // The words of a line behind "expect". Throws UsageError.
 EventCondition parseEventCondition(const Words& words);
 
@@ -173,7 +176,8 @@ Command commandWithAnyValues(const Words& words);
 
 // --- What happened ---------------------------------------------------------------------------------------------------
 
-enum class Verdict { passed, marginal, failed, died, interrupted, notRun };
+// In the order of their weight. `error` is one of the station: what the set would have done is not known.
+enum class Verdict { passed, marginal, failed, error, died, interrupted, notRun };
 const char* verdictName(Verdict verdict);
 // What a plan's verdict is called where it is to be read from afar: "PASS".
 const char* verdictWord(Verdict verdict);

@@ -35,13 +35,20 @@ unsigned long long distance(long long low, long long high) {
 // "A..B [margin M]" from words[i] on; returns the place behind it.
 std::size_t readWithin(const Words& words, std::size_t i, Condition& condition) {
     if (!parseRange(words[i], condition.low, condition.high)) {
-        throw UsageError(display(words[i], 40) + ": expected a range like 100..200");
+        throw UsageError(display(words[i], 40) + ": expected a range like 100..200", i);
     }
     if (i + 1 >= words.size() || words[i + 1] != "margin") {
         return i + 1;
     }
     if (i + 2 >= words.size() || !parseNumber(words[i + 2], condition.margin) || condition.margin < 0) {
-        throw UsageError("margin: expected a number of at least 0");
+        throw UsageError("margin: expected a number of at least 0", i + 2);
+    }
+    const auto margin = static_cast<unsigned long long>(condition.margin);
+    // The middle is the farthest from both ends.
+    if (distance(condition.low, condition.high) / 2 < margin) {
+        throw UsageError(
+            "margin " + std::to_string(margin) + ": every number in " + words[i] + " is nearer than that to an end",
+            i + 2);
     }
     return i + 3;
 }
@@ -172,17 +179,21 @@ std::size_t readCondition(const Words& words, std::size_t i, Condition& conditio
         ++i;
     }
     if (i >= words.size()) {
-        throw UsageError("the value behind " + words.back() + " is missing");
+        throw UsageError("the value behind " + words.back() + " is missing", i);
     }
     condition.expected = words[i];
     readStatusWord(condition);
     if (condition.compare == Compare::within) {
         return readWithin(words, i, condition);
     }
-    if (condition.compare == Compare::matches) {
-        readPattern(condition);
-    } else if (condition.compare != Compare::good && condition.compare != Compare::failed) {
-        checkExpected(condition);
+    try {
+        if (condition.compare == Compare::matches) {
+            readPattern(condition);
+        } else if (condition.compare != Compare::good && condition.compare != Compare::failed) {
+            checkExpected(condition);
+        }
+    } catch (const UsageError& error) {
+        throw UsageError(error.what(), i);
     }
     return i + 1;
 }

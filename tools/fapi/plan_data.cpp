@@ -66,11 +66,21 @@ Json valueSeries(const Words& words) {
         const std::string text = equals != std::string::npos ? word->substr(equals + 1) : "";
         long long number = 0;
         if (equals == 0 || (variablesOf(text).empty() && !parseNumber(text, number))) {
-            throw UsageError(display(*word, 40) + ": expected WORD=NUMBER");
+            throw UsageError(display(*word, 40) + ": expected WORD=NUMBER",
+                             static_cast<std::size_t>(word - words.begin()));
         }
         all.push_back(series(word->substr(0, equals), Json::array({number})));
     }
     return all;
+}
+
+std::vector<Value> argumentsOf(const Source& source, const Words& words) {
+    const Words fitting = withAnyValues(words, kFirstWord, source.arguments);
+    try {
+        return parseWords(source.arguments, {fitting.begin() + kFirstWord, fitting.end()});
+    } catch (const UsageError& error) {
+        throw error.behind(kFirstWord, error.what());
+    }
 }
 
 }  // namespace
@@ -82,16 +92,14 @@ PlanData PlanData::parse(const Words& words) {
     }
     for (const Source& source : sources()) {
         if (isComplete && words[2] == source.name) {
-            const Words fitting = withAnyValues(words, kFirstWord, source.arguments);
             return {words[1], source.kind,
-                    [&source, arguments = parseWords(source.arguments, {fitting.begin() + kFirstWord, fitting.end()})] {
-                        return source.series(arguments);
-                    }};
+                    [&source, arguments = argumentsOf(source, words)] { return source.series(arguments); }};
         }
     }
     throw UsageError(
         "expected: data NAME gamma WINDOW, data NAME calibration TYPE INDEX or data NAME values WORD=NUMBER... (a name "
-        "of letters, digits, _ and -)");
+        "of letters, digits, _ and -)",
+        std::min<std::size_t>(words.size(), isComplete ? 2 : 1));
 }
 
 Json PlanData::take() const {

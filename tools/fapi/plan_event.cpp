@@ -29,14 +29,14 @@ std::size_t readField(const Words& words, std::size_t i, EventCondition& event) 
     Condition& condition = event.fields.emplace_back();
     condition.subject = wordAt(words, i);
     if (std::find(std::begin(kEventFields), std::end(kEventFields), condition.subject) == std::end(kEventFields)) {
-        throw UsageError("with " + display(condition.subject, 40) + ": expected value, text or bytes");
+        throw UsageError("with " + display(condition.subject, 40) + ": expected value, text or bytes", i);
     }
     const std::size_t next = readCondition(words, i + 1, condition);
     const bool isCompared = condition.compare == Compare::is || condition.compare == Compare::isNot;
     long long number = 0;
     if (condition.subject == "value" && isCompared && variablesOf(condition.expected).empty() &&
         !parseNumber(condition.expected, number)) {
-        throw UsageError("value " + display(condition.expected, 40) + ": expected a number");
+        throw UsageError("value " + display(condition.expected, 40) + ": expected a number", next - 1);
     }
     return next;
 }
@@ -45,7 +45,7 @@ std::size_t readModule(const Words& words, std::size_t i, EventCondition& event)
     event.module = wordAt(words, i);
     const std::vector<std::string> known = eventModules();
     if (std::find(known.begin(), known.end(), event.module) == known.end()) {
-        throw UsageError("of " + display(event.module, 40) + ": no such module");
+        throw UsageError("of " + display(event.module, 40) + ": no such module", i);
     }
     return i + 1;
 }
@@ -59,11 +59,12 @@ std::size_t readPart(const Words& words, std::size_t i, EventCondition& event, b
         return readField(words, i + 1, event);
     }
     if (words[i] != "within") {
-        throw UsageError(display(words[i], 40) + ": expected of, with or within");
+        throw UsageError(display(words[i], 40) + ": expected of, with or within", i);
     }
     hasTime = parseTime(wordAt(words, i + 1), event.within);
     if (!hasTime) {
-        throw UsageError("within is " + display(wordAt(words, i + 1), 40) + ", expected a time like 200ms or 1.5s");
+        throw UsageError("within is " + display(wordAt(words, i + 1), 40) + ", expected a time like 200ms or 1.5s",
+                         i + 1);
     }
     return i + 2;
 }
@@ -107,10 +108,10 @@ EventCondition parseEventCondition(const Words& words) {
     std::size_t i = event.comes ? 0 : 1;
     long long number = 0;
     if (wordAt(words, i) != "event" || i + 1 >= words.size()) {
-        throw UsageError(kUsage);
+        throw UsageError(kUsage, i);
     }
     if (!parseNumber(words[i + 1], number) || number < 0 || number > kLastEvent) {
-        throw UsageError("event " + display(words[i + 1], 40) + ": expected a number from 0 to 0xffffffff");
+        throw UsageError("event " + display(words[i + 1], 40) + ": expected a number from 0 to 0xffffffff", i + 1);
     }
     event.number = static_cast<unsigned int>(number);
     bool hasTime = false;
@@ -118,10 +119,10 @@ EventCondition parseEventCondition(const Words& words) {
         i = readPart(words, i, event, hasTime);
     }
     if (!hasTime) {
-        throw UsageError("the time is missing: within TIME");
+        throw UsageError("the time is missing: within TIME", words.size());
     }
     if (i < words.size()) {
-        throw UsageError(display(words[i], 40) + " is one word too many");
+        throw UsageError(display(words[i], 40) + " is one word too many", i);
     }
     return event;
 }

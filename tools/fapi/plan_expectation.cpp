@@ -3,23 +3,25 @@
 #include <algorithm>
 #include <array>
 
+#include "middleware_words.h"
 #include "plan.h"
 
 namespace tool {
 
 namespace {
 
-constexpr std::array<const char*, 6> kVerdicts = {"passed", "marginal", "failed", "died", "interrupted", "not run"};
+constexpr std::array<const char*, 7> kVerdicts = {"passed", "marginal",    "failed", "error",
+                                                  "died",   "interrupted", "not run"};
 
 Condition parseOutputCondition(const Words& words) {
     if (words.size() < 3) {
-        throw UsageError("expected: expect OUTPUT [is|is-not|contains|starts-with|matches|in] VALUE");
+        throw UsageError("expected: expect OUTPUT [is|is-not|contains|starts-with|matches|in] VALUE", words.size());
     }
     Condition condition;
     condition.subject = words[1];
     const std::size_t used = readCondition(words, 2, condition);
     if (words.size() > used) {
-        throw UsageError(display(words[used], 40) + " is one word too many");
+        throw UsageError(display(words[used], 40) + " is one word too many", used);
     }
     return condition;
 }
@@ -34,7 +36,11 @@ bool Expectation::isAboutStatus() const {
 Expectation parseExpectation(const Words& words) {
     Expectation expectation;
     if (words.size() > 1 && (words[1] == "event" || words[1] == "no")) {
-        expectation.what = parseEventCondition({words.begin() + 1, words.end()});
+        try {
+            expectation.what = parseEventCondition({words.begin() + 1, words.end()});
+        } catch (const UsageError& error) {
+            throw error.behind(1, error.what());
+        }
     } else {
         expectation.what = parseOutputCondition(words);
     }
@@ -56,6 +62,8 @@ const char* verdictWord(Verdict verdict) {
             return "MARGINAL";
         case Verdict::interrupted:
             return "INTERRUPTED";
+        case Verdict::error:
+            return "ERROR";
         default:
             return "FAIL";
     }
@@ -71,13 +79,14 @@ Judgement judge(const Condition& condition, const Command& command, const Outcom
         return outcome.good == (condition.compare == Compare::good)
                    ? Judgement{}
                    : Judgement{Verdict::failed, "status is " + std::to_string(outcome.status) + " (" +
-                                                    command.word(outcome) + "), expected " + condition.expected};
+                                                    command.word(outcome) + "), expected " + condition.expected +
+                                                    reasonOf(outcome)};
     }
     const Value status(outcome.status);
     const Value* value = condition.subject == "status" ? &status : outcome.find(condition.subject);
     if (value == nullptr) {
         return {Verdict::failed, "no " + condition.subject + ", status is " + std::to_string(outcome.status) + " (" +
-                                     command.word(outcome) + ")"};
+                                     command.word(outcome) + ")" + reasonOf(outcome)};
     }
     return judge(condition, *value, variables);
 }

@@ -15,6 +15,7 @@
 
 #include "a_vextvfapi_common.h"
 #include "characters.h"
+#include "log_switch.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -23,8 +24,6 @@ namespace {
 
 constexpr std::size_t kKept = 65536;
 constexpr std::size_t kLines = 400;
-
-constexpr char kLogSwitch[] = "/data/tvfapi_hal_debug";
 
 // The operations that look at the switch.
 constexpr const char* kReaders[] = {"a_vextvfapi_sys_init", "_a_vextvfapi_common_init"};

@@ -5,6 +5,7 @@
 
 #include "plan.h"
 #include "plan_data.h"
+#include "surprises.h"
 #include "words.h"
 
 namespace tool {
@@ -20,7 +21,7 @@ bool isName(const std::string& word) {
 
 void requireEnd(const Words& words, std::size_t used) {
     if (words.size() > used) {
-        throw UsageError(display(words[used], 40) + " is one word too many");
+        throw UsageError(display(words[used], 40) + " is one word too many", used);
     }
 }
 
@@ -37,9 +38,8 @@ public:
     Plan take() { return std::move(_plan); }
 
 private:
-    void problem(const std::string& text) { _problems.push_back({_line, text}); }
-
     void parseLine(std::string_view text) {
+        _text = text;
         try {
             const Words words = splitWords(text);
             if (words.empty()) {
@@ -61,17 +61,22 @@ private:
                 addPicture(words);
             } else if (words[0] == "data") {
                 addData(words);
+            } else if (words[0] == "wait") {
+                addWait(words);
             } else {
+                checkFirstWord(words[0]);
                 addCommand(words);
             }
         } catch (const UsageError& error) {
-            problem(error.what());
+            problem(error);
         }
     }
 
+    void problem(const UsageError& error) { _problems.push_back({_line, columnOf(_text, error), error.what()}); }
+
     void parsePlanName(const Words& words) {
         if (words.size() != 2) {
-            throw UsageError("expected: plan NAME");
+            throw UsageError("expected: plan NAME", std::min<std::size_t>(words.size(), 2));
         }
         if (!_plan.name.empty() || !_plan.steps.empty()) {
             throw UsageError("a plan has one name, before its first step");
@@ -89,7 +94,7 @@ private:
     // "on-failure stop|continue" at words[i]; returns the place behind it.
     static std::size_t parseOnFailure(const Words& words, std::size_t i, bool& stop) {
         if (i + 1 >= words.size() || (words[i + 1] != "stop" && words[i + 1] != "continue")) {
-            throw UsageError("expected: on-failure stop or on-failure continue");
+            throw UsageError("expected: on-failure stop or on-failure continue", i + 1);
         }
         stop = words[i + 1] == "stop";
         return i + 2;
@@ -100,10 +105,11 @@ private:
         // The step counts even when its line is wrong, so that what follows has a place.
         Step& step = _plan.steps.emplace_back();
         step.line = _line;
+        _stepColumn = columnOf(_text, 0);
         step.teardown = _teardown;
         step.stopOnFailure = _stopOnFailure && !_teardown;
         if (words.size() < 2 || words[1].empty()) {
-            throw UsageError("expected: step NAME [retry N] [every TIME] [on-failure stop|continue]");
+            throw UsageError("expected: step NAME [retry N] [every TIME] [on-failure stop|continue]", 1);
         }
         step.name = words[1];
         for (std::size_t i = 2; i < words.size();) {
@@ -119,24 +125,26 @@ private:
         if (words[i] == "retry") {
             long long retry = 0;
             if (!parseNumber(next, retry) || retry < 0 || retry > kMostRetries) {
-                throw UsageError("retry is " + display(next, 40) + ", expected a number of further attempts");
+                throw UsageError("retry is " + display(next, 40) + ", expected a number of further attempts", i + 1);
             }
             step.retry = static_cast<unsigned int>(retry);
             return i + 2;
         }
         if (words[i] == "every") {
             if (!parseTime(next, step.every)) {
-                throw UsageError("every is " + display(next, 40) + ", expected a time like 200ms or 1.5s");
+                throw UsageError("every is " + display(next, 40) + ", expected a time like 200ms or 1.5s", i + 1);
             }
             return i + 2;
         }
         if (words[i] == "on-failure" && _teardown) {
-            throw UsageError("on-failure: a teardown goes on whatever fails");
+            throw UsageError("on-failure: a teardown goes on whatever fails", i);
         }
         if (words[i] == "on-failure") {
             return parseOnFailure(words, i, step.stopOnFailure);
         }
-        throw UsageError(display(words[i], 40) + ": expected retry, every or on-failure");
+        const std::string instead = unknownPlanWord(words[i]);
+        const bool isForeign = instead.rfind("plans know", 0) == 0;
+        throw UsageError(isForeign ? instead : display(words[i], 40) + ": expected retry, every or on-failure", i);
     }
 
     void parseTeardown(const Words& words) {
@@ -183,6 +191,27 @@ private:
         }
     }
 
+    void addWait(const Words& words) {
+        PlanLine& line = addLine(words);
+        line.kind = LineKind::wait;
+        _silent = "a wait";
+        if (!useVariables(words)) {
+            static_cast<void>(parseWait(words));
+        }
+    }
+
+    // A word of another language is named as that, wherever it stands.
+    void checkFirstWord(const std::string& word) {
+        if (word == "set" || findOperation(word) != nullptr || !variablesOf(word).empty()) {
+            return;
+        }
+        if (!_plan.steps.empty()) {
+            // What is wrong is this line, and not those that belong to it.
+            addLine({word});
+        }
+        throw UsageError(unknownPlanWord(word), 0);
+    }
+
     void addCommand(const Words& words) {
         PlanLine& line = addLine(words);
         const bool usesVariables = useVariables(words);
@@ -194,6 +223,13 @@ private:
         }
         if (!usesVariables) {
             line.command = command;
+            warn(_surprises.next(command));
+        }
+    }
+
+    void warn(const std::string& text) {
+        if (!text.empty()) {
+            _plan.warnings.push_back({_line, columnOf(_text, 0), text});
         }
     }
 
@@ -202,7 +238,9 @@ private:
         const std::vector<std::string> names = variablesOf(word);
         for (const std::string& name : names) {
             if (_kept.count(name) == 0) {
-                problem("${" + name + "} has not been kept before");
+                const Words words = splitWords(_text);
+                const auto place = std::find(words.begin(), words.end(), word) - words.begin();
+                problem(UsageError("${" + name + "} has not been kept before", static_cast<std::size_t>(place)));
             }
         }
         return !names.empty();
@@ -236,7 +274,7 @@ private:
     }
 
     // Of a line with a problem the outputs are not known.
-    void checkOutput(const std::string& output) const {
+    void checkOutput(const std::string& output, std::size_t word) const {
         if (output == "status" || !_outputs || std::count(_outputs->begin(), _outputs->end(), output) != 0) {
             return;
         }
@@ -244,14 +282,17 @@ private:
         for (const std::string& name : *_outputs) {
             known += ", " + name;
         }
-        throw UsageError("no such output: " + output + ", expected one of " + known);
+        const std::string near = nearest(output, *_outputs);
+        throw UsageError("no such output: " + output + ", expected one of " + known +
+                             (near.empty() ? "" : "; did you mean " + near + "?"),
+                         word);
     }
 
     // "event.text"
     static void checkEventField(const std::string& output, const PlanLine& line) {
         const std::string_view field = std::string_view(output).substr(kEventPrefix.size());
         if (std::find(std::begin(kEventFields), std::end(kEventFields), field) == std::end(kEventFields)) {
-            throw UsageError("no such output: " + output + ", expected event.value, event.text or event.bytes");
+            throw UsageError("no such output: " + output + ", expected event.value, event.text or event.bytes", 2);
         }
         const bool hasEvent =
             std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
@@ -259,7 +300,7 @@ private:
                 return event != nullptr && event->comes;
             });
         if (!hasEvent) {
-            throw UsageError(output + " stands behind no \"expect event\"");
+            throw UsageError(output + " stands behind no \"expect event\"", 2);
         }
     }
 
@@ -268,7 +309,7 @@ private:
         Expectation expectation = parseExpectation(words);
         expectation.line = _line;
         if (const auto* condition = std::get_if<Condition>(&expectation.what)) {
-            checkOutput(condition->subject);
+            checkOutput(condition->subject, 1);
             useVariables(*condition);
         } else {
             for (const Condition& field : std::get<EventCondition>(expectation.what).fields) {
@@ -281,31 +322,32 @@ private:
     void addKeep(const Words& words) {
         PlanLine& line = lastLine("keep");
         if (words.size() != 3 || !isName(words[1])) {
-            throw UsageError("expected: keep NAME OUTPUT (a name of letters, digits and _)");
+            throw UsageError("expected: keep NAME OUTPUT (a name of letters, digits and _)",
+                             words.size() == 3 ? 1 : std::min<std::size_t>(words.size(), 3));
         }
         // Known from here on even when the output is not: one slip is one problem.
         _kept.insert(words[1]);
         if (words[2].compare(0, kEventPrefix.size(), kEventPrefix) == 0) {
             checkEventField(words[2], line);
         } else {
-            checkOutput(words[2]);
+            checkOutput(words[2], 2);
         }
         line.keeps.push_back({_line, words[1], words[2]});
     }
 
     void endStep() {
         if (!_plan.steps.empty() && _plan.steps.back().lines.empty() && !_plan.steps.back().name.empty()) {
-            _problems.push_back({_plan.steps.back().line, "the step does nothing"});
+            _problems.push_back({_plan.steps.back().line, _stepColumn, "the step does nothing"});
         }
     }
 
     void finish() {
         endStep();
         if (_plan.name.empty()) {
-            _problems.insert(_problems.begin(), {1, "the plan has no name, expected: plan NAME"});
+            _problems.insert(_problems.begin(), {1, 1, "the plan has no name, expected: plan NAME"});
         }
         if (_plan.steps.empty()) {
-            _problems.push_back({std::max(_line, 1u), "the plan has no step, expected: step NAME"});
+            _problems.push_back({std::max(_line, 1u), 1, "the plan has no step, expected: step NAME"});
         }
         std::stable_sort(_problems.begin(), _problems.end(),
                          [](const Problem& left, const Problem& right) { return left.line < right.line; });
@@ -313,7 +355,10 @@ private:
 
     std::vector<Problem>& _problems;
     Plan _plan;
+    std::string_view _text;  // of the line
     unsigned int _line = 0;
+    std::size_t _stepColumn = 1;
+    Surprises _surprises;
     bool _teardown = false;
     bool _stopOnFailure = true;
     // Of the last line, as far as they are known.

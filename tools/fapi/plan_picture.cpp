@@ -12,10 +12,15 @@ bool isFileName(const std::string& word) {
 
 PictureLine parsePicture(const Words& words) {
     if (words.size() < 2 || words.size() > 3 || !isFileName(words[1])) {
-        throw UsageError("expected: picture NAME [WHAT] (a name of letters, digits, _ and -)");
+        throw UsageError("expected: picture NAME [WHAT] (a name of letters, digits, _ and -)",
+                         words.size() > 3 ? 3 : 1);
     }
     const bool isKnown = words.size() == 3 && variablesOf(words[2]).empty();
-    return {words[1], PictureSource::parse(isKnown ? words[2] : kPanel)};
+    try {
+        return {words[1], PictureSource::parse(isKnown ? words[2] : kPanel)};
+    } catch (const UsageError& error) {
+        throw UsageError(error.what(), 2);
+    }
 }
 
 }  // namespace tool

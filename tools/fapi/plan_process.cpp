@@ -10,6 +10,8 @@
 
 #include "armed_faults.h"
 #include "characters.h"
+#include "durable_file.h"
+#include "middleware_words.h"
 #include "picture.h"
 #include "plan_data.h"
 #include "plan_event.h"
@@ -65,9 +67,10 @@ public:
         send(Record{RecordKind::done, _position, 0, std::to_string(vset::bootCount()), {}, nullptr});
     }
 
+    // A disk that is full is no fault of the set.
     void refuse(const std::string& text) {
-        Record record{RecordKind::refused, _position, 0, text, {}, nullptr};
-        send(record);
+        _position.judgement = {vset::takeHostTroubles().empty() ? Verdict::failed : Verdict::error, text};
+        send(RecordKind::refused);
     }
 
 private:
@@ -153,17 +156,23 @@ private:
                 send(RecordKind::reboot);
                 reboot();
             }
-            line.kind == LineKind::command ? runLine(line) : keepForReport(line);
+            if (line.kind == LineKind::command) {
+                runLine(line);
+            } else {
+                runOwnLine(line);
+            }
         }
     }
 
-    // A picture, or data.
-    void keepForReport(const PlanLine& line) {
+    // What is no matter of the library: a picture, data, a wait.
+    void runOwnLine(const PlanLine& line) {
         const Clock::time_point start = Clock::now();
         Json json = {{"command", beginningOf(line.text(), kKeptBytes)}, {"line", line.line}};
         try {
             if (line.kind == LineKind::picture) {
                 takePicture(parsePicture(wordsOf(line)), json);
+            } else if (line.kind == LineKind::wait) {
+                std::this_thread::sleep_for(parseWait(wordsOf(line)));
             } else {
                 json["data"] = PlanData::parse(wordsOf(line)).take();
             }
@@ -179,8 +188,12 @@ private:
         const vset::Picture taken = picture.source.take();
         if (!_report.empty()) {
             const std::string file = _report + "-" + picture.name + ".png";
-            writePng(taken, file);
-            json["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            try {
+                writePng(taken, file);
+                json["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            } catch (const FileError& error) {
+                json["note"] = "picture " + picture.name + " is not stored: " + error.what();
+            }
         }
     }
 
@@ -207,6 +220,7 @@ private:
                 record.command["expectations"] = Json::array();
             }
             judgeOutcome(line, command, outcome);
+            judgeHost(line);
             _faults.count();
             followUp(line, command, outcome, record, number);
         } catch (const UsageError& error) {
@@ -236,8 +250,15 @@ private:
         const Value* error = outcome.find("error");
         worsen({Verdict::failed, beginningOf(command.text(), kToldBytes) + " answered " +
                                      std::to_string(outcome.status) + " (" + command.word(outcome) + ")" +
-                                     (error != nullptr ? ": " + display(*error) : "")},
+                                     (error != nullptr ? ": " + display(*error) : "") + reasonOf(outcome)},
                line.line);
+    }
+
+    // Whatever was answered and expected: with storage of its own the set might have done otherwise.
+    void judgeHost(const PlanLine& line) {
+        for (const std::string& trouble : vset::takeHostTroubles()) {
+            worsen({Verdict::error, trouble}, line.line);
+        }
     }
 
     // Expectations and keeps, in the order in which they are written.

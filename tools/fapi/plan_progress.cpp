@@ -133,19 +133,24 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
                             {"passed", counts.passed},
                             {"marginal", counts.marginal},
                             {"failed", counts.failed},
+                            {"errors", counts.errors},
                             {"interrupted", counts.interrupted},
                             {"not_run", counts.notRun},
                             {"seconds", result.seconds},
                             {"faults", _plan.faults.size()},
+                            {"notes", result.notes()},
                             {"reports", reports}}));
         return;
     }
     char seconds[32];
     std::snprintf(seconds, sizeof(seconds), "%.1f s", result.seconds);
+    const auto some = [](std::size_t count, const char* what) {
+        return count != 0 ? std::to_string(count) + what : std::string();
+    };
     printLine("plan \"" + printable(_plan.name) + "\"" + faultsText(_plan) + ": " + std::to_string(counts.passed) +
               " passed, " + std::to_string(counts.marginal) + " marginal, " + std::to_string(counts.failed) +
-              " failed, " + (counts.interrupted != 0 ? std::to_string(counts.interrupted) + " interrupted, " : "") +
-              std::to_string(counts.notRun) + " not run in " + seconds);
+              " failed, " + some(counts.errors, " with an error of the station, ") +
+              some(counts.interrupted, " interrupted, ") + std::to_string(counts.notRun) + " not run in " + seconds);
     for (const std::string& file : reports) {
         printLine("report: " + printable(file));
     }

@@ -34,7 +34,7 @@ enum class RecordKind {
     end,      // an attempt has ended
     reboot,   // the process ends with kExitReboot, or waits for that; `position` is where to go on
     done,     // the plan is at its end
-    refused   // the set cannot be had
+    refused   // the set cannot be had; `position.judgement` says why, and whose fault that is
 };
 
 // Exit code of the process that runs a plan when its set is switched off and on, by the plan or by the watchdog.
@@ -44,7 +44,7 @@ struct Record {
     RecordKind kind = RecordKind::done;
     Position position;
     double seconds = 0;  // of an attempt
-    std::string text;    // why the set was refused; what a bad attempt has logged; how often the set was switched on
+    std::string text;    // what a bad attempt has logged; how often the set was switched on
     Variables kept;      // by a line
     Json command;        // of a line: command, status, outputs, expectations; null without a report
 };

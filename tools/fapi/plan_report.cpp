@@ -6,13 +6,16 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <sstream>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <pugixml.hpp>
 
 #include "characters.h"
+#include "durable_file.h"
 #include "html_report.h"
 #include "report_text.h"
 #include "vset/vset.h"
@@ -40,7 +43,7 @@ class JUnitReport : public Report {
 public:
     const char* extension() const override { return ".xml"; }
 
-    void write(const PlanResult& result, const std::string& file) const override {
+    std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
         pugi::xml_document document;
         document.append_child(pugi::node_declaration).append_attribute("version") = "1.0";
         pugi::xml_node suite = document.append_child("testsuites").append_child("testsuite");
@@ -50,16 +53,17 @@ public:
         attribute(suite, "timestamp", isoTime(result.start));
         suite.append_attribute("tests") = result.steps.size();
         suite.append_attribute("failures") = result.count(Verdict::failed);
-        suite.append_attribute("errors") = result.count(Verdict::died) + result.count(Verdict::interrupted);
+        suite.append_attribute("errors") =
+            result.count(Verdict::error) + result.count(Verdict::died) + result.count(Verdict::interrupted);
         suite.append_attribute("skipped") = result.count(Verdict::notRun);
         suite.append_attribute("time") = secondsText(result.seconds).c_str();
         addProperty(suite, "verdict", verdictName(result.verdict()));
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             addStep(suite, *result.plan, result.plan->steps[i], result.steps[i]);
         }
-        if (!document.save_file(file.c_str(), "  ")) {
-            throw std::runtime_error(file + ": cannot be written");
-        }
+        std::ostringstream stream;
+        document.save(stream, "  ");
+        return stream.str();
     }
 
 private:
@@ -123,7 +127,7 @@ class JsonReport : public Report {
 public:
     const char* extension() const override { return kJson; }
 
-    void write(const PlanResult& result, const std::string& file) const override {
+    std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
         Json json = {{"plan", result.plan->name},
                      {"file", result.plan->file},
                      {"start", isoTime(result.start)},
@@ -132,6 +136,7 @@ public:
                      {"good", result.isGood()},
                      {"verdict", verdictName(result.verdict())},
                      {"resumed", result.resumed},
+                     {"notes", result.notes()},
                      {"faults", Json::array()},
                      {"steps", Json::array()}};
         for (const PlanFault& fault : result.plan->faults) {
@@ -140,11 +145,7 @@ public:
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
         }
-        std::ofstream stream(file);
-        stream << jsonText(json, 2) << '\n';
-        if (!stream.flush()) {
-            throw std::runtime_error(file + ": cannot be written");
-        }
+        return jsonText(json, 2) + '\n';
     }
 
 private:
@@ -174,13 +175,34 @@ bool isTaken(const std::string& stem) {
     });
 }
 
-// Makes the file, which nobody else has made then. False when it is there.
-bool makeFile(const std::string& file) {
-    const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor < 0 && errno != EEXIST) {
-        throw vset::SetError(file + ": cannot be written: " + std::strerror(errno));
+// A descriptor that has the file locked, or -1 when it is gone already. With O_EXCL also when it is there.
+int lockFile(const std::string& file, int flags) {
+    const int descriptor = open(file.c_str(), flags | O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor < 0) {
+        return errno == EEXIST ? -1 : throw writeError(file, errno);
     }
-    return descriptor >= 0 && close(descriptor) == 0;
+    struct stat status = {};
+    flock(descriptor, LOCK_EX);
+    if (fstat(descriptor, &status) == 0 && status.st_nlink != 0) {
+        return descriptor;
+    }
+    close(descriptor);
+    return -1;
+}
+
+// What the commands of all attempts have there.
+std::vector<Json> allOf(const PlanResult& result, const char* what) {
+    std::vector<Json> found;
+    for (const StepResult& step : result.steps) {
+        for (const Attempt& attempt : step.attempts) {
+            for (const Json& command : attempt.commands) {
+                if (command.contains(what)) {
+                    found.push_back(command[what]);
+                }
+            }
+        }
+    }
+    return found;
 }
 
 }  // namespace
@@ -215,6 +237,9 @@ Verdict PlanResult::verdict() const {
     if (cutShort || count(Verdict::interrupted) != 0) {
         return Verdict::interrupted;
     }
+    if (count(Verdict::error) != 0) {
+        return Verdict::error;
+    }
     if (!isGood()) {
         return Verdict::failed;
     }
@@ -229,8 +254,24 @@ RunCounts::RunCounts(const PlanResult& result)
     : passed(result.count(Verdict::passed)),
       marginal(result.count(Verdict::marginal)),
       failed(result.count(Verdict::failed) + result.count(Verdict::died)),
+      errors(result.count(Verdict::error)),
       interrupted(result.count(Verdict::interrupted)),
       notRun(result.count(Verdict::notRun)) {}
+
+std::vector<std::string> PlanResult::notes() const {
+    const std::vector<Json> notes = allOf(*this, "note");
+    return {notes.begin(), notes.end()};
+}
+
+std::vector<std::string> PlanResult::pictures() const {
+    std::vector<std::string> files;
+    for (const Json& picture : allOf(*this, "picture")) {
+        files.push_back(picture["file"].get<std::string>());
+    }
+    std::sort(files.begin(), files.end());
+    files.erase(std::unique(files.begin(), files.end()), files.end());
+    return files;
+}
 
 std::vector<std::unique_ptr<Report>> reports() {
     std::vector<std::unique_ptr<Report>> all;
@@ -238,6 +279,27 @@ std::vector<std::unique_ptr<Report>> reports() {
     all.push_back(std::make_unique<JsonReport>());
     all.push_back(htmlReport());
     return all;
+}
+
+std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures) {
+    const vset::HostPaths hostPaths;
+    std::vector<std::string> files;
+    for (const std::unique_ptr<Report>& report : reports()) {
+        files.push_back(stem + report->extension());
+    }
+    const fs::path path(stem);
+    for (const std::string& picture : pictures) {
+        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos &&
+            fs::path(picture).extension() == ".png") {
+            files.push_back((path.parent_path() / picture).string());
+        }
+    }
+    const auto isMissing = [](const std::string& file) {
+        std::error_code error;
+        return !fs::is_regular_file(fs::symlink_status(file, error));
+    };
+    files.erase(std::remove_if(files.begin(), files.end(), isMissing), files.end());
+    return files;
 }
 
 void prepareReportFolder(const std::string& folder) {
@@ -254,8 +316,14 @@ ReportFiles::ReportFiles(const Plan& plan, const std::string& folder) {
     const std::string first = (fs::path(folder) / fs::path(plan.file).stem()).string() +
                               timeText(std::chrono::system_clock::now(), "-%Y%m%d-%H%M%S");
     _stem = first;
-    for (int number = 2; isTaken(_stem) || !makeFile(_stem + kJson); ++number) {
+    for (int number = 2; isTaken(_stem) || (_lock = lockFile(_stem + kJson, O_EXCL)) < 0; ++number) {
         _stem = first + "-" + std::to_string(number);
+    }
+}
+
+ReportFiles::ReportFiles(const std::string& stem) : _stem(stem), _written(true) {
+    const vset::HostPaths hostPaths;
+    while ((_lock = lockFile(_stem + kJson, 0)) < 0) {
     }
 }
 
@@ -264,14 +332,20 @@ ReportFiles::~ReportFiles() {
     if (!_written) {
         unlink((_stem + kJson).c_str());
     }
+    close(_lock);
 }
 
-std::vector<std::string> ReportFiles::write(const PlanResult& result) {
-    const vset::HostPaths hostPaths;
+std::vector<std::string> ReportFiles::write(const PlanResult& result, std::vector<std::string>& problems) {
+    const std::string folder = fs::path(_stem).parent_path().string();
     std::vector<std::string> files;
     for (const std::unique_ptr<Report>& report : reports()) {
-        files.push_back(_stem + report->extension());
-        report->write(result, files.back());
+        const std::string file = _stem + report->extension();
+        try {
+            writeFile(file, report->text(result, folder));
+            files.push_back(file);
+        } catch (const FileError& error) {
+            problems.emplace_back(error.what());
+        }
     }
     _written = true;
     return files;

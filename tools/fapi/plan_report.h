@@ -40,9 +40,13 @@ struct PlanResult {
     bool cutShort = false;  // Ctrl-C has kept steps from running
 
     std::size_t count(Verdict verdict) const;
-    // Of the plan: passed, marginal, failed or interrupted, for who died has failed.
+    // Of the plan: passed, marginal, failed, error or interrupted, for who died has failed.
     Verdict verdict() const;
     bool isGood() const;
+    // What the PC could not do for the report: no fault of the set, and in no verdict.
+    std::vector<std::string> notes() const;
+    // The files of the pictures that attempts have left beside the report.
+    std::vector<std::string> pictures() const;
 };
 
 // How many steps came to what.
@@ -50,7 +54,7 @@ struct RunCounts {
     // Who died has failed.
     explicit RunCounts(const PlanResult& result);
 
-    std::size_t passed, marginal, failed, interrupted, notRun;
+    std::size_t passed, marginal, failed, errors, interrupted, notRun;
 };
 
 // Follows a run: a line that is rewritten while a step runs on a terminal, a plain line a step elsewhere.
@@ -85,12 +89,15 @@ class Report {
 public:
     virtual ~Report() = default;
     virtual const char* extension() const = 0;
-    // Throws std::runtime_error naming the file.
-    virtual void write(const PlanResult& result, const std::string& file) const = 0;
+    // What the file is to hold; `folder` is where that and the pictures lie.
+    virtual std::string text(const PlanResult& result, const std::string& folder) const = 0;
 };
 
 // JUnit XML, JSON and HTML.
 std::vector<std::unique_ptr<Report>> reports();
+
+// The files of a report that are there: one of each kind, and those of its pictures that bear its name.
+std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures);
 
 constexpr const char* kReportFolder = "reports";
 
@@ -103,7 +110,7 @@ public:
     // Throws vset::SetError.
     ReportFiles(const Plan& plan, const std::string& folder);
     // Of a run that is resumed, which has its names.
-    explicit ReportFiles(const std::string& stem) : _stem(stem), _written(true) {}
+    explicit ReportFiles(const std::string& stem);
     // A run that came to nothing leaves no file.
     ~ReportFiles();
     ReportFiles(const ReportFiles&) = delete;
@@ -111,11 +118,13 @@ public:
 
     // "reports/factory-line-20260214-101530", or with "-2" behind it when that is taken.
     const std::string& stem() const { return _stem; }
-    // Writes all kinds, and names the files. Throws std::runtime_error naming one.
-    std::vector<std::string> write(const PlanResult& result);
+    // Writes all kinds, each whatever has become of the others, and names the files. Of what could not be written
+    // nothing stays, and a line goes to `problems`.
+    std::vector<std::string> write(const PlanResult& result, std::vector<std::string>& problems);
 
 private:
     std::string _stem;
+    int _lock = -1;  // on the JSON report, for as long as the run may write it
     bool _written = false;
 };
 

@@ -219,7 +219,7 @@ void PlanRun::take(Record record) {
             _result.boots = record.text;
             break;
         case RecordKind::refused:
-            takeRefusal(record.text);
+            takeRefusal(_position.judgement);
             break;
     }
 }
@@ -238,13 +238,13 @@ void PlanRun::takeEnd(const Record& record) {
 }
 
 // Without a set there is no teardown either.
-void PlanRun::takeRefusal(const std::string& text) {
+void PlanRun::takeRefusal(const Judgement& judgement) {
     _over = true;
     if (_next == _first) {
-        _refusal = text;
+        _refusal = judgement.text;
         return;
     }
-    endStep({Verdict::failed, text});
+    endStep(judgement);
 }
 
 // The process is gone without having said so: goes on with the teardown.
@@ -252,7 +252,7 @@ void PlanRun::afterDeath(int status) {
     const std::string text = deathText(status);
     if (!_heard && !_stepInterrupted && !_inStep) {
         // It would die in the same way again.
-        takeRefusal(text);
+        takeRefusal({Verdict::failed, text});
         return;
     }
     if (!_stepInterrupted) {

@@ -34,7 +34,7 @@ private:
     void interrupt(int descriptor, pid_t child);
     void take(Record record);
     void takeEnd(const Record& record);
-    void takeRefusal(const std::string& text);
+    void takeRefusal(const Judgement& judgement);
     void afterDeath(int status);
     std::string deathText(int status) const;
     const PlanLine* runningLine() const;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // `fapi run` and `fapi check`: from files to exit codes.
 #include <algorithm>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
+#include "fresh_set.h"
 #include "output.h"
 #include "plan_report.h"
 #include "plan_run.h"
@@ -21,44 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A new set in a temporary folder, which is removed unless it may be wanted for finding a fault.
-class FreshSet {
-public:
-    // Of a run that is resumed.
-    explicit FreshSet(std::string folder) : _folder(std::move(folder)), _kept(true) {}
-    FreshSet() : _folder((fs::temp_directory_path() / "fapi-set-XXXXXX").string()) {
-        const vset::HostPaths hostPaths;
-        if (mkdtemp(_folder.data()) == nullptr) {
-            throw vset::SetError(_folder + ": " + std::strerror(errno));
-        }
-    }
-    ~FreshSet() {
-        const vset::HostPaths hostPaths;
-        std::error_code error;
-        if (!_kept) {
-            fs::remove_all(_folder, error);
-        }
-    }
-    FreshSet(const FreshSet&) = delete;
-    FreshSet& operator=(const FreshSet&) = delete;
-
-    const std::string& folder() const { return _folder; }
-    void keep(bool kept) {
-        _kept = kept;
-        if (kept) {
-            printMessage("the set is kept in " + _folder);
-        }
-    }
-
-private:
-    std::string _folder;
-    bool _kept = false;
-};
-
 // "FILE:LINE:COLUMN: what is wrong" on standard error, as far as that is known; an object for programs, too.
 void complain(bool json, const std::string& file, const std::string& text, unsigned int line = 0,
-              std::size_t column = 0) {
-    Json told = {{"file", file}, {"problem", text}};
+              std::size_t column = 0, bool warning = false) {
+    Json told = {{"file", file}, {warning ? "warning" : "problem", text}};
     std::string place = file;
     if (line != 0) {
         told["line"] = line;
@@ -68,7 +34,7 @@ void complain(bool json, const std::string& file, const std::string& text, unsig
         told["column"] = column;
         place += ':' + std::to_string(column);
     }
-    std::fprintf(stderr, "%s: %s\n", printable(place).c_str(), printable(text).c_str());
+    std::fprintf(stderr, "%s: %s%s\n", printable(place).c_str(), warning ? "warning: " : "", printable(text).c_str());
     if (json) {
         printLine(jsonLine(told));
     }
@@ -116,7 +82,10 @@ bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Pla
         plans.back().file = file;
         plans.back().hash = hashOf(text);
         for (const Problem& problem : problems) {
-            complain(json, file, problem.text, problem.line);
+            complain(json, file, problem.text, problem.line, problem.column);
+        }
+        for (const Problem& warning : plans.back().warnings) {
+            complain(json, file, warning.text, warning.line, warning.column, true);
         }
         good = good && problems.empty();
     }
@@ -137,7 +106,7 @@ bool readFaults(bool json, const std::string& file, std::vector<Plan>& plans) {
     if (!readText(json, file, text)) {
         return false;
     }
-    std::vector<FaultProblem> problems;
+    std::vector<Problem> problems;
     for (const PlanFault& fault : parseFaults(text, problems)) {
         bool known = plans.empty() || fault.step.empty();
         for (Plan& plan : plans) {
@@ -151,8 +120,8 @@ bool readFaults(bool json, const std::string& file, std::vector<Plan>& plans) {
         }
     }
     std::stable_sort(problems.begin(), problems.end(),
-                     [](const FaultProblem& left, const FaultProblem& right) { return left.line < right.line; });
-    for (const FaultProblem& problem : problems) {
+                     [](const Problem& left, const Problem& right) { return left.line < right.line; });
+    for (const Problem& problem : problems) {
         complain(json, file, problem.text, problem.line, problem.column);
     }
     for (Plan& plan : plans) {
@@ -219,19 +188,10 @@ void printDryRun(const Plan& plan, bool json) {
 }
 
 int exitCode(const PlanResult& result, const Interrupts& interrupts) {
-    return interrupts.count() != 0 ? kExitInterrupted : result.isGood() ? kExitGood : kExitFailed;
-}
-
-// False, and a message on standard error, when it fails.
-template <class Write>
-bool write(Write&& toFile) {
-    try {
-        toFile();
-        return true;
-    } catch (const std::runtime_error& error) {
-        printMessage(error.what());
-        return false;
-    }
+    return interrupts.count() != 0             ? kExitInterrupted
+           : result.count(Verdict::error) != 0 ? kExitSet
+           : result.isGood()                   ? kExitGood
+                                               : kExitFailed;
 }
 
 // Runs of plans, in the order of the command line.
@@ -329,11 +289,8 @@ private:
         progress.finish(result);
         int code = exitCode(result, _interrupts);
         std::vector<std::string> files;
-        if (report != nullptr) {
-            const bool reported = write([&] { files = report->write(result); });
-            const bool noted =
-                write([&] { RunHistory(_folder).add(historyEntry(result, report->stem()), _options.keep); });
-            code = reported && noted ? code : std::max<int>(code, kExitSet);
+        if (report != nullptr && !writeReport(result, *report, files)) {
+            code = std::max<int>(code, kExitSet);
         }
         if (unfinished != nullptr && !result.cutShort) {
             unfinished->finish();
@@ -343,6 +300,21 @@ private:
         }
         progress.conclude(result, files);
         return code;
+    }
+
+    // False, and messages on standard error, when not all of it could be stored. `files` are those that are there.
+    bool writeReport(const PlanResult& result, ReportFiles& report, std::vector<std::string>& files) const {
+        std::vector<std::string> problems = result.notes();
+        files = report.write(result, problems);
+        try {
+            RunHistory(_folder).add(historyEntry(result, report.stem()), _options.keep);
+        } catch (const std::runtime_error& error) {
+            problems.emplace_back(error.what());
+        }
+        for (const std::string& problem : problems) {
+            printMessage(problem);
+        }
+        return problems.empty();
     }
 
     const RunOptions& _options;
@@ -397,8 +369,6 @@ int runPlans(const RunOptions& options) {
     if (options.resume && plans.size() != 1) {
         throw UsageError("--resume takes one plan");
     }
-    // A limit to the size of files is the error of a write, as a full disk is.
-    std::signal(SIGXFSZ, SIG_IGN);
     PlanRuns runs(options, plans);
     return options.resume ? runs.resume() : runs.repeat(times);
 }

@@ -48,6 +48,8 @@ std::string anyWord(const Argument& argument) {
         case Kind::path:
         case Kind::partition:
             return "x";
+        case Kind::function:
+            return vset::kAllocation;
         case Kind::color:
             return "black";
         case Kind::bytes:

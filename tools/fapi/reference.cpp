@@ -34,7 +34,7 @@ std::string item(const std::string& text) {
 
 std::string argumentItem(const Argument& argument) {
     std::string text =
-        "`" + argumentName(argument) + "`: " + escaped(argument.help) + "; " + escaped(expectation(argument));
+        "`" + argumentName(argument) + "`: " + escaped(argument.help) + "; " + escaped(helpExpectation(argument));
     if (argument.byDefault != nullptr) {
         text += "; `" + quoteWord(argument.byDefault) + "` when left out";
     }

@@ -21,8 +21,9 @@ std::string timeText(std::chrono::system_clock::time_point time, const char* for
 }
 
 std::string isoTime(std::chrono::system_clock::time_point time) {
-    // The zone is "+0100".
-    return timeText(time, "%Y-%m-%dT%H:%M:%S%z").insert(22, ":");
+    // "+0100"
+    const std::string zone = timeText(time, "%z");
+    return timeText(time, kIsoTime) + zone.substr(0, 3) + ":" + zone.substr(3);
 }
 
 std::string xmlText(const std::string& text) {

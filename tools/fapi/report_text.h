@@ -8,6 +8,8 @@
 
 namespace tool {
 
+constexpr char kIsoTime[] = "%Y-%m-%dT%H:%M:%S";
+
 // Local time, as strftime() formats it.
 std::string timeText(std::chrono::system_clock::time_point time, const char* format);
 // "2026-02-14T10:15:30+01:00"

@@ -8,11 +8,13 @@
 #include <sstream>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include "characters.h"
 #include "durable_file.h"
 #include "report_text.h"
 #include "terminal.h"
+#include "unfinished_run.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -99,6 +101,9 @@ std::optional<HistoryEntry> entryOf(const std::string& line) {
         entry.notRun = json.at("not_run").get<std::size_t>();
         entry.seconds = json.at("seconds").get<double>();
         entry.report = json.at("report").get<std::string>();
+        // Older lines have none of these two.
+        entry.errors = json.value("errors", std::size_t{0});
+        entry.pictures = json.value("pictures", std::vector<std::string>());
         entry.faults = json.at("faults").get<std::size_t>();
         for (const Json& step : json.at("steps")) {
             entry.steps.push_back(stepOf(step));
@@ -121,10 +126,12 @@ HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
     entry.passed = counts.passed;
     entry.marginal = counts.marginal;
     entry.failed = counts.failed;
+    entry.errors = counts.errors;
     entry.interrupted = counts.interrupted;
     entry.notRun = counts.notRun;
     entry.seconds = result.seconds;
     entry.report = fs::path(report).filename().string();
+    entry.pictures = result.pictures();
     entry.faults = result.plan->faults.size();
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
@@ -143,10 +150,12 @@ Json toJson(const HistoryEntry& entry) {
                  {"passed", entry.passed},
                  {"marginal", entry.marginal},
                  {"failed", entry.failed},
+                 {"errors", entry.errors},
                  {"interrupted", entry.interrupted},
                  {"not_run", entry.notRun},
                  {"seconds", entry.seconds},
                  {"report", entry.report},
+                 {"pictures", entry.pictures},
                  {"faults", entry.faults},
                  {"steps", Json::array()}};
     for (const HistoryStep& step : entry.steps) {
@@ -160,18 +169,39 @@ RunHistory::RunHistory(const std::string& folder) : _file((fs::path(folder) / "h
 void RunHistory::add(HistoryEntry entry, std::size_t most) const {
     const FolderLock lock(fs::path(_file).parent_path().string());
     std::vector<std::string> all = lines();
+    const std::size_t before = all.size();
+    const std::size_t first = before + 1 - std::min(before + 1, most);
+    std::vector<HistoryEntry> forgotten;
+    std::set<std::string> kept = {entry.report};
     unsigned int last = 0;
-    for (const std::string& line : all) {
-        const std::optional<HistoryEntry> before = entryOf(line);
-        last = std::max(last, before ? before->id : 0);
+    for (std::size_t i = 0; i < before; ++i) {
+        if (std::optional<HistoryEntry> old = entryOf(all[i])) {
+            last = std::max(last, old->id);
+            i < first ? forgotten.push_back(std::move(*old)) : static_cast<void>(kept.insert(old->report));
+        }
     }
     entry.id = last + 1;
     all.push_back(jsonLine(toJson(entry)));
     std::string text;
-    for (std::size_t i = all.size() - std::min(all.size(), most); i < all.size(); ++i) {
+    for (std::size_t i = first; i < all.size(); ++i) {
         text += all[i] + '\n';
     }
     replaceFile(_file, text);
+    removeReports(forgotten, kept);
+}
+
+// A run that was resumed has the report of its beginning, and one that can be has it still to come.
+void RunHistory::removeReports(const std::vector<HistoryEntry>& forgotten, const std::set<std::string>& kept) const {
+    const vset::HostPaths hostPaths;
+    for (const HistoryEntry& entry : forgotten) {
+        const std::string stem = (fs::path(_file).parent_path() / fs::path(entry.report).filename()).string();
+        if (kept.count(entry.report) != 0 || access(UnfinishedRun::fileOf(stem).c_str(), F_OK) == 0) {
+            continue;
+        }
+        for (const std::string& file : filesOfReport(stem, entry.pictures)) {
+            unlink(file.c_str());
+        }
+    }
 }
 
 std::vector<HistoryEntry> RunHistory::entries() const {

@@ -4,6 +4,7 @@
 #define FAPI_TOOL_RUN_HISTORY_H
 
 #include <optional>
+#include <set>
 
 #include "plan_report.h"
 
@@ -26,11 +27,12 @@ struct HistoryEntry {
     unsigned int id = 0;  // counts from 1
     std::string when;     // it began
     std::string plan, file;
-    std::string verdict;  // passed, marginal, failed or interrupted
-    std::size_t passed = 0, marginal = 0, failed = 0, interrupted = 0, notRun = 0;
+    std::string verdict;  // passed, marginal, failed, error or interrupted
+    std::size_t passed = 0, marginal = 0, failed = 0, errors = 0, interrupted = 0, notRun = 0;
     double seconds = 0;
-    std::string report;      // what the names of its report's files begin with
-    std::size_t faults = 0;  // how many it was to meet
+    std::string report;                 // what the names of its report's files begin with
+    std::vector<std::string> pictures;  // files beside that
+    std::size_t faults = 0;             // how many it was to meet
     std::vector<HistoryStep> steps;
 };
 
@@ -44,8 +46,9 @@ public:
     // Of the report folder.
     explicit RunHistory(const std::string& folder);
 
-    // Gives the entry a number and adds it; of more than `most` runs the oldest are forgotten. Damaged lines are left
-    // as they are until then. Throws std::runtime_error naming the file, which is then as it was.
+    // Gives the entry a number and adds it; of more than `most` runs the oldest are forgotten, and their reports
+    // removed, but never that of the entry. Damaged lines are left as they are until then. Throws std::runtime_error
+    // naming the file, which is then as it was.
     void add(HistoryEntry entry, std::size_t most) const;
 
     // Names damaged lines on standard error. Throws std::runtime_error when there is a file that cannot be read.
@@ -53,6 +56,7 @@ public:
 
 private:
     std::vector<std::string> lines() const;
+    void removeReports(const std::vector<HistoryEntry>& forgotten, const std::set<std::string>& kept) const;
 
     const std::string _file;
 };

@@ -3,13 +3,15 @@
 #include "session.h"
 
 #include <cstdlib>
+#include <optional>
 #include <set>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
-#include "command.h"
+#include "log_switch.h"
+#include "middleware_words.h"
 #include "terminal.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
@@ -19,6 +21,9 @@ namespace tool {
 namespace {
 
 FILE* g_dataOutput = nullptr;
+
+// Found by the thread that opens the session, which is the one that calls.
+std::optional<vset::PretendedFile> g_logSwitch;
 
 }  // namespace
 
@@ -74,11 +79,12 @@ void openSession(const SessionOptions& options) {
     vset::wdt::onReboot(endWithSet);
     vset::attach(folder);
     if (options.log) {
-        const Outcome outcome = Command::parse({"set", "log", "on"}).run();
-        if (!outcome.good) {
-            throw vset::SetError(std::get<std::string>(*outcome.find("error")));
-        }
+        g_logSwitch.emplace(kLogSwitch);
     }
+}
+
+void followLogSwitch() {
+    g_logSwitch.reset();
 }
 
 void endWithSet() {
@@ -97,7 +103,7 @@ void bringUpFor(const Operation* operation) {
         }
         const Outcome outcome = invoke(*init, {});
         if (!outcome.good) {
-            std::fprintf(stderr, "fapi: %s answered %lld\n", init->name, outcome.status);
+            std::fprintf(stderr, "fapi: %s answered %lld%s\n", init->name, outcome.status, reasonOf(outcome).c_str());
         }
     }
 }

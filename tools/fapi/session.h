@@ -15,13 +15,13 @@ enum Exit {
     kExitGood = 0,        // done; a plan passed
     kExitFailed = 1,      // the operation answered a failure; a plan failed
     kExitUsage = 2,       // a wrong word or a broken plan; nothing was called
-    kExitSet = 3,         // the set cannot be had or is damaged; nothing was called
+    kExitSet = 3,         // the set cannot be had or is damaged, or the PC could not store what was to be kept
     kExitInterrupted = 4  // the user stopped it, or declined the question
 };
 
 struct SessionOptions {
     std::string folder;    // of the set; empty: vset::defaultFolder()
-    bool log = false;      // switch the library's own log on
+    bool log = false;      // the library's own log is on in this process, whatever the set's switch says
     bool damaged = false;  // go on with a damaged set
 };
 
@@ -44,6 +44,9 @@ std::string setFolder(const SessionOptions& options);
 // Attaches the set; this process ends, as one on a real set does, when the watchdog reboots it. Throws vset::SetError;
 // damage is printed to standard error, one line each, and then thrown unless the options allow it.
 void openSession(const SessionOptions& options);
+
+// Ends what SessionOptions::log asked for: the set's switch counts again.
+void followLogSwitch();
 
 // What openSession() makes of a reboot by the watchdog: says so, and ends the process.
 [[noreturn]] void endWithSet();

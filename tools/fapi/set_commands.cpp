@@ -28,8 +28,12 @@ void say(const GlobalOptions& options, const Json& json, const std::string& text
 }  // namespace
 
 bool confirm(const GlobalOptions& options, const std::string& what) {
-    if (options.yes || isatty(STDIN_FILENO) == 0) {
+    if (options.yes) {
         return true;
+    }
+    if (isatty(STDIN_FILENO) == 0) {
+        printError("this " + what + ", and standard input is no terminal to ask on; -y does not ask", options.json);
+        return false;
     }
     std::fprintf(stderr, "This %s. Go on? [y/N] ", printable(what).c_str());
     std::string answer;

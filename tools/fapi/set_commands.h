@@ -14,7 +14,8 @@ struct GlobalOptions {
     bool yes = false;
 };
 
-// True unless standard input is a terminal and the user does not say yes. `what` ends the sentence "this ...".
+// True when the user says yes, or -y has said so already; a message when there is no terminal to ask on. `what` ends
+// the sentence "this ...".
 bool confirm(const GlobalOptions& options, const std::string& what);
 // The same for a command, when it destroys anything.
 bool confirm(const GlobalOptions& options, const Command& command);

@@ -23,34 +23,6 @@ namespace fs = std::filesystem;
 
 constexpr char kExtension[] = ".unfinished";
 
-// The files of the folder, newest first.
-std::vector<std::string> filesIn(const std::string& folder) {
-    const vset::HostPaths hostPaths;
-    std::vector<std::pair<fs::file_time_type, std::string>> found;
-    std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-        if (entry.path().extension() == kExtension) {
-            found.emplace_back(entry.last_write_time(error), entry.path().string());
-        }
-    }
-    std::sort(found.rbegin(), found.rend());
-    std::vector<std::string> files;
-    files.reserve(found.size());
-    for (const auto& [time, file] : found) {
-        files.push_back(file);
-    }
-    return files;
-}
-
-// The lock of a process and not of a file: the process that holds the set does not inherit it, and may outlive this one
-// for a moment.
-bool lock(const OpenFile& open) {
-    struct flock wanted = {};
-    wanted.l_type = F_WRLCK;
-    wanted.l_whence = SEEK_SET;
-    return fcntl(open.get(), F_SETLK, &wanted) == 0;
-}
-
 std::string absolutePath(const std::string& path) {
     const vset::HostPaths hostPaths;
     std::error_code error;
@@ -114,14 +86,42 @@ UnfinishedRun::UnfinishedRun(const std::string& file)
     }
 }
 
+std::unique_ptr<UnfinishedRun> UnfinishedRun::read(const std::string& file) {
+    try {
+        return std::unique_ptr<UnfinishedRun>(new UnfinishedRun(file));
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+std::vector<std::string> UnfinishedRun::filesIn(const std::string& folder) {
+    const vset::HostPaths hostPaths;
+    std::vector<std::pair<fs::file_time_type, std::string>> found;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        if (entry.path().extension() == kExtension) {
+            found.emplace_back(entry.last_write_time(error), entry.path().string());
+        }
+    }
+    std::sort(found.rbegin(), found.rend());
+    std::vector<std::string> files;
+    files.reserve(found.size());
+    for (const auto& [time, file] : found) {
+        files.push_back(file);
+    }
+    return files;
+}
+
+std::string UnfinishedRun::fileOf(const std::string& stem) {
+    return stem + kExtension;
+}
+
 std::unique_ptr<UnfinishedRun> UnfinishedRun::find(const std::string& folder, const Plan& plan,
                                                    const std::string& setFolder) {
     std::string problem, otherPlan;
     for (const std::string& file : filesIn(folder)) {
-        std::unique_ptr<UnfinishedRun> run;
-        try {
-            run.reset(new UnfinishedRun(file));
-        } catch (const std::exception&) {
+        std::unique_ptr<UnfinishedRun> run = read(file);
+        if (run == nullptr) {
             printMessage(file + ": is damaged, left out");
             continue;
         }
@@ -129,7 +129,7 @@ std::unique_ptr<UnfinishedRun> UnfinishedRun::find(const std::string& folder, co
             otherPlan = folder + ": the unfinished run is one of " + run->_plan + ", not of " + plan.file;
         } else if (!setFolder.empty() && run->_setFolder != absolutePath(setFolder)) {
             problem = folder + ": the unfinished run is on the set in " + run->_setFolder;
-        } else if (!lock(*run->_open)) {
+        } else if (!run->lock()) {
             problem = plan.file + ": the run is still going on";
         } else {
             run->check(plan);
@@ -165,7 +165,7 @@ void UnfinishedRun::begin() {
         dropOthers();
         if (_open == nullptr) {
             _open = std::make_unique<OpenFile>(file(), O_RDWR | O_CREAT | O_TRUNC | O_APPEND);
-            if (!lock(*_open)) {
+            if (!lock()) {
                 throw std::runtime_error(file() + ": cannot be locked: " + std::strerror(errno));
             }
             write(header());
@@ -254,25 +254,55 @@ void UnfinishedRun::write(const Json& json) {
     _open->write(jsonLine(json) + '\n');
 }
 
-// Whoever holds the set now has ended what was unfinished there.
+// The lock of a process and not of a file: the process that holds the set does not inherit it, and may outlive this one
+// for a moment.
+bool UnfinishedRun::lock() const {
+    struct flock wanted = {};
+    wanted.l_type = F_WRLCK;
+    wanted.l_whence = SEEK_SET;
+    return fcntl(_open->get(), F_SETLK, &wanted) == 0;
+}
+
+bool UnfinishedRun::isLost() const {
+    return !isSet(_setFolder);
+}
+
+// Whoever holds the set now has ended what was unfinished there. What is damaged is named when somebody wants to
+// resume.
 void UnfinishedRun::dropOthers() const {
     for (const std::string& other : filesIn(fs::path(_stem).parent_path().string())) {
-        if (other == file()) {
-            continue;
-        }
-        try {
-            const UnfinishedRun run(other);
-            if (lock(*run._open) && (run._setFolder == _setFolder || !isSet(run._setFolder))) {
-                unlink(other.c_str());
-            }
-        } catch (const std::exception&) {
-            // Damaged: it is named when somebody wants to resume.
+        const std::unique_ptr<UnfinishedRun> run = other != file() ? read(other) : nullptr;
+        if (run != nullptr && run->lock() && (run->_setFolder == _setFolder || run->isLost())) {
+            run->remove();
         }
     }
 }
 
+// A report without a byte is a name that was taken. One that has some was written when Ctrl-C cut the run short.
+std::vector<std::string> UnfinishedRun::files() const {
+    std::vector<std::string> found = {file()};
+    std::error_code error;
+    if (fs::file_size(_stem + ".json", error) != 0 || error) {
+        return found;
+    }
+    PlanResult result;
+    for (const auto& [index, step] : _steps) {
+        result.steps.push_back(step);
+    }
+    const std::vector<std::string> report = filesOfReport(_stem, result.pictures());
+    found.insert(found.end(), report.begin(), report.end());
+    return found;
+}
+
+void UnfinishedRun::remove() const {
+    const vset::HostPaths hostPaths;
+    for (const std::string& file : files()) {
+        unlink(file.c_str());
+    }
+}
+
 std::string UnfinishedRun::file() const {
-    return _stem + kExtension;
+    return fileOf(_stem);
 }
 
 }  // namespace tool

@@ -21,6 +21,23 @@ public:
     static std::unique_ptr<UnfinishedRun> find(const std::string& folder, const Plan& plan,
                                                const std::string& setFolder);
 
+    // The one in the file; null when that is damaged.
+    static std::unique_ptr<UnfinishedRun> read(const std::string& file);
+    // The files of the folder, newest first.
+    static std::vector<std::string> filesIn(const std::string& folder);
+
+    // The one of the run whose report has these names.
+    static std::string fileOf(const std::string& stem);
+
+    // From then on nobody else goes on with it. False when somebody does, or is still at it.
+    bool lock() const;
+    // Whether nobody can go on with it any more.
+    bool isLost() const;
+    // Removes the file, and what of its report there was, unless that was written for good. Locked before.
+    void remove() const;
+    // What that removes.
+    std::vector<std::string> files() const;
+
     const std::string& stem() const { return _stem; }
     const std::string& setFolder() const { return _setFolder; }
     bool isFresh() const { return _fresh; }

@@ -4,6 +4,7 @@
 #define FAPI_TOOL_VALUE_H
 
 #include <chrono>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,7 +19,19 @@ using Value = std::variant<long long, std::string, Bytes>;
 // A wrong word from the user: one line that says which word, and what was expected. Nothing has been called.
 class UsageError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit UsageError(const std::string& text, std::optional<std::size_t> word = std::nullopt)
+        : std::runtime_error(text), _word(word) {}
+
+    // Which of the words that were looked at is wrong, their number for one that is missing; nothing when it is the
+    // line as a whole.
+    std::optional<std::size_t> word() const { return _word; }
+    // The same error for a line in which `before` words stand in front of those that were looked at.
+    UsageError behind(std::size_t before, const std::string& text) const {
+        return UsageError(text, _word ? std::optional(*_word + before) : std::nullopt);
+    }
+
+private:
+    std::optional<std::size_t> _word;
 };
 
 // Decimal, 0x hexadecimal or 0 octal, with sign. False when the text is no number or does not fit.

@@ -3,11 +3,15 @@
 #include "word_completion.h"
 
 #include <algorithm>
+#include <map>
 
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include "env_commands.h"
+#include "env_store.h"
 #include "event_log.h"
+#include "plan_report.h"
 #include "run_history.h"
 #include "session.h"
 #include "shell.h"
@@ -145,19 +149,19 @@ std::vector<std::string> commandNames(const CLI::App& command) {
     return names;
 }
 
-// What stands behind an option; empty when that is not there.
-std::string valueBehind(const Words& words, const char* option) {
-    const auto found = std::find(words.begin(), words.end(), option);
-    return found != words.end() && found + 1 != words.end() ? *(found + 1) : "";
+// The flash type that the line names.
+std::string flashOf(const Words& words) {
+    const auto found = std::find(words.begin(), words.end(), "--flash");
+    return found != words.end() && found + 1 != words.end() ? *(found + 1) : kFlashTypes[0];
 }
 
-std::vector<std::string> runNumbers(const Words& words) {
-    const std::string folder = valueBehind(words, "--report");
-    std::vector<std::string> numbers = {"last"};
-    for (const HistoryEntry& entry : RunHistory(folder.empty() ? kReportFolder : folder).entries()) {
-        numbers.push_back(std::to_string(entry.id));
+// The numbers of the runs that the history knows.
+std::vector<std::string> runNames(const std::string& folder) {
+    std::vector<std::string> names = {"last"};
+    for (const HistoryEntry& entry : RunHistory(folder).entries()) {
+        names.push_back(std::to_string(entry.id));
     }
-    return numbers;
+    return names;
 }
 
 // What an option or argument of that name takes on the command line; the words of operations and hands are no
@@ -182,10 +186,16 @@ std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line
         return {"always", "auto", "never"};
     }
     if (name == "VERDICT") {
-        return {"passed", "marginal", "failed", "interrupted"};
+        return {"error", "failed", "interrupted", "marginal", "passed"};
+    }
+    if (name == "FLASH") {
+        return {std::begin(kFlashTypes), std::end(kFlashTypes)};
+    }
+    if (name == "VARIABLE") {
+        return variableNames(line.folder, flashOf(line.words));
     }
     if (name == "RUN") {
-        return runNumbers(line.words);
+        return runNames(line.reports);
     }
     if (name == "--module") {
         return eventModules();
@@ -206,15 +216,17 @@ std::vector<std::string> argumentValues(const Place& place, LinePlace line) {
         return {};
     }
     const std::string name = next.get_name(true);
-    if (name != "OPERATION" && name != "ARGUMENT") {
+    if (name == "OPERATION" && place.arguments.empty()) {
+        return operationNames(line.start);
+    }
+    const std::map<std::string, Words> lines = {
+        {"OPERATION", {}}, {"ARGUMENT", {"set", place.command->get_name()}}, {"TOPIC", {"help"}}};
+    const auto begin = lines.find(name);
+    if (begin == lines.end()) {
         return valuesOf(name, line);
     }
-    line.words = place.arguments;
-    if (name == "ARGUMENT") {
-        line.words.insert(line.words.begin(), {"set", place.command->get_name()});
-    } else if (line.words.empty()) {
-        line.words = {"help"};
-    }
+    line.words = begin->second;
+    line.words.insert(line.words.end(), place.arguments.begin(), place.arguments.end());
     return candidates(line);
 }
 
@@ -230,10 +242,16 @@ std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
     return commands.empty() ? argumentValues(place, line) : commands;
 }
 
+// What stands behind the option; empty when it is not given.
+std::string optionValue(const Words& words, const char* option) {
+    const auto found = std::find(words.begin(), words.end(), option);
+    return found != words.end() && found + 1 != words.end() ? *(found + 1) : "";
+}
+
 // The folder of the set that the line names; empty when there is none yet.
 std::string folderOf(const Words& words) {
     SessionOptions options;
-    options.folder = valueBehind(words, "--set");
+    options.folder = optionValue(words, "--set");
     const std::string folder = setFolder(options);
     const vset::HostPaths hostPaths;
     return access((folder + "/set.json").c_str(), F_OK) == 0 ? folder : "";
@@ -244,6 +262,8 @@ std::string folderOf(const Words& words) {
 std::vector<std::string> commandCompletions(const CLI::App& app, const std::string& line) {
     LinePlace linePlace = placeOf(line);
     linePlace.folder = folderOf(linePlace.words);
+    const std::string reports = optionValue(linePlace.words, "--report");
+    linePlace.reports = reports.empty() ? kReportFolder : reports;
     Place place{&app, nullptr, {}, false};
     for (std::size_t i = 1; i < linePlace.words.size(); ++i) {
         step(place, linePlace.words[i]);

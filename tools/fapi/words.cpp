@@ -80,6 +80,50 @@ std::size_t typingErrors(std::string_view typed, std::string_view meant) {
     return errors.back().back();
 }
 
+// Where the words of a line begin, also when a quote is not closed: splitWords() does not tell.
+std::vector<std::size_t> wordStarts(std::string_view line) {
+    std::vector<std::size_t> starts;
+    char quote = '\0';
+    bool inWord = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if (quote != '\0') {
+            i += c == '\\' && quote == '"' ? 1 : 0;
+            quote = c == quote ? '\0' : quote;
+            continue;
+        }
+        const bool isBlank = c == ' ' || c == '\t' || c == '\r';
+        if (!isBlank && !inWord) {
+            starts.push_back(i);
+        }
+        inWord = !isBlank;
+        quote = c == '"' || c == '\'' ? c : '\0';
+    }
+    return starts;
+}
+
+bool isBroken(std::string_view text) {
+    try {
+        static_cast<void>(splitWords(text));
+        return false;
+    } catch (const UsageError&) {
+        return true;
+    }
+}
+
+// The word with the quote or the escape that splitWords() refuses; the first one when there is none.
+std::size_t brokenWord(std::string_view line, const std::vector<std::size_t>& starts) {
+    if (!isBroken(line)) {
+        return 0;
+    }
+    for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
+        if (isBroken(line.substr(starts[i], starts[i + 1] - starts[i]))) {
+            return i;
+        }
+    }
+    return starts.size() - 1;
+}
+
 }  // namespace
 
 Words splitWords(std::string_view line) {
@@ -119,6 +163,15 @@ std::vector<std::string_view> splitLines(std::string_view text) {
         start = end + 1;
     }
     return lines;
+}
+
+std::size_t columnOf(std::string_view line, std::size_t word) {
+    const std::vector<std::size_t> starts = wordStarts(line);
+    return (word < starts.size() ? starts[word] : line.size()) + 1;
+}
+
+std::size_t columnOf(std::string_view line, const UsageError& error) {
+    return columnOf(line, error.word() ? *error.word() : brokenWord(line, wordStarts(line)));
 }
 
 std::string quoteWord(std::string_view word) {

@@ -21,6 +21,18 @@ Words splitWords(std::string_view line);
 // The lines of a text file, without their ends and without a byte order mark before the first.
 std::vector<std::string_view> splitLines(std::string_view text);
 
+// Where a word of the line begins, in bytes from 1; its end for a word that is missing.
+std::size_t columnOf(std::string_view line, std::size_t word);
+// The same for the word that the error is about.
+std::size_t columnOf(std::string_view line, const UsageError& error);
+
+// What is wrong in a file, and where.
+struct Problem {
+    unsigned int line;
+    std::size_t column;
+    std::string text;
+};
+
 // The word as splitWords would read it back.
 std::string quoteWord(std::string_view word);
 

@@ -9,7 +9,8 @@
 #define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "fapi_log.h"
 
-FAPI_DEFINE_MODULE_EVENTS(aud)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_audCallback, a_vextvfapi_aud_reg_callback, a_vextvfapi_aud_unreg_callback,
+                          a_vextvfapi_aud_nty_event)
 
 namespace {
 

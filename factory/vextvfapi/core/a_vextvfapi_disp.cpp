@@ -14,7 +14,8 @@
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
 
-FAPI_DEFINE_MODULE_EVENTS(disp)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_dispCallback, a_vextvfapi_disp_reg_callback, a_vextvfapi_disp_unreg_callback,
+                          a_vextvfapi_disp_nty_event)
 
 namespace {
 

@@ -13,7 +13,8 @@
 #include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
 
-FAPI_DEFINE_MODULE_EVENTS(disptst)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_disptstCallback, a_vextvfapi_disptst_reg_callback,
+                          a_vextvfapi_disptst_unreg_callback, a_vextvfapi_disptst_nty_event)
 
 namespace {
 

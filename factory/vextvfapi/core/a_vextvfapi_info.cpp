@@ -13,7 +13,8 @@
 #define FAPI_LOG_TAG "VexTvFApiInformation"
 #include "fapi_log.h"
 
-FAPI_DEFINE_MODULE_EVENTS(info)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_infoCallback, a_vextvfapi_info_reg_callback, a_vextvfapi_info_unreg_callback,
+                          a_vextvfapi_info_nty_event)
 
 int a_vextvfapi_info_init() {
     return 0;
@@ -24,9 +25,10 @@ int a_vextvfapi_info_deinit() {
 }
 
 // `pszValue` is the middleware's text, null for a key without one.
-static int copyValue(const unsigned char* key, const char* pszValue, unsigned char* data, unsigned int size) {
+static int copyValue(const unsigned char* key, const char* pszValue, unsigned char* data, unsigned int size,
+                     const char* pszCaller = __builtin_FUNCTION()) {
     if (data == nullptr) {
-        FAPI_LOGE("DataBuf NULL\n\n");
+        FAPI_LOGE_AS(pszCaller, "DataBuf NULL\n\n");
         return -2;
     }
     std::memset(data, 0, size);
@@ -35,11 +37,11 @@ static int copyValue(const unsigned char* key, const char* pszValue, unsigned ch
     }
     const std::size_t length = std::strlen(pszValue);
     if (length >= size) {
-        FAPI_LOGE("Data overflow.\n\n");
+        FAPI_LOGE_AS(pszCaller, "Data overflow.\n\n");
         return -1;
     }
     std::memcpy(data, pszValue, length);  // NOLINT(bugprone-not-null-terminated-result): the caller gets no NUL
-    FAPI_LOGD("%s = %s\n\n", key, data);
+    FAPI_LOGD_AS(pszCaller, "%s = %s\n\n", key, data);
     return 0;
 }
 
@@ -93,7 +95,7 @@ int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char
         FAPI_LOGE("close config file failed\n\n");
         return -1;
     }
-    // The middleware has written the file; the line may cut the power as soon as this returns.
+    // What the middleware has written is on the medium before this returns.
     sync();
     FAPI_LOGD("close config file ok\n\n");
     return 0;

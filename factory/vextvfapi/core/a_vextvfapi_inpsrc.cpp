@@ -15,7 +15,8 @@
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_video.h"
 
-FAPI_DEFINE_MODULE_EVENTS(inpsrc)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_inpsrcCallback, a_vextvfapi_inpsrc_reg_callback, a_vextvfapi_inpsrc_unreg_callback,
+                          a_vextvfapi_inpsrc_nty_event)
 
 namespace {
 

@@ -13,15 +13,16 @@
 #define FAPI_LOG_TAG "VexTvFApiNetwork"
 #include "fapi_log.h"
 
-FAPI_DEFINE_MODULE_EVENTS(net)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_netCallback, a_vextvfapi_net_reg_callback, a_vextvfapi_net_unreg_callback,
+                          a_vextvfapi_net_nty_event)
 
 // Opening and closing have a failure of their own.
 static constexpr int kFailed = 255;
 
-static HW_NET_InterfaceName_t astNames[HW_NET_INTERFACE_MAX];
+static HW_NET_InterfaceName_t _astNames[HW_NET_INTERFACE_MAX];
 // Of the last name that was found. It is never forgotten: an unknown name then opens what now stands there.
-static signed char s8Selected = -1;
-static HW_Handle_t hNet = HW_HANDLE_NONE;
+static signed char _s8Selected = -1;
+static HW_Handle_t _hNet = HW_HANDLE_NONE;
 
 int a_vextvfapi_net_init() {
     const HW_Result_t u32Result = HW_NET_Init(nullptr);
@@ -47,58 +48,58 @@ int a_vextvfapi_net_open(const char* name) {
     if (name == nullptr) {
         return kFailed;
     }
-    std::memset(astNames, 0, sizeof(astNames));
+    std::memset(_astNames, 0, sizeof(_astNames));
     HW_U32 u32Count = 0;
-    if (HW_NET_GetInterfaceName(astNames, &u32Count) != HW_OK) {
+    if (HW_NET_GetInterfaceName(_astNames, &u32Count) != HW_OK) {
         FAPI_LOGE("HW_NET_GetInterfaceName failed!\n\n");
         return kFailed;
     }
     for (unsigned int i = 0; i < std::min(u32Count, HW_NET_INTERFACE_MAX); ++i) {
         FAPI_LOGD(
             "Interface[%d] is %s!\n\n", i,
-            fapi::BoundedText(reinterpret_cast<const unsigned char*>(astNames[i].acName), HW_NET_INTERFACE_NAME_SIZE)
+            fapi::BoundedText(reinterpret_cast<const unsigned char*>(_astNames[i].acName), HW_NET_INTERFACE_NAME_SIZE)
                 .get());
-        if (hasName(astNames[i], name)) {
+        if (hasName(_astNames[i], name)) {
             // No end here: of several the last one counts.
-            s8Selected = static_cast<signed char>(i);
+            _s8Selected = static_cast<signed char>(i);
         }
     }
-    if (s8Selected == -1) {
+    if (_s8Selected == -1) {
         FAPI_LOGE("No %s device found!\n\n", name);
         return kFailed;
     }
     HW_NET_OpenParams_t stParams = {};
-    std::memcpy(stParams.acName, astNames[s8Selected].acName, sizeof(stParams.acName));
+    std::memcpy(stParams.acName, _astNames[_s8Selected].acName, sizeof(stParams.acName));
     HW_Handle_t hOpened = HW_HANDLE_NONE;
     if (HW_NET_Open(&stParams, &hOpened) != HW_OK) {
         FAPI_LOGE("HW_NET_Open failed!\n\n");
         return kFailed;
     }
-    hNet = hOpened;
+    _hNet = hOpened;
     return 0;
 }
 
 int a_vextvfapi_net_close() {
-    if (HW_NET_Close(hNet) != HW_OK) {
+    if (HW_NET_Close(_hNet) != HW_OK) {
         FAPI_LOGE("Close handle fail\n\n");
         return kFailed;
     }
     return 0;
 }
 
-// The line watches these operations at level E, successes included.
+// Contract: these operations log at level E, successes included.
 
-static bool openForChange(const char* name) {
+static bool openForChange(const char* name, const char* pszCaller = __builtin_FUNCTION()) {
     if (a_vextvfapi_net_open(name) != 0) {
-        FAPI_LOGE("_a_vextvfapi_net_open() failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "_a_vextvfapi_net_open() failed!\n\n");
         return false;
     }
     return true;
 }
 
-static bool closeAfterChange() {
+static bool closeAfterChange(const char* pszCaller = __builtin_FUNCTION()) {
     if (a_vextvfapi_net_close() != 0) {
-        FAPI_LOGE("a_vextvfapi_net_close() failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "a_vextvfapi_net_close() failed!\n\n");
         return false;
     }
     return true;
@@ -115,15 +116,15 @@ int a_vextvfapi_net_set_mac(unsigned int* mac) {
         return -1;
     }
     FAPI_LOGE("=====> DHCP OFF \n\n");
-    if (HW_NET_DhcpOff(hNet, E_HW_NET_IPV4) != HW_OK) {
+    if (HW_NET_DhcpOff(_hNet, E_HW_NET_IPV4) != HW_OK) {
         FAPI_LOGE("LAN Device Dhcp may already off [ipv4]\n\n");
     }
     // A refused address shows in the log alone, and leaves DHCP off.
-    if (HW_NET_SetMac(hNet, pszMac) != HW_OK) {
+    if (HW_NET_SetMac(_hNet, pszMac) != HW_OK) {
         FAPI_LOGE("HW_NET_SetMac failed!\n\n");
     } else {
         FAPI_LOGE("=====> DHCP ON \n\n");
-        if (HW_NET_DhcpOn(hNet, E_HW_NET_IPV4) != HW_OK) {
+        if (HW_NET_DhcpOn(_hNet, E_HW_NET_IPV4) != HW_OK) {
             FAPI_LOGE("LAN Device Dhcp may already on [ipv4]\n\n");
         }
     }
@@ -144,10 +145,10 @@ int a_vextvfapi_net_set_interface_updown(const char* name, bool up) {
         return -1;
     }
     if (up) {
-        if (HW_NET_DeviceUp(hNet) != HW_OK) {
+        if (HW_NET_DeviceUp(_hNet) != HW_OK) {
             FAPI_LOGE("HW_NET_DeviceUp failed!\n\n");
         }
-    } else if (HW_NET_DeviceDown(hNet) != HW_OK) {
+    } else if (HW_NET_DeviceDown(_hNet) != HW_OK) {
         FAPI_LOGE("HW_NET_DeviceDown failed!\n\n");
     }
     if (!closeAfterChange()) {

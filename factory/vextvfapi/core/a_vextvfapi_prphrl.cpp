@@ -12,22 +12,23 @@
 #include "hw3/hw_ir.h"
 #include "hw3/hw_sys.h"
 
-FAPI_DEFINE_MODULE_EVENTS(prphrl)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_prphrlCallback, a_vextvfapi_prphrl_reg_callback, a_vextvfapi_prphrl_unreg_callback,
+                          a_vextvfapi_prphrl_nty_event)
 
 unsigned char _u8HdmiPortNumber = 0;
 
 // How many ports the module can serve.
 static constexpr unsigned int kHdmiPortMax = 4;
 
-void _a_vextvfapi_prphrl_raise_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object) {
+void raiseEvent(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object) {
     const fapi_core::VexTvFApiEventCommonObject empty;
     a_vextvfapi_prphrl_nty_event(event, object, empty, empty, empty);
 }
 
-void _a_vextvfapi_prphrl_raise_event(unsigned int event, int value) {
+void raiseEvent(unsigned int event, int value) {
     fapi_core::VexTvFApiEventCommonObject object;
     object.value = value;
-    _a_vextvfapi_prphrl_raise_event(event, object);
+    raiseEvent(event, object);
 }
 
 int a_vextvfapi_prphrl_init() {
@@ -92,7 +93,7 @@ int _a_vextvfapi_prphrl_extin_Init() {
     return bFailed ? -1 : 0;
 }
 
-// The module never has a remote-control handle. Hosts call these all the same and expect the failure.
+// The module never has a remote-control handle. Contract: these operations exist, and fail.
 
 int a_vextvfapi_prphrl_enable_ir_block_key(unsigned char bEnable) {
     FAPI_LOGE("bEnable: %d\n\n", bEnable);

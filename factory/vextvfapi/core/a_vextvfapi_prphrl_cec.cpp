@@ -9,7 +9,7 @@
 #include "fapi_log.h"
 #include "hw3/hw_cec.h"
 
-// What the host asked for last. Nothing here reads it; it tells whoever looks into a set that hangs.
+// What the host asked for last. Nothing here reads it.
 static std::atomic<unsigned char> bCecEnable{0};
 
 namespace {
@@ -23,39 +23,39 @@ using CecLease = fapi::HandleLease<CecFamily>;
 
 }  // namespace
 
-static bool obtainCec(CecLease& lease) {
+static bool obtainCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_CEC_HandleParams_t stQuery = {};
     if (lease.find(stQuery) == HW_OK) {
         return true;
     }
-    FAPI_LOGD("Open CEC handle\n\n");
+    FAPI_LOGD_AS(pszCaller, "Open CEC handle\n\n");
     const HW_CEC_OpenParams_t stParams = {};
     if (lease.open(stParams) != HW_OK) {
-        FAPI_LOGE("Open CEC handle fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "Open CEC handle fail\n\n");
         return false;
     }
     return true;
 }
 
 // A failed close is logged alone.
-static void closeCec(CecLease& lease) {
+static void closeCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
     if (!lease.isOpened()) {
         return;
     }
-    FAPI_LOGD(" Close CEC \n\n");
+    FAPI_LOGD_AS(pszCaller, " Close CEC \n\n");
     if (lease.release() != HW_OK) {
-        FAPI_LOGE("Extin close handle failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Extin close handle failed!\n\n");
     }
 }
 
 // The status operation has the same texts as the switch.
-static int finishCec(CecLease& lease, HW_Result_t result) {
-    closeCec(lease);
+static int finishCec(CecLease& lease, HW_Result_t result, const char* pszCaller = __builtin_FUNCTION()) {
+    closeCec(lease, pszCaller);
     if (result != HW_OK) {
-        FAPI_LOGE("Set CEC fail!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Set CEC fail!\n\n");
         return -1;
     }
-    FAPI_LOGD("Set CEC success!\n\n");
+    FAPI_LOGD_AS(pszCaller, "Set CEC success!\n\n");
     return 0;
 }
 
@@ -94,13 +94,13 @@ int a_vextvfapi_prphrl_get_cec_status(signed char* s8EnableStatus) {
 }
 
 // Unlike above a failed close is a failure.
-static int finishEarc(CecLease& lease, int s32Status) {
+static int finishEarc(CecLease& lease, int s32Status, const char* pszCaller = __builtin_FUNCTION()) {
     if (!lease.isOpened()) {
         return s32Status;
     }
-    FAPI_LOGD(" Close CEC \n\n");
+    FAPI_LOGD_AS(pszCaller, " Close CEC \n\n");
     if (lease.release() != HW_OK) {
-        FAPI_LOGE("CEC close handle failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "CEC close handle failed!\n\n");
         return -1;
     }
     return s32Status;

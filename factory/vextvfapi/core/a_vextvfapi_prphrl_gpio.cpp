@@ -41,20 +41,22 @@ static HW_Result_t findOrOpen(GpioLease& lease, HW_U32 u32PadNum) {
 
 // --- Single pads -----------------------------------------------------------------------------------------------------
 
-static bool obtainPad(GpioLease& lease, unsigned int pad) {
+static bool obtainPad(GpioLease& lease, unsigned int pad, const char* pszCaller = __builtin_FUNCTION()) {
     if (findOrOpen(lease, pad) != HW_OK) {
-        FAPI_LOGE("[control_gpio] Open handle fail\n\n");
+        // The tag is contract for the reading operation, too.
+        FAPI_LOGE_AS(pszCaller, "[control_gpio] Open handle fail\n\n");
     }
     if (lease.handle() == HW_HANDLE_NONE) {
-        FAPI_LOGE("_hGpioHandle is NULL.\n\n");
+        FAPI_LOGE_AS(pszCaller, "_hGpioHandle is NULL.\n\n");
         return false;
     }
     return true;
 }
 
-static int closePad(GpioLease& lease) {
+static int closePad(GpioLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
     if (lease.release() != HW_OK) {
-        FAPI_LOGE("[gpio_status] gpio close handle fail\n\n");
+        // The tag is contract for the driving operation, too.
+        FAPI_LOGE_AS(pszCaller, "[gpio_status] gpio close handle fail\n\n");
         return -1;
     }
     return 0;
@@ -80,13 +82,13 @@ int a_vextvfapi_prphrl_control_gpio(unsigned int pad, unsigned int level) {
     return closePad(lease);
 }
 
-static void logLevel(HW_U8 u8Level, HW_U8 u8Inverted) {
+static void logLevel(HW_U8 u8Level, HW_U8 u8Inverted, const char* pszCaller = __builtin_FUNCTION()) {
     if (u8Inverted == 1) {
-        FAPI_LOGD("  ==>Level: %s\n\n", u8Level != 0 ? "Off(level high)" : "On(level low)");
-        FAPI_LOGD("  ==>Invert: TRUE\n\n");
+        FAPI_LOGD_AS(pszCaller, "  ==>Level: %s\n\n", u8Level != 0 ? "Off(level high)" : "On(level low)");
+        FAPI_LOGD_AS(pszCaller, "  ==>Invert: TRUE\n\n");
     } else {
-        FAPI_LOGD("  ==>Level: %s\n\n", u8Level != 0 ? "Off(level low)" : "On(level high)");
-        FAPI_LOGD("  ==>Invert: FALSE\n\n");
+        FAPI_LOGD_AS(pszCaller, "  ==>Level: %s\n\n", u8Level != 0 ? "Off(level low)" : "On(level high)");
+        FAPI_LOGD_AS(pszCaller, "  ==>Invert: FALSE\n\n");
     }
 }
 
@@ -118,40 +120,39 @@ int a_vextvfapi_prphrl_get_gpio_status(unsigned int pad, unsigned char* level) {
 
 // --- Monitor ---------------------------------------------------------------------------------------------------------
 
-static fapi::BackgroundTask monitorTask;
+static fapi::BackgroundTask _monitorTask;
 // Whether the thread has ended and left the monitor started, which only a stop sets right.
-static std::atomic<bool> bMonitorEndedStarted{false};
+static std::atomic<bool> _bMonitorEndedStarted{false};
 // Written while no thread runs; the thread takes a copy.
-static MonitorParams stMonitorParams;
+static MonitorParams _stMonitorParams;
 
-static void reportMonitorFailure() {
-    FAPI_LOGE("[gpio monitor] GPIO monitor thread fail\n\n");
-    _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_PAD, kMonitorFailed);
+static void reportMonitorFailure(const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGE_AS(pszCaller, "[gpio monitor] GPIO monitor thread fail\n\n");
+    raiseEvent(FAPI_EVENT_PAD, kMonitorFailed);
 }
 
-static bool readPad(const GpioLease& lease, HW_U8& u8Level) {
+static HW_Result_t readPad(const GpioLease& lease, HW_U8& u8Level) {
     HW_U8 u8Inverted = 0;
-    if (HW_GPIO_GetInput(lease.handle(), &u8Level, &u8Inverted) != HW_OK) {
-        FAPI_LOGE("[gpio monitor] HW_GPIO_GetInput fail\n\n");
-        reportMonitorFailure();
-        return false;
-    }
-    return true;
+    return HW_GPIO_GetInput(lease.handle(), &u8Level, &u8Inverted);
 }
 
-static void watchPad(const GpioLease& lease, const MonitorParams& stParams) {
+static void watchPad(const GpioLease& lease, const MonitorParams& stParams, const char* pszCaller) {
     HW_U8 u8Reported = 1;
-    if (!readPad(lease, u8Reported)) {
+    if (readPad(lease, u8Reported) != HW_OK) {
+        FAPI_LOGE_AS(pszCaller, "[gpio monitor] HW_GPIO_GetInput fail\n\n");
+        reportMonitorFailure(pszCaller);
         return;
     }
     unsigned int u32Changes = 0;
-    while (monitorTask.isEnabled()) {
+    while (_monitorTask.isEnabled()) {
         HW_U8 u8Level = 1;
-        if (!readPad(lease, u8Level)) {
-            monitorTask.disable();
+        if (readPad(lease, u8Level) != HW_OK) {
+            FAPI_LOGE_AS(pszCaller, "[gpio monitor] HW_GPIO_GetInput fail\n\n");
+            reportMonitorFailure(pszCaller);
+            _monitorTask.disable();
         } else if (u8Level != u8Reported && ++u32Changes > stParams.u32DebounceCnt) {
             // Readings in between that equal the reported level have not put the count back.
-            _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_PAD, u8Level);
+            raiseEvent(FAPI_EVENT_PAD, u8Level);
             u8Reported = u8Level;
             u32Changes = 0;
         }
@@ -159,45 +160,45 @@ static void watchPad(const GpioLease& lease, const MonitorParams& stParams) {
     }
 }
 
-static void endMonitor(GpioLease& lease) {
+static void endMonitor(GpioLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
     if (lease.isOpened()) {
         if (lease.release() != HW_OK) {
-            FAPI_LOGE("[gpio monitor] gpio close handle fail\n\n");
+            FAPI_LOGE_AS(pszCaller, "[gpio monitor] gpio close handle fail\n\n");
         }
     } else if (lease.handle() != HW_HANDLE_NONE) {
-        FAPI_LOGI("[gpio monitor] get handle success, no need to close\n\n");
+        FAPI_LOGI_AS(pszCaller, "[gpio monitor] get handle success, no need to close\n\n");
     }
-    monitorTask.markStopped();
-    FAPI_LOGI("[gpio monitor]Stop GpioMonitor Task\n\n");
+    _monitorTask.markStopped();
+    FAPI_LOGI_AS(pszCaller, "[gpio monitor]Stop GpioMonitor Task\n\n");
 }
 
 // False when the pad cannot be opened, which ends the thread without a word to the host and without its end.
-static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams) {
+static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams, const char* pszCaller = __builtin_FUNCTION()) {
     if (pstParams == nullptr) {
-        FAPI_LOGE("[gpio monitor] Thread params FAIL!\n\n");
-        reportMonitorFailure();
+        FAPI_LOGE_AS(pszCaller, "[gpio monitor] Thread params FAIL!\n\n");
+        reportMonitorFailure(pszCaller);
         return true;
     }
     const MonitorParams stParams = *pstParams;
-    FAPI_LOGI("[gpio monitor]u32PadNum = %u\n\n", stParams.u32PadNum);
-    FAPI_LOGI("[gpio monitor]u32DelayUs = %u\n\n", stParams.u32DelayUs);
-    FAPI_LOGI("[gpio monitor]u32DebounceCnt = %u\n\n", stParams.u32DebounceCnt);
+    FAPI_LOGI_AS(pszCaller, "[gpio monitor]u32PadNum = %u\n\n", stParams.u32PadNum);
+    FAPI_LOGI_AS(pszCaller, "[gpio monitor]u32DelayUs = %u\n\n", stParams.u32DelayUs);
+    FAPI_LOGI_AS(pszCaller, "[gpio monitor]u32DebounceCnt = %u\n\n", stParams.u32DebounceCnt);
     if (stParams.u32PadNum == 0) {
-        FAPI_LOGE("[gpio monitor] u32PadNum = 0, please check\n\n");
-        reportMonitorFailure();
+        FAPI_LOGE_AS(pszCaller, "[gpio monitor] u32PadNum = 0, please check\n\n");
+        reportMonitorFailure(pszCaller);
         return true;
     }
     // A handle of its own: operations on other pads do not lead it astray.
     if (findOrOpen(lease, stParams.u32PadNum) != HW_OK) {
-        FAPI_LOGE("[gpio monitor] Open handle fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "[gpio monitor] Open handle fail\n\n");
         return false;
     }
     if (lease.handle() == HW_HANDLE_NONE) {
-        FAPI_LOGE("[gpio monitor] _hGpioHandle is NULL.\n\n");
-        reportMonitorFailure();
+        FAPI_LOGE_AS(pszCaller, "[gpio monitor] _hGpioHandle is NULL.\n\n");
+        reportMonitorFailure(pszCaller);
         return true;
     }
-    watchPad(lease, stParams);
+    watchPad(lease, stParams, pszCaller);
     return true;
 }
 
@@ -208,43 +209,43 @@ void* _a_vextvfapi_prphrl_gpio_monitor_task(void* arg) {
     if (monitorPad(lease, static_cast<const MonitorParams*>(arg))) {
         endMonitor(lease);
     } else {
-        bMonitorEndedStarted.store(true);
+        _bMonitorEndedStarted.store(true);
     }
     return nullptr;
 }
 
 int a_vextvfapi_prphrl_gpio_monitor_start(unsigned int pad, unsigned int delayUs, unsigned int debounceCnt) {
     FAPI_LOGI("[gpio monitor] Start GPIO[%u] monitor\n\n", pad);
-    if (monitorTask.isStarted()) {
+    if (_monitorTask.isStarted()) {
         FAPI_LOGE("[gpio monitor] GPIO monitor started already.\n\n");
         FAPI_LOGE("[gpio monitor] Please call a_vextvfapi_prphrl_gpio_monitor_stop() to stop it first.\n\n");
         return -1;
     }
-    stMonitorParams = {pad, delayUs, debounceCnt};
-    bMonitorEndedStarted.store(false);
-    if (monitorTask.start(_a_vextvfapi_prphrl_gpio_monitor_task, &stMonitorParams) != 0) {
+    _stMonitorParams = {pad, delayUs, debounceCnt};
+    _bMonitorEndedStarted.store(false);
+    if (_monitorTask.start(_a_vextvfapi_prphrl_gpio_monitor_task, &_stMonitorParams) != 0) {
         FAPI_LOGE("[gpio monitor] GpioMonitor thread create failed!(%s)\n\n", strerror(errno));
         return -1;
     }
     return 0;
 }
 
-static void waitForMonitor() {
-    FAPI_LOGD("[gpio monitor] Waitting for GpioMonitor task exit...\n\n");
+static void waitForMonitor(const char* pszCaller) {
+    FAPI_LOGD_AS(pszCaller, "[gpio monitor] Waitting for GpioMonitor task exit...\n\n");
     sleep(1);
 }
 
 int a_vextvfapi_prphrl_gpio_monitor_stop() {
     FAPI_LOGI("[gpio monitor] Stop GpioMonitor\n\n");
-    monitorTask.disable();
-    if (fapi::pollUntil(kStopPollTimes, waitForMonitor, [] { return !monitorTask.isStarted(); })) {
+    _monitorTask.disable();
+    if (fapi::pollUntil(kStopPollTimes, waitForMonitor, [] { return !_monitorTask.isStarted(); })) {
         FAPI_LOGD("[gpio monitor] GpioMonitor task stopped...\n\n");
         return 0;
     }
     FAPI_LOGE("[gpio monitor] Waitting for GpioMonitor task timeout...\n\n");
-    if (bMonitorEndedStarted.load()) {
+    if (_bMonitorEndedStarted.load()) {
         // A task that still runs keeps the flag; this one is long gone.
-        monitorTask.markStopped();
+        _monitorTask.markStopped();
     }
     return -1;
 }

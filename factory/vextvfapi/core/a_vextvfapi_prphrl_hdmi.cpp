@@ -74,11 +74,11 @@ int _a_vextvfapi_prphrl_get_hdmi_handle(unsigned char port, int& handle, unsigne
 }
 
 // `port` is below the number of ports.
-static bool obtainHdmi(ExtinLease& lease, unsigned int port) {
+static bool obtainHdmi(ExtinLease& lease, unsigned int port, const char* pszCaller = __builtin_FUNCTION()) {
     int s32Handle = 0;
     unsigned char u8Opened = 0;
     if (_a_vextvfapi_prphrl_get_hdmi_handle(static_cast<unsigned char>(port), s32Handle, u8Opened) != 0) {
-        FAPI_LOGE("Extin get handle failed!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Extin get handle failed!\n\n");
         return false;
     }
     lease.adopt(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
@@ -86,15 +86,16 @@ static bool obtainHdmi(ExtinLease& lease, unsigned int port) {
 }
 
 // Closes what was opened for the request. A failed close is logged alone.
-static int finishEdid(ExtinLease& lease, unsigned int port, HW_Result_t result) {
+static int finishEdid(ExtinLease& lease, unsigned int port, HW_Result_t result,
+                      const char* pszCaller = __builtin_FUNCTION()) {
     if (lease.isOpened()) {
-        FAPI_LOGD("Close HDMI Device:%d\n", port);
+        FAPI_LOGD_AS(pszCaller, "Close HDMI Device:%d\n", port);
         if (lease.release() != HW_OK) {
-            FAPI_LOGE("Close handle failed!\n");
+            FAPI_LOGE_AS(pszCaller, "Close handle failed!\n");
         }
     }
     if (result != HW_OK) {
-        FAPI_LOGE("eErrCode = %d\n", result);
+        FAPI_LOGE_AS(pszCaller, "eErrCode = %d\n", result);
         return -1;
     }
     return 0;
@@ -124,12 +125,13 @@ int a_vextvfapi_prphrl_set_hdmi_edid_version(unsigned int port, signed char vers
     return finishEdid(lease, port, result);
 }
 
-static HW_Result_t getEdid(const ExtinLease& lease, HW_EXTIN_HdmiEdid_t& stEdid) {
+static HW_Result_t getEdid(const ExtinLease& lease, HW_EXTIN_HdmiEdid_t& stEdid,
+                           const char* pszCaller = __builtin_FUNCTION()) {
     const HW_Result_t result = HW_EXTIN_GetAttr(lease.handle(), E_HW_EXTIN_ATTR_HDMI_EDID, nullptr, &stEdid);
     if (result == HW_OK) {
-        FAPI_LOGI("Get HDMI EDID Data success\n");
+        FAPI_LOGI_AS(pszCaller, "Get HDMI EDID Data success\n");
     } else {
-        FAPI_LOGE("Get HDMI EDID Data failed\n");
+        FAPI_LOGE_AS(pszCaller, "Get HDMI EDID Data failed\n");
     }
     return result;
 }

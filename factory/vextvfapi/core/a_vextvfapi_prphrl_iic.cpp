@@ -15,8 +15,8 @@ static constexpr HW_U32 kAddressDebugLevel = 0x40;
 static constexpr unsigned int kReadModes = 3;
 
 // Of the last bus that was obtained. An opened bus stays so until it is disabled.
-static std::atomic<HW_Handle_t> hIic{HW_HANDLE_NONE};
-static std::atomic<bool> bIicOpened{false};
+static std::atomic<HW_Handle_t> _hIic{HW_HANDLE_NONE};
+static std::atomic<bool> _bIicOpened{false};
 
 static bool findBus(int bus) {
     const HW_IIC_HandleParams_t stQuery = {static_cast<HW_U32>(bus)};
@@ -24,7 +24,7 @@ static bool findBus(int bus) {
     if (HW_IIC_GetHandle(&stQuery, &hFound) != HW_OK) {
         return false;
     }
-    hIic.store(hFound);
+    _hIic.store(hFound);
     return true;
 }
 
@@ -34,7 +34,7 @@ static bool openBus(int bus) {
     if (HW_IIC_Open(&stParams, &hOpened) != HW_OK) {
         return false;
     }
-    hIic.store(hOpened);
+    _hIic.store(hOpened);
     return true;
 }
 
@@ -46,16 +46,16 @@ int a_vextvfapi_prphrl_enable_iic(int bus) {
             FAPI_LOGE("[enable_iic] Open iic fail\n\n");
             return -1;
         }
-        bIicOpened.store(true);
+        _bIicOpened.store(true);
     }
-    FAPI_LOGI("[enable_iic] Open iic handle = 0x%x\n\n", hIic.load());
+    FAPI_LOGI("[enable_iic] Open iic handle = 0x%x\n\n", _hIic.load());
     return 0;
 }
 
 // Whether there is a handle to close. One that was found belongs to somebody else unless this module has opened a bus.
 static bool obtainToClose(int bus, bool& bClose) {
     if (findBus(bus)) {
-        bClose = bIicOpened.exchange(false);
+        bClose = _bIicOpened.exchange(false);
         return true;
     }
     bClose = openBus(bus);
@@ -65,14 +65,15 @@ static bool obtainToClose(int bus, bool& bClose) {
 int a_vextvfapi_prphrl_disable_iic(int bus) {
     bool bClose = false;
     if (!obtainToClose(bus, bClose)) {
+        // The tag of the other operation is contract.
         FAPI_LOGE("[enable_iic] Open iic fail\n\n");
         return -1;
     }
-    if (bClose && HW_IIC_Close(hIic.load()) != HW_OK) {
+    if (bClose && HW_IIC_Close(_hIic.load()) != HW_OK) {
         FAPI_LOGE("[disable_iic] Close iic fail\n\n");
         return -1;
     }
-    FAPI_LOGI("[disable_iic] Close iic handle = 0x%x\n\n", hIic.load());
+    FAPI_LOGI("[disable_iic] Close iic handle = 0x%x\n\n", _hIic.load());
     return 0;
 }
 
@@ -94,36 +95,37 @@ static bool isTransferable(unsigned short addrCnt, const unsigned char* addr, un
     return addrCnt <= 0xFF && (addr != nullptr || addrCnt == 0) && (pData != nullptr || size == 0);
 }
 
-static bool obtainToRead(int bus) {
+static bool obtainToRead(int bus, const char* pszCaller = __builtin_FUNCTION()) {
     if (findBus(bus)) {
         return true;
     }
-    FAPI_LOGI("[read_from_iic] Initial handle %x \n\n", hIic.load());
+    FAPI_LOGI_AS(pszCaller, "[read_from_iic] Initial handle %x \n\n", _hIic.load());
     if (!openBus(bus)) {
-        FAPI_LOGE("[read_from_iic] Open iic fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "[read_from_iic] Open iic fail\n\n");
         return false;
     }
-    bIicOpened.store(true);
-    FAPI_LOGI("[read_from_iic] Get handle %x \n\n", hIic.load());
+    _bIicOpened.store(true);
+    FAPI_LOGI_AS(pszCaller, "[read_from_iic] Get handle %x \n\n", _hIic.load());
     return true;
 }
 
-static int readBytes(HW_IIC_ReadParams_t stReadParams, unsigned char* out) {
+static int readBytes(HW_IIC_ReadParams_t stReadParams, unsigned char* out,
+                     const char* pszCaller = __builtin_FUNCTION()) {
     // The middleware wants the address of the record's own pointer, too. What it points at afterwards is of no
     // interest.
     const HW_U8* const pu8Read = stReadParams.pu8Buf;
-    const HW_Result_t result = HW_IIC_Read(hIic.load(), &stReadParams, &stReadParams.pu8Buf);
-    FAPI_LOGI("[read_from_iic] eErrCode %d\n\n", result);
+    const HW_Result_t result = HW_IIC_Read(_hIic.load(), &stReadParams, &stReadParams.pu8Buf);
+    FAPI_LOGI_AS(pszCaller, "[read_from_iic] eErrCode %d\n\n", result);
     if (result != HW_OK) {
-        FAPI_LOGE("[read_from_iic] IIC Read bytes fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "[read_from_iic] IIC Read bytes fail\n\n");
         return -1;
     }
     if (stReadParams.u16Size != 0) {
         std::memcpy(out, pu8Read, stReadParams.u16Size);
     }
     for (unsigned int i = 0; i < stReadParams.u16Size; ++i) {
-        FAPI_LOGI("[read_from_iic] IIC Read data[%u] = 0x%x\n\n", i, pu8Read[i]);
-        FAPI_LOGI("[read_from_iic] IIC Return Read data = 0x%x\n\n", out[i]);
+        FAPI_LOGI_AS(pszCaller, "[read_from_iic] IIC Read data[%u] = 0x%x\n\n", i, pu8Read[i]);
+        FAPI_LOGI_AS(pszCaller, "[read_from_iic] IIC Return Read data = 0x%x\n\n", out[i]);
     }
     return 0;
 }
@@ -162,17 +164,17 @@ int a_vextvfapi_prphrl_read_from_iic(int bus, unsigned short readMode, unsigned 
     return readBytes({readMode, busNumSlaveId, static_cast<HW_U8>(addrCnt), address.get(), size, buffer.get()}, out);
 }
 
-static bool obtainToWrite(int bus) {
+static bool obtainToWrite(int bus, const char* pszCaller = __builtin_FUNCTION()) {
     if (findBus(bus)) {
         return true;
     }
-    FAPI_LOGI("[write_to_iic] Initial handle %x \n\n", hIic.load());
+    FAPI_LOGI_AS(pszCaller, "[write_to_iic] Initial handle %x \n\n", _hIic.load());
     if (!openBus(bus)) {
-        FAPI_LOGE("[write_to_iic] Open iic fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "[write_to_iic] Open iic fail\n\n");
         return false;
     }
-    bIicOpened.store(true);
-    FAPI_LOGI("[write_to_iic] Get handle %x \n\n", hIic.load());
+    _bIicOpened.store(true);
+    FAPI_LOGI_AS(pszCaller, "[write_to_iic] Get handle %x \n\n", _hIic.load());
     return true;
 }
 
@@ -205,7 +207,7 @@ int a_vextvfapi_prphrl_write_to_iic(int bus, unsigned short busNumSlaveId, unsig
     }
     const HW_IIC_WriteParams_t stWriteParams = {
         {busNumSlaveId, static_cast<HW_U8>(addrCnt), address.get(), size, buffer.get()}};
-    const HW_Result_t result = HW_IIC_Write(hIic.load(), &stWriteParams, nullptr);
+    const HW_Result_t result = HW_IIC_Write(_hIic.load(), &stWriteParams, nullptr);
     FAPI_LOGI("[write_to_iic] eErrCode %d\n\n", result);
     if (result != HW_OK) {
         FAPI_LOGE("[write_to_iic] IIC Write bytes fail\n\n");
@@ -228,7 +230,7 @@ using IicLease = fapi::HandleLease<IicFamily>;
 }  // namespace
 
 // The bus goes by another number when it is looked up than when it is opened.
-static bool obtainDeviceBus(IicLease& lease, unsigned short port) {
+static bool obtainDeviceBus(IicLease& lease, unsigned short port, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_IIC_HandleParams_t stQuery = {HW_IIC_DEVICE_PORT_BASE + port};
     if (lease.find(stQuery) == HW_OK) {
         return true;
@@ -237,14 +239,15 @@ static bool obtainDeviceBus(IicLease& lease, unsigned short port) {
     if (lease.open(stParams) == HW_OK) {
         return true;
     }
-    FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_IIC_Open!") "\n\n", HW_ERR_FAILED);
+    // The number is contract, whatever the middleware has answered.
+    FAPI_LOGE_AS(pszCaller, FAPI_RED("Error 0x%x: failed to HW_IIC_Open!") "\n\n", HW_ERR_FAILED);
     return false;
 }
 
-static int closeDeviceBus(IicLease& lease, int s32Status) {
+static int closeDeviceBus(IicLease& lease, int s32Status, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_Result_t result = lease.release();
     if (result != HW_OK) {
-        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_IIC_Close!") "\n\n", result);
+        FAPI_LOGE_AS(pszCaller, FAPI_RED("Error 0x%x: failed to HW_IIC_Close!") "\n\n", result);
         return -1;
     }
     return s32Status;
@@ -254,7 +257,7 @@ int a_vextvfapi_prphrl_get_iic_slave_address(unsigned short deviceId, unsigned s
     HW_IIC_SetDebugLevel(kAddressDebugLevel);
     IicLease lease;
     if (!obtainDeviceBus(lease, port)) {
-        // Hosts count on 0 for a board without that bus.
+        // Contract: no failure.
         return 0;
     }
     HW_IIC_DeviceInfo_t stIicDevice = {};

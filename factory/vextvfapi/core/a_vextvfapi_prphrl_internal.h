@@ -19,15 +19,15 @@ constexpr unsigned int FAPI_EVENT_PAD = 0x100005;
 extern unsigned char _u8HdmiPortNumber;
 
 // Raises an event whose first object is `object`, or carries `value`, and whose others are empty.
-void _a_vextvfapi_prphrl_raise_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object);
-void _a_vextvfapi_prphrl_raise_event(unsigned int event, int value);
+void raiseEvent(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object);
+void raiseEvent(unsigned int event, int value);
 
 // --- Serial links ----------------------------------------------------------------------------------------------------
 
 // Of both links: that is why they exclude each other.
-extern fapi::ReceiveBuffer receiveBuffer;
-bool _a_vextvfapi_prphrl_is_factory_uart_started();
-bool _a_vextvfapi_prphrl_is_std_factory_uart_started();
+extern fapi::ReceiveBuffer _receiveBuffer;
+bool isFactoryUartStarted();
+bool isStdFactoryUartStarted();
 
 // The interface's numbers are the middleware's. -1 for a number out of range.
 int _a_vextvfapi_prphrl_convert_uart_baudrate(signed char baudrate);

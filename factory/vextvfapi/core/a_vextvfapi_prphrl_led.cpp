@@ -19,41 +19,41 @@ static constexpr unsigned int kOff = 2;
 static constexpr HW_U8 kLedCount = 4;
 
 // Caller and cycle share the handle; whichever closes it first takes it from the other, whose writes then fail.
-static std::atomic<HW_Handle_t> hPm{HW_HANDLE_NONE};
-static std::atomic<bool> bPmOpened{false};
+static std::atomic<HW_Handle_t> _hPm{HW_HANDLE_NONE};
+static std::atomic<bool> _bPmOpened{false};
 static std::atomic<bool> bEnableStdLedMonitor{false};
 
-static int obtainPm() {
+static int obtainPm(const char* pszCaller = __builtin_FUNCTION()) {
     const HW_PM_InitParams_t stInit = {};
     if (!fapi::isBroughtUp(HW_PM_Init(&stInit))) {
-        FAPI_LOGE("HW_PM_Init failed \n\n");
+        FAPI_LOGE_AS(pszCaller, "HW_PM_Init failed \n\n");
         return -1;
     }
     const HW_PM_HandleParams_t stQuery = {};
     HW_Handle_t hFound = HW_HANDLE_NONE;
     if (HW_PM_GetHandle(&stQuery, &hFound) == HW_OK) {
-        hPm.store(hFound);
+        _hPm.store(hFound);
         return 0;
     }
-    FAPI_LOGE("HW_PM_GetHandle() fail\n\n");
+    FAPI_LOGE_AS(pszCaller, "HW_PM_GetHandle() fail\n\n");
     const HW_PM_OpenParams_t stOpen = {};
     if (HW_PM_Open(&stOpen, &hFound) != HW_OK) {
-        FAPI_LOGE("HW_PM_Open() fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "HW_PM_Open() fail\n\n");
         return -1;
     }
-    hPm.store(hFound);
-    bPmOpened.store(true);
+    _hPm.store(hFound);
+    _bPmOpened.store(true);
     return 0;
 }
 
 // A handle that was found is never closed.
-static void closePm() {
-    if (!bPmOpened.exchange(false)) {
-        FAPI_LOGD("PM no open\n\n");
+static void closePm(const char* pszCaller = __builtin_FUNCTION()) {
+    if (!_bPmOpened.exchange(false)) {
+        FAPI_LOGD_AS(pszCaller, "PM no open\n\n");
         return;
     }
-    HW_PM_Close(hPm.exchange(HW_HANDLE_NONE));
-    FAPI_LOGD("PM close handle\n\n");
+    HW_PM_Close(_hPm.exchange(HW_HANDLE_NONE));
+    FAPI_LOGD_AS(pszCaller, "PM close handle\n\n");
 }
 
 namespace {
@@ -81,7 +81,7 @@ constexpr Colour kCycleColours[] = {
 
 }  // namespace
 
-static bool showColour(const Colour& colour) {
+static bool showColour(const Colour& colour, const char* pszCaller = __builtin_FUNCTION()) {
     HW_PM_LedControl_t stControl = {};
     for (unsigned int i = 0; i < sizeof(stControl.au8Colour); i += 3) {
         stControl.au8Colour[i] = colour.u8Red;
@@ -89,11 +89,11 @@ static bool showColour(const Colour& colour) {
         stControl.au8Colour[i + 2] = colour.u8Blue;
     }
     stControl.u8LedCount = kLedCount;
-    if (HW_PM_SetAttr(hPm.load(), E_HW_PM_PARAM_LED_CONTROL, &stControl) != HW_OK) {
-        FAPI_LOGE("%s\n\n", colour.pszFail);
+    if (HW_PM_SetAttr(_hPm.load(), E_HW_PM_PARAM_LED_CONTROL, &stControl) != HW_OK) {
+        FAPI_LOGE_AS(pszCaller, "%s\n\n", colour.pszFail);
         return false;
     }
-    FAPI_LOGD("%s\n\n", colour.pszSuccess);
+    FAPI_LOGD_AS(pszCaller, "%s\n\n", colour.pszSuccess);
     return true;
 }
 
@@ -112,35 +112,35 @@ void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
     return nullptr;
 }
 
-static int startCycle() {
+static int startCycle(const char* pszCaller = __builtin_FUNCTION()) {
     bEnableStdLedMonitor.store(true);
     if (fapi::startDetachedThread(_a_vextvfapi_prphrl_stdFactoryLedMonitor, nullptr) != 0) {
-        FAPI_LOGE("StdFactoryLedMonitor thread create failed!(%s)\n\n", strerror(errno));
-        closePm();
+        FAPI_LOGE_AS(pszCaller, "StdFactoryLedMonitor thread create failed!(%s)\n\n", strerror(errno));
+        closePm(pszCaller);
         return -1;
     }
     return 0;
 }
 
-static int showWhite() {
+static int showWhite(const char* pszCaller = __builtin_FUNCTION()) {
     bEnableStdLedMonitor.store(false);
     // Time for a running cycle to finish its step; it may go on and change the colour all the same.
     sleep(1);
-    if (!showColour(kWhiteColour)) {
-        closePm();
+    if (!showColour(kWhiteColour, pszCaller)) {
+        closePm(pszCaller);
         return -1;
     }
     sleep(2);
-    closePm();
+    closePm(pszCaller);
     return 0;
 }
 
-static int switchOff() {
+static int switchOff(const char* pszCaller = __builtin_FUNCTION()) {
     bEnableStdLedMonitor.store(false);
     sleep(1);
-    closePm();
+    closePm(pszCaller);
     // No colour is written: what the last step showed stays.
-    FAPI_LOGD("HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n");
+    FAPI_LOGD_AS(pszCaller, "HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n");
     return 0;
 }
 

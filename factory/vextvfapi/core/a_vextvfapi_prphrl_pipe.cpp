@@ -25,12 +25,15 @@ static constexpr int kReadWaitMs = 10;
 static constexpr std::size_t kReadSize = 2048;
 
 // The thread raises both flags itself. It outlives a stop while it waits for a writer to open the FIFO.
-static fapi::BackgroundTask pipeTask;
+static fapi::BackgroundTask _pipeTask;
 
 namespace {
 
 class CommandRaiser : public fapi::CommandReceiver {
 public:
+    // Logs under the name given.
+    explicit CommandRaiser(const char* pszCaller) : _pszCaller(pszCaller) {}
+
     void receive(const unsigned char* pu8Command, std::size_t length) override {
         const char* pszText = reinterpret_cast<const char*>(pu8Command);
         try {
@@ -39,11 +42,12 @@ public:
         } catch (...) {
             return;
         }
-        FAPI_LOGD("callback uartPipeBuffer %s, len: %d\n\n", pszText, static_cast<int>(length));
-        _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_PIPE_COMMAND, _object);
+        FAPI_LOGD_AS(_pszCaller, "callback uartPipeBuffer %s, len: %d\n\n", pszText, static_cast<int>(length));
+        raiseEvent(FAPI_EVENT_PIPE_COMMAND, _object);
     }
 
 private:
+    const char* const _pszCaller;
     fapi_core::VexTvFApiEventCommonObject _object;
 };
 
@@ -62,13 +66,13 @@ int _a_vextvfapi_prphrl_create_pipe_file() {
     return open(kPipePath, O_RDONLY);
 }
 
-static void receiveCommands(int s32Fd, unsigned char u8End) {
-    FAPI_LOGI("start CmdReceiver\n\n");
-    FAPI_LOGI("######Uart cmd loop start##########\n\n");
-    CommandRaiser raiser;
-    fapi::CommandScanner scanner(u8End, raiser);
+static void receiveCommands(int s32Fd, unsigned char u8End, const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGI_AS(pszCaller, "start CmdReceiver\n\n");
+    FAPI_LOGI_AS(pszCaller, "######Uart cmd loop start##########\n\n");
+    CommandRaiser raiser(pszCaller);
+    fapi::CommandScanner scanner(u8End, raiser, pszCaller);
     unsigned char au8Bytes[kReadSize];
-    while (pipeTask.isEnabled()) {
+    while (_pipeTask.isEnabled()) {
         pollfd stPipe = {s32Fd, POLLIN, 0};
         if (poll(&stPipe, 1, kReadWaitMs) <= 0) {
             continue;
@@ -90,13 +94,13 @@ void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
     fapi::nameThisThread("UartPipe_Task");
     FAPI_LOGI("start UartPipe_Task\n\n");
     if (commandEnd == nullptr) {
-        pipeTask.markStopped();
+        _pipeTask.markStopped();
         FAPI_LOGE("pUartPipeCmdEnd is NUll.\n\n");
         return nullptr;
     }
     FAPI_LOGD("pUartPipeCmdEnd : 0x%s\n\n", commandEnd.get());
-    pipeTask.enable();
-    pipeTask.markStarted();
+    _pipeTask.enable();
+    _pipeTask.markStarted();
     const int s32Fd = _a_vextvfapi_prphrl_create_pipe_file();
     if (s32Fd < 0) {
         FAPI_LOGE("Open %s pipe file failed!\n\n", kPipePath);
@@ -105,8 +109,8 @@ void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
         close(s32Fd);
     }
     FAPI_LOGI("Stop UartPipe_Task\n\n");
-    pipeTask.disable();
-    pipeTask.markStopped();
+    _pipeTask.disable();
+    _pipeTask.markStopped();
     return nullptr;
 }
 
@@ -126,38 +130,40 @@ static int startPipeTask(const unsigned char* pu8CommandEnd) {
     return s32Error;
 }
 
-static void waitForInit() {
-    FAPI_LOGD("Waitting for UartPipe task init...\n\n");
+static void waitForInit(const char* pszCaller) {
+    FAPI_LOGD_AS(pszCaller, "Waitting for UartPipe task init...\n\n");
     HW_OS_DelayTask(kPollMs);
 }
 
-static void waitForExit() {
-    FAPI_LOGD("Waitting for UartPipe task exit...\n\n");
+static void waitForExit(const char* pszCaller) {
+    FAPI_LOGD_AS(pszCaller, "Waitting for UartPipe task exit...\n\n");
     HW_OS_DelayTask(kPollMs);
 }
 
-static int startPipeMode(const unsigned char* pu8CommandEnd) {
-    if (pipeTask.isEnabled() || pipeTask.isStarted()) {
-        FAPI_LOGD("The previous task still runing...\n\n");
+static int startPipeMode(const unsigned char* pu8CommandEnd, const char* pszCaller = __builtin_FUNCTION()) {
+    if (_pipeTask.isEnabled() || _pipeTask.isStarted()) {
+        FAPI_LOGD_AS(pszCaller, "The previous task still runing...\n\n");
         return -1;
     }
-    FAPI_LOGI("Start uartCmdPipe mode!\n\n");
+    FAPI_LOGI_AS(pszCaller, "Start uartCmdPipe mode!\n\n");
     const int s32Error = startPipeTask(pu8CommandEnd);
     if (s32Error != 0) {
-        FAPI_LOGE("uartCmdPipe mode thread create failed!(%s)\n\n", strerror(s32Error));
+        FAPI_LOGE_AS(pszCaller, "uartCmdPipe mode thread create failed!(%s)\n\n", strerror(s32Error));
     }
     // Waits for the thread even when there is none.
-    if (fapi::pollUntil(kPollTimes, waitForInit, [] { return pipeTask.isStarted(); })) {
-        FAPI_LOGD("UartPipe task started...\n\n");
+    if (fapi::pollUntil(
+            kPollTimes, waitForInit, [] { return _pipeTask.isStarted(); }, pszCaller)) {
+        FAPI_LOGD_AS(pszCaller, "UartPipe task started...\n\n");
     }
     return s32Error == 0 ? 0 : -1;
 }
 
-static int stopPipeMode() {
-    FAPI_LOGI("Stop uartCmdPipe mode!\n\n");
-    pipeTask.disable();
-    if (fapi::pollUntil(kPollTimes, waitForExit, [] { return !pipeTask.isStarted(); })) {
-        FAPI_LOGD("UartPipe task stopped...\n\n");
+static int stopPipeMode(const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGI_AS(pszCaller, "Stop uartCmdPipe mode!\n\n");
+    _pipeTask.disable();
+    if (fapi::pollUntil(
+            kPollTimes, waitForExit, [] { return !_pipeTask.isStarted(); }, pszCaller)) {
+        FAPI_LOGD_AS(pszCaller, "UartPipe task stopped...\n\n");
     }
     return 0;
 }

@@ -21,12 +21,12 @@ static constexpr HW_U32 kKeypadAdcChannel = 1;
 static constexpr int kAdcFailed = 255;
 
 // Opened once and kept. The key callback reads the second on a thread of the middleware.
-static std::atomic<HW_Handle_t> hKeypad{HW_HANDLE_NONE};
-static std::atomic<HW_Handle_t> hAdc{HW_HANDLE_NONE};
-static std::atomic<HW_Handle_t> hOnDemandAdc{HW_HANDLE_NONE};
+static std::atomic<HW_Handle_t> _hKeypad{HW_HANDLE_NONE};
+static std::atomic<HW_Handle_t> _hAdc{HW_HANDLE_NONE};
+static std::atomic<HW_Handle_t> _hOnDemandAdc{HW_HANDLE_NONE};
 static std::atomic<bool> bReadAdcInKeypad{false};
 
-// The middleware keeps the address.
+// Static, because the middleware may read it at its address until the keypad is opened anew.
 static HW_SAR_KeypadConfig_t stKeypadConfig;
 
 namespace {
@@ -58,57 +58,68 @@ enum class KeyList { thresholds, codes };
 // Zero counts as no number.
 static bool parseByte(const char* pszText, HW_U8& u8Value) {
     u8Value = static_cast<HW_U8>(std::strtol(pszText, nullptr, 16) & 0xFF);
-    if (u8Value == 0) {
-        FAPI_LOGE("[%s(%d)]covert str to long failed\n\n", __func__, __LINE__);
-        return false;
-    }
-    return true;
+    return u8Value != 0;
 }
 
-static void logOutOfIndex(KeyList eList) {
+// A macro, so that the line tells which of the settings is no number.
+#define FAPI_LOG_NO_NUMBER(pszCaller) \
+    FAPI_LOGE_AS(pszCaller, "[%s(%d)]covert str to long failed\n\n", pszCaller, __LINE__)
+
+static void logNoNumber(KeyList eList, const char* pszCaller) {
     if (eList == KeyList::thresholds) {
-        FAPI_LOGE("Out of index\n\n");
+        FAPI_LOG_NO_NUMBER(pszCaller);
     } else {
-        FAPI_LOGD("Out of index\n\n");
+        FAPI_LOG_NO_NUMBER(pszCaller);
     }
 }
 
-static void logEntry(KeyList eList, HW_U8 u8Value) {
+// The two levels are contract.
+static void logOutOfIndex(KeyList eList, const char* pszCaller) {
     if (eList == KeyList::thresholds) {
-        FAPI_LOGD("stKeypadConfig.au8KeyThreshold[u32Index] = 0x%x\n\n", u8Value);
+        FAPI_LOGE_AS(pszCaller, "Out of index\n\n");
     } else {
-        FAPI_LOGD("stKeypadConfig.au8KeyCode[u32Index] = 0x%x\n\n", u8Value);
+        FAPI_LOGD_AS(pszCaller, "Out of index\n\n");
+    }
+}
+
+static void logEntry(KeyList eList, HW_U8 u8Value, const char* pszCaller) {
+    if (eList == KeyList::thresholds) {
+        FAPI_LOGD_AS(pszCaller, "stKeypadConfig.au8KeyThreshold[u32Index] = 0x%x\n\n", u8Value);
+    } else {
+        FAPI_LOGD_AS(pszCaller, "stKeypadConfig.au8KeyCode[u32Index] = 0x%x\n\n", u8Value);
     }
 }
 
 // "{0x10,0x2A,0x50}". An empty list is accepted.
-static bool parseList(char* pszText, KeyList eList, HW_U8 (&au8Entries)[HW_SAR_KEY_LEVELS]) {
+static bool parseList(char* pszText, KeyList eList, HW_U8 (&au8Entries)[HW_SAR_KEY_LEVELS],
+                      const char* pszCaller = __builtin_FUNCTION()) {
     char* pszRest = nullptr;
     unsigned int u32Index = 0;
     for (char* pszToken = strtok_r(pszText, "{,}", &pszRest); pszToken != nullptr;
          pszToken = strtok_r(nullptr, "{,}", &pszRest)) {
         if (u32Index == HW_SAR_KEY_LEVELS) {
-            logOutOfIndex(eList);
+            logOutOfIndex(eList, pszCaller);
             return false;
         }
         if (!parseByte(pszToken, au8Entries[u32Index])) {
+            logNoNumber(eList, pszCaller);
             return false;
         }
-        logEntry(eList, au8Entries[u32Index]);
+        logEntry(eList, au8Entries[u32Index], pszCaller);
         ++u32Index;
     }
     return true;
 }
 
 // The board's configuration file, named by the data index.
-static bool readBoardPath(IniValue& stBoardPath) {
+static bool readBoardPath(IniValue& stBoardPath, const char* pszCaller = __builtin_FUNCTION()) {
     const PathBuffer dataIndex = newPathBuffer();
     if (dataIndex == nullptr) {
-        FAPI_LOGE("Out of Menory\n\n");
+        FAPI_LOGE_AS(pszCaller, "Out of Menory\n\n");
         return false;
     }
     if (a_vextvfapi_sys_get_dataindex_path(dataIndex.get(), kPathSize) != 0) {
-        FAPI_LOGE("Get dataindex path fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "Get dataindex path fail\n\n");
         return false;
     }
     stBoardPath.read(dataIndex.get(), "board:m_pBoardName");
@@ -116,7 +127,7 @@ static bool readBoardPath(IniValue& stBoardPath) {
 }
 
 // Results of the reads are not looked at: a value that could not be read is an empty text.
-static bool readKeypadConfig(const unsigned char* pu8BoardPath) {
+static bool readKeypadConfig(const unsigned char* pu8BoardPath, const char* pszCaller = __builtin_FUNCTION()) {
     IniValue stLow, stUp, stLevels, stThresholds, stCodes;
     stLow.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_LOW_BOND");
     stUp.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_UP_BOND");
@@ -125,17 +136,24 @@ static bool readKeypadConfig(const unsigned char* pu8BoardPath) {
     stCodes.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_CODE");
 
     stKeypadConfig = {};
-    if (!parseByte(stLow.text(), stKeypadConfig.u8FirstBound) ||
-        !parseByte(stUp.text(), stKeypadConfig.u8SecondBound) ||
-        !parseByte(stLevels.text(), stKeypadConfig.u8KeyLevelNum)) {
+    if (!parseByte(stLow.text(), stKeypadConfig.u8FirstBound)) {
+        FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
-    // The labels are swapped; what reads the log knows them so.
-    FAPI_LOGD("u8LoBnd=0x%x\n\n", stKeypadConfig.u8SecondBound);
-    FAPI_LOGD("u8UpBnd=0x%x\n\n", stKeypadConfig.u8FirstBound);
-    FAPI_LOGD("u8KeyLevelNum=0x%x\n\n", stKeypadConfig.u8KeyLevelNum);
-    return parseList(stThresholds.text(), KeyList::thresholds, stKeypadConfig.au8KeyThreshold) &&
-           parseList(stCodes.text(), KeyList::codes, stKeypadConfig.au8KeyCode);
+    if (!parseByte(stUp.text(), stKeypadConfig.u8SecondBound)) {
+        FAPI_LOG_NO_NUMBER(pszCaller);
+        return false;
+    }
+    if (!parseByte(stLevels.text(), stKeypadConfig.u8KeyLevelNum)) {
+        FAPI_LOG_NO_NUMBER(pszCaller);
+        return false;
+    }
+    // Contract: the labels are swapped.
+    FAPI_LOGD_AS(pszCaller, "u8LoBnd=0x%x\n\n", stKeypadConfig.u8SecondBound);
+    FAPI_LOGD_AS(pszCaller, "u8UpBnd=0x%x\n\n", stKeypadConfig.u8FirstBound);
+    FAPI_LOGD_AS(pszCaller, "u8KeyLevelNum=0x%x\n\n", stKeypadConfig.u8KeyLevelNum);
+    return parseList(stThresholds.text(), KeyList::thresholds, stKeypadConfig.au8KeyThreshold, pszCaller) &&
+           parseList(stCodes.text(), KeyList::codes, stKeypadConfig.au8KeyCode, pszCaller);
 }
 
 // --- Keypad ----------------------------------------------------------------------------------------------------------
@@ -151,26 +169,26 @@ int a_vextvfapi_prphrl_keypad_init() {
         FAPI_LOGE("[get_keypad_code] Open handle fail\n\n");
         return 0;
     }
-    hKeypad.store(hOpened);
+    _hKeypad.store(hOpened);
     return 1;
 }
 
 int a_vextvfapi_prphrl_start_keypad() {
     // The ADC's handle and not the keypad's: with the ADC in use the keypad stays as it was opened.
-    if (hAdc.load() == HW_HANDLE_NONE && a_vextvfapi_prphrl_keypad_init() != 1) {
+    if (_hAdc.load() == HW_HANDLE_NONE && a_vextvfapi_prphrl_keypad_init() != 1) {
         FAPI_LOGE("[get_keypad_code] a_vextvfapi_prphrl_keypad_init fail\n\n");
         return 0;
     }
     const HW_SAR_CallbackParams_t stParams = {_a_vextvfapi_prphrl_sar_key_callback, E_HW_SAR_EVENT_KEYPAD_PRESS, 0};
     HW_U32 u32Out = 0;
-    const HW_Result_t result = HW_SAR_RegisterCallback(hKeypad.load(), &stParams, &u32Out);
+    const HW_Result_t result = HW_SAR_RegisterCallback(_hKeypad.load(), &stParams, &u32Out);
     if (result != HW_OK) {
         // The text names the UART's function.
         FAPI_LOGE("[get_keypad_code] Error 0x%x: failed to HW_UART_RegisterCallback(E_HW_SAR_EVENT_KEYPAD_PRESS)\n\n",
                   result);
         return 0;
     }
-    if (HW_SAR_SetVoltageLevel(hKeypad.load(), 1) != HW_OK) {
+    if (HW_SAR_SetVoltageLevel(_hKeypad.load(), 1) != HW_OK) {
         FAPI_LOGE("[get_keypad_code] HW_SAR_SetVoltageLevel fail\n\n");
         return 0;
     }
@@ -179,7 +197,7 @@ int a_vextvfapi_prphrl_start_keypad() {
 
 int a_vextvfapi_prphrl_stop_keypad() {
     const HW_SAR_CallbackParams_t stParams = {nullptr, E_HW_SAR_EVENT_KEYPAD_PRESS, 0};
-    const HW_Result_t result = HW_SAR_UnRegisterCallback(hKeypad.load(), &stParams);
+    const HW_Result_t result = HW_SAR_UnRegisterCallback(_hKeypad.load(), &stParams);
     if (result != HW_OK) {
         FAPI_LOGE(
             "[get_keypad_code] Error 0x%x: failed to HW_UART_UnRegisterCallback(E_HW_SAR_EVENT_KEYPAD_RELEASE)\n\n",
@@ -199,38 +217,38 @@ unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int eve
     }
     const unsigned char u8Code = *params;
     FAPI_LOGI("[get_keypad_code] Keycode = 0x%02x \n\n", u8Code);
-    _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_KEY, u8Code);
+    raiseEvent(FAPI_EVENT_KEY, u8Code);
 
-    const HW_Handle_t hConverter = hAdc.load();
+    const HW_Handle_t hConverter = _hAdc.load();
     if (bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
         HW_U32 u32Value = kAdcFailed;
         if (HW_SAR_AdcGetValue(hConverter, &u32Value) != HW_OK) {
-            // Shown whatever the debug switch says: stations watch for it.
+            // Contract: shown whatever the debug switch says.
             std::puts("[SAR_Demo] HW_SAR_AdcGetValue fail");
         }
         FAPI_LOGI("[SAR ADC] get adc value = %x\n\n", u32Value);
-        _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_ADC, static_cast<int>(u32Value));
+        raiseEvent(FAPI_EVENT_ADC, static_cast<int>(u32Value));
     }
     return HW_OK;
 }
 
 // --- ADC -------------------------------------------------------------------------------------------------------------
 
-static bool obtainAdc() {
-    if (hAdc.load() != HW_HANDLE_NONE) {
+static bool obtainAdc(const char* pszCaller = __builtin_FUNCTION()) {
+    if (_hAdc.load() != HW_HANDLE_NONE) {
         return true;
     }
     const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_ADC, kKeypadAdcChannel, 0, nullptr};
     HW_Handle_t hFound = HW_HANDLE_NONE;
     if (HW_SAR_Open(&stParams, &hFound) != HW_OK) {
-        FAPI_LOGE("[SAR ADC] Open handle fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "[SAR ADC] Open handle fail\n\n");
         const HW_SAR_HandleParams_t stQuery = {kKeypadAdcChannel};
         if (HW_SAR_GetHandle(&stQuery, &hFound) != HW_OK) {
-            FAPI_LOGE("[SAR ADC] Get handle fail\n\n");
+            FAPI_LOGE_AS(pszCaller, "[SAR ADC] Get handle fail\n\n");
             return false;
         }
     }
-    hAdc.store(hFound);
+    _hAdc.store(hFound);
     return true;
 }
 
@@ -238,11 +256,11 @@ int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad) {
     if (!obtainAdc()) {
         return -1;
     }
-    if (HW_SAR_ConfigMode(hAdc.load(), E_HW_SAR_MODE_ADC) != HW_OK) {
+    if (HW_SAR_ConfigMode(_hAdc.load(), E_HW_SAR_MODE_ADC) != HW_OK) {
         FAPI_LOGE("[SAR ADC] HW_SAR_Config fail\n\n");
         return -1;
     }
-    if (HW_SAR_SetVoltageLevel(hAdc.load(), 1) != HW_OK) {
+    if (HW_SAR_SetVoltageLevel(_hAdc.load(), 1) != HW_OK) {
         FAPI_LOGE("[SAR ADC] HW_SAR_SetVoltageLevel fail\n\n");
         return -1;
     }
@@ -256,18 +274,18 @@ int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad) {
 }
 
 // The channel of the first call that gets a handle is the one that is read for ever.
-static bool obtainOnDemandAdc(unsigned int channel) {
-    if (hOnDemandAdc.load() != HW_HANDLE_NONE) {
+static bool obtainOnDemandAdc(unsigned int channel, const char* pszCaller = __builtin_FUNCTION()) {
+    if (_hOnDemandAdc.load() != HW_HANDLE_NONE) {
         return true;
     }
     const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_ADC, channel, 0, nullptr};
     const HW_SAR_HandleParams_t stQuery = {channel};
     HW_Handle_t hFound = HW_HANDLE_NONE;
     if (HW_SAR_Open(&stParams, &hFound) != HW_OK && HW_SAR_GetHandle(&stQuery, &hFound) != HW_OK) {
-        FAPI_LOGE("[SAR_INI] Open handle fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "[SAR_INI] Open handle fail\n\n");
         return false;
     }
-    hOnDemandAdc.store(hFound);
+    _hOnDemandAdc.store(hFound);
     return true;
 }
 
@@ -275,7 +293,7 @@ int a_vextvfapi_prphrl_get_sar_adc(unsigned int channel, unsigned int voltageLev
     if (!obtainOnDemandAdc(channel)) {
         return 0;
     }
-    const HW_Handle_t hConverter = hOnDemandAdc.load();
+    const HW_Handle_t hConverter = _hOnDemandAdc.load();
     if (HW_SAR_ConfigMode(hConverter, E_HW_SAR_MODE_ADC) != HW_OK) {
         FAPI_LOGE("[SAR] HW_SAR_Config fail\n\n");
         return 0;

@@ -19,6 +19,7 @@ static constexpr unsigned int UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE = fapi::Rec
 
 // A hung-up line answers every read at once.
 static constexpr useconds_t kReadPauseUs = 1000;
+static constexpr unsigned int kStopPollTimes = 10;
 
 // By baud rate index; out of order as the interface has it.
 static constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
@@ -26,32 +27,32 @@ static constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
 static constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
 
 // The thread runs while it is enabled. A write-only link is started without one, for good.
-static fapi::BackgroundTask stdUartMonitor;
-static fapi::FramerSettings framerSettings;
+static fapi::BackgroundTask _stdUartMonitor;
+static fapi::FramerSettings _framerSettings;
 // Read by the thread, which owns it while the link is started.
 static unsigned char* _pu8UartDataBuffer = nullptr;
 
-bool _a_vextvfapi_prphrl_is_std_factory_uart_started() {
-    return stdUartMonitor.isStarted();
+bool isStdFactoryUartStarted() {
+    return _stdUartMonitor.isStarted();
 }
 
 static void freeBuffers() {
     delete[] _pu8UartDataBuffer;
     _pu8UartDataBuffer = nullptr;
-    receiveBuffer.release();
+    _receiveBuffer.release();
 }
 
-static bool allocateBuffers() {
+static bool allocateBuffers(const char* pszCaller = __builtin_FUNCTION()) {
     if (_pu8UartDataBuffer == nullptr) {
         _pu8UartDataBuffer = new (std::nothrow) unsigned char[UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE];
     }
     if (_pu8UartDataBuffer == nullptr) {
-        FAPI_LOGD("[std_factory_uart] _pu8UartDataBuffer allocate memory failed\n\n");
+        FAPI_LOGD_AS(pszCaller, "[std_factory_uart] _pu8UartDataBuffer allocate memory failed\n\n");
         freeBuffers();
         return false;
     }
-    if (!receiveBuffer.allocate()) {
-        FAPI_LOGD("[std_factory_uart] _pu8UartCbBuff allocate memory failed\n\n");
+    if (!_receiveBuffer.allocate()) {
+        FAPI_LOGD_AS(pszCaller, "[std_factory_uart] _pu8UartCbBuff allocate memory failed\n\n");
         freeBuffers();
         return false;
     }
@@ -63,7 +64,7 @@ namespace {
 class EventRaiser : public fapi::MessageReceiver {
 public:
     void receive(const fapi_core::VexTvFApiEventCommonObject& message) override {
-        _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_UART_DATA, message);
+        raiseEvent(FAPI_EVENT_UART_DATA, message);
     }
 };
 
@@ -73,9 +74,9 @@ void* _a_vextvfapi_prphrl_stdFactoryUartMonitor(void*) {
     fapi::nameThisThread("StdFactoryUart_Task");
     FAPI_LOGI("[std_factory_uart]start StdFactoryUart_Task\n\n");
     EventRaiser raiser;
-    fapi::MessageFramer framer(receiveBuffer, framerSettings, raiser);
-    while (stdUartMonitor.isEnabled()) {
-        if (!receiveBuffer.exists()) {
+    fapi::MessageFramer framer(_receiveBuffer, _framerSettings, raiser);
+    while (_stdUartMonitor.isEnabled()) {
+        if (!_receiveBuffer.exists()) {
             // Somebody has stopped the other link, whose buffer it is too.
             FAPI_LOGE("[std_factory_uart] _pu8UartCbBuff becomes NULL ptr! Please check it.\n\n");
             break;
@@ -94,7 +95,7 @@ void* _a_vextvfapi_prphrl_stdFactoryUartMonitor(void*) {
         close(uartFd.exchange(-1));
     }
     freeBuffers();
-    stdUartMonitor.markStopped();
+    _stdUartMonitor.markStopped();
     FAPI_LOGI("[std_factory_uart]Stop StdFactoryUartMonitor Task\n\n");
     return nullptr;
 }
@@ -103,12 +104,12 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
                                               fapi_core::VexTvFApiStdFactoryUartConfig config) {
     FAPI_LOGI("[std_factory_uart] Start StdFactoryUart\n\n");
     FAPI_LOGD("[std_factory_uart] s8Baudrate = %d, s8Port = %d!\n\n", baudrate, port);
-    if (_a_vextvfapi_prphrl_is_factory_uart_started()) {
+    if (isFactoryUartStarted()) {
         FAPI_LOGE("[std_factory_uart] FactoryUart started already.\n\n");
         FAPI_LOGE("[std_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it first.\n\n");
         return -1;
     }
-    if (stdUartMonitor.isStarted()) {
+    if (_stdUartMonitor.isStarted()) {
         FAPI_LOGE("[std_factory_uart] StdFactoryUart started already.\n\n");
         FAPI_LOGE("[std_factory_uart] Please call a_vextvfapi_prphrl_stop_std_factory_uart() to stop it first.\n\n");
         return -1;
@@ -133,11 +134,11 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
         return -1;
     }
     if (config == fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_WRITE) {
-        stdUartMonitor.markStarted();
+        _stdUartMonitor.markStarted();
         return 0;
     }
-    framerSettings.reset();
-    if (stdUartMonitor.start(_a_vextvfapi_prphrl_stdFactoryUartMonitor, nullptr) != 0) {
+    _framerSettings.reset();
+    if (_stdUartMonitor.start(_a_vextvfapi_prphrl_stdFactoryUartMonitor, nullptr) != 0) {
         // The tty stays open.
         FAPI_LOGE("[std_factory_uart] StdFactoryUartMonitor thread create failed!(%s)\n\n", strerror(errno));
         freeBuffers();
@@ -146,19 +147,19 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
     return 0;
 }
 
-static void waitForMonitor() {
-    FAPI_LOGD("Waitting for stdFactoryUartMonitor task exit...\n\n");
+static void waitForMonitor(const char* pszCaller) {
+    FAPI_LOGD_AS(pszCaller, "Waitting for stdFactoryUartMonitor task exit...\n\n");
     sleep(1);
 }
 
 int a_vextvfapi_prphrl_std_factory_uart_stop() {
     FAPI_LOGI("[std_factory_uart] Stop StdFactoryUart\n\n");
-    stdUartMonitor.disable();
-    const bool bStopped = fapi::pollUntil(10, waitForMonitor, [] { return !stdUartMonitor.isStarted(); });
+    _stdUartMonitor.disable();
+    const bool bStopped = fapi::pollUntil(kStopPollTimes, waitForMonitor, [] { return !_stdUartMonitor.isStarted(); });
     if (bStopped) {
         FAPI_LOGD("stdFactoryUartMonitor task stopped...\n\n");
     }
-    framerSettings.reset();
+    _framerSettings.reset();
     if (!bStopped) {
         FAPI_LOGE("Waitting for stdFactoryUartMonitor task timeout...\n\n");
         return -1;
@@ -172,7 +173,7 @@ int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigne
         FAPI_LOGE(FAPI_RED("[write_std_factory_uart] parameter error: %d") "\n\n", __LINE__);
         return -1;
     }
-    if (!stdUartMonitor.isStarted()) {
+    if (!_stdUartMonitor.isStarted()) {
         FAPI_LOGE(FAPI_RED("[write_std_factory_uart] start factory uart error: %d") "\n\n", __LINE__);
         return -1;
     }
@@ -181,23 +182,23 @@ int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigne
     return 0;
 }
 
-static void setLimit(signed char mode, unsigned int size) {
+static void setLimit(signed char mode, unsigned int size, const char* pszCaller = __builtin_FUNCTION()) {
     if (mode == fapi::FramerSettings::line) {
-        framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        _framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
     } else if (mode == fapi::FramerSettings::byte) {
-        framerSettings.u32TargetBufferLimit.store(0);
+        _framerSettings.u32TargetBufferLimit.store(0);
     } else if (size > UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE) {
-        FAPI_LOGE(
-            "[std_factory_uart_custom_config] customized buffer size is larger than "
-            "UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE!\n\n");
-        framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        FAPI_LOGE_AS(pszCaller,
+                     "[std_factory_uart_custom_config] customized buffer size is larger than "
+                     "UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE!\n\n");
+        _framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
     } else if (size != 0) {
-        framerSettings.u32TargetBufferLimit.store(size);
+        _framerSettings.u32TargetBufferLimit.store(size);
     }
 }
 
 int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode, unsigned char semicolon, unsigned int size) {
-    if (!stdUartMonitor.isStarted()) {
+    if (!_stdUartMonitor.isStarted()) {
         FAPI_LOGE(FAPI_RED("[std_factory_uart_custom_config] start factory uart error: %d") "\n\n", __LINE__);
         return -1;
     }
@@ -207,17 +208,17 @@ int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode, unsigned
         return -1;
     }
     FAPI_LOGI("[std_factory_uart_custom_config] set to mode: %d\n\n", mode);
-    framerSettings.s8Mode.store(mode);
+    _framerSettings.s8Mode.store(mode);
     if (mode == fapi::FramerSettings::terminator) {
-        framerSettings.u8Terminator.store(semicolon);
+        _framerSettings.u8Terminator.store(semicolon);
         FAPI_LOGI("[std_factory_uart_custom_config] set custom semicolon: 0x%02x\n\n", semicolon);
     } else {
-        framerSettings.u8Terminator.store(fapi::FramerSettings::kCarriageReturn);
+        _framerSettings.u8Terminator.store(fapi::FramerSettings::kCarriageReturn);
         FAPI_LOGI("[std_factory_uart_custom_config] restore custom semicolon: 0x%02x\n\n",
                   fapi::FramerSettings::kCarriageReturn);
     }
     setLimit(mode, size);
     FAPI_LOGI("[std_factory_uart_custom_config] u32TargetBufferLimit: %u\n\n",
-              framerSettings.u32TargetBufferLimit.load());
+              _framerSettings.u32TargetBufferLimit.load());
     return 0;
 }

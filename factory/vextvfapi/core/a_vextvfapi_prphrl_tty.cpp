@@ -53,19 +53,19 @@ bool _a_vextvfapi_prphrl_setBlocking(int fd, int shouldBlock) {
 }
 
 // The access mode, or -1 for a configuration that there is not.
-static int accessMode(fapi_core::VexTvFApiStdFactoryUartConfig config) {
+static int accessMode(fapi_core::VexTvFApiStdFactoryUartConfig config, const char* pszCaller = __builtin_FUNCTION()) {
     switch (config) {
         case fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ:
-            FAPI_LOGI("[STD UART]STD factory uart config: READ only\n\n");
+            FAPI_LOGI_AS(pszCaller, "[STD UART]STD factory uart config: READ only\n\n");
             return O_RDONLY;
         case fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_WRITE:
-            FAPI_LOGI("[STD UART]STD factory uart config: WRITE only\n\n");
+            FAPI_LOGI_AS(pszCaller, "[STD UART]STD factory uart config: WRITE only\n\n");
             return O_WRONLY;
         case fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ_WRITE:
-            FAPI_LOGI("[STD UART]STD factory uart config: READ and WRITE\n\n");
+            FAPI_LOGI_AS(pszCaller, "[STD UART]STD factory uart config: READ and WRITE\n\n");
             return O_RDWR;
     }
-    FAPI_LOGE("[STD UART] Invalid STD factory uart config\n\n");
+    FAPI_LOGE_AS(pszCaller, "[STD UART] Invalid STD factory uart config\n\n");
     return -1;
 }
 

@@ -11,12 +11,12 @@
 #include "fapi_hw_result.h"
 #include "fapi_log.h"
 
-fapi::ReceiveBuffer receiveBuffer;
+fapi::ReceiveBuffer _receiveBuffer;
 
-static std::atomic<bool> bFactoryUartStarted{false};
-static std::atomic<HW_Handle_t> hUartHandle{HW_HANDLE_NONE};
+static std::atomic<bool> _bFactoryUartStarted{false};
+static std::atomic<HW_Handle_t> _hUartHandle{HW_HANDLE_NONE};
 // Only a port that this module has opened is closed by it.
-static std::atomic<bool> bUartOpened{false};
+static std::atomic<bool> _bUartOpened{false};
 
 static int convertUpTo(signed char value, signed char last) {
     return value >= 0 && value <= last ? value : -1;
@@ -34,8 +34,8 @@ int _a_vextvfapi_prphrl_convert_uart_device_type(signed char deviceType) {
     return convertUpTo(deviceType, E_HW_UART_DEVICE_LAST);
 }
 
-bool _a_vextvfapi_prphrl_is_factory_uart_started() {
-    return bFactoryUartStarted.load();
+bool isFactoryUartStarted() {
+    return _bFactoryUartStarted.load();
 }
 
 static HW_Result_t findPort(HW_U32 u32PortType) {
@@ -43,7 +43,7 @@ static HW_Result_t findPort(HW_U32 u32PortType) {
     HW_Handle_t hFound = HW_HANDLE_NONE;
     const HW_Result_t result = HW_UART_GetHandle(&stQuery, &hFound);
     if (result == HW_OK) {
-        hUartHandle.store(hFound);
+        _hUartHandle.store(hFound);
     }
     return result;
 }
@@ -52,25 +52,25 @@ static HW_Result_t openPort(const HW_UART_OpenParams_t& stParams) {
     HW_Handle_t hOpened = HW_HANDLE_NONE;
     const HW_Result_t result = HW_UART_Open(&stParams, &hOpened);
     if (result == HW_OK) {
-        hUartHandle.store(hOpened);
-        bUartOpened.store(true);
+        _hUartHandle.store(hOpened);
+        _bUartOpened.store(true);
     }
     return result;
 }
 
 int a_vextvfapi_prphrl_start_factory_uart(signed char baudrate, signed char portType, signed char deviceType) {
     FAPI_LOGI("[start_factory_uart] please send the test data (file) to platform via UART\n\n");
-    if (bFactoryUartStarted.load()) {
+    if (_bFactoryUartStarted.load()) {
         FAPI_LOGE("[start_factory_uart] FactoryUart started already.\n\n");
         FAPI_LOGE("[start_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it first.\n\n");
         return 0;
     }
-    if (_a_vextvfapi_prphrl_is_std_factory_uart_started()) {
+    if (isStdFactoryUartStarted()) {
         FAPI_LOGE("[start_factory_uart] StdFactoryUart started already.\n\n");
         FAPI_LOGE("[start_factory_uart] Please call a_vextvfapi_prphrl_stop_std_factory_uart() to stop it first.\n\n");
         return 0;
     }
-    if (!receiveBuffer.allocate()) {
+    if (!_receiveBuffer.allocate()) {
         FAPI_LOGD("[start_factory_uart] Allcate memory failed\n\n");
         return 0;
     }
@@ -84,7 +84,7 @@ int a_vextvfapi_prphrl_start_factory_uart(signed char baudrate, signed char port
         const auto u32DeviceType = static_cast<HW_U32>(_a_vextvfapi_prphrl_convert_uart_device_type(deviceType));
         if (openPort({u32PortType, u32DeviceType, u32BaudRate, {}}) != HW_OK) {
             FAPI_LOGE("[start_factory_uart] Uart open fail\n\n");
-            receiveBuffer.release();
+            _receiveBuffer.release();
             return 0;
         }
         FAPI_LOGE("[start_factory_uart] Uart open\n\n");
@@ -93,22 +93,22 @@ int a_vextvfapi_prphrl_start_factory_uart(signed char baudrate, signed char port
     // A port opened here stays open when one of these fails; stop closes it.
     const HW_UART_CallbackParams_t stCallback = {_HW_UART_Callback, HW_UART_EVENT_RX_CHAR, 0};
     HW_U32 u32Registered = 0;
-    result = HW_UART_RegisterCallback(hUartHandle.load(), &stCallback, &u32Registered);
+    result = HW_UART_RegisterCallback(_hUartHandle.load(), &stCallback, &u32Registered);
     if (result != HW_OK) {
         FAPI_LOGE(FAPI_RED("[Uart_Demo] Error 0x%x: register callback fail") "\n\n", result);
-        receiveBuffer.release();
+        _receiveBuffer.release();
         return 0;
     }
-    if (HW_UART_SetBaudrate(hUartHandle.load(), u32BaudRate) != HW_OK) {
+    if (HW_UART_SetBaudrate(_hUartHandle.load(), u32BaudRate) != HW_OK) {
         FAPI_LOGE("[start_factory_uart] Set baudrate fail\n\n");
-        receiveBuffer.release();
+        _receiveBuffer.release();
         return 0;
     }
-    bFactoryUartStarted.store(true);
+    _bFactoryUartStarted.store(true);
     return 1;
 }
 
-static void raiseLine(std::vector<unsigned char>&& line) {
+static void raiseLine(std::vector<unsigned char>&& line, const char* pszCaller = __builtin_FUNCTION()) {
     fapi_core::VexTvFApiEventCommonObject object;
     object.data = std::move(line);
     const auto* pszText = reinterpret_cast<const char*>(object.data.data());
@@ -117,20 +117,20 @@ static void raiseLine(std::vector<unsigned char>&& line) {
     } catch (...) {
         return;
     }
-    FAPI_LOGI("[factory_uart] %s\n\n", object.text.c_str());
-    _a_vextvfapi_prphrl_raise_event(FAPI_EVENT_UART_DATA, object);
+    FAPI_LOGI_AS(pszCaller, "[factory_uart] %s\n\n", object.text.c_str());
+    raiseEvent(FAPI_EVENT_UART_DATA, object);
 }
 
-static void endLine() {
+static void endLine(const char* pszCaller = __builtin_FUNCTION()) {
     std::vector<unsigned char> line;
-    if (!receiveBuffer.take(nullptr, 0, line)) {
+    if (!_receiveBuffer.take(nullptr, 0, line)) {
         return;
     }
     if (line.empty()) {
-        FAPI_LOGI("[start_factory_uart] Uart command length is 0\n\n");
+        FAPI_LOGI_AS(pszCaller, "[start_factory_uart] Uart command length is 0\n\n");
         return;
     }
-    raiseLine(std::move(line));
+    raiseLine(std::move(line), pszCaller);
 }
 
 HW_Result_t _HW_UART_Callback(HW_Handle_t, HW_U32, HW_U8* params) {
@@ -138,35 +138,35 @@ HW_Result_t _HW_UART_Callback(HW_Handle_t, HW_U32, HW_U8* params) {
         FAPI_LOGE("[start_factory_uart] pEventParams is null\n\n");
         return HW_ERR_INVALID_PARAMETER;
     }
-    if (!receiveBuffer.exists()) {
+    if (!_receiveBuffer.exists()) {
         FAPI_LOGE("[factory_uart] Fail: _pu8DataBuff is invalid!\n\n");
         return HW_OK;
     }
     if (*params == '\r' || *params == '\n') {
         endLine();
-    } else if (receiveBuffer.count() >= fapi::ReceiveBuffer::kSize) {
+    } else if (_receiveBuffer.count() >= fapi::ReceiveBuffer::kSize) {
         FAPI_LOGE(FAPI_HIGHLIGHT("[factory_uart] _pu8DataBuff is overflow") "\n\n");
-        receiveBuffer.clear();
+        _receiveBuffer.clear();
     } else {
-        receiveBuffer.append(params, 1);
+        _receiveBuffer.append(params, 1);
     }
     return HW_OK;
 }
 
 int a_vextvfapi_prphrl_stop_factory_uart(signed char portType) {
     const HW_UART_CallbackParams_t stCallback = {nullptr, HW_UART_EVENT_RX_CHAR, 0};
-    const HW_Result_t result = HW_UART_UnRegisterCallback(hUartHandle.load(), &stCallback);
+    const HW_Result_t result = HW_UART_UnRegisterCallback(_hUartHandle.load(), &stCallback);
     // Unlike the other calls of the port, where 2 is a failure.
     if (!fapi::isBroughtUp(result)) {
         FAPI_LOGE(FAPI_RED("[start_factory_uart] Error 0x%x: unregister callback fail") "\n\n", result);
     }
     if (findPort(static_cast<HW_U32>(_a_vextvfapi_prphrl_convert_uart_port_type(portType))) == HW_OK &&
-        bUartOpened.exchange(false)) {
-        HW_UART_Close(hUartHandle.exchange(HW_HANDLE_NONE));
+        _bUartOpened.exchange(false)) {
+        HW_UART_Close(_hUartHandle.exchange(HW_HANDLE_NONE));
         FAPI_LOGE("[start_factory_uart] UART close\n\n");
     }
-    receiveBuffer.release();
-    bFactoryUartStarted.store(false);
+    _receiveBuffer.release();
+    _bFactoryUartStarted.store(false);
     return 1;
 }
 
@@ -176,24 +176,24 @@ int a_vextvfapi_prphrl_write_factory_uart(const unsigned char* data, unsigned in
         FAPI_LOGE(FAPI_RED("[write_factory_uart] parameter error: %d") "\n\n", __LINE__);
         return 0;
     }
-    if (!bFactoryUartStarted.load()) {
+    if (!_bFactoryUartStarted.load()) {
         FAPI_LOGE(FAPI_RED("[write_factory_uart] start factory uart error: %d") "\n\n", __LINE__);
         return 0;
     }
     const HW_UART_WriteParams_t stParams = {data, length, 0};
-    if (HW_UART_Write(hUartHandle.load(), &stParams, nullptr) != HW_OK) {
+    if (HW_UART_Write(_hUartHandle.load(), &stParams, nullptr) != HW_OK) {
         FAPI_LOGE(FAPI_RED("[write_factory_uart] write fail: %d") "\n\n", __LINE__);
         return 0;
     }
-    HW_UART_PutChar(hUartHandle.load(), '\r');
-    HW_UART_PutChar(hUartHandle.load(), '\n');
+    HW_UART_PutChar(_hUartHandle.load(), '\r');
+    HW_UART_PutChar(_hUartHandle.load(), '\n');
     return 1;
 }
 
 int a_vextvfapi_prphrl_switch_to_ttys1(bool enable) {
     const int s32Fd = open("/sys/kernel/uart/uart_switch", O_RDWR);
     if (s32Fd < 0) {
-        // Hosts know the failure by either value.
+        // Contract: the value depends on the debug switch.
         const int s32Printed = FAPI_LOG("E", "[STD UART] open /sys/kernel/uart/uart_switch fail\n\n");
         return s32Printed != 0 ? s32Printed : s32Fd;
     }

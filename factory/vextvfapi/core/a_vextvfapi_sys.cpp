@@ -13,7 +13,8 @@
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "fapi_log.h"
 
-FAPI_DEFINE_MODULE_EVENTS(sys)
+FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_sysCallback, a_vextvfapi_sys_reg_callback, a_vextvfapi_sys_unreg_callback,
+                          a_vextvfapi_sys_nty_event)
 
 int a_vextvfapi_sys_init() {
     _a_vextvfapi_common_init();

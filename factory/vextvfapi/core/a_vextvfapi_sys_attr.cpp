@@ -34,13 +34,13 @@ int a_vextvfapi_sys_get_dataindex_path(unsigned char* path, unsigned int len) {
     return a_vextvfapi_common_hw_err_msg(u32Result);
 }
 
-static void logHash(const unsigned char* hash, unsigned int u32Size) {
-    FAPI_LOGD("u32CopiedCustomerHashSize:%04x.\n", u32Size);
-    FAPI_LOGD("pu8CustomerHash = \"\n");
+static void logHash(const unsigned char* hash, unsigned int u32Size, const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGD_AS(pszCaller, "u32CopiedCustomerHashSize:%04x.\n", u32Size);
+    FAPI_LOGD_AS(pszCaller, "pu8CustomerHash = \"\n");
     for (unsigned int i = 0; i < u32Size; ++i) {
-        FAPI_LOGD("0x%02x\n", hash[i]);
+        FAPI_LOGD_AS(pszCaller, "0x%02x\n", hash[i]);
     }
-    FAPI_LOGD("\"\n\n");
+    FAPI_LOGD_AS(pszCaller, "\"\n\n");
 }
 
 int a_vextvfapi_sys_get_customer_hash(unsigned int size, unsigned char* hash, unsigned int* copied) {

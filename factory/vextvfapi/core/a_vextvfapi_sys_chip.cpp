@@ -103,17 +103,17 @@ int a_vextvfapi_sys_write_reg(unsigned int bank, unsigned int offset, unsigned i
 static std::atomic<HW_Handle_t> _hPmHandle{HW_HANDLE_NONE};
 
 // Whether the handle was opened here.
-static bool obtainPm() {
+static bool obtainPm(const char* pszCaller = __builtin_FUNCTION()) {
     const HW_PM_HandleParams_t stQuery = {};
     HW_Handle_t hPm = HW_HANDLE_NONE;
     if (HW_PM_GetHandle(&stQuery, &hPm) == HW_OK) {
         _hPmHandle.store(hPm);
         return false;
     }
-    FAPI_LOGE("HW_PM_GetHandle() fail\n\n");
+    FAPI_LOGE_AS(pszCaller, "HW_PM_GetHandle() fail\n\n");
     const HW_PM_OpenParams_t stParams = {};
     if (HW_PM_Open(&stParams, &hPm) != HW_OK) {
-        FAPI_LOGE("HW_PM_Open() fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "HW_PM_Open() fail\n\n");
         return false;
     }
     _hPmHandle.store(hPm);

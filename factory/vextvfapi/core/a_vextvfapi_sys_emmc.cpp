@@ -11,39 +11,41 @@
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "fapi_log.h"
 
-static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, const unsigned char* data) {
-    FAPI_LOGD("EMMC Write - \n");
+static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, const unsigned char* data,
+                           const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGD_AS(pszCaller, "EMMC Write - \n");
     const std::unique_ptr<HW_U8[]> buffer(new (std::nothrow) HW_U8[stTransfer.u32Length]);
     if (buffer == nullptr) {
-        FAPI_LOGE("\033[1;31mError: Allocate memory fail\n\033[0m\n");
+        FAPI_LOGE_AS(pszCaller, "\033[1;31mError: Allocate memory fail\n\033[0m\n");
         return -4;
     }
     std::memcpy(buffer.get(), data, stTransfer.u32Length);
     stTransfer.pu8Data = buffer.get();
     HW_U32 u32Report = 0;
     if (HW_FLASH_Write(hFlash, &stTransfer, &u32Report) != HW_OK) {
-        FAPI_LOGE("\033[1;31mfailed.\n\033[0m\n");
+        FAPI_LOGE_AS(pszCaller, "\033[1;31mfailed.\n\033[0m\n");
         return -1;
     }
-    FAPI_LOGD("success\n\n");
+    FAPI_LOGD_AS(pszCaller, "success\n\n");
     return 0;
 }
 
 // A failed read leaves the caller's data alone.
-static int readThroughBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, unsigned char* data) {
-    FAPI_LOGD("Read from EMMC - \n");
+static int readThroughBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, unsigned char* data,
+                             const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGD_AS(pszCaller, "Read from EMMC - \n");
     const auto buffer = fapi::allocateZeroes(stTransfer.u32Length);
     if (buffer == nullptr) {
-        FAPI_LOGE("\033[1;31mError: Allocate memory fail\n\033[0m\n");
+        FAPI_LOGE_AS(pszCaller, "\033[1;31mError: Allocate memory fail\n\033[0m\n");
         return -4;
     }
     stTransfer.pu8Data = buffer.get();
     HW_U32 u32Report = 0;
     if (HW_FLASH_Read(hFlash, &stTransfer, &u32Report) != HW_OK) {
-        FAPI_LOGE("\033[1;31mfailed.\n\033[0m\n");
+        FAPI_LOGE_AS(pszCaller, "\033[1;31mfailed.\n\033[0m\n");
         return -1;
     }
-    FAPI_LOGD("success.\n\n");
+    FAPI_LOGD_AS(pszCaller, "success.\n\n");
     std::memcpy(data, buffer.get(), stTransfer.u32Length);
     return 0;
 }

@@ -30,26 +30,27 @@ HW_Result_t readEnvVar(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char*
     return HW_FLASH_GetEnvVar(hFlash, &stVar);
 }
 
-int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size) {
+int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size,
+                 const char* pszCaller = __builtin_FUNCTION()) {
     const EnvImage image = newEnvImage();
     if (image == nullptr) {
-        FAPI_LOGE("Allocate Memory Fail!!!!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Allocate Memory Fail!!!!\n\n");
         return -4;
     }
     if (HW_FLASH_LoadEnv(hFlash, image.get()) != HW_OK) {
-        FAPI_LOGE("Read flash data failed!!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Read flash data failed!!\n\n");
         return -1;
     }
     EnvValue stValue;
     if (readEnvVar(hFlash, image.get(), key, stValue) != HW_OK) {
         // The text names eMMC whatever the flash type is.
-        FAPI_LOGE("Get new env from emmc failed!! \n\n");
+        FAPI_LOGE_AS(pszCaller, "Get new env from emmc failed!! \n\n");
         return -1;
     }
-    FAPI_LOGD("%s = %s\n\n", key, stValue.au8Text);
+    FAPI_LOGD_AS(pszCaller, "%s = %s\n\n", key, stValue.au8Text);
     const std::size_t length = stValue.length();
     if (length > size) {
-        FAPI_LOGE("[flash] The value size overflow.\n\n");
+        FAPI_LOGE_AS(pszCaller, "[flash] The value size overflow.\n\n");
         return -2;
     }
     // Without a terminating NUL: the caller clears its buffer, and a value may fill it.
@@ -57,94 +58,99 @@ int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* va
     return 0;
 }
 
-int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, const EnvValue& stWritten) {
+int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, const EnvValue& stWritten,
+                  const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_FLASH_LoadEnv(hFlash, pu8Image) != HW_OK) {
-        FAPI_LOGE("Read flash data failed!! \n\n");
+        FAPI_LOGE_AS(pszCaller, "Read flash data failed!! \n\n");
         return -1;
     }
-    FAPI_LOGD("HW_FLASH_LoadEnv OK\n\n");
+    FAPI_LOGD_AS(pszCaller, "HW_FLASH_LoadEnv OK\n\n");
     EnvValue stRead;
     if (readEnvVar(hFlash, pu8Image, key, stRead) != HW_OK) {
-        FAPI_LOGE("Get new env from emmc failed!! \n\n");
+        FAPI_LOGE_AS(pszCaller, "Get new env from emmc failed!! \n\n");
         return -1;
     }
-    FAPI_LOGD("HW_FLASH_GetEnvVar OK\n\n");
+    FAPI_LOGD_AS(pszCaller, "HW_FLASH_GetEnvVar OK\n\n");
     if (std::strncmp(reinterpret_cast<const char*>(stWritten.au8Text), reinterpret_cast<const char*>(stRead.au8Text),
                      HW_FLASH_ENV_VALUE_SIZE) != 0) {
-        FAPI_LOGE("Write env fail!!!!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Write env fail!!!!\n\n");
         return -1;
     }
-    FAPI_LOGD("Write env success!!!!\n\n");
+    FAPI_LOGD_AS(pszCaller, "Write env success!!!!\n\n");
     return 0;
 }
 
-int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char* value) {
+int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char* value,
+               const char* pszCaller = __builtin_FUNCTION()) {
     const EnvImage image = newEnvImage();
     if (image == nullptr) {
         // -1 and not the -4 of the reading operation.
-        FAPI_LOGE("Allocate Memory Fail!!!!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Allocate Memory Fail!!!!\n\n");
         return -1;
     }
     if (HW_FLASH_LoadEnv(hFlash, image.get()) != HW_OK) {
-        FAPI_LOGE("Read flash data failed!! \n\n");
+        FAPI_LOGE_AS(pszCaller, "Read flash data failed!! \n\n");
         return -1;
     }
-    FAPI_LOGD("HW_FLASH_LoadEnv  OK\n\n");
+    FAPI_LOGD_AS(pszCaller, "HW_FLASH_LoadEnv  OK\n\n");
 
     EnvValue stValue;
     std::memcpy(stValue.au8Text, value, strnlen(reinterpret_cast<const char*>(value), HW_FLASH_ENV_VALUE_SIZE - 1));
     const HW_FLASH_EnvVar_t stVar = {image.get(), key, stValue.au8Text};
     if (HW_FLASH_SetEnvVar(hFlash, &stVar) != HW_OK) {
-        FAPI_LOGE("Set new env failed!!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Set new env failed!!\n\n");
         return -1;
     }
-    FAPI_LOGD("HW_FLASH_SetEnvVar OK\n\n");
+    FAPI_LOGD_AS(pszCaller, "HW_FLASH_SetEnvVar OK\n\n");
     if (HW_FLASH_StoreEnv(hFlash, image.get()) != HW_OK) {
-        FAPI_LOGE("Store env failed!!\n\n");
+        FAPI_LOGE_AS(pszCaller, "Store env failed!!\n\n");
         return -1;
     }
-    FAPI_LOGD("HW_FLASH_StoreEnv OK\n\n");
-    return verifyInFlash(hFlash, image.get(), key, stValue);
+    FAPI_LOGD_AS(pszCaller, "HW_FLASH_StoreEnv OK\n\n");
+    return verifyInFlash(hFlash, image.get(), key, stValue, pszCaller);
 }
 
 }  // namespace
+
+static HW_Result_t findOrOpenFlash(FlashLease& lease, HW_FLASH_Type_e type,
+                                   const char* pszCaller = __builtin_FUNCTION()) {
+    HW_FLASH_HandleParams_t stQuery = {};
+    stQuery.u32FlashType = type;
+    if (lease.find(stQuery) == HW_OK) {
+        return HW_OK;
+    }
+    FAPI_LOGE_AS(pszCaller, "[flash] Get handle fail, try to open it.\n\n");
+    HW_FLASH_OpenParams_t stParams = {};
+    stParams.u32FlashType = type;
+    return lease.open(stParams);
+}
 
 int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigned char& opened) {
     handle = 0;
     opened = 0;
     FlashLease lease;
-    HW_FLASH_HandleParams_t stQuery = {};
-    stQuery.u32FlashType = type;
-    if (lease.find(stQuery) != HW_OK) {
-        FAPI_LOGE("[flash] Get handle fail, try to open it.\n\n");
-        HW_FLASH_OpenParams_t stParams = {};
-        stParams.u32FlashType = type;
-        const HW_Result_t u32Result = lease.open(stParams);
-        if (u32Result != HW_OK) {
-            return static_cast<int>(u32Result);
-        }
-        opened = 1;
+    const HW_Result_t u32Result = findOrOpenFlash(lease, type);
+    if (u32Result != HW_OK) {
+        return static_cast<int>(u32Result);
     }
     handle = static_cast<int>(lease.handle());
+    opened = lease.isOpened() ? 1 : 0;
     // The caller closes what was opened here.
     lease.keepOpen();
     return 0;
 }
 
-bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type) {
-    int s32Handle = 0;
-    unsigned char u8Opened = 0;
-    if (_a_vextvfapi_sys_get_flash_handle(s32Handle, type, u8Opened) != 0 || s32Handle == 0) {
-        FAPI_LOGE("[flash] Obtain handle fail.\n\n");
+bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller) {
+    if (findOrOpenFlash(lease, type, pszCaller) != HW_OK || lease.handle() == HW_HANDLE_NONE) {
+        FAPI_LOGE_AS(pszCaller, "[flash] Obtain handle fail.\n\n");
         return false;
     }
-    lease.adopt(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
     return true;
 }
 
-int closeFlash(FlashLease& lease, int s32Status) {
+int closeFlash(FlashLease& lease, int s32Status, const char* pszCaller) {
     if (lease.release() != HW_OK) {
-        FAPI_LOGE("flash close handle fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "flash close handle fail\n\n");
         return -1;
     }
     return s32Status;

@@ -48,14 +48,14 @@ int _a_vextvfapi_sys_convert_factory_cmd(int cmd) {
     return kUnsupported;
 }
 
-static bool connectDaemon(int s32Fd) {
+static bool connectDaemon(int s32Fd, const char* pszCaller = __builtin_FUNCTION()) {
     sockaddr_un stAddress = {};
     stAddress.sun_family = AF_UNIX;
     // The compiler must not know the name, or it would find that the check cannot fail and leave it out.
     const char* volatile pszName = kSocketName;
     const int s32Length = std::snprintf(stAddress.sun_path, sizeof(stAddress.sun_path), "%s", pszName);
     if (s32Length != static_cast<int>(kSocketNameLength)) {
-        FAPI_LOGE("[%s(%d)]: do snprintf fail\n", __func__, __LINE__);
+        FAPI_LOGE_AS(pszCaller, "[%s(%d)]: do snprintf fail\n", pszCaller, __LINE__);
         return false;
     }
     // An abstract name begins with a zero byte and ends with the length, so the terminator is no part of it.
@@ -63,42 +63,44 @@ static bool connectDaemon(int s32Fd) {
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + kSocketNameLength);
     const int s32Result = connect(s32Fd, reinterpret_cast<const sockaddr*>(&stAddress), length);
     if (s32Result != 0) {
-        FAPI_LOGE("Error: connect() failed, ret=%d, error=%d\n\n", s32Result, errno);
+        FAPI_LOGE_AS(pszCaller, "Error: connect() failed, ret=%d, error=%d\n\n", s32Result, errno);
         return false;
     }
     return true;
 }
 
-static void sendRecord(int s32Fd, int s32DaemonCommand, const char* param) {
+static void sendRecord(int s32Fd, int s32DaemonCommand, const char* param,
+                       const char* pszCaller = __builtin_FUNCTION()) {
     CommandRecord stRecord = {};
     stRecord.s32Command = s32DaemonCommand;
     std::strncpy(stRecord.acParameters, param, sizeof(stRecord.acParameters) - 1);
-    FAPI_LOGD("cmd:%d, parameters:%s\n\n", stRecord.s32Command, stRecord.acParameters);
+    FAPI_LOGD_AS(pszCaller, "cmd:%d, parameters:%s\n\n", stRecord.s32Command, stRecord.acParameters);
     // A daemon that has hung up is a failed send here; without the flag it would be the end of the process.
     if (sendto(s32Fd, &stRecord, sizeof(stRecord), MSG_NOSIGNAL, nullptr, 0) < 1) {
         // The answer is waited for all the same; the message always shows 0 for the result.
-        FAPI_LOGE("Error: send() failed, ret=%d, error=%s\n\n", 0, strerror(errno));
+        FAPI_LOGE_AS(pszCaller, "Error: send() failed, ret=%d, error=%s\n\n", 0, strerror(errno));
     }
 }
 
-// 0, also when the daemon hangs up without an answer: one whose command ends it cannot give any.
-static int readStatus(int s32Fd, int cmd) {
+// Returns 0 also when the daemon hangs up without an answer: contract.
+static int readStatus(int s32Fd, int cmd, const char* pszCaller = __builtin_FUNCTION()) {
     std::int32_t s32DaemonStatus = 0;
     if (read(s32Fd, &s32DaemonStatus, sizeof(s32DaemonStatus)) < 1) {
         return 0;
     }
     // At level E whatever the status is.
-    FAPI_LOGE("command:%d return %d:%s\n\n", cmd, s32DaemonStatus, strerror(s32DaemonStatus));
+    FAPI_LOGE_AS(pszCaller, "command:%d return %d:%s\n\n", cmd, s32DaemonStatus, strerror(s32DaemonStatus));
     return s32DaemonStatus == 0 ? 0 : -1;
 }
 
-static int talkToDaemon(int s32Fd, int cmd, int s32DaemonCommand, const char* param) {
-    FAPI_LOGD("SOCKET_NAME:%s\n\n", kSocketName);
-    if (!connectDaemon(s32Fd)) {
+static int talkToDaemon(int s32Fd, int cmd, int s32DaemonCommand, const char* param,
+                        const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGD_AS(pszCaller, "SOCKET_NAME:%s\n\n", kSocketName);
+    if (!connectDaemon(s32Fd, pszCaller)) {
         return -1;
     }
-    sendRecord(s32Fd, s32DaemonCommand, param);
-    return readStatus(s32Fd, cmd);
+    sendRecord(s32Fd, s32DaemonCommand, param, pszCaller);
+    return readStatus(s32Fd, cmd, pszCaller);
 }
 
 int a_vextvfapi_sys_send_cmd_to_factory_svc(int cmd, const char* param) {

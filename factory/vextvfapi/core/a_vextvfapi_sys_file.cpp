@@ -46,11 +46,11 @@ bool exists(const char* pszPath) {
 class ParentFolder {
 public:
     // False when the copy could not be had.
-    bool take(const unsigned char* pu8Path) {
+    bool take(const unsigned char* pu8Path, const char* pszCaller = __builtin_FUNCTION()) {
         const std::size_t size = std::strlen(asText(pu8Path)) + 1;
         _copy.reset(new (std::nothrow) char[size]);
         if (_copy == nullptr) {
-            FAPI_LOGD("FAPI_MALLOC fail\n");
+            FAPI_LOGD_AS(pszCaller, "FAPI_MALLOC fail\n");
             return false;
         }
         std::memcpy(_copy.get(), pu8Path, size);
@@ -65,10 +65,10 @@ private:
     const char* _pszFolder = nullptr;
 };
 
-void logNames(const unsigned char* pu8Path, const ParentFolder& folder) {
-    FAPI_LOGD("pu8FileName:%s\n", pu8Path);
+void logNames(const unsigned char* pu8Path, const ParentFolder& folder, const char* pszCaller = __builtin_FUNCTION()) {
+    FAPI_LOGD_AS(pszCaller, "pu8FileName:%s\n", pu8Path);
     // A C library may refuse to take an overlong path apart.
-    FAPI_LOGD("pszFilePath:%s\n", fapi::logText(folder.path()));
+    FAPI_LOGD_AS(pszCaller, "pszFilePath:%s\n", fapi::logText(folder.path()));
 }
 
 struct StreamCloser {
@@ -148,7 +148,7 @@ int a_vextvfapi_sys_check_folder(const unsigned char* path) {
         FAPI_LOGE("Folder Not Exist (%s)\n", path);
         return -1;
     }
-    // Level E although it is the good case: line scripts look for it there.
+    // Level E although it is the good case: contract.
     FAPI_LOGE("Folder Exist (%s)\n", path);
     return 0;
 }
@@ -192,7 +192,7 @@ int a_vextvfapi_sys_create_file(const unsigned char* path) {
     FAPI_LOGD("HW_FS_Close (%s)\n", path);
     HW_FS_Close(s32Fd);
     FAPI_LOGD("PASS!\n");
-    // The operation's success is that of this second close, of descriptor 0. The line depends on it.
+    // Contract: the operation's success is that of this second close, of descriptor 0.
     return HW_FS_Close(0) == 0 ? 0 : -1;
 }
 
@@ -203,45 +203,47 @@ int a_vextvfapi_sys_create_file(const unsigned char* path) {
 
 // The descriptor that a copy writes to, or a negative value. An existing destination that must be kept closes the
 // source before the probe.
-static int openCopyDestination(Stream& source, const unsigned char* dst, const char* pszFolder, bool b_fail_if_exist) {
+static int openCopyDestination(Stream& source, const unsigned char* dst, const char* pszFolder, bool b_fail_if_exist,
+                               const char* pszCaller = __builtin_FUNCTION()) {
     if (!exists(pszFolder)) {
         if (HW_FS_MkDir(pszFolder, kFolderMode) != 0) {
-            FAPI_LOGE("DIR not found, re-create failed\n\n");
+            FAPI_LOGE_AS(pszCaller, "DIR not found, re-create failed\n\n");
             return -1;
         }
-        FAPI_LOGE("DIR re-create ok\n");
+        FAPI_LOGE_AS(pszCaller, "DIR re-create ok\n");
     } else if (b_fail_if_exist) {
         const HW_S32 s32Probe = HW_FS_Open(asText(dst), kOpenReadWrite);
         if (s32Probe >= 0) {
-            FAPI_LOGE("Dest File Exist, and fail trigger by b_fail_if_exist(%d) %s \n\n", 1, dst);
+            FAPI_LOGE_AS(pszCaller, "Dest File Exist, and fail trigger by b_fail_if_exist(%d) %s \n\n", 1, dst);
             source.reset();
             HW_FS_Close(s32Probe);
             return -1;
         }
         if (s32Probe != kAbsent) {
-            FAPI_LOGE("open Write File:%s error:%s\n\n", dst, std::strerror(errno));
+            FAPI_LOGE_AS(pszCaller, "open Write File:%s error:%s\n\n", dst, std::strerror(errno));
             return -1;
         }
     }
     const int s32Fd = openForWriting(dst);
     if (s32Fd < 0) {
-        FAPI_LOGE("open Write File:%s error:%s\n\n", dst, std::strerror(errno));
+        FAPI_LOGE_AS(pszCaller, "open Write File:%s error:%s\n\n", dst, std::strerror(errno));
     }
     return s32Fd;
 }
 
-static void copyBytes(FILE* pSource, int s32Fd, const unsigned char* dst) {
+static void copyBytes(FILE* pSource, int s32Fd, const unsigned char* dst,
+                      const char* pszCaller = __builtin_FUNCTION()) {
     unsigned char au8Chunk[kCopyChunk];
     for (;;) {
         const HW_S32 s32Read = HW_FS_Fread(au8Chunk, 1, kCopyChunk, pSource);
         if (s32Read < 1) {
             return;
         }
-        FAPI_LOGD("Bytes Read = %d\n\n", s32Read);
-        FAPI_LOGD("HW_FS_Write %s\n\n", dst);
+        FAPI_LOGD_AS(pszCaller, "Bytes Read = %d\n\n", s32Read);
+        FAPI_LOGD_AS(pszCaller, "HW_FS_Write %s\n\n", dst);
         const HW_S32 s32Written = HW_FS_Write(s32Fd, au8Chunk, static_cast<HW_U32>(s32Read));
         if (s32Written != s32Read) {
-            FAPI_LOGE("[%d]failed,x=%d\n\n", __LINE__, s32Written);
+            FAPI_LOGE_AS(pszCaller, "[%d]failed,x=%d\n\n", __LINE__, s32Written);
             return;
         }
     }
@@ -324,10 +326,10 @@ int a_vextvfapi_sys_read_file_one_line(const unsigned char* path, unsigned char*
 
 // Everything between open and close of a block read.
 static int readBlock(FILE* pStream, const unsigned char* path, unsigned char* buf, unsigned int len,
-                     unsigned long long pos, unsigned int* readLen) {
+                     unsigned long long pos, unsigned int* readLen, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_S32 s32Seek = seekTo(pStream, pos);
     if (s32Seek != 0) {
-        FAPI_LOGE("[%d]failed,x=%d\n\n", __LINE__, s32Seek);
+        FAPI_LOGE_AS(pszCaller, "[%d]failed,x=%d\n\n", __LINE__, s32Seek);
         *readLen = 0;
         return -1;
     }
@@ -335,10 +337,10 @@ static int readBlock(FILE* pStream, const unsigned char* path, unsigned char* bu
     if (s32Read == kReadError) {
         // A read error is success with nothing read.
         *readLen = 0;
-        FAPI_LOGE("Error: HW_FS_Read(%s) fail\n\n", path);
+        FAPI_LOGE_AS(pszCaller, "Error: HW_FS_Read(%s) fail\n\n", path);
         return 0;
     }
-    FAPI_LOGD("read file size: %d\n\n", s32Read);
+    FAPI_LOGD_AS(pszCaller, "read file size: %d\n\n", s32Read);
     *readLen = static_cast<unsigned int>(s32Read);
     return s32Read != 0 ? 0 : -1;
 }
@@ -374,7 +376,11 @@ int a_vextvfapi_sys_read_file(const unsigned char* path, unsigned char* buf, uns
 }
 
 int a_vextvfapi_sys_get_file_checksum(const unsigned char* path, unsigned int* checksum) {
-    if (path == nullptr || checksum == nullptr || a_vextvfapi_sys_check_file(path) != 0) {
+    if (path == nullptr || checksum == nullptr) {
+        FAPI_LOGE("Get file checksum failed.\n\n");
+        return -1;
+    }
+    if (a_vextvfapi_sys_check_file(path) != 0) {
         FAPI_LOGE("Get file checksum failed.\n\n");
         return -1;
     }
@@ -393,19 +399,19 @@ int a_vextvfapi_sys_get_file_checksum(const unsigned char* path, unsigned int* c
 
 // Writes the copy of the data and closes. A failed close is a failure only if something was written.
 static int writeAndClose(const unsigned char* path, const unsigned char* mode, const unsigned char* pu8Data,
-                         unsigned int len) {
+                         unsigned int len, const char* pszCaller = __builtin_FUNCTION()) {
     FILE* pStream = HW_FS_Fopen(asText(path), asText(mode));
     if (pStream == nullptr) {
-        FAPI_LOGE("Error: HW_FS_Fopen(...) fail\n\n");
+        FAPI_LOGE_AS(pszCaller, "Error: HW_FS_Fopen(...) fail\n\n");
         return -1;
     }
     const HW_S32 s32Written = HW_FS_Fwrite(pu8Data, 1, len, pStream);
     const HW_S32 s32Close = HW_FS_Fclose(pStream);
     if (s32Close != 0 && s32Written != 0) {
-        FAPI_LOGE("[%d]failed,x=%d\n\n", __LINE__, s32Close);
+        FAPI_LOGE_AS(pszCaller, "[%d]failed,x=%d\n\n", __LINE__, s32Close);
         return -1;
     }
-    FAPI_LOGD("PASS!\n");
+    FAPI_LOGD_AS(pszCaller, "PASS!\n");
     return 0;
 }
 

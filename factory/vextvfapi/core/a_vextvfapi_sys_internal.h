@@ -15,9 +15,9 @@ struct FlashFamily {
 using FlashLease = fapi::HandleLease<FlashFamily>;
 
 // A shared or opened handle. One of 0 is as good as none, and there is nothing to close then.
-bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type);
+bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller = __builtin_FUNCTION());
 
 // Closes what was opened here; the status, or -1 when that fails.
-int closeFlash(FlashLease& lease, int s32Status);
+int closeFlash(FlashLease& lease, int s32Status, const char* pszCaller = __builtin_FUNCTION());
 
 #endif

@@ -17,7 +17,7 @@ static std::atomic<HW_Handle_t> _hWdtHandle{HW_HANDLE_NONE};
 // What this library wanted last. A set whose watchdog nobody has touched yet counts as switched on.
 static std::atomic<unsigned char> bWdtEnable{1};
 
-int _a_vextvfapi_sys_get_wdt_handle() {
+static int obtainWdt(const char* pszCaller = __builtin_FUNCTION()) {
     if (_hWdtHandle.load() != HW_HANDLE_NONE) {
         return 0;
     }
@@ -25,26 +25,30 @@ int _a_vextvfapi_sys_get_wdt_handle() {
     HW_Handle_t hFound = HW_HANDLE_NONE;
     const HW_Result_t u32Result = HW_WDT_GetHandle(&stQuery, &hFound);
     if (u32Result != HW_OK) {
-        FAPI_LOGE("HW_WDT_GetHandle fail %d, System might not enable watch dog.\n\n", u32Result);
+        FAPI_LOGE_AS(pszCaller, "HW_WDT_GetHandle fail %d, System might not enable watch dog.\n\n", u32Result);
         return -1;
     }
     _hWdtHandle.store(hFound);
     return 0;
 }
 
-// A failed reading acknowledges, too: better once too often than a set that is taken for one that hangs.
-static void acknowledgeReboot() {
+int _a_vextvfapi_sys_get_wdt_handle() {
+    return obtainWdt();
+}
+
+// Acknowledges after a failed reading, too: contract.
+static void acknowledgeReboot(const char* pszCaller = __builtin_FUNCTION()) {
     HW_U32 u32Word = kUnread;
     HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_REBOOT_BY_WDT, nullptr, &u32Word);
     if (u32Word != 0) {
-        FAPI_LOGD("WDT Reboot\n\n");
+        FAPI_LOGD_AS(pszCaller, "WDT Reboot\n\n");
         HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_REBOOT_ACK, nullptr, &u32Word);
     }
 }
 
 int a_vextvfapi_sys_set_wdt(unsigned char enable) {
     FAPI_LOGD("a_vextvfapi_sys_set_wdt = %d\n\n", enable);
-    if (_a_vextvfapi_sys_get_wdt_handle() != 0) {
+    if (obtainWdt() != 0) {
         return -1;
     }
     HW_WDT_Timer_t stTimer = {};
@@ -66,7 +70,7 @@ int a_vextvfapi_sys_set_wdt(unsigned char enable) {
 }
 
 int a_vextvfapi_sys_get_wdt_status() {
-    if (_a_vextvfapi_sys_get_wdt_handle() != 0) {
+    if (obtainWdt() != 0) {
         return 0;
     }
     HW_U32 u32Running = kUnread;

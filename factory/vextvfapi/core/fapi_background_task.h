@@ -42,15 +42,15 @@ private:
     std::atomic<bool> _bStarted{false};
 };
 
-// "Up to n times: wait, look": how a stop that does not join finds out. True as soon as isDone() is. A wait logs and
-// sleeps, or asks the middleware to; log lines belong into a function of the service, whose name they are to show:
+// Waits and looks, at most the given number of times: a stop that does not join finds out so. True as soon as isDone()
+// is. A wait sleeps, or asks the middleware to, and logs under the name of the operation that polls:
 //
-//     static void waitForMonitor() { FAPI_LOGD("..."); sleep(1); }
-//     ... pollUntil(10, waitForMonitor, [] { return !task.isStarted(); })
+//     static void waitForMonitor(const char* pszCaller) { FAPI_LOGD_AS(pszCaller, "..."); sleep(1); }
+//     ... pollUntil(10, waitForMonitor, [] { return !_task.isStarted(); })
 template <class Wait, class IsDone>
-bool pollUntil(unsigned int u32Times, Wait&& wait, IsDone&& isDone) {
+bool pollUntil(unsigned int u32Times, Wait&& wait, IsDone&& isDone, const char* pszCaller = __builtin_FUNCTION()) {
     for (unsigned int i = 0; i < u32Times; ++i) {
-        wait();
+        wait(pszCaller);
         if (isDone()) {
             return true;
         }

@@ -28,8 +28,8 @@ void CommandScanner::append(unsigned char u8Byte) {
         _receiver.receive(_au8Command, _u16ReceivedBytes);
         _u16ReceivedBytes = 0;
     } else if (_u16ReceivedBytes == kSize) {
-        FAPI_LOGE(FAPI_HIGHLIGHT("[%s, %s, %d] buffer overflow detected!! u16ReceivedBytes = %d") "\n\n",
-                  fapi::baseName(__FILE__), __func__, __LINE__, _u16ReceivedBytes);
+        FAPI_LOGE_AS(_pszCaller, FAPI_HIGHLIGHT("[%s, %s, %d] buffer overflow detected!! u16ReceivedBytes = %d") "\n\n",
+                     fapi::baseName(__FILE__), _pszCaller, __LINE__, _u16ReceivedBytes);
         _u16ReceivedBytes = 0;
     }
 }

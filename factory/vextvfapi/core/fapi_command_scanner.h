@@ -21,7 +21,9 @@ class CommandScanner {
 public:
     static constexpr std::size_t kSize = 2048;
 
-    CommandScanner(unsigned char u8End, CommandReceiver& receiver) : _u8End(u8End), _receiver(receiver) {}
+    // Logs under the name of the function that makes the scanner, or the one given.
+    CommandScanner(unsigned char u8End, CommandReceiver& receiver, const char* pszCaller = __builtin_FUNCTION())
+        : _u8End(u8End), _receiver(receiver), _pszCaller(pszCaller) {}
 
     // Scans what a read brought, at least a byte, whose last bytes it rewrites. False when it ends in an interrupt
     // character: the unfinished command is then lost, and nothing more is to be read.
@@ -33,6 +35,7 @@ private:
 
     const unsigned char _u8End;
     CommandReceiver& _receiver;
+    const char* const _pszCaller;
     unsigned short _u16ReceivedBytes = 0;
     unsigned char _au8Command[kSize];
 };

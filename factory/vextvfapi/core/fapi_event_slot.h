@@ -28,23 +28,22 @@ private:
 
 }  // namespace fapi
 
-// The registration state and the three exported event operations of a module.
-#define FAPI_DEFINE_MODULE_EVENTS(module)                                                                    \
-    static fapi::EventSlot pvextvfapi_##module##Callback;                                                    \
-                                                                                                             \
-    int a_vextvfapi_##module##_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {                  \
-        return pvextvfapi_##module##Callback.set(callback);                                                  \
-    }                                                                                                        \
-                                                                                                             \
-    int a_vextvfapi_##module##_unreg_callback() {                                                            \
-        return pvextvfapi_##module##Callback.set(nullptr);                                                   \
-    }                                                                                                        \
-                                                                                                             \
-    int a_vextvfapi_##module##_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a, \
-                                         const fapi_core::VexTvFApiEventCommonObject& b,                     \
-                                         const fapi_core::VexTvFApiEventCommonObject& c,                     \
-                                         const fapi_core::VexTvFApiEventCommonObject& d) {                   \
-        return pvextvfapi_##module##Callback.notify(event, a, b, c, d);                                      \
+// Defines the registration state of a module and its three exported event operations, by the names given.
+#define FAPI_DEFINE_MODULE_EVENTS(slot, reg_callback, unreg_callback, nty_event)                                  \
+    static fapi::EventSlot slot;                                                                                  \
+                                                                                                                  \
+    int reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {                                              \
+        return slot.set(callback);                                                                                \
+    }                                                                                                             \
+                                                                                                                  \
+    int unreg_callback() {                                                                                        \
+        return slot.set(nullptr);                                                                                 \
+    }                                                                                                             \
+                                                                                                                  \
+    int nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,                             \
+                  const fapi_core::VexTvFApiEventCommonObject& b, const fapi_core::VexTvFApiEventCommonObject& c, \
+                  const fapi_core::VexTvFApiEventCommonObject& d) {                                               \
+        return slot.notify(event, a, b, c, d);                                                                    \
     }
 
 #endif

@@ -19,8 +19,8 @@ const unsigned char* find(const unsigned char* pu8Bytes, const unsigned char* pu
     return pFound != nullptr ? static_cast<const unsigned char*>(pFound) : pu8End;
 }
 
-// The next CR or LF. Either is looked for from where it was found last, not from each message on: most stations send
-// only one of the two, and the search for the other would go over all that follows with every message.
+// The next CR or LF. Either is looked for from where it was found last, not from each message on: where only one of the
+// two is sent, the search for the other would go over all that follows with every message.
 class LineEnds {
 public:
     explicit LineEnds(const unsigned char* pu8End) : _pu8End(pu8End) {}
@@ -58,11 +58,11 @@ void MessageFramer::adoptLimit() {
         return;
     }
     if (_buffer.count() != 0) {
-        FAPI_LOGI("[std_factory_uart]clear buffer and send out the rest data\n\n");
+        FAPI_LOGI_AS(_pszCaller, "[std_factory_uart]clear buffer and send out the rest data\n\n");
         send(nullptr, 0);
         return;
     }
-    FAPI_LOGD("[std_factory_uart]change size to: %d\n\n", static_cast<int>(u32Limit));
+    FAPI_LOGD_AS(_pszCaller, "[std_factory_uart]change size to: %d\n\n", static_cast<int>(u32Limit));
     _u32Limit = u32Limit;
 }
 
@@ -96,17 +96,17 @@ void MessageFramer::feed(const unsigned char* pu8Bytes, std::size_t length) {
             if (u32Held + run != 0) {
                 send(pu8Bytes, run);
             } else {
-                FAPI_LOGD("[std_factory_uart] Uart command length is 0\n\n");
+                FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] Uart command length is 0\n\n");
             }
             // The limit is looked at behind an end, too: at 0 it is met by nothing.
             if (u32Limit == 0) {
-                FAPI_LOGD("[std_factory_uart] buffer full\n\n");
+                FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] buffer full\n\n");
                 send(nullptr, 0);
             }
             pu8Bytes = pu8Stop + 1;
         } else {
             if (run == room) {
-                FAPI_LOGD("[std_factory_uart] buffer full\n\n");
+                FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] buffer full\n\n");
                 send(pu8Bytes, run);
             } else {
                 _buffer.append(pu8Bytes, run);
@@ -120,8 +120,8 @@ void MessageFramer::send(const unsigned char* pu8Bytes, std::size_t length) {
     if (!_buffer.take(pu8Bytes, length, _message.data)) {
         return;
     }
-    FAPI_LOGD("[std_factory_uart] length= %d\n\n", static_cast<int>(_message.data.size()));
-    FAPI_LOGD("[std_factory_uart] %s\n\n", textOf(_message.data).get());
+    FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] length= %d\n\n", static_cast<int>(_message.data.size()));
+    FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] %s\n\n", textOf(_message.data).get());
     _receiver.receive(_message);
 }
 

@@ -44,8 +44,10 @@ protected:
 // Bytes of an unfinished message are held in the buffer, which another thread may take away: the rest is then dropped.
 class MessageFramer {
 public:
-    MessageFramer(ReceiveBuffer& buffer, const FramerSettings& settings, MessageReceiver& receiver)
-        : _buffer(buffer), _settings(settings), _receiver(receiver) {}
+    // Logs under the name of the function that makes the framer.
+    MessageFramer(ReceiveBuffer& buffer, const FramerSettings& settings, MessageReceiver& receiver,
+                  const char* pszCaller = __builtin_FUNCTION())
+        : _buffer(buffer), _settings(settings), _receiver(receiver), _pszCaller(pszCaller) {}
 
     // Takes over a changed limit, before each read. What is held is sent first, and the old limit then holds for one
     // read more.
@@ -60,6 +62,7 @@ private:
     ReceiveBuffer& _buffer;
     const FramerSettings& _settings;
     MessageReceiver& _receiver;
+    const char* const _pszCaller;
     unsigned int _u32Limit = ReceiveBuffer::kSize;
     // Reused, so that a message costs no allocation.
     fapi_core::VexTvFApiEventCommonObject _message;

@@ -63,7 +63,8 @@ HW_ASSERT_SIZE(HW_SAR_CallbackParams_t, 16);
 HW_API HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t* pstParams, HW_Handle_t* phSar);
 
 // Opening the keypad while it is open replaces its configuration and gives the same handle with HW_OK. Opening an ADC
-// channel that is open answers HW_ERR_BUSY. Keypad and ADC channels do not exclude each other.
+// channel that is open answers HW_ERR_BUSY. Keypad and ADC channels do not exclude each other. The keypad's
+// configuration may be read at its address until the next open.
 HW_API HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t* pstParams, HW_Handle_t* phSar);
 
 HW_API HW_Result_t HW_SAR_ConfigMode(HW_Handle_t hSar, HW_U32 u32Mode);

@@ -22,9 +22,9 @@
 // Handles. Never 0, bit 31 never set, never a value that another family also uses, never used again within a process.
 // A closed handle, a second Close and a handle of another family give HW_ERR_INVALID_HANDLE.
 //
-// Records are read during the call only, and so is what they point at. Exceptions: a registered callback, and the text
-// that HW_SYS_GetConfigData returns. An unknown key, a value out of range and a null pointer where none is allowed
-// give HW_ERR_INVALID_PARAMETER.
+// Records are read during the call only, and so is what they point at. Exceptions: a registered callback, the keypad
+// configuration of HW_SAR_Open, which is read until the next open, and the text that HW_SYS_GetConfigData returns. An
+// unknown key, a value out of range and a null pointer where none is allowed give HW_ERR_INVALID_PARAMETER.
 //
 // Attributes. pParam of SetAttr and pOutput of GetAttr point at the type that is given with the attribute's number.
 // pInput of GetAttr is the input of the query, null for an attribute that has none. An unknown attribute answers

@@ -58,7 +58,14 @@ VSET_API TakenFault takeFault(const char* pszCall);
 // Counts an allocation; true when it is to fail.
 VSET_API bool takeAllocationFault();
 
-VSET_API void record(const char* pszCall, Arguments arguments, long long s64Result, bool bFault);
+// What became of a call, for the journal.
+struct CallEnd {
+    long long s64Result = 0;
+    bool bFault = false;
+    bool bFailed = false;
+    int s32Errno = 0;
+};
+VSET_API void record(const char* pszCall, Arguments arguments, const CallEnd& stEnd);
 
 // What a call answers that has no set to act on, or whose model ran out of memory or storage.
 template <class Result>
@@ -87,6 +94,21 @@ long long journalResult(Result result) {
         return result != nullptr ? 1 : 0;
     } else {
         return static_cast<long long>(result);
+    }
+}
+
+// Whether the result of a function means that it has failed.
+template <class Result>
+bool isFailure(Result result) {
+    if constexpr (std::is_pointer_v<Result>) {
+        return result == nullptr;
+    } else if constexpr (std::is_enum_v<Result>) {
+        // No code: "done" or not.
+        return result == Result{};
+    } else if constexpr (std::is_signed_v<Result>) {
+        return result < 0;
+    } else {
+        return result > HW_HAS_INITED;
     }
 }
 
@@ -123,7 +145,11 @@ auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFaul
         errno = stFault.s32Errno;
     }
     const int s32Errno = errno;
-    detail::record(pszCall, arguments, detail::journalResult(result), stFault.bTaken);
+    // Functions that answer a code leave errno alone.
+    const bool bFailed = detail::isFailure(result);
+    const bool bHasErrno = bFailed && (std::is_pointer_v<Result> || std::is_signed_v<Result>);
+    detail::record(pszCall, arguments,
+                   {detail::journalResult(result), stFault.bTaken, bFailed, bHasErrno ? s32Errno : 0});
     errno = s32Errno;
     return result;
 }

@@ -170,7 +170,7 @@ private:
 // What GetHandle and Open of a family have in common whose instances are known by one number: HW_OK, or what they
 // answer. `readiness` is the family's own or the system's, as the family wants.
 template <class Params>
-HW_Result_t judgeNumber(HW_Result_t readiness, const Params* pstParams, HW_U32 Params::*pNumber, HW_U32 u32Count,
+HW_Result_t checkInstanceNumber(HW_Result_t readiness, const Params* pstParams, HW_U32 Params::*pNumber, HW_U32 u32Count,
                         const HW_Handle_t* phHandle) {
     if (pstParams == nullptr || phHandle == nullptr || pstParams->*pNumber >= u32Count) {
         return HW_ERR_INVALID_PARAMETER;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Injected faults.
+#include <algorithm>
 #include <mutex>
-
-#include <dlfcn.h>
 
 #include "vset_call.h"
 
@@ -28,14 +27,10 @@ Faults& theFaults() {
     return faults;
 }
 
-bool isMiddlewareFunction(const std::string& strCall) {
-    for (const char* pszPrefix : {"HW_", "hw_sys_", "DVAL_", "DVVDO_"}) {
-        if (strCall.rfind(pszPrefix, 0) == 0) {
-            return dlsym(RTLD_DEFAULT, strCall.c_str()) != nullptr;
-        }
-    }
-    return false;
-}
+// Written by the build, from the headers of the interface.
+constexpr const char* kFunctions[] = {
+#include "vset_functions.inc"
+};
 
 // Counts the call and tells whether it is one of those that fail.
 bool isDue(ArmedFault& stArmed) {
@@ -71,7 +66,7 @@ std::size_t allocations() {
 }
 
 void inject(const Fault& stFault) {
-    if (stFault.strCall != kAllocation && !isMiddlewareFunction(stFault.strCall)) {
+    if (!std::binary_search(faultNames().begin(), faultNames().end(), stFault.strCall)) {
         throw SetError("no such middleware function: " + stFault.strCall);
     }
     if (stFault.u32From == 0) {
@@ -81,6 +76,16 @@ void inject(const Fault& stFault) {
     const std::lock_guard<std::mutex> lock(faults.mutex);
     faults.armed.push_back({stFault});
     faults.count = faults.armed.size();
+}
+
+const std::vector<std::string>& faultNames() {
+    static const std::vector<std::string>& names = *new std::vector<std::string>([] {
+        std::vector<std::string> all(std::begin(kFunctions), std::end(kFunctions));
+        all.emplace_back(kAllocation);
+        std::sort(all.begin(), all.end());
+        return all;
+    }());
+    return names;
 }
 
 void clearFaults() {

@@ -2,12 +2,18 @@
 // The set's folder: what survives a power cycle.
 #include "vset_folder.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <mutex>
 #include <regex>
+#include <set>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include "hw3/hw_flash.h"
@@ -24,7 +30,6 @@ namespace vset {
 namespace {
 
 constexpr int kFormat = 1;
-constexpr char kConfigFile[] = "/set.json";
 
 struct Loaded {
     std::mutex mutex;
@@ -214,6 +219,8 @@ SetConfig parseConfig(const Json& json, const std::string& strFile, std::vector<
     return stConfig;
 }
 
+}  // namespace
+
 SetConfig readConfig(const std::string& strFolder, std::vector<std::string>& problems) {
     const std::string strFile = strFolder + kConfigFile;
     const std::vector<unsigned char> bytes = readFile(strFile);
@@ -277,38 +284,114 @@ bool isSet(const std::string& strFolder) {
     return fs::exists(strFolder + kConfigFile, error);
 }
 
-// What may lie in a folder that a set is to be made in.
-bool isEmpty(const std::string& strFolder) {
+namespace {
+
+// What the configuration is to become. It is the first file of a new set, and the name of the second one is the last.
+constexpr char kNextConfigFile[] = "/set.json.new";
+
+// Whether nothing lies in the folder but a set whose making was cut off: it has never been used, for there is no lock.
+bool isEmptyOrHalfMade(const std::string& strFolder) {
     std::error_code error;
-    if (!fs::exists(strFolder, error)) {
-        return true;
-    }
     const fs::directory_iterator entries(strFolder, error);
     if (error) {
         throw SetError(strFolder + ": " + error.message());
     }
-    return entries == fs::directory_iterator();
+    const bool bHalfMade = fs::exists(strFolder + kNextConfigFile, error);
+    return std::all_of(begin(entries), end(entries), [&](const fs::directory_entry& entry) {
+        static const std::set<std::string> kParts = {"env", "partitions", "set.json.new", "tree"};
+        return bHalfMade && kParts.count(entry.path().filename().string()) != 0;
+    });
 }
 
-void checkSize(const std::string& strFile, std::uint64_t u64Wanted, std::vector<std::string>& problems) {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(strFile, error);
-    if (!error && size != u64Wanted) {
-        problems.push_back(strFile + ": has " + std::to_string(size) + " bytes instead of " +
-                           std::to_string(u64Wanted));
+// A folder in which a set is being made, by one process at a time. Unless the set becomes whole, everything is removed
+// that was made for it, and a folder that was there is empty again.
+class SetInMaking {
+public:
+    explicit SetInMaking(const std::string& strFolder) : _strFolder(strFolder) {
+        std::error_code error;
+        for (fs::path path = strFolder; !fs::exists(path, error) && path.has_relative_path();
+             path = path.parent_path()) {
+            _made.push_back(path);
+        }
+        try {
+            makeFolder(strFolder);
+            _s32Lock = ::open(strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            if (_s32Lock < 0 || flock(_s32Lock, LOCK_EX) != 0) {
+                throw SetError(strFolder + ": " + std::strerror(errno));
+            }
+            if (!isSet(strFolder) && !isEmptyOrHalfMade(strFolder)) {
+                throw SetError(strFolder + ": is neither a set nor empty");
+            }
+        } catch (...) {
+            giveUp();
+            throw;
+        }
+        _bOurs = !isSet(strFolder);
     }
+    ~SetInMaking() { giveUp(); }
+    SetInMaking(const SetInMaking&) = delete;
+    SetInMaking& operator=(const SetInMaking&) = delete;
+
+    // Whether another process has made it meanwhile.
+    bool isMade() const { return !_bOurs; }
+    void keep() {
+        _bOurs = false;
+        _made.clear();
+    }
+
+private:
+    void giveUp() {
+        std::error_code error;
+        if (_bOurs) {
+            for (const fs::directory_entry& entry : fs::directory_iterator(_strFolder, error)) {
+                fs::remove_all(entry.path(), error);
+            }
+        }
+        // Others may have put something there meanwhile, which stays.
+        for (const fs::path& path : _made) {
+            rmdir(path.c_str());
+        }
+        if (_s32Lock >= 0) {
+            close(_s32Lock);
+        }
+    }
+
+    const std::string _strFolder;
+    std::vector<fs::path> _made;  // the innermost folder first
+    int _s32Lock = -1;
+    bool _bOurs = false;  // what lies in the folder
+};
+
+void fillNewSet(const std::string& strFolder) {
+    const std::string strNext = strFolder + kNextConfigFile;
+    const int s32Next = ::open(strNext.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (s32Next < 0) {
+        failWith(strNext);
+    }
+    close(s32Next);
+    makeFolder(strFolder + "/env");
+    makeFolder(strFolder + "/partitions");
+    makeTree(strFolder);
+    const std::vector<unsigned char> environment = makeEnvironment(kDefaultEnvironment);
+    replaceFile(environmentFileIn(strFolder, E_HW_FLASH_TYPE_EMMC), environment.data(), environment.size());
+    // Last: the folder is a set from here on.
+    writeConfig(strFolder, defaultSetConfig());
 }
 
-void checkEnvironment(const std::string& strFile, std::vector<std::string>& problems) {
-    std::error_code error;
-    if (!fs::exists(strFile, error)) {
-        return;
+// False when another process has made it meanwhile.
+bool makeSet(const std::string& strFolder) {
+    SetInMaking making(strFolder);
+    if (making.isMade()) {
+        making.keep();
+        return false;
     }
-    const std::size_t before = problems.size();
-    checkSize(strFile, HW_FLASH_ENV_IMAGE_SIZE, problems);
-    if (problems.size() == before && !isEnvironmentValid(readFile(strFile).data())) {
-        problems.push_back(strFile + ": wrong checksum");
+    try {
+        fillNewSet(strFolder);
+    } catch (const SetError& error) {
+        throw SetError(strFolder + ": no set could be made: " + error.what());
     }
+    making.keep();
+    return true;
 }
 
 }  // namespace
@@ -331,47 +414,25 @@ std::string absoluteFolder(const std::string& strFolder) {
 std::string makeFolderIfMissing(const std::string& strFolder) {
     std::string strAbsolute = absoluteFolder(strFolder);
     if (!isSet(strAbsolute)) {
-        create(strAbsolute);
+        makeSet(strAbsolute);
     }
     return strAbsolute;
 }
 
-void create(const std::string& strFolder) {
-    const HostPaths hostPaths;
-    if (isSet(strFolder)) {
-        throw SetError(strFolder + ": is a set already");
-    }
-    if (!isEmpty(strFolder)) {
-        throw SetError(strFolder + ": is neither a set nor empty");
-    }
-    makeFolder(strFolder + "/env");
-    makeFolder(strFolder + "/partitions");
+void makeTree(const std::string& strFolder) {
     for (const DefaultFolder& stDefault : kDefaultFolders) {
         makeFolder(strFolder + "/tree" + stDefault.pszPath);
     }
     for (const DefaultFile& stDefault : kDefaultFiles) {
         replaceFile(strFolder + "/tree" + stDefault.pszPath, stDefault.content.data(), stDefault.content.size());
     }
-    const std::vector<unsigned char> environment = makeEnvironment(kDefaultEnvironment);
-    replaceFile(environmentFileIn(strFolder, E_HW_FLASH_TYPE_EMMC), environment.data(), environment.size());
-    // Last: the folder is a set from here on.
-    writeConfig(strFolder, defaultSetConfig());
 }
 
-std::vector<std::string> check(const std::string& strFolder) {
+void create(const std::string& strFolder) {
     const HostPaths hostPaths;
-    if (!isSet(strFolder)) {
-        throw SetError(strFolder + ": is no set");
+    if (isSet(strFolder) || !makeSet(strFolder)) {
+        throw SetError(strFolder + ": is a set already");
     }
-    std::vector<std::string> problems;
-    const SetConfig stConfig = readConfig(strFolder, problems);
-    for (const HW_U32 u32Type : {E_HW_FLASH_TYPE_SPI_NOR, E_HW_FLASH_TYPE_NAND, E_HW_FLASH_TYPE_EMMC}) {
-        checkEnvironment(environmentFileIn(strFolder, u32Type), problems);
-    }
-    for (const auto& [strName, u64Size] : stConfig.partitions) {
-        checkSize(partitionFileIn(strFolder, strName), u64Size, problems);
-    }
-    return problems;
 }
 
 void loadFolder(const std::string& strFolder) {

@@ -38,6 +38,23 @@ bool isInterface(const net::Interface& stInterface);
 // Without a slash at the end.
 std::string absoluteFolder(const std::string& strFolder);
 
+// The files of a set's folder that are not below its tree.
+constexpr char kConfigFile[] = "/set.json";
+std::string environmentFileIn(const std::string& strFolder, std::uint32_t u32FlashType);
+std::string partitionFileIn(const std::string& strFolder, const std::string& strPartition);
+
+// Whether a set was made in the folder, and as a whole.
+bool isSet(const std::string& strFolder);
+
+// Both throw SetError.
+void makeFolder(const std::string& strFolder);
+// What a new set shows below its own paths.
+void makeTree(const std::string& strFolder);
+
+// What is right in set.json; the rest is named in `problems` and is the default. Throws SetError when nothing is.
+SetConfig readConfig(const std::string& strFolder, std::vector<std::string>& problems);
+void writeConfig(const std::string& strFolder, const SetConfig& stConfig);
+
 // The folder's absolute path; makes a new set when the folder is empty or missing. Throws SetError.
 std::string makeFolderIfMissing(const std::string& strFolder);
 

@@ -9,7 +9,7 @@ namespace {
 // Bits 26 to 30 hold the family, the rest a serial number stirred by an odd factor, which keeps it unique.
 constexpr unsigned int kSerialBits = 26;
 constexpr HW_Handle_t kSerialMask = (1u << kSerialBits) - 1;
-constexpr HW_Handle_t kStir = 0x2545F49u;
+constexpr HW_Handle_t kSerialFactor = 0x2545F49u;
 
 }  // namespace
 
@@ -44,7 +44,7 @@ HW_Result_t HandleTable::open(std::uint64_t u64Key, HW_Handle_t* phHandle, bool 
     }
     ++_u32Serial;
     const HW_Handle_t hHandle =
-        (static_cast<HW_Handle_t>(_eFamily) << kSerialBits) | ((_u32Serial * kStir) & kSerialMask);
+        (static_cast<HW_Handle_t>(_eFamily) << kSerialBits) | ((_u32Serial * kSerialFactor) & kSerialMask);
     _instances[hHandle] = {u64Key, bPlayer};
     *phHandle = hHandle;
     return HW_OK;

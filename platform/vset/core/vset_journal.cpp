@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The journal of middleware calls.
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <deque>
@@ -63,13 +64,21 @@ std::string format(Arguments arguments) {
 
 }  // namespace
 
-void detail::record(const char* pszCall, Arguments arguments, long long s64Result, bool bFault) {
+void detail::record(const char* pszCall, Arguments arguments, const CallEnd& stEnd) {
     Journal& journal = theJournal();
     const std::size_t limit = journal.limit.load(std::memory_order_relaxed);
     if (limit == 0) {
         return;
     }
-    JournalEntry stEntry = {0, std::chrono::steady_clock::now(), pszCall, format(arguments), s64Result, bFault};
+    JournalEntry stEntry = {0,
+                            std::chrono::steady_clock::now(),
+                            pszCall,
+                            format(arguments),
+                            stEnd.s64Result,
+                            stEnd.bFault,
+                            stEnd.bFailed,
+                            stEnd.s32Errno,
+                            std::this_thread::get_id()};
     const std::lock_guard<std::mutex> lock(journal.mutex);
     stEntry.u64Number = ++journal.u64Count;
     while (journal.entries.size() >= limit) {
@@ -78,10 +87,20 @@ void detail::record(const char* pszCall, Arguments arguments, long long s64Resul
     journal.entries.push_back(std::move(stEntry));
 }
 
-std::vector<JournalEntry> journal() {
+std::vector<JournalEntry> journal(std::uint64_t u64After) {
     Journal& journal = theJournal();
     const std::lock_guard<std::mutex> lock(journal.mutex);
-    return {journal.entries.begin(), journal.entries.end()};
+    const auto isBehind = [](std::uint64_t u64Number, const JournalEntry& stEntry) {
+        return u64Number < stEntry.u64Number;
+    };
+    const auto first = std::upper_bound(journal.entries.begin(), journal.entries.end(), u64After, isBehind);
+    return {first, journal.entries.end()};
+}
+
+std::uint64_t lastCall() {
+    Journal& journal = theJournal();
+    const std::lock_guard<std::mutex> lock(journal.mutex);
+    return journal.u64Count;
 }
 
 void clearJournal() {

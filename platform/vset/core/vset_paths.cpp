@@ -126,12 +126,12 @@ HostPaths::~HostPaths() {
     --t_u32HostPaths;
 }
 
-PretendedFile::PretendedFile(const char* pszPath) {
+PretendedFile::PretendedFile(const char* pszPath) : _pszBefore(t_pszPretended) {
     t_pszPretended = pszPath;
 }
 
 PretendedFile::~PretendedFile() {
-    t_pszPretended = nullptr;
+    t_pszPretended = _pszBefore;
 }
 
 }  // namespace vset

@@ -5,12 +5,14 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_folder.h"
 #include "vset_paths.h"
+#include "vset_storage.h"
 
 namespace vset {
 
@@ -26,9 +28,17 @@ struct Power {
     std::vector<FamilyModel*> families;
 };
 
-Power& thePower() {
+Power& powerState() {
     static Power& power = *new Power;
     return power;
+}
+
+// Whether the file is still the one at the path, and not one of a folder that has been replaced.
+bool isAt(int s32Fd, const std::string& strPath) {
+    struct stat stOpen = {};
+    struct stat stThere = {};
+    return fstat(s32Fd, &stOpen) == 0 && stat(strPath.c_str(), &stThere) == 0 && stOpen.st_ino == stThere.st_ino &&
+           stOpen.st_dev == stThere.st_dev;
 }
 
 // The descriptor that holds the folder for this process.
@@ -36,7 +46,7 @@ int lockFolder(const std::string& strFolder) {
     const std::string strLock = strFolder + "/lock";
     const int s32Lock = ::open(strLock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     if (s32Lock < 0) {
-        throw SetError(strLock + ": " + std::strerror(errno));
+        failWith(strLock);
     }
     // Who only looks whether the set is in use holds the lock for a moment, too.
     int s32Locked = flock(s32Lock, LOCK_EX | LOCK_NB);
@@ -50,11 +60,16 @@ int lockFolder(const std::string& strFolder) {
         close(s32Lock);
         throw SetError(strFolder + ": in use by process " + (length > 0 ? acOwner : "(unknown)"));
     }
+    if (!isAt(s32Lock, strLock)) {
+        close(s32Lock);
+        return lockFolder(strFolder);
+    }
     const std::string strOwner = std::to_string(getpid());
     if (ftruncate(s32Lock, 0) != 0 || pwrite(s32Lock, strOwner.data(), strOwner.size(), 0) < 0) {
-        const std::string strReason = std::strerror(errno);
+        const int s32Error = errno;
         close(s32Lock);
-        throw SetError(strLock + ": " + strReason);
+        errno = s32Error;
+        failWith(strLock);
     }
     return s32Lock;
 }
@@ -103,8 +118,18 @@ void attachLocked(Power& power, const std::string& strFolder) {
 
 }  // namespace
 
+Hold::Hold(const std::string& strFolder)
+    : _s32Lock([&] {
+          const HostPaths hostPaths;
+          return lockFolder(absoluteFolder(strFolder));
+      }()) {}
+
+Hold::~Hold() {
+    close(_s32Lock);
+}
+
 FamilyModel::FamilyModel(FamilyId eFamily, const char* pszFamily) : _handles(eFamily, pszFamily) {
-    thePower().families.push_back(this);
+    powerState().families.push_back(this);
 }
 
 void FamilyModel::powerOn() {
@@ -165,15 +190,15 @@ HW_Handle_t FamilyModel::release(std::uint64_t u64Key, const std::string& strWha
 }
 
 HW_Result_t systemReadiness() {
-    return thePower().bSystemInitialised ? HW_OK : HW_ERR_NOT_INITED;
+    return powerState().bSystemInitialised ? HW_OK : HW_ERR_NOT_INITED;
 }
 
 HW_Result_t initialiseSystem() {
-    return thePower().bSystemInitialised.exchange(true) ? HW_HAS_INITED : HW_OK;
+    return powerState().bSystemInitialised.exchange(true) ? HW_HAS_INITED : HW_OK;
 }
 
 bool detail::ensureAttached() {
-    Power& power = thePower();
+    Power& power = powerState();
     if (power.bOn.load(std::memory_order_acquire)) {
         return true;
     }
@@ -206,14 +231,14 @@ std::string defaultFolder() {
 }
 
 void attach(const std::string& strFolder) {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     attachLocked(power, strFolder);
     power.bDefaultFailed = false;
 }
 
 void detach() {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     if (power.s32Lock < 0) {
         return;
@@ -226,7 +251,7 @@ std::string folder() {
 }
 
 void powerCycle() {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     if (!power.bOn) {
         throw SetError("no set is attached");
@@ -237,7 +262,7 @@ void powerCycle() {
 }
 
 void powerCycleIf(const std::function<bool()>& isWanted, const std::function<bool()>& prepare) {
-    Power& power = thePower();
+    Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     if (power.bOn && isWanted() && prepare()) {
         switchOff(power, false);
@@ -247,14 +272,14 @@ void powerCycleIf(const std::function<bool()>& isWanted, const std::function<boo
 
 std::vector<OpenHandle> openHandles() {
     std::vector<OpenHandle> handles;
-    for (FamilyModel* pFamily : thePower().families) {
+    for (FamilyModel* pFamily : powerState().families) {
         pFamily->listHandles(handles);
     }
     return handles;
 }
 
 bool isInitialised(const std::string& strFamily) {
-    for (FamilyModel* pFamily : thePower().families) {
+    for (FamilyModel* pFamily : powerState().families) {
         if (strFamily == pFamily->handles().family()) {
             return pFamily->isInitialised();
         }

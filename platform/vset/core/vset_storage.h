@@ -10,6 +10,15 @@
 
 namespace vset {
 
+// Throws SetError for errno, and notes it as trouble of the host where it is.
+[[noreturn]] void failWith(const std::string& strFile);
+
+// Notes trouble with a file that nobody throws for, and says so on standard error.
+void tellHostTrouble(const std::string& strFile, int s32Error);
+
+// Tells that the host has no room for a file or folder at this path, if that is the set's. errno stays.
+void tellFullDisk(const char* pszPath);
+
 // The whole file. Throws SetError naming it.
 std::vector<unsigned char> readFile(const std::string& strFile);
 
@@ -19,6 +28,9 @@ void replaceFile(const std::string& strFile, const void* pData, std::size_t size
 
 // The same with `u64Size` bytes of 0xFF, as flash is after erasing.
 void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size);
+
+// The same with what the file holds, cut or filled up with 0xFF to `u64Size` bytes.
+void replaceFileResized(const std::string& strFile, std::uint64_t u64Size);
 
 // Writes in place, block by block. Throws SetError.
 void writeBlocks(int s32Fd, const std::string& strFile, const void* pData, std::size_t size, std::uint64_t u64Offset);

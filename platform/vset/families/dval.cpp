@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The driver layer: what the drivers have been told.
+// The driver layer: the values that the drivers were sent.
 #include "vset/dval.h"
 
 #include <mutex>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the sources of the external inputs share.
+// Declarations that the sources of the external inputs share.
 #ifndef VSET_EXTIN_INPUTS_H
 #define VSET_EXTIN_INPUTS_H
 

@@ -176,7 +176,7 @@ HW_Result_t getAdvancedParameters(const State& state, const void*, void* pOutput
     return store(state.sound.advancedParameters.value_or(stNeverSet), pOutput);
 }
 
-// What is set on one path names that; all else is the chip's.
+// An attribute of one path names the path; all others are the chip's.
 using Set = HW_Result_t (*)(State& state, std::uint64_t u64Path, const void* pParam);
 using Get = HW_Result_t (*)(const State& state, const void* pInput, void* pOutput);
 
@@ -250,8 +250,8 @@ HW_Result_t HW_AOUT_DeInit() {
 HW_Result_t HW_AOUT_GetHandle(const HW_AOUT_HandleParams_t* pstParams, HW_Handle_t* phAout) {
     const auto path = vset::member("path", pstParams, &HW_AOUT_HandleParams_t::u32OutPath);
     return vset::call(__func__, {path}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(model.readiness(), pstParams, &HW_AOUT_HandleParams_t::u32OutPath,
-                                                     vset::aout::kPaths, phAout);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            model.readiness(), pstParams, &HW_AOUT_HandleParams_t::u32OutPath, vset::aout::kPaths, phAout);
         return result == HW_OK ? model.handles().find(pstParams->u32OutPath, phAout) : result;
     });
 }
@@ -260,8 +260,9 @@ HW_Result_t HW_AOUT_Open(const HW_AOUT_OpenParams_t* pstParams, HW_Handle_t* phA
     const auto path = vset::member("path", pstParams, &HW_AOUT_OpenParams_t::u32OutPath);
     return vset::call(__func__, {path}, [&]() -> HW_Result_t {
         const bool bBlank = pstParams != nullptr && vset::isBlank(*pstParams);
-        const HW_Result_t result = vset::judgeNumber(bBlank ? model.readiness() : HW_ERR_INVALID_PARAMETER, pstParams,
-                                                     &HW_AOUT_OpenParams_t::u32OutPath, vset::aout::kPaths, phAout);
+        const HW_Result_t result =
+            vset::checkInstanceNumber(bBlank ? model.readiness() : HW_ERR_INVALID_PARAMETER, pstParams,
+                                      &HW_AOUT_OpenParams_t::u32OutPath, vset::aout::kPaths, phAout);
         return result == HW_OK ? vset::openPath(*pstParams, phAout) : result;
     });
 }

@@ -44,7 +44,7 @@ HW_Result_t HW_CEC_Init(const HW_CEC_InitParams_t* pstParams) {
 HW_Result_t HW_CEC_GetHandle(const HW_CEC_HandleParams_t* pstParams, HW_Handle_t* phCec) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t {
         const HW_Result_t result =
-            vset::judgeNumber(model.readiness(), pstParams, &HW_CEC_HandleParams_t::u32Index, 1, phCec);
+            vset::checkInstanceNumber(model.readiness(), pstParams, &HW_CEC_HandleParams_t::u32Index, 1, phCec);
         return result == HW_OK ? model.handles().find(0, phCec) : result;
     });
 }
@@ -52,7 +52,7 @@ HW_Result_t HW_CEC_GetHandle(const HW_CEC_HandleParams_t* pstParams, HW_Handle_t
 HW_Result_t HW_CEC_Open(const HW_CEC_OpenParams_t* pstParams, HW_Handle_t* phCec) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t {
         const HW_Result_t result =
-            vset::judgeNumber(model.readiness(), pstParams, &HW_CEC_OpenParams_t::u32Index, 1, phCec);
+            vset::checkInstanceNumber(model.readiness(), pstParams, &HW_CEC_OpenParams_t::u32Index, 1, phCec);
         return result == HW_OK ? model.handles().open(0, phCec) : result;
     });
 }

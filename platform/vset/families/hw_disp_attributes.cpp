@@ -31,7 +31,7 @@ HW_Result_t setPqBlock(disp::Window& stState, const void* pParam) {
     if (stBlock.u32Index > 2) {
         return HW_ERR_INVALID_PARAMETER;
     }
-    // What lies behind the last field of a caller's record is by chance.
+    // Bytes after the last field of a caller's record are undefined.
     std::string strBytes(sizeof(stBlock), '\0');
     std::memcpy(strBytes.data(), &stBlock, offsetof(HW_DISP_PqBlock_t, u8Enable) + sizeof(stBlock.u8Enable));
     stState.pictureParameters[E_HW_DISP_PICTURE_PQ_BLOCK | stBlock.u32Index << 16] = strBytes;
@@ -100,7 +100,7 @@ HW_Result_t getPqVersion(const DisplayWindow& stWindow, const void* pInput, void
     return HW_OK;
 }
 
-// A number that there is not is refused before the record is looked at, but after the handle.
+// An unknown number is refused after the handle is checked and before the record is read.
 HW_Result_t unknownNumber(HW_Handle_t hDisp) {
     return dispModel.handles().key(hDisp) ? HW_ERR_NOT_SUPPORT : HW_ERR_INVALID_HANDLE;
 }

@@ -34,7 +34,8 @@ protected:
 ControllerModel& model = *new ControllerModel;
 
 HW_Result_t judge(const HW_DISP_ControllerParams_t* pstParams, const HW_Handle_t* phController) {
-    return judgeNumber(systemReadiness(), pstParams, &HW_DISP_ControllerParams_t::u32Index, kInstances, phController);
+    return checkInstanceNumber(systemReadiness(), pstParams, &HW_DISP_ControllerParams_t::u32Index, kInstances,
+                               phController);
 }
 
 HW_Result_t setAttr(HW_Handle_t hController, HW_U32 u32Attr, const void* pParam) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Display output: the panel and the chips beside it.
+// Display output: the panel and its companion chips.
 #include "hw3/hw_dispout.h"
 
 #include <algorithm>
@@ -149,8 +149,8 @@ HW_Result_t HW_DISPOUT_Init(const HW_DISPOUT_InitParams_t* pstParams) {
 HW_Result_t HW_DISPOUT_GetHandle(const HW_DISPOUT_HandleParams_t* pstParams, HW_Handle_t* phDispout) {
     const auto index = vset::member("index", pstParams, &HW_DISPOUT_HandleParams_t::u32Index);
     return vset::call(__func__, {index}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(model.readiness(), pstParams, &HW_DISPOUT_HandleParams_t::u32Index,
-                                                     vset::kInstances, phDispout);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            model.readiness(), pstParams, &HW_DISPOUT_HandleParams_t::u32Index, vset::kInstances, phDispout);
         return result == HW_OK ? model.handles().find(pstParams->u32Index, phDispout) : result;
     });
 }
@@ -158,8 +158,8 @@ HW_Result_t HW_DISPOUT_GetHandle(const HW_DISPOUT_HandleParams_t* pstParams, HW_
 HW_Result_t HW_DISPOUT_Open(const HW_DISPOUT_OpenParams_t* pstParams, HW_Handle_t* phDispout) {
     const auto index = vset::member("index", pstParams, &HW_DISPOUT_OpenParams_t::u32Index);
     return vset::call(__func__, {index}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(model.readiness(), pstParams, &HW_DISPOUT_OpenParams_t::u32Index,
-                                                     vset::kInstances, phDispout);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            model.readiness(), pstParams, &HW_DISPOUT_OpenParams_t::u32Index, vset::kInstances, phDispout);
         return result == HW_OK ? model.handles().open(pstParams->u32Index, phDispout) : result;
     });
 }

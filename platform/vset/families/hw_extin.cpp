@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// External inputs: how many there are, and what the HDMI ports tell a source.
+// External inputs: their number, and what a source reads from the HDMI ports.
 #include <array>
 #include <filesystem>
 #include <map>
@@ -75,7 +75,7 @@ private:
 };
 ExtinModel& model = *new ExtinModel;
 
-// What GetHandle and Open have in common.
+// Checks the parameters of GetHandle and Open.
 template <class Params>
 HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phExtin) {
     if (pstParams == nullptr || phExtin == nullptr || !model.exists(pstParams->u32Type, pstParams->u32Index)) {

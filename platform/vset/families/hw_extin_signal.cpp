@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is plugged into the external inputs, the calibration of the analogue ones, and the video decoder.
+// The sources plugged into the external inputs, the calibration of the analogue inputs, and the video decoder.
 #include <array>
 #include <map>
 #include <mutex>

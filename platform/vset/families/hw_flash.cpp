@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Flash: handles, and the files behind it.
+// Flash: its handles and its files.
 #include "hw_flash.h"
 
 #include <cstring>
@@ -16,14 +16,10 @@ namespace vset {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& strFile) {
-    throw SetError(strFile + ": " + std::strerror(errno));
-}
-
 int openIfExists(const std::string& strFile, int s32Flags) {
     const int s32Fd = open(strFile.c_str(), s32Flags | O_CLOEXEC);
     if (s32Fd < 0 && errno != ENOENT) {
-        fail(strFile);
+        failWith(strFile);
     }
     return s32Fd;
 }
@@ -53,7 +49,7 @@ void FlashFile::read(void* pData, std::size_t size, std::uint64_t u64Offset) con
     while (size != 0) {
         const ssize_t length = pread(_s32Fd, pu8Data, size, static_cast<off_t>(u64Offset));
         if (length < 0) {
-            fail(_strFile);
+            failWith(_strFile);
         }
         if (length == 0) {
             throw DamagedFile(_strFile + ": ends early");
@@ -95,7 +91,7 @@ using vset::flashModel;
 
 namespace {
 
-// What GetHandle and Open have in common.
+// Checks the parameters of GetHandle and Open.
 template <class Params>
 HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phFlash) {
     if (pstParams == nullptr || phFlash == nullptr || pstParams->u32FlashType > E_HW_FLASH_TYPE_EMMC) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the sources of the flash family share.
+// Declarations that the sources of the flash family share.
 #ifndef VSET_HW_FLASH_H
 #define VSET_HW_FLASH_H
 

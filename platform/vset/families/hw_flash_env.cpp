@@ -40,7 +40,7 @@ const char* text(const HW_U8* pu8Text) {
     return reinterpret_cast<const char*>(pu8Text);
 }
 
-// What Get and Set have in common.
+// Checks the parameters of Get and Set.
 HW_Result_t judge(HW_Handle_t hFlash, const HW_FLASH_EnvVar_t* pstVar) {
     if (pstVar == nullptr || pstVar->pu8EnvImage == nullptr || pstVar->pu8Key == nullptr ||
         pstVar->pu8Value == nullptr) {
@@ -134,7 +134,7 @@ std::map<std::string, std::string> vset::flash::environment(std::uint32_t u32Fla
     const HostPaths hostPaths;
     std::map<std::string, std::string> environment;
     for (auto& [strKey, strValue] : environmentRecords(loadEnvironment(u32FlashType).data())) {
-        // Of a key that stands there twice the first counts, as it does for the middleware.
+        // The first of two equal keys counts, as it does for the middleware.
         environment.emplace(std::move(strKey), std::move(strValue));
     }
     return environment;

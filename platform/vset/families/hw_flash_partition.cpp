@@ -17,7 +17,7 @@ namespace {
 
 using Partitions = std::map<std::string, std::uint64_t>;
 
-// What Read and Write have in common. On success *pu64Size is the size of the partition.
+// Checks the parameters of Read and Write. On success *pu64Size is the size of the partition.
 HW_Result_t judge(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, const HW_U32* pu32Report,
                   std::uint64_t* pu64Size) {
     if (pstTransfer == nullptr || pu32Report == nullptr || pstTransfer->pu8PartitionName == nullptr ||
@@ -89,6 +89,7 @@ void resizeFile(const std::string& strFile, std::uint64_t u64Size) {
         fs::resize_file(strFile, std::min<std::uintmax_t>(oldSize, u64Size), error);
     }
     if (error) {
+        vset::noteHostTrouble(strFile, error.value());
         throw vset::SetError(strFile + ": " + error.message());
     }
     if (u64Size > oldSize) {

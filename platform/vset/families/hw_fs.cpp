@@ -2,15 +2,19 @@
 // Files: the host's own calls on the set's tree. These work before everything else.
 #include "hw3/hw_fs.h"
 
+#include <algorithm>
 #include <atomic>
+#include <filesystem>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "serial_lines.h"
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_paths.h"
+#include "vset_storage.h"
 
 namespace {
 
@@ -34,9 +38,47 @@ private:
     const char* _pszPath;
 };
 
+bool isPlainFile(HW_S32 s32Fd) {
+    struct stat stStat = {};
+    return fstat(s32Fd, &stStat) == 0 && S_ISREG(stStat.st_mode);
+}
+
+// Tells that a plain file could not be written, if that is for the host's disk. errno stays.
+void tellTrouble(HW_S32 s32Fd) {
+    const int s32Error = errno;
+    if (isPlainFile(s32Fd)) {
+        std::error_code error;
+        const auto file = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(s32Fd), error);
+        vset::tellHostTrouble(file.string(), s32Error);
+    }
+    errno = s32Error;
+}
+
+HW_S32 writeFile(HW_S32 s32Fd, const void* pData, std::size_t size) {
+    const auto* pu8Data = static_cast<const unsigned char*>(pData);
+    const ssize_t length = write(s32Fd, pData, size);
+    ssize_t more = std::min<ssize_t>(length, 0);
+    // A disk that gets full takes the beginning, and only the next write says why it took no more.
+    if (length >= 0 && static_cast<std::size_t>(length) < size && isPlainFile(s32Fd)) {
+        more = write(s32Fd, pu8Data + length, size - static_cast<std::size_t>(length));
+    }
+    if (more < 0) {
+        tellTrouble(s32Fd);
+    }
+    return static_cast<HW_S32>(length + (length >= 0 ? std::max<ssize_t>(more, 0) : 0));
+}
+
 // Members transferred; -1 only when nothing was and the stream is in error.
 HW_S32 membersOf(std::size_t count, FILE* pStream) {
     return count == 0 && std::ferror(pStream) != 0 ? -1 : static_cast<HW_S32>(count);
+}
+
+HW_S32 writeStream(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
+    const std::size_t count = std::fwrite(pData, u32Size, u32Count, pStream);
+    if (count < u32Count && std::ferror(pStream) != 0) {
+        tellTrouble(fileno(pStream));
+    }
+    return membersOf(count, pStream);
 }
 
 // A larger buffer than stdio's own, for one written stream at a time: a picture that is written row by row goes to the
@@ -56,6 +98,9 @@ void lendLargeBuffer(FILE* pStream) {
 // it.
 HW_S32 closeStream(FILE* pStream) {
     const bool bLent = largeBufferOwner == pStream;
+    if (std::fflush(pStream) != 0) {
+        tellTrouble(fileno(pStream));
+    }
     const HW_S32 s32Result = std::fclose(pStream);
     if (bLent) {
         largeBufferOwner = nullptr;
@@ -102,7 +147,7 @@ HW_S32 HW_FS_Close(HW_S32 s32Fd) {
 
 HW_S32 HW_FS_Write(HW_S32 s32Fd, const void* pData, HW_U32 u32Size) {
     return vset::call(__func__, {{"fd", s32Fd}, {"size", u32Size}}, [&]() -> HW_S32 {
-        return pData == nullptr && u32Size != 0 ? refuseNull() : static_cast<HW_S32>(write(s32Fd, pData, u32Size));
+        return pData == nullptr && u32Size != 0 ? refuseNull() : writeFile(s32Fd, pData, u32Size);
     });
 }
 
@@ -138,9 +183,7 @@ HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) 
 
 HW_S32 HW_FS_Fwrite(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
     return vset::call(__func__, {{"size", u32Size}, {"count", u32Count}}, [&]() -> HW_S32 {
-        return pData == nullptr || pStream == nullptr
-                   ? refuseNull()
-                   : membersOf(std::fwrite(pData, u32Size, u32Count, pStream), pStream);
+        return pData == nullptr || pStream == nullptr ? refuseNull() : writeStream(pData, u32Size, u32Count, pStream);
     });
 }
 
@@ -158,7 +201,14 @@ HW_S32 HW_FS_Stat(const char* pszPath, struct stat* pstStat) {
 
 HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode) {
     return vset::call(__func__, {{"path", pszPath}, {"mode", u32Mode}}, [&]() -> HW_S32 {
-        return pszPath == nullptr ? refuseNull() : mkdir(TreePath(pszPath).get(), static_cast<mode_t>(u32Mode));
+        if (pszPath == nullptr) {
+            return refuseNull();
+        }
+        const HW_S32 s32Result = mkdir(TreePath(pszPath).get(), static_cast<mode_t>(u32Mode));
+        if (s32Result != 0 && errno == ENOSPC) {
+            vset::tellFullDisk(pszPath);
+        }
+        return s32Result;
     });
 }
 

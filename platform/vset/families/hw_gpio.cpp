@@ -88,8 +88,8 @@ using vset::model;
 HW_Result_t HW_GPIO_GetHandle(const HW_GPIO_HandleParams_t* pstParams, HW_Handle_t* phGpio) {
     const auto pad = vset::member("pad", pstParams, &HW_GPIO_HandleParams_t::u32PadNum);
     return vset::call(__func__, {pad}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(vset::systemReadiness(), pstParams,
-                                                     &HW_GPIO_HandleParams_t::u32PadNum, vset::gpio::kPads, phGpio);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            vset::systemReadiness(), pstParams, &HW_GPIO_HandleParams_t::u32PadNum, vset::gpio::kPads, phGpio);
         return result == HW_OK ? model.handles().find(pstParams->u32PadNum, phGpio) : result;
     });
 }
@@ -97,8 +97,8 @@ HW_Result_t HW_GPIO_GetHandle(const HW_GPIO_HandleParams_t* pstParams, HW_Handle
 HW_Result_t HW_GPIO_Open(const HW_GPIO_OpenParams_t* pstParams, HW_Handle_t* phGpio) {
     const auto pad = vset::member("pad", pstParams, &HW_GPIO_OpenParams_t::u32PadNum);
     return vset::call(__func__, {pad}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(vset::systemReadiness(), pstParams,
-                                                     &HW_GPIO_OpenParams_t::u32PadNum, vset::gpio::kPads, phGpio);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            vset::systemReadiness(), pstParams, &HW_GPIO_OpenParams_t::u32PadNum, vset::gpio::kPads, phGpio);
         return result == HW_OK ? model.handles().open(pstParams->u32PadNum, phGpio) : result;
     });
 }

@@ -70,7 +70,7 @@ struct Chip {
     }
 };
 
-// What is on a bus at an address: bus in the high byte, slave address in the low byte.
+// The devices by bus (high byte) and slave address (low byte).
 using DeviceAddress = std::uint16_t;
 
 // The key of a handle is its bus.
@@ -200,8 +200,8 @@ HW_Result_t HW_IIC_GetHandle(const HW_IIC_HandleParams_t* pstParams, HW_Handle_t
 HW_Result_t HW_IIC_Open(const HW_IIC_OpenParams_t* pstParams, HW_Handle_t* phIic) {
     const auto port = vset::member("port", pstParams, &HW_IIC_OpenParams_t::u32Port);
     return vset::call(__func__, {port}, [&]() -> HW_Result_t {
-        const HW_Result_t result =
-            vset::judgeNumber(model.readiness(), pstParams, &HW_IIC_OpenParams_t::u32Port, vset::iic::kBuses, phIic);
+        const HW_Result_t result = vset::checkInstanceNumber(model.readiness(), pstParams,
+                                                             &HW_IIC_OpenParams_t::u32Port, vset::iic::kBuses, phIic);
         return result == HW_OK ? model.handles().open(pstParams->u32Port, phIic) : result;
     });
 }

@@ -34,7 +34,7 @@ protected:
 };
 NetModel& model = *new NetModel;
 
-// As it stands in a record: without a terminator when it fills its place.
+// Writes a text into a record's field; one that fills the field has no terminator.
 std::string nameIn(const char (&acName)[HW_NET_INTERFACE_NAME_SIZE]) {
     return {acName, strnlen(acName, sizeof(acName))};
 }

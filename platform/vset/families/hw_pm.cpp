@@ -59,7 +59,7 @@ private:
 };
 PmModel& model = *new PmModel;
 
-// What GetHandle and Open have in common. The family's own Init is not asked for.
+// Checks the parameters of GetHandle and Open. Neither needs the family's own Init.
 template <class Params>
 HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phPm) {
     if (pstParams == nullptr || phPm == nullptr || pstParams->u32Index != 0) {

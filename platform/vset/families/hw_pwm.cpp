@@ -95,8 +95,8 @@ HW_Result_t HW_PWM_Init(const HW_PWM_InitParams_t* pstParams) {
 HW_Result_t HW_PWM_GetHandle(const HW_PWM_HandleParams_t* pstParams, HW_Handle_t* phPwm) {
     const auto channel = vset::member("channel", pstParams, &HW_PWM_HandleParams_t::u32Channel);
     return vset::call(__func__, {channel}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(model.readiness(), pstParams, &HW_PWM_HandleParams_t::u32Channel,
-                                                     vset::pwm::kChannels, phPwm);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            model.readiness(), pstParams, &HW_PWM_HandleParams_t::u32Channel, vset::pwm::kChannels, phPwm);
         return result == HW_OK ? model.handles().find(pstParams->u32Channel, phPwm) : result;
     });
 }
@@ -104,8 +104,8 @@ HW_Result_t HW_PWM_GetHandle(const HW_PWM_HandleParams_t* pstParams, HW_Handle_t
 HW_Result_t HW_PWM_Open(const HW_PWM_OpenParams_t* pstParams, HW_Handle_t* phPwm) {
     const auto channel = vset::member("channel", pstParams, &HW_PWM_OpenParams_t::u32Channel);
     return vset::call(__func__, {channel}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(model.readiness(), pstParams, &HW_PWM_OpenParams_t::u32Channel,
-                                                     vset::pwm::kChannels, phPwm);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            model.readiness(), pstParams, &HW_PWM_OpenParams_t::u32Channel, vset::pwm::kChannels, phPwm);
         return result == HW_OK ? model.handles().open(pstParams->u32Channel, phPwm) : result;
     });
 }

@@ -79,9 +79,9 @@ public:
 
 protected:
     void powerOff(bool) override {
-        // First the handles: nobody registers from here on.
+        // Handles first, so that no client registers from here on.
         handles().closeAll();
-        queue.end(HW_HANDLE_NONE);
+        queue.cancelAll(HW_HANDLE_NONE);
     }
     void reset() override {
         const std::lock_guard<std::mutex> lock(_mutex);
@@ -102,7 +102,7 @@ SarModel& model = *new SarModel;
 HW_Result_t KeyQueue::deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, unsigned char u8Key) {
     const std::vector<sar::Key> keys = model.keys();
     if (u8Key >= keys.size()) {
-        // The keypad has been configured anew since the key was pressed.
+        // The keypad has been configured again since the key was pressed.
         count(0, 1);
         return HW_OK;
     }
@@ -114,7 +114,7 @@ HW_Result_t KeyQueue::deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, uns
     });
     const HW_Result_t result = pfnCallback(hSar, E_HW_SAR_EVENT_KEYPAD_PRESS, &u8Code);
     model.changeChannel(sar::kKeypadChannel, [&](ChannelState& stChannel) {
-        // Unless somebody has put another voltage on the ladder meanwhile.
+        // Keeps a voltage that was put on the ladder meanwhile.
         if (stChannel.u8Value == keys[u8Key].u8Threshold) {
             stChannel.u8Value = u8Before;
         }
@@ -176,8 +176,8 @@ using vset::model;
 HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t* pstParams, HW_Handle_t* phSar) {
     const auto channel = vset::member("channel", pstParams, &HW_SAR_HandleParams_t::u32Channel);
     return vset::call(__func__, {channel}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(vset::systemReadiness(), pstParams,
-                                                     &HW_SAR_HandleParams_t::u32Channel, vset::sar::kChannels, phSar);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            vset::systemReadiness(), pstParams, &HW_SAR_HandleParams_t::u32Channel, vset::sar::kChannels, phSar);
         return result == HW_OK ? model.handles().find(pstParams->u32Channel, phSar) : result;
     });
 }
@@ -186,8 +186,8 @@ HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t* pstParams, HW_Handle_t* phSar
     const auto mode = vset::member("mode", pstParams, &HW_SAR_OpenParams_t::u32Mode);
     const auto channel = vset::member("channel", pstParams, &HW_SAR_OpenParams_t::u32Channel);
     return vset::call(__func__, {mode, channel}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(vset::systemReadiness(), pstParams, &HW_SAR_OpenParams_t::u32Mode,
-                                                     E_HW_SAR_MODE_ADC + 1u, phSar);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            vset::systemReadiness(), pstParams, &HW_SAR_OpenParams_t::u32Mode, E_HW_SAR_MODE_ADC + 1u, phSar);
         if (result != HW_OK) {
             return result;
         }
@@ -256,10 +256,10 @@ HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParam
             (pstParams->u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) == 0 || pstParams->u32Reserved != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
-        model.queue.enlist(pstParams->pfnCallback, hSar);
+        model.queue.registerCallback(pstParams->pfnCallback, hSar);
         if (!model.handles().key(hSar)) {
             // Switched off meanwhile by another thread, which may have found nothing to end.
-            model.queue.end(hSar);
+            model.queue.cancelAll(hSar);
             return HW_ERR_INVALID_HANDLE;
         }
         *pu32Out = pstParams->u32EventMask;
@@ -277,10 +277,10 @@ HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackPar
         if (pstParams == nullptr || (pstParams->u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) == 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
-        result = model.queue.discharge(hSar);
+        result = model.queue.unregisterCallback(hSar);
         if (result == HW_OK) {
-            // A key that nobody has seen is not one for the next to register.
-            model.queue.drop();
+            // The next client to register does not get a key pressed before.
+            model.queue.discardPending();
         }
         return result;
     });
@@ -309,7 +309,7 @@ void press(unsigned int u32Key) {
         model.queue.count(1, 1);
         return;
     }
-    model.queue.offer(static_cast<unsigned char>(u32Key));
+    model.queue.push(static_cast<unsigned char>(u32Key));
 }
 
 void pressCode(unsigned char u8Code) {

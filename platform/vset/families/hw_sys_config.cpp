@@ -18,7 +18,7 @@ struct ConfigFile {
     std::string strFile;
     vset::IniText text;
     bool bChanged = false;
-    // What callers hold pointers into until the file is closed. A value asked for again is here already.
+    // Values that callers hold pointers to until the file is closed; a value is stored once.
     std::set<std::string> handedOut = {};
 };
 

@@ -42,7 +42,7 @@ public:
     // Guards all of the below.
     std::mutex mutex;
     HW_U32 u32Slots = kSlots;
-    // Also those that the chip does not tell of: a program may have one open from before.
+    // Slots beyond the reported number count, too: a program may have opened one before.
     std::array<SlotState, tuner::kSlotLimit> slots;
 
     HW_U32 slotCount() {
@@ -88,7 +88,7 @@ HW_Result_t getText(const Texts& texts, HW_U32 u32Number, void* pOutput) {
     return HW_OK;
 }
 
-// What applying answers: not a status, its failure is 0.
+// The result of applying, which is no status: 0 is a failure.
 enum class Applied : HW_U32 { no, yes };
 
 Applied applyVif(SlotState& stSlot, HW_U32 u32Step) {
@@ -177,8 +177,8 @@ HW_Result_t HW_TUNER_GetCaps(HW_TUNER_Caps_t* pstCaps) {
 HW_Result_t HW_TUNER_GetHandle(const HW_TUNER_HandleParams_t* pstParams, HW_Handle_t* phTuner) {
     const auto slot = vset::member("slot", pstParams, &HW_TUNER_HandleParams_t::u32Slot);
     return vset::call(__func__, {slot}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(model.readiness(), pstParams, &HW_TUNER_HandleParams_t::u32Slot,
-                                                     model.slotCount(), phTuner);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            model.readiness(), pstParams, &HW_TUNER_HandleParams_t::u32Slot, model.slotCount(), phTuner);
         return result == HW_OK ? model.handles().find(pstParams->u32Slot, phTuner) : result;
     });
 }
@@ -187,8 +187,8 @@ HW_Result_t HW_TUNER_Open(const HW_TUNER_OpenParams_t* pstParams, HW_Handle_t* p
     const auto slot = vset::member("slot", pstParams, &HW_TUNER_OpenParams_t::u32Slot);
     const auto mode = vset::member("mode", pstParams, &HW_TUNER_OpenParams_t::u32Mode);
     return vset::call(__func__, {slot, mode}, [&]() -> HW_Result_t {
-        const HW_Result_t result = vset::judgeNumber(model.readiness(), pstParams, &HW_TUNER_OpenParams_t::u32Slot,
-                                                     model.slotCount(), phTuner);
+        const HW_Result_t result = vset::checkInstanceNumber(
+            model.readiness(), pstParams, &HW_TUNER_OpenParams_t::u32Slot, model.slotCount(), phTuner);
         if (result != HW_OK) {
             return result;
         }

@@ -47,10 +47,10 @@ public:
 
 protected:
     void powerOff(bool bDetach) override {
-        // First the handles: nobody registers from here on.
+        // Handles first, so that no client registers from here on.
         handles().closeAll();
         for (UartReceiver& receiver : receivers) {
-            receiver.end(HW_HANDLE_NONE);
+            receiver.cancelAll(HW_HANDLE_NONE);
         }
         if (bDetach) {
             removeSerialLines();
@@ -132,7 +132,7 @@ HW_Result_t HW_UART_Close(HW_Handle_t hUart) {
         const auto port = model.portOf(hUart);
         const HW_Result_t result = model.handles().close(hUart);
         if (result == HW_OK && port) {
-            model.receivers[*port].end(hUart);
+            model.receivers[*port].cancelAll(hUart);
         }
         return result;
     });
@@ -150,10 +150,10 @@ HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackPa
             return HW_ERR_INVALID_PARAMETER;
         }
         vset::startSerialThread();
-        model.receivers[*port].enlist(pstParams->pfnCallback, hUart);
+        model.receivers[*port].registerCallback(pstParams->pfnCallback, hUart);
         if (!model.portOf(hUart)) {
             // Closed meanwhile by another thread, which may have found nothing to end.
-            model.receivers[*port].end(hUart);
+            model.receivers[*port].cancelAll(hUart);
             return HW_ERR_INVALID_HANDLE;
         }
         *pu32Out = pstParams->u32EventMask;
@@ -171,7 +171,7 @@ HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t hUart, const HW_UART_Callback
         if (pstParams == nullptr || (pstParams->u32EventMask & HW_UART_EVENT_RX_CHAR) == 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
-        return model.receivers[*port].discharge(hUart);
+        return model.receivers[*port].unregisterCallback(hUart);
     });
 }
 
@@ -243,5 +243,5 @@ void vset::uart::hold(unsigned int u32Port) {
 
 void vset::uart::release(unsigned int u32Port) {
     requirePort(u32Port);
-    model.receivers[u32Port].end(model.release(u32Port, "serial port"));
+    model.receivers[u32Port].cancelAll(model.release(u32Port, "serial port"));
 }

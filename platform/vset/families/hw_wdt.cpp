@@ -107,7 +107,7 @@ private:
                 ++_u32Reboots;
             }
             changeSetConfig([](SetConfig& stConfig) { stConfig.bWatchdogRebooted = true; });
-            detail::record("WATCHDOG_REBOOT", {}, 0, false);
+            detail::record("WATCHDOG_REBOOT", {}, {});
         };
         try {
             const HostPaths hostPaths;
@@ -169,7 +169,7 @@ HW_Result_t HW_WDT_Init(const HW_WDT_InitParams_t* pstParams) {
 HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t* pstParams, HW_Handle_t* phWdt) {
     return vset::call(__func__, {}, [&]() -> HW_Result_t {
         const HW_Result_t result =
-            vset::judgeNumber(model.readiness(), pstParams, &HW_WDT_HandleParams_t::u32Index, 1, phWdt);
+            vset::checkInstanceNumber(model.readiness(), pstParams, &HW_WDT_HandleParams_t::u32Index, 1, phWdt);
         if (result != HW_OK) {
             return result;
         }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What waits for a registered callback, and the thread that it runs on.
+// Bytes that wait for a registered callback, and the thread that calls it.
 #include "callback_queue.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ void CallbackQueue::count(std::size_t received, std::size_t dropped) {
     _u64Dropped += dropped;
 }
 
-void CallbackQueue::offer(unsigned char u8Byte) {
+void CallbackQueue::push(unsigned char u8Byte) {
     const std::lock_guard<std::mutex> lock(_mutex);
     ++_u64Received;
     if (_u64Registration == 0 || waiting() == kQueueSize) {
@@ -41,10 +41,10 @@ void CallbackQueue::offer(unsigned char u8Byte) {
     _changed.notify_all();
 }
 
-void CallbackQueue::enlist(EventCallback_t pfnCallback, HW_Handle_t hHandle) {
+void CallbackQueue::registerCallback(EventCallback_t pfnCallback, HW_Handle_t hHandle) {
     const std::lock_guard<std::mutex> lock(_mutex);
     if (_thread == std::thread::id()) {
-        std::thread thread([this] { deliverForEver(); });
+        std::thread thread([this] { deliverForever(); });
         _thread = thread.get_id();
         thread.detach();
     }
@@ -54,40 +54,39 @@ void CallbackQueue::enlist(EventCallback_t pfnCallback, HW_Handle_t hHandle) {
     _changed.notify_all();
 }
 
-HW_Result_t CallbackQueue::discharge(HW_Handle_t hHandle) {
+HW_Result_t CallbackQueue::unregisterCallback(HW_Handle_t hHandle) {
     std::unique_lock<std::mutex> lock(_mutex);
-    const std::uint64_t u64Registration = _u64Registration;
-    if (u64Registration == 0 || _hHandle != hHandle) {
+    if (_u64Registration == 0 || _hHandle != hHandle) {
         return HW_ERR_FAILED;
     }
-    if (_u64Running == u64Registration && isInside()) {
+    if (isInside() && isBatchOf(hHandle)) {
         return HW_ERR_BUSY;
     }
-    _u64Registration = 0;
-    _changed.wait(lock, [&] { return _u64Running != u64Registration; });
+    const std::uint64_t u64Last = _u64Registration.exchange(0);
+    _changed.wait(lock, [&] { return !isBatchOf(hHandle) || _batch.u64Registration > u64Last; });
     return HW_OK;
 }
 
-void CallbackQueue::end(HW_Handle_t hHandle) {
+void CallbackQueue::cancelAll(HW_Handle_t hHandle) {
     std::unique_lock<std::mutex> lock(_mutex);
     const bool bAll = hHandle == HW_HANDLE_NONE;
     if (bAll || _hHandle == hHandle) {
         _u64Registration = 0;
     }
     if (!isInside()) {
-        _changed.wait(lock, [&] { return _u64Running == 0 || (!bAll && _hRunning != hHandle); });
+        _changed.wait(lock, [&] { return bAll ? _batch.u64Registration == 0 : !isBatchOf(hHandle); });
     }
 }
 
 void CallbackQueue::reset() {
     const std::lock_guard<std::mutex> lock(_mutex);
-    ++_u64Resets;
+    ++_u64PowerCycle;
     _strWaiting.clear();
     _u64Received = _u64Dropped = 0;
     _u64Refused = 0;
 }
 
-void CallbackQueue::drop() {
+void CallbackQueue::discardPending() {
     const std::lock_guard<std::mutex> lock(_mutex);
     _u64Dropped += _strWaiting.size();
     _strWaiting.clear();
@@ -98,7 +97,7 @@ CallbackQueue::State CallbackQueue::state() {
     return {_u64Registration != 0, waiting(), _u64Received, _u64Dropped, _u64Refused};
 }
 
-void CallbackQueue::deliverForEver() {
+void CallbackQueue::deliverForever() {
     nameThread("hw3-callback");
     std::unique_lock<std::mutex> lock(_mutex);
     for (;;) {
@@ -107,31 +106,28 @@ void CallbackQueue::deliverForEver() {
     }
 }
 
-// All that waits, for as long as the registration stands. What it does not see is the next one's.
+// Delivers the waiting bytes as one batch while its registration lasts; the next registration receives the rest.
 void CallbackQueue::deliverWaiting(std::unique_lock<std::mutex>& lock) {
-    const std::uint64_t u64Registration = _u64Registration;
+    _batch = {_u64Registration, _hHandle, _u64PowerCycle};
+    const Batch batch = _batch;
     const EventCallback_t pfnCallback = _pfnCallback;
-    const HW_Handle_t hHandle = _hHandle;
-    std::string strBatch;
-    strBatch.swap(_strWaiting);
-    _inHand = strBatch.size();
-    _u64BatchResets = _u64Resets;
-    _u64Running = u64Registration;
-    _hRunning = hHandle;
+    std::string strBytes;
+    strBytes.swap(_strWaiting);
+    _undelivered = strBytes.size();
     lock.unlock();
     std::size_t delivered = 0;
-    while (delivered < strBatch.size() && _u64Registration == u64Registration) {
-        const auto u8Byte = static_cast<unsigned char>(strBatch[delivered++]);
-        const bool bRefused = deliver(pfnCallback, hHandle, u8Byte) != HW_OK;
-        --_inHand;
+    while (delivered < strBytes.size() && _u64Registration == batch.u64Registration) {
+        const auto u8Byte = static_cast<unsigned char>(strBytes[delivered++]);
+        const bool bRefused = deliver(pfnCallback, batch.hHandle, u8Byte) != HW_OK;
+        --_undelivered;
         _u64Refused += bRefused ? 1 : 0;
     }
     lock.lock();
-    if (_u64BatchResets == _u64Resets) {
-        _strWaiting.insert(0, strBatch, delivered);
+    if (batch.u64PowerCycle == _u64PowerCycle) {
+        _strWaiting.insert(0, strBytes, delivered);
     }
-    _inHand = 0;
-    _u64Running = 0;
+    _undelivered = 0;
+    _batch = {};
     _changed.notify_all();
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a display window shows: mute color, test pattern, the bars of its source.
+// The picture of a display window: mute color, test pattern, or the bars of its source.
 #include "disp_picture.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ struct Point {
     unsigned int u32Width, u32Height;  // of the picture
 };
 
-// How much of the color a pattern has at a point, 0 to 255.
+// Returns the share of the color in a pattern at a point, 0 to 255.
 using Share = unsigned int (*)(const Point& stPoint);
 
 constexpr unsigned int kFull = 255;

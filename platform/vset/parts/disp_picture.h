@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a display window shows.
+// The picture of a display window.
 #ifndef VSET_DISP_PICTURE_H
 #define VSET_DISP_PICTURE_H
 

@@ -68,7 +68,7 @@ Bytes rangeLimits(unsigned int u32MaxKHz, unsigned int u32MaxClock) {
     return bytes({0, 0, 0, 0xFD, 0, 23, 75, 15, u32MaxKHz, u32MaxClock, 0, 0x0A, 0x20, 0x20, 0x20, 0x20, 0x20, 0x20});
 }
 
-// What differs between the versions.
+// The fields that differ between the versions.
 struct Capabilities {
     unsigned int u32Product;
     const char* pszName;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The set's memory behind physical addresses.
+// The set's memory at physical addresses.
 #include "emulated_memory.h"
 
 #include <cstring>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The set's memory behind physical addresses: the regions of its memory layout, and what the IOMMU hands out. Physical
+// The set's memory at physical addresses: the regions of its memory layout, and what the IOMMU hands out. Physical
 // addresses are not those of the host; only at() leads from one to the other.
 #ifndef VSET_EMULATED_MEMORY_H
 #define VSET_EMULATED_MEMORY_H
@@ -49,7 +49,8 @@ public:
 
     // The host's address, or null when nothing is addressable there.
     HW_U8* at(HW_U64 u64PhysAddr) const { return range(u64PhysAddr, 1).get(); }
-    // The same for all bytes of a range, which stay readable while somebody has it, whoever frees them meanwhile.
+    // The same for all bytes of a range, which stay readable while the object lives, even when they are freed
+    // meanwhile.
     std::shared_ptr<HW_U8> range(HW_U64 u64PhysAddr, HW_U64 u64Length) const;
     // The same for a range of the host's addresses.
     std::shared_ptr<HW_U8> hostRange(HW_U64 u64VirtAddr, HW_U64 u64Length) const;
@@ -74,7 +75,7 @@ private:
         HW_U32 u32Length;
         bool bAllocated;
     };
-    // What is addressable.
+    // The addressable ranges.
     struct Area {
         std::string strName;
         HW_U32 u32MmapId;  // 0 for memory of the IOMMU

@@ -33,7 +33,7 @@ bool isSameName(std::string_view left, std::string_view right) {
                       [](unsigned char l, unsigned char r) { return std::tolower(l) == std::tolower(r); });
 }
 
-// What is in the brackets of a section's header.
+// Returns the name in the brackets of a section's header.
 std::optional<std::string_view> sectionOf(std::string_view line) {
     const std::size_t end = line.find(']');
     if (line.empty() || line.front() != '[' || end == std::string_view::npos) {
@@ -42,7 +42,7 @@ std::optional<std::string_view> sectionOf(std::string_view line) {
     return trimmed(line.substr(1, end - 1));
 }
 
-// What is before the '=' of a "key = value" line.
+// Returns the text before the '=' of a "key = value" line.
 std::optional<std::string_view> keyOf(std::string_view line) {
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos || line.front() == '#' || line.front() == ';') {
@@ -64,13 +64,13 @@ bool isKeyName(std::string_view text) {
            text.find_first_of("[#;") != 0 && text.find(kByteOrderMark) != 0 && !text.empty();
 }
 
-// How a value stands in a line.
+// Returns a value as a line holds it.
 std::string written(std::string_view value, bool bQuoted) {
     std::string strText(value);
     return bQuoted || unquoted(trimmed(value)) != value ? '"' + strText + '"' : strText;
 }
 
-// Puts the value in place of the one behind the '='.
+// Replaces the value after the '='.
 void replaceValue(std::string& strLine, std::string_view value) {
     const std::size_t start = strLine.find('=') + 1;
     const std::string_view old = trimmed(std::string_view(strLine).substr(start));

@@ -11,8 +11,8 @@
 namespace vset {
 
 // Sections in brackets, "key = value" lines, comment lines that begin with '#' or ';'. Names are compared without
-// regard to case. A section may stand there several times; of a key that does, the last one counts. The section "" is
-// what stands before the first one.
+// regard to case. A section may occur several times; of a repeated key the last one counts. The section "" is
+// the text before the first header.
 class IniText {
 public:
     explicit IniText(std::string_view text);
@@ -34,12 +34,12 @@ private:
     Place find(std::string_view section, std::string_view key) const;
     // Gives the place of its first key.
     std::size_t addSection(std::string_view section);
-    // As the lines of this text end.
+    // The line ending that this text uses.
     std::string ended(const std::string& strLine) const;
 
     const bool _bByteOrderMark;
     const bool _bCarriageReturns;
-    std::vector<std::string> _lines;  // without '\n'; what stands behind the last '\n' is one, too
+    std::vector<std::string> _lines;  // without '\n'; the text after the last '\n' is a line, too
 };
 
 }  // namespace vset

@@ -25,7 +25,7 @@ std::uint64_t sizeOf(const osd::Surface& stSurface) {
     return std::uint64_t{stSurface.u32Pitch} * stSurface.u32Height;
 }
 
-// What the player makes when the set is switched on.
+// The objects that the player makes when the set is switched on.
 constexpr unsigned int kPlayersLayers = 2;
 constexpr HW_U32 kWidth = panel::kWidth, kHeight = panel::kHeight;
 

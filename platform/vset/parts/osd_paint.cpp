@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How the pixels of a surface come onto a picture.
+// Paints the pixels of a surface onto a picture.
 #include "osd_paint.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ double upTo(double limit, HW_U16 u16Value) {
 
 Color adjust(const HW_OSD_ColorMatrix_t& stMatrix, const Color& color) {
     constexpr double kPi = 3.14159265358979323846;
-    // What each color adds to the brightness, and the weights of the two color differences that hue turns.
+    // The share of each color in the brightness, and the weights of the two color differences that hue turns.
     constexpr double kRed = 0.299, kGreen = 0.587, kBlue = 0.114, kU = 0.492, kV = 0.877;
     const double angle = (upTo(kLimit, stMatrix.u16Hue) - kNeutral) / kNeutral * kPi;
     const double saturation = upTo(kLimit, stMatrix.u16Saturation) / kNeutral;
@@ -57,7 +57,7 @@ Color adjust(const HW_OSD_ColorMatrix_t& stMatrix, const Color& color) {
             finish(outBlue, stMatrix.u16BlueGain)};
 }
 
-// The same in whole numbers: adjust() is linear, so that the images of black and of the three colors tell it all.
+// adjust() in whole numbers: it is linear, so that the images of black and of the three colors define it.
 class ColorMap {
 public:
     explicit ColorMap(const HW_OSD_ColorMatrix_t& stMatrix) {
@@ -147,7 +147,7 @@ struct Stretch {
 // Which pixels of a surface are seen along one direction of the picture.
 struct Seen {
     std::uint32_t u32First = 0;              // in the picture
-    std::vector<std::uint32_t> fromSurface;  // for it and those behind it
+    std::vector<std::uint32_t> fromSurface;  // for this pixel and those after it
     bool bOneToOne = true;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How the pixels of a surface come onto a picture: through a window and its layer, with the layer's colors.
+// Paints the pixels of a surface onto a picture: through a window and its layer, with the layer's colors.
 #ifndef VSET_OSD_PAINT_H
 #define VSET_OSD_PAINT_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How the families that make the panel's picture meet: display windows, graphics over them, capture.
+// Composes the panel's picture from the families that make it: display windows, graphics over them, capture.
 #ifndef VSET_PANEL_PICTURE_H
 #define VSET_PANEL_PICTURE_H
 

@@ -28,17 +28,17 @@ public:
     bool exists() const { return _s32Near >= 0; }
     int nearEnd() const { return _s32Near; }
     int farEnd() const { return _s32Far; }
-    // Of the far end.
+    // The path of the far end.
     const std::string& path() const { return _strPath; }
     bool isHungUp() const;
 
-    // How much has been read and written at the near end; 0 when that would block.
+    // Read and write at the near end, and return the number of bytes; 0 when the call would block.
     std::size_t read(char* pcBuffer, std::size_t size) const;
     std::size_t write(std::string_view bytes) const;
     // Writes everything. What the far end does not take within the time loses what it has not read.
     void writeAll(std::string_view bytes, int s32PatienceMs) const;
 
-    // What has not been read at an end.
+    // Return the number of unread bytes at an end.
     void forgetUnreadNear() const;
     void forgetUnreadFar() const;
 

@@ -35,10 +35,10 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t kChunk = 65536;
 constexpr std::size_t kSentKept = 65536;
-// How long a full line waits: for a tty that does not read, and for a terminal program that does not.
+// How long a full line waits for a tty, or for a terminal program, that does not read.
 constexpr auto kTtyPatience = 1s;
 constexpr int kTerminalPatienceMs = 100;
-// How often a tty that is full is tried again at least.
+// The longest pause between two attempts to write to a full tty.
 constexpr int kRetryMs = 20;
 
 constexpr char kSwitchPath[] = "/sys/kernel/uart/uart_switch";
@@ -46,14 +46,14 @@ constexpr char kSwitchPath[] = "/sys/kernel/uart/uart_switch";
 struct Connector {
     PseudoTerminal terminal;
     std::string strSent;
-    // What the tty of the port has not taken yet.
+    // Bytes that the tty of the port has not taken yet.
     std::string strPending;
     unsigned int u32PendingPort = 0;
 };
 
 struct Tty {
     PseudoTerminal terminal;
-    bool bServed = false;  // somebody has opened it, and nobody has seen it hang up
+    bool bServed = false;  // a program has opened it, and it has not hung up since
     std::optional<Clock::time_point> refusingSince;
 };
 
@@ -68,7 +68,7 @@ struct Lines {
     unsigned int u32Halts = 0;  // it is not to do so
 };
 
-Lines& theLines() {
+Lines& serialLines() {
     static Lines& lines = *new Lines;
     return lines;
 }
@@ -80,19 +80,19 @@ void wake(const Lines& lines) {
 
 // Has the lines for itself and keeps the thread off the descriptors, so that they can be closed: the thread would go on
 // sleeping on whatever got their numbers next.
-class Halt {
+class PausedThread {
 public:
-    explicit Halt(Lines& lines) : _lines(lines), _lock(lines.mutex) {
+    explicit PausedThread(Lines& lines) : _lines(lines), _lock(lines.mutex) {
         ++_lines.u32Halts;
         wake(_lines);
         _lines.changed.wait(_lock, [this] { return !_lines.bPolling; });
     }
-    ~Halt() {
+    ~PausedThread() {
         --_lines.u32Halts;
         _lines.changed.notify_all();
     }
-    Halt(const Halt&) = delete;
-    Halt& operator=(const Halt&) = delete;
+    PausedThread(const PausedThread&) = delete;
+    PausedThread& operator=(const PausedThread&) = delete;
 
 private:
     Lines& _lines;
@@ -161,7 +161,7 @@ bool isSwitchOn(const Lines& lines) {
     return cState == '1';
 }
 
-// Of a connector the port, and of a port the connector.
+// Returns the port of a connector, or the connector of a port.
 unsigned int farSideOf(const Lines& lines, unsigned int u32Number) {
     return u32Number < 2 && isSwitchOn(lines) ? u32Number ^ 1u : u32Number;
 }
@@ -181,7 +181,7 @@ void transmitLocked(Lines& lines, unsigned int u32Port, std::string_view bytes) 
 
 // --- The thread ------------------------------------------------------------------------------------------------------
 
-// Whether a tty that has just taken so much is to be waited for.
+// Returns whether to wait for a tty that has just taken so many bytes.
 bool isPatientWith(Tty& tty, std::size_t taken) {
     if (taken != 0) {
         tty.refusingSince.reset();
@@ -208,7 +208,7 @@ void deliverPending(Lines& lines, Connector& connector) {
     connector.strPending.clear();
 }
 
-// What has been typed goes to the port's tty if that is open, else to the middleware's port.
+// Passes typed bytes to the port's tty if that is open, else to the middleware's port.
 void serveConnector(Lines& lines, unsigned int u32Connector, char* pcBuffer) {
     Connector& connector = lines.connectors[u32Connector];
     if (connector.strPending.empty()) {
@@ -234,7 +234,7 @@ void serveTtyOutput(Lines& lines, unsigned int u32Port, char* pcBuffer) {
     if (length != 0) {
         transmitLocked(lines, u32Port, {pcBuffer, length});
     } else if (tty.terminal.isHungUp()) {
-        // Nobody has it open; whoever opens it next says so.
+        // No program has the tty open; the next open() calls serveTty().
         tty.bServed = false;
     }
 }
@@ -243,7 +243,7 @@ constexpr nfds_t kFirstConnector = 1;
 constexpr nfds_t kFirstTty = kFirstConnector + uart::kPorts;
 constexpr nfds_t kPolled = kFirstTty + uart::kTtys;
 
-// What to wait for, and how long. -1 in place of a descriptor: nothing there.
+// Collects the descriptors to wait for, -1 in place of a missing one, and returns how long to wait.
 int collect(const Lines& lines, std::array<pollfd, kPolled>& polled) {
     int s32TimeoutMs = -1;
     polled[0] = {lines.s32Wake, POLLIN, 0};
@@ -285,7 +285,7 @@ void serve(Lines& lines, const std::array<pollfd, kPolled>& polled, char* pcBuff
 
 [[noreturn]] void runSerialThread() {
     nameThread("hw3-serial");
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     static char acBuffer[kChunk];
     std::array<pollfd, kPolled> polled;
     std::unique_lock<std::mutex> lock(lines.mutex);
@@ -315,7 +315,7 @@ void requireNumber(unsigned int u32Number, unsigned int u32Count) {
     throw SetError("connector " + std::to_string(u32Connector) + ": " + pszWhat);
 }
 
-// Whether a process has the set in the folder.
+// Returns whether a process has the set in the folder.
 bool isInUse(const std::string& strFolder) {
     const int s32Lock = open((strFolder + "/lock").c_str(), O_RDONLY | O_CLOEXEC);
     if (s32Lock < 0) {
@@ -330,8 +330,8 @@ bool isInUse(const std::string& strFolder) {
 
 void switchOnSerialLines(const std::string& strFolder) {
     const HostPaths hostPaths;
-    Lines& lines = theLines();
-    const Halt halt(lines);
+    Lines& lines = serialLines();
+    const PausedThread halt(lines);
     lines.strFolder = strFolder;
     if (lines.s32Wake < 0) {
         lines.s32Wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -353,8 +353,8 @@ void switchOnSerialLines(const std::string& strFolder) {
 
 void removeSerialLines() {
     const HostPaths hostPaths;
-    Lines& lines = theLines();
-    const Halt halt(lines);
+    Lines& lines = serialLines();
+    const PausedThread halt(lines);
     if (lines.strFolder.empty()) {
         return;
     }
@@ -384,7 +384,7 @@ void forgetUnreadOfTty(unsigned int u32Port) {
         return;
     }
     const HostPaths hostPaths;
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     Tty& tty = lines.ttys[u32Port];
     if (tty.terminal.isHungUp()) {
@@ -404,20 +404,20 @@ void serveTty(unsigned int u32Port) {
         // Whoever opens a tty is not to see an exception for it.
         std::fprintf(stderr, "virtual set: %s\n", error.what());
     }
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     lines.ttys[u32Port].bServed = true;
     wake(lines);
 }
 
 void transmit(unsigned int u32Port, std::string_view bytes) {
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     transmitLocked(lines, u32Port, bytes);
 }
 
 bool isTtyOpen(unsigned int u32Port) {
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     return isOpen(lines, u32Port);
 }
@@ -448,7 +448,7 @@ void uart::type(unsigned int u32Connector, std::string_view bytes) {
     startSerialThread();
     int s32Terminal = -1;
     {
-        Lines& lines = theLines();
+        Lines& lines = serialLines();
         const std::lock_guard<std::mutex> lock(lines.mutex);
         const int s32Far = lines.connectors[u32Connector].terminal.farEnd();
         s32Terminal = s32Far >= 0 ? fcntl(s32Far, F_DUPFD_CLOEXEC, 3) : -1;
@@ -473,21 +473,21 @@ void uart::type(unsigned int u32Connector, std::string_view bytes) {
 
 std::string uart::sent(unsigned int u32Connector) {
     requireNumber(u32Connector, kPorts);
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     return lines.connectors[u32Connector].strSent;
 }
 
 void uart::clearSent(unsigned int u32Connector) {
     requireNumber(u32Connector, kPorts);
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     lines.connectors[u32Connector].strSent.clear();
 }
 
 bool uart::isCrossed() {
     requireSet();
-    Lines& lines = theLines();
+    Lines& lines = serialLines();
     const std::lock_guard<std::mutex> lock(lines.mutex);
     return isSwitchOn(lines);
 }
@@ -495,8 +495,8 @@ bool uart::isCrossed() {
 void uart::hangUp(unsigned int u32Port) {
     requireNumber(u32Port, kTtys);
     const HostPaths hostPaths;
-    Lines& lines = theLines();
-    const Halt halt(lines);
+    Lines& lines = serialLines();
+    const PausedThread halt(lines);
     makeTty(lines, u32Port);
     if (!lines.ttys[u32Port].terminal.exists()) {
         throw SetError("tty " + std::to_string(u32Port) + ": no pseudo-terminal to be had");

@@ -8,20 +8,21 @@
 #include <string_view>
 
 #include "vset_paths.h"
+#include "vset_storage.h"
 
 namespace vset {
 
-// Makes what is missing: connectors once for as long as the set is attached, ttys anew. The routing switch is off.
+// Makes the missing connectors, which last while the set is attached, and new ttys. Switches routing off.
 void switchOnSerialLines(const std::string& strFolder);
-// Everything goes away, with the links that lead to it.
+// Removes all terminals and the links to them.
 void removeSerialLines();
 
-// From the first use of a line on there is a thread. None before: a program that uses no line gets by without.
+// Starts the thread at the first use of a line, so that a program that uses no line has none.
 void startSerialThread();
 
-// A program is about to open a tty: when nobody else has it open, what was not read is gone.
+// Prepares for a program that opens a tty: discards unread bytes if no other program has it open.
 void forgetUnreadOfTty(unsigned int u32Port);
-// A program has opened a tty, which the thread is to serve from now on.
+// Has the thread serve a tty that a program has opened.
 void serveTty(unsigned int u32Port);
 
 // Opens what may be a tty with `openIt`, which answers `failure` when it cannot. errno is that of `openIt`.
@@ -29,7 +30,11 @@ template <class Result, class OpenIt>
 Result openServed(const char* pszPath, Result failure, const OpenIt& openIt) {
     const int s32Port = serialPortOf(pszPath);
     if (s32Port < 0) {
-        return openIt();
+        const Result result = openIt();
+        if (result == failure && errno == ENOSPC) {
+            tellFullDisk(pszPath);
+        }
+        return result;
     }
     const int s32Errno = errno;
     forgetUnreadOfTty(static_cast<unsigned int>(s32Port));
@@ -45,7 +50,7 @@ Result openServed(const char* pszPath, Result failure, const OpenIt& openIt) {
 // Sends bytes out of the connector that the port is wired to.
 void transmit(unsigned int u32Port, std::string_view bytes);
 
-// The middleware's end: what has arrived at a port whose tty nobody has open.
+// Receives at the middleware's end of a port whose tty no program has open.
 void receiveAtPort(unsigned int u32Port, std::string_view bytes);
 // Bytes that are a tty's, and those of them that it did not take.
 void countAtPort(unsigned int u32Port, std::size_t received, std::size_t dropped);

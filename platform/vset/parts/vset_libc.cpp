@@ -90,7 +90,7 @@ VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
     return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
 }
 
-// What fortified code calls when no mode is given.
+// Fortified code calls these when no mode is given.
 VSET_LIBC int __open_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open_2");
     return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });

@@ -31,10 +31,10 @@ struct Path {
     unsigned int u32DelayMs = 0;
     std::optional<VolumeTable> volumeTable;  // as it was loaded last
 };
-// As above after switching on, and nothing is open.
+// Defaults as above; after switching on nothing is open.
 VSET_API Path path(unsigned int u32Path);
 
-// The middleware does not tell how long the volume tables are that a program hands over: so many entries are read of
+// The middleware does not know how long a program's volume tables are: so many entries are read of
 // each from now on. Only for a program whose tables are that long. 1 after switching on.
 VSET_API void setVolumeTableLength(std::size_t entries);
 
@@ -67,7 +67,7 @@ VSET_API std::string describe(const HW_AOUT_BasicSound_t& stSound);
 // The name of an advanced sound type ("SRS Theater"), or its number.
 VSET_API std::string advancedName(std::uint32_t u32Type);
 
-// All of it, a line for each path that has something to tell and for each effect.
+// All of it, a line for each path that is not at its default, and for each effect.
 VSET_API std::string describeAll();
 
 }  // namespace vset::aout

@@ -17,10 +17,10 @@ struct Cec {
 // Switched off and without eARC after switching on.
 VSET_API Cec state();
 
-// What the set's menu does.
+// Switches CEC as the set's menu does.
 VSET_API void setEnabled(bool bEnabled);
 
-// What the audio system at the other end makes of eARC.
+// The eARC status that the audio system at the other end brings about.
 VSET_API void setEarcStatus(int s32Status);
 
 // The set's player opens CEC, and closes it again: the library finds it open meanwhile.

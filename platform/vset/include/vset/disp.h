@@ -49,15 +49,15 @@ VSET_API void release(unsigned int u32Window);
 // A hand connects a video path to a window, or takes it away. Connected once more, the same path shows something else.
 VSET_API void connectVideo(unsigned int u32Window, const HW_VIDEO_Info_t& stInfo);
 VSET_API void disconnectVideo(unsigned int u32Window);
-// The same for an external input, one for each window. The player opens it for that, unless somebody has it open, and
+// The same for an external input, one for each window. The player opens it for that, unless it is open, and
 // closes it again when no window is connected to it any more. A program finds the input while it is open.
 VSET_API void connectInput(unsigned int u32Window, const Input& input);
 VSET_API void disconnectInput(unsigned int u32Window);
 
-// What the window shows: mute color, test pattern, its source, or black; 1920 x 1080 opaque pixels. A video path shows
-// upright color bars with a bright line that moves, an external input, when there is no video path, bars that lie. Test
-// pattern and mute act at once, without ApplySetting. The test pattern of mode 6 is the color alone, those of the other
-// modes have a shape each.
+// The picture of the window: mute color, test pattern, its source, or black; 1920 x 1080 opaque pixels. A video path
+// shows upright color bars with a bright line that moves, an external input, when there is no video path, bars that
+// lie. Test pattern and mute act at once, without ApplySetting. The test pattern of mode 6 is the color alone, those of
+// the other modes have a shape each.
 VSET_API Picture picture(unsigned int u32Window);
 
 // Stops all video paths at a frame number, so that two looks see the same; without one they move again.
@@ -84,7 +84,7 @@ struct Controller {
 VSET_API Controller controller();
 VSET_API void holdController();
 VSET_API void releaseController();
-// Whether the panel can show an output timing (0 to 46). After switching on it can show all but 40 to 46.
+// Returns whether the panel can show an output timing (0 to 46). After switching on it can show all but 40 to 46.
 VSET_API void setTimingSupported(unsigned int u32Timing, bool bSupported);
 
 }  // namespace vset::disp

@@ -22,7 +22,7 @@ VSET_API void release();
 // The bytes of a panel attribute (HW_DISPOUT_PanelAttr_e), as it was set last or as the panel has it: a record of the
 // attribute's size. Bytes between two fields are 0 however a program has sent them.
 VSET_API std::string attribute(std::uint32_t u32Attr);
-// What the panel has: the bytes of a record of exactly the attribute's size.
+// An attribute of the panel: the bytes of a record of exactly the attribute's size.
 VSET_API void setAttribute(std::uint32_t u32Attr, const std::string& strBytes);
 
 }  // namespace vset::dispout

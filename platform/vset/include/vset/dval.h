@@ -15,7 +15,7 @@ namespace vset::dval {
 struct Drivers {
     std::map<std::uint32_t, std::uint32_t> arguments;  // DVVDO_Arg_e -> the value that was set last
     std::optional<DVVDO_OverScan_t> overScan;          // as it was set last
-    std::uint64_t u64Resets = 0;                       // how often the drivers have been told to read their parameters
+    std::uint64_t u64Resets = 0;                       // how often the drivers were made to read their parameters
 };
 VSET_API Drivers drivers();
 

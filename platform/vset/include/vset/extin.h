@@ -11,16 +11,16 @@
 
 namespace vset::extin {
 
-// How many inputs of a type (HW_EXTIN_Type_e) the chip says it has; switching on puts the board's own counts back.
+// The number of inputs of a type (HW_EXTIN_Type_e) that the chip reports; switching on restores the board's own.
 VSET_API unsigned char inputCount(std::uint32_t u32Type);
 VSET_API void setInputCount(std::uint32_t u32Type, unsigned char u8Count);
 
-// What a hand plugs into an input. The set tells of it exactly that, whether or not it fits together.
+// A source that a person plugs into an input. The set reports these values, whether or not they fit together.
 struct Source {
     HW_EXTIN_Timing_t stTiming = {1920, 1080, 0, 60000};
     std::uint32_t u32Status = E_HW_EXTIN_SIGNAL_LOCKED;     // HW_EXTIN_Signal_e; only a locked signal can be calibrated
     std::uint32_t u32TvSystem = E_HW_EXTIN_TV_SYSTEM_NONE;  // HW_EXTIN_TvSystem_e
-    // What the converter of an analogue input must be set to for this source: the result of automatic calibration.
+    // The setting of the converter that this source needs: the result of automatic calibration.
     HW_EXTIN_AdcGainOffset_t stNeeded = {1064, 1052, 1071, 131, 127, 134};
 };
 
@@ -46,7 +46,7 @@ VSET_API void release(std::uint32_t u32Type, std::uint32_t u32Index);
 constexpr unsigned int kEdidVersions = 4;  // 0 (default) to 3
 constexpr std::size_t kEdidLimit = 512;    // bytes
 
-// What a source reads from a port when its EDID has that version. Kept in the set's folder; a new set has blocks of its
+// The EDID that a source reads from a port at that version. Kept in the set's folder; a new set has blocks of its
 // own for every version (256 bytes).
 VSET_API std::string edid(unsigned int u32Port, unsigned int u32Version);
 VSET_API void setEdid(unsigned int u32Port, unsigned int u32Version, const std::string& strBytes);
@@ -66,11 +66,11 @@ struct Calibration {
     HW_EXTIN_AdcPhase_t stPhase = {16, 16, 16};
     HW_EXTIN_AdcGainOffset_t stGainOffset = {1024, 1024, 1024, 128, 128, 128};
 };
-// What the converter is set to. Kept in the set's folder; that of a new set is as above.
+// The setting of the converter. Kept in the set's folder; that of a new set is as above.
 VSET_API Calibration calibration(std::uint32_t u32Type, std::uint32_t u32Index);
 VSET_API void setCalibration(std::uint32_t u32Type, std::uint32_t u32Index, const Calibration& stCalibration);
 
-// How often automatic calibration has succeeded since the set was switched on.
+// The number of successful automatic calibrations since the set was switched on.
 VSET_API std::uint64_t automaticCalibrations(std::uint32_t u32Type, std::uint32_t u32Index);
 
 // --- The video decoder -----------------------------------------------------------------------------------------------

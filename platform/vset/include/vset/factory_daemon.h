@@ -11,7 +11,7 @@ namespace vset::factory_daemon {
 enum class Behaviour {
     answer,      // with a status word
     stutter,     // with the low byte of the status word alone, then hangs up
-    silence,     // takes the command and says nothing until it is stopped or told something else
+    silence,     // takes the command and sends nothing until its behavior is changed or it is stopped
     hangUp,      // takes the command and closes the connection
     hangUpEarly  // closes the connection without having read anything
 };
@@ -29,7 +29,7 @@ struct Command {
     std::string strRecord;      // all bytes that came
 };
 
-// What it has been sent since it was started or clearCommands(), oldest first.
+// The commands received since it was started or clearCommands(), oldest first.
 VSET_API std::vector<Command> commands();
 VSET_API void clearCommands();
 

@@ -23,13 +23,13 @@ struct Pad {
 };
 VSET_API Pad pad(unsigned int u32Pad);
 
-// What the board drives a pad with from now on, 0 or 1. A pad that the program drives goes on showing that.
+// The level that the board drives a pad with, 0 or 1. A pad that the program drives keeps showing the program's.
 VSET_API void drive(unsigned int u32Pad, unsigned char u8Level);
 
 // The next reads of the pad give these levels one after the other; the last one stays.
 VSET_API void play(unsigned int u32Pad, const std::vector<unsigned char>& levels);
 
-// Whether the board inverts the pad: a program is told so with each read, the level is as wired.
+// Whether the board inverts the pad: each read reports that, and the level as wired.
 VSET_API void setInverted(unsigned int u32Pad, bool bInverted);
 
 // Makes the reads of a pad fail, and work again.

@@ -61,14 +61,14 @@ struct Transfer {
     unsigned char u8Slave;
     std::string strAddress;  // bytes
     std::string strData;     // bytes written, or read
-    bool bAcknowledged;      // false: nobody answers at the address
+    bool bAcknowledged;      // false: no device has the address
 };
 
 // The last 1,024 transfers since switching on or clearTransfers(), oldest first.
 VSET_API std::vector<Transfer> transfers();
 VSET_API void clearTransfers();
 
-// As the program has set it; 0 after switching on.
+// The value that the program has set; 0 after switching on.
 VSET_API unsigned int debugLevel();
 
 // The set's player opens a bus, and closes it again: the library finds it open meanwhile.

@@ -24,7 +24,7 @@ VSET_API std::vector<Interface> interfaces();
 // Replaces them all, 20 at most; two may have the same name, of which a program gets the first. Throws SetError.
 VSET_API void setInterfaces(const std::vector<Interface>& interfaces);
 
-// How many interfaces the middleware says there are, whatever it lists; switching on makes it tell the truth again.
+// The number of interfaces that the middleware reports, whatever it lists; switching on restores the true one.
 VSET_API void setReportedCount(unsigned int u32Count);
 
 }  // namespace vset::net

@@ -34,10 +34,10 @@ struct Layer {
     Rectangle rectangle;                              // on the panel
     std::uint32_t u32SrcWidth = 0, u32SrcHeight = 0;  // so many pixels of the layer fill the rectangle
     bool bShown = false;
-    // As it was sent last. While it is enabled it acts on the layer's colors: hue 0 to 100 turns them by -180 to 180
-    // degrees; saturation and contrast 0 to 100 multiply by 0 to 2, about gray of the same brightness and about middle
-    // gray; brightness 0 to 100 adds -255 to 255; with 50 these four change nothing. Then the gains 0 to 2047 multiply
-    // each color, by 1 with 1024. What lies above counts as the highest value.
+    // The matrix that was sent last. While it is enabled it acts on the layer's colors: hue 0 to 100 turns them by -180
+    // to 180 degrees; saturation and contrast 0 to 100 multiply by 0 to 2, about gray of the same brightness and about
+    // middle gray; brightness 0 to 100 adds -255 to 255; with 50 these four change nothing. Then the gains 0 to 2047
+    // multiply each color, by 1 with 1024. What lies above counts as the highest value.
     std::optional<HW_OSD_ColorMatrix_t> colorMatrix;
     std::vector<Window> windows;  // as they were made
 };
@@ -63,7 +63,7 @@ VSET_API std::vector<Surface> surfaces();
 // The pixels of a surface, as they lie there. Its memory may be gone: SetError.
 VSET_API Picture surfacePicture(std::uint32_t u32Handle);
 
-// What the library is told that surfaces need; powers of two, 64 and 64 after switching on.
+// The alignment that the capabilities report for surfaces; powers of two, 64 and 64 after switching on.
 VSET_API void setSurfaceAlignment(std::uint32_t u32Address, std::uint32_t u32Pitch);
 
 }  // namespace vset::osd

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a person sees who stands before the set. All functions throw SetError when no set is attached.
+// The panel as a person sees it. All functions throw SetError when no set is attached.
 #ifndef VSET_PANEL_H
 #define VSET_PANEL_H
 
@@ -11,7 +11,7 @@ namespace vset::panel {
 constexpr unsigned int kWidth = 1920;
 constexpr unsigned int kHeight = 1080;
 
-// The display windows, of which the first has the others behind it, then the shown OSD layers, layer 0 lowest. All
+// The display windows, the first in front of the others, then the shown OSD layers, layer 0 lowest. All
 // pixels are opaque; where nothing is shown they are black.
 VSET_API Picture look();
 

@@ -16,7 +16,7 @@ struct Led {
 };
 using LedRing = std::array<Led, 4>;
 
-// What the ring shows; dark after switching on.
+// The colors of the ring; dark after switching on.
 VSET_API LedRing leds();
 
 struct LedChange {

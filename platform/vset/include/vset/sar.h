@@ -3,7 +3,7 @@
 // number is out of range.
 //
 // The keypad is a ladder of resistors on channel 0: a pressed key pulls the channel to its threshold. Which thresholds
-// and key codes there are, the program tells the chip when it opens the keypad. Switching on lets all keys go and puts
+// and key codes there are, the program says when it opens the keypad. Switching on releases all keys and puts
 // every channel to kOpen.
 #ifndef VSET_SAR_H
 #define VSET_SAR_H
@@ -19,7 +19,7 @@ constexpr unsigned char kOpen = 0xFF;  // what an unconnected channel reads
 
 // --- Voltages --------------------------------------------------------------------------------------------------------
 
-// What the converter of a channel reads. A voltage on channel 0 is one on the ladder, but no key press: the chip
+// The reading of a channel's converter. A voltage on channel 0 is one on the ladder, but no key press: the chip
 // reports the keys that press() presses.
 VSET_API unsigned char voltage(unsigned int u32Channel);
 VSET_API void setVoltage(unsigned int u32Channel, unsigned char u8Value);
@@ -28,7 +28,7 @@ VSET_API void setVoltage(unsigned int u32Channel, unsigned char u8Value);
 
 // Presses key `u32Key` (0 to 7, from the ladder's low end) and lets it go. The callback runs on a thread of the
 // middleware, one key after the other; press() does not wait for it. A key that the program has not configured, or that
-// nobody is registered for, is dropped and counted; so is one too many when 65,536 wait.
+// no callback is registered for, is dropped and counted; so is one too many when 65,536 wait.
 VSET_API void press(unsigned int u32Key);
 
 // The first key with that code. Throws SetError when the keypad has none.
@@ -41,7 +41,7 @@ struct Key {
 
 struct Keypad {
     bool bOpen = false;              // the program has configured it
-    bool bCallback = false;          // somebody is registered for its keys
+    bool bCallback = false;          // a callback is registered for its keys
     unsigned char u8FirstBound = 0;  // as the program has given them
     unsigned char u8SecondBound = 0;
     std::vector<Key> keys;  // as many as it has levels, eight at most

@@ -37,10 +37,10 @@ struct Firmware {
     std::uint64_t u64Size;
     std::uint32_t u32Crc32;  // of all bytes, as zlib's crc32 has it
 };
-// What has been flashed, oldest first.
+// The flashed firmware, oldest first.
 VSET_API std::vector<Firmware> flashedFirmware();
 
-// A register of the chip, 0 when nobody has written it.
+// A register of the chip, 0 until it is written.
 VSET_API std::uint32_t readRegister(std::uint32_t u32Bank, std::uint32_t u32Offset);
 VSET_API void writeRegister(std::uint32_t u32Bank, std::uint32_t u32Offset, std::uint32_t u32Value);
 
@@ -62,7 +62,7 @@ constexpr std::uint32_t kRegionLimit = 0x10000000;
 // Gives a region another size, at most kRegionLimit. What was in it is lost, and so are pointers into it.
 VSET_API void resizeRegion(std::uint32_t u32MmapId, std::uint32_t u32Size);
 
-// How much memory the IOMMU has in all: 64 MiB unless told otherwise. What is allocated stays.
+// The size of the IOMMU's memory, 64 MiB unless set. Allocated memory stays.
 VSET_API void setIommuMemory(std::uint64_t u64Size);
 
 }  // namespace vset::sys

@@ -11,7 +11,7 @@ namespace vset::tuner {
 
 constexpr unsigned int kSlotLimit = 8;
 
-// How many slots the chip says it has; switching on puts the board's own two back.
+// The number of slots that the chip reports; switching on restores the board's own two.
 VSET_API unsigned int slotCount();
 VSET_API void setSlotCount(unsigned int u32Count);
 
@@ -20,12 +20,12 @@ struct Slot {
     bool bPlayer = false;  // the set's player has it, not the library
     bool bLocked = false;
     std::int32_t s32Ber = 0;        // bit error rate that the middleware reads while the slot is locked
-    std::uint64_t u64VifInits = 0;  // how often the program has initialised the IF stage anew: step 1, then step 0
+    std::uint64_t u64VifInits = 0;  // how often the program has initialized the IF stage: step 1, then step 0
 };
 // After switching on, the player has slot 0, which is locked.
 VSET_API Slot slot(unsigned int u32Slot);
 
-// A station comes and goes. lock() opens the slot for the player when nobody has it open; unlock() leaves it open.
+// A station comes and goes. lock() opens the slot for the player unless it is open; unlock() leaves it open.
 VSET_API void lock(unsigned int u32Slot);
 VSET_API void unlock(unsigned int u32Slot);
 VSET_API void setBer(unsigned int u32Slot, std::int32_t s32Ber);

@@ -38,7 +38,7 @@ VSET_API std::vector<Connector> connectors(const std::string& strFolder);
 // used them. A tty that takes nothing for a second loses what arrives until it reads again.
 VSET_API void type(unsigned int u32Connector, std::string_view bytes);
 
-// What the set has sent out of the connector, at most the last 65,536 bytes of it.
+// The bytes that the set has sent out of the connector, at most the last 65,536.
 VSET_API std::string sent(unsigned int u32Connector);
 VSET_API void clearSent(unsigned int u32Connector);
 
@@ -47,7 +47,7 @@ VSET_API void clearSent(unsigned int u32Connector);
 struct Port {
     bool bOpen = false;              // in the middleware
     bool bPlayer = false;            // the set's player has it, not the library
-    bool bCallback = false;          // somebody is registered for its bytes
+    bool bCallback = false;          // a callback is registered for its bytes
     bool bTtyOpen = false;           // a program has its tty open
     unsigned int u32BaudRate = 0;    // HW_UART_BaudRate_e
     unsigned int u32DeviceType = 0;  // as it was opened
@@ -58,7 +58,7 @@ struct Port {
 };
 VSET_API Port port(unsigned int u32Port);
 
-// Whether the routing switch is on.
+// Returns whether the routing switch is on.
 VSET_API bool isCrossed();
 
 // The set's player opens a port, and closes it again: the library finds it open meanwhile.

@@ -8,8 +8,10 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #define VSET_API __attribute__((visibility("default")))
@@ -31,6 +33,31 @@ VSET_API void create(const std::string& strFolder);
 // `strFolder` is no set at all.
 VSET_API std::vector<std::string> check(const std::string& strFolder);
 
+// How something in a set's folder is made whole.
+struct Repair {
+    std::string strFile;              // below the folder: "env/emmc.img"
+    std::vector<std::string> damage;  // as check() tells it
+    std::string strRemedy;            // "the environment of a new set"
+    // Puts it into the damaged file's place; what has a link to that keeps it. Throws SetError.
+    std::function<void()> mend;
+};
+
+// What there is to be mended in a set's folder, none of which is done yet. Also when set.json itself is missing or is
+// rubbish. Throws SetError when `strFolder` has nothing of a set.
+VSET_API std::vector<Repair> repairs(const std::string& strFolder);
+
+// While one lives, nobody switches the set in this folder on, this process included. Throws SetError when somebody has.
+class VSET_API Hold {
+public:
+    explicit Hold(const std::string& strFolder);
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+private:
+    const int _s32Lock;
+};
+
 // Takes the set in `strFolder`, made on first use, and switches it on. A set belongs to one process at a time.
 // A process that never calls this gets the set of defaultFolder() with its first middleware call. Throws SetError.
 VSET_API void attach(const std::string& strFolder);
@@ -44,6 +71,14 @@ VSET_API std::string folder();
 
 // $VSET_DIR, else vset below $XDG_STATE_HOME, else below ~/.local/state.
 VSET_API std::string defaultFolder();
+
+// What this PC could not store of the set since the last call of this function: one line each, naming the file. What a
+// middleware call answers when the PC's disk is full says nothing about a set with storage of its own.
+VSET_API std::vector<std::string> takeHostTroubles();
+
+// Adds to that, for a host program that writes into the set's tree by itself. An errno that is not one of a disk is the
+// set's own, and is passed over.
+VSET_API void noteHostTrouble(const std::string& strFile, int s32Error);
 
 // Where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves itself,
 // else the path unchanged.
@@ -60,13 +95,16 @@ public:
 };
 
 // While one lives, access() in this thread finds the file at this path of the set, whether it is there or not: a switch
-// that is on for one call, and a set that stays as it is. One at a time.
+// that is on for a while, and a set that stays as it is. Of several the youngest counts.
 class VSET_API PretendedFile {
 public:
     explicit PretendedFile(const char* pszPath);
     ~PretendedFile();
     PretendedFile(const PretendedFile&) = delete;
     PretendedFile& operator=(const PretendedFile&) = delete;
+
+private:
+    const char* const _pszBefore;
 };
 
 // --- Power -----------------------------------------------------------------------------------------------------------
@@ -91,10 +129,16 @@ struct JournalEntry {
     std::string strArguments;  // "type=2 key=\"bootdelay\""
     long long s64Result;       // a pointer counts as 1, null as 0
     bool bFault;               // an injected fault answered
+    bool bFailed;              // by the function's kind of result: a code above HW_HAS_INITED, -1, null
+    int s32Errno;              // after a failed call; 0 unless the function sets it
+    std::thread::id thread;    // that called
 };
 
-// The last calls of the middleware, oldest first.
-VSET_API std::vector<JournalEntry> journal();
+// The last calls of the middleware behind the one of that number, oldest first.
+VSET_API std::vector<JournalEntry> journal(std::uint64_t u64After = 0);
+
+// The number of the last call; 0 before the first.
+VSET_API std::uint64_t lastCall();
 
 VSET_API void clearJournal();
 
@@ -119,6 +163,9 @@ struct Fault {
 VSET_API void inject(const Fault& stFault);
 
 VSET_API void clearFaults();
+
+// The names of all functions that a fault can be injected into, kAllocation among them, sorted.
+VSET_API const std::vector<std::string>& faultNames();
 
 // How many allocations that a fault of kAllocation could make fail there have been in this process.
 VSET_API std::size_t allocations();

@@ -14,16 +14,16 @@ namespace vset::wdt {
 
 struct Watchdog {
     bool bPresent = true;         // a set may be built without
-    unsigned int u32Seconds = 0;  // that it was given last; 0: it stands still
+    unsigned int u32Seconds = 0;  // its last setting; 0: stopped
     double remaining = 0;         // seconds until it runs out
-    bool bRebooted = false;       // it has rebooted the set, which nobody has acknowledged
+    bool bRebooted = false;       // it has rebooted the set, and no program has acknowledged that
     unsigned int u32Reboots = 0;  // how often since the set was attached
 };
 
 // Present and standing still after switching on.
 VSET_API Watchdog state();
 
-// What a program reads as the reason of the last reboot.
+// The reason of the last reboot, as programs read it.
 VSET_API void setRebooted(bool bRebooted);
 
 // Takes the watchdog out, and puts it back; switching on puts it back, too.

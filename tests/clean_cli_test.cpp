@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+// What runs leave on the disk of the PC: how much of it stays by itself, and what `fapi clean` removes.
+#include <set>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/plan_fixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::SizeIs;
+
+namespace fs = std::filesystem;
+using Strings = std::vector<std::string>;
+using Names = std::set<std::string>;
+
+class CleanCli : public test::PlanTest {
+protected:
+    void SetUp() override {
+        PlanTest::SetUp();
+        fs::create_directories(temporary());
+        fs::create_directories(reports());
+        setenv("TMPDIR", temporary().c_str(), 1);
+        _strGood = writeFile("good.plan", "plan Good\nstep a\nsys_init\npicture shot\n");
+        _strBad = writeFile("bad.plan", "plan Bad\nstep a\nsys_check_file /data/none\n");
+    }
+    void TearDown() override {
+        unsetenv("TMPDIR");
+        PlanTest::TearDown();
+    }
+
+    std::string temporary() const { return folder() + "/tmp"; }
+    test::ProcessResult run(const std::string& strPlan, Strings words = {}) const {
+        words.insert(words.begin(), {"run", "--report", reports(), strPlan});
+        return fapi(words);
+    }
+    test::ProcessResult clean(Strings words = {}) const {
+        words.insert(words.begin(), {"-y", "clean", "--report", reports()});
+        return fapi(words);
+    }
+    // Everything there is, without what lies in folders that begin with fapi-set-.
+    Names everything() const {
+        Names found;
+        for (auto entry = fs::recursive_directory_iterator(folder()); entry != fs::recursive_directory_iterator();
+             ++entry) {
+            found.insert(entry->path().string());
+            if (entry->path().filename().string().rfind("fapi-set-", 0) == 0) {
+                entry.disable_recursion_pending();
+            }
+        }
+        return found;
+    }
+    static Names without(Names all, const Names& removed) {
+        for (const std::string& strName : removed) {
+            EXPECT_EQ(all.erase(strName), 1u) << strName;
+        }
+        return all;
+    }
+    Names setsIn() const {
+        Names found;
+        for (const auto& entry : fs::directory_iterator(temporary())) {
+            found.insert(entry.path().string());
+        }
+        return found;
+    }
+    Names reportFiles(const Names& extensions) const {
+        Names found;
+        for (const auto& entry : fs::directory_iterator(reports())) {
+            if (extensions.count(entry.path().extension().string()) != 0) {
+                found.insert(entry.path().string());
+            }
+        }
+        return found;
+    }
+
+    std::string _strGood, _strBad;
+};
+
+TEST_F(CleanCli, ReportsLeaveWithTheHistory) {
+    EXPECT_EQ(run(_strGood).s32Exit, 0);
+    const std::string strStem = fs::path(reportFile(".json")).replace_extension().string();
+    const Names foreign = {strStem + "-mine.png", strStem + ".txt", reports() + "/other.html"};
+    for (const std::string& strFile : foreign) {
+        std::ofstream(strFile) << "mine";
+    }
+    EXPECT_EQ(run(_strGood, {"--repeat", "4", "--keep", "3"}).s32Exit, 0);
+    EXPECT_THAT(reportFiles({".xml", ".json"}), SizeIs(6));
+    EXPECT_THAT(reportFiles({".html", ".png"}), SizeIs(6 + 2));
+    EXPECT_THAT(everything(), IsSupersetOf(foreign));
+    // A report that has just been written stays, even if nobody is to know of it.
+    EXPECT_EQ(run(_strGood, {"--keep", "0"}).s32Exit, 0);
+    EXPECT_THAT(reportFiles({".json"}), SizeIs(1));
+}
+
+TEST_F(CleanCli, TemporarySetsOfFailedRunsAreFew) {
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(run(_strBad, {"--fresh"}).s32Exit, 1);
+        EXPECT_EQ(run(_strGood, {"--fresh"}).s32Exit, 0);
+    }
+    EXPECT_THAT(setsIn(), SizeIs(5));
+}
+
+TEST_F(CleanCli, RemovesWhatItSaysAndNothingElse) {
+    // What is not a run's: a set of the user's, one behind a link, and files that only look like it.
+    const std::string strOwn = temporary() + "/fapi-set-mine01";
+    EXPECT_EQ(test::runProcess({FAPI_BINARY, "--set", strOwn, "set", "create"}).s32Exit, 0);
+    EXPECT_EQ(run(_strBad, {"--fresh"}).s32Exit, 1);
+    const std::string strUsed = *std::prev(without(setsIn(), {strOwn}).end());
+    fs::rename(strUsed, folder() + "/elsewhere");
+    fs::create_directory_symlink(folder() + "/elsewhere", strUsed);
+    std::ofstream(reports() + "/scan-20260101-000000.json") << R"({"plan": 1})";
+    std::ofstream(reports() + "/scan-20260101-000000.xml") << "<testsuites/>";
+
+    const Names foreign = setsIn();
+    EXPECT_EQ(run(_strBad, {"--fresh", "--repeat", "2"}).s32Exit, 1);
+    const Names sets = without(setsIn(), foreign);
+    // A run that was killed, and a report that the history does not know.
+    const std::string strKilled = reports() + "/bad-20260101-000000";
+    std::ofstream(strKilled + ".json") << "";
+    std::ofstream(strKilled + ".unfinished")
+        << R"({"plan":"p","hash":"","faults":"","set":")" << *sets.begin() << R"(/set","fresh":true})"
+        << "\n";
+    EXPECT_EQ(run(_strGood, {"--keep", "0"}).s32Exit, 0);
+    const std::string strStem = fs::path(*reportFiles({".png"}).begin()).replace_extension().string();
+    const std::string strForgotten = strStem.substr(0, strStem.size() - std::string("-shot").size());
+    const Names forgotten = {strForgotten + ".json", strForgotten + ".xml", strForgotten + ".html", strStem + ".png"};
+    const Names killed = {strKilled + ".json", strKilled + ".unfinished"};
+    EXPECT_EQ(run(_strGood).s32Exit, 0);
+    const Names before = everything();
+
+    const auto told = [this](const Strings& words) {
+        Names paths;
+        std::istringstream lines(clean(words).strOutput);
+        for (std::string strLine; std::getline(lines, strLine);) {
+            const nlohmann::json json = nlohmann::json::parse(strLine);
+            if (json.contains("path") && json.contains("bytes")) {
+                paths.insert(json["path"].get<std::string>());
+            }
+        }
+        return paths;
+    };
+    Names all = sets;
+    all.insert({strKilled + ".unfinished", strForgotten});
+    EXPECT_EQ(told({"--dry-run", "--json"}), Names({strForgotten}));
+    EXPECT_EQ(told({"--dry-run", "--json", "--all"}), all);
+    EXPECT_EQ(everything(), before) << "nothing is removed by a dry run";
+
+    EXPECT_EQ(told({"--json"}), Names({strForgotten}));
+    EXPECT_EQ(everything(), without(before, forgotten)) << "the newest sets stay, and what can be resumed";
+
+    const int s32Lock = open((*sets.rbegin() + "/fapi-run.lock").c_str(), O_RDONLY);
+    EXPECT_EQ(flock(s32Lock, LOCK_EX), 0);
+    const test::ProcessResult result = clean({"--all"});
+    close(s32Lock);
+    EXPECT_THAT(result.strOutput, HasSubstr("set " + *sets.rbegin() + ": stays, in use\n"));
+    EXPECT_THAT(result.strOutput, HasSubstr("\n2 removed, "));
+    EXPECT_EQ(everything(), without(without(without(before, forgotten), {*sets.begin()}), killed));
+    EXPECT_TRUE(fs::exists(folder() + "/elsewhere/set/set.json")) << "links are not followed";
+}
+
+}  // namespace

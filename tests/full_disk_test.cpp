@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+// A disk of the PC that gets full: it is told as what it is, and nothing half done stays.
+#include <fstream>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/plan_fixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+using Strings = std::vector<std::string>;
+
+// Has a disk of 1 MiB that only this process and its children see.
+class FullDisk : public test::PlanTest {
+protected:
+    void SetUp() override {
+        PlanTest::SetUp();
+        fs::create_directories(disk());
+        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("tmpfs", disk().c_str(), "tmpfs", 0, "size=1m") != 0) {
+            GTEST_SKIP() << "no private file system can be mounted here";
+        }
+    }
+    void TearDown() override {
+        umount2(disk().c_str(), MNT_DETACH);
+        PlanTest::TearDown();
+    }
+
+    std::string disk() const { return folder() + "/disk"; }
+    // Leaves so many KiB.
+    void fill(std::uintmax_t kibibytes) const {
+        const std::string strFile = disk() + "/filler";
+        fs::remove(strFile);
+        std::ofstream(strFile) << std::string(fs::space(disk()).available - kibibytes * 1024, 'x');
+        ASSERT_EQ(fs::space(disk()).available, kibibytes * 1024);
+    }
+    Strings files(const std::string& strFolder) const {
+        Strings found;
+        for (const auto& entry : fs::recursive_directory_iterator(strFolder)) {
+            if (entry.path().filename() != "filler") {
+                found.push_back(entry.path().lexically_relative(strFolder).string());
+            }
+        }
+        return found;
+    }
+    test::ProcessResult run(const std::string& strReports, const std::string& strPlan) const {
+        return fapi({"run", "--report", strReports, writeFile("p.plan", "plan P\n" + strPlan)});
+    }
+    std::string reportIn(const std::string& strFolder, const char* pszExtension) const {
+        for (const std::string& strFile : files(strFolder)) {
+            if (fs::path(strFile).extension() == pszExtension) {
+                return readFile(strFolder + "/" + strFile);
+            }
+        }
+        return "";
+    }
+};
+
+TEST_F(FullDisk, ASetIsMadeAsAWholeOrNotAtAll) {
+    const std::string strSet = disk() + "/a/set";
+    for (const std::uintmax_t kibibytes : {0, 4, 32, 64, 72}) {
+        for (const bool bExists : {false, true}) {
+            SCOPED_TRACE(std::to_string(kibibytes) + (bExists ? " KiB, there is a folder" : " KiB"));
+            if (bExists) {
+                fs::create_directories(strSet);
+            }
+            fill(kibibytes);
+            const test::ProcessResult result = test::runProcess({FAPI_BINARY, "--set", strSet, "set", "create"});
+            EXPECT_EQ(result.s32Exit, 3);
+            EXPECT_THAT(result.strError, HasSubstr("fapi: " + strSet + ": no set could be made: " + strSet));
+            EXPECT_THAT(result.strError, HasSubstr("No space left on device"));
+            EXPECT_THAT(files(disk()), bExists ? Strings({"a", "a/set"}) : Strings());
+            fs::remove_all(disk() + "/a");
+        }
+    }
+    fill(200);
+    EXPECT_EQ(test::runProcess({FAPI_BINARY, "--set", strSet, "set", "power-cycle"}).s32Exit, 0);
+}
+
+// The JSON report is the largest of these, and the page the last.
+TEST_F(FullDisk, EachReportIsTriedAndWhatCouldBeWrittenIsWhole) {
+    const std::string strPlan = "step a\nsys_init\nset put /data/f repeat:40000:x\nsys_read_file /data/f 40000\n";
+    const struct {
+        std::uintmax_t kibibytes;
+        bool json, html;
+    } rows[] = {{0, false, false}, {64, false, true}, {400, true, true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.kibibytes);
+        const std::string strReports = disk() + "/reports" + std::to_string(row.kibibytes);
+        fill(row.kibibytes);
+        const test::ProcessResult result = run(strReports, strPlan);
+        EXPECT_EQ(result.s32Exit, row.json ? 0 : 3) << result.strError;
+        EXPECT_THAT(result.strOutput, HasSubstr("1 passed, 0 marginal, 0 failed, 0 not run"));
+        EXPECT_EQ(nlohmann::json::accept(reportIn(strReports, ".json")), row.json);
+        EXPECT_EQ(reportIn(strReports, ".html").find("</html>") != std::string::npos, row.html);
+        EXPECT_EQ(result.strError.find("fapi: the disk is full: " + strReports) != std::string::npos, !row.json);
+        for (const std::string& strFile : files(strReports)) {
+            EXPECT_NE(fs::file_size(strReports + "/" + strFile), 0u) << strFile;
+        }
+    }
+}
+
+TEST_F(FullDisk, APictureThatCannotBeStoredIsNoFailureOfTheUnit) {
+    fill(24);
+    const test::ProcessResult result = run(disk() + "/reports", "step a\nsys_init\npicture shot\n");
+    EXPECT_EQ(result.s32Exit, 3);
+    const std::string strNote = "picture shot is not stored: the disk is full: " + disk() + "/reports/p-";
+    EXPECT_THAT(result.strError, HasSubstr("fapi: " + strNote));
+    const auto report = nlohmann::json::parse(reportIn(disk() + "/reports", ".json"));
+    EXPECT_EQ(report["steps"][0]["verdict"], "passed");
+    EXPECT_THAT(report["notes"].dump(), HasSubstr(strNote));
+    EXPECT_EQ(reportIn(disk() + "/reports", ".png"), "");
+
+    const test::ProcessResult screen = fapi({"screen", disk() + "/x.png"});
+    EXPECT_EQ(screen.s32Exit, 1);
+    EXPECT_EQ(screen.strError, "fapi: the disk is full: " + disk() + "/x.png\n");
+    EXPECT_FALSE(fs::exists(disk() + "/x.png"));
+}
+
+// What the middleware answers when the PC stores nothing more for it is no word about the unit.
+TEST_F(FullDisk, TheSetsOwnDiskIsAnErrorOfTheStation) {
+    fs::create_directory_symlink(disk() + "/set", set());
+    EXPECT_EQ(test::runProcess({FAPI_BINARY, "--set", disk() + "/set", "set", "power-cycle"}).s32Exit, 0);
+    const struct {
+        const char* line;
+        const char* file;  // of the set
+    } rows[] = {
+        {"sys_set_emmc_env_var serial X", "env/emmc.img.new"},
+        {"sys_write_emmc misc 0 X\nexpect status failed", "partitions/misc.img.new"},
+        {"sys_copy_file /data/large /data/copy", "tree/data/copy"},
+        {"set put /data/other repeat:9000:x", "tree/data/other"},
+    };
+    std::ofstream(disk() + "/set/tree/data/large") << std::string(9000, 'x');
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.line);
+        // Switching on stores a file.
+        fill(4);
+        const test::ProcessResult result = run(reports(), "step a\nsys_init\n" + std::string(row.line) + "\n");
+        EXPECT_EQ(result.s32Exit, 3);
+        const std::string strText = std::string("the disk of the virtual set is full: .*/set/") + row.file;
+        const nlohmann::json step = report()["steps"][0];
+        EXPECT_EQ(step["verdict"], "error");
+        EXPECT_THAT(step["text"].get<std::string>(), testing::ContainsRegex(strText));
+        EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr(R"(failures="0" errors="1")"));
+        EXPECT_EQ(fapiJson({"history", "show", "last", "--report", reports()})["verdict"], "error");
+        fs::remove_all(reports());
+        fs::remove(disk() + "/set/tree/data/copy");
+        fs::remove(disk() + "/set/tree/data/other");
+    }
+    fill(4);
+    EXPECT_EQ(fapi({"-y", "call", "sys_set_emmc_env_var", "serial", "X"}).s32Exit, 3);
+    fill(100);
+    EXPECT_EQ(fapi({"-y", "call", "sys_set_emmc_env_var", "serial", "X"}).s32Exit, 0);
+}
+
+}  // namespace

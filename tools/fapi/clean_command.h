@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi clean`: removes what runs have left behind and nobody needs.
+#ifndef FAPI_TOOL_CLEAN_COMMAND_H
+#define FAPI_TOOL_CLEAN_COMMAND_H
+
+#include "set_commands.h"
+
+namespace tool {
+
+struct CleanOptions {
+    std::string report;  // folder; empty: "reports"
+    bool dryRun = false;
+    bool all = false;  // also what somebody might still look at or go on with
+};
+
+// Returns an exit code: kExitFailed when something could not be removed.
+int clean(const GlobalOptions& options, const CleanOptions& cleanOptions);
+
+}  // namespace tool
+
+#endif
