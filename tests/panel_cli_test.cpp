@@ -222,12 +222,14 @@ TEST_F(PanelCli, ThePictureIsShownOnTheTerminal) {
     const char* const pszGreen = "disptst_gen_test_pattern mod on 1 green";
     const std::string strCell = "\033[38;2;0;255;0;48;2;0;255;0m\u2580\u2580";
     for (const char* pszOption : {"--preview", "--yes"}) {
-        const test::ProcessResult result = fapi({"screen", pszOption, "--do", pszGreen});
+        const test::ProcessResult result = fapi({"screen", "--color=always", pszOption, "--do", pszGreen});
         EXPECT_THAT(result.strOutput, StartsWith(strCell)) << result.strError;
         EXPECT_THAT(result.strOutput, testing::EndsWith("\033[0m\npanel, 1920 x 1080\n"));
     }
-    EXPECT_THAT(fapi({"shell"}, std::string(pszGreen) + "\nscreen\n").strOutput, HasSubstr("\n" + strCell));
-    const test::ProcessResult both = fapi({"screen", file(), "--preview"});
+    EXPECT_THAT(fapi({"shell", "--color=always"}, std::string(pszGreen) + "\nscreen\n").strOutput,
+                HasSubstr("\n" + strCell));
+    EXPECT_EQ(fapi({"screen"}).strOutput, "panel, 1920 x 1080\n") << "a pipe shows no colors";
+    const test::ProcessResult both = fapi({"screen", file(), "--preview", "--color=always"});
     EXPECT_THAT(both.strOutput, HasSubstr("\u2580"));
     EXPECT_EQ(kindOf(file()), "PNG 1920x1080");
 }

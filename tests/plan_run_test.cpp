@@ -355,6 +355,15 @@ TEST_F(PlanRun, CtrlC) {
             found.push_back(step["verdict"]);
         }
         EXPECT_EQ(found, row.verdicts);
+        const auto interrupted = std::find(row.verdicts.begin(), row.verdicts.end(), "interrupted");
+        const bool wasCut = interrupted != row.verdicts.end();
+        if (wasCut) {
+            const auto& step = json["steps"][static_cast<std::size_t>(interrupted - row.verdicts.begin())];
+            EXPECT_THAT(step["text"].get<std::string>(), testing::EndsWith("interrupted"));
+        }
+        EXPECT_EQ(json["verdict"], wasCut ? "interrupted" : "failed");
+        EXPECT_THAT(result.strOutput, HasSubstr(wasCut ? "INTERRUPTED" : "FAIL"));
+        EXPECT_EQ(result.strOutput.find(" 0 failed, 1 interrupted, ") != std::string::npos, wasCut);
     }
 }
 
@@ -367,6 +376,9 @@ TEST_F(PlanRun, ReportsHoldEverything) {
     const pugi::xml_node suite = document.child("testsuites").child("testsuite");
     EXPECT_STREQ(suite.attribute("tests").value(), "1");
     EXPECT_STREQ(suite.attribute("failures").value(), "1");
+    EXPECT_STREQ(suite.child("properties").child("property").attribute("value").value(), "failed");
+    EXPECT_STRNE(suite.attribute("hostname").value(), "");
+    EXPECT_THAT(suite.attribute("timestamp").value(), testing::MatchesRegex("....-..-..T..:..:..[+-]..:.."));
     EXPECT_STREQ(suite.child("testcase").attribute("name").value(), "odd <&> ? name");
     EXPECT_THAT(suite.child("testcase").child("failure").attribute("message").value(),
                 HasSubstr("data is 2 bytes: 00 ff, expected \"hex:00fe\""));

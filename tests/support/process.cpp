@@ -100,9 +100,10 @@ ProcessResult runProcess(const std::vector<std::string>& command, const std::str
     return stResult;
 }
 
-ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed) {
+ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed,
+                            unsigned int u32Columns) {
     int s32Terminal = -1;
-    winsize stSize = {50, 200, 0, 0};
+    winsize stSize = {50, static_cast<unsigned short>(u32Columns), 0, 0};
     const pid_t child = forkpty(&s32Terminal, nullptr, nullptr, &stSize);
     if (child == 0) {
         setenv("TERM", "xterm", 1);

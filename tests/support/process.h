@@ -23,7 +23,8 @@ struct Typed {
     std::string strWaitFor;
     std::string strKeys;
 };
-ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed);
+ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed,
+                            unsigned int u32Columns = 200);
 
 }  // namespace test
 

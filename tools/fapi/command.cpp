@@ -98,20 +98,20 @@ Outcome Command::run() const {
     if (_operation != nullptr) {
         return invoke(*_operation, _arguments);
     }
-    Outcome outcome;
     if (_hand == nullptr) {
-        return outcome;
+        return {};
     }
     Call call(_arguments);
     try {
         _hand->run(call);
+        return call.take();
     } catch (const vset::SetError& error) {
+        call.out("error", std::string(error.what()));
+        Outcome outcome = call.take();
         outcome.status = -1;
         outcome.good = false;
-        call.out("error", std::string(error.what()));
+        return outcome;
     }
-    outcome.outputs = std::move(call.outputs());
-    return outcome;
 }
 
 std::string Command::word(const Outcome& outcome) const {

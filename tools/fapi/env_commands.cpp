@@ -17,6 +17,7 @@
 #include "env_text.h"
 #include "output.h"
 #include "report_text.h"
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -45,7 +46,7 @@ struct Bench {
 };
 
 void note(const Bench& bench, const std::string& text) {
-    std::fprintf(stderr, "fapi: %s: %s\n", bench.store.flash().c_str(), text.c_str());
+    printMessage(bench.store.flash() + ": " + text);
 }
 
 // Makes a new set where there is none at all; a damaged one stays as it is.

@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -121,7 +122,7 @@ FreshSet::~FreshSet() {
 void FreshSet::keep(bool kept) {
     _kept = kept;
     if (kept) {
-        std::fprintf(stderr, "fapi: the set is kept in %s\n", _set.c_str());
+        printMessage("the set is kept in " + _set);
     }
 }
 

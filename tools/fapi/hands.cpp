@@ -74,25 +74,34 @@ void fault(Call& call) {
 void journal(Call& call) {
     const std::vector<vset::JournalEntry> entries = vset::journal();
     const auto wanted = call.number<std::size_t>(0);
-    std::string text;
+    Rows rows;
     for (std::size_t i = entries.size() > wanted ? entries.size() - wanted : 0; i < entries.size(); ++i) {
         const vset::JournalEntry& entry = entries[i];
-        text += std::to_string(entry.u64Number) + " " + entry.pszCall + "(" + entry.strArguments +
-                ") = " + std::to_string(entry.s64Result) + (entry.bFault ? " by fault\n" : "\n");
+        rows.push_back({std::to_string(entry.u64Number) + " " + entry.pszCall + "(" + entry.strArguments +
+                            ") = " + std::to_string(entry.s64Result) + (entry.bFault ? " by fault" : ""),
+                        {{"number", static_cast<long long>(entry.u64Number)},
+                         {"call", entry.pszCall},
+                         {"arguments", entry.strArguments},
+                         {"result", static_cast<long long>(entry.s64Result)},
+                         {"fault", entry.bFault}}});
     }
-    call.out("calls", std::move(text));
+    call.outRows("calls", std::move(rows));
 }
 
 void handles(Call& call) {
-    std::string library, player;
+    Rows library, player;
     for (const vset::OpenHandle& handle : vset::openHandles()) {
         char line[128];
-        std::snprintf(line, sizeof(line), "%s %llu 0x%x\n", handle.strFamily.c_str(),
+        std::snprintf(line, sizeof(line), "%s %llu 0x%x", handle.strFamily.c_str(),
                       static_cast<unsigned long long>(handle.u64Key), handle.u32Handle);
-        (handle.bPlayer ? player : library) += line;
+        (handle.bPlayer ? player : library)
+            .push_back({line,
+                        {{"family", handle.strFamily},
+                         {"key", static_cast<long long>(handle.u64Key)},
+                         {"handle", handle.u32Handle}}});
     }
-    call.out("handles", std::move(library));
-    call.out("player", std::move(player));
+    call.outRows("handles", std::move(library));
+    call.outRows("player", std::move(player));
 }
 
 // The presence of a file as a switch.

@@ -33,12 +33,13 @@ Argument channel() {
 
 void keypad(Call& call) {
     const vset::sar::Keypad keypad = vset::sar::keypad();
-    std::string text;
+    Rows keys;
     for (std::size_t i = 0; i < keypad.keys.size(); ++i) {
-        text += std::to_string(i) + " threshold " + hex(keypad.keys[i].u8Threshold) + " code " +
-                hex(keypad.keys[i].u8Code) + "\n";
+        const auto& key = keypad.keys[i];
+        keys.push_back({std::to_string(i) + " threshold " + hex(key.u8Threshold) + " code " + hex(key.u8Code),
+                        {{"key", static_cast<long long>(i)}, {"threshold", key.u8Threshold}, {"code", key.u8Code}}});
     }
-    call.out("keys", std::move(text));
+    call.outRows("keys", std::move(keys));
     call.out("open", static_cast<long long>(keypad.bOpen));
     call.out("callback", static_cast<long long>(keypad.bCallback));
     call.out("bounds", hex(keypad.u8FirstBound) + " " + hex(keypad.u8SecondBound));
@@ -177,45 +178,59 @@ Argument offset() {
     return {"offset", Kind::number, "the first byte", 0, vset::iic::kMemoryLimit - 1};
 }
 
-std::string deviceLines() {
-    std::string text;
+Rows deviceRows() {
+    Rows rows;
     for (const vset::iic::Device& device : vset::iic::devices()) {
-        text += "bus " + std::to_string(device.u32Bus) + " slave " + hex(device.u8Slave) + " " + device.strName + " " +
-                std::to_string(device.size) + " bytes";
-        text += device.pageSize != 0 ? ", pages of " + std::to_string(device.pageSize) + "\n" : "\n";
+        rows.push_back({"bus " + std::to_string(device.u32Bus) + " slave " + hex(device.u8Slave) + " " +
+                            device.strName + " " + std::to_string(device.size) + " bytes" +
+                            (device.pageSize != 0 ? ", pages of " + std::to_string(device.pageSize) : ""),
+                        {{"bus", device.u32Bus},
+                         {"slave", device.u8Slave},
+                         {"name", device.strName},
+                         {"size", static_cast<long long>(device.size)},
+                         {"page", static_cast<long long>(device.pageSize)}}});
     }
-    return text;
+    return rows;
 }
 
-std::string tableLines() {
-    std::string text;
+Rows tableRows() {
+    Rows rows;
     for (const vset::iic::TableEntry& entry : vset::iic::deviceTable()) {
-        text += std::to_string(entry.u32Device) + " port " + std::to_string(entry.u32Port) + " slave " +
-                hex(entry.u16BusNumSlaveId, 4) + "\n";
+        rows.push_back({std::to_string(entry.u32Device) + " port " + std::to_string(entry.u32Port) + " slave " +
+                            hex(entry.u16BusNumSlaveId, 4),
+                        {{"device", entry.u32Device}, {"port", entry.u32Port}, {"slave", entry.u16BusNumSlaveId}}});
     }
-    return text;
+    return rows;
 }
 
-std::string transferLines(const std::vector<vset::iic::Transfer>& transfers) {
-    std::string text;
+Rows transferRows(const std::vector<vset::iic::Transfer>& transfers) {
+    const auto bytes = [](const std::string& text) { return Bytes(text.begin(), text.end()); };
+    Rows rows;
     for (const vset::iic::Transfer& transfer : transfers) {
-        text += std::string(transfer.bWrite ? "write" : "read") + " bus " + std::to_string(transfer.u32Bus) +
-                " slave " + hex(transfer.u8Slave) + " [" + bytesText(transfer.strAddress) + "]";
+        const char* direction = transfer.bWrite ? "write" : "read";
+        std::string line = std::string(direction) + " bus " + std::to_string(transfer.u32Bus) + " slave " +
+                           hex(transfer.u8Slave) + " [" + bytesText(transfer.strAddress) + "]";
         if (!transfer.bAcknowledged) {
-            text += " no acknowledge";
+            line += " no acknowledge";
         } else if (!transfer.strData.empty()) {
-            text += " " + bytesText(transfer.strData);
+            line += " " + bytesText(transfer.strData);
         }
-        text += "\n";
+        rows.push_back({std::move(line),
+                        {{"direction", direction},
+                         {"bus", transfer.u32Bus},
+                         {"slave", transfer.u8Slave},
+                         {"register", bytes(transfer.strAddress)},
+                         {"acknowledged", transfer.bAcknowledged},
+                         {"data", bytes(transfer.strData)}}});
     }
-    return text;
+    return rows;
 }
 
 void iic(Call& call) {
     const std::vector<vset::iic::Transfer> transfers = vset::iic::transfers();
-    call.out("devices", deviceLines());
-    call.out("table", tableLines());
-    call.out("transfers", transferLines(transfers));
+    call.outRows("devices", deviceRows());
+    call.outRows("table", tableRows());
+    call.outRows("transfers", transferRows(transfers));
     call.out("count", static_cast<long long>(transfers.size()));
     call.out("debug", static_cast<long long>(vset::iic::debugLevel()));
     if (call.number(0) != 0) {

@@ -93,14 +93,18 @@ void spread(Call& call) {
 
 void firmware(Call& call) {
     const std::vector<vset::sys::Firmware> flashed = vset::sys::flashedFirmware();
-    std::string text;
+    Rows rows;
     for (const vset::sys::Firmware& firmware : flashed) {
         char crc[16];
         std::snprintf(crc, sizeof(crc), "0x%08x", firmware.u32Crc32);
-        text += "type " + std::to_string(firmware.u32Type) + " " + firmware.strPath + " " +
-                std::to_string(firmware.u64Size) + " bytes crc32 " + crc + "\n";
+        rows.push_back({"type " + std::to_string(firmware.u32Type) + " " + firmware.strPath + " " +
+                            std::to_string(firmware.u64Size) + " bytes crc32 " + crc,
+                        {{"type", firmware.u32Type},
+                         {"file", firmware.strPath},
+                         {"size", static_cast<long long>(firmware.u64Size)},
+                         {"crc32", firmware.u32Crc32}}});
     }
-    call.out("flashed", std::move(text));
+    call.outRows("flashed", std::move(rows));
     call.out("count", static_cast<long long>(flashed.size()));
 }
 
@@ -148,15 +152,20 @@ std::vector<Hand> chipRows() {
 // --- Memory ----------------------------------------------------------------------------------------------------------
 
 void memory(Call& call) {
-    std::string text;
+    Rows rows;
     for (const vset::sys::MemoryArea& area : vset::sys::memoryMap()) {
         char line[160];
-        std::snprintf(line, sizeof(line), "%s region %u at 0x%llx, 0x%llx bytes%s\n", area.strName.c_str(),
+        std::snprintf(line, sizeof(line), "%s region %u at 0x%llx, 0x%llx bytes%s", area.strName.c_str(),
                       area.u32MmapId, static_cast<unsigned long long>(area.u64Start),
                       static_cast<unsigned long long>(area.u64Size), area.bAddressable ? "" : ", not addressable");
-        text += line;
+        rows.push_back({line,
+                        {{"name", area.strName},
+                         {"region", area.u32MmapId},
+                         {"start", static_cast<long long>(area.u64Start)},
+                         {"size", static_cast<long long>(area.u64Size)},
+                         {"addressable", area.bAddressable}}});
     }
-    call.out("areas", std::move(text));
+    call.outRows("areas", std::move(rows));
 }
 
 std::vector<Hand> memoryHands() {
@@ -197,12 +206,16 @@ auto isNamed(const std::string& name) {
 
 void network(Call& call) {
     const std::vector<Interface> interfaces = vset::net::interfaces();
-    std::string text;
+    Rows rows;
     for (const Interface& interface : interfaces) {
-        text += interface.strName + " " + interface.strMac + (interface.bDhcp ? " dhcp" : " static") +
-                (interface.bUp ? " up\n" : " down\n");
+        rows.push_back({interface.strName + " " + interface.strMac + (interface.bDhcp ? " dhcp" : " static") +
+                            (interface.bUp ? " up" : " down"),
+                        {{"name", interface.strName},
+                         {"mac", interface.strMac},
+                         {"dhcp", interface.bDhcp},
+                         {"up", interface.bUp}}});
     }
-    call.out("interfaces", std::move(text));
+    call.outRows("interfaces", std::move(rows));
     call.out("count", static_cast<long long>(interfaces.size()));
     const auto found = std::find_if(interfaces.begin(), interfaces.end(), isNamed(call.text(0)));
     if (found != interfaces.end()) {

@@ -153,13 +153,17 @@ void daemon(Call& call) {
 
 void daemonCommands(Call& call) {
     const std::vector<vset::factory_daemon::Command> commands = vset::factory_daemon::commands();
-    std::string text;
+    Rows rows;
     for (const vset::factory_daemon::Command& command : commands) {
-        text += std::to_string(command.s32Command) + " \"" + escaped(command.strParameters, true) + "\" (" +
-                std::to_string(command.strRecord.size()) + " bytes)\n";
+        const std::size_t size = command.strRecord.size();
+        rows.push_back({std::to_string(command.s32Command) + " \"" + escaped(command.strParameters, true) + "\" (" +
+                            std::to_string(size) + " bytes)",
+                        {{"command", command.s32Command},
+                         {"parameters", command.strParameters},
+                         {"size", static_cast<long long>(size)}}});
     }
     const std::string last = commands.empty() ? "" : commands.back().strRecord;
-    call.out("commands", std::move(text));
+    call.outRows("commands", std::move(rows));
     call.out("count", static_cast<long long>(commands.size()));
     call.out("last", Bytes(last.begin(), last.end()));
     call.out("running", static_cast<long long>(vset::factory_daemon::isRunning()));

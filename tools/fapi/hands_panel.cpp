@@ -17,8 +17,8 @@ Argument layerNumber(const char* byDefault = nullptr) {
 
 void osd(Call& call) {
     const std::vector<vset::osd::Surface> surfaces = vset::osd::surfaces();
-    call.out("osd", osdLines());
-    call.out("surfaces", surfaceLines());
+    call.outLines("osd", osdLines());
+    call.outLines("surfaces", surfaceLines());
     call.out("count", static_cast<long long>(surfaces.size()));
     const auto number = call.number<unsigned int>(0);
     const std::optional<vset::osd::Layer> layer = vset::osd::layer(number);

@@ -33,19 +33,11 @@ void settings(Call& call) {
     call.out("piece", pieceWords(window));
 }
 
-std::string listText(const std::vector<std::uint16_t>& numbers) {
-    std::string text;
-    for (const std::uint16_t number : numbers) {
-        text += (text.empty() ? "" : ",") + std::to_string(number);
-    }
-    return text;
-}
-
 void gamma(Call& call) {
     constexpr const char* kNames[] = {"red", "green", "blue"};
     const vset::disp::Window window = vset::disp::window(call.number<unsigned int>(0));
     for (std::size_t i = 0; i < window.gamma.size(); ++i) {
-        call.out(kNames[i], listText(window.gamma[i]));
+        call.outNumbers(kNames[i], window.gamma[i]);
     }
 }
 

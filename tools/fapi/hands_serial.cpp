@@ -61,19 +61,35 @@ std::string describePort(const vset::uart::Port& port) {
     return port.u64Refused != 0 ? text + ", " + std::to_string(port.u64Refused) + " refused" : text;
 }
 
+std::vector<std::pair<const char*, Value>> portFields(unsigned int number, const vset::uart::Port& port) {
+    return {{"port", number},
+            {"open", port.bOpen},
+            {"player", port.bPlayer},
+            {"baud", baudRateName(port.u32BaudRate)},
+            {"device", port.u32DeviceType},
+            {"callback", port.bCallback},
+            {"tty_open", port.bTtyOpen},
+            {"received", static_cast<long long>(port.u64Received)},
+            {"waiting", port.u32Waiting},
+            {"dropped", static_cast<long long>(port.u64Dropped)},
+            {"refused", static_cast<long long>(port.u64Refused)}};
+}
+
 void ports(Call& call) {
-    std::string text;
+    Rows rows;
     for (const vset::uart::Connector& connector : vset::uart::connectors(vset::folder())) {
-        text += std::to_string(connector.u32Number) + " " + connector.strPath + " -> " + connector.strTerminal + "\n";
+        rows.push_back(
+            {std::to_string(connector.u32Number) + " " + connector.strPath + " -> " + connector.strTerminal,
+             {{"connector", connector.u32Number}, {"path", connector.strPath}, {"terminal", connector.strTerminal}}});
     }
     unsigned long long waiting = 0, dropped = 0;
     for (unsigned int i = 0; i < vset::uart::kPorts; ++i) {
         const vset::uart::Port port = vset::uart::port(i);
-        text += "port " + std::to_string(i) + ": " + describePort(port) + "\n";
+        rows.push_back({"port " + std::to_string(i) + ": " + describePort(port), portFields(i, port)});
         waiting += port.u32Waiting;
         dropped += port.u64Dropped;
     }
-    call.out("ports", std::move(text));
+    call.outRows("ports", std::move(rows));
     call.out("crossed", static_cast<long long>(vset::uart::isCrossed()));
     call.out("waiting", static_cast<long long>(waiting));
     call.out("dropped", static_cast<long long>(dropped));
@@ -94,27 +110,38 @@ void sent(Call& call) {
     call.out("text", std::move(text));
 }
 
-// "#FF0000 #FF0000 #FF0000 #FF0000"
-std::string ringText(const vset::pm::LedRing& ring) {
-    std::string text;
-    for (const vset::pm::Led& led : ring) {
-        char colour[16];
-        std::snprintf(colour, sizeof(colour), "%s#%02X%02X%02X", text.empty() ? "" : " ", led.u8Red, led.u8Green,
-                      led.u8Blue);
-        text += colour;
-    }
+// "#FF0000"
+std::string colorOf(const vset::pm::Led& led) {
+    char text[16];
+    std::snprintf(text, sizeof(text), "#%02X%02X%02X", led.u8Red, led.u8Green, led.u8Blue);
     return text;
+}
+
+// "250 #FF0000 #FF0000 #FF0000 #FF0000"
+Row changeRow(std::chrono::milliseconds since, const vset::pm::LedRing& ring) {
+    constexpr const char* kNames[] = {"led0", "led1", "led2", "led3"};
+    static_assert(std::tuple_size<vset::pm::LedRing>::value == std::size(kNames));
+    std::string line = std::to_string(since.count());
+    std::vector<std::pair<const char*, Value>> fields = {{"milliseconds", static_cast<long long>(since.count())}};
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        line += " " + colorOf(ring[i]);
+        fields.emplace_back(kNames[i], colorOf(ring[i]));
+    }
+    return {std::move(line), std::move(fields)};
 }
 
 void leds(Call& call) {
     const std::vector<vset::pm::LedChange> history = vset::pm::ledHistory();
-    call.out("ring", ringText(vset::pm::leds()));
-    std::string text;
+    Rows ring, changes;
+    for (const vset::pm::Led& led : vset::pm::leds()) {
+        ring.push_back({colorOf(led)});
+    }
     for (const vset::pm::LedChange& change : history) {
         const auto since = std::chrono::duration_cast<std::chrono::milliseconds>(change.time - history.front().time);
-        text += std::to_string(since.count()) + " " + ringText(change.ring) + "\n";
+        changes.push_back(changeRow(since, change.ring));
     }
-    call.out("history", std::move(text));
+    call.outRows("ring", std::move(ring), " ");
+    call.outRows("history", std::move(changes));
     if (call.number(0) != 0) {
         vset::pm::clearLedHistory();
     }

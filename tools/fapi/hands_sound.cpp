@@ -13,7 +13,7 @@ Argument path() {
 
 void sound(Call& call) {
     const vset::aout::Sound sound = vset::aout::sound();
-    call.out("sound", vset::aout::describeAll());
+    call.outLines("sound", vset::aout::describeAll());
     call.out("effect", vset::aout::advancedName(sound.u32AdvancedType));
     call.out("parameters", sound.advancedParameters ? vset::aout::describe(*sound.advancedParameters) : std::string());
     call.out("bypass", static_cast<long long>(sound.bDtsBypass));
@@ -23,17 +23,13 @@ void sound(Call& call) {
 void audioPath(Call& call) {
     const vset::aout::Path path = vset::aout::path(call.number<unsigned int>(0));
     const vset::aout::VolumeTable table = path.volumeTable.value_or(vset::aout::VolumeTable());
-    std::string entries;
-    for (const std::uint16_t entry : table.entries) {
-        entries += (entries.empty() ? "" : ",") + std::to_string(entry);
-    }
     call.out("open", static_cast<long long>(path.bOpen));
     call.out("player", static_cast<long long>(path.bPlayer));
     call.out("blocked", static_cast<long long>(path.bBlocked));
     call.out("volume", static_cast<long long>(path.u8Volume));
     call.out("delay", static_cast<long long>(path.u32DelayMs));
     call.out("table", table.strName);
-    call.out("entries", std::move(entries));
+    call.outNumbers("entries", table.entries);
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 #include <cstdio>
 
 #include "run_history.h"
+#include "table.h"
 #include "terminal.h"
+#include "verdict_banner.h"
 
 namespace tool {
 
@@ -33,16 +35,49 @@ HistoryEntry findRun(const std::vector<HistoryEntry>& entries, const std::string
     return *entry;
 }
 
-void printHeader() {
-    std::fprintf(dataOutput(), "%6s  %-19s  %-11s  %6s  %8s  %6s  %7s  %9s  %s\n", "no", "when", "verdict", "passed",
-                 "marginal", "failed", "not run", "seconds", "plan");
+// Of a time without its zone.
+constexpr std::size_t kTimeSize = 19;
+
+// The column that goes first where there is no room is the one with the greatest number.
+Table runTable() {
+    return Table({{"no", Align::right},
+                  {"when", Align::left, 1},
+                  {"verdict"},
+                  {"passed", Align::right, 4},
+                  {"marginal", Align::right, 5},
+                  {"failed", Align::right, 3},
+                  {"not run", Align::right, 6},
+                  {"seconds", Align::right, 2},
+                  {"plan"}},
+                 8);
 }
 
-void printRow(const HistoryEntry& entry) {
-    std::fprintf(dataOutput(), "%6u  %-19s  %-11s  %6zu  %8zu  %6zu  %7zu  %9.3f  %s%s\n", entry.id,
-                 printable(entry.when).c_str(), printable(entry.verdict).c_str(), entry.passed, entry.marginal,
-                 entry.failed, entry.notRun, entry.seconds, printable(entry.plan).c_str(),
-                 entry.faults != 0 ? " (with faults)" : "");
+const char* colorOfRun(const std::string& verdict) {
+    for (const Verdict known : {Verdict::passed, Verdict::failed}) {
+        if (verdict == verdictName(known)) {
+            return colorOf(known);
+        }
+    }
+    return colorOf(Verdict::marginal);
+}
+
+void addRun(Table& table, const HistoryEntry& entry) {
+    char seconds[32];
+    std::snprintf(seconds, sizeof(seconds), "%.3f", entry.seconds);
+    table.add({{std::to_string(entry.id)},
+               {entry.when.substr(0, kTimeSize)},
+               {entry.verdict, usesColors() ? colorOfRun(entry.verdict) : ""},
+               {std::to_string(entry.passed)},
+               {std::to_string(entry.marginal)},
+               {std::to_string(entry.failed)},
+               {std::to_string(entry.notRun)},
+               {seconds},
+               {entry.plan + (entry.faults != 0 ? " (with faults)" : "")}});
+}
+
+bool isWanted(const HistoryEntry& entry, const HistoryOptions& options) {
+    return entry.plan.find(options.plan) != std::string::npos &&
+           (options.verdict.empty() || entry.verdict == options.verdict) && entry.when >= options.since;
 }
 
 void printSteps(const HistoryEntry& entry) {
@@ -144,9 +179,9 @@ void printChange(const Change& change, bool json) {
         return;
     }
     const bool isWhole = change.what == "new" || change.what == "missing";
-    printLine("  " + printable(change.step + ": " + change.what) +
-              (isWhole ? " (" + wordOf(change.before.is_null() ? change.after : change.before) + ")"
-                       : " " + wordOf(change.before) + " -> " + wordOf(change.after)));
+    printLine("  " + printable(change.step + ": " + change.what +
+                               (isWhole ? " (" + wordOf(change.before.is_null() ? change.after : change.before) + ")"
+                                        : " " + wordOf(change.before) + " -> " + wordOf(change.after))));
 }
 
 }  // namespace
@@ -154,14 +189,18 @@ void printChange(const Change& change, bool json) {
 int listHistory(const HistoryOptions& options) {
     const std::vector<HistoryEntry> entries = RunHistory(folderOf(options)).entries();
     if (entries.empty()) {
-        std::fprintf(stderr, "fapi: %s: no runs\n", folderOf(options).c_str());
+        printMessage(folderOf(options) + ": no runs");
         return kExitGood;
     }
-    if (!options.json) {
-        printHeader();
-    }
+    Table table = runTable();
     for (const HistoryEntry& entry : entries) {
-        options.json ? printLine(jsonLine(toJson(entry))) : printRow(entry);
+        if (!isWanted(entry, options)) {
+            continue;
+        }
+        options.json ? printLine(jsonLine(toJson(entry))) : addRun(table, entry);
+    }
+    if (!options.json) {
+        table.print();
     }
     return kExitGood;
 }
@@ -173,9 +212,10 @@ int showHistory(const HistoryOptions& options) {
         printLine(jsonLine(toJson(entry)));
         return kExitGood;
     }
-    printHeader();
-    printRow(entry);
-    std::fprintf(dataOutput(), "report: %s/%s\n", folder.c_str(), printable(entry.report).c_str());
+    Table table = runTable();
+    addRun(table, entry);
+    table.print();
+    printLine("report: " + printable(folder + "/" + entry.report));
     printSteps(entry);
     return kExitGood;
 }
@@ -187,14 +227,17 @@ int compareHistory(const HistoryOptions& options) {
     const HistoryEntry after = findRun(entries, options.runs.at(1), folder);
     const std::vector<Change> changes = changesBetween(before, after);
     if (!options.json) {
-        printHeader();
-        printRow(before);
-        printRow(after);
+        Table table = runTable();
+        addRun(table, before);
+        addRun(table, after);
+        table.print();
     }
     for (const Change& change : changes) {
         printChange(change, options.json);
     }
-    if (changes.empty() && !options.json) {
+    if (options.json) {
+        printLine(jsonLine({{"before", before.id}, {"after", after.id}, {"differences", changes.size()}}));
+    } else if (changes.empty()) {
         printLine("  no differences");
     }
     return kExitGood;

@@ -53,18 +53,6 @@ std::string durationText(double seconds) {
     return text;
 }
 
-std::string beginningOf(const std::string& text, std::size_t limit) {
-    if (text.size() <= limit) {
-        return text;
-    }
-    // Not within a character.
-    std::size_t end = limit;
-    while (end != 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
-        --end;
-    }
-    return text.substr(0, end) + "... (" + std::to_string(text.size()) + " bytes)";
-}
-
 std::string pngAddress(const std::string& bytes) {
     constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string address = "data:image/png;base64,";

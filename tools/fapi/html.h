@@ -7,6 +7,8 @@
 
 #include <pugixml.hpp>
 
+#include "characters.h"
+
 namespace tool {
 
 class Html {
@@ -29,9 +31,6 @@ private:
 
 // "0.31 ms", "12 ms", "3.4 s", "2 min 5 s"
 std::string durationText(double seconds);
-
-// The beginning of the text, and how much there is of it, when it has more than `limit` bytes.
-std::string beginningOf(const std::string& text, std::size_t limit);
 
 // A PNG file as the address of a picture.
 std::string pngAddress(const std::string& bytes);

@@ -258,7 +258,7 @@ void writeSummary(Html body, const PlanResult& result, const std::vector<bool>& 
             row.attribute("id", stepAnchor(i));
         }
         Html name = addName(row, result.plan->steps[i], i, detailed[i]);
-        if (const std::string text = whyText(result.plan->steps[i], step); !text.empty()) {
+        if (const std::string text = whyText(step); !text.empty()) {
             name.add("div", "text", beginningOf(text, kShownText));
         }
         addBadge(row, verdict);

@@ -24,7 +24,8 @@ std::string textOf(const Json& json, const char* name) {
     return json.contains(name) && json[name].is_string() ? json[name].get<std::string>() : "";
 }
 
-// A value as the JSON report has it, for a person.
+// A value as the JSON report has it, for a person. A list has a line for each of its rows: a text as it is, or the
+// parts of an object by their names.
 std::string valueText(const Json& value) {
     if (value.is_string()) {
         return value.get<std::string>();
@@ -32,7 +33,14 @@ std::string valueText(const Json& value) {
     if (value.is_object() && value.contains("hex")) {
         return value["size"].dump() + " bytes: " + value["hex"].get<std::string>();
     }
-    return jsonLine(value);
+    if (!value.is_structured()) {
+        return jsonLine(value);
+    }
+    std::string text;
+    for (const auto& [name, part] : value.items()) {
+        text += value.is_array() ? valueText(part) + "\n" : (text.empty() ? "" : ", ") + name + " " + valueText(part);
+    }
+    return text;
 }
 
 std::string withoutEmptyLines(const std::string& text) {
@@ -195,15 +203,6 @@ void writeKept(Html parent, const StepResult& result, const std::string& folder)
     }
 }
 
-// The line that had not ended.
-std::string interruptedLine(const Step& step, const Attempt& attempt) {
-    const std::size_t done = attempt.commands.size();
-    if (done >= step.lines.size()) {
-        return "";
-    }
-    return "line " + std::to_string(step.lines[done].line) + ": " + step.lines[done].text() + ": ended by Ctrl-C";
-}
-
 void writeHeading(Html parent, const Step& step, const StepResult& result, std::size_t index) {
     Html head = parent.add("h3");
     head.add("span", "number", std::to_string(index + 1));
@@ -227,12 +226,9 @@ std::string verdictClass(const std::string& verdict) {
     return name;
 }
 
-std::string whyText(const Step& step, const StepResult& result) {
+std::string whyText(const StepResult& result) {
     if (!result.text().empty() || result.attempts.empty()) {
         return result.text();
-    }
-    if (result.verdict() == Verdict::interrupted) {
-        return interruptedLine(step, result.attempts.back());
     }
     return result.attempts.size() > 1 ? "at first: " + result.attempts.front().judgement.text : "";
 }
@@ -250,7 +246,7 @@ void writeStep(Html parent, const Step& step, const StepResult& result, std::siz
     } else {
         writeHeading(section, step, result, index);
     }
-    if (const std::string why = whyText(step, result); !why.empty() && result.verdict() != Verdict::passed) {
+    if (const std::string why = whyText(result); !why.empty() && result.verdict() != Verdict::passed) {
         section.add("p", isBadName(verdict) ? "why bad" : "why", beginningOf(why, kShown));
     }
     if (result.attempts.empty()) {

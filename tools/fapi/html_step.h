@@ -14,9 +14,8 @@ std::string stepAnchor(std::size_t index);
 // The class that colors a verdict by its name: "v-passed", "v-not-run".
 std::string verdictClass(const std::string& verdict);
 
-// Why the step has its verdict: what the last attempt says, or the line that Ctrl-C has ended, or else what made another
-// attempt necessary.
-std::string whyText(const Step& step, const StepResult& result);
+// Why the step has its verdict: what the last attempt says, or else what made another attempt necessary.
+std::string whyText(const StepResult& result);
 
 // A section with everything that is known of the step. Its pictures are files in `folder`.
 void writeStep(Html parent, const Step& step, const StepResult& result, std::size_t index, const std::string& folder);

@@ -12,11 +12,22 @@
 
 namespace tool {
 
+sigset_t endingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    // Under nohup it is to be ignored, which a blocked signal is not.
+    struct sigaction hangUp = {};
+    sigaction(SIGHUP, nullptr, &hangUp);
+    if (hangUp.sa_handler != SIG_IGN) {
+        sigaddset(&signals, SIGHUP);
+    }
+    return signals;
+}
+
 Interrupts::Interrupts() {
-    sigset_t wanted;
-    sigemptyset(&wanted);
-    sigaddset(&wanted, SIGINT);
-    sigaddset(&wanted, SIGTERM);
+    const sigset_t wanted = endingSignals();
     pthread_sigmask(SIG_BLOCK, &wanted, &_before);
     _descriptor = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
     if (_descriptor < 0) {

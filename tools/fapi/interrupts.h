@@ -7,7 +7,10 @@
 
 namespace tool {
 
-// Ctrl-C and SIGTERM, from the making of this on: kept from ending the process, and counted. Must be made before other
+// Ctrl-C, SIGTERM, and SIGHUP of a terminal that is closed, unless the program was started to outlive that.
+sigset_t endingSignals();
+
+// Those, from the making of this on: kept from ending the process, and counted. Must be made before other
 // threads are: they inherit the blocked signals.
 class Interrupts {
 public:

@@ -15,6 +15,8 @@
 #include <unistd.h>
 
 #include "shell.h"
+#include "table.h"
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -40,11 +42,7 @@ unsigned char complete(EditLine* editLine, int) {
     if (found.empty()) {
         return CC_ERROR;
     }
-    std::string shown = "\n";
-    for (const std::string& text : found) {
-        shown += text + "  ";
-    }
-    std::fprintf(stderr, "%s\n", shown.c_str());
+    std::fprintf(stderr, "\n%s", printable(inColumns(found, terminalColumns(stderr)), "\n").c_str());
     return CC_REDISPLAY;
 }
 

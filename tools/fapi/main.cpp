@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <functional>
+#include <map>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -19,6 +20,7 @@
 #include "service_commands.h"
 #include "shell.h"
 #include "surprises.h"
+#include "terminal.h"
 #include "vset/vset.h"
 #include "watch.h"
 #include "word_completion.h"
@@ -77,6 +79,33 @@ CLI::Validator seconds() {
     return CLI::Validator(check, "");
 }
 
+CLI::Validator planVerdict() {
+    const auto check = [](const std::string& word) {
+        const auto verdicts = {Verdict::passed, Verdict::marginal, Verdict::failed, Verdict::error,
+                               Verdict::interrupted};
+        const bool isOne = std::any_of(verdicts.begin(), verdicts.end(),
+                                       [&](Verdict verdict) { return word == verdictName(verdict); });
+        return isOne ? std::string()
+                     : "is " + display(word, 40) + ", expected passed, marginal, failed, error or interrupted";
+    };
+    return CLI::Validator(check, "");
+}
+
+// Acts at once: what is printed of a wrong command line is colored as it says, too.
+CLI::Validator colorUse() {
+    const auto check = [](const std::string& word) {
+        const std::map<std::string, ColorUse> uses = {
+            {"auto", ColorUse::automatic}, {"always", ColorUse::always}, {"never", ColorUse::never}};
+        const auto use = uses.find(word);
+        if (use == uses.end()) {
+            return "is " + display(word, 40) + ", expected auto, always or never";
+        }
+        useColors(use->second);
+        return std::string();
+    };
+    return CLI::Validator(check, "");
+}
+
 CLI::Validator notEmpty() {
     const auto check = [](const std::string& word) { return std::string(word.empty() ? "a file is missing" : ""); };
     return CLI::Validator(check, "");
@@ -94,6 +123,9 @@ public:
         _app.add_flag("--json", _options.json, "Print one JSON object a line");
         _app.add_flag("--log", _options.session.log,
                       "Show the library's log of this call, whatever \"set log\" says, on standard error");
+        _app.add_option("--color", "Colors: auto (on a terminal, unless NO_COLOR is set), always, never")
+            ->type_name("WHEN")
+            ->check(colorUse());
         _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data; without a terminal, do it");
         _app.add_flag("--damaged", _options.session.damaged, "Go on with a damaged set");
         addOperations();
@@ -378,6 +410,14 @@ private:
     void addHistory() {
         CLI::App* history = _app.add_subcommand("history", "List the runs of plans, or look at one");
         history->add_option("--report", _history.report, "Folder of the reports")->type_name("DIR");
+        history->add_option("--plan", _history.plan, "Only runs of plans with this in their names")->type_name("NAME");
+        history
+            ->add_option("--verdict", _history.verdict,
+                         "Only those that are passed, marginal, failed, error or interrupted")
+            ->type_name("VERDICT")
+            ->check(planVerdict());
+        history->add_option("--since", _history.since, "Only those that began then or later: 2026-02-14, 2026-02-14T10")
+            ->type_name("TIME");
         addHistoryAction(history, listHistory);
         CLI::App* show = history->add_subcommand("show", "Show the steps of a run");
         show->add_option("RUN", _history.runs, "Its number, or last")->required()->expected(1);
@@ -463,6 +503,8 @@ bool wantsJson(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A reader that goes away is an error of the write that meets it, and no reason to stop in the middle of a plan.
+    std::signal(SIGPIPE, SIG_IGN);
     separateOutputs();
     // A limit to the size of files is the error of a write, as a full disk is.
     std::signal(SIGXFSZ, SIG_IGN);
@@ -476,7 +518,9 @@ int main(int argc, char** argv) {
         if (isOutputWritten()) {
             return code;
         }
-        std::fprintf(stderr, "fapi: standard output cannot be written\n");
+        if (!isReaderGone()) {
+            printMessage("standard output cannot be written");
+        }
         return code == kExitGood ? kExitFailed : code;
     } catch (const UsageError& error) {
         printError(error.what(), json);

@@ -174,7 +174,7 @@ const Value* Outcome::find(std::string_view name) const {
 }
 
 void Call::out(const char* name, Value value) {
-    _outputs.emplace_back(name, std::move(value));
+    _outcome.outputs.emplace_back(name, std::move(value));
 }
 
 Bytes Call::buffer(std::size_t size, unsigned char fill) {
@@ -194,6 +194,30 @@ Bytes Call::writableText(std::size_t index) const {
     Bytes copy = buffer(text(index).size() + 1);
     std::copy(text(index).begin(), text(index).end(), copy.begin());
     return copy;
+}
+
+void Call::outRows(const char* name, Rows rows, const char* separator) {
+    std::string text;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto* line = std::get_if<std::string>(&rows[i].value);
+        text += i == 0 ? "" : separator;
+        text += line != nullptr ? *line : display(rows[i].value);
+    }
+    // The last line ends, too.
+    out(name, !rows.empty() && *separator == '\n' ? text + separator : text);
+    _outcome.lists[name] = std::move(rows);
+}
+
+void Call::outLines(const char* name, const std::string& lines) {
+    Rows rows;
+    for (const std::string_view line : splitLines(lines)) {
+        rows.push_back({std::string(line)});
+    }
+    outRows(name, std::move(rows));
+}
+
+Outcome Call::take() {
+    return std::move(_outcome);
 }
 
 void Call::outText(const char* name, const Bytes& buffer) {
@@ -329,11 +353,12 @@ std::vector<Value> parseArguments(const Operation& operation, const std::vector<
 
 Outcome invoke(const Operation& operation, const std::vector<Value>& arguments) {
     Call call(arguments);
-    Outcome outcome;
     const std::uint64_t before = vset::lastCall();
-    outcome.status = operation.run(call);
-    outcome.outputs = std::move(call.outputs());
-    outcome.good = isGood(operation.result, outcome.status) && (operation.verify == nullptr || operation.verify(call));
+    const long long status = operation.run(call);
+    const bool isVerified = operation.verify == nullptr || operation.verify(call);
+    Outcome outcome = call.take();
+    outcome.status = status;
+    outcome.good = isGood(operation.result, status) && isVerified;
     if (!outcome.good) {
         outcome.failedCalls = failedCalls(before);
     }

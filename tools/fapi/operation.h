@@ -4,6 +4,7 @@
 #ifndef FAPI_TOOL_OPERATION_H
 #define FAPI_TOOL_OPERATION_H
 
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -57,6 +58,13 @@ enum class Result {
     nothing           // no result
 };
 
+// An entry of a list that a command answers.
+struct Row {
+    Value value;  // a number, or the line that a person reads
+    // The parts of that line, when they have names; without any it is as it stands.
+    std::vector<std::pair<const char*, Value>> fields = {};
+};
+using Rows = std::vector<Row>;
 // A call of the middleware that was made in vain.
 struct FailedCall {
     std::string name;
@@ -71,6 +79,8 @@ struct Outcome {
     long long status = 0;
     bool good = true;  // as the operation's kind of result says
     std::vector<std::pair<std::string, Value>> outputs;
+    // Those of them that are lists, by name: a text for people and for what plans expect, and for programs this.
+    std::map<std::string, Rows> lists;
     std::vector<FailedCall> failedCalls;  // why it is not good, oldest first
 
     // The output of that name, or null.
@@ -104,12 +114,24 @@ public:
     Bytes writableText(std::size_t index) const;
     // The bytes of a buffer up to its first NUL, as text.
     void outText(const char* name, const Bytes& buffer);
+    // A list: in its text there is a line for each row, or the separator between two.
+    void outRows(const char* name, Rows rows, const char* separator = "\n");
+    void outLines(const char* name, const std::string& lines);
+    template <class Numbers>
+    void outNumbers(const char* name, const Numbers& numbers) {
+        Rows rows;
+        for (const auto number : numbers) {
+            rows.push_back({static_cast<long long>(number)});
+        }
+        outRows(name, std::move(rows), ",");
+    }
 
-    std::vector<std::pair<std::string, Value>>& outputs() { return _outputs; }
+    // What has come out so far.
+    Outcome take();
 
 private:
     const std::vector<Value>& _arguments;
-    std::vector<std::pair<std::string, Value>> _outputs;
+    Outcome _outcome;
 };
 
 struct Operation {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "characters.h"
 #include "examples.h"
 #include "middleware_words.h"
 #include "session.h"
@@ -20,6 +21,7 @@ namespace {
 
 // What a text of the console may be cut to; programs get everything.
 constexpr std::size_t kShown = 4096;
+constexpr std::size_t kShownLines = 65536;
 constexpr std::size_t kDumpLines = 64;
 
 const char* kindName(Kind kind) {
@@ -52,11 +54,26 @@ Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
     return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", std::move(data)}};
 }
 
-bool isUtf8(const std::string& text) {
-    try {
-        return !Json(text).dump().empty();
-    } catch (const Json::type_error&) {
-        return false;
+Json listJson(const Rows& rows, std::size_t limit) {
+    Json json = Json::array();
+    for (const Row& row : rows) {
+        Json entry = row.fields.empty() ? toJson(row.value, limit) : Json::object();
+        for (const auto& [name, value] : row.fields) {
+            entry[name] = toJson(value, limit);
+        }
+        json.push_back(std::move(entry));
+    }
+    return json;
+}
+
+// Escapes in place of the bytes that are no UTF-8.
+void makeValid(Json& json) {
+    if (json.is_string()) {
+        json = validText(json.get<std::string>());
+    } else if (json.is_structured()) {
+        for (Json& part : json) {
+            makeValid(part);
+        }
     }
 }
 
@@ -66,11 +83,12 @@ std::string nameOf(const Command& command) {
 }
 
 // The lines as they stand, but nothing that a terminal would obey.
-std::string printableLines(std::string text) {
-    const auto isObeyed = [](unsigned char c) { return (c < 0x20 && c != '\n' && c != '\t') || c == 0x7F; };
-    std::replace_if(text.begin(), text.end(), isObeyed, '?');
-    text.erase(text.find_last_not_of('\n') + 1);
-    return text;
+std::string printableLines(const std::string& text) {
+    std::string shown = printable(headOf(text, kShownLines), "\n\t");
+    shown.erase(shown.find_last_not_of('\n') + 1);
+    return text.size() <= kShownLines ? shown
+                                      : shown + "\n... and " + std::to_string(text.size() - kShownLines) +
+                                            " more bytes; --json shows them all";
 }
 
 // Bytes that do not fit a line.
@@ -108,20 +126,22 @@ std::string displayReasons(const std::vector<FailedCall>& calls) {
 
 }  // namespace
 
-Json toJson(const Value& value) {
+Json toJson(const Value& value, std::size_t limit) {
     if (const auto* number = std::get_if<long long>(&value)) {
         return *number;
     }
     if (const auto* text = std::get_if<std::string>(&value)) {
-        return isUtf8(*text) ? Json(*text) : toJson(Value(Bytes(text->begin(), text->end())));
+        return isUtf8(*text) ? Json(beginningOf(*text, limit))
+                             : toJson(Value(Bytes(text->begin(), text->end())), limit);
     }
     const Bytes& bytes = std::get<Bytes>(value);
-    return {{"size", bytes.size()}, {"hex", hexText(bytes, "")}};
+    const auto shown = static_cast<std::ptrdiff_t>(std::min(bytes.size(), limit));
+    return {{"size", bytes.size()}, {"hex", hexText(Bytes(bytes.begin(), bytes.begin() + shown), "")}};
 }
 
-Json toJson(const Command& command, const Outcome& outcome) {
+Json toJson(const Command& command, const Outcome& outcome, std::size_t limit) {
     Json json;
-    json["command"] = command.text();
+    json["command"] = beginningOf(command.text(), limit);
     json[command.operation() != nullptr ? "operation" : "hand"] =
         command.operation() != nullptr ? command.operation()->name : command.hand()->name;
     json["status"] = outcome.status;
@@ -129,7 +149,8 @@ Json toJson(const Command& command, const Outcome& outcome) {
     json["good"] = outcome.good;
     json["outputs"] = Json::object();
     for (const auto& [name, value] : outcome.outputs) {
-        json["outputs"][name] = toJson(value);
+        const auto list = outcome.lists.find(name);
+        json["outputs"][name] = list != outcome.lists.end() ? listJson(list->second, limit) : toJson(value, limit);
     }
     for (const FailedCall& call : outcome.failedCalls) {
         json["failed_calls"].push_back({{"call", call.name},
@@ -186,8 +207,18 @@ Json toJson(const Operation& operation) {
     return json;
 }
 
+std::string jsonText(const Json& json, int indent) {
+    try {
+        return json.dump(indent);
+    } catch (const Json::type_error&) {
+        Json valid = json;
+        makeValid(valid);
+        return valid.dump(indent, ' ', false, Json::error_handler_t::replace);
+    }
+}
+
 std::string jsonLine(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return jsonText(json, -1);
 }
 
 std::string displayOutcome(const Command& command, const Outcome& outcome) {
@@ -205,7 +236,7 @@ void printLine(std::string line) {
 }
 
 void printError(const std::string& message, bool json) {
-    std::fprintf(stderr, "fapi: %s\n", message.c_str());
+    printMessage(message);
     if (json) {
         printLine(jsonLine({{"error", message}}));
     }
@@ -213,7 +244,7 @@ void printError(const std::string& message, bool json) {
 
 void printWarning(const std::string& text) {
     if (!text.empty()) {
-        std::fprintf(stderr, "fapi: warning: %s\n", text.c_str());
+        printMessage("warning: " + text);
     }
 }
 

@@ -13,12 +13,17 @@ namespace tool {
 using Json = nlohmann::ordered_json;
 
 // A number as a number, a text as a text, bytes as {"size": n, "hex": "..."}, and so a text that is no UTF-8.
-Json toJson(const Value& value);
-Json toJson(const Command& command, const Outcome& outcome);
+// `limit` is how many bytes of one there are at most; a cut one tells the size of the whole.
+Json toJson(const Value& value, std::size_t limit = std::string::npos);
+// A list is an array.
+Json toJson(const Command& command, const Outcome& outcome, std::size_t limit = std::string::npos);
 Json toJson(const Event& event);
 Json toJson(const Operation& operation);
 
-// One line; bytes that are no UTF-8 are replaced.
+// With "\xff" in place of bytes that are no UTF-8: names and messages may have some. On lines of their own with an
+// indent, which is not negative.
+std::string jsonText(const Json& json, int indent);
+// The same in one line.
 std::string jsonLine(const Json& json);
 
 // "sys_check_file: 0 (ok)" and an indented line for each output; texts of several lines, and bytes that do not fit one,

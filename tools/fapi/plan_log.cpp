@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_common.h"
+#include "characters.h"
 #include "log_switch.h"
 #include "vset/vset.h"
 
@@ -127,7 +128,7 @@ std::string StepLog::text() const {
         text.erase(0, start != 0 ? start : text.find('\n') + 1);
         text.insert(0, "... what came before is not kept\n");
     }
-    return withoutColors(text);
+    return validText(withoutColors(text));
 }
 
 }  // namespace tool

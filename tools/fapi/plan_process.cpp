@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "armed_faults.h"
+#include "characters.h"
 #include "durable_file.h"
 #include "middleware_words.h"
 #include "picture.h"
@@ -166,7 +167,7 @@ private:
     // What is no matter of the library: a picture, data, a wait.
     void runOwnLine(const PlanLine& line) {
         const Clock::time_point start = Clock::now();
-        Json json = {{"command", line.text()}, {"line", line.line}};
+        Json json = {{"command", beginningOf(line.text(), kKeptBytes)}, {"line", line.line}};
         try {
             if (line.kind == LineKind::picture) {
                 takePicture(parsePicture(wordsOf(line)), json);
@@ -176,7 +177,7 @@ private:
                 json["data"] = PlanData::parse(wordsOf(line)).take();
             }
         } catch (const std::runtime_error& error) {
-            worsen({Verdict::failed, line.text() + ": " + error.what()}, line.line);
+            worsen({Verdict::failed, beginningOf(line.text(), kToldBytes) + ": " + error.what()}, line.line);
             json["error"] = error.what();
         }
         json["seconds"] = secondsSince(start);
@@ -213,7 +214,7 @@ private:
             const Clock::time_point start = Clock::now();
             const Outcome outcome = runCommand(command);
             if (!_report.empty()) {
-                record.command = toJson(command, outcome);
+                record.command = toJson(command, outcome, kKeptBytes);
                 record.command["line"] = line.line;
                 record.command["seconds"] = secondsSince(start);
                 record.command["expectations"] = Json::array();
@@ -247,9 +248,9 @@ private:
             return;
         }
         const Value* error = outcome.find("error");
-        worsen({Verdict::failed, command.text() + " answered " + std::to_string(outcome.status) + " (" +
-                                     command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "") +
-                                     reasonOf(outcome)},
+        worsen({Verdict::failed, beginningOf(command.text(), kToldBytes) + " answered " +
+                                     std::to_string(outcome.status) + " (" + command.word(outcome) + ")" +
+                                     (error != nullptr ? ": " + display(*error) : "") + reasonOf(outcome)},
                line.line);
     }
 
@@ -281,7 +282,7 @@ private:
 
     // What the report says of it.
     Json judgeExpectation(const Expectation& expectation, const Command& command, const Outcome& outcome) {
-        Json judged = {{"line", expectation.line}, {"text", expectation.text}};
+        Json judged = {{"line", expectation.line}, {"text", beginningOf(expectation.text, kKeptBytes)}};
         const auto* event = std::get_if<EventCondition>(&expectation.what);
         // Nobody waits for the events of what has failed.
         if (event != nullptr && isBad(_position.judgement.verdict)) {
@@ -294,7 +295,7 @@ private:
                                         : judge(std::get<Condition>(expectation.what), command, outcome, _variables);
         worsen(judgement, expectation.line);
         judged["verdict"] = verdictName(judgement.verdict);
-        judged["why"] = judgement.text;
+        judged["why"] = beginningOf(judgement.text, kKeptBytes);
         if (event != nullptr && event->comes && _events.taken() != nullptr) {
             addEvent(*event, *_events.taken(), judged);
         } else if (event == nullptr) {
@@ -352,7 +353,8 @@ private:
     // The worst verdict of an attempt counts, and the first text of that verdict.
     void worsen(const Judgement& judgement, unsigned int line) {
         if (judgement.verdict > _position.judgement.verdict) {
-            _position.judgement = {judgement.verdict, "line " + std::to_string(line) + ": " + judgement.text};
+            const std::string text = "line " + std::to_string(line) + ": " + judgement.text;
+            _position.judgement = {judgement.verdict, beginningOf(text, kKeptBytes)};
         }
     }
 
@@ -385,8 +387,9 @@ bool attachSet(const SessionOptions& session, PlanProcess& process) {
 // NOLINTNEXTLINE(bugprone-exception-escape)
 void runPlanProcess(const Plan& plan, const SessionOptions& session, const Position& position,
                     const Variables& variables, const std::string& report, StepLog* log, int descriptor) noexcept {
-    // Ctrl-C goes to the whole terminal group; what becomes of this process the parent decides.
+    // Ctrl-C and a closed terminal go to its whole group; what becomes of this process the parent decides.
     std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGHUP, SIG_IGN);
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGPIPE, SIG_IGN);
     // The set is free again when the parent is killed, whatever this process does.

@@ -23,6 +23,11 @@ struct Position {
     bool resumed = false;  // what the steps before have brought up died with a process; told, and in no record
 };
 
+// What a run keeps of a text or of bytes, in its reports and its history.
+constexpr std::size_t kKeptBytes = 65536;
+// What a message has of the line that it is about.
+constexpr std::size_t kToldBytes = 1000;
+
 enum class RecordKind {
     start,    // an attempt at a step begins
     command,  // a line has run

@@ -14,6 +14,7 @@
 #include <unistd.h>
 #include <pugixml.hpp>
 
+#include "characters.h"
 #include "durable_file.h"
 #include "html_report.h"
 #include "report_text.h"
@@ -33,6 +34,11 @@ std::string secondsText(double seconds) {
     return text;
 }
 
+std::string hostName() {
+    char name[256] = {};
+    return gethostname(name, sizeof(name) - 1) == 0 ? name : "";
+}
+
 class JUnitReport : public Report {
 public:
     const char* extension() const override { return ".xml"; }
@@ -40,16 +46,18 @@ public:
     std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
         pugi::xml_document document;
         document.append_child(pugi::node_declaration).append_attribute("version") = "1.0";
-        pugi::xml_node suites = document.append_child("testsuites");
-        pugi::xml_node suite = suites.append_child("testsuite");
-        suite.append_attribute("name") = xmlText(result.plan->name).c_str();
-        suite.append_attribute("timestamp") = timeText(result.start, kIsoTime).c_str();
+        pugi::xml_node suite = document.append_child("testsuites").append_child("testsuite");
+        attribute(suite, "name", result.plan->name);
+        attribute(suite, "file", result.plan->file);
+        attribute(suite, "hostname", hostName());
+        attribute(suite, "timestamp", isoTime(result.start));
         suite.append_attribute("tests") = result.steps.size();
         suite.append_attribute("failures") = result.count(Verdict::failed);
         suite.append_attribute("errors") =
             result.count(Verdict::error) + result.count(Verdict::died) + result.count(Verdict::interrupted);
         suite.append_attribute("skipped") = result.count(Verdict::notRun);
         suite.append_attribute("time") = secondsText(result.seconds).c_str();
+        addProperty(suite, "verdict", verdictName(result.verdict()));
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             addStep(suite, *result.plan, result.plan->steps[i], result.steps[i]);
         }
@@ -61,8 +69,9 @@ public:
 private:
     static void addStep(pugi::xml_node suite, const Plan& plan, const Step& step, const StepResult& result) {
         pugi::xml_node test = suite.append_child("testcase");
-        test.append_attribute("classname") = xmlText(plan.name).c_str();
-        test.append_attribute("name") = xmlText(step.name).c_str();
+        attribute(test, "classname", plan.name);
+        attribute(test, "name", step.name);
+        attribute(test, "file", plan.file);
         test.append_attribute("line") = step.line;
         test.append_attribute("time") = secondsText(result.seconds()).c_str();
         if (result.verdict() == Verdict::marginal) {
@@ -77,21 +86,41 @@ private:
         if (result.verdict() == Verdict::notRun) {
             test.append_child("skipped");
         } else if (isBad(result.verdict())) {
-            pugi::xml_node failure = test.append_child(result.verdict() == Verdict::failed ? "failure" : "error");
-            failure.append_attribute("type") = verdictName(result.verdict());
-            failure.append_attribute("message") = xmlText(result.text()).c_str();
-            for (const Attempt& attempt : result.attempts) {
-                failure.append_child(pugi::node_pcdata).set_value(xmlText(attempt.judgement.text + "\n").c_str());
-            }
+            addFailure(test, result);
         }
     }
 
-    static void addProperty(pugi::xml_node test, const char* name, const std::string& value) {
-        pugi::xml_node properties = test.child("properties");
-        pugi::xml_node property = (properties ? properties : test.append_child("properties")).append_child("property");
-        property.append_attribute("name") = name;
-        property.append_attribute("value") = xmlText(value).c_str();
+    static void addFailure(pugi::xml_node test, const StepResult& result) {
+        pugi::xml_node failure = test.append_child(result.verdict() == Verdict::failed ? "failure" : "error");
+        attribute(failure, "type", verdictName(result.verdict()));
+        attribute(failure, "message", result.text());
+        std::string texts, log;
+        for (const Attempt& attempt : result.attempts) {
+            texts += attempt.judgement.text + "\n";
+            log += attempt.log;
+        }
+        text(failure, texts);
+        if (!log.empty()) {
+            text(test.append_child("system-out"), log);
+        }
     }
+
+    static void addProperty(pugi::xml_node node, const char* name, const std::string& value) {
+        pugi::xml_node before = node.child("properties");
+        pugi::xml_node property = (before ? before : node.prepend_child("properties")).append_child("property");
+        property.append_attribute("name") = name;
+        attribute(property, "value", value);
+    }
+
+    static void attribute(pugi::xml_node node, const char* name, const std::string& value) {
+        node.append_attribute(name) = xmlText(beginningOf(value, kAttributeBytes)).c_str();
+    }
+    static void text(pugi::xml_node node, const std::string& value) {
+        node.append_child(pugi::node_pcdata).set_value(xmlText(beginningOf(value, kKeptBytes)).c_str());
+    }
+
+    // Servers show attributes on one line.
+    static constexpr std::size_t kAttributeBytes = 1000;
 };
 
 class JsonReport : public Report {
@@ -101,7 +130,7 @@ public:
     std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
         Json json = {{"plan", result.plan->name},
                      {"file", result.plan->file},
-                     {"start", timeText(result.start, kIsoTime)},
+                     {"start", isoTime(result.start)},
                      {"seconds", result.seconds},
                      {"set", result.setFolder},
                      {"good", result.isGood()},
@@ -116,20 +145,15 @@ public:
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
         }
-        return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+        return jsonText(json, 2) + '\n';
     }
 
 private:
     static Json stepJson(const Step& step, const StepResult& result) {
-        Json json = {{"name", step.name},
-                     {"line", step.line},
-                     {"teardown", step.teardown},
-                     {"verdict", verdictName(result.verdict())},
-                     {"text", result.text()},
-                     {"seconds", result.seconds()},
-                     {"pictures", result.kept("picture")},
-                     {"data", result.kept("data")},
-                     {"attempts", Json::array()}};
+        Json json = {
+            {"name", beginningOf(step.name, kKeptBytes)}, {"line", step.line},           {"teardown", step.teardown},
+            {"verdict", verdictName(result.verdict())},   {"text", result.text()},       {"seconds", result.seconds()},
+            {"pictures", result.kept("picture")},         {"data", result.kept("data")}, {"attempts", Json::array()}};
         for (const Attempt& attempt : result.attempts) {
             json["attempts"].push_back({{"verdict", verdictName(attempt.judgement.verdict)},
                                         {"text", attempt.judgement.text},
@@ -225,6 +249,14 @@ Verdict PlanResult::verdict() const {
 bool PlanResult::isGood() const {
     return count(Verdict::passed) + count(Verdict::marginal) == steps.size();
 }
+
+RunCounts::RunCounts(const PlanResult& result)
+    : passed(result.count(Verdict::passed)),
+      marginal(result.count(Verdict::marginal)),
+      failed(result.count(Verdict::failed) + result.count(Verdict::died)),
+      errors(result.count(Verdict::error)),
+      interrupted(result.count(Verdict::interrupted)),
+      notRun(result.count(Verdict::notRun)) {}
 
 std::vector<std::string> PlanResult::notes() const {
     const std::vector<Json> notes = allOf(*this, "note");

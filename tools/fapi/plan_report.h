@@ -49,6 +49,14 @@ struct PlanResult {
     std::vector<std::string> pictures() const;
 };
 
+// How many steps came to what.
+struct RunCounts {
+    // Who died has failed.
+    explicit RunCounts(const PlanResult& result);
+
+    std::size_t passed, marginal, failed, errors, interrupted, notRun;
+};
+
 // Follows a run: a line that is rewritten while a step runs on a terminal, a plain line a step elsewhere.
 class Progress {
 public:
@@ -62,10 +70,12 @@ public:
     void end(std::size_t step, const StepResult& result);
     // The table of steps.
     void finish(const PlanResult& result) const;
-    // The last line: the counts, and where the reports are.
+    // The counts, where the reports are, and as the last line the verdict.
     void conclude(const PlanResult& result, const std::vector<std::string>& reports) const;
 
 private:
+    std::string place(std::size_t step) const;
+
     const Plan& _plan;
     const bool _json;
     const bool _terminal;

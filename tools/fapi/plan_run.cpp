@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "characters.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -27,6 +28,8 @@ std::string signalName(int number) {
     const std::string name = abbreviation != nullptr ? abbreviation : std::to_string(number);
     return "SIG" + name + " (" + strsignal(number) + ")";
 }
+
+constexpr char kInterrupted[] = "interrupted";
 
 bool isReboot(int status) {
     return WIFEXITED(status) && WEXITSTATUS(status) == kExitReboot;
@@ -167,7 +170,7 @@ void PlanRun::interrupt(int descriptor, pid_t child) {
     }
     cutShort();
     if (last) {
-        endStep({Verdict::interrupted, ""});
+        endStep({Verdict::interrupted, atRunningLine(kInterrupted)});
         _over = true;
     }
 }
@@ -228,8 +231,9 @@ void PlanRun::takeEnd(const Record& record) {
     _inAttempt = false;
     if (!isBad(_position.judgement.verdict) || _position.attempt > _plan.steps[_position.step].retry) {
         _inStep = false;
-        _progress.end(_position.step, _result.steps[_position.step]);
+        // What has been told is never done again.
         saveStep(_position.step);
+        _progress.end(_position.step, _result.steps[_position.step]);
     }
 }
 
@@ -254,7 +258,7 @@ void PlanRun::afterDeath(int status) {
     if (!_stepInterrupted) {
         endStep({Verdict::died, text});
     } else if (_inStep) {
-        endStep({Verdict::interrupted, ""});
+        endStep({Verdict::interrupted, atRunningLine(kInterrupted)});
     }
     std::vector<unsigned int> faultCalls = std::move(_position.faultCalls);
     _position = {};
@@ -281,15 +285,24 @@ void PlanRun::cutShort() {
 }
 
 std::string PlanRun::deathText(int status) const {
-    std::string text = isReboot(status) ? "the watchdog has rebooted the set"
-                       : WIFSIGNALED(status)
-                           ? "the process died of " + signalName(WTERMSIG(status))
-                           : "the process ended with exit code " + std::to_string(WEXITSTATUS(status));
+    const std::string text = isReboot(status) ? "the watchdog has rebooted the set"
+                             : WIFSIGNALED(status)
+                                 ? "the process died of " + signalName(WTERMSIG(status))
+                                 : "the process ended with exit code " + std::to_string(WEXITSTATUS(status));
+    return atRunningLine(text);
+}
+
+// Null when the set is between two lines.
+const PlanLine* PlanRun::runningLine() const {
     const std::vector<PlanLine>& lines = _plan.steps[_inAttempt ? _position.step : 0].lines;
-    if (_inAttempt && _position.line < lines.size()) {
-        text = "line " + std::to_string(lines[_position.line].line) + ": " + lines[_position.line].text() + ": " + text;
-    }
-    return text;
+    return _inAttempt && _position.line < lines.size() ? &lines[_position.line] : nullptr;
+}
+
+std::string PlanRun::atRunningLine(const std::string& text) const {
+    const PlanLine* line = runningLine();
+    return line == nullptr
+               ? text
+               : "line " + std::to_string(line->line) + ": " + beginningOf(line->text(), kToldBytes) + ": " + text;
 }
 
 Attempt& PlanRun::attempt() {
@@ -301,6 +314,11 @@ void PlanRun::endStep(const Judgement& judgement) {
     const std::size_t index = _inStep ? _position.step : std::min(_next, _plan.steps.size() - 1);
     StepResult& step = _result.steps[index];
     if (_inAttempt) {
+        // The line that was running has told nothing itself.
+        if (const PlanLine* line = runningLine(); line != nullptr && _log != nullptr) {
+            attempt().commands.push_back(
+                {{"command", beginningOf(line->text(), kKeptBytes)}, {"line", line->line}, {"error", "did not end"}});
+        }
         attempt().seconds = std::chrono::duration<double>(Clock::now() - _position.start).count();
         attempt().log = _log != nullptr ? _log->text() : "";
     } else {

@@ -37,6 +37,8 @@ private:
     void takeRefusal(const Judgement& judgement);
     void afterDeath(int status);
     std::string deathText(int status) const;
+    const PlanLine* runningLine() const;
+    std::string atRunningLine(const std::string& text) const;
     Attempt& attempt();
     bool isInTeardown() const;
     void endStep(const Judgement& judgement);

@@ -12,6 +12,7 @@
 #include "run_history.h"
 #include "run_statistics.h"
 #include "terminal.h"
+#include "verdict_banner.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -33,7 +34,7 @@ void complain(bool json, const std::string& file, const std::string& text, unsig
         told["column"] = column;
         place += ':' + std::to_string(column);
     }
-    std::fprintf(stderr, "%s: %s%s\n", place.c_str(), warning ? "warning: " : "", text.c_str());
+    std::fprintf(stderr, "%s: %s%s\n", printable(place).c_str(), warning ? "warning: " : "", printable(text).c_str());
     if (json) {
         printLine(jsonLine(told));
     }
@@ -178,9 +179,9 @@ void printDryRun(const Plan& plan, bool json) {
         }
         printLine(line);
         for (const PlanLine& planLine : step.lines) {
-            printLine("    " + planLine.text());
+            printLine("    " + printable(planLine.text()));
             for (const Expectation& expectation : planLine.expectations) {
-                printLine("        " + expectation.text);
+                printLine("        " + printable(expectation.text));
             }
         }
     }
@@ -223,11 +224,11 @@ public:
             prepareReportFolder(_folder);
         }
         int worst = kExitGood;
-        for (std::size_t round = 1; (times == 0 || round <= times) && goesOn(worst); ++round) {
+        for (std::size_t round = 1; (times == 0 || round <= times) && goesOn(worst, times == 0); ++round) {
             if (times != 1 && !_options.json) {
                 printLine("run " + std::to_string(round) + (times == 0 ? "" : " of " + std::to_string(times)));
             }
-            for (std::size_t i = 0; i < _plans.size() && goesOn(worst); ++i) {
+            for (std::size_t i = 0; i < _plans.size() && goesOn(worst, times == 0); ++i) {
                 worst = std::max(worst, runNew(i));
             }
         }
@@ -236,11 +237,26 @@ public:
                 statistics.print(_options.json);
             }
         }
+        if (times != 1 || _plans.size() != 1) {
+            tellWorst();
+        }
         return worst;
     }
 
 private:
-    bool goesOn(int worst) const { return worst < kExitSet && (worst == kExitGood || !_options.untilFailure); }
+    // What was to go on for ever is not to do so unseen.
+    bool goesOn(int worst, bool forEver) const {
+        return worst < kExitSet && (worst == kExitGood || !_options.untilFailure) && (!forEver || isOutputWritten());
+    }
+
+    // Behind several runs.
+    void tellWorst() const {
+        if (_options.json) {
+            printLine(jsonLine({{"verdict", verdictName(_worst)}}));
+        } else {
+            printVerdict(_worst);
+        }
+    }
 
     int runNew(std::size_t index) {
         const Plan& plan = _plans[index];
@@ -269,6 +285,7 @@ private:
         run.run();
         const PlanResult& result = run.result();
         _statistics[index].add(result);
+        _worst = std::max(_worst, result.verdict());
         progress.finish(result);
         int code = exitCode(result, _interrupts);
         std::vector<std::string> files;
@@ -295,7 +312,7 @@ private:
             problems.emplace_back(error.what());
         }
         for (const std::string& problem : problems) {
-            std::fprintf(stderr, "fapi: %s\n", problem.c_str());
+            printMessage(problem);
         }
         return problems.empty();
     }
@@ -305,6 +322,7 @@ private:
     const std::string _folder;
     Interrupts _interrupts;
     std::vector<RunStatistics> _statistics;
+    Verdict _worst = Verdict::passed;
 };
 
 // 0 for "forever".

@@ -7,7 +7,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "output.h"
+#include "characters.h"
 
 namespace tool {
 
@@ -20,8 +20,14 @@ std::string timeText(std::chrono::system_clock::time_point time, const char* for
     return text.str();
 }
 
+std::string isoTime(std::chrono::system_clock::time_point time) {
+    // "+0100"
+    const std::string zone = timeText(time, "%z");
+    return timeText(time, kIsoTime) + zone.substr(0, 3) + ":" + zone.substr(3);
+}
+
 std::string xmlText(const std::string& text) {
-    std::string result = Json::parse(jsonLine(Json(text))).get<std::string>();
+    std::string result = validText(text);
     for (std::size_t i = 0; i < result.size(); ++i) {
         const auto byte = static_cast<unsigned char>(result[i]);
         const bool isControl = byte < 0x20 && std::strchr("\n\t\r", result[i]) == nullptr;

@@ -5,12 +5,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "characters.h"
 #include "durable_file.h"
 #include "report_text.h"
+#include "terminal.h"
 #include "unfinished_run.h"
 #include "vset/vset.h"
 
@@ -22,8 +25,11 @@ namespace fs = std::filesystem;
 
 // "sys_get_emmc_env_var", "set pixel"
 std::string nameOf(const Json& command) {
-    const Words words = splitWords(command["command"].get<std::string>());
-    return words[0] == "set" && words.size() > 1 ? "set " + words[1] : words[0];
+    // The rest of a long line is cut off, perhaps within quotes.
+    std::istringstream words(command["command"].get<std::string>());
+    std::string first, second;
+    words >> first >> second;
+    return first == "set" ? first + " " + second : first;
 }
 
 // "sys_get_emmc_env_var length"; a second one of that name in a step gets its number.
@@ -91,6 +97,7 @@ std::optional<HistoryEntry> entryOf(const std::string& line) {
         entry.passed = json.at("passed").get<std::size_t>();
         entry.marginal = json.at("marginal").get<std::size_t>();
         entry.failed = json.at("failed").get<std::size_t>();
+        entry.interrupted = json.value("interrupted", std::size_t{0});
         entry.notRun = json.at("not_run").get<std::size_t>();
         entry.seconds = json.at("seconds").get<double>();
         entry.report = json.at("report").get<std::string>();
@@ -111,23 +118,25 @@ std::optional<HistoryEntry> entryOf(const std::string& line) {
 
 HistoryEntry historyEntry(const PlanResult& result, const std::string& report) {
     HistoryEntry entry;
-    entry.when = timeText(result.start, kIsoTime);
+    entry.when = isoTime(result.start);
     entry.plan = result.plan->name;
     entry.file = result.plan->file;
     entry.verdict = verdictName(result.verdict());
-    entry.passed = result.count(Verdict::passed);
-    entry.marginal = result.count(Verdict::marginal);
-    entry.notRun = result.count(Verdict::notRun);
-    entry.errors = result.count(Verdict::error);
-    entry.failed = result.steps.size() - entry.passed - entry.marginal - entry.errors - entry.notRun;
+    const RunCounts counts(result);
+    entry.passed = counts.passed;
+    entry.marginal = counts.marginal;
+    entry.failed = counts.failed;
+    entry.errors = counts.errors;
+    entry.interrupted = counts.interrupted;
+    entry.notRun = counts.notRun;
     entry.seconds = result.seconds;
     entry.report = fs::path(report).filename().string();
     entry.pictures = result.pictures();
     entry.faults = result.plan->faults.size();
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
-        entry.steps.push_back(
-            {result.plan->steps[i].name, verdictName(step.verdict()), step.seconds(), measurementsOf(step)});
+        entry.steps.push_back({beginningOf(result.plan->steps[i].name, kToldBytes), verdictName(step.verdict()),
+                               step.seconds(), measurementsOf(step)});
     }
     return entry;
 }
@@ -142,6 +151,7 @@ Json toJson(const HistoryEntry& entry) {
                  {"marginal", entry.marginal},
                  {"failed", entry.failed},
                  {"errors", entry.errors},
+                 {"interrupted", entry.interrupted},
                  {"not_run", entry.notRun},
                  {"seconds", entry.seconds},
                  {"report", entry.report},
@@ -202,7 +212,7 @@ std::vector<HistoryEntry> RunHistory::entries() const {
         if (std::optional<HistoryEntry> entry = entryOf(line)) {
             found.push_back(std::move(*entry));
         } else {
-            std::fprintf(stderr, "fapi: %s:%zu: is damaged, left out\n", _file.c_str(), number);
+            printMessage(_file + ":" + std::to_string(number) + ": is damaged, left out");
         }
     }
     return found;

@@ -28,7 +28,7 @@ struct HistoryEntry {
     std::string when;     // it began
     std::string plan, file;
     std::string verdict;  // passed, marginal, failed, error or interrupted
-    std::size_t passed = 0, marginal = 0, failed = 0, errors = 0, notRun = 0;
+    std::size_t passed = 0, marginal = 0, failed = 0, errors = 0, interrupted = 0, notRun = 0;
     double seconds = 0;
     std::string report;                 // what the names of its report's files begin with
     std::vector<std::string> pictures;  // files beside that
@@ -66,6 +66,10 @@ private:
 struct HistoryOptions {
     std::string report;  // folder; empty: "reports"
     std::vector<std::string> runs;
+    // What is listed: all when empty.
+    std::string plan;     // a part of the plan's name
+    std::string verdict;  // passed, marginal, failed or interrupted
+    std::string since;    // the beginning of a time: "2026-02-14" or "2026-02-14T10"
     bool json = false;
 };
 

@@ -28,7 +28,10 @@ void tellPicture(const PictureSource& source, const ScreenOptions& options, bool
         printLine(jsonLine(told));
         return;
     }
-    if (options.preview || options.file.empty()) {
+    const bool isWanted = options.preview || options.file.empty();
+    if (isWanted && !usesColors()) {
+        printMessage("without colors there is no picture here; --color=always shows it all the same");
+    } else if (isWanted) {
         // The line below it and the prompt stay in sight.
         std::fputs(previewText(picture, terminalColumns(), std::max<std::size_t>(terminalRows(), 4) - 2).c_str(),
                    dataOutput());

@@ -23,6 +23,7 @@
 #include "output.h"
 #include "report_text.h"
 #include "set_backup.h"
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -58,7 +59,7 @@ std::string filesText(const BackupContents& contents) {
 void tellDamage(const std::vector<vset::Repair>& repairs) {
     for (const vset::Repair& repair : repairs) {
         for (const std::string& line : repair.damage) {
-            std::fprintf(stderr, "fapi: %s\n", line.c_str());
+            printMessage(line);
         }
     }
 }
@@ -113,7 +114,7 @@ public:
         std::error_code error;
         fs::remove_all(_name, error);
         if (error) {
-            std::fprintf(stderr, "fapi: %s: is left over: %s\n", _name.c_str(), error.message().c_str());
+            printMessage(_name + ": is left over: " + error.message());
         }
     }
     FolderBeside(const FolderBeside&) = delete;

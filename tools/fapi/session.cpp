@@ -7,10 +7,12 @@
 #include <set>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include "log_switch.h"
 #include "middleware_words.h"
+#include "terminal.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
 
@@ -53,6 +55,11 @@ bool isOutputWritten() {
     return std::fflush(dataOutput()) == 0 && std::ferror(dataOutput()) == 0;
 }
 
+bool isReaderGone() {
+    pollfd output = {fileno(dataOutput()), POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
 std::string setFolder(const SessionOptions& options) {
     return options.folder.empty() ? vset::defaultFolder() : options.folder;
 }
@@ -63,7 +70,7 @@ void openSession(const SessionOptions& options) {
     if (access((folder + "/set.json").c_str(), F_OK) == 0) {
         const std::vector<std::string> damage = vset::check(folder);
         for (const std::string& line : damage) {
-            std::fprintf(stderr, "fapi: %s\n", line.c_str());
+            printMessage(line);
         }
         if (!damage.empty() && !options.damaged) {
             throw vset::SetError(folder + ": is damaged (--damaged goes on all the same)");

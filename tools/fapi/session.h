@@ -35,6 +35,8 @@ void separateOutputs();
 void joinOutputs();
 // False when something could not be written to dataOutput().
 bool isOutputWritten();
+// True when that is so because it is a pipe that nobody reads any more, such as "| head": nothing to complain of.
+bool isReaderGone();
 
 // The folder that the options mean.
 std::string setFolder(const SessionOptions& options);

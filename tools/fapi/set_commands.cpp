@@ -7,8 +7,10 @@
 
 #include <unistd.h>
 
+#include "characters.h"
 #include "hw3/hw_flash.h"
 #include "output.h"
+#include "terminal.h"
 #include "vset/flash.h"
 #include "vset/uart.h"
 #include "vset/vset.h"
@@ -20,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 void say(const GlobalOptions& options, const Json& json, const std::string& text) {
-    printLine(options.json ? jsonLine(json) : text);
+    printLine(options.json ? jsonLine(json) : printable(text, "\n"));
 }
 
 }  // namespace
@@ -33,7 +35,7 @@ bool confirm(const GlobalOptions& options, const std::string& what) {
         printError("this " + what + ", and standard input is no terminal to ask on; -y does not ask", options.json);
         return false;
     }
-    std::fprintf(stderr, "This %s. Go on? [y/N] ", what.c_str());
+    std::fprintf(stderr, "This %s. Go on? [y/N] ", printable(what).c_str());
     std::string answer;
     std::getline(std::cin, answer);
     return answer == "y" || answer == "Y" || answer == "yes";
@@ -102,8 +104,8 @@ int showSet(const GlobalOptions& options) {
     for (const auto& [name, type] : types) {
         try {
             for (const auto& [key, value] : vset::flash::environment(type)) {
-                json["environment"][name][key] = value;
-                text.append("\n  ").append(name).append(" ").append(key).append("=").append(value);
+                json["environment"][name][validText(key)] = toJson(Value(value));
+                text += std::string("\n  ") + name + " " + escaped(key, false) + "=" + escaped(value, false);
             }
         } catch (const vset::SetError&) {
             // Damage has been told above.

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "session.h"
+#include "terminal.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -121,7 +122,7 @@ std::unique_ptr<UnfinishedRun> UnfinishedRun::find(const std::string& folder, co
     for (const std::string& file : filesIn(folder)) {
         std::unique_ptr<UnfinishedRun> run = read(file);
         if (run == nullptr) {
-            std::fprintf(stderr, "fapi: %s: is damaged, left out\n", file.c_str());
+            printMessage(file + ": is damaged, left out");
             continue;
         }
         if (run->_plan != absolutePath(plan.file)) {
@@ -208,7 +209,7 @@ void UnfinishedRun::finish() {
 }
 
 void UnfinishedRun::giveUp(const char* why) {
-    std::fprintf(stderr, "fapi: %s; this run cannot be resumed\n", why);
+    printMessage(std::string(why) + "; this run cannot be resumed");
     finish();
 }
 

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "characters.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -167,39 +168,44 @@ std::string hexDump(const Bytes& bytes, std::size_t lines) {
 
 std::string escaped(std::string_view text, bool asciiOnly) {
     std::string shown;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
+    while (!text.empty()) {
+        const Character character = takeCharacter(text);
+        if (character.code == '\n') {
             shown += "\\n";
-        } else if (c == '"' || c == '\\') {
-            shown += {'\\', c};
-        } else if (byte < 0x20 || byte == 0x7F || (asciiOnly && byte > 0x7F)) {
-            shown += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        } else if (character.code == '"' || character.code == '\\') {
+            shown.append("\\").append(character.bytes);
+        } else if (character.isObeyed() || (asciiOnly && character.code > 0x7F)) {
+            shown += escapedBytes(character.bytes);
         } else {
-            shown += c;
+            shown += character.bytes;
         }
     }
     return shown;
 }
 
 std::string display(const Value& value, std::size_t limit) {
+    if (limit == 0) {
+        limit = std::string::npos;
+    }
+    // What is cut off is not even escaped: it may be megabytes.
     std::string shown;
+    bool isCut = false;
     if (const auto* number = std::get_if<long long>(&value)) {
         shown = std::to_string(*number);
     } else if (const auto* text = std::get_if<std::string>(&value)) {
-        shown = '"' + escaped(*text, false) + '"';
+        isCut = text->size() > limit;
+        shown = '"' + escaped(headOf(*text, limit), false) + (isCut ? "" : "\"");
     } else {
         const Bytes& bytes = std::get<Bytes>(value);
+        isCut = bytes.size() > limit;
         shown = std::to_string(bytes.size()) + (bytes.size() == 1 ? " byte" : " bytes");
         if (!bytes.empty()) {
-            shown += ": " + hexText(bytes, " ");
+            shown +=
+                ": " +
+                hexText(isCut ? Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(limit)) : bytes, " ");
         }
     }
-    if (limit != 0 && shown.size() > limit) {
-        shown.resize(limit);
-        shown += "...";
-    }
-    return shown;
+    return isCut || shown.size() > limit ? std::string(headOf(shown, limit)) + "..." : shown;
 }
 
 }  // namespace tool

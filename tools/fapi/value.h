@@ -53,8 +53,8 @@ constexpr std::size_t kDumpWidth = 16;
 // The first `lines` lines of them: offset, bytes and text, each with a newline before it.
 std::string hexDump(const Bytes& bytes, std::size_t lines);
 
-// With \n, \" and \x1b for what a terminal would obey; with `asciiOnly` also for every byte above 0x7f, which need not
-// be a part of a character.
+// With \n, \" and \x1b for what a terminal would obey, bytes that are no UTF-8 included; with `asciiOnly` also for
+// every other byte above 0x7f.
 std::string escaped(std::string_view text, bool asciiOnly);
 
 // As a person reads it: 42, "text" with \n and \x1b escapes, 4 bytes: 01 02 03 04. Cut to `limit` characters when that

@@ -8,6 +8,7 @@
 
 #include "event_log.h"
 #include "first_lines.h"
+#include "interrupts.h"
 #include "output.h"
 
 namespace tool {
@@ -18,10 +19,6 @@ namespace {
 class Interrupter {
 public:
     Interrupter() {
-        sigemptyset(&_signals);
-        for (const int signal : {SIGINT, SIGTERM}) {
-            sigaddset(&_signals, signal);
-        }
         pthread_sigmask(SIG_BLOCK, &_signals, nullptr);
         std::thread([signals = _signals] {
             int signal = 0;
@@ -31,7 +28,7 @@ public:
     }
 
 private:
-    sigset_t _signals;
+    const sigset_t _signals = endingSignals();
 };
 
 template <class Item>
@@ -68,7 +65,9 @@ int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
     unsigned int seen = 0;
     Event event;
     auto deadline = deadlineAfter(watchOptions.idle);
-    while ((watchOptions.count == 0 || seen < watchOptions.count) && eventLog().take(event, deadline)) {
+    const auto isWaiting = [&] { return watchOptions.count == 0 || seen < watchOptions.count; };
+    // Nobody watches what cannot be printed.
+    while (isWaiting() && isOutputWritten() && eventLog().take(event, deadline)) {
         if (isWanted(watchOptions.events, event.number) && isWanted<std::string>(watchOptions.modules, event.module)) {
             printEvent(event, options.json);
             deadline = deadlineAfter(watchOptions.idle);

@@ -182,6 +182,12 @@ std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line
     if (name == "SHELL") {
         return {"bash", "zsh"};
     }
+    if (name == "WHEN") {
+        return {"always", "auto", "never"};
+    }
+    if (name == "VERDICT") {
+        return {"error", "failed", "interrupted", "marginal", "passed"};
+    }
     if (name == "FLASH") {
         return {std::begin(kFlashTypes), std::end(kFlashTypes)};
     }

@@ -175,28 +175,11 @@ std::size_t columnOf(std::string_view line, const UsageError& error) {
 }
 
 std::string quoteWord(std::string_view word) {
-    const bool plain =
-        !word.empty() && word.front() != '#' && std::all_of(word.begin(), word.end(), [](unsigned char c) {
-            return c > ' ' && c != 0x7F && c != '"' && c != '\'' && c != '\\';
-        });
-    if (plain) {
-        return std::string(word);
-    }
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string quoted = "\"";
-    for (const char c : word) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            quoted += {'\\', c};
-        } else if (c == '\n') {
-            quoted += "\\n";
-        } else if (byte < ' ' || byte == 0x7F) {
-            quoted += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
-        } else {
-            quoted += c;
-        }
-    }
-    return quoted + '"';
+    // An escape in it is one of those that readQuoted() knows.
+    const std::string quoted = escaped(word, false);
+    const bool isPlain = !word.empty() && word.front() != '#' && word.find_first_of(" '") == std::string_view::npos &&
+                         quoted.size() == word.size();
+    return isPlain ? quoted : '"' + quoted + '"';
 }
 
 std::string nearest(std::string_view word, const std::vector<std::string>& candidates) {
