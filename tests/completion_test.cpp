@@ -81,7 +81,7 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"env get m", {"model"}},
         {"env unset --flash nand m", {}},
         {"env get --flash s", {"spi_nor"}},
-        {"run ", {":files"}},
+        {"run li", {":files", "line"}},
         {"run one.plan --report ", {":folders"}},
         {"run one.plan two", {":files"}},
         {"screen --what p", {"panel"}},
@@ -115,6 +115,7 @@ TEST_F(Completion, Bash) {
     EXPECT_THAT(completeInBash("call sys_check_f"), ElementsAre("sys_check_file", "sys_check_folder"));
     EXPECT_THAT(completeInBash("aud"), ElementsAre("")) << "nothing";
     EXPECT_THAT(completeInBash("run n"), ElementsAre("notes.txt"));
+    EXPECT_THAT(completeInBash("run pan"), ElementsAre("panel"));
     EXPECT_THAT(completeInBash("run --report "), ElementsAre("records"));
     EXPECT_THAT(completeInBash("screen --what window:"), ElementsAre("")) << "bash has the part up to the colon";
     EXPECT_THAT(completeInBash("call sys_write_file /mnt/usb/b text:a:b"), ElementsAre(""));

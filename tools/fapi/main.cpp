@@ -284,6 +284,10 @@ private:
         addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
         addServiceCommands(*set, _options, _action);
         addSetAction(set, "ports", "Show where terminal programs can be connected while the set is on", showPorts);
+        // A hundred commands are most of what a start takes, and no line without this word needs one.
+        if (!isNamed("set")) {
+            return;
+        }
         for (const Hand& hand : hands()) {
             const auto isHand = [&hand](const CLI::App* command) { return command->get_name() == hand.name; };
             if (!set->get_subcommands(isHand).empty()) {
@@ -306,6 +310,15 @@ private:
                 _action = [this] { return runHand(_options, _words, _output); };
             });
         }
+    }
+
+    // True when the word stands anywhere in the command line, in a longer one as well.
+    bool isNamed(std::string_view word) const {
+        char** argument = _arguments;
+        while (*argument != nullptr && std::string_view(*argument).find(word) == std::string_view::npos) {
+            ++argument;
+        }
+        return *argument != nullptr;
     }
 
     void addPartition() {

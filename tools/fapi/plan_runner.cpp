@@ -7,6 +7,7 @@
 
 #include "fresh_set.h"
 #include "output.h"
+#include "plan_files.h"
 #include "plan_report.h"
 #include "plan_run.h"
 #include "run_history.h"
@@ -71,7 +72,14 @@ std::string hashOf(const std::string& text) {
 bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Plan>& plans) {
     bool good = true;
     const vset::HostPaths hostPaths;
-    for (const std::string& file : files) {
+    for (const std::string& word : files) {
+        const std::optional<std::string> found = planFile(word);
+        if (!found) {
+            complain(json, word, unknownPlan(word));
+            good = false;
+            continue;
+        }
+        const std::string& file = *found;
         std::string text;
         if (!readText(json, file, text)) {
             good = false;

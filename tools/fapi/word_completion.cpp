@@ -11,6 +11,7 @@
 #include "env_commands.h"
 #include "env_store.h"
 #include "event_log.h"
+#include "plan_files.h"
 #include "plan_report.h"
 #include "run_history.h"
 #include "session.h"
@@ -30,7 +31,7 @@ _fapi() {
     COMPREPLY=()
     mapfile -t found < <("$1" complete "$line" 2>/dev/null)
     case ${found[0]-} in
-        :files) mapfile -t COMPREPLY < <(compgen -f -- "${start#"$cut"}") ;;
+        :files) mapfile -t COMPREPLY < <(compgen -f -- "${start#"$cut"}"; printf '%s\n' "${found[@]:1}" | grep .) ;;
         :folders) mapfile -t COMPREPLY < <(compgen -d -- "${start#"$cut"}") ;;
         *)
             for i in "${found[@]}"; do
@@ -53,7 +54,7 @@ _fapi() {
     local -a found open
     found=(${(f)"$("$words[1]" complete "${(j: :)words[1,CURRENT-1]} $PREFIX" 2>/dev/null)"})
     case ${found[1]-} in
-        :files) _files ;;
+        :files) _files; compadd -- ${found[2,-1]} ;;
         :folders) _files -/ ;;
         *)
             open=(${(M)found:#*[/:]})
@@ -167,7 +168,12 @@ std::vector<std::string> runNames(const std::string& folder) {
 // What an option or argument of that name takes on the command line; the words of operations and hands are no
 // matter of this.
 std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line) {
-    if (name == "FILE" || name == "PLAN") {
+    if (name == "PLAN") {
+        std::vector<std::string> names = planNames();
+        names.insert(names.begin(), kAnyFile);
+        return names;
+    }
+    if (name == "FILE") {
         return {kAnyFile};
     }
     if (name == "DIR") {
@@ -269,8 +275,13 @@ std::vector<std::string> commandCompletions(const CLI::App& app, const std::stri
         step(place, linePlace.words[i]);
     }
     const std::vector<std::string> all = allValues(place, linePlace);
-    const bool isShells = all.size() == 1 && all.front()[0] == ':';
-    return isShells ? all : startingWith(all, linePlace.start);
+    // What the shell itself completes comes first, whatever the word begins with.
+    const bool hasShells = !all.empty() && all.front()[0] == ':';
+    std::vector<std::string> found = startingWith({all.begin() + (hasShells ? 1 : 0), all.end()}, linePlace.start);
+    if (hasShells) {
+        found.insert(found.begin(), all.front());
+    }
+    return found;
 }
 
 std::string completionScript(const std::string& shell) {

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <functional>
 #include <mutex>
-#include <regex>
 #include <set>
 
 #include <fcntl.h>
@@ -137,13 +136,33 @@ bool parseCalibration(const Json& json, extin::Calibration& stCalibration) {
            });
 }
 
+// "02:00:5E:00:53:01", with large letters.
+bool isMac(const std::string& strText) {
+    static constexpr std::size_t kLength = 17;
+    for (std::size_t i = 0; i < strText.size(); ++i) {
+        if (std::strchr(i % 3 == 2 ? ":" : "0123456789ABCDEF", strText[i]) == nullptr || strText[i] == '\0') {
+            return false;
+        }
+    }
+    return strText.size() == kLength;
+}
+
+// A type and an index of up to three digits, such as "vga0".
+bool isAnalogueInput(const std::string& strText) {
+    const std::size_t start = std::min(strText.find_first_of("0123456789"), strText.size());
+    const std::string strType = strText.substr(0, start);
+    const std::string strIndex = strText.substr(start);
+    return (strType == "vga" || strType == "ypbpr" || strType == "scart") && !strIndex.empty() &&
+           strIndex.size() <= 3 && strIndex.find_first_not_of("0123456789") == std::string::npos &&
+           (strIndex == "0" || strIndex[0] != '0');
+}
+
 // Of the entries those that are calibrations of inputs.
 std::map<std::string, extin::Calibration> parseCalibrations(const Json& json, const Bad& bad) {
-    static const std::regex kInput("(vga|ypbpr|scart)(0|[1-9][0-9]{0,2})");
     std::map<std::string, extin::Calibration> calibrations;
     for (const auto& [strInput, value] : json.items()) {
         extin::Calibration stCalibration;
-        if (std::regex_match(strInput, kInput) && parseCalibration(value, stCalibration)) {
+        if (isAnalogueInput(strInput) && parseCalibration(value, stCalibration)) {
             calibrations[strInput] = stCalibration;
         } else {
             bad("calibration." + strInput, "an analogue input with phase, gain and offset of three colors");
@@ -397,9 +416,7 @@ bool makeSet(const std::string& strFolder) {
 }  // namespace
 
 bool isInterface(const net::Interface& stInterface) {
-    static const std::regex kMac("[0-9A-F]{2}(:[0-9A-F]{2}){5}");
-    return !stInterface.strName.empty() && stInterface.strName.size() <= net::kNameSize &&
-           std::regex_match(stInterface.strMac, kMac);
+    return !stInterface.strName.empty() && stInterface.strName.size() <= net::kNameSize && isMac(stInterface.strMac);
 }
 
 bool isPartitionName(const std::string& strName) {
