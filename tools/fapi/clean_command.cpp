@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <regex>
 #include <set>
 
 #include <fcntl.h>
@@ -14,6 +13,7 @@
 #include "output.h"
 #include "run_history.h"
 #include "terminal.h"
+#include "text_pattern.h"
 #include "unfinished_run.h"
 
 namespace tool {
@@ -46,7 +46,7 @@ std::optional<std::vector<std::string>> picturesOfReport(const fs::path& file) {
         return pictures;
     }
     try {
-        const Json json = Json::parse(OpenFile(file.string(), O_RDONLY).read());
+        const Json json = parseJson(OpenFile(file.string(), O_RDONLY).read());
         for (const char* wanted : {"plan", "set", "good"}) {
             static_cast<void>(json.at(wanted));
         }
@@ -118,18 +118,18 @@ private:
 
     // Those that the history does not know.
     void reports() {
-        static const std::regex kName("(.+-[0-9]{8}-[0-9]{6}(-[0-9]+)?)\\.json");
+        static const TextPattern kName("(.+-[0-9]{8}-[0-9]{6}(-[0-9]+)?)\\.json");
         std::set<std::string> known;
         for (const HistoryEntry& entry : RunHistory(_folder).entries()) {
             known.insert(entry.report);
         }
         for (const fs::directory_entry& entry : fs::directory_iterator(_folder)) {
             const std::string name = entry.path().filename().string();
-            std::smatch parts;
-            if (!std::regex_match(name, parts, kName) || known.count(parts[1]) != 0) {
+            const std::vector<std::string> parts = kName.match(name);
+            if (parts.empty() || known.count(parts[1]) != 0) {
                 continue;
             }
-            const std::string stem = (fs::path(_folder) / parts[1].str()).string();
+            const std::string stem = (fs::path(_folder) / parts[1]).string();
             if (isUnfinished(stem) || _files.count(entry.path().string()) != 0) {
                 continue;
             }

@@ -125,7 +125,12 @@ std::vector<std::string> operationNames(const std::string& start) {
 std::vector<std::string> partitionNames(const std::string& folder) {
     const vset::HostPaths hostPaths;
     std::ifstream file(folder + "/set.json");
-    const Json set = Json::parse(file, nullptr, false);
+    Json set;
+    try {
+        set = parseJson({std::istreambuf_iterator<char>(file), {}});
+    } catch (const Json::exception&) {
+        return {};
+    }
     std::vector<std::string> names;
     if (set.is_object() && set.contains("partitions") && set["partitions"].is_object()) {
         for (const auto& [name, size] : set["partitions"].items()) {

@@ -10,8 +10,6 @@
 #include <optional>
 #include <stdexcept>
 
-#include <CLI/CLI.hpp>
-
 #include "durable_file.h"
 #include "env_store.h"
 #include "env_text.h"
@@ -29,23 +27,18 @@ namespace fs = std::filesystem;
 // More names than these make a question unreadable.
 constexpr std::size_t kNamesAsked = 8;
 
-struct EnvOptions {
-    std::string flash = kFlashTypes[0];
-    Words words;
-    std::string file;
-    bool replace = false;    // what is there, instead of adding to it
-    bool previous = false;   // the image before in place of a file
-    bool valueOnly = false;  // without names
-};
+}  // namespace
 
 // What a command works on.
-struct Bench {
+struct EnvBench {
     const GlobalOptions& options;
     const EnvOptions& wanted;
     const EnvStore store;
 };
 
-void note(const Bench& bench, const std::string& text) {
+namespace {
+
+void note(const EnvBench& bench, const std::string& text) {
     printMessage(bench.store.flash() + ": " + text);
 }
 
@@ -59,7 +52,7 @@ std::string benchFolder(const GlobalOptions& options) {
 }
 
 // What is there. Damage is told on standard error.
-Environment look(const Bench& bench) {
+Environment look(const EnvBench& bench) {
     Environment environment = parseEnvImage(bench.store.read());
     for (const std::string& damage : environment.damage) {
         note(bench, damage);
@@ -68,7 +61,7 @@ Environment look(const Bench& bench) {
 }
 
 // The same for what is about to be used as a whole. Throws vset::SetError when it is not, unless the options allow it.
-Environment lookAtWhole(const Bench& bench) {
+Environment lookAtWhole(const EnvBench& bench) {
     Environment environment = look(bench);
     if (!environment.damage.empty() && !bench.options.session.damaged) {
         throw vset::SetError(bench.store.flash() +
@@ -113,7 +106,7 @@ void printChanges(const std::vector<EnvChange>& changes) {
     }
 }
 
-void printVariables(const Bench& bench, const Environment& environment, const EnvVariables& shown) {
+void printVariables(const EnvBench& bench, const Environment& environment, const EnvVariables& shown) {
     if (bench.options.json) {
         printLine(jsonLine(
             {{"flash", bench.store.flash()}, {"damage", environment.damage}, {"variables", variablesJson(shown)}}));
@@ -157,7 +150,7 @@ std::string intent(const std::vector<EnvChange>& changes) {
 // --- Changes ---------------------------------------------------------------------------------------------------------
 
 // Asks, writes the image in one piece, and tells what is other than before.
-int writeImage(const Bench& bench, const Environment& before, const std::string& image) {
+int writeImage(const EnvBench& bench, const Environment& before, const std::string& image) {
     const std::vector<EnvChange> changes = changesBetween(before.variables, parseEnvImage(image).variables);
     const bool written = bench.store.read() != image && (!changes.empty() || !before.damage.empty());
     if (written) {
@@ -179,7 +172,7 @@ int writeImage(const Bench& bench, const Environment& before, const std::string&
     return kExitGood;
 }
 
-int writeVariables(const Bench& bench, const Environment& before, const EnvVariables& variables) {
+int writeVariables(const EnvBench& bench, const Environment& before, const EnvVariables& variables) {
     return writeImage(bench, before, makeEnvImage(variables));
 }
 
@@ -221,7 +214,7 @@ public:
 };
 
 // Throws Refusal when not so many are kept.
-KeptImage imageBefore(const Bench& bench, std::size_t steps) {
+KeptImage imageBefore(const EnvBench& bench, std::size_t steps) {
     const std::vector<KeptImage> kept = bench.store.kept();
     if (steps > kept.size()) {
         throw Refusal(kept.empty() ? "no other image is kept"
@@ -232,7 +225,7 @@ KeptImage imageBefore(const Bench& bench, std::size_t steps) {
 
 // --- Commands --------------------------------------------------------------------------------------------------------
 
-int listEnv(const Bench& bench) {
+int listEnv(const EnvBench& bench) {
     const std::string pattern = bench.wanted.words.empty() ? "" : bench.wanted.words[0];
     const Environment environment = look(bench);
     for (const std::string& remark : environment.remarks) {
@@ -245,7 +238,7 @@ int listEnv(const Bench& bench) {
     return exitFor(environment);
 }
 
-int getEnv(const Bench& bench) {
+int getEnv(const EnvBench& bench) {
     const Environment environment = look(bench);
     EnvVariables shown;
     bool all = true;
@@ -267,7 +260,7 @@ int getEnv(const Bench& bench) {
     return environment.damage.empty() && !all ? kExitFailed : exitFor(environment);
 }
 
-int setEnv(const Bench& bench) {
+int setEnv(const EnvBench& bench) {
     const EnvVariables wanted = parseAssignments(bench.wanted.words);
     const Environment before = lookAtWhole(bench);
     EnvVariables variables = before.variables;
@@ -277,7 +270,7 @@ int setEnv(const Bench& bench) {
     return writeVariables(bench, before, variables);
 }
 
-int unsetEnv(const Bench& bench) {
+int unsetEnv(const EnvBench& bench) {
     const Environment before = lookAtWhole(bench);
     EnvVariables variables = before.variables;
     for (const std::string& name : bench.wanted.words) {
@@ -288,7 +281,7 @@ int unsetEnv(const Bench& bench) {
     return writeVariables(bench, before, variables);
 }
 
-int diffEnv(const Bench& bench) {
+int diffEnv(const EnvBench& bench) {
     if (bench.wanted.previous != bench.wanted.file.empty()) {
         throw UsageError("diff: expected either FILE or --previous");
     }
@@ -304,7 +297,7 @@ int diffEnv(const Bench& bench) {
     return changes.empty() ? kExitGood : kExitFailed;
 }
 
-int exportEnv(const Bench& bench) {
+int exportEnv(const EnvBench& bench) {
     const Environment environment = lookAtWhole(bench);
     const std::string count = countText(environment.variables.size());
     std::string text = "# boot environment of " + bench.store.flash() + ", " + count + ", " +
@@ -321,7 +314,7 @@ int exportEnv(const Bench& bench) {
     return kExitGood;
 }
 
-int importEnv(const Bench& bench) {
+int importEnv(const EnvBench& bench) {
     const EnvVariables imported = readVariables(bench.wanted.file);
     if (bench.wanted.replace) {
         return writeVariables(bench, look(bench), imported);
@@ -334,7 +327,7 @@ int importEnv(const Bench& bench) {
     return writeVariables(bench, before, variables);
 }
 
-int rollbackEnv(const Bench& bench) {
+int rollbackEnv(const EnvBench& bench) {
     const std::size_t steps = stepsBack(bench.wanted.words);
     const Environment before = look(bench);
     const std::string image = imageBefore(bench, steps).image;
@@ -345,7 +338,7 @@ int rollbackEnv(const Bench& bench) {
     return writeImage(bench, before, image);
 }
 
-int listKept(const Bench& bench) {
+int listKept(const EnvBench& bench) {
     const Environment now = look(bench);
     const std::vector<KeptImage> images = bench.store.kept();
     if (images.empty()) {
@@ -370,7 +363,7 @@ int listKept(const Bench& bench) {
     return exitFor(now);
 }
 
-int repairEnv(const Bench& bench) {
+int repairEnv(const EnvBench& bench) {
     const Environment before = look(bench);
     if (before.damage.empty()) {
         printLine(bench.options.json ? jsonLine({{"flash", bench.store.flash()}, {"written", false}})
@@ -388,17 +381,7 @@ int repairEnv(const Bench& bench) {
 
 // --- The command line ------------------------------------------------------------------------------------------------
 
-struct EnvCommand {
-    const char* name;
-    const char* help;
-    const char* argument;  // null: none
-    const char* argumentHelp;
-    bool several;  // at least one; else at most one
-    bool writes;   // nobody else may have the set
-    int (*run)(const Bench& bench);
-};
-
-const EnvCommand kCommands[] = {
+const std::vector<EnvCommand> kCommands = {
     {"list", "List the variables", "PATTERN", "Part of the names to list", false, false, listEnv},
     {"get", "Show variables by name", "VARIABLE", "Their names", true, false, getEnv},
     {"set", "Set variables, all in one write", "ASSIGNMENT", "NAME=VALUE", true, true, setEnv},
@@ -414,7 +397,13 @@ const EnvCommand kCommands[] = {
      repairEnv},
 };
 
-int runCommand(const EnvCommand& command, const GlobalOptions& options, const EnvOptions& wanted) {
+}  // namespace
+
+const std::vector<EnvCommand>& envCommands() {
+    return kCommands;
+}
+
+int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const EnvOptions& wanted) {
     const vset::HostPaths hostPaths;
     const std::string folder = benchFolder(options);
     // From before it is read until it is written.
@@ -427,53 +416,6 @@ int runCommand(const EnvCommand& command, const GlobalOptions& options, const En
     } catch (const Refusal& refusal) {
         printError(wanted.flash + ": " + refusal.what(), options.json);
         return kExitFailed;
-    }
-}
-
-CLI::Validator flashType() {
-    const auto check = [](const std::string& word) {
-        const bool known = std::find(std::begin(kFlashTypes), std::end(kFlashTypes), word) != std::end(kFlashTypes);
-        return known ? std::string() : "is " + display(word, 40) + ", expected emmc, nand or spi_nor";
-    };
-    return CLI::Validator(check, "");
-}
-
-// What only some of them take.
-void addOwnOptions(CLI::App& command, EnvOptions& wanted) {
-    const std::string name = command.get_name();
-    if (name == "diff" || name == "export" || name == "import") {
-        command.add_option("FILE", wanted.file, "The file of this PC")->required(name != "diff");
-    }
-    if (name == "diff") {
-        command.add_flag("--previous", wanted.previous, "Compare with the image before");
-    }
-    if (name == "import") {
-        command.add_flag("--replace", wanted.replace, "Remove what the file does not have");
-    }
-    if (name == "get") {
-        command.add_flag("--value", wanted.valueOnly, "Print the values without their names");
-    }
-}
-
-}  // namespace
-
-void addEnvCommands(CLI::App& app, const GlobalOptions& options, std::function<int()>& action) {
-    const auto wanted = std::make_shared<EnvOptions>();
-    CLI::App* env = app.add_subcommand("env", "Look at and change the set's boot environments");
-    env->require_subcommand(1);
-    env->add_option("--flash", wanted->flash, "emmc, nand or spi_nor; emmc when left out")
-        ->type_name("FLASH")
-        ->check(flashType());
-    for (const EnvCommand& command : kCommands) {
-        CLI::App* added = env->add_subcommand(command.name, command.help);
-        if (command.argument != nullptr) {
-            CLI::Option* words = added->add_option(command.argument, wanted->words, command.argumentHelp);
-            command.several ? words->required() : words->expected(0, 1);
-        }
-        addOwnOptions(*added, *wanted);
-        added->callback([&options, &action, &command, wanted] {
-            action = [&options, &command, wanted] { return runCommand(command, options, *wanted); };
-        });
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "env_store.h"
 #include "set_commands.h"
 
 namespace CLI {
@@ -12,6 +13,30 @@ class App;
 }
 
 namespace tool {
+
+struct EnvOptions {
+    std::string flash = kFlashTypes[0];
+    Words words;
+    std::string file;
+    bool replace = false;    // what is there, instead of adding to it
+    bool previous = false;   // the image before in place of a file
+    bool valueOnly = false;  // without names
+};
+
+struct EnvBench;
+
+struct EnvCommand {
+    const char* name;
+    const char* help;
+    const char* argument;
+    const char* argumentHelp;
+    bool several;  // at least one; else at most one
+    bool writes;   // no other process may have the set
+    int (*run)(const EnvBench& bench);
+};
+const std::vector<EnvCommand>& envCommands();
+// Returns an exit code.
+int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const EnvOptions& wanted);
 
 // Adds `env` and its commands; a command line that names one of them sets `action`, which returns an exit code.
 void addEnvCommands(CLI::App& app, const GlobalOptions& options, std::function<int()>& action);

@@ -169,7 +169,7 @@ std::string wordOf(const Json& value) {
         std::snprintf(text, sizeof(text), "%.3f", value.get<double>());
         return text;
     }
-    return value.is_string() ? value.get<std::string>() : value.is_null() ? "none" : value.dump();
+    return value.is_string() ? value.get<std::string>() : value.is_null() ? "none" : jsonText(value, -1);
 }
 
 void printChange(const Change& change, bool json) {

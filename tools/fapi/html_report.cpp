@@ -305,10 +305,10 @@ void writeMeasurement(Html rows, const Measurement& measurement, const Step& ste
     Html what = row.add("td", "what", json["what"].get<std::string>());
     what.text(" ");
     what.add("code", "", beginningOf(measurement.command, kShownCommand));
-    addCell(row, kValue, json["value"].dump());
-    Html limits = addCell(row, kLimits, json["low"].dump() + " to " + json["high"].dump());
+    addCell(row, kValue, jsonText(json["value"], -1));
+    Html limits = addCell(row, kLimits, jsonText(json["low"], -1) + " to " + jsonText(json["high"], -1));
     if (json["margin"] != 0) {
-        limits.add("span", "margin", " margin " + json["margin"].dump());
+        limits.add("span", "margin", " margin " + jsonText(json["margin"], -1));
     }
     drawGauge(row.add("td", "gauge"), json);
     addBadge(row, measurement.verdict);

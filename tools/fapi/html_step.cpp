@@ -31,7 +31,7 @@ std::string valueText(const Json& value) {
         return value.get<std::string>();
     }
     if (value.is_object() && value.contains("hex")) {
-        return value["size"].dump() + " bytes: " + value["hex"].get<std::string>();
+        return jsonText(value["size"], -1) + " bytes: " + value["hex"].get<std::string>();
     }
     if (!value.is_structured()) {
         return jsonLine(value);
@@ -87,12 +87,12 @@ void writeCommand(Html parent, const Json& command) {
     const bool hasStatus = command.contains("status");
     Html block = parent.add("div", "command");
     Html head = block.add("div", "head");
-    head.add("span", "line", command.contains("line") ? "line " + command["line"].dump() : "");
+    head.add("span", "line", command.contains("line") ? "line " + jsonText(command["line"], -1) : "");
     head.add("code", "call", beginningOf(textOf(command, "command"), kShownLine));
     if (hasStatus) {
         const bool isGood = command.value("good", false);
         head.add("span", isGood ? "status good" : "status bad",
-                 command["status"].dump() + " (" + textOf(command, "word") + ")");
+                 jsonText(command["status"], -1) + " (" + textOf(command, "word") + ")");
     }
     if (command.contains("seconds")) {
         head.add("span", "time", durationText(command["seconds"].get<double>()));

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <regex>
 #include <unordered_map>
 
 #include "color.h"
 #include "examples.h"
 #include "middleware_words.h"
+#include "text_pattern.h"
 #include "vset/vset.h"
 #include "words.h"
 
@@ -276,8 +276,8 @@ std::string argumentsUsage(const std::vector<Argument>& arguments) {
 
 std::string helpExpectation(const Argument& argument) {
     // The help names the range that the operation knows; the argument takes more, to see what becomes of that.
-    static const std::regex range("[0-9] (to|or) [0-9]");
-    if (argument.kind == Kind::number && std::regex_search(argument.help, range)) {
+    static const TextPattern range("[0-9] (to|or) [0-9]");
+    if (argument.kind == Kind::number && range.isIn(argument.help)) {
         return "any other number is for the operation to refuse";
     }
     return expectation(argument);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the network module's operations.
-#include <regex>
 
 #include "a_vextvfapi_net.h"
 #include "operation.h"
+#include "text_pattern.h"
 
 namespace tool {
 
@@ -23,10 +23,10 @@ long long setMac(Call& call) {
 }
 
 std::string refusedMac(const std::vector<Value>& values, const std::vector<Value>&) {
-    static const std::regex mac("[0-9A-Fa-f]{2}([:-][0-9A-Fa-f]{2}){5}");
+    static const TextPattern mac("[0-9A-Fa-f]{2}([:-][0-9A-Fa-f]{2}){5}");
     const auto& word = std::get<std::string>(values[0]);
     // Without a text the operation itself refuses.
-    return word.empty() || std::regex_match(word.substr(0, kLongestLookedAt), mac)
+    return word.empty() || !mac.match(word.substr(0, kLongestLookedAt)).empty()
                ? ""
                : display(word, 40) + " is no MAC address: the set keeps its own, and the status is 0 all the same";
 }

@@ -217,6 +217,10 @@ std::string jsonText(const Json& json, int indent) {
     }
 }
 
+Json parseJson(const std::string& text) {
+    return Json::parse(text);
+}
+
 std::string jsonLine(const Json& json) {
     return jsonText(json, -1);
 }

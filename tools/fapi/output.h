@@ -23,6 +23,8 @@ Json toJson(const Operation& operation);
 // With "\xff" in place of bytes that are no UTF-8: names and messages may have some. On lines of their own with an
 // indent, which is not negative.
 std::string jsonText(const Json& json, int indent);
+// Throws Json::exception.
+Json parseJson(const std::string& text);
 // The same in one line.
 std::string jsonLine(const Json& json);
 

@@ -46,7 +46,7 @@ std::string encode(const Record& record) {
 }
 
 Record decode(const std::string& line) {
-    Json json = Json::parse(line);
+    Json json = parseJson(line);
     Record record;
     record.kind = static_cast<RecordKind>(json.at(0).get<int>());
     Position& position = record.position;

@@ -87,7 +87,7 @@ HistoryStep stepOf(const Json& json) {
 // Nothing when the line is damaged.
 std::optional<HistoryEntry> entryOf(const std::string& line) {
     try {
-        const Json json = Json::parse(line);
+        const Json json = parseJson(line);
         HistoryEntry entry;
         entry.id = json.at("id").get<unsigned int>();
         entry.when = json.at("when").get<std::string>();

@@ -14,7 +14,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <CLI/CLI.hpp>
 
 #include "durable_file.h"
 #include "env_store.h"
@@ -242,22 +241,16 @@ int unlessStopped(const std::function<int()>& action) {
 
 }  // namespace
 
-void addServiceCommands(CLI::App& set, const GlobalOptions& options, std::function<int()>& action) {
-    const auto file = std::make_shared<std::string>();
-    CLI::App* backup = set.add_subcommand("backup", "Write the whole set to a file, a compressed tar archive");
-    backup->add_option("FILE", *file, "The file of this PC, or a folder for one that is named by set and date")
-        ->required();
-    backup->callback([&options, &action, file] {
-        action = [&options, file] { return unlessStopped([&] { return backupSet(options, *file); }); };
-    });
-    CLI::App* restore = set.add_subcommand("restore", "Make the set anew from such a file, whole or not at all");
-    restore->add_option("FILE", *file, "The file of this PC")->required();
-    restore->callback([&options, &action, file] {
-        action = [&options, file] { return unlessStopped([&] { return restoreSet(options, *file); }); };
-    });
-    set.add_subcommand("repair", "Mend what is damaged; the damaged files stay in the set's folder")
-        ->callback(
-            [&options, &action] { action = [&options] { return unlessStopped([&] { return repairSet(options); }); }; });
+int backUpWholeSet(const GlobalOptions& options, const std::string& where) {
+    return unlessStopped([&] { return backupSet(options, where); });
+}
+
+int restoreWholeSet(const GlobalOptions& options, const std::string& file) {
+    return unlessStopped([&] { return restoreSet(options, file); });
+}
+
+int repairWholeSet(const GlobalOptions& options) {
+    return unlessStopped([&] { return repairSet(options); });
 }
 
 }  // namespace tool

@@ -4,6 +4,7 @@
 #define FAPI_TOOL_SERVICE_COMMANDS_H
 
 #include <functional>
+#include <string>
 
 #include "set_commands.h"
 
@@ -12,6 +13,12 @@ class App;
 }
 
 namespace tool {
+
+// Each asks before it replaces anything, and returns an exit code. Ctrl-C leaves nothing behind. `where` may be a
+// folder.
+int backUpWholeSet(const GlobalOptions& options, const std::string& where);
+int restoreWholeSet(const GlobalOptions& options, const std::string& file);
+int repairWholeSet(const GlobalOptions& options);
 
 // Adds them to `fapi set`; a command line that names one of them sets `action`, which returns an exit code.
 void addServiceCommands(CLI::App& set, const GlobalOptions& options, std::function<int()>& action);

@@ -73,12 +73,12 @@ UnfinishedRun::UnfinishedRun(const std::string& file)
       _open(std::make_unique<OpenFile>(file, O_RDWR | O_APPEND)) {
     const std::string text = _open->read();
     std::size_t end = text.find('\n');
-    readHeader(Json::parse(text.substr(0, end)));
+    readHeader(parseJson(text.substr(0, end)));
     while (end != std::string::npos) {
         _validBytes = end + 1;
         end = text.find('\n', _validBytes);
         try {
-            readStep(Json::parse(text.substr(_validBytes, end - _validBytes)));
+            readStep(parseJson(text.substr(_validBytes, end - _validBytes)));
         } catch (const std::exception&) {
             // The line that was being written when the run died: the step counts as not ended.
             return;

@@ -245,7 +245,7 @@ SetConfig readConfig(const std::string& strFolder, std::vector<std::string>& pro
     const std::vector<unsigned char> bytes = readFile(strFile);
     const Json json = Json::parse(bytes.begin(), bytes.end(), nullptr, false);
     if (!json.is_object()) {
-        throw SetError(strFile + ": is not a JSON object");
+        throw NotJson(strFile + ": is not a JSON object");
     }
     return parseConfig(json, strFile, problems);
 }

@@ -51,7 +51,13 @@ void makeFolder(const std::string& strFolder);
 // What a new set shows below its own paths.
 void makeTree(const std::string& strFolder);
 
-// What is right in set.json; the rest is named in `problems` and is the default. Throws SetError when nothing is.
+// A set.json that holds no JSON object.
+class NotJson : public SetError {
+public:
+    using SetError::SetError;
+};
+
+// What is right in set.json; the rest is named in `problems` and is the default. Throws NotJson when nothing is.
 SetConfig readConfig(const std::string& strFolder, std::vector<std::string>& problems);
 void writeConfig(const std::string& strFolder, const SetConfig& stConfig);
 

@@ -2,8 +2,6 @@
 // What is damaged in a set's folder, and how it is made whole.
 #include <filesystem>
 
-#include <nlohmann/json.hpp>
-
 #include "hw3/hw_flash.h"
 #include "vset/vset.h"
 #include "vset_defaults.h"
@@ -129,12 +127,12 @@ SetConfig salvageConfig(const std::string& strFolder, std::vector<std::string>& 
         problems.push_back(strFolder + kConfigFile + ": is missing");
         return configFromParts(strFolder);
     }
-    const std::vector<unsigned char> bytes = readFile(strFolder + kConfigFile);
-    if (!nlohmann::json::parse(bytes.begin(), bytes.end(), nullptr, false).is_object()) {
-        problems.push_back(strFolder + kConfigFile + ": is not a JSON object");
+    try {
+        return readConfig(strFolder, problems);
+    } catch (const NotJson& error) {
+        problems.emplace_back(error.what());
         return configFromParts(strFolder);
     }
-    return readConfig(strFolder, problems);
 }
 
 }  // namespace
