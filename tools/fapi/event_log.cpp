@@ -15,7 +15,7 @@ namespace {
 using Object = fapi_core::VexTvFApiEventCommonObject;
 
 // Nobody may be reading; the oldest events then go.
-constexpr std::size_t kKept = 65536;
+constexpr std::size_t kEventsKept = 65536;
 
 // Events of the peripheral module whose value is told in words.
 constexpr std::string_view kPeripheral = "prphrl";
@@ -101,7 +101,7 @@ EventLog& eventLog() {
 
 void EventLog::add(Event event) {
     const std::lock_guard<std::mutex> lock(_mutex);
-    if (_events.size() == kKept) {
+    if (_events.size() == kEventsKept) {
         _events.pop_front();
     }
     _events.push_back(std::move(event));

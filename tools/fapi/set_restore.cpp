@@ -22,7 +22,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t kChunk = 1u << 16;
+constexpr std::size_t kBlock = 1u << 16;
 // A list of sums that is longer is none.
 constexpr std::size_t kSumsLimit = 16u << 20;
 
@@ -73,7 +73,7 @@ public:
         : _file(file), _folder(folder), _interrupts(interrupts), _archive(archive_read_new(), archive_read_free) {
         archive_read_support_filter_gzip(_archive.get());
         archive_read_support_format_tar(_archive.get());
-        if (archive_read_open_filename(_archive.get(), file.c_str(), kChunk) != ARCHIVE_OK) {
+        if (archive_read_open_filename(_archive.get(), file.c_str(), kBlock) != ARCHIVE_OK) {
             failWithArchive();
         }
     }
@@ -151,7 +151,7 @@ private:
         if (_interrupts.take()) {
             throw BackupStopped("stopped");
         }
-        chunk.resize(kChunk);
+        chunk.resize(kBlock);
         const la_ssize_t size = archive_read_data(_archive.get(), chunk.data(), chunk.size());
         if (size < 0) {
             failWithArchive();

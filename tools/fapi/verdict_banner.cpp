@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kLines = 5;
 constexpr std::size_t kPixels = 5;  // of a letter's line
-constexpr std::size_t kGap = 1;     // pixels between letters
+constexpr std::size_t kLetterGap = 1;     // pixels between letters
 // A pixel is about as wide as it is high.
 constexpr std::size_t kPixelColumns = 2;
 constexpr char kReversed[] = "\033[1;7m";
@@ -64,7 +64,7 @@ const char* colorOf(Verdict verdict) {
 }
 
 std::string largeLetters(const std::string& word, std::size_t columns) {
-    if (word.size() * (kPixels + kGap) * kPixelColumns > columns) {
+    if (word.size() * (kPixels + kLetterGap) * kPixelColumns > columns) {
         return "";
     }
     std::string text;
@@ -73,7 +73,7 @@ std::string largeLetters(const std::string& word, std::size_t columns) {
             for (const char* pixel = lineOf(letter, line); *pixel != '\0'; ++pixel) {
                 text += *pixel == '#' ? "██" : "  ";
             }
-            text.append(kGap * kPixelColumns, ' ');
+            text.append(kLetterGap * kPixelColumns, ' ');
         }
         text += '\n';
     }
