@@ -265,8 +265,8 @@ void sound_effect_middleware(benchmark::State& state) {
 BENCHMARK(sound_effect_middleware);
 
 constexpr bench::Goal kGoals[] = {
-    {"iic_read", "iic_read_middleware", bench::Limit::nanosecondsAbove, 25},
-    {"iic_write", "iic_write_middleware", bench::Limit::nanosecondsAbove, 25},
+    {"iic_read", "iic_read_middleware", bench::Limit::nanosecondsAbove, 40},
+    {"iic_write", "iic_write_middleware", bench::Limit::nanosecondsAbove, 40},
     {"gpio_read", "gpio_read_middleware", bench::Limit::nanosecondsAbove, 25},
     {"gpio_drive", "gpio_drive_middleware", bench::Limit::nanosecondsAbove, 25},
     {"gpio_monitor", "percent_of_core", bench::Limit::counter, 2},
