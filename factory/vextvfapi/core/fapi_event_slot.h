@@ -29,6 +29,7 @@ private:
 }  // namespace fapi
 
 // Defines the registration state of a module and its three exported event operations, by the names given.
+// NOLINTBEGIN(bugprone-macro-parentheses): they are names of functions
 #define FAPI_DEFINE_MODULE_EVENTS(slot, reg_callback, unreg_callback, nty_event)                                  \
     static fapi::EventSlot slot;                                                                                  \
                                                                                                                   \
@@ -45,5 +46,6 @@ private:
                   const fapi_core::VexTvFApiEventCommonObject& d) {                                               \
         return slot.notify(event, a, b, c, d);                                                                    \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 #endif
