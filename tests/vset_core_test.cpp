@@ -117,30 +117,6 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(test::openDescriptors(), s32Descriptors - 1) << "a close that fails has closed";
 }
 
-class VsetJournal : public test::SetTest {};
-
-TEST_F(VsetJournal, HoldsCallsArgumentsAndResults) {
-    EXPECT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    EXPECT_EQ(HW_SYS_Init(nullptr), HW_HAS_INITED);
-    HW_FS_Stat("/data/with \"quotes\"", nullptr);
-    const std::string strLong(500, 'x');
-    HW_FS_Unlink(strLong.c_str());
-    const std::vector<vset::JournalEntry> entries = vset::journal();
-    ASSERT_EQ(entries.size(), 4u);
-    EXPECT_STREQ(entries[1].pszCall, "HW_SYS_Init");
-    EXPECT_EQ(entries[1].s64Result, HW_HAS_INITED);
-    EXPECT_EQ(entries[1].u64Number, entries[0].u64Number + 1);
-    EXPECT_EQ(entries[2].strArguments, "path=\"/data/with \"quotes\"\"");
-    EXPECT_EQ(entries[2].s64Result, -1);
-    EXPECT_EQ(entries[3].strArguments.size(), std::string("path=\"\"...").size() + 96);
-    vset::keepJournal(2);
-    EXPECT_STREQ(vset::journal()[0].pszCall, "HW_FS_Stat") << "the oldest go first";
-    vset::keepJournal(0);
-    HW_SYS_Init(nullptr);
-    EXPECT_TRUE(vset::journal().empty());
-    vset::keepJournal(65536);
-}
-
 class VsetFaults : public test::SetTest {};
 
 TEST_F(VsetFaults, FromTheKthCallNTimes) {

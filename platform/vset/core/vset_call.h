@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// What every function of the middleware goes through: default set, fault, model, journal.
+// The way of every middleware call: default set, fault, model, journal.
 #ifndef VSET_CALL_H
 #define VSET_CALL_H
 
 #include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <initializer_list>
 #include <type_traits>
 
@@ -13,33 +16,19 @@
 
 namespace vset {
 
-// One argument for the journal: a number or a text. Kept by value only while the call runs.
-struct Argument {
-    enum class Kind { number, address, text };
-
+// An argument as it was given: a number, or an address. The journal knows by the function's name what it means.
+struct RawArgument {
     template <class Number, class = std::enable_if_t<std::is_integral_v<Number> || std::is_enum_v<Number>>>
-    Argument(const char* pszArgumentName, Number number)
-        : pszName(pszArgumentName), eKind(Kind::number), s64Number(static_cast<long long>(number)) {}
-    Argument(const char* pszArgumentName, const char* pszValue)
-        : pszName(pszArgumentName), eKind(Kind::text), pszText(pszValue) {}
-    Argument(const char* pszArgumentName, const HW_U8* pu8Value)
-        : Argument(pszArgumentName, reinterpret_cast<const char*>(pu8Value)) {}
+    RawArgument(Number number) : u64Value(static_cast<std::uint64_t>(number)) {}
+    template <class Target>
+    RawArgument(Target* pTarget) : u64Value(reinterpret_cast<std::uintptr_t>(pTarget)) {}
 
-    const char* pszName;
-    Kind eKind;
-    long long s64Number = 0;
-    const char* pszText = nullptr;
+    std::uint64_t u64Value;
 };
-using Arguments = std::initializer_list<Argument>;
+// All arguments of the function, in its order.
+using Arguments = std::initializer_list<RawArgument>;
 
-// A member of the caller's record, which may be missing.
-template <class Record, class Member>
-Argument member(const char* pszArgumentName, const Record* pstRecord, Member Record::*pMember) {
-    return pstRecord != nullptr ? Argument(pszArgumentName, pstRecord->*pMember)
-                                : Argument(pszArgumentName, static_cast<const char*>(nullptr));
-}
-
-// Whether the model still acts when a fault answers in its place.
+// Whether the model still runs when an injected fault supplies the result.
 enum class OnFault { skip, act };
 
 namespace detail {
@@ -55,17 +44,42 @@ struct TakenFault {
 };
 VSET_API TakenFault takeFault(const char* pszCall);
 
+// Journals what happens in the set without a call.
+VSET_API void recordEvent(const char* pszEvent);
+
+// Keeps what the chip has to complain about although it did as it was told.
+VSET_API void object(const char* pszCall, const char* pszArguments, const char* pszReason);
+
 // Counts an allocation; true when it is to fail.
 VSET_API bool takeAllocationFault();
 
-// What became of a call, for the journal.
+// How many calls the journal keeps; 0 while it is off.
+VSET_API extern std::atomic<std::size_t> journalLimit;
+
+// A call on its way. The journal writes its inputs down before the model runs, which may overwrite them.
+struct OpenCall {
+    static constexpr std::size_t kTextSize = 1024;
+
+    const char* pszCall;
+    Arguments arguments;
+    bool bWritten = false;
+    std::uint64_t u64Begun = 0;
+    std::size_t inputLength = 0;
+    char acInputs[kTextSize];  // not cleared: it is written only with the journal on
+
+    OpenCall(const char* pszName, Arguments given) : pszCall(pszName), arguments(given) {}
+};
+VSET_API void begin(OpenCall& call);
+
+// What became of a call.
 struct CallEnd {
     long long s64Result = 0;
     bool bFault = false;
     bool bFailed = false;
+    bool bRefused = false;
     int s32Errno = 0;
 };
-VSET_API void record(const char* pszCall, Arguments arguments, const CallEnd& stEnd);
+VSET_API void end(OpenCall& call, const CallEnd& stEnd);
 
 // What a call answers that has no set to act on, or whose model ran out of memory or storage.
 template <class Result>
@@ -112,6 +126,10 @@ bool isFailure(Result result) {
     }
 }
 
+// Whether a result that says "failed" is the chip's refusal. A file that is not there is none.
+template <class Result>
+constexpr bool kFailureIsRefusal = !std::is_pointer_v<Result> && !std::is_signed_v<Result>;
+
 // The model's answer. Nothing that it throws reaches the C caller.
 template <class Body>
 auto act(Body& body) -> decltype(body()) {
@@ -135,6 +153,11 @@ auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFaul
     if (!detail::ensureAttached()) {
         return detail::refusal<Result>();
     }
+    detail::OpenCall openCall(pszCall, arguments);
+    const bool bJournal = detail::journalLimit.load(std::memory_order_relaxed) != 0;
+    if (bJournal) {
+        detail::begin(openCall);
+    }
     const detail::TakenFault stFault = detail::takeFault(pszCall);
     Result result{};
     if (!stFault.bTaken || eOnFault == OnFault::act) {
@@ -144,13 +167,16 @@ auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFaul
         result = detail::faultResult<Result>(stFault);
         errno = stFault.s32Errno;
     }
-    const int s32Errno = errno;
-    // Functions that answer a code leave errno alone.
     const bool bFailed = detail::isFailure(result);
-    const bool bHasErrno = bFailed && (std::is_pointer_v<Result> || std::is_signed_v<Result>);
-    detail::record(pszCall, arguments,
-                   {detail::journalResult(result), stFault.bTaken, bFailed, bHasErrno ? s32Errno : 0});
-    errno = s32Errno;
+    const bool bRefused = bFailed && !stFault.bTaken && detail::kFailureIsRefusal<Result>;
+    if (bJournal || bRefused) {
+        const int s32Errno = errno;
+        // Functions that answer a code leave errno alone.
+        const bool bHasErrno = bFailed && (std::is_pointer_v<Result> || std::is_signed_v<Result>);
+        detail::end(openCall,
+                    {detail::journalResult(result), stFault.bTaken, bFailed, bRefused, bHasErrno ? s32Errno : 0});
+        errno = s32Errno;
+    }
     return result;
 }
 

@@ -78,13 +78,13 @@ DVAL_Result_t DVAL_Init() {
 }
 
 DVAL_Result_t DVVDO_Reset(unsigned int u32Window) {
-    return vset::call(__func__, {{"window", u32Window}}, [&]() -> DVAL_Result_t {
+    return vset::call(__func__, {u32Window}, [&]() -> DVAL_Result_t {
         return model.withDrivers(u32Window, [](Drivers& drivers) { ++drivers.u64Resets; });
     });
 }
 
 DVAL_Result_t DVVDO_SetArg(unsigned int u32Window, unsigned int u32Arg, unsigned int u32Value) {
-    return vset::call(__func__, {{"window", u32Window}, {"arg", u32Arg}, {"value", u32Value}}, [&]() -> DVAL_Result_t {
+    return vset::call(__func__, {u32Window, u32Arg, u32Value}, [&]() -> DVAL_Result_t {
         if (!vset::isArgument(u32Arg)) {
             return HW_ERR_NOT_SUPPORT;
         }
@@ -93,11 +93,7 @@ DVAL_Result_t DVVDO_SetArg(unsigned int u32Window, unsigned int u32Arg, unsigned
 }
 
 DVAL_Result_t DVVDO_SetOverScan(unsigned int u32Window, const DVVDO_OverScan_t* pstOverScan) {
-    const auto top = vset::member("top", pstOverScan, &DVVDO_OverScan_t::s32Top);
-    const auto bottom = vset::member("bottom", pstOverScan, &DVVDO_OverScan_t::s32Bottom);
-    const auto left = vset::member("left", pstOverScan, &DVVDO_OverScan_t::s32Left);
-    const auto right = vset::member("right", pstOverScan, &DVVDO_OverScan_t::s32Right);
-    return vset::call(__func__, {{"window", u32Window}, top, bottom, left, right}, [&]() -> DVAL_Result_t {
+    return vset::call(__func__, {u32Window, pstOverScan}, [&]() -> DVAL_Result_t {
         if (pstOverScan == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }

@@ -232,7 +232,7 @@ void requirePath(unsigned int u32Path) {
 using vset::model;
 
 HW_Result_t HW_AUDIO_Init(const HW_AUDIO_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return vset::audio.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return vset::audio.initialise(pstParams); });
 }
 
 HW_Result_t HW_AUDIO_DeInit() {
@@ -240,7 +240,7 @@ HW_Result_t HW_AUDIO_DeInit() {
 }
 
 HW_Result_t HW_AOUT_Init(const HW_AOUT_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_AOUT_DeInit() {
@@ -248,8 +248,7 @@ HW_Result_t HW_AOUT_DeInit() {
 }
 
 HW_Result_t HW_AOUT_GetHandle(const HW_AOUT_HandleParams_t* pstParams, HW_Handle_t* phAout) {
-    const auto path = vset::member("path", pstParams, &HW_AOUT_HandleParams_t::u32OutPath);
-    return vset::call(__func__, {path}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phAout}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             model.readiness(), pstParams, &HW_AOUT_HandleParams_t::u32OutPath, vset::aout::kPaths, phAout);
         return result == HW_OK ? model.handles().find(pstParams->u32OutPath, phAout) : result;
@@ -257,8 +256,7 @@ HW_Result_t HW_AOUT_GetHandle(const HW_AOUT_HandleParams_t* pstParams, HW_Handle
 }
 
 HW_Result_t HW_AOUT_Open(const HW_AOUT_OpenParams_t* pstParams, HW_Handle_t* phAout) {
-    const auto path = vset::member("path", pstParams, &HW_AOUT_OpenParams_t::u32OutPath);
-    return vset::call(__func__, {path}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phAout}, [&]() -> HW_Result_t {
         const bool bBlank = pstParams != nullptr && vset::isBlank(*pstParams);
         const HW_Result_t result =
             vset::checkInstanceNumber(bBlank ? model.readiness() : HW_ERR_INVALID_PARAMETER, pstParams,
@@ -268,11 +266,11 @@ HW_Result_t HW_AOUT_Open(const HW_AOUT_OpenParams_t* pstParams, HW_Handle_t* phA
 }
 
 HW_Result_t HW_AOUT_Close(HW_Handle_t hAout) {
-    return vset::call(__func__, {{"handle", hAout}}, [&]() -> HW_Result_t { return model.handles().close(hAout); });
+    return vset::call(__func__, {hAout}, [&]() -> HW_Result_t { return model.handles().close(hAout); });
 }
 
 HW_Result_t HW_AOUT_SetAttr(HW_Handle_t hAout, HW_U32 u32Attr, const void* pParam) {
-    return vset::call(__func__, {{"handle", hAout}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hAout, u32Attr, pParam}, [&]() -> HW_Result_t {
         return vset::withAttribute(
             hAout, u32Attr, &vset::Attribute::pSet, pParam,
             [&](vset::Set pSet, vset::State& state, std::uint64_t u64Path) { return pSet(state, u64Path, pParam); });
@@ -280,7 +278,7 @@ HW_Result_t HW_AOUT_SetAttr(HW_Handle_t hAout, HW_U32 u32Attr, const void* pPara
 }
 
 HW_Result_t HW_AOUT_GetAttr(HW_Handle_t hAout, HW_U32 u32Attr, const void* pInput, void* pOutput) {
-    return vset::call(__func__, {{"handle", hAout}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hAout, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
         return vset::withAttribute(
             hAout, u32Attr, &vset::Attribute::pGet, pOutput,
             [&](vset::Get pGet, const vset::State& state, std::uint64_t) { return pGet(state, pInput, pOutput); });
@@ -288,35 +286,34 @@ HW_Result_t HW_AOUT_GetAttr(HW_Handle_t hAout, HW_U32 u32Attr, const void* pInpu
 }
 
 HW_Result_t HW_AOUT_SetDelay(HW_Handle_t hAout, HW_U32 u32OutPath, HW_U32 u32DelayMs) {
-    return vset::call(__func__, {{"handle", hAout}, {"path", u32OutPath}, {"delay", u32DelayMs}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hAout, u32OutPath, u32DelayMs}, [&]() -> HW_Result_t {
         return vset::onPath(hAout, u32OutPath, true, [&](vset::aout::Path& stPath) { stPath.u32DelayMs = u32DelayMs; });
     });
 }
 
 HW_Result_t HW_AOUT_GetDelay(HW_Handle_t hAout, HW_U32 u32OutPath, HW_U32* pu32DelayMs) {
-    return vset::call(__func__, {{"handle", hAout}, {"path", u32OutPath}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hAout, u32OutPath, pu32DelayMs}, [&]() -> HW_Result_t {
         return vset::onPath(hAout, u32OutPath, pu32DelayMs != nullptr,
                             [&](const vset::aout::Path& stPath) { *pu32DelayMs = stPath.u32DelayMs; });
     });
 }
 
 HW_Result_t HW_AOUT_SetVolume(HW_Handle_t hAout, HW_U32 u32OutPath, HW_U8 u8Volume) {
-    return vset::call(__func__, {{"handle", hAout}, {"path", u32OutPath}, {"volume", u8Volume}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hAout, u32OutPath, u8Volume}, [&]() -> HW_Result_t {
         return vset::onPath(hAout, u32OutPath, u8Volume <= vset::kVolumeLimit,
                             [&](vset::aout::Path& stPath) { stPath.u8Volume = u8Volume; });
     });
 }
 
 HW_Result_t HW_AOUT_GetVolume(HW_Handle_t hAout, HW_U32 u32OutPath, HW_U8* pu8Volume) {
-    return vset::call(__func__, {{"handle", hAout}, {"path", u32OutPath}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hAout, u32OutPath, pu8Volume}, [&]() -> HW_Result_t {
         return vset::onPath(hAout, u32OutPath, pu8Volume != nullptr,
                             [&](const vset::aout::Path& stPath) { *pu8Volume = stPath.u8Volume; });
     });
 }
 
 HW_Result_t HW_AOUT_LoadAqParams(HW_Handle_t hAout, const HW_AOUT_AqParams_t* pstParams) {
-    const auto file = vset::member("file", pstParams, &HW_AOUT_AqParams_t::pu8FileName);
-    return vset::call(__func__, {{"handle", hAout}, file}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hAout, pstParams}, [&]() -> HW_Result_t {
         if (!model.handles().key(hAout)) {
             return HW_ERR_INVALID_HANDLE;
         }

@@ -141,15 +141,15 @@ HW_Result_t capture(HW_Handle_t hCap, const HW_CAP_Description_t* pstDescription
 }  // namespace vset
 
 HW_Result_t HW_CAP_Open(const HW_CAP_OpenParams_t* pstParams, HW_Handle_t* phCap) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return vset::openUnit(pstParams, phCap); });
+    return vset::call(__func__, {pstParams, phCap}, [&]() -> HW_Result_t { return vset::openUnit(pstParams, phCap); });
 }
 
 HW_Result_t HW_CAP_Close(HW_Handle_t hCap) {
-    return vset::call(__func__, {{"handle", hCap}}, [&]() -> HW_Result_t { return vset::closeUnit(hCap); });
+    return vset::call(__func__, {hCap}, [&]() -> HW_Result_t { return vset::closeUnit(hCap); });
 }
 
 HW_Result_t HW_CAP_ConnectInput(HW_Handle_t hCap, HW_Handle_t hDisp, const HW_CAP_ConnectParams_t* pstParams) {
-    return vset::call(__func__, {{"handle", hCap}, {"disp", hDisp}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hCap, hDisp, pstParams}, [&]() -> HW_Result_t {
         return vset::withWindow(hCap, hDisp, [&](std::optional<unsigned int>& connected, unsigned int u32Window) {
             return vset::connect(connected, u32Window, pstParams);
         });
@@ -157,14 +157,13 @@ HW_Result_t HW_CAP_ConnectInput(HW_Handle_t hCap, HW_Handle_t hDisp, const HW_CA
 }
 
 HW_Result_t HW_CAP_DisconnectInput(HW_Handle_t hCap, HW_Handle_t hDisp) {
-    return vset::call(__func__, {{"handle", hCap}, {"disp", hDisp}},
+    return vset::call(__func__, {hCap, hDisp},
                       [&]() -> HW_Result_t { return vset::withWindow(hCap, hDisp, vset::disconnect); });
 }
 
 HW_Result_t HW_CAP_CaptureOne(HW_Handle_t hCap, const HW_CAP_Description_t* pstDescription,
                               HW_CAP_Result_t* pstResult) {
-    const auto flag = vset::member("flag", pstDescription, &HW_CAP_Description_t::u32Flag);
-    return vset::call(__func__, {{"handle", hCap}, flag},
+    return vset::call(__func__, {hCap, pstDescription, pstResult},
                       [&]() -> HW_Result_t { return vset::capture(hCap, pstDescription, pstResult); });
 }
 

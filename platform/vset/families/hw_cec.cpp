@@ -38,11 +38,11 @@ HW_Result_t enable(HW_Handle_t hCec, bool bEnable) {
 }  // namespace
 
 HW_Result_t HW_CEC_Init(const HW_CEC_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_CEC_GetHandle(const HW_CEC_HandleParams_t* pstParams, HW_Handle_t* phCec) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phCec}, [&]() -> HW_Result_t {
         const HW_Result_t result =
             vset::checkInstanceNumber(model.readiness(), pstParams, &HW_CEC_HandleParams_t::u32Index, 1, phCec);
         return result == HW_OK ? model.handles().find(0, phCec) : result;
@@ -50,7 +50,7 @@ HW_Result_t HW_CEC_GetHandle(const HW_CEC_HandleParams_t* pstParams, HW_Handle_t
 }
 
 HW_Result_t HW_CEC_Open(const HW_CEC_OpenParams_t* pstParams, HW_Handle_t* phCec) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phCec}, [&]() -> HW_Result_t {
         const HW_Result_t result =
             vset::checkInstanceNumber(model.readiness(), pstParams, &HW_CEC_OpenParams_t::u32Index, 1, phCec);
         return result == HW_OK ? model.handles().open(0, phCec) : result;
@@ -58,19 +58,19 @@ HW_Result_t HW_CEC_Open(const HW_CEC_OpenParams_t* pstParams, HW_Handle_t* phCec
 }
 
 HW_Result_t HW_CEC_Close(HW_Handle_t hCec) {
-    return vset::call(__func__, {{"handle", hCec}}, [&]() -> HW_Result_t { return model.handles().close(hCec); });
+    return vset::call(__func__, {hCec}, [&]() -> HW_Result_t { return model.handles().close(hCec); });
 }
 
 HW_Result_t HW_CEC_Enable(HW_Handle_t hCec) {
-    return vset::call(__func__, {{"handle", hCec}}, [&]() -> HW_Result_t { return enable(hCec, true); });
+    return vset::call(__func__, {hCec}, [&]() -> HW_Result_t { return enable(hCec, true); });
 }
 
 HW_Result_t HW_CEC_Disable(HW_Handle_t hCec) {
-    return vset::call(__func__, {{"handle", hCec}}, [&]() -> HW_Result_t { return enable(hCec, false); });
+    return vset::call(__func__, {hCec}, [&]() -> HW_Result_t { return enable(hCec, false); });
 }
 
-HW_Result_t HW_CEC_GetAttr(HW_Handle_t hCec, HW_U32 u32Attr, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hCec}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+HW_Result_t HW_CEC_GetAttr(HW_Handle_t hCec, HW_U32 u32Attr, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hCec, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
         if (!model.handles().key(hCec)) {
             return HW_ERR_INVALID_HANDLE;
         }

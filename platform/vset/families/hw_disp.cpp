@@ -165,22 +165,20 @@ using vset::DisplayWindow;
 using vset::dispModel;
 
 HW_Result_t HW_DISP_GetHandle(const char* pszName, HW_Handle_t* phDisp) {
-    return vset::call(__func__, {{"name", pszName}}, [&]() -> HW_Result_t { return vset::getHandle(pszName, phDisp); });
+    return vset::call(__func__, {pszName, phDisp}, [&]() -> HW_Result_t { return vset::getHandle(pszName, phDisp); });
 }
 
 HW_Result_t HW_DISP_Open(const HW_DISP_OpenParams_t* pstParams, HW_Handle_t* phDisp) {
-    const auto sd = vset::member("sd", pstParams, &HW_DISP_OpenParams_t::u32SdWindow);
-    const auto name = vset::member("name", pstParams, &HW_DISP_OpenParams_t::pszName);
-    return vset::call(__func__, {sd, name}, [&]() -> HW_Result_t { return vset::openWindow(pstParams, phDisp); });
+    return vset::call(__func__, {pstParams, phDisp},
+                      [&]() -> HW_Result_t { return vset::openWindow(pstParams, phDisp); });
 }
 
 HW_Result_t HW_DISP_Close(HW_Handle_t hDisp) {
-    return vset::call(__func__, {{"handle", hDisp}}, [&]() -> HW_Result_t { return dispModel.handles().close(hDisp); });
+    return vset::call(__func__, {hDisp}, [&]() -> HW_Result_t { return dispModel.handles().close(hDisp); });
 }
 
 HW_Result_t HW_DISP_GetConnectedNum(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32* pu32Num) {
-    const auto kind = vset::member("kind", pstQuery, &HW_DISP_ConnectQuery_t::u32ModuleKind);
-    return vset::call(__func__, {{"handle", hDisp}, kind}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, pstQuery, pu32Num}, [&]() -> HW_Result_t {
         return vset::withModule(hDisp, pstQuery, pu32Num,
                                 [&](std::optional<HW_Handle_t> module) { *pu32Num = module ? 1 : 0; });
     });
@@ -188,8 +186,7 @@ HW_Result_t HW_DISP_GetConnectedNum(HW_Handle_t hDisp, const HW_DISP_ConnectQuer
 
 HW_Result_t HW_DISP_GetConnected(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32 u32Num,
                                  HW_Handle_t* phModules) {
-    const auto kind = vset::member("kind", pstQuery, &HW_DISP_ConnectQuery_t::u32ModuleKind);
-    return vset::call(__func__, {{"handle", hDisp}, kind, {"num", u32Num}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, pstQuery, u32Num, phModules}, [&]() -> HW_Result_t {
         return vset::withModule(hDisp, pstQuery, phModules, [&](std::optional<HW_Handle_t> module) {
             if (module && u32Num != 0) {
                 *phModules = *module;
@@ -199,7 +196,7 @@ HW_Result_t HW_DISP_GetConnected(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t
 }
 
 HW_Result_t HW_DISP_GetDispRect(HW_Handle_t hDisp, HW_DISP_Rect_t* pstRect) {
-    return vset::call(__func__, {{"handle", hDisp}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, pstRect}, [&]() -> HW_Result_t {
         return dispModel.onWindow(hDisp, pstRect, [&](const DisplayWindow& stWindow) {
             *pstRect = stWindow.state.rectangle;
             return HW_OK;
@@ -208,11 +205,7 @@ HW_Result_t HW_DISP_GetDispRect(HW_Handle_t hDisp, HW_DISP_Rect_t* pstRect) {
 }
 
 HW_Result_t HW_DISP_SetInputRect(HW_Handle_t hDisp, const HW_DISP_InputRect_t* pstRect) {
-    const auto x = vset::member("x", pstRect, &HW_DISP_InputRect_t::u16X);
-    const auto y = vset::member("y", pstRect, &HW_DISP_InputRect_t::u16Y);
-    const auto width = vset::member("width", pstRect, &HW_DISP_InputRect_t::u16Width);
-    const auto height = vset::member("height", pstRect, &HW_DISP_InputRect_t::u16Height);
-    return vset::call(__func__, {{"handle", hDisp}, x, y, width, height}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, pstRect}, [&]() -> HW_Result_t {
         return dispModel.onWindow(hDisp, pstRect, [&](DisplayWindow& stWindow) {
             stWindow.state.inputRectangle = *pstRect;
             stWindow.state.bPending = true;
@@ -222,7 +215,7 @@ HW_Result_t HW_DISP_SetInputRect(HW_Handle_t hDisp, const HW_DISP_InputRect_t* p
 }
 
 HW_Result_t HW_DISP_SetMute(HW_Handle_t hDisp, HW_U32 u32Flags) {
-    return vset::call(__func__, {{"handle", hDisp}, {"flags", u32Flags}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, u32Flags}, [&]() -> HW_Result_t {
         return dispModel.onWindow(hDisp, &u32Flags, [&](DisplayWindow& stWindow) {
             stWindow.state.u32MuteFlags |= u32Flags;
             return HW_OK;
@@ -231,7 +224,7 @@ HW_Result_t HW_DISP_SetMute(HW_Handle_t hDisp, HW_U32 u32Flags) {
 }
 
 HW_Result_t HW_DISP_SetUnMute(HW_Handle_t hDisp, HW_U32 u32Flags) {
-    return vset::call(__func__, {{"handle", hDisp}, {"flags", u32Flags}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, u32Flags}, [&]() -> HW_Result_t {
         return dispModel.onWindow(hDisp, &u32Flags, [&](DisplayWindow& stWindow) {
             stWindow.state.u32MuteFlags &= ~u32Flags;
             return HW_OK;
@@ -240,7 +233,7 @@ HW_Result_t HW_DISP_SetUnMute(HW_Handle_t hDisp, HW_U32 u32Flags) {
 }
 
 HW_Result_t HW_DISP_ApplySetting(HW_Handle_t hDisp) {
-    return vset::call(__func__, {{"handle", hDisp}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp}, [&]() -> HW_Result_t {
         return dispModel.onWindow(hDisp, &hDisp, [&](DisplayWindow& stWindow) {
             stWindow.state.bPending = false;
             return HW_OK;

@@ -113,7 +113,7 @@ using vset::DisplayWindow;
 using vset::dispModel;
 
 HW_Result_t HW_DISP_SetAttr(HW_Handle_t hDisp, HW_U32 u32Attr, const void* pParam) {
-    return vset::call(__func__, {{"handle", hDisp}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, u32Attr, pParam}, [&]() -> HW_Result_t {
         if (u32Attr != E_HW_DISP_ATTR_MUTE_COLOR && u32Attr != E_HW_DISP_ATTR_TEST_PATTERN) {
             return vset::unknownNumber(hDisp);
         }
@@ -123,7 +123,7 @@ HW_Result_t HW_DISP_SetAttr(HW_Handle_t hDisp, HW_U32 u32Attr, const void* pPara
 }
 
 HW_Result_t HW_DISP_SetPictureParam(HW_Handle_t hDisp, HW_U32 u32Param, const void* pParam) {
-    return vset::call(__func__, {{"handle", hDisp}, {"param", u32Param}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, u32Param, pParam}, [&]() -> HW_Result_t {
         const auto* pParameter =
             std::find_if(std::begin(vset::kParameters), std::end(vset::kParameters),
                          [&](const vset::Parameter& stRow) { return stRow.u32Number == u32Param; });
@@ -137,7 +137,7 @@ HW_Result_t HW_DISP_SetPictureParam(HW_Handle_t hDisp, HW_U32 u32Param, const vo
 }
 
 HW_Result_t HW_DISP_GetPictureParam(HW_Handle_t hDisp, HW_U32 u32Param, const void* pInput, void* pOutput) {
-    return vset::call(__func__, {{"handle", hDisp}, {"param", u32Param}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDisp, u32Param, pInput, pOutput}, [&]() -> HW_Result_t {
         if (u32Param != E_HW_DISP_PICTURE_PQ_RANGE && u32Param != E_HW_DISP_PICTURE_PQ_VERSION) {
             return vset::unknownNumber(hDisp);
         }

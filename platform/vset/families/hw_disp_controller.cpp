@@ -75,33 +75,30 @@ HW_Result_t setTiming(HW_Handle_t hController, HW_U32 u32Timing) {
 using vset::model;
 
 HW_Result_t HW_DISP_GetController(const HW_DISP_ControllerParams_t* pstParams, HW_Handle_t* phController) {
-    const auto index = vset::member("index", pstParams, &HW_DISP_ControllerParams_t::u32Index);
-    return vset::call(__func__, {index}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phController}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phController);
         return result == HW_OK ? model.handles().find(pstParams->u32Index, phController) : result;
     });
 }
 
 HW_Result_t HW_DISP_OpenController(const HW_DISP_ControllerParams_t* pstParams, HW_Handle_t* phController) {
-    const auto index = vset::member("index", pstParams, &HW_DISP_ControllerParams_t::u32Index);
-    return vset::call(__func__, {index}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phController}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phController);
         return result == HW_OK ? model.handles().open(pstParams->u32Index, phController) : result;
     });
 }
 
 HW_Result_t HW_DISP_CloseController(HW_Handle_t hController) {
-    return vset::call(__func__, {{"handle", hController}},
-                      [&]() -> HW_Result_t { return model.handles().close(hController); });
+    return vset::call(__func__, {hController}, [&]() -> HW_Result_t { return model.handles().close(hController); });
 }
 
 HW_Result_t HW_DISP_SetControlAttr(HW_Handle_t hController, HW_U32 u32Attr, const void* pParam) {
-    return vset::call(__func__, {{"handle", hController}, {"attr", u32Attr}},
+    return vset::call(__func__, {hController, u32Attr, pParam},
                       [&]() -> HW_Result_t { return vset::setAttr(hController, u32Attr, pParam); });
 }
 
 HW_Result_t HW_DISP_SetOutputTiming(HW_Handle_t hController, HW_U32 u32Timing) {
-    return vset::call(__func__, {{"handle", hController}, {"timing", u32Timing}},
+    return vset::call(__func__, {hController, u32Timing},
                       [&]() -> HW_Result_t { return vset::setTiming(hController, u32Timing); });
 }
 

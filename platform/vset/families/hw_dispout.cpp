@@ -140,15 +140,14 @@ const Attribute& requireAttribute(std::uint32_t u32Attr) {
 using vset::model;
 
 HW_Result_t HW_DISPOUT_Init(const HW_DISPOUT_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t {
         const bool bValid = pstParams != nullptr && pstParams->u8Reserved == 0;
         return bValid ? model.initialise() : HW_ERR_INVALID_PARAMETER;
     });
 }
 
 HW_Result_t HW_DISPOUT_GetHandle(const HW_DISPOUT_HandleParams_t* pstParams, HW_Handle_t* phDispout) {
-    const auto index = vset::member("index", pstParams, &HW_DISPOUT_HandleParams_t::u32Index);
-    return vset::call(__func__, {index}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phDispout}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             model.readiness(), pstParams, &HW_DISPOUT_HandleParams_t::u32Index, vset::kInstances, phDispout);
         return result == HW_OK ? model.handles().find(pstParams->u32Index, phDispout) : result;
@@ -156,8 +155,7 @@ HW_Result_t HW_DISPOUT_GetHandle(const HW_DISPOUT_HandleParams_t* pstParams, HW_
 }
 
 HW_Result_t HW_DISPOUT_Open(const HW_DISPOUT_OpenParams_t* pstParams, HW_Handle_t* phDispout) {
-    const auto index = vset::member("index", pstParams, &HW_DISPOUT_OpenParams_t::u32Index);
-    return vset::call(__func__, {index}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phDispout}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             model.readiness(), pstParams, &HW_DISPOUT_OpenParams_t::u32Index, vset::kInstances, phDispout);
         return result == HW_OK ? model.handles().open(pstParams->u32Index, phDispout) : result;
@@ -165,20 +163,19 @@ HW_Result_t HW_DISPOUT_Open(const HW_DISPOUT_OpenParams_t* pstParams, HW_Handle_
 }
 
 HW_Result_t HW_DISPOUT_Close(HW_Handle_t hDispout) {
-    return vset::call(__func__, {{"handle", hDispout}},
-                      [&]() -> HW_Result_t { return model.handles().close(hDispout); });
+    return vset::call(__func__, {hDispout}, [&]() -> HW_Result_t { return model.handles().close(hDispout); });
 }
 
 HW_Result_t HW_DISPOUT_PanelSetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const void* pParam) {
-    return vset::call(__func__, {{"handle", hDispout}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hDispout, u32Attr, pParam}, [&]() -> HW_Result_t {
         return vset::withAttribute(
             hDispout, u32Attr, &vset::Attribute::bSet, pParam,
             [&](const vset::Attribute& stAttribute) { vset::setAttribute(stAttribute, pParam); });
     });
 }
 
-HW_Result_t HW_DISPOUT_PanelGetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hDispout}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+HW_Result_t HW_DISPOUT_PanelGetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hDispout, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
         return vset::withAttribute(hDispout, u32Attr, &vset::Attribute::bGet, pOutput,
                                    [&](const vset::Attribute& stAttribute) {
                                        const std::string strBytes = model.value(stAttribute.u32Number);

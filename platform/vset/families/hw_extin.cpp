@@ -220,7 +220,7 @@ void requireInput(const ExtinInput& input) {
 using vset::model;
 
 HW_Result_t HW_EXTIN_Init(const HW_EXTIN_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_EXTIN_DeInit() {
@@ -228,7 +228,7 @@ HW_Result_t HW_EXTIN_DeInit() {
 }
 
 HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t* pstCaps) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstCaps}, [&]() -> HW_Result_t {
         if (pstCaps == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -242,9 +242,7 @@ HW_Result_t HW_EXTIN_GetCaps(HW_EXTIN_Caps_t* pstCaps) {
 }
 
 HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t* pstParams, HW_Handle_t* phExtin) {
-    const auto type = vset::member("type", pstParams, &HW_EXTIN_HandleParams_t::u32Type);
-    const auto index = vset::member("index", pstParams, &HW_EXTIN_HandleParams_t::u32Index);
-    return vset::call(__func__, {type, index}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phExtin}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phExtin);
         return result == HW_OK ? model.handles().find(vset::keyOf({pstParams->u32Type, pstParams->u32Index}), phExtin)
                                : result;
@@ -252,9 +250,7 @@ HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t* pstParams, HW_Hand
 }
 
 HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t* pstParams, HW_Handle_t* phExtin) {
-    const auto type = vset::member("type", pstParams, &HW_EXTIN_OpenParams_t::u32Type);
-    const auto index = vset::member("index", pstParams, &HW_EXTIN_OpenParams_t::u32Index);
-    return vset::call(__func__, {type, index}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phExtin}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phExtin);
         return result == HW_OK ? model.handles().open(vset::keyOf({pstParams->u32Type, pstParams->u32Index}), phExtin)
                                : result;
@@ -262,18 +258,18 @@ HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t* pstParams, HW_Handle_t* p
 }
 
 HW_Result_t HW_EXTIN_Close(HW_Handle_t hExtin) {
-    return vset::call(__func__, {{"handle", hExtin}}, [&]() -> HW_Result_t { return model.handles().close(hExtin); });
+    return vset::call(__func__, {hExtin}, [&]() -> HW_Result_t { return model.handles().close(hExtin); });
 }
 
 HW_Result_t HW_EXTIN_SetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pParam) {
-    return vset::call(__func__, {{"handle", hExtin}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hExtin, u32Attr, pParam}, [&]() -> HW_Result_t {
         return vset::withInput(
             hExtin, pParam, [&](const vset::ExtinInput& stInput) { return vset::setAttr(stInput, u32Attr, pParam); });
     });
 }
 
-HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hExtin}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hExtin, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
         return vset::withInput(
             hExtin, pOutput, [&](const vset::ExtinInput& stInput) { return vset::getAttr(stInput, u32Attr, pOutput); });
     });

@@ -184,14 +184,14 @@ HW_Result_t getSignalAttr(const ExtinInput& input, HW_U32 u32Attr, void* pOutput
 }  // namespace vset
 
 HW_Result_t HW_EXTIN_AutoGainOffset(HW_Handle_t hExtin) {
-    return vset::call(__func__, {{"handle", hExtin}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hExtin}, [&]() -> HW_Result_t {
         const std::optional<vset::ExtinInput> input = vset::openInput(hExtin);
         return input ? vset::calibrate(*input) : HW_Result_t{HW_ERR_INVALID_HANDLE};
     });
 }
 
 HW_Result_t HW_EXTIN_DetectTvSystem(HW_Handle_t hExtin, HW_U32 u32Mode, HW_U32* pu32TvSystem) {
-    return vset::call(__func__, {{"handle", hExtin}, {"mode", u32Mode}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hExtin, u32Mode, pu32TvSystem}, [&]() -> HW_Result_t {
         return vset::withInput(hExtin, pu32TvSystem, [&](const vset::ExtinInput& input) -> HW_Result_t {
             if (u32Mode != 1) {
                 return HW_ERR_INVALID_PARAMETER;
@@ -204,7 +204,7 @@ HW_Result_t HW_EXTIN_DetectTvSystem(HW_Handle_t hExtin, HW_U32 u32Mode, HW_U32* 
 }
 
 HW_Result_t HW_EXTIN_GetSignalStatus(HW_Handle_t hExtin, HW_U32* pu32Status) {
-    return vset::call(__func__, {{"handle", hExtin}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hExtin, pu32Status}, [&]() -> HW_Result_t {
         return vset::withInput(hExtin, pu32Status, [&](const vset::ExtinInput& input) -> HW_Result_t {
             const std::optional<vset::extin::Source> source = vset::sourceOf(input);
             *pu32Status = source ? source->u32Status : HW_U32{E_HW_EXTIN_SIGNAL_NONE};
@@ -214,14 +214,14 @@ HW_Result_t HW_EXTIN_GetSignalStatus(HW_Handle_t hExtin, HW_U32* pu32Status) {
 }
 
 HW_Result_t HW_EXTIN_FactorySetAttr(HW_Handle_t hExtin, HW_U32 u32FactoryType, const void* pParam) {
-    return vset::call(__func__, {{"handle", hExtin}, {"type", u32FactoryType}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hExtin, u32FactoryType, pParam}, [&]() -> HW_Result_t {
         return vset::withParameter(hExtin, u32FactoryType, pParam,
                                    [&](HW_U32& u32Value) { u32Value = *static_cast<const HW_U32*>(pParam); });
     });
 }
 
-HW_Result_t HW_EXTIN_FactoryGetAttr(HW_Handle_t hExtin, HW_U32 u32FactoryType, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hExtin}, {"type", u32FactoryType}}, [&]() -> HW_Result_t {
+HW_Result_t HW_EXTIN_FactoryGetAttr(HW_Handle_t hExtin, HW_U32 u32FactoryType, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hExtin, u32FactoryType, pInput, pOutput}, [&]() -> HW_Result_t {
         return vset::withParameter(hExtin, u32FactoryType, pOutput,
                                    [&](const HW_U32& u32Value) { *static_cast<HW_U32*>(pOutput) = u32Value; });
     });

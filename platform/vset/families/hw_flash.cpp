@@ -103,26 +103,23 @@ HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phFlash) {
 }  // namespace
 
 HW_Result_t HW_FLASH_Init(const HW_FLASH_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return flashModel.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return flashModel.initialise(pstParams); });
 }
 
 HW_Result_t HW_FLASH_GetHandle(const HW_FLASH_HandleParams_t* pstParams, HW_Handle_t* phFlash) {
-    const auto type = vset::member("type", pstParams, &HW_FLASH_HandleParams_t::u32FlashType);
-    return vset::call(__func__, {type}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phFlash}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(pstParams, phFlash);
         return result == HW_OK ? flashModel.handles().find(pstParams->u32FlashType, phFlash) : result;
     });
 }
 
 HW_Result_t HW_FLASH_Open(const HW_FLASH_OpenParams_t* pstParams, HW_Handle_t* phFlash) {
-    const auto type = vset::member("type", pstParams, &HW_FLASH_OpenParams_t::u32FlashType);
-    return vset::call(__func__, {type}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phFlash}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(pstParams, phFlash);
         return result == HW_OK ? flashModel.handles().open(pstParams->u32FlashType, phFlash) : result;
     });
 }
 
 HW_Result_t HW_FLASH_Close(HW_Handle_t hFlash) {
-    return vset::call(__func__, {{"handle", hFlash}},
-                      [&]() -> HW_Result_t { return flashModel.handles().close(hFlash); });
+    return vset::call(__func__, {hFlash}, [&]() -> HW_Result_t { return flashModel.handles().close(hFlash); });
 }

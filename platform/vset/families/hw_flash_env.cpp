@@ -77,7 +77,7 @@ HW_Result_t setVariable(const HW_FLASH_EnvVar_t& stVar) {
 }  // namespace
 
 HW_Result_t HW_FLASH_LoadEnv(HW_Handle_t hFlash, HW_U8* pu8EnvImage) {
-    return vset::call(__func__, {{"handle", hFlash}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hFlash, pu8EnvImage}, [&]() -> HW_Result_t {
         if (pu8EnvImage == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -94,7 +94,7 @@ HW_Result_t HW_FLASH_LoadEnv(HW_Handle_t hFlash, HW_U8* pu8EnvImage) {
 }
 
 HW_Result_t HW_FLASH_StoreEnv(HW_Handle_t hFlash, const HW_U8* pu8EnvImage) {
-    return vset::call(__func__, {{"handle", hFlash}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hFlash, pu8EnvImage}, [&]() -> HW_Result_t {
         if (pu8EnvImage == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -112,17 +112,14 @@ HW_Result_t HW_FLASH_StoreEnv(HW_Handle_t hFlash, const HW_U8* pu8EnvImage) {
 }
 
 HW_Result_t HW_FLASH_GetEnvVar(HW_Handle_t hFlash, const HW_FLASH_EnvVar_t* pstVar) {
-    const auto key = vset::member("key", pstVar, &HW_FLASH_EnvVar_t::pu8Key);
-    return vset::call(__func__, {{"handle", hFlash}, key}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hFlash, pstVar}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(hFlash, pstVar);
         return result == HW_OK ? getVariable(*pstVar) : result;
     });
 }
 
 HW_Result_t HW_FLASH_SetEnvVar(HW_Handle_t hFlash, const HW_FLASH_EnvVar_t* pstVar) {
-    const auto key = vset::member("key", pstVar, &HW_FLASH_EnvVar_t::pu8Key);
-    const auto value = vset::member("value", pstVar, &HW_FLASH_EnvVar_t::pu8Value);
-    return vset::call(__func__, {{"handle", hFlash}, key, value}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hFlash, pstVar}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(hFlash, pstVar);
         return result == HW_OK ? setVariable(*pstVar) : result;
     });

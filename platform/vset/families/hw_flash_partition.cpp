@@ -100,18 +100,12 @@ void resizeFile(const std::string& strFile, std::uint64_t u64Size) {
 }  // namespace
 
 HW_Result_t HW_FLASH_Read(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, HW_U32* pu32Report) {
-    const auto partition = vset::member("partition", pstTransfer, &HW_FLASH_Transfer_t::pu8PartitionName);
-    const auto offset = vset::member("offset", pstTransfer, &HW_FLASH_Transfer_t::u32Offset);
-    const auto length = vset::member("length", pstTransfer, &HW_FLASH_Transfer_t::u32Length);
-    return vset::call(__func__, {{"handle", hFlash}, partition, offset, length},
+    return vset::call(__func__, {hFlash, pstTransfer, pu32Report},
                       [&]() -> HW_Result_t { return transfer(hFlash, pstTransfer, pu32Report, readPartition); });
 }
 
 HW_Result_t HW_FLASH_Write(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, HW_U32* pu32Report) {
-    const auto partition = vset::member("partition", pstTransfer, &HW_FLASH_Transfer_t::pu8PartitionName);
-    const auto offset = vset::member("offset", pstTransfer, &HW_FLASH_Transfer_t::u32Offset);
-    const auto length = vset::member("length", pstTransfer, &HW_FLASH_Transfer_t::u32Length);
-    return vset::call(__func__, {{"handle", hFlash}, partition, offset, length},
+    return vset::call(__func__, {hFlash, pstTransfer, pu32Report},
                       [&]() -> HW_Result_t { return transfer(hFlash, pstTransfer, pu32Report, writePartition); });
 }
 

@@ -116,7 +116,7 @@ HW_S32 refuseNull() {
 }  // namespace
 
 HW_Result_t HW_FS_Init(const HW_FS_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || pstParams->u32Reserved != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -125,7 +125,7 @@ HW_Result_t HW_FS_Init(const HW_FS_InitParams_t* pstParams) {
 }
 
 HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags) {
-    return vset::call(__func__, {{"path", pszPath}, {"flags", s32Flags}}, [&]() -> HW_S32 {
+    return vset::call(__func__, {pszPath, s32Flags}, [&]() -> HW_S32 {
         if (pszPath == nullptr) {
             errno = EFAULT;
             return kFailed;
@@ -142,17 +142,17 @@ HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags) {
 HW_S32 HW_FS_Close(HW_S32 s32Fd) {
     // Descriptor 0 belongs to the host program; the set only says that it is closed.
     return vset::call(
-        __func__, {{"fd", s32Fd}}, [&]() -> HW_S32 { return s32Fd == 0 ? 0 : close(s32Fd); }, vset::OnFault::act);
+        __func__, {s32Fd}, [&]() -> HW_S32 { return s32Fd == 0 ? 0 : close(s32Fd); }, vset::OnFault::act);
 }
 
 HW_S32 HW_FS_Write(HW_S32 s32Fd, const void* pData, HW_U32 u32Size) {
-    return vset::call(__func__, {{"fd", s32Fd}, {"size", u32Size}}, [&]() -> HW_S32 {
+    return vset::call(__func__, {s32Fd, pData, u32Size}, [&]() -> HW_S32 {
         return pData == nullptr && u32Size != 0 ? refuseNull() : writeFile(s32Fd, pData, u32Size);
     });
 }
 
 FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode) {
-    return vset::call(__func__, {{"path", pszPath}, {"mode", pszMode}}, [&]() -> FILE* {
+    return vset::call(__func__, {pszPath, pszMode}, [&]() -> FILE* {
         if (pszPath == nullptr || pszMode == nullptr) {
             errno = EFAULT;
             return nullptr;
@@ -169,12 +169,12 @@ FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode) {
 
 HW_S32 HW_FS_Fclose(FILE* pStream) {
     return vset::call(
-        __func__, {}, [&]() -> HW_S32 { return pStream == nullptr ? refuseNull() : closeStream(pStream); },
+        __func__, {pStream}, [&]() -> HW_S32 { return pStream == nullptr ? refuseNull() : closeStream(pStream); },
         vset::OnFault::act);
 }
 
 HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
-    return vset::call(__func__, {{"size", u32Size}, {"count", u32Count}}, [&]() -> HW_S32 {
+    return vset::call(__func__, {pData, u32Size, u32Count, pStream}, [&]() -> HW_S32 {
         return pData == nullptr || pStream == nullptr
                    ? refuseNull()
                    : membersOf(std::fread(pData, u32Size, u32Count, pStream), pStream);
@@ -182,25 +182,25 @@ HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) 
 }
 
 HW_S32 HW_FS_Fwrite(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
-    return vset::call(__func__, {{"size", u32Size}, {"count", u32Count}}, [&]() -> HW_S32 {
+    return vset::call(__func__, {pData, u32Size, u32Count, pStream}, [&]() -> HW_S32 {
         return pData == nullptr || pStream == nullptr ? refuseNull() : writeStream(pData, u32Size, u32Count, pStream);
     });
 }
 
 HW_S32 HW_FS_Fseek(FILE* pStream, HW_S64 s64Offset, HW_S32 s32Whence) {
-    return vset::call(__func__, {{"offset", s64Offset}, {"whence", s32Whence}}, [&]() -> HW_S32 {
+    return vset::call(__func__, {pStream, s64Offset, s32Whence}, [&]() -> HW_S32 {
         return pStream == nullptr ? refuseNull() : fseeko(pStream, static_cast<off_t>(s64Offset), s32Whence);
     });
 }
 
 HW_S32 HW_FS_Stat(const char* pszPath, struct stat* pstStat) {
-    return vset::call(__func__, {{"path", pszPath}}, [&]() -> HW_S32 {
+    return vset::call(__func__, {pszPath, pstStat}, [&]() -> HW_S32 {
         return pszPath == nullptr || pstStat == nullptr ? refuseNull() : stat(TreePath(pszPath).get(), pstStat);
     });
 }
 
 HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode) {
-    return vset::call(__func__, {{"path", pszPath}, {"mode", u32Mode}}, [&]() -> HW_S32 {
+    return vset::call(__func__, {pszPath, u32Mode}, [&]() -> HW_S32 {
         if (pszPath == nullptr) {
             return refuseNull();
         }
@@ -213,7 +213,7 @@ HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode) {
 }
 
 HW_S32 HW_FS_Unlink(const char* pszPath) {
-    return vset::call(__func__, {{"path", pszPath}},
+    return vset::call(__func__, {pszPath},
                       [&]() -> HW_S32 { return pszPath == nullptr ? refuseNull() : unlink(TreePath(pszPath).get()); });
 }
 

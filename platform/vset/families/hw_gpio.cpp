@@ -86,8 +86,7 @@ void requireLevel(unsigned char u8Level) {
 using vset::model;
 
 HW_Result_t HW_GPIO_GetHandle(const HW_GPIO_HandleParams_t* pstParams, HW_Handle_t* phGpio) {
-    const auto pad = vset::member("pad", pstParams, &HW_GPIO_HandleParams_t::u32PadNum);
-    return vset::call(__func__, {pad}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phGpio}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             vset::systemReadiness(), pstParams, &HW_GPIO_HandleParams_t::u32PadNum, vset::gpio::kPads, phGpio);
         return result == HW_OK ? model.handles().find(pstParams->u32PadNum, phGpio) : result;
@@ -95,8 +94,7 @@ HW_Result_t HW_GPIO_GetHandle(const HW_GPIO_HandleParams_t* pstParams, HW_Handle
 }
 
 HW_Result_t HW_GPIO_Open(const HW_GPIO_OpenParams_t* pstParams, HW_Handle_t* phGpio) {
-    const auto pad = vset::member("pad", pstParams, &HW_GPIO_OpenParams_t::u32PadNum);
-    return vset::call(__func__, {pad}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phGpio}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             vset::systemReadiness(), pstParams, &HW_GPIO_OpenParams_t::u32PadNum, vset::gpio::kPads, phGpio);
         return result == HW_OK ? model.handles().open(pstParams->u32PadNum, phGpio) : result;
@@ -104,11 +102,11 @@ HW_Result_t HW_GPIO_Open(const HW_GPIO_OpenParams_t* pstParams, HW_Handle_t* phG
 }
 
 HW_Result_t HW_GPIO_Close(HW_Handle_t hGpio) {
-    return vset::call(__func__, {{"handle", hGpio}}, [&]() -> HW_Result_t { return model.handles().close(hGpio); });
+    return vset::call(__func__, {hGpio}, [&]() -> HW_Result_t { return model.handles().close(hGpio); });
 }
 
 HW_Result_t HW_GPIO_SetOutput(HW_Handle_t hGpio, HW_U32 u32Level) {
-    return vset::call(__func__, {{"handle", hGpio}, {"level", u32Level}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hGpio, u32Level}, [&]() -> HW_Result_t {
         const auto pad = model.handles().key(hGpio);
         if (!pad) {
             return HW_ERR_INVALID_HANDLE;
@@ -125,7 +123,7 @@ HW_Result_t HW_GPIO_SetOutput(HW_Handle_t hGpio, HW_U32 u32Level) {
 }
 
 HW_Result_t HW_GPIO_GetInput(HW_Handle_t hGpio, HW_U8* pu8Level, HW_U8* pu8Inverted) {
-    return vset::call(__func__, {{"handle", hGpio}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hGpio, pu8Level, pu8Inverted}, [&]() -> HW_Result_t {
         const auto pad = model.handles().key(hGpio);
         if (!pad) {
             return HW_ERR_INVALID_HANDLE;

@@ -182,13 +182,12 @@ void requireInside(const Chip& chip, std::size_t offset, std::size_t length) {
 using vset::model;
 
 HW_Result_t HW_IIC_Init(const HW_IIC_InitParams_t* pstParams) {
-    return vset::call(__func__, {},
+    return vset::call(__func__, {pstParams},
                       [&]() -> HW_Result_t { return model.initialise(pstParams, vset::NullParams::defaults); });
 }
 
 HW_Result_t HW_IIC_GetHandle(const HW_IIC_HandleParams_t* pstParams, HW_Handle_t* phIic) {
-    const auto port = vset::member("port", pstParams, &HW_IIC_HandleParams_t::u32Port);
-    return vset::call(__func__, {port}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phIic}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || phIic == nullptr || vset::busOf(pstParams->u32Port) >= vset::iic::kBuses) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -198,8 +197,7 @@ HW_Result_t HW_IIC_GetHandle(const HW_IIC_HandleParams_t* pstParams, HW_Handle_t
 }
 
 HW_Result_t HW_IIC_Open(const HW_IIC_OpenParams_t* pstParams, HW_Handle_t* phIic) {
-    const auto port = vset::member("port", pstParams, &HW_IIC_OpenParams_t::u32Port);
-    return vset::call(__func__, {port}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phIic}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(model.readiness(), pstParams,
                                                              &HW_IIC_OpenParams_t::u32Port, vset::iic::kBuses, phIic);
         return result == HW_OK ? model.handles().open(pstParams->u32Port, phIic) : result;
@@ -207,13 +205,11 @@ HW_Result_t HW_IIC_Open(const HW_IIC_OpenParams_t* pstParams, HW_Handle_t* phIic
 }
 
 HW_Result_t HW_IIC_Close(HW_Handle_t hIic) {
-    return vset::call(__func__, {{"handle", hIic}}, [&]() -> HW_Result_t { return model.handles().close(hIic); });
+    return vset::call(__func__, {hIic}, [&]() -> HW_Result_t { return model.handles().close(hIic); });
 }
 
 HW_Result_t HW_IIC_Read(HW_Handle_t hIic, const HW_IIC_ReadParams_t* pstParams, HW_U8** ppu8Buf) {
-    const auto slave = vset::member("slave", pstParams, &HW_IIC_ReadParams_t::u16BusNumSlaveId);
-    const auto size = vset::member("size", pstParams, &HW_IIC_ReadParams_t::u16Size);
-    return vset::call(__func__, {{"handle", hIic}, slave, size}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hIic, pstParams, ppu8Buf}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || ppu8Buf == nullptr || (*ppu8Buf == nullptr && pstParams->u16Size != 0) ||
             pstParams->eReadMode > E_HW_IIC_READ_MODE_2) {
             return model.handles().key(hIic) ? HW_ERR_INVALID_PARAMETER : HW_ERR_INVALID_HANDLE;
@@ -230,9 +226,7 @@ HW_Result_t HW_IIC_Read(HW_Handle_t hIic, const HW_IIC_ReadParams_t* pstParams, 
 
 HW_Result_t HW_IIC_Write(HW_Handle_t hIic, const HW_IIC_WriteParams_t* pstParams, HW_U32* pu32Written) {
     const HW_IIC_WriteData_t* pstData = pstParams != nullptr ? &pstParams->stWriteData : nullptr;
-    const auto slave = vset::member("slave", pstData, &HW_IIC_WriteData_t::u16BusNumSlaveId);
-    const auto size = vset::member("size", pstData, &HW_IIC_WriteData_t::u16Size);
-    return vset::call(__func__, {{"handle", hIic}, slave, size}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hIic, pstParams, pu32Written}, [&]() -> HW_Result_t {
         if (pstData == nullptr || (pstData->pu8Buf == nullptr && pstData->u16Size != 0)) {
             return model.handles().key(hIic) ? HW_ERR_INVALID_PARAMETER : HW_ERR_INVALID_HANDLE;
         }
@@ -249,7 +243,7 @@ HW_Result_t HW_IIC_Write(HW_Handle_t hIic, const HW_IIC_WriteParams_t* pstParams
 }
 
 HW_Result_t HW_IIC_SetDebugLevel(HW_U32 u32Level) {
-    return vset::call(__func__, {{"level", u32Level}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32Level}, [&]() -> HW_Result_t {
         const HW_Result_t result = model.readiness();
         if (result == HW_OK) {
             model.u32DebugLevel = u32Level;
@@ -259,7 +253,7 @@ HW_Result_t HW_IIC_SetDebugLevel(HW_U32 u32Level) {
 }
 
 HW_Result_t HW_IIC_GetDeviceInfo(HW_U32 u32DeviceId, HW_IIC_DeviceInfo_t* pstInfo) {
-    return vset::call(__func__, {{"device", u32DeviceId}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32DeviceId, pstInfo}, [&]() -> HW_Result_t {
         if (pstInfo == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }

@@ -16,6 +16,6 @@ IrModel& model = *new IrModel;
 }  // namespace
 
 HW_Result_t HW_IR_Init(const HW_IR_InitParams_t* pstParams) {
-    return vset::call(__func__, {},
+    return vset::call(__func__, {pstParams},
                       [&]() -> HW_Result_t { return model.initialise(pstParams, vset::NullParams::defaults); });
 }

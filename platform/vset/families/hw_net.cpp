@@ -119,7 +119,7 @@ HW_Result_t setMac(HW_Handle_t hNet, const char* pszMac) {
 using vset::model;
 
 HW_Result_t HW_NET_Init(const HW_NET_InitParams_t* pstParams) {
-    return vset::call(__func__, {},
+    return vset::call(__func__, {pstParams},
                       [&]() -> HW_Result_t { return model.initialise(pstParams, vset::NullParams::defaults); });
 }
 
@@ -128,7 +128,7 @@ HW_Result_t HW_NET_DeInit() {
 }
 
 HW_Result_t HW_NET_GetInterfaceName(HW_NET_InterfaceName_t* pstList, HW_U32* pu32Count) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstList, pu32Count}, [&]() -> HW_Result_t {
         if (pstList == nullptr || pu32Count == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -139,7 +139,7 @@ HW_Result_t HW_NET_GetInterfaceName(HW_NET_InterfaceName_t* pstList, HW_U32* pu3
 
 HW_Result_t HW_NET_Open(const HW_NET_OpenParams_t* pstParams, HW_Handle_t* phNet) {
     const std::string strName = pstParams != nullptr ? vset::nameIn(pstParams->acName) : "";
-    return vset::call(__func__, {{"name", strName.c_str()}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phNet}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || phNet == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -149,22 +149,21 @@ HW_Result_t HW_NET_Open(const HW_NET_OpenParams_t* pstParams, HW_Handle_t* phNet
 }
 
 HW_Result_t HW_NET_Close(HW_Handle_t hNet) {
-    return vset::call(__func__, {{"handle", hNet}}, [&]() -> HW_Result_t { return model.handles().close(hNet); });
+    return vset::call(__func__, {hNet}, [&]() -> HW_Result_t { return model.handles().close(hNet); });
 }
 
 HW_Result_t HW_NET_DhcpOff(HW_Handle_t hNet, HW_U32 u32IpVersion) {
-    return vset::call(__func__, {{"handle", hNet}, {"ip", u32IpVersion}},
+    return vset::call(__func__, {hNet, u32IpVersion},
                       [&]() -> HW_Result_t { return vset::switchDhcp(hNet, u32IpVersion, false); });
 }
 
 HW_Result_t HW_NET_DhcpOn(HW_Handle_t hNet, HW_U32 u32IpVersion) {
-    return vset::call(__func__, {{"handle", hNet}, {"ip", u32IpVersion}},
+    return vset::call(__func__, {hNet, u32IpVersion},
                       [&]() -> HW_Result_t { return vset::switchDhcp(hNet, u32IpVersion, true); });
 }
 
 HW_Result_t HW_NET_SetMac(HW_Handle_t hNet, const char* pszMac) {
-    return vset::call(__func__, {{"handle", hNet}, {"mac", pszMac}},
-                      [&]() -> HW_Result_t { return vset::setMac(hNet, pszMac); });
+    return vset::call(__func__, {hNet, pszMac}, [&]() -> HW_Result_t { return vset::setMac(hNet, pszMac); });
 }
 
 static HW_Result_t setUp(HW_Handle_t hNet, bool bUp) {
@@ -175,11 +174,11 @@ static HW_Result_t setUp(HW_Handle_t hNet, bool bUp) {
 }
 
 HW_Result_t HW_NET_DeviceUp(HW_Handle_t hNet) {
-    return vset::call(__func__, {{"handle", hNet}}, [&]() -> HW_Result_t { return setUp(hNet, true); });
+    return vset::call(__func__, {hNet}, [&]() -> HW_Result_t { return setUp(hNet, true); });
 }
 
 HW_Result_t HW_NET_DeviceDown(HW_Handle_t hNet) {
-    return vset::call(__func__, {{"handle", hNet}}, [&]() -> HW_Result_t { return setUp(hNet, false); });
+    return vset::call(__func__, {hNet}, [&]() -> HW_Result_t { return setUp(hNet, false); });
 }
 
 // --- The person's door -----------------------------------------------------------------------------------------------

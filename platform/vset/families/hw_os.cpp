@@ -24,8 +24,7 @@ std::string nameOf(const HW_OS_IommuRequest_t* pstRequest) {
 
 HW_Result_t HW_OS_AllocateIommuMemory(HW_OS_IommuRequest_t* pstRequest) {
     const std::string strName = nameOf(pstRequest);
-    const auto length = vset::member("length", pstRequest, &HW_OS_IommuRequest_t::u32Length);
-    return vset::call(__func__, {{"name", strName.c_str()}, length}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstRequest}, [&]() -> HW_Result_t {
         if (pstRequest == nullptr || pstRequest->u32Length == 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -37,9 +36,7 @@ HW_Result_t HW_OS_AllocateIommuMemory(HW_OS_IommuRequest_t* pstRequest) {
 }
 
 HW_Result_t HW_OS_FreeIommuMemory(const HW_OS_IommuRelease_t* pstRelease) {
-    const auto address = vset::member("address", pstRelease, &HW_OS_IommuRelease_t::u64PhysAddr);
-    const auto length = vset::member("length", pstRelease, &HW_OS_IommuRelease_t::u32Length);
-    return vset::call(__func__, {address, length}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstRelease}, [&]() -> HW_Result_t {
         if (pstRelease == nullptr || pstRelease->u32Reserved != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -51,7 +48,7 @@ HW_Result_t HW_OS_FreeIommuMemory(const HW_OS_IommuRelease_t* pstRelease) {
 }
 
 HW_Result_t HW_OS_Pa2NonCachedVa(HW_U64 u64PhysAddr, HW_U64* pu64VirtAddr) {
-    return vset::call(__func__, {{"address", u64PhysAddr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u64PhysAddr, pu64VirtAddr}, [&]() -> HW_Result_t {
         if (pu64VirtAddr == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -68,7 +65,7 @@ HW_Result_t HW_OS_Pa2NonCachedVa(HW_U64 u64PhysAddr, HW_U64* pu64VirtAddr) {
 }
 
 HW_Result_t HW_OS_DelayTask(HW_U32 u32Ms) {
-    return vset::call(__func__, {{"ms", u32Ms}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32Ms}, [&]() -> HW_Result_t {
         std::this_thread::sleep_for(std::chrono::milliseconds(u32Ms));
         return HW_OK;
     });

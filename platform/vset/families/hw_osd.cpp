@@ -218,8 +218,7 @@ void paintOsd(Picture& picture) {
 using vset::OsdState;
 
 HW_Result_t HW_OSD_Init(const HW_OSD_InitParams_t* pstParams) {
-    const auto surfaces = vset::member("surfaces", pstParams, &HW_OSD_InitParams_t::u32SurfaceMax);
-    return vset::call(__func__, {surfaces}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t {
         const bool bSurfaces = pstParams != nullptr && pstParams->u32SurfaceMax == vset::kSurfaceMax;
         return bSurfaces ? vset::osdModel.initialise(pstParams) : HW_ERR_INVALID_PARAMETER;
     });
@@ -228,9 +227,7 @@ HW_Result_t HW_OSD_Init(const HW_OSD_InitParams_t* pstParams) {
 // --- Layers ----------------------------------------------------------------------------------------------------------
 
 HW_Result_t HW_OSD_GetLayerHandle(const HW_S32* ps32LayerId, HW_Handle_t* phLayer) {
-    const vset::Argument layer = ps32LayerId != nullptr ? vset::Argument("layer", *ps32LayerId)
-                                                        : vset::Argument("layer", static_cast<const char*>(nullptr));
-    return vset::call(__func__, {layer}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {ps32LayerId, phLayer}, [&]() -> HW_Result_t {
         if (ps32LayerId == nullptr || static_cast<HW_U32>(*ps32LayerId) >= vset::osd::kLayers) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -240,17 +237,12 @@ HW_Result_t HW_OSD_GetLayerHandle(const HW_S32* ps32LayerId, HW_Handle_t* phLaye
 }
 
 HW_Result_t HW_OSD_LayerCreate(const HW_OSD_LayerAttr_t* pstAttr, HW_Handle_t* phLayer) {
-    return vset::call(
-        __func__,
-        {vset::member("layer", pstAttr, &HW_OSD_LayerAttr_t::u32LayerId),
-         vset::member("x", pstAttr, &HW_OSD_LayerAttr_t::u32X), vset::member("y", pstAttr, &HW_OSD_LayerAttr_t::u32Y),
-         vset::member("width", pstAttr, &HW_OSD_LayerAttr_t::u32Width),
-         vset::member("height", pstAttr, &HW_OSD_LayerAttr_t::u32Height)},
-        [&]() -> HW_Result_t { return vset::createLayer(pstAttr, phLayer); });
+    return vset::call(__func__, {pstAttr, phLayer},
+                      [&]() -> HW_Result_t { return vset::createLayer(pstAttr, phLayer); });
 }
 
 HW_Result_t HW_OSD_LayerDestroy(HW_Handle_t hLayer) {
-    return vset::call(__func__, {{"layer", hLayer}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hLayer}, [&]() -> HW_Result_t {
         return vset::onLayer(hLayer, [&](OsdState& state, vset::osd::Layer&) {
             vset::osdModel.destroyLayer(state, hLayer);
             return HW_OK;
@@ -259,15 +251,15 @@ HW_Result_t HW_OSD_LayerDestroy(HW_Handle_t hLayer) {
 }
 
 HW_Result_t HW_OSD_LayerShow(HW_Handle_t hLayer) {
-    return vset::call(__func__, {{"layer", hLayer}}, [&]() -> HW_Result_t { return vset::showLayer(hLayer, true); });
+    return vset::call(__func__, {hLayer}, [&]() -> HW_Result_t { return vset::showLayer(hLayer, true); });
 }
 
 HW_Result_t HW_OSD_LayerHide(HW_Handle_t hLayer) {
-    return vset::call(__func__, {{"layer", hLayer}}, [&]() -> HW_Result_t { return vset::showLayer(hLayer, false); });
+    return vset::call(__func__, {hLayer}, [&]() -> HW_Result_t { return vset::showLayer(hLayer, false); });
 }
 
 HW_Result_t HW_OSD_LayerGetSize(HW_Handle_t hLayer, HW_U32* pu32Width, HW_U32* pu32Height) {
-    return vset::call(__func__, {{"layer", hLayer}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hLayer, pu32Width, pu32Height}, [&]() -> HW_Result_t {
         return vset::onLayer(hLayer, [&](OsdState&, const vset::osd::Layer& stLayer) {
             return vset::giveSize(stLayer.u32SrcWidth, stLayer.u32SrcHeight, pu32Width, pu32Height);
         });
@@ -275,7 +267,7 @@ HW_Result_t HW_OSD_LayerGetSize(HW_Handle_t hLayer, HW_U32* pu32Width, HW_U32* p
 }
 
 HW_Result_t HW_OSD_LayerQueryWindowHandle(HW_Handle_t hLayer, HW_Handle_t* phWindow) {
-    return vset::call(__func__, {{"layer", hLayer}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hLayer, phWindow}, [&]() -> HW_Result_t {
         return vset::onLayer(hLayer, [&](OsdState&, const vset::osd::Layer& stLayer) {
             const HW_Handle_t hFirst = stLayer.windows.empty() ? HW_HANDLE_NONE : stLayer.windows.front().u32Handle;
             return vset::give(hFirst, phWindow);
@@ -284,8 +276,7 @@ HW_Result_t HW_OSD_LayerQueryWindowHandle(HW_Handle_t hLayer, HW_Handle_t* phWin
 }
 
 HW_Result_t HW_OSD_LayerSetColorMatrix(HW_Handle_t hLayer, const HW_OSD_ColorMatrix_t* pstMatrix) {
-    const auto enable = vset::member("enable", pstMatrix, &HW_OSD_ColorMatrix_t::u8Enable);
-    return vset::call(__func__, {{"layer", hLayer}, enable}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hLayer, pstMatrix}, [&]() -> HW_Result_t {
         return vset::onLayer(hLayer, [&](OsdState&, vset::osd::Layer& stLayer) -> HW_Result_t {
             if (pstMatrix == nullptr || !vset::isValid(*pstMatrix)) {
                 return HW_ERR_INVALID_PARAMETER;
@@ -299,17 +290,12 @@ HW_Result_t HW_OSD_LayerSetColorMatrix(HW_Handle_t hLayer, const HW_OSD_ColorMat
 // --- Windows ---------------------------------------------------------------------------------------------------------
 
 HW_Result_t HW_OSD_WindowCreate(const HW_OSD_WindowAttr_t* pstAttr, HW_Handle_t* phWindow) {
-    return vset::call(
-        __func__,
-        {vset::member("layer", pstAttr, &HW_OSD_WindowAttr_t::hLayer),
-         vset::member("x", pstAttr, &HW_OSD_WindowAttr_t::u32X), vset::member("y", pstAttr, &HW_OSD_WindowAttr_t::u32Y),
-         vset::member("width", pstAttr, &HW_OSD_WindowAttr_t::u32Width),
-         vset::member("height", pstAttr, &HW_OSD_WindowAttr_t::u32Height)},
-        [&]() -> HW_Result_t { return vset::createWindow(pstAttr, phWindow); });
+    return vset::call(__func__, {pstAttr, phWindow},
+                      [&]() -> HW_Result_t { return vset::createWindow(pstAttr, phWindow); });
 }
 
 HW_Result_t HW_OSD_WindowSetZOrder(HW_Handle_t hWindow, HW_U32 u32ZOrder) {
-    return vset::call(__func__, {{"window", hWindow}, {"zorder", u32ZOrder}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hWindow, u32ZOrder}, [&]() -> HW_Result_t {
         return vset::onWindow(hWindow, [&](OsdState&, vset::osd::Window& stWindow) {
             stWindow.u32ZOrder = u32ZOrder;
             return HW_OK;
@@ -318,17 +304,15 @@ HW_Result_t HW_OSD_WindowSetZOrder(HW_Handle_t hWindow, HW_U32 u32ZOrder) {
 }
 
 HW_Result_t HW_OSD_WindowShow(HW_Handle_t hWindow) {
-    return vset::call(__func__, {{"window", hWindow}},
-                      [&]() -> HW_Result_t { return vset::showWindow(hWindow, true); });
+    return vset::call(__func__, {hWindow}, [&]() -> HW_Result_t { return vset::showWindow(hWindow, true); });
 }
 
 HW_Result_t HW_OSD_WindowHide(HW_Handle_t hWindow) {
-    return vset::call(__func__, {{"window", hWindow}},
-                      [&]() -> HW_Result_t { return vset::showWindow(hWindow, false); });
+    return vset::call(__func__, {hWindow}, [&]() -> HW_Result_t { return vset::showWindow(hWindow, false); });
 }
 
 HW_Result_t HW_OSD_WindowFlipByExternSurface(HW_Handle_t hWindow, HW_Handle_t hSurface) {
-    return vset::call(__func__, {{"window", hWindow}, {"surface", hSurface}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hWindow, hSurface}, [&]() -> HW_Result_t {
         return vset::onWindow(hWindow, [&](OsdState& state, vset::osd::Window& stWindow) -> HW_Result_t {
             if (state.surface(hSurface) == nullptr) {
                 return HW_ERR_INVALID_HANDLE;
@@ -340,7 +324,7 @@ HW_Result_t HW_OSD_WindowFlipByExternSurface(HW_Handle_t hWindow, HW_Handle_t hS
 }
 
 HW_Result_t HW_OSD_WindowGetSurface(HW_Handle_t hWindow, HW_Handle_t* phSurface) {
-    return vset::call(__func__, {{"window", hWindow}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hWindow, phSurface}, [&]() -> HW_Result_t {
         return vset::onWindow(hWindow, [&](OsdState&, const vset::osd::Window& stWindow) {
             return vset::give(stWindow.u32Surface, phSurface);
         });
@@ -350,7 +334,7 @@ HW_Result_t HW_OSD_WindowGetSurface(HW_Handle_t hWindow, HW_Handle_t* phSurface)
 // --- Surfaces --------------------------------------------------------------------------------------------------------
 
 HW_Result_t HW_OSD_SurfaceQueryCapability(HW_U32 u32Capability, HW_U32 u32ColorFormat, HW_U32* pu32Value) {
-    return vset::call(__func__, {{"capability", u32Capability}, {"format", u32ColorFormat}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32Capability, u32ColorFormat, pu32Value}, [&]() -> HW_Result_t {
         if (pu32Value == nullptr || !vset::isFormat(u32ColorFormat)) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -363,18 +347,12 @@ HW_Result_t HW_OSD_SurfaceQueryCapability(HW_U32 u32Capability, HW_U32 u32ColorF
 }
 
 HW_Result_t HW_OSD_SurfaceCreate(const HW_OSD_SurfaceAttr_t* pstAttr, HW_Handle_t* phSurface) {
-    return vset::call(__func__,
-                      {vset::member("width", pstAttr, &HW_OSD_SurfaceAttr_t::u32Width),
-                       vset::member("height", pstAttr, &HW_OSD_SurfaceAttr_t::u32Height),
-                       vset::member("pitch", pstAttr, &HW_OSD_SurfaceAttr_t::u32Pitch),
-                       vset::member("format", pstAttr, &HW_OSD_SurfaceAttr_t::u32ColorFormat),
-                       vset::member("kind", pstAttr, &HW_OSD_SurfaceAttr_t::u32MemKind),
-                       vset::member("address", pstAttr, &HW_OSD_SurfaceAttr_t::u64Address)},
+    return vset::call(__func__, {pstAttr, phSurface},
                       [&]() -> HW_Result_t { return vset::createSurface(pstAttr, phSurface); });
 }
 
 HW_Result_t HW_OSD_SurfaceDestroy(HW_Handle_t hSurface) {
-    return vset::call(__func__, {{"surface", hSurface}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSurface}, [&]() -> HW_Result_t {
         return vset::onSurface(hSurface, [&](OsdState& state, const vset::osd::Surface&) {
             vset::osdModel.destroySurface(state, hSurface);
             return HW_OK;
@@ -383,7 +361,7 @@ HW_Result_t HW_OSD_SurfaceDestroy(HW_Handle_t hSurface) {
 }
 
 HW_Result_t HW_OSD_SurfaceGetColorFormat(HW_Handle_t hSurface, HW_OSD_ColorFormatInfo_t* pstInfo) {
-    return vset::call(__func__, {{"surface", hSurface}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSurface, pstInfo}, [&]() -> HW_Result_t {
         return vset::onSurface(hSurface, [&](OsdState&, const vset::osd::Surface& stSurface) -> HW_Result_t {
             if (pstInfo == nullptr) {
                 return HW_ERR_INVALID_PARAMETER;
@@ -395,7 +373,7 @@ HW_Result_t HW_OSD_SurfaceGetColorFormat(HW_Handle_t hSurface, HW_OSD_ColorForma
 }
 
 HW_Result_t HW_OSD_SurfaceLock(HW_Handle_t hSurface, HW_U64* pu64Virt, HW_U64* pu64Phys) {
-    return vset::call(__func__, {{"surface", hSurface}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSurface, pu64Virt, pu64Phys}, [&]() -> HW_Result_t {
         return vset::onSurface(hSurface, [&](OsdState&, vset::osd::Surface& stSurface) {
             return vset::lockSurface(stSurface, pu64Virt, pu64Phys);
         });
@@ -403,14 +381,14 @@ HW_Result_t HW_OSD_SurfaceLock(HW_Handle_t hSurface, HW_U64* pu64Virt, HW_U64* p
 }
 
 HW_Result_t HW_OSD_SurfaceUnlock(HW_Handle_t hSurface) {
-    return vset::call(__func__, {{"surface", hSurface}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSurface}, [&]() -> HW_Result_t {
         return vset::onSurface(hSurface,
                                [](OsdState&, vset::osd::Surface& stSurface) { return vset::unlockSurface(stSurface); });
     });
 }
 
 HW_Result_t HW_OSD_SurfaceGetSize(HW_Handle_t hSurface, HW_U32* pu32Width, HW_U32* pu32Height) {
-    return vset::call(__func__, {{"surface", hSurface}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSurface, pu32Width, pu32Height}, [&]() -> HW_Result_t {
         return vset::onSurface(hSurface, [&](OsdState&, const vset::osd::Surface& stSurface) {
             return vset::giveSize(stSurface.u32Width, stSurface.u32Height, pu32Width, pu32Height);
         });

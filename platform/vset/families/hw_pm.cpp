@@ -84,29 +84,29 @@ HW_Result_t setLeds(const HW_PM_LedControl_t& stControl) {
 }  // namespace
 
 HW_Result_t HW_PM_Init(const HW_PM_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_PM_GetHandle(const HW_PM_HandleParams_t* pstParams, HW_Handle_t* phPm) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phPm}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(pstParams, phPm);
         return result == HW_OK ? model.handles().find(0, phPm) : result;
     });
 }
 
 HW_Result_t HW_PM_Open(const HW_PM_OpenParams_t* pstParams, HW_Handle_t* phPm) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phPm}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(pstParams, phPm);
         return result == HW_OK ? model.handles().open(0, phPm) : result;
     });
 }
 
 HW_Result_t HW_PM_Close(HW_Handle_t hPm) {
-    return vset::call(__func__, {{"handle", hPm}}, [&]() -> HW_Result_t { return model.handles().close(hPm); });
+    return vset::call(__func__, {hPm}, [&]() -> HW_Result_t { return model.handles().close(hPm); });
 }
 
 HW_Result_t HW_PM_SetAttr(HW_Handle_t hPm, HW_U32 u32ParamType, const void* pParam) {
-    return vset::call(__func__, {{"handle", hPm}, {"type", u32ParamType}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hPm, u32ParamType, pParam}, [&]() -> HW_Result_t {
         if (!model.handles().key(hPm)) {
             return HW_ERR_INVALID_HANDLE;
         }
@@ -118,7 +118,7 @@ HW_Result_t HW_PM_SetAttr(HW_Handle_t hPm, HW_U32 u32ParamType, const void* pPar
 }
 
 HW_Result_t HW_PM_GetRtcTime(HW_Handle_t hPm, HW_U32* pu32Seconds) {
-    return vset::call(__func__, {{"handle", hPm}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hPm, pu32Seconds}, [&]() -> HW_Result_t {
         if (!model.handles().key(hPm)) {
             return HW_ERR_INVALID_HANDLE;
         }

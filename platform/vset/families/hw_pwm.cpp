@@ -89,12 +89,11 @@ void requireValue(unsigned int u32Channel, unsigned int u32Attr, Body&& body) {
 using vset::model;
 
 HW_Result_t HW_PWM_Init(const HW_PWM_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_PWM_GetHandle(const HW_PWM_HandleParams_t* pstParams, HW_Handle_t* phPwm) {
-    const auto channel = vset::member("channel", pstParams, &HW_PWM_HandleParams_t::u32Channel);
-    return vset::call(__func__, {channel}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phPwm}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             model.readiness(), pstParams, &HW_PWM_HandleParams_t::u32Channel, vset::pwm::kChannels, phPwm);
         return result == HW_OK ? model.handles().find(pstParams->u32Channel, phPwm) : result;
@@ -102,8 +101,7 @@ HW_Result_t HW_PWM_GetHandle(const HW_PWM_HandleParams_t* pstParams, HW_Handle_t
 }
 
 HW_Result_t HW_PWM_Open(const HW_PWM_OpenParams_t* pstParams, HW_Handle_t* phPwm) {
-    const auto channel = vset::member("channel", pstParams, &HW_PWM_OpenParams_t::u32Channel);
-    return vset::call(__func__, {channel}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phPwm}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             model.readiness(), pstParams, &HW_PWM_OpenParams_t::u32Channel, vset::pwm::kChannels, phPwm);
         return result == HW_OK ? model.handles().open(pstParams->u32Channel, phPwm) : result;
@@ -111,18 +109,18 @@ HW_Result_t HW_PWM_Open(const HW_PWM_OpenParams_t* pstParams, HW_Handle_t* phPwm
 }
 
 HW_Result_t HW_PWM_Close(HW_Handle_t hPwm) {
-    return vset::call(__func__, {{"handle", hPwm}}, [&]() -> HW_Result_t { return model.handles().close(hPwm); });
+    return vset::call(__func__, {hPwm}, [&]() -> HW_Result_t { return model.handles().close(hPwm); });
 }
 
 HW_Result_t HW_PWM_SetAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void* pParam) {
-    return vset::call(__func__, {{"handle", hPwm}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hPwm, u32Attr, pParam}, [&]() -> HW_Result_t {
         return vset::withAttr(hPwm, u32Attr, pParam,
                               [&](HW_U32& u32Value) { u32Value = *static_cast<const HW_U32*>(pParam); });
     });
 }
 
-HW_Result_t HW_PWM_GetAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hPwm}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+HW_Result_t HW_PWM_GetAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hPwm, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
         return vset::withAttr(hPwm, u32Attr, pOutput,
                               [&](const HW_U32& u32Value) { *static_cast<HW_U32*>(pOutput) = u32Value; });
     });

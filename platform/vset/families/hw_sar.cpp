@@ -174,8 +174,7 @@ void requireChannel(unsigned int u32Channel) {
 using vset::model;
 
 HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t* pstParams, HW_Handle_t* phSar) {
-    const auto channel = vset::member("channel", pstParams, &HW_SAR_HandleParams_t::u32Channel);
-    return vset::call(__func__, {channel}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phSar}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             vset::systemReadiness(), pstParams, &HW_SAR_HandleParams_t::u32Channel, vset::sar::kChannels, phSar);
         return result == HW_OK ? model.handles().find(pstParams->u32Channel, phSar) : result;
@@ -183,9 +182,7 @@ HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t* pstParams, HW_Handle_t
 }
 
 HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t* pstParams, HW_Handle_t* phSar) {
-    const auto mode = vset::member("mode", pstParams, &HW_SAR_OpenParams_t::u32Mode);
-    const auto channel = vset::member("channel", pstParams, &HW_SAR_OpenParams_t::u32Channel);
-    return vset::call(__func__, {mode, channel}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phSar}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             vset::systemReadiness(), pstParams, &HW_SAR_OpenParams_t::u32Mode, E_HW_SAR_MODE_ADC + 1u, phSar);
         if (result != HW_OK) {
@@ -197,7 +194,7 @@ HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t* pstParams, HW_Handle_t* phSar
 }
 
 HW_Result_t HW_SAR_ConfigMode(HW_Handle_t hSar, HW_U32 u32Mode) {
-    return vset::call(__func__, {{"handle", hSar}, {"mode", u32Mode}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSar, u32Mode}, [&]() -> HW_Result_t {
         const auto key = model.handles().key(hSar);
         if (!key) {
             return HW_ERR_INVALID_HANDLE;
@@ -214,7 +211,7 @@ HW_Result_t HW_SAR_ConfigMode(HW_Handle_t hSar, HW_U32 u32Mode) {
 }
 
 HW_Result_t HW_SAR_SetVoltageLevel(HW_Handle_t hSar, HW_U32 u32Level) {
-    return vset::call(__func__, {{"handle", hSar}, {"level", u32Level}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSar, u32Level}, [&]() -> HW_Result_t {
         const auto key = model.handles().key(hSar);
         if (!key) {
             return HW_ERR_INVALID_HANDLE;
@@ -229,7 +226,7 @@ HW_Result_t HW_SAR_SetVoltageLevel(HW_Handle_t hSar, HW_U32 u32Level) {
 }
 
 HW_Result_t HW_SAR_AdcGetValue(HW_Handle_t hSar, HW_U32* pu32Value) {
-    return vset::call(__func__, {{"handle", hSar}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSar, pu32Value}, [&]() -> HW_Result_t {
         const auto key = model.handles().key(hSar);
         if (!key) {
             return HW_ERR_INVALID_HANDLE;
@@ -246,8 +243,7 @@ HW_Result_t HW_SAR_AdcGetValue(HW_Handle_t hSar, HW_U32* pu32Value) {
 }
 
 HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParams_t* pstParams, HW_U32* pu32Out) {
-    const auto mask = vset::member("mask", pstParams, &HW_SAR_CallbackParams_t::u32EventMask);
-    return vset::call(__func__, {{"handle", hSar}, mask}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSar, pstParams, pu32Out}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judgeKeypad(hSar);
         if (result != HW_OK) {
             return result;
@@ -268,8 +264,7 @@ HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParam
 }
 
 HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParams_t* pstParams) {
-    const auto mask = vset::member("mask", pstParams, &HW_SAR_CallbackParams_t::u32EventMask);
-    return vset::call(__func__, {{"handle", hSar}, mask}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hSar, pstParams}, [&]() -> HW_Result_t {
         HW_Result_t result = vset::judgeKeypad(hSar);
         if (result != HW_OK) {
             return result;

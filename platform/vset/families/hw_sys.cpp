@@ -33,7 +33,7 @@ HW_Result_t getDataIndexPath(const HW_SYS_AttrBuffer_t& stBuffer) {
 }  // namespace
 
 HW_Result_t HW_SYS_Init(const HW_SYS_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t {
         if (pstParams != nullptr && pstParams->u32Reserved != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -42,7 +42,7 @@ HW_Result_t HW_SYS_Init(const HW_SYS_InitParams_t* pstParams) {
 }
 
 HW_Result_t HW_SYS_GetAttr(HW_U32 u32Attr, void* pParam) {
-    return vset::call(__func__, {{"attr", u32Attr}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32Attr, pParam}, [&]() -> HW_Result_t {
         auto* pstBuffer = static_cast<HW_SYS_AttrBuffer_t*>(pParam);
         if (pstBuffer == nullptr) {
             return HW_ERR_INVALID_PARAMETER;

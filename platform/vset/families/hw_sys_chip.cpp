@@ -73,22 +73,21 @@ void writeRegister(const Register& address, HW_U32 u32Value) {
 using vset::model;
 
 HW_Result_t HW_SYS_SetMiuSsc(HW_U32 u32Miu, HW_U16 u16Freq, HW_U16 u16Ratio, HW_U8 u8Enable) {
-    return vset::call(__func__, {{"miu", u32Miu}, {"freq", u16Freq}, {"ratio", u16Ratio}, {"enable", u8Enable}},
-                      [&]() -> HW_Result_t {
-                          if (u32Miu >= vset::sys::kMius || u8Enable > 1) {
-                              return HW_ERR_INVALID_PARAMETER;
-                          }
-                          const HW_Result_t result = vset::systemReadiness();
-                          if (result == HW_OK) {
-                              const std::lock_guard<std::mutex> lock(model.mutex);
-                              model.spreads[u32Miu] = {u16Freq, u16Ratio, u8Enable != 0};
-                          }
-                          return result;
-                      });
+    return vset::call(__func__, {u32Miu, u16Freq, u16Ratio, u8Enable}, [&]() -> HW_Result_t {
+        if (u32Miu >= vset::sys::kMius || u8Enable > 1) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        const HW_Result_t result = vset::systemReadiness();
+        if (result == HW_OK) {
+            const std::lock_guard<std::mutex> lock(model.mutex);
+            model.spreads[u32Miu] = {u16Freq, u16Ratio, u8Enable != 0};
+        }
+        return result;
+    });
 }
 
 HW_Result_t HW_SYS_UpgradeFw(HW_U32 u32FwType, const HW_U8* pu8Path) {
-    return vset::call(__func__, {{"type", u32FwType}, {"path", pu8Path}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32FwType, pu8Path}, [&]() -> HW_Result_t {
         if (u32FwType >= E_HW_SYS_FW_INVALID || pu8Path == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -98,7 +97,7 @@ HW_Result_t HW_SYS_UpgradeFw(HW_U32 u32FwType, const HW_U8* pu8Path) {
 }
 
 HW_Result_t hw_sys_ReadReg(HW_U32 u32Bank, HW_U32 u32Offset, HW_U32* pu32Value) {
-    return vset::call(__func__, {{"bank", u32Bank}, {"offset", u32Offset}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32Bank, u32Offset, pu32Value}, [&]() -> HW_Result_t {
         if (pu32Value == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -111,7 +110,7 @@ HW_Result_t hw_sys_ReadReg(HW_U32 u32Bank, HW_U32 u32Offset, HW_U32* pu32Value) 
 }
 
 HW_Result_t hw_sys_WriteReg(HW_U32 u32Bank, HW_U32 u32Offset, HW_U32 u32Value) {
-    return vset::call(__func__, {{"bank", u32Bank}, {"offset", u32Offset}, {"value", u32Value}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32Bank, u32Offset, u32Value}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::systemReadiness();
         if (result == HW_OK) {
             vset::writeRegister({u32Bank, u32Offset}, u32Value);

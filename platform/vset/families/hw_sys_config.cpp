@@ -126,7 +126,7 @@ std::string journalled(const HW_SYS_ConfigData_t* pstData) {
 }  // namespace
 
 HW_Result_t HW_SYS_OpenConfigFile(const HW_U8* pu8Path, HW_Handle_t* phConfig) {
-    return vset::call(__func__, {{"path", pu8Path}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pu8Path, phConfig}, [&]() -> HW_Result_t {
         if (pu8Path == nullptr || phConfig == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -136,7 +136,7 @@ HW_Result_t HW_SYS_OpenConfigFile(const HW_U8* pu8Path, HW_Handle_t* phConfig) {
 }
 
 HW_Result_t HW_SYS_GetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key, HW_SYS_ConfigData_t* pstData) {
-    return vset::call(__func__, {{"handle", hConfig}, {"key", pu8Key}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hConfig, pu8Key, pstData}, [&]() -> HW_Result_t {
         return withKey(hConfig, pu8Key, pstData,
                        [&](ConfigFile& stFile, const Key& stKey) { return getValue(stFile, stKey, pstData); });
     });
@@ -144,15 +144,14 @@ HW_Result_t HW_SYS_GetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key, HW_SY
 
 HW_Result_t HW_SYS_SetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key, const HW_SYS_ConfigData_t* pstData) {
     const std::string strValue = journalled(pstData);
-    return vset::call(
-        __func__, {{"handle", hConfig}, {"key", pu8Key}, {"value", strValue.c_str()}}, [&]() -> HW_Result_t {
-            return withKey(hConfig, pu8Key, pstData,
-                           [&](ConfigFile& stFile, const Key& stKey) { return setValue(stFile, stKey, pstData); });
-        });
+    return vset::call(__func__, {hConfig, pu8Key, pstData}, [&]() -> HW_Result_t {
+        return withKey(hConfig, pu8Key, pstData,
+                       [&](ConfigFile& stFile, const Key& stKey) { return setValue(stFile, stKey, pstData); });
+    });
 }
 
 HW_Result_t HW_SYS_CloseConfigFile(HW_Handle_t hConfig) {
-    return vset::call(__func__, {{"handle", hConfig}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hConfig}, [&]() -> HW_Result_t {
         const std::lock_guard<std::mutex> lock(model.mutex);
         const auto number = model.handles().key(hConfig);
         if (model.handles().close(hConfig) != HW_OK) {

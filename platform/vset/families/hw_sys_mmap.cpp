@@ -14,21 +14,21 @@ HW_Result_t judge(const HW_SYS_MmapInfo_t* pstInfo) {
 }  // namespace
 
 HW_Result_t HW_SYS_AllocateMmapLayout(HW_U32 u32MmapId, HW_SYS_MmapInfo_t* pstInfo) {
-    return vset::call(__func__, {{"id", u32MmapId}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32MmapId, pstInfo}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(pstInfo);
         return result == HW_OK ? emulatedMemory.allocateRegion(u32MmapId, pstInfo) : result;
     });
 }
 
 HW_Result_t HW_SYS_GetMmapLayout(HW_U32 u32MmapId, HW_SYS_MmapInfo_t* pstInfo) {
-    return vset::call(__func__, {{"id", u32MmapId}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32MmapId, pstInfo}, [&]() -> HW_Result_t {
         const HW_Result_t result = judge(pstInfo);
         return result == HW_OK ? emulatedMemory.describeRegion(u32MmapId, pstInfo) : result;
     });
 }
 
 HW_Result_t HW_SYS_FreeMmapLayout(HW_U32 u32MmapId) {
-    return vset::call(__func__, {{"id", u32MmapId}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {u32MmapId}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::systemReadiness();
         return result == HW_OK ? emulatedMemory.freeRegion(u32MmapId) : result;
     });

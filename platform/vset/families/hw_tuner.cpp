@@ -158,11 +158,11 @@ using vset::model;
 using vset::SlotState;
 
 HW_Result_t HW_TUNER_Init(const HW_TUNER_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_TUNER_GetCaps(HW_TUNER_Caps_t* pstCaps) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstCaps}, [&]() -> HW_Result_t {
         if (pstCaps == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -175,8 +175,7 @@ HW_Result_t HW_TUNER_GetCaps(HW_TUNER_Caps_t* pstCaps) {
 }
 
 HW_Result_t HW_TUNER_GetHandle(const HW_TUNER_HandleParams_t* pstParams, HW_Handle_t* phTuner) {
-    const auto slot = vset::member("slot", pstParams, &HW_TUNER_HandleParams_t::u32Slot);
-    return vset::call(__func__, {slot}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phTuner}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             model.readiness(), pstParams, &HW_TUNER_HandleParams_t::u32Slot, model.slotCount(), phTuner);
         return result == HW_OK ? model.handles().find(pstParams->u32Slot, phTuner) : result;
@@ -184,9 +183,7 @@ HW_Result_t HW_TUNER_GetHandle(const HW_TUNER_HandleParams_t* pstParams, HW_Hand
 }
 
 HW_Result_t HW_TUNER_Open(const HW_TUNER_OpenParams_t* pstParams, HW_Handle_t* phTuner) {
-    const auto slot = vset::member("slot", pstParams, &HW_TUNER_OpenParams_t::u32Slot);
-    const auto mode = vset::member("mode", pstParams, &HW_TUNER_OpenParams_t::u32Mode);
-    return vset::call(__func__, {slot, mode}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phTuner}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::checkInstanceNumber(
             model.readiness(), pstParams, &HW_TUNER_OpenParams_t::u32Slot, model.slotCount(), phTuner);
         if (result != HW_OK) {
@@ -197,22 +194,22 @@ HW_Result_t HW_TUNER_Open(const HW_TUNER_OpenParams_t* pstParams, HW_Handle_t* p
     });
 }
 
-HW_Result_t HW_TUNER_GetAttr(HW_Handle_t hTuner, HW_U32 u32Attr, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hTuner}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+HW_Result_t HW_TUNER_GetAttr(HW_Handle_t hTuner, HW_U32 u32Attr, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hTuner, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
         return vset::withSlot(
             hTuner, [&](const SlotState& stSlot) { return vset::getText(stSlot.attributes, u32Attr, pOutput); });
     });
 }
 
-HW_Result_t HW_TUNER_FactoryCmdGetAttr(HW_Handle_t hTuner, HW_U32 u32Cmd, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hTuner}, {"cmd", u32Cmd}}, [&]() -> HW_Result_t {
+HW_Result_t HW_TUNER_FactoryCmdGetAttr(HW_Handle_t hTuner, HW_U32 u32Cmd, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hTuner, u32Cmd, pInput, pOutput}, [&]() -> HW_Result_t {
         return vset::withSlot(hTuner,
                               [&](const SlotState& stSlot) { return vset::getText(stSlot.factory, u32Cmd, pOutput); });
     });
 }
 
 HW_U32 HW_TUNER_FactoryCmdApplyVif(HW_Handle_t hTuner, HW_U32 u32Step) {
-    return static_cast<HW_U32>(vset::call(__func__, {{"handle", hTuner}, {"step", u32Step}}, [&] {
+    return static_cast<HW_U32>(vset::call(__func__, {hTuner, u32Step}, [&] {
         vset::Applied applied = vset::Applied::no;
         vset::withSlot(hTuner, [&](SlotState& stSlot) -> HW_Result_t {
             applied = vset::applyVif(stSlot, u32Step);
@@ -223,14 +220,14 @@ HW_U32 HW_TUNER_FactoryCmdApplyVif(HW_Handle_t hTuner, HW_U32 u32Step) {
 }
 
 HW_Result_t HW_TUNER_GetLock(HW_Handle_t hTuner) {
-    return vset::call(__func__, {{"handle", hTuner}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hTuner}, [&]() -> HW_Result_t {
         return vset::withSlot(
             hTuner, [](const SlotState& stSlot) -> HW_Result_t { return stSlot.bLocked ? HW_OK : HW_ERR_FAILED; });
     });
 }
 
 HW_Result_t HW_TUNER_GetBer(HW_Handle_t hTuner, HW_S32* ps32Ber) {
-    return vset::call(__func__, {{"handle", hTuner}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hTuner, ps32Ber}, [&]() -> HW_Result_t {
         return vset::withSlot(hTuner, [&](const SlotState& stSlot) -> HW_Result_t {
             if (ps32Ber == nullptr) {
                 return HW_ERR_INVALID_PARAMETER;

@@ -89,13 +89,12 @@ void countAtPort(unsigned int u32Port, std::size_t received, std::size_t dropped
 using vset::model;
 
 HW_Result_t HW_UART_Init(const HW_UART_InitParams_t* pstParams) {
-    return vset::call(__func__, {},
+    return vset::call(__func__, {pstParams},
                       [&]() -> HW_Result_t { return model.initialise(pstParams, vset::NullParams::defaults); });
 }
 
 HW_Result_t HW_UART_GetHandle(const HW_UART_HandleParams_t* pstParams, HW_Handle_t* phUart) {
-    const auto port = vset::member("port", pstParams, &HW_UART_HandleParams_t::u32PortType);
-    return vset::call(__func__, {port}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phUart}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || phUart == nullptr || pstParams->u32PortType > E_HW_UART_PORT_4) {
             return HW_ERR_INVALID_PARAMETER;
         }
@@ -105,10 +104,7 @@ HW_Result_t HW_UART_GetHandle(const HW_UART_HandleParams_t* pstParams, HW_Handle
 }
 
 HW_Result_t HW_UART_Open(const HW_UART_OpenParams_t* pstParams, HW_Handle_t* phUart) {
-    const auto port = vset::member("port", pstParams, &HW_UART_OpenParams_t::u32PortType);
-    const auto device = vset::member("device", pstParams, &HW_UART_OpenParams_t::u32DeviceType);
-    const auto baud = vset::member("baud", pstParams, &HW_UART_OpenParams_t::u32BaudRate);
-    return vset::call(__func__, {port, device, baud}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phUart}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || phUart == nullptr || pstParams->u32PortType > E_HW_UART_PORT_4 ||
             pstParams->u32DeviceType > E_HW_UART_DEVICE_LAST || pstParams->u32BaudRate > E_HW_UART_BAUD_115200 ||
             std::any_of(std::begin(pstParams->au8Reserved), std::end(pstParams->au8Reserved),
@@ -128,7 +124,7 @@ HW_Result_t HW_UART_Open(const HW_UART_OpenParams_t* pstParams, HW_Handle_t* phU
 }
 
 HW_Result_t HW_UART_Close(HW_Handle_t hUart) {
-    return vset::call(__func__, {{"handle", hUart}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hUart}, [&]() -> HW_Result_t {
         const auto port = model.portOf(hUart);
         const HW_Result_t result = model.handles().close(hUart);
         if (result == HW_OK && port) {
@@ -139,8 +135,7 @@ HW_Result_t HW_UART_Close(HW_Handle_t hUart) {
 }
 
 HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackParams_t* pstParams, HW_U32* pu32Out) {
-    const auto mask = vset::member("mask", pstParams, &HW_UART_CallbackParams_t::u32EventMask);
-    return vset::call(__func__, {{"handle", hUart}, mask}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hUart, pstParams, pu32Out}, [&]() -> HW_Result_t {
         const auto port = model.portOf(hUart);
         if (!port) {
             return HW_ERR_INVALID_HANDLE;
@@ -162,8 +157,7 @@ HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackPa
 }
 
 HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackParams_t* pstParams) {
-    const auto mask = vset::member("mask", pstParams, &HW_UART_CallbackParams_t::u32EventMask);
-    return vset::call(__func__, {{"handle", hUart}, mask}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hUart, pstParams}, [&]() -> HW_Result_t {
         const auto port = model.portOf(hUart);
         if (!port) {
             return HW_ERR_INVALID_HANDLE;
@@ -176,7 +170,7 @@ HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t hUart, const HW_UART_Callback
 }
 
 HW_Result_t HW_UART_SetBaudrate(HW_Handle_t hUart, HW_U32 u32BaudRate) {
-    return vset::call(__func__, {{"handle", hUart}, {"baud", u32BaudRate}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hUart, u32BaudRate}, [&]() -> HW_Result_t {
         const auto port = model.portOf(hUart);
         if (!port) {
             return HW_ERR_INVALID_HANDLE;
@@ -190,8 +184,7 @@ HW_Result_t HW_UART_SetBaudrate(HW_Handle_t hUart, HW_U32 u32BaudRate) {
 }
 
 HW_Result_t HW_UART_Write(HW_Handle_t hUart, const HW_UART_WriteParams_t* pstParams, HW_U32* pu32Written) {
-    const auto length = vset::member("length", pstParams, &HW_UART_WriteParams_t::u32Length);
-    return vset::call(__func__, {{"handle", hUart}, length}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hUart, pstParams, pu32Written}, [&]() -> HW_Result_t {
         const auto port = model.portOf(hUart);
         if (!port) {
             return HW_ERR_INVALID_HANDLE;
@@ -208,7 +201,7 @@ HW_Result_t HW_UART_Write(HW_Handle_t hUart, const HW_UART_WriteParams_t* pstPar
 }
 
 HW_Result_t HW_UART_PutChar(HW_Handle_t hUart, HW_U8 u8Char) {
-    return vset::call(__func__, {{"handle", hUart}, {"char", u8Char}}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hUart, u8Char}, [&]() -> HW_Result_t {
         const auto port = model.portOf(hUart);
         if (!port) {
             return HW_ERR_INVALID_HANDLE;

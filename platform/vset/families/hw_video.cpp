@@ -86,8 +86,8 @@ std::optional<std::uint64_t> videoFrame(unsigned int u32Window) {
 
 }  // namespace vset
 
-HW_Result_t HW_VIDEO_GetAttr(HW_Handle_t hVideo, HW_U32 u32Attr, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hVideo}, {"attr", u32Attr}},
+HW_Result_t HW_VIDEO_GetAttr(HW_Handle_t hVideo, HW_U32 u32Attr, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hVideo, u32Attr, pInput, pOutput},
                       [&]() -> HW_Result_t { return vset::getInfo(hVideo, u32Attr, pOutput); });
 }
 

@@ -107,7 +107,7 @@ private:
                 ++_u32Reboots;
             }
             changeSetConfig([](SetConfig& stConfig) { stConfig.bWatchdogRebooted = true; });
-            detail::record("WATCHDOG_REBOOT", {}, {});
+            detail::recordEvent("WATCHDOG_REBOOT");
         };
         try {
             const HostPaths hostPaths;
@@ -163,11 +163,11 @@ HW_Result_t getWord(HW_U32 u32Attr, HW_U32& u32Word) {
 using vset::model;
 
 HW_Result_t HW_WDT_Init(const HW_WDT_InitParams_t* pstParams) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
 }
 
 HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t* pstParams, HW_Handle_t* phWdt) {
-    return vset::call(__func__, {}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {pstParams, phWdt}, [&]() -> HW_Result_t {
         const HW_Result_t result =
             vset::checkInstanceNumber(model.readiness(), pstParams, &HW_WDT_HandleParams_t::u32Index, 1, phWdt);
         if (result != HW_OK) {
@@ -183,8 +183,7 @@ HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t* pstParams, HW_Handle_t
 HW_Result_t HW_WDT_SetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void* pParam) {
     const auto* pstTimer =
         u32Attr == E_HW_WDT_ATTR_SET_TIMER_SEC ? static_cast<const HW_WDT_Timer_t*>(pParam) : nullptr;
-    const auto seconds = vset::member("seconds", pstTimer, &HW_WDT_Timer_t::u32Seconds);
-    return vset::call(__func__, {{"handle", hWdt}, {"attr", u32Attr}, seconds}, [&]() -> HW_Result_t {
+    return vset::call(__func__, {hWdt, u32Attr, pParam}, [&]() -> HW_Result_t {
         if (!model.handles().key(hWdt)) {
             return HW_ERR_INVALID_HANDLE;
         }
@@ -199,8 +198,8 @@ HW_Result_t HW_WDT_SetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void* pParam)
     });
 }
 
-HW_Result_t HW_WDT_GetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void*, void* pOutput) {
-    return vset::call(__func__, {{"handle", hWdt}, {"attr", u32Attr}}, [&]() -> HW_Result_t {
+HW_Result_t HW_WDT_GetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void* pInput, void* pOutput) {
+    return vset::call(__func__, {hWdt, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
         if (!model.handles().key(hWdt)) {
             return HW_ERR_INVALID_HANDLE;
         }

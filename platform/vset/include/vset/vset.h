@@ -123,18 +123,22 @@ VSET_API void cutPowerAtWrite(unsigned int u32Write);
 // --- Journal ---------------------------------------------------------------------------------------------------------
 
 struct JournalEntry {
-    std::uint64_t u64Number;                     // counts from 1 for the life of the process
+    std::uint64_t u64Number;                     // counts the ends of calls from 1, for the life of the process
+    std::uint64_t u64Begun;                      // the number of the last call that had ended when this one began
     std::chrono::steady_clock::time_point time;  // of the call's end
     const char* pszCall;
     std::string strArguments;  // "type=2 key=\"bootdelay\""
+    std::string strOutputs;    // "handle=0x2b1f4c3"; empty after a failure, which writes nothing
     long long s64Result;       // a pointer counts as 1, null as 0
     bool bFault;               // an injected fault answered
     bool bFailed;              // by the function's kind of result: a code above HW_HAS_INITED, -1, null
+    bool bRefused;             // the chip refused; see Refusal
     int s32Errno;              // after a failed call; 0 unless the function sets it
     std::thread::id thread;    // that called
 };
 
-// The last calls of the middleware behind the one of that number, oldest first.
+// Returns the calls of the middleware after the one of that number, in the order of their ends. A number missing at
+// the beginning means that older calls are no longer kept.
 VSET_API std::vector<JournalEntry> journal(std::uint64_t u64After = 0);
 
 // The number of the last call; 0 before the first.
@@ -144,6 +148,25 @@ VSET_API void clearJournal();
 
 // How many entries are kept: 65,536 unless told otherwise; 0 switches the journal off.
 VSET_API void keepJournal(std::size_t entries);
+
+// --- Refusals --------------------------------------------------------------------------------------------------------
+
+// A call that the chip refused, or did although it should not have been made. Neither a fault's answer, nor a look-up
+// that finds nothing (HW_ERR_FAILED), nor a second Init, nor a file call that fails is a refusal.
+struct Refusal {
+    std::uint64_t u64Number;  // counts from 1 for the life of the process
+    std::string strCall;
+    std::string strArguments;
+    long long s64Result;
+    std::string strReason;  // why a call was wrong that was not refused; empty for a refused one
+    std::thread::id thread;
+};
+
+// Returns the refusals after the one of that number, oldest first; the last 4,096 are kept, with the journal off, too.
+VSET_API std::vector<Refusal> refusals(std::uint64_t u64After = 0);
+
+// How many refusals there have been in this process.
+VSET_API std::uint64_t refusalCount();
 
 // --- Faults ----------------------------------------------------------------------------------------------------------
 

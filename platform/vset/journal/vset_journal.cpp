@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+// The journal of middleware calls, and the refusals among them.
+#include <algorithm>
+#include <deque>
+#include <mutex>
+#include <utility>
+
+#include "description.h"
+#include "vset_call.h"
+
+namespace vset {
+
+namespace {
+
+constexpr std::size_t kDefaultEntries = 65536;
+constexpr std::size_t kRefusals = 4096;
+
+// The entries are kept in a ring whose slots keep the memory of their texts.
+struct Journal {
+    std::mutex mutex;
+    std::vector<JournalEntry> slots;
+    std::size_t oldest = 0;
+    std::atomic<std::uint64_t> u64Count{0};
+};
+
+Journal& theJournal() {
+    static Journal& journal = *new Journal;
+    return journal;
+}
+
+struct Refusals {
+    std::mutex mutex;
+    std::deque<Refusal> kept;
+    std::atomic<std::uint64_t> u64Count{0};
+};
+
+Refusals& theRefusals() {
+    static Refusals& refusals = *new Refusals;
+    return refusals;
+}
+
+void append(Refusal refusal) {
+    Refusals& refusals = theRefusals();
+    const std::lock_guard<std::mutex> lock(refusals.mutex);
+    refusal.u64Number = ++refusals.u64Count;
+    refusals.kept.push_back(std::move(refusal));
+    if (refusals.kept.size() > kRefusals) {
+        refusals.kept.pop_front();
+    }
+}
+
+// The slot of the next entry. The caller holds the mutex.
+JournalEntry& nextSlot(Journal& journal, std::size_t limit) {
+    if (journal.slots.size() < limit) {
+        return journal.slots.emplace_back();
+    }
+    JournalEntry& stSlot = journal.slots[journal.oldest];
+    journal.oldest = (journal.oldest + 1) % journal.slots.size();
+    return stSlot;
+}
+
+void writeInputs(detail::OpenCall& call, const CallDescription& stCall) {
+    CallText text;
+    for (const WriteArgument& write : stCall.inputs) {
+        write(text, {call.arguments.begin()});
+    }
+    call.inputLength = text.view().copy(call.acInputs, sizeof(call.acInputs));
+    call.bWritten = true;
+}
+
+const CallDescription& descriptionOf(const char* pszCall) {
+    static const CallDescription kUnknown;
+    const CallDescription* const pCall = findCallDescription(pszCall);
+    return pCall != nullptr ? *pCall : kUnknown;
+}
+
+std::vector<JournalEntry> inOrder(const Journal& journal) {
+    std::vector<JournalEntry> entries(journal.slots.begin() + static_cast<std::ptrdiff_t>(journal.oldest),
+                                      journal.slots.end());
+    entries.insert(entries.end(), journal.slots.begin(),
+                   journal.slots.begin() + static_cast<std::ptrdiff_t>(journal.oldest));
+    return entries;
+}
+
+}  // namespace
+
+std::atomic<std::size_t> detail::journalLimit{kDefaultEntries};
+
+void detail::begin(OpenCall& call) {
+    call.u64Begun = theJournal().u64Count.load(std::memory_order_relaxed);
+    writeInputs(call, descriptionOf(call.pszCall));
+}
+
+void detail::end(OpenCall& call, const CallEnd& stEnd) {
+    const CallDescription& stCall = descriptionOf(call.pszCall);
+    if (!call.bWritten) {
+        writeInputs(call, stCall);
+    }
+    const std::string_view inputs(call.acInputs, call.inputLength);
+    const bool bRefused = stEnd.bRefused && !(stCall.bLookUp && stEnd.s64Result == HW_ERR_FAILED);
+    if (bRefused) {
+        append({0, call.pszCall, std::string(inputs), stEnd.s64Result, {}, std::this_thread::get_id()});
+    }
+    const std::size_t limit = journalLimit.load(std::memory_order_relaxed);
+    if (limit == 0) {
+        return;
+    }
+    CallText outputs;
+    if (!stEnd.bFailed && !stEnd.bFault) {
+        for (const WriteArgument& write : stCall.outputs) {
+            write(outputs, {call.arguments.begin(), stEnd.s64Result});
+        }
+    }
+    Journal& journal = theJournal();
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard<std::mutex> lock(journal.mutex);
+    JournalEntry& stEntry = nextSlot(journal, limit);
+    stEntry.u64Number = journal.u64Count.fetch_add(1, std::memory_order_relaxed) + 1;
+    stEntry.u64Begun = call.u64Begun;
+    stEntry.time = now;
+    stEntry.pszCall = call.pszCall;
+    stEntry.strArguments = inputs;
+    stEntry.strOutputs = outputs.view();
+    stEntry.s64Result = stEnd.s64Result;
+    stEntry.bFault = stEnd.bFault;
+    stEntry.bFailed = stEnd.bFailed;
+    stEntry.bRefused = bRefused;
+    stEntry.s32Errno = stEnd.s32Errno;
+    stEntry.thread = std::this_thread::get_id();
+}
+
+void detail::recordEvent(const char* pszEvent) {
+    OpenCall event(pszEvent, {});
+    begin(event);
+    end(event, {});
+}
+
+void detail::object(const char* pszCall, const char* pszArguments, const char* pszReason) {
+    append({0, pszCall, pszArguments, HW_OK, pszReason, std::this_thread::get_id()});
+}
+
+std::vector<JournalEntry> journal(std::uint64_t u64After) {
+    Journal& journal = theJournal();
+    const std::lock_guard<std::mutex> lock(journal.mutex);
+    std::vector<JournalEntry> entries = inOrder(journal);
+    const auto isBehind = [](std::uint64_t u64Number, const JournalEntry& stEntry) {
+        return u64Number < stEntry.u64Number;
+    };
+    entries.erase(entries.begin(), std::upper_bound(entries.begin(), entries.end(), u64After, isBehind));
+    return entries;
+}
+
+std::uint64_t lastCall() {
+    return theJournal().u64Count;
+}
+
+void clearJournal() {
+    Journal& journal = theJournal();
+    const std::lock_guard<std::mutex> lock(journal.mutex);
+    journal.slots.clear();
+    journal.oldest = 0;
+}
+
+void keepJournal(std::size_t entries) {
+    Journal& journal = theJournal();
+    const std::lock_guard<std::mutex> lock(journal.mutex);
+    detail::journalLimit = entries;
+    std::vector<JournalEntry> kept = inOrder(journal);
+    kept.erase(kept.begin(), kept.end() - static_cast<std::ptrdiff_t>(std::min(entries, kept.size())));
+    journal.slots = std::move(kept);
+    journal.oldest = 0;
+}
+
+std::vector<Refusal> refusals(std::uint64_t u64After) {
+    Refusals& refusals = theRefusals();
+    const std::lock_guard<std::mutex> lock(refusals.mutex);
+    std::vector<Refusal> found;
+    std::copy_if(refusals.kept.begin(), refusals.kept.end(), std::back_inserter(found),
+                 [&](const Refusal& refusal) { return refusal.u64Number > u64After; });
+    return found;
+}
+
+std::uint64_t refusalCount() {
+    return theRefusals().u64Count;
+}
+
+}  // namespace vset

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the journal tells of a call, what counts as a refusal, and how calls are looked for.
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+#include "hw3/hw_disp.h"
+#include "hw3/hw_fs.h"
+#include "hw3/hw_gpio.h"
+#include "hw3/hw_iic.h"
+#include "hw3/hw_os.h"
+#include "hw3/hw_sys.h"
+#include "support/set_fixture.h"
+#include "vset/journal.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class Journal : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        HW_SYS_Init(nullptr);
+        HW_IIC_Init(nullptr);
+        vset::clearJournal();
+        _u64Before = vset::refusalCount();
+    }
+
+    // The last call in one line, with the name "H" in place of the handle.
+    static std::string last(HW_Handle_t hHandle = 0) {
+        std::string strLine = vset::callLine(vset::journal().back());
+        char acHandle[16];
+        std::snprintf(acHandle, sizeof(acHandle), "0x%x", hHandle);
+        const std::size_t at = strLine.find(acHandle);
+        return hHandle == 0 || at == std::string::npos ? strLine : strLine.replace(at, std::strlen(acHandle), "H");
+    }
+
+    std::vector<std::string> refused() const {
+        std::vector<std::string> lines;
+        for (const vset::Refusal& refusal : vset::refusals(_u64Before)) {
+            lines.push_back(refusal.strCall + "(" + refusal.strArguments + ")");
+        }
+        return lines;
+    }
+
+private:
+    std::uint64_t _u64Before = 0;
+};
+
+TEST_F(Journal, HoldsEveryArgumentAndOutput) {
+    const HW_GPIO_OpenParams_t stPad = {7};
+    HW_Handle_t hPad = 0;
+    HW_GPIO_Open(&stPad, &hPad);
+    EXPECT_EQ(last(hPad), "HW_GPIO_Open(pad=7) = 0, handle=H");
+    HW_GPIO_SetOutput(hPad, 1);
+    EXPECT_EQ(last(hPad), "HW_GPIO_SetOutput(handle=H level=1) = 0");
+    HW_U8 u8Level = 9;
+    HW_U8 u8Inverted = 9;
+    HW_GPIO_GetInput(hPad, &u8Level, &u8Inverted);
+    EXPECT_EQ(last(hPad), "HW_GPIO_GetInput(handle=H) = 0, level=1 inverted=0");
+    HW_GPIO_GetInput(1, &u8Level, &u8Inverted);
+    EXPECT_EQ(last(), "HW_GPIO_GetInput(handle=0x1) = 0x7") << "a failure has no outputs";
+    HW_GPIO_Open(nullptr, &hPad);
+    EXPECT_EQ(last(), "HW_GPIO_Open(params=null) = 0x8");
+
+    const HW_IIC_OpenParams_t stBus = {0};
+    HW_Handle_t hBus = 0;
+    HW_IIC_Open(&stBus, &hBus);
+    const HW_U8 u8Address = 0x10;
+    HW_U8 au8Data[20] = {0xDE, 0xAD};
+    HW_IIC_WriteParams_t stWrite = {{0x00A0, 1, &u8Address, 2, au8Data}};
+    HW_U32 u32Written = 0;
+    HW_IIC_Write(hBus, &stWrite, &u32Written);
+    EXPECT_EQ(last(hBus),
+              "HW_IIC_Write(handle=H slave=160 addressCount=1 address=[10] size=2 data=[de ad]) = 0, written=2");
+    HW_IIC_ReadParams_t stRead = {2, 0x00A0, 1, &u8Address, 2, au8Data};
+    HW_IIC_Read(hBus, &stRead, &stRead.pu8Buf);
+    EXPECT_EQ(last(hBus),
+              "HW_IIC_Read(handle=H readMode=2 slave=160 addressCount=1 address=[10] size=2 ownBuffer=1) = 0, "
+              "data=[de ad]");
+    stWrite.stWriteData.u16Size = sizeof(au8Data);
+    HW_IIC_Write(hBus, &stWrite, nullptr);
+    EXPECT_THAT(last(hBus), HasSubstr("data=[20 bytes, crc 0x235ca58e]) = 0, written=null"));
+
+    HW_Handle_t hWindow = 0;
+    HW_DISP_GetHandle("HW_DISP_HD0", &hWindow);
+    EXPECT_EQ(last(hWindow), "HW_DISP_GetHandle(name=\"HW_DISP_HD0\") = 0, handle=H");
+    const HW_DISP_TestPattern_t stPattern = {E_HW_DISP_PATTERN_WHITE_BALANCE, 1, 1, {1023, 0, 512}};
+    HW_DISP_SetAttr(hWindow, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern);
+    EXPECT_EQ(last(hWindow), "HW_DISP_SetAttr(handle=H attr=1025 mode=9 enable=1 param=1 color=1023,0,512) = 0");
+    HW_DISP_SetAttr(hWindow, 0x402, &stPattern);
+    EXPECT_EQ(last(hWindow), "HW_DISP_SetAttr(handle=H attr=1026 value=set) = 0x5") << "of an unknown type";
+
+    const std::string strPath = "/data/\"q\"\\" + std::string(500, 'x');
+    HW_FS_Unlink(strPath.c_str());
+    EXPECT_EQ(last(), "HW_FS_Unlink(path=\"/data/\\\"q\\\"\\\\" + std::string(86, 'x') + "\"...) = -1");
+}
+
+TEST_F(Journal, DescribesEveryFunction) {
+    for (const std::string& strCall : vset::faultNames()) {
+        if (strCall != vset::kAllocation) {
+            EXPECT_THAT(vset::callFields(strCall), ::testing::Contains("result"));
+        }
+    }
+}
+
+TEST_F(Journal, IsBoundedAndKeepsItsOrder) {
+    vset::keepJournal(3);
+    for (HW_U32 u32Ms = 0; u32Ms < 8; ++u32Ms) {
+        HW_OS_DelayTask(0);
+        HW_SYS_SetMiuSsc(0, static_cast<HW_U16>(u32Ms), 0, 0);
+    }
+    std::vector<std::string> lines;
+    for (const vset::JournalEntry& stEntry : vset::journal()) {
+        lines.push_back(vset::callLine(stEntry));
+    }
+    EXPECT_THAT(lines, ElementsAre("HW_SYS_SetMiuSsc(miu=0 freq=6 ratio=0 enable=0) = 0", "HW_OS_DelayTask(ms=0) = 0",
+                                   "HW_SYS_SetMiuSsc(miu=0 freq=7 ratio=0 enable=0) = 0"));
+    EXPECT_EQ(vset::journal().back().u64Number, vset::lastCall());
+    vset::keepJournal(2);
+    EXPECT_EQ(vset::journal().size(), 2u);
+    vset::keepJournal(0);
+    HW_OS_DelayTask(0);
+    EXPECT_THAT(vset::journal(), IsEmpty());
+    vset::keepJournal(65536);
+}
+
+TEST_F(Journal, TellsWhichCallsRanWithinAnother) {
+    std::atomic<bool> bInside{false};
+    std::thread sleeper([&] {
+        bInside = true;
+        HW_OS_DelayTask(50);
+    });
+    while (!bInside) {
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    HW_SYS_Init(nullptr);
+    sleeper.join();
+    const std::vector<vset::JournalEntry> entries = vset::journal();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].u64Begun + 1, entries[0].u64Number);
+    EXPECT_EQ(entries[1].u64Begun + 2, entries[1].u64Number) << "the sleep began before the Init";
+    EXPECT_NE(entries[0].thread, entries[1].thread);
+}
+
+TEST_F(Journal, KeepsRefusals) {
+    const HW_GPIO_OpenParams_t stPad = {7};
+    const HW_GPIO_HandleParams_t stKey = {7};
+    HW_Handle_t hPad = 0;
+    vset::keepJournal(0);
+    EXPECT_EQ(HW_GPIO_GetHandle(&stKey, &hPad), HW_ERR_FAILED);
+    EXPECT_EQ(HW_SYS_Init(nullptr), HW_HAS_INITED);
+    EXPECT_EQ(HW_FS_Open("/data/absent", 0), -1);
+    EXPECT_EQ(HW_FS_Fopen("/data/absent", "r"), nullptr);
+    vset::inject({"HW_GPIO_Open", HW_ERR_BUSY});
+    EXPECT_EQ(HW_GPIO_Open(&stPad, &hPad), HW_ERR_BUSY);
+    EXPECT_THAT(refused(), IsEmpty());
+    EXPECT_EQ(HW_GPIO_Open(&stPad, &hPad), HW_OK);
+    EXPECT_EQ(HW_GPIO_Open(&stPad, &hPad), HW_ERR_BUSY);
+    EXPECT_EQ(HW_GPIO_GetHandle(nullptr, &hPad), HW_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(HW_GPIO_Close(5), HW_ERR_INVALID_HANDLE);
+    EXPECT_THAT(refused(),
+                ElementsAre("HW_GPIO_Open(pad=7)", "HW_GPIO_GetHandle(params=null)", "HW_GPIO_Close(handle=0x5)"));
+    vset::keepJournal(65536);
+}
+
+TEST_F(Journal, CallsAreFoundByTheirFields) {
+    HW_Handle_t hWindow = 0;
+    HW_DISP_GetHandle("HW_DISP_HD0", &hWindow);
+    HW_DISP_SetMute(hWindow, E_HW_DISP_MUTE_TIMING);
+    HW_DISP_ApplySetting(hWindow);
+    HW_DISP_SetUnMute(hWindow, E_HW_DISP_MUTE_TIMING);
+    const std::vector<vset::JournalEntry> entries = vset::journal();
+    const auto find = [&](const std::vector<std::string>& texts, vset::OtherCalls eOthers) {
+        return vset::findCalls({texts.begin(), texts.end()}, entries, eOthers);
+    };
+    const std::string strMute = "HW_DISP_SetMute flags=0x400";
+    const auto eAllowed = vset::OtherCalls::allowed;
+    EXPECT_EQ(find({strMute, "HW_DISP_SetUnMute flags=1024 result=0"}, eAllowed), "");
+    EXPECT_EQ(find({"HW_DISP_GetHandle name=HW_DISP_HD0"}, eAllowed), "");
+    EXPECT_EQ(find({"HW_DISP_GetHandle name=\"HW_DISP_HD0\""}, eAllowed), "");
+    EXPECT_EQ(find({"HW_DISP_SetUnMute", strMute}, eAllowed),
+              "no call HW_DISP_SetMute flags=0x400 after HW_DISP_SetUnMute, but " + vset::callLine(entries[1]));
+    EXPECT_THAT(find({"HW_DISP_SetMute flags=4"}, eAllowed), HasSubstr("no call HW_DISP_SetMute flags=4, but "));
+    EXPECT_THAT(find({"HW_DISP_SetMute result=7"}, eAllowed), HasSubstr("no call "));
+    EXPECT_EQ(find({strMute}, vset::OtherCalls::forbidden),
+              "in place of " + strMute + " came " + vset::callLine(entries[0]));
+    EXPECT_EQ(find({"HW_DISP_GetHandle", strMute, "HW_DISP_ApplySetting"}, vset::OtherCalls::forbidden),
+              "not expected: " + vset::callLine(entries[3]));
+    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMut"), vset::UnknownCallName);
+    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMute flag=4"), vset::UnknownCallName);
+    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMute flags"), vset::SetError);
+    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMute result=ok"), vset::SetError);
+}
+
+}  // namespace
