@@ -168,7 +168,8 @@ void writeNames(CallText& text, const ArgumentValues& values) {
     const auto* const pu32Count = valueOf<const HW_U32*>(values[1]);
     const HW_U32 u32Count = pu32Count != nullptr ? *pu32Count : 0;
     text.number("count", u32Count);
-    for (HW_U32 i = 0; i < u32Count || (i == 0 && text.wantsAll()); ++i) {
+    // A count beyond the list's room may be the set's own doing.
+    for (HW_U32 i = 0; i < std::min(u32Count, HW_NET_INTERFACE_MAX) || (i == 0 && text.wantsAll()); ++i) {
         text.text("name", text.wantsAll() ? nullptr : pstList[i].acName, sizeof(pstList[i].acName));
     }
 }
