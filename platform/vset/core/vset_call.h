@@ -16,6 +16,8 @@
 
 namespace vset {
 
+struct CallDescription;
+
 // An argument as it was given: a number, or an address. The journal knows by the function's name what it means.
 struct RawArgument {
     template <class Number, class = std::enable_if_t<std::is_integral_v<Number> || std::is_enum_v<Number>>>
@@ -53,6 +55,9 @@ VSET_API void object(const char* pszCall, const char* pszArguments, const char* 
 // Counts an allocation; true when it is to fail.
 VSET_API bool takeAllocationFault();
 
+// What the journal knows of a function. Null for a name that is none.
+VSET_API const CallDescription* findDescription(const char* pszCall);
+
 // How many calls the journal keeps; 0 while it is off.
 VSET_API extern std::atomic<std::size_t> journalLimit;
 
@@ -61,13 +66,15 @@ struct OpenCall {
     static constexpr std::size_t kTextSize = 1024;
 
     const char* pszCall;
+    const CallDescription* pDescription;
     Arguments arguments;
     bool bWritten = false;
     std::uint64_t u64Begun = 0;
     std::size_t inputLength = 0;
     char acInputs[kTextSize];  // not cleared: it is written only with the journal on
 
-    OpenCall(const char* pszName, Arguments given) : pszCall(pszName), arguments(given) {}
+    OpenCall(const char* pszName, const CallDescription* pKnown, Arguments given)
+        : pszCall(pszName), pDescription(pKnown), arguments(given) {}
 };
 VSET_API void begin(OpenCall& call);
 
@@ -153,7 +160,9 @@ auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFaul
     if (!detail::ensureAttached()) {
         return detail::refusal<Result>();
     }
-    detail::OpenCall openCall(pszCall, arguments);
+    // Once for each function: a body has a type of its own.
+    static const CallDescription* const pDescription = detail::findDescription(pszCall);
+    detail::OpenCall openCall(pszCall, pDescription, arguments);
     const bool bJournal = detail::journalLimit.load(std::memory_order_relaxed) != 0;
     if (bJournal) {
         detail::begin(openCall);

@@ -28,22 +28,22 @@ bool CallText::begin(const char* pszName) {
         _pNames->emplace_back(pszName);
         return false;
     }
-    append(_length != 0 ? " " : "");
-    append(pszName);
-    append("=");
+    if (_length != 0) {
+        append(' ');
+    }
+    append(std::string_view(pszName));
+    append('=');
     return true;
 }
 
 void CallText::append(std::string_view text) {
-    if (_length > kSize) {
+    if (text.size() <= kSize - std::min(_length, kSize)) {
+        std::memcpy(_pBuffer + _length, text.data(), text.size());
+        _length += text.size();
         return;
     }
-    const std::size_t length = std::min(text.size(), kSize - _length);
-    std::memcpy(_acText + _length, text.data(), length);
-    _length += length;
-    if (length < text.size()) {
-        std::memcpy(_acText + _length, "...", 3);
-        _length += 3;
+    for (const char cText : text) {
+        append(cText);
     }
 }
 
@@ -73,12 +73,12 @@ void CallText::text(const char* pszName, const void* pText, std::size_t limit) {
     }
     const char* const pszText = static_cast<const char*>(pText);
     const std::size_t length = strnlen(pszText, std::min(limit, kTextLimit + 1));
-    append("\"");
+    append('"');
     for (const char cText : std::string_view(pszText, std::min(length, kTextLimit))) {
         if (cText == '"' || cText == '\\') {
-            append("\\");
+            append('\\');
         }
-        append({&cText, 1});
+        append(cText);
     }
     append(length > kTextLimit ? "\"..." : "\"");
 }
@@ -91,7 +91,7 @@ void CallText::bytes(const char* pszName, const void* pBytes, std::size_t length
         return;
     }
     const auto* const pu8Bytes = static_cast<const unsigned char*>(pBytes);
-    append("[");
+    append('[');
     if (length <= kBytesInFull) {
         for (std::size_t i = 0; i < length; ++i) {
             const char acByte[] = {' ', kHexDigits[pu8Bytes[i] >> 4], kHexDigits[pu8Bytes[i] & 15]};
@@ -103,7 +103,7 @@ void CallText::bytes(const char* pszName, const void* pBytes, std::size_t length
         append(" bytes, crc ");
         append(hexadecimal(crc32_z(0, pu8Bytes, length), acDigits));
     }
-    append("]");
+    append(']');
 }
 
 }  // namespace vset

@@ -19,9 +19,11 @@ namespace vset {
 // number and CRC-32. The whole text is cut at kSize characters, and then ends with "...".
 class CallText {
 public:
+    // Writes into `pBuffer`, which has room for kBufferSize characters.
     static constexpr std::size_t kSize = 1000;
+    static constexpr std::size_t kBufferSize = kSize + 3;
+    explicit CallText(char* pBuffer) : _pBuffer(pBuffer) {}
 
-    CallText() = default;
     // Collects the names of the fields, and writes nothing.
     explicit CallText(std::vector<std::string>& names) : _pNames(&names) {}
     CallText(const CallText&) = delete;
@@ -43,7 +45,9 @@ public:
         }
         if (begin(pszName)) {
             for (std::size_t i = 0; i < count; ++i) {
-                append(i != 0 ? "," : "");
+                if (i != 0) {
+                    append(',');
+                }
                 appendNumber(pValues[i]);
             }
         }
@@ -63,24 +67,36 @@ public:
 
     // True while only names are collected: a field that depends on another one's value is to be written then, too.
     bool wantsAll() const { return _pNames != nullptr; }
-    std::string_view view() const { return {_acText, _length}; }
+    std::string_view view() const { return {_pBuffer, _length}; }
 
 private:
     bool begin(const char* pszName);
     void append(std::string_view text);
+    // What does not fit is cut, once, with "...".
+    void append(char cText) {
+        if (_length < kSize) {
+            _pBuffer[_length++] = cText;
+        } else if (_length == kSize) {
+            for (int i = 0; i < 3; ++i) {
+                _pBuffer[_length++] = '.';
+            }
+        }
+    }
     template <class Number>
     void appendNumber(Number value) {
+        // Most numbers are levels, flags and indexes.
+        if (value >= Number{0} && value < static_cast<Number>(10)) {
+            return append(static_cast<char>('0' + static_cast<int>(value)));
+        }
+        using Wide = std::conditional_t<std::is_signed_v<Number>, long long, unsigned long long>;
         char acDigits[24];
-        const auto end = std::to_chars(
-            acDigits, acDigits + sizeof(acDigits),
-            static_cast<std::conditional_t<std::is_signed_v<Number>, long long, unsigned long long>>(value));
-        append({acDigits, static_cast<std::size_t>(end.ptr - acDigits)});
+        const auto end = std::to_chars(acDigits, acDigits + sizeof(acDigits), static_cast<Wide>(value));
+        append(std::string_view(acDigits, static_cast<std::size_t>(end.ptr - acDigits)));
     }
 
     std::vector<std::string>* const _pNames = nullptr;
+    char* const _pBuffer = nullptr;
     std::size_t _length = 0;
-    // Not cleared: it is written on every call.
-    char _acText[kSize + 3];
 };
 
 }  // namespace vset

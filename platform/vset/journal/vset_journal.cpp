@@ -59,19 +59,17 @@ JournalEntry& nextSlot(Journal& journal, std::size_t limit) {
     return stSlot;
 }
 
-void writeInputs(detail::OpenCall& call, const CallDescription& stCall) {
-    CallText text;
-    for (const WriteArgument& write : stCall.inputs) {
-        write(text, {call.arguments.begin()});
-    }
-    call.inputLength = text.view().copy(call.acInputs, sizeof(call.acInputs));
-    call.bWritten = true;
-}
+static_assert(sizeof(detail::OpenCall::acInputs) >= CallText::kBufferSize);
 
-const CallDescription& descriptionOf(const char* pszCall) {
-    static const CallDescription kUnknown;
-    const CallDescription* const pCall = findCallDescription(pszCall);
-    return pCall != nullptr ? *pCall : kUnknown;
+void writeInputs(detail::OpenCall& call) {
+    CallText text(call.acInputs);
+    if (call.pDescription != nullptr) {
+        for (const WriteArgument& write : call.pDescription->inputs) {
+            write(text, {call.arguments.begin()});
+        }
+    }
+    call.inputLength = text.view().size();
+    call.bWritten = true;
 }
 
 std::vector<JournalEntry> inOrder(const Journal& journal) {
@@ -86,18 +84,22 @@ std::vector<JournalEntry> inOrder(const Journal& journal) {
 
 std::atomic<std::size_t> detail::journalLimit{kDefaultEntries};
 
+const CallDescription* detail::findDescription(const char* pszCall) {
+    return findCallDescription(pszCall);
+}
+
 void detail::begin(OpenCall& call) {
     call.u64Begun = theJournal().u64Count.load(std::memory_order_relaxed);
-    writeInputs(call, descriptionOf(call.pszCall));
+    writeInputs(call);
 }
 
 void detail::end(OpenCall& call, const CallEnd& stEnd) {
-    const CallDescription& stCall = descriptionOf(call.pszCall);
     if (!call.bWritten) {
-        writeInputs(call, stCall);
+        writeInputs(call);
     }
+    const CallDescription* const pKnown = call.pDescription;
     const std::string_view inputs(call.acInputs, call.inputLength);
-    const bool bRefused = stEnd.bRefused && !(stCall.bLookUp && stEnd.s64Result == HW_ERR_FAILED);
+    const bool bRefused = stEnd.bRefused && !(pKnown != nullptr && pKnown->bLookUp && stEnd.s64Result == HW_ERR_FAILED);
     if (bRefused) {
         append({0, call.pszCall, std::string(inputs), stEnd.s64Result, {}, std::this_thread::get_id()});
     }
@@ -105,9 +107,10 @@ void detail::end(OpenCall& call, const CallEnd& stEnd) {
     if (limit == 0) {
         return;
     }
-    CallText outputs;
-    if (!stEnd.bFailed && !stEnd.bFault) {
-        for (const WriteArgument& write : stCall.outputs) {
+    char acOutputs[CallText::kBufferSize];
+    CallText outputs(acOutputs);
+    if (pKnown != nullptr && !stEnd.bFailed && !stEnd.bFault) {
+        for (const WriteArgument& write : pKnown->outputs) {
             write(outputs, {call.arguments.begin(), stEnd.s64Result});
         }
     }
@@ -130,7 +133,7 @@ void detail::end(OpenCall& call, const CallEnd& stEnd) {
 }
 
 void detail::recordEvent(const char* pszEvent) {
-    OpenCall event(pszEvent, {});
+    OpenCall event(pszEvent, nullptr, {});
     begin(event);
     end(event, {});
 }
