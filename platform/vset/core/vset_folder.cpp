@@ -464,6 +464,14 @@ void loadFolder(const std::string& strFolder) {
     loaded.stConfig = std::move(stConfig);
 }
 
+// The folder. Throws SetError when no set is attached. The caller holds the mutex.
+static const std::string& folderOf(const Loaded& loaded) {
+    if (loaded.strFolder.empty()) {
+        throw SetError("no set is attached");
+    }
+    return loaded.strFolder;
+}
+
 void unloadFolder() {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
@@ -473,9 +481,7 @@ void unloadFolder() {
 void requireSet() {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
-    if (loaded.strFolder.empty()) {
-        throw SetError("no set is attached");
-    }
+    static_cast<void>(folderOf(loaded));
 }
 
 SetConfig setConfig() {
@@ -488,9 +494,10 @@ void changeSetConfig(const std::function<void(SetConfig&)>& change) {
     const HostPaths hostPaths;
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
+    const std::string& strFolder = folderOf(loaded);
     SetConfig stConfig = loaded.stConfig;
     change(stConfig);
-    writeConfig(loaded.strFolder, stConfig);
+    writeConfig(strFolder, stConfig);
     loaded.stConfig = std::move(stConfig);
 }
 
@@ -505,7 +512,7 @@ unsigned int bootCount() {
 std::string environmentFile(std::uint32_t u32FlashType) {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
-    return environmentFileIn(loaded.strFolder, u32FlashType);
+    return environmentFileIn(folderOf(loaded), u32FlashType);
 }
 
 std::string loadedFolder() {
@@ -517,7 +524,7 @@ std::string loadedFolder() {
 std::string partitionFile(const std::string& strPartition) {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
-    return partitionFileIn(loaded.strFolder, strPartition);
+    return partitionFileIn(folderOf(loaded), strPartition);
 }
 
 }  // namespace vset

@@ -87,6 +87,7 @@ HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phExtin) {
 // --- EDIDs -----------------------------------------------------------------------------------------------------------
 
 std::string edidFolder() {
+    requireSet();
     return loadedFolder() + "/edid";
 }
 

@@ -69,6 +69,7 @@ HW_Result_t HW_OS_Pa2NonCachedVa(HW_U64 u64PhysAddr, HW_U64* pu64VirtAddr) {
 
 HW_Result_t HW_OS_DelayTask(HW_U32 u32Ms) {
     return vset::call(__func__, {{"ms", u32Ms}}, [&]() -> HW_Result_t {
+        const vset::detail::WithoutPower wait;
         std::this_thread::sleep_for(std::chrono::milliseconds(u32Ms));
         return HW_OK;
     });

@@ -33,12 +33,12 @@ public:
             return;
         }
         const vset::HostPaths hostPaths;
-        if (!vset::detail::ensureAttached()) {
+        const bool bAttached = vset::detail::ensureAttached();
+        _pszPath = vset::toHost(pszPath, _strBuffer);
+        if (!bAttached || *_pszPath == '\0') {
             errno = ENODEV;
             _bServed = false;
-            return;
         }
-        _pszPath = vset::toHost(pszPath, _strBuffer);
     }
 
     bool isLost() const { return !_bServed; }

@@ -59,11 +59,12 @@ private:
 };
 
 // Takes the set in `strFolder`, made on first use, and switches it on. A set belongs to one process at a time.
-// A process that never calls this gets the set of defaultFolder() with its first middleware call. Throws SetError.
+// A process that calls neither this nor detach() gets the set of defaultFolder() with its first middleware call. Throws
+// SetError.
 VSET_API void attach(const std::string& strFolder);
 
-// Switches off and gives the folder back. Like powerCycle(), it waits for callbacks of the middleware that run, except
-// the one that it is called from.
+// Switches off and gives the folder back. Like powerCycle(), it waits for calls and callbacks of the middleware that run,
+// except the callback that it is called from. Calls that come later fail (ENODEV for those that set errno).
 VSET_API void detach();
 
 // The folder of the attached set, or an empty text.
@@ -81,7 +82,7 @@ VSET_API std::vector<std::string> takeHostTroubles();
 VSET_API void noteHostTrouble(const std::string& strFile, int s32Error);
 
 // Where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves itself,
-// else the path unchanged.
+// else the path unchanged. An empty text for the former while no set is attached.
 VSET_API std::string hostPath(const std::string& strPath);
 
 // While one lives, paths in this thread's libc calls are those of the PC, whatever they begin with. For the host
@@ -110,7 +111,8 @@ private:
 // --- Power -----------------------------------------------------------------------------------------------------------
 
 // Off and on again: all state outside the folder is lost, every handle is dead, every family must be initialised anew.
-// The process lives on, unlike that of a real set; whoever wants that too ends it.
+// Calls that run are completed before, and count for the life that ends. The process lives on, unlike that of a real
+// set; whoever wants that too ends it.
 VSET_API void powerCycle();
 
 // How often the attached set has been switched on since it was made.
