@@ -49,8 +49,8 @@ namespace detail {
 // one line on standard error when the default set is the reason.
 VSET_API bool ensureAttached();
 
-// A call while it runs: the switch is not turned meanwhile, so that no call leaves anything behind in the life of the set
-// that follows. A call inside a call is part of the outer one.
+// A call while it runs: the switch is not turned meanwhile, so that no call leaves anything behind in the life of the
+// set that follows. A call inside a call is part of the outer one.
 class VSET_API PoweredCall {
 public:
     PoweredCall();

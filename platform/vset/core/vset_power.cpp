@@ -12,8 +12,10 @@
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_folder.h"
+#include "vset_open_files.h"
 #include "vset_paths.h"
 #include "vset_storage.h"
+#include "vset_unsynced.h"
 
 namespace vset {
 
@@ -109,7 +111,13 @@ int lockFolder(const std::string& strFolder) {
         errno = s32Error;
         failWith(strLock);
     }
-    return s32Lock;
+    return moveAside(s32Lock);
+}
+
+// What programs have written is on the disk when the power goes in an orderly way.
+void endFiles() {
+    killOpenFiles();
+    forgetSynced();
 }
 
 // Calls go on meanwhile: those of the callbacks that it waits for may be among them.
@@ -130,12 +138,14 @@ void switchOn(Power& power) {
 void offAndOn(Power& power) {
     switchOff(power, false);
     const NoCalls noCalls(power);
+    endFiles();
     switchOn(power);
 }
 
 void giveBack(Power& power) {
     switchOff(power, true);
     const NoCalls noCalls(power);
+    endFiles();
     power.bOn = false;
     close(power.s32Lock);
     power.s32Lock = -1;

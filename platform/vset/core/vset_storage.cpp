@@ -18,6 +18,7 @@
 
 #include "vset/vset.h"
 #include "vset_paths.h"
+#include "vset_unsynced.h"
 
 namespace vset {
 
@@ -27,13 +28,6 @@ namespace {
 constexpr std::size_t kBlock = 4096;
 
 std::atomic<unsigned int> g_u32WritesLeft{0};
-
-// One write to the storage is about to happen.
-void step() {
-    if (g_u32WritesLeft.load(std::memory_order_relaxed) != 0 && g_u32WritesLeft.fetch_sub(1) == 1) {
-        raise(SIGKILL);
-    }
-}
 
 bool isFull(int s32Error) {
     return s32Error == ENOSPC || s32Error == EDQUOT;
@@ -115,6 +109,13 @@ void replaceBy(const std::string& strFile, Write&& write) {
 
 void cutPowerAtWrite(unsigned int u32Write) {
     g_u32WritesLeft = u32Write;
+}
+
+void step() {
+    if (g_u32WritesLeft.load(std::memory_order_relaxed) != 0 && g_u32WritesLeft.fetch_sub(1) == 1) {
+        takeBackUnsynced();
+        raise(SIGKILL);
+    }
 }
 
 void noteHostTrouble(const std::string& strFile, int s32Error) {

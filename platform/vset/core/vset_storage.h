@@ -19,6 +19,9 @@ void tellHostTrouble(const std::string& strFile, int s32Error);
 // Tells that the host has no room for a file or folder at this path, if that is the set's. errno stays.
 void tellFullDisk(const char* pszPath);
 
+// One write to the storage is about to happen, at which the power may be cut.
+void step();
+
 // The whole file. Throws SetError naming it.
 std::vector<unsigned char> readFile(const std::string& strFile);
 
