@@ -52,7 +52,8 @@ HW_Result_t init() {
 }
 
 HW_Handle_t open(HW_U32 u32Type, HW_U32 u32Index = 0) {
-    const HW_EXTIN_OpenParams_t stParams = {0, u32Type, u32Index};
+    const HW_U32 u32OpenValue = u32Type == E_HW_EXTIN_TYPE_VGA ? 2 : u32Type == E_HW_EXTIN_TYPE_YPBPR ? 1 : 0;
+    const HW_EXTIN_OpenParams_t stParams = {u32OpenValue, u32Type, u32Index};
     HW_Handle_t hExtin = HW_HANDLE_NONE;
     EXPECT_EQ(HW_EXTIN_Open(&stParams, &hExtin), HW_OK);
     return hExtin;

@@ -252,11 +252,20 @@ HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t* pstParams, HW_Hand
     });
 }
 
+// The open value that an input of this type wants.
+static HW_U32 openValueOf(HW_U32 u32Type) {
+    return u32Type == E_HW_EXTIN_TYPE_VGA ? 2 : u32Type == E_HW_EXTIN_TYPE_YPBPR ? 1 : 0;
+}
+
 HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t* pstParams, HW_Handle_t* phExtin) {
     const auto type = vset::member("type", pstParams, &HW_EXTIN_OpenParams_t::u32Type);
     const auto index = vset::member("index", pstParams, &HW_EXTIN_OpenParams_t::u32Index);
-    return vset::call(__func__, {type, index}, [&]() -> HW_Result_t {
+    const auto value = vset::member("value", pstParams, &HW_EXTIN_OpenParams_t::u32OpenValue);
+    return vset::call(__func__, {type, index, value}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phExtin);
+        if (result == HW_OK && pstParams->u32OpenValue != openValueOf(pstParams->u32Type)) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
         return result == HW_OK ? model.handles().open(vset::keyOf({pstParams->u32Type, pstParams->u32Index}), phExtin)
                                : result;
     });

@@ -20,13 +20,13 @@ using Partitions = std::map<std::string, std::uint64_t>;
 // Checks the parameters of Read and Write. On success *pu64Size is the size of the partition.
 HW_Result_t judge(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, const HW_U32* pu32Report,
                   std::uint64_t* pu64Size) {
-    if (pstTransfer == nullptr || pu32Report == nullptr || pstTransfer->pu8PartitionName == nullptr ||
-        (pstTransfer->pu8Data == nullptr && pstTransfer->u32Length != 0)) {
-        return HW_ERR_INVALID_PARAMETER;
-    }
     const auto type = flashModel.handles().key(hFlash);
     if (!type) {
         return HW_ERR_INVALID_HANDLE;
+    }
+    if (pstTransfer == nullptr || pu32Report == nullptr || pstTransfer->pu8PartitionName == nullptr ||
+        (pstTransfer->pu8Data == nullptr && pstTransfer->u32Length != 0)) {
+        return HW_ERR_INVALID_PARAMETER;
     }
     if (*type != E_HW_FLASH_TYPE_EMMC || pstTransfer->u32FlashType != E_HW_FLASH_TYPE_EMMC) {
         return HW_ERR_INVALID_PARAMETER;

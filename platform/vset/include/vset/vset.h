@@ -63,8 +63,8 @@ private:
 // SetError.
 VSET_API void attach(const std::string& strFolder);
 
-// Switches off and gives the folder back. Like powerCycle(), it waits for calls and callbacks of the middleware that run,
-// except the callback that it is called from. Calls that come later fail (ENODEV for those that set errno).
+// Switches off and gives the folder back. Like powerCycle(), it waits for calls and callbacks of the middleware that
+// run, except the callback that it is called from. Calls that come later fail (ENODEV for those that set errno).
 VSET_API void detach();
 
 // The folder of the attached set, or an empty text.
