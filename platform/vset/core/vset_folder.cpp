@@ -290,6 +290,10 @@ std::string partitionFileIn(const std::string& strFolder, const std::string& str
     return strFolder + "/partitions/" + strPartition + ".img";
 }
 
+std::string resizedPartition(const std::string& strFile) {
+    return strFile + ".resized";
+}
+
 void makeFolder(const std::string& strFolder) {
     std::error_code error;
     fs::create_directories(strFolder, error);
@@ -452,12 +456,30 @@ void create(const std::string& strFolder) {
     }
 }
 
+// Ends what a power cut has interrupted: the size in the configuration says whether a partition has its new file.
+static void endResizing(const std::string& strFolder, const SetConfig& stConfig) {
+    for (const auto& [strName, u64Size] : stConfig.partitions) {
+        const std::string strFile = partitionFileIn(strFolder, strName);
+        std::error_code error;
+        const std::uintmax_t size = fs::file_size(resizedPartition(strFile), error);
+        if (error) {
+            continue;
+        }
+        if (size == u64Size && fs::file_size(strFile, error) != u64Size) {
+            moveFile(resizedPartition(strFile), strFile);
+        } else {
+            fs::remove(resizedPartition(strFile), error);
+        }
+    }
+}
+
 void loadFolder(const std::string& strFolder) {
     std::vector<std::string> problems;
     SetConfig stConfig = readConfig(strFolder, problems);
     for (const std::string& strProblem : problems) {
         std::fprintf(stderr, "virtual set: %s\n", strProblem.c_str());
     }
+    endResizing(strFolder, stConfig);
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
     loaded.strFolder = strFolder;

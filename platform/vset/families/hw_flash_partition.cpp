@@ -79,24 +79,6 @@ HW_Result_t transfer(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer,
     });
 }
 
-void resizeFile(const std::string& strFile, std::uint64_t u64Size) {
-    std::error_code error;
-    const std::uintmax_t oldSize = fs::file_size(strFile, error);
-    if (error == std::errc::no_such_file_or_directory) {
-        return;
-    }
-    if (!error) {
-        fs::resize_file(strFile, std::min<std::uintmax_t>(oldSize, u64Size), error);
-    }
-    if (error) {
-        vset::noteHostTrouble(strFile, error.value());
-        throw vset::SetError(strFile + ": " + error.message());
-    }
-    if (u64Size > oldSize) {
-        vset::FlashFile(strFile, oldSize, O_WRONLY).writeBlank(u64Size - oldSize, oldSize);
-    }
-}
-
 }  // namespace
 
 HW_Result_t HW_FLASH_Read(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, HW_U32* pu32Report) {
@@ -127,6 +109,14 @@ void vset::flash::setPartition(const std::string& strName, std::uint64_t u64Size
     }
     const std::lock_guard<std::mutex> lock(flashModel.storageMutex);
     const HostPaths hostPaths;
+    const std::string strFile = partitionFile(strName);
+    const bool bWritten = fs::exists(strFile);
+    if (bWritten) {
+        writeFileResized(strFile, resizedPartition(strFile), u64Size);
+    }
+    // A power cut before leaves the old size with the old file, one after it the new size with the new file.
     changeSetConfig([&](SetConfig& stConfig) { stConfig.partitions[strName] = u64Size; });
-    resizeFile(partitionFile(strName), u64Size);
+    if (bWritten) {
+        moveFile(resizedPartition(strFile), strFile);
+    }
 }

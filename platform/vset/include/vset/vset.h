@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -152,16 +153,24 @@ VSET_API void keepJournal(std::size_t entries);
 // kAllocation in place of a middleware function: `new (std::nothrow)` of the host program and its libraries.
 constexpr const char* kAllocation = "allocation";
 
+// The result of a fault for which none is given: HW_ERR_FAILED of a function that answers a code. There is none for
+// those that ownFailures() knows.
+constexpr long long kNoResult = std::numeric_limits<long long>::min();
+
+// What a function answers when it fails, if that is no code: "-1 for a file that does not exist, -2 for other
+// failures". Empty for all others, and for functions that return a pointer.
+VSET_API std::string ownFailures(const std::string& strCall);
+
 struct Fault {
-    std::string strCall;        // the name of a middleware function, or kAllocation
-    long long s64Result = 3;    // what it answers; functions that return a pointer answer null
-    unsigned int u32From = 1;   // the first call to fail, counted from now
-    unsigned int u32Times = 1;  // how many fail; 0 = all from then on
-    int s32Errno = EIO;         // errno of the functions that set it
+    std::string strCall;              // the name of a middleware function, or kAllocation
+    long long s64Result = kNoResult;  // what it answers; functions that return a pointer answer null
+    unsigned int u32From = 1;         // the first call to fail, counted from now
+    unsigned int u32Times = 1;        // how many fail; 0 = all from then on
+    int s32Errno = EIO;               // errno of the functions that set it
 };
 
 // Adds a fault. The function does nothing while it fails, except that a failing close of a file closes it.
-// Throws SetError when the middleware has no such function.
+// Throws SetError when the middleware has no such function, and when the fault needs a result and has none.
 VSET_API void inject(const Fault& stFault);
 
 VSET_API void clearFaults();
