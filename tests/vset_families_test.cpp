@@ -2,11 +2,13 @@
 // The virtual set's models of system attributes, configuration files and memory.
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "hw3/hw_flash.h"
+#include "hw3/hw_fs.h"
 #include "hw3/hw_os.h"
 #include "hw3/hw_sys.h"
 #include "support/emulation.h"
@@ -107,27 +109,17 @@ TEST_F(VsetConfig, ReadsAsItIsWritten) {
         const char* pszKey;
         const char* pszValue;
     } kRows[] = {
-        {":global", "0"},
-        {"first:key", "value"},
-        {"FIRST:Key", "value"},
-        {"first:quoted", "a b"},
-        {"first:inner", "say \"hi\""},
-        {"first:blanks", "  x  "},
-        {"first:half", "\"x"},
-        {"first:empty", ""},
-        {"first:late", "l = m ; n"},
-        {"first:last", "e"},
-        {"first:off", "error 3"},
-        {"first:;off", "error 3"},
-        {"first:no value", "error 3"},
-        {"other:key", "9"},
-        {"other:colon:key", "c"},
-        {"other:twice", "2"},
-        {"other:late", "error 3"},
-        {"none:key", "error 3"},
-        {"first:", "error 3"},
-        {"firstkey", "error 8"},
-        {"", "error 8"},
+        {":global", "0"},          {"first:key", "value"},
+        {"FIRST:key", "error 3"},  {"first:Key", "error 3"},
+        {"first:Quoted", "a b"},   {"first:inner", "say \"hi\""},
+        {"first:blanks", "  x  "}, {"first:half", "\"x"},
+        {"first:empty", ""},       {"first:late", "l = m ; n"},
+        {"first:last", "e"},       {"first:off", "error 3"},
+        {"first:;off", "error 3"}, {"first:no value", "error 3"},
+        {"other:key", "9"},        {"other:colon:key", "c"},
+        {"other:twice", "2"},      {"other:late", "error 3"},
+        {"none:key", "error 3"},   {"first:", "error 3"},
+        {"firstkey", "error 8"},   {"", "error 8"},
     };
     for (const auto& stRow : kRows) {
         EXPECT_EQ(get(hConfig, stRow.pszKey), stRow.pszValue) << stRow.pszKey;
@@ -143,7 +135,7 @@ TEST_F(VsetConfig, SettingLeavesEverythingElseAsItIs) {
     } kRows[] = {
         {"in place",
          "# head\n\n[a]\n  k\t=  old   \n; mine\nbad line\nk2=1\n\n\n# about b\n[b]\nk=2\n# tail",
-         {{"a:k", "new"}, {"A:K2", "x"}},
+         {{"a:k", "new"}, {"a:k2", "x"}},
          "# head\n\n[a]\n  k\t=  new\n; mine\nbad line\nk2=x\n\n\n# about b\n[b]\nk=2\n# tail"},
         {"added behind the section's last key",
          "[a]\nk=1\n\n# about b\n[b]\n",
@@ -200,6 +192,26 @@ TEST_F(VsetConfig, WhatWasSetIsReadBackExactly) {
     ASSERT_EQ(stat(vset::hostPath("/data/r.ini").c_str(), &stAfter), 0);
     EXPECT_EQ(stBefore.st_ino, stAfter.st_ino) << "nothing was set, so nothing was written";
     EXPECT_EQ(read("/data/r.ini"), strBefore);
+}
+
+TEST_F(VsetConfig, KeepsWhatOthersSetPermissionsAndLinks) {
+    write("/data/real.ini", "[a]\nk = 1\n");
+    const std::string strLink = vset::hostPath("/data/link.ini");
+    std::filesystem::create_symlink("real.ini", strLink);
+    chmod("/data/real.ini", 0640);
+    const HW_Handle_t hOne = opened("/data/link.ini");
+    const HW_Handle_t hTwo = opened("/data/real.ini");
+    EXPECT_EQ(set(hOne, "a:k", "one"), HW_OK);
+    EXPECT_EQ(set(hOne, "a:m", "one"), HW_OK);
+    EXPECT_EQ(set(hTwo, "a:n", "two"), HW_OK);
+    EXPECT_EQ(get(hTwo, "a:k"), "1") << "as it was opened";
+    EXPECT_EQ(HW_SYS_CloseConfigFile(hOne), HW_OK);
+    EXPECT_EQ(HW_SYS_CloseConfigFile(hTwo), HW_OK);
+    EXPECT_EQ(read("/data/real.ini"), "[a]\nk = one\nm = one\nn = two\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(strLink));
+    struct stat stStat = {};
+    EXPECT_EQ(HW_FS_Stat("/data/real.ini", &stStat), 0);
+    EXPECT_EQ(stStat.st_mode & 07777, 0640u);
 }
 
 TEST_F(VsetConfig, HandlesAndTexts) {

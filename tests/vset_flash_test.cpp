@@ -389,4 +389,39 @@ TEST_F(VsetFlash, APowerCutDoesNotLeaveHalfAPartition) {
     EXPECT_EQ(readBack(hFlash, "small", 4095, 4098).at(1), 1);
 }
 
+// Whatever moment it is, size and file fit together, and the bytes are there.
+TEST_F(VsetFlash, APowerCutDoesNotLeaveAPartitionHalfResized) {
+    SKIP_UNDER_EMULATION();
+    for (const std::uint64_t u64Size : {16384, 4096}) {
+        vset::flash::setPartition("small", 8192);
+        Image bytes(16, 1);
+        HW_U32 u32Report = 0;
+        EXPECT_EQ(transfer(HW_FLASH_Write, opened(), "small", 0, bytes, &u32Report), HW_OK);
+        unsigned int u32Cuts = 0;
+        for (bool bFinished = false; !bFinished; ++u32Cuts) {
+            const pid_t child = fork();
+            if (child == 0) {
+                vset::cutPowerAtWrite(u32Cuts + 1);
+                vset::flash::setPartition("small", u64Size);
+                _exit(0);
+            }
+            int s32Status = 0;
+            waitpid(child, &s32Status, 0);
+            bFinished = WIFEXITED(s32Status);
+            vset::detach();
+            vset::attach(folder());
+            EXPECT_THAT(vset::check(folder()), testing::IsEmpty()) << u32Cuts;
+            if (bFinished) {
+                EXPECT_EQ(vset::flash::partitions().at("small"), u64Size);
+            }
+            switchOn();
+            EXPECT_EQ(readBack(opened(), "small", 0, 16), bytes) << u32Cuts;
+            vset::flash::setPartition("small", 8192);
+        }
+        EXPECT_GE(u32Cuts, 6u);
+        vset::powerCycle();
+        switchOn();
+    }
+}
+
 }  // namespace

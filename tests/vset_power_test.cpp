@@ -15,12 +15,12 @@
 
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
-#include "hw3/hw_gpio.h"
 #include "hw3/hw_net.h"
 #include "hw3/hw_sys.h"
 #include "support/emulation.h"
+#include "support/refusals.h"
 #include "support/set_fixture.h"
-#include "vset/gpio.h"
+#include "vset/sys.h"
 
 namespace {
 
@@ -32,11 +32,11 @@ using testing::Not;
 // Threads that call the middleware without a pause until the object is gone.
 class Callers {
 public:
-    explicit Callers(const std::function<void(unsigned int u32Thread)>& call) {
-        for (unsigned int i = 0; i < kThreads; ++i) {
+    explicit Callers(const std::function<void()>& call) {
+        for (int i = 0; i < 3; ++i) {
             _threads.emplace_back([=] {
                 while (!_bStop) {
-                    call(i);
+                    call();
                 }
             });
         }
@@ -48,36 +48,23 @@ public:
         }
     }
 
-    static constexpr unsigned int kThreads = 3;
-
 private:
     std::atomic<bool> _bStop{false};
     std::vector<std::thread> _threads;
 };
 
-class VsetSwitch : public test::SetTest {
-protected:
-    static HW_Handle_t openPad(HW_U32 u32Pad) {
-        const HW_GPIO_OpenParams_t stParams = {u32Pad};
-        HW_Handle_t hPad = HW_HANDLE_NONE;
-        HW_GPIO_Open(&stParams, &hPad);
-        return hPad;
-    }
-};
+class VsetSwitch : public test::SetTest {};
 
 TEST_F(VsetSwitch, ACallThatRunsLeavesNothingInTheNextLife) {
-    std::atomic<HW_Handle_t> pads[Callers::kThreads] = {};
-    const Callers callers([&](unsigned int i) { HW_GPIO_SetOutput(pads[i], 1); });
-    for (int i = 0; i < 300; ++i) {
+    write("/data/fw", "");
+    fs::resize_file(vset::hostPath("/data/fw"), 32u << 20);
+    for (int i = 0; i < 3; ++i) {
         HW_SYS_Init(nullptr);
-        for (unsigned int u32Pad = 0; u32Pad < Callers::kThreads; ++u32Pad) {
-            pads[u32Pad] = openPad(u32Pad);
-        }
-        std::this_thread::sleep_for(std::chrono::microseconds(300));
+        std::thread flasher([] { HW_SYS_UpgradeFw(E_HW_SYS_FW_0, test::u8("/data/fw")); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
         vset::powerCycle();
-        for (unsigned int u32Pad = 0; u32Pad < Callers::kThreads; ++u32Pad) {
-            ASSERT_FALSE(vset::gpio::pad(u32Pad).bOutput) << "life " << i;
-        }
+        flasher.join();
+        EXPECT_THAT(vset::sys::flashedFirmware(), IsEmpty()) << "life " << i;
     }
 }
 
@@ -85,7 +72,7 @@ TEST_F(VsetSwitch, CallsWhileTheSetIsGivenBackWriteNowhere) {
     testing::internal::CaptureStderr();
     {
         const HW_FLASH_InitParams_t stFlash = {};
-        const Callers callers([&](unsigned int) {
+        const Callers callers([&] {
             HW_NET_OpenParams_t stNet = {"eth0"};
             HW_FLASH_OpenParams_t stOpen = {E_HW_FLASH_TYPE_EMMC, {}};
             HW_Handle_t hNet = HW_HANDLE_NONE, hFlash = HW_HANDLE_NONE;
