@@ -9,12 +9,16 @@
 
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
+#include "hw3/hw_net.h"
 #include "hw3/hw_os.h"
 #include "hw3/hw_sys.h"
+#include "hw3/hw_wdt.h"
 #include "support/emulation.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
+#include "vset/net.h"
 #include "vset/sys.h"
+#include "vset/wdt.h"
 
 namespace {
 
@@ -357,8 +361,9 @@ TEST_F(VsetMemory, TheIommuHandsOutWhatItHas) {
     EXPECT_EQ(vset::sys::memoryMap()[2].strName, "a name of thirty-two characters!");
     HW_U64 u64Third = 0;
     expectRefusals({
-        {"one byte too many", HW_ERR_MEMORY_ALLOCATE, [&] { return allocate(1, &u64Third); }},
+        {"one unit too many", HW_ERR_MEMORY_ALLOCATE, [&] { return allocate(0x4000, &u64Third); }},
         {"nothing", HW_ERR_INVALID_PARAMETER, [&] { return allocate(0, &u64Third); }},
+        {"no whole unit", HW_ERR_INVALID_PARAMETER, [&] { return allocate(0x1000, &u64Third); }},
         {"free another length", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First, 0x4000); }},
         {"free inside", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First + 0x1000, 0x8000); }},
         {"free with rubbish", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First, 0x8000, 1); }},
@@ -444,6 +449,81 @@ TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     for (const auto& call : kCalls) {
         EXPECT_EQ(call(), HW_ERR_INVALID_PARAMETER) << &call - kCalls;
     }
+}
+
+class VsetNet : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        bringUp();
+    }
+    static void bringUp() {
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        ASSERT_EQ(HW_NET_Init(nullptr), HW_OK);
+    }
+    static HW_Handle_t opened(const char* pszName) {
+        HW_NET_OpenParams_t stParams = {};
+        std::strncpy(stParams.acName, pszName, sizeof(stParams.acName) - 1);
+        HW_Handle_t hNet = HW_HANDLE_NONE;
+        EXPECT_EQ(HW_NET_Open(&stParams, &hNet), HW_OK);
+        return hNet;
+    }
+};
+
+TEST_F(VsetNet, AHandleIsItsInterfacesHoweverTheListChanges) {
+    vset::net::setInterfaces({{"lo"}, {"eth0"}, {"wlan0"}});
+    const HW_Handle_t hEth = opened("eth0"), hWlan = opened("wlan0");
+    vset::net::setInterfaces({{"wlan1"}, {"eth0"}});
+    EXPECT_EQ(HW_NET_SetMac(hEth, "02:00:5E:00:53:01"), HW_OK);
+    EXPECT_EQ(HW_NET_DeviceDown(hEth), HW_OK);
+    EXPECT_EQ(vset::net::interfaces()[0].strMac, "00:00:00:00:00:00");
+    EXPECT_EQ(vset::net::interfaces()[1].strMac, "02:00:5E:00:53:01");
+    EXPECT_TRUE(vset::net::interfaces()[0].bUp);
+    EXPECT_EQ(HW_NET_DeviceDown(hWlan), HW_ERR_INVALID_HANDLE) << "taken away";
+    EXPECT_EQ(HW_NET_Close(hWlan), HW_ERR_INVALID_HANDLE);
+    test::expectRefusals({
+        {"both separators", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "02:00-5E:00-53:02"); }},
+        {"a group", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "01:00:5E:00:53:02"); }},
+        {"null", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, nullptr); }},
+    });
+}
+
+TEST_F(VsetNet, MacAddressesAloneSurviveAPowerCycle) {
+    const HW_Handle_t hEth = opened("eth0");
+    EXPECT_EQ(HW_NET_SetMac(hEth, "02-00-5E-00-53-01"), HW_OK);
+    EXPECT_EQ(HW_NET_DhcpOff(hEth, E_HW_NET_IPV4), HW_OK);
+    EXPECT_EQ(HW_NET_DeviceDown(hEth), HW_OK);
+    // A hand at another interface keeps nothing of it.
+    std::vector<vset::net::Interface> interfaces = vset::net::interfaces();
+    interfaces.push_back({"usb0", "02:00:5E:00:53:02", false, true});
+    vset::net::setInterfaces(interfaces);
+    EXPECT_FALSE(vset::net::interfaces()[1].bUp);
+    vset::powerCycle();
+    const vset::net::Interface stEth = vset::net::interfaces()[1];
+    EXPECT_EQ(stEth.strMac, "02:00:5E:00:53:01");
+    EXPECT_TRUE(stEth.bUp);
+    EXPECT_TRUE(stEth.bDhcp);
+    EXPECT_FALSE(vset::net::interfaces()[2].bUp) << "as a hand has made it";
+}
+
+TEST_F(VsetNet, TheWatchdogsHandleIsThereFromItsInitOn) {
+    const auto watchdogs = [] {
+        const std::vector<vset::OpenHandle> handles = vset::openHandles();
+        return std::count_if(handles.begin(), handles.end(),
+                             [](const vset::OpenHandle& stHandle) { return stHandle.strFamily == "HW_WDT"; });
+    };
+    const HW_WDT_InitParams_t stInit = {};
+    EXPECT_EQ(watchdogs(), 0);
+    EXPECT_EQ(HW_WDT_Init(&stInit), HW_OK);
+    EXPECT_EQ(watchdogs(), 1);
+    vset::wdt::setPresent(false);
+    const HW_WDT_HandleParams_t stParams = {};
+    HW_Handle_t hWdt = kUntouched;
+    EXPECT_EQ(HW_WDT_GetHandle(&stParams, &hWdt), HW_ERR_FAILED);
+    EXPECT_EQ(hWdt, kUntouched);
+    EXPECT_EQ(watchdogs(), 0);
+    vset::wdt::setPresent(true);
+    EXPECT_EQ(HW_WDT_GetHandle(&stParams, &hWdt), HW_OK);
 }
 
 }  // namespace

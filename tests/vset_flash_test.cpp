@@ -330,6 +330,7 @@ TEST_F(VsetFlash, ATransferThatCannotBeChangesNothing) {
         {"another type", hEmmc, {0, pu8Misc, 0, bytes.data(), 16}, HW_ERR_INVALID_PARAMETER},
         {"handle of another type", hNand, {2, pu8Misc, 0, bytes.data(), 16}, HW_ERR_INVALID_PARAMETER},
         {"closed handle", hEmmc + 1, {2, pu8Misc, 0, bytes.data(), 16}, HW_ERR_INVALID_HANDLE},
+        {"no handle and no data", 0, {2, pu8Misc, 0, nullptr, 16}, HW_ERR_INVALID_HANDLE},
         {"one byte beyond", hEmmc, {2, pu8Misc, (1u << 20) - 15, bytes.data(), 16}, HW_ERR_LIMITION},
         {"nothing, but beyond", hEmmc, {2, pu8Misc, (1u << 20) + 1, bytes.data(), 0}, HW_ERR_LIMITION},
         {"32-bit wrap", hEmmc, {2, pu8Misc, 0xFFFFFFF8, bytes.data(), 16}, HW_ERR_LIMITION},

@@ -12,6 +12,8 @@ using vset::emulatedMemory;
 
 namespace {
 
+constexpr HW_U32 kIommuUnit = 0x4000;
+
 // The name need not end within its field.
 std::string nameOf(const HW_OS_IommuRequest_t* pstRequest) {
     if (pstRequest == nullptr) {
@@ -26,7 +28,8 @@ HW_Result_t HW_OS_AllocateIommuMemory(HW_OS_IommuRequest_t* pstRequest) {
     const std::string strName = nameOf(pstRequest);
     const auto length = vset::member("length", pstRequest, &HW_OS_IommuRequest_t::u32Length);
     return vset::call(__func__, {{"name", strName.c_str()}, length}, [&]() -> HW_Result_t {
-        if (pstRequest == nullptr || pstRequest->u32Length == 0) {
+        if (pstRequest == nullptr || pstRequest->u32Length == 0 || pstRequest->u32Length % kIommuUnit != 0 ||
+            pstRequest->u32Word1 != 1 || pstRequest->u32Word0 != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
         if (vset::systemReadiness() != HW_OK) {

@@ -120,7 +120,8 @@ VSET_API void powerCycle();
 VSET_API unsigned int bootCount();
 
 // Kills this process at the `u32Write`-th write to the set's storage from now on (1 = the next), as a power cut does.
-// 0 takes it back.
+// Writing, removing and making of files by the middleware's calls counts. What programs have changed in the set's tree
+// since the last HW_FS_Sync or the last time the set was switched on is lost. 0 takes it back.
 VSET_API void cutPowerAtWrite(unsigned int u32Write);
 
 // --- Journal ---------------------------------------------------------------------------------------------------------
