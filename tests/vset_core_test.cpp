@@ -173,6 +173,10 @@ TEST_F(VsetFaults, AnUnknownNameIsRefused) {
         EXPECT_THROW(vset::inject({pszName}), vset::SetError) << pszName;
     }
     EXPECT_THROW(vset::inject({"HW_FS_Sync", -1, 0}), vset::SetError);
+    // Of these the usual result would be a success.
+    for (const char* pszName : {"HW_FS_Open", "HW_FS_Fwrite", "HW_FS_Sync", "HW_TUNER_FactoryCmdApplyVif"}) {
+        EXPECT_THROW(vset::inject({pszName}), vset::SetError) << pszName;
+    }
 }
 
 class VsetPower : public test::SetTest {};

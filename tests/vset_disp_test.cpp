@@ -121,6 +121,8 @@ TEST_F(VsetDisp, VideoPathIsFoundWhileItIsConnected) {
     const HW_DISP_ConnectQuery_t stQuery = {1, E_HW_DISP_MODULE_VIDEO, 1};
     HW_Handle_t hUntouched = kUntouched;
     EXPECT_EQ(HW_DISP_GetConnected(_hMain, &stQuery, 0, &hUntouched), HW_OK);
+    const HW_DISP_ConnectQuery_t stNone = {1, E_HW_DISP_MODULE_EXTIN, 1};
+    EXPECT_EQ(HW_DISP_GetConnected(_hMain, &stNone, 1, &hUntouched), HW_ERR_FAILED) << "nothing is connected";
     EXPECT_EQ(hUntouched, kUntouched) << "no room for any";
     test::expectRefusals({
         {"window as path", HW_ERR_INVALID_HANDLE, [&] { return HW_VIDEO_GetAttr(_hMain, 0x104, nullptr, &stInfo); }},

@@ -2,17 +2,23 @@
 // The virtual set's models of system attributes, configuration files and memory.
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "hw3/hw_flash.h"
+#include "hw3/hw_fs.h"
+#include "hw3/hw_net.h"
 #include "hw3/hw_os.h"
 #include "hw3/hw_sys.h"
+#include "hw3/hw_wdt.h"
 #include "support/emulation.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
+#include "vset/net.h"
 #include "vset/sys.h"
+#include "vset/wdt.h"
 
 namespace {
 
@@ -107,27 +113,17 @@ TEST_F(VsetConfig, ReadsAsItIsWritten) {
         const char* pszKey;
         const char* pszValue;
     } kRows[] = {
-        {":global", "0"},
-        {"first:key", "value"},
-        {"FIRST:Key", "value"},
-        {"first:quoted", "a b"},
-        {"first:inner", "say \"hi\""},
-        {"first:blanks", "  x  "},
-        {"first:half", "\"x"},
-        {"first:empty", ""},
-        {"first:late", "l = m ; n"},
-        {"first:last", "e"},
-        {"first:off", "error 3"},
-        {"first:;off", "error 3"},
-        {"first:no value", "error 3"},
-        {"other:key", "9"},
-        {"other:colon:key", "c"},
-        {"other:twice", "2"},
-        {"other:late", "error 3"},
-        {"none:key", "error 3"},
-        {"first:", "error 3"},
-        {"firstkey", "error 8"},
-        {"", "error 8"},
+        {":global", "0"},          {"first:key", "value"},
+        {"FIRST:key", "error 3"},  {"first:Key", "error 3"},
+        {"first:Quoted", "a b"},   {"first:inner", "say \"hi\""},
+        {"first:blanks", "  x  "}, {"first:half", "\"x"},
+        {"first:empty", ""},       {"first:late", "l = m ; n"},
+        {"first:last", "e"},       {"first:off", "error 3"},
+        {"first:;off", "error 3"}, {"first:no value", "error 3"},
+        {"other:key", "9"},        {"other:colon:key", "c"},
+        {"other:twice", "2"},      {"other:late", "error 3"},
+        {"none:key", "error 3"},   {"first:", "error 3"},
+        {"firstkey", "error 8"},   {"", "error 8"},
     };
     for (const auto& stRow : kRows) {
         EXPECT_EQ(get(hConfig, stRow.pszKey), stRow.pszValue) << stRow.pszKey;
@@ -143,7 +139,7 @@ TEST_F(VsetConfig, SettingLeavesEverythingElseAsItIs) {
     } kRows[] = {
         {"in place",
          "# head\n\n[a]\n  k\t=  old   \n; mine\nbad line\nk2=1\n\n\n# about b\n[b]\nk=2\n# tail",
-         {{"a:k", "new"}, {"A:K2", "x"}},
+         {{"a:k", "new"}, {"a:k2", "x"}},
          "# head\n\n[a]\n  k\t=  new\n; mine\nbad line\nk2=x\n\n\n# about b\n[b]\nk=2\n# tail"},
         {"added behind the section's last key",
          "[a]\nk=1\n\n# about b\n[b]\n",
@@ -200,6 +196,26 @@ TEST_F(VsetConfig, WhatWasSetIsReadBackExactly) {
     ASSERT_EQ(stat(vset::hostPath("/data/r.ini").c_str(), &stAfter), 0);
     EXPECT_EQ(stBefore.st_ino, stAfter.st_ino) << "nothing was set, so nothing was written";
     EXPECT_EQ(read("/data/r.ini"), strBefore);
+}
+
+TEST_F(VsetConfig, KeepsWhatOthersSetPermissionsAndLinks) {
+    write("/data/real.ini", "[a]\nk = 1\n");
+    const std::string strLink = vset::hostPath("/data/link.ini");
+    std::filesystem::create_symlink("real.ini", strLink);
+    chmod("/data/real.ini", 0640);
+    const HW_Handle_t hOne = opened("/data/link.ini");
+    const HW_Handle_t hTwo = opened("/data/real.ini");
+    EXPECT_EQ(set(hOne, "a:k", "one"), HW_OK);
+    EXPECT_EQ(set(hOne, "a:m", "one"), HW_OK);
+    EXPECT_EQ(set(hTwo, "a:n", "two"), HW_OK);
+    EXPECT_EQ(get(hTwo, "a:k"), "1") << "as it was opened";
+    EXPECT_EQ(HW_SYS_CloseConfigFile(hOne), HW_OK);
+    EXPECT_EQ(HW_SYS_CloseConfigFile(hTwo), HW_OK);
+    EXPECT_EQ(read("/data/real.ini"), "[a]\nk = one\nm = one\nn = two\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(strLink));
+    struct stat stStat = {};
+    EXPECT_EQ(HW_FS_Stat("/data/real.ini", &stStat), 0);
+    EXPECT_EQ(stStat.st_mode & 07777, 0640u);
 }
 
 TEST_F(VsetConfig, HandlesAndTexts) {
@@ -345,8 +361,9 @@ TEST_F(VsetMemory, TheIommuHandsOutWhatItHas) {
     EXPECT_EQ(vset::sys::memoryMap()[2].strName, "a name of thirty-two characters!");
     HW_U64 u64Third = 0;
     expectRefusals({
-        {"one byte too many", HW_ERR_MEMORY_ALLOCATE, [&] { return allocate(1, &u64Third); }},
+        {"one unit too many", HW_ERR_MEMORY_ALLOCATE, [&] { return allocate(0x4000, &u64Third); }},
         {"nothing", HW_ERR_INVALID_PARAMETER, [&] { return allocate(0, &u64Third); }},
+        {"no whole unit", HW_ERR_INVALID_PARAMETER, [&] { return allocate(0x1000, &u64Third); }},
         {"free another length", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First, 0x4000); }},
         {"free inside", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First + 0x1000, 0x8000); }},
         {"free with rubbish", HW_ERR_INVALID_PARAMETER, [&] { return release(u64First, 0x8000, 1); }},
@@ -432,6 +449,81 @@ TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     for (const auto& call : kCalls) {
         EXPECT_EQ(call(), HW_ERR_INVALID_PARAMETER) << &call - kCalls;
     }
+}
+
+class VsetNet : public test::SetTest {
+protected:
+    void SetUp() override {
+        SetTest::SetUp();
+        bringUp();
+    }
+    static void bringUp() {
+        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        ASSERT_EQ(HW_NET_Init(nullptr), HW_OK);
+    }
+    static HW_Handle_t opened(const char* pszName) {
+        HW_NET_OpenParams_t stParams = {};
+        std::strncpy(stParams.acName, pszName, sizeof(stParams.acName) - 1);
+        HW_Handle_t hNet = HW_HANDLE_NONE;
+        EXPECT_EQ(HW_NET_Open(&stParams, &hNet), HW_OK);
+        return hNet;
+    }
+};
+
+TEST_F(VsetNet, AHandleIsItsInterfacesHoweverTheListChanges) {
+    vset::net::setInterfaces({{"lo"}, {"eth0"}, {"wlan0"}});
+    const HW_Handle_t hEth = opened("eth0"), hWlan = opened("wlan0");
+    vset::net::setInterfaces({{"wlan1"}, {"eth0"}});
+    EXPECT_EQ(HW_NET_SetMac(hEth, "02:00:5E:00:53:01"), HW_OK);
+    EXPECT_EQ(HW_NET_DeviceDown(hEth), HW_OK);
+    EXPECT_EQ(vset::net::interfaces()[0].strMac, "00:00:00:00:00:00");
+    EXPECT_EQ(vset::net::interfaces()[1].strMac, "02:00:5E:00:53:01");
+    EXPECT_TRUE(vset::net::interfaces()[0].bUp);
+    EXPECT_EQ(HW_NET_DeviceDown(hWlan), HW_ERR_INVALID_HANDLE) << "taken away";
+    EXPECT_EQ(HW_NET_Close(hWlan), HW_ERR_INVALID_HANDLE);
+    test::expectRefusals({
+        {"both separators", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "02:00-5E:00-53:02"); }},
+        {"a group", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "01:00:5E:00:53:02"); }},
+        {"null", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, nullptr); }},
+    });
+}
+
+TEST_F(VsetNet, MacAddressesAloneSurviveAPowerCycle) {
+    const HW_Handle_t hEth = opened("eth0");
+    EXPECT_EQ(HW_NET_SetMac(hEth, "02-00-5E-00-53-01"), HW_OK);
+    EXPECT_EQ(HW_NET_DhcpOff(hEth, E_HW_NET_IPV4), HW_OK);
+    EXPECT_EQ(HW_NET_DeviceDown(hEth), HW_OK);
+    // A hand at another interface keeps nothing of it.
+    std::vector<vset::net::Interface> interfaces = vset::net::interfaces();
+    interfaces.push_back({"usb0", "02:00:5E:00:53:02", false, true});
+    vset::net::setInterfaces(interfaces);
+    EXPECT_FALSE(vset::net::interfaces()[1].bUp);
+    vset::powerCycle();
+    const vset::net::Interface stEth = vset::net::interfaces()[1];
+    EXPECT_EQ(stEth.strMac, "02:00:5E:00:53:01");
+    EXPECT_TRUE(stEth.bUp);
+    EXPECT_TRUE(stEth.bDhcp);
+    EXPECT_FALSE(vset::net::interfaces()[2].bUp) << "as a hand has made it";
+}
+
+TEST_F(VsetNet, TheWatchdogsHandleIsThereFromItsInitOn) {
+    const auto watchdogs = [] {
+        const std::vector<vset::OpenHandle> handles = vset::openHandles();
+        return std::count_if(handles.begin(), handles.end(),
+                             [](const vset::OpenHandle& stHandle) { return stHandle.strFamily == "HW_WDT"; });
+    };
+    const HW_WDT_InitParams_t stInit = {};
+    EXPECT_EQ(watchdogs(), 0);
+    EXPECT_EQ(HW_WDT_Init(&stInit), HW_OK);
+    EXPECT_EQ(watchdogs(), 1);
+    vset::wdt::setPresent(false);
+    const HW_WDT_HandleParams_t stParams = {};
+    HW_Handle_t hWdt = kUntouched;
+    EXPECT_EQ(HW_WDT_GetHandle(&stParams, &hWdt), HW_ERR_FAILED);
+    EXPECT_EQ(hWdt, kUntouched);
+    EXPECT_EQ(watchdogs(), 0);
+    vset::wdt::setPresent(true);
+    EXPECT_EQ(HW_WDT_GetHandle(&stParams, &hWdt), HW_OK);
 }
 
 }  // namespace

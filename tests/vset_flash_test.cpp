@@ -330,6 +330,7 @@ TEST_F(VsetFlash, ATransferThatCannotBeChangesNothing) {
         {"another type", hEmmc, {0, pu8Misc, 0, bytes.data(), 16}, HW_ERR_INVALID_PARAMETER},
         {"handle of another type", hNand, {2, pu8Misc, 0, bytes.data(), 16}, HW_ERR_INVALID_PARAMETER},
         {"closed handle", hEmmc + 1, {2, pu8Misc, 0, bytes.data(), 16}, HW_ERR_INVALID_HANDLE},
+        {"no handle and no data", 0, {2, pu8Misc, 0, nullptr, 16}, HW_ERR_INVALID_HANDLE},
         {"one byte beyond", hEmmc, {2, pu8Misc, (1u << 20) - 15, bytes.data(), 16}, HW_ERR_LIMITION},
         {"nothing, but beyond", hEmmc, {2, pu8Misc, (1u << 20) + 1, bytes.data(), 0}, HW_ERR_LIMITION},
         {"32-bit wrap", hEmmc, {2, pu8Misc, 0xFFFFFFF8, bytes.data(), 16}, HW_ERR_LIMITION},
@@ -387,6 +388,41 @@ TEST_F(VsetFlash, APowerCutDoesNotLeaveHalfAPartition) {
     }
     EXPECT_GE(u32Cuts, 4u) << "three blank blocks and one with data";
     EXPECT_EQ(readBack(hFlash, "small", 4095, 4098).at(1), 1);
+}
+
+// Whatever moment it is, size and file fit together, and the bytes are there.
+TEST_F(VsetFlash, APowerCutDoesNotLeaveAPartitionHalfResized) {
+    SKIP_UNDER_EMULATION();
+    for (const std::uint64_t u64Size : {16384, 4096}) {
+        vset::flash::setPartition("small", 8192);
+        Image bytes(16, 1);
+        HW_U32 u32Report = 0;
+        EXPECT_EQ(transfer(HW_FLASH_Write, opened(), "small", 0, bytes, &u32Report), HW_OK);
+        unsigned int u32Cuts = 0;
+        for (bool bFinished = false; !bFinished; ++u32Cuts) {
+            const pid_t child = fork();
+            if (child == 0) {
+                vset::cutPowerAtWrite(u32Cuts + 1);
+                vset::flash::setPartition("small", u64Size);
+                _exit(0);
+            }
+            int s32Status = 0;
+            waitpid(child, &s32Status, 0);
+            bFinished = WIFEXITED(s32Status);
+            vset::detach();
+            vset::attach(folder());
+            EXPECT_THAT(vset::check(folder()), testing::IsEmpty()) << u32Cuts;
+            if (bFinished) {
+                EXPECT_EQ(vset::flash::partitions().at("small"), u64Size);
+            }
+            switchOn();
+            EXPECT_EQ(readBack(opened(), "small", 0, 16), bytes) << u32Cuts;
+            vset::flash::setPartition("small", 8192);
+        }
+        EXPECT_GE(u32Cuts, 6u);
+        vset::powerCycle();
+        switchOn();
+    }
 }
 
 }  // namespace

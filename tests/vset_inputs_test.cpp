@@ -52,7 +52,8 @@ HW_Result_t init() {
 }
 
 HW_Handle_t open(HW_U32 u32Type, HW_U32 u32Index = 0) {
-    const HW_EXTIN_OpenParams_t stParams = {0, u32Type, u32Index};
+    const HW_U32 u32OpenValue = u32Type == E_HW_EXTIN_TYPE_VGA ? 2 : u32Type == E_HW_EXTIN_TYPE_YPBPR ? 1 : 0;
+    const HW_EXTIN_OpenParams_t stParams = {u32OpenValue, u32Type, u32Index};
     HW_Handle_t hExtin = HW_HANDLE_NONE;
     EXPECT_EQ(HW_EXTIN_Open(&stParams, &hExtin), HW_OK);
     return hExtin;
@@ -97,7 +98,10 @@ TEST_F(VsetInputs, DeInitClosesWhatTheLibraryOpened) {
     extin::hold(kScart, 0);
     ASSERT_EQ(find(kScart, &hPlayer), HW_OK);
     HW_EXTIN_Caps_t stCaps = {};
+    const HW_EXTIN_OpenParams_t stScartAsVga = {2, kScart, 0}, stYpbprAsOthers = {0, kYpbpr, 0};
     test::expectRefusals({
+        {"open value", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stScartAsVga, &hUntouched); }},
+        {"open value", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stYpbprAsOthers, &hUntouched); }},
         {"down", HW_OK, HW_EXTIN_DeInit},
         {"down again", HW_ERR_NOT_INITED, HW_EXTIN_DeInit},
         {"find too late", HW_ERR_NOT_INITED, [&] { return find(kScart, &hUntouched); }},
@@ -420,6 +424,7 @@ TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
         {"system", HW_OK, [] { return HW_SYS_Init(nullptr); }},
         {"reset too early", HW_ERR_NOT_INITED, [] { return DVVDO_Reset(0); }},
         {"argument too early", HW_ERR_NOT_INITED, [] { return DVVDO_SetArg(0, 1, 7); }},
+        {"unknown argument too early", HW_ERR_NOT_INITED, [] { return DVVDO_SetArg(0, 4, 7); }},
         {"overscan too early", HW_ERR_NOT_INITED, [&] { return DVVDO_SetOverScan(0, &stOverScan); }},
         {"up", HW_OK, DVAL_Init},
         {"once more", HW_OK, DVAL_Init},

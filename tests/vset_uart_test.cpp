@@ -390,7 +390,7 @@ TEST_F(VsetUart, ATtyTakesTheLineWhileItIsOpen) {
     ASSERT_NE(pTty, nullptr);
     EXPECT_TRUE(vset::uart::port(0).bTtyOpen);
     fclose(pTty);
-    s32Tty = HW_FS_Open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    s32Tty = HW_FS_Open("/dev/ttyS0", 2);
     EXPECT_TRUE(vset::uart::port(0).bTtyOpen);
     EXPECT_EQ(HW_FS_Close(s32Tty), 0);
 }

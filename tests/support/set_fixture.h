@@ -58,11 +58,11 @@ protected:
         writeFile(vset::hostPath(strPath), strBytes);
     }
 
-    // What is open beside the display, graphics and tuner that the set's player always has.
+    // What is open beside the display, graphics, tuner and watchdog that the set's player always has.
     static std::vector<vset::OpenHandle> opened() {
         std::vector<vset::OpenHandle> handles = vset::openHandles();
         const auto isOfTheScene = [](const vset::OpenHandle& stHandle) {
-            constexpr const char* kScene[] = {"HW_DISP", "HW_OSD", "HW_TUNER", "HW_VIDEO"};
+            constexpr const char* kScene[] = {"HW_DISP", "HW_OSD", "HW_TUNER", "HW_VIDEO", "HW_WDT"};
             return stHandle.bPlayer && std::any_of(std::begin(kScene), std::end(kScene), [&](const char* pszFamily) {
                        return stHandle.strFamily.rfind(pszFamily, 0) == 0;
                    });

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "command.h"
+#include "hw3/hw_types.h"
 #include "log_switch.h"
 #include "middleware_words.h"
 #include "session.h"
@@ -68,7 +69,9 @@ void get(Call& call) {
 }
 
 void fault(Call& call) {
-    vset::inject({call.text(0), call.number(1), call.number<unsigned int>(2), call.number<unsigned int>(3)});
+    // "failed" is no result of a function that answers no code.
+    const long long result = call.number(1) != HW_ERR_FAILED ? call.number(1) : vset::kNoResult;
+    vset::inject({call.text(0), result, call.number<unsigned int>(2), call.number<unsigned int>(3)});
 }
 
 void journal(Call& call) {

@@ -166,7 +166,8 @@ HW_API HW_Result_t HW_DISP_Close(HW_Handle_t hDisp);
 // How many modules of the kind are connected to the window.
 HW_API HW_Result_t HW_DISP_GetConnectedNum(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32* pu32Num);
 
-// Writes up to u32Num handles: phModules has room for that many. They are handles of HW_VIDEO or HW_EXTIN.
+// Writes up to u32Num handles: phModules has room for that many. They are handles of HW_VIDEO or HW_EXTIN. HW_ERR_FAILED
+// when there is room and nothing is connected.
 HW_API HW_Result_t HW_DISP_GetConnected(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32 u32Num,
                                         HW_Handle_t* phModules);
 

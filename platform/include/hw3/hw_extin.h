@@ -90,7 +90,7 @@ typedef struct HW_EXTIN_HandleParams_t {
 HW_ASSERT_SIZE(HW_EXTIN_HandleParams_t, 8);
 
 typedef struct HW_EXTIN_OpenParams_t {
-    HW_U32 u32OpenValue;  //  0  2 VGA, 1 YPbPr, 0 all others
+    HW_U32 u32OpenValue;  //  0  2 VGA, 1 YPbPr, 0 all others; any other: HW_ERR_INVALID_PARAMETER
     HW_U32 u32Type;       //  4  HW_EXTIN_Type_e
     HW_U32 u32Index;      //  8  the port of HDMI
 } HW_EXTIN_OpenParams_t;

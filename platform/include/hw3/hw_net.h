@@ -27,6 +27,7 @@ HW_ASSERT_SIZE(HW_NET_InitParams_t, 4);
 HW_ASSERT_SIZE(HW_NET_InterfaceName_t, 16);
 HW_ASSERT_SIZE(HW_NET_OpenParams_t, 16);
 
+// MAC addresses survive a power cycle; DHCP and up or down do not.
 // Null means defaults, and so does a zero-filled record.
 HW_API HW_Result_t HW_NET_Init(const HW_NET_InitParams_t* pstParams);
 HW_API HW_Result_t HW_NET_DeInit(void);
@@ -41,7 +42,8 @@ HW_API HW_Result_t HW_NET_Close(HW_Handle_t hNet);
 HW_API HW_Result_t HW_NET_DhcpOff(HW_Handle_t hNet, HW_U32 u32IpVersion);
 HW_API HW_Result_t HW_NET_DhcpOn(HW_Handle_t hNet, HW_U32 u32IpVersion);
 
-// pszMac: six pairs of hexadecimal digits with ":" or "-" between them.
+// pszMac: six pairs of hexadecimal digits, all with ":" or all with "-" between them. The address of a group (first byte
+// odd) answers HW_ERR_INVALID_PARAMETER.
 HW_API HW_Result_t HW_NET_SetMac(HW_Handle_t hNet, const char* pszMac);
 
 HW_API HW_Result_t HW_NET_DeviceUp(HW_Handle_t hNet);

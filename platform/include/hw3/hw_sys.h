@@ -84,7 +84,8 @@ HW_API HW_Result_t HW_SYS_SetMiuSsc(HW_U32 u32Miu, HW_U16 u16Freq, HW_U16 u16Rat
 // pu8Path: NUL-terminated path of the firmware file.
 HW_API HW_Result_t HW_SYS_UpgradeFw(HW_U32 u32FwType, const HW_U8* pu8Path);
 
-// Configuration files are INI text; keys read "section:key". Several may be open at once, also of the same path.
+// Configuration files are INI text; keys read "section:key", and names are compared with regard to case. Several may be
+// open at once, also of the same path.
 HW_API HW_Result_t HW_SYS_OpenConfigFile(const HW_U8* pu8Path, HW_Handle_t* phConfig);
 
 // In: type 2, length 0, null data. Out: pointer and length of the text, which is NUL-terminated, owned by the
@@ -94,7 +95,8 @@ HW_API HW_Result_t HW_SYS_GetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key
 // Type 2, length and text. Changes the open file only.
 HW_API HW_Result_t HW_SYS_SetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key, const HW_SYS_ConfigData_t* pstData);
 
-// Writes the file back.
+// Puts what was set into the file as it is by then, and keeps what others have set meanwhile. The file keeps its
+// permissions, and a symbolic link to it stays one.
 HW_API HW_Result_t HW_SYS_CloseConfigFile(HW_Handle_t hConfig);
 
 // Allocating an allocated region answers HW_ERR_BUSY, freeing a free one HW_ERR_FAILED. HW_SYS_GetMmapLayout needs no

@@ -10,6 +10,7 @@
 #include <exception>
 #include <initializer_list>
 #include <type_traits>
+#include <utility>
 
 #include "hw3/hw_types.h"
 #include "vset/vset.h"
@@ -35,9 +36,40 @@ enum class OnFault { skip, act };
 
 namespace detail {
 
-// Switches the default set on when the process has attached none. False, with one line on standard error, when that
-// cannot be done.
+// Switches the default set on when the process has never attached or detached one. False when no set is on then, with
+// one line on standard error when the default set is the reason.
 VSET_API bool ensureAttached();
+
+// A call while it runs: the switch is not turned meanwhile, so that no call leaves anything behind in the life of the
+// set that follows. A call inside a call is part of the outer one.
+class VSET_API PoweredCall {
+public:
+    PoweredCall();
+    ~PoweredCall();
+    PoweredCall(const PoweredCall&) = delete;
+    PoweredCall& operator=(const PoweredCall&) = delete;
+
+    // Whether a set is on.
+    explicit operator bool() const { return _bOn; }
+
+private:
+    bool _bOn;
+};
+
+// A wait within a call, which the switch does not wait for. Locks of a model are not to be held where it ends.
+class VSET_API WithoutPower {
+public:
+    WithoutPower();
+    ~WithoutPower();
+    WithoutPower(const WithoutPower&) = delete;
+    WithoutPower& operator=(const WithoutPower&) = delete;
+
+private:
+    const bool _bInCall;
+};
+
+// Changes whenever the switch is turned: a call that has waited compares it before it goes on.
+VSET_API std::uint64_t powerCycles();
 
 struct TakenFault {
     bool bTaken = false;
@@ -138,27 +170,30 @@ template <class Result>
 constexpr bool kFailureIsRefusal = !std::is_pointer_v<Result> && !std::is_signed_v<Result>;
 
 // The model's answer. Nothing that it throws reaches the C caller.
-template <class Body>
-auto act(Body& body) -> decltype(body()) {
+template <class Body, class Result>
+Result act(Body& body, Result failure) {
     try {
         return body();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "virtual set: %s\n", error.what());
         errno = EIO;
-        return refusal<decltype(body())>();
+        return failure;
     }
 }
 
 }  // namespace detail
 
 // Runs `body`, the model of the middleware function `pszCall`, unless a fault answers in its place, and journals the
-// call with its result. errno is the body's or the fault's afterwards.
-template <class Body>
-auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFault = OnFault::skip) -> decltype(body()) {
-    using Result = decltype(body());
+// call with its result. errno is the body's or the fault's afterwards. `failure` is the answer without a set, and after
+// an exception of the body.
+template <class Body, class Result = decltype(std::declval<Body&>()())>
+Result call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFault = OnFault::skip,
+            Result failure = detail::refusal<Result>()) {
     const HostPaths hostPaths;
-    if (!detail::ensureAttached()) {
-        return detail::refusal<Result>();
+    const detail::PoweredCall powered;
+    if (!powered) {
+        errno = ENODEV;
+        return failure;
     }
     // Once for each function: a body has a type of its own.
     static const CallDescription* const pDescription = detail::findDescription(pszCall);
@@ -170,7 +205,7 @@ auto call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFaul
     const detail::TakenFault stFault = detail::takeFault(pszCall);
     Result result{};
     if (!stFault.bTaken || eOnFault == OnFault::act) {
-        result = detail::act(body);
+        result = detail::act(body, failure);
     }
     if (stFault.bTaken) {
         result = detail::faultResult<Result>(stFault);

@@ -32,6 +32,27 @@ constexpr const char* kFunctions[] = {
 #include "vset_functions.inc"
 };
 
+constexpr char kMinusOne[] = "-1";
+
+// Functions of which HW_ERR_FAILED is a success: a descriptor, a count, a "done".
+constexpr struct {
+    const char* pszCall;
+    const char* pszFailures;
+} kOwnFailures[] = {
+    {"HW_FS_Open", "-1 for a file that does not exist, -2 for other failures"},
+    {"HW_FS_Close", kMinusOne},
+    {"HW_FS_Write", "-1, or fewer bytes than were to be written"},
+    {"HW_FS_Fclose", kMinusOne},
+    {"HW_FS_Fread", "-1, or fewer members than were to be read"},
+    {"HW_FS_Fwrite", "-1, or fewer members than were to be written"},
+    {"HW_FS_Fseek", kMinusOne},
+    {"HW_FS_Stat", kMinusOne},
+    {"HW_FS_MkDir", kMinusOne},
+    {"HW_FS_Unlink", kMinusOne},
+    {"HW_FS_Sync", kMinusOne},
+    {"HW_TUNER_FactoryCmdApplyVif", "0"},
+};
+
 // Counts the call and tells whether it is one of those that fail.
 bool isDue(ArmedFault& stArmed) {
     const unsigned int u32Number = ++stArmed.u32Seen;
@@ -50,7 +71,8 @@ detail::TakenFault detail::takeFault(const char* pszCall) {
     const std::lock_guard<std::mutex> lock(faults.mutex);
     for (ArmedFault& stArmed : faults.armed) {
         if (stArmed.stFault.strCall == pszCall && isDue(stArmed) && !stTaken.bTaken) {
-            stTaken = {true, stArmed.stFault.s64Result, stArmed.stFault.s32Errno};
+            const long long s64Result = stArmed.stFault.s64Result;
+            stTaken = {true, s64Result != kNoResult ? s64Result : HW_ERR_FAILED, stArmed.stFault.s32Errno};
         }
     }
     return stTaken;
@@ -65,12 +87,25 @@ std::size_t allocations() {
     return theFaults().allocations.load(std::memory_order_relaxed);
 }
 
+std::string ownFailures(const std::string& strCall) {
+    for (const auto& [pszCall, pszFailures] : kOwnFailures) {
+        if (strCall == pszCall) {
+            return pszFailures;
+        }
+    }
+    return {};
+}
+
 void inject(const Fault& stFault) {
     if (!std::binary_search(faultNames().begin(), faultNames().end(), stFault.strCall)) {
         throw SetError("no such middleware function: " + stFault.strCall);
     }
     if (stFault.u32From == 0) {
         throw SetError("fault of " + stFault.strCall + ": calls are counted from 1");
+    }
+    if (const std::string strFailures = ownFailures(stFault.strCall);
+        stFault.s64Result == kNoResult && !strFailures.empty()) {
+        throw SetError("fault of " + stFault.strCall + ": say what it answers, for it answers no code: " + strFailures);
     }
     Faults& faults = theFaults();
     const std::lock_guard<std::mutex> lock(faults.mutex);

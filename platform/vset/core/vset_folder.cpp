@@ -290,6 +290,10 @@ std::string partitionFileIn(const std::string& strFolder, const std::string& str
     return strFolder + "/partitions/" + strPartition + ".img";
 }
 
+std::string resizedPartition(const std::string& strFile) {
+    return strFile + ".resized";
+}
+
 void makeFolder(const std::string& strFolder) {
     std::error_code error;
     fs::create_directories(strFolder, error);
@@ -452,16 +456,42 @@ void create(const std::string& strFolder) {
     }
 }
 
+// Ends what a power cut has interrupted: the size in the configuration says whether a partition has its new file.
+static void endResizing(const std::string& strFolder, const SetConfig& stConfig) {
+    for (const auto& [strName, u64Size] : stConfig.partitions) {
+        const std::string strFile = partitionFileIn(strFolder, strName);
+        std::error_code error;
+        const std::uintmax_t size = fs::file_size(resizedPartition(strFile), error);
+        if (error) {
+            continue;
+        }
+        if (size == u64Size && fs::file_size(strFile, error) != u64Size) {
+            moveFile(resizedPartition(strFile), strFile);
+        } else {
+            fs::remove(resizedPartition(strFile), error);
+        }
+    }
+}
+
 void loadFolder(const std::string& strFolder) {
     std::vector<std::string> problems;
     SetConfig stConfig = readConfig(strFolder, problems);
     for (const std::string& strProblem : problems) {
         std::fprintf(stderr, "virtual set: %s\n", strProblem.c_str());
     }
+    endResizing(strFolder, stConfig);
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
     loaded.strFolder = strFolder;
     loaded.stConfig = std::move(stConfig);
+}
+
+// The folder. Throws SetError when no set is attached. The caller holds the mutex.
+static const std::string& folderOf(const Loaded& loaded) {
+    if (loaded.strFolder.empty()) {
+        throw SetError("no set is attached");
+    }
+    return loaded.strFolder;
 }
 
 void unloadFolder() {
@@ -473,9 +503,7 @@ void unloadFolder() {
 void requireSet() {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
-    if (loaded.strFolder.empty()) {
-        throw SetError("no set is attached");
-    }
+    static_cast<void>(folderOf(loaded));
 }
 
 SetConfig setConfig() {
@@ -488,9 +516,10 @@ void changeSetConfig(const std::function<void(SetConfig&)>& change) {
     const HostPaths hostPaths;
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
+    const std::string& strFolder = folderOf(loaded);
     SetConfig stConfig = loaded.stConfig;
     change(stConfig);
-    writeConfig(loaded.strFolder, stConfig);
+    writeConfig(strFolder, stConfig);
     loaded.stConfig = std::move(stConfig);
 }
 
@@ -505,7 +534,7 @@ unsigned int bootCount() {
 std::string environmentFile(std::uint32_t u32FlashType) {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
-    return environmentFileIn(loaded.strFolder, u32FlashType);
+    return environmentFileIn(folderOf(loaded), u32FlashType);
 }
 
 std::string loadedFolder() {
@@ -517,7 +546,7 @@ std::string loadedFolder() {
 std::string partitionFile(const std::string& strPartition) {
     Loaded& loaded = theLoaded();
     const std::lock_guard<std::mutex> lock(loaded.mutex);
-    return partitionFileIn(loaded.strFolder, strPartition);
+    return partitionFileIn(folderOf(loaded), strPartition);
 }
 
 }  // namespace vset

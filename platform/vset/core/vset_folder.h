@@ -43,6 +43,9 @@ constexpr char kConfigFile[] = "/set.json";
 std::string environmentFileIn(const std::string& strFolder, std::uint32_t u32FlashType);
 std::string partitionFileIn(const std::string& strFolder, const std::string& strPartition);
 
+// What a partition's file is to become, while its size is changed.
+std::string resizedPartition(const std::string& strFile);
+
 // Whether a set was made in the folder, and as a whole.
 bool isSet(const std::string& strFolder);
 

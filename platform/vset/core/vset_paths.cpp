@@ -96,6 +96,11 @@ const char* toHost(const char* pszPath, std::string& strBuffer) {
     }
     Tree& tree = theTree();
     const std::lock_guard<std::mutex> lock(tree.mutex);
+    strBuffer.clear();
+    if (tree.strTree.empty()) {
+        // Not the path itself, which is another file on the host.
+        return strBuffer.c_str();
+    }
     strBuffer = tree.strTree + strNormalised;
     // The kernel asks of "file/" that it be a folder; the tree is to answer the same.
     if (pszPath[std::strlen(pszPath) - 1] == '/') {

@@ -17,7 +17,8 @@ bool isServed(const char* pszPath);
 // The number of a /dev/ttyS<n>, or -1.
 int serialPortOf(const char* pszPath);
 
-// The path to hand to the host for `pszPath`: itself, or one in `strBuffer` below the set's tree.
+// The path to hand to the host for `pszPath`: itself, or one in `strBuffer` below the set's tree. An empty text, which
+// names no file, when the set serves the path and none is attached.
 const char* toHost(const char* pszPath, std::string& strBuffer);
 
 // Whether this thread is to find a file at `pszPath` whatever is there.

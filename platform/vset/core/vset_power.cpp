@@ -2,6 +2,7 @@
 // The switch: which set is attached, and what switching it on does to the families.
 #include <cstdlib>
 #include <cstring>
+#include <shared_mutex>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -11,8 +12,10 @@
 #include "vset_call.h"
 #include "vset_family.h"
 #include "vset_folder.h"
+#include "vset_open_files.h"
 #include "vset_paths.h"
 #include "vset_storage.h"
+#include "vset_unsynced.h"
 
 namespace vset {
 
@@ -23,15 +26,52 @@ struct Power {
     std::mutex mutex;
     int s32Lock = -1;
     std::atomic<bool> bOn{false};
-    std::atomic<bool> bDefaultFailed{false};
+    bool bChosen = false;  // the process has attached or detached a set: it gets no default set any more
     std::atomic<bool> bSystemInitialised{false};
     std::vector<FamilyModel*> families;
+
+    // Shared by the calls that run, taken alone by the switch.
+    std::shared_mutex calls;
+    // Held by a switch that waits for calls; new calls wait for it, or calls of several threads would keep it waiting.
+    std::mutex gate;
+    std::atomic<bool> bGateClosed{false};
+    std::atomic<std::uint64_t> u64Cycles{0};
 };
 
 Power& powerState() {
     static Power& power = *new Power;
     return power;
 }
+
+// Calls of this thread that run, one inside the other.
+thread_local unsigned int t_u32Calls = 0;
+
+void shareCalls(Power& power) {
+    while (power.bGateClosed.load(std::memory_order_acquire)) {
+        const std::lock_guard<std::mutex> wait(power.gate);
+    }
+    power.calls.lock_shared();
+}
+
+// While one lives, no call runs, and those that begin wait.
+class NoCalls {
+public:
+    explicit NoCalls(Power& power) : _power(power), _gate(power.gate) {
+        _power.bGateClosed = true;
+        _power.calls.lock();
+        ++_power.u64Cycles;
+    }
+    ~NoCalls() {
+        _power.bGateClosed = false;
+        _power.calls.unlock();
+    }
+    NoCalls(const NoCalls&) = delete;
+    NoCalls& operator=(const NoCalls&) = delete;
+
+private:
+    Power& _power;
+    const std::lock_guard<std::mutex> _gate;
+};
 
 // Whether the file is still the one at the path, and not one of a folder that has been replaced.
 bool isAt(int s32Fd, const std::string& strPath) {
@@ -71,9 +111,16 @@ int lockFolder(const std::string& strFolder) {
         errno = s32Error;
         failWith(strLock);
     }
-    return s32Lock;
+    return moveAside(s32Lock);
 }
 
+// What programs have written is on the disk when the power goes in an orderly way.
+void endFiles() {
+    killOpenFiles();
+    forgetSynced();
+}
+
+// Calls go on meanwhile: those of the callbacks that it waits for may be among them.
 void switchOff(Power& power, bool bDetach) {
     for (FamilyModel* pFamily : power.families) {
         pFamily->powerOff(bDetach);
@@ -88,9 +135,17 @@ void switchOn(Power& power) {
     }
 }
 
+void offAndOn(Power& power) {
+    switchOff(power, false);
+    const NoCalls noCalls(power);
+    endFiles();
+    switchOn(power);
+}
+
 void giveBack(Power& power) {
-    // On until the callbacks have ended: these may call the middleware, which is not to wait for this here.
     switchOff(power, true);
+    const NoCalls noCalls(power);
+    endFiles();
     power.bOn = false;
     close(power.s32Lock);
     power.s32Lock = -1;
@@ -206,17 +261,54 @@ bool detail::ensureAttached() {
     if (power.bOn) {
         return true;
     }
-    if (power.bDefaultFailed) {
+    if (power.bChosen) {
         return false;
     }
+    power.bChosen = true;
     try {
         attachLocked(power, defaultFolder());
         return true;
     } catch (const SetError& error) {
         std::fprintf(stderr, "virtual set: %s\n", error.what());
-        power.bDefaultFailed = true;
         return false;
     }
+}
+
+detail::PoweredCall::PoweredCall() {
+    Power& power = powerState();
+    if (t_u32Calls++ == 0) {
+        shareCalls(power);
+    }
+    _bOn = power.bOn;
+    if (!_bOn && t_u32Calls == 1) {
+        const WithoutPower wait;
+        static_cast<void>(ensureAttached());
+    }
+    _bOn = power.bOn;
+}
+
+detail::PoweredCall::~PoweredCall() {
+    if (--t_u32Calls == 0) {
+        powerState().calls.unlock_shared();
+    }
+}
+
+detail::WithoutPower::WithoutPower() : _bInCall(t_u32Calls == 1) {
+    if (_bInCall) {
+        t_u32Calls = 0;
+        powerState().calls.unlock_shared();
+    }
+}
+
+detail::WithoutPower::~WithoutPower() {
+    if (_bInCall) {
+        shareCalls(powerState());
+        t_u32Calls = 1;
+    }
+}
+
+std::uint64_t detail::powerCycles() {
+    return powerState().u64Cycles;
 }
 
 std::string defaultFolder() {
@@ -233,17 +325,17 @@ std::string defaultFolder() {
 void attach(const std::string& strFolder) {
     Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
+    power.bChosen = true;
     attachLocked(power, strFolder);
-    power.bDefaultFailed = false;
 }
 
 void detach() {
     Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
-    if (power.s32Lock < 0) {
-        return;
+    power.bChosen = true;
+    if (power.s32Lock >= 0) {
+        giveBack(power);
     }
-    giveBack(power);
 }
 
 std::string folder() {
@@ -257,16 +349,14 @@ void powerCycle() {
         throw SetError("no set is attached");
     }
     const HostPaths hostPaths;
-    switchOff(power, false);
-    switchOn(power);
+    offAndOn(power);
 }
 
 void powerCycleIf(const std::function<bool()>& isWanted, const std::function<bool()>& prepare) {
     Power& power = powerState();
     const std::lock_guard<std::mutex> lock(power.mutex);
     if (power.bOn && isWanted() && prepare()) {
-        switchOff(power, false);
-        switchOn(power);
+        offAndOn(power);
     }
 }
 

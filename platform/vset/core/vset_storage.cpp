@@ -18,6 +18,7 @@
 
 #include "vset/vset.h"
 #include "vset_paths.h"
+#include "vset_unsynced.h"
 
 namespace vset {
 
@@ -27,13 +28,6 @@ namespace {
 constexpr std::size_t kBlock = 4096;
 
 std::atomic<unsigned int> g_u32WritesLeft{0};
-
-// One write to the storage is about to happen.
-void step() {
-    if (g_u32WritesLeft.load(std::memory_order_relaxed) != 0 && g_u32WritesLeft.fetch_sub(1) == 1) {
-        raise(SIGKILL);
-    }
-}
 
 bool isFull(int s32Error) {
     return s32Error == ENOSPC || s32Error == EDQUOT;
@@ -88,13 +82,21 @@ void syncFolderOf(const std::string& strFile) {
     fsync(folder.get());
 }
 
-// `write` fills the new file, which then takes the place of the old one.
+void keepMode(const std::string& strOld, int s32New) {
+    struct stat stOld = {};
+    if (stat(strOld.c_str(), &stOld) == 0) {
+        fchmod(s32New, stOld.st_mode & 07777);
+    }
+}
+
+// `write` fills the new file, which then takes the place of the old one with its permissions.
 template <class Write>
 void replaceBy(const std::string& strFile, Write&& write) {
     const std::string strNew = strFile + ".new";
     step();
     try {
         const Descriptor file(strNew, O_WRONLY | O_CREAT | O_TRUNC);
+        keepMode(strFile, file.get());
         write(file.get(), strNew);
         step();
         if (fdatasync(file.get()) != 0) {
@@ -113,8 +115,23 @@ void replaceBy(const std::string& strFile, Write&& write) {
 
 }  // namespace
 
+void moveFile(const std::string& strFile, const std::string& strTarget) {
+    step();
+    if (rename(strFile.c_str(), strTarget.c_str()) != 0) {
+        failWith(strTarget);
+    }
+    syncFolderOf(strTarget);
+}
+
 void cutPowerAtWrite(unsigned int u32Write) {
     g_u32WritesLeft = u32Write;
+}
+
+void step() {
+    if (g_u32WritesLeft.load(std::memory_order_relaxed) != 0 && g_u32WritesLeft.fetch_sub(1) == 1) {
+        takeBackUnsynced();
+        raise(SIGKILL);
+    }
 }
 
 void noteHostTrouble(const std::string& strFile, int s32Error) {
@@ -202,7 +219,11 @@ void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size) {
 }
 
 void replaceFileResized(const std::string& strFile, std::uint64_t u64Size) {
-    replaceBy(strFile, [&](int s32Fd, const std::string& strNew) {
+    writeFileResized(strFile, strFile, u64Size);
+}
+
+void writeFileResized(const std::string& strFile, const std::string& strTarget, std::uint64_t u64Size) {
+    replaceBy(strTarget, [&](int s32Fd, const std::string& strNew) {
         const Descriptor old(strFile, O_RDONLY);
         unsigned char au8Block[kBlock];
         std::uint64_t u64Done = 0;

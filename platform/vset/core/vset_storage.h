@@ -19,11 +19,14 @@ void tellHostTrouble(const std::string& strFile, int s32Error);
 // Tells that the host has no room for a file or folder at this path, if that is the set's. errno stays.
 void tellFullDisk(const char* pszPath);
 
+// One write to the storage is about to happen, at which the power may be cut.
+void step();
+
 // The whole file. Throws SetError naming it.
 std::vector<unsigned char> readFile(const std::string& strFile);
 
-// Puts `size` bytes in place of the file: after a power cut at any moment it holds the old bytes or the new ones.
-// Throws SetError naming it; the old bytes then stand.
+// Puts `size` bytes in place of the file, which keeps its permissions: after a power cut at any moment it holds the old
+// bytes or the new ones. A link to it is replaced. Throws SetError naming the file; the old bytes then stand.
 void replaceFile(const std::string& strFile, const void* pData, std::size_t size);
 
 // The same with `u64Size` bytes of 0xFF, as flash is after erasing.
@@ -31,6 +34,12 @@ void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size);
 
 // The same with what the file holds, cut or filled up with 0xFF to `u64Size` bytes.
 void replaceFileResized(const std::string& strFile, std::uint64_t u64Size);
+
+// Puts those bytes into another file, which replaces the one of its name.
+void writeFileResized(const std::string& strFile, const std::string& strTarget, std::uint64_t u64Size);
+
+// Has a file take the place of another one of the same folder. Throws SetError.
+void moveFile(const std::string& strFile, const std::string& strTarget);
 
 // Writes in place, block by block. Throws SetError.
 void writeBlocks(int s32Fd, const std::string& strFile, const void* pData, std::size_t size, std::uint64_t u64Offset);

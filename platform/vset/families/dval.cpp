@@ -85,10 +85,12 @@ DVAL_Result_t DVVDO_Reset(unsigned int u32Window) {
 
 DVAL_Result_t DVVDO_SetArg(unsigned int u32Window, unsigned int u32Arg, unsigned int u32Value) {
     return vset::call(__func__, {u32Window, u32Arg, u32Value}, [&]() -> DVAL_Result_t {
-        if (!vset::isArgument(u32Arg)) {
-            return HW_ERR_NOT_SUPPORT;
-        }
-        return model.withDrivers(u32Window, [&](Drivers& drivers) { drivers.arguments[u32Arg] = u32Value; });
+        const DVAL_Result_t result = model.withDrivers(u32Window, [&](Drivers& drivers) {
+            if (vset::isArgument(u32Arg)) {
+                drivers.arguments[u32Arg] = u32Value;
+            }
+        });
+        return result != HW_OK || vset::isArgument(u32Arg) ? result : DVAL_Result_t{HW_ERR_NOT_SUPPORT};
     });
 }
 

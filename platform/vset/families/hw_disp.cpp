@@ -89,11 +89,9 @@ HW_Result_t withModule(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery
     }
     switch (pstQuery->u32ModuleKind) {
         case E_HW_DISP_MODULE_VIDEO:
-            body(videoHandle(*window));
-            return HW_OK;
+            return body(videoHandle(*window));
         case E_HW_DISP_MODULE_EXTIN:
-            body(inputHandle(*window));
-            return HW_OK;
+            return body(inputHandle(*window));
         default:
             return HW_ERR_INVALID_PARAMETER;
     }
@@ -179,18 +177,25 @@ HW_Result_t HW_DISP_Close(HW_Handle_t hDisp) {
 
 HW_Result_t HW_DISP_GetConnectedNum(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32* pu32Num) {
     return vset::call(__func__, {hDisp, pstQuery, pu32Num}, [&]() -> HW_Result_t {
-        return vset::withModule(hDisp, pstQuery, pu32Num,
-                                [&](std::optional<HW_Handle_t> module) { *pu32Num = module ? 1 : 0; });
+        return vset::withModule(hDisp, pstQuery, pu32Num, [&](std::optional<HW_Handle_t> module) -> HW_Result_t {
+            *pu32Num = module ? 1 : 0;
+            return HW_OK;
+        });
     });
 }
 
 HW_Result_t HW_DISP_GetConnected(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32 u32Num,
                                  HW_Handle_t* phModules) {
     return vset::call(__func__, {hDisp, pstQuery, u32Num, phModules}, [&]() -> HW_Result_t {
-        return vset::withModule(hDisp, pstQuery, phModules, [&](std::optional<HW_Handle_t> module) {
-            if (module && u32Num != 0) {
-                *phModules = *module;
+        return vset::withModule(hDisp, pstQuery, phModules, [&](std::optional<HW_Handle_t> module) -> HW_Result_t {
+            if (u32Num == 0) {
+                return HW_OK;
             }
+            if (!module) {
+                return HW_ERR_FAILED;
+            }
+            *phModules = *module;
+            return HW_OK;
         });
     });
 }

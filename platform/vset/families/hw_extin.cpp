@@ -87,6 +87,7 @@ HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phExtin) {
 // --- EDIDs -----------------------------------------------------------------------------------------------------------
 
 std::string edidFolder() {
+    requireSet();
     return loadedFolder() + "/edid";
 }
 
@@ -249,9 +250,17 @@ HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t* pstParams, HW_Hand
     });
 }
 
+// The open value that an input of this type wants.
+static HW_U32 openValueOf(HW_U32 u32Type) {
+    return u32Type == E_HW_EXTIN_TYPE_VGA ? 2 : u32Type == E_HW_EXTIN_TYPE_YPBPR ? 1 : 0;
+}
+
 HW_Result_t HW_EXTIN_Open(const HW_EXTIN_OpenParams_t* pstParams, HW_Handle_t* phExtin) {
     return vset::call(__func__, {pstParams, phExtin}, [&]() -> HW_Result_t {
         const HW_Result_t result = vset::judge(pstParams, phExtin);
+        if (result == HW_OK && pstParams->u32OpenValue != openValueOf(pstParams->u32Type)) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
         return result == HW_OK ? model.handles().open(vset::keyOf({pstParams->u32Type, pstParams->u32Index}), phExtin)
                                : result;
     });

@@ -42,12 +42,12 @@ const char* text(const HW_U8* pu8Text) {
 
 // Checks the parameters of Get and Set.
 HW_Result_t judge(HW_Handle_t hFlash, const HW_FLASH_EnvVar_t* pstVar) {
+    if (!flashModel.handles().key(hFlash)) {
+        return HW_ERR_INVALID_HANDLE;
+    }
     if (pstVar == nullptr || pstVar->pu8EnvImage == nullptr || pstVar->pu8Key == nullptr ||
         pstVar->pu8Value == nullptr) {
         return HW_ERR_INVALID_PARAMETER;
-    }
-    if (!flashModel.handles().key(hFlash)) {
-        return HW_ERR_INVALID_HANDLE;
     }
     return isKey(text(pstVar->pu8Key)) ? HW_OK : HW_ERR_INVALID_PARAMETER;
 }
@@ -78,12 +78,12 @@ HW_Result_t setVariable(const HW_FLASH_EnvVar_t& stVar) {
 
 HW_Result_t HW_FLASH_LoadEnv(HW_Handle_t hFlash, HW_U8* pu8EnvImage) {
     return vset::call(__func__, {hFlash, pu8EnvImage}, [&]() -> HW_Result_t {
-        if (pu8EnvImage == nullptr) {
-            return HW_ERR_INVALID_PARAMETER;
-        }
         const auto type = flashModel.handles().key(hFlash);
         if (!type) {
             return HW_ERR_INVALID_HANDLE;
+        }
+        if (pu8EnvImage == nullptr) {
+            return HW_ERR_INVALID_PARAMETER;
         }
         return vset::withFlashFiles([&]() -> HW_Result_t {
             const std::vector<HW_U8> image = loadEnvironment(static_cast<HW_U32>(*type));
@@ -95,12 +95,12 @@ HW_Result_t HW_FLASH_LoadEnv(HW_Handle_t hFlash, HW_U8* pu8EnvImage) {
 
 HW_Result_t HW_FLASH_StoreEnv(HW_Handle_t hFlash, const HW_U8* pu8EnvImage) {
     return vset::call(__func__, {hFlash, pu8EnvImage}, [&]() -> HW_Result_t {
-        if (pu8EnvImage == nullptr) {
-            return HW_ERR_INVALID_PARAMETER;
-        }
         const auto type = flashModel.handles().key(hFlash);
         if (!type) {
             return HW_ERR_INVALID_HANDLE;
+        }
+        if (pu8EnvImage == nullptr) {
+            return HW_ERR_INVALID_PARAMETER;
         }
         return vset::withFlashFiles([&]() -> HW_Result_t {
             std::vector<HW_U8> image(pu8EnvImage, pu8EnvImage + HW_FLASH_ENV_IMAGE_SIZE);

@@ -20,13 +20,13 @@ using Partitions = std::map<std::string, std::uint64_t>;
 // Checks the parameters of Read and Write. On success *pu64Size is the size of the partition.
 HW_Result_t judge(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, const HW_U32* pu32Report,
                   std::uint64_t* pu64Size) {
-    if (pstTransfer == nullptr || pu32Report == nullptr || pstTransfer->pu8PartitionName == nullptr ||
-        (pstTransfer->pu8Data == nullptr && pstTransfer->u32Length != 0)) {
-        return HW_ERR_INVALID_PARAMETER;
-    }
     const auto type = flashModel.handles().key(hFlash);
     if (!type) {
         return HW_ERR_INVALID_HANDLE;
+    }
+    if (pstTransfer == nullptr || pu32Report == nullptr || pstTransfer->pu8PartitionName == nullptr ||
+        (pstTransfer->pu8Data == nullptr && pstTransfer->u32Length != 0)) {
+        return HW_ERR_INVALID_PARAMETER;
     }
     if (*type != E_HW_FLASH_TYPE_EMMC || pstTransfer->u32FlashType != E_HW_FLASH_TYPE_EMMC) {
         return HW_ERR_INVALID_PARAMETER;
@@ -79,24 +79,6 @@ HW_Result_t transfer(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer,
     });
 }
 
-void resizeFile(const std::string& strFile, std::uint64_t u64Size) {
-    std::error_code error;
-    const std::uintmax_t oldSize = fs::file_size(strFile, error);
-    if (error == std::errc::no_such_file_or_directory) {
-        return;
-    }
-    if (!error) {
-        fs::resize_file(strFile, std::min<std::uintmax_t>(oldSize, u64Size), error);
-    }
-    if (error) {
-        vset::noteHostTrouble(strFile, error.value());
-        throw vset::SetError(strFile + ": " + error.message());
-    }
-    if (u64Size > oldSize) {
-        vset::FlashFile(strFile, oldSize, O_WRONLY).writeBlank(u64Size - oldSize, oldSize);
-    }
-}
-
 }  // namespace
 
 HW_Result_t HW_FLASH_Read(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, HW_U32* pu32Report) {
@@ -121,6 +103,14 @@ void vset::flash::setPartition(const std::string& strName, std::uint64_t u64Size
     }
     const std::lock_guard<std::mutex> lock(flashModel.storageMutex);
     const HostPaths hostPaths;
+    const std::string strFile = partitionFile(strName);
+    const bool bWritten = fs::exists(strFile);
+    if (bWritten) {
+        writeFileResized(strFile, resizedPartition(strFile), u64Size);
+    }
+    // A power cut before leaves the old size with the old file, one after it the new size with the new file.
     changeSetConfig([&](SetConfig& stConfig) { stConfig.partitions[strName] = u64Size; });
-    resizeFile(partitionFile(strName), u64Size);
+    if (bWritten) {
+        moveFile(resizedPartition(strFile), strFile);
+    }
 }

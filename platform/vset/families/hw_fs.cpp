@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,8 +15,10 @@
 #include "serial_lines.h"
 #include "vset_call.h"
 #include "vset_family.h"
+#include "vset_open_files.h"
 #include "vset_paths.h"
 #include "vset_storage.h"
+#include "vset_unsynced.h"
 
 namespace {
 
@@ -38,6 +42,30 @@ private:
     const char* _pszPath;
 };
 
+// Waits with the power off for what may keep a call waiting: a pipe or a terminal.
+class PatientCall {
+public:
+    explicit PatientCall(bool bWaits) : _u64Cycle(vset::detail::powerCycles()) {
+        if (bWaits) {
+            _withoutPower.emplace();
+        }
+    }
+    // Ends the waiting. Whether the set is still on as it was.
+    bool isSameLife() {
+        _withoutPower.reset();
+        return _u64Cycle == vset::detail::powerCycles();
+    }
+
+private:
+    const std::uint64_t _u64Cycle;
+    std::optional<vset::detail::WithoutPower> _withoutPower;
+};
+
+bool mayWait(const char* pszHost) {
+    struct stat stStat = {};
+    return stat(pszHost, &stStat) == 0 && !S_ISREG(stStat.st_mode) && !S_ISDIR(stStat.st_mode);
+}
+
 bool isPlainFile(HW_S32 s32Fd) {
     struct stat stStat = {};
     return fstat(s32Fd, &stStat) == 0 && S_ISREG(stStat.st_mode);
@@ -55,6 +83,12 @@ void tellTrouble(HW_S32 s32Fd) {
 }
 
 HW_S32 writeFile(HW_S32 s32Fd, const void* pData, std::size_t size) {
+    if (!vset::isDescriptorOpen(s32Fd)) {
+        return -1;
+    }
+    const PatientCall patientCall(!isPlainFile(s32Fd));
+    vset::rememberFileOf(s32Fd);
+    vset::step();
     const auto* pu8Data = static_cast<const unsigned char*>(pData);
     const ssize_t length = write(s32Fd, pData, size);
     ssize_t more = std::min<ssize_t>(length, 0);
@@ -74,6 +108,9 @@ HW_S32 membersOf(std::size_t count, FILE* pStream) {
 }
 
 HW_S32 writeStream(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
+    const PatientCall patientCall(!isPlainFile(fileno(pStream)));
+    vset::rememberFileOf(pStream);
+    vset::step();
     const std::size_t count = std::fwrite(pData, u32Size, u32Count, pStream);
     if (count < u32Count && std::ferror(pStream) != 0) {
         tellTrouble(fileno(pStream));
@@ -98,10 +135,10 @@ void lendLargeBuffer(FILE* pStream) {
 // it.
 HW_S32 closeStream(FILE* pStream) {
     const bool bLent = largeBufferOwner == pStream;
-    if (std::fflush(pStream) != 0) {
+    if (vset::isStreamOpen(pStream) && std::fflush(pStream) != 0) {
         tellTrouble(fileno(pStream));
     }
-    const HW_S32 s32Result = std::fclose(pStream);
+    const HW_S32 s32Result = vset::closeStream(pStream);
     if (bLent) {
         largeBufferOwner = nullptr;
     }
@@ -111,6 +148,51 @@ HW_S32 closeStream(FILE* pStream) {
 HW_S32 refuseNull() {
     errno = EFAULT;
     return -1;
+}
+
+// A descriptor of 0 or more, or what HW_FS_Open answers without one.
+HW_S32 openDescriptor(const char* pszPath, HW_S32 s32Flags) {
+    const TreePath path(pszPath);
+    PatientCall patientCall(mayWait(path.get()));
+    const int s32Fd = vset::openServed(pszPath, -1, [&] { return open(path.get(), s32Flags | O_NOCTTY | O_CLOEXEC); });
+    if (s32Fd >= 0 && !patientCall.isSameLife()) {
+        close(s32Fd);
+        errno = ENODEV;
+        return kFailed;
+    }
+    if (s32Fd < 0) {
+        return errno == ENOENT || errno == ENOTDIR ? kAbsent : kFailed;
+    }
+    vset::addDescriptor(s32Fd, vset::Opener::middleware);
+    return s32Fd;
+}
+
+FILE* openStream(const char* pszPath, const char* pszMode) {
+    const TreePath path(pszPath);
+    PatientCall patientCall(mayWait(path.get()));
+    if (pszMode[0] != 'r') {
+        vset::rememberSynced(path.get(), vset::Link::followed);
+    }
+    FILE* const pStream =
+        vset::openServed(pszPath, static_cast<FILE*>(nullptr), [&] { return std::fopen(path.get(), pszMode); });
+    if (pStream != nullptr && !patientCall.isSameLife()) {
+        std::fclose(pStream);
+        errno = ENODEV;
+        return nullptr;
+    }
+    if (pStream != nullptr) {
+        vset::addStream(pStream);
+        if (pszMode[0] == 'w') {
+            lendLargeBuffer(pStream);
+        }
+    }
+    return pStream;
+}
+
+// Members read, or -1.
+HW_S32 readStream(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
+    const PatientCall patientCall(!isPlainFile(fileno(pStream)));
+    return membersOf(std::fread(pData, u32Size, u32Count, pStream), pStream);
 }
 
 }  // namespace
@@ -125,24 +207,23 @@ HW_Result_t HW_FS_Init(const HW_FS_InitParams_t* pstParams) {
 }
 
 HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags) {
-    return vset::call(__func__, {pszPath, s32Flags}, [&]() -> HW_S32 {
-        if (pszPath == nullptr) {
-            errno = EFAULT;
-            return kFailed;
-        }
-        const TreePath path(pszPath);
-        const int s32Fd = vset::openServed(pszPath, -1, [&] { return open(path.get(), s32Flags | O_CLOEXEC); });
-        if (s32Fd >= 0) {
-            return s32Fd;
-        }
-        return errno == ENOENT || errno == ENOTDIR ? kAbsent : kFailed;
-    });
+    return vset::call(
+        __func__, {pszPath, s32Flags},
+        [&]() -> HW_S32 {
+            if (pszPath == nullptr || (s32Flags != O_RDONLY && s32Flags != O_RDWR)) {
+                errno = pszPath == nullptr ? EFAULT : EINVAL;
+                return kFailed;
+            }
+            return openDescriptor(pszPath, s32Flags);
+        },
+        vset::OnFault::skip, kFailed);
 }
 
 HW_S32 HW_FS_Close(HW_S32 s32Fd) {
     // Descriptor 0 belongs to the host program; the set only says that it is closed.
     return vset::call(
-        __func__, {s32Fd}, [&]() -> HW_S32 { return s32Fd == 0 ? 0 : close(s32Fd); }, vset::OnFault::act);
+        __func__, {s32Fd}, [&]() -> HW_S32 { return s32Fd == 0 ? 0 : vset::closeDescriptor(s32Fd); },
+        vset::OnFault::act);
 }
 
 HW_S32 HW_FS_Write(HW_S32 s32Fd, const void* pData, HW_U32 u32Size) {
@@ -157,13 +238,7 @@ FILE* HW_FS_Fopen(const char* pszPath, const char* pszMode) {
             errno = EFAULT;
             return nullptr;
         }
-        const TreePath path(pszPath);
-        FILE* const pStream =
-            vset::openServed(pszPath, static_cast<FILE*>(nullptr), [&] { return std::fopen(path.get(), pszMode); });
-        if (pStream != nullptr && pszMode[0] == 'w') {
-            lendLargeBuffer(pStream);
-        }
-        return pStream;
+        return openStream(pszPath, pszMode);
     });
 }
 
@@ -173,23 +248,30 @@ HW_S32 HW_FS_Fclose(FILE* pStream) {
         vset::OnFault::act);
 }
 
+// The answer of `body` for a buffer and a stream that is open, else -1.
+template <class Body>
+static HW_S32 withStream(const void* pData, FILE* pStream, Body&& body) {
+    if (pData == nullptr || pStream == nullptr) {
+        return refuseNull();
+    }
+    return vset::isStreamOpen(pStream) ? body() : -1;
+}
+
 HW_S32 HW_FS_Fread(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
     return vset::call(__func__, {pData, u32Size, u32Count, pStream}, [&]() -> HW_S32 {
-        return pData == nullptr || pStream == nullptr
-                   ? refuseNull()
-                   : membersOf(std::fread(pData, u32Size, u32Count, pStream), pStream);
+        return withStream(pData, pStream, [&] { return readStream(pData, u32Size, u32Count, pStream); });
     });
 }
 
 HW_S32 HW_FS_Fwrite(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
     return vset::call(__func__, {pData, u32Size, u32Count, pStream}, [&]() -> HW_S32 {
-        return pData == nullptr || pStream == nullptr ? refuseNull() : writeStream(pData, u32Size, u32Count, pStream);
+        return withStream(pData, pStream, [&] { return writeStream(pData, u32Size, u32Count, pStream); });
     });
 }
 
 HW_S32 HW_FS_Fseek(FILE* pStream, HW_S64 s64Offset, HW_S32 s32Whence) {
     return vset::call(__func__, {pStream, s64Offset, s32Whence}, [&]() -> HW_S32 {
-        return pStream == nullptr ? refuseNull() : fseeko(pStream, static_cast<off_t>(s64Offset), s32Whence);
+        return withStream(pStream, pStream, [&] { return fseeko(pStream, static_cast<off_t>(s64Offset), s32Whence); });
     });
 }
 
@@ -204,7 +286,10 @@ HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode) {
         if (pszPath == nullptr) {
             return refuseNull();
         }
-        const HW_S32 s32Result = mkdir(TreePath(pszPath).get(), static_cast<mode_t>(u32Mode));
+        const TreePath path(pszPath);
+        vset::rememberSynced(path.get(), vset::Link::itself);
+        vset::step();
+        const HW_S32 s32Result = mkdir(path.get(), static_cast<mode_t>(u32Mode));
         if (s32Result != 0 && errno == ENOSPC) {
             vset::tellFullDisk(pszPath);
         }
@@ -213,12 +298,22 @@ HW_S32 HW_FS_MkDir(const char* pszPath, HW_U32 u32Mode) {
 }
 
 HW_S32 HW_FS_Unlink(const char* pszPath) {
-    return vset::call(__func__, {pszPath},
-                      [&]() -> HW_S32 { return pszPath == nullptr ? refuseNull() : unlink(TreePath(pszPath).get()); });
+    return vset::call(__func__, {pszPath}, [&]() -> HW_S32 {
+        if (pszPath == nullptr) {
+            return refuseNull();
+        }
+        const TreePath path(pszPath);
+        vset::rememberSynced(path.get(), vset::Link::itself);
+        vset::step();
+        return unlink(path.get());
+    });
 }
 
-// What the set has written is in the host's hands at once and survives the power cut of a virtual set, so there is
-// nothing to flush; the call is in the journal.
+// What the set has written is in the host's hands at once, so there is nothing to flush: it is no longer lost when the
+// power is cut.
 HW_S32 HW_FS_Sync(void) {
-    return vset::call(__func__, {}, []() -> HW_S32 { return 0; });
+    return vset::call(__func__, {}, []() -> HW_S32 {
+        vset::forgetSynced();
+        return 0;
+    });
 }

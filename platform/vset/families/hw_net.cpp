@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Network interfaces, which are those of the set's folder.
+// Network interfaces. Their names, MAC addresses and states after switching on are those of the set's folder.
 #include "hw3/hw_net.h"
 
 #include <algorithm>
@@ -7,6 +7,8 @@
 #include <cstring>
 #include <mutex>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "vset/net.h"
 #include "vset_call.h"
@@ -17,20 +19,38 @@ namespace vset {
 
 namespace {
 
-// The key of a handle is the interface's place in the list.
+// What is forgotten when the set is switched off.
+struct Present {
+    std::uint64_t u64Id = 0;  // stays the interface's when the list is changed
+    bool bUp = false;
+    bool bDhcp = false;
+};
+
+// The key of a handle is the interface's number.
 class NetModel : public FamilyModel {
 public:
     NetModel() : FamilyModel(FamilyId::net, "HW_NET") {}
 
     // Held while the list is changed.
     std::mutex mutex;
+    std::vector<Present> present;  // of the interfaces of the folder, in their order
     std::optional<unsigned int> reportedCount;
+
+    Present make(const net::Interface& stInterface) { return {_u64Made++, stInterface.bUp, stInterface.bDhcp}; }
 
 protected:
     void reset() override {
         const std::lock_guard<std::mutex> lock(mutex);
         reportedCount.reset();
+        present.clear();
+        _u64Made = 0;
+        for (const net::Interface& stInterface : setConfig().interfaces) {
+            present.push_back(make(stInterface));
+        }
     }
+
+private:
+    std::uint64_t _u64Made = 0;
 };
 NetModel& model = *new NetModel;
 
@@ -59,42 +79,37 @@ HW_Result_t openInterface(const HW_NET_OpenParams_t& stParams, HW_Handle_t* phNe
     if (found == interfaces.end()) {
         return HW_ERR_INVALID_PARAMETER;
     }
-    return model.handles().open(static_cast<std::uint64_t>(found - interfaces.begin()), phNet);
+    return model.handles().open(model.present[static_cast<std::size_t>(found - interfaces.begin())].u64Id, phNet);
 }
 
-// Runs `change` on the interface of an open handle, and keeps what it has made of it when that is HW_OK.
-template <class Change>
-HW_Result_t changeInterface(HW_Handle_t hNet, Change&& change) {
+// Runs `body` on the place of an open handle's interface in the list, which stays as it is meanwhile.
+template <class Body>
+HW_Result_t withInterface(HW_Handle_t hNet, Body&& body) {
     const std::lock_guard<std::mutex> lock(model.mutex);
-    const auto place = model.handles().key(hNet);
-    const std::vector<net::Interface> interfaces = setConfig().interfaces;
-    if (!place || *place >= interfaces.size()) {
-        return HW_ERR_INVALID_HANDLE;
-    }
-    net::Interface stInterface = interfaces[*place];
-    const HW_Result_t result = change(stInterface);
-    if (result == HW_OK) {
-        // The list is the same as above: it changes under the model's mutex alone.
-        changeSetConfig([&](SetConfig& stConfig) { stConfig.interfaces[*place] = stInterface; });
-    }
-    return result;
+    const auto id = model.handles().key(hNet);
+    const auto found = std::find_if(model.present.begin(), model.present.end(),
+                                    [&](const Present& stPresent) { return id && stPresent.u64Id == *id; });
+    return found != model.present.end() ? body(static_cast<std::size_t>(found - model.present.begin()))
+                                        : HW_ERR_INVALID_HANDLE;
 }
 
 HW_Result_t switchDhcp(HW_Handle_t hNet, HW_U32 u32IpVersion, bool bOn) {
-    return changeInterface(hNet, [&](net::Interface& stInterface) -> HW_Result_t {
+    return withInterface(hNet, [&](std::size_t place) -> HW_Result_t {
         if (u32IpVersion != E_HW_NET_IPV4) {
             return HW_ERR_NOT_SUPPORT;
         }
-        if (stInterface.bDhcp == bOn) {
-            return HW_ERR_FAILED;
-        }
-        stInterface.bDhcp = bOn;
-        return HW_OK;
+        bool& bDhcp = model.present[place].bDhcp;
+        return std::exchange(bDhcp, bOn) != bOn ? HW_OK : HW_ERR_FAILED;
     });
 }
 
-// "0a-1B-..." as "0A:1B:...".
+// "0a-1B-..." as "0A:1B:...". Empty for a text with both separators, and for the address of a group.
 std::string canonicalMac(std::string strMac) {
+    const bool bMixed = strMac.find(':') != std::string::npos && strMac.find('-') != std::string::npos;
+    const bool bGroup = strMac.size() > 1 && std::strchr("13579bBdDfF", strMac[1]) != nullptr;
+    if (bMixed || bGroup) {
+        return {};
+    }
     for (char& cDigit : strMac) {
         cDigit = cDigit == '-' ? ':' : static_cast<char>(std::toupper(static_cast<unsigned char>(cDigit)));
     }
@@ -102,15 +117,72 @@ std::string canonicalMac(std::string strMac) {
 }
 
 HW_Result_t setMac(HW_Handle_t hNet, const char* pszMac) {
-    return changeInterface(hNet, [&](net::Interface& stInterface) -> HW_Result_t {
+    return withInterface(hNet, [&](std::size_t place) -> HW_Result_t {
         if (pszMac == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
+        net::Interface stInterface = setConfig().interfaces[place];
         // A text that is too long is none either.
         stInterface.strMac = canonicalMac(std::string(pszMac, strnlen(pszMac, 18)));
-        return isInterface(stInterface) ? HW_OK : HW_ERR_INVALID_PARAMETER;
+        if (!isInterface(stInterface)) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        changeSetConfig([&](SetConfig& stConfig) { stConfig.interfaces[place] = stInterface; });
+        return HW_OK;
     });
 }
+
+// The interfaces as they are now.
+std::vector<net::Interface> presentInterfaces() {
+    std::vector<net::Interface> interfaces = setConfig().interfaces;
+    for (std::size_t i = 0; i < interfaces.size(); ++i) {
+        interfaces[i].bUp = model.present[i].bUp;
+        interfaces[i].bDhcp = model.present[i].bDhcp;
+    }
+    return interfaces;
+}
+
+// A list to be, of which each interface that had its name before stays the same one.
+class NextList {
+public:
+    explicit NextList(const std::vector<net::Interface>& interfaces)
+        : _stored(setConfig().interfaces), _next(interfaces) {
+        for (net::Interface& stInterface : _next) {
+            add(stInterface);
+        }
+    }
+
+    void take() {
+        changeSetConfig([&](SetConfig& stConfig) { stConfig.interfaces = _next; });
+        for (std::size_t i = 0; i < _stored.size(); ++i) {
+            const auto handle = model.handles().instance(model.present[i].u64Id);
+            if (_kept.count(i) == 0 && handle) {
+                model.handles().close(handle->u32Handle);
+            }
+        }
+        model.present = _present;
+    }
+
+private:
+    void add(net::Interface& stInterface) {
+        for (std::size_t i = 0; i < _stored.size(); ++i) {
+            if (_stored[i].strName == stInterface.strName && _kept.insert(i).second) {
+                const Present& stBefore = model.present[i];
+                _present.push_back({stBefore.u64Id, stInterface.bUp, stInterface.bDhcp});
+                // What a program has switched is not how it comes up.
+                stInterface.bUp = stInterface.bUp == stBefore.bUp ? _stored[i].bUp : stInterface.bUp;
+                stInterface.bDhcp = stInterface.bDhcp == stBefore.bDhcp ? _stored[i].bDhcp : stInterface.bDhcp;
+                return;
+            }
+        }
+        _present.push_back(model.make(stInterface));
+    }
+
+    const std::vector<net::Interface> _stored;
+    std::vector<net::Interface> _next;
+    std::vector<Present> _present;
+    std::set<std::size_t> _kept;  // places
+};
 
 }  // namespace
 
@@ -167,8 +239,8 @@ HW_Result_t HW_NET_SetMac(HW_Handle_t hNet, const char* pszMac) {
 }
 
 static HW_Result_t setUp(HW_Handle_t hNet, bool bUp) {
-    return vset::changeInterface(hNet, [&](vset::net::Interface& stInterface) -> HW_Result_t {
-        stInterface.bUp = bUp;
+    return vset::withInterface(hNet, [&](std::size_t place) -> HW_Result_t {
+        model.present[place].bUp = bUp;
         return HW_OK;
     });
 }
@@ -187,7 +259,8 @@ namespace vset::net {
 
 std::vector<Interface> interfaces() {
     requireSet();
-    return setConfig().interfaces;
+    const std::lock_guard<std::mutex> lock(model.mutex);
+    return presentInterfaces();
 }
 
 void setInterfaces(const std::vector<Interface>& interfaces) {
@@ -202,7 +275,7 @@ void setInterfaces(const std::vector<Interface>& interfaces) {
         }
     }
     const std::lock_guard<std::mutex> lock(model.mutex);
-    changeSetConfig([&](SetConfig& stConfig) { stConfig.interfaces = interfaces; });
+    NextList(interfaces).take();
 }
 
 void setReportedCount(unsigned int u32Count) {

@@ -12,6 +12,8 @@ using vset::emulatedMemory;
 
 namespace {
 
+constexpr HW_U32 kIommuUnit = 0x4000;
+
 // The name need not end within its field.
 std::string nameOf(const HW_OS_IommuRequest_t* pstRequest) {
     if (pstRequest == nullptr) {
@@ -25,7 +27,8 @@ std::string nameOf(const HW_OS_IommuRequest_t* pstRequest) {
 HW_Result_t HW_OS_AllocateIommuMemory(HW_OS_IommuRequest_t* pstRequest) {
     const std::string strName = nameOf(pstRequest);
     return vset::call(__func__, {pstRequest}, [&]() -> HW_Result_t {
-        if (pstRequest == nullptr || pstRequest->u32Length == 0) {
+        if (pstRequest == nullptr || pstRequest->u32Length == 0 || pstRequest->u32Length % kIommuUnit != 0 ||
+            pstRequest->u32Word1 != 1 || pstRequest->u32Word0 != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
         if (vset::systemReadiness() != HW_OK) {
@@ -66,6 +69,7 @@ HW_Result_t HW_OS_Pa2NonCachedVa(HW_U64 u64PhysAddr, HW_U64* pu64VirtAddr) {
 
 HW_Result_t HW_OS_DelayTask(HW_U32 u32Ms) {
     return vset::call(__func__, {u32Ms}, [&]() -> HW_Result_t {
+        const vset::detail::WithoutPower wait;
         std::this_thread::sleep_for(std::chrono::milliseconds(u32Ms));
         return HW_OK;
     });

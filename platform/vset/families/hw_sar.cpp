@@ -272,8 +272,9 @@ HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackPar
         if (pstParams == nullptr || (pstParams->u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) == 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
+        const std::uint64_t u64Cycle = vset::detail::powerCycles();
         result = model.queue.unregisterCallback(hSar);
-        if (result == HW_OK) {
+        if (result == HW_OK && u64Cycle == vset::detail::powerCycles()) {
             // The next client to register does not get a key pressed before.
             model.queue.discardPending();
         }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Configuration files: INI texts of the set's tree.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <set>
@@ -17,7 +18,8 @@ namespace {
 struct ConfigFile {
     std::string strFile;
     vset::IniText text;
-    bool bChanged = false;
+    // Section, key and value, in the order in which they were set.
+    std::vector<std::array<std::string, 3>> changes = {};
     // Values that callers hold pointers to until the file is closed; a value is stored once.
     std::set<std::string> handedOut = {};
 };
@@ -74,6 +76,23 @@ HW_Result_t openFile(const char* pszPath, HW_Handle_t* phConfig) {
     return result;
 }
 
+// Writes what was set into the file as it is by now: other clients may have changed it since it was opened.
+void writeChanges(const ConfigFile& stFile) {
+    std::string strText = stFile.text.text();
+    std::error_code error;
+    if (std::filesystem::is_regular_file(stFile.strFile, error)) {
+        const std::vector<unsigned char> bytes = vset::readFile(stFile.strFile);
+        vset::IniText text({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        for (const auto& [strSection, strKey, strValue] : stFile.changes) {
+            text.set(strSection, strKey, strValue);
+        }
+        strText = text.text();
+    }
+    // A link stays one.
+    const std::filesystem::path target = std::filesystem::canonical(stFile.strFile, error);
+    vset::replaceFile(error ? stFile.strFile : target.string(), strText.data(), strText.size());
+}
+
 // Runs `body` on the open file and the key that the caller names.
 template <class Body>
 HW_Result_t withKey(HW_Handle_t hConfig, const HW_U8* pu8Key, const HW_SYS_ConfigData_t* pstData, Body&& body) {
@@ -105,11 +124,14 @@ HW_Result_t getValue(ConfigFile& stFile, const Key& stKey, HW_SYS_ConfigData_t* 
 }
 
 HW_Result_t setValue(ConfigFile& stFile, const Key& stKey, const HW_SYS_ConfigData_t* pstData) {
-    if (pstData->pu8Data == nullptr ||
-        !stFile.text.set(stKey.section, stKey.key, {text(pstData->pu8Data), pstData->u32Length})) {
+    if (pstData->pu8Data == nullptr) {
         return HW_ERR_INVALID_PARAMETER;
     }
-    stFile.bChanged = true;
+    const std::string strValue(text(pstData->pu8Data), pstData->u32Length);
+    if (!stFile.text.set(stKey.section, stKey.key, strValue)) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    stFile.changes.push_back({std::string(stKey.section), std::string(stKey.key), strValue});
     return HW_OK;
 }
 
@@ -159,9 +181,8 @@ HW_Result_t HW_SYS_CloseConfigFile(HW_Handle_t hConfig) {
         }
         // The file is closed even when it cannot be written.
         const auto file = model.files.extract(*number);
-        if (file.mapped().bChanged) {
-            const std::string strText = file.mapped().text.text();
-            vset::replaceFile(file.mapped().strFile, strText.data(), strText.size());
+        if (!file.mapped().changes.empty()) {
+            writeChanges(file.mapped());
         }
         return HW_OK;
     });

@@ -36,13 +36,17 @@ public:
         _changed.notify_all();
     }
 
-    bool isPresent() {
+    // The Init, which makes the handle as well.
+    HW_Result_t start(const HW_WDT_InitParams_t* pstParams) {
         const std::lock_guard<std::mutex> lock(_mutex);
-        return _bPresent;
+        const HW_Result_t result = initialise(pstParams);
+        showHandle();
+        return result;
     }
     void setPresent(bool bPresent) {
         const std::lock_guard<std::mutex> lock(_mutex);
         _bPresent = bPresent;
+        showHandle();
     }
 
     unsigned int seconds() {
@@ -78,6 +82,16 @@ protected:
     }
 
 private:
+    // Opens or closes the handle, which is there while the watchdog is and its Init has run.
+    void showHandle() {
+        HW_Handle_t hWdt = HW_HANDLE_NONE;
+        if (_bPresent && isInitialised()) {
+            static_cast<void>(handles().open(0, &hWdt, true));
+        } else if (handles().find(0, &hWdt) == HW_OK) {
+            handles().close(hWdt);
+        }
+    }
+
     [[noreturn]] void watchForEver() {
         nameThread("hw3-watchdog");
         std::unique_lock<std::mutex> lock(_mutex);
@@ -163,20 +177,14 @@ HW_Result_t getWord(HW_U32 u32Attr, HW_U32& u32Word) {
 using vset::model;
 
 HW_Result_t HW_WDT_Init(const HW_WDT_InitParams_t* pstParams) {
-    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.initialise(pstParams); });
+    return vset::call(__func__, {pstParams}, [&]() -> HW_Result_t { return model.start(pstParams); });
 }
 
 HW_Result_t HW_WDT_GetHandle(const HW_WDT_HandleParams_t* pstParams, HW_Handle_t* phWdt) {
     return vset::call(__func__, {pstParams, phWdt}, [&]() -> HW_Result_t {
         const HW_Result_t result =
             vset::checkInstanceNumber(model.readiness(), pstParams, &HW_WDT_HandleParams_t::u32Index, 1, phWdt);
-        if (result != HW_OK) {
-            return result;
-        }
-        if (!model.isPresent()) {
-            return HW_ERR_FAILED;
-        }
-        return model.handles().find(0, phWdt) == HW_OK ? HW_OK : model.handles().open(0, phWdt, true);
+        return result == HW_OK ? model.handles().find(0, phWdt) : result;
     });
 }
 

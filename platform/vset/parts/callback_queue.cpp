@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "vset_call.h"
 #include "vset_thread.h"
 
 namespace vset {
@@ -55,6 +56,8 @@ void CallbackQueue::registerCallback(EventCallback_t pfnCallback, HW_Handle_t hH
 }
 
 HW_Result_t CallbackQueue::unregisterCallback(HW_Handle_t hHandle) {
+    // The callback that this waits for may turn the switch.
+    const detail::WithoutPower wait;
     std::unique_lock<std::mutex> lock(_mutex);
     if (_u64Registration == 0 || _hHandle != hHandle) {
         return HW_ERR_FAILED;
@@ -68,6 +71,7 @@ HW_Result_t CallbackQueue::unregisterCallback(HW_Handle_t hHandle) {
 }
 
 void CallbackQueue::cancelAll(HW_Handle_t hHandle) {
+    const detail::WithoutPower wait;
     std::unique_lock<std::mutex> lock(_mutex);
     const bool bAll = hHandle == HW_HANDLE_NONE;
     if (bAll || _hHandle == hHandle) {
@@ -81,6 +85,8 @@ void CallbackQueue::cancelAll(HW_Handle_t hHandle) {
 void CallbackQueue::reset() {
     const std::lock_guard<std::mutex> lock(_mutex);
     ++_u64PowerCycle;
+    // A call may have registered one again since cancelAll().
+    _u64Registration = 0;
     _strWaiting.clear();
     _u64Received = _u64Dropped = 0;
     _u64Refused = 0;

@@ -2,9 +2,6 @@
 // An INI text that is edited in place.
 #include "ini_text.h"
 
-#include <algorithm>
-#include <cctype>
-
 namespace vset {
 
 namespace {
@@ -26,11 +23,6 @@ bool isQuoted(std::string_view text) {
 
 std::string_view unquoted(std::string_view text) {
     return isQuoted(text) ? text.substr(1, text.size() - 2) : text;
-}
-
-bool isSameName(std::string_view left, std::string_view right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](unsigned char l, unsigned char r) { return std::tolower(l) == std::tolower(r); });
 }
 
 // Returns the name in the brackets of a section's header.
@@ -100,13 +92,13 @@ IniText::Place IniText::find(std::string_view section, std::string_view key) con
     for (std::size_t i = 0; i < _lines.size(); ++i) {
         const std::string_view line = trimmed(_lines[i]);
         if (const auto header = sectionOf(line)) {
-            bInside = isSameName(*header, section);
+            bInside = *header == section;
             if (bInside) {
                 place.behind = i + 1;
             }
         } else if (const auto name = bInside ? keyOf(line) : std::nullopt) {
             place.behind = i + 1;
-            if (isSameName(*name, key)) {
+            if (*name == key) {
                 place.line = i;
             }
         }

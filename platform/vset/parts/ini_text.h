@@ -10,8 +10,8 @@
 
 namespace vset {
 
-// Sections in brackets, "key = value" lines, comment lines that begin with '#' or ';'. Names are compared without
-// regard to case. A section may occur several times; of a repeated key the last one counts. The section "" is
+// Sections in brackets, "key = value" lines, comment lines that begin with '#' or ';'. Names are compared
+// with regard to case. A section may occur several times; of a repeated key the last one counts. The section "" is
 // the text before the first header.
 class IniText {
 public:

@@ -10,6 +10,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "vset_open_files.h"
+
 namespace vset {
 
 namespace {
@@ -37,7 +39,7 @@ void closeAndForget(int& s32Fd) {
 }  // namespace
 
 PseudoTerminal::PseudoTerminal(FarEnd eFarEnd) {
-    _s32Near = posix_openpt(kFlags);
+    _s32Near = moveAside(posix_openpt(kFlags));
     char acPath[64];
     if (_s32Near < 0 || grantpt(_s32Near) != 0 || unlockpt(_s32Near) != 0 ||
         ptsname_r(_s32Near, acPath, sizeof(acPath)) != 0) {
@@ -46,7 +48,7 @@ PseudoTerminal::PseudoTerminal(FarEnd eFarEnd) {
     }
     _strPath = acPath;
     // Opened once in any case: only what has been open can hang up.
-    _s32Far = open(acPath, kFlags);
+    _s32Far = moveAside(open(acPath, kFlags));
     if (_s32Far < 0) {
         close();
         return;

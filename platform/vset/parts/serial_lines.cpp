@@ -22,6 +22,7 @@
 #include "pseudo_terminal.h"
 #include "vset/uart.h"
 #include "vset_folder.h"
+#include "vset_open_files.h"
 #include "vset_thread.h"
 
 namespace fs = std::filesystem;
@@ -334,7 +335,7 @@ void switchOnSerialLines(const std::string& strFolder) {
     const PausedThread halt(lines);
     lines.strFolder = strFolder;
     if (lines.s32Wake < 0) {
-        lines.s32Wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        lines.s32Wake = moveAside(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     }
     bool bAll = lines.s32Wake >= 0;
     for (unsigned int i = 0; i < uart::kPorts; ++i) {

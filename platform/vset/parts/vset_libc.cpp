@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -13,7 +14,9 @@
 
 #include "serial_lines.h"
 #include "vset_call.h"
+#include "vset_open_files.h"
 #include "vset_paths.h"
+#include "vset_unsynced.h"
 
 #define VSET_LIBC extern "C" __attribute__((visibility("default")))
 
@@ -33,15 +36,21 @@ public:
             return;
         }
         const vset::HostPaths hostPaths;
-        if (!vset::detail::ensureAttached()) {
+        const bool bAttached = vset::detail::ensureAttached();
+        _pszPath = vset::toHost(pszPath, _strBuffer);
+        if (!bAttached || *_pszPath == '\0') {
             errno = ENODEV;
             _bServed = false;
-            return;
         }
-        _pszPath = vset::toHost(pszPath, _strBuffer);
     }
 
     bool isLost() const { return !_bServed; }
+    // What is at a path of the set is about to be changed.
+    void isChanged(vset::Link eLink) const {
+        if (_pszPath == _strBuffer.c_str()) {
+            vset::rememberSynced(_strBuffer, eLink);
+        }
+    }
     const char* get() const { return _pszPath; }
 
 private:
@@ -59,15 +68,37 @@ mode_t modeArgument(int s32Flags, va_list arguments) {
     return bHasMode ? va_arg(arguments, mode_t) : 0;
 }
 
-// Opens a path with `openIt`, which gets the path to hand on and answers `failure` when it cannot.
+// Opens a path with `openIt`, which gets the path to hand on and answers `failure` when it cannot. A written file is
+// `bWritten`.
 template <class Result, class OpenIt>
-Result openPath(const char* pszPath, Result failure, const OpenIt& openIt) {
+Result openPath(const char* pszPath, Result failure, bool bWritten, const OpenIt& openIt) {
     const Path path(pszPath);
     if (path.isLost()) {
         return failure;
     }
     const auto openHost = [&] { return openIt(path.get()); };
-    return vset::areHostPaths() ? openHost() : vset::openServed(pszPath, failure, openHost);
+    if (vset::areHostPaths()) {
+        return openHost();
+    }
+    if (bWritten) {
+        path.isChanged(vset::Link::followed);
+    }
+    return vset::openServed(pszPath, failure, openHost);
+}
+
+// A program may hand the descriptor of a file that it writes to the middleware.
+template <class OpenIt>
+int openDescriptor(const char* pszPath, int s32Flags, const OpenIt& openIt) {
+    const bool bWritten = (s32Flags & O_ACCMODE) != O_RDONLY;
+    const int s32Fd = openPath(pszPath, -1, bWritten, openIt);
+    if (bWritten && !vset::areHostPaths()) {
+        vset::addDescriptor(s32Fd, vset::Opener::program);
+    }
+    return s32Fd;
+}
+
+bool isWriting(const char* pszMode) {
+    return pszMode[0] != 'r' || std::strchr(pszMode, '+') != nullptr;
 }
 
 }  // namespace
@@ -78,7 +109,7 @@ VSET_LIBC int open(const char* pszPath, int s32Flags, ...) {
     va_start(arguments, s32Flags);
     const mode_t mode = modeArgument(s32Flags, arguments);
     va_end(arguments);
-    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
+    return openDescriptor(pszPath, s32Flags, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
 }
 
 VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
@@ -87,28 +118,30 @@ VSET_LIBC int open64(const char* pszPath, int s32Flags, ...) {
     va_start(arguments, s32Flags);
     const mode_t mode = modeArgument(s32Flags, arguments);
     va_end(arguments);
-    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
+    return openDescriptor(pszPath, s32Flags, [&](const char* pszHost) { return pNext(pszHost, s32Flags, mode); });
 }
 
 // Fortified code calls these when no mode is given.
 VSET_LIBC int __open_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open_2");
-    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
+    return openDescriptor(pszPath, s32Flags, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
 }
 
 VSET_LIBC int __open64_2(const char* pszPath, int s32Flags) {
     static OpenFortified* const pNext = next<OpenFortified>("__open64_2");
-    return openPath(pszPath, -1, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
+    return openDescriptor(pszPath, s32Flags, [&](const char* pszHost) { return pNext(pszHost, s32Flags); });
 }
 
 VSET_LIBC FILE* fopen(const char* pszPath, const char* pszMode) {
     static Fopen* const pNext = next<Fopen>("fopen");
-    return openPath(pszPath, static_cast<FILE*>(nullptr), [&](const char* pszHost) { return pNext(pszHost, pszMode); });
+    return openPath(pszPath, static_cast<FILE*>(nullptr), isWriting(pszMode),
+                    [&](const char* pszHost) { return pNext(pszHost, pszMode); });
 }
 
 VSET_LIBC FILE* fopen64(const char* pszPath, const char* pszMode) {
     static Fopen* const pNext = next<Fopen>("fopen64");
-    return openPath(pszPath, static_cast<FILE*>(nullptr), [&](const char* pszHost) { return pNext(pszHost, pszMode); });
+    return openPath(pszPath, static_cast<FILE*>(nullptr), isWriting(pszMode),
+                    [&](const char* pszHost) { return pNext(pszHost, pszMode); });
 }
 
 VSET_LIBC int access(const char* pszPath, int s32Mode) noexcept {
@@ -123,17 +156,20 @@ VSET_LIBC int access(const char* pszPath, int s32Mode) noexcept {
 VSET_LIBC int unlink(const char* pszPath) noexcept {
     static auto* const pNext = next<int(const char*)>("unlink");
     const Path path(pszPath);
+    path.isChanged(vset::Link::itself);
     return path.isLost() ? -1 : pNext(path.get());
 }
 
 VSET_LIBC int mkfifo(const char* pszPath, mode_t mode) noexcept {
     static auto* const pNext = next<int(const char*, mode_t)>("mkfifo");
     const Path path(pszPath);
+    path.isChanged(vset::Link::followed);
     return path.isLost() ? -1 : pNext(path.get(), mode);
 }
 
 VSET_LIBC int chmod(const char* pszPath, mode_t mode) noexcept {
     static auto* const pNext = next<int(const char*, mode_t)>("chmod");
     const Path path(pszPath);
+    path.isChanged(vset::Link::followed);
     return path.isLost() ? -1 : pNext(path.get(), mode);
 }

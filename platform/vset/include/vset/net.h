@@ -18,10 +18,14 @@ struct Interface {
     bool bDhcp = true;
 };
 
-// In the order that the middleware reports. Kept in the set's folder; a new set has "lo" and "eth0".
+// In the order that the middleware reports, as they are now. A new set has "lo" and "eth0". The set's folder keeps
+// names and MAC addresses, and how each interface comes up; what a program switches on or off lasts until the set is
+// switched off.
 VSET_API std::vector<Interface> interfaces();
 
-// Replaces them all, 20 at most; two may have the same name, of which a program gets the first. Throws SetError.
+// Replaces them all, 20 at most; two may have the same name, of which a program gets the first. An interface of a name
+// that was there before keeps its handle, one that is taken away loses it. A state that is changed is from then on how
+// the interface comes up. Throws SetError.
 VSET_API void setInterfaces(const std::vector<Interface>& interfaces);
 
 // The number of interfaces that the middleware reports, whatever it lists; switching on restores the true one.

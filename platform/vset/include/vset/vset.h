@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -59,11 +60,12 @@ private:
 };
 
 // Takes the set in `strFolder`, made on first use, and switches it on. A set belongs to one process at a time.
-// A process that never calls this gets the set of defaultFolder() with its first middleware call. Throws SetError.
+// A process that calls neither this nor detach() gets the set of defaultFolder() with its first middleware call. Throws
+// SetError.
 VSET_API void attach(const std::string& strFolder);
 
-// Switches off and gives the folder back. Like powerCycle(), it waits for callbacks of the middleware that run, except
-// the one that it is called from.
+// Switches off and gives the folder back. Like powerCycle(), it waits for calls and callbacks of the middleware that
+// run, except the callback that it is called from. Calls that come later fail (ENODEV for those that set errno).
 VSET_API void detach();
 
 // The folder of the attached set, or an empty text.
@@ -81,7 +83,7 @@ VSET_API std::vector<std::string> takeHostTroubles();
 VSET_API void noteHostTrouble(const std::string& strFile, int s32Error);
 
 // Where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves itself,
-// else the path unchanged.
+// else the path unchanged. An empty text for the former while no set is attached.
 VSET_API std::string hostPath(const std::string& strPath);
 
 // While one lives, paths in this thread's libc calls are those of the PC, whatever they begin with. For the host
@@ -110,14 +112,16 @@ private:
 // --- Power -----------------------------------------------------------------------------------------------------------
 
 // Off and on again: all state outside the folder is lost, every handle is dead, every family must be initialised anew.
-// The process lives on, unlike that of a real set; whoever wants that too ends it.
+// Calls that run are completed before, and count for the life that ends. The process lives on, unlike that of a real
+// set; whoever wants that too ends it.
 VSET_API void powerCycle();
 
 // How often the attached set has been switched on since it was made.
 VSET_API unsigned int bootCount();
 
 // Kills this process at the `u32Write`-th write to the set's storage from now on (1 = the next), as a power cut does.
-// 0 takes it back.
+// Writing, removing and making of files by the middleware's calls counts. What programs have changed in the set's tree
+// since the last HW_FS_Sync or the last time the set was switched on is lost. 0 takes it back.
 VSET_API void cutPowerAtWrite(unsigned int u32Write);
 
 // --- Journal ---------------------------------------------------------------------------------------------------------
@@ -173,16 +177,24 @@ VSET_API std::uint64_t refusalCount();
 // kAllocation in place of a middleware function: `new (std::nothrow)` of the host program and its libraries.
 constexpr const char* kAllocation = "allocation";
 
+// The result of a fault for which none is given: HW_ERR_FAILED of a function that answers a code. There is none for
+// those that ownFailures() knows.
+constexpr long long kNoResult = std::numeric_limits<long long>::min();
+
+// What a function answers when it fails, if that is no code: "-1 for a file that does not exist, -2 for other
+// failures". Empty for all others, and for functions that return a pointer.
+VSET_API std::string ownFailures(const std::string& strCall);
+
 struct Fault {
-    std::string strCall;        // the name of a middleware function, or kAllocation
-    long long s64Result = 3;    // what it answers; functions that return a pointer answer null
-    unsigned int u32From = 1;   // the first call to fail, counted from now
-    unsigned int u32Times = 1;  // how many fail; 0 = all from then on
-    int s32Errno = EIO;         // errno of the functions that set it
+    std::string strCall;              // the name of a middleware function, or kAllocation
+    long long s64Result = kNoResult;  // what it answers; functions that return a pointer answer null
+    unsigned int u32From = 1;         // the first call to fail, counted from now
+    unsigned int u32Times = 1;        // how many fail; 0 = all from then on
+    int s32Errno = EIO;               // errno of the functions that set it
 };
 
 // Adds a fault. The function does nothing while it fails, except that a failing close of a file closes it.
-// Throws SetError when the middleware has no such function.
+// Throws SetError when the middleware has no such function, and when the fault needs a result and has none.
 VSET_API void inject(const Fault& stFault);
 
 VSET_API void clearFaults();

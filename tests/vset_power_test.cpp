@@ -1,0 +1,292 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the virtual set's switch does to calls that run, to files, and to the PC around the set.
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "hw3/hw_flash.h"
+#include "hw3/hw_fs.h"
+#include "hw3/hw_net.h"
+#include "hw3/hw_sys.h"
+#include "support/emulation.h"
+#include "support/refusals.h"
+#include "support/set_fixture.h"
+#include "vset/sys.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+// Threads that call the middleware without a pause until the object is gone.
+class Callers {
+public:
+    explicit Callers(const std::function<void()>& call) {
+        for (int i = 0; i < 3; ++i) {
+            _threads.emplace_back([=] {
+                while (!_bStop) {
+                    call();
+                }
+            });
+        }
+    }
+    ~Callers() {
+        _bStop = true;
+        for (std::thread& thread : _threads) {
+            thread.join();
+        }
+    }
+
+private:
+    std::atomic<bool> _bStop{false};
+    std::vector<std::thread> _threads;
+};
+
+class VsetSwitch : public test::SetTest {};
+
+TEST_F(VsetSwitch, ACallThatRunsLeavesNothingInTheNextLife) {
+    write("/data/fw", "");
+    fs::resize_file(vset::hostPath("/data/fw"), 32u << 20);
+    for (int i = 0; i < 3; ++i) {
+        HW_SYS_Init(nullptr);
+        std::thread flasher([] { HW_SYS_UpgradeFw(E_HW_SYS_FW_0, test::u8("/data/fw")); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        vset::powerCycle();
+        flasher.join();
+        EXPECT_THAT(vset::sys::flashedFirmware(), IsEmpty()) << "life " << i;
+    }
+}
+
+TEST_F(VsetSwitch, CallsWhileTheSetIsGivenBackWriteNowhere) {
+    testing::internal::CaptureStderr();
+    {
+        const HW_FLASH_InitParams_t stFlash = {};
+        const Callers callers([&] {
+            HW_NET_OpenParams_t stNet = {"eth0"};
+            HW_FLASH_OpenParams_t stOpen = {E_HW_FLASH_TYPE_EMMC, {}};
+            HW_Handle_t hNet = HW_HANDLE_NONE, hFlash = HW_HANDLE_NONE;
+            HW_SYS_Init(nullptr);
+            HW_NET_Init(nullptr);
+            HW_FLASH_Init(&stFlash);
+            HW_NET_Open(&stNet, &hNet);
+            HW_NET_SetMac(hNet, "02:00:5E:00:53:01");
+            HW_NET_Close(hNet);
+            HW_FLASH_Open(&stOpen, &hFlash);
+            static HW_U8 au8Image[HW_FLASH_ENV_IMAGE_SIZE];
+            HW_FLASH_StoreEnv(hFlash, au8Image);
+            HW_FLASH_Close(hFlash);
+        });
+        for (int i = 0; i < 40; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(3));
+            vset::detach();
+            vset::attach(folder());
+        }
+    }
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), Not(HasSubstr("virtual set: /set.json")));
+    for (const char* pszRoot : {"/set.json", "/set.json.new", "/env"}) {
+        EXPECT_FALSE(fs::exists(pszRoot)) << pszRoot;
+    }
+}
+
+TEST_F(VsetSwitch, ALateCallFindsNoSet) {
+    const std::string strUsers = folder() + "/users";
+    setenv("VSET_DIR", strUsers.c_str(), 1);
+    vset::detach();
+    errno = 0;
+    EXPECT_EQ(HW_FS_Open("/data/none", 0), -2) << "not: the file does not exist";
+    EXPECT_EQ(errno, ENODEV);
+    EXPECT_EQ(HW_SYS_Init(nullptr), HW_ERR_FAILED);
+    EXPECT_EQ(HW_FS_MkDir("/data/late", 0755), -1);
+    EXPECT_EQ(open("/data/late", O_WRONLY | O_CREAT, 0644), -1);
+    EXPECT_EQ(vset::folder(), "");
+    EXPECT_FALSE(fs::exists(strUsers)) << "the user's own set";
+    unsetenv("VSET_DIR");
+}
+
+class VsetFiles : public test::SetTest {
+protected:
+    struct Opened {
+        FILE* pStream;
+        HW_S32 s32Fd;
+        int s32Plain;
+    };
+    static Opened openAll() {
+        write("/data/r", "before");
+        return {HW_FS_Fopen("/data/w", "w+"), HW_FS_Open("/data/r", 2), ::open("/data/p", O_WRONLY | O_CREAT, 0644)};
+    }
+    static void expectDead(const Opened& stFiles) {
+        char cByte = 0;
+        EXPECT_EQ(HW_FS_Fwrite("x", 1, 1, stFiles.pStream), -1);
+        EXPECT_EQ(HW_FS_Fread(&cByte, 1, 1, stFiles.pStream), -1);
+        EXPECT_EQ(HW_FS_Fseek(stFiles.pStream, 0, SEEK_SET), -1);
+        EXPECT_EQ(HW_FS_Fclose(stFiles.pStream), -1);
+        for (const int s32Fd : {stFiles.s32Fd, stFiles.s32Plain}) {
+            EXPECT_EQ(HW_FS_Write(s32Fd, "x", 1), -1);
+            EXPECT_EQ(errno, EBADF);
+            EXPECT_EQ(HW_FS_Close(s32Fd), -1);
+        }
+    }
+    // The tree after a power cut at the write that `change` ends with: path and content, folders without one.
+    std::map<std::string, std::string> treeAfterCut(const std::function<void()>& change) {
+        const pid_t child = fork();
+        if (child == 0) {
+            change();
+            vset::cutPowerAtWrite(1);
+            HW_FS_MkDir("/data/cut", 0755);
+            _exit(1);
+        }
+        int s32Status = 0;
+        waitpid(child, &s32Status, 0);
+        EXPECT_TRUE(WIFSIGNALED(s32Status)) << "the power is cut";
+        std::map<std::string, std::string> tree;
+        const std::string strData = folder() + "/tree/data";
+        for (const auto& entry : fs::recursive_directory_iterator(strData)) {
+            tree[entry.path().string().substr(strData.size())] =
+                entry.is_regular_file() ? test::readFile(entry.path().string()) : "";
+        }
+        tree.erase("/vendor");
+        return tree;
+    }
+};
+
+TEST_F(VsetFiles, DieWithThePower) {
+    const std::string strOther = folder() + "/other";
+    for (const std::function<void()>& nextLife : std::vector<std::function<void()>>{vset::powerCycle, [&] {
+                                                                                        vset::detach();
+                                                                                        vset::attach(strOther);
+                                                                                    }}) {
+        const Opened stFiles = openAll();
+        EXPECT_EQ(HW_FS_Fwrite("kept", 4, 1, stFiles.pStream), 1);
+        nextLife();
+        expectDead(stFiles);
+        EXPECT_EQ(test::readFile(folder() + "/tree/data/w"), "kept") << "what was written before, and no more";
+        EXPECT_EQ(test::readFile(folder() + "/tree/data/r"), "before");
+        EXPECT_EQ(test::readFile(folder() + "/tree/data/p"), "");
+    }
+}
+
+TEST_F(VsetFiles, OnlyWhatTheSetHasOpenedIsClosed) {
+    const Opened stFiles = openAll();
+    EXPECT_EQ(HW_FS_Fclose(stFiles.pStream), 0);
+    EXPECT_EQ(HW_FS_Fclose(stFiles.pStream), -1) << "a second time";
+    EXPECT_EQ(HW_FS_Close(stFiles.s32Fd), 0);
+    EXPECT_EQ(HW_FS_Close(stFiles.s32Fd), -1);
+    EXPECT_EQ(HW_FS_Close(stFiles.s32Plain), 0);
+    FILE* const pForeign = std::tmpfile();
+    EXPECT_EQ(HW_FS_Fclose(pForeign), -1);
+    for (int s32Fd = 1; s32Fd < 1024; ++s32Fd) {
+        EXPECT_EQ(HW_FS_Close(s32Fd), -1) << s32Fd;
+    }
+    EXPECT_EQ(std::fclose(pForeign), 0) << "was left open";
+    EXPECT_THROW(vset::Hold{folder()}, vset::SetError) << "the set's own lock is held";
+}
+
+TEST_F(VsetFiles, APowerCutTakesBackWhatWasNotSynced) {
+    SKIP_UNDER_EMULATION();
+    using Tree = std::map<std::string, std::string>;
+    const auto writeFile = [](const char* pszPath, const char* pszMode, const std::string& strBytes) {
+        FILE* const pStream = HW_FS_Fopen(pszPath, pszMode);
+        HW_FS_Fwrite(strBytes.data(), 1, static_cast<HW_U32>(strBytes.size()), pStream);
+        HW_FS_Fclose(pStream);
+    };
+    const auto writePlain = [](const char* pszPath, int s32Flags) {
+        const int s32Fd = ::open(pszPath, s32Flags, 0644);
+        HW_FS_Write(s32Fd, "new", 3);
+        HW_FS_Close(s32Fd);
+    };
+    const struct {
+        const char* pszName;
+        std::function<void()> change;
+        Tree tree;
+    } kRows[] = {
+        {"overwritten", [&] { writeFile("/data/f", "w", "new"); }, {{"/f", "old"}}},
+        {"appended", [&] { writeFile("/data/f", "a", "new"); }, {{"/f", "old"}}},
+        {"made", [&] { writeFile("/data/g", "w", "new"); }, {{"/f", "old"}}},
+        {"by libc", [&] { writePlain("/data/f", O_WRONLY | O_CREAT | O_TRUNC); }, {{"/f", "old"}}},
+        {"made by libc", [&] { writePlain("/data/g", O_WRONLY | O_CREAT); }, {{"/f", "old"}}},
+        {"removed", [&] { HW_FS_Unlink("/data/f"); }, {{"/f", "old"}}},
+        {"a folder",
+         [&] {
+             HW_FS_MkDir("/data/d", 0755);
+             writeFile("/data/d/g", "w", "new");
+         },
+         {{"/f", "old"}}},
+        {"synced",
+         [&] {
+             writeFile("/data/f", "w", "new");
+             HW_FS_Sync();
+         },
+         {{"/f", "new"}}},
+        {"synced between",
+         [&] {
+             writeFile("/data/f", "w", "new");
+             HW_FS_Sync();
+             writeFile("/data/f", "w", "newer");
+         },
+         {{"/f", "new"}}},
+        {"synced while open",
+         [&] {
+             const HW_S32 s32Fd = HW_FS_Open("/data/f", 2);
+             HW_FS_Write(s32Fd, "n", 1);
+             HW_FS_Sync();
+             HW_FS_Write(s32Fd, "e", 1);
+         },
+         {{"/f", "nld"}}},
+        {"power cycle before",
+         [&] {
+             writeFile("/data/f", "w", "new");
+             vset::powerCycle();
+         },
+         {{"/f", "new"}}},
+    };
+    for (const auto& stRow : kRows) {
+        write("/data/f", "old");
+        EXPECT_EQ(treeAfterCut(stRow.change), stRow.tree) << stRow.pszName;
+        fs::remove(folder() + "/tree/data/f");
+    }
+    write("/data/f", "old");
+    const pid_t child = fork();
+    if (child == 0) {
+        writeFile("/data/f", "w", "new");
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(read("/data/f"), "new") << "the end of a process is no power cut";
+}
+
+// All changes of the tree are writes at which the power can be cut.
+TEST_F(VsetFiles, EveryWriteCanBeTheLast) {
+    SKIP_UNDER_EMULATION();
+    const std::function<void()> kWrites[] = {
+        [] { HW_FS_MkDir("/data/d", 0755); },
+        [] { HW_FS_Unlink("/data/f"); },
+        [] { HW_FS_Fwrite("x", 1, 1, HW_FS_Fopen("/data/g", "w")); },
+        [] { HW_FS_Write(HW_FS_Open("/data/f", 2), "x", 1); },
+    };
+    write("/data/f", "old");
+    for (const auto& makeWrite : kWrites) {
+        const pid_t child = fork();
+        if (child == 0) {
+            vset::cutPowerAtWrite(1);
+            makeWrite();
+            _exit(0);
+        }
+        int s32Status = 0;
+        waitpid(child, &s32Status, 0);
+        EXPECT_TRUE(WIFSIGNALED(s32Status)) << "write " << &makeWrite - kWrites;
+        EXPECT_EQ(read("/data/f"), "old");
+    }
+}
+
+}  // namespace
