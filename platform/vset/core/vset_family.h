@@ -48,18 +48,28 @@ enum class FamilyId : std::uint32_t {
     dval
 };
 
+// What becomes of the player's instance when somebody else closes it.
+enum class PlayersInstance {
+    stays,    // the close is refused
+    isClosed  // the close is done, and kept among the refusals
+};
+
 // One family's open instances: handle -> key. Handles are never 0, never have bit 31, are not consecutive, and are
 // never given out twice in the life of a process. Safe to use from any thread.
 class VSET_API HandleTable {
 public:
-    HandleTable(FamilyId eFamily, const char* pszFamily);
+    HandleTable(FamilyId eFamily, const char* pszFamily, PlayersInstance ePlayers = PlayersInstance::stays);
 
     // HW_ERR_FAILED when nothing is open under the key.
     HW_Result_t find(std::uint64_t u64Key, HW_Handle_t* phHandle) const;
     // HW_ERR_BUSY when something is.
     HW_Result_t open(std::uint64_t u64Key, HW_Handle_t* phHandle, bool bPlayer = false);
-    // HW_ERR_INVALID_HANDLE for everything that is not open here.
+    // The close of a middleware function. HW_ERR_INVALID_HANDLE for everything that is not open here, or not the
+    // caller's.
     HW_Result_t close(HW_Handle_t hHandle);
+    // The set's own close, of whoever's instance. False when nothing is open under the handle.
+    bool remove(HW_Handle_t hHandle);
+    bool isPlayers(HW_Handle_t hHandle) const;
     // The key of an open handle.
     std::optional<std::uint64_t> key(HW_Handle_t hHandle) const;
     // What is open under a key.
@@ -80,6 +90,7 @@ private:
 
     const FamilyId _eFamily;
     const char* const _pszFamily;
+    const PlayersInstance _ePlayers;
     mutable std::mutex _mutex;
     std::uint32_t _u32Serial = 0;
     std::map<HW_Handle_t, Instance> _instances;
@@ -92,7 +103,7 @@ enum class NullParams { refused, defaults };
 // the middleware while the process exits.
 class VSET_API FamilyModel {
 public:
-    FamilyModel(FamilyId eFamily, const char* pszFamily);
+    FamilyModel(FamilyId eFamily, const char* pszFamily, PlayersInstance ePlayers = PlayersInstance::stays);
     FamilyModel(const FamilyModel&) = delete;
     FamilyModel& operator=(const FamilyModel&) = delete;
 
@@ -170,12 +181,17 @@ private:
 // What GetHandle and Open of a family have in common whose instances are known by one number: HW_OK, or what they
 // answer. `readiness` is the family's own or the system's, as the family wants.
 template <class Params>
-HW_Result_t checkInstanceNumber(HW_Result_t readiness, const Params* pstParams, HW_U32 Params::*pNumber, HW_U32 u32Count,
-                        const HW_Handle_t* phHandle) {
+HW_Result_t checkInstanceNumber(HW_Result_t readiness, const Params* pstParams, HW_U32 Params::*pNumber,
+                                HW_U32 u32Count, const HW_Handle_t* phHandle) {
     if (pstParams == nullptr || phHandle == nullptr || pstParams->*pNumber >= u32Count) {
         return HW_ERR_INVALID_PARAMETER;
     }
     return readiness;
+}
+
+// Flags are 0 or 1.
+constexpr bool isFlag(HW_U32 u32Value) {
+    return u32Value <= 1;
 }
 
 // HW_OK, or HW_ERR_NOT_INITED while HW_SYS_Init has not run since the set was switched on.

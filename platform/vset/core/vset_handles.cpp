@@ -1,19 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-// Handles that betray the wrong family and use after close.
+// Handle values that make a wrong family or a use after close detectable.
+#include <cstdio>
+
+#include "vset_call.h"
 #include "vset_family.h"
 
 namespace vset {
 
 namespace {
 
-// Bits 26 to 30 hold the family, the rest a serial number stirred by an odd factor, which keeps it unique.
+// Bits 26 to 30 hold the family, the rest a serial number multiplied by an odd factor, which keeps it unique.
 constexpr unsigned int kSerialBits = 26;
 constexpr HW_Handle_t kSerialMask = (1u << kSerialBits) - 1;
 constexpr HW_Handle_t kSerialFactor = 0x2545F49u;
 
 }  // namespace
 
-HandleTable::HandleTable(FamilyId eFamily, const char* pszFamily) : _eFamily(eFamily), _pszFamily(pszFamily) {}
+HandleTable::HandleTable(FamilyId eFamily, const char* pszFamily, PlayersInstance ePlayers)
+    : _eFamily(eFamily), _pszFamily(pszFamily), _ePlayers(ePlayers) {}
 
 HW_Result_t HandleTable::find(std::uint64_t u64Key, HW_Handle_t* phHandle) const {
     if (phHandle == nullptr) {
@@ -52,7 +56,28 @@ HW_Result_t HandleTable::open(std::uint64_t u64Key, HW_Handle_t* phHandle, bool 
 
 HW_Result_t HandleTable::close(HW_Handle_t hHandle) {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return _instances.erase(hHandle) != 0 ? HW_OK : HW_ERR_INVALID_HANDLE;
+    const auto found = _instances.find(hHandle);
+    if (found == _instances.end() || (found->second.bPlayer && _ePlayers == PlayersInstance::stays)) {
+        return HW_ERR_INVALID_HANDLE;
+    }
+    if (found->second.bPlayer) {
+        char acHandle[32];
+        std::snprintf(acHandle, sizeof(acHandle), "handle=0x%x", hHandle);
+        detail::object((std::string(_pszFamily) + "_Close").c_str(), acHandle, "closes the player's");
+    }
+    _instances.erase(found);
+    return HW_OK;
+}
+
+bool HandleTable::remove(HW_Handle_t hHandle) {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _instances.erase(hHandle) != 0;
+}
+
+bool HandleTable::isPlayers(HW_Handle_t hHandle) const {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    const auto found = _instances.find(hHandle);
+    return found != _instances.end() && found->second.bPlayer;
 }
 
 std::optional<std::uint64_t> HandleTable::key(HW_Handle_t hHandle) const {

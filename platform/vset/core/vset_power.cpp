@@ -183,7 +183,8 @@ Hold::~Hold() {
     close(_s32Lock);
 }
 
-FamilyModel::FamilyModel(FamilyId eFamily, const char* pszFamily) : _handles(eFamily, pszFamily) {
+FamilyModel::FamilyModel(FamilyId eFamily, const char* pszFamily, PlayersInstance ePlayers)
+    : _handles(eFamily, pszFamily, ePlayers) {
     powerState().families.push_back(this);
 }
 
@@ -237,7 +238,7 @@ HW_Handle_t FamilyModel::release(std::uint64_t u64Key, const std::string& strWha
     _handles.list(handles);
     for (const OpenHandle& stHandle : handles) {
         if (stHandle.u64Key == u64Key && stHandle.bPlayer) {
-            _handles.close(stHandle.u32Handle);
+            _handles.remove(stHandle.u32Handle);
             return stHandle.u32Handle;
         }
     }

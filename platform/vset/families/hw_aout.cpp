@@ -37,7 +37,7 @@ AudioModel& audio = *new AudioModel;
 // The key of a handle is its path.
 class AoutModel : public StatefulModel<State> {
 public:
-    AoutModel() : StatefulModel(FamilyId::aout, "HW_AOUT") {}
+    AoutModel() : StatefulModel(FamilyId::aout, "HW_AOUT", PlayersInstance::isClosed) {}
 };
 AoutModel& model = *new AoutModel;
 
@@ -118,7 +118,11 @@ HW_Result_t setVolumeTable(State& state, std::uint64_t u64Path, const void* pPar
 }
 
 HW_Result_t setDtsBypass(State& state, std::uint64_t, const void* pParam) {
-    state.u8DtsBypass = load<HW_U8>(pParam);
+    const auto u8Bypass = load<HW_U8>(pParam);
+    if (!isFlag(u8Bypass)) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    state.u8DtsBypass = u8Bypass;
     return HW_OK;
 }
 

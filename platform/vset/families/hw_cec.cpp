@@ -77,7 +77,7 @@ HW_Result_t HW_CEC_GetAttr(HW_Handle_t hCec, HW_U32 u32Attr, const void* pInput,
         if (u32Attr != E_HW_CEC_ATTR_ENABLE_STATUS && u32Attr != E_HW_CEC_ATTR_EARC_STATUS) {
             return HW_ERR_NOT_SUPPORT;
         }
-        if (pOutput == nullptr) {
+        if (pInput != nullptr || pOutput == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
         if (u32Attr == E_HW_CEC_ATTR_ENABLE_STATUS) {

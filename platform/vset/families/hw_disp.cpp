@@ -97,6 +97,19 @@ HW_Result_t withModule(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery
     }
 }
 
+// Adds mute flags to a window, or takes them away.
+HW_Result_t mute(HW_Handle_t hDisp, HW_U32 u32Flags, bool bMute) {
+    constexpr HW_U32 kKnown = E_HW_DISP_MUTE_WINDOW | E_HW_DISP_MUTE_TIMING;
+    return dispModel.onWindow(hDisp, &u32Flags, [&](DisplayWindow& stWindow) -> HW_Result_t {
+        if (u32Flags == 0 || (u32Flags & ~kKnown) != 0) {
+            return HW_ERR_INVALID_PARAMETER;
+        }
+        HW_U32& u32Muted = stWindow.state.u32MuteFlags;
+        u32Muted = bMute ? u32Muted | u32Flags : u32Muted & ~u32Flags;
+        return HW_OK;
+    });
+}
+
 // Inputs are connected and taken away by one hand at a time. No model takes this lock.
 std::mutex& inputHand() {
     static std::mutex& mutex = *new std::mutex;
@@ -152,6 +165,7 @@ bool paintDisplayWindow(unsigned int u32Window, Picture& picture) {
             stView.testPattern = stState.testPattern;
         }
         stView.bInput = stState.input.has_value();
+        stView.piece = stState.shownRectangle;
     });
     stView.videoFrame = videoFrame(u32Window);
     return paintWindow(stView, picture);
@@ -220,27 +234,18 @@ HW_Result_t HW_DISP_SetInputRect(HW_Handle_t hDisp, const HW_DISP_InputRect_t* p
 }
 
 HW_Result_t HW_DISP_SetMute(HW_Handle_t hDisp, HW_U32 u32Flags) {
-    return vset::call(__func__, {hDisp, u32Flags}, [&]() -> HW_Result_t {
-        return dispModel.onWindow(hDisp, &u32Flags, [&](DisplayWindow& stWindow) {
-            stWindow.state.u32MuteFlags |= u32Flags;
-            return HW_OK;
-        });
-    });
+    return vset::call(__func__, {hDisp, u32Flags}, [&]() -> HW_Result_t { return vset::mute(hDisp, u32Flags, true); });
 }
 
 HW_Result_t HW_DISP_SetUnMute(HW_Handle_t hDisp, HW_U32 u32Flags) {
-    return vset::call(__func__, {hDisp, u32Flags}, [&]() -> HW_Result_t {
-        return dispModel.onWindow(hDisp, &u32Flags, [&](DisplayWindow& stWindow) {
-            stWindow.state.u32MuteFlags &= ~u32Flags;
-            return HW_OK;
-        });
-    });
+    return vset::call(__func__, {hDisp, u32Flags}, [&]() -> HW_Result_t { return vset::mute(hDisp, u32Flags, false); });
 }
 
 HW_Result_t HW_DISP_ApplySetting(HW_Handle_t hDisp) {
     return vset::call(__func__, {hDisp}, [&]() -> HW_Result_t {
         return dispModel.onWindow(hDisp, &hDisp, [&](DisplayWindow& stWindow) {
             stWindow.state.bPending = false;
+            stWindow.state.shownRectangle = stWindow.state.inputRectangle;
             return HW_OK;
         });
     });

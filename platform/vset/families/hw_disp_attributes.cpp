@@ -17,7 +17,7 @@ HW_Result_t setMuteColor(disp::Window& stState, const void* pParam) {
 
 HW_Result_t setTestPattern(disp::Window& stState, const void* pParam) {
     const auto& stPattern = *static_cast<const HW_DISP_TestPattern_t*>(pParam);
-    if (stPattern.u32Mode > E_HW_DISP_PATTERN_WHITE_BALANCE) {
+    if (stPattern.u32Mode > E_HW_DISP_PATTERN_WHITE_BALANCE || !isFlag(stPattern.u32Enable)) {
         return HW_ERR_INVALID_PARAMETER;
     }
     stState.testPattern = stPattern;
@@ -28,7 +28,7 @@ HW_Result_t setTestPattern(disp::Window& stState, const void* pParam) {
 
 HW_Result_t setPqBlock(disp::Window& stState, const void* pParam) {
     const auto& stBlock = *static_cast<const HW_DISP_PqBlock_t*>(pParam);
-    if (stBlock.u32Index > 2) {
+    if (stBlock.u32Index > 2 || !isFlag(stBlock.u8Enable)) {
         return HW_ERR_INVALID_PARAMETER;
     }
     // Bytes after the last field of a caller's record are undefined.
@@ -56,6 +56,19 @@ HW_Result_t setGammaCurve(disp::Window& stState, const void* pParam) {
     return HW_OK;
 }
 
+HW_Result_t setEnable(disp::Window& stState, HW_U32 u32Number, const void* pParam) {
+    const auto& stEnable = *static_cast<const HW_DISP_Enable_t*>(pParam);
+    if (!isFlag(stEnable.u8Enable)) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    stState.pictureParameters[u32Number].assign(1, static_cast<char>(stEnable.u8Enable));
+    return HW_OK;
+}
+template <HW_U32 u32Number>
+HW_Result_t setEnable(disp::Window& stState, const void* pParam) {
+    return setEnable(stState, u32Number, pParam);
+}
+
 struct Parameter {
     HW_U32 u32Number;
     std::size_t size;                                                // of a record that is kept as it is
@@ -72,9 +85,9 @@ constexpr Parameter kParameters[] = {
     {E_HW_DISP_PICTURE_20, sizeof(HW_S32), nullptr},
     {E_HW_DISP_PICTURE_21, sizeof(HW_S32), nullptr},
     {E_HW_DISP_PICTURE_STRUCT, sizeof(HW_DISP_StructParam_t), nullptr},
-    {E_HW_DISP_PICTURE_GAMMA_ENABLE, sizeof(HW_DISP_Enable_t), nullptr},
+    {E_HW_DISP_PICTURE_GAMMA_ENABLE, 0, setEnable<E_HW_DISP_PICTURE_GAMMA_ENABLE>},
     {E_HW_DISP_PICTURE_GAMMA_CURVE, 0, setGammaCurve},
-    {E_HW_DISP_PICTURE_PQ_MASTER, sizeof(HW_DISP_Enable_t), nullptr},
+    {E_HW_DISP_PICTURE_PQ_MASTER, 0, setEnable<E_HW_DISP_PICTURE_PQ_MASTER>},
 };
 
 HW_Result_t setParameter(disp::Window& stState, const Parameter& stParameter, const void* pParam) {
@@ -144,6 +157,9 @@ HW_Result_t HW_DISP_GetPictureParam(HW_Handle_t hDisp, HW_U32 u32Param, const vo
         return dispModel.onWindow(hDisp, pOutput, [&](const DisplayWindow& stWindow) -> HW_Result_t {
             if (u32Param == E_HW_DISP_PICTURE_PQ_VERSION) {
                 return vset::getPqVersion(stWindow, pInput, pOutput);
+            }
+            if (pInput != nullptr) {
+                return HW_ERR_INVALID_PARAMETER;
             }
             *static_cast<HW_DISP_PqRange_t*>(pOutput) = stWindow.stPqRange;
             return HW_OK;

@@ -176,7 +176,8 @@ HW_Result_t HW_DISPOUT_PanelSetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const 
 
 HW_Result_t HW_DISPOUT_PanelGetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hDispout, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
-        return vset::withAttribute(hDispout, u32Attr, &vset::Attribute::bGet, pOutput,
+        // A query has no input.
+        return vset::withAttribute(hDispout, u32Attr, &vset::Attribute::bGet, pInput == nullptr ? pOutput : nullptr,
                                    [&](const vset::Attribute& stAttribute) {
                                        const std::string strBytes = model.value(stAttribute.u32Number);
                                        std::copy(strBytes.begin(), strBytes.end(), static_cast<char*>(pOutput));

@@ -157,7 +157,7 @@ HW_Result_t setAttr(const ExtinInput& stInput, HW_U32 u32Attr, const void* pPara
     }
     if (bHdmi && u32Attr == E_HW_EXTIN_ATTR_HDMI_HPD) {
         const auto& stHpd = *static_cast<const HW_EXTIN_HdmiHpd_t*>(pParam);
-        if (stHpd.u8Reserved != 0) {
+        if (stHpd.u8Reserved != 0 || !isFlag(stHpd.u8Level)) {
             return HW_ERR_INVALID_PARAMETER;
         }
         model.setHotPlug(stInput.u32Index, stHpd.u8Level);
@@ -279,8 +279,10 @@ HW_Result_t HW_EXTIN_SetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pPa
 
 HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hExtin, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
-        return vset::withInput(
-            hExtin, pOutput, [&](const vset::ExtinInput& stInput) { return vset::getAttr(stInput, u32Attr, pOutput); });
+        // A query has no input.
+        return vset::withInput(hExtin, pInput == nullptr ? pOutput : nullptr, [&](const vset::ExtinInput& stInput) {
+            return vset::getAttr(stInput, u32Attr, pOutput);
+        });
     });
 }
 

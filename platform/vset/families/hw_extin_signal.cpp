@@ -222,7 +222,8 @@ HW_Result_t HW_EXTIN_FactorySetAttr(HW_Handle_t hExtin, HW_U32 u32FactoryType, c
 
 HW_Result_t HW_EXTIN_FactoryGetAttr(HW_Handle_t hExtin, HW_U32 u32FactoryType, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hExtin, u32FactoryType, pInput, pOutput}, [&]() -> HW_Result_t {
-        return vset::withParameter(hExtin, u32FactoryType, pOutput,
+        // A query has no input.
+        return vset::withParameter(hExtin, u32FactoryType, pInput == nullptr ? pOutput : nullptr,
                                    [&](const HW_U32& u32Value) { *static_cast<HW_U32*>(pOutput) = u32Value; });
     });
 }

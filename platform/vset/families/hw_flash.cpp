@@ -2,6 +2,7 @@
 // Flash: its handles and its files.
 #include "hw_flash.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include <fcntl.h>
@@ -94,7 +95,9 @@ namespace {
 // Checks the parameters of GetHandle and Open.
 template <class Params>
 HW_Result_t judge(const Params* pstParams, const HW_Handle_t* phFlash) {
-    if (pstParams == nullptr || phFlash == nullptr || pstParams->u32FlashType > E_HW_FLASH_TYPE_EMMC) {
+    const auto isZero = [](HW_U8 u8Byte) { return u8Byte == 0; };
+    if (pstParams == nullptr || phFlash == nullptr || pstParams->u32FlashType > E_HW_FLASH_TYPE_EMMC ||
+        !std::all_of(std::begin(pstParams->au8Name), std::end(pstParams->au8Name), isZero)) {
         return HW_ERR_INVALID_PARAMETER;
     }
     return flashModel.readiness();

@@ -76,7 +76,7 @@ using DeviceAddress = std::uint16_t;
 // The key of a handle is its bus.
 class IicModel : public FamilyModel {
 public:
-    IicModel() : FamilyModel(FamilyId::iic, "HW_IIC") {}
+    IicModel() : FamilyModel(FamilyId::iic, "HW_IIC", PlayersInstance::isClosed) {}
 
     // Guards all of the below.
     std::mutex mutex;
@@ -210,7 +210,7 @@ HW_Result_t HW_IIC_Close(HW_Handle_t hIic) {
 
 HW_Result_t HW_IIC_Read(HW_Handle_t hIic, const HW_IIC_ReadParams_t* pstParams, HW_U8** ppu8Buf) {
     return vset::call(__func__, {hIic, pstParams, ppu8Buf}, [&]() -> HW_Result_t {
-        if (pstParams == nullptr || ppu8Buf == nullptr || (*ppu8Buf == nullptr && pstParams->u16Size != 0) ||
+        if (pstParams == nullptr || ppu8Buf != &pstParams->pu8Buf || (*ppu8Buf == nullptr && pstParams->u16Size != 0) ||
             pstParams->eReadMode > E_HW_IIC_READ_MODE_2) {
             return model.handles().key(hIic) ? HW_ERR_INVALID_PARAMETER : HW_ERR_INVALID_HANDLE;
         }

@@ -157,7 +157,7 @@ public:
         for (std::size_t i = 0; i < _stored.size(); ++i) {
             const auto handle = model.handles().instance(model.present[i].u64Id);
             if (_kept.count(i) == 0 && handle) {
-                model.handles().close(handle->u32Handle);
+                model.handles().remove(handle->u32Handle);
             }
         }
         model.present = _present;

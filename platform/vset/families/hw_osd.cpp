@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "osd_model.h"
 #include "osd_paint.h"
 #include "panel_picture.h"
@@ -131,6 +134,25 @@ HW_Result_t createWindow(const HW_OSD_WindowAttr_t* pstAttr, HW_Handle_t* phWind
     });
 }
 
+// Whether the process can reach the memory that a caller says to have.
+bool isMapped(std::uint64_t u64Address, std::uint64_t u64Size) {
+    const std::uint64_t u64Page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    const std::uint64_t u64Begin = u64Address & ~(u64Page - 1);
+    return u64Address + u64Size > u64Address && msync(reinterpret_cast<void*>(static_cast<std::uintptr_t>(u64Begin)),
+                                                      u64Address + u64Size - u64Begin, MS_ASYNC) == 0;
+}
+
+HW_Result_t judgeMemory(const OsdState& state, const HW_OSD_SurfaceAttr_t& stAttr) {
+    const bool bAligned =
+        stAttr.u64Address % state.u32AddressAlignment == 0 && stAttr.u32Pitch % state.u32PitchAlignment == 0;
+    const bool bOurs = stAttr.u32MemKind == E_HW_OSD_MEM_PHYSICAL ||
+                       isMapped(stAttr.u64Address, std::uint64_t{stAttr.u32Pitch} * stAttr.u32Height);
+    if (!bAligned || !bOurs) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
+    return state.surfaces.size() < kSurfaceMax ? HW_OK : HW_ERR_RESOURCES;
+}
+
 HW_Result_t createSurface(const HW_OSD_SurfaceAttr_t* pstAttr, HW_Handle_t* phSurface) {
     if (pstAttr == nullptr || phSurface == nullptr || !isValid(*pstAttr)) {
         return HW_ERR_INVALID_PARAMETER;
@@ -138,7 +160,10 @@ HW_Result_t createSurface(const HW_OSD_SurfaceAttr_t* pstAttr, HW_Handle_t* phSu
     if (systemReadiness() != HW_OK) {
         return HW_ERR_NOT_INITED;
     }
-    return osdModel.locked([&](OsdState& state) { return osdModel.createSurface(state, *pstAttr, phSurface); });
+    return osdModel.locked([&](OsdState& state) {
+        const HW_Result_t result = judgeMemory(state, *pstAttr);
+        return result == HW_OK ? osdModel.createSurface(state, *pstAttr, phSurface) : result;
+    });
 }
 
 HW_Result_t capability(const OsdState& state, HW_U32 u32Capability, HW_U32* pu32Value) {
@@ -243,7 +268,10 @@ HW_Result_t HW_OSD_LayerCreate(const HW_OSD_LayerAttr_t* pstAttr, HW_Handle_t* p
 
 HW_Result_t HW_OSD_LayerDestroy(HW_Handle_t hLayer) {
     return vset::call(__func__, {hLayer}, [&]() -> HW_Result_t {
-        return vset::onLayer(hLayer, [&](OsdState& state, vset::osd::Layer&) {
+        return vset::onLayer(hLayer, [&](OsdState& state, const vset::osd::Layer& stLayer) -> HW_Result_t {
+            if (stLayer.bPlayer) {
+                return HW_ERR_INVALID_HANDLE;
+            }
             vset::osdModel.destroyLayer(state, hLayer);
             return HW_OK;
         });
@@ -353,7 +381,13 @@ HW_Result_t HW_OSD_SurfaceCreate(const HW_OSD_SurfaceAttr_t* pstAttr, HW_Handle_
 
 HW_Result_t HW_OSD_SurfaceDestroy(HW_Handle_t hSurface) {
     return vset::call(__func__, {hSurface}, [&]() -> HW_Result_t {
-        return vset::onSurface(hSurface, [&](OsdState& state, const vset::osd::Surface&) {
+        return vset::onSurface(hSurface, [&](OsdState& state, const vset::osd::Surface& stSurface) -> HW_Result_t {
+            if (vset::osdModel.isPlayersSurface(hSurface)) {
+                return HW_ERR_INVALID_HANDLE;
+            }
+            if (stSurface.u32Locks != 0) {
+                return HW_ERR_BUSY;
+            }
             vset::osdModel.destroySurface(state, hSurface);
             return HW_OK;
         });

@@ -121,7 +121,8 @@ HW_Result_t HW_PWM_SetAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void* pParam)
 
 HW_Result_t HW_PWM_GetAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hPwm, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
-        return vset::withAttr(hPwm, u32Attr, pOutput,
+        // A query has no input.
+        return vset::withAttr(hPwm, u32Attr, pInput == nullptr ? pOutput : nullptr,
                               [&](const HW_U32& u32Value) { *static_cast<HW_U32*>(pOutput) = u32Value; });
     });
 }

@@ -22,7 +22,7 @@ constexpr std::uint64_t kKeypadKey = 0x100;
 
 struct ChannelState {
     unsigned char u8Value = sar::kOpen;
-    HW_U32 u32Mode = 0;
+    std::optional<HW_U32> mode;  // none until it is configured
     HW_U32 u32VoltageLevel = 0;
 };
 
@@ -144,8 +144,7 @@ HW_Result_t openAdc(const HW_SAR_OpenParams_t& stParams, HW_Handle_t* phSar) {
     }
     const HW_Result_t result = model.handles().open(stParams.u32Channel, phSar);
     if (result == HW_OK) {
-        model.changeChannel(stParams.u32Channel,
-                            [](ChannelState& stChannel) { stChannel.u32Mode = E_HW_SAR_MODE_ADC; });
+        model.changeChannel(stParams.u32Channel, [](ChannelState& stChannel) { stChannel.mode.reset(); });
     }
     return result;
 }
@@ -205,7 +204,7 @@ HW_Result_t HW_SAR_ConfigMode(HW_Handle_t hSar, HW_U32 u32Mode) {
         if (u32Mode > E_HW_SAR_MODE_ADC) {
             return HW_ERR_INVALID_PARAMETER;
         }
-        model.changeChannel(*key, [&](vset::ChannelState& stChannel) { stChannel.u32Mode = u32Mode; });
+        model.changeChannel(*key, [&](vset::ChannelState& stChannel) { stChannel.mode = u32Mode; });
         return HW_OK;
     });
 }
@@ -234,8 +233,12 @@ HW_Result_t HW_SAR_AdcGetValue(HW_Handle_t hSar, HW_U32* pu32Value) {
         if (pu32Value == nullptr) {
             return HW_ERR_INVALID_PARAMETER;
         }
-        if (*key == vset::kKeypadKey || model.channel(*key).u32Mode != E_HW_SAR_MODE_ADC) {
+        if (*key == vset::kKeypadKey) {
             return HW_ERR_NOT_SUPPORT;
+        }
+        const auto mode = model.channel(*key).mode;
+        if (mode != E_HW_SAR_MODE_ADC) {
+            return mode ? HW_ERR_NOT_SUPPORT : HW_ERR_FAILED;
         }
         *pu32Value = model.channel(*key).u8Value;
         return HW_OK;
@@ -269,7 +272,9 @@ HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackPar
         if (result != HW_OK) {
             return result;
         }
-        if (pstParams == nullptr || (pstParams->u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) == 0) {
+        constexpr HW_U32 kEvents = E_HW_SAR_EVENT_KEYPAD_PRESS | E_HW_SAR_EVENT_KEYPAD_RELEASE;
+        if (pstParams == nullptr || pstParams->pfnCallback != nullptr || pstParams->u32Reserved != 0 ||
+            (pstParams->u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) == 0 || (pstParams->u32EventMask & ~kEvents) != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
         const std::uint64_t u64Cycle = vset::detail::powerCycles();
@@ -344,7 +349,7 @@ Channel channel(unsigned int u32Channel) {
     Channel stChannel;
     stChannel.bOpen = handle.has_value();
     stChannel.bPlayer = handle && handle->bPlayer;
-    stChannel.u32Mode = stState.u32Mode;
+    stChannel.u32Mode = stState.mode.value_or(E_HW_SAR_MODE_KEYPAD);
     stChannel.u32VoltageLevel = bOfKeypad ? model.keypadVoltageLevel() : stState.u32VoltageLevel;
     return stChannel;
 }
@@ -352,7 +357,7 @@ Channel channel(unsigned int u32Channel) {
 void hold(unsigned int u32Channel) {
     requireChannel(u32Channel);
     model.hold(u32Channel, "ADC channel");
-    model.changeChannel(u32Channel, [](ChannelState& stChannel) { stChannel.u32Mode = E_HW_SAR_MODE_ADC; });
+    model.changeChannel(u32Channel, [](ChannelState& stChannel) { stChannel.mode = E_HW_SAR_MODE_ADC; });
 }
 
 void release(unsigned int u32Channel) {

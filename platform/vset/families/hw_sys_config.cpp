@@ -113,6 +113,9 @@ HW_Result_t withKey(HW_Handle_t hConfig, const HW_U8* pu8Key, const HW_SYS_Confi
 }
 
 HW_Result_t getValue(ConfigFile& stFile, const Key& stKey, HW_SYS_ConfigData_t* pstData) {
+    if (pstData->u32Length != 0 || pstData->pu8Data != nullptr) {
+        return HW_ERR_INVALID_PARAMETER;
+    }
     const auto value = stFile.text.value(stKey.section, stKey.key);
     if (!value) {
         return HW_ERR_FAILED;

@@ -74,12 +74,12 @@ HW_Result_t withSlot(HW_Handle_t hTuner, Body&& body) {
 }
 
 // Fills the caller's buffer to its end.
-HW_Result_t getText(const Texts& texts, HW_U32 u32Number, void* pOutput) {
+HW_Result_t getText(const Texts& texts, HW_U32 u32Number, const void* pInput, void* pOutput) {
     const auto text = texts.find(u32Number);
     if (text == texts.end()) {
         return HW_ERR_NOT_SUPPORT;
     }
-    if (pOutput == nullptr) {
+    if (pInput != nullptr || pOutput == nullptr) {
         return HW_ERR_INVALID_PARAMETER;
     }
     auto* const pcOutput = static_cast<char*>(pOutput);
@@ -196,15 +196,16 @@ HW_Result_t HW_TUNER_Open(const HW_TUNER_OpenParams_t* pstParams, HW_Handle_t* p
 
 HW_Result_t HW_TUNER_GetAttr(HW_Handle_t hTuner, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hTuner, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
-        return vset::withSlot(
-            hTuner, [&](const SlotState& stSlot) { return vset::getText(stSlot.attributes, u32Attr, pOutput); });
+        return vset::withSlot(hTuner, [&](const SlotState& stSlot) {
+            return vset::getText(stSlot.attributes, u32Attr, pInput, pOutput);
+        });
     });
 }
 
 HW_Result_t HW_TUNER_FactoryCmdGetAttr(HW_Handle_t hTuner, HW_U32 u32Cmd, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hTuner, u32Cmd, pInput, pOutput}, [&]() -> HW_Result_t {
-        return vset::withSlot(hTuner,
-                              [&](const SlotState& stSlot) { return vset::getText(stSlot.factory, u32Cmd, pOutput); });
+        return vset::withSlot(
+            hTuner, [&](const SlotState& stSlot) { return vset::getText(stSlot.factory, u32Cmd, pInput, pOutput); });
     });
 }
 

@@ -34,7 +34,7 @@ struct Settings {
 // The key of a handle is its port.
 class UartModel : public FamilyModel {
 public:
-    UartModel() : FamilyModel(FamilyId::uart, "HW_UART") {}
+    UartModel() : FamilyModel(FamilyId::uart, "HW_UART", PlayersInstance::isClosed) {}
 
     // The port of an open handle.
     std::optional<unsigned int> portOf(HW_Handle_t hUart) {
@@ -162,7 +162,8 @@ HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t hUart, const HW_UART_Callback
         if (!port) {
             return HW_ERR_INVALID_HANDLE;
         }
-        if (pstParams == nullptr || (pstParams->u32EventMask & HW_UART_EVENT_RX_CHAR) == 0) {
+        if (pstParams == nullptr || pstParams->pfnCallback != nullptr || pstParams->u32Reserved != 0 ||
+            pstParams->u32EventMask != HW_UART_EVENT_RX_CHAR) {
             return HW_ERR_INVALID_PARAMETER;
         }
         return model.receivers[*port].unregisterCallback(hUart);

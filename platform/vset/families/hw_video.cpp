@@ -47,7 +47,7 @@ std::uint64_t runningFrame(const State& state, HW_U32 u32FrameRate) {
     return static_cast<std::uint64_t>(milliseconds) * u32FrameRate / 1000000;
 }
 
-HW_Result_t getInfo(HW_Handle_t hVideo, HW_U32 u32Attr, void* pOutput) {
+HW_Result_t getInfo(HW_Handle_t hVideo, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     const auto window = model.handles().key(hVideo);
     const auto info = window ? videoInfo(static_cast<unsigned int>(*window)) : std::nullopt;
     if (!info) {
@@ -56,7 +56,7 @@ HW_Result_t getInfo(HW_Handle_t hVideo, HW_U32 u32Attr, void* pOutput) {
     if (u32Attr != E_HW_VIDEO_ATTR_INFO) {
         return HW_ERR_NOT_SUPPORT;
     }
-    if (pOutput == nullptr) {
+    if (pInput != nullptr || pOutput == nullptr) {
         return HW_ERR_INVALID_PARAMETER;
     }
     *static_cast<HW_VIDEO_Info_t*>(pOutput) = *info;
@@ -88,7 +88,7 @@ std::optional<std::uint64_t> videoFrame(unsigned int u32Window) {
 
 HW_Result_t HW_VIDEO_GetAttr(HW_Handle_t hVideo, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hVideo, u32Attr, pInput, pOutput},
-                      [&]() -> HW_Result_t { return vset::getInfo(hVideo, u32Attr, pOutput); });
+                      [&]() -> HW_Result_t { return vset::getInfo(hVideo, u32Attr, pInput, pOutput); });
 }
 
 // --- The person's door -----------------------------------------------------------------------------------------------
@@ -105,7 +105,7 @@ void disconnectVideo(unsigned int u32Window) {
     const bool bConnected = model.locked([&](State& state) {
         const auto handle = videoHandle(u32Window);
         state.paths[u32Window].reset();
-        return handle && model.handles().close(*handle) == HW_OK;
+        return handle && model.handles().remove(*handle);
     });
     if (!bConnected) {
         throw SetError(windowName(u32Window) + ": no video path is connected");

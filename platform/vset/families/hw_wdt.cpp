@@ -88,7 +88,7 @@ private:
         if (_bPresent && isInitialised()) {
             static_cast<void>(handles().open(0, &hWdt, true));
         } else if (handles().find(0, &hWdt) == HW_OK) {
-            handles().close(hWdt);
+            handles().remove(hWdt);
         }
     }
 
@@ -152,9 +152,6 @@ WdtModel& model = *new WdtModel;
 
 HW_Result_t getWord(HW_U32 u32Attr, HW_U32& u32Word) {
     switch (u32Attr) {
-        case E_HW_WDT_ATTR_SET_TIMER_SEC:
-            u32Word = model.seconds();
-            return HW_OK;
         case E_HW_WDT_ATTR_RUNNING:
             u32Word = model.seconds() != 0 ? 1 : 0;
             return HW_OK;
@@ -211,7 +208,8 @@ HW_Result_t HW_WDT_GetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void* pInput,
         if (!model.handles().key(hWdt)) {
             return HW_ERR_INVALID_HANDLE;
         }
-        return pOutput != nullptr ? vset::getWord(u32Attr, *static_cast<HW_U32*>(pOutput)) : HW_ERR_INVALID_PARAMETER;
+        return pInput == nullptr && pOutput != nullptr ? vset::getWord(u32Attr, *static_cast<HW_U32*>(pOutput))
+                                                       : HW_ERR_INVALID_PARAMETER;
     });
 }
 

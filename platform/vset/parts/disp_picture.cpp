@@ -111,8 +111,17 @@ constexpr Color kBars[] = {0xFFBFBFBF, 0xFFBFBF00, 0xFF00BFBF, 0xFF00BF00,
                            0xFFBF00BF, 0xFFBF0000, 0xFF0000BF, 0xFF000000};
 constexpr unsigned int kBarCount = sizeof(kBars) / sizeof(kBars[0]);
 
+// The bar at a point of the panel: `u32Start` and `u32Length` are the piece of a source of `u32Base` that is shown.
+unsigned int barAt(unsigned int u32At, unsigned int u32Size, HW_U32 u32Start, HW_U32 u32Length, HW_U32 u32Base) {
+    if (u32Base == 0) {
+        return u32At * kBarCount / u32Size;
+    }
+    const std::uint64_t u64Point = u32Start + std::uint64_t{u32At} * u32Length / u32Size;
+    return static_cast<unsigned int>(std::min<std::uint64_t>(u64Point * kBarCount / u32Base, kBarCount - 1));
+}
+
 // Upright bars, and a bright line that goes over them.
-void paintVideo(std::uint64_t u64Frame, Picture& picture) {
+void paintVideo(std::uint64_t u64Frame, const HW_DISP_InputRect_t& stPiece, Picture& picture) {
     if (picture.u32Width == 0) {
         return;
     }
@@ -121,7 +130,7 @@ void paintVideo(std::uint64_t u64Frame, Picture& picture) {
     constexpr Color kBright = 0xFFFFFFFF;
     std::vector<Color> row(picture.u32Width);
     for (unsigned int u32X = 0; u32X < picture.u32Width; ++u32X) {
-        row[u32X] = kBars[u32X * kBarCount / picture.u32Width];
+        row[u32X] = kBars[barAt(u32X, picture.u32Width, stPiece.u16X, stPiece.u16Width, stPiece.u16BaseWidth)];
     }
     const auto line = static_cast<unsigned int>(u64Frame * kStep % picture.u32Width);
     std::fill_n(row.begin() + line, std::min(kLine, picture.u32Width - line), kBright);
@@ -131,10 +140,11 @@ void paintVideo(std::uint64_t u64Frame, Picture& picture) {
 }
 
 // Bars that lie, dark ones on top.
-void paintInput(Picture& picture) {
+void paintInput(const HW_DISP_InputRect_t& stPiece, Picture& picture) {
     for (unsigned int u32Y = 0; u32Y < picture.u32Height; ++u32Y) {
         std::fill_n(picture.pixels.begin() + std::ptrdiff_t{u32Y} * picture.u32Width, picture.u32Width,
-                    kBars[kBarCount - 1 - u32Y * kBarCount / picture.u32Height]);
+                    kBars[kBarCount - 1 -
+                          barAt(u32Y, picture.u32Height, stPiece.u16Y, stPiece.u16Height, stPiece.u16BaseHeight)]);
     }
 }
 
@@ -146,9 +156,9 @@ bool paintWindow(const WindowView& stView, Picture& picture) {
     } else if (stView.testPattern) {
         paintTestPattern(*stView.testPattern, picture);
     } else if (stView.videoFrame) {
-        paintVideo(*stView.videoFrame, picture);
+        paintVideo(*stView.videoFrame, stView.piece.value_or(HW_DISP_InputRect_t{}), picture);
     } else if (stView.bInput) {
-        paintInput(picture);
+        paintInput(stView.piece.value_or(HW_DISP_InputRect_t{}), picture);
     } else {
         return false;
     }

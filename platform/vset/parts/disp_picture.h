@@ -16,6 +16,8 @@ struct WindowView {
     std::optional<HW_DISP_TestPattern_t> testPattern;
     std::optional<std::uint64_t> videoFrame;
     bool bInput = false;
+    // The piece of a source that fills the picture; all of it without one.
+    std::optional<HW_DISP_InputRect_t> piece;
 };
 
 // Over the whole picture. False, with the picture untouched, when there is nothing to show.

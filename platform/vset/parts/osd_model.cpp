@@ -132,9 +132,9 @@ void OsdModel::destroyLayer(OsdState& state, HW_Handle_t hLayer) {
     for (std::optional<osd::Layer>& layer : state.layers) {
         if (layer && layer->u32Handle == hLayer) {
             for (const osd::Window& stWindow : layer->windows) {
-                _windows.close(stWindow.u32Handle);
+                _windows.remove(stWindow.u32Handle);
             }
-            handles().close(hLayer);
+            handles().remove(hLayer);
             layer.reset();
         }
     }
@@ -185,7 +185,7 @@ void OsdModel::destroySurface(OsdState& state, HW_Handle_t hSurface) {
             stWindow.u32Surface = stWindow.u32Surface == hSurface ? HW_HANDLE_NONE : stWindow.u32Surface;
         }
     }
-    _surfaces.close(hSurface);
+    _surfaces.remove(hSurface);
     state.surfaces.erase(found);
 }
 

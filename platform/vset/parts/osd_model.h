@@ -42,6 +42,7 @@ public:
     HW_Result_t createSurface(OsdState& state, const HW_OSD_SurfaceAttr_t& stAttr, HW_Handle_t* phSurface,
                               bool bPlayer = false);
     void destroySurface(OsdState& state, HW_Handle_t hSurface);
+    bool isPlayersSurface(HW_Handle_t hSurface) const { return _surfaces.isPlayers(hSurface); }
 
 private:
     void reset() override;

@@ -30,6 +30,7 @@ struct Window {
     std::optional<Input> input;
     HW_DISP_Rect_t rectangle = {};
     std::optional<HW_DISP_InputRect_t> inputRectangle;  // as it was set last
+    std::optional<HW_DISP_InputRect_t> shownRectangle;  // as it was when settings were last applied
     std::uint32_t u32MuteFlags = 0;                     // the window is muted while any is set
     HW_DISP_TestPattern_t testPattern = {};             // as it was sent last, of whatever mode
     HW_DISP_MuteColor_t muteColor = {};
@@ -56,7 +57,7 @@ VSET_API void disconnectInput(unsigned int u32Window);
 
 // The picture of the window: mute color, test pattern, its source, or black; 1920 x 1080 opaque pixels. A video path
 // shows upright color bars with a bright line that moves, an external input, when there is no video path, bars that
-// lie. Test pattern and mute act at once, without ApplySetting. The test pattern of mode 6 is the color alone, those of
+// lie; of both the piece that the applied input rectangle names. Test pattern and mute act at once, without ApplySetting. The test pattern of mode 6 is the color alone, those of
 // the other modes have a shape each.
 VSET_API Picture picture(unsigned int u32Window);
 
