@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "examples.h"
-#include "reference.h"
 #include "support/tool_fixture.h"
 
 namespace {
@@ -78,12 +77,6 @@ TEST(ExampleTable, HasOneRowForEachOperation) {
         EXPECT_NE(tool::findOperation(strName), nullptr) << strName;
     }
     EXPECT_EQ(names.size(), tool::operations().size());
-}
-
-TEST(Reference, IsTheOneInTheDocuments) {
-    std::ifstream file(FAPI_DOCS "/operations.md");
-    const std::string strKept(std::istreambuf_iterator<char>(file), {});
-    EXPECT_TRUE(strKept == tool::reference()) << "fapi reference > docs/operations.md makes it anew";
 }
 
 }  // namespace
