@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 
-#include "fapi_background_task.h"
-#include "fapi_byte_order.h"
-#include "fapi_handle_lease.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_byte_order.h"
+#include "base/fapi_handle_lease.h"
 #include "support/emulation.h"
 
 namespace {

@@ -2,12 +2,12 @@
 // Audio module: start-up, output paths, and the module's events.
 #include "a_vextvfapi_aud_internal.h"
 
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
 #include "hw3/hw_audio.h"
 
 #define FAPI_LOG_TAG "VexTvFApiAudio"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_audCallback, a_vextvfapi_aud_reg_callback, a_vextvfapi_aud_unreg_callback,
                           a_vextvfapi_aud_nty_event)

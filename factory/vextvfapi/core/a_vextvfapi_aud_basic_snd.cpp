@@ -9,7 +9,7 @@
 #include "a_vextvfapi_aud_internal.h"
 
 #define FAPI_LOG_TAG "VexTvFApiAudio"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 

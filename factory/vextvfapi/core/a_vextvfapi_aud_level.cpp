@@ -3,7 +3,7 @@
 #include "a_vextvfapi_aud_internal.h"
 
 #define FAPI_LOG_TAG "VexTvFApiAudio"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 static constexpr unsigned int kDelayMax = 250;
 static constexpr unsigned int kVolumeMax = 100;

@@ -7,11 +7,11 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_sys.h"
-#include "fapi_byte_order.h"
+#include "base/fapi_byte_order.h"
 #include "hw3/hw_types.h"
 
 #define FAPI_LOG_TAG "VexTvFApiCommon"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 std::atomic<unsigned char> u8TvFactoryDebug{0};
 

@@ -7,10 +7,10 @@
 #include <array>
 #include <cstdio>
 
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "dval/dval.h"
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
 

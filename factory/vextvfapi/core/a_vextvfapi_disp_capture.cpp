@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "a_vextvfapi_disp.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_cap.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"

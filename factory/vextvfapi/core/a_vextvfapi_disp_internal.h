@@ -4,7 +4,7 @@
 #define A_VEXTVFAPI_DISP_INTERNAL_H
 
 #include "a_vextvfapi_disp.h"
-#include "fapi_handle_lease.h"
+#include "base/fapi_handle_lease.h"
 #include "hw3/hw_disp.h"
 
 // --- The current window's handle, for one operation ------------------------------------------------------------------

@@ -5,8 +5,8 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
-#include "fapi_log.h"
-#include "fapi_log_text.h"
+#include "base/fapi_log.h"
+#include "base/fapi_log_text.h"
 #include "hw3/hw_dispout.h"
 #include "hw3/hw_sys.h"
 

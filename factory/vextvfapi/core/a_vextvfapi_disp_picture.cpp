@@ -6,7 +6,7 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_disp.h"
 
 namespace {

@@ -5,8 +5,8 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
+#include "base/fapi_log.h"
 #include "dval/dvvdo.h"
-#include "fapi_log.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_video.h"
 

@@ -10,9 +10,9 @@
 
 #include <sys/types.h>
 
-#include "fapi_byte_order.h"
-#include "fapi_log.h"
-#include "fapi_memory.h"
+#include "base/fapi_byte_order.h"
+#include "base/fapi_log.h"
+#include "base/fapi_memory.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 
 #include "a_vextvfapi_disp_internal.h"
 #include "a_vextvfapi_disptst.h"
-#include "fapi_background_task.h"
-#include "fapi_log.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_log.h"
 
 using fapi_core::_VexFApiDisptstBurnModeParam;
 

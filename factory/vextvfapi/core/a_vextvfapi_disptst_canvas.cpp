@@ -6,7 +6,7 @@
 #include "a_vextvfapi_disptst.h"
 #include "a_vextvfapi_disptst_bitmap.h"
 #include "a_vextvfapi_disptst_draw.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_os.h"
 #include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"

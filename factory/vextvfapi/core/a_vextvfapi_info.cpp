@@ -7,11 +7,11 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_common.h"
-#include "fapi_event_slot.h"
+#include "base/fapi_event_slot.h"
 #include "hw3/hw_sys.h"
 
 #define FAPI_LOG_TAG "VexTvFApiInformation"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_infoCallback, a_vextvfapi_info_reg_callback, a_vextvfapi_info_unreg_callback,
                           a_vextvfapi_info_nty_event)

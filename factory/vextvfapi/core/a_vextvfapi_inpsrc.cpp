@@ -8,9 +8,9 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_video.h"

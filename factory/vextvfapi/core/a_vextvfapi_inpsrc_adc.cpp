@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "a_vextvfapi_inpsrc.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 
 namespace {

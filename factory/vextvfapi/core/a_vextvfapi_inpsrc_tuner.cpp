@@ -5,7 +5,7 @@
 #include <string>
 
 #include "a_vextvfapi_inpsrc.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_tuner.h"
 

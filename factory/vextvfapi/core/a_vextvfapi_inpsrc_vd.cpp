@@ -2,7 +2,7 @@
 // The analogue video decoder: signal and factory parameters.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include "a_vextvfapi_inpsrc.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 
 namespace {

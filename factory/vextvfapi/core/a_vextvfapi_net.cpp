@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <cstring>
 
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log_text.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log_text.h"
 #include "hw3/hw_net.h"
 
 #define FAPI_LOG_TAG "VexTvFApiNetwork"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_netCallback, a_vextvfapi_net_reg_callback, a_vextvfapi_net_unreg_callback,
                           a_vextvfapi_net_nty_event)

@@ -3,9 +3,9 @@
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
 #include "a_vextvfapi_prphrl_internal.h"
 
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_cec.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_iic.h"

@@ -4,9 +4,9 @@
 #include <atomic>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_handle_lease.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_cec.h"
 
 // What the host asked for last. Nothing here reads it.

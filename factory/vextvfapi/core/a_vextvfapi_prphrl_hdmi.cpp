@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_handle_lease.h"
-#include "fapi_log.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 
 static constexpr unsigned int kVersionedPorts = 4;

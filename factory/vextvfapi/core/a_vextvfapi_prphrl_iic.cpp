@@ -7,8 +7,8 @@
 #include <new>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_handle_lease.h"
-#include "fapi_log.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_iic.h"
 
 static constexpr HW_U32 kAddressDebugLevel = 0x40;

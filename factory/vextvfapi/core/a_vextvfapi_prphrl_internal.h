@@ -4,7 +4,7 @@
 #define A_VEXTVFAPI_PRPHRL_INTERNAL_H
 
 #include "a_vextvfapi_prphrl.h"
-#include "fapi_receive_buffer.h"
+#include "base/fapi_receive_buffer.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_pwm.h"
 #include "hw3/hw_uart.h"

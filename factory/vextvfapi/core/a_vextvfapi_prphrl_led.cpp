@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_background_task.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_pm.h"
 
 static constexpr unsigned int kCycle = 0;

@@ -12,10 +12,10 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_background_task.h"
-#include "fapi_command_scanner.h"
-#include "fapi_log.h"
-#include "fapi_memory.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_command_scanner.h"
+#include "base/fapi_log.h"
+#include "base/fapi_memory.h"
 #include "hw3/hw_os.h"
 
 static constexpr char kPipePath[] = "/data/vendor/uartCmdPipe";

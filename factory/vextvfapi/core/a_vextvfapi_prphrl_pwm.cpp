@@ -2,9 +2,9 @@
 // PWM channels.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_handle_lease.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_pwm.h"
 
 namespace {

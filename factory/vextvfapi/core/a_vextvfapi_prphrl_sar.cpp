@@ -13,7 +13,7 @@
 #include "a_vextvfapi_info.h"
 #include "a_vextvfapi_prphrl_internal.h"
 #include "a_vextvfapi_sys.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_sar.h"
 
 static constexpr std::size_t kPathSize = 128;

@@ -10,9 +10,9 @@
 
 #include "a_vextvfapi_prphrl_internal.h"
 #include "a_vextvfapi_prphrl_tty.h"
-#include "fapi_background_task.h"
-#include "fapi_log.h"
-#include "fapi_message_framer.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_log.h"
+#include "base/fapi_message_framer.h"
 
 // Upper limit of a message.
 static constexpr unsigned int UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE = fapi::ReceiveBuffer::kSize;

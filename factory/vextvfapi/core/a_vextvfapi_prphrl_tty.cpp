@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_tty.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 // -1 while nothing is open: the exported read and write are not to reach a descriptor that is somebody else's.
 std::atomic<int> uartFd{-1};

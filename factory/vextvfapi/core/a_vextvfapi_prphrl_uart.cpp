@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 
 fapi::ReceiveBuffer _receiveBuffer;
 

@@ -3,15 +3,15 @@
 #include "a_vextvfapi_sys.h"
 
 #include "a_vextvfapi_common.h"
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
 #include "hw3/hw_sys.h"
 #include "hw3/hw_wdt.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_sysCallback, a_vextvfapi_sys_reg_callback, a_vextvfapi_sys_unreg_callback,
                           a_vextvfapi_sys_nty_event)

@@ -8,7 +8,7 @@
 #include "hw3/hw_sys.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 static constexpr unsigned int kPathSize = 128;
 static constexpr unsigned int kHashSize = 16;

@@ -7,7 +7,7 @@
 #include "hw3/hw_sys.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 // --- Memory clock spread ---------------------------------------------------------------------------------------------
 

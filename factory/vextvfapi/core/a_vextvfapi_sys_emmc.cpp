@@ -5,11 +5,11 @@
 #include <new>
 
 #include "a_vextvfapi_sys_internal.h"
-#include "fapi_log_text.h"
-#include "fapi_memory.h"
+#include "base/fapi_log_text.h"
+#include "base/fapi_memory.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, const unsigned char* data,
                            const char* pszCaller = __builtin_FUNCTION()) {

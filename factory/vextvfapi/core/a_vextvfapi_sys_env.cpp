@@ -7,7 +7,7 @@
 #include "a_vextvfapi_sys_internal.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 

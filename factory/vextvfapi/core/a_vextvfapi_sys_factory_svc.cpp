@@ -12,7 +12,7 @@
 #include "a_vextvfapi_sys.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 

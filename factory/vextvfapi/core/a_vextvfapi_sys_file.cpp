@@ -15,7 +15,7 @@
 #include "hw3/hw_fs.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #define A_VEXTVFAPI_SYS_INTERNAL_H
 
 #include "a_vextvfapi_sys.h"
-#include "fapi_handle_lease.h"
+#include "base/fapi_handle_lease.h"
 #include "hw3/hw_flash.h"
 
 struct FlashFamily {

@@ -6,7 +6,7 @@
 #include "hw3/hw_wdt.h"
 
 #define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 static constexpr HW_U32 kTimerSeconds = 5;
 // No answer of the middleware.

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <cstddef>
 
+#include "base/fapi_receive_buffer.h"
 #include "fapi_core.h"
-#include "fapi_receive_buffer.h"
 
 namespace fapi {
 

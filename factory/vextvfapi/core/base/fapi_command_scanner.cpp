@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Cuts what is written into the command pipe into commands.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
-#include "fapi_command_scanner.h"
+#include "base/fapi_command_scanner.h"
 
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace fapi {
 

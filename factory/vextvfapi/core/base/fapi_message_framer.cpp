@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Cuts the byte stream of the standard factory link into messages.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
-#include "fapi_message_framer.h"
+#include "base/fapi_message_framer.h"
 
 #include <algorithm>
 #include <cstring>
 #include <functional>
 
-#include "fapi_log.h"
-#include "fapi_log_text.h"
+#include "base/fapi_log.h"
+#include "base/fapi_log_text.h"
 
 namespace fapi {
 

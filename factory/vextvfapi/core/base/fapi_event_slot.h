@@ -3,8 +3,8 @@
 #ifndef FAPI_EVENT_SLOT_H
 #define FAPI_EVENT_SLOT_H
 
+#include "base/fapi_mutex.h"
 #include "fapi_core.h"
-#include "fapi_mutex.h"
 
 namespace fapi {
 

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "fapi_mutex.h"
+#include "base/fapi_mutex.h"
 
 namespace fapi {
 
