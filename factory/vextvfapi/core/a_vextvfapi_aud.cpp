@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Audio module: start-up, output paths, and the module's events.
+#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "a_vextvfapi_aud_internal.h"
 
 #include "base/fapi_event_slot.h"
 #include "base/fapi_hw_result.h"
-#include "hw3/hw_audio.h"
-
-#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "base/fapi_log.h"
+#include "hw3/hw_audio.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_audCallback, a_vextvfapi_aud_reg_callback, a_vextvfapi_aud_unreg_callback,
                           a_vextvfapi_aud_nty_event)

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Audio module: advanced sound effects, DTS bypass, attributes.
+#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include <cstring>
 
 #include "a_vextvfapi_aud_internal.h"
-
-#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "base/fapi_log.h"
 
 namespace {
@@ -110,14 +109,19 @@ struct Effect {
     unsigned int u32Count;
 };
 
+}  // namespace
+
 template <unsigned int u32Count>
-constexpr Effect effect(const char* pszEnableName, const char* pszName, HW_U32 u32HwType,
-                        const SubEffect (&subEffects)[u32Count], unsigned int u32First = 0) {
+static constexpr Effect effect(const char* pszEnableName, const char* pszName, HW_U32 u32HwType,
+                               const SubEffect (&subEffects)[u32Count], unsigned int u32First = 0) {
     return {pszEnableName, pszName, u32HwType, subEffects, u32First, u32Count};
 }
-constexpr Effect effect(const char* pszName, HW_U32 u32HwType) {
+
+static constexpr Effect effect(const char* pszName, HW_U32 u32HwType) {
     return {pszName, pszName, u32HwType, nullptr, 0, 0};
 }
+
+namespace {
 
 // Number 3 has two names in the log.
 constexpr Effect kEffects[] = {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Audio module: basic sound effects, equalisers among them.
+#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -7,8 +8,6 @@
 #include <tuple>
 
 #include "a_vextvfapi_aud_internal.h"
-
-#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "base/fapi_log.h"
 
 namespace {
@@ -48,7 +47,9 @@ constexpr Range kGain = {0, 360};
 constexpr Range kFrequency = {20, 20000};
 constexpr Range kQ = {5, 160};
 
-HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) {
+}  // namespace
+
+static HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) {
     HW_AOUT_BasicSound_t stSound = {};
     stSound.u32Type = u32Type;
     stSound.u8Enable = u8Enable;
@@ -57,11 +58,9 @@ HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) 
 }
 
 // Makes a record with all bands at 0: what a caller sets of one band is all that the chip then has.
-HW_AOUT_BasicSound_t newPeqRecord() {
+static HW_AOUT_BasicSound_t newPeqRecord() {
     return newRecord(E_HW_AOUT_BASIC_SND_PEQ, 1, HW_AOUT_PEQ_BANDS);
 }
-
-}  // namespace
 
 // Sends an effect as the last step of an operation.
 static int sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
@@ -235,9 +234,13 @@ struct BandList {
     unsigned int u32FirstSlot;
 };
 
-constexpr std::size_t wordOf(std::size_t offset) {
+}  // namespace
+
+static constexpr std::size_t wordOf(std::size_t offset) {
     return offset / sizeof(unsigned int);
 }
+
+namespace {
 
 constexpr BandList kEqLevels = {wordOf(offsetof(Param, au32EqLevel)), 0};
 constexpr BandList kPeqGains = {wordOf(offsetof(Param, au32PeqGain)), 0};
@@ -245,18 +248,18 @@ constexpr BandList kPeqFreqs = {wordOf(offsetof(Param, au32PeqFreq)), HW_AOUT_PE
 constexpr BandList kPeqQs = {wordOf(offsetof(Param, au32PeqQ)), 2 * HW_AOUT_PEQ_BANDS};
 static_assert(kPeqQs.firstWord + HW_AOUT_BASIC_SND_SLOTS <= std::tuple_size<Words>::value, "stays inside the record");
 
-unsigned int bandsOf(unsigned short u16Count) {
+}  // namespace
+
+static unsigned int bandsOf(unsigned short u16Count) {
     return std::min<unsigned int>(u16Count, HW_AOUT_BASIC_SND_SLOTS);
 }
 
-void copyBand(const Words& words, const BandList& stList, unsigned int u32Band, HW_AOUT_BasicSound_t& stSound) {
+static void copyBand(const Words& words, const BandList& stList, unsigned int u32Band, HW_AOUT_BasicSound_t& stSound) {
     const unsigned int u32Slot = stList.u32FirstSlot + u32Band;
     if (u32Slot < HW_AOUT_BASIC_SND_SLOTS) {
         stSound.band.au16Band[u32Slot] = static_cast<HW_U16>(words[stList.firstWord + u32Band]);
     }
 }
-
-}  // namespace
 
 static void logBands(const Words& words, const BandList& stList, unsigned short u16Count, const char* pszCaller) {
     for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Audio module: delay, volume, volume tables, audio-quality parameters.
-#include "a_vextvfapi_aud_internal.h"
-
 #define FAPI_LOG_TAG "VexTvFApiAudio"
+#include "a_vextvfapi_aud_internal.h"
 #include "base/fapi_log.h"
 
-static constexpr unsigned int kDelayMax = 250;
-static constexpr unsigned int kVolumeMax = 100;
+namespace {
+
+constexpr unsigned int kDelayMax = 250;
+constexpr unsigned int kVolumeMax = 100;
+
+}  // namespace
 
 // --- Delay -----------------------------------------------------------------------------------------------------------
 
@@ -181,11 +184,11 @@ int a_vextvfapi_aud_load_aq_params(const unsigned char* pFileName) {
     }
     FAPI_LOGI("FileName:%s\n\n", pFileName);
     const HW_AOUT_AqParams_t stParams = {pFileName};
-    const HW_Result_t u32Result = HW_AOUT_LoadAqParams(hAout, &stParams);
-    if (u32Result != HW_OK) {
+    const HW_Result_t result = HW_AOUT_LoadAqParams(hAout, &stParams);
+    if (result != HW_OK) {
         FAPI_LOGE("Error: Load AQ Setting failed!(file name: %s)\n\n", pFileName);
     }
     // This operation alone closes after a failure, too.
     const int s32Closed = _a_vextvfapi_aud_finish();
-    return u32Result == HW_OK ? s32Closed : -1;
+    return result == HW_OK ? s32Closed : -1;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Frame: debug switch, factory-mode gate, version, middleware codes, byte decoders.
+#define FAPI_LOG_TAG "VexTvFApiCommon"
 #include "a_vextvfapi_common.h"
 
 #include <cstring>
@@ -8,18 +9,16 @@
 
 #include "a_vextvfapi_sys.h"
 #include "base/fapi_byte_order.h"
-#include "hw3/hw_types.h"
-
-#define FAPI_LOG_TAG "VexTvFApiCommon"
 #include "base/fapi_log.h"
+#include "hw3/hw_types.h"
 
 std::atomic<unsigned char> u8TvFactoryDebug{0};
 
-static std::atomic<bool> bFactoryMode{false};
-
-static constexpr char kVersion[] = "v1.0.0.13";
+static std::atomic<bool> _bFactoryMode{false};
 
 namespace {
+
+constexpr char kVersion[] = "v1.0.0.13";
 
 struct HwError {
     const char* pszText;
@@ -58,12 +57,12 @@ int _a_vextvfapi_common_init_debug_level() {
 int _a_vextvfapi_common_init() {
     u8TvFactoryDebug = static_cast<unsigned char>(_a_vextvfapi_common_init_debug_level());
     static const unsigned char kFactoryService[] = "/vendor/factory/bin/factory_svc";
-    bFactoryMode = a_vextvfapi_sys_check_file(kFactoryService) == 0;
+    _bFactoryMode = a_vextvfapi_sys_check_file(kFactoryService) == 0;
     return 0;
 }
 
 int a_vextvfapi_common_get_fapi_status() {
-    if (!bFactoryMode) {
+    if (!_bFactoryMode) {
         FAPI_LOGE("Refuse to access FAPI, current not in factory mode.\n");
         return -5;
     }

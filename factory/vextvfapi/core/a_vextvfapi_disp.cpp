@@ -111,8 +111,10 @@ namespace {
 
 enum class Connected { failed, nothing, found };
 
+}  // namespace
+
 // Finds the first module of the kind. The middleware writes as many handles as there are, so there is room for them.
-Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Module) {
+static Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Module) {
     const HW_DISP_ConnectQuery_t stQuery = {1, eKind, 1};
     HW_U32 u32Count = 0;
     if (HW_DISP_GetConnectedNum(hDisp, &stQuery, &u32Count) != HW_OK) {
@@ -128,8 +130,6 @@ Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Modul
     s32Module = static_cast<int>(modules[0]);
     return Connected::found;
 }
-
-}  // namespace
 
 bool _a_vextvfapi_disp_get_on_screen_input(int dispHandle, int* videoHandle, int* extinHandle) {
     if (videoHandle == nullptr || extinHandle == nullptr) {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then as it is, which
-// is contract.
+// Captures what the panel shows into BMP files.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <array>
 #include <cstdint>
@@ -37,14 +36,16 @@ using BmpHeader = std::array<unsigned char, kHeaderSize>;
 constexpr BmpHeader kHeader = {'B',  'M', 0x36, 0x40, 0x38, 0, 0, 0, 0, 0,  54, 0, 0, 0, 40, 0, 0,    0,   0,
                                0x05, 0,   0,    0xD0, 2,    0, 0, 1, 0, 32, 0,  0, 0, 0, 0,  0, 0x40, 0x38};
 
-void putLittleEndian(BmpHeader& header, std::size_t offset, std::uint32_t u32Value, std::size_t bytes) {
+}  // namespace
+
+static void putLittleEndian(BmpHeader& header, std::size_t offset, std::uint32_t u32Value, std::size_t bytes) {
     for (std::size_t i = 0; i < bytes; ++i) {
         header[offset + i] = static_cast<unsigned char>(u32Value >> 8 * i);
     }
 }
 
 // Makes the header of a picture. Of width and height 16 bits are kept.
-BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_t u32Height) {
+static BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_t u32Height) {
     BmpHeader header = kHeader;
     const std::uint32_t u32ImageSize = u32Pitch * u32Height;
     putLittleEndian(header, 2, u32ImageSize + static_cast<std::uint32_t>(kHeaderSize), 4);
@@ -53,8 +54,6 @@ BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_
     putLittleEndian(header, 34, u32ImageSize, 4);
     return header;
 }
-
-}  // namespace
 
 // --- BMP file --------------------------------------------------------------------------------------------------------
 

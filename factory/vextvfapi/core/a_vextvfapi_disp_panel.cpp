@@ -21,8 +21,10 @@ struct DispoutFamily {
 };
 using DispoutLease = fapi::HandleLease<DispoutFamily>;
 
+}  // namespace
+
 // Gets hold of the display output. 0 when it cannot be had.
-HW_Handle_t obtainOutput(DispoutLease& lease) {
+static HW_Handle_t obtainOutput(DispoutLease& lease) {
     const HW_DISPOUT_HandleParams_t stQuery = {0};
     if (lease.find(stQuery) != HW_OK) {
         const HW_DISPOUT_OpenParams_t stParams = {0};
@@ -33,14 +35,12 @@ HW_Handle_t obtainOutput(DispoutLease& lease) {
 
 // Closes the module's display handle in place of the output that some operations have opened, which is contract. The
 // close refuses it, and the output stays open; the next operation finds it.
-void closeDisplayHandle(DispoutLease& lease) {
+static void closeDisplayHandle(DispoutLease& lease) {
     if (lease.isOpened()) {
         lease.keepOpen();
         static_cast<void>(HW_DISPOUT_Close(_a_vextvfapi_disp_hDisp));
     }
 }
-
-}  // namespace
 
 // --- Attributes ------------------------------------------------------------------------------------------------------
 

@@ -18,8 +18,10 @@ constexpr unsigned int kWindows = 3;
 // The result of a rejected copy, which is none of the middleware's codes.
 constexpr HW_Result_t kCopyRejected = static_cast<HW_Result_t>(-2);
 
+}  // namespace
+
 // Tells whether the parameter takes one signed word.
-bool takesOneWord(unsigned int u32Param) {
+static bool takesOneWord(unsigned int u32Param) {
     switch (u32Param) {
         case E_HW_DISP_PICTURE_5:
         case E_HW_DISP_PICTURE_12:
@@ -33,8 +35,6 @@ bool takesOneWord(unsigned int u32Param) {
             return false;
     }
 }
-
-}  // namespace
 
 int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
     fapi::DispLease lease;

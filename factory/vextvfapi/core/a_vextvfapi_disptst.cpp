@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The display test module's start-up, video test patterns, switches of graphics and picture quality, and its event
-// operations.
+// The display test module's start-up, video test patterns, switches of graphics and picture quality, events.
 #define FAPI_LOG_TAG "VexTvFApiDisplayTest"
 #include "a_vextvfapi_disptst.h"
 
@@ -46,8 +45,10 @@ constexpr PatternStage kStages[] = {
     {"VIDEO_MUTE_COLOR_MODE", E_HW_DISP_PATTERN_FORCE_U32, Special::muteColor},
 };
 
-HW_Result_t setPattern(HW_Handle_t hDisp, HW_DISP_PatternMode_e eMode,
-                       const fapi_core::VexTvFApiDispTstPattern& pattern) {
+}  // namespace
+
+static HW_Result_t setPattern(HW_Handle_t hDisp, HW_DISP_PatternMode_e eMode,
+                              const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_DISP_TestPattern_t stPattern = {
         static_cast<HW_U32>(eMode),
         pattern.u32Enable != 0 ? 1u : 0u,
@@ -57,26 +58,26 @@ HW_Result_t setPattern(HW_Handle_t hDisp, HW_DISP_PatternMode_e eMode,
     return HW_DISP_SetAttr(hDisp, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern);
 }
 
-HW_Result_t setMuted(HW_Handle_t hDisp, bool bMuted) {
+static HW_Result_t setMuted(HW_Handle_t hDisp, bool bMuted) {
     return bMuted ? HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW) : HW_DISP_SetUnMute(hDisp, E_HW_DISP_MUTE_WINDOW);
 }
 
 // Mutes the window before the pattern goes, and unmutes it after the pattern has come.
-HW_Result_t setVop2Pattern(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
+static HW_Result_t setVop2Pattern(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_Result_t muted = pattern.u32Enable == 0 ? setMuted(hDisp, true) : HW_OK;
     const HW_Result_t set = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
     const HW_Result_t unmuted = pattern.u32Enable != 0 ? setMuted(hDisp, false) : HW_OK;
     return muted | set | unmuted;
 }
 
-HW_Result_t setMuteColor(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
+static HW_Result_t setMuteColor(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_DISP_MuteColor_t stColor = {{pattern.au32Value[0], pattern.au32Value[1], pattern.au32Value[2]}};
     const HW_Result_t set = HW_DISP_SetAttr(hDisp, E_HW_DISP_ATTR_MUTE_COLOR, &stColor);
     return set | setMuted(hDisp, pattern.u32Enable != 0);
 }
 
-HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
-                     const fapi_core::VexTvFApiDispTstPattern& pattern) {
+static HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
+                            const fapi_core::VexTvFApiDispTstPattern& pattern) {
     switch (stStage.eSpecial) {
         case Special::vop2:
             return setVop2Pattern(hDisp, pattern);
@@ -92,8 +93,6 @@ HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
     }
     return setPattern(hDisp, stStage.eMode, pattern);
 }
-
-}  // namespace
 
 int a_vextvfapi_disptst_gen_test_pattern(unsigned int patternMode, fapi_core::VexTvFApiDispTstPattern pattern) {
     fapi::DispLease lease;

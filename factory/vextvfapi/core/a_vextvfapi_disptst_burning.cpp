@@ -36,7 +36,9 @@ enum TaskState : int { inited = 0, running = 1, stopped = 2, failed = 3 };
 
 using Table = std::unique_ptr<unsigned short[]>;
 
-Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
+}  // namespace
+
+static Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
     const std::size_t words = std::size_t{u32Entries} * kComponents;
     Table copy(new (std::nothrow) unsigned short[words]);
     if (copy != nullptr && words != 0) {
@@ -44,6 +46,8 @@ Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
     }
     return copy;
 }
+
+namespace {
 
 // What the worker gets, and owns: a caller that no longer waits for the start may free its parameter.
 struct BurnInOrder {

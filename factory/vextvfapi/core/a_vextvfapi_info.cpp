@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Information module: parameters of INI files, and the module's events.
+#define FAPI_LOG_TAG "VexTvFApiInformation"
 #include "a_vextvfapi_info.h"
 
 #include <cstring>
@@ -8,10 +9,8 @@
 
 #include "a_vextvfapi_common.h"
 #include "base/fapi_event_slot.h"
-#include "hw3/hw_sys.h"
-
-#define FAPI_LOG_TAG "VexTvFApiInformation"
 #include "base/fapi_log.h"
+#include "hw3/hw_sys.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_infoCallback, a_vextvfapi_info_reg_callback, a_vextvfapi_info_unreg_callback,
                           a_vextvfapi_info_nty_event)
@@ -52,10 +51,10 @@ int a_vextvfapi_info_get_ini_para(const unsigned char* path, const unsigned char
         return -2;
     }
     HW_Handle_t hConfig = HW_HANDLE_NONE;
-    const HW_Result_t u32Result = HW_SYS_OpenConfigFile(path, &hConfig);
-    if (u32Result != HW_OK) {
+    const HW_Result_t result = HW_SYS_OpenConfigFile(path, &hConfig);
+    if (result != HW_OK) {
         FAPI_LOGD("HW_SYS_OpenConfigFile(%s, ...) is failed.\n\n", path);
-        return a_vextvfapi_common_hw_err_msg(u32Result);
+        return a_vextvfapi_common_hw_err_msg(result);
     }
     HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, 0, nullptr};
     if (HW_SYS_GetConfigData(hConfig, key, &stData) != HW_OK) {

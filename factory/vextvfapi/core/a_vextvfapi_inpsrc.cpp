@@ -44,13 +44,17 @@ constexpr SourceNumbers kSources[kTypes] = {
     {kAnyNumber, 1, true},  // video decoder
 };
 
-unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {
+}  // namespace
+
+static unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {
     const SourceNumbers& stSource = kSources[u32Type];
     if (u32Index >= stSource.u32Indices) {
         return kUnknownInput;
     }
     return static_cast<unsigned char>(stSource.u8First + (stSource.bSame ? 0 : u32Index));
 }
+
+namespace {
 
 // What the current window shows. The window is given back with it.
 struct OnScreen {

@@ -18,20 +18,20 @@ struct AnalogInput {
     bool bOpened;
 };
 
-HW_Result_t findInput(HW_EXTIN_Type_e eType, HW_Handle_t* phExtin) {
+}  // namespace
+
+static HW_Result_t findInput(HW_EXTIN_Type_e eType, HW_Handle_t* phExtin) {
     HW_EXTIN_HandleParams_t stQuery = {};
     stQuery.u32Type = eType;
     return HW_EXTIN_GetHandle(&stQuery, phExtin);
 }
 
-HW_Result_t openInput(HW_EXTIN_Type_e eType, HW_U32 u32OpenValue, HW_Handle_t* phExtin) {
+static HW_Result_t openInput(HW_EXTIN_Type_e eType, HW_U32 u32OpenValue, HW_Handle_t* phExtin) {
     HW_EXTIN_OpenParams_t stParams = {};
     stParams.u32OpenValue = u32OpenValue;
     stParams.u32Type = eType;
     return HW_EXTIN_Open(&stParams, phExtin);
 }
-
-}  // namespace
 
 // The handles that were had last. They are not cleared when an input is closed: with neither found nor opened, an
 // operation goes on with the old one.

@@ -13,13 +13,13 @@ constexpr int kErrorCode = 3;
 
 constexpr HW_Result_t kFirstFailure = 3;
 
-HW_Result_t findDecoder(HW_Handle_t* phDecoder) {
+}  // namespace
+
+static HW_Result_t findDecoder(HW_Handle_t* phDecoder) {
     HW_EXTIN_HandleParams_t stQuery = {};
     stQuery.u32Type = E_HW_EXTIN_TYPE_VD;
     return HW_EXTIN_GetHandle(&stQuery, phDecoder);
 }
-
-}  // namespace
 
 // Opened when needed, and never closed.
 static HW_Handle_t _hVd;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Network module: MAC address and state of interfaces, and the module's events.
+#define FAPI_LOG_TAG "VexTvFApiNetwork"
 #include "a_vextvfapi_net.h"
 
 #include <algorithm>
@@ -7,11 +8,9 @@
 
 #include "base/fapi_event_slot.h"
 #include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "base/fapi_log_text.h"
 #include "hw3/hw_net.h"
-
-#define FAPI_LOG_TAG "VexTvFApiNetwork"
-#include "base/fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_netCallback, a_vextvfapi_net_reg_callback, a_vextvfapi_net_unreg_callback,
                           a_vextvfapi_net_nty_event)
@@ -25,9 +24,9 @@ static signed char _s8Selected = -1;
 static HW_Handle_t _hNet = HW_HANDLE_NONE;
 
 int a_vextvfapi_net_init() {
-    const HW_Result_t u32Result = HW_NET_Init(nullptr);
-    if (!fapi::isBroughtUp(u32Result)) {
-        FAPI_LOGE("Error 0x%x: failed to HW_NET_Init(...)!\n\n", u32Result);
+    const HW_Result_t result = HW_NET_Init(nullptr);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE("Error 0x%x: failed to HW_NET_Init(...)!\n\n", result);
         return -1;
     }
     return 0;

@@ -17,8 +17,12 @@ FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_prphrlCallback, a_vextvfapi_prphrl_reg_call
 
 unsigned char _u8HdmiPortNumber = 0;
 
+namespace {
+
 // How many ports the module can serve.
-static constexpr unsigned int kHdmiPortMax = 4;
+constexpr unsigned int kHdmiPortMax = 4;
+
+}  // namespace
 
 void raiseEvent(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object) {
     const fapi_core::VexTvFApiEventCommonObject empty;

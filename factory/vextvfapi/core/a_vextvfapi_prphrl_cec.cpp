@@ -10,7 +10,7 @@
 #include "hw3/hw_cec.h"
 
 // What the host asked for last. Nothing here reads it.
-static std::atomic<unsigned char> bCecEnable{0};
+static std::atomic<unsigned char> _bCecEnable{0};
 
 namespace {
 
@@ -67,11 +67,11 @@ int a_vextvfapi_prphrl_enable_cec(unsigned char enable) {
     HW_Result_t result = HW_OK;
     if (enable != 0) {
         result = HW_CEC_Enable(lease.handle());
-        bCecEnable.store(1);
+        _bCecEnable.store(1);
         FAPI_LOGI("Set CEC enable!\n\n");
     } else {
         result = HW_CEC_Disable(lease.handle());
-        bCecEnable.store(0);
+        _bCecEnable.store(0);
         FAPI_LOGI("Set CEC disable!\n\n");
     }
     return finishCec(lease, result);

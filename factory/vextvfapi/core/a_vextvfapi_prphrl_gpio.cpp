@@ -13,10 +13,10 @@
 #include "base/fapi_log.h"
 #include "hw3/hw_gpio.h"
 
-static constexpr int kMonitorFailed = 255;
-static constexpr unsigned int kStopPollTimes = 10;
-
 namespace {
+
+constexpr int kMonitorFailed = 255;
+constexpr unsigned int kStopPollTimes = 10;
 
 struct GpioFamily {
     static constexpr auto getHandle = HW_GPIO_GetHandle;

@@ -9,10 +9,10 @@
 #include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 
-static constexpr unsigned int kVersionedPorts = 4;
-static constexpr signed char kVersions = 4;
-
 namespace {
+
+constexpr unsigned int kVersionedPorts = 4;
+constexpr signed char kVersions = 4;
 
 struct ExtinFamily {
     static constexpr auto getHandle = HW_EXTIN_GetHandle;

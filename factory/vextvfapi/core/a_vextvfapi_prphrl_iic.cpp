@@ -11,8 +11,12 @@
 #include "base/fapi_log.h"
 #include "hw3/hw_iic.h"
 
-static constexpr HW_U32 kAddressDebugLevel = 0x40;
-static constexpr unsigned int kReadModes = 3;
+namespace {
+
+constexpr HW_U32 kAddressDebugLevel = 0x40;
+constexpr unsigned int kReadModes = 3;
+
+}  // namespace
 
 // Of the last bus that was obtained. An opened bus stays so until it is disabled.
 static std::atomic<HW_Handle_t> _hIic{HW_HANDLE_NONE};

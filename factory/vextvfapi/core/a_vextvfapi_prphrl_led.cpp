@@ -13,15 +13,19 @@
 #include "base/fapi_log.h"
 #include "hw3/hw_pm.h"
 
-static constexpr unsigned int kCycle = 0;
-static constexpr unsigned int kWhite = 1;
-static constexpr unsigned int kOff = 2;
-static constexpr HW_U8 kLedCount = 4;
+namespace {
+
+constexpr unsigned int kCycle = 0;
+constexpr unsigned int kWhite = 1;
+constexpr unsigned int kOff = 2;
+constexpr HW_U8 kLedCount = 4;
+
+}  // namespace
 
 // Caller and cycle share the handle; whichever closes it first takes it from the other, whose writes then fail.
 static std::atomic<HW_Handle_t> _hPm{HW_HANDLE_NONE};
 static std::atomic<bool> _bPmOpened{false};
-static std::atomic<bool> bEnableStdLedMonitor{false};
+static std::atomic<bool> _bEnableStdLedMonitor{false};
 
 static int obtainPm(const char* pszCaller = __builtin_FUNCTION()) {
     const HW_PM_InitParams_t stInit = {};
@@ -99,7 +103,7 @@ static bool showColour(const Colour& colour, const char* pszCaller = __builtin_F
 
 void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
     // A cycle that has begun is shown to its end, also without a handle.
-    while (bEnableStdLedMonitor.load()) {
+    while (_bEnableStdLedMonitor.load()) {
         for (const Colour& colour : kCycleColours) {
             if (!showColour(colour)) {
                 closePm();
@@ -113,7 +117,7 @@ void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
 }
 
 static int startCycle(const char* pszCaller = __builtin_FUNCTION()) {
-    bEnableStdLedMonitor.store(true);
+    _bEnableStdLedMonitor.store(true);
     if (fapi::startDetachedThread(_a_vextvfapi_prphrl_stdFactoryLedMonitor, nullptr) != 0) {
         FAPI_LOGE_AS(pszCaller, "StdFactoryLedMonitor thread create failed!(%s)\n\n", strerror(errno));
         closePm(pszCaller);
@@ -123,7 +127,7 @@ static int startCycle(const char* pszCaller = __builtin_FUNCTION()) {
 }
 
 static int showWhite(const char* pszCaller = __builtin_FUNCTION()) {
-    bEnableStdLedMonitor.store(false);
+    _bEnableStdLedMonitor.store(false);
     // Time for a running cycle to finish its step; it may go on and change the colour all the same.
     sleep(1);
     if (!showColour(kWhiteColour, pszCaller)) {
@@ -136,7 +140,7 @@ static int showWhite(const char* pszCaller = __builtin_FUNCTION()) {
 }
 
 static int switchOff(const char* pszCaller = __builtin_FUNCTION()) {
-    bEnableStdLedMonitor.store(false);
+    _bEnableStdLedMonitor.store(false);
     sleep(1);
     closePm(pszCaller);
     // No colour is written: what the last step showed stays.

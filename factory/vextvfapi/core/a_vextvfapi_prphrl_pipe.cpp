@@ -18,11 +18,15 @@
 #include "base/fapi_memory.h"
 #include "hw3/hw_os.h"
 
-static constexpr char kPipePath[] = "/data/vendor/uartCmdPipe";
-static constexpr unsigned int kPollTimes = 10;
-static constexpr HW_U32 kPollMs = 100;
-static constexpr int kReadWaitMs = 10;
-static constexpr std::size_t kReadSize = 2048;
+namespace {
+
+constexpr char kPipePath[] = "/data/vendor/uartCmdPipe";
+constexpr unsigned int kPollTimes = 10;
+constexpr HW_U32 kPollMs = 100;
+constexpr int kReadWaitMs = 10;
+constexpr std::size_t kReadSize = 2048;
+
+}  // namespace
 
 // The thread raises both flags itself. It outlives a stop while it waits for a writer to open the FIFO.
 static fapi::BackgroundTask _pipeTask;

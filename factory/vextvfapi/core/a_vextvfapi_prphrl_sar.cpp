@@ -16,18 +16,22 @@
 #include "base/fapi_log.h"
 #include "hw3/hw_sar.h"
 
-static constexpr std::size_t kPathSize = 128;
-static constexpr HW_U32 kKeypadAdcChannel = 1;
-static constexpr int kAdcFailed = 255;
+namespace {
+
+constexpr std::size_t kPathSize = 128;
+constexpr HW_U32 kKeypadAdcChannel = 1;
+constexpr int kAdcFailed = 255;
+
+}  // namespace
 
 // Opened once and kept. The key callback reads the second on a thread of the middleware.
 static std::atomic<HW_Handle_t> _hKeypad{HW_HANDLE_NONE};
 static std::atomic<HW_Handle_t> _hAdc{HW_HANDLE_NONE};
 static std::atomic<HW_Handle_t> _hOnDemandAdc{HW_HANDLE_NONE};
-static std::atomic<bool> bReadAdcInKeypad{false};
+static std::atomic<bool> _bReadAdcInKeypad{false};
 
 // Static, because the middleware may read it at its address until the keypad is opened anew.
-static HW_SAR_KeypadConfig_t stKeypadConfig;
+static HW_SAR_KeypadConfig_t _stKeypadConfig;
 
 namespace {
 
@@ -44,10 +48,14 @@ struct IniValue {
 
 using PathBuffer = std::unique_ptr<unsigned char[]>;
 
+}  // namespace
+
 // A byte more than the path may have. Its allocation may fail, and each operation has a status of its own for that.
-PathBuffer newPathBuffer() {
+static PathBuffer newPathBuffer() {
     return PathBuffer(new (std::nothrow) unsigned char[kPathSize + 1]());
 }
+
+namespace {
 
 enum class KeyList { thresholds, codes };
 
@@ -135,25 +143,25 @@ static bool readKeypadConfig(const unsigned char* pu8BoardPath, const char* pszC
     stThresholds.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_THRESHOLD");
     stCodes.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_CODE");
 
-    stKeypadConfig = {};
-    if (!parseByte(stLow.text(), stKeypadConfig.u8FirstBound)) {
+    _stKeypadConfig = {};
+    if (!parseByte(stLow.text(), _stKeypadConfig.u8FirstBound)) {
         FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
-    if (!parseByte(stUp.text(), stKeypadConfig.u8SecondBound)) {
+    if (!parseByte(stUp.text(), _stKeypadConfig.u8SecondBound)) {
         FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
-    if (!parseByte(stLevels.text(), stKeypadConfig.u8KeyLevelNum)) {
+    if (!parseByte(stLevels.text(), _stKeypadConfig.u8KeyLevelNum)) {
         FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
     // Contract: the labels are swapped.
-    FAPI_LOGD_AS(pszCaller, "u8LoBnd=0x%x\n\n", stKeypadConfig.u8SecondBound);
-    FAPI_LOGD_AS(pszCaller, "u8UpBnd=0x%x\n\n", stKeypadConfig.u8FirstBound);
-    FAPI_LOGD_AS(pszCaller, "u8KeyLevelNum=0x%x\n\n", stKeypadConfig.u8KeyLevelNum);
-    return parseList(stThresholds.text(), KeyList::thresholds, stKeypadConfig.au8KeyThreshold, pszCaller) &&
-           parseList(stCodes.text(), KeyList::codes, stKeypadConfig.au8KeyCode, pszCaller);
+    FAPI_LOGD_AS(pszCaller, "u8LoBnd=0x%x\n\n", _stKeypadConfig.u8SecondBound);
+    FAPI_LOGD_AS(pszCaller, "u8UpBnd=0x%x\n\n", _stKeypadConfig.u8FirstBound);
+    FAPI_LOGD_AS(pszCaller, "u8KeyLevelNum=0x%x\n\n", _stKeypadConfig.u8KeyLevelNum);
+    return parseList(stThresholds.text(), KeyList::thresholds, _stKeypadConfig.au8KeyThreshold, pszCaller) &&
+           parseList(stCodes.text(), KeyList::codes, _stKeypadConfig.au8KeyCode, pszCaller);
 }
 
 // --- Keypad ----------------------------------------------------------------------------------------------------------
@@ -163,7 +171,7 @@ int a_vextvfapi_prphrl_keypad_init() {
     if (!readBoardPath(stBoardPath) || !readKeypadConfig(stBoardPath.au8Text)) {
         return 0;
     }
-    const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_KEYPAD, 0, 1, &stKeypadConfig};
+    const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_KEYPAD, 0, 1, &_stKeypadConfig};
     HW_Handle_t hOpened = HW_HANDLE_NONE;
     if (HW_SAR_Open(&stParams, &hOpened) != HW_OK) {
         FAPI_LOGE("[get_keypad_code] Open handle fail\n\n");
@@ -220,7 +228,7 @@ unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int eve
     raiseEvent(FAPI_EVENT_KEY, u8Code);
 
     const HW_Handle_t hConverter = _hAdc.load();
-    if (bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
+    if (_bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
         HW_U32 u32Value = kAdcFailed;
         if (HW_SAR_AdcGetValue(hConverter, &u32Value) != HW_OK) {
             // Contract: shown whatever the debug switch says.
@@ -264,7 +272,7 @@ int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad) {
         FAPI_LOGE("[SAR ADC] HW_SAR_SetVoltageLevel fail\n\n");
         return -1;
     }
-    bReadAdcInKeypad.store(readAdcInKeypad == 1);
+    _bReadAdcInKeypad.store(readAdcInKeypad == 1);
     if (readAdcInKeypad == 1) {
         FAPI_LOGD("[SAR ADC] Read ADC value when using keypad: enable\n\n");
     } else {

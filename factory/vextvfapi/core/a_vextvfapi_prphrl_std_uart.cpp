@@ -14,17 +14,21 @@
 #include "base/fapi_log.h"
 #include "base/fapi_message_framer.h"
 
+namespace {
+
 // Upper limit of a message.
-static constexpr unsigned int UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE = fapi::ReceiveBuffer::kSize;
+constexpr unsigned int UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE = fapi::ReceiveBuffer::kSize;
 
 // A hung-up line answers every read at once.
-static constexpr useconds_t kReadPauseUs = 1000;
-static constexpr unsigned int kStopPollTimes = 10;
+constexpr useconds_t kReadPauseUs = 1000;
+constexpr unsigned int kStopPollTimes = 10;
 
 // By baud rate index; out of order as the interface has it.
-static constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
+constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
 
-static constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
+constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
+
+}  // namespace
 
 // The thread runs while it is enabled. A write-only link is started without one, for good.
 static fapi::BackgroundTask _stdUartMonitor;

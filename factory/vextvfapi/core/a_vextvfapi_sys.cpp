@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // System module: start-up and events.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "a_vextvfapi_sys.h"
 
 #include "a_vextvfapi_common.h"
 #include "base/fapi_event_slot.h"
 #include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
 #include "hw3/hw_sys.h"
 #include "hw3/hw_wdt.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "base/fapi_log.h"
 
 FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_sysCallback, a_vextvfapi_sys_reg_callback, a_vextvfapi_sys_unreg_callback,
                           a_vextvfapi_sys_nty_event)
@@ -26,23 +25,23 @@ int a_vextvfapi_sys_init() {
 
     int s32Status = 0;
     const HW_FLASH_InitParams_t stFlashParams = {};
-    HW_Result_t u32Result = HW_FLASH_Init(&stFlashParams);
-    if (!fapi::isBroughtUp(u32Result)) {
-        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_FLASH_Init(...)!") "\n\n", u32Result);
+    HW_Result_t result = HW_FLASH_Init(&stFlashParams);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_FLASH_Init(...)!") "\n\n", result);
         s32Status = -1;
     }
 
     const HW_FS_InitParams_t stFsParams = {};
-    u32Result = HW_FS_Init(&stFsParams);
-    if (!fapi::isBroughtUp(u32Result)) {
-        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_FS_Init(...)!") "\n\n", u32Result);
+    result = HW_FS_Init(&stFsParams);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_FS_Init(...)!") "\n\n", result);
         s32Status = -1;
     }
 
     const HW_WDT_InitParams_t stWdtParams = {};
-    u32Result = HW_WDT_Init(&stWdtParams);
-    if (!fapi::isBroughtUp(u32Result)) {
-        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_WDT_Init(...)!") "\n\n", u32Result);
+    result = HW_WDT_Init(&stWdtParams);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_WDT_Init(...)!") "\n\n", result);
         return -1;
     }
     return s32Status;

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // System module: memory clock spread, firmware upgrade, registers, real-time clock.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <atomic>
 
 #include "a_vextvfapi_sys.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_pm.h"
 #include "hw3/hw_sys.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "base/fapi_log.h"
 
 // --- Memory clock spread ---------------------------------------------------------------------------------------------
 
@@ -55,9 +54,9 @@ int a_vextvfapi_sys_upgrade_fw(unsigned char type, unsigned char* source) {
         FAPI_LOGD("success.\n\n");
         return -2;
     }
-    const HW_Result_t u32Result = HW_SYS_UpgradeFw(static_cast<HW_U32>(s32FwType), source);
-    if (u32Result != HW_OK) {
-        FAPI_LOGE("HW_SYS_UpgradeFw failed with error code = %d.\n\n", u32Result);
+    const HW_Result_t result = HW_SYS_UpgradeFw(static_cast<HW_U32>(s32FwType), source);
+    if (result != HW_OK) {
+        FAPI_LOGE("HW_SYS_UpgradeFw failed with error code = %d.\n\n", result);
         return -1;
     }
     FAPI_LOGD("success.\n\n");

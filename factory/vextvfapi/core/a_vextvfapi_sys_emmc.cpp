@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // System module: raw transfers from and to eMMC partitions.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include "a_vextvfapi_sys_internal.h"
+#include "base/fapi_log.h"
 #include "base/fapi_log_text.h"
 #include "base/fapi_memory.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "base/fapi_log.h"
 
 static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, const unsigned char* data,
                            const char* pszCaller = __builtin_FUNCTION()) {

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // System module: boot environment variables in flash.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include "a_vextvfapi_sys_internal.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "base/fapi_log.h"
 
 namespace {
@@ -21,17 +20,19 @@ struct EnvValue {
 // One environment image in memory. Its allocation may fail, and each operation has a status of its own for that.
 using EnvImage = std::unique_ptr<HW_U8[]>;
 
-EnvImage newEnvImage() {
+}  // namespace
+
+static EnvImage newEnvImage() {
     return EnvImage(new (std::nothrow) HW_U8[HW_FLASH_ENV_IMAGE_SIZE]());
 }
 
-HW_Result_t readEnvVar(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, EnvValue& stValue) {
+static HW_Result_t readEnvVar(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, EnvValue& stValue) {
     const HW_FLASH_EnvVar_t stVar = {pu8Image, key, stValue.au8Text};
     return HW_FLASH_GetEnvVar(hFlash, &stVar);
 }
 
-int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size,
-                 const char* pszCaller = __builtin_FUNCTION()) {
+static int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size,
+                        const char* pszCaller = __builtin_FUNCTION()) {
     const EnvImage image = newEnvImage();
     if (image == nullptr) {
         FAPI_LOGE_AS(pszCaller, "Allocate Memory Fail!!!!\n\n");
@@ -58,8 +59,8 @@ int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* va
     return 0;
 }
 
-int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, const EnvValue& stWritten,
-                  const char* pszCaller = __builtin_FUNCTION()) {
+static int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, const EnvValue& stWritten,
+                         const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_FLASH_LoadEnv(hFlash, pu8Image) != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "Read flash data failed!! \n\n");
         return -1;
@@ -80,8 +81,8 @@ int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key,
     return 0;
 }
 
-int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char* value,
-               const char* pszCaller = __builtin_FUNCTION()) {
+static int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char* value,
+                      const char* pszCaller = __builtin_FUNCTION()) {
     const EnvImage image = newEnvImage();
     if (image == nullptr) {
         // -1 and not the -4 of the reading operation.
@@ -110,8 +111,6 @@ int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char
     return verifyInFlash(hFlash, image.get(), key, stValue, pszCaller);
 }
 
-}  // namespace
-
 static HW_Result_t findOrOpenFlash(FlashLease& lease, HW_FLASH_Type_e type,
                                    const char* pszCaller = __builtin_FUNCTION()) {
     HW_FLASH_HandleParams_t stQuery = {};
@@ -129,9 +128,9 @@ int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigne
     handle = 0;
     opened = 0;
     FlashLease lease;
-    const HW_Result_t u32Result = findOrOpenFlash(lease, type);
-    if (u32Result != HW_OK) {
-        return static_cast<int>(u32Result);
+    const HW_Result_t result = findOrOpenFlash(lease, type);
+    if (result != HW_OK) {
+        return static_cast<int>(result);
     }
     handle = static_cast<int>(lease.handle());
     opened = lease.isOpened() ? 1 : 0;

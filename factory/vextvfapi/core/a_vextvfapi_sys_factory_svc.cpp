@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // System module: the client of the set's factory daemon.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -10,8 +11,6 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_sys.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "base/fapi_log.h"
 
 namespace {

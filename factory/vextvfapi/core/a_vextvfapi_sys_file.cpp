@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // System module: file services.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -12,10 +13,8 @@
 #include <sys/stat.h>
 
 #include "a_vextvfapi_sys.h"
-#include "hw3/hw_fs.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "base/fapi_log.h"
+#include "hw3/hw_fs.h"
 
 namespace {
 
@@ -28,18 +27,22 @@ constexpr HW_S32 kAbsent = -1;
 constexpr HW_U32 kCopyChunk = 1024;
 constexpr HW_S32 kReadError = -1;
 
-const char* asText(const unsigned char* pu8Text) {
+}  // namespace
+
+static const char* asText(const unsigned char* pu8Text) {
     return reinterpret_cast<const char*>(pu8Text);
 }
 
-bool isNullOrEmpty(const unsigned char* pu8Text) {
+static bool isNullOrEmpty(const unsigned char* pu8Text) {
     return pu8Text == nullptr || *pu8Text == '\0';
 }
 
-bool exists(const char* pszPath) {
+static bool exists(const char* pszPath) {
     struct stat stStat = {};
     return HW_FS_Stat(pszPath, &stStat) == 0;
 }
+
+namespace {
 
 // The folder that a path lies in. dirname() works inside the copy and may return static storage, so the copy is what
 // is owned, and the result is only looked at.
@@ -65,30 +68,35 @@ private:
     const char* _pszFolder = nullptr;
 };
 
-void logNames(const unsigned char* pu8Path, const ParentFolder& folder, const char* pszCaller = __builtin_FUNCTION()) {
+}  // namespace
+
+static void logNames(const unsigned char* pu8Path, const ParentFolder& folder,
+                     const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "pu8FileName:%s\n", pu8Path);
     // A C library may refuse to take an overlong path apart.
     FAPI_LOGD_AS(pszCaller, "pszFilePath:%s\n", fapi::logText(folder.path()));
 }
+
+namespace {
 
 struct StreamCloser {
     void operator()(FILE* pStream) const { HW_FS_Fclose(pStream); }
 };
 using Stream = std::unique_ptr<FILE, StreamCloser>;
 
+}  // namespace
+
 // A position that does not fit the seek's signed offset is a seek that failed.
-HW_S32 seekTo(FILE* pStream, unsigned long long u64Position) {
+static HW_S32 seekTo(FILE* pStream, unsigned long long u64Position) {
     if (u64Position > static_cast<unsigned long long>(LONG_MAX)) {
         return -1;
     }
     return HW_FS_Fseek(pStream, static_cast<HW_S64>(u64Position), SEEK_SET);
 }
 
-int openForWriting(const unsigned char* path) {
+static int openForWriting(const unsigned char* path) {
     return open(asText(path), O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
 }
-
-}  // namespace
 
 int a_vextvfapi_sys_check_file(const unsigned char* path) {
     if (path == nullptr) {

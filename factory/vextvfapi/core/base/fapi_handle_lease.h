@@ -33,9 +33,9 @@ public:
 
     template <class Params>
     HW_Result_t open(const Params& stParams) {
-        const HW_Result_t u32Result = Family::open(&stParams, &_hHandle);
-        _bOpened = u32Result == HW_OK;
-        return u32Result;
+        const HW_Result_t result = Family::open(&stParams, &_hHandle);
+        _bOpened = result == HW_OK;
+        return result;
     }
 
     // Takes over what a look-up helper found (opened false) or opened.

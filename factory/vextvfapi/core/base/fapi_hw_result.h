@@ -8,8 +8,8 @@
 namespace fapi {
 
 // Of a family's Init, which the host may repeat: "already initialised" is as good as done.
-inline bool isBroughtUp(HW_Result_t u32Result) {
-    return u32Result == HW_OK || u32Result == HW_HAS_INITED;
+inline bool isBroughtUp(HW_Result_t result) {
+    return result == HW_OK || result == HW_HAS_INITED;
 }
 
 }  // namespace fapi
