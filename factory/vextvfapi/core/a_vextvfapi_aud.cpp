@@ -8,9 +8,6 @@
 #include "base/fapi_log.h"
 #include "hw3/hw_audio.h"
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_audCallback, a_vextvfapi_aud_reg_callback, a_vextvfapi_aud_unreg_callback,
-                          a_vextvfapi_aud_nty_event)
-
 namespace {
 
 struct OutputPath {
@@ -24,7 +21,7 @@ struct OutputPath {
 
 static OutputPath _astPaths[HW_AOUT_PATH_COUNT];
 
-HW_Handle_t _a_vextvfapi_aud_path(unsigned int u32Path) {
+HW_Handle_t fapi::aud::pathHandle(unsigned int u32Path) {
     return _astPaths[u32Path].hAout;
 }
 
@@ -41,7 +38,7 @@ int a_vextvfapi_aud_init() {
         FAPI_LOGE("\033[31m %s(%d)HW_AOUT_Init() failed.\033[m\n\n", __func__, __LINE__);
         return -1;
     }
-    _a_vextvfapi_aud_forget_dolby_dap_param();
+    fapi::aud::forgetDolbyDapParam();
     return 0;
 }
 
@@ -95,15 +92,15 @@ int a_vextvfapi_aud_close() {
     return 0;
 }
 
-HW_Handle_t _a_vextvfapi_aud_open_main_path(const char* pszCaller) {
+HW_Handle_t fapi::aud::openMainPath(const char* pszCaller) {
     a_vextvfapi_aud_open();
-    if (_a_vextvfapi_aud_path(kMainPath) == HW_HANDLE_NONE) {
+    if (fapi::aud::pathHandle(fapi::aud::kMainPath) == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "AOUT handle is not ready!\n\n");
     }
-    return _a_vextvfapi_aud_path(kMainPath);
+    return fapi::aud::pathHandle(fapi::aud::kMainPath);
 }
 
-int _a_vextvfapi_aud_finish(const char* pszCaller) {
+int fapi::aud::finish(const char* pszCaller) {
     if (a_vextvfapi_aud_close() != 0) {
         FAPI_LOGE_AS(pszCaller, "a_vextvfapi_aud_close() failed!\n\n");
         return -1;
@@ -111,11 +108,31 @@ int _a_vextvfapi_aud_finish(const char* pszCaller) {
     return 0;
 }
 
-int _a_vextvfapi_aud_send(HW_Handle_t hAout, HW_U32 u32Attribute, const void* pValue, const char* pszCaller) {
+int fapi::aud::send(HW_Handle_t hAout, HW_U32 u32Attribute, const void* pValue, const char* pszCaller) {
     if (HW_AOUT_SetAttr(hAout, u32Attribute, pValue) != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "HW_AOUT_SetAttr() failed!\n\n");
         return -1;
     }
     FAPI_LOGD_AS(pszCaller, "HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish(pszCaller);
+    return fapi::aud::finish(pszCaller);
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_aud_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_aud_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_aud_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                              const fapi_core::VexTvFApiEventCommonObject& b,
+                              const fapi_core::VexTvFApiEventCommonObject& c,
+                              const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

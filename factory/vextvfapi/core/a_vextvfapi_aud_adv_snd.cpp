@@ -104,35 +104,34 @@ struct Effect {
     const char* pszName;
     HW_U32 u32HwType;
     // Parts `u32First` to `u32Count` - 1 of the list can be switched.
-    const SubEffect* pSubEffects;
-    unsigned int u32First;
-    unsigned int u32Count;
+    const SubEffect* pSubEffects = nullptr;
+    unsigned int u32First = 0;
+    unsigned int u32Count = 0;
+
+    constexpr Effect(const char* pszBothNames, HW_U32 u32Type)
+        : pszEnableName(pszBothNames), pszName(pszBothNames), u32HwType(u32Type) {}
+
+    template <unsigned int u32Parts>
+    constexpr Effect(const char* pszForEnable, const char* pszForParts, HW_U32 u32Type,
+                     const SubEffect (&parts)[u32Parts], unsigned int u32FirstPart = 0)
+        : pszEnableName(pszForEnable),
+          pszName(pszForParts),
+          u32HwType(u32Type),
+          pSubEffects(parts),
+          u32First(u32FirstPart),
+          u32Count(u32Parts) {}
 };
 
-}  // namespace
-
-template <unsigned int u32Count>
-static constexpr Effect effect(const char* pszEnableName, const char* pszName, HW_U32 u32HwType,
-                               const SubEffect (&subEffects)[u32Count], unsigned int u32First = 0) {
-    return {pszEnableName, pszName, u32HwType, subEffects, u32First, u32Count};
-}
-
-static constexpr Effect effect(const char* pszName, HW_U32 u32HwType) {
-    return {pszName, pszName, u32HwType, nullptr, 0, 0};
-}
-
-namespace {
-
-// Number 3 has two names in the log.
+// Contract: number 3 has two names in the log.
 constexpr Effect kEffects[] = {
-    effect("NONE", E_HW_AOUT_ADV_SND_NONE),
-    effect("SRS True Surround HD", "SRS True Surround HD", E_HW_AOUT_ADV_SND_SRS_TSHD, kTrueSurround),
-    effect("SRS Theater Sound", "SRS Theater Sound", E_HW_AOUT_ADV_SND_SRS_THEATER, kTheater, kFirstTheater),
-    effect("SRS Pure Sound", "Pure Sound", E_HW_AOUT_ADV_SND_SRS_PURE, kPureSound),
-    effect("DBX", E_HW_AOUT_ADV_SND_DBX),
-    effect("Dolby Volume", E_HW_AOUT_ADV_SND_DOLBY_VOLUME),
-    effect("Dolby DAP", "Dolby DAP", E_HW_AOUT_ADV_SND_DOLBY_DAP, kDolbyDap),
-    effect("DTS VIRTUAL X", "DTS VIRTUAL X", E_HW_AOUT_ADV_SND_DTS_VIRTUALX, kDtsVirtualX),
+    {"NONE", E_HW_AOUT_ADV_SND_NONE},
+    {"SRS True Surround HD", "SRS True Surround HD", E_HW_AOUT_ADV_SND_SRS_TSHD, kTrueSurround},
+    {"SRS Theater Sound", "SRS Theater Sound", E_HW_AOUT_ADV_SND_SRS_THEATER, kTheater, kFirstTheater},
+    {"SRS Pure Sound", "Pure Sound", E_HW_AOUT_ADV_SND_SRS_PURE, kPureSound},
+    {"DBX", E_HW_AOUT_ADV_SND_DBX},
+    {"Dolby Volume", E_HW_AOUT_ADV_SND_DOLBY_VOLUME},
+    {"Dolby DAP", "Dolby DAP", E_HW_AOUT_ADV_SND_DOLBY_DAP, kDolbyDap},
+    {"DTS VIRTUAL X", "DTS VIRTUAL X", E_HW_AOUT_ADV_SND_DTS_VIRTUALX, kDtsVirtualX},
 };
 constexpr unsigned int kEffectCount = sizeof(kEffects) / sizeof(kEffects[0]);
 
@@ -140,7 +139,7 @@ constexpr unsigned int kEffectCount = sizeof(kEffects) / sizeof(kEffects[0]);
 
 static fapi_core::VexTvFApiAdvSndDolbyDapParams_t _stDolbyDapParams;
 
-void _a_vextvfapi_aud_forget_dolby_dap_param() {
+void fapi::aud::forgetDolbyDapParam() {
     _stDolbyDapParams = {};
 }
 
@@ -148,7 +147,7 @@ void _a_vextvfapi_aud_forget_dolby_dap_param() {
 
 int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready! \n\n");
         return -1;
@@ -160,7 +159,7 @@ int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType) {
     const Effect& stEffect = kEffects[*pType];
     FAPI_LOGI("Enable eAdvSndType: %s \n\n", stEffect.pszEnableName);
     const HW_U32 u32HwType = stEffect.u32HwType;
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType);
 }
 
 // Puts the part into the record, with all other parts off, and tells its name. False when there is no such part.
@@ -188,7 +187,7 @@ static bool fillSubEffect(unsigned int u32Type, unsigned int u32SubIndex, unsign
 
 int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIndex, unsigned char* pEnable) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n\n");
         return -1;
@@ -203,17 +202,17 @@ int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIn
     if (!fillSubEffect(*pType, *pSubIndex, *pEnable, stParams, pszName)) {
         // A part that there is not is logged, and is no failure. It is contract.
         FAPI_LOGE("Not support type\n\n");
-        return _a_vextvfapi_aud_finish();
+        return fapi::aud::finish();
     }
     FAPI_LOGI("Apply sub sound effect Type: %s ==> %s \n\n", fapi::logText(pszName),
               *pEnable != 0 ? "enable" : "disable");
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stParams);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stParams);
 }
 
 // --- Parameters ------------------------------------------------------------------------------------------------------
 
 int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -236,7 +235,7 @@ int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
             "Apply adv sound effect: Dolby DAP stAdvSndParams.attr.stDolbyDapParams.stDapGainParam.s32PreGain = %d\n",
             stAdvSndParams.attr.stDolbyDapParams.stDapGainParam.s32PreGain);
     }
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stAdvSndParams);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stAdvSndParams);
 }
 
 int a_vextvfapi_aud_adv_snd_set_dolby_dap_param(const fapi_core::VexTvFApiAdvSndDolbyDapParams_t* pParams) {
@@ -258,12 +257,12 @@ int a_vextvfapi_aud_dts_bypass(unsigned char* pBypass) {
         return -1;
     }
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n\n");
         return -1;
     }
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_DTS_BYPASS, pBypass);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_DTS_BYPASS, pBypass);
 }
 
 int a_vextvfapi_aud_get_attr(unsigned int attrType, void* pInput, void* pOutput) {
@@ -271,7 +270,7 @@ int a_vextvfapi_aud_get_attr(unsigned int attrType, void* pInput, void* pOutput)
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -288,5 +287,5 @@ int a_vextvfapi_aud_get_attr(unsigned int attrType, void* pInput, void* pOutput)
         return -1;
     }
     FAPI_LOGD("HW_AOUT_GetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }

@@ -65,7 +65,7 @@ static HW_AOUT_BasicSound_t newPeqRecord() {
 // Sends an effect as the last step of an operation.
 static int sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
                       const char* pszCaller = __builtin_FUNCTION()) {
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound, pszCaller);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound, pszCaller);
 }
 
 // Does the same with the failure in red.
@@ -76,13 +76,13 @@ static int sendRecordOrRed(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSoun
         return -1;
     }
     FAPI_LOGD_AS(pszCaller, "HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish(pszCaller);
+    return fapi::aud::finish(pszCaller);
 }
 
 // --- Single effects --------------------------------------------------------------------------------------------------
 
 int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pValue) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         // Here alone a missing handle is no failure. It is contract.
         return 0;
@@ -101,7 +101,7 @@ int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pVa
 
 int a_vextvfapi_aud_adv_set_NR(unsigned char* pEnable, unsigned short* pThreshold) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n");
         return -1;
@@ -120,7 +120,7 @@ int a_vextvfapi_aud_adv_set_NR(unsigned char* pEnable, unsigned short* pThreshol
 
 int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type type, unsigned char enable) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n");
         return -1;
@@ -138,7 +138,7 @@ int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type
 // Returns the main path's handle when the arguments are good.
 static HW_Handle_t openForBand(const unsigned short* pIndex, const unsigned short* pValue,
                                const char* pszCaller = __builtin_FUNCTION()) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path(pszCaller);
+    const HW_Handle_t hAout = fapi::aud::openMainPath(pszCaller);
     if (hAout != HW_HANDLE_NONE && (pIndex == nullptr || pValue == nullptr || *pIndex >= HW_AOUT_PEQ_BANDS)) {
         FAPI_LOGE_AS(pszCaller, "Invalid parameter !\n\n");
         return HW_HANDLE_NONE;
@@ -198,7 +198,7 @@ static bool isBandInRange(unsigned short u16Gain, unsigned short u16Freq, unsign
 
 int a_vextvfapi_aud_adv_set_peq_value(unsigned short* pIndex, unsigned short* pGain, unsigned short* pFreq,
                                       unsigned short* pQ) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -232,20 +232,15 @@ using Words = std::array<unsigned int, sizeof(Param) / sizeof(unsigned int)>;
 struct BandList {
     std::size_t firstWord;
     unsigned int u32FirstSlot;
+
+    constexpr BandList(std::size_t offset, unsigned int u32Slot)
+        : firstWord(offset / sizeof(unsigned int)), u32FirstSlot(u32Slot) {}
 };
 
-}  // namespace
-
-static constexpr std::size_t wordOf(std::size_t offset) {
-    return offset / sizeof(unsigned int);
-}
-
-namespace {
-
-constexpr BandList kEqLevels = {wordOf(offsetof(Param, au32EqLevel)), 0};
-constexpr BandList kPeqGains = {wordOf(offsetof(Param, au32PeqGain)), 0};
-constexpr BandList kPeqFreqs = {wordOf(offsetof(Param, au32PeqFreq)), HW_AOUT_PEQ_BANDS};
-constexpr BandList kPeqQs = {wordOf(offsetof(Param, au32PeqQ)), 2 * HW_AOUT_PEQ_BANDS};
+constexpr BandList kEqLevels = {offsetof(Param, au32EqLevel), 0};
+constexpr BandList kPeqGains = {offsetof(Param, au32PeqGain), 0};
+constexpr BandList kPeqFreqs = {offsetof(Param, au32PeqFreq), HW_AOUT_PEQ_BANDS};
+constexpr BandList kPeqQs = {offsetof(Param, au32PeqQ), 2 * HW_AOUT_PEQ_BANDS};
 static_assert(kPeqQs.firstWord + HW_AOUT_BASIC_SND_SLOTS <= std::tuple_size<Words>::value, "stays inside the record");
 
 }  // namespace
@@ -343,7 +338,7 @@ int a_vextvfapi_aud_basic_snd_set_param(e_vextvfapi_aud_basic_snd_type type,
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }

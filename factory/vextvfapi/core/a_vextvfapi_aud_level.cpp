@@ -23,16 +23,16 @@ int a_vextvfapi_aud_adv_set_speaker_delay(unsigned int* pDelay) {
         FAPI_LOGE("Wrong setting! Delay should be %d~%d!\n", 0, kDelayMax);
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
-    if (HW_AOUT_SetDelay(hAout, kMainPath, *pDelay) != HW_OK) {
+    if (HW_AOUT_SetDelay(hAout, fapi::aud::kMainPath, *pDelay) != HW_OK) {
         FAPI_LOGE("HW_AOUT_SetDelay fail.\n\n");
         return -1;
     }
     FAPI_LOGD("Set speaker delay successed: %d\n\n", *pDelay);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 int a_vextvfapi_aud_adv_get_speaker_delay(unsigned int* pDelay) {
@@ -40,18 +40,18 @@ int a_vextvfapi_aud_adv_get_speaker_delay(unsigned int* pDelay) {
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
     HW_U32 u32Delay = 0;
-    if (HW_AOUT_GetDelay(hAout, kMainPath, &u32Delay) != HW_OK) {
+    if (HW_AOUT_GetDelay(hAout, fapi::aud::kMainPath, &u32Delay) != HW_OK) {
         FAPI_LOGE("HW_AOUT_GetDelay failed!\n\n");
         return -1;
     }
     *pDelay = u32Delay;
     FAPI_LOGI("Get speaker delay: %d ms\n\n", u32Delay);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 // --- Volume ----------------------------------------------------------------------------------------------------------
@@ -72,10 +72,10 @@ static bool areVolumeArguments(const unsigned int* pPath, const unsigned int* pV
 // Gets hold of the paths, and of any one's handle. 0, with a message, when there is none.
 static HW_Handle_t openPath(unsigned int u32Path, const char* pszCaller = __builtin_FUNCTION()) {
     a_vextvfapi_aud_open();
-    if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
+    if (fapi::aud::pathHandle(u32Path) == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "AOUT handle is not ready!\n\n");
     }
-    return _a_vextvfapi_aud_path(u32Path);
+    return fapi::aud::pathHandle(u32Path);
 }
 
 int a_vextvfapi_aud_adv_set_volume(unsigned int* pPath, unsigned int* pVolume) {
@@ -98,7 +98,7 @@ int a_vextvfapi_aud_adv_set_volume(unsigned int* pPath, unsigned int* pVolume) {
         return -1;
     }
     FAPI_LOGD("Set Volume: %d OK!\n\n", u8Volume);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 int a_vextvfapi_aud_adv_get_volume(unsigned int* pPath, unsigned int* pVolume) {
@@ -116,14 +116,14 @@ int a_vextvfapi_aud_adv_get_volume(unsigned int* pPath, unsigned int* pVolume) {
     }
     *pVolume = u8Volume;
     FAPI_LOGI("HW_AOUT_GetVolume() = %d\n\n", *pVolume);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 // --- Volume tables ---------------------------------------------------------------------------------------------------
 
 static bool sendTable(unsigned int u32Path, const HW_AOUT_VolumeTable_t& stTable,
                       const char* pszCaller = __builtin_FUNCTION()) {
-    if (HW_AOUT_SetAttr(_a_vextvfapi_aud_path(u32Path), E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable) != HW_OK) {
+    if (HW_AOUT_SetAttr(fapi::aud::pathHandle(u32Path), E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable) != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "\033[31mHW_AOUT_SetAttr() failed! AoutPath: %u\033[m\n\n", u32Path);
         return false;
     }
@@ -132,7 +132,7 @@ static bool sendTable(unsigned int u32Path, const HW_AOUT_VolumeTable_t& stTable
 
 static bool sendTableToAll(const HW_AOUT_VolumeTable_t& stTable, const char* pszCaller = __builtin_FUNCTION()) {
     for (unsigned int u32Path = 0; u32Path < HW_AOUT_PATH_COUNT; ++u32Path) {
-        if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
+        if (fapi::aud::pathHandle(u32Path) == HW_HANDLE_NONE) {
             FAPI_LOGD_AS(pszCaller, "AOUT path:%u handle is not ready!\n\n", u32Path);
         } else if (!sendTable(u32Path, stTable, pszCaller)) {
             return false;
@@ -151,7 +151,7 @@ int a_vextvfapi_aud_set_volume_table(fapi_core::VexTvFApiAudioOutPathEnum path, 
         FAPI_LOGE("Invalid AoutPath!\n\n");
         return -2;
     }
-    if (_a_vextvfapi_aud_open_main_path() == HW_HANDLE_NONE) {
+    if (fapi::aud::openMainPath() == HW_HANDLE_NONE) {
         return -1;
     }
     const HW_AOUT_VolumeTable_t stTable = {pData, pName};
@@ -168,7 +168,7 @@ int a_vextvfapi_aud_set_volume_table(fapi_core::VexTvFApiAudioOutPathEnum path, 
         return -1;
     }
     FAPI_LOGD("HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 // --- Audio-quality parameters ----------------------------------------------------------------------------------------
@@ -178,7 +178,7 @@ int a_vextvfapi_aud_load_aq_params(const unsigned char* pFileName) {
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -189,6 +189,6 @@ int a_vextvfapi_aud_load_aq_params(const unsigned char* pFileName) {
         FAPI_LOGE("Error: Load AQ Setting failed!(file name: %s)\n\n", pFileName);
     }
     // This operation alone closes after a failure, too.
-    const int s32Closed = _a_vextvfapi_aud_finish();
+    const int s32Closed = fapi::aud::finish();
     return result == HW_OK ? s32Closed : -1;
 }

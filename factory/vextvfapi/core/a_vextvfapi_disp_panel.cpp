@@ -38,7 +38,7 @@ static HW_Handle_t obtainOutput(DispoutLease& lease) {
 static void closeDisplayHandle(DispoutLease& lease) {
     if (lease.isOpened()) {
         lease.keepOpen();
-        static_cast<void>(HW_DISPOUT_Close(_a_vextvfapi_disp_hDisp));
+        static_cast<void>(HW_DISPOUT_Close(fapi::disp::hDisp));
     }
 }
 

@@ -37,8 +37,8 @@ static bool takesOneWord(unsigned int u32Param) {
 }
 
 int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -55,8 +55,8 @@ int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
 
 int a_vextvfapi_disp_set_color_temperature(unsigned int a, unsigned int b, unsigned int c, unsigned int d,
                                            unsigned int e, unsigned int f) {
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -90,8 +90,8 @@ int a_vextvfapi_disp_set_picture_param_struct(int type, int length, signed char*
         FAPI_LOGE("invaild Arguments\n");
         return -1;
     }
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -119,8 +119,8 @@ int a_vextvfapi_disp_set_gamma_curve(unsigned short* curve1, unsigned short* cur
     if (curve1 == nullptr || curve2 == nullptr || curve3 == nullptr) {
         return -1;
     }
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -144,16 +144,16 @@ int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out) {
         FAPI_LOGE("Invalid parameter\n");
         return -1;
     }
-    _a_vextvfapi_disp_hDisp = HW_HANDLE_NONE;
+    fapi::disp::hDisp = HW_HANDLE_NONE;
     // A handle that is opened here stays open.
-    static_cast<void>(_a_vextvfapi_disp_get_disp_handle(&_a_vextvfapi_disp_hDisp));
-    if (_a_vextvfapi_disp_hDisp == HW_HANDLE_NONE) {
+    static_cast<void>(_a_vextvfapi_disp_get_disp_handle(&fapi::disp::hDisp));
+    if (fapi::disp::hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
     }
     HW_DISP_PqRange_t stRange = {};
     const HW_Result_t result =
-        HW_DISP_GetPictureParam(_a_vextvfapi_disp_hDisp, E_HW_DISP_PICTURE_PQ_RANGE, nullptr, &stRange);
+        HW_DISP_GetPictureParam(fapi::disp::hDisp, E_HW_DISP_PICTURE_PQ_RANGE, nullptr, &stRange);
     if (result != HW_OK) {
         FAPI_LOGE("GetPictureParam fail! eRet = %d\n\n", result);
         return -1;
@@ -183,10 +183,8 @@ int a_vextvfapi_disp_get_pq_version(unsigned int bufLen, unsigned char* buf, fap
         FAPI_LOGE("Invalid ePqType!\n\n");
         return -1;
     }
-    fapi::DispLease lease;
-    HW_Handle_t hDisp = HW_HANDLE_NONE;
-    const bool bOpened = _a_vextvfapi_disp_get_disp_handle_by_win_idx(&hDisp, win);
-    lease.adopt(hDisp, bOpened);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease, win);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;

@@ -37,8 +37,8 @@ int a_vextvfapi_disp_set_output_timing(unsigned int timing) {
         FAPI_LOGE("Invalid parameter\n");
         return -1;
     }
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -99,18 +99,18 @@ static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect
 }
 
 int a_vextvfapi_disp_set_over_scan(unsigned short x, unsigned short y, unsigned short width, unsigned short height) {
-    const unsigned int u32Window = _a_vextvfapi_disp_current_window();
+    const unsigned int u32Window = fapi::disp::currentWindow();
     FAPI_LOGD("_u32WindowIndex:%d, stInRect:{%d, %d, %d, %d}\n\n", u32Window, x, y, width, height);
-    const char* const pszName = _a_vextvfapi_disp_window_name(u32Window);
+    const char* const pszName = fapi::disp::windowName(u32Window);
     if (pszName == nullptr) {
         FAPI_LOGD("Error windowindex: %d\n\n", u32Window);
         return -1;
     }
-    if (HW_DISP_GetHandle(pszName, &_a_vextvfapi_disp_hDisp) != HW_OK) {
+    if (HW_DISP_GetHandle(pszName, &fapi::disp::hDisp) != HW_OK) {
         FAPI_LOGD("Failed to get DISP handle.\n\n");
         return -1;
     }
-    const HW_Handle_t hDisp = _a_vextvfapi_disp_hDisp;
+    const HW_Handle_t hDisp = fapi::disp::hDisp;
     int s32Video = 0;
     int s32Extin = 0;
     if (!_a_vextvfapi_disp_get_on_screen_input(static_cast<int>(hDisp), &s32Video, &s32Extin)) {

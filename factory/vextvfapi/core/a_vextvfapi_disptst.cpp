@@ -12,9 +12,6 @@
 #include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_disptstCallback, a_vextvfapi_disptst_reg_callback,
-                          a_vextvfapi_disptst_unreg_callback, a_vextvfapi_disptst_nty_event)
-
 namespace {
 
 constexpr HW_U32 kSurfaceMax = 64;
@@ -95,8 +92,8 @@ static HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
 }
 
 int a_vextvfapi_disptst_gen_test_pattern(unsigned int patternMode, fapi_core::VexTvFApiDispTstPattern pattern) {
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -170,8 +167,8 @@ int a_vextvfapi_disptst_set_osd_layer_on_off(int osdLayerId, unsigned char enabl
 
 int a_vextvfapi_disptst_set_pq_on_off(unsigned char enable) {
     FAPI_LOGI("[Pattern] a_vextvfapi_disptst_set_pq_on_off, enable = %d\n\n", enable);
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -185,4 +182,24 @@ int a_vextvfapi_disptst_set_pq_on_off(unsigned char enable) {
     result |= HW_DISP_SetPictureParam(hDisp, E_HW_DISP_PICTURE_PQ_MASTER, &stMaster);
     lease.release();
     return a_vextvfapi_common_hw_err_msg(result);
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_disptst_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_disptst_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_disptst_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                                  const fapi_core::VexTvFApiEventCommonObject& b,
+                                  const fapi_core::VexTvFApiEventCommonObject& c,
+                                  const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

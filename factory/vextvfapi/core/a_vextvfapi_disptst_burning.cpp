@@ -128,8 +128,8 @@ struct Outcome {
 void* burning_mode_task(void* param) {
     Outcome outcome;
     const std::unique_ptr<BurnInOrder> order(static_cast<BurnInOrder*>(param));
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     // The error level of this line, which is no failure yet, is contract.
     FAPI_LOGE("_a_vextvfapi_disp_get_disp_handle %#x\n\n", hDisp);
     if (hDisp == HW_HANDLE_NONE) {

@@ -12,9 +12,6 @@
 #include "base/fapi_log.h"
 #include "hw3/hw_sys.h"
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_infoCallback, a_vextvfapi_info_reg_callback, a_vextvfapi_info_unreg_callback,
-                          a_vextvfapi_info_nty_event)
-
 int a_vextvfapi_info_init() {
     return 0;
 }
@@ -98,4 +95,24 @@ int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char
     sync();
     FAPI_LOGD("close config file ok\n\n");
     return 0;
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_info_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_info_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_info_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                               const fapi_core::VexTvFApiEventCommonObject& b,
+                               const fapi_core::VexTvFApiEventCommonObject& c,
+                               const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

@@ -15,9 +15,6 @@
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_video.h"
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_inpsrcCallback, a_vextvfapi_inpsrc_reg_callback, a_vextvfapi_inpsrc_unreg_callback,
-                          a_vextvfapi_inpsrc_nty_event)
-
 namespace {
 
 constexpr unsigned int kTypes = E_HW_EXTIN_TYPE_NUM;
@@ -58,7 +55,7 @@ namespace {
 
 // What the current window shows. The window is given back with it.
 struct OnScreen {
-    fapi::DispLease lease;
+    fapi::disp::DispLease lease;
     HW_Handle_t hDisp = HW_HANDLE_NONE;
     int s32Video = 0;
     int s32Extin = 0;
@@ -104,7 +101,7 @@ int a_vextvfapi_inpsrc_deinit() {
 // --- What is on screen -----------------------------------------------------------------------------------------------
 
 static bool lookAtScreen(OnScreen& stScreen, const char* pszCaller = __builtin_FUNCTION()) {
-    stScreen.hDisp = fapi::obtainDisp(stScreen.lease);
+    stScreen.hDisp = fapi::disp::leaseDisp(stScreen.lease);
     if (stScreen.hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "Failed to get DISP handle.\n\n");
         return false;
@@ -302,4 +299,24 @@ int a_vextvfapi_inpsrc_get_input_timing(fapi_core::VexTvFApiVideoTiming& timing)
     }
     stScreen.lease.release();
     return a_vextvfapi_common_hw_err_msg(result);
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_inpsrc_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_inpsrc_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_inpsrc_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                                 const fapi_core::VexTvFApiEventCommonObject& b,
+                                 const fapi_core::VexTvFApiEventCommonObject& c,
+                                 const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

@@ -12,9 +12,6 @@
 #include "base/fapi_log_text.h"
 #include "hw3/hw_net.h"
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_netCallback, a_vextvfapi_net_reg_callback, a_vextvfapi_net_unreg_callback,
-                          a_vextvfapi_net_nty_event)
-
 // Opening and closing have a failure of their own.
 static constexpr int kFailed = 255;
 
@@ -155,4 +152,24 @@ int a_vextvfapi_net_set_interface_updown(const char* name, bool up) {
     }
     FAPI_LOGE("a_vextvfapi_net_set_interface_updown success!\n\n");
     return 0;
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_net_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_net_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_net_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                              const fapi_core::VexTvFApiEventCommonObject& b,
+                              const fapi_core::VexTvFApiEventCommonObject& c,
+                              const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

@@ -128,7 +128,7 @@ static MonitorParams _stMonitorParams;
 
 static void reportMonitorFailure(const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGE_AS(pszCaller, "[gpio monitor] GPIO monitor thread fail\n\n");
-    raiseEvent(FAPI_EVENT_PAD, kMonitorFailed);
+    fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_GPIO, kMonitorFailed);
 }
 
 static HW_Result_t readPad(const GpioLease& lease, HW_U8& u8Level) {
@@ -152,7 +152,7 @@ static void watchPad(const GpioLease& lease, const MonitorParams& stParams, cons
             _monitorTask.disable();
         } else if (u8Level != u8Reported && ++u32Changes > stParams.u32DebounceCnt) {
             // Readings in between that equal the reported level have not put the count back.
-            raiseEvent(FAPI_EVENT_PAD, u8Level);
+            fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_GPIO, u8Level);
             u8Reported = u8Level;
             u32Changes = 0;
         }
@@ -202,7 +202,7 @@ static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams, const c
     return true;
 }
 
-void* _a_vextvfapi_prphrl_gpio_monitor_task(void* arg) {
+static void* _a_vextvfapi_prphrl_gpio_monitor_task(void* arg) {
     fapi::nameThisThread("GpioMonitor_Task");
     FAPI_LOGI("[gpio monitor]start GpioMonitor_Task\n\n");
     GpioLease lease;

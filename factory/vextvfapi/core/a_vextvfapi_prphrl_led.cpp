@@ -101,7 +101,7 @@ static bool showColour(const Colour& colour, const char* pszCaller = __builtin_F
     return true;
 }
 
-void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
+static void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
     // A cycle that has begun is shown to its end, also without a handle.
     while (_bEnableStdLedMonitor.load()) {
         for (const Colour& colour : kCycleColours) {

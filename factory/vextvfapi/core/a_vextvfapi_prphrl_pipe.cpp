@@ -47,7 +47,7 @@ public:
             return;
         }
         FAPI_LOGD_AS(_pszCaller, "callback uartPipeBuffer %s, len: %d\n\n", pszText, static_cast<int>(length));
-        raiseEvent(FAPI_EVENT_PIPE_COMMAND, _object);
+        fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_UART_PIPE, _object);
     }
 
 private:
@@ -93,7 +93,7 @@ static void receiveCommands(int s32Fd, unsigned char u8End, const char* pszCalle
     }
 }
 
-void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
+static void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
     const std::unique_ptr<char, fapi::Free> commandEnd(static_cast<char*>(pUartPipeCmdEnd));
     fapi::nameThisThread("UartPipe_Task");
     FAPI_LOGI("start UartPipe_Task\n\n");

@@ -225,7 +225,7 @@ unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int eve
     }
     const unsigned char u8Code = *params;
     FAPI_LOGI("[get_keypad_code] Keycode = 0x%02x \n\n", u8Code);
-    raiseEvent(FAPI_EVENT_KEY, u8Code);
+    fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_KEY, u8Code);
 
     const HW_Handle_t hConverter = _hAdc.load();
     if (_bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
@@ -235,7 +235,7 @@ unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int eve
             std::puts("[SAR_Demo] HW_SAR_AdcGetValue fail");
         }
         FAPI_LOGI("[SAR ADC] get adc value = %x\n\n", u32Value);
-        raiseEvent(FAPI_EVENT_ADC, static_cast<int>(u32Value));
+        fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_ADC, static_cast<int>(u32Value));
     }
     return HW_OK;
 }

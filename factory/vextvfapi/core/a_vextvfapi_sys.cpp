@@ -12,9 +12,6 @@
 #include "hw3/hw_sys.h"
 #include "hw3/hw_wdt.h"
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_sysCallback, a_vextvfapi_sys_reg_callback, a_vextvfapi_sys_unreg_callback,
-                          a_vextvfapi_sys_nty_event)
-
 int a_vextvfapi_sys_init() {
     _a_vextvfapi_common_init();
 
@@ -49,4 +46,24 @@ int a_vextvfapi_sys_init() {
 
 int a_vextvfapi_sys_deinit() {
     return 0;
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_sys_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_sys_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_sys_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                              const fapi_core::VexTvFApiEventCommonObject& b,
+                              const fapi_core::VexTvFApiEventCommonObject& c,
+                              const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

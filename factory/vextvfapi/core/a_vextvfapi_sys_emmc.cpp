@@ -55,12 +55,12 @@ int a_vextvfapi_sys_write_emmc(unsigned char* partition, unsigned int shift, uns
     }
     FAPI_LOGD("write the partition name:%s, shift:%u, length:%u data:%s\n\n", partition, shift, length,
               fapi::BoundedText(data, length).get());
-    FlashLease lease;
-    if (!obtainFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
         return -1;
     }
     const HW_FLASH_Transfer_t stTransfer = {E_HW_FLASH_TYPE_EMMC, partition, shift, nullptr, length};
-    return closeFlash(lease, writeFromBuffer(lease.handle(), stTransfer, data));
+    return fapi::sys::closeFlash(lease, writeFromBuffer(lease.handle(), stTransfer, data));
 }
 
 int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int shift, unsigned int length, unsigned char* data) {
@@ -68,10 +68,10 @@ int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int shift, unsi
         return -2;
     }
     FAPI_LOGD("read the partition name:%s, shift:%u, length:%u\n\n", partition, shift, length);
-    FlashLease lease;
-    if (!obtainFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
         return -1;
     }
     const HW_FLASH_Transfer_t stTransfer = {E_HW_FLASH_TYPE_EMMC, partition, shift, nullptr, length};
-    return closeFlash(lease, readThroughBuffer(lease.handle(), stTransfer, data));
+    return fapi::sys::closeFlash(lease, readThroughBuffer(lease.handle(), stTransfer, data));
 }

@@ -111,7 +111,8 @@ static int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsign
     return verifyInFlash(hFlash, image.get(), key, stValue, pszCaller);
 }
 
-static HW_Result_t findOrOpenFlash(FlashLease& lease, HW_FLASH_Type_e type,
+// Finds the flash open, or opens it.
+static HW_Result_t findOrOpenFlash(fapi::sys::FlashLease& lease, HW_FLASH_Type_e type,
                                    const char* pszCaller = __builtin_FUNCTION()) {
     HW_FLASH_HandleParams_t stQuery = {};
     stQuery.u32FlashType = type;
@@ -125,21 +126,14 @@ static HW_Result_t findOrOpenFlash(FlashLease& lease, HW_FLASH_Type_e type,
 }
 
 int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigned char& opened) {
-    handle = 0;
-    opened = 0;
-    FlashLease lease;
+    fapi::sys::FlashLease lease;
     const HW_Result_t result = findOrOpenFlash(lease, type);
-    if (result != HW_OK) {
-        return static_cast<int>(result);
-    }
-    handle = static_cast<int>(lease.handle());
-    opened = lease.isOpened() ? 1 : 0;
-    // The caller closes what was opened here.
-    lease.keepOpen();
-    return 0;
+    handle = result == HW_OK ? static_cast<int>(lease.handle()) : 0;
+    opened = lease.keepOpen() ? 1 : 0;
+    return static_cast<int>(result);
 }
 
-bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller) {
+bool fapi::sys::leaseFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller) {
     if (findOrOpenFlash(lease, type, pszCaller) != HW_OK || lease.handle() == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "[flash] Obtain handle fail.\n\n");
         return false;
@@ -147,7 +141,7 @@ bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller)
     return true;
 }
 
-int closeFlash(FlashLease& lease, int s32Status, const char* pszCaller) {
+int fapi::sys::closeFlash(FlashLease& lease, int s32Status, const char* pszCaller) {
     if (lease.release() != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "flash close handle fail\n\n");
         return -1;
@@ -161,11 +155,11 @@ int _a_vextvfapi_sys_get_env_var(const unsigned char* key, unsigned char* value,
         FAPI_LOGE("Null of key or value.\n\n");
         return -2;
     }
-    FlashLease lease;
-    if (!obtainFlash(lease, type)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, type)) {
         return -1;
     }
-    return closeFlash(lease, getFromFlash(lease.handle(), key, value, size));
+    return fapi::sys::closeFlash(lease, getFromFlash(lease.handle(), key, value, size));
 }
 
 int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* value, HW_FLASH_Type_e type) {
@@ -178,12 +172,12 @@ int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* 
         FAPI_LOGE("[flash] The value size overflow.\n\n");
         return -2;
     }
-    FlashLease lease;
-    if (!obtainFlash(lease, type)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, type)) {
         return -1;
     }
     FAPI_LOGD("handle  = 0x%x\n\n", lease.handle());
-    return closeFlash(lease, setInFlash(lease.handle(), key, value));
+    return fapi::sys::closeFlash(lease, setInFlash(lease.handle(), key, value));
 }
 
 int a_vextvfapi_sys_get_emmc_env_var(const unsigned char* key, unsigned char* value, unsigned int size) {

@@ -7,8 +7,12 @@
 
 namespace fapi {
 
-// What a terminal sends for Ctrl-C.
-static constexpr unsigned char kInterrupt = 0x03;
+namespace {
+
+// The character that a terminal sends for Ctrl-C.
+constexpr unsigned char kInterrupt = 0x03;
+
+}  // namespace
 
 // A shell's echo ends a text with a newline, and every write is to end a command: the last byte counts as the end
 // whatever it is, except an interrupt. An underscore before it stands for a blank, which a shell would have eaten.

@@ -28,24 +28,4 @@ private:
 
 }  // namespace fapi
 
-// Defines the registration state of a module and its three exported event operations, by the names given.
-// NOLINTBEGIN(bugprone-macro-parentheses): they are names of functions
-#define FAPI_DEFINE_MODULE_EVENTS(slot, reg_callback, unreg_callback, nty_event)                                  \
-    static fapi::EventSlot slot;                                                                                  \
-                                                                                                                  \
-    int reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {                                              \
-        return slot.set(callback);                                                                                \
-    }                                                                                                             \
-                                                                                                                  \
-    int unreg_callback() {                                                                                        \
-        return slot.set(nullptr);                                                                                 \
-    }                                                                                                             \
-                                                                                                                  \
-    int nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,                             \
-                  const fapi_core::VexTvFApiEventCommonObject& b, const fapi_core::VexTvFApiEventCommonObject& c, \
-                  const fapi_core::VexTvFApiEventCommonObject& d) {                                               \
-        return slot.notify(event, a, b, c, d);                                                                    \
-    }
-// NOLINTEND(bugprone-macro-parentheses)
-
 #endif

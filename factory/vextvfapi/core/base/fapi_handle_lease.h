@@ -38,12 +38,6 @@ public:
         return result;
     }
 
-    // Takes over what a look-up helper found (opened false) or opened.
-    void adopt(HW_Handle_t hHandle, bool bOpened) {
-        _hHandle = hHandle;
-        _bOpened = bOpened;
-    }
-
     HW_Handle_t handle() const { return _hHandle; }
     bool isOpened() const { return _bOpened; }
 
@@ -54,8 +48,12 @@ public:
         return bClose ? Family::close(_hHandle) : HW_OK;
     }
 
-    // Leaves the handle open on purpose.
-    void keepOpen() { _bOpened = false; }
+    // Leaves the handle open for whoever closes it later. True when it was opened here.
+    bool keepOpen() {
+        const bool bOpened = _bOpened;
+        _bOpened = false;
+        return bOpened;
+    }
 
 private:
     HW_Handle_t _hHandle = HW_HANDLE_NONE;

@@ -12,12 +12,12 @@
 
 namespace fapi {
 
-namespace {
-
-const unsigned char* find(const unsigned char* pu8Bytes, const unsigned char* pu8End, unsigned char u8Byte) {
+static const unsigned char* find(const unsigned char* pu8Bytes, const unsigned char* pu8End, unsigned char u8Byte) {
     const void* pFound = std::memchr(pu8Bytes, u8Byte, static_cast<std::size_t>(pu8End - pu8Bytes));
     return pFound != nullptr ? static_cast<const unsigned char*>(pFound) : pu8End;
 }
+
+namespace {
 
 // The next CR or LF. Either is looked for from where it was found last, not from each message on: where only one of the
 // two is sent, the search for the other would go over all that follows with every message.
@@ -43,14 +43,48 @@ private:
     const unsigned char* _pu8LineFeed = nullptr;
 };
 
-// Out of line: it stands in the way of every message, and does something only with the log on.
-__attribute__((noinline)) BoundedText textOf(const std::vector<unsigned char>& data) {
+// Why a run of bytes of one message ends: the settings have changed meanwhile, a terminator follows, the message has
+// reached the limit, or the input is used up.
+enum class RunEnd { settings, terminator, limit, input };
+
+struct Run {
+    std::size_t bytes;
+    RunEnd eEnd;
+};
+
+}  // namespace
+
+// Finds the bytes that belong to the present message, of which `room` are missing to the limit. A change of the
+// settings takes effect at the next byte, so a run counts only if there was no change during the search.
+static Run nextRun(const FramerSettings& settings, const unsigned char* pu8Bytes, const unsigned char* pu8End,
+                   std::size_t room, LineEnds& lineEnds) {
+    const signed char s8Mode = settings.s8Mode.load();
+    const std::size_t size = std::min(room, static_cast<std::size_t>(pu8End - pu8Bytes));
+    const unsigned char* pu8Stop = pu8Bytes + size;
+    bool bChanged = false;
+    if (s8Mode == FramerSettings::line) {
+        pu8Stop = std::min(pu8Stop, lineEnds.next(pu8Bytes));
+    } else if (s8Mode == FramerSettings::terminator) {
+        const unsigned char u8Terminator = settings.u8Terminator.load();
+        pu8Stop = find(pu8Bytes, pu8Stop, u8Terminator);
+        bChanged = settings.u8Terminator.load() != u8Terminator;
+    }
+    if (bChanged || settings.s8Mode.load() != s8Mode) {
+        return {0, RunEnd::settings};
+    }
+    const auto bytes = static_cast<std::size_t>(pu8Stop - pu8Bytes);
+    if (bytes < size) {
+        return {bytes, RunEnd::terminator};
+    }
+    return {bytes, bytes == room ? RunEnd::limit : RunEnd::input};
+}
+
+// Kept out of line: it lies on every message's path, but is needed only with the log on.
+__attribute__((noinline)) static BoundedText textOf(const std::vector<unsigned char>& data) {
     // A vector that never held anything has no address, but its text is empty and not null.
     static const unsigned char kNothing[1] = {};
     return {data.empty() ? kNothing : data.data(), data.size()};
 }
-
-}  // namespace
 
 void MessageFramer::adoptLimit() {
     const unsigned int u32Limit = _settings.u32TargetBufferLimit.load();
@@ -68,51 +102,43 @@ void MessageFramer::adoptLimit() {
 
 void MessageFramer::feed(const unsigned char* pu8Bytes, std::size_t length) {
     const unsigned char* const pu8End = pu8Bytes + length;
-    const FramerSettings& settings = _settings;
     const unsigned int u32Limit = _u32Limit;
     LineEnds lineEnds(pu8End);
     while (pu8Bytes != pu8End && _buffer.exists()) {
-        const signed char s8Mode = settings.s8Mode.load();
         const unsigned int u32Held = _buffer.count();
-        // A limit of 0 is met by the first byte.
+        // A limit of 0 is reached by the first byte.
         const std::size_t room = u32Limit > u32Held ? u32Limit - u32Held : 1;
-        const std::size_t size = std::min(room, static_cast<std::size_t>(pu8End - pu8Bytes));
-        const unsigned char* pu8Stop = pu8Bytes + size;
-        // A change takes effect at the next byte, so a run counts only if there was none while it was looked at.
-        bool bChanged = false;
-        if (s8Mode == FramerSettings::line) {
-            pu8Stop = std::min(pu8Stop, lineEnds.next(pu8Bytes));
-        } else if (s8Mode == FramerSettings::terminator) {
-            const unsigned char u8Terminator = settings.u8Terminator.load();
-            pu8Stop = find(pu8Bytes, pu8Stop, u8Terminator);
-            bChanged = settings.u8Terminator.load() != u8Terminator;
+        const Run run = nextRun(_settings, pu8Bytes, pu8End, room, lineEnds);
+        const unsigned char* const pu8Run = pu8Bytes;
+        pu8Bytes += run.bytes;
+        switch (run.eEnd) {
+            case RunEnd::settings:
+                break;
+            case RunEnd::terminator:
+                ++pu8Bytes;
+                endMessage(u32Held, pu8Run, run.bytes);
+                break;
+            case RunEnd::limit:
+                FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] buffer full\n\n");
+                send(pu8Run, run.bytes);
+                break;
+            case RunEnd::input:
+                _buffer.append(pu8Run, run.bytes);
+                break;
         }
-        if (bChanged || settings.s8Mode.load() != s8Mode) {
-            continue;
-        }
+    }
+}
 
-        const auto run = static_cast<std::size_t>(pu8Stop - pu8Bytes);
-        if (run < size) {
-            if (u32Held + run != 0) {
-                send(pu8Bytes, run);
-            } else {
-                FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] Uart command length is 0\n\n");
-            }
-            // The limit is looked at behind an end, too: at 0 it is met by nothing.
-            if (u32Limit == 0) {
-                FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] buffer full\n\n");
-                send(nullptr, 0);
-            }
-            pu8Bytes = pu8Stop + 1;
-        } else {
-            if (run == room) {
-                FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] buffer full\n\n");
-                send(pu8Bytes, run);
-            } else {
-                _buffer.append(pu8Bytes, run);
-            }
-            pu8Bytes = pu8Stop;
-        }
+void MessageFramer::endMessage(unsigned int u32Held, const unsigned char* pu8Bytes, std::size_t length) {
+    if (u32Held + length != 0) {
+        send(pu8Bytes, length);
+    } else {
+        FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] Uart command length is 0\n\n");
+    }
+    // The limit is also checked after a terminator; a limit of 0 is reached without a byte.
+    if (_u32Limit == 0) {
+        FAPI_LOGD_AS(_pszCaller, "[std_factory_uart] buffer full\n\n");
+        send(nullptr, 0);
     }
 }
 

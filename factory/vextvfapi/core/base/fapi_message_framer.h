@@ -57,6 +57,8 @@ public:
     void feed(const unsigned char* pu8Bytes, std::size_t length);
 
 private:
+    // Sends the message that the bytes complete, unless it is empty.
+    void endMessage(unsigned int u32Held, const unsigned char* pu8Bytes, std::size_t length);
     void send(const unsigned char* pu8Bytes, std::size_t length);
 
     ReceiveBuffer& _buffer;
