@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: start-up, output paths, and the module's events.
+// The audio module's start-up, output paths, and events.
 #define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "a_vextvfapi_aud_internal.h"
 
@@ -12,8 +12,8 @@ namespace {
 
 struct OutputPath {
     HW_Handle_t hAout;
-    // Whether this module has ever opened the path. Never taken back: a path that somebody else opens later and this
-    // module finds is closed here all the same.
+    // True once this module has opened the path. Contract: never reset, so a path that another client opens later and
+    // this module finds is closed here, too.
     bool bOwned;
 };
 
@@ -42,7 +42,7 @@ int a_vextvfapi_aud_init() {
     return 0;
 }
 
-// The core goes down before the outputs, and the handles stay remembered. Both are contract.
+// Contract: the core goes down before the outputs, and the handles stay remembered.
 int a_vextvfapi_aud_deinit() {
     if (HW_AUDIO_DeInit() != HW_OK) {
         FAPI_LOGE("HW_AUDIO_DeInit() failed!\n\n");

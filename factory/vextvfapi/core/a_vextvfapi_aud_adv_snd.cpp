@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: advanced sound effects, DTS bypass, attributes.
+// Advanced sound effects, DTS bypass, attributes.
 #define FAPI_LOG_TAG "VexTvFApiAudio"
 #include <cstring>
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-// A part of an effect, and where its enable byte is in the parameters.
+// A part of an effect, and the position of its enable byte in the parameters.
 struct SubEffect {
     const char* pszName;
     unsigned int u32Position;
@@ -22,7 +22,7 @@ constexpr SubEffect kTrueSurround[] = {
     {"SRS TSHD TRUBASS LEVEL INDEPENDENT", 4},
 };
 
-// The first five have names, and are refused all the same.
+// Contract: the first five have names but are refused.
 constexpr unsigned int kFirstTheater = 5;
 constexpr SubEffect kTheater[] = {
     {"SRS THEATER ALL", 0},
@@ -70,7 +70,7 @@ struct DbxCombination {
     HW_U32 u32Surround;
 };
 
-// In the chip's numbers, in which ON comes before OFF.
+// The chip's numbers, in which ON comes before OFF.
 constexpr HW_U32 kSonicOn = E_HW_AOUT_DBX_SONIC_ON;
 constexpr HW_U32 kSonicOff = E_HW_AOUT_DBX_SONIC_OFF;
 constexpr HW_U32 kNormal = E_HW_AOUT_DBX_VOLUME_NORMAL;
@@ -103,7 +103,7 @@ struct Effect {
     const char* pszEnableName;
     const char* pszName;
     HW_U32 u32HwType;
-    // Parts `u32First` to `u32Count` - 1 of the list can be switched.
+    // The list's parts from `u32First` to `u32Count` - 1 can be switched.
     const SubEffect* pSubEffects = nullptr;
     unsigned int u32First = 0;
     unsigned int u32Count = 0;
@@ -162,7 +162,7 @@ int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType) {
     return fapi::aud::send(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType);
 }
 
-// Puts the part into the record, with all other parts off, and tells its name. False when there is no such part.
+// Puts the part into the record, with all other parts off, and its name into `pszName`. False for an unknown part.
 static bool fillSubEffect(unsigned int u32Type, unsigned int u32SubIndex, unsigned char u8Enable,
                           HW_AOUT_AdvSndParams_t& stParams, const char*& pszName) {
     const Effect& stEffect = kEffects[u32Type];
@@ -200,7 +200,7 @@ int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIn
     HW_AOUT_AdvSndParams_t stParams = {};
     const char* pszName = nullptr;
     if (!fillSubEffect(*pType, *pSubIndex, *pEnable, stParams, pszName)) {
-        // A part that there is not is logged, and is no failure. It is contract.
+        // Contract: an unknown part is only logged.
         FAPI_LOGE("Not support type\n\n");
         return fapi::aud::finish();
     }
@@ -225,7 +225,7 @@ int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
         FAPI_LOGE("Not support type\n\n");
         return -1;
     }
-    // For DBX zeros are all its modes on.
+    // For DBX zeros switch all its modes on.
     HW_AOUT_AdvSndParams_t stAdvSndParams = {};
     stAdvSndParams.u32Type = kEffects[*pType].u32HwType;
     if (*pType == kDolbyDapType) {

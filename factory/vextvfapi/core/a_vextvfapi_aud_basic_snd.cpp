@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: basic sound effects, equalisers among them.
+// Basic sound effects, equalizers among them.
 #define FAPI_LOG_TAG "VexTvFApiAudio"
 #include <algorithm>
 #include <array>
@@ -17,7 +17,7 @@ struct EffectNames {
     const char* pszShort;
 };
 
-// The effects, by their numbers.
+// Names of the effects, by number.
 constexpr EffectNames kNames[] = {
     {"Prescale", "PRESCALE"},
     {"EQ(Equalizer)", "EQ"},
@@ -57,7 +57,7 @@ static HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16
     return stSound;
 }
 
-// Makes a record with all bands at 0: what a caller sets of one band is all that the chip then has.
+// Makes a record with all bands at 0: the chip keeps no value of an earlier call.
 static HW_AOUT_BasicSound_t newPeqRecord() {
     return newRecord(E_HW_AOUT_BASIC_SND_PEQ, 1, HW_AOUT_PEQ_BANDS);
 }
@@ -68,7 +68,7 @@ static int sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
     return fapi::aud::send(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound, pszCaller);
 }
 
-// Does the same with the failure in red.
+// Sends an effect as the last step, with the failure logged in red.
 static int sendRecordOrRed(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
                            const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound) != HW_OK) {
@@ -84,7 +84,7 @@ static int sendRecordOrRed(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSoun
 int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pValue) {
     const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
-        // Here alone a missing handle is no failure. It is contract.
+        // Contract: a missing handle is no failure here.
         return 0;
     }
     if (pEnable == nullptr || pValue == nullptr) {
@@ -135,7 +135,7 @@ int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type
 
 // --- One band of the parametric equaliser ----------------------------------------------------------------------------
 
-// Returns the main path's handle when the arguments are good.
+// Returns the main path's handle; 0 also for bad arguments.
 static HW_Handle_t openForBand(const unsigned short* pIndex, const unsigned short* pValue,
                                const char* pszCaller = __builtin_FUNCTION()) {
     const HW_Handle_t hAout = fapi::aud::openMainPath(pszCaller);
@@ -224,11 +224,11 @@ namespace {
 
 using Param = fapi_core::VexTvFApiAudBasicSoundParam_t;
 
-// The caller's record as the words that it consists of. A count of bands that is too large runs on into what follows
-// the list, in this record and in the chip's, but never out of them: no more than 32 bands are taken.
+// The caller's record as words. A count of bands that is too large continues into the words after the list, in this
+// record and in the chip's (contract), but not beyond either: at most 32 bands are taken.
 using Words = std::array<unsigned int, sizeof(Param) / sizeof(unsigned int)>;
 
-// Where a list of bands begins in those words, and in the slots of the chip's record.
+// The place where a list of bands begins: in those words, and in the slots of the chip's record.
 struct BandList {
     std::size_t firstWord;
     unsigned int u32FirstSlot;
@@ -282,7 +282,7 @@ static void fillPeq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSo
     logBands(words, kPeqFreqs, u16Count, pszCaller);
     FAPI_LOGI_AS(pszCaller, "PEQ_Q[\n");
     logBands(words, kPeqQs, u16Count, pszCaller);
-    // Band by band: with more than five of them the later bands' gains replace the first frequencies.
+    // Contract: band by band, so that with more than five bands later gains replace the first frequencies.
     for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
         copyBand(words, kPeqGains, i, stSound);
         copyBand(words, kPeqFreqs, i, stSound);
@@ -326,7 +326,7 @@ static void fillRecord(const Param& stParam, HW_AOUT_BasicSound_t& stSound,
             FAPI_LOGI_AS(pszCaller, "NoiseReductionThreshold = [%u]\n\n", stSound.u16Value);
             break;
         default:
-            // The record is sent all the same, which switches the effect on. It is contract.
+            // Contract: the record is sent, which switches the effect on.
             FAPI_LOGE_AS(pszCaller, "Invalid basic sound type!\n\n");
             break;
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: delay, volume, volume tables, audio-quality parameters.
+// Delay, volume, volume tables, audio-quality parameters.
 #define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "a_vextvfapi_aud_internal.h"
 #include "base/fapi_log.h"
@@ -69,7 +69,7 @@ static bool areVolumeArguments(const unsigned int* pPath, const unsigned int* pV
     return true;
 }
 
-// Gets hold of the paths, and of any one's handle. 0, with a message, when there is none.
+// Obtains the paths. Returns the handle of one of them; 0, with a message, when there is none.
 static HW_Handle_t openPath(unsigned int u32Path, const char* pszCaller = __builtin_FUNCTION()) {
     a_vextvfapi_aud_open();
     if (fapi::aud::pathHandle(u32Path) == HW_HANDLE_NONE) {
@@ -82,7 +82,7 @@ int a_vextvfapi_aud_adv_set_volume(unsigned int* pPath, unsigned int* pVolume) {
     if (!areVolumeArguments(pPath, pVolume)) {
         return -1;
     }
-    // Of the word only the byte at its address counts. It is contract.
+    // Contract: only the word's first byte counts.
     const unsigned char u8Volume = *reinterpret_cast<const unsigned char*>(pVolume);
     if (u8Volume > kVolumeMax) {
         FAPI_LOGE("Wrong setting! Volume should be %d~%d!\n", 0, kVolumeMax);
@@ -161,7 +161,7 @@ int a_vextvfapi_aud_set_volume_table(fapi_core::VexTvFApiAudioOutPathEnum path, 
         return -2;
     }
     FAPI_LOGD("VolumeData length: %u\n\n", length);
-    // A single path is tried without a handle, too: the middleware refuses it.
+    // A single path is sent without a handle, too: the middleware refuses it.
     const bool bSent =
         u32Path == fapi_core::E_VEXTVFAPI_AUDIO_OUT_PATH_ALL ? sendTableToAll(stTable) : sendTable(u32Path, stTable);
     if (!bSent) {
@@ -188,7 +188,7 @@ int a_vextvfapi_aud_load_aq_params(const unsigned char* pFileName) {
     if (result != HW_OK) {
         FAPI_LOGE("Error: Load AQ Setting failed!(file name: %s)\n\n", pFileName);
     }
-    // This operation alone closes after a failure, too.
+    // Contract: unlike the other operations, this one closes after a failure, too.
     const int s32Closed = fapi::aud::finish();
     return result == HW_OK ? s32Closed : -1;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Frame: debug switch, factory-mode gate, version, middleware codes, byte decoders.
+// The frame: debug switch, factory-mode gate, version, middleware codes, byte decoders.
 #define FAPI_LOG_TAG "VexTvFApiCommon"
 #include "a_vextvfapi_common.h"
 
@@ -25,8 +25,8 @@ struct HwError {
     int s32Status;
 };
 
-// By middleware code. Codes 1 and 2 are no errors to the middleware but are failures here on purpose: who accepts them
-// (every Init does) tests the raw code first.
+// By middleware code. Contract: codes 1 and 2, which are no errors to the middleware, are failures here; callers that
+// accept them (every Init does) check the code before.
 constexpr HwError kHwErrors[] = {
     {"", 0},
     {"HW_CONTINUE: 0x1 ,not error but hasn' be succeeded. Flow is continue...\n", -1},
@@ -74,7 +74,7 @@ int a_vextvfapi_common_get_fapi_version(char* buf, unsigned int len) {
         FAPI_LOGE("Invalid parameters\n");
         return -2;
     }
-    // Fills what is left of the buffer with zeros.
+    // Fills the rest of the buffer with zeros.
     std::strncpy(buf, kVersion, len);
     return 0;
 }
@@ -88,7 +88,7 @@ int a_vextvfapi_common_hw_err_msg(unsigned int code) {
     return stError.s32Status;
 }
 
-// The message names function and line once in its prefix and once in its text.
+// Logs function and line twice: in the prefix and in the text (contract).
 #define FAPI_LOG_NULL_INPUT() FAPI_LOGE("%s %d Input Is NULL\n", __func__, __LINE__)
 
 int _bytes_to_int(signed char* p) {

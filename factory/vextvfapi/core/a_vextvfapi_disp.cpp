@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The display module's start-up, its current window, and its event operations.
+// The display module's start-up, current window, and events.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include "a_vextvfapi_disp_internal.h"
 
@@ -19,7 +19,7 @@ namespace {
 constexpr const char* kWindowNames[] = {"HW_DISP_HD0", "HW_DISP_HD1", "HW_DISP_SD0"};
 constexpr unsigned int kSdWindow = 2;
 
-// More than a window can have.
+// More inputs than a window can have.
 constexpr HW_U32 kConnectedMax = 16;
 
 }  // namespace
@@ -125,7 +125,7 @@ enum class Connected { failed, nothing, found };
 
 }  // namespace
 
-// Finds the first module of the kind. The middleware writes as many handles as there are, so there is room for them.
+// Finds the first module of the kind. The middleware writes as many handles as there are.
 static Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Module) {
     const HW_DISP_ConnectQuery_t stQuery = {1, eKind, 1};
     HW_U32 u32Count = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What operations of all modules need of the display module.
+// What other sources need of the display module.
 #ifndef A_VEXTVFAPI_DISP_INTERNAL_H
 #define A_VEXTVFAPI_DISP_INTERNAL_H
 

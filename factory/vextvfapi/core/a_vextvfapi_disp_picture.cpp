@@ -15,12 +15,12 @@ constexpr unsigned int kCurveEntries = 256;
 constexpr unsigned int kPqTypes = 7;
 constexpr unsigned int kWindows = 3;
 
-// The result of a rejected copy, which is none of the middleware's codes.
+// The result of a rejected copy, which is no code of the middleware.
 constexpr HW_Result_t kCopyRejected = static_cast<HW_Result_t>(-2);
 
 }  // namespace
 
-// Tells whether the parameter takes one signed word.
+// True for parameters that take one signed word.
 static bool takesOneWord(unsigned int u32Param) {
     switch (u32Param) {
         case E_HW_DISP_PICTURE_5:
@@ -43,7 +43,7 @@ int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
     }
-    // What a parameter that is not accepted answers.
+    // The result for other parameters.
     HW_Result_t result = HW_ERR_FAILED;
     if (takesOneWord(param)) {
         FAPI_LOGD("[Factory] %d[%d]\n\n", param, value);
@@ -103,7 +103,7 @@ int a_vextvfapi_disp_set_picture_param_struct(int type, int length, signed char*
             result = setGammaEnable(hDisp, data);
             break;
         case E_HW_DISP_PICTURE_STRUCT:
-            // However long the caller says that it is: it is always the whole record that is sent.
+            // Contract: the whole record is sent, whatever length the caller gives.
             result = setStructParam(hDisp, data);
             break;
         default:
@@ -145,7 +145,7 @@ int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out) {
         return -1;
     }
     fapi::disp::hDisp = HW_HANDLE_NONE;
-    // A handle that is opened here stays open.
+    // Contract: a window that is opened here stays open.
     static_cast<void>(_a_vextvfapi_disp_get_disp_handle(&fapi::disp::hDisp));
     if (fapi::disp::hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
@@ -160,7 +160,7 @@ int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out) {
     }
     static_assert(sizeof(*out) == sizeof(stRange), "");
     std::memcpy(out, &stRange, sizeof(stRange));
-    // The error level of these lines, which are no failure, is contract.
+    // Contract: the error level of these lines, which are no failure.
     for (unsigned int i = 0; i < 3; ++i) {
         FAPI_LOGE("Min: %d, Max: %d\n", stRange.as32Min[i], stRange.as32Max[i]);
     }
@@ -190,7 +190,7 @@ int a_vextvfapi_disp_get_pq_version(unsigned int bufLen, unsigned char* buf, fap
         return -1;
     }
     const HW_DISP_PqVersionRequest_t stRequest = {type};
-    // The middleware may fill all of its record, so that the NUL is ours.
+    // The middleware may fill its whole record, so a NUL follows it.
     struct {
         HW_DISP_PqVersion_t stVersion;
         HW_U8 u8End;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Output timing, free run, the piece of the input that is shown, and what goes to the driver layer.
+// Output timing, free run, the shown piece of the input, and the driver layer.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <iterator>
 
@@ -13,7 +13,7 @@
 namespace {
 
 constexpr unsigned int kTimings = 47;
-// Flags that a new timing takes back: also the window's own mute, which it does not set. It is contract.
+// Flags that a new timing clears. Contract: also the window's own mute, which it does not set.
 constexpr HW_U32 kTimingUnmute = E_HW_DISP_MUTE_TIMING | E_HW_DISP_MUTE_WINDOW;
 
 struct ControllerFamily {
@@ -79,7 +79,7 @@ int a_vextvfapi_disp_set_freerun_control(int freeRunType) {
 
 // --- Piece of the input ----------------------------------------------------------------------------------------------
 
-// Puts the size of the picture that the piece is cut from into the record; it stays 0 when nobody tells.
+// Puts the size of the whole input picture into the record; it stays 0 when the input does not report one.
 static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect,
                          const char* pszCaller = __builtin_FUNCTION()) {
     if (s32Video != 0) {
@@ -119,7 +119,7 @@ int a_vextvfapi_disp_set_over_scan(unsigned short x, unsigned short y, unsigned 
     }
     HW_DISP_InputRect_t stRect = {x, y, width, height, 0, 0};
     measureInput(s32Video, s32Extin, stRect);
-    // The first that fails is the last, and none of them counts.
+    // Contract: the first failure ends the sequence, and no result counts.
     static_cast<void>(HW_DISP_SetInputRect(hDisp, &stRect) == HW_OK &&
                       HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW) == HW_OK && HW_DISP_ApplySetting(hDisp) == HW_OK &&
                       HW_DISP_SetUnMute(hDisp, E_HW_DISP_MUTE_WINDOW) == HW_OK);

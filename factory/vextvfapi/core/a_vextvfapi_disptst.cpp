@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The display test module's start-up, video test patterns, switches of graphics and picture quality, events.
+// The display test module's start-up, video test patterns, switches of graphics and picture quality, and events.
 #define FAPI_LOG_TAG "VexTvFApiDisplayTest"
 #include "a_vextvfapi_disptst.h"
 
@@ -18,7 +18,7 @@ constexpr HW_U32 kSurfaceMax = 64;
 
 // --- Video test patterns ---------------------------------------------------------------------------------------------
 
-// Where in the picture path the pattern is made, by selector. Three stages take more than the pattern's attribute.
+// The stages of the picture path that make a pattern, by selector. Three take more than the pattern's attribute.
 enum class Special { none, vop2, whiteBalance, muteColor };
 
 struct PatternStage {
@@ -59,7 +59,7 @@ static HW_Result_t setMuted(HW_Handle_t hDisp, bool bMuted) {
     return bMuted ? HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW) : HW_DISP_SetUnMute(hDisp, E_HW_DISP_MUTE_WINDOW);
 }
 
-// Mutes the window before the pattern goes, and unmutes it after the pattern has come.
+// Mutes the window before the pattern is switched off, and unmutes it after the pattern is switched on.
 static HW_Result_t setVop2Pattern(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_Result_t muted = pattern.u32Enable == 0 ? setMuted(hDisp, true) : HW_OK;
     const HW_Result_t set = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
@@ -79,7 +79,7 @@ static HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
         case Special::vop2:
             return setVop2Pattern(hDisp, pattern);
         case Special::whiteBalance: {
-            // The stage before it comes first.
+            // The preceding stage comes first.
             const HW_Result_t feeding = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
             return feeding | setPattern(hDisp, stStage.eMode, pattern);
         }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Information module: parameters of INI files, and the module's events.
+// The information module: parameters of INI files, events.
 #define FAPI_LOG_TAG "VexTvFApiInformation"
 #include "a_vextvfapi_info.h"
 
@@ -20,7 +20,7 @@ int a_vextvfapi_info_deinit() {
     return 0;
 }
 
-// `pszValue` is the middleware's text, null for a key without one.
+// Copies the middleware's text, which is null for a key without one.
 static int copyValue(const unsigned char* key, const char* pszValue, unsigned char* data, unsigned int size,
                      const char* pszCaller = __builtin_FUNCTION()) {
     if (data == nullptr) {
@@ -56,7 +56,7 @@ int a_vextvfapi_info_get_ini_para(const unsigned char* path, const unsigned char
     HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, 0, nullptr};
     if (HW_SYS_GetConfigData(hConfig, key, &stData) != HW_OK) {
         FAPI_LOGD("HW_SYS_GetConfigData(..., %s, ...) is failed.\n\n", key);
-        // The status is the close's: a missing key is no failure, its reader finds the buffer that it has cleared.
+        // Contract: a missing key is no failure; the status is that of the close.
         return a_vextvfapi_common_hw_err_msg(HW_SYS_CloseConfigFile(hConfig));
     }
     const int s32Status = copyValue(key, reinterpret_cast<const char*>(stData.pu8Data), data, size);
@@ -91,7 +91,7 @@ int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char
         FAPI_LOGE("close config file failed\n\n");
         return -1;
     }
-    // What the middleware has written is on the medium before this returns.
+    // The new value is on the medium when this operation returns.
     sync();
     FAPI_LOGD("close config file ok\n\n");
     return 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The input source module's start-up, what is on screen, and its event operations.
+// The input source module's start-up, the picture on screen, and events.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include "a_vextvfapi_inpsrc.h"
 
@@ -20,7 +20,7 @@ namespace {
 constexpr unsigned int kTypes = E_HW_EXTIN_TYPE_NUM;
 constexpr unsigned int kTvStandardMax = E_HW_EXTIN_TV_SYSTEM_LAST;
 
-// Sources of the picture, as hosts number them.
+// Numbers of the picture's sources.
 constexpr unsigned char kNoInput = 28;
 constexpr unsigned char kUnknownInput = 45;
 
@@ -53,7 +53,7 @@ static unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {
 
 namespace {
 
-// What the current window shows. The window is given back with it.
+// The current window and its input. The lease closes the window.
 struct OnScreen {
     fapi::disp::DispLease lease;
     HW_Handle_t hDisp = HW_HANDLE_NONE;
@@ -114,7 +114,7 @@ static bool lookAtScreen(OnScreen& stScreen, const char* pszCaller = __builtin_F
     return true;
 }
 
-// Finds the index of the input with that handle, among those of a type.
+// Finds the index of the input with that handle among the inputs of a type.
 static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u32Index,
                       const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "_u32ExtHwCaps[%d] = %d\n\n", u32Type, _u32ExtHwCaps[u32Type]);
@@ -131,7 +131,7 @@ static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u3
             FAPI_LOGD_AS(pszCaller, "ExtinType %d Get Handle Fail\n\n", u32Type);
             continue;
         }
-        // The error level of this line and of others below, which are no failures, is contract.
+        // Contract: the error level of this line and of others below, which are no failures.
         FAPI_LOGE_AS(pszCaller, "Get Input Src Handle Done\n");
         if (hFound != HW_HANDLE_NONE && hFound == hExtin) {
             return true;
@@ -169,7 +169,7 @@ int _a_vextvfapi_inpsrc_get_src_by_extin_handle(int hExtin, unsigned char* pu8In
     return 0;
 }
 
-// Looks for the source that is on screen. Returns a code of the middleware.
+// Identifies the source that is on screen. Returns a code of the middleware.
 static HW_Result_t identifySource(const OnScreen& stScreen, unsigned char* pSrc, unsigned char bType,
                                   const char* pszCaller = __builtin_FUNCTION()) {
     if (stScreen.s32Video == 0 && stScreen.s32Extin == 0) {
@@ -228,7 +228,7 @@ int _a_vextvfapi_inpsrc_get_video_standard(unsigned char* pu8Val) {
         FAPI_LOGE("Get current src type failed.\n\n");
         return -1;
     }
-    // 7 and 8 are digital television, which has no external input to get here with.
+    // 7 and 8 are digital television, which is no external input.
     if (u8Type == E_HW_EXTIN_TYPE_HDMI || u8Type == 7 || u8Type == 8) {
         FAPI_LOGE("Digital src doesn't support to get video standard.\n\n");
         return -2;
@@ -260,7 +260,7 @@ static void logTiming(const fapi_core::VexTvFApiVideoTiming& timing, const char*
     } else {
         FAPI_LOGD_AS(pszCaller, "Progressive\n\n");
     }
-    // The fraction without leading zeroes is contract.
+    // Contract: the fraction has no leading zeros.
     FAPI_LOGD_AS(pszCaller, "Frame Rate : %d.%d (Hz)\n\n", timing.u32FrameRate / 1000, timing.u32FrameRate % 1000);
 }
 

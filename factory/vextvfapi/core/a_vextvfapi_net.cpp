@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Network module: MAC address and state of interfaces, and the module's events.
+// The network module: MAC address and state of interfaces, events.
 #define FAPI_LOG_TAG "VexTvFApiNetwork"
 #include "a_vextvfapi_net.h"
 
@@ -12,11 +12,12 @@
 #include "base/fapi_log_text.h"
 #include "hw3/hw_net.h"
 
-// Opening and closing have a failure of their own.
+// The status of a failed opening or closing.
 static constexpr int kFailed = 255;
 
 static HW_NET_InterfaceName_t _astNames[HW_NET_INTERFACE_MAX];
-// Of the last name that was found. It is never forgotten: an unknown name then opens what now stands there.
+// Index of the last name found. Never reset, so an unknown name opens the interface that is at that index now
+// (contract).
 static signed char _s8Selected = -1;
 static HW_Handle_t _hNet = HW_HANDLE_NONE;
 
@@ -34,7 +35,7 @@ int a_vextvfapi_net_deinit() {
     return 0;
 }
 
-// An entry may fill its place without a terminator.
+// Compares an entry, which may have no terminator, with a name.
 static bool hasName(const HW_NET_InterfaceName_t& stEntry, const char* name) {
     const std::size_t length = strnlen(stEntry.acName, HW_NET_INTERFACE_NAME_SIZE);
     return std::strlen(name) == length && std::memcmp(stEntry.acName, name, length) == 0;
@@ -56,7 +57,7 @@ int a_vextvfapi_net_open(const char* name) {
             fapi::BoundedText(reinterpret_cast<const unsigned char*>(_astNames[i].acName), HW_NET_INTERFACE_NAME_SIZE)
                 .get());
         if (hasName(_astNames[i], name)) {
-            // No end here: of several the last one counts.
+            // Keep searching: the last match wins.
             _s8Selected = static_cast<signed char>(i);
         }
     }
@@ -83,7 +84,7 @@ int a_vextvfapi_net_close() {
     return 0;
 }
 
-// Contract: these operations log at level E, successes included.
+// Contract: the operations below log at level E, successes included.
 
 static bool openForChange(const char* name, const char* pszCaller = __builtin_FUNCTION()) {
     if (a_vextvfapi_net_open(name) != 0) {
@@ -115,7 +116,7 @@ int a_vextvfapi_net_set_mac(unsigned int* mac) {
     if (HW_NET_DhcpOff(_hNet, E_HW_NET_IPV4) != HW_OK) {
         FAPI_LOGE("LAN Device Dhcp may already off [ipv4]\n\n");
     }
-    // A refused address shows in the log alone, and leaves DHCP off.
+    // Contract: a refused address is only logged, and leaves DHCP off.
     if (HW_NET_SetMac(_hNet, pszMac) != HW_OK) {
         FAPI_LOGE("HW_NET_SetMac failed!\n\n");
     } else {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The peripheral module's start-up, event operations, and the block keys that this chip does not have.
+// The peripheral module's start-up, events, and the block keys, which this chip does not have.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
 #include "a_vextvfapi_prphrl_internal.h"
 
@@ -17,7 +17,7 @@ unsigned char fapi::prphrl::u8HdmiPortNumber = 0;
 
 namespace {
 
-// How many ports the module can serve.
+// The largest number of ports that the module serves.
 constexpr unsigned int kHdmiPortMax = 4;
 
 }  // namespace
@@ -84,7 +84,7 @@ int _a_vextvfapi_prphrl_extin_Init() {
     if (bFailed) {
         FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_EXTIN_Init!") "\n\n", result);
     }
-    // Asked all the same: the number of ports counts even when the inputs are not to be had.
+    // The number of ports counts also when the inputs could not be brought up.
     HW_EXTIN_Caps_t stCaps = {};
     HW_EXTIN_GetCaps(&stCaps);
     fapi::prphrl::u8HdmiPortNumber = stCaps.u8HdmiNum;

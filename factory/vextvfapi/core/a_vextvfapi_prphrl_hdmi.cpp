@@ -153,7 +153,7 @@ int a_vextvfapi_prphrl_get_hdmi_edid_version(unsigned int port, signed char* ver
     if (!leaseForEdid(lease, port)) {
         return -1;
     }
-    // Without a buffer the middleware tells version and size alone. The log speaks of data all the same.
+    // Without a buffer the middleware reports version and size only.
     HW_EXTIN_HdmiEdid_t stEdid = {};
     const HW_Result_t result = getEdid(lease, stEdid);
     if (result == HW_OK) {
@@ -175,7 +175,7 @@ int a_vextvfapi_prphrl_set_hdmi_edid_data(unsigned int port, signed char version
     }
     HW_EXTIN_HdmiEdid_t stEdid = {};
     stEdid.u32Version = convertToHwVersion(version);
-    // The record serves both ways; for this one the middleware only reads.
+    // The record is used for reading and writing; here the middleware only reads it.
     stEdid.pu8Data = const_cast<HW_U8*>(data);
     stEdid.u32Size = size;
     const HW_Result_t result = HW_EXTIN_SetAttr(lease.handle(), E_HW_EXTIN_ATTR_HDMI_EDID, &stEdid);

@@ -28,7 +28,7 @@ constexpr std::size_t kReadSize = 2048;
 
 }  // namespace
 
-// The thread raises both flags itself. It outlives a stop while it waits for a writer to open the FIFO.
+// The thread sets both flags itself. It outlives a stop while it waits for a writer to open the FIFO.
 static fapi::BackgroundTask _pipeTask;
 
 namespace {
@@ -118,7 +118,8 @@ static void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
     return nullptr;
 }
 
-// The thread gets a copy of the text, for the caller's is gone when the thread looks at it.
+// Starts the thread with a copy of the text, because the caller's may be gone when the thread reads it. Returns 0 or an
+// error code.
 static int startPipeTask(const unsigned char* pu8CommandEnd) {
     char* pCopy = nullptr;
     if (pu8CommandEnd != nullptr) {
@@ -154,7 +155,7 @@ static int startPipeMode(const unsigned char* pu8CommandEnd, const char* pszCall
     if (s32Error != 0) {
         FAPI_LOGE_AS(pszCaller, "uartCmdPipe mode thread create failed!(%s)\n\n", strerror(s32Error));
     }
-    // Waits for the thread even when there is none.
+    // Contract: also waits when no thread was created.
     if (fapi::pollUntil(
             kPollTimes, waitForInit, [] { return _pipeTask.isStarted(); }, pszCaller)) {
         FAPI_LOGD_AS(pszCaller, "UartPipe task started...\n\n");

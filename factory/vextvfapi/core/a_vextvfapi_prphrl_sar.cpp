@@ -24,13 +24,13 @@ constexpr int kAdcFailed = 255;
 
 }  // namespace
 
-// Opened once and kept. The key callback reads the second on a thread of the middleware.
+// Opened once and kept. The key callback reads the second one on a thread of the middleware.
 static std::atomic<HW_Handle_t> _hKeypad{HW_HANDLE_NONE};
 static std::atomic<HW_Handle_t> _hAdc{HW_HANDLE_NONE};
 static std::atomic<HW_Handle_t> _hOnDemandAdc{HW_HANDLE_NONE};
 static std::atomic<bool> _bReadAdcInKeypad{false};
 
-// Static, because the middleware may read it at its address until the keypad is opened anew.
+// Static, because the middleware may read it at its address until the keypad is opened again.
 static HW_SAR_KeypadConfig_t _stKeypadConfig;
 
 namespace {
@@ -50,7 +50,7 @@ using PathBuffer = std::unique_ptr<unsigned char[]>;
 
 }  // namespace
 
-// A byte more than the path may have. Its allocation may fail, and each operation has a status of its own for that.
+// Allocates a byte more than the path may have. The allocation may fail, which has another status in each operation.
 static PathBuffer newPathBuffer() {
     return PathBuffer(new (std::nothrow) unsigned char[kPathSize + 1]());
 }
@@ -63,13 +63,13 @@ enum class KeyList { thresholds, codes };
 
 // --- Keypad configuration --------------------------------------------------------------------------------------------
 
-// Zero counts as no number.
+// Parses a hexadecimal byte. Contract: false for zero.
 static bool parseByte(const char* pszText, HW_U8& u8Value) {
     u8Value = static_cast<HW_U8>(std::strtol(pszText, nullptr, 16) & 0xFF);
     return u8Value != 0;
 }
 
-// A macro, so that the line tells which of the settings is no number.
+// Logs a setting that is no number. A macro, so that the line number tells the settings apart.
 #define FAPI_LOG_NO_NUMBER(pszCaller) \
     FAPI_LOGE_AS(pszCaller, "[%s(%d)]covert str to long failed\n\n", pszCaller, __LINE__)
 
@@ -81,7 +81,7 @@ static void logNoNumber(KeyList eList, const char* pszCaller) {
     }
 }
 
-// The two levels are contract.
+// Contract: the two levels differ.
 static void logOutOfIndex(KeyList eList, const char* pszCaller) {
     if (eList == KeyList::thresholds) {
         FAPI_LOGE_AS(pszCaller, "Out of index\n\n");
@@ -98,7 +98,7 @@ static void logEntry(KeyList eList, HW_U8 u8Value, const char* pszCaller) {
     }
 }
 
-// "{0x10,0x2A,0x50}". An empty list is accepted.
+// Parses a list such as "{0x10,0x2A,0x50}". An empty list is accepted.
 static bool parseList(char* pszText, KeyList eList, HW_U8 (&au8Entries)[HW_SAR_KEY_LEVELS],
                       const char* pszCaller = __builtin_FUNCTION()) {
     char* pszRest = nullptr;
@@ -119,7 +119,7 @@ static bool parseList(char* pszText, KeyList eList, HW_U8 (&au8Entries)[HW_SAR_K
     return true;
 }
 
-// The board's configuration file, named by the data index.
+// Reads the name of the board's configuration file from the data index.
 static bool readBoardPath(IniValue& stBoardPath, const char* pszCaller = __builtin_FUNCTION()) {
     const PathBuffer dataIndex = newPathBuffer();
     if (dataIndex == nullptr) {
@@ -134,7 +134,8 @@ static bool readBoardPath(IniValue& stBoardPath, const char* pszCaller = __built
     return true;
 }
 
-// Results of the reads are not looked at: a value that could not be read is an empty text.
+// Reads and parses the keypad's settings. The results of the reads are not checked: a value that could not be read is
+// an empty text.
 static bool readKeypadConfig(const unsigned char* pu8BoardPath, const char* pszCaller = __builtin_FUNCTION()) {
     IniValue stLow, stUp, stLevels, stThresholds, stCodes;
     stLow.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_LOW_BOND");
@@ -182,7 +183,8 @@ int a_vextvfapi_prphrl_keypad_init() {
 }
 
 int a_vextvfapi_prphrl_start_keypad() {
-    // The ADC's handle and not the keypad's: with the ADC in use the keypad stays as it was opened.
+    // Contract: the ADC's handle is checked, not the keypad's, so with the ADC in use the keypad stays as it was
+    // opened.
     if (_hAdc.load() == HW_HANDLE_NONE && a_vextvfapi_prphrl_keypad_init() != 1) {
         FAPI_LOGE("[get_keypad_code] a_vextvfapi_prphrl_keypad_init fail\n\n");
         return 0;
@@ -191,7 +193,7 @@ int a_vextvfapi_prphrl_start_keypad() {
     HW_U32 u32Out = 0;
     const HW_Result_t result = HW_SAR_RegisterCallback(_hKeypad.load(), &stParams, &u32Out);
     if (result != HW_OK) {
-        // The text names the UART's function.
+        // Contract: the text names the UART's function.
         FAPI_LOGE("[get_keypad_code] Error 0x%x: failed to HW_UART_RegisterCallback(E_HW_SAR_EVENT_KEYPAD_PRESS)\n\n",
                   result);
         return 0;
@@ -231,7 +233,7 @@ unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int eve
     if (_bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
         HW_U32 u32Value = kAdcFailed;
         if (HW_SAR_AdcGetValue(hConverter, &u32Value) != HW_OK) {
-            // Contract: shown whatever the debug switch says.
+            // Contract: printed whatever the debug switch says.
             std::puts("[SAR_Demo] HW_SAR_AdcGetValue fail");
         }
         FAPI_LOGI("[SAR ADC] get adc value = %x\n\n", u32Value);
@@ -281,7 +283,7 @@ int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad) {
     return 0;
 }
 
-// The channel of the first call that gets a handle is the one that is read for ever.
+// Opens or finds the converter once. Contract: the channel of the first call that succeeds is read by all later ones.
 static bool obtainOnDemandAdc(unsigned int channel, const char* pszCaller = __builtin_FUNCTION()) {
     if (_hOnDemandAdc.load() != HW_HANDLE_NONE) {
         return true;
@@ -320,7 +322,7 @@ int a_vextvfapi_prphrl_get_sar_adc(unsigned int channel, unsigned int voltageLev
 
 // --- Remote control --------------------------------------------------------------------------------------------------
 
-// Negative for what is no number of type int.
+// Parses a hexadecimal number. Negative for a text that is no number of type int.
 static long parseFormat(const char* pszText) {
     char* pszEnd = nullptr;
     errno = 0;
@@ -347,7 +349,7 @@ int a_vextvfapi_prphrl_get_rc_format(const unsigned char* key, unsigned char* fo
     }
     const long value = parseFormat(stFormat.text());
     if (format == nullptr || value < 0) {
-        // Shows in the log and in the untouched output alone.
+        // Contract: reported only by the log and the untouched output.
         FAPI_LOGE("[get_rc_format] Invlid value in the ini.\n\n");
         return 0;
     }

@@ -19,7 +19,7 @@ namespace {
 // The largest message, and the largest read.
 constexpr unsigned int kBufferSize = fapi::ReceiveBuffer::kSize;
 
-// A hung-up line answers every read at once.
+// The pause after a read without bytes: a hung-up line answers every read at once.
 constexpr useconds_t kReadPauseUs = 1000;
 constexpr unsigned int kStopPollTimes = 10;
 
@@ -28,7 +28,7 @@ constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
 
 constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
 
-// The thread's read buffer. It has no destructor, because none may run at exit while the thread reads.
+// A buffer that outlives its threads. It has no destructor, because none may run at exit while the thread reads.
 class ProcessBuffer {
 public:
     constexpr ProcessBuffer() = default;
@@ -54,10 +54,10 @@ private:
 
 }  // namespace
 
-// The thread runs while it is enabled. A write-only link is started without one, for good.
+// The thread runs while it is enabled. Contract: a write-only link is started without a thread and cannot be stopped.
 static fapi::BackgroundTask _stdUartMonitor;
 static fapi::FramerSettings _framerSettings;
-// The thread's while the link is started.
+// The thread's buffer while the link is started.
 static ProcessBuffer _readBuffer;
 
 bool fapi::prphrl::isStdFactoryUartStarted() {
@@ -101,7 +101,7 @@ static void* _a_vextvfapi_prphrl_stdFactoryUartMonitor(void*) {
     fapi::MessageFramer framer(fapi::prphrl::receiveBuffer, _framerSettings, raiser);
     while (_stdUartMonitor.isEnabled()) {
         if (!fapi::prphrl::receiveBuffer.exists()) {
-            // Somebody has stopped the other link, whose buffer it is too.
+            // The stop of the other link has released the buffer that both share.
             FAPI_LOGE("[std_factory_uart] _pu8UartCbBuff becomes NULL ptr! Please check it.\n\n");
             break;
         }
@@ -113,7 +113,7 @@ static void* _a_vextvfapi_prphrl_stdFactoryUartMonitor(void*) {
         }
         framer.feed(_readBuffer.data(), static_cast<std::size_t>(length));
     }
-    // In a host without standard input the tty may be descriptor 0, which stays open.
+    // Contract: descriptor 0 stays open. In a host without standard input the tty may have it.
     if (fapi::prphrl::s32UartFd.load() >= 1) {
         FAPI_LOGI("[std_factory_uart] close fd\n\n");
         close(fapi::prphrl::s32UartFd.exchange(-1));
@@ -152,7 +152,7 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
         freeBuffers();
         return -1;
     }
-    // The buffers wait for the next start when the tty cannot be had.
+    // The buffers stay for the next start when the tty cannot be opened.
     if (!_a_vextvfapi_prphrl_uartOpen(kPaths[port], static_cast<int>(kSpeeds[u8Speed]), 0, config)) {
         FAPI_LOGE("[std_factory_uart] start FactoryUart FAIL!\n\n");
         return -1;
@@ -163,7 +163,7 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
     }
     _framerSettings.reset();
     if (_stdUartMonitor.start(_a_vextvfapi_prphrl_stdFactoryUartMonitor, nullptr) != 0) {
-        // The tty stays open.
+        // Contract: the tty stays open.
         FAPI_LOGE("[std_factory_uart] StdFactoryUartMonitor thread create failed!(%s)\n\n", strerror(errno));
         freeBuffers();
         return -1;
@@ -191,7 +191,7 @@ int a_vextvfapi_prphrl_std_factory_uart_stop() {
     return 0;
 }
 
-// The number in the messages is that of their line, whatever they say.
+// The number after "error:" is the source line (contract), not an error code.
 int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigned char length) {
     if (data == nullptr || length == 0) {
         FAPI_LOGE(FAPI_RED("[write_std_factory_uart] parameter error: %d") "\n\n", __LINE__);
@@ -201,7 +201,7 @@ int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigne
         FAPI_LOGE(FAPI_RED("[write_std_factory_uart] start factory uart error: %d") "\n\n", __LINE__);
         return -1;
     }
-    // What the line does not take is lost.
+    // Contract: bytes that the line does not take are lost.
     [[maybe_unused]] const ssize_t written = write(fapi::prphrl::s32UartFd.load(), data, length);
     return 0;
 }
@@ -226,7 +226,7 @@ int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode, unsigned
         FAPI_LOGE(FAPI_RED("[std_factory_uart_custom_config] start factory uart error: %d") "\n\n", __LINE__);
         return -1;
     }
-    // Negative modes pass, and cut by size.
+    // Contract: negative modes pass, and cut by size.
     if (mode > fapi::FramerSettings::byte) {
         FAPI_LOGE(FAPI_RED("[std_factory_uart_custom_config] Invalid UART mode!") "\n\n");
         return -1;

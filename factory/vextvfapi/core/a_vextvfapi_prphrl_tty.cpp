@@ -11,7 +11,7 @@
 #include "a_vextvfapi_prphrl_tty.h"
 #include "base/fapi_log.h"
 
-// -1 while nothing is open: the exported read and write are not to reach a descriptor that is somebody else's.
+// -1 while no tty is open, so that the exported read and write cannot reach another descriptor.
 std::atomic<int> fapi::prphrl::s32UartFd{-1};
 
 bool _a_vextvfapi_prphrl_setInterfaceAttr(int fd, int speed, int parity) {
@@ -52,7 +52,7 @@ bool _a_vextvfapi_prphrl_setBlocking(int fd, int shouldBlock) {
     return true;
 }
 
-// The access mode, or -1 for a configuration that there is not.
+// Returns the access mode, or -1 for an unknown configuration.
 static int accessMode(fapi_core::VexTvFApiStdFactoryUartConfig config, const char* pszCaller = __builtin_FUNCTION()) {
     switch (config) {
         case fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ:
@@ -75,7 +75,7 @@ bool _a_vextvfapi_prphrl_uartOpen(const char* path, int speed, int blocking,
     if (s32Access < 0) {
         return false;
     }
-    // What open() says of a null path.
+    // open() would report this for a null path.
     errno = EFAULT;
     const int s32Fd = path != nullptr ? open(path, s32Access | O_NOCTTY | O_SYNC) : -1;
     if (s32Fd < 0) {

@@ -16,7 +16,7 @@ fapi::ReceiveBuffer fapi::prphrl::receiveBuffer;
 
 static std::atomic<bool> _bFactoryUartStarted{false};
 static std::atomic<HW_Handle_t> _hUartHandle{HW_HANDLE_NONE};
-// Only a port that this module has opened is closed by it.
+// True when this module has opened the port, which only then is closed by it.
 static std::atomic<bool> _bUartOpened{false};
 
 // The interface's numbers are the middleware's. A number out of range becomes the largest one, which the middleware
@@ -130,7 +130,7 @@ int a_vextvfapi_prphrl_start_factory_uart(signed char baudrate, signed char port
         FAPI_LOGE("[start_factory_uart] Uart open\n\n");
     }
 
-    // A port opened here stays open when one of these fails; stop closes it.
+    // Contract: a port opened here stays open when one of these fails; stop closes it.
     const HW_UART_CallbackParams_t stCallback = {_HW_UART_Callback, HW_UART_EVENT_RX_CHAR, 0};
     HW_U32 u32Registered = 0;
     result = HW_UART_RegisterCallback(_hUartHandle.load(), &stCallback, &u32Registered);
@@ -151,7 +151,7 @@ int a_vextvfapi_prphrl_start_factory_uart(signed char baudrate, signed char port
 int a_vextvfapi_prphrl_stop_factory_uart(signed char portType) {
     const HW_UART_CallbackParams_t stCallback = {nullptr, HW_UART_EVENT_RX_CHAR, 0};
     const HW_Result_t result = HW_UART_UnRegisterCallback(_hUartHandle.load(), &stCallback);
-    // Unlike the other calls of the port, where 2 is a failure.
+    // Contract: unlike in the other calls of the port, 2 is a success.
     if (!fapi::isBroughtUp(result)) {
         FAPI_LOGE(FAPI_RED("[start_factory_uart] Error 0x%x: unregister callback fail") "\n\n", result);
     }
@@ -164,7 +164,7 @@ int a_vextvfapi_prphrl_stop_factory_uart(signed char portType) {
     return 1;
 }
 
-// The number in the messages is that of their line, whatever they say.
+// The number after "error:" is the source line (contract), not an error code.
 int a_vextvfapi_prphrl_write_factory_uart(const unsigned char* data, unsigned int length) {
     if (data == nullptr || length == 0) {
         FAPI_LOGE(FAPI_RED("[write_factory_uart] parameter error: %d") "\n\n", __LINE__);
@@ -187,7 +187,7 @@ int a_vextvfapi_prphrl_write_factory_uart(const unsigned char* data, unsigned in
 int a_vextvfapi_prphrl_switch_to_ttys1(bool enable) {
     const int s32Fd = open("/sys/kernel/uart/uart_switch", O_RDWR);
     if (s32Fd < 0) {
-        // Contract: the value depends on the debug switch.
+        // Contract: the result is printf's when the log is on, else -1.
         const int s32Printed = FAPI_LOG("E", "[STD UART] open /sys/kernel/uart/uart_switch fail\n\n");
         return s32Printed != 0 ? s32Printed : s32Fd;
     }
@@ -196,7 +196,7 @@ int a_vextvfapi_prphrl_switch_to_ttys1(bool enable) {
     } else {
         FAPI_LOGD("[STD UART] disable STD factory UART => switch back to ttyS0\n\n");
     }
-    // The switch tells nobody whether it has moved.
+    // The switch does not report whether it has moved.
     [[maybe_unused]] const ssize_t written = write(s32Fd, enable ? "1" : "0", 1);
     return close(s32Fd);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: start-up and events.
+// The system module's start-up and events.
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include "a_vextvfapi_sys.h"
 
@@ -15,7 +15,8 @@
 int a_vextvfapi_sys_init() {
     _a_vextvfapi_common_init();
 
-    // "Continue" counts as success for the system, unlike for the families below, and a failure stays silent.
+    // Contract: "continue" counts as success for the system, unlike for the families below, and a failure is not
+    // logged.
     if (HW_SYS_Init(nullptr) > HW_HAS_INITED) {
         return -1;
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: attributes of the chip.
+// Attributes of the chip.
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <algorithm>
 #include <cstring>
@@ -25,12 +25,12 @@ int a_vextvfapi_sys_get_dataindex_path(unsigned char* path, unsigned int len) {
         FAPI_LOGE("Input parameter is NULL.\n");
         return -1;
     }
-    // A byte more than the middleware is told of, so that what it stores is a text.
+    // One byte more than the middleware may write, so that its answer is a text.
     char acPath[kPathSize + 1] = {};
     HW_SYS_AttrBuffer_t stBuffer = {acPath, kPathSize, 0};
     const HW_Result_t result = HW_SYS_GetAttr(E_HW_SYS_ATTR_DATAINDEX_PATH, &stBuffer);
-    // Whatever the middleware answered: after a failure the caller reads an empty path. Zeros follow up to `len`, and a
-    // path of 128 characters fills a buffer of 128 without a terminator.
+    // Contract: after a failure the caller reads an empty path. Zeros follow up to `len`, and a path of 128 characters
+    // fills a buffer of 128 without a terminator.
     const std::size_t length = strnlen(acPath, len);
     std::memcpy(path, acPath, length);
     std::memset(path + length, 0, len - length);
@@ -62,7 +62,7 @@ int a_vextvfapi_sys_get_customer_hash(unsigned int size, unsigned char* hash, un
         *copied = 0;
         FAPI_LOGE("a_vextvfapi_sys_get_customer_hash fail.\n");
     } else {
-        // The caller's places may overlap.
+        // Through a local copy, because the caller's places may overlap.
         const HW_U32 u32Copied = std::min(stBuffer.u32CopiedSize, kHashSize);
         *copied = u32Copied;
         std::memcpy(hash, au8Hash, u32Copied);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: raw transfers from and to eMMC partitions.
+// Raw transfers from and to eMMC partitions.
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cstring>
 #include <memory>
@@ -29,7 +29,7 @@ static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, c
     return 0;
 }
 
-// A failed read leaves the caller's data alone.
+// Reads into a buffer first, because a failed read leaves the caller's data as they are.
 static int readThroughBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, unsigned char* data,
                              const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "Read from EMMC - \n");

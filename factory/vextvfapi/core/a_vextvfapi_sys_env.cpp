@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: boot environment variables in flash.
+// Boot environment variables in flash.
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cstring>
 #include <memory>
@@ -10,14 +10,14 @@
 
 namespace {
 
-// A value as the middleware exchanges it. The byte behind its 2,048 stays 0, so that the text always ends.
+// A value as the middleware exchanges it, and a last byte of 0 as its end.
 struct EnvValue {
     HW_U8 au8Text[HW_FLASH_ENV_VALUE_SIZE + 1] = {};
 
     std::size_t length() const { return strnlen(reinterpret_cast<const char*>(au8Text), HW_FLASH_ENV_VALUE_SIZE); }
 };
 
-// One environment image in memory. Its allocation may fail, and each operation has a status of its own for that.
+// One environment image in memory. Its allocation may fail, which has another status in each operation.
 using EnvImage = std::unique_ptr<HW_U8[]>;
 
 }  // namespace
@@ -44,7 +44,7 @@ static int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned c
     }
     EnvValue stValue;
     if (readEnvVar(hFlash, image.get(), key, stValue) != HW_OK) {
-        // The text names eMMC whatever the flash type is.
+        // Contract: the text names eMMC whatever the flash type is.
         FAPI_LOGE_AS(pszCaller, "Get new env from emmc failed!! \n\n");
         return -1;
     }
@@ -54,7 +54,7 @@ static int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned c
         FAPI_LOGE_AS(pszCaller, "[flash] The value size overflow.\n\n");
         return -2;
     }
-    // Without a terminating NUL: the caller clears its buffer, and a value may fill it.
+    // Contract: without a terminating NUL.
     std::memcpy(value, stValue.au8Text, length);
     return 0;
 }
@@ -85,7 +85,7 @@ static int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsign
                       const char* pszCaller = __builtin_FUNCTION()) {
     const EnvImage image = newEnvImage();
     if (image == nullptr) {
-        // -1 and not the -4 of the reading operation.
+        // Contract: -1, not the -4 of the reading operation.
         FAPI_LOGE_AS(pszCaller, "Allocate Memory Fail!!!!\n\n");
         return -1;
     }

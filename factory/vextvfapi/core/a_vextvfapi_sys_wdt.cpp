@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: watchdog.
+// The watchdog.
 #define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <atomic>
 
@@ -10,14 +10,14 @@
 namespace {
 
 constexpr HW_U32 kTimerSeconds = 5;
-// No answer of the middleware.
+// A value that the middleware does not answer.
 constexpr HW_U32 kUnread = 255;
 
 }  // namespace
 
-// Fetched once; the middleware has no call to give it back.
+// Fetched once: the middleware has no call to give it back.
 static std::atomic<HW_Handle_t> _hWdtHandle{HW_HANDLE_NONE};
-// What this library wanted last. A set whose watchdog nobody has touched yet counts as switched on.
+// The state that this library set last. Contract: on before the first call.
 static std::atomic<unsigned char> _bWdtEnable{1};
 
 static int obtainWdt(const char* pszCaller = __builtin_FUNCTION()) {
@@ -39,7 +39,7 @@ int _a_vextvfapi_sys_get_wdt_handle() {
     return obtainWdt();
 }
 
-// Acknowledges after a failed reading, too: contract.
+// Acknowledges a reboot by the watchdog. Contract: also after a failed reading.
 static void acknowledgeReboot(const char* pszCaller = __builtin_FUNCTION()) {
     HW_U32 u32Word = kUnread;
     HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_REBOOT_BY_WDT, nullptr, &u32Word);
@@ -55,7 +55,7 @@ int a_vextvfapi_sys_set_wdt(unsigned char enable) {
         return -1;
     }
     HW_WDT_Timer_t stTimer = {};
-    // The wish is noted before the middleware is asked, and stays when that refuses.
+    // Contract: the state is stored before the middleware is asked, and stays when the middleware refuses.
     if (enable != 0) {
         acknowledgeReboot();
         stTimer.u32Seconds = kTimerSeconds;

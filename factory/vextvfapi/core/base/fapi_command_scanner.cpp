@@ -14,8 +14,8 @@ constexpr unsigned char kInterrupt = 0x03;
 
 }  // namespace
 
-// A shell's echo ends a text with a newline, and every write is to end a command: the last byte counts as the end
-// whatever it is, except an interrupt. An underscore before it stands for a blank, which a shell would have eaten.
+// Contract: the last byte counts as the end of a command whatever it is, except an interrupt, and an underscore before
+// it as a blank.
 void CommandScanner::rewriteTail(unsigned char* pu8Bytes, std::size_t length) const {
     if (pu8Bytes[length - 1] != kInterrupt) {
         pu8Bytes[length - 1] = _u8End;

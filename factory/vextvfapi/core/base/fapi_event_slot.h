@@ -12,11 +12,11 @@ class EventSlot {
 public:
     constexpr EventSlot() = default;
 
-    // Returns 0. A null callback is stored as it is.
+    // Registers the callback; null registers none. Returns 0.
     int set(fapi_core::VexTvFApiEventCallback_t callback) FAPI_EXCLUDES(_mutex);
 
-    // The callback's result, or -1 when none is registered or it throws. The mutex is held while the callback runs:
-    // after set() has returned, no call into the former callback starts any more.
+    // Calls the callback and returns its result; -1 when none is registered or it throws. The mutex is held while the
+    // callback runs: once set() has returned, no call into the former callback starts.
     int notify(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
                const fapi_core::VexTvFApiEventCommonObject& b, const fapi_core::VexTvFApiEventCommonObject& c,
                const fapi_core::VexTvFApiEventCommonObject& d) FAPI_EXCLUDES(_mutex);

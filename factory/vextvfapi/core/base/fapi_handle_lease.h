@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The use of one middleware handle by one operation: shared if somebody has it open, else opened and closed here.
+// The use of one middleware handle by one operation: shared when it is open, else opened and closed here.
 #ifndef FAPI_HANDLE_LEASE_H
 #define FAPI_HANDLE_LEASE_H
 
@@ -15,9 +15,25 @@ namespace fapi {
 //         static constexpr auto close = HW_FLASH_Close;
 //     };
 //
-// A family whose handles come from a look-up helper needs close alone. find() and open() are two calls because most
-// operations log between them. The handle changes only by a call that succeeded. An operation calls release() where its
-// close may be looked at; the destructor closes on every other path.
+// find() and open() are two calls because most operations log between them. The handle changes only by a call that
+// succeeded. An operation calls release() where its close has a status or a message; the destructor closes on every
+// other path.
+//
+// A lease ends with its operation. These sources keep a handle longer:
+//
+//     aud               the output paths: a failure leaves them open, and the next success closes them
+//     disp, disp_panel  the window of the last range or overscan operation: panel operations close it (contract)
+//     disp_capture      window, surface and capture unit: a failed capture leaves them open (contract)
+//     disptst_canvas    layer, window and surface, while the canvas is up
+//     inpsrc_adc        analogue inputs: with none found or opened an operation uses the last one (contract)
+//     inpsrc_tuner, _vd tuner and video decoder, which stay open
+//     net               the interface, from open to close
+//     prphrl_iic        the bus, from enable to disable
+//     prphrl_led        the LED controller, which operation and cycle thread share
+//     prphrl_sar        keypad and converters, opened once and kept
+//     prphrl_uart       the port, from start to stop
+//     sys_chip          the clock: a failed reading leaves it open (contract)
+//     sys_wdt           the watchdog, which the middleware has no call to give back
 template <class Family>
 class HandleLease {
 public:
@@ -41,14 +57,14 @@ public:
     HW_Handle_t handle() const { return _hHandle; }
     bool isOpened() const { return _bOpened; }
 
-    // Closes what was opened here; HW_OK when there was nothing to close. A handle of 0 is never closed.
+    // Closes the handle if it was opened here; HW_OK when there is nothing to close. A handle of 0 is never closed.
     HW_Result_t release() {
         const bool bClose = _bOpened && _hHandle != HW_HANDLE_NONE;
         _bOpened = false;
         return bClose ? Family::close(_hHandle) : HW_OK;
     }
 
-    // Leaves the handle open for whoever closes it later. True when it was opened here.
+    // Leaves the handle open for a caller that closes it later. True when it was opened here.
     bool keepOpen() {
         const bool bOpened = _bOpened;
         _bOpened = false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the middleware's result codes mean to the library.
+// The meaning of middleware result codes.
 #ifndef FAPI_HW_RESULT_H
 #define FAPI_HW_RESULT_H
 
@@ -7,7 +7,8 @@
 
 namespace fapi {
 
-// Of a family's Init, which the host may repeat: "already initialised" is as good as done.
+// True for the result of a family's Init that leaves it up: the host may repeat an Init, so "already initialized" is as
+// good as done.
 inline bool isBroughtUp(HW_Result_t result) {
     return result == HW_OK || result == HW_HAS_INITED;
 }

@@ -19,8 +19,8 @@ static const unsigned char* find(const unsigned char* pu8Bytes, const unsigned c
 
 namespace {
 
-// The next CR or LF. Either is looked for from where it was found last, not from each message on: where only one of the
-// two is sent, the search for the other would go over all that follows with every message.
+// The next CR or LF. Each search goes on from the place found last, not from each message: where only one of the two is
+// sent, the search for the other would read all that follows for every message.
 class LineEnds {
 public:
     explicit LineEnds(const unsigned char* pu8End) : _pu8End(pu8End) {}
@@ -38,7 +38,7 @@ private:
     }
 
     const unsigned char* const _pu8End;
-    // Null, which is less than any, until they have been looked for.
+    // Null, which is less than any address, before the first search.
     const unsigned char* _pu8CarriageReturn = nullptr;
     const unsigned char* _pu8LineFeed = nullptr;
 };

@@ -21,8 +21,8 @@
 
 namespace fapi {
 
-// Detached threads may hold or take one of these while the process exits, so it must not have a destructor:
-// std::mutex has one on some C++ libraries.
+// A mutex without a destructor: detached threads may hold or take it while the process exits, and std::mutex has a
+// destructor on some C++ libraries.
 class FAPI_CAPABILITY("mutex") Mutex {
 public:
     constexpr Mutex() = default;
