@@ -12,8 +12,8 @@ namespace {
 
 struct OutputPath {
     HW_Handle_t hAout;
-    // True once this module has opened the path. Contract: never reset, so a path that another client opens later and
-    // this module finds is closed here, too.
+    // True once this module has opened the path. Contract: never reset, so a path that another client opens later is
+    // closed here, too.
     bool bOwned;
 };
 

@@ -62,13 +62,12 @@ static HW_AOUT_BasicSound_t newPeqRecord() {
     return newRecord(E_HW_AOUT_BASIC_SND_PEQ, 1, HW_AOUT_PEQ_BANDS);
 }
 
-// Sends an effect as the last step of an operation.
 static int sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
                       const char* pszCaller = __builtin_FUNCTION()) {
     return fapi::aud::send(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound, pszCaller);
 }
 
-// Sends an effect as the last step, with the failure logged in red.
+// Sends an effect, with a failure logged in red.
 static int sendRecordOrRed(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
                            const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound) != HW_OK) {
@@ -224,11 +223,11 @@ namespace {
 
 using Param = fapi_core::VexTvFApiAudBasicSoundParam_t;
 
-// The caller's record as words. A count of bands that is too large continues into the words after the list, in this
-// record and in the chip's (contract), but not beyond either: at most 32 bands are taken.
+// The caller's record as words. Contract: a count of bands that is too large continues into the words after the list,
+// in this record and in the chip's, up to 32 bands.
 using Words = std::array<unsigned int, sizeof(Param) / sizeof(unsigned int)>;
 
-// The place where a list of bands begins: in those words, and in the slots of the chip's record.
+// The place of a list of bands in those words, and in the slots of the chip's record.
 struct BandList {
     std::size_t firstWord;
     unsigned int u32FirstSlot;

@@ -22,17 +22,16 @@ constexpr unsigned int kMainPath = 0;
 // Returns the remembered handle of a path below HW_AOUT_PATH_COUNT; 0: none.
 HW_Handle_t pathHandle(unsigned int u32Path);
 
-// Obtains the paths. Returns the main path's handle; 0, with the message that most operations have for it: none.
+// Obtains the paths and returns the main one's handle; 0, with the message that most operations have for it, if none.
 HW_Handle_t openMainPath(const char* pszCaller = __builtin_FUNCTION());
 
 // Zeroes the parameters that a_vextvfapi_aud_adv_snd_set_dolby_dap_param keeps.
 void forgetDolbyDapParam();
 
-// Closes the paths that this module has opened, after a call that succeeded. Returns 0, or -1 with a message.
+// Closes the paths that this module has opened. Returns 0, or -1 with a message.
 int finish(const char* pszCaller = __builtin_FUNCTION());
 
-// Sends an attribute, which is the last step of most operations, and finishes after a success. Nothing is closed after
-// a failure.
+// Sends an attribute, the last step of most operations, and finishes after a success.
 int send(HW_Handle_t hAout, HW_U32 u32Attribute, const void* pValue, const char* pszCaller = __builtin_FUNCTION());
 
 }  // namespace fapi::aud

@@ -25,8 +25,8 @@ struct HwError {
     int s32Status;
 };
 
-// By middleware code. Contract: codes 1 and 2, which are no errors to the middleware, are failures here; callers that
-// accept them (every Init does) check the code before.
+// By middleware code. Contract: codes 1 and 2, no errors to the middleware, are failures here; an Init accepts them
+// before.
 constexpr HwError kHwErrors[] = {
     {"", 0},
     {"HW_CONTINUE: 0x1 ,not error but hasn' be succeeded. Flow is continue...\n", -1},

@@ -74,7 +74,7 @@ static bool formatWindowName(unsigned int index, fapi::disp::WindowName& stName,
     return true;
 }
 
-// Finds a window open, or opens it. Contract: log lines name the exported finder, whichever operation needs the window.
+// Finds a window open, or opens it. Contract: log lines name the exported finder.
 static bool leaseWindow(fapi::disp::DispLease& lease, unsigned int index, const char* pszFinder) {
     fapi::disp::WindowName stName;
     if (!formatWindowName(index, stName, pszFinder)) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Captures of what the panel shows, as BMP files. Contract: a failed capture leaves open what it has opened.
+// Captures of the panel's picture, as BMP files. Contract: a failed capture leaves open what it has opened.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <array>
 #include <cstdint>
@@ -24,7 +24,7 @@ constexpr unsigned int kCaptureWidth = 1920;
 constexpr unsigned int kCaptureHeight = 1080;
 constexpr unsigned int kCapturePitch = kCaptureWidth * kCapturePixelSize;
 constexpr unsigned int kCaptureSize = kCapturePitch * kCaptureHeight;
-// The end of the capture unit's region, with room for two pictures. One of them is used.
+// The end of the capture unit's region: room for two pictures, one of which is used.
 constexpr unsigned int kCaptureBuffer = 2 * kCaptureSize;
 
 // --- BMP header ------------------------------------------------------------------------------------------------------
@@ -102,8 +102,7 @@ unsigned char _a_vextvfapi_output_bmp_file(const unsigned char* path, unsigned l
 
 // --- Captures --------------------------------------------------------------------------------------------------------
 
-// Logs a failed call of a capture; its value is the capture's status, -1. A macro, so that the line number tells the
-// calls apart.
+// Logs a failed call; the value is the capture's status. A macro, so that the line number tells the calls apart.
 #define FAPI_CAPTURE_FAILED(caller, result) (FAPI_LOGE_AS(caller, "%s fail! eRet = %d\n\n", caller, result), -1)
 
 int a_vextvfapi_disp_capture_screen_to_usb(const unsigned char* path, int captureType) {
@@ -242,7 +241,7 @@ static HW_Result_t releaseCapture(const VideoCapture& stCapture) {
     }
     if (stCapture.bDispOpened) {
         // Contract: the display output's close, which refuses a window's handle. A window that was opened here stays
-        // open, and the next operation finds it. The result does not count.
+        // open.
         static_cast<void>(HW_DISPOUT_Close(stCapture.hDisp));
     }
     if (stCapture.hCap != HW_HANDLE_NONE) {

@@ -33,8 +33,7 @@ static HW_Handle_t leaseOutput(DispoutLease& lease) {
     return lease.handle();
 }
 
-// Contract: closes the module's display handle in place of an output that was opened here. The middleware refuses that,
-// and the output stays open; the next operation finds it.
+// Contract: closes the module's display handle in place of an output that was opened here, which stays open.
 static void closeDisplayHandle(DispoutLease& lease) {
     if (lease.isOpened()) {
         lease.keepOpen();
@@ -148,7 +147,7 @@ int a_vextvfapi_disp_get_pwm_range(unsigned int& min, unsigned int& max) {
     return s32Status;
 }
 
-// --- Chips beside the panel ------------------------------------------------------------------------------------------
+// --- Chips next to the panel -----------------------------------------------------------------------------------------
 
 int a_vextvfapi_disp_get_tcon_info(fapi_core::VexTvFApiDispTconInfo* out) {
     if (out == nullptr) {

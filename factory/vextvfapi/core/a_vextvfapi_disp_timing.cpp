@@ -79,7 +79,7 @@ int a_vextvfapi_disp_set_freerun_control(int freeRunType) {
 
 // --- Piece of the input ----------------------------------------------------------------------------------------------
 
-// Puts the size of the whole input picture into the record; it stays 0 when the input does not report one.
+// Puts the size of the input picture into the record; it stays 0 when the input reports none.
 static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect,
                          const char* pszCaller = __builtin_FUNCTION()) {
     if (s32Video != 0) {

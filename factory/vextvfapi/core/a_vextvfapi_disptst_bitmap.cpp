@@ -31,8 +31,8 @@ struct Bitmap {
     std::uint32_t u32Width = 0;
     std::uint32_t u32Height = 0;
 
-    // Returns the bytes of a row. Contract: three times the width, plus the rest of its division by four. This is a row
-    // of a BMP file only where that rest is 0 or 2; other widths are read the same way.
+    // Returns the bytes of a row. Contract: three times the width, plus the rest of its division by four, which is
+    // right for a rest of 0 or 2 only.
     std::uint32_t rowLength() const {
         const std::uint32_t u32Pixels = kBytesPerPixel * u32Width;
         return u32Pixels + u32Pixels % 4;
@@ -62,7 +62,7 @@ static bool readFileHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCa
     return true;
 }
 
-// Reads in pieces, because the file gives the length of this header and only the first bytes are used.
+// Reads in pieces: the file gives the length of this header, and only the first bytes are used.
 static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCaller = __builtin_FUNCTION()) {
     unsigned char au8Header[kInfoHeaderKept] = {};
     unsigned char au8Rest[512];

@@ -49,7 +49,7 @@ static Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
 
 namespace {
 
-// The worker's own copy of the parameter: a caller that no longer waits for the start may free the parameter.
+// The worker's own copy of the parameter, which the caller may free.
 struct BurnInOrder {
     unsigned char u8Entries;
     unsigned char u8Interval;
@@ -117,7 +117,7 @@ static void cycleColors(HW_Handle_t hDisp, const BurnInOrder& order, HW_DISP_Tes
 
 namespace {
 
-// Stores how the worker has ended, after everything else is given back: the host may use the window then.
+// Stores how the worker has ended, after everything else is given back.
 struct Outcome {
     int s32State = failed;
     ~Outcome() { _s32BurningState.store(s32State); }
@@ -237,8 +237,7 @@ int _a_vextvfapi_disptst_set_burning_mode(unsigned char on, _VexFApiDisptstBurnM
 
 // --- Operations ------------------------------------------------------------------------------------------------------
 
-// Makes the default parameter; null without memory. Without memory for the table the parameter has no table, which the
-// worker reports.
+// Makes the default parameter; null without memory. Without memory for the table it has none, which the worker reports.
 static _VexFApiDisptstBurnModeParam* _a_vextvfapi_disptst_create_defaule_buring_mode_param(
     const char* pszCaller = __builtin_FUNCTION()) {
     OwnedParam param(new (std::nothrow) _VexFApiDisptstBurnModeParam{});

@@ -74,7 +74,7 @@ static HW_Result_t freeMmap() {
     return HW_SYS_FreeMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS);
 }
 
-// Allocates memory and maps it. Leaves the mapping without a physical address when there is no such memory.
+// Allocates memory and maps it; without memory the mapping has no physical address.
 static void mapIommu(std::uint32_t u32Size, Mapping& stMapping, const char* pszCaller = __builtin_FUNCTION()) {
     HW_OS_IommuRequest_t stRequest = {"disp_photo", iommuLength(u32Size), 1, 0, 0};
     if (HW_OS_AllocateIommuMemory(&stRequest) != HW_OK) {

@@ -8,8 +8,8 @@
 
 #include "fapi_core.h"
 
-// A buffer to draw into. Coordinates may be anything: pixels outside the buffer are left out. Contract: coordinates
-// beyond a row, or "negative" ones, address the pixel that they lead to in 32 bits.
+// A buffer to draw into. Pixels outside it are left out. Contract: coordinates beyond a row, or "negative" ones,
+// address the pixel that they lead to in 32 bits.
 struct DisptstCanvas {
     unsigned char* pu8Pixels;  // aligned to a pixel; only written
     std::uint32_t u32Limit;    // bytes that may be written

@@ -114,7 +114,7 @@ static bool lookAtScreen(OnScreen& stScreen, const char* pszCaller = __builtin_F
     return true;
 }
 
-// Finds the index of the input with that handle among the inputs of a type.
+// Finds the index of an input among those of a type.
 static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u32Index,
                       const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "_u32ExtHwCaps[%d] = %d\n\n", u32Type, _u32ExtHwCaps[u32Type]);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Calibration of the analogue inputs' converters.
+// Calibration of the analog inputs' converters.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include <cstring>
 
@@ -11,7 +11,7 @@ namespace {
 
 enum Device : unsigned int { vga = 0, ypbpr = 1, scart = 2 };
 
-// An analogue input, for one operation.
+// An analog input, for one operation.
 struct AnalogInput {
     Device eDevice;
     HW_Handle_t hExtin;
@@ -33,8 +33,8 @@ static HW_Result_t openInput(HW_EXTIN_Type_e eType, HW_U32 u32OpenValue, HW_Hand
     return HW_EXTIN_Open(&stParams, phExtin);
 }
 
-// The last handles. Contract: they are not cleared when an input is closed, and an operation that neither finds nor
-// opens the input uses the last one.
+// The last handles. Contract: not cleared by a close; an operation that neither finds nor opens the input uses the last
+// one.
 static HW_Handle_t _hVga;
 static HW_Handle_t _hYpbpr;
 static HW_Handle_t _hScart;
@@ -132,7 +132,7 @@ static bool obtainCalibratedInput(unsigned int u32Device, AnalogInput& stInput,
     return obtainInput(u32Device, stInput, pszCaller);
 }
 
-// Closes the input if it was opened here. Returns the status for the result of the operation's call.
+// Closes the input if it was opened here. Returns the status for the operation's result.
 static int finish(const AnalogInput& stInput, HW_Result_t callResult, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_Result_t result = stInput.bOpened ? HW_EXTIN_Close(stInput.hExtin) : HW_OK;
     if (result != HW_OK) {

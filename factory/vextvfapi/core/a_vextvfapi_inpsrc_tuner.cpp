@@ -135,7 +135,7 @@ int a_vextvfapi_inpsrc_get_demod_info(fapi_core::VexTvFApiDemodInfoParam_t* pInf
 
 // --- Bit error rate --------------------------------------------------------------------------------------------------
 
-// Reads the rate of the slot's tuner. False when there is none, and when it is not locked or does not report a rate.
+// Reads the rate of the slot's tuner. False when there is no tuner, no lock or no rate.
 static bool readBer(unsigned int u32Slot, int* pBer, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_TUNER_HandleParams_t stQuery = {u32Slot};
     HW_Handle_t hTuner = HW_HANDLE_NONE;

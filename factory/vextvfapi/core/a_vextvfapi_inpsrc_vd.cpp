@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The analogue video decoder: signal and factory parameters.
+// The analog video decoder: signal and factory parameters.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include "a_vextvfapi_inpsrc.h"
 #include "base/fapi_log.h"

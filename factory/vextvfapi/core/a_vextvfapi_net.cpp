@@ -12,8 +12,12 @@
 #include "base/fapi_log_text.h"
 #include "hw3/hw_net.h"
 
+namespace {
+
 // The status of a failed opening or closing.
-static constexpr int kFailed = 255;
+constexpr int kFailed = 255;
+
+}  // namespace
 
 static HW_NET_InterfaceName_t _astNames[HW_NET_INTERFACE_MAX];
 // Index of the last name found. Never reset, so an unknown name opens the interface that is at that index now

@@ -48,7 +48,7 @@ static void closeCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTION
     }
 }
 
-// Closes the handle, logs and returns the status. Contract: reading the status logs the texts of the switch.
+// Contract: reading the status logs the texts of the switch.
 static int finishCec(CecLease& lease, HW_Result_t result, const char* pszCaller = __builtin_FUNCTION()) {
     closeCec(lease, pszCaller);
     if (result != HW_OK) {
@@ -93,7 +93,7 @@ int a_vextvfapi_prphrl_get_cec_status(signed char* s8EnableStatus) {
     return finishCec(lease, result);
 }
 
-// Closes the handle if it was opened here. Returns the status; contract: unlike above, -1 when the close fails.
+// Closes the handle if it was opened here. Contract: unlike above, -1 when the close fails.
 static int finishEarc(CecLease& lease, int s32Status, const char* pszCaller = __builtin_FUNCTION()) {
     if (!lease.isOpened()) {
         return s32Status;

@@ -172,8 +172,8 @@ static void endMonitor(GpioLease& lease, const char* pszCaller = __builtin_FUNCT
     FAPI_LOGI_AS(pszCaller, "[gpio monitor]Stop GpioMonitor Task\n\n");
 }
 
-// Monitors the pad until the monitor is disabled. False when the pad cannot be opened. The thread then ends without an
-// event and stays marked as started.
+// Monitors the pad until disabled. False when the pad cannot be opened: the thread then ends without an event and stays
+// marked as started.
 static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams, const char* pszCaller = __builtin_FUNCTION()) {
     if (pstParams == nullptr) {
         FAPI_LOGE_AS(pszCaller, "[gpio monitor] Thread params FAIL!\n\n");

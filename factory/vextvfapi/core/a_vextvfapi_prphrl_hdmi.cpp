@@ -11,7 +11,7 @@
 
 namespace {
 
-// Contract: log lines name the exported finder, whichever operation needs the port.
+// Contract: the name in log lines, whichever operation needs the port.
 constexpr char kFinder[] = "_a_vextvfapi_prphrl_get_hdmi_handle";
 
 constexpr unsigned int kVersionedPorts = 4;
@@ -79,7 +79,7 @@ int _a_vextvfapi_prphrl_get_hdmi_handle(unsigned char port, int& handle, unsigne
     return s32Status;
 }
 
-// Leases a port, which is below the number of ports, for an EDID operation.
+// Leases a port below the number of ports.
 static bool leaseForEdid(ExtinLease& lease, unsigned int port, const char* pszCaller = __builtin_FUNCTION()) {
     if (leaseHdmi(lease, static_cast<unsigned char>(port)) != 0) {
         FAPI_LOGE_AS(pszCaller, "Extin get handle failed!\n\n");

@@ -18,7 +18,7 @@ constexpr unsigned int kReadModes = 3;
 
 }  // namespace
 
-// The last bus that was found or opened. An opened bus stays open until it is disabled.
+// The last bus. An opened bus stays open until it is disabled.
 static std::atomic<HW_Handle_t> _hIic{HW_HANDLE_NONE};
 static std::atomic<bool> _bIicOpened{false};
 
@@ -56,8 +56,8 @@ int a_vextvfapi_prphrl_enable_iic(int bus) {
     return 0;
 }
 
-// Finds or opens the bus. False without a handle. Sets `bClose` for a handle that this module has to close: a bus that
-// is found open belongs to another client unless this module has opened one.
+// Finds or opens the bus. `bClose`: the handle is to be closed. A bus that is found open belongs to another client
+// unless this module has opened one.
 static bool obtainToClose(int bus, bool& bClose) {
     if (findBus(bus)) {
         bClose = _bIicOpened.exchange(false);
@@ -86,7 +86,7 @@ int a_vextvfapi_prphrl_disable_iic(int bus) {
 
 using Bytes = std::unique_ptr<HW_U8[]>;
 
-// Allocates `size` bytes: a copy of `source`, or zeros without a source. Null when memory is short.
+// Copies `source`, or makes zeros without one. Null when memory is short.
 static Bytes newBytes(std::size_t size, const unsigned char* source) {
     Bytes bytes(new (std::nothrow) HW_U8[size]());
     if (bytes != nullptr && source != nullptr && size != 0) {

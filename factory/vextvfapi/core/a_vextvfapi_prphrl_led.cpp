@@ -22,8 +22,7 @@ constexpr HW_U8 kLedCount = 4;
 
 }  // namespace
 
-// The controller, which operation and cycle thread share: the first to close it takes it from the other, whose writes
-// then fail.
+// The controller, which operation and cycle thread share: the first to close it takes it from the other.
 static std::atomic<HW_Handle_t> _hPm{HW_HANDLE_NONE};
 static std::atomic<bool> _bPmOpened{false};
 static std::atomic<bool> _bEnableStdLedMonitor{false};

@@ -35,7 +35,6 @@ namespace {
 
 class CommandRaiser : public fapi::CommandReceiver {
 public:
-    // Logs under the name given.
     explicit CommandRaiser(const char* pszCaller) : _pszCaller(pszCaller) {}
 
     void receive(const unsigned char* pu8Command, std::size_t length) override {
@@ -118,8 +117,7 @@ static void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
     return nullptr;
 }
 
-// Starts the thread with a copy of the text, because the caller's may be gone when the thread reads it. Returns 0 or an
-// error code.
+// Starts the thread with a copy of the text, which the caller may free. Returns 0 or an error code.
 static int startPipeTask(const unsigned char* pu8CommandEnd) {
     char* pCopy = nullptr;
     if (pu8CommandEnd != nullptr) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Contract: the name under which failures to lease a channel are logged.
+// Contract: the name in log lines.
 constexpr char kFinder[] = "_a_vextvfapi_prphrl_get_pwm_handle";
 
 struct PwmFamily {

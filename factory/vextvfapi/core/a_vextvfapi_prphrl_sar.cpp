@@ -50,7 +50,7 @@ using PathBuffer = std::unique_ptr<unsigned char[]>;
 
 }  // namespace
 
-// Allocates a byte more than the path may have. The allocation may fail, which has another status in each operation.
+// Allocates a byte more than the path may have. Each operation has its own status for a failure.
 static PathBuffer newPathBuffer() {
     return PathBuffer(new (std::nothrow) unsigned char[kPathSize + 1]());
 }
@@ -134,8 +134,7 @@ static bool readBoardPath(IniValue& stBoardPath, const char* pszCaller = __built
     return true;
 }
 
-// Reads and parses the keypad's settings. The results of the reads are not checked: a value that could not be read is
-// an empty text.
+// Reads and parses the keypad's settings. A value that could not be read is an empty text.
 static bool readKeypadConfig(const unsigned char* pu8BoardPath, const char* pszCaller = __builtin_FUNCTION()) {
     IniValue stLow, stUp, stLevels, stThresholds, stCodes;
     stLow.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_LOW_BOND");
@@ -183,8 +182,7 @@ int a_vextvfapi_prphrl_keypad_init() {
 }
 
 int a_vextvfapi_prphrl_start_keypad() {
-    // Contract: the ADC's handle is checked, not the keypad's, so with the ADC in use the keypad stays as it was
-    // opened.
+    // Contract: checks the ADC's handle, not the keypad's: with the ADC in use the keypad stays as it was opened.
     if (_hAdc.load() == HW_HANDLE_NONE && a_vextvfapi_prphrl_keypad_init() != 1) {
         FAPI_LOGE("[get_keypad_code] a_vextvfapi_prphrl_keypad_init fail\n\n");
         return 0;

@@ -19,7 +19,7 @@ namespace {
 // The largest message, and the largest read.
 constexpr unsigned int kBufferSize = fapi::ReceiveBuffer::kSize;
 
-// The pause after a read without bytes: a hung-up line answers every read at once.
+// The pause after a read without bytes, which a hung-up line answers at once.
 constexpr useconds_t kReadPauseUs = 1000;
 constexpr unsigned int kStopPollTimes = 10;
 
@@ -28,7 +28,7 @@ constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
 
 constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
 
-// A buffer that outlives its threads. It has no destructor, because none may run at exit while the thread reads.
+// A buffer without a destructor, because none may run at exit while the thread reads.
 class ProcessBuffer {
 public:
     constexpr ProcessBuffer() = default;

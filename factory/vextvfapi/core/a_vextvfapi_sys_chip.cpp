@@ -97,7 +97,7 @@ int a_vextvfapi_sys_write_reg(unsigned int bank, unsigned int offset, unsigned i
 
 // --- Real-time clock -------------------------------------------------------------------------------------------------
 
-// The last handle. Contract: a call that neither finds nor opens one uses it, and the middleware then refuses it.
+// The last handle. Contract: used by a call that neither finds nor opens one.
 static std::atomic<HW_Handle_t> _hPmHandle{HW_HANDLE_NONE};
 
 // Finds the clock open, or opens it. True when it was opened here.

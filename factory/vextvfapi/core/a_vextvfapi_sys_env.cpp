@@ -17,7 +17,7 @@ struct EnvValue {
     std::size_t length() const { return strnlen(reinterpret_cast<const char*>(au8Text), HW_FLASH_ENV_VALUE_SIZE); }
 };
 
-// One environment image in memory. Its allocation may fail, which has another status in each operation.
+// One environment image. Each operation has its own status for a failed allocation.
 using EnvImage = std::unique_ptr<HW_U8[]>;
 
 }  // namespace

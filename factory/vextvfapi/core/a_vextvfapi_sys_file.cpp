@@ -44,8 +44,7 @@ static bool exists(const char* pszPath) {
 
 namespace {
 
-// The folder of a path. dirname() works inside the copy and may return static storage: the copy is owned, the result is
-// only read.
+// The folder of a path. dirname() works inside the copy and may return static storage: only the copy is owned.
 class ParentFolder {
 public:
     // Copies the path and finds its folder. False, with a message, without memory.
@@ -209,8 +208,8 @@ int a_vextvfapi_sys_create_file(const unsigned char* path) {
     FAPI_LOGD("[Factory][%s] Copy File from (%s) to (%s) b_fail_if_exist(%d)\n \n", __func__, fapi::logText(src), \
               fapi::logText(dst), (flag) ? 1 : 0)
 
-// Opens the file that a copy writes to. Returns the descriptor, or a negative value. Closes the source before the probe
-// when the destination exists and must be kept.
+// Opens the destination of a copy. Returns the descriptor, or a negative value. Closes the source before the probe when
+// an existing destination must be kept.
 static int openCopyDestination(Stream& source, const unsigned char* dst, const char* pszFolder, bool b_fail_if_exist,
                                const char* pszCaller = __builtin_FUNCTION()) {
     if (!exists(pszFolder)) {

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr HW_U32 kTimerSeconds = 5;
-// A value that the middleware does not answer.
+// A value that the middleware never reports.
 constexpr HW_U32 kUnread = 255;
 
 }  // namespace
@@ -55,7 +55,7 @@ int a_vextvfapi_sys_set_wdt(unsigned char enable) {
         return -1;
     }
     HW_WDT_Timer_t stTimer = {};
-    // Contract: the state is stored before the middleware is asked, and stays when the middleware refuses.
+    // Contract: the state is stored also when the middleware refuses.
     if (enable != 0) {
         acknowledgeReboot();
         stTimer.u32Seconds = kTimerSeconds;

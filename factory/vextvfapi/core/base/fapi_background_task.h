@@ -19,16 +19,14 @@ void nameThisThread(const char* pszName);
 // The two flags of a worker that a module runs at most once at a time. Constant-initialized and without a destructor,
 // because the worker may outlive the last call into the library.
 //
-// A worker runs while isEnabled(), and its last act is markStopped() (a log line may follow): a new start may be under
-// way from then on. A worker may end without clearing the started flag (contract); the next stop then clears it. A
-// worker that raises the flags itself is started with startDetachedThread().
+// A worker runs while isEnabled(). Its last act is markStopped() (a log line may follow), after which it may be started
+// again. A worker may leave the started flag set (contract); the next stop then clears it.
 class BackgroundTask {
 public:
     constexpr BackgroundTask() = default;
 
-    // Sets both flags, then starts the worker. The started flag is set before the thread exists, because a worker that
-    // ends at once must not have its markStopped() overwritten. A failed start clears the started flag and leaves the
-    // enable flag.
+    // Sets both flags, then starts the worker: a worker that ends at once must not have its markStopped() overwritten.
+    // A failed start clears the started flag alone.
     int start(ThreadEntry_t entry, void* pArgument);
 
     void enable() { _bEnabled.store(true); }

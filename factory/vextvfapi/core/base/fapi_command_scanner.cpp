@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Cuts what is written into the command pipe into commands.
+// Cuts the bytes that are written into the command pipe into commands.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
 #include "base/fapi_command_scanner.h"
 

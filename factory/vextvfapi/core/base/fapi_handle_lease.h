@@ -15,25 +15,18 @@ namespace fapi {
 //         static constexpr auto close = HW_FLASH_Close;
 //     };
 //
-// find() and open() are two calls because most operations log between them. The handle changes only by a call that
-// succeeded. An operation calls release() where its close has a status or a message; the destructor closes on every
-// other path.
+// Most operations log between find() and open(). The handle changes only by a call that succeeded. An operation calls
+// release() where its close has a status or a message; the destructor closes on every other path.
 //
-// A lease ends with its operation. These sources keep a handle longer:
+// A lease ends with its operation. Handles that outlive the operation are kept by:
 //
-//     aud               the output paths: a failure leaves them open, and the next success closes them
-//     disp, disp_panel  the window of the last range or overscan operation: panel operations close it (contract)
-//     disp_capture      window, surface and capture unit: a failed capture leaves them open (contract)
-//     disptst_canvas    layer, window and surface, while the canvas is up
-//     inpsrc_adc        analogue inputs: with none found or opened an operation uses the last one (contract)
-//     inpsrc_tuner, _vd tuner and video decoder, which stay open
-//     net               the interface, from open to close
-//     prphrl_iic        the bus, from enable to disable
-//     prphrl_led        the LED controller, which operation and cycle thread share
-//     prphrl_sar        keypad and converters, opened once and kept
-//     prphrl_uart       the port, from start to stop
-//     sys_chip          the clock: a failed reading leaves it open (contract)
-//     sys_wdt           the watchdog, which the middleware has no call to give back
+//     aud, inpsrc_adc, sys_chip         a failed operation leaves its handle to the next one (contract)
+//     disp, disp_capture, disp_panel    windows that other operations close, or none (contract)
+//     disptst_canvas                    layer, window and surface while the canvas is up
+//     inpsrc_tuner, inpsrc_vd, sys_wdt  handles that are never given back
+//     net, prphrl_iic, prphrl_uart      from open, enable or start to close, disable or stop
+//     prphrl_led                        shared by operation and cycle thread
+//     prphrl_sar                        opened once
 template <class Family>
 class HandleLease {
 public:

@@ -14,9 +14,8 @@ extern std::atomic<unsigned char> u8TvFactoryDebug;
 // binary. With the switch off a line costs a load and a branch; no argument is evaluated. The value is that of printf,
 // or 0 with the switch off.
 //
-// Line scripts filter by the name in the prefix, so it is the name of an operation. A helper that logs takes that name
-// as its last parameter, `const char* pszCaller = __builtin_FUNCTION()`, logs with the _AS forms, and hands the name
-// on.
+// Line scripts filter by the name in the prefix, which is an operation's. A helper that logs takes that name as its
+// last parameter, `const char* pszCaller = __builtin_FUNCTION()`, uses the _AS forms, and hands the name on.
 #define FAPI_LOG_AS(caller, level, format, ...)                                                           \
     (u8TvFactoryDebug.load(std::memory_order_relaxed) != 0                                                \
          ? std::printf(FAPI_LOG_TAG "(imp) [" level "] <%s:%d> " format, caller, __LINE__, ##__VA_ARGS__) \
@@ -31,8 +30,8 @@ extern std::atomic<unsigned char> u8TvFactoryDebug;
 #define FAPI_LOGD_AS(caller, format, ...) static_cast<void>(FAPI_LOG_AS(caller, "D", format, ##__VA_ARGS__))
 #define FAPI_LOGI_AS(caller, format, ...) static_cast<void>(FAPI_LOG_AS(caller, "I", format, ##__VA_ARGS__))
 
-// Colors of the message texts; the ending (a newline or two) stays outside. Texts without FAPI_RED's blanks write the
-// escape themselves; they are contract.
+// Colors of the message texts, without the ending (a newline or two). Texts without FAPI_RED's blanks write the escape
+// themselves; they are contract.
 #define FAPI_RED(text) "\033[31m " text "\033[m"
 #define FAPI_HIGHLIGHT(text) "\033[43;31m" text "\033[0m"
 

@@ -10,8 +10,8 @@
 
 namespace fapi {
 
-// The data up to its first NUL, or all of it. To be made inside the log line, so that with the switch off nothing is
-// read or copied. Null prints as "(null)"; without memory for the copy the text is empty.
+// The data up to its first NUL, or all of it. To be made inside the log line, where it costs nothing with the switch
+// off. Null prints as "(null)"; without memory for the copy the text is empty.
 class BoundedText {
 public:
     BoundedText(const unsigned char* pu8Data, std::size_t length) {

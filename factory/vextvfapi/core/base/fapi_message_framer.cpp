@@ -19,8 +19,8 @@ static const unsigned char* find(const unsigned char* pu8Bytes, const unsigned c
 
 namespace {
 
-// The next CR or LF. Each search goes on from the place found last, not from each message: where only one of the two is
-// sent, the search for the other would read all that follows for every message.
+// The next CR or LF. Each search starts at the place found last: where only one of the two is sent, a search for the
+// other from each message would read all that follows.
 class LineEnds {
 public:
     explicit LineEnds(const unsigned char* pu8End) : _pu8End(pu8End) {}
@@ -43,8 +43,8 @@ private:
     const unsigned char* _pu8LineFeed = nullptr;
 };
 
-// Why a run of bytes of one message ends: the settings have changed meanwhile, a terminator follows, the message has
-// reached the limit, or the input is used up.
+// Why a run of bytes of one message ends: the settings changed, a terminator follows, the limit is reached, or the
+// input is used up.
 enum class RunEnd { settings, terminator, limit, input };
 
 struct Run {
@@ -54,8 +54,8 @@ struct Run {
 
 }  // namespace
 
-// Finds the bytes that belong to the present message, of which `room` are missing to the limit. A change of the
-// settings takes effect at the next byte, so a run counts only if there was no change during the search.
+// Finds the next bytes of the message, which lacks `room` bytes to the limit. A change of the settings takes effect at
+// the next byte, so a run counts only if there was none during the search.
 static Run nextRun(const FramerSettings& settings, const unsigned char* pu8Bytes, const unsigned char* pu8End,
                    std::size_t room, LineEnds& lineEnds) {
     const signed char s8Mode = settings.s8Mode.load();

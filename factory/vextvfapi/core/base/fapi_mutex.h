@@ -21,8 +21,7 @@
 
 namespace fapi {
 
-// A mutex without a destructor: detached threads may hold or take it while the process exits, and std::mutex has a
-// destructor on some C++ libraries.
+// Has no destructor, unlike some std::mutex: detached threads may hold or take it while the process exits.
 class FAPI_CAPABILITY("mutex") Mutex {
 public:
     constexpr Mutex() = default;

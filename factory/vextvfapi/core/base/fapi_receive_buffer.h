@@ -11,9 +11,8 @@
 
 namespace fapi {
 
-// The buffer of a receiving thread, which another thread may free meanwhile: every use of the bytes is under a mutex
-// that is held only while bytes move. Constant-initialized and without a destructor, because a receiving thread may
-// outlive the last call into the library.
+// A buffer that one thread fills while another may free it: a mutex is held only while bytes move. Constant-initialized
+// and without a destructor, because a receiving thread may outlive the last call into the library.
 class ReceiveBuffer {
 public:
     static constexpr unsigned int kSize = 0x40000;
