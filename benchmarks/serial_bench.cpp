@@ -16,8 +16,8 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl.h"
+#include "base/fapi_message_framer.h"
 #include "bench_set.h"
-#include "fapi_message_framer.h"
 #include "limits.h"
 #include "vset/uart.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The cut of what comes through the command pipe, without a pipe.
-#include "fapi_command_scanner.h"
+#include "base/fapi_command_scanner.h"
 
 #include <atomic>
 #include <string>

@@ -9,7 +9,7 @@
 
 #include <gmock/gmock.h>
 
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "support/bmp_file.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 
-#include "fapi_background_task.h"
-#include "fapi_byte_order.h"
-#include "fapi_handle_lease.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_byte_order.h"
+#include "base/fapi_handle_lease.h"
 #include "support/emulation.h"
 
 namespace {
@@ -69,7 +69,7 @@ TEST(HandleLease, ClosesOnlyWhatItOpened) {
     {
         Lease lease;
         lease.open(9);
-        lease.keepOpen();
+        EXPECT_TRUE(lease.keepOpen()) << "the caller learns that it is to close";
     }
     EXPECT_EQ(Fake::s32Closed, 2);
 }
@@ -77,7 +77,7 @@ TEST(HandleLease, ClosesOnlyWhatItOpened) {
 TEST(HandleLease, AFailedCallChangesNothing) {
     Fake::reset();
     Lease lease;
-    lease.adopt(5, false);
+    lease.find(5);
     Fake::u32Find = Fake::u32Open = HW_ERR_FAILED;
     EXPECT_EQ(lease.find(7), HW_ERR_FAILED);
     EXPECT_EQ(lease.open(8), HW_ERR_FAILED);

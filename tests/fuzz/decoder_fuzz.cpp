@@ -11,7 +11,7 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp.h"
-#include "fapi_byte_order.h"
+#include "base/fapi_byte_order.h"
 #include "fuzz_set.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_sys.h"

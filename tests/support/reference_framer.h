@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "fapi_message_framer.h"
+#include "base/fapi_message_framer.h"
 
 namespace test {
 
