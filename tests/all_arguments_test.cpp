@@ -14,6 +14,7 @@
 #include "support/emulation.h"
 #include "support/log_capture.h"
 #include "support/set_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -138,9 +139,7 @@ protected:
             if (std::strcmp(operation.pszName, "_a_vextvfapi_prphrl_create_pipe_file") == 0) {
                 continue;
             }
-            const auto begin = std::chrono::steady_clock::now();
-            operation.run(eFill);
-            EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+            EXPECT_LT(test::secondsOf([&] { operation.run(eFill); }), test::patient(20));
         }
         // The set goes on.
         bringUp();

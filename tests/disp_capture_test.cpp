@@ -9,8 +9,8 @@
 #include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
 #include "support/bmp_file.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/cap.h"
 #include "vset/disp.h"
 #include "vset/osd.h"
@@ -29,21 +29,13 @@ const unsigned char* path(const char* pszPath = kPath) {
     return reinterpret_cast<const unsigned char*>(pszPath);
 }
 
-class Capture : public test::SetTest {
+class Capture : public test::DisplayTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
+        DisplayTest::SetUp();
         vset::disp::freezeVideo(7);
         write("/mnt/usb/readme.txt", "a stick");
         vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
     }
 
     // The player's surface on layer 0.

@@ -9,8 +9,8 @@
 #include "hw3/hw_disp.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/disp.h"
 #include "vset/dval.h"
 #include "vset/extin.h"
@@ -26,21 +26,8 @@ using ::testing::Not;
 using fapi_core::VexTvFApiPqType;
 using fapi_core::VexTvFApiVideoWin;
 
-class DispPicture : public test::SetTest {
+class DispPicture : public test::DisplayTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
-        vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
-    }
-
     // A parameter that was set, as signed words.
     static std::vector<std::int32_t> words(std::uint32_t u32Param, unsigned int u32Window = 0) {
         const std::string strBytes = vset::disp::window(u32Window).pictureParameters.at(u32Param);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/tool_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -358,12 +359,8 @@ TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
 TEST_F(Cli, ASetInUseIsRefused) {
     std::thread user([this] { fapi({"watch", "--idle", "3"}); });
     test::ProcessResult result;
-    for (int i = 0; i < 100 && result.s32Exit != 3; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        if (!readFile(set() + "/lock").empty()) {
-            result = fapi({"call", "sys_init"});
-        }
-    }
+    test::eventually([&] { return !readFile(set() + "/lock").empty(); });
+    result = fapi({"call", "sys_init"});
     EXPECT_EQ(result.s32Exit, 3);
     EXPECT_THAT(result.strError, StartsWith("fapi: " + set() + ": in use by process "));
     user.join();
@@ -377,12 +374,10 @@ TEST_F(Cli, PortsAreShownWithoutTakingTheSet) {
     EXPECT_FALSE(std::filesystem::exists(set())) << "no set has been made on the way";
 
     std::thread user([this] { fapi({"watch", "--idle", "3"}); });
-    for (int i = 0; i < 100 && result.s32Exit != 0; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        if (!readFile(set() + "/lock").empty()) {
-            result = fapi({"set", "ports"});
-        }
-    }
+    test::eventually([&] {
+        result = fapi({"set", "ports"});
+        return result.s32Exit == 0;
+    });
     EXPECT_EQ(result.s32Exit, 0) << result.strError;
     EXPECT_THAT(result.strOutput, StartsWith("0 " + set() + "/ports/uart0 -> /dev/pts/"));
     const nlohmann::json json = fapiJson({"set", "ports"});

@@ -3,7 +3,6 @@
 #include "fault_sweep.h"
 
 #include <chrono>
-#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 #include "hw3/hw_aout.h"
 #include "hw3/hw_extin.h"
 #include "support/set_fixture.h"
+#include "support/waiting.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"
 #include "vset/extin.h"
@@ -63,9 +63,8 @@ void stopPipeMode() {
     const vset::HostPaths hostPaths;
     const std::string strPipe = vset::hostPath("/data/vendor/uartCmdPipe");
     int s32Writer = -1;
-    for (int i = 0; i < 1000 && (s32Writer = open(strPipe.c_str(), O_WRONLY | O_NONBLOCK)) < 0; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    test::eventually([&] { return (s32Writer = open(strPipe.c_str(), O_WRONLY | O_NONBLOCK)) >= 0; },
+                     std::chrono::seconds(1));
     a_vextvfapi_prphrl_set_uart_pipe_mode(0, nullptr);
     close(s32Writer);
 }

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <map>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +13,7 @@
 #include "operation.h"
 #include "support/descriptors.h"
 #include "support/set_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -79,11 +79,8 @@ protected:
         if (stSample.after != nullptr) {
             stSample.after();
         }
-        const auto deadline = std::chrono::steady_clock::now() + kThreadsEnd;
-        while (test::threads() > _threads && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        EXPECT_LE(test::threads(), _threads) << "threads stay behind";
+        EXPECT_TRUE(test::eventually([this] { return test::threads() <= _threads; }, kThreadsEnd))
+            << "threads are left";
     }
 
     static std::size_t handles() { return vset::openHandles().size(); }

@@ -5,8 +5,8 @@
 #include "a_vextvfapi_inpsrc.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/extin.h"
 
 namespace {
@@ -24,14 +24,9 @@ struct Analog {
 };
 constexpr Analog kVga = {0, E_HW_EXTIN_TYPE_VGA}, kYpbpr = {1, E_HW_EXTIN_TYPE_YPBPR}, kScart = {2, 5};
 
-class Adc : public test::SetTest {
+class Adc : public test::LibraryTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
-        vset::clearJournal();
-    }
+    Adc() : LibraryTest(a_vextvfapi_inpsrc_init) {}
 
     static bool isOpen(const Analog& input) { return vset::extin::input(input.u32Type, 0).bOpen; }
 

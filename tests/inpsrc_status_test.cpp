@@ -6,8 +6,8 @@
 #include "a_vextvfapi_inpsrc.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/disp.h"
 #include "vset/extin.h"
 #include "vset/tuner.h"
@@ -18,20 +18,9 @@ using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-class Inputs : public test::SetTest {
+class Inputs : public test::DisplayTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
-        vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
-    }
+    Inputs() : DisplayTest(a_vextvfapi_inpsrc_init) {}
 
     // Only an external input on screen.
     static void show(std::uint32_t u32Type, std::uint32_t u32Index, unsigned int u32Window = 0) {

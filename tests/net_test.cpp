@@ -6,8 +6,8 @@
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_sys.h"
 #include "hw3/hw_net.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/net.h"
 
 namespace {
@@ -23,14 +23,9 @@ int setMac(std::string strMac) {
     return a_vextvfapi_net_set_mac(reinterpret_cast<unsigned int*>(strMac.data()));
 }
 
-class Net : public test::SetTest {
+class Net : public test::LibraryTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-        ASSERT_EQ(a_vextvfapi_net_init(), 0);
-        vset::clearJournal();
-    }
+    Net() : LibraryTest(a_vextvfapi_net_init) {}
     static Interface interface(std::size_t index) { return vset::net::interfaces().at(index); }
 };
 

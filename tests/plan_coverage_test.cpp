@@ -8,6 +8,7 @@
 
 #include "plan.h"
 #include "support/plan_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ TEST_F(PlanCoverage, TheLinePassesAGoodSetTwice) {
         EXPECT_EQ(result.s32Exit, 0) << pszTime << result.strOutput << result.strError;
         EXPECT_THAT(result.strOutput, HasSubstr(" passed, 0 marginal, 0 failed, 0 not run in ")) << pszTime;
     }
-    EXPECT_LT(report()["seconds"], 60);
+    EXPECT_LT(report()["seconds"].get<double>(), test::patient(60));
     // What the line leaves on the set is what it is for.
     EXPECT_THAT(fapi({"call", "sys_get_emmc_env_var", "serial"}).strOutput, HasSubstr("LM55-2609-000815"));
     for (const char* pszGone : {"/mnt/usb/line", "/data/line"}) {

@@ -12,12 +12,14 @@
 #include <pugixml.hpp>
 
 #include "support/plan_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Pair;
+using namespace std::chrono_literals;
 
 class PlanRun : public test::PlanTest {
 protected:
@@ -28,18 +30,6 @@ protected:
         ASSERT_EQ(mkfifo(pipeFile().c_str(), 0600), 0);
     }
     std::string pipeFile() const { return set() + "/tree/mnt/usb/pipe"; }
-
-    // Whether the condition comes true within a minute.
-    template <class Condition>
-    static bool comesTrue(Condition&& condition) {
-        for (int i = 0; i < 3000; ++i) {
-            if (condition()) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return false;
-    }
 };
 
 TEST_F(PlanRun, TheShippedPlansPass) {
@@ -264,7 +254,8 @@ TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
         std::thread killer([this] {
             // The pipe can be opened for writing while somebody reads it.
             int s32Pipe = -1;
-            EXPECT_TRUE(comesTrue([&] { return (s32Pipe = open(pipeFile().c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }));
+            EXPECT_TRUE(test::eventually(
+                [&] { return (s32Pipe = open(pipeFile().c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }, 60s));
             kill(static_cast<pid_t>(std::stol(readFile(set() + "/lock"))), SIGKILL);
             close(s32Pipe);
         });
@@ -287,7 +278,7 @@ TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
 // The set is damaged while a step runs, and cannot be had any more after its power cycle.
 TEST_F(PlanRun, ASetThatIsLostEndsThePlan) {
     std::thread vandal([this] {
-        EXPECT_TRUE(comesTrue([&] { return std::filesystem::exists(set() + "/tree/data/ready"); }));
+        EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(set() + "/tree/data/ready"); }, 60s));
         writeFile("set/set.json", "{");
         writeFile("set/tree/data/go", "");
     });

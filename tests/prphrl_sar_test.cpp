@@ -8,8 +8,8 @@
 #include <gmock/gmock.h>
 
 #include "support/log_capture.h"
+#include "support/peripheral_fixture.h"
 #include "support/refusals.h"
-#include "support/serial_fixture.h"
 #include "vset/sar.h"
 
 namespace {
@@ -40,7 +40,7 @@ struct BoardIni {
     }
 };
 
-class Keypad : public test::SerialTest {
+class Keypad : public test::PeripheralTest {
 protected:
     static int init(const BoardIni& stBoard) {
         write(kBoard, stBoard.text());
@@ -227,7 +227,7 @@ TEST_F(Keypad, StartsAndStopsWhileKeysArePressed) {
 
 // --- ADC -------------------------------------------------------------------------------------------------------------
 
-class Adc : public test::SerialTest {};
+class Adc : public test::PeripheralTest {};
 
 TEST_F(Adc, TheFirstChannelIsReadForEver) {
     vset::sar::setVoltage(2, 0x22);
@@ -267,7 +267,7 @@ TEST_F(Adc, AStartMayFailAndSucceedLater) {
 
 // --- Remote control --------------------------------------------------------------------------------------------------
 
-class RcFormat : public test::SerialTest {
+class RcFormat : public test::PeripheralTest {
 protected:
     // The status, and what is in the output, 0xEE before.
     static std::pair<int, int> get(const std::string& strValue) {

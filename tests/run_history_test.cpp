@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "support/plan_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -20,6 +21,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using namespace std::chrono_literals;
 
 using Strings = std::vector<std::string>;
 
@@ -82,9 +84,7 @@ protected:
         return result;
     }
     static void waitFor(const std::string& strFile) {
-        for (int i = 0; i < 3000 && !std::filesystem::exists(strFile); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
+        test::eventually([&] { return std::filesystem::exists(strFile); }, 60s);
     }
 };
 
@@ -384,13 +384,10 @@ TEST_F(Resume, OnATemporarySet) {
         std::filesystem::create_directory(reports());
         // Its first step has ended when there is a second line.
         std::thread killer([&] {
-            for (int i = 0; i < 3000; ++i) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            test::eventually([&] {
                 const Strings files = unfinishedFiles();
-                if (!files.empty() && readFile(files[0]).find("\"step\":0") != std::string::npos) {
-                    break;
-                }
-            }
+                return !files.empty() && readFile(files[0]).find("\"step\":0") != std::string::npos;
+            });
             writeFile("ready", "");
         });
         runUntil({"run", "--fresh", "--report", reports(), _strPlan}, folder() + "/ready", SIGKILL);

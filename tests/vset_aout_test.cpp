@@ -38,7 +38,7 @@ HW_Result_t load(HW_Handle_t hAout, const char* pszFile) {
     return HW_AOUT_LoadAqParams(hAout, &stFile);
 }
 
-class VsetAout : public test::SetTest {
+class VsetAout : public test::MiddlewareTest {
 protected:
     void start() {
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);

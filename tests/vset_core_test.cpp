@@ -29,7 +29,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class VsetTree : public test::SetTest {};
+class VsetTree : public test::MiddlewareTest {};
 
 TEST_F(VsetTree, OneRuleLeadsPathsIntoTheFolder) {
     const std::string strTree = folder() + "/tree";
@@ -117,7 +117,7 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(test::openDescriptors(), s32Descriptors - 1) << "a close that fails has closed";
 }
 
-class VsetJournal : public test::SetTest {};
+class VsetJournal : public test::MiddlewareTest {};
 
 TEST_F(VsetJournal, HoldsCallsArgumentsAndResults) {
     EXPECT_EQ(HW_SYS_Init(nullptr), HW_OK);
@@ -141,7 +141,7 @@ TEST_F(VsetJournal, HoldsCallsArgumentsAndResults) {
     vset::keepJournal(65536);
 }
 
-class VsetFaults : public test::SetTest {};
+class VsetFaults : public test::MiddlewareTest {};
 
 TEST_F(VsetFaults, FromTheKthCallNTimes) {
     const auto results = [](const vset::Fault& stFault) {
@@ -199,7 +199,7 @@ TEST_F(VsetFaults, AnUnknownNameIsRefused) {
     EXPECT_THROW(vset::inject({"HW_FS_Sync", -1, 0}), vset::SetError);
 }
 
-class VsetPower : public test::SetTest {};
+class VsetPower : public test::MiddlewareTest {};
 
 TEST_F(VsetPower, HandlesAreUniqueAndDieWithTheClose) {
     HW_SYS_Init(nullptr);
@@ -246,7 +246,7 @@ TEST_F(VsetPower, ACycleForgetsWhatIsNotInTheFolder) {
     EXPECT_EQ(read("/data/f"), "kept");
 }
 
-class VsetFolder : public test::SetTest {
+class VsetFolder : public test::MiddlewareTest {
 protected:
     std::string errorOf(const std::function<void()>& body) {
         try {

@@ -10,7 +10,9 @@
 #include <unistd.h>
 
 #include "support/descriptors.h"
-#include "support/serial_fixture.h"
+#include "support/emulation.h"
+#include "support/set_fixture.h"
+#include "support/waiting.h"
 #include "vset/factory_daemon.h"
 
 namespace {
@@ -90,11 +92,11 @@ std::string ask(const std::string& strRecord) {
     return client.answer();
 }
 
-class VsetFactoryDaemon : public test::SetTest {
+class VsetFactoryDaemon : public test::MiddlewareTest {
 protected:
     void SetUp() override {
         SKIP_UNDER_EMULATION();
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         _descriptors = test::openDescriptors();
     }
     void TearDown() override {
@@ -104,7 +106,7 @@ protected:
         vset::factory_daemon::stop();
         EXPECT_LE(test::openDescriptors(), _descriptors);
         EXPECT_FALSE(Client().isConnected());
-        SetTest::TearDown();
+        MiddlewareTest::TearDown();
     }
 
     int _descriptors = 0;
@@ -178,7 +180,7 @@ TEST_F(VsetFactoryDaemon, SurvivesItsClients) {
 
     Client silent;
     EXPECT_TRUE(silent.isConnected());
-    EXPECT_LT(test::secondsOf(vset::factory_daemon::stop), 5) << "whatever a client has begun";
+    EXPECT_LT(test::secondsOf(vset::factory_daemon::stop), test::patient(20)) << "whatever a client has begun";
     EXPECT_EQ(silent.answer(), "") << "which has asked nothing";
 }
 

@@ -23,10 +23,10 @@ using Bytes = std::vector<HW_U8>;
 
 // --- System attributes -----------------------------------------------------------------------------------------------
 
-class VsetSys : public test::SetTest {
+class VsetSys : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     }
 };

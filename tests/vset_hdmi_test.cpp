@@ -93,7 +93,7 @@ std::vector<Family> families() {
     };
 }
 
-class VsetInstances : public test::SetTest {};
+class VsetInstances : public test::MiddlewareTest {};
 
 TEST_F(VsetInstances, AreThereAfterTheirFamily) {
     HW_Handle_t hUntouched = kUntouched, hHandle = 0;
@@ -176,10 +176,10 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
 
 // --- HDMI ------------------------------------------------------------------------------------------------------------
 
-class VsetHdmi : public test::SetTest {
+class VsetHdmi : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         bringUp();
     }
     static void bringUp() {
@@ -334,10 +334,10 @@ TEST_F(VsetHdmi, DrivesTheHotPlugLine) {
 
 // --- CEC and PWM -----------------------------------------------------------------------------------------------------
 
-class VsetCecPwm : public test::SetTest {
+class VsetCecPwm : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         const HW_CEC_InitParams_t stCec = {};
         const HW_PWM_InitParams_t stPwm = {};
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);

@@ -79,10 +79,10 @@ std::string errorOf(const std::function<void()>& action) {
     return "no error";
 }
 
-class VsetInputs : public test::SetTest {
+class VsetInputs : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         bringUp();
     }
     static void bringUp() {
@@ -411,7 +411,7 @@ TEST_F(VsetInputs, TheDecoderHasSixteenParameters) {
 
 // --- The driver layer ------------------------------------------------------------------------------------------------
 
-class VsetDrivers : public test::SetTest {};
+class VsetDrivers : public test::MiddlewareTest {};
 
 TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
     const DVVDO_OverScan_t stOverScan = {-1, 2, -3, 4};

@@ -46,7 +46,7 @@ std::string padded(std::string strText) {
     return strText;
 }
 
-class VsetTuner : public test::SetTest {
+class VsetTuner : public test::MiddlewareTest {
 protected:
     static void bringUp() {
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);

@@ -3,15 +3,15 @@
 #ifndef TESTS_SUPPORT_ALL_OPERATIONS_H
 #define TESTS_SUPPORT_ALL_OPERATIONS_H
 
-#include "a_vextvfapi_common.h"
-#include "a_vextvfapi_sys.h"
-#include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_aud.h"
-#include "a_vextvfapi_info.h"
-#include "a_vextvfapi_net.h"
-#include "a_vextvfapi_disptst.h"
-#include "a_vextvfapi_inpsrc.h"
+#include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp.h"
+#include "a_vextvfapi_disptst.h"
+#include "a_vextvfapi_info.h"
+#include "a_vextvfapi_inpsrc.h"
+#include "a_vextvfapi_net.h"
+#include "a_vextvfapi_prphrl.h"
+#include "a_vextvfapi_sys.h"
 
 // clang-format off
 #define FOR_ALL_OPERATIONS(OPERATION) \

@@ -26,12 +26,12 @@ inline HW_OSD_SurfaceAttr_t surfaceOver(std::vector<HW_U32>& pixels, HW_U32 u32W
     return {u32Width, u32Height, u32Width * 4, 8, 0, 1, reinterpret_cast<HW_U64>(pixels.data()), 0};
 }
 
-class OsdTest : public SetTest {
+class OsdTest : public MiddlewareTest {
 protected:
     static constexpr HW_U32 kIommuLength = 0x10000;
 
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     }
 

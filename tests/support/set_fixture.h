@@ -17,7 +17,7 @@
 
 namespace test {
 
-// Files of the PC, as bytes. A missing file reads as an empty one.
+// Reads a file of the PC; a missing one as an empty one.
 inline std::string readFile(const std::string& strFile) {
     const vset::HostPaths hostPaths;
     std::ifstream file(strFile, std::ios::binary);
@@ -43,6 +43,9 @@ protected:
     }
 
     void TearDown() override {
+        for (const vset::OpenHandle& stHandle : opened()) {
+            EXPECT_TRUE(stHandle.bPlayer || mayStayOpen(stHandle.strFamily)) << stHandle.strFamily << " is left open";
+        }
         vset::clearFaults();
         vset::cutPowerAtWrite(0);
         vset::detach();
@@ -58,7 +61,11 @@ protected:
         writeFile(vset::hostPath(strPath), strBytes);
     }
 
-    // What is open beside the display, graphics and tuner that the set's player always has.
+    // Names what the test leaves open, by the beginning of the family's name ("HW_AOUT"). All else must be closed at
+    // the end.
+    void leavesOpen(const std::string& strFamily) { _leftOpen.push_back(strFamily); }
+
+    // Returns what is open, except the display, graphics and tuner that the set's player always has.
     static std::vector<vset::OpenHandle> opened() {
         std::vector<vset::OpenHandle> handles = vset::openHandles();
         const auto isOfTheScene = [](const vset::OpenHandle& stHandle) {
@@ -71,7 +78,7 @@ protected:
         return handles;
     }
 
-    // Names of the middleware calls since the journal was cleared, oldest first.
+    // Returns the names of the middleware calls since the journal was cleared, oldest first.
     static std::vector<std::string> calls() {
         std::vector<std::string> names;
         for (const vset::JournalEntry& stEntry : vset::journal()) {
@@ -81,7 +88,19 @@ protected:
     }
 
 private:
+    bool mayStayOpen(const std::string& strFamily) const {
+        return std::any_of(_leftOpen.begin(), _leftOpen.end(),
+                           [&](const std::string& strLeft) { return strFamily.rfind(strLeft, 0) == 0; });
+    }
+
     std::string _strFolder;
+    std::vector<std::string> _leftOpen;
+};
+
+// A test of the middleware itself, which leaves its handles to the end of the set.
+class MiddlewareTest : public SetTest {
+protected:
+    MiddlewareTest() { leavesOpen("HW_"); }
 };
 
 }  // namespace test
