@@ -58,7 +58,7 @@ struct IsFixed : std::false_type {};
 template <class Enumeration>
 struct IsFixed<Enumeration, std::void_t<decltype(Enumeration{0u})>> : std::true_type {};
 
-// What an argument is made of.
+// The values that an argument is made of.
 template <class Type>
 struct Argument {
     explicit Argument([[maybe_unused]] Fill eFill) {
@@ -102,6 +102,9 @@ constexpr Operation kOperations[] = {FOR_ALL_OPERATIONS(OPERATION)};
 
 class AllArguments : public test::SetTest {
 protected:
+    // Several operations keep what they open.
+    AllArguments() { leavesOpen("HW_"); }
+
     void SetUp() override {
         SKIP_UNDER_EMULATION();
         SetTest::SetUp();
@@ -135,7 +138,7 @@ protected:
     static void runAll(Fill eFill) {
         for (const Operation& operation : kOperations) {
             SCOPED_TRACE(operation.pszName);
-            // It has no arguments, and waits until somebody opens the pipe for writing.
+            // This operation has no arguments, and waits until another program opens the pipe for writing.
             if (std::strcmp(operation.pszName, "_a_vextvfapi_prphrl_create_pipe_file") == 0) {
                 continue;
             }

@@ -186,6 +186,7 @@ TEST_F(Capture, TakesThePictureWithOrWithoutTheGraphics) {
 }
 
 TEST_F(Capture, AWindowThatItOpensStaysOpen) {
+    leavesOpen("HW_DISP");
     a_vextvfapi_disp_switch_window(1);
     ASSERT_EQ(a_vextvfapi_disp_capture_screen_to_usb(path(), 1), 0);
     EXPECT_EQ(pixel(read(kPath), 9, 9), 0xFF000000u) << "nothing is connected";
@@ -198,6 +199,7 @@ TEST_F(Capture, AWindowThatItOpensStaysOpen) {
 }
 
 TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
+    leavesOpen("HW_CAP");
     struct Row {
         int s32Type;
         const char* pszCall;
@@ -226,7 +228,7 @@ TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
         {1, "HW_CAP_DisconnectInput", 0, false, 0},
         {1, "HW_CAP_Close", 0, true, 0},
     };
-    // What the last line of each log says of its place: "<operation:123>".
+    // The place that the last line of each log names: "<operation:123>".
     std::set<std::string> places;
     for (const Row& stRow : rows) {
         vset::powerCycle();
@@ -251,7 +253,7 @@ TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
         EXPECT_EQ(vset::osd::surfaces().back().u32Locks, stRow.u32Locks) << stRow.pszCall;
         EXPECT_EQ(vset::cap::unit().bOpen, stRow.bCapture) << stRow.pszCall;
     }
-    EXPECT_EQ(places.size(), std::size(rows) - 2) << "the line number tells which call failed, but for the releases";
+    EXPECT_EQ(places.size(), std::size(rows) - 2) << "the line number says which call failed, except for the releases";
     a_vextvfapi_disp_switch_window(3);
     EXPECT_EQ(a_vextvfapi_disp_capture_screen_to_usb(path(), 1), -1);
 }

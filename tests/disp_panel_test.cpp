@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Panel attributes and the chips beside the panel.
+// Panel attributes and the chips at the panel.
 #include <cstring>
 #include <functional>
 

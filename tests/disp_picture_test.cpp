@@ -98,7 +98,8 @@ TEST_F(DispPicture, CopiesTheGammaCurves) {
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(DispPicture, TellsTheQualityRange) {
+TEST_F(DispPicture, ReportsTheQualityRange) {
+    leavesOpen("HW_DISP");
     vset::disp::setPqRange(1, {{-1, -2, -3}, {4, 5, 6}});
     a_vextvfapi_disp_switch_window(1);
     fapi_core::VexTvFApiDispHsyModelRange stRange = {};
@@ -114,10 +115,10 @@ TEST_F(DispPicture, TellsTheQualityRange) {
     EXPECT_EQ(stRange.as32Min[0], 77);
     EXPECT_EQ(a_vextvfapi_disp_get_pq_range(nullptr), -1);
     a_vextvfapi_disp_switch_window(3);
-    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1) << "not the window of before";
+    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1) << "not the earlier window";
 }
 
-TEST_F(DispPicture, TellsTheQualityVersion) {
+TEST_F(DispPicture, ReportsTheQualityVersion) {
     struct Row {
         const char* pszText;
         unsigned int u32Length;  // of the buffer
@@ -175,7 +176,7 @@ TEST_F(DispPicture, SetsTheOutputTiming) {
     vset::clearJournal();
     EXPECT_EQ(a_vextvfapi_disp_set_output_timing(47), -1);
     EXPECT_THAT(calls(), IsEmpty());
-    // The window is unmuted whatever else fails, and a window muted by somebody else, too.
+    // The window is unmuted even when a call fails, and even when another program has muted it.
     unsigned int hDisp = 0;
     _a_vextvfapi_disp_get_disp_handle(&hDisp);
     ASSERT_EQ(HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW), HW_OK);

@@ -61,7 +61,7 @@ TEST(Events, EachModuleHasItsOwnCallback) {
     for (const Module& stModule : kModules) {
         SCOPED_TRACE(stModule.pszName);
         g_stSeen = {};
-        EXPECT_EQ(stModule.nty(1, a, b, c, d), -1) << "nobody is registered";
+        EXPECT_EQ(stModule.nty(1, a, b, c, d), -1) << "no callback is registered";
         EXPECT_EQ(stModule.reg(answerTwo), 0);
         EXPECT_EQ(stModule.reg(see), 0);
         for (const Module& stOther : kModules) {

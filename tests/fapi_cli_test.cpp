@@ -86,7 +86,7 @@ TEST_F(Cli, TheSetIsBroughtUpUnlessToldOtherwise) {
     const test::ProcessResult result = fapi({"call", "--no-init", "common_get_fapi_status"});
     EXPECT_EQ(result.s32Exit, 1);
     EXPECT_EQ(result.strOutput, "common_get_fapi_status: -5 (not in factory mode)\n");
-    EXPECT_EQ(fapiJson({"call", "common_get_fapi_status", "--no-init"})["status"], -5) << "options behind the words";
+    EXPECT_EQ(fapiJson({"call", "common_get_fapi_status", "--no-init"})["status"], -5) << "options after the words";
     EXPECT_EQ(fapi({"shell"}, "sys_init\nset fault HW_SYS_Init 3 1 0\nsys_check_file /\n").strError, "")
         << "the library has been brought up by hand";
 }
@@ -346,10 +346,10 @@ TEST_F(Cli, WarnsOfWhatIsNotAsItLooks) {
 TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
     const test::ProcessResult result =
         test::runOnTerminal({FAPI_BINARY, "--set", set(), "shell"}, {{"fapi> ", "watch on\r"},
-                                                                     {"fapi> ", "prphrl_gpio_monitor_start 12\r"},
+                                                                     {"fapi> ", "prphrl_start_factory_uart 115200 0\r"},
                                                                      {"(ok)", ""},
-                                                                     {"fapi> ", "set drive 12 1\rsys_ini"},
-                                                                     {"(pad high)", ""},
+                                                                     {"fapi> ", "set type 0 'SER\\r'\rsys_ini"},
+                                                                     {"bytes 53 45 52", ""},
                                                                      {"fapi> sys_ini", "t\r"},
                                                                      {"sys_init: 0 (ok)", ""},
                                                                      {"fapi> ", "quit\r"}});
@@ -440,7 +440,7 @@ TEST_F(Cli, WatchShowsEventsWithTimeAndPayload) {
     EXPECT_EQ(watch({"--count", "9", "--idle", "0.2"}).s32Exit, 1) << "fewer than wanted";
 }
 
-// Lines and bytes of a serial link: whatever was sent, the terminal obeys none of it and is not flooded.
+// Lines and bytes of a serial link: the terminal neither obeys nor is flooded by what was sent.
 TEST_F(Cli, WatchShowsBytesAsHexAndAsText) {
     const struct {
         const char* payload;

@@ -217,6 +217,7 @@ TEST_F(Inputs, ReadsTheDecodersSignal) {
 }
 
 TEST_F(Inputs, SetsDecoderParameters) {
+    leavesOpen("HW_EXTIN");
     unsigned int u32Value = 0;
     for (const unsigned int u32Type : {1u, 16u}) {
         EXPECT_EQ(a_vextvfapi_inpsrc_set_factory_vd_para(u32Type, 0x80000000 + u32Type), 0);
@@ -255,6 +256,7 @@ TEST_F(Inputs, SetsDecoderParameters) {
 }
 
 TEST_F(Inputs, InitialisesTheTunersIntermediateFrequency) {
+    leavesOpen("HW_TUNER");
     EXPECT_EQ(a_vextvfapi_inpsrc_vif_init(), 0);
     EXPECT_EQ(vset::tuner::slot(0).u64VifInits, 1u);
     struct Row {

@@ -19,7 +19,7 @@ int onEvent(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
     return 7;
 }
 
-// The virtual set behind a loaded library is the one that the environment names.
+// The virtual set of a loaded library is the one that the environment names.
 class LoadTest : public ::testing::Test {
 protected:
     void SetUp() override {

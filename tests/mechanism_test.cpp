@@ -116,6 +116,7 @@ bool waitStopped() {
 
 TEST(BackgroundTask, RunsUntilItIsDisabled) {
     SKIP_UNDER_EMULATION();
+    g_s32Runs = 0;
     EXPECT_FALSE(g_task.isStarted());
     ASSERT_EQ(g_task.start(runWhileEnabled, nullptr), 0);
     EXPECT_TRUE(g_task.isStarted());

@@ -23,7 +23,7 @@ using namespace std::chrono_literals;
 
 class PlanRun : public test::PlanTest {
 protected:
-    // A set with an operation that does not come back: nobody writes to the pipe.
+    // Makes a set with an operation that does not return: the pipe has no writer.
     void makeSetWithPipe() {
         std::filesystem::remove_all(set());
         ASSERT_EQ(fapi({"set", "create"}).s32Exit, 0);
@@ -252,7 +252,7 @@ TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
         SCOPED_TRACE(strPowerCycle);
         makeSetWithPipe();
         std::thread killer([this] {
-            // The pipe can be opened for writing while somebody reads it.
+            // The pipe can be opened for writing only while it has a reader.
             int s32Pipe = -1;
             EXPECT_TRUE(test::eventually(
                 [&] { return (s32Pipe = open(pipeFile().c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }, 60s));
@@ -275,7 +275,7 @@ TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
     }
 }
 
-// The set is damaged while a step runs, and cannot be had any more after its power cycle.
+// The set is damaged while a step runs, and cannot be switched on again after its power cycle.
 TEST_F(PlanRun, ASetThatIsLostEndsThePlan) {
     std::thread vandal([this] {
         EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(set() + "/tree/data/ready"); }, 60s));

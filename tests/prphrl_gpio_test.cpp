@@ -78,7 +78,7 @@ TEST_F(Pads, WhatCannotBeReadLeavesTheOutput) {
     EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(256, &u8Level), -1);
     EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, nullptr), -1);
     vset::gpio::setBroken(kPad, true);
-    EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &u8Level), 0) << "a contract: only the log reports it";
+    EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &u8Level), 0) << "contract: only the log reports it";
     EXPECT_EQ(u8Level, 9);
 }
 

@@ -47,7 +47,7 @@ TEST_F(Hdmi, ThePortShowsTheVersionThatWasChosen) {
         Edid stEdid = untouched();
         EXPECT_EQ(a_vextvfapi_prphrl_get_hdmi_edid_data(3, &stEdid), 0);
         EXPECT_EQ(bytesOf(stEdid), vset::extin::edid(3, static_cast<unsigned int>(stRow.s8Got)));
-        EXPECT_EQ(stEdid.au8Data[stEdid.u32Size], '#') << "what is behind the EDID stays";
+        EXPECT_EQ(stEdid.au8Data[stEdid.u32Size], '#') << "what follows the EDID stays";
     }
 }
 
@@ -117,22 +117,22 @@ TEST_F(Hdmi, DrivesTheHotPlugLine) {
     EXPECT_EQ(vset::extin::hdmi(2).u8HotPlug, 0);
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(2, 1), 0);
     EXPECT_EQ(vset::extin::hdmi(2).u8HotPlug, 1);
-    EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(4, 1), -2)
-        << "the port behind the last one is refused by the handle step";
+    EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(4, 1), -2) << "the port after the last one is refused by the handle step";
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(5, 1), -1);
     EXPECT_EQ(_a_vextvfapi_prphrl_set_hdmi_hpd(0, 0, 1), -2);
     EXPECT_EQ(_a_vextvfapi_prphrl_set_hdmi_hpd(1, 0, 1), -1) << "no handle at all";
     vset::inject({"HW_EXTIN_SetAttr"});
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(2, 0), -1);
 
-    // One that the player has is used and stays open.
+    // A port that the player has open is used and stays open.
     vset::extin::hold(E_HW_EXTIN_TYPE_HDMI, 0);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(0, 0), 0); }),
                 HasSubstr(">  Get HDMI Device:0 \n\n"));
     EXPECT_EQ(opened().size(), 1u);
 }
 
-TEST_F(Hdmi, TellsWhoIsToClose) {
+TEST_F(Hdmi, ReportsWhetherTheCallerMustClose) {
+    leavesOpen("HW_EXTIN");
     int s32Handle = 5;
     unsigned char u8Opened = 9;
     EXPECT_EQ(_a_vextvfapi_prphrl_get_hdmi_handle(4, s32Handle, u8Opened), -2);
@@ -245,6 +245,7 @@ TEST_F(Pwm, EveryChannelAndAttributeIsItsOwn) {
 }
 
 TEST_F(Pwm, RefusesWhatIsNotThere) {
+    leavesOpen("HW_PWM");
     unsigned int u32Value = 77;
     vset::clearJournal();
     for (const unsigned int u32Wrong : {18u, 19u, 0xFFFFFFFFu}) {

@@ -29,7 +29,7 @@ int stop() {
     return a_vextvfapi_prphrl_set_uart_pipe_mode(0, nullptr);
 }
 
-// Another process of the set that has opened the FIFO.
+// A process of the set that has opened the FIFO.
 class Writer {
 public:
     Writer() {
@@ -45,7 +45,7 @@ public:
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
 
-    // One write, which the service reads at once if it is short enough.
+    // Writes in one call; the service reads short texts in one as well.
     void write(const std::string& bytes) const {
         EXPECT_EQ(::write(_s32Fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
@@ -167,7 +167,7 @@ TEST_F(PipeMode, AFifoThatCannotBeMadeLeavesTheNextStartFree) {
     std::filesystem::remove_all(vset::hostPath("/data/vendor"));
     const int before = test::openDescriptors();
     const std::string log = test::logOf([] {
-        EXPECT_EQ(start(), 0) << "which says nothing of the FIFO";
+        EXPECT_EQ(start(), 0) << "the FIFO is not checked";
         stop();
     });
     EXPECT_THAT(

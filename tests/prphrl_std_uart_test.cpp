@@ -77,7 +77,7 @@ TEST_F(StdFactoryUart, LinesBecomeEvents) {
     EXPECT_TRUE(isThreadRunning("StdFactoryUart_"));
 }
 
-// All modes on one running link, each change while bytes of the mode before may still be held.
+// Each change of the mode may find bytes of the mode before.
 TEST_F(StdFactoryUart, ModesChangeWhileItRuns) {
     test::Events events;
     ASSERT_EQ(start(), 0);
@@ -87,7 +87,7 @@ TEST_F(StdFactoryUart, ModesChangeWhileItRuns) {
     nextRead();
     vset::uart::type(0, "abcd\r\nghij");
     EXPECT_THAT(events.data(2), ElementsAre("abcd", "\r\ngh"));
-    // What is held goes out before the limit changes.
+    // Held bytes go out before the limit changes.
     EXPECT_EQ(configure(2, ';', 8), 0);
     EXPECT_THAT(events.data(3), ElementsAre("abcd", "\r\ngh", "ij"));
     events.clear();
@@ -108,7 +108,7 @@ TEST_F(StdFactoryUart, ModesChangeWhileItRuns) {
     EXPECT_THAT(events.data(2), ElementsAre("a\rb", "cde"));
 }
 
-TEST_F(StdFactoryUart, ConfiguresOnlyWhatMakesSense) {
+TEST_F(StdFactoryUart, RefusesAnUnknownMode) {
     std::string log = test::logOf([] { EXPECT_EQ(configure(0, 0, 0), -1); });
     EXPECT_THAT(log, testing::ContainsRegex(
                          "\033\\[31m \\[std_factory_uart_custom_config\\] start factory uart error: [0-9]+\033\\[m"));
@@ -118,7 +118,7 @@ TEST_F(StdFactoryUart, ConfiguresOnlyWhatMakesSense) {
         "[std_factory_uart_custom_config] ";
     const auto logOf = [](int mode, int semicolon, unsigned int size) {
         const std::string all = test::logOf([&] { EXPECT_EQ(configure(mode, semicolon, size), mode > 3 ? -1 : 0); });
-        // Without the lines of the link's thread.
+        // Leaves out the lines of the link's thread.
         std::string own;
         for (std::size_t i = 0; i < all.size();) {
             const std::size_t end = std::min(all.find("\n\n", i), all.size());
@@ -158,7 +158,7 @@ TEST_F(StdFactoryUart, ReadsTheOtherTty) {
     vset::uart::type(1, "one\r");
     vset::uart::type(0, "not here\r");
     EXPECT_THAT(events.data(1), ElementsAre("one"));
-    // What is still on the line when it is moved would arrive at the other port.
+    // Bytes that are still on the line when it is moved would arrive at the other port.
     ASSERT_TRUE(test::eventually([] { return vset::uart::port(0).u64Received == 9; }));
     ASSERT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), 0);
     vset::uart::type(0, "moved\r");
@@ -330,24 +330,21 @@ TEST_F(StdFactoryUart, EndsWithoutItsBuffer) {
     EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
 }
 
-// In a process of its own: nothing stops a write-only link before the process ends.
+// Nothing stops a write-only link before its process ends.
 TEST_F(StdFactoryUart, AWriteOnlyLinkStaysStarted) {
     stopIsDone();
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto judge = [] {
+    leavesOpen("HW_UART");
+    inFreshProcess([] {
         const unsigned char data[] = {'o', 'k'};
-        test::Events events;
-        bool bGood = start(kWrite) == 0 && a_vextvfapi_prphrl_std_factory_uart_write(data, 2) == 0 &&
-                     test::eventually([] { return vset::uart::sent(0) == "ok"; });
-        bGood = bGood && !isThreadRunning("StdFactoryUart_");
-        const double seconds =
-            test::secondsOf([&] { bGood = bGood && a_vextvfapi_prphrl_std_factory_uart_stop() == -1; });
-        bGood = bGood && seconds > 9.9 && start() == -1 && a_vextvfapi_prphrl_start_factory_uart(4, 0, 0) == 0;
-        // The tty is still open.
-        bGood = bGood && _a_vextvfapi_prphrl_uartWritestr("!") == 1;
-        _exit(bGood ? 0 : 1);
-    };
-    EXPECT_EXIT(judge(), testing::ExitedWithCode(0), "");
+        EXPECT_EQ(start(kWrite), 0);
+        EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_write(data, 2), 0);
+        EXPECT_TRUE(test::eventually([] { return vset::uart::sent(0) == "ok"; }));
+        EXPECT_FALSE(isThreadRunning("StdFactoryUart_"));
+        EXPECT_GT(test::secondsOf([] { EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), -1); }), 9.9);
+        EXPECT_EQ(start(), -1);
+        EXPECT_EQ(a_vextvfapi_prphrl_start_factory_uart(4, 0, 0), 0);
+        EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("!"), 1) << "the tty is still open";
+    });
 }
 
 // The next start comes as soon as the thread has ended, while the stop before it still sleeps.
@@ -426,7 +423,7 @@ TEST_F(Tty, IsARawLineOfEightBits) {
     EXPECT_EQ(after.c_cc[VTIME], 5);
     EXPECT_EQ(after.c_cc[VMIN], 0);
 
-    // Of the parity only its own bits are meant. A pseudo-terminal drops PARENB whatever it is told.
+    // Only the bits of the parity are set. A pseudo-terminal always drops PARENB.
     EXPECT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B19200, static_cast<int>(PARODD | CSTOPB | CRTSCTS)));
     after = settings();
     EXPECT_EQ(after.c_cflag & (CSTOPB | PARODD | CRTSCTS), static_cast<tcflag_t>(PARODD));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What runs leave behind: the history, and what a run that did not end can be gone on with.
+// What runs leave: the history, and what an unfinished run is resumed from.
 #include <csignal>
 #include <functional>
 #include <numeric>
@@ -37,7 +37,7 @@ protected:
         words.insert(words.begin(), {"history", "--report", reports()});
         return fapi(words);
     }
-    // Of each run.
+    // Returns one member of each run.
     template <class Value>
     std::vector<Value> listed(const char* pszField) const {
         std::vector<Value> found;
@@ -66,7 +66,7 @@ protected:
             EXPECT_EQ(kill(pid, s32Signal), 0);
         });
     }
-    // The tool, and what somebody does to its process while it runs.
+    // Runs the tool, and acts on its process while it runs.
     test::ProcessResult runBeside(const Strings& words, const std::function<void(pid_t)>& act) const {
         const std::string strPid = folder() + "/pid";
         std::string strCommand =
@@ -166,7 +166,7 @@ TEST_F(RunHistory, DamagedLinesAreNamedAndLeftOut) {
     EXPECT_THAT(listed<int>("id"), ElementsAre(1, 2));
 }
 
-// What cannot be written leaves the history as it was, and the run says so.
+// A failed write leaves the history as it was, and the run says so.
 TEST_F(RunHistory, AFullDisk) {
     const std::string strPlan = writeFile("good.plan", kGood);
     EXPECT_EQ(run(strPlan).s32Exit, 0);
@@ -260,7 +260,7 @@ step clean
 )";
     }
 
-    // Stops in "wait", where "set get" reads a pipe that nobody writes to.
+    // Stops in "wait", where "set get" reads a pipe without a writer.
     test::ProcessResult stopInWait(int s32Signal, Strings words = {}) const {
         std::filesystem::remove_all(set());
         EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
@@ -319,7 +319,7 @@ TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
     }
 }
 
-// The tool is behind with what its process on the set has told when the signal comes.
+// The tool has not read all records of its child when the signal comes.
 TEST_F(Resume, WhatWasDoneBeforeCtrlCIsNotDoneAgain) {
     const std::string strData = set() + "/tree/data/";
     EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
@@ -373,7 +373,7 @@ TEST_F(Resume, InTheTeardownOnlyItGoesOn) {
     EXPECT_THAT(verdictsNow(), ElementsAre("failed", "not run", "passed", "passed"));
 }
 
-// The temporary set is there as long as nobody removes it.
+// The temporary set exists until it is removed.
 TEST_F(Resume, OnATemporarySet) {
     setenv("TMPDIR", folder().c_str(), 1);
     _strPlan = writeFile("p.plan",

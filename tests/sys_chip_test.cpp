@@ -46,7 +46,7 @@ TEST_F(Watchdog, IsStartedAndStopped) {
     EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
     EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
 
-    // Once stopped by this library it counts as stopped, whatever the chip says.
+    // Once stopped by this library it counts as stopped, even if the chip says otherwise.
     vset::inject({"HW_WDT_SetAttr"});
     EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), -1);
     EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
@@ -181,7 +181,7 @@ TEST_F(Chip, FlashesFirmwareFromAFile) {
 TEST_F(Chip, ReadsAndWritesRegisters) {
     unsigned int u32Value = 77;
     EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, &u32Value), 0);
-    EXPECT_EQ(u32Value, 0u) << "nobody has written it";
+    EXPECT_EQ(u32Value, 0u) << "it was never written";
     EXPECT_EQ(a_vextvfapi_sys_write_reg(0x1012, 0x40, 0xDEADBEEF), 0);
     EXPECT_EQ(a_vextvfapi_sys_write_reg(0x1012, 0x41, 1), 0);
     EXPECT_EQ(vset::sys::readRegister(0x1012, 0x40), 0xDEADBEEFu);
@@ -206,7 +206,7 @@ TEST_F(Chip, ReadsAndWritesRegisters) {
 
 // --- Real-time clock -------------------------------------------------------------------------------------------------
 
-TEST_F(Chip, TellsTheTime) {
+TEST_F(Chip, ReportsTheTime) {
     unsigned int u32Seconds = 0;
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
     EXPECT_NEAR(static_cast<double>(u32Seconds), static_cast<double>(std::time(nullptr)), 3.0);
@@ -234,7 +234,7 @@ TEST_F(Chip, TheClockMayFail) {
     EXPECT_EQ(opened().size(), 1u) << "a handle that was opened stays so";
     EXPECT_EQ(u32Seconds, 77u);
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0) << "the next call finds it";
-    // With neither look-up nor open the old handle is tried, which still works as long as it is open.
+    // When neither look-up nor open works, the old handle is tried, which works as long as it is open.
     vset::inject({"HW_PM_GetHandle"});
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
     vset::powerCycle();

@@ -139,7 +139,7 @@ TEST_F(Emmc, AReadNeedsMemoryThatThereIs) {
     EXPECT_EXIT(readWithin2GiB(), testing::ExitedWithCode(0), "");
 }
 
-// Of 4 GiB that the chip refuses nothing is touched.
+// No page of the 4 GiB that the chip refuses is touched.
 TEST_F(Emmc, ALengthThatIsRefusedCostsNoMemory) {
     const auto resident = [] {
         rusage stUsage = {};

@@ -182,7 +182,7 @@ TEST_F(SysEnv, AFailedCloseReplacesEveryOtherStatus) {
 }
 
 TEST_F(SysEnv, AValueThatComesBackDifferentIsAFailure) {
-    // The store is lost without a word: what is read back is the old value.
+    // The store is lost silently: the old value is read back.
     vset::inject({"HW_FLASH_StoreEnv", HW_OK});
     const std::string strLog = test::logOf([] { EXPECT_EQ(setEnv("serial", "LOST"), -1); });
     EXPECT_THAT(strLog, HasSubstr("[E] <_a_vextvfapi_sys_set_env_var> Write env fail!!!!\n\n"));

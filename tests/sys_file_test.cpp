@@ -31,7 +31,7 @@ protected:
         struct stat stStat = {};
         return stat(hostPath(strPath).c_str(), &stStat) == 0 ? stStat.st_mode & 07777 : 0;
     }
-    // How often a middleware call was made since the journal was cleared.
+    // Counts a middleware call since the journal was cleared.
     long count(const std::string& strCall) {
         const std::vector<std::string> made = calls();
         return std::count(made.begin(), made.end(), strCall);

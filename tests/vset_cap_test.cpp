@@ -37,7 +37,7 @@ protected:
         vset::disp::freezeVideo(7);
     }
 
-    // Into the last bytes of the region, behind which there is nothing.
+    // The last bytes of the region, after which nothing is mapped.
     HW_CAP_Description_t atEnd(HW_U32 u32Flag = 0) const {
         return {_u64End - kSize, kSize, 1920, 1080, E_HW_CAP_FORMAT_2, u32Flag, {}};
     }

@@ -87,7 +87,7 @@ TEST_F(VsetTree, LibcAndMiddlewareSeeTheSameFiles) {
     EXPECT_EQ(access("/data/made", F_OK), -1);
     EXPECT_EQ(errno, ENOENT);
 
-    // What the set does not serve is the PC's.
+    // Paths that the set does not serve are the PC's.
     EXPECT_EQ(access("/proc/self/exe", F_OK), 0);
     const vset::HostPaths hostPaths;
     EXPECT_EQ(access("/data/fifo", F_OK), -1);
@@ -265,7 +265,7 @@ TEST_F(VsetFolder, ASetBelongsToOneProcess) {
     const std::string strInUse = strFolder + ": in use by process " + std::to_string(getpid());
     const pid_t child = fork();
     if (child == 0) {
-        // Gives up what it inherited and asks anew, as a stranger would.
+        // Gives up what it inherited and asks again, as another program would.
         vset::detach();
         _exit(errorOf([&] { vset::attach(strFolder); }) == strInUse ? 0 : 1);
     }
@@ -320,7 +320,7 @@ TEST_F(VsetFolder, DamageIsNamedAndChangesNothing) {
     EXPECT_EQ(vset::folder(), "");
 }
 
-// Whoever comes next makes it anew: nothing in it has ever been used.
+// The next process makes it again: nothing in it has ever been used.
 TEST_F(VsetFolder, ASetWhoseMakingWasCutOff) {
     SKIP_UNDER_EMULATION();
     vset::detach();

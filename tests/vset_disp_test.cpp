@@ -33,7 +33,7 @@ HW_Result_t open(const char* pszName, HW_U32 u32SdWindow, HW_Handle_t* phDisp) {
     return HW_DISP_Open(&stParams, phDisp);
 }
 
-// Whether the window shows one color alone.
+// Returns whether the window shows one color alone.
 bool showsOnly(std::uint32_t u32Color) {
     const std::vector<std::uint32_t> pixels = picture(0).pixels;
     return pixels == std::vector<std::uint32_t>(std::size_t{1920} * 1080, u32Color);
@@ -58,7 +58,7 @@ protected:
         return HW_DISP_SetAttr(_hMain, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern);
     }
 
-    // Handles of what is connected, asked for as the library does.
+    // Returns the handles of what is connected, as the library looks them up.
     std::vector<HW_Handle_t> connected(HW_U32 u32Kind) {
         const HW_DISP_ConnectQuery_t stQuery = {1, u32Kind, 1};
         HW_U32 u32Num = kUntouched;

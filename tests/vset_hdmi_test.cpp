@@ -133,7 +133,7 @@ TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
             EXPECT_EQ(family.find(&family.u32Key, &hUntouched), HW_ERR_FAILED);
             ASSERT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
             EXPECT_EQ(hHandle >> 31, 0u);
-            EXPECT_TRUE(handles.insert(hHandle).second) << "a handle of before";
+            EXPECT_TRUE(handles.insert(hHandle).second) << "an earlier handle";
             EXPECT_EQ(family.open(&family.u32Key, &hUntouched), HW_ERR_BUSY);
             EXPECT_EQ(family.find(&family.u32Key, &hFound), HW_OK);
             EXPECT_EQ(hFound, hHandle);
@@ -355,7 +355,7 @@ TEST_F(VsetCecPwm, CecIsSwitchedAndSaysSo) {
         EXPECT_EQ(HW_CEC_GetAttr(hCec, u32Attr, nullptr, out.data()), HW_OK);
         return out;
     };
-    // One byte of the one attribute, four of the other.
+    // The first attribute has one byte, the second four.
     const std::string off("\0???????", 8), on("\1???????", 8);
     EXPECT_EQ(attribute(5), off);
     EXPECT_EQ(HW_CEC_Enable(hCec), HW_OK);

@@ -28,7 +28,7 @@ protected:
     }
 };
 
-// What of a record is not as it should be, for the refusals.
+// A change that spoils a record, for the refusals.
 template <class Record, class Member>
 Record but(Record stRecord, Member Record::*pMember, Member value) {
     stRecord.*pMember = value;
@@ -72,7 +72,7 @@ TEST_F(VsetOsd, ThePlayerHasTwoLayers) {
     EXPECT_EQ(u32Width * 10000 + u32Height, 1920u * 10000 + 1080);
     EXPECT_EQ(stFormat.eColorFormat * 10 + stFormat.u8PixelByte, 84u);
 
-    // Its memory is transparent, and ends where it ends: a pipe takes nothing from what nobody can read.
+    // Its memory is transparent and not longer than asked for: a pipe takes nothing from pages that cannot be read.
     const auto* const pu8End = reinterpret_cast<const HW_U8*>(pixelsOf(hSurface) + 1920 * 1080);
     const std::vector<std::uint32_t> pixels = vset::osd::surfacePicture(hSurface).pixels;
     EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 0u), 1920 * 1080);
@@ -325,7 +325,7 @@ TEST_F(VsetOsd, SurfacesLieWhollyInMemory) {
     EXPECT_EQ(HW_OSD_SurfaceLock(playersSurface(), &u64Virt, &u64Phys), HW_OK);
     EXPECT_EQ(u64Phys, 0u);
 
-    // Without its memory a surface is there, but empty.
+    // Without its memory a surface exists, but is empty.
     EXPECT_EQ(release(u64Iommu), HW_OK);
     EXPECT_EQ(HW_SYS_FreeMmapLayout(378), HW_OK);
     u64Virt = kUntouched;

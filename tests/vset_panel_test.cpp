@@ -31,7 +31,7 @@ class VsetPanel : public test::OsdTest {
 protected:
     static constexpr unsigned int kWidth = vset::panel::kWidth, kHeight = vset::panel::kHeight;
 
-    // All of the panel is gray, below all other graphics.
+    // Makes all of the panel gray, below all other graphics.
     static void paintBackground() { std::fill_n(pixelsOf(playersSurface()), std::size_t{kWidth} * kHeight, kGray); }
 
     // Exactly these pixels of the panel differ from the background.

@@ -24,7 +24,7 @@ using namespace std::chrono_literals;
 // A key code, and what the ladder reads while the callback runs.
 using Press = std::pair<int, int>;
 
-// What the callback has got, and what it does with it.
+// The keys that the callback has received, and what it does with them.
 struct Got {
     std::mutex mutex;
     std::vector<Press> presses;
@@ -214,7 +214,8 @@ TEST_F(VsetSar, KeysThatNobodyHearsAreCounted) {
     registerCallback(hKeypad);
     vset::sar::press(2);
     ASSERT_TRUE(areThere(2));
-    EXPECT_THAT(presses(), ElementsAre(Press(22, 0x2A), Press(23, 0x50))) << "the first with its code; none of before";
+    EXPECT_THAT(presses(), ElementsAre(Press(22, 0x2A), Press(23, 0x50)))
+        << "the first with its code; none of the earlier ones";
 }
 
 TEST_F(VsetSar, EveryKeyIsHeardOrDropped) {

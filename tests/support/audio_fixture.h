@@ -13,6 +13,13 @@ namespace test {
 class AudioTest : public LibraryTest {
 protected:
     AudioTest() : LibraryTest(a_vextvfapi_aud_init) {}
+
+    // The module keeps its paths after a failure, and remembers which of them it has opened.
+    void TearDown() override {
+        vset::clearFaults();
+        a_vextvfapi_aud_close();
+        LibraryTest::TearDown();
+    }
 };
 
 }  // namespace test

@@ -51,7 +51,7 @@ bool readSome(int s32Fd, std::string& strText) {
 struct Pipe {
     int as32Ends[2];
     Pipe() {
-        // Not for a process that another thread starts meanwhile.
+        // A process that another thread starts meanwhile must not inherit it.
         if (pipe2(as32Ends, O_CLOEXEC) != 0) {
             throw std::runtime_error("no pipe");
         }

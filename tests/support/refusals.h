@@ -13,7 +13,7 @@
 
 namespace test {
 
-// What outputs hold before a call that must not touch them.
+// The value of outputs before a call that must not touch them.
 constexpr HW_U32 kUntouched = 0xA5A5A5A5;
 
 inline const HW_U8* u8(const char* pszText) {

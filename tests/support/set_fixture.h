@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/emulation.h"
 #include "vset/vset.h"
 
 namespace test {
@@ -51,6 +52,22 @@ protected:
         vset::detach();
         vset::clearJournal();
         std::filesystem::remove_all(_strFolder);
+    }
+
+    // Runs `body` in a process in which the library has not been used yet.
+    template <class Body>
+    void inFreshProcess(Body&& body) {
+        if (kEmulated) {
+            body();  // CTest gives each test a process of its own
+            return;
+        }
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        const auto run = [&] {
+            body();
+            TearDown();
+            std::exit(HasFailure() ? 1 : 0);
+        };
+        EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
     }
 
     const std::string& folder() const { return _strFolder; }
