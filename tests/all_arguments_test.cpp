@@ -11,6 +11,7 @@
 
 #include "support/all_operations.h"
 #include "support/descriptors.h"
+#include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/log_capture.h"
 #include "support/set_fixture.h"
@@ -108,6 +109,7 @@ protected:
     void SetUp() override {
         SKIP_UNDER_EMULATION();
         SetTest::SetUp();
+        _s32Threads = test::threads();
         bringUp();
     }
 
@@ -115,14 +117,16 @@ protected:
         if (IsSkipped()) {
             return;
         }
-        // Some of the values start a thread.
+        // Some of the values start a thread, which must not use the set of the next test.
         a_vextvfapi_disptst_set_burning_mode(0);
         a_vextvfapi_prphrl_set_uart_pipe_mode(0, nullptr);
         a_vextvfapi_prphrl_stop_keypad();
         a_vextvfapi_prphrl_gpio_monitor_stop();
         a_vextvfapi_prphrl_std_factory_uart_stop();
         a_vextvfapi_prphrl_stop_factory_uart(0);
+        a_vextvfapi_prphrl_set_mic_led(2);
         a_vextvfapi_disptst_gen_gop_test_pattern_off();
+        EXPECT_TRUE(test::eventually([this] { return test::threads() <= _s32Threads; })) << "a thread is left";
         SetTest::TearDown();
     }
 
@@ -149,6 +153,9 @@ protected:
         unsigned int u32Version = 0;
         EXPECT_EQ(a_vextvfapi_disp_switch_window(u32Version), 0);
     }
+
+private:
+    int _s32Threads = 0;
 };
 
 TEST_F(AllArguments, Zero) {

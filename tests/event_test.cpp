@@ -15,6 +15,7 @@
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
 #include "support/emulation.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -107,11 +108,10 @@ int waitInside(unsigned int, const VexTvFApiEventCommonObject&, const VexTvFApiE
 TEST(Events, UnregisteringWaitsForARunningCallback) {
     SKIP_UNDER_EMULATION();
     const VexTvFApiEventCommonObject a, b, c, d;
+    g_bRelease = false;
     ASSERT_EQ(a_vextvfapi_prphrl_reg_callback(waitInside), 0);
     std::thread notifier([&] { a_vextvfapi_prphrl_nty_event(1, a, b, c, d); });
-    while (!g_bInside) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(test::eventually([] { return g_bInside.load(); }));
     // Another module is not held up meanwhile.
     EXPECT_EQ(a_vextvfapi_sys_nty_event(1, a, b, c, d), -1);
     bool bRanAfterwards = true;

@@ -348,7 +348,7 @@ TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
         test::runOnTerminal({FAPI_BINARY, "--set", set(), "shell"}, {{"fapi> ", "watch on\r"},
                                                                      {"fapi> ", "prphrl_start_factory_uart 115200 0\r"},
                                                                      {"(ok)", ""},
-                                                                     {"fapi> ", "set type 0 'SER\\r'\rsys_ini"},
+                                                                     {"fapi> ", "set type 0 \"SER\\r\"\rsys_ini"},
                                                                      {"bytes 53 45 52", ""},
                                                                      {"fapi> sys_ini", "t\r"},
                                                                      {"sys_init: 0 (ok)", ""},

@@ -296,7 +296,7 @@ TEST_F(PlanRun, ASetThatIsLostEndsThePlan) {
     EXPECT_THAT(_result.strError, HasSubstr("set.json: is not a JSON object"));
 }
 
-TEST_F(PlanRun, CtrlC) {
+TEST_F(PlanRun, CtrlCEndsTheStepAndRunsTheTeardown) {
     const struct {
         const char* name;
         const char* plan;

@@ -225,6 +225,7 @@ TEST_F(Chip, ReportsTheTime) {
 }
 
 TEST_F(Chip, TheClockMayFail) {
+    leavesOpen("HW_PM");
     unsigned int u32Seconds = 77;
     vset::inject({"HW_PM_Open"});
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1); }),

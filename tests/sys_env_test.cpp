@@ -97,7 +97,8 @@ TEST_F(SysEnv, NullIsRefusedWithoutAMiddlewareCall) {
     EXPECT_THAT(strLog, HasSubstr("VexTvFApiSystem(imp) [E] <_a_vextvfapi_sys_set_env_var> Null of key or value.\n\n"));
 }
 
-TEST_F(SysEnv, AHandleOfSomebodyElseIsSharedAndStaysOpen) {
+TEST_F(SysEnv, AForeignHandleIsSharedAndStaysOpen) {
+    leavesOpen("HW_FLASH");
     vset::flash::hold(E_HW_FLASH_TYPE_EMMC);
     EXPECT_EQ(setEnv("a", "1"), 0);
     EXPECT_EQ(getEnv("a"), "1");
@@ -141,6 +142,7 @@ struct FailureRow {
 };
 
 TEST_F(SysEnv, EachStepMayFail) {
+    leavesOpen("HW_FLASH");
     const FailureRow kRows[] = {
         {false, "HW_FLASH_Open", 1, -1, "[E] <_a_vextvfapi_sys_get_env_var> [flash] Obtain handle fail.\n\n"},
         {false, "allocation", 1, -4, "Allocate Memory Fail!!!!\n\n"},
@@ -175,6 +177,7 @@ TEST_F(SysEnv, EachStepMayFail) {
 }
 
 TEST_F(SysEnv, AFailedCloseReplacesEveryOtherStatus) {
+    leavesOpen("HW_FLASH");
     vset::inject({vset::kAllocation});
     vset::inject({"HW_FLASH_Close"});
     EXPECT_EQ(getEnv("serial"), "status -1");

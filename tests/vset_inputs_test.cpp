@@ -318,7 +318,9 @@ TEST_F(VsetInputs, RefuseWhatTheyHaveNot) {
     });
     EXPECT_THAT(out, testing::Each(kUntouched));
     EXPECT_EQ(words(extin::calibration(kVga, 0).stPhase), kNewPhase);
+}
 
+TEST_F(VsetInputs, ActionsOnMissingPartsAreRefused) {
     extin::Source status, standard, scan;
     status.u32Status = 3;
     standard.u32TvSystem = 11;
