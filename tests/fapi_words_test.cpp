@@ -7,21 +7,14 @@
 
 #include "command.h"
 #include "shell.h"
+#include "support/refusals.h"
 #include "support/waiting.h"
 
 namespace {
 
+using test::errorOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-std::string errorOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const tool::UsageError& error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 TEST(Words, SplitAndQuote) {
     EXPECT_THAT(tool::splitWords("  a\tb  \"c d\" 'e \\n f' g\"h i\"j "),

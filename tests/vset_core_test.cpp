@@ -22,10 +22,12 @@
 #include "hw3/hw_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/refusals.h"
 #include "support/set_fixture.h"
 
 namespace {
 
+using test::errorOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -246,17 +248,7 @@ TEST_F(VsetPower, ACycleForgetsWhatIsNotInTheFolder) {
     EXPECT_EQ(read("/data/f"), "kept");
 }
 
-class VsetFolder : public test::MiddlewareTest {
-protected:
-    std::string errorOf(const std::function<void()>& body) {
-        try {
-            body();
-        } catch (const vset::SetError& error) {
-            return error.what();
-        }
-        return "no error";
-    }
-};
+class VsetFolder : public test::MiddlewareTest {};
 
 TEST_F(VsetFolder, ASetBelongsToOneProcess) {
     SKIP_UNDER_EMULATION();

@@ -19,6 +19,7 @@
 
 namespace {
 
+using test::errorOf;
 using test::kUntouched;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -68,15 +69,6 @@ Words attribute(HW_Handle_t hExtin, HW_U32 u32Attr) {
     all.fill(kUntouched);
     EXPECT_EQ(HW_EXTIN_GetAttr(hExtin, u32Attr, nullptr, all.data()), HW_OK);
     return all;
-}
-
-std::string errorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const vset::SetError& error) {
-        return error.what();
-    }
-    return "no error";
 }
 
 class VsetInputs : public test::MiddlewareTest {

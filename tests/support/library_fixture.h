@@ -22,11 +22,6 @@ protected:
         vset::clearJournal();
     }
 
-    std::size_t count(const std::string& strCall) const {
-        const std::vector<std::string> made = calls();
-        return static_cast<std::size_t>(std::count(made.begin(), made.end(), strCall));
-    }
-
 private:
     Init _init;
 };

@@ -104,6 +104,11 @@ protected:
         return names;
     }
 
+    static std::size_t count(const std::string& strCall) {
+        const std::vector<std::string> made = calls();
+        return static_cast<std::size_t>(std::count(made.begin(), made.end(), strCall));
+    }
+
 private:
     bool mayStayOpen(const std::string& strFamily) const {
         return std::any_of(_leftOpen.begin(), _leftOpen.end(),
