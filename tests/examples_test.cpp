@@ -27,7 +27,7 @@ protected:
         std::filesystem::rename(set(), folder() + "/new");
     }
 
-    // Runs it in a shell of its own, and looks at the answer to the last line.
+    // Runs the lines in a shell of their own; returns the answer to the last one.
     void run(const tool::Example& stExample) const {
         std::filesystem::remove_all(set());
         std::filesystem::copy(folder() + "/new", set(), std::filesystem::copy_options::recursive);
@@ -73,7 +73,7 @@ TEST(ExampleTable, HasOneRowForEachOperation) {
     for (const tool::Example& stExample : tool::examples()) {
         const std::string strLine = stExample.line;
         const std::string strName = strLine.substr(0, strLine.find(' '));
-        EXPECT_TRUE(names.insert(strName).second) << strName << " stands twice";
+        EXPECT_TRUE(names.insert(strName).second) << strName << " is listed twice";
         EXPECT_NE(tool::findOperation(strName), nullptr) << strName;
     }
     EXPECT_EQ(names.size(), tool::operations().size());
