@@ -43,7 +43,7 @@ void iic_read(benchmark::State& state) {
 }
 BENCHMARK(iic_read);
 
-// With the buffers that the copies of address and data need.
+// Allocates the buffers that the copies of address and data need.
 void iic_read_middleware(benchmark::State& state) {
     unsigned char au8Bytes[kSize];
     const HW_IIC_HandleParams_t stQuery = {0};
@@ -135,7 +135,7 @@ void gpio_drive_middleware(benchmark::State& state) {
 }
 BENCHMARK(gpio_drive_middleware);
 
-// --- The monitor at 100 us, beside a thread that only sleeps as often ------------------------------------------------
+// --- The monitor at 100 us, compared with a thread that only sleeps as often -----------------------------------------
 
 constexpr unsigned int kDelayUs = 100;
 

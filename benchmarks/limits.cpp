@@ -96,7 +96,7 @@ int runAndJudge(int argc, char** argv, const Goal* pGoals, int s32Count) {
             arguments.push_back(argv[i]);
         }
     }
-    // The best of many short runs tells more on a busy machine than the best of a few long ones.
+    // The best of many short runs says more on a busy machine than the best of a few long ones.
     char acRepetitions[] = "--benchmark_repetitions=8";
     char acTime[] = "--benchmark_min_time=0.1";
     char acInterleave[] = "--benchmark_enable_random_interleaving=true";

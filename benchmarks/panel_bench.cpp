@@ -161,7 +161,7 @@ struct Line {
     int x0, y0, x1, y1;
 };
 
-// From the middle to all around the edge.
+// Lines from the middle to all around the edge.
 std::vector<Line> fan() {
     constexpr int kStep = 8;
     std::vector<Line> lines;
@@ -238,7 +238,7 @@ std::vector<std::uint32_t>& captured() {
     return pixels;
 }
 
-// In memory, so that no disk is measured.
+// The file is in memory, so that no disk is measured.
 const std::string& captureFile() {
     static const std::string strPath = "/dev/shm/fapi-bench-" + std::to_string(getpid()) + ".bmp";
     return strPath;

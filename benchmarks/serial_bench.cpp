@@ -16,8 +16,8 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl.h"
+#include "base/fapi_message_framer.h"
 #include "bench_set.h"
-#include "fapi_message_framer.h"
 #include "limits.h"
 #include "vset/uart.h"
 
@@ -44,7 +44,7 @@ using fapi_core::VexTvFApiEventCommonObject;
 constexpr std::size_t kLine = 64;
 constexpr std::size_t kBurst = 10;
 
-// As many lines of 64 bytes, their end included.
+// Returns as many lines of 64 bytes, their end included.
 std::vector<unsigned char> makeLines(std::size_t count) {
     std::vector<unsigned char> bytes(count * kLine, 'x');
     for (std::size_t i = kLine - 1; i < bytes.size(); i += kLine) {
@@ -211,7 +211,7 @@ void tty_lines(benchmark::State& state) {
 }
 BENCHMARK(tty_lines)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// Reads in bulk and looks at nothing.
+// Reads in bulk and checks nothing.
 void tty_lines_bare_reads(benchmark::State& state) {
     const int s32Tty = open("/dev/ttyS0", O_RDONLY | O_NOCTTY);
     _a_vextvfapi_prphrl_setInterfaceAttr(s32Tty, B115200, 0);

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# Run by CPack on the installed files: Debian wants manual pages compressed, and a changelog.
+# CPack runs this on the installed files: a Debian package has compressed manual pages and a changelog.
 set(share ${CPACK_TEMPORARY_INSTALL_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/share)
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(WRITE ${share}/doc/${CPACK_PACKAGE_NAME}/changelog

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# What `cpack --preset package` makes of the installed files: a Debian package.
+# The Debian package that `cpack --preset package` makes of the installed files.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_CONTACT "Factory API maintainers <factory-api@lumora.example>")

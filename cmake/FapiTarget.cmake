@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# What every target of this project is built with.
+# Compiler and linker options of every target.
 find_package(Threads REQUIRED)
 
 function(fapi_target target)

@@ -133,7 +133,7 @@ TEST_F(BoardCli, KeysReadingsAndPadsAreToldInWords) {
     }
 }
 
-// What the plan does not come by.
+// Actions that the plan does not use.
 TEST_F(BoardCli, WhatAPersonSeesOfTheBoard) {
     const std::string strInput =
         "set pad 9\nset adc 3\nset keypad\nset iic\nset cec\nset daemon-commands\n"

@@ -61,7 +61,7 @@ void plainLine(Buffer& buffer, DisptstColor color, std::uint32_t x0, std::uint32
     }
 }
 
-// All pixels that a fill of that row reaches lie one behind the other from its first one.
+// All pixels that a fill of that row reaches follow each other from the first one.
 void plainRow(Buffer& buffer, DisptstColor color, std::uint32_t x, std::uint32_t y, std::uint32_t width) {
     const std::uint64_t u64Offset = std::uint32_t{4 * (buffer.pitch * (y + 1) + x - buffer.canvas.u32VisibleWidth)};
     const unsigned char au8Pixel[] = {color.u8Blue, color.u8Green, color.u8Red, color.u8Alpha};

@@ -95,7 +95,7 @@ TEST_F(CleanCli, ReportsLeaveWithTheHistory) {
     EXPECT_THAT(reportFiles({".xml", ".json"}), SizeIs(6));
     EXPECT_THAT(reportFiles({".html", ".png"}), SizeIs(6 + 2));
     EXPECT_THAT(everything(), IsSupersetOf(foreign));
-    // A report that has just been written stays, even if nobody is to know of it.
+    // A report that has just been written stays, even without a notice.
     EXPECT_EQ(run(_strGood, {"--keep", "0"}).s32Exit, 0);
     EXPECT_THAT(reportFiles({".json"}), SizeIs(1));
 }
@@ -109,7 +109,7 @@ TEST_F(CleanCli, TemporarySetsOfFailedRunsAreFew) {
 }
 
 TEST_F(CleanCli, RemovesWhatItSaysAndNothingElse) {
-    // What is not a run's: a set of the user's, one behind a link, and files that only look like it.
+    // Files that no run made: a set of the user's, one reached by a link, and files with similar names.
     const std::string strOwn = temporary() + "/fapi-set-mine01";
     EXPECT_EQ(test::runProcess({FAPI_BINARY, "--set", strOwn, "set", "create"}).s32Exit, 0);
     EXPECT_EQ(run(_strBad, {"--fresh"}).s32Exit, 1);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The cut of what comes through the command pipe, without a pipe.
-#include "fapi_command_scanner.h"
+#include "base/fapi_command_scanner.h"
 
 #include <atomic>
 #include <string>
@@ -71,7 +71,7 @@ TEST(CommandScanner, Cuts) {
     }
 }
 
-// 2,047 bytes and their end fill the buffer; a byte more and the command is lost, with what stands in the log.
+// 2,047 bytes and their end fill the buffer; a byte more and the command is lost, which is logged.
 TEST(CommandScanner, ALongCommandIsLost) {
     Collector collector;
     fapi::CommandScanner scanner(';', collector);

@@ -32,7 +32,7 @@ protected:
         return lines(result.strOutput);
     }
 
-    // What bash is told, with a file notes.txt and a folder records in the folder where it stands.
+    // Returns what bash receives in a folder with a file notes.txt and a folder records.
     std::vector<std::string> completeInBash(const std::string& strRest) const {
         const std::string strLine = std::string(FAPI_BINARY) + " " + strRest;
         const std::string strScript = "cd '" + folder() + "'; source <('" FAPI_BINARY "' completion bash) || exit 9\n" +

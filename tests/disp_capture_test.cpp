@@ -9,8 +9,8 @@
 #include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
 #include "support/bmp_file.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/cap.h"
 #include "vset/disp.h"
 #include "vset/osd.h"
@@ -29,21 +29,13 @@ const unsigned char* path(const char* pszPath = kPath) {
     return reinterpret_cast<const unsigned char*>(pszPath);
 }
 
-class Capture : public test::SetTest {
+class Capture : public test::DisplayTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
+        DisplayTest::SetUp();
         vset::disp::freezeVideo(7);
         write("/mnt/usb/readme.txt", "a stick");
         vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
     }
 
     // The player's surface on layer 0.
@@ -194,6 +186,7 @@ TEST_F(Capture, TakesThePictureWithOrWithoutTheGraphics) {
 }
 
 TEST_F(Capture, AWindowThatItOpensStaysOpen) {
+    leavesOpen("HW_DISP");
     a_vextvfapi_disp_switch_window(1);
     ASSERT_EQ(a_vextvfapi_disp_capture_screen_to_usb(path(), 1), 0);
     EXPECT_EQ(pixel(read(kPath), 9, 9), 0xFF000000u) << "nothing is connected";
@@ -206,6 +199,7 @@ TEST_F(Capture, AWindowThatItOpensStaysOpen) {
 }
 
 TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
+    leavesOpen("HW_CAP");
     struct Row {
         int s32Type;
         const char* pszCall;
@@ -234,7 +228,7 @@ TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
         {1, "HW_CAP_DisconnectInput", 0, false, 0},
         {1, "HW_CAP_Close", 0, true, 0},
     };
-    // What the last line of each log says of its place: "<operation:123>".
+    // The place that the last line of each log names: "<operation:123>".
     std::set<std::string> places;
     for (const Row& stRow : rows) {
         vset::powerCycle();
@@ -259,7 +253,7 @@ TEST_F(Capture, AFailedCaptureLeavesWhatItHasMade) {
         EXPECT_EQ(vset::osd::surfaces().back().u32Locks, stRow.u32Locks) << stRow.pszCall;
         EXPECT_EQ(vset::cap::unit().bOpen, stRow.bCapture) << stRow.pszCall;
     }
-    EXPECT_EQ(places.size(), std::size(rows) - 2) << "the line number tells which call failed, but for the releases";
+    EXPECT_EQ(places.size(), std::size(rows) - 2) << "the line number says which call failed, except for the releases";
     a_vextvfapi_disp_switch_window(3);
     EXPECT_EQ(a_vextvfapi_disp_capture_screen_to_usb(path(), 1), -1);
 }

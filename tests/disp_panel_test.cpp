@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Panel attributes and the chips beside the panel.
+// Panel attributes and the chips at the panel.
 #include <cstring>
 #include <functional>
 
@@ -8,8 +8,8 @@
 #include "a_vextvfapi_disp.h"
 #include "hw3/hw_dispout.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/dispout.h"
 #include "vset/sys.h"
 
@@ -34,15 +34,7 @@ void setAttribute(std::uint32_t u32Attr, const Record& stRecord) {
     vset::dispout::setAttribute(u32Attr, {reinterpret_cast<const char*>(&stRecord), sizeof(stRecord)});
 }
 
-class Panel : public test::SetTest {
-protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
-        vset::clearJournal();
-    }
-};
+class Panel : public test::DisplayTest {};
 
 TEST_F(Panel, EachAttributeHasItsRecord) {
     for (const unsigned int u32Attr : {0u, 1u, 2u, 3u, 6u, 9u, 11u}) {

@@ -9,8 +9,8 @@
 #include "hw3/hw_disp.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/disp.h"
 #include "vset/dval.h"
 #include "vset/extin.h"
@@ -26,21 +26,8 @@ using ::testing::Not;
 using fapi_core::VexTvFApiPqType;
 using fapi_core::VexTvFApiVideoWin;
 
-class DispPicture : public test::SetTest {
+class DispPicture : public test::DisplayTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
-        vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
-    }
-
     // A parameter that was set, as signed words.
     static std::vector<std::int32_t> words(std::uint32_t u32Param, unsigned int u32Window = 0) {
         const std::string strBytes = vset::disp::window(u32Window).pictureParameters.at(u32Param);
@@ -111,7 +98,8 @@ TEST_F(DispPicture, CopiesTheGammaCurves) {
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(DispPicture, TellsTheQualityRange) {
+TEST_F(DispPicture, ReportsTheQualityRange) {
+    leavesOpen("HW_DISP");
     vset::disp::setPqRange(1, {{-1, -2, -3}, {4, 5, 6}});
     a_vextvfapi_disp_switch_window(1);
     fapi_core::VexTvFApiDispHsyModelRange stRange = {};
@@ -127,10 +115,10 @@ TEST_F(DispPicture, TellsTheQualityRange) {
     EXPECT_EQ(stRange.as32Min[0], 77);
     EXPECT_EQ(a_vextvfapi_disp_get_pq_range(nullptr), -1);
     a_vextvfapi_disp_switch_window(3);
-    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1) << "not the window of before";
+    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1) << "not the earlier window";
 }
 
-TEST_F(DispPicture, TellsTheQualityVersion) {
+TEST_F(DispPicture, ReportsTheQualityVersion) {
     struct Row {
         const char* pszText;
         unsigned int u32Length;  // of the buffer
@@ -188,7 +176,7 @@ TEST_F(DispPicture, SetsTheOutputTiming) {
     vset::clearJournal();
     EXPECT_EQ(a_vextvfapi_disp_set_output_timing(47), -1);
     EXPECT_THAT(calls(), IsEmpty());
-    // The window is unmuted whatever else fails, and a window muted by somebody else, too.
+    // The window is unmuted even when a call fails, and even when another program has muted it.
     unsigned int hDisp = 0;
     _a_vextvfapi_disp_get_disp_handle(&hDisp);
     ASSERT_EQ(HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW), HW_OK);

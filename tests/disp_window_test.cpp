@@ -5,8 +5,8 @@
 #include "a_vextvfapi_disp.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/disp.h"
 
 namespace {
@@ -14,20 +14,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-class DispWindow : public test::SetTest {
-protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        a_vextvfapi_disp_switch_window(0);
-        vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
-    }
-};
+class DispWindow : public test::DisplayTest {};
 
 TEST_F(DispWindow, StartsUpMoreThanOnce) {
     EXPECT_EQ(a_vextvfapi_disp_init(), 0);

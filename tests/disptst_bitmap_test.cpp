@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// BMP files drawn into a buffer: what is drawn, and what a file may not get away with.
+// BMP files drawn into a buffer: what is drawn, and what is refused.
 #include "a_vextvfapi_disptst_bitmap.h"
 
 #include <cstring>
@@ -9,7 +9,7 @@
 
 #include <gmock/gmock.h>
 
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "support/bmp_file.h"
 
 namespace {
@@ -147,7 +147,7 @@ TEST_F(Bitmap, NegativeHeightsAndHugePicturesAreJustLarge) {
     test::putNumber(strFile, 22, 0xFFFFFFFF);
     EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4));
     EXPECT_THAT(strLog, HasSubstr("[Pattern] fseek unexpected error !!\n\n"));
-    // In 32 bits a row of this width is four bytes long, and the piece lies behind it.
+    // In 32 bits a row of this width is four bytes long, and the piece lies after it.
     test::putNumber(strFile, 18, 0x55555556);
     test::putNumber(strFile, 22, 4);
     EXPECT_TRUE(load(strFile, 0, 0, 0x55555550, 0, 6, 4));

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Burn-in as it is seen on the panel.
-#include <thread>
 
 #include <gmock/gmock.h>
 
 #include "a_vextvfapi_disp.h"
 #include "a_vextvfapi_disptst.h"
 #include "support/emulation.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
+#include "support/waiting.h"
 #include "vset/disp.h"
 
 namespace {
@@ -17,17 +17,17 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using namespace std::chrono_literals;
 
 using Color = std::vector<std::uint32_t>;
 
-class Burning : public test::SetTest {
+class Burning : public test::DisplayTest {
 protected:
+    Burning() : DisplayTest(a_vextvfapi_disptst_init) {}
+
     void SetUp() override {
         SKIP_UNDER_EMULATION();
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_disptst_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
-        _handles = vset::openHandles().size();
+        DisplayTest::SetUp();
     }
 
     void TearDown() override {
@@ -36,9 +36,7 @@ protected:
         }
         vset::clearFaults();
         EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(0), 0);
-        a_vextvfapi_disp_switch_window(0);
-        EXPECT_EQ(vset::openHandles().size(), _handles);
-        SetTest::TearDown();
+        DisplayTest::TearDown();
     }
 
     static HW_DISP_TestPattern_t pattern(unsigned int u32Window = 0) {
@@ -52,18 +50,16 @@ protected:
     // The next `count` colors that are different from the one before.
     static std::vector<Color> watch(std::size_t count) {
         std::vector<Color> seen = {color()};
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (seen.size() < count && std::chrono::steady_clock::now() < end) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            if (const Color now = color(); now != seen.back()) {
-                seen.push_back(now);
-            }
-        }
+        test::eventually(
+            [&] {
+                if (const Color now = color(); now != seen.back()) {
+                    seen.push_back(now);
+                }
+                return seen.size() >= count;
+            },
+            30s);
         return seen;
     }
-
-private:
-    std::size_t _handles = 0;
 };
 
 TEST_F(Burning, CyclesThroughItsColors) {

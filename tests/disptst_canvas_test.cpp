@@ -5,8 +5,8 @@
 #include "a_vextvfapi_disptst.h"
 #include "hw3/hw_sys.h"
 #include "support/bmp_file.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/osd.h"
 #include "vset/panel.h"
 #include "vset/sys.h"
@@ -29,11 +29,12 @@ int drawRect(unsigned int x, unsigned int y, unsigned int width, unsigned int he
     return a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect({x, y, width, height, color, 0, {}});
 }
 
-class Canvas : public test::SetTest {
+class Canvas : public test::LibraryTest {
 protected:
+    Canvas() : LibraryTest(a_vextvfapi_disptst_init) {}
+
     void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_disptst_init(), 0);
+        LibraryTest::SetUp();
         _surfaces = vset::osd::surfaces().size();
     }
 
@@ -43,7 +44,7 @@ protected:
         a_vextvfapi_disptst_gen_gop_test_pattern_off();
         a_vextvfapi_disptst_gen_gop_test_pattern_on(16, 16);
         a_vextvfapi_disptst_gen_gop_test_pattern_off();
-        SetTest::TearDown();
+        LibraryTest::TearDown();
     }
 
     // The surface that the library has made; empty without one.

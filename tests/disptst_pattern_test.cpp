@@ -4,8 +4,8 @@
 
 #include "a_vextvfapi_disp.h"
 #include "a_vextvfapi_disptst.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/disp.h"
 #include "vset/osd.h"
 
@@ -17,19 +17,9 @@ using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class Pattern : public test::SetTest {
+class Pattern : public test::DisplayTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_disptst_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
-        vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
-    }
+    Pattern() : DisplayTest(a_vextvfapi_disptst_init) {}
 };
 
 TEST_F(Pattern, StartsUpMoreThanOnce) {

@@ -15,6 +15,7 @@
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
 #include "support/emulation.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -61,7 +62,7 @@ TEST(Events, EachModuleHasItsOwnCallback) {
     for (const Module& stModule : kModules) {
         SCOPED_TRACE(stModule.pszName);
         g_stSeen = {};
-        EXPECT_EQ(stModule.nty(1, a, b, c, d), -1) << "nobody is registered";
+        EXPECT_EQ(stModule.nty(1, a, b, c, d), -1) << "no callback is registered";
         EXPECT_EQ(stModule.reg(answerTwo), 0);
         EXPECT_EQ(stModule.reg(see), 0);
         for (const Module& stOther : kModules) {
@@ -107,11 +108,10 @@ int waitInside(unsigned int, const VexTvFApiEventCommonObject&, const VexTvFApiE
 TEST(Events, UnregisteringWaitsForARunningCallback) {
     SKIP_UNDER_EMULATION();
     const VexTvFApiEventCommonObject a, b, c, d;
+    g_bRelease = false;
     ASSERT_EQ(a_vextvfapi_prphrl_reg_callback(waitInside), 0);
     std::thread notifier([&] { a_vextvfapi_prphrl_nty_event(1, a, b, c, d); });
-    while (!g_bInside) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(test::eventually([] { return g_bInside.load(); }));
     // Another module is not held up meanwhile.
     EXPECT_EQ(a_vextvfapi_sys_nty_event(1, a, b, c, d), -1);
     bool bRanAfterwards = true;

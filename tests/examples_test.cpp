@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "examples.h"
-#include "reference.h"
 #include "support/tool_fixture.h"
 
 namespace {
@@ -28,7 +27,7 @@ protected:
         std::filesystem::rename(set(), folder() + "/new");
     }
 
-    // Runs it in a shell of its own, and looks at the answer to the last line.
+    // Runs the lines in a shell of their own; returns the answer to the last one.
     void run(const tool::Example& stExample) const {
         std::filesystem::remove_all(set());
         std::filesystem::copy(folder() + "/new", set(), std::filesystem::copy_options::recursive);
@@ -74,16 +73,10 @@ TEST(ExampleTable, HasOneRowForEachOperation) {
     for (const tool::Example& stExample : tool::examples()) {
         const std::string strLine = stExample.line;
         const std::string strName = strLine.substr(0, strLine.find(' '));
-        EXPECT_TRUE(names.insert(strName).second) << strName << " stands twice";
+        EXPECT_TRUE(names.insert(strName).second) << strName << " is listed twice";
         EXPECT_NE(tool::findOperation(strName), nullptr) << strName;
     }
     EXPECT_EQ(names.size(), tool::operations().size());
-}
-
-TEST(Reference, IsTheOneInTheDocuments) {
-    std::ifstream file(FAPI_DOCS "/operations.md");
-    const std::string strKept(std::istreambuf_iterator<char>(file), {});
-    EXPECT_TRUE(strKept == tool::reference()) << "fapi reference > docs/operations.md makes it anew";
 }
 
 }  // namespace

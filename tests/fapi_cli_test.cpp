@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/tool_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -85,7 +86,7 @@ TEST_F(Cli, TheSetIsBroughtUpUnlessToldOtherwise) {
     const test::ProcessResult result = fapi({"call", "--no-init", "common_get_fapi_status"});
     EXPECT_EQ(result.s32Exit, 1);
     EXPECT_EQ(result.strOutput, "common_get_fapi_status: -5 (not in factory mode)\n");
-    EXPECT_EQ(fapiJson({"call", "common_get_fapi_status", "--no-init"})["status"], -5) << "options behind the words";
+    EXPECT_EQ(fapiJson({"call", "common_get_fapi_status", "--no-init"})["status"], -5) << "options after the words";
     EXPECT_EQ(fapi({"shell"}, "sys_init\nset fault HW_SYS_Init 3 1 0\nsys_check_file /\n").strError, "")
         << "the library has been brought up by hand";
 }
@@ -345,10 +346,10 @@ TEST_F(Cli, WarnsOfWhatIsNotAsItLooks) {
 TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
     const test::ProcessResult result =
         test::runOnTerminal({FAPI_BINARY, "--set", set(), "shell"}, {{"fapi> ", "watch on\r"},
-                                                                     {"fapi> ", "prphrl_gpio_monitor_start 12\r"},
+                                                                     {"fapi> ", "prphrl_start_factory_uart 115200 0\r"},
                                                                      {"(ok)", ""},
-                                                                     {"fapi> ", "set drive 12 1\rsys_ini"},
-                                                                     {"(pad high)", ""},
+                                                                     {"fapi> ", "set type 0 \"SER\\r\"\rsys_ini"},
+                                                                     {"bytes 53 45 52", ""},
                                                                      {"fapi> sys_ini", "t\r"},
                                                                      {"sys_init: 0 (ok)", ""},
                                                                      {"fapi> ", "quit\r"}});
@@ -358,12 +359,8 @@ TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
 TEST_F(Cli, ASetInUseIsRefused) {
     std::thread user([this] { fapi({"watch", "--idle", "3"}); });
     test::ProcessResult result;
-    for (int i = 0; i < 100 && result.s32Exit != 3; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        if (!readFile(set() + "/lock").empty()) {
-            result = fapi({"call", "sys_init"});
-        }
-    }
+    test::eventually([&] { return !readFile(set() + "/lock").empty(); });
+    result = fapi({"call", "sys_init"});
     EXPECT_EQ(result.s32Exit, 3);
     EXPECT_THAT(result.strError, StartsWith("fapi: " + set() + ": in use by process "));
     user.join();
@@ -377,12 +374,10 @@ TEST_F(Cli, PortsAreShownWithoutTakingTheSet) {
     EXPECT_FALSE(std::filesystem::exists(set())) << "no set has been made on the way";
 
     std::thread user([this] { fapi({"watch", "--idle", "3"}); });
-    for (int i = 0; i < 100 && result.s32Exit != 0; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        if (!readFile(set() + "/lock").empty()) {
-            result = fapi({"set", "ports"});
-        }
-    }
+    test::eventually([&] {
+        result = fapi({"set", "ports"});
+        return result.s32Exit == 0;
+    });
     EXPECT_EQ(result.s32Exit, 0) << result.strError;
     EXPECT_THAT(result.strOutput, StartsWith("0 " + set() + "/ports/uart0 -> /dev/pts/"));
     const nlohmann::json json = fapiJson({"set", "ports"});
@@ -445,7 +440,7 @@ TEST_F(Cli, WatchShowsEventsWithTimeAndPayload) {
     EXPECT_EQ(watch({"--count", "9", "--idle", "0.2"}).s32Exit, 1) << "fewer than wanted";
 }
 
-// Lines and bytes of a serial link: whatever was sent, the terminal obeys none of it and is not flooded.
+// Lines and bytes of a serial link: the terminal neither obeys nor is flooded by what was sent.
 TEST_F(Cli, WatchShowsBytesAsHexAndAsText) {
     const struct {
         const char* payload;

@@ -20,7 +20,7 @@ TEST(OperationTable, HasARowForEveryExport) {
     }
     ASSERT_FALSE(exported.empty());
     for (const tool::Operation& operation : tool::operations()) {
-        EXPECT_EQ(exported.erase(operation.name), 1u) << operation.name << " is not exported, or stands twice";
+        EXPECT_EQ(exported.erase(operation.name), 1u) << operation.name << " is not exported, or is listed twice";
     }
     for (const std::string& strName : exported) {
         ADD_FAILURE() << strName << " has no row in the operation table";
@@ -37,7 +37,7 @@ TEST(OperationTable, RowsAreComplete) {
         for (const tool::Argument& argument : operation.arguments) {
             EXPECT_FALSE(std::string(argument.help).empty()) << argument.name;
             EXPECT_FALSE(bOptional && argument.byDefault == nullptr)
-                << argument.name << " must be given but stands behind one that need not be";
+                << argument.name << " must be given but follows one that need not be";
             bOptional = argument.byDefault != nullptr;
             if (argument.kind == tool::Kind::choice && argument.byDefault != nullptr) {
                 EXPECT_NO_THROW(tool::parseWords({argument}, {})) << argument.name;

@@ -15,7 +15,7 @@ using testing::Pair;
 TEST(FaultFile, Lines) {
     const struct {
         const char* line;
-        const char* read;  // empty: nothing stands there
+        const char* read;  // empty: nothing is read
     } rows[] = {
         {"HW_FLASH_StoreEnv timeout", "HW_FLASH_StoreEnv 0xD"},
         {"\xEF\xBB\xBFHW_FLASH_StoreEnv 0xD from 1 times 1", "HW_FLASH_StoreEnv 0xD"},

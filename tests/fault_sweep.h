@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the fault sweep runs.
+// The samples of the fault sweep.
 #ifndef TESTS_FAULT_SWEEP_H
 #define TESTS_FAULT_SWEEP_H
 
@@ -27,7 +27,7 @@ struct Sample {
     Calls eCalls = Calls::always;
 };
 
-// What operations leave open on purpose. A name may have the sample's words behind it.
+// Handles that operations leave open on purpose. A name may be followed by the sample's words.
 struct LeftOpen {
     std::vector<std::string> operations;
     std::size_t handles;               // by a success

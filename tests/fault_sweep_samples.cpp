@@ -3,7 +3,6 @@
 #include "fault_sweep.h"
 
 #include <chrono>
-#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 #include "hw3/hw_aout.h"
 #include "hw3/hw_extin.h"
 #include "support/set_fixture.h"
+#include "support/waiting.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"
 #include "vset/extin.h"
@@ -63,9 +63,8 @@ void stopPipeMode() {
     const vset::HostPaths hostPaths;
     const std::string strPipe = vset::hostPath("/data/vendor/uartCmdPipe");
     int s32Writer = -1;
-    for (int i = 0; i < 1000 && (s32Writer = open(strPipe.c_str(), O_WRONLY | O_NONBLOCK)) < 0; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    test::eventually([&] { return (s32Writer = open(strPipe.c_str(), O_WRONLY | O_NONBLOCK)) >= 0; },
+                     std::chrono::seconds(1));
     a_vextvfapi_prphrl_set_uart_pipe_mode(0, nullptr);
     close(s32Writer);
 }
@@ -116,7 +115,7 @@ Sample audio(const char* pszOperation, std::vector<std::string> words) {
     return {pszOperation, std::move(words), bringAudioUp, closeAudio};
 }
 
-// Where nobody has the window open, and the operation opens and closes it.
+// A window that is not open, which the operation opens and closes.
 void useClosedWindow() {
     ASSERT_EQ(a_vextvfapi_disp_switch_window(1), 0);
 }
@@ -147,7 +146,7 @@ void putCanvasUp() {
     ASSERT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(16, 4), 0);
 }
 
-// Proves that this takes away whatever a failure has left.
+// Proves that the operation removes what a failure has left.
 void takeCanvasAway() {
     EXPECT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_off(), 0);
     expectNothingOpen();
@@ -170,7 +169,7 @@ void bringInputsUp() {
     ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
 }
 
-// Where nobody has the input open, and the operation opens and closes it.
+// An input that is not open, which the operation opens and closes.
 void plugVga() {
     bringInputsUp();
     vset::extin::plug(E_HW_EXTIN_TYPE_VGA, 0, {});
@@ -440,7 +439,7 @@ const std::vector<Sample> kSamples = {
     quiet("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", {"3"}),
 };
 
-// What stays open on purpose, and why.
+// Handles that stay open on purpose, and why.
 const std::vector<LeftOpen> kLeftOpen = {
     {{"_a_vextvfapi_sys_get_flash_handle", "_a_vextvfapi_prphrl_get_hdmi_handle", "_a_vextvfapi_disp_get_disp_handle",
       "_a_vextvfapi_disp_get_disp_handle_by_win_idx", "_a_vextvfapi_inpsrc_get_vga_handle",
@@ -520,7 +519,7 @@ const std::vector<LeftOpen> kLeftOpen = {
      "paths are closed by the next success only"},
 };
 
-// What is not called by itself, and why.
+// Operations that are not called alone, and why.
 const std::vector<NotSwept> kNotSwept = {
     {{"_a_vextvfapi_prphrl_create_pipe_file"}, "waits for a writer"},
     {{"a_vextvfapi_sys_send_cmd_to_factory_svc"}, "a socket of which a PC has one, and no allocation"},

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every operation with every one of its middleware calls and allocations made to fail in turn: the operation answers a
-// status of its kind, and leaves no handle, no descriptor and no thread behind that it does not leave on purpose.
+// status of its kind, and leaves no handle, descriptor or thread that it does not leave on purpose.
 #include <algorithm>
 #include <chrono>
 #include <map>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +13,7 @@
 #include "operation.h"
 #include "support/descriptors.h"
 #include "support/set_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -21,10 +21,10 @@ using test::sweep::Calls;
 using test::sweep::LeftOpen;
 using test::sweep::Sample;
 
-// Of a call that is made for each row of a picture so many fail in turn.
+// The most repetitions of one call that fail in turn: some calls are made for each row of a picture.
 constexpr std::size_t kMostOfACall = 20;
 
-// How long a thread that was told to end may take.
+// The longest time that a stopped thread may take.
 constexpr std::chrono::seconds kThreadsEnd{5};
 
 bool isEventOperation(const std::string& strName) {
@@ -79,15 +79,12 @@ protected:
         if (stSample.after != nullptr) {
             stSample.after();
         }
-        const auto deadline = std::chrono::steady_clock::now() + kThreadsEnd;
-        while (test::threads() > _threads && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        EXPECT_LE(test::threads(), _threads) << "threads stay behind";
+        EXPECT_TRUE(test::eventually([this] { return test::threads() <= _threads; }, kThreadsEnd))
+            << "threads are left";
     }
 
     static std::size_t handles() { return vset::openHandles().size(); }
-    // Those that a failure leaves open on purpose are not counted.
+    // Counts the open handles except those that a failure leaves open on purpose.
     static std::size_t handlesBeside(const LeftOpen& stLeftOpen) {
         const std::vector<vset::OpenHandle> open = vset::openHandles();
         const std::string strFamilies = " " + std::string(stLeftOpen.pszFamiliesOnFailure) + " ";
@@ -117,7 +114,7 @@ TEST_F(FaultSweep, CoversEveryOperation) {
 // One module's operations.
 class FaultSweepOf : public FaultSweep, public ::testing::WithParamInterface<const char*> {
 protected:
-    // How often calls of the middleware, and allocations, have failed.
+    // The number of calls of the middleware, and of allocations, that have failed.
     std::size_t failed = 0;
 
     void sweep(const Sample& stSample, const tool::Operation& operation);
@@ -134,7 +131,7 @@ private:
 
     static void expectStatus(const Run& run, const vset::Fault& stFault, const tool::Outcome& outcome);
     void runWith(Run& run, const vset::Fault& stFault);
-    // Once, and from there on.
+    // Fails the call once, then from there on.
     void failWith(Run& run, vset::Fault stFault) {
         for (const unsigned int u32Times : {1u, 0u}) {
             stFault.u32Times = u32Times;
@@ -145,7 +142,7 @@ private:
 };
 
 void FaultSweepOf::expectStatus(const Run& run, const vset::Fault& stFault, const tool::Outcome& outcome) {
-    // The first answers with what a boolean says, the second with a handle.
+    // The first answers with a boolean, the second with a handle.
     if (run.operation.result != tool::Result::status || stFault.strCall == "HW_FS_Sync" ||
         std::string(run.operation.name) == "_a_vextvfapi_sys_get_flash_handle") {
         return;
@@ -167,7 +164,7 @@ void FaultSweepOf::runWith(Run& run, const vset::Fault& stFault) {
     vset::clearFaults();
 
     EXPECT_LE(test::openDescriptors(), s32DescriptorsBefore + stLeftOpen.s32Descriptors);
-    // What a close refuses to close is open.
+    // A handle stays open when its close is refused.
     const bool bCloseRefused = stFault.strCall.find("_Close") != std::string::npos;
     if (!bCloseRefused) {
         EXPECT_LE(handlesBeside(stLeftOpen), handlesBefore + stLeftOpen.handles);
@@ -230,22 +227,23 @@ void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operatio
 }
 
 TEST_P(FaultSweepOf, LeavesNothingBehind) {
-    std::size_t operations = 0;
-    for (const Sample& stSample : test::sweep::samples()) {
-        const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
-        ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
-        if (pOperation->module() == GetParam()) {
-            SCOPED_TRACE(stSample.pszOperation);
-            sweep(stSample, *pOperation);
-            ++operations;
+    inFreshProcess([&] {
+        std::size_t operations = 0;
+        for (const Sample& stSample : test::sweep::samples()) {
+            const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
+            ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
+            if (pOperation->module() == GetParam()) {
+                SCOPED_TRACE(stSample.pszOperation);
+                sweep(stSample, *pOperation);
+                ++operations;
+            }
         }
-    }
-    std::printf("fault sweep: %-8s %3zu operations, %5zu calls failed, %s\n", GetParam(), operations, failed,
-                HasFailure() ? "FINDINGS" : "no finding");
-    EXPECT_NE(operations, 0u);
+        std::printf("fault sweep: %-8s %3zu operations, %5zu calls failed, %s\n", GetParam(), operations, failed,
+                    HasFailure() ? "FINDINGS" : "no finding");
+        EXPECT_NE(operations, 0u);
+    });
 }
 
-// The system module comes first, before a power cycle has taken its handle away.
 INSTANTIATE_TEST_SUITE_P(Modules, FaultSweepOf,
                          ::testing::Values("sys", "aud", "common", "disp", "disptst", "info", "inpsrc", "net",
                                            "prphrl"),

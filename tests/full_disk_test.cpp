@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A disk of the PC that gets full: it is told as what it is, and nothing half done stays.
+// A disk of the PC that gets full: the trouble is reported as such, and nothing half done stays.
 #include <fstream>
 
 #include <sched.h>
@@ -35,7 +35,7 @@ protected:
     }
 
     std::string disk() const { return folder() + "/disk"; }
-    // Leaves so many KiB.
+    // Fills the disk except for so many KiB.
     void fill(std::uintmax_t kibibytes) const {
         const std::string strFile = disk() + "/filler";
         fs::remove(strFile);
@@ -125,7 +125,7 @@ TEST_F(FullDisk, APictureThatCannotBeStoredIsNoFailureOfTheUnit) {
     EXPECT_FALSE(fs::exists(disk() + "/x.png"));
 }
 
-// What the middleware answers when the PC stores nothing more for it is no word about the unit.
+// An answer of the middleware that a full disk causes says nothing about the unit.
 TEST_F(FullDisk, TheSetsOwnDiskIsAnErrorOfTheStation) {
     fs::create_directory_symlink(disk() + "/set", set());
     EXPECT_EQ(test::runProcess({FAPI_BINARY, "--set", disk() + "/set", "set", "power-cycle"}).s32Exit, 0);

@@ -4,9 +4,9 @@
 
 #include "a_vextvfapi_info.h"
 #include "a_vextvfapi_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 
 namespace {
 
@@ -29,17 +29,12 @@ Read get(const char* pszKey, unsigned int size, const char* pszFile = kFile) {
     return {s32Status, {exact.begin(), exact.end()}};
 }
 
-class Ini : public test::SetTest {
+class Ini : public test::LibraryTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        LibraryTest::SetUp();
         write(kFile, "[s]\nfour = abcd\nnone =\nquoted = \" a b \"\n");
         vset::clearJournal();
-    }
-    void TearDown() override {
-        EXPECT_TRUE(opened().empty());
-        SetTest::TearDown();
     }
 };
 

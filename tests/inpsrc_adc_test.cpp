@@ -5,12 +5,13 @@
 #include "a_vextvfapi_inpsrc.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/extin.h"
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -24,14 +25,9 @@ struct Analog {
 };
 constexpr Analog kVga = {0, E_HW_EXTIN_TYPE_VGA}, kYpbpr = {1, E_HW_EXTIN_TYPE_YPBPR}, kScart = {2, 5};
 
-class Adc : public test::SetTest {
+class Adc : public test::LibraryTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
-        vset::clearJournal();
-    }
+    Adc() : LibraryTest(a_vextvfapi_inpsrc_init) {}
 
     static bool isOpen(const Analog& input) { return vset::extin::input(input.u32Type, 0).bOpen; }
 
@@ -88,6 +84,7 @@ TEST_F(Adc, CalibratesFromTheSignal) {
 }
 
 TEST_F(Adc, LeavesAnInputThatSomebodyHasOpen) {
+    leavesOpen("HW_EXTIN");
     vset::extin::hold(kVga.u32Type, 0);
     vset::clearJournal();
     fapi_core::VexTvFApiAdcPhase_t stPhase = {};
@@ -155,6 +152,7 @@ TEST_F(Adc, RefusesOtherDevices) {
 }
 
 TEST_F(Adc, AFailedCallClosesAndAFailedCloseCounts) {
+    leavesOpen("HW_EXTIN");
     fapi_core::VexTvFApiAdcPhase_t stPhase = {7, 7, 7};
     vset::inject({"HW_EXTIN_GetAttr", 5});
     std::string strLog = test::logOf([&] { EXPECT_EQ(a_vextvfapi_inpsrc_get_adc_phase(0, &stPhase), -1); });
@@ -180,25 +178,23 @@ TEST_F(Adc, AFailedCallClosesAndAFailedCloseCounts) {
     }
 }
 
-// The handle of before is gone on with, and refused: a test of its own, because it must be the first of its process to
-// see that there is none at all.
-TEST_F(Adc, WithoutAHandleItStops) {
-    for (const bool bStale : {false, true}) {
-        if (bStale) {
-            ASSERT_EQ(a_vextvfapi_inpsrc_set_adc_phase(1, 1, 1, 1), 0);
-        }
-        vset::clearJournal();
-        vset::inject({"HW_EXTIN_Open", 9});
-        const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_inpsrc_set_adc_phase(1, 2, 2, 2), -1); });
-        EXPECT_THAT(strLog, HasSubstr("\033[31m Error 0x: failed to HW_EXTIN_Open!\033[m\n\n"));
-        if (bStale) {
-            EXPECT_THAT(strLog, HasSubstr("Error 0x7: failed to set ADC phase!\033[m\n\n"));
-            EXPECT_THAT(strLog, HasSubstr(kFinished));
-        } else if (strLog.find("failed to set ADC phase") == std::string::npos) {
-            EXPECT_THAT(strLog, HasSubstr("[E] <a_vextvfapi_inpsrc_set_adc_phase> Get YPbPr handle failed!\n"));
-            EXPECT_THAT(strLog, Not(HasSubstr("Finished!!!")));
-        }
-    }
+// Returns the log of a call that finds no handle and cannot open one.
+std::string logWithoutHandle() {
+    vset::inject({"HW_EXTIN_Open", 9});
+    const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_inpsrc_set_adc_phase(1, 2, 2, 2), -1); });
+    EXPECT_THAT(strLog, HasSubstr("\033[31m Error 0x: failed to HW_EXTIN_Open!\033[m\n\n"));
+    return strLog;
+}
+
+TEST_F(Adc, WithoutAHandleItStopsOrGoesOnWithAnOldOne) {
+    inFreshProcess([] {
+        EXPECT_THAT(logWithoutHandle(),
+                    AllOf(HasSubstr("[E] <a_vextvfapi_inpsrc_set_adc_phase> Get YPbPr handle failed!\n"),
+                          Not(HasSubstr("Finished!!!"))));
+    });
+    ASSERT_EQ(a_vextvfapi_inpsrc_set_adc_phase(1, 1, 1, 1), 0);
+    EXPECT_THAT(logWithoutHandle(),
+                AllOf(HasSubstr("Error 0x7: failed to set ADC phase!\033[m\n\n"), HasSubstr(kFinished)));
     EXPECT_EQ(vset::extin::calibration(kYpbpr.u32Type, 0).stPhase.u32Red, 1u);
 }
 

@@ -6,8 +6,8 @@
 #include "a_vextvfapi_inpsrc.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/disp.h"
 #include "vset/extin.h"
 #include "vset/tuner.h"
@@ -18,20 +18,9 @@ using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-class Inputs : public test::SetTest {
+class Inputs : public test::DisplayTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
-        a_vextvfapi_disp_switch_window(0);
-        vset::clearJournal();
-    }
-
-    void TearDown() override {
-        a_vextvfapi_disp_switch_window(0);
-        SetTest::TearDown();
-    }
+    Inputs() : DisplayTest(a_vextvfapi_inpsrc_init) {}
 
     // Only an external input on screen.
     static void show(std::uint32_t u32Type, std::uint32_t u32Index, unsigned int u32Window = 0) {
@@ -228,6 +217,7 @@ TEST_F(Inputs, ReadsTheDecodersSignal) {
 }
 
 TEST_F(Inputs, SetsDecoderParameters) {
+    leavesOpen("HW_EXTIN");
     unsigned int u32Value = 0;
     for (const unsigned int u32Type : {1u, 16u}) {
         EXPECT_EQ(a_vextvfapi_inpsrc_set_factory_vd_para(u32Type, 0x80000000 + u32Type), 0);
@@ -266,6 +256,7 @@ TEST_F(Inputs, SetsDecoderParameters) {
 }
 
 TEST_F(Inputs, InitialisesTheTunersIntermediateFrequency) {
+    leavesOpen("HW_TUNER");
     EXPECT_EQ(a_vextvfapi_inpsrc_vif_init(), 0);
     EXPECT_EQ(vset::tuner::slot(0).u64VifInits, 1u);
     struct Row {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The bench tool before inputs and picture settings: gamma curves as people write them, wrong words, the shipped plan
-// and the data that it keeps, what a person plugs in and looks at.
+// and the data that it keeps, what a person plugs in and sees.
 #include <cmath>
 
 #include <gmock/gmock.h>
@@ -124,7 +124,7 @@ TEST(InputWords, WrongArgumentsAreNamedBeforeAnythingIsCalled) {
     for (const auto& row : rows) {
         EXPECT_THAT(lineError(row.strLine), HasSubstr(row.pszError)) << row.strLine;
     }
-    // What the operation itself is to refuse, or does not read.
+    // Values that the operation itself refuses or does not read.
     for (const char* pszLine : {"disp_set_picture_param_struct 5 text:", "disp_set_picture_param_struct 27 text:x 0",
                                 "inpsrc_get_adc_phase 4000000000", "disp_get_pq_version 9 9 0"}) {
         EXPECT_EQ(lineError(pszLine), "") << pszLine;
@@ -261,7 +261,7 @@ step s
     EXPECT_EQ(std::count(strError.begin(), strError.end(), '\n'), static_cast<long>(std::size(problems))) << strError;
 }
 
-// What the shipped plan does not come by.
+// Actions that the shipped plan does not use.
 TEST_F(InputsCli, WhatAPersonDoesToInputsAndPanel) {
     verdicts(R"(
 step "inputs"
@@ -324,6 +324,11 @@ step "picture and panel"
     expect status failed
 )");
     EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput;
+    // Calibration stays in the set's folder, and needs no session.
+    EXPECT_EQ(fapiJson({"set", "calibration", "ypbpr"})["outputs"]["green_offset"], 128);
+}
+
+TEST_F(InputsCli, AnActionOnAMissingPartIsRefused) {
     const char* const rows[][2] = {
         {"set unplug vga 0", "nothing is plugged in"},
         {"set needed ypbpr 0 1 2 3 4 5 6", "nothing is plugged into YPbPr 0"},
@@ -337,8 +342,6 @@ step "picture and panel"
         EXPECT_EQ(result.s32Exit, 1) << row[0];
         EXPECT_THAT(result.strOutput, HasSubstr(row[1])) << row[0];
     }
-    // Calibration stays in the set's folder, and needs no session.
-    EXPECT_EQ(fapiJson({"set", "calibration", "ypbpr"})["outputs"]["green_offset"], 128);
 }
 
 }  // namespace

@@ -19,12 +19,17 @@ int onEvent(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
     return 7;
 }
 
-// The virtual set behind a loaded library is the one that the environment names.
+// A loaded library stays in the process, with the virtual set that the environment has named first.
+struct Folder {
+    std::string strPath = ::testing::TempDir() + "/load-XXXXXX";
+    Folder() { setenv("VSET_DIR", mkdtemp(strPath.data()), 1); }
+    ~Folder() { std::filesystem::remove_all(strPath); }
+};
+
 class LoadTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NE(mkdtemp(_folder.data()), nullptr);
-        setenv("VSET_DIR", _folder.c_str(), 1);
+        static const Folder folder;
         _library = dlopen(FAPI_LIBRARY, RTLD_NOW);
         ASSERT_NE(_library, nullptr) << dlerror();
     }
@@ -32,10 +37,8 @@ protected:
         if (_library != nullptr) {
             dlclose(_library);
         }
-        std::filesystem::remove_all(_folder);
     }
 
-    std::string _folder = ::testing::TempDir() + "/load-XXXXXX";
     void* _library = nullptr;
 };
 
@@ -60,6 +63,7 @@ TEST_F(LoadTest, AnOperationOfEachModuleAnswers) {
 
     ASSERT_EQ(operations.a_vextvfapi_net_init(), 0);
     EXPECT_EQ(operations.a_vextvfapi_net_open("eth0"), 0);
+    EXPECT_EQ(operations.a_vextvfapi_net_close(), 0);
     ASSERT_EQ(operations.a_vextvfapi_prphrl_init(), 0);
     EXPECT_EQ(operations.a_vextvfapi_prphrl_control_gpio(12, 1), 0);
     ASSERT_EQ(operations.a_vextvfapi_aud_init(), 0);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The cut of the standard factory link's bytes into messages, without a tty.
-#include "fapi_message_framer.h"
+#include "base/fapi_message_framer.h"
 
 #include <atomic>
 #include <random>

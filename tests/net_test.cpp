@@ -6,8 +6,8 @@
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_sys.h"
 #include "hw3/hw_net.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/net.h"
 
 namespace {
@@ -23,14 +23,9 @@ int setMac(std::string strMac) {
     return a_vextvfapi_net_set_mac(reinterpret_cast<unsigned int*>(strMac.data()));
 }
 
-class Net : public test::SetTest {
+class Net : public test::LibraryTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-        ASSERT_EQ(a_vextvfapi_net_init(), 0);
-        vset::clearJournal();
-    }
+    Net() : LibraryTest(a_vextvfapi_net_init) {}
     static Interface interface(std::size_t index) { return vset::net::interfaces().at(index); }
 };
 
@@ -83,14 +78,18 @@ TEST_F(Net, RefusesWhatIsNotThere) {
                       HasSubstr("updown():  down\n\n"), HasSubstr("no Interface was set!\n\n")));
     EXPECT_THAT(calls(), ::testing::Not(::testing::Contains(HasSubstr("HW_NET"))));
     EXPECT_EQ(a_vextvfapi_net_close(), 255) << "nothing is open";
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_set_interface_updown("wlan9", true), -1); }),
-                AllOf(HasSubstr("No wlan9 device found!\n\n"), HasSubstr("_a_vextvfapi_net_open() failed!\n\n")));
-    vset::net::setInterfaces({{"lo"}});
-    EXPECT_EQ(setMac("02:AB:00:11:22:33"), -1) << "no eth0";
+}
+
+TEST_F(Net, AnUnknownNameBeforeAnyOtherIsRefused) {
+    inFreshProcess([] {
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_set_interface_updown("wlan9", true), -1); }),
+                    AllOf(HasSubstr("No wlan9 device found!\n\n"), HasSubstr("_a_vextvfapi_net_open() failed!\n\n")));
+        vset::net::setInterfaces({{"lo"}});
+        EXPECT_EQ(setMac("02:AB:00:11:22:33"), -1) << "no eth0";
+    });
 }
 
 TEST_F(Net, AnUnknownNameOpensWhatWasSelectedBefore) {
-    EXPECT_EQ(a_vextvfapi_net_open("wlan9"), 255);
     EXPECT_EQ(a_vextvfapi_net_set_interface_updown("eth0", false), 0);
     EXPECT_FALSE(interface(1).bUp);
     EXPECT_EQ(a_vextvfapi_net_set_interface_updown("wlan9", true), 0);
@@ -104,7 +103,7 @@ TEST_F(Net, TakesTheLastOfEqualNamesAndNamesWithoutAnEnd) {
     vset::net::setInterfaces({{"eth0"}, {"lo"}, {"eth0"}, {"sixteen-letters!"}});
     EXPECT_EQ(a_vextvfapi_net_open("eth0"), 0);
     EXPECT_EQ(a_vextvfapi_net_close(), 0);
-    // What stands at the place of the second one now is opened in its stead.
+    // The interface that is now at that index is opened.
     vset::net::setInterfaces({{"lo"}, {"a"}, {"b"}, {"sixteen-letters!"}});
     EXPECT_EQ(a_vextvfapi_net_open("wlan9"), 0);
     EXPECT_EQ(vset::journal().back().strArguments, "name=\"b\"");
@@ -112,7 +111,8 @@ TEST_F(Net, TakesTheLastOfEqualNamesAndNamesWithoutAnEnd) {
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_open("sixteen-letters!"), 0); }),
                 HasSubstr("Interface[3] is sixteen-letters!!\n\n"));
     EXPECT_EQ(a_vextvfapi_net_close(), 0);
-    EXPECT_EQ(a_vextvfapi_net_open("sixteen-letters!x"), 0) << "unknown, so the one of before";
+    EXPECT_EQ(a_vextvfapi_net_open("sixteen-letters!x"), 0) << "unknown, so the last that was found";
+    EXPECT_EQ(a_vextvfapi_net_close(), 0);
 }
 
 TEST_F(Net, AChipThatReportsTooManyIsBelievedTwenty) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the bench tool prints, as its readers get it: people at terminals of all kinds, pipes, programs, and nobody.
+// The bench tool's output at terminals of all kinds, in pipes, and without a reader.
 #include <algorithm>
 #include <sstream>
 
@@ -251,7 +251,7 @@ TEST_F(OutputCli, LargeValuesAreBounded) {
     const test::ProcessResult result = shell("$FAPI $PLAN");
     EXPECT_EQ(result.s32Exit, 1);
     EXPECT_LT(result.strOutput.size(), kMuch);
-    EXPECT_THAT(result.strOutput, HasSubstr("(5000")) << "the size of the whole is told";
+    EXPECT_THAT(result.strOutput, HasSubstr("(5000")) << "the full size is given";
     for (const char* pszEnding : {".xml", ".json", ".html"}) {
         EXPECT_LT(readFile(reportFile(pszEnding)).size(), 5 * kMuch) << pszEnding;
     }

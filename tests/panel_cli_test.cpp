@@ -99,7 +99,7 @@ TEST(Preview, ShowsTwoPixelsInACharacter) {
               "\033[38;2;255;0;0;48;2;0;0;255m\u2580\033[38;2;255;0;0;48;2;0;0;128m\u2580\033[0m\n");
     EXPECT_EQ(tool::previewText(picture, 1, 24), "\033[38;2;255;0;0;48;2;0;0;191m\u2580\033[0m\n") << "averages";
     EXPECT_EQ(tool::previewText({}, 80, 24), "there is no picture\n");
-    // Neither limit is exceeded, whatever the proportions.
+    // Neither limit is exceeded.
     for (const auto& [u32Width, u32Height] : {std::pair{3000u, 1u}, {1u, 3000u}, {1920u, 1080u}, {1u, 1u}}) {
         const vset::Picture flat = {u32Width, u32Height, std::vector<std::uint32_t>(u32Width * u32Height, kRed)};
         const std::string strText = tool::previewText(flat, 80, 24);
@@ -333,7 +333,7 @@ step wrong
     EXPECT_EQ(json["steps"][1]["pictures"][0]["name"], "third");
     EXPECT_EQ(readFile(stick("plan")), readFile(folder() + "/test.plan"));
 
-    // Of a second run, at once, the pictures have other names; without a report nothing is written.
+    // A second run names its pictures differently; without a report nothing is written.
     const auto files = [&] {
         const std::filesystem::directory_iterator all(reports());
         return std::count_if(begin(all), end(all), [](const std::filesystem::directory_entry& entry) {
@@ -347,7 +347,7 @@ step wrong
     EXPECT_EQ(files(), 2 * before);
 }
 
-// What the shipped plan does not come by.
+// Actions that the shipped plan does not use.
 TEST_F(PanelCli, WhatAPersonDoesToTheDisplay) {
     const auto steps = verdicts(R"(
 step "who has what"

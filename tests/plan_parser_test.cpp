@@ -211,7 +211,7 @@ TEST(PlanParser, TellsTheColumn) {
     }
 }
 
-// What has been called before counts until a power cycle; what holds variables is not known.
+// Earlier calls count until a power cycle; words with variables are not known.
 TEST(PlanParser, WarnsOfWhatIsNotAsItLooks) {
     std::vector<tool::Problem> problems;
     const tool::Plan plan = tool::parsePlan(

@@ -12,34 +12,24 @@
 #include <pugixml.hpp>
 
 #include "support/plan_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Pair;
+using namespace std::chrono_literals;
 
 class PlanRun : public test::PlanTest {
 protected:
-    // A set with an operation that does not come back: nobody writes to the pipe.
+    // Makes a set with an operation that does not return: the pipe has no writer.
     void makeSetWithPipe() {
         std::filesystem::remove_all(set());
         ASSERT_EQ(fapi({"set", "create"}).s32Exit, 0);
         ASSERT_EQ(mkfifo(pipeFile().c_str(), 0600), 0);
     }
     std::string pipeFile() const { return set() + "/tree/mnt/usb/pipe"; }
-
-    // Whether the condition comes true within a minute.
-    template <class Condition>
-    static bool comesTrue(Condition&& condition) {
-        for (int i = 0; i < 3000; ++i) {
-            if (condition()) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return false;
-    }
 };
 
 TEST_F(PlanRun, TheShippedPlansPass) {
@@ -262,9 +252,10 @@ TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
         SCOPED_TRACE(strPowerCycle);
         makeSetWithPipe();
         std::thread killer([this] {
-            // The pipe can be opened for writing while somebody reads it.
+            // The pipe can be opened for writing only while it has a reader.
             int s32Pipe = -1;
-            EXPECT_TRUE(comesTrue([&] { return (s32Pipe = open(pipeFile().c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }));
+            EXPECT_TRUE(test::eventually(
+                [&] { return (s32Pipe = open(pipeFile().c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }, 60s));
             kill(static_cast<pid_t>(std::stol(readFile(set() + "/lock"))), SIGKILL);
             close(s32Pipe);
         });
@@ -284,10 +275,10 @@ TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
     }
 }
 
-// The set is damaged while a step runs, and cannot be had any more after its power cycle.
+// The set is damaged while a step runs, and cannot be switched on again after its power cycle.
 TEST_F(PlanRun, ASetThatIsLostEndsThePlan) {
     std::thread vandal([this] {
-        EXPECT_TRUE(comesTrue([&] { return std::filesystem::exists(set() + "/tree/data/ready"); }));
+        EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(set() + "/tree/data/ready"); }, 60s));
         writeFile("set/set.json", "{");
         writeFile("set/tree/data/go", "");
     });
@@ -305,7 +296,7 @@ TEST_F(PlanRun, ASetThatIsLostEndsThePlan) {
     EXPECT_THAT(_result.strError, HasSubstr("set.json: is not a JSON object"));
 }
 
-TEST_F(PlanRun, CtrlC) {
+TEST_F(PlanRun, CtrlCEndsTheStepAndRunsTheTeardown) {
     const struct {
         const char* name;
         const char* plan;

@@ -4,8 +4,8 @@
 
 #include "hw3/hw_extin.h"
 #include "support/log_capture.h"
+#include "support/peripheral_fixture.h"
 #include "support/refusals.h"
-#include "support/serial_fixture.h"
 #include "vset/cec.h"
 #include "vset/extin.h"
 #include "vset/pwm.h"
@@ -21,7 +21,7 @@ using ::testing::Not;
 
 using Edid = fapi_core::VexTvFApiHDMI_EDID_Data_t;
 
-class Hdmi : public test::SerialTest {
+class Hdmi : public test::PeripheralTest {
 protected:
     static Edid untouched() {
         Edid stEdid;
@@ -47,9 +47,8 @@ TEST_F(Hdmi, ThePortShowsTheVersionThatWasChosen) {
         Edid stEdid = untouched();
         EXPECT_EQ(a_vextvfapi_prphrl_get_hdmi_edid_data(3, &stEdid), 0);
         EXPECT_EQ(bytesOf(stEdid), vset::extin::edid(3, static_cast<unsigned int>(stRow.s8Got)));
-        EXPECT_EQ(stEdid.au8Data[stEdid.u32Size], '#') << "what is behind the EDID stays";
+        EXPECT_EQ(stEdid.au8Data[stEdid.u32Size], '#') << "what follows the EDID stays";
     }
-    EXPECT_THAT(opened(), IsEmpty());
 }
 
 TEST_F(Hdmi, TakesEdidsOfUpTo512Bytes) {
@@ -118,23 +117,22 @@ TEST_F(Hdmi, DrivesTheHotPlugLine) {
     EXPECT_EQ(vset::extin::hdmi(2).u8HotPlug, 0);
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(2, 1), 0);
     EXPECT_EQ(vset::extin::hdmi(2).u8HotPlug, 1);
-    EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(4, 1), -2)
-        << "the port behind the last one is refused by the handle step";
+    EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(4, 1), -2) << "the port after the last one is refused by the handle step";
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(5, 1), -1);
     EXPECT_EQ(_a_vextvfapi_prphrl_set_hdmi_hpd(0, 0, 1), -2);
     EXPECT_EQ(_a_vextvfapi_prphrl_set_hdmi_hpd(1, 0, 1), -1) << "no handle at all";
     vset::inject({"HW_EXTIN_SetAttr"});
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(2, 0), -1);
-    EXPECT_THAT(opened(), IsEmpty());
 
-    // One that the player has is used and stays open.
+    // A port that the player has open is used and stays open.
     vset::extin::hold(E_HW_EXTIN_TYPE_HDMI, 0);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(0, 0), 0); }),
                 HasSubstr(">  Get HDMI Device:0 \n\n"));
     EXPECT_EQ(opened().size(), 1u);
 }
 
-TEST_F(Hdmi, TellsWhoIsToClose) {
+TEST_F(Hdmi, ReportsWhetherTheCallerMustClose) {
+    leavesOpen("HW_EXTIN");
     int s32Handle = 5;
     unsigned char u8Opened = 9;
     EXPECT_EQ(_a_vextvfapi_prphrl_get_hdmi_handle(4, s32Handle, u8Opened), -2);
@@ -150,7 +148,7 @@ TEST_F(Hdmi, TellsWhoIsToClose) {
 
 // --- CEC and eARC ----------------------------------------------------------------------------------------------------
 
-class Cec : public test::SerialTest {};
+class Cec : public test::PeripheralTest {};
 
 TEST_F(Cec, IsSwitchedAndAsked) {
     signed char s8Status = 99;
@@ -166,7 +164,6 @@ TEST_F(Cec, IsSwitchedAndAsked) {
     EXPECT_EQ(s32Earc, -70000);
     EXPECT_EQ(a_vextvfapi_prphrl_get_cec_status(nullptr), -1);
     EXPECT_EQ(a_vextvfapi_prphrl_get_earc_status(nullptr), -1);
-    EXPECT_THAT(opened(), IsEmpty());
     vset::cec::hold();
     vset::clearJournal();
     EXPECT_EQ(a_vextvfapi_prphrl_enable_cec(1), 0);
@@ -216,7 +213,7 @@ TEST_F(Cec, EveryStepMayFail) {
 
 // --- PWM -------------------------------------------------------------------------------------------------------------
 
-class Pwm : public test::SerialTest {
+class Pwm : public test::PeripheralTest {
 protected:
     static int set(unsigned int u32Attr, unsigned int u32Channel, unsigned int u32Value) {
         return a_vextvfapi_prphrl_pwm_set_attr(static_cast<fapi_core::VexTvFApiPwmAttr>(u32Attr),
@@ -245,10 +242,10 @@ TEST_F(Pwm, EveryChannelAndAttributeIsItsOwn) {
         }
     }
     EXPECT_EQ(vset::pwm::value(9, 0), 0u);
-    EXPECT_THAT(opened(), IsEmpty());
 }
 
 TEST_F(Pwm, RefusesWhatIsNotThere) {
+    leavesOpen("HW_PWM");
     unsigned int u32Value = 77;
     vset::clearJournal();
     for (const unsigned int u32Wrong : {18u, 19u, 0xFFFFFFFFu}) {

@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "support/log_capture.h"
+#include "support/peripheral_fixture.h"
 #include "support/refusals.h"
-#include "support/serial_fixture.h"
 #include "vset/iic.h"
 
 namespace {
@@ -34,32 +34,42 @@ int writeBus(const std::string& strBytes, unsigned short slave = kEeprom) {
                                            exact.data());
 }
 
-class Iic : public test::SerialTest {};
+class Iic : public test::PeripheralTest {
+protected:
+    // A transfer leaves its bus open.
+    void TearDown() override {
+        vset::clearFaults();
+        for (const int s32Bus : {0, 1, 2}) {
+            EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(s32Bus), 0);
+        }
+        PeripheralTest::TearDown();
+    }
+};
 
 TEST_F(Iic, WhatIsWrittenIsRead) {
-    std::string strRead;
-    const std::string strLog = test::logOf([&] {
-        EXPECT_EQ(writeBus("abc"), 0);
-        EXPECT_EQ(readBus(3, strRead, kEeprom, 2), 0);
-    });
-    EXPECT_EQ(strRead, "abc");
-    EXPECT_EQ(vset::iic::memory(0, 0xA0, 0x10, 4), "abc\xFF");
-    EXPECT_THAT(strLog, AllOf(HasSubstr("[write_to_iic] stWriteData.u16BusNumSlaveId  = 0xa0\n\n"),
-                              HasSubstr("[write_to_iic] stWriteParams.stWriteData.pu8Buf[2] = 0x63\n\n"),
-                              HasSubstr("[write_to_iic] Initial handle 0 \n\n"),
-                              HasSubstr("[I] <a_vextvfapi_prphrl_write_to_iic> [write_to_iic] eErrCode 0\n\n"),
-                              HasSubstr("[read_from_iic] stReadParams.eReadMode         = 2\n\n"),
-                              HasSubstr("[read_from_iic] IIC Return Read data = 0x63\n\n")));
-    ASSERT_EQ(vset::iic::transfers().size(), 2u);
-    EXPECT_EQ(vset::iic::transfers()[0].strAddress, "\x10");
+    inFreshProcess([&] {
+        std::string strRead;
+        const std::string strLog = test::logOf([&] {
+            EXPECT_EQ(writeBus("abc"), 0);
+            EXPECT_EQ(readBus(3, strRead, kEeprom, 2), 0);
+        });
+        EXPECT_EQ(strRead, "abc");
+        EXPECT_EQ(vset::iic::memory(0, 0xA0, 0x10, 4), "abc\xFF");
+        EXPECT_THAT(strLog, AllOf(HasSubstr("[write_to_iic] stWriteData.u16BusNumSlaveId  = 0xa0\n\n"),
+                                  HasSubstr("[write_to_iic] stWriteParams.stWriteData.pu8Buf[2] = 0x63\n\n"),
+                                  HasSubstr("[write_to_iic] Initial handle 0 \n\n"),
+                                  HasSubstr("[I] <a_vextvfapi_prphrl_write_to_iic> [write_to_iic] eErrCode 0\n\n"),
+                                  HasSubstr("[read_from_iic] stReadParams.eReadMode         = 2\n\n"),
+                                  HasSubstr("[read_from_iic] IIC Return Read data = 0x63\n\n")));
+        ASSERT_EQ(vset::iic::transfers().size(), 2u);
+        EXPECT_EQ(vset::iic::transfers()[0].strAddress, "\x10");
 
-    std::string strAll;
-    EXPECT_EQ(readBus(0xFFFF, strAll), 0);
-    EXPECT_EQ(strAll.substr(0, 3), "abc");
-    EXPECT_EQ(a_vextvfapi_prphrl_read_from_iic(0, 0, kEeprom, 0, nullptr, 0, nullptr), 0);
-    EXPECT_EQ(a_vextvfapi_prphrl_write_to_iic(0, kEeprom, 0, nullptr, 0, nullptr), 0);
-    EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(0), 0);
-    EXPECT_THAT(opened(), IsEmpty()) << "a transfer leaves the bus open, disabling closes it";
+        std::string strAll;
+        EXPECT_EQ(readBus(0xFFFF, strAll), 0);
+        EXPECT_EQ(strAll.substr(0, 3), "abc");
+        EXPECT_EQ(a_vextvfapi_prphrl_read_from_iic(0, 0, kEeprom, 0, nullptr, 0, nullptr), 0);
+        EXPECT_EQ(a_vextvfapi_prphrl_write_to_iic(0, kEeprom, 0, nullptr, 0, nullptr), 0);
+    });
 }
 
 TEST_F(Iic, RefusesWhatItCannotTransfer) {
@@ -82,7 +92,7 @@ TEST_F(Iic, RefusesWhatItCannotTransfer) {
 
 TEST_F(Iic, AFailedTransferLeavesTheOutputAlone) {
     std::string strOut;
-    EXPECT_EQ(readBus(2, strOut, 0x00B0), -1) << "nobody is there";
+    EXPECT_EQ(readBus(2, strOut, 0x00B0), -1) << "no such device";
     EXPECT_EQ(strOut, "##");
     EXPECT_EQ(writeBus("ab", 0x00B0), -1);
     EXPECT_EQ(a_vextvfapi_prphrl_read_from_iic(8, 0, kEeprom, 0, nullptr, 0, nullptr), -1) << "no such bus";
@@ -100,12 +110,12 @@ TEST_F(Iic, AFailedTransferLeavesTheOutputAlone) {
 }
 
 TEST_F(Iic, ClosesOnlyWhatItOpened) {
+    leavesOpen("HW_IIC");
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0) << "it is open already";
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(1), 0);
     EXPECT_THAT(opened(), IsEmpty());
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(1), 0) << "one that is not open is opened and closed";
-    EXPECT_THAT(opened(), IsEmpty());
     vset::iic::hold(2);
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(2), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(2), 0);
@@ -119,7 +129,7 @@ TEST_F(Iic, ClosesOnlyWhatItOpened) {
                 HasSubstr("[disable_iic] Close iic fail\n\n"));
 }
 
-TEST_F(Iic, TellsWhereADeviceIs) {
+TEST_F(Iic, ReportsWhereADeviceIs) {
     unsigned short u16Slave = 0xEEEE;
     const std::string strLog =
         test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 0, &u16Slave), 0); });
@@ -128,12 +138,10 @@ TEST_F(Iic, TellsWhereADeviceIs) {
                               HasSubstr("[DeviceId: 1] stIicDevice.u16BusNumSlaveId = 0x194\n\n"),
                               HasSubstr(red("pu16SlaveId:404"))));
     EXPECT_EQ(vset::iic::debugLevel(), 0x40u);
-    EXPECT_THAT(opened(), IsEmpty());
 
     EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(999, 0, &u16Slave), -1);
     EXPECT_EQ(u16Slave, 0) << "an unknown device has none";
     EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 0, nullptr), -1);
-    EXPECT_THAT(opened(), IsEmpty());
     u16Slave = 0xEEEE;
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 9, &u16Slave), 0); }),
                 HasSubstr(red("Error 0x3: failed to HW_IIC_Open!")));
@@ -141,7 +149,7 @@ TEST_F(Iic, TellsWhereADeviceIs) {
     vset::inject({"HW_IIC_Close", HW_ERR_BUSY});
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 0, &u16Slave), -1); }),
                 HasSubstr(red("Error 0xf: failed to HW_IIC_Close!")));
-    vset::powerCycle();
+    leavesOpen("HW_IIC");
 }
 
 TEST_F(Iic, FindsAnOpenBusUnderItsDevicePort) {

@@ -5,8 +5,8 @@
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
 #include "hw3/hw_extin.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/extin.h"
 
 namespace {
@@ -14,14 +14,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-class PrphrlInit : public test::SetTest {
-protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-        vset::clearJournal();
-    }
-};
+class PrphrlInit : public test::LibraryTest {};
 
 TEST_F(PrphrlInit, BringsUpTheFamiliesInOrder) {
     EXPECT_EQ(a_vextvfapi_prphrl_init(), 0);

@@ -2,23 +2,24 @@
 // The LED ring.
 #include <gmock/gmock.h>
 
+#include "support/descriptors.h"
 #include "support/log_capture.h"
-#include "support/serial_fixture.h"
+#include "support/peripheral_fixture.h"
 #include "vset/pm.h"
 
 namespace {
 
 using ::testing::AllOf;
-using ::testing::Each;
+using ::testing::Gt;
 using ::testing::HasSubstr;
-using ::testing::Not;
-using namespace std::chrono_literals;
+using ::testing::IsEmpty;
+using ::testing::Lt;
 
 constexpr unsigned int kCycle = 0;
 constexpr unsigned int kWhite = 1;
 constexpr unsigned int kOff = 2;
 
-// 0xRRGGBB when all four show the same, else -1.
+// Returns 0xRRGGBB when all four show the same, else -1.
 int colourOf(const vset::pm::LedRing& ring) {
     int s32Colour = -2;
     for (const vset::pm::Led& led : ring) {
@@ -36,60 +37,48 @@ std::vector<int> colours() {
     return colours;
 }
 
-class Leds : public test::SerialTest {
-protected:
-    static std::size_t count(const std::string& strCall) {
-        const std::vector<std::string> made = calls();
-        return static_cast<std::size_t>(std::count(made.begin(), made.end(), strCall));
-    }
-};
+class Leds : public test::PeripheralTest {};
 
-TEST_F(Leds, White) {
+TEST_F(Leds, WhiteComesAfterASecondAndStaysForTwo) {
     const std::string log = test::logOf([] {
         const double seconds = test::secondsOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kWhite), 0); });
         EXPECT_GT(seconds, 2.9);
-        EXPECT_LT(seconds, 3.9);
+        EXPECT_LT(seconds, test::patient(6));
     });
     EXPECT_EQ(colourOf(vset::pm::leds()), 0xFFFFFF);
-    EXPECT_THAT(
-        log,
-        AllOf(HasSubstr("[D] <a_vextvfapi_prphrl_set_mic_led> a_vextvfapi_prphrl_set_mic_led\n\n"),
-              HasSubstr("[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_GetHandle() fail\n\n"),
-              HasSubstr(
-                  "[D] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success\n\n"),
-              HasSubstr("[D] <a_vextvfapi_prphrl_set_mic_led> PM close handle\n\n")));
-    EXPECT_TRUE(opened().empty());
-
+    for (const char* pszText :
+         {"[D] <a_vextvfapi_prphrl_set_mic_led> a_vextvfapi_prphrl_set_mic_led\n\n",
+          "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_GetHandle() fail\n\n",
+          "[D] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success\n\n",
+          "[D] <a_vextvfapi_prphrl_set_mic_led> PM close handle\n\n"}) {
+        EXPECT_THAT(log, HasSubstr(pszText));
+    }
     EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
     EXPECT_EQ(colourOf(vset::pm::leds()), 0xFFFFFF) << "off writes no colour";
-    EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(3), -1);
-    EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(~0u), -1);
-    EXPECT_TRUE(opened().empty());
-    EXPECT_EQ(count("HW_PM_Open"), count("HW_PM_Close"));
 }
 
-TEST_F(Leds, WhatFails) {
-    struct Failure {
-        std::vector<const char*> calls;
-        const char* log;
-    };
-    for (const Failure& failure :
-         {Failure{{"HW_PM_Init"}, "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Init failed \n\n"},
-          Failure{{"HW_PM_Open"}, "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Open() fail\n\n"},
-          Failure{{"HW_PM_SetAttr"},
-                  "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail\n\n"}}) {
-        for (const char* pszCall : failure.calls) {
-            vset::inject({pszCall, 0xC});
-        }
-        int status = 0;
-        EXPECT_THAT(test::logOf([&] { status = a_vextvfapi_prphrl_set_mic_led(kWhite); }), HasSubstr(failure.log));
-        EXPECT_EQ(status, -1);
-        EXPECT_TRUE(opened().empty());
+TEST_F(Leds, AnUnknownModeOpensAndCloses) {
+    for (const unsigned int u32Mode : {3u, ~0u}) {
+        EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(u32Mode), -1);
     }
-    EXPECT_TRUE(vset::pm::ledHistory().empty());
+    EXPECT_EQ(count("HW_PM_Open"), 2u);
 }
 
-// Somebody else's handle is used and left alone.
+TEST_F(Leds, AFailedCallShowsNothing) {
+    for (const auto& [pszCall, pszLog] :
+         {std::pair{"HW_PM_Init", "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Init failed \n\n"},
+          std::pair{"HW_PM_Open", "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Open() fail\n\n"},
+          std::pair{
+              "HW_PM_SetAttr",
+              "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail\n\n"}}) {
+        vset::inject({pszCall, 0xC});
+        int status = 0;
+        EXPECT_THAT(test::logOf([&] { status = a_vextvfapi_prphrl_set_mic_led(kWhite); }), HasSubstr(pszLog));
+        EXPECT_EQ(status, -1);
+    }
+    EXPECT_THAT(vset::pm::ledHistory(), IsEmpty());
+}
+
 TEST_F(Leds, AFoundHandleIsNotClosed) {
     vset::pm::hold();
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0); }),
@@ -97,43 +86,47 @@ TEST_F(Leds, AFoundHandleIsNotClosed) {
                       HasSubstr("HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n")));
     EXPECT_EQ(count("HW_PM_Open") + count("HW_PM_Close"), 0u);
     EXPECT_EQ(opened().size(), 1u);
-    vset::pm::release();
 }
 
-TEST_F(Leds, ACycleRunsToItsEnd) {
+// Waits until the thread of a cycle has ended.
+bool ends(int s32Threads) {
+    return test::eventually([&] { return test::threads() == s32Threads; });
+}
+
+TEST_F(Leds, ACycleWithoutItsHandleRunsToItsEnd) {
     SKIP_UNDER_EMULATION();
-    const std::string log = test::logOf([] {
+    const int s32Threads = test::threads();
+    const std::string log = test::logOf([&] {
         ASSERT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), 0);
-        std::this_thread::sleep_for(500ms);
-        // Closes the handle that the cycle uses, whose further steps fail.
+        EXPECT_TRUE(test::eventually([] { return colours().size() == 1; }));
+        // Closes the handle that the cycle uses, after a second of four; the cycle's further steps fail.
         EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
-        std::this_thread::sleep_for(3500ms);
+        EXPECT_TRUE(ends(s32Threads));
     });
-    EXPECT_THAT(colours(), testing::ElementsAre(0xFF0000, 0x00FF00));
+    EXPECT_EQ(colours().at(0), 0xFF0000);
     for (const char* text :
-         {"SET_LED_CONTROL_RED success\n\n", "SET_LED_CONTROL_GREEN success\n\n", "SET_LED_CONTROL_BLUE fail\n\n",
-          "SET_LED_CONTROL_BLACK fail\n\n", "Stop StdFactoryledMonitor Task\n\n"}) {
+         {"SET_LED_CONTROL_RED success\n\n", " SET_LED_CONTROL_BLACK fail\n\n", "Stop StdFactoryledMonitor Task\n\n"}) {
         EXPECT_THAT(log, HasSubstr(text));
     }
     EXPECT_EQ(count("HW_PM_Close"), 1u) << "exactly one of the two closes";
-    EXPECT_TRUE(opened().empty());
 }
 
 TEST_F(Leds, ACycleGoesOnUntilItIsStopped) {
     SKIP_UNDER_EMULATION();
+    const int s32Threads = test::threads();
     vset::pm::hold();
     ASSERT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), 0);
-    std::this_thread::sleep_for(4500ms);
+    ASSERT_TRUE(test::eventually([] { return colours().size() == 5; }));
     EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
-    std::this_thread::sleep_for(3500ms);
-    const std::vector<vset::pm::LedChange> history = vset::pm::ledHistory();
+    EXPECT_TRUE(ends(s32Threads));
     EXPECT_THAT(colours(), testing::ElementsAre(0xFF0000, 0x00FF00, 0x0000FF, 0, 0xFF0000, 0x00FF00, 0x0000FF, 0));
+    const std::vector<vset::pm::LedChange> history = vset::pm::ledHistory();
+    std::vector<double> seconds;
     for (std::size_t i = 1; i < history.size(); ++i) {
-        const double seconds = std::chrono::duration<double>(history[i].time - history[i - 1].time).count();
-        EXPECT_GT(seconds, 0.9);
-        EXPECT_LT(seconds, 1.5);
+        seconds.push_back(std::chrono::duration<double>(history[i].time - history[i - 1].time).count());
     }
-    vset::pm::release();
+    // A busy machine lengthens some steps, hardly all of them.
+    EXPECT_THAT(*std::min_element(seconds.begin(), seconds.end()), AllOf(Gt(0.9), Lt(test::patient(1.9))));
 }
 
 }  // namespace

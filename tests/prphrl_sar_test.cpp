@@ -8,8 +8,8 @@
 #include <gmock/gmock.h>
 
 #include "support/log_capture.h"
+#include "support/peripheral_fixture.h"
 #include "support/refusals.h"
-#include "support/serial_fixture.h"
 #include "vset/sar.h"
 
 namespace {
@@ -40,7 +40,14 @@ struct BoardIni {
     }
 };
 
-class Keypad : public test::SerialTest {
+// The module keeps the converter and the keypad open. Once it has read a converter, starting the keypad does not open
+// it any more: such tests have a process of their own.
+class SarTest : public test::PeripheralTest {
+protected:
+    SarTest() { leavesOpen("HW_SAR"); }
+};
+
+class Keypad : public SarTest {
 protected:
     static int init(const BoardIni& stBoard) {
         write(kBoard, stBoard.text());
@@ -48,7 +55,7 @@ protected:
     }
 };
 
-TEST_F(Keypad, TellsTheChipWhatTheBoardHas) {
+TEST_F(Keypad, PassesTheBoardsKeysToTheChip) {
     write(kBoard, BoardIni{}.text());
     const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_keypad_init(), 1); });
     const vset::sar::Keypad stKeypad = vset::sar::keypad();
@@ -86,7 +93,7 @@ TEST_F(Keypad, RefusesABrokenBoardFile) {
         {&BoardIni::strCodes, "{1,x}", "covert str to long failed\n\n"},
         {&BoardIni::strLevels, "9", "[get_keypad_code] Open handle fail\n\n"},
     };
-    // Each setting that is no number is told by a line of its own.
+    // Each setting that is no number is reported by a statement of its own.
     std::set<std::string> lines;
     const std::regex noNumber(
         "<a_vextvfapi_prphrl_keypad_init> \\[a_vextvfapi_prphrl_keypad_init\\(([0-9]+)\\)\\]covert");
@@ -159,39 +166,43 @@ TEST_F(Keypad, EveryStepOfAStartMayFail) {
 
 TEST_F(Keypad, TheAdcsHandleDecidesWhetherTheKeypadIsOpened) {
     SKIP_UNDER_EMULATION();
-    ASSERT_EQ(a_vextvfapi_prphrl_start_adc(0), 0);
-    EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 0) << "it is not opened, so there is nothing to register with";
-    ASSERT_EQ(a_vextvfapi_prphrl_keypad_init(), 1);
-    EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
-    EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+    inFreshProcess([&] {
+        ASSERT_EQ(a_vextvfapi_prphrl_start_adc(0), 0);
+        EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 0) << "it is not opened, so there is nothing to register with";
+        ASSERT_EQ(a_vextvfapi_prphrl_keypad_init(), 1);
+        EXPECT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
+        EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+    });
 }
 
 TEST_F(Keypad, AReadingFollowsAKey) {
     SKIP_UNDER_EMULATION();
-    test::Events events;
-    ASSERT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
-    ASSERT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
-    vset::sar::setVoltage(1, 0x3C);
-    vset::sar::press(2);
-    EXPECT_THAT(events.wait(2), ElementsAre(test::Event{kKey, 3, "", ""}, test::Event{kAdc, 0x3C, "", ""}));
+    inFreshProcess([&] {
+        test::Events events;
+        ASSERT_EQ(a_vextvfapi_prphrl_start_keypad(), 1);
+        ASSERT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
+        vset::sar::setVoltage(1, 0x3C);
+        vset::sar::press(2);
+        EXPECT_THAT(events.wait(2), ElementsAre(test::Event{kKey, 3, "", ""}, test::Event{kAdc, 0x3C, "", ""}));
 
-    // A failed reading is an event, too, and shows with the log off.
-    events.clear();
-    vset::inject({"HW_SAR_AdcGetValue", HW_ERR_FAILED});
-    testing::internal::CaptureStdout();
-    vset::sar::press(2);
-    EXPECT_EQ(events.wait(2).back().value, 255);
-    std::fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[SAR_Demo] HW_SAR_AdcGetValue fail\n");
+        // A failed reading is an event, too, and shows with the log off.
+        events.clear();
+        vset::inject({"HW_SAR_AdcGetValue", HW_ERR_FAILED});
+        testing::internal::CaptureStdout();
+        vset::sar::press(2);
+        EXPECT_EQ(events.wait(2).back().value, 255);
+        std::fflush(stdout);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "[SAR_Demo] HW_SAR_AdcGetValue fail\n");
 
-    events.clear();
-    ASSERT_EQ(a_vextvfapi_prphrl_start_adc(2), 0) << "anything but 1 ends the readings";
-    vset::sar::press(2);
-    EXPECT_EQ(events.settled(100ms).size(), 1u);
-    EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+        events.clear();
+        ASSERT_EQ(a_vextvfapi_prphrl_start_adc(2), 0) << "anything but 1 ends the readings";
+        vset::sar::press(2);
+        EXPECT_EQ(events.settled(100ms).size(), 1u);
+        EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 1);
+    });
 }
 
-TEST_F(Keypad, TheCallbackLooksAtWhatItIsGiven) {
+TEST_F(Keypad, TheCallbackChecksItsArguments) {
     test::Events events;
     unsigned char u8Code = 0xC3;
     EXPECT_EQ(_a_vextvfapi_prphrl_sar_key_callback(0, 2, &u8Code), 3u);
@@ -218,7 +229,7 @@ TEST_F(Keypad, StartsAndStopsWhileKeysArePressed) {
             ASSERT_EQ(events.count(), before) << "an event after the stop";
         }
     }
-    // What the rounds have waited for.
+    // The rounds have waited for these.
     EXPECT_GE(events.count(), 199u);
     for (const test::Event& event : events.wait(0)) {
         ASSERT_EQ(event, (test::Event{kKey, 4, "", ""}));
@@ -227,49 +238,55 @@ TEST_F(Keypad, StartsAndStopsWhileKeysArePressed) {
 
 // --- ADC -------------------------------------------------------------------------------------------------------------
 
-class Adc : public test::SerialTest {};
+class Adc : public SarTest {};
 
-TEST_F(Adc, TheFirstChannelIsReadForEver) {
-    vset::sar::setVoltage(2, 0x22);
-    vset::sar::setVoltage(3, 0x33);
-    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(8, 1), 0) << "no such channel";
-    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 5), 0x22);
-    EXPECT_EQ(vset::sar::channel(2).u32VoltageLevel, 5u);
-    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(3, 1), 0x22);
-    for (const char* pszCall : {"HW_SAR_ConfigMode", "HW_SAR_SetVoltageLevel", "HW_SAR_AdcGetValue"}) {
-        vset::inject({pszCall});
-        EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0) << pszCall;
-    }
-    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0x22);
+TEST_F(Adc, TheFirstChannelIsReadForever) {
+    inFreshProcess([&] {
+        vset::sar::setVoltage(2, 0x22);
+        vset::sar::setVoltage(3, 0x33);
+        EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(8, 1), 0) << "no such channel";
+        EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 5), 0x22);
+        EXPECT_EQ(vset::sar::channel(2).u32VoltageLevel, 5u);
+        EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(3, 1), 0x22);
+        for (const char* pszCall : {"HW_SAR_ConfigMode", "HW_SAR_SetVoltageLevel", "HW_SAR_AdcGetValue"}) {
+            vset::inject({pszCall});
+            EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0) << pszCall;
+        }
+        EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0x22);
+    });
 }
 
 TEST_F(Adc, UsesWhatThePlayerHasOpen) {
-    vset::sar::hold(1);
-    vset::sar::hold(4);
-    vset::sar::setVoltage(4, 0x44);
-    EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(4, 1), 0x44);
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0); }),
-                AllOf(HasSubstr("[SAR ADC] Open handle fail\n\n"),
-                      HasSubstr("[SAR ADC] Read ADC value when using keypad: enable\n\n")));
-    EXPECT_EQ(opened().size(), 2u);
+    inFreshProcess([&] {
+        vset::sar::hold(1);
+        vset::sar::hold(4);
+        vset::sar::setVoltage(4, 0x44);
+        EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(4, 1), 0x44);
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0); }),
+                    AllOf(HasSubstr("[SAR ADC] Open handle fail\n\n"),
+                          HasSubstr("[SAR ADC] Read ADC value when using keypad: enable\n\n")));
+        EXPECT_EQ(opened().size(), 2u);
+    });
 }
 
 TEST_F(Adc, AStartMayFailAndSucceedLater) {
-    vset::inject({"HW_SAR_Open"});
-    EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1);
-    for (const char* pszCall : {"HW_SAR_ConfigMode", "HW_SAR_SetVoltageLevel"}) {
-        vset::inject({pszCall});
-        EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1) << pszCall;
-    }
-    EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
-    EXPECT_EQ(opened().size(), 1u) << "the handle of a failed start is kept and used again";
+    inFreshProcess([&] {
+        vset::inject({"HW_SAR_Open"});
+        EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1);
+        for (const char* pszCall : {"HW_SAR_ConfigMode", "HW_SAR_SetVoltageLevel"}) {
+            vset::inject({pszCall});
+            EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1) << pszCall;
+        }
+        EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
+        EXPECT_EQ(opened().size(), 1u) << "the handle of a failed start is kept and used again";
+    });
 }
 
 // --- Remote control --------------------------------------------------------------------------------------------------
 
-class RcFormat : public test::SerialTest {
+class RcFormat : public test::PeripheralTest {
 protected:
-    // The status, and what is in the output, 0xEE before.
+    // Returns the status and the output, which is 0xEE before the call.
     static std::pair<int, int> get(const std::string& strValue) {
         write(kIr, "[IR]\nIR_FORMAT = " + strValue + "\n");
         unsigned char u8Format = 0xEE;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Where the members of the interface's records lie: hosts are compiled against them. Nothing runs; a change does not
+// Asserts member offsets of the public records, which hosts compile against. Nothing runs; a change does not
 // compile.
 #include <cstddef>
 

@@ -27,7 +27,7 @@ protected:
         ASSERT_TRUE(parsed) << parsed.description() << " at " << parsed.offset;
     }
 
-    // All text below the elements that the path finds, one by one.
+    // Returns the text below each element that the path finds.
     std::vector<std::string> texts(const std::string& strPath) const {
         std::vector<std::string> found;
         for (const auto& place : _document.select_nodes(strPath.c_str())) {
@@ -193,14 +193,14 @@ TEST_F(ReportHtml, ThePageOfVeryManyStepsIsBounded) {
         strPlan += "step 'Number " + std::to_string(i) + " of very many steps'\nset adc 3\nexpect value in 0..255\n";
     }
     runPlan("on-failure continue\n" + strPlan + "step last\nsys_check_file /data/none\ndata kept values a=1\n");
-    EXPECT_EQ(count("//table[1]/tbody/tr"), 2001u) << "each step is told";
+    EXPECT_EQ(count("//table[1]/tbody/tr"), 2001u) << "each step is listed";
     EXPECT_THAT(text("//main/section[last()]//h3"), HasSubstr("last"));
     EXPECT_EQ(count("//header//a[@href='#step-2001']"), 2u);
     EXPECT_LT(_strPage.size(), 2000 * 500u);
     expectTargets();
 }
 
-// What a plan switches on it gets to see as without a report.
+// A plan sees the log that it switches on, as without a report.
 TEST_F(ReportHtml, ThePlansOwnLogStaysItsOwn) {
     const std::string strPlan =
         "step a\nset log on\nsys_init\nsys_check_file /data/none\nexpect status failed\n"

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/plan_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -20,13 +21,11 @@ protected:
         }
     }
 
-    // The tool at work in a process of its own, until the end of the test.
+    // Runs the tool in a process of its own, until the end of the test.
     void start(const std::vector<std::string>& words) {
         _tool = std::thread([this, words] { _result = fapi(words); });
         // Two processes that are started at the same time would inherit each other's pipes.
-        for (int i = 0; i < 500 && readFile(set() + "/lock").empty(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
+        test::eventually([this] { return !readFile(set() + "/lock").empty(); });
     }
     void TearDown() override {
         finish();
@@ -38,17 +37,15 @@ protected:
         }
     }
 
-    // Where to connect, as the tool tells it from another process than the one that has the set.
+    // Returns where to connect, as another process than the one that has the set reports it.
     std::string connector(unsigned int u32Number) const {
-        for (int i = 0; i < 500; ++i) {
-            const nlohmann::json json = fapiJson({"set", "ports"});
-            // An error until the tool has switched the set on.
-            if (json.is_object() && json.contains("ports") && json["ports"].size() > u32Number) {
-                return json["ports"][u32Number]["path"];
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return "/no/connector";
+        nlohmann::json json;
+        // An error until the tool has switched the set on.
+        const bool bFound = test::eventually([&] {
+            json = fapiJson({"set", "ports"});
+            return json.is_object() && json.contains("ports") && json["ports"].size() > u32Number;
+        });
+        return bFound ? json["ports"][u32Number]["path"] : "/no/connector";
     }
 
     std::thread _tool;

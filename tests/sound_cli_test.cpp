@@ -66,7 +66,7 @@ TEST_F(SoundCli, APartIsSwitchedByItsName) {
     EXPECT_EQ(chips.size(), choices.size()) << "each is a part of one effect";
     std::istringstream output(fapi({"shell"}, strInput).strOutput);
     for (const std::string& strChip : chips) {
-        std::string strLine;  // behind one with the status
+        std::string strLine;  // after the line with the status
         std::getline(std::getline(output, strLine), strLine);
         EXPECT_THAT(strLine, testing::EndsWith(strChip + "\""));
     }

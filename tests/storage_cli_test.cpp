@@ -176,7 +176,7 @@ TEST_F(StorageCli, APlanGoesOnBehindAnAwaitedRebootOnly) {
                 HasSubstr(":4:1: expect stands behind a reboot, which answers nothing"));
 }
 
-// What the plan does not come by.
+// Actions that the plan does not use.
 TEST_F(StorageCli, WhatAPersonDoesToTheChip) {
     EXPECT_EQ(fapi({"set", "clock", "1800000000"}).s32Exit, 0);
     EXPECT_THAT(fapi({"call", "sys_get_rtc_time"}).strOutput, HasSubstr("seconds: 18000000"));

@@ -9,9 +9,10 @@
 #include "a_vextvfapi_sys.h"
 #include "hw3/hw_wdt.h"
 #include "support/emulation.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "support/refusals.h"
-#include "support/serial_fixture.h"
+#include "support/waiting.h"
 #include "vset/pm.h"
 #include "vset/sys.h"
 #include "vset/wdt.h"
@@ -29,89 +30,86 @@ unsigned char* text(const char* pszText) {
     return reinterpret_cast<unsigned char*>(const_cast<char*>(pszText));
 }
 
-class SysTest : public test::SetTest {
-protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-        vset::clearJournal();
-    }
-};
-
 // --- Watchdog --------------------------------------------------------------------------------------------------------
 
-class Watchdog : public SysTest {};
+// The module keeps its handle as long as its process lives.
+class Watchdog : public test::LibraryTest {};
 
 TEST_F(Watchdog, IsStartedAndStopped) {
     SKIP_UNDER_EMULATION();
-    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0) << "it does not run";
-    const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(200), 0); });
-    EXPECT_EQ(vset::wdt::state().u32Seconds, 5u);
-    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 1);
-    EXPECT_THAT(strLog, AllOf(HasSubstr("a_vextvfapi_sys_set_wdt = 200\n\n"), HasSubstr("Resume WDT\n\n"),
-                              Not(HasSubstr("WDT Reboot"))));
-    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
-    EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
-    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
+    inFreshProcess([&] {
+        EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0) << "it does not run";
+        const std::string strLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(200), 0); });
+        EXPECT_EQ(vset::wdt::state().u32Seconds, 5u);
+        EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 1);
+        EXPECT_THAT(strLog, AllOf(HasSubstr("a_vextvfapi_sys_set_wdt = 200\n\n"), HasSubstr("Resume WDT\n\n"),
+                                  Not(HasSubstr("WDT Reboot"))));
+        EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+        EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
+        EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
 
-    // Once stopped by this library it counts as stopped, whatever the chip says.
-    vset::inject({"HW_WDT_SetAttr"});
-    EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), -1);
-    EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
-    vset::inject({"HW_WDT_SetAttr"});
-    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), -1);
-    EXPECT_EQ(vset::wdt::state().u32Seconds, 5u);
-    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
-    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+        // Once stopped by this library it counts as stopped, even if the chip says otherwise.
+        vset::inject({"HW_WDT_SetAttr"});
+        EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), -1);
+        EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
+        vset::inject({"HW_WDT_SetAttr"});
+        EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), -1);
+        EXPECT_EQ(vset::wdt::state().u32Seconds, 5u);
+        EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
+        EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+    });
 }
 
 TEST_F(Watchdog, AStartAcknowledgesTheReboot) {
     SKIP_UNDER_EMULATION();
-    vset::wdt::setRebooted(true);
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0); }), HasSubstr("WDT Reboot\n\n"));
-    EXPECT_FALSE(vset::wdt::state().bRebooted);
-    // A reason that cannot be read counts as one.
-    vset::inject({"HW_WDT_GetAttr"});
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0); }), HasSubstr("WDT Reboot\n\n"));
-    vset::inject({"HW_WDT_GetAttr", HW_ERR_TIMEOUT});
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0); }),
-                AllOf(HasSubstr("HW_WDT_GetAttr fail, s32Ret = 13\n"), HasSubstr("WDT is on\n\n")));
-    EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+    inFreshProcess([&] {
+        vset::wdt::setRebooted(true);
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0); }), HasSubstr("WDT Reboot\n\n"));
+        EXPECT_FALSE(vset::wdt::state().bRebooted);
+        // A reason that cannot be read counts as one.
+        vset::inject({"HW_WDT_GetAttr"});
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), 0); }), HasSubstr("WDT Reboot\n\n"));
+        vset::inject({"HW_WDT_GetAttr", HW_ERR_TIMEOUT});
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0); }),
+                    AllOf(HasSubstr("HW_WDT_GetAttr fail, s32Ret = 13\n"), HasSubstr("WDT is on\n\n")));
+        EXPECT_EQ(a_vextvfapi_sys_set_wdt(0), 0);
+    });
 }
 
 TEST_F(Watchdog, ASetMayBeWithout) {
-    vset::wdt::setPresent(false);
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), -1); }),
-                HasSubstr("HW_WDT_GetHandle fail 3, System might not enable watch dog.\n\n"));
-    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
-    EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), -1);
-    vset::wdt::setPresent(true);
-    EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), 0);
-    vset::clearJournal();
-    EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), 0);
-    EXPECT_THAT(calls(), IsEmpty()) << "the handle is kept";
+    inFreshProcess([&] {
+        vset::wdt::setPresent(false);
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_set_wdt(1), -1); }),
+                    HasSubstr("HW_WDT_GetHandle fail 3, System might not enable watch dog.\n\n"));
+        EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0);
+        EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), -1);
+        vset::wdt::setPresent(true);
+        EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), 0);
+        vset::clearJournal();
+        EXPECT_EQ(_a_vextvfapi_sys_get_wdt_handle(), 0);
+        EXPECT_THAT(calls(), IsEmpty()) << "the handle is kept";
+    });
 }
 
 TEST_F(Watchdog, RebootsTheSetUnlessItIsStartedAgain) {
     SKIP_UNDER_EMULATION();
-    const unsigned int u32Boots = vset::bootCount();
-    ASSERT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
-    std::this_thread::sleep_for(3s);
-    ASSERT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
-    std::this_thread::sleep_for(3s);
-    EXPECT_EQ(vset::bootCount(), u32Boots) << "it was started again in time";
-    const double seconds =
-        test::secondsOf([&] { EXPECT_TRUE(test::eventually([&] { return vset::bootCount() == u32Boots + 1; })); });
-    EXPECT_GT(seconds, 1.0);
-    EXPECT_LT(seconds, 4.0);
-    EXPECT_TRUE(vset::wdt::state().bRebooted);
-    EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
-    EXPECT_THAT(calls(), Contains("WATCHDOG_REBOOT"));
-    EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0) << "the handle of before is dead";
-    // The reason is still there after another power cycle and in the next process.
-    vset::detach();
-    vset::attach(folder());
-    EXPECT_TRUE(vset::wdt::state().bRebooted);
+    inFreshProcess([&] {
+        const unsigned int u32Boots = vset::bootCount();
+        ASSERT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
+        std::this_thread::sleep_for(3s);
+        ASSERT_EQ(a_vextvfapi_sys_set_wdt(1), 0);
+        std::this_thread::sleep_for(3s);
+        EXPECT_EQ(vset::bootCount(), u32Boots) << "it was started again in time";
+        EXPECT_TRUE(test::eventually([&] { return vset::bootCount() == u32Boots + 1; }));
+        EXPECT_TRUE(vset::wdt::state().bRebooted);
+        EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
+        EXPECT_THAT(calls(), Contains("WATCHDOG_REBOOT"));
+        EXPECT_EQ(a_vextvfapi_sys_get_wdt_status(), 0) << "the handle is dead";
+        // The reason is still there after another power cycle and in the next process.
+        vset::detach();
+        vset::attach(folder());
+        EXPECT_TRUE(vset::wdt::state().bRebooted);
+    });
 }
 
 TEST_F(Watchdog, AHostProgramMayDieInItsOwnWay) {
@@ -138,7 +136,7 @@ TEST_F(Watchdog, AHostProgramMayDieInItsOwnWay) {
 
 // --- Memory clock spread ---------------------------------------------------------------------------------------------
 
-class Chip : public SysTest {};
+class Chip : public test::LibraryTest {};
 
 TEST_F(Chip, SpreadsTheMemoryClock) {
     EXPECT_EQ(a_vextvfapi_sys_set_miu_ssc(2, 40, 30, true), 0);
@@ -192,7 +190,7 @@ TEST_F(Chip, FlashesFirmwareFromAFile) {
 TEST_F(Chip, ReadsAndWritesRegisters) {
     unsigned int u32Value = 77;
     EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, &u32Value), 0);
-    EXPECT_EQ(u32Value, 0u) << "nobody has written it";
+    EXPECT_EQ(u32Value, 0u) << "it was never written";
     EXPECT_EQ(a_vextvfapi_sys_write_reg(0x1012, 0x40, 0xDEADBEEF), 0);
     EXPECT_EQ(a_vextvfapi_sys_write_reg(0x1012, 0x41, 1), 0);
     EXPECT_EQ(vset::sys::readRegister(0x1012, 0x40), 0xDEADBEEFu);
@@ -217,7 +215,7 @@ TEST_F(Chip, ReadsAndWritesRegisters) {
 
 // --- Real-time clock -------------------------------------------------------------------------------------------------
 
-TEST_F(Chip, TellsTheTime) {
+TEST_F(Chip, ReportsTheTime) {
     unsigned int u32Seconds = 0;
     EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
     EXPECT_NEAR(static_cast<double>(u32Seconds), static_cast<double>(std::time(nullptr)), 3.0);
@@ -236,25 +234,28 @@ TEST_F(Chip, TellsTheTime) {
 }
 
 TEST_F(Chip, TheClockMayFail) {
-    unsigned int u32Seconds = 77;
-    vset::inject({"HW_PM_Open"});
-    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1); }),
-                HasSubstr("_hPmHandle is NULL\n\n"));
-    vset::inject({"HW_PM_GetRtcTime"});
-    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1);
-    EXPECT_EQ(opened().size(), 1u) << "a handle that was opened stays so";
-    EXPECT_EQ(u32Seconds, 77u);
-    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0) << "the next call finds it";
-    // With neither look-up nor open the old handle is tried, which still works as long as it is open.
-    vset::inject({"HW_PM_GetHandle"});
-    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
-    vset::powerCycle();
-    ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-    vset::inject({"HW_PM_Open"});
-    EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1) << "and is refused when it is dead";
-    vset::inject({"HW_PM_Close"});
-    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0); }),
-                HasSubstr("\033[31m HW_PM_Close()... NULL \033[m\n\n"));
+    inFreshProcess([&] {
+        leavesOpen("HW_PM");
+        unsigned int u32Seconds = 77;
+        vset::inject({"HW_PM_Open"});
+        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1); }),
+                    HasSubstr("_hPmHandle is NULL\n\n"));
+        vset::inject({"HW_PM_GetRtcTime"});
+        EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1);
+        EXPECT_EQ(opened().size(), 1u) << "a handle that was opened stays so";
+        EXPECT_EQ(u32Seconds, 77u);
+        EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0) << "the next call finds it";
+        // When neither look-up nor open works, the old handle is tried, which works as long as it is open.
+        vset::inject({"HW_PM_GetHandle"});
+        EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0);
+        vset::powerCycle();
+        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+        vset::inject({"HW_PM_Open"});
+        EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), -1) << "and is refused when it is dead";
+        vset::inject({"HW_PM_Close"});
+        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_sys_get_rtc_time(&u32Seconds), 0); }),
+                    HasSubstr("\033[31m HW_PM_Close()... NULL \033[m\n\n"));
+    });
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include "a_vextvfapi_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/factory_daemon.h"
 #include "vset/sys.h"
 
@@ -110,13 +110,7 @@ TEST_F(FactoryService, IsWaitedForAsLongAsItTakes) {
 
 // --- Attributes of the chip ------------------------------------------------------------------------------------------
 
-class ChipAttributes : public test::SetTest {
-protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-    }
-};
+class ChipAttributes : public test::LibraryTest {};
 
 TEST_F(ChipAttributes, DataIndexPath) {
     std::vector<unsigned char> path(200, '#');

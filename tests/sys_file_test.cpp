@@ -31,11 +31,6 @@ protected:
         struct stat stStat = {};
         return stat(hostPath(strPath).c_str(), &stStat) == 0 ? stStat.st_mode & 07777 : 0;
     }
-    // How often a middleware call was made since the journal was cleared.
-    long count(const std::string& strCall) {
-        const std::vector<std::string> made = calls();
-        return std::count(made.begin(), made.end(), strCall);
-    }
 };
 
 TEST_F(SysFile, CheckAndRemove) {
@@ -279,7 +274,7 @@ TEST_F(SysFile, Checksum) {
     vset::clearJournal();
     unsigned int u32Sum = 7;
     a_vextvfapi_sys_get_file_checksum(u8("/data/f"), &u32Sum);
-    EXPECT_EQ(count("HW_FS_Fread"), 4) << "a byte a call, and the end";
+    EXPECT_EQ(count("HW_FS_Fread"), 4u) << "a byte a call, and the end";
     u32Sum = 7;
     EXPECT_EQ(a_vextvfapi_sys_get_file_checksum(u8("/data/f"), nullptr), -1);
     EXPECT_EQ(a_vextvfapi_sys_get_file_checksum(nullptr, &u32Sum), -1);

@@ -38,7 +38,7 @@ HW_Result_t load(HW_Handle_t hAout, const char* pszFile) {
     return HW_AOUT_LoadAqParams(hAout, &stFile);
 }
 
-class VsetAout : public test::SetTest {
+class VsetAout : public test::MiddlewareTest {
 protected:
     void start() {
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
@@ -88,7 +88,7 @@ TEST_F(VsetAout, PathsHaveHolders) {
     vset::aout::setBlocked(3, false);
     EXPECT_EQ(open(3, &hFound), HW_OK);
 
-    // What the player holds outlives the middleware's end; the library's handles do not.
+    // The player's handles outlive the middleware's end; the library's do not.
     EXPECT_EQ(HW_AOUT_DeInit(), HW_OK);
     EXPECT_EQ(HW_AOUT_SetVolume(hPlayer, 8, 1), HW_OK);
     EXPECT_EQ(HW_AOUT_Close(_hFive), HW_ERR_INVALID_HANDLE);
@@ -185,7 +185,7 @@ TEST_F(VsetAout, LevelsAreThePaths) {
     EXPECT_EQ(vset::aout::describeAll(), "DTS bypass: off\nadvanced sound: none\n");
 }
 
-// With ones at some positions of the parameters.
+// Returns parameters with ones at some positions.
 std::string advanced(HW_U32 u32Type, const std::vector<std::size_t>& ones) {
     HW_AOUT_AdvSndParams_t stParams = {u32Type, {}};
     for (const std::size_t position : ones) {
@@ -194,7 +194,7 @@ std::string advanced(HW_U32 u32Type, const std::vector<std::size_t>& ones) {
     return vset::aout::describe(stParams);
 }
 
-// With 1, 2, ... in the slots.
+// Returns a record with 1, 2, ... in the slots.
 std::string basic(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) {
     HW_AOUT_BasicSound_t stSound = {u32Type, u8Enable, 0, u16Value, {}};
     std::iota(stSound.band.au16Band, stSound.band.au16Band + HW_AOUT_BASIC_SND_SLOTS, HW_U16{1});

@@ -23,10 +23,10 @@ HW_Result_t open(HW_Handle_t* phCap, HW_U8 u8Last = 0) {
     return HW_CAP_Open(&stParams, phCap);
 }
 
-class VsetCap : public test::SetTest {
+class VsetCap : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        test::SetTest::SetUp();
+        test::MiddlewareTest::SetUp();
         HW_SYS_MmapInfo_t stInfo = {};
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
         ASSERT_EQ(HW_DISP_GetHandle("HW_DISP_HD0", &_hMain), HW_OK);
@@ -37,7 +37,7 @@ protected:
         vset::disp::freezeVideo(7);
     }
 
-    // Into the last bytes of the region, behind which there is nothing.
+    // The last bytes of the region, after which nothing is mapped.
     HW_CAP_Description_t atEnd(HW_U32 u32Flag = 0) const {
         return {_u64End - kSize, kSize, 1920, 1080, E_HW_CAP_FORMAT_2, u32Flag, {}};
     }

@@ -22,14 +22,16 @@
 #include "hw3/hw_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/refusals.h"
 #include "support/set_fixture.h"
 
 namespace {
 
+using test::errorOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class VsetTree : public test::SetTest {};
+class VsetTree : public test::MiddlewareTest {};
 
 TEST_F(VsetTree, OneRuleLeadsPathsIntoTheFolder) {
     const std::string strTree = folder() + "/tree";
@@ -87,7 +89,7 @@ TEST_F(VsetTree, LibcAndMiddlewareSeeTheSameFiles) {
     EXPECT_EQ(access("/data/made", F_OK), -1);
     EXPECT_EQ(errno, ENOENT);
 
-    // What the set does not serve is the PC's.
+    // Paths that the set does not serve are the PC's.
     EXPECT_EQ(access("/proc/self/exe", F_OK), 0);
     const vset::HostPaths hostPaths;
     EXPECT_EQ(access("/data/fifo", F_OK), -1);
@@ -117,7 +119,7 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(test::openDescriptors(), s32Descriptors - 1) << "a close that fails has closed";
 }
 
-class VsetFaults : public test::SetTest {};
+class VsetFaults : public test::MiddlewareTest {};
 
 TEST_F(VsetFaults, FromTheKthCallNTimes) {
     const auto results = [](const vset::Fault& stFault) {
@@ -179,7 +181,7 @@ TEST_F(VsetFaults, AnUnknownNameIsRefused) {
     }
 }
 
-class VsetPower : public test::SetTest {};
+class VsetPower : public test::MiddlewareTest {};
 
 TEST_F(VsetPower, HandlesAreUniqueAndDieWithTheClose) {
     HW_SYS_Init(nullptr);
@@ -226,17 +228,7 @@ TEST_F(VsetPower, ACycleForgetsWhatIsNotInTheFolder) {
     EXPECT_EQ(read("/data/f"), "kept");
 }
 
-class VsetFolder : public test::SetTest {
-protected:
-    std::string errorOf(const std::function<void()>& body) {
-        try {
-            body();
-        } catch (const vset::SetError& error) {
-            return error.what();
-        }
-        return "no error";
-    }
-};
+class VsetFolder : public test::MiddlewareTest {};
 
 TEST_F(VsetFolder, ASetBelongsToOneProcess) {
     SKIP_UNDER_EMULATION();
@@ -245,7 +237,7 @@ TEST_F(VsetFolder, ASetBelongsToOneProcess) {
     const std::string strInUse = strFolder + ": in use by process " + std::to_string(getpid());
     const pid_t child = fork();
     if (child == 0) {
-        // Gives up what it inherited and asks anew, as a stranger would.
+        // Gives up what it inherited and asks again, as another program would.
         vset::detach();
         _exit(errorOf([&] { vset::attach(strFolder); }) == strInUse ? 0 : 1);
     }
@@ -300,7 +292,7 @@ TEST_F(VsetFolder, DamageIsNamedAndChangesNothing) {
     EXPECT_EQ(vset::folder(), "");
 }
 
-// Whoever comes next makes it anew: nothing in it has ever been used.
+// The next process makes it again: nothing in it has ever been used.
 TEST_F(VsetFolder, ASetWhoseMakingWasCutOff) {
     SKIP_UNDER_EMULATION();
     vset::detach();

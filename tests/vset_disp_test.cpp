@@ -12,6 +12,7 @@
 #include "support/emulation.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
+#include "support/waiting.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"
 #include "vset/extin.h"
@@ -32,7 +33,7 @@ HW_Result_t open(const char* pszName, HW_U32 u32SdWindow, HW_Handle_t* phDisp) {
     return HW_DISP_Open(&stParams, phDisp);
 }
 
-// Whether the window shows one color alone.
+// Returns whether the window shows one color alone.
 bool showsOnly(std::uint32_t u32Color) {
     const std::vector<std::uint32_t> pixels = picture(0).pixels;
     return pixels == std::vector<std::uint32_t>(std::size_t{1920} * 1080, u32Color);
@@ -43,10 +44,10 @@ std::string bytes(const Record& stRecord) {
     return {reinterpret_cast<const char*>(&stRecord), sizeof(stRecord)};
 }
 
-class VsetDisp : public test::SetTest {
+class VsetDisp : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        test::SetTest::SetUp();
+        test::MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
         ASSERT_EQ(HW_DISP_GetHandle("HW_DISP_HD0", &_hMain), HW_OK);
         ASSERT_EQ(HW_DISP_GetController(&kController, &_hController), HW_OK);
@@ -57,7 +58,7 @@ protected:
         return HW_DISP_SetAttr(_hMain, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern);
     }
 
-    // Handles of what is connected, asked for as the library does.
+    // Returns the handles of what is connected, as the library looks them up.
     std::vector<HW_Handle_t> connected(HW_U32 u32Kind) {
         const HW_DISP_ConnectQuery_t stQuery = {1, u32Kind, 1};
         HW_U32 u32Num = kUntouched;
@@ -350,10 +351,7 @@ TEST_F(VsetDisp, SourcesShowBars) {
     }
     vset::disp::freezeVideo(std::nullopt);
     const vset::Picture moving = picture(0);
-    for (int i = 0; i < 200 && picture(0).pixels == moving.pixels; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    EXPECT_NE(picture(0).pixels, moving.pixels);
+    EXPECT_TRUE(test::eventually([&] { return picture(0).pixels != moving.pixels; }));
     vset::disp::connectVideo(0, {1920, 1080, 0, 0});
     EXPECT_EQ(picture(0).pixels, picture(0).pixels) << "no pictures a second";
 

@@ -29,10 +29,10 @@ using Bytes = std::vector<HW_U8>;
 
 // --- System attributes -----------------------------------------------------------------------------------------------
 
-class VsetSys : public test::SetTest {
+class VsetSys : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     }
 };
@@ -94,7 +94,7 @@ protected:
         return {reinterpret_cast<const char*>(stData.pu8Data), stData.u32Length};
     }
     static HW_Result_t set(HW_Handle_t hConfig, const std::string& strKey, const std::string& strValue) {
-        // Without a NUL: the length counts.
+        // The length counts; there is no NUL.
         const Bytes value(strValue.begin(), strValue.end());
         const HW_U8 u8None = 0;
         const HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, static_cast<HW_U32>(value.size()),
@@ -276,7 +276,7 @@ protected:
         }
         return reinterpret_cast<HW_U8*>(u64Virt);
     }
-    // Every byte can be written, no byte behind the end.
+    // Every byte can be written, none after the end.
     static void expectMemory(HW_U64 u64Start, HW_U32 u32Length) {
         HW_U8* const pu8Memory = at(u64Start);
         ASSERT_NE(pu8Memory, nullptr);

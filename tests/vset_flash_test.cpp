@@ -45,10 +45,10 @@ HW_U32 storedCrc(const Image& image) {
            static_cast<HW_U32>(image[3]) << 24;
 }
 
-class VsetFlash : public test::SetTest {
+class VsetFlash : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         switchOn();
     }
 
@@ -149,7 +149,7 @@ TEST_F(VsetFlash, OneHandlePerFlashTypeSharedWithThePlayer) {
 
     vset::flash::hold(E_HW_FLASH_TYPE_NAND);
     EXPECT_EQ(find(E_HW_FLASH_TYPE_NAND, &hFlash), HW_OK);
-    EXPECT_TRUE(SetTest::opened().at(0).bPlayer);
+    EXPECT_TRUE(MiddlewareTest::opened().at(0).bPlayer);
     vset::flash::release(E_HW_FLASH_TYPE_NAND);
     EXPECT_EQ(find(E_HW_FLASH_TYPE_NAND, &hFlash), HW_ERR_FAILED);
     EXPECT_THROW(vset::flash::hold(3), vset::SetError);

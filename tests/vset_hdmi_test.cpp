@@ -93,7 +93,7 @@ std::vector<Family> families() {
     };
 }
 
-class VsetInstances : public test::SetTest {};
+class VsetInstances : public test::MiddlewareTest {};
 
 TEST_F(VsetInstances, AreThereAfterTheirFamily) {
     HW_Handle_t hUntouched = kUntouched, hHandle = 0;
@@ -133,7 +133,7 @@ TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
             EXPECT_EQ(family.find(&family.u32Key, &hUntouched), HW_ERR_FAILED);
             ASSERT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
             EXPECT_EQ(hHandle >> 31, 0u);
-            EXPECT_TRUE(handles.insert(hHandle).second) << "a handle of before";
+            EXPECT_TRUE(handles.insert(hHandle).second) << "an earlier handle";
             EXPECT_EQ(family.open(&family.u32Key, &hUntouched), HW_ERR_BUSY);
             EXPECT_EQ(family.find(&family.u32Key, &hFound), HW_OK);
             EXPECT_EQ(hFound, hHandle);
@@ -176,10 +176,10 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
 
 // --- HDMI ------------------------------------------------------------------------------------------------------------
 
-class VsetHdmi : public test::SetTest {
+class VsetHdmi : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         bringUp();
     }
     static void bringUp() {
@@ -334,10 +334,10 @@ TEST_F(VsetHdmi, DrivesTheHotPlugLine) {
 
 // --- CEC and PWM -----------------------------------------------------------------------------------------------------
 
-class VsetCecPwm : public test::SetTest {
+class VsetCecPwm : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         const HW_CEC_InitParams_t stCec = {};
         const HW_PWM_InitParams_t stPwm = {};
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
@@ -355,7 +355,7 @@ TEST_F(VsetCecPwm, CecIsSwitchedAndSaysSo) {
         EXPECT_EQ(HW_CEC_GetAttr(hCec, u32Attr, nullptr, out.data()), HW_OK);
         return out;
     };
-    // One byte of the one attribute, four of the other.
+    // The first attribute has one byte, the second four.
     const std::string off("\0???????", 8), on("\1???????", 8);
     EXPECT_EQ(attribute(5), off);
     EXPECT_EQ(HW_CEC_Enable(hCec), HW_OK);

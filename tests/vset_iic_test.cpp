@@ -33,10 +33,10 @@ std::string pattern(std::size_t size) {
     return memory;
 }
 
-class VsetIic : public test::SetTest {
+class VsetIic : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
         ASSERT_EQ(HW_IIC_Init(nullptr), HW_OK);
         const HW_IIC_OpenParams_t stParams = {kBus};
@@ -259,10 +259,10 @@ TEST_F(VsetIic, APersonIsToldWhatIsNotPossible) {
     EXPECT_THROW(vset::iic::setMemory(kBus, kSlave, 15, "xy"), vset::SetError);
 }
 
-class VsetGpio : public test::SetTest {
+class VsetGpio : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     }
 

@@ -19,6 +19,7 @@
 
 namespace {
 
+using test::errorOf;
 using test::kUntouched;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -71,19 +72,10 @@ Words attribute(HW_Handle_t hExtin, HW_U32 u32Attr) {
     return all;
 }
 
-std::string errorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const vset::SetError& error) {
-        return error.what();
-    }
-    return "no error";
-}
-
-class VsetInputs : public test::SetTest {
+class VsetInputs : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         bringUp();
     }
     static void bringUp() {
@@ -322,7 +314,9 @@ TEST_F(VsetInputs, RefuseWhatTheyHaveNot) {
     });
     EXPECT_THAT(out, testing::Each(kUntouched));
     EXPECT_EQ(words(extin::calibration(kVga, 0).stPhase), kNewPhase);
+}
 
+TEST_F(VsetInputs, ActionsOnMissingPartsAreRefused) {
     extin::Source status, standard, scan;
     status.u32Status = 3;
     standard.u32TvSystem = 11;
@@ -415,7 +409,7 @@ TEST_F(VsetInputs, TheDecoderHasSixteenParameters) {
 
 // --- The driver layer ------------------------------------------------------------------------------------------------
 
-class VsetDrivers : public test::SetTest {};
+class VsetDrivers : public test::MiddlewareTest {};
 
 TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
     const DVVDO_OverScan_t stOverScan = {-1, 2, -3, 4};

@@ -28,7 +28,7 @@ protected:
     }
 };
 
-// What of a record is not as it should be, for the refusals.
+// A change that spoils a record, for the refusals.
 template <class Record, class Member>
 Record but(Record stRecord, Member Record::*pMember, Member value) {
     stRecord.*pMember = value;
@@ -72,7 +72,7 @@ TEST_F(VsetOsd, ThePlayerHasTwoLayers) {
     EXPECT_EQ(u32Width * 10000 + u32Height, 1920u * 10000 + 1080);
     EXPECT_EQ(stFormat.eColorFormat * 10 + stFormat.u8PixelByte, 84u);
 
-    // Its memory is transparent, and ends where it ends: a pipe takes nothing from what nobody can read.
+    // Its memory is transparent and not longer than asked for: a pipe takes nothing from pages that cannot be read.
     const auto* const pu8End = reinterpret_cast<const HW_U8*>(pixelsOf(hSurface) + 1920 * 1080);
     const std::vector<std::uint32_t> pixels = vset::osd::surfacePicture(hSurface).pixels;
     EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 0u), 1920 * 1080);
@@ -118,7 +118,6 @@ TEST_F(VsetOsd, RefusesWhatIsWrong) {
     const HW_Handle_t hLayer = layer(1), hWindow = playersWindow(1), hSurface = playersSurface();
     HW_U32 u32Out = kUntouched;
     HW_U64 u64Out = kUntouched;
-    HW_OSD_ColorFormatInfo_t stFormat = {kUntouched, 0xA5};
     const HW_S32 s32One = 1;
     const HW_OSD_ColorMatrix_t stEnable = {2, 0, 0, 0, 0, 0, 0, 0, 0, 0}, stReserved = {1, 0, 0, 0, 0, 0, 0, 0, 0, 1};
     const std::vector<test::Refusal> rows = {
@@ -146,8 +145,17 @@ TEST_F(VsetOsd, RefusesWhatIsWrong) {
         {"never locked", HW_ERR_FAILED, [&] { return HW_OSD_SurfaceUnlock(hSurface); }},
     };
     test::expectRefusals(rows);
+    EXPECT_EQ(u32Out, kUntouched);
+    EXPECT_EQ(u64Out, kUntouched);
+    EXPECT_FALSE(vset::osd::layer(1)->colorMatrix);
+    EXPECT_EQ(vset::osd::surfaces().size(), 1u);
+}
 
-    // Handles of every other kind.
+TEST_F(VsetOsd, RefusesHandlesOfEveryOtherKind) {
+    const HW_Handle_t hLayer = layer(1), hWindow = playersWindow(1), hSurface = playersSurface();
+    HW_U32 u32Out = kUntouched;
+    HW_U64 u64Out = kUntouched;
+    HW_OSD_ColorFormatInfo_t stFormat = {kUntouched, 0xA5};
     for (const HW_Handle_t h : {0u, 1u, hLayer, hWindow, hSurface}) {
         const HW_Handle_t hNoLayer = h == hLayer ? hSurface : h, hNoWindow = h == hWindow ? hLayer : h,
                           hNoSurface = h == hSurface ? hWindow : h;
@@ -180,8 +188,6 @@ TEST_F(VsetOsd, RefusesWhatIsWrong) {
     EXPECT_EQ(u32Out, kUntouched);
     EXPECT_EQ(u64Out, kUntouched);
     EXPECT_EQ(stFormat.eColorFormat, kUntouched);
-    EXPECT_FALSE(vset::osd::layer(1)->colorMatrix);
-    EXPECT_EQ(vset::osd::surfaces().size(), 1u);
 }
 
 TEST_F(VsetOsd, RefusesWrongRecords) {
@@ -303,13 +309,14 @@ TEST_F(VsetOsd, SurfacesLieWhollyInMemory) {
         EXPECT_EQ(HW_OSD_SurfaceCreate(&stRow.stAttr, &hSurface), stRow.result) << stRow.pszName;
         EXPECT_EQ(hSurface == kUntouched, stRow.result != HW_OK) << stRow.pszName;
     }
-    ASSERT_EQ(HW_SYS_AllocateMmapLayout(378, &stCanvas), HW_OK);
-    const HW_Handle_t hCanvas = create(stBare), hIommu = create(stWhole);
     HW_OSD_ColorFormatInfo_t stFormat = {};
     EXPECT_EQ(HW_OSD_SurfaceGetColorFormat(vset::osd::surfaces()[1].u32Handle, &stFormat), HW_OK);
     EXPECT_EQ(stFormat.eColorFormat * 10 + stFormat.u8PixelByte, 174u);
+}
 
-    // Locks count, and give the addresses that the memory has.
+TEST_F(VsetOsd, LocksCountAndGiveTheAddressesOfTheMemory) {
+    const HW_U64 u64Iommu = allocate();
+    const HW_Handle_t hIommu = create(surfaceAt(u64Iommu, 0x40, 0x100));
     HW_U64 u64Virt = 0, u64Phys = 0, u64Known = 0;
     ASSERT_EQ(HW_OS_Pa2NonCachedVa(u64Iommu, &u64Known), HW_OK);
     EXPECT_EQ(HW_OSD_SurfaceLock(hIommu, &u64Virt, &u64Phys), HW_OK);
@@ -324,11 +331,17 @@ TEST_F(VsetOsd, SurfacesLieWhollyInMemory) {
     EXPECT_EQ(vset::osd::surfacePicture(hIommu).at(5, 3), 0x12345678u);
     EXPECT_EQ(HW_OSD_SurfaceLock(playersSurface(), &u64Virt, &u64Phys), HW_OK);
     EXPECT_EQ(u64Phys, 0u);
+}
 
-    // Without its memory a surface is there, but empty.
+TEST_F(VsetOsd, WithoutItsMemoryASurfaceCannotBeSeenOrLocked) {
+    HW_SYS_MmapInfo_t stCanvas = {};
+    ASSERT_EQ(HW_SYS_AllocateMmapLayout(378, &stCanvas), HW_OK);
+    const HW_U64 u64Iommu = allocate();
+    const HW_Handle_t hCanvas = create(surfaceAt(stCanvas.u64MiuBase + stCanvas.u64Offset, 1280, 720));
+    const HW_Handle_t hIommu = create(surfaceAt(u64Iommu, 0x40, 0x100));
     EXPECT_EQ(release(u64Iommu), HW_OK);
     EXPECT_EQ(HW_SYS_FreeMmapLayout(378), HW_OK);
-    u64Virt = kUntouched;
+    HW_U64 u64Virt = kUntouched, u64Phys = 0;
     for (const HW_Handle_t hGone : {hIommu, hCanvas}) {
         EXPECT_THROW(vset::osd::surfacePicture(hGone), vset::SetError);
         EXPECT_EQ(HW_OSD_SurfaceLock(hGone, &u64Virt, &u64Phys), HW_ERR_FAILED);

@@ -31,7 +31,7 @@ class VsetPanel : public test::OsdTest {
 protected:
     static constexpr unsigned int kWidth = vset::panel::kWidth, kHeight = vset::panel::kHeight;
 
-    // All of the panel is gray, below all other graphics.
+    // Makes all of the panel gray, below all other graphics.
     static void paintBackground() { std::fill_n(pixelsOf(playersSurface()), std::size_t{kWidth} * kHeight, kGray); }
 
     // Exactly these pixels of the panel differ from the background.
@@ -95,12 +95,12 @@ TEST_F(VsetPanel, BlendsByAlpha) {
         "blended");
 }
 
+constexpr HW_U32 A = 0xFF000001, B = 0xFF000002, C = 0xFF000003, D = 0xFF000004;
+
 TEST_F(VsetPanel, ScalesAndClips) {
     paintBackground();
-    constexpr HW_U32 A = 0xFF000001, B = 0xFF000002, C = 0xFF000003, D = 0xFF000004;
     std::vector<HW_U32> square = {A, B, C, D};
-    HW_OSD_SurfaceAttr_t stSquare = surfaceOver(square, 2);
-    const HW_Handle_t hSquare = create(stSquare);
+    const HW_Handle_t hSquare = create(surfaceOver(square, 2));
     constexpr HW_U32 kFar = 0xFFFFFFFF;
     struct {
         const char* pszName;
@@ -157,8 +157,12 @@ TEST_F(VsetPanel, ScalesAndClips) {
         expectSpots(stRow.spots, stRow.pszName);
         EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_OK);
     }
+}
 
-    // Pixels may lie anywhere, with gaps between rows.
+TEST_F(VsetPanel, PixelsMayLieAnywhereWithGapsBetweenRows) {
+    paintBackground();
+    std::vector<HW_U32> square = {A, B, C, D};
+    HW_OSD_SurfaceAttr_t stSquare = surfaceOver(square, 2);
     std::vector<HW_U8> bytes(40, 0xFF);
     for (std::size_t i = 0; i < square.size(); ++i) {
         std::memcpy(&bytes[1 + i / 2 * 11 + i % 2 * 4], &square[i], 4);

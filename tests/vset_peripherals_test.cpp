@@ -21,7 +21,7 @@ namespace {
 using test::expectRefusals;
 using test::kUntouched;
 
-class VsetPeripherals : public test::SetTest {};
+class VsetPeripherals : public test::MiddlewareTest {};
 
 // A family's Init through its record, whose type each family has its own.
 template <class Params>

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // The set's keypad and the channels of its converter, as the middleware's caller and the person at the set see them.
+#include <functional>
+#include <mutex>
+
 #include <gmock/gmock.h>
 
 #include "hw3/hw_sar.h"
 #include "hw3/hw_sys.h"
+#include "support/emulation.h"
 #include "support/refusals.h"
-#include "support/serial_fixture.h"
+#include "support/set_fixture.h"
+#include "support/waiting.h"
 #include "vset/sar.h"
 
 namespace {
@@ -19,7 +24,7 @@ using namespace std::chrono_literals;
 // A key code, and what the ladder reads while the callback runs.
 using Press = std::pair<int, int>;
 
-// What the callback has got, and what it does with it.
+// The keys that the callback has received, and what it does with them.
 struct Got {
     std::mutex mutex;
     std::vector<Press> presses;
@@ -53,10 +58,10 @@ constexpr HW_SAR_CallbackParams_t kNoMore = {nullptr, E_HW_SAR_EVENT_KEYPAD_PRES
 constexpr HW_SAR_KeypadConfig_t kFiveKeys = {
     0, 0x0A, 0xF0, 5, {0x10, 0x2A, 0x50, 0x7B, 0xA0, 0xB0, 0xC0, 0xD0}, {21, 22, 23, 24, 22, 26, 27, 28}};
 
-class VsetSar : public test::SetTest {
+class VsetSar : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
         g_stGot.presses.clear();
         g_stGot.action = nullptr;
@@ -209,7 +214,8 @@ TEST_F(VsetSar, KeysThatNobodyHearsAreCounted) {
     registerCallback(hKeypad);
     vset::sar::press(2);
     ASSERT_TRUE(areThere(2));
-    EXPECT_THAT(presses(), ElementsAre(Press(22, 0x2A), Press(23, 0x50))) << "the first with its code; none of before";
+    EXPECT_THAT(presses(), ElementsAre(Press(22, 0x2A), Press(23, 0x50)))
+        << "the first with its code; none of the earlier ones";
 }
 
 TEST_F(VsetSar, EveryKeyIsHeardOrDropped) {

@@ -33,7 +33,7 @@ HW_Result_t open(HW_U32 u32Slot, HW_Handle_t* phTuner, HW_U32 u32Mode = 1) {
     return HW_TUNER_Open(&stParams, phTuner);
 }
 
-// What a program with the right buffer finds in it.
+// Returns what a program with the right buffer finds in it.
 using Get = HW_Result_t (*)(HW_Handle_t, HW_U32, const void*, void*);
 std::string bufferOf(Get get, HW_Handle_t hTuner, HW_U32 u32Number) {
     std::string strBuffer(HW_TUNER_TEXT_SIZE + 8, '\xA5');
@@ -46,7 +46,7 @@ std::string padded(std::string strText) {
     return strText;
 }
 
-class VsetTuner : public test::SetTest {
+class VsetTuner : public test::MiddlewareTest {
 protected:
     static void bringUp() {
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
@@ -108,7 +108,7 @@ TEST_F(VsetTuner, HasTwoSlotsOfWhichThePlayerHasOne) {
     EXPECT_EQ(tuner::slotCount(), 2u);
     EXPECT_FALSE(tuner::slot(1).bOpen);
     bringUp();
-    EXPECT_NE(player(), hFirst) << "a handle of before";
+    EXPECT_NE(player(), hFirst) << "an earlier handle";
 }
 
 TEST_F(VsetTuner, MayBeHeldByThePlayer) {
@@ -233,7 +233,7 @@ TEST_F(VsetTuner, IsInitialisedAnewInTwoSteps) {
     EXPECT_EQ(HW_TUNER_FactoryCmdApplyVif(0, 1), 0u);
     EXPECT_EQ(tuner::slot(1).u64VifInits, 0u);
 
-    // A failing first step is none.
+    // A step 1 that failed does not count: the step 0 that follows initializes nothing.
     vset::inject({"HW_TUNER_FactoryCmdApplyVif", 0});
     EXPECT_EQ(HW_TUNER_FactoryCmdApplyVif(hTuner, 1), 0u);
     EXPECT_EQ(HW_TUNER_FactoryCmdApplyVif(hTuner, 0), 1u);

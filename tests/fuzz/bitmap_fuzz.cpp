@@ -84,7 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pu8Data, std::size_t s
     const std::string& strPath = makeFile(pu8Data + kSettingsSize, size - kSettingsSize);
     const bool bDrawn = _load_bitmap_to_buffer(canvas, reinterpret_cast<const unsigned char*>(strPath.c_str()), x, y,
                                                u32CropX, u32CropY, u32Width, u32Height);
-    // Pixels of one picture may meet at one place, so all are looked at before the first is cleared.
+    // Pixels of one picture may meet at one place, so all are checked before the first is cleared.
     const auto forEachPixel = [&](auto&& look) {
         for (std::uint32_t i = 0; bDrawn && i < u32Width * u32Height; ++i) {
             const std::size_t offset = canvas.offset(x + i % u32Width, y + i / u32Width);

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "fapi_command_scanner.h"
+#include "base/fapi_command_scanner.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp.h"
-#include "fapi_byte_order.h"
+#include "base/fapi_byte_order.h"
 #include "fuzz_set.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_sys.h"
@@ -23,7 +23,7 @@ using test::require;
 
 constexpr std::size_t kRecordSize = 29;
 
-// Bytes with nothing behind them.
+// Bytes that nothing follows.
 using Bytes = std::vector<signed char>;
 
 std::uint64_t reference(const signed char* ps8Data, std::size_t size) {
@@ -59,7 +59,7 @@ std::string sent(unsigned int u32Param) {
     return parameter == parameters.end() ? std::string() : parameter->second;
 }
 
-// What the display is sent for the record.
+// Returns what the display receives for the record.
 std::string expected(const signed char* ps8Record) {
     std::array<std::uint32_t, 8> words = {static_cast<std::uint32_t>(reference(ps8Record, 1))};
     for (std::size_t i = 1; i < words.size(); ++i) {
@@ -85,7 +85,7 @@ void checkRecord(int s32Type, int s32Length, const std::uint8_t* pu8Data, std::s
     if (size < needed) {
         return;
     }
-    // Of types that take nothing not even the first byte may be read.
+    // Types without a value: not even the first byte may be read.
     const auto record = std::make_unique<signed char[]>(needed);
     std::copy_n(pu8Data, needed, record.get());
     const std::string strBefore = needed == 0 ? std::string() : sent(static_cast<unsigned int>(s32Type));

@@ -32,7 +32,7 @@ using test::u8;
 
 constexpr char kFile[] = "/vendor/factory/config/board.ini";
 constexpr char kFormatKey[] = "IR:IR_FORMAT";
-// Of the buffer that the settings are read into.
+// The size of the buffer that the settings are read into.
 constexpr std::size_t kTextSize = 1024;
 constexpr std::size_t kKeys = 8;
 
@@ -89,9 +89,9 @@ Values settings(const std::string& strAnyKey) {
     return values;
 }
 
-// --- The same, plainly -----------------------------------------------------------------------------------------------
+// --- A plain reference -----------------------------------------------------------------------------------------------
 
-// What is left of a value in the buffer of a reader.
+// Returns what is left of a value in the buffer of a reader.
 std::string settingOf(const Value& value) {
     return value && value->size() < kTextSize ? *value : std::string();
 }
@@ -130,7 +130,7 @@ std::optional<unsigned char> byteOf(std::string_view text) {
     return u8Byte == 0 ? std::nullopt : std::make_optional(u8Byte);
 }
 
-// Always eight; those that are not listed are zero. Nothing when one is no byte, or listed behind the eighth.
+// Always eight; those that are not listed are zero. Nothing when one is no byte, or follows the eighth.
 std::optional<std::array<unsigned char, kKeys>> listOf(std::string_view text) {
     std::array<unsigned char, kKeys> bytes = {};
     std::size_t count = 0;
@@ -178,7 +178,7 @@ void checkFormat(const Value& value) {
     require(u8Format == (bNumber ? number.s64Value & 0xFF : kUntouched));
 }
 
-// Into a buffer that has nothing behind it.
+// Reads into a buffer that nothing follows.
 void checkValue(const std::string& strKey, const Value& value, std::size_t size) {
     const auto buffer = std::make_unique<unsigned char[]>(size);
     std::fill_n(buffer.get(), size, '#');
@@ -225,7 +225,7 @@ std::string_view takeLine(std::string_view& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pu8Data, std::size_t size) {
     static const BoardSet set;
     std::string_view text(reinterpret_cast<const char*>(pu8Data), size);
-    // As C sees them.
+    // The texts as C reads them.
     const std::string strKey = std::string(takeLine(text)).c_str();
     const std::string_view secondLine = takeLine(text);
     const std::string strValue = std::string(secondLine).c_str();

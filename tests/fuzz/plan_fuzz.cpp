@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pu8Data, std::size_t s
     const tool::Plan plan = tool::parsePlan(text, problems);
     for (const tool::Step& step : plan.steps) {
         for (const tool::PlanLine& line : step.lines) {
-            // What is printed must be read as what it was.
+            // The printed text must be read as the same plan.
             if (tool::splitWords(line.text()) != line.words) {
                 __builtin_trap();
             }

@@ -33,7 +33,7 @@ std::vector<std::uint8_t> bytesOf(const std::filesystem::path& path) {
     file.exceptions(std::ios::failbit);
     file.open(path, std::ios::binary);
     std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
-    // Nothing behind the last byte may be read: there must be nothing that a sanitizer takes for ours.
+    // Nothing after the last byte may be read: no memory of this program may follow it.
     bytes.shrink_to_fit();
     return bytes;
 }
@@ -41,7 +41,7 @@ std::vector<std::uint8_t> bytesOf(const std::filesystem::path& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A name stands there before its input can end the program.
+    // The name is printed before its input can end the program.
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     std::size_t replayed = 0;
     bool bEmpty = argc < 2;

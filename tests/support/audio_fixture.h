@@ -3,28 +3,22 @@
 #ifndef TESTS_SUPPORT_AUDIO_FIXTURE_H
 #define TESTS_SUPPORT_AUDIO_FIXTURE_H
 
-#include <algorithm>
-
 #include "a_vextvfapi_aud.h"
-#include "a_vextvfapi_sys.h"
+#include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/set_fixture.h"
 #include "vset/aout.h"
 
 namespace test {
 
-class AudioTest : public SetTest {
+class AudioTest : public LibraryTest {
 protected:
-    void SetUp() override {
-        SetTest::SetUp();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-        ASSERT_EQ(a_vextvfapi_aud_init(), 0);
-        vset::clearJournal();
-    }
+    AudioTest() : LibraryTest(a_vextvfapi_aud_init) {}
 
-    static std::size_t count(const std::string& strCall) {
-        const std::vector<std::string> made = calls();
-        return static_cast<std::size_t>(std::count(made.begin(), made.end(), strCall));
+    // The module keeps its paths after a failure, and remembers which of them it has opened.
+    void TearDown() override {
+        vset::clearFaults();
+        a_vextvfapi_aud_close();
+        LibraryTest::TearDown();
     }
 };
 

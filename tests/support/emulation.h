@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What cannot run under the user-mode emulator of another processor.
+// Marks tests that cannot run under the user-mode emulator of another processor.
 #ifndef TESTS_SUPPORT_EMULATION_H
 #define TESTS_SUPPORT_EMULATION_H
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The events of the peripheral module, as they come.
+// Collects the events of the peripheral module.
 #ifndef TESTS_SUPPORT_EVENTS_H
 #define TESTS_SUPPORT_EVENTS_H
 
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -12,10 +11,9 @@
 #include <vector>
 
 #include "a_vextvfapi_prphrl.h"
+#include "support/waiting.h"
 
 namespace test {
-
-using namespace std::chrono_literals;
 
 struct Event {
     unsigned int number;
@@ -34,7 +32,7 @@ inline void PrintTo(const Event& event, std::ostream* pStream) {
              << "\" data \"" << event.data << '"';
 }
 
-// Registered for the events while it lives; one at a time.
+// A registration for the events as long as this object lives; one at a time.
 class Events {
 public:
     Events() {
@@ -45,13 +43,13 @@ public:
     Events(const Events&) = delete;
     Events& operator=(const Events&) = delete;
 
-    // What else is done inside the callback, which keeps the service's thread for as long.
+    // Sets an action that runs inside the callback and keeps the service's thread that long.
     void onEvent(std::function<void(const Event&)> action) {
         const std::lock_guard<std::mutex> lock(_mutex);
         _action = std::move(action);
     }
 
-    // All events so far, when there are that many or the time is over.
+    // Waits for `count` events or until `atMost`; returns all events so far.
     std::vector<Event> wait(std::size_t count, std::chrono::milliseconds atMost = 10s) {
         waitFor(count, atMost);
         const std::lock_guard<std::mutex> lock(_mutex);
@@ -63,13 +61,13 @@ public:
         return _events.size();
     }
 
-    // The same wait without a copy of the events, for tests with many of them.
+    // Waits as wait() does, without a copy of the events.
     void waitFor(std::size_t count, std::chrono::milliseconds atMost) {
         std::unique_lock<std::mutex> lock(_mutex);
-        _changed.wait_for(lock, atMost, [&] { return _events.size() >= count; });
+        _changed.wait_for(lock, patient(atMost), [&] { return _events.size() >= count; });
     }
 
-    // The bytes of the first objects.
+    // Waits as wait() does; returns the bytes of the first objects.
     std::vector<std::string> data(std::size_t count, std::chrono::milliseconds atMost = 10s) {
         std::vector<std::string> data;
         for (const Event& event : wait(count, atMost)) {
@@ -78,7 +76,7 @@ public:
         return data;
     }
 
-    // All that comes until nothing has come for the time.
+    // Waits until nothing has come for that time; returns all events so far.
     std::vector<Event> settled(std::chrono::milliseconds quiet) {
         for (std::size_t before = count();; before = count()) {
             std::this_thread::sleep_for(quiet);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the library prints with its debug switch on.
+// Captures what the library prints with its debug switch on.
 #ifndef TESTS_SUPPORT_LOG_CAPTURE_H
 #define TESTS_SUPPORT_LOG_CAPTURE_H
 
@@ -14,7 +14,7 @@
 
 namespace test {
 
-// The debug switch as a file of the attached set, looked at by the library anew.
+// Makes or removes the debug switch, a file of the attached set, and lets the library read it again.
 inline void switchLog(bool bOn) {
     const std::string strSwitch = vset::hostPath("/data/tvfapi_hal_debug");
     if (bOn) {
@@ -25,7 +25,7 @@ inline void switchLog(bool bOn) {
     _a_vextvfapi_common_init();
 }
 
-// "<function:123>" becomes "<function>".
+// Replaces "<function:123>" by "<function>".
 std::string withoutLines(const std::string& strLog);
 
 // Runs `body` with the log on and returns what came to standard output.
@@ -47,7 +47,7 @@ std::string logWithLinesOf(Body&& body) {
     return strLog;
 }
 
-// The same with the source lines taken out.
+// Does the same and takes the source lines out.
 template <class Body>
 std::string logOf(Body&& body) {
     return withoutLines(logWithLinesOf(std::forward<Body>(body)));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A set whose middleware is up, and the way of a program to its on-screen graphics.
+// A set whose middleware is up, and the steps of a program to its on-screen graphics.
 #ifndef TESTS_SUPPORT_OSD_FIXTURE_H
 #define TESTS_SUPPORT_OSD_FIXTURE_H
 
@@ -26,12 +26,12 @@ inline HW_OSD_SurfaceAttr_t surfaceOver(std::vector<HW_U32>& pixels, HW_U32 u32W
     return {u32Width, u32Height, u32Width * 4, 8, 0, 1, reinterpret_cast<HW_U64>(pixels.data()), 0};
 }
 
-class OsdTest : public SetTest {
+class OsdTest : public MiddlewareTest {
 protected:
     static constexpr HW_U32 kIommuLength = 0x10000;
 
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     }
 
@@ -65,7 +65,7 @@ protected:
         return hSurface;
     }
 
-    // A shown layer 2.
+    // Creates and shows layer 2.
     static HW_Handle_t createLayer(const vset::osd::Rectangle& r, HW_U32 u32SrcWidth, HW_U32 u32SrcHeight) {
         const HW_OSD_LayerAttr_t stAttr = {2, 7, r.u32X, r.u32Y, r.u32Width, r.u32Height, u32SrcWidth, u32SrcHeight};
         HW_Handle_t hLayer = HW_HANDLE_NONE;

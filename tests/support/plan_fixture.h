@@ -12,7 +12,7 @@ namespace test {
 
 class PlanTest : public ToolTest {
 protected:
-    // Runs a plan of that text. The verdict of each step, by name and in order.
+    // Runs a plan of that text; returns the verdict of each step, by name and in order.
     std::vector<std::pair<std::string, std::string>> verdicts(const std::string& strText) {
         const std::string strPlan = writeFile("test.plan", "plan \"Test\"\n" + strText);
         _result = fapi({"run", "--report", reports(), strPlan});
@@ -25,7 +25,7 @@ protected:
     }
 
     std::string reports() const { return folder() + "/reports"; }
-    // The newest report.
+    // Returns the newest report.
     std::string reportFile(const std::string& strEnding) const {
         std::filesystem::directory_entry newest;
         for (const auto& entry : std::filesystem::directory_iterator(reports())) {

@@ -13,12 +13,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/waiting.h"
+
 namespace test {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds kLimit{120};
+constexpr std::chrono::seconds kLimit{110};  // less than CTest's own limit
 
 [[noreturn]] void execute(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
@@ -49,7 +51,7 @@ bool readSome(int s32Fd, std::string& strText) {
 struct Pipe {
     int as32Ends[2];
     Pipe() {
-        // Not for a process that another thread starts meanwhile.
+        // A process that another thread starts meanwhile must not inherit it.
         if (pipe2(as32Ends, O_CLOEXEC) != 0) {
             throw std::runtime_error("no pipe");
         }
@@ -83,7 +85,7 @@ ProcessResult runProcess(const std::vector<std::string>& command, const std::str
     ProcessResult stResult;
     pollfd astPoll[2] = {{output.as32Ends[0], POLLIN, 0}, {error.as32Ends[0], POLLIN, 0}};
     std::string* apTexts[2] = {&stResult.strOutput, &stResult.strError};
-    const Clock::time_point deadline = Clock::now() + kLimit;
+    const Clock::time_point deadline = Clock::now() + patient(kLimit);
     while (astPoll[0].fd >= 0 || astPoll[1].fd >= 0) {
         if (Clock::now() > deadline) {
             kill(child, SIGKILL);
@@ -112,7 +114,7 @@ ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::
     ProcessResult stResult;
     std::size_t next = 0;
     std::size_t seen = 0;
-    const Clock::time_point deadline = Clock::now() + kLimit;
+    const Clock::time_point deadline = Clock::now() + patient(kLimit);
     for (;;) {
         if (next < typed.size()) {
             const std::size_t place = stResult.strOutput.find(typed[next].strWaitFor, seen);

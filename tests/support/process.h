@@ -14,11 +14,11 @@ struct ProcessResult {
     std::string strError;   // standard error
 };
 
-// Runs the program with pipes. It is killed after two minutes; the exit code is then 128 + 9.
+// Runs the program with pipes. It is killed after nearly two minutes; the exit code is then 128 + 9.
 ProcessResult runProcess(const std::vector<std::string>& command, const std::string& strInput = "");
 
-// The same on a terminal of its own: types each line of `typed` when the text before it has appeared. Everything that
-// appears is in strOutput. An empty text to wait for means at once.
+// Runs the program on a terminal of its own and types each line of `typed` when the text before it has appeared; an
+// empty text means at once. All that appears is in strOutput.
 struct Typed {
     std::string strWaitFor;
     std::string strKeys;

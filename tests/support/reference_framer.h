@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "fapi_message_framer.h"
+#include "base/fapi_message_framer.h"
 
 namespace test {
 
@@ -64,7 +64,7 @@ public:
     Framer& operator=(const Framer&) = delete;
 
     void adoptLimit() { _framer.adoptLimit(); }
-    // From memory of exactly that size.
+    // Memory of exactly that size.
     void feed(const std::string& bytes) {
         const std::vector<unsigned char> exact(bytes.begin(), bytes.end());
         _framer.feed(exact.data(), exact.size());

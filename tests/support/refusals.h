@@ -3,6 +3,7 @@
 #ifndef TESTS_SUPPORT_REFUSALS_H
 #define TESTS_SUPPORT_REFUSALS_H
 
+#include <exception>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,7 +14,7 @@
 
 namespace test {
 
-// What outputs hold before a call that must not touch them.
+// The value of outputs before a call that must not touch them.
 constexpr HW_U32 kUntouched = 0xA5A5A5A5;
 
 inline const HW_U8* u8(const char* pszText) {
@@ -21,6 +22,16 @@ inline const HW_U8* u8(const char* pszText) {
 }
 inline const HW_U8* u8(const std::string& strText) {
     return u8(strText.c_str());
+}
+
+// Returns the message of what `action` throws, or "no error".
+inline std::string errorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "no error";
 }
 
 struct Refusal {

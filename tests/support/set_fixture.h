@@ -13,11 +13,12 @@
 
 #include <gtest/gtest.h>
 
+#include "support/emulation.h"
 #include "vset/vset.h"
 
 namespace test {
 
-// Files of the PC, as bytes. A missing file reads as an empty one.
+// Reads a file of the PC; a missing one as an empty one.
 inline std::string readFile(const std::string& strFile) {
     const vset::HostPaths hostPaths;
     std::ifstream file(strFile, std::ios::binary);
@@ -43,11 +44,30 @@ protected:
     }
 
     void TearDown() override {
+        for (const vset::OpenHandle& stHandle : opened()) {
+            EXPECT_TRUE(stHandle.bPlayer || mayStayOpen(stHandle.strFamily)) << stHandle.strFamily << " is left open";
+        }
         vset::clearFaults();
         vset::cutPowerAtWrite(0);
         vset::detach();
         vset::clearJournal();
         std::filesystem::remove_all(_strFolder);
+    }
+
+    // Runs `body` in a process in which the library has not been used yet.
+    template <class Body>
+    void inFreshProcess(Body&& body) {
+        if (kEmulated) {
+            body();  // CTest gives each test a process of its own
+            return;
+        }
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        const auto run = [&] {
+            body();
+            TearDown();
+            std::exit(HasFailure() ? 1 : 0);
+        };
+        EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
     }
 
     const std::string& folder() const { return _strFolder; }
@@ -58,7 +78,11 @@ protected:
         writeFile(vset::hostPath(strPath), strBytes);
     }
 
-    // What is open beside the display, graphics, tuner and watchdog that the set's player always has.
+    // Names what the test leaves open, by the beginning of the family's name ("HW_AOUT"). All else must be closed at
+    // the end.
+    void leavesOpen(const std::string& strFamily) { _leftOpen.push_back(strFamily); }
+
+    // Returns what is open, except the display, graphics, tuner and watchdog that the set's player always has.
     static std::vector<vset::OpenHandle> opened() {
         std::vector<vset::OpenHandle> handles = vset::openHandles();
         const auto isOfTheScene = [](const vset::OpenHandle& stHandle) {
@@ -71,7 +95,7 @@ protected:
         return handles;
     }
 
-    // Names of the middleware calls since the journal was cleared, oldest first.
+    // Returns the names of the middleware calls since the journal was cleared, oldest first.
     static std::vector<std::string> calls() {
         std::vector<std::string> names;
         for (const vset::JournalEntry& stEntry : vset::journal()) {
@@ -80,8 +104,25 @@ protected:
         return names;
     }
 
+    static std::size_t count(const std::string& strCall) {
+        const std::vector<std::string> made = calls();
+        return static_cast<std::size_t>(std::count(made.begin(), made.end(), strCall));
+    }
+
 private:
+    bool mayStayOpen(const std::string& strFamily) const {
+        return std::any_of(_leftOpen.begin(), _leftOpen.end(),
+                           [&](const std::string& strLeft) { return strFamily.rfind(strLeft, 0) == 0; });
+    }
+
     std::string _strFolder;
+    std::vector<std::string> _leftOpen;
+};
+
+// A test of the middleware itself, which leaves its handles to the end of the set.
+class MiddlewareTest : public SetTest {
+protected:
+    MiddlewareTest() { leavesOpen("HW_"); }
 };
 
 }  // namespace test

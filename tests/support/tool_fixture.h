@@ -29,13 +29,13 @@ protected:
     const std::string& folder() const { return _strFolder; }
     std::string set() const { return _strFolder + "/set"; }
 
-    // fapi --set SET --yes WORD...: there is nobody to be asked.
+    // Runs fapi --set SET --yes WORD...: no person can be asked.
     ProcessResult fapi(std::vector<std::string> words, const std::string& strInput = "") const {
         words.insert(words.begin(), {FAPI_BINARY, "--set", set(), "--yes"});
         return runProcess(words, strInput);
     }
 
-    // The same with --json, of whose output the last line is read.
+    // Does the same with --json and returns the last object.
     nlohmann::json fapiJson(std::vector<std::string> words) const {
         words.push_back("--json");
         const std::string strOutput = fapi(words).strOutput;

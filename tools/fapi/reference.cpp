@@ -12,9 +12,9 @@ namespace {
 constexpr char kHead[] =
     "# Operations\n"
     "\n"
-    "Made by `fapi reference` from the operation table of the bench tool; not to be edited. Arguments in brackets may "
-    "be\n"
-    "left out. Numbers are decimal, or hexadecimal behind `0x`. Examples are lines of `fapi shell` on a new set.\n";
+    "`fapi reference` prints this from the operation table of the bench tool; not to be edited. Arguments in brackets "
+    "are\n"
+    "optional. Numbers are decimal, or hexadecimal after `0x`. Examples are lines of `fapi shell` on a new set.\n";
 
 // With what Markdown would take for its own behind a backslash.
 std::string escaped(const std::string& text) {

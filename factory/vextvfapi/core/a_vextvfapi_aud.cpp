@@ -1,23 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: start-up, output paths, and the module's events.
+// The audio module's start-up, output paths, and events.
+#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include "a_vextvfapi_aud_internal.h"
 
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_audio.h"
-
-#define FAPI_LOG_TAG "VexTvFApiAudio"
-#include "fapi_log.h"
-
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_audCallback, a_vextvfapi_aud_reg_callback, a_vextvfapi_aud_unreg_callback,
-                          a_vextvfapi_aud_nty_event)
 
 namespace {
 
 struct OutputPath {
     HW_Handle_t hAout;
-    // Whether this module has ever opened the path. Never taken back: a path that somebody else opens later and this
-    // module finds is closed here all the same.
+    // True once this module has opened the path. Contract: never reset, so a path that another client opens later is
+    // closed here, too.
     bool bOwned;
 };
 
@@ -25,7 +21,7 @@ struct OutputPath {
 
 static OutputPath _astPaths[HW_AOUT_PATH_COUNT];
 
-HW_Handle_t _a_vextvfapi_aud_path(unsigned int u32Path) {
+HW_Handle_t fapi::aud::pathHandle(unsigned int u32Path) {
     return _astPaths[u32Path].hAout;
 }
 
@@ -42,11 +38,11 @@ int a_vextvfapi_aud_init() {
         FAPI_LOGE("\033[31m %s(%d)HW_AOUT_Init() failed.\033[m\n\n", __func__, __LINE__);
         return -1;
     }
-    _a_vextvfapi_aud_forget_dolby_dap_param();
+    fapi::aud::forgetDolbyDapParam();
     return 0;
 }
 
-// The core goes down before the outputs, and the handles stay remembered. Both are contract.
+// Contract: the core goes down before the outputs, and the handles stay remembered.
 int a_vextvfapi_aud_deinit() {
     if (HW_AUDIO_DeInit() != HW_OK) {
         FAPI_LOGE("HW_AUDIO_DeInit() failed!\n\n");
@@ -96,15 +92,15 @@ int a_vextvfapi_aud_close() {
     return 0;
 }
 
-HW_Handle_t _a_vextvfapi_aud_open_main_path(const char* pszCaller) {
+HW_Handle_t fapi::aud::openMainPath(const char* pszCaller) {
     a_vextvfapi_aud_open();
-    if (_a_vextvfapi_aud_path(kMainPath) == HW_HANDLE_NONE) {
+    if (fapi::aud::pathHandle(fapi::aud::kMainPath) == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "AOUT handle is not ready!\n\n");
     }
-    return _a_vextvfapi_aud_path(kMainPath);
+    return fapi::aud::pathHandle(fapi::aud::kMainPath);
 }
 
-int _a_vextvfapi_aud_finish(const char* pszCaller) {
+int fapi::aud::finish(const char* pszCaller) {
     if (a_vextvfapi_aud_close() != 0) {
         FAPI_LOGE_AS(pszCaller, "a_vextvfapi_aud_close() failed!\n\n");
         return -1;
@@ -112,11 +108,31 @@ int _a_vextvfapi_aud_finish(const char* pszCaller) {
     return 0;
 }
 
-int _a_vextvfapi_aud_send(HW_Handle_t hAout, HW_U32 u32Attribute, const void* pValue, const char* pszCaller) {
+int fapi::aud::send(HW_Handle_t hAout, HW_U32 u32Attribute, const void* pValue, const char* pszCaller) {
     if (HW_AOUT_SetAttr(hAout, u32Attribute, pValue) != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "HW_AOUT_SetAttr() failed!\n\n");
         return -1;
     }
     FAPI_LOGD_AS(pszCaller, "HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish(pszCaller);
+    return fapi::aud::finish(pszCaller);
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_aud_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_aud_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_aud_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                              const fapi_core::VexTvFApiEventCommonObject& b,
+                              const fapi_core::VexTvFApiEventCommonObject& c,
+                              const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

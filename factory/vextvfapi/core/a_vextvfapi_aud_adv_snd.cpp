@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: advanced sound effects, DTS bypass, attributes.
+// Advanced sound effects, DTS bypass, attributes.
+#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include <cstring>
 
 #include "a_vextvfapi_aud_internal.h"
-
-#define FAPI_LOG_TAG "VexTvFApiAudio"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 
-// A part of an effect, and where its enable byte is in the parameters.
+// A part of an effect, and the position of its enable byte in the parameters.
 struct SubEffect {
     const char* pszName;
     unsigned int u32Position;
@@ -23,7 +22,7 @@ constexpr SubEffect kTrueSurround[] = {
     {"SRS TSHD TRUBASS LEVEL INDEPENDENT", 4},
 };
 
-// The first five have names, and are refused all the same.
+// Contract: the first five have names but are refused.
 constexpr unsigned int kFirstTheater = 5;
 constexpr SubEffect kTheater[] = {
     {"SRS THEATER ALL", 0},
@@ -71,7 +70,7 @@ struct DbxCombination {
     HW_U32 u32Surround;
 };
 
-// In the chip's numbers, in which ON comes before OFF.
+// The chip's numbers, in which ON comes before OFF.
 constexpr HW_U32 kSonicOn = E_HW_AOUT_DBX_SONIC_ON;
 constexpr HW_U32 kSonicOff = E_HW_AOUT_DBX_SONIC_OFF;
 constexpr HW_U32 kNormal = E_HW_AOUT_DBX_VOLUME_NORMAL;
@@ -104,31 +103,35 @@ struct Effect {
     const char* pszEnableName;
     const char* pszName;
     HW_U32 u32HwType;
-    // Parts `u32First` to `u32Count` - 1 of the list can be switched.
-    const SubEffect* pSubEffects;
-    unsigned int u32First;
-    unsigned int u32Count;
+    // The list's parts from `u32First` to `u32Count` - 1 can be switched.
+    const SubEffect* pSubEffects = nullptr;
+    unsigned int u32First = 0;
+    unsigned int u32Count = 0;
+
+    constexpr Effect(const char* pszBothNames, HW_U32 u32Type)
+        : pszEnableName(pszBothNames), pszName(pszBothNames), u32HwType(u32Type) {}
+
+    template <unsigned int u32Parts>
+    constexpr Effect(const char* pszForEnable, const char* pszForParts, HW_U32 u32Type,
+                     const SubEffect (&parts)[u32Parts], unsigned int u32FirstPart = 0)
+        : pszEnableName(pszForEnable),
+          pszName(pszForParts),
+          u32HwType(u32Type),
+          pSubEffects(parts),
+          u32First(u32FirstPart),
+          u32Count(u32Parts) {}
 };
 
-template <unsigned int u32Count>
-constexpr Effect effect(const char* pszEnableName, const char* pszName, HW_U32 u32HwType,
-                        const SubEffect (&subEffects)[u32Count], unsigned int u32First = 0) {
-    return {pszEnableName, pszName, u32HwType, subEffects, u32First, u32Count};
-}
-constexpr Effect effect(const char* pszName, HW_U32 u32HwType) {
-    return {pszName, pszName, u32HwType, nullptr, 0, 0};
-}
-
-// Number 3 has two names in the log.
+// Contract: number 3 has two names in the log.
 constexpr Effect kEffects[] = {
-    effect("NONE", E_HW_AOUT_ADV_SND_NONE),
-    effect("SRS True Surround HD", "SRS True Surround HD", E_HW_AOUT_ADV_SND_SRS_TSHD, kTrueSurround),
-    effect("SRS Theater Sound", "SRS Theater Sound", E_HW_AOUT_ADV_SND_SRS_THEATER, kTheater, kFirstTheater),
-    effect("SRS Pure Sound", "Pure Sound", E_HW_AOUT_ADV_SND_SRS_PURE, kPureSound),
-    effect("DBX", E_HW_AOUT_ADV_SND_DBX),
-    effect("Dolby Volume", E_HW_AOUT_ADV_SND_DOLBY_VOLUME),
-    effect("Dolby DAP", "Dolby DAP", E_HW_AOUT_ADV_SND_DOLBY_DAP, kDolbyDap),
-    effect("DTS VIRTUAL X", "DTS VIRTUAL X", E_HW_AOUT_ADV_SND_DTS_VIRTUALX, kDtsVirtualX),
+    {"NONE", E_HW_AOUT_ADV_SND_NONE},
+    {"SRS True Surround HD", "SRS True Surround HD", E_HW_AOUT_ADV_SND_SRS_TSHD, kTrueSurround},
+    {"SRS Theater Sound", "SRS Theater Sound", E_HW_AOUT_ADV_SND_SRS_THEATER, kTheater, kFirstTheater},
+    {"SRS Pure Sound", "Pure Sound", E_HW_AOUT_ADV_SND_SRS_PURE, kPureSound},
+    {"DBX", E_HW_AOUT_ADV_SND_DBX},
+    {"Dolby Volume", E_HW_AOUT_ADV_SND_DOLBY_VOLUME},
+    {"Dolby DAP", "Dolby DAP", E_HW_AOUT_ADV_SND_DOLBY_DAP, kDolbyDap},
+    {"DTS VIRTUAL X", "DTS VIRTUAL X", E_HW_AOUT_ADV_SND_DTS_VIRTUALX, kDtsVirtualX},
 };
 constexpr unsigned int kEffectCount = sizeof(kEffects) / sizeof(kEffects[0]);
 
@@ -136,7 +139,7 @@ constexpr unsigned int kEffectCount = sizeof(kEffects) / sizeof(kEffects[0]);
 
 static fapi_core::VexTvFApiAdvSndDolbyDapParams_t _stDolbyDapParams;
 
-void _a_vextvfapi_aud_forget_dolby_dap_param() {
+void fapi::aud::forgetDolbyDapParam() {
     _stDolbyDapParams = {};
 }
 
@@ -144,7 +147,7 @@ void _a_vextvfapi_aud_forget_dolby_dap_param() {
 
 int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready! \n\n");
         return -1;
@@ -156,10 +159,10 @@ int a_vextvfapi_aud_adv_snd_enable(unsigned int* pType) {
     const Effect& stEffect = kEffects[*pType];
     FAPI_LOGI("Enable eAdvSndType: %s \n\n", stEffect.pszEnableName);
     const HW_U32 u32HwType = stEffect.u32HwType;
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_ADV_SND_TYPE, &u32HwType);
 }
 
-// Puts the part into the record, with all other parts off, and tells its name. False when there is no such part.
+// Puts the part into the record, with all other parts off, and its name into `pszName`. False for an unknown part.
 static bool fillSubEffect(unsigned int u32Type, unsigned int u32SubIndex, unsigned char u8Enable,
                           HW_AOUT_AdvSndParams_t& stParams, const char*& pszName) {
     const Effect& stEffect = kEffects[u32Type];
@@ -184,7 +187,7 @@ static bool fillSubEffect(unsigned int u32Type, unsigned int u32SubIndex, unsign
 
 int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIndex, unsigned char* pEnable) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n\n");
         return -1;
@@ -197,19 +200,19 @@ int a_vextvfapi_aud_adv_snd_enable_sub(unsigned int* pType, unsigned int* pSubIn
     HW_AOUT_AdvSndParams_t stParams = {};
     const char* pszName = nullptr;
     if (!fillSubEffect(*pType, *pSubIndex, *pEnable, stParams, pszName)) {
-        // A part that there is not is logged, and is no failure. It is contract.
+        // Contract: an unknown part is only logged.
         FAPI_LOGE("Not support type\n\n");
-        return _a_vextvfapi_aud_finish();
+        return fapi::aud::finish();
     }
     FAPI_LOGI("Apply sub sound effect Type: %s ==> %s \n\n", fapi::logText(pszName),
               *pEnable != 0 ? "enable" : "disable");
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stParams);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stParams);
 }
 
 // --- Parameters ------------------------------------------------------------------------------------------------------
 
 int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -222,7 +225,7 @@ int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
         FAPI_LOGE("Not support type\n\n");
         return -1;
     }
-    // For DBX zeros are all its modes on.
+    // For DBX zeros switch all its modes on.
     HW_AOUT_AdvSndParams_t stAdvSndParams = {};
     stAdvSndParams.u32Type = kEffects[*pType].u32HwType;
     if (*pType == kDolbyDapType) {
@@ -232,7 +235,7 @@ int a_vextvfapi_aud_adv_snd_set_param(unsigned int* pType) {
             "Apply adv sound effect: Dolby DAP stAdvSndParams.attr.stDolbyDapParams.stDapGainParam.s32PreGain = %d\n",
             stAdvSndParams.attr.stDolbyDapParams.stDapGainParam.s32PreGain);
     }
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stAdvSndParams);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_ADV_SND_PARAM, &stAdvSndParams);
 }
 
 int a_vextvfapi_aud_adv_snd_set_dolby_dap_param(const fapi_core::VexTvFApiAdvSndDolbyDapParams_t* pParams) {
@@ -254,12 +257,12 @@ int a_vextvfapi_aud_dts_bypass(unsigned char* pBypass) {
         return -1;
     }
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n\n");
         return -1;
     }
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_DTS_BYPASS, pBypass);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_DTS_BYPASS, pBypass);
 }
 
 int a_vextvfapi_aud_get_attr(unsigned int attrType, void* pInput, void* pOutput) {
@@ -267,7 +270,7 @@ int a_vextvfapi_aud_get_attr(unsigned int attrType, void* pInput, void* pOutput)
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -284,5 +287,5 @@ int a_vextvfapi_aud_get_attr(unsigned int attrType, void* pInput, void* pOutput)
         return -1;
     }
     FAPI_LOGD("HW_AOUT_GetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: basic sound effects, equalisers among them.
+// Basic sound effects, equalizers among them.
+#define FAPI_LOG_TAG "VexTvFApiAudio"
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -7,9 +8,7 @@
 #include <tuple>
 
 #include "a_vextvfapi_aud_internal.h"
-
-#define FAPI_LOG_TAG "VexTvFApiAudio"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 
@@ -18,7 +17,7 @@ struct EffectNames {
     const char* pszShort;
 };
 
-// The effects, by their numbers.
+// Names of the effects, by number.
 constexpr EffectNames kNames[] = {
     {"Prescale", "PRESCALE"},
     {"EQ(Equalizer)", "EQ"},
@@ -48,7 +47,9 @@ constexpr Range kGain = {0, 360};
 constexpr Range kFrequency = {20, 20000};
 constexpr Range kQ = {5, 160};
 
-HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) {
+}  // namespace
+
+static HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) {
     HW_AOUT_BasicSound_t stSound = {};
     stSound.u32Type = u32Type;
     stSound.u8Enable = u8Enable;
@@ -56,20 +57,17 @@ HW_AOUT_BasicSound_t newRecord(HW_U32 u32Type, HW_U8 u8Enable, HW_U16 u16Value) 
     return stSound;
 }
 
-// Makes a record with all bands at 0: what a caller sets of one band is all that the chip then has.
-HW_AOUT_BasicSound_t newPeqRecord() {
+// Makes a record with all bands at 0: the chip keeps no value of an earlier call.
+static HW_AOUT_BasicSound_t newPeqRecord() {
     return newRecord(E_HW_AOUT_BASIC_SND_PEQ, 1, HW_AOUT_PEQ_BANDS);
 }
 
-}  // namespace
-
-// Sends an effect as the last step of an operation.
 static int sendRecord(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
                       const char* pszCaller = __builtin_FUNCTION()) {
-    return _a_vextvfapi_aud_send(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound, pszCaller);
+    return fapi::aud::send(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound, pszCaller);
 }
 
-// Does the same with the failure in red.
+// Sends an effect, with a failure logged in red.
 static int sendRecordOrRed(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSound,
                            const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_AOUT_SetAttr(hAout, E_HW_AOUT_ATTR_BASIC_SOUND, &stSound) != HW_OK) {
@@ -77,15 +75,15 @@ static int sendRecordOrRed(HW_Handle_t hAout, const HW_AOUT_BasicSound_t& stSoun
         return -1;
     }
     FAPI_LOGD_AS(pszCaller, "HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish(pszCaller);
+    return fapi::aud::finish(pszCaller);
 }
 
 // --- Single effects --------------------------------------------------------------------------------------------------
 
 int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pValue) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
-        // Here alone a missing handle is no failure. It is contract.
+        // Contract: a missing handle is no failure here.
         return 0;
     }
     if (pEnable == nullptr || pValue == nullptr) {
@@ -102,7 +100,7 @@ int a_vextvfapi_aud_adv_set_prescale(unsigned char* pEnable, unsigned short* pVa
 
 int a_vextvfapi_aud_adv_set_NR(unsigned char* pEnable, unsigned short* pThreshold) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n");
         return -1;
@@ -121,7 +119,7 @@ int a_vextvfapi_aud_adv_set_NR(unsigned char* pEnable, unsigned short* pThreshol
 
 int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type type, unsigned char enable) {
     a_vextvfapi_aud_open();
-    const HW_Handle_t hAout = _a_vextvfapi_aud_path(kMainPath);
+    const HW_Handle_t hAout = fapi::aud::pathHandle(fapi::aud::kMainPath);
     if (hAout == HW_HANDLE_NONE) {
         FAPI_LOGE("AOUT handle is not ready.\n");
         return -1;
@@ -136,10 +134,10 @@ int a_vextvfapi_aud_adv_enable_basic_sound_effect(e_vextvfapi_aud_basic_snd_type
 
 // --- One band of the parametric equaliser ----------------------------------------------------------------------------
 
-// Returns the main path's handle when the arguments are good.
+// Returns the main path's handle; 0 also for bad arguments.
 static HW_Handle_t openForBand(const unsigned short* pIndex, const unsigned short* pValue,
                                const char* pszCaller = __builtin_FUNCTION()) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path(pszCaller);
+    const HW_Handle_t hAout = fapi::aud::openMainPath(pszCaller);
     if (hAout != HW_HANDLE_NONE && (pIndex == nullptr || pValue == nullptr || *pIndex >= HW_AOUT_PEQ_BANDS)) {
         FAPI_LOGE_AS(pszCaller, "Invalid parameter !\n\n");
         return HW_HANDLE_NONE;
@@ -199,7 +197,7 @@ static bool isBandInRange(unsigned short u16Gain, unsigned short u16Freq, unsign
 
 int a_vextvfapi_aud_adv_set_peq_value(unsigned short* pIndex, unsigned short* pGain, unsigned short* pFreq,
                                       unsigned short* pQ) {
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -225,38 +223,37 @@ namespace {
 
 using Param = fapi_core::VexTvFApiAudBasicSoundParam_t;
 
-// The caller's record as the words that it consists of. A count of bands that is too large runs on into what follows
-// the list, in this record and in the chip's, but never out of them: no more than 32 bands are taken.
+// The caller's record as words. Contract: a count of bands that is too large continues into the words after the list,
+// in this record and in the chip's, up to 32 bands.
 using Words = std::array<unsigned int, sizeof(Param) / sizeof(unsigned int)>;
 
-// Where a list of bands begins in those words, and in the slots of the chip's record.
+// The place of a list of bands in those words, and in the slots of the chip's record.
 struct BandList {
     std::size_t firstWord;
     unsigned int u32FirstSlot;
+
+    constexpr BandList(std::size_t offset, unsigned int u32Slot)
+        : firstWord(offset / sizeof(unsigned int)), u32FirstSlot(u32Slot) {}
 };
 
-constexpr std::size_t wordOf(std::size_t offset) {
-    return offset / sizeof(unsigned int);
-}
-
-constexpr BandList kEqLevels = {wordOf(offsetof(Param, au32EqLevel)), 0};
-constexpr BandList kPeqGains = {wordOf(offsetof(Param, au32PeqGain)), 0};
-constexpr BandList kPeqFreqs = {wordOf(offsetof(Param, au32PeqFreq)), HW_AOUT_PEQ_BANDS};
-constexpr BandList kPeqQs = {wordOf(offsetof(Param, au32PeqQ)), 2 * HW_AOUT_PEQ_BANDS};
+constexpr BandList kEqLevels = {offsetof(Param, au32EqLevel), 0};
+constexpr BandList kPeqGains = {offsetof(Param, au32PeqGain), 0};
+constexpr BandList kPeqFreqs = {offsetof(Param, au32PeqFreq), HW_AOUT_PEQ_BANDS};
+constexpr BandList kPeqQs = {offsetof(Param, au32PeqQ), 2 * HW_AOUT_PEQ_BANDS};
 static_assert(kPeqQs.firstWord + HW_AOUT_BASIC_SND_SLOTS <= std::tuple_size<Words>::value, "stays inside the record");
 
-unsigned int bandsOf(unsigned short u16Count) {
+}  // namespace
+
+static unsigned int bandsOf(unsigned short u16Count) {
     return std::min<unsigned int>(u16Count, HW_AOUT_BASIC_SND_SLOTS);
 }
 
-void copyBand(const Words& words, const BandList& stList, unsigned int u32Band, HW_AOUT_BasicSound_t& stSound) {
+static void copyBand(const Words& words, const BandList& stList, unsigned int u32Band, HW_AOUT_BasicSound_t& stSound) {
     const unsigned int u32Slot = stList.u32FirstSlot + u32Band;
     if (u32Slot < HW_AOUT_BASIC_SND_SLOTS) {
         stSound.band.au16Band[u32Slot] = static_cast<HW_U16>(words[stList.firstWord + u32Band]);
     }
 }
-
-}  // namespace
 
 static void logBands(const Words& words, const BandList& stList, unsigned short u16Count, const char* pszCaller) {
     for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
@@ -284,7 +281,7 @@ static void fillPeq(const Words& words, unsigned short u16Count, HW_AOUT_BasicSo
     logBands(words, kPeqFreqs, u16Count, pszCaller);
     FAPI_LOGI_AS(pszCaller, "PEQ_Q[\n");
     logBands(words, kPeqQs, u16Count, pszCaller);
-    // Band by band: with more than five of them the later bands' gains replace the first frequencies.
+    // Contract: band by band, so that with more than five bands later gains replace the first frequencies.
     for (unsigned int i = 0; i < bandsOf(u16Count); ++i) {
         copyBand(words, kPeqGains, i, stSound);
         copyBand(words, kPeqFreqs, i, stSound);
@@ -328,7 +325,7 @@ static void fillRecord(const Param& stParam, HW_AOUT_BasicSound_t& stSound,
             FAPI_LOGI_AS(pszCaller, "NoiseReductionThreshold = [%u]\n\n", stSound.u16Value);
             break;
         default:
-            // The record is sent all the same, which switches the effect on. It is contract.
+            // Contract: the record is sent, which switches the effect on.
             FAPI_LOGE_AS(pszCaller, "Invalid basic sound type!\n\n");
             break;
     }
@@ -340,7 +337,7 @@ int a_vextvfapi_aud_basic_snd_set_param(e_vextvfapi_aud_basic_snd_type type,
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }

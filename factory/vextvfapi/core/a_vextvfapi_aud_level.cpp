@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Audio module: delay, volume, volume tables, audio-quality parameters.
-#include "a_vextvfapi_aud_internal.h"
-
+// Delay, volume, volume tables, audio-quality parameters.
 #define FAPI_LOG_TAG "VexTvFApiAudio"
-#include "fapi_log.h"
+#include "a_vextvfapi_aud_internal.h"
+#include "base/fapi_log.h"
 
-static constexpr unsigned int kDelayMax = 250;
-static constexpr unsigned int kVolumeMax = 100;
+namespace {
+
+constexpr unsigned int kDelayMax = 250;
+constexpr unsigned int kVolumeMax = 100;
+
+}  // namespace
 
 // --- Delay -----------------------------------------------------------------------------------------------------------
 
@@ -20,16 +23,16 @@ int a_vextvfapi_aud_adv_set_speaker_delay(unsigned int* pDelay) {
         FAPI_LOGE("Wrong setting! Delay should be %d~%d!\n", 0, kDelayMax);
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
-    if (HW_AOUT_SetDelay(hAout, kMainPath, *pDelay) != HW_OK) {
+    if (HW_AOUT_SetDelay(hAout, fapi::aud::kMainPath, *pDelay) != HW_OK) {
         FAPI_LOGE("HW_AOUT_SetDelay fail.\n\n");
         return -1;
     }
     FAPI_LOGD("Set speaker delay successed: %d\n\n", *pDelay);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 int a_vextvfapi_aud_adv_get_speaker_delay(unsigned int* pDelay) {
@@ -37,18 +40,18 @@ int a_vextvfapi_aud_adv_get_speaker_delay(unsigned int* pDelay) {
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
     HW_U32 u32Delay = 0;
-    if (HW_AOUT_GetDelay(hAout, kMainPath, &u32Delay) != HW_OK) {
+    if (HW_AOUT_GetDelay(hAout, fapi::aud::kMainPath, &u32Delay) != HW_OK) {
         FAPI_LOGE("HW_AOUT_GetDelay failed!\n\n");
         return -1;
     }
     *pDelay = u32Delay;
     FAPI_LOGI("Get speaker delay: %d ms\n\n", u32Delay);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 // --- Volume ----------------------------------------------------------------------------------------------------------
@@ -66,20 +69,20 @@ static bool areVolumeArguments(const unsigned int* pPath, const unsigned int* pV
     return true;
 }
 
-// Gets hold of the paths, and of any one's handle. 0, with a message, when there is none.
+// Obtains the paths. Returns the handle of one of them; 0, with a message, when there is none.
 static HW_Handle_t openPath(unsigned int u32Path, const char* pszCaller = __builtin_FUNCTION()) {
     a_vextvfapi_aud_open();
-    if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
+    if (fapi::aud::pathHandle(u32Path) == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "AOUT handle is not ready!\n\n");
     }
-    return _a_vextvfapi_aud_path(u32Path);
+    return fapi::aud::pathHandle(u32Path);
 }
 
 int a_vextvfapi_aud_adv_set_volume(unsigned int* pPath, unsigned int* pVolume) {
     if (!areVolumeArguments(pPath, pVolume)) {
         return -1;
     }
-    // Of the word only the byte at its address counts. It is contract.
+    // Contract: only the word's first byte counts.
     const unsigned char u8Volume = *reinterpret_cast<const unsigned char*>(pVolume);
     if (u8Volume > kVolumeMax) {
         FAPI_LOGE("Wrong setting! Volume should be %d~%d!\n", 0, kVolumeMax);
@@ -95,7 +98,7 @@ int a_vextvfapi_aud_adv_set_volume(unsigned int* pPath, unsigned int* pVolume) {
         return -1;
     }
     FAPI_LOGD("Set Volume: %d OK!\n\n", u8Volume);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 int a_vextvfapi_aud_adv_get_volume(unsigned int* pPath, unsigned int* pVolume) {
@@ -113,14 +116,14 @@ int a_vextvfapi_aud_adv_get_volume(unsigned int* pPath, unsigned int* pVolume) {
     }
     *pVolume = u8Volume;
     FAPI_LOGI("HW_AOUT_GetVolume() = %d\n\n", *pVolume);
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 // --- Volume tables ---------------------------------------------------------------------------------------------------
 
 static bool sendTable(unsigned int u32Path, const HW_AOUT_VolumeTable_t& stTable,
                       const char* pszCaller = __builtin_FUNCTION()) {
-    if (HW_AOUT_SetAttr(_a_vextvfapi_aud_path(u32Path), E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable) != HW_OK) {
+    if (HW_AOUT_SetAttr(fapi::aud::pathHandle(u32Path), E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable) != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "\033[31mHW_AOUT_SetAttr() failed! AoutPath: %u\033[m\n\n", u32Path);
         return false;
     }
@@ -129,7 +132,7 @@ static bool sendTable(unsigned int u32Path, const HW_AOUT_VolumeTable_t& stTable
 
 static bool sendTableToAll(const HW_AOUT_VolumeTable_t& stTable, const char* pszCaller = __builtin_FUNCTION()) {
     for (unsigned int u32Path = 0; u32Path < HW_AOUT_PATH_COUNT; ++u32Path) {
-        if (_a_vextvfapi_aud_path(u32Path) == HW_HANDLE_NONE) {
+        if (fapi::aud::pathHandle(u32Path) == HW_HANDLE_NONE) {
             FAPI_LOGD_AS(pszCaller, "AOUT path:%u handle is not ready!\n\n", u32Path);
         } else if (!sendTable(u32Path, stTable, pszCaller)) {
             return false;
@@ -148,7 +151,7 @@ int a_vextvfapi_aud_set_volume_table(fapi_core::VexTvFApiAudioOutPathEnum path, 
         FAPI_LOGE("Invalid AoutPath!\n\n");
         return -2;
     }
-    if (_a_vextvfapi_aud_open_main_path() == HW_HANDLE_NONE) {
+    if (fapi::aud::openMainPath() == HW_HANDLE_NONE) {
         return -1;
     }
     const HW_AOUT_VolumeTable_t stTable = {pData, pName};
@@ -158,14 +161,14 @@ int a_vextvfapi_aud_set_volume_table(fapi_core::VexTvFApiAudioOutPathEnum path, 
         return -2;
     }
     FAPI_LOGD("VolumeData length: %u\n\n", length);
-    // A single path is tried without a handle, too: the middleware refuses it.
+    // A single path is sent without a handle, too: the middleware refuses it.
     const bool bSent =
         u32Path == fapi_core::E_VEXTVFAPI_AUDIO_OUT_PATH_ALL ? sendTableToAll(stTable) : sendTable(u32Path, stTable);
     if (!bSent) {
         return -1;
     }
     FAPI_LOGD("HW_AOUT_SetAttr() OK!\n\n");
-    return _a_vextvfapi_aud_finish();
+    return fapi::aud::finish();
 }
 
 // --- Audio-quality parameters ----------------------------------------------------------------------------------------
@@ -175,17 +178,17 @@ int a_vextvfapi_aud_load_aq_params(const unsigned char* pFileName) {
         FAPI_LOGE("Invalid parameter !\n\n");
         return -1;
     }
-    const HW_Handle_t hAout = _a_vextvfapi_aud_open_main_path();
+    const HW_Handle_t hAout = fapi::aud::openMainPath();
     if (hAout == HW_HANDLE_NONE) {
         return -1;
     }
     FAPI_LOGI("FileName:%s\n\n", pFileName);
     const HW_AOUT_AqParams_t stParams = {pFileName};
-    const HW_Result_t u32Result = HW_AOUT_LoadAqParams(hAout, &stParams);
-    if (u32Result != HW_OK) {
+    const HW_Result_t result = HW_AOUT_LoadAqParams(hAout, &stParams);
+    if (result != HW_OK) {
         FAPI_LOGE("Error: Load AQ Setting failed!(file name: %s)\n\n", pFileName);
     }
-    // This operation alone closes after a failure, too.
-    const int s32Closed = _a_vextvfapi_aud_finish();
-    return u32Result == HW_OK ? s32Closed : -1;
+    // Contract: unlike the other operations, this one closes after a failure, too.
+    const int s32Closed = fapi::aud::finish();
+    return result == HW_OK ? s32Closed : -1;
 }

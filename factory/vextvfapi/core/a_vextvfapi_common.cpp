@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Frame: debug switch, factory-mode gate, version, middleware codes, byte decoders.
+// The frame: debug switch, factory-mode gate, version, middleware codes, byte decoders.
+#define FAPI_LOG_TAG "VexTvFApiCommon"
 #include "a_vextvfapi_common.h"
 
 #include <cstring>
@@ -7,27 +8,25 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_sys.h"
-#include "fapi_byte_order.h"
+#include "base/fapi_byte_order.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_types.h"
-
-#define FAPI_LOG_TAG "VexTvFApiCommon"
-#include "fapi_log.h"
 
 std::atomic<unsigned char> u8TvFactoryDebug{0};
 
-static std::atomic<bool> bFactoryMode{false};
-
-static constexpr char kVersion[] = "v1.0.0.13";
+static std::atomic<bool> _bFactoryMode{false};
 
 namespace {
+
+constexpr char kVersion[] = "v1.0.0.13";
 
 struct HwError {
     const char* pszText;
     int s32Status;
 };
 
-// By middleware code. Codes 1 and 2 are no errors to the middleware but are failures here on purpose: who accepts them
-// (every Init does) tests the raw code first.
+// By middleware code. Contract: codes 1 and 2, no errors to the middleware, are failures here; an Init accepts them
+// before.
 constexpr HwError kHwErrors[] = {
     {"", 0},
     {"HW_CONTINUE: 0x1 ,not error but hasn' be succeeded. Flow is continue...\n", -1},
@@ -58,12 +57,12 @@ int _a_vextvfapi_common_init_debug_level() {
 int _a_vextvfapi_common_init() {
     u8TvFactoryDebug = static_cast<unsigned char>(_a_vextvfapi_common_init_debug_level());
     static const unsigned char kFactoryService[] = "/vendor/factory/bin/factory_svc";
-    bFactoryMode = a_vextvfapi_sys_check_file(kFactoryService) == 0;
+    _bFactoryMode = a_vextvfapi_sys_check_file(kFactoryService) == 0;
     return 0;
 }
 
 int a_vextvfapi_common_get_fapi_status() {
-    if (!bFactoryMode) {
+    if (!_bFactoryMode) {
         FAPI_LOGE("Refuse to access FAPI, current not in factory mode.\n");
         return -5;
     }
@@ -75,7 +74,7 @@ int a_vextvfapi_common_get_fapi_version(char* buf, unsigned int len) {
         FAPI_LOGE("Invalid parameters\n");
         return -2;
     }
-    // Fills what is left of the buffer with zeros.
+    // Fills the rest of the buffer with zeros.
     std::strncpy(buf, kVersion, len);
     return 0;
 }
@@ -89,7 +88,7 @@ int a_vextvfapi_common_hw_err_msg(unsigned int code) {
     return stError.s32Status;
 }
 
-// The message names function and line once in its prefix and once in its text.
+// Logs function and line twice: in the prefix and in the text (contract).
 #define FAPI_LOG_NULL_INPUT() FAPI_LOGE("%s %d Input Is NULL\n", __func__, __LINE__)
 
 int _bytes_to_int(signed char* p) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The display module's start-up, its current window, and its event operations.
+// The display module's start-up, current window, and events.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include "a_vextvfapi_disp_internal.h"
 
@@ -7,34 +7,31 @@
 #include <array>
 #include <cstdio>
 
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "dval/dval.h"
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
-
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_dispCallback, a_vextvfapi_disp_reg_callback, a_vextvfapi_disp_unreg_callback,
-                          a_vextvfapi_disp_nty_event)
 
 namespace {
 
 constexpr const char* kWindowNames[] = {"HW_DISP_HD0", "HW_DISP_HD1", "HW_DISP_SD0"};
 constexpr unsigned int kSdWindow = 2;
 
-// More than a window can have.
+// More inputs than a window can have.
 constexpr HW_U32 kConnectedMax = 16;
 
 }  // namespace
 
 static unsigned int _u32WindowIndex = 0;
-HW_Handle_t _a_vextvfapi_disp_hDisp = HW_HANDLE_NONE;
+HW_Handle_t fapi::disp::hDisp = HW_HANDLE_NONE;
 
-unsigned int _a_vextvfapi_disp_current_window() {
+unsigned int fapi::disp::currentWindow() {
     return _u32WindowIndex;
 }
 
-const char* _a_vextvfapi_disp_window_name(unsigned int index) {
+const char* fapi::disp::windowName(unsigned int index) {
     return index < std::size(kWindowNames) ? kWindowNames[index] : nullptr;
 }
 
@@ -64,45 +61,60 @@ int a_vextvfapi_disp_switch_window(unsigned int index) {
 
 // --- Handles ---------------------------------------------------------------------------------------------------------
 
-static bool formatWindowName(unsigned int index, char* pszBuffer, const char* pszCaller) {
-    const char* const pszName = _a_vextvfapi_disp_window_name(index);
+static bool formatWindowName(unsigned int index, fapi::disp::WindowName& stName, const char* pszCaller) {
+    const char* const pszName = fapi::disp::windowName(index);
     if (pszName == nullptr) {
         FAPI_LOGE_AS(pszCaller, "Error windowindex: %d\n\n", index);
         return false;
     }
-    if (std::snprintf(pszBuffer, HW_DISP_WINDOW_NAME_SIZE, "%s", pszName) < 0) {
+    if (std::snprintf(stName.acText, sizeof(stName.acText), "%s", pszName) < 0) {
         FAPI_LOGE_AS(pszCaller, "[%s(%d)]: do snprintf fail\n", pszCaller, __LINE__);
         return false;
     }
     return true;
 }
 
-// Finds or opens a window for either of the operations below.
-static bool obtainWindow(unsigned int* handle, unsigned int index, const char* pszCaller = __builtin_FUNCTION()) {
-    char acName[HW_DISP_WINDOW_NAME_SIZE];
-    if (handle == nullptr || !formatWindowName(index, acName, pszCaller)) {
+// Finds a window open, or opens it. Contract: log lines name the exported finder.
+static bool leaseWindow(fapi::disp::DispLease& lease, unsigned int index, const char* pszFinder) {
+    fapi::disp::WindowName stName;
+    if (!formatWindowName(index, stName, pszFinder)) {
         return false;
     }
-    HW_Handle_t hDisp = HW_HANDLE_NONE;
-    if (HW_DISP_GetHandle(acName, &hDisp) == HW_OK) {
-        *handle = hDisp;
+    if (lease.find(stName) == HW_OK) {
+        return true;
+    }
+    const HW_DISP_OpenParams_t stParams = {index == kSdWindow ? 1u : 0u, stName.acText};
+    if (lease.open(stParams) != HW_OK) {
         return false;
     }
-    const HW_DISP_OpenParams_t stParams = {index == kSdWindow ? 1u : 0u, acName};
-    if (HW_DISP_Open(&stParams, &hDisp) != HW_OK) {
-        return false;
-    }
-    FAPI_LOGD_AS(pszCaller, "Create Disp %s handle by FAPI\n\n", acName);
-    *handle = hDisp;
+    FAPI_LOGD_AS(pszFinder, "Create Disp %s handle by FAPI\n\n", stName.acText);
     return true;
 }
 
+HW_Handle_t fapi::disp::leaseDisp(DispLease& lease) {
+    return leaseWindow(lease, _u32WindowIndex, "_a_vextvfapi_disp_get_disp_handle") ? lease.handle() : HW_HANDLE_NONE;
+}
+
+HW_Handle_t fapi::disp::leaseDisp(DispLease& lease, unsigned int index) {
+    return leaseWindow(lease, index, "_a_vextvfapi_disp_get_disp_handle_by_win_idx") ? lease.handle() : HW_HANDLE_NONE;
+}
+
+// Leases a window for a caller that keeps it open.
+static bool lendWindow(unsigned int* handle, unsigned int index, const char* pszFinder = __builtin_FUNCTION()) {
+    fapi::disp::DispLease lease;
+    if (handle == nullptr || !leaseWindow(lease, index, pszFinder)) {
+        return false;
+    }
+    *handle = lease.handle();
+    return lease.keepOpen();
+}
+
 bool _a_vextvfapi_disp_get_disp_handle_by_win_idx(unsigned int* handle, unsigned int index) {
-    return obtainWindow(handle, index);
+    return lendWindow(handle, index);
 }
 
 bool _a_vextvfapi_disp_get_disp_handle(unsigned int* handle) {
-    return obtainWindow(handle, _u32WindowIndex);
+    return lendWindow(handle, _u32WindowIndex);
 }
 
 // --- What is connected -----------------------------------------------------------------------------------------------
@@ -111,8 +123,10 @@ namespace {
 
 enum class Connected { failed, nothing, found };
 
-// Finds the first module of the kind. The middleware writes as many handles as there are, so there is room for them.
-Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Module) {
+}  // namespace
+
+// Finds the first module of the kind. The middleware writes as many handles as there are.
+static Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Module) {
     const HW_DISP_ConnectQuery_t stQuery = {1, eKind, 1};
     HW_U32 u32Count = 0;
     if (HW_DISP_GetConnectedNum(hDisp, &stQuery, &u32Count) != HW_OK) {
@@ -128,8 +142,6 @@ Connected findConnected(HW_Handle_t hDisp, HW_DISP_Module_e eKind, int& s32Modul
     s32Module = static_cast<int>(modules[0]);
     return Connected::found;
 }
-
-}  // namespace
 
 bool _a_vextvfapi_disp_get_on_screen_input(int dispHandle, int* videoHandle, int* extinHandle) {
     if (videoHandle == nullptr || extinHandle == nullptr) {
@@ -152,4 +164,24 @@ bool _a_vextvfapi_disp_get_on_screen_input(int dispHandle, int* videoHandle, int
         FAPI_LOGD("HW_DISP:0x%x didn't connect any input on-screen connection! \n\n", hDisp);
     }
     return eFound != Connected::failed;
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_disp_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_disp_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_disp_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                               const fapi_core::VexTvFApiEventCommonObject& b,
+                               const fapi_core::VexTvFApiEventCommonObject& c,
+                               const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

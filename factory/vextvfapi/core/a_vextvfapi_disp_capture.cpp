@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Captures what the panel shows into BMP files. A capture that fails leaves what it has made until then as it is, which
-// is contract.
+// Captures of the panel's picture, as BMP files. Contract: a failed capture leaves open what it has opened.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <array>
 #include <cstdint>
@@ -8,7 +7,7 @@
 #include <cstring>
 
 #include "a_vextvfapi_disp.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_cap.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
@@ -25,7 +24,7 @@ constexpr unsigned int kCaptureWidth = 1920;
 constexpr unsigned int kCaptureHeight = 1080;
 constexpr unsigned int kCapturePitch = kCaptureWidth * kCapturePixelSize;
 constexpr unsigned int kCaptureSize = kCapturePitch * kCaptureHeight;
-// The end of the region that the capture unit writes to: room for two pictures, of which one is used.
+// The end of the capture unit's region: room for two pictures, one of which is used.
 constexpr unsigned int kCaptureBuffer = 2 * kCaptureSize;
 
 // --- BMP header ------------------------------------------------------------------------------------------------------
@@ -37,14 +36,16 @@ using BmpHeader = std::array<unsigned char, kHeaderSize>;
 constexpr BmpHeader kHeader = {'B',  'M', 0x36, 0x40, 0x38, 0, 0, 0, 0, 0,  54, 0, 0, 0, 40, 0, 0,    0,   0,
                                0x05, 0,   0,    0xD0, 2,    0, 0, 1, 0, 32, 0,  0, 0, 0, 0,  0, 0x40, 0x38};
 
-void putLittleEndian(BmpHeader& header, std::size_t offset, std::uint32_t u32Value, std::size_t bytes) {
+}  // namespace
+
+static void putLittleEndian(BmpHeader& header, std::size_t offset, std::uint32_t u32Value, std::size_t bytes) {
     for (std::size_t i = 0; i < bytes; ++i) {
         header[offset + i] = static_cast<unsigned char>(u32Value >> 8 * i);
     }
 }
 
-// Makes the header of a picture. Of width and height 16 bits are kept.
-BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_t u32Height) {
+// Makes the header of a picture. Contract: it keeps 16 bits of width and height.
+static BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_t u32Height) {
     BmpHeader header = kHeader;
     const std::uint32_t u32ImageSize = u32Pitch * u32Height;
     putLittleEndian(header, 2, u32ImageSize + static_cast<std::uint32_t>(kHeaderSize), 4);
@@ -54,11 +55,9 @@ BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_
     return header;
 }
 
-}  // namespace
-
 // --- BMP file --------------------------------------------------------------------------------------------------------
 
-// Writes header and rows. A failed write ends the file, and is no failure as long as the file can be closed.
+// Writes header and rows. Contract: a failed write ends the file, but is no failure if the file can be closed.
 static void writePicture(const BmpHeader& header, const unsigned char* pu8Rows, std::uint32_t u32Pitch,
                          std::uint32_t u32Height, FILE* pFile, const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_FS_Fwrite(header.data(), static_cast<std::uint32_t>(header.size()), 1, pFile) == -1) {
@@ -103,8 +102,7 @@ unsigned char _a_vextvfapi_output_bmp_file(const unsigned char* path, unsigned l
 
 // --- Captures --------------------------------------------------------------------------------------------------------
 
-// Logs a failed call of a capture, and gives the capture's status, -1. A macro, because the line number tells which
-// call it was.
+// Logs a failed call; the value is the capture's status. A macro, so that the line number tells the calls apart.
 #define FAPI_CAPTURE_FAILED(caller, result) (FAPI_LOGE_AS(caller, "%s fail! eRet = %d\n\n", caller, result), -1)
 
 int a_vextvfapi_disp_capture_screen_to_usb(const unsigned char* path, int captureType) {
@@ -140,7 +138,7 @@ int _a_vextvfapi_disp_capture_osd_to_usb(const unsigned char* path, int layerId)
         return FAPI_CAPTURE_FAILED(__func__, result);
     }
     FAPI_LOGD("hSurfaceHandle: %d\n\n", hSurface);
-    // Only for the log: the pixels are taken as they are.
+    // Only for the log: the pixels are written as they are.
     HW_OSD_ColorFormatInfo_t stColorFmtInfo = {};
     static_cast<void>(HW_OSD_SurfaceGetColorFormat(hSurface, &stColorFmtInfo));
     FAPI_LOGD("HW_OSD_SurfaceGetColorFormat: stColorFmtInfo.eColorFormat: %d, stColorFmtInfo.u8PixelByte: %hhu\n\n",
@@ -189,12 +187,12 @@ struct VideoCapture {
     bool bDispOpened = false;
     HW_Handle_t hSurface = HW_HANDLE_NONE;
     HW_Handle_t hCap = HW_HANDLE_NONE;
-    HW_U64 u64Virt = 0;  // of the buffer
+    HW_U64 u64Virt = 0;  // address of the buffer
 };
 
 }  // namespace
 
-// Lays a surface over the buffer, only to learn where the processor sees it. 0, or -1 with a message.
+// Puts a surface on the buffer to obtain the buffer's address. Returns 0, or -1 with a message.
 static int findBuffer(HW_U64 u64Buffer, VideoCapture& stCapture, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_OSD_SurfaceAttr_t stAttr = {
         kCaptureWidth, kCaptureHeight, kCapturePitch, E_HW_OSD_COLOR_CAPTURE, 0, E_HW_OSD_MEM_PHYSICAL, u64Buffer, 0};
@@ -213,7 +211,7 @@ static int findBuffer(HW_U64 u64Buffer, VideoCapture& stCapture, const char* psz
     return result == HW_OK ? 0 : FAPI_CAPTURE_FAILED(pszCaller, result);
 }
 
-// Captures one picture into the buffer. 0, or -1 with a message.
+// Captures one picture into the buffer. Returns 0, or -1 with a message.
 static int takePicture(unsigned char u8Flag, VideoCapture& stCapture, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_CAP_OpenParams_t stOpen = {};
     HW_Result_t result = HW_CAP_Open(&stOpen, &stCapture.hCap);
@@ -242,8 +240,8 @@ static HW_Result_t releaseCapture(const VideoCapture& stCapture) {
         result |= HW_CAP_DisconnectInput(stCapture.hCap, stCapture.hDisp);
     }
     if (stCapture.bDispOpened) {
-        // The close of the display output, which refuses a window's handle: a window that was opened here stays open,
-        // and the next operation finds it. It does not count.
+        // Contract: the display output's close, which refuses a window's handle. A window that was opened here stays
+        // open.
         static_cast<void>(HW_DISPOUT_Close(stCapture.hDisp));
     }
     if (stCapture.hCap != HW_HANDLE_NONE) {
@@ -256,7 +254,7 @@ int _a_vextvfapi_disp_capture_video_to_usb(const unsigned char* path, unsigned c
     FAPI_LOGD("pcPath: %s\n\n", fapi::logText(path));
     VideoCapture stCapture;
     stCapture.bDispOpened = _a_vextvfapi_disp_get_disp_handle(&stCapture.hDisp);
-    // Only for the log: what is captured is always a full picture.
+    // Only for the log: the capture is always a full picture.
     HW_DISP_Rect_t stRect = {};
     HW_Result_t result = HW_DISP_GetDispRect(stCapture.hDisp, &stRect);
     if (result != HW_OK) {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Panel attributes and the chips beside the panel.
+// Panel attributes and the chips next to the panel.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <cstring>
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
-#include "fapi_log.h"
-#include "fapi_log_text.h"
+#include "base/fapi_log.h"
+#include "base/fapi_log_text.h"
 #include "hw3/hw_dispout.h"
 #include "hw3/hw_sys.h"
 
@@ -21,8 +21,10 @@ struct DispoutFamily {
 };
 using DispoutLease = fapi::HandleLease<DispoutFamily>;
 
-// Gets hold of the display output. 0 when it cannot be had.
-HW_Handle_t obtainOutput(DispoutLease& lease) {
+}  // namespace
+
+// Finds the display output open, or opens it. Returns the handle, 0 when it is not available.
+static HW_Handle_t leaseOutput(DispoutLease& lease) {
     const HW_DISPOUT_HandleParams_t stQuery = {0};
     if (lease.find(stQuery) != HW_OK) {
         const HW_DISPOUT_OpenParams_t stParams = {0};
@@ -31,23 +33,20 @@ HW_Handle_t obtainOutput(DispoutLease& lease) {
     return lease.handle();
 }
 
-// Closes the module's display handle in place of the output that some operations have opened, which is contract. The
-// close refuses it, and the output stays open; the next operation finds it.
-void closeDisplayHandle(DispoutLease& lease) {
+// Contract: closes the module's display handle in place of an output that was opened here, which stays open.
+static void closeDisplayHandle(DispoutLease& lease) {
     if (lease.isOpened()) {
         lease.keepOpen();
-        static_cast<void>(HW_DISPOUT_Close(_a_vextvfapi_disp_hDisp));
+        static_cast<void>(HW_DISPOUT_Close(fapi::disp::hDisp));
     }
 }
-
-}  // namespace
 
 // --- Attributes ------------------------------------------------------------------------------------------------------
 
 int a_vextvfapi_disp_panel_set_attr(unsigned int, unsigned int attr, unsigned int a, unsigned int b, unsigned int c,
                                     unsigned int d) {
     DispoutLease lease;
-    const HW_Handle_t hDispout = obtainOutput(lease);
+    const HW_Handle_t hDispout = leaseOutput(lease);
     if (hDispout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -97,7 +96,7 @@ int a_vextvfapi_disp_panel_get_attr(unsigned int, int attr, unsigned int*, void*
         return -1;
     }
     DispoutLease lease;
-    const HW_Handle_t hDispout = obtainOutput(lease);
+    const HW_Handle_t hDispout = leaseOutput(lease);
     if (hDispout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -119,7 +118,7 @@ int a_vextvfapi_disp_panel_get_attr(unsigned int, int attr, unsigned int*, void*
             break;
         }
         default:
-            // It is no failure, and an output that was opened stays open. Both are contract.
+            // Contract: no failure, and an output that was opened stays open.
             FAPI_LOGE("[Factory]: %s non-support eAttrType = %d\n\n", __func__, attr);
             lease.keepOpen();
             return 0;
@@ -143,12 +142,12 @@ int a_vextvfapi_disp_get_pwm_range(unsigned int& min, unsigned int& max) {
     const int s32Status = a_vextvfapi_disp_panel_get_attr(0, E_HW_DISPOUT_PANEL_PWM_RANGE, nullptr, &stRange);
     min = stRange.u32PwmMinVal;
     max = stRange.u32PwmMaxVal;
-    // The misspelt "Mix" is contract.
+    // Contract: the misspelt "Mix".
     FAPI_LOGD("get_pwm_range u32PWMMix = %d, u32PWMMax = %d, \n\n", min, max);
     return s32Status;
 }
 
-// --- Chips beside the panel ------------------------------------------------------------------------------------------
+// --- Chips next to the panel -----------------------------------------------------------------------------------------
 
 int a_vextvfapi_disp_get_tcon_info(fapi_core::VexTvFApiDispTconInfo* out) {
     if (out == nullptr) {
@@ -156,7 +155,7 @@ int a_vextvfapi_disp_get_tcon_info(fapi_core::VexTvFApiDispTconInfo* out) {
         return -1;
     }
     DispoutLease lease;
-    const HW_Handle_t hDispout = obtainOutput(lease);
+    const HW_Handle_t hDispout = leaseOutput(lease);
     if (hDispout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -182,7 +181,7 @@ int a_vextvfapi_disp_get_frc_device_info(fapi_core::VexTvFApiDispExtFrcDeviceInf
         return -1;
     }
     DispoutLease lease;
-    const HW_Handle_t hDispout = obtainOutput(lease);
+    const HW_Handle_t hDispout = leaseOutput(lease);
     if (hDispout == HW_HANDLE_NONE) {
         return -1;
     }
@@ -197,7 +196,7 @@ int a_vextvfapi_disp_get_frc_device_info(fapi_core::VexTvFApiDispExtFrcDeviceInf
 
 int a_vextvfapi_disp_get_frc_connect_status() {
     DispoutLease lease;
-    const HW_Handle_t hDispout = obtainOutput(lease);
+    const HW_Handle_t hDispout = leaseOutput(lease);
     if (hDispout == HW_HANDLE_NONE) {
         FAPI_LOGE("hDispouthandle is NULL.\n");
         return kNoOutput;
@@ -211,7 +210,7 @@ int a_vextvfapi_disp_get_frc_connect_status() {
 
 int a_vextvfapi_disp_upgrade_tarn_fw(const unsigned char* path) {
     DispoutLease lease;
-    const HW_Handle_t hDispout = obtainOutput(lease);
+    const HW_Handle_t hDispout = leaseOutput(lease);
     if (hDispout == HW_HANDLE_NONE) {
         return -1;
     }

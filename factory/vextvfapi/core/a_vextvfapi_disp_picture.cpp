@@ -6,7 +6,7 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_disp.h"
 
 namespace {
@@ -15,11 +15,13 @@ constexpr unsigned int kCurveEntries = 256;
 constexpr unsigned int kPqTypes = 7;
 constexpr unsigned int kWindows = 3;
 
-// The result of a rejected copy, which is none of the middleware's codes.
+// The result of a rejected copy, which is no code of the middleware.
 constexpr HW_Result_t kCopyRejected = static_cast<HW_Result_t>(-2);
 
-// Tells whether the parameter takes one signed word.
-bool takesOneWord(unsigned int u32Param) {
+}  // namespace
+
+// True for parameters that take one signed word.
+static bool takesOneWord(unsigned int u32Param) {
     switch (u32Param) {
         case E_HW_DISP_PICTURE_5:
         case E_HW_DISP_PICTURE_12:
@@ -34,16 +36,14 @@ bool takesOneWord(unsigned int u32Param) {
     }
 }
 
-}  // namespace
-
 int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
     }
-    // What a parameter that is not accepted answers.
+    // The result for other parameters.
     HW_Result_t result = HW_ERR_FAILED;
     if (takesOneWord(param)) {
         FAPI_LOGD("[Factory] %d[%d]\n\n", param, value);
@@ -55,8 +55,8 @@ int a_vextvfapi_disp_set_picture_param(unsigned int param, int value) {
 
 int a_vextvfapi_disp_set_color_temperature(unsigned int a, unsigned int b, unsigned int c, unsigned int d,
                                            unsigned int e, unsigned int f) {
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -90,8 +90,8 @@ int a_vextvfapi_disp_set_picture_param_struct(int type, int length, signed char*
         FAPI_LOGE("invaild Arguments\n");
         return -1;
     }
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -103,7 +103,7 @@ int a_vextvfapi_disp_set_picture_param_struct(int type, int length, signed char*
             result = setGammaEnable(hDisp, data);
             break;
         case E_HW_DISP_PICTURE_STRUCT:
-            // However long the caller says that it is: it is always the whole record that is sent.
+            // Contract: the whole record is sent, whatever length the caller gives.
             result = setStructParam(hDisp, data);
             break;
         default:
@@ -119,8 +119,8 @@ int a_vextvfapi_disp_set_gamma_curve(unsigned short* curve1, unsigned short* cur
     if (curve1 == nullptr || curve2 == nullptr || curve3 == nullptr) {
         return -1;
     }
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -144,23 +144,23 @@ int a_vextvfapi_disp_get_pq_range(fapi_core::VexTvFApiDispHsyModelRange* out) {
         FAPI_LOGE("Invalid parameter\n");
         return -1;
     }
-    _a_vextvfapi_disp_hDisp = HW_HANDLE_NONE;
-    // A handle that is opened here stays open.
-    static_cast<void>(_a_vextvfapi_disp_get_disp_handle(&_a_vextvfapi_disp_hDisp));
-    if (_a_vextvfapi_disp_hDisp == HW_HANDLE_NONE) {
+    fapi::disp::hDisp = HW_HANDLE_NONE;
+    // Contract: a window that is opened here stays open.
+    static_cast<void>(_a_vextvfapi_disp_get_disp_handle(&fapi::disp::hDisp));
+    if (fapi::disp::hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
     }
     HW_DISP_PqRange_t stRange = {};
     const HW_Result_t result =
-        HW_DISP_GetPictureParam(_a_vextvfapi_disp_hDisp, E_HW_DISP_PICTURE_PQ_RANGE, nullptr, &stRange);
+        HW_DISP_GetPictureParam(fapi::disp::hDisp, E_HW_DISP_PICTURE_PQ_RANGE, nullptr, &stRange);
     if (result != HW_OK) {
         FAPI_LOGE("GetPictureParam fail! eRet = %d\n\n", result);
         return -1;
     }
     static_assert(sizeof(*out) == sizeof(stRange), "");
     std::memcpy(out, &stRange, sizeof(stRange));
-    // The error level of these lines, which are no failure, is contract.
+    // Contract: the error level of these lines, which are no failure.
     for (unsigned int i = 0; i < 3; ++i) {
         FAPI_LOGE("Min: %d, Max: %d\n", stRange.as32Min[i], stRange.as32Max[i]);
     }
@@ -183,16 +183,14 @@ int a_vextvfapi_disp_get_pq_version(unsigned int bufLen, unsigned char* buf, fap
         FAPI_LOGE("Invalid ePqType!\n\n");
         return -1;
     }
-    fapi::DispLease lease;
-    HW_Handle_t hDisp = HW_HANDLE_NONE;
-    const bool bOpened = _a_vextvfapi_disp_get_disp_handle_by_win_idx(&hDisp, win);
-    lease.adopt(hDisp, bOpened);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease, win);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
     }
     const HW_DISP_PqVersionRequest_t stRequest = {type};
-    // The middleware may fill all of its record, so that the NUL is ours.
+    // The middleware may fill its whole record, so a NUL follows it.
     struct {
         HW_DISP_PqVersion_t stVersion;
         HW_U8 u8End;

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// Output timing, free run, the piece of the input that is shown, and what goes to the driver layer.
+// Output timing, free run, the shown piece of the input, and the driver layer.
 #define FAPI_LOG_TAG "VexTvFApiDisplay"
 #include <iterator>
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
+#include "base/fapi_log.h"
 #include "dval/dvvdo.h"
-#include "fapi_log.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_video.h"
 
 namespace {
 
 constexpr unsigned int kTimings = 47;
-// Flags that a new timing takes back: also the window's own mute, which it does not set. It is contract.
+// Flags that a new timing clears. Contract: also the window's own mute, which it does not set.
 constexpr HW_U32 kTimingUnmute = E_HW_DISP_MUTE_TIMING | E_HW_DISP_MUTE_WINDOW;
 
 struct ControllerFamily {
@@ -37,8 +37,8 @@ int a_vextvfapi_disp_set_output_timing(unsigned int timing) {
         FAPI_LOGE("Invalid parameter\n");
         return -1;
     }
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -79,7 +79,7 @@ int a_vextvfapi_disp_set_freerun_control(int freeRunType) {
 
 // --- Piece of the input ----------------------------------------------------------------------------------------------
 
-// Puts the size of the picture that the piece is cut from into the record; it stays 0 when nobody tells.
+// Puts the size of the input picture into the record; it stays 0 when the input reports none.
 static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect,
                          const char* pszCaller = __builtin_FUNCTION()) {
     if (s32Video != 0) {
@@ -99,18 +99,18 @@ static void measureInput(int s32Video, int s32Extin, HW_DISP_InputRect_t& stRect
 }
 
 int a_vextvfapi_disp_set_over_scan(unsigned short x, unsigned short y, unsigned short width, unsigned short height) {
-    const unsigned int u32Window = _a_vextvfapi_disp_current_window();
+    const unsigned int u32Window = fapi::disp::currentWindow();
     FAPI_LOGD("_u32WindowIndex:%d, stInRect:{%d, %d, %d, %d}\n\n", u32Window, x, y, width, height);
-    const char* const pszName = _a_vextvfapi_disp_window_name(u32Window);
+    const char* const pszName = fapi::disp::windowName(u32Window);
     if (pszName == nullptr) {
         FAPI_LOGD("Error windowindex: %d\n\n", u32Window);
         return -1;
     }
-    if (HW_DISP_GetHandle(pszName, &_a_vextvfapi_disp_hDisp) != HW_OK) {
+    if (HW_DISP_GetHandle(pszName, &fapi::disp::hDisp) != HW_OK) {
         FAPI_LOGD("Failed to get DISP handle.\n\n");
         return -1;
     }
-    const HW_Handle_t hDisp = _a_vextvfapi_disp_hDisp;
+    const HW_Handle_t hDisp = fapi::disp::hDisp;
     int s32Video = 0;
     int s32Extin = 0;
     if (!_a_vextvfapi_disp_get_on_screen_input(static_cast<int>(hDisp), &s32Video, &s32Extin)) {
@@ -119,7 +119,7 @@ int a_vextvfapi_disp_set_over_scan(unsigned short x, unsigned short y, unsigned 
     }
     HW_DISP_InputRect_t stRect = {x, y, width, height, 0, 0};
     measureInput(s32Video, s32Extin, stRect);
-    // The first that fails is the last, and none of them counts.
+    // Contract: the first failure ends the sequence, and no result counts.
     static_cast<void>(HW_DISP_SetInputRect(hDisp, &stRect) == HW_OK &&
                       HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW) == HW_OK && HW_DISP_ApplySetting(hDisp) == HW_OK &&
                       HW_DISP_SetUnMute(hDisp, E_HW_DISP_MUTE_WINDOW) == HW_OK);

@@ -1,20 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// The display test module's start-up, video test patterns, switches of graphics and picture quality, and its event
-// operations.
+// The display test module's start-up, video test patterns, switches of graphics and picture quality, and events.
 #define FAPI_LOG_TAG "VexTvFApiDisplayTest"
 #include "a_vextvfapi_disptst.h"
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
-
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_disptstCallback, a_vextvfapi_disptst_reg_callback,
-                          a_vextvfapi_disptst_unreg_callback, a_vextvfapi_disptst_nty_event)
 
 namespace {
 
@@ -22,7 +18,7 @@ constexpr HW_U32 kSurfaceMax = 64;
 
 // --- Video test patterns ---------------------------------------------------------------------------------------------
 
-// Where in the picture path the pattern is made, by selector. Three stages take more than the pattern's attribute.
+// The stages of the picture path that make a pattern, by selector. Three take more than the pattern's attribute.
 enum class Special { none, vop2, whiteBalance, muteColor };
 
 struct PatternStage {
@@ -46,8 +42,10 @@ constexpr PatternStage kStages[] = {
     {"VIDEO_MUTE_COLOR_MODE", E_HW_DISP_PATTERN_FORCE_U32, Special::muteColor},
 };
 
-HW_Result_t setPattern(HW_Handle_t hDisp, HW_DISP_PatternMode_e eMode,
-                       const fapi_core::VexTvFApiDispTstPattern& pattern) {
+}  // namespace
+
+static HW_Result_t setPattern(HW_Handle_t hDisp, HW_DISP_PatternMode_e eMode,
+                              const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_DISP_TestPattern_t stPattern = {
         static_cast<HW_U32>(eMode),
         pattern.u32Enable != 0 ? 1u : 0u,
@@ -57,31 +55,31 @@ HW_Result_t setPattern(HW_Handle_t hDisp, HW_DISP_PatternMode_e eMode,
     return HW_DISP_SetAttr(hDisp, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern);
 }
 
-HW_Result_t setMuted(HW_Handle_t hDisp, bool bMuted) {
+static HW_Result_t setMuted(HW_Handle_t hDisp, bool bMuted) {
     return bMuted ? HW_DISP_SetMute(hDisp, E_HW_DISP_MUTE_WINDOW) : HW_DISP_SetUnMute(hDisp, E_HW_DISP_MUTE_WINDOW);
 }
 
-// Mutes the window before the pattern goes, and unmutes it after the pattern has come.
-HW_Result_t setVop2Pattern(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
+// Mutes the window before the pattern is switched off, and unmutes it after the pattern is switched on.
+static HW_Result_t setVop2Pattern(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_Result_t muted = pattern.u32Enable == 0 ? setMuted(hDisp, true) : HW_OK;
     const HW_Result_t set = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
     const HW_Result_t unmuted = pattern.u32Enable != 0 ? setMuted(hDisp, false) : HW_OK;
     return muted | set | unmuted;
 }
 
-HW_Result_t setMuteColor(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
+static HW_Result_t setMuteColor(HW_Handle_t hDisp, const fapi_core::VexTvFApiDispTstPattern& pattern) {
     const HW_DISP_MuteColor_t stColor = {{pattern.au32Value[0], pattern.au32Value[1], pattern.au32Value[2]}};
     const HW_Result_t set = HW_DISP_SetAttr(hDisp, E_HW_DISP_ATTR_MUTE_COLOR, &stColor);
     return set | setMuted(hDisp, pattern.u32Enable != 0);
 }
 
-HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
-                     const fapi_core::VexTvFApiDispTstPattern& pattern) {
+static HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
+                            const fapi_core::VexTvFApiDispTstPattern& pattern) {
     switch (stStage.eSpecial) {
         case Special::vop2:
             return setVop2Pattern(hDisp, pattern);
         case Special::whiteBalance: {
-            // The stage before it comes first.
+            // The preceding stage comes first.
             const HW_Result_t feeding = setPattern(hDisp, E_HW_DISP_PATTERN_VOP2, pattern);
             return feeding | setPattern(hDisp, stStage.eMode, pattern);
         }
@@ -93,11 +91,9 @@ HW_Result_t setStage(HW_Handle_t hDisp, const PatternStage& stStage,
     return setPattern(hDisp, stStage.eMode, pattern);
 }
 
-}  // namespace
-
 int a_vextvfapi_disptst_gen_test_pattern(unsigned int patternMode, fapi_core::VexTvFApiDispTstPattern pattern) {
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -171,8 +167,8 @@ int a_vextvfapi_disptst_set_osd_layer_on_off(int osdLayerId, unsigned char enabl
 
 int a_vextvfapi_disptst_set_pq_on_off(unsigned char enable) {
     FAPI_LOGI("[Pattern] a_vextvfapi_disptst_set_pq_on_off, enable = %d\n\n", enable);
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
         return -1;
@@ -186,4 +182,24 @@ int a_vextvfapi_disptst_set_pq_on_off(unsigned char enable) {
     result |= HW_DISP_SetPictureParam(hDisp, E_HW_DISP_PICTURE_PQ_MASTER, &stMaster);
     lease.release();
     return a_vextvfapi_common_hw_err_msg(result);
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_disptst_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_disptst_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_disptst_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                                  const fapi_core::VexTvFApiEventCommonObject& b,
+                                  const fapi_core::VexTvFApiEventCommonObject& c,
+                                  const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

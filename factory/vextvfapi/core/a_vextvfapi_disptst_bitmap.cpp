@@ -10,9 +10,9 @@
 
 #include <sys/types.h>
 
-#include "fapi_byte_order.h"
-#include "fapi_log.h"
-#include "fapi_memory.h"
+#include "base/fapi_byte_order.h"
+#include "base/fapi_log.h"
+#include "base/fapi_memory.h"
 
 namespace {
 
@@ -25,14 +25,14 @@ constexpr std::uint32_t kFileHeaderSize = 14;
 constexpr std::uint32_t kInfoHeaderKept = 12;
 constexpr std::uint32_t kBytesPerPixel = 3;
 
-// What the headers say.
+// The contents of the headers.
 struct Bitmap {
     std::uint32_t u32DataOffset = 0;
     std::uint32_t u32Width = 0;
     std::uint32_t u32Height = 0;
 
-    // Adds the rest of a division by four to three times the width: only where that rest is 0 or 2 is this the row of a
-    // BMP file. Widths of the other kinds are read so all the same, which is contract.
+    // Returns the bytes of a row. Contract: three times the width, plus the rest of its division by four, which is
+    // right for a rest of 0 or 2 only.
     std::uint32_t rowLength() const {
         const std::uint32_t u32Pixels = kBytesPerPixel * u32Width;
         return u32Pixels + u32Pixels % 4;
@@ -62,7 +62,7 @@ static bool readFileHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCa
     return true;
 }
 
-// Reads in pieces, because the file says how long this header is, and only its first bytes are wanted.
+// Reads in pieces: the file gives the length of this header, and only the first bytes are used.
 static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCaller = __builtin_FUNCTION()) {
     unsigned char au8Header[kInfoHeaderKept] = {};
     unsigned char au8Rest[512];
@@ -80,7 +80,7 @@ static bool readInfoHeader(std::FILE* pFile, Bitmap& stBitmap, const char* pszCa
                      static_cast<ssize_t>(size), static_cast<int>(u32Size));
         return false;
     }
-    // Without a sign: a picture that is stored from the top counts as one of billions of rows.
+    // Unsigned: a picture that is stored from the top counts as one of billions of rows.
     stBitmap.u32Width = fapi::loadLittleEndian32(au8Header + 4);
     stBitmap.u32Height = fapi::loadLittleEndian32(au8Header + 8);
     if (stBitmap.u32Width == 0 || stBitmap.u32Height == 0) {
@@ -95,7 +95,7 @@ static bool seek(std::FILE* pFile, std::uint64_t u64Offset, int s32From) {
            fseeko(pFile, static_cast<off_t>(u64Offset), s32From) == 0;
 }
 
-// Seeks over the rows that are lower than the piece's lowest, which come first in the file.
+// Seeks over the rows below the piece, which come first in the file.
 static bool skipRows(std::FILE* pFile, std::uint64_t u64Rows, std::uint32_t u32RowLength) {
     const bool bCountable = u64Rows <= std::numeric_limits<std::uint64_t>::max() / u32RowLength;
     return seek(pFile, bCountable ? u64Rows * u32RowLength : std::numeric_limits<std::uint64_t>::max(), SEEK_CUR);
@@ -108,7 +108,7 @@ bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* fi
         FAPI_LOGE("[Pattern] Frame buffer is not allocated.\n\n");
         return false;
     }
-    // The width is compared with the pitch, not with the visible width. It is contract.
+    // Contract: the width is compared with the pitch, not with the visible width.
     if (canvas.u32PitchPixels < width + dstX || canvas.u32BufferHeight < height + dstY) {
         FAPI_LOGE("[Pattern] Bitmap file size out of frame buffer bound.\n\n");
         return false;
@@ -139,7 +139,7 @@ bool _load_bitmap_to_buffer(const DisptstCanvas& canvas, const unsigned char* fi
         FAPI_LOGE("[Pattern] fseek unexpected error !!\n\n");
         return false;
     }
-    // A header may promise rows of gigabytes: memory that is not touched costs nothing.
+    // The header may claim rows of gigabytes: the kernel provides memory on first use.
     const auto row = fapi::allocateZeroes(u32RowLength);
     if (row == nullptr) {
         return false;

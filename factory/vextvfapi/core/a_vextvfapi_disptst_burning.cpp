@@ -11,8 +11,8 @@
 
 #include "a_vextvfapi_disp_internal.h"
 #include "a_vextvfapi_disptst.h"
-#include "fapi_background_task.h"
-#include "fapi_log.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_log.h"
 
 using fapi_core::_VexFApiDisptstBurnModeParam;
 
@@ -21,22 +21,24 @@ namespace {
 constexpr unsigned int kComponents = 3;
 constexpr unsigned int kPollMs = 100;
 constexpr unsigned int kPollsPerSecond = 10;
-constexpr unsigned int kPatience = 10;  // seconds beside those of the interval
+constexpr unsigned int kPatience = 10;  // seconds in addition to the interval
 
 constexpr unsigned char kDefaultEntries = 5;
 constexpr unsigned char kDefaultInterval = 2;
 constexpr unsigned short kDefaultColors[kDefaultEntries * kComponents] = {1023, 0, 0, 0, 0,    1023, 0,   1023,
                                                                           0,    0, 0, 0, 1023, 1023, 1023};
 
-// A full window of one color from the output module.
+// Fills the window with one color in the output module.
 constexpr HW_DISP_TestPattern_t kColorPattern = {E_HW_DISP_PATTERN_MOD, 1, 1, {0, 0, 0}};
 
-// The worker never says "inited"; the start takes it for a success.
+// The worker never reports "inited"; the start treats it as a success.
 enum TaskState : int { inited = 0, running = 1, stopped = 2, failed = 3 };
 
 using Table = std::unique_ptr<unsigned short[]>;
 
-Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
+}  // namespace
+
+static Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
     const std::size_t words = std::size_t{u32Entries} * kComponents;
     Table copy(new (std::nothrow) unsigned short[words]);
     if (copy != nullptr && words != 0) {
@@ -45,12 +47,14 @@ Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
     return copy;
 }
 
-// What the worker gets, and owns: a caller that no longer waits for the start may free its parameter.
+namespace {
+
+// The worker's own copy of the parameter, which the caller may free.
 struct BurnInOrder {
     unsigned char u8Entries;
     unsigned char u8Interval;
     bool bHasTable;
-    Table table;  // null too when there was no memory for it
+    Table table;  // also null without memory for it
 
     explicit BurnInOrder(const _VexFApiDisptstBurnModeParam& stParam)
         : u8Entries(stParam.u8ColorTableSize),
@@ -75,7 +79,7 @@ static std::atomic<int> _s32BurningState{stopped};
 
 // --- The worker ------------------------------------------------------------------------------------------------------
 
-// Waits while a color is up. False when the worker is to end.
+// Waits while a color is shown. False when the worker is to end.
 static bool holdColor(unsigned char u8Interval) {
     for (unsigned int i = 0; i < u8Interval; ++i) {
         if (_u8BurningRunning.load() == 0) {
@@ -113,7 +117,7 @@ static void cycleColors(HW_Handle_t hDisp, const BurnInOrder& order, HW_DISP_Tes
 
 namespace {
 
-// Tells how the worker has ended, after everything else was given back: the host may go on with the window then.
+// Stores how the worker has ended, after everything else is given back.
 struct Outcome {
     int s32State = failed;
     ~Outcome() { _s32BurningState.store(s32State); }
@@ -124,9 +128,9 @@ struct Outcome {
 void* burning_mode_task(void* param) {
     Outcome outcome;
     const std::unique_ptr<BurnInOrder> order(static_cast<BurnInOrder*>(param));
-    fapi::DispLease lease;
-    const HW_Handle_t hDisp = fapi::obtainDisp(lease);
-    // The error level of this line, which is no failure yet, is contract.
+    fapi::disp::DispLease lease;
+    const HW_Handle_t hDisp = fapi::disp::leaseDisp(lease);
+    // Contract: the error level of this line, which is no failure yet.
     FAPI_LOGE("_a_vextvfapi_disp_get_disp_handle %#x\n\n", hDisp);
     if (hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE("Failed to get DISP handle.\n\n");
@@ -142,7 +146,7 @@ void* burning_mode_task(void* param) {
         FAPI_LOGE("pTempBurnModeParam->pColorTable is Null.\n\n");
         return nullptr;
     }
-    // Without memory for the copy of the table the text is the same.
+    // Contract: the same text without memory for the copy of the table.
     if (order->table == nullptr) {
         FAPI_LOGE("pTempBurnModeParam is Null.\n\n");
         return nullptr;
@@ -151,7 +155,7 @@ void* burning_mode_task(void* param) {
     _u8BurningRunning.store(1);
     _s32BurningState.store(running);
     cycleColors(hDisp, *order, stPattern);
-    // The pattern is switched off, whatever color is up.
+    // Switches the pattern off, whatever color is shown.
     stPattern.u32Enable = 0;
     static_cast<void>(HW_DISP_SetAttr(hDisp, E_HW_DISP_ATTR_TEST_PATTERN, &stPattern));
     outcome.s32State = stopped;
@@ -172,7 +176,7 @@ static int startBurning(const _VexFApiDisptstBurnModeParam* pParam, unsigned int
         FAPI_LOGE_AS(pszCaller, "Create default color table failed!\n\n");
         return -4;
     }
-    // A failure of the last run must not be taken for one of this run.
+    // Forgets a failure of the last run.
     _s32BurningState.store(stopped);
     std::unique_ptr<BurnInOrder> order(new (std::nothrow) BurnInOrder(*pParam));
     if (fapi::startDetachedThread(burning_mode_task, order.get()) != 0) {
@@ -233,8 +237,7 @@ int _a_vextvfapi_disptst_set_burning_mode(unsigned char on, _VexFApiDisptstBurnM
 
 // --- Operations ------------------------------------------------------------------------------------------------------
 
-// Makes the default parameter; null without memory. Without memory for the table alone there is no table, and the
-// worker finds that out.
+// Makes the default parameter; null without memory. Without memory for the table it has none, which the worker reports.
 static _VexFApiDisptstBurnModeParam* _a_vextvfapi_disptst_create_defaule_buring_mode_param(
     const char* pszCaller = __builtin_FUNCTION()) {
     OwnedParam param(new (std::nothrow) _VexFApiDisptstBurnModeParam{});

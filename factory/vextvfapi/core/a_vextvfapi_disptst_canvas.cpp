@@ -6,7 +6,7 @@
 #include "a_vextvfapi_disptst.h"
 #include "a_vextvfapi_disptst_bitmap.h"
 #include "a_vextvfapi_disptst_draw.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_os.h"
 #include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
@@ -27,8 +27,8 @@ struct DisptstFrameBuffer {
     HW_U64 u64PhysAddr;  // 0: no memory
     Allocation eAllocation;
     std::uint32_t u32Size;   // bytes
-    HW_U64 u64VirtAddr;      // of the first pixel; 0: nothing to draw into
-    std::uint32_t u32Limit;  // bytes from there that are mapped, at most the size
+    HW_U64 u64VirtAddr;      // of the first pixel; 0: no memory to draw into
+    std::uint32_t u32Limit;  // mapped bytes from there on, at most the size
     std::uint32_t u32RequestedWidth;
     std::uint32_t u32RequestedHeight;
     std::uint32_t u32PitchPixels;
@@ -38,7 +38,7 @@ struct DisptstFrameBuffer {
     std::uint32_t u32VisibleHeight;
 };
 
-// Where the memory of a frame buffer comes from.
+// The memory of a frame buffer.
 struct Mapping {
     HW_U64 u64PhysAddr = 0;
     HW_U64 u64VirtAddr = 0;
@@ -53,7 +53,7 @@ static HW_Handle_t _hLayer;
 static HW_Handle_t _hWindow;
 static HW_Handle_t _hSurface;
 static bool _bOsdHandleInited;
-static bool _bOsdLayerHandleCreated;  // else the layer is borrowed, and never destroyed
+static bool _bOsdLayerHandleCreated;  // else the layer is borrowed and never destroyed
 
 // --- Memory ----------------------------------------------------------------------------------------------------------
 
@@ -74,7 +74,7 @@ static HW_Result_t freeMmap() {
     return HW_SYS_FreeMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS);
 }
 
-// Gets memory and maps it. Leaves the mapping without a physical address when there is no such memory.
+// Allocates memory and maps it; without memory the mapping has no physical address.
 static void mapIommu(std::uint32_t u32Size, Mapping& stMapping, const char* pszCaller = __builtin_FUNCTION()) {
     HW_OS_IommuRequest_t stRequest = {"disp_photo", iommuLength(u32Size), 1, 0, 0};
     if (HW_OS_AllocateIommuMemory(&stRequest) != HW_OK) {
@@ -99,7 +99,7 @@ static void mapIommu(std::uint32_t u32Size, Mapping& stMapping, const char* pszC
     stMapping = {stRequest.u64PhysAddr, u64VirtAddr, stRequest.u32Length, Allocation::iommu};
 }
 
-// Does the same with the fixed region. False when it is too small.
+// Allocates and maps the fixed region. False when the region is too small.
 static bool mapMmap(std::uint32_t u32Size, Mapping& stMapping, const char* pszCaller = __builtin_FUNCTION()) {
     HW_SYS_MmapInfo_t stInfo = {};
     static_cast<void>(HW_SYS_AllocateMmapLayout(E_HW_SYS_MMAP_ID_FACTORY_CANVAS, &stInfo));
@@ -127,7 +127,7 @@ static bool mapMmap(std::uint32_t u32Size, Mapping& stMapping, const char* pszCa
     return true;
 }
 
-// Asks for an alignment: a power of two; 1 when the chip does not tell.
+// Returns an alignment, a power of two; 1 when the chip does not report it.
 static HW_U32 surfaceAlignment(HW_OSD_SurfaceCap_e eCapability) {
     HW_U32 u32Alignment = 0;
     static_cast<void>(HW_OSD_SurfaceQueryCapability(eCapability, E_HW_OSD_COLOR_ARGB8888, &u32Alignment));
@@ -139,7 +139,7 @@ static Number alignUp(Number value, HW_U32 u32Alignment) {
     return ((Number{u32Alignment} - 1) | (value - 1)) + 1;
 }
 
-// Returns what is left of the mapping from the first pixel on.
+// Returns how many bytes of the mapping follow the first pixel.
 static std::uint32_t drawableBytes(const Mapping& stMapping, HW_U64 u64FirstPixel, std::uint32_t u32Size) {
     const HW_U64 u64Shift = u64FirstPixel - stMapping.u64VirtAddr;
     return u64Shift < stMapping.u32Length
@@ -217,7 +217,7 @@ static bool borrowLayer(const char* pszCaller = __builtin_FUNCTION()) {
     HW_U32 u32Width = 0;
     HW_U32 u32Height = 0;
     static_cast<void>(HW_OSD_LayerGetSize(_hLayer, &u32Width, &u32Height));
-    // The error level of this line, which is no failure, is contract.
+    // Contract: the error level of this line, which is no failure.
     FAPI_LOGE_AS(pszCaller, "[Pattern] layer width[%u], height[%u]\n\n", u32Width, u32Height);
     HW_Result_t result = HW_OSD_LayerQueryWindowHandle(_hLayer, &_hWindow);
     if (result != HW_OK) {
@@ -233,8 +233,8 @@ static bool borrowLayer(const char* pszCaller = __builtin_FUNCTION()) {
     return true;
 }
 
-// Returns where a picture of the requested size has to begin for the canvas to show its middle.
-static HW_U32 centred(std::uint32_t u32Requested, std::uint32_t u32Visible) {
+// Returns where a picture of the requested size begins when the canvas shows its middle.
+static HW_U32 centered(std::uint32_t u32Requested, std::uint32_t u32Visible) {
     return u32Requested > u32Visible ? (u32Requested - u32Visible) / 2 : 0;
 }
 
@@ -267,8 +267,8 @@ static bool createLayer(const char* pszCaller = __builtin_FUNCTION()) {
     const HW_U32 u32Height = _stFrameBuffer.u32VisibleHeight;
     const HW_OSD_LayerAttr_t stAttr = {kCreatedLayer,
                                        7,
-                                       centred(_stFrameBuffer.u32RequestedWidth, u32Width),
-                                       centred(_stFrameBuffer.u32RequestedHeight, u32Height),
+                                       centered(_stFrameBuffer.u32RequestedWidth, u32Width),
+                                       centered(_stFrameBuffer.u32RequestedHeight, u32Height),
                                        u32Width,
                                        u32Height,
                                        u32Width,
@@ -394,7 +394,7 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_off() {
     if (!bDestroyed) {
         FAPI_LOGE("[Pattern] OSD Handle destroy failed\n\n");
     }
-    // The memory goes whatever became of the layer. It is contract.
+    // Contract: the memory is freed whatever became of the layer.
     _disptst_free_frame_buffer();
     return bDestroyed ? 0 : -1;
 }
@@ -463,7 +463,7 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_draw_line(fapi_core::VexTvFApiGOPPa
         _a_vextvfapi_disptst_plot_line(canvas(), line.stColor, line.u32StartX, line.u32StartY, line.u32EndX,
                                        line.u32EndY);
     }
-    // Unlike the others it is a success without a canvas, too. It is contract.
+    // Contract: unlike the other operations, a success without a canvas, too.
     return 0;
 }
 
@@ -480,7 +480,7 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect(fapi_core::VexTvFApiGOPPa
     return 0;
 }
 
-// By value, as the interface has it.
+// The record is passed by value: contract.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 int a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap(fapi_core::VexTvFApiGOPPatternBitmap_t bitmap) {
     FAPI_LOGI("[Pattern] a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap\n\n");
@@ -490,7 +490,7 @@ int a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap(fapi_core::VexTvFApiGOP
     if (!isDrawable()) {
         return -1;
     }
-    // A picture that cannot be drawn is no failure, which is contract; the log tells.
+    // Contract: a picture that cannot be drawn is only logged.
     static_cast<void>(_load_bitmap_to_buffer(
         canvas(), reinterpret_cast<const unsigned char*>(bitmap.strFileName.c_str()), bitmap.u32X, bitmap.u32Y,
         bitmap.u32CropX, bitmap.u32CropY, bitmap.u32CropWidth, bitmap.u32CropHeight));
@@ -509,7 +509,7 @@ int a_vextvfapi_disptst_gop_pattern_set_attr(fapi_core::VexTvFApiGOPPatternAttr_
     FAPI_LOGI("[Pattern] Blue gain: %u\n\n", attr.u16BlueGain);
     if (_hLayer == HW_HANDLE_NONE) {
         FAPI_LOGE("[Pattern] OSD handle null! Try to get OSD_Layer_0 handle.\n\n");
-        // It stays the module's layer, until a canvas is taken away.
+        // Contract: it stays the module's layer until a canvas is taken away.
         if (HW_OSD_GetLayerHandle(&kLayerWithoutCanvas, &_hLayer) != HW_OK) {
             FAPI_LOGE("[Pattern] Get OSD_Layer_0 Failed\n\n");
             return -1;

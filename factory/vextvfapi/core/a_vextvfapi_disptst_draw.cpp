@@ -11,33 +11,35 @@ namespace {
 constexpr std::uint32_t kPixelSize = 4;
 constexpr unsigned char kOpaque = 0xFF;
 
-// As it lies in memory on a little-endian chip.
-constexpr std::uint32_t pixelOf(DisptstColor color, unsigned char u8Alpha) {
+}  // namespace
+
+// Returns a pixel as it is stored on a little-endian chip.
+static constexpr std::uint32_t pixelOf(DisptstColor color, unsigned char u8Alpha) {
     return std::uint32_t{color.u8Blue} | std::uint32_t{color.u8Green} << 8 | std::uint32_t{color.u8Red} << 16 |
            std::uint32_t{u8Alpha} << 24;
 }
 
-bool holds(const DisptstCanvas& canvas, std::uint32_t u32Offset) {
+static bool holds(const DisptstCanvas& canvas, std::uint32_t u32Offset) {
     return std::uint64_t{u32Offset} + kPixelSize <= canvas.u32Limit;
 }
 
-void put(const DisptstCanvas& canvas, std::uint32_t u32Offset, std::uint32_t u32Pixel) {
+static void put(const DisptstCanvas& canvas, std::uint32_t u32Offset, std::uint32_t u32Pixel) {
     if (holds(canvas, u32Offset)) {
         std::memcpy(canvas.pu8Pixels + u32Offset, &u32Pixel, sizeof(u32Pixel));
     }
 }
 
-// The difference of two coordinates is a signed one.
-std::int64_t span(std::uint32_t from, std::uint32_t to) {
+// Returns the difference of two coordinates, which is a signed number of 32 bits.
+static std::int64_t span(std::uint32_t from, std::uint32_t to) {
     return static_cast<std::int32_t>(to - from);
 }
 
-// Along one axis upwards, from where `u32Offset` is, with `minorSteps` of the other axis on the way. Steps of an axis
-// are bytes. A tie does not step the minor axis, and the far end is not drawn.
-void walk(const DisptstCanvas& canvas, std::uint32_t u32Pixel, std::uint32_t u32Offset, std::uint32_t u32Count,
-          std::int64_t s64Major, std::int64_t s64Minor, std::uint32_t u32MajorStep, std::uint32_t u32MinorStep) {
+// Draws along one axis upwards from `u32Offset`, with `minorSteps` of the other axis on the way. Steps of an axis are
+// bytes. A tie does not step the minor axis, and the far end is not drawn.
+static void walk(const DisptstCanvas& canvas, std::uint32_t u32Pixel, std::uint32_t u32Offset, std::uint32_t u32Count,
+                 std::int64_t s64Major, std::int64_t s64Minor, std::uint32_t u32MajorStep, std::uint32_t u32MinorStep) {
     if (s64Major < 0) {
-        // More than 2^31 steps read as a negative span, and every one of them steps the minor axis too.
+        // Contract: more than 2^31 steps are a negative span, and each of them steps the minor axis, too.
         u32MajorStep += u32MinorStep;
         s64Major = 0;
         s64Minor = 0;
@@ -54,32 +56,29 @@ void walk(const DisptstCanvas& canvas, std::uint32_t u32Pixel, std::uint32_t u32
     }
 }
 
-std::int64_t magnitude(std::int64_t s64Value) {
+static std::int64_t magnitude(std::int64_t s64Value) {
     return s64Value < 0 ? -s64Value : s64Value;
 }
 
-// `u32Step` in the direction of the span; modulo 2^32 down is up by the rest.
-std::uint32_t stepOf(std::int64_t s64Span, std::uint32_t u32Step) {
+// Returns `u32Step` in the direction of the span; negative steps wrap modulo 2^32.
+static std::uint32_t stepOf(std::int64_t s64Span, std::uint32_t u32Step) {
     return s64Span < 0 ? 0 - u32Step : u32Step;
 }
 
-// In 32 bits every row has the address of another one so many rows further: an absurd height ends there.
-std::uint32_t rowsUntilRepeat(const DisptstCanvas& canvas) {
+// Row offsets repeat modulo 2^32 after this many rows, so drawing more of them would change nothing.
+static std::uint32_t rowsUntilRepeat(const DisptstCanvas& canvas) {
     const std::uint32_t u32PowerOfTwo = canvas.u32PitchPixels & (0 - canvas.u32PitchPixels);
     return u32PowerOfTwo != 0 ? std::max(1u, (1u << 30) / u32PowerOfTwo) : 1;
 }
 
-// Equal pixels over so many bytes, the last of which may be a part of one. wmemset() stores as wide as the processor
-// can.
-void fillRow(unsigned char* pu8Row, std::uint32_t u32Pixel, std::uint64_t u64Bytes) {
+// Fills bytes with equal pixels, of which the last may be cut. wmemset() stores as wide as the processor can.
+static void fillRow(unsigned char* pu8Row, std::uint32_t u32Pixel, std::uint64_t u64Bytes) {
     static_assert(sizeof(wchar_t) == kPixelSize);
     std::wmemset(reinterpret_cast<wchar_t*>(pu8Row), static_cast<wchar_t>(u32Pixel), u64Bytes / kPixelSize);
     if (const std::uint64_t u64Part = u64Bytes % kPixelSize; u64Part != 0) {
         std::memcpy(pu8Row + u64Bytes - u64Part, &u32Pixel, u64Part);
     }
 }
-
-}  // namespace
 
 void _a_vextvfapi_disptst_plot(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x, std::uint32_t y) {
     put(canvas, canvas.offset(x, y), pixelOf(color, kOpaque));
@@ -129,7 +128,7 @@ void _a_vextvfapi_disptst_fill_rect(const DisptstCanvas& canvas, DisptstColor co
         return;
     }
     const std::uint32_t u32Pixel = pixelOf(color, color.u8Alpha);
-    // Read once: for all that the compiler knows, the pixels may lie over the canvas's description.
+    // A copy, because the compiler must assume that writing pixels changes the canvas's description.
     const DisptstCanvas target = canvas;
     const std::uint32_t u32Rows = std::min(height, rowsUntilRepeat(canvas));
     std::uint32_t u32Offset = canvas.offset(x, y);
@@ -164,17 +163,19 @@ constexpr std::uint64_t kLowColor = 0x0000000000FFFFFF;
 constexpr std::uint64_t kHighColor = 0x00FFFFFF00000000;
 constexpr std::uint64_t kBothAlphas = 0xFF000000FF000000;
 
-// Two pixels to each of two words, which GCC and Clang compute side by side on every processor.
+// Two words of two pixels each. GCC and Clang compute both words at once on every processor.
 using Words = std::uint64_t __attribute__((vector_size(16)));
 
-std::uint64_t load64(const unsigned char* pu8Source) {
+}  // namespace
+
+static std::uint64_t load64(const unsigned char* pu8Source) {
     std::uint64_t u64Word;
     std::memcpy(&u64Word, pu8Source, sizeof(u64Word));
     return u64Word;
 }
 
-// Four pixels at a time as long as a fifth one follows: a word is two bytes longer than its pixels.
-void convert(unsigned char* pu8Target, const unsigned char* pu8Source, std::uint32_t u32Count) {
+// Converts four pixels at a time while a fifth follows, because a word reads two bytes beyond its two pixels.
+static void convert(unsigned char* pu8Target, const unsigned char* pu8Source, std::uint32_t u32Count) {
     for (; u32Count > 4; u32Count -= 4, pu8Source += 12, pu8Target += 16) {
         Words pixels = {load64(pu8Source), load64(pu8Source + 6)};
         pixels = (pixels & kLowColor) | (pixels << 8 & kHighColor) | kBothAlphas;
@@ -187,8 +188,6 @@ void convert(unsigned char* pu8Target, const unsigned char* pu8Source, std::uint
     }
 }
 
-}  // namespace
-
 void _a_vextvfapi_disptst_blit_row(const DisptstCanvas& canvas, std::uint32_t x, std::uint32_t y,
                                    const unsigned char* pu8Source, std::uint64_t sourceSize, std::uint32_t count) {
     const std::uint32_t u32Offset = canvas.offset(x, y);
@@ -200,7 +199,7 @@ void _a_vextvfapi_disptst_blit_row(const DisptstCanvas& canvas, std::uint32_t x,
     for (std::uint64_t c = 0; c < count; ++c) {
         const auto u32At = static_cast<std::uint32_t>(u32Offset + kPixelSize * c);
         if (!holds(canvas, u32At)) {
-            // On to where the address begins anew.
+            // Skip to the address at which the offset wraps.
             c += (0xFFFFFFFF - u32At) / kPixelSize;
             continue;
         }

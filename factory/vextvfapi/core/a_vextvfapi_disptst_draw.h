@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Drawing into a buffer of 32-bit pixels (from the lowest address: blue, green, red, alpha). It knows no chip: tests,
-// fuzzers and benchmarks draw into memory of their own.
+// Drawing into a buffer of 32-bit pixels (from the lowest address: blue, green, red, alpha). It calls no middleware:
+// tests, fuzzers and benchmarks draw into their own memory.
 #ifndef A_VEXTVFAPI_DISPTST_DRAW_H
 #define A_VEXTVFAPI_DISPTST_DRAW_H
 
@@ -8,8 +8,8 @@
 
 #include "fapi_core.h"
 
-// What can be drawn into. Coordinates may be anything: what falls outside the buffer is left out, and coordinates
-// beyond a row, or "negative" ones, land where the pixel's address leads, in 32 bits.
+// A buffer to draw into. Pixels outside it are left out. Contract: coordinates beyond a row, or "negative" ones,
+// address the pixel that they lead to in 32 bits.
 struct DisptstCanvas {
     unsigned char* pu8Pixels;  // aligned to a pixel; only written
     std::uint32_t u32Limit;    // bytes that may be written
@@ -17,8 +17,8 @@ struct DisptstCanvas {
     std::uint32_t u32VisibleWidth;
     std::uint32_t u32BufferHeight;
 
-    // Where a pixel lies. With a visible width below the pitch every row is shifted right by the difference. It is
-    // contract.
+    // Returns the byte offset of a pixel. Contract: with a visible width below the pitch each row begins so many pixels
+    // further right.
     std::uint32_t offset(std::uint32_t x, std::uint32_t y) const {
         return 4 * (u32PitchPixels * (y + 1) + x - u32VisibleWidth);
     }
@@ -26,11 +26,11 @@ struct DisptstCanvas {
 
 using DisptstColor = fapi_core::VexTvFApiGOPPatternColor_t;
 
-// One opaque pixel.
+// Draws one opaque pixel.
 void _a_vextvfapi_disptst_plot(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x, std::uint32_t y);
 
-// An opaque line without its far end, which is the one with the larger major coordinate. The first two take the ends in
-// the order of their major axis, x or y, and draw nothing otherwise.
+// Draw an opaque line without its far end, which is the one with the larger major coordinate. The first two take the
+// ends in the order of their major axis, x or y, and draw nothing otherwise.
 void _a_vextvfapi_disptst_plot_line_low(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x0,
                                         std::uint32_t y0, std::uint32_t x1, std::uint32_t y1);
 void _a_vextvfapi_disptst_plot_line_high(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x0,
@@ -38,15 +38,15 @@ void _a_vextvfapi_disptst_plot_line_high(const DisptstCanvas& canvas, DisptstCol
 void _a_vextvfapi_disptst_plot_line(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x0, std::uint32_t y0,
                                     std::uint32_t x1, std::uint32_t y1);
 
-// A rectangle with the color's own alpha, without and with a frame, which lies inside it.
+// Draw a rectangle with the color's own alpha, without and with a frame, which is inside it.
 void _a_vextvfapi_disptst_fill_rect(const DisptstCanvas& canvas, DisptstColor color, std::uint32_t x, std::uint32_t y,
                                     std::uint32_t width, std::uint32_t height);
 void _a_vextvfapi_disptst_plot_rect(const DisptstCanvas& canvas, DisptstColor fill, std::uint32_t x, std::uint32_t y,
                                     std::uint32_t width, std::uint32_t height, DisptstColor border,
                                     std::uint32_t borderWidth);
 
-// `count` opaque pixels from (x, y) to the right, from 24-bit pixels (blue, green, red) of which the first begins at
-// `pu8Source`; `sourceSize` bytes of them are there, the rest counts as 0.
+// Draws `count` opaque pixels from (x, y) to the right, converted from 24-bit pixels (blue, green, red). `sourceSize`
+// bytes of them exist at `pu8Source`, the rest counts as 0.
 void _a_vextvfapi_disptst_blit_row(const DisptstCanvas& canvas, std::uint32_t x, std::uint32_t y,
                                    const unsigned char* pu8Source, std::uint64_t sourceSize, std::uint32_t count);
 

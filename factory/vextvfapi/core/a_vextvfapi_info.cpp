@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Information module: parameters of INI files, and the module's events.
+// The information module: parameters of INI files, events.
+#define FAPI_LOG_TAG "VexTvFApiInformation"
 #include "a_vextvfapi_info.h"
 
 #include <cstring>
@@ -7,14 +8,9 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_common.h"
-#include "fapi_event_slot.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_sys.h"
-
-#define FAPI_LOG_TAG "VexTvFApiInformation"
-#include "fapi_log.h"
-
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_infoCallback, a_vextvfapi_info_reg_callback, a_vextvfapi_info_unreg_callback,
-                          a_vextvfapi_info_nty_event)
 
 int a_vextvfapi_info_init() {
     return 0;
@@ -24,7 +20,7 @@ int a_vextvfapi_info_deinit() {
     return 0;
 }
 
-// `pszValue` is the middleware's text, null for a key without one.
+// Copies the middleware's text, which is null for a key without one.
 static int copyValue(const unsigned char* key, const char* pszValue, unsigned char* data, unsigned int size,
                      const char* pszCaller = __builtin_FUNCTION()) {
     if (data == nullptr) {
@@ -52,15 +48,15 @@ int a_vextvfapi_info_get_ini_para(const unsigned char* path, const unsigned char
         return -2;
     }
     HW_Handle_t hConfig = HW_HANDLE_NONE;
-    const HW_Result_t u32Result = HW_SYS_OpenConfigFile(path, &hConfig);
-    if (u32Result != HW_OK) {
+    const HW_Result_t result = HW_SYS_OpenConfigFile(path, &hConfig);
+    if (result != HW_OK) {
         FAPI_LOGD("HW_SYS_OpenConfigFile(%s, ...) is failed.\n\n", path);
-        return a_vextvfapi_common_hw_err_msg(u32Result);
+        return a_vextvfapi_common_hw_err_msg(result);
     }
     HW_SYS_ConfigData_t stData = {E_HW_SYS_CONFIG_DATA_STRING, 0, nullptr};
     if (HW_SYS_GetConfigData(hConfig, key, &stData) != HW_OK) {
         FAPI_LOGD("HW_SYS_GetConfigData(..., %s, ...) is failed.\n\n", key);
-        // The status is the close's: a missing key is no failure, its reader finds the buffer that it has cleared.
+        // Contract: a missing key is no failure; the status is that of the close.
         return a_vextvfapi_common_hw_err_msg(HW_SYS_CloseConfigFile(hConfig));
     }
     const int s32Status = copyValue(key, reinterpret_cast<const char*>(stData.pu8Data), data, size);
@@ -95,8 +91,28 @@ int a_vextvfapi_info_set_ini_para(const unsigned char* path, const unsigned char
         FAPI_LOGE("close config file failed\n\n");
         return -1;
     }
-    // What the middleware has written is on the medium before this returns.
+    // The new value is on the medium when this operation returns.
     sync();
     FAPI_LOGD("close config file ok\n\n");
     return 0;
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_info_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_info_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_info_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                               const fapi_core::VexTvFApiEventCommonObject& b,
+                               const fapi_core::VexTvFApiEventCommonObject& c,
+                               const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The input source module's start-up, what is on screen, and its event operations.
+// The input source module's start-up, the picture on screen, and events.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include "a_vextvfapi_inpsrc.h"
 
@@ -8,22 +8,19 @@
 
 #include "a_vextvfapi_common.h"
 #include "a_vextvfapi_disp_internal.h"
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_video.h"
-
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_inpsrcCallback, a_vextvfapi_inpsrc_reg_callback, a_vextvfapi_inpsrc_unreg_callback,
-                          a_vextvfapi_inpsrc_nty_event)
 
 namespace {
 
 constexpr unsigned int kTypes = E_HW_EXTIN_TYPE_NUM;
 constexpr unsigned int kTvStandardMax = E_HW_EXTIN_TV_SYSTEM_LAST;
 
-// Sources of the picture, as hosts number them.
+// Numbers of the picture's sources.
 constexpr unsigned char kNoInput = 28;
 constexpr unsigned char kUnknownInput = 45;
 
@@ -44,7 +41,9 @@ constexpr SourceNumbers kSources[kTypes] = {
     {kAnyNumber, 1, true},  // video decoder
 };
 
-unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {
+}  // namespace
+
+static unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {
     const SourceNumbers& stSource = kSources[u32Type];
     if (u32Index >= stSource.u32Indices) {
         return kUnknownInput;
@@ -52,9 +51,11 @@ unsigned char sourceNumber(unsigned int u32Type, unsigned int u32Index) {
     return static_cast<unsigned char>(stSource.u8First + (stSource.bSame ? 0 : u32Index));
 }
 
-// What the current window shows. The window is given back with it.
+namespace {
+
+// The current window and its input. The lease closes the window.
 struct OnScreen {
-    fapi::DispLease lease;
+    fapi::disp::DispLease lease;
     HW_Handle_t hDisp = HW_HANDLE_NONE;
     int s32Video = 0;
     int s32Extin = 0;
@@ -100,7 +101,7 @@ int a_vextvfapi_inpsrc_deinit() {
 // --- What is on screen -----------------------------------------------------------------------------------------------
 
 static bool lookAtScreen(OnScreen& stScreen, const char* pszCaller = __builtin_FUNCTION()) {
-    stScreen.hDisp = fapi::obtainDisp(stScreen.lease);
+    stScreen.hDisp = fapi::disp::leaseDisp(stScreen.lease);
     if (stScreen.hDisp == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "Failed to get DISP handle.\n\n");
         return false;
@@ -113,7 +114,7 @@ static bool lookAtScreen(OnScreen& stScreen, const char* pszCaller = __builtin_F
     return true;
 }
 
-// Finds the index of the input with that handle, among those of a type.
+// Finds the index of an input among those of a type.
 static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u32Index,
                       const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "_u32ExtHwCaps[%d] = %d\n\n", u32Type, _u32ExtHwCaps[u32Type]);
@@ -130,7 +131,7 @@ static bool findIndex(unsigned int u32Type, HW_Handle_t hExtin, unsigned int& u3
             FAPI_LOGD_AS(pszCaller, "ExtinType %d Get Handle Fail\n\n", u32Type);
             continue;
         }
-        // The error level of this line and of others below, which are no failures, is contract.
+        // Contract: the error level of this line and of others below, which are no failures.
         FAPI_LOGE_AS(pszCaller, "Get Input Src Handle Done\n");
         if (hFound != HW_HANDLE_NONE && hFound == hExtin) {
             return true;
@@ -168,7 +169,7 @@ int _a_vextvfapi_inpsrc_get_src_by_extin_handle(int hExtin, unsigned char* pu8In
     return 0;
 }
 
-// Looks for the source that is on screen. Returns a code of the middleware.
+// Identifies the source that is on screen. Returns a code of the middleware.
 static HW_Result_t identifySource(const OnScreen& stScreen, unsigned char* pSrc, unsigned char bType,
                                   const char* pszCaller = __builtin_FUNCTION()) {
     if (stScreen.s32Video == 0 && stScreen.s32Extin == 0) {
@@ -227,7 +228,7 @@ int _a_vextvfapi_inpsrc_get_video_standard(unsigned char* pu8Val) {
         FAPI_LOGE("Get current src type failed.\n\n");
         return -1;
     }
-    // 7 and 8 are digital television, which has no external input to get here with.
+    // 7 and 8 are digital television, which is no external input.
     if (u8Type == E_HW_EXTIN_TYPE_HDMI || u8Type == 7 || u8Type == 8) {
         FAPI_LOGE("Digital src doesn't support to get video standard.\n\n");
         return -2;
@@ -259,7 +260,7 @@ static void logTiming(const fapi_core::VexTvFApiVideoTiming& timing, const char*
     } else {
         FAPI_LOGD_AS(pszCaller, "Progressive\n\n");
     }
-    // The fraction without leading zeroes is contract.
+    // Contract: the fraction has no leading zeros.
     FAPI_LOGD_AS(pszCaller, "Frame Rate : %d.%d (Hz)\n\n", timing.u32FrameRate / 1000, timing.u32FrameRate % 1000);
 }
 
@@ -298,4 +299,24 @@ int a_vextvfapi_inpsrc_get_input_timing(fapi_core::VexTvFApiVideoTiming& timing)
     }
     stScreen.lease.release();
     return a_vextvfapi_common_hw_err_msg(result);
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_inpsrc_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_inpsrc_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_inpsrc_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                                 const fapi_core::VexTvFApiEventCommonObject& b,
+                                 const fapi_core::VexTvFApiEventCommonObject& c,
+                                 const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

@@ -1,46 +1,46 @@
 // SPDX-License-Identifier: Apache-2.0
-// Calibration of the analogue inputs' converters.
+// Calibration of the analog inputs' converters.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include <cstring>
 
 #include "a_vextvfapi_inpsrc.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 
 namespace {
 
 enum Device : unsigned int { vga = 0, ypbpr = 1, scart = 2 };
 
-// One of them, for one operation.
+// An analog input, for one operation.
 struct AnalogInput {
     Device eDevice;
     HW_Handle_t hExtin;
     bool bOpened;
 };
 
-HW_Result_t findInput(HW_EXTIN_Type_e eType, HW_Handle_t* phExtin) {
+}  // namespace
+
+static HW_Result_t findInput(HW_EXTIN_Type_e eType, HW_Handle_t* phExtin) {
     HW_EXTIN_HandleParams_t stQuery = {};
     stQuery.u32Type = eType;
     return HW_EXTIN_GetHandle(&stQuery, phExtin);
 }
 
-HW_Result_t openInput(HW_EXTIN_Type_e eType, HW_U32 u32OpenValue, HW_Handle_t* phExtin) {
+static HW_Result_t openInput(HW_EXTIN_Type_e eType, HW_U32 u32OpenValue, HW_Handle_t* phExtin) {
     HW_EXTIN_OpenParams_t stParams = {};
     stParams.u32OpenValue = u32OpenValue;
     stParams.u32Type = eType;
     return HW_EXTIN_Open(&stParams, phExtin);
 }
 
-}  // namespace
-
-// The handles that were had last. They are not cleared when an input is closed: with neither found nor opened, an
-// operation goes on with the old one.
+// The last handles. Contract: not cleared by a close; an operation that neither finds nor opens the input uses the last
+// one.
 static HW_Handle_t _hVga;
 static HW_Handle_t _hYpbpr;
 static HW_Handle_t _hScart;
 
 // --- Finders ---------------------------------------------------------------------------------------------------------
-// Their texts differ, and "0x" stands without digits. Both are contract.
+// Contract: their texts differ, and "0x" has no digits.
 
 int _a_vextvfapi_inpsrc_get_vga_handle() {
     if (findInput(E_HW_EXTIN_TYPE_VGA, &_hVga) == HW_OK) {
@@ -69,7 +69,7 @@ int _a_vextvfapi_inpsrc_get_ypbpr_handle() {
     return 1;
 }
 
-// Logs under a name of its own, as the two exported finders do. It is contract.
+// Contract: logs under its own name, as the two exported finders do.
 static int _a_vextvfapi_inpsrc_get_scart_handle() {
     if (findInput(E_HW_EXTIN_TYPE_SCART, &_hScart) == HW_OK) {
         FAPI_LOGD(FAPI_RED("0x: get ScartHandle success!") "\n\n");
@@ -85,7 +85,7 @@ static int _a_vextvfapi_inpsrc_get_scart_handle() {
 
 // --- What the operations share ---------------------------------------------------------------------------------------
 
-// Gets hold of an input. False, with a message, when there is no handle.
+// Finds an input open, or opens it. False, with a message, without a handle.
 static bool obtainInput(unsigned int u32Device, AnalogInput& stInput, const char* pszCaller = __builtin_FUNCTION()) {
     switch (u32Device) {
         case vga: {
@@ -121,7 +121,7 @@ static bool obtainInput(unsigned int u32Device, AnalogInput& stInput, const char
     return false;
 }
 
-// Does the same for the operations on gain, offset and phase, which SCART does not have.
+// Obtains the input for operations on gain, offset and phase, which SCART does not have.
 static bool obtainCalibratedInput(unsigned int u32Device, AnalogInput& stInput,
                                   const char* pszCaller = __builtin_FUNCTION()) {
     if (u32Device > ypbpr) {
@@ -132,7 +132,7 @@ static bool obtainCalibratedInput(unsigned int u32Device, AnalogInput& stInput,
     return obtainInput(u32Device, stInput, pszCaller);
 }
 
-// Closes what was opened for the operation. Returns the status of a call with that result.
+// Closes the input if it was opened here. Returns the status for the operation's result.
 static int finish(const AnalogInput& stInput, HW_Result_t callResult, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_Result_t result = stInput.bOpened ? HW_EXTIN_Close(stInput.hExtin) : HW_OK;
     if (result != HW_OK) {
@@ -162,7 +162,7 @@ int a_vextvfapi_inpsrc_get_adc_phase(unsigned int devType, fapi_core::VexTvFApiA
     }
     HW_EXTIN_AdcPhase_t stPhase = {};
     const HW_Result_t result = HW_EXTIN_GetAttr(stInput.hExtin, E_HW_EXTIN_ATTR_ADC_PHASE, nullptr, &stPhase);
-    // After a failure, too, with zeroes. It is contract.
+    // Contract: after a failure, too, with zeros.
     FAPI_LOGD(" Current ADC R Phase: %u\n\n", stPhase.u32Red);
     FAPI_LOGD(" Current ADC G Phase: %u\n\n", stPhase.u32Green);
     FAPI_LOGD(" Current ADC B Phase: %u\n\n", stPhase.u32Blue);
@@ -251,7 +251,7 @@ int a_vextvfapi_inpsrc_set_adc_gain_offset(unsigned int devType, unsigned int rG
 int a_vextvfapi_inpsrc_auto_gain_offset(unsigned int devType) {
     FAPI_LOGD("auto_gain_offset u32DevType = %d \n\n", devType);
     if (devType > scart) {
-        // Unlike with the others it is an error, without a closing line. It is contract.
+        // Contract: unlike in the other operations an error, without a closing line.
         FAPI_LOGE("Invalid Device Type:%d\n\n", devType);
         return -1;
     }

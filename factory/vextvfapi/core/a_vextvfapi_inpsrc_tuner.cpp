@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
-// The tuners: intermediate frequency, demodulator, bit error rate. There is no call to close a tuner.
+// The tuners: intermediate frequency, demodulator, bit error rate. The middleware has no call to close a tuner.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include <exception>
 #include <string>
 
 #include "a_vextvfapi_inpsrc.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_tuner.h"
 
 namespace {
 
-// What failed messages print as their code, whatever the middleware said. It is contract.
+// The fixed code that failure messages print instead of the middleware's (contract).
 constexpr int kErrorCode = 3;
 
 constexpr unsigned char kNoExternalInput = E_HW_EXTIN_TYPE_NUM;
 
-// A text of the middleware, and a NUL of our own behind it.
+// A text of the middleware, and a NUL after it.
 struct TunerText {
     char acText[HW_TUNER_TEXT_SIZE + 1] = {};
 };
@@ -32,7 +32,7 @@ static HW_Result_t findTuner() {
 
 // --- Intermediate frequency ------------------------------------------------------------------------------------------
 
-// Applies the parameters in two steps. The middleware answers 0 for a failure.
+// Applies the parameters in two steps. The middleware returns 0 for a failure.
 static bool applyVif(const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_TUNER_FactoryCmdApplyVif(_hTunerHandle, 1) == 0) {
         FAPI_LOGE_AS(pszCaller, FAPI_RED("Error: Apply ChinaDescramblerDelay FAIL!") "\n\n");
@@ -135,7 +135,7 @@ int a_vextvfapi_inpsrc_get_demod_info(fapi_core::VexTvFApiDemodInfoParam_t* pInf
 
 // --- Bit error rate --------------------------------------------------------------------------------------------------
 
-// Reads the rate of the slot's tuner. False when there is none, or when it is not locked or does not tell.
+// Reads the rate of the slot's tuner. False when there is no tuner, no lock or no rate.
 static bool readBer(unsigned int u32Slot, int* pBer, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_TUNER_HandleParams_t stQuery = {u32Slot};
     HW_Handle_t hTuner = HW_HANDLE_NONE;
@@ -150,7 +150,7 @@ static bool readBer(unsigned int u32Slot, int* pBer, const char* pszCaller = __b
         FAPI_LOGE_AS(pszCaller, "Get tuner slot:%d BER fail!\n\n", u32Slot);
         return false;
     }
-    // The error level of this line, which is no failure, is contract.
+    // Contract: the error level of this line, which is no failure.
     FAPI_LOGE_AS(pszCaller, "slot:%d BER = %d!\n\n", u32Slot, *pBer);
     return true;
 }

@@ -1,27 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
-// The analogue video decoder: signal and factory parameters.
+// The analog video decoder: signal and factory parameters.
 #define FAPI_LOG_TAG "VexTvFApiInputSource"
 #include "a_vextvfapi_inpsrc.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 
 namespace {
 
-// What failed messages print as their code, whatever the middleware said. It is contract, and so are their texts,
-// misspelt or naming another call.
+// The fixed code that failure messages print instead of the middleware's. Contract, as are the texts that are misspelt
+// or name another call.
 constexpr int kErrorCode = 3;
 
 constexpr HW_Result_t kFirstFailure = 3;
 
-HW_Result_t findDecoder(HW_Handle_t* phDecoder) {
+}  // namespace
+
+static HW_Result_t findDecoder(HW_Handle_t* phDecoder) {
     HW_EXTIN_HandleParams_t stQuery = {};
     stQuery.u32Type = E_HW_EXTIN_TYPE_VD;
     return HW_EXTIN_GetHandle(&stQuery, phDecoder);
 }
 
-}  // namespace
-
-// Opened when needed, and never closed.
+// The decoder, opened when needed and never closed.
 static HW_Handle_t _hVd;
 
 static bool openDecoder(const char* pszCaller = __builtin_FUNCTION()) {
@@ -82,7 +82,7 @@ unsigned int _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(unsigned int 
     return type;
 }
 
-// Converts a type; E_HW_EXTIN_FACTORY_NONE for one that cannot be got or set.
+// Converts a type; E_HW_EXTIN_FACTORY_NONE for one that cannot be read or set.
 static unsigned int factoryParameter(unsigned int type, const char* pszCaller = __builtin_FUNCTION()) {
     const unsigned int u32Type = _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(type);
     if (u32Type == E_HW_EXTIN_FACTORY_NONE || u32Type == E_HW_EXTIN_FACTORY_UNKNOWN) {

@@ -1,33 +1,34 @@
 // SPDX-License-Identifier: Apache-2.0
-// Network module: MAC address and state of interfaces, and the module's events.
+// The network module: MAC address and state of interfaces, events.
+#define FAPI_LOG_TAG "VexTvFApiNetwork"
 #include "a_vextvfapi_net.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log_text.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
+#include "base/fapi_log_text.h"
 #include "hw3/hw_net.h"
 
-#define FAPI_LOG_TAG "VexTvFApiNetwork"
-#include "fapi_log.h"
+namespace {
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_netCallback, a_vextvfapi_net_reg_callback, a_vextvfapi_net_unreg_callback,
-                          a_vextvfapi_net_nty_event)
+// The status of a failed opening or closing.
+constexpr int kFailed = 255;
 
-// Opening and closing have a failure of their own.
-static constexpr int kFailed = 255;
+}  // namespace
 
 static HW_NET_InterfaceName_t _astNames[HW_NET_INTERFACE_MAX];
-// Of the last name that was found. It is never forgotten: an unknown name then opens what now stands there.
+// Index of the last name found. Never reset, so an unknown name opens the interface that is at that index now
+// (contract).
 static signed char _s8Selected = -1;
 static HW_Handle_t _hNet = HW_HANDLE_NONE;
 
 int a_vextvfapi_net_init() {
-    const HW_Result_t u32Result = HW_NET_Init(nullptr);
-    if (!fapi::isBroughtUp(u32Result)) {
-        FAPI_LOGE("Error 0x%x: failed to HW_NET_Init(...)!\n\n", u32Result);
+    const HW_Result_t result = HW_NET_Init(nullptr);
+    if (!fapi::isBroughtUp(result)) {
+        FAPI_LOGE("Error 0x%x: failed to HW_NET_Init(...)!\n\n", result);
         return -1;
     }
     return 0;
@@ -38,7 +39,7 @@ int a_vextvfapi_net_deinit() {
     return 0;
 }
 
-// An entry may fill its place without a terminator.
+// Compares an entry, which may have no terminator, with a name.
 static bool hasName(const HW_NET_InterfaceName_t& stEntry, const char* name) {
     const std::size_t length = strnlen(stEntry.acName, HW_NET_INTERFACE_NAME_SIZE);
     return std::strlen(name) == length && std::memcmp(stEntry.acName, name, length) == 0;
@@ -60,7 +61,7 @@ int a_vextvfapi_net_open(const char* name) {
             fapi::BoundedText(reinterpret_cast<const unsigned char*>(_astNames[i].acName), HW_NET_INTERFACE_NAME_SIZE)
                 .get());
         if (hasName(_astNames[i], name)) {
-            // No end here: of several the last one counts.
+            // Keep searching: the last match wins.
             _s8Selected = static_cast<signed char>(i);
         }
     }
@@ -87,7 +88,7 @@ int a_vextvfapi_net_close() {
     return 0;
 }
 
-// Contract: these operations log at level E, successes included.
+// Contract: the operations below log at level E, successes included.
 
 static bool openForChange(const char* name, const char* pszCaller = __builtin_FUNCTION()) {
     if (a_vextvfapi_net_open(name) != 0) {
@@ -119,7 +120,7 @@ int a_vextvfapi_net_set_mac(unsigned int* mac) {
     if (HW_NET_DhcpOff(_hNet, E_HW_NET_IPV4) != HW_OK) {
         FAPI_LOGE("LAN Device Dhcp may already off [ipv4]\n\n");
     }
-    // A refused address shows in the log alone, and leaves DHCP off.
+    // Contract: a refused address is only logged, and leaves DHCP off.
     if (HW_NET_SetMac(_hNet, pszMac) != HW_OK) {
         FAPI_LOGE("HW_NET_SetMac failed!\n\n");
     } else {
@@ -156,4 +157,24 @@ int a_vextvfapi_net_set_interface_updown(const char* name, bool up) {
     }
     FAPI_LOGE("a_vextvfapi_net_set_interface_updown success!\n\n");
     return 0;
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_net_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_net_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_net_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                              const fapi_core::VexTvFApiEventCommonObject& b,
+                              const fapi_core::VexTvFApiEventCommonObject& c,
+                              const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

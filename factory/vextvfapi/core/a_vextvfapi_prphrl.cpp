@@ -1,34 +1,36 @@
 // SPDX-License-Identifier: Apache-2.0
-// The peripheral module's start-up, event operations, and the block keys that this chip does not have.
+// The peripheral module's start-up, events, and the block keys, which this chip does not have.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
 #include "a_vextvfapi_prphrl_internal.h"
 
-#include "fapi_event_slot.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_event_slot.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_cec.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_iic.h"
 #include "hw3/hw_ir.h"
 #include "hw3/hw_sys.h"
+#include "hw3/hw_uart.h"
 
-FAPI_DEFINE_MODULE_EVENTS(pvextvfapi_prphrlCallback, a_vextvfapi_prphrl_reg_callback, a_vextvfapi_prphrl_unreg_callback,
-                          a_vextvfapi_prphrl_nty_event)
+unsigned char fapi::prphrl::u8HdmiPortNumber = 0;
 
-unsigned char _u8HdmiPortNumber = 0;
+namespace {
 
-// How many ports the module can serve.
-static constexpr unsigned int kHdmiPortMax = 4;
+// The largest number of ports that the module serves.
+constexpr unsigned int kHdmiPortMax = 4;
 
-void raiseEvent(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& object) {
+}  // namespace
+
+void fapi::prphrl::raiseEvent(fapi_core::VexTvFApiEvent event, const fapi_core::VexTvFApiEventCommonObject& object) {
     const fapi_core::VexTvFApiEventCommonObject empty;
     a_vextvfapi_prphrl_nty_event(event, object, empty, empty, empty);
 }
 
-void raiseEvent(unsigned int event, int value) {
+void fapi::prphrl::raiseEvent(fapi_core::VexTvFApiEvent event, int value) {
     fapi_core::VexTvFApiEventCommonObject object;
     object.value = value;
-    raiseEvent(event, object);
+    fapi::prphrl::raiseEvent(event, object);
 }
 
 int a_vextvfapi_prphrl_init() {
@@ -82,11 +84,11 @@ int _a_vextvfapi_prphrl_extin_Init() {
     if (bFailed) {
         FAPI_LOGE(FAPI_RED("Error 0x%x: failed to HW_EXTIN_Init!") "\n\n", result);
     }
-    // Asked all the same: the number of ports counts even when the inputs are not to be had.
+    // The number of ports counts also when the inputs could not be brought up.
     HW_EXTIN_Caps_t stCaps = {};
     HW_EXTIN_GetCaps(&stCaps);
-    _u8HdmiPortNumber = stCaps.u8HdmiNum;
-    if (_u8HdmiPortNumber > kHdmiPortMax) {
+    fapi::prphrl::u8HdmiPortNumber = stCaps.u8HdmiNum;
+    if (fapi::prphrl::u8HdmiPortNumber > kHdmiPortMax) {
         FAPI_LOGE(FAPI_RED("Error 0x%x: HDMI device number is over &u!") "\n\n", kHdmiPortMax);
         return -1;
     }
@@ -111,4 +113,24 @@ int a_vextvfapi_prphrl_invert_ir_block_key(unsigned char bEnable) {
     FAPI_LOGE("bEnable: %d\n\n", bEnable);
     FAPI_LOGE("_hIrHandle is NULL.\n\n");
     return -1;
+}
+
+// --- Events
+// -----------------------------------------------------------------------------------------------------------
+
+static fapi::EventSlot _eventSlot;
+
+int a_vextvfapi_prphrl_reg_callback(fapi_core::VexTvFApiEventCallback_t callback) {
+    return _eventSlot.set(callback);
+}
+
+int a_vextvfapi_prphrl_unreg_callback() {
+    return _eventSlot.set(nullptr);
+}
+
+int a_vextvfapi_prphrl_nty_event(unsigned int event, const fapi_core::VexTvFApiEventCommonObject& a,
+                                 const fapi_core::VexTvFApiEventCommonObject& b,
+                                 const fapi_core::VexTvFApiEventCommonObject& c,
+                                 const fapi_core::VexTvFApiEventCommonObject& d) {
+    return _eventSlot.notify(event, a, b, c, d);
 }

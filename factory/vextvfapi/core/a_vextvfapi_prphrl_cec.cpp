@@ -4,13 +4,13 @@
 #include <atomic>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_handle_lease.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_cec.h"
 
-// What the host asked for last. Nothing here reads it.
-static std::atomic<unsigned char> bCecEnable{0};
+// The state that the host asked for last. No source reads it.
+static std::atomic<unsigned char> _bCecEnable{0};
 
 namespace {
 
@@ -23,7 +23,7 @@ using CecLease = fapi::HandleLease<CecFamily>;
 
 }  // namespace
 
-static bool obtainCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
+static bool leaseCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_CEC_HandleParams_t stQuery = {};
     if (lease.find(stQuery) == HW_OK) {
         return true;
@@ -37,7 +37,7 @@ static bool obtainCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTIO
     return true;
 }
 
-// A failed close is logged alone.
+// Closes the handle if it was opened here. A failed close is only logged.
 static void closeCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
     if (!lease.isOpened()) {
         return;
@@ -48,7 +48,7 @@ static void closeCec(CecLease& lease, const char* pszCaller = __builtin_FUNCTION
     }
 }
 
-// The status operation has the same texts as the switch.
+// Contract: reading the status logs the texts of the switch.
 static int finishCec(CecLease& lease, HW_Result_t result, const char* pszCaller = __builtin_FUNCTION()) {
     closeCec(lease, pszCaller);
     if (result != HW_OK) {
@@ -61,17 +61,17 @@ static int finishCec(CecLease& lease, HW_Result_t result, const char* pszCaller 
 
 int a_vextvfapi_prphrl_enable_cec(unsigned char enable) {
     CecLease lease;
-    if (!obtainCec(lease)) {
+    if (!leaseCec(lease)) {
         return -1;
     }
     HW_Result_t result = HW_OK;
     if (enable != 0) {
         result = HW_CEC_Enable(lease.handle());
-        bCecEnable.store(1);
+        _bCecEnable.store(1);
         FAPI_LOGI("Set CEC enable!\n\n");
     } else {
         result = HW_CEC_Disable(lease.handle());
-        bCecEnable.store(0);
+        _bCecEnable.store(0);
         FAPI_LOGI("Set CEC disable!\n\n");
     }
     return finishCec(lease, result);
@@ -79,7 +79,7 @@ int a_vextvfapi_prphrl_enable_cec(unsigned char enable) {
 
 int a_vextvfapi_prphrl_get_cec_status(signed char* s8EnableStatus) {
     CecLease lease;
-    if (!obtainCec(lease)) {
+    if (!leaseCec(lease)) {
         return -1;
     }
     if (s8EnableStatus == nullptr) {
@@ -93,7 +93,7 @@ int a_vextvfapi_prphrl_get_cec_status(signed char* s8EnableStatus) {
     return finishCec(lease, result);
 }
 
-// Unlike above a failed close is a failure.
+// Closes the handle if it was opened here. Contract: unlike above, -1 when the close fails.
 static int finishEarc(CecLease& lease, int s32Status, const char* pszCaller = __builtin_FUNCTION()) {
     if (!lease.isOpened()) {
         return s32Status;
@@ -113,7 +113,7 @@ int a_vextvfapi_prphrl_get_earc_status(int* s32EArcStatus) {
         return -1;
     }
     CecLease lease;
-    if (!obtainCec(lease)) {
+    if (!leaseCec(lease)) {
         return -1;
     }
     if (s32EArcStatus == nullptr) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// GPIO pads, and the thread that watches one of them.
+// GPIO pads, and the thread that monitors one of them.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
 #include <atomic>
 #include <cerrno>
@@ -8,15 +8,15 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_background_task.h"
-#include "fapi_handle_lease.h"
-#include "fapi_log.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_gpio.h"
 
-static constexpr int kMonitorFailed = 255;
-static constexpr unsigned int kStopPollTimes = 10;
-
 namespace {
+
+constexpr int kMonitorFailed = 255;
+constexpr unsigned int kStopPollTimes = 10;
 
 struct GpioFamily {
     static constexpr auto getHandle = HW_GPIO_GetHandle;
@@ -41,9 +41,9 @@ static HW_Result_t findOrOpen(GpioLease& lease, HW_U32 u32PadNum) {
 
 // --- Single pads -----------------------------------------------------------------------------------------------------
 
-static bool obtainPad(GpioLease& lease, unsigned int pad, const char* pszCaller = __builtin_FUNCTION()) {
+static bool leasePad(GpioLease& lease, unsigned int pad, const char* pszCaller = __builtin_FUNCTION()) {
     if (findOrOpen(lease, pad) != HW_OK) {
-        // The tag is contract for the reading operation, too.
+        // Contract: the reading operation logs this tag, too.
         FAPI_LOGE_AS(pszCaller, "[control_gpio] Open handle fail\n\n");
     }
     if (lease.handle() == HW_HANDLE_NONE) {
@@ -55,7 +55,7 @@ static bool obtainPad(GpioLease& lease, unsigned int pad, const char* pszCaller 
 
 static int closePad(GpioLease& lease, const char* pszCaller = __builtin_FUNCTION()) {
     if (lease.release() != HW_OK) {
-        // The tag is contract for the driving operation, too.
+        // Contract: the driving operation logs this tag, too.
         FAPI_LOGE_AS(pszCaller, "[gpio_status] gpio close handle fail\n\n");
         return -1;
     }
@@ -68,11 +68,11 @@ int a_vextvfapi_prphrl_control_gpio(unsigned int pad, unsigned int level) {
     }
     FAPI_LOGD("[control_gpio] pad = %d, highlow = %d\n\n", pad, level);
     GpioLease lease;
-    if (!obtainPad(lease, pad)) {
+    if (!leasePad(lease, pad)) {
         return -1;
     }
     if (HW_GPIO_SetOutput(lease.handle(), level) != HW_OK) {
-        // Logged alone: the status is that of the handle.
+        // Contract: only logged; the status reports the handle.
         FAPI_LOGE("[control_gpio] HW_GPIO_SetOutput fail\n\n");
     }
     if (!lease.isOpened()) {
@@ -99,7 +99,7 @@ int a_vextvfapi_prphrl_get_gpio_status(unsigned int pad, unsigned char* level) {
     }
     FAPI_LOGD("[gpio_status] gpio_%d:\n\n", pad);
     GpioLease lease;
-    if (!obtainPad(lease, pad)) {
+    if (!leasePad(lease, pad)) {
         return -1;
     }
     HW_U8 u8Level = 1;
@@ -108,7 +108,7 @@ int a_vextvfapi_prphrl_get_gpio_status(unsigned int pad, unsigned char* level) {
         *level = u8Level;
         logLevel(u8Level, u8Inverted);
     } else {
-        // As above, no failure of the operation.
+        // Contract: only logged, as above.
         FAPI_LOGE("[gpio_status] HW_GPIO_GetInput fail\n\n");
     }
     if (!lease.isOpened()) {
@@ -121,14 +121,14 @@ int a_vextvfapi_prphrl_get_gpio_status(unsigned int pad, unsigned char* level) {
 // --- Monitor ---------------------------------------------------------------------------------------------------------
 
 static fapi::BackgroundTask _monitorTask;
-// Whether the thread has ended and left the monitor started, which only a stop sets right.
+// True when the thread ended without clearing the started flag; only a stop clears it.
 static std::atomic<bool> _bMonitorEndedStarted{false};
 // Written while no thread runs; the thread takes a copy.
 static MonitorParams _stMonitorParams;
 
 static void reportMonitorFailure(const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGE_AS(pszCaller, "[gpio monitor] GPIO monitor thread fail\n\n");
-    raiseEvent(FAPI_EVENT_PAD, kMonitorFailed);
+    fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_GPIO, kMonitorFailed);
 }
 
 static HW_Result_t readPad(const GpioLease& lease, HW_U8& u8Level) {
@@ -151,8 +151,8 @@ static void watchPad(const GpioLease& lease, const MonitorParams& stParams, cons
             reportMonitorFailure(pszCaller);
             _monitorTask.disable();
         } else if (u8Level != u8Reported && ++u32Changes > stParams.u32DebounceCnt) {
-            // Readings in between that equal the reported level have not put the count back.
-            raiseEvent(FAPI_EVENT_PAD, u8Level);
+            // Readings in between that equal the reported level have not reset the count.
+            fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_GPIO, u8Level);
             u8Reported = u8Level;
             u32Changes = 0;
         }
@@ -172,7 +172,8 @@ static void endMonitor(GpioLease& lease, const char* pszCaller = __builtin_FUNCT
     FAPI_LOGI_AS(pszCaller, "[gpio monitor]Stop GpioMonitor Task\n\n");
 }
 
-// False when the pad cannot be opened, which ends the thread without a word to the host and without its end.
+// Monitors the pad until disabled. False when the pad cannot be opened: the thread then ends without an event and stays
+// marked as started.
 static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams, const char* pszCaller = __builtin_FUNCTION()) {
     if (pstParams == nullptr) {
         FAPI_LOGE_AS(pszCaller, "[gpio monitor] Thread params FAIL!\n\n");
@@ -188,7 +189,7 @@ static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams, const c
         reportMonitorFailure(pszCaller);
         return true;
     }
-    // A handle of its own: operations on other pads do not lead it astray.
+    // Uses its own handle, so operations on other pads cannot affect it.
     if (findOrOpen(lease, stParams.u32PadNum) != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "[gpio monitor] Open handle fail\n\n");
         return false;
@@ -202,7 +203,7 @@ static bool monitorPad(GpioLease& lease, const MonitorParams* pstParams, const c
     return true;
 }
 
-void* _a_vextvfapi_prphrl_gpio_monitor_task(void* arg) {
+static void* _a_vextvfapi_prphrl_gpio_monitor_task(void* arg) {
     fapi::nameThisThread("GpioMonitor_Task");
     FAPI_LOGI("[gpio monitor]start GpioMonitor_Task\n\n");
     GpioLease lease;
@@ -244,7 +245,7 @@ int a_vextvfapi_prphrl_gpio_monitor_stop() {
     }
     FAPI_LOGE("[gpio monitor] Waitting for GpioMonitor task timeout...\n\n");
     if (_bMonitorEndedStarted.load()) {
-        // A task that still runs keeps the flag; this one is long gone.
+        // A thread that still runs keeps the flag; this one has ended.
         _monitorTask.markStopped();
     }
     return -1;

@@ -5,14 +5,17 @@
 #include <cstring>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_handle_lease.h"
-#include "fapi_log.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_extin.h"
 
-static constexpr unsigned int kVersionedPorts = 4;
-static constexpr signed char kVersions = 4;
-
 namespace {
+
+// Contract: the name in log lines, whichever operation needs the port.
+constexpr char kFinder[] = "_a_vextvfapi_prphrl_get_hdmi_handle";
+
+constexpr unsigned int kVersionedPorts = 4;
+constexpr signed char kVersions = 4;
 
 struct ExtinFamily {
     static constexpr auto getHandle = HW_EXTIN_GetHandle;
@@ -23,7 +26,8 @@ using ExtinLease = fapi::HandleLease<ExtinFamily>;
 
 }  // namespace
 
-HW_EXTIN_HdmiEdidVersion_e _convertToHwHdmiEdidVersion(signed char version) {
+// 1, 2 and 3 are the same on both sides; everything else is the default.
+static HW_EXTIN_HdmiEdidVersion_e convertToHwVersion(signed char version) {
     switch (version) {
         case 1:
             return E_HW_EXTIN_HDMI_EDID_VERSION_1;
@@ -36,56 +40,55 @@ HW_EXTIN_HdmiEdidVersion_e _convertToHwHdmiEdidVersion(signed char version) {
     }
 }
 
-signed char _convertHwToHdmiEdidVersion(unsigned int version) {
+static signed char convertFromHwVersion(unsigned int version) {
     const bool bKnown = version >= E_HW_EXTIN_HDMI_EDID_VERSION_1 && version <= E_HW_EXTIN_HDMI_EDID_VERSION_3;
     return bKnown ? static_cast<signed char>(version) : static_cast<signed char>(0);
 }
 
 // --- Handles ---------------------------------------------------------------------------------------------------------
 
-int _a_vextvfapi_prphrl_get_hdmi_handle(unsigned char port, int& handle, unsigned char& opened) {
-    handle = 0;
-    opened = 0;
-    if (port >= _u8HdmiPortNumber) {
-        FAPI_LOGD(" Port %x is not exit on the device.\n\n", port);
+// Finds a port open, or opens it. Returns the status of the exported finder.
+static int leaseHdmi(ExtinLease& lease, unsigned char port) {
+    if (port >= fapi::prphrl::u8HdmiPortNumber) {
+        FAPI_LOGD_AS(kFinder, " Port %x is not exit on the device.\n\n", port);
         return -2;
     }
-    ExtinLease lease;
     HW_EXTIN_HandleParams_t stQuery = {};
     stQuery.u32Type = E_HW_EXTIN_TYPE_HDMI;
     stQuery.u32Index = port;
     if (lease.find(stQuery) == HW_OK) {
-        FAPI_LOGD(" Get HDMI Device:%x \n\n", port);
-    } else {
-        FAPI_LOGD(" Open HDMI Device:%x \n\n", port);
-        HW_EXTIN_OpenParams_t stParams = {};
-        stParams.u32Type = E_HW_EXTIN_TYPE_HDMI;
-        stParams.u32Index = port;
-        if (lease.open(stParams) != HW_OK) {
-            FAPI_LOGE("Extin open handle failed!\n\n");
-            return -1;
-        }
-        opened = 1;
+        FAPI_LOGD_AS(kFinder, " Get HDMI Device:%x \n\n", port);
+        return 0;
     }
-    handle = static_cast<int>(lease.handle());
-    // The caller closes what was opened here.
-    lease.keepOpen();
+    FAPI_LOGD_AS(kFinder, " Open HDMI Device:%x \n\n", port);
+    HW_EXTIN_OpenParams_t stParams = {};
+    stParams.u32Type = E_HW_EXTIN_TYPE_HDMI;
+    stParams.u32Index = port;
+    if (lease.open(stParams) != HW_OK) {
+        FAPI_LOGE_AS(kFinder, "Extin open handle failed!\n\n");
+        return -1;
+    }
     return 0;
 }
 
-// `port` is below the number of ports.
-static bool obtainHdmi(ExtinLease& lease, unsigned int port, const char* pszCaller = __builtin_FUNCTION()) {
-    int s32Handle = 0;
-    unsigned char u8Opened = 0;
-    if (_a_vextvfapi_prphrl_get_hdmi_handle(static_cast<unsigned char>(port), s32Handle, u8Opened) != 0) {
+int _a_vextvfapi_prphrl_get_hdmi_handle(unsigned char port, int& handle, unsigned char& opened) {
+    ExtinLease lease;
+    const int s32Status = leaseHdmi(lease, port);
+    handle = s32Status == 0 ? static_cast<int>(lease.handle()) : 0;
+    opened = lease.keepOpen() ? 1 : 0;
+    return s32Status;
+}
+
+// Leases a port below the number of ports.
+static bool leaseForEdid(ExtinLease& lease, unsigned int port, const char* pszCaller = __builtin_FUNCTION()) {
+    if (leaseHdmi(lease, static_cast<unsigned char>(port)) != 0) {
         FAPI_LOGE_AS(pszCaller, "Extin get handle failed!\n\n");
         return false;
     }
-    lease.adopt(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
     return true;
 }
 
-// Closes what was opened for the request. A failed close is logged alone.
+// Closes the port if the request opened it. A failed close is only logged.
 static int finishEdid(ExtinLease& lease, unsigned int port, HW_Result_t result,
                       const char* pszCaller = __builtin_FUNCTION()) {
     if (lease.isOpened()) {
@@ -105,17 +108,17 @@ static int finishEdid(ExtinLease& lease, unsigned int port, HW_Result_t result,
 
 int a_vextvfapi_prphrl_set_hdmi_edid_version(unsigned int port, signed char version) {
     FAPI_LOGI("Port = %d, Version = %d\n", port, version);
-    if (port >= _u8HdmiPortNumber || port >= kVersionedPorts || version >= kVersions) {
+    if (port >= fapi::prphrl::u8HdmiPortNumber || port >= kVersionedPorts || version >= kVersions) {
         FAPI_LOGE("Device not found\n\n");
         return -1;
     }
     ExtinLease lease;
-    if (!obtainHdmi(lease, port)) {
+    if (!leaseForEdid(lease, port)) {
         return -1;
     }
     FAPI_LOGI("Set HDMI EDID Device: %d \n\n", port);
     HW_EXTIN_HdmiEdid_t stEdid = {};
-    stEdid.u32Version = _convertToHwHdmiEdidVersion(version);
+    stEdid.u32Version = convertToHwVersion(version);
     const HW_Result_t result = HW_EXTIN_SetAttr(lease.handle(), E_HW_EXTIN_ATTR_HDMI_EDID, &stEdid);
     if (result == HW_OK) {
         FAPI_LOGI("Set HDMI EDID version success\n");
@@ -142,19 +145,19 @@ int a_vextvfapi_prphrl_get_hdmi_edid_version(unsigned int port, signed char* ver
         FAPI_LOGE("ps8RtnVersion is null.!\n\n");
         return -2;
     }
-    if (port >= _u8HdmiPortNumber) {
+    if (port >= fapi::prphrl::u8HdmiPortNumber) {
         FAPI_LOGE("Device not found!\n\n");
         return -2;
     }
     ExtinLease lease;
-    if (!obtainHdmi(lease, port)) {
+    if (!leaseForEdid(lease, port)) {
         return -1;
     }
-    // Without a buffer the middleware tells version and size alone. The log speaks of data all the same.
+    // Without a buffer the middleware reports version and size only.
     HW_EXTIN_HdmiEdid_t stEdid = {};
     const HW_Result_t result = getEdid(lease, stEdid);
     if (result == HW_OK) {
-        *version = _convertHwToHdmiEdidVersion(stEdid.u32Version);
+        *version = convertFromHwVersion(stEdid.u32Version);
     }
     return finishEdid(lease, port, result);
 }
@@ -162,17 +165,17 @@ int a_vextvfapi_prphrl_get_hdmi_edid_version(unsigned int port, signed char* ver
 int a_vextvfapi_prphrl_set_hdmi_edid_data(unsigned int port, signed char version, unsigned int size,
                                           const unsigned char* data) {
     FAPI_LOGI("Port = %d, Version = %d\n", port, version);
-    if (port >= _u8HdmiPortNumber) {
+    if (port >= fapi::prphrl::u8HdmiPortNumber) {
         FAPI_LOGE("Device not found!\n\n");
         return -1;
     }
     ExtinLease lease;
-    if (!obtainHdmi(lease, port)) {
+    if (!leaseForEdid(lease, port)) {
         return -1;
     }
     HW_EXTIN_HdmiEdid_t stEdid = {};
-    stEdid.u32Version = _convertToHwHdmiEdidVersion(version);
-    // The record serves both ways; for this one the middleware only reads.
+    stEdid.u32Version = convertToHwVersion(version);
+    // The record is used for reading and writing; here the middleware only reads it.
     stEdid.pu8Data = const_cast<HW_U8*>(data);
     stEdid.u32Size = size;
     const HW_Result_t result = HW_EXTIN_SetAttr(lease.handle(), E_HW_EXTIN_ATTR_HDMI_EDID, &stEdid);
@@ -189,12 +192,12 @@ int a_vextvfapi_prphrl_get_hdmi_edid_data(unsigned int port, fapi_core::VexTvFAp
         return -1;
     }
     FAPI_LOGI("Port = %d, \n", port);
-    if (port >= _u8HdmiPortNumber) {
+    if (port >= fapi::prphrl::u8HdmiPortNumber) {
         FAPI_LOGE("Device not found!\n\n");
         return -1;
     }
     ExtinLease lease;
-    if (!obtainHdmi(lease, port)) {
+    if (!leaseForEdid(lease, port)) {
         return -1;
     }
     HW_U8 au8Data[sizeof(edid->au8Data)] = {};
@@ -226,21 +229,18 @@ int _a_vextvfapi_prphrl_set_hdmi_hpd(int handle, unsigned char, unsigned char le
 }
 
 int a_vextvfapi_prphrl_set_hdmi_hpd(unsigned char port, unsigned char level) {
-    // The port behind the last one passes here, unlike above, and is refused with another status below.
-    if (port > _u8HdmiPortNumber) {
+    // Contract: `port == count` passes this check and fails below with -2.
+    if (port > fapi::prphrl::u8HdmiPortNumber) {
         FAPI_LOGE("HDMI port is over hw capability.\n\n");
         return -1;
     }
-    int s32Handle = 0;
-    unsigned char u8Opened = 0;
-    int s32Status = _a_vextvfapi_prphrl_get_hdmi_handle(port, s32Handle, u8Opened);
+    ExtinLease lease;
+    int s32Status = leaseHdmi(lease, port);
     if (s32Status != 0) {
         FAPI_LOGE("HDMI get %x port failed.\n\n", port);
         return s32Status;
     }
-    ExtinLease lease;
-    lease.adopt(static_cast<HW_Handle_t>(s32Handle), u8Opened != 0);
-    s32Status = _a_vextvfapi_prphrl_set_hdmi_hpd(s32Handle, port, level);
+    s32Status = _a_vextvfapi_prphrl_set_hdmi_hpd(static_cast<int>(lease.handle()), port, level);
     if (lease.release() != HW_OK) {
         FAPI_LOGE("HDMI port close failed.\n\n");
     }

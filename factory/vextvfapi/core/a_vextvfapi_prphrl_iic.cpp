@@ -7,14 +7,18 @@
 #include <new>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_handle_lease.h"
-#include "fapi_log.h"
+#include "base/fapi_handle_lease.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_iic.h"
 
-static constexpr HW_U32 kAddressDebugLevel = 0x40;
-static constexpr unsigned int kReadModes = 3;
+namespace {
 
-// Of the last bus that was obtained. An opened bus stays so until it is disabled.
+constexpr HW_U32 kAddressDebugLevel = 0x40;
+constexpr unsigned int kReadModes = 3;
+
+}  // namespace
+
+// The last bus. An opened bus stays open until it is disabled.
 static std::atomic<HW_Handle_t> _hIic{HW_HANDLE_NONE};
 static std::atomic<bool> _bIicOpened{false};
 
@@ -52,7 +56,8 @@ int a_vextvfapi_prphrl_enable_iic(int bus) {
     return 0;
 }
 
-// Whether there is a handle to close. One that was found belongs to somebody else unless this module has opened a bus.
+// Finds or opens the bus. `bClose`: the handle is to be closed. A bus that is found open belongs to another client
+// unless this module has opened one.
 static bool obtainToClose(int bus, bool& bClose) {
     if (findBus(bus)) {
         bClose = _bIicOpened.exchange(false);
@@ -65,7 +70,7 @@ static bool obtainToClose(int bus, bool& bClose) {
 int a_vextvfapi_prphrl_disable_iic(int bus) {
     bool bClose = false;
     if (!obtainToClose(bus, bClose)) {
-        // The tag of the other operation is contract.
+        // Contract: the tag of the other operation.
         FAPI_LOGE("[enable_iic] Open iic fail\n\n");
         return -1;
     }
@@ -81,7 +86,7 @@ int a_vextvfapi_prphrl_disable_iic(int bus) {
 
 using Bytes = std::unique_ptr<HW_U8[]>;
 
-// All of `source`, or zeros without one. Null when memory is short.
+// Copies `source`, or makes zeros without one. Null when memory is short.
 static Bytes newBytes(std::size_t size, const unsigned char* source) {
     Bytes bytes(new (std::nothrow) HW_U8[size]());
     if (bytes != nullptr && source != nullptr && size != 0) {
@@ -90,7 +95,7 @@ static Bytes newBytes(std::size_t size, const unsigned char* source) {
     return bytes;
 }
 
-// Whether the caller's bytes are there, and no more address bytes than the record can count.
+// True when the caller's bytes exist and the record can count the address bytes.
 static bool isTransferable(unsigned short addrCnt, const unsigned char* addr, unsigned short size, const void* pData) {
     return addrCnt <= 0xFF && (addr != nullptr || addrCnt == 0) && (pData != nullptr || size == 0);
 }
@@ -111,8 +116,7 @@ static bool obtainToRead(int bus, const char* pszCaller = __builtin_FUNCTION()) 
 
 static int readBytes(HW_IIC_ReadParams_t stReadParams, unsigned char* out,
                      const char* pszCaller = __builtin_FUNCTION()) {
-    // The middleware wants the address of the record's own pointer, too. What it points at afterwards is of no
-    // interest.
+    // The middleware also takes the address of the record's own pointer, and may change it.
     const HW_U8* const pu8Read = stReadParams.pu8Buf;
     const HW_Result_t result = HW_IIC_Read(_hIic.load(), &stReadParams, &stReadParams.pu8Buf);
     FAPI_LOGI_AS(pszCaller, "[read_from_iic] eErrCode %d\n\n", result);
@@ -160,7 +164,7 @@ int a_vextvfapi_prphrl_read_from_iic(int bus, unsigned short readMode, unsigned 
     if (!obtainToRead(bus)) {
         return -1;
     }
-    // The bus stays open, also one that was opened here.
+    // The bus stays open, also when it was opened here.
     return readBytes({readMode, busNumSlaveId, static_cast<HW_U8>(addrCnt), address.get(), size, buffer.get()}, out);
 }
 
@@ -229,8 +233,8 @@ using IicLease = fapi::HandleLease<IicFamily>;
 
 }  // namespace
 
-// The bus goes by another number when it is looked up than when it is opened.
-static bool obtainDeviceBus(IicLease& lease, unsigned short port, const char* pszCaller = __builtin_FUNCTION()) {
+// Finds or opens the bus of a device. A bus has another number in the look-up than in the open.
+static bool leaseDeviceBus(IicLease& lease, unsigned short port, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_IIC_HandleParams_t stQuery = {HW_IIC_DEVICE_PORT_BASE + port};
     if (lease.find(stQuery) == HW_OK) {
         return true;
@@ -239,7 +243,7 @@ static bool obtainDeviceBus(IicLease& lease, unsigned short port, const char* ps
     if (lease.open(stParams) == HW_OK) {
         return true;
     }
-    // The number is contract, whatever the middleware has answered.
+    // Contract: the number, whatever the middleware has answered.
     FAPI_LOGE_AS(pszCaller, FAPI_RED("Error 0x%x: failed to HW_IIC_Open!") "\n\n", HW_ERR_FAILED);
     return false;
 }
@@ -256,7 +260,7 @@ static int closeDeviceBus(IicLease& lease, int s32Status, const char* pszCaller 
 int a_vextvfapi_prphrl_get_iic_slave_address(unsigned short deviceId, unsigned short port, unsigned short* slaveId) {
     HW_IIC_SetDebugLevel(kAddressDebugLevel);
     IicLease lease;
-    if (!obtainDeviceBus(lease, port)) {
+    if (!leaseDeviceBus(lease, port)) {
         // Contract: no failure.
         return 0;
     }

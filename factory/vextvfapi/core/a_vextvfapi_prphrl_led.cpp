@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The LED ring around the microphone: white, off, or a cycle of colours for the eye of a tester.
+// The LED ring around the microphone: white, off, or a cycle of colors.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
 #include <atomic>
 #include <cerrno>
@@ -8,20 +8,24 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_background_task.h"
-#include "fapi_hw_result.h"
-#include "fapi_log.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_hw_result.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_pm.h"
 
-static constexpr unsigned int kCycle = 0;
-static constexpr unsigned int kWhite = 1;
-static constexpr unsigned int kOff = 2;
-static constexpr HW_U8 kLedCount = 4;
+namespace {
 
-// Caller and cycle share the handle; whichever closes it first takes it from the other, whose writes then fail.
+constexpr unsigned int kCycle = 0;
+constexpr unsigned int kWhite = 1;
+constexpr unsigned int kOff = 2;
+constexpr HW_U8 kLedCount = 4;
+
+}  // namespace
+
+// The controller, which operation and cycle thread share: the first to close it takes it from the other.
 static std::atomic<HW_Handle_t> _hPm{HW_HANDLE_NONE};
 static std::atomic<bool> _bPmOpened{false};
-static std::atomic<bool> bEnableStdLedMonitor{false};
+static std::atomic<bool> _bEnableStdLedMonitor{false};
 
 static int obtainPm(const char* pszCaller = __builtin_FUNCTION()) {
     const HW_PM_InitParams_t stInit = {};
@@ -46,7 +50,7 @@ static int obtainPm(const char* pszCaller = __builtin_FUNCTION()) {
     return 0;
 }
 
-// A handle that was found is never closed.
+// Closes the controller if this source opened it.
 static void closePm(const char* pszCaller = __builtin_FUNCTION()) {
     if (!_bPmOpened.exchange(false)) {
         FAPI_LOGD_AS(pszCaller, "PM no open\n\n");
@@ -58,7 +62,7 @@ static void closePm(const char* pszCaller = __builtin_FUNCTION()) {
 
 namespace {
 
-struct Colour {
+struct Color {
     HW_U8 u8Red;
     HW_U8 u8Green;
     HW_U8 u8Blue;
@@ -66,9 +70,9 @@ struct Colour {
     const char* pszFail;
 };
 
-constexpr Colour kWhiteColour = {0xFF, 0xFF, 0xFF, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success",
-                                 "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail"};
-constexpr Colour kCycleColours[] = {
+constexpr Color kWhiteColor = {0xFF, 0xFF, 0xFF, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success",
+                               "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail"};
+constexpr Color kCycleColors[] = {
     {0xFF, 0x00, 0x00, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_RED success",
      "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_RED fail"},
     {0x00, 0xFF, 0x00, "HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_GREEN success",
@@ -81,27 +85,27 @@ constexpr Colour kCycleColours[] = {
 
 }  // namespace
 
-static bool showColour(const Colour& colour, const char* pszCaller = __builtin_FUNCTION()) {
+static bool showColor(const Color& color, const char* pszCaller = __builtin_FUNCTION()) {
     HW_PM_LedControl_t stControl = {};
     for (unsigned int i = 0; i < sizeof(stControl.au8Colour); i += 3) {
-        stControl.au8Colour[i] = colour.u8Red;
-        stControl.au8Colour[i + 1] = colour.u8Green;
-        stControl.au8Colour[i + 2] = colour.u8Blue;
+        stControl.au8Colour[i] = color.u8Red;
+        stControl.au8Colour[i + 1] = color.u8Green;
+        stControl.au8Colour[i + 2] = color.u8Blue;
     }
     stControl.u8LedCount = kLedCount;
     if (HW_PM_SetAttr(_hPm.load(), E_HW_PM_PARAM_LED_CONTROL, &stControl) != HW_OK) {
-        FAPI_LOGE_AS(pszCaller, "%s\n\n", colour.pszFail);
+        FAPI_LOGE_AS(pszCaller, "%s\n\n", color.pszFail);
         return false;
     }
-    FAPI_LOGD_AS(pszCaller, "%s\n\n", colour.pszSuccess);
+    FAPI_LOGD_AS(pszCaller, "%s\n\n", color.pszSuccess);
     return true;
 }
 
-void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
+static void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
     // A cycle that has begun is shown to its end, also without a handle.
-    while (bEnableStdLedMonitor.load()) {
-        for (const Colour& colour : kCycleColours) {
-            if (!showColour(colour)) {
+    while (_bEnableStdLedMonitor.load()) {
+        for (const Color& color : kCycleColors) {
+            if (!showColor(color)) {
                 closePm();
             }
             sleep(1);
@@ -113,7 +117,7 @@ void* _a_vextvfapi_prphrl_stdFactoryLedMonitor(void*) {
 }
 
 static int startCycle(const char* pszCaller = __builtin_FUNCTION()) {
-    bEnableStdLedMonitor.store(true);
+    _bEnableStdLedMonitor.store(true);
     if (fapi::startDetachedThread(_a_vextvfapi_prphrl_stdFactoryLedMonitor, nullptr) != 0) {
         FAPI_LOGE_AS(pszCaller, "StdFactoryLedMonitor thread create failed!(%s)\n\n", strerror(errno));
         closePm(pszCaller);
@@ -123,10 +127,10 @@ static int startCycle(const char* pszCaller = __builtin_FUNCTION()) {
 }
 
 static int showWhite(const char* pszCaller = __builtin_FUNCTION()) {
-    bEnableStdLedMonitor.store(false);
-    // Time for a running cycle to finish its step; it may go on and change the colour all the same.
+    _bEnableStdLedMonitor.store(false);
+    // Time for a running cycle to finish its step. The cycle may still go on and change the color.
     sleep(1);
-    if (!showColour(kWhiteColour, pszCaller)) {
+    if (!showColor(kWhiteColor, pszCaller)) {
         closePm(pszCaller);
         return -1;
     }
@@ -136,10 +140,10 @@ static int showWhite(const char* pszCaller = __builtin_FUNCTION()) {
 }
 
 static int switchOff(const char* pszCaller = __builtin_FUNCTION()) {
-    bEnableStdLedMonitor.store(false);
+    _bEnableStdLedMonitor.store(false);
     sleep(1);
     closePm(pszCaller);
-    // No colour is written: what the last step showed stays.
+    // No color is written: the LEDs keep the last step's.
     FAPI_LOGD_AS(pszCaller, "HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n");
     return 0;
 }

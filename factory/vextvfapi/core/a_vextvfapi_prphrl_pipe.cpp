@@ -12,26 +12,29 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_internal.h"
-#include "fapi_background_task.h"
-#include "fapi_command_scanner.h"
-#include "fapi_log.h"
-#include "fapi_memory.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_command_scanner.h"
+#include "base/fapi_log.h"
+#include "base/fapi_memory.h"
 #include "hw3/hw_os.h"
 
-static constexpr char kPipePath[] = "/data/vendor/uartCmdPipe";
-static constexpr unsigned int kPollTimes = 10;
-static constexpr HW_U32 kPollMs = 100;
-static constexpr int kReadWaitMs = 10;
-static constexpr std::size_t kReadSize = 2048;
+namespace {
 
-// The thread raises both flags itself. It outlives a stop while it waits for a writer to open the FIFO.
+constexpr char kPipePath[] = "/data/vendor/uartCmdPipe";
+constexpr unsigned int kPollTimes = 10;
+constexpr HW_U32 kPollMs = 100;
+constexpr int kReadWaitMs = 10;
+constexpr std::size_t kReadSize = 2048;
+
+}  // namespace
+
+// The thread sets both flags itself. It outlives a stop while it waits for a writer to open the FIFO.
 static fapi::BackgroundTask _pipeTask;
 
 namespace {
 
 class CommandRaiser : public fapi::CommandReceiver {
 public:
-    // Logs under the name given.
     explicit CommandRaiser(const char* pszCaller) : _pszCaller(pszCaller) {}
 
     void receive(const unsigned char* pu8Command, std::size_t length) override {
@@ -43,7 +46,7 @@ public:
             return;
         }
         FAPI_LOGD_AS(_pszCaller, "callback uartPipeBuffer %s, len: %d\n\n", pszText, static_cast<int>(length));
-        raiseEvent(FAPI_EVENT_PIPE_COMMAND, _object);
+        fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_UART_PIPE, _object);
     }
 
 private:
@@ -89,7 +92,7 @@ static void receiveCommands(int s32Fd, unsigned char u8End, const char* pszCalle
     }
 }
 
-void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
+static void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
     const std::unique_ptr<char, fapi::Free> commandEnd(static_cast<char*>(pUartPipeCmdEnd));
     fapi::nameThisThread("UartPipe_Task");
     FAPI_LOGI("start UartPipe_Task\n\n");
@@ -114,7 +117,7 @@ void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
     return nullptr;
 }
 
-// The thread gets a copy of the text, for the caller's is gone when the thread looks at it.
+// Starts the thread with a copy of the text, which the caller may free. Returns 0 or an error code.
 static int startPipeTask(const unsigned char* pu8CommandEnd) {
     char* pCopy = nullptr;
     if (pu8CommandEnd != nullptr) {
@@ -150,7 +153,7 @@ static int startPipeMode(const unsigned char* pu8CommandEnd, const char* pszCall
     if (s32Error != 0) {
         FAPI_LOGE_AS(pszCaller, "uartCmdPipe mode thread create failed!(%s)\n\n", strerror(s32Error));
     }
-    // Waits for the thread even when there is none.
+    // Contract: also waits when no thread was created.
     if (fapi::pollUntil(
             kPollTimes, waitForInit, [] { return _pipeTask.isStarted(); }, pszCaller)) {
         FAPI_LOGD_AS(pszCaller, "UartPipe task started...\n\n");

@@ -13,21 +13,25 @@
 #include "a_vextvfapi_info.h"
 #include "a_vextvfapi_prphrl_internal.h"
 #include "a_vextvfapi_sys.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_sar.h"
 
-static constexpr std::size_t kPathSize = 128;
-static constexpr HW_U32 kKeypadAdcChannel = 1;
-static constexpr int kAdcFailed = 255;
+namespace {
 
-// Opened once and kept. The key callback reads the second on a thread of the middleware.
+constexpr std::size_t kPathSize = 128;
+constexpr HW_U32 kKeypadAdcChannel = 1;
+constexpr int kAdcFailed = 255;
+
+}  // namespace
+
+// Opened once and kept. The key callback reads the second one on a thread of the middleware.
 static std::atomic<HW_Handle_t> _hKeypad{HW_HANDLE_NONE};
 static std::atomic<HW_Handle_t> _hAdc{HW_HANDLE_NONE};
 static std::atomic<HW_Handle_t> _hOnDemandAdc{HW_HANDLE_NONE};
-static std::atomic<bool> bReadAdcInKeypad{false};
+static std::atomic<bool> _bReadAdcInKeypad{false};
 
-// Static, because the middleware may read it at its address until the keypad is opened anew.
-static HW_SAR_KeypadConfig_t stKeypadConfig;
+// Static, because the middleware may read it at its address until the keypad is opened again.
+static HW_SAR_KeypadConfig_t _stKeypadConfig;
 
 namespace {
 
@@ -44,10 +48,14 @@ struct IniValue {
 
 using PathBuffer = std::unique_ptr<unsigned char[]>;
 
-// A byte more than the path may have. Its allocation may fail, and each operation has a status of its own for that.
-PathBuffer newPathBuffer() {
+}  // namespace
+
+// Allocates a byte more than the path may have. Each operation has its own status for a failure.
+static PathBuffer newPathBuffer() {
     return PathBuffer(new (std::nothrow) unsigned char[kPathSize + 1]());
 }
+
+namespace {
 
 enum class KeyList { thresholds, codes };
 
@@ -55,13 +63,13 @@ enum class KeyList { thresholds, codes };
 
 // --- Keypad configuration --------------------------------------------------------------------------------------------
 
-// Zero counts as no number.
+// Parses a hexadecimal byte. Contract: false for zero.
 static bool parseByte(const char* pszText, HW_U8& u8Value) {
     u8Value = static_cast<HW_U8>(std::strtol(pszText, nullptr, 16) & 0xFF);
     return u8Value != 0;
 }
 
-// A macro, so that the line tells which of the settings is no number.
+// Logs a setting that is no number. A macro, so that the line number tells the settings apart.
 #define FAPI_LOG_NO_NUMBER(pszCaller) \
     FAPI_LOGE_AS(pszCaller, "[%s(%d)]covert str to long failed\n\n", pszCaller, __LINE__)
 
@@ -73,7 +81,7 @@ static void logNoNumber(KeyList eList, const char* pszCaller) {
     }
 }
 
-// The two levels are contract.
+// Contract: the two levels differ.
 static void logOutOfIndex(KeyList eList, const char* pszCaller) {
     if (eList == KeyList::thresholds) {
         FAPI_LOGE_AS(pszCaller, "Out of index\n\n");
@@ -90,7 +98,7 @@ static void logEntry(KeyList eList, HW_U8 u8Value, const char* pszCaller) {
     }
 }
 
-// "{0x10,0x2A,0x50}". An empty list is accepted.
+// Parses a list such as "{0x10,0x2A,0x50}". An empty list is accepted.
 static bool parseList(char* pszText, KeyList eList, HW_U8 (&au8Entries)[HW_SAR_KEY_LEVELS],
                       const char* pszCaller = __builtin_FUNCTION()) {
     char* pszRest = nullptr;
@@ -111,7 +119,7 @@ static bool parseList(char* pszText, KeyList eList, HW_U8 (&au8Entries)[HW_SAR_K
     return true;
 }
 
-// The board's configuration file, named by the data index.
+// Reads the name of the board's configuration file from the data index.
 static bool readBoardPath(IniValue& stBoardPath, const char* pszCaller = __builtin_FUNCTION()) {
     const PathBuffer dataIndex = newPathBuffer();
     if (dataIndex == nullptr) {
@@ -126,7 +134,7 @@ static bool readBoardPath(IniValue& stBoardPath, const char* pszCaller = __built
     return true;
 }
 
-// Results of the reads are not looked at: a value that could not be read is an empty text.
+// Reads and parses the keypad's settings. A value that could not be read is an empty text.
 static bool readKeypadConfig(const unsigned char* pu8BoardPath, const char* pszCaller = __builtin_FUNCTION()) {
     IniValue stLow, stUp, stLevels, stThresholds, stCodes;
     stLow.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_LOW_BOND");
@@ -135,25 +143,25 @@ static bool readKeypadConfig(const unsigned char* pu8BoardPath, const char* pszC
     stThresholds.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_THRESHOLD");
     stCodes.read(pu8BoardPath, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_CODE");
 
-    stKeypadConfig = {};
-    if (!parseByte(stLow.text(), stKeypadConfig.u8FirstBound)) {
+    _stKeypadConfig = {};
+    if (!parseByte(stLow.text(), _stKeypadConfig.u8FirstBound)) {
         FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
-    if (!parseByte(stUp.text(), stKeypadConfig.u8SecondBound)) {
+    if (!parseByte(stUp.text(), _stKeypadConfig.u8SecondBound)) {
         FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
-    if (!parseByte(stLevels.text(), stKeypadConfig.u8KeyLevelNum)) {
+    if (!parseByte(stLevels.text(), _stKeypadConfig.u8KeyLevelNum)) {
         FAPI_LOG_NO_NUMBER(pszCaller);
         return false;
     }
     // Contract: the labels are swapped.
-    FAPI_LOGD_AS(pszCaller, "u8LoBnd=0x%x\n\n", stKeypadConfig.u8SecondBound);
-    FAPI_LOGD_AS(pszCaller, "u8UpBnd=0x%x\n\n", stKeypadConfig.u8FirstBound);
-    FAPI_LOGD_AS(pszCaller, "u8KeyLevelNum=0x%x\n\n", stKeypadConfig.u8KeyLevelNum);
-    return parseList(stThresholds.text(), KeyList::thresholds, stKeypadConfig.au8KeyThreshold, pszCaller) &&
-           parseList(stCodes.text(), KeyList::codes, stKeypadConfig.au8KeyCode, pszCaller);
+    FAPI_LOGD_AS(pszCaller, "u8LoBnd=0x%x\n\n", _stKeypadConfig.u8SecondBound);
+    FAPI_LOGD_AS(pszCaller, "u8UpBnd=0x%x\n\n", _stKeypadConfig.u8FirstBound);
+    FAPI_LOGD_AS(pszCaller, "u8KeyLevelNum=0x%x\n\n", _stKeypadConfig.u8KeyLevelNum);
+    return parseList(stThresholds.text(), KeyList::thresholds, _stKeypadConfig.au8KeyThreshold, pszCaller) &&
+           parseList(stCodes.text(), KeyList::codes, _stKeypadConfig.au8KeyCode, pszCaller);
 }
 
 // --- Keypad ----------------------------------------------------------------------------------------------------------
@@ -163,7 +171,7 @@ int a_vextvfapi_prphrl_keypad_init() {
     if (!readBoardPath(stBoardPath) || !readKeypadConfig(stBoardPath.au8Text)) {
         return 0;
     }
-    const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_KEYPAD, 0, 1, &stKeypadConfig};
+    const HW_SAR_OpenParams_t stParams = {E_HW_SAR_MODE_KEYPAD, 0, 1, &_stKeypadConfig};
     HW_Handle_t hOpened = HW_HANDLE_NONE;
     if (HW_SAR_Open(&stParams, &hOpened) != HW_OK) {
         FAPI_LOGE("[get_keypad_code] Open handle fail\n\n");
@@ -174,7 +182,7 @@ int a_vextvfapi_prphrl_keypad_init() {
 }
 
 int a_vextvfapi_prphrl_start_keypad() {
-    // The ADC's handle and not the keypad's: with the ADC in use the keypad stays as it was opened.
+    // Contract: checks the ADC's handle, not the keypad's: with the ADC in use the keypad stays as it was opened.
     if (_hAdc.load() == HW_HANDLE_NONE && a_vextvfapi_prphrl_keypad_init() != 1) {
         FAPI_LOGE("[get_keypad_code] a_vextvfapi_prphrl_keypad_init fail\n\n");
         return 0;
@@ -183,7 +191,7 @@ int a_vextvfapi_prphrl_start_keypad() {
     HW_U32 u32Out = 0;
     const HW_Result_t result = HW_SAR_RegisterCallback(_hKeypad.load(), &stParams, &u32Out);
     if (result != HW_OK) {
-        // The text names the UART's function.
+        // Contract: the text names the UART's function.
         FAPI_LOGE("[get_keypad_code] Error 0x%x: failed to HW_UART_RegisterCallback(E_HW_SAR_EVENT_KEYPAD_PRESS)\n\n",
                   result);
         return 0;
@@ -217,17 +225,17 @@ unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int, unsigned int eve
     }
     const unsigned char u8Code = *params;
     FAPI_LOGI("[get_keypad_code] Keycode = 0x%02x \n\n", u8Code);
-    raiseEvent(FAPI_EVENT_KEY, u8Code);
+    fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_KEY, u8Code);
 
     const HW_Handle_t hConverter = _hAdc.load();
-    if (bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
+    if (_bReadAdcInKeypad.load() && hConverter != HW_HANDLE_NONE) {
         HW_U32 u32Value = kAdcFailed;
         if (HW_SAR_AdcGetValue(hConverter, &u32Value) != HW_OK) {
-            // Contract: shown whatever the debug switch says.
+            // Contract: printed whatever the debug switch says.
             std::puts("[SAR_Demo] HW_SAR_AdcGetValue fail");
         }
         FAPI_LOGI("[SAR ADC] get adc value = %x\n\n", u32Value);
-        raiseEvent(FAPI_EVENT_ADC, static_cast<int>(u32Value));
+        fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_ADC, static_cast<int>(u32Value));
     }
     return HW_OK;
 }
@@ -264,7 +272,7 @@ int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad) {
         FAPI_LOGE("[SAR ADC] HW_SAR_SetVoltageLevel fail\n\n");
         return -1;
     }
-    bReadAdcInKeypad.store(readAdcInKeypad == 1);
+    _bReadAdcInKeypad.store(readAdcInKeypad == 1);
     if (readAdcInKeypad == 1) {
         FAPI_LOGD("[SAR ADC] Read ADC value when using keypad: enable\n\n");
     } else {
@@ -273,7 +281,7 @@ int a_vextvfapi_prphrl_start_adc(unsigned char readAdcInKeypad) {
     return 0;
 }
 
-// The channel of the first call that gets a handle is the one that is read for ever.
+// Opens or finds the converter once. Contract: the channel of the first call that succeeds is read by all later ones.
 static bool obtainOnDemandAdc(unsigned int channel, const char* pszCaller = __builtin_FUNCTION()) {
     if (_hOnDemandAdc.load() != HW_HANDLE_NONE) {
         return true;
@@ -312,7 +320,7 @@ int a_vextvfapi_prphrl_get_sar_adc(unsigned int channel, unsigned int voltageLev
 
 // --- Remote control --------------------------------------------------------------------------------------------------
 
-// Negative for what is no number of type int.
+// Parses a hexadecimal number. Negative for a text that is no number of type int.
 static long parseFormat(const char* pszText) {
     char* pszEnd = nullptr;
     errno = 0;
@@ -339,7 +347,7 @@ int a_vextvfapi_prphrl_get_rc_format(const unsigned char* key, unsigned char* fo
     }
     const long value = parseFormat(stFormat.text());
     if (format == nullptr || value < 0) {
-        // Shows in the log and in the untouched output alone.
+        // Contract: reported only by the log and the untouched output.
         FAPI_LOGE("[get_rc_format] Invlid value in the ini.\n\n");
         return 0;
     }

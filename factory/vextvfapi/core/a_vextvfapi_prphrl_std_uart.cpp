@@ -10,48 +10,72 @@
 
 #include "a_vextvfapi_prphrl_internal.h"
 #include "a_vextvfapi_prphrl_tty.h"
-#include "fapi_background_task.h"
-#include "fapi_log.h"
-#include "fapi_message_framer.h"
+#include "base/fapi_background_task.h"
+#include "base/fapi_log.h"
+#include "base/fapi_message_framer.h"
 
-// Upper limit of a message.
-static constexpr unsigned int UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE = fapi::ReceiveBuffer::kSize;
+namespace {
 
-// A hung-up line answers every read at once.
-static constexpr useconds_t kReadPauseUs = 1000;
-static constexpr unsigned int kStopPollTimes = 10;
+// The largest message, and the largest read.
+constexpr unsigned int kBufferSize = fapi::ReceiveBuffer::kSize;
 
-// By baud rate index; out of order as the interface has it.
-static constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
+// The pause after a read without bytes, which a hung-up line answers at once.
+constexpr useconds_t kReadPauseUs = 1000;
+constexpr unsigned int kStopPollTimes = 10;
 
-static constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
+// By baud rate index. The order is contract.
+constexpr speed_t kSpeeds[] = {B19200, B38400, B57600, B230400, B115200};
 
-// The thread runs while it is enabled. A write-only link is started without one, for good.
+constexpr const char* kPaths[] = {"/dev/ttyS0", "/dev/ttyS1"};
+
+// A buffer without a destructor, because none may run at exit while the thread reads.
+class ProcessBuffer {
+public:
+    constexpr ProcessBuffer() = default;
+
+    // Allocates the buffer when there is none. False without memory.
+    bool allocate() {
+        if (_pu8Data == nullptr) {
+            _pu8Data = new (std::nothrow) unsigned char[kBufferSize];
+        }
+        return _pu8Data != nullptr;
+    }
+
+    void release() {
+        delete[] _pu8Data;
+        _pu8Data = nullptr;
+    }
+
+    unsigned char* data() const { return _pu8Data; }
+
+private:
+    unsigned char* _pu8Data = nullptr;
+};
+
+}  // namespace
+
+// The thread runs while it is enabled. Contract: a write-only link is started without a thread and cannot be stopped.
 static fapi::BackgroundTask _stdUartMonitor;
 static fapi::FramerSettings _framerSettings;
-// Read by the thread, which owns it while the link is started.
-static unsigned char* _pu8UartDataBuffer = nullptr;
+// The thread's buffer while the link is started.
+static ProcessBuffer _readBuffer;
 
-bool isStdFactoryUartStarted() {
+bool fapi::prphrl::isStdFactoryUartStarted() {
     return _stdUartMonitor.isStarted();
 }
 
 static void freeBuffers() {
-    delete[] _pu8UartDataBuffer;
-    _pu8UartDataBuffer = nullptr;
-    _receiveBuffer.release();
+    _readBuffer.release();
+    fapi::prphrl::receiveBuffer.release();
 }
 
 static bool allocateBuffers(const char* pszCaller = __builtin_FUNCTION()) {
-    if (_pu8UartDataBuffer == nullptr) {
-        _pu8UartDataBuffer = new (std::nothrow) unsigned char[UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE];
-    }
-    if (_pu8UartDataBuffer == nullptr) {
+    if (!_readBuffer.allocate()) {
         FAPI_LOGD_AS(pszCaller, "[std_factory_uart] _pu8UartDataBuffer allocate memory failed\n\n");
         freeBuffers();
         return false;
     }
-    if (!_receiveBuffer.allocate()) {
+    if (!fapi::prphrl::receiveBuffer.allocate()) {
         FAPI_LOGD_AS(pszCaller, "[std_factory_uart] _pu8UartCbBuff allocate memory failed\n\n");
         freeBuffers();
         return false;
@@ -64,35 +88,35 @@ namespace {
 class EventRaiser : public fapi::MessageReceiver {
 public:
     void receive(const fapi_core::VexTvFApiEventCommonObject& message) override {
-        raiseEvent(FAPI_EVENT_UART_DATA, message);
+        fapi::prphrl::raiseEvent(fapi_core::E_VEXTVFAPI_EVENT_UART_DATA, message);
     }
 };
 
 }  // namespace
 
-void* _a_vextvfapi_prphrl_stdFactoryUartMonitor(void*) {
+static void* _a_vextvfapi_prphrl_stdFactoryUartMonitor(void*) {
     fapi::nameThisThread("StdFactoryUart_Task");
     FAPI_LOGI("[std_factory_uart]start StdFactoryUart_Task\n\n");
     EventRaiser raiser;
-    fapi::MessageFramer framer(_receiveBuffer, _framerSettings, raiser);
+    fapi::MessageFramer framer(fapi::prphrl::receiveBuffer, _framerSettings, raiser);
     while (_stdUartMonitor.isEnabled()) {
-        if (!_receiveBuffer.exists()) {
-            // Somebody has stopped the other link, whose buffer it is too.
+        if (!fapi::prphrl::receiveBuffer.exists()) {
+            // The stop of the other link has released the buffer that both share.
             FAPI_LOGE("[std_factory_uart] _pu8UartCbBuff becomes NULL ptr! Please check it.\n\n");
             break;
         }
         framer.adoptLimit();
-        const ssize_t length = _a_vextvfapi_prphrl_uartRead(_pu8UartDataBuffer, UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        const ssize_t length = _a_vextvfapi_prphrl_uartRead(_readBuffer.data(), kBufferSize);
         if (length <= 0) {
             usleep(kReadPauseUs);
             continue;
         }
-        framer.feed(_pu8UartDataBuffer, static_cast<std::size_t>(length));
+        framer.feed(_readBuffer.data(), static_cast<std::size_t>(length));
     }
-    // In a host without standard input the tty may be descriptor 0, which stays open.
-    if (uartFd.load() >= 1) {
+    // Contract: descriptor 0 stays open. In a host without standard input the tty may have it.
+    if (fapi::prphrl::s32UartFd.load() >= 1) {
         FAPI_LOGI("[std_factory_uart] close fd\n\n");
-        close(uartFd.exchange(-1));
+        close(fapi::prphrl::s32UartFd.exchange(-1));
     }
     freeBuffers();
     _stdUartMonitor.markStopped();
@@ -104,7 +128,7 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
                                               fapi_core::VexTvFApiStdFactoryUartConfig config) {
     FAPI_LOGI("[std_factory_uart] Start StdFactoryUart\n\n");
     FAPI_LOGD("[std_factory_uart] s8Baudrate = %d, s8Port = %d!\n\n", baudrate, port);
-    if (isFactoryUartStarted()) {
+    if (fapi::prphrl::isFactoryUartStarted()) {
         FAPI_LOGE("[std_factory_uart] FactoryUart started already.\n\n");
         FAPI_LOGE("[std_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it first.\n\n");
         return -1;
@@ -128,7 +152,7 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
         freeBuffers();
         return -1;
     }
-    // The buffers wait for the next start when the tty cannot be had.
+    // The buffers stay for the next start when the tty cannot be opened.
     if (!_a_vextvfapi_prphrl_uartOpen(kPaths[port], static_cast<int>(kSpeeds[u8Speed]), 0, config)) {
         FAPI_LOGE("[std_factory_uart] start FactoryUart FAIL!\n\n");
         return -1;
@@ -139,7 +163,7 @@ int a_vextvfapi_prphrl_std_factory_uart_start(signed char baudrate, signed char 
     }
     _framerSettings.reset();
     if (_stdUartMonitor.start(_a_vextvfapi_prphrl_stdFactoryUartMonitor, nullptr) != 0) {
-        // The tty stays open.
+        // Contract: the tty stays open.
         FAPI_LOGE("[std_factory_uart] StdFactoryUartMonitor thread create failed!(%s)\n\n", strerror(errno));
         freeBuffers();
         return -1;
@@ -167,7 +191,7 @@ int a_vextvfapi_prphrl_std_factory_uart_stop() {
     return 0;
 }
 
-// The number in the messages is that of their line, whatever they say.
+// The number after "error:" is the source line (contract), not an error code.
 int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigned char length) {
     if (data == nullptr || length == 0) {
         FAPI_LOGE(FAPI_RED("[write_std_factory_uart] parameter error: %d") "\n\n", __LINE__);
@@ -177,21 +201,21 @@ int a_vextvfapi_prphrl_std_factory_uart_write(const unsigned char* data, unsigne
         FAPI_LOGE(FAPI_RED("[write_std_factory_uart] start factory uart error: %d") "\n\n", __LINE__);
         return -1;
     }
-    // What the line does not take is lost.
-    [[maybe_unused]] const ssize_t written = write(uartFd.load(), data, length);
+    // Contract: bytes that the line does not take are lost.
+    [[maybe_unused]] const ssize_t written = write(fapi::prphrl::s32UartFd.load(), data, length);
     return 0;
 }
 
 static void setLimit(signed char mode, unsigned int size, const char* pszCaller = __builtin_FUNCTION()) {
     if (mode == fapi::FramerSettings::line) {
-        _framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        _framerSettings.u32TargetBufferLimit.store(kBufferSize);
     } else if (mode == fapi::FramerSettings::byte) {
         _framerSettings.u32TargetBufferLimit.store(0);
-    } else if (size > UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE) {
+    } else if (size > kBufferSize) {
         FAPI_LOGE_AS(pszCaller,
                      "[std_factory_uart_custom_config] customized buffer size is larger than "
                      "UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE!\n\n");
-        _framerSettings.u32TargetBufferLimit.store(UART_DEFAULT_AUTO_DATA_TRANS_BUFF_SIZE);
+        _framerSettings.u32TargetBufferLimit.store(kBufferSize);
     } else if (size != 0) {
         _framerSettings.u32TargetBufferLimit.store(size);
     }
@@ -202,7 +226,7 @@ int a_vextvfapi_prphrl_std_factory_uart_custom_config(signed char mode, unsigned
         FAPI_LOGE(FAPI_RED("[std_factory_uart_custom_config] start factory uart error: %d") "\n\n", __LINE__);
         return -1;
     }
-    // Negative modes pass, and cut by size.
+    // Contract: negative modes pass, and cut by size.
     if (mode > fapi::FramerSettings::byte) {
         FAPI_LOGE(FAPI_RED("[std_factory_uart_custom_config] Invalid UART mode!") "\n\n");
         return -1;

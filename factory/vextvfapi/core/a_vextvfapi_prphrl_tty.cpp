@@ -9,10 +9,10 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_prphrl_tty.h"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
-// -1 while nothing is open: the exported read and write are not to reach a descriptor that is somebody else's.
-std::atomic<int> uartFd{-1};
+// -1 while no tty is open, so that the exported read and write cannot reach another descriptor.
+std::atomic<int> fapi::prphrl::s32UartFd{-1};
 
 bool _a_vextvfapi_prphrl_setInterfaceAttr(int fd, int speed, int parity) {
     termios stTty = {};
@@ -52,7 +52,7 @@ bool _a_vextvfapi_prphrl_setBlocking(int fd, int shouldBlock) {
     return true;
 }
 
-// The access mode, or -1 for a configuration that there is not.
+// Returns the access mode, or -1 for an unknown configuration.
 static int accessMode(fapi_core::VexTvFApiStdFactoryUartConfig config, const char* pszCaller = __builtin_FUNCTION()) {
     switch (config) {
         case fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ:
@@ -75,7 +75,7 @@ bool _a_vextvfapi_prphrl_uartOpen(const char* path, int speed, int blocking,
     if (s32Access < 0) {
         return false;
     }
-    // What open() says of a null path.
+    // open() would report this for a null path.
     errno = EFAULT;
     const int s32Fd = path != nullptr ? open(path, s32Access | O_NOCTTY | O_SYNC) : -1;
     if (s32Fd < 0) {
@@ -83,9 +83,9 @@ bool _a_vextvfapi_prphrl_uartOpen(const char* path, int speed, int blocking,
         FAPI_LOGE("[STD UART]error %d opening %s: %s\n\n", s32Error, fapi::logText(path), strerror(s32Error));
         return false;
     }
-    uartFd.store(s32Fd);
+    fapi::prphrl::s32UartFd.store(s32Fd);
     if (!_a_vextvfapi_prphrl_setInterfaceAttr(s32Fd, speed, 0) || !_a_vextvfapi_prphrl_setBlocking(s32Fd, blocking)) {
-        close(uartFd.exchange(-1));
+        close(fapi::prphrl::s32UartFd.exchange(-1));
         return false;
     }
     FAPI_LOGI("[STD UART]Port %s opened.\n\n", path);
@@ -93,13 +93,13 @@ bool _a_vextvfapi_prphrl_uartOpen(const char* path, int speed, int blocking,
 }
 
 ssize_t _a_vextvfapi_prphrl_uartWritestr(const char* s) {
-    return s != nullptr ? write(uartFd.load(), s, strlen(s)) : -1;
+    return s != nullptr ? write(fapi::prphrl::s32UartFd.load(), s, strlen(s)) : -1;
 }
 
 ssize_t _a_vextvfapi_prphrl_uartWrite(void* buf, unsigned long n) {
-    return write(uartFd.load(), buf, n);
+    return write(fapi::prphrl::s32UartFd.load(), buf, n);
 }
 
 ssize_t _a_vextvfapi_prphrl_uartRead(void* buf, unsigned long n) {
-    return read(uartFd.load(), buf, n);
+    return read(fapi::prphrl::s32UartFd.load(), buf, n);
 }

@@ -7,7 +7,11 @@
 
 #include "a_vextvfapi_prphrl.h"
 
+namespace fapi::prphrl {
+
 // The tty's descriptor, or -1.
-extern std::atomic<int> uartFd;
+extern std::atomic<int> s32UartFd;
+
+}  // namespace fapi::prphrl
 
 #endif

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: memory clock spread, firmware upgrade, registers, real-time clock.
+// Memory clock spread, firmware upgrade, registers, real-time clock.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <atomic>
 
 #include "a_vextvfapi_sys.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_pm.h"
 #include "hw3/hw_sys.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
 
 // --- Memory clock spread ---------------------------------------------------------------------------------------------
 
@@ -51,13 +50,13 @@ int a_vextvfapi_sys_upgrade_fw(unsigned char type, unsigned char* source) {
     const int s32FwType = _a_vextvfapi_sys_convert_fw_type(type);
     FAPI_LOGD("update the enFwType:%d, src from: %s - \n", s32FwType, fapi::logText(source));
     if (source == nullptr || s32FwType == E_HW_SYS_FW_INVALID) {
-        // The log calls this a success; the status tells.
+        // Contract: the log says success, the status does not.
         FAPI_LOGD("success.\n\n");
         return -2;
     }
-    const HW_Result_t u32Result = HW_SYS_UpgradeFw(static_cast<HW_U32>(s32FwType), source);
-    if (u32Result != HW_OK) {
-        FAPI_LOGE("HW_SYS_UpgradeFw failed with error code = %d.\n\n", u32Result);
+    const HW_Result_t result = HW_SYS_UpgradeFw(static_cast<HW_U32>(s32FwType), source);
+    if (result != HW_OK) {
+        FAPI_LOGE("HW_SYS_UpgradeFw failed with error code = %d.\n\n", result);
         return -1;
     }
     FAPI_LOGD("success.\n\n");
@@ -78,7 +77,7 @@ int a_vextvfapi_sys_read_reg(unsigned int bank, unsigned int offset, unsigned in
         return -1;
     }
     if (value == nullptr) {
-        // The text speaks of a GPIO.
+        // Contract: the text names a GPIO.
         FAPI_LOGE("\033[31m pu8GpioStatus is invalid \033[m\n\n");
         return -1;
     }
@@ -98,11 +97,10 @@ int a_vextvfapi_sys_write_reg(unsigned int bank, unsigned int offset, unsigned i
 
 // --- Real-time clock -------------------------------------------------------------------------------------------------
 
-// A shared handle is kept for the next call: should that find none and cannot open one either, it tries the old one,
-// which the middleware then refuses.
+// The last handle. Contract: used by a call that neither finds nor opens one.
 static std::atomic<HW_Handle_t> _hPmHandle{HW_HANDLE_NONE};
 
-// Whether the handle was opened here.
+// Finds the clock open, or opens it. True when it was opened here.
 static bool obtainPm(const char* pszCaller = __builtin_FUNCTION()) {
     const HW_PM_HandleParams_t stQuery = {};
     HW_Handle_t hPm = HW_HANDLE_NONE;
@@ -128,7 +126,7 @@ int a_vextvfapi_sys_get_rtc_time(unsigned int* rtcTime) {
     }
     HW_U32 u32Seconds = 0;
     if (HW_PM_GetRtcTime(_hPmHandle.load(), &u32Seconds) != HW_OK) {
-        // A handle that was opened here stays so: the next call finds it.
+        // Contract: a handle that was opened here stays open; the next call finds it.
         FAPI_LOGE("PM GetRtcTime fail\n\n");
         return -1;
     }

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: raw transfers from and to eMMC partitions.
+// Raw transfers from and to eMMC partitions.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include "a_vextvfapi_sys_internal.h"
-#include "fapi_log_text.h"
-#include "fapi_memory.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
+#include "base/fapi_log_text.h"
+#include "base/fapi_memory.h"
 
 static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, const unsigned char* data,
                            const char* pszCaller = __builtin_FUNCTION()) {
@@ -30,7 +29,7 @@ static int writeFromBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, c
     return 0;
 }
 
-// A failed read leaves the caller's data alone.
+// Reads into a buffer first, because a failed read leaves the caller's data as they are.
 static int readThroughBuffer(HW_Handle_t hFlash, HW_FLASH_Transfer_t stTransfer, unsigned char* data,
                              const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "Read from EMMC - \n");
@@ -56,12 +55,12 @@ int a_vextvfapi_sys_write_emmc(unsigned char* partition, unsigned int shift, uns
     }
     FAPI_LOGD("write the partition name:%s, shift:%u, length:%u data:%s\n\n", partition, shift, length,
               fapi::BoundedText(data, length).get());
-    FlashLease lease;
-    if (!obtainFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
         return -1;
     }
     const HW_FLASH_Transfer_t stTransfer = {E_HW_FLASH_TYPE_EMMC, partition, shift, nullptr, length};
-    return closeFlash(lease, writeFromBuffer(lease.handle(), stTransfer, data));
+    return fapi::sys::closeFlash(lease, writeFromBuffer(lease.handle(), stTransfer, data));
 }
 
 int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int shift, unsigned int length, unsigned char* data) {
@@ -69,10 +68,10 @@ int a_vextvfapi_sys_read_emmc(unsigned char* partition, unsigned int shift, unsi
         return -2;
     }
     FAPI_LOGD("read the partition name:%s, shift:%u, length:%u\n\n", partition, shift, length);
-    FlashLease lease;
-    if (!obtainFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, E_HW_FLASH_TYPE_EMMC)) {
         return -1;
     }
     const HW_FLASH_Transfer_t stTransfer = {E_HW_FLASH_TYPE_EMMC, partition, shift, nullptr, length};
-    return closeFlash(lease, readThroughBuffer(lease.handle(), stTransfer, data));
+    return fapi::sys::closeFlash(lease, readThroughBuffer(lease.handle(), stTransfer, data));
 }

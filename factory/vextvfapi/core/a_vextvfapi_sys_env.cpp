@@ -1,37 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: boot environment variables in flash.
+// Boot environment variables in flash.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include "a_vextvfapi_sys_internal.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 
-// A value as the middleware exchanges it. The byte behind its 2,048 stays 0, so that the text always ends.
+// A value as the middleware exchanges it, and a last byte of 0 as its end.
 struct EnvValue {
     HW_U8 au8Text[HW_FLASH_ENV_VALUE_SIZE + 1] = {};
 
     std::size_t length() const { return strnlen(reinterpret_cast<const char*>(au8Text), HW_FLASH_ENV_VALUE_SIZE); }
 };
 
-// One environment image in memory. Its allocation may fail, and each operation has a status of its own for that.
+// One environment image. Each operation has its own status for a failed allocation.
 using EnvImage = std::unique_ptr<HW_U8[]>;
 
-EnvImage newEnvImage() {
+}  // namespace
+
+static EnvImage newEnvImage() {
     return EnvImage(new (std::nothrow) HW_U8[HW_FLASH_ENV_IMAGE_SIZE]());
 }
 
-HW_Result_t readEnvVar(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, EnvValue& stValue) {
+static HW_Result_t readEnvVar(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, EnvValue& stValue) {
     const HW_FLASH_EnvVar_t stVar = {pu8Image, key, stValue.au8Text};
     return HW_FLASH_GetEnvVar(hFlash, &stVar);
 }
 
-int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size,
-                 const char* pszCaller = __builtin_FUNCTION()) {
+static int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* value, unsigned int size,
+                        const char* pszCaller = __builtin_FUNCTION()) {
     const EnvImage image = newEnvImage();
     if (image == nullptr) {
         FAPI_LOGE_AS(pszCaller, "Allocate Memory Fail!!!!\n\n");
@@ -43,7 +44,7 @@ int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* va
     }
     EnvValue stValue;
     if (readEnvVar(hFlash, image.get(), key, stValue) != HW_OK) {
-        // The text names eMMC whatever the flash type is.
+        // Contract: the text names eMMC whatever the flash type is.
         FAPI_LOGE_AS(pszCaller, "Get new env from emmc failed!! \n\n");
         return -1;
     }
@@ -53,13 +54,13 @@ int getFromFlash(HW_Handle_t hFlash, const unsigned char* key, unsigned char* va
         FAPI_LOGE_AS(pszCaller, "[flash] The value size overflow.\n\n");
         return -2;
     }
-    // Without a terminating NUL: the caller clears its buffer, and a value may fill it.
+    // Contract: without a terminating NUL.
     std::memcpy(value, stValue.au8Text, length);
     return 0;
 }
 
-int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, const EnvValue& stWritten,
-                  const char* pszCaller = __builtin_FUNCTION()) {
+static int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key, const EnvValue& stWritten,
+                         const char* pszCaller = __builtin_FUNCTION()) {
     if (HW_FLASH_LoadEnv(hFlash, pu8Image) != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "Read flash data failed!! \n\n");
         return -1;
@@ -80,11 +81,11 @@ int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned char* key,
     return 0;
 }
 
-int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char* value,
-               const char* pszCaller = __builtin_FUNCTION()) {
+static int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char* value,
+                      const char* pszCaller = __builtin_FUNCTION()) {
     const EnvImage image = newEnvImage();
     if (image == nullptr) {
-        // -1 and not the -4 of the reading operation.
+        // Contract: -1, not the -4 of the reading operation.
         FAPI_LOGE_AS(pszCaller, "Allocate Memory Fail!!!!\n\n");
         return -1;
     }
@@ -110,9 +111,8 @@ int setInFlash(HW_Handle_t hFlash, const unsigned char* key, const unsigned char
     return verifyInFlash(hFlash, image.get(), key, stValue, pszCaller);
 }
 
-}  // namespace
-
-static HW_Result_t findOrOpenFlash(FlashLease& lease, HW_FLASH_Type_e type,
+// Finds the flash open, or opens it.
+static HW_Result_t findOrOpenFlash(fapi::sys::FlashLease& lease, HW_FLASH_Type_e type,
                                    const char* pszCaller = __builtin_FUNCTION()) {
     HW_FLASH_HandleParams_t stQuery = {};
     stQuery.u32FlashType = type;
@@ -126,21 +126,14 @@ static HW_Result_t findOrOpenFlash(FlashLease& lease, HW_FLASH_Type_e type,
 }
 
 int _a_vextvfapi_sys_get_flash_handle(int& handle, HW_FLASH_Type_e type, unsigned char& opened) {
-    handle = 0;
-    opened = 0;
-    FlashLease lease;
-    const HW_Result_t u32Result = findOrOpenFlash(lease, type);
-    if (u32Result != HW_OK) {
-        return static_cast<int>(u32Result);
-    }
-    handle = static_cast<int>(lease.handle());
-    opened = lease.isOpened() ? 1 : 0;
-    // The caller closes what was opened here.
-    lease.keepOpen();
-    return 0;
+    fapi::sys::FlashLease lease;
+    const HW_Result_t result = findOrOpenFlash(lease, type);
+    handle = result == HW_OK ? static_cast<int>(lease.handle()) : 0;
+    opened = lease.keepOpen() ? 1 : 0;
+    return static_cast<int>(result);
 }
 
-bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller) {
+bool fapi::sys::leaseFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller) {
     if (findOrOpenFlash(lease, type, pszCaller) != HW_OK || lease.handle() == HW_HANDLE_NONE) {
         FAPI_LOGE_AS(pszCaller, "[flash] Obtain handle fail.\n\n");
         return false;
@@ -148,7 +141,7 @@ bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller)
     return true;
 }
 
-int closeFlash(FlashLease& lease, int s32Status, const char* pszCaller) {
+int fapi::sys::closeFlash(FlashLease& lease, int s32Status, const char* pszCaller) {
     if (lease.release() != HW_OK) {
         FAPI_LOGE_AS(pszCaller, "flash close handle fail\n\n");
         return -1;
@@ -162,11 +155,11 @@ int _a_vextvfapi_sys_get_env_var(const unsigned char* key, unsigned char* value,
         FAPI_LOGE("Null of key or value.\n\n");
         return -2;
     }
-    FlashLease lease;
-    if (!obtainFlash(lease, type)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, type)) {
         return -1;
     }
-    return closeFlash(lease, getFromFlash(lease.handle(), key, value, size));
+    return fapi::sys::closeFlash(lease, getFromFlash(lease.handle(), key, value, size));
 }
 
 int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* value, HW_FLASH_Type_e type) {
@@ -179,12 +172,12 @@ int _a_vextvfapi_sys_set_env_var(const unsigned char* key, const unsigned char* 
         FAPI_LOGE("[flash] The value size overflow.\n\n");
         return -2;
     }
-    FlashLease lease;
-    if (!obtainFlash(lease, type)) {
+    fapi::sys::FlashLease lease;
+    if (!fapi::sys::leaseFlash(lease, type)) {
         return -1;
     }
     FAPI_LOGD("handle  = 0x%x\n\n", lease.handle());
-    return closeFlash(lease, setInFlash(lease.handle(), key, value));
+    return fapi::sys::closeFlash(lease, setInFlash(lease.handle(), key, value));
 }
 
 int a_vextvfapi_sys_get_emmc_env_var(const unsigned char* key, unsigned char* value, unsigned int size) {

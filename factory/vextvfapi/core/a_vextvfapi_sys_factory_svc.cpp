@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: the client of the set's factory daemon.
+// The client of the set's factory daemon.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -10,16 +11,14 @@
 #include <unistd.h>
 
 #include "a_vextvfapi_sys.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace {
 
 constexpr char kSocketName[] = "@FACTORY_SERVER";
 constexpr std::size_t kSocketNameLength = sizeof(kSocketName) - 1;
 
-// As it goes over the socket, in the byte order of the set.
+// A command as sent over the socket, in the byte order of the set.
 struct CommandRecord {
     std::int32_t s32Command;
     char acParameters[256];
@@ -75,20 +74,20 @@ static void sendRecord(int s32Fd, int s32DaemonCommand, const char* param,
     stRecord.s32Command = s32DaemonCommand;
     std::strncpy(stRecord.acParameters, param, sizeof(stRecord.acParameters) - 1);
     FAPI_LOGD_AS(pszCaller, "cmd:%d, parameters:%s\n\n", stRecord.s32Command, stRecord.acParameters);
-    // A daemon that has hung up is a failed send here; without the flag it would be the end of the process.
+    // A daemon that has hung up is a failed send; without the flag SIGPIPE would end the process.
     if (sendto(s32Fd, &stRecord, sizeof(stRecord), MSG_NOSIGNAL, nullptr, 0) < 1) {
-        // The answer is waited for all the same; the message always shows 0 for the result.
+        // Contract: the answer is awaited after a failure, too, and the message always shows 0 as the result.
         FAPI_LOGE_AS(pszCaller, "Error: send() failed, ret=%d, error=%s\n\n", 0, strerror(errno));
     }
 }
 
-// Returns 0 also when the daemon hangs up without an answer: contract.
+// Returns the status for the daemon's answer. Contract: 0 also when the daemon hangs up without one.
 static int readStatus(int s32Fd, int cmd, const char* pszCaller = __builtin_FUNCTION()) {
     std::int32_t s32DaemonStatus = 0;
     if (read(s32Fd, &s32DaemonStatus, sizeof(s32DaemonStatus)) < 1) {
         return 0;
     }
-    // At level E whatever the status is.
+    // Contract: level E for every status.
     FAPI_LOGE_AS(pszCaller, "command:%d return %d:%s\n\n", cmd, s32DaemonStatus, strerror(s32DaemonStatus));
     return s32DaemonStatus == 0 ? 0 : -1;
 }

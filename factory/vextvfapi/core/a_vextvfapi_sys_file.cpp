@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: file services.
+// File services.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -12,10 +13,8 @@
 #include <sys/stat.h>
 
 #include "a_vextvfapi_sys.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_fs.h"
-
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
 
 namespace {
 
@@ -23,29 +22,32 @@ constexpr HW_U32 kFolderMode = 0755;
 constexpr mode_t kFileMode = 0644;
 constexpr HW_S32 kOpenRead = 0;
 constexpr HW_S32 kOpenReadWrite = 2;
-// HW_FS_Open: the file does not exist. Every other negative value is a failure of another kind.
+// The result of HW_FS_Open when the file does not exist; other negative values are other failures.
 constexpr HW_S32 kAbsent = -1;
 constexpr HW_U32 kCopyChunk = 1024;
 constexpr HW_S32 kReadError = -1;
 
-const char* asText(const unsigned char* pu8Text) {
+}  // namespace
+
+static const char* asText(const unsigned char* pu8Text) {
     return reinterpret_cast<const char*>(pu8Text);
 }
 
-bool isNullOrEmpty(const unsigned char* pu8Text) {
+static bool isNullOrEmpty(const unsigned char* pu8Text) {
     return pu8Text == nullptr || *pu8Text == '\0';
 }
 
-bool exists(const char* pszPath) {
+static bool exists(const char* pszPath) {
     struct stat stStat = {};
     return HW_FS_Stat(pszPath, &stStat) == 0;
 }
 
-// The folder that a path lies in. dirname() works inside the copy and may return static storage, so the copy is what
-// is owned, and the result is only looked at.
+namespace {
+
+// The folder of a path. dirname() works inside the copy and may return static storage: only the copy is owned.
 class ParentFolder {
 public:
-    // False when the copy could not be had.
+    // Copies the path and finds its folder. False, with a message, without memory.
     bool take(const unsigned char* pu8Path, const char* pszCaller = __builtin_FUNCTION()) {
         const std::size_t size = std::strlen(asText(pu8Path)) + 1;
         _copy.reset(new (std::nothrow) char[size]);
@@ -65,30 +67,35 @@ private:
     const char* _pszFolder = nullptr;
 };
 
-void logNames(const unsigned char* pu8Path, const ParentFolder& folder, const char* pszCaller = __builtin_FUNCTION()) {
+}  // namespace
+
+static void logNames(const unsigned char* pu8Path, const ParentFolder& folder,
+                     const char* pszCaller = __builtin_FUNCTION()) {
     FAPI_LOGD_AS(pszCaller, "pu8FileName:%s\n", pu8Path);
-    // A C library may refuse to take an overlong path apart.
+    // Some C libraries return null for an overlong path.
     FAPI_LOGD_AS(pszCaller, "pszFilePath:%s\n", fapi::logText(folder.path()));
 }
+
+namespace {
 
 struct StreamCloser {
     void operator()(FILE* pStream) const { HW_FS_Fclose(pStream); }
 };
 using Stream = std::unique_ptr<FILE, StreamCloser>;
 
-// A position that does not fit the seek's signed offset is a seek that failed.
-HW_S32 seekTo(FILE* pStream, unsigned long long u64Position) {
+}  // namespace
+
+// Seeks; a position beyond the seek's signed offset is a seek that failed.
+static HW_S32 seekTo(FILE* pStream, unsigned long long u64Position) {
     if (u64Position > static_cast<unsigned long long>(LONG_MAX)) {
         return -1;
     }
     return HW_FS_Fseek(pStream, static_cast<HW_S64>(u64Position), SEEK_SET);
 }
 
-int openForWriting(const unsigned char* path) {
+static int openForWriting(const unsigned char* path) {
     return open(asText(path), O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
 }
-
-}  // namespace
 
 int a_vextvfapi_sys_check_file(const unsigned char* path) {
     if (path == nullptr) {
@@ -134,7 +141,7 @@ int a_vextvfapi_sys_create_folder(const unsigned char* path) {
     } else {
         FAPI_LOGD("Folder create ok\n");
     }
-    // Printed after the failure too.
+    // Contract: printed after a failure, too.
     FAPI_LOGD("PASS!\n");
     return s32Status;
 }
@@ -148,7 +155,7 @@ int a_vextvfapi_sys_check_folder(const unsigned char* path) {
         FAPI_LOGE("Folder Not Exist (%s)\n", path);
         return -1;
     }
-    // Level E although it is the good case: contract.
+    // Contract: level E for the good case.
     FAPI_LOGE("Folder Exist (%s)\n", path);
     return 0;
 }
@@ -192,17 +199,17 @@ int a_vextvfapi_sys_create_file(const unsigned char* path) {
     FAPI_LOGD("HW_FS_Close (%s)\n", path);
     HW_FS_Close(s32Fd);
     FAPI_LOGD("PASS!\n");
-    // Contract: the operation's success is that of this second close, of descriptor 0.
+    // Contract: the status is that of this second close, of descriptor 0.
     return HW_FS_Close(0) == 0 ? 0 : -1;
 }
 
-// The copy's first line; it is printed once before the checks and once more after them.
+// Logs the copy's first line. Contract: once before the checks and once after them.
 #define FAPI_LOG_COPY(src, dst, flag)                                                                             \
     FAPI_LOGD("[Factory][%s] Copy File from (%s) to (%s) b_fail_if_exist(%d)\n \n", __func__, fapi::logText(src), \
               fapi::logText(dst), (flag) ? 1 : 0)
 
-// The descriptor that a copy writes to, or a negative value. An existing destination that must be kept closes the
-// source before the probe.
+// Opens the destination of a copy. Returns the descriptor, or a negative value. Closes the source before the probe when
+// an existing destination must be kept.
 static int openCopyDestination(Stream& source, const unsigned char* dst, const char* pszFolder, bool b_fail_if_exist,
                                const char* pszCaller = __builtin_FUNCTION()) {
     if (!exists(pszFolder)) {
@@ -249,7 +256,7 @@ static void copyBytes(FILE* pSource, int s32Fd, const unsigned char* dst,
     }
 }
 
-// -1 on every path, success included: the caller looks at the destination.
+// Contract: -1 on every path, also after a copy that worked.
 int a_vextvfapi_sys_copy_file(const unsigned char* src, const unsigned char* dst, bool b_fail_if_exist) {
     FAPI_LOG_COPY(src, dst, b_fail_if_exist);
     if (isNullOrEmpty(src)) {
@@ -277,7 +284,7 @@ int a_vextvfapi_sys_copy_file(const unsigned char* src, const unsigned char* dst
         return -1;
     }
     copyBytes(source.get(), s32Fd, dst);
-    // Also after a short write.
+    // Contract: also after a short write.
     FAPI_LOGD("PASS!\n\n");
     source.reset();
     FAPI_LOGD("HW_FS_Sync %s\n\n", dst);
@@ -307,7 +314,7 @@ int a_vextvfapi_sys_read_file_one_line(const unsigned char* path, unsigned char*
         FAPI_LOGE("Error: HW_FS_Fopen(...) fail\n\n");
         return -1;
     }
-    // The read is attempted even after a failed seek; the result stays -1.
+    // Contract: the read is attempted after a failed seek, too; the status stays -1.
     if (seekTo(stream.get(), pos) != 0) {
         FAPI_LOGE("Error: HW_FS_Fseek(...) fail\n\n");
         s32Status = -1;
@@ -324,7 +331,7 @@ int a_vextvfapi_sys_read_file_one_line(const unsigned char* path, unsigned char*
     return s32Status;
 }
 
-// Everything between open and close of a block read.
+// Seeks and reads, between open and close of a block read.
 static int readBlock(FILE* pStream, const unsigned char* path, unsigned char* buf, unsigned int len,
                      unsigned long long pos, unsigned int* readLen, const char* pszCaller = __builtin_FUNCTION()) {
     const HW_S32 s32Seek = seekTo(pStream, pos);
@@ -335,7 +342,7 @@ static int readBlock(FILE* pStream, const unsigned char* path, unsigned char* bu
     }
     const HW_S32 s32Read = HW_FS_Fread(buf, 1, len, pStream);
     if (s32Read == kReadError) {
-        // A read error is success with nothing read.
+        // Contract: a read error is a success with nothing read.
         *readLen = 0;
         FAPI_LOGE_AS(pszCaller, "Error: HW_FS_Read(%s) fail\n\n", path);
         return 0;
@@ -397,7 +404,8 @@ int a_vextvfapi_sys_get_file_checksum(const unsigned char* path, unsigned int* c
     return 0;
 }
 
-// Writes the copy of the data and closes. A failed close is a failure only if something was written.
+// Opens, writes and closes. Contract: a failed write is a success, and a failed close a failure only if something was
+// written.
 static int writeAndClose(const unsigned char* path, const unsigned char* mode, const unsigned char* pu8Data,
                          unsigned int len, const char* pszCaller = __builtin_FUNCTION()) {
     FILE* pStream = HW_FS_Fopen(asText(path), asText(mode));

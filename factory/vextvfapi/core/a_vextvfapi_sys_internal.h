@@ -4,8 +4,10 @@
 #define A_VEXTVFAPI_SYS_INTERNAL_H
 
 #include "a_vextvfapi_sys.h"
-#include "fapi_handle_lease.h"
+#include "base/fapi_handle_lease.h"
 #include "hw3/hw_flash.h"
+
+namespace fapi::sys {
 
 struct FlashFamily {
     static constexpr auto getHandle = HW_FLASH_GetHandle;
@@ -14,10 +16,12 @@ struct FlashFamily {
 };
 using FlashLease = fapi::HandleLease<FlashFamily>;
 
-// A shared or opened handle. One of 0 is as good as none, and there is nothing to close then.
-bool obtainFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller = __builtin_FUNCTION());
+// Finds the flash open, or opens it. False, with a message, without a handle; a handle of 0 counts as none.
+bool leaseFlash(FlashLease& lease, HW_FLASH_Type_e type, const char* pszCaller = __builtin_FUNCTION());
 
-// Closes what was opened here; the status, or -1 when that fails.
+// Closes the flash if the lease opened it. Returns the status, or -1, with a message, when the close fails.
 int closeFlash(FlashLease& lease, int s32Status, const char* pszCaller = __builtin_FUNCTION());
+
+}  // namespace fapi::sys
 
 #endif

@@ -1,21 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
-// System module: watchdog.
+// The watchdog.
+#define FAPI_LOG_TAG "VexTvFApiSystem"
 #include <atomic>
 
 #include "a_vextvfapi_sys.h"
+#include "base/fapi_log.h"
 #include "hw3/hw_wdt.h"
 
-#define FAPI_LOG_TAG "VexTvFApiSystem"
-#include "fapi_log.h"
+namespace {
 
-static constexpr HW_U32 kTimerSeconds = 5;
-// No answer of the middleware.
-static constexpr HW_U32 kUnread = 255;
+constexpr HW_U32 kTimerSeconds = 5;
+// A value that the middleware never reports.
+constexpr HW_U32 kUnread = 255;
 
-// Fetched once; the middleware has no call to give it back.
+}  // namespace
+
+// Fetched once: the middleware has no call to give it back.
 static std::atomic<HW_Handle_t> _hWdtHandle{HW_HANDLE_NONE};
-// What this library wanted last. A set whose watchdog nobody has touched yet counts as switched on.
-static std::atomic<unsigned char> bWdtEnable{1};
+// The state that this library set last. Contract: on before the first call.
+static std::atomic<unsigned char> _bWdtEnable{1};
 
 static int obtainWdt(const char* pszCaller = __builtin_FUNCTION()) {
     if (_hWdtHandle.load() != HW_HANDLE_NONE) {
@@ -23,9 +26,9 @@ static int obtainWdt(const char* pszCaller = __builtin_FUNCTION()) {
     }
     const HW_WDT_HandleParams_t stQuery = {};
     HW_Handle_t hFound = HW_HANDLE_NONE;
-    const HW_Result_t u32Result = HW_WDT_GetHandle(&stQuery, &hFound);
-    if (u32Result != HW_OK) {
-        FAPI_LOGE_AS(pszCaller, "HW_WDT_GetHandle fail %d, System might not enable watch dog.\n\n", u32Result);
+    const HW_Result_t result = HW_WDT_GetHandle(&stQuery, &hFound);
+    if (result != HW_OK) {
+        FAPI_LOGE_AS(pszCaller, "HW_WDT_GetHandle fail %d, System might not enable watch dog.\n\n", result);
         return -1;
     }
     _hWdtHandle.store(hFound);
@@ -36,7 +39,7 @@ int _a_vextvfapi_sys_get_wdt_handle() {
     return obtainWdt();
 }
 
-// Acknowledges after a failed reading, too: contract.
+// Acknowledges a reboot by the watchdog. Contract: also after a failed reading.
 static void acknowledgeReboot(const char* pszCaller = __builtin_FUNCTION()) {
     HW_U32 u32Word = kUnread;
     HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_REBOOT_BY_WDT, nullptr, &u32Word);
@@ -52,14 +55,14 @@ int a_vextvfapi_sys_set_wdt(unsigned char enable) {
         return -1;
     }
     HW_WDT_Timer_t stTimer = {};
-    // The wish is noted before the middleware is asked, and stays when that refuses.
+    // Contract: the state is stored also when the middleware refuses.
     if (enable != 0) {
         acknowledgeReboot();
         stTimer.u32Seconds = kTimerSeconds;
-        bWdtEnable.store(1);
+        _bWdtEnable.store(1);
         FAPI_LOGD("Resume WDT\n\n");
     } else {
-        bWdtEnable.store(0);
+        _bWdtEnable.store(0);
         FAPI_LOGD("Stop WDT\n\n");
     }
     if (HW_WDT_SetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_SET_TIMER_SEC, &stTimer) != HW_OK) {
@@ -74,11 +77,11 @@ int a_vextvfapi_sys_get_wdt_status() {
         return 0;
     }
     HW_U32 u32Running = kUnread;
-    const HW_Result_t u32Result = HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_RUNNING, nullptr, &u32Running);
-    if (u32Result != HW_OK) {
-        FAPI_LOGE("HW_WDT_GetAttr fail, s32Ret = %d\n", u32Result);
-        FAPI_LOGD("WDT is %s\n\n", bWdtEnable.load() != 0 ? "on" : "off");
+    const HW_Result_t result = HW_WDT_GetAttr(_hWdtHandle.load(), E_HW_WDT_ATTR_RUNNING, nullptr, &u32Running);
+    if (result != HW_OK) {
+        FAPI_LOGE("HW_WDT_GetAttr fail, s32Ret = %d\n", result);
+        FAPI_LOGD("WDT is %s\n\n", _bWdtEnable.load() != 0 ? "on" : "off");
         return 0;
     }
-    return u32Running == 1 && bWdtEnable.load() == 1 ? 1 : 0;
+    return u32Running == 1 && _bWdtEnable.load() == 1 ? 1 : 0;
 }

@@ -94,7 +94,7 @@ FAPI_API int a_vextvfapi_disp_get_tcon_info(fapi_core::VexTvFApiDispTconInfo* ou
 // Reads the identity of the external frame-rate converter. `out` is written whatever the chip answers.
 FAPI_API int a_vextvfapi_disp_get_frc_device_info(fapi_core::VexTvFApiDispExtFrcDeviceInfo* out);
 
-// Returns the connection status itself, 0 when the chip does not tell, 255 without the display output.
+// Returns the connection status itself, 0 when the chip does not report it, 255 without the display output.
 FAPI_API int a_vextvfapi_disp_get_frc_connect_status();
 
 // Flashes the firmware of the panel's companion chip from a file of the set. It must be left to finish.

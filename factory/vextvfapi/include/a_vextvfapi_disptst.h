@@ -77,8 +77,7 @@ FAPI_API int a_vextvfapi_disptst_set_pq_on_off(unsigned char enable);
 
 // Switches a test pattern on or off, of the video path or of the current display window.
 // [in] patternMode  0 MVOP, 1 ADC, 2 IPMUX, 3 IP1, 4 line buffer, 5 scaler, 6 VOP, 7 VOP2 (which mutes the window while
-// it
-//                   is off), 8 output module (a full window of one color), 9 white balance, 10 the mute color, shown
+//                   it is off), 8 output module (a full window of one color), 9 white balance, 10 the mute color, shown
 //                   while it is on
 // [in] pattern      `u32Param` is the chip's number; at most 7 for modes 0 and 1
 //  0  done

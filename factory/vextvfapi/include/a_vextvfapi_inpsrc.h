@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Input source module: analogue calibration, signal, tuner and timing status.
+// Input source module: analog calibration, signal, tuner and timing status.
 #ifndef A_VEXTVFAPI_INPSRC_H
 #define A_VEXTVFAPI_INPSRC_H
 
@@ -17,7 +17,7 @@ FAPI_API int a_vextvfapi_inpsrc_init();
 // Shuts the external inputs down; the tuner stays up.
 FAPI_API int a_vextvfapi_inpsrc_deinit();
 
-// --- Calibration of the analogue inputs ------------------------------------------------------------------------------
+// --- Calibration of the analog inputs ------------------------------------------------------------------------------
 // `devType` is 0 VGA, 1 YPbPr. An input that is not open is opened for the call. Phases, gains and offsets are in the
 // chip's units and are not checked. -1 also when the input could not be closed; a record that was read is written then.
 
@@ -53,11 +53,11 @@ FAPI_API int a_vextvfapi_inpsrc_get_current_input_source_type(unsigned char* pSr
 // or a status of a_vextvfapi_common_hw_err_msg
 FAPI_API int a_vextvfapi_inpsrc_get_input_timing(fapi_core::VexTvFApiVideoTiming& timing);
 
-// Detects the television standard of an analogue source.
+// Detects the television standard of an analog source.
 // [out] pu8Val  the chip's number, 0 to 9; in case of -1: the standard that was detected last when the detection
 //               failed; the low byte of the chip's answer, 10 or above, when it found none; else untouched
 //  0  done
-// -1  nothing analogue is on screen; the detection failed or found no standard
+// -1  nothing analog is on screen; the detection failed or found no standard
 // -2  null; an HDMI source
 FAPI_API int a_vextvfapi_inpsrc_get_video_standard(unsigned char* pu8Val);
 
@@ -98,7 +98,7 @@ FAPI_API int a_vextvfapi_inpsrc_nty_event(unsigned int event, const fapi_core::V
 
 // --- For the library's own modules -----------------------------------------------------------------------------------
 
-// Obtain the module's handle of an analogue input. Return 1 when it was opened here, else 0. Contract: 0 also when it
+// Obtain the module's handle of an analog input. Return 1 when it was opened here, else 0. Contract: 0 also when it
 // is not available; the module then goes on with the handle that it had last.
 FAPI_API int _a_vextvfapi_inpsrc_get_vga_handle();
 FAPI_API int _a_vextvfapi_inpsrc_get_ypbpr_handle();

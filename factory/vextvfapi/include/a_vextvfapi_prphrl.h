@@ -317,7 +317,7 @@ FAPI_API ssize_t _a_vextvfapi_prphrl_uartRead(void* buf, unsigned long n);
 // Makes the FIFO of pipe mode and opens it for reading, which waits for a writer. The descriptor, or negative.
 FAPI_API int _a_vextvfapi_prphrl_create_pipe_file();
 
-// What the middleware calls for a key: raises its events. 0; 3 for anything but a press. `handle` is not looked at,
+// Raises the events of a key; the middleware calls it. 0; 3 for anything but a press. `handle` is not used,
 // null `params` is a press without a key.
 FAPI_API unsigned int _a_vextvfapi_prphrl_sar_key_callback(unsigned int handle, unsigned int event,
                                                            unsigned char* params);

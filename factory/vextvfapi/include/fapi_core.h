@@ -20,13 +20,13 @@
 // Order. a_vextvfapi_sys_init runs first; it also reads the debug switch and the factory-mode marker. A module's own
 // init runs before the module's other operations.
 //
-// Threads. The host serialises its calls: operations must not overlap. Events are delivered on the thread that observed
+// Threads. The host serializes its calls: operations must not overlap. Events are delivered on the thread that observed
 // them, with the module's callback mutex held. The first event may arrive before the operation that starts it has
 // returned. Inside a callback the host may call any operation, with these exceptions:
 //
 //     - reg_callback, unreg_callback and nty_event of the same module deadlock, and so does
 //       _a_vextvfapi_prphrl_sar_key_callback in a callback of the peripheral module, because it delivers events.
-//     - a_vextvfapi_prphrl_stop_keypad and a_vextvfapi_prphrl_stop_factory_uart may wait for ever in a callback of the
+//     - a_vextvfapi_prphrl_stop_keypad and a_vextvfapi_prphrl_stop_factory_uart may wait forever in a callback of the
 //       peripheral module: the middleware waits for its own thread, which may be waiting for the module's mutex.
 //     - A stop that waits in steps (pad monitor, standard factory link, pipe mode) waits until its time-out when the
 //       callback runs on the thread that is to be stopped; no other event of the module is delivered meanwhile.
@@ -35,7 +35,7 @@
 // callback returns; it must not end the thread that calls it.
 //
 // Log. With the debug switch on operations print to standard output what they do and, with few exceptions, why they
-// failed. The switch is the file /data/tvfapi_hal_debug, looked at by a_vextvfapi_sys_init.
+// failed. The switch is the file /data/tvfapi_hal_debug, read by a_vextvfapi_sys_init.
 #ifndef FAPI_CORE_H
 #define FAPI_CORE_H
 
@@ -213,13 +213,13 @@ struct VexTvFApiDispTstPattern {
 };
 static_assert(sizeof(VexTvFApiDispTstPattern) == 20, "");
 
-// Sampling phase of the analogue inputs' converters, in the chip's units.
+// Sampling phase of the analog inputs' converters, in the chip's units.
 struct VexTvFApiAdcPhase_t {
     unsigned int u32RedPhase, u32GreenPhase, u32BluePhase;  //  0, 4, 8
 };
 static_assert(sizeof(VexTvFApiAdcPhase_t) == 12, "");
 
-// Gain and offset of the analogue inputs' converters, in the chip's units.
+// Gain and offset of the analog inputs' converters, in the chip's units.
 struct VexTvFApiAdcGainOffset_t {
     unsigned int u32RedGain, u32GreenGain, u32BlueGain;        //  0, 4, 8
     unsigned int u32RedOffset, u32GreenOffset, u32BlueOffset;  // 12, 16, 20

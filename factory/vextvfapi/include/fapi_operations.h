@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The name and the symbol of every exported operation. Written by "scripts/quality abi-keep"; not edited by hand.
+// The name and the symbol of every exported operation. Renewed by "scripts/quality keep"; not edited by hand.
 #ifndef FAPI_OPERATIONS_H
 #define FAPI_OPERATIONS_H
 

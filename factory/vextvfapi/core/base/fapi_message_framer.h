@@ -6,8 +6,8 @@
 #include <atomic>
 #include <cstddef>
 
+#include "base/fapi_receive_buffer.h"
 #include "fapi_core.h"
-#include "fapi_receive_buffer.h"
 
 namespace fapi {
 
@@ -18,30 +18,31 @@ struct FramerSettings {
 
     constexpr FramerSettings() = default;
 
-    // What the start of a link and its stop put back; the mode stays.
+    // Resets terminator and limit, at the start of a link and at its stop; the mode stays.
     void reset() {
         u8Terminator.store(kCarriageReturn);
         u32TargetBufferLimit.store(ReceiveBuffer::kSize);
     }
 
-    // Any value below 4 may be set; a negative one acts as `size`.
+    // Any value below 4; a negative one acts as `size`.
     std::atomic<signed char> s8Mode{line};
     std::atomic<unsigned char> u8Terminator{kCarriageReturn};
-    // A message of this many bytes is sent whatever is in it.
+    // A message of this many bytes is sent whatever its last byte is.
     std::atomic<unsigned int> u32TargetBufferLimit{ReceiveBuffer::kSize};
 };
 
-// Who gets the messages, on the thread that feeds.
+// Receives the messages, on the feeding thread.
 class MessageReceiver {
 public:
-    // The bytes are the object's data; the object is the framer's, for the duration of the call.
+    // Takes a message: the bytes are the object's data. The object is the framer's, and valid during the call.
     virtual void receive(const fapi_core::VexTvFApiEventCommonObject& message) = 0;
 
 protected:
     ~MessageReceiver() = default;
 };
 
-// Bytes of an unfinished message are held in the buffer, which another thread may take away: the rest is then dropped.
+// Holds the bytes of an unfinished message in the buffer. Another thread may release the buffer: the rest is dropped
+// then.
 class MessageFramer {
 public:
     // Logs under the name of the function that makes the framer.
@@ -49,14 +50,16 @@ public:
                   const char* pszCaller = __builtin_FUNCTION())
         : _buffer(buffer), _settings(settings), _receiver(receiver), _pszCaller(pszCaller) {}
 
-    // Takes over a changed limit, before each read. What is held is sent first, and the old limit then holds for one
-    // read more.
+    // Takes over a changed limit; to be called before each read. Contract: held bytes are sent first, and the old limit
+    // then holds for one more read.
     void adoptLimit();
 
-    // Cuts what a read brought. Mode and terminator count as they are when a byte's turn comes.
+    // Cuts the bytes of one read. Mode and terminator are those at a byte's turn.
     void feed(const unsigned char* pu8Bytes, std::size_t length);
 
 private:
+    // Sends the message that the bytes complete, unless it is empty.
+    void endMessage(unsigned int u32Held, const unsigned char* pu8Bytes, std::size_t length);
     void send(const unsigned char* pu8Bytes, std::size_t length);
 
     ReceiveBuffer& _buffer;
@@ -64,7 +67,7 @@ private:
     MessageReceiver& _receiver;
     const char* const _pszCaller;
     unsigned int _u32Limit = ReceiveBuffer::kSize;
-    // Reused, so that a message costs no allocation.
+    // One object for all messages, so that a message costs no allocation.
     fapi_core::VexTvFApiEventCommonObject _message;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Detached worker threads.
-#include "fapi_background_task.h"
+#include "base/fapi_background_task.h"
 
 #include <cerrno>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The buffer in which the two serial links assemble what they receive.
-#include "fapi_receive_buffer.h"
+#include "base/fapi_receive_buffer.h"
 
 #include <algorithm>
 #include <cstring>

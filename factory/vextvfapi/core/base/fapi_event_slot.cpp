@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Registration and delivery of module events.
-#include "fapi_event_slot.h"
+#include "base/fapi_event_slot.h"
 
 namespace fapi {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Detached worker threads that are stopped by a flag and watched by polling.
+// Detached worker threads, stopped by a flag and watched by polling.
 #ifndef FAPI_BACKGROUND_TASK_H
 #define FAPI_BACKGROUND_TASK_H
 
@@ -9,25 +9,24 @@ namespace fapi {
 
 using ThreadEntry_t = void* (*)(void*);
 
-// Starts a detached thread. 0, or the error code of pthread_create, which is also put into errno for the caller's
-// message. Never throws.
+// Starts a detached thread. Returns 0, or the error code of pthread_create, which is also stored in errno for the
+// caller's message. Never throws.
 int startDetachedThread(ThreadEntry_t entry, void* pArgument);
 
 // Names the calling thread. The kernel keeps the first 15 characters; pthread_setname_np would refuse a longer name.
 void nameThisThread(const char* pszName);
 
-// The two flags of a worker that a module runs at most once at a time. Constant-initialised and without a destructor,
+// The two flags of a worker that a module runs at most once at a time. Constant-initialized and without a destructor,
 // because the worker may outlive the last call into the library.
 //
-// Contract of a worker: it runs while isEnabled(), and its last act is markStopped() (a log line may follow); after
-// that a new start may already be under way. A worker that leaves itself started on purpose is set right by its stop.
-// A worker that raises the flags itself is started with startDetachedThread().
+// A worker runs while isEnabled(). Its last act is markStopped() (a log line may follow), after which it may be started
+// again. A worker may leave the started flag set (contract); the next stop then clears it.
 class BackgroundTask {
 public:
     constexpr BackgroundTask() = default;
 
-    // Sets both flags, then starts the worker. The started flag is set before the thread exists, because a worker that
-    // ends at once must not have its markStopped() overwritten. A failed start clears it and leaves the enable flag.
+    // Sets both flags, then starts the worker: a worker that ends at once must not have its markStopped() overwritten.
+    // A failed start clears the started flag alone.
     int start(ThreadEntry_t entry, void* pArgument);
 
     void enable() { _bEnabled.store(true); }
@@ -42,8 +41,8 @@ private:
     std::atomic<bool> _bStarted{false};
 };
 
-// Waits and looks, at most the given number of times: a stop that does not join finds out so. True as soon as isDone()
-// is. A wait sleeps, or asks the middleware to, and logs under the name of the operation that polls:
+// Polls up to `u32Times` times: waits, then checks. Used by stops, because detached workers cannot be joined. True as
+// soon as isDone() is. A wait sleeps, or asks the middleware to, and logs under the name of the operation that polls:
 //
 //     static void waitForMonitor(const char* pszCaller) { FAPI_LOGD_AS(pszCaller, "..."); sleep(1); }
 //     ... pollUntil(10, waitForMonitor, [] { return !_task.isStarted(); })

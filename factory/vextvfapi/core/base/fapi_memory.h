@@ -13,8 +13,8 @@ struct Free {
     void operator()(void* pMemory) const { std::free(pMemory); }
 };
 
-// Zeroes, or null. However many they are, they cost nothing before somebody touches them: a length that the chip
-// refuses is refused before it has taken the set's memory. A size of 0 is no failure.
+// Allocates zeroed memory; null when there is none. The kernel provides pages on first use, so a huge length that the
+// chip refuses costs nothing. A size of 0 is no failure.
 inline std::unique_ptr<unsigned char, Free> allocateZeroes(std::size_t size) {
     return std::unique_ptr<unsigned char, Free>(static_cast<unsigned char*>(std::calloc(size != 0 ? size : 1, 1)));
 }

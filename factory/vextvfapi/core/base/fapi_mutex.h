@@ -21,8 +21,7 @@
 
 namespace fapi {
 
-// Detached threads may hold or take one of these while the process exits, so it must not have a destructor:
-// std::mutex has one on some C++ libraries.
+// Has no destructor, unlike some std::mutex: detached threads may hold or take it while the process exits.
 class FAPI_CAPABILITY("mutex") Mutex {
 public:
     constexpr Mutex() = default;

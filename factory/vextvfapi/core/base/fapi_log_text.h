@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// For %s: data that need not be terminated.
+// Prints data without a terminator through %s.
 #ifndef FAPI_LOG_TEXT_H
 #define FAPI_LOG_TEXT_H
 
@@ -10,8 +10,8 @@
 
 namespace fapi {
 
-// The data up to its first NUL, or all of it. To be made inside the log line, so that with the switch off nothing is
-// looked at and nothing copied. Null prints as such; without memory for the copy the text is empty.
+// The data up to its first NUL, or all of it. To be made inside the log line, where it costs nothing with the switch
+// off. Null prints as "(null)"; without memory for the copy the text is empty.
 class BoundedText {
 public:
     BoundedText(const unsigned char* pu8Data, std::size_t length) {

@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-// Cuts what is written into the command pipe into commands.
+// Cuts the bytes that are written into the command pipe into commands.
 #define FAPI_LOG_TAG "VexTvFApiPeripheral"
-#include "fapi_command_scanner.h"
+#include "base/fapi_command_scanner.h"
 
-#include "fapi_log.h"
+#include "base/fapi_log.h"
 
 namespace fapi {
 
-// What a terminal sends for Ctrl-C.
-static constexpr unsigned char kInterrupt = 0x03;
+namespace {
 
-// A shell's echo ends a text with a newline, and every write is to end a command: the last byte counts as the end
-// whatever it is, except an interrupt. An underscore before it stands for a blank, which a shell would have eaten.
+// The character that a terminal sends for Ctrl-C.
+constexpr unsigned char kInterrupt = 0x03;
+
+}  // namespace
+
+// Contract: the last byte counts as the end of a command whatever it is, except an interrupt, and an underscore before
+// it as a blank.
 void CommandScanner::rewriteTail(unsigned char* pu8Bytes, std::size_t length) const {
     if (pu8Bytes[length - 1] != kInterrupt) {
         pu8Bytes[length - 1] = _u8End;

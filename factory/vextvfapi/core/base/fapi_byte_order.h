@@ -8,7 +8,7 @@
 
 namespace fapi {
 
-// The most significant of sizeof(Unsigned) bytes stands first.
+// Reads sizeof(Unsigned) bytes, the most significant one first.
 template <class Unsigned>
 constexpr Unsigned loadBigEndian(const signed char* ps8Data) {
     std::uint64_t u64Value = 0;

@@ -7,13 +7,12 @@
 #include <cstddef>
 #include <vector>
 
-#include "fapi_mutex.h"
+#include "base/fapi_mutex.h"
 
 namespace fapi {
 
-// Filled by a receiving thread while another thread may free it, so every use of the bytes is under a leaf mutex that
-// is held only while bytes move. Constant-initialised and without a destructor: a receiving thread may outlive the last
-// call into the library.
+// A buffer that one thread fills while another may free it: a mutex is held only while bytes move. Constant-initialized
+// and without a destructor, because a receiving thread may outlive the last call into the library.
 class ReceiveBuffer {
 public:
     static constexpr unsigned int kSize = 0x40000;
@@ -31,11 +30,11 @@ public:
     // Appends what fits. False when there is no buffer.
     bool append(const unsigned char* pu8Bytes, std::size_t length) FAPI_EXCLUDES(_mutex);
 
-    // Puts what is held, and behind it the bytes given, into `message`, and empties the buffer. False when there is no
-    // buffer or no memory for the message, which is then lost.
+    // Moves the held bytes, followed by the bytes given, into `message`. False when there is no buffer or no memory for
+    // the message, which is then lost.
     bool take(const unsigned char* pu8More, std::size_t length, std::vector<unsigned char>& message) noexcept
         FAPI_EXCLUDES(_mutex) {
-        // The rule on a busy line: the message lies in one read, and no byte of it was ever held.
+        // On a busy line most messages lie inside one read, and none of their bytes was ever held.
         return count() == 0 ? exists() && assign(pu8More, length, message) : takeHeld(pu8More, length, message);
     }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Cuts what is written into the command pipe into commands.
+// Cuts the bytes that are written into the command pipe into commands.
 #ifndef FAPI_COMMAND_SCANNER_H
 #define FAPI_COMMAND_SCANNER_H
 
@@ -7,10 +7,10 @@
 
 namespace fapi {
 
-// Who gets the commands, on the thread that scans.
+// Receives the commands, on the scanning thread.
 class CommandReceiver {
 public:
-    // The command with a zero byte in place of its end; valid during the call.
+    // Takes a command, with a zero byte in place of its end; valid during the call.
     virtual void receive(const unsigned char* pu8Command, std::size_t length) = 0;
 
 protected:
@@ -21,12 +21,12 @@ class CommandScanner {
 public:
     static constexpr std::size_t kSize = 2048;
 
-    // Logs under the name of the function that makes the scanner, or the one given.
+    // Logs under the name of the function that makes the scanner, or the name given.
     CommandScanner(unsigned char u8End, CommandReceiver& receiver, const char* pszCaller = __builtin_FUNCTION())
         : _u8End(u8End), _receiver(receiver), _pszCaller(pszCaller) {}
 
-    // Scans what a read brought, at least a byte, whose last bytes it rewrites. False when it ends in an interrupt
-    // character: the unfinished command is then lost, and nothing more is to be read.
+    // Scans the bytes of one read, at least one, and rewrites the last of them. False when they end in an interrupt:
+    // the unfinished command is lost then, and nothing more is to be read.
     bool scan(unsigned char* pu8Bytes, std::size_t length);
 
 private:
