@@ -159,9 +159,8 @@ int closeDescriptor(int s32Fd) {
 }
 
 void rememberFileOf(int s32Fd) {
-    Descriptor* const pDescriptor = find(s32Fd);
     const std::uint32_t u32Sync = syncNumber();
-    if (pDescriptor != nullptr && pDescriptor->u32Sync.exchange(u32Sync) != u32Sync) {
+    if (descriptors[static_cast<std::size_t>(s32Fd)].u32Sync.exchange(u32Sync) != u32Sync) {
         rememberFile(s32Fd);
     }
 }

@@ -26,7 +26,7 @@ bool isStreamOpen(std::FILE* pStream);
 // fclose() for one of these; EOF and EBADF for every other one.
 int closeStream(std::FILE* pStream);
 
-// Before a write: remembers the file as it is, the first time since the last HW_FS_Sync.
+// Before a write to what is open: remembers the file as it is, the first time since the last HW_FS_Sync.
 void rememberFileOf(int s32Fd);
 void rememberFileOf(std::FILE* pStream);
 
