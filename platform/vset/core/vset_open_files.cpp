@@ -32,6 +32,7 @@ struct Descriptor {
     std::atomic<std::uint64_t> u64File{0};  // 0: none of these
     std::atomic<bool> bOfMiddleware{false};
     std::atomic<bool> bDead{false};
+    std::atomic<bool> bPlain{false};
     std::atomic<std::uint32_t> u32Sync{0};  // the file is remembered as it was then
 };
 
@@ -39,6 +40,7 @@ std::array<Descriptor, kDescriptors> descriptors;
 std::atomic<int> descriptorsEnd{0};
 
 struct Stream {
+    bool bPlain = false;
     bool bDead = false;
     std::uint32_t u32Sync = 0;  // as of a descriptor
 };
@@ -130,6 +132,7 @@ void addDescriptor(int s32Fd, Opener eOpener) {
     Descriptor& descriptor = descriptors[static_cast<std::size_t>(s32Fd)];
     descriptor.bOfMiddleware = eOpener == Opener::middleware;
     descriptor.bDead = false;
+    descriptor.bPlain = isPlain(s32Fd);
     descriptor.u32Sync = 0;
     descriptor.u64File = fileOf(s32Fd);
     int s32End = descriptorsEnd;
@@ -139,12 +142,17 @@ void addDescriptor(int s32Fd, Opener eOpener) {
 }
 
 bool isDescriptorOpen(int s32Fd) {
-    const Descriptor* const pDescriptor = find(s32Fd);
-    if (pDescriptor == nullptr || pDescriptor->bDead) {
+    const bool bInTable = s32Fd >= 0 && s32Fd < kDescriptors;
+    const Descriptor& descriptor = descriptors[bInTable ? static_cast<std::size_t>(s32Fd) : 0];
+    if (!bInTable || descriptor.u64File == 0 || descriptor.bDead) {
         refuse();
         return false;
     }
     return true;
+}
+
+bool mayWait(int s32Fd) {
+    return !descriptors[static_cast<std::size_t>(s32Fd)].bPlain;
 }
 
 int closeDescriptor(int s32Fd) {
@@ -159,9 +167,8 @@ int closeDescriptor(int s32Fd) {
 }
 
 void rememberFileOf(int s32Fd) {
-    Descriptor* const pDescriptor = find(s32Fd);
     const std::uint32_t u32Sync = syncNumber();
-    if (pDescriptor != nullptr && pDescriptor->u32Sync.exchange(u32Sync) != u32Sync) {
+    if (descriptors[static_cast<std::size_t>(s32Fd)].u32Sync.exchange(u32Sync) != u32Sync) {
         rememberFile(s32Fd);
     }
 }
@@ -169,7 +176,14 @@ void rememberFileOf(int s32Fd) {
 void addStream(std::FILE* pStream) {
     Streams& streams = theStreams();
     const std::lock_guard<std::mutex> lock(streams.mutex);
-    streams.open[pStream] = {};
+    streams.open[pStream] = {isPlain(fileno(pStream)), false, 0};
+}
+
+bool mayWait(std::FILE* pStream) {
+    Streams& streams = theStreams();
+    const std::lock_guard<std::mutex> lock(streams.mutex);
+    const auto found = streams.open.find(pStream);
+    return found == streams.open.end() || !found->second.bPlain;
 }
 
 bool isStreamOpen(std::FILE* pStream) {

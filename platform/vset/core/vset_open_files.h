@@ -16,17 +16,20 @@ int moveAside(int s32Fd);
 enum class Opener { middleware, program };
 
 void addDescriptor(int s32Fd, Opener eOpener);
-// Whether it is one of these, and still the file that was opened. errno is EBADF if not.
+// Whether it is one of these, opened since the set was switched on. errno is EBADF if not.
 bool isDescriptorOpen(int s32Fd);
-// close() for one of these; -1 and EBADF for every other one.
+// close() for one of these that is still the file that was opened; -1 and EBADF for every other one.
 int closeDescriptor(int s32Fd);
+// Whether transfers may keep the caller waiting, as with a pipe.
+bool mayWait(int s32Fd);
 
 void addStream(std::FILE* pStream);
 bool isStreamOpen(std::FILE* pStream);
 // fclose() for one of these; EOF and EBADF for every other one.
 int closeStream(std::FILE* pStream);
+bool mayWait(std::FILE* pStream);
 
-// Before a write: remembers the file as it is, the first time since the last HW_FS_Sync.
+// Before a write to what is open: remembers the file as it is, the first time since the last HW_FS_Sync.
 void rememberFileOf(int s32Fd);
 void rememberFileOf(std::FILE* pStream);
 

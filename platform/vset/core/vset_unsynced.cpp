@@ -26,8 +26,9 @@ namespace {
 // What was at a path.
 struct Before {
     std::string strFile;
-    mode_t mode = 0;         // 0: nothing
-    std::string strContent;  // of a file; a link's target
+    mode_t mode = 0;  // 0: nothing
+    std::vector<unsigned char> content;
+    std::string strTarget;  // of a link
 };
 
 struct Unsynced {
@@ -59,17 +60,16 @@ bool isKept(mode_t mode) {
 }
 
 Before look(const std::string& strFile) {
-    Before stBefore = {strFile, 0, ""};
+    Before stBefore = {strFile, 0, {}, ""};
     struct stat stStat = {};
     if (lstat(strFile.c_str(), &stStat) != 0) {
         return stBefore;
     }
     stBefore.mode = stStat.st_mode;
     if (S_ISREG(stStat.st_mode)) {
-        const std::vector<unsigned char> bytes = readFile(strFile);
-        stBefore.strContent.assign(bytes.begin(), bytes.end());
+        stBefore.content = readFile(strFile);
     } else if (S_ISLNK(stStat.st_mode)) {
-        stBefore.strContent = fs::read_symlink(strFile).string();
+        stBefore.strTarget = fs::read_symlink(strFile).string();
     }
     return stBefore;
 }
@@ -79,10 +79,10 @@ void putBack(const Before& stBefore) {
     if (stBefore.mode == 0) {
         fs::remove(stBefore.strFile, error);
     } else if (S_ISLNK(stBefore.mode)) {
-        fs::create_symlink(stBefore.strContent, stBefore.strFile, error);
+        fs::create_symlink(stBefore.strTarget, stBefore.strFile, error);
     } else if (const int s32Fd = open(stBefore.strFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
                s32Fd >= 0) {
-        [[maybe_unused]] const ssize_t written = write(s32Fd, stBefore.strContent.data(), stBefore.strContent.size());
+        [[maybe_unused]] const ssize_t written = write(s32Fd, stBefore.content.data(), stBefore.content.size());
         fchmod(s32Fd, stBefore.mode & 07777);
         close(s32Fd);
     }

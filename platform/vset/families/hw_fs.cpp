@@ -86,7 +86,7 @@ HW_S32 writeFile(HW_S32 s32Fd, const void* pData, std::size_t size) {
     if (!vset::isDescriptorOpen(s32Fd)) {
         return -1;
     }
-    const PatientCall patientCall(!isPlainFile(s32Fd));
+    const PatientCall patientCall(vset::mayWait(s32Fd));
     vset::rememberFileOf(s32Fd);
     vset::step();
     const auto* pu8Data = static_cast<const unsigned char*>(pData);
@@ -108,7 +108,7 @@ HW_S32 membersOf(std::size_t count, FILE* pStream) {
 }
 
 HW_S32 writeStream(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
-    const PatientCall patientCall(!isPlainFile(fileno(pStream)));
+    const PatientCall patientCall(vset::mayWait(pStream));
     vset::rememberFileOf(pStream);
     vset::step();
     const std::size_t count = std::fwrite(pData, u32Size, u32Count, pStream);
@@ -191,7 +191,7 @@ FILE* openStream(const char* pszPath, const char* pszMode) {
 
 // Members read, or -1.
 HW_S32 readStream(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
-    const PatientCall patientCall(!isPlainFile(fileno(pStream)));
+    const PatientCall patientCall(vset::mayWait(pStream));
     return membersOf(std::fread(pData, u32Size, u32Count, pStream), pStream);
 }
 
