@@ -21,7 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class Journal : public test::SetTest {
+class Journal : public test::MiddlewareTest {
 protected:
     void SetUp() override {
         SetTest::SetUp();

@@ -81,8 +81,8 @@ VSET_API TakenFault takeFault(const char* pszCall);
 // Journals what happens in the set without a call.
 VSET_API void recordEvent(const char* pszEvent);
 
-// Keeps what the chip has to complain about although it did as it was told.
-VSET_API void object(const char* pszCall, const char* pszArguments, const char* pszReason);
+// Keeps among the refusals a call that was done although it was wrong.
+VSET_API void object(const char* pszCall, HW_Handle_t hHandle, const char* pszReason);
 
 // Counts an allocation; true when it is to fail.
 VSET_API bool takeAllocationFault();

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Handle values that make a wrong family or a use after close detectable.
-#include <cstdio>
-
 #include "vset_call.h"
 #include "vset_family.h"
 
@@ -61,9 +59,7 @@ HW_Result_t HandleTable::close(HW_Handle_t hHandle) {
         return HW_ERR_INVALID_HANDLE;
     }
     if (found->second.bPlayer) {
-        char acHandle[32];
-        std::snprintf(acHandle, sizeof(acHandle), "handle=0x%x", hHandle);
-        detail::object((std::string(_pszFamily) + "_Close").c_str(), acHandle, "closes the player's");
+        detail::object((std::string(_pszFamily) + "_Close").c_str(), hHandle, "closes the player's");
     }
     _instances.erase(found);
     return HW_OK;

@@ -386,7 +386,7 @@ HW_Result_t HW_OSD_SurfaceDestroy(HW_Handle_t hSurface) {
                 return HW_ERR_INVALID_HANDLE;
             }
             if (stSurface.u32Locks != 0) {
-                return HW_ERR_BUSY;
+                vset::detail::object("HW_OSD_SurfaceDestroy", hSurface, "destroys a locked surface");
             }
             vset::osdModel.destroySurface(state, hSurface);
             return HW_OK;

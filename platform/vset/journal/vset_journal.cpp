@@ -138,8 +138,11 @@ void detail::recordEvent(const char* pszEvent) {
     end(event, {});
 }
 
-void detail::object(const char* pszCall, const char* pszArguments, const char* pszReason) {
-    append({0, pszCall, pszArguments, HW_OK, pszReason, std::this_thread::get_id()});
+void detail::object(const char* pszCall, HW_Handle_t hHandle, const char* pszReason) {
+    char acArguments[CallText::kBufferSize];
+    CallText arguments(acArguments);
+    arguments.handle("handle", hHandle);
+    append({0, pszCall, std::string(arguments.view()), HW_OK, pszReason, std::this_thread::get_id()});
 }
 
 std::vector<JournalEntry> journal(std::uint64_t u64After) {
