@@ -146,6 +146,7 @@ TEST_F(Capture, TakesTheGraphicsAsTheyLie) {
 }
 
 TEST_F(Capture, GraphicsOfAnyWidth) {
+    vset::osd::setSurfaceAlignment(4, 4);
     std::vector<HW_U32> pixels(1366 * 3, 0xFF00FF00);
     const HW_OSD_SurfaceAttr_t stAttr = {
         1366, 3, 1366 * 4, E_HW_OSD_COLOR_ARGB8888, 0, E_HW_OSD_MEM_VIRTUAL, reinterpret_cast<HW_U64>(pixels.data()),

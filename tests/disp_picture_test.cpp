@@ -67,9 +67,11 @@ TEST_F(DispPicture, DecodesTheBigEndianStream) {
         EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, s32Length, as8Data), 0);
         EXPECT_THAT(words(23), ElementsAre(254, 252, 248, 244, 240, 236, 232, 228));
     }
-    signed char s8Gamma = 3;
+    signed char s8Gamma = 1;
     EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(27, 1, &s8Gamma), 0);
-    EXPECT_EQ(vset::disp::window(0).pictureParameters.at(27), "\x03");
+    EXPECT_EQ(vset::disp::window(0).pictureParameters.at(27), "\x01");
+    s8Gamma = 3;
+    EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(27, 1, &s8Gamma), -2) << "handed on, and refused";
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(5, 29, as8Data), -1); }),
                 HasSubstr("[Factory]: a_vextvfapi_disp_set_picture_param_struct non-support eParamsType = 5\n\n"));
     EXPECT_THAT(test::logOf([&] {

@@ -89,8 +89,11 @@ void checkRecord(int s32Type, int s32Length, const std::uint8_t* pu8Data, std::s
     const auto record = std::make_unique<signed char[]>(needed);
     std::copy_n(pu8Data, needed, record.get());
     const std::string strBefore = needed == 0 ? std::string() : sent(static_cast<unsigned int>(s32Type));
-    const bool bAccepted = s32Length != 0 && needed != 0;
-    require(a_vextvfapi_disp_set_picture_param_struct(s32Type, s32Length, record.get()) == (bAccepted ? 0 : -1));
+    const bool bSent = s32Length != 0 && needed != 0;
+    // A flag that is neither 0 nor 1 is handed on, and refused by the display.
+    const bool bAccepted = bSent && (!bGamma || static_cast<unsigned char>(record[0]) <= 1);
+    require(a_vextvfapi_disp_set_picture_param_struct(s32Type, s32Length, record.get()) ==
+            (bAccepted ? 0 : bSent ? -2 : -1));
     if (needed == 0) {
         return;
     }
