@@ -315,12 +315,12 @@ void printRefusals(const Outcome& outcome) {
     };
     std::size_t shown = 0;
     for (const RefusedCall& refusal : outcome.refusals) {
-        if (!isTold(refusal) && ++shown <= kShownCalls) {
+        if (refusal.contract.empty() && !isTold(refusal) && ++shown <= kShownCalls) {
             printMessage("note: " + displayRefusal(refusal));
         }
     }
     if (shown > kShownCalls) {
-        printMessage("note: the chip refused " + std::to_string(shown - kShownCalls) + " more calls");
+        printMessage("note: and " + std::to_string(shown - kShownCalls) + " more refused calls");
     }
 }
 

@@ -37,7 +37,7 @@ std::string displayOutcome(const Command& command, const Outcome& outcome);
 // All that print do so to dataOutput().
 // With a note on standard error for each refusal, for people.
 void printOutcome(const Command& command, const Outcome& outcome, bool json);
-// Prints these notes, but for the calls that are named as reasons of a failure.
+// Prints these notes, but for calls by contract and those that are named as reasons of a failure.
 void printRefusals(const Outcome& outcome);
 void printEvent(const Event& event, bool json);
 // Throws UsageError when the command answers no bytes that could be written to `file`. An empty name is none.

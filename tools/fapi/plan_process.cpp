@@ -201,7 +201,7 @@ private:
         worsen(_calls.judgeRefusals(refusals), line.line);
         if (_report.empty()) {
             record.command = nullptr;
-        } else if (!refusals.empty()) {
+        } else if (!refusals.empty() && record.command.is_object()) {
             addRefusals(record.command, refusals);
         }
         record.position = _position;
