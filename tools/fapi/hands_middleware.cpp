@@ -58,7 +58,7 @@ Row callRow(const vset::JournalEntry& entry, long long thread) {
              {"refused", static_cast<long long>(entry.bRefused)}}};
 }
 
-// Stands where a call began within which others ended.
+// The row for the place where a call began within which others ended.
 Row beginRow(const vset::JournalEntry& entry, long long thread) {
     return {placeOf(entry, thread) + "begin " + entry.pszCall + "(" + entry.strArguments + ")",
             {{"begin", static_cast<long long>(entry.u64Number)},

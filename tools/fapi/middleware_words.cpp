@@ -28,7 +28,7 @@ std::string wordOf(const vset::JournalEntry& entry) {
     return name.empty() && entry.s32Errno != 0 ? std::strerror(entry.s32Errno) : name;
 }
 
-// As the journal writes it.
+// Returns the call as the journal writes it.
 std::string lineOf(const std::string& name, const std::string& arguments, long long result) {
     vset::JournalEntry entry{};
     entry.pszCall = name.c_str();

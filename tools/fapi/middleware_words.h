@@ -16,7 +16,7 @@ const std::vector<Choice>& failureCodes();
 // function, and for "allocation".
 std::string unknownFunction(const std::string& name);
 
-// Why the function cannot answer the code of that name, or an empty text: the functions on files answer what their
+// Returns why the function cannot answer the code of that name, or an empty text: the functions on files answer what their
 // namesakes of the C library do, where such a number is a descriptor or a count.
 std::string namedCodeProblem(const std::string& function, const std::string& word);
 

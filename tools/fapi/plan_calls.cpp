@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kExactly = "exactly";
 
-// The pattern of a call; `text` holds no ${NAME} any more. Throws UsageError.
+// Returns the pattern of a call; `text` holds no ${NAME} any more. Throws UsageError.
 vset::CallPattern patternOf(const std::string& text) {
     try {
         return vset::CallPattern(text);
@@ -28,7 +28,7 @@ vset::CallPattern patternOf(const std::string& text) {
     }
 }
 
-// As if each variable were a number.
+// Checks a call as if each variable in it were a number. Throws UsageError.
 void checkPattern(const std::string& text) {
     Variables any;
     for (const std::string& name : variablesOf(text)) {

@@ -12,7 +12,7 @@ namespace tool {
 // Follows what all threads of this process call.
 class CallWatch {
 public:
-    // The calls of the next line begin here. What was refused since the line before counts to it, too.
+    // Begins a line: its calls are those from here on. What was refused since the line before counts to it, too.
     void beginLine();
 
     // Returns an error of the station when the journal no longer has all calls of the line. Throws UsageError.
@@ -22,7 +22,7 @@ public:
     long long judgedRefusals();
     // Returns them all, for the end of the line.
     std::vector<RefusedCall> takeRefusals(const Operation* operation);
-    // A failure that names the first of those that are neither by contract nor judged; else a passed one.
+    // Returns a failure that names the first of those that are neither by contract nor judged; else a passed one.
     Judgement judgeRefusals(const std::vector<RefusedCall>& refusals) const;
 
 private:

@@ -195,7 +195,7 @@ private:
         finishLine(line, nullptr, record);
     }
 
-    // What the chip has refused, at the end of each line.
+    // Judges what the chip has refused, and sends what came of the line.
     void finishLine(const PlanLine& line, const Operation* operation, Record& record) {
         const std::vector<RefusedCall> refusals = _calls.takeRefusals(operation);
         worsen(_calls.judgeRefusals(refusals), line.line);
