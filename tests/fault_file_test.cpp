@@ -49,6 +49,7 @@ TEST(FaultFile, Problems) {
         {"HW_FS_Sync", 11, "expected what the call answers"},
         {"HW_FS_Sync bussy", 12, "did you mean busy?"},
         {"HW_FS_Open failed", 12, "-1 for a file that does not exist"},
+        {"HW_FS_Sync busy", 12, "answers no code when it fails, but -1"},
         {"HW_FS_Sync 0x100000000", 12, "is no code"},
         {"HW_FS_Sync 3 from 0", 19, "from is \"0\""},
         {"HW_FS_Sync 3 from", 18, "from is \"\""},

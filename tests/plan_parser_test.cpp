@@ -157,6 +157,13 @@ TEST(PlanParser, NamesEveryProblem) {
         {"expect event 1 with value one within 1s", "value \"one\": expected a number"},
         {"expect event 1 with value in 5 within 1s", "\"5\": expected a range like 100..200"},
         {"expect event 1 with value in 1..5 margin x within 1s", "margin: expected a number of at least 0"},
+        {"expect calls exactly", "expected: expect calls [exactly]"},
+        {"expect calls HW_FS_Sync, HW_DISP_SetMut", "function: HW_DISP_SetMut, did you mean HW_DISP_SetMute?"},
+        {"expect calls 'HW_DISP_SetMute flag=4'", "has no field \"flag\", did you mean flags?"},
+        {"expect calls HW_DISP_SetMute flags=4", "\"flags=4\" is no call: a call and its fields are one word"},
+        {"expect calls 'HW_DISP_SetMute result=ok'", "a result is a number"},
+        {"expect calls 'HW_DISP_SetMute flags=${x}'", "${x} has not been kept before"},
+        {"expect refusals is many", "refusals \"many\": expected a number"},
     };
     for (const auto& row : expectations) {
         const std::vector<std::string> problems = problemsOf(head + "common_get_fapi_version\n" + row.line + "\n");
@@ -201,6 +208,7 @@ TEST(PlanParser, TellsTheColumn) {
         {"sys_init\n expect  levle is 1", 10},
         {"sys_init\nexpect event 1 of tv within 1s", 19},
         {"sys_init\nkeep name levle", 11},
+        {"sys_init\nexpect calls HW_FS_Sync, HW_FS_Snyc", 26},
         {"step T retry x\nsys_init", 14},
     };
     for (const auto& row : rows) {
@@ -233,6 +241,8 @@ TEST(PlanParser, ChecksWhatStandsBesideAVariable) {
         "sys_copy_file ${v} /data/b ${v}\nexpect status is ${v}",
         "set put /data/${v} ${v}${v}",
         "sys_write_file /data/f ${v}\nkeep w status\nsys_check_file ${w}",
+        "sys_sync_fs\nexpect calls 'HW_FS_Sync result=${v}'\nwait 1s\nexpect refusals is ${v}",
+        "set journal\nexpect calls contains ${v}",
     };
     for (const char* const line : good) {
         EXPECT_THAT(problemsOf(head + line + "\n"), ElementsAre()) << line;
@@ -252,6 +262,7 @@ TEST(PlanParser, ChecksWhatStandsBesideAVariable) {
         {"sys_check_file ${v}\nexpect line is x", "6: no such output: line, expected one of status"},
         {"set power-cycle\nexpect event 1 within 1s", "6: expect stands behind a power cycle, which answers nothing"},
         {"sys_check_file ${v}\nexpect event 1 within 1s\nkeep v event.none", "7: no such output: event.none"},
+        {"set power-cycle\nexpect refusals is 0", "6: expect stands behind a power cycle, which answers nothing"},
         {"set power-cycle\nexpect status 0", "6: expect stands behind a power cycle, which answers nothing"},
         {"set power-cycle\nkeep w status", "6: keep stands behind a power cycle, which answers nothing"},
     };

@@ -11,8 +11,11 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include "hw3/hw_fs.h"
+#include "plan_calls.h"
 #include "support/plan_fixture.h"
 #include "support/waiting.h"
+#include "vset/vset.h"
 
 namespace {
 
@@ -108,6 +111,98 @@ TEST_F(PlanRun, Expectations) {
     for (std::size_t i = 0; i < found.size(); ++i) {
         EXPECT_EQ(found[i].second, rows[i].verdict) << rows[i].line;
     }
+}
+
+TEST_F(PlanRun, WhatTheChipRefusesFailsAStep) {
+    EXPECT_THAT(
+        verdicts(R"(
+on-failure continue
+step "which is told"
+    sys_init
+    net_init
+    prphrl_init
+    net_set_mac nonsense
+step "by a thread, too"
+    prphrl_gpio_monitor_start 13 2000 1
+    set break-pad 13 on
+    expect event 0x100005 with value is 255 within 60s
+step "unless that is expected"
+    prphrl_gpio_monitor_stop
+    prphrl_gpio_monitor_start 13 2000 1
+    expect event 0x100005 with value is 255 within 60s
+    expect refusals is 1
+step "or by contract, which counts, too"
+    net_set_mac nonsense
+    expect refusals in 2..2
+    net_close
+    expect status failed
+step "more than expected"
+    net_set_mac nonsense
+    expect refusals is 1
+step "a fault is no refusal"
+    set fault HW_NET_SetMac busy
+    net_set_mac 02:00:5e:00:53:01
+)"),
+        ElementsAre(Pair("which is told", "failed"), Pair("by a thread, too", "failed"),
+                    Pair("unless that is expected", "passed"), Pair("or by contract, which counts, too", "passed"),
+                    Pair("more than expected", "failed"), Pair("a fault is no refusal", "passed")));
+    const nlohmann::json steps = report()["steps"];
+    EXPECT_THAT(
+        steps[0]["text"].get<std::string>(),
+        testing::MatchesRegex("line 8: the chip refused HW_NET_SetMac\\(handle=0x[0-9a-f]+ mac=\"nonsense\"\\) = "
+                              "0x8 \\(invalid-parameter\\)"));
+    EXPECT_EQ(steps[2]["refusals"][0]["call"], "HW_GPIO_GetInput");
+    ASSERT_EQ(steps[3]["refusals"].size(), 3u);
+    EXPECT_THAT(steps[3]["refusals"][2]["text"].get<std::string>(), HasSubstr("= 0x7 (invalid-handle), by contract: "));
+    for (const char* const pszEnding : {".xml", ".html"}) {
+        EXPECT_THAT(readFile(reportFile(pszEnding)), HasSubstr("the chip refused HW_GPIO_GetInput(")) << pszEnding;
+    }
+    EXPECT_THAT(_result.strOutput, HasSubstr("expected: passed\n         the chip refused HW_GPIO_GetInput("));
+}
+
+TEST_F(PlanRun, CallsOfALineCanBeExpected) {
+    const struct {
+        const char* calls;
+        const char* verdict;
+    } rows[] = {
+        {"'HW_DISP_SetMute flags=4', 'HW_DISP_SetUnMute flags=4'", "passed"},
+        {"'HW_DISP_SetMute flags=${four}' HW_DISP_ApplySetting", "passed"},
+        {"HW_DISP_ApplySetting, HW_DISP_SetMute", "failed"},
+        {"'HW_DISP_SetMute flags=5'", "failed"},
+        {"HW_FS_Sync, HW_DISP_SetMute", "failed"},
+        {"exactly HW_DISP_ApplySetting", "failed"},
+    };
+    std::string strPlan =
+        "on-failure continue\nstep up\nsys_init\nset put /data/f 4\nsys_read_file_one_line /data/f\n"
+        "keep four line\n";
+    for (const auto& row : rows) {
+        strPlan += std::string("step calls\nsys_sync_fs\nexpect calls exactly HW_FS_Sync\n") +
+                   "disp_set_over_scan 96 54 1728 972\nexpect calls " + row.calls + "\n";
+    }
+    const auto found = verdicts(strPlan);
+    ASSERT_EQ(found.size(), std::size(rows) + 1);
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        EXPECT_EQ(found[i + 1].second, rows[i].verdict) << rows[i].calls;
+    }
+    EXPECT_THAT(report()["steps"][4]["text"].get<std::string>(),
+                HasSubstr("no call HW_DISP_SetMute flags=5, but HW_DISP_SetMute(handle="));
+}
+
+// What is no longer kept may have been the call that is looked for.
+TEST_F(PlanRun, ACutJournalIsAnErrorOfTheStation) {
+    vset::attach(folder() + "/here");
+    vset::keepJournal(2);
+    tool::CallWatch watch;
+    watch.beginLine();
+    HW_FS_Sync();
+    HW_FS_Sync();
+    EXPECT_EQ(watch.judge({true, {"HW_FS_Sync", "HW_FS_Sync"}}, {}).verdict, tool::Verdict::passed);
+    HW_FS_Sync();
+    const tool::Judgement judgement = watch.judge({false, {"HW_FS_Sync"}}, {});
+    EXPECT_EQ(judgement.verdict, tool::Verdict::error);
+    EXPECT_THAT(judgement.text, HasSubstr("the first 1 are gone"));
+    vset::keepJournal(65536);
+    vset::detach();
 }
 
 // Outputs of other kinds than a short text.

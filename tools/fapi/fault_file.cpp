@@ -45,8 +45,8 @@ private:
         const std::vector<Choice>& codes = failureCodes();
         const auto code = std::find_if(codes.begin(), codes.end(), [&](const Choice& row) { return word == row.name; });
         if (code != codes.end()) {
-            if (const std::string failures = vset::ownFailures(_words[0]); !failures.empty()) {
-                throw UsageError(_words[0] + " answers no code when it fails, but " + failures, 1);
+            if (const std::string problem = namedCodeProblem(_words[0], word); !problem.empty()) {
+                throw UsageError(problem, 1);
             }
             _fault.fault.s64Result = code->value;
         } else if (!parseNumber(word, _fault.fault.s64Result) || _fault.fault.s64Result < -0x80000000ll ||

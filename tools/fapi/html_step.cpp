@@ -106,6 +106,9 @@ void writeCommand(Html parent, const Json& command) {
     if (const std::string note = textOf(command, "note"); !note.empty()) {
         block.add("p", "note", beginningOf(note, kShown));
     }
+    for (const Json& refusal : command.value("refusals", Json::array())) {
+        block.add("p", "note refusal", beginningOf(textOf(refusal, "text"), kShownLine));
+    }
     if (command.contains("expectations")) {
         for (const Json& expectation : command["expectations"]) {
             writeExpectation(block, expectation);

@@ -3,25 +3,49 @@
 #include "middleware_words.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
+#include <thread>
 
+#include "contract_refusals.h"
 #include "hw3/hw_types.h"
-#include "vset/vset.h"
+#include "vset/journal.h"
 #include "words.h"
 
 namespace tool {
 
 namespace {
 
+// "busy" for a code, or an empty text.
+std::string codeName(long long result) {
+    const auto& codes = failureCodes();
+    const auto code = std::find_if(codes.begin(), codes.end(), [&](const Choice& row) { return row.value == result; });
+    return code != codes.end() ? code->name : "";
+}
+
 // "busy" for a code, "No such file or directory" where errno tells more, "by fault" where nothing else does.
 std::string wordOf(const vset::JournalEntry& entry) {
-    for (const Choice& code : failureCodes()) {
-        if (entry.s64Result == code.value) {
-            return code.name;
-        }
-    }
-    return entry.s32Errno != 0 ? std::strerror(entry.s32Errno) : "";
+    const std::string name = codeName(entry.s64Result);
+    return name.empty() && entry.s32Errno != 0 ? std::strerror(entry.s32Errno) : name;
+}
+
+// Returns the call as the journal writes it.
+std::string lineOf(const std::string& name, const std::string& arguments, long long result) {
+    vset::JournalEntry entry{};
+    entry.pszCall = name.c_str();
+    entry.strArguments = arguments;
+    entry.s64Result = result;
+    return vset::callLine(entry);
+}
+
+RefusedCall refusedCall(const vset::Refusal& refusal, const Operation* operation) {
+    const bool isCallers = operation != nullptr && refusal.thread == std::this_thread::get_id();
+    return {refusal.u64Number,
+            refusal.strCall,
+            refusal.strArguments,
+            refusal.s64Result,
+            codeName(refusal.s64Result),
+            refusal.strReason,
+            std::string(contractReason(refusal, isCallers ? operation->shortName() : ""))};
 }
 
 bool isVainLookUp(const vset::JournalEntry& entry) {
@@ -62,6 +86,13 @@ std::string unknownFunction(const std::string& name) {
            (near.empty() ? ", nor is it allocation" : ", did you mean " + near + "?");
 }
 
+std::string namedCodeProblem(const std::string& function, const std::string& word) {
+    const auto& codes = failureCodes();
+    const bool isName = std::any_of(codes.begin(), codes.end(), [&](const Choice& code) { return word == code.name; });
+    const std::string failures = vset::ownFailures(function);
+    return isName && !failures.empty() ? function + " answers no code when it fails, but " + failures : std::string();
+}
+
 std::vector<FailedCall> failedCalls(std::uint64_t after) {
     std::vector<FailedCall> calls;
     for (const vset::JournalEntry& entry : vset::journal(after)) {
@@ -73,14 +104,30 @@ std::vector<FailedCall> failedCalls(std::uint64_t after) {
 }
 
 std::string displayCall(const FailedCall& call) {
-    char result[32];
-    // Codes are known by their hexadecimal numbers.
-    std::snprintf(result, sizeof(result), call.result <= 0 ? "%lld" : "0x%llx", call.result);
     std::string word = call.word;
     if (call.byFault) {
         word += word.empty() ? "by fault" : ", by fault";
     }
-    return call.name + "(" + call.arguments + ") = " + result + (word.empty() ? "" : " (" + word + ")");
+    return lineOf(call.name, call.arguments, call.result) + (word.empty() ? "" : " (" + word + ")");
+}
+
+std::vector<RefusedCall> refusedCalls(std::uint64_t after, const Operation* operation) {
+    std::vector<RefusedCall> calls;
+    if (vset::refusalCount() == after) {
+        return calls;
+    }
+    for (const vset::Refusal& refusal : vset::refusals(after)) {
+        calls.push_back(refusedCall(refusal, operation));
+    }
+    return calls;
+}
+
+std::string displayRefusal(const RefusedCall& call) {
+    const std::string text = call.objection.empty()
+                                 ? "the chip refused " + lineOf(call.name, call.arguments, call.result) +
+                                       (call.word.empty() ? "" : " (" + call.word + ")")
+                                 : "the chip objects to " + call.name + "(" + call.arguments + "): " + call.objection;
+    return call.contract.empty() ? text : text + ", by contract: " + call.contract;
 }
 
 std::string reasonOf(const Outcome& outcome) {

@@ -353,7 +353,7 @@ std::vector<Value> parseArguments(const Operation& operation, const std::vector<
 
 Outcome invoke(const Operation& operation, const std::vector<Value>& arguments) {
     Call call(arguments);
-    const std::uint64_t before = vset::lastCall();
+    const std::uint64_t before = vset::lastCall(), refusedBefore = vset::refusalCount();
     const long long status = operation.run(call);
     const bool isVerified = operation.verify == nullptr || operation.verify(call);
     Outcome outcome = call.take();
@@ -362,6 +362,7 @@ Outcome invoke(const Operation& operation, const std::vector<Value>& arguments) 
     if (!outcome.good) {
         outcome.failedCalls = failedCalls(before);
     }
+    outcome.refusals = refusedCalls(refusedBefore, &operation);
     return outcome;
 }
 

@@ -4,6 +4,7 @@
 #ifndef FAPI_TOOL_OPERATION_H
 #define FAPI_TOOL_OPERATION_H
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
@@ -74,6 +75,17 @@ struct FailedCall {
     bool byFault;
 };
 
+// A call of the middleware that the chip refused.
+struct RefusedCall {
+    std::uint64_t number = 0;  // counts the refusals of this process
+    std::string name;
+    std::string arguments;
+    long long result = 0;
+    std::string word;       // "invalid-handle"
+    std::string objection;  // why the call was wrong, where the chip did as it was told all the same
+    std::string contract;   // why the library makes the call all the same; empty when it must not
+};
+
 // What one call answered.
 struct Outcome {
     long long status = 0;
@@ -82,6 +94,7 @@ struct Outcome {
     // Those of them that are lists, by name: a text for people and for what plans expect, and for programs this.
     std::map<std::string, Rows> lists;
     std::vector<FailedCall> failedCalls;  // why it is not good, oldest first
+    std::vector<RefusedCall> refusals;    // while an operation ran, on any thread, oldest first
 
     // The output of that name, or null.
     const Value* find(std::string_view name) const;

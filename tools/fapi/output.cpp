@@ -23,6 +23,10 @@ namespace {
 constexpr std::size_t kShown = 4096;
 constexpr std::size_t kShownLines = 65536;
 constexpr std::size_t kDumpLines = 64;
+// What a person is shown of the calls that failed or were refused.
+constexpr std::size_t kShownCalls = 5;
+// Of more refusals than that by one line their number is enough.
+constexpr std::size_t kKeptRefusals = 100;
 
 const char* kindName(Kind kind) {
     switch (kind) {
@@ -116,7 +120,6 @@ std::string displayOutput(const Command& command, const Value& value) {
 
 // A line for each of the calls that failed, as far as a person reads.
 std::string displayReasons(const std::vector<FailedCall>& calls) {
-    constexpr std::size_t kShownCalls = 5;
     std::string text;
     for (std::size_t i = 0; i < std::min(calls.size(), kShownCalls); ++i) {
         text += "\n  because: " + printable(displayCall(calls[i]));
@@ -159,7 +162,26 @@ Json toJson(const Command& command, const Outcome& outcome, std::size_t limit) {
                                         {"word", call.word},
                                         {"fault", call.byFault}});
     }
+    addRefusals(json, outcome.refusals);
     return json;
+}
+
+void addRefusals(Json& json, const std::vector<RefusedCall>& calls) {
+    json.erase("refusals");
+    const std::size_t kept = std::min(calls.size(), kKeptRefusals);
+    for (std::size_t i = 0; i < kept; ++i) {
+        const RefusedCall& call = calls[i];
+        json["refusals"].push_back({{"call", call.name},
+                                    {"arguments", call.arguments},
+                                    {"result", call.result},
+                                    {"word", call.word},
+                                    {"objection", call.objection},
+                                    {"contract", call.contract},
+                                    {"text", displayRefusal(call)}});
+    }
+    if (calls.size() > kept) {
+        json["refusals_left_out"] = calls.size() - kept;
+    }
 }
 
 Json toJson(const Event& event) {
@@ -280,6 +302,26 @@ void printDescription(const std::string& name, bool json) {
 
 void printOutcome(const Command& command, const Outcome& outcome, bool json) {
     printLine(json ? jsonLine(toJson(command, outcome)) : displayOutcome(command, outcome));
+    if (!json) {
+        printRefusals(outcome);
+    }
+}
+
+void printRefusals(const Outcome& outcome) {
+    const auto isTold = [&](const RefusedCall& refusal) {
+        return std::any_of(outcome.failedCalls.begin(), outcome.failedCalls.end(), [&](const FailedCall& call) {
+            return call.name == refusal.name && call.arguments == refusal.arguments && call.result == refusal.result;
+        });
+    };
+    std::size_t shown = 0;
+    for (const RefusedCall& refusal : outcome.refusals) {
+        if (refusal.contract.empty() && !isTold(refusal) && ++shown <= kShownCalls) {
+            printMessage("note: " + displayRefusal(refusal));
+        }
+    }
+    if (shown > kShownCalls) {
+        printMessage("note: and " + std::to_string(shown - kShownCalls) + " more refused calls");
+    }
 }
 
 void checkOutput(const Command& command, const std::string& file) {

@@ -17,6 +17,8 @@ using Json = nlohmann::ordered_json;
 Json toJson(const Value& value, std::size_t limit = std::string::npos);
 // A list is an array.
 Json toJson(const Command& command, const Outcome& outcome, std::size_t limit = std::string::npos);
+// Adds "refusals" to what is told of a line, in place of those that it has; nothing without any.
+void addRefusals(Json& json, const std::vector<RefusedCall>& calls);
 Json toJson(const Event& event);
 Json toJson(const Operation& operation);
 
@@ -33,7 +35,10 @@ std::string jsonLine(const Json& json);
 std::string displayOutcome(const Command& command, const Outcome& outcome);
 
 // All that print do so to dataOutput().
+// With a note on standard error for each refusal, for people.
 void printOutcome(const Command& command, const Outcome& outcome, bool json);
+// Prints these notes, but for calls by contract and those that are named as reasons of a failure.
+void printRefusals(const Outcome& outcome);
 void printEvent(const Event& event, bool json);
 // Throws UsageError when the command answers no bytes that could be written to `file`. An empty name is none.
 void checkOutput(const Command& command, const std::string& file);

@@ -61,13 +61,21 @@ struct EventCondition {
     std::chrono::milliseconds within{0};
 };
 
+// Which calls of the middleware have to be made, in this order: "calls HW_DISP_SetMute, HW_DISP_ApplySetting".
+struct CallsCondition {
+    bool exactly = false;            // no others
+    std::vector<std::string> calls;  // as vset::CallPattern reads them; may hold ${NAME}
+};
+
 // A line that begins with "expect".
 struct Expectation {
     unsigned int line = 0;
     std::string text;  // the line again
-    std::variant<Condition, EventCondition> what;
+    std::variant<Condition, EventCondition, CallsCondition> what;
 
     bool isAboutStatus() const;
+    // Whether it is about what the chip was asked and has refused, which every line can be expected to have done.
+    bool isAboutChip() const;
 };
 
 // "keep NAME OUTPUT"
@@ -80,6 +88,8 @@ struct Keep {
 // What of an event can be expected and kept.
 constexpr const char* kEventFields[] = {"value", "text", "bytes"};
 constexpr std::string_view kEventPrefix = "event.";
+// What can be expected of each line: how many calls the chip has refused.
+constexpr std::string_view kRefusals = "refusals";
 
 enum class LineKind {
     command,
@@ -131,6 +141,9 @@ Expectation parseExpectation(const Words& words);
 // Throws UsageError.
 std::size_t readCondition(const Words& words, std::size_t i, Condition& condition);
 
+// Whether it is a word such as "is" or "contains".
+bool isCompareWord(const std::string& word);
+
 // A number, or a text that is one: what a range is about. False for anything else.
 bool asNumber(const Value& value, long long& number);
 
@@ -153,6 +166,9 @@ std::string unknownPlanWord(const std::string& word);
 
 // The words of a line behind "expect". Throws UsageError.
 EventCondition parseEventCondition(const Words& words);
+CallsCondition parseCallsCondition(const Words& words);
+// Whether they are about calls, and not about an output of that name.
+bool beginsCallsCondition(const Words& words);
 
 // --- Variables -------------------------------------------------------------------------------------------------------
 

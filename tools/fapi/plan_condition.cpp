@@ -75,6 +75,9 @@ void checkExpected(const Condition& condition) {
     if (condition.subject == "status" && !parseNumber(condition.expected, number)) {
         throw UsageError("status " + display(condition.expected, 40) + ": expected ok, failed or a number");
     }
+    if (condition.subject == kRefusals && !parseNumber(condition.expected, number)) {
+        throw UsageError("refusals " + display(condition.expected, 40) + ": expected a number");
+    }
     static_cast<void>(parseBytes(condition.expected));
 }
 
@@ -170,6 +173,10 @@ bool asNumber(const Value& value, long long& number) {
     }
     const auto* text = std::get_if<std::string>(&value);
     return text != nullptr && parseNumber(*text, number);
+}
+
+bool isCompareWord(const std::string& word) {
+    return compares().count(word) != 0;
 }
 
 std::size_t readCondition(const Words& words, std::size_t i, Condition& condition) {

@@ -14,16 +14,27 @@ constexpr std::array<const char*, 7> kVerdicts = {"passed", "marginal",    "fail
                                                   "died",   "interrupted", "not run"};
 
 Condition parseOutputCondition(const Words& words) {
-    if (words.size() < 3) {
+    if (words.size() < 2) {
         throw UsageError("expected: expect OUTPUT [is|is-not|contains|starts-with|matches|in] VALUE", words.size());
     }
     Condition condition;
-    condition.subject = words[1];
-    const std::size_t used = readCondition(words, 2, condition);
+    condition.subject = words[0];
+    const std::size_t used = readCondition(words, 1, condition);
     if (words.size() > used) {
         throw UsageError(display(words[used], 40) + " is one word too many", used);
     }
     return condition;
+}
+
+// The words behind "expect".
+decltype(Expectation::what) parseWhat(const Words& words) {
+    if (!words.empty() && (words[0] == "event" || words[0] == "no")) {
+        return parseEventCondition(words);
+    }
+    if (beginsCallsCondition(words)) {
+        return parseCallsCondition(words);
+    }
+    return parseOutputCondition(words);
 }
 
 }  // namespace
@@ -33,16 +44,17 @@ bool Expectation::isAboutStatus() const {
     return condition != nullptr && condition->subject == "status";
 }
 
+bool Expectation::isAboutChip() const {
+    const auto* condition = std::get_if<Condition>(&what);
+    return condition != nullptr ? condition->subject == kRefusals : std::holds_alternative<CallsCondition>(what);
+}
+
 Expectation parseExpectation(const Words& words) {
     Expectation expectation;
-    if (words.size() > 1 && (words[1] == "event" || words[1] == "no")) {
-        try {
-            expectation.what = parseEventCondition({words.begin() + 1, words.end()});
-        } catch (const UsageError& error) {
-            throw error.behind(1, error.what());
-        }
-    } else {
-        expectation.what = parseOutputCondition(words);
+    try {
+        expectation.what = parseWhat({words.begin() + 1, words.end()});
+    } catch (const UsageError& error) {
+        throw error.behind(1, error.what());
     }
     for (const std::string& word : words) {
         expectation.text += (expectation.text.empty() ? "" : " ") + quoteWord(word);

@@ -261,13 +261,14 @@ private:
         }
     }
 
-    // The line that an expectation or a keep belongs to.
-    PlanLine& lastLine(const std::string& word) {
+    // The line that an expectation or a keep belongs to. What the chip was asked can be expected of each but those that
+    // end the process.
+    PlanLine& lastLine(const std::string& word, bool isAboutChip = false) {
         if (_plan.steps.empty() || _plan.steps.back().lines.empty()) {
             throw UsageError(word + " stands behind no operation");
         }
         PlanLine& line = _plan.steps.back().lines.back();
-        if (!_silent.empty()) {
+        if (!_silent.empty() && (!isAboutChip || line.kind == LineKind::command)) {
             throw UsageError(word + " stands behind " + _silent + ", which answers nothing");
         }
         return line;
@@ -305,12 +306,16 @@ private:
     }
 
     void addExpectation(const Words& words) {
-        PlanLine& line = lastLine("expect");
         Expectation expectation = parseExpectation(words);
+        PlanLine& line = lastLine("expect", expectation.isAboutChip());
         expectation.line = _line;
         if (const auto* condition = std::get_if<Condition>(&expectation.what)) {
-            checkOutput(condition->subject, 1);
+            if (!expectation.isAboutChip()) {
+                checkOutput(condition->subject, 1);
+            }
             useVariables(*condition);
+        } else if (const auto* calls = std::get_if<CallsCondition>(&expectation.what)) {
+            useVariables(calls->calls);
         } else {
             for (const Condition& field : std::get<EventCondition>(expectation.what).fields) {
                 useVariables(field);

@@ -13,6 +13,7 @@
 #include "durable_file.h"
 #include "middleware_words.h"
 #include "picture.h"
+#include "plan_calls.h"
 #include "plan_data.h"
 #include "plan_event.h"
 #include "plan_record.h"
@@ -57,6 +58,8 @@ public:
         if (_position.resumed) {
             bringUpAgain();
         }
+        // What brought the set up again is no matter of a step.
+        _calls.takeRefusals(nullptr);
         for (; _position.step < _plan.steps.size(); ++_position.step) {
             const Step& step = _plan.steps[_position.step];
             if (step.teardown || !_position.stopped) {
@@ -168,6 +171,7 @@ private:
     void runOwnLine(const PlanLine& line) {
         const Clock::time_point start = Clock::now();
         Json json = {{"command", beginningOf(line.text(), kKeptBytes)}, {"line", line.line}};
+        _calls.beginLine();
         try {
             if (line.kind == LineKind::picture) {
                 takePicture(parsePicture(wordsOf(line)), json);
@@ -181,7 +185,27 @@ private:
             json["error"] = error.what();
         }
         json["seconds"] = secondsSince(start);
-        send(Record{RecordKind::command, _position, 0, "", {}, _report.empty() ? Json() : std::move(json)});
+        Record record{RecordKind::command, {}, 0, "", {}, std::move(json)};
+        unsigned int number = line.line;
+        try {
+            followUp(line, {}, {}, record, number);
+        } catch (const UsageError& error) {
+            worsen({Verdict::failed, error.what()}, number);
+        }
+        finishLine(line, nullptr, record);
+    }
+
+    // Judges what the chip has refused, and sends what came of the line.
+    void finishLine(const PlanLine& line, const Operation* operation, Record& record) {
+        const std::vector<RefusedCall> refusals = _calls.takeRefusals(operation);
+        worsen(_calls.judgeRefusals(refusals), line.line);
+        if (_report.empty()) {
+            record.command = nullptr;
+        } else if (!refusals.empty() && record.command.is_object()) {
+            addRefusals(record.command, refusals);
+        }
+        record.position = _position;
+        send(record);
     }
 
     void takePicture(const PictureLine& picture, Json& json) const {
@@ -199,14 +223,17 @@ private:
 
     void runLine(const PlanLine& line) {
         Record record{RecordKind::command, {}, 0, "", {}, nullptr};
+        const Operation* operation = nullptr;
         // The line that a wrong word would be in.
         unsigned int number = line.line;
+        _calls.beginLine();
         try {
             std::optional<Command> made;
             if (!line.command) {
                 made = Command::parse(wordsOf(line));
             }
             const Command& command = line.command ? *line.command : *made;
+            operation = command.operation();
             if (command.endsProcess()) {
                 // The record of the line, should it come to one, takes this back.
                 send(RecordKind::reboot);
@@ -217,7 +244,6 @@ private:
                 record.command = toJson(command, outcome, kKeptBytes);
                 record.command["line"] = line.line;
                 record.command["seconds"] = secondsSince(start);
-                record.command["expectations"] = Json::array();
             }
             judgeOutcome(line, command, outcome);
             judgeHost(line);
@@ -226,8 +252,7 @@ private:
         } catch (const UsageError& error) {
             worsen({Verdict::failed, error.what()}, number);
         }
-        record.position = _position;
-        send(record);
+        finishLine(line, operation, record);
     }
 
     Outcome runCommand(const Command& command) const { return _log != nullptr ? _log->run(command) : command.run(); }
@@ -264,6 +289,9 @@ private:
     // Expectations and keeps, in the order in which they are written.
     void followUp(const PlanLine& line, const Command& command, const Outcome& outcome, Record& record,
                   unsigned int& number) {
+        if (!_report.empty()) {
+            record.command["expectations"] = Json::array();
+        }
         auto keep = line.keeps.begin();
         for (const Expectation& expectation : line.expectations) {
             for (; keep != line.keeps.end() && keep->line < expectation.line; ++keep) {
@@ -290,22 +318,31 @@ private:
             judged["why"] = "";
             return judged;
         }
-        const Judgement judgement = event != nullptr
-                                        ? _events.judge(*event, expectation.text, _variables)
-                                        : judge(std::get<Condition>(expectation.what), command, outcome, _variables);
+        const Judgement judgement = judgementOf(expectation, command, outcome);
         worsen(judgement, expectation.line);
         judged["verdict"] = verdictName(judgement.verdict);
         judged["why"] = beginningOf(judgement.text, kKeptBytes);
         if (event != nullptr && event->comes && _events.taken() != nullptr) {
             addEvent(*event, *_events.taken(), judged);
-        } else if (event == nullptr) {
-            const auto& condition = std::get<Condition>(expectation.what);
-            const Value* value = outcome.find(condition.subject);
+        } else if (const auto* condition = std::get_if<Condition>(&expectation.what)) {
+            const Value* value = outcome.find(condition->subject);
             if (value != nullptr || expectation.isAboutStatus()) {
-                addFound(condition, condition.subject, value != nullptr ? *value : Value(outcome.status), judged);
+                addFound(*condition, condition->subject, value != nullptr ? *value : Value(outcome.status), judged);
             }
         }
         return judged;
+    }
+
+    Judgement judgementOf(const Expectation& expectation, const Command& command, const Outcome& outcome) {
+        if (const auto* event = std::get_if<EventCondition>(&expectation.what)) {
+            return _events.judge(*event, expectation.text, _variables);
+        }
+        if (const auto* calls = std::get_if<CallsCondition>(&expectation.what)) {
+            return _calls.judge(*calls, _variables);
+        }
+        const auto& condition = std::get<Condition>(expectation.what);
+        return expectation.isAboutChip() ? judge(condition, Value(_calls.judgedRefusals()), _variables)
+                                         : judge(condition, command, outcome, _variables);
     }
 
     void addEvent(const EventCondition& condition, const Event& event, Json& judged) const {
@@ -367,6 +404,7 @@ private:
     ArmedFaults _faults;
     bool _faultsArmed = false;  // by this process
     EventQueue _events;
+    CallWatch _calls;
 };
 
 bool attachSet(const SessionOptions& session, PlanProcess& process) {

@@ -17,6 +17,7 @@ namespace {
 constexpr std::size_t kWholeTable = 200;
 // What is shown of a text; the reports have more.
 constexpr std::size_t kShown = 4096;
+constexpr std::size_t kShownRefusals = 5;
 
 std::string coloured(Verdict verdict) {
     const std::string name = verdictName(verdict);
@@ -32,6 +33,20 @@ std::string faultsText(const Plan& plan) {
     return plan.faults.empty()
                ? ""
                : " (with " + std::to_string(plan.faults.size()) + (plan.faults.size() == 1 ? " fault)" : " faults)");
+}
+
+// Those that the step's text has not named already.
+void printRefusals(const StepResult& result) {
+    std::size_t others = 0;
+    for (const Json& refusal : result.refusals()) {
+        const auto text = refusal["text"].get<std::string>();
+        if (result.text().find(text) == std::string::npos && ++others <= kShownRefusals) {
+            printLine("         " + printable(beginningOf(text, kShown)));
+        }
+    }
+    if (others > kShownRefusals) {
+        printLine("         and " + std::to_string(others - kShownRefusals) + " more refused calls");
+    }
 }
 
 }  // namespace
@@ -98,6 +113,7 @@ void Progress::end(std::size_t step, const StepResult& result) {
     if (const std::string text = result.text(); !text.empty()) {
         printLine("         " + printable(beginningOf(text, kShown)));
     }
+    printRefusals(result);
 }
 
 void Progress::finish(const PlanResult& result) const {

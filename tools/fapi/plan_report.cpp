@@ -80,6 +80,9 @@ private:
         if (result.attempts.size() > 1) {
             addProperty(test, "attempts", std::to_string(result.attempts.size()));
         }
+        for (const Json& refusal : result.refusals()) {
+            addProperty(test, "refused", refusal["text"].get<std::string>());
+        }
         for (const Json& picture : result.kept("picture")) {
             addProperty(test, "picture", picture["file"].get<std::string>());
         }
@@ -150,10 +153,16 @@ public:
 
 private:
     static Json stepJson(const Step& step, const StepResult& result) {
-        Json json = {
-            {"name", beginningOf(step.name, kKeptBytes)}, {"line", step.line},           {"teardown", step.teardown},
-            {"verdict", verdictName(result.verdict())},   {"text", result.text()},       {"seconds", result.seconds()},
-            {"pictures", result.kept("picture")},         {"data", result.kept("data")}, {"attempts", Json::array()}};
+        Json json = {{"name", beginningOf(step.name, kKeptBytes)},
+                     {"line", step.line},
+                     {"teardown", step.teardown},
+                     {"verdict", verdictName(result.verdict())},
+                     {"text", result.text()},
+                     {"seconds", result.seconds()},
+                     {"pictures", result.kept("picture")},
+                     {"data", result.kept("data")},
+                     {"refusals", result.refusals()},
+                     {"attempts", Json::array()}};
         for (const Attempt& attempt : result.attempts) {
             json["attempts"].push_back({{"verdict", verdictName(attempt.judgement.verdict)},
                                         {"text", attempt.judgement.text},
@@ -224,6 +233,14 @@ Json StepResult::kept(const char* what) const {
         if (command.contains(what)) {
             all.push_back(command[what]);
         }
+    }
+    return all;
+}
+
+Json StepResult::refusals() const {
+    Json all = Json::array();
+    for (const Json& refusals : kept("refusals")) {
+        all.insert(all.end(), refusals.begin(), refusals.end());
     }
     return all;
 }

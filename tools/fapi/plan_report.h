@@ -27,6 +27,8 @@ struct StepResult {
     double seconds() const;
     // What the last attempt has kept: "picture" (name and file, beside the report) or "data" (as PlanData has them).
     Json kept(const char* what) const;
+    // What the chip has refused in the last attempt, as addRefusals() tells it.
+    Json refusals() const;
 };
 
 struct PlanResult {

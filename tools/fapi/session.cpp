@@ -12,6 +12,7 @@
 
 #include "log_switch.h"
 #include "middleware_words.h"
+#include "output.h"
 #include "terminal.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
@@ -105,6 +106,7 @@ void bringUpFor(const Operation* operation) {
         if (!outcome.good) {
             std::fprintf(stderr, "fapi: %s answered %lld%s\n", init->name, outcome.status, reasonOf(outcome).c_str());
         }
+        printRefusals(outcome);
     }
 }
 
