@@ -191,7 +191,7 @@ TEST_F(InputsCli, DataOfAPlanMayFail) {
     EXPECT_THAT(verdicts(R"(
 on-failure continue
 step never retry 1
-    set player window-1 on
+    set player window on 1
     data first values a=1 b=-0x10
     data second gamma 1
 step good
@@ -209,7 +209,7 @@ step wrong
                 ElementsAre(Pair("never", "failed"), Pair("good", "passed"), Pair("wrong", "failed")));
     const nlohmann::json json = report();
     EXPECT_EQ(json["steps"][0]["attempts"].size(), 2u);
-    EXPECT_THAT(json["steps"][0]["text"].get<std::string>(), HasSubstr("line 5: set player window-1 on"))
+    EXPECT_THAT(json["steps"][0]["text"].get<std::string>(), HasSubstr("line 5: set player window on 1"))
         << "the player has it from the first attempt";
     EXPECT_EQ(json["steps"][0]["attempts"][0]["commands"][2]["error"], "window 1 has been sent no gamma curves");
     EXPECT_EQ(json["steps"][0]["attempts"][0]["commands"][1]["data"]["series"][1]["values"][0], -16);
@@ -298,7 +298,7 @@ step "tuners"
     set tuner 1
     expect player is 1
     set unlock-tuner 1
-    set player tuner-1 off
+    set player tuner off 1
     set tuner 1
     expect open is 0
 step "picture and panel"

@@ -359,10 +359,10 @@ step "who has what"
     set player output off
     set output
     expect open is 0
-    set player window-1 on
+    set player window on 1
     set window 1
     expect player is 1
-    set player window-1 off
+    set player window off 1
     set window 1
     expect open is 0
     set player capture on

@@ -34,10 +34,12 @@ std::vector<Hand> boardHands();       // keypad, ADC channels, pads, I2C
 std::vector<Hand> chipHands();        // watchdog, clocks, firmware, registers, memory, network
 std::vector<Hand> displayHands();     // display windows, display output, capture unit
 std::vector<Hand> hdmiHands();        // HDMI, CEC, PWM, factory daemon
+std::vector<Hand> identityHands();    // customer hash, data index, partitions
 std::vector<Hand> inputHands();       // external inputs, tuners, video decoder
 std::vector<Hand> middlewareHands();  // its calls, what it refused, what is open in it, faults
 std::vector<Hand> panelHands();       // on-screen graphics, colors of pixels
 std::vector<Hand> pictureHands();     // picture settings, panel attributes, controller, driver layer
+std::vector<Hand> playerHands();      // what the set's player has open
 std::vector<Hand> serialHands();      // serial ports, pipe, LEDs
 std::vector<Hand> soundHands();       // audio outputs
 const Hand* findHand(std::string_view name);

@@ -106,6 +106,8 @@ void firmware(Call& call) {
     }
     call.outRows("flashed", std::move(rows));
     call.out("count", static_cast<long long>(flashed.size()));
+    call.out("type", flashed.empty() ? -1 : static_cast<long long>(flashed.back().u32Type));
+    call.out("file", flashed.empty() ? std::string() : flashed.back().strPath);
 }
 
 void chipRegister(Call& call) {
@@ -114,6 +116,16 @@ void chipRegister(Call& call) {
         vset::sys::writeRegister(bank, offset, call.number<std::uint32_t>(2));
     }
     call.out("value", static_cast<long long>(vset::sys::readRegister(bank, offset)));
+}
+
+void registers(Call& call) {
+    Rows rows;
+    for (const vset::sys::WrittenRegister& written : vset::sys::writtenRegisters()) {
+        char line[64];
+        std::snprintf(line, sizeof(line), "0x%x 0x%x = 0x%x", written.u32Bank, written.u32Offset, written.u32Value);
+        rows.push_back({line, {{"bank", written.u32Bank}, {"offset", written.u32Offset}, {"value", written.u32Value}}});
+    }
+    call.outRows("registers", std::move(rows));
 }
 
 std::vector<Hand> chipRows() {
@@ -135,8 +147,16 @@ std::vector<Hand> chipRows() {
          "Show what firmware has been flashed.",
          {},
          {{"flashed", "a line each, oldest first: type, file of the set, size, checksum"},
-          {"count", "how often that was done"}},
+          {"count", "how often that was done"},
+          {"type", "type of the last one; -1: none"},
+          {"file", "file of the last one"}},
          firmware,
+         true},
+        {"registers",
+         "Show the registers that have been written since the set was switched on.",
+         {},
+         {{"registers", "a line each: bank, offset, value"}},
+         registers,
          true},
         {"register",
          "Show a register of the chip, or write it.",

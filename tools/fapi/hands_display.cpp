@@ -51,6 +51,11 @@ void freezeVideo(Call& call) {
     vset::disp::freezeVideo(moves ? std::nullopt : std::optional(call.number<std::uint64_t>(0)));
 }
 
+void rectangle(Call& call) {
+    const auto at = [&](std::size_t index) { return call.number<HW_U16>(index); };
+    vset::disp::setRectangle(call.number<unsigned int>(0), {at(1), at(2), at(3), at(4)});
+}
+
 std::vector<Hand> windowHands() {
     return {
         {"window",
@@ -99,6 +104,22 @@ std::vector<Hand> windowHands() {
          {},
          [](Call& call) { vset::disp::disconnectInput(call.number<unsigned int>(0)); },
          true},
+        {"modules",
+         "Say how many modules of each connected kind a display window reports.",
+         {windowNumber(), {"count", Kind::number, "how many", 1, 64}},
+         {},
+         [](Call& call) { vset::disp::setModuleCount(call.number<unsigned int>(0), call.number<unsigned int>(1)); },
+         true},
+        {"rectangle",
+         "Move a display window on the panel, for programs that ask where it is.",
+         {windowNumber(),
+          {"x", Kind::number, "left edge in pixels", 0, kU16Max},
+          {"y", Kind::number, "upper edge", 0, kU16Max},
+          {"width", Kind::number, "its width", 0, kU16Max},
+          {"height", Kind::number, "its height", 0, kU16Max}},
+         {},
+         rectangle,
+         true},
         {"freeze-video",
          "Stop the moving video at a frame, or let it move.",
          {{"frame", Kind::choice, "the frame", 0, kU32Max, {{"off", kMoving}}}},
@@ -128,54 +149,7 @@ void capture(Call& call) {
     call.out("height", static_cast<long long>(picture.u32Height));
 }
 
-// What the set's player may have open.
-struct Holding {
-    const char* name;
-    void (*hold)();
-    void (*release)();
-};
-
-template <unsigned int number>
-constexpr Holding windowHolding(const char* name) {
-    return {name, [] { vset::disp::hold(number); }, [] { vset::disp::release(number); }};
-}
-
-template <unsigned int slot>
-constexpr Holding tunerHolding(const char* name) {
-    return {name, [] { vset::tuner::hold(slot); }, [] { vset::tuner::release(slot); }};
-}
-
-// The first input of a kind.
-template <std::uint32_t type>
-constexpr Holding inputHolding(const char* name) {
-    return {name, [] { vset::extin::hold(type, 0); }, [] { vset::extin::release(type, 0); }};
-}
-
-const Holding kHoldings[] = {
-    windowHolding<0>("window-0"),
-    windowHolding<1>("window-1"),
-    windowHolding<2>("window-2"),
-    {"controller", vset::disp::holdController, vset::disp::releaseController},
-    {"output", vset::dispout::hold, vset::dispout::release},
-    {"capture", vset::cap::hold, vset::cap::release},
-    inputHolding<E_HW_EXTIN_TYPE_VGA>("vga"),
-    inputHolding<E_HW_EXTIN_TYPE_YPBPR>("ypbpr"),
-    inputHolding<E_HW_EXTIN_TYPE_SCART>("scart"),
-    inputHolding<E_HW_EXTIN_TYPE_VD>("vd"),
-    tunerHolding<0>("tuner-0"),
-    tunerHolding<1>("tuner-1"),
-};
-
-void player(Call& call) {
-    const Holding& holding = kHoldings[call.number<std::size_t>(0)];
-    call.number(1) != 0 ? holding.hold() : holding.release();
-}
-
 std::vector<Hand> unitHands() {
-    std::vector<Choice> holdings;
-    for (const Holding& holding : kHoldings) {
-        holdings.push_back({holding.name, static_cast<long long>(holdings.size())});
-    }
     return {
         {"output",
          "Show the display output.",
@@ -194,12 +168,6 @@ std::vector<Hand> unitHands() {
           {"width", "of the last picture"},
           {"height", "of the last picture"}},
          capture,
-         true},
-        {"player",
-         "Have the set's player open a part of the display, an input or a tuner, or close it.",
-         {{"part", Kind::choice, "what", 0, 0, holdings}, {"state", Kind::flag, "on or off"}},
-         {},
-         player,
          true},
     };
 }

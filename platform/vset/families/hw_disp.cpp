@@ -97,6 +97,16 @@ HW_Result_t withModule(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery
     }
 }
 
+// How many modules of each connected kind an open window reports.
+HW_U32 moduleCount(HW_Handle_t hDisp) {
+    HW_U32 u32Count = 0;
+    dispModel.onWindow(hDisp, &u32Count, [&](const DisplayWindow& stWindow) {
+        u32Count = stWindow.u32ModuleCount;
+        return HW_OK;
+    });
+    return u32Count;
+}
+
 // Adds mute flags to a window, or takes them away.
 HW_Result_t mute(HW_Handle_t hDisp, HW_U32 u32Flags, bool bMute) {
     constexpr HW_U32 kKnown = E_HW_DISP_MUTE_WINDOW | E_HW_DISP_MUTE_TIMING;
@@ -192,7 +202,7 @@ HW_Result_t HW_DISP_Close(HW_Handle_t hDisp) {
 HW_Result_t HW_DISP_GetConnectedNum(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32* pu32Num) {
     return vset::call(__func__, {hDisp, pstQuery, pu32Num}, [&]() -> HW_Result_t {
         return vset::withModule(hDisp, pstQuery, pu32Num, [&](std::optional<HW_Handle_t> module) -> HW_Result_t {
-            *pu32Num = module ? 1 : 0;
+            *pu32Num = module ? vset::moduleCount(hDisp) : 0;
             return HW_OK;
         });
     });
@@ -208,7 +218,7 @@ HW_Result_t HW_DISP_GetConnected(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t
             if (!module) {
                 return HW_ERR_FAILED;
             }
-            *phModules = *module;
+            std::fill_n(phModules, std::min(u32Num, vset::moduleCount(hDisp)), *module);
             return HW_OK;
         });
     });
@@ -274,6 +284,20 @@ void hold(unsigned int u32Window) {
 void release(unsigned int u32Window) {
     requireWindow(u32Window);
     dispModel.release(u32Window, windowName(u32Window));
+}
+
+void setRectangle(unsigned int u32Window, const HW_DISP_Rect_t& stRectangle) {
+    requireWindow(u32Window);
+    dispModel.locked([&](DisplayWindows& windows) { windows[u32Window].state.rectangle = stRectangle; });
+}
+
+void setModuleCount(unsigned int u32Window, unsigned int u32Count) {
+    constexpr unsigned int kMost = 64;
+    requireWindow(u32Window);
+    if (u32Count == 0 || u32Count > kMost) {
+        throw SetError(windowName(u32Window) + ": reports 1 to " + std::to_string(kMost) + " modules");
+    }
+    dispModel.locked([&](DisplayWindows& windows) { windows[u32Window].u32ModuleCount = u32Count; });
 }
 
 void connectInput(unsigned int u32Window, const Input& input) {

@@ -70,16 +70,29 @@ HW_Result_t listNames(HW_NET_InterfaceName_t* pstList, HW_U32* pu32Count) {
     return HW_OK;
 }
 
-HW_Result_t openInterface(const HW_NET_OpenParams_t& stParams, HW_Handle_t* phNet) {
+// The key of the first interface of a name.
+std::optional<std::uint64_t> keyOf(const std::string& strName) {
     const std::lock_guard<std::mutex> lock(model.mutex);
     const std::vector<net::Interface> interfaces = setConfig().interfaces;
-    const std::string strName = nameIn(stParams.acName);
     const auto found = std::find_if(interfaces.begin(), interfaces.end(),
                                     [&](const net::Interface& stInterface) { return stInterface.strName == strName; });
-    if (found == interfaces.end()) {
-        return HW_ERR_INVALID_PARAMETER;
+    return found != interfaces.end()
+               ? std::optional(model.present[static_cast<std::size_t>(found - interfaces.begin())].u64Id)
+               : std::nullopt;
+}
+
+HW_Result_t openInterface(const HW_NET_OpenParams_t& stParams, HW_Handle_t* phNet) {
+    const auto key = keyOf(nameIn(stParams.acName));
+    return key ? model.handles().open(*key, phNet) : HW_ERR_INVALID_PARAMETER;
+}
+
+std::uint64_t requireKey(const std::string& strName) {
+    requireSet();
+    const auto key = keyOf(strName);
+    if (!key) {
+        throw SetError("interface \"" + strName + "\": there is none");
     }
-    return model.handles().open(model.present[static_cast<std::size_t>(found - interfaces.begin())].u64Id, phNet);
+    return *key;
 }
 
 // Runs `body` on the place of an open handle's interface in the list, which stays as it is meanwhile.
@@ -276,6 +289,14 @@ void setInterfaces(const std::vector<Interface>& interfaces) {
     }
     const std::lock_guard<std::mutex> lock(model.mutex);
     NextList(interfaces).take();
+}
+
+void hold(const std::string& strName) {
+    model.hold(requireKey(strName), strName);
+}
+
+void release(const std::string& strName) {
+    model.release(requireKey(strName), strName);
 }
 
 void setReportedCount(unsigned int u32Count) {

@@ -143,6 +143,16 @@ std::uint32_t readRegister(std::uint32_t u32Bank, std::uint32_t u32Offset) {
     return vset::readRegister(Register(u32Bank, u32Offset));
 }
 
+std::vector<WrittenRegister> writtenRegisters() {
+    requireSet();
+    const std::lock_guard<std::mutex> lock(model.mutex);
+    std::vector<WrittenRegister> written;
+    for (const auto& [address, u32Value] : model.registers) {
+        written.push_back({address.first, address.second, u32Value});
+    }
+    return written;
+}
+
 void writeRegister(std::uint32_t u32Bank, std::uint32_t u32Offset, std::uint32_t u32Value) {
     requireSet();
     vset::writeRegister(Register(u32Bank, u32Offset), u32Value);

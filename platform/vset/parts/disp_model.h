@@ -10,6 +10,7 @@ namespace vset {
 
 struct DisplayWindow {
     disp::Window state;       // without what handles and video paths know
+    HW_U32 u32ModuleCount = 1;  // how often what is connected is reported
     bool bInputHeld = false;  // the player has opened the input for the connection
     std::array<std::string, disp::kPqTypes> pqVersions;
     HW_DISP_PqRange_t stPqRange = {{-50, -50, -50}, {50, 50, 50}};

@@ -43,6 +43,9 @@ struct Window {
 // closed and without a source.
 VSET_API Window window(unsigned int u32Window);
 
+// Moves the window on the panel, for programs that ask where it is.
+VSET_API void setRectangle(unsigned int u32Window, const HW_DISP_Rect_t& stRectangle);
+
 // The player opens a window, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(unsigned int u32Window);
 VSET_API void release(unsigned int u32Window);
@@ -53,12 +56,14 @@ VSET_API void disconnectVideo(unsigned int u32Window);
 // The same for an external input, one for each window. The player opens it for that, unless it is open, and
 // closes it again when no window is connected to it any more. A program finds the input while it is open.
 VSET_API void connectInput(unsigned int u32Window, const Input& input);
+// Reports so many modules of each connected kind, up to 64, all with the handle of the first; 1 after switching on.
+VSET_API void setModuleCount(unsigned int u32Window, unsigned int u32Count);
 VSET_API void disconnectInput(unsigned int u32Window);
 
 // The picture of the window: mute color, test pattern, its source, or black; 1920 x 1080 opaque pixels. A video path
 // shows upright color bars with a bright line that moves, an external input, when there is no video path, bars that
-// lie; of both the piece that the applied input rectangle names. Test pattern and mute act at once, without ApplySetting. The test pattern of mode 6 is the color alone, those of
-// the other modes have a shape each.
+// lie; of both the piece that the applied input rectangle names. Test pattern and mute act at once, without
+// ApplySetting. The test pattern of mode 6 is the color alone, those of the other modes have a shape each.
 VSET_API Picture picture(unsigned int u32Window);
 
 // Stops all video paths at a frame number, so that two looks see the same; without one they move again.

@@ -28,6 +28,10 @@ VSET_API std::vector<Interface> interfaces();
 // the interface comes up. Throws SetError.
 VSET_API void setInterfaces(const std::vector<Interface>& interfaces);
 
+// The player opens an interface, and closes it again: the library's open is refused meanwhile.
+VSET_API void hold(const std::string& strName);
+VSET_API void release(const std::string& strName);
+
 // The number of interfaces that the middleware reports, whatever it lists; switching on restores the true one.
 VSET_API void setReportedCount(unsigned int u32Count);
 

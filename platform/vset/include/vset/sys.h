@@ -42,6 +42,14 @@ VSET_API std::vector<Firmware> flashedFirmware();
 
 // A register of the chip, 0 until it is written.
 VSET_API std::uint32_t readRegister(std::uint32_t u32Bank, std::uint32_t u32Offset);
+
+// The registers that have been written since the set was switched on, by bank and offset.
+struct WrittenRegister {
+    std::uint32_t u32Bank;
+    std::uint32_t u32Offset;
+    std::uint32_t u32Value;
+};
+VSET_API std::vector<WrittenRegister> writtenRegisters();
 VSET_API void writeRegister(std::uint32_t u32Bank, std::uint32_t u32Offset, std::uint32_t u32Value);
 
 // --- Memory; after switching on everything is as it was made ---------------------------------------------------------
