@@ -388,7 +388,6 @@ step "memory"
     expect areas matches "region 378 at 0x[0-9a-f]+, 0x3e8 bytes"
     disptst_gen_gop_test_pattern_on 16 16
     expect status failed
-    expect refusals is 1
     set mmap-size 378 1024
     disptst_gen_gop_test_pattern_on 16 16
     disptst_gen_gop_test_pattern_off
