@@ -368,6 +368,7 @@ step "who has what"
     set player capture on
     disp_capture_screen_to_usb /mnt/usb/x.bmp video
     expect status failed
+    expect refusals is 1
     set capture
     expect player is 1
     set player capture off

@@ -83,7 +83,9 @@ TEST_F(SoundCli, WhatDoesNotGoTogetherIsRefusedBeforeAnythingIsCalled) {
         EXPECT_THAT(errorOf(row[0]), testing::HasSubstr(row[1]));
     }
     // Variables may stand for anything until they have a value.
-    verdicts("step \"s\"\nsys_init\nkeep zero status\naud_basic_snd_set_param ${zero} ${zero}\nexpect status failed\n");
+    verdicts(
+        "step \"s\"\nsys_init\nkeep zero status\naud_basic_snd_set_param ${zero} ${zero}\nexpect status failed\nexpect "
+        "refusals is 18\n");
     EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput << _result.strError;
 }
 

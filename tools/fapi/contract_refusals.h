@@ -22,6 +22,8 @@ struct ContractRefusal {
 constexpr ContractRefusal kContractRefusals[] = {
     // What is stopped or closed without having been started or opened.
     {"prphrl_stop_factory_uart", "HW_UART_UnRegisterCallback", 7, "", "a stop unregisters also without a start"},
+    {"prphrl_stop_keypad", "HW_SAR_UnRegisterCallback", 7, "handle=0x0", "a stop unregisters also without a start"},
+    {"prphrl_stop_keypad", "HW_SAR_UnRegisterCallback", 3, "", "a stop unregisters also without a start"},
     {"net_close", "HW_NET_Close", 7, "", "the handle is kept after a close and closed again"},
 
     // The display's handle is closed as one of the display output.
@@ -47,7 +49,11 @@ constexpr ContractRefusal kContractRefusals[] = {
     {"aud_set_volume_table", "HW_AOUT_SetAttr", 7, "handle=0x0", "a table is sent also without a handle of its path"},
     {"prphrl_set_mic_led", "HW_PM_SetAttr", 7, "", "a cycle goes on after another mode has closed the shared handle"},
 
-    // What the chip has to say is asked by calling it.
+    // What the chip has to say is asked by calling it, and there is another way.
+    {"disptst_gen_gop_test_pattern_on", "HW_OS_AllocateIommuMemory", 0xA, "",
+     "the canvas has a region of its own, too"},
+    {"prphrl_start_adc", "HW_SAR_Open", 0xF, "", "a converter that is open is looked up then"},
+    {"prphrl_get_sar_adc", "HW_SAR_Open", 0xF, "", "a converter that is open is looked up then"},
     {"net_set_mac", "HW_NET_DhcpOff", 3, "", "DHCP may be off already"},
     {"net_set_mac", "HW_NET_DhcpOn", 3, "", "DHCP may be on already"},
     {"prphrl_keypad_init", "HW_SYS_OpenConfigFile", 3, "path=\"\"", "a path that cannot be read is an empty one"},
