@@ -133,7 +133,12 @@ TEST_F(VsetFlash, RefusesBeforeItsInit) {
 TEST_F(VsetFlash, OneHandlePerFlashTypeSharedWithThePlayer) {
     const HW_Handle_t hEmmc = opened(E_HW_FLASH_TYPE_EMMC);
     HW_Handle_t hFlash = kUntouched;
+    HW_FLASH_OpenParams_t stNamed = {};
+    HW_FLASH_HandleParams_t stAlsoNamed = {};
+    stNamed.au8Name[0] = stAlsoNamed.au8Name[127] = 1;
     expectRefusals({
+        {"open by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Open(&stNamed, &hFlash); }},
+        {"find by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_GetHandle(&stAlsoNamed, &hFlash); }},
         {"open twice", HW_ERR_BUSY, [&] { return open(2, &hFlash); }},
         {"no such type", HW_ERR_INVALID_PARAMETER, [&] { return open(3, &hFlash); }},
         {"no such type", HW_ERR_INVALID_PARAMETER, [&] { return find(0xFFFFFFFF, &hFlash); }},

@@ -31,6 +31,12 @@ class VsetPanel : public test::OsdTest {
 protected:
     static constexpr unsigned int kWidth = vset::panel::kWidth, kHeight = vset::panel::kHeight;
 
+    // Pixels may lie anywhere.
+    void SetUp() override {
+        OsdTest::SetUp();
+        vset::osd::setSurfaceAlignment(1, 1);
+    }
+
     // Makes all of the panel gray, below all other graphics.
     static void paintBackground() { std::fill_n(pixelsOf(playersSurface()), std::size_t{kWidth} * kHeight, kGray); }
 
