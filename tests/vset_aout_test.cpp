@@ -92,6 +92,10 @@ TEST_F(VsetAout, PathsHaveHolders) {
     EXPECT_EQ(HW_AOUT_DeInit(), HW_OK);
     EXPECT_EQ(HW_AOUT_SetVolume(hPlayer, 8, 1), HW_OK);
     EXPECT_EQ(HW_AOUT_Close(_hFive), HW_ERR_INVALID_HANDLE);
+    EXPECT_EQ(HW_AOUT_Close(hPlayer), HW_OK);
+    EXPECT_EQ(test::lastReason(), "closes the player's");
+    EXPECT_THROW(vset::aout::release(8), vset::SetError) << "is closed";
+    vset::aout::hold(8);
     vset::aout::release(8);
     EXPECT_EQ(HW_AOUT_Close(hPlayer), HW_ERR_INVALID_HANDLE);
 }

@@ -85,6 +85,7 @@ TEST_F(VsetDisp, WindowsHaveHolders) {
     test::expectRefusals({
         {"closed", HW_ERR_FAILED, [&] { return HW_DISP_GetHandle("HW_DISP_HD1", &hUntouched); }},
         {"the player's", HW_ERR_BUSY, [&] { return open("HW_DISP_HD0", 0, &hUntouched); }},
+        {"not closed", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(_hMain); }},
         {"flag of another", HW_ERR_INVALID_PARAMETER, [&] { return open("HW_DISP_HD1", 1, &hUntouched); }},
         {"no name", HW_ERR_INVALID_PARAMETER, [&] { return open(nullptr, 0, &hUntouched); }},
         {"no params", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_Open(nullptr, &hUntouched); }},
@@ -433,6 +434,7 @@ TEST_F(VsetDisp, ControllerKnowsItsTimings) {
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetControlAttr(_hController, 1, nullptr); }},
         {"index", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_OpenController(&stOther, &hUntouched); }},
         {"the player's", HW_ERR_BUSY, [&] { return HW_DISP_OpenController(&kController, &hUntouched); }},
+        {"not closed", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_CloseController(_hController); }},
         {"a window's close", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(_hController); }},
     });
     EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
@@ -478,6 +480,7 @@ TEST_F(VsetDisp, OutputIsInitialisedAndHeld) {
         {"the player's", HW_ERR_BUSY, [&] { return openOutput(&hUntouched); }},
         {"second output", HW_ERR_INVALID_PARAMETER, [&] { return openOutput(&hUntouched, 1); }},
         {"found", HW_OK, [&] { return findOutput(&hOutput); }},
+        {"not closed", HW_ERR_INVALID_HANDLE, [&] { return HW_DISPOUT_Close(hOutput); }},
         {"window as output", HW_ERR_INVALID_HANDLE, [&] { return HW_DISPOUT_Close(_hMain); }},
     });
     EXPECT_TRUE(window(0).bOpen) << "stays open";

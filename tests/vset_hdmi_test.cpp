@@ -163,6 +163,13 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
             EXPECT_TRUE(stHandle.u32Handle != hFound || stHandle.bPlayer);
         }
         EXPECT_THROW(family.hold(family.u32Other), vset::SetError);
+        if (family.pClose != nullptr) {
+            const bool bCloses = family.pClose == HW_IIC_Close;
+            EXPECT_EQ(family.pClose(hFound), bCloses ? HW_OK : HW_ERR_INVALID_HANDLE);
+            EXPECT_EQ(test::lastReason(), bCloses ? "closes the player's" : "");
+            EXPECT_EQ(family.find(&family.u32Other, &hFound), bCloses ? HW_ERR_FAILED : HW_OK);
+            bCloses ? family.hold(family.u32Other) : void();
+        }
         family.release(family.u32Other);
         EXPECT_EQ(family.find(&family.u32Other, &hUntouched), HW_ERR_FAILED);
         EXPECT_THROW(family.release(family.u32Other), vset::SetError);

@@ -6,21 +6,14 @@
 #include <cstring>
 #include <thread>
 
-#include "hw3/hw_aout.h"
 #include "hw3/hw_disp.h"
-#include "hw3/hw_dispout.h"
 #include "hw3/hw_fs.h"
 #include "hw3/hw_gpio.h"
 #include "hw3/hw_iic.h"
 #include "hw3/hw_os.h"
-#include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
-#include "hw3/hw_uart.h"
 #include "support/set_fixture.h"
-#include "vset/aout.h"
-#include "vset/iic.h"
 #include "vset/journal.h"
-#include "vset/uart.h"
 
 namespace {
 
@@ -174,48 +167,6 @@ TEST_F(Journal, KeepsRefusals) {
     EXPECT_THAT(refused(),
                 ElementsAre("HW_GPIO_Open(pad=7)", "HW_GPIO_GetHandle(params=null)", "HW_GPIO_Close(handle=0x5)"));
     vset::keepJournal(65536);
-}
-
-// What the player has open: a program's close is refused, or done and kept with its reason.
-TEST_F(Journal, KeepsWhoseHandleIsClosed) {
-    const struct {
-        const char* pszFamily;
-        HW_Result_t (*pClose)(HW_Handle_t);
-        bool bDone;
-    } kRows[] = {
-        {"HW_AOUT", HW_AOUT_Close, true},
-        {"HW_UART", HW_UART_Close, true},
-        {"HW_IIC", HW_IIC_Close, true},
-        {"HW_DISP", HW_DISP_Close, false},
-        {"HW_DISP_CONTROLLER", HW_DISP_CloseController, false},
-        {"HW_DISPOUT", HW_DISPOUT_Close, false},
-        {"HW_OSD_SURFACE", HW_OSD_SurfaceDestroy, false},
-        {"HW_OSD", HW_OSD_LayerDestroy, false},
-    };
-    vset::aout::hold(0);
-    vset::uart::hold(0);
-    vset::iic::hold(0);
-    const auto playersHandle = [](const std::string& strFamily) {
-        for (const vset::OpenHandle& stHandle : vset::openHandles()) {
-            if (stHandle.strFamily == strFamily && stHandle.bPlayer) {
-                return stHandle.u32Handle;
-            }
-        }
-        return HW_HANDLE_NONE;
-    };
-    for (const auto& stRow : kRows) {
-        SCOPED_TRACE(stRow.pszFamily);
-        const HW_Handle_t hPlayers = playersHandle(stRow.pszFamily);
-        const std::uint64_t u64Before = vset::refusalCount();
-        ASSERT_NE(hPlayers, HW_HANDLE_NONE);
-        EXPECT_EQ(stRow.pClose(hPlayers), stRow.bDone ? HW_OK : HW_ERR_INVALID_HANDLE);
-        EXPECT_EQ(playersHandle(stRow.pszFamily) == hPlayers, !stRow.bDone);
-        const std::vector<vset::Refusal> refusals = vset::refusals(u64Before);
-        ASSERT_EQ(refusals.size(), 1u);
-        EXPECT_EQ(refusals[0].strCall + refusals[0].strArguments,
-                  vset::journal().back().pszCall + vset::journal().back().strArguments);
-        EXPECT_EQ(refusals[0].strReason, stRow.bDone ? "closes the player's" : "");
-    }
 }
 
 TEST_F(Journal, CallsAreFoundByTheirFields) {

@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 #include "hw3/hw_uart.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/process.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "support/waiting.h"
@@ -488,6 +488,12 @@ TEST_F(VsetUart, ThePlayersReleaseEndsWhatIsRegisteredThere) {
     registerCallback(open(1));
     EXPECT_THROW(vset::uart::release(1), vset::SetError);
     EXPECT_TRUE(vset::uart::port(1).bCallback) << "not the player's to end";
+    const HW_UART_HandleParams_t stOther = {2};
+    vset::uart::hold(2);
+    ASSERT_EQ(HW_UART_GetHandle(&stOther, &hPlayers), HW_OK);
+    EXPECT_EQ(HW_UART_Close(hPlayers), HW_OK);
+    EXPECT_FALSE(vset::uart::port(2).bOpen);
+    EXPECT_EQ(test::lastReason(), "closes the player's");
 }
 
 // Without a process that has the set there is no connector, even if a crash has left some in the folder.
@@ -496,14 +502,8 @@ TEST(VsetConnectors, BelongToASetThatIsOn) {
     const std::string strFolder = ::testing::TempDir() + "/vset-ports-" + std::to_string(getpid());
     const int before = test::openDescriptors();
     vset::attach(strFolder);
-    const pid_t child = fork();
-    if (child == 0) {
-        // Another process sees them without having the set.
-        _exit(vset::uart::connectors(strFolder).size() == 5 ? 0 : 1);
-    }
-    int s32Status = -1;
-    waitpid(child, &s32Status, 0);
-    EXPECT_EQ(s32Status, 0);
+    EXPECT_EQ(test::runInChild([&] { _exit(vset::uart::connectors(strFolder).size() == 5 ? 0 : 1); }), 0)
+        << "another process sees them without having the set";
     vset::detach();
     EXPECT_EQ(test::openDescriptors(), before);
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(strFolder + "/ports/uart0")));
