@@ -92,6 +92,10 @@ TEST_F(VsetAout, PathsHaveHolders) {
     EXPECT_EQ(HW_AOUT_DeInit(), HW_OK);
     EXPECT_EQ(HW_AOUT_SetVolume(hPlayer, 8, 1), HW_OK);
     EXPECT_EQ(HW_AOUT_Close(_hFive), HW_ERR_INVALID_HANDLE);
+    EXPECT_EQ(HW_AOUT_Close(hPlayer), HW_OK);
+    EXPECT_EQ(test::lastReason(), "closes the player's");
+    EXPECT_THROW(vset::aout::release(8), vset::SetError) << "is closed";
+    vset::aout::hold(8);
     vset::aout::release(8);
     EXPECT_EQ(HW_AOUT_Close(hPlayer), HW_ERR_INVALID_HANDLE);
 }
@@ -101,6 +105,7 @@ TEST_F(VsetAout, RefusesWhatIsWrong) {
     const HW_AOUT_VolumeTable_t stNoData = {nullptr, test::u8("t")};
     const HW_AOUT_BasicSound_t stBasic = {13, 1, 0, 1, {}};
     const HW_AOUT_AdvSndParams_t stAdvanced = {50, {}};
+    const HW_U8 u8Two = 2;
     std::vector<HW_U8> out(sizeof(HW_AOUT_AdvSndParams_t), 0xA5);
     const auto set = [&](HW_U32 u32Attr, const void* pParam) {
         return [=] { return HW_AOUT_SetAttr(_hFive, u32Attr, pParam); };
@@ -114,6 +119,7 @@ TEST_F(VsetAout, RefusesWhatIsWrong) {
         {"attribute before record", HW_ERR_NOT_SUPPORT, set(0x1003, nullptr)},
         {"a table cannot be read", HW_ERR_NOT_SUPPORT, get(3, &stBasic)},
         {"set without a record", HW_ERR_INVALID_PARAMETER, set(0x1000, nullptr)},
+        {"bypass is no flag", HW_ERR_INVALID_PARAMETER, set(0x1000, &u8Two)},
         {"basic sound of which type", HW_ERR_INVALID_PARAMETER, get(0x1001, nullptr)},
         {"no such basic sound to read", HW_ERR_INVALID_PARAMETER, get(0x1001, &stBasic)},
         {"no such basic sound", HW_ERR_INVALID_PARAMETER, set(0x1001, &stBasic)},
@@ -156,7 +162,7 @@ TEST_F(VsetAout, SoundIsTheChips) {
         expectRoundTrip(_hFive, _hMain, E_HW_AOUT_ATTR_ADV_SND_TYPE, u32Type, sizeof(u32Type));
         expectRoundTrip(_hFive, _hMain, E_HW_AOUT_ATTR_ADV_SND_PARAM, u32Type, sizeof(HW_AOUT_AdvSndParams_t));
     }
-    expectRoundTrip(_hMain, _hFive, E_HW_AOUT_ATTR_DTS_BYPASS, 0x82, 1);
+    expectRoundTrip(_hMain, _hFive, E_HW_AOUT_ATTR_DTS_BYPASS, 1, 1);
     EXPECT_TRUE(vset::aout::sound().bDtsBypass);
 }
 

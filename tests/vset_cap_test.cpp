@@ -148,7 +148,7 @@ TEST_F(VsetCap, WritesWhatTheWindowShows) {
     EXPECT_EQ(memory(_u64Region + 1 + kSize - 4, 9), strPixel + std::string(5, '\0'));
     EXPECT_EQ(vset::cap::unit().u64Captures, 2u);
 
-    EXPECT_EQ(HW_DISP_Close(_hMain), HW_OK);
+    vset::disp::release(0);
     EXPECT_EQ(capture(atEnd()), HW_OK);
     EXPECT_EQ(vset::cap::lastPicture().pixels, std::vector<std::uint32_t>(kSize / 4, 0xFF000000)) << "a closed window";
 }

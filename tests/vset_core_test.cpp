@@ -13,7 +13,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "hw3/hw_cap.h"
@@ -22,6 +21,7 @@
 #include "hw3/hw_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/process.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 
@@ -235,15 +235,12 @@ TEST_F(VsetFolder, ASetBelongsToOneProcess) {
     const std::string strFolder = folder();
     EXPECT_THAT(errorOf([&] { vset::attach(strFolder + "2"); }), HasSubstr("has the set in"));
     const std::string strInUse = strFolder + ": in use by process " + std::to_string(getpid());
-    const pid_t child = fork();
-    if (child == 0) {
+    const int s32Exit = test::runInChild([&] {
         // Gives up what it inherited and asks again, as another program would.
         vset::detach();
         _exit(errorOf([&] { vset::attach(strFolder); }) == strInUse ? 0 : 1);
-    }
-    int s32Wait = 0;
-    waitpid(child, &s32Wait, 0);
-    EXPECT_TRUE(WIFEXITED(s32Wait) && WEXITSTATUS(s32Wait) == 0);
+    });
+    EXPECT_EQ(s32Exit, 0);
     EXPECT_EQ(errorOf([&] { vset::create(strFolder); }), strFolder + ": is a set already");
     EXPECT_FALSE(std::filesystem::exists(strFolder + "2"));
 }
@@ -300,15 +297,11 @@ TEST_F(VsetFolder, ASetWhoseMakingWasCutOff) {
     unsigned int u32Cuts = 0;
     for (bool bFinished = false; !bFinished; u32Cuts += 4) {
         std::filesystem::remove_all(strFolder);
-        const pid_t child = fork();
-        if (child == 0) {
+        const int s32Exit = test::runInChild([&] {
             vset::cutPowerAtWrite(u32Cuts + 1);
             vset::create(strFolder);
-            _exit(0);
-        }
-        int s32Status = 0;
-        waitpid(child, &s32Status, 0);
-        bFinished = WIFEXITED(s32Status);
+        });
+        bFinished = s32Exit == 0;
         vset::attach(strFolder);
         vset::detach();
         EXPECT_THAT(vset::check(strFolder), testing::IsEmpty()) << u32Cuts;

@@ -85,6 +85,7 @@ TEST_F(VsetDisp, WindowsHaveHolders) {
     test::expectRefusals({
         {"closed", HW_ERR_FAILED, [&] { return HW_DISP_GetHandle("HW_DISP_HD1", &hUntouched); }},
         {"the player's", HW_ERR_BUSY, [&] { return open("HW_DISP_HD0", 0, &hUntouched); }},
+        {"not closed", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(_hMain); }},
         {"flag of another", HW_ERR_INVALID_PARAMETER, [&] { return open("HW_DISP_HD1", 1, &hUntouched); }},
         {"no name", HW_ERR_INVALID_PARAMETER, [&] { return open(nullptr, 0, &hUntouched); }},
         {"no params", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_Open(nullptr, &hUntouched); }},
@@ -128,6 +129,7 @@ TEST_F(VsetDisp, VideoPathIsFoundWhileItIsConnected) {
     test::expectRefusals({
         {"window as path", HW_ERR_INVALID_HANDLE, [&] { return HW_VIDEO_GetAttr(_hMain, 0x104, nullptr, &stInfo); }},
         {"path as window", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(hVideo); }},
+        {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_VIDEO_GetAttr(hVideo, 0x104, &stInfo, &stInfo); }},
         {"attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_VIDEO_GetAttr(hVideo, 0x105, nullptr, nullptr); }},
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_VIDEO_GetAttr(hVideo, 0x104, nullptr, nullptr); }},
     });
@@ -164,16 +166,20 @@ TEST_F(VsetDisp, InputIsOpenedForTheConnection) {
     vset::disp::disconnectInput(0);
     EXPECT_EQ(HW_EXTIN_GetHandle(&stVga, &hVga), HW_OK) << "was not opened for the window";
 
+    const HW_EXTIN_OpenParams_t stPort = {0, E_HW_EXTIN_TYPE_HDMI, 2};
+    HW_Handle_t hPort = 0;
+    EXPECT_EQ(HW_EXTIN_Open(&stPort, &hPort), HW_OK);
     vset::disp::connectInput(0, {E_HW_EXTIN_TYPE_HDMI, 2});
-    EXPECT_EQ(HW_EXTIN_Close(connected(E_HW_DISP_MODULE_EXTIN).at(0)), HW_OK);
-    EXPECT_TRUE(connected(E_HW_DISP_MODULE_EXTIN).empty()) << "a program has closed it";
+    EXPECT_THAT(connected(E_HW_DISP_MODULE_EXTIN), ElementsAre(hPort));
+    EXPECT_EQ(HW_EXTIN_Close(hPort), HW_OK);
+    EXPECT_TRUE(connected(E_HW_DISP_MODULE_EXTIN).empty()) << "the program has closed it";
     EXPECT_NO_THROW(vset::disp::disconnectInput(0));
 }
 
 TEST_F(VsetDisp, RefusesWhatIsWrong) {
     const HW_DISP_ConnectQuery_t stNoKind = {1, 68, 1}, stNoFirst = {0, 199, 1}, stNoLast = {1, 199, 2};
-    const HW_DISP_TestPattern_t stPattern = {10, 1, 1, {1, 1, 1}};
-    const HW_DISP_PqBlock_t stBlock = {3, 1};
+    const HW_DISP_TestPattern_t stPattern = {10, 1, 1, {1, 1, 1}}, stEnable = {6, 2, 1, {1, 1, 1}};
+    const HW_DISP_PqBlock_t stBlock = {3, 1}, stFlag = {2, 2};
     const HW_DISP_PqVersionRequest_t stRequest = {7};
     std::vector<HW_U16> curve(256, 7);
     HW_DISP_GammaCurve_t stNoCurve = {0, 1, {curve.data(), curve.data(), nullptr}, {7, 7, 7}};
@@ -197,6 +203,10 @@ TEST_F(VsetDisp, RefusesWhatIsWrong) {
         {"attribute before record", HW_ERR_NOT_SUPPORT, attr(2, nullptr)},
         {"color without a record", HW_ERR_INVALID_PARAMETER, attr(1, nullptr)},
         {"no such stage", HW_ERR_INVALID_PARAMETER, attr(0x401, &stPattern)},
+        {"pattern is no flag", HW_ERR_INVALID_PARAMETER, attr(0x401, &stEnable)},
+        {"block is no flag", HW_ERR_INVALID_PARAMETER, set(10, &stFlag)},
+        {"gamma is no flag", HW_ERR_INVALID_PARAMETER, set(27, &stFlag)},
+        {"master is no flag", HW_ERR_INVALID_PARAMETER, set(39, &stFlag)},
         {"range cannot be set", HW_ERR_NOT_SUPPORT, set(24, out.data())},
         {"version cannot be set", HW_ERR_NOT_SUPPORT, set(3841, out.data())},
         {"no parameter 6", HW_ERR_NOT_SUPPORT, set(6, out.data())},
@@ -206,8 +216,12 @@ TEST_F(VsetDisp, RefusesWhatIsWrong) {
         {"curve's word", HW_ERR_INVALID_PARAMETER, set(28, &stWord)},
         {"last entry of another curve", HW_ERR_INVALID_PARAMETER, set(28, &stLast)},
         {"temperature cannot be read", HW_ERR_NOT_SUPPORT, get(2, nullptr)},
+        {"range has no input", HW_ERR_INVALID_PARAMETER, get(24, &stRequest)},
         {"version of what", HW_ERR_INVALID_PARAMETER, get(3841, nullptr)},
         {"no such version", HW_ERR_INVALID_PARAMETER, get(3841, &stRequest)},
+        {"mute nothing", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetMute(_hMain, 0); }},
+        {"mute something else", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetMute(_hMain, 0x406); }},
+        {"unmute something else", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetUnMute(_hMain, 8); }},
         {"mute of none", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_SetMute(_hController, 4); }},
         {"no query", HW_ERR_INVALID_PARAMETER, number(nullptr)},
         {"no such kind", HW_ERR_INVALID_PARAMETER, number(&stNoKind)},
@@ -218,7 +232,7 @@ TEST_F(VsetDisp, RefusesWhatIsWrong) {
     EXPECT_THAT(out, Each(kUntouched));
     EXPECT_TRUE(window(0).pictureParameters.empty());
     EXPECT_FALSE(window(0).bPending);
-    EXPECT_EQ(window(0).testPattern.u32Mode, 0u);
+    EXPECT_EQ(window(0).testPattern.u32Mode + window(0).u32MuteFlags, 0u);
 }
 
 TEST_F(VsetDisp, PictureParametersAreKeptByteForByte) {
@@ -232,7 +246,7 @@ TEST_F(VsetDisp, PictureParametersAreKeptByteForByte) {
     }
     for (const Row& stRow : std::vector<Row>{
              {2, 24}, {5, 4}, {12, 4}, {16, 4}, {18, 4}, {19, 4}, {20, 4}, {21, 4}, {23, 32}, {27, 1}, {39, 1}}) {
-        const std::string strSent = strRecord.substr(stRow.size % 7 * 4, stRow.size);
+        const std::string strSent = stRow.size == 1 ? "\1" : strRecord.substr(stRow.size % 7 * 4, stRow.size);
         EXPECT_EQ(HW_DISP_SetPictureParam(_hMain, stRow.u32Param, strSent.data()), HW_OK);
         EXPECT_EQ(window(0).pictureParameters[stRow.u32Param], strSent) << stRow.u32Param;
         EXPECT_TRUE(window(0).bPending);
@@ -261,6 +275,7 @@ TEST_F(VsetDisp, PictureParametersAreKeptByteForByte) {
     EXPECT_EQ(HW_DISP_SetInputRect(_hMain, &stRect), HW_OK);
     EXPECT_EQ(bytes(window(0).inputRectangle.value()), bytes(stRect));
     EXPECT_TRUE(window(0).bPending);
+    EXPECT_FALSE(window(0).shownRectangle) << "was not applied";
     EXPECT_TRUE(window(1).pictureParameters.empty()) << "another window's";
     vset::powerCycle();
     EXPECT_TRUE(window(0).pictureParameters.empty());
@@ -349,6 +364,18 @@ TEST_F(VsetDisp, SourcesShowBars) {
         vset::disp::freezeVideo(u64Frame);
         EXPECT_NE(picture(0).pixels, video.pixels) << u64Frame;
     }
+    const HW_DISP_InputRect_t stWhole = {0, 0, 960, 540, 960, 540}, stOneBar = {120, 68, 120, 67, 960, 540};
+    const auto show = [&](const HW_DISP_InputRect_t& stRect) {
+        EXPECT_EQ(HW_DISP_SetInputRect(_hMain, &stRect), HW_OK);
+        EXPECT_EQ(HW_DISP_ApplySetting(_hMain), HW_OK);
+        return picture(0);
+    };
+    EXPECT_EQ(HW_DISP_SetInputRect(_hMain, &stOneBar), HW_OK);
+    EXPECT_EQ(picture(0).at(1919, 500), kBlack) << "not applied yet";
+    EXPECT_EQ(show(stOneBar).at(0, 500), 0xFFBFBF00u);
+    EXPECT_EQ(bytes(window(0).shownRectangle.value()), bytes(stOneBar));
+    EXPECT_EQ(picture(0).at(1919, 500), 0xFFBFBF00u);
+    EXPECT_EQ(show(stWhole).at(1919, 500), kBlack);
     vset::disp::freezeVideo(std::nullopt);
     const vset::Picture moving = picture(0);
     EXPECT_TRUE(test::eventually([&] { return picture(0).pixels != moving.pixels; }));
@@ -361,6 +388,9 @@ TEST_F(VsetDisp, SourcesShowBars) {
     const vset::Picture input = picture(0);
     EXPECT_EQ(input.at(0, 600), input.at(1919, 600));
     EXPECT_NE(input.at(0, 0), input.at(0, 1079));
+    const vset::Picture oneBar = show(stOneBar);
+    EXPECT_EQ(oneBar.at(0, 0), 0xFF0000BFu);
+    EXPECT_EQ(oneBar.at(0, 1079), 0xFF0000BFu);
     vset::disp::disconnectInput(0);
     EXPECT_TRUE(showsOnly(kBlack)) << "nothing connected";
 }
@@ -404,6 +434,7 @@ TEST_F(VsetDisp, ControllerKnowsItsTimings) {
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetControlAttr(_hController, 1, nullptr); }},
         {"index", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_OpenController(&stOther, &hUntouched); }},
         {"the player's", HW_ERR_BUSY, [&] { return HW_DISP_OpenController(&kController, &hUntouched); }},
+        {"not closed", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_CloseController(_hController); }},
         {"a window's close", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(_hController); }},
     });
     EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
@@ -449,6 +480,7 @@ TEST_F(VsetDisp, OutputIsInitialisedAndHeld) {
         {"the player's", HW_ERR_BUSY, [&] { return openOutput(&hUntouched); }},
         {"second output", HW_ERR_INVALID_PARAMETER, [&] { return openOutput(&hUntouched, 1); }},
         {"found", HW_OK, [&] { return findOutput(&hOutput); }},
+        {"not closed", HW_ERR_INVALID_HANDLE, [&] { return HW_DISPOUT_Close(hOutput); }},
         {"window as output", HW_ERR_INVALID_HANDLE, [&] { return HW_DISPOUT_Close(_hMain); }},
     });
     EXPECT_TRUE(window(0).bOpen) << "stays open";
@@ -494,6 +526,7 @@ const PanelAttribute kPanelAttributes[] = {
 
 TEST_F(VsetDisp, OutputHasPanelAttributes) {
     HW_Handle_t hOutput = 0;
+    HW_U32 u32Out = kUntouched;
     ASSERT_EQ(initOutput(), HW_OK);
     ASSERT_EQ(findOutput(&hOutput), HW_OK);
     for (const PanelAttribute& stRow : kPanelAttributes) {
@@ -522,8 +555,10 @@ TEST_F(VsetDisp, OutputHasPanelAttributes) {
     test::expectRefusals({
         {"set without a record", HW_ERR_INVALID_PARAMETER,
          [&] { return HW_DISPOUT_PanelSetAttr(hOutput, 0, nullptr); }},
+        {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISPOUT_PanelGetAttr(hOutput, 16, &hOutput, &u32Out); }},
         {"window", HW_ERR_INVALID_HANDLE, [&] { return HW_DISPOUT_PanelGetAttr(_hMain, 10, nullptr, nullptr); }},
     });
+    EXPECT_EQ(u32Out, kUntouched);
     vset::powerCycle();
     EXPECT_EQ(vset::dispout::attribute(4), kPanelAttributes[4].strFirst);
 }

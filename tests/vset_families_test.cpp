@@ -237,7 +237,7 @@ TEST_F(VsetConfig, HandlesAndTexts) {
     EXPECT_EQ(read("/data/h.ini"), "[a]\nk = value 99\n");
 
     HW_Handle_t hConfig = kUntouched;
-    HW_SYS_ConfigData_t stType = {1, 0, nullptr};
+    HW_SYS_ConfigData_t stType = {1, 0, nullptr}, stLength = {2, 1, nullptr}, stText = {2, 0, u8("x")};
     const HW_Handle_t hOpen = opened("/data/h.ini");
     expectRefusals({
         {"closed", HW_ERR_INVALID_HANDLE, [&] { return HW_SYS_CloseConfigFile(hOne); }},
@@ -246,6 +246,8 @@ TEST_F(VsetConfig, HandlesAndTexts) {
         {"missing", HW_ERR_FAILED, [&] { return HW_SYS_OpenConfigFile(u8("/data/none.ini"), &hConfig); }},
         {"a folder", HW_ERR_FAILED, [&] { return HW_SYS_OpenConfigFile(u8("/data"), &hConfig); }},
         {"other type", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetConfigData(hOpen, u8("a:k"), &stType); }},
+        {"get a length", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetConfigData(hOpen, u8("a:k"), &stLength); }},
+        {"get into a text", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetConfigData(hOpen, u8("a:k"), &stText); }},
     });
     EXPECT_EQ(hConfig, kUntouched);
     vset::powerCycle();
@@ -451,10 +453,10 @@ TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     }
 }
 
-class VsetNet : public test::SetTest {
+class VsetNet : public test::MiddlewareTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
+        MiddlewareTest::SetUp();
         bringUp();
     }
     static void bringUp() {
@@ -524,6 +526,12 @@ TEST_F(VsetNet, TheWatchdogsHandleIsThereFromItsInitOn) {
     EXPECT_EQ(watchdogs(), 0);
     vset::wdt::setPresent(true);
     EXPECT_EQ(HW_WDT_GetHandle(&stParams, &hWdt), HW_OK);
+    HW_U32 u32Out = kUntouched;
+    expectRefusals({
+        {"time cannot be read", HW_ERR_NOT_SUPPORT, [&] { return HW_WDT_GetAttr(hWdt, 0, nullptr, &u32Out); }},
+        {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_WDT_GetAttr(hWdt, 5, &stInit, &u32Out); }},
+    });
+    EXPECT_EQ(u32Out, kUntouched);
 }
 
 }  // namespace

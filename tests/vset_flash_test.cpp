@@ -6,12 +6,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "hw3/hw_flash.h"
 #include "hw3/hw_sys.h"
 #include "support/emulation.h"
+#include "support/process.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/flash.h"
@@ -133,7 +133,12 @@ TEST_F(VsetFlash, RefusesBeforeItsInit) {
 TEST_F(VsetFlash, OneHandlePerFlashTypeSharedWithThePlayer) {
     const HW_Handle_t hEmmc = opened(E_HW_FLASH_TYPE_EMMC);
     HW_Handle_t hFlash = kUntouched;
+    HW_FLASH_OpenParams_t stNamed = {};
+    HW_FLASH_HandleParams_t stAlsoNamed = {};
+    stNamed.au8Name[0] = stAlsoNamed.au8Name[127] = 1;
     expectRefusals({
+        {"open by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Open(&stNamed, &hFlash); }},
+        {"find by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_GetHandle(&stAlsoNamed, &hFlash); }},
         {"open twice", HW_ERR_BUSY, [&] { return open(2, &hFlash); }},
         {"no such type", HW_ERR_INVALID_PARAMETER, [&] { return open(3, &hFlash); }},
         {"no such type", HW_ERR_INVALID_PARAMETER, [&] { return find(0xFFFFFFFF, &hFlash); }},
@@ -374,16 +379,13 @@ TEST_F(VsetFlash, APowerCutDoesNotLeaveHalfAPartition) {
     Image bytes(4096, 1);
     unsigned int u32Cuts = 0;
     for (bool bFinished = false; !bFinished; u32Cuts += bFinished ? 0 : 1) {
-        const pid_t child = fork();
-        if (child == 0) {
+        const int s32Exit = test::runInChild([&] {
             HW_U32 u32Report = 0;
             std::filesystem::remove(folder() + "/partitions/small.img");
             vset::cutPowerAtWrite(u32Cuts + 1);
-            _exit(transfer(HW_FLASH_Write, hFlash, "small", 4096, bytes, &u32Report) == HW_OK ? 0 : 1);
-        }
-        int s32Status = 0;
-        waitpid(child, &s32Status, 0);
-        bFinished = WIFEXITED(s32Status);
+            transfer(HW_FLASH_Write, hFlash, "small", 4096, bytes, &u32Report);
+        });
+        bFinished = s32Exit == 0;
         EXPECT_THAT(vset::check(folder()), testing::IsEmpty()) << u32Cuts;
     }
     EXPECT_GE(u32Cuts, 4u) << "three blank blocks and one with data";
@@ -400,15 +402,11 @@ TEST_F(VsetFlash, APowerCutDoesNotLeaveAPartitionHalfResized) {
         EXPECT_EQ(transfer(HW_FLASH_Write, opened(), "small", 0, bytes, &u32Report), HW_OK);
         unsigned int u32Cuts = 0;
         for (bool bFinished = false; !bFinished; ++u32Cuts) {
-            const pid_t child = fork();
-            if (child == 0) {
+            const int s32Exit = test::runInChild([&] {
                 vset::cutPowerAtWrite(u32Cuts + 1);
                 vset::flash::setPartition("small", u64Size);
-                _exit(0);
-            }
-            int s32Status = 0;
-            waitpid(child, &s32Status, 0);
-            bFinished = WIFEXITED(s32Status);
+            });
+            bFinished = s32Exit == 0;
             vset::detach();
             vset::attach(folder());
             EXPECT_THAT(vset::check(folder()), testing::IsEmpty()) << u32Cuts;

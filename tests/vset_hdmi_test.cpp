@@ -163,6 +163,13 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
             EXPECT_TRUE(stHandle.u32Handle != hFound || stHandle.bPlayer);
         }
         EXPECT_THROW(family.hold(family.u32Other), vset::SetError);
+        if (family.pClose != nullptr) {
+            const bool bCloses = family.pClose == HW_IIC_Close;
+            EXPECT_EQ(family.pClose(hFound), bCloses ? HW_OK : HW_ERR_INVALID_HANDLE);
+            EXPECT_EQ(test::lastReason(), bCloses ? "closes the player's" : "");
+            EXPECT_EQ(family.find(&family.u32Other, &hFound), bCloses ? HW_ERR_FAILED : HW_OK);
+            bCloses ? family.hold(family.u32Other) : void();
+        }
         family.release(family.u32Other);
         EXPECT_EQ(family.find(&family.u32Other, &hUntouched), HW_ERR_FAILED);
         EXPECT_THROW(family.release(family.u32Other), vset::SetError);
@@ -273,7 +280,7 @@ TEST_F(VsetHdmi, RefusesWhatAPortRefuses) {
     buffer.fill(0xA5);
     HW_EXTIN_HdmiEdid_t stSmall = {0, kUntouched, buffer.data(), 255}, stEmpty = {0, kUntouched, buffer.data(), 0},
                         stNowhere = {0, 1, nullptr, 256};
-    const HW_EXTIN_HdmiHpd_t stHigh = {0, 1}, stWrongByte = {1, 0};
+    const HW_EXTIN_HdmiHpd_t stHigh = {0, 1}, stWrongByte = {1, 0}, stTwo = {0, 2};
     HW_Handle_t hUntouched = kUntouched;
     const HW_EXTIN_OpenParams_t stType = {0, E_HW_EXTIN_TYPE_NUM, 0}, stNoSvideo = {0, E_HW_EXTIN_TYPE_SVIDEO, 0};
     const std::string strBefore = vset::extin::edid(0, 1);
@@ -302,6 +309,7 @@ TEST_F(VsetHdmi, RefusesWhatAPortRefuses) {
         {"set from nowhere", HW_ERR_INVALID_PARAMETER, setAttr(hPort, kEdid, &stNowhere)},
         {"no hot plug", HW_ERR_INVALID_PARAMETER, setAttr(hPort, kHpd, nullptr)},
         {"level in the wrong byte", HW_ERR_INVALID_PARAMETER, setAttr(hPort, kHpd, &stWrongByte)},
+        {"level 2", HW_ERR_INVALID_PARAMETER, setAttr(hPort, kHpd, &stTwo)},
         {"set version 4", HW_ERR_INVALID_PARAMETER, [&] { return set(hPort, 4, "x"); }},
         {"version 4", HW_ERR_INVALID_PARAMETER, [&] { return set(hPort, 4, std::nullopt); }},
     });
@@ -372,6 +380,7 @@ TEST_F(VsetCecPwm, CecIsSwitchedAndSaysSo) {
     test::expectRefusals({
         {"attribute 4", HW_ERR_NOT_SUPPORT, [&] { return HW_CEC_GetAttr(hCec, 4, nullptr, &u32Out); }},
         {"to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_CEC_GetAttr(hCec, 5, nullptr, nullptr); }},
+        {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_CEC_GetAttr(hCec, 6, &hCec, &u32Out); }},
         {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_CEC_GetAttr(0, 5, nullptr, &u32Out); }},
         {"enable no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_CEC_Enable(0); }},
         {"disable no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_CEC_Disable(hCec + 1); }},
@@ -411,6 +420,7 @@ TEST_F(VsetCecPwm, EveryPwmChannelHasItsOwnValues) {
         {"attribute 13", HW_ERR_NOT_SUPPORT, [&] { return HW_PWM_GetAttr(handles[0], 13, nullptr, &u32Value); }},
         {"from nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_PWM_SetAttr(handles[0], 1, nullptr); }},
         {"to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_PWM_GetAttr(handles[0], 1, nullptr, nullptr); }},
+        {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_PWM_GetAttr(handles[0], 1, &handles, &u32Value); }},
         {"set no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_PWM_SetAttr(0, 1, &u32Value); }},
         {"get no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_PWM_GetAttr(0, 1, nullptr, &u32Value); }},
     });

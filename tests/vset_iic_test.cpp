@@ -131,29 +131,30 @@ TEST_F(VsetIic, AnEepromWritesAPageAtATime) {
 
 TEST_F(VsetIic, RefusesWhatABusRefuses) {
     plug(256);
-    HW_U8 au8Buffer[4] = {1, 2, 3, 4}, *pu8Buffer = au8Buffer, *pu8Nowhere = nullptr;
+    HW_U8 au8Buffer[4] = {1, 2, 3, 4}, *pu8Buffer = au8Buffer;
     HW_IIC_DeviceInfo_t stInfo = {kUntouched, 0xA5A5};
     HW_U32 u32Written = kUntouched;
     // A good transfer, and what may be wrong with it.
-    const HW_IIC_ReadParams_t kReads[] = {{3, kId, 1, au8Buffer, 4, au8Buffer},
-                                          {0, kId, 5, au8Buffer, 4, au8Buffer},
-                                          {0, kId, 1, nullptr, 4, au8Buffer},
-                                          {0, kId - 0x100, 1, au8Buffer, 4, au8Buffer}};
+    HW_IIC_ReadParams_t aReads[] = {{3, kId, 1, au8Buffer, 4, au8Buffer},
+                                    {0, kId, 5, au8Buffer, 4, au8Buffer},
+                                    {0, kId, 1, nullptr, 4, au8Buffer},
+                                    {0, kId - 0x100, 1, au8Buffer, 4, au8Buffer},
+                                    {0, kId, 1, au8Buffer, 4, nullptr}};
     const HW_IIC_WriteParams_t kWrites[] = {
         {{kId, 5, au8Buffer, 4, au8Buffer}}, {{kId, 1, nullptr, 4, au8Buffer}}, {{kId, 1, au8Buffer, 4, nullptr}}};
-    const HW_IIC_ReadParams_t stRead = {0, kId, 1, au8Buffer, 4, au8Buffer};
+    HW_IIC_ReadParams_t stRead = {0, kId, 1, au8Buffer, 4, au8Buffer};
     const HW_IIC_WriteParams_t stWrite = {{kId, 1, au8Buffer, 4, au8Buffer}};
-    for (const HW_IIC_ReadParams_t& stBad : kReads) {
-        EXPECT_EQ(HW_IIC_Read(_hIic, &stBad, &pu8Buffer), HW_ERR_INVALID_PARAMETER) << &stBad - kReads;
+    for (HW_IIC_ReadParams_t& stBad : aReads) {
+        EXPECT_EQ(HW_IIC_Read(_hIic, &stBad, &stBad.pu8Buf), HW_ERR_INVALID_PARAMETER) << &stBad - aReads;
     }
     for (const HW_IIC_WriteParams_t& stBad : kWrites) {
         EXPECT_EQ(HW_IIC_Write(_hIic, &stBad, &u32Written), HW_ERR_INVALID_PARAMETER) << &stBad - kWrites;
     }
     test::expectRefusals({
-        {"no buffer", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, &stRead, &pu8Nowhere); }},
+        {"a pointer outside", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, &stRead, &pu8Buffer); }},
         {"no pointer", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, &stRead, nullptr); }},
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, nullptr, &pu8Buffer); }},
-        {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_IIC_Read(0, &stRead, &pu8Buffer); }},
+        {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_IIC_Read(0, &stRead, &stRead.pu8Buf); }},
         {"write no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Write(_hIic, nullptr, &u32Written); }},
         {"write no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_IIC_Write(0, &stWrite, &u32Written); }},
         {"information to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_IIC_GetDeviceInfo(0, nullptr); }},

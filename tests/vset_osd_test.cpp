@@ -16,10 +16,13 @@ namespace {
 using test::findLayer;
 using test::kUntouched;
 using test::surfaceAt;
-using test::surfaceOver;
 
 class VsetOsd : public test::OsdTest {
 protected:
+    // A surface over memory of the program.
+    alignas(kAlignment) HW_U32 _aPixels[16 * 4] = {};
+    const HW_OSD_SurfaceAttr_t _stVirtual = {16, 4, 64, 8, 0, 1, reinterpret_cast<HW_U64>(_aPixels), 0};
+
     static long openOsdHandles() {
         const std::vector<vset::OpenHandle> handles = vset::openHandles();
         return std::count_if(handles.begin(), handles.end(), [](const vset::OpenHandle& stHandle) {
@@ -88,15 +91,13 @@ TEST_F(VsetOsd, NeedsTheSystemAndNoInitOfItsOwn) {
     vset::powerCycle();
     const HW_OSD_InitParams_t stInit = {0, 64}, stReserved = {1, 64}, stFewer = {0, 63};
     const HW_OSD_LayerAttr_t stLayer = {2, 7, 0, 0, 8, 8, 8, 8};
-    std::vector<HW_U32> pixels(4);
-    const HW_OSD_SurfaceAttr_t stSurface = surfaceOver(pixels, 2);
     HW_U32 u32Out = kUntouched;
     const auto useAll = [&](HW_Result_t result) {
         test::expectRefusals({
             {"layer", result, [&] { return findLayer(0, &u32Out); }},
             {"a layer of its own", result, [&] { return HW_OSD_LayerCreate(&stLayer, &u32Out); }},
             {"capability", result, [&] { return HW_OSD_SurfaceQueryCapability(0, 8, &u32Out); }},
-            {"surface", result, [&] { return HW_OSD_SurfaceCreate(&stSurface, &u32Out); }},
+            {"surface", result, [&] { return HW_OSD_SurfaceCreate(&_stVirtual, &u32Out); }},
         });
     };
     EXPECT_EQ(HW_OSD_Init(&stInit), HW_ERR_NOT_INITED);
@@ -142,6 +143,8 @@ TEST_F(VsetOsd, RefusesWhatIsWrong) {
         {"capability", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceQueryCapability(2, 8, &u32Out); }},
         {"of a format", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceQueryCapability(0, 9, &u32Out); }},
         {"capability out", HW_ERR_INVALID_PARAMETER, [&] { return HW_OSD_SurfaceQueryCapability(0, 8, nullptr); }},
+        {"player's layer", HW_ERR_INVALID_HANDLE, [&] { return HW_OSD_LayerDestroy(hLayer); }},
+        {"player's surface", HW_ERR_INVALID_HANDLE, [&] { return HW_OSD_SurfaceDestroy(hSurface); }},
         {"never locked", HW_ERR_FAILED, [&] { return HW_OSD_SurfaceUnlock(hSurface); }},
     };
     test::expectRefusals(rows);
@@ -194,10 +197,8 @@ TEST_F(VsetOsd, RefusesWrongRecords) {
     using Layer = HW_OSD_LayerAttr_t;
     using Window = HW_OSD_WindowAttr_t;
     using Surface = HW_OSD_SurfaceAttr_t;
-    std::vector<HW_U32> pixels(64);
     const Layer stLayer = {2, 7, 0, 0, 8, 8, 8, 8};
     const Window stWindow = {layer(1), 0, 0, 8, 8, 1, 8, 2, 8, 8, {}};
-    const Surface stSurface = surfaceOver(pixels, 8);
     Window stReserved = stWindow;
     stReserved.au32Reserved[3] = 1;
     HW_Handle_t hOut = kUntouched;
@@ -212,19 +213,20 @@ TEST_F(VsetOsd, RefusesWrongRecords) {
         EXPECT_EQ(HW_OSD_WindowCreate(&stWrong, &hOut), HW_ERR_INVALID_PARAMETER);
     }
     const Surface aWrong[] = {
-        but(stSurface, &Surface::u32Width, 0u),          but(stSurface, &Surface::u32Height, 0u),
-        but(stSurface, &Surface::u32Pitch, 31u),         but(stSurface, &Surface::u32Width, 0x40000001u),
-        but(stSurface, &Surface::u32ColorFormat, 16u),   but(stSurface, &Surface::u32Reserved, 1u),
-        but(stSurface, &Surface::u32MemKind, 0u),        but(stSurface, &Surface::u32MemKind, 3u),
-        but(stSurface, &Surface::u64Address, HW_U64{0}), but(stSurface, &Surface::u64Address, ~HW_U64{0} - 64),
-        but(stSurface, &Surface::u64Reserved, HW_U64{1})};
+        but(_stVirtual, &Surface::u32Width, 0u),          but(_stVirtual, &Surface::u32Height, 0u),
+        but(_stVirtual, &Surface::u32Width, 17u),         but(_stVirtual, &Surface::u32Width, 0x40000001u),
+        but(_stVirtual, &Surface::u32ColorFormat, 16u),   but(_stVirtual, &Surface::u32Reserved, 1u),
+        but(_stVirtual, &Surface::u32MemKind, 0u),        but(_stVirtual, &Surface::u32MemKind, 3u),
+        but(_stVirtual, &Surface::u64Address, HW_U64{0}), but(_stVirtual, &Surface::u64Address, ~HW_U64{0} - 63),
+        but(_stVirtual, &Surface::u64Reserved, HW_U64{1})};
     for (std::size_t i = 0; i < std::size(aWrong); ++i) {
         EXPECT_EQ(HW_OSD_SurfaceCreate(&aWrong[i], &hOut), HW_ERR_INVALID_PARAMETER) << i;
     }
-    EXPECT_EQ(HW_OSD_SurfaceCreate(&stSurface, nullptr), HW_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(HW_OSD_SurfaceCreate(&_stVirtual, nullptr), HW_ERR_INVALID_PARAMETER);
     EXPECT_EQ(hOut, kUntouched);
     EXPECT_EQ(vset::osd::layer(1)->windows.size(), 1u);
     EXPECT_EQ(vset::osd::surfaces().size(), 1u);
+    create(_stVirtual);
 }
 
 TEST_F(VsetOsd, LayersComeAndGo) {
@@ -269,8 +271,7 @@ TEST_F(VsetOsd, LayersComeAndGo) {
     EXPECT_FALSE(vset::osd::layer(2));
     EXPECT_EQ(vset::osd::surfaces().size(), 1u) << "a surface outlives the windows that show it";
 
-    std::vector<HW_U32> pixel(1);
-    EXPECT_EQ(HW_OSD_SurfaceDestroy(create(surfaceOver(pixel, 1))), HW_OK);
+    EXPECT_EQ(HW_OSD_SurfaceDestroy(create(_stVirtual)), HW_OK);
     EXPECT_EQ(openOsdHandles(), 5) << "three layers, a window and a surface";
 
     vset::powerCycle();
@@ -296,12 +297,12 @@ TEST_F(VsetOsd, SurfacesLieWhollyInMemory) {
     } const aRows[] = {
         {"for captures", but(stCapture, &HW_OSD_SurfaceAttr_t::u32ColorFormat, 17u), HW_OK},
         {"up to the end", surfaceAt(u64End - 1024, 16, 16), HW_OK},
-        {"beyond the end", surfaceAt(u64End - 1020, 16, 16), HW_ERR_INVALID_PARAMETER},
-        {"before the beginning", surfaceAt(u64End - stRegion.u32Length - 4, 16, 16), HW_ERR_INVALID_PARAMETER},
+        {"beyond the end", surfaceAt(u64End - 960, 16, 16), HW_ERR_INVALID_PARAMETER},
+        {"before the beginning", surfaceAt(u64End - stRegion.u32Length - 64, 16, 16), HW_ERR_INVALID_PARAMETER},
         {"region that nobody has", stBare, HW_ERR_INVALID_PARAMETER},
         {"all of an allocation", stWhole, HW_OK},
         {"with a row more", but(stWhole, &HW_OSD_SurfaceAttr_t::u32Height, 0x101u), HW_ERR_INVALID_PARAMETER},
-        {"with a longer pitch", but(stWhole, &HW_OSD_SurfaceAttr_t::u32Pitch, 0x104u), HW_ERR_INVALID_PARAMETER},
+        {"with a longer pitch", but(stWhole, &HW_OSD_SurfaceAttr_t::u32Pitch, 0x140u), HW_ERR_INVALID_PARAMETER},
         {"more than 4 GiB", {0x10000, 0x4000, 0x40000, 8, 0, 2, u64Iommu, 0}, HW_ERR_INVALID_PARAMETER},
     };
     for (const auto& stRow : aRows) {
@@ -324,9 +325,15 @@ TEST_F(VsetOsd, LocksCountAndGiveTheAddressesOfTheMemory) {
     EXPECT_EQ(u64Virt, u64Known);
     EXPECT_EQ(u64Phys, u64Iommu);
     EXPECT_EQ(vset::osd::surfaces().back().u32Locks, 2u);
+    const HW_Handle_t hLocked = create(_stVirtual);
+    EXPECT_EQ(pixelsOf(hLocked), _aPixels);
+    EXPECT_EQ(HW_OSD_SurfaceDestroy(hLocked), HW_OK);
+    EXPECT_EQ(test::lastReason(), "destroys a locked surface");
     EXPECT_EQ(HW_OSD_SurfaceUnlock(hIommu), HW_OK);
     EXPECT_EQ(HW_OSD_SurfaceUnlock(hIommu), HW_OK);
     EXPECT_EQ(HW_OSD_SurfaceUnlock(hIommu), HW_ERR_FAILED);
+    EXPECT_EQ(HW_OSD_SurfaceDestroy(create(_stVirtual)), HW_OK);
+    EXPECT_EQ(test::lastReason(), "") << "that of the unlock";
     reinterpret_cast<HW_U32*>(u64Virt)[0x40 * 3 + 5] = 0x12345678;
     EXPECT_EQ(vset::osd::surfacePicture(hIommu).at(5, 3), 0x12345678u);
     EXPECT_EQ(HW_OSD_SurfaceLock(playersSurface(), &u64Virt, &u64Phys), HW_OK);
@@ -360,6 +367,22 @@ TEST_F(VsetOsd, TellsWhatSurfacesNeed) {
     };
     EXPECT_EQ(ask(0), 64u);
     EXPECT_EQ(ask(1), 64u);
+    using Surface = HW_OSD_SurfaceAttr_t;
+    const Surface stAddress = but(_stVirtual, &Surface::u64Address, _stVirtual.u64Address + 32),
+                  stPitch = but(_stVirtual, &Surface::u32Pitch, 96u),
+                  stNowhere = but(_stVirtual, &Surface::u64Address, HW_U64{kAlignment});
+    HW_Handle_t hOut = kUntouched;
+    for (const Surface& stWrong : {stAddress, stPitch, stNowhere}) {
+        EXPECT_EQ(HW_OSD_SurfaceCreate(&stWrong, &hOut), HW_ERR_INVALID_PARAMETER);
+    }
+    vset::osd::setSurfaceAlignment(32, 32);
+    create(stAddress);
+    create(stPitch);
+    for (std::size_t count = vset::osd::surfaces().size(); count < 64; ++count) {
+        create(_stVirtual);
+    }
+    EXPECT_EQ(HW_OSD_SurfaceCreate(&_stVirtual, &hOut), HW_ERR_RESOURCES);
+    EXPECT_EQ(hOut, kUntouched);
     vset::osd::setSurfaceAlignment(1, 4096);
     EXPECT_THROW(vset::osd::setSurfaceAlignment(0, 64), vset::SetError);
     EXPECT_THROW(vset::osd::setSurfaceAlignment(64, 48), vset::SetError);
@@ -368,7 +391,7 @@ TEST_F(VsetOsd, TellsWhatSurfacesNeed) {
 }
 
 TEST_F(VsetOsd, DoesNothingWhileItFails) {
-    const HW_Handle_t hSurface = playersSurface(), hLayer = layer(0), hWindow = playersWindow(0);
+    const HW_Handle_t hSurface = create(_stVirtual), hLayer = layer(0), hWindow = playersWindow(0);
     vset::inject({"HW_OSD_LayerHide"});
     vset::inject({"HW_OSD_SurfaceDestroy", HW_ERR_BUSY});
     vset::inject({"HW_OSD_WindowFlipByExternSurface"});
@@ -379,7 +402,7 @@ TEST_F(VsetOsd, DoesNothingWhileItFails) {
     EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_ERR_FAILED);
     const vset::osd::Layer stLayer = *vset::osd::layer(0);
     EXPECT_TRUE(stLayer.bShown);
-    EXPECT_EQ(stLayer.windows.at(0).u32Surface, hSurface);
+    EXPECT_EQ(stLayer.windows.at(0).u32Surface, playersSurface());
     EXPECT_EQ(HW_OSD_SurfaceDestroy(hSurface), HW_OK);
 }
 

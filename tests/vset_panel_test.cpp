@@ -31,6 +31,12 @@ class VsetPanel : public test::OsdTest {
 protected:
     static constexpr unsigned int kWidth = vset::panel::kWidth, kHeight = vset::panel::kHeight;
 
+    // Pixels may lie anywhere.
+    void SetUp() override {
+        OsdTest::SetUp();
+        vset::osd::setSurfaceAlignment(1, 1);
+    }
+
     // Makes all of the panel gray, below all other graphics.
     static void paintBackground() { std::fill_n(pixelsOf(playersSurface()), std::size_t{kWidth} * kHeight, kGray); }
 
@@ -102,58 +108,45 @@ TEST_F(VsetPanel, ScalesAndClips) {
     std::vector<HW_U32> square = {A, B, C, D};
     const HW_Handle_t hSquare = create(surfaceOver(square, 2));
     constexpr HW_U32 kFar = 0xFFFFFFFF;
-    struct {
+    // A rectangle and the size of what fills it.
+    struct Place {
+        Rectangle rectangle;
+        HW_U32 u32SrcWidth, u32SrcHeight;
+    };
+    const Place stLayer = {{3, 4, 9, 9}, 9, 9}, stFar = {{kFar, kFar, kFar, kFar}, kFar, kFar},
+                stWhole = {{0, 0, 2, 2}, 2, 2};
+    const std::vector<Spot> asItIs = {{3, 4, A}, {4, 4, B}, {3, 5, C}, {4, 5, D}};
+    const struct {
         const char* pszName;
-        Rectangle layer;
-        HW_U32 u32LayerWidth, u32LayerHeight;
-        Rectangle window;
-        HW_U32 u32WindowWidth, u32WindowHeight;
+        Place layer, window;
         std::vector<Spot> spots;
-    } const aRows[] = {
-        {"as it is", {3, 4, 2, 2}, 2, 2, {0, 0, 2, 2}, 2, 2, {{3, 4, A}, {4, 4, B}, {3, 5, C}, {4, 5, D}}},
+    } aRows[] = {
+        {"as it is", {{3, 4, 2, 2}, 2, 2}, stWhole, asItIs},
         {"layer stretched",
-         {3, 4, 4, 2},
-         2,
-         2,
-         {0, 0, 2, 2},
-         2,
-         2,
+         {{3, 4, 4, 2}, 2, 2},
+         stWhole,
          {{3, 4, A}, {4, 4, A}, {5, 4, B}, {6, 4, B}, {3, 5, C}, {4, 5, C}, {5, 5, D}, {6, 5, D}}},
         {"window stretched",
-         {3, 4, 9, 9},
-         9,
-         9,
-         {1, 0, 3, 2},
-         2,
-         2,
+         stLayer,
+         {{1, 0, 3, 2}, 2, 2},
          {{4, 4, A}, {5, 4, A}, {6, 4, B}, {4, 5, C}, {5, 5, C}, {6, 5, D}}},
-        {"window squeezed", {3, 4, 9, 9}, 9, 9, {0, 0, 1, 1}, 2, 2, {{3, 4, A}}},
-        {"part of the surface", {3, 4, 9, 9}, 9, 9, {0, 1, 1, 2}, 1, 2, {{3, 5, A}, {3, 6, C}}},
-        {"surface smaller than the source",
-         {3, 4, 9, 9},
-         9,
-         9,
-         {0, 0, 9, 9},
-         9,
-         9,
-         {{3, 4, A}, {4, 4, B}, {3, 5, C}, {4, 5, D}}},
-        {"the layer ends before the window", {3, 4, 1, 2}, 1, 2, {0, 0, 2, 2}, 2, 2, {{3, 4, A}, {3, 5, C}}},
-        {"window beside the layer", {3, 4, 9, 9}, 9, 9, {9, 0, 2, 2}, 2, 2, {}},
-        {"at the panel's corner", {1919, 1079, 2, 2}, 2, 2, {0, 0, 2, 2}, 2, 2, {{1919, 1079, A}}},
-        {"beside the panel", {1920, 1080, 2, 2}, 2, 2, {0, 0, 2, 2}, 2, 2, {}},
-        {"far away", {kFar, kFar, kFar, kFar}, kFar, kFar, {kFar, kFar, kFar, kFar}, kFar, kFar, {}},
+        {"window squeezed", stLayer, {{0, 0, 1, 1}, 2, 2}, {{3, 4, A}}},
+        {"part of the surface", stLayer, {{0, 1, 1, 2}, 1, 2}, {{3, 5, A}, {3, 6, C}}},
+        {"surface smaller than the source", stLayer, {{0, 0, 9, 9}, 9, 9}, asItIs},
+        {"the layer ends before the window", {{3, 4, 1, 2}, 1, 2}, stWhole, {{3, 4, A}, {3, 5, C}}},
+        {"window beside the layer", stLayer, {{9, 0, 2, 2}, 2, 2}, {}},
+        {"at the panel's corner", {{1919, 1079, 2, 2}, 2, 2}, stWhole, {{1919, 1079, A}}},
+        {"beside the panel", {{1920, 1080, 2, 2}, 2, 2}, stWhole, {}},
+        {"far away", stFar, stFar, {}},
         {"all is huge",
-         {0, 0, kFar, kFar},
-         kFar,
-         kFar,
-         {1, 1, kFar, kFar},
-         kFar,
-         kFar,
+         {{0, 0, kFar, kFar}, kFar, kFar},
+         {{1, 1, kFar, kFar}, kFar, kFar},
          {{1, 1, A}, {2, 1, B}, {1, 2, C}, {2, 2, D}}},
     };
     for (const auto& stRow : aRows) {
-        const HW_Handle_t hLayer = createLayer(stRow.layer, stRow.u32LayerWidth, stRow.u32LayerHeight);
-        createWindow(hLayer, stRow.window, stRow.u32WindowWidth, stRow.u32WindowHeight, hSquare);
+        const HW_Handle_t hLayer =
+            createLayer(stRow.layer.rectangle, stRow.layer.u32SrcWidth, stRow.layer.u32SrcHeight);
+        createWindow(hLayer, stRow.window.rectangle, stRow.window.u32SrcWidth, stRow.window.u32SrcHeight, hSquare);
         expectSpots(stRow.spots, stRow.pszName);
         EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_OK);
     }

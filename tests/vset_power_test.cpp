@@ -10,7 +10,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "hw3/hw_flash.h"
@@ -18,6 +17,7 @@
 #include "hw3/hw_net.h"
 #include "hw3/hw_sys.h"
 #include "support/emulation.h"
+#include "support/process.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/sys.h"
@@ -137,18 +137,17 @@ protected:
             EXPECT_EQ(HW_FS_Close(s32Fd), -1);
         }
     }
-    // The tree after a power cut at the write that `change` ends with: path and content, folders without one.
-    std::map<std::string, std::string> treeAfterCut(const std::function<void()>& change) {
-        const pid_t child = fork();
-        if (child == 0) {
-            change();
+    // Takes the steps and cuts the power at a write after them. Returns the tree: path and content, folders without
+    // one.
+    std::map<std::string, std::string> treeAfterCut(const std::vector<std::function<void()>>& steps) {
+        const int s32Exit = test::runInChild([&] {
+            for (const std::function<void()>& step : steps) {
+                step();
+            }
             vset::cutPowerAtWrite(1);
             HW_FS_MkDir("/data/cut", 0755);
-            _exit(1);
-        }
-        int s32Status = 0;
-        waitpid(child, &s32Status, 0);
-        EXPECT_TRUE(WIFSIGNALED(s32Status)) << "the power is cut";
+        });
+        EXPECT_GT(s32Exit, 128) << "the power is cut";
         std::map<std::string, std::string> tree;
         const std::string strData = folder() + "/tree/data";
         for (const auto& entry : fs::recursive_directory_iterator(strData)) {
@@ -162,10 +161,11 @@ protected:
 
 TEST_F(VsetFiles, DieWithThePower) {
     const std::string strOther = folder() + "/other";
-    for (const std::function<void()>& nextLife : std::vector<std::function<void()>>{vset::powerCycle, [&] {
-                                                                                        vset::detach();
-                                                                                        vset::attach(strOther);
-                                                                                    }}) {
+    const std::function<void()> attachOther = [&] {
+        vset::detach();
+        vset::attach(strOther);
+    };
+    for (const std::function<void()>& nextLife : {std::function<void()>(vset::powerCycle), attachOther}) {
         const Opened stFiles = openAll();
         EXPECT_EQ(HW_FS_Fwrite("kept", 4, 1, stFiles.pStream), 1);
         nextLife();
@@ -205,63 +205,36 @@ TEST_F(VsetFiles, APowerCutTakesBackWhatWasNotSynced) {
         HW_FS_Write(s32Fd, "new", 3);
         HW_FS_Close(s32Fd);
     };
+    using Step = std::function<void()>;
+    const Step renew = [&] { writeFile("/data/f", "w", "new"); },
+               renewAgain = [&] { writeFile("/data/f", "w", "newer"); };
+    const Step sync = [] { HW_FS_Sync(); }, makeFolder = [] { HW_FS_MkDir("/data/d", 0755); };
+    HW_S32 s32Open = -1;
+    const Step begin = [&] { HW_FS_Write(s32Open = HW_FS_Open("/data/f", 2), "n", 1); };
     const struct {
         const char* pszName;
-        std::function<void()> change;
+        std::vector<Step> steps;
         Tree tree;
     } kRows[] = {
-        {"overwritten", [&] { writeFile("/data/f", "w", "new"); }, {{"/f", "old"}}},
-        {"appended", [&] { writeFile("/data/f", "a", "new"); }, {{"/f", "old"}}},
-        {"made", [&] { writeFile("/data/g", "w", "new"); }, {{"/f", "old"}}},
-        {"by libc", [&] { writePlain("/data/f", O_WRONLY | O_CREAT | O_TRUNC); }, {{"/f", "old"}}},
-        {"made by libc", [&] { writePlain("/data/g", O_WRONLY | O_CREAT); }, {{"/f", "old"}}},
-        {"removed", [&] { HW_FS_Unlink("/data/f"); }, {{"/f", "old"}}},
-        {"a folder",
-         [&] {
-             HW_FS_MkDir("/data/d", 0755);
-             writeFile("/data/d/g", "w", "new");
-         },
-         {{"/f", "old"}}},
-        {"synced",
-         [&] {
-             writeFile("/data/f", "w", "new");
-             HW_FS_Sync();
-         },
-         {{"/f", "new"}}},
-        {"synced between",
-         [&] {
-             writeFile("/data/f", "w", "new");
-             HW_FS_Sync();
-             writeFile("/data/f", "w", "newer");
-         },
-         {{"/f", "new"}}},
-        {"synced while open",
-         [&] {
-             const HW_S32 s32Fd = HW_FS_Open("/data/f", 2);
-             HW_FS_Write(s32Fd, "n", 1);
-             HW_FS_Sync();
-             HW_FS_Write(s32Fd, "e", 1);
-         },
-         {{"/f", "nld"}}},
-        {"power cycle before",
-         [&] {
-             writeFile("/data/f", "w", "new");
-             vset::powerCycle();
-         },
-         {{"/f", "new"}}},
+        {"overwritten", {renew}, {{"/f", "old"}}},
+        {"appended", {[&] { writeFile("/data/f", "a", "new"); }}, {{"/f", "old"}}},
+        {"made", {[&] { writeFile("/data/g", "w", "new"); }}, {{"/f", "old"}}},
+        {"by libc", {[&] { writePlain("/data/f", O_WRONLY | O_CREAT | O_TRUNC); }}, {{"/f", "old"}}},
+        {"made by libc", {[&] { writePlain("/data/g", O_WRONLY | O_CREAT); }}, {{"/f", "old"}}},
+        {"removed", {[] { HW_FS_Unlink("/data/f"); }}, {{"/f", "old"}}},
+        {"a folder", {makeFolder, [&] { writeFile("/data/d/g", "w", "new"); }}, {{"/f", "old"}}},
+        {"synced", {renew, sync}, {{"/f", "new"}}},
+        {"synced between", {renew, sync, renewAgain}, {{"/f", "new"}}},
+        {"synced while open", {begin, sync, [&] { HW_FS_Write(s32Open, "e", 1); }}, {{"/f", "nld"}}},
+        {"power cycle before", {renew, vset::powerCycle}, {{"/f", "new"}}},
     };
     for (const auto& stRow : kRows) {
         write("/data/f", "old");
-        EXPECT_EQ(treeAfterCut(stRow.change), stRow.tree) << stRow.pszName;
+        EXPECT_EQ(treeAfterCut(stRow.steps), stRow.tree) << stRow.pszName;
         fs::remove(folder() + "/tree/data/f");
     }
     write("/data/f", "old");
-    const pid_t child = fork();
-    if (child == 0) {
-        writeFile("/data/f", "w", "new");
-        _exit(0);
-    }
-    waitpid(child, nullptr, 0);
+    test::runInChild(renew);
     EXPECT_EQ(read("/data/f"), "new") << "the end of a process is no power cut";
 }
 
@@ -276,15 +249,11 @@ TEST_F(VsetFiles, EveryWriteCanBeTheLast) {
     };
     write("/data/f", "old");
     for (const auto& makeWrite : kWrites) {
-        const pid_t child = fork();
-        if (child == 0) {
+        const int s32Exit = test::runInChild([&] {
             vset::cutPowerAtWrite(1);
             makeWrite();
-            _exit(0);
-        }
-        int s32Status = 0;
-        waitpid(child, &s32Status, 0);
-        EXPECT_TRUE(WIFSIGNALED(s32Status)) << "write " << &makeWrite - kWrites;
+        });
+        EXPECT_GT(s32Exit, 128) << "write " << &makeWrite - kWrites;
         EXPECT_EQ(read("/data/f"), "old");
     }
 }

@@ -100,7 +100,11 @@ TEST_F(VsetSar, RefusesWhatAChipRefuses) {
     HW_U32 u32Out = kUntouched;
     const HW_Handle_t hAdc = openAdc(1), hKeypad = openKeypad();
     const HW_SAR_OpenParams_t stMode = {2, 0, 0, nullptr}, stNoKeys = {E_HW_SAR_MODE_KEYPAD, 0, 1, nullptr};
-    const HW_SAR_CallbackParams_t stNoEvent = {take, 0, 0};
+    const HW_SAR_CallbackParams_t stNoEvent = {take, 0, 0}, stEvents = {take, 5, 0};
+    const HW_SAR_CallbackParams_t aEnds[] = {kTake, {nullptr, 2, 0}, {nullptr, 5, 0}, {nullptr, 1, 1}};
+    for (const HW_SAR_CallbackParams_t& stEnd : aEnds) {
+        EXPECT_EQ(HW_SAR_UnRegisterCallback(hKeypad, &stEnd), HW_ERR_INVALID_PARAMETER) << &stEnd - aEnds;
+    }
     test::expectRefusals({
         {"mode 2", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stMode, &hSar); }},
         {"keypad without keys", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stNoKeys, &hSar); }},
@@ -108,14 +112,19 @@ TEST_F(VsetSar, RefusesWhatAChipRefuses) {
         {"mode", HW_ERR_INVALID_HANDLE, [&] { return HW_SAR_ConfigMode(0, 1); }},
         {"level", HW_ERR_INVALID_HANDLE, [&] { return HW_SAR_SetVoltageLevel(0, 1); }},
         {"value", HW_ERR_INVALID_HANDLE, [&] { return HW_SAR_AdcGetValue(0, &u32Out); }},
+        {"value before a mode", HW_ERR_FAILED, [&] { return HW_SAR_AdcGetValue(hAdc, &u32Out); }},
         {"value to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_AdcGetValue(hAdc, nullptr); }},
         {"no function", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_RegisterCallback(hKeypad, &kNoMore, &u32Out); }},
         {"no event", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_RegisterCallback(hKeypad, &stNoEvent, &u32Out); }},
+        {"no such event", HW_ERR_INVALID_PARAMETER,
+         [&] { return HW_SAR_RegisterCallback(hKeypad, &stEvents, &u32Out); }},
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_RegisterCallback(hKeypad, nullptr, &u32Out); }},
         {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_SAR_RegisterCallback(0, &kTake, &u32Out); }},
         {"end of nothing", HW_ERR_FAILED, [&] { return HW_SAR_UnRegisterCallback(hKeypad, &kNoMore); }},
         {"end of no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_UnRegisterCallback(hKeypad, nullptr); }},
         {"end of no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_SAR_UnRegisterCallback(0, &kNoMore); }},
+        {"keypad mode", HW_OK, [&] { return HW_SAR_ConfigMode(hAdc, E_HW_SAR_MODE_KEYPAD); }},
+        {"value of a keypad", HW_ERR_NOT_SUPPORT, [&] { return HW_SAR_AdcGetValue(hAdc, &u32Out); }},
     });
     EXPECT_EQ(hSar, kUntouched);
     EXPECT_EQ(u32Out, kUntouched);
@@ -126,8 +135,8 @@ TEST_F(VsetSar, EveryChannelReadsItsOwnVoltage) {
     std::vector<HW_Handle_t> handles;
     for (HW_U32 i = 0; i < vset::sar::kChannels; ++i) {
         handles.push_back(openAdc(i));
-        EXPECT_EQ(value(handles[i]), 0xFFu) << "nothing is connected";
         EXPECT_EQ(HW_SAR_ConfigMode(handles[i], E_HW_SAR_MODE_ADC), HW_OK);
+        EXPECT_EQ(value(handles[i]), 0xFFu) << "nothing is connected";
         EXPECT_EQ(HW_SAR_SetVoltageLevel(handles[i], i + 10), HW_OK);
         vset::sar::setVoltage(i, static_cast<unsigned char>(i * 36));
     }
@@ -176,6 +185,7 @@ TEST_F(VsetSar, TheKeypadMayBeOpenedAgain) {
 TEST_F(VsetSar, KeysReachTheCallbackOneAfterTheOther) {
     SKIP_UNDER_EMULATION();
     const HW_Handle_t hAdc = openAdc(0);
+    EXPECT_EQ(HW_SAR_ConfigMode(hAdc, E_HW_SAR_MODE_ADC), HW_OK);
     g_stGot.action = [&](HW_U8 u8Code) -> HW_Result_t {
         EXPECT_EQ(value(hAdc), vset::sar::voltage(0)) << "the chip converts what is there";
         return u8Code == 24 ? HW_ERR_FAILED : HW_OK;

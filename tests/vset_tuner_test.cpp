@@ -207,6 +207,7 @@ TEST_F(VsetTuner, SaysWhatItIs) {
         }
         EXPECT_EQ(stRow.get(0, stRow.numbers[0], nullptr, buffer.data()), HW_ERR_INVALID_HANDLE);
         EXPECT_EQ(stRow.get(hFirst, stRow.numbers[0], nullptr, nullptr), HW_ERR_INVALID_PARAMETER);
+        EXPECT_EQ(stRow.get(hFirst, stRow.numbers[0], &hFirst, buffer.data()), HW_ERR_INVALID_PARAMETER) << "input";
         EXPECT_THAT(buffer, testing::Each('\xA5'));
     }
     vset::powerCycle();

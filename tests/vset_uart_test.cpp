@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 #include "hw3/hw_uart.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/process.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "support/waiting.h"
@@ -54,6 +54,7 @@ std::string got() {
 }
 
 constexpr HW_UART_CallbackParams_t kTake = {take, HW_UART_EVENT_RX_CHAR, 0};
+constexpr HW_UART_CallbackParams_t kNoMore = {nullptr, HW_UART_EVENT_RX_CHAR, 0};
 
 class VsetUart : public test::MiddlewareTest {
 protected:
@@ -125,18 +126,16 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
     const HW_UART_OpenParams_t stBad[] = {
         {5, 0, 0, {}}, {0, 18, 0, {}}, {0, 0, 5, {}}, {0, 0, 0, {1}}, {~0u, 0, 0, {}}};
     const HW_UART_OpenParams_t stSame = {2, 0, 0, {}};
-    const HW_UART_CallbackParams_t stNoFunction = {nullptr, 1, 0}, stNoMask = {take, 2, 0};
+    const HW_UART_CallbackParams_t aBegins[] = {kNoMore, {take, 2, 0}, {take, 3, 0}, {take, 1, 1}};
+    const HW_UART_CallbackParams_t aEnds[] = {kTake, {nullptr, 2, 0}, {nullptr, 3, 0}, {nullptr, 1, 1}};
     const HW_UART_WriteParams_t stNoData = {nullptr, 1, 0}, stEmpty = {test::u8("x"), 0, 0};
     std::vector<test::Refusal> rows = {
         {"port 5", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_GetHandle(&stPort5, &hUart); }},
         {"not open", HW_ERR_FAILED, [&] { return HW_UART_GetHandle(&stPort1, &hUart); }},
         {"null", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_GetHandle(nullptr, &hUart); }},
         {"open twice", HW_ERR_BUSY, [&] { return HW_UART_Open(&stSame, &hUart); }},
-        {"no function", HW_ERR_INVALID_PARAMETER,
-         [&] { return HW_UART_RegisterCallback(hOpen, &stNoFunction, &u32Out); }},
-        {"no mask", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_RegisterCallback(hOpen, &stNoMask, &u32Out); }},
         {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_RegisterCallback(hOpen + 1, &kTake, &u32Out); }},
-        {"not registered", HW_ERR_FAILED, [&] { return HW_UART_UnRegisterCallback(hOpen, &kTake); }},
+        {"not registered", HW_ERR_FAILED, [&] { return HW_UART_UnRegisterCallback(hOpen, &kNoMore); }},
         {"baud 5", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_SetBaudrate(hOpen, 5); }},
         {"no data", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Write(hOpen, &stNoData, &u32Out); }},
         {"handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_PutChar(0, 'x'); }},
@@ -144,6 +143,14 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
     };
     for (const HW_UART_OpenParams_t& stParams : stBad) {
         rows.push_back({"open", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Open(&stParams, &hUart); }});
+    }
+    for (const HW_UART_CallbackParams_t& stParams : aBegins) {
+        rows.push_back({"register", HW_ERR_INVALID_PARAMETER,
+                        [&] { return HW_UART_RegisterCallback(hOpen, &stParams, &u32Out); }});
+    }
+    for (const HW_UART_CallbackParams_t& stParams : aEnds) {
+        rows.push_back(
+            {"unregister", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_UnRegisterCallback(hOpen, &stParams); }});
     }
     test::expectRefusals(rows);
     EXPECT_EQ(hUart, kUntouched);
@@ -191,7 +198,7 @@ TEST_F(VsetUart, AfterUnregisteringNoCallbackRuns) {
     vset::uart::type(0, "abcdefgh");
     ASSERT_TRUE(eventually([] { return !got().empty(); }));
     registerCallback(hUart);  // replaces the registration whose callback runs, and that one counts, too
-    EXPECT_EQ(HW_UART_UnRegisterCallback(hUart, &kTake), HW_OK);
+    EXPECT_EQ(HW_UART_UnRegisterCallback(hUart, &kNoMore), HW_OK);
     EXPECT_EQ(s32Running, 0);
     const std::string seen = got();
     EXPECT_EQ(vset::uart::port(0).u64Refused, seen.size());
@@ -209,7 +216,7 @@ TEST_F(VsetUart, InsideTheCallback) {
     std::atomic<HW_Result_t> unregistered{HW_OK}, closed{HW_ERR_FAILED};
     g_stGot.action = [&](HW_U8 u8Byte) -> HW_Result_t {
         if (u8Byte == 'a') {
-            unregistered = HW_UART_UnRegisterCallback(hUart, &kTake);
+            unregistered = HW_UART_UnRegisterCallback(hUart, &kNoMore);
         } else if (u8Byte == 'b') {
             closed = HW_UART_Close(hUart);
         }
@@ -481,6 +488,12 @@ TEST_F(VsetUart, ThePlayersReleaseEndsWhatIsRegisteredThere) {
     registerCallback(open(1));
     EXPECT_THROW(vset::uart::release(1), vset::SetError);
     EXPECT_TRUE(vset::uart::port(1).bCallback) << "not the player's to end";
+    const HW_UART_HandleParams_t stOther = {2};
+    vset::uart::hold(2);
+    ASSERT_EQ(HW_UART_GetHandle(&stOther, &hPlayers), HW_OK);
+    EXPECT_EQ(HW_UART_Close(hPlayers), HW_OK);
+    EXPECT_FALSE(vset::uart::port(2).bOpen);
+    EXPECT_EQ(test::lastReason(), "closes the player's");
 }
 
 // Without a process that has the set there is no connector, even if a crash has left some in the folder.
@@ -489,14 +502,8 @@ TEST(VsetConnectors, BelongToASetThatIsOn) {
     const std::string strFolder = ::testing::TempDir() + "/vset-ports-" + std::to_string(getpid());
     const int before = test::openDescriptors();
     vset::attach(strFolder);
-    const pid_t child = fork();
-    if (child == 0) {
-        // Another process sees them without having the set.
-        _exit(vset::uart::connectors(strFolder).size() == 5 ? 0 : 1);
-    }
-    int s32Status = -1;
-    waitpid(child, &s32Status, 0);
-    EXPECT_EQ(s32Status, 0);
+    EXPECT_EQ(test::runInChild([&] { _exit(vset::uart::connectors(strFolder).size() == 5 ? 0 : 1); }), 0)
+        << "another process sees them without having the set";
     vset::detach();
     EXPECT_EQ(test::openDescriptors(), before);
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(strFolder + "/ports/uart0")));

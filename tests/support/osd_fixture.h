@@ -29,6 +29,7 @@ inline HW_OSD_SurfaceAttr_t surfaceOver(std::vector<HW_U32>& pixels, HW_U32 u32W
 class OsdTest : public MiddlewareTest {
 protected:
     static constexpr HW_U32 kIommuLength = 0x10000;
+    static constexpr HW_U32 kAlignment = 64;  // of a new set's surfaces
 
     void SetUp() override {
         MiddlewareTest::SetUp();

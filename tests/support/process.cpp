@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program as a user or a script runs it.
+// A program as a user or a script runs it, and a process of a test's own.
 #include "support/process.h"
 
 #include <chrono>
@@ -60,6 +60,15 @@ struct Pipe {
 };
 
 }  // namespace
+
+int runInChild(const std::function<void()>& body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        body();
+        _exit(0);
+    }
+    return waitFor(child);
+}
 
 ProcessResult runProcess(const std::vector<std::string>& command, const std::string& strInput) {
     Pipe input, output, error;

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program as a user or a script runs it.
+// A program as a user or a script runs it, and a process of a test's own.
 #ifndef TESTS_SUPPORT_PROCESS_H
 #define TESTS_SUPPORT_PROCESS_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace test {
+
+// Runs `body` in a copy of this process. Returns 0, the code with which it exits early, or 128 + signal.
+int runInChild(const std::function<void()>& body);
 
 struct ProcessResult {
     int s32Exit = -1;       // exit code, or 128 + signal

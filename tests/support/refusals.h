@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "hw3/hw_types.h"
+#include "vset/vset.h"
 
 namespace test {
 
@@ -39,6 +40,12 @@ struct Refusal {
     HW_Result_t result;
     std::function<HW_Result_t()> call;
 };
+
+// Returns why the last call was wrong that the set keeps; nothing when it was refused.
+inline std::string lastReason() {
+    const std::vector<vset::Refusal> refusals = vset::refusals();
+    return refusals.empty() ? "no refusal" : refusals.back().strReason;
+}
 
 inline void expectRefusals(const std::vector<Refusal>& rows) {
     for (const Refusal& stRow : rows) {

@@ -13,7 +13,7 @@ extern "C" {
 
 typedef enum HW_AOUT_AttrType_e {
     E_HW_AOUT_ATTR_VOLUME_TABLE = 3,        // set: HW_AOUT_VolumeTable_t
-    E_HW_AOUT_ATTR_DTS_BYPASS = 0x1000,     // set, get: HW_U8
+    E_HW_AOUT_ATTR_DTS_BYPASS = 0x1000,     // set, get: HW_U8, a flag
     E_HW_AOUT_ATTR_BASIC_SOUND = 0x1001,    // set, get: HW_AOUT_BasicSound_t; input of get: HW_U8, the type
     E_HW_AOUT_ATTR_ADV_SND_TYPE = 0x1002,   // set, get: HW_U32, HW_AOUT_AdvSndType_e
     E_HW_AOUT_ATTR_ADV_SND_PARAM = 0x1004,  // set, get: HW_AOUT_AdvSndParams_t
@@ -176,10 +176,13 @@ HW_API HW_Result_t HW_AOUT_Init(const HW_AOUT_InitParams_t* pstParams);
 HW_API HW_Result_t HW_AOUT_DeInit(void);
 HW_API HW_Result_t HW_AOUT_GetHandle(const HW_AOUT_HandleParams_t* pstParams, HW_Handle_t* phAout);
 HW_API HW_Result_t HW_AOUT_Open(const HW_AOUT_OpenParams_t* pstParams, HW_Handle_t* phAout);
+
+// Closes the path, whoever has opened it.
 HW_API HW_Result_t HW_AOUT_Close(HW_Handle_t hAout);
 HW_API HW_Result_t HW_AOUT_SetAttr(HW_Handle_t hAout, HW_U32 u32Attr, const void* pParam);
 
-// The largest output is HW_AOUT_AdvSndParams_t: a caller that does not know the attribute provides 1604 bytes.
+// The largest output is HW_AOUT_AdvSndParams_t: a caller that does not know the attribute provides 1604 bytes. An input
+// that the attribute does not have is not read.
 HW_API HW_Result_t HW_AOUT_GetAttr(HW_Handle_t hAout, HW_U32 u32Attr, const void* pInput, void* pOutput);
 
 // Delay in milliseconds.

@@ -97,7 +97,7 @@ HW_ASSERT_SIZE(HW_DISP_InputRect_t, 12);
 
 typedef struct HW_DISP_TestPattern_t {
     HW_U32 u32Mode;       //  0  HW_DISP_PatternMode_e
-    HW_U32 u32Enable;     //  4  1, or 0 to switch off
+    HW_U32 u32Enable;     //  4  a flag: 1, or 0 to switch off
     HW_U32 u32Param;      //  8  depends on the mode; 1 for a full window of one colour
     HW_U32 au32Value[3];  // 12  red, green, blue, 0-1023
 } HW_DISP_TestPattern_t;
@@ -115,12 +115,12 @@ HW_ASSERT_SIZE(HW_DISP_ColorTemp_t, 24);
 
 typedef struct HW_DISP_PqBlock_t {
     HW_U32 u32Index;  //  0  0 to 2
-    HW_U8 u8Enable;   //  4
+    HW_U8 u8Enable;   //  4  a flag
 } HW_DISP_PqBlock_t;
 HW_ASSERT_SIZE(HW_DISP_PqBlock_t, 8);
 
 typedef struct HW_DISP_Enable_t {
-    HW_U8 u8Enable;
+    HW_U8 u8Enable;  // a flag
 } HW_DISP_Enable_t;
 HW_ASSERT_SIZE(HW_DISP_Enable_t, 1);
 
@@ -166,8 +166,8 @@ HW_API HW_Result_t HW_DISP_Close(HW_Handle_t hDisp);
 // How many modules of the kind are connected to the window.
 HW_API HW_Result_t HW_DISP_GetConnectedNum(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32* pu32Num);
 
-// Writes up to u32Num handles: phModules has room for that many. They are handles of HW_VIDEO or HW_EXTIN. HW_ERR_FAILED
-// when there is room and nothing is connected.
+// Writes up to u32Num handles: phModules has room for that many. They are handles of HW_VIDEO or HW_EXTIN.
+// HW_ERR_FAILED when there is room and nothing is connected.
 HW_API HW_Result_t HW_DISP_GetConnected(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, HW_U32 u32Num,
                                         HW_Handle_t* phModules);
 
@@ -179,12 +179,12 @@ HW_API HW_Result_t HW_DISP_SetPictureParam(HW_Handle_t hDisp, HW_U32 u32Param, c
 // pInput and pOutput as in every GetAttr.
 HW_API HW_Result_t HW_DISP_GetPictureParam(HW_Handle_t hDisp, HW_U32 u32Param, const void* pInput, void* pOutput);
 
-// u32Flags: bits of HW_DISP_MuteFlag_e, which SetMute sets and SetUnMute clears. The window is muted while any bit is
-// set.
+// u32Flags: bits of HW_DISP_MuteFlag_e, which SetMute sets and SetUnMute clears; none, or another bit, answers
+// HW_ERR_INVALID_PARAMETER. The window is muted while any bit is set.
 HW_API HW_Result_t HW_DISP_SetMute(HW_Handle_t hDisp, HW_U32 u32Flags);
 HW_API HW_Result_t HW_DISP_SetUnMute(HW_Handle_t hDisp, HW_U32 u32Flags);
 
-// Makes settings that are pending take effect.
+// Makes settings that are pending take effect: picture parameters and the input rectangle.
 HW_API HW_Result_t HW_DISP_ApplySetting(HW_Handle_t hDisp);
 
 // The controller has handles of its own.

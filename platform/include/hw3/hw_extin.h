@@ -110,7 +110,7 @@ HW_ASSERT_SIZE(HW_EXTIN_HdmiEdid_t, 24);
 
 typedef struct HW_EXTIN_HdmiHpd_t {
     HW_U8 u8Reserved;  //  0  must be 0
-    HW_U8 u8Level;     //  1
+    HW_U8 u8Level;     //  1  a flag
 } HW_EXTIN_HdmiHpd_t;
 HW_ASSERT_SIZE(HW_EXTIN_HdmiHpd_t, 2);
 

@@ -26,13 +26,13 @@ HW_ASSERT_SIZE(HW_FLASH_InitParams_t, 4);
 
 typedef struct HW_FLASH_HandleParams_t {
     HW_U32 u32FlashType;  //   0  HW_FLASH_Type_e
-    HW_U8 au8Name[128];   //   4  empty
+    HW_U8 au8Name[128];   //   4  empty: all bytes 0
 } HW_FLASH_HandleParams_t;
 HW_ASSERT_SIZE(HW_FLASH_HandleParams_t, 132);
 
 typedef struct HW_FLASH_OpenParams_t {
     HW_U32 u32FlashType;  //   0  HW_FLASH_Type_e
-    HW_U8 au8Name[128];   //   4  empty
+    HW_U8 au8Name[128];   //   4  empty: all bytes 0
 } HW_FLASH_OpenParams_t;
 HW_ASSERT_SIZE(HW_FLASH_OpenParams_t, 132);
 

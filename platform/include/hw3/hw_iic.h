@@ -64,10 +64,12 @@ HW_ASSERT_SIZE(HW_IIC_DeviceInfo_t, 8);
 HW_API HW_Result_t HW_IIC_Init(const HW_IIC_InitParams_t* pstParams);
 HW_API HW_Result_t HW_IIC_GetHandle(const HW_IIC_HandleParams_t* pstParams, HW_Handle_t* phIic);
 HW_API HW_Result_t HW_IIC_Open(const HW_IIC_OpenParams_t* pstParams, HW_Handle_t* phIic);
+
+// Closes the bus, whoever has opened it.
 HW_API HW_Result_t HW_IIC_Close(HW_Handle_t hIic);
 
-// ppu8Buf: address of the record's own pu8Buf, not null. The bytes are written where that pointer points; the pointer
-// itself stays as it is.
+// ppu8Buf: address of the record's own pu8Buf; any other answers HW_ERR_INVALID_PARAMETER. The bytes are written where
+// that pointer points; the pointer itself stays as it is.
 HW_API HW_Result_t HW_IIC_Read(HW_Handle_t hIic, const HW_IIC_ReadParams_t* pstParams, HW_U8** ppu8Buf);
 
 // pu32Written: bytes written; may be null.

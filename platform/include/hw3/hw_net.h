@@ -42,8 +42,8 @@ HW_API HW_Result_t HW_NET_Close(HW_Handle_t hNet);
 HW_API HW_Result_t HW_NET_DhcpOff(HW_Handle_t hNet, HW_U32 u32IpVersion);
 HW_API HW_Result_t HW_NET_DhcpOn(HW_Handle_t hNet, HW_U32 u32IpVersion);
 
-// pszMac: six pairs of hexadecimal digits, all with ":" or all with "-" between them. The address of a group (first byte
-// odd) answers HW_ERR_INVALID_PARAMETER.
+// pszMac: six pairs of hexadecimal digits, all with ":" or all with "-" between them. The address of a group (first
+// byte odd) answers HW_ERR_INVALID_PARAMETER.
 HW_API HW_Result_t HW_NET_SetMac(HW_Handle_t hNet, const char* pszMac);
 
 HW_API HW_Result_t HW_NET_DeviceUp(HW_Handle_t hNet);

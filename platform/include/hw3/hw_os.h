@@ -25,8 +25,8 @@ typedef struct HW_OS_IommuRelease_t {
 } HW_OS_IommuRelease_t;
 HW_ASSERT_SIZE(HW_OS_IommuRelease_t, 16);
 
-// Another length or other words answer HW_ERR_INVALID_PARAMETER. The caller owns the memory until HW_OS_FreeIommuMemory, which needs exactly the address and the length of the
-// allocation.
+// Another length or other words answer HW_ERR_INVALID_PARAMETER. The caller owns the memory until
+// HW_OS_FreeIommuMemory, which needs exactly the address and the length of the allocation.
 HW_API HW_Result_t HW_OS_AllocateIommuMemory(HW_OS_IommuRequest_t* pstRequest);
 HW_API HW_Result_t HW_OS_FreeIommuMemory(const HW_OS_IommuRelease_t* pstRelease);
 

@@ -63,11 +63,11 @@ HW_ASSERT_SIZE(HW_OSD_WindowAttr_t, 56);
 typedef struct HW_OSD_SurfaceAttr_t {
     HW_U32 u32Width;        //  0  pixels
     HW_U32 u32Height;       //  4
-    HW_U32 u32Pitch;        //  8  bytes
+    HW_U32 u32Pitch;        //  8  bytes, aligned as HW_OSD_SurfaceQueryCapability says
     HW_U32 u32ColorFormat;  // 12  HW_OSD_ColorFormat_e
     HW_U32 u32Reserved;     // 16  must be 0
     HW_U32 u32MemKind;      // 20  HW_OSD_MemKind_e, of the address
-    HW_U64 u64Address;      // 24  memory owned by the caller, for as long as the surface lives
+    HW_U64 u64Address;      // 24  memory owned by the caller, for as long as the surface lives; aligned alike
     HW_U64 u64Reserved;     // 32  must be 0
 } HW_OSD_SurfaceAttr_t;
 HW_ASSERT_SIZE(HW_OSD_SurfaceAttr_t, 40);
@@ -95,7 +95,7 @@ HW_ASSERT_SIZE(HW_OSD_ColorMatrix_t, 20);
 // Not demanded by the functions below.
 HW_API HW_Result_t HW_OSD_Init(const HW_OSD_InitParams_t* pstParams);
 
-// ps32LayerId: address of the layer's number. The layer is somebody else's: it is not to be destroyed.
+// ps32LayerId: address of the layer's number. The layer may be another user's, and is then not to be destroyed.
 HW_API HW_Result_t HW_OSD_GetLayerHandle(const HW_S32* ps32LayerId, HW_Handle_t* phLayer);
 
 // A new layer is hidden.
@@ -120,7 +120,12 @@ HW_API HW_Result_t HW_OSD_WindowGetSurface(HW_Handle_t hWindow, HW_Handle_t* phS
 
 // u32Capability: HW_OSD_SurfaceCap_e.
 HW_API HW_Result_t HW_OSD_SurfaceQueryCapability(HW_U32 u32Capability, HW_U32 u32ColorFormat, HW_U32* pu32Value);
+
+// Address or pitch without alignment, and memory that the process cannot reach, answer HW_ERR_INVALID_PARAMETER. There
+// are u32SurfaceMax surfaces at most, those of other users included; one more answers HW_ERR_RESOURCES.
 HW_API HW_Result_t HW_OSD_SurfaceCreate(const HW_OSD_SurfaceAttr_t* pstAttr, HW_Handle_t* phSurface);
+
+// Destroys a locked surface too, though its memory may be in use: unlock it first.
 HW_API HW_Result_t HW_OSD_SurfaceDestroy(HW_Handle_t hSurface);
 HW_API HW_Result_t HW_OSD_SurfaceGetColorFormat(HW_Handle_t hSurface, HW_OSD_ColorFormatInfo_t* pstInfo);
 

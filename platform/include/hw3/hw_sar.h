@@ -54,7 +54,7 @@ HW_ASSERT_SIZE(HW_SAR_HandleParams_t, 4);
 
 typedef struct HW_SAR_CallbackParams_t {
     HW_SAR_EventCallback_t pfnCallback;  //  0  null when unregistering
-    HW_U32 u32EventMask;                 //  8  bits of HW_SAR_Event_e
+    HW_U32 u32EventMask;                 //  8  bits of HW_SAR_Event_e, among them E_HW_SAR_EVENT_KEYPAD_PRESS
     HW_U32 u32Reserved;                  // 12  must be 0
 } HW_SAR_CallbackParams_t;
 HW_ASSERT_SIZE(HW_SAR_CallbackParams_t, 16);
@@ -67,12 +67,17 @@ HW_API HW_Result_t HW_SAR_GetHandle(const HW_SAR_HandleParams_t* pstParams, HW_H
 // configuration may be read at its address until the next open.
 HW_API HW_Result_t HW_SAR_Open(const HW_SAR_OpenParams_t* pstParams, HW_Handle_t* phSar);
 
+// u32Mode: HW_SAR_Mode_e. An ADC channel has no mode when it is opened.
 HW_API HW_Result_t HW_SAR_ConfigMode(HW_Handle_t hSar, HW_U32 u32Mode);
 HW_API HW_Result_t HW_SAR_SetVoltageLevel(HW_Handle_t hSar, HW_U32 u32Level);
+
+// Before HW_SAR_ConfigMode it answers HW_ERR_FAILED, in keypad mode HW_ERR_NOT_SUPPORT.
 HW_API HW_Result_t HW_SAR_AdcGetValue(HW_Handle_t hSar, HW_U32* pu32Value);
 
 // *pu32Out: the mask that is registered now.
 HW_API HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParams_t* pstParams, HW_U32* pu32Out);
+
+// A function in the record answers HW_ERR_INVALID_PARAMETER.
 HW_API HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParams_t* pstParams);
 
 #ifdef __cplusplus

@@ -88,8 +88,9 @@ HW_API HW_Result_t HW_SYS_UpgradeFw(HW_U32 u32FwType, const HW_U8* pu8Path);
 // open at once, also of the same path.
 HW_API HW_Result_t HW_SYS_OpenConfigFile(const HW_U8* pu8Path, HW_Handle_t* phConfig);
 
-// In: type 2, length 0, null data. Out: pointer and length of the text, which is NUL-terminated, owned by the
-// middleware and valid until HW_SYS_CloseConfigFile. A missing key answers HW_ERR_FAILED.
+// In: type 2, length 0, null data; others answer HW_ERR_INVALID_PARAMETER. Out: pointer and length of the text, which
+// is NUL-terminated, owned by the middleware and valid until HW_SYS_CloseConfigFile. A missing key answers
+// HW_ERR_FAILED.
 HW_API HW_Result_t HW_SYS_GetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key, HW_SYS_ConfigData_t* pstData);
 
 // Type 2, length and text. Changes the open file only.

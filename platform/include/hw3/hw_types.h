@@ -20,18 +20,23 @@
 // exception.
 //
 // Handles. Never 0, bit 31 never set, never a value that another family also uses, never used again within a process.
-// A closed handle, a second Close and a handle of another family give HW_ERR_INVALID_HANDLE.
+// A closed handle, a second Close and a handle of another family give HW_ERR_INVALID_HANDLE. Closing or destroying what
+// another user of the middleware has opened answers HW_ERR_INVALID_HANDLE too, and it stays open; only HW_AOUT, HW_IIC
+// and HW_UART close it.
 //
 // Records are read during the call only, and so is what they point at. Exceptions: a registered callback, the keypad
 // configuration of HW_SAR_Open, which is read until the next open, and the text that HW_SYS_GetConfigData returns. An
-// unknown key, a value out of range and a null pointer where none is allowed give HW_ERR_INVALID_PARAMETER.
+// unknown key, a value out of range, a null pointer where none is allowed and anything else in a field of which the
+// header says "always", "must be" or "empty" give HW_ERR_INVALID_PARAMETER.
 //
 // Attributes. pParam of SetAttr and pOutput of GetAttr point at the type that is given with the attribute's number.
-// pInput of GetAttr is the input of the query, null for an attribute that has none. An unknown attribute answers
-// HW_ERR_NOT_SUPPORT.
+// pInput of GetAttr is the input of the query. For an attribute that has none it is null, any other pointer answers
+// HW_ERR_INVALID_PARAMETER; HW_AOUT_GetAttr alone does not check it. An unknown attribute, and one
+// that can only be set or only be read, answers HW_ERR_NOT_SUPPORT.
 //
 // Numbers. Attributes, types, ports and the like travel as HW_U32; an enumeration only names the values, and its last
-// enumerator makes room for every 31-bit value. Flags are HW_U8, 0 or 1.
+// enumerator makes room for every 31-bit value. Flags are 0 or 1, others answer HW_ERR_INVALID_PARAMETER. Fields of
+// sound effects and of panel attributes are taken as they come.
 //
 // Threads. Every function may be called from any thread. A callback runs on a thread of the middleware with no lock of
 // the middleware held; the calls of one registration never overlap and keep their order. UnRegisterCallback returns
@@ -72,8 +77,8 @@ typedef HW_U32 HW_Result_t;  // unsigned, so that "above HW_HAS_INITED" means fa
 #define HW_ERR_NOT_INITED 0x4u         // the family's Init has not run
 #define HW_ERR_NOT_SUPPORT 0x5u        // unknown attribute; output timing that the panel cannot show
 #define HW_ERR_NOT_IMPLEMENT 0x6u      // not implemented on this chip
-#define HW_ERR_INVALID_HANDLE 0x7u     // 0, closed, or of another family
-#define HW_ERR_INVALID_PARAMETER 0x8u  // null where not allowed, unknown key, value out of range
+#define HW_ERR_INVALID_HANDLE 0x7u     // 0, closed, of another family, or not the caller's to close
+#define HW_ERR_INVALID_PARAMETER 0x8u  // null where not allowed, unknown key, value out of range, wrong fixed field
 #define HW_ERR_RESOURCES 0x9u          // no free slot
 #define HW_ERR_MEMORY_ALLOCATE 0xAu    // memory exhausted
 #define HW_ERR_CHAOS 0xBu              // state machine out of step

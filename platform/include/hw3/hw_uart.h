@@ -59,7 +59,7 @@ HW_ASSERT_SIZE(HW_UART_OpenParams_t, 24);
 
 typedef struct HW_UART_CallbackParams_t {
     HW_UART_EventCallback_t pfnCallback;  //  0  null when unregistering
-    HW_U32 u32EventMask;                  //  8  HW_UART_EVENT_RX_CHAR
+    HW_U32 u32EventMask;                  //  8  HW_UART_EVENT_RX_CHAR alone
     HW_U32 u32Reserved;                   // 12  must be 0
 } HW_UART_CallbackParams_t;
 HW_ASSERT_SIZE(HW_UART_CallbackParams_t, 16);
@@ -77,11 +77,15 @@ HW_API HW_Result_t HW_UART_Init(const HW_UART_InitParams_t* pstParams);
 // A port out of range, -1 included, answers HW_ERR_INVALID_PARAMETER.
 HW_API HW_Result_t HW_UART_GetHandle(const HW_UART_HandleParams_t* pstParams, HW_Handle_t* phUart);
 HW_API HW_Result_t HW_UART_Open(const HW_UART_OpenParams_t* pstParams, HW_Handle_t* phUart);
+
+// Closes the port, whoever has opened it.
 HW_API HW_Result_t HW_UART_Close(HW_Handle_t hUart);
 
 // One callback per port: a second registration replaces the first. *pu32Out: the mask that is registered now.
 HW_API HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackParams_t* pstParams,
                                             HW_U32* pu32Out);
+
+// A function in the record answers HW_ERR_INVALID_PARAMETER.
 HW_API HW_Result_t HW_UART_UnRegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackParams_t* pstParams);
 
 // u32BaudRate: HW_UART_BaudRate_e.

@@ -10,7 +10,7 @@ extern "C" {
 #endif
 
 typedef enum HW_WDT_AttrType_e {
-    E_HW_WDT_ATTR_SET_TIMER_SEC = 0,  // set: HW_WDT_Timer_t; 0 s stops the watchdog
+    E_HW_WDT_ATTR_SET_TIMER_SEC = 0,  // set only: HW_WDT_Timer_t; 0 s stops the watchdog
     E_HW_WDT_ATTR_RUNNING = 5,        // get: HW_U32, 1 = the hardware watchdog runs
     E_HW_WDT_ATTR_REBOOT_BY_WDT = 6,  // get: HW_U32, non-zero = last reboot by watchdog
     E_HW_WDT_ATTR_REBOOT_ACK = 7,     // get: HW_U32, reading acknowledges attribute 6

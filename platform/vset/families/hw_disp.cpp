@@ -335,7 +335,7 @@ void disconnectInput(unsigned int u32Window) {
         }
         return bHeld;
     });
-    // A program may have closed what the player had opened.
+    // A person may have closed what the player had opened.
     const auto handle = openHandle(*input);
     if (bGiveBack && handle && handle->bPlayer) {
         extin::release(input->u32Type, input->u32Index);

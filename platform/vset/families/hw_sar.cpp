@@ -149,6 +149,13 @@ HW_Result_t openAdc(const HW_SAR_OpenParams_t& stParams, HW_Handle_t* phSar) {
     return result;
 }
 
+// Whether a callback's record names presses, releases too or not, and has nothing else in it.
+bool hasEvents(const HW_SAR_CallbackParams_t& stParams) {
+    constexpr HW_U32 kEvents = E_HW_SAR_EVENT_KEYPAD_PRESS | E_HW_SAR_EVENT_KEYPAD_RELEASE;
+    return (stParams.u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) != 0 && (stParams.u32EventMask & ~kEvents) == 0 &&
+           stParams.u32Reserved == 0;
+}
+
 // HW_OK for the keypad's handle.
 HW_Result_t judgeKeypad(HW_Handle_t hSar) {
     const auto key = model.handles().key(hSar);
@@ -252,7 +259,7 @@ HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParam
             return result;
         }
         if (pstParams == nullptr || pu32Out == nullptr || pstParams->pfnCallback == nullptr ||
-            (pstParams->u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) == 0 || pstParams->u32Reserved != 0) {
+            !vset::hasEvents(*pstParams)) {
             return HW_ERR_INVALID_PARAMETER;
         }
         model.queue.registerCallback(pstParams->pfnCallback, hSar);
@@ -272,9 +279,7 @@ HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackPar
         if (result != HW_OK) {
             return result;
         }
-        constexpr HW_U32 kEvents = E_HW_SAR_EVENT_KEYPAD_PRESS | E_HW_SAR_EVENT_KEYPAD_RELEASE;
-        if (pstParams == nullptr || pstParams->pfnCallback != nullptr || pstParams->u32Reserved != 0 ||
-            (pstParams->u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) == 0 || (pstParams->u32EventMask & ~kEvents) != 0) {
+        if (pstParams == nullptr || pstParams->pfnCallback != nullptr || !vset::hasEvents(*pstParams)) {
             return HW_ERR_INVALID_PARAMETER;
         }
         const std::uint64_t u64Cycle = vset::detail::powerCycles();

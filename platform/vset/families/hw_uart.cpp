@@ -141,7 +141,7 @@ HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackPa
             return HW_ERR_INVALID_HANDLE;
         }
         if (pstParams == nullptr || pu32Out == nullptr || pstParams->pfnCallback == nullptr ||
-            (pstParams->u32EventMask & HW_UART_EVENT_RX_CHAR) == 0 || pstParams->u32Reserved != 0) {
+            pstParams->u32EventMask != HW_UART_EVENT_RX_CHAR || pstParams->u32Reserved != 0) {
             return HW_ERR_INVALID_PARAMETER;
         }
         vset::startSerialThread();

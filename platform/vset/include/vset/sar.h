@@ -56,7 +56,7 @@ VSET_API Keypad keypad();
 struct Channel {
     bool bOpen = false;                // by the program, as an ADC
     bool bPlayer = false;              // by the set's player
-    unsigned int u32Mode = 0;          // HW_SAR_Mode_e, as it was configured last
+    unsigned int u32Mode = 0;          // HW_SAR_Mode_e, as it was configured since it was opened; 0 until then
     unsigned int u32VoltageLevel = 0;  // of the ADC instance; the keypad's for channel 0 without one
 };
 VSET_API Channel channel(unsigned int u32Channel);
