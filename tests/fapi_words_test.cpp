@@ -131,7 +131,7 @@ TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
         {"sys_copy_file /a /b perhaps", "KEEP is \"perhaps\", expected on or off"},
         {"set", "set: what is to be done is missing"},
         {"set falt HW_FS_Sync", "no such command: set falt, did you mean fault?"},
-        {"set fault HW_FS_Open", "HW_FS_Open answers no code, and failed would be a success of it"},
+        {"set fault HW_FS_Open", "HW_FS_Open answers no code when it fails, but -1 for a file"},
         {"set fault HW_FS_Sync 3 0", "set fault: FROM is \"0\", expected a number from 1"},
         {"set power-cycle now", "set power-cycle: \"now\" is one argument too many"},
     };

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "contract_refusals.h"
 #include "support/emulation.h"
 #include "vset/vset.h"
 
@@ -35,6 +36,8 @@ inline void writeFile(const std::string& strFile, const std::string& strBytes) {
 
 class SetTest : public ::testing::Test {
 protected:
+    static constexpr const char* kAnyCall = "";
+
     void SetUp() override {
         std::string strFolder = ::testing::TempDir() + "/vset-XXXXXX";
         ASSERT_NE(mkdtemp(strFolder.data()), nullptr);
@@ -47,6 +50,7 @@ protected:
         for (const vset::OpenHandle& stHandle : opened()) {
             EXPECT_TRUE(stHandle.bPlayer || mayStayOpen(stHandle.strFamily)) << stHandle.strFamily << " is left open";
         }
+        checkRefusals();
         vset::clearFaults();
         vset::cutPowerAtWrite(0);
         vset::detach();
@@ -82,6 +86,10 @@ protected:
     // the end.
     void leavesOpen(const std::string& strFamily) { _leftOpen.push_back(strFamily); }
 
+    // Names a function of which the test makes the chip refuse a call, by the beginning of its name. Every other
+    // refusal that the library does not bring about by contract fails the test at its end.
+    void refuses(const std::string& strCall) { _refused.push_back({strCall}); }
+
     // Returns what is open, except the display, graphics, tuner and watchdog that the set's player always has.
     static std::vector<vset::OpenHandle> opened() {
         std::vector<vset::OpenHandle> handles = vset::openHandles();
@@ -110,6 +118,28 @@ protected:
     }
 
 private:
+    struct RefusedCall {
+        std::string strBegin;
+        bool bSeen = false;
+    };
+
+    void checkRefusals() {
+        for (const vset::Refusal& refusal : vset::refusals(_u64Refusals)) {
+            const auto named = std::find_if(_refused.begin(), _refused.end(), [&](const RefusedCall& stCall) {
+                return refusal.strCall.rfind(stCall.strBegin, 0) == 0;
+            });
+            if (named != _refused.end()) {
+                named->bSeen = true;
+            } else if (tool::contractReason(refusal).empty()) {
+                ADD_FAILURE() << "the chip refused " << refusal.strCall << '(' << refusal.strArguments << ") = 0x"
+                              << std::hex << refusal.s64Result << ' ' << refusal.strReason;
+            }
+        }
+        for (const RefusedCall& stCall : _refused) {
+            EXPECT_TRUE(stCall.bSeen || stCall.strBegin == kAnyCall) << stCall.strBegin << " was not refused";
+        }
+    }
+
     bool mayStayOpen(const std::string& strFamily) const {
         return std::any_of(_leftOpen.begin(), _leftOpen.end(),
                            [&](const std::string& strLeft) { return strFamily.rfind(strLeft, 0) == 0; });
@@ -117,12 +147,17 @@ private:
 
     std::string _strFolder;
     std::vector<std::string> _leftOpen;
+    std::vector<RefusedCall> _refused;
+    std::uint64_t _u64Refusals = vset::refusalCount();
 };
 
-// A test of the middleware itself, which leaves its handles to the end of the set.
+// A test of the middleware itself, which leaves its handles to the end of the set, and asks for what is refused.
 class MiddlewareTest : public SetTest {
 protected:
-    MiddlewareTest() { leavesOpen("HW_"); }
+    MiddlewareTest() {
+        leavesOpen("HW_");
+        refuses(kAnyCall);
+    }
 };
 
 }  // namespace test
