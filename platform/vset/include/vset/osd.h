@@ -63,7 +63,7 @@ VSET_API std::vector<Surface> surfaces();
 // The pixels of a surface, as they lie there. Its memory may be gone: SetError.
 VSET_API Picture surfacePicture(std::uint32_t u32Handle);
 
-// The alignment that the capabilities report for surfaces; powers of two, 64 and 64 after switching on.
+// The alignment that surfaces must have, as the capabilities report it; powers of two, 64 and 64 after switching on.
 VSET_API void setSurfaceAlignment(std::uint32_t u32Address, std::uint32_t u32Pitch);
 
 }  // namespace vset::osd
