@@ -68,6 +68,7 @@ TEST_F(BasicSound, PrescaleAndNoiseReductionHaveRanges) {
 }
 
 TEST_F(BasicSound, OnlyPrescaleCanDoWithoutThePath) {
+    refuses("HW_AOUT_Open");
     vset::aout::setBlocked(0, true);
     unsigned char u8Enable = 1;
     unsigned short u16Value = 1;
@@ -237,6 +238,7 @@ TEST_F(Levels, DelayOfTheMainPath) {
 }
 
 TEST_F(Levels, VolumeOfEveryPathIsAByte) {
+    refuses("HW_AOUT_Open");
     for (unsigned int u32Path = 0; u32Path < 9; ++u32Path) {
         unsigned int u32Volume = 256 + 92 + u32Path;
         EXPECT_EQ(a_vextvfapi_aud_adv_set_volume(&u32Path, &u32Volume), 0);
@@ -259,6 +261,7 @@ TEST_F(Levels, VolumeOfEveryPathIsAByte) {
 }
 
 TEST_F(Levels, VolumeTables) {
+    refuses("HW_AOUT_Open");
     using Path = fapi_core::VexTvFApiAudioOutPathEnum;
     unsigned short au16Data[] = {11, 22, 33};
     vset::aout::setBlocked(7, true);
@@ -288,6 +291,7 @@ TEST_F(Levels, VolumeTables) {
 }
 
 TEST_F(Levels, AudioQualityFiles) {
+    refuses("HW_AOUT_LoadAqParams");
     write("/data/aq.bin", "parameters");
     EXPECT_EQ(a_vextvfapi_aud_load_aq_params(u8("/data/aq.bin")), 0);
     EXPECT_EQ(vset::aout::sound().strAqFile, "/data/aq.bin");

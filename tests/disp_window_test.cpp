@@ -71,6 +71,7 @@ TEST_F(DispWindow, AnyNumberCanBeMadeTheCurrentWindow) {
 }
 
 TEST_F(DispWindow, AVideoPathWinsOverAnInput) {
+    refuses("HW_DISP_GetConnectedNum");
     unsigned int hDisp = 0;
     _a_vextvfapi_disp_get_disp_handle(&hDisp);
     const int s32Disp = static_cast<int>(hDisp);

@@ -110,6 +110,8 @@ TEST_F(Canvas, RectanglesKeepTheirAlphaAndHaveTheirFrameInside) {
 }
 
 TEST_F(Canvas, SizesAreCutAndRowsShifted) {
+    refuses("HW_OS_AllocateIommuMemory");
+    refuses("HW_OSD_SurfaceCreate");
     struct Row {
         unsigned int u32Width, u32Height, u32SurfaceWidth, u32SurfaceHeight, u32Shift;
     };
@@ -141,6 +143,7 @@ TEST_F(Canvas, SizesAreCutAndRowsShifted) {
 }
 
 TEST_F(Canvas, DrawsNothingOutsideAShiftedBuffer) {
+    refuses("HW_OSD_SurfaceCreate");
     // Memory begins at a page: an alignment above that leaves less of it than the canvas has.
     vset::osd::setSurfaceAlignment(0x100000, 64);
     ASSERT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(640, 360), 0);
@@ -200,6 +203,8 @@ TEST_F(Canvas, FallsBackToTheFixedRegion) {
 }
 
 TEST_F(Canvas, NoRegionAtAllIsTooSmallForNothing) {
+    refuses("HW_OS_AllocateIommuMemory");
+    refuses("HW_SYS_FreeMmapLayout");
     vset::inject({"HW_SYS_AllocateMmapLayout", 3});
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(0, 8), -1); }),
                 HasSubstr("[Pattern] Frame buffer size is not enough, buffer size: 0x0, required size: 0x0\n\n"));

@@ -123,6 +123,7 @@ TEST_F(Pattern, RefusesWhatItDoesNotKnow) {
 }
 
 TEST_F(Pattern, TellsWhetherSomethingIsConnected) {
+    refuses("HW_DISP_GetConnectedNum");
     unsigned int hDisp = 0;
     EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle(&hDisp));
     EXPECT_EQ(_a_vextvfapi_disptst_connect_disp(static_cast<int>(hDisp), 1), 0);
@@ -155,6 +156,7 @@ TEST_F(Pattern, SwitchesPictureQuality) {
 }
 
 TEST_F(Pattern, SwitchesAGraphicsLayer) {
+    refuses("HW_OSD_GetLayerHandle");
     EXPECT_EQ(a_vextvfapi_disptst_set_osd_layer_on_off(1, 0), 0);
     EXPECT_FALSE(vset::osd::layer(1)->bShown);
     EXPECT_FALSE(vset::osd::layer(1)->windows.at(0).bShown);

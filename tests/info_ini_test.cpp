@@ -68,6 +68,7 @@ TEST_F(Ini, AMissingKeyIsNoFailure) {
 }
 
 TEST_F(Ini, RefusesWhatCannotBeRead) {
+    refuses("HW_SYS_OpenConfigFile");
     unsigned char au8Data[4] = {'#', '#', '#', '#'};
     EXPECT_EQ(a_vextvfapi_info_get_ini_para(nullptr, u8("s:four"), au8Data, 4), -2);
     EXPECT_EQ(a_vextvfapi_info_get_ini_para(u8(kFile), nullptr, au8Data, 4), -2);

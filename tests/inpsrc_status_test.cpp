@@ -139,6 +139,7 @@ TEST_F(Inputs, ClosesAWindowThatItOpened) {
 }
 
 TEST_F(Inputs, ReadsTheTiming) {
+    refuses("HW_EXTIN_GetAttr");
     fapi_core::VexTvFApiVideoTiming timing = {};
     vset::disp::connectVideo(0, {720, 576, 59940, 1});
     const std::string strLog = test::logOf([&] { EXPECT_EQ(a_vextvfapi_inpsrc_get_input_timing(timing), 0); });

@@ -44,6 +44,8 @@ TEST_F(Pads, ARefusedOutputIsASuccessAndAFailedCloseIsNot) {
 }
 
 TEST_F(Pads, AFailedOpenDrivesNoOtherPad) {
+    refuses("HW_GPIO_GetHandle");
+    refuses("HW_GPIO_Open");
     ASSERT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 1), 0);
     vset::clearJournal();
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(256, 0), -1); }),
@@ -73,6 +75,9 @@ TEST_F(Pads, LevelAndInversionAreRead) {
 }
 
 TEST_F(Pads, WhatCannotBeReadLeavesTheOutput) {
+    refuses("HW_GPIO_GetHandle");
+    refuses("HW_GPIO_Open");
+    refuses("HW_GPIO_GetInput");
     unsigned char u8Level = 9;
     EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(0, &u8Level), -1);
     EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(256, &u8Level), -1);
@@ -165,6 +170,7 @@ TEST_F(Monitor, WatchesOnePadAtATime) {
 }
 
 TEST_F(Monitor, EndsWithOneEventWhenThePadFails) {
+    refuses("HW_GPIO_GetInput");
     const auto starts = [](unsigned int u32Pad) {
         return test::eventually([=] { return a_vextvfapi_prphrl_gpio_monitor_start(u32Pad, 100, 0) == 0; });
     };
@@ -191,6 +197,8 @@ TEST_F(Monitor, EndsWithOneEventWhenThePadFails) {
 }
 
 TEST_F(Monitor, APadThatCannotBeOpenedCountsAsStartedUntilAStop) {
+    refuses("HW_GPIO_GetHandle");
+    refuses("HW_GPIO_Open");
     ASSERT_EQ(a_vextvfapi_prphrl_gpio_monitor_start(256, 100, 0), 0);
     std::this_thread::sleep_for(300ms);
     EXPECT_EQ(a_vextvfapi_prphrl_gpio_monitor_start(kPad, 100, 0), -1);

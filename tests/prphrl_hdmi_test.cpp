@@ -52,6 +52,7 @@ TEST_F(Hdmi, ThePortShowsTheVersionThatWasChosen) {
 }
 
 TEST_F(Hdmi, TakesEdidsOfUpTo512Bytes) {
+    refuses("HW_EXTIN_SetAttr");
     const std::string strLongest(512, 'e');
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_edid_data(1, 2, 512, u8(strLongest)), 0);
     Edid stEdid = untouched();
@@ -245,6 +246,7 @@ TEST_F(Pwm, EveryChannelAndAttributeIsItsOwn) {
 }
 
 TEST_F(Pwm, RefusesWhatIsNotThere) {
+    refuses("HW_PWM_GetAttr");
     leavesOpen("HW_PWM");
     unsigned int u32Value = 77;
     vset::clearJournal();

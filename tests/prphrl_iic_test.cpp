@@ -91,6 +91,10 @@ TEST_F(Iic, RefusesWhatItCannotTransfer) {
 }
 
 TEST_F(Iic, AFailedTransferLeavesTheOutputAlone) {
+    refuses("HW_IIC_Read");
+    refuses("HW_IIC_Write");
+    refuses("HW_IIC_GetHandle");
+    refuses("HW_IIC_Open");
     std::string strOut;
     EXPECT_EQ(readBus(2, strOut, 0x00B0), -1) << "no such device";
     EXPECT_EQ(strOut, "##");
@@ -110,6 +114,8 @@ TEST_F(Iic, AFailedTransferLeavesTheOutputAlone) {
 }
 
 TEST_F(Iic, ClosesOnlyWhatItOpened) {
+    refuses("HW_IIC_GetHandle");
+    refuses("HW_IIC_Open");
     leavesOpen("HW_IIC");
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0) << "it is open already";
@@ -130,6 +136,9 @@ TEST_F(Iic, ClosesOnlyWhatItOpened) {
 }
 
 TEST_F(Iic, ReportsWhereADeviceIs) {
+    refuses("HW_IIC_GetDeviceInfo");
+    refuses("HW_IIC_GetHandle");
+    refuses("HW_IIC_Open");
     unsigned short u16Slave = 0xEEEE;
     const std::string strLog =
         test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 0, &u16Slave), 0); });

@@ -46,6 +46,7 @@ const Failure kFailures[] = {
 };
 
 TEST_F(PrphrlInit, StopsAtTheFirstFailure) {
+    refuses("HW_EXTIN_GetCaps");
     for (const Failure& failure : kFailures) {
         SCOPED_TRACE(failure.log);
         int status = 0;

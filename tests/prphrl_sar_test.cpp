@@ -77,6 +77,7 @@ TEST_F(Keypad, PassesTheBoardsKeysToTheChip) {
 }
 
 TEST_F(Keypad, RefusesABrokenBoardFile) {
+    refuses("HW_SAR_Open");
     struct Row {
         std::string BoardIni::*pField;
         const char* pszText;
@@ -129,6 +130,7 @@ TEST_F(Keypad, RefusesABrokenBoardFile) {
 }
 
 TEST_F(Keypad, ReportsKeysFromStartToStop) {
+    refuses("HW_SAR_UnRegisterCallback");
     SKIP_UNDER_EMULATION();
     test::Events events;
     EXPECT_EQ(a_vextvfapi_prphrl_stop_keypad(), 0) << "nothing to stop";
@@ -165,6 +167,7 @@ TEST_F(Keypad, EveryStepOfAStartMayFail) {
 }
 
 TEST_F(Keypad, TheAdcsHandleDecidesWhetherTheKeypadIsOpened) {
+    refuses("HW_SAR_RegisterCallback");
     SKIP_UNDER_EMULATION();
     inFreshProcess([&] {
         ASSERT_EQ(a_vextvfapi_prphrl_start_adc(0), 0);
@@ -241,6 +244,8 @@ TEST_F(Keypad, StartsAndStopsWhileKeysArePressed) {
 class Adc : public SarTest {};
 
 TEST_F(Adc, TheFirstChannelIsReadForever) {
+    refuses("HW_SAR_GetHandle");
+    refuses("HW_SAR_Open");
     inFreshProcess([&] {
         vset::sar::setVoltage(2, 0x22);
         vset::sar::setVoltage(3, 0x33);

@@ -64,6 +64,7 @@ TEST_F(FactoryUart, TellsWhatItDoes) {
 }
 
 TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
+    refuses("HW_UART_UnRegisterCallback");
     ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(2, 3, 17), 1);
     EXPECT_TRUE(vset::uart::port(3).bOpen);
     EXPECT_EQ(vset::uart::port(3).u32BaudRate, 2u);
@@ -83,6 +84,8 @@ TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
 }
 
 TEST_F(FactoryUart, WhatIsOutOfRangeTheMiddlewareRefuses) {
+    refuses("HW_UART_Open");
+    refuses("HW_UART_GetHandle");
     for (const auto& [baudrate, port, device] : std::vector<std::array<int, 3>>{
              {5, 0, 0}, {-1, 0, 0}, {4, 5, 0}, {4, -1, 0}, {4, 127, 0}, {4, 0, 18}, {4, 0, -128}}) {
         EXPECT_EQ(
@@ -230,6 +233,7 @@ TEST_F(FactoryUart, AStopWaitsForACallbackThatTakesLong) {
 }
 
 TEST_F(FactoryUart, MayBeStoppedInsideTheCallback) {
+    refuses("HW_UART_UnRegisterCallback");
     test::Events events;
     events.onEvent([](const Event&) { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
     ASSERT_EQ(start(), 1);

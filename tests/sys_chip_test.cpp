@@ -92,6 +92,7 @@ TEST_F(Watchdog, ASetMayBeWithout) {
 }
 
 TEST_F(Watchdog, RebootsTheSetUnlessItIsStartedAgain) {
+    refuses("HW_WDT_GetAttr");
     SKIP_UNDER_EMULATION();
     inFreshProcess([&] {
         const unsigned int u32Boots = vset::bootCount();
@@ -113,6 +114,7 @@ TEST_F(Watchdog, RebootsTheSetUnlessItIsStartedAgain) {
 }
 
 TEST_F(Watchdog, AHostProgramMayDieInItsOwnWay) {
+    refuses("HW_WDT_SetAttr");
     SKIP_UNDER_EMULATION();
     std::atomic<bool> bDied{false};
     vset::wdt::onReboot([&] { bDied = true; });
@@ -168,6 +170,7 @@ TEST_F(Chip, SpreadsTheMemoryClock) {
 // --- Firmware --------------------------------------------------------------------------------------------------------
 
 TEST_F(Chip, FlashesFirmwareFromAFile) {
+    refuses("HW_SYS_UpgradeFw");
     write("/mnt/usb/fw.bin", "firmware");
     EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(1, text("/mnt/usb/fw.bin")), 0);
     ASSERT_EQ(vset::sys::flashedFirmware().size(), 1u);
@@ -234,6 +237,7 @@ TEST_F(Chip, ReportsTheTime) {
 }
 
 TEST_F(Chip, TheClockMayFail) {
+    refuses("HW_PM_Open");
     inFreshProcess([&] {
         leavesOpen("HW_PM");
         unsigned int u32Seconds = 77;

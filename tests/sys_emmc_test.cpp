@@ -61,6 +61,8 @@ TEST_F(Emmc, WhatIsWrittenIsRead) {
 }
 
 TEST_F(Emmc, RefusesWhatIsNotInThePartition) {
+    refuses("HW_FLASH_Write");
+    refuses("HW_FLASH_Read");
     struct Row {
         unsigned int u32Shift, u32Length;
     };
@@ -142,6 +144,7 @@ TEST_F(Emmc, AReadNeedsMemoryThatThereIs) {
 
 // No page of the 4 GiB that the chip refuses is touched.
 TEST_F(Emmc, ALengthThatIsRefusedCostsNoMemory) {
+    refuses("HW_FLASH_Read");
     const auto resident = [] {
         rusage stUsage = {};
         getrusage(RUSAGE_SELF, &stUsage);

@@ -53,7 +53,7 @@ private:
     std::vector<std::thread> _threads;
 };
 
-class VsetSwitch : public test::SetTest {};
+class VsetSwitch : public test::MiddlewareTest {};
 
 TEST_F(VsetSwitch, ACallThatRunsLeavesNothingInTheNextLife) {
     write("/data/fw", "");
@@ -114,7 +114,7 @@ TEST_F(VsetSwitch, ALateCallFindsNoSet) {
     unsetenv("VSET_DIR");
 }
 
-class VsetFiles : public test::SetTest {
+class VsetFiles : public test::MiddlewareTest {
 protected:
     struct Opened {
         FILE* pStream;

@@ -4,6 +4,7 @@
 #define TESTS_SUPPORT_SET_FIXTURE_H
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -69,6 +70,7 @@ protected:
         const auto run = [&] {
             body();
             TearDown();
+            tellFailures();
             std::exit(HasFailure() ? 1 : 0);
         };
         EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
@@ -122,6 +124,17 @@ private:
         std::string strBegin;
         bool bSeen = false;
     };
+
+    // The parent sees standard error alone.
+    static void tellFailures() {
+        const ::testing::TestResult& result = *::testing::UnitTest::GetInstance()->current_test_info()->result();
+        for (int i = 0; i < result.total_part_count(); ++i) {
+            const ::testing::TestPartResult& part = result.GetTestPartResult(i);
+            if (part.failed()) {
+                std::fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(), part.message());
+            }
+        }
+    }
 
     void checkRefusals() {
         for (const vset::Refusal& refusal : vset::refusals(_u64Refusals)) {
