@@ -74,6 +74,7 @@ protected:
             std::exit(HasFailure() ? 1 : 0);
         };
         EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
+        _refused.clear();  // that was there
     }
 
     const std::string& folder() const { return _strFolder; }
