@@ -78,11 +78,14 @@ HW_Handle_t lateWindow = HW_HANDLE_NONE;
     }
 OMITTED2(HW_CAP_DisconnectInput, HW_Handle_t, HW_Handle_t)
 OMITTED(HW_DISP_ApplySetting, HW_Handle_t)
+OMITTED(HW_FS_Init, const HW_FS_InitParams_t*)
 OMITTED(HW_IR_Init, const HW_IR_InitParams_t*)
+OMITTED(HW_OS_FreeIommuMemory, const HW_OS_IommuRelease_t*)
 OMITTED(HW_OSD_Init, const HW_OSD_InitParams_t*)
 OMITTED(HW_OSD_SurfaceUnlock, HW_Handle_t)
 OMITTED2(HW_OSD_WindowSetZOrder, HW_Handle_t, HW_U32)
 OMITTED(HW_PM_Init, const HW_PM_InitParams_t*)
+OMITTED(HW_PWM_Close, HW_Handle_t)
 OMITTED2(HW_SAR_ConfigMode, HW_Handle_t, HW_U32)
 
 HW_S32 HW_FS_Sync() {
