@@ -395,7 +395,7 @@ TEST_F(VsetFlash, APowerCutDoesNotLeaveHalfAPartition) {
 // Whatever moment it is, size and file fit together, and the bytes are there.
 TEST_F(VsetFlash, APowerCutDoesNotLeaveAPartitionHalfResized) {
     SKIP_UNDER_EMULATION();
-    for (const std::uint64_t u64Size : {16384, 4096}) {
+    for (const std::uint64_t u64Size : {16384u, 4096u}) {
         vset::flash::setPartition("small", 8192);
         Image bytes(16, 1);
         HW_U32 u32Report = 0;
