@@ -79,10 +79,10 @@ struct TakenFault {
 };
 VSET_API TakenFault takeFault(const char* pszCall);
 
-// Adds an event of the set that is no call to the journal.
+// Adds to the journal an event of the set that is no call.
 VSET_API void recordEvent(const char* pszEvent);
 
-// Records a call among the refusals that was done although it was wrong.
+// Adds to the refusals a call that was done although it was wrong.
 VSET_API void object(const char* pszCall, HW_Handle_t hHandle, const char* pszReason);
 
 // Counts an allocation; returns true when it should fail.

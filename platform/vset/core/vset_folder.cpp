@@ -309,7 +309,7 @@ bool isSet(const std::string& strFolder) {
 
 namespace {
 
-// The next configuration. It is the first file of a new set, and becomes kConfigFile last.
+// The next configuration. It is the first file of a new set, and set.json is the last.
 constexpr char kNextConfigFile[] = "/set.json.new";
 
 // Returns whether the folder is empty or holds only a set whose making was interrupted. Such a set has never been used:
@@ -383,7 +383,7 @@ private:
     const std::string _strFolder;
     std::vector<fs::path> _made;  // the innermost folder first
     int _s32Lock = -1;
-    bool _bOurs = false;  // the folder's contents
+    bool _bOurs = false;  // the folder's contents, which giveUp() removes then
 };
 
 void fillNewSet(const std::string& strFolder) {

@@ -49,9 +49,9 @@ std::string resizedPartition(const std::string& strFile);
 // Returns whether the folder holds a complete set.
 bool isSet(const std::string& strFolder);
 
-// Both throw SetError.
+// Makes a folder. Throws SetError.
 void makeFolder(const std::string& strFolder);
-// Makes the folders and files of a new set's tree.
+// Makes the folders and files of a new set's tree. Throws SetError.
 void makeTree(const std::string& strFolder);
 
 // A set.json that holds no JSON object.

@@ -40,7 +40,7 @@ class Repairs {
 public:
     explicit Repairs(const std::string& strFolder) : _strFolder(strFolder) {}
 
-    // `stConfig` holds the valid entries of the damaged configuration.
+    // Adds the repair of set.json. `stConfig` holds the valid entries of the damaged configuration.
     void config(const SetConfig& stConfig, const std::vector<std::string>& problems) {
         add(kConfigFile + 1, problems, "what is right of it, and defaults",
             [strFolder = _strFolder, stConfig] { writeConfig(strFolder, stConfig); });

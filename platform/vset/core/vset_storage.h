@@ -19,7 +19,7 @@ void tellHostTrouble(const std::string& strFile, int s32Error);
 // Notes that the host has no room for a file or folder at this path, if errno says so. errno stays.
 void tellFullDisk(const char* pszPath);
 
-// Counts a write to the storage, at which the power may be cut.
+// Counts a write that is about to happen, at which the power may be cut.
 void step();
 
 // Returns the whole file. Throws SetError naming it.
@@ -35,10 +35,10 @@ void replaceFileWithBlank(const std::string& strFile, std::uint64_t u64Size);
 // Replaces the file with its own bytes, cut or extended with 0xFF to `u64Size` bytes.
 void replaceFileResized(const std::string& strFile, std::uint64_t u64Size);
 
-// Writes the resized bytes into another file, and replaces that one.
+// Replaces `strTarget` with the resized bytes of `strFile`.
 void writeFileResized(const std::string& strFile, const std::string& strTarget, std::uint64_t u64Size);
 
-// Replaces a file with another one of the same folder. Throws SetError.
+// Moves a file over another one of the same folder. Throws SetError.
 void moveFile(const std::string& strFile, const std::string& strTarget);
 
 // Writes in place, block by block. Throws SetError.

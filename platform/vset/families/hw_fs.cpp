@@ -308,8 +308,7 @@ HW_S32 HW_FS_Unlink(const char* pszPath) {
     });
 }
 
-// The host has received all bytes that the set has written, so there is nothing to flush: they are no longer lost when
-// the power is cut.
+// Makes a power cut keep all earlier writes. There is nothing to flush: the host has received them already.
 HW_S32 HW_FS_Sync(void) {
     return vset::call(__func__, {}, []() -> HW_S32 {
         vset::forgetSynced();

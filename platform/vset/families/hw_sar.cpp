@@ -17,7 +17,7 @@ namespace vset {
 
 namespace {
 
-// The keypad's key; that of an ADC channel is the channel.
+// The key of the keypad's handle; the handle of an ADC channel has the channel as its key.
 constexpr std::uint64_t kKeypadKey = 0x100;
 
 struct ChannelState {
@@ -36,7 +36,7 @@ class SarModel : public FamilyModel {
 public:
     SarModel() : FamilyModel(FamilyId::sar, "HW_SAR") {}
 
-    // Copies the channel's state, and changes it.
+    // Return a copy of the channel's state, or change it.
     ChannelState channel(std::uint64_t u64Channel) {
         const std::lock_guard<std::mutex> lock(_mutex);
         return _channels[u64Channel];

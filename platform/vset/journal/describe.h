@@ -83,7 +83,7 @@ Parameter parameter(std::size_t index, Handle stHandle) {
     }
 }
 
-// A parameter that needs more than its own value.
+// Returns the given description, for a parameter that needs more than its own value.
 template <class Type>
 Parameter parameter(std::size_t, Parameter described) {
     return described;

@@ -28,7 +28,7 @@ struct CallDescription {
     const char* pszCall = nullptr;
     // HW_ERR_FAILED means that nothing was found, which is no refusal.
     bool bLookUp = false;
-    // Text writers: the first run before the function does its work, the others afterwards if it succeeded.
+    // The inputs are written before the function does its work, the outputs afterwards if it succeeded.
     std::vector<WriteArgument> inputs;
     std::vector<WriteArgument> outputs;
     // The names of all fields that inputs and outputs can have.

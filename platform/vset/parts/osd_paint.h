@@ -7,7 +7,7 @@
 
 namespace vset {
 
-// `pu8Pixels` are the surface's, with its pitch and any alignment.
+// Paints a surface's pixels, which have the surface's pitch and any alignment.
 void paintSurface(const osd::Layer& stLayer, const osd::Window& stWindow, const osd::Surface& stSurface,
                   const HW_U8* pu8Pixels, Picture& picture);
 

@@ -58,10 +58,10 @@ VSET_API Sound sound();
 
 // --- In words --------------------------------------------------------------------------------------------------------
 
-// Returns "SRS Theater: geq on, rest off", "DBX: sonic on, volume night, surround off", "Dolby DAP: pre-gain -12, ..."
+// Describes parameters: "SRS Theater: geq on, rest off", "DBX: sonic on, volume night, surround off", "Dolby DAP: ..."
 VSET_API std::string describe(const HW_AOUT_AdvSndParams_t& stParams);
 
-// Returns "PEQ on, 5 bands: gain 0 0 120 0 0, frequency 0 0 1000 0 0, Q 0 0 10 0 0", "bass on: 12"
+// Describes a basic sound: "PEQ on, 5 bands: gain 0 0 120 0 0, frequency 0 0 1000 0 0, Q 0 0 10 0 0", "bass on: 12"
 VSET_API std::string describe(const HW_AOUT_BasicSound_t& stSound);
 
 // Returns the name of an advanced sound type ("SRS Theater"), or its number.

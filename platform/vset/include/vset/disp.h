@@ -64,8 +64,8 @@ VSET_API void disconnectInput(unsigned int u32Window);
 
 // Returns the picture of the window: mute color, test pattern, its source, or black; 1920 x 1080 opaque pixels. A video
 // path shows vertical color bars with a bright line that moves; an external input, when there is no video path, shows
-// lying bars; of both, the piece that the applied input rectangle names. Test pattern and mute act at once, without
-// ApplySetting. The test pattern of mode 6 is the color alone, those of the other modes have a shape each.
+// horizontal bars; of both, the piece that the applied input rectangle names. Test pattern and mute act at once,
+// without ApplySetting. The test pattern of mode 6 is the color alone, those of the other modes have a shape each.
 VSET_API Picture picture(unsigned int u32Window);
 
 // Stops all video paths at a frame number, so that two looks see the same; without one they move again.

@@ -67,8 +67,7 @@ struct Calibration {
     HW_EXTIN_AdcPhase_t stPhase = {16, 16, 16};
     HW_EXTIN_AdcGainOffset_t stGainOffset = {1024, 1024, 1024, 128, 128, 128};
 };
-// Returns or replaces the setting of the converter, which is kept in the set's folder. A new set has the defaults
-// above.
+// Returns or replaces the converter's setting, which is kept in the set's folder. A new set has the defaults above.
 VSET_API Calibration calibration(std::uint32_t u32Type, std::uint32_t u32Index);
 VSET_API void setCalibration(std::uint32_t u32Type, std::uint32_t u32Index, const Calibration& stCalibration);
 

@@ -21,8 +21,7 @@ struct VSET_API CallPattern {
     std::vector<std::pair<std::string, std::string>> fields;
     std::optional<long long> result;
 
-    // Throws SetError for a pattern that cannot be read, and UnknownCallName for a function or a field that does not
-    // exist.
+    // Throws SetError for a pattern that cannot be read, and UnknownCallName for an unknown function or field.
     explicit CallPattern(const std::string& strPattern);
 
     bool matches(const JournalEntry& stEntry) const;

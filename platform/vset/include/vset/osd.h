@@ -46,8 +46,7 @@ struct Layer {
 // and 1 with a window each, both shown; the first shows a transparent surface of the panel's size.
 VSET_API std::optional<Layer> layer(unsigned int u32Layer);
 
-// Takes the player's layer away, with its windows: the library finds none of that number any more. A power cycle
-// restores it.
+// Takes the player's layer away, with its windows: the library finds it no more. A power cycle restores it.
 VSET_API void removeLayer(unsigned int u32Layer);
 
 struct Surface {
@@ -63,8 +62,7 @@ VSET_API std::vector<Surface> surfaces();
 // Returns the pixels of a surface, as they are stored. Throws SetError when its memory is gone.
 VSET_API Picture surfacePicture(std::uint32_t u32Handle);
 
-// Sets the alignment that surfaces must have, as the capabilities report it; powers of two, 64 and 64 after switching
-// on.
+// Sets the alignment that surfaces must have and the capabilities report; powers of two, 64 after switching on.
 VSET_API void setSurfaceAlignment(std::uint32_t u32Address, std::uint32_t u32Pitch);
 
 }  // namespace vset::osd

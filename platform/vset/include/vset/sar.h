@@ -3,8 +3,7 @@
 // number is out of range.
 //
 // The keypad is a ladder of resistors on channel 0: a pressed key pulls the channel to its threshold. The program gives
-// the thresholds and key codes when it opens the keypad. Switching on releases all keys and sets every channel to
-// kOpen.
+// the thresholds and key codes when it opens the keypad. Switching on releases all keys and sets channels to kOpen.
 #ifndef VSET_SAR_H
 #define VSET_SAR_H
 

@@ -25,8 +25,7 @@ struct Slot {
 // Returns a slot's state. After switching on, the player has slot 0, which is locked.
 VSET_API Slot slot(unsigned int u32Slot);
 
-// Locks a slot to a station, or unlocks it. lock() opens the slot for the player unless it is open; unlock() leaves it
-// open.
+// Locks a slot, or unlocks it. lock() opens the slot for the player unless it is open; unlock() leaves it open.
 VSET_API void lock(unsigned int u32Slot);
 VSET_API void unlock(unsigned int u32Slot);
 VSET_API void setBer(unsigned int u32Slot, std::int32_t s32Ber);

@@ -36,7 +36,7 @@ VSET_API std::vector<std::string> check(const std::string& strFolder);
 // One repair of a set's folder.
 struct Repair {
     std::string strFile;              // below the folder: "env/emmc.img"
-    std::vector<std::string> damage;  // as check() tells it
+    std::vector<std::string> damage;  // as check() gives it
     std::string strRemedy;            // "the environment of a new set"
     // Puts the remedy in the damaged file's place; a hard link to the damaged file keeps the damaged bytes. Throws
     // SetError.

@@ -26,7 +26,7 @@ VSET_API Watchdog state();
 // Sets the reason of the last reboot, as programs read it.
 VSET_API void setRebooted(bool bRebooted);
 
-// Takes the watchdog out, and puts it back; switching on puts it back, too.
+// Removes the watchdog, or puts it back, as switching on does.
 VSET_API void setPresent(bool bPresent);
 
 // Sets what a reboot does, on a thread of the watchdog; null restores the default, a power cycle. A program that should
