@@ -4,7 +4,7 @@
 // Outputs. On failure nothing is written: handles, values and records keep what the caller put there. On success
 // every output is written completely.
 //
-// Initialisation. HW_SYS_Init comes first. Without it work only HW_FS_* and HW_OS_DelayTask.
+// Initialisation. HW_SYS_Init comes first. Only HW_FS_* and HW_OS_DelayTask work without it.
 //   - HW_SAR, HW_GPIO, HW_DISP, HW_VIDEO, HW_CAP, HW_OS and the rest of HW_SYS need nothing more; of these only HW_SYS
 //     has an Init.
 //   - HW_PM and HW_OSD have an Init, but work without it.

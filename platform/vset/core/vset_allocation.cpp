@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Allocation functions of a host program, of which the nothrow forms can be made to fail.
+// Allocation functions of a host program, whose nothrow forms can be made to fail.
 #include <cstdlib>
 #include <new>
 
@@ -20,7 +20,7 @@ void* allocateOrThrow(std::size_t size) {
 }
 
 void* allocateUnlessFault(std::size_t size) noexcept {
-    // Looking for a fault may allocate itself, by the throwing forms only.
+    // The search for a fault may allocate memory itself, but only with the throwing forms.
     return vset::detail::takeAllocationFault() ? nullptr : allocate(size);
 }
 

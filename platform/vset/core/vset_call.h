@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The way of every middleware call: default set, fault, model, journal.
+// Takes every middleware call through its steps: default set, fault, model, journal.
 #ifndef VSET_CALL_H
 #define VSET_CALL_H
 
@@ -19,7 +19,7 @@ namespace vset {
 
 struct CallDescription;
 
-// An argument as it was given: a number, or an address. The journal knows by the function's name what it means.
+// An argument as it was given: a number, or an address. The journal derives its meaning from the function's name.
 struct RawArgument {
     template <class Number, class = std::enable_if_t<std::is_integral_v<Number> || std::is_enum_v<Number>>>
     RawArgument(Number number) : u64Value(static_cast<std::uint64_t>(number)) {}
@@ -36,12 +36,12 @@ enum class OnFault { skip, act };
 
 namespace detail {
 
-// Switches the default set on when the process has never attached or detached one. False when no set is on then, with
-// one line on standard error when the default set is the reason.
+// Switches the default set on when the process has never attached or detached a set. Returns false when no set is on
+// then, with one line on standard error when the default set is the reason.
 VSET_API bool ensureAttached();
 
-// A call while it runs: the switch is not turned meanwhile, so that no call leaves anything behind in the life of the
-// set that follows. A call inside a call is part of the outer one.
+// A call while it runs: the power does not change meanwhile, so that no call leaves anything in the power cycle that
+// follows. A call inside a call is part of the outer one.
 class VSET_API PoweredCall {
 public:
     PoweredCall();
@@ -49,14 +49,15 @@ public:
     PoweredCall(const PoweredCall&) = delete;
     PoweredCall& operator=(const PoweredCall&) = delete;
 
-    // Whether a set is on.
+    // Returns whether a set is on.
     explicit operator bool() const { return _bOn; }
 
 private:
     bool _bOn;
 };
 
-// A wait within a call, which the switch does not wait for. Locks of a model are not to be held where it ends.
+// A wait within a call, for which the power switch does not wait. The caller may hold no lock of a model where the wait
+// ends.
 class VSET_API WithoutPower {
 public:
     WithoutPower();
@@ -68,7 +69,7 @@ private:
     const bool _bInCall;
 };
 
-// Changes whenever the switch is turned: a call that has waited compares it before it goes on.
+// Returns a number that changes with each switching on or off. A call that has waited compares it before it goes on.
 VSET_API std::uint64_t powerCycles();
 
 struct TakenFault {
@@ -78,22 +79,22 @@ struct TakenFault {
 };
 VSET_API TakenFault takeFault(const char* pszCall);
 
-// Journals what happens in the set without a call.
+// Adds to the journal an event of the set that is no call.
 VSET_API void recordEvent(const char* pszEvent);
 
-// Keeps among the refusals a call that was done although it was wrong.
+// Adds to the refusals a call that was done although it was wrong.
 VSET_API void object(const char* pszCall, HW_Handle_t hHandle, const char* pszReason);
 
-// Counts an allocation; true when it is to fail.
+// Counts an allocation; returns true when it should fail.
 VSET_API bool takeAllocationFault();
 
-// What the journal knows of a function. Null for a name that is none.
+// Returns the journal's description of a function, or null for an unknown name.
 VSET_API const CallDescription* findDescription(const char* pszCall);
 
 // How many calls the journal keeps; 0 while it is off.
 VSET_API extern std::atomic<std::size_t> journalLimit;
 
-// A call on its way. The journal writes its inputs down before the model runs, which may overwrite them.
+// A call that has begun. The journal stores its inputs before the model runs, which may overwrite them.
 struct OpenCall {
     static constexpr std::size_t kTextSize = 1024;
 
@@ -110,7 +111,7 @@ struct OpenCall {
 };
 VSET_API void begin(OpenCall& call);
 
-// What became of a call.
+// How a call ended.
 struct CallEnd {
     long long s64Result = 0;
     bool bFault = false;
@@ -120,7 +121,7 @@ struct CallEnd {
 };
 VSET_API void end(OpenCall& call, const CallEnd& stEnd);
 
-// What a call answers that has no set to act on, or whose model ran out of memory or storage.
+// Returns the result of a call that has no set to act on, or whose model ran out of memory or storage.
 template <class Result>
 Result refusal() {
     if constexpr (std::is_pointer_v<Result>) {
@@ -150,13 +151,13 @@ long long journalResult(Result result) {
     }
 }
 
-// Whether the result of a function means that it has failed.
+// Returns whether the result of a function means failure.
 template <class Result>
 bool isFailure(Result result) {
     if constexpr (std::is_pointer_v<Result>) {
         return result == nullptr;
     } else if constexpr (std::is_enum_v<Result>) {
-        // No code: "done" or not.
+        // The result is no code, but "done" or not.
         return result == Result{};
     } else if constexpr (std::is_signed_v<Result>) {
         return result < 0;
@@ -165,11 +166,11 @@ bool isFailure(Result result) {
     }
 }
 
-// Whether a result that says "failed" is the chip's refusal. A file that is not there is none.
+// Returns whether a failed result is the chip's refusal. A missing file is no refusal.
 template <class Result>
 constexpr bool kFailureIsRefusal = !std::is_pointer_v<Result> && !std::is_signed_v<Result>;
 
-// The model's answer. Nothing that it throws reaches the C caller.
+// Returns the model's result, and lets no exception reach the C caller.
 template <class Body, class Result>
 Result act(Body& body, Result failure) {
     try {
@@ -184,7 +185,7 @@ Result act(Body& body, Result failure) {
 }  // namespace detail
 
 // Runs `body`, the model of the middleware function `pszCall`, unless a fault answers in its place, and journals the
-// call with its result. errno is the body's or the fault's afterwards. `failure` is the answer without a set, and after
+// call with its result. errno is the body's or the fault's afterwards. `failure` is the result without a set, and after
 // an exception of the body.
 template <class Body, class Result = decltype(std::declval<Body&>()())>
 Result call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFault = OnFault::skip,
@@ -195,7 +196,7 @@ Result call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFa
         errno = ENODEV;
         return failure;
     }
-    // Once for each function: a body has a type of its own.
+    // Looked up once for each function: a body has a type of its own.
     static const CallDescription* const pDescription = detail::findDescription(pszCall);
     detail::OpenCall openCall(pszCall, pDescription, arguments);
     const bool bJournal = detail::journalLimit.load(std::memory_order_relaxed) != 0;

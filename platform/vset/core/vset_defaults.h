@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a new set comes with.
+// The contents of a new set.
 #ifndef VSET_DEFAULTS_H
 #define VSET_DEFAULTS_H
 
@@ -19,13 +19,13 @@ struct DefaultFile {
     std::string_view content;
 };
 
-// Below the set's tree.
+// Folders below the set's tree.
 inline constexpr DefaultFolder kDefaultFolders[] = {
     {"/data/vendor"}, {"/dev"}, {"/mnt/usb"}, {"/sys/kernel/uart"}, {"/vendor/factory/bin"}, {"/vendor/factory/config"},
 };
 
 inline constexpr DefaultFile kDefaultFiles[] = {
-    // Its presence is what marks the set as being in factory mode.
+    // The presence of this file marks the set as being in factory mode.
     {"/vendor/factory/bin/factory_svc", "#!/system/bin/sh\n"},
     {"/vendor/factory/config/dataindex.ini",
      "# Which configuration files this set uses.\n"
@@ -47,7 +47,7 @@ inline constexpr DefaultFile kDefaultFiles[] = {
      "IR_FORMAT = 1\n"},
 };
 
-// In eMMC; the other flash types start blank.
+// The environment in eMMC; the other flash types start blank.
 inline const EnvironmentRecords kDefaultEnvironment = {
     {"bootcmd", "mmc read 0x20000000 boot; bootm 0x20000000"},
     {"bootdelay", "0"},

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The boot environment as boot loaders keep it.
+// The boot environment in the format of boot loaders.
 #include "vset_environment.h"
 
 #include <algorithm>
@@ -20,7 +20,8 @@ HW_U32 checksumOf(const HW_U8* pu8Image) {
     return static_cast<HW_U32>(crc32_z(0, pu8Image + kChecksumSize, kImageSize - kChecksumSize));
 }
 
-// The record at an offset, without its NUL; empty where the list ends. What has no NUL inside the image is no record.
+// Returns the record at an offset, without its NUL; empty where the list ends. Bytes without a NUL inside the image are
+// no record.
 std::string_view recordAt(const HW_U8* pu8Image, std::size_t offset) {
     const char* const pStart = reinterpret_cast<const char*>(pu8Image) + offset;
     const void* const pEnd = std::memchr(pStart, '\0', kImageSize - offset);
@@ -108,7 +109,7 @@ bool setEnvironmentValue(HW_U8* pu8Image, std::string_view key, std::string_view
     }
     HW_U8* const pu8Record = pu8Image + place;
     std::memmove(pu8Record + newSize, pu8Record + oldSize, end - place - oldSize);
-    // Moved, not copied: a caller's key or value may lie in the image itself.
+    // memmove, because a caller's key or value may lie in the image itself.
     std::memmove(pu8Record, key.data(), key.size());
     pu8Record[key.size()] = '=';
     std::memmove(pu8Record + key.size() + 1, value.data(), value.size());

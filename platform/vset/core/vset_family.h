@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the families of the middleware share: power, initialisation, handles.
+// The base of all families of the middleware: power, initialization, handles.
 #ifndef VSET_FAMILY_H
 #define VSET_FAMILY_H
 
@@ -48,7 +48,7 @@ enum class FamilyId : std::uint32_t {
     dval
 };
 
-// What becomes of the player's instance when somebody else closes it.
+// The result of closing the player's instance on behalf of a program.
 enum class PlayersInstance {
     stays,    // the close is refused
     isClosed  // the close is done, and kept among the refusals
@@ -60,25 +60,25 @@ class VSET_API HandleTable {
 public:
     HandleTable(FamilyId eFamily, const char* pszFamily, PlayersInstance ePlayers = PlayersInstance::stays);
 
-    // HW_ERR_FAILED when nothing is open under the key.
+    // Returns HW_ERR_FAILED when nothing is open under the key.
     HW_Result_t find(std::uint64_t u64Key, HW_Handle_t* phHandle) const;
-    // HW_ERR_BUSY when something is.
+    // Returns HW_ERR_BUSY when an instance is open under the key.
     HW_Result_t open(std::uint64_t u64Key, HW_Handle_t* phHandle, bool bPlayer = false);
-    // The close of a middleware function. HW_ERR_INVALID_HANDLE for everything that is not open here, or not the
-    // caller's.
+    // Closes a handle for a program. Returns HW_ERR_INVALID_HANDLE for a handle that is not open here, or not the
+    // program's.
     HW_Result_t close(HW_Handle_t hHandle);
-    // The set's own close, of whoever's instance. False when nothing is open under the handle.
+    // Closes a handle for the set itself, whoever has opened it. Returns false when nothing is open under the handle.
     bool remove(HW_Handle_t hHandle);
     bool isPlayers(HW_Handle_t hHandle) const;
-    // The key of an open handle.
+    // Returns the key of an open handle.
     std::optional<std::uint64_t> key(HW_Handle_t hHandle) const;
-    // What is open under a key.
+    // Returns the instance that is open under a key.
     std::optional<OpenHandle> instance(std::uint64_t u64Key) const;
 
     const char* family() const { return _pszFamily; }
 
     void closeAll();
-    // What a family's DeInit does: the player's handles stay.
+    // Closes the handles that a program has opened, as a family's DeInit does; the player's stay open.
     void closeThoseOfTheLibrary();
     void list(std::vector<OpenHandle>& handles) const;
 
@@ -96,7 +96,7 @@ private:
     std::map<HW_Handle_t, Instance> _instances;
 };
 
-// What an Init makes of a missing record.
+// How an Init treats a missing record.
 enum class NullParams { refused, defaults };
 
 // Base of a family's model. A model is made once and never destroyed: detached threads of the host program may call
@@ -107,46 +107,46 @@ public:
     FamilyModel(const FamilyModel&) = delete;
     FamilyModel& operator=(const FamilyModel&) = delete;
 
-    // The family's Init: HW_HAS_INITED the second time, HW_ERR_NOT_INITED before HW_SYS_Init.
+    // Initializes the family. Returns HW_HAS_INITED the second time, HW_ERR_NOT_INITED before HW_SYS_Init.
     HW_Result_t initialise();
-    // The same with its parameters.
+    // Checks the parameter record, and initializes the family.
     template <class Params>
     HW_Result_t initialise(const Params* pstParams, NullParams eNull = NullParams::refused) {
         const bool bValid = pstParams != nullptr ? pstParams->u32Reserved == 0 : eNull == NullParams::defaults;
         return bValid ? initialise() : HW_ERR_INVALID_PARAMETER;
     }
-    // The same for a family that works before HW_SYS_Init.
+    // Initializes a family that does not need HW_SYS_Init.
     HW_Result_t markInitialised();
     bool isInitialised() const { return _bInitialised.load(); }
     void deinitialise() { _bInitialised.store(false); }
-    // The family's DeInit: closes what the library has open, too. HW_ERR_NOT_INITED without an Init.
+    // Deinitializes the family, and closes what the library has open. Returns HW_ERR_NOT_INITED without an Init.
     HW_Result_t shutDown();
 
-    // HW_OK, or HW_ERR_NOT_INITED before HW_SYS_Init or the family's own Init.
+    // Returns HW_OK, or HW_ERR_NOT_INITED before HW_SYS_Init or the family's own Init.
     HW_Result_t readiness() const;
 
-    // The switch is turned on: forgets everything that is not in the set's folder, then sets the scene.
+    // Switches the family on: discards all state that is not in the set's folder, then resets the model.
     void powerOn();
-    // Before that, and before the folder is given back (`bDetach`). Callbacks have ended afterwards, except the one
-    // that the switch is turned from.
+    // Runs before powerOn(), and before the folder is given back (`bDetach`). Callbacks have ended afterwards, except
+    // the one that switches the power.
     virtual void powerOff([[maybe_unused]] bool bDetach) {}
 
     HandleTable& handles() { return _handles; }
-    // Everything that is open in the family.
+    // Adds all open handles of the family.
     void listHandles(std::vector<OpenHandle>& handles) const;
 
-    // The set's player opens an instance, and closes it again. `strWhat` names it in the SetError of the person who
-    // asks for what is not possible. release() returns the handle that is no more.
+    // Opens an instance for the set's player, and closes it again. `strWhat` names the instance in a SetError.
+    // release() returns the handle that was closed.
     void hold(std::uint64_t u64Key, const std::string& strWhat);
     HW_Handle_t release(std::uint64_t u64Key, const std::string& strWhat);
 
 protected:
-    // Never called: models live for ever.
+    // Never called: models live forever.
     ~FamilyModel() = default;
-    // For a family that has handles of several kinds: the table, a member of the model, is closed and listed with the
-    // first one.
+    // Adds a table for a family that has handles of several kinds. The table, a member of the model, is closed and
+    // listed with the first one.
     void alsoHas(HandleTable& handles) { _tables.push_back(&handles); }
-    // Puts the family's own state into that after switching on; the handles are closed already.
+    // Resets the family's own state to its power-on values. Handles have been closed already.
     virtual void reset() {}
 
 private:
@@ -155,7 +155,7 @@ private:
     std::vector<HandleTable*> _tables{&_handles};
 };
 
-// A model whose state is one record, which is looked at and changed under its lock.
+// A model whose state is one record, which is read and changed under its lock.
 template <class State>
 class StatefulModel : public FamilyModel {
 public:
@@ -178,8 +178,8 @@ private:
     State _state;
 };
 
-// What GetHandle and Open of a family have in common whose instances are known by one number: HW_OK, or what they
-// answer. `readiness` is the family's own or the system's, as the family wants.
+// Checks the parameters of GetHandle and Open of a family whose instances have one number. Returns HW_OK, or the result
+// that these functions give. `readiness` is the family's own or the system's, as the family needs.
 template <class Params>
 HW_Result_t checkInstanceNumber(HW_Result_t readiness, const Params* pstParams, HW_U32 Params::*pNumber,
                                 HW_U32 u32Count, const HW_Handle_t* phHandle) {
@@ -189,19 +189,19 @@ HW_Result_t checkInstanceNumber(HW_Result_t readiness, const Params* pstParams, 
     return readiness;
 }
 
-// Flags are 0 or 1.
+// Returns whether a value is 0 or 1.
 constexpr bool isFlag(HW_U32 u32Value) {
     return u32Value <= 1;
 }
 
-// HW_OK, or HW_ERR_NOT_INITED while HW_SYS_Init has not run since the set was switched on.
+// Returns HW_OK, or HW_ERR_NOT_INITED while HW_SYS_Init has not run since the set was switched on.
 VSET_API HW_Result_t systemReadiness();
 
-// For a part of the set that switches it: when `isWanted` still holds with the switch in hand, `prepare` is run, and if
-// that wants it (true) the set is switched off and on. Waits for whoever else is at the switch.
+// Power-cycles the set from inside a model. Waits for other users of the power switch, runs `prepare` if `isWanted()`
+// still holds, and cycles if `prepare` returns true.
 void powerCycleIf(const std::function<bool()>& isWanted, const std::function<bool()>& prepare);
 
-// Called by HW_SYS_Init; HW_HAS_INITED the second time.
+// Initializes the system for HW_SYS_Init. Returns HW_HAS_INITED the second time.
 HW_Result_t initialiseSystem();
 
 }  // namespace vset

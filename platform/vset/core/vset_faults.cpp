@@ -17,7 +17,7 @@ struct ArmedFault {
 struct Faults {
     std::mutex mutex;
     std::vector<ArmedFault> armed;
-    // Looked at without the lock on every call; there are hardly ever faults.
+    // Read without the lock on every call, because faults are rare.
     std::atomic<std::size_t> count{0};
     std::atomic<std::size_t> allocations{0};
 };
@@ -27,14 +27,14 @@ Faults& theFaults() {
     return faults;
 }
 
-// Written by the build, from the headers of the interface.
+// The function names, written by the build from the headers of the interface.
 constexpr const char* kFunctions[] = {
 #include "vset_functions.inc"
 };
 
 constexpr char kMinusOne[] = "-1";
 
-// Functions of which HW_ERR_FAILED is a success: a descriptor, a count, a "done".
+// Functions whose result HW_ERR_FAILED means success: a descriptor, a count, a "done".
 constexpr struct {
     const char* pszCall;
     const char* pszFailures;
@@ -53,7 +53,7 @@ constexpr struct {
     {"HW_TUNER_FactoryCmdApplyVif", "0"},
 };
 
-// Counts the call and tells whether it is one of those that fail.
+// Counts the call, and returns whether it is one of those that fail.
 bool isDue(ArmedFault& stArmed) {
     const unsigned int u32Number = ++stArmed.u32Seen;
     const Fault& stFault = stArmed.stFault;

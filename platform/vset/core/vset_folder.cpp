@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The set's folder: what survives a power cycle.
+// The set's folder, which survives a power cycle.
 #include "vset_folder.h"
 
 #include <algorithm>
@@ -62,7 +62,7 @@ bool parseHex(const std::string& strText, std::array<unsigned char, 16>& au8Byte
     return true;
 }
 
-// Takes the name of a bad entry, and what it is not.
+// Takes the name of a bad entry, and the expected type that it does not have.
 using Bad = std::function<void(const std::string& strEntry, const char* pszWanted)>;
 
 std::map<std::string, std::uint64_t> parsePartitions(const Json& json, const Bad& bad) {
@@ -79,7 +79,7 @@ std::map<std::string, std::uint64_t> parsePartitions(const Json& json, const Bad
     return partitions;
 }
 
-// Of the entries those that are interfaces.
+// Returns the entries that are interfaces.
 std::vector<net::Interface> parseInterfaces(const Json& json, const Bad& bad) {
     std::vector<net::Interface> interfaces;
     for (std::size_t i = 0; i < json.size(); ++i) {
@@ -136,7 +136,7 @@ bool parseCalibration(const Json& json, extin::Calibration& stCalibration) {
            });
 }
 
-// "02:00:5E:00:53:01", with large letters.
+// Returns whether a text is a MAC address in capitals: "02:00:5E:00:53:01".
 bool isMac(const std::string& strText) {
     static constexpr std::size_t kLength = 17;
     for (std::size_t i = 0; i < strText.size(); ++i) {
@@ -147,7 +147,7 @@ bool isMac(const std::string& strText) {
     return strText.size() == kLength;
 }
 
-// A type and an index of up to three digits, such as "vga0".
+// Returns whether a text is a type and an index of up to three digits: "vga0".
 bool isAnalogueInput(const std::string& strText) {
     const std::size_t start = std::min(strText.find_first_of("0123456789"), strText.size());
     const std::string strType = strText.substr(0, start);
@@ -157,7 +157,7 @@ bool isAnalogueInput(const std::string& strText) {
            (strIndex == "0" || strIndex[0] != '0');
 }
 
-// Of the entries those that are calibrations of inputs.
+// Returns the entries that are calibrations of inputs.
 std::map<std::string, extin::Calibration> parseCalibrations(const Json& json, const Bad& bad) {
     std::map<std::string, extin::Calibration> calibrations;
     for (const auto& [strInput, value] : json.items()) {
@@ -174,7 +174,7 @@ std::map<std::string, extin::Calibration> parseCalibrations(const Json& json, co
 struct ConfigEntry {
     const char* pszKey;
     const char* pszWanted;
-    bool (*read)(const Json& value, SetConfig& stConfig, const Bad& bad);  // false: not what is wanted
+    bool (*read)(const Json& value, SetConfig& stConfig, const Bad& bad);  // false: a value of another kind
 };
 
 const ConfigEntry kConfigEntries[] = {
@@ -309,10 +309,11 @@ bool isSet(const std::string& strFolder) {
 
 namespace {
 
-// What the configuration is to become. It is the first file of a new set, and the name of the second one is the last.
+// The next configuration. It is the first file of a new set, and set.json is the last.
 constexpr char kNextConfigFile[] = "/set.json.new";
 
-// Whether nothing lies in the folder but a set whose making was cut off: it has never been used, for there is no lock.
+// Returns whether the folder is empty or holds only a set whose making was interrupted. Such a set has never been used:
+// it has no lock.
 bool isEmptyOrHalfMade(const std::string& strFolder) {
     std::error_code error;
     const fs::directory_iterator entries(strFolder, error);
@@ -326,8 +327,8 @@ bool isEmptyOrHalfMade(const std::string& strFolder) {
     });
 }
 
-// A folder in which a set is being made, by one process at a time. Unless the set becomes whole, everything is removed
-// that was made for it, and a folder that was there is empty again.
+// A folder in which one process at a time makes a set. If the set is not completed, all files made for it are removed,
+// and a folder that existed before is empty again.
 class SetInMaking {
 public:
     explicit SetInMaking(const std::string& strFolder) : _strFolder(strFolder) {
@@ -355,7 +356,7 @@ public:
     SetInMaking(const SetInMaking&) = delete;
     SetInMaking& operator=(const SetInMaking&) = delete;
 
-    // Whether another process has made it meanwhile.
+    // Returns whether another process has made the set meanwhile.
     bool isMade() const { return !_bOurs; }
     void keep() {
         _bOurs = false;
@@ -370,7 +371,7 @@ private:
                 fs::remove_all(entry.path(), error);
             }
         }
-        // Others may have put something there meanwhile, which stays.
+        // A folder stays if other processes have put files there meanwhile.
         for (const fs::path& path : _made) {
             rmdir(path.c_str());
         }
@@ -382,7 +383,7 @@ private:
     const std::string _strFolder;
     std::vector<fs::path> _made;  // the innermost folder first
     int _s32Lock = -1;
-    bool _bOurs = false;  // what lies in the folder
+    bool _bOurs = false;  // the folder's contents, which giveUp() removes then
 };
 
 void fillNewSet(const std::string& strFolder) {
@@ -397,11 +398,11 @@ void fillNewSet(const std::string& strFolder) {
     makeTree(strFolder);
     const std::vector<unsigned char> environment = makeEnvironment(kDefaultEnvironment);
     replaceFile(environmentFileIn(strFolder, E_HW_FLASH_TYPE_EMMC), environment.data(), environment.size());
-    // Last: the folder is a set from here on.
+    // The configuration is written last: the folder is a set from here on.
     writeConfig(strFolder, defaultSetConfig());
 }
 
-// False when another process has made it meanwhile.
+// Returns false when another process has made the set meanwhile.
 bool makeSet(const std::string& strFolder) {
     SetInMaking making(strFolder);
     if (making.isMade()) {
@@ -456,7 +457,8 @@ void create(const std::string& strFolder) {
     }
 }
 
-// Ends what a power cut has interrupted: the size in the configuration says whether a partition has its new file.
+// Completes a change of size that a power cut has interrupted: the size in the configuration shows whether a partition
+// has its new file.
 static void endResizing(const std::string& strFolder, const SetConfig& stConfig) {
     for (const auto& [strName, u64Size] : stConfig.partitions) {
         const std::string strFile = partitionFileIn(strFolder, strName);
@@ -486,7 +488,7 @@ void loadFolder(const std::string& strFolder) {
     loaded.stConfig = std::move(stConfig);
 }
 
-// The folder. Throws SetError when no set is attached. The caller holds the mutex.
+// Returns the folder. Throws SetError when no set is attached. The caller holds the mutex.
 static const std::string& folderOf(const Loaded& loaded) {
     if (loaded.strFolder.empty()) {
         throw SetError("no set is attached");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The set's folder: what survives a power cycle. Its files are described in platform/vset/README.md.
+// The set's folder, which survives a power cycle. Its files are described in platform/vset/README.md.
 #ifndef VSET_FOLDER_H
 #define VSET_FOLDER_H
 
@@ -15,27 +15,27 @@
 
 namespace vset {
 
-// set.json
+// The contents of set.json.
 struct SetConfig {
     unsigned int u32Boots = 0;
     std::array<unsigned char, 16> au8CustomerHash = {};
     std::string strDataIndexPath;
     std::map<std::string, std::uint64_t> partitions;  // eMMC partition -> size in bytes
-    bool bWatchdogRebooted = false;                   // and nobody has acknowledged it
+    bool bWatchdogRebooted = false;                   // and no program has acknowledged it
     std::int64_t s64ClockOffset = 0;                  // seconds that the real-time clock is ahead of the host's
     std::vector<net::Interface> interfaces;           // in the order of the middleware's list
     std::map<std::string, extin::Calibration>
         calibrations;  // of the analogue inputs ("vga0") that have been calibrated
 };
 
-// What a partition may be called, and how large it may be.
+// The limits of a partition's size and name.
 constexpr std::uint64_t kPartitionLimit = std::uint64_t{1} << 32;
 bool isPartitionName(const std::string& strName);
 
-// Whether an interface may be in the configuration.
+// Returns whether an interface may be in the configuration.
 bool isInterface(const net::Interface& stInterface);
 
-// Without a slash at the end.
+// Returns the absolute path, without a slash at the end.
 std::string absoluteFolder(const std::string& strFolder);
 
 // The files of a set's folder that are not below its tree.
@@ -43,15 +43,15 @@ constexpr char kConfigFile[] = "/set.json";
 std::string environmentFileIn(const std::string& strFolder, std::uint32_t u32FlashType);
 std::string partitionFileIn(const std::string& strFolder, const std::string& strPartition);
 
-// What a partition's file is to become, while its size is changed.
+// Returns the name of a partition's next file, while its size is changed.
 std::string resizedPartition(const std::string& strFile);
 
-// Whether a set was made in the folder, and as a whole.
+// Returns whether the folder holds a complete set.
 bool isSet(const std::string& strFolder);
 
-// Both throw SetError.
+// Makes a folder. Throws SetError.
 void makeFolder(const std::string& strFolder);
-// What a new set shows below its own paths.
+// Makes the folders and files of a new set's tree. Throws SetError.
 void makeTree(const std::string& strFolder);
 
 // A set.json that holds no JSON object.
@@ -60,11 +60,12 @@ public:
     using SetError::SetError;
 };
 
-// What is right in set.json; the rest is named in `problems` and is the default. Throws NotJson when nothing is.
+// Returns the valid entries of set.json; the others are named in `problems` and have their defaults. Throws NotJson
+// when the whole file is invalid.
 SetConfig readConfig(const std::string& strFolder, std::vector<std::string>& problems);
 void writeConfig(const std::string& strFolder, const SetConfig& stConfig);
 
-// The folder's absolute path; makes a new set when the folder is empty or missing. Throws SetError.
+// Makes a new set when the folder is empty or missing, and returns the folder's absolute path. Throws SetError.
 std::string makeFolderIfMissing(const std::string& strFolder);
 
 // Reads the set in the folder, for the functions below. Throws SetError.
@@ -74,19 +75,19 @@ void unloadFolder();
 // Throws SetError when no set is attached.
 void requireSet();
 
-// The folder that is loaded, or an empty text.
+// Returns the folder that is loaded, or an empty text.
 std::string loadedFolder();
 
-// A copy of the attached set's configuration.
+// Returns a copy of the attached set's configuration.
 SetConfig setConfig();
 
-// Changes it in memory and in the folder. What several threads change at a time is all kept; `change` is called under a
-// lock, and looks at nothing but what it is given.
+// Changes the configuration in memory and in the folder. Concurrent changes are all kept; `change` is called under a
+// lock, and uses only its argument.
 void changeSetConfig(const std::function<void(SetConfig&)>& change);
 
 void countBoot();
 
-// Files of the attached set.
+// Return the paths of files of the attached set.
 std::string environmentFile(std::uint32_t u32FlashType);
 std::string partitionFile(const std::string& strPartition);
 

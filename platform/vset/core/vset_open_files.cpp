@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The descriptors and streams that programs have from the set, which die with the power.
+// The programs' descriptors and streams of the set, which die with the power.
 #include "vset_open_files.h"
 
 #include <array>
@@ -22,18 +22,18 @@ namespace vset {
 
 namespace {
 
-// Programs have fewer.
+// The set's own descriptors begin here, above those of most programs.
 constexpr int kAside = 512;
-// Descriptors above are nobody's.
+// Higher descriptors are not recorded.
 constexpr int kDescriptors = 65536;
 
-// Without a lock, because programs open files between fork() and exec(), too.
+// The record of a descriptor. It has no lock, because programs also open files between fork() and exec().
 struct Descriptor {
-    std::atomic<std::uint64_t> u64File{0};  // 0: none of these
+    std::atomic<std::uint64_t> u64File{0};  // 0: not a descriptor of the set
     std::atomic<bool> bOfMiddleware{false};
     std::atomic<bool> bDead{false};
     std::atomic<bool> bPlain{false};
-    std::atomic<std::uint32_t> u32Sync{0};  // the file is remembered as it was then
+    std::atomic<std::uint32_t> u32Sync{0};  // the sync number when the file was remembered
 };
 
 std::array<Descriptor, kDescriptors> descriptors;
@@ -42,7 +42,7 @@ std::atomic<int> descriptorsEnd{0};
 struct Stream {
     bool bPlain = false;
     bool bDead = false;
-    std::uint32_t u32Sync = 0;  // as of a descriptor
+    std::uint32_t u32Sync = 0;  // as in Descriptor
 };
 
 struct Streams {
@@ -55,7 +55,8 @@ Streams& theStreams() {
     return streams;
 }
 
-// A number that tells files apart: a program may have closed a descriptor by other means, and got its number again.
+// Returns a number that identifies a file: a program may have closed a descriptor by other means, and received its
+// number again.
 std::uint64_t fileOf(int s32Fd) {
     struct stat stStat = {};
     if (fstat(s32Fd, &stStat) != 0) {
@@ -89,7 +90,7 @@ bool isPlain(int s32Fd) {
     return fstat(s32Fd, &stStat) == 0 && S_ISREG(stStat.st_mode);
 }
 
-// The number stays taken until the program closes it: it would be another file's otherwise.
+// Keeps the number taken until the program closes it: another file would get it otherwise.
 void killDescriptor(int s32Fd, int s32Null) {
     Descriptor& descriptor = descriptors[static_cast<std::size_t>(s32Fd)];
     if (!descriptor.bOfMiddleware || find(s32Fd) == nullptr) {
@@ -103,11 +104,11 @@ void killDescriptor(int s32Fd, int s32Null) {
     }
 }
 
-// The stream itself stays for the program that still has a pointer to it.
+// Ends the stream's file, but keeps the stream for the program that still has a pointer to it.
 void killStream(std::FILE* pStream, int s32Null) {
     const int s32Fd = fileno(pStream);
     if (!isPlain(s32Fd) || std::freopen("/dev/null", "r+", pStream) == nullptr) {
-        // A thread may wait in it.
+        // Another thread may be waiting in the stream.
         dup2(s32Null, s32Fd);
     }
 }
@@ -117,7 +118,7 @@ void killStream(std::FILE* pStream, int s32Null) {
 int moveAside(int s32Fd) {
     const int s32Aside = s32Fd >= 0 ? fcntl(s32Fd, F_DUPFD_CLOEXEC, kAside) : -1;
     if (s32Aside < 0) {
-        // The process may not have that many.
+        // The process may not have that many descriptors.
         return s32Fd;
     }
     close(s32Fd);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The one rule that leads the set's absolute paths into the tree of its folder.
+// The rule that maps the set's absolute paths into the tree of its folder.
 #include "vset_paths.h"
 
 #include <algorithm>
@@ -26,7 +26,7 @@ Tree& theTree() {
     return tree;
 }
 
-// The path without ".", ".." and doubled slashes, as the kernel would walk it in a tree without links.
+// Returns the path without ".", ".." and doubled slashes, as the kernel would resolve it in a tree without links.
 std::string normalise(const char* pszPath) {
     std::string strResult;
     for (const char* pszPart = pszPath; *pszPart != '\0';) {
@@ -98,11 +98,11 @@ const char* toHost(const char* pszPath, std::string& strBuffer) {
     const std::lock_guard<std::mutex> lock(tree.mutex);
     strBuffer.clear();
     if (tree.strTree.empty()) {
-        // Not the path itself, which is another file on the host.
+        // Returns an empty text and not the path itself, which is another file on the host.
         return strBuffer.c_str();
     }
     strBuffer = tree.strTree + strNormalised;
-    // The kernel asks of "file/" that it be a folder; the tree is to answer the same.
+    // The kernel requires "file/" to be a folder, so the tree must, too.
     if (pszPath[std::strlen(pszPath) - 1] == '/') {
         strBuffer += '/';
     }

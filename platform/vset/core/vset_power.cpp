@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The switch: which set is attached, and what switching it on does to the families.
+// The power switch: attaches a set, and switches the families on and off.
 #include <cstdlib>
 #include <cstring>
 #include <shared_mutex>
@@ -22,7 +22,7 @@ namespace vset {
 namespace {
 
 struct Power {
-    // Serialises attach, detach and power cycles.
+    // Serializes attach, detach and power cycles.
     std::mutex mutex;
     int s32Lock = -1;
     std::atomic<bool> bOn{false};
@@ -30,9 +30,10 @@ struct Power {
     std::atomic<bool> bSystemInitialised{false};
     std::vector<FamilyModel*> families;
 
-    // Shared by the calls that run, taken alone by the switch.
+    // Shared by running calls, held exclusively while the power changes.
     std::shared_mutex calls;
-    // Held by a switch that waits for calls; new calls wait for it, or calls of several threads would keep it waiting.
+    // Held while a power change waits for calls. New calls wait for it, or calls of several threads would keep the
+    // change waiting.
     std::mutex gate;
     std::atomic<bool> bGateClosed{false};
     std::atomic<std::uint64_t> u64Cycles{0};
@@ -43,7 +44,7 @@ Power& powerState() {
     return power;
 }
 
-// Calls of this thread that run, one inside the other.
+// The number of running calls of this thread, one inside the other.
 thread_local unsigned int t_u32Calls = 0;
 
 void shareCalls(Power& power) {
@@ -53,7 +54,7 @@ void shareCalls(Power& power) {
     power.calls.lock_shared();
 }
 
-// While one lives, no call runs, and those that begin wait.
+// Keeps calls out while the object lives: no call runs, and new ones wait.
 class NoCalls {
 public:
     explicit NoCalls(Power& power) : _power(power), _gate(power.gate) {
@@ -73,7 +74,7 @@ private:
     const std::lock_guard<std::mutex> _gate;
 };
 
-// Whether the file is still the one at the path, and not one of a folder that has been replaced.
+// Returns whether the file is still the one at the path, and not one of a folder that has been replaced.
 bool isAt(int s32Fd, const std::string& strPath) {
     struct stat stOpen = {};
     struct stat stThere = {};
@@ -81,14 +82,14 @@ bool isAt(int s32Fd, const std::string& strPath) {
            stOpen.st_dev == stThere.st_dev;
 }
 
-// The descriptor that holds the folder for this process.
+// Locks the folder for this process, and returns the lock's descriptor.
 int lockFolder(const std::string& strFolder) {
     const std::string strLock = strFolder + "/lock";
     const int s32Lock = ::open(strLock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     if (s32Lock < 0) {
         failWith(strLock);
     }
-    // Who only looks whether the set is in use holds the lock for a moment, too.
+    // A process that checks whether the set is in use holds the lock for a moment, too.
     int s32Locked = flock(s32Lock, LOCK_EX | LOCK_NB);
     for (int i = 0; i < 10 && s32Locked != 0; ++i) {
         usleep(10000);
@@ -114,13 +115,13 @@ int lockFolder(const std::string& strFolder) {
     return moveAside(s32Lock);
 }
 
-// What programs have written is on the disk when the power goes in an orderly way.
+// Stores what programs have written, when the power goes in an orderly way.
 void endFiles() {
     killOpenFiles();
     forgetSynced();
 }
 
-// Calls go on meanwhile: those of the callbacks that it waits for may be among them.
+// Switches the families off. Calls go on meanwhile, since the callbacks that it waits for may make some.
 void switchOff(Power& power, bool bDetach) {
     for (FamilyModel* pFamily : power.families) {
         pFamily->powerOff(bDetach);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is damaged in a set's folder, and how it is made whole.
+// Finds the damage in a set's folder, and repairs it.
 #include <filesystem>
 
 #include "hw3/hw_flash.h"
@@ -35,12 +35,12 @@ void checkEnvironment(const std::string& strFile, std::vector<std::string>& prob
     }
 }
 
-// Damage and remedy of each of the set's parts.
+// The damage and remedy of each of the set's parts.
 class Repairs {
 public:
     explicit Repairs(const std::string& strFolder) : _strFolder(strFolder) {}
 
-    // `stConfig` is what is left of the damaged one.
+    // Adds the repair of set.json. `stConfig` holds the valid entries of the damaged configuration.
     void config(const SetConfig& stConfig, const std::vector<std::string>& problems) {
         add(kConfigFile + 1, problems, "what is right of it, and defaults",
             [strFolder = _strFolder, stConfig] { writeConfig(strFolder, stConfig); });
@@ -94,7 +94,7 @@ private:
     std::vector<Repair> _repairs;
 };
 
-// What is wrong with the set's parts beside set.json.
+// Adds the damage of all parts besides set.json.
 void checkParts(const SetConfig& stConfig, Repairs& repairs) {
     for (const char* pszFolder : {"env", "partitions", "tree"}) {
         repairs.folder(pszFolder);
@@ -107,7 +107,7 @@ void checkParts(const SetConfig& stConfig, Repairs& repairs) {
     }
 }
 
-// Of a set whose set.json is lost: its partitions are known by their files.
+// Makes a configuration for a set whose set.json is lost: the files show its partitions.
 SetConfig configFromParts(const std::string& strFolder) {
     SetConfig stConfig = defaultSetConfig();
     std::error_code error;
@@ -121,7 +121,7 @@ SetConfig configFromParts(const std::string& strFolder) {
     return stConfig;
 }
 
-// The configuration as far as it can be read, and what is wrong with it.
+// Returns the readable part of the configuration, and lists its problems.
 SetConfig salvageConfig(const std::string& strFolder, std::vector<std::string>& problems) {
     if (!isSet(strFolder)) {
         problems.push_back(strFolder + kConfigFile + ": is missing");
@@ -161,7 +161,7 @@ std::vector<Repair> repairs(const std::string& strFolder) {
     const SetConfig stConfig = salvageConfig(strFolder, problems);
     Repairs repairs(strFolder);
     checkParts(stConfig, repairs);
-    // Last, as when a set is made.
+    // The configuration comes last, as when a set is made.
     repairs.config(stConfig, problems);
     return repairs.take();
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Writing to the set's storage as a power cut may interrupt it at any point.
+// Writes to the set's storage, which a power cut may interrupt at any point.
 #include "vset_storage.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ namespace vset {
 
 namespace {
 
-// What storage writes at a time; the power can be cut between two blocks.
+// The size of one write; the power can be cut between two blocks.
 constexpr std::size_t kBlock = 4096;
 
 std::atomic<unsigned int> g_u32WritesLeft{0};
@@ -43,7 +43,7 @@ Troubles& theTroubles() {
     return troubles;
 }
 
-// The line when it is a new one.
+// Returns the line when it is a new one.
 std::string note(const std::string& strFile, int s32Error) {
     if (!isFull(s32Error) && s32Error != EFBIG && s32Error != EIO && s32Error != EROFS) {
         return "";
@@ -89,7 +89,7 @@ void keepMode(const std::string& strOld, int s32New) {
     }
 }
 
-// `write` fills the new file, which then takes the place of the old one with its permissions.
+// Has `write` fill a new file, which then replaces the old one and keeps its permissions.
 template <class Write>
 void replaceBy(const std::string& strFile, Write&& write) {
     const std::string strNew = strFile + ".new";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Threads of the middleware. They live for ever, and their names tell them from those of the library and the service.
+// Threads of the middleware. They never end; their names distinguish them from those of the library and the service.
 #ifndef VSET_THREAD_H
 #define VSET_THREAD_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a power cut takes back: changes of the set's tree that no HW_FS_Sync has followed.
+// Changes of the set's tree that no HW_FS_Sync has followed, which a power cut takes back.
 #include "vset_unsynced.h"
 
 #include <atomic>
@@ -23,10 +23,10 @@ namespace vset {
 
 namespace {
 
-// What was at a path.
+// The earlier contents of a path.
 struct Before {
     std::string strFile;
-    mode_t mode = 0;  // 0: nothing
+    mode_t mode = 0;  // 0: nothing was there
     std::vector<unsigned char> content;
     std::string strTarget;  // of a link
 };
@@ -43,7 +43,7 @@ Unsynced& theUnsynced() {
     return unsynced;
 }
 
-// The path without links, which may end in what does not exist.
+// Returns the path without links; its end need not exist.
 std::string placeOf(const fs::path& file, Link eLink) {
     return eLink == Link::followed ? fs::weakly_canonical(file).string()
                                    : (fs::weakly_canonical(file.parent_path()) / file.filename()).string();
@@ -54,7 +54,8 @@ bool isInTree(const std::string& strPlace) {
     return !loadedFolder().empty() && strPlace.compare(0, strTree.size(), strTree) == 0;
 }
 
-// Folders are made and never changed; what a pipe held is gone with the power.
+// Returns whether a file is remembered. Folders are made and never changed; the contents of a pipe are lost with the
+// power.
 bool isKept(mode_t mode) {
     return mode == 0 || S_ISREG(mode) || S_ISLNK(mode);
 }
@@ -105,7 +106,7 @@ void rememberSynced(const std::string& strFile, Link eLink) {
             }
         }
     } catch (const std::exception&) {
-        // What cannot be read stays as the program leaves it.
+        // An unreadable file stays as the program leaves it.
     }
     errno = s32Errno;
 }

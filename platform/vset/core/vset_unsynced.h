@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a power cut takes back: changes of the set's tree that no HW_FS_Sync has followed.
+// Changes of the set's tree that no HW_FS_Sync has followed, which a power cut takes back.
 #ifndef VSET_UNSYNCED_H
 #define VSET_UNSYNCED_H
 
@@ -8,20 +8,20 @@
 
 namespace vset {
 
-// Whether a symbolic link at a path is followed, as by writing, or is itself what is changed, as by removing.
+// Says whether a symbolic link at a path is followed, as by writing, or is itself changed, as by removing.
 enum class Link { followed, itself };
 
-// Remembers what is at this path of the host before a program changes it, the first time since the last HW_FS_Sync.
-// Passes over what is not in the set's tree.
+// Remembers the file at this path of the host before a program changes it, the first time since the last HW_FS_Sync.
+// Ignores paths outside the set's tree.
 void rememberSynced(const std::string& strFile, Link eLink);
 
-// Everything is on the disk: forgets what has been remembered.
+// Forgets the remembered files, because everything is on the disk.
 void forgetSynced();
 
-// Changes with forgetSynced().
+// Returns a number that changes with forgetSynced().
 std::uint32_t syncNumber();
 
-// Puts back what has been remembered.
+// Restores the remembered files.
 void takeBackUnsynced() noexcept;
 
 }  // namespace vset

@@ -13,12 +13,12 @@ namespace vset {
 
 namespace {
 
-// Without handles.
+// The driver layer's model, which has no handles.
 class DvalModel : public FamilyModel {
 public:
     DvalModel() : FamilyModel(FamilyId::dval, "DVAL") {}
 
-    // Runs `body` on what the drivers know of a window, of which there is one.
+    // Runs `body` on the drivers' values of a window, of which there is one.
     template <class Body>
     DVAL_Result_t withDrivers(unsigned int u32Window, Body&& body) {
         if (u32Window != 0) {
@@ -72,7 +72,7 @@ using vset::dval::Drivers;
 DVAL_Result_t DVAL_Init() {
     return vset::call(__func__, {}, []() -> DVAL_Result_t {
         const HW_Result_t result = model.initialise();
-        // Unlike the middleware's, it may run again.
+        // A second call succeeds, unlike the middleware's Init.
         return result == HW_HAS_INITED ? DVAL_Result_t{HW_OK} : result;
     });
 }
@@ -103,7 +103,7 @@ DVAL_Result_t DVVDO_SetOverScan(unsigned int u32Window, const DVVDO_OverScan_t* 
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 vset::dval::Drivers vset::dval::drivers() {
     if (folder().empty()) {

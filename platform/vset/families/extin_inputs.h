@@ -18,16 +18,16 @@ struct ExtinInput {
 
 // --- hw_extin.cpp ----------------------------------------------------------------------------------------------------
 
-// The key of an input's handle.
+// Returns the key of an input's handle.
 std::uint64_t keyOf(const ExtinInput& input);
 
-// "input 0 of type 2"
+// Returns "input 0 of type 2".
 std::string nameOf(const ExtinInput& input);
 
-// The input of an open handle.
+// Returns the input of an open handle.
 std::optional<ExtinInput> openInput(HW_Handle_t hExtin);
 
-// The same, for a record that the caller must have given.
+// Runs `body` on the input of an open handle, for a record that the caller must have given.
 template <class Body>
 HW_Result_t withInput(HW_Handle_t hExtin, const void* pRecord, Body&& body) {
     const std::optional<ExtinInput> input = openInput(hExtin);
@@ -37,14 +37,14 @@ HW_Result_t withInput(HW_Handle_t hExtin, const void* pRecord, Body&& body) {
     return pRecord != nullptr ? body(*input) : HW_Result_t{HW_ERR_INVALID_PARAMETER};
 }
 
-// For the person's door: throws SetError when there is no such input.
+// Throws SetError when there is no such input.
 void requireInput(const ExtinInput& input);
 
 // --- hw_extin_signal.cpp ---------------------------------------------------------------------------------------------
 
 std::optional<extin::Source> sourceOf(const ExtinInput& input);
 
-// Timing and calibration; HW_ERR_NOT_SUPPORT for other attributes and for inputs that have none.
+// Set and get timing and calibration. HW_ERR_NOT_SUPPORT for other attributes and for inputs that have none.
 HW_Result_t setSignalAttr(const ExtinInput& input, HW_U32 u32Attr, const void* pParam);
 HW_Result_t getSignalAttr(const ExtinInput& input, HW_U32 u32Attr, void* pOutput);
 

@@ -21,20 +21,20 @@ namespace {
 constexpr HW_U8 kVolumeLimit = 100;
 
 struct State {
-    std::array<aout::Path, aout::kPaths> paths;  // without what the handles know
+    std::array<aout::Path, aout::kPaths> paths;  // without the handles' state
     std::size_t volumeTableLength = 1;
     HW_U8 u8DtsBypass = 0;
     aout::Sound sound;  // without the bypass
 };
 
-// Without handles: only initialised or not.
+// The audio system's model, which has no handles: it is only initialized or not.
 class AudioModel : public FamilyModel {
 public:
     AudioModel() : FamilyModel(FamilyId::audio, "HW_AUDIO") {}
 };
 AudioModel& audio = *new AudioModel;
 
-// The key of a handle is its path.
+// The model of the outputs. The key of a handle is its path.
 class AoutModel : public StatefulModel<State> {
 public:
     AoutModel() : StatefulModel(FamilyId::aout, "HW_AOUT", PlayersInstance::isClosed) {}
@@ -55,7 +55,7 @@ bool isBlank(const HW_AOUT_OpenParams_t& stParams) {
            std::all_of(std::begin(stParams.au8Reserved), std::end(stParams.au8Reserved), isZero);
 }
 
-// Runs `body` on the path of an open handle, which the caller names once more.
+// Runs `body` on the path of an open handle, which the caller must name in addition.
 template <class Body>
 HW_Result_t onPath(HW_Handle_t hAout, HW_U32 u32OutPath, bool bValid, Body&& body) {
     const auto path = model.handles().key(hAout);
@@ -84,7 +84,7 @@ HW_Result_t loadAqFile(const char* pszPath) {
 
 // --- Attributes ------------------------------------------------------------------------------------------------------
 
-// Records of the caller may lie anywhere.
+// Copies a record, because the caller's may have any alignment.
 template <class Record>
 Record load(const void* pRecord) {
     Record stRecord;
@@ -187,7 +187,7 @@ using Get = HW_Result_t (*)(const State& state, const void* pInput, void* pOutpu
 struct Attribute {
     HW_U32 u32Number;
     Set pSet;
-    Get pGet;  // if it can be read
+    Get pGet;  // null for an attribute that cannot be read
 };
 constexpr Attribute kAttributes[] = {
     {E_HW_AOUT_ATTR_VOLUME_TABLE, setVolumeTable, nullptr},
@@ -216,7 +216,7 @@ HW_Result_t withAttribute(HW_Handle_t hAout, HW_U32 u32Attr, Function Attribute:
     return model.locked([&](State& state) { return body(pAttribute->*pFunction, state, *path); });
 }
 
-// --- What a person may ask for ---------------------------------------------------------------------------------------
+// --- Checks of the control API ---------------------------------------------------------------------------------------
 
 std::string nameOf(unsigned int u32Path) {
     return "audio output path " + std::to_string(u32Path);
@@ -328,7 +328,7 @@ HW_Result_t HW_AOUT_LoadAqParams(HW_Handle_t hAout, const HW_AOUT_AqParams_t* ps
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::aout {
 

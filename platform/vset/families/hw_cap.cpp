@@ -22,11 +22,11 @@ constexpr HW_U32 kPitch = panel::kWidth * sizeof(std::uint32_t);
 constexpr HW_U32 kPictureSize = kPitch * panel::kHeight;
 
 struct State {
-    cap::Unit unit;  // without what the handles know
+    cap::Unit unit;  // without the handle's state
     Picture lastPicture;
 };
 
-// There is one unit: the key of its handle is 0.
+// The model of the one unit. The key of its handle is 0.
 class CapModel : public StatefulModel<State> {
 public:
     CapModel() : StatefulModel(FamilyId::cap, "HW_CAP") {}
@@ -167,7 +167,7 @@ HW_Result_t HW_CAP_CaptureOne(HW_Handle_t hCap, const HW_CAP_Description_t* pstD
                       [&]() -> HW_Result_t { return vset::capture(hCap, pstDescription, pstResult); });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::cap {
 

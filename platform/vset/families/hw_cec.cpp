@@ -11,7 +11,7 @@
 
 namespace {
 
-// There is one instance, its key is 0.
+// The model of the one instance. The key of its handle is 0.
 class CecModel : public vset::FamilyModel {
 public:
     CecModel() : FamilyModel(vset::FamilyId::cec, "HW_CEC") {}
@@ -89,7 +89,7 @@ HW_Result_t HW_CEC_GetAttr(HW_Handle_t hCec, HW_U32 u32Attr, const void* pInput,
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::cec {
 

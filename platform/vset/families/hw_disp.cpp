@@ -23,7 +23,7 @@ namespace {
 constexpr const char* kNames[disp::kWindows] = {"HW_DISP_HD0", "HW_DISP_HD1", "HW_DISP_SD0"};
 constexpr unsigned int kSdWindow = 2;
 
-// The window of that name.
+// Returns the window of that name.
 std::optional<unsigned int> findName(const char* pszName) {
     if (pszName == nullptr) {
         return std::nullopt;
@@ -56,12 +56,12 @@ HW_Result_t openWindow(const HW_DISP_OpenParams_t* pstParams, HW_Handle_t* phDis
 
 // --- Connections -----------------------------------------------------------------------------------------------------
 
-// The key of the input's handle.
+// Returns the key of the input's handle.
 std::uint64_t keyOf(const disp::Input& input) {
     return keyOf(ExtinInput{input.u32Type, input.u32Index});
 }
 
-// The input as it is open, whoever has it.
+// Returns the open handle of an input, whoever has opened it.
 std::optional<OpenHandle> openHandle(const disp::Input& input) {
     for (const OpenHandle& stHandle : openHandles()) {
         if (stHandle.strFamily == "HW_EXTIN" && stHandle.u64Key == keyOf(input)) {
@@ -77,7 +77,7 @@ std::optional<HW_Handle_t> inputHandle(unsigned int u32Window) {
     return handle ? std::optional<HW_Handle_t>(handle->u32Handle) : std::nullopt;
 }
 
-// Runs `body` on the handle of what is connected to an open window, if anything of the kind is.
+// Runs `body` on the handle of the connected source of that kind, if an open window has one.
 template <class Body>
 HW_Result_t withModule(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery, const void* pOutput, Body&& body) {
     const auto window = displayWindowOf(hDisp);
@@ -97,7 +97,7 @@ HW_Result_t withModule(HW_Handle_t hDisp, const HW_DISP_ConnectQuery_t* pstQuery
     }
 }
 
-// How many modules of each connected kind an open window reports.
+// Returns how many modules of each connected kind an open window reports.
 HW_U32 moduleCount(HW_Handle_t hDisp) {
     HW_U32 u32Count = 0;
     dispModel.onWindow(hDisp, &u32Count, [&](const DisplayWindow& stWindow) {
@@ -107,7 +107,7 @@ HW_U32 moduleCount(HW_Handle_t hDisp) {
     return u32Count;
 }
 
-// Adds mute flags to a window, or takes them away.
+// Sets mute flags of a window, or clears them.
 HW_Result_t mute(HW_Handle_t hDisp, HW_U32 u32Flags, bool bMute) {
     constexpr HW_U32 kKnown = E_HW_DISP_MUTE_WINDOW | E_HW_DISP_MUTE_TIMING;
     return dispModel.onWindow(hDisp, &u32Flags, [&](DisplayWindow& stWindow) -> HW_Result_t {
@@ -120,7 +120,7 @@ HW_Result_t mute(HW_Handle_t hDisp, HW_U32 u32Flags, bool bMute) {
     });
 }
 
-// Inputs are connected and taken away by one hand at a time. No model takes this lock.
+// Returns the lock under which inputs are connected and taken away. No model takes this lock.
 std::mutex& inputHand() {
     static std::mutex& mutex = *new std::mutex;
     return mutex;
@@ -261,7 +261,7 @@ HW_Result_t HW_DISP_ApplySetting(HW_Handle_t hDisp) {
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::disp {
 
@@ -335,7 +335,7 @@ void disconnectInput(unsigned int u32Window) {
         }
         return bHeld;
     });
-    // A person may have closed what the player had opened.
+    // An action may have closed what the player had opened.
     const auto handle = openHandle(*input);
     if (bGiveBack && handle && handle->bPlayer) {
         extin::release(input->u32Type, input->u32Index);

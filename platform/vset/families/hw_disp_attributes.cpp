@@ -71,8 +71,8 @@ HW_Result_t setEnable(disp::Window& stState, const void* pParam) {
 
 struct Parameter {
     HW_U32 u32Number;
-    std::size_t size;                                                // of a record that is kept as it is
-    HW_Result_t (*pSet)(disp::Window& stState, const void* pParam);  // for the others
+    std::size_t size;                                                // of a record that is stored as it is
+    HW_Result_t (*pSet)(disp::Window& stState, const void* pParam);  // for all other records
 };
 constexpr Parameter kParameters[] = {
     {E_HW_DISP_PICTURE_COLOR_TEMP, sizeof(HW_DISP_ColorTemp_t), nullptr},
@@ -113,7 +113,7 @@ HW_Result_t getPqVersion(const DisplayWindow& stWindow, const void* pInput, void
     return HW_OK;
 }
 
-// An unknown number is refused after the handle is checked and before the record is read.
+// Refuses an unknown number after the check of the handle, and before the record is read.
 HW_Result_t unknownNumber(HW_Handle_t hDisp) {
     return dispModel.handles().key(hDisp) ? HW_ERR_NOT_SUPPORT : HW_ERR_INVALID_HANDLE;
 }
@@ -167,7 +167,7 @@ HW_Result_t HW_DISP_GetPictureParam(HW_Handle_t hDisp, HW_U32 u32Param, const vo
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::disp {
 

@@ -10,10 +10,10 @@ namespace vset {
 namespace {
 
 constexpr unsigned int kInstances = 1;
-constexpr unsigned int kFirstUnsupported = 40;  // timings of the panel
+constexpr unsigned int kFirstUnsupported = 40;  // the panel shows the timings below this one
 
 struct State {
-    disp::Controller controller;  // without what the handles know
+    disp::Controller controller;  // without the handles' state
     std::array<bool, disp::kTimings> supported;
 };
 
@@ -102,7 +102,7 @@ HW_Result_t HW_DISP_SetOutputTiming(HW_Handle_t hController, HW_U32 u32Timing) {
                       [&]() -> HW_Result_t { return vset::setTiming(hController, u32Timing); });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::disp {
 

@@ -20,7 +20,7 @@ constexpr const char* kName = "display output";
 struct Attribute {
     HW_U32 u32Number;
     std::size_t size;
-    bool bSet, bGet;      // by a program
+    bool bSet, bGet;      // allowed for a program
     std::size_t gap = 0;  // offset of a byte that belongs to no field, if there is one
 };
 constexpr Attribute kAttributes[] = {
@@ -98,7 +98,7 @@ private:
 };
 DispoutModel& model = *new DispoutModel;
 
-// Runs `body` on an attribute that may be used in the way of `pWay`, for the caller's record.
+// Runs `body` on an attribute that allows the access `pWay`, for the caller's record.
 template <class Body>
 HW_Result_t withAttribute(HW_Handle_t hDispout, HW_U32 u32Attr, bool Attribute::*pWay, const void* pRecord,
                           Body&& body) {
@@ -176,7 +176,7 @@ HW_Result_t HW_DISPOUT_PanelSetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const 
 
 HW_Result_t HW_DISPOUT_PanelGetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hDispout, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
-        // A query has no input.
+        // A query takes no input.
         return vset::withAttribute(hDispout, u32Attr, &vset::Attribute::bGet, pInput == nullptr ? pOutput : nullptr,
                                    [&](const vset::Attribute& stAttribute) {
                                        const std::string strBytes = model.value(stAttribute.u32Number);
@@ -185,7 +185,7 @@ HW_Result_t HW_DISPOUT_PanelGetAttr(HW_Handle_t hDispout, HW_U32 u32Attr, const 
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::dispout {
 

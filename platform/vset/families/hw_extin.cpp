@@ -18,7 +18,7 @@ namespace {
 
 using Counts = std::array<unsigned char, E_HW_EXTIN_TYPE_NUM>;
 
-// The board's: HDMI, YPbPr, VGA, CVBS, S-Video, SCART, video decoder.
+// The board's counts: HDMI, YPbPr, VGA, CVBS, S-Video, SCART, video decoder.
 constexpr Counts kCounts = {4, 1, 1, 2, 0, 1, 1};
 
 struct HdmiState {
@@ -58,7 +58,7 @@ public:
         ++_hdmi[u32Port].u64HotPlugs;
     }
 
-    // Guards the files.
+    // Guards the EDID files.
     std::mutex edidMutex;
 
 protected:
@@ -95,7 +95,7 @@ std::string edidFile(HW_U32 u32Port, HW_U32 u32Version) {
     return edidFolder() + "/hdmi" + std::to_string(u32Port) + "-version" + std::to_string(u32Version) + ".bin";
 }
 
-// The board's own while there is no file.
+// Returns the port's EDID of a version; the board's own while there is no file.
 std::string loadEdid(HW_U32 u32Port, HW_U32 u32Version) {
     const std::lock_guard<std::mutex> lock(model.edidMutex);
     const std::string strFile = edidFile(u32Port, u32Version);
@@ -122,7 +122,7 @@ HW_Result_t setEdid(HW_U32 u32Port, const HW_EXTIN_HdmiEdid_t& stEdid) {
     if (stEdid.u32Size > HW_EXTIN_EDID_MAX_SIZE) {
         return HW_ERR_LIMITION;
     }
-    // Without data it is the version alone that changes.
+    // Without data only the version changes.
     if (stEdid.u32Size != 0) {
         storeEdid(u32Port, stEdid.u32Version, stEdid.pu8Data, stEdid.u32Size);
     }
@@ -173,7 +173,7 @@ HW_Result_t getAttr(const ExtinInput& stInput, HW_U32 u32Attr, void* pOutput) {
     return getSignalAttr(stInput, u32Attr, pOutput);
 }
 
-// --- What a person may ask for ---------------------------------------------------------------------------------------
+// --- Checks of the control API ---------------------------------------------------------------------------------------
 
 void requireType(std::uint32_t u32Type) {
     requireSet();
@@ -250,7 +250,7 @@ HW_Result_t HW_EXTIN_GetHandle(const HW_EXTIN_HandleParams_t* pstParams, HW_Hand
     });
 }
 
-// The open value that an input of this type wants.
+// Returns the open value that an input of this type requires.
 static HW_U32 openValueOf(HW_U32 u32Type) {
     return u32Type == E_HW_EXTIN_TYPE_VGA ? 2 : u32Type == E_HW_EXTIN_TYPE_YPBPR ? 1 : 0;
 }
@@ -279,14 +279,14 @@ HW_Result_t HW_EXTIN_SetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pPa
 
 HW_Result_t HW_EXTIN_GetAttr(HW_Handle_t hExtin, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hExtin, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
-        // A query has no input.
+        // A query takes no input.
         return vset::withInput(hExtin, pInput == nullptr ? pOutput : nullptr, [&](const vset::ExtinInput& stInput) {
             return vset::getAttr(stInput, u32Attr, pOutput);
         });
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::extin {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The sources plugged into the external inputs, the calibration of the analogue inputs, and the video decoder.
+// The sources plugged into the external inputs, the calibration of the analog inputs, and the video decoder.
 #include <array>
 #include <map>
 #include <mutex>
@@ -15,13 +15,13 @@ namespace {
 
 using Parameters = std::array<HW_U32, E_HW_EXTIN_FACTORY_LAST>;
 
-// Without handles: a part of the external inputs that is reset with the rest. Sources and counts are those of a
-// handle's key, parameters those of a decoder's index.
+// The inputs' signals: a part of the external inputs that has no handles and is reset with the other parts. Sources and
+// counts are keyed by a handle's key, parameters by a decoder's index.
 class SignalModel : public FamilyModel {
 public:
     SignalModel() : FamilyModel(FamilyId::extin, "signals") {}
 
-    // Guards all of the below, and the calibration in the folder.
+    // Guards all members below, and the calibration in the folder.
     std::mutex mutex;
     std::map<std::uint64_t, extin::Source> sources;
     std::map<std::uint64_t, std::uint64_t> automaticRuns;
@@ -39,7 +39,7 @@ SignalModel& model = *new SignalModel;
 
 // --- Calibration -----------------------------------------------------------------------------------------------------
 
-// The name of an analogue input's type in the configuration; null for types without a converter.
+// Returns the name of an analog input's type in the configuration; null for types without a converter.
 const char* converterOf(HW_U32 u32Type) {
     switch (u32Type) {
         case E_HW_EXTIN_TYPE_YPBPR:
@@ -57,7 +57,7 @@ std::string entryOf(const ExtinInput& input) {
     return converterOf(input.u32Type) + std::to_string(input.u32Index);
 }
 
-// The board's own until it is changed.
+// Returns an input's calibration; the board's own until it is changed.
 extin::Calibration calibrationOf(const ExtinInput& input) {
     const auto calibrations = setConfig().calibrations;
     const auto found = calibrations.find(entryOf(input));
@@ -99,7 +99,7 @@ HW_Result_t getTiming(const ExtinInput& input, HW_EXTIN_Timing_t& stTiming) {
     return HW_OK;
 }
 
-// A parameter of the decoder of an open handle.
+// Runs `body` on a parameter of the decoder of an open handle.
 template <class Body>
 HW_Result_t withParameter(HW_Handle_t hExtin, HW_U32 u32FactoryType, const void* pRecord, Body&& body) {
     return withInput(hExtin, pRecord, [&](const ExtinInput& input) -> HW_Result_t {
@@ -113,7 +113,7 @@ HW_Result_t withParameter(HW_Handle_t hExtin, HW_U32 u32FactoryType, const void*
     });
 }
 
-// --- What a person may ask for ---------------------------------------------------------------------------------------
+// --- Checks of the control API ---------------------------------------------------------------------------------------
 
 void requireConverter(const ExtinInput& input) {
     requireInput(input);
@@ -222,13 +222,13 @@ HW_Result_t HW_EXTIN_FactorySetAttr(HW_Handle_t hExtin, HW_U32 u32FactoryType, c
 
 HW_Result_t HW_EXTIN_FactoryGetAttr(HW_Handle_t hExtin, HW_U32 u32FactoryType, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hExtin, u32FactoryType, pInput, pOutput}, [&]() -> HW_Result_t {
-        // A query has no input.
+        // A query takes no input.
         return vset::withParameter(hExtin, u32FactoryType, pInput == nullptr ? pOutput : nullptr,
                                    [&](const HW_U32& u32Value) { *static_cast<HW_U32*>(pOutput) = u32Value; });
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::extin {
 

@@ -9,7 +9,7 @@
 
 namespace vset {
 
-// The key of a handle is its flash type.
+// The flash model. The key of a handle is its flash type.
 class FlashModel : public FamilyModel {
 public:
     FlashModel() : FamilyModel(FamilyId::flash, "HW_FLASH") {}
@@ -19,10 +19,10 @@ public:
 };
 extern FlashModel& flashModel;
 
-// For the person's door: throws SetError when there is no such flash.
+// Throws SetError when there is no such flash.
 void requireFlash(std::uint32_t u32FlashType);
 
-// A file of the set's folder holds what it cannot hold.
+// Thrown when a file of the set's folder has impossible contents.
 class DamagedFile : public SetError {
 public:
     using SetError::SetError;
@@ -47,8 +47,8 @@ private:
     const int _s32Fd;
 };
 
-// The answer of `body`, which uses files of the flash one call at a time; HW_ERR_DATA_ERROR, with one line on standard
-// error, when one is damaged.
+// Returns the result of `body`, which uses files of the flash one call at a time; HW_ERR_DATA_ERROR, with one line on
+// standard error, when one is damaged.
 template <class Body>
 HW_Result_t withFlashFiles(Body&& body) {
     const std::lock_guard<std::mutex> lock(flashModel.storageMutex);

@@ -14,7 +14,7 @@ using vset::flashModel;
 
 namespace {
 
-// Erased flash is an empty environment.
+// Returns the environment; erased flash is an empty one.
 std::vector<HW_U8> loadEnvironment(HW_U32 u32FlashType) {
     const std::string strFile = vset::environmentFile(u32FlashType);
     const vset::FlashFile file(strFile, HW_FLASH_ENV_IMAGE_SIZE, O_RDONLY);

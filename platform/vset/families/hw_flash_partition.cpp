@@ -17,7 +17,7 @@ namespace {
 
 using Partitions = std::map<std::string, std::uint64_t>;
 
-// Checks the parameters of Read and Write. On success *pu64Size is the size of the partition.
+// Checks the parameters of Read and Write. *pu64Size is the partition's size on success.
 HW_Result_t judge(HW_Handle_t hFlash, const HW_FLASH_Transfer_t* pstTransfer, const HW_U32* pu32Report,
                   std::uint64_t* pu64Size) {
     const auto type = flashModel.handles().key(hFlash);
@@ -108,7 +108,7 @@ void vset::flash::setPartition(const std::string& strName, std::uint64_t u64Size
     if (bWritten) {
         writeFileResized(strFile, resizedPartition(strFile), u64Size);
     }
-    // A power cut before leaves the old size with the old file, one after it the new size with the new file.
+    // A power cut before this write leaves the old size with the old file, one after it the new size with the new file.
     changeSetConfig([&](SetConfig& stConfig) { stConfig.partitions[strName] = u64Size; });
     if (bWritten) {
         moveFile(resizedPartition(strFile), strFile);

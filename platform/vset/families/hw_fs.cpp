@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files: the host's own calls on the set's tree. These work before everything else.
+// Files: the host's own calls on the set's tree. They work before any Init.
 #include "hw3/hw_fs.h"
 
 #include <algorithm>
@@ -31,7 +31,7 @@ FsModel& model = *new FsModel;
 constexpr HW_S32 kAbsent = -1;
 constexpr HW_S32 kFailed = -2;
 
-// The set's path as the host knows it; a null path stays null.
+// A path of the set as the host knows it; a null path stays null.
 class TreePath {
 public:
     explicit TreePath(const char* pszPath) : _pszPath(vset::toHost(pszPath, _strBuffer)) {}
@@ -42,7 +42,7 @@ private:
     const char* _pszPath;
 };
 
-// Waits with the power off for what may keep a call waiting: a pipe or a terminal.
+// A wait with the power off, for transfers that may keep a call waiting: a pipe or a terminal.
 class PatientCall {
 public:
     explicit PatientCall(bool bWaits) : _u64Cycle(vset::detail::powerCycles()) {
@@ -50,7 +50,7 @@ public:
             _withoutPower.emplace();
         }
     }
-    // Ends the waiting. Whether the set is still on as it was.
+    // Ends the wait. Returns whether the power has stayed on.
     bool isSameLife() {
         _withoutPower.reset();
         return _u64Cycle == vset::detail::powerCycles();
@@ -71,7 +71,7 @@ bool isPlainFile(HW_S32 s32Fd) {
     return fstat(s32Fd, &stStat) == 0 && S_ISREG(stStat.st_mode);
 }
 
-// Tells that a plain file could not be written, if that is for the host's disk. errno stays.
+// Notes that a plain file could not be written, if the host's disk is the reason. errno stays.
 void tellTrouble(HW_S32 s32Fd) {
     const int s32Error = errno;
     if (isPlainFile(s32Fd)) {
@@ -92,7 +92,7 @@ HW_S32 writeFile(HW_S32 s32Fd, const void* pData, std::size_t size) {
     const auto* pu8Data = static_cast<const unsigned char*>(pData);
     const ssize_t length = write(s32Fd, pData, size);
     ssize_t more = std::min<ssize_t>(length, 0);
-    // A disk that gets full takes the beginning, and only the next write says why it took no more.
+    // A disk that gets full takes the first bytes, and only the next write reports why it took no more.
     if (length >= 0 && static_cast<std::size_t>(length) < size && isPlainFile(s32Fd)) {
         more = write(s32Fd, pu8Data + length, size - static_cast<std::size_t>(length));
     }
@@ -102,7 +102,7 @@ HW_S32 writeFile(HW_S32 s32Fd, const void* pData, std::size_t size) {
     return static_cast<HW_S32>(length + (length >= 0 ? std::max<ssize_t>(more, 0) : 0));
 }
 
-// Members transferred; -1 only when nothing was and the stream is in error.
+// Returns the members transferred; -1 only when none was and the stream is in error.
 HW_S32 membersOf(std::size_t count, FILE* pStream) {
     return count == 0 && std::ferror(pStream) != 0 ? -1 : static_cast<HW_S32>(count);
 }
@@ -118,7 +118,7 @@ HW_S32 writeStream(const void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pSt
     return membersOf(count, pStream);
 }
 
-// A larger buffer than stdio's own, for one written stream at a time: a picture that is written row by row goes to the
+// A larger buffer than stdio's own, for one written stream at a time: a picture that is written row by row reaches the
 // host in few pieces.
 constexpr std::size_t kLargeBuffer = 65536;
 char acLargeBuffer[kLargeBuffer];
@@ -131,8 +131,7 @@ void lendLargeBuffer(FILE* pStream) {
     }
 }
 
-// The buffer is free again when the stream is closed. One that is opened in between, at the same place, does not get
-// it.
+// Closes a stream and frees the buffer. A stream that is opened meanwhile at the same address does not get the buffer.
 HW_S32 closeStream(FILE* pStream) {
     const bool bLent = largeBufferOwner == pStream;
     if (vset::isStreamOpen(pStream) && std::fflush(pStream) != 0) {
@@ -150,7 +149,7 @@ HW_S32 refuseNull() {
     return -1;
 }
 
-// A descriptor of 0 or more, or what HW_FS_Open answers without one.
+// Returns a descriptor of 0 or more, or HW_FS_Open's result of a failure.
 HW_S32 openDescriptor(const char* pszPath, HW_S32 s32Flags) {
     const TreePath path(pszPath);
     PatientCall patientCall(mayWait(path.get()));
@@ -189,7 +188,7 @@ FILE* openStream(const char* pszPath, const char* pszMode) {
     return pStream;
 }
 
-// Members read, or -1.
+// Returns the members read, or -1.
 HW_S32 readStream(void* pData, HW_U32 u32Size, HW_U32 u32Count, FILE* pStream) {
     const PatientCall patientCall(vset::mayWait(pStream));
     return membersOf(std::fread(pData, u32Size, u32Count, pStream), pStream);
@@ -220,7 +219,7 @@ HW_S32 HW_FS_Open(const char* pszPath, HW_S32 s32Flags) {
 }
 
 HW_S32 HW_FS_Close(HW_S32 s32Fd) {
-    // Descriptor 0 belongs to the host program; the set only says that it is closed.
+    // Descriptor 0 belongs to the host program; the set only reports that it is closed.
     return vset::call(
         __func__, {s32Fd}, [&]() -> HW_S32 { return s32Fd == 0 ? 0 : vset::closeDescriptor(s32Fd); },
         vset::OnFault::act);
@@ -248,7 +247,7 @@ HW_S32 HW_FS_Fclose(FILE* pStream) {
         vset::OnFault::act);
 }
 
-// The answer of `body` for a buffer and a stream that is open, else -1.
+// Returns the result of `body` for a buffer and a stream that is open, else -1.
 template <class Body>
 static HW_S32 withStream(const void* pData, FILE* pStream, Body&& body) {
     if (pData == nullptr || pStream == nullptr) {
@@ -309,8 +308,7 @@ HW_S32 HW_FS_Unlink(const char* pszPath) {
     });
 }
 
-// What the set has written is in the host's hands at once, so there is nothing to flush: it is no longer lost when the
-// power is cut.
+// Makes a power cut keep all earlier writes. There is nothing to flush: the host has received them already.
 HW_S32 HW_FS_Sync(void) {
     return vset::call(__func__, {}, []() -> HW_S32 {
         vset::forgetSynced();

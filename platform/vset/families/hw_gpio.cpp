@@ -28,7 +28,7 @@ struct PadState {
     unsigned char level() const { return bOutput ? u8Driven : u8Wired; }
 };
 
-// The key of a handle is its pad.
+// The pads' model. The key of a handle is its pad.
 class GpioModel : public FamilyModel {
 public:
     GpioModel() : FamilyModel(FamilyId::gpio, "HW_GPIO") {}
@@ -135,7 +135,7 @@ HW_Result_t HW_GPIO_GetInput(HW_Handle_t hGpio, HW_U8* pu8Level, HW_U8* pu8Inver
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::gpio {
 

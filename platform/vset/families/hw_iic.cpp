@@ -33,7 +33,7 @@ const iic::TableEntry kBoardTable[] = {
     {3, 3, 0x03C0},
 };
 
-// Memory and the pointer into it.
+// A device's memory and the pointer into it.
 struct Chip {
     iic::Device stDevice;
     std::string strMemory;
@@ -70,15 +70,15 @@ struct Chip {
     }
 };
 
-// The devices by bus (high byte) and slave address (low byte).
+// The address of a device: bus (high byte) and slave address (low byte).
 using DeviceAddress = std::uint16_t;
 
-// The key of a handle is its bus.
+// The buses' model. The key of a handle is its bus.
 class IicModel : public FamilyModel {
 public:
     IicModel() : FamilyModel(FamilyId::iic, "HW_IIC", PlayersInstance::isClosed) {}
 
-    // Guards all of the below.
+    // Guards all members below.
     std::mutex mutex;
     std::map<DeviceAddress, Chip> chips;
     std::map<HW_U32, iic::TableEntry> table;
@@ -115,7 +115,7 @@ struct Request {
     const HW_U8* pu8Data;  // of a write
 };
 
-// A transfer over the bus of the handle; what a read brings goes to `strRead`.
+// Transfers over the bus of the handle; bytes read are put into `strRead`.
 HW_Result_t transfer(HW_Handle_t hIic, const Request& stRequest, std::string& strRead) {
     const auto bus = model.handles().key(hIic);
     if (!bus) {
@@ -148,7 +148,7 @@ HW_Result_t transfer(HW_Handle_t hIic, const Request& stRequest, std::string& st
     return bAnswered ? HW_OK : HW_ERR_FAILED;
 }
 
-// A bus goes by two numbers when it is looked up.
+// Returns the bus, which a look-up knows by two numbers.
 HW_U32 busOf(HW_U32 u32Port) {
     return u32Port >= HW_IIC_DEVICE_PORT_BASE ? u32Port - HW_IIC_DEVICE_PORT_BASE : u32Port;
 }
@@ -160,7 +160,7 @@ void requireBus(unsigned int u32Bus) {
     }
 }
 
-// The chip of an address; the caller holds the mutex.
+// Returns the chip of an address. The caller holds the mutex.
 Chip& requireChip(unsigned int u32Bus, unsigned char u8Slave) {
     const auto chip = model.chips.find(static_cast<DeviceAddress>(u32Bus << 8 | u8Slave));
     if (chip == model.chips.end()) {
@@ -272,7 +272,7 @@ HW_Result_t HW_IIC_GetDeviceInfo(HW_U32 u32DeviceId, HW_IIC_DeviceInfo_t* pstInf
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::iic {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Remote control: initialisation.
+// Remote control: initialization.
 #include "hw3/hw_ir.h"
 
 #include "vset_call.h"

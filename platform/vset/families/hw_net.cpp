@@ -19,21 +19,21 @@ namespace vset {
 
 namespace {
 
-// What is forgotten when the set is switched off.
+// The state of an interface that is lost when the set is switched off.
 struct Present {
-    std::uint64_t u64Id = 0;  // stays the interface's when the list is changed
+    std::uint64_t u64Id = 0;  // stays with the interface when the list changes
     bool bUp = false;
     bool bDhcp = false;
 };
 
-// The key of a handle is the interface's number.
+// The interfaces' model. The key of a handle is the interface's number.
 class NetModel : public FamilyModel {
 public:
     NetModel() : FamilyModel(FamilyId::net, "HW_NET") {}
 
     // Held while the list is changed.
     std::mutex mutex;
-    std::vector<Present> present;  // of the interfaces of the folder, in their order
+    std::vector<Present> present;  // of the folder's interfaces, in the same order
     std::optional<unsigned int> reportedCount;
 
     Present make(const net::Interface& stInterface) { return {_u64Made++, stInterface.bUp, stInterface.bDhcp}; }
@@ -54,7 +54,7 @@ private:
 };
 NetModel& model = *new NetModel;
 
-// Writes a text into a record's field; one that fills the field has no terminator.
+// Returns the text of a record's field; one that fills the field has no terminator.
 std::string nameIn(const char (&acName)[HW_NET_INTERFACE_NAME_SIZE]) {
     return {acName, strnlen(acName, sizeof(acName))};
 }
@@ -70,7 +70,7 @@ HW_Result_t listNames(HW_NET_InterfaceName_t* pstList, HW_U32* pu32Count) {
     return HW_OK;
 }
 
-// The key of the first interface of a name.
+// Returns the key of the first interface of a name.
 std::optional<std::uint64_t> keyOf(const std::string& strName) {
     const std::lock_guard<std::mutex> lock(model.mutex);
     const std::vector<net::Interface> interfaces = setConfig().interfaces;
@@ -95,7 +95,7 @@ std::uint64_t requireKey(const std::string& strName) {
     return *key;
 }
 
-// Runs `body` on the place of an open handle's interface in the list, which stays as it is meanwhile.
+// Runs `body` on the index of an open handle's interface in the list, which does not change meanwhile.
 template <class Body>
 HW_Result_t withInterface(HW_Handle_t hNet, Body&& body) {
     const std::lock_guard<std::mutex> lock(model.mutex);
@@ -116,7 +116,7 @@ HW_Result_t switchDhcp(HW_Handle_t hNet, HW_U32 u32IpVersion, bool bOn) {
     });
 }
 
-// "0a-1B-..." as "0A:1B:...". Empty for a text with both separators, and for the address of a group.
+// Returns "0a-1B-..." as "0A:1B:...". Empty for a text with both separators, and for the address of a group.
 std::string canonicalMac(std::string strMac) {
     const bool bMixed = strMac.find(':') != std::string::npos && strMac.find('-') != std::string::npos;
     const bool bGroup = strMac.size() > 1 && std::strchr("13579bBdDfF", strMac[1]) != nullptr;
@@ -135,7 +135,7 @@ HW_Result_t setMac(HW_Handle_t hNet, const char* pszMac) {
             return HW_ERR_INVALID_PARAMETER;
         }
         net::Interface stInterface = setConfig().interfaces[place];
-        // A text that is too long is none either.
+        // A text that is too long is no address either.
         stInterface.strMac = canonicalMac(std::string(pszMac, strnlen(pszMac, 18)));
         if (!isInterface(stInterface)) {
             return HW_ERR_INVALID_PARAMETER;
@@ -145,7 +145,7 @@ HW_Result_t setMac(HW_Handle_t hNet, const char* pszMac) {
     });
 }
 
-// The interfaces as they are now.
+// Returns the interfaces as they are now.
 std::vector<net::Interface> presentInterfaces() {
     std::vector<net::Interface> interfaces = setConfig().interfaces;
     for (std::size_t i = 0; i < interfaces.size(); ++i) {
@@ -155,7 +155,7 @@ std::vector<net::Interface> presentInterfaces() {
     return interfaces;
 }
 
-// A list to be, of which each interface that had its name before stays the same one.
+// The next list. An interface whose name was in the old list keeps its identity.
 class NextList {
 public:
     explicit NextList(const std::vector<net::Interface>& interfaces)
@@ -182,7 +182,7 @@ private:
             if (_stored[i].strName == stInterface.strName && _kept.insert(i).second) {
                 const Present& stBefore = model.present[i];
                 _present.push_back({stBefore.u64Id, stInterface.bUp, stInterface.bDhcp});
-                // What a program has switched is not how it comes up.
+                // A state that a program has set is not stored as the state to come up in.
                 stInterface.bUp = stInterface.bUp == stBefore.bUp ? _stored[i].bUp : stInterface.bUp;
                 stInterface.bDhcp = stInterface.bDhcp == stBefore.bDhcp ? _stored[i].bDhcp : stInterface.bDhcp;
                 return;
@@ -194,7 +194,7 @@ private:
     const std::vector<net::Interface> _stored;
     std::vector<net::Interface> _next;
     std::vector<Present> _present;
-    std::set<std::size_t> _kept;  // places
+    std::set<std::size_t> _kept;  // indexes
 };
 
 }  // namespace
@@ -266,7 +266,7 @@ HW_Result_t HW_NET_DeviceDown(HW_Handle_t hNet) {
     return vset::call(__func__, {hNet}, [&]() -> HW_Result_t { return setUp(hNet, false); });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::net {
 

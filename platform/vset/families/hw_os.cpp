@@ -14,7 +14,7 @@ namespace {
 
 constexpr HW_U32 kIommuUnit = 0x4000;
 
-// The name need not end within its field.
+// Returns the request's name, which may fill its field without an end.
 std::string nameOf(const HW_OS_IommuRequest_t* pstRequest) {
     if (pstRequest == nullptr) {
         return {};

@@ -26,7 +26,7 @@ bool isFormat(HW_U32 u32Format) {
     return u32Format == E_HW_OSD_COLOR_ARGB8888 || u32Format == E_HW_OSD_COLOR_CAPTURE;
 }
 
-// Rectangle and source of a layer or a window.
+// Returns whether rectangle and source of a layer or a window have a size.
 template <class Attr>
 bool hasSize(const Attr& stAttr) {
     return stAttr.u32Width != 0 && stAttr.u32Height != 0 && stAttr.u32SrcWidth != 0 && stAttr.u32SrcHeight != 0;
@@ -53,7 +53,7 @@ bool isValid(const HW_OSD_ColorMatrix_t& stMatrix) {
     return stMatrix.u8Enable <= 1 && stMatrix.u32Reserved == 0;
 }
 
-// Runs `body` on what a handle names; `pFind` is the state's.
+// Runs `body` on the object of a handle; `pFind` is the state's look-up.
 template <class Part, class Body>
 HW_Result_t with(Part* (OsdState::*pFind)(HW_Handle_t), HW_Handle_t hHandle, Body&& body) {
     return osdModel.locked([&](OsdState& state) -> HW_Result_t {
@@ -134,7 +134,7 @@ HW_Result_t createWindow(const HW_OSD_WindowAttr_t* pstAttr, HW_Handle_t* phWind
     });
 }
 
-// Whether the process can reach the memory that a caller says to have.
+// Returns whether the process can reach the memory that a caller gives.
 bool isMapped(std::uint64_t u64Address, std::uint64_t u64Size) {
     const std::uint64_t u64Page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
     const std::uint64_t u64Begin = u64Address & ~(u64Page - 1);
@@ -429,7 +429,7 @@ HW_Result_t HW_OSD_SurfaceGetSize(HW_Handle_t hSurface, HW_U32* pu32Width, HW_U3
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::osd {
 

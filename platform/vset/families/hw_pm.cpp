@@ -16,7 +16,7 @@ namespace {
 constexpr HW_U8 kLedCount = 4;
 constexpr std::size_t kHistory = 1024;
 
-// There is one instance, its key is 0.
+// The model of the one instance. The key of its handle is 0.
 class PmModel : public vset::FamilyModel {
 public:
     PmModel() : FamilyModel(vset::FamilyId::pm, "HW_PM") {}

@@ -20,12 +20,12 @@ using Values = std::map<HW_U32, HW_U32>;
 
 const Values kValues = {{E_HW_PWM_ATTR_0, 0}, {E_HW_PWM_ATTR_1, 0}, {E_HW_PWM_ATTR_8, 0}};
 
-// The key of a handle is its channel.
+// The channels' model. The key of a handle is its channel.
 class PwmModel : public FamilyModel {
 public:
     PwmModel() : FamilyModel(FamilyId::pwm, "HW_PWM") {}
 
-    // Runs `body` on the value; false when there is no such attribute.
+    // Runs `body` on the value. Returns false when there is no such attribute.
     template <class Body>
     bool withValue(std::uint64_t u64Channel, HW_U32 u32Attr, Body&& body) {
         const std::lock_guard<std::mutex> lock(_mutex);
@@ -49,7 +49,7 @@ private:
 };
 PwmModel& model = *new PwmModel;
 
-// An attribute of an open channel, for what the caller's record holds or shall hold.
+// Runs `body` on an attribute of an open channel, for the caller's record.
 template <class Body>
 HW_Result_t withAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void* pRecord, Body&& body) {
     const auto channel = model.handles().key(hPwm);
@@ -121,13 +121,13 @@ HW_Result_t HW_PWM_SetAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void* pParam)
 
 HW_Result_t HW_PWM_GetAttr(HW_Handle_t hPwm, HW_U32 u32Attr, const void* pInput, void* pOutput) {
     return vset::call(__func__, {hPwm, u32Attr, pInput, pOutput}, [&]() -> HW_Result_t {
-        // A query has no input.
+        // A query takes no input.
         return vset::withAttr(hPwm, u32Attr, pInput == nullptr ? pOutput : nullptr,
                               [&](const HW_U32& u32Value) { *static_cast<HW_U32*>(pOutput) = u32Value; });
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::pwm {
 

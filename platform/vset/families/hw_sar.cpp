@@ -17,7 +17,7 @@ namespace vset {
 
 namespace {
 
-// Handles of ADC channels have their channel for a key.
+// The key of the keypad's handle; the handle of an ADC channel has the channel as its key.
 constexpr std::uint64_t kKeypadKey = 0x100;
 
 struct ChannelState {
@@ -26,7 +26,7 @@ struct ChannelState {
     HW_U32 u32VoltageLevel = 0;
 };
 
-// Pressed keys, by their number, on their way to the registered callback.
+// Pressed keys, by their number, that wait for the registered callback.
 class KeyQueue : public CallbackQueue {
 private:
     HW_Result_t deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, unsigned char u8Key) override;
@@ -36,7 +36,7 @@ class SarModel : public FamilyModel {
 public:
     SarModel() : FamilyModel(FamilyId::sar, "HW_SAR") {}
 
-    // A copy of the channel's state, and a change of it.
+    // Return a copy of the channel's state, or change it.
     ChannelState channel(std::uint64_t u64Channel) {
         const std::lock_guard<std::mutex> lock(_mutex);
         return _channels[u64Channel];
@@ -65,7 +65,7 @@ public:
         return _stConfig;
     }
 
-    // The ladder's keys as they are configured; none while the keypad is closed.
+    // Returns the ladder's keys as they are configured; none while the keypad is closed.
     std::vector<sar::Key> keys() {
         const HW_SAR_KeypadConfig_t stConfig = config();
         std::vector<sar::Key> keys;
@@ -79,7 +79,7 @@ public:
 
 protected:
     void powerOff(bool) override {
-        // Handles first, so that no client registers from here on.
+        // Closes the handles first, so that no client registers from here on.
         handles().closeAll();
         queue.cancelAll(HW_HANDLE_NONE);
     }
@@ -114,7 +114,7 @@ HW_Result_t KeyQueue::deliver(EventCallback_t pfnCallback, HW_Handle_t hSar, uns
     });
     const HW_Result_t result = pfnCallback(hSar, E_HW_SAR_EVENT_KEYPAD_PRESS, &u8Code);
     model.changeChannel(sar::kKeypadChannel, [&](ChannelState& stChannel) {
-        // Keeps a voltage that was put on the ladder meanwhile.
+        // A voltage that was put on the ladder meanwhile stays.
         if (stChannel.u8Value == keys[u8Key].u8Threshold) {
             stChannel.u8Value = u8Before;
         }
@@ -149,14 +149,14 @@ HW_Result_t openAdc(const HW_SAR_OpenParams_t& stParams, HW_Handle_t* phSar) {
     return result;
 }
 
-// Whether a callback's record names presses, releases too or not, and has nothing else in it.
+// Returns whether a callback's record asks for presses, with or without releases, and has no other content.
 bool hasEvents(const HW_SAR_CallbackParams_t& stParams) {
     constexpr HW_U32 kEvents = E_HW_SAR_EVENT_KEYPAD_PRESS | E_HW_SAR_EVENT_KEYPAD_RELEASE;
     return (stParams.u32EventMask & E_HW_SAR_EVENT_KEYPAD_PRESS) != 0 && (stParams.u32EventMask & ~kEvents) == 0 &&
            stParams.u32Reserved == 0;
 }
 
-// HW_OK for the keypad's handle.
+// Returns HW_OK for the keypad's handle.
 HW_Result_t judgeKeypad(HW_Handle_t hSar) {
     const auto key = model.handles().key(hSar);
     if (!key) {
@@ -264,7 +264,7 @@ HW_Result_t HW_SAR_RegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackParam
         }
         model.queue.registerCallback(pstParams->pfnCallback, hSar);
         if (!model.handles().key(hSar)) {
-            // Switched off meanwhile by another thread, which may have found nothing to end.
+            // Another thread may have switched the set off meanwhile, and may have found no registration to end.
             model.queue.cancelAll(hSar);
             return HW_ERR_INVALID_HANDLE;
         }
@@ -292,7 +292,7 @@ HW_Result_t HW_SAR_UnRegisterCallback(HW_Handle_t hSar, const HW_SAR_CallbackPar
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::sar {
 

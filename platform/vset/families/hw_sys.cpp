@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The chip as a whole: initialisation and attributes.
+// The chip as a whole: initialization and attributes.
 #include "hw3/hw_sys.h"
 
 #include <cstring>

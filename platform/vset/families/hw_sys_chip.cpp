@@ -20,12 +20,12 @@ namespace {
 
 using Register = std::pair<HW_U32, HW_U32>;  // bank, offset
 
-// Without handles: a part of the system that is reset with the rest.
+// The chip: a part of the system that has no handles and is reset with the other parts.
 class ChipModel : public FamilyModel {
 public:
     ChipModel() : FamilyModel(FamilyId::sys, "chip") {}
 
-    // Guards all of the below.
+    // Guards all members below.
     std::mutex mutex;
     std::array<sys::ClockSpread, sys::kMius> spreads;
     std::vector<sys::Firmware> firmware;
@@ -119,7 +119,7 @@ HW_Result_t hw_sys_WriteReg(HW_U32 u32Bank, HW_U32 u32Offset, HW_U32 u32Value) {
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::sys {
 

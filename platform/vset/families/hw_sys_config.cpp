@@ -45,7 +45,7 @@ const char* text(const HW_U8* pu8Text) {
     return reinterpret_cast<const char*>(pu8Text);
 }
 
-// "section:key"
+// The two halves of "section:key".
 struct Key {
     std::string_view section;
     std::string_view key;
@@ -76,7 +76,7 @@ HW_Result_t openFile(const char* pszPath, HW_Handle_t* phConfig) {
     return result;
 }
 
-// Writes what was set into the file as it is by now: other clients may have changed it since it was opened.
+// Writes the changes into the present file: other clients may have changed it since it was opened.
 void writeChanges(const ConfigFile& stFile) {
     std::string strText = stFile.text.text();
     std::error_code error;
@@ -88,7 +88,7 @@ void writeChanges(const ConfigFile& stFile) {
         }
         strText = text.text();
     }
-    // A link stays one.
+    // A link stays a link.
     const std::filesystem::path target = std::filesystem::canonical(stFile.strFile, error);
     vset::replaceFile(error ? stFile.strFile : target.string(), strText.data(), strText.size());
 }
@@ -138,7 +138,7 @@ HW_Result_t setValue(ConfigFile& stFile, const Key& stKey, const HW_SYS_ConfigDa
     return HW_OK;
 }
 
-// A value for the journal, which cuts it off: the text of the record need not end with a NUL.
+// Returns a value for the journal, which cuts it off: the text of the record need not end with a NUL.
 std::string journalled(const HW_SYS_ConfigData_t* pstData) {
     constexpr std::size_t kEnough = 128;
     if (pstData == nullptr || pstData->pu8Data == nullptr) {

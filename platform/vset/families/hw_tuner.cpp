@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tuner slots: what they receive and what they say of themselves.
+// Tuner slots: their reception and their identification texts.
 #include "hw3/hw_tuner.h"
 
 #include <algorithm>
@@ -34,15 +34,15 @@ struct SlotState {
                      {E_HW_TUNER_FACTORY_CMD_CHANGE_LIST, "10001"}};
 };
 
-// The key of a handle is its slot.
+// The tuners' model. The key of a handle is its slot.
 class TunerModel : public FamilyModel {
 public:
     TunerModel() : FamilyModel(FamilyId::tuner, "HW_TUNER") {}
 
-    // Guards all of the below.
+    // Guards all members below.
     std::mutex mutex;
     HW_U32 u32Slots = kSlots;
-    // Slots beyond the reported number count, too: a program may have opened one before.
+    // Includes the slots beyond the reported number: a program may have opened one before.
     std::array<SlotState, tuner::kSlotLimit> slots;
 
     HW_U32 slotCount() {
@@ -88,7 +88,7 @@ HW_Result_t getText(const Texts& texts, HW_U32 u32Number, const void* pInput, vo
     return HW_OK;
 }
 
-// The result of applying, which is no status: 0 is a failure.
+// The result of applying, which is no status: 0 means failure.
 enum class Applied : HW_U32 { no, yes };
 
 Applied applyVif(SlotState& stSlot, HW_U32 u32Step) {
@@ -102,7 +102,7 @@ Applied applyVif(SlotState& stSlot, HW_U32 u32Step) {
     return Applied::yes;
 }
 
-// --- What a person may ask for ---------------------------------------------------------------------------------------
+// --- Checks of the control API ---------------------------------------------------------------------------------------
 
 std::string nameOf(unsigned int u32Slot) {
     return "tuner slot " + std::to_string(u32Slot);
@@ -242,7 +242,7 @@ HW_Result_t HW_TUNER_GetBer(HW_Handle_t hTuner, HW_S32* ps32Ber) {
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::tuner {
 

@@ -18,7 +18,7 @@ namespace vset {
 
 namespace {
 
-// A port's received bytes on their way to the registered callback.
+// A port's received bytes that wait for the registered callback.
 class UartReceiver : public CallbackQueue {
 private:
     HW_Result_t deliver(EventCallback_t pfnCallback, HW_Handle_t hUart, unsigned char u8Byte) override {
@@ -31,12 +31,12 @@ struct Settings {
     std::atomic<HW_U32> u32DeviceType{0};
 };
 
-// The key of a handle is its port.
+// The ports' model. The key of a handle is its port.
 class UartModel : public FamilyModel {
 public:
     UartModel() : FamilyModel(FamilyId::uart, "HW_UART", PlayersInstance::isClosed) {}
 
-    // The port of an open handle.
+    // Returns the port of an open handle.
     std::optional<unsigned int> portOf(HW_Handle_t hUart) {
         const std::optional<std::uint64_t> key = handles().key(hUart);
         return key ? std::optional<unsigned int>(static_cast<unsigned int>(*key)) : std::nullopt;
@@ -47,7 +47,7 @@ public:
 
 protected:
     void powerOff(bool bDetach) override {
-        // Handles first, so that no client registers from here on.
+        // Closes the handles first, so that no client registers from here on.
         handles().closeAll();
         for (UartReceiver& receiver : receivers) {
             receiver.cancelAll(HW_HANDLE_NONE);
@@ -147,7 +147,7 @@ HW_Result_t HW_UART_RegisterCallback(HW_Handle_t hUart, const HW_UART_CallbackPa
         vset::startSerialThread();
         model.receivers[*port].registerCallback(pstParams->pfnCallback, hUart);
         if (!model.portOf(hUart)) {
-            // Closed meanwhile by another thread, which may have found nothing to end.
+            // Another thread may have closed the port meanwhile, and may have found no registration to end.
             model.receivers[*port].cancelAll(hUart);
             return HW_ERR_INVALID_HANDLE;
         }

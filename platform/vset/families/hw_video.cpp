@@ -18,15 +18,15 @@ struct State {
     std::optional<std::uint64_t> frozenFrame;
 };
 
-// The key of a handle is the window that the path is connected to.
+// The paths' model. The key of a handle is the window that the path is connected to.
 class VideoModel : public StatefulModel<State> {
 public:
     VideoModel() : StatefulModel(FamilyId::video, "HW_VIDEO") {}
 
-    // A handle is there exactly while the path is.
+    // Connects a path and opens its handle, which exists exactly as long as the path.
     void connect(unsigned int u32Window, const HW_VIDEO_Info_t& stInfo) {
         locked([&](State& state) {
-            HW_Handle_t hNew = HW_HANDLE_NONE;  // none when the path has one already
+            HW_Handle_t hNew = HW_HANDLE_NONE;  // stays so when the path has a handle already
             handles().open(u32Window, &hNew, true);
             state.paths[u32Window] = stInfo;
         });
@@ -40,7 +40,8 @@ protected:
 };
 VideoModel& model = *new VideoModel;
 
-// 64 bits of milliseconds x rate last for a month even at the highest rate that a record can hold.
+// Returns the frame that is shown now. 64 bits of milliseconds x rate suffice for a month even at the highest rate that
+// a record can hold.
 std::uint64_t runningFrame(const State& state, HW_U32 u32FrameRate) {
     const auto time = std::chrono::steady_clock::now() - state.start;
     const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
@@ -91,7 +92,7 @@ HW_Result_t HW_VIDEO_GetAttr(HW_Handle_t hVideo, HW_U32 u32Attr, const void* pIn
                       [&]() -> HW_Result_t { return vset::getInfo(hVideo, u32Attr, pInput, pOutput); });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::disp {
 

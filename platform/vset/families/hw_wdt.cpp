@@ -18,12 +18,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// There is one instance, its key is 0: it exists from the family's Init on.
+// The model of the one instance. The key of its handle is 0; the handle exists from the family's Init on.
 class WdtModel : public FamilyModel {
 public:
     WdtModel() : FamilyModel(FamilyId::wdt, "HW_WDT") {}
 
-    // 0 stops it.
+    // Arms the watchdog, or stops it with 0.
     void arm(unsigned int u32Seconds) {
         const std::lock_guard<std::mutex> lock(_mutex);
         if (u32Seconds != 0 && !_bThread) {
@@ -36,7 +36,7 @@ public:
         _changed.notify_all();
     }
 
-    // The Init, which makes the handle as well.
+    // Initializes the family and opens its handle.
     HW_Result_t start(const HW_WDT_InitParams_t* pstParams) {
         const std::lock_guard<std::mutex> lock(_mutex);
         const HW_Result_t result = initialise(pstParams);
@@ -82,7 +82,7 @@ protected:
     }
 
 private:
-    // Opens or closes the handle, which is there while the watchdog is and its Init has run.
+    // Opens or closes the handle, which exists while the watchdog is present and its Init has run.
     void showHandle() {
         HW_Handle_t hWdt = HW_HANDLE_NONE;
         if (_bPresent && isInitialised()) {
@@ -109,7 +109,7 @@ private:
         }
     }
 
-    // The set that the time was running for may have been given back in this moment.
+    // Reboots the set, unless the set for which the time was running has just been given back.
     void reboot(std::uint64_t u64Life, const std::function<void()>& action) {
         const auto isSameLife = [&] {
             const std::lock_guard<std::mutex> lock(_mutex);
@@ -144,7 +144,7 @@ private:
     unsigned int _u32Seconds = 0;
     unsigned int _u32Reboots = 0;
     Clock::time_point _deadline;
-    // Changes whenever the time does, or the set is switched off.
+    // Changes with each setting of the time, and when the set is switched off.
     std::uint64_t _u64Life = 0;
     std::function<void()> _action;
 };
@@ -213,7 +213,7 @@ HW_Result_t HW_WDT_GetAttr(HW_Handle_t hWdt, HW_U32 u32Attr, const void* pInput,
     });
 }
 
-// --- The person's door -----------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 namespace vset::wdt {
 

@@ -40,7 +40,7 @@ std::string_view takeWord(std::string_view& rest) {
     return word;
 }
 
-// A quoted text without its quotes, everything else as it is. `bCut` tells that the journal has cut it.
+// Returns a quoted text without its quotes, everything else as it is. Sets `bCut` when the journal has cut it.
 std::string plainText(std::string_view value, bool* pbCut = nullptr) {
     if (value.empty() || value.front() != '"') {
         return std::string(value);
@@ -62,7 +62,7 @@ std::optional<long long> numberOf(const std::string& strText) {
         return std::nullopt;
     }
     char* pEnd = nullptr;
-    // 64-bit addresses and negative numbers alike; base 0 would read "010" as 8.
+    // Accepts 64-bit addresses and negative numbers; base 0 would read "010" as 8.
     const bool bHexadecimal = strText.size() > 2 && strText[0] == '0' && (strText[1] == 'x' || strText[1] == 'X');
     const auto number = static_cast<long long>(std::strtoull(strText.c_str(), &pEnd, bHexadecimal ? 16 : 10));
     return *pEnd == '\0' ? std::optional(number) : std::nullopt;
@@ -152,7 +152,7 @@ std::string findCalls(const std::vector<CallPattern>& patterns, const std::vecto
     if (expected == patterns.end()) {
         return {};
     }
-    // The call of that name which does not match says most.
+    // The call of that name which does not match is the most useful one to show.
     const auto similar = std::find_if(entries.rbegin(), entries.rend(), [&](const JournalEntry& stEntry) {
         return stEntry.pszCall == expected->strCall;
     });

@@ -15,8 +15,8 @@
 
 namespace vset {
 
-// Numbers are decimal, handles and streams hexadecimal, texts quoted. Up to 16 bytes stand in brackets, of more their
-// number and CRC-32. The whole text is cut at kSize characters, and then ends with "...".
+// Numbers are decimal, handles and streams hexadecimal, texts quoted. Up to 16 bytes are written in brackets, of more
+// their number and CRC-32. The whole text is cut at kSize characters, and then ends with "...".
 class CallText {
 public:
     // Writes into `pBuffer`, which has room for kBufferSize characters.
@@ -37,7 +37,7 @@ public:
         }
     }
 
-    // Null is written as such.
+    // Writes the numbers, or null.
     template <class Number>
     void numbers(const char* pszName, const Number* pValues, std::size_t count) {
         if (pValues == nullptr) {
@@ -59,20 +59,21 @@ public:
 
     void handle(const char* pszName, std::uint64_t u64Handle);
     void null(const char* pszName);
-    // A pointer that says nothing to a reader but whether it is null.
+    // Writes only whether a pointer is null.
     void presence(const char* pszName, bool bSet);
-    // Ends at a NUL, or at `limit`.
+    // Writes a text that ends at a NUL, or at `limit`.
     void text(const char* pszName, const void* pText, std::size_t limit = SIZE_MAX);
     void bytes(const char* pszName, const void* pBytes, std::size_t length);
 
-    // True while only names are collected: a field that depends on another one's value is to be written then, too.
+    // Returns true while only names are collected: a field that depends on another one's value must be written then,
+    // too.
     bool wantsAll() const { return _pNames != nullptr; }
     std::string_view view() const { return {_pBuffer, _length}; }
 
 private:
     bool begin(const char* pszName);
     void append(std::string_view text);
-    // What does not fit is cut, once, with "...".
+    // Appends a character, or "..." once when the text is full.
     void append(char cText) {
         if (_length < kSize) {
             _pBuffer[_length++] = cText;

@@ -3,7 +3,7 @@
 //
 //     VSET_DESCRIBE(HW_IIC_Open, "params", handle())
 //
-// A name alone suffices for numbers, texts, records and outputs of these: the type tells the rest. A function
+// A name alone suffices for numbers, texts, records and outputs of these: the type gives the rest. A function
 // `void fields(CallText&, const Record&)` writes each type of record.
 #ifndef VSET_DESCRIBE_H
 #define VSET_DESCRIBE_H
@@ -83,7 +83,7 @@ Parameter parameter(std::size_t index, Handle stHandle) {
     }
 }
 
-// One that needs more than its own value.
+// Returns the given description, for a parameter that needs more than its own value.
 template <class Type>
 Parameter parameter(std::size_t, Parameter described) {
     return described;
@@ -98,17 +98,17 @@ inline Parameter inputAndOutput(WriteArgument before, WriteArgument after) {
     return {std::move(before), std::move(after)};
 }
 
-// One that another parameter's words cover.
+// Describes a parameter that another parameter's words cover.
 inline Parameter nothing() {
     return {};
 }
 
-// The input of a query that takes none: it has to be null.
+// Describes the input of a query that takes none: the pointer must be null.
 inline Parameter unusedInput(std::size_t index) {
     return input([index](CallText& text, const ArgumentValues& values) { text.presence("input", values[index] != 0); });
 }
 
-// Types of the values behind a void pointer, by the number of an attribute.
+// Writes the value of an attribute, whose number gives its type, from a void pointer.
 using WriteValue = void (*)(CallText& text, const void* pValue);
 struct Attribute {
     std::uint64_t u64Number;
@@ -122,7 +122,8 @@ void value(CallText& text, const void* pValue) {
     writeTarget(text, "value", static_cast<const Value*>(pValue));
 }
 
-// The value of an attribute, whose number is the parameter at `number`; one without a row is told as set or null.
+// Describes the value of an attribute, whose number is the parameter at `number`. A value without a row is written as
+// set or null.
 inline WriteArgument attributeValue(const char* pszName, std::size_t index, std::size_t number,
                                     std::initializer_list<Attribute> attributes) {
     return [=, rows = std::vector<Attribute>(attributes)](CallText& text, const ArgumentValues& values) {
@@ -163,7 +164,7 @@ inline CallDescription lookUp(CallDescription stCall) {
     return stCall;
 }
 
-// The functions by subject, each defined in the source of its name.
+// Return the functions by subject, each defined in the source of its name.
 std::vector<CallDescription> storage();
 std::vector<CallDescription> board();
 std::vector<CallDescription> inputs();

@@ -156,7 +156,7 @@ void writeReadBytes(CallText& text, const ArgumentValues& values) {
     text.bytes("data", ppu8Buf != nullptr ? *ppu8Buf : nullptr, pst != nullptr ? pst->u16Size : 0);
 }
 
-// The bytes are to go where the record says.
+// Writes whether the bytes go to the record's own buffer.
 void writeIsOwnBuffer(CallText& text, const ArgumentValues& values) {
     const auto* const pst = valueOf<const HW_IIC_ReadParams_t*>(values[1]);
     const auto ppu8Buf = valueOf<HW_U8* const*>(values[2]);
@@ -168,7 +168,7 @@ void writeNames(CallText& text, const ArgumentValues& values) {
     const auto* const pu32Count = valueOf<const HW_U32*>(values[1]);
     const HW_U32 u32Count = pu32Count != nullptr ? *pu32Count : 0;
     text.number("count", u32Count);
-    // A count beyond the list's room may be the set's own doing.
+    // The set itself may report a count beyond the list's room.
     for (HW_U32 i = 0; i < std::min(u32Count, HW_NET_INTERFACE_MAX) || (i == 0 && text.wantsAll()); ++i) {
         text.text("name", text.wantsAll() ? nullptr : pstList[i].acName, sizeof(pstList[i].acName));
     }

@@ -237,7 +237,7 @@ WriteArgument panelAttribute(std::size_t index) {
                            {kAnyNumber, value<HW_U32>}});
 }
 
-// No more handles than there was room for, whatever is connected.
+// Writes at most as many handles as there was room for, however many modules are connected.
 void writeModules(CallText& text, const ArgumentValues& values) {
     const auto* const phModules = valueOf<const HW_Handle_t*>(values[3]);
     for (std::size_t i = 0; i < values[2] || (i == 0 && text.wantsAll()); ++i) {

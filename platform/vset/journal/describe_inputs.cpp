@@ -33,7 +33,7 @@ static void fields(CallText& text, const HW_EXTIN_HdmiEdid_t& st) {
     text.number("reserved", st.u32Reserved);
     text.number("version", st.u32Version);
     text.number("size", st.u32Size);
-    // More than any EDID has is refused unread.
+    // An EDID above the limit is refused unread.
     text.bytes("data", st.pu8Data, st.u32Size <= HW_EXTIN_EDID_MAX_SIZE ? st.u32Size : 0);
 }
 static void fields(CallText& text, const HW_EXTIN_HdmiHpd_t& st) {
@@ -152,7 +152,7 @@ std::vector<CallDescription> inputs() {
         VSET_DESCRIBE(HW_TUNER_GetAttr, handle(), "attr", unusedInput(2), output(tunerText())),
         VSET_DESCRIBE(HW_TUNER_FactoryCmdGetAttr, handle(), "command", unusedInput(2), output(tunerText())),
         VSET_DESCRIBE(HW_TUNER_FactoryCmdApplyVif, handle(), "step"),
-        // Whether it is locked is what is asked.
+        // The result answers whether the tuner is locked, so a failure is no refusal.
         lookUp(VSET_DESCRIBE(HW_TUNER_GetLock, handle())),
         VSET_DESCRIBE(HW_TUNER_GetBer, handle(), "ber"),
 

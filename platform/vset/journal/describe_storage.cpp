@@ -57,7 +57,7 @@ namespace describe {
 
 namespace {
 
-// What was transferred. Only a transfer that succeeded is known to have had a buffer of its length.
+// Describes the transferred bytes. Only a transfer that succeeded is known to have had a buffer of its length.
 Parameter transfer() {
     return inputAndOutput(
         [](CallText& text, const ArgumentValues& values) {
@@ -121,7 +121,7 @@ void writeIommuAddress(CallText& text, const ArgumentValues& values) {
     text.handle("physAddr", pst != nullptr ? pst->u64PhysAddr : 0);
 }
 
-// The bytes that were transferred to or from a stream; the result counts members.
+// Writes the bytes that were transferred to or from a stream; the result counts members.
 WriteArgument members() {
     return [](CallText& text, const ArgumentValues& values) {
         text.bytes("data", valueOf<const void*>(values[0]), values[1] * static_cast<std::uint64_t>(values.s64Result));

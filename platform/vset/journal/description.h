@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is known of a middleware function's arguments: their names, and how they are written into the journal.
+// Descriptions of the middleware's functions: the names of their arguments, and how these are written into the journal.
 #ifndef VSET_DESCRIPTION_H
 #define VSET_DESCRIPTION_H
 
@@ -26,19 +26,19 @@ using WriteArgument = std::function<void(CallText& text, const ArgumentValues& v
 
 struct CallDescription {
     const char* pszCall = nullptr;
-    // HW_ERR_FAILED says that there is nothing to be found, which is no refusal.
+    // HW_ERR_FAILED means that nothing was found, which is no refusal.
     bool bLookUp = false;
-    // What is written before the function does its work, and what afterwards if it succeeded.
+    // The inputs are written before the function does its work, the outputs afterwards if it succeeded.
     std::vector<WriteArgument> inputs;
     std::vector<WriteArgument> outputs;
     // The names of all fields that inputs and outputs can have.
     std::vector<std::string> fields;
 };
 
-// All functions of the middleware, sorted by name.
+// Returns all functions of the middleware, sorted by name.
 const std::vector<CallDescription>& callDescriptions();
 
-// Null for a name that is no function.
+// Returns null for a name that is no function.
 const CallDescription* findCallDescription(std::string_view call);
 
 }  // namespace vset

@@ -49,7 +49,7 @@ void append(Refusal refusal) {
     }
 }
 
-// The slot of the next entry. The caller holds the mutex.
+// Returns the slot of the next entry. The caller holds the mutex.
 JournalEntry& nextSlot(Journal& journal, std::size_t limit) {
     if (journal.slots.size() < limit) {
         return journal.slots.emplace_back();

@@ -12,7 +12,7 @@ namespace {
 
 // --- Advanced sound --------------------------------------------------------------------------------------------------
 
-// One that a byte of the parameters switches.
+// An effect that a byte of the parameters switches.
 struct SubEffect {
     std::size_t position;
     const char* pszName;
@@ -56,7 +56,7 @@ const AdvancedSound* findAdvanced(HW_U32 u32Type) {
     return found != sounds.end() ? &found->second : nullptr;
 }
 
-// "geq on, cs on, rest off"
+// Returns "geq on, cs on, rest off".
 std::string describeSubEffects(const SubEffects& subEffects, const HW_U8* pu8Enable) {
     std::string strOn;
     std::size_t on = 0;
@@ -72,19 +72,19 @@ std::string describeSubEffects(const SubEffects& subEffects, const HW_U8* pu8Ena
     return on == subEffects.size() ? "all on" : strOn + ", rest off";
 }
 
-// The word for a number that counts from 0, or the number.
+// Returns the word for a number that counts from 0, or the number.
 std::string word(const std::vector<const char*>& words, HW_U32 u32Number) {
     return u32Number < words.size() ? words[u32Number] : std::to_string(u32Number);
 }
 
-// Its numbers go the other way round than switches do.
+// Describes DBX, whose numbers are the reverse of switches.
 std::string describeDbx(const HW_AOUT_Dbx_t& stDbx) {
     return "sonic " + word({"on", "off"}, stDbx.u32SonicMode) + ", volume " +
            word({"normal", "night", "off"}, stDbx.u32VolumeMode) + ", surround " +
            word({"on", "off"}, stDbx.u32SurroundMode);
 }
 
-// A full parameter record lies where otherwise two switches do.
+// Returns whether a full parameter record is where other parameters have two switches.
 bool isFullDap(const HW_AOUT_AdvSndParams_t& stParams) {
     return stParams.u32Type == E_HW_AOUT_ADV_SND_DOLBY_DAP &&
            std::any_of(std::begin(stParams.attr.au8Raw) + sizeof(HW_AOUT_DolbyDapSub_t), std::end(stParams.attr.au8Raw),
@@ -120,7 +120,7 @@ const Equaliser* findEqualiser(HW_U32 u32Type) {
     return found != equalisers.end() ? &*found : nullptr;
 }
 
-// "5 bands: gain 0 0 120 0 0, frequency ...". The record's count may be anything.
+// Returns "5 bands: gain 0 0 120 0 0, frequency ...". The record's count may have any value.
 std::string describeBands(const Equaliser& equaliser, const HW_AOUT_BasicSound_t& stSound) {
     std::string strWords = std::to_string(stSound.u16Value) + (stSound.u16Value == 1 ? " band" : " bands");
     if (stSound.u16Value > equaliser.bands) {
@@ -151,7 +151,7 @@ std::string describeTable(const VolumeTable& stTable) {
     return strWords;
 }
 
-// Empty when it is as after switching on.
+// Returns an empty text for a path that is as after switching on.
 std::string describePath(const Path& stPath) {
     const Path stNew;
     std::vector<std::string> words;

@@ -56,7 +56,7 @@ void CallbackQueue::registerCallback(EventCallback_t pfnCallback, HW_Handle_t hH
 }
 
 HW_Result_t CallbackQueue::unregisterCallback(HW_Handle_t hHandle) {
-    // The callback that this waits for may turn the switch.
+    // The callback for which this function waits may switch the power.
     const detail::WithoutPower wait;
     std::unique_lock<std::mutex> lock(_mutex);
     if (_u64Registration == 0 || _hHandle != hHandle) {
@@ -85,7 +85,7 @@ void CallbackQueue::cancelAll(HW_Handle_t hHandle) {
 void CallbackQueue::reset() {
     const std::lock_guard<std::mutex> lock(_mutex);
     ++_u64PowerCycle;
-    // A call may have registered one again since cancelAll().
+    // Another thread may have registered a callback again since cancelAll().
     _u64Registration = 0;
     _strWaiting.clear();
     _u64Received = _u64Dropped = 0;

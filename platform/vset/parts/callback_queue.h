@@ -29,7 +29,7 @@ class CallbackQueue {
 public:
     // Queues bytes, and counts those that do not fit as dropped.
     void receive(std::string_view bytes);
-    // Counts bytes that go elsewhere.
+    // Counts bytes that the queue does not hold.
     void count(std::size_t received, std::size_t dropped);
     // Queues a byte; counts it as dropped while no callback is registered.
     void push(unsigned char u8Byte);
@@ -38,11 +38,11 @@ public:
     void registerCallback(EventCallback_t pfnCallback, HW_Handle_t hHandle);
 
     // Ends the registration and waits until no callback of it, or of one that it has replaced, runs. Inside such a
-    // callback that would be never: returns HW_ERR_BUSY, and the registration stays. HW_ERR_FAILED without one.
+    // callback the wait would not end: returns HW_ERR_BUSY, and the registration stays. HW_ERR_FAILED without one.
     HW_Result_t unregisterCallback(HW_Handle_t hHandle);
 
-    // Ends the registration of the handle, or any for HW_HANDLE_NONE. No callback of it runs afterwards, except the one
-    // that this is called from.
+    // Ends the registration of the handle, or any for HW_HANDLE_NONE. No callback of that registration runs afterwards,
+    // except the one that calls this function.
     void cancelAll(HW_Handle_t hHandle);
 
     // Resets the queue to its power-on state and discards bytes that no callback has seen.
@@ -90,7 +90,7 @@ private:
     std::uint64_t _u64Received = 0;
     std::uint64_t _u64Dropped = 0;
     std::uint64_t _u64PowerCycle = 0;
-    std::uint64_t _u64Registrations = 0;  // made so far; the last one's number is its own
+    std::uint64_t _u64Registrations = 0;  // made so far; also the number of the last one
     EventCallback_t _pfnCallback = nullptr;
     HW_Handle_t _hHandle = HW_HANDLE_NONE;
     std::thread::id _thread;

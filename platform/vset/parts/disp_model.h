@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The display windows' state, which several sources work on.
+// The display windows' state, which several sources share.
 #ifndef VSET_DISP_MODEL_H
 #define VSET_DISP_MODEL_H
 
@@ -9,15 +9,15 @@
 namespace vset {
 
 struct DisplayWindow {
-    disp::Window state;       // without what handles and video paths know
-    HW_U32 u32ModuleCount = 1;  // how often what is connected is reported
-    bool bInputHeld = false;  // the player has opened the input for the connection
+    disp::Window state;         // without the state of handles and video paths
+    HW_U32 u32ModuleCount = 1;  // how often each connected module is reported
+    bool bInputHeld = false;    // the player has opened the input for the connection
     std::array<std::string, disp::kPqTypes> pqVersions;
     HW_DISP_PqRange_t stPqRange = {{-50, -50, -50}, {50, 50, 50}};
 };
 using DisplayWindows = std::array<DisplayWindow, disp::kWindows>;
 
-// The key of a handle is its window.
+// The windows' model. The key of a handle is its window.
 class DispModel : public StatefulModel<DisplayWindows> {
 public:
     DispModel() : StatefulModel(FamilyId::disp, "HW_DISP") {}
@@ -40,7 +40,7 @@ protected:
 };
 extern DispModel& dispModel;
 
-// "window 2"
+// Returns "window 2".
 std::string windowName(unsigned int u32Window);
 // Throws SetError when no set is attached or there is no such window.
 void requireWindow(unsigned int u32Window);
@@ -49,7 +49,7 @@ void requireWindow(unsigned int u32Window);
 
 std::optional<HW_VIDEO_Info_t> videoInfo(unsigned int u32Window);
 std::optional<HW_Handle_t> videoHandle(unsigned int u32Window);
-// The number of the picture that it shows now.
+// Returns the number of the picture that the path shows now.
 std::optional<std::uint64_t> videoFrame(unsigned int u32Window);
 
 }  // namespace vset

@@ -17,7 +17,7 @@ Color pack(unsigned int u32Red, unsigned int u32Green, unsigned int u32Blue) {
     return kOpaque | u32Red << 16 | u32Green << 8 | u32Blue;
 }
 
-// Red, green and blue of 10 bits each.
+// Converts red, green and blue of 10 bits each.
 Color fromTenBits(const HW_U32 (&au32Value)[3]) {
     const auto eightBits = [](HW_U32 u32Value) { return std::min(u32Value, 1023u) >> 2; };
     return pack(eightBits(au32Value[0]), eightBits(au32Value[1]), eightBits(au32Value[2]));
@@ -78,11 +78,11 @@ unsigned int centreBox(const Point& stPoint) {
     return fullIf(isInner(stPoint.u32X, stPoint.u32Width) && isInner(stPoint.u32Y, stPoint.u32Height));
 }
 
-// By mode: where in the picture path a pattern comes from shows in its shape.
+// The shapes by mode: each shows where in the picture path its pattern is made.
 constexpr Share kShapes[] = {verticalStripes, horizontalStripes, checkerboard,    crosshatch, horizontalRamp,
                              verticalRamp,    everywhere,        diagonalStripes, frame,      centreBox};
 
-// From black to the color.
+// Returns the colors from black to `color`.
 std::array<Color, kFull + 1> shadesOf(Color color) {
     std::array<Color, kFull + 1> shades;
     for (unsigned int u32Share = 0; u32Share <= kFull; ++u32Share) {
@@ -111,7 +111,8 @@ constexpr Color kBars[] = {0xFFBFBFBF, 0xFFBFBF00, 0xFF00BFBF, 0xFF00BF00,
                            0xFFBF00BF, 0xFFBF0000, 0xFF0000BF, 0xFF000000};
 constexpr unsigned int kBarCount = sizeof(kBars) / sizeof(kBars[0]);
 
-// The bar at a point of the panel: `u32Start` and `u32Length` are the piece of a source of `u32Base` that is shown.
+// Returns the bar at a point of the panel: `u32Start` and `u32Length` are the piece of a source of `u32Base` that is
+// shown.
 unsigned int barAt(unsigned int u32At, unsigned int u32Size, HW_U32 u32Start, HW_U32 u32Length, HW_U32 u32Base) {
     if (u32Base == 0) {
         return u32At * kBarCount / u32Size;
@@ -120,7 +121,7 @@ unsigned int barAt(unsigned int u32At, unsigned int u32Size, HW_U32 u32Start, HW
     return static_cast<unsigned int>(std::min<std::uint64_t>(u64Point * kBarCount / u32Base, kBarCount - 1));
 }
 
-// Upright bars, and a bright line that goes over them.
+// Paints vertical bars, and a bright line that moves over them.
 void paintVideo(std::uint64_t u64Frame, const HW_DISP_InputRect_t& stPiece, Picture& picture) {
     if (picture.u32Width == 0) {
         return;
@@ -139,7 +140,7 @@ void paintVideo(std::uint64_t u64Frame, const HW_DISP_InputRect_t& stPiece, Pict
     }
 }
 
-// Bars that lie, dark ones on top.
+// Paints horizontal bars, dark ones on top.
 void paintInput(const HW_DISP_InputRect_t& stPiece, Picture& picture) {
     for (unsigned int u32Y = 0; u32Y < picture.u32Height; ++u32Y) {
         std::fill_n(picture.pixels.begin() + std::ptrdiff_t{u32Y} * picture.u32Width, picture.u32Width,

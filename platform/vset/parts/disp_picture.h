@@ -10,17 +10,17 @@
 
 namespace vset {
 
-// All that the picture depends on. The first that is there is shown.
+// All that the picture depends on. The first member that has a value is shown.
 struct WindowView {
     std::optional<HW_DISP_MuteColor_t> muteColor;
     std::optional<HW_DISP_TestPattern_t> testPattern;
     std::optional<std::uint64_t> videoFrame;
     bool bInput = false;
-    // The piece of a source that fills the picture; all of it without one.
+    // The piece of a source that fills the picture; without a value the whole source does.
     std::optional<HW_DISP_InputRect_t> piece;
 };
 
-// Over the whole picture. False, with the picture untouched, when there is nothing to show.
+// Paints the whole picture. Returns false, with the picture untouched, when there is nothing to show.
 bool paintWindow(const WindowView& stView, Picture& picture);
 
 }  // namespace vset

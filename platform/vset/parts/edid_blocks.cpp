@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The EDIDs that the set comes with: VESA E-EDID 1.3, as HDMI wants it, and CTA-861.
+// The EDIDs of a new set: VESA E-EDID 1.3, as HDMI requires, and CTA-861.
 #include "edid_blocks.h"
 
 #include <initializer_list>
@@ -46,7 +46,7 @@ unsigned int high(unsigned int first, unsigned int second) {
     return (first >> 8 & 0xF) << 4 | (second >> 8 & 0xF);
 }
 
-// An 18-byte detailed timing descriptor; both sync pulses are positive.
+// Returns an 18-byte detailed timing descriptor; both sync pulses are positive.
 Bytes descriptor(const Timing& t) {
     return bytes(
         {t.u32Clock & 0xFF, t.u32Clock >> 8, t.u32Width & 0xFF, t.u32HBlank & 0xFF, high(t.u32Width, t.u32HBlank),
@@ -56,14 +56,15 @@ Bytes descriptor(const Timing& t) {
          t.u32WidthMm & 0xFF, t.u32HeightMm & 0xFF, high(t.u32WidthMm, t.u32HeightMm), 0, 0, 0x1E});
 }
 
-// A display descriptor with a text, ended by a newline and filled up with blanks.
+// Returns a display descriptor with a text, ended by a newline and filled up with blanks.
 Bytes textDescriptor(unsigned int u32Tag, Bytes text) {
     text += '\n';
     text.resize(13, ' ');
     return bytes({0, 0, 0, u32Tag, 0}) + text;
 }
 
-// Vertical rate 48-75 Hz, line rate 15-`u32MaxKHz` kHz, pixel clock in steps of 10 MHz; the default timing formula.
+// Returns the limits: vertical rate 48-75 Hz, line rate 15-`u32MaxKHz` kHz, pixel clock in steps of 10 MHz; the default
+// timing formula.
 Bytes rangeLimits(unsigned int u32MaxKHz, unsigned int u32MaxClock) {
     return bytes({0, 0, 0, 0xFD, 0, 23, 75, 15, u32MaxKHz, u32MaxClock, 0, 0x0A, 0x20, 0x20, 0x20, 0x20, 0x20, 0x20});
 }
@@ -114,7 +115,7 @@ Bytes baseBlock(const Capabilities& capabilities) {
                   rangeLimits(capabilities.u32MaxKHz, capabilities.u32MaxClock) + bytes({1}));
 }
 
-// A data block of the extension.
+// Returns a data block of the extension.
 Bytes block(unsigned int u32Tag, const Bytes& payload) {
     return static_cast<char>(u32Tag << 5 | payload.size()) + payload;
 }
@@ -128,7 +129,7 @@ Bytes extensionBlock(const Capabilities& capabilities, unsigned int u32Port) {
     // Two channels of PCM at 32, 44.1 and 48 kHz with 16, 20 and 24 bits, and their speakers.
     blocks += block(1, bytes({0x09, 0x07, 0x07}));
     blocks += block(4, bytes({0x01, 0x00, 0x00}));
-    // HDMI: physical address, deep colour of 30 and 36 bits, largest clock in steps of 5 MHz.
+    // HDMI: physical address, deep color of 30 and 36 bits, largest clock in steps of 5 MHz.
     const unsigned int u32TmdsClock = capabilities.b4K ? 68 : 45;
     blocks += block(3, bytes({0x03, 0x0C, 0x00, (u32Port + 1) << 4 & 0xF0, 0x00, 0x38, u32TmdsClock}));
     if (capabilities.b4K) {

@@ -13,8 +13,8 @@ namespace {
 
 constexpr HW_U32 kPage = 0x1000;
 constexpr std::uint64_t kIommuMemory = 64u << 20;
-// Above 32 bits, where a truncated address shows. Addresses are never handed out twice while the set is on, and between
-// two allocations a page belongs to none.
+// Above 32 bits, so that a truncated address shows. Addresses are never handed out twice while the set is on, and a
+// page between two allocations belongs to neither.
 constexpr HW_U64 kIommuStart = 0x100000000;
 
 std::size_t roundUp(std::size_t size, std::size_t unit) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The set's memory at physical addresses: the regions of its memory layout, and what the IOMMU hands out. Physical
-// addresses are not those of the host; only at() leads from one to the other.
+// The set's memory at physical addresses: the regions of its memory layout, and the allocations of the IOMMU. Physical
+// addresses are not those of the host; only at() and range() lead from one to the other.
 #ifndef VSET_EMULATED_MEMORY_H
 #define VSET_EMULATED_MEMORY_H
 
@@ -14,8 +14,8 @@
 
 namespace vset {
 
-// Zeroed host memory that is there once it is touched, between two pages that fault. A size of whole pages ends right
-// at the second.
+// Zeroed host memory, provided on first use, between two pages that fault. A size of whole pages ends right at the
+// second.
 class GuardedMemory {
 public:
     // Throws SetError.
@@ -47,18 +47,18 @@ public:
     HW_Result_t freeIommu(HW_U64 u64PhysAddr, HW_U32 u32Length);
     void setIommuMemory(std::uint64_t u64Size);
 
-    // The host's address, or null when nothing is addressable there.
+    // Returns the host's address, or null when nothing is addressable there.
     HW_U8* at(HW_U64 u64PhysAddr) const { return range(u64PhysAddr, 1).get(); }
-    // The same for all bytes of a range, which stay readable while the object lives, even when they are freed
-    // meanwhile.
+    // Returns the host's addresses of a range. The bytes stay readable while the returned object lives, even when they
+    // are freed meanwhile.
     std::shared_ptr<HW_U8> range(HW_U64 u64PhysAddr, HW_U64 u64Length) const;
-    // The same for a range of the host's addresses.
+    // Returns a range of the host's addresses, which stays readable in the same way.
     std::shared_ptr<HW_U8> hostRange(HW_U64 u64VirtAddr, HW_U64 u64Length) const;
 
     std::vector<sys::MemoryArea> map() const;
 
 private:
-    // A region of the memory layout, as the set is made.
+    // A region of the memory layout of a new set.
     struct Layout {
         HW_U32 u32MmapId;
         const char* pszName;
@@ -82,13 +82,13 @@ private:
         HW_U32 u32Length;
         std::shared_ptr<GuardedMemory> memory;
 
-        // Null when the range does not lie in it.
+        // Returns null when the area does not contain the range.
         std::shared_ptr<HW_U8> range(HW_U64 u64Offset, HW_U64 u64Length) const;
     };
     static const Layout kLayouts[2];
 
     void reset() override;
-    // Null when the set has no such region.
+    // Returns null when the set has no such region.
     Region* find(HW_U32 u32MmapId);
     static void describe(const Region& stRegion, HW_SYS_MmapInfo_t* pstInfo);
     void makeAddressable(const Region& stRegion);

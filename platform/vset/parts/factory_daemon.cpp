@@ -52,13 +52,13 @@ Command decode(const std::string& strRecord) {
     stCommand.strRecord = strRecord;
     if (strRecord.size() >= kCommandSize) {
         std::memcpy(&stCommand.s32Command, strRecord.data(), kCommandSize);
-        // Up to the first zero byte.
+        // The parameters end at the first zero byte.
         stCommand.strParameters = strRecord.substr(kCommandSize, strRecord.find('\0', kCommandSize) - kCommandSize);
     }
     return stCommand;
 }
 
-// From start to stop. The destructor ends the thread.
+// A running daemon. The destructor ends the thread.
 class Daemon {
 public:
     Daemon(Behaviour eBehaviour, int s32Status)
@@ -107,14 +107,14 @@ public:
 private:
     void wake() {
         const std::uint64_t u64One = 1;
-        // Cannot fail: the counter is far from full.
+        // The write cannot fail: the counter is far from full.
         [[maybe_unused]] const ssize_t written = write(_changed.get(), &u64One, sizeof(u64One));
     }
 
-    // Waits for the descriptor, or for a change (false), which it takes.
+    // Waits for the descriptor, or for a change. Takes a change, and returns false.
     bool waitFor(int s32Fd) {
         pollfd astFds[] = {{_changed.get(), POLLIN, 0}, {s32Fd, POLLIN, 0}};
-        // Negative descriptors are left out.
+        // poll() ignores negative descriptors.
         poll(astFds, 2, -1);
         std::uint64_t u64Count = 0;
         return astFds[0].revents == 0 || read(_changed.get(), &u64Count, sizeof(u64Count)) < 0;
@@ -137,7 +137,7 @@ private:
         }
     }
 
-    // The record, or as much of it as came before the client or a stop ended it.
+    // Returns the record, or as much of it as came before the client or a stop ended it.
     std::string receive(int s32Fd) {
         std::string strRecord;
         char acBytes[kRecordSize];
@@ -193,13 +193,13 @@ private:
     std::thread _thread;
 };
 
-// The family is that of the system, whose daemon it is; only its power switch is of interest here.
+// The family is the system's, to which the daemon belongs; the model only follows the power switch.
 class DaemonModel : public FamilyModel {
 public:
     DaemonModel() : FamilyModel(FamilyId::sys, "factory daemon") {}
 
     std::mutex mutex;
-    // A plain pointer: nothing that a thread can reach is destroyed at exit.
+    // A plain pointer, because nothing that a thread can reach is destroyed at exit.
     Daemon* pDaemon = nullptr;
 
     void stop() {

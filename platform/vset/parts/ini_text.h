@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// An INI text that is edited in place: whatever is not set stays as its author wrote it, byte for byte.
+// An INI text that is edited in place: all that is not set stays as its author wrote it, byte for byte.
 #ifndef VSET_INI_TEXT_H
 #define VSET_INI_TEXT_H
 
@@ -17,10 +17,10 @@ class IniText {
 public:
     explicit IniText(std::string_view text);
 
-    // Without the blanks around it and without one pair of double quotes around that.
+    // Returns the value without the blanks around it and without one pair of double quotes.
     std::optional<std::string_view> value(std::string_view section, std::string_view key) const;
 
-    // value() gives exactly `value` from then on. False, and nothing done, when no line can hold these names or this
+    // Makes value() return exactly `value`. Returns false, and does nothing, when no line can hold these names or this
     // value.
     bool set(std::string_view section, std::string_view key, std::string_view value);
 
@@ -32,9 +32,9 @@ private:
         std::optional<std::size_t> behind;  // the section's last key, or its header
     };
     Place find(std::string_view section, std::string_view key) const;
-    // Gives the place of its first key.
+    // Adds a section, and returns the place of its first key.
     std::size_t addSection(std::string_view section);
-    // The line ending that this text uses.
+    // Returns the line with the line ending that this text uses.
     std::string ended(const std::string& strLine) const;
 
     const bool _bByteOrderMark;

@@ -77,7 +77,7 @@ std::shared_ptr<HW_U8> memoryOf(const osd::Surface& stSurface) {
     if (stSurface.bPhysical) {
         return emulatedMemory.range(stSurface.u64Address, sizeOf(stSurface));
     }
-    // The caller's, who keeps it for as long as the surface lives.
+    // The caller's memory, which the caller keeps for as long as the surface lives.
     if (stSurface.u64Address > UINTPTR_MAX || sizeOf(stSurface) > UINTPTR_MAX - stSurface.u64Address) {
         return nullptr;
     }

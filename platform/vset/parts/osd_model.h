@@ -20,16 +20,16 @@ struct OsdState {
     std::vector<osd::Surface> surfaces;                          // as they were made
     std::uint32_t u32AddressAlignment = 64, u32PitchAlignment = 64;
 
-    // Null for a handle of nothing or of something else.
+    // Return null for a handle of nothing or of another kind.
     osd::Layer* layer(HW_Handle_t hLayer);
     osd::Window* window(HW_Handle_t hWindow);
     osd::Surface* surface(HW_Handle_t hSurface);
 };
 
-// The host's memory of all of a surface, or null when there is none or no longer.
+// Returns the host's memory of all of a surface, or null when there is none or no longer.
 std::shared_ptr<HW_U8> memoryOf(const osd::Surface& stSurface);
 
-// The functions that make and destroy are called by locked() bodies, with their state.
+// The model. The functions that make and destroy are called by locked() bodies, with the state.
 class OsdModel : public StatefulModel<OsdState> {
 public:
     OsdModel();
@@ -48,7 +48,7 @@ private:
     void reset() override;
     void setPlayersScene(OsdState& state);
 
-    // The handles() are those of the layers, by their numbers; windows and surfaces are numbered as they are made.
+    // handles() has the layers, by their numbers; windows and surfaces are numbered as they are made.
     HandleTable _windows{FamilyId::osdWindow, "HW_OSD_WINDOW"};
     HandleTable _surfaces{FamilyId::osdSurface, "HW_OSD_SURFACE"};
     std::uint64_t _u64Made = 0;

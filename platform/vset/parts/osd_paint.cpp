@@ -88,7 +88,7 @@ public:
     }
 
 private:
-    // With the limits above, sums stay far below what an int holds.
+    // With these limits, sums stay far below the limit of an int.
     static constexpr int kOne = 4096;
     static int fixed(double value) { return static_cast<int>(std::lround(value * kOne)); }
 
@@ -96,7 +96,7 @@ private:
     std::array<int, 3> _offsets;
 };
 
-// Opaque: the picture's pixel with the other one over it.
+// Returns the picture's pixel with the other one over it, opaque.
 std::uint32_t over(std::uint32_t u32Picture, std::uint32_t u32Pixel) {
     constexpr std::uint32_t kLanes = 0x00FF00FF, kHalf = 0x00800080;
     const std::uint32_t u32Alpha = u32Pixel >> 24;
@@ -119,7 +119,7 @@ void blendPixel(std::uint32_t& u32Picture, std::uint32_t u32Pixel, const ColorMa
 void blendRow(std::uint32_t* pu32Picture, const HW_U8* pu8Pixels, std::size_t count, const ColorMap* pMap) {
     constexpr std::uint64_t kAlphas = 0xFF000000FF000000;
     std::size_t i = 0;
-    // Two at a time, since most of a layer is transparent.
+    // Two pixels at a time, since most of a layer is transparent.
     for (; i + 1 < count; i += 2) {
         std::uint64_t u64Both;
         std::memcpy(&u64Both, pu8Pixels + i * kPixelSize, sizeof(u64Both));
@@ -139,12 +139,12 @@ void blendRow(std::uint32_t* pu32Picture, const HW_U8* pu8Pixels, std::size_t co
 struct Stretch {
     std::uint32_t u32Start, u32Length, u32Source;
 
-    // The source's pixel at a place that does not lie before the start.
+    // Returns the source's pixel at a place that is not before the start.
     std::uint64_t sourceAt(std::uint64_t u64Place) const { return (u64Place - u32Start) * u32Source / u32Length; }
     bool isBehind(std::uint64_t u64Place) const { return u64Place - u32Start >= u32Length; }
 };
 
-// Which pixels of a surface are seen along one direction of the picture.
+// The pixels of a surface that are seen along one direction of the picture.
 struct Seen {
     std::uint32_t u32First = 0;              // in the picture
     std::vector<std::uint32_t> fromSurface;  // for this pixel and those after it

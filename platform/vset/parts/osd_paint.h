@@ -7,7 +7,7 @@
 
 namespace vset {
 
-// `pu8Pixels` are those of the surface, with its pitch; they may lie anywhere.
+// Paints a surface's pixels, which have the surface's pitch and any alignment.
 void paintSurface(const osd::Layer& stLayer, const osd::Window& stWindow, const osd::Surface& stSurface,
                   const HW_U8* pu8Pixels, Picture& picture);
 

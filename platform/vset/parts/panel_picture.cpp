@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The panel's picture, put together from what the families show.
+// Composes the panel's picture from the families' pictures.
 #include "panel_picture.h"
 
 #include "vset/disp.h"

@@ -10,21 +10,21 @@
 
 namespace vset {
 
-// A picture of opaque black.
+// Returns a picture of opaque black.
 Picture blackPicture(unsigned int u32Width, unsigned int u32Height);
 
 // --- hw_disp.cpp -----------------------------------------------------------------------------------------------------
 
-// The number of an open display window.
+// Returns the number of an open display window.
 std::optional<unsigned int> displayWindowOf(HW_Handle_t hDisp);
 
-// What the window shows, over the whole picture. False, with the picture untouched, when it shows nothing: it is
-// closed, or neither muted nor with a test pattern nor connected.
+// Paints a window over the whole picture. Returns false, with the picture untouched, when the window shows nothing: it
+// is closed, or neither muted nor with a test pattern nor connected.
 bool paintDisplayWindow(unsigned int u32Window, Picture& picture);
 
 // --- hw_osd.cpp ------------------------------------------------------------------------------------------------------
 
-// The shown layers, blended over the picture.
+// Blends the shown layers over the picture.
 void paintOsd(Picture& picture);
 
 }  // namespace vset

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A serial line of the set as the PC has it.
+// The PC's side of a serial line of the set.
 #include "pseudo_terminal.h"
 
 #include <utility>
@@ -47,7 +47,7 @@ PseudoTerminal::PseudoTerminal(FarEnd eFarEnd) {
         return;
     }
     _strPath = acPath;
-    // Opened once in any case: only what has been open can hang up.
+    // The far end is opened once in any case: only an end that has been open can hang up.
     _s32Far = moveAside(open(acPath, kFlags));
     if (_s32Far < 0) {
         close();

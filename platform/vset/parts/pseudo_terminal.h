@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A serial line of the set as the PC has it: a pseudo-terminal, raw and without echo.
+// The PC's side of a serial line of the set: a pseudo-terminal, raw and without echo.
 #ifndef VSET_PSEUDO_TERMINAL_H
 #define VSET_PSEUDO_TERMINAL_H
 
@@ -9,17 +9,17 @@
 
 namespace vset {
 
-// The set has the near end, programs open the far one. Neither blocks.
+// A line whose near end belongs to the set, and whose far end programs open. Neither blocks.
 class PseudoTerminal {
 public:
     enum class FarEnd {
-        kept,    // open for as long as the line is there: it never hangs up
+        kept,    // open for as long as the line exists: it never hangs up
         closed,  // the line hangs up whenever no program has it open
     };
 
-    // No line at all, which takes and gives nothing.
+    // Makes no line: the object takes and gives nothing.
     PseudoTerminal() = default;
-    // No line either when the PC has no more.
+    // Makes a line, or none when the PC has no more.
     explicit PseudoTerminal(FarEnd eFarEnd);
     PseudoTerminal(PseudoTerminal&& other) noexcept;
     PseudoTerminal& operator=(PseudoTerminal&& other) noexcept;
@@ -28,17 +28,17 @@ public:
     bool exists() const { return _s32Near >= 0; }
     int nearEnd() const { return _s32Near; }
     int farEnd() const { return _s32Far; }
-    // The path of the far end.
+    // Returns the path of the far end.
     const std::string& path() const { return _strPath; }
     bool isHungUp() const;
 
     // Read and write at the near end, and return the number of bytes; 0 when the call would block.
     std::size_t read(char* pcBuffer, std::size_t size) const;
     std::size_t write(std::string_view bytes) const;
-    // Writes everything. What the far end does not take within the time loses what it has not read.
+    // Writes everything. A far end that does not read within the time loses its unread bytes.
     void writeAll(std::string_view bytes, int s32PatienceMs) const;
 
-    // Return the number of unread bytes at an end.
+    // Discard the unread bytes at an end.
     void forgetUnreadNear() const;
     void forgetUnreadFar() const;
 

@@ -36,7 +36,7 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t kChunk = 65536;
 constexpr std::size_t kSentKept = 65536;
-// How long a full line waits for a tty, or for a terminal program, that does not read.
+// The time that a full line waits for a tty, or for a terminal program, that does not read.
 constexpr auto kTtyPatience = 1s;
 constexpr int kTerminalPatienceMs = 100;
 // The longest pause between two attempts to write to a full tty.
@@ -66,7 +66,7 @@ struct Lines {
     std::array<Tty, uart::kTtys> ttys;
     int s32Wake = -1;           // exists while a set is attached
     bool bPolling = false;      // the thread sleeps on the descriptors
-    unsigned int u32Halts = 0;  // it is not to do so
+    unsigned int u32Halts = 0;  // the thread may not sleep on them while this is above 0
 };
 
 Lines& serialLines() {
@@ -79,8 +79,8 @@ void wake(const Lines& lines) {
     [[maybe_unused]] const ssize_t written = write(lines.s32Wake, &u64One, sizeof(u64One));
 }
 
-// Has the lines for itself and keeps the thread off the descriptors, so that they can be closed: the thread would go on
-// sleeping on whatever got their numbers next.
+// Has the lines for itself and keeps the thread off the descriptors, so that they can be closed: the thread would sleep
+// on the files that get their numbers next.
 class PausedThread {
 public:
     explicit PausedThread(Lines& lines) : _lines(lines), _lock(lines.mutex) {
@@ -113,7 +113,7 @@ void removeLink(const std::string& strLink) {
     fs::remove(strLink, error);
 }
 
-// None for a line that does not exist.
+// Makes the link to a terminal, if the line exists.
 void putLink(const PseudoTerminal& terminal, const std::string& strLink) {
     removeLink(strLink);
     if (terminal.exists()) {
@@ -255,7 +255,7 @@ int collect(const Lines& lines, std::array<pollfd, kPolled>& polled) {
         const Connector& connector = lines.connectors[i];
         polled[kFirstConnector + i] = {connector.terminal.nearEnd(), POLLIN, 0};
         if (!connector.strPending.empty()) {
-            // Until the tty takes more.
+            // The connector waits until the tty takes more.
             polled[kFirstConnector + i].fd = -1;
             polled[kFirstTty + connector.u32PendingPort].events |= POLLOUT;
             s32TimeoutMs = kRetryMs;
@@ -303,7 +303,7 @@ void serve(Lines& lines, const std::array<pollfd, kPolled>& polled, char* pcBuff
     }
 }
 
-// --- A person's doors ------------------------------------------------------------------------------------------------
+// --- Control API -----------------------------------------------------------------------------------------------------
 
 void requireNumber(unsigned int u32Number, unsigned int u32Count) {
     requireSet();
@@ -402,7 +402,7 @@ void serveTty(unsigned int u32Port) {
     try {
         startSerialThread();
     } catch (const std::system_error& error) {
-        // Whoever opens a tty is not to see an exception for it.
+        // A program that opens a tty must not receive an exception.
         std::fprintf(stderr, "virtual set: %s\n", error.what());
     }
     Lines& lines = serialLines();

@@ -25,7 +25,7 @@ void forgetUnreadOfTty(unsigned int u32Port);
 // Has the thread serve a tty that a program has opened.
 void serveTty(unsigned int u32Port);
 
-// Opens what may be a tty with `openIt`, which answers `failure` when it cannot. errno is that of `openIt`.
+// Opens a path that may be a tty with `openIt`, which answers `failure` when it cannot. errno is that of `openIt`.
 template <class Result, class OpenIt>
 Result openServed(const char* pszPath, Result failure, const OpenIt& openIt) {
     const int s32Port = serialPortOf(pszPath);
@@ -52,7 +52,7 @@ void transmit(unsigned int u32Port, std::string_view bytes);
 
 // Receives at the middleware's end of a port whose tty no program has open.
 void receiveAtPort(unsigned int u32Port, std::string_view bytes);
-// Bytes that are a tty's, and those of them that it did not take.
+// Counts a tty's bytes, and those of them that the tty did not take.
 void countAtPort(unsigned int u32Port, std::size_t received, std::size_t dropped);
 
 bool isTtyOpen(unsigned int u32Port);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Stands in front of the libc calls that take a path, so that the set's absolute paths lead into its folder. What the
-// set does not serve falls through unchanged. errno changes on failure only.
+// Replaces the libc calls that take a path, so that the set's absolute paths lead into its folder. Other paths pass
+// unchanged. errno changes on failure only.
 #undef _FORTIFY_SOURCE
 #include <cerrno>
 #include <cstdarg>
@@ -22,13 +22,13 @@
 
 namespace {
 
-// The next function of that name: a sanitizer's, or libc's.
+// Returns the next function of that name: a sanitizer's, or libc's.
 template <class Function>
 Function* next(const char* pszName) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, pszName));
 }
 
-// The path to hand on. Null when the path is the set's but there is no set to serve it.
+// The path to pass on. Null when the path is the set's but there is no set to serve it.
 class Path {
 public:
     explicit Path(const char* pszPath) : _pszPath(pszPath) {
@@ -45,7 +45,7 @@ public:
     }
 
     bool isLost() const { return !_bServed; }
-    // What is at a path of the set is about to be changed.
+    // Prepares for a change of the file at a path of the set.
     void isChanged(vset::Link eLink) const {
         if (_pszPath == _strBuffer.c_str()) {
             vset::rememberSynced(_strBuffer, eLink);
@@ -68,8 +68,8 @@ mode_t modeArgument(int s32Flags, va_list arguments) {
     return bHasMode ? va_arg(arguments, mode_t) : 0;
 }
 
-// Opens a path with `openIt`, which gets the path to hand on and answers `failure` when it cannot. A written file is
-// `bWritten`.
+// Opens a path with `openIt`, which receives the path to pass on and answers `failure` when it cannot. `bWritten` is
+// true for a file that is written.
 template <class Result, class OpenIt>
 Result openPath(const char* pszPath, Result failure, bool bWritten, const OpenIt& openIt) {
     const Path path(pszPath);
@@ -86,7 +86,7 @@ Result openPath(const char* pszPath, Result failure, bool bWritten, const OpenIt
     return vset::openServed(pszPath, failure, openHost);
 }
 
-// A program may hand the descriptor of a file that it writes to the middleware.
+// Opens a descriptor, and records one for writing, because a program may give it to the middleware.
 template <class OpenIt>
 int openDescriptor(const char* pszPath, int s32Flags, const OpenIt& openIt) {
     const bool bWritten = (s32Flags & O_ACCMODE) != O_RDONLY;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's audio outputs. All functions throw SetError when no set is attached, when a path or
-// type is out of range, or when there is nothing of what is asked for.
+// The control API of the set's audio outputs. All functions throw SetError when no set is attached, when a path or type
+// is out of range, or when there is nothing of what is asked for.
 #ifndef VSET_AOUT_H
 #define VSET_AOUT_H
 
@@ -31,18 +31,18 @@ struct Path {
     unsigned int u32DelayMs = 0;
     std::optional<VolumeTable> volumeTable;  // as it was loaded last
 };
-// Defaults as above; after switching on nothing is open.
+// Returns a path's state. The defaults above are those after switching on.
 VSET_API Path path(unsigned int u32Path);
 
-// The middleware does not know how long a program's volume tables are: so many entries are read of
-// each from now on. Only for a program whose tables are that long. 1 after switching on.
+// Sets how many entries are read of each volume table from now on, since a table does not carry its length. Only for a
+// program whose tables are that long. 1 after switching on.
 VSET_API void setVolumeTableLength(std::size_t entries);
 
-// The set's player opens a path, and closes it again: the library finds it open meanwhile.
+// Opens a path for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(unsigned int u32Path);
 VSET_API void release(unsigned int u32Path);
 
-// Makes a path one that cannot be opened, and takes that back.
+// Makes a path impossible to open, or possible again.
 VSET_API void setBlocked(unsigned int u32Path, bool bBlocked);
 
 // --- Sound processing ------------------------------------------------------------------------------------------------
@@ -58,16 +58,16 @@ VSET_API Sound sound();
 
 // --- In words --------------------------------------------------------------------------------------------------------
 
-// "SRS Theater: geq on, rest off", "DBX: sonic on, volume night, surround off", "Dolby DAP: pre-gain -12, ..."
+// Describes parameters: "SRS Theater: geq on, rest off", "DBX: sonic on, volume night, surround off", "Dolby DAP: ..."
 VSET_API std::string describe(const HW_AOUT_AdvSndParams_t& stParams);
 
-// "PEQ on, 5 bands: gain 0 0 120 0 0, frequency 0 0 1000 0 0, Q 0 0 10 0 0", "bass on: 12"
+// Describes a basic sound: "PEQ on, 5 bands: gain 0 0 120 0 0, frequency 0 0 1000 0 0, Q 0 0 10 0 0", "bass on: 12"
 VSET_API std::string describe(const HW_AOUT_BasicSound_t& stSound);
 
-// The name of an advanced sound type ("SRS Theater"), or its number.
+// Returns the name of an advanced sound type ("SRS Theater"), or its number.
 VSET_API std::string advancedName(std::uint32_t u32Type);
 
-// All of it, a line for each path that is not at its default, and for each effect.
+// Returns a line for each path that is not at its default, and for each effect.
 VSET_API std::string describeAll();
 
 }  // namespace vset::aout

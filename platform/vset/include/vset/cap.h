@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the capture unit. All functions throw SetError when no set is attached.
+// The control API of the capture unit. All functions throw SetError when no set is attached.
 #ifndef VSET_CAP_H
 #define VSET_CAP_H
 
@@ -19,10 +19,10 @@ struct Unit {
 };
 VSET_API Unit unit();
 
-// The picture that was captured last; empty when none was.
+// Returns the picture that was captured last; empty when none was.
 VSET_API Picture lastPicture();
 
-// The set's player opens the unit, and closes it again: the library cannot open it meanwhile.
+// Opens the unit for the set's player, and closes it again: the library cannot open it meanwhile.
 VSET_API void hold();
 VSET_API void release();
 

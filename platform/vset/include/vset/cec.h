@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to CEC and eARC. All functions throw SetError when no set is attached.
+// The control API of CEC and eARC. All functions throw SetError when no set is attached.
 #ifndef VSET_CEC_H
 #define VSET_CEC_H
 
@@ -14,16 +14,16 @@ struct Cec {
     int s32EarcStatus = 0;
 };
 
-// Switched off and without eARC after switching on.
+// Returns the state; CEC is off and has no eARC after switching on.
 VSET_API Cec state();
 
 // Switches CEC as the set's menu does.
 VSET_API void setEnabled(bool bEnabled);
 
-// The eARC status that the audio system at the other end brings about.
+// Sets the eARC status that the audio system at the other end brings about.
 VSET_API void setEarcStatus(int s32Status);
 
-// The set's player opens CEC, and closes it again: the library finds it open meanwhile.
+// Opens CEC for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold();
 VSET_API void release();
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the display windows, the display controller and the video paths. All functions throw SetError
-// when no set is attached, a number is out of range, or there is nothing to take away.
+// The control API of the display windows, the display controller and the video paths. All functions throw SetError when
+// no set is attached, a number is out of range, or there is nothing to take away.
 #ifndef VSET_DISP_H
 #define VSET_DISP_H
 
@@ -39,31 +39,33 @@ struct Window {
     std::array<std::vector<std::uint16_t>, 3> gamma;         // the curves that were sent last, 256 entries each
     bool bPending = false;                                   // something was set and not applied yet
 };
-// After switching on, the player has window 0, which shows a video path of 1920 x 1080 at 59.940 Hz; the others are
-// closed and without a source.
+// Returns a window's state. After switching on, the player has window 0, which shows a video path of 1920 x 1080 at
+// 59.940 Hz; the others are closed and without a source.
 VSET_API Window window(unsigned int u32Window);
 
 // Moves the window on the panel, for programs that ask where it is.
 VSET_API void setRectangle(unsigned int u32Window, const HW_DISP_Rect_t& stRectangle);
 
-// The player opens a window, and closes it again: the library finds it open meanwhile.
+// Opens a window for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(unsigned int u32Window);
 VSET_API void release(unsigned int u32Window);
 
-// A hand connects a video path to a window, or takes it away. Connected once more, the same path shows something else.
+// Connects a video path to a window, or takes it away. A second connect changes what the path shows.
 VSET_API void connectVideo(unsigned int u32Window, const HW_VIDEO_Info_t& stInfo);
 VSET_API void disconnectVideo(unsigned int u32Window);
-// The same for an external input, one for each window. The player opens it for that, unless it is open, and
-// closes it again when no window is connected to it any more. A program finds the input while it is open.
+// Connects an external input to a window, one for each window, or takes it away. The player opens the input for that,
+// unless it is open, and closes it again when no window is connected to it any more. A program finds the input while it
+// is open.
 VSET_API void connectInput(unsigned int u32Window, const Input& input);
-// Reports so many modules of each connected kind, up to 64, all with the handle of the first; 1 after switching on.
+// Sets how many modules of each connected kind are reported, up to 64, all with the handle of the first; 1 after
+// switching on.
 VSET_API void setModuleCount(unsigned int u32Window, unsigned int u32Count);
 VSET_API void disconnectInput(unsigned int u32Window);
 
-// The picture of the window: mute color, test pattern, its source, or black; 1920 x 1080 opaque pixels. A video path
-// shows upright color bars with a bright line that moves, an external input, when there is no video path, bars that
-// lie; of both the piece that the applied input rectangle names. Test pattern and mute act at once, without
-// ApplySetting. The test pattern of mode 6 is the color alone, those of the other modes have a shape each.
+// Returns the picture of the window: mute color, test pattern, its source, or black; 1920 x 1080 opaque pixels. A video
+// path shows vertical color bars with a bright line that moves; an external input, when there is no video path, shows
+// horizontal bars; of both, the piece that the applied input rectangle names. Test pattern and mute act at once,
+// without ApplySetting. The test pattern of mode 6 is the color alone, those of the other modes have a shape each.
 VSET_API Picture picture(unsigned int u32Window);
 
 // Stops all video paths at a frame number, so that two looks see the same; without one they move again.
@@ -72,9 +74,9 @@ VSET_API void freezeVideo(std::optional<std::uint64_t> frame);
 // --- What the library reads ------------------------------------------------------------------------------------------
 
 constexpr unsigned int kPqTypes = 7;
-// Text of a picture-quality version, at most 32 bytes; "V" and the two numbers after switching on.
+// Sets the text of a picture-quality version, at most 32 bytes; "V" and the two numbers after switching on.
 VSET_API void setPqVersion(unsigned int u32Window, unsigned int u32PqType, const std::string& strText);
-// -50 to 50 for hue, saturation and luma after switching on.
+// Sets the ranges of picture quality; -50 to 50 for hue, saturation and luma after switching on.
 VSET_API void setPqRange(unsigned int u32Window, const HW_DISP_PqRange_t& stRange);
 
 // --- The controller --------------------------------------------------------------------------------------------------
@@ -90,7 +92,7 @@ struct Controller {
 VSET_API Controller controller();
 VSET_API void holdController();
 VSET_API void releaseController();
-// Returns whether the panel can show an output timing (0 to 46). After switching on it can show all but 40 to 46.
+// Sets whether the panel can show an output timing (0 to 46). After switching on it can show all but 40 to 46.
 VSET_API void setTimingSupported(unsigned int u32Timing, bool bSupported);
 
 }  // namespace vset::disp

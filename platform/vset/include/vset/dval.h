@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the driver layer (in libdval, not in libhw3). All functions throw SetError when no set is
+// The control API of the driver layer (in libdval, not in libhw3). All functions throw SetError when no set is
 // attached. Switching on forgets everything.
 #ifndef VSET_DVAL_H
 #define VSET_DVAL_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's external inputs. All functions throw SetError when no set is attached or a number is
-// out of range.
+// The control API of the set's external inputs. All functions throw SetError when no set is attached or a number is out
+// of range.
 #ifndef VSET_EXTIN_H
 #define VSET_EXTIN_H
 
@@ -11,7 +11,8 @@
 
 namespace vset::extin {
 
-// The number of inputs of a type (HW_EXTIN_Type_e) that the chip reports; switching on restores the board's own.
+// Returns or sets the number of inputs of a type (HW_EXTIN_Type_e) that the chip reports; switching on restores the
+// board's own.
 VSET_API unsigned char inputCount(std::uint32_t u32Type);
 VSET_API void setInputCount(std::uint32_t u32Type, unsigned char u8Count);
 
@@ -24,9 +25,9 @@ struct Source {
     HW_EXTIN_AdcGainOffset_t stNeeded = {1064, 1052, 1071, 131, 127, 134};
 };
 
-// A source takes the place of the one before; unplug() throws SetError when there is none. Switching on finds no source
-// anywhere: there is no timing then (0x3), no signal and no television standard. What is plugged into a composite input
-// does not reach the decoder by itself: plug it into that, too.
+// Plugs a source into an input, or takes it out. A new source replaces the previous one; unplug() throws SetError when
+// there is none. Switching on removes all sources: there is no timing then (0x3), no signal and no television standard.
+// The decoder does not receive what is plugged into a composite input: plug it into the decoder, too.
 VSET_API void plug(std::uint32_t u32Type, std::uint32_t u32Index, const Source& source);
 VSET_API void unplug(std::uint32_t u32Type, std::uint32_t u32Index);
 
@@ -37,7 +38,7 @@ struct Input {
 };
 VSET_API Input input(std::uint32_t u32Type, std::uint32_t u32Index);
 
-// The set's player opens an input, and closes it again: the library finds it open meanwhile.
+// Opens an input for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(std::uint32_t u32Type, std::uint32_t u32Index);
 VSET_API void release(std::uint32_t u32Type, std::uint32_t u32Index);
 
@@ -46,8 +47,8 @@ VSET_API void release(std::uint32_t u32Type, std::uint32_t u32Index);
 constexpr unsigned int kEdidVersions = 4;  // 0 (default) to 3
 constexpr std::size_t kEdidLimit = 512;    // bytes
 
-// The EDID that a source reads from a port at that version. Kept in the set's folder; a new set has blocks of its
-// own for every version (256 bytes).
+// Returns or replaces the EDID that a source reads from a port at that version. It is kept in the set's folder; a new
+// set has blocks of its own for every version (256 bytes).
 VSET_API std::string edid(unsigned int u32Port, unsigned int u32Version);
 VSET_API void setEdid(unsigned int u32Port, unsigned int u32Version, const std::string& strBytes);
 
@@ -60,22 +61,22 @@ struct HdmiPort {
 };
 VSET_API HdmiPort hdmi(unsigned int u32Port);
 
-// --- Analogue inputs (YPbPr, VGA, SCART) -----------------------------------------------------------------------------
+// --- Analog inputs (YPbPr, VGA, SCART) -------------------------------------------------------------------------------
 
 struct Calibration {
     HW_EXTIN_AdcPhase_t stPhase = {16, 16, 16};
     HW_EXTIN_AdcGainOffset_t stGainOffset = {1024, 1024, 1024, 128, 128, 128};
 };
-// The setting of the converter. Kept in the set's folder; that of a new set is as above.
+// Returns or replaces the converter's setting, which is kept in the set's folder. A new set has the defaults above.
 VSET_API Calibration calibration(std::uint32_t u32Type, std::uint32_t u32Index);
 VSET_API void setCalibration(std::uint32_t u32Type, std::uint32_t u32Index, const Calibration& stCalibration);
 
-// The number of successful automatic calibrations since the set was switched on.
+// Returns the number of successful automatic calibrations since the set was switched on.
 VSET_API std::uint64_t automaticCalibrations(std::uint32_t u32Type, std::uint32_t u32Index);
 
 // --- The video decoder -----------------------------------------------------------------------------------------------
 
-// Factory parameters 1 to 16, all 0 after switching on.
+// Returns or sets a factory parameter, 1 to 16; all are 0 after switching on.
 VSET_API std::uint32_t decoderParameter(unsigned int u32Decoder, unsigned int u32Parameter);
 VSET_API void setDecoderParameter(unsigned int u32Decoder, unsigned int u32Parameter, std::uint32_t u32Value);
 

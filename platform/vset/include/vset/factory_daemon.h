@@ -16,10 +16,10 @@ enum class Behaviour {
     hangUpEarly  // closes the connection without having read anything
 };
 
-// Starts it, or changes how it behaves from the next connection on. Connections that are kept waiting are closed then.
-// Throws SetError when no set is attached or another daemon has the socket.
+// Starts the daemon, or changes how it behaves from the next connection on. Connections that are kept waiting are
+// closed then. Throws SetError when no set is attached or another daemon has the socket.
 VSET_API void start(Behaviour eBehaviour = Behaviour::answer, int s32Status = 0);
-// Closes its connections, too. Does nothing when it is not running.
+// Stops the daemon and closes its connections. Does nothing when it is not running.
 VSET_API void stop();
 VSET_API bool isRunning();
 
@@ -29,7 +29,7 @@ struct Command {
     std::string strRecord;      // all bytes that came
 };
 
-// The commands received since it was started or clearCommands(), oldest first.
+// Returns the commands received since the daemon was started or clearCommands(), oldest first.
 VSET_API std::vector<Command> commands();
 VSET_API void clearCommands();
 

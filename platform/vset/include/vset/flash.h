@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's flash. Environments and partitions are files of the set's folder, too: env/*.img and
+// The control API of the set's flash. Environments and partitions are files of the set's folder, too: env/*.img and
 // partitions/*.img. All functions throw SetError; flash types are those of HW_FLASH_Type_e.
 #ifndef VSET_FLASH_H
 #define VSET_FLASH_H
@@ -10,14 +10,14 @@
 
 namespace vset::flash {
 
-// The set's player opens a flash type, and closes it again: the library finds it open meanwhile.
+// Opens a flash type for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(std::uint32_t u32FlashType);
 VSET_API void release(std::uint32_t u32FlashType);
 
-// Key -> value of a flash type's boot environment.
+// Returns a flash type's boot environment: key -> value.
 VSET_API std::map<std::string, std::string> environment(std::uint32_t u32FlashType);
 
-// Name -> size in bytes of the eMMC partitions.
+// Returns the eMMC partitions: name -> size in bytes.
 VSET_API std::map<std::string, std::uint64_t> partitions();
 
 // Adds a partition, or gives one another size: its contents stay as far as they fit, the rest reads 0xFF.

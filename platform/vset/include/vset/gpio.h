@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's pads. All functions throw SetError when no set is attached or a number is out of
-// range.
+// The control API of the set's pads. All functions throw SetError when no set is attached or a number is out of range.
 #ifndef VSET_GPIO_H
 #define VSET_GPIO_H
 
@@ -23,19 +22,19 @@ struct Pad {
 };
 VSET_API Pad pad(unsigned int u32Pad);
 
-// The level that the board drives a pad with, 0 or 1. A pad that the program drives keeps showing the program's.
+// Drives a pad with the board's level, 0 or 1. A pad that the program drives keeps the program's level.
 VSET_API void drive(unsigned int u32Pad, unsigned char u8Level);
 
-// The next reads of the pad give these levels one after the other; the last one stays.
+// Gives these levels to the next reads of the pad, one after the other; the last one stays.
 VSET_API void play(unsigned int u32Pad, const std::vector<unsigned char>& levels);
 
-// Whether the board inverts the pad: each read reports that, and the level as wired.
+// Sets whether the board inverts the pad: each read reports the inversion, and the level as wired.
 VSET_API void setInverted(unsigned int u32Pad, bool bInverted);
 
-// Makes the reads of a pad fail, and work again.
+// Makes the reads of a pad fail, or work again.
 VSET_API void setBroken(unsigned int u32Pad, bool bBroken);
 
-// The set's player opens a pad, and closes it again: the library finds it open meanwhile.
+// Opens a pad for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(unsigned int u32Pad);
 VSET_API void release(unsigned int u32Pad);
 

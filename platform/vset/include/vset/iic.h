@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's I2C buses. All functions throw SetError when no set is attached, when a number is out
-// of range, or when there is no such device.
+// The control API of the set's I2C buses. All functions throw SetError when no set is attached, when a number is out of
+// range, or when there is no such device.
 //
 // A device is known by its bus and its 8-bit slave address (bit 0 is clear). It holds register memory and a pointer
 // into it: address bytes of a transfer, most significant first, set the pointer; data move it on, from the end of the
-// memory to its beginning. Switching on puts the board's own devices back, with what they hold at first.
+// memory to its beginning. Switching on restores the board's own devices and their first contents.
 #ifndef VSET_IIC_H
 #define VSET_IIC_H
 
@@ -28,14 +28,14 @@ struct Device {
     std::size_t pageSize = 0;
 };
 
-// By bus and slave address.
+// Returns the devices by bus and slave address.
 VSET_API std::vector<Device> devices();
 
 // Puts a device on its bus, filled with 0xFF. Throws SetError when the address is taken.
 VSET_API void addDevice(const Device& stDevice);
 VSET_API void removeDevice(unsigned int u32Bus, unsigned char u8Slave);
 
-// `length` bytes of a device's memory from `offset`, which must lie inside it.
+// Reads or writes bytes of a device's memory from `offset`, which must lie inside it.
 VSET_API std::string memory(unsigned int u32Bus, unsigned char u8Slave, std::size_t offset, std::size_t length);
 VSET_API void setMemory(unsigned int u32Bus, unsigned char u8Slave, std::size_t offset, std::string_view bytes);
 
@@ -47,9 +47,9 @@ struct TableEntry {
     unsigned short u16BusNumSlaveId;  // bus in the high byte, slave address in the low byte
 };
 
-// By device number.
+// Returns the table by device number.
 VSET_API std::vector<TableEntry> deviceTable();
-// Adds an entry or puts it in place of the one with its number.
+// Adds an entry, or replaces the one with its number.
 VSET_API void setTableEntry(const TableEntry& stEntry);
 
 // --- What has happened -----------------------------------------------------------------------------------------------
@@ -64,14 +64,14 @@ struct Transfer {
     bool bAcknowledged;      // false: no device has the address
 };
 
-// The last 1,024 transfers since switching on or clearTransfers(), oldest first.
+// Returns the last 1,024 transfers since switching on or clearTransfers(), oldest first.
 VSET_API std::vector<Transfer> transfers();
 VSET_API void clearTransfers();
 
-// The value that the program has set; 0 after switching on.
+// Returns the value that the program has set; 0 after switching on.
 VSET_API unsigned int debugLevel();
 
-// The set's player opens a bus, and closes it again: the library finds it open meanwhile.
+// Opens a bus for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(unsigned int u32Bus);
 VSET_API void release(unsigned int u32Bus);
 

@@ -21,7 +21,7 @@ struct VSET_API CallPattern {
     std::vector<std::pair<std::string, std::string>> fields;
     std::optional<long long> result;
 
-    // Throws SetError for what cannot be read, and UnknownCallName for a function or a field that does not exist.
+    // Throws SetError for a pattern that cannot be read, and UnknownCallName for an unknown function or field.
     explicit CallPattern(const std::string& strPattern);
 
     bool matches(const JournalEntry& stEntry) const;
@@ -37,19 +37,19 @@ public:
     const std::vector<std::string> names;
 };
 
-// Whether other calls may stand between those that are expected.
+// Says whether other calls may come between the expected ones.
 enum class OtherCalls { allowed, forbidden };
 
-// Returns nothing when the calls of `entries` are those of `patterns`, in this order, else one line that says which of
-// them is missing or in the way.
+// Returns nothing when the calls of `entries` are those of `patterns`, in this order, else one line that says which
+// call is missing or in the way.
 VSET_API std::string findCalls(const std::vector<CallPattern>& patterns, const std::vector<JournalEntry>& entries,
                                OtherCalls eOthers = OtherCalls::allowed);
 
-// The names of the fields that arguments and outputs of a function can have, sorted; each function also has "result".
-// Throws UnknownCallName.
+// Returns the names of the fields that arguments and outputs of a function can have, sorted; each function also has
+// "result". Throws UnknownCallName.
 VSET_API std::vector<std::string> callFields(const std::string& strCall);
 
-// The call in one line: `HW_GPIO_Open(pad=7) = 0, handle=0x2b1f4c3`.
+// Returns the call in one line: `HW_GPIO_Open(pad=7) = 0, handle=0x2b1f4c3`.
 VSET_API std::string callLine(const JournalEntry& stEntry);
 
 }  // namespace vset

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's network interfaces. All functions throw SetError when no set is attached. The host's
-// network has nothing to do with them.
+// The control API of the set's network interfaces, which are independent of the host's. All functions throw SetError
+// when no set is attached.
 #ifndef VSET_NET_H
 #define VSET_NET_H
 
@@ -18,21 +18,21 @@ struct Interface {
     bool bDhcp = true;
 };
 
-// In the order that the middleware reports, as they are now. A new set has "lo" and "eth0". The set's folder keeps
-// names and MAC addresses, and how each interface comes up; what a program switches on or off lasts until the set is
-// switched off.
+// Returns the interfaces as they are now, in the order that the middleware reports. A new set has "lo" and "eth0". The
+// set's folder keeps names and MAC addresses, and how each interface comes up; what a program switches on or off lasts
+// until the set is switched off.
 VSET_API std::vector<Interface> interfaces();
 
-// Replaces them all, 20 at most; two may have the same name, of which a program gets the first. An interface of a name
-// that was there before keeps its handle, one that is taken away loses it. A state that is changed is from then on how
-// the interface comes up. Throws SetError.
+// Replaces all interfaces, 20 at most; two may have the same name, of which a program gets the first. An interface
+// whose name was there before keeps its handle, one that is taken away loses it. A state that is changed is from then
+// on how the interface comes up. Throws SetError.
 VSET_API void setInterfaces(const std::vector<Interface>& interfaces);
 
-// The player opens an interface, and closes it again: the library's open is refused meanwhile.
+// Opens an interface for the set's player, and closes it again: the library's open is refused meanwhile.
 VSET_API void hold(const std::string& strName);
 VSET_API void release(const std::string& strName);
 
-// The number of interfaces that the middleware reports, whatever it lists; switching on restores the true one.
+// Sets the number of interfaces that the middleware reports, whatever it lists; switching on restores the true one.
 VSET_API void setReportedCount(unsigned int u32Count);
 
 }  // namespace vset::net

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the on-screen graphics. All functions throw SetError when no set is attached or when there is
+// The control API of the on-screen graphics. All functions throw SetError when no set is attached or when there is
 // nothing of what is asked for.
 #ifndef VSET_OSD_H
 #define VSET_OSD_H
@@ -37,17 +37,16 @@ struct Layer {
     // The matrix that was sent last. While it is enabled it acts on the layer's colors: hue 0 to 100 turns them by -180
     // to 180 degrees; saturation and contrast 0 to 100 multiply by 0 to 2, about gray of the same brightness and about
     // middle gray; brightness 0 to 100 adds -255 to 255; with 50 these four change nothing. Then the gains 0 to 2047
-    // multiply each color, by 1 with 1024. What lies above counts as the highest value.
+    // multiply each color, by 1 with 1024. A value above its range counts as the highest one.
     std::optional<HW_OSD_ColorMatrix_t> colorMatrix;
     std::vector<Window> windows;  // as they were made
 };
 
-// The layer of that number (0 to 3), or nothing when there is none. After switching on the player has layers 0 and 1
-// with a window each, both shown; the first shows a transparent surface of the panel's size.
+// Returns the layer of that number (0 to 3), or nothing when there is none. After switching on the player has layers 0
+// and 1 with a window each, both shown; the first shows a transparent surface of the panel's size.
 VSET_API std::optional<Layer> layer(unsigned int u32Layer);
 
-// The player gives its layer up, with its windows: the library finds none of that number any more. Switching off and on
-// brings it back.
+// Takes the player's layer away, with its windows: the library finds it no more. A power cycle restores it.
 VSET_API void removeLayer(unsigned int u32Layer);
 
 struct Surface {
@@ -60,10 +59,10 @@ struct Surface {
 };
 VSET_API std::vector<Surface> surfaces();
 
-// The pixels of a surface, as they lie there. Its memory may be gone: SetError.
+// Returns the pixels of a surface, as they are stored. Throws SetError when its memory is gone.
 VSET_API Picture surfacePicture(std::uint32_t u32Handle);
 
-// The alignment that surfaces must have, as the capabilities report it; powers of two, 64 and 64 after switching on.
+// Sets the alignment that surfaces must have and the capabilities report; powers of two, 64 after switching on.
 VSET_API void setSurfaceAlignment(std::uint32_t u32Address, std::uint32_t u32Pitch);
 
 }  // namespace vset::osd

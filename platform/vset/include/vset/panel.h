@@ -11,8 +11,8 @@ namespace vset::panel {
 constexpr unsigned int kWidth = 1920;
 constexpr unsigned int kHeight = 1080;
 
-// The display windows, the first in front of the others, then the shown OSD layers, layer 0 lowest. All
-// pixels are opaque; where nothing is shown they are black.
+// Returns the display windows, the first in front of the others, then the shown OSD layers, layer 0 lowest. All pixels
+// are opaque; where nothing is shown they are black.
 VSET_API Picture look();
 
 }  // namespace vset::panel

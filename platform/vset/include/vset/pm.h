@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's LED ring and real-time clock. All functions throw SetError when no set is attached.
+// The control API of the set's LED ring and real-time clock. All functions throw SetError when no set is attached.
 #ifndef VSET_PM_H
 #define VSET_PM_H
 
@@ -16,7 +16,7 @@ struct Led {
 };
 using LedRing = std::array<Led, 4>;
 
-// The colors of the ring; dark after switching on.
+// Returns the colors of the ring; dark after switching on.
 VSET_API LedRing leds();
 
 struct LedChange {
@@ -24,16 +24,16 @@ struct LedChange {
     LedRing ring;
 };
 
-// The last 1,024 times that the ring was written to since switching on or clearLedHistory(), oldest first.
+// Returns the last 1,024 writes to the ring since switching on or clearLedHistory(), oldest first.
 VSET_API std::vector<LedChange> ledHistory();
 VSET_API void clearLedHistory();
 
-// Seconds of the real-time clock. It runs with the host's clock, whose time a new set shows, also while the set is off;
-// how far it has been set apart from that is kept in the set's folder.
+// Returns or sets the seconds of the real-time clock. The clock runs with the host's clock, whose time a new set shows,
+// also while the set is off; the set's folder keeps the difference from the host's clock.
 VSET_API std::uint32_t clock();
 VSET_API void setClock(std::uint32_t u32Seconds);
 
-// The set's player opens the power management, and closes it again: the library finds it open meanwhile.
+// Opens the power management for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold();
 VSET_API void release();
 

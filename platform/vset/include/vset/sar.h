@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's keypad and ADC channels. All functions throw SetError when no set is attached or a
+// The control API of the set's keypad and ADC channels. All functions throw SetError when no set is attached or a
 // number is out of range.
 //
-// The keypad is a ladder of resistors on channel 0: a pressed key pulls the channel to its threshold. Which thresholds
-// and key codes there are, the program says when it opens the keypad. Switching on releases all keys and puts
-// every channel to kOpen.
+// The keypad is a ladder of resistors on channel 0: a pressed key pulls the channel to its threshold. The program gives
+// the thresholds and key codes when it opens the keypad. Switching on releases all keys and sets channels to kOpen.
 #ifndef VSET_SAR_H
 #define VSET_SAR_H
 
@@ -19,19 +18,19 @@ constexpr unsigned char kOpen = 0xFF;  // what an unconnected channel reads
 
 // --- Voltages --------------------------------------------------------------------------------------------------------
 
-// The reading of a channel's converter. A voltage on channel 0 is one on the ladder, but no key press: the chip
-// reports the keys that press() presses.
+// Returns or sets the reading of a channel's converter. A voltage on channel 0 is one on the ladder, but no key press:
+// the chip reports the keys that press() presses.
 VSET_API unsigned char voltage(unsigned int u32Channel);
 VSET_API void setVoltage(unsigned int u32Channel, unsigned char u8Value);
 
 // --- Keys ------------------------------------------------------------------------------------------------------------
 
-// Presses key `u32Key` (0 to 7, from the ladder's low end) and lets it go. The callback runs on a thread of the
-// middleware, one key after the other; press() does not wait for it. A key that the program has not configured, or that
-// no callback is registered for, is dropped and counted; so is one too many when 65,536 wait.
+// Presses key `u32Key` (0 to 7, from the ladder's low end) and releases it. The callback runs on a thread of the
+// middleware, one key after the other; press() does not wait for it. A key is dropped and counted when the program has
+// not configured it, when no callback is registered, or when 65,536 keys wait.
 VSET_API void press(unsigned int u32Key);
 
-// The first key with that code. Throws SetError when the keypad has none.
+// Presses the first key with that code. Throws SetError when the keypad has none.
 VSET_API void pressCode(unsigned char u8Code);
 
 struct Key {
@@ -61,7 +60,7 @@ struct Channel {
 };
 VSET_API Channel channel(unsigned int u32Channel);
 
-// The set's player opens a channel as an ADC, and closes it again: the library finds it open meanwhile.
+// Opens a channel as an ADC for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(unsigned int u32Channel);
 VSET_API void release(unsigned int u32Channel);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's system attributes, registers and memory. All functions that change something throw
+// The control API of the set's system attributes, registers and memory. All functions that change something throw
 // SetError.
 #ifndef VSET_SYS_H
 #define VSET_SYS_H
@@ -16,7 +16,7 @@ using CustomerHash = std::array<unsigned char, 16>;
 VSET_API CustomerHash customerHash();
 VSET_API void setCustomerHash(const CustomerHash& hash);
 
-// The configuration file that names the others.
+// Returns or sets the path of the configuration file that names the others.
 VSET_API std::string dataIndexPath();
 VSET_API void setDataIndexPath(const std::string& strPath);
 
@@ -28,7 +28,7 @@ struct ClockSpread {
     bool bOn = false;
 };
 constexpr unsigned int kMius = 3;
-// Throws SetError when there is no such memory interface.
+// Returns the spread of a memory interface. Throws SetError when there is no such interface.
 VSET_API ClockSpread clockSpread(unsigned int u32Miu);
 
 struct Firmware {
@@ -37,13 +37,13 @@ struct Firmware {
     std::uint64_t u64Size;
     std::uint32_t u32Crc32;  // of all bytes, as zlib's crc32 has it
 };
-// The flashed firmware, oldest first.
+// Returns the flashed firmware, oldest first.
 VSET_API std::vector<Firmware> flashedFirmware();
 
-// A register of the chip, 0 until it is written.
+// Returns a register of the chip, 0 until it is written.
 VSET_API std::uint32_t readRegister(std::uint32_t u32Bank, std::uint32_t u32Offset);
 
-// The registers that have been written since the set was switched on, by bank and offset.
+// A register that has been written since the set was switched on; writtenRegisters() sorts by bank and offset.
 struct WrittenRegister {
     std::uint32_t u32Bank;
     std::uint32_t u32Offset;
@@ -62,15 +62,15 @@ struct MemoryArea {
     bool bAddressable;  // a region may have to be allocated first
 };
 
-// By physical address.
+// Returns the memory areas by physical address.
 VSET_API std::vector<MemoryArea> memoryMap();
 
 constexpr std::uint32_t kRegionLimit = 0x10000000;
 
-// Gives a region another size, at most kRegionLimit. What was in it is lost, and so are pointers into it.
+// Gives a region another size, at most kRegionLimit. Its contents are lost, and pointers into it are invalid.
 VSET_API void resizeRegion(std::uint32_t u32MmapId, std::uint32_t u32Size);
 
-// The size of the IOMMU's memory, 64 MiB unless set. Allocated memory stays.
+// Sets the size of the IOMMU's memory, 64 MiB unless set. Allocated memory stays.
 VSET_API void setIommuMemory(std::uint64_t u64Size);
 
 }  // namespace vset::sys

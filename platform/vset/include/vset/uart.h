@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the set's serial ports.
+// The control API of the set's serial ports.
 //
 // The chip has five of them, and the set a connector for each at its back: a pseudo-terminal that any terminal program
 // can open. Ports 0 and 1 are the program's /dev/ttyS0 and /dev/ttyS1 as well; what arrives on a port goes to its tty
@@ -28,8 +28,8 @@ struct Connector {
     std::string strTerminal;  // what it leads to now: /dev/pts/7
 };
 
-// The connectors of the set in `strFolder`, whichever process has it. None while the set is switched off, or when the
-// PC has no pseudo-terminals to give.
+// Returns the connectors of the set in `strFolder`, whichever process has it. None while the set is switched off, or
+// when the PC has no pseudo-terminals left.
 VSET_API std::vector<Connector> connectors(const std::string& strFolder);
 
 // --- The far end of a connector's line -------------------------------------------------------------------------------
@@ -38,7 +38,7 @@ VSET_API std::vector<Connector> connectors(const std::string& strFolder);
 // used them. A tty that takes nothing for a second loses what arrives until it reads again.
 VSET_API void type(unsigned int u32Connector, std::string_view bytes);
 
-// The bytes that the set has sent out of the connector, at most the last 65,536.
+// Returns the bytes that the set has sent out of the connector, at most the last 65,536.
 VSET_API std::string sent(unsigned int u32Connector);
 VSET_API void clearSent(unsigned int u32Connector);
 
@@ -61,11 +61,11 @@ VSET_API Port port(unsigned int u32Port);
 // Returns whether the routing switch is on.
 VSET_API bool isCrossed();
 
-// The set's player opens a port, and closes it again: the library finds it open meanwhile.
+// Opens a port for the set's player, and closes it again: the library finds it open meanwhile.
 VSET_API void hold(unsigned int u32Port);
 VSET_API void release(unsigned int u32Port);
 
-// The tty of a port goes away under whoever has it open: reads end, writes fail. The next to open it gets a new one.
+// Hangs up the tty of a port: reads of programs that have it open end, writes fail. The next open gets a new tty.
 VSET_API void hangUp(unsigned int u32Port);
 
 }  // namespace vset::uart

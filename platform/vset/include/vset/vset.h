@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The person's door to the virtual set: its folder, power switch, journal and faults. What stands behind the HW_* and
-// DVAL_* functions is the program's door. Each family adds its own header (vset/flash.h, ...) with what a person can
-// see and do there.
+// The control API of the virtual set: its folder, power switch, journal and faults. Each family adds its own header
+// (vset/flash.h, ...) with what a person can see and do there.
 #ifndef VSET_VSET_H
 #define VSET_VSET_H
 
@@ -19,7 +18,7 @@
 
 namespace vset {
 
-// What a person asked for cannot be done; the text is one line and names the file or the name at fault.
+// Thrown when an action cannot be done; the text is one line and names the file or the name at fault.
 class VSET_API SetError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -30,24 +29,26 @@ public:
 // Makes a new set with its defaults in `strFolder`, which must be empty or not exist yet. Throws SetError.
 VSET_API void create(const std::string& strFolder);
 
-// What is damaged in a set's folder: one line each, naming the file. Changes nothing. Throws SetError when
+// Returns the damage in a set's folder: one line each, naming the file. Changes nothing. Throws SetError when
 // `strFolder` is no set at all.
 VSET_API std::vector<std::string> check(const std::string& strFolder);
 
-// How something in a set's folder is made whole.
+// One repair of a set's folder.
 struct Repair {
     std::string strFile;              // below the folder: "env/emmc.img"
-    std::vector<std::string> damage;  // as check() tells it
+    std::vector<std::string> damage;  // as check() gives it
     std::string strRemedy;            // "the environment of a new set"
-    // Puts it into the damaged file's place; what has a link to that keeps it. Throws SetError.
+    // Puts the remedy in the damaged file's place; a hard link to the damaged file keeps the damaged bytes. Throws
+    // SetError.
     std::function<void()> mend;
 };
 
-// What there is to be mended in a set's folder, none of which is done yet. Also when set.json itself is missing or is
+// Returns the repairs that a set's folder needs, none of which is done yet. Also when set.json itself is missing or is
 // rubbish. Throws SetError when `strFolder` has nothing of a set.
 VSET_API std::vector<Repair> repairs(const std::string& strFolder);
 
-// While one lives, nobody switches the set in this folder on, this process included. Throws SetError when somebody has.
+// Keeps every process, this one included, from switching the set in this folder on while the object lives. Throws
+// SetError when a process has it on.
 class VSET_API Hold {
 public:
     explicit Hold(const std::string& strFolder);
@@ -59,8 +60,8 @@ private:
     const int _s32Lock;
 };
 
-// Takes the set in `strFolder`, made on first use, and switches it on. A set belongs to one process at a time.
-// A process that calls neither this nor detach() gets the set of defaultFolder() with its first middleware call. Throws
+// Takes the set in `strFolder`, made on first use, and switches it on. A set belongs to one process at a time. A
+// process that calls neither this nor detach() gets the set of defaultFolder() with its first middleware call. Throws
 // SetError.
 VSET_API void attach(const std::string& strFolder);
 
@@ -68,26 +69,26 @@ VSET_API void attach(const std::string& strFolder);
 // run, except the callback that it is called from. Calls that come later fail (ENODEV for those that set errno).
 VSET_API void detach();
 
-// The folder of the attached set, or an empty text.
+// Returns the folder of the attached set, or an empty text.
 VSET_API std::string folder();
 
-// $VSET_DIR, else vset below $XDG_STATE_HOME, else below ~/.local/state.
+// Returns $VSET_DIR, else vset below $XDG_STATE_HOME, else below ~/.local/state.
 VSET_API std::string defaultFolder();
 
-// What this PC could not store of the set since the last call of this function: one line each, naming the file. What a
-// middleware call answers when the PC's disk is full says nothing about a set with storage of its own.
+// Returns what this PC could not store of the set since the last call of this function: one line each, naming the file.
+// What a middleware call answers when the PC's disk is full says nothing about a set with storage of its own.
 VSET_API std::vector<std::string> takeHostTroubles();
 
-// Adds to that, for a host program that writes into the set's tree by itself. An errno that is not one of a disk is the
-// set's own, and is passed over.
+// Adds to the host's troubles, for a host program that writes into the set's tree by itself. Ignores an errno that is
+// not a disk's, since it is the set's own.
 VSET_API void noteHostTrouble(const std::string& strFile, int s32Error);
 
-// Where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves itself,
-// else the path unchanged. An empty text for the former while no set is attached.
+// Returns where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves
+// itself, else the path unchanged. An empty text for the former while no set is attached.
 VSET_API std::string hostPath(const std::string& strPath);
 
-// While one lives, paths in this thread's libc calls are those of the PC, whatever they begin with. For the host
-// program's own files, which may well lie below /data or /mnt.
+// Makes paths in this thread's libc calls those of the PC, whatever they begin with, while the object lives. For the
+// host program's own files, which may lie below /data or /mnt.
 class VSET_API HostPaths {
 public:
     HostPaths();
@@ -96,8 +97,8 @@ public:
     HostPaths& operator=(const HostPaths&) = delete;
 };
 
-// While one lives, access() in this thread finds the file at this path of the set, whether it is there or not: a switch
-// that is on for a while, and a set that stays as it is. Of several the youngest counts.
+// Makes access() in this thread find the file at this path of the set, whether it exists or not, while the object
+// lives: a switch that is on for a while, and a set that stays as it is. The youngest of several objects counts.
 class VSET_API PretendedFile {
 public:
     explicit PretendedFile(const char* pszPath);
@@ -111,17 +112,17 @@ private:
 
 // --- Power -----------------------------------------------------------------------------------------------------------
 
-// Off and on again: all state outside the folder is lost, every handle is dead, every family must be initialised anew.
-// Calls that run are completed before, and count for the life that ends. The process lives on, unlike that of a real
-// set; whoever wants that too ends it.
+// Switches off and on again: all state outside the folder is lost, every handle is dead, every family must be
+// initialized again. Calls that run are completed before, in the power cycle that ends. The process lives on, unlike
+// that of a real set; a program that should end too ends itself.
 VSET_API void powerCycle();
 
-// How often the attached set has been switched on since it was made.
+// Returns how often the attached set has been switched on since it was made.
 VSET_API unsigned int bootCount();
 
 // Kills this process at the `u32Write`-th write to the set's storage from now on (1 = the next), as a power cut does.
 // Writing, removing and making of files by the middleware's calls counts. What programs have changed in the set's tree
-// since the last HW_FS_Sync or the last time the set was switched on is lost. 0 takes it back.
+// since the last HW_FS_Sync or the last time the set was switched on is lost. 0 cancels it.
 VSET_API void cutPowerAtWrite(unsigned int u32Write);
 
 // --- Journal ---------------------------------------------------------------------------------------------------------
@@ -145,12 +146,12 @@ struct JournalEntry {
 // the beginning means that older calls are no longer kept.
 VSET_API std::vector<JournalEntry> journal(std::uint64_t u64After = 0);
 
-// The number of the last call; 0 before the first.
+// Returns the number of the last call; 0 before the first.
 VSET_API std::uint64_t lastCall();
 
 VSET_API void clearJournal();
 
-// How many entries are kept: 65,536 unless told otherwise; 0 switches the journal off.
+// Sets how many entries are kept: 65,536 unless set; 0 switches the journal off.
 VSET_API void keepJournal(std::size_t entries);
 
 // --- Refusals --------------------------------------------------------------------------------------------------------
@@ -169,19 +170,19 @@ struct Refusal {
 // Returns the refusals after the one of that number, oldest first; the last 4,096 are kept, with the journal off, too.
 VSET_API std::vector<Refusal> refusals(std::uint64_t u64After = 0);
 
-// How many refusals there have been in this process.
+// Returns how many refusals there have been in this process.
 VSET_API std::uint64_t refusalCount();
 
 // --- Faults ----------------------------------------------------------------------------------------------------------
 
-// kAllocation in place of a middleware function: `new (std::nothrow)` of the host program and its libraries.
+// Names in place of a middleware function: `new (std::nothrow)` of the host program and its libraries.
 constexpr const char* kAllocation = "allocation";
 
 // The result of a fault for which none is given: HW_ERR_FAILED of a function that answers a code. There is none for
 // those that ownFailures() knows.
 constexpr long long kNoResult = std::numeric_limits<long long>::min();
 
-// What a function answers when it fails, if that is no code: "-1 for a file that does not exist, -2 for other
+// Returns what a function answers when it fails, if that is no code: "-1 for a file that does not exist, -2 for other
 // failures". Empty for all others, and for functions that return a pointer.
 VSET_API std::string ownFailures(const std::string& strCall);
 
@@ -193,16 +194,16 @@ struct Fault {
     int s32Errno = EIO;               // errno of the functions that set it
 };
 
-// Adds a fault. The function does nothing while it fails, except that a failing close of a file closes it.
-// Throws SetError when the middleware has no such function, and when the fault needs a result and has none.
+// Adds a fault. The function does nothing while it fails, except that a failing close of a file closes it. Throws
+// SetError when the middleware has no such function, and when the fault needs a result and has none.
 VSET_API void inject(const Fault& stFault);
 
 VSET_API void clearFaults();
 
-// The names of all functions that a fault can be injected into, kAllocation among them, sorted.
+// Returns the names of all functions that a fault can be injected into, kAllocation among them, sorted.
 VSET_API const std::vector<std::string>& faultNames();
 
-// How many allocations that a fault of kAllocation could make fail there have been in this process.
+// Returns how many allocations there have been in this process that a fault of kAllocation could make fail.
 VSET_API std::size_t allocations();
 
 // --- Handles ---------------------------------------------------------------------------------------------------------
@@ -214,11 +215,11 @@ struct OpenHandle {
     bool bPlayer;  // the set's own player holds it, not the library
 };
 
-// Everything that is open.
+// Returns all open handles.
 VSET_API std::vector<OpenHandle> openHandles();
 
-// Whether a family ("HW_IR") has been initialised since the set was switched on. Throws SetError when there is no such
-// family.
+// Returns whether a family ("HW_IR") has been initialized since the set was switched on. Throws SetError when there is
+// no such family.
 VSET_API bool isInitialised(const std::string& strFamily);
 
 }  // namespace vset
