@@ -9,6 +9,7 @@
 #define VSET_DESCRIBE_H
 
 #include <cstdio>
+#include <cstring>
 #include <initializer_list>
 #include <type_traits>
 #include <utility>
@@ -117,9 +118,14 @@ struct Attribute {
 // Matches every number that has no row above it.
 constexpr std::uint64_t kAnyNumber = ~std::uint64_t{0};
 
+// A caller's record behind a void pointer may lie at any address.
 template <class Value>
 void value(CallText& text, const void* pValue) {
-    writeTarget(text, "value", static_cast<const Value*>(pValue));
+    Value copy{};
+    if (pValue != nullptr) {
+        std::memcpy(&copy, pValue, sizeof(copy));
+    }
+    writeTarget(text, "value", pValue != nullptr ? &copy : nullptr);
 }
 
 // Describes the value of an attribute, whose number is the parameter at `number`. A value without a row is written as

@@ -105,6 +105,18 @@ void writeAnswer(CallText& text, const ArgumentValues& values) {
     }
 }
 
+// The record of a query, whose text is not to be read: it may be an earlier answer's.
+void writeQuestion(CallText& text, const ArgumentValues& values) {
+    static const HW_SYS_ConfigData_t kEmpty{};
+    const auto* const pst = text.wantsAll() ? &kEmpty : valueOf<const HW_SYS_ConfigData_t*>(values[2]);
+    if (pst == nullptr) {
+        return text.null("data");
+    }
+    text.number("type", pst->u32Type);
+    text.number("length", pst->u32Length);
+    text.presence("data", pst->pu8Data != nullptr);
+}
+
 void writeIommuRequest(CallText& text, const ArgumentValues& values) {
     static const HW_OS_IommuRequest_t kEmpty{};
     const auto* const pst = text.wantsAll() ? &kEmpty : valueOf<const HW_OS_IommuRequest_t*>(values[0]);
@@ -148,13 +160,11 @@ std::vector<CallDescription> storage() {
         VSET_DESCRIBE(HW_SYS_UpgradeFw, "type", "path"),
         VSET_DESCRIBE(HW_SYS_OpenConfigFile, "path", handle()),
         lookUp(VSET_DESCRIBE(HW_SYS_GetConfigData, handle(), "key",
-                             inputAndOutput(
-                                 [](CallText& text, const ArgumentValues& values) {
-                                     writeTarget(text, "data", valueOf<const HW_SYS_ConfigData_t*>(values[2]));
-                                 },
-                                 [](CallText& text, const ArgumentValues& values) {
-                                     writeTarget(text, "data", valueOf<const HW_SYS_ConfigData_t*>(values[2]));
-                                 }))),
+                             inputAndOutput(writeQuestion,
+                                            [](CallText& text, const ArgumentValues& values) {
+                                                writeTarget(text, "data",
+                                                            valueOf<const HW_SYS_ConfigData_t*>(values[2]));
+                                            }))),
         VSET_DESCRIBE(HW_SYS_SetConfigData, handle(), "key", "data"),
         VSET_DESCRIBE(HW_SYS_CloseConfigFile, handle()),
         VSET_DESCRIBE(HW_SYS_AllocateMmapLayout, "id", "info"),
