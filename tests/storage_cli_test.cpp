@@ -196,4 +196,41 @@ TEST_F(StorageCli, WhatAPersonDoesToTheChip) {
                 HasSubstr("rebooted: 1\nset register: 0 (ok)\n  value: 3\nset firmware: 0 (ok)\n  flashed: "));
 }
 
+TEST_F(StorageCli, WhatTheSetIsCanBeChanged) {
+    const std::string strOutput =
+        fapi({"shell"},
+             "set customer-hash hex:00112233445566778899aabbccddeeff\nset customer-hash\nset data-index /data/i.ini\n"
+             "set partition misc 4096\nset partitions\nset register 1 2 3\nset registers\n"
+             "set rectangle 0 10 20 30 40\nset modules 0 17\n")
+            .strOutput;
+    EXPECT_THAT(
+        strOutput,
+        HasSubstr("set customer-hash: 0 (ok)\n  hash: 16 bytes: 00 11 22 33 44 55 66 77 88 99 aa bb cc dd ee ff"));
+    EXPECT_THAT(strOutput, HasSubstr("path: \"/data/i.ini\"\n"));
+    EXPECT_THAT(strOutput, HasSubstr("misc 4096 bytes\n"));
+    EXPECT_THAT(strOutput, HasSubstr("0x1 0x2 = 0x3"));
+    EXPECT_THAT(fapi({"set", "customer-hash", "hex:0011"}).strOutput, HasSubstr("16 bytes, not 2"));
+}
+
+TEST_F(StorageCli, ThePlayerOpensEveryPart) {
+    std::string strOn;
+    for (const char* pszPart :
+         {"window on 1", "controller on", "output on",  "capture on",      "vga on",     "ypbpr on", "scart on",
+          "hdmi on 1",   "vd on",         "tuner on 1", "audio-path on 3", "uart on 1",  "adc on 2", "iic on 1",
+          "pad on 9",    "pwm on 1",      "cec on",     "pm on",           "flash on 1", "net on 1"}) {
+        strOn += std::string("set player ") + pszPart + "\n";
+    }
+    const test::ProcessResult result = fapi({"shell"}, strOn + "set handles\nset player pad off 9\nset handles\n");
+    EXPECT_EQ(result.s32Exit, 0) << result.strError;
+    for (const char* pszHandle :
+         {"HW_AOUT 3 ", "HW_CAP 0 ", "HW_CEC 0 ", "HW_DISP 1 ", "HW_DISP_CONTROLLER 0 ", "HW_DISPOUT 0 ", "HW_FLASH 1 ",
+          "HW_IIC 1 ", "HW_NET 1 ", "HW_PM 0 ", "HW_PWM 1 ", "HW_SAR 2 ", "HW_TUNER 1 ", "HW_UART 1 "}) {
+        EXPECT_THAT(result.strOutput, HasSubstr(pszHandle));
+    }
+    const std::size_t pad = result.strOutput.find("HW_GPIO 9 ");
+    EXPECT_NE(pad, std::string::npos);
+    EXPECT_EQ(result.strOutput.find("HW_GPIO 9 ", pad + 1), std::string::npos) << "closed again";
+    EXPECT_EQ(fapi({"shell"}, "set player net on 7\n").s32Exit, 1);
+}
+
 }  // namespace

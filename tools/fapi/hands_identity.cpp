@@ -11,7 +11,7 @@ namespace tool {
 namespace {
 
 void customerHash(Call& call) {
-    const std::string& bytes = call.text(0);
+    const Bytes& bytes = call.bytes(0);
     vset::sys::CustomerHash hash = vset::sys::customerHash();
     if (!bytes.empty()) {
         if (bytes.size() != hash.size()) {
@@ -20,7 +20,7 @@ void customerHash(Call& call) {
         std::copy(bytes.begin(), bytes.end(), hash.begin());
         vset::sys::setCustomerHash(hash);
     }
-    call.out("hash", std::string(hash.begin(), hash.end()));
+    call.out("hash", Bytes(hash.begin(), hash.end()));
 }
 
 void dataIndex(Call& call) {

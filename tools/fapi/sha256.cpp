@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kSumDigits = 64;
 // Between sum and path.
-constexpr std::string_view kGap = "  ";
+constexpr std::string_view kSumGap = "  ";
 
 void require(int good) {
     if (good != 1) {
@@ -61,7 +61,7 @@ std::string sumsText(const Sums& sums) {
     std::string text;
     for (const auto& [path, sum] : sums) {
         const std::string escaped = escapePath(path);
-        text.append(escaped == path ? "" : "\\").append(sum).append(kGap).append(escaped).append("\n");
+        text.append(escaped == path ? "" : "\\").append(sum).append(kSumGap).append(escaped).append("\n");
     }
     return text;
 }
@@ -72,8 +72,8 @@ Sums parseSums(std::string_view text) {
         const bool escaped = !line.empty() && line[0] == '\\';
         line.remove_prefix(escaped ? 1 : 0);
         const std::string sum(line.substr(0, kSumDigits));
-        const std::size_t start = kSumDigits + kGap.size();
-        if (line.size() <= start || line.substr(kSumDigits, kGap.size()) != kGap ||
+        const std::size_t start = kSumDigits + kSumGap.size();
+        if (line.size() <= start || line.substr(kSumDigits, kSumGap.size()) != kSumGap ||
             sum.find_first_not_of("0123456789abcdef") != std::string::npos) {
             throw std::runtime_error("the list of sums is none");
         }
