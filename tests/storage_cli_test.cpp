@@ -214,14 +214,13 @@ TEST_F(StorageCli, WhatTheSetIsCanBeChanged) {
 
 TEST_F(StorageCli, ThePlayerOpensEveryPart) {
     std::string strOn;
-    for (const char* pszPart :
-         {"window on 1", "controller on", "output on",  "capture on",      "vga on",     "ypbpr on", "scart on",
-          "hdmi on 1",   "vd on",         "tuner on 1", "audio-path on 3", "uart on 1",  "adc on 2", "iic on 1",
-          "pad on 9",    "pwm on 1",      "cec on",     "pm on",           "flash on 1", "net on 1"}) {
+    for (const char* pszPart : {"window on 1", "capture on", "vga on", "ypbpr on", "scart on", "hdmi on 1", "vd on",
+                                "tuner on 1", "audio-path on 3", "uart on 1", "adc on 2", "iic on 1", "pad on 9",
+                                "pwm on 1", "cec on", "pm on", "flash on 1", "net on 1"}) {
         strOn += std::string("set player ") + pszPart + "\n";
     }
     const test::ProcessResult result = fapi({"shell"}, strOn + "set handles\nset player pad off 9\nset handles\n");
-    EXPECT_EQ(result.s32Exit, 0) << result.strError;
+    EXPECT_EQ(result.s32Exit, 0) << result.strOutput;
     for (const char* pszHandle :
          {"HW_AOUT 3 ", "HW_CAP 0 ", "HW_CEC 0 ", "HW_DISP 1 ", "HW_DISP_CONTROLLER 0 ", "HW_DISPOUT 0 ", "HW_FLASH 1 ",
           "HW_IIC 1 ", "HW_NET 1 ", "HW_PM 0 ", "HW_PWM 1 ", "HW_SAR 2 ", "HW_TUNER 1 ", "HW_UART 1 "}) {

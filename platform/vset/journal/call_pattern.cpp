@@ -40,6 +40,10 @@ std::string_view takeWord(std::string_view& rest) {
     return word;
 }
 
+std::string firstWord(std::string_view text) {
+    return std::string(takeWord(text));
+}
+
 // Returns a quoted text without its quotes, everything else as it is. Sets `bCut` when the journal has cut it.
 std::string plainText(std::string_view value, bool* pbCut = nullptr) {
     if (value.empty() || value.front() != '"') {
@@ -107,9 +111,9 @@ std::string hexadecimal(long long s64Value) {
 
 }  // namespace
 
-CallPattern::CallPattern(const std::string& strPattern) : strText(strPattern) {
+CallPattern::CallPattern(const std::string& strPattern) : strText(strPattern), strCall(firstWord(strPattern)) {
     std::string_view rest = strPattern;
-    strCall = takeWord(rest);
+    takeWord(rest);
     const std::vector<std::string> known = callFields(strCall);
     for (std::string_view word = takeWord(rest); !word.empty(); word = takeWord(rest)) {
         const std::size_t equals = word.find('=');
