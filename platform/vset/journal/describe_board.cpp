@@ -45,17 +45,18 @@ static void fields(CallText& text, const HW_SAR_OpenParams_t& st) {
     text.number("mode", st.u32Mode);
     text.number("channel", st.u32Channel);
     text.number("keypads", st.u32KeypadCount);
-    if (st.pstKeypadConfig == nullptr && !text.wantsAll()) {
-        return text.null("keypad");
-    }
+    text.presence("keypad", st.pstKeypadConfig != nullptr);
     static const HW_SAR_KeypadConfig_t kEmpty{};
-    const HW_SAR_KeypadConfig_t& stKeypad = text.wantsAll() ? kEmpty : *st.pstKeypadConfig;
-    text.number("keypadChannel", stKeypad.u32Channel);
-    text.number("firstBound", stKeypad.u8FirstBound);
-    text.number("secondBound", stKeypad.u8SecondBound);
-    text.number("keyLevels", stKeypad.u8KeyLevelNum);
-    text.numbers("keyThreshold", stKeypad.au8KeyThreshold);
-    text.numbers("keyCode", stKeypad.au8KeyCode);
+    const HW_SAR_KeypadConfig_t* const pstKeypad = text.wantsAll() ? &kEmpty : st.pstKeypadConfig;
+    if (pstKeypad == nullptr) {
+        return;
+    }
+    text.number("keypadChannel", pstKeypad->u32Channel);
+    text.number("firstBound", pstKeypad->u8FirstBound);
+    text.number("secondBound", pstKeypad->u8SecondBound);
+    text.number("keyLevels", pstKeypad->u8KeyLevelNum);
+    text.numbers("keyThreshold", pstKeypad->au8KeyThreshold);
+    text.numbers("keyCode", pstKeypad->au8KeyCode);
 }
 static void fields(CallText& text, const HW_SAR_CallbackParams_t& st) {
     text.presence("callback", st.pfnCallback != nullptr);
