@@ -17,7 +17,7 @@ ASSIGNMENTS = {'=', '+=', '-=', '*=', '/=', '%=', '&=', '|=', '^=', '<<=', '>>='
 # What ends an operand of each operator, apart from brackets.
 LOWER = {'|': {'&&', '||'}, '&&': {'||'}, '||': set()}
 EXPRESSION_ENDS = {',', ';', '?', ':', 'return', '='}
-NO_CALL = {'if', 'while', 'for', 'switch', 'return', 'sizeof', 'alignof', 'decltype', 'catch', 'noexcept', 'alignas'}
+NO_CALL = {'if', 'while', 'for', 'switch', 'return', 'sizeof', 'alignof', 'decltype', 'catch', 'noexcept', 'alignas', '__attribute__'}
 NOT_EXECUTED = {'using', 'typedef', 'static_assert', 'struct', 'class', 'enum', 'union', 'friend'}
 LOG = re.compile(r'FAPI_(LOG\w*|CAPTURE_FAILED)$')
 LEVELS = {'FAPI_LOGE': 'FAPI_LOGD', 'FAPI_LOGD': 'FAPI_LOGI', 'FAPI_LOGI': 'FAPI_LOGE'}
@@ -159,7 +159,7 @@ class Reader:
             self.declarations(i + 1, self.pair[i])
             return ['type']
         if '(' in head and (head[-1] in function_end or '->' in head or head[-1] == '}'):
-            self.function = head[head.index('(') - 1]
+            self.function = next(name for name, text in zip(head, head[1:]) if text == '(' and name not in NO_CALL)
             self.block(i)
             self.function = ''
             return []
