@@ -152,14 +152,6 @@ TEST(CanvasDraw, AFrameLiesInsideItsRectangle) {
     }
 }
 
-TEST(CanvasDraw, AbsurdSizesStayInside) {
-    Buffer buffer(48, 8);
-    _a_vextvfapi_disptst_fill_rect(buffer.canvas, kColor, 0, 0, 0xFFFFFFFF, 3);
-    EXPECT_THAT(buffer.bytes, ::testing::Not(::testing::Contains(0xEE)));
-    _a_vextvfapi_disptst_plot_rect(buffer.canvas, kColor, 0xFFFFFFF0, 7, 0x20, 4, kColor, 0xFFFFFFFE & 0xF);
-    _a_vextvfapi_disptst_plot_line(buffer.canvas, kColor, 0, 0, 3000000, 100);
-}
-
 // The span is read as a negative one, so that each step goes along both axes and in the end everywhere. It takes some
 // seconds.
 TEST(CanvasDraw, TheLongestLineEnds) {

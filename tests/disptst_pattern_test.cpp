@@ -86,13 +86,6 @@ TEST_F(Pattern, EachSelectorHasItsStage) {
     }
 }
 
-TEST_F(Pattern, TheMuteColorIsSeenWhileEnabled) {
-    EXPECT_EQ(a_vextvfapi_disptst_gen_test_pattern(10, {1, 99, {1023, 512, 0}}), 0);
-    EXPECT_EQ(vset::disp::picture(0).at(960, 540), 0xFFFF8000u);
-    EXPECT_EQ(a_vextvfapi_disptst_gen_test_pattern(10, {0, 0, {0, 0, 0}}), 0);
-    EXPECT_NE(vset::disp::picture(0).at(960, 540), 0xFFFF8000u);
-}
-
 TEST_F(Pattern, RefusesWhatItDoesNotKnow) {
     a_vextvfapi_disp_switch_window(2);
     for (const unsigned int u32Selector : {11u, 0xFFFFFFFFu}) {

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Captures of a display window into the set's memory.
-#include <cstring>
-
 #include "hw3/hw_cap.h"
 #include "hw3/hw_os.h"
-#include "hw3/hw_osd.h"
 #include "hw3/hw_sys.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
@@ -151,25 +148,6 @@ TEST_F(VsetCap, WritesWhatTheWindowShows) {
     vset::disp::release(0);
     EXPECT_EQ(capture(atEnd()), HW_OK);
     EXPECT_EQ(vset::cap::lastPicture().pixels, std::vector<std::uint32_t>(kSize / 4, 0xFF000000)) << "a closed window";
-}
-
-TEST_F(VsetCap, TakesTheGraphicsWhenAsked) {
-    const HW_S32 s32Layer = 0;
-    HW_Handle_t hLayer = 0, hWindow = 0, hSurface = 0;
-    HW_U64 u64Pixels = 0, u64Physical = 0;
-    ASSERT_EQ(HW_OSD_GetLayerHandle(&s32Layer, &hLayer), HW_OK);
-    ASSERT_EQ(HW_OSD_LayerQueryWindowHandle(hLayer, &hWindow), HW_OK);
-    ASSERT_EQ(HW_OSD_WindowGetSurface(hWindow, &hSurface), HW_OK);
-    ASSERT_EQ(HW_OSD_SurfaceLock(hSurface, &u64Pixels, &u64Physical), HW_OK);
-    std::memset(reinterpret_cast<void*>(u64Pixels), 0xFF, 4);  // one white pixel
-    ASSERT_EQ(connect(), HW_OK);
-    EXPECT_EQ(capture(atEnd(0)), HW_OK);
-    EXPECT_FALSE(vset::cap::unit().bWithOsd);
-    EXPECT_EQ(vset::cap::lastPicture().at(0, 0), vset::disp::picture(0).at(0, 0));
-    EXPECT_EQ(capture(atEnd(1)), HW_OK);
-    EXPECT_TRUE(vset::cap::unit().bWithOsd);
-    EXPECT_EQ(vset::cap::lastPicture().at(0, 0), 0xFFFFFFFFu);
-    EXPECT_EQ(vset::cap::lastPicture().at(1, 0), vset::disp::picture(0).at(1, 0));
 }
 
 }  // namespace

@@ -233,17 +233,6 @@ TEST_F(VsetPanel, ColorsOfALayer) {
     }
 }
 
-TEST_F(VsetPanel, ShowsNothingOfMemoryThatIsGone) {
-    paintBackground();
-    const HW_U64 u64Address = allocate();
-    const HW_Handle_t hSurface = create(surfaceAt(u64Address, 2, 1));
-    pixelsOf(hSurface)[1] = kBlack;
-    createWindow(createLayer({0, 0, 2, 1}, 2, 1), {0, 0, 2, 1}, 2, 1, hSurface);
-    expectSpots({{1, 0, kBlack}}, "there");
-    EXPECT_EQ(release(u64Address), HW_OK);
-    expectSpots({}, "gone");
-}
-
 // Somebody looks while a program throws the memory away that is being painted.
 TEST_F(VsetPanel, IsSeenWhileProgramsWork) {
     SKIP_UNDER_EMULATION();
