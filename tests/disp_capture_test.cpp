@@ -11,6 +11,7 @@
 #include "support/bmp_file.h"
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
+#include "support/osd_fixture.h"
 #include "vset/cap.h"
 #include "vset/disp.h"
 #include "vset/osd.h"
@@ -22,6 +23,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
+constexpr unsigned int kRegion = E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF;
 constexpr const char* kPath = "/mnt/usb/screen.bmp";
 
 const unsigned char* path(const char* pszPath = kPath) {
@@ -71,33 +73,17 @@ TEST_F(Capture, WritesRowsFromTheBottom) {
     EXPECT_EQ(read(kPath).size(), 54u) << "no rows at all";
 }
 
-TEST_F(Capture, AShortFileIsASuccess) {
-    const unsigned int au32Rows[4] = {};
-    const auto u64Address = static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(au32Rows));
-    const struct {
-        vset::Fault stFault;
-        unsigned char u8Status;
-        std::size_t size;
-    } rows[] = {
-        {{"HW_FS_Fwrite", -1, 1}, 0, 0}, {{"HW_FS_Fwrite", -1, 2}, 0, 54}, {{"HW_FS_Fwrite", -1, 3}, 0, 62},
-        {{"HW_FS_Fclose", -1}, 255, 70}, {{"HW_FS_Sync", -1}, 255, 70},    {{"HW_FS_Fopen"}, 255, 0},
-    };
-    for (const auto& row : rows) {
-        std::filesystem::remove(vset::hostPath(kPath));
-        vset::inject(row.stFault);
-        EXPECT_EQ(_a_vextvfapi_output_bmp_file(path(), u64Address, 8, 2, 2), row.u8Status);
-        EXPECT_EQ(read(kPath).size(), row.size) << row.stFault.strCall;
-        vset::clearFaults();
-    }
-    // Sizes of four bytes, whatever becomes of the pixels.
-    vset::inject({"HW_FS_Fwrite", -1, 2});
+TEST_F(Capture, SizesHaveFourBytesAndNeedAFileAndPixels) {
+    const unsigned int au32Row[2] = {};
+    const auto u64Address = static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(au32Row));
+    vset::inject({"HW_FS_Fwrite", -1, 2});  // there are no such pixels
     EXPECT_EQ(_a_vextvfapi_output_bmp_file(path(), u64Address, 0x12345678, 2, 1), 0);
     EXPECT_EQ(test::getNumber(read(kPath), 2), 0x12345678u + 54);
     EXPECT_EQ(test::getNumber(read(kPath), 34), 0x12345678u);
-    EXPECT_EQ(_a_vextvfapi_output_bmp_file(path("/mnt/none/screen.bmp"), u64Address, 8, 2, 2), 255);
-    EXPECT_EQ(_a_vextvfapi_output_bmp_file(nullptr, u64Address, 8, 2, 2), 255);
+    EXPECT_EQ(_a_vextvfapi_output_bmp_file(path("/mnt/none/screen.bmp"), u64Address, 8, 2, 1), 255);
+    EXPECT_EQ(_a_vextvfapi_output_bmp_file(nullptr, u64Address, 8, 2, 1), 255);
     vset::clearJournal();
-    EXPECT_EQ(_a_vextvfapi_output_bmp_file(path(), 0, 8, 2, 2), 255);
+    EXPECT_EQ(_a_vextvfapi_output_bmp_file(path(), 0, 8, 2, 1), 255);
     EXPECT_THAT(calls(), IsEmpty());
 }
 
@@ -105,17 +91,10 @@ TEST_F(Capture, GraphicsOfAnyWidth) {
     refuses("HW_OSD_WindowGetSurface");
     refuses("HW_OSD_GetLayerHandle");
     vset::osd::setSurfaceAlignment(4, 4);
-    std::vector<HW_U32> pixels(70000 * 3, 0xFF00FF00);
     // The file's rows have a width of 16 bits.
     for (const auto& [u32Width, u32FileWidth] : {std::pair{1366u, 1366u}, {70000u, 4464u}}) {
-        const HW_OSD_SurfaceAttr_t stAttr = {u32Width,
-                                             3,
-                                             u32Width * 4,
-                                             E_HW_OSD_COLOR_ARGB8888,
-                                             0,
-                                             E_HW_OSD_MEM_VIRTUAL,
-                                             reinterpret_cast<HW_U64>(pixels.data()),
-                                             0};
+        std::vector<HW_U32> pixels(u32Width * 3, 0xFF00FF00);
+        const HW_OSD_SurfaceAttr_t stAttr = test::surfaceOver(pixels, u32Width);
         HW_Handle_t hSurface = 0;
         ASSERT_EQ(HW_OSD_SurfaceCreate(&stAttr, &hSurface), HW_OK);
         ASSERT_EQ(HW_OSD_WindowFlipByExternSurface(vset::osd::layer(1)->windows.at(0).u32Handle, hSurface), HW_OK);
@@ -193,19 +172,16 @@ TEST_F(Capture, EachFailureHasItsPlaceInTheLog) {
 
 TEST_F(Capture, LiesAtTheEndOfItsRegion) {
     leavesOpen("HW_OSD_SURFACE");
-    vset::sys::resizeRegion(E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, 0xFD2000 - 0x1000);
+    vset::sys::resizeRegion(kRegion, 0xFD2000 - 0x1000);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(capture(1), -1); }), HasSubstr("with id = 347, len=16584704\n\n"));
-    vset::sys::resizeRegion(E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, 0xFD2000);
+    vset::sys::resizeRegion(kRegion, 0xFD2000);
     EXPECT_EQ(capture(1), 0);
-    vset::sys::resizeRegion(E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, 0xFD2000 + 0x3000);
+    vset::sys::resizeRegion(kRegion, 0xFD2000 + 0x3000);
     vset::inject({"HW_CAP_Open", 3});
     EXPECT_EQ(capture(1), -1);
-    const std::vector<vset::sys::MemoryArea> map = vset::sys::memoryMap();
-    const auto isRegion = [](const vset::sys::MemoryArea& st) {
-        return st.u32MmapId == E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF;
-    };
-    EXPECT_EQ(vset::osd::surfaces().back().u64Address,
-              std::find_if(map.begin(), map.end(), isRegion)->u64Start + 0x3000);
+    HW_SYS_MmapInfo_t stRegion = {};
+    ASSERT_EQ(HW_SYS_GetMmapLayout(kRegion, &stRegion), HW_OK);
+    EXPECT_EQ(vset::osd::surfaces().back().u64Address, stRegion.u64MiuBase + stRegion.u64Offset + 0x3000);
     EXPECT_EQ(vset::osd::surfaces().back().u32ColorFormat, E_HW_OSD_COLOR_CAPTURE);
 }
 

@@ -205,7 +205,13 @@ TEST_F(Canvas, FallsBackToTheFixedRegion) {
     refuses("HW_OS_AllocateIommuMemory");
     refuses("HW_SYS_FreeMmapLayout");
     vset::inject({"HW_SYS_AllocateMmapLayout", 3});
-    EXPECT_EQ(on(0, 8), -1);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(on(0, 8), -1); }), HasSubstr("[Pattern] HW_SYS_FreeMmapLayout Fail.\n\n"));
+    // Memory that the chip does not take back is forgotten.
+    ASSERT_EQ(on(16, 16), 0);
+    vset::inject({"HW_SYS_FreeMmapLayout", 3});
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(off(), 0); }), HasSubstr("[Pattern] HW_SYS_FreeMmapLayout Fail.\n\n"));
+    vset::powerCycle();
+    ASSERT_EQ(a_vextvfapi_disptst_init(), 0);
 }
 
 TEST_F(Canvas, GivesMemoryBackThatCannotBeMapped) {
