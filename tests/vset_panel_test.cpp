@@ -2,9 +2,7 @@
 // What a person sees on the panel of the virtual set: graphics over display windows.
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstring>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -236,17 +234,13 @@ TEST_F(VsetPanel, IsSeenWhileProgramsWork) {
         EXPECT_EQ(vset::panel::look().pixels.size(), std::size_t{kWidth} * kHeight);
         ++s32Looks;
     });
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 10; ++i) {
         const HW_U64 u64Address = allocate();
         const HW_Handle_t hSurface = create(surfaceAt(u64Address, 128, 128));
         std::fill_n(pixelsOf(hSurface), 128 * 128, 0x80FFFFFF);
         const HW_Handle_t hLayer = createLayer({0, 0, kWidth, kHeight}, 128, 128);
-        for (int s32Window = 0; s32Window < 4; ++s32Window) {
-            createWindow(hLayer, {0, 0, 128, 128}, 128, 128, hSurface);
-        }
+        createWindow(hLayer, {0, 0, 128, 128}, 128, 128, hSurface);
         ASSERT_TRUE(test::eventually([&, before = s32Looks.load()] { return s32Looks != before; }));
-        // Somewhere in the next look.
-        std::this_thread::sleep_for(std::chrono::milliseconds(5 * i));
         EXPECT_EQ(release(u64Address), HW_OK);
         EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_OK);
         EXPECT_EQ(HW_OSD_SurfaceDestroy(hSurface), HW_OK);
