@@ -166,14 +166,6 @@ TEST_F(Bitmap, RefusesPiecesOutsideOfThePictureOrTheCanvas) {
     EXPECT_THAT(strLog, HasSubstr("[Pattern] bitmap is out of panel bound.\n\n"));
 }
 
-TEST_F(Bitmap, APieceMayGoAllTheWayRound) {
-    // In 32 bits a width of this kind fits, and a row of such a picture is two bytes long.
-    std::string strFile = test::bmp24(1, 1, 4);
-    test::putNumber(strFile, 18, 0xAAAAAAAB);
-    ASSERT_TRUE(load(strFile, 0x55555575, 0, 0, 0, 0xAAAAAAAB, 1)) << strLog;
-    EXPECT_THAT(pixels(), Each(0xFF000000));
-}
-
 TEST_F(Bitmap, NeedsAFile) {
     const DisptstCanvas nowhere = {nullptr, 0, 32, 32, 16};
     EXPECT_FALSE(_load_bitmap_to_buffer(nowhere, nullptr, 0, 0, 0, 0, 1, 1));

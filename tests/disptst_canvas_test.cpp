@@ -43,11 +43,6 @@ class Canvas : public test::LibraryTest {
 protected:
     Canvas() : LibraryTest(a_vextvfapi_disptst_init) {}
 
-    void SetUp() override {
-        LibraryTest::SetUp();
-        _surfaces = vset::osd::surfaces().size();
-    }
-
     // The module keeps its layer's handle until a canvas is taken away.
     void TearDown() override {
         vset::clearFaults();
@@ -57,15 +52,15 @@ protected:
         LibraryTest::TearDown();
     }
 
-    // The surface that the library has made; empty without one.
-    std::optional<vset::osd::Surface> surface() const {
+    // The surface that the library has made after the player's; empty without one.
+    static std::optional<vset::osd::Surface> surface() {
         const std::vector<vset::osd::Surface> all = vset::osd::surfaces();
-        return all.size() > _surfaces ? std::optional(all.back()) : std::nullopt;
+        return all.size() > 1 ? std::optional(all.back()) : std::nullopt;
     }
-    vset::Picture canvas() const { return vset::osd::surfacePicture(surface().value().u32Handle); }
+    static vset::Picture canvas() { return vset::osd::surfacePicture(surface().value().u32Handle); }
 
     // What is held of the set's memory: 0 of the IOMMU, else a region.
-    std::vector<std::uint32_t> memory() const {
+    static std::vector<std::uint32_t> memory() {
         std::vector<std::uint32_t> ids;
         for (const vset::sys::MemoryArea& area : vset::sys::memoryMap()) {
             if (area.bAddressable && area.u32MmapId != E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF) {
@@ -78,15 +73,12 @@ protected:
     // The physical address of the canvas's memory.
     static HW_U64 iommuAddress() { return vset::sys::memoryMap().back().u64Start; }
 
-    void expectNothingLeft() const {
+    static void expectNothingLeft() {
         EXPECT_FALSE(surface().has_value());
         EXPECT_THAT(memory(), IsEmpty());
         EXPECT_TRUE(vset::osd::layer(0) && vset::osd::layer(0)->bPlayer);
         EXPECT_FALSE(vset::osd::layer(2).has_value());
     }
-
-private:
-    std::size_t _surfaces = 0;
 };
 
 TEST_F(Canvas, IsSeenOnThePanel) {
@@ -215,13 +207,19 @@ TEST_F(Canvas, FallsBackToTheFixedRegion) {
     ASSERT_EQ(a_vextvfapi_disptst_init(), 0);
 }
 
-TEST_F(Canvas, GivesMemoryBackThatCannotBeMapped) {
-    vset::inject({"HW_OS_Pa2NonCachedVa", 8});
-    ASSERT_EQ(on(64, 32), 0);
-    EXPECT_THAT(memory(), ElementsAre(kRegion));
-    ASSERT_EQ(off(), 0);
+TEST_F(Canvas, GivesMemoryBackThatItCannotUse) {
+    for (const vset::Fault& stFault : {vset::Fault{"HW_OS_Pa2NonCachedVa", 8}, {"HW_OS_AllocateIommuMemory", HW_OK}}) {
+        vset::inject(stFault);
+        ASSERT_EQ(on(64, 32), 0);
+        EXPECT_THAT(memory(), ElementsAre(kRegion)) << "instead of an address that was not given";
+        ASSERT_EQ(off(), 0);
+    }
     vset::inject({"HW_OS_Pa2NonCachedVa", 8, 1, 2});
     EXPECT_EQ(on(64, 32), -1);
+    expectNothingLeft();
+    vset::inject({"HW_OS_Pa2NonCachedVa", HW_OK});
+    EXPECT_EQ(on(64, 32), -1);
+    EXPECT_EQ(off(), 0);
     expectNothingLeft();
 }
 
