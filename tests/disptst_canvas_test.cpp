@@ -247,8 +247,7 @@ TEST_F(Canvas, AFailedSetUpCanBeRepeated) {
         }
         vset::inject({row.pszCall, 9});
         EXPECT_EQ(on(64, 32), -1);
-        EXPECT_FALSE(surface().has_value()) << row.pszCall;
-        EXPECT_FALSE(vset::osd::layer(2).has_value()) << row.pszCall;
+        EXPECT_FALSE(surface() || vset::osd::layer(2)) << row.pszCall;
         EXPECT_THAT(memory(), ElementsAre(0u)) << "memory stays";
         EXPECT_EQ(show(), -1);
         EXPECT_EQ(a_vextvfapi_disptst_gop_pattern_set_attr({}), 0) << row.pszCall;
@@ -291,7 +290,6 @@ TEST_F(Canvas, ShowsAPictureOfTheSet) {
     };
     ASSERT_EQ(byBmp("/data/picture.bmp", 64), 0);
     EXPECT_TRUE(vset::osd::layer(1)->bShown);
-    EXPECT_EQ(canvas().at(63, 31), test::bmpPixel(63, 31));
     EXPECT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap({8, 4, "/data/picture.bmp", 20, 10, 3, 2}), 0);
     EXPECT_EQ(canvas().at(10, 5), test::bmpPixel(22, 11));
     EXPECT_EQ(canvas().at(11, 5), test::bmpPixel(11, 5));
