@@ -52,11 +52,9 @@ protected:
         const vset::Picture seen = vset::panel::look();
         ASSERT_EQ(seen.pixels.size(), expected.pixels.size());
         const auto differ = std::mismatch(seen.pixels.begin(), seen.pixels.end(), expected.pixels.begin());
-        if (differ.first != seen.pixels.end()) {
-            const auto place = static_cast<std::size_t>(differ.first - seen.pixels.begin());
-            ADD_FAILURE() << pszName << ": " << std::hex << *differ.first << " in place of " << *differ.second
-                          << std::dec << " at " << place % kWidth << ", " << place / kWidth;
-        }
+        const auto place = static_cast<std::size_t>(differ.first - seen.pixels.begin());
+        EXPECT_EQ(differ.first, seen.pixels.end()) << pszName << ": " << std::hex << *differ.first << " at " << std::dec
+                                                   << place % kWidth << ", " << place / kWidth;
     }
 };
 
