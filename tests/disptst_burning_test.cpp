@@ -232,6 +232,7 @@ TEST_F(Burning, WaitsTenSecondsMoreThanAColorIsShown) {
 TEST_F(Burning, NeedsMemoryBeforeATable) {
     _VexFApiDisptstBurnModeParam stParam = {colors, 1, 1}, stNoTable = {nullptr, 1, 1};
     for (const bool bOn : {true, false}) {
+        EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode_adv(bOn, nullptr), -2);
         EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode_adv(bOn, &stNoTable), -2);
         vset::inject({vset::kAllocation, 0, 1});
         EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode_adv(bOn, &stNoTable), -4);

@@ -98,7 +98,8 @@ TEST_F(VsetPanel, BlendsByAlphaAndReadsRowsAnywhere) {
     std::memcpy(&bytes[1 + 23], &pixels[5], 20);
     const HW_Handle_t hOdd = create({5, 2, 23, 8, 0, 1, reinterpret_cast<HW_U64>(bytes.data() + 1), 0});
     EXPECT_EQ(vset::osd::surfacePicture(hOdd).pixels, pixels);
-    createWindow(createLayer({11, 5, 5, 2}, 5, 2), {0, 0, 5, 2}, 5, 2, hOdd);
+    const HW_Handle_t hLayer = createLayer({11, 5, 5, 2}, 5, 2);
+    createWindow(hLayer, {0, 0, 5, 2}, 5, 2, hOdd);
     expectSpots({{12, 5, 0xFF123456},
                  {13, 5, 0xFFB23232},
                  {14, 5, 0xFF656565},
@@ -106,6 +107,9 @@ TEST_F(VsetPanel, BlendsByAlphaAndReadsRowsAnywhere) {
                  {12, 6, 0xFF963264},
                  {13, 6, 0xFF123456}},
                 "blended");
+    EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_OK);
+    createWindow(createLayer({11, 5, 2, 1}, 2, 1), {0, 0, 2, 1}, 4, 1, hOdd);
+    expectSpots({{12, 5, 0xFFB23232}}, "every second pixel");
 }
 
 constexpr HW_U32 A = 0xFF000001, B = 0xFF000002, C = 0xFF000003, D = 0xFF000004;
