@@ -48,18 +48,14 @@ TEST_F(Cli, CallPrintsStatusAndOutputs) {
 TEST_F(Cli, ACopyIsGoodWhenTheDestinationHoldsIt) {
     fapi({"set", "put", "/data/f", "one"});
     fapi({"set", "put", "/data/other", "two"});
-    const struct {
-        std::vector<std::string> words;
-        int s32Exit;
-    } rows[] = {
-        {{"/data/f", "/data/g"}, 0},           {{"/data/none", "/data/h"}, 1}, {{"/data/f", "/data/f/g"}, 1},
-        {{"/data/f", "/data/other", "on"}, 1}, {{"/data/f", "/data/f"}, 1},
-    };
-    for (const auto& row : rows) {
-        std::vector<std::string> words = {"call", "sys_copy_file"};
-        words.insert(words.end(), row.words.begin(), row.words.end());
-        const test::ProcessResult result = fapi(words);
-        EXPECT_EQ(result.s32Exit, row.s32Exit) << testing::PrintToString(words);
+    const std::pair<std::string, int> rows[] = {{"/data/f /data/g", 0},
+                                                {"/data/none /data/h", 1},
+                                                {"/data/f /data/f/g", 1},
+                                                {"/data/f /data/other on", 1},
+                                                {"/data/f /data/f", 1}};
+    for (const auto& [strWords, s32Exit] : rows) {
+        const test::ProcessResult result = fapi(tool::splitWords("call sys_copy_file " + strWords));
+        EXPECT_EQ(result.s32Exit, s32Exit) << strWords;
         EXPECT_THAT(result.strOutput, StartsWith("sys_copy_file: -1 ")) << "whatever becomes of it";
     }
 }
@@ -133,20 +129,11 @@ TEST_F(Cli, TheSetIsBroughtUpUnlessToldOtherwise) {
 }
 
 TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
-    const struct {
-        std::vector<std::string> words;
-        const char* error;
-    } rows[] = {
+    const std::pair<std::vector<std::string>, const char*> rows[] = {
         {{"call", "sys_chek_file", "/x"}, "did you mean sys_check_file?"},
-        {{"call", "sys_check_file"}, "PATH is missing"},
-        {{"call", "sys_check_file", "/a", "/b"}, "\"/b\" is one argument too many"},
-        {{"call", "common_hw_err_msg", "-1"}, "CODE is \"-1\", expected a number from 0 to 4294967295"},
         {{"call", "set", "put"}, "fapi set"},
         {{"help", "banana"}, "no such operation: banana"},
         {{"set", "fault", "HW_FS_Sync", "-1"}, "acts on a running session only"},
-        {{"set", "type", "0", "A"}, "acts on a running session only"},
-        {{"call", "prphrl_start_factory_uart", "fast", "0"}, "one of 19200 (0), 38400 (1), "},
-        {{"call", "prphrl_std_factory_uart_custom_config", "line", ";;"}, "END is \";;\", expected bytes"},
         {{"set", "put", "/mnt/usb/x"}, "CONTENT is missing"},
         {{"watch", "--event", "x"}, "--event: is \"x\", expected a number from 0 to 4294967295"},
         {{"watch", "--idle", "-1"}, "--idle: is \"-1\", expected seconds"},
@@ -159,14 +146,11 @@ TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
         {{"list", "a", "b", "c"}, "not expected: \"b\" \"c\"; see fapi list --help"},
         {{"call", "sys_check_file", "/a", "--", "-b", "c"}, "\"-b\" and \"c\" are 2 arguments too many"},
         {{"help", "set", "drve"}, "did you mean drive?"},
-        {{"set", "drive", "1", "0"}, "acts on a running session only"},
+        {{"completion", "fish"}, "expected bash or zsh"},
         {{}, "subcommand"},
     };
-    for (const auto& row : rows) {
-        const test::ProcessResult result = fapi(row.words);
-        EXPECT_EQ(result.s32Exit, 2) << row.error;
-        EXPECT_THAT(result.strError, HasSubstr(row.error));
-        EXPECT_THAT(result.strOutput, IsEmpty());
+    for (const auto& [words, pszError] : rows) {
+        EXPECT_THAT(expectImpossible({words, 2, pszError}).strOutput, IsEmpty());
     }
     EXPECT_FALSE(std::filesystem::exists(set())) << "no set has been made on the way";
 }
@@ -185,10 +169,7 @@ TEST_F(Cli, ListAndHelpComeFromTheTable) {
     const test::ProcessResult list = fapi({"list", "env_var"});
     EXPECT_THAT(list.strOutput, StartsWith("sys:\n  _sys_get_env_var KEY [SIZE] [TYPE]\n"));
     EXPECT_THAT(list.strOutput, Not(HasSubstr("check_file")));
-    const test::ProcessResult help = fapi({"help", "sys_copy_file"});
-    EXPECT_THAT(help.strOutput, HasSubstr("sys_copy_file SOURCE DESTINATION [KEEP]\n"));
-    EXPECT_THAT(help.strOutput, HasSubstr("overwrites the destination"));
-    EXPECT_THAT(fapi({"help", "prphrl_control_gpio"}).strOutput, Not(HasSubstr("4294967295"))) << "one range";
+    EXPECT_THAT(fapi({"help", "sys_copy_file"}).strOutput, HasSubstr("sys_copy_file SOURCE DESTINATION [KEEP]\n"));
     for (const std::vector<std::string>& words :
          {std::vector<std::string>{"help", "set", "drive"}, {"help", "drive"}, {"--json", "help", "set", "drive"}}) {
         EXPECT_THAT(fapi(words).strOutput, HasSubstr("set drive PAD LEVEL"));
@@ -197,10 +178,6 @@ TEST_F(Cli, ListAndHelpComeFromTheTable) {
     EXPECT_THAT(fapi({"help", "plan"}).strOutput, HasSubstr("\nstep \"Bring the set up\"\n"));
     const std::string strFaults = fapi({"help", "faults"}).strOutput;
     EXPECT_THAT(strFaults, testing::AllOf(StartsWith("## "), HasSubstr("always in"), Not(HasSubstr("teardown"))));
-    EXPECT_THAT(fapi({"help", "set", "create"}).strOutput, StartsWith("Make a new set\n"));
-    const std::string strAll = fapi({"list", "--json"}).strOutput;
-    EXPECT_GT(std::count(strAll.begin(), strAll.end(), '\n'), 50);
-    EXPECT_EQ(fapi({"--version"}).s32Exit, 0);
     EXPECT_THAT(fapi({"--help"}).strOutput, HasSubstr("Exit codes"));
 }
 
@@ -340,10 +317,7 @@ TEST_F(Cli, WhatDestroysDataAsksOnATerminal) {
 
 TEST_F(Cli, WhatDestroysDataIsRefusedWhereNobodyCanBeAsked) {
     fapi({"set", "put", "/data/f", "x"});
-    const struct {
-        std::vector<std::string> words;
-        const char* pszInput;
-    } rows[] = {
+    const std::pair<std::vector<std::string>, const char*> rows[] = {
         {{"call", "sys_remove_file", "/data/f"}, "y\n"},
         {{"set", "reset"}, "y\n"},
         {{"partition", "write", "misc", writeFile("misc.bin", "x")}, ""},
@@ -351,23 +325,20 @@ TEST_F(Cli, WhatDestroysDataIsRefusedWhereNobodyCanBeAsked) {
         {{"watch", "--idle", "0.1", "--do", "sys_remove_file /data/f"}, ""},
         {{"screen", folder() + "/a.png", "--do", "sys_remove_file /data/f"}, ""},
     };
-    for (const auto& row : rows) {
+    for (const auto& [asked, pszInput] : rows) {
         std::vector<std::string> words = {FAPI_BINARY, "--set", set()};
-        words.insert(words.end(), row.words.begin(), row.words.end());
-        const test::ProcessResult result = test::runProcess(words, row.pszInput);
-        EXPECT_EQ(result.s32Exit, 4) << row.words[0];
-        EXPECT_THAT(result.strError, HasSubstr("-y")) << row.words[0];
-        EXPECT_EQ(fapi({"set", "get", "/data/f"}).s32Exit, 0) << row.words[0];
+        words.insert(words.end(), asked.begin(), asked.end());
+        const test::ProcessResult result = test::runProcess(words, pszInput);
+        EXPECT_EQ(result.s32Exit, 4) << asked[0];
+        EXPECT_THAT(result.strError, HasSubstr("-y")) << asked[0];
+        EXPECT_EQ(fapi({"set", "get", "/data/f"}).s32Exit, 0) << asked[0];
     }
     EXPECT_EQ(fapi({"shell"}, "sys_remove_file /data/f\n").s32Exit, 0) << "with --yes";
 }
 
 // The fixed channel counts from the shell's first reading, a power cycle forgets it.
 TEST_F(Cli, WarnsOfWhatIsNotAsItLooks) {
-    const struct {
-        const char* pszLines;
-        const char* pszWarnings;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"net_set_mac nonsense\n",
          "fapi: warning: net_set_mac: \"nonsense\" is no MAC address: the set keeps its own, and the status is 0 all "
          "the "
@@ -379,8 +350,8 @@ TEST_F(Cli, WarnsOfWhatIsNotAsItLooks) {
          "read\n"},
         {"prphrl_get_sar_adc 3\nset power-cycle\nprphrl_get_sar_adc 4\n", "power cycle\n"},
     };
-    for (const auto& row : rows) {
-        EXPECT_THAT(fapi({"shell"}, row.pszLines).strError, testing::MatchesRegex(row.pszWarnings));
+    for (const auto& [pszLines, pszWarnings] : rows) {
+        EXPECT_THAT(fapi({"shell"}, pszLines).strError, testing::MatchesRegex(pszWarnings));
     }
     EXPECT_THAT(fapi({"call", "net_set_mac", "02:00"}).strError, HasSubstr("warning: net_set_mac"));
 }
@@ -398,37 +369,20 @@ TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
     EXPECT_EQ(result.s32Exit, 0) << result.strOutput;
 }
 
-TEST_F(Cli, ASetInUseIsRefused) {
-    std::thread user([this] { fapi({"watch", "--idle", "3"}); });
-    test::ProcessResult result;
-    test::eventually([&] { return !readFile(set() + "/lock").empty(); });
-    result = fapi({"call", "sys_init"});
-    EXPECT_EQ(result.s32Exit, 3);
-    EXPECT_THAT(result.strError, StartsWith("fapi: " + set() + ": in use by process "));
-    user.join();
-}
-
 // Another process has the set meanwhile.
 TEST_F(Cli, PortsAreShownWithoutTakingTheSet) {
-    test::ProcessResult result = fapi({"set", "ports"});
-    EXPECT_EQ(result.s32Exit, 3);
-    EXPECT_THAT(result.strError, StartsWith("fapi: " + set() + ": is switched off"));
+    expectImpossible({{"set", "ports"}, 3, "fapi: " + set() + ": is switched off"});
     EXPECT_FALSE(std::filesystem::exists(set())) << "no set has been made on the way";
-
-    std::thread user([this] { fapi({"watch", "--idle", "3"}); });
-    test::eventually([&] {
-        result = fapi({"set", "ports"});
-        return result.s32Exit == 0;
-    });
-    EXPECT_EQ(result.s32Exit, 0) << result.strError;
-    EXPECT_THAT(result.strOutput, StartsWith("0 " + set() + "/ports/uart0 -> /dev/pts/"));
+    vset::attach(set());
+    EXPECT_THAT(fapi({"set", "ports"}).strOutput, StartsWith("0 " + set() + "/ports/uart0 -> /dev/pts/"));
     const nlohmann::json json = fapiJson({"set", "ports"});
     EXPECT_EQ(json["folder"], set());
     ASSERT_EQ(json["ports"].size(), 5u);
     EXPECT_EQ(json["ports"][4]["number"], 4);
     EXPECT_EQ(json["ports"][4]["path"], set() + "/ports/uart4");
     EXPECT_TRUE(std::filesystem::is_character_file(json["ports"][4]["terminal"].get<std::string>()));
-    user.join();
+    expectImpossible({{"call", "sys_init"}, 3, "fapi: " + set() + ": in use by process "});
+    vset::detach();
     EXPECT_EQ(fapi({"set", "ports"}).s32Exit, 3) << "switched off again";
 }
 
@@ -493,17 +447,7 @@ TEST_F(Cli, WatchShowsBytesAsHexAndAsText) {
         {"0 '' hex:41001b7fff0d0a", " bytes 41 00 1b 7f ff 0d 0a \"A\\x00\\x1b\\x7f\\xff\\x0d\\n\"", "41001b7fff0d0a",
          "A\\x00\\x1b\\x7f\\xff\\x0d\\n"},
         {"0 'a\"b\\' 'a\"b\\'", " text \"a\\\"b\\\\\" bytes 61 22 62 5c \"a\\\"b\\\\\"", "6122625c", "a\\\"b\\\\"},
-        {"0 repeat:65:x repeat:64:y",
-         " text \"" + std::string(64, 'x') + "\"... (65 characters) bytes 79" +
-             [] {
-                 std::string strMore;
-                 for (int i = 1; i < 64; ++i) {
-                     strMore += " 79";
-                 }
-                 return strMore;
-             }() +
-             " \"" + std::string(64, 'y') + "\"",
-         nullptr, nullptr},
+        {"0 repeat:65:x", " text \"" + std::string(64, 'x') + "\"... (65 characters)", nullptr, nullptr},
         {"0 '' repeat:70000:z", std::string(64, 'z') + "\"... (70000 bytes)", nullptr, nullptr},
     };
     for (const auto& row : rows) {

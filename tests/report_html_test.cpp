@@ -19,8 +19,8 @@ using testing::Not;
 class ReportHtml : public test::PlanTest {
 protected:
     // Runs the plan and reads the page as XML, which is stricter than any browser.
-    void runPlan(const std::string& strText) {
-        verdicts(strText);
+    void readPage(const std::string& strText) {
+        runPlan(strText);
         _strPage = readFile(reportFile(".html"));
         const pugi::xml_parse_result parsed =
             _document.load_string(_strPage.c_str(), pugi::parse_default | pugi::parse_doctype | pugi::parse_ws_pcdata);
@@ -78,7 +78,7 @@ std::string decoded(const std::string& strBase64) {
 }
 
 TEST_F(ReportHtml, TellsVerdictStepsAndWhatFailed) {
-    runPlan(
+    readPage(
         "on-failure continue\n"
         "step fine\nsys_init\n"
         "step 'not there'\nsys_check_file /data/none\n"
@@ -102,7 +102,7 @@ TEST_F(ReportHtml, TellsVerdictStepsAndWhatFailed) {
 }
 
 TEST_F(ReportHtml, MeasurementsStandAgainstTheirLimits) {
-    runPlan(
+    readPage(
         "on-failure continue\n"
         "step a\nsys_init\nset put /data/a text:AB\nsys_get_file_checksum /data/a\n"
         "expect checksum in 100..200 margin 5\nexpect checksum in 130..200 margin 5\nexpect checksum in 131..131\n"
@@ -129,7 +129,7 @@ TEST_F(ReportHtml, MeasurementsStandAgainstTheirLimits) {
 }
 
 TEST_F(ReportHtml, HostileTextsStayTexts) {
-    runPlan(
+    readPage(
         "step \"<b>\\\"bold\\\" & 'x'</b>\\x1b[31m\\xff\"\nsys_init\n"
         "set put /data/x 'text:<script>alert(1)</script>'\nset get /data/x\n"
         "expect content is-not 'text:</pre><img src=x onerror=alert(1)>'\n"
@@ -144,7 +144,7 @@ TEST_F(ReportHtml, HostileTextsStayTexts) {
 }
 
 TEST_F(ReportHtml, PicturesAndDataAreOnThePage) {
-    runPlan(
+    readPage(
         "step a\nsys_init\ndisp_init\npicture one\ndisp_set_gamma_curve power:2.2 linear power:0.5\n"
         "data curves gamma 0\ndata numbers values before=-10 after=30\n"
         "sys_nty_event 7 5 'A long text repeats and repeats itself' repeat:300:x\nexpect event 7 within 1s\n");
@@ -167,7 +167,7 @@ TEST_F(ReportHtml, PicturesAndDataAreOnThePage) {
 }
 
 TEST_F(ReportHtml, TheLogOfAFailedAttemptIsKept) {
-    runPlan(
+    readPage(
         "on-failure continue\n"
         "step good\nsys_init\nset put /data/there x\nsys_check_file /data/there\n"
         "step bad\nsys_check_file /data/none\n"
@@ -192,7 +192,7 @@ TEST_F(ReportHtml, ThePageOfVeryManyStepsIsBounded) {
     for (int i = 0; i < 2000; ++i) {
         strPlan += "step 'Number " + std::to_string(i) + " of very many steps'\nset adc 3\nexpect value in 0..255\n";
     }
-    runPlan("on-failure continue\n" + strPlan + "step last\nsys_check_file /data/none\ndata kept values a=1\n");
+    readPage("on-failure continue\n" + strPlan + "step last\nsys_check_file /data/none\ndata kept values a=1\n");
     EXPECT_EQ(count("//table[1]/tbody/tr"), 2001u) << "each step is listed";
     EXPECT_THAT(text("//main/section[last()]//h3"), HasSubstr("last"));
     EXPECT_EQ(count("//header//a[@href='#step-2001']"), 2u);
@@ -206,7 +206,7 @@ TEST_F(ReportHtml, ThePlansOwnLogStaysItsOwn) {
         "step a\nset log on\nsys_init\nsys_check_file /data/none\nexpect status failed\n"
         "set log off\nsys_check_file /data/still\nexpect status failed\n"
         "sys_init\nsys_check_file /data/silent\n";
-    runPlan(strPlan);
+    readPage(strPlan);
     EXPECT_THAT(_result.strError,
                 AllOf(HasSubstr("/data/none"), HasSubstr("/data/still"), Not(HasSubstr("/data/silent"))));
     EXPECT_THAT(text("//pre[@class='log']"), AllOf(HasSubstr("/data/none"), HasSubstr("/data/silent")));
@@ -220,7 +220,7 @@ TEST_F(ReportHtml, ALongLogIsCutToItsEnd) {
     for (int i = 0; i < 450; ++i) {
         strPlan += "sys_check_file /data/none" + std::to_string(i) + "\nexpect status failed\n";
     }
-    runPlan(strPlan + "sys_check_file /data/end\n");
+    readPage(strPlan + "sys_check_file /data/end\n");
     const std::string strLog = report()["steps"][0]["attempts"][0]["log"];
     EXPECT_EQ(std::count(strLog.begin(), strLog.end(), '\n'), 401);
     EXPECT_THAT(strLog, AllOf(testing::StartsWith("... what came before is not kept\n"), HasSubstr("none449"),
