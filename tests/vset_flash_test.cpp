@@ -58,20 +58,11 @@ protected:
         ASSERT_EQ(HW_FLASH_Init(&stInit), HW_OK);
     }
 
-    static HW_Result_t open(HW_U32 u32Type, HW_Handle_t* phFlash) {
-        HW_FLASH_OpenParams_t stOpen = {};
-        stOpen.u32FlashType = u32Type;
-        return HW_FLASH_Open(&stOpen, phFlash);
-    }
     static HW_Handle_t opened(HW_U32 u32Type = E_HW_FLASH_TYPE_EMMC) {
+        const HW_FLASH_OpenParams_t stOpen = {u32Type, {}};
         HW_Handle_t hFlash = 0;
-        EXPECT_EQ(open(u32Type, &hFlash), HW_OK);
+        EXPECT_EQ(HW_FLASH_Open(&stOpen, &hFlash), HW_OK);
         return hFlash;
-    }
-    static HW_Result_t find(HW_U32 u32Type, HW_Handle_t* phFlash) {
-        HW_FLASH_HandleParams_t stParams = {};
-        stParams.u32FlashType = u32Type;
-        return HW_FLASH_GetHandle(&stParams, phFlash);
     }
 
     static HW_Result_t setVar(HW_Handle_t hFlash, Image& image, const std::string& strKey, std::string strValue) {
@@ -111,27 +102,7 @@ protected:
     }
 };
 
-TEST_F(VsetFlash, RefusesBeforeItsInit) {
-    vset::powerCycle();
-    const HW_FLASH_InitParams_t stInit = {};
-    const HW_FLASH_InitParams_t stReserved = {1};
-    HW_Handle_t hFlash = kUntouched;
-    expectRefusals({
-        {"init before the system's", HW_ERR_NOT_INITED, [&] { return HW_FLASH_Init(&stInit); }},
-        {"open", HW_ERR_NOT_INITED, [&] { return open(2, &hFlash); }},
-        {"find", HW_ERR_NOT_INITED, [&] { return find(2, &hFlash); }},
-        {"system", HW_OK, [&] { return HW_SYS_Init(nullptr); }},
-        {"open before the family's init", HW_ERR_NOT_INITED, [&] { return open(2, &hFlash); }},
-        {"init with rubbish", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Init(&stReserved); }},
-        {"init", HW_OK, [&] { return HW_FLASH_Init(&stInit); }},
-        {"init again", HW_HAS_INITED, [&] { return HW_FLASH_Init(&stInit); }},
-        {"find what nobody opened", HW_ERR_FAILED, [&] { return find(2, &hFlash); }},
-    });
-    EXPECT_EQ(hFlash, kUntouched);
-}
-
-TEST_F(VsetFlash, OneHandlePerFlashTypeSharedWithThePlayer) {
-    const HW_Handle_t hEmmc = opened(E_HW_FLASH_TYPE_EMMC);
+TEST_F(VsetFlash, IsNotOpenedByName) {
     HW_Handle_t hFlash = kUntouched;
     HW_FLASH_OpenParams_t stNamed = {};
     HW_FLASH_HandleParams_t stAlsoNamed = {};
@@ -139,24 +110,8 @@ TEST_F(VsetFlash, OneHandlePerFlashTypeSharedWithThePlayer) {
     expectRefusals({
         {"open by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Open(&stNamed, &hFlash); }},
         {"find by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_GetHandle(&stAlsoNamed, &hFlash); }},
-        {"open twice", HW_ERR_BUSY, [&] { return open(2, &hFlash); }},
-        {"no such type", HW_ERR_INVALID_PARAMETER, [&] { return open(3, &hFlash); }},
-        {"no such type", HW_ERR_INVALID_PARAMETER, [&] { return find(0xFFFFFFFF, &hFlash); }},
-        {"another type", HW_ERR_FAILED, [&] { return find(0, &hFlash); }},
     });
     EXPECT_EQ(hFlash, kUntouched);
-    EXPECT_EQ(find(E_HW_FLASH_TYPE_EMMC, &hFlash), HW_OK);
-    EXPECT_EQ(hFlash, hEmmc);
-    EXPECT_THROW(vset::flash::hold(E_HW_FLASH_TYPE_EMMC), vset::SetError);
-    EXPECT_THROW(vset::flash::release(E_HW_FLASH_TYPE_EMMC), vset::SetError) << "the library's is not the player's";
-    EXPECT_EQ(HW_FLASH_Close(hEmmc), HW_OK);
-    EXPECT_EQ(HW_FLASH_Close(hEmmc), HW_ERR_INVALID_HANDLE);
-
-    vset::flash::hold(E_HW_FLASH_TYPE_NAND);
-    EXPECT_EQ(find(E_HW_FLASH_TYPE_NAND, &hFlash), HW_OK);
-    EXPECT_TRUE(MiddlewareTest::opened().at(0).bPlayer);
-    vset::flash::release(E_HW_FLASH_TYPE_NAND);
-    EXPECT_EQ(find(E_HW_FLASH_TYPE_NAND, &hFlash), HW_ERR_FAILED);
     EXPECT_THROW(vset::flash::hold(3), vset::SetError);
 }
 

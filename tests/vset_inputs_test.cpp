@@ -110,6 +110,18 @@ TEST_F(VsetInputs, DeInitClosesWhatTheLibraryOpened) {
     EXPECT_FALSE(extin::input(kVga, 0).bOpen);
 }
 
+TEST_F(VsetInputs, AreCounted) {
+    HW_EXTIN_Caps_t stCaps = {};
+    EXPECT_EQ(HW_EXTIN_GetCaps(nullptr), HW_ERR_INVALID_PARAMETER);
+    extin::setInputCount(kVga, 9);
+    EXPECT_EQ(HW_EXTIN_GetCaps(&stCaps), HW_OK);
+    const HW_EXTIN_Caps_t stWanted = {4, 1, 9, 2, 0, 1, 1, 0};
+    EXPECT_EQ(std::memcmp(&stCaps, &stWanted, sizeof(stCaps)), 0);
+    EXPECT_THROW(extin::setInputCount(E_HW_EXTIN_TYPE_NUM, 1), vset::SetError);
+    vset::powerCycle();
+    EXPECT_EQ(extin::inputCount(kVga), 1);
+}
+
 TEST_F(VsetInputs, TellOfTheirSource) {
     extin::Source first, second;
     first.stTiming = {720, 576, 1, 50000};
