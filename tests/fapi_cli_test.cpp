@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The bench tool's command line: outputs, messages, exit codes.
-#include <atomic>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -97,24 +95,16 @@ TEST_F(Cli, TheJournalTellsEverythingOfACall) {
     vset::attach(folder() + "/here");
     vset::clearJournal();
     HW_OS_DelayTask(0);
-    std::atomic<bool> bEnough{false};
-    std::thread sleeper([&] {
-        while (!bEnough) {
-            HW_OS_DelayTask(2);
-        }
-    });
-    const auto isWithinAnother = [](const vset::JournalEntry& stEntry) {
-        return stEntry.u64Begun + 1 < stEntry.u64Number && stEntry.thread != std::this_thread::get_id();
-    };
-    for (std::vector<vset::JournalEntry> entries; !bEnough; entries = vset::journal()) {
-        HW_OS_DelayTask(0);
-        bEnough = std::any_of(entries.begin(), entries.end(), isWithinAnother);
+    const testing::Matcher<std::string> within =
+        testing::ContainsRegex("t2 begin HW_OS_DelayTask\\(ms=2\\)\n[0-9]+ t1 HW_OS_DelayTask\\(ms=0\\) = 0\n");
+    {
+        const test::Repeating sleeper([] { HW_OS_DelayTask(2); });
+        EXPECT_TRUE(test::eventually([&] {
+            HW_OS_DelayTask(0);
+            const tool::Outcome outcome = tool::Command::parse({"set", "journal", "65536"}).run();
+            return testing::Matches(within)(std::get<std::string>(*outcome.find("calls")));
+        }));
     }
-    sleeper.join();
-    const tool::Outcome outcome = tool::Command::parse({"set", "journal", "65536"}).run();
-    EXPECT_THAT(
-        std::get<std::string>(*outcome.find("calls")),
-        testing::ContainsRegex("t2 begin HW_OS_DelayTask\\(ms=2\\)\n[0-9]+ t1 HW_OS_DelayTask\\(ms=0\\) = 0\n"));
     vset::detach();
 }
 

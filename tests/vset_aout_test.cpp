@@ -152,31 +152,6 @@ TEST_F(VsetAout, SoundIsTheChips) {
     EXPECT_TRUE(vset::aout::sound().bDtsBypass);
 }
 
-TEST_F(VsetAout, LevelsAreThePaths) {
-    start();
-    const HW_U16 au16Data[] = {10, 300, 65535};
-    const HW_AOUT_VolumeTable_t stTable = {au16Data, test::u8("speaker")};
-    EXPECT_EQ(HW_AOUT_SetVolume(_hMain, 0, 100), HW_OK);
-    EXPECT_EQ(HW_AOUT_SetDelay(_hFive, 5, 250), HW_OK);
-    EXPECT_EQ(HW_AOUT_SetAttr(_hMain, E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable), HW_OK);
-    vset::aout::setVolumeTableLength(3);
-    EXPECT_EQ(HW_AOUT_SetAttr(_hFive, E_HW_AOUT_ATTR_VOLUME_TABLE, &stTable), HW_OK);
-    write("/data/aq.bin", "q");
-    EXPECT_EQ(load(_hFive, "/data/aq.bin"), HW_OK);
-    HW_U8 u8Volume = 0;
-    HW_U32 u32Delay = 0;
-    EXPECT_EQ(HW_AOUT_GetVolume(_hMain, 0, &u8Volume), HW_OK);
-    EXPECT_EQ(HW_AOUT_GetDelay(_hFive, 5, &u32Delay), HW_OK);
-    EXPECT_EQ(u8Volume, 100);
-    EXPECT_EQ(u32Delay, 250u);
-    EXPECT_EQ(vset::aout::describeAll(),
-              "path 0: open, volume 100, volume table \"speaker\": 10\n"
-              "path 5: open, delay 250 ms, volume table \"speaker\": 10 300 65535\n"
-              "DTS bypass: off\nadvanced sound: none\naudio-quality parameters: /data/aq.bin\n");
-    vset::powerCycle();
-    EXPECT_EQ(vset::aout::describeAll(), "DTS bypass: off\nadvanced sound: none\n");
-}
-
 // Returns parameters with ones at some positions.
 std::string advanced(HW_U32 u32Type, const std::vector<std::size_t>& ones) {
     HW_AOUT_AdvSndParams_t stParams = {u32Type, {}};

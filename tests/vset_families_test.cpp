@@ -255,14 +255,6 @@ TEST_F(VsetConfig, HandlesAndTexts) {
     EXPECT_EQ(HW_SYS_OpenConfigFile(u8("/data/h.ini"), &hConfig), HW_ERR_NOT_INITED);
 }
 
-TEST_F(VsetConfig, ANewSetLeadsFromItsIndexToItsKeypad) {
-    const HW_Handle_t hIndex = opened(vset::sys::dataIndexPath());
-    const HW_Handle_t hBoard = opened(get(hIndex, "board:m_pBoardName"));
-    EXPECT_EQ(get(hBoard, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_LEVEL_NUM"), "5");
-    EXPECT_EQ(get(hBoard, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_THRESHOLD"), "{0x1F,0x4A,0x75,0xA0,0xCB}");
-    EXPECT_EQ(get(opened(get(hIndex, "ir:m_pIrConfig_File")), "IR:IR_FORMAT"), "1");
-}
-
 // --- Memory ----------------------------------------------------------------------------------------------------------
 
 class VsetMemory : public VsetSys {

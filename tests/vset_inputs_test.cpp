@@ -4,14 +4,12 @@
 #include <cstring>
 #include <functional>
 #include <numeric>
-#include <thread>
 
 #include <gmock/gmock.h>
 
 #include "dval/dvvdo.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_sys.h"
-#include "support/emulation.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/dval.h"
@@ -256,30 +254,6 @@ TEST_F(VsetInputs, AutomaticCalibrationGoesToWhatTheSourceNeeds) {
     EXPECT_EQ(extin::calibration(kVga, 0).stGainOffset.u32BlueOffset, 15u);
 }
 
-TEST_F(VsetInputs, AreCalibratedSideBySide) {
-    SKIP_UNDER_EMULATION();
-    constexpr HW_U32 kRounds = 20;
-    std::vector<std::thread> stations;
-    for (const HW_U32 u32Type : kAnalogue) {
-        extin::plug(u32Type, 0, {});
-        stations.emplace_back([u32Type, hExtin = open(u32Type)] {
-            for (HW_U32 i = 1; i <= kRounds; ++i) {
-                const HW_EXTIN_AdcPhase_t stPhase = {u32Type, i, i};
-                EXPECT_EQ(HW_EXTIN_SetAttr(hExtin, kPhase, &stPhase), HW_OK);
-                EXPECT_EQ(attribute(hExtin, kPhase)[1], i);
-                EXPECT_EQ(HW_EXTIN_AutoGainOffset(hExtin), HW_OK);
-            }
-        });
-    }
-    for (std::thread& station : stations) {
-        station.join();
-    }
-    for (const HW_U32 u32Type : kAnalogue) {
-        EXPECT_EQ(extin::automaticCalibrations(u32Type, 0), kRounds);
-        EXPECT_EQ(words(extin::calibration(u32Type, 0).stGainOffset), words(extin::Source().stNeeded));
-    }
-}
-
 TEST_F(VsetInputs, RefuseWhatTheyHaveNot) {
     const HW_Handle_t hVga = open(kVga), hDecoder = open(kDecoder), hHdmi = open(kHdmi), hCvbs = open(kCvbs);
     Words out;
@@ -434,7 +408,6 @@ TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
         {"system", HW_OK, [] { return HW_SYS_Init(nullptr); }},
         {"reset too early", HW_ERR_NOT_INITED, [] { return DVVDO_Reset(0); }},
         {"argument too early", HW_ERR_NOT_INITED, [] { return DVVDO_SetArg(0, 1, 7); }},
-        {"unknown argument too early", HW_ERR_NOT_INITED, [] { return DVVDO_SetArg(0, 4, 7); }},
         {"overscan too early", HW_ERR_NOT_INITED, [&] { return DVVDO_SetOverScan(0, &stOverScan); }},
         {"up", HW_OK, DVAL_Init},
         {"once more", HW_OK, DVAL_Init},
@@ -445,11 +418,9 @@ TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
         {"argument 22", HW_ERR_NOT_SUPPORT, [] { return DVVDO_SetArg(0, 22, 7); }},
         {"no overscan", HW_ERR_INVALID_PARAMETER, [] { return DVVDO_SetOverScan(0, nullptr); }},
     });
-    EXPECT_TRUE(vset::isInitialised("DVAL"));
-    vset::dval::Drivers drivers = vset::dval::drivers();
-    EXPECT_THAT(drivers.arguments, IsEmpty());
-    EXPECT_FALSE(drivers.overScan.has_value());
-    EXPECT_EQ(drivers.u64Resets, 0u);
+    EXPECT_THAT(vset::dval::drivers().arguments, IsEmpty());
+    EXPECT_FALSE(vset::dval::drivers().overScan.has_value());
+    EXPECT_EQ(vset::dval::drivers().u64Resets, 0u);
 
     for (const HW_U32 u32Arg : {0u, 1u, 2u, 3u, 5u, 21u}) {
         EXPECT_EQ(DVVDO_SetArg(0, u32Arg, 0), HW_OK);
@@ -459,7 +430,7 @@ TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
     EXPECT_EQ(vset::journal().back().strArguments, "window=0 top=-1 bottom=2 left=-3 right=4");
     EXPECT_EQ(DVVDO_Reset(0), HW_OK);
     EXPECT_EQ(DVVDO_Reset(0), HW_OK);
-    drivers = vset::dval::drivers();
+    const vset::dval::Drivers drivers = vset::dval::drivers();
     EXPECT_THAT(drivers.arguments, ElementsAre(Pair(0, 0xFFFFFF00), Pair(1, 0xFFFFFF01), Pair(2, 0xFFFFFF02),
                                                Pair(3, 0xFFFFFF03), Pair(5, 0xFFFFFF05), Pair(21, 0xFFFFFF15)));
     ASSERT_TRUE(drivers.overScan.has_value());
