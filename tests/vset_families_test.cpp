@@ -109,10 +109,7 @@ TEST_F(VsetConfig, ReadsAsItIsWritten) {
           "blanks = \"  x  \"\nhalf = \"x\n;off = 1\n #off = 2\nno value\nempty =\n[other]\nkey = 9\n"
           "colon:key = c\ntwice = 1\ntwice = 2\n[first]\nlate = l = m ; n\r\n[open\nlast = e");
     const HW_Handle_t hConfig = opened("/data/a.ini");
-    const struct {
-        const char* pszKey;
-        const char* pszValue;
-    } kRows[] = {
+    const std::pair<const char*, const char*> kRows[] = {
         {":global", "0"},          {"first:key", "value"},
         {"FIRST:key", "error 3"},  {"first:Key", "error 3"},
         {"first:Quoted", "a b"},   {"first:inner", "say \"hi\""},
@@ -125,8 +122,8 @@ TEST_F(VsetConfig, ReadsAsItIsWritten) {
         {"none:key", "error 3"},   {"first:", "error 3"},
         {"firstkey", "error 8"},   {"", "error 8"},
     };
-    for (const auto& stRow : kRows) {
-        EXPECT_EQ(get(hConfig, stRow.pszKey), stRow.pszValue) << stRow.pszKey;
+    for (const auto& [pszKey, pszValue] : kRows) {
+        EXPECT_EQ(get(hConfig, pszKey), pszValue) << pszKey;
     }
 }
 
@@ -179,15 +176,13 @@ TEST_F(VsetConfig, WhatWasSetIsReadBackExactly) {
         }
     }
     const std::string strBefore = read("/data/r.ini");
-    const struct {
-        const char* pszKey;
-        std::string strValue;
-    } kRefused[] = {{"a:k", "two\nlines"}, {"a:k", "x\r"},  {"a:k", std::string("x\0y", 3)},
-                    {"a:", "x"},           {"ak", "x"},     {"a:b=c", "x"},
-                    {"a:#c", "x"},         {"a:[c", "x"},   {"a: k", "x"},
-                    {"a]:k", "x"},         {"a\n[b:k", "x"}};
-    for (const auto& stRow : kRefused) {
-        EXPECT_EQ(set(hConfig, stRow.pszKey, stRow.strValue), HW_ERR_INVALID_PARAMETER) << stRow.pszKey;
+    const std::pair<const char*, std::string> kRefused[] = {
+        {"a:k", "two\nlines"}, {"a:k", "x\r"},  {"a:k", std::string("x\0y", 3)},
+        {"a:", "x"},           {"ak", "x"},     {"a:b=c", "x"},
+        {"a:#c", "x"},         {"a:[c", "x"},   {"a: k", "x"},
+        {"a]:k", "x"},         {"a\n[b:k", "x"}};
+    for (const auto& [pszKey, strValue] : kRefused) {
+        EXPECT_EQ(set(hConfig, pszKey, strValue), HW_ERR_INVALID_PARAMETER) << pszKey;
     }
     struct stat stBefore = {};
     struct stat stAfter = {};

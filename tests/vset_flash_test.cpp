@@ -214,10 +214,7 @@ TEST_F(VsetFlash, AnImageThatIsNoneIsADataError) {
     const std::string strGood = test::readFile(strFile);
     std::string strFlipped = strGood;
     strFlipped[40000] ^= 1;
-    const struct {
-        std::string strContent;
-        HW_Result_t result;
-    } kRows[] = {
+    const std::pair<std::string, HW_Result_t> kRows[] = {
         {strGood, HW_OK},
         {std::string(kImageSize, '\xFF'), HW_OK},
         {strFlipped, HW_ERR_DATA_ERROR},
@@ -226,13 +223,13 @@ TEST_F(VsetFlash, AnImageThatIsNoneIsADataError) {
         {strGood + "x", HW_ERR_DATA_ERROR},
         {"", HW_ERR_DATA_ERROR},
     };
-    for (const auto& stRow : kRows) {
-        test::writeFile(strFile, stRow.strContent);
+    for (const auto& [strContent, result] : kRows) {
+        test::writeFile(strFile, strContent);
         Image image(kImageSize, 0xA5);
         testing::internal::CaptureStderr();
-        EXPECT_EQ(HW_FLASH_LoadEnv(hFlash, image.data()), stRow.result);
+        EXPECT_EQ(HW_FLASH_LoadEnv(hFlash, image.data()), result);
         const std::string strSaid = testing::internal::GetCapturedStderr();
-        if (stRow.result == HW_OK) {
+        if (result == HW_OK) {
             EXPECT_EQ(strSaid, "");
             EXPECT_EQ(crc32Of(image, 4), storedCrc(image));
         } else {

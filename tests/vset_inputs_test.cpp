@@ -311,10 +311,7 @@ TEST_F(VsetInputs, ActionsOnMissingPartsAreRefused) {
     status.u32Status = 3;
     standard.u32TvSystem = 11;
     scan.stTiming.u8Interlaced = 2;
-    const struct {
-        const char* pszError;
-        std::function<void()> action;
-    } kActions[] = {
+    const std::pair<const char*, std::function<void()>> kActions[] = {
         {"input 1 of type 2: there are only 1", [] { extin::plug(kVga, 1, {}); }},
         {"input type 7: there are only 7", [] { extin::input(7, 0); }},
         {"signal status 3: there is none such", [&] { extin::plug(kVga, 0, status); }},
@@ -328,8 +325,8 @@ TEST_F(VsetInputs, ActionsOnMissingPartsAreRefused) {
         {"decoder parameter 17: they are numbered 1 to 16", [] { extin::setDecoderParameter(0, 17, 0); }},
         {"input 1 of type 6: there are only 1", [] { extin::decoderParameter(1, 1); }},
     };
-    for (const auto& stRow : kActions) {
-        EXPECT_EQ(errorOf(stRow.action), stRow.pszError);
+    for (const auto& [pszError, action] : kActions) {
+        EXPECT_EQ(errorOf(action), pszError);
     }
 }
 
@@ -340,9 +337,7 @@ TEST_F(VsetInputs, ADamagedCalibrationIsTheBoardsOwn) {
                strName + "\": " + strRest + "}}";
     };
     const std::string strGood = R"({"phase": [1, 2, 3], "gain": [1, 2, 3], "offset": [1, 2, 3]})";
-    const struct {
-        std::string strName, strValue;
-    } kRows[] = {
+    const std::pair<std::string, std::string> kRows[] = {
         {"vga0", "7"},
         {"vga0", R"({"phase": [1, 2, 3], "gain": [1, 2, 3]})"},
         {"vga0", R"({"phase": [1, 2, 3], "gain": [1, 2, 3], "offsets": [1, 2, 3]})"},
@@ -355,12 +350,12 @@ TEST_F(VsetInputs, ADamagedCalibrationIsTheBoardsOwn) {
         {"vga00", strGood},
         {"VGA0", strGood},
     };
-    for (const auto& stRow : kRows) {
-        SCOPED_TRACE(stRow.strName + " " + stRow.strValue);
+    for (const auto& [strName, strValue] : kRows) {
+        SCOPED_TRACE(strName + " " + strValue);
         vset::detach();
-        test::writeFile(strFile, json(stRow.strName, stRow.strValue));
+        test::writeFile(strFile, json(strName, strValue));
         EXPECT_THAT(vset::check(folder()),
-                    ElementsAre(HasSubstr("\"calibration." + stRow.strName + "\" is not an analogue input with")));
+                    ElementsAre(HasSubstr("\"calibration." + strName + "\" is not an analogue input with")));
         vset::attach(folder());
         EXPECT_EQ(words(extin::calibration(kVga, 0).stPhase), kNewPhase);
         EXPECT_EQ(words(extin::calibration(kYpbpr, 0).stPhase), (Words{1, 2, 3, kUntouched, kUntouched, kUntouched}));

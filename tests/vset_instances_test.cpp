@@ -7,6 +7,7 @@
 #include "hw3/hw_aout.h"
 #include "hw3/hw_audio.h"
 #include "hw3/hw_cec.h"
+#include "hw3/hw_dispout.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_flash.h"
 #include "hw3/hw_gpio.h"
@@ -23,6 +24,7 @@
 #include "support/set_fixture.h"
 #include "vset/aout.h"
 #include "vset/cec.h"
+#include "vset/dispout.h"
 #include "vset/extin.h"
 #include "vset/flash.h"
 #include "vset/gpio.h"
@@ -37,17 +39,18 @@ namespace {
 
 using test::kUntouched;
 
-// Calls an Init, with a record that has this word or without one.
-using Init = std::function<HW_Result_t(const HW_U32* pu32Reserved)>;
+// Calls an Init, with a record of such bytes or without one.
+using Init = std::function<HW_Result_t(const HW_U8* pu8Reserved)>;
 
 template <class Params>
 Init with(HW_Result_t (*pInit)(const Params*)) {
-    return [=](const HW_U32* pu32Reserved) {
-        const Params stParams = {pu32Reserved != nullptr ? *pu32Reserved : 0};
-        return pInit(pu32Reserved != nullptr ? &stParams : nullptr);
+    return [=](const HW_U8* pu8Reserved) {
+        Params stParams = {};
+        std::memset(&stParams, pu8Reserved != nullptr ? *pu8Reserved : 0, sizeof(stParams));
+        return pInit(pu8Reserved != nullptr ? &stParams : nullptr);
     };
 }
-constexpr HW_U32 kBlank = 0, kRubbish = 1;
+constexpr HW_U8 kBlank = 0, kRubbish = 1;
 
 class VsetFamilies : public test::MiddlewareTest {};
 
@@ -58,11 +61,12 @@ TEST_F(VsetFamilies, AreBroughtUpAfterTheSystem) {
         bool bDefaults;  // without a record
     } kRows[] = {
         {"HW_AOUT", with(HW_AOUT_Init), false},   {"HW_AUDIO", with(HW_AUDIO_Init), false},
-        {"HW_CEC", with(HW_CEC_Init), false},     {"HW_EXTIN", with(HW_EXTIN_Init), false},
-        {"HW_FLASH", with(HW_FLASH_Init), false}, {"HW_IIC", with(HW_IIC_Init), true},
-        {"HW_IR", with(HW_IR_Init), true},        {"HW_NET", with(HW_NET_Init), true},
-        {"HW_PM", with(HW_PM_Init), false},       {"HW_PWM", with(HW_PWM_Init), false},
-        {"HW_TUNER", with(HW_TUNER_Init), false}, {"HW_UART", with(HW_UART_Init), true},
+        {"HW_CEC", with(HW_CEC_Init), false},     {"HW_DISPOUT", with(HW_DISPOUT_Init), false},
+        {"HW_EXTIN", with(HW_EXTIN_Init), false}, {"HW_FLASH", with(HW_FLASH_Init), false},
+        {"HW_IIC", with(HW_IIC_Init), true},      {"HW_IR", with(HW_IR_Init), true},
+        {"HW_NET", with(HW_NET_Init), true},      {"HW_PM", with(HW_PM_Init), false},
+        {"HW_PWM", with(HW_PWM_Init), false},     {"HW_TUNER", with(HW_TUNER_Init), false},
+        {"HW_UART", with(HW_UART_Init), true},
     };
     for (const auto& stRow : kRows) {
         EXPECT_EQ(stRow.init(&kBlank), HW_ERR_NOT_INITED) << stRow.pszName;
@@ -125,6 +129,7 @@ struct Family {
     Acquire find, open;
     HW_Result_t (*pClose)(HW_Handle_t);  // if it has one
     std::function<void(HW_U32)> hold, release;
+    bool bPlayersAtFirst = false;
 };
 
 #define ACQUIRE(F) through(HW_##F##_GetHandle), through(HW_##F##_Open)
@@ -133,6 +138,7 @@ struct Family {
 
 std::vector<Family> families() {
     return {
+        {"HW_DISPOUT", 0, 0, 1, with(HW_DISPOUT_Init), ACQUIRE(DISPOUT), HW_DISPOUT_Close, ONLY_HOLDER(dispout), true},
         {"HW_EXTIN", 3, 2, 4, with(HW_EXTIN_Init), ACQUIRE(EXTIN), HW_EXTIN_Close,
          [](HW_U32 u32Key) { vset::extin::hold(E_HW_EXTIN_TYPE_HDMI, u32Key); },
          [](HW_U32 u32Key) { vset::extin::release(E_HW_EXTIN_TYPE_HDMI, u32Key); }},
@@ -149,7 +155,19 @@ std::vector<Family> families() {
     };
 }
 
-class VsetInstances : public test::MiddlewareTest {};
+class VsetInstances : public test::MiddlewareTest {
+protected:
+    // Brings a family up; the player gives away what it has at first.
+    static void bringUp(const Family& family) {
+        EXPECT_EQ(family.init ? family.init(&kBlank) : HW_OK, HW_OK);
+        if (family.bPlayersAtFirst) {
+            HW_Handle_t hPlayers = 0;
+            EXPECT_EQ(family.open(&family.u32Key, &hPlayers), HW_ERR_BUSY);
+            EXPECT_EQ(family.find(&family.u32Key, &hPlayers), HW_OK);
+            family.release(family.u32Key);
+        }
+    }
+};
 
 TEST_F(VsetInstances, AreThereAfterTheirFamily) {
     HW_Handle_t hUntouched = kUntouched, hHandle = 0;
@@ -164,8 +182,8 @@ TEST_F(VsetInstances, AreThereAfterTheirFamily) {
         if (family.init) {
             EXPECT_EQ(family.find(&family.u32Key, &hUntouched), HW_ERR_NOT_INITED);
             EXPECT_EQ(family.open(&family.u32Key, &hUntouched), HW_ERR_NOT_INITED);
-            EXPECT_EQ(family.init(&kBlank), HW_OK);
         }
+        bringUp(family);
         for (const Acquire& acquire : {family.find, family.open}) {
             EXPECT_EQ(acquire(&family.u32Outside, &hUntouched), HW_ERR_INVALID_PARAMETER);
             EXPECT_EQ(acquire(nullptr, &hUntouched), HW_ERR_INVALID_PARAMETER);
@@ -181,9 +199,7 @@ TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
     std::set<HW_Handle_t> handles;
     for (const Family& family : families()) {
         SCOPED_TRACE(family.pszName);
-        if (family.init) {
-            EXPECT_EQ(family.init(&kBlank), HW_OK);
-        }
+        bringUp(family);
         for (int i = 0; i < (family.pClose != nullptr ? 2 : 1); ++i) {
             HW_Handle_t hHandle = 0, hFound = 0, hUntouched = kUntouched;
             EXPECT_EQ(family.find(&family.u32Key, &hUntouched), HW_ERR_FAILED);
@@ -208,9 +224,7 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
     ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     for (const Family& family : families()) {
         SCOPED_TRACE(family.pszName);
-        if (family.init) {
-            EXPECT_EQ(family.init(&kBlank), HW_OK);
-        }
+        bringUp(family);
         HW_Handle_t hFound = 0, hUntouched = kUntouched;
         family.hold(family.u32Other);
         EXPECT_EQ(family.find(&family.u32Other, &hFound), HW_OK);
