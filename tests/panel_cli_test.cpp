@@ -225,19 +225,6 @@ step wrong
     EXPECT_EQ(json["steps"][1]["pictures"][0]["name"], "third");
     EXPECT_EQ(readFile(stick("plan")), readFile(folder() + "/test.plan"));
     EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr("<property name=\"picture\" value=\"" + strFirst));
-
-    // A second run names its pictures differently; without a report nothing is written.
-    const auto files = [&] {
-        const std::filesystem::directory_iterator all(reports());
-        return std::count_if(begin(all), end(all), [](const std::filesystem::directory_entry& entry) {
-            return entry.path().filename().string().rfind("history", 0) != 0;
-        });
-    };
-    const auto before = files();
-    fapi({"run", "--report", reports(), folder() + "/test.plan"});
-    EXPECT_EQ(files(), 2 * before);
-    fapi({"run", "--no-report", folder() + "/test.plan"});
-    EXPECT_EQ(files(), 2 * before);
 }
 
 // Actions that no shipped plan uses.

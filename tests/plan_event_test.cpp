@@ -2,7 +2,6 @@
 // Plans that expect events: what passes, what fails and why, and what comes late.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pugixml.hpp>
 
 #include "support/plan_fixture.h"
 #include "support/waiting.h"
@@ -148,11 +147,6 @@ TEST_F(PlanEvents, ReportsHoldThem) {
     EXPECT_EQ(taken["event"]["objects"][0]["data"]["text"], "A\\n");
     EXPECT_EQ(commands[0]["expectations"][1]["verdict"], "passed");
     EXPECT_FALSE(commands[0]["expectations"][1].contains("event"));
-    pugi::xml_document document;
-    ASSERT_TRUE(document.load_file(reportFile(".xml").c_str()));
-    EXPECT_THAT(
-        document.child("testsuites").child("testsuite").child("testcase").child("failure").attribute("message").value(),
-        HasSubstr("expected no event 8 within 1s, but this came: sys 0x8 value 0"));
 }
 
 }  // namespace

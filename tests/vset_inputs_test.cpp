@@ -126,45 +126,38 @@ TEST_F(VsetInputs, TellOfTheirSource) {
     first.u32TvSystem = 9;
     second.stTiming = {1920, 1080, 0, 59940};
     second.u32Status = E_HW_EXTIN_SIGNAL_UNKNOWN;
-    const struct Row {
+    const struct {
         HW_U32 u32Type, u32Index;
-        const extin::Source* pSource;
-    } kRows[] = {
-        {kHdmi, 3, &second}, {kHdmi, 0, nullptr}, {kYpbpr, 0, &second}, {kVga, 0, nullptr},
-        {kCvbs, 1, &first},  {kCvbs, 0, nullptr}, {kScart, 0, &second}, {kDecoder, 0, &first},
-    };
-    for (const Row& stRow : kRows) {
-        if (stRow.pSource != nullptr) {
-            extin::plug(stRow.u32Type, stRow.u32Index, {});
-            extin::plug(stRow.u32Type, stRow.u32Index, *stRow.pSource);
-        }
+        const extin::Source& source;
+    } kRows[] = {{kHdmi, 3, second}, {kYpbpr, 0, second}, {kCvbs, 1, first}, {kScart, 0, second}, {kDecoder, 0, first}};
+    for (const auto& stRow : kRows) {
+        extin::plug(stRow.u32Type, stRow.u32Index, {});
+        extin::plug(stRow.u32Type, stRow.u32Index, stRow.source);
     }
-    for (const Row& stRow : kRows) {
-        SCOPED_TRACE(testing::Message() << "type " << stRow.u32Type << " input " << stRow.u32Index);
-        const HW_Handle_t hExtin = open(stRow.u32Type, stRow.u32Index);
-        const auto expect = [&](const extin::Source* pSource) {
+    for (const auto& [u32Type, u32Index, source] : kRows) {
+        SCOPED_TRACE(testing::Message() << "type " << u32Type << " input " << u32Index);
+        const HW_Handle_t hExtin = open(u32Type, u32Index);
+        const auto told = [&] {
             HW_U32 u32Status = kUntouched, u32System = kUntouched;
             HW_EXTIN_Timing_t stTiming = {kUntouched, 0, 0, kUntouched};
             EXPECT_EQ(HW_EXTIN_GetSignalStatus(hExtin, &u32Status), HW_OK);
             EXPECT_EQ(HW_EXTIN_DetectTvSystem(hExtin, 1, &u32System), HW_OK);
-            EXPECT_EQ(HW_EXTIN_GetAttr(hExtin, kTiming, nullptr, &stTiming),
-                      pSource != nullptr ? HW_OK : HW_ERR_FAILED);
-            const HW_EXTIN_Timing_t stWanted =
-                pSource != nullptr ? pSource->stTiming : HW_EXTIN_Timing_t{kUntouched, 0, 0, kUntouched};
-            EXPECT_EQ(u32Status, pSource != nullptr ? pSource->u32Status : 0u);
-            EXPECT_EQ(u32System, pSource != nullptr ? pSource->u32TvSystem : 10u);
-            EXPECT_EQ(stTiming.u32Width, stWanted.u32Width);
-            EXPECT_EQ(stTiming.u32Height, stWanted.u32Height);
-            EXPECT_EQ(stTiming.u8Interlaced, stWanted.u8Interlaced);
-            EXPECT_EQ(stTiming.u32FrameRate, stWanted.u32FrameRate);
-            EXPECT_EQ(extin::input(stRow.u32Type, stRow.u32Index).source.has_value(), pSource != nullptr);
+            const HW_Result_t result = HW_EXTIN_GetAttr(hExtin, kTiming, nullptr, &stTiming);
+            return std::vector<HW_U32>{result,
+                                       u32Status,
+                                       u32System,
+                                       stTiming.u32Width,
+                                       stTiming.u32Height,
+                                       stTiming.u8Interlaced,
+                                       stTiming.u32FrameRate};
         };
-        expect(stRow.pSource);
-        if (stRow.pSource != nullptr) {
-            extin::unplug(stRow.u32Type, stRow.u32Index);
-            expect(nullptr);
-        }
-        EXPECT_THROW(extin::unplug(stRow.u32Type, stRow.u32Index), vset::SetError);
+        const HW_EXTIN_Timing_t& stTiming = source.stTiming;
+        EXPECT_THAT(told(), ElementsAre(HW_OK, source.u32Status, source.u32TvSystem, stTiming.u32Width,
+                                        stTiming.u32Height, stTiming.u8Interlaced, stTiming.u32FrameRate));
+        extin::unplug(u32Type, u32Index);
+        EXPECT_THAT(told(), ElementsAre(HW_ERR_FAILED, 0, 10, kUntouched, 0, 0, kUntouched));
+        EXPECT_FALSE(extin::input(u32Type, u32Index).source.has_value());
+        EXPECT_THROW(extin::unplug(u32Type, u32Index), vset::SetError);
     }
     extin::plug(kVga, 0, {});
     vset::powerCycle();
@@ -190,26 +183,21 @@ TEST_F(VsetInputs, CalibrationIsKeptWithTheSet) {
         // Three words are the record.
         std::fill(phase.begin() + 3, phase.end(), kUntouched);
     }
-    extin::setInputCount(kVga, 2);
-    const HW_Handle_t hSecond = open(kVga, 1);
-    EXPECT_EQ(attribute(hSecond, kPhase), kNewPhase) << "an input of its own";
-
-    const std::function<void()> kNextLives[] = {[] {}, vset::powerCycle,
-                                                [this] {
+    const std::function<void()> kNextLives[] = {vset::powerCycle, [this] {
                                                     vset::detach();
                                                     EXPECT_THAT(vset::check(folder()), IsEmpty());
                                                     vset::attach(folder());
                                                 }};
+    extin::setInputCount(kVga, 2);
+    const HW_Handle_t hSecond = open(kVga, 1);
+    EXPECT_EQ(attribute(hSecond, kPhase), kNewPhase) << "an input of its own";
+
     for (const std::function<void()>& begin : kNextLives) {
         begin();
-        HW_SYS_Init(nullptr);
-        init();
+        bringUp();
         for (const HW_U32 u32Type : kAnalogue) {
             SCOPED_TRACE(u32Type);
-            HW_Handle_t hExtin = 0;
-            if (find(u32Type, &hExtin) != HW_OK) {
-                hExtin = open(u32Type);
-            }
+            const HW_Handle_t hExtin = open(u32Type);
             EXPECT_EQ(attribute(hExtin, kPhase), wanted[u32Type].first);
             EXPECT_EQ(attribute(hExtin, kGainOffset), wanted[u32Type].second);
             EXPECT_EQ(words(extin::calibration(u32Type, 0).stPhase), wanted[u32Type].first);
