@@ -7,7 +7,6 @@
 
 #include "examples.h"
 #include "support/tool_fixture.h"
-#include "words.h"
 
 namespace {
 
@@ -66,15 +65,6 @@ INSTANTIATE_TEST_SUITE_P(Modules, Examples, testing::ValuesIn(modules()),
                          [](const testing::TestParamInfo<std::string>& tested) { return tested.param; });
 
 using OperationTable = test::ToolTest;
-
-TEST_F(OperationTable, HasNoExampleOfAnythingElse) {
-    std::set<std::string> names;
-    for (const tool::Example& stExample : tool::examples()) {
-        const std::string strName = tool::splitWords(stExample.line)[0];
-        EXPECT_TRUE(names.insert(strName).second) << strName << " is listed twice";
-        EXPECT_NE(tool::findOperation(strName), nullptr) << strName;
-    }
-}
 
 TEST_F(OperationTable, HasARowForEveryExport) {
     std::vector<std::string> exported, listed;

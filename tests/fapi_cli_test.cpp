@@ -125,7 +125,6 @@ TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
         {{"call", "set", "put"}, "fapi set"},
         {{"help", "banana"}, "no such operation: banana"},
         {{"set", "fault", "HW_FS_Sync", "-1"}, "acts on a running session only"},
-        {{"set", "put", "/mnt/usb/x"}, "CONTENT is missing"},
         {{"watch", "--event", "x"}, "--event: is \"x\", expected a number from 0 to 4294967295"},
         {{"watch", "--idle", "-1"}, "--idle: is \"-1\", expected seconds"},
         {{"watch", "--module", "tv"}, "no such module: tv"},

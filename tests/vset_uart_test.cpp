@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The set's serial lines, as the middleware's caller, the tty's owner and a terminal program see them.
+#include <csignal>
 #include <functional>
 #include <mutex>
 
@@ -355,7 +356,8 @@ TEST_F(VsetUart, ATtyTakesTheLineWhileItIsOpen) {
     vset::uart::type(0, "!");
     EXPECT_TRUE(eventually([] { return got() == "to the port!"; }));
 
-    // However it is opened.
+    // However it is opened. It may become the controlling terminal of this process.
+    std::signal(SIGHUP, SIG_IGN);
     FILE* pTty = fopen("/dev/ttyS0", "r+");
     ASSERT_NE(pTty, nullptr);
     EXPECT_TRUE(vset::uart::port(0).bTtyOpen);
