@@ -345,7 +345,7 @@ TEST_F(VsetDisp, SourcesShowBars) {
         vset::disp::freezeVideo(u64Frame);
         EXPECT_NE(picture(0).pixels, video.pixels) << u64Frame;
     }
-    const HW_DISP_InputRect_t stOneBar = {120, 68, 120, 67, 960, 540};
+    const HW_DISP_InputRect_t stWhole = {0, 0, 960, 540, 960, 540}, stOneBar = {120, 68, 120, 67, 960, 540};
     const auto show = [&](const HW_DISP_InputRect_t& stRect) {
         EXPECT_EQ(HW_DISP_SetInputRect(_hMain, &stRect), HW_OK);
         EXPECT_EQ(HW_DISP_ApplySetting(_hMain), HW_OK);
@@ -356,6 +356,7 @@ TEST_F(VsetDisp, SourcesShowBars) {
     EXPECT_EQ(show(stOneBar).at(0, 500), 0xFFBFBF00u);
     EXPECT_EQ(bytes(window(0).shownRectangle.value()), bytes(stOneBar));
     EXPECT_EQ(picture(0).at(1919, 500), 0xFFBFBF00u);
+    show(stWhole);
     vset::disp::freezeVideo(std::nullopt);
     const vset::Picture moving = picture(0);
     EXPECT_TRUE(test::eventually([&] { return picture(0).pixels != moving.pixels; }));
