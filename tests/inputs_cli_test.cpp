@@ -175,20 +175,4 @@ step "picture and panel"
     EXPECT_EQ(fapiJson({"set", "calibration", "ypbpr"})["outputs"]["green_offset"], 128);
 }
 
-TEST_F(InputsCli, AnActionOnAMissingPartIsRefused) {
-    const char* const rows[][2] = {
-        {"set unplug vga 0", "nothing is plugged in"},
-        {"set needed ypbpr 0 1 2 3 4 5 6", "nothing is plugged into YPbPr 0"},
-        {"set input hdmi 99", "99"},
-        {"set tuner 5", "tuner slot 5: there are only 2"},
-        {"set panel-attr 10", "10"},
-        {"set panel-attr 16 hex:ff", "16"},
-    };
-    for (const auto& row : rows) {
-        const test::ProcessResult result = fapi({"shell"}, std::string(row[0]) + "\n");
-        EXPECT_EQ(result.s32Exit, 1) << row[0];
-        EXPECT_THAT(result.strOutput, HasSubstr(row[1])) << row[0];
-    }
-}
-
 }  // namespace

@@ -38,18 +38,19 @@ int waitFor(pid_t child) {
     return WIFEXITED(s32Status) ? WEXITSTATUS(s32Status) : 128 + WTERMSIG(s32Status);
 }
 
-// Reads from the descriptors until they end, and closes them; runs `act` first of all, and after each piece. Returns
-// the child's exit code. A child that takes too long is killed.
+// Reads from the descriptors until they end, and closes them; runs `act` first of all, after each piece, and after each
+// second of silence. Returns the child's exit code. A child that takes too long is killed.
 int listen(
     pid_t child, std::vector<pollfd> ends, const std::vector<std::string*>& texts,
-    const std::function<void()>& act = [] {}) {
+    const std::function<void(bool bSilent)>& act = [](bool) {}) {
+    bool bSilent = false;
     const Clock::time_point deadline = Clock::now() + patient(kLimit);
     for (std::size_t open = ends.size(); open > 0;) {
-        act();
+        act(bSilent);
         if (Clock::now() > deadline) {
             kill(child, SIGKILL);
         }
-        poll(ends.data(), ends.size(), 1000);
+        bSilent = poll(ends.data(), ends.size(), 1000) == 0;
         for (std::size_t i = 0; i < ends.size(); ++i) {
             char acChunk[4096];
             const ssize_t length = ends[i].revents != 0 ? read(ends[i].fd, acChunk, sizeof(acChunk)) : 0;
@@ -126,8 +127,11 @@ ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::
     ProcessResult stResult;
     std::size_t next = 0;
     std::size_t seen = 0;
-    const auto type = [&] {
+    const auto type = [&](bool bSilent) {
         for (; next < typed.size(); ++next) {
+            if (bSilent && typed[next].strWaitFor == kSilence) {
+                stResult.strOutput += kSilence;
+            }
             const std::size_t place = stResult.strOutput.find(typed[next].strWaitFor, seen);
             if (place == std::string::npos) {
                 return;
