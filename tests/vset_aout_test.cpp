@@ -149,7 +149,9 @@ TEST_F(VsetAout, SoundIsTheChips) {
         expectRoundTrip(_hFive, _hMain, E_HW_AOUT_ATTR_ADV_SND_PARAM, u32Type, sizeof(HW_AOUT_AdvSndParams_t));
     }
     expectRoundTrip(_hMain, _hFive, E_HW_AOUT_ATTR_DTS_BYPASS, 1, 1);
-    EXPECT_TRUE(vset::aout::sound().bDtsBypass);
+    const vset::aout::Sound stSound = vset::aout::sound();
+    EXPECT_TRUE(stSound.bDtsBypass);
+    EXPECT_THAT(vset::aout::describeAll(), HasSubstr(vset::aout::describe(*stSound.advancedParameters) + "\n"));
 }
 
 // Returns parameters with ones at some positions.

@@ -75,6 +75,9 @@ TEST_F(VsetHdmi, ANewSetHasAnEdidForEveryVersion) {
             ASSERT_THAT(strEdid, SizeIs(256));
             EXPECT_EQ(strEdid.substr(0, 8), std::string("\0\xFF\xFF\xFF\xFF\xFF\xFF\0", 8));
             EXPECT_EQ(strEdid[126], 1) << "one block follows";
+            const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(strEdid[at]); };
+            EXPECT_EQ(byte(66) | (byte(68) & 0xF0) << 4, byte(21) * 10) << "the picture is as wide as the screen";
+            EXPECT_EQ(byte(67) | (byte(68) & 0x0F) << 8, byte(22) * 10) << "and as high";
             EXPECT_EQ(std::accumulate(strEdid.begin(), strEdid.begin() + 128, 0) & 0xFF, 0) << u32Version;
             EXPECT_EQ(std::accumulate(strEdid.begin() + 128, strEdid.end(), 0) & 0xFF, 0) << u32Version;
             different.insert(strEdid);

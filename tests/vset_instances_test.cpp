@@ -10,6 +10,7 @@
 #include "hw3/hw_dispout.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_flash.h"
+#include "hw3/hw_fs.h"
 #include "hw3/hw_gpio.h"
 #include "hw3/hw_iic.h"
 #include "hw3/hw_ir.h"
@@ -71,6 +72,10 @@ TEST_F(VsetFamilies, AreBroughtUpAfterTheSystem) {
     for (const auto& stRow : kRows) {
         EXPECT_EQ(stRow.init(&kBlank), HW_ERR_NOT_INITED) << stRow.pszName;
     }
+    // Files need no system.
+    EXPECT_EQ(with(HW_FS_Init)(&kRubbish), HW_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(with(HW_FS_Init)(nullptr), HW_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(with(HW_FS_Init)(&kBlank), HW_OK);
     ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     for (const auto& stRow : kRows) {
         SCOPED_TRACE(stRow.pszName);

@@ -166,6 +166,7 @@ TEST_F(Journal, CallsAreFoundByTheirFields) {
     HW_DISP_SetMute(hWindow, E_HW_DISP_MUTE_TIMING);
     HW_DISP_ApplySetting(hWindow);
     HW_DISP_SetUnMute(hWindow, E_HW_DISP_MUTE_TIMING);
+    HW_FS_Unlink("/data/\"quoted\"/and-longer-than-some");
     const std::vector<vset::JournalEntry> entries = vset::journal();
     const auto find = [&](const std::vector<std::string>& texts, vset::OtherCalls eOthers) {
         return vset::findCalls({texts.begin(), texts.end()}, entries, eOthers);
@@ -175,6 +176,8 @@ TEST_F(Journal, CallsAreFoundByTheirFields) {
     EXPECT_EQ(find({strMute, "HW_DISP_SetUnMute flags=1024 result=0"}, eAllowed), "");
     EXPECT_EQ(find({"HW_DISP_GetHandle name=HW_DISP_HD0"}, eAllowed), "");
     EXPECT_EQ(find({"HW_DISP_GetHandle name=\"HW_DISP_HD0\""}, eAllowed), "");
+    EXPECT_EQ(find({R"(HW_FS_Unlink path=/data/"quoted"/and-longer-than-some)"}, eAllowed), "");
+    EXPECT_NE(find({R"(HW_FS_Unlink path=/data/"quoted"/and-longer-than-some-others)"}, eAllowed), "");
     EXPECT_EQ(find({"HW_DISP_SetUnMute", strMute}, eAllowed),
               "no call HW_DISP_SetMute flags=0x400 after HW_DISP_SetUnMute, but " + vset::callLine(entries[1]));
     EXPECT_THAT(find({"HW_DISP_SetMute flags=4"}, eAllowed), HasSubstr("no call HW_DISP_SetMute flags=4, but "));

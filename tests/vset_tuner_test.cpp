@@ -198,11 +198,13 @@ TEST_F(VsetTuner, IsInitialisedAnewInTwoSteps) {
         {"second again", 0, 1, 1},      {"first", 1, 1, 1},        {"first again", 1, 1, 1},
         {"no step", 2, 0, 1},           {"second after", 0, 1, 2},
     };
+    const std::uint64_t u64Refusals = vset::refusalCount();
     for (const auto& stRow : kRows) {
         EXPECT_EQ(HW_TUNER_FactoryCmdApplyVif(hTuner, stRow.u32Step), stRow.u32Result) << stRow.pszName;
         EXPECT_EQ(tuner::slot(0).u64VifInits, stRow.u64Inits) << stRow.pszName;
     }
     EXPECT_EQ(HW_TUNER_FactoryCmdApplyVif(0, 1), 0u);
+    EXPECT_EQ(vset::refusalCount() - u64Refusals, 2u) << "no step, and no handle";
     EXPECT_EQ(tuner::slot(1).u64VifInits, 0u);
 
     // A step 1 that failed does not count: the step 0 that follows initializes nothing.

@@ -122,6 +122,7 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
         {"baud 5", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_SetBaudrate(hOpen, 5); }},
         {"no data", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Write(hOpen, &stNoData, &u32Out); }},
         {"handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_PutChar(0, 'x'); }},
+        {"write to handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_Write(0, &stEmpty, &u32Out); }},
         {"nothing is written", HW_OK, [&] { return HW_UART_Write(hOpen, &stEmpty, nullptr); }},
     };
     for (const HW_UART_OpenParams_t& stParams : stBad) {
@@ -147,9 +148,15 @@ TEST_F(VsetUart, BytesWithoutACallbackWait) {
     ASSERT_TRUE(eventually([&] { return vset::uart::port(3).u64Received == bytes.size(); }));
     EXPECT_EQ(vset::uart::port(3).u32Waiting, 65536u);
     EXPECT_EQ(vset::uart::port(3).u64Dropped, 70000u - 65536u);
+    std::atomic<unsigned int> u32LeftAtFirst{0};
+    g_stGot.action = [&](HW_U8) -> HW_Result_t {
+        u32LeftAtFirst = u32LeftAtFirst == 0 ? vset::uart::port(3).u32Waiting : u32LeftAtFirst.load();
+        return HW_OK;
+    };
     registerCallback(open(3));
     ASSERT_TRUE(eventually([] { return vset::uart::port(3).u32Waiting == 0; }));
     EXPECT_TRUE(eventually([&] { return got() == bytes.substr(0, 65536); }));
+    EXPECT_EQ(u32LeftAtFirst, 65536u) << "the one that is delivered counts";
 }
 
 // However the registration ends: what runs is waited for, and may need the middleware meanwhile.
