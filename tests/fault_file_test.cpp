@@ -124,9 +124,7 @@ TEST_F(FaultRun, ProblemsAreFoundBeforeAnythingIsCalled) {
          {std::vector<std::string>{"run", "--report", reports(), "--faults", strFaults, strPlan},
           std::vector<std::string>{"check", "--faults", strFaults, strPlan},
           std::vector<std::string>{"check", "--faults", strFaults}}) {
-        const test::ProcessResult result = fapi(words);
-        EXPECT_EQ(result.s32Exit, 2);
-        EXPECT_THAT(result.strError, HasSubstr(strUnknown));
+        const test::ProcessResult result = expectImpossible({words, 2, strUnknown});
         const bool bHasPlan = words.back() == strPlan;
         EXPECT_EQ(result.strError.find(strFaults + ":2:17: no plan has a step \"two\"") != std::string::npos, bHasPlan);
     }

@@ -105,9 +105,7 @@ TEST_F(ServiceCli, WhatIsExportedIsImportedByteForByte) {
               tool::parseEnvImage(readFile(image())).variables);
     EXPECT_EQ(*tool::findVariable(tool::parseEnvImage(readFile(image())).variables, "all"), strValue);
     for (const char* pszBad : {"a=1\na=2\n", "a=1\nnothing\n", "a=1\nb=\\q\n", "a=1\nb=\\x00\n", "a=1\n=2\n"}) {
-        const test::ProcessResult result = fapi({"-y", "env", "import", writeFile("bad.txt", pszBad)});
-        EXPECT_EQ(result.s32Exit, 2) << pszBad;
-        EXPECT_THAT(result.strError, HasSubstr("bad.txt:2: "));
+        expectImpossible({{"-y", "env", "import", writeFile("bad.txt", pszBad)}, 2, "bad.txt:2: "});
     }
 }
 

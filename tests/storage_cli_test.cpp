@@ -118,12 +118,9 @@ TEST_F(StorageCli, BytesThatDoNotFitALineAreDumped) {
 }
 
 TEST_F(StorageCli, TheWatchdogEndsTheProcessThatHasTheSet) {
-    test::ProcessResult result = fapi({"watch", "--do", "sys_set_wdt on"});
-    EXPECT_EQ(result.s32Exit, 1);
-    EXPECT_THAT(result.strError, HasSubstr(std::string("fapi: ") + kRebooted + "\n"));
-    result = fapi({"watch", "--do", "set await-reboot 1"});
-    EXPECT_EQ(result.s32Exit, 2);
-    EXPECT_THAT(result.strError, HasSubstr("--do: set await-reboot 1 ends the process that watches"));
+    expectImpossible({{"watch", "--do", "sys_set_wdt on"}, 1, std::string("fapi: ") + kRebooted + "\n"});
+    const std::string strAwait = "set await-reboot 1";
+    expectImpossible({{"watch", "--do", strAwait}, 2, "--do: " + strAwait + " ends the process that watches"});
     EXPECT_THAT(fapi({"set", "wdt"}).strOutput, HasSubstr("rebooted: 1\n")) << "the set has not forgotten";
 }
 

@@ -393,7 +393,6 @@ TEST_F(VsetMemory, TheMemoryMapRefusesWhatItHasNot) {
 TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     const HW_FLASH_InitParams_t stInit = {};
     const HW_FLASH_OpenParams_t stOpen = {2, {}};
-    const HW_FLASH_HandleParams_t stFind = {2, {}};
     HW_Handle_t hFlash = 0;
     HW_Handle_t hConfig = 0;
     ASSERT_EQ(HW_FLASH_Init(&stInit), HW_OK);
@@ -407,11 +406,6 @@ TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     const HW_FLASH_Transfer_t stTransfer = {2, u8("misc"), 0, &u8Byte, 1};
     HW_SYS_ConfigData_t stNoText = {E_HW_SYS_CONFIG_DATA_STRING, 1, nullptr};
     const std::function<HW_Result_t()> kCalls[] = {
-        [&] { return HW_FLASH_Init(nullptr); },
-        [&] { return HW_FLASH_Open(nullptr, &hFlash); },
-        [&] { return HW_FLASH_Open(&stOpen, nullptr); },
-        [&] { return HW_FLASH_GetHandle(nullptr, &hFlash); },
-        [&] { return HW_FLASH_GetHandle(&stFind, nullptr); },
         [&] { return HW_FLASH_LoadEnv(hFlash, nullptr); },
         [&] { return HW_FLASH_StoreEnv(hFlash, nullptr); },
         [&] { return HW_FLASH_GetEnvVar(hFlash, nullptr); },
