@@ -15,6 +15,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using namespace std::chrono_literals;
 
 constexpr unsigned int kCycle = 0;
 constexpr unsigned int kWhite = 1;
@@ -119,9 +120,11 @@ TEST_F(Leds, ACycleEndsAfterItsLastColor) {
         std::atomic<bool> goesOn{false};
         test::onSleep([&](unsigned int) {
             if (std::this_thread::get_id() != test) {
+                std::this_thread::sleep_for(1ms);
                 EXPECT_TRUE(++steps != row.held || test::eventually([&] { return goesOn.load(); }));
             } else if (row.endsFirst && !goesOn.exchange(true)) {
                 EXPECT_TRUE(ends());
+                EXPECT_EQ(count("HW_PM_Close"), row.closes) << "the thread closes what it uses";
             }
         });
         vset::clearJournal();
@@ -132,13 +135,15 @@ TEST_F(Leds, ACycleEndsAfterItsLastColor) {
         if (row.refused != 0) {
             vset::inject({"HW_PM_SetAttr", HW_ERR_FAILED, row.refused});
         }
+        bool ended = false;
         const std::string log = test::logOf([&] {
             EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), 0);
             EXPECT_TRUE(test::eventually([&] { return steps == row.held; }));
             EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(row.mode), 0);
             goesOn = true;
-            EXPECT_TRUE(ends());
+            ended = ends();
         });
+        ASSERT_TRUE(ended);
         EXPECT_THAT(colors(), ::testing::ElementsAreArray(row.colors));
         EXPECT_EQ(count("HW_PM_Close"), row.closes);
         EXPECT_EQ(opened().size(), row.player ? 1u : 0u);
