@@ -129,6 +129,7 @@ TEST_F(Monitor, WatchesOnePadAtATime) {
         ASSERT_EQ(a_vextvfapi_prphrl_gpio_monitor_start(kPad, 1500, 0), 0);
         EXPECT_EQ(a_vextvfapi_prphrl_gpio_monitor_start(kPad, 1000, 0), -1);
         ASSERT_TRUE(reads(3));
+        EXPECT_THAT(test::threadNames(), ::testing::Contains("GpioMonitor_Tas"));
         // An operation on another pad does not affect the monitor.
         EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad + 1, 1), 0);
         vset::gpio::drive(kPad, 1);
