@@ -15,7 +15,6 @@ extern std::atomic<unsigned char> u8TvFactoryDebug;
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Messages = std::vector<std::string>;
 
 constexpr unsigned int kSize = fapi::ReceiveBuffer::kSize;
@@ -95,23 +94,6 @@ TEST(MessageFramer, CutsLikeTheReference) {
         }
         ASSERT_EQ(framer.messages(), reference.messages());
     }
-}
-
-TEST(MessageFramer, AChangedLimitFirstSendsWhatIsHeld) {
-    fapi::FramerSettings settings;
-    configure(settings, 1, '\r', 4);
-    test::Framer framer(settings);
-    framer.adoptLimit();
-    framer.feed("abcdef");
-    settings.u32TargetBufferLimit = 2;
-    framer.adoptLimit();
-    // The old limit holds for this read.
-    framer.feed("ghijk");
-    EXPECT_THAT(framer.messages(), ElementsAre("abcd", "ef", "ghij"));
-    framer.adoptLimit();
-    framer.adoptLimit();
-    framer.feed("lmn");
-    EXPECT_THAT(framer.messages(), ElementsAre("abcd", "ef", "ghij", "k", "lm"));
 }
 
 // Changes the mode when the first message arrives, as the host's callback may.

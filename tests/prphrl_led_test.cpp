@@ -39,13 +39,7 @@ std::vector<int> colors() {
     return colors;
 }
 
-class Leds : public test::PeripheralTest {
-protected:
-    void TearDown() override {
-        test::onSleep();
-        PeripheralTest::TearDown();
-    }
-};
+class Leds : public test::PeripheralTest {};
 
 TEST_F(Leds, WhiteComesAfterASecondAndStaysForTwo) {
     using Sleep = std::tuple<unsigned int, int, std::size_t>;  // seconds; color and open handles meanwhile

@@ -5,7 +5,6 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <stdlib.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -371,19 +370,17 @@ TEST_F(StdFactoryUart, StartsAndStopsWhileBytesArrive) {
 
 // --- The tty ---------------------------------------------------------------------------------------------------------
 
-class Tty : public ::testing::Test {
+class Tty : public test::PeripheralTest {
 protected:
     void SetUp() override {
-        _s32Master = posix_openpt(O_RDWR | O_NOCTTY);
-        ASSERT_GE(_s32Master, 0);
-        ASSERT_EQ(grantpt(_s32Master), 0);
-        ASSERT_EQ(unlockpt(_s32Master), 0);
-        tty = open(ptsname(_s32Master), O_RDWR | O_NOCTTY);
-        ASSERT_GE(tty, 0);
+        PeripheralTest::SetUp();
+        const std::string path = vset::hostPath("/dev/ttyS0");
+        const vset::HostPaths hostPaths;
+        tty = open(path.c_str(), O_RDWR | O_NOCTTY);
     }
     void TearDown() override {
         close(tty);
-        close(_s32Master);
+        PeripheralTest::TearDown();
     }
 
     termios settings() const {
@@ -393,9 +390,6 @@ protected:
     }
 
     int tty = -1;
-
-private:
-    int _s32Master = -1;
 };
 
 TEST_F(Tty, IsARawLineOfEightBits) {
@@ -416,22 +410,17 @@ TEST_F(Tty, IsARawLineOfEightBits) {
     EXPECT_EQ(after.c_lflag, 0u);
     EXPECT_EQ(after.c_cflag & (CSIZE | CSTOPB | PARODD | CRTSCTS | CREAD | CLOCAL | HUPCL),
               static_cast<tcflag_t>(CS8 | CREAD | CLOCAL | HUPCL));
-    EXPECT_EQ(after.c_cc[VTIME], 5);
+    EXPECT_EQ(after.c_cc[VTIME], 5) << "half a second";
     EXPECT_EQ(after.c_cc[VMIN], 0);
 
     // Only the bits of the parity are set. A pseudo-terminal always drops PARENB.
     EXPECT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B19200, static_cast<int>(PARODD | CSTOPB | CRTSCTS)));
-    after = settings();
-    EXPECT_EQ(after.c_cflag & (CSTOPB | PARODD | CRTSCTS), static_cast<tcflag_t>(PARODD));
-}
-
-TEST_F(Tty, WaitsForAByteOrForHalfASecond) {
-    ASSERT_TRUE(_a_vextvfapi_prphrl_setInterfaceAttr(tty, B115200, 0));
-    EXPECT_TRUE(_a_vextvfapi_prphrl_setBlocking(tty, 1));
-    EXPECT_EQ(settings().c_cc[VMIN], 1);
-    EXPECT_TRUE(_a_vextvfapi_prphrl_setBlocking(tty, 0));
-    EXPECT_EQ(settings().c_cc[VMIN], 0);
-    EXPECT_EQ(settings().c_cc[VTIME], 5);
+    EXPECT_EQ(settings().c_cflag & (CSTOPB | PARODD | CRTSCTS), static_cast<tcflag_t>(PARODD));
+    for (const int blocking : {1, 0}) {
+        EXPECT_TRUE(_a_vextvfapi_prphrl_setBlocking(tty, blocking));
+        EXPECT_EQ(settings().c_cc[VMIN], blocking);
+        EXPECT_EQ(settings().c_cc[VTIME], 5);
+    }
 }
 
 TEST_F(StdFactoryUart, AFailedOpenForgetsTheTtyBefore) {
@@ -439,17 +428,6 @@ TEST_F(StdFactoryUart, AFailedOpenForgetsTheTtyBefore) {
     EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("abc"), 3);
     EXPECT_FALSE(_a_vextvfapi_prphrl_uartOpen("/dev/null", B115200, 0, kWrite));
     EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("abc"), -1) << "it would go to the first tty";
-}
-
-TEST(NoTty, IsRefused) {
-    EXPECT_FALSE(_a_vextvfapi_prphrl_setInterfaceAttr(-1, B115200, 0));
-    EXPECT_FALSE(_a_vextvfapi_prphrl_setBlocking(-1, 1));
-    const std::string log = [] {
-        testing::internal::CaptureStdout();
-        EXPECT_FALSE(_a_vextvfapi_prphrl_uartOpen(nullptr, B115200, 0, kRead));
-        return testing::internal::GetCapturedStdout();
-    }();
-    EXPECT_THAT(log, IsEmpty()) << "the log is off";
 }
 
 }  // namespace
