@@ -64,10 +64,10 @@ TEST_F(Keypad, PassesTheBoardsKeysToTheChip) {
     ASSERT_EQ(stKeypad.keys.size(), 2u);
     EXPECT_EQ(stKeypad.keys[1].u8Threshold, 0x2A);
     EXPECT_EQ(stKeypad.keys[1].u8Code, 0x42);
-    BoardIni stOther;
-    stOther.strLevels = "1";
-    stOther.strThresholds = stOther.strCodes = "0x30";
-    EXPECT_EQ(init(stOther), 1) << "the keypad may be opened again";
+    BoardIni other;
+    other.strLevels = "1";
+    other.strThresholds = other.strCodes = "0x30";
+    EXPECT_EQ(init(other), 1) << "the keypad may be opened again";
     ASSERT_EQ(vset::sar::keypad().keys.size(), 1u);
     EXPECT_EQ(vset::sar::keypad().keys[0].u8Code, 0x30);
 }

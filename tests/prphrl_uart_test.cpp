@@ -120,7 +120,7 @@ TEST_F(FactoryUart, BytesWithoutABufferAreLost) {
             const vset::uart::Port port = vset::uart::port(0);
             return port.u64Received == 1 && port.u32Waiting == 0;
         }));
-        std::this_thread::sleep_for(50ms);
+        a_vextvfapi_prphrl_stop_factory_uart(0);
     });
     EXPECT_THAT(log, HasSubstr("[E] <_HW_UART_Callback> [factory_uart] Fail: _pu8DataBuff is invalid!\n\n"));
 }
