@@ -101,8 +101,6 @@ protected:
         EXPECT_EQ(test::sleepCounts()[kSecond], 10u);
         test::onSleep();
     }
-
-    test::Events events;
 };
 
 TEST_F(Monitor, CountsDifferingReadings) {

@@ -73,7 +73,6 @@ protected:
 };
 
 TEST_F(PipeMode, CommandsBecomeEvents) {
-    test::Events events;
     char end[] = ";end";
     ASSERT_EQ(start(end), 0);
     end[0] = '!';  // the service has its own
@@ -94,7 +93,6 @@ TEST_F(PipeMode, CommandsBecomeEvents) {
 }
 
 TEST_F(PipeMode, LogsItsStates) {
-    test::Events events;
     const std::string log = test::logOf([&] {
         ASSERT_EQ(start(), 0);
         const Writer writer;
@@ -117,7 +115,6 @@ TEST_F(PipeMode, LogsItsStates) {
 }
 
 TEST_F(PipeMode, AnInterruptEndsIt) {
-    test::Events events;
     ASSERT_EQ(start(), 0);
     const int before = test::openDescriptors();
     {
@@ -149,7 +146,6 @@ TEST_F(PipeMode, WhileItWaitsForAWriterNothingStopsIt) {
     const double used = test::processorSeconds();
     std::this_thread::sleep_for(500ms);
     EXPECT_LT(test::processorSeconds() - used, 0.1);
-    test::Events events;
     const Writer writer;
     writer.write("x\n");
     EXPECT_THAT(events.wait(1), ElementsAre(command("x")));
@@ -182,7 +178,6 @@ TEST_F(PipeMode, AFifoThatCannotBeMadeLeavesTheNextStartFree) {
     EXPECT_LT(_a_vextvfapi_prphrl_create_pipe_file(), 0);
 
     std::filesystem::create_directories(vset::hostPath("/data/vendor"));
-    test::Events events;
     ASSERT_EQ(start(), 0);
     const Writer writer;
     writer.write("works\n");
@@ -202,7 +197,6 @@ TEST_F(PipeMode, TheFifoIsForEverybody) {
 }
 
 TEST_F(PipeMode, AStopDoesNotWaitForACallbackThatTakesLong) {
-    test::Events events;
     std::atomic<bool> bMayEnd{false};
     events.onEvent([&](const Event&) { test::eventually([&] { return bMayEnd.load(); }, 60s); });
     ASSERT_EQ(start(), 0);
@@ -216,7 +210,6 @@ TEST_F(PipeMode, AStopDoesNotWaitForACallbackThatTakesLong) {
 }
 
 TEST_F(PipeMode, StartsAndStopsWhileCommandsArrive) {
-    test::Events events;
     const int before = test::openDescriptors();
     signal(SIGPIPE, SIG_IGN);
     {

@@ -57,29 +57,20 @@ protected:
     }
 
     void stopService() override {
-        if (_bStop) {
-            // The mode outlives the link.
-            configure(0, 0, 0);
-            a_vextvfapi_prphrl_std_factory_uart_stop();
-        }
+        // The mode outlives the link.
+        configure(0, 0, 0);
+        a_vextvfapi_prphrl_std_factory_uart_stop();
     }
 
-    void expectWorks() const {
-        test::Events events;
+    void expectWorks() {
+        events.clear();
         ASSERT_EQ(start(), 0);
         vset::uart::type(0, "works\n");
         EXPECT_THAT(events.data(1), ElementsAre("works"));
     }
-
-    // Leaves the stop to the test.
-    void stopIsDone() { _bStop = false; }
-
-private:
-    bool _bStop = true;
 };
 
 TEST_F(StdFactoryUart, LinesBecomeEvents) {
-    test::Events events;
     ASSERT_EQ(start(), 0);
     vset::uart::type(0, std::string("AB\r\nC\0D\n\nE", 10));
     EXPECT_THAT(events.wait(2), ElementsAre(Event{test::kUartData, 0, "", "AB"},
@@ -91,7 +82,6 @@ TEST_F(StdFactoryUart, LinesBecomeEvents) {
 
 // Each change of the mode may find bytes of the mode before.
 TEST_F(StdFactoryUart, ModesChangeWhileItRuns) {
-    test::Events events;
     ASSERT_EQ(start(), 0);
     EXPECT_EQ(configure(1, 'x', 4), 0);
     // A new limit holds from the next read on, which begins within half a second.
@@ -137,7 +127,6 @@ TEST_F(StdFactoryUart, RefusesAnUnknownMode) {
 
 // Terminator and limit are put back, the mode is not.
 TEST_F(StdFactoryUart, ARestartKeepsTheMode) {
-    test::Events events;
     ASSERT_EQ(start(), 0);
     EXPECT_EQ(configure(2, ';', 3), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
@@ -146,21 +135,7 @@ TEST_F(StdFactoryUart, ARestartKeepsTheMode) {
     EXPECT_THAT(events.data(1), ElementsAre("ab;cd\nef"));
 }
 
-TEST_F(StdFactoryUart, ReadsTheOtherTty) {
-    test::Events events;
-    ASSERT_EQ(start(kRead, 1), 0);
-    vset::uart::type(1, "one\r");
-    vset::uart::type(0, "not here\r");
-    EXPECT_THAT(events.data(1), ElementsAre("one"));
-    // Bytes that are still on the line when it is moved would arrive at the other port.
-    ASSERT_TRUE(test::eventually([] { return vset::uart::port(0).u64Received == 9; }));
-    ASSERT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), 0);
-    vset::uart::type(0, "moved\r");
-    EXPECT_THAT(events.data(2), ElementsAre("one", "moved"));
-}
-
 TEST_F(StdFactoryUart, NoByteIsLost) {
-    test::Events events;
     ASSERT_EQ(start(), 0);
     std::string typed;
     std::vector<std::string> lines;
@@ -232,7 +207,6 @@ TEST_F(StdFactoryUart, ATtyThatCannotBeOpenedIsReported) {
 
 // Reads end at once from then on: the link waits without using the processor.
 TEST_F(StdFactoryUart, ATtyThatGoesAwayLeavesALinkThatStopsAndStartsAgain) {
-    test::Events events;
     ASSERT_EQ(start(), 0);
     vset::uart::type(0, "before\n");
     events.wait(1);
@@ -247,7 +221,6 @@ TEST_F(StdFactoryUart, ATtyThatGoesAwayLeavesALinkThatStopsAndStartsAgain) {
 }
 
 TEST_F(StdFactoryUart, StopsWhenItIsSilentOrIdle) {
-    stopIsDone();
     const int before = test::openDescriptors();
     const std::string log = test::logOf([] {
         ASSERT_EQ(start(), 0);
@@ -259,19 +232,13 @@ TEST_F(StdFactoryUart, StopsWhenItIsSilentOrIdle) {
                            HasSubstr("[std_factory_uart] close fd\n\n"),
                            HasSubstr("stdFactoryUartMonitor task stopped...\n\n")));
     EXPECT_EQ(test::openDescriptors(), before);
-    char byte = 'x';
-    EXPECT_EQ(_a_vextvfapi_prphrl_uartWrite(&byte, 1), -1);
-    EXPECT_EQ(_a_vextvfapi_prphrl_uartRead(&byte, 1), -1);
     EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr(nullptr), -1);
-
     test::onSleep([](unsigned int) {});
     EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
     EXPECT_EQ(test::sleepCounts()[1000000], 1u) << "it does not wait for the whole time-out";
 }
 
 TEST_F(StdFactoryUart, AStopWaitsForACallbackThatTakesLong) {
-    stopIsDone();
-    test::Events events;
     std::atomic<bool> bEnded{false};
     events.onEvent([&](const Event&) {
         std::this_thread::sleep_for(300ms);
@@ -286,8 +253,6 @@ TEST_F(StdFactoryUart, AStopWaitsForACallbackThatTakesLong) {
 
 // Stopping the other link frees the buffer of both.
 TEST_F(StdFactoryUart, EndsWithoutItsBuffer) {
-    stopIsDone();
-    test::Events events;
     const int before = test::openDescriptors();
     const std::string log = test::logOf([&] {
         ASSERT_EQ(start(), 0);
@@ -298,12 +263,10 @@ TEST_F(StdFactoryUart, EndsWithoutItsBuffer) {
     EXPECT_EQ(test::openDescriptors(), before);
     EXPECT_THAT(log, HasSubstr("[std_factory_uart] _pu8UartCbBuff becomes NULL ptr! Please check it.\n\n"));
     expectWorks();
-    EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), 0);
 }
 
 // Nothing stops a write-only link before its process ends. In a host without standard input the tty has its descriptor.
 TEST_F(StdFactoryUart, ATtyWithDescriptorZeroStaysOpen) {
-    stopIsDone();
     leavesOpen("HW_UART");
     inFreshProcess([&] {
         const unsigned char data[] = {'o', 'k'};
@@ -328,9 +291,7 @@ TEST_F(StdFactoryUart, ATtyWithDescriptorZeroStaysOpen) {
 
 // The next start comes as soon as the thread has ended, while the stop before it still sleeps.
 TEST_F(StdFactoryUart, StartsAndStopsWhileBytesArrive) {
-    stopIsDone();
     test::onSleep([](unsigned int) { std::this_thread::sleep_for(1s); });
-    test::Events events;
     const int before = test::openDescriptors();
     {
         const test::Repeating typist([] { vset::uart::type(0, "0123456789\r\n0123"); });

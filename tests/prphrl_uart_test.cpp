@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The factory UART: lines through the middleware's serial ports.
-#include <array>
-
 #include <gmock/gmock.h>
 
 #include "support/descriptors.h"
@@ -28,7 +26,6 @@ protected:
 };
 
 TEST_F(FactoryUart, LinesBecomeEvents) {
-    test::Events events;
     const std::string log = test::logOf([&] {
         ASSERT_EQ(start(), 1);
         vset::uart::type(0, std::string("AB\r\nC\0D\n\n\rE;F\r", 14));
@@ -53,7 +50,6 @@ TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
     EXPECT_FALSE(vset::uart::port(3).bOpen);
 
     vset::uart::hold(1);
-    test::Events events;
     // The device type of a port that is open already does not count.
     ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(1, 1, -5), 1);
     vset::uart::type(1, "found\r");
@@ -66,13 +62,12 @@ TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
 TEST_F(FactoryUart, WhatIsOutOfRangeTheMiddlewareRefuses) {
     refuses("HW_UART_Open");
     refuses("HW_UART_GetHandle");
-    for (const auto& [baudrate, port, device] : std::vector<std::array<int, 3>>{
-             {5, 0, 0}, {-1, 0, 0}, {4, 5, 0}, {4, -1, 0}, {4, 127, 0}, {4, 0, 18}, {4, 0, -128}}) {
-        EXPECT_EQ(
-            a_vextvfapi_prphrl_start_factory_uart(static_cast<signed char>(baudrate), static_cast<signed char>(port),
-                                                  static_cast<signed char>(device)),
-            0)
-            << baudrate << ' ' << port << ' ' << device;
+    struct Row {
+        signed char baudrate, port, device;
+    };
+    for (const Row& row :
+         {Row{5, 0, 0}, Row{-1, 0, 0}, Row{4, 5, 0}, Row{4, -1, 0}, Row{4, 127, 0}, Row{4, 0, 18}, Row{4, 0, -128}}) {
+        EXPECT_EQ(a_vextvfapi_prphrl_start_factory_uart(row.baudrate, row.port, row.device), 0);
     }
     EXPECT_EQ(start(), 1);
     EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(-1), 1) << "stops, but cannot name what to close";
@@ -101,7 +96,7 @@ TEST_F(FactoryUart, AFailedStartLeavesTheNextOneFree) {
         vset::inject({row.call, row.result});
         EXPECT_THAT(test::logOf([&] { EXPECT_EQ(start(), row.status); }), HasSubstr(row.log));
         EXPECT_EQ(vset::uart::port(0).bOpen, row.staysOpen);
-        test::Events events;
+        events.clear();
         EXPECT_EQ(start(), 1 - row.status);
         vset::uart::type(0, "works\r");
         EXPECT_THAT(events.data(1), ElementsAre("works"));
@@ -137,14 +132,12 @@ TEST_F(FactoryUart, TheLinksExcludeEachOther) {
         EXPECT_THAT(log, HasSubstr(tag + "FactoryUart started already.\n\n"));
         EXPECT_THAT(log, HasSubstr(tag + "Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it first.\n\n"));
     }
-    test::Events events;
     vset::uart::type(0, "still here\n");
     EXPECT_THAT(events.data(1), ElementsAre("still here"));
 }
 
 // 262,144 bytes are a line; the byte after them is lost together with them.
 TEST_F(FactoryUart, ALineIsNoLongerThanTheBuffer) {
-    test::Events events;
     ASSERT_EQ(start(), 1);
     const std::string longest(0x40000, 'x');
     const auto type = [](const std::string& bytes) {
@@ -184,7 +177,6 @@ TEST_F(FactoryUart, WritesTheBytesAndALineEnd) {
 
 // The callback holds the port's thread; a stop waits for it, and what comes later has no callback any more.
 TEST_F(FactoryUart, AStopWaitsForACallbackThatTakesLong) {
-    test::Events events;
     std::atomic<bool> bReturned{false};
     events.onEvent([&](const Event&) {
         std::this_thread::sleep_for(300ms);
@@ -201,7 +193,6 @@ TEST_F(FactoryUart, AStopWaitsForACallbackThatTakesLong) {
 
 TEST_F(FactoryUart, MayBeStoppedInsideTheCallback) {
     refuses("HW_UART_UnRegisterCallback");
-    test::Events events;
     events.onEvent([](const Event&) { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
     ASSERT_EQ(start(), 1);
     vset::uart::type(0, "one\rtwo\r");
@@ -216,7 +207,6 @@ TEST_F(FactoryUart, MayBeStoppedInsideTheCallback) {
 }
 
 TEST_F(FactoryUart, TheRoutingSwitchMovesTheLine) {
-    test::Events events;
     ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(test::kBaud115200, 1, 0), 1);
     EXPECT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), 0);
     EXPECT_EQ(read("/sys/kernel/uart/uart_switch"), "1");
@@ -240,7 +230,6 @@ TEST_F(FactoryUart, TheRoutingSwitchMovesTheLine) {
 }
 
 TEST_F(FactoryUart, StartsAndStopsWhileBytesArrive) {
-    test::Events events;
     const int before = test::openDescriptors();
     {
         // Slower than the port's queue overflows: bytes are to be missing for no other reason.

@@ -42,6 +42,8 @@ protected:
 
     bool hasEnded() const { return threads() <= _s32Threads; }
 
+    Events events;
+
 private:
     int _s32Threads = 0;
 };
