@@ -35,19 +35,16 @@ protected:
 };
 
 TEST_F(Hdmi, ThePortShowsTheVersionThatWasChosen) {
-    struct Row {
-        signed char s8Set;
-        signed char s8Got;
-    };
-    for (const Row& stRow : {Row{1, 1}, Row{2, 2}, Row{3, 3}, Row{0, 0}, Row{-5, 0}}) {
-        EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_edid_version(3, stRow.s8Set), 0);
-        EXPECT_EQ(vset::extin::hdmi(3).u32Version, static_cast<unsigned int>(stRow.s8Got));
+    using Row = std::pair<signed char, signed char>;
+    for (const auto& [set, got] : {Row{1, 1}, Row{2, 2}, Row{3, 3}, Row{0, 0}, Row{-5, 0}}) {
+        EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_edid_version(3, set), 0);
+        EXPECT_EQ(vset::extin::hdmi(3).u32Version, static_cast<unsigned int>(got));
         signed char s8Got = 99;
         EXPECT_EQ(a_vextvfapi_prphrl_get_hdmi_edid_version(3, &s8Got), 0);
-        EXPECT_EQ(s8Got, stRow.s8Got);
+        EXPECT_EQ(s8Got, got);
         Edid stEdid = untouched();
         EXPECT_EQ(a_vextvfapi_prphrl_get_hdmi_edid_data(3, &stEdid), 0);
-        EXPECT_EQ(bytesOf(stEdid), vset::extin::edid(3, static_cast<unsigned int>(stRow.s8Got)));
+        EXPECT_EQ(bytesOf(stEdid), vset::extin::edid(3, static_cast<unsigned int>(got)));
         EXPECT_EQ(stEdid.au8Data[stEdid.u32Size], '#') << "what follows the EDID stays";
     }
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_edid_data(3, 4, 1, u8("x")), 0)

@@ -82,8 +82,7 @@ TEST_F(PipeMode, CommandsBecomeEvents) {
     EXPECT_THAT(test::threadNames(), testing::Contains("UartPipe_Task"));
     events.clear();
     const std::string longest(2047, 'x');
-    for (const auto& [bytes, event] : {std::pair{std::string("say_it_\n"), command("say_it ")},
-                                       std::pair{std::string("a\0b\n", 4), Event{kPipeCommand, 0, "a", {"a\0b", 4}}},
+    for (const auto& [bytes, event] : {std::pair{std::string("a\0b\n", 4), Event{kPipeCommand, 0, "a", {"a\0b", 4}}},
                                        std::pair{longest + "\n", command(longest)}}) {
         writer.write(bytes);
         EXPECT_THAT(events.wait(1), ElementsAre(event));
