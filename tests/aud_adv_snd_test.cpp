@@ -67,20 +67,6 @@ TEST_F(AudioPaths, AnOlderHandleWinsAndWhatWasEverOpenedHereIsClosedHere) {
     });
 }
 
-TEST_F(AudioPaths, AFailedCallLeavesThemOpenUntilTheNextSuccess) {
-    vset::inject({"HW_AOUT_SetAttr"});
-    EXPECT_EQ(enable(1), -1);
-    EXPECT_EQ(opened().size(), 9u);
-    EXPECT_EQ(enable(1), 0);
-    EXPECT_THAT(opened(), IsEmpty());
-
-    vset::inject({"HW_AOUT_Close", 3, 4});
-    EXPECT_EQ(enable(1), -1);
-    EXPECT_EQ(opened().size(), 6u) << "it stops at the path that cannot be closed";
-    EXPECT_FALSE(vset::aout::path(2).bOpen);
-    EXPECT_EQ(a_vextvfapi_aud_close(), 0);
-}
-
 constexpr const char* kInvalid = "Invalid parameter !\n\n";
 
 // Most arguments are checked when the paths have been opened, which then stay open.

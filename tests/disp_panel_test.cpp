@@ -120,6 +120,16 @@ TEST_F(Panel, ReportsTheChipsNextToIt) {
 }
 
 // Operations on the chips next to the panel close the display's handle in place of the output that they have opened.
+TEST_F(Panel, WithoutAWindowAHandleOfNoneIsClosed) {
+    leavesOpen("HW_DISPOUT");
+    fapi_core::VexTvFApiDispHsyModelRange stRange = {};
+    a_vextvfapi_disp_switch_window(3);
+    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1);
+    vset::dispout::release();
+    EXPECT_EQ(a_vextvfapi_disp_get_frc_connect_status(), 1);
+    EXPECT_EQ(calls().back(), "HW_DISPOUT_Close");
+}
+
 TEST_F(Panel, WhatIsClosedDiffers) {
     leavesOpen("HW_DISPOUT");
     fapi_core::VexTvFApiDispTconInfo stTcon = {};

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Picture parameters, picture quality, output timing and geometry of the display windows.
 #include <cstring>
-#include <functional>
 #include <tuple>
 
 #include <gmock/gmock.h>
 
 #include "a_vextvfapi_disp.h"
-#include "a_vextvfapi_disptst.h"
-#include "a_vextvfapi_inpsrc.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_extin.h"
 #include "support/library_fixture.h"
@@ -50,72 +47,6 @@ TEST_F(DispPicture, SendsTheParametersThatTakeOneWord) {
         EXPECT_EQ(a_vextvfapi_disp_set_picture_param(u32Param, 10), -1) << u32Param;
     }
     EXPECT_THAT(calls(), Not(Contains("HW_DISP_SetPictureParam")));
-}
-
-// A call of the chip that is refused is the operation's status, and keeps no other call from being made.
-TEST_F(DispPicture, EachRefusalCountsAndEndsNothing) {
-    struct Row {
-        const char* pszCall;
-        unsigned int u32From;
-        std::function<int()> run;
-    };
-    unsigned short au16Curve[256] = {};
-    signed char as8Data[29] = {};
-    unsigned char au8Text[40] = {};
-    fapi_core::VexTvFApiVideoTiming timing = {};
-    fapi_core::VexTvFApiDispExtFrcDeviceInfo stFrc = {};
-    const auto pattern = [](unsigned int u32Selector, unsigned int u32Enable) {
-        return [=] { return a_vextvfapi_disptst_gen_test_pattern(u32Selector, {u32Enable, 0, {}}); };
-    };
-    const auto layer = [](unsigned char u8Enable) {
-        return [=] { return a_vextvfapi_disptst_set_osd_layer_on_off(1, u8Enable); };
-    };
-    const auto quality = [] { return a_vextvfapi_disptst_set_pq_on_off(1); };
-    const Row rows[] = {
-        {"HW_DISP_SetPictureParam", 1, [] { return a_vextvfapi_disp_set_picture_param(5, 1); }},
-        {"HW_DISP_SetPictureParam", 1, [] { return a_vextvfapi_disp_set_color_temperature(1, 2, 3, 4, 5, 6); }},
-        {"HW_DISP_SetPictureParam", 1, [&] { return a_vextvfapi_disp_set_picture_param_struct(23, 29, as8Data); }},
-        {"HW_DISP_SetPictureParam", 1, [&] { return a_vextvfapi_disp_set_picture_param_struct(27, 1, as8Data); }},
-        {"HW_DISP_SetPictureParam", 1,
-         [&] { return a_vextvfapi_disp_set_gamma_curve(au16Curve, au16Curve, au16Curve); }},
-        {"HW_DISP_GetPictureParam", 1,
-         [&] { return a_vextvfapi_disp_get_pq_version(40, au8Text, VexTvFApiVideoWin{0}, VexTvFApiPqType{0}); }},
-        {"HW_DISP_ApplySetting", 1, [] { return a_vextvfapi_disp_set_output_timing(1); }},
-        {"HW_DISP_SetControlAttr", 1, [] { return a_vextvfapi_disp_set_freerun_control(1); }},
-        {"HW_DISPOUT_PanelSetAttr", 1, [] { return a_vextvfapi_disp_panel_set_attr(0, 1, 1, 2, 3, 4); }},
-        {"HW_DISPOUT_PanelGetAttr", 1, [&] { return a_vextvfapi_disp_panel_get_attr(0, 4, nullptr, au8Text); }},
-        {"HW_DISPOUT_PanelGetAttr", 1, [&] { return a_vextvfapi_disp_get_frc_device_info(&stFrc); }},
-        {"HW_VIDEO_GetAttr", 1, [&] { return a_vextvfapi_inpsrc_get_input_timing(timing); }},
-        {"HW_DISP_SetAttr", 1, pattern(0, 1)},
-        {"HW_DISP_SetAttr", 1, pattern(7, 1)},
-        {"HW_DISP_SetUnMute", 1, pattern(7, 1)},
-        {"HW_DISP_SetMute", 1, pattern(7, 0)},
-        {"HW_DISP_SetAttr", 1, pattern(9, 1)},
-        {"HW_DISP_SetAttr", 2, pattern(9, 1)},
-        {"HW_DISP_SetAttr", 1, pattern(10, 1)},
-        {"HW_DISP_SetMute", 1, pattern(10, 1)},
-        {"HW_DISP_SetUnMute", 1, pattern(10, 0)},
-        {"HW_DISP_SetPictureParam", 1, quality},
-        {"HW_DISP_SetPictureParam", 3, quality},
-        {"HW_DISP_SetPictureParam", 4, quality},
-        {"HW_OSD_LayerShow", 1, layer(1)},
-        {"HW_OSD_WindowShow", 1, layer(1)},
-        {"HW_OSD_WindowHide", 1, layer(0)},
-        {"HW_OSD_LayerHide", 1, layer(0)},
-    };
-    ASSERT_EQ(a_vextvfapi_disptst_init(), 0);
-    for (const Row& stRow : rows) {
-        SCOPED_TRACE(&stRow - rows);
-        vset::clearJournal();
-        EXPECT_EQ(stRow.run(), 0);
-        const std::vector<std::string> good = calls();
-        for (const auto& [s32Result, s32Status] : {std::pair{5, -6}, std::pair{0xA, -4}}) {
-            vset::inject({stRow.pszCall, s32Result, stRow.u32From});
-            vset::clearJournal();
-            EXPECT_EQ(stRow.run(), s32Status) << stRow.pszCall;
-            EXPECT_EQ(calls(), good) << stRow.pszCall;
-        }
-    }
 }
 
 TEST_F(DispPicture, DecodesTheBigEndianStream) {
