@@ -16,6 +16,8 @@
 
 namespace {
 
+using ::testing::AllOf;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 template <class Record>
@@ -57,7 +59,8 @@ TEST_F(Panel, EachAttributeHasItsRecord) {
     vset::dispout::release();
     for (const unsigned int u32Attr : {4u, 10u, 12u, 15u, 0xFFFFFFFFu}) {
         EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_panel_set_attr(0, u32Attr, 1, 2, 3, 4), -1); }),
-                    HasSubstr("[Factory]: a_vextvfapi_disp_panel_set_attr non-support eAttrType = "));
+                    AllOf(HasSubstr("[Factory]: a_vextvfapi_disp_panel_set_attr non-support eAttrType = "),
+                          EndsWith("HW_ERR_FAILED: 0x3, general failed\n")));
         EXPECT_FALSE(vset::dispout::output().bOpen);
     }
     EXPECT_EQ(count("HW_DISPOUT_PanelSetAttr"), 0u);

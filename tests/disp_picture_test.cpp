@@ -16,6 +16,7 @@
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
@@ -44,7 +45,8 @@ TEST_F(DispPicture, SendsTheParametersThatTakeOneWord) {
     }
     vset::clearJournal();
     for (const unsigned int u32Param : {0u, 4u, 6u, 11u, 13u, 17u, 22u, 28u, 37u, 0xFFFFFFE5u}) {
-        EXPECT_EQ(a_vextvfapi_disp_set_picture_param(u32Param, 10), -1) << u32Param;
+        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_picture_param(u32Param, 10), -1) << u32Param; }),
+                    EndsWith("HW_ERR_FAILED: 0x3, general failed\n"));
     }
     EXPECT_THAT(calls(), Not(Contains("HW_DISP_SetPictureParam")));
 }
@@ -66,7 +68,8 @@ TEST_F(DispPicture, DecodesTheBigEndianStream) {
     s8Gamma = 3;
     EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(27, 1, &s8Gamma), -2) << "handed on, and refused";
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(5, 29, as8Data), -1); }),
-                HasSubstr("[Factory]: a_vextvfapi_disp_set_picture_param_struct non-support eParamsType = 5\n\n"));
+                AllOf(HasSubstr("[Factory]: a_vextvfapi_disp_set_picture_param_struct non-support eParamsType = 5\n\n"),
+                      EndsWith("HW_ERR_FAILED: 0x3, general failed\n")));
     EXPECT_THAT(test::logOf([&] {
                     EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, 0, as8Data), -1);
                     EXPECT_EQ(a_vextvfapi_disp_set_picture_param_struct(23, 29, nullptr), -1);
