@@ -177,6 +177,8 @@ TEST_F(AdvancedSound, APartIsAByteAtItsPlace) {
                 << "all others are off: " << stEffect.u32Type << ' ' << i;
         }
     }
+    EXPECT_THAT(test::logOf([] { enableSub(2, 13); }),
+                HasSubstr("Apply sub sound effect Type: SRS THEATER GEQ ==> enable \n\n"));
     EXPECT_THAT(test::logOf([] { enableSub(7, 6, 0); }),
                 HasSubstr("Apply sub sound effect Type: (null) ==> disable \n\n"));
 }

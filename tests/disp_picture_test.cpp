@@ -182,6 +182,7 @@ TEST_F(DispPicture, CutsAPieceOutOfTheInput) {
     vset::disp::disconnectInput(0);
     EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), 0);
     EXPECT_THAT(rectangle(), ElementsAre(1, 1, 1, 1, 0, 0));
+    EXPECT_EQ(count("HW_EXTIN_GetAttr"), 1u) << "of the connected input";
     // The first step that fails is the last.
     for (const char* const pszStep : {"HW_DISP_SetInputRect", "HW_DISP_SetMute", "HW_DISP_ApplySetting"}) {
         vset::inject({pszStep, 3});
