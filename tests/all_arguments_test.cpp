@@ -225,6 +225,7 @@ const std::set<std::string> kMayDoWithout = {
 
 TEST_F(AllArguments, OneNullAtATime) {
     for (const Operation& operation : kOperations) {
+        bringUp();  // an operation before may have ended its module
         for (int s32Null = 0; s32Null < operation.s32Pointers; ++s32Null) {
             for (const Fill eFill : {Fill::zero, Fill::one, Fill::aFew}) {
                 Pointers pointers(s32Null);
