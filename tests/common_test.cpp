@@ -53,11 +53,9 @@ TEST_F(Common, VersionFillsTheWholeBufferOrNothing) {
         EXPECT_EQ(a_vextvfapi_common_get_fapi_version(strBuffer.data(), u32Length), 0);
         EXPECT_EQ(strBuffer, "v1.0.0.13" + std::string(u32Length - 9, '\0') + "#");
     }
-    for (const unsigned int u32Length : {0u, 9u}) {
-        std::string strBuffer(10, '#');
-        EXPECT_EQ(a_vextvfapi_common_get_fapi_version(strBuffer.data(), u32Length), -2);
-        EXPECT_EQ(strBuffer, std::string(10, '#'));
-    }
+    std::string strShort(9, '#');
+    EXPECT_EQ(a_vextvfapi_common_get_fapi_version(strShort.data(), 9), -2);
+    EXPECT_EQ(strShort, std::string(9, '#'));
     EXPECT_EQ(a_vextvfapi_common_get_fapi_version(nullptr, 64), -2);
 }
 

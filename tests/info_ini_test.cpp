@@ -2,13 +2,13 @@
 // Parameters of INI files.
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "a_vextvfapi_info.h"
 #include "a_vextvfapi_sys.h"
 #include "support/emulation.h"
 #include "support/library_fixture.h"
+#include "support/process.h"
 #include "support/refusals.h"
 
 namespace {
@@ -116,23 +116,13 @@ TEST_F(Ini, RefusesWhatCannotBeWritten) {
 // All file systems are synchronized, so that a power cut takes no earlier file back, either.
 TEST_F(Ini, AWrittenValueIsOnTheMedium) {
     SKIP_UNDER_EMULATION();
-    const std::string strFolder = folder();
-    vset::detach();
-    const pid_t child = fork();
-    if (child == 0) {
-        vset::attach(strFolder);
-        a_vextvfapi_sys_init();
+    test::runInChild([] {
         close(open("/data/earlier", O_WRONLY | O_CREAT, 0600));
         a_vextvfapi_info_set_ini_para(u8(kFile), u8("s:k"), u8("v"));
         close(open("/data/later", O_WRONLY | O_CREAT, 0600));
         vset::cutPowerAtWrite(1);
         a_vextvfapi_sys_create_folder(u8("/data/cut"));
-        _exit(0);
-    }
-    int s32Wait = 0;
-    waitpid(child, &s32Wait, 0);
-    EXPECT_TRUE(WIFSIGNALED(s32Wait));
-    vset::attach(strFolder);
+    });
     EXPECT_EQ(a_vextvfapi_sys_check_file(u8("/data/earlier")), 0);
     EXPECT_EQ(a_vextvfapi_sys_check_file(u8("/data/later")), -1);
 }
