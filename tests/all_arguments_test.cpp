@@ -224,6 +224,7 @@ const std::set<std::string> kMayDoWithout = {
     "a_vextvfapi_prphrl_write_factory_uart",
     "a_vextvfapi_sys_get_rtc_time",
     "a_vextvfapi_sys_update_panel",
+    "a_vextvfapi_info_get_ini_para",
 };
 
 // Operations whose null the chip refuses, or whose question to the chip has one in it.
