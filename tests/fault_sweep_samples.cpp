@@ -208,6 +208,14 @@ void giveTunerUp() {
     vset::tuner::release(0);
 }
 
+// With texts that are too long for a string without memory of its own.
+void nameDemodulator() {
+    bringInputsUp();
+    for (const unsigned int u32Command : {E_HW_TUNER_FACTORY_CMD_NAME, E_HW_TUNER_FACTORY_CMD_VERSION}) {
+        vset::tuner::setFactoryText(0, u32Command, "a text of a demodulator");
+    }
+}
+
 void giveOutputUp() {
     ASSERT_EQ(a_vextvfapi_disp_init(), 0);
     vset::dispout::release();
@@ -368,6 +376,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_inpsrc_get_ber", {}, showNothing, useFirstWindow},
     {"a_vextvfapi_inpsrc_vif_init", {}, giveTunerUp},
     onInputs("a_vextvfapi_inpsrc_get_demod_info"),
+    {"a_vextvfapi_inpsrc_get_demod_info", {}, nameDemodulator},
     display("a_vextvfapi_disp_set_picture_param", {"5", "1"}),
     display("a_vextvfapi_disp_set_color_temperature", {"1", "2", "3", "4", "5", "6"}),
     display("a_vextvfapi_disp_set_picture_param_struct", {"record", "repeat:29:x"}),
