@@ -175,8 +175,13 @@ TEST_F(SysFile, ReadBlock) {
         int s32Status;
         std::string strRead;
     } kRows[] = {
-        {4, 3, 0, "3456"}, {20, 8, 0, "89"},        {1, 10, -1, ""},
-        {5, 1000, -1, ""}, {5, 1ull << 63, -1, ""}, {5, 0xFFFFFFFFFFFFFFFFull, -1, ""},
+        {4, 3, 0, "3456"},
+        {20, 8, 0, "89"},
+        {1, 10, -1, ""},
+        {5, 1000, -1, ""},
+        {5, (1ull << 63) - 1, -1, ""},
+        {5, 1ull << 63, -1, ""},
+        {5, 0xFFFFFFFFFFFFFFFFull, -1, ""},
     };
     for (const auto& stRow : kRows) {
         SCOPED_TRACE(stRow.u64Position);
@@ -186,6 +191,7 @@ TEST_F(SysFile, ReadBlock) {
                   stRow.s32Status);
         EXPECT_EQ(std::string(buffer.begin(), buffer.begin() + u32Read), stRow.strRead);
     }
+    EXPECT_EQ(count("HW_FS_Fseek"), 5u) << "positions beyond the largest offset are not sought";
     unsigned char u8Byte = 0;
     unsigned int u32Read = 99;
     EXPECT_EQ(a_vextvfapi_sys_read_file(u8("/data/none"), &u8Byte, 1, 0, &u32Read), -1);
