@@ -18,6 +18,8 @@ ASSIGNMENTS = {'=', '+=', '-=', '*=', '/=', '%=', '&=', '|=', '^=', '<<=', '>>='
 LOWER = {'|': {'&&', '||'}, '&&': {'||'}, '||': set()}
 EXPRESSION_ENDS = {',', ';', '?', ':', 'return', '='}
 NO_CALL = {'if', 'while', 'for', 'switch', 'return', 'sizeof', 'alignof', 'decltype', 'catch', 'noexcept', 'alignas', '__attribute__'}
+# Calls whose first two arguments may be exchanged.
+SYMMETRIC = {'memcmp', 'strcmp', 'strncmp', 'min', 'max', 'swap'}
 NOT_EXECUTED = {'using', 'typedef', 'static_assert', 'struct', 'class', 'enum', 'union', 'friend'}
 LOG = re.compile(r'FAPI_(LOG\w*|CAPTURE_FAILED)$')
 LEVELS = {'FAPI_LOGE': 'FAPI_LOGD', 'FAPI_LOGD': 'FAPI_LOGI', 'FAPI_LOGI': 'FAPI_LOGE'}
@@ -351,7 +353,7 @@ class Reader:
         return [part for part in parts if part[0] <= part[1]]
 
     def exchanged(self, opening, operator):
-        parts = self.parts(opening)
+        parts = self.parts(opening)[self.texts[opening - 1] in SYMMETRIC:]
         for (first1, last1), (first2, last2) in zip(parts, parts[1:]):
             one, two = self.code(first1, last1), self.code(first2, last2)
             between = self.source[self.tokens[last1].end:self.tokens[first2].begin]
