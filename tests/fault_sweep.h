@@ -7,7 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "operation.h"
+#include "support/set_fixture.h"
+
 namespace test::sweep {
+
+constexpr const char* kModules[] = {"sys", "aud", "common", "disp", "disptst", "info", "inpsrc", "net", "prphrl"};
 
 // When a sample calls the middleware.
 enum class Calls {
@@ -25,6 +30,7 @@ struct Sample {
     void (*before)() = nullptr;
     void (*after)() = nullptr;
     Calls eCalls = Calls::always;
+    bool bThreadLogs = false;  // a thread of the operation's writes log lines when it comes to it
 };
 
 // Handles that operations leave open on purpose. A name may be followed by the sample's words.
@@ -46,6 +52,41 @@ const std::vector<Sample>& samples();
 
 const std::vector<LeftOpen>& leftOpen();
 const std::vector<NotSwept>& notSwept();
+
+// Returns what a function answers when it fails, and 1 and HW_HAS_INITED, which some callers take for
+// success.
+std::vector<long long> failuresOf(const std::string& strCall);
+
+// Returns why an operation may succeed although a call of the middleware or an allocation has failed; nothing when it
+// must not.
+std::string reasonOfSuccess(const std::string& strOperation, const std::string& strCall, long long s64Result);
+
+// Calls `body` with each sample of a module's operations and the operation's row.
+template <class Body>
+void forEachSampleOf(const std::string& strModule, Body&& body) {
+    for (const Sample& stSample : samples()) {
+        const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
+        ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
+        if (pOperation->module() == strModule) {
+            SCOPED_TRACE(stSample.pszOperation);
+            body(stSample, *pOperation);
+        }
+    }
+}
+
+// "a_vextvfapi_sys_check_file /data/file"
+std::string nameWithWords(const Sample& stSample);
+
+// A test that runs samples, each from the same state of the set.
+class SampleTest : public SetTest {
+protected:
+    void prepare(const Sample& stSample);
+    // Ends what the sample has begun; no thread may be left.
+    void finish(const Sample& stSample) const;
+
+private:
+    int _s32Threads = 0;
+};
 
 }  // namespace test::sweep
 

@@ -15,8 +15,10 @@
 #include "a_vextvfapi_inpsrc.h"
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_prphrl.h"
+#include "a_vextvfapi_sys.h"
 #include "hw3/hw_aout.h"
 #include "hw3/hw_extin.h"
+#include "support/descriptors.h"
 #include "support/set_fixture.h"
 #include "support/waiting.h"
 #include "vset/disp.h"
@@ -256,7 +258,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_start_factory_uart", {"115200", "0", "0"}, nullptr, stopFactoryUart},
     {"a_vextvfapi_prphrl_stop_factory_uart", {"0"}, startFactoryUart, stopFactoryUart},
     {"a_vextvfapi_prphrl_write_factory_uart", {"text:abc"}, startFactoryUart, stopFactoryUart},
-    {"a_vextvfapi_prphrl_set_uart_pipe_mode", {"on", ";"}, nullptr, stopPipeMode},
+    {"a_vextvfapi_prphrl_set_uart_pipe_mode", {"on", ";"}, nullptr, stopPipeMode, Calls::always, true},
     {"a_vextvfapi_prphrl_set_uart_pipe_mode", {"off", ";"}},
     {"a_vextvfapi_prphrl_set_mic_led", {"off"}},
     {"a_vextvfapi_sys_get_dataindex_path", {}},
@@ -339,8 +341,8 @@ const std::vector<Sample> kSamples = {
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_show", {}),
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_hide", {}),
     onCanvas("a_vextvfapi_disptst_gop_pattern_set_attr", {"on"}),
-    {"a_vextvfapi_disptst_set_burning_mode", {"on"}, nullptr, stopBurnIn},
-    {"a_vextvfapi_disptst_set_burning_mode_adv", {"on", "red,blue", "1"}, nullptr, stopBurnIn},
+    {"a_vextvfapi_disptst_set_burning_mode", {"on"}, nullptr, stopBurnIn, Calls::always, true},
+    {"a_vextvfapi_disptst_set_burning_mode_adv", {"on", "red,blue", "1"}, nullptr, stopBurnIn, Calls::always, true},
     {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "on"}},
     display("a_vextvfapi_disptst_set_pq_on_off", {"on"}),
     display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "on", "0", "white"}),
@@ -535,6 +537,41 @@ const std::vector<NotSwept> kNotSwept = {
 
 const std::vector<Sample>& samples() {
     return kSamples;
+}
+
+std::string nameWithWords(const Sample& stSample) {
+    std::string strName = stSample.pszOperation;
+    for (const std::string& strWord : stSample.words) {
+        strName += " " + strWord;
+    }
+    return strName;
+}
+
+void SampleTest::prepare(const Sample& stSample) {
+    vset::clearFaults();
+    std::error_code error;
+    std::filesystem::remove_all(vset::hostPath("/data/new"), error);
+    write("/data/file", "one\ntwo\n");
+    if (stSample.eCalls != Calls::onFirstPowerOn) {
+        vset::powerCycle();
+    }
+    ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+    ASSERT_EQ(a_vextvfapi_prphrl_init(), 0);
+    _s32Threads = threads();
+    if (stSample.before != nullptr) {
+        stSample.before();
+    }
+    vset::clearJournal();
+}
+
+void SampleTest::finish(const Sample& stSample) const {
+    // The longest time that a stopped thread may take.
+    constexpr std::chrono::seconds kThreadsEnd{5};
+    vset::clearFaults();
+    if (stSample.after != nullptr) {
+        stSample.after();
+    }
+    EXPECT_TRUE(eventually([this] { return threads() <= _s32Threads; }, kThreadsEnd)) << "threads are left";
 }
 
 const std::vector<LeftOpen>& leftOpen() {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <limits>
 #include <map>
 
 #include <gtest/gtest.h>
@@ -20,13 +21,11 @@ namespace {
 
 using test::sweep::Calls;
 using test::sweep::LeftOpen;
+using test::sweep::nameWithWords;
 using test::sweep::Sample;
 
 // The most repetitions of one call that fail in turn: some calls are made for each row of a picture.
 constexpr std::size_t kMostOfACall = 20;
-
-// The longest time that a stopped thread may take.
-constexpr std::chrono::seconds kThreadsEnd{5};
 
 bool isEventOperation(const std::string& strName) {
     return strName.find("reg_callback") != std::string::npos || strName.find("_nty_event") != std::string::npos;
@@ -34,14 +33,6 @@ bool isEventOperation(const std::string& strName) {
 
 bool contains(const std::vector<std::string>& names, const std::string& strName) {
     return std::find(names.begin(), names.end(), strName) != names.end();
-}
-
-std::string nameWithWords(const Sample& stSample) {
-    std::string strName = stSample.pszOperation;
-    for (const std::string& strWord : stSample.words) {
-        strName += " " + strWord;
-    }
-    return strName;
 }
 
 // The table's row, or one that says that nothing stays open.
@@ -55,35 +46,8 @@ const LeftOpen& leftOpenBy(const Sample& stSample) {
     return kNothing;
 }
 
-class FaultSweep : public test::SetTest {
+class FaultSweep : public test::sweep::SampleTest {
 protected:
-    // The state that every run of the sample starts from.
-    void prepare(const Sample& stSample) {
-        vset::clearFaults();
-        std::error_code error;
-        std::filesystem::remove_all(vset::hostPath("/data/new"), error);
-        write("/data/file", "one\ntwo\n");
-        if (stSample.eCalls != Calls::onFirstPowerOn) {
-            vset::powerCycle();
-        }
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-        ASSERT_EQ(a_vextvfapi_prphrl_init(), 0);
-        _threads = test::threads();
-        if (stSample.before != nullptr) {
-            stSample.before();
-        }
-        vset::clearJournal();
-    }
-
-    void finish(const Sample& stSample) const {
-        vset::clearFaults();
-        if (stSample.after != nullptr) {
-            stSample.after();
-        }
-        EXPECT_TRUE(test::eventually([this] { return test::threads() <= _threads; }, kThreadsEnd))
-            << "threads are left";
-    }
-
     static std::size_t handles() { return vset::openHandles().size(); }
     // Counts the open handles except those that a failure leaves open on purpose.
     static std::size_t handlesBeside(const LeftOpen& stLeftOpen) {
@@ -93,9 +57,6 @@ protected:
             return stHandle.bPlayer || strFamilies.find(" " + stHandle.strFamily + " ") == std::string::npos;
         }));
     }
-
-private:
-    int _threads = 0;
 };
 
 TEST_F(FaultSweep, CoversEveryOperation) {
@@ -125,6 +86,7 @@ constexpr struct {
     {"inpsrc", "HW_EXTIN_DeInit", "ends what a failed Init has not begun"},
     {"net", "HW_NET_DeInit", "ends what a failed Init has not begun"},
     {"net", "HW_NET_Open", "follows a close that failed"},
+    {"prphrl", "HW_PWM_", "follows an Init that is told to have been done"},
     {"prphrl", "HW_SAR_", "the handle of the set before, for it is never obtained twice (contract)"},
     {"prphrl", "HW_UART_UnRegisterCallback", "ends what a failed start has not registered"},
 };
@@ -156,6 +118,7 @@ private:
     };
 
     static void expectStatus(const Run& run, const vset::Fault& stFault, const tool::Outcome& outcome);
+    std::size_t throwingAllocationsOf(const Run& run);
     void runWith(Run& run, const vset::Fault& stFault);
     // Fails the call once, then from there on.
     void failWith(Run& run, vset::Fault stFault) {
@@ -167,14 +130,17 @@ private:
     }
 };
 
+// A failed call or allocation must not end in a success, unless the table of successes says why.
 void FaultSweepOf::expectStatus(const Run& run, const vset::Fault& stFault, const tool::Outcome& outcome) {
-    // The first answers with a boolean, the second with a handle.
-    if (run.operation.result != tool::Result::status || stFault.strCall == "HW_FS_Sync" ||
-        std::string(run.operation.name) == "_a_vextvfapi_sys_get_flash_handle") {
-        return;
+    using tool::Result;
+    const Result eResult = run.operation.result;
+    const bool bJudged = eResult != Result::value && eResult != Result::alwaysFails && eResult != Result::nothing;
+    if (bJudged && outcome.good) {
+        EXPECT_NE(test::sweep::reasonOfSuccess(run.operation.name, stFault.strCall, stFault.s64Result), "")
+            << "a success: " << outcome.status;
+    } else if (bJudged) {
+        EXPECT_GE(outcome.status, eResult == Result::zeroOr255 || eResult == Result::oneIsGood ? 0 : -6);
     }
-    EXPECT_LE(outcome.status, 0);
-    EXPECT_GE(outcome.status, -6);
 }
 
 // The operation, run from the prepared state with a fault.
@@ -201,6 +167,18 @@ void FaultSweepOf::runWith(Run& run, const vset::Fault& stFault) {
         EXPECT_TRUE(tool::invoke(run.operation, run.arguments).good) << "the next call";
     }
     finish(run.stSample);
+}
+
+// Counts them in a run without a fault.
+std::size_t FaultSweepOf::throwingAllocationsOf(const Run& run) {
+    constexpr unsigned int kNever = std::numeric_limits<unsigned int>::max();
+    prepare(run.stSample);
+    vset::inject({vset::kThrowingAllocation, 0, kNever});
+    const std::size_t before = vset::throwingAllocations();
+    tool::invoke(run.operation, run.arguments);
+    const std::size_t made = vset::throwingAllocations() - before;
+    finish(run.stSample);
+    return made;
 }
 
 void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operation) {
@@ -235,19 +213,18 @@ void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operatio
         EXPECT_EQ(made.empty(), stSample.eCalls == Calls::none);
     }
     for (const auto& [strCall, count] : made) {
-        const bool bFile = strCall.rfind("HW_FS_", 0) == 0 && strCall != "HW_FS_Init";
         for (unsigned int u32From = 1; u32From <= std::min(count, kMostOfACall); ++u32From) {
-            for (const long long s64Result :
-                 bFile ? std::vector<long long>{-1, -2, 0} : std::vector<long long>{1, 3, 8}) {
-                // A descriptor of 0 would be the test's own standard input.
-                if (strCall != "HW_FS_Open" || s64Result != 0) {
-                    failWith(run, {strCall, s64Result, u32From});
-                }
+            for (const long long s64Result : test::sweep::failuresOf(strCall)) {
+                failWith(run, {strCall, s64Result, u32From});
             }
         }
     }
     for (unsigned int u32From = 1; u32From <= std::min(allocations, kMostOfACall); ++u32From) {
         failWith(run, {vset::kAllocation, 0, u32From});
+    }
+    const std::size_t throwing = throwingAllocationsOf(run);
+    for (unsigned int u32From = 1; u32From <= std::min(throwing, kMostOfACall); ++u32From) {
+        failWith(run, {vset::kThrowingAllocation, 0, u32From});
     }
     EXPECT_EQ(run.bLeftSome, *stLeftOpen.pszFamiliesOnFailure != '\0') << "what failures leave open";
 }
@@ -255,24 +232,17 @@ void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operatio
 TEST_P(FaultSweepOf, LeavesNothingBehind) {
     inFreshProcess([&] {
         std::size_t operations = 0;
-        for (const Sample& stSample : test::sweep::samples()) {
-            const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
-            ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
-            if (pOperation->module() == GetParam()) {
-                SCOPED_TRACE(stSample.pszOperation);
-                sweep(stSample, *pOperation);
-                ++operations;
-            }
-        }
+        test::sweep::forEachSampleOf(GetParam(), [&](const Sample& stSample, const tool::Operation& operation) {
+            sweep(stSample, operation);
+            ++operations;
+        });
         std::printf("fault sweep: %-8s %3zu operations, %5zu calls failed, %s\n", GetParam(), operations, failed,
                     HasFailure() ? "FINDINGS" : "no finding");
         EXPECT_NE(operations, 0u);
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Modules, FaultSweepOf,
-                         ::testing::Values("sys", "aud", "common", "disp", "disptst", "info", "inpsrc", "net",
-                                           "prphrl"),
+INSTANTIATE_TEST_SUITE_P(Modules, FaultSweepOf, ::testing::ValuesIn(test::sweep::kModules),
                          [](const auto& module) { return std::string(module.param); });
 
 }  // namespace

@@ -159,6 +159,9 @@ TEST_F(VsetFaults, OnlyNothrowAllocationsFail) {
     vset::inject({vset::kAllocation});
     std::unique_ptr<char[]> array(new (std::nothrow) char[0]);
     EXPECT_EQ(array, nullptr);
+    // The throwing ones of the library alone fail.
+    vset::inject({vset::kThrowingAllocation, 0, 1, 0});
+    EXPECT_EQ(std::string(100, 'x').size(), 100u);
 }
 
 TEST_F(VsetFaults, NothrowAllocationsAreCounted) {

@@ -87,6 +87,9 @@ VSET_API void object(const char* pszCall, HW_Handle_t hHandle, const char* pszRe
 
 // Counts an allocation; returns true when it should fail.
 VSET_API bool takeAllocationFault();
+VSET_API bool takeThrowingAllocationFault();
+// Returns whether throwing allocations are counted and may be made to fail.
+VSET_API bool isThrowingAllocationWatched();
 
 // Returns the journal's description of a function, or null for an unknown name.
 VSET_API const CallDescription* findDescription(const char* pszCall);

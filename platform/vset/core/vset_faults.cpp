@@ -20,7 +20,11 @@ struct Faults {
     // Read without the lock on every call, because faults are rare.
     std::atomic<std::size_t> count{0};
     std::atomic<std::size_t> allocations{0};
+    std::atomic<std::size_t> throwingAllocations{0};
 };
+
+// Every allocation reads it, the one of the faults themselves, too.
+std::atomic<bool> bThrowingWatched{false};
 
 Faults& theFaults() {
     static Faults& faults = *new Faults;
@@ -87,6 +91,19 @@ std::size_t allocations() {
     return theFaults().allocations.load(std::memory_order_relaxed);
 }
 
+bool detail::isThrowingAllocationWatched() {
+    return bThrowingWatched.load(std::memory_order_relaxed);
+}
+
+bool detail::takeThrowingAllocationFault() {
+    theFaults().throwingAllocations.fetch_add(1, std::memory_order_relaxed);
+    return takeFault(kThrowingAllocation).bTaken;
+}
+
+std::size_t throwingAllocations() {
+    return theFaults().throwingAllocations.load(std::memory_order_relaxed);
+}
+
 std::string ownFailures(const std::string& strCall) {
     for (const auto& [pszCall, pszFailures] : kOwnFailures) {
         if (strCall == pszCall) {
@@ -111,12 +128,14 @@ void inject(const Fault& stFault) {
     const std::lock_guard<std::mutex> lock(faults.mutex);
     faults.armed.push_back({stFault});
     faults.count = faults.armed.size();
+    bThrowingWatched = bThrowingWatched || stFault.strCall == kThrowingAllocation;
 }
 
 const std::vector<std::string>& faultNames() {
     static const std::vector<std::string>& names = *new std::vector<std::string>([] {
         std::vector<std::string> all(std::begin(kFunctions), std::end(kFunctions));
         all.emplace_back(kAllocation);
+        all.emplace_back(kThrowingAllocation);
         std::sort(all.begin(), all.end());
         return all;
     }());
@@ -126,6 +145,7 @@ const std::vector<std::string>& faultNames() {
 void clearFaults() {
     Faults& faults = theFaults();
     const std::lock_guard<std::mutex> lock(faults.mutex);
+    bThrowingWatched = false;
     faults.armed.clear();
     faults.count = 0;
 }

@@ -178,6 +178,10 @@ VSET_API std::uint64_t refusalCount();
 // Names in place of a middleware function: `new (std::nothrow)` of the host program and its libraries.
 constexpr const char* kAllocation = "allocation";
 
+// Names another: `new`, and what the standard library's texts and lists allocate for code of the factory library. Such
+// an allocation throws std::bad_alloc.
+constexpr const char* kThrowingAllocation = "throwing-allocation";
+
 // The result of a fault for which none is given: HW_ERR_FAILED of a function that answers a code. There is none for
 // those that ownFailures() knows.
 constexpr long long kNoResult = std::numeric_limits<long long>::min();
@@ -187,7 +191,7 @@ constexpr long long kNoResult = std::numeric_limits<long long>::min();
 VSET_API std::string ownFailures(const std::string& strCall);
 
 struct Fault {
-    std::string strCall;              // the name of a middleware function, or kAllocation
+    std::string strCall;              // the name of a middleware function, kAllocation or kThrowingAllocation
     long long s64Result = kNoResult;  // what it answers; functions that return a pointer answer null
     unsigned int u32From = 1;         // the first call to fail, counted from now
     unsigned int u32Times = 1;        // how many fail; 0 = all from then on
@@ -200,11 +204,14 @@ VSET_API void inject(const Fault& stFault);
 
 VSET_API void clearFaults();
 
-// Returns the names of all functions that a fault can be injected into, kAllocation among them, sorted.
+// Returns the names of all functions that a fault can be injected into, those of allocations among them, sorted.
 VSET_API const std::vector<std::string>& faultNames();
 
 // Returns how many allocations there have been in this process that a fault of kAllocation could make fail.
 VSET_API std::size_t allocations();
+
+// Returns how many allocations there have been while a fault of kThrowingAllocation was set, which that could make fail.
+VSET_API std::size_t throwingAllocations();
 
 // --- Handles ---------------------------------------------------------------------------------------------------------
 
