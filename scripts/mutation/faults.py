@@ -12,7 +12,8 @@ TOKEN = re.compile(
     |(?P<sign><<=|>>=|\.\.\.|->|::|<<|>>|<=|>=|==|!=|&&|\|\||\+\+|--|[-+*/%&|^]=|.)''', re.X | re.S | re.M)
 CLOSING = {'(': ')', '[': ']', '{': '}'}
 COMPARISONS = {'==': ['!='], '!=': ['=='], '<': ['<=', '>'], '<=': ['<'], '>': ['>=', '<'], '>=': ['>']}
-EXCHANGED = {'&&': '||', '||': '&&', '+': '-', '-': '+', '&': '|', '<<': '>>', '>>': '<<', '+=': '-=', '-=': '+=', '|=': '&='}
+EXCHANGED = {'&&': '||', '||': '&&', '+': '-', '-': '+', '&': '|', '<<': '>>', '>>': '<<',
+             '+=': '-=', '-=': '+=', '|=': '&='}
 ASSIGNMENTS = {'=', '+=', '-=', '*=', '/=', '%=', '&=', '|=', '^=', '<<=', '>>='}
 # What ends an operand of each operator, apart from brackets.
 LOWER = {'|': {'&&', '||'}, '&&': {'||'}, '||': set()}
@@ -116,8 +117,8 @@ class Reader:
         shift = begin - self.lines[line]
         after = lines[:shift] + text + lines[shift + end - begin:]
         if blanks(after) != blanks(lines):
-            self.faults.setdefault((line, after), Fault(operator, self.function, line + 1, blanks(lines), blanks(after), begin, end,
-                                                        text, log))
+            fault = Fault(operator, self.function, line + 1, blanks(lines), blanks(after), begin, end, text, log)
+            self.faults.setdefault((line, after), fault)
 
     def code(self, first, last):
         return self.source[self.tokens[first].begin:self.tokens[last].end]
