@@ -76,12 +76,12 @@ class Runner:
     def locked(self, program):
         return threading.Lock() if self.apart or not program.lock else self.locks.setdefault(program.lock, threading.Lock())
 
-    def run(self, program, folder, limit, throughout=False):
+    def run(self, program, folder, limit, throughout=False, patience=1):
         """Returns None when the program passes, else how it fails and a list of what has noticed it."""
         verdict, noticed, begun = None, [], []
         while True:
             with self.locked(program):
-                found, failed, now_begun = self.run_once(program, folder, limit, throughout, begun)
+                found, failed, now_begun = self.run_once(program, folder, limit * patience, throughout, begun, patience)
             verdict = verdict or found
             noticed += [name for name in failed or ([program.word] if found else []) if name not in noticed]
             # The tests that follow the one in which a process has died run in another one.
@@ -89,11 +89,11 @@ class Runner:
                 return (verdict, noticed) if verdict else None
             begun += now_begun
 
-    def run_once(self, program, folder, limit, throughout, begun):
+    def run_once(self, program, folder, limit, throughout, begun, patience):
         started = []
         try:
             for shard in range(program.shards):
-                started.append(self.start(program, folder, shard, throughout, begun))
+                started.append(self.start(program, folder, shard, throughout, begun, patience))
             found = self.wait(started, limit, throughout)
             statuses = [process.poll() for process, _ in started]
         finally:
@@ -114,9 +114,10 @@ class Runner:
             shutil.rmtree(home, ignore_errors=True)
         return found, sorted(set(failed)) if found else [], now_begun
 
-    def start(self, program, folder, shard, throughout, begun):
+    def start(self, program, folder, shard, throughout, begun, patience):
         home = Path(tempfile.mkdtemp(prefix='t', dir=folder))
         environment = {**os.environ, 'LD_LIBRARY_PATH': str(folder / 'lib')}
+        environment['FAPI_TEST_PATIENCE'] = str(patience * int(os.environ.get('FAPI_TEST_PATIENCE', 1)))
         environment.update(dict.fromkeys(('HOME', 'XDG_STATE_HOME', 'TMPDIR', 'TEST_TMPDIR'), str(home)))
         environment.pop('VSET_DIR', None)
         if program.shards > 1:
