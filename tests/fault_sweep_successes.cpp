@@ -53,7 +53,7 @@ constexpr Success kSuccesses[] = {
     {"prphrl_keypad_init prphrl_start_keypad", "HW_SYS_GetConfigData HW_SYS_OpenConfigFile",
      "a setting that is not there keeps its default"},
     {"net_deinit", "HW_NET_DeInit", "its result does not count (contract)"},
-    {"net_set_interface_updown", "HW_NET_DeviceUp", "a refusal is only logged (contract)"},
+    {"net_set_interface_updown", "HW_NET_DeviceUp HW_NET_DeviceDown", "a refusal is only logged (contract)"},
     {"net_set_mac", "HW_NET_DhcpOff HW_NET_DhcpOn HW_NET_SetMac", "a refusal is only logged (contract)"},
     {"prphrl_control_gpio", "HW_GPIO_SetOutput", "a refusal is only logged (contract)"},
     {"prphrl_get_gpio_status", "HW_GPIO_GetInput", "a refusal is only logged (contract)"},

@@ -62,10 +62,11 @@ std::string KeptRun::resultOf(const tool::Outcome& outcome) {
 // Takes out what is different in each run or in each version of a source.
 std::string withoutChanges(const std::string& strRun) {
     static const std::pair<std::regex, const char*> kChanges[] = {
-        {std::regex("(_vextvfapi_[a-z_]+)\\([0-9]+\\)"), "$1()"},       // a line of the source
-        {std::regex("(\\[[a-z_]+\\])\\[[0-9]+\\]"), "$1[]"},            // another
-        {std::regex("(systemtime = |seconds=)[0-9]+"), "$1..."},        // the real-time clock
-        {std::regex("(path=\"/data\"\\) = 0, size=)[0-9]+"), "$1..."},  // a folder's size is the file system's
+        {std::regex("(_vextvfapi_[a-z_]+)\\([0-9]+\\)"), "$1()"},               // a line of the source
+        {std::regex("(\\[[a-z_]+\\])\\[[0-9]+\\]"), "$1[]"},                    // another
+        {std::regex("(HW_FS_Open\\([^)]*\\) = |fd=)(0x)?[0-9a-f]+"), "$1..."},  // a descriptor
+        {std::regex("(systemtime = |seconds=)[0-9]+"), "$1..."},                // the real-time clock
+        {std::regex("(path=\"/data\"\\) = 0, size=)[0-9]+"), "$1..."},          // a folder's size is the file system's
     };
     std::string strText = test::withoutLines(strRun);
     for (const auto& [what, pszBy] : kChanges) {
