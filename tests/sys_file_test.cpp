@@ -277,8 +277,6 @@ TEST_F(SysFile, WriteFile) {
         {"/data/f", au8Data, 3, "wb", {vset::kAllocation}, -1},
         {"/data/f", au8Data, 3, "wb", {vset::kAllocation, 0, 2}, -1},
         {"/data/x/y/f", au8Data, 3, "wb", {}, -1},
-        {"/data/f", au8Data, 3, "wb", {"HW_FS_Fopen"}, -1},
-        {"/data/f", au8Data, 3, "wb", {"HW_FS_Fclose", -1}, -1},
         {"/data/f", au8Data, 3, "wb", {"HW_FS_Fwrite", 1}, 0},
     };
     for (const auto& stRow : kRows) {
