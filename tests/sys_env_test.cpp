@@ -78,15 +78,6 @@ TEST_F(SysEnv, LengthsAtTheEdge) {
     EXPECT_EQ(a_vextvfapi_sys_get_emmc_env_var(u8("empty"), &u8Byte, 0), 0) << "an empty value fits into nothing";
 }
 
-TEST_F(SysEnv, NullIsRefusedWithoutAMiddlewareCall) {
-    unsigned char u8Value = 0;
-    EXPECT_EQ(a_vextvfapi_sys_get_emmc_env_var(nullptr, &u8Value, 1), -2);
-    EXPECT_EQ(a_vextvfapi_sys_get_emmc_env_var(u8("k"), nullptr, 1), -2);
-    EXPECT_EQ(a_vextvfapi_sys_set_emmc_env_var(nullptr, u8("v")), -2);
-    EXPECT_EQ(a_vextvfapi_sys_set_emmc_env_var(u8("k"), nullptr), -2);
-    EXPECT_THAT(calls(), testing::IsEmpty());
-}
-
 TEST_F(SysEnv, AForeignHandleIsSharedAndStaysOpen) {
     leavesOpen("HW_FLASH");
     vset::flash::hold(E_HW_FLASH_TYPE_EMMC);
