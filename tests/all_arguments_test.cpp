@@ -175,6 +175,7 @@ protected:
         a_vextvfapi_disp_init();
         a_vextvfapi_disptst_init();
         a_vextvfapi_inpsrc_init();
+        a_vextvfapi_net_init();
     }
 
     static void runAll(Fill eFill) {

@@ -72,6 +72,8 @@ TEST_F(Ini, ReadsValuesThatFit) {
 }
 
 TEST_F(Ini, RefusesWhatCannotBeRead) {
+    EXPECT_EQ(a_vextvfapi_info_get_ini_para(u8(kFile), nullptr, nullptr, 0), -2);
+    EXPECT_TRUE(calls().empty()) << "a null key is refused before the middleware is asked";
     EXPECT_EQ(a_vextvfapi_info_get_ini_para(u8(kFile), u8("s:four"), nullptr, 4), -2);
     EXPECT_THAT(calls(), ElementsAre("HW_SYS_OpenConfigFile", "HW_SYS_GetConfigData", "HW_SYS_CloseConfigFile"));
     vset::inject({"HW_SYS_OpenConfigFile", HW_ERR_MEMORY_ALLOCATE});

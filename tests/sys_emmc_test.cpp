@@ -13,7 +13,6 @@
 namespace {
 
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
 
 constexpr unsigned int kSize = 1u << 20;  // of "misc"
