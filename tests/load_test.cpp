@@ -63,6 +63,7 @@ TEST_F(LoadTest, AnOperationOfEachModuleAnswers) {
 
     ASSERT_EQ(operations.a_vextvfapi_net_init(), 0);
     EXPECT_EQ(operations.a_vextvfapi_net_open("eth0"), 0);
+    EXPECT_EQ(operations.a_vextvfapi_net_close(), 0);
     ASSERT_EQ(operations.a_vextvfapi_prphrl_init(), 0);
     EXPECT_EQ(operations.a_vextvfapi_prphrl_control_gpio(12, 1), 0);
     ASSERT_EQ(operations.a_vextvfapi_aud_init(), 0);

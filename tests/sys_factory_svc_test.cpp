@@ -93,13 +93,12 @@ TEST_F(FactoryService, RefusesBeforeItConnects) {
     SKIP_UNDER_EMULATION();
     daemon::start();
     const std::string strLog = test::logOf([] {
-        EXPECT_EQ(a_vextvfapi_sys_send_cmd_to_factory_svc(7, nullptr), -2);
         EXPECT_EQ(sendCommand(2, std::string(300, 'p')), -2) << "the command is looked at before the length";
         EXPECT_EQ(sendCommand(-1), -2);
         EXPECT_EQ(sendCommand(0, std::string(255, 'p')), -1);
     });
-    EXPECT_THAT(strLog, AllOf(HasSubstr("pu8Param is null\n\n"), HasSubstr("s32Cmd is not support\n\n"),
-                              HasSubstr("pu8Param is overflow.\n\n"), Not(HasSubstr("factory_client end"))));
+    EXPECT_THAT(strLog, AllOf(HasSubstr("s32Cmd is not support\n\n"), HasSubstr("pu8Param is overflow.\n\n"),
+                              Not(HasSubstr("factory_client end"))));
     EXPECT_TRUE(daemon::commands().empty());
 }
 
@@ -173,7 +172,6 @@ class ChipAttributes : public test::LibraryTest {};
 TEST_F(ChipAttributes, DataIndexPath) {
     std::vector<unsigned char> path(200, '#');
     EXPECT_EQ(a_vextvfapi_sys_get_dataindex_path(path.data(), 127), -1);
-    EXPECT_EQ(a_vextvfapi_sys_get_dataindex_path(nullptr, 128), -1);
     EXPECT_EQ(path, std::vector<unsigned char>(200, '#'));
     EXPECT_EQ(a_vextvfapi_sys_get_dataindex_path(path.data(), 200), 0);
     std::string strExpected = "/vendor/factory/config/dataindex.ini";
@@ -206,8 +204,6 @@ TEST_F(ChipAttributes, CustomerHash) {
     std::fill(std::begin(au8Hash), std::end(au8Hash), '#');
     unsigned int u32Copied = 99;
     EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(15, au8Hash, &u32Copied), -1);
-    EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(16, nullptr, &u32Copied), -1);
-    EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(16, au8Hash, nullptr), -1);
     EXPECT_EQ(u32Copied, 99u);
     EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(17, au8Hash, &u32Copied), 0);
     // Places that overlap spoil what the caller reads, and nothing else.
