@@ -11,14 +11,14 @@
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "vset/dispout.h"
+#include "vset/journal.h"
 #include "vset/sys.h"
 
 namespace {
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
+using ::testing::AllOf;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 template <class Record>
 Record attribute(std::uint32_t u32Attr) {
@@ -41,12 +41,11 @@ TEST_F(Panel, EachAttributeHasItsRecord) {
         EXPECT_EQ(a_vextvfapi_disp_panel_set_attr(77, u32Attr, 0x12345600 + u32Attr, 2, 3, 4), 0);
         EXPECT_EQ(attribute<HW_U32>(u32Attr), 0x12345600 + u32Attr);
     }
-    const std::string strLog =
-        test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_panel_set_attr(0, 5, 0x101, 0x1ABCD, 0x1EF01, 4), 0); });
-    EXPECT_THAT(strLog, HasSubstr("bEnable = 1\n\n"));
-    EXPECT_THAT(strLog, HasSubstr("u16SscSpan = 0xABCD\n\n"));
-    EXPECT_THAT(strLog, HasSubstr("u16SscStep = 0xEF01\n\n"));
-    EXPECT_EQ(attribute<HW_DISPOUT_LvdsSsc_t>(5).u16SscStep, 0xEF01);
+    EXPECT_EQ(a_vextvfapi_disp_panel_set_attr(0, 5, 0x101, 0x1ABCD, 0x1EF01, 4), 0);
+    const auto stSsc = attribute<HW_DISPOUT_LvdsSsc_t>(5);
+    EXPECT_EQ(stSsc.u8Enable, 1);
+    EXPECT_EQ(stSsc.u16SscSpan, 0xABCD);
+    EXPECT_EQ(stSsc.u16SscStep, 0xEF01);
     EXPECT_EQ(a_vextvfapi_disp_panel_set_attr(0, 7, 0x1A1, 0x1B2, 3, 4), 0);
     EXPECT_EQ(attribute<HW_DISPOUT_Panel7_t>(7).u8A, 0xA1);
     EXPECT_EQ(attribute<HW_DISPOUT_Panel7_t>(7).u8B, 0xB2);
@@ -57,13 +56,14 @@ TEST_F(Panel, EachAttributeHasItsRecord) {
     EXPECT_EQ(stPanel8.u16C, 0xE5E5);
     EXPECT_EQ(stPanel8.u16D, 0xF6F6);
     vset::clearJournal();
+    vset::dispout::release();
     for (const unsigned int u32Attr : {4u, 10u, 12u, 15u, 0xFFFFFFFFu}) {
         EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_panel_set_attr(0, u32Attr, 1, 2, 3, 4), -1); }),
-                    HasSubstr("[Factory]: a_vextvfapi_disp_panel_set_attr non-support eAttrType = "));
+                    AllOf(HasSubstr("[Factory]: a_vextvfapi_disp_panel_set_attr non-support eAttrType = "),
+                          EndsWith("HW_ERR_FAILED: 0x3, general failed\n")));
+        EXPECT_FALSE(vset::dispout::output().bOpen);
     }
-    EXPECT_THAT(calls(), Not(Contains("HW_DISPOUT_PanelSetAttr")));
-    vset::inject({"HW_DISPOUT_PanelSetAttr", 5});
-    EXPECT_EQ(a_vextvfapi_disp_panel_set_attr(0, 1, 1, 2, 3, 4), -6);
+    EXPECT_EQ(count("HW_DISPOUT_PanelSetAttr"), 0u);
 }
 
 TEST_F(Panel, ReadsWhatThePanelHas) {
@@ -79,13 +79,13 @@ TEST_F(Panel, ReadsWhatThePanelHas) {
     EXPECT_EQ(u32Span, 0x1234u);
     EXPECT_EQ(u32Step, 0xFFFFu);
     // Exactly the bytes of the record.
-    unsigned char au8Out[9];
-    std::fill(std::begin(au8Out), std::end(au8Out), static_cast<unsigned char>(0xEE));
-    EXPECT_EQ(a_vextvfapi_disp_panel_get_attr(0, 5, nullptr, au8Out), 0);
-    EXPECT_EQ(au8Out[6], 0xEE);
-    EXPECT_EQ(a_vextvfapi_disp_panel_get_attr(0, 4, nullptr, au8Out), 0);
-    EXPECT_EQ(au8Out[7], 0x80);
-    EXPECT_EQ(au8Out[8], 0xEE);
+    std::string strOut(9, '#');
+    EXPECT_EQ(a_vextvfapi_disp_panel_get_attr(0, 5, nullptr, strOut.data()), 0);
+    EXPECT_EQ(strOut.substr(6), "###");
+    EXPECT_EQ(a_vextvfapi_disp_panel_get_attr(0, 4, nullptr, strOut.data()), 0);
+    EXPECT_EQ(strOut.substr(7), "\x80#");
+    EXPECT_EQ(a_vextvfapi_disp_panel_get_attr(0, 3, nullptr, strOut.data()), 0) << "unknown, and no failure";
+    EXPECT_EQ(strOut.substr(7), "\x80#");
     vset::inject({"HW_DISPOUT_PanelGetAttr", 5, 1, 2});
     EXPECT_EQ(a_vextvfapi_disp_get_pwm_range(u32Min, u32Max), -6);
     EXPECT_EQ(u32Max, 0u);
@@ -94,7 +94,7 @@ TEST_F(Panel, ReadsWhatThePanelHas) {
     EXPECT_EQ(a_vextvfapi_disp_panel_get_attr(0, 4, nullptr, nullptr), -1);
 }
 
-TEST_F(Panel, TellsOfTheChipsBeside) {
+TEST_F(Panel, ReportsTheChipsNextToIt) {
     setAttribute(17,
                  HW_DISPOUT_TconInfo_t{{'s', 'i', 'x', 't', 'e', 'e', 'n', ' ', 'l', 'e', 't', 't', 'e', 'r', 's', '!'},
                                        {'c', 0, 'x'},
@@ -113,8 +113,7 @@ TEST_F(Panel, TellsOfTheChipsBeside) {
     EXPECT_EQ(a_vextvfapi_disp_get_frc_connect_status(), 42);
 
     vset::inject({"HW_DISPOUT_PanelGetAttr", 8, 1, 3});
-    EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_get_tcon_info(&stTcon), -1); }),
-                HasSubstr("GetPanelAttr(TCON_INFO) fail! eRet = 8\n\n"));
+    EXPECT_EQ(a_vextvfapi_disp_get_tcon_info(&stTcon), -1);
     EXPECT_EQ(stTcon.u8TconData[9], 10);
     EXPECT_EQ(a_vextvfapi_disp_get_frc_device_info(&stFrc), -2);
     EXPECT_EQ(stFrc.u32FwVer, 0u) << "written all the same";
@@ -123,62 +122,58 @@ TEST_F(Panel, TellsOfTheChipsBeside) {
     EXPECT_EQ(a_vextvfapi_disp_get_frc_device_info(nullptr), -1);
 }
 
-TEST_F(Panel, FlashesItsCompanion) {
-    refuses("HW_SYS_UpgradeFw");
-    write("/data/tarn.bin", "firmware");
-    EXPECT_EQ(a_vextvfapi_disp_upgrade_tarn_fw(reinterpret_cast<const unsigned char*>("/data/tarn.bin")), 0);
-    EXPECT_THAT(test::logOf([] {
-                    EXPECT_EQ(a_vextvfapi_disp_upgrade_tarn_fw(reinterpret_cast<const unsigned char*>("/data/no.bin")),
-                              -1);
-                }),
-                HasSubstr("Upgrade TARN FW FAIL with /data/no.bin\n\n"));
-    EXPECT_EQ(a_vextvfapi_disp_upgrade_tarn_fw(nullptr), -2);
+// Operations on the chips next to the panel close the display's handle in place of the output that they have opened.
+TEST_F(Panel, WithoutAWindowAHandleOfNoneIsClosed) {
+    leavesOpen("HW_DISPOUT");
+    fapi_core::VexTvFApiDispHsyModelRange stRange = {};
+    a_vextvfapi_disp_switch_window(3);
+    EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), -1);
+    vset::dispout::release();
+    EXPECT_EQ(a_vextvfapi_disp_get_frc_connect_status(), 1);
+    EXPECT_EQ(calls().back(), "HW_DISPOUT_Close");
 }
 
-TEST_F(Panel, WhatStaysOpenDiffers) {
-    vset::dispout::release();
+TEST_F(Panel, WhatIsClosedDiffers) {
+    leavesOpen("HW_DISPOUT");
     fapi_core::VexTvFApiDispTconInfo stTcon = {};
     fapi_core::VexTvFApiDispExtFrcDeviceInfo stFrc = {};
+    fapi_core::VexTvFApiDispHsyModelRange stRange = {};
     unsigned int u32Min = 0, u32Max = 0, u32Word = 0;
+    const auto* const pu8Firmware = reinterpret_cast<const unsigned char*>("/data/tarn.bin");
+    write("/data/tarn.bin", "firmware");
     struct Row {
         const char* pszWhat;
         std::function<int()> run;
-        bool bStaysOpen;
+        bool bStaysOpen, bCloses;
     };
-    write("/data/tarn.bin", "firmware");
-    const Row rows[] = {
-        {"set", [] { return a_vextvfapi_disp_panel_set_attr(0, 1, 1, 2, 3, 4); }, false},
-        {"get", [&] { return a_vextvfapi_disp_get_pwm_range(u32Min, u32Max); }, false},
-        {"get nothing", [&] { return a_vextvfapi_disp_panel_get_attr(0, 3, nullptr, &u32Word); }, true},
-        {"T-CON", [&] { return a_vextvfapi_disp_get_tcon_info(&stTcon); }, true},
-        {"FRC", [&] { return a_vextvfapi_disp_get_frc_device_info(&stFrc); }, true},
-        {"FRC status", [] { return a_vextvfapi_disp_get_frc_connect_status() == 255 ? -1 : 0; }, true},
-        {"companion",
-         [] { return a_vextvfapi_disp_upgrade_tarn_fw(reinterpret_cast<const unsigned char*>("/data/tarn.bin")); },
-         true},
-    };
-    for (const Row& stRow : rows) {
+    for (const Row& stRow : {
+             Row{"set", [] { return a_vextvfapi_disp_panel_set_attr(0, 1, 1, 2, 3, 4); }, false, true},
+             Row{"get", [&] { return a_vextvfapi_disp_get_pwm_range(u32Min, u32Max); }, false, true},
+             Row{"get nothing", [&] { return a_vextvfapi_disp_panel_get_attr(0, 3, nullptr, &u32Word); }, true, false},
+             Row{"T-CON", [&] { return a_vextvfapi_disp_get_tcon_info(&stTcon); }, true, true},
+             Row{"FRC", [&] { return a_vextvfapi_disp_get_frc_device_info(&stFrc); }, true, true},
+             Row{"FRC status", [] { return a_vextvfapi_disp_get_frc_connect_status() == 255 ? -1 : 0; }, true, true},
+             Row{"companion", [&] { return a_vextvfapi_disp_upgrade_tarn_fw(pu8Firmware); }, true, true},
+         }) {
+        SCOPED_TRACE(stRow.pszWhat);
         vset::powerCycle();
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
         ASSERT_EQ(a_vextvfapi_disp_init(), 0);
-        vset::dispout::release();
+        EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), 0);
+        unsigned int hDisp = 0;
+        EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle(&hDisp));
         vset::clearJournal();
-        EXPECT_EQ(stRow.run(), 0) << stRow.pszWhat;
-        EXPECT_EQ(vset::dispout::output().bOpen, stRow.bStaysOpen) << stRow.pszWhat;
-        // All but the one that returns early try to close: some the display's handle, which is refused.
-        EXPECT_EQ(std::string(stRow.pszWhat) != "get nothing", calls().back() == "HW_DISPOUT_Close") << stRow.pszWhat;
-        EXPECT_EQ(stRow.run(), 0) << stRow.pszWhat << ", once more";
-    }
-    // Without the display output.
-    for (const Row& stRow : rows) {
-        vset::powerCycle();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
+        EXPECT_EQ(stRow.run(), 0);
+        EXPECT_EQ(count("HW_DISPOUT_Close"), 0u) << "found open";
         vset::dispout::release();
-        vset::inject({"HW_DISPOUT_Open", 9});
-        EXPECT_EQ(stRow.run(), -1) << stRow.pszWhat;
+        EXPECT_EQ(stRow.run(), 0);
+        EXPECT_EQ(vset::dispout::output().bOpen, stRow.bStaysOpen);
+        EXPECT_EQ(calls().back() == "HW_DISPOUT_Close", stRow.bCloses);
+        const vset::CallPattern closesDisplay("HW_DISPOUT_Close handle=" + std::to_string(hDisp));
+        EXPECT_EQ(closesDisplay.matches(vset::journal().back()), stRow.bCloses && stRow.bStaysOpen);
     }
-    EXPECT_EQ(u32Max, 0u);
+    EXPECT_EQ(vset::sys::flashedFirmware().back().u32Type, static_cast<unsigned int>(E_HW_SYS_FW_TARN));
+    EXPECT_EQ(a_vextvfapi_disp_upgrade_tarn_fw(nullptr), -2);
 }
 
 }  // namespace

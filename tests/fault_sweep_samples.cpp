@@ -208,6 +208,14 @@ void giveTunerUp() {
     vset::tuner::release(0);
 }
 
+// With texts that are too long for a string without memory of its own.
+void nameDemodulator() {
+    bringInputsUp();
+    for (const unsigned int u32Command : {E_HW_TUNER_FACTORY_CMD_NAME, E_HW_TUNER_FACTORY_CMD_VERSION}) {
+        vset::tuner::setFactoryText(0, u32Command, "a text of a demodulator");
+    }
+}
+
 void giveOutputUp() {
     ASSERT_EQ(a_vextvfapi_disp_init(), 0);
     vset::dispout::release();
@@ -303,6 +311,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_net_close", {}, openNet},
     {"a_vextvfapi_net_set_mac", {"02:00:00:00:00:01"}, bringNetUp},
     {"a_vextvfapi_net_set_interface_updown", {"eth0", "up"}, bringNetUp},
+    {"a_vextvfapi_net_set_interface_updown", {"eth0", "down"}, bringNetUp},
     {"a_vextvfapi_aud_init", {}},
     {"a_vextvfapi_aud_deinit", {}, bringAudioUp},
     {"a_vextvfapi_aud_open", {}, bringAudioUp, closeAudio},
@@ -344,8 +353,14 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_disptst_set_burning_mode", {"on"}, nullptr, stopBurnIn, Calls::always, true},
     {"a_vextvfapi_disptst_set_burning_mode_adv", {"on", "red,blue", "1"}, nullptr, stopBurnIn, Calls::always, true},
     {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "on"}},
+    {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "off"}},
     display("a_vextvfapi_disptst_set_pq_on_off", {"on"}),
     display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "on", "0", "white"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "on", "7", "white"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "on"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "off"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "on", "0", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "off"}),
     {"a_vextvfapi_inpsrc_init", {}},
     onInputs("a_vextvfapi_inpsrc_deinit"),
     analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"vga"}),
@@ -368,9 +383,11 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_inpsrc_get_ber", {}, showNothing, useFirstWindow},
     {"a_vextvfapi_inpsrc_vif_init", {}, giveTunerUp},
     onInputs("a_vextvfapi_inpsrc_get_demod_info"),
+    {"a_vextvfapi_inpsrc_get_demod_info", {}, nameDemodulator},
     display("a_vextvfapi_disp_set_picture_param", {"5", "1"}),
     display("a_vextvfapi_disp_set_color_temperature", {"1", "2", "3", "4", "5", "6"}),
     display("a_vextvfapi_disp_set_picture_param_struct", {"record", "repeat:29:x"}),
+    display("a_vextvfapi_disp_set_picture_param_struct", {"gamma", "hex:01"}),
     display("a_vextvfapi_disp_set_gamma_curve", {"linear"}),
     {"a_vextvfapi_disp_get_pq_range", {}, useClosedWindow, useFirstWindow},
     {"a_vextvfapi_disp_get_pq_version", {"hd1", "0"}},

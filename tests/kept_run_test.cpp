@@ -48,7 +48,7 @@ private:
     static std::string resultOf(const tool::Outcome& outcome);
     std::string named(std::string strText);
 
-    std::map<std::string, std::string> _names;  // of the handles, by their numbers
+    std::map<unsigned long long, std::string> _names;  // of the handles, by their numbers
 };
 
 std::string KeptRun::resultOf(const tool::Outcome& outcome) {
@@ -109,11 +109,12 @@ std::string namesOf(const std::vector<vset::JournalEntry>& entries) {
 
 // Gives handles names by their order: their numbers are different in each run.
 std::string KeptRun::named(std::string strText) {
-    static const std::regex kHandle("0x[0-9A-Fa-f]{7,12}\\b");
+    static const std::regex kHandle("0x[0-9A-Fa-f]{7,12}\\b|\\b[0-9]{9,10}\\b");
     std::smatch match;
     std::string strNamed;
     while (std::regex_search(strText, match, kHandle)) {
-        const auto [it, bNew] = _names.try_emplace(match.str(), "#" + std::to_string(_names.size() + 1));
+        const auto [it, bNew] =
+            _names.try_emplace(std::stoull(match.str(), nullptr, 0), "#" + std::to_string(_names.size() + 1));
         strNamed += match.prefix().str() + it->second;
         strText = match.suffix().str();
     }
