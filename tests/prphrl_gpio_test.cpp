@@ -154,13 +154,18 @@ TEST_F(Monitor, EndsWithOneEventWhenThePadFails) {
         const char* name;
         unsigned int pad;
         bool broken;         // from the beginning
+        bool opens;          // else the chip answers no handle
         std::uint64_t good;  // readings until the pad breaks
     };
     // Each start works without a stop of the monitor before, which has closed its pad.
-    for (const Row& row : {Row{"pad 0", 0, false, 0}, Row{"the first reading fails", kPad, true, 0},
-                           Row{"a later reading fails", kPad, false, 2}}) {
+    for (const Row& row :
+         {Row{"pad 0", 0, false, true, 0}, Row{"no handle", kPad, false, false, 0},
+          Row{"the first reading fails", kPad, true, true, 0}, Row{"a later reading fails", kPad, false, true, 2}}) {
         SCOPED_TRACE(row.name);
         vset::gpio::setBroken(kPad, row.broken);
+        if (!row.opens) {
+            vset::inject({"HW_GPIO_Open", HW_OK});
+        }
         const std::uint64_t before = vset::gpio::pad(kPad).u64Reads;
         ASSERT_TRUE(test::eventually([&] { return a_vextvfapi_prphrl_gpio_monitor_start(row.pad, 100, 0) == 0; }));
         ASSERT_TRUE(reads(before + row.good));
