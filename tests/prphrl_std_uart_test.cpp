@@ -254,7 +254,8 @@ TEST_F(StdFactoryUart, EndsWithoutItsBuffer) {
     const int before = test::openDescriptors();
     const std::string log = test::logOf([&] {
         ASSERT_EQ(start(), 0);
-        vset::uart::type(0, "held");
+        vset::uart::type(0, "one\n");
+        events.wait(1);
         EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
         EXPECT_TRUE(test::eventually([this] { return hasEnded(); }));
     });
