@@ -132,6 +132,8 @@ TEST_F(Monitor, WatchesOnePadAtATime) {
         EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad + 1, 1), 0);
         vset::gpio::drive(kPad, 1);
         EXPECT_EQ(levels(1), std::vector<int>{1});
+        vset::inject({"HW_GPIO_Close"});
+        leavesOpen("HW_GPIO");
         EXPECT_EQ(a_vextvfapi_prphrl_gpio_monitor_stop(), 0);
     });
     EXPECT_THAT(test::sleepCounts(), ElementsAre(Pair(1500, Gt(1u)), Pair(kSecond, Lt(10u))))
@@ -139,7 +141,8 @@ TEST_F(Monitor, WatchesOnePadAtATime) {
     for (const char* text :
          {"[gpio monitor] Start GPIO[17] monitor\n\n", "[gpio monitor] GPIO monitor started already.\n\n",
           "[gpio monitor]u32DelayUs = 1500\n\n", "[gpio monitor] Waitting for GpioMonitor task exit...\n\n",
-          "[gpio monitor] GpioMonitor task stopped...\n\n", "[gpio monitor]Stop GpioMonitor Task\n\n"}) {
+          "[gpio monitor] GpioMonitor task stopped...\n\n", "[gpio monitor] gpio close handle fail\n\n",
+          "[gpio monitor]Stop GpioMonitor Task\n\n"}) {
         EXPECT_THAT(log, HasSubstr(text));
     }
     EXPECT_EQ(a_vextvfapi_prphrl_gpio_monitor_stop(), 0) << "nothing runs";
@@ -151,13 +154,18 @@ TEST_F(Monitor, EndsWithOneEventWhenThePadFails) {
         const char* name;
         unsigned int pad;
         bool broken;         // from the beginning
+        bool opens;          // else the chip answers no handle
         std::uint64_t good;  // readings until the pad breaks
     };
     // Each start works without a stop of the monitor before, which has closed its pad.
-    for (const Row& row : {Row{"pad 0", 0, false, 0}, Row{"the first reading fails", kPad, true, 0},
-                           Row{"a later reading fails", kPad, false, 2}}) {
+    for (const Row& row :
+         {Row{"pad 0", 0, false, true, 0}, Row{"no handle", kPad, false, false, 0},
+          Row{"the first reading fails", kPad, true, true, 0}, Row{"a later reading fails", kPad, false, true, 2}}) {
         SCOPED_TRACE(row.name);
         vset::gpio::setBroken(kPad, row.broken);
+        if (!row.opens) {
+            vset::inject({"HW_GPIO_Open", HW_OK});
+        }
         const std::uint64_t before = vset::gpio::pad(kPad).u64Reads;
         ASSERT_TRUE(test::eventually([&] { return a_vextvfapi_prphrl_gpio_monitor_start(row.pad, 100, 0) == 0; }));
         ASSERT_TRUE(reads(before + row.good));

@@ -90,13 +90,15 @@ TEST_F(Leds, ACycleEndsAfterItsLastColor) {
         {"off closes the cycle's controller", kOff, 0, 1, false, {kRed}, 1, onlyRed},
         {"so does a color that is refused", kOff, 2, 3, false, {kRed}, 2, onlyRed},
     };
+    std::atomic<unsigned int> steps{0};
+    std::atomic<bool> goesOn{false};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const int threads = test::threads();
         const auto ends = [&] { return test::eventually([&] { return test::threads() == threads; }); };
         const auto test = std::this_thread::get_id();
-        std::atomic<unsigned int> steps{0};
-        std::atomic<bool> goesOn{false};
+        steps = 0;
+        goesOn = false;
         test::onSleep([&](unsigned int) {
             if (std::this_thread::get_id() != test) {
                 std::this_thread::sleep_for(1ms);

@@ -146,11 +146,11 @@ TEST_F(Keypad, AReadingFollowsAKey) {
         ASSERT_EQ(a_vextvfapi_prphrl_start_adc(1), 0);
         EXPECT_EQ(vset::sar::channel(1).u32VoltageLevel, 1u);
         vset::sar::setVoltage(1, 0x3C);
+        testing::internal::CaptureStdout();
         vset::sar::press(2);
         EXPECT_THAT(events.wait(2), ElementsAre(test::Event{kKey, 3, "", ""}, test::Event{kAdc, 0x3C, "", ""}));
         // A failed reading is an event, too, and shows with the log off.
         vset::inject({"HW_SAR_AdcGetValue", HW_ERR_FAILED});
-        testing::internal::CaptureStdout();
         vset::sar::press(2);
         EXPECT_EQ(events.wait(4).back().value, 255);
         std::fflush(stdout);

@@ -42,12 +42,12 @@ TEST_F(FactoryUart, LinesBecomeEvents) {
 
 TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
     refuses("HW_UART_UnRegisterCallback");
-    ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(2, 3, 17), 1);
-    EXPECT_TRUE(vset::uart::port(3).bOpen);
-    EXPECT_EQ(vset::uart::port(3).u32BaudRate, 2u);
-    EXPECT_EQ(vset::uart::port(3).u32DeviceType, 17u);
-    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(3), 1);
-    EXPECT_FALSE(vset::uart::port(3).bOpen);
+    ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(2, 4, 17), 1);
+    EXPECT_TRUE(vset::uart::port(4).bOpen);
+    EXPECT_EQ(vset::uart::port(4).u32BaudRate, 2u);
+    EXPECT_EQ(vset::uart::port(4).u32DeviceType, 17u);
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(4), 1);
+    EXPECT_FALSE(vset::uart::port(4).bOpen);
 
     vset::uart::hold(1);
     // The device type of a port that is open already does not count.
