@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every operation with null in place of every pointer, and zero, the largest and the smallest value in place of every
-// number: a status, and never a crash.
+// Every operation with null in place of every pointer, or of one of them, and with numbers at the ends of their types:
+// a status, and never a crash.
 #include <chrono>
 #include <cstring>
 #include <limits>
-#include <new>
+#include <set>
 #include <tuple>
 #include <type_traits>
 
 #include <gtest/gtest.h>
 
 #include "fapi_load.h"
-#include "support/descriptors.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/log_capture.h"
@@ -20,21 +19,14 @@
 
 namespace {
 
-enum class Fill { zero, allOnes, largest, smallest };
+// What all numbers of a call are.
+enum class Fill { zero, allOnes, largest, smallest, one, aFew };
 
 template <class Integer>
 Integer number(Fill eFill) {
-    switch (eFill) {
-        case Fill::allOnes:
-            return static_cast<Integer>(-1);
-        case Fill::largest:
-            return std::numeric_limits<Integer>::max();
-        case Fill::smallest:
-            return std::numeric_limits<Integer>::min();
-        case Fill::zero:
-            break;
-    }
-    return 0;
+    using Limits = std::numeric_limits<Integer>;
+    const Integer numbers[] = {0, static_cast<Integer>(-1), Limits::max(), Limits::min(), 1, static_cast<Integer>(200)};
+    return numbers[static_cast<std::size_t>(eFill)];
 }
 
 // Records are filled byte by byte; those with members that not every byte is a value of have their own.
@@ -55,50 +47,90 @@ void fill(fapi_core::VexTvFApiGOPPatternBitmap_t& bitmap, Fill eFill) {
     bitmap = {u32Value, u32Value, "", u32Value, u32Value, u32Value, u32Value};
 }
 
-template <class Enumeration, class = void>
-struct IsFixed : std::false_type {};
-template <class Enumeration>
-struct IsFixed<Enumeration, std::void_t<decltype(Enumeration{0u})>> : std::true_type {};
+// A text that is a file, too.
+constexpr char kText[] = "/data/file";
+
+// The pointers of one call: all null, or one of them.
+class Pointers {
+public:
+    static constexpr int kAll = -1;
+    explicit Pointers(int s32Null) : _s32Null(s32Null) {}
+
+    // Returns the next one, from left to right: null, or room with a path in it for texts, with zeros for all else.
+    void* next(bool bText) {
+        if (_s32Null == kAll || _s32Null == _s32Count++) {
+            return nullptr;
+        }
+        std::vector<char>& room = _rooms.emplace_back(65536);
+        std::strcpy(room.data(), bText ? kText : "");
+        return room.data();
+    }
+
+private:
+    int _s32Count = 0;
+    const int _s32Null;
+    std::vector<std::vector<char>> _rooms;
+};
 
 // The values that an argument is made of.
 template <class Type>
 struct Argument {
-    explicit Argument([[maybe_unused]] Fill eFill) {
+    Argument(Fill eFill, Pointers& pointers) {
         if constexpr (std::is_same_v<Type, bool>) {
             value = eFill != Fill::zero;
+        } else if constexpr (std::is_same_v<Type, HW_FLASH_Type_e>) {
+            value = static_cast<Type>(number<unsigned int>(eFill) & E_HW_FLASH_TYPE_FORCE_U32);
         } else if constexpr (std::is_enum_v<Type>) {
-            value = enumeration(eFill);
+            value = static_cast<Type>(number<std::underlying_type_t<Type>>(eFill));
         } else if constexpr (std::is_integral_v<Type>) {
             value = number<Type>(eFill);
         } else if constexpr (std::is_class_v<Type>) {
             fill(value, eFill);
+        } else if constexpr (!std::is_function_v<std::remove_pointer_t<Type>>) {
+            using Target = std::remove_cv_t<std::remove_pointer_t<Type>>;
+            constexpr bool bText = std::is_same_v<Target, unsigned char> || std::is_same_v<Target, char>;
+            value = static_cast<Type>(pointers.next(bText));
         }
     }
 
-    Type value = {};  // a pointer stays null
-
-private:
-    // The middleware's C enumerations have the values that their enumerators need; the library's any of their type's.
-    static Type enumeration(Fill eFill) {
-        using Number = std::underlying_type_t<Type>;
-        const Number all = IsFixed<Type>::value ? number<Number>(eFill) : number<Number>(eFill) & 0x7FFFFFFF;
-        return static_cast<Type>(all);
-    }
+    Type value = {};
 };
 
+template <class Type>
+constexpr bool isData() {
+    return std::is_pointer_v<Type> && !std::is_function_v<std::remove_pointer_t<Type>>;
+}
+
 template <class Result, class... Types>
-void call(Result (*operation)(Types...), [[maybe_unused]] Fill eFill) {
+constexpr int pointersOf(Result (*)(Types...)) {
+    return (0 + ... + isData<Types>());
+}
+
+template <class Result, class... Types>
+long long call(Result (*operation)(Types...), [[maybe_unused]] Fill eFill, [[maybe_unused]] Pointers& pointers) {
+    // In braces, so that the pointers are counted from left to right.
     std::tuple<Argument<std::remove_cv_t<std::remove_reference_t<Types>>>...> arguments{
-        Argument<std::remove_cv_t<std::remove_reference_t<Types>>>(eFill)...};
-    std::apply([&](auto&... argument) { static_cast<void>(operation(argument.value...)); }, arguments);
+        Argument<std::remove_cv_t<std::remove_reference_t<Types>>>(eFill, pointers)...};
+    return std::apply(
+        [&](auto&... argument) {
+            if constexpr (std::is_void_v<Result>) {
+                operation(argument.value...);
+                return 0LL;
+            } else {
+                return static_cast<long long>(operation(argument.value...));
+            }
+        },
+        arguments);
 }
 
 struct Operation {
     const char* pszName;
-    void (*run)(Fill eFill);
+    int s32Pointers;
+    long long (*run)(Fill eFill, Pointers& pointers);
 };
 
-#define OPERATION(name, symbol) {#name, [](Fill eFill) { call(name, eFill); }},
+#define OPERATION(name, symbol) \
+    {#name, pointersOf(name), [](Fill eFill, Pointers& pointers) { return call(name, eFill, pointers); }},
 constexpr Operation kOperations[] = {FAPI_OPERATIONS(OPERATION)};
 #undef OPERATION
 
@@ -150,7 +182,8 @@ protected:
             if (std::strcmp(operation.pszName, "_a_vextvfapi_prphrl_create_pipe_file") == 0) {
                 continue;
             }
-            EXPECT_LT(test::secondsOf([&] { operation.run(eFill); }), test::patient(20));
+            Pointers pointers(Pointers::kAll);
+            EXPECT_LT(test::secondsOf([&] { operation.run(eFill, pointers); }), test::patient(20));
         }
         // The set goes on.
         bringUp();
@@ -173,6 +206,50 @@ TEST_F(AllArguments, Largest) {
 }
 TEST_F(AllArguments, Smallest) {
     runAll(Fill::smallest);
+}
+
+// Operations that answer 0 without a pointer: it is not used, it is an output that may be left out, there is nothing to
+// write, or 0 is the failure.
+const std::set<std::string> kMayDoWithout = {
+    "_a_vextvfapi_disp_get_disp_handle",
+    "_a_vextvfapi_disp_get_disp_handle_by_win_idx",
+    "_a_vextvfapi_disp_get_on_screen_input",
+    "_a_vextvfapi_prphrl_sar_key_callback",
+    "_a_vextvfapi_prphrl_uartOpen",
+    "a_vextvfapi_disp_panel_get_attr",
+    "a_vextvfapi_prphrl_get_iic_slave_address",
+    "a_vextvfapi_prphrl_get_rc_format",
+    "a_vextvfapi_prphrl_set_hdmi_edid_data",
+    "a_vextvfapi_prphrl_set_uart_pipe_mode",
+    "a_vextvfapi_prphrl_write_factory_uart",
+    "a_vextvfapi_sys_get_rtc_time",
+    "a_vextvfapi_sys_update_panel",
+    "a_vextvfapi_info_get_ini_para",
+};
+
+// Operations whose null the chip refuses, or whose question to the chip has one in it.
+const std::set<std::string> kAskTheChip = {"a_vextvfapi_aud_set_volume_table", "a_vextvfapi_disp_upgrade_tarn_fw",
+                                           "a_vextvfapi_info_get_ini_para",    "a_vextvfapi_prphrl_get_rc_format",
+                                           "a_vextvfapi_prphrl_pwm_get_attr",  "a_vextvfapi_prphrl_set_hdmi_edid_data"};
+
+TEST_F(AllArguments, OneNullAtATime) {
+    for (const Operation& operation : kOperations) {
+        bringUp();  // an operation before may have ended its module
+        for (int s32Null = 0; s32Null < operation.s32Pointers; ++s32Null) {
+            for (const Fill eFill : {Fill::zero, Fill::one, Fill::aFew}) {
+                SCOPED_TRACE(std::string(operation.pszName) + " without pointer " + std::to_string(s32Null));
+                write(kText, "one\ntwo\n");
+                const std::uint64_t u64Before = vset::refusalCount();
+                Pointers pointers(s32Null);
+                EXPECT_TRUE(operation.run(eFill, pointers) != 0 || kMayDoWithout.count(operation.pszName) != 0);
+                for (const vset::Refusal& refusal : vset::refusals(u64Before)) {
+                    EXPECT_TRUE(refusal.strArguments.find("null") == std::string::npos ||
+                                kAskTheChip.count(operation.pszName) != 0)
+                        << refusal.strCall << " gets " << refusal.strArguments;
+                }
+            }
+        }
+    }
 }
 
 TEST_F(AllArguments, WithTheLogOn) {

@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# usage: check_mutants.sh SOURCE BUILD: scripts/mutants reports of planted faults those that a test notices, those that people have
-# judged, and those that survive, and a judgement of a line that is gone.
+# usage: check_mutants.sh SOURCE BUILD: scripts/mutants reports which planted faults a test notices, which people have judged,
+# which survive, and a judgement of a line that is gone.
 set -u
 source=$1
 build=$2
@@ -17,7 +17,8 @@ place() {
 }
 # mutants WORD...: plants all faults of the lines.
 mutants() {
-    "$source/scripts/mutants" --build "$build" --no-build --results "$work/results" --judged "$work/judged" --count 99 "$@" > "$work/log"
+    "$source/scripts/mutants" --build "$build" --no-build --results "$work/results" --judged "$work/judged" \
+        --count 99 "$@" > "$work/log"
 }
 fail() {
     echo "$1"

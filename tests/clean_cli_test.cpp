@@ -138,9 +138,7 @@ TEST_F(CleanCli, RemovesWhatItSaysAndNothingElse) {
 
     const auto told = [this](const Strings& words) {
         Names paths;
-        std::istringstream lines(clean(words).strOutput);
-        for (std::string strLine; std::getline(lines, strLine);) {
-            const nlohmann::json json = nlohmann::json::parse(strLine);
+        for (const nlohmann::json& json : test::objectsOf(clean(words).strOutput)) {
             if (json.contains("path") && json.contains("bytes")) {
                 paths.insert(json["path"].get<std::string>());
             }

@@ -41,7 +41,8 @@ protected:
     }
 
     // Rows of the canvas are shifted right by the two pixels that are not visible.
-    std::uint32_t at(std::uint32_t x, std::uint32_t y) const { return _pixels.at(y * kPitch + x + 2); }
+    static std::size_t place(std::uint32_t x, std::uint32_t y) { return y * kPitch + x + 2; }
+    std::uint32_t at(std::uint32_t x, std::uint32_t y) const { return _pixels.at(place(x, y)); }
     const std::vector<std::uint32_t>& pixels() const { return _pixels; }
 
     static constexpr std::uint32_t kPitch = 32, kHeight = 16;
@@ -52,37 +53,37 @@ private:
     std::vector<std::uint32_t> _pixels;
 };
 
-TEST_F(Bitmap, IsDrawnUprightAndOpaque) {
-    ASSERT_TRUE(load(test::bmp24(8, 6, 24), 3, 2, 0, 0, 8, 6)) << strLog;
-    EXPECT_EQ(strLog, "");
-    std::size_t drawn = 0;
-    for (std::uint32_t y = 0; y < 6; ++y) {
-        for (std::uint32_t x = 0; x < 8; ++x, ++drawn) {
-            EXPECT_EQ(at(3 + x, 2 + y), test::bmpPixel(x, y)) << x << "," << y;
-        }
-    }
-    EXPECT_EQ(static_cast<std::size_t>(std::count(pixels().begin(), pixels().end(), kUntouched)),
-              pixels().size() - drawn);
-}
-
-TEST_F(Bitmap, APieceIsCountedFromTheTopLeftCorner) {
-    ASSERT_TRUE(load(test::bmp24(8, 6, 24), 0, 0, 5, 1, 3, 2)) << strLog;
-    EXPECT_EQ(at(0, 0), test::bmpPixel(5, 1));
-    EXPECT_EQ(at(2, 1), test::bmpPixel(7, 2));
-    EXPECT_EQ(at(3, 0), kUntouched);
-    EXPECT_EQ(at(0, 2), kUntouched);
-    ASSERT_TRUE(load(test::bmp24(8, 6, 24), 0, 0, 5, 1, 0, 2)) << "nothing wide";
-    EXPECT_THAT(pixels(), Each(kUntouched));
-}
-
-TEST_F(Bitmap, RowsAreAsLongAsTheyHaveAlwaysBeen) {
-    // Width, and the row length that is read: three times the width and that modulo four.
-    const std::uint32_t rows[][2] = {{4, 12}, {5, 18}, {6, 20}, {7, 22}};
+TEST_F(Bitmap, DrawsAPieceUprightAndOpaque) {
+    const struct {
+        const char* pszName;
+        std::uint32_t u32Width, u32Height, u32RowLength, offset;
+        std::uint32_t dstX, dstY, cropX, cropY, width, height;
+    } rows[] = {
+        {"all of it", 8, 6, 24, 54, 3, 2, 0, 0, 8, 6},
+        {"counted from the top left corner", 8, 6, 24, 54, 3, 2, 5, 1, 3, 2},
+        {"nothing wide", 8, 6, 24, 54, 0, 0, 5, 1, 0, 2},
+        {"the pitch counts, not what is visible", 32, 16, 96, 54, 0, 0, 0, 0, 32, 16},
+        {"a longer header", 8, 6, 24, 138, 0, 0, 0, 0, 8, 6},
+        {"a header longer than what is read at once", 8, 6, 24, 14 + 12 + 513, 0, 0, 1, 1, 6, 4},
+        {"the shortest header", 8, 6, 24, 26, 0, 0, 0, 0, 8, 6},
+        // A row is three times the width and that modulo four.
+        {"row length 4", 4, 3, 12, 54, 0, 0, 0, 0, 4, 3},
+        {"row length 5", 5, 3, 18, 54, 0, 0, 0, 0, 5, 3},
+        {"row length 6", 6, 3, 20, 54, 0, 0, 0, 0, 6, 3},
+        {"row length 7", 7, 3, 22, 54, 0, 0, 0, 0, 7, 3},
+    };
     for (const auto& row : rows) {
-        ASSERT_TRUE(load(test::bmp24(row[0], 3, row[1]), 0, 0, 0, 0, row[0], 3)) << row[0];
-        EXPECT_EQ(strLog, "");
-        EXPECT_EQ(at(0, 0), test::bmpPixel(0, 0)) << row[0];
-        EXPECT_EQ(at(row[0] - 1, 2), test::bmpPixel(row[0] - 1, 2)) << row[0];
+        const std::string strFile = test::bmp24(row.u32Width, row.u32Height, row.u32RowLength, row.offset);
+        ASSERT_TRUE(load(strFile, row.dstX, row.dstY, row.cropX, row.cropY, row.width, row.height)) << row.pszName;
+        EXPECT_EQ(strLog, "") << row.pszName;
+        std::vector<std::uint32_t> wanted(pixels().size() + kPitch, kUntouched);
+        for (std::uint32_t y = 0; y < row.height; ++y) {
+            for (std::uint32_t x = 0; x < row.width; ++x) {
+                wanted[place(row.dstX + x, row.dstY + y)] = test::bmpPixel(row.cropX + x, row.cropY + y);
+            }
+        }
+        wanted.resize(pixels().size());
+        EXPECT_EQ(pixels(), wanted) << row.pszName;
     }
 }
 
@@ -99,41 +100,39 @@ TEST_F(Bitmap, AFileThatEndsEarlyIsDrawnAsFarAsItGoes) {
 }
 
 TEST_F(Bitmap, RefusesFilesThatLie) {
-    struct Row {
-        const char* pszWhat;
+    const std::size_t kWhole = 54 + 72;
+    const char* const pszSize = "[Pattern] bitmap width or Height is invalid !!!\n\n";
+    const struct {
+        const char* pszName;
         std::size_t size;  // of the file
         std::size_t offset;
         std::uint32_t u32Value;
         const char* pszLog;
-    };
-    const std::size_t kWhole = 54 + 72;
-    const Row rows[] = {
+    } rows[] = {
         {"empty", 0, 0, 0, "[Pattern] Read file header size(0) is not equal to buffer size(14).\n\n"},
         {"short", 13, 0, 0, "[Pattern] Read file header size(13) is not equal to buffer size(14).\n\n"},
-        {"no BMP", kWhole, 0, 0x4D41, "[Pattern] Bitmap header type is not 'BM' (41,4d).\n\n"},
+        {"no B", kWhole, 0, 0x4D41, "[Pattern] Bitmap header type is not 'BM' (41,4d).\n\n"},
+        {"no M", kWhole, 0, 0x4C42, "[Pattern] Bitmap header type is not 'BM' (42,4c).\n\n"},
         {"data in the header", kWhole, 10, 13, "[Pattern] Header size(13) is less than file header size(14)\n\n"},
-        {"no information header", kWhole, 10, 14, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
-        {"information header without a height", kWhole, 10, 22, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
-        {"data past the end", kWhole, 10, 1000,
-         "[Pattern] Read info header size(112) is not equal to buffer size(986).\n\n"},
-        {"header of gigabytes", kWhole, 10, 0xFFFFFFFF,
-         "[Pattern] Read info header size(112) is not equal to buffer size(-15).\n\n"},
-        {"cut in the information header", 20, 10, 54,
-         "[Pattern] Read info header size(6) is not equal to buffer size(40).\n\n"},
-        {"width 0", kWhole, 18, 0, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
-        {"height 0", kWhole, 22, 0, "[Pattern] bitmap width or Height is invalid !!!\n\n"},
+        {"no information header", kWhole, 10, 14, pszSize},
+        {"information header without a height", kWhole, 10, 22, pszSize},
+        {"data past the end", kWhole, 10, 1000, "Read info header size(112) is not equal to buffer size(986).\n\n"},
+        {"header of gigabytes", kWhole, 10, 0xFFFFFFFF, "header size(112) is not equal to buffer size(-15).\n\n"},
+        {"cut information header", 20, 10, 54, "Read info header size(6) is not equal to buffer size(40).\n\n"},
+        {"width 0", kWhole, 18, 0, pszSize},
+        {"height 0", kWhole, 22, 0, pszSize},
         {"too narrow", kWhole, 18, 5, "[Pattern] bitmap is out of panel bound.\n\n"},
         {"too low", kWhole, 22, 3, "[Pattern] bitmap is out of panel bound.\n\n"},
     };
-    for (const Row& stRow : rows) {
+    for (const auto& row : rows) {
         std::string strFile = test::bmp24(6, 4, 18);
-        if (stRow.size > 14) {
-            test::putNumber(strFile, stRow.offset, stRow.u32Value, stRow.offset == 0 && stRow.u32Value != 0 ? 2 : 4);
+        if (row.size > 14) {
+            test::putNumber(strFile, row.offset, row.u32Value, row.offset == 0 ? 2 : 4);
         }
-        strFile.resize(stRow.size);
-        EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4)) << stRow.pszWhat;
-        EXPECT_THAT(strLog, HasSubstr(stRow.pszLog)) << stRow.pszWhat;
-        EXPECT_THAT(pixels(), Each(kUntouched)) << stRow.pszWhat;
+        strFile.resize(row.size);
+        EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4)) << row.pszName;
+        EXPECT_THAT(strLog, HasSubstr(row.pszLog)) << row.pszName;
+        EXPECT_THAT(pixels(), Each(kUntouched)) << row.pszName;
     }
 }
 
@@ -147,30 +146,24 @@ TEST_F(Bitmap, NegativeHeightsAndHugePicturesAreJustLarge) {
     test::putNumber(strFile, 22, 0xFFFFFFFF);
     EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4));
     EXPECT_THAT(strLog, HasSubstr("[Pattern] fseek unexpected error !!\n\n"));
-    // In 32 bits a row of this width is four bytes long, and the piece lies after it.
-    test::putNumber(strFile, 18, 0x55555556);
+    // In 32 bits a row of this width is 32 bytes long, and the piece lies after it.
+    test::putNumber(strFile, 18, 0x55555560);
     test::putNumber(strFile, 22, 4);
-    EXPECT_TRUE(load(strFile, 0, 0, 0x55555550, 0, 6, 4));
-    EXPECT_EQ(strLog, "");
+    EXPECT_TRUE(load(strFile, 0, 0, 0x55555556, 0, 6, 4));
     EXPECT_EQ(at(5, 3), 0xFF000000);
+    test::putNumber(strFile, 18, 0xAAAAAAAA);
+    EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4)) << "a row of no bytes";
+    EXPECT_THAT(strLog, HasSubstr("[Pattern] the value of u32BufferLen is zero !!\n\n"));
 }
 
-TEST_F(Bitmap, MayUseThePixelsThatNobodySees) {
-    EXPECT_TRUE(load(test::bmp24(32, 16, 96), 0, 0, 0, 0, 32, 16)) << "the pitch counts";
-    EXPECT_FALSE(load(test::bmp24(33, 16, 100), 0, 0, 0, 0, 33, 16));
+TEST_F(Bitmap, RefusesPiecesOutsideOfThePictureOrTheCanvas) {
+    const std::string strFile = test::bmp24(33, 17, 102);
+    EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 33, 16));
     EXPECT_THAT(strLog, HasSubstr("[Pattern] Bitmap file size out of frame buffer bound.\n\n"));
-    EXPECT_FALSE(load(test::bmp24(8, 16, 24), 0, 1, 0, 0, 8, 16));
-    // A crop that would wrap stays refused.
-    EXPECT_FALSE(load(test::bmp24(8, 8, 24), 0, 0, 0xFFFFFFFF, 0, 8, 8));
+    EXPECT_FALSE(load(strFile, 0, 1, 0, 0, 8, 16));
+    EXPECT_FALSE(load(strFile, 0, 0, 0xFFFFFFFF, 0, 8, 8)) << "a crop that wraps";
+    EXPECT_FALSE(load(strFile, 0, 0, 0, 2, 8, 16));
     EXPECT_THAT(strLog, HasSubstr("[Pattern] bitmap is out of panel bound.\n\n"));
-}
-
-TEST_F(Bitmap, APieceMayGoAllTheWayRound) {
-    // In 32 bits a width of this kind fits, and a row of such a picture is two bytes long.
-    std::string strFile = test::bmp24(1, 1, 4);
-    test::putNumber(strFile, 18, 0xAAAAAAAB);
-    ASSERT_TRUE(load(strFile, 0x55555575, 0, 0, 0, 0xAAAAAAAB, 1)) << strLog;
-    EXPECT_THAT(pixels(), Each(0xFF000000));
 }
 
 TEST_F(Bitmap, NeedsAFile) {

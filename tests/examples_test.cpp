@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The bench tool's examples: every operation has one, and each does on a new set what the reference says it does.
+// The bench tool's operations: each export has one, and each has an example that does on a new set what it says.
 #include <set>
 
 #include <gmock/gmock.h>
@@ -36,11 +36,7 @@ protected:
             strLines += std::string(pszLine) + "\n";
         }
         const test::ProcessResult result = fapi({"shell", "--json"}, strLines + stExample.line + "\n");
-        std::istringstream answers(result.strOutput);
-        std::vector<nlohmann::json> all;
-        for (std::string strLine; std::getline(answers, strLine);) {
-            all.push_back(nlohmann::json::parse(strLine, nullptr, false));
-        }
+        std::vector<nlohmann::json> all = test::objectsOf(result.strOutput);
         ASSERT_EQ(all.size(), stExample.before.size() + 1) << result.strOutput << result.strError;
         EXPECT_EQ(all.back().value("good", false), stExample.whyNot == nullptr) << result.strOutput;
         all.pop_back();
@@ -68,15 +64,40 @@ TEST_P(Examples, DoWhatTheySay) {
 INSTANTIATE_TEST_SUITE_P(Modules, Examples, testing::ValuesIn(modules()),
                          [](const testing::TestParamInfo<std::string>& tested) { return tested.param; });
 
-TEST(ExampleTable, HasOneRowForEachOperation) {
-    std::set<std::string> names;
-    for (const tool::Example& stExample : tool::examples()) {
-        const std::string strLine = stExample.line;
-        const std::string strName = strLine.substr(0, strLine.find(' '));
-        EXPECT_TRUE(names.insert(strName).second) << strName << " is listed twice";
-        EXPECT_NE(tool::findOperation(strName), nullptr) << strName;
+using OperationTable = test::ToolTest;
+
+TEST_F(OperationTable, HasARowForEveryExport) {
+    std::vector<std::string> exported, listed;
+    for (const std::string& strLine : test::linesOf(readFile(FAPI_EXPORTS_FILE))) {
+        if (strLine[0] != '#') {
+            exported.push_back(strLine.substr(0, strLine.find('(')));
+        }
     }
-    EXPECT_EQ(names.size(), tool::operations().size());
+    for (const tool::Operation& operation : tool::operations()) {
+        listed.emplace_back(operation.name);
+    }
+    EXPECT_THAT(listed, testing::UnorderedElementsAreArray(exported));
+}
+
+TEST_F(OperationTable, RowsAreComplete) {
+    for (const tool::Operation& operation : tool::operations()) {
+        SCOPED_TRACE(operation.name);
+        EXPECT_EQ(tool::findOperation(operation.shortName()), &operation) << "the short name is taken twice";
+        bool bOptional = false;
+        for (const tool::Argument& argument : operation.arguments) {
+            EXPECT_FALSE(bOptional && argument.byDefault == nullptr)
+                << argument.name << " must be given but follows one that need not be";
+            bOptional = argument.byDefault != nullptr;
+            if (bOptional) {
+                EXPECT_NO_THROW(tool::parseWords({argument}, {})) << argument.name;
+            }
+        }
+        for (const tool::Output& output : operation.outputs) {
+            // Plans know these words as something else.
+            EXPECT_THAT(output.name, testing::Not(testing::AnyOf(testing::StrEq("status"), testing::StrEq("no"),
+                                                                 testing::StartsWith("event"))));
+        }
+    }
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a user types: words, numbers, bytes, arguments.
+#include <algorithm>
 #include <climits>
 
 #include <gmock/gmock.h>
@@ -44,30 +45,18 @@ TEST(Words, Nearest) {
 }
 
 TEST(Values, Numbers) {
-    const struct {
-        const char* text;
-        bool good;
-        long long number;
-    } rows[] = {
-        {"0", true, 0},
-        {"-5", true, -5},
-        {"0x1F", true, 31},
-        {"010", true, 8},
-        {"-0x10", true, -16},
-        {"9223372036854775807", true, LLONG_MAX},
-        {"9223372036854775808", false, 0},
-        {"", false, 0},
-        {" 1", false, 0},
-        {"1 ", false, 0},
-        {"1x", false, 0},
-        {"0x", false, 0},
-        {"one", false, 0},
-        {"1.5", false, 0},
+    const std::pair<const char*, long long> good[] = {
+        {"0", 0}, {"-5", -5}, {"0x1F", 31}, {"010", 8}, {"-0x10", -16}, {"9223372036854775807", LLONG_MAX},
     };
-    for (const auto& row : rows) {
+    for (const auto& [pszText, expected] : good) {
+        long long number = 1;
+        EXPECT_TRUE(tool::parseNumber(pszText, number)) << pszText;
+        EXPECT_EQ(number, expected) << pszText;
+    }
+    for (const char* pszText : {"9223372036854775808", "", " 1", "1 ", "1x", "0x", "one", "1.5"}) {
         long long number = 0;
-        EXPECT_EQ(tool::parseNumber(row.text, number), row.good) << row.text;
-        EXPECT_EQ(number, row.number) << row.text;
+        EXPECT_FALSE(tool::parseNumber(pszText, number)) << pszText;
+        EXPECT_EQ(number, 0) << pszText;
     }
 }
 
@@ -114,11 +103,13 @@ TEST(Results, AreReadByTheirKind) {
     }
 }
 
+std::string lineError(const std::string& strLine) {
+    return errorOf([&] { tool::Command::parse(tool::splitWords(strLine)); });
+}
+
 TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
-    const struct {
-        const char* line;
-        const char* error;
-    } rows[] = {
+    const std::string str28 = "hex:" + std::string(56, '0');
+    const std::pair<std::string, const char*> rows[] = {
         {"", "an operation or \"set\" is missing"},
         {"sys_chek_file /x", "no such operation: sys_chek_file, did you mean sys_check_file?"},
         {"banana", "no such operation: banana"},
@@ -129,15 +120,48 @@ TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
         {"_bytes_to_int hex:010203", "DATA is \"hex:010203\", expected bytes"},
         {"_sys_set_env_var k v floppy", "TYPE is \"floppy\", expected one of spi_nor (0), nand (1), emmc (2)"},
         {"sys_copy_file /a /b perhaps", "KEEP is \"perhaps\", expected on or off"},
+        {"prphrl_std_factory_uart_custom_config line ;;", "END is \";;\", expected bytes"},
         {"set", "set: what is to be done is missing"},
         {"set falt HW_FS_Sync", "no such command: set falt, did you mean fault?"},
         {"set fault HW_FS_Open", "HW_FS_Open answers no code when it fails, but -1 for a file"},
         {"set fault HW_FS_Sync 3 0", "set fault: FROM is \"0\", expected a number from 1"},
         {"set power-cycle now", "set power-cycle: \"now\" is one argument too many"},
+        {"set put /mnt/usb/x", "CONTENT is missing"},
+        // Sound.
+        {"aud_adv_snd_enable_sub dbx atmos on", "SUB is \"atmos\", which is a part of dolby-dap and not of dbx"},
+        {"aud_basic_snd_set_param eq 1,2,3,4,5,6,7,8,9", "expected at most 8 levels of eq: LEVEL,LEVEL,..."},
+        {"aud_basic_snd_set_param bass 1,", "VALUES is \"1,\", expected one number"},
+        {"aud_set_volume_table all T 1,65536", "ENTRIES is \"1,65536\", expected numbers from 0 to 65535"},
+        // Panel.
+        {"disptst_gen_gop_test_pattern_draw_line 0 0 1 1 rde", "COLOR is \"rde\", expected a color: #RRGGBB, #RRGGB"},
+        {"disptst_gen_gop_test_pattern_draw_rect 0 0 1 1 red 1 #12345", "BORDERCOLOR is \"#12345\""},
+        {"disptst_set_burning_mode_adv on red,blau", "COLORS has \"blau\", expected red/green/blue"},
+        {"disptst_set_burning_mode_adv on 1/2/1024", "COLORS is \"1/2/1024\", expected red/green/blue, each from 0"},
+        {"disptst_gen_test_pattern mod on 1 red,red", "VALUE has 2 colors, expected 1"},
+        {"_output_bmp_file /data/f hex:0011 4 1 1", "PIXELS has 2 bytes, expected PITCH x HEIGHT = 4 at least"},
+        {"_output_bmp_file /data/f x 0xffffffff 1 0xffffffff", "= 18446744065119617025 at least"},
+        {"set pixel 1 1 window:3", "WHAT is \"window:3\", expected one of panel, window:N (0 to 2)"},
+        {"set pixel 1 1 surface", "WHAT is \"surface\""},
+        {"set pixel 1 1 panel:1", "WHAT is \"panel:1\""},
+        // Inputs and picture.
+        {"inpsrc_set_adc_gain_offset vga 1 2 3 4 5", "BLUE_OFFSET is missing"},
+        {"disp_set_picture_param_struct 23 " + str28, "DATA has 28 bytes, expected 29 at least, which type 23 reads"},
+        {"disp_set_picture_param_struct record " + str28 + " 29", "DATA has 28 bytes, expected 29"},
+        {"disp_set_picture_param_struct 27 text:", "DATA has 0 bytes, expected 1 at least, which type 27 reads"},
+        {"disp_set_gamma_curve linear power:0", "GREEN is \"power:0\", expected power:EXPONENT"},
+        {"disp_set_gamma_curve same", "RED is \"same\", expected linear"},
+        {"set calibration hdmi", "TYPE is \"hdmi\", expected one of vga (2), ypbpr (1), scart (5)"},
+        {"set tuner 8", "SLOT is \"8\", expected a number from 0 to 7"},
+        {"set decoder 17", "PARAMETER is \"17\", expected a number from 1 to 16"},
+        {"set pq-version hd0 0 " + std::string(33, 'v'), "expected a text of at most 32 characters"},
     };
-    for (const auto& row : rows) {
-        EXPECT_THAT(errorOf([&] { tool::Command::parse(tool::splitWords(row.line)); }), HasSubstr(row.error))
-            << row.line;
+    for (const auto& [strLine, pszError] : rows) {
+        EXPECT_THAT(lineError(strLine), HasSubstr(pszError)) << strLine;
+    }
+    // What the operation itself refuses, or does not read.
+    for (const char* pszLine : {"disp_set_picture_param_struct 5 text:", "disp_set_picture_param_struct 27 text:x 0",
+                                "inpsrc_get_adc_phase 4000000000", "disp_get_pq_version 9 9 0"}) {
+        EXPECT_EQ(lineError(pszLine), "no error") << pszLine;
     }
     const tool::Command other = tool::Command::parse({"_sys_get_flash_handle", "9"});
     EXPECT_EQ(std::get<long long>(other.arguments()[0]), 9) << "a type without a name, for the library to refuse";
@@ -149,16 +173,23 @@ TEST(Arguments, AreCheckedBeforeAnythingIsCalled) {
     EXPECT_EQ(std::get<std::string>(command.arguments()[2]), "wb") << "the default";
 }
 
-TEST(Completion, KnowsWhatCanStandNext) {
-    EXPECT_THAT(tool::completions("sys_check"), ElementsAre("sys_check_file", "sys_check_folder"));
-    EXPECT_THAT(tool::completions("set fa"), ElementsAre("factory", "fault"));
+TEST(Arguments, APartOfAnEffectIsNoOthers) {
+    const std::size_t effects[] = {0, 5, 12, 4, 12, 0, 2, 3};
+    for (std::size_t effect = 0; effect < std::size(effects); ++effect) {
+        const auto& choices = tool::findOperation("aud_adv_snd_enable_sub")->arguments[1].choices;
+        const auto isAPart = [&](const tool::Choice& choice) {
+            const std::string strWords = std::to_string(effect) + " " + choice.name + " on";
+            return lineError("aud_adv_snd_enable_sub " + strWords) == "no error";
+        };
+        EXPECT_EQ(std::count_if(choices.begin(), choices.end(), isAPart), effects[effect]) << effect;
+    }
+}
+
+TEST(Completion, GoesAsFarAsThereIsOnlyOneWay) {
     EXPECT_THAT(tool::completions("_sys_get_flash_handle "), ElementsAre("emmc", "nand", "spi_nor"));
-    EXPECT_THAT(tool::completions("sys_copy_file /a /b o"), ElementsAre("off", "on"));
-    EXPECT_THAT(tool::completions("help sys_in"), ElementsAre("sys_init"));
     EXPECT_THAT(tool::completions("common_hw_err_msg "), ElementsAre());
     EXPECT_THAT(tool::completions("sys_check_file \"/da"), ElementsAre()) << "inside an open quote";
-
-    EXPECT_EQ(tool::completion("sys_chec"), "k_f") << "as far as there is only one way";
+    EXPECT_EQ(tool::completion("sys_chec"), "k_f");
     EXPECT_EQ(tool::completion("sys_check_f"), "");
     EXPECT_EQ(tool::completion("sys_check_fi"), "le ");
     EXPECT_EQ(tool::completion("sys_copy_file \"/a b\" /c of"), "f ");

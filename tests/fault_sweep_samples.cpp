@@ -311,6 +311,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_net_close", {}, openNet},
     {"a_vextvfapi_net_set_mac", {"02:00:00:00:00:01"}, bringNetUp},
     {"a_vextvfapi_net_set_interface_updown", {"eth0", "up"}, bringNetUp},
+    {"a_vextvfapi_net_set_interface_updown", {"eth0", "down"}, bringNetUp},
     {"a_vextvfapi_aud_init", {}},
     {"a_vextvfapi_aud_deinit", {}, bringAudioUp},
     {"a_vextvfapi_aud_open", {}, bringAudioUp, closeAudio},

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Parameters of INI files.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "a_vextvfapi_info.h"
 #include "a_vextvfapi_sys.h"
+#include "support/emulation.h"
 #include "support/library_fixture.h"
-#include "support/log_capture.h"
+#include "support/process.h"
 #include "support/refusals.h"
 
 namespace {
@@ -17,16 +20,19 @@ using ::testing::HasSubstr;
 
 constexpr char kFile[] = "/data/test.ini";
 
-// A buffer of `size` bytes that the caller has not cleared.
 struct Read {
     int s32Status;
     std::string strData;
 };
 
+// Reads into a buffer that the caller has not cleared, with a byte after its end.
 Read get(const char* pszKey, unsigned int size, const char* pszFile = kFile) {
-    std::vector<unsigned char> exact(size, '#');
-    const int s32Status = a_vextvfapi_info_get_ini_para(u8(pszFile), u8(pszKey), exact.data(), size);
-    return {s32Status, {exact.begin(), exact.end()}};
+    std::string strData(size + 1, '#');
+    const int s32Status =
+        a_vextvfapi_info_get_ini_para(u8(pszFile), u8(pszKey), reinterpret_cast<unsigned char*>(strData.data()), size);
+    EXPECT_EQ(strData.back(), '#');
+    strData.pop_back();
+    return {s32Status, strData};
 }
 
 class Ini : public test::LibraryTest {
@@ -39,48 +45,50 @@ protected:
 };
 
 TEST_F(Ini, ReadsValuesThatFit) {
-    EXPECT_EQ(get("s:four", 5).strData, std::string("abcd\0", 5));
-    EXPECT_EQ(get("s:four", 8).strData, std::string("abcd\0\0\0\0", 8)) << "zeros fill the buffer up";
-    EXPECT_EQ(get("s:four", 4).s32Status, -1);
-    EXPECT_EQ(get("s:four", 4).strData, std::string(4, '\0')) << "a value that does not fit leaves nothing";
-    unsigned char u8Byte = '#';
-    EXPECT_EQ(a_vextvfapi_info_get_ini_para(u8(kFile), u8("s:four"), &u8Byte, 0), -1);
-    EXPECT_EQ(u8Byte, '#');
-    EXPECT_EQ(get("s:quoted", 8).strData, std::string(" a b \0\0\0", 8));
-    EXPECT_EQ(get("s:none", 3).strData, std::string(3, '\0'));
-    EXPECT_EQ(get("s:none", 3).s32Status, 0);
-    EXPECT_THAT(test::logOf([] {
-                    get("s:four", 8);
-                    get("s:four", 4);
-                }),
-                AllOf(HasSubstr("VexTvFApiInformation(imp) [D] <a_vextvfapi_info_get_ini_para> s:four = abcd\n\n"),
-                      HasSubstr("[E] <a_vextvfapi_info_get_ini_para> Data overflow.\n\n")));
-}
-
-TEST_F(Ini, AMissingKeyIsNoFailure) {
-    const Read stRead = get("s:missing", 3);
-    EXPECT_EQ(stRead.s32Status, 0);
-    EXPECT_EQ(stRead.strData, "###") << "the caller's bytes stay";
-    // Unless the file cannot be closed, whose code then counts.
-    vset::inject({"HW_SYS_CloseConfigFile", HW_ERR_NOT_SUPPORT});
-    EXPECT_EQ(get("s:missing", 3).s32Status, -6);
-    vset::powerCycle();
+    refuses("HW_SYS_OpenConfigFile");
+    const struct {
+        Read stRead;
+        int s32Status;
+        std::string strData;
+    } kRows[] = {
+        {get("s:four", 5), 0, std::string("abcd\0", 5)},
+        {get("s:four", 8), 0, std::string("abcd\0\0\0\0", 8)},  // zeros fill the buffer up
+        {get("s:four", 4), -1, std::string(4, '\0')},           // a value that does not fit leaves nothing
+        {get("s:four", 0), -1, ""},
+        {get("s:quoted", 8), 0, std::string(" a b \0\0\0", 8)},
+        {get("s:none", 3), 0, std::string(3, '\0')},
+        {get("s:missing", 3), 0, "###"},  // no failure, and the caller's bytes stay
+        {get("s:four", 4, "/data/missing.ini"), -1, "####"},
+    };
+    for (const auto& stRow : kRows) {
+        SCOPED_TRACE(&stRow - kRows);
+        EXPECT_EQ(stRow.stRead.s32Status, stRow.s32Status);
+        EXPECT_EQ(stRow.stRead.strData, stRow.strData);
+    }
+    vset::inject({"HW_SYS_GetConfigData", HW_OK});
+    const Read stRead = get("s:four", 3);
+    EXPECT_EQ(stRead.s32Status, 0) << "a record without a text is an empty value";
+    EXPECT_EQ(stRead.strData, std::string(3, '\0'));
 }
 
 TEST_F(Ini, RefusesWhatCannotBeRead) {
-    refuses("HW_SYS_OpenConfigFile");
     unsigned char au8Data[4] = {'#', '#', '#', '#'};
     EXPECT_EQ(a_vextvfapi_info_get_ini_para(nullptr, u8("s:four"), au8Data, 4), -2);
     EXPECT_EQ(a_vextvfapi_info_get_ini_para(u8(kFile), nullptr, au8Data, 4), -2);
     EXPECT_TRUE(calls().empty()) << "null is refused before the middleware is asked";
     EXPECT_EQ(a_vextvfapi_info_get_ini_para(u8(kFile), u8("s:four"), nullptr, 4), -2);
     EXPECT_THAT(calls(), ElementsAre("HW_SYS_OpenConfigFile", "HW_SYS_GetConfigData", "HW_SYS_CloseConfigFile"));
-    EXPECT_EQ(get("s:four", 4, "/data/missing.ini").s32Status, -1);
     vset::inject({"HW_SYS_OpenConfigFile", HW_ERR_MEMORY_ALLOCATE});
     EXPECT_EQ(get("s:four", 4).s32Status, -4);
-    vset::inject({"HW_SYS_CloseConfigFile", HW_ERR_FAILED});
-    EXPECT_EQ(get("s:four", 8).s32Status, -1) << "a failed close takes the place of success";
-    vset::powerCycle();
+}
+
+TEST_F(Ini, AFailedCloseTakesThePlaceOfSuccess) {
+    leavesOpen("HW_SYS");
+    vset::inject({"HW_SYS_CloseConfigFile", HW_ERR_NOT_SUPPORT, 1, 3});
+    EXPECT_EQ(get("s:missing", 3).s32Status, -6) << "the code counts";
+    EXPECT_EQ(get("s:four", 8).s32Status, -1);
+    EXPECT_EQ(a_vextvfapi_info_set_ini_para(u8(kFile), u8("s:k"), u8("v")), -1);
+    EXPECT_EQ(opened().size(), 3u);
 }
 
 TEST_F(Ini, WritesValues) {
@@ -103,13 +111,20 @@ TEST_F(Ini, RefusesWhatCannotBeWritten) {
         EXPECT_EQ(a_vextvfapi_info_set_ini_para(u8(kFile), u8("s:k"), u8("v")), -1) << pszCall;
     }
     EXPECT_EQ(read(kFile), strBefore);
-    const std::string strLog = test::logOf([] {
-        vset::inject({"HW_SYS_CloseConfigFile", HW_ERR_FAILED});
-        EXPECT_EQ(a_vextvfapi_info_set_ini_para(u8(kFile), u8("s:k"), u8("v")), -1);
+}
+
+// All file systems are synchronized, so that a power cut takes no earlier file back, either.
+TEST_F(Ini, AWrittenValueIsOnTheMedium) {
+    SKIP_UNDER_EMULATION();
+    test::runInChild([] {
+        close(open("/data/earlier", O_WRONLY | O_CREAT, 0600));
+        a_vextvfapi_info_set_ini_para(u8(kFile), u8("s:k"), u8("v"));
+        close(open("/data/later", O_WRONLY | O_CREAT, 0600));
+        vset::cutPowerAtWrite(1);
+        a_vextvfapi_sys_create_folder(u8("/data/cut"));
     });
-    EXPECT_THAT(strLog, AllOf(HasSubstr("[a_vextvfapi_info_set_ini_para] key= s:k\n"),
-                              HasSubstr("[E] <a_vextvfapi_info_set_ini_para> close config file failed\n\n")));
-    vset::powerCycle();
+    EXPECT_EQ(a_vextvfapi_sys_check_file(u8("/data/earlier")), 0);
+    EXPECT_EQ(a_vextvfapi_sys_check_file(u8("/data/later")), -1);
 }
 
 }  // namespace

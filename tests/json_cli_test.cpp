@@ -7,20 +7,7 @@
 
 namespace {
 
-class JsonCli : public test::ToolTest {
-protected:
-    static void expectObjects(const std::string& strOutput, const std::vector<std::string>& keys) {
-        std::istringstream stream(strOutput);
-        nlohmann::json last;
-        for (std::string strLine; std::getline(stream, strLine);) {
-            last = nlohmann::json::parse(strLine, nullptr, false);
-            EXPECT_TRUE(last.is_object()) << strLine;
-        }
-        for (const std::string& strKey : keys) {
-            EXPECT_TRUE(last.is_object() && last.contains(strKey)) << strKey << " is missing in\n" << strOutput;
-        }
-    }
-};
+using JsonCli = test::ToolTest;
 
 TEST_F(JsonCli, EveryCommandPrintsObjects) {
     const std::string strPlan = writeFile("good.plan", "plan \"good\"\nstep \"one\"\n    sys_check_file /data\n");
@@ -78,6 +65,7 @@ TEST_F(JsonCli, EveryCommandPrintsObjects) {
         {{"shell"}, 2, {"error"}, "sys_chek_file /data\n"},
         {{"shell"}, 1, {"error"}, "screen '' surface:1\n"},
         {{"set", "reset"}, 0, {"folder"}},
+        {{"completion", "fish"}, 2, {"error"}},
     };
     for (const auto& row : rows) {
         std::vector<std::string> words = row.words;
@@ -85,8 +73,12 @@ TEST_F(JsonCli, EveryCommandPrintsObjects) {
         const test::ProcessResult result = fapi(words, row.pszInput);
         SCOPED_TRACE(testing::PrintToString(row.words));
         EXPECT_EQ(result.s32Exit, row.s32Exit) << result.strError;
-        EXPECT_FALSE(result.strOutput.empty());
-        expectObjects(result.strOutput, row.keys);
+        const std::vector<nlohmann::json> objects = test::objectsOf(result.strOutput);
+        ASSERT_FALSE(objects.empty());
+        EXPECT_THAT(objects, testing::Each(testing::Property(&nlohmann::json::is_object, true)));
+        for (const std::string& strKey : row.keys) {
+            EXPECT_TRUE(objects.back().contains(strKey)) << strKey << " is missing in\n" << result.strOutput;
+        }
     }
 }
 

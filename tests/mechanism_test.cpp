@@ -1,93 +1,62 @@
 // SPDX-License-Identifier: Apache-2.0
-// The mechanisms that the library's modules share: handle lease, background task, byte order.
-#include <cerrno>
-#include <cstring>
+// What the modules' tests do not see of the mechanisms that they share.
+#include <atomic>
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 
 #include "base/fapi_background_task.h"
-#include "base/fapi_byte_order.h"
 #include "base/fapi_handle_lease.h"
 #include "support/emulation.h"
 #include "support/waiting.h"
 
 namespace {
 
-// A family whose answers a test sets and whose calls it counts.
+// A family that finds and opens what it is asked for.
 struct Fake {
-    static inline HW_Result_t u32Find = HW_OK, u32Open = HW_OK, u32Close = HW_OK;
-    static inline int s32Opened = 0, s32Closed = 0;
+    static inline HW_Result_t u32Close = HW_OK;
+    static inline int s32Closed = 0;
 
-    static HW_Result_t getHandle(const int* ps32Key, HW_Handle_t* phHandle) {
-        if (u32Find == HW_OK) {
-            *phHandle = static_cast<HW_Handle_t>(*ps32Key);
-        }
-        return u32Find;
-    }
-    static HW_Result_t open(const int* ps32Key, HW_Handle_t* phHandle) {
-        ++s32Opened;
-        if (u32Open == HW_OK) {
-            *phHandle = static_cast<HW_Handle_t>(*ps32Key);
-        }
-        return u32Open;
+    static HW_Result_t getHandle(const HW_Handle_t* phAsked, HW_Handle_t* phHandle) { return open(phAsked, phHandle); }
+    static HW_Result_t open(const HW_Handle_t* phAsked, HW_Handle_t* phHandle) {
+        *phHandle = *phAsked;
+        return HW_OK;
     }
     static HW_Result_t close(HW_Handle_t) {
         ++s32Closed;
         return u32Close;
     }
-    static void reset() {
-        u32Find = u32Open = u32Close = HW_OK;
-        s32Opened = s32Closed = 0;
-    }
 };
-using Lease = fapi::HandleLease<Fake>;
 
-TEST(HandleLease, ClosesOnlyWhatItOpened) {
-    Fake::reset();
-    {
-        Lease lease;
-        EXPECT_EQ(lease.find(7), HW_OK);
-        EXPECT_EQ(lease.handle(), 7u);
-        EXPECT_FALSE(lease.isOpened());
-        EXPECT_EQ(lease.release(), HW_OK);
+TEST(HandleLease, ClosesWhatItOpenedOnce) {
+    const struct {
+        HW_Handle_t hAsked;
+        bool bOpen, bKeep;
+        HW_Result_t closeResult;
+        int s32Closed;
+    } kRows[] = {
+        {7, true, false, HW_OK, 1},  {7, true, false, HW_ERR_BUSY, 1}, {7, true, true, HW_OK, 0},
+        {7, false, false, HW_OK, 0}, {0, true, false, HW_OK, 0},  // a handle of 0 is none
+    };
+    for (const auto& stRow : kRows) {
+        for (const bool bRelease : {true, false}) {
+            SCOPED_TRACE(&stRow - kRows);
+            Fake::s32Closed = 0;
+            Fake::u32Close = stRow.closeResult;
+            {
+                fapi::HandleLease<Fake> lease;
+                EXPECT_EQ(stRow.bOpen ? lease.open(stRow.hAsked) : lease.find(stRow.hAsked), HW_OK);
+                EXPECT_EQ(lease.isOpened(), stRow.bOpen);
+                EXPECT_EQ(lease.handle(), stRow.hAsked);
+                EXPECT_EQ(stRow.bKeep && lease.keepOpen(), stRow.bKeep);
+                if (bRelease) {
+                    EXPECT_EQ(lease.release(), stRow.closeResult) << "a failed close is reported";
+                }
+            }
+            EXPECT_EQ(Fake::s32Closed, stRow.s32Closed) << "by release and destructor together";
+        }
     }
-    EXPECT_EQ(Fake::s32Closed, 0) << "a shared handle stays open";
-    {
-        Lease lease;
-        EXPECT_EQ(lease.open(8), HW_OK);
-        EXPECT_TRUE(lease.isOpened());
-        Fake::u32Close = HW_ERR_BUSY;
-        EXPECT_EQ(lease.release(), HW_ERR_BUSY) << "the failed close is reported";
-    }
-    EXPECT_EQ(Fake::s32Closed, 1) << "release and destructor together close once";
-    {
-        Lease lease;
-        lease.open(9);
-    }
-    EXPECT_EQ(Fake::s32Closed, 2) << "an early return closes";
-    {
-        Lease lease;
-        lease.open(9);
-        EXPECT_TRUE(lease.keepOpen()) << "the caller learns that it is to close";
-    }
-    EXPECT_EQ(Fake::s32Closed, 2);
-}
-
-TEST(HandleLease, AFailedCallChangesNothing) {
-    Fake::reset();
-    Lease lease;
-    lease.find(5);
-    Fake::u32Find = Fake::u32Open = HW_ERR_FAILED;
-    EXPECT_EQ(lease.find(7), HW_ERR_FAILED);
-    EXPECT_EQ(lease.open(8), HW_ERR_FAILED);
-    EXPECT_EQ(lease.handle(), 5u);
-    EXPECT_FALSE(lease.isOpened());
-    Fake::u32Open = HW_OK;
-    EXPECT_EQ(lease.open(0), HW_OK);
-    EXPECT_EQ(lease.release(), HW_OK);
-    EXPECT_EQ(Fake::s32Closed, 0) << "a handle of 0 is never closed";
 }
 
 fapi::BackgroundTask g_task;
@@ -142,12 +111,6 @@ TEST(BackgroundTask, PollsOnlyAsOftenAsAsked) {
     s32Waits = 0;
     EXPECT_FALSE(fapi::pollUntil(10, wait, [] { return false; }));
     EXPECT_EQ(s32Waits, 10);
-}
-
-TEST(ByteOrder, MostSignificantByteFirst) {
-    const signed char as8Bytes[] = {-128, 0x01, -1, 0x7F};
-    EXPECT_EQ(fapi::loadBigEndian<unsigned int>(as8Bytes), 0x8001FF7Fu);
-    EXPECT_EQ(fapi::loadBigEndian<unsigned short>(as8Bytes + 1), 0x01FFu);
 }
 
 }  // namespace

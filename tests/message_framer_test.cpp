@@ -3,6 +3,7 @@
 #include "base/fapi_message_framer.h"
 
 #include <atomic>
+#include <functional>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -15,7 +16,6 @@ extern std::atomic<unsigned char> u8TvFactoryDebug;
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Messages = std::vector<std::string>;
 
 constexpr unsigned int kSize = fapi::ReceiveBuffer::kSize;
@@ -97,60 +97,32 @@ TEST(MessageFramer, CutsLikeTheReference) {
     }
 }
 
-TEST(MessageFramer, AChangedLimitFirstSendsWhatIsHeld) {
-    fapi::FramerSettings settings;
-    configure(settings, 1, '\r', 4);
-    test::Framer framer(settings);
-    framer.adoptLimit();
-    framer.feed("abcdef");
-    settings.u32TargetBufferLimit = 2;
-    framer.adoptLimit();
-    // The old limit holds for this read.
-    framer.feed("ghijk");
-    EXPECT_THAT(framer.messages(), ElementsAre("abcd", "ef", "ghij"));
-    framer.adoptLimit();
-    framer.adoptLimit();
-    framer.feed("lmn");
-    EXPECT_THAT(framer.messages(), ElementsAre("abcd", "ef", "ghij", "k", "lm"));
-}
-
-// Changes the mode when the first message arrives, as the host's callback may.
-class Changing : public test::Framer {
+// Runs an action when a message arrives, as the host's callback may.
+class Acting : public test::Framer {
 public:
-    explicit Changing(fapi::FramerSettings& settings) : Framer(settings), _settings(settings) {}
+    Acting(const fapi::FramerSettings& settings, std::function<void()> action)
+        : Framer(settings), _action(std::move(action)) {}
 
 private:
     void receive(const fapi_core::VexTvFApiEventCommonObject& message) override {
         Framer::receive(message);
-        _settings.s8Mode = 2;
-        _settings.u8Terminator = ';';
+        _action();
     }
 
-    fapi::FramerSettings& _settings;
+    const std::function<void()> _action;
 };
 
 TEST(MessageFramer, AChangeTakesEffectAtTheNextByte) {
     fapi::FramerSettings settings;
-    Changing framer(settings);
+    Acting framer(settings, [&] { configure(settings, 2, ';', kSize); });
     framer.feed("ab\rcd\re;fg\n;");
     EXPECT_THAT(framer.messages(), ElementsAre("ab", "cd\re", "fg\n"));
 }
 
-// Takes the buffer away when the first message arrives, as stopping the other link does.
-class Losing : public test::Framer {
-public:
-    using Framer::Framer;
-
-private:
-    void receive(const fapi_core::VexTvFApiEventCommonObject& message) override {
-        Framer::receive(message);
-        buffer().release();
-    }
-};
-
+// Stopping the other link takes the buffer away.
 TEST(MessageFramer, WithoutItsBufferTheRestIsDropped) {
     fapi::FramerSettings settings;
-    Losing framer(settings);
+    Acting framer(settings, [&] { framer.buffer().release(); });
     framer.feed("ab\rcd\ref");
     framer.feed("gh\r");
     EXPECT_THAT(framer.messages(), ElementsAre("ab"));

@@ -5,15 +5,12 @@
 
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_sys.h"
-#include "hw3/hw_net.h"
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "vset/net.h"
 
 namespace {
 
-using ::testing::AllOf;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using vset::net::Interface;
@@ -38,20 +35,14 @@ TEST_F(Net, ComesUpAndGoesDown) {
     EXPECT_THAT(opened(), IsEmpty());
     EXPECT_EQ(a_vextvfapi_net_deinit(), 0) << "whatever the middleware says";
     EXPECT_EQ(a_vextvfapi_net_open("eth0"), 255);
-    vset::inject({"HW_NET_Init", HW_ERR_TIMEOUT});
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_init(), -1); }),
-                HasSubstr("Error 0xd: failed to HW_NET_Init(...)!\n\n"));
+    vset::inject({"HW_NET_Init", HW_CONTINUE});
+    EXPECT_EQ(a_vextvfapi_net_init(), -1);
 }
 
 TEST_F(Net, SetsTheMacOfEth0) {
-    const std::string strLog = test::logOf([] { EXPECT_EQ(setMac("02-aB-00-11-22-33"), 0); });
+    EXPECT_EQ(setMac("02-aB-00-11-22-33"), 0);
     EXPECT_EQ(interface(1).strMac, "02:AB:00:11:22:33");
     EXPECT_TRUE(interface(1).bDhcp) << "on again";
-    EXPECT_THAT(
-        strLog,
-        AllOf(HasSubstr("[E] <a_vextvfapi_net_set_mac> _a_vextvfapi_net_set_mac(): 02-aB-00-11-22-33\n\n"),
-              HasSubstr("[D] <a_vextvfapi_net_open> Interface[0] is lo!\n\n"), HasSubstr("=====> DHCP OFF \n\n"),
-              HasSubstr("=====> DHCP ON \n\n"), HasSubstr("a_vextvfapi_net_set_mac success!\n\n")));
     vset::detach();
     vset::attach(folder());
     EXPECT_EQ(interface(1).strMac, "02:AB:00:11:22:33") << "it is kept";
@@ -65,28 +56,27 @@ TEST_F(Net, ARefusedMacIsASuccessWithoutDhcp) {
     EXPECT_EQ(interface(1).strMac, "00:4C:55:4D:00:01");
     EXPECT_FALSE(interface(1).bDhcp);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(setMac("02:AB:00:11:22:33"), 0); }),
-                HasSubstr("LAN Device Dhcp may already off [ipv4]\n\n"));
+                HasSubstr("LAN Device Dhcp may already off [ipv4]\n\n"))
+        << "only logged";
     EXPECT_TRUE(interface(1).bDhcp);
 }
 
 TEST_F(Net, RefusesWhatIsNotThere) {
     EXPECT_EQ(a_vextvfapi_net_open(nullptr), 255);
-    EXPECT_THAT(test::logOf([] {
-                    EXPECT_EQ(a_vextvfapi_net_set_mac(nullptr), -2);
-                    EXPECT_EQ(setMac(""), -2);
-                    EXPECT_EQ(a_vextvfapi_net_set_interface_updown(nullptr, true), -2);
-                    EXPECT_EQ(a_vextvfapi_net_set_interface_updown("", false), -2);
-                }),
-                AllOf(HasSubstr("_a_vextvfapi_net_set_mac(): (null)\n\n"), HasSubstr("no MAC address was set!\n\n"),
-                      HasSubstr("updown():  down\n\n"), HasSubstr("no Interface was set!\n\n")));
-    EXPECT_THAT(calls(), ::testing::Not(::testing::Contains(HasSubstr("HW_NET"))));
+    EXPECT_EQ(a_vextvfapi_net_set_mac(nullptr), -2);
+    EXPECT_EQ(setMac(""), -2);
+    EXPECT_EQ(a_vextvfapi_net_set_interface_updown(nullptr, true), -2);
+    EXPECT_EQ(a_vextvfapi_net_set_interface_updown("", false), -2);
+    EXPECT_THAT(calls(), IsEmpty());
     EXPECT_EQ(a_vextvfapi_net_close(), 255) << "nothing is open";
 }
 
 TEST_F(Net, AnUnknownNameBeforeAnyOtherIsRefused) {
     inFreshProcess([] {
-        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_set_interface_updown("wlan9", true), -1); }),
-                    AllOf(HasSubstr("No wlan9 device found!\n\n"), HasSubstr("_a_vextvfapi_net_open() failed!\n\n")));
+        vset::net::setInterfaces({{"lo"}, {"eth0"}, {"sixteen-letters!"}});
+        for (const char* pszName : {"wlan9", "eth", "eth0x", "sixteen-letters", "sixteen-letters!x"}) {
+            EXPECT_EQ(a_vextvfapi_net_set_interface_updown(pszName, true), -1) << pszName;
+        }
         vset::net::setInterfaces({{"lo"}});
         EXPECT_EQ(setMac("02:AB:00:11:22:33"), -1) << "no eth0";
     });
@@ -115,8 +105,6 @@ TEST_F(Net, TakesTheLastOfEqualNamesAndNamesWithoutAnEnd) {
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_net_open("sixteen-letters!"), 0); }),
                 HasSubstr("Interface[3] is sixteen-letters!!\n\n"));
     EXPECT_EQ(a_vextvfapi_net_close(), 0);
-    EXPECT_EQ(a_vextvfapi_net_open("sixteen-letters!x"), 0) << "unknown, so the last that was found";
-    EXPECT_EQ(a_vextvfapi_net_close(), 0);
 }
 
 TEST_F(Net, AChipThatReportsTooManyIsBelievedTwenty) {
@@ -128,39 +116,8 @@ TEST_F(Net, AChipThatReportsTooManyIsBelievedTwenty) {
     for (const unsigned int u32Count : {21u, 255u, 0xFFFFFFFFu}) {
         vset::net::setReportedCount(u32Count);
         EXPECT_EQ(a_vextvfapi_net_open("if19"), 0);
+        EXPECT_EQ(vset::journal().back().strArguments, "name=\"if19\"");
         EXPECT_EQ(a_vextvfapi_net_close(), 0);
-    }
-}
-
-TEST_F(Net, EveryStepMayFail) {
-    struct Row {
-        const char* pszCall;
-        int s32Mac, s32Up;
-        const char* pszLog;
-    };
-    for (const Row& stRow : {Row{"HW_NET_GetInterfaceName", -1, -1, "HW_NET_GetInterfaceName failed!\n\n"},
-                             Row{"HW_NET_Open", -1, -1, "HW_NET_Open failed!\n\n"},
-                             Row{"HW_NET_SetMac", 0, 0, "HW_NET_SetMac failed!\n\n"},
-                             Row{"HW_NET_DhcpOn", 0, 0, "LAN Device Dhcp may already on [ipv4]\n\n"},
-                             Row{"HW_NET_DeviceUp", 0, 0, "HW_NET_DeviceUp failed!\n\n"},
-                             Row{"HW_NET_Close", -1, -1, "Close handle fail\n\n"}}) {
-        const std::string strLog = test::logOf([&] {
-            vset::inject({stRow.pszCall});
-            EXPECT_EQ(setMac("02:AB:00:11:22:33"), stRow.s32Mac) << stRow.pszCall;
-            vset::clearFaults();
-            vset::powerCycle();
-            EXPECT_EQ(a_vextvfapi_sys_init(), 0);
-            EXPECT_EQ(a_vextvfapi_net_init(), 0);
-        });
-        const std::string strUpLog = test::logOf([&] {
-            vset::inject({stRow.pszCall});
-            EXPECT_EQ(a_vextvfapi_net_set_interface_updown("eth0", true), stRow.s32Up) << stRow.pszCall;
-            vset::clearFaults();
-        });
-        EXPECT_THAT(strLog + strUpLog, HasSubstr(stRow.pszLog));
-        vset::powerCycle();
-        ASSERT_EQ(a_vextvfapi_sys_init(), 0);
-        ASSERT_EQ(a_vextvfapi_net_init(), 0);
     }
 }
 

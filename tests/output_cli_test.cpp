@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The bench tool's output at terminals of all kinds, in pipes, and without a reader.
 #include <algorithm>
-#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,21 +12,13 @@
 
 namespace {
 
-using testing::ElementsAre;
+using testing::Each;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
+using testing::Property;
 
 using Strings = std::vector<std::string>;
-
-Strings linesOf(const std::string& strText) {
-    Strings lines;
-    std::istringstream stream(strText);
-    for (std::string strLine; std::getline(stream, strLine);) {
-        lines.push_back(strLine);
-    }
-    return lines;
-}
 
 class OutputCli : public test::PlanTest {
 protected:
@@ -105,12 +96,12 @@ TEST_F(OutputCli, TheLastLineIsTheVerdict) {
         writePlan(row.steps);
         Strings words = {"run", "--no-report", folder() + "/test.plan"};
         words.insert(words.end(), row.options.begin(), row.options.end());
-        EXPECT_EQ(linesOf(fapi(words).strOutput).back(), row.word);
+        EXPECT_EQ(test::linesOf(fapi(words).strOutput).back(), row.word);
         std::filesystem::remove_all(set());
         EXPECT_EQ(fapiJson(words)["verdict"], row.verdict);
         std::filesystem::remove_all(set());
         words.insert(words.begin(), {FAPI_BINARY, "--set", set()});
-        const std::string strScreen = linesOf(test::runOnTerminal(words, {}).strOutput).back();
+        const std::string strScreen = test::linesOf(test::runOnTerminal(words, {}).strOutput).back();
         EXPECT_THAT(strScreen, testing::ContainsRegex(std::string("\033\\[1;7m +") + row.word + " +\033\\[0m"))
             << "a bar";
         EXPECT_THAT(strScreen, testing::SizeIs(testing::Gt(200u))) << "as wide as the terminal";
@@ -175,7 +166,7 @@ TEST_F(OutputCli, TablesFitTheTerminal) {
     for (const unsigned int u32Columns : {80u, 40u, 20u}) {
         const test::ProcessResult result = test::runOnTerminal(
             {FAPI_BINARY, "--set", set(), "run", "--report", reports(), folder() + "/test.plan"}, {}, u32Columns);
-        const Strings lines = linesOf(result.strOutput);
+        const Strings lines = test::linesOf(result.strOutput);
         const auto titles = std::find_if(lines.begin(), lines.end(),
                                          [](const std::string& strLine) { return strLine.rfind("no  step", 0) == 0; });
         ASSERT_GE(lines.end() - titles, 4);
@@ -186,8 +177,8 @@ TEST_F(OutputCli, TablesFitTheTerminal) {
         EXPECT_THAT(titles[3], HasSubstr("ok")) << "what fits is whole";
         EXPECT_THAT(titles[1], HasSubstr("passed"));
         EXPECT_LE(columnsTaken(lines.back()), u32Columns);
-        for (const std::string& strLine :
-             linesOf(test::runOnTerminal({FAPI_BINARY, "history", "--report", reports()}, {}, u32Columns).strOutput)) {
+        for (const std::string& strLine : test::linesOf(
+                 test::runOnTerminal({FAPI_BINARY, "history", "--report", reports()}, {}, u32Columns).strOutput)) {
             EXPECT_LE(columnsTaken(strLine), u32Columns) << strLine;
         }
     }
@@ -226,16 +217,11 @@ TEST_F(OutputCli, NothingReachesATerminalUnescaped) {
         const std::string strAll = result.strOutput + result.strError;
         EXPECT_EQ(tool::printable(strAll, "\n"), strAll) << testing::PrintToString(row);
         EXPECT_FALSE(strAll.empty());
-        std::istringstream json(fapi([&] {
-                                    Strings words = row;
-                                    words.insert(words.begin(), "--json");
-                                    return words;
-                                }())
-                                    .strOutput);
-        for (std::string strLine; std::getline(json, strLine);) {
-            EXPECT_FALSE(nlohmann::json::parse(strLine, nullptr, false).is_discarded()) << strLine;
-            EXPECT_THAT(strLine, Not(HasSubstr("\xEF\xBF\xBD"))) << "no byte is lost: " << testing::PrintToString(row);
-        }
+        Strings words = row;
+        words.insert(words.begin(), "--json");
+        const std::string strJson = fapi(words).strOutput;
+        EXPECT_THAT(test::objectsOf(strJson), Each(Property(&nlohmann::json::is_discarded, false))) << strJson;
+        EXPECT_THAT(strJson, Not(HasSubstr("\xEF\xBF\xBD"))) << "no byte is lost";
     }
     EXPECT_EQ(fapiJson({"set", "show"})["environment"]["emmc"]["evil"],
               fapiJson({"call", "sys_get_emmc_env_var", "evil"})["outputs"]["value"])
@@ -258,41 +244,35 @@ TEST_F(OutputCli, LargeValuesAreBounded) {
     EXPECT_LT(readFile(reports() + "/history.jsonl").size(), kMuch);
     EXPECT_THAT(report()["steps"][2]["attempts"][0]["commands"][0]["outputs"]["content"].get<std::string>(),
                 EndsWith("x... (5000000 bytes)"));
-    writeFile("lines", [] {
-        std::string strLines;
-        for (int i = 0; i < 500000; ++i) {
-            strLines += "a line\n";
-        }
-        return strLines;
-    }());
-    fapi({"set", "put", "/data/lines", "file:" + folder() + "/lines"});
+    fapi({"set", "put", "/data/lines", "repeat:500000:line\n"});
     EXPECT_LT(fapi({"set", "get", "/data/lines"}).strOutput.size(), kMuch);
-    EXPECT_EQ(fapiJson({"set", "get", "/data/lines"})["outputs"]["content"].get<std::string>().size(), 3500000u);
+    EXPECT_EQ(fapiJson({"set", "get", "/data/lines"})["outputs"]["content"].get<std::string>().size(), 2500000u);
 }
 
 // Programs need not cut lines.
 TEST_F(OutputCli, ListsAreArrays) {
-    const Strings lines = linesOf(fapi({"--json", "shell"},
-                                       "sys_init\nset net\nset ports\nset journal 2\nset handles\nset iic\nset keypad\n"
-                                       "set leds\nset memory\nset gamma\nset osd\nset sound\nset firmware\n")
-                                      .strOutput);
-    const struct {
-        const char* output;
-        const char* field;  // of the first entry; null: those are no objects
-    } rows[] = {{"interfaces", "mac"}, {"ports", "terminal"}, {"calls", "call"},  {"player", "family"},
-                {"devices", "slave"},  {"keys", nullptr},     {"ring", nullptr},  {"areas", "region"},
-                {"red", nullptr},      {"osd", nullptr},      {"sound", nullptr}, {"flashed", nullptr}};
-    ASSERT_EQ(lines.size(), std::size(rows) + 1);
+    const std::vector<nlohmann::json> answers =
+        test::objectsOf(fapi({"--json", "shell"},
+                             "sys_init\nset net\nset ports\nset journal 2\nset handles\nset iic\nset keypad\n"
+                             "set leds\nset memory\nset gamma\nset osd\nset sound\nset firmware\n")
+                            .strOutput);
+    // The output, and a field of its first entry; without one they are no objects.
+    const std::pair<const char*, std::string> rows[] = {{"interfaces", "mac"}, {"ports", "terminal"}, {"calls", "call"},
+                                                        {"player", "family"},  {"devices", "slave"},  {"keys", ""},
+                                                        {"ring", ""},          {"areas", "region"},   {"red", ""},
+                                                        {"osd", ""},           {"sound", ""},         {"flashed", ""}};
+    ASSERT_EQ(answers.size(), std::size(rows) + 1);
     for (std::size_t i = 0; i < std::size(rows); ++i) {
-        const nlohmann::json list = nlohmann::json::parse(lines[i + 1])["outputs"][rows[i].output];
-        EXPECT_TRUE(list.is_array()) << lines[i + 1];
-        EXPECT_TRUE(rows[i].field == nullptr || (!list.empty() && list[0].contains(rows[i].field))) << lines[i + 1];
+        const auto& [pszOutput, strField] = rows[i];
+        const nlohmann::json list = answers[i + 1]["outputs"][pszOutput];
+        EXPECT_TRUE(list.is_array()) << answers[i + 1];
+        EXPECT_TRUE(strField.empty() || (!list.empty() && list[0].contains(strField))) << answers[i + 1];
     }
-    EXPECT_EQ(nlohmann::json::parse(lines[3])["outputs"]["calls"].size(), 2u);
-    EXPECT_THAT(verdicts("step a\nsys_init\nset net\nexpect interfaces contains 'eth0 '\nset net-interface w0 "
-                         "02:00:5E:00:53:09\nset net\nkeep all interfaces\nexpect interfaces is ${all}\n"),
-                ElementsAre(testing::Pair("a", "passed")))
-        << "plans go on to compare the text";
+    EXPECT_EQ(answers[3]["outputs"]["calls"].size(), 2u);
+    runPlan(
+        "step a\nsys_init\nset net\nexpect interfaces contains 'eth0 '\nset net-interface w0 "
+        "02:00:5E:00:53:09\nset net\nkeep all interfaces\nexpect interfaces is ${all}\n");
+    EXPECT_EQ(_result.s32Exit, 0) << "plans go on to compare the text";
 }
 
 }  // namespace

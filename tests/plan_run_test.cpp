@@ -35,15 +35,19 @@ protected:
     std::string pipeFile() const { return set() + "/tree/mnt/usb/pipe"; }
 };
 
-TEST_F(PlanRun, TheShippedPlansPass) {
-    for (const std::string strName : {"factory-line", "serial"}) {
-        const test::ProcessResult result = test::runProcess(
-            {FAPI_BINARY, "run", "--fresh", "--report", reports(), std::string(FAPI_PLANS) + "/" + strName + ".plan"});
-        EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;
-        EXPECT_THAT(result.strOutput, HasSubstr(" passed, 0 marginal, 0 failed, 0 not run in "));
-        EXPECT_THAT(result.strOutput, HasSubstr("report: " + reports() + "/" + strName + "-"));
-    }
+class ShippedPlan : public test::PlanTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ShippedPlan, Passes) {
+    const test::ProcessResult result = test::runProcess(
+        {FAPI_BINARY, "run", "--fresh", "--report", reports(), std::string(FAPI_PLANS) + "/" + GetParam() + ".plan"});
+    EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;
+    EXPECT_THAT(result.strOutput, HasSubstr(" passed, 0 marginal, 0 failed, 0 not run in "));
+    EXPECT_THAT(result.strOutput, HasSubstr("report: " + reports() + "/" + GetParam() + "-"));
 }
+
+// The line's plan has tests of its own.
+INSTANTIATE_TEST_SUITE_P(Plans, ShippedPlan,
+                         testing::Values("board", "factory-line", "inputs", "panel", "serial", "sound", "storage"));
 
 TEST_F(PlanRun, VerdictsAndOrderAfterAFailure) {
     EXPECT_THAT(
@@ -77,40 +81,29 @@ step "clean up"
 }
 
 TEST_F(PlanRun, Expectations) {
-    const struct {
-        const char* line;
-        const char* verdict;
-    } rows[] = {
-        {"version is v1.0.0.13", "passed"},
-        {"version is v1.0.0.1", "failed"},
-        {"version is-not v1", "passed"},
-        {"version contains 0.13", "passed"},
-        {"version starts-with 1", "failed"},
-        {"version matches ^v1", "passed"},
-        {"version matches ^1", "failed"},
-        {"version in 1..5", "failed"},
-        {"status in 0..10 margin 0", "passed"},
-        {"status in 0..10 margin 1", "marginal"},
-        {"status in -10..0 margin 1", "marginal"},
-        {"status in 1..5", "failed"},
-        {"status ok", "passed"},
-        {"status failed", "failed"},
-        {"status is-not 0", "failed"},
-        {"status 0", "passed"},
-        {"status is ok", "passed"},
-        {"version is hex:76312e302e302e3133", "passed"},
-        {"version contains repeat:2:.0", "passed"},
-        {"version matches ^v[0-9.]*3$", "passed"},
-    };
-    std::string strPlan = "on-failure continue\n";
-    for (const auto& row : rows) {
-        strPlan += std::string("step '") + row.line + "'\ncommon_get_fapi_version\nexpect " + row.line + "\n";
-    }
-    const auto found = verdicts(strPlan);
-    ASSERT_EQ(found.size(), std::size(rows));
-    for (std::size_t i = 0; i < found.size(); ++i) {
-        EXPECT_EQ(found[i].second, rows[i].verdict) << rows[i].line;
-    }
+    expectVerdicts("sys_init\n", "common_get_fapi_version\n",
+                   {
+                       {"version is v1.0.0.13", "passed"},
+                       {"version is v1.0.0.1", "failed"},
+                       {"version is-not v1", "passed"},
+                       {"version contains 0.13", "passed"},
+                       {"version starts-with 1", "failed"},
+                       {"version matches ^v1", "passed"},
+                       {"version matches ^1", "failed"},
+                       {"version in 1..5", "failed"},
+                       {"status in 0..10 margin 0", "passed"},
+                       {"status in 0..10 margin 1", "marginal"},
+                       {"status in -10..0 margin 1", "marginal"},
+                       {"status in 1..5", "failed"},
+                       {"status ok", "passed"},
+                       {"status failed", "failed"},
+                       {"status is-not 0", "failed"},
+                       {"status 0", "passed"},
+                       {"status is ok", "passed"},
+                       {"version is hex:76312e302e302e3133", "passed"},
+                       {"version contains repeat:2:.0", "passed"},
+                       {"version matches ^v[0-9.]*3$", "passed"},
+                   });
 }
 
 TEST_F(PlanRun, WhatTheChipRefusesFailsAStep) {
@@ -161,31 +154,17 @@ step "a fault is no refusal"
 }
 
 TEST_F(PlanRun, CallsOfALineCanBeExpected) {
-    const struct {
-        const char* calls;
-        const char* verdict;
-    } rows[] = {
-        {"'HW_DISP_SetMute flags=4', 'HW_DISP_SetUnMute flags=4'", "passed"},
-        {"'HW_DISP_SetMute flags=${four}' HW_DISP_ApplySetting", "passed"},
-        {"HW_DISP_ApplySetting, HW_DISP_SetMute", "failed"},
-        {"'HW_DISP_SetMute flags=5'", "failed"},
-        {"HW_FS_Sync, HW_DISP_SetMute", "failed"},
-        {"exactly HW_DISP_ApplySetting", "failed"},
-    };
-    std::string strPlan =
-        "on-failure continue\nstep up\nsys_init\nset put /data/f 4\nsys_read_file_one_line /data/f\n"
-        "keep four line\n";
-    for (const auto& row : rows) {
-        strPlan += std::string("step calls\nsys_sync_fs\nexpect calls exactly HW_FS_Sync\n") +
-                   "disp_set_over_scan 96 54 1728 972\nexpect calls " + row.calls + "\n";
-    }
-    const auto found = verdicts(strPlan);
-    ASSERT_EQ(found.size(), std::size(rows) + 1);
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
-        EXPECT_EQ(found[i + 1].second, rows[i].verdict) << rows[i].calls;
-    }
-    EXPECT_THAT(report()["steps"][4]["text"].get<std::string>(),
-                HasSubstr("no call HW_DISP_SetMute flags=5, but HW_DISP_SetMute(handle="));
+    expectVerdicts("sys_init\nset put /data/f 4\nsys_read_file_one_line /data/f\nkeep four line\n",
+                   "sys_sync_fs\nexpect calls exactly HW_FS_Sync\ndisp_set_over_scan 96 54 1728 972\n",
+                   {
+                       {"calls 'HW_DISP_SetMute flags=4', 'HW_DISP_SetUnMute flags=4'", "passed"},
+                       {"calls 'HW_DISP_SetMute flags=${four}' HW_DISP_ApplySetting", "passed"},
+                       {"calls HW_DISP_ApplySetting, HW_DISP_SetMute", "failed"},
+                       {"calls 'HW_DISP_SetMute flags=5'", "failed"},
+                       {"calls HW_FS_Sync, HW_DISP_SetMute", "failed"},
+                       {"calls exactly HW_DISP_ApplySetting", "failed"},
+                   });
+    EXPECT_THAT(stepText(4), HasSubstr("no call HW_DISP_SetMute flags=5, but HW_DISP_SetMute(handle="));
 }
 
 // What is no longer kept may have been the call that is looked for.
@@ -233,7 +212,7 @@ step "too long for a pattern"
 )"),
                 ElementsAre(Pair("bytes", "passed"), Pair("a text that is a number", "passed"),
                             Pair("nothing came out", "failed"), Pair("too long for a pattern", "failed")));
-    EXPECT_THAT(report()["steps"][3]["text"].get<std::string>(), HasSubstr("at most 4096 bytes"));
+    EXPECT_THAT(stepText(3), HasSubstr("at most 4096 bytes"));
 }
 
 TEST_F(PlanRun, VariablesStandForWhatWasKept) {
@@ -283,8 +262,8 @@ step "nothing was kept"
                             Pair("a text that looks like something else", "passed"),
                             Pair("bytes of every kind, across a power cycle", "passed"),
                             Pair("a value that does not fit", "failed"), Pair("nothing was kept", "failed")));
-    EXPECT_THAT(report()["steps"][3]["text"].get<std::string>(), HasSubstr("SIZE is \"repeat:1:hex:zz\""));
-    EXPECT_THAT(report()["steps"][4]["text"].get<std::string>(), HasSubstr("${none} has no value"));
+    EXPECT_THAT(stepText(3), HasSubstr("SIZE is \"repeat:1:hex:zz\""));
+    EXPECT_THAT(stepText(4), HasSubstr("${none} has no value"));
 }
 
 TEST_F(PlanRun, RetryTriesTheWholeStepAgain) {
@@ -365,7 +344,7 @@ TEST_F(PlanRun, AProcessThatDiesCostsTheStep) {
             << "the teardown has a process of its own, and the variables";
         killer.join();
         EXPECT_EQ(_result.s32Exit, 1);
-        EXPECT_THAT(report()["steps"][1]["text"].get<std::string>(),
+        EXPECT_THAT(stepText(1),
                     testing::AllOf(HasSubstr("sys_read_file_one_line /mnt/usb/pipe"), HasSubstr("SIGKILL (Killed)")));
     }
 }
@@ -384,7 +363,7 @@ TEST_F(PlanRun, ASetThatIsLostEndsThePlan) {
         ElementsAre(Pair("init", "passed"), Pair("wait", "passed"), Pair("cycle", "failed"), Pair("clean", "not run")));
     vandal.join();
     EXPECT_EQ(_result.s32Exit, 1);
-    EXPECT_THAT(report()["steps"][2]["text"].get<std::string>(), HasSubstr("set.json: is not a JSON object"));
+    EXPECT_THAT(stepText(2), HasSubstr("set.json: is not a JSON object"));
 
     _result = fapi({"run", "--report", reports(), folder() + "/test.plan"});
     EXPECT_EQ(_result.s32Exit, 3) << "nothing was called";
@@ -435,19 +414,14 @@ TEST_F(PlanRun, CtrlCEndsTheStepAndRunsTheTeardown) {
         const test::ProcessResult result =
             test::runOnTerminal({FAPI_BINARY, "--set", set(), "run", "--report", reports(), strPlan}, row.typed);
         EXPECT_EQ(result.s32Exit, 4) << result.strOutput;
-        std::vector<std::string> found;
-        const nlohmann::json json = report();
-        for (const auto& step : json["steps"]) {
-            found.push_back(step["verdict"]);
-        }
-        EXPECT_EQ(found, row.verdicts);
+        EXPECT_EQ(reportedVerdicts(), row.verdicts);
         const auto interrupted = std::find(row.verdicts.begin(), row.verdicts.end(), "interrupted");
         const bool wasCut = interrupted != row.verdicts.end();
         if (wasCut) {
-            const auto& step = json["steps"][static_cast<std::size_t>(interrupted - row.verdicts.begin())];
-            EXPECT_THAT(step["text"].get<std::string>(), testing::EndsWith("interrupted"));
+            EXPECT_THAT(stepText(static_cast<std::size_t>(interrupted - row.verdicts.begin())),
+                        testing::EndsWith("interrupted"));
         }
-        EXPECT_EQ(json["verdict"], wasCut ? "interrupted" : "failed");
+        EXPECT_EQ(report()["verdict"], wasCut ? "interrupted" : "failed");
         EXPECT_THAT(result.strOutput, HasSubstr(wasCut ? "INTERRUPTED" : "FAIL"));
         EXPECT_EQ(result.strOutput.find(" 0 failed, 1 interrupted, ") != std::string::npos, wasCut);
     }
@@ -483,18 +457,13 @@ TEST_F(PlanRun, DryRunAndBrokenPlansCallNothing) {
     const std::string strGood =
         writeFile("good.plan", "plan G\nstep A retry 2 every 100ms\nsys_init\nexpect status ok\n");
     const std::string strBad = writeFile("bad.plan", "plan B\nstep A\nsys_int\nsys_check_file\n");
-    test::ProcessResult result = fapi({"run", "--dry-run", strGood});
-    EXPECT_EQ(result.s32Exit, 0);
-    EXPECT_EQ(result.strOutput, "G\n  A (up to 3 attempts, 100 ms apart)\n    sys_init\n        expect status ok\n");
+    EXPECT_EQ(fapi({"run", "--dry-run", strGood}).strOutput,
+              "G\n  A (up to 3 attempts, 100 ms apart)\n    sys_init\n        expect status ok\n");
     EXPECT_EQ(fapi({"check", strGood}).s32Exit, 0);
-    result = fapi({"run", "--report", reports(), strGood, strBad});
-    EXPECT_EQ(result.s32Exit, 2);
-    EXPECT_THAT(result.strError, HasSubstr(strBad + ":3:1: no such operation: sys_int, did you mean sys_init?\n"));
-    EXPECT_THAT(result.strError, HasSubstr(strBad + ":4:15: sys_check_file: PATH is missing"));
-    EXPECT_EQ(fapi({"check", strBad}).s32Exit, 2);
-    result = fapi({"run", "--report", "/proc/none", strGood});
-    EXPECT_EQ(result.s32Exit, 3);
-    EXPECT_THAT(result.strError, HasSubstr("/proc/none"));
+    const std::string strProblem = strBad + ":3:1: no such operation: sys_int, did you mean sys_init?\n";
+    expectImpossible({{"run", "--report", reports(), strGood, strBad}, 2, strProblem});
+    expectImpossible({{"check", strBad}, 2, strBad + ":4:15: sys_check_file: PATH is missing"});
+    expectImpossible({{"run", "--report", "/proc/none", strGood}, 3, "/proc/none"});
     EXPECT_FALSE(std::filesystem::exists(set()));
     EXPECT_FALSE(std::filesystem::exists(reports()));
 }

@@ -1,132 +1,136 @@
 // SPDX-License-Identifier: Apache-2.0
 // The LED ring.
+#include <atomic>
+#include <regex>
+
 #include <gmock/gmock.h>
 
 #include "support/descriptors.h"
 #include "support/log_capture.h"
 #include "support/peripheral_fixture.h"
+#include "support/sleeps.h"
 #include "vset/pm.h"
 
 namespace {
 
-using ::testing::AllOf;
-using ::testing::Gt;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Lt;
+using namespace std::chrono_literals;
 
 constexpr unsigned int kCycle = 0;
 constexpr unsigned int kWhite = 1;
 constexpr unsigned int kOff = 2;
 
 // Returns 0xRRGGBB when all four show the same, else -1.
-int colourOf(const vset::pm::LedRing& ring) {
-    int s32Colour = -2;
+int colorOf(const vset::pm::LedRing& ring) {
+    int color = -2;
     for (const vset::pm::Led& led : ring) {
-        const int s32Led = led.u8Red << 16 | led.u8Green << 8 | led.u8Blue;
-        s32Colour = s32Colour == -2 || s32Colour == s32Led ? s32Led : -1;
+        const int next = led.u8Red << 16 | led.u8Green << 8 | led.u8Blue;
+        color = color == -2 || color == next ? next : -1;
     }
-    return s32Colour;
+    return color;
 }
 
-std::vector<int> colours() {
-    std::vector<int> colours;
+std::vector<int> colors() {
+    std::vector<int> colors;
     for (const vset::pm::LedChange& change : vset::pm::ledHistory()) {
-        colours.push_back(colourOf(change.ring));
+        colors.push_back(colorOf(change.ring));
     }
-    return colours;
+    return colors;
 }
 
 class Leds : public test::PeripheralTest {};
 
 TEST_F(Leds, WhiteComesAfterASecondAndStaysForTwo) {
-    const std::string log = test::logOf([] {
-        const double seconds = test::secondsOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kWhite), 0); });
-        EXPECT_GT(seconds, 2.9);
-        EXPECT_LT(seconds, test::patient(6));
-    });
-    EXPECT_EQ(colourOf(vset::pm::leds()), 0xFFFFFF);
-    for (const char* pszText :
+    using Sleep = std::tuple<unsigned int, int, std::size_t>;  // seconds; color and open handles meanwhile
+    std::vector<Sleep> sleeps;
+    test::onSleep(
+        [&](unsigned int seconds) { sleeps.emplace_back(seconds, colorOf(vset::pm::leds()), opened().size()); });
+    const std::string log = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kWhite), 0); });
+    EXPECT_THAT(sleeps, ElementsAre(Sleep{1, 0, 1}, Sleep{2, 0xFFFFFF, 1}));
+    for (const char* text :
          {"[D] <a_vextvfapi_prphrl_set_mic_led> a_vextvfapi_prphrl_set_mic_led\n\n",
-          "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_GetHandle() fail\n\n",
           "[D] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE success\n\n",
           "[D] <a_vextvfapi_prphrl_set_mic_led> PM close handle\n\n"}) {
-        EXPECT_THAT(log, HasSubstr(pszText));
-    }
-    EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
-    EXPECT_EQ(colourOf(vset::pm::leds()), 0xFFFFFF) << "off writes no colour";
-}
-
-TEST_F(Leds, AnUnknownModeOpensAndCloses) {
-    for (const unsigned int u32Mode : {3u, ~0u}) {
-        EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(u32Mode), -1);
-    }
-    EXPECT_EQ(count("HW_PM_Open"), 2u);
-}
-
-TEST_F(Leds, AFailedCallShowsNothing) {
-    for (const auto& [pszCall, pszLog] :
-         {std::pair{"HW_PM_Init", "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Init failed \n\n"},
-          std::pair{"HW_PM_Open", "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_Open() fail\n\n"},
-          std::pair{
-              "HW_PM_SetAttr",
-              "[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail\n\n"}}) {
-        vset::inject({pszCall, 0xC});
-        int status = 0;
-        EXPECT_THAT(test::logOf([&] { status = a_vextvfapi_prphrl_set_mic_led(kWhite); }), HasSubstr(pszLog));
-        EXPECT_EQ(status, -1);
-    }
-    EXPECT_THAT(vset::pm::ledHistory(), IsEmpty());
-}
-
-TEST_F(Leds, AFoundHandleIsNotClosed) {
-    vset::pm::hold();
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0); }),
-                AllOf(HasSubstr("[D] <a_vextvfapi_prphrl_set_mic_led> PM no open\n\n"),
-                      HasSubstr("HW_PM_SetAttr ParamType_e = ClOSE_LED_CONTROL success\n\n")));
-    EXPECT_EQ(count("HW_PM_Open") + count("HW_PM_Close"), 0u);
-    EXPECT_EQ(opened().size(), 1u);
-}
-
-// Waits until the thread of a cycle has ended.
-bool ends(int s32Threads) {
-    return test::eventually([&] { return test::threads() == s32Threads; });
-}
-
-TEST_F(Leds, ACycleWithoutItsHandleRunsToItsEnd) {
-    SKIP_UNDER_EMULATION();
-    const int s32Threads = test::threads();
-    const std::string log = test::logOf([&] {
-        ASSERT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), 0);
-        EXPECT_TRUE(test::eventually([] { return colours().size() == 1; }));
-        // Closes the handle that the cycle uses, after a second of four; the cycle's further steps fail.
-        EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
-        EXPECT_TRUE(ends(s32Threads));
-    });
-    EXPECT_EQ(colours().at(0), 0xFF0000);
-    for (const char* text :
-         {"SET_LED_CONTROL_RED success\n\n", " SET_LED_CONTROL_BLACK fail\n\n", "Stop StdFactoryledMonitor Task\n\n"}) {
         EXPECT_THAT(log, HasSubstr(text));
     }
-    EXPECT_EQ(count("HW_PM_Close"), 1u) << "exactly one of the two closes";
+    vset::inject({"HW_PM_SetAttr"});
+    EXPECT_THAT(
+        test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kWhite), -1); }),
+        HasSubstr("[E] <a_vextvfapi_prphrl_set_mic_led> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_WHITE fail"));
+    EXPECT_EQ(sleeps.size(), 3u) << "what is not shown does not stay";
+    for (const unsigned int unknown : {3u, ~0u}) {
+        EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(unknown), -1);
+    }
+    EXPECT_EQ(count("HW_PM_Open"), 4u);
+    vset::pm::hold();
+    EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
+    EXPECT_EQ(opened().size(), 1u) << "the player's stays open";
 }
 
-TEST_F(Leds, ACycleGoesOnUntilItIsStopped) {
+// The thread of a cycle is held in one of its sleeps until another mode has been set.
+TEST_F(Leds, ACycleEndsAfterItsLastColor) {
     SKIP_UNDER_EMULATION();
-    const int s32Threads = test::threads();
-    vset::pm::hold();
-    ASSERT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), 0);
-    ASSERT_TRUE(test::eventually([] { return colours().size() == 5; }));
-    EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
-    EXPECT_TRUE(ends(s32Threads));
-    EXPECT_THAT(colours(), testing::ElementsAre(0xFF0000, 0x00FF00, 0x0000FF, 0, 0xFF0000, 0x00FF00, 0x0000FF, 0));
-    const std::vector<vset::pm::LedChange> history = vset::pm::ledHistory();
-    std::vector<double> seconds;
-    for (std::size_t i = 1; i < history.size(); ++i) {
-        seconds.push_back(std::chrono::duration<double>(history[i].time - history[i - 1].time).count());
+    struct Row {
+        const char* name;
+        unsigned int mode;        // that ends the cycle
+        unsigned int refused;     // the color that is refused
+        unsigned int held;        // the sleep that the mode finds
+        bool endsFirst;           // the thread goes on while the mode sleeps, else after it
+        std::vector<int> colors;  // on the ring
+        std::size_t closes;
+        std::string log;  // of the thread
+    };
+    constexpr int kRed = 0xFF0000, kGreen = 0x00FF00, kBlue = 0x0000FF, kAll = 0xFFFFFF;
+    const std::string all = "D RED success, D GREEN success, D BLUE success, D BLACK success, ";
+    const std::string onlyRed = "D RED success, E GREEN fail, E BLUE fail, E BLACK fail, ";
+    const Row rows[] = {
+        {"off", kOff, 0, 5, true, {kRed, kGreen, kBlue, 0, kRed, kGreen, kBlue, 0}, 1, all + all},
+        {"white", kWhite, 0, 4, false, {kRed, kGreen, kBlue, 0, kAll}, 1, all},
+        {"off closes the cycle's controller", kOff, 0, 1, false, {kRed}, 1, onlyRed},
+        {"so does a color that is refused", kOff, 2, 3, false, {kRed}, 2, onlyRed},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const int threads = test::threads();
+        const auto ends = [&] { return test::eventually([&] { return test::threads() == threads; }); };
+        const auto test = std::this_thread::get_id();
+        std::atomic<unsigned int> steps{0};
+        std::atomic<bool> goesOn{false};
+        test::onSleep([&](unsigned int) {
+            if (std::this_thread::get_id() != test) {
+                std::this_thread::sleep_for(1ms);
+                EXPECT_TRUE(++steps != row.held || test::eventually([&] { return goesOn.load(); }));
+            } else if (row.endsFirst && !goesOn.exchange(true)) {
+                EXPECT_TRUE(ends());
+                EXPECT_EQ(count("HW_PM_Close"), row.closes) << "the thread closes what it uses";
+            }
+        });
+        vset::clearJournal();
+        vset::pm::clearLedHistory();
+        if (row.refused != 0) {
+            vset::inject({"HW_PM_SetAttr", HW_ERR_FAILED, row.refused});
+        }
+        bool ended = false;
+        const std::string log = test::logOf([&] {
+            EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), 0);
+            EXPECT_TRUE(test::eventually([&] { return steps == row.held; }));
+            EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(row.mode), 0);
+            goesOn = true;
+            ended = ends();
+        });
+        ASSERT_TRUE(ended);
+        EXPECT_THAT(colors(), ::testing::ElementsAreArray(row.colors));
+        EXPECT_EQ(count("HW_PM_Close"), row.closes);
+        std::string ofThread;
+        const std::regex line("\\[([DE])\\] <_a_\\w+> HW_PM_SetAttr ParamType_e = SET_LED_CONTROL_(\\w+ \\w+)\n\n");
+        for (std::sregex_iterator it(log.begin(), log.end(), line), end; it != end; ++it) {
+            ofThread += it->format("$1 $2, ");
+        }
+        EXPECT_EQ(ofThread, row.log);
+        EXPECT_THAT(log, HasSubstr("Stop StdFactoryledMonitor Task\n\n"));
+        EXPECT_EQ(test::sleepCounts()[1000000], steps + 1) << "a second each, and one of the mode";
     }
-    // A busy machine lengthens some steps, hardly all of them.
-    EXPECT_THAT(*std::min_element(seconds.begin(), seconds.end()), AllOf(Gt(0.9), Lt(test::patient(1.9))));
 }
 
 }  // namespace

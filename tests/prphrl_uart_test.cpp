@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The factory UART: lines through the middleware's serial ports.
-#include <array>
-
 #include <gmock/gmock.h>
 
 #include "support/descriptors.h"
@@ -14,6 +12,7 @@ using test::Event;
 using test::kUartData;
 using namespace std::chrono_literals;
 using ::testing::AllOf;
+using ::testing::ContainsRegex;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -27,40 +26,18 @@ protected:
 };
 
 TEST_F(FactoryUart, LinesBecomeEvents) {
-    test::Events events;
-    ASSERT_EQ(start(), 1);
-    vset::uart::type(0, std::string("AB\r\nC\0D\n\n\rE;F\r", 14));
-    EXPECT_THAT(events.wait(3),
-                ElementsAre(Event{kUartData, 0, "AB", "AB"}, Event{kUartData, 0, "C", std::string("C\0D", 3)},
-                            Event{kUartData, 0, "E;F", "E;F"}));
-    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
-    vset::uart::type(0, "lost\r");
-    EXPECT_EQ(events.settled(50ms).size(), 3u) << "nothing comes after the stop";
-}
-
-TEST_F(FactoryUart, TellsWhatItDoes) {
-    test::Events events;
     const std::string log = test::logOf([&] {
         ASSERT_EQ(start(), 1);
-        vset::uart::type(0, "AB\r\n");
-        events.wait(1);
-        ASSERT_TRUE(test::eventually([] { return vset::uart::port(0).u64Received == 4; }));
-        std::this_thread::sleep_for(50ms);
-        a_vextvfapi_prphrl_stop_factory_uart(0);
+        vset::uart::type(0, std::string("AB\r\nC\0D\n\n\rE;F\r", 14));
+        EXPECT_THAT(events.wait(3),
+                    ElementsAre(Event{kUartData, 0, "AB", "AB"}, Event{kUartData, 0, "C", std::string("C\0D", 3)},
+                                Event{kUartData, 0, "E;F", "E;F"}));
+        EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
     });
-    constexpr char kTag[] = "VexTvFApiPeripheral(imp) ";
-    const std::string expected =
-        std::string(kTag) +
-        "[I] <a_vextvfapi_prphrl_start_factory_uart> [start_factory_uart] please send the test data (file) to platform "
-        "via UART\n\n" +
-        kTag +
-        "[E] <a_vextvfapi_prphrl_start_factory_uart> \033[31m [start_factory_uart] Warning 0x3: Uart Get Handle "
-        "fail\033[m\n\n" +
-        kTag + "[E] <a_vextvfapi_prphrl_start_factory_uart> [start_factory_uart] Uart open\n\n" + kTag +
-        "[I] <_HW_UART_Callback> [factory_uart] AB\n\n" + kTag +
-        "[I] <_HW_UART_Callback> [start_factory_uart] Uart command length is 0\n\n" + kTag +
-        "[E] <a_vextvfapi_prphrl_stop_factory_uart> [start_factory_uart] UART close\n\n";
-    EXPECT_EQ(log, expected);
+    EXPECT_THAT(log, HasSubstr("[I] <_HW_UART_Callback> [factory_uart] AB\n\nVexTvFApiPeripheral(imp) [I] "
+                               "<_HW_UART_Callback> [start_factory_uart] Uart command length is 0\n\n"));
+    vset::uart::type(0, "lost\r");
+    EXPECT_EQ(events.settled(50ms).size(), 3u) << "nothing comes after the stop";
 }
 
 TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
@@ -73,7 +50,6 @@ TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
     EXPECT_FALSE(vset::uart::port(3).bOpen);
 
     vset::uart::hold(1);
-    test::Events events;
     // The device type of a port that is open already does not count.
     ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(1, 1, -5), 1);
     vset::uart::type(1, "found\r");
@@ -86,13 +62,12 @@ TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
 TEST_F(FactoryUart, WhatIsOutOfRangeTheMiddlewareRefuses) {
     refuses("HW_UART_Open");
     refuses("HW_UART_GetHandle");
-    for (const auto& [baudrate, port, device] : std::vector<std::array<int, 3>>{
-             {5, 0, 0}, {-1, 0, 0}, {4, 5, 0}, {4, -1, 0}, {4, 127, 0}, {4, 0, 18}, {4, 0, -128}}) {
-        EXPECT_EQ(
-            a_vextvfapi_prphrl_start_factory_uart(static_cast<signed char>(baudrate), static_cast<signed char>(port),
-                                                  static_cast<signed char>(device)),
-            0)
-            << baudrate << ' ' << port << ' ' << device;
+    struct Row {
+        signed char baudrate, port, device;
+    };
+    for (const Row& row :
+         {Row{5, 0, 0}, Row{-1, 0, 0}, Row{4, 5, 0}, Row{4, -1, 0}, Row{4, 127, 0}, Row{4, 0, 18}, Row{4, 0, -128}}) {
+        EXPECT_EQ(a_vextvfapi_prphrl_start_factory_uart(row.baudrate, row.port, row.device), 0);
     }
     EXPECT_EQ(start(), 1);
     EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(-1), 1) << "stops, but cannot name what to close";
@@ -102,25 +77,27 @@ TEST_F(FactoryUart, WhatIsOutOfRangeTheMiddlewareRefuses) {
     EXPECT_FALSE(vset::uart::port(0).bOpen);
 }
 
+// Unlike for bringing up, "already initialized" is no success for the calls of a port.
 TEST_F(FactoryUart, AFailedStartLeavesTheNextOneFree) {
-    struct Failure {
+    struct Row {
         const char* call;
+        long long result;
         const char* log;
+        int status;
         bool staysOpen;  // a later stop closes it
     };
-    for (const Failure& failure :
-         {Failure{"HW_UART_Open", "[E] <", false},
-          Failure{"HW_UART_RegisterCallback", "\033[31m [Uart_Demo] Error 0xc: register callback fail\033[m\n\n", true},
-          Failure{"HW_UART_SetBaudrate", "[start_factory_uart] Set baudrate fail\n\n", true},
-          Failure{vset::kAllocation, "[start_factory_uart] Allcate memory failed\n\n", false}}) {
-        SCOPED_TRACE(failure.call);
-        vset::inject({failure.call, 0xC});
-        int result = -1;
-        EXPECT_THAT(test::logOf([&] { result = start(); }), HasSubstr(failure.log));
-        EXPECT_EQ(result, 0);
-        EXPECT_EQ(vset::uart::port(0).bOpen, failure.staysOpen);
-        test::Events events;
-        ASSERT_EQ(start(), 1);
+    for (const Row& row :
+         {Row{"HW_UART_GetHandle", 2, "[start_factory_uart] Warning 0x2: Uart Get Handle fail", 1, true},
+          Row{"HW_UART_Open", 2, "[start_factory_uart] Uart open fail\n\n", 0, false},
+          Row{"HW_UART_RegisterCallback", 2, "[Uart_Demo] Error 0x2: register callback fail", 0, true},
+          Row{"HW_UART_SetBaudrate", 2, "[start_factory_uart] Set baudrate fail\n\n", 0, true},
+          Row{vset::kAllocation, 0, "[start_factory_uart] Allcate memory failed\n\n", 0, false}}) {
+        SCOPED_TRACE(row.call);
+        vset::inject({row.call, row.result});
+        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(start(), row.status); }), HasSubstr(row.log));
+        EXPECT_EQ(vset::uart::port(0).bOpen, row.staysOpen);
+        events.clear();
+        EXPECT_EQ(start(), 1 - row.status);
         vset::uart::type(0, "works\r");
         EXPECT_THAT(events.data(1), ElementsAre("works"));
         EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1);
@@ -138,7 +115,7 @@ TEST_F(FactoryUart, BytesWithoutABufferAreLost) {
             const vset::uart::Port port = vset::uart::port(0);
             return port.u64Received == 1 && port.u32Waiting == 0;
         }));
-        std::this_thread::sleep_for(50ms);
+        a_vextvfapi_prphrl_stop_factory_uart(0);
     });
     EXPECT_THAT(log, HasSubstr("[E] <_HW_UART_Callback> [factory_uart] Fail: _pu8DataBuff is invalid!\n\n"));
 }
@@ -151,20 +128,16 @@ TEST_F(FactoryUart, TheLinksExcludeEachOther) {
         EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_start(4, 1, fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ), -1);
     });
     EXPECT_THAT(calls(), Not(testing::Contains("HW_UART_GetHandle"))) << "the port is not touched";
-    EXPECT_THAT(log, AllOf(HasSubstr("[start_factory_uart] FactoryUart started already.\n\n"),
-                           HasSubstr("[start_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop "
-                                     "it first.\n\n"),
-                           HasSubstr("[std_factory_uart] FactoryUart started already.\n\n"),
-                           HasSubstr("[std_factory_uart] Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it "
-                                     "first.\n\n")));
-    test::Events events;
+    for (const std::string tag : {"[start_factory_uart] ", "[std_factory_uart] "}) {
+        EXPECT_THAT(log, HasSubstr(tag + "FactoryUart started already.\n\n"));
+        EXPECT_THAT(log, HasSubstr(tag + "Please call a_vextvfapi_prphrl_stop_factory_uart() to stop it first.\n\n"));
+    }
     vset::uart::type(0, "still here\n");
     EXPECT_THAT(events.data(1), ElementsAre("still here"));
 }
 
 // 262,144 bytes are a line; the byte after them is lost together with them.
 TEST_F(FactoryUart, ALineIsNoLongerThanTheBuffer) {
-    test::Events events;
     ASSERT_EQ(start(), 1);
     const std::string longest(0x40000, 'x');
     const auto type = [](const std::string& bytes) {
@@ -175,49 +148,35 @@ TEST_F(FactoryUart, ALineIsNoLongerThanTheBuffer) {
         }
     };
     type(longest + "\r");
-    type(longest + "y" + "AB\r");
-    EXPECT_THAT(events.data(2, 30s), ElementsAre(longest, "AB"));
+    const std::string log = test::logOf([&] {
+        type(longest + "y" + "AB\r");
+        EXPECT_THAT(events.data(2, 30s), ElementsAre(longest, "AB"));
+    });
+    EXPECT_THAT(log,
+                HasSubstr("[E] <_HW_UART_Callback> \033[43;31m[factory_uart] _pu8DataBuff is overflow\033[0m\n\n"));
     EXPECT_EQ(vset::uart::port(0).u64Dropped, 0u);
 }
 
 TEST_F(FactoryUart, WritesTheBytesAndALineEnd) {
     const unsigned char data[] = {'O', 'K', 0, 0xFF};
-    std::string log = test::logOf([&] {
-        EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(nullptr, 1), 0);
+    const std::string log = test::logOf([&] {
         EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 0), 0);
         EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 4), 0) << "not started";
     });
-    EXPECT_THAT(
-        log,
-        AllOf(testing::ContainsRegex("\033\\[31m \\[write_factory_uart\\] parameter error: [0-9]+\033\\[m"),
-              testing::ContainsRegex("\033\\[31m \\[write_factory_uart\\] start factory uart error: [0-9]+\033\\[m")));
+    EXPECT_THAT(log, AllOf(ContainsRegex("\033\\[31m \\[write_factory_uart\\] parameter error: [0-9]+\033\\[m"),
+                           ContainsRegex("\\[write_factory_uart\\] start factory uart error: [0-9]+\033\\[m")));
+    EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1) << "nothing to stop";
     ASSERT_EQ(start(), 1);
     EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 4), 1);
     EXPECT_EQ(vset::uart::sent(0), std::string("OK\0\xFF\r\n", 6));
-
-    vset::inject({"HW_UART_Write", 3});
+    vset::inject({"HW_UART_Write", 2});
     vset::uart::clearSent(0);
-    log = test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 4), 0); });
-    EXPECT_THAT(log, HasSubstr("[write_factory_uart] write fail: "));
+    EXPECT_EQ(a_vextvfapi_prphrl_write_factory_uart(data, 4), 0);
     EXPECT_THAT(vset::uart::sent(0), IsEmpty()) << "no line end without the line";
-}
-
-TEST_F(FactoryUart, StopsAlways) {
-    leavesOpen("HW_UART");
-    const std::string log = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
-    EXPECT_THAT(log, HasSubstr("[E] <a_vextvfapi_prphrl_stop_factory_uart> \033[31m [start_factory_uart] Error 0x"));
-    for (const auto& [s64Result, bTold] : {std::pair(3LL, true), std::pair(2LL, false)}) {
-        ASSERT_EQ(start(), 1);
-        vset::inject({"HW_UART_UnRegisterCallback", s64Result});
-        vset::inject({"HW_UART_Close", 3});
-        const std::string stopLog = test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
-        EXPECT_EQ(stopLog.find("unregister callback fail") != std::string::npos, bTold) << s64Result;
-    }
 }
 
 // The callback holds the port's thread; a stop waits for it, and what comes later has no callback any more.
 TEST_F(FactoryUart, AStopWaitsForACallbackThatTakesLong) {
-    test::Events events;
     std::atomic<bool> bReturned{false};
     events.onEvent([&](const Event&) {
         std::this_thread::sleep_for(300ms);
@@ -234,7 +193,6 @@ TEST_F(FactoryUart, AStopWaitsForACallbackThatTakesLong) {
 
 TEST_F(FactoryUart, MayBeStoppedInsideTheCallback) {
     refuses("HW_UART_UnRegisterCallback");
-    test::Events events;
     events.onEvent([](const Event&) { EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(0), 1); });
     ASSERT_EQ(start(), 1);
     vset::uart::type(0, "one\rtwo\r");
@@ -249,7 +207,6 @@ TEST_F(FactoryUart, MayBeStoppedInsideTheCallback) {
 }
 
 TEST_F(FactoryUart, TheRoutingSwitchMovesTheLine) {
-    test::Events events;
     ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(test::kBaud115200, 1, 0), 1);
     EXPECT_EQ(a_vextvfapi_prphrl_switch_to_ttys1(true), 0);
     EXPECT_EQ(read("/sys/kernel/uart/uart_switch"), "1");
@@ -273,7 +230,6 @@ TEST_F(FactoryUart, TheRoutingSwitchMovesTheLine) {
 }
 
 TEST_F(FactoryUart, StartsAndStopsWhileBytesArrive) {
-    test::Events events;
     const int before = test::openDescriptors();
     {
         // Slower than the port's queue overflows: bytes are to be missing for no other reason.

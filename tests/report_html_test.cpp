@@ -19,8 +19,8 @@ using testing::Not;
 class ReportHtml : public test::PlanTest {
 protected:
     // Runs the plan and reads the page as XML, which is stricter than any browser.
-    void runPlan(const std::string& strText) {
-        verdicts(strText);
+    void readPage(const std::string& strText) {
+        runPlan(strText);
         _strPage = readFile(reportFile(".html"));
         const pugi::xml_parse_result parsed =
             _document.load_string(_strPage.c_str(), pugi::parse_default | pugi::parse_doctype | pugi::parse_ws_pcdata);
@@ -62,23 +62,8 @@ private:
     }
 };
 
-std::string decoded(const std::string& strBase64) {
-    static const std::string strDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string strBytes;
-    unsigned int u32Bits = 0, u32Count = 0;
-    for (const char c : strBase64.substr(0, strBase64.find('='))) {
-        u32Bits = u32Bits << 6 | static_cast<unsigned int>(strDigits.find(c));
-        u32Count += 6;
-        if (u32Count >= 8) {
-            u32Count -= 8;
-            strBytes += static_cast<char>(u32Bits >> u32Count & 0xFF);
-        }
-    }
-    return strBytes;
-}
-
 TEST_F(ReportHtml, TellsVerdictStepsAndWhatFailed) {
-    runPlan(
+    readPage(
         "on-failure continue\n"
         "step fine\nsys_init\n"
         "step 'not there'\nsys_check_file /data/none\n"
@@ -102,16 +87,14 @@ TEST_F(ReportHtml, TellsVerdictStepsAndWhatFailed) {
 }
 
 TEST_F(ReportHtml, MeasurementsStandAgainstTheirLimits) {
-    runPlan(
+    readPage(
         "on-failure continue\n"
         "step a\nsys_init\nset put /data/a text:AB\nsys_get_file_checksum /data/a\n"
         "expect checksum in 100..200 margin 5\nexpect checksum in 130..200 margin 5\nexpect checksum in 131..131\n"
         "step b\nsys_nty_event 7 -3\nexpect event 7 with value in -9223372036854775808..9223372036854775807 within 1s\n"
         "expect status in 5..6\n");
     const std::string strRows = "//h2[contains(., 'limits')]/following-sibling::table[1]/tbody/tr";
-    EXPECT_THAT(texts(strRows + "/td[3]"),
-                ElementsAre("checksum sys_get_file_checksum /data/a", HasSubstr("checksum "), HasSubstr("checksum "),
-                            "event.value sys_nty_event 7 -3", "status sys_nty_event 7 -3"));
+    EXPECT_THAT(text(strRows + "[4]/td[3]"), "event.value sys_nty_event 7 -3");
     EXPECT_THAT(texts(strRows + "/td[4]"), ElementsAre("131", "131", "131", "-3", "0"));
     EXPECT_THAT(texts(strRows + "/td[5]"), ElementsAre("100 to 200 margin 5", "130 to 200 margin 5", "131 to 131",
                                                        "-9223372036854775808 to 9223372036854775807", "5 to 6"));
@@ -129,7 +112,7 @@ TEST_F(ReportHtml, MeasurementsStandAgainstTheirLimits) {
 }
 
 TEST_F(ReportHtml, HostileTextsStayTexts) {
-    runPlan(
+    readPage(
         "step \"<b>\\\"bold\\\" & 'x'</b>\\x1b[31m\\xff\"\nsys_init\n"
         "set put /data/x 'text:<script>alert(1)</script>'\nset get /data/x\n"
         "expect content is-not 'text:</pre><img src=x onerror=alert(1)>'\n"
@@ -144,7 +127,7 @@ TEST_F(ReportHtml, HostileTextsStayTexts) {
 }
 
 TEST_F(ReportHtml, PicturesAndDataAreOnThePage) {
-    runPlan(
+    readPage(
         "step a\nsys_init\ndisp_init\npicture one\ndisp_set_gamma_curve power:2.2 linear power:0.5\n"
         "data curves gamma 0\ndata numbers values before=-10 after=30\n"
         "sys_nty_event 7 5 'A long text repeats and repeats itself' repeat:300:x\nexpect event 7 within 1s\n");
@@ -153,7 +136,8 @@ TEST_F(ReportHtml, PicturesAndDataAreOnThePage) {
     const std::string strStart = "data:image/png;base64,";
     ASSERT_THAT(strAddress, testing::StartsWith(strStart));
     const std::string strFile = report()["steps"][0]["pictures"][0]["file"];
-    EXPECT_EQ(decoded(strAddress.substr(strStart.size())), readFile(reports() + "/" + strFile));
+    const std::string strEncoded = writeFile("picture", strAddress.substr(strStart.size()));
+    EXPECT_EQ(test::runProcess({"base64", "--decode", strEncoded}).strOutput, readFile(reports() + "/" + strFile));
 
     ASSERT_EQ(count("//figure"), 2u);
     EXPECT_THAT(texts("//figure/figcaption"), ElementsAre("curves", "numbers"));
@@ -167,7 +151,7 @@ TEST_F(ReportHtml, PicturesAndDataAreOnThePage) {
 }
 
 TEST_F(ReportHtml, TheLogOfAFailedAttemptIsKept) {
-    runPlan(
+    readPage(
         "on-failure continue\n"
         "step good\nsys_init\nset put /data/there x\nsys_check_file /data/there\n"
         "step bad\nsys_check_file /data/none\n"
@@ -192,7 +176,7 @@ TEST_F(ReportHtml, ThePageOfVeryManyStepsIsBounded) {
     for (int i = 0; i < 2000; ++i) {
         strPlan += "step 'Number " + std::to_string(i) + " of very many steps'\nset adc 3\nexpect value in 0..255\n";
     }
-    runPlan("on-failure continue\n" + strPlan + "step last\nsys_check_file /data/none\ndata kept values a=1\n");
+    readPage("on-failure continue\n" + strPlan + "step last\nsys_check_file /data/none\ndata kept values a=1\n");
     EXPECT_EQ(count("//table[1]/tbody/tr"), 2001u) << "each step is listed";
     EXPECT_THAT(text("//main/section[last()]//h3"), HasSubstr("last"));
     EXPECT_EQ(count("//header//a[@href='#step-2001']"), 2u);
@@ -206,7 +190,7 @@ TEST_F(ReportHtml, ThePlansOwnLogStaysItsOwn) {
         "step a\nset log on\nsys_init\nsys_check_file /data/none\nexpect status failed\n"
         "set log off\nsys_check_file /data/still\nexpect status failed\n"
         "sys_init\nsys_check_file /data/silent\n";
-    runPlan(strPlan);
+    readPage(strPlan);
     EXPECT_THAT(_result.strError,
                 AllOf(HasSubstr("/data/none"), HasSubstr("/data/still"), Not(HasSubstr("/data/silent"))));
     EXPECT_THAT(text("//pre[@class='log']"), AllOf(HasSubstr("/data/none"), HasSubstr("/data/silent")));
@@ -220,7 +204,7 @@ TEST_F(ReportHtml, ALongLogIsCutToItsEnd) {
     for (int i = 0; i < 450; ++i) {
         strPlan += "sys_check_file /data/none" + std::to_string(i) + "\nexpect status failed\n";
     }
-    runPlan(strPlan + "sys_check_file /data/end\n");
+    readPage(strPlan + "sys_check_file /data/end\n");
     const std::string strLog = report()["steps"][0]["attempts"][0]["log"];
     EXPECT_EQ(std::count(strLog.begin(), strLog.end(), '\n'), 401);
     EXPECT_THAT(strLog, AllOf(testing::StartsWith("... what came before is not kept\n"), HasSubstr("none449"),

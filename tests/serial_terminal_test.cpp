@@ -81,36 +81,4 @@ step "hang up"
     EXPECT_THAT(terminal.strOutput, HasSubstr("SERIAL=VSET00000001\r\nGOT RESULT=0x1f\r\n"));
 }
 
-// Every byte there is, there and back: neither the set nor its pseudo-terminals change one.
-TEST_F(SerialTerminal, TheStandardLinkIsTransparent) {
-    std::string strBytes;
-    std::string strHex;
-    for (int i = 0; i < 256; ++i) {
-        char acHex[3];
-        std::snprintf(acHex, sizeof(acHex), "%02x", static_cast<unsigned int>(i));
-        strBytes += static_cast<char>(i);
-        strHex += acHex;
-    }
-    const std::string strFirst = "hex:" + strHex.substr(0, 256), strSecond = "hex:" + strHex.substr(256);
-    start({"run", "--report", reports(),
-           writeFile("station.plan",
-                     "plan Station\nstep bytes\nsys_init\nprphrl_init\n"
-                     "prphrl_std_factory_uart_start 115200 0\n"
-                     "prphrl_std_factory_uart_custom_config size hex:0d 128\n"
-                     "expect no event 0x100001 within 1s\n"
-                     "prphrl_std_factory_uart_write READY\n"
-                     "expect event 0x100001 with text \"\" with bytes " +
-                         strFirst + " within 60s\nexpect event 0x100001 with bytes " + strSecond +
-                         " within 60s\nprphrl_std_factory_uart_write " + strFirst + "\nprphrl_std_factory_uart_write " +
-                         strSecond +
-                         "\nexpect event 0x100001 with bytes repeat:128:. within 60s\n"
-                         "teardown\nstep 'hang up'\nprphrl_std_factory_uart_stop\n")});
-    const test::ProcessResult terminal = test::runOnTerminal({"socat", "-,rawer", connector(0) + ",rawer"},
-                                                             {{"READY", strBytes}, {strBytes, std::string(128, '.')}});
-    finish();
-    EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput;
-    const nlohmann::json event = report()["steps"][0]["attempts"][0]["commands"][4]["expectations"][0]["event"];
-    EXPECT_EQ("hex:" + event["objects"][0]["data"]["hex"].get<std::string>(), strFirst);
-}
-
 }  // namespace

@@ -1,16 +1,52 @@
 // SPDX-License-Identifier: Apache-2.0
 // The factory daemon's client, and the attributes of the chip.
+#include <algorithm>
+#include <functional>
 #include <thread>
 
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include "a_vextvfapi_sys.h"
+#include "hw3/hw_sys.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "vset/factory_daemon.h"
 #include "vset/sys.h"
+
+// --- Functions of this program, which the library calls in place of others' ------------------------------------------
+
+static bool g_bHangUpFirst = false;
+static std::function<HW_Result_t(HW_SYS_AttrBuffer_t&)> g_getAttr;
+
+template <class Function>
+static Function* next(Function*, const char* pszName) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, pszName));
+}
+
+// Connects; on request returns when the daemon has hung up, so that no send can come before that.
+extern "C" __attribute__((visibility("default"))) int connect(int s32Fd, const sockaddr* pstAddress, socklen_t length) {
+    const int s32Result = next(connect, "connect")(s32Fd, pstAddress, length);
+    pollfd stHungUp = {s32Fd, 0, 0};
+    if (g_bHangUpFirst) {
+        poll(&stHungUp, 1, 10000);
+        EXPECT_NE(stHungUp.revents & POLLHUP, 0);
+    }
+    return s32Result;
+}
+
+// Answers as the set's chip does, or as one that the set cannot be.
+extern "C" HW_Result_t HW_SYS_GetAttr(HW_U32 u32Attr, void* pParam) {
+    return g_getAttr ? g_getAttr(*static_cast<HW_SYS_AttrBuffer_t*>(pParam))
+                     : next(HW_SYS_GetAttr, "HW_SYS_GetAttr")(u32Attr, pParam);
+}
 
 namespace {
 
@@ -76,24 +112,46 @@ TEST_F(FactoryService, TellsWhatTheDaemonAnswers) {
     };
     for (const Row& stRow :
          {Row{Behaviour::answer, 2, -1}, Row{Behaviour::answer, 0, 0}, Row{Behaviour::stutter, 0, 0},
-          Row{Behaviour::stutter, 0x102, -1}, Row{Behaviour::hangUp, 0, 0}, Row{Behaviour::hangUpEarly, 0, 0}}) {
+          Row{Behaviour::stutter, 0x103, -1}, Row{Behaviour::hangUp, 0, 0}, Row{Behaviour::hangUpEarly, 0, 0}}) {
         daemon::start(stRow.eBehaviour, stRow.s32Answer);
+        g_bHangUpFirst = stRow.eBehaviour == Behaviour::hangUpEarly;
         EXPECT_EQ(sendCommand(), stRow.s32Status) << static_cast<int>(stRow.eBehaviour) << ' ' << stRow.s32Answer;
     }
+    EXPECT_THAT(test::logOf([] { sendCommand(); }), HasSubstr("Error: send() failed, ret=0, error=Broken pipe\n\n"));
+    g_bHangUpFirst = false;
     daemon::start(Behaviour::answer, 2);
-    EXPECT_THAT(
-        test::logOf([] { sendCommand(1, "p"); }),
-        AllOf(
-            HasSubstr("[D] <a_vextvfapi_sys_send_cmd_to_factory_svc> SOCKET_NAME:@FACTORY_SERVER\n\n"),
-            HasSubstr("cmd:4, parameters:p\n\n"),
-            HasSubstr("[E] <a_vextvfapi_sys_send_cmd_to_factory_svc> command:1 return 2:No such file or directory\n\n"),
-            HasSubstr("factory_client end\n\n")));
+    EXPECT_THAT(test::logOf([] { sendCommand(1, "p"); }),
+                "VexTvFApiSystem(imp) [D] <a_vextvfapi_sys_send_cmd_to_factory_svc> SOCKET_NAME:@FACTORY_SERVER\n\n"
+                "VexTvFApiSystem(imp) [D] <a_vextvfapi_sys_send_cmd_to_factory_svc> cmd:4, parameters:p\n\n"
+                "VexTvFApiSystem(imp) [E] <a_vextvfapi_sys_send_cmd_to_factory_svc> command:1 return 2:No such file or "
+                "directory\n\n"
+                "VexTvFApiSystem(imp) [D] <a_vextvfapi_sys_send_cmd_to_factory_svc> factory_client end\n\n");
 }
 
-TEST_F(FactoryService, IsMissedWithoutADaemon) {
-    const std::string strLog = test::logOf([] { EXPECT_EQ(sendCommand(), -1); });
-    EXPECT_THAT(strLog, AllOf(HasSubstr("Error: connect() failed, ret=-1, error=111\n\n"),
-                              HasSubstr("factory_client end\n\n")));
+TEST_F(FactoryService, IsMissedWithoutADaemonOrASocket) {
+    EXPECT_THAT(
+        test::logOf([] { EXPECT_EQ(sendCommand(), -1); }),
+        AllOf(HasSubstr("Error: connect() failed, ret=-1, error=111\n\n"), HasSubstr("factory_client end\n\n")));
+    rlimit stLimit = {};
+    getrlimit(RLIMIT_NOFILE, &stLimit);
+    const rlimit stNone = {0, stLimit.rlim_max};
+    EXPECT_THAT(test::logOf([&] {
+                    setrlimit(RLIMIT_NOFILE, &stNone);
+                    EXPECT_EQ(sendCommand(), -1);
+                    setrlimit(RLIMIT_NOFILE, &stLimit);
+                }),
+                AllOf(HasSubstr("Error: socket() failed, error=24\n\n"), HasSubstr("factory_client end\n\n")));
+}
+
+TEST_F(FactoryService, ADescriptorOfZeroIsOne) {
+    SKIP_UNDER_EMULATION();
+    daemon::start();
+    const int s32Input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    EXPECT_EQ(sendCommand(), 0);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "it is closed like any other";
+    dup2(s32Input, STDIN_FILENO);
+    close(s32Input);
 }
 
 TEST_F(FactoryService, IsWaitedForAsLongAsItTakes) {
@@ -128,6 +186,19 @@ TEST_F(ChipAttributes, DataIndexPath) {
     EXPECT_EQ(path[0], '\0') << "a failure leaves an empty path";
     EXPECT_EQ(path[127], '\0');
     EXPECT_EQ(path[128], '#');
+
+    // A path as long as the buffer has no terminator there, and one in a longer buffer.
+    g_getAttr = [](const HW_SYS_AttrBuffer_t& stBuffer) {
+        std::fill_n(static_cast<char*>(stBuffer.pBuffer), stBuffer.u32BufferSize, 'p');
+        return HW_OK;
+    };
+    for (const unsigned int u32Length : {128u, 129u}) {
+        path.assign(200, '#');
+        EXPECT_EQ(a_vextvfapi_sys_get_dataindex_path(path.data(), u32Length), 0);
+        EXPECT_EQ(std::string(path.begin(), path.begin() + 130),
+                  std::string(128, 'p') + (u32Length == 128 ? "##" : std::string("\0#", 2)));
+    }
+    g_getAttr = nullptr;
 }
 
 TEST_F(ChipAttributes, CustomerHash) {
@@ -148,15 +219,24 @@ TEST_F(ChipAttributes, CustomerHash) {
     const vset::sys::CustomerHash hash = vset::sys::customerHash();
     EXPECT_TRUE(std::equal(hash.begin(), hash.end(), au8Hash));
     EXPECT_EQ(au8Hash[16], '#');
-    EXPECT_THAT(test::logOf([&] { a_vextvfapi_sys_get_customer_hash(16, au8Hash, &u32Copied); }),
-                AllOf(HasSubstr("u32CopiedCustomerHashSize:0010.\n"),
-                      HasSubstr("<a_vextvfapi_sys_get_customer_hash> pu8CustomerHash = \"\n"),
-                      HasSubstr("<a_vextvfapi_sys_get_customer_hash> 0x4c\n"),
-                      HasSubstr("<a_vextvfapi_sys_get_customer_hash> \"\n\n")));
 
     vset::inject({"HW_SYS_GetAttr", HW_ERR_NOT_SUPPORT});
     EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(16, au8Hash, &u32Copied), -6);
     EXPECT_EQ(u32Copied, 0u);
+
+    for (const unsigned int u32Size : {0u, 5u, 15u, 17u, 0xFFFFFFFFu}) {
+        g_getAttr = [&](HW_SYS_AttrBuffer_t& stBuffer) {
+            std::fill_n(static_cast<char*>(stBuffer.pBuffer), 16, 'h');
+            stBuffer.u32CopiedSize = u32Size;
+            return HW_OK;
+        };
+        std::string strHash(20, '#');
+        EXPECT_EQ(a_vextvfapi_sys_get_customer_hash(20, reinterpret_cast<unsigned char*>(strHash.data()), &u32Copied),
+                  0);
+        EXPECT_EQ(u32Copied, std::min(u32Size, 16u));
+        EXPECT_EQ(strHash, std::string(u32Copied, 'h') + std::string(20 - u32Copied, '#'));
+    }
+    g_getAttr = nullptr;
 }
 
 }  // namespace

@@ -109,10 +109,7 @@ TEST_F(VsetConfig, ReadsAsItIsWritten) {
           "blanks = \"  x  \"\nhalf = \"x\n;off = 1\n #off = 2\nno value\nempty =\n[other]\nkey = 9\n"
           "colon:key = c\ntwice = 1\ntwice = 2\n[first]\nlate = l = m ; n\r\n[open\nlast = e");
     const HW_Handle_t hConfig = opened("/data/a.ini");
-    const struct {
-        const char* pszKey;
-        const char* pszValue;
-    } kRows[] = {
+    const std::pair<const char*, const char*> kRows[] = {
         {":global", "0"},          {"first:key", "value"},
         {"FIRST:key", "error 3"},  {"first:Key", "error 3"},
         {"first:Quoted", "a b"},   {"first:inner", "say \"hi\""},
@@ -125,8 +122,8 @@ TEST_F(VsetConfig, ReadsAsItIsWritten) {
         {"none:key", "error 3"},   {"first:", "error 3"},
         {"firstkey", "error 8"},   {"", "error 8"},
     };
-    for (const auto& stRow : kRows) {
-        EXPECT_EQ(get(hConfig, stRow.pszKey), stRow.pszValue) << stRow.pszKey;
+    for (const auto& [pszKey, pszValue] : kRows) {
+        EXPECT_EQ(get(hConfig, pszKey), pszValue) << pszKey;
     }
 }
 
@@ -179,15 +176,13 @@ TEST_F(VsetConfig, WhatWasSetIsReadBackExactly) {
         }
     }
     const std::string strBefore = read("/data/r.ini");
-    const struct {
-        const char* pszKey;
-        std::string strValue;
-    } kRefused[] = {{"a:k", "two\nlines"}, {"a:k", "x\r"},  {"a:k", std::string("x\0y", 3)},
-                    {"a:", "x"},           {"ak", "x"},     {"a:b=c", "x"},
-                    {"a:#c", "x"},         {"a:[c", "x"},   {"a: k", "x"},
-                    {"a]:k", "x"},         {"a\n[b:k", "x"}};
-    for (const auto& stRow : kRefused) {
-        EXPECT_EQ(set(hConfig, stRow.pszKey, stRow.strValue), HW_ERR_INVALID_PARAMETER) << stRow.pszKey;
+    const std::pair<const char*, std::string> kRefused[] = {
+        {"a:k", "two\nlines"}, {"a:k", "x\r"},  {"a:k", std::string("x\0y", 3)},
+        {"a:", "x"},           {"ak", "x"},     {"a:b=c", "x"},
+        {"a:#c", "x"},         {"a:[c", "x"},   {"a: k", "x"},
+        {"a]:k", "x"},         {"a\n[b:k", "x"}};
+    for (const auto& [pszKey, strValue] : kRefused) {
+        EXPECT_EQ(set(hConfig, pszKey, strValue), HW_ERR_INVALID_PARAMETER) << pszKey;
     }
     struct stat stBefore = {};
     struct stat stAfter = {};
@@ -253,14 +248,6 @@ TEST_F(VsetConfig, HandlesAndTexts) {
     vset::powerCycle();
     EXPECT_EQ(get(hOpen, "a:k"), "error 7");
     EXPECT_EQ(HW_SYS_OpenConfigFile(u8("/data/h.ini"), &hConfig), HW_ERR_NOT_INITED);
-}
-
-TEST_F(VsetConfig, ANewSetLeadsFromItsIndexToItsKeypad) {
-    const HW_Handle_t hIndex = opened(vset::sys::dataIndexPath());
-    const HW_Handle_t hBoard = opened(get(hIndex, "board:m_pBoardName"));
-    EXPECT_EQ(get(hBoard, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_LEVEL_NUM"), "5");
-    EXPECT_EQ(get(hBoard, "BOARD_KEYPAD:BOARD_KEYPAD_CH_0_KEY_THRESHOLD"), "{0x1F,0x4A,0x75,0xA0,0xCB}");
-    EXPECT_EQ(get(opened(get(hIndex, "ir:m_pIrConfig_File")), "IR:IR_FORMAT"), "1");
 }
 
 // --- Memory ----------------------------------------------------------------------------------------------------------
@@ -406,7 +393,6 @@ TEST_F(VsetMemory, TheMemoryMapRefusesWhatItHasNot) {
 TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     const HW_FLASH_InitParams_t stInit = {};
     const HW_FLASH_OpenParams_t stOpen = {2, {}};
-    const HW_FLASH_HandleParams_t stFind = {2, {}};
     HW_Handle_t hFlash = 0;
     HW_Handle_t hConfig = 0;
     ASSERT_EQ(HW_FLASH_Init(&stInit), HW_OK);
@@ -420,11 +406,6 @@ TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     const HW_FLASH_Transfer_t stTransfer = {2, u8("misc"), 0, &u8Byte, 1};
     HW_SYS_ConfigData_t stNoText = {E_HW_SYS_CONFIG_DATA_STRING, 1, nullptr};
     const std::function<HW_Result_t()> kCalls[] = {
-        [&] { return HW_FLASH_Init(nullptr); },
-        [&] { return HW_FLASH_Open(nullptr, &hFlash); },
-        [&] { return HW_FLASH_Open(&stOpen, nullptr); },
-        [&] { return HW_FLASH_GetHandle(nullptr, &hFlash); },
-        [&] { return HW_FLASH_GetHandle(&stFind, nullptr); },
         [&] { return HW_FLASH_LoadEnv(hFlash, nullptr); },
         [&] { return HW_FLASH_StoreEnv(hFlash, nullptr); },
         [&] { return HW_FLASH_GetEnvVar(hFlash, nullptr); },

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// HDMI ports, CEC and PWM; and how these, buses, pads and converter channels are found, opened, held and closed.
+// HDMI ports, CEC, PWM and the LED ring.
 #include <array>
 #include <functional>
 #include <numeric>
@@ -10,176 +10,21 @@
 
 #include "hw3/hw_cec.h"
 #include "hw3/hw_extin.h"
-#include "hw3/hw_gpio.h"
-#include "hw3/hw_iic.h"
+#include "hw3/hw_pm.h"
 #include "hw3/hw_pwm.h"
-#include "hw3/hw_sar.h"
 #include "hw3/hw_sys.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
 #include "vset/cec.h"
 #include "vset/extin.h"
-#include "vset/gpio.h"
-#include "vset/iic.h"
+#include "vset/pm.h"
 #include "vset/pwm.h"
-#include "vset/sar.h"
 
 namespace {
 
 using test::kUntouched;
 using ::testing::Each;
 using ::testing::SizeIs;
-
-// --- What is found, opened, held and closed --------------------------------------------------------------------------
-
-// A query or open record of the instance with that number.
-template <class Params>
-Params record(HW_U32 u32Key) {
-    return {u32Key};
-}
-template <>
-HW_EXTIN_HandleParams_t record(HW_U32 u32Key) {
-    return {E_HW_EXTIN_TYPE_HDMI, u32Key};
-}
-template <>
-HW_EXTIN_OpenParams_t record(HW_U32 u32Key) {
-    return {0, E_HW_EXTIN_TYPE_HDMI, u32Key};
-}
-template <>
-HW_SAR_OpenParams_t record(HW_U32 u32Key) {
-    return {E_HW_SAR_MODE_ADC, u32Key, 0, nullptr};
-}
-
-// GetHandle or Open, with the number of the instance or without a record.
-using Acquire = std::function<HW_Result_t(const HW_U32* pu32Key, HW_Handle_t* phHandle)>;
-
-template <class Params>
-Acquire through(HW_Result_t (*pCall)(const Params*, HW_Handle_t*)) {
-    return [=](const HW_U32* pu32Key, HW_Handle_t* phHandle) {
-        const Params stParams = record<Params>(pu32Key != nullptr ? *pu32Key : 0);
-        return pCall(pu32Key != nullptr ? &stParams : nullptr, phHandle);
-    };
-}
-template <class Params>
-std::function<HW_Result_t()> with(HW_Result_t (*pInit)(const Params*)) {
-    return [=] {
-        const Params stParams = {};
-        return pInit(&stParams);
-    };
-}
-
-struct Family {
-    const char* pszName;
-    HW_U32 u32Key, u32Other, u32Outside;  // two instances, and none
-    std::function<HW_Result_t()> init;    // if it has one
-    Acquire find, open;
-    HW_Result_t (*pClose)(HW_Handle_t);  // if it has one
-    std::function<void(HW_U32)> hold, release;
-};
-
-#define ACQUIRE(F) through(HW_##F##_GetHandle), through(HW_##F##_Open)
-
-std::vector<Family> families() {
-    return {
-        {"HW_EXTIN", 3, 2, 4, with(HW_EXTIN_Init), ACQUIRE(EXTIN), HW_EXTIN_Close,
-         [](HW_U32 u32Key) { vset::extin::hold(E_HW_EXTIN_TYPE_HDMI, u32Key); },
-         [](HW_U32 u32Key) { vset::extin::release(E_HW_EXTIN_TYPE_HDMI, u32Key); }},
-        {"HW_CEC", 0, 0, 1, with(HW_CEC_Init), ACQUIRE(CEC), HW_CEC_Close, [](HW_U32) { vset::cec::hold(); },
-         [](HW_U32) { vset::cec::release(); }},
-        {"HW_PWM", 18, 9, 19, with(HW_PWM_Init), ACQUIRE(PWM), HW_PWM_Close, vset::pwm::hold, vset::pwm::release},
-        {"HW_IIC", 7, 0, 8, with(HW_IIC_Init), ACQUIRE(IIC), HW_IIC_Close, vset::iic::hold, vset::iic::release},
-        {"HW_GPIO", 255, 0, 256, nullptr, ACQUIRE(GPIO), HW_GPIO_Close, vset::gpio::hold, vset::gpio::release},
-        {"HW_SAR", 7, 0, 8, nullptr, ACQUIRE(SAR), nullptr, vset::sar::hold, vset::sar::release},
-    };
-}
-
-class VsetInstances : public test::MiddlewareTest {};
-
-TEST_F(VsetInstances, AreThereAfterTheirFamily) {
-    HW_Handle_t hUntouched = kUntouched, hHandle = 0;
-    const std::vector<Family> all = families();
-    for (const Family& family : all) {
-        EXPECT_EQ(family.find(&family.u32Key, &hUntouched), HW_ERR_NOT_INITED) << family.pszName;
-        EXPECT_EQ(family.open(&family.u32Key, &hUntouched), HW_ERR_NOT_INITED) << family.pszName;
-    }
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    for (const Family& family : all) {
-        SCOPED_TRACE(family.pszName);
-        if (family.init) {
-            EXPECT_EQ(family.find(&family.u32Key, &hUntouched), HW_ERR_NOT_INITED);
-            EXPECT_EQ(family.open(&family.u32Key, &hUntouched), HW_ERR_NOT_INITED);
-            EXPECT_EQ(family.init(), HW_OK);
-        }
-        for (const Acquire& acquire : {family.find, family.open}) {
-            EXPECT_EQ(acquire(&family.u32Outside, &hUntouched), HW_ERR_INVALID_PARAMETER);
-            EXPECT_EQ(acquire(nullptr, &hUntouched), HW_ERR_INVALID_PARAMETER);
-            EXPECT_EQ(acquire(&family.u32Key, nullptr), HW_ERR_INVALID_PARAMETER);
-        }
-        EXPECT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
-    }
-    EXPECT_EQ(hUntouched, kUntouched);
-}
-
-TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    std::set<HW_Handle_t> handles;
-    for (const Family& family : families()) {
-        SCOPED_TRACE(family.pszName);
-        if (family.init) {
-            EXPECT_EQ(family.init(), HW_OK);
-        }
-        for (int i = 0; i < (family.pClose != nullptr ? 2 : 1); ++i) {
-            HW_Handle_t hHandle = 0, hFound = 0, hUntouched = kUntouched;
-            EXPECT_EQ(family.find(&family.u32Key, &hUntouched), HW_ERR_FAILED);
-            ASSERT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
-            EXPECT_EQ(hHandle >> 31, 0u);
-            EXPECT_TRUE(handles.insert(hHandle).second) << "an earlier handle";
-            EXPECT_EQ(family.open(&family.u32Key, &hUntouched), HW_ERR_BUSY);
-            EXPECT_EQ(family.find(&family.u32Key, &hFound), HW_OK);
-            EXPECT_EQ(hFound, hHandle);
-            EXPECT_THROW(family.hold(family.u32Key), vset::SetError);
-            EXPECT_THROW(family.release(family.u32Key), vset::SetError) << "not the player's";
-            EXPECT_EQ(hUntouched, kUntouched);
-            for (const HW_Handle_t hSome : family.pClose != nullptr ? handles : std::set<HW_Handle_t>()) {
-                EXPECT_EQ(family.pClose(hSome), hSome == hHandle ? HW_OK : HW_ERR_INVALID_HANDLE);
-            }
-        }
-    }
-    EXPECT_EQ(handles.count(HW_HANDLE_NONE), 0u);
-}
-
-TEST_F(VsetInstances, MayBeHeldByThePlayer) {
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    for (const Family& family : families()) {
-        SCOPED_TRACE(family.pszName);
-        if (family.init) {
-            EXPECT_EQ(family.init(), HW_OK);
-        }
-        HW_Handle_t hFound = 0, hUntouched = kUntouched;
-        family.hold(family.u32Other);
-        EXPECT_EQ(family.find(&family.u32Other, &hFound), HW_OK);
-        EXPECT_EQ(family.open(&family.u32Other, &hUntouched), HW_ERR_BUSY);
-        for (const vset::OpenHandle& stHandle : vset::openHandles()) {
-            EXPECT_TRUE(stHandle.u32Handle != hFound || stHandle.bPlayer);
-        }
-        EXPECT_THROW(family.hold(family.u32Other), vset::SetError);
-        if (family.pClose != nullptr) {
-            const bool bCloses = family.pClose == HW_IIC_Close;
-            EXPECT_EQ(family.pClose(hFound), bCloses ? HW_OK : HW_ERR_INVALID_HANDLE);
-            EXPECT_EQ(test::lastReason(), bCloses ? "closes the player's" : "");
-            EXPECT_EQ(family.find(&family.u32Other, &hFound), bCloses ? HW_ERR_FAILED : HW_OK);
-            bCloses ? family.hold(family.u32Other) : void();
-        }
-        family.release(family.u32Other);
-        EXPECT_EQ(family.find(&family.u32Other, &hUntouched), HW_ERR_FAILED);
-        EXPECT_THROW(family.release(family.u32Other), vset::SetError);
-        EXPECT_EQ(hUntouched, kUntouched);
-    }
-    vset::detach();
-    for (const Family& family : families()) {
-        EXPECT_THROW(family.hold(family.u32Key), vset::SetError) << "without a set";
-    }
-}
 
 // --- HDMI ------------------------------------------------------------------------------------------------------------
 
@@ -230,6 +75,9 @@ TEST_F(VsetHdmi, ANewSetHasAnEdidForEveryVersion) {
             ASSERT_THAT(strEdid, SizeIs(256));
             EXPECT_EQ(strEdid.substr(0, 8), std::string("\0\xFF\xFF\xFF\xFF\xFF\xFF\0", 8));
             EXPECT_EQ(strEdid[126], 1) << "one block follows";
+            const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(strEdid[at]); };
+            EXPECT_EQ(byte(66) | (byte(68) & 0xF0) << 4, byte(21) * 10) << "the picture is as wide as the screen";
+            EXPECT_EQ(byte(67) | (byte(68) & 0x0F) << 8, byte(22) * 10) << "and as high";
             EXPECT_EQ(std::accumulate(strEdid.begin(), strEdid.begin() + 128, 0) & 0xFF, 0) << u32Version;
             EXPECT_EQ(std::accumulate(strEdid.begin() + 128, strEdid.end(), 0) & 0xFF, 0) << u32Version;
             different.insert(strEdid);
@@ -410,7 +258,6 @@ TEST_F(VsetCecPwm, EveryPwmChannelHasItsOwnValues) {
         for (const HW_U32 u32Attr : kAttributes) {
             EXPECT_EQ(HW_PWM_GetAttr(handles[i], u32Attr, nullptr, &u32Value), HW_OK);
             EXPECT_EQ(u32Value, number(i, u32Attr));
-            EXPECT_EQ(vset::pwm::value(i, u32Attr), number(i, u32Attr));
         }
     }
     vset::pwm::setValue(18, 8, 5);
@@ -430,6 +277,34 @@ TEST_F(VsetCecPwm, EveryPwmChannelHasItsOwnValues) {
     EXPECT_THROW(vset::pwm::setValue(0, 2, 1), vset::SetError);
     vset::powerCycle();
     EXPECT_EQ(vset::pwm::value(18, 8), 0u);
+}
+
+TEST_F(VsetCecPwm, TheLedRingShowsWhatItIsTold) {
+    const HW_PM_OpenParams_t stOpen = {};
+    HW_Handle_t hPm = 0;
+    ASSERT_EQ(HW_PM_Open(&stOpen, &hPm), HW_OK);
+    HW_PM_LedControl_t stLeds = {{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 4};
+    HW_PM_LedControl_t stThree = stLeds;
+    stThree.u8LedCount = 3;
+    test::expectRefusals({
+        {"three LEDs", HW_ERR_INVALID_PARAMETER, [&] { return HW_PM_SetAttr(hPm, 260, &stThree); }},
+        {"null", HW_ERR_INVALID_PARAMETER, [&] { return HW_PM_SetAttr(hPm, 260, nullptr); }},
+        {"another attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_PM_SetAttr(hPm, 261, &stLeds); }},
+        {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_PM_SetAttr(0, 260, &stLeds); }},
+    });
+    EXPECT_TRUE(vset::pm::ledHistory().empty());
+    for (int i = 0; i < 1100; ++i) {
+        EXPECT_EQ(HW_PM_SetAttr(hPm, E_HW_PM_PARAM_LED_CONTROL, &stLeds), HW_OK);
+    }
+    const vset::pm::LedRing ring = vset::pm::leds();
+    EXPECT_EQ(ring[0].u8Red, 1);
+    EXPECT_EQ(ring[1].u8Green, 5);
+    EXPECT_EQ(ring[3].u8Blue, 12);
+    EXPECT_EQ(vset::pm::ledHistory().size(), 1024u);
+    vset::pm::clearLedHistory();
+    EXPECT_TRUE(vset::pm::ledHistory().empty());
+    vset::powerCycle();
+    EXPECT_EQ(vset::pm::leds()[3].u8Blue, 0);
 }
 
 }  // namespace

@@ -187,6 +187,8 @@ TEST_F(VsetIic, NobodyAcknowledgesAForeignAddress) {
         got("", 1);
     }
     EXPECT_THAT(vset::iic::transfers(), SizeIs(1024));
+    vset::iic::clearTransfers();
+    EXPECT_THAT(vset::iic::transfers(), SizeIs(0));
     vset::iic::removeDevice(kBus, kSlave);
     EXPECT_EQ(read("\1", 3).first, HW_ERR_FAILED);
 }

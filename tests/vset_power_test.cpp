@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the virtual set's switch does to calls that run, to files, and to the PC around the set.
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -20,6 +19,7 @@
 #include "support/process.h"
 #include "support/refusals.h"
 #include "support/set_fixture.h"
+#include "support/waiting.h"
 #include "vset/sys.h"
 
 namespace {
@@ -28,30 +28,6 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-// Threads that call the middleware without a pause until the object is gone.
-class Callers {
-public:
-    explicit Callers(const std::function<void()>& call) {
-        for (int i = 0; i < 3; ++i) {
-            _threads.emplace_back([=] {
-                while (!_bStop) {
-                    call();
-                }
-            });
-        }
-    }
-    ~Callers() {
-        _bStop = true;
-        for (std::thread& thread : _threads) {
-            thread.join();
-        }
-    }
-
-private:
-    std::atomic<bool> _bStop{false};
-    std::vector<std::thread> _threads;
-};
 
 class VsetSwitch : public test::MiddlewareTest {};
 
@@ -74,7 +50,7 @@ TEST_F(VsetSwitch, CallsWhileTheSetIsGivenBackWriteNowhere) {
     testing::internal::CaptureStderr();
     {
         const HW_FLASH_InitParams_t stFlash = {};
-        const Callers callers([&] {
+        const std::function<void()> callAll = [&] {
             HW_NET_OpenParams_t stNet = {"eth0"};
             HW_FLASH_OpenParams_t stOpen = {E_HW_FLASH_TYPE_EMMC, {}};
             HW_Handle_t hNet = HW_HANDLE_NONE, hFlash = HW_HANDLE_NONE;
@@ -88,7 +64,9 @@ TEST_F(VsetSwitch, CallsWhileTheSetIsGivenBackWriteNowhere) {
             static HW_U8 au8Image[HW_FLASH_ENV_IMAGE_SIZE];
             HW_FLASH_StoreEnv(hFlash, au8Image);
             HW_FLASH_Close(hFlash);
-        });
+        };
+        const test::Repeating callers[] = {test::Repeating(callAll), test::Repeating(callAll),
+                                           test::Repeating(callAll)};
         for (int i = 0; i < 40; ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(3));
             vset::detach();

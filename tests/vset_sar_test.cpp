@@ -99,7 +99,8 @@ TEST_F(VsetSar, RefusesWhatAChipRefuses) {
     HW_Handle_t hSar = kUntouched;
     HW_U32 u32Out = kUntouched;
     const HW_Handle_t hAdc = openAdc(1), hKeypad = openKeypad();
-    const HW_SAR_OpenParams_t stMode = {2, 0, 0, nullptr}, stNoKeys = {E_HW_SAR_MODE_KEYPAD, 0, 1, nullptr};
+    HW_SAR_KeypadConfig_t stKeys = kFiveKeys;
+    const HW_SAR_OpenParams_t stMode = {2, 0, 1, &stKeys}, stNoKeys = {E_HW_SAR_MODE_KEYPAD, 0, 1, nullptr};
     const HW_SAR_CallbackParams_t stNoEvent = {take, 0, 0}, stEvents = {take, 5, 0};
     const HW_SAR_CallbackParams_t aEnds[] = {kTake, {nullptr, 2, 0}, {nullptr, 5, 0}, {nullptr, 1, 1}};
     for (const HW_SAR_CallbackParams_t& stEnd : aEnds) {

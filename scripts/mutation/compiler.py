@@ -10,6 +10,7 @@ from pathlib import Path
 
 from mutation.processes import capture
 
+LIBRARY = 'factory/vextvfapi/CMakeFiles/vextvfapi.dir/'
 UNITS = 'tests/units/CMakeFiles/library_units.dir/__/__/factory/vextvfapi/core'
 FOLDERS = 'core parts families journal'.split()
 
@@ -53,8 +54,7 @@ class Compiler:
         """Returns the objects of libraries and of tests of its units that a source belongs to."""
         made = self.dependents.get(str(self.root / source), [])
         unit = ('tests/CMakeFiles/' + name for name in self.unit_programs)
-        kinds = ('factory/vextvfapi/CMakeFiles/vextvfapi.dir/', 'platform/vset/CMakeFiles/hw3.dir/', 'platform/vset/CMakeFiles/dval.dir/',
-                 *(name + '.dir/' for name in unit))
+        kinds = (LIBRARY, 'platform/vset/CMakeFiles/hw3.dir/', 'platform/vset/CMakeFiles/dval.dir/', *(name + '.dir/' for name in unit))
         return [name for name in made if name.startswith(kinds) and name in self.commands and 'cmake_pch' not in name]
 
     def compile(self, tree, name, result, optimization=None):
@@ -100,7 +100,7 @@ class Compiler:
         """Links what the changed objects belong to. Returns whether it could."""
         units = [f'tests/{name}' for name in self.unit_programs]
         in_units = [name for name in changed
-                    if f'{UNITS}/{name.removeprefix("factory/vextvfapi/CMakeFiles/vextvfapi.dir/core/")}' in self.commands]
+                    if f'{UNITS}/{name.removeprefix(LIBRARY + "core/")}' in self.commands]
         for output, words in self.links.items():
             own = [name for name in changed if name in words]
             if not own and not (output in units and in_units):

@@ -12,12 +12,15 @@ TOKEN = re.compile(
     |(?P<sign><<=|>>=|\.\.\.|->|::|<<|>>|<=|>=|==|!=|&&|\|\||\+\+|--|[-+*/%&|^]=|.)''', re.X | re.S | re.M)
 CLOSING = {'(': ')', '[': ']', '{': '}'}
 COMPARISONS = {'==': ['!='], '!=': ['=='], '<': ['<=', '>'], '<=': ['<'], '>': ['>=', '<'], '>=': ['>']}
-EXCHANGED = {'&&': '||', '||': '&&', '+': '-', '-': '+', '&': '|', '<<': '>>', '>>': '<<', '+=': '-=', '-=': '+=', '|=': '&='}
+EXCHANGED = {'&&': '||', '||': '&&', '+': '-', '-': '+', '&': '|', '<<': '>>', '>>': '<<',
+             '+=': '-=', '-=': '+=', '|=': '&='}
 ASSIGNMENTS = {'=', '+=', '-=', '*=', '/=', '%=', '&=', '|=', '^=', '<<=', '>>='}
 # What ends an operand of each operator, apart from brackets.
 LOWER = {'|': {'&&', '||'}, '&&': {'||'}, '||': set()}
 EXPRESSION_ENDS = {',', ';', '?', ':', 'return', '='}
 NO_CALL = {'if', 'while', 'for', 'switch', 'return', 'sizeof', 'alignof', 'decltype', 'catch', 'noexcept', 'alignas', '__attribute__'}
+# Calls whose first two arguments may be exchanged.
+SYMMETRIC = {'memcmp', 'strcmp', 'strncmp', 'min', 'max', 'swap'}
 NOT_EXECUTED = {'using', 'typedef', 'static_assert', 'struct', 'class', 'enum', 'union', 'friend'}
 LOG = re.compile(r'FAPI_(LOG\w*|CAPTURE_FAILED)$')
 LEVELS = {'FAPI_LOGE': 'FAPI_LOGD', 'FAPI_LOGD': 'FAPI_LOGI', 'FAPI_LOGI': 'FAPI_LOGE'}
@@ -114,8 +117,8 @@ class Reader:
         shift = begin - self.lines[line]
         after = lines[:shift] + text + lines[shift + end - begin:]
         if blanks(after) != blanks(lines):
-            self.faults.setdefault((line, after), Fault(operator, self.function, line + 1, blanks(lines), blanks(after), begin, end,
-                                                        text, log))
+            fault = Fault(operator, self.function, line + 1, blanks(lines), blanks(after), begin, end, text, log)
+            self.faults.setdefault((line, after), fault)
 
     def code(self, first, last):
         return self.source[self.tokens[first].begin:self.tokens[last].end]
@@ -351,7 +354,7 @@ class Reader:
         return [part for part in parts if part[0] <= part[1]]
 
     def exchanged(self, opening, operator):
-        parts = self.parts(opening)
+        parts = self.parts(opening)[self.texts[opening - 1] in SYMMETRIC:]
         for (first1, last1), (first2, last2) in zip(parts, parts[1:]):
             one, two = self.code(first1, last1), self.code(first2, last2)
             between = self.source[self.tokens[last1].end:self.tokens[first2].begin]

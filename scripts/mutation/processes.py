@@ -35,7 +35,7 @@ class Processes:
         with self.lock:
             if self.stopped:
                 raise Stopped
-            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, start_new_session=True, **options)
+            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, process_group=0, **options)
             self.running.add(process)
             return process
 

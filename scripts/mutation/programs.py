@@ -27,7 +27,6 @@ class Program:
             self.inputs.append(top / 'plans' / name)
         if name == 'kept_run_test':
             self.inputs += sorted(top.glob('tests/kept/*.txt'))
-        # What has threads decides by time now and then, and what has a lock shares something with other programs.
         self.timing = self.plan or 'THREADS' in options
         lock = re.search(r'LOCK (\w+)', options)
         self.lock = lock[1] if lock else None
@@ -51,6 +50,10 @@ class Program:
         words = [] if throughout else ['--gtest_throw_on_failure', '--gtest_fail_fast']
         return [self.binary, *words, f'--gtest_filter={self.filter or "*"}-{":".join(begun)}']
 
+    def may_be_late(self):
+        """Returns whether a busy machine may make it fail, so that a failure counts only when it comes again."""
+        return self.timing or self.seconds > 1
+
     def score(self, module):
         return (self.kills.get(module, 0) + 1) / (self.seconds + 0.05)
 
@@ -73,12 +76,12 @@ class Runner:
     def locked(self, program):
         return threading.Lock() if self.apart or not program.lock else self.locks.setdefault(program.lock, threading.Lock())
 
-    def run(self, program, folder, limit, throughout=False):
+    def run(self, program, folder, limit, throughout=False, patience=1):
         """Returns None when the program passes, else how it fails and a list of what has noticed it."""
         verdict, noticed, begun = None, [], []
         while True:
             with self.locked(program):
-                found, failed, now_begun = self.run_once(program, folder, limit, throughout, begun)
+                found, failed, now_begun = self.run_once(program, folder, limit * patience, throughout, begun, patience)
             verdict = verdict or found
             noticed += [name for name in failed or ([program.word] if found else []) if name not in noticed]
             # The tests that follow the one in which a process has died run in another one.
@@ -86,32 +89,35 @@ class Runner:
                 return (verdict, noticed) if verdict else None
             begun += now_begun
 
-    def run_once(self, program, folder, limit, throughout, begun):
+    def run_once(self, program, folder, limit, throughout, begun, patience):
         started = []
         try:
             for shard in range(program.shards):
-                started.append(self.start(program, folder, shard, throughout, begun))
+                started.append(self.start(program, folder, shard, throughout, begun, patience))
             found = self.wait(started, limit, throughout)
+            statuses = [process.poll() for process, _ in started]
         finally:
             for process, _ in started:
                 self.processes.end(process)
         if self.processes.stopped:
             raise Stopped
         failed, now_begun = [], []
-        for process, home in started:
+        for (_, home), status in zip(started, statuses):
             output = (home / 'output').read_bytes().decode(errors='replace')
             run = re.findall(r'\[ RUN      \] ([\w/]+\.[\w/]+)', output)
             now_begun += run
             failed += re.findall(r'\[  FAILED  \] ([\w/]+\.[\w/]+)', output)
-            # A process that died or was ended, not one that had to wait for another's end.
-            if run and process.returncode not in (0, 1) and f'] {run[-1]} (' not in output:
+            # The test in which a process has died, or which it does not end.
+            died = found == 'timed out' if status is None else status not in (0, 1)
+            if died and run and f'] {run[-1]} (' not in output:
                 failed.append(run[-1])
             shutil.rmtree(home, ignore_errors=True)
         return found, sorted(set(failed)) if found else [], now_begun
 
-    def start(self, program, folder, shard, throughout, begun):
+    def start(self, program, folder, shard, throughout, begun, patience):
         home = Path(tempfile.mkdtemp(prefix='t', dir=folder))
         environment = {**os.environ, 'LD_LIBRARY_PATH': str(folder / 'lib')}
+        environment['FAPI_TEST_PATIENCE'] = str(patience * int(os.environ.get('FAPI_TEST_PATIENCE', 1)))
         environment.update(dict.fromkeys(('HOME', 'XDG_STATE_HOME', 'TMPDIR', 'TEST_TMPDIR'), str(home)))
         environment.pop('VSET_DIR', None)
         if program.shards > 1:

@@ -27,20 +27,17 @@ inline std::uint32_t bmpPixel(std::uint32_t x, std::uint32_t y) {
     return 0xFF00005A | (x & 0xFF) << 16 | (y & 0xFF) << 8;
 }
 
-// 24 bits a pixel, stored from the bottom, rows `u32RowLength` bytes long.
-inline std::string bmp24(std::uint32_t u32Width, std::uint32_t u32Height, std::uint32_t u32RowLength) {
-    std::string strFile(54 + std::size_t{u32RowLength} * u32Height, '\0');
+// 24 bits a pixel, stored from the bottom behind `offset` bytes of headers, rows `u32RowLength` bytes long.
+inline std::string bmp24(std::uint32_t u32Width, std::uint32_t u32Height, std::uint32_t u32RowLength,
+                         std::uint32_t offset = 54) {
+    std::string strFile(offset + std::size_t{u32RowLength} * u32Height, '\0');
     strFile.replace(0, 2, "BM");
-    putNumber(strFile, 2, static_cast<std::uint32_t>(strFile.size()));
-    putNumber(strFile, 10, 54);
-    putNumber(strFile, 14, 40);
+    putNumber(strFile, 10, offset);
     putNumber(strFile, 18, u32Width);
     putNumber(strFile, 22, u32Height);
-    putNumber(strFile, 26, 1, 2);
-    putNumber(strFile, 28, 24, 2);
     for (std::uint32_t y = 0; y < u32Height; ++y) {
         for (std::uint32_t x = 0; x < u32Width; ++x) {
-            putNumber(strFile, 54 + std::size_t{u32RowLength} * (u32Height - 1 - y) + 3 * x, bmpPixel(x, y), 3);
+            putNumber(strFile, offset + std::size_t{u32RowLength} * (u32Height - 1 - y) + 3 * x, bmpPixel(x, y), 3);
         }
     }
     return strFile;

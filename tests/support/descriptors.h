@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace test {
 
@@ -19,17 +20,24 @@ inline int openDescriptors() {
     return s32Count;
 }
 
-// Counts the threads of this process, without those of the middleware, which never end.
-inline int threads() {
+// Returns the names, of 15 characters at most, of this process's threads, without those of the middleware, which never
+// end.
+inline std::vector<std::string> threadNames() {
     // A sanitizer starts a thread of its own with the first one.
     [[maybe_unused]] static const bool bFirst = (std::thread([] {}).join(), true);
-    int s32Count = 0;
+    std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
         std::string strName;
         std::getline(std::ifstream(entry.path() / "comm"), strName);
-        s32Count += strName.rfind("hw3-", 0) != 0 ? 1 : 0;
+        if (strName.rfind("hw3-", 0) != 0) {
+            names.push_back(strName);
+        }
     }
-    return s32Count;
+    return names;
+}
+
+inline int threads() {
+    return static_cast<int>(threadNames().size());
 }
 
 }  // namespace test

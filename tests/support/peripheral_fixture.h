@@ -34,11 +34,15 @@ protected:
     void TearDown() override {
         if (!IsSkipped()) {
             stopService();
-            EXPECT_TRUE(eventually([this] { return threads() <= _s32Threads; })) << "a thread is left";
+            EXPECT_TRUE(eventually([this] { return hasEnded(); })) << "a thread is left";
             PeripheralTest::TearDown();
         }
     }
     virtual void stopService() = 0;
+
+    bool hasEnded() const { return threads() <= _s32Threads; }
+
+    Events events;
 
 private:
     int _s32Threads = 0;

@@ -38,14 +38,32 @@ int waitFor(pid_t child) {
     return WIFEXITED(s32Status) ? WEXITSTATUS(s32Status) : 128 + WTERMSIG(s32Status);
 }
 
-// Appends what can be read; false at the end.
-bool readSome(int s32Fd, std::string& strText) {
-    char acChunk[4096];
-    const ssize_t length = read(s32Fd, acChunk, sizeof(acChunk));
-    if (length > 0) {
-        strText.append(acChunk, static_cast<std::size_t>(length));
+// Reads from the descriptors until they end, and closes them; runs `act` first of all, after each piece, and after each
+// second of silence. Returns the child's exit code. A child that takes too long is killed.
+int listen(
+    pid_t child, std::vector<pollfd> ends, const std::vector<std::string*>& texts,
+    const std::function<void(bool bSilent)>& act = [](bool) {}) {
+    bool bSilent = false;
+    const Clock::time_point deadline = Clock::now() + patient(kLimit);
+    for (std::size_t open = ends.size(); open > 0;) {
+        act(bSilent);
+        if (Clock::now() > deadline) {
+            kill(child, SIGKILL);
+        }
+        bSilent = poll(ends.data(), ends.size(), 1000) == 0;
+        for (std::size_t i = 0; i < ends.size(); ++i) {
+            char acChunk[4096];
+            const ssize_t length = ends[i].revents != 0 ? read(ends[i].fd, acChunk, sizeof(acChunk)) : 0;
+            if (length > 0) {
+                texts[i]->append(acChunk, static_cast<std::size_t>(length));
+            } else if (ends[i].revents != 0) {
+                close(ends[i].fd);
+                ends[i] = {-1, 0, 0};
+                --open;
+            }
+        }
     }
-    return length > 0;
+    return waitFor(child);
 }
 
 struct Pipe {
@@ -92,22 +110,8 @@ ProcessResult runProcess(const std::vector<std::string>& command, const std::str
     close(input.as32Ends[1]);
 
     ProcessResult stResult;
-    pollfd astPoll[2] = {{output.as32Ends[0], POLLIN, 0}, {error.as32Ends[0], POLLIN, 0}};
-    std::string* apTexts[2] = {&stResult.strOutput, &stResult.strError};
-    const Clock::time_point deadline = Clock::now() + patient(kLimit);
-    while (astPoll[0].fd >= 0 || astPoll[1].fd >= 0) {
-        if (Clock::now() > deadline) {
-            kill(child, SIGKILL);
-        }
-        poll(astPoll, 2, 1000);
-        for (int i = 0; i < 2; ++i) {
-            if (astPoll[i].fd >= 0 && astPoll[i].revents != 0 && !readSome(astPoll[i].fd, *apTexts[i])) {
-                close(astPoll[i].fd);
-                astPoll[i].fd = -1;
-            }
-        }
-    }
-    stResult.s32Exit = waitFor(child);
+    stResult.s32Exit = listen(child, {{output.as32Ends[0], POLLIN, 0}, {error.as32Ends[0], POLLIN, 0}},
+                              {&stResult.strOutput, &stResult.strError});
     return stResult;
 }
 
@@ -123,27 +127,21 @@ ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::
     ProcessResult stResult;
     std::size_t next = 0;
     std::size_t seen = 0;
-    const Clock::time_point deadline = Clock::now() + patient(kLimit);
-    for (;;) {
-        if (next < typed.size()) {
-            const std::size_t place = stResult.strOutput.find(typed[next].strWaitFor, seen);
-            if (place != std::string::npos) {
-                seen = place + typed[next].strWaitFor.size();
-                const std::string& strKeys = typed[next++].strKeys;
-                [[maybe_unused]] const ssize_t written = write(s32Terminal, strKeys.data(), strKeys.size());
-                continue;
+    const auto type = [&](bool bSilent) {
+        for (; next < typed.size(); ++next) {
+            if (bSilent && typed[next].strWaitFor == kSilence) {
+                stResult.strOutput += kSilence;
             }
+            const std::size_t place = stResult.strOutput.find(typed[next].strWaitFor, seen);
+            if (place == std::string::npos) {
+                return;
+            }
+            seen = place + typed[next].strWaitFor.size();
+            const std::string& strKeys = typed[next].strKeys;
+            [[maybe_unused]] const ssize_t written = write(s32Terminal, strKeys.data(), strKeys.size());
         }
-        if (Clock::now() > deadline) {
-            kill(child, SIGKILL);
-        }
-        pollfd stPoll = {s32Terminal, POLLIN, 0};
-        if (poll(&stPoll, 1, 1000) > 0 && !readSome(s32Terminal, stResult.strOutput)) {
-            break;
-        }
-    }
-    close(s32Terminal);
-    stResult.s32Exit = waitFor(child);
+    };
+    stResult.s32Exit = listen(child, {{s32Terminal, POLLIN, 0}}, {&stResult.strOutput}, type);
     return stResult;
 }
 

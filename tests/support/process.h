@@ -23,6 +23,7 @@ ProcessResult runProcess(const std::vector<std::string>& command, const std::str
 
 // Runs the program on a terminal of its own and types each line of `typed` when the text before it has appeared; an
 // empty text means at once. All that appears is in strOutput.
+constexpr char kSilence[] = "(a second of silence)";  // to wait for
 struct Typed {
     std::string strWaitFor;
     std::string strKeys;

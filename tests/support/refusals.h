@@ -35,6 +35,13 @@ inline std::string errorOf(const std::function<void()>& action) {
     return "no error";
 }
 
+// A change that spoils a record, for the refusals.
+template <class Record, class Member>
+Record but(Record stRecord, Member Record::*pMember, Member value) {
+    stRecord.*pMember = value;
+    return stRecord;
+}
+
 struct Refusal {
     const char* pszName;
     HW_Result_t result;

@@ -7,14 +7,41 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
+#include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "support/process.h"
 
 namespace test {
+
+inline std::vector<std::string> linesOf(const std::string& strText) {
+    std::vector<std::string> lines;
+    std::istringstream stream(strText);
+    for (std::string strLine; std::getline(stream, strLine);) {
+        lines.push_back(strLine);
+    }
+    return lines;
+}
+
+// Returns the object of each line; what is no JSON as a discarded value.
+inline std::vector<nlohmann::json> objectsOf(const std::string& strText) {
+    std::vector<nlohmann::json> objects;
+    for (const std::string& strLine : linesOf(strText)) {
+        objects.push_back(nlohmann::json::parse(strLine, nullptr, false));
+    }
+    return objects;
+}
+
+// A command that cannot be carried out, and a part of what the tool says of it on standard error.
+struct Impossible {
+    std::vector<std::string> words;
+    int exit;
+    std::string error;
+};
 
 class ToolTest : public ::testing::Test {
 protected:
@@ -38,9 +65,15 @@ protected:
     // Does the same with --json and returns the last object.
     nlohmann::json fapiJson(std::vector<std::string> words) const {
         words.push_back("--json");
-        const std::string strOutput = fapi(words).strOutput;
-        const std::size_t start = strOutput.rfind('\n', strOutput.size() - 2);
-        return nlohmann::json::parse(strOutput.substr(start == std::string::npos ? 0 : start + 1), nullptr, false);
+        const std::vector<nlohmann::json> objects = objectsOf(fapi(words).strOutput);
+        return objects.empty() ? nlohmann::json() : objects.back();
+    }
+
+    ProcessResult expectImpossible(const Impossible& row) const {
+        ProcessResult result = fapi(row.words);
+        EXPECT_EQ(result.s32Exit, row.exit) << row.error;
+        EXPECT_THAT(result.strError, ::testing::HasSubstr(row.error));
+        return result;
     }
 
     std::string writeFile(const std::string& strName, const std::string& strText) const {

@@ -341,4 +341,9 @@ HdmiPort hdmi(unsigned int u32Port) {
     return {stInput.bOpen, stInput.bPlayer, stState.u32Version, stState.u8HotPlug, stState.u64HotPlugs};
 }
 
+void reportEdidVersion(unsigned int u32Port, unsigned int u32Version) {
+    requireInput({E_HW_EXTIN_TYPE_HDMI, u32Port});
+    model.setVersion(u32Port, u32Version);
+}
+
 }  // namespace vset::extin

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Replaces the libc calls that take a path, so that the set's absolute paths lead into its folder. Other paths pass
-// unchanged. errno changes on failure only.
+// Replaces the libc calls that take a path, so that the set's absolute paths lead into its folder, and sync(). Other
+// paths pass unchanged. errno changes on failure only.
 #undef _FORTIFY_SOURCE
 #include <cerrno>
 #include <cstdarg>
@@ -172,4 +172,14 @@ VSET_LIBC int chmod(const char* pszPath, mode_t mode) noexcept {
     const Path path(pszPath);
     path.isChanged(vset::Link::followed);
     return path.isLost() ? -1 : pNext(path.get(), mode);
+}
+
+// Puts the set's files on its disk, as HW_FS_Sync does. The host's disks are not the set's.
+VSET_LIBC void sync() noexcept {
+    if (vset::areHostPaths()) {
+        static auto* const pNext = next<void()>("sync");
+        pNext();
+    } else {
+        vset::forgetSynced();
+    }
 }

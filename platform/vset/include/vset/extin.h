@@ -61,6 +61,10 @@ struct HdmiPort {
 };
 VSET_API HdmiPort hdmi(unsigned int u32Port);
 
+// Makes a port report this version of its EDID, which the chip may know and the program not, until the program sets
+// one.
+VSET_API void reportEdidVersion(unsigned int u32Port, unsigned int u32Version);
+
 // --- Analog inputs (YPbPr, VGA, SCART) -------------------------------------------------------------------------------
 
 struct Calibration {

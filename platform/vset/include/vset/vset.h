@@ -122,7 +122,7 @@ VSET_API unsigned int bootCount();
 
 // Kills this process at the `u32Write`-th write to the set's storage from now on (1 = the next), as a power cut does.
 // Writing, removing and making of files by the middleware's calls counts. What programs have changed in the set's tree
-// since the last HW_FS_Sync or the last time the set was switched on is lost. 0 cancels it.
+// since the last HW_FS_Sync, sync() or the last time the set was switched on is lost. 0 cancels it.
 VSET_API void cutPowerAtWrite(unsigned int u32Write);
 
 // --- Journal ---------------------------------------------------------------------------------------------------------
