@@ -39,7 +39,9 @@ protected:
     void refused(std::size_t left, const char* pszLog, const std::function<int()>& call,
                  int s32Line = __builtin_LINE()) {
         SCOPED_TRACE(s32Line);
-        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(call(), -1); }), EndsWith(pszLog));
+        const std::string strLog = test::logOf([&] { EXPECT_EQ(call(), -1); });
+        EXPECT_THAT(strLog, EndsWith(pszLog));
+        EXPECT_EQ(strLog.substr(strLog.rfind("(imp) "), 9), "(imp) [E]");
         EXPECT_EQ(opened().size(), left);
         EXPECT_EQ(a_vextvfapi_aud_close(), 0);
         EXPECT_THAT(opened(), IsEmpty());
@@ -75,7 +77,9 @@ TEST_F(AudioPaths, ANullIsRefusedBeforeOrAfterTheyAreOpened) {
     unsigned short u16 = 0;
     unsigned char u8 = 1;
     refused(9, kInvalid, [&] { return a_vextvfapi_aud_adv_snd_enable(nullptr); });
+    refused(9, kInvalid, [&] { return a_vextvfapi_aud_adv_snd_enable_sub(nullptr, &u32, &u8); });
     refused(9, kInvalid, [&] { return a_vextvfapi_aud_adv_snd_enable_sub(&u32, nullptr, &u8); });
+    refused(9, kInvalid, [&] { return a_vextvfapi_aud_adv_snd_enable_sub(&u32, &u32, nullptr); });
     refused(9, kInvalid, [&] { return a_vextvfapi_aud_adv_snd_set_param(nullptr); });
     refused(0, kInvalid, [&] { return a_vextvfapi_aud_adv_snd_set_dolby_dap_param(nullptr); });
     refused(0, kInvalid, [&] { return a_vextvfapi_aud_dts_bypass(nullptr); });

@@ -87,8 +87,9 @@ TEST_F(BasicSound, EachEffectIsSwitchedAndTakesItsOwnParameter) {
           Row{9, 0xFF9, "EchoTime = [4089]\n\n"}, Row{10, 16, "NoiseReductionThreshold = [16]\n\n"}, Row{11, 0, kNone},
           Row{12, 0, kNone}}) {
         const auto eType = static_cast<e_vextvfapi_aud_basic_snd_type>(stRow.u32Type);
+        const std::string strLevel = stRow.pszLog == kNone ? "[E]" : "[I]";
         EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_aud_basic_snd_set_param(eType, &stParam), 0); }),
-                    HasSubstr(stRow.pszLog));
+                    HasSubstr(strLevel + " <a_vextvfapi_aud_basic_snd_set_param> " + stRow.pszLog));
         EXPECT_EQ(held(stRow.u32Type).u16Value, stRow.u16Value);
         EXPECT_EQ(held(stRow.u32Type).u8Enable, 1);
         EXPECT_EQ(a_vextvfapi_aud_adv_enable_basic_sound_effect(eType, 7), 0);
@@ -193,7 +194,11 @@ TEST_F(Levels, VolumeTables) {
                 HasSubstr("\033[31mHW_AOUT_SetAttr() failed! AoutPath: 7\033[m\n\n"))
         << "tried without a handle, refused by the chip";
     for (const unsigned int u32Path : {9u, 10u, 255u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(a_vextvfapi_aud_set_volume_table(static_cast<Path>(u32Path), au16Data, 3, u8("x")), -2);
+        EXPECT_THAT(test::logOf([&] {
+                        EXPECT_EQ(a_vextvfapi_aud_set_volume_table(static_cast<Path>(u32Path), au16Data, 3, u8("x")),
+                                  -2);
+                    }),
+                    HasSubstr("[E] <a_vextvfapi_aud_set_volume_table> Invalid AoutPath!\n\n"));
     }
     EXPECT_EQ(a_vextvfapi_aud_set_volume_table(Path{1}, au16Data, 3, u8("")), -2);
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_aud_set_volume_table(Path{1}, au16Data, 3, nullptr), -2); }),

@@ -89,6 +89,9 @@ TEST_F(DispPicture, CopiesTheGammaCurves) {
     EXPECT_EQ(window.gamma[0], std::vector<std::uint16_t>(red.begin(), red.end()));
     EXPECT_EQ(window.gamma[1], std::vector<std::uint16_t>(green.begin(), green.end()));
     EXPECT_EQ(window.gamma[2], std::vector<std::uint16_t>(blue.begin(), blue.end()));
+    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(nullptr, green.data(), blue.data()), -1);
+    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(red.data(), nullptr, blue.data()), -1);
+    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(red.data(), green.data(), nullptr), -1);
 }
 
 TEST_F(DispPicture, ReportsTheQualityRange) {

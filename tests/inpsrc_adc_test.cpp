@@ -24,12 +24,15 @@ constexpr const char* kFinished = "\033[31m Finished!!!\033[m\n\n";
 struct Analog {
     unsigned int u32Device;
     std::uint32_t u32Type;
-    std::string strName, strNameOfClose, strFound, strOpened;
+    std::string strName, strFinder, strNameOfClose, strFound, strOpened;
 };
 const Analog kInputs[] = {
-    {0, E_HW_EXTIN_TYPE_VGA, "VGA", "VGA", "HW_EXTIN_GetVGAHandle success\n\n", " 0x: open VGAHandle success!"},
-    {1, E_HW_EXTIN_TYPE_YPBPR, "YPbPr", "YPbpr", " 0x: get YPbprHandle success!", " 0x: open YPbpr Handle success!"},
-    {2, E_HW_EXTIN_TYPE_SCART, "Scart", "Scart", " 0x: get ScartHandle success!", " 0x: Open ScartHandle success!"},
+    {0, E_HW_EXTIN_TYPE_VGA, "VGA", "vga", "VGA", "HW_EXTIN_GetVGAHandle success\n\n",
+     "\033[31m 0x: open VGAHandle success!"},
+    {1, E_HW_EXTIN_TYPE_YPBPR, "YPbPr", "ypbpr", "YPbpr", "\033[31m 0x: get YPbprHandle success!",
+     "\033[31m 0x: open YPbpr Handle success!"},
+    {2, E_HW_EXTIN_TYPE_SCART, "Scart", "scart", "Scart", "\033[31m 0x: get ScartHandle success!",
+     "\033[31m 0x: Open ScartHandle success!"},
 };
 
 template <class Record>
@@ -81,17 +84,21 @@ TEST_F(Adc, CalibratesFromTheSignalThroughTheInputsHandleOrItsLastOne) {
     refuses("HW_EXTIN_AutoGainOffset");
     inFreshProcess([&] {
         for (const Analog& input : kInputs) {
+            const std::string strFinder = "[D] <_a_vextvfapi_inpsrc_get_" + input.strFinder + "_handle> ";
             const auto calibrate = [&](int s32Status) {
                 return test::logOf([&] { EXPECT_EQ(a_vextvfapi_inpsrc_auto_gain_offset(input.u32Device), s32Status); });
             };
             // Neither found nor opened, and never before.
             vset::inject({"HW_EXTIN_Open", 9});
-            EXPECT_THAT(calibrate(-1), EndsWith("> Get " + input.strName + " handle failed!\n"));
+            EXPECT_THAT(calibrate(-1), EndsWith("[E] <a_vextvfapi_inpsrc_auto_gain_offset> Get " + input.strName +
+                                                " handle failed!\n"));
             EXPECT_EQ(count("HW_EXTIN_AutoGainOffset"), 0u);
             // Opened, without a signal.
-            EXPECT_THAT(calibrate(-1), AllOf(HasSubstr(input.strOpened),
-                                             HasSubstr("Error 0x3: " + input.strName + " AutoGainOffset failed!\033[m"),
-                                             EndsWith(kFinished)));
+            EXPECT_THAT(calibrate(-1),
+                        AllOf(HasSubstr(strFinder + input.strOpened),
+                              HasSubstr("[E] <a_vextvfapi_inpsrc_auto_gain_offset> \033[31m Error 0x3: " +
+                                        input.strName + " AutoGainOffset failed!\033[m"),
+                              EndsWith(kFinished)));
             EXPECT_FALSE(isOpen(input));
             // With a signal, but the input cannot be closed again.
             vset::extin::Source source;
@@ -102,7 +109,7 @@ TEST_F(Adc, CalibratesFromTheSignalThroughTheInputsHandleOrItsLastOne) {
                         EndsWith("Error 0x3: failed to Close " + input.strNameOfClose + " handle!\033[m\n\n"));
             EXPECT_THAT(words(vset::extin::calibration(input.u32Type, 0).stGainOffset), ElementsAre(1, 2, 3, 4, 5, 6));
             // Found open, and left open; then neither found nor opened, and done with the last handle.
-            EXPECT_THAT(calibrate(0), AllOf(HasSubstr(input.strFound), EndsWith(kFinished)));
+            EXPECT_THAT(calibrate(0), AllOf(HasSubstr(strFinder + input.strFound), EndsWith(kFinished)));
             EXPECT_TRUE(isOpen(input));
             vset::inject({"HW_EXTIN_GetHandle"});
             vset::inject({"HW_EXTIN_Open", 9});

@@ -45,7 +45,8 @@ protected:
 };
 
 TEST_F(Inputs, NumbersTheSourceOnScreen) {
-    EXPECT_EQ(source(), 28) << "the digital path";
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(source(), 28) << "the digital path"; }),
+                HasSubstr("[E] <_a_vextvfapi_inpsrc_get_current_input_source> HW_DISP connect hw_video:0x"));
     EXPECT_EQ(type(), 7);
     vset::disp::disconnectVideo(0);
     EXPECT_EQ(source(), 28) << "nothing";
@@ -73,15 +74,20 @@ TEST_F(Inputs, NumbersTheSourceOnScreen) {
 TEST_F(Inputs, PresetsTheOutputWhenTheSourceIsUnknown) {
     unsigned char u8Source = 0;
     EXPECT_EQ(_a_vextvfapi_inpsrc_get_current_input_source(nullptr, 0), -1);
-    EXPECT_EQ(_a_vextvfapi_inpsrc_get_src_by_extin_handle(0, &u8Source, 0), -1);
-    EXPECT_EQ(_a_vextvfapi_inpsrc_get_src_by_extin_handle(5, nullptr, 0), -1);
+    EXPECT_EQ(test::logOf([&] {
+                  EXPECT_EQ(_a_vextvfapi_inpsrc_get_src_by_extin_handle(0, &u8Source, 0), -1);
+                  EXPECT_EQ(_a_vextvfapi_inpsrc_get_src_by_extin_handle(5, nullptr, 0), -1);
+              }),
+              "VexTvFApiInputSource(imp) [E] <_a_vextvfapi_inpsrc_get_src_by_extin_handle> Invalid hExtin handle\n"
+              "VexTvFApiInputSource(imp) [E] <_a_vextvfapi_inpsrc_get_src_by_extin_handle> pu8InputSource is null\n");
     show(0, 1);
     // The chip says that there are no such inputs.
     vset::extin::setInputCount(0, 0);
     ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_inpsrc_get_current_input_source(&u8Source), -1); }),
                 AllOf(HasSubstr("Doesn't support Type:0\n\n"), HasSubstr("ExtinType 1 Get Handle Fail\n\n"),
-                      HasSubstr("_a_vextvfapi_inpsrc_get_src_by_extin_handle failed!\n\n")));
+                      HasSubstr("[E] <_a_vextvfapi_inpsrc_get_current_input_source> "
+                                "_a_vextvfapi_inpsrc_get_src_by_extin_handle failed!\n\n")));
     EXPECT_EQ(u8Source, 28);
     vset::inject({"HW_DISP_GetConnectedNum", 3});
     EXPECT_EQ(a_vextvfapi_inpsrc_get_current_input_source_type(&u8Source), -1);
@@ -167,6 +173,15 @@ TEST_F(Inputs, ReadsTheDecodersSignal) {
     }
 }
 
+TEST_F(Inputs, ADecoderThatIsFoundWithoutAHandleIsNotReady) {
+    inFreshProcess([] {
+        unsigned char u8Locked = 99;
+        vset::inject({"HW_EXTIN_GetHandle", 0});
+        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_inpsrc_check_vd_signal_locked(&u8Locked), -1); }),
+                    EndsWith("EXTIN handle is not ready!\n\n"));
+    });
+}
+
 TEST_F(Inputs, SetsDecoderParameters) {
     leavesOpen("HW_EXTIN");
     unsigned int u32Value = 0;
@@ -188,9 +203,7 @@ TEST_F(Inputs, SetsDecoderParameters) {
             EXPECT_EQ(bConverted, u32Type > 17) << "the conversion has a line of its own";
         }
     }
-    EXPECT_EQ(_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(17), 17u);
     EXPECT_EQ(_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(18), 17u);
-    EXPECT_EQ(_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(0), 0u);
     EXPECT_EQ(a_vextvfapi_inpsrc_get_factory_vd_para(1, nullptr), -1);
 }
 
