@@ -174,8 +174,26 @@ TEST(VsetAoutWords, TellRecords) {
     EXPECT_EQ(advanced(1, {16, 36}), "SRS Theater: cc3d on, common max on, rest off");
     EXPECT_EQ(advanced(1, {0, 15, 23, 31, 37}), "SRS Theater: all off");
     EXPECT_EQ(advanced(2, {0, 1, 2, 3}), "SRS Pure Sound: all on");
+    const struct {
+        HW_U32 u32Type;
+        std::size_t first;  // position
+        std::vector<std::string> names;
+    } kParts[] = {
+        {0, 0, {"trubass", "dc", "definition", "srs 3d", "trubass level independent"}},
+        {1,
+         16,
+         {"cc3d", "cc3d depth process", "cc3d surround boost", "cc3d tshd mix", "cc3d fade", "cc3d trubass hdx"}},
+        {1, 32, {"tshd", "geq", "trudialog", "cs", "common max"}},
+        {2, 0, {"hard limiter", "active eq", "hpf", "trubass hd"}},
+        {3, 0, {"trusrndx", "tbhdx", "mbhl"}},
+        {49, 0, {"total", "atmos"}},
+    };
+    for (const auto& [u32Type, first, names] : kParts) {
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            EXPECT_THAT(advanced(u32Type, {first + i}), ::testing::EndsWith(": " + names[i] + " on, rest off"));
+        }
+    }
     EXPECT_EQ(advanced(3, {1, 6}), "DTS Virtual X: tbhdx on, 6 on, rest off");
-    EXPECT_EQ(advanced(49, {1}), "Dolby DAP: atmos on, rest off");
     EXPECT_EQ(advanced(49, {5, 1599}), "Dolby DAP: pre-gain 256, full parameter record");
     EXPECT_EQ(advanced(96, {}), "DBX: sonic on, volume normal, surround on");
     EXPECT_EQ(advanced(96, {0, 4, 8}), "DBX: sonic off, volume night, surround off");

@@ -396,8 +396,6 @@ TEST_F(VsetDisp, IsLookedAtWhileItIsSet) {
 
 TEST_F(VsetDisp, ControllerKnowsItsTimings) {
     const HW_S32 s32FreeRun = -2;
-    const HW_DISP_ControllerParams_t stOther = {1};
-    HW_Handle_t hUntouched = kUntouched;
     const auto timing = [&](HW_U32 u32Timing) {
         return [=] { return HW_DISP_SetOutputTiming(_hController, u32Timing); };
     };
@@ -411,23 +409,11 @@ TEST_F(VsetDisp, ControllerKnowsItsTimings) {
         {"window", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_SetOutputTiming(_hMain, 0); }},
         {"attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_DISP_SetControlAttr(_hController, 2, nullptr); }},
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetControlAttr(_hController, 1, nullptr); }},
-        {"index", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_OpenController(&stOther, &hUntouched); }},
-        {"the player's", HW_ERR_BUSY, [&] { return HW_DISP_OpenController(&kController, &hUntouched); }},
-        {"not closed", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_CloseController(_hController); }},
         {"a window's close", HW_ERR_INVALID_HANDLE, [&] { return HW_DISP_Close(_hController); }},
     });
     EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
     vset::disp::setTimingSupported(46, true);
     EXPECT_EQ(HW_DISP_SetOutputTiming(_hController, 46), HW_OK);
-    vset::disp::releaseController();
-    EXPECT_EQ(HW_DISP_GetController(&kController, &hUntouched), HW_ERR_FAILED);
-    EXPECT_EQ(hUntouched, kUntouched);
-    EXPECT_EQ(HW_DISP_OpenController(&kController, &_hController), HW_OK);
-    EXPECT_TRUE(vset::disp::controller().bOpen);
-    EXPECT_FALSE(vset::disp::controller().bPlayer);
-    EXPECT_EQ(HW_DISP_CloseController(_hController), HW_OK);
-    vset::disp::holdController();
-    EXPECT_TRUE(vset::disp::controller().bPlayer);
 }
 
 // --- Display output --------------------------------------------------------------------------------------------------

@@ -7,6 +7,7 @@
 #include "hw3/hw_aout.h"
 #include "hw3/hw_audio.h"
 #include "hw3/hw_cec.h"
+#include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_flash.h"
@@ -25,6 +26,7 @@
 #include "support/set_fixture.h"
 #include "vset/aout.h"
 #include "vset/cec.h"
+#include "vset/disp.h"
 #include "vset/dispout.h"
 #include "vset/extin.h"
 #include "vset/flash.h"
@@ -143,6 +145,9 @@ struct Family {
 
 std::vector<Family> families() {
     return {
+        {"HW_DISP_CONTROLLER", 0, 0, 1, nullptr, through(HW_DISP_GetController), through(HW_DISP_OpenController),
+         HW_DISP_CloseController, [](HW_U32) { vset::disp::holdController(); },
+         [](HW_U32) { vset::disp::releaseController(); }, true},
         {"HW_DISPOUT", 0, 0, 1, with(HW_DISPOUT_Init), ACQUIRE(DISPOUT), HW_DISPOUT_Close, ONLY_HOLDER(dispout), true},
         {"HW_EXTIN", 3, 2, 4, with(HW_EXTIN_Init), ACQUIRE(EXTIN), HW_EXTIN_Close,
          [](HW_U32 u32Key) { vset::extin::hold(E_HW_EXTIN_TYPE_HDMI, u32Key); },

@@ -234,6 +234,7 @@ TEST_F(VsetUart, APowerCycleEndsEverything) {
     write("/sys/kernel/uart/uart_switch", "1\n");
     EXPECT_TRUE(vset::uart::isCrossed());
     vset::powerCycle();
+    EXPECT_EQ(read("/sys/kernel/uart/uart_switch"), "0");
     EXPECT_FALSE(vset::uart::isCrossed());
     EXPECT_FALSE(vset::uart::port(0).bCallback);
     EXPECT_FALSE(vset::uart::port(0).bOpen);
@@ -394,6 +395,22 @@ TEST_F(VsetUart, ATtyThatIsNotReadLosesAfterASecond) {
     vset::uart::type(1, "back");
     EXPECT_EQ(readSome(s32Tty, 4), "back");
     close(s32Tty);
+}
+
+TEST_F(VsetUart, ATtyHangsUp) {
+    SKIP_UNDER_EMULATION();
+    const int before = test::openDescriptors();
+    const int s32Tty = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    vset::uart::hangUp(0);
+    char cByte = 0;
+    EXPECT_LE(::read(s32Tty, &cByte, 1), 0);
+    EXPECT_EQ(::write(s32Tty, "x", 1), -1);
+    const int s32Next = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY);
+    vset::uart::type(0, "y");
+    EXPECT_EQ(readSome(s32Next, 1), "y");
+    close(s32Tty);
+    close(s32Next);
+    EXPECT_EQ(test::openDescriptors(), before);
 }
 
 TEST_F(VsetUart, APersonIsToldWhatIsNotPossible) {
