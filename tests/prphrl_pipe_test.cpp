@@ -81,6 +81,16 @@ TEST_F(PipeMode, CommandsBecomeEvents) {
     writer.write("AT;\n");
     EXPECT_THAT(events.wait(2), ElementsAre(command("AT"), command("")));
     EXPECT_THAT(test::threadNames(), testing::Contains("UartPipe_Task"));
+    for (const unsigned int from : {1u, 2u}) {
+        events.clear();
+        const std::size_t failing = vset::throwingAllocations() + from;
+        vset::inject({vset::kThrowingAllocation, 0, from});
+        writer.write("a command that needs memory of its own\n");
+        EXPECT_TRUE(test::eventually([&] { return vset::throwingAllocations() >= failing; }));
+        writer.write("AT\n");
+        EXPECT_THAT(events.wait(1), ElementsAre(command("AT"))) << "the command without memory is lost";
+        vset::clearFaults();
+    }
     events.clear();
     const std::string longest(2047, 'x');
     for (const auto& [bytes, event] : {std::pair{std::string("a\0b\n", 4), Event{kPipeCommand, 0, "a", {"a\0b", 4}}},

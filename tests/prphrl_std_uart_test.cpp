@@ -80,6 +80,14 @@ TEST_F(StdFactoryUart, LinesBecomeEvents) {
     EXPECT_THAT(test::threadNames(), Contains("StdFactoryUart_"));
 }
 
+TEST_F(StdFactoryUart, AMessageWithoutMemoryIsLost) {
+    ASSERT_EQ(start(), 0);
+    vset::inject({vset::kThrowingAllocation});
+    vset::uart::type(0, "a text that needs memory of its own\n");
+    vset::uart::type(0, "works\n");
+    EXPECT_THAT(events.data(1), ElementsAre("works"));
+}
+
 // Each change of the mode may find bytes of the mode before.
 TEST_F(StdFactoryUart, ModesChangeWhileItRuns) {
     ASSERT_EQ(start(), 0);

@@ -40,6 +40,19 @@ TEST_F(FactoryUart, LinesBecomeEvents) {
     EXPECT_EQ(events.settled(50ms).size(), 3u) << "nothing comes after the stop";
 }
 
+TEST_F(FactoryUart, AMessageWithoutMemoryIsLost) {
+    ASSERT_EQ(start(), 1);
+    for (unsigned int from = 1; from <= 2; ++from) {
+        SCOPED_TRACE(from);
+        events.clear();
+        vset::inject({vset::kThrowingAllocation, 0, from});
+        vset::uart::type(0, "a text that needs memory of its own\r");
+        vset::uart::type(0, "works\r");
+        EXPECT_THAT(events.data(1), ElementsAre("works"));
+        vset::clearFaults();
+    }
+}
+
 TEST_F(FactoryUart, OnlyAPortOpenedHereIsClosed) {
     refuses("HW_UART_UnRegisterCallback");
     ASSERT_EQ(a_vextvfapi_prphrl_start_factory_uart(2, 4, 17), 1);
