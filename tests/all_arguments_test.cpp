@@ -17,6 +17,7 @@
 #include "support/emulation.h"
 #include "support/log_capture.h"
 #include "support/set_fixture.h"
+#include "support/sleeps.h"
 #include "support/waiting.h"
 
 namespace {

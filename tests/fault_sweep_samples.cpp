@@ -20,6 +20,7 @@
 #include "hw3/hw_extin.h"
 #include "support/descriptors.h"
 #include "support/set_fixture.h"
+#include "support/sleeps.h"
 #include "support/waiting.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"

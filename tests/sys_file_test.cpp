@@ -172,12 +172,8 @@ TEST_F(SysFile, ReadBlock) {
         int s32Status;
         std::string strRead;
     } kRows[] = {
-        {4, 3, 0, "3456"},
-        {20, 8, 0, "89"},
-        {1, 10, -1, ""},
-        {5, 1000, -1, ""},
-        {5, 1ull << 63, -1, ""},
-        {5, 0xFFFFFFFFFFFFFFFFull, -1, ""},
+        {4, 3, 0, "3456"}, {20, 8, 0, "89"},        {1, 10, -1, ""},
+        {5, 1000, -1, ""}, {5, 1ull << 63, -1, ""}, {5, 0xFFFFFFFFFFFFFFFFull, -1, ""},
     };
     for (const auto& stRow : kRows) {
         SCOPED_TRACE(stRow.u64Position);

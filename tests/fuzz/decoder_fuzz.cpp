@@ -92,8 +92,9 @@ void checkRecord(int s32Type, int s32Length, const std::uint8_t* pu8Data, std::s
     const bool bSent = s32Length != 0 && needed != 0;
     // A flag that is neither 0 nor 1 is handed on, and refused by the display.
     const bool bAccepted = bSent && (!bGamma || static_cast<unsigned char>(record[0]) <= 1);
-    require(a_vextvfapi_disp_set_picture_param_struct(s32Type, s32Length, record.get()) ==
-            (bAccepted ? 0 : bSent ? -2 : -1));
+    require(a_vextvfapi_disp_set_picture_param_struct(s32Type, s32Length, record.get()) == (bAccepted ? 0
+                                                                                            : bSent   ? -2
+                                                                                                      : -1));
     if (needed == 0) {
         return;
     }

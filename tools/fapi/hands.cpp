@@ -109,8 +109,9 @@ std::vector<Hand> setHands() {
 const std::vector<Hand>& hands() {
     static const std::vector<Hand> all = [] {
         std::vector<Hand> rows;
-        for (std::vector<Hand> some : {setHands(), boardHands(), chipHands(), displayHands(), hdmiHands(), identityHands(), inputHands(),
-                                       middlewareHands(), panelHands(), pictureHands(), playerHands(), serialHands(), soundHands()}) {
+        for (std::vector<Hand> some :
+             {setHands(), boardHands(), chipHands(), displayHands(), hdmiHands(), identityHands(), inputHands(),
+              middlewareHands(), panelHands(), pictureHands(), playerHands(), serialHands(), soundHands()}) {
             std::move(some.begin(), some.end(), std::back_inserter(rows));
         }
         return rows;

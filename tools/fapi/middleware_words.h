@@ -16,8 +16,8 @@ const std::vector<Choice>& failureCodes();
 // function, and for "allocation".
 std::string unknownFunction(const std::string& name);
 
-// Returns why the function cannot answer the code of that name, or an empty text: the functions on files answer what their
-// namesakes of the C library do, where such a number is a descriptor or a count.
+// Returns why the function cannot answer the code of that name, or an empty text: the functions on files answer what
+// their namesakes of the C library do, where such a number is a descriptor or a count.
 std::string namedCodeProblem(const std::string& function, const std::string& word);
 
 // The calls behind number `after` of the journal that this thread made in vain. A look-up that finds nothing open is

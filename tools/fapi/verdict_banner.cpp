@@ -14,8 +14,8 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kLines = 5;
-constexpr std::size_t kPixels = 5;  // of a letter's line
-constexpr std::size_t kLetterGap = 1;     // pixels between letters
+constexpr std::size_t kPixels = 5;     // of a letter's line
+constexpr std::size_t kLetterGap = 1;  // pixels between letters
 // A pixel is about as wide as it is high.
 constexpr std::size_t kPixelColumns = 2;
 constexpr char kReversed[] = "\033[1;7m";

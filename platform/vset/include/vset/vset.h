@@ -210,7 +210,8 @@ VSET_API const std::vector<std::string>& faultNames();
 // Returns how many allocations there have been in this process that a fault of kAllocation could make fail.
 VSET_API std::size_t allocations();
 
-// Returns how many allocations there have been while a fault of kThrowingAllocation was set, which that could make fail.
+// Returns how many allocations there have been while a fault of kThrowingAllocation was set, which that could make
+// fail.
 VSET_API std::size_t throwingAllocations();
 
 // --- Handles ---------------------------------------------------------------------------------------------------------
