@@ -7,7 +7,6 @@
 #include <numeric>
 #include <thread>
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -18,6 +17,7 @@
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "support/waiting.h"
+#include "support/without_threads.h"
 #include "vset/disp.h"
 
 namespace {
@@ -265,14 +265,10 @@ TEST_F(Burning, TellsWhenItCannotStart) {
     EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(0), 0);
     EXPECT_FALSE(vset::disp::window(1).bOpen);
     callersPauses();
-    // A thread whose stack has no room.
-    pthread_attr_t stUsual, stHuge;
-    ASSERT_EQ(pthread_getattr_default_np(&stUsual), 0);
-    ASSERT_EQ(pthread_getattr_default_np(&stHuge), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&stHuge, std::size_t{1} << 50), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&stHuge), 0);
-    EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(1), -1);
-    ASSERT_EQ(pthread_setattr_default_np(&stUsual), 0);
+    {
+        const test::WithoutThreads none;
+        EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(1), -1);
+    }
     EXPECT_EQ(callersPauses(), 0u);
 }
 

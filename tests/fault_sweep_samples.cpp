@@ -365,6 +365,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_inpsrc_init", {}},
     onInputs("a_vextvfapi_inpsrc_deinit"),
     analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"vga"}),
+    analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"scart"}),
     analogInput("a_vextvfapi_inpsrc_set_adc_phase", {"ypbpr", "1", "2", "3"}),
     analogInput("a_vextvfapi_inpsrc_get_adc_gain_offset", {"ypbpr"}),
     analogInput("a_vextvfapi_inpsrc_set_adc_gain_offset", {"vga", "1", "2", "3", "4", "5", "6"}),

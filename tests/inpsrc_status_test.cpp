@@ -254,6 +254,7 @@ TEST_F(Inputs, TheFirstLockedTunerTellsItsErrorRate) {
     vset::tuner::setBer(0, 17);
     EXPECT_EQ(a_vextvfapi_inpsrc_get_ber(&s32Ber), 0);
     EXPECT_EQ(s32Ber, 17);
+    EXPECT_EQ(a_vextvfapi_inpsrc_get_ber(nullptr), -1);
     vset::tuner::unlock(0);
     vset::tuner::lock(1);
     vset::tuner::setBer(1, 4711);
@@ -269,7 +270,6 @@ TEST_F(Inputs, TheFirstLockedTunerTellsItsErrorRate) {
     vset::tuner::unlock(0);
     vset::tuner::unlock(1);
     EXPECT_EQ(a_vextvfapi_inpsrc_get_ber(&s32Ber), -1);
-    EXPECT_EQ(a_vextvfapi_inpsrc_get_ber(nullptr), -1);
     show(0, 0);
     EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_inpsrc_get_ber(&s32Ber), -1); }),
                 EndsWith("Current input source type is: 0\n\n"));

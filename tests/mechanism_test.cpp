@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Workers, as far as the modules' tests do not see them.
+// Workers and texts of the log, as far as the modules' tests do not see them.
 #include <atomic>
 #include <thread>
 
@@ -7,8 +7,10 @@
 #include <sys/prctl.h>
 
 #include "base/fapi_background_task.h"
+#include "base/fapi_log_text.h"
 #include "support/emulation.h"
 #include "support/waiting.h"
+#include "vset/vset.h"
 
 namespace {
 
@@ -64,6 +66,17 @@ TEST(BackgroundTask, PollsOnlyAsOftenAsAsked) {
     s32Waits = 0;
     EXPECT_FALSE(fapi::pollUntil(10, wait, [] { return false; }));
     EXPECT_EQ(s32Waits, 10);
+}
+
+TEST(BoundedText, EndsAtItsFirstZeroOrAtTheLastByte) {
+    const unsigned char au8Text[] = {'a', 'b', 'c', '\0', 'd'};
+    EXPECT_STREQ(fapi::BoundedText(nullptr, 3).get(), "(null)");
+    EXPECT_STREQ(fapi::BoundedText(au8Text, 5).get(), "abc");
+    EXPECT_STREQ(fapi::BoundedText(au8Text, 2).get(), "ab");
+    EXPECT_STREQ(fapi::BoundedText(au8Text, 0).get(), "");
+    vset::inject({vset::kAllocation});
+    EXPECT_STREQ(fapi::BoundedText(au8Text, 2).get(), "");
+    vset::clearFaults();
 }
 
 }  // namespace

@@ -70,7 +70,7 @@ TEST_F(Net, RefusesWhatIsNotThere) {
 
 TEST_F(Net, AnUnknownNameBeforeAnyOtherIsRefused) {
     inFreshProcess([] {
-        vset::net::setInterfaces({{"lo"}, {"eth0"}, {"sixteen-letters!"}});
+        vset::net::setInterfaces({{"lo"}, {"eth0"}, {"sixteen-letters!"}, {"x"}});
         for (const char* pszName : {"wlan9", "eth", "eth0x", "sixteen-letters", "sixteen-letters!x"}) {
             EXPECT_EQ(a_vextvfapi_net_set_interface_updown(pszName, true), -1) << pszName;
         }
@@ -95,7 +95,7 @@ TEST_F(Net, TakesTheLastOfEqualNamesAndNamesWithoutAnEnd) {
     EXPECT_EQ(a_vextvfapi_net_open("eth0"), 0);
     EXPECT_EQ(a_vextvfapi_net_close(), 0);
     // The interface that is now at that index is opened.
-    vset::net::setInterfaces({{"lo"}, {"a"}, {"b"}, {"sixteen-letters!"}});
+    vset::net::setInterfaces({{"lo"}, {"a"}, {"b"}, {"sixteen-letters!"}, {"x"}});
     EXPECT_EQ(a_vextvfapi_net_open("wlan9"), 0);
     EXPECT_EQ(vset::journal().back().strArguments, "name=\"b\"");
     EXPECT_EQ(a_vextvfapi_net_close(), 0);

@@ -7,6 +7,7 @@
 #include "support/log_capture.h"
 #include "support/peripheral_fixture.h"
 #include "support/sleeps.h"
+#include "support/without_threads.h"
 #include "vset/gpio.h"
 
 namespace {
@@ -70,6 +71,18 @@ TEST_F(Pads, AFoundHandleIsNotClosed) {
 }
 
 // --- Monitor ---------------------------------------------------------------------------------------------------------
+
+TEST_F(Pads, ServicesThatNeedAThreadDoNotStartWithoutOne) {
+    constexpr unsigned int kCycle = 0;
+    const unsigned char end[] = ";";
+    const test::WithoutThreads none;
+    EXPECT_EQ(a_vextvfapi_prphrl_gpio_monitor_start(kPad, 100, 0), -1);
+    EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), -1);
+    EXPECT_EQ(a_vextvfapi_prphrl_set_uart_pipe_mode(1, end), -1);
+    EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_start(test::kBaud115200, 0,
+                                                        fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ_WRITE),
+              -1);
+}
 
 class Monitor : public test::PeripheralServiceTest {
 protected:
