@@ -172,14 +172,15 @@ void bringInputsUp() {
     ASSERT_EQ(a_vextvfapi_inpsrc_init(), 0);
 }
 
-// An input that is not open, which the operation opens and closes.
-void plugVga() {
+// Inputs that are not open, which the operation opens and closes.
+void plugAnalog() {
     bringInputsUp();
     vset::extin::plug(E_HW_EXTIN_TYPE_VGA, 0, {});
+    vset::extin::plug(E_HW_EXTIN_TYPE_SCART, 0, {});
 }
 
 Sample analogInput(const char* pszOperation, std::vector<std::string> words) {
-    return {pszOperation, std::move(words), plugVga};
+    return {pszOperation, std::move(words), plugAnalog};
 }
 
 Sample onInputs(const char* pszOperation, std::vector<std::string> words = {}) {
@@ -365,7 +366,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_inpsrc_init", {}},
     onInputs("a_vextvfapi_inpsrc_deinit"),
     analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"vga"}),
-    analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"scart"}),
+    analogInput("a_vextvfapi_inpsrc_auto_gain_offset", {"scart"}),
     analogInput("a_vextvfapi_inpsrc_set_adc_phase", {"ypbpr", "1", "2", "3"}),
     analogInput("a_vextvfapi_inpsrc_get_adc_gain_offset", {"ypbpr"}),
     analogInput("a_vextvfapi_inpsrc_set_adc_gain_offset", {"vga", "1", "2", "3", "4", "5", "6"}),
