@@ -46,6 +46,7 @@ const Case kCases[] = {
     {"the newline behind an end is an empty command", ';', {"AT;\n"}, {ended("AT"), ended("")}, true},
     {"the last byte of a read is an end whatever it is", ';', {"ABC", "D"}, {ended("AB"), ended("")}, true},
     {"an underscore before it is a blank", ';', {"say_it_\n"}, {ended("say_it ")}, true},
+    {"so is one that nothing precedes", ';', {"_;"}, {ended(" ")}, true},
     {"an underscore alone is the end", ';', {"_"}, {ended("")}, true},
     {"an end that is an underscore", '_', {"a_b_\n"}, {ended("a"), ended("b ")}, true},
     {"zero bytes are bytes", ';', {std::string("a\0b\n", 4)}, {ended(std::string("a\0b", 3))}, true},

@@ -65,7 +65,7 @@ TEST_F(Capture, WritesRowsFromTheBottom) {
     const unsigned char header[54] = {'B', 'M', 102, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0, 40, 0, 0, 0,
                                       3,   2,   0,   0, 3, 0, 0, 0, 1, 0, 32, 0, 0, 0, 0,  0, 48};
     std::string strWanted(std::begin(header), std::end(header));
-    for (const std::size_t row : {2, 1, 0}) {
+    for (const std::size_t row : {2u, 1u, 0u}) {
         strWanted.append(reinterpret_cast<const char*>(rows[row]), sizeof(rows[row]));
     }
     EXPECT_EQ(read(kPath), strWanted);

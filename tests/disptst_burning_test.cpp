@@ -211,7 +211,7 @@ TEST_F(Burning, RunsOnce) {
 }
 
 TEST_F(Burning, WaitsTenSecondsMoreThanAColorIsShown) {
-    for (const unsigned int u32Interval : {1, 3}) {
+    for (const unsigned int u32Interval : {1u, 3u}) {
         _VexFApiDisptstBurnModeParam stParam = {colors, 2, static_cast<unsigned char>(u32Interval)};
         pauses->u32CallersFactor = 1000;
         EXPECT_THAT(logWithLateWorker(0, [&] { EXPECT_EQ(start(stParam), -1); }),

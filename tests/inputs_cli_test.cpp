@@ -75,8 +75,8 @@ TEST_F(InputsCli, AWrongGammaCurveSaysWhatWasExpected) {
         {"file:/no/such/file", "/no/such/file"},
         {"file:" + writeFile("short", numbers(255, "1", "\n")), "RED has 255 numbers"},
     };
-    for (const auto& [strText, pszError] : rows) {
-        EXPECT_THAT(test::errorOf([&] { tool::parseGammaCurve("RED", strText); }), HasSubstr(pszError));
+    for (const auto& row : rows) {
+        EXPECT_THAT(test::errorOf([&] { tool::parseGammaCurve("RED", row.first); }), HasSubstr(row.second));
     }
 }
 
