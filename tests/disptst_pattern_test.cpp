@@ -89,11 +89,17 @@ TEST_F(Pattern, EachSelectorHasItsStage) {
 TEST_F(Pattern, RefusesWhatItDoesNotKnow) {
     a_vextvfapi_disp_switch_window(2);
     for (const unsigned int u32Selector : {11u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(a_vextvfapi_disptst_gen_test_pattern(u32Selector, {1, 0, {}}), -1);
+        EXPECT_THAT(test::logOf([&] {
+                        EXPECT_EQ(a_vextvfapi_disptst_gen_test_pattern(u32Selector, {1, 0, {}}), -1);
+                    }),
+                    HasSubstr("HW_ERR_FAILED"));
         EXPECT_FALSE(vset::disp::window(2).bOpen);
     }
     for (const unsigned int u32Selector : {0u, 1u}) {
-        EXPECT_EQ(a_vextvfapi_disptst_gen_test_pattern(u32Selector, {1, 8, {1, 2, 3}}), -1);
+        EXPECT_THAT(test::logOf([&] {
+                        EXPECT_EQ(a_vextvfapi_disptst_gen_test_pattern(u32Selector, {1, 8, {1, 2, 3}}), -1);
+                    }),
+                    HasSubstr("HW_ERR_FAILED"));
     }
     EXPECT_EQ(vset::disp::window(2).testPattern.u32Enable, 0u);
     EXPECT_EQ(a_vextvfapi_disptst_gen_test_pattern(2, {1, 8, {1, 2, 3}}), 0);
