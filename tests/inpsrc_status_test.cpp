@@ -80,6 +80,7 @@ TEST_F(Inputs, PresetsTheOutputWhenTheSourceIsUnknown) {
               }),
               "VexTvFApiInputSource(imp) [E] <_a_vextvfapi_inpsrc_get_src_by_extin_handle> Invalid hExtin handle\n"
               "VexTvFApiInputSource(imp) [E] <_a_vextvfapi_inpsrc_get_src_by_extin_handle> pu8InputSource is null\n");
+    EXPECT_EQ(_a_vextvfapi_inpsrc_get_src_by_extin_handle(5, &u8Source, 0), -1) << "a handle of no input";
     show(0, 1);
     // The chip says that there are no such inputs.
     vset::extin::setInputCount(0, 0);

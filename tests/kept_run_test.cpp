@@ -33,12 +33,15 @@ protected:
         std::string strLog;
         std::string strResult;
         std::vector<vset::JournalEntry> journal;
+        std::size_t allocations = 0;
     };
 
     // Runs the operation once from the prepared state, with a fault or without.
     Call run(const Sample& stSample, const tool::Operation& operation, const vset::Fault* pFault);
     Call runGood(const Sample& stSample, const tool::Operation& operation);
     void runFailing(const Sample& stSample, const tool::Operation& operation, const Call& goodCall);
+    void tellFailure(const Sample& stSample, const tool::Operation& operation, const Call& goodCall,
+                     vset::Fault stFault, const std::vector<long long>& results);
     void compare(const std::string& strKind, const std::string& strRun) const;
 
     std::ostringstream good;
@@ -62,7 +65,9 @@ std::string KeptRun::resultOf(const tool::Outcome& outcome) {
 // Takes out what is different in each run or in each version of a source.
 std::string withoutChanges(const std::string& strRun) {
     static const std::pair<std::regex, const char*> kChanges[] = {
-        {std::regex("(_vextvfapi_[a-z_]+)\\([0-9]+\\)"), "$1()"},               // a line of the source
+        {std::regex("(_vextvfapi_[a-z_]+)\\([0-9]+\\)"), "$1()"},  // a line of the source
+        {std::regex("(\\([a-z_]+) [0-9]+\\)"), "$1)"},
+        {std::regex("> \\[[0-9]+\\]"), "> []"},
         {std::regex("(\\[[a-z_]+\\])\\[[0-9]+\\]"), "$1[]"},                    // another
         {std::regex("(HW_FS_Open\\([^)]*\\) = |fd=)(0x)?[0-9a-f]+"), "$1..."},  // a descriptor
         {std::regex("(systemtime = |seconds=)[0-9]+"), "$1..."},                // the real-time clock
@@ -131,16 +136,21 @@ KeptRun::Call KeptRun::run(const Sample& stSample, const tool::Operation& operat
         vset::inject(*pFault);
     }
     Call call;
+    const std::size_t allocations = vset::allocations();
     std::fflush(stdout);
     ::testing::internal::CaptureStdout();
     call.strResult = named(resultOf(tool::invoke(operation, arguments)));
     std::fflush(stdout);
     call.strLog = named(::testing::internal::GetCapturedStdout());
     call.journal = vset::journal();
+    call.allocations = vset::allocations() - allocations;
     if (stSample.eCalls == Calls::sometimes || stSample.bThreadLogs) {
         call.strLog.clear();
     }
-    const auto isOther = [](const vset::JournalEntry& stEntry) { return stEntry.thread != std::this_thread::get_id(); };
+    // How often an operation waits for its thread is different in each run, too.
+    const auto isOther = [](const vset::JournalEntry& stEntry) {
+        return stEntry.thread != std::this_thread::get_id() || stEntry.pszCall == std::string("HW_OS_DelayTask");
+    };
     call.journal.erase(std::remove_if(call.journal.begin(), call.journal.end(), isOther), call.journal.end());
     finish(stSample);
     return call;
@@ -177,28 +187,39 @@ KeptRun::Call KeptRun::runGood(const Sample& stSample, const tool::Operation& op
     return call;
 }
 
-// Tells what is different from the good run.
+// Tells what is different from the good run when a call or an allocation fails with each of `results` in turn.
+void KeptRun::tellFailure(const Sample& stSample, const tool::Operation& operation, const Call& goodCall,
+                          vset::Fault stFault, const std::vector<long long>& results) {
+    failing << "-- " << stFault.strCall << ' ' << stFault.u32From << ':';
+    std::string strBefore;
+    Call call;
+    for (const long long s64Result : results) {
+        stFault.s64Result = s64Result;
+        call = run(stSample, operation, &stFault);
+        const std::string strGiven = call.strResult == goodCall.strResult ? "the same" : call.strResult;
+        failing << ' ' << s64Result << (strGiven == strBefore ? "" : " gives " + strGiven) << ';';
+        strBefore = strGiven;
+    }
+    failing << '\n' << newLines(call.strLog, goodCall.strLog);
+    const std::string strCalls = namesOf(call.journal);
+    failing << (strCalls != namesOf(goodCall.journal) ? "  " + strCalls + "\n" : "");
+}
+
 void KeptRun::runFailing(const Sample& stSample, const tool::Operation& operation, const Call& goodCall) {
     failing << "== " << test::sweep::nameWithWords(stSample) << '\n';
+    if (stSample.eCalls == Calls::sometimes) {
+        return;
+    }
     std::map<std::string, unsigned int> made;
     for (const vset::JournalEntry& stEntry : goodCall.journal) {
-        if (stSample.eCalls == Calls::sometimes || ++made[stEntry.pszCall] > kMostOfACall) {
-            continue;
+        const unsigned int u32From = ++made[stEntry.pszCall];
+        if (u32From <= kMostOfACall) {
+            tellFailure(stSample, operation, goodCall, {stEntry.pszCall, 0, u32From},
+                        test::sweep::failuresOf(stEntry.pszCall));
         }
-        const std::string strCall = stEntry.pszCall;
-        failing << "-- " << strCall << ' ' << made[strCall] << ':';
-        std::string strBefore;
-        Call call;
-        for (const long long s64Result : test::sweep::failuresOf(strCall)) {
-            const vset::Fault stFault = {strCall, s64Result, made[strCall]};
-            call = run(stSample, operation, &stFault);
-            const std::string strGiven = call.strResult == goodCall.strResult ? "the same" : call.strResult;
-            failing << ' ' << s64Result << (strGiven == strBefore ? "" : " gives " + strGiven) << ';';
-            strBefore = strGiven;
-        }
-        failing << '\n' << newLines(call.strLog, goodCall.strLog);
-        const std::string strCalls = namesOf(call.journal);
-        failing << (strCalls != namesOf(goodCall.journal) ? "  " + strCalls + "\n" : "");
+    }
+    for (unsigned int u32From = 1; u32From <= std::min<std::size_t>(goodCall.allocations, kMostOfACall); ++u32From) {
+        tellFailure(stSample, operation, goodCall, {vset::kAllocation, 0, u32From}, {0});
     }
 }
 

@@ -204,6 +204,10 @@ TEST_F(Adc, TheFirstChannelIsReadForever) {
             EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0) << pszCall;
         }
         EXPECT_EQ(a_vextvfapi_prphrl_get_sar_adc(2, 1), 0x22);
+        for (const char* pszCall : {"HW_SAR_Open", "HW_SAR_ConfigMode", "HW_SAR_SetVoltageLevel"}) {
+            vset::inject({pszCall});
+            EXPECT_EQ(a_vextvfapi_prphrl_start_adc(1), -1) << pszCall;
+        }
     });
 }
 

@@ -81,6 +81,7 @@ TEST_F(FactoryUart, WhatIsOutOfRangeTheMiddlewareRefuses) {
     for (const Row& row :
          {Row{5, 0, 0}, Row{-1, 0, 0}, Row{4, 5, 0}, Row{4, -1, 0}, Row{4, 127, 0}, Row{4, 0, 18}, Row{4, 0, -128}}) {
         EXPECT_EQ(a_vextvfapi_prphrl_start_factory_uart(row.baudrate, row.port, row.device), 0);
+        EXPECT_THAT(vset::journal().back().strArguments, HasSubstr("4294967295"));
     }
     EXPECT_EQ(start(), 1);
     EXPECT_EQ(a_vextvfapi_prphrl_stop_factory_uart(-1), 1) << "stops, but cannot name what to close";
