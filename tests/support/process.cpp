@@ -138,7 +138,10 @@ ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::
             }
             seen = place + typed[next].strWaitFor.size();
             const std::string& strKeys = typed[next].strKeys;
-            [[maybe_unused]] const ssize_t written = write(s32Terminal, strKeys.data(), strKeys.size());
+            const std::string& strDevice = typed[next].strDevice;
+            const int s32Device = strDevice.empty() ? dup(s32Terminal) : open(strDevice.c_str(), O_WRONLY | O_NOCTTY);
+            [[maybe_unused]] const ssize_t written = write(s32Device, strKeys.data(), strKeys.size());
+            close(s32Device);
         }
     };
     stResult.s32Exit = listen(child, {{s32Terminal, POLLIN, 0}}, {&stResult.strOutput}, type);

@@ -27,6 +27,7 @@ constexpr char kSilence[] = "(a second of silence)";  // to wait for
 struct Typed {
     std::string strWaitFor;
     std::string strKeys;
+    std::string strDevice = "";  // that gets them in place of the terminal
 };
 ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed,
                             unsigned int u32Columns = 200);
