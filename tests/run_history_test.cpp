@@ -198,7 +198,7 @@ TEST_F(RunHistory, RepeatsUntilAFailure) {
     // Passes once for each set.
     const std::string strPlan = writeFile("once.plan",
                                           "plan Once\nstep quick\nsys_init\nstep once\nsys_check_file /data/was\n"
-                                          "expect status failed\nexpect no event 1 within 30ms\nset put /data/was x\n");
+                                          "expect status failed\nexpect no event 1 within 400ms\nset put /data/was x\n");
     const test::ProcessResult stopped = run(strPlan, {"--repeat", "forever", "--until-failure"});
     EXPECT_EQ(stopped.s32Exit, 1);
     EXPECT_THAT(stopped.strOutput, HasSubstr("plan \"Once\": 2 runs, 1 passed, 1 failed; "));
