@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "examples.h"
+#include "operations/examples.h"
 #include "support/tool_fixture.h"
 
 namespace {

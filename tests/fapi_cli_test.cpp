@@ -4,10 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "command.h"
 #include "hw3/hw_os.h"
 #include "support/tool_fixture.h"
 #include "support/waiting.h"
+#include "target/command.h"
 #include "vset/vset.h"
 
 namespace {

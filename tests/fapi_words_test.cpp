@@ -6,10 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "command.h"
-#include "shell.h"
+#include "shell/shell.h"
 #include "support/refusals.h"
 #include "support/waiting.h"
+#include "target/command.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "fault_file.h"
+#include "plan/fault_file.h"
 #include "support/plan_fixture.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "operation.h"
+#include "operations/operation.h"
 #include "support/set_fixture.h"
 
 namespace test::sweep {

@@ -12,7 +12,7 @@
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
 #include "fault_sweep.h"
-#include "operation.h"
+#include "operations/operation.h"
 #include "support/descriptors.h"
 #include "support/set_fixture.h"
 #include "support/waiting.h"

@@ -6,12 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "command.h"
-#include "gamma_curve.h"
-#include "input_words.h"
-#include "plan_data.h"
+#include "operations/gamma_curve.h"
+#include "operations/input_words.h"
+#include "plan/data.h"
 #include "support/plan_fixture.h"
 #include "support/refusals.h"
+#include "target/command.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "characters.h"
+#include "base/table.h"
+#include "base/terminal.h"
+#include "protocol/characters.h"
 #include "support/plan_fixture.h"
-#include "table.h"
-#include "terminal.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "color.h"
-#include "command.h"
-#include "picture.h"
+#include "base/color.h"
+#include "base/picture.h"
 #include "support/plan_fixture.h"
+#include "target/command.h"
 
 namespace {
 

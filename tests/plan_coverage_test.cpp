@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "plan.h"
+#include "plan/plan.h"
 #include "support/plan_fixture.h"
 #include "support/waiting.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "plan.h"
+#include "plan/plan.h"
 
 namespace {
 

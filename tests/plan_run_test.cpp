@@ -12,7 +12,7 @@
 #include <pugixml.hpp>
 
 #include "hw3/hw_fs.h"
-#include "plan_calls.h"
+#include "plan/calls.h"
 #include "support/plan_fixture.h"
 #include "support/waiting.h"
 #include "vset/vset.h"

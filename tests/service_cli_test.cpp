@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include "env_text.h"
-#include "sha256.h"
+#include "base/env_text.h"
+#include "base/sha256.h"
 #include "support/tool_fixture.h"
 #include "vset/vset.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "partition_commands.h"
+#include "cli/partition.h"
 #include "support/plan_fixture.h"
 #include "vset/vset.h"
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "fault_file.h"
+#include "plan/fault_file.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "plan.h"
+#include "plan/plan.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 
 #include <gtest/gtest.h>
 
-#include "contract_refusals.h"
+#include "actions/contract_refusals.h"
 #include "support/emulation.h"
 #include "vset/vset.h"
 

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+// SHA-256.
+#include "base/sha256.h"
+
+#include <stdexcept>
+
+#include "base/words.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kSumDigits = 64;
+// Between sum and path.
+constexpr std::string_view kSumGap = "  ";
+
+void require(int good) {
+    if (good != 1) {
+        throw std::runtime_error("SHA-256 cannot be computed");
+    }
+}
+
+// A path with a new line or a backslash is escaped, and a backslash before the sum tells so.
+std::string escapePath(const std::string& path) {
+    std::string escaped;
+    for (const char c : path) {
+        escaped += c == '\n' ? "\\n" : c == '\\' ? "\\\\" : std::string(1, c);
+    }
+    return escaped;
+}
+
+std::string unescapePath(std::string_view path) {
+    std::string plain;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const bool escaped = path[i] == '\\' && i + 1 < path.size();
+        i += escaped ? 1 : 0;
+        plain += escaped && path[i] == 'n' ? '\n' : path[i];
+    }
+    return plain;
+}
+
+}  // namespace
+
+Sha256::Sha256() : _context(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
+    require(EVP_DigestInit_ex(_context.get(), EVP_sha256(), nullptr));
+}
+
+void Sha256::add(const void* data, std::size_t size) {
+    require(EVP_DigestUpdate(_context.get(), data, size));
+}
+
+std::string Sha256::sum() {
+    Bytes digest(EVP_MAX_MD_SIZE);
+    unsigned int size = 0;
+    require(EVP_DigestFinal_ex(_context.get(), digest.data(), &size));
+    digest.resize(size);
+    return hexText(digest, "");
+}
+
+std::string sumsText(const Sums& sums) {
+    std::string text;
+    for (const auto& [path, sum] : sums) {
+        const std::string escaped = escapePath(path);
+        text.append(escaped == path ? "" : "\\").append(sum).append(kSumGap).append(escaped).append("\n");
+    }
+    return text;
+}
+
+Sums parseSums(std::string_view text) {
+    Sums sums;
+    for (std::string_view line : splitLines(text)) {
+        const bool escaped = !line.empty() && line[0] == '\\';
+        line.remove_prefix(escaped ? 1 : 0);
+        const std::string sum(line.substr(0, kSumDigits));
+        const std::size_t start = kSumDigits + kSumGap.size();
+        if (line.size() <= start || line.substr(kSumDigits, kSumGap.size()) != kSumGap ||
+            sum.find_first_not_of("0123456789abcdef") != std::string::npos) {
+            throw std::runtime_error("the list of sums is none");
+        }
+        const std::string_view path = line.substr(start);
+        sums[escaped ? unescapePath(path) : std::string(path)] = sum;
+    }
+    return sums;
+}
+
+}  // namespace tool

@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi clean`: removes what runs have left behind and nobody needs.
+#include "cli/clean.h"
+
+#include <filesystem>
+#include <optional>
+#include <set>
+
+#include <fcntl.h>
+
+#include "base/durable_file.h"
+#include "base/terminal.h"
+#include "base/text_pattern.h"
+#include "record/history.h"
+#include "record/unfinished_run.h"
+#include "target/fresh_set.h"
+#include "target/output.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Of all files, links not followed.
+std::uintmax_t bytesOf(const fs::path& path) {
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(path, error);
+    std::uintmax_t bytes = fs::is_regular_file(status) ? fs::file_size(path, error) : 0;
+    if (fs::is_directory(status)) {
+        for (const fs::directory_entry& entry : fs::directory_iterator(path, error)) {
+            bytes += bytesOf(entry.path());
+        }
+    }
+    return bytes;
+}
+
+// The pictures that the JSON report in the file names; nothing when it is no report of a run. One without a byte is a
+// name that a run has taken and never used.
+std::optional<std::vector<std::string>> picturesOfReport(const fs::path& file) {
+    if (!fs::is_regular_file(fs::symlink_status(file))) {
+        return std::nullopt;
+    }
+    std::vector<std::string> pictures;
+    if (fs::file_size(file) == 0) {
+        return pictures;
+    }
+    try {
+        const Json json = parseJson(OpenFile(file.string(), O_RDONLY).read());
+        for (const char* wanted : {"plan", "set", "good"}) {
+            static_cast<void>(json.at(wanted));
+        }
+        for (const Json& step : json.at("steps")) {
+            for (const Json& picture : step.at("pictures")) {
+                pictures.push_back(picture.at("file").get<std::string>());
+            }
+        }
+        return pictures;
+    } catch (const Json::exception&) {
+        return std::nullopt;
+    }
+}
+
+class Sweep {
+public:
+    Sweep(const GlobalOptions& options, const CleanOptions& cleanOptions)
+        : _json(options.json),
+          _dryRun(cleanOptions.dryRun),
+          _all(cleanOptions.all),
+          _folder(cleanOptions.report.empty() ? kReportFolder : cleanOptions.report) {}
+
+    int run() {
+        const vset::HostPaths hostPaths;
+        sets();
+        std::error_code error;
+        if (fs::is_directory(_folder, error)) {
+            // Runs that end meanwhile wait before they note themselves.
+            const FolderLock lock(_folder);
+            unfinishedRuns();
+            reports();
+        }
+        if (_json) {
+            printLine(jsonLine({{"removed", _removed}, {"bytes", _bytes}, {"dry_run", _dryRun}}));
+        } else {
+            printLine(std::to_string(_removed) + (_dryRun ? " would be removed, " : " removed, ") +
+                      std::to_string(_bytes) + " bytes");
+        }
+        return _failed ? kExitFailed : kExitGood;
+    }
+
+private:
+    void sets() {
+        std::size_t number = 0;
+        for (const std::string& folder : temporarySets()) {
+            FileLocks locks;
+            const bool isFree = lockTemporarySet(folder, locks);
+            const bool isNew = number++ < kLeftSets && !_all;
+            if (!isFree || isNew) {
+                keep("set", folder, isFree ? "one of the newest" : "in use");
+            } else if (remove("set", folder, {folder})) {
+                _sets.insert(setIn(folder));
+            }
+        }
+    }
+
+    void unfinishedRuns() {
+        for (const std::string& file : UnfinishedRun::filesIn(_folder)) {
+            const std::unique_ptr<UnfinishedRun> run = UnfinishedRun::read(file);
+            if (run != nullptr && !run->lock()) {
+                keep("unfinished run", file, "still going on");
+            } else if (run != nullptr && !_all && !run->isLost() && _sets.count(run->setFolder()) == 0) {
+                keep("unfinished run", file, "can be resumed");
+            } else {
+                remove("unfinished run", file, run != nullptr ? run->files() : std::vector<std::string>{file});
+            }
+        }
+    }
+
+    // Those that the history does not know.
+    void reports() {
+        static const TextPattern kName("(.+-[0-9]{8}-[0-9]{6}(-[0-9]+)?)\\.json");
+        std::set<std::string> known;
+        for (const HistoryEntry& entry : RunHistory(_folder).entries()) {
+            known.insert(entry.report);
+        }
+        for (const fs::directory_entry& entry : fs::directory_iterator(_folder)) {
+            const std::string name = entry.path().filename().string();
+            const std::vector<std::string> parts = kName.match(name);
+            if (parts.empty() || known.count(parts[1]) != 0) {
+                continue;
+            }
+            const std::string stem = (fs::path(_folder) / parts[1]).string();
+            if (isUnfinished(stem) || _files.count(entry.path().string()) != 0) {
+                continue;
+            }
+            FileLocks locks;
+            if (!locks.take(entry.path().string())) {
+                keep("report", stem, "still being made");
+            } else if (const auto pictures = picturesOfReport(entry.path())) {
+                remove("report", stem, filesOfReport(stem, *pictures));
+            }
+        }
+    }
+
+    bool isUnfinished(const std::string& stem) const {
+        const std::string file = UnfinishedRun::fileOf(stem);
+        return fs::exists(file) && _files.count(file) == 0;
+    }
+
+    void keep(const char* kind, const std::string& path, const char* why) const {
+        if (_json) {
+            printLine(jsonLine({{"kind", kind}, {"path", path}, {"removed", false}, {"why", why}}));
+        } else {
+            printLine(std::string(kind) + " " + printable(path) + ": stays, " + why);
+        }
+    }
+
+    // False when something could not be removed.
+    bool remove(const char* kind, const std::string& path, const std::vector<std::string>& files) {
+        std::uintmax_t bytes = 0;
+        std::error_code error;
+        for (const std::string& file : files) {
+            bytes += bytesOf(file);
+            if (!_dryRun && !error) {
+                fs::remove_all(file, error);
+            }
+            _files.insert(file);
+        }
+        if (error) {
+            printError(path + ": cannot be removed: " + error.message(), _json);
+            _failed = true;
+            return false;
+        }
+        ++_removed;
+        _bytes += bytes;
+        if (_json) {
+            printLine(jsonLine({{"kind", kind}, {"path", path}, {"removed", !_dryRun}, {"bytes", bytes}}));
+        } else {
+            printLine(std::string(kind) + " " + printable(path) + ": " +
+                      (_dryRun ? "would be removed, " : "removed, ") + std::to_string(bytes) + " bytes");
+        }
+        return true;
+    }
+
+    const bool _json;
+    const bool _dryRun;
+    const bool _all;
+    const std::string _folder;
+    // What is removed, or would be.
+    std::set<std::string> _sets, _files;
+    std::size_t _removed = 0;
+    std::uintmax_t _bytes = 0;
+    bool _failed = false;
+};
+
+}  // namespace
+
+int clean(const GlobalOptions& options, const CleanOptions& cleanOptions) {
+    if (!cleanOptions.dryRun && !confirm(options, "removes what \"fapi clean --dry-run\" lists")) {
+        return kExitInterrupted;
+    }
+    return Sweep(options, cleanOptions).run();
+}
+
+}  // namespace tool

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi clean`: removes what runs have left behind and nobody needs.
+#ifndef FAPI_BENCH_CLI_CLEAN_H
+#define FAPI_BENCH_CLI_CLEAN_H
+
+#include "cli/set.h"
+
+namespace tool {
+
+struct CleanOptions {
+    std::string report;  // folder; empty: "reports"
+    bool dryRun = false;
+    bool all = false;  // also what somebody might still look at or go on with
+};
+
+// Returns an exit code: kExitFailed when something could not be removed.
+int clean(const GlobalOptions& options, const CleanOptions& cleanOptions);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+// What `help` describes.
+#include "cli/help.h"
+
+#include <algorithm>
+
+#include "target/output.h"
+
+namespace tool {
+
+// Made by the build from plans/README.md.
+extern const char* const kPlanLanguage;
+
+namespace {
+
+struct Topic {
+    const char* name;
+    const char* section;  // of the plan language, with what stands below it; empty: all of it
+};
+
+constexpr Topic kTopics[] = {
+    {"plan", ""},
+    {"expect", "\n## Expectations\n"},
+    {"faults", "\n## Files of faults\n"},
+};
+
+std::string textOf(const Topic& topic) {
+    const std::string all = kPlanLanguage;
+    const std::size_t start = all.find(topic.section) + (*topic.section != '\0' ? 1 : 0);
+    const std::size_t end = *topic.section != '\0' ? all.find("\n## ", start) : std::string::npos;
+    const std::string text = all.substr(start, end - start);
+    return text.substr(0, text.find_last_not_of('\n') + 1);
+}
+
+std::string usageOf(const Hand& hand) {
+    return std::string("set ") + hand.name + argumentsUsage(hand.arguments);
+}
+
+void printHand(const Hand& hand, bool json) {
+    if (!json) {
+        const std::string text = usageOf(hand) + "\n  " + hand.help + "\n" +
+                                 argumentsHelp(hand.arguments, hand.outputs) +
+                                 (hand.sessionOnly ? "  Acts on a running session: in the shell and in plans.\n" : "");
+        printLine(text.substr(0, text.size() - 1));
+        return;
+    }
+    Json told = {{"hand", hand.name}, {"usage", usageOf(hand)}, {"help", hand.help}};
+    for (const Argument& argument : hand.arguments) {
+        told["arguments"].push_back(
+            {{"name", argument.name}, {"help", argument.help}, {"expected", helpExpectation(argument)}});
+    }
+    for (const Output& output : hand.outputs) {
+        told["outputs"].push_back({{"name", output.name}, {"help", output.help}});
+    }
+    printLine(jsonLine(told));
+}
+
+void printHands(bool json) {
+    std::vector<std::pair<std::string, std::string>> rows = {
+        {"set power-cycle", "Switch the set off and on; everything in memory is lost."}};
+    for (const Hand& hand : hands()) {
+        rows.emplace_back(usageOf(hand), hand.help);
+    }
+    printUsages(rows, json);
+}
+
+void printTopic(const Topic& topic, bool json) {
+    printLine(json ? jsonLine({{"topic", topic.name}, {"text", textOf(topic)}}) : textOf(topic));
+}
+
+}  // namespace
+
+bool findHelp(const Words& words, bool json) {
+    const bool isSet = words.front() == "set";
+    const std::string name = isSet && words.size() > 1 ? words[1] : words.front();
+    if (words.size() > (isSet ? 2u : 1u)) {
+        return false;
+    }
+    if (isSet && words.size() == 1) {
+        printHands(json);
+        return true;
+    }
+    if (!isSet && findOperation(name) != nullptr) {
+        printDescription(name, json);
+        return true;
+    }
+    const auto* topic = std::find_if(std::begin(kTopics), std::end(kTopics),
+                                     [&](const Topic& row) { return !isSet && name == row.name; });
+    if (topic != std::end(kTopics)) {
+        printTopic(*topic, json);
+        return true;
+    }
+    const Hand* hand = findHand(name);
+    if (hand != nullptr) {
+        printHand(*hand, json);
+    }
+    return hand != nullptr;
+}
+
+void printHelp(const Words& words, bool json) {
+    if (findHelp(words, json)) {
+        return;
+    }
+    if (words.front() == "set") {
+        static_cast<void>(Command::parse(words));
+    }
+    throw UsageError(unknownOperation(words.front()));
+}
+
+std::vector<std::string> helpTopics() {
+    std::vector<std::string> names;
+    for (const Topic& topic : kTopics) {
+        names.emplace_back(topic.name);
+    }
+    return names;
+}
+
+void printUsages(const std::vector<std::pair<std::string, std::string>>& rows, bool json) {
+    constexpr std::size_t kHelpColumn = 23;
+    for (const auto& [usage, help] : rows) {
+        const std::string gap(usage.size() + 2 < kHelpColumn ? kHelpColumn - usage.size() : 2, ' ');
+        printLine(json ? jsonLine({{"usage", usage}, {"help", help}}) : usage + gap + help);
+    }
+}
+
+}  // namespace tool

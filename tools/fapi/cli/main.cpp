@@ -1,0 +1,545 @@
+// SPDX-License-Identifier: Apache-2.0
+// fapi, the bench tool: the command line.
+#include <algorithm>
+#include <csignal>
+#include <functional>
+#include <map>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "base/terminal.h"
+#include "cli/clean.h"
+#include "cli/env.h"
+#include "cli/help.h"
+#include "cli/partition.h"
+#include "cli/reference.h"
+#include "cli/service.h"
+#include "cli/word_completion.h"
+#include "plan/plan.h"
+#include "record/history.h"
+#include "shell/shell.h"
+#include "target/output.h"
+#include "target/surprises.h"
+#include "vset/vset.h"
+#include "watch/screen.h"
+#include "watch/watch.h"
+
+namespace {
+
+using namespace tool;
+
+constexpr char kFooter[] =
+    "Exit codes: 0 done; 1 the operation or plan failed; 2 a wrong word or a broken plan, nothing was called;\n"
+    "3 the set cannot be had or is damaged, or the PC could not store what the set or a report needs;\n"
+    "4 interrupted or declined.\n"
+    "Data go to standard output, messages and the library's log to standard error.";
+
+// Stands before a word that is no option, whatever it begins with.
+constexpr char kMark[] = "\x01--\x01";
+
+int callOperation(const GlobalOptions& options, const Words& words, bool noInit, const std::string& output) {
+    if (!words.empty() && words[0] == "set") {
+        throw UsageError("call takes an operation; for the set there is: fapi set");
+    }
+    const Command command = Command::parse(words);
+    checkOutput(command, output);
+    if (!confirm(options, command)) {
+        return kExitInterrupted;
+    }
+    openSession(options.session);
+    if (!noInit) {
+        bringUpFor(command.operation());
+    }
+    printWarning(Surprises().next(command));
+    const Outcome outcome = command.run();
+    printOutcome(command, outcome, options.json);
+    const bool written = writeOutput(command, outcome, output, options.json);
+    return outcome.good && written ? kExitGood : kExitFailed;
+}
+
+// Options are checked, and complained about, as arguments of operations are.
+CLI::Validator numberUpTo(long long max) {
+    const auto check = [max](const std::string& word) {
+        long long number = 0;
+        return parseNumber(word, number) && number >= 0 && number <= max
+                   ? std::string()
+                   : "is " + display(word, 40) + ", expected a number from 0 to " + std::to_string(max);
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator seconds() {
+    const auto check = [](const std::string& word) {
+        double number = 0;
+        return CLI::detail::lexical_cast(word, number) && number >= 0
+                   ? std::string()
+                   : "is " + display(word, 40) + ", expected seconds, such as 2 or 0.5";
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator planVerdict() {
+    const auto check = [](const std::string& word) {
+        const auto verdicts = {Verdict::passed, Verdict::marginal, Verdict::failed, Verdict::error,
+                               Verdict::interrupted};
+        const bool isOne = std::any_of(verdicts.begin(), verdicts.end(),
+                                       [&](Verdict verdict) { return word == verdictName(verdict); });
+        return isOne ? std::string()
+                     : "is " + display(word, 40) + ", expected passed, marginal, failed, error or interrupted";
+    };
+    return CLI::Validator(check, "");
+}
+
+// Acts at once: what is printed of a wrong command line is colored as it says, too.
+CLI::Validator colorUse() {
+    const auto check = [](const std::string& word) {
+        const std::map<std::string, ColorUse> uses = {
+            {"auto", ColorUse::automatic}, {"always", ColorUse::always}, {"never", ColorUse::never}};
+        const auto use = uses.find(word);
+        if (use == uses.end()) {
+            return "is " + display(word, 40) + ", expected auto, always or never";
+        }
+        useColors(use->second);
+        return std::string();
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator notEmpty() {
+    const auto check = [](const std::string& word) { return std::string(word.empty() ? "a file is missing" : ""); };
+    return CLI::Validator(check, "");
+}
+
+// The command line, and what it makes of it.
+class CommandLine {
+public:
+    explicit CommandLine(char** arguments) : _arguments(arguments) {
+        _app.footer(kFooter);
+        _app.require_subcommand(1);
+        _app.fallthrough();
+        _app.set_version_flag("--version", FAPI_VERSION);
+        _app.add_option("--set", _options.session.folder, "Folder of the virtual set")->type_name("DIR");
+        _app.add_flag("--json", _options.json, "Print one JSON object a line");
+        _app.add_flag("--log", _options.session.log,
+                      "Show the library's log of this call, whatever \"set log\" says, on standard error");
+        _app.add_option("--color", "Colors: auto (on a terminal, unless NO_COLOR is set), always, never")
+            ->type_name("WHEN")
+            ->check(colorUse());
+        _app.add_flag("-y,--yes", _options.yes, "Do not ask before what destroys data; without a terminal, do it");
+        _app.add_flag("--damaged", _options.session.damaged, "Go on with a damaged set");
+        addOperations();
+        addSet();
+        addPartition();
+        addEnvCommands(_app, _options, _action);
+        addWatch();
+        addScreen();
+        addPlans();
+        addHistory();
+        addClean();
+        addTexts();
+        unmarkArguments(_app);
+    }
+
+    int run(int argc, char** argv) {
+        try {
+            _app.parse(markedWords(argc, argv));
+        } catch (const CLI::ParseError& error) {
+            if (error.get_exit_code() != 0) {
+                throw UsageError(complaint(error));
+            }
+            // Help and version. CLI11 prints to a stream; the data's is a FILE.
+            std::ostringstream text;
+            _app.exit(error, text, text);
+            std::fputs(text.str().c_str(), dataOutput());
+            return kExitGood;
+        }
+        return _action();
+    }
+
+private:
+    // CLI11 takes no more words for a command whose words began in front of a --. So words behind it are marked, as no
+    // option, in its place. The words are in reverse, as CLI11 wants them.
+    static std::vector<std::string> markedWords(int argc, char** argv) {
+        std::vector<std::string> words;
+        bool isMarked = false;
+        for (int i = 1; i < argc; ++i) {
+            if (isMarked || std::string_view(argv[i]) != "--") {
+                words.insert(words.begin(), (isMarked ? kMark : "") + std::string(argv[i]));
+            } else {
+                isMarked = true;
+            }
+        }
+        return words;
+    }
+
+    static std::string unmarked(const std::string& word) {
+        return word.rfind(kMark, 0) == 0 ? word.substr(std::string_view(kMark).size()) : word;
+    }
+
+    static void unmarkArguments(CLI::App& app) {
+        for (CLI::Option* option : app.get_options([](const CLI::Option* known) { return !known->nonpositional(); })) {
+            option->transform(unmarked);
+        }
+        for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+            unmarkArguments(*command);
+        }
+    }
+
+    // What is wrong with the command line, and where the right one is described.
+    std::string complaint(const CLI::ParseError& error) const {
+        const CLI::App* command = &_app;
+        std::string path = _app.get_name();
+        while (!command->get_subcommands().empty()) {
+            command = command->get_subcommands().front();
+            path += " " + command->get_name();
+        }
+        std::vector<std::string> commands;
+        for (const CLI::App* known : command->get_subcommands([](const CLI::App*) { return true; })) {
+            commands.push_back(known->get_name());
+        }
+        // A misspelt command is left over, and CLI11 then only says that one is missing.
+        std::vector<std::string> words = _app.remaining(true);
+        std::transform(words.begin(), words.end(), words.begin(), unmarked);
+        std::string what = error.what();
+        if (commands.empty() && !words.empty()) {
+            // In the order in which they were given, unlike CLI11's own text.
+            what = "not expected:";
+            for (const std::string& word : words) {
+                what += " " + display(word, 40);
+            }
+        }
+        if (!commands.empty() && !words.empty()) {
+            const std::string near = nearest(words.front(), commands);
+            what = (words.front().rfind('-', 0) == 0 ? "no such option: " : "no such command: ") + words.front() +
+                   (near.empty() ? "" : ", did you mean " + near + "?");
+        }
+        return what + "; see " + path + " --help";
+    }
+
+    void addOperations() {
+        CLI::App* list = _app.add_subcommand("list", "List the operations");
+        list->add_option("PATTERN", _word, "Part of the names to list");
+        list->callback([this] {
+            _action = [this] {
+                printOperations(_word, _options.json);
+                return kExitGood;
+            };
+        });
+
+        CLI::App* help = _app.add_subcommand("help", "Describe an operation, an action of the set, or plans");
+        help->add_option("TOPIC", _words, "An operation, set [ACTION], plan, expect, faults, or a command")->required();
+        help->callback([this] { _action = [this] { return printHelpOf(_words); }; });
+
+        CLI::App* call = _app.add_subcommand("call", "Call an operation");
+        call->add_option("OPERATION", _words, "The operation and its arguments; behind a -- no word is an option")
+            ->required();
+        call->add_flag("--no-init", _noInit, "Do not bring the set up first");
+        addOutput(call);
+        call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit, _output); }; });
+
+        CLI::App* shell = _app.add_subcommand("shell", "Call operations line by line");
+        shell->add_flag("--no-init", _shell.noInit, "Do not bring the set up before an operation");
+        shell->add_flag("-e", _shell.endOnFailure, "End at the first operation that fails");
+        shell->callback([this] { _action = [this] { return runShell(_options, _shell, _arguments); }; });
+    }
+
+    // Commands are described by their own help.
+    int printHelpOf(const Words& words) {
+        if (findHelp(words, _options.json)) {
+            return kExitGood;
+        }
+        const CLI::App* command = &_app;
+        for (const std::string& word : words) {
+            const auto isNamed = [&](const CLI::App* known) { return known->get_name() == word; };
+            const std::vector<const CLI::App*> found = command->get_subcommands(isNamed);
+            if (found.empty()) {
+                printHelp(words, _options.json);
+                return kExitGood;
+            }
+            command = found.front();
+        }
+        return print(command->help());
+    }
+
+    void addOutput(CLI::App* command) {
+        command->add_option("--output", _output, "Write the bytes that it answers to this file, too")
+            ->type_name("FILE")
+            ->check(notEmpty());
+    }
+
+    void addSetAction(CLI::App* set, const char* name, const char* help, int (*action)(const GlobalOptions&)) {
+        set->add_subcommand(name, help)->callback([this, action] {
+            _action = [this, action] { return action(_options); };
+        });
+    }
+
+    void addSet() {
+        CLI::App* set = _app.add_subcommand("set", "Make, look at and change the virtual set");
+        set->require_subcommand(1);
+        addSetAction(set, "create", "Make a new set", createSet);
+        addSetAction(set, "reset", "Throw the set away and make it anew", resetSet);
+        addSetAction(set, "path", "Print the set's folder", printSetPath);
+        addSetAction(set, "power-cycle", "Switch the set off and on", powerCycleSet);
+        addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
+        addServiceCommands(*set, _options, _action);
+        addSetAction(set, "ports", "Show where terminal programs can be connected while the set is on", showPorts);
+        // A hundred commands are most of what a start takes, and no line without this word needs one.
+        if (!isNamed("set")) {
+            return;
+        }
+        for (const Hand& hand : hands()) {
+            const auto isHand = [&hand](const CLI::App* command) { return command->get_name() == hand.name; };
+            if (!set->get_subcommands(isHand).empty()) {
+                // Has a command of its own, which does not take the set.
+                continue;
+            }
+            CLI::App* command = set->add_subcommand(hand.name, hand.help);
+            if (hand.sessionOnly) {
+                // Known, to say that it belongs elsewhere, but not offered.
+                command->group("");
+            }
+            command->add_option("ARGUMENT", _words, "Its arguments:" + argumentsUsage(hand.arguments));
+            command->footer(argumentsHelp(hand.arguments, hand.outputs));
+            const auto isBytes = [](const Output& output) { return output.isBytes; };
+            if (!hand.sessionOnly && std::any_of(hand.outputs.begin(), hand.outputs.end(), isBytes)) {
+                addOutput(command);
+            }
+            command->callback([this, &hand] {
+                _words.insert(_words.begin(), hand.name);
+                _action = [this] { return runHand(_options, _words, _output); };
+            });
+        }
+    }
+
+    // True when the word stands anywhere in the command line, in a longer one as well.
+    bool isNamed(std::string_view word) const {
+        char** argument = _arguments;
+        while (*argument != nullptr && std::string_view(*argument).find(word) == std::string_view::npos) {
+            ++argument;
+        }
+        return *argument != nullptr;
+    }
+
+    void addPartition() {
+        CLI::App* partition = _app.add_subcommand("partition", "Read and write raw eMMC partitions");
+        partition->require_subcommand(1);
+        CLI::App* read = addTransfer(partition, "read", "Read a partition into a file", readPartition);
+        read->add_option("--length", _partition.length, "How many bytes; all up to the partition's end when left out")
+            ->type_name("N")
+            ->check(numberUpTo(0xFFFFFFFFll));
+        addTransfer(partition, "write", "Write a file to a partition", writePartition);
+    }
+
+    CLI::App* addTransfer(CLI::App* partition, const char* name, const char* help,
+                          int (*action)(const GlobalOptions&, const PartitionOptions&)) {
+        CLI::App* command = partition->add_subcommand(name, help);
+        command->add_option("PARTITION", _partition.partition, "The partition; \"fapi set show\" tells all")
+            ->required();
+        command->add_option("FILE", _partition.file, "The file of this PC")->required()->check(notEmpty());
+        command->add_option("--offset", _partition.offset, "The first byte in the partition")
+            ->type_name("N")
+            ->check(numberUpTo(0xFFFFFFFFll));
+        command->callback([this, action] { _action = [this, action] { return action(_options, _partition); }; });
+        return command;
+    }
+
+    void addWatch() {
+        CLI::App* watching = _app.add_subcommand("watch", "Show events as they come");
+        watching->add_option("--event", _watch.events, "Only events of this number; may be given again")
+            ->type_name("N")
+            ->allow_extra_args(false)
+            ->check(numberUpTo(0xFFFFFFFFll));
+        watching->add_option("--module", _watch.modules, "Only events of this module; may be given again")
+            ->type_name("NAME")
+            ->allow_extra_args(false);
+        watching->add_option("--count", _watch.count, "End after so many events")
+            ->type_name("N")
+            ->check(numberUpTo(0xFFFFFFFFll));
+        watching->add_option("--idle", _watch.idle, "End after so many seconds without an event")
+            ->type_name("SECONDS")
+            ->check(seconds());
+        watching->add_option("--do", _watch.lines, "Run a line of the shell first; may be given again")
+            ->type_name("LINE")
+            ->allow_extra_args(false);
+        watching->callback([this] { _action = [this] { return watch(_options, _watch); }; });
+    }
+
+    void addScreen() {
+        CLI::App* command = _app.add_subcommand("screen", "Take a picture of what the set shows");
+        command->add_option("FILE", _screen.file, "The PNG file; without one the picture is shown here")
+            ->check(notEmpty());
+        command->add_option("--what", _screen.what, "panel, window:N, surface:HANDLE, layer:N or capture")
+            ->type_name("WHAT");
+        command->add_flag("--preview", _screen.preview, "Show it here, too, on a terminal with 24-bit color");
+        command->add_option("--do", _screen.lines, "Run a line of the shell first; may be given again")
+            ->type_name("LINE")
+            ->allow_extra_args(false);
+        command->callback([this] { _action = [this] { return screen(_options, _screen); }; });
+    }
+
+    void addPlans() {
+        CLI::App* run = _app.add_subcommand("run", "Run factory-line plans");
+        run->add_option("PLAN", _words)->required();
+        CLI::Option* fresh = run->add_flag("--fresh", _run.fresh, "Run on a new set, removed afterwards");
+        run->add_option("--report", _run.report, "Folder for the reports")->type_name("DIR");
+        CLI::Option* noReport = run->add_flag("--no-report", _run.noReport, "Write no report");
+        CLI::Option* dryRun = run->add_flag("--dry-run", _run.dryRun, "Only print what would be done");
+        CLI::Option* repeat =
+            run->add_option("--repeat", _run.repeat, "Run them so many times, or forever")->type_name("N|forever");
+        run->add_flag("--until-failure", _run.untilFailure, "Stop at the first run that does not pass")->needs(repeat);
+        run->add_flag("--resume", _run.resume, "Go on with the run of this plan that did not end, at its last step")
+            ->excludes(fresh, noReport, dryRun, repeat);
+        addFaults(run);
+        run->add_option("--keep", _run.keep, "How many runs the history keeps; 100 when left out")
+            ->type_name("N")
+            ->check(numberUpTo(100000));
+        run->callback([this] {
+            _action = [this] {
+                _run.files = _words;
+                _run.session = _options.session;
+                _run.json = _options.json;
+                return runPlans(_run);
+            };
+        });
+
+        CLI::App* check = _app.add_subcommand("check", "Check plans without running them");
+        CLI::Option* checked = check->add_option("PLAN", _words);
+        CLI::Option* faults = addFaults(check);
+        check->callback([this, checked, faults] {
+            if (checked->count() + faults->count() == 0) {
+                throw CLI::RequiredError("PLAN");
+            }
+            _action = [this] { return checkPlans(_words, _run.faults, _options.json); };
+        });
+    }
+
+    CLI::Option* addFaults(CLI::App* command) {
+        return command->add_option("--faults", _run.faults, "File of faults that the run is to meet")
+            ->type_name("FILE")
+            ->check(notEmpty());
+    }
+
+    void addHistory() {
+        CLI::App* history = _app.add_subcommand("history", "List the runs of plans, or look at one");
+        history->add_option("--report", _history.report, "Folder of the reports")->type_name("DIR");
+        history->add_option("--plan", _history.plan, "Only runs of plans with this in their names")->type_name("NAME");
+        history
+            ->add_option("--verdict", _history.verdict,
+                         "Only those that are passed, marginal, failed, error or interrupted")
+            ->type_name("VERDICT")
+            ->check(planVerdict());
+        history->add_option("--since", _history.since, "Only those that began then or later: 2026-02-14, 2026-02-14T10")
+            ->type_name("TIME");
+        addHistoryAction(history, listHistory);
+        CLI::App* show = history->add_subcommand("show", "Show the steps of a run");
+        show->add_option("RUN", _history.runs, "Its number, or last")->required()->expected(1);
+        addHistoryAction(show, showHistory);
+        CLI::App* compare = history->add_subcommand("compare", "Show what differs between two runs");
+        compare->add_option("RUN", _history.runs, "Their numbers, or last")->required()->expected(2);
+        addHistoryAction(compare, compareHistory);
+        history->require_subcommand(0, 1);
+    }
+
+    void addHistoryAction(CLI::App* command, int (*action)(const HistoryOptions&)) {
+        command->callback([this, command, action] {
+            // A command's own comes first, and then the one that it belongs to.
+            if (command->get_subcommands().empty()) {
+                _action = [this, action] {
+                    _history.json = _options.json;
+                    return action(_history);
+                };
+            }
+        });
+    }
+
+    void addClean() {
+        CLI::App* command =
+            _app.add_subcommand("clean", "Remove what runs have left: temporary sets, forgotten reports");
+        command->add_option("--report", _clean.report, "Folder of the reports")->type_name("DIR");
+        command->add_flag("--dry-run", _clean.dryRun, "Only list what would be removed");
+        command->add_flag("--all", _clean.all, "Also the newest sets, and runs that could be resumed");
+        command->callback([this] { _action = [this] { return clean(_options, _clean); }; });
+    }
+
+    // What shells and the folder of documents take from here.
+    void addTexts() {
+        _app.add_subcommand("reference", "Print the reference of all operations, as Markdown")->callback([this] {
+            _action = [] { return print(reference()); };
+        });
+        CLI::App* script = _app.add_subcommand("completion", "Print what makes bash or zsh complete the words of fapi");
+        script->add_option("SHELL", _word, "bash or zsh")->required();
+        script->callback([this] { _action = [this] { return print(completionScript(_word)); }; });
+        // For those scripts, and not offered.
+        CLI::App* complete = _app.add_subcommand("complete", "Print what the end of a command line can become");
+        complete->group("");
+        complete->add_option("LINE", _word)->required();
+        complete->callback([this] {
+            _action = [this] {
+                for (const std::string& text : commandCompletions(_app, _word)) {
+                    printLine(text);
+                }
+                return kExitGood;
+            };
+        });
+    }
+
+    static int print(const std::string& text) {
+        std::fputs(text.c_str(), dataOutput());
+        return kExitGood;
+    }
+
+    CLI::App _app{"Bench tool of the factory API: calls its operations on a virtual set.", "fapi"};
+    char** const _arguments;
+    GlobalOptions _options;
+    std::function<int()> _action;
+    std::string _word;
+    Words _words;
+    bool _noInit = false;
+    ShellOptions _shell;
+    std::string _output;
+    PartitionOptions _partition;
+    WatchOptions _watch;
+    ScreenOptions _screen;
+    RunOptions _run;
+    HistoryOptions _history;
+    CleanOptions _clean;
+};
+
+// Known also when the command line is wrong.
+bool wantsJson(int argc, char** argv) {
+    const auto isEnd = [](const char* word) { return std::string_view(word) == "--"; };
+    const auto isJson = [](const char* word) { return std::string_view(word) == "--json"; };
+    return std::any_of(argv, std::find_if(argv, argv + argc, isEnd), isJson);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // A reader that goes away is an error of the write that meets it, and no reason to stop in the middle of a plan.
+    std::signal(SIGPIPE, SIG_IGN);
+    separateOutputs();
+    // A limit to the size of files is the error of a write, as a full disk is.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const bool json = wantsJson(argc, argv);
+    try {
+        int code = CommandLine(argv).run(argc, argv);
+        // They have been told where they came up.
+        if (!vset::takeHostTroubles().empty() && code != kExitInterrupted) {
+            code = kExitSet;
+        }
+        if (isOutputWritten()) {
+            return code;
+        }
+        if (!isReaderGone()) {
+            printMessage("standard output cannot be written");
+        }
+        return code == kExitGood ? kExitFailed : code;
+    } catch (const UsageError& error) {
+        printError(error.what(), json);
+        return kExitUsage;
+    } catch (const std::exception& error) {
+        printError(error.what(), json);
+        return kExitSet;
+    }
+}

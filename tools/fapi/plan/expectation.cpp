@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+// Expectations: how they are read, and how they judge what a line answered.
+#include <algorithm>
+#include <array>
+
+#include "actions/middleware_words.h"
+#include "plan/plan.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::array<const char*, 7> kVerdicts = {"passed", "marginal",    "failed", "error",
+                                                  "died",   "interrupted", "not run"};
+
+Condition parseOutputCondition(const Words& words) {
+    if (words.size() < 2) {
+        throw UsageError("expected: expect OUTPUT [is|is-not|contains|starts-with|matches|in] VALUE", words.size());
+    }
+    Condition condition;
+    condition.subject = words[0];
+    const std::size_t used = readCondition(words, 1, condition);
+    if (words.size() > used) {
+        throw UsageError(display(words[used], 40) + " is one word too many", used);
+    }
+    return condition;
+}
+
+// The words behind "expect".
+decltype(Expectation::what) parseWhat(const Words& words) {
+    if (!words.empty() && (words[0] == "event" || words[0] == "no")) {
+        return parseEventCondition(words);
+    }
+    if (beginsCallsCondition(words)) {
+        return parseCallsCondition(words);
+    }
+    return parseOutputCondition(words);
+}
+
+}  // namespace
+
+bool Expectation::isAboutStatus() const {
+    const auto* condition = std::get_if<Condition>(&what);
+    return condition != nullptr && condition->subject == "status";
+}
+
+bool Expectation::isAboutChip() const {
+    const auto* condition = std::get_if<Condition>(&what);
+    return condition != nullptr ? condition->subject == kRefusals : std::holds_alternative<CallsCondition>(what);
+}
+
+Expectation parseExpectation(const Words& words) {
+    Expectation expectation;
+    try {
+        expectation.what = parseWhat({words.begin() + 1, words.end()});
+    } catch (const UsageError& error) {
+        throw error.behind(1, error.what());
+    }
+    for (const std::string& word : words) {
+        expectation.text += (expectation.text.empty() ? "" : " ") + quoteWord(word);
+    }
+    return expectation;
+}
+
+const char* verdictName(Verdict verdict) {
+    return kVerdicts[static_cast<std::size_t>(verdict)];
+}
+
+const char* verdictWord(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::passed:
+            return "PASS";
+        case Verdict::marginal:
+            return "MARGINAL";
+        case Verdict::interrupted:
+            return "INTERRUPTED";
+        case Verdict::error:
+            return "ERROR";
+        default:
+            return "FAIL";
+    }
+}
+
+bool isBad(Verdict verdict) {
+    return verdict != Verdict::passed && verdict != Verdict::marginal;
+}
+
+Judgement judge(const Condition& condition, const Command& command, const Outcome& outcome,
+                const Variables& variables) {
+    if (condition.compare == Compare::good || condition.compare == Compare::failed) {
+        return outcome.good == (condition.compare == Compare::good)
+                   ? Judgement{}
+                   : Judgement{Verdict::failed, "status is " + std::to_string(outcome.status) + " (" +
+                                                    command.word(outcome) + "), expected " + condition.expected +
+                                                    reasonOf(outcome)};
+    }
+    const Value status(outcome.status);
+    const Value* value = condition.subject == "status" ? &status : outcome.find(condition.subject);
+    if (value == nullptr) {
+        return {Verdict::failed, "no " + condition.subject + ", status is " + std::to_string(outcome.status) + " (" +
+                                     command.word(outcome) + ")" + reasonOf(outcome)};
+    }
+    return judge(condition, *value, variables);
+}
+
+}  // namespace tool

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a run keeps beside its report until it has ended, so that it can be resumed when it never does: a file of JSON
+// lines, the first for the run and one more for each step that has ended.
+#ifndef FAPI_BENCH_RECORD_UNFINISHED_RUN_H
+#define FAPI_BENCH_RECORD_UNFINISHED_RUN_H
+
+#include <memory>
+
+#include "base/durable_file.h"
+#include "report/report.h"
+
+namespace tool {
+
+class UnfinishedRun {
+public:
+    // Of a run that begins on the set in `setFolder`. There is no file before begin().
+    UnfinishedRun(const Plan& plan, const std::string& stem, const std::string& setFolder, bool fresh);
+
+    // The newest one of the plan in the report folder, on that set; of any when `setFolder` is empty. Throws UsageError
+    // when there is none that can be gone on with.
+    static std::unique_ptr<UnfinishedRun> find(const std::string& folder, const Plan& plan,
+                                               const std::string& setFolder);
+
+    // The one in the file; null when that is damaged.
+    static std::unique_ptr<UnfinishedRun> read(const std::string& file);
+    // The files of the folder, newest first.
+    static std::vector<std::string> filesIn(const std::string& folder);
+
+    // The one of the run whose report has these names.
+    static std::string fileOf(const std::string& stem);
+
+    // From then on nobody else goes on with it. False when somebody does, or is still at it.
+    bool lock() const;
+    // Whether nobody can go on with it any more.
+    bool isLost() const;
+    // Removes the file, and what of its report there was, unless that was written for good. Locked before.
+    void remove() const;
+    // What that removes.
+    std::vector<std::string> files() const;
+
+    const std::string& stem() const { return _stem; }
+    const std::string& setFolder() const { return _setFolder; }
+    bool isFresh() const { return _fresh; }
+
+    // Where it goes on, and what there was until then; steps that have not ended have no result.
+    const Position& position() const { return _position; }
+    const Variables& variables() const { return _variables; }
+    const std::map<std::size_t, StepResult>& steps() const { return _steps; }
+
+    // Something is called from now on. What else was unfinished on the same set is not any more. Trouble with the file
+    // is told on standard error, and the run goes on without it.
+    void begin();
+    // `position` is where the step has ended, `kept` what has been kept since the one before it.
+    void endStep(const Position& position, const StepResult& result, const Variables& kept);
+    // The run has ended: nothing is left to resume.
+    void finish();
+
+private:
+    explicit UnfinishedRun(const std::string& file);
+
+    Json header() const;
+    void readHeader(const Json& json);
+    void readStep(const Json& json);
+    void write(const Json& json);
+    void giveUp(const char* why);
+    void check(const Plan& plan) const;
+    void dropOthers() const;
+    std::string file() const;
+
+    std::string _stem;
+    std::unique_ptr<OpenFile> _open;  // locked; null without a file
+    std::size_t _validBytes = 0;      // of the file that was read
+    bool _begun = false;
+
+    std::string _plan;  // the file, as an absolute path
+    std::string _hash;
+    std::string _faultsHash;
+    std::string _setFolder;
+    bool _fresh = false;
+
+    Position _position;
+    Variables _variables;
+    std::map<std::size_t, StepResult> _steps;
+};
+
+}  // namespace tool
+
+#endif

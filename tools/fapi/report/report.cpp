@@ -1,0 +1,371 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reports as files.
+#include "report/report.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <pugixml.hpp>
+
+#include "base/durable_file.h"
+#include "protocol/characters.h"
+#include "report/page.h"
+#include "report/text.h"
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kJson[] = ".json";
+
+std::string secondsText(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.6f", seconds);
+    return text;
+}
+
+std::string hostName() {
+    char name[256] = {};
+    return gethostname(name, sizeof(name) - 1) == 0 ? name : "";
+}
+
+class JUnitReport : public Report {
+public:
+    const char* extension() const override { return ".xml"; }
+
+    std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
+        pugi::xml_document document;
+        document.append_child(pugi::node_declaration).append_attribute("version") = "1.0";
+        pugi::xml_node suite = document.append_child("testsuites").append_child("testsuite");
+        attribute(suite, "name", result.plan->name);
+        attribute(suite, "file", result.plan->file);
+        attribute(suite, "hostname", hostName());
+        attribute(suite, "timestamp", isoTime(result.start));
+        suite.append_attribute("tests") = result.steps.size();
+        suite.append_attribute("failures") = result.count(Verdict::failed);
+        suite.append_attribute("errors") =
+            result.count(Verdict::error) + result.count(Verdict::died) + result.count(Verdict::interrupted);
+        suite.append_attribute("skipped") = result.count(Verdict::notRun);
+        suite.append_attribute("time") = secondsText(result.seconds).c_str();
+        addProperty(suite, "verdict", verdictName(result.verdict()));
+        for (std::size_t i = 0; i < result.steps.size(); ++i) {
+            addStep(suite, *result.plan, result.plan->steps[i], result.steps[i]);
+        }
+        std::ostringstream stream;
+        document.save(stream, "  ");
+        return stream.str();
+    }
+
+private:
+    static void addStep(pugi::xml_node suite, const Plan& plan, const Step& step, const StepResult& result) {
+        pugi::xml_node test = suite.append_child("testcase");
+        attribute(test, "classname", plan.name);
+        attribute(test, "name", step.name);
+        attribute(test, "file", plan.file);
+        test.append_attribute("line") = step.line;
+        test.append_attribute("time") = secondsText(result.seconds()).c_str();
+        if (result.verdict() == Verdict::marginal) {
+            addProperty(test, "marginal", result.text());
+        }
+        if (result.attempts.size() > 1) {
+            addProperty(test, "attempts", std::to_string(result.attempts.size()));
+        }
+        for (const Json& refusal : result.refusals()) {
+            addProperty(test, "refused", refusal["text"].get<std::string>());
+        }
+        for (const Json& picture : result.kept("picture")) {
+            addProperty(test, "picture", picture["file"].get<std::string>());
+        }
+        if (result.verdict() == Verdict::notRun) {
+            test.append_child("skipped");
+        } else if (isBad(result.verdict())) {
+            addFailure(test, result);
+        }
+    }
+
+    static void addFailure(pugi::xml_node test, const StepResult& result) {
+        pugi::xml_node failure = test.append_child(result.verdict() == Verdict::failed ? "failure" : "error");
+        attribute(failure, "type", verdictName(result.verdict()));
+        attribute(failure, "message", result.text());
+        std::string texts, log;
+        for (const Attempt& attempt : result.attempts) {
+            texts += attempt.judgement.text + "\n";
+            log += attempt.log;
+        }
+        text(failure, texts);
+        if (!log.empty()) {
+            text(test.append_child("system-out"), log);
+        }
+    }
+
+    static void addProperty(pugi::xml_node node, const char* name, const std::string& value) {
+        pugi::xml_node before = node.child("properties");
+        pugi::xml_node property = (before ? before : node.prepend_child("properties")).append_child("property");
+        property.append_attribute("name") = name;
+        attribute(property, "value", value);
+    }
+
+    static void attribute(pugi::xml_node node, const char* name, const std::string& value) {
+        node.append_attribute(name) = xmlText(beginningOf(value, kAttributeBytes)).c_str();
+    }
+    static void text(pugi::xml_node node, const std::string& value) {
+        node.append_child(pugi::node_pcdata).set_value(xmlText(beginningOf(value, kKeptBytes)).c_str());
+    }
+
+    // Servers show attributes on one line.
+    static constexpr std::size_t kAttributeBytes = 1000;
+};
+
+class JsonReport : public Report {
+public:
+    const char* extension() const override { return kJson; }
+
+    std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
+        Json json = {{"plan", result.plan->name},
+                     {"file", result.plan->file},
+                     {"start", isoTime(result.start)},
+                     {"seconds", result.seconds},
+                     {"set", result.setFolder},
+                     {"good", result.isGood()},
+                     {"verdict", verdictName(result.verdict())},
+                     {"resumed", result.resumed},
+                     {"notes", result.notes()},
+                     {"faults", Json::array()},
+                     {"steps", Json::array()}};
+        for (const PlanFault& fault : result.plan->faults) {
+            json["faults"].push_back(fault.text());
+        }
+        for (std::size_t i = 0; i < result.steps.size(); ++i) {
+            json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
+        }
+        return jsonText(json, 2) + '\n';
+    }
+
+private:
+    static Json stepJson(const Step& step, const StepResult& result) {
+        Json json = {{"name", beginningOf(step.name, kKeptBytes)},
+                     {"line", step.line},
+                     {"teardown", step.teardown},
+                     {"verdict", verdictName(result.verdict())},
+                     {"text", result.text()},
+                     {"seconds", result.seconds()},
+                     {"pictures", result.kept("picture")},
+                     {"data", result.kept("data")},
+                     {"refusals", result.refusals()},
+                     {"attempts", Json::array()}};
+        for (const Attempt& attempt : result.attempts) {
+            json["attempts"].push_back({{"verdict", verdictName(attempt.judgement.verdict)},
+                                        {"text", attempt.judgement.text},
+                                        {"seconds", attempt.seconds},
+                                        {"commands", attempt.commands}});
+            if (!attempt.log.empty()) {
+                json["attempts"].back()["log"] = attempt.log;
+            }
+        }
+        return json;
+    }
+};
+
+bool isTaken(const std::string& stem) {
+    const std::vector<std::unique_ptr<Report>> kinds = reports();
+    return std::any_of(kinds.begin(), kinds.end(), [&](const std::unique_ptr<Report>& report) {
+        std::error_code error;
+        return fs::exists(stem + report->extension(), error);
+    });
+}
+
+// A descriptor that has the file locked, or -1 when it is gone already. With O_EXCL also when it is there.
+int lockFile(const std::string& file, int flags) {
+    const int descriptor = open(file.c_str(), flags | O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor < 0) {
+        return errno == EEXIST ? -1 : throw writeError(file, errno);
+    }
+    struct stat status = {};
+    flock(descriptor, LOCK_EX);
+    if (fstat(descriptor, &status) == 0 && status.st_nlink != 0) {
+        return descriptor;
+    }
+    close(descriptor);
+    return -1;
+}
+
+// What the commands of all attempts have there.
+std::vector<Json> allOf(const PlanResult& result, const char* what) {
+    std::vector<Json> found;
+    for (const StepResult& step : result.steps) {
+        for (const Attempt& attempt : step.attempts) {
+            for (const Json& command : attempt.commands) {
+                if (command.contains(what)) {
+                    found.push_back(command[what]);
+                }
+            }
+        }
+    }
+    return found;
+}
+
+}  // namespace
+
+double StepResult::seconds() const {
+    if (attempts.empty()) {
+        return 0;
+    }
+    const Attempt& last = attempts.back();
+    return std::chrono::duration<double>(last.start - attempts.front().start).count() + last.seconds;
+}
+
+Json StepResult::kept(const char* what) const {
+    Json all = Json::array();
+    if (attempts.empty()) {
+        return all;
+    }
+    for (const Json& command : attempts.back().commands) {
+        if (command.contains(what)) {
+            all.push_back(command[what]);
+        }
+    }
+    return all;
+}
+
+Json StepResult::refusals() const {
+    Json all = Json::array();
+    for (const Json& refusals : kept("refusals")) {
+        all.insert(all.end(), refusals.begin(), refusals.end());
+    }
+    return all;
+}
+
+std::size_t PlanResult::count(Verdict verdict) const {
+    return static_cast<std::size_t>(
+        std::count_if(steps.begin(), steps.end(), [&](const StepResult& step) { return step.verdict() == verdict; }));
+}
+
+Verdict PlanResult::verdict() const {
+    if (cutShort || count(Verdict::interrupted) != 0) {
+        return Verdict::interrupted;
+    }
+    if (count(Verdict::error) != 0) {
+        return Verdict::error;
+    }
+    if (!isGood()) {
+        return Verdict::failed;
+    }
+    return count(Verdict::marginal) != 0 ? Verdict::marginal : Verdict::passed;
+}
+
+bool PlanResult::isGood() const {
+    return count(Verdict::passed) + count(Verdict::marginal) == steps.size();
+}
+
+RunCounts::RunCounts(const PlanResult& result)
+    : passed(result.count(Verdict::passed)),
+      marginal(result.count(Verdict::marginal)),
+      failed(result.count(Verdict::failed) + result.count(Verdict::died)),
+      errors(result.count(Verdict::error)),
+      interrupted(result.count(Verdict::interrupted)),
+      notRun(result.count(Verdict::notRun)) {}
+
+std::vector<std::string> PlanResult::notes() const {
+    const std::vector<Json> notes = allOf(*this, "note");
+    return {notes.begin(), notes.end()};
+}
+
+std::vector<std::string> PlanResult::pictures() const {
+    std::vector<std::string> files;
+    for (const Json& picture : allOf(*this, "picture")) {
+        files.push_back(picture["file"].get<std::string>());
+    }
+    std::sort(files.begin(), files.end());
+    files.erase(std::unique(files.begin(), files.end()), files.end());
+    return files;
+}
+
+std::vector<std::unique_ptr<Report>> reports() {
+    std::vector<std::unique_ptr<Report>> all;
+    all.push_back(std::make_unique<JUnitReport>());
+    all.push_back(std::make_unique<JsonReport>());
+    all.push_back(htmlReport());
+    return all;
+}
+
+std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures) {
+    const vset::HostPaths hostPaths;
+    std::vector<std::string> files;
+    for (const std::unique_ptr<Report>& report : reports()) {
+        files.push_back(stem + report->extension());
+    }
+    const fs::path path(stem);
+    for (const std::string& picture : pictures) {
+        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos &&
+            fs::path(picture).extension() == ".png") {
+            files.push_back((path.parent_path() / picture).string());
+        }
+    }
+    const auto isMissing = [](const std::string& file) {
+        std::error_code error;
+        return !fs::is_regular_file(fs::symlink_status(file, error));
+    };
+    files.erase(std::remove_if(files.begin(), files.end(), isMissing), files.end());
+    return files;
+}
+
+void prepareReportFolder(const std::string& folder) {
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error || !fs::is_directory(folder, error) || access(folder.c_str(), W_OK | X_OK) != 0) {
+        throw vset::SetError(folder + ": reports cannot be written there");
+    }
+}
+
+ReportFiles::ReportFiles(const Plan& plan, const std::string& folder) {
+    const vset::HostPaths hostPaths;
+    const std::string first = (fs::path(folder) / fs::path(plan.file).stem()).string() +
+                              timeText(std::chrono::system_clock::now(), "-%Y%m%d-%H%M%S");
+    _stem = first;
+    for (int number = 2; isTaken(_stem) || (_lock = lockFile(_stem + kJson, O_EXCL)) < 0; ++number) {
+        _stem = first + "-" + std::to_string(number);
+    }
+}
+
+ReportFiles::ReportFiles(const std::string& stem) : _stem(stem), _written(true) {
+    const vset::HostPaths hostPaths;
+    while ((_lock = lockFile(_stem + kJson, 0)) < 0) {
+    }
+}
+
+ReportFiles::~ReportFiles() {
+    const vset::HostPaths hostPaths;
+    if (!_written) {
+        unlink((_stem + kJson).c_str());
+    }
+    close(_lock);
+}
+
+std::vector<std::string> ReportFiles::write(const PlanResult& result, std::vector<std::string>& problems) {
+    const std::string folder = fs::path(_stem).parent_path().string();
+    std::vector<std::string> files;
+    for (const std::unique_ptr<Report>& report : reports()) {
+        const std::string file = _stem + report->extension();
+        try {
+            writeFile(file, report->text(result, folder));
+            files.push_back(file);
+        } catch (const FileError& error) {
+            problems.emplace_back(error.what());
+        }
+    }
+    _written = true;
+    return files;
+}
+
+}  // namespace tool

@@ -1,0 +1,384 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi run` and `fapi check`: from files to exit codes.
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "base/terminal.h"
+#include "plan/files.h"
+#include "record/history.h"
+#include "record/statistics.h"
+#include "report/report.h"
+#include "report/verdict_banner.h"
+#include "run/run.h"
+#include "target/fresh_set.h"
+#include "target/output.h"
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// "FILE:LINE:COLUMN: what is wrong" on standard error, as far as that is known; an object for programs, too.
+void complain(bool json, const std::string& file, const std::string& text, unsigned int line = 0,
+              std::size_t column = 0, bool warning = false) {
+    Json told = {{"file", file}, {warning ? "warning" : "problem", text}};
+    std::string place = file;
+    if (line != 0) {
+        told["line"] = line;
+        place += ':' + std::to_string(line);
+    }
+    if (column != 0) {
+        told["column"] = column;
+        place += ':' + std::to_string(column);
+    }
+    std::fprintf(stderr, "%s: %s%s\n", printable(place).c_str(), warning ? "warning: " : "", printable(text).c_str());
+    if (json) {
+        printLine(jsonLine(told));
+    }
+}
+
+// False, and a message, when it cannot be read.
+bool readText(bool json, const std::string& file, std::string& text) {
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    std::ifstream stream;
+    if (fs::is_regular_file(file, error)) {
+        stream.open(file, std::ios::binary);
+    }
+    if (!stream.is_open()) {
+        complain(json, file, "cannot be read");
+        return false;
+    }
+    text.assign(std::istreambuf_iterator<char>(stream), {});
+    return true;
+}
+
+// Tells a changed file from the one it was (FNV-1a), not a forged one.
+std::string hashOf(const std::string& text) {
+    std::uint64_t hash = 0xCBF29CE484222325u;
+    for (const char c : text) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
+    }
+    char word[17];
+    std::snprintf(word, sizeof(word), "%016llx", static_cast<unsigned long long>(hash));
+    return word;
+}
+
+// All plans, or none when one of them has a problem; those are printed.
+bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Plan>& plans) {
+    bool good = true;
+    const vset::HostPaths hostPaths;
+    for (const std::string& word : files) {
+        const std::optional<std::string> found = planFile(word);
+        if (!found) {
+            complain(json, word, unknownPlan(word));
+            good = false;
+            continue;
+        }
+        const std::string& file = *found;
+        std::string text;
+        if (!readText(json, file, text)) {
+            good = false;
+            continue;
+        }
+        std::vector<Problem> problems;
+        plans.push_back(parsePlan(text, problems));
+        plans.back().file = file;
+        plans.back().hash = hashOf(text);
+        for (const Problem& problem : problems) {
+            complain(json, file, problem.text, problem.line, problem.column);
+        }
+        for (const Problem& warning : plans.back().warnings) {
+            complain(json, file, warning.text, warning.line, warning.column, true);
+        }
+        good = good && problems.empty();
+    }
+    return good;
+}
+
+bool hasStep(const Plan& plan, const std::string& name) {
+    return std::any_of(plan.steps.begin(), plan.steps.end(), [&](const Step& step) { return step.name == name; });
+}
+
+// Gives each plan the faults that it can meet. False, and the problems are told, when there are some; steps
+// are looked for when there are plans.
+bool readFaults(bool json, const std::string& file, std::vector<Plan>& plans) {
+    std::string text;
+    if (file.empty()) {
+        return true;
+    }
+    if (!readText(json, file, text)) {
+        return false;
+    }
+    std::vector<Problem> problems;
+    for (const PlanFault& fault : parseFaults(text, problems)) {
+        bool known = plans.empty() || fault.step.empty();
+        for (Plan& plan : plans) {
+            if (fault.step.empty() || hasStep(plan, fault.step)) {
+                plan.faults.push_back(fault);
+                known = true;
+            }
+        }
+        if (!known) {
+            problems.push_back({fault.line, fault.stepColumn, "no plan has a step " + display(fault.step, 60)});
+        }
+    }
+    std::stable_sort(problems.begin(), problems.end(),
+                     [](const Problem& left, const Problem& right) { return left.line < right.line; });
+    for (const Problem& problem : problems) {
+        complain(json, file, problem.text, problem.line, problem.column);
+    }
+    for (Plan& plan : plans) {
+        plan.faultsHash = hashOf(text);
+    }
+    return problems.empty();
+}
+
+bool readPlansAndFaults(bool json, const std::vector<std::string>& files, const std::string& faults,
+                        std::vector<Plan>& plans) {
+    if (readPlans(json, files, plans)) {
+        return readFaults(json, faults, plans);
+    }
+    // The steps of a plan with problems are not known.
+    std::vector<Plan> none;
+    static_cast<void>(readFaults(json, faults, none));
+    return false;
+}
+
+Json toJson(const Plan& plan) {
+    Json json = {{"file", plan.file}, {"plan", plan.name}};
+    json["faults"] = Json::array();
+    for (const PlanFault& fault : plan.faults) {
+        json["faults"].push_back(fault.text());
+    }
+    json["steps"] = Json::array();
+    for (const Step& step : plan.steps) {
+        Json told = {{"step", step.name}, {"teardown", step.teardown}, {"retry", step.retry}};
+        told["lines"] = Json::array();
+        for (const PlanLine& line : step.lines) {
+            told["lines"].push_back(line.text());
+            for (const Expectation& expectation : line.expectations) {
+                told["lines"].push_back(expectation.text);
+            }
+        }
+        json["steps"].push_back(std::move(told));
+    }
+    return json;
+}
+
+void printDryRun(const Plan& plan, bool json) {
+    if (json) {
+        printLine(jsonLine(toJson(plan)));
+        return;
+    }
+    printLine(printable(plan.name));
+    for (const PlanFault& fault : plan.faults) {
+        printLine("  fault: " + printable(fault.text()));
+    }
+    for (const Step& step : plan.steps) {
+        std::string line = "  " + std::string(step.teardown ? "teardown: " : "") + printable(step.name);
+        if (step.retry != 0) {
+            line += " (up to " + std::to_string(step.retry + 1) + " attempts, " + std::to_string(step.every.count()) +
+                    " ms apart)";
+        }
+        printLine(line);
+        for (const PlanLine& planLine : step.lines) {
+            printLine("    " + printable(planLine.text()));
+            for (const Expectation& expectation : planLine.expectations) {
+                printLine("        " + printable(expectation.text));
+            }
+        }
+    }
+}
+
+int exitCode(const PlanResult& result, const Interrupts& interrupts) {
+    return interrupts.count() != 0             ? kExitInterrupted
+           : result.count(Verdict::error) != 0 ? kExitSet
+           : result.isGood()                   ? kExitGood
+                                               : kExitFailed;
+}
+
+// Runs of plans, in the order of the command line.
+class PlanRuns {
+public:
+    PlanRuns(const RunOptions& options, const std::vector<Plan>& plans)
+        : _options(options), _plans(plans), _folder(options.report.empty() ? kReportFolder : options.report) {
+        for (const Plan& plan : plans) {
+            _statistics.emplace_back(plan);
+        }
+    }
+
+    int resume() {
+        std::unique_ptr<UnfinishedRun> unfinished =
+            UnfinishedRun::find(_folder, _plans.front(), _options.session.folder);
+        prepareReportFolder(_folder);
+        SessionOptions session = _options.session;
+        session.folder = unfinished->setFolder();
+        std::optional<FreshSet> fresh;
+        if (unfinished->isFresh()) {
+            fresh.emplace(session.folder);
+        }
+        ReportFiles report(unfinished->stem());
+        return run(0, session, fresh, &report, unfinished.get());
+    }
+
+    // Each plan so many times; 0: until Ctrl-C.
+    int repeat(std::size_t times) {
+        if (!_options.noReport) {
+            prepareReportFolder(_folder);
+        }
+        int worst = kExitGood;
+        for (std::size_t round = 1; (times == 0 || round <= times) && goesOn(worst, times == 0); ++round) {
+            if (times != 1 && !_options.json) {
+                printLine("run " + std::to_string(round) + (times == 0 ? "" : " of " + std::to_string(times)));
+            }
+            for (std::size_t i = 0; i < _plans.size() && goesOn(worst, times == 0); ++i) {
+                worst = std::max(worst, runNew(i));
+            }
+        }
+        for (const RunStatistics& statistics : _statistics) {
+            if (times != 1) {
+                statistics.print(_options.json);
+            }
+        }
+        if (times != 1 || _plans.size() != 1) {
+            tellWorst();
+        }
+        return worst;
+    }
+
+private:
+    // What was to go on for ever is not to do so unseen.
+    bool goesOn(int worst, bool forEver) const {
+        return worst < kExitSet && (worst == kExitGood || !_options.untilFailure) && (!forEver || isOutputWritten());
+    }
+
+    // Behind several runs.
+    void tellWorst() const {
+        if (_options.json) {
+            printLine(jsonLine({{"verdict", verdictName(_worst)}}));
+        } else {
+            printVerdict(_worst);
+        }
+    }
+
+    int runNew(std::size_t index) {
+        const Plan& plan = _plans[index];
+        SessionOptions session = _options.session;
+        std::optional<FreshSet> fresh;
+        if (_options.fresh) {
+            session.folder = fresh.emplace().folder();
+        }
+        if (_options.noReport) {
+            return run(index, session, fresh, nullptr, nullptr);
+        }
+        ReportFiles report(plan, _folder);
+        UnfinishedRun unfinished(plan, report.stem(), setFolder(session), _options.fresh);
+        return run(index, session, fresh, &report, &unfinished);
+    }
+
+    int run(std::size_t index, const SessionOptions& session, std::optional<FreshSet>& fresh, ReportFiles* report,
+            UnfinishedRun* unfinished) {
+        const Plan& plan = _plans[index];
+        Progress progress(plan, _options.json);
+        PlanRun run(plan, session, report != nullptr ? report->stem() : "", progress, _interrupts, unfinished);
+        if (_options.resume) {
+            run.resume();
+            progress.resume(unfinished->position().step);
+        }
+        run.run();
+        const PlanResult& result = run.result();
+        _statistics[index].add(result);
+        _worst = std::max(_worst, result.verdict());
+        progress.finish(result);
+        int code = exitCode(result, _interrupts);
+        std::vector<std::string> files;
+        if (report != nullptr && !writeReport(result, *report, files)) {
+            code = std::max<int>(code, kExitSet);
+        }
+        if (unfinished != nullptr && !result.cutShort) {
+            unfinished->finish();
+        }
+        if (fresh) {
+            fresh->keep(code != kExitGood);
+        }
+        progress.conclude(result, files);
+        return code;
+    }
+
+    // False, and messages on standard error, when not all of it could be stored. `files` are those that are there.
+    bool writeReport(const PlanResult& result, ReportFiles& report, std::vector<std::string>& files) const {
+        std::vector<std::string> problems = result.notes();
+        files = report.write(result, problems);
+        try {
+            RunHistory(_folder).add(historyEntry(result, report.stem()), _options.keep);
+        } catch (const std::runtime_error& error) {
+            problems.emplace_back(error.what());
+        }
+        for (const std::string& problem : problems) {
+            printMessage(problem);
+        }
+        return problems.empty();
+    }
+
+    const RunOptions& _options;
+    const std::vector<Plan>& _plans;
+    const std::string _folder;
+    Interrupts _interrupts;
+    std::vector<RunStatistics> _statistics;
+    Verdict _worst = Verdict::passed;
+};
+
+// 0 for "forever".
+std::size_t repeatTimes(const RunOptions& options) {
+    constexpr long long kMost = 1000000;
+    long long times = 1;
+    if (options.repeat == "forever") {
+        return 0;
+    }
+    if (!options.repeat.empty() && (!parseNumber(options.repeat, times) || times < 1 || times > kMost)) {
+        throw UsageError("--repeat is " + display(options.repeat, 40) + ", expected a number from 1 to " +
+                         std::to_string(kMost) + ", or forever");
+    }
+    return static_cast<std::size_t>(times);
+}
+
+}  // namespace
+
+int checkPlans(const std::vector<std::string>& files, const std::string& faults, bool json) {
+    std::vector<Plan> plans;
+    if (!readPlansAndFaults(json, files, faults, plans)) {
+        return kExitUsage;
+    }
+    for (const Plan& plan : plans) {
+        if (json) {
+            printLine(jsonLine({{"file", plan.file}, {"plan", plan.name}, {"steps", plan.steps.size()}}));
+        }
+    }
+    return kExitGood;
+}
+
+int runPlans(const RunOptions& options) {
+    const std::size_t times = repeatTimes(options);
+    std::vector<Plan> plans;
+    if (!readPlansAndFaults(options.json, options.files, options.faults, plans)) {
+        return kExitUsage;
+    }
+    if (options.dryRun) {
+        for (const Plan& plan : plans) {
+            printDryRun(plan, options.json);
+        }
+        return kExitGood;
+    }
+    if (options.resume && plans.size() != 1) {
+        throw UsageError("--resume takes one plan");
+    }
+    PlanRuns runs(options, plans);
+    return options.resume ? runs.resume() : runs.repeat(times);
+}
+
+}  // namespace tool

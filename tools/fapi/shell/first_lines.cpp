@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+// Lines of the shell that a command of the command line runs first.
+#include "shell/first_lines.h"
+
+#include "target/output.h"
+#include "target/surprises.h"
+
+namespace tool {
+
+std::vector<Command> parseFirstLines(const std::vector<std::string>& lines, const char* does) {
+    std::vector<Command> commands;
+    for (const std::string& line : lines) {
+        commands.push_back(Command::parse(splitWords(line)));
+        if (commands.back().endsProcess()) {
+            throw UsageError("--do: " + commands.back().text() + " ends the process that " + does);
+        }
+    }
+    return commands;
+}
+
+bool runFirstLines(const GlobalOptions& options, const std::vector<Command>& commands) {
+    Surprises surprises;
+    for (const Command& command : commands) {
+        if (!confirm(options, command)) {
+            return false;
+        }
+        if (command.operation() != nullptr) {
+            bringUpFor(command.operation());
+        }
+        printWarning(surprises.next(command));
+        const Outcome outcome = command.run();
+        std::fprintf(stderr, "%s\n", displayOutcome(command, outcome).c_str());
+    }
+    return true;
+}
+
+}  // namespace tool

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+// Warnings of what looks like something else.
+#include "target/surprises.h"
+
+namespace tool {
+
+std::string Surprises::next(const Command& command) {
+    if (command.endsProcess()) {
+        _first.clear();
+    }
+    const Operation* operation = command.operation();
+    if (operation == nullptr || operation->surprise == nullptr) {
+        return {};
+    }
+    const std::vector<Value>& first = _first.emplace(operation, command.arguments()).first->second;
+    const std::string warning = operation->surprise(command.arguments(), first);
+    return warning.empty() ? warning : operation->shortName() + ": " + warning;
+}
+
+}  // namespace tool

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi watch`: events as they come.
+#include "watch/watch.h"
+
+#include <algorithm>
+#include <csignal>
+#include <thread>
+
+#include "base/interrupts.h"
+#include "shell/first_lines.h"
+#include "target/event_log.h"
+#include "target/output.h"
+
+namespace tool {
+
+namespace {
+
+// Turns Ctrl-C into an interrupted wait. Must be made before other threads are: they inherit the blocked signals.
+class Interrupter {
+public:
+    Interrupter() {
+        pthread_sigmask(SIG_BLOCK, &_signals, nullptr);
+        std::thread([signals = _signals] {
+            int signal = 0;
+            sigwait(&signals, &signal);
+            eventLog().interrupt();
+        }).detach();
+    }
+
+private:
+    const sigset_t _signals = endingSignals();
+};
+
+template <class Item>
+bool isWanted(const std::vector<Item>& wanted, const Item& item) {
+    return wanted.empty() || std::find(wanted.begin(), wanted.end(), item) != wanted.end();
+}
+
+std::chrono::steady_clock::time_point deadlineAfter(double seconds) {
+    // A wait for ever is a long one: the clock's last moment overflows in the library's arithmetic.
+    constexpr double kForEver = 365.0 * 24 * 3600;
+    const double wait = seconds > 0 ? std::min(seconds, kForEver) : kForEver;
+    return std::chrono::steady_clock::now() +
+           std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(wait));
+}
+
+}  // namespace
+
+int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
+    const std::vector<std::string> known = eventModules();
+    for (const std::string& module : watchOptions.modules) {
+        if (!isWanted(known, module)) {
+            throw UsageError("--module: no such module: " + module);
+        }
+    }
+    const std::vector<Command> commands = parseFirstLines(watchOptions.lines, "watches");
+    openSession(options.session);
+    const Interrupter interrupter;
+    bringUpFor(nullptr);
+    listenToAllModules(true);
+    if (!runFirstLines(options, commands)) {
+        return kExitInterrupted;
+    }
+
+    unsigned int seen = 0;
+    Event event;
+    auto deadline = deadlineAfter(watchOptions.idle);
+    const auto isWaiting = [&] { return watchOptions.count == 0 || seen < watchOptions.count; };
+    // Nobody watches what cannot be printed.
+    while (isWaiting() && isOutputWritten() && eventLog().take(event, deadline)) {
+        if (isWanted(watchOptions.events, event.number) && isWanted<std::string>(watchOptions.modules, event.module)) {
+            printEvent(event, options.json);
+            deadline = deadlineAfter(watchOptions.idle);
+            ++seen;
+        }
+    }
+    listenToAllModules(false);
+    return seen < watchOptions.count ? kExitFailed : kExitGood;
+}
+
+}  // namespace tool
