@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+// How messages are lines of a byte stream.
+//
+// plain: a line is the object.
+// checked: "@LENGTH CRC32 OBJECT", the length in decimal, the CRC-32 (as of zlib and Ethernet) as eight hexadecimal digits, both of
+// the object's bytes, which are ASCII only. A line that does not check is reported, and everything that is no message is console text.
+// A carriage return at a line's end is dropped in both.
+#ifndef FAPI_PROTOCOL_FRAMING_H
+#define FAPI_PROTOCOL_FRAMING_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "protocol/field.h"
+
+namespace tool {
+
+enum class Framing { plain, checked };
+
+constexpr const char* kPlainName = "plain";
+constexpr const char* kCheckedName = "checked";
+
+// The longest object of a message.
+constexpr std::size_t kLongestMessage = 16u << 20;
+
+// Returns the line, with its newline.
+std::string frame(const Field& object, Framing framing);
+
+// What a line of the stream was.
+struct Line {
+    enum class Kind {
+        message,
+        console,   // text that is no message
+        damaged,   // a message that does not check; checked framing only
+        tooLong,   // given up after kLongestMessage; its text is the beginning
+        noMessage  // plain framing: neither an object of JSON nor text that begins otherwise than with '{'
+    };
+    Kind kind = Kind::console;
+    Field object;      // of a message
+    std::string text;  // of all others, without the line's end; at most 4096 bytes
+};
+
+// Cuts a byte stream into lines. Bytes may come in any pieces; memory is bounded by kLongestMessage.
+class LineReader {
+public:
+    explicit LineReader(Framing framing) : _framing(framing) {}
+
+    // From the next line on.
+    void use(Framing framing) { _framing = framing; }
+    Framing framing() const { return _framing; }
+
+    // Appends the lines that end in `bytes`. In checked framing a message may follow console text in the same line, when that has no
+    // newline of its own: what stands before '@' is then a line of console text.
+    void take(std::string_view bytes, std::vector<Line>& lines);
+    // Whether bytes of a line that has not ended are kept.
+    bool isInLine() const { return !_kept.empty() || _dropping; }
+
+private:
+    void endLine(std::vector<Line>& lines);
+
+    Framing _framing;
+    std::string _kept;
+    bool _dropping = false;  // the rest of a line that is too long
+};
+
+std::uint32_t crc32(std::string_view bytes);
+
+}  // namespace tool
+
+#endif
