@@ -83,7 +83,7 @@ void makeValid(Json& json) {
 
 std::string nameOf(const Command& command) {
     return command.operation() != nullptr ? command.operation()->shortName()
-                                          : std::string("set ") + command.hand()->name;
+                                          : std::string("set ") + command.action()->name;
 }
 
 // The lines as they stand, but nothing that a terminal would obey.
@@ -100,7 +100,7 @@ std::string displayDump(const Command& command, const Bytes& bytes) {
     std::string text = " " + std::to_string(bytes.size()) + " bytes" + hexDump(bytes, kDumpLines);
     const std::size_t shown = kDumpLines * kDumpWidth;
     if (bytes.size() > shown) {
-        const bool hasOutput = command.hand() == nullptr || !command.hand()->sessionOnly;
+        const bool hasOutput = command.action() == nullptr || !command.action()->sessionOnly;
         text += "\n... and " + std::to_string(bytes.size() - shown) + " more bytes; " +
                 (hasOutput ? "--output FILE takes them all" : "--json shows them all");
     }
@@ -145,8 +145,8 @@ Json toJson(const Value& value, std::size_t limit) {
 Json toJson(const Command& command, const Outcome& outcome, std::size_t limit) {
     Json json;
     json["command"] = beginningOf(command.text(), limit);
-    json[command.operation() != nullptr ? "operation" : "hand"] =
-        command.operation() != nullptr ? command.operation()->name : command.hand()->name;
+    json[command.operation() != nullptr ? "operation" : "action"] =
+        command.operation() != nullptr ? command.operation()->name : command.action()->name;
     json["status"] = outcome.status;
     json["word"] = command.word(outcome);
     json["good"] = outcome.good;
@@ -326,7 +326,7 @@ void printRefusals(const Outcome& outcome) {
 
 void checkOutput(const Command& command, const std::string& file) {
     const std::vector<Output>& outputs =
-        command.operation() != nullptr ? command.operation()->outputs : command.hand()->outputs;
+        command.operation() != nullptr ? command.operation()->outputs : command.action()->outputs;
     const auto isBytes = [](const Output& output) { return output.isBytes; };
     if (!file.empty() && std::none_of(outputs.begin(), outputs.end(), isBytes)) {
         throw UsageError("--output: " + nameOf(command) + " answers no bytes");
