@@ -170,8 +170,8 @@ struct Description {
     const Action* action(std::string_view name) const;
 };
 
-// Fields that the reader does not know are left out, and fields that are not there have their defaults; kinds and results that it
-// does not know become text and value. So an old bench reads a new agent's description and the reverse.
+// Fields that the reader does not know are left out, and fields that are not there have their defaults; kinds and
+// results that it does not know become text and value. So an old bench reads a new agent's description and the reverse.
 Field toField(const Description& description);
 // Throws MessageError.
 Description parseDescription(const Field& field);

@@ -3,7 +3,7 @@
 #ifndef FAPI_PROTOCOL_FIELD_H
 #define FAPI_PROTOCOL_FIELD_H
 
-#include <cstdint>
+#include <cstddef>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
@@ -25,7 +25,7 @@ public:
 // Null, a flag, a whole number of 64 bits, a fraction, a text, bytes, a list, or named fields in their order.
 //
 // As JSON, bytes are {"bytes": BASE64}. A text that comes from a set need not be UTF-8, so Field::ofSet() makes it
-// {"bytes": BASE64, "text": true}; reading one gives a text again.
+// {"bytes": BASE64, "text": true}; reading one gives such a text again. Two texts are equal however they are written.
 class Field {
 public:
     using List = std::vector<Field>;
@@ -81,9 +81,9 @@ public:
     long long numberOr(long long otherwise) const { return isNull() ? otherwise : number(); }
     std::string textOr(std::string_view otherwise) const { return isNull() ? std::string(otherwise) : text(); }
 
-    // Adds or replaces a field; makes an object of null.
+    // Adds or replaces a field; makes an object of null. Returns the field.
     Field& set(std::string name, Field field);
-    // Adds to a list; makes a list of null.
+    // Adds to a list; makes a list of null. Returns the field.
     Field& add(Field field);
 
     bool operator==(const Field& other) const;
@@ -94,7 +94,8 @@ private:
     std::variant<std::monostate, bool, long long, double, std::string, Bytes, List, Fields> _value;
     bool _ofSet = false;
 
-    friend std::string toJsonText(const Field& field, bool asciiOnly);
+    friend class JsonReader;
+    friend class JsonWriter;
 };
 
 // One line of JSON, without its newline; a text that is no UTF-8 has U+FFFD in place of what is not. With `asciiOnly`
@@ -104,11 +105,12 @@ std::string toJsonText(const Field& field, bool asciiOnly = false);
 // How deep lists and objects may be in each other.
 constexpr std::size_t kDeepest = 64;
 
-// Throws MessageError: for what is no JSON, deeper than kDeepest, a whole number beyond 64 bits.
+// Throws MessageError: for what is no JSON, deeper than kDeepest, a whole number that a long long does not hold. Of two
+// fields with the same name the first counts.
 Field parseJsonText(std::string_view text);
 
 std::string toBase64(const Bytes& bytes);
-// Throws MessageError.
+// Throws MessageError for everything that toBase64() does not write.
 Bytes fromBase64(std::string_view text);
 
 }  // namespace tool

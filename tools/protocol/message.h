@@ -4,7 +4,9 @@
 #define FAPI_PROTOCOL_MESSAGE_H
 
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "protocol/field.h"
 
@@ -56,6 +58,8 @@ struct Request {
     long long id = 0;
     std::string method;
     Field params;  // an object, or null
+    // The highest id of an answer that the sender has read: it needs none of them once more.
+    std::optional<long long> acknowledged = std::nullopt;
 };
 
 struct Answer {
@@ -74,13 +78,17 @@ Field toField(const Answer& answer);
 Field toField(const Notification& notification);
 Answer failed(std::optional<long long> id, ErrorCode code, const std::string& text, Field data = {});
 
-// Exactly one of the three. Throws MessageError for an object that is none of them; `id` is what could be read.
+// Exactly one of the three.
 struct Message {
     std::optional<Request> request;
     std::optional<Answer> answer;
     std::optional<Notification> notification;
 };
+// Throws MessageError for what is none of them.
 Message parseMessage(const Field& object);
+
+// The id in what may be no message, for the answer to it.
+std::optional<long long> idOf(const Field& object);
 
 }  // namespace tool
 

@@ -12,7 +12,6 @@
 #include <iterator>
 
 #include "protocol/characters.h"
-#include "vset/vset.h"
 
 namespace tool {
 
@@ -54,7 +53,6 @@ Bytes parseHex(const std::string& word, std::size_t start) {
 }
 
 Bytes readHostFile(const std::string& path) {
-    const vset::HostPaths hostPaths;
     std::error_code error;
     std::ifstream file(path, std::ios::binary);
     // Something like /dev/zero would never end.

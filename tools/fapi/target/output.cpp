@@ -8,9 +8,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "actions/middleware_words.h"
 #include "base/terminal.h"
-#include "operations/examples.h"
 #include "protocol/characters.h"
 #include "target/session.h"
 #include "vset/vset.h"
@@ -52,7 +50,7 @@ const char* kindName(Kind kind) {
     return "";
 }
 
-Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
+Json objectJson(const EventObject& object) {
     Json data = toJson(Value(object.data));
     data["text"] = printableBytes(object.data);
     return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", std::move(data)}};
@@ -129,6 +127,10 @@ std::string displayReasons(const std::vector<FailedCall>& calls) {
 
 }  // namespace
 
+std::string reasonOf(const Outcome& outcome) {
+    return outcome.failedCalls.empty() ? "" : ", because " + displayCall(outcome.failedCalls.front());
+}
+
 Json toJson(const Value& value, std::size_t limit) {
     if (const auto* number = std::get_if<long long>(&value)) {
         return *number;
@@ -197,7 +199,7 @@ Json toJson(const Event& event) {
 Json toJson(const Operation& operation) {
     Json json = {{"name", operation.name},
                  {"short", operation.shortName()},
-                 {"module", operation.module()},
+                 {"module", operation.module},
                  {"help", operation.help},
                  {"usage", usage(operation)}};
     json["arguments"] = Json::array();
@@ -210,8 +212,8 @@ Json toJson(const Operation& operation) {
         for (const Choice& choice : argument.choices) {
             row["choices"][choice.name] = choice.value;
         }
-        if (argument.byDefault != nullptr) {
-            row["default"] = argument.byDefault;
+        if (argument.byDefault) {
+            row["default"] = *argument.byDefault;
         }
         json["arguments"].push_back(std::move(row));
     }
@@ -220,11 +222,11 @@ Json toJson(const Operation& operation) {
         json["outputs"].push_back({{"name", output.name}, {"help", output.help}, {"bytes", output.isBytes}});
     }
     json["result"] = resultText(operation.result);
-    if (operation.destroys != nullptr) {
+    if (!operation.destroys.empty()) {
         json["destroys"] = operation.destroys;
     }
-    if (const Example* example = exampleOf(operation)) {
-        json["example"] = {{"before", example->before}, {"line", example->line}};
+    if (!operation.example.line.empty()) {
+        json["example"] = {{"before", operation.example.before}, {"line", operation.example.line}};
     }
     return json;
 }
@@ -284,8 +286,8 @@ void printOperations(const std::string& pattern, bool json) {
             printLine(jsonLine(toJson(operation)));
             continue;
         }
-        if (operation.module() != module) {
-            module = operation.module();
+        if (operation.module != module) {
+            module = operation.module;
             printLine(module + ":");
         }
         printLine("  " + usage(operation) + "\n      " + operation.help);
