@@ -9,6 +9,7 @@
 
 #include "operations/operation.h"
 #include "support/set_fixture.h"
+#include "target/arguments.h"
 
 namespace test::sweep {
 
@@ -65,13 +66,21 @@ std::string reasonOfSuccess(const std::string& strOperation, const std::string& 
 template <class Body>
 void forEachSampleOf(const std::string& strModule, Body&& body) {
     for (const Sample& stSample : samples()) {
-        const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
+        const tool::OperationRow* pOperation = tool::findOperationRow(stSample.pszOperation);
         ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
-        if (pOperation->module() == strModule) {
+        if (pOperation->module == strModule) {
             SCOPED_TRACE(stSample.pszOperation);
             body(stSample, *pOperation);
         }
     }
+}
+
+// Returns the values of the sample's words.
+inline std::vector<tool::Value> argumentsOf(const tool::OperationRow& operation,
+                                            const std::vector<std::string>& words) {
+    std::vector<tool::Value> values = tool::parseWords(operation.arguments, words);
+    operation.check(values, words);
+    return values;
 }
 
 // "a_vextvfapi_sys_check_file /data/file"

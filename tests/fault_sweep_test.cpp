@@ -60,7 +60,7 @@ protected:
 };
 
 TEST_F(FaultSweep, CoversEveryOperation) {
-    for (const tool::Operation& operation : tool::operations()) {
+    for (const tool::OperationRow& operation : tool::operationRows()) {
         const auto isSampled = [&](const Sample& stSample) {
             return std::string(stSample.pszOperation) == operation.name;
         };
@@ -105,12 +105,12 @@ protected:
     // The number of calls of the middleware, and of allocations, that have failed.
     std::size_t failed = 0;
 
-    void sweep(const Sample& stSample, const tool::Operation& operation);
+    void sweep(const Sample& stSample, const tool::OperationRow& operation);
 
 private:
     struct Run {
         const Sample& stSample;
-        const tool::Operation& operation;
+        const tool::OperationRow& operation;
         const LeftOpen& stLeftOpen;
         std::vector<tool::Value> arguments;
         bool bRepeatable;        // after a success
@@ -152,7 +152,7 @@ void FaultSweepOf::runWith(Run& run, const vset::Fault& stFault) {
     const std::size_t handlesBefore = handles();
     const int s32DescriptorsBefore = test::openDescriptors();
     vset::inject(stFault);
-    expectStatus(run, stFault, tool::invoke(run.operation, run.arguments));
+    expectStatus(run, stFault, run.operation.invoke(run.arguments));
     vset::clearFaults();
 
     EXPECT_LE(test::openDescriptors(), s32DescriptorsBefore + stLeftOpen.s32Descriptors);
@@ -164,7 +164,7 @@ void FaultSweepOf::runWith(Run& run, const vset::Fault& stFault) {
     }
     // The next call works, where one can follow and nothing was left open.
     if (run.bRepeatable && !bCloseRefused && stLeftOpen.operations.empty()) {
-        EXPECT_TRUE(tool::invoke(run.operation, run.arguments).good) << "the next call";
+        EXPECT_TRUE(run.operation.invoke(run.arguments).good) << "the next call";
     }
     finish(run.stSample);
 }
@@ -175,21 +175,21 @@ std::size_t FaultSweepOf::throwingAllocationsOf(const Run& run) {
     prepare(run.stSample);
     vset::inject({vset::kThrowingAllocation, 0, kNever});
     const std::size_t before = vset::throwingAllocations();
-    tool::invoke(run.operation, run.arguments);
+    run.operation.invoke(run.arguments);
     const std::size_t made = vset::throwingAllocations() - before;
     finish(run.stSample);
     return made;
 }
 
-void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operation) {
+void FaultSweepOf::sweep(const Sample& stSample, const tool::OperationRow& operation) {
     const LeftOpen& stLeftOpen = leftOpenBy(stSample);
     Run run = {stSample, operation, stLeftOpen, {}, false};
     prepare(stSample);
-    run.arguments = tool::parseArguments(operation, stSample.words);
+    run.arguments = test::sweep::argumentsOf(operation, stSample.words);
     const std::size_t handlesBefore = handles();
     const int s32DescriptorsBefore = test::openDescriptors();
     const std::size_t allocationsBefore = vset::allocations();
-    EXPECT_TRUE(tool::invoke(operation, run.arguments).good) << "the sample is to be a good call";
+    EXPECT_TRUE(operation.invoke(run.arguments).good) << "the sample is to be a good call";
     const std::size_t allocations = vset::allocations() - allocationsBefore;
     // An operation that closes leaves less.
     EXPECT_LE(handles(), handlesBefore + stLeftOpen.handles);
@@ -205,7 +205,7 @@ void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operatio
     for (const std::string& strCall : calls()) {
         ++made[strCall];
     }
-    run.bRepeatable = tool::invoke(operation, run.arguments).good;
+    run.bRepeatable = operation.invoke(run.arguments).good;
     finish(stSample);
     if (stSample.eCalls == Calls::sometimes) {
         made.clear();
@@ -232,7 +232,7 @@ void FaultSweepOf::sweep(const Sample& stSample, const tool::Operation& operatio
 TEST_P(FaultSweepOf, LeavesNothingBehind) {
     inFreshProcess([&] {
         std::size_t operations = 0;
-        test::sweep::forEachSampleOf(GetParam(), [&](const Sample& stSample, const tool::Operation& operation) {
+        test::sweep::forEachSampleOf(GetParam(), [&](const Sample& stSample, const tool::OperationRow& operation) {
             sweep(stSample, operation);
             ++operations;
         });

@@ -37,10 +37,10 @@ protected:
     };
 
     // Runs the operation once from the prepared state, with a fault or without.
-    Call run(const Sample& stSample, const tool::Operation& operation, const vset::Fault* pFault);
-    Call runGood(const Sample& stSample, const tool::Operation& operation);
-    void runFailing(const Sample& stSample, const tool::Operation& operation, const Call& goodCall);
-    void tellFailure(const Sample& stSample, const tool::Operation& operation, const Call& goodCall,
+    Call run(const Sample& stSample, const tool::OperationRow& operation, const vset::Fault* pFault);
+    Call runGood(const Sample& stSample, const tool::OperationRow& operation);
+    void runFailing(const Sample& stSample, const tool::OperationRow& operation, const Call& goodCall);
+    void tellFailure(const Sample& stSample, const tool::OperationRow& operation, const Call& goodCall,
                      vset::Fault stFault, const std::vector<long long>& results);
     void compare(const std::string& strKind, const std::string& strRun) const;
 
@@ -127,11 +127,11 @@ std::string KeptRun::named(std::string strText) {
     return strNamed + strText;
 }
 
-KeptRun::Call KeptRun::run(const Sample& stSample, const tool::Operation& operation, const vset::Fault* pFault) {
+KeptRun::Call KeptRun::run(const Sample& stSample, const tool::OperationRow& operation, const vset::Fault* pFault) {
     _names.clear();
     test::switchLog(true);
     prepare(stSample);
-    const std::vector<tool::Value> arguments = tool::parseArguments(operation, stSample.words);
+    const std::vector<tool::Value> arguments = test::sweep::argumentsOf(operation, stSample.words);
     if (pFault != nullptr) {
         vset::inject(*pFault);
     }
@@ -139,7 +139,7 @@ KeptRun::Call KeptRun::run(const Sample& stSample, const tool::Operation& operat
     const std::size_t allocations = vset::allocations();
     std::fflush(stdout);
     ::testing::internal::CaptureStdout();
-    call.strResult = named(resultOf(tool::invoke(operation, arguments)));
+    call.strResult = named(resultOf(operation.invoke(arguments)));
     std::fflush(stdout);
     call.strLog = named(::testing::internal::GetCapturedStdout());
     call.journal = vset::journal();
@@ -175,7 +175,7 @@ std::string newLines(const std::string& strText, const std::string& strKnown) {
     return strNew;
 }
 
-KeptRun::Call KeptRun::runGood(const Sample& stSample, const tool::Operation& operation) {
+KeptRun::Call KeptRun::runGood(const Sample& stSample, const tool::OperationRow& operation) {
     const Call call = run(stSample, operation, nullptr);
     std::ostringstream run;
     run << "== " << test::sweep::nameWithWords(stSample) << '\n' << call.strLog;
@@ -188,7 +188,7 @@ KeptRun::Call KeptRun::runGood(const Sample& stSample, const tool::Operation& op
 }
 
 // Tells what is different from the good run when a call or an allocation fails with each of `results` in turn.
-void KeptRun::tellFailure(const Sample& stSample, const tool::Operation& operation, const Call& goodCall,
+void KeptRun::tellFailure(const Sample& stSample, const tool::OperationRow& operation, const Call& goodCall,
                           vset::Fault stFault, const std::vector<long long>& results) {
     failing << "-- " << stFault.strCall << ' ' << stFault.u32From << ':';
     std::string strBefore;
@@ -205,7 +205,7 @@ void KeptRun::tellFailure(const Sample& stSample, const tool::Operation& operati
     failing << (strCalls != namesOf(goodCall.journal) ? "  " + strCalls + "\n" : "");
 }
 
-void KeptRun::runFailing(const Sample& stSample, const tool::Operation& operation, const Call& goodCall) {
+void KeptRun::runFailing(const Sample& stSample, const tool::OperationRow& operation, const Call& goodCall) {
     failing << "== " << test::sweep::nameWithWords(stSample) << '\n';
     if (stSample.eCalls == Calls::sometimes) {
         return;
@@ -240,7 +240,7 @@ void KeptRun::compare(const std::string& strKind, const std::string& strRun) con
 
 TEST_P(KeptRun, IsTheKeptOne) {
     inFreshProcess([&] {
-        test::sweep::forEachSampleOf(GetParam(), [&](const Sample& stSample, const tool::Operation& operation) {
+        test::sweep::forEachSampleOf(GetParam(), [&](const Sample& stSample, const tool::OperationRow& operation) {
             runFailing(stSample, operation, runGood(stSample, operation));
         });
         compare("good", withoutChanges(good.str()));

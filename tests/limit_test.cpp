@@ -84,7 +84,7 @@ protected:
     }
 
     tool::Outcome invoke(const Limit& stLimit, long long value) {
-        const tool::Operation& operation = *tool::findOperation(stLimit.pszOperation);
+        const tool::OperationRow& operation = *tool::findOperationRow(stLimit.pszOperation);
         const std::vector<Sample>& samples = test::sweep::samples();
         const auto sample = std::find_if(samples.begin(), samples.end(), [&](const Sample& stSample) {
             return std::string(stSample.pszOperation) == stLimit.pszOperation;
@@ -96,7 +96,7 @@ protected:
         if (sample->before != nullptr) {
             sample->before();
         }
-        std::vector<tool::Value> arguments = tool::parseArguments(operation, sample->words);
+        std::vector<tool::Value> arguments = test::sweep::argumentsOf(operation, sample->words);
         tool::Value& changed = arguments.at(stLimit.index);
         if (std::holds_alternative<long long>(changed)) {
             changed = value;
@@ -105,7 +105,7 @@ protected:
         } else {
             changed = tool::Bytes(static_cast<std::size_t>(value), 'x');
         }
-        const tool::Outcome outcome = tool::invoke(operation, arguments);
+        const tool::Outcome outcome = operation.invoke(arguments);
         if (sample->after != nullptr) {
             sample->after();
         }

@@ -4,9 +4,9 @@
 #include <fstream>
 #include <iterator>
 
+#include "actions/action.h"
 #include "actions/log_switch.h"
 #include "hw3/hw_types.h"
-#include "actions/action.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -78,13 +78,16 @@ void switchFile(Call& call, const char* path) {
 
 std::vector<ActionRow> fileActions() {
     return {
-        ActionRow("put", "Copy a file onto the set, for example onto the USB stick below /mnt/usb.", {{"path", Kind::path, "where to"}, {"content", Kind::bytes, "what it holds"}}, {}, put),
-        ActionRow("get", "Show a file of the set.", {{"path", Kind::path, "the file"}}, {{"content", "what it holds"}}, get),
-        ActionRow("remove", "Remove a file or folder from the set.", {{"path", Kind::path, "the file"}}, {}, [](Call& call) { removeFile(call.text(0), true); }),
-        ActionRow("log", "Switch the library's log on or off, as of the next a_vextvfapi_sys_init.", {{"state", Kind::flag, "on or off"}}, {}, [](Call& call) {
-             switchFile(call, kLogSwitch);
-         }),
-        ActionRow("factory", "Put the factory service there or take it away, which marks factory mode.", {{"state", Kind::flag, "on or off"}}, {}, [](Call& call) { switchFile(call, kFactoryService); }),
+        ActionRow("put", "Copy a file onto the set, for example onto the USB stick below /mnt/usb.",
+                  {{"path", Kind::path, "where to"}, {"content", Kind::bytes, "what it holds"}}, {}, put),
+        ActionRow("get", "Show a file of the set.", {{"path", Kind::path, "the file"}}, {{"content", "what it holds"}},
+                  get),
+        ActionRow("remove", "Remove a file or folder from the set.", {{"path", Kind::path, "the file"}}, {},
+                  [](Call& call) { removeFile(call.text(0), true); }),
+        ActionRow("log", "Switch the library's log on or off, as of the next a_vextvfapi_sys_init.",
+                  {{"state", Kind::flag, "on or off"}}, {}, [](Call& call) { switchFile(call, kLogSwitch); }),
+        ActionRow("factory", "Put the factory service there or take it away, which marks factory mode.",
+                  {{"state", Kind::flag, "on or off"}}, {}, [](Call& call) { switchFile(call, kFactoryService); }),
     };
 }
 
