@@ -2,6 +2,7 @@
 // What bench and agent send each other: fields, messages, lines, descriptions, sums.
 #include <climits>
 #include <limits>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,8 @@ TEST(Fields, AreReadAsTheyWereWritten) {
         {Field::ofSet(std::string("\xff\0~", 3)), R"({"bytes":"/wB+","text":true})", R"({"bytes":"/wB+","text":true})"},
         {Field{{"z", 1}, {"a", Field{{"text", true}, {"bytes", 4}}}, {"", Field::Fields()}},
          R"({"z":1,"a":{"text":true,"bytes":4},"":{}})", R"({"z":1,"a":{"text":true,"bytes":4},"":{}})"},
+        {Field{{"long", Field::List{tool::Bytes(5000, 'a'), tool::Bytes{7}, "{\"bytes\":\"", tool::Bytes(5000, 'b')}}},
+         "", ""},
         // Not to be taken for bytes.
         {Field{{"bytes", "plain"}}, "", ""},
         {Field{{"bytes", "plain"}, {"text", true}}, "", ""},
@@ -76,10 +79,16 @@ TEST(Fields, RefuseWhatIsNoMessage) {
         {R"({"bytes":"AA=A"})", "base64"},
         {R"({"bytes":"AA==AAAA"})", "base64"},
         {R"({"bytes":"_-AA","text":true})", "base64"},
+        {R"([{"bytes":"#"},{"bytes":")" + std::string(5000, 'A') + R"("}])", "base64"},
+        {R"({"bytes":")" + std::string(5000, 'A') + R"(="})", "base64"},
+        {R"(["{"bytes":")" + std::string(5000, 'A') + R"("}"])", "no JSON"},
     };
     for (const auto& [text, expected] : texts) {
         EXPECT_THAT(errorOf([&text = text] { tool::parseJsonText(text); }), HasSubstr(expected)) << text;
     }
+    const std::string slashes(5000, '/');
+    const std::string escaped = std::regex_replace(slashes, std::regex("/"), "\\/");
+    EXPECT_EQ(tool::parseJsonText(R"({"bytes":")" + escaped + "\"}").bytes(), tool::fromBase64(slashes));
     const Field field{{"name", "x"}, {"size", 3}, {"none", nullptr}};
     EXPECT_EQ(errorOf([&] { field.at("bytes"); }), "\"bytes\" is missing");
     EXPECT_EQ(errorOf([&] { field["name"].number(); }), "expected a whole number, found a text");
@@ -278,7 +287,7 @@ TEST(Sums, AreThoseOfTheStandards) {
         {std::string(1000000, 'a'), "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"},
     };
     for (const auto& [text, expected] : texts) {
-        for (const std::size_t piece : {1, 63, 64, 1000, 1000000}) {
+        for (const std::size_t piece : {1u, 63u, 64u, 1000u, 1000000u}) {
             tool::Sha256 sum;
             for (std::size_t at = 0; at < text.size(); at += piece) {
                 sum.add(text.data() + at, std::min(piece, text.size() - at));

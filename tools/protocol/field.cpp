@@ -30,6 +30,12 @@ auto findField(Fields& fields, std::string_view name) {
 
 }  // namespace
 
+Field::Field(const Field&) = default;
+Field::Field(Field&&) noexcept = default;
+Field& Field::operator=(const Field&) = default;
+Field& Field::operator=(Field&&) noexcept = default;
+Field::~Field() = default;
+
 Field Field::ofSet(const Value& value) {
     Field field = std::visit([](const auto& known) { return Field(known); }, value);
     field._ofSet = field.isText();
