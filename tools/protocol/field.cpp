@@ -106,7 +106,8 @@ Field& Field::set(std::string name, Field field) {
     auto& fields = std::get<Fields>(_value);
     const auto found = findField(fields, name);
     if (found != fields.end()) {
-        return found->second = std::move(field);
+        found->second = std::move(field);
+        return found->second;
     }
     return fields.emplace_back(std::move(name), std::move(field)).second;
 }
