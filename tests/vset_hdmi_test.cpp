@@ -12,9 +12,8 @@
 #include "hw3/hw_extin.h"
 #include "hw3/hw_pm.h"
 #include "hw3/hw_pwm.h"
-#include "hw3/hw_sys.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/cec.h"
 #include "vset/extin.h"
 #include "vset/pm.h"
@@ -23,7 +22,9 @@
 namespace {
 
 using test::kUntouched;
+using ::testing::AnyOf;
 using ::testing::Each;
+using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
 // --- HDMI ------------------------------------------------------------------------------------------------------------
@@ -35,16 +36,11 @@ protected:
         bringUp();
     }
     static void bringUp() {
-        const HW_EXTIN_InitParams_t stInit = {};
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(HW_EXTIN_Init(&stInit), HW_OK);
+        ASSERT_EQ(test::init(HW_EXTIN_Init), HW_OK);
     }
-
-    static HW_Handle_t open(HW_U32 u32Port, HW_U32 u32Type = E_HW_EXTIN_TYPE_HDMI, HW_U32 u32OpenValue = 0) {
-        const HW_EXTIN_OpenParams_t stParams = {u32OpenValue, u32Type, u32Port};
-        HW_Handle_t hExtin = 0;
-        EXPECT_EQ(HW_EXTIN_Open(&stParams, &hExtin), HW_OK);
-        return hExtin;
+    static HW_Handle_t open(HW_U32 u32Port) {
+        return test::handleOf(HW_EXTIN_Open, {0, E_HW_EXTIN_TYPE_HDMI, u32Port});
     }
 
     // Bytes under their version, or the version only.
@@ -78,6 +74,14 @@ TEST_F(VsetHdmi, ANewSetHasAnEdidForEveryVersion) {
             const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(strEdid[at]); };
             EXPECT_EQ(byte(66) | (byte(68) & 0xF0) << 4, byte(21) * 10) << "the picture is as wide as the screen";
             EXPECT_EQ(byte(67) | (byte(68) & 0x0F) << 8, byte(22) * 10) << "and as high";
+            for (const std::size_t timing : {std::size_t{54}, std::size_t{72}, 128u + byte(130)}) {
+                const auto total = [&](std::size_t at) {
+                    return (byte(at) | (byte(at + 2) & 0xF0) << 4) + (byte(at + 1) | (byte(at + 2) & 0x0F) << 8);
+                };
+                const double pixels = static_cast<double>(total(timing + 2)) * total(timing + 5);
+                EXPECT_THAT((byte(timing) | byte(timing + 1) << 8) * 10000 / pixels, AnyOf(50, 60)) << "pictures";
+            }
+            EXPECT_THAT(strEdid, HasSubstr(std::string("\x23\x09\x07\x07\x83\x01\0\0", 8))) << "sound, two speakers";
             EXPECT_EQ(std::accumulate(strEdid.begin(), strEdid.begin() + 128, 0) & 0xFF, 0) << u32Version;
             EXPECT_EQ(std::accumulate(strEdid.begin() + 128, strEdid.end(), 0) & 0xFF, 0) << u32Version;
             different.insert(strEdid);
@@ -123,14 +127,16 @@ TEST_F(VsetHdmi, AnEdidIsKeptUnderItsVersion) {
 }
 
 TEST_F(VsetHdmi, RefusesWhatAPortRefuses) {
-    const HW_Handle_t hPort = open(0), hVga = open(0, E_HW_EXTIN_TYPE_VGA, 2);
+    const HW_Handle_t hPort = open(0), hVga = test::handleOf(HW_EXTIN_Open, {2, E_HW_EXTIN_TYPE_VGA, 0});
     std::array<HW_U8, 255> buffer;
     buffer.fill(0xA5);
     HW_EXTIN_HdmiEdid_t stSmall = {0, kUntouched, buffer.data(), 255}, stEmpty = {0, kUntouched, buffer.data(), 0},
                         stNowhere = {0, 1, nullptr, 256};
     const HW_EXTIN_HdmiHpd_t stHigh = {0, 1}, stWrongByte = {1, 0}, stTwo = {0, 2};
     HW_Handle_t hUntouched = kUntouched;
-    const HW_EXTIN_OpenParams_t stType = {0, E_HW_EXTIN_TYPE_NUM, 0}, stNoSvideo = {0, E_HW_EXTIN_TYPE_SVIDEO, 0};
+    const auto openType = [&](HW_U32 u32Type) {
+        return [=, &hUntouched] { return test::ask(HW_EXTIN_Open, {0, u32Type, 0}, &hUntouched); };
+    };
     const std::string strBefore = vset::extin::edid(0, 1);
     const auto getAttr = [](HW_Handle_t hExtin, HW_U32 u32Attr, void* pOutput) {
         return [=] { return HW_EXTIN_GetAttr(hExtin, u32Attr, nullptr, pOutput); };
@@ -140,8 +146,8 @@ TEST_F(VsetHdmi, RefusesWhatAPortRefuses) {
     };
     constexpr HW_U32 kEdid = E_HW_EXTIN_ATTR_HDMI_EDID, kHpd = E_HW_EXTIN_ATTR_HDMI_HPD;
     test::expectRefusals({
-        {"type 7", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stType, &hUntouched); }},
-        {"no such input", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stNoSvideo, &hUntouched); }},
+        {"type 7", HW_ERR_INVALID_PARAMETER, openType(E_HW_EXTIN_TYPE_NUM)},
+        {"no such input", HW_ERR_INVALID_PARAMETER, openType(E_HW_EXTIN_TYPE_SVIDEO)},
         {"small", HW_ERR_LIMITION, getAttr(hPort, kEdid, &stSmall)},
         {"empty", HW_ERR_LIMITION, getAttr(hPort, kEdid, &stEmpty)},
         {"to nowhere", HW_ERR_INVALID_PARAMETER, getAttr(hPort, kEdid, &stNowhere)},
@@ -190,22 +196,11 @@ TEST_F(VsetHdmi, DrivesTheHotPlugLine) {
 
 // --- CEC and PWM -----------------------------------------------------------------------------------------------------
 
-class VsetCecPwm : public test::MiddlewareTest {
-protected:
-    void SetUp() override {
-        MiddlewareTest::SetUp();
-        const HW_CEC_InitParams_t stCec = {};
-        const HW_PWM_InitParams_t stPwm = {};
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(HW_CEC_Init(&stCec), HW_OK);
-        ASSERT_EQ(HW_PWM_Init(&stPwm), HW_OK);
-    }
-};
+class VsetCecPwm : public test::RunningTest {};
 
 TEST_F(VsetCecPwm, CecIsSwitchedAndSaysSo) {
-    const HW_CEC_OpenParams_t stOpen = {};
-    HW_Handle_t hCec = 0;
-    ASSERT_EQ(HW_CEC_Open(&stOpen, &hCec), HW_OK);
+    ASSERT_EQ(test::init(HW_CEC_Init), HW_OK);
+    const HW_Handle_t hCec = test::handleOf(HW_CEC_Open, {});
     const auto attribute = [&](HW_U32 u32Attr) {
         std::string out(8, '?');
         EXPECT_EQ(HW_CEC_GetAttr(hCec, u32Attr, nullptr, out.data()), HW_OK);
@@ -243,10 +238,10 @@ TEST_F(VsetCecPwm, CecIsSwitchedAndSaysSo) {
 TEST_F(VsetCecPwm, EveryPwmChannelHasItsOwnValues) {
     constexpr HW_U32 kAttributes[] = {0, 1, 8};
     const auto number = [](HW_U32 u32Channel, HW_U32 u32Attr) { return 0xFEDC0000u + u32Channel * 256 + u32Attr; };
+    ASSERT_EQ(test::init(HW_PWM_Init), HW_OK);
     std::vector<HW_Handle_t> handles;
     for (HW_U32 i = 0; i < vset::pwm::kChannels; ++i) {
-        const HW_PWM_OpenParams_t stOpen = {i};
-        ASSERT_EQ(HW_PWM_Open(&stOpen, &handles.emplace_back()), HW_OK);
+        handles.push_back(test::handleOf(HW_PWM_Open, {i}));
         for (const HW_U32 u32Attr : kAttributes) {
             EXPECT_EQ(vset::pwm::value(i, u32Attr), 0u);
             const HW_U32 u32Value = number(i, u32Attr);
@@ -280,9 +275,7 @@ TEST_F(VsetCecPwm, EveryPwmChannelHasItsOwnValues) {
 }
 
 TEST_F(VsetCecPwm, TheLedRingShowsWhatItIsTold) {
-    const HW_PM_OpenParams_t stOpen = {};
-    HW_Handle_t hPm = 0;
-    ASSERT_EQ(HW_PM_Open(&stOpen, &hPm), HW_OK);
+    const HW_Handle_t hPm = test::handleOf(HW_PM_Open, {});
     HW_PM_LedControl_t stLeds = {{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 4};
     HW_PM_LedControl_t stThree = stLeds;
     stThree.u8LedCount = 3;

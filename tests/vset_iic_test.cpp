@@ -4,9 +4,8 @@
 
 #include "hw3/hw_gpio.h"
 #include "hw3/hw_iic.h"
-#include "hw3/hw_sys.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/gpio.h"
 #include "vset/iic.h"
 
@@ -33,14 +32,12 @@ std::string pattern(std::size_t size) {
     return memory;
 }
 
-class VsetIic : public test::MiddlewareTest {
+class VsetIic : public test::RunningTest {
 protected:
     void SetUp() override {
-        MiddlewareTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        RunningTest::SetUp();
         ASSERT_EQ(HW_IIC_Init(nullptr), HW_OK);
-        const HW_IIC_OpenParams_t stParams = {kBus};
-        ASSERT_EQ(HW_IIC_Open(&stParams, &_hIic), HW_OK);
+        _hIic = test::handleOf(HW_IIC_Open, {kBus});
     }
 
     static void plug(std::size_t size, std::size_t pageSize = 0) {
@@ -194,19 +191,13 @@ TEST_F(VsetIic, NobodyAcknowledgesAForeignAddress) {
 }
 
 TEST_F(VsetIic, ABusIsAlsoFoundUnderItsDevicePort) {
-    HW_Handle_t hFound = 0, hUntouched = kUntouched;
-    const auto find = [](HW_U32 u32Port, HW_Handle_t* phIic) {
-        const HW_IIC_HandleParams_t stParams = {u32Port};
-        return HW_IIC_GetHandle(&stParams, phIic);
-    };
-    EXPECT_EQ(find(HW_IIC_DEVICE_PORT_BASE + kBus, &hFound), HW_OK);
-    EXPECT_EQ(hFound, _hIic);
-    EXPECT_EQ(find(HW_IIC_DEVICE_PORT_BASE + kBus - 1, &hUntouched), HW_ERR_FAILED);
+    HW_Handle_t hUntouched = kUntouched;
+    EXPECT_EQ(test::handleOf(HW_IIC_GetHandle, {HW_IIC_DEVICE_PORT_BASE + kBus}), _hIic);
+    EXPECT_EQ(test::ask(HW_IIC_GetHandle, {HW_IIC_DEVICE_PORT_BASE + kBus - 1}, &hUntouched), HW_ERR_FAILED);
     for (const HW_U32 u32Port : {1023u, 1024u + 8, 2048u + kBus, ~0u}) {
-        EXPECT_EQ(find(u32Port, &hUntouched), HW_ERR_INVALID_PARAMETER) << u32Port;
+        EXPECT_EQ(test::ask(HW_IIC_GetHandle, {u32Port}, &hUntouched), HW_ERR_INVALID_PARAMETER) << u32Port;
     }
-    const HW_IIC_OpenParams_t stOpen = {HW_IIC_DEVICE_PORT_BASE + 1};
-    EXPECT_EQ(HW_IIC_Open(&stOpen, &hUntouched), HW_ERR_INVALID_PARAMETER) << "only found";
+    EXPECT_EQ(test::ask(HW_IIC_Open, {HW_IIC_DEVICE_PORT_BASE + 1}, &hUntouched), HW_ERR_INVALID_PARAMETER);
     EXPECT_EQ(hUntouched, kUntouched);
 }
 
@@ -262,19 +253,9 @@ TEST_F(VsetIic, APersonIsToldWhatIsNotPossible) {
     EXPECT_THROW(vset::iic::setMemory(kBus, kSlave, 15, "xy"), vset::SetError);
 }
 
-class VsetGpio : public test::MiddlewareTest {
+class VsetGpio : public test::RunningTest {
 protected:
-    void SetUp() override {
-        MiddlewareTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    }
-
-    static HW_Handle_t open(HW_U32 u32Pad) {
-        const HW_GPIO_OpenParams_t stParams = {u32Pad};
-        HW_Handle_t hGpio = 0;
-        EXPECT_EQ(HW_GPIO_Open(&stParams, &hGpio), HW_OK);
-        return hGpio;
-    }
+    static HW_Handle_t open(HW_U32 u32Pad) { return test::handleOf(HW_GPIO_Open, {u32Pad}); }
 
     // Level and inversion as the program reads them.
     static std::pair<int, int> input(HW_Handle_t hGpio) {

@@ -9,9 +9,8 @@
 
 #include "dval/dvvdo.h"
 #include "hw3/hw_extin.h"
-#include "hw3/hw_sys.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/dval.h"
 #include "vset/extin.h"
 
@@ -45,22 +44,9 @@ Words words(const Record& stRecord) {
     return all;
 }
 
-HW_Result_t init() {
-    const HW_EXTIN_InitParams_t stParams = {};
-    return HW_EXTIN_Init(&stParams);
-}
-
 HW_Handle_t open(HW_U32 u32Type, HW_U32 u32Index = 0) {
     const HW_U32 u32OpenValue = u32Type == E_HW_EXTIN_TYPE_VGA ? 2 : u32Type == E_HW_EXTIN_TYPE_YPBPR ? 1 : 0;
-    const HW_EXTIN_OpenParams_t stParams = {u32OpenValue, u32Type, u32Index};
-    HW_Handle_t hExtin = HW_HANDLE_NONE;
-    EXPECT_EQ(HW_EXTIN_Open(&stParams, &hExtin), HW_OK);
-    return hExtin;
-}
-
-HW_Result_t find(HW_U32 u32Type, HW_Handle_t* phExtin) {
-    const HW_EXTIN_HandleParams_t stParams = {u32Type, 0};
-    return HW_EXTIN_GetHandle(&stParams, phExtin);
+    return test::handleOf(HW_EXTIN_Open, {u32OpenValue, u32Type, u32Index});
 }
 
 Words attribute(HW_Handle_t hExtin, HW_U32 u32Attr) {
@@ -78,30 +64,33 @@ protected:
     }
     static void bringUp() {
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(init(), HW_OK);
+        ASSERT_EQ(test::init(HW_EXTIN_Init), HW_OK);
     }
 };
 
 TEST_F(VsetInputs, DeInitClosesWhatTheLibraryOpened) {
-    HW_Handle_t hPlayer = 0, hUntouched = kUntouched;
+    HW_Handle_t hUntouched = kUntouched;
     const HW_Handle_t hVga = open(kVga), hPort = open(kHdmi, 2);
     extin::hold(kScart, 0);
-    ASSERT_EQ(find(kScart, &hPlayer), HW_OK);
+    const HW_Handle_t hPlayer = test::handleOf(HW_EXTIN_GetHandle, {kScart, 0});
     HW_EXTIN_Caps_t stCaps = {};
-    const HW_EXTIN_OpenParams_t stScartAsVga = {2, kScart, 0}, stYpbprAsOthers = {0, kYpbpr, 0};
+    const auto openAs = [&](HW_U32 u32OpenValue, HW_U32 u32Type) {
+        return [=, &hUntouched] { return test::ask(HW_EXTIN_Open, {u32OpenValue, u32Type, 0}, &hUntouched); };
+    };
+    const auto find = [&] { return test::ask(HW_EXTIN_GetHandle, {kScart, 0}, &hUntouched); };
     test::expectRefusals({
-        {"open value", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stScartAsVga, &hUntouched); }},
-        {"open value", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stYpbprAsOthers, &hUntouched); }},
+        {"open value", HW_ERR_INVALID_PARAMETER, openAs(2, kScart)},
+        {"open value", HW_ERR_INVALID_PARAMETER, openAs(0, kYpbpr)},
         {"down", HW_OK, HW_EXTIN_DeInit},
         {"down again", HW_ERR_NOT_INITED, HW_EXTIN_DeInit},
-        {"find too late", HW_ERR_NOT_INITED, [&] { return find(kScart, &hUntouched); }},
+        {"find too late", HW_ERR_NOT_INITED, find},
         {"count too late", HW_ERR_NOT_INITED, [&] { return HW_EXTIN_GetCaps(&stCaps); }},
         {"closed by that", HW_ERR_INVALID_HANDLE, [&] { return HW_EXTIN_Close(hVga); }},
         {"closed too", HW_ERR_INVALID_HANDLE, [&] { return HW_EXTIN_Close(hPort); }},
         // A handle is enough.
         {"the player's", HW_OK, [&] { return HW_EXTIN_GetSignalStatus(hPlayer, &hUntouched); }},
-        {"up", HW_OK, init},
-        {"still the player's", HW_OK, [&] { return find(kScart, &hUntouched); }},
+        {"up", HW_OK, [] { return test::init(HW_EXTIN_Init); }},
+        {"still the player's", HW_OK, find},
     });
     EXPECT_EQ(hUntouched, hPlayer);
     EXPECT_TRUE(extin::input(kScart, 0).bPlayer);
@@ -143,13 +132,13 @@ TEST_F(VsetInputs, TellOfTheirSource) {
             EXPECT_EQ(HW_EXTIN_GetSignalStatus(hExtin, &u32Status), HW_OK);
             EXPECT_EQ(HW_EXTIN_DetectTvSystem(hExtin, 1, &u32System), HW_OK);
             const HW_Result_t result = HW_EXTIN_GetAttr(hExtin, kTiming, nullptr, &stTiming);
-            return std::vector<HW_U32>{result,
-                                       u32Status,
-                                       u32System,
-                                       stTiming.u32Width,
-                                       stTiming.u32Height,
-                                       stTiming.u8Interlaced,
-                                       stTiming.u32FrameRate};
+            return std::array<HW_U32, 7>{result,
+                                         u32Status,
+                                         u32System,
+                                         stTiming.u32Width,
+                                         stTiming.u32Height,
+                                         stTiming.u8Interlaced,
+                                         stTiming.u32FrameRate};
         };
         const HW_EXTIN_Timing_t& stTiming = source.stTiming;
         EXPECT_THAT(told(), ElementsAre(HW_OK, source.u32Status, source.u32TvSystem, stTiming.u32Width,
@@ -205,8 +194,7 @@ TEST_F(VsetInputs, CalibrationIsKeptWithTheSet) {
         }
     }
     extin::setCalibration(kScart, 0, {{1, 2, 3}, {4, 5, 6, 7, 8, 9}});
-    HW_Handle_t hScart = 0;
-    ASSERT_EQ(find(kScart, &hScart), HW_OK);
+    const HW_Handle_t hScart = test::handleOf(HW_EXTIN_GetHandle, {kScart, 0});
     EXPECT_EQ(attribute(hScart, kPhase), (Words{1, 2, 3, kUntouched, kUntouched, kUntouched}));
     EXPECT_EQ(attribute(hScart, kGainOffset), (Words{4, 5, 6, 7, 8, 9}));
     EXPECT_THAT(test::readFile(folder() + "/set.json"), HasSubstr("\"scart0\""));
@@ -425,8 +413,6 @@ TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
     EXPECT_THAT(vset::dval::drivers().arguments, IsEmpty());
     EXPECT_FALSE(vset::dval::drivers().overScan.has_value());
     EXPECT_EQ(vset::dval::drivers().u64Resets, 0u);
-    vset::detach();
-    EXPECT_THROW(vset::dval::drivers(), vset::SetError);
 }
 
 }  // namespace

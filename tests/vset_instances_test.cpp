@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// How families are brought up, and their instances found, opened, held by the player and closed.
+// How families are brought up, their instances found, opened, held by the player and closed; and hands without a set.
 #include <cstring>
 #include <functional>
 #include <set>
+
+#include <gmock/gmock.h>
 
 #include "hw3/hw_aout.h"
 #include "hw3/hw_audio.h"
@@ -19,27 +21,35 @@
 #include "hw3/hw_pm.h"
 #include "hw3/hw_pwm.h"
 #include "hw3/hw_sar.h"
-#include "hw3/hw_sys.h"
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_uart.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/aout.h"
+#include "vset/cap.h"
 #include "vset/cec.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"
+#include "vset/dval.h"
 #include "vset/extin.h"
+#include "vset/factory_daemon.h"
 #include "vset/flash.h"
 #include "vset/gpio.h"
 #include "vset/iic.h"
+#include "vset/net.h"
+#include "vset/osd.h"
+#include "vset/panel.h"
 #include "vset/pm.h"
 #include "vset/pwm.h"
 #include "vset/sar.h"
+#include "vset/sys.h"
 #include "vset/tuner.h"
 #include "vset/uart.h"
+#include "vset/wdt.h"
 
 namespace {
 
+using test::errorOf;
 using test::kUntouched;
 
 // Calls an Init, with a record of such bytes or without one.
@@ -165,7 +175,7 @@ std::vector<Family> families() {
     };
 }
 
-class VsetInstances : public test::MiddlewareTest {
+class VsetInstances : public test::RunningTest {
 protected:
     // Brings a family up; the player gives away what it has at first.
     static void bringUp(const Family& family) {
@@ -180,6 +190,7 @@ protected:
 };
 
 TEST_F(VsetInstances, AreThereAfterTheirFamily) {
+    vset::powerCycle();
     HW_Handle_t hUntouched = kUntouched, hHandle = 0;
     const std::vector<Family> all = families();
     for (const Family& family : all) {
@@ -205,7 +216,6 @@ TEST_F(VsetInstances, AreThereAfterTheirFamily) {
 }
 
 TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     std::set<HW_Handle_t> handles;
     for (const Family& family : families()) {
         SCOPED_TRACE(family.pszName);
@@ -231,7 +241,6 @@ TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
 }
 
 TEST_F(VsetInstances, MayBeHeldByThePlayer) {
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     for (const Family& family : families()) {
         SCOPED_TRACE(family.pszName);
         bringUp(family);
@@ -255,11 +264,76 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
         EXPECT_EQ(family.find(&family.u32Other, &hUntouched), HW_ERR_FAILED);
         EXPECT_THROW(family.release(family.u32Other), vset::SetError);
         EXPECT_EQ(hUntouched, kUntouched);
-    }
-    vset::detach();
-    for (const Family& family : families()) {
-        EXPECT_THROW(family.hold(family.u32Key), vset::SetError) << "without a set";
+        for (const auto& act : {family.hold, family.release}) {
+            // A family of one has no number.
+            EXPECT_TRUE(family.u32Key == 0 || errorOf([&] { act(family.u32Outside); }).find(": there are only ") < 40);
+        }
     }
 }
+
+// An action of the control API, with its text.
+struct Hand {
+    Hand(const char* pszText, std::function<void()> action) : pszAction(pszText), act(std::move(action)) {}
+
+    const char* pszAction;
+    std::function<void()> act;
+};
+#define HAND(action) Hand(#action, [] { action; })
+
+template <class... Hands>
+void expectNoSet(const Hands&... hands) {
+    for (const Hand& hand : {hands...}) {
+        EXPECT_EQ(errorOf(hand.act), "no set is attached") << hand.pszAction;
+    }
+}
+
+TEST_F(VsetInstances, HaveNoHandsWithoutASet) {
+    using namespace vset;
+    detach();
+    expectNoSet(
+        HAND(aout::path(0)), HAND(aout::setVolumeTableLength(1)), HAND(aout::hold(0)), HAND(aout::release(0)),
+        HAND(aout::setBlocked(0, true)), HAND(aout::sound()), HAND(aout::describeAll()), HAND(cap::unit()),
+        HAND(cap::lastPicture()), HAND(cap::hold()), HAND(cap::release()), HAND(cec::state()),
+        HAND(cec::setEnabled(true)), HAND(cec::setEarcStatus(1)), HAND(cec::hold()), HAND(cec::release()),
+        HAND(disp::window(0)), HAND(disp::setRectangle(0, {})), HAND(disp::hold(1)), HAND(disp::release(0)),
+        HAND(disp::connectVideo(0, {})), HAND(disp::disconnectVideo(0)), HAND(disp::connectInput(0, {})),
+        HAND(disp::setModuleCount(0, 1)), HAND(disp::disconnectInput(0)), HAND(disp::picture(0)),
+        HAND(disp::freezeVideo(1)), HAND(disp::setPqVersion(0, 0, "")), HAND(disp::setPqRange(0, {})),
+        HAND(disp::controller()), HAND(disp::holdController()), HAND(disp::releaseController()),
+        HAND(disp::setTimingSupported(0, true)), HAND(dispout::output()), HAND(dispout::hold()),
+        HAND(dispout::release()), HAND(dispout::attribute(0)), HAND(dispout::setAttribute(0, "1234")),
+        HAND(dval::drivers()), HAND(extin::inputCount(0)), HAND(extin::setInputCount(0, 1)),
+        HAND(extin::plug(0, 0, {})), HAND(extin::unplug(0, 0)), HAND(extin::input(0, 0)), HAND(extin::hold(0, 0)),
+        HAND(extin::release(0, 0)), HAND(extin::edid(0, 0)), HAND(extin::setEdid(0, 0, "")), HAND(extin::hdmi(0)),
+        HAND(extin::reportEdidVersion(0, 0)), HAND(extin::calibration(2, 0)), HAND(extin::setCalibration(2, 0, {})),
+        HAND(extin::automaticCalibrations(2, 0)), HAND(extin::decoderParameter(0, 1)),
+        HAND(extin::setDecoderParameter(0, 1, 1)), HAND(factory_daemon::start()), HAND(flash::hold(0)),
+        HAND(flash::release(0)), HAND(flash::environment(0)), HAND(flash::partitions()),
+        HAND(flash::setPartition("x", 1)), HAND(gpio::pad(0)), HAND(gpio::drive(0, 1)), HAND(gpio::play(0, {})),
+        HAND(gpio::setInverted(0, true)), HAND(gpio::setBroken(0, true)), HAND(gpio::hold(0)), HAND(gpio::release(0)),
+        HAND(iic::devices()), HAND(iic::addDevice({0, 0x10, "x", 1, 0})), HAND(iic::removeDevice(0, 0)),
+        HAND(iic::memory(0, 0, 0, 1)), HAND(iic::setMemory(0, 0, 0, "x")), HAND(iic::deviceTable()),
+        HAND(iic::setTableEntry({0, 0, 0})), HAND(iic::transfers()), HAND(iic::clearTransfers()),
+        HAND(iic::debugLevel()), HAND(iic::hold(0)), HAND(iic::release(0)), HAND(net::interfaces()),
+        HAND(net::setInterfaces({})), HAND(net::hold("lo")), HAND(net::release("lo")), HAND(net::setReportedCount(1)),
+        HAND(osd::layer(0)), HAND(osd::removeLayer(0)), HAND(osd::surfaces()), HAND(osd::surfacePicture(0)),
+        HAND(osd::setSurfaceAlignment(1, 1)), HAND(panel::look()), HAND(pm::leds()), HAND(pm::ledHistory()),
+        HAND(pm::clearLedHistory()), HAND(pm::clock()), HAND(pm::setClock(1)), HAND(pm::hold()), HAND(pm::release()),
+        HAND(pwm::value(0, 0)), HAND(pwm::setValue(0, 0, 1)), HAND(pwm::hold(0)), HAND(pwm::release(0)),
+        HAND(sar::voltage(0)), HAND(sar::setVoltage(0, 1)), HAND(sar::press(0)), HAND(sar::pressCode(1)),
+        HAND(sar::keypad()), HAND(sar::channel(0)), HAND(sar::hold(0)), HAND(sar::release(0)),
+        HAND(sys::customerHash()), HAND(sys::setCustomerHash({})), HAND(sys::dataIndexPath()),
+        HAND(sys::setDataIndexPath("x")), HAND(sys::clockSpread(0)), HAND(sys::flashedFirmware()),
+        HAND(sys::readRegister(0, 0)), HAND(sys::writtenRegisters()), HAND(sys::writeRegister(0, 0, 1)),
+        HAND(sys::memoryMap()), HAND(sys::resizeRegion(347, 1)), HAND(sys::setIommuMemory(1)), HAND(tuner::slotCount()),
+        HAND(tuner::setSlotCount(1)), HAND(tuner::slot(0)), HAND(tuner::lock(0)), HAND(tuner::unlock(0)),
+        HAND(tuner::setBer(0, 1)), HAND(tuner::hold(0)), HAND(tuner::release(0)), HAND(tuner::attributeText(0, 8)),
+        HAND(tuner::setAttributeText(0, 8, "")), HAND(tuner::factoryText(0, 0)), HAND(tuner::setFactoryText(0, 0, "")),
+        HAND(uart::type(0, "x")), HAND(uart::sent(0)), HAND(uart::clearSent(0)), HAND(uart::port(0)),
+        HAND(uart::isCrossed()), HAND(uart::hold(0)), HAND(uart::release(0)), HAND(uart::hangUp(0)), HAND(wdt::state()),
+        HAND(wdt::setRebooted(true)), HAND(wdt::setPresent(true)));
+}
+
+#undef HAND
 
 }  // namespace
