@@ -495,12 +495,9 @@ TEST_F(VsetFiles, APowerCutTakesBackWhatWasNotSynced) {
 // All changes of the tree are writes at which the power can be cut.
 TEST_F(VsetFiles, EveryWriteCanBeTheLast) {
     SKIP_UNDER_EMULATION();
-    const std::function<void()> kWrites[] = {
-        [] { HW_FS_MkDir("/data/d", 0755); },
-        [] { HW_FS_Unlink("/data/f"); },
-        [] { HW_FS_Fwrite("x", 1, 1, HW_FS_Fopen("/data/g", "w")); },
-        [] { HW_FS_Write(HW_FS_Open("/data/f", 2), "x", 1); },
-    };
+    const std::function<void()> kWrites[] = {[] { HW_FS_MkDir("/data/d", 0755); }, [] { HW_FS_Unlink("/data/f"); },
+                                             [] { HW_FS_Fwrite("x", 1, 1, HW_FS_Fopen("/data/g", "w")); },
+                                             [] { HW_FS_Write(HW_FS_Open("/data/f", 2), "x", 1); }};
     write("/data/f", "old");
     for (const auto& makeWrite : kWrites) {
         const int s32Exit = test::runInChild([&] {

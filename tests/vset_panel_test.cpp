@@ -229,10 +229,12 @@ TEST_F(VsetPanel, ColorsOfALayer) {
     }
 }
 
-// Somebody looks while a program throws the memory away that is being painted.
+// Somebody looks while a program throws the memory away that is being painted, and the window changes.
 TEST_F(VsetPanel, IsSeenWhileProgramsWork) {
     SKIP_UNDER_EMULATION();
     std::atomic<int> s32Looks{0};
+    HW_Handle_t hDisp = HW_HANDLE_NONE;
+    ASSERT_EQ(HW_DISP_GetHandle("HW_DISP_HD0", &hDisp), HW_OK);
     const test::Repeating onlooker([&] {
         EXPECT_EQ(vset::panel::look().pixels.size(), std::size_t{kWidth} * kHeight);
         ++s32Looks;
@@ -243,6 +245,9 @@ TEST_F(VsetPanel, IsSeenWhileProgramsWork) {
         std::fill_n(pixelsOf(hSurface), 128 * 128, 0x80FFFFFF);
         const HW_Handle_t hLayer = createLayer({0, 0, kWidth, kHeight}, 128, 128);
         createWindow(hLayer, {0, 0, 128, 128}, 128, 128, hSurface);
+        vset::disp::disconnectVideo(0);
+        vset::disp::connectVideo(0, {1280, 720, 60000, 0});
+        EXPECT_EQ(HW_DISP_SetMute(hDisp, i % 2 == 0 ? 4 : 0x400), HW_OK);
         ASSERT_TRUE(test::eventually([&, before = s32Looks.load()] { return s32Looks != before; }));
         EXPECT_EQ(release(u64Address), HW_OK);
         EXPECT_EQ(HW_OSD_LayerDestroy(hLayer), HW_OK);

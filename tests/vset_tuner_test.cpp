@@ -43,21 +43,18 @@ TEST_F(VsetTuner, HasTwoSlotsOfWhichThePlayerHasOne) {
     bringUp();
     const HW_Handle_t hFirst = player();
     HW_Handle_t hUntouched = kUntouched;
-    test::expectRefusals({
-        {"count to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_TUNER_GetCaps(nullptr); }},
-        {"open the player's", HW_ERR_BUSY,
-         [&] {
-             return ask(HW_TUNER_Open, {0, 1}, &hUntouched);
-         }},
-        {"mode 0", HW_ERR_INVALID_PARAMETER,
-         [&] {
-             return ask(HW_TUNER_Open, {1, 0}, &hUntouched);
-         }},
-        {"mode 2", HW_ERR_INVALID_PARAMETER,
-         [&] {
-             return ask(HW_TUNER_Open, {1, 2}, &hUntouched);
-         }},
-    });
+    test::expectRefusals({{"count to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_TUNER_GetCaps(nullptr); }},
+                          {"open the player's", HW_ERR_BUSY,
+                           [&] {
+                               return ask(HW_TUNER_Open, {0, 1}, &hUntouched);
+                           }},
+                          {"mode 0", HW_ERR_INVALID_PARAMETER,
+                           [&] {
+                               return ask(HW_TUNER_Open, {1, 0}, &hUntouched);
+                           }},
+                          {"mode 2", HW_ERR_INVALID_PARAMETER, [&] {
+                               return ask(HW_TUNER_Open, {1, 2}, &hUntouched);
+                           }}});
     const HW_Handle_t hSecond = handleOf(HW_TUNER_Open, {1, 1});
     EXPECT_TRUE(tuner::slot(0).bPlayer);
     EXPECT_TRUE(tuner::slot(1).bOpen && !tuner::slot(1).bPlayer);
@@ -67,6 +64,7 @@ TEST_F(VsetTuner, HasTwoSlotsOfWhichThePlayerHasOne) {
         EXPECT_EQ(stCaps.u32SlotNum, u32Count);
         EXPECT_EQ(stCaps.au32Reserved[2], 0u);
         EXPECT_EQ(tuner::slotCount(), u32Count);
+        EXPECT_THROW(tuner::setSlotCount(9), vset::SetError);
     }
     EXPECT_EQ(ask(HW_TUNER_GetHandle, {1}, &hUntouched), HW_ERR_INVALID_PARAMETER);
     EXPECT_EQ(hUntouched, kUntouched);
@@ -115,6 +113,11 @@ TEST_F(VsetTuner, ReceivesWhatAHandLocks) {
     EXPECT_EQ(HW_TUNER_GetBer(0, &s32Ber), HW_ERR_INVALID_HANDLE);
     EXPECT_EQ(HW_TUNER_GetLock(hSecond + 1), HW_ERR_INVALID_HANDLE);
     EXPECT_EQ(s32Ber, -5);
+    for (void (*pAction)(unsigned int) : {tuner::lock, tuner::unlock}) {
+        EXPECT_THROW(pAction(2), vset::SetError);
+    }
+    EXPECT_THROW(tuner::slot(2), vset::SetError);
+    EXPECT_THROW(tuner::setBer(2, 0), vset::SetError);
     vset::powerCycle();
     EXPECT_TRUE(tuner::slot(0).bLocked && !tuner::slot(1).bLocked);
     EXPECT_EQ(tuner::slot(0).s32Ber, 0);
@@ -162,6 +165,7 @@ TEST_F(VsetTuner, SaysWhatItIs) {
         EXPECT_EQ(stRow.get(hFirst, stRow.numbers[0], &hFirst, buffer.data()), HW_ERR_INVALID_PARAMETER) << "input";
         EXPECT_THAT(buffer, testing::Each('\xA5'));
     }
+    EXPECT_THROW(tuner::factoryText(2, 0), vset::SetError);
     vset::powerCycle();
     EXPECT_EQ(tuner::attributeText(0, 8), tuner::attributeText(1, 8));
     EXPECT_NE(tuner::attributeText(0, 8), strFull);
@@ -199,16 +203,6 @@ TEST_F(VsetTuner, IsInitialisedAnewInTwoSteps) {
     EXPECT_EQ(tuner::slot(0).u64VifInits, 0u);
     vset::detach();
     EXPECT_EQ(HW_TUNER_FactoryCmdApplyVif(hTuner, 1), 0u) << "without a set";
-}
-
-TEST_F(VsetTuner, APersonAsksForWhatThereIs) {
-    for (void (*pAction)(unsigned int) : {tuner::lock, tuner::unlock, tuner::hold, tuner::release}) {
-        EXPECT_THROW(pAction(2), vset::SetError);
-    }
-    EXPECT_THROW(tuner::slot(2), vset::SetError);
-    EXPECT_THROW(tuner::setBer(2, 0), vset::SetError);
-    EXPECT_THROW(tuner::factoryText(2, 0), vset::SetError);
-    EXPECT_THROW(tuner::setSlotCount(9), vset::SetError);
 }
 
 }  // namespace

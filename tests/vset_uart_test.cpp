@@ -128,6 +128,9 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
     }
     EXPECT_EQ(hUart, kUntouched);
     EXPECT_EQ(u32Out, kUntouched);
+    EXPECT_THROW(vset::uart::type(5, "x"), vset::SetError);
+    EXPECT_THROW(vset::uart::port(5), vset::SetError);
+    EXPECT_THROW(vset::uart::hangUp(2), vset::SetError);
 }
 
 TEST_F(VsetUart, BytesWithoutACallbackWait) {
@@ -400,12 +403,6 @@ TEST_F(VsetUart, ATtyHangsUp) {
     close(s32Tty);
     close(s32Next);
     EXPECT_EQ(test::openDescriptors(), before);
-}
-
-TEST_F(VsetUart, APersonIsToldWhatIsNotPossible) {
-    EXPECT_THROW(vset::uart::type(5, "x"), vset::SetError);
-    EXPECT_THROW(vset::uart::port(5), vset::SetError);
-    EXPECT_THROW(vset::uart::hangUp(2), vset::SetError);
 }
 
 TEST_F(VsetUart, ThePlayersReleaseEndsWhatIsRegisteredThere) {
