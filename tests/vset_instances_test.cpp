@@ -8,6 +8,7 @@
 
 #include "hw3/hw_aout.h"
 #include "hw3/hw_audio.h"
+#include "hw3/hw_cap.h"
 #include "hw3/hw_cec.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
@@ -18,11 +19,14 @@
 #include "hw3/hw_iic.h"
 #include "hw3/hw_ir.h"
 #include "hw3/hw_net.h"
+#include "hw3/hw_osd.h"
 #include "hw3/hw_pm.h"
 #include "hw3/hw_pwm.h"
 #include "hw3/hw_sar.h"
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_uart.h"
+#include "hw3/hw_video.h"
+#include "hw3/hw_wdt.h"
 #include "support/middleware_calls.h"
 #include "support/refusals.h"
 #include "vset/aout.h"
@@ -208,6 +212,7 @@ TEST_F(VsetInstances, AreThereAfterTheirFamily) {
         for (const Acquire& acquire : {family.find, family.open}) {
             EXPECT_EQ(acquire(&family.u32Outside, &hUntouched), HW_ERR_INVALID_PARAMETER);
             EXPECT_EQ(acquire(nullptr, &hUntouched), HW_ERR_INVALID_PARAMETER);
+            EXPECT_EQ(vset::journal().back().strArguments, "params=null");
             EXPECT_EQ(acquire(&family.u32Key, nullptr), HW_ERR_INVALID_PARAMETER);
         }
         EXPECT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
@@ -269,6 +274,79 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
             EXPECT_TRUE(family.u32Key == 0 || errorOf([&] { act(family.u32Outside); }).find(": there are only ") < 40);
         }
     }
+}
+
+// Calls the functions, with nothing but a handle, by all that are not of their kind.
+template <class... Functions>
+void expectForeign(const std::string& strKind, const Functions&... functions) {
+    std::vector<vset::OpenHandle> handles = vset::openHandles();
+    handles.push_back({"none", 0, HW_HANDLE_NONE, false});
+    handles.push_back({"never given out", 0, 1, false});
+    for (const vset::OpenHandle& stHandle : handles) {
+        int s32Function = 0;
+        const auto call = [&](const auto& function) {
+            EXPECT_EQ(function(stHandle.u32Handle), HW_ERR_INVALID_HANDLE)
+                << "function " << s32Function << " of " << strKind << " by the handle of " << stHandle.strFamily;
+            ++s32Function;
+        };
+        stHandle.strFamily != strKind ? (call(functions), ...) : void();
+    }
+}
+
+// Returns the function with zeros and null for everything but its handle.
+template <class... Others>
+auto by(HW_Result_t (*pFunction)(HW_Handle_t, Others...)) {
+    return [=](HW_Handle_t hHandle) { return pFunction(hHandle, Others{}...); };
+}
+
+TEST_F(VsetInstances, AreUsedByHandlesOfTheirKindAlone) {
+    HW_Handle_t hHandle = HW_HANDLE_NONE;
+    for (const Family& family : families()) {
+        bringUp(family);
+        EXPECT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
+    }
+    EXPECT_EQ(test::init(HW_NET_Init), HW_OK);
+    EXPECT_EQ(test::init(HW_WDT_Init), HW_OK);
+    test::handleOf(HW_NET_Open, {"eth0"});
+    test::handleOf(HW_CAP_Open, {});
+    EXPECT_EQ(HW_SYS_OpenConfigFile(test::u8("/vendor/factory/config/ir.ini"), &hHandle), HW_OK);
+    expectForeign("HW_AOUT", by(HW_AOUT_Close), by(HW_AOUT_SetAttr), by(HW_AOUT_GetAttr), by(HW_AOUT_SetDelay),
+                  by(HW_AOUT_GetDelay), by(HW_AOUT_SetVolume), by(HW_AOUT_GetVolume), by(HW_AOUT_LoadAqParams));
+    expectForeign("HW_CAP", by(HW_CAP_Close), by(HW_CAP_ConnectInput), by(HW_CAP_DisconnectInput),
+                  by(HW_CAP_CaptureOne));
+    expectForeign("HW_CEC", by(HW_CEC_Close), by(HW_CEC_Enable), by(HW_CEC_Disable), by(HW_CEC_GetAttr));
+    expectForeign("HW_DISP", by(HW_DISP_Close), by(HW_DISP_GetConnectedNum), by(HW_DISP_GetConnected),
+                  by(HW_DISP_GetDispRect), by(HW_DISP_SetInputRect), by(HW_DISP_SetAttr), by(HW_DISP_SetPictureParam),
+                  by(HW_DISP_GetPictureParam), by(HW_DISP_SetMute), by(HW_DISP_SetUnMute), by(HW_DISP_ApplySetting));
+    expectForeign("HW_DISP_CONTROLLER", by(HW_DISP_CloseController), by(HW_DISP_SetControlAttr),
+                  by(HW_DISP_SetOutputTiming));
+    expectForeign("HW_DISPOUT", by(HW_DISPOUT_Close), by(HW_DISPOUT_PanelSetAttr), by(HW_DISPOUT_PanelGetAttr));
+    expectForeign("HW_EXTIN", by(HW_EXTIN_Close), by(HW_EXTIN_SetAttr), by(HW_EXTIN_GetAttr),
+                  by(HW_EXTIN_AutoGainOffset), by(HW_EXTIN_DetectTvSystem), by(HW_EXTIN_GetSignalStatus),
+                  by(HW_EXTIN_FactorySetAttr), by(HW_EXTIN_FactoryGetAttr));
+    expectForeign("HW_FLASH", by(HW_FLASH_Close), by(HW_FLASH_LoadEnv), by(HW_FLASH_StoreEnv), by(HW_FLASH_GetEnvVar),
+                  by(HW_FLASH_SetEnvVar), by(HW_FLASH_Read), by(HW_FLASH_Write));
+    expectForeign("HW_GPIO", by(HW_GPIO_Close), by(HW_GPIO_SetOutput), by(HW_GPIO_GetInput));
+    expectForeign("HW_IIC", by(HW_IIC_Close), by(HW_IIC_Read), by(HW_IIC_Write));
+    expectForeign("HW_NET", by(HW_NET_Close), by(HW_NET_DhcpOff), by(HW_NET_DhcpOn), by(HW_NET_SetMac),
+                  by(HW_NET_DeviceUp), by(HW_NET_DeviceDown));
+    expectForeign("HW_OSD", by(HW_OSD_LayerDestroy), by(HW_OSD_LayerShow), by(HW_OSD_LayerHide),
+                  by(HW_OSD_LayerGetSize), by(HW_OSD_LayerQueryWindowHandle), by(HW_OSD_LayerSetColorMatrix));
+    expectForeign("HW_OSD_WINDOW", by(HW_OSD_WindowSetZOrder), by(HW_OSD_WindowShow), by(HW_OSD_WindowHide),
+                  by(HW_OSD_WindowFlipByExternSurface), by(HW_OSD_WindowGetSurface));
+    expectForeign("HW_OSD_SURFACE", by(HW_OSD_SurfaceDestroy), by(HW_OSD_SurfaceGetColorFormat), by(HW_OSD_SurfaceLock),
+                  by(HW_OSD_SurfaceUnlock), by(HW_OSD_SurfaceGetSize));
+    expectForeign("HW_PM", by(HW_PM_Close), by(HW_PM_GetRtcTime), by(HW_PM_SetAttr));
+    expectForeign("HW_PWM", by(HW_PWM_Close), by(HW_PWM_SetAttr), by(HW_PWM_GetAttr));
+    expectForeign("HW_SAR", by(HW_SAR_ConfigMode), by(HW_SAR_SetVoltageLevel), by(HW_SAR_AdcGetValue),
+                  by(HW_SAR_RegisterCallback), by(HW_SAR_UnRegisterCallback));
+    expectForeign("HW_SYS", by(HW_SYS_CloseConfigFile));
+    expectForeign("HW_TUNER", by(HW_TUNER_GetAttr), by(HW_TUNER_FactoryCmdGetAttr), by(HW_TUNER_GetLock),
+                  by(HW_TUNER_GetBer));
+    expectForeign("HW_UART", by(HW_UART_Close), by(HW_UART_RegisterCallback), by(HW_UART_UnRegisterCallback),
+                  by(HW_UART_SetBaudrate), by(HW_UART_Write), by(HW_UART_PutChar));
+    expectForeign("HW_VIDEO", by(HW_VIDEO_GetAttr));
+    expectForeign("HW_WDT", by(HW_WDT_SetAttr), by(HW_WDT_GetAttr));
 }
 
 // An action of the control API, with its text.

@@ -112,12 +112,9 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
     const HW_UART_WriteParams_t stNoData = {nullptr, 1, 0}, stEmpty = {test::u8("x"), 0, 0};
     const auto invalid = [](HW_Result_t result) { EXPECT_EQ(result, HW_ERR_INVALID_PARAMETER); };
     test::expectRefusals({
-        {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_RegisterCallback(hOpen + 1, &kTake, &u32Out); }},
         {"not registered", HW_ERR_FAILED, [&] { return HW_UART_UnRegisterCallback(hOpen, &kNoMore); }},
         {"baud 5", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_SetBaudrate(hOpen, 5); }},
         {"no data", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Write(hOpen, &stNoData, &u32Out); }},
-        {"handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_PutChar(0, 'x'); }},
-        {"write to handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_Write(0, &stEmpty, &u32Out); }},
         {"nothing is written", HW_OK, [&] { return HW_UART_Write(hOpen, &stEmpty, nullptr); }},
     });
     for (std::size_t i = 0; i < 4; ++i) {
