@@ -209,7 +209,6 @@ TEST_F(VsetDisp, RefusesWhatIsWrong) {
         {"mute nothing", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetMute(_hMain, 0); }},
         {"mute something else", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetMute(_hMain, 0x406); }},
         {"unmute something else", HW_ERR_INVALID_PARAMETER, [&] { return HW_DISP_SetUnMute(_hMain, 8); }},
-        {"no query", HW_ERR_INVALID_PARAMETER, number(nullptr)},
         {"no such kind", HW_ERR_INVALID_PARAMETER, number(&stNoKind)},
         {"first word", HW_ERR_INVALID_PARAMETER, number(&stNoFirst)},
         {"last word", HW_ERR_INVALID_PARAMETER, number(&stNoLast)},

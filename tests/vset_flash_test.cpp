@@ -99,9 +99,6 @@ TEST_F(VsetFlash, RefusesWhatIsWrong) {
     expectRefusals({
         {"open by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Open(&stNamed, &hFlash); }},
         {"find by name", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_GetHandle(&stAlsoNamed, &hFlash); }},
-        {"load to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_LoadEnv(hOpen, nullptr); }},
-        {"store from nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_StoreEnv(hOpen, nullptr); }},
-        {"read to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Read(hOpen, nullptr, &u32Report); }},
         {"read uncounted", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Read(hOpen, &stTransfer, nullptr); }},
         {"write uncounted", HW_ERR_INVALID_PARAMETER, [&] { return HW_FLASH_Write(hOpen, &stTransfer, nullptr); }},
     });

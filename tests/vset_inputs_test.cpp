@@ -257,7 +257,6 @@ TEST_F(VsetInputs, RefuseWhatTheyHaveNot) {
         {"mode 0", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_DetectTvSystem(hVga, 0, out.data()); }},
         {"mode 2", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_DetectTvSystem(hVga, 2, out.data()); }},
         {"standard to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_DetectTvSystem(hVga, 1, nullptr); }},
-        {"status to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_GetSignalStatus(hVga, nullptr); }},
         {"parameter 0", HW_ERR_NOT_SUPPORT, getParameter(hDecoder, 0)},
         {"parameter 17", HW_ERR_NOT_SUPPORT, getParameter(hDecoder, 17)},
         {"set parameter 0", HW_ERR_NOT_SUPPORT, setParameter(hDecoder, 0)},

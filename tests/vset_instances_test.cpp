@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // How families are brought up, their instances found, opened, held by the player and closed; and hands without a set.
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <set>
@@ -299,7 +300,18 @@ auto by(HW_Result_t (*pFunction)(HW_Handle_t, Others...)) {
     return [=](HW_Handle_t hHandle) { return pFunction(hHandle, Others{}...); };
 }
 
-TEST_F(VsetInstances, AreUsedByHandlesOfTheirKindAlone) {
+// Calls the functions by a handle of their kind, with null where a record or an output belongs.
+template <class... Functions>
+void expectNoNull(const std::string& strKind, const Functions&... functions) {
+    const std::vector<vset::OpenHandle> handles = vset::openHandles();
+    const auto own =
+        std::find_if(handles.begin(), handles.end(), [&](const auto& h) { return h.strFamily == strKind; });
+    ASSERT_NE(own, handles.end()) << strKind;
+    EXPECT_THAT((std::vector<HW_Result_t>{functions(own->u32Handle)...}), testing::Each(HW_ERR_INVALID_PARAMETER))
+        << strKind;
+}
+
+TEST_F(VsetInstances, AreUsedByHandlesOfTheirKindAndWithoutNull) {
     HW_Handle_t hHandle = HW_HANDLE_NONE;
     for (const Family& family : families()) {
         bringUp(family);
@@ -310,6 +322,24 @@ TEST_F(VsetInstances, AreUsedByHandlesOfTheirKindAlone) {
     test::handleOf(HW_NET_Open, {"eth0"});
     test::handleOf(HW_CAP_Open, {});
     EXPECT_EQ(HW_SYS_OpenConfigFile(test::u8("/vendor/factory/config/ir.ini"), &hHandle), HW_OK);
+    expectNoNull("HW_CAP", by(HW_CAP_CaptureOne));
+    expectNoNull("HW_EXTIN", by(HW_EXTIN_GetSignalStatus));
+    expectNoNull("HW_FLASH", by(HW_FLASH_LoadEnv), by(HW_FLASH_StoreEnv), by(HW_FLASH_GetEnvVar),
+                 by(HW_FLASH_SetEnvVar), by(HW_FLASH_Read), by(HW_FLASH_Write));
+    expectNoNull("HW_DISP", by(HW_DISP_GetConnectedNum), by(HW_DISP_GetConnected), by(HW_DISP_GetDispRect),
+                 by(HW_DISP_SetInputRect));
+    expectNoNull("HW_GPIO", by(HW_GPIO_GetInput));
+    expectNoNull("HW_IIC", by(HW_IIC_Read), by(HW_IIC_Write));
+    expectNoNull("HW_NET", by(HW_NET_SetMac));
+    expectNoNull("HW_OSD", by(HW_OSD_LayerGetSize), by(HW_OSD_LayerQueryWindowHandle), by(HW_OSD_LayerSetColorMatrix));
+    expectNoNull("HW_OSD_WINDOW", by(HW_OSD_WindowGetSurface));
+    expectNoNull("HW_OSD_SURFACE", by(HW_OSD_SurfaceGetColorFormat), by(HW_OSD_SurfaceLock), by(HW_OSD_SurfaceGetSize));
+    expectNoNull("HW_PM", by(HW_PM_GetRtcTime));
+    expectNoNull("HW_SYS", by(HW_SYS_GetConfigData), by(HW_SYS_SetConfigData));
+    expectNoNull("HW_TUNER", by(HW_TUNER_GetBer));
+    expectNoNull("HW_UART", by(HW_UART_RegisterCallback), by(HW_UART_UnRegisterCallback), by(HW_UART_Write));
+    expectNoNull("HW_WDT", by(HW_WDT_SetAttr), by(HW_WDT_GetAttr));
+
     expectForeign("HW_AOUT", by(HW_AOUT_Close), by(HW_AOUT_SetAttr), by(HW_AOUT_GetAttr), by(HW_AOUT_SetDelay),
                   by(HW_AOUT_GetDelay), by(HW_AOUT_SetVolume), by(HW_AOUT_GetVolume), by(HW_AOUT_LoadAqParams));
     expectForeign("HW_CAP", by(HW_CAP_Close), by(HW_CAP_ConnectInput), by(HW_CAP_DisconnectInput),
@@ -349,69 +379,58 @@ TEST_F(VsetInstances, AreUsedByHandlesOfTheirKindAlone) {
     expectForeign("HW_WDT", by(HW_WDT_SetAttr), by(HW_WDT_GetAttr));
 }
 
-// An action of the control API, with its text.
-struct Hand {
-    Hand(const char* pszText, std::function<void()> action) : pszAction(pszText), act(std::move(action)) {}
+template <class Result, class... Arguments>
+std::function<void()> withBlanks(Result (*pAction)(Arguments...)) {
+    return [=] { static_cast<void>(pAction(std::decay_t<Arguments>{}...)); };
+}
 
-    const char* pszAction;
-    std::function<void()> act;
-};
-#define HAND(action) Hand(#action, [] { action; })
-
-template <class... Hands>
-void expectNoSet(const Hands&... hands) {
-    for (const Hand& hand : {hands...}) {
-        EXPECT_EQ(errorOf(hand.act), "no set is attached") << hand.pszAction;
+// Calls actions of the control API with blank arguments.
+template <class... Actions>
+void expectNoSet(const char* pszFamily, Actions... actions) {
+    for (const std::function<void()>& action : {withBlanks(actions)...}) {
+        EXPECT_EQ(errorOf(action), "no set is attached") << pszFamily;
     }
 }
 
 TEST_F(VsetInstances, HaveNoHandsWithoutASet) {
     using namespace vset;
     detach();
-    expectNoSet(
-        HAND(aout::path(0)), HAND(aout::setVolumeTableLength(1)), HAND(aout::hold(0)), HAND(aout::release(0)),
-        HAND(aout::setBlocked(0, true)), HAND(aout::sound()), HAND(aout::describeAll()), HAND(cap::unit()),
-        HAND(cap::lastPicture()), HAND(cap::hold()), HAND(cap::release()), HAND(cec::state()),
-        HAND(cec::setEnabled(true)), HAND(cec::setEarcStatus(1)), HAND(cec::hold()), HAND(cec::release()),
-        HAND(disp::window(0)), HAND(disp::setRectangle(0, {})), HAND(disp::hold(1)), HAND(disp::release(0)),
-        HAND(disp::connectVideo(0, {})), HAND(disp::disconnectVideo(0)), HAND(disp::connectInput(0, {})),
-        HAND(disp::setModuleCount(0, 1)), HAND(disp::disconnectInput(0)), HAND(disp::picture(0)),
-        HAND(disp::freezeVideo(1)), HAND(disp::setPqVersion(0, 0, "")), HAND(disp::setPqRange(0, {})),
-        HAND(disp::controller()), HAND(disp::holdController()), HAND(disp::releaseController()),
-        HAND(disp::setTimingSupported(0, true)), HAND(dispout::output()), HAND(dispout::hold()),
-        HAND(dispout::release()), HAND(dispout::attribute(0)), HAND(dispout::setAttribute(0, "1234")),
-        HAND(dval::drivers()), HAND(extin::inputCount(0)), HAND(extin::setInputCount(0, 1)),
-        HAND(extin::plug(0, 0, {})), HAND(extin::unplug(0, 0)), HAND(extin::input(0, 0)), HAND(extin::hold(0, 0)),
-        HAND(extin::release(0, 0)), HAND(extin::edid(0, 0)), HAND(extin::setEdid(0, 0, "")), HAND(extin::hdmi(0)),
-        HAND(extin::reportEdidVersion(0, 0)), HAND(extin::calibration(2, 0)), HAND(extin::setCalibration(2, 0, {})),
-        HAND(extin::automaticCalibrations(2, 0)), HAND(extin::decoderParameter(0, 1)),
-        HAND(extin::setDecoderParameter(0, 1, 1)), HAND(factory_daemon::start()), HAND(flash::hold(0)),
-        HAND(flash::release(0)), HAND(flash::environment(0)), HAND(flash::partitions()),
-        HAND(flash::setPartition("x", 1)), HAND(gpio::pad(0)), HAND(gpio::drive(0, 1)), HAND(gpio::play(0, {})),
-        HAND(gpio::setInverted(0, true)), HAND(gpio::setBroken(0, true)), HAND(gpio::hold(0)), HAND(gpio::release(0)),
-        HAND(iic::devices()), HAND(iic::addDevice({0, 0x10, "x", 1, 0})), HAND(iic::removeDevice(0, 0)),
-        HAND(iic::memory(0, 0, 0, 1)), HAND(iic::setMemory(0, 0, 0, "x")), HAND(iic::deviceTable()),
-        HAND(iic::setTableEntry({0, 0, 0})), HAND(iic::transfers()), HAND(iic::clearTransfers()),
-        HAND(iic::debugLevel()), HAND(iic::hold(0)), HAND(iic::release(0)), HAND(net::interfaces()),
-        HAND(net::setInterfaces({})), HAND(net::hold("lo")), HAND(net::release("lo")), HAND(net::setReportedCount(1)),
-        HAND(osd::layer(0)), HAND(osd::removeLayer(0)), HAND(osd::surfaces()), HAND(osd::surfacePicture(0)),
-        HAND(osd::setSurfaceAlignment(1, 1)), HAND(panel::look()), HAND(pm::leds()), HAND(pm::ledHistory()),
-        HAND(pm::clearLedHistory()), HAND(pm::clock()), HAND(pm::setClock(1)), HAND(pm::hold()), HAND(pm::release()),
-        HAND(pwm::value(0, 0)), HAND(pwm::setValue(0, 0, 1)), HAND(pwm::hold(0)), HAND(pwm::release(0)),
-        HAND(sar::voltage(0)), HAND(sar::setVoltage(0, 1)), HAND(sar::press(0)), HAND(sar::pressCode(1)),
-        HAND(sar::keypad()), HAND(sar::channel(0)), HAND(sar::hold(0)), HAND(sar::release(0)),
-        HAND(sys::customerHash()), HAND(sys::setCustomerHash({})), HAND(sys::dataIndexPath()),
-        HAND(sys::setDataIndexPath("x")), HAND(sys::clockSpread(0)), HAND(sys::flashedFirmware()),
-        HAND(sys::readRegister(0, 0)), HAND(sys::writtenRegisters()), HAND(sys::writeRegister(0, 0, 1)),
-        HAND(sys::memoryMap()), HAND(sys::resizeRegion(347, 1)), HAND(sys::setIommuMemory(1)), HAND(tuner::slotCount()),
-        HAND(tuner::setSlotCount(1)), HAND(tuner::slot(0)), HAND(tuner::lock(0)), HAND(tuner::unlock(0)),
-        HAND(tuner::setBer(0, 1)), HAND(tuner::hold(0)), HAND(tuner::release(0)), HAND(tuner::attributeText(0, 8)),
-        HAND(tuner::setAttributeText(0, 8, "")), HAND(tuner::factoryText(0, 0)), HAND(tuner::setFactoryText(0, 0, "")),
-        HAND(uart::type(0, "x")), HAND(uart::sent(0)), HAND(uart::clearSent(0)), HAND(uart::port(0)),
-        HAND(uart::isCrossed()), HAND(uart::hold(0)), HAND(uart::release(0)), HAND(uart::hangUp(0)), HAND(wdt::state()),
-        HAND(wdt::setRebooted(true)), HAND(wdt::setPresent(true)));
+    expectNoSet("aout", aout::path, aout::setVolumeTableLength, aout::hold, aout::release, aout::setBlocked,
+                aout::sound, aout::describeAll);
+    expectNoSet("cap", cap::unit, cap::lastPicture, cap::hold, cap::release);
+    expectNoSet("cec", cec::state, cec::setEnabled, cec::setEarcStatus, cec::hold, cec::release);
+    expectNoSet("disp", disp::window, disp::setRectangle, disp::hold, disp::release, disp::connectVideo,
+                disp::disconnectVideo, disp::connectInput, disp::setModuleCount, disp::disconnectInput, disp::picture,
+                disp::freezeVideo, disp::setPqVersion, disp::setPqRange, disp::controller, disp::holdController,
+                disp::releaseController, disp::setTimingSupported);
+    expectNoSet("dispout", dispout::output, dispout::hold, dispout::release, dispout::attribute, dispout::setAttribute);
+    expectNoSet("dval", dval::drivers);
+    expectNoSet("extin", extin::inputCount, extin::setInputCount, extin::plug, extin::unplug, extin::input, extin::hold,
+                extin::release, extin::edid, extin::setEdid, extin::hdmi, extin::reportEdidVersion, extin::calibration,
+                extin::setCalibration, extin::automaticCalibrations, extin::decoderParameter,
+                extin::setDecoderParameter);
+    expectNoSet("factory_daemon", factory_daemon::start);
+    expectNoSet("flash", flash::hold, flash::release, flash::environment, flash::partitions, flash::setPartition);
+    expectNoSet("gpio", gpio::pad, gpio::drive, gpio::play, gpio::setInverted, gpio::setBroken, gpio::hold,
+                gpio::release);
+    expectNoSet("iic", iic::devices, iic::addDevice, iic::removeDevice, iic::memory, iic::setMemory, iic::deviceTable,
+                iic::setTableEntry, iic::transfers, iic::clearTransfers, iic::debugLevel, iic::hold, iic::release);
+    expectNoSet("net", net::interfaces, net::setInterfaces, net::hold, net::release, net::setReportedCount);
+    expectNoSet("osd", osd::layer, osd::removeLayer, osd::surfaces, osd::surfacePicture, osd::setSurfaceAlignment);
+    expectNoSet("panel", panel::look);
+    expectNoSet("pm", pm::leds, pm::ledHistory, pm::clearLedHistory, pm::clock, pm::setClock, pm::hold, pm::release);
+    expectNoSet("pwm", pwm::value, pwm::setValue, pwm::hold, pwm::release);
+    expectNoSet("sar", sar::voltage, sar::setVoltage, sar::press, sar::pressCode, sar::keypad, sar::channel, sar::hold,
+                sar::release);
+    expectNoSet("sys", sys::customerHash, sys::setCustomerHash, sys::dataIndexPath, sys::setDataIndexPath,
+                sys::clockSpread, sys::flashedFirmware, sys::readRegister, sys::writtenRegisters, sys::writeRegister,
+                sys::memoryMap, sys::resizeRegion, sys::setIommuMemory);
+    expectNoSet("tuner", tuner::slotCount, tuner::setSlotCount, tuner::slot, tuner::lock, tuner::unlock, tuner::setBer,
+                tuner::hold, tuner::release, tuner::attributeText, tuner::setAttributeText, tuner::factoryText,
+                tuner::setFactoryText);
+    expectNoSet("uart", uart::type, uart::sent, uart::clearSent, uart::port, uart::isCrossed, uart::hold, uart::release,
+                uart::hangUp);
+    expectNoSet("wdt", wdt::state, wdt::setRebooted, wdt::setPresent);
 }
-
-#undef HAND
 
 }  // namespace

@@ -110,8 +110,8 @@ TEST_F(VsetSar, RefusesWhatAChipRefuses) {
         {"no such event", HW_ERR_INVALID_PARAMETER,
          [&] { return HW_SAR_RegisterCallback(hKeypad, &stEvents, &u32Out); }},
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_RegisterCallback(hKeypad, nullptr, &u32Out); }},
-        {"end of nothing", HW_ERR_FAILED, [&] { return HW_SAR_UnRegisterCallback(hKeypad, &kNoMore); }},
         {"end of no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_UnRegisterCallback(hKeypad, nullptr); }},
+        {"end of nothing", HW_ERR_FAILED, [&] { return HW_SAR_UnRegisterCallback(hKeypad, &kNoMore); }},
         {"keypad mode", HW_OK, [&] { return HW_SAR_ConfigMode(hAdc, E_HW_SAR_MODE_KEYPAD); }},
         {"value of a keypad", HW_ERR_NOT_SUPPORT, [&] { return HW_SAR_AdcGetValue(hAdc, &u32Out); }},
     });
