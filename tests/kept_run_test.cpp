@@ -1,28 +1,100 @@
 // SPDX-License-Identifier: Apache-2.0
 // One good and one failing run of each module, compared with kept files: the complete log, every call of the middleware
-// with its arguments, statuses and outputs. "scripts/quality logs --update" renews the files; look at what has changed.
+// with its arguments, statuses and outputs, what stays open, and whether the next call works. In the failing run each
+// call of the middleware and each allocation of an operation fails in turn, once and from there on. "scripts/quality
+// logs
+// --update" renews the files; look at what has changed.
+#include <algorithm>
+#include <limits>
 #include <map>
+#include <numeric>
 #include <regex>
 #include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "fault_sweep.h"
+#include "hw3/hw_types.h"
+#include "operation_samples.h"
+#include "support/descriptors.h"
 #include "support/log_capture.h"
 #include "support/set_fixture.h"
 #include "vset/journal.h"
 
 namespace {
 
-using test::sweep::Calls;
-using test::sweep::Sample;
+using test::Calls;
+using test::Sample;
+
+constexpr const char* kModules[] = {"sys", "aud", "common", "disp", "disptst", "info", "inpsrc", "net", "prphrl"};
 
 // The first failures of a call say enough; some calls are made for each row of a picture.
 constexpr unsigned int kMostOfACall = 3;
 constexpr std::size_t kLongestOutput = 400;
+constexpr unsigned int kNever = std::numeric_limits<unsigned int>::max();
 
-class KeptRun : public test::sweep::SampleTest, public ::testing::WithParamInterface<const char*> {
+// Operations without a sample, and why. What raises and receives events has tests of its own, too.
+const std::map<std::string, const char*> kWithoutSample = {
+    {"_a_vextvfapi_prphrl_create_pipe_file", "waits for a writer"},
+    {"a_vextvfapi_sys_send_cmd_to_factory_svc", "a socket of which a PC has one, and no allocation"},
+    {"_a_vextvfapi_prphrl_setBlocking", "a call of the kernel alone"},
+    {"_a_vextvfapi_prphrl_setInterfaceAttr", "a call of the kernel alone"},
+    {"_a_vextvfapi_prphrl_uartOpen", "a call of the kernel alone"},
+    {"_a_vextvfapi_prphrl_uartRead", "a call of the kernel alone"},
+    {"_a_vextvfapi_prphrl_uartWrite", "a call of the kernel alone"},
+    {"_a_vextvfapi_prphrl_uartWritestr", "a call of the kernel alone"},
+    {"_a_vextvfapi_prphrl_set_hdmi_hpd", "its handle comes from another operation, which calls it"},
+    {"_a_vextvfapi_inpsrc_get_src_by_extin_handle", "its handle comes from another operation, which calls it"},
+    {"_a_vextvfapi_disp_get_on_screen_input", "its handle comes from another operation, which calls it"},
+    {"_a_vextvfapi_disptst_connect_disp", "its handle comes from another operation, which calls it"},
+};
+
+TEST(Samples, CoverEveryOperation) {
+    for (const tool::Operation& operation : tool::operations()) {
+        const bool bSampled = std::any_of(test::samples().begin(), test::samples().end(), [&](const Sample& stSample) {
+            return std::string(stSample.pszOperation) == operation.name;
+        });
+        const std::string strName = operation.name;
+        const bool bEvents =
+            strName.find("reg_callback") != std::string::npos || strName.find("_nty_event") != std::string::npos;
+        EXPECT_NE(bSampled || bEvents, kWithoutSample.count(strName) != 0) << strName;
+    }
+}
+
+// Returns what a function answers when it fails, and 1 and HW_HAS_INITED, which some callers take for success.
+std::vector<long long> failuresOf(const std::string& strCall) {
+    if (strCall == "HW_TUNER_FactoryCmdApplyVif") {
+        return {0};
+    }
+    if (strCall.rfind("HW_FS_", 0) != 0 || strCall == "HW_FS_Init") {
+        return {1, HW_HAS_INITED, HW_ERR_INVALID_PARAMETER};
+    }
+    const bool bCounts = strCall == "HW_FS_Fread" || strCall == "HW_FS_Fwrite" || strCall == "HW_FS_Write";
+    return bCounts ? std::vector<long long>{-1, 0} : std::vector<long long>{-1, -2};
+}
+
+// What is open, and how much of it.
+std::map<std::string, int> openNow() {
+    std::map<std::string, int> open = {{"descriptors", test::openDescriptors()}};
+    for (const vset::OpenHandle& stHandle : vset::openHandles()) {
+        ++open[stHandle.strFamily];
+    }
+    return open;
+}
+
+std::string changesSince(const std::map<std::string, int>& before) {
+    std::map<std::string, int> change = openNow();
+    for (const auto& [strWhat, s32Count] : before) {
+        change[strWhat] -= s32Count;
+    }
+    std::string strChanges;
+    for (const auto& [strWhat, s32Count] : change) {
+        strChanges += s32Count != 0 ? " " + strWhat + (s32Count > 0 ? "+" : "") + std::to_string(s32Count) : "";
+    }
+    return strChanges;
+}
+
+class KeptRun : public test::SampleTest, public ::testing::WithParamInterface<const char*> {
 protected:
     KeptRun() {
         leavesOpen("HW_");
@@ -32,8 +104,15 @@ protected:
     struct Call {
         std::string strLog;
         std::string strResult;
+        std::string strEffects;  // what the operation opened, closed, and was refused, and the status of the next call
         std::vector<vset::JournalEntry> journal;
-        std::size_t allocations = 0;
+        std::size_t allocations = 0, throwingAllocations = 0;
+
+        // Only what is not as in the good call.
+        std::string verdict(const Call& goodCall) const {
+            return (strResult == goodCall.strResult ? "the same" : strResult) +
+                   (strEffects == goodCall.strEffects ? "" : " ->" + strEffects);
+        }
     };
 
     // Runs the operation once from the prepared state, with a fault or without.
@@ -48,6 +127,7 @@ protected:
     std::ostringstream failing;
 
 private:
+    static std::string effectsSince(const std::map<std::string, int>& before, std::uint64_t u64Refusals);
     static std::string resultOf(const tool::Outcome& outcome);
     std::string named(std::string strText);
 
@@ -127,16 +207,26 @@ std::string KeptRun::named(std::string strText) {
     return strNamed + strText;
 }
 
+std::string KeptRun::effectsSince(const std::map<std::string, int>& before, std::uint64_t u64Refusals) {
+    std::set<std::string> refused;
+    for (const vset::Refusal& stRefusal : vset::refusals(u64Refusals)) {
+        refused.insert(stRefusal.thread == std::this_thread::get_id() ? " refused=" + stRefusal.strCall : "");
+    }
+    return std::accumulate(refused.begin(), refused.end(), changesSince(before));
+}
+
 KeptRun::Call KeptRun::run(const Sample& stSample, const tool::Operation& operation, const vset::Fault* pFault) {
     _names.clear();
     test::switchLog(true);
     prepare(stSample);
     const std::vector<tool::Value> arguments = tool::parseArguments(operation, stSample.words);
-    if (pFault != nullptr) {
-        vset::inject(*pFault);
-    }
+    const auto before = openNow();
+    const std::uint64_t u64Refusals = vset::refusalCount();
+    // A fault that never comes counts what it could make fail.
+    vset::inject(pFault != nullptr ? *pFault : vset::Fault{vset::kThrowingAllocation, 0, kNever});
     Call call;
     const std::size_t allocations = vset::allocations();
+    const std::size_t throwingAllocations = vset::throwingAllocations();
     std::fflush(stdout);
     ::testing::internal::CaptureStdout();
     call.strResult = named(resultOf(tool::invoke(operation, arguments)));
@@ -144,6 +234,11 @@ KeptRun::Call KeptRun::run(const Sample& stSample, const tool::Operation& operat
     call.strLog = named(::testing::internal::GetCapturedStdout());
     call.journal = vset::journal();
     call.allocations = vset::allocations() - allocations;
+    call.throwingAllocations = vset::throwingAllocations() - throwingAllocations;
+    vset::clearFaults();
+    call.strEffects = effectsSince(before, u64Refusals);
+    test::switchLog(false);
+    call.strEffects += " next=" + std::to_string(tool::invoke(operation, arguments).status);
     if (stSample.eCalls == Calls::sometimes || stSample.bThreadLogs) {
         call.strLog.clear();
     }
@@ -178,11 +273,11 @@ std::string newLines(const std::string& strText, const std::string& strKnown) {
 KeptRun::Call KeptRun::runGood(const Sample& stSample, const tool::Operation& operation) {
     const Call call = run(stSample, operation, nullptr);
     std::ostringstream run;
-    run << "== " << test::sweep::nameWithWords(stSample) << '\n' << call.strLog;
+    run << "== " << test::nameWithWords(stSample) << '\n' << call.strLog;
     for (const vset::JournalEntry& stEntry : call.journal) {
         run << "  " << vset::callLine(stEntry) << '\n';
     }
-    run << "  = " << call.strResult << '\n';
+    run << "  = " << call.strResult << (stSample.eCalls == Calls::sometimes ? "" : " ->" + call.strEffects) << '\n';
     good << withRepeats(named(run.str()));
     return call;
 }
@@ -195,8 +290,12 @@ void KeptRun::tellFailure(const Sample& stSample, const tool::Operation& operati
     Call call;
     for (const long long s64Result : results) {
         stFault.s64Result = s64Result;
+        stFault.u32Times = 0;
+        const std::string strAlways = run(stSample, operation, &stFault).verdict(goodCall);
+        stFault.u32Times = 1;
         call = run(stSample, operation, &stFault);
-        const std::string strGiven = call.strResult == goodCall.strResult ? "the same" : call.strResult;
+        const std::string strOnce = call.verdict(goodCall);
+        const std::string strGiven = strOnce + (strAlways == strOnce ? "" : ", from there on " + strAlways);
         failing << ' ' << s64Result << (strGiven == strBefore ? "" : " gives " + strGiven) << ';';
         strBefore = strGiven;
     }
@@ -206,20 +305,19 @@ void KeptRun::tellFailure(const Sample& stSample, const tool::Operation& operati
 }
 
 void KeptRun::runFailing(const Sample& stSample, const tool::Operation& operation, const Call& goodCall) {
-    failing << "== " << test::sweep::nameWithWords(stSample) << '\n';
-    if (stSample.eCalls == Calls::sometimes) {
-        return;
-    }
+    failing << "== " << test::nameWithWords(stSample) << '\n';
     std::map<std::string, unsigned int> made;
     for (const vset::JournalEntry& stEntry : goodCall.journal) {
         const unsigned int u32From = ++made[stEntry.pszCall];
-        if (u32From <= kMostOfACall) {
-            tellFailure(stSample, operation, goodCall, {stEntry.pszCall, 0, u32From},
-                        test::sweep::failuresOf(stEntry.pszCall));
+        if (u32From <= kMostOfACall && stSample.eCalls != Calls::sometimes) {
+            tellFailure(stSample, operation, goodCall, {stEntry.pszCall, 0, u32From}, failuresOf(stEntry.pszCall));
         }
     }
-    for (unsigned int u32From = 1; u32From <= std::min<std::size_t>(goodCall.allocations, kMostOfACall); ++u32From) {
-        tellFailure(stSample, operation, goodCall, {vset::kAllocation, 0, u32From}, {0});
+    for (const auto& [pszKind, count] : {std::pair(vset::kAllocation, goodCall.allocations),
+                                         {vset::kThrowingAllocation, goodCall.throwingAllocations}}) {
+        for (unsigned int u32From = 1; u32From <= std::min<std::size_t>(count, kMostOfACall); ++u32From) {
+            tellFailure(stSample, operation, goodCall, {pszKind, 0, u32From}, {0});
+        }
     }
 }
 
@@ -240,7 +338,7 @@ void KeptRun::compare(const std::string& strKind, const std::string& strRun) con
 
 TEST_P(KeptRun, IsTheKeptOne) {
     inFreshProcess([&] {
-        test::sweep::forEachSampleOf(GetParam(), [&](const Sample& stSample, const tool::Operation& operation) {
+        test::forEachSampleOf(GetParam(), [&](const Sample& stSample, const tool::Operation& operation) {
             runFailing(stSample, operation, runGood(stSample, operation));
         });
         compare("good", withoutChanges(good.str()));
@@ -248,7 +346,7 @@ TEST_P(KeptRun, IsTheKeptOne) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Modules, KeptRun, ::testing::ValuesIn(test::sweep::kModules),
+INSTANTIATE_TEST_SUITE_P(Modules, KeptRun, ::testing::ValuesIn(kModules),
                          [](const auto& module) { return std::string(module.param); });
 
 }  // namespace

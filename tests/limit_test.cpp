@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Arguments at the ends of their documented ranges, and one beyond: the samples of the fault sweep with one argument
+// Arguments at the ends of their documented ranges, and one beyond: the operations' samples with one argument
 // changed.
 #include <algorithm>
 
@@ -7,13 +7,13 @@
 
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
-#include "fault_sweep.h"
 #include "operation.h"
+#include "operation_samples.h"
 #include "support/set_fixture.h"
 
 namespace {
 
-using test::sweep::Sample;
+using test::Sample;
 
 // The range of an argument: a number, or the length of a text or of bytes.
 struct Limit {
@@ -85,7 +85,7 @@ protected:
 
     tool::Outcome invoke(const Limit& stLimit, long long value) {
         const tool::Operation& operation = *tool::findOperation(stLimit.pszOperation);
-        const std::vector<Sample>& samples = test::sweep::samples();
+        const std::vector<Sample>& samples = test::samples();
         const auto sample = std::find_if(samples.begin(), samples.end(), [&](const Sample& stSample) {
             return std::string(stSample.pszOperation) == stLimit.pszOperation;
         });

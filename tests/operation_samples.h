@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The samples of the fault sweep.
-#ifndef TESTS_FAULT_SWEEP_H
-#define TESTS_FAULT_SWEEP_H
+// Good calls of the operations, for tests that go through all of them.
+#ifndef TESTS_OPERATION_SAMPLES_H
+#define TESTS_OPERATION_SAMPLES_H
 
 #include <cstddef>
 #include <string>
@@ -10,9 +10,7 @@
 #include "operation.h"
 #include "support/set_fixture.h"
 
-namespace test::sweep {
-
-constexpr const char* kModules[] = {"sys", "aud", "common", "disp", "disptst", "info", "inpsrc", "net", "prphrl"};
+namespace test {
 
 // When a sample calls the middleware.
 enum class Calls {
@@ -33,33 +31,8 @@ struct Sample {
     bool bThreadLogs = false;  // a thread of the operation's writes log lines when it comes to it
 };
 
-// Handles that operations leave open on purpose. A name may be followed by the sample's words.
-struct LeftOpen {
-    std::vector<std::string> operations;
-    std::size_t handles;               // by a success
-    int s32Descriptors;                // by a success
-    const char* pszFamiliesOnFailure;  // whose handles a failure leaves, with blanks between them
-    const char* pszReason;
-};
-
-struct NotSwept {
-    std::vector<std::string> operations;
-    const char* pszReason;
-};
-
-// At least one of each operation, apart from those that are not swept.
+// At least one of each operation, apart from those that kept_run_test.cpp lists.
 const std::vector<Sample>& samples();
-
-const std::vector<LeftOpen>& leftOpen();
-const std::vector<NotSwept>& notSwept();
-
-// Returns what a function answers when it fails, and 1 and HW_HAS_INITED, which some callers take for
-// success.
-std::vector<long long> failuresOf(const std::string& strCall);
-
-// Returns why an operation may succeed although a call of the middleware or an allocation has failed; nothing when it
-// must not.
-std::string reasonOfSuccess(const std::string& strOperation, const std::string& strCall, long long s64Result);
 
 // Calls `body` with each sample of a module's operations and the operation's row.
 template <class Body>
@@ -88,6 +61,6 @@ private:
     int _s32Threads = 0;
 };
 
-}  // namespace test::sweep
+}  // namespace test
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Operations as the fault sweep and the kept runs call them.
-#include "fault_sweep.h"
+// Operations as the kept runs call them.
+#include "operation_samples.h"
 
 #include <chrono>
 
@@ -26,7 +26,7 @@
 #include "vset/extin.h"
 #include "vset/tuner.h"
 
-namespace test::sweep {
+namespace test {
 
 namespace {
 
@@ -501,4 +501,4 @@ void SampleTest::finish(const Sample& stSample) const {
     EXPECT_TRUE(eventually([this] { return threads() <= _s32Threads; }, kThreadsEnd)) << "threads are left";
 }
 
-}  // namespace test::sweep
+}  // namespace test
