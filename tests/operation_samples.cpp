@@ -109,6 +109,10 @@ Sample quiet(const char* pszOperation, std::vector<std::string> words = {}) {
     return {pszOperation, std::move(words), nullptr, nullptr, Calls::none};
 }
 
+Sample refused(const char* pszOperation, std::vector<std::string> words, void (*before)() = nullptr) {
+    return {pszOperation, std::move(words), before, nullptr, Calls::refused};
+}
+
 Sample background(const char* pszOperation, std::vector<std::string> words, void (*before)(), void (*after)()) {
     return {pszOperation, std::move(words), before, after, Calls::sometimes};
 }
@@ -217,8 +221,15 @@ void nameDemodulator() {
     }
 }
 
-void giveOutputUp() {
+// With the display's handle, which some operations close in place of the output's.
+void findOutputUp() {
+    fapi_core::VexTvFApiDispHsyModelRange stRange = {};
     ASSERT_EQ(a_vextvfapi_disp_init(), 0);
+    ASSERT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), 0);
+}
+
+void giveOutputUp() {
+    findOutputUp();
     vset::dispout::release();
 }
 
@@ -256,6 +267,21 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_sys_check_folder", {"/data"}},
     {"a_vextvfapi_sys_create_file", {"/data/new/file"}},
     {"a_vextvfapi_sys_copy_file", {"/data/file", "/data/new/copy", "off"}},
+    {"a_vextvfapi_sys_check_file", {"/data"}},
+    {"a_vextvfapi_sys_check_folder", {"/data/file"}},
+    refused("a_vextvfapi_sys_check_file", {"/data/none"}),
+    refused("a_vextvfapi_sys_check_folder", {"/data/none"}),
+    refused("a_vextvfapi_sys_check_folder", {""}),
+    refused("a_vextvfapi_sys_create_folder", {""}),
+    refused("a_vextvfapi_sys_create_folder", {"/data/new/b"}),
+    {"a_vextvfapi_sys_copy_file", {"/data/file", "/data/new", "on"}},
+    refused("a_vextvfapi_sys_copy_file", {"/data/file", "/data/file", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"/data/file", "/data/new/a/b", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"/data/none", "/data/new", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"", "/data/new", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"/data/file", "", "on"}),
+    refused("a_vextvfapi_sys_write_file", {"", "text:abc"}),
+    refused("a_vextvfapi_sys_write_file", {"/data/new/a/b", "text:abc"}),
     {"a_vextvfapi_sys_read_file_one_line", {"/data/file"}},
     {"a_vextvfapi_sys_read_file", {"/data/file"}},
     {"a_vextvfapi_sys_get_file_checksum", {"/data/file"}},
@@ -302,7 +328,9 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_sys_write_emmc", {"misc", "16", "text:abc"}},
     {"a_vextvfapi_sys_read_emmc", {"misc", "16", "3"}},
     {"a_vextvfapi_sys_set_miu_ssc", {"0", "30", "10", "on"}},
+    {"a_vextvfapi_sys_set_miu_ssc", {"2", "20", "1", "off"}},
     {"a_vextvfapi_sys_upgrade_fw", {"0", "/data/file"}},
+    refused("a_vextvfapi_sys_upgrade_fw", {"1", "/data/none"}),
     {"a_vextvfapi_sys_read_reg", {"1", "2"}},
     {"a_vextvfapi_sys_write_reg", {"1", "2", "3"}},
     {"a_vextvfapi_sys_get_rtc_time", {}},
@@ -370,12 +398,19 @@ const std::vector<Sample> kSamples = {
     analogInput("a_vextvfapi_inpsrc_get_adc_gain_offset", {"ypbpr"}),
     analogInput("a_vextvfapi_inpsrc_set_adc_gain_offset", {"vga", "1", "2", "3", "4", "5", "6"}),
     analogInput("a_vextvfapi_inpsrc_auto_gain_offset", {"vga"}),
+    refused("a_vextvfapi_inpsrc_get_adc_phase", {"scart"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_get_adc_gain_offset", {"scart"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_set_adc_phase", {"scart", "1", "2", "3"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_set_adc_gain_offset", {"scart", "1", "2", "3", "4", "5", "6"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_auto_gain_offset", {"3"}, plugAnalog),
     onInputs("_a_vextvfapi_inpsrc_get_vga_handle"),
     onInputs("_a_vextvfapi_inpsrc_get_ypbpr_handle"),
     onInputs("a_vextvfapi_inpsrc_check_vd_signal_locked"),
     onInputs("_a_vextvfapi_inpsrc_check_vd_signal_locked"),
     onInputs("a_vextvfapi_inpsrc_set_factory_vd_para", {"1", "2"}),
     onInputs("a_vextvfapi_inpsrc_get_factory_vd_para", {"1"}),
+    refused("a_vextvfapi_inpsrc_set_factory_vd_para", {"18", "2"}, bringInputsUp),
+    refused("a_vextvfapi_inpsrc_get_factory_vd_para", {"18"}, bringInputsUp),
     onScreen("a_vextvfapi_inpsrc_get_current_input_source"),
     onScreen("a_vextvfapi_inpsrc_get_current_input_source_type"),
     onScreen("_a_vextvfapi_inpsrc_get_current_input_source", {"type"}),
@@ -406,6 +441,13 @@ const std::vector<Sample> kSamples = {
     panel("a_vextvfapi_disp_get_frc_device_info"),
     panel("a_vextvfapi_disp_get_frc_connect_status"),
     panel("a_vextvfapi_disp_upgrade_tarn_fw", {"/data/file"}),
+    {"a_vextvfapi_disp_panel_set_attr", {"1", "1"}, findOutputUp},
+    {"a_vextvfapi_disp_panel_get_attr", {"4"}, findOutputUp},
+    {"a_vextvfapi_disp_panel_get_attr", {"3"}, findOutputUp},
+    {"a_vextvfapi_disp_get_tcon_info", {}, findOutputUp},
+    {"a_vextvfapi_disp_get_frc_device_info", {}, findOutputUp},
+    {"a_vextvfapi_disp_get_frc_connect_status", {}, findOutputUp},
+    {"a_vextvfapi_disp_upgrade_tarn_fw", {"/data/file"}, findOutputUp},
     driver("a_vextvfapi_disp_set_overscan", {"1", "2", "3", "4"}),
     driver("a_vextvfapi_disp_nty_drv_reload_param", {}),
     driver("a_vextvfapi_disp_set_pq_value", {"0", "1"}),
@@ -431,7 +473,8 @@ const std::vector<Sample> kSamples = {
     quiet("a_vextvfapi_prphrl_switch_to_ttys1", {"off"}),
     {"_a_vextvfapi_prphrl_sar_key_callback", {"1", "press", "0x01"}, nullptr, nullptr, Calls::sometimes},
     quiet("_a_vextvfapi_sys_convert_fw_type", {"0"}),
-    quiet("_a_vextvfapi_sys_get_miu_type_by_idx", {"0"}),
+    quiet("_a_vextvfapi_sys_get_miu_type_by_idx", {"2"}),
+    quiet("_a_vextvfapi_sys_get_miu_type_by_idx", {"3"}),
     quiet("a_vextvfapi_sys_update_panel"),
     quiet("_a_vextvfapi_sys_convert_factory_cmd", {"0"}),
     quiet("a_vextvfapi_sys_change_file_mode", {"/data/file", "0444"}),
@@ -458,6 +501,7 @@ const std::vector<Sample> kSamples = {
      takeCanvasAway,
      Calls::none},
     quiet("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", {"3"}),
+    quiet("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", {"18"}),
 };
 
 }  // namespace

@@ -17,10 +17,11 @@ enum class Calls {
     always,
     none,
     sometimes,      // when its thread comes to it, or while a device is in use: only allocations are made to fail
+    refused,        // no good call; nothing is made to fail
     onFirstPowerOn  // with a handle that the library has for its life, and a set that was off loses
 };
 
-// One good call of an operation.
+// One call of an operation, a good one if it is not said to be refused.
 struct Sample {
     const char* pszOperation;
     std::vector<std::string> words;  // as the bench tool takes them
@@ -33,19 +34,6 @@ struct Sample {
 
 // At least one of each operation, apart from those that kept_run_test.cpp lists.
 const std::vector<Sample>& samples();
-
-// Calls `body` with each sample of a module's operations and the operation's row.
-template <class Body>
-void forEachSampleOf(const std::string& strModule, Body&& body) {
-    for (const Sample& stSample : samples()) {
-        const tool::Operation* pOperation = tool::findOperation(stSample.pszOperation);
-        ASSERT_NE(pOperation, nullptr) << stSample.pszOperation;
-        if (pOperation->module() == strModule) {
-            SCOPED_TRACE(stSample.pszOperation);
-            body(stSample, *pOperation);
-        }
-    }
-}
 
 // "a_vextvfapi_sys_check_file /data/file"
 std::string nameWithWords(const Sample& stSample);

@@ -75,11 +75,6 @@ TEST_F(Emmc, RefusesWhatIsNotInThePartition) {
     EXPECT_TRUE(s32Largest == -1 || s32Largest == -4) << s32Largest;
 }
 
-TEST_F(Emmc, AWriteNeedsMemory) {
-    vset::inject({vset::kAllocation});
-    EXPECT_EQ(writeEmmc("abc", 0), -4);
-}
-
 // A sanitizer's own memory counts, too, and is more than any limit here.
 #if !defined(FAPI_SANITIZED)
 TEST_F(Emmc, AReadNeedsMemoryThatThereIs) {

@@ -100,28 +100,12 @@ TEST_F(SysEnv, AForeignHandleIsSharedAndStaysOpen) {
     EXPECT_EQ(u8Opened, 0);
 }
 
-TEST_F(SysEnv, MemoryMayBeShort) {
-    vset::inject({vset::kAllocation});
-    EXPECT_EQ(setEnv("serial", "new"), -1);
-    vset::inject({vset::kAllocation});
-    EXPECT_EQ(getEnv("serial"), "status -4");
-}
-
 TEST_F(SysEnv, AHandleOfZeroIsNone) {
     vset::inject({"HW_FLASH_GetHandle", HW_OK});
     EXPECT_EQ(getEnv("serial"), "status -1");
     vset::inject({"HW_FLASH_Open", HW_OK});
     EXPECT_EQ(getEnv("serial"), "status -1");
     EXPECT_THAT(calls(), testing::ElementsAre("HW_FLASH_GetHandle", "HW_FLASH_GetHandle", "HW_FLASH_Open"));
-}
-
-// "Continue" and "already initialized" are failures, too.
-TEST_F(SysEnv, AnImageThatIsNotLoadedIsNotRead) {
-    for (const HW_Result_t code : {HW_CONTINUE, HW_HAS_INITED}) {
-        vset::inject({"HW_FLASH_LoadEnv", code});
-        EXPECT_EQ(getEnv("serial"), "status -1");
-        EXPECT_EQ(count("HW_FLASH_GetEnvVar"), 0u);
-    }
 }
 
 TEST_F(SysEnv, AFailedCloseReplacesEveryOtherStatus) {
