@@ -17,7 +17,9 @@ class Common : public test::SetTest {};
 
 TEST_F(Common, GateFollowsTheMarkerAsOfTheLastStart) {
     inFreshProcess([] {
+        testing::internal::CaptureStdout();
         EXPECT_EQ(a_vextvfapi_common_get_fapi_status(), -5) << "closed before the start, although the marker is there";
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "and the log is off";
     });
     const std::string strMarker = vset::hostPath("/vendor/factory/bin/factory_svc");
     EXPECT_EQ(a_vextvfapi_sys_init(), 0);

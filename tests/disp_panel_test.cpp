@@ -106,14 +106,6 @@ TEST_F(Panel, ReportsTheChipsNextToIt) {
     EXPECT_EQ(stFrc.u32FwVer, 0xABCDu);
     setAttribute(16, HW_U32{42});
     EXPECT_EQ(a_vextvfapi_disp_get_frc_connect_status(), 42);
-
-    vset::inject({"HW_DISPOUT_PanelGetAttr", 8, 1, 2});
-    EXPECT_EQ(a_vextvfapi_disp_get_tcon_info(&stTcon), -1);
-    EXPECT_EQ(stTcon.u8TconData[9], 10);
-    EXPECT_EQ(a_vextvfapi_disp_get_frc_device_info(&stFrc), -2);
-    EXPECT_EQ(stFrc.u32FwVer, 0u) << "written all the same";
-    EXPECT_EQ(a_vextvfapi_disp_get_tcon_info(nullptr), -1);
-    EXPECT_EQ(a_vextvfapi_disp_get_frc_device_info(nullptr), -1);
 }
 
 // Operations on the chips next to the panel close the display's handle in place of the output that they have opened.

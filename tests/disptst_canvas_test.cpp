@@ -2,6 +2,7 @@
 // The test canvas on the set's panel: its memory, its layer, and what is drawn on it.
 #include <cstring>
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 
 #include "a_vextvfapi_disptst.h"
@@ -13,6 +14,18 @@
 #include "vset/osd.h"
 #include "vset/panel.h"
 #include "vset/sys.h"
+
+static bool g_bRegionAtZero = false;
+
+// Answers as the set's chip does, or with a region at the address 0.
+extern "C" HW_Result_t HW_SYS_AllocateMmapLayout(HW_U32 u32Id, HW_SYS_MmapInfo_t* pstInfo) {
+    static const auto next = reinterpret_cast<decltype(&HW_SYS_AllocateMmapLayout)>(dlsym(RTLD_NEXT, __func__));
+    const HW_Result_t result = next(u32Id, pstInfo);
+    if (g_bRegionAtZero) {
+        pstInfo->u64MiuBase = pstInfo->u64Offset = 0;
+    }
+    return result;
+}
 
 namespace {
 
@@ -215,11 +228,17 @@ TEST_F(Canvas, GivesMemoryBackThatItCannotUse) {
         ASSERT_EQ(off(), 0);
     }
     vset::inject({"HW_OS_Pa2NonCachedVa", 8, 1, 2});
-    EXPECT_EQ(on(64, 32), -1);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(on(64, 32), -1); }), HasSubstr("Failed to Allocate Memory.\n\n"));
     expectNothingLeft();
     vset::inject({"HW_OS_Pa2NonCachedVa", HW_OK});
     EXPECT_EQ(on(64, 32), -1);
     EXPECT_EQ(off(), 0);
+    expectNothingLeft();
+    g_bRegionAtZero = true;
+    vset::sys::setIommuMemory(0);
+    vset::inject({"HW_OS_Pa2NonCachedVa", HW_OK});
+    EXPECT_EQ(on(64, 32), -1);
+    g_bRegionAtZero = false;
     expectNothingLeft();
 }
 

@@ -228,7 +228,7 @@ std::string KeptRun::resultOf(const tool::Outcome& outcome) {
 // Takes out what is different in each run or in each version of a source.
 std::string withoutChanges(const std::string& strRun) {
     static const std::pair<std::regex, const char*> kChanges[] = {
-        {std::regex("(_vextvfapi_[a-z_]+)\\([0-9]+\\)"), "$1()"},  // a line of the source
+        {std::regex("(_vextvfapi_[a-z_]+)[(\\[][0-9]+[)\\]]"), "$1()"},  // a line of the source
         {std::regex("(\\([a-z_]+) [0-9]+\\)"), "$1)"},
         {std::regex("> \\[[0-9]+\\]"), "> []"},
         {std::regex("x{9,}"), "x..."},

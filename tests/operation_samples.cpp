@@ -109,10 +109,6 @@ Sample quiet(const char* pszOperation, std::vector<std::string> words = {}) {
     return {pszOperation, std::move(words), nullptr, nullptr, Calls::none};
 }
 
-Sample refused(const char* pszOperation, std::vector<std::string> words, void (*before)() = nullptr) {
-    return {pszOperation, std::move(words), before, nullptr, Calls::refused};
-}
-
 Sample background(const char* pszOperation, std::vector<std::string> words, void (*before)(), void (*after)()) {
     return {pszOperation, std::move(words), before, after, Calls::sometimes};
 }
@@ -126,8 +122,16 @@ void useClosedWindow() {
     ASSERT_EQ(a_vextvfapi_disp_switch_window(1), 0);
 }
 
+void useNoWindow() {
+    ASSERT_EQ(a_vextvfapi_disp_switch_window(3), 0);
+}
+
 void useFirstWindow() {
     a_vextvfapi_disp_switch_window(0);
+}
+
+Sample refused(const char* pszOperation, std::vector<std::string> words, void (*before)() = nullptr) {
+    return {pszOperation, std::move(words), before, useFirstWindow, Calls::refused};
 }
 
 Sample display(const char* pszOperation, std::vector<std::string> words) {
@@ -381,15 +385,40 @@ const std::vector<Sample> kSamples = {
     onCanvas("a_vextvfapi_disptst_gop_pattern_set_attr", {"on"}),
     {"a_vextvfapi_disptst_set_burning_mode", {"on"}, nullptr, stopBurnIn, Calls::always, true},
     {"a_vextvfapi_disptst_set_burning_mode_adv", {"on", "red,blue", "1"}, nullptr, stopBurnIn, Calls::always, true},
-    {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "on"}},
+    {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "2"}},
     {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "off"}},
+    refused("a_vextvfapi_disptst_set_osd_layer_on_off", {"2", "on"}),
+    refused("a_vextvfapi_disptst_set_osd_layer_on_off", {"-1", "on"}),
     display("a_vextvfapi_disptst_set_pq_on_off", {"on"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "on", "0", "white"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "on", "7", "white"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "on"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "off"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "on", "0", "red"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "off"}),
+    display("a_vextvfapi_disptst_set_pq_on_off", {"off"}),
+    refused("a_vextvfapi_disptst_set_pq_on_off", {"on"}, useNoWindow),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"adc", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"adc", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ip1", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ip1", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"linebuff", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"linebuff", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"hvsp", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"hvsp", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mod", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mod", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "on", "8", "red"}),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "on", "8", "red"}, useClosedWindow),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"adc", "on", "8", "red"}, useClosedWindow),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"11", "on"}, useClosedWindow),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "on"}, useNoWindow),
     {"a_vextvfapi_inpsrc_init", {}},
     onInputs("a_vextvfapi_inpsrc_deinit"),
     analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"vga"}),
@@ -452,6 +481,12 @@ const std::vector<Sample> kSamples = {
     driver("a_vextvfapi_disp_nty_drv_reload_param", {}),
     driver("a_vextvfapi_disp_set_pq_value", {"0", "1"}),
     background("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "0"}, nullptr, stopStandardLink),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"5", "0"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"-1", "0"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "2"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "-1"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "0", "3"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "1", "4294967295"}),
     background("a_vextvfapi_prphrl_std_factory_uart_stop", {}, startStandardLink, stopStandardLink),
     background("a_vextvfapi_prphrl_std_factory_uart_write", {"text:abc"}, startStandardLink, stopStandardLink),
     background("a_vextvfapi_prphrl_std_factory_uart_custom_config", {"end", ";", "8"}, startStandardLink,

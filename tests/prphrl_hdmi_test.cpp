@@ -129,8 +129,11 @@ TEST_F(Hdmi, FivePortsAreTooMany) {
     EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_edid_version(4, 1), -1) << "which has no choice of EDIDs";
     vset::powerCycle();
     ASSERT_EQ(a_vextvfapi_sys_init(), 0);
+    vset::extin::setInputCount(E_HW_EXTIN_TYPE_HDMI, 2);
     ASSERT_EQ(a_vextvfapi_prphrl_init(), 0);
-    EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(3, 1), 0);
+    EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_hpd(1, 1), 0);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_hdmi_edid_version(2, 1), -1); }),
+                HasSubstr("Device not found\n\n"));
     vset::powerCycle();
     ASSERT_EQ(a_vextvfapi_sys_init(), 0);
     vset::inject({"HW_EXTIN_Init"});
