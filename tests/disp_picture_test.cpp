@@ -179,17 +179,4 @@ TEST_F(DispPicture, CutsAPieceOutOfTheInput) {
                 HasSubstr("[D] <a_vextvfapi_disp_set_over_scan> Error windowindex: 3\n\n"));
 }
 
-TEST_F(DispPicture, EachTypeOfValueIsAnArgumentOfTheDriver) {
-    const unsigned int au32Arguments[] = {0, 1, 3, 5, 2, 21};
-    for (int type = 0; type < 6; ++type) {
-        EXPECT_EQ(a_vextvfapi_disp_set_pq_value(type, 1000 + static_cast<unsigned int>(type)), 0);
-        EXPECT_EQ(vset::dval::drivers().arguments.at(au32Arguments[type]), 1000u + static_cast<unsigned int>(type));
-    }
-    for (const int type : {6, -1}) {
-        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_pq_value(type, 1), -1); }),
-                    EndsWith("Invalid type " + std::to_string(type) + "\n\n"));
-    }
-    EXPECT_EQ(vset::dval::drivers().arguments.size(), 6u);
-}
-
 }  // namespace

@@ -81,15 +81,6 @@ TEST_F(Ini, RefusesWhatCannotBeRead) {
     EXPECT_EQ(get("s:four", 4).s32Status, -4);
 }
 
-TEST_F(Ini, AFailedCloseTakesThePlaceOfSuccess) {
-    leavesOpen("HW_SYS");
-    vset::inject({"HW_SYS_CloseConfigFile", HW_ERR_NOT_SUPPORT, 1, 3});
-    EXPECT_EQ(get("s:missing", 3).s32Status, -6) << "the code counts";
-    EXPECT_EQ(get("s:four", 8).s32Status, -1);
-    EXPECT_EQ(a_vextvfapi_info_set_ini_para(u8(kFile), u8("s:k"), u8("v")), -1);
-    EXPECT_EQ(opened().size(), 3u);
-}
-
 TEST_F(Ini, WritesValues) {
     EXPECT_EQ(a_vextvfapi_info_set_ini_para(u8(kFile), u8("s:four"), u8("4")), 0);
     EXPECT_EQ(a_vextvfapi_info_set_ini_para(u8(kFile), u8("new:key"), u8("value")), 0);

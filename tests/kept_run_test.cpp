@@ -20,6 +20,7 @@
 #include "support/log_capture.h"
 #include "support/set_fixture.h"
 #include "vset/journal.h"
+#include "vset/sys.h"
 
 namespace {
 
@@ -158,6 +159,9 @@ std::map<std::string, int> openNow() {
     std::map<std::string, int> open = {{"descriptors", test::openDescriptors()}};
     for (const vset::OpenHandle& stHandle : vset::openHandles()) {
         ++open[stHandle.strFamily];
+    }
+    for (const vset::sys::MemoryArea& stArea : vset::sys::memoryMap()) {
+        open["memory"] += stArea.bAddressable ? 1 : 0;
     }
     return open;
 }

@@ -24,6 +24,8 @@
 #include "vset/disp.h"
 #include "vset/dispout.h"
 #include "vset/extin.h"
+#include "vset/gpio.h"
+#include "vset/osd.h"
 #include "vset/tuner.h"
 
 namespace test {
@@ -69,6 +71,10 @@ void stopPipeMode() {
                      std::chrono::seconds(1));
     a_vextvfapi_prphrl_set_uart_pipe_mode(0, nullptr);
     close(s32Writer);
+}
+
+void holdPad() {
+    vset::gpio::hold(5);
 }
 
 void startMonitor() {
@@ -154,6 +160,15 @@ void putBmp() {
 
 void putCanvasUp() {
     ASSERT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(16, 4), 0);
+}
+
+void removeLayer() {
+    vset::osd::removeLayer(1);
+}
+
+void putCanvasUpWithoutLayer() {
+    removeLayer();
+    putCanvasUp();
 }
 
 // Proves that the operation removes what a failure has left.
@@ -287,6 +302,10 @@ const std::vector<Sample> kSamples = {
     refused("a_vextvfapi_sys_write_file", {"", "text:abc"}),
     refused("a_vextvfapi_sys_write_file", {"/data/new/a/b", "text:abc"}),
     {"a_vextvfapi_sys_read_file_one_line", {"/data/file"}},
+    {"a_vextvfapi_sys_read_file_one_line", {"/data/file", "64", "4"}},
+    {"a_vextvfapi_sys_read_file_one_line", {"/data/file", "3", "4"}},
+    refused("a_vextvfapi_sys_read_file_one_line", {"/data/file", "64", "8"}),
+    refused("a_vextvfapi_sys_read_file_one_line", {"/data/none"}),
     {"a_vextvfapi_sys_read_file", {"/data/file"}},
     {"a_vextvfapi_sys_get_file_checksum", {"/data/file"}},
     {"a_vextvfapi_sys_write_file", {"/data/new/written", "text:abc"}},
@@ -303,6 +322,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_sys_get_dataindex_path", {}},
     {"a_vextvfapi_sys_get_customer_hash", {}},
     {"a_vextvfapi_info_get_ini_para", {"/vendor/factory/config/ir.ini", "IR:IR_FORMAT"}},
+    {"a_vextvfapi_info_get_ini_para", {"/vendor/factory/config/ir.ini", "IR:NONE"}},
     {"a_vextvfapi_info_set_ini_para", {"/vendor/factory/config/ir.ini", "IR:IR_FORMAT", "2"}},
     {"a_vextvfapi_prphrl_get_rc_format", {"IR:IR_FORMAT"}},
     // The keypad before the ADC: with that in use, starting the keypad does not open it.
@@ -318,6 +338,10 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "0"}},
     {"a_vextvfapi_prphrl_control_gpio", {"5", "1"}},
     {"a_vextvfapi_prphrl_get_gpio_status", {"5"}},
+    {"a_vextvfapi_prphrl_control_gpio", {"0", "1"}},
+    {"a_vextvfapi_prphrl_control_gpio", {"5", "0"}, holdPad},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, holdPad},
+    refused("a_vextvfapi_prphrl_control_gpio", {"5", "2"}),
     {"a_vextvfapi_prphrl_set_hdmi_edid_version", {"0", "2"}},
     {"a_vextvfapi_prphrl_get_hdmi_edid_version", {"0"}},
     {"a_vextvfapi_prphrl_set_hdmi_edid_data", {"0", "3", "text:abc"}},
@@ -331,6 +355,13 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_pwm_get_attr", {"0", "0"}},
     {"a_vextvfapi_sys_write_emmc", {"misc", "16", "text:abc"}},
     {"a_vextvfapi_sys_read_emmc", {"misc", "16", "3"}},
+    refused("a_vextvfapi_sys_write_emmc", {"misc", "1048576", "text:a"}),
+    refused("a_vextvfapi_sys_write_emmc", {"misc", "1048575", "text:ab"}),
+    refused("a_vextvfapi_sys_write_emmc", {"misc", "4294967295", "text:ab"}),
+    refused("a_vextvfapi_sys_write_emmc", {"missing", "0", "text:a"}),
+    refused("a_vextvfapi_sys_read_emmc", {"misc", "1048575", "2"}),
+    refused("a_vextvfapi_sys_read_emmc", {"misc", "4294967295", "2"}),
+    refused("a_vextvfapi_sys_read_emmc", {"missing", "0", "1"}),
     {"a_vextvfapi_sys_set_miu_ssc", {"0", "30", "10", "on"}},
     {"a_vextvfapi_sys_set_miu_ssc", {"2", "20", "1", "off"}},
     {"a_vextvfapi_sys_upgrade_fw", {"0", "/data/file"}},
@@ -380,6 +411,9 @@ const std::vector<Sample> kSamples = {
     canvasUp("a_vextvfapi_disptst_gen_gop_test_pattern_on", {"16", "4"}),
     canvasUp("a_vextvfapi_disptst_gen_gop_test_pattern_by_bmp", {"/data/bmp", "4", "1"}),
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_off", {}),
+    {"a_vextvfapi_disptst_gen_gop_test_pattern_on", {"16", "4"}, removeLayer, takeCanvasAway},
+    {"a_vextvfapi_disptst_gen_gop_test_pattern_off", {}, putCanvasUpWithoutLayer, takeCanvasAway},
+    {"a_vextvfapi_disptst_gen_gop_test_pattern_off", {}},
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_show", {}),
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_hide", {}),
     onCanvas("a_vextvfapi_disptst_gop_pattern_set_attr", {"on"}),
@@ -479,7 +513,13 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_disp_upgrade_tarn_fw", {"/data/file"}, findOutputUp},
     driver("a_vextvfapi_disp_set_overscan", {"1", "2", "3", "4"}),
     driver("a_vextvfapi_disp_nty_drv_reload_param", {}),
-    driver("a_vextvfapi_disp_set_pq_value", {"0", "1"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"0", "1000"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"1", "1001"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"2", "1002"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"3", "1003"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"4", "1004"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"5", "1005"}),
+    refused("a_vextvfapi_disp_set_pq_value", {"-1", "1"}, bringDriversUp),
     background("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "0"}, nullptr, stopStandardLink),
     refused("a_vextvfapi_prphrl_std_factory_uart_start", {"5", "0"}),
     refused("a_vextvfapi_prphrl_std_factory_uart_start", {"-1", "0"}),

@@ -29,15 +29,6 @@ constexpr unsigned int kSecond = 1000000;  // in microseconds
 
 class Pads : public test::PeripheralTest {};
 
-TEST_F(Pads, AnOutputDrivesItsLevel) {
-    EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 2), -1);
-    EXPECT_THAT(calls(), IsEmpty());
-    EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 1), 0);
-    EXPECT_TRUE(vset::gpio::pad(kPad).bOutput);
-    EXPECT_EQ(vset::gpio::pad(kPad).u8Level, 1);
-    EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(0, 1), 0) << "pad 0 may be driven";
-}
-
 TEST_F(Pads, LevelAndInversionAreRead) {
     struct Row {
         unsigned char level;
@@ -57,19 +48,6 @@ TEST_F(Pads, LevelAndInversionAreRead) {
         EXPECT_THAT(log, AllOf(HasSubstr(std::string("  ==>Level: ") + row.levelText + "\n\n"),
                                HasSubstr(std::string("  ==>Invert: ") + row.invertText + "\n\n")));
     }
-}
-
-TEST_F(Pads, AFoundHandleIsNotClosed) {
-    vset::gpio::hold(kPad);
-    const std::string log = test::logOf([] {
-        unsigned char read = 9;
-        EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &read), 0);
-        EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 1), 0);
-    });
-    EXPECT_THAT(log,
-                AllOf(HasSubstr("[E] <a_vextvfapi_prphrl_get_gpio_status> [gpio_status] get handle success, no need"),
-                      HasSubstr("[E] <a_vextvfapi_prphrl_control_gpio> [control_gpio] get handle success, no need")));
-    EXPECT_EQ(opened().size(), 1u);
 }
 
 // --- Monitor ---------------------------------------------------------------------------------------------------------

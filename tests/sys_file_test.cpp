@@ -131,6 +131,11 @@ TEST_F(SysFile, ReadBlock) {
     unsigned char au8Unread[5];
     a_vextvfapi_sys_read_file(u8("/data/f"), au8Unread, 5, (1ull << 63) - 1, &u32Unread);
     EXPECT_EQ(count("HW_FS_Fseek"), 5u) << "positions beyond the largest offset are not sought";
+    unsigned char au8Line[6] = {};
+    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), au8Line, 0xFFFFFFFF, 5), 0);
+    EXPECT_STREQ(reinterpret_cast<char*>(au8Line), "56789");
+    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), au8Line, 3, 1ull << 63), -1);
+    EXPECT_STREQ(reinterpret_cast<char*>(au8Line), "01") << "it is read all the same";
     unsigned char u8Byte = 0;
     unsigned int u32Read = 99;
     EXPECT_EQ(a_vextvfapi_sys_read_file(u8("/data/none"), &u8Byte, 1, 0, &u32Read), -1);
@@ -141,29 +146,6 @@ TEST_F(SysFile, ReadBlock) {
     EXPECT_EQ(a_vextvfapi_sys_read_file(u8("/data/f"), &u8Byte, 1, 4, &u32Read), -1);
     EXPECT_EQ(u32Read, 1u) << "a failed close keeps what was read";
     EXPECT_EQ(u8Byte, '4');
-}
-
-TEST_F(SysFile, ReadOneLine) {
-    write("/data/f", "first\nsecond line\n\nlast");
-    const struct {
-        unsigned int u32Length;
-        unsigned long long u64Position;
-        int s32Status;
-        const char* pszLine;
-    } kRows[] = {
-        {64, 0, 0, "first\n"}, {64, 6, 0, "second line\n"},  {4, 6, 0, "sec"}, {64, 18, 0, "\n"},
-        {64, 19, 0, "last"},   {0xFFFFFFFFu, 19, 0, "last"}, {64, 23, -1, ""}, {64, 1ull << 63, -1, "first\n"},
-    };
-    for (const auto& stRow : kRows) {
-        SCOPED_TRACE(stRow.u64Position);
-        unsigned char au8Line[65] = {};
-        EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), au8Line, stRow.u32Length, stRow.u64Position),
-                  stRow.s32Status);
-        EXPECT_STREQ(reinterpret_cast<char*>(au8Line), stRow.pszLine);
-    }
-    unsigned char u8Byte = 0;
-    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), &u8Byte, 0, 0), -1);
-    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/none"), &u8Byte, 1, 0), -1);
 }
 
 TEST_F(SysFile, Checksum) {
