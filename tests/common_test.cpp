@@ -95,20 +95,4 @@ TEST_F(Common, MiddlewareCodes) {
     }
 }
 
-TEST_F(Common, DecodersAreBigEndian) {
-    signed char as8Bytes[] = {0x12, -2, 0x56, 0x78};
-    EXPECT_EQ(_bytes_to_int(as8Bytes), 0x12FE5678);
-    EXPECT_EQ(_bytes_to_short(as8Bytes), 0x12FE);
-    EXPECT_EQ(_bytes_to_short(as8Bytes + 1), 0xFE56);
-    EXPECT_EQ(_bytes_to_bool(as8Bytes + 1), 0xFE);
-    EXPECT_EQ(_bytes_to_one_byte_enum(as8Bytes), 0x12);
-    const std::string strLog = test::logOf([] {
-        EXPECT_EQ(_bytes_to_int(nullptr), -1);
-        EXPECT_EQ(_bytes_to_short(nullptr), 0xFFFF);
-        EXPECT_EQ(_bytes_to_bool(nullptr), 0xFF);
-        EXPECT_EQ(_bytes_to_one_byte_enum(nullptr), 0xFF);
-    });
-    EXPECT_THAT(strLog, testing::ContainsRegex("<_bytes_to_int> _bytes_to_int [0-9]+ Input Is NULL\n"));
-}
-
 }  // namespace

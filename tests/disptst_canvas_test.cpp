@@ -228,7 +228,8 @@ TEST_F(Canvas, GivesMemoryBackThatItCannotUse) {
         ASSERT_EQ(off(), 0);
     }
     vset::inject({"HW_OS_Pa2NonCachedVa", 8, 1, 2});
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(on(64, 32), -1); }), HasSubstr("Failed to Allocate Memory.\n\n"));
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(on(64, 32), -1); }),
+                ::testing::EndsWith("[Pattern] Frame buffer create failed\n\n"));
     expectNothingLeft();
     vset::inject({"HW_OS_Pa2NonCachedVa", HW_OK});
     EXPECT_EQ(on(64, 32), -1);

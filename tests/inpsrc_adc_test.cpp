@@ -17,7 +17,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 constexpr const char* kFinished = "\033[31m Finished!!!\033[m\n\n";
 

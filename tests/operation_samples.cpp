@@ -21,6 +21,7 @@
 #include "support/set_fixture.h"
 #include "support/sleeps.h"
 #include "support/waiting.h"
+#include "vset/cec.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"
 #include "vset/extin.h"
@@ -71,6 +72,16 @@ void stopPipeMode() {
                      std::chrono::seconds(1));
     a_vextvfapi_prphrl_set_uart_pipe_mode(0, nullptr);
     close(s32Writer);
+}
+
+template <unsigned char u8Level, bool bInverted>
+void drivePad() {
+    vset::gpio::drive(5, u8Level);
+    vset::gpio::setInverted(5, bInverted);
+}
+
+void openBus() {
+    ASSERT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0);
 }
 
 void holdPad() {
@@ -285,6 +296,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_sys_create_folder", {"/data/new"}},
     {"a_vextvfapi_sys_check_folder", {"/data"}},
     {"a_vextvfapi_sys_create_file", {"/data/new/file"}},
+    refused("a_vextvfapi_sys_create_file", {"/data/file"}),
     {"a_vextvfapi_sys_copy_file", {"/data/file", "/data/new/copy", "off"}},
     {"a_vextvfapi_sys_check_file", {"/data"}},
     {"a_vextvfapi_sys_check_folder", {"/data/file"}},
@@ -336,11 +348,15 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_read_from_iic", {"0", "0xA0", "hex:00", "16"}},
     {"a_vextvfapi_prphrl_write_to_iic", {"0", "0xA0", "hex:00", "text:abc"}},
     {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "0"}},
+    {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "1"}, openBus},
     {"a_vextvfapi_prphrl_control_gpio", {"5", "1"}},
     {"a_vextvfapi_prphrl_get_gpio_status", {"5"}},
     {"a_vextvfapi_prphrl_control_gpio", {"0", "1"}},
     {"a_vextvfapi_prphrl_control_gpio", {"5", "0"}, holdPad},
     {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, holdPad},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, drivePad<1, false>},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, drivePad<0, true>},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, drivePad<1, true>},
     refused("a_vextvfapi_prphrl_control_gpio", {"5", "2"}),
     {"a_vextvfapi_prphrl_set_hdmi_edid_version", {"0", "2"}},
     {"a_vextvfapi_prphrl_get_hdmi_edid_version", {"0"}},
@@ -349,6 +365,8 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_set_hdmi_hpd", {"0", "0"}},
     {"_a_vextvfapi_prphrl_get_hdmi_handle", {"0"}},
     {"a_vextvfapi_prphrl_enable_cec", {"on"}},
+    {"a_vextvfapi_prphrl_enable_cec", {"off"}},
+    {"a_vextvfapi_prphrl_enable_cec", {"on"}, vset::cec::hold},
     {"a_vextvfapi_prphrl_get_cec_status", {}},
     {"a_vextvfapi_prphrl_get_earc_status", {}},
     {"a_vextvfapi_prphrl_pwm_set_attr", {"0", "0", "1"}},
@@ -373,6 +391,9 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_net_deinit", {}},
     {"a_vextvfapi_net_open", {"eth0"}, bringNetUp},
     {"a_vextvfapi_net_close", {}, openNet},
+    refused("a_vextvfapi_net_close", {}, bringNetUp),
+    refused("a_vextvfapi_net_set_mac", {""}, bringNetUp),
+    refused("a_vextvfapi_net_set_interface_updown", {"", "down"}, bringNetUp),
     {"a_vextvfapi_net_set_mac", {"02:00:00:00:00:01"}, bringNetUp},
     {"a_vextvfapi_net_set_interface_updown", {"eth0", "up"}, bringNetUp},
     {"a_vextvfapi_net_set_interface_updown", {"eth0", "down"}, bringNetUp},
@@ -534,10 +555,11 @@ const std::vector<Sample> kSamples = {
     background("a_vextvfapi_prphrl_gpio_monitor_start", {"5", "1000000"}, nullptr, stopMonitor),
     background("a_vextvfapi_prphrl_gpio_monitor_stop", {}, startMonitor, stopMonitor),
     quiet("_a_vextvfapi_common_init_debug_level"),
-    quiet("_bytes_to_bool", {"hex:01"}),
-    quiet("_bytes_to_int", {"hex:00000102"}),
-    quiet("_bytes_to_one_byte_enum", {"hex:05"}),
-    quiet("_bytes_to_short", {"hex:0102"}),
+    quiet("_bytes_to_bool", {"hex:FE"}),
+    quiet("_bytes_to_int", {"hex:12FE5678"}),
+    quiet("_bytes_to_one_byte_enum", {"hex:12"}),
+    quiet("_bytes_to_short", {"hex:12FE"}),
+    quiet("_bytes_to_short", {"hex:FE56"}),
     quiet("a_vextvfapi_common_get_fapi_status"),
     quiet("a_vextvfapi_common_get_fapi_version"),
     quiet("a_vextvfapi_common_hw_err_msg", {"3"}),

@@ -13,11 +13,9 @@
 
 namespace {
 
-using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Gt;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Lt;
 using ::testing::Not;
 using ::testing::Pair;
@@ -28,27 +26,6 @@ constexpr unsigned int kPad = 17;
 constexpr unsigned int kSecond = 1000000;  // in microseconds
 
 class Pads : public test::PeripheralTest {};
-
-TEST_F(Pads, LevelAndInversionAreRead) {
-    struct Row {
-        unsigned char level;
-        bool inverted;
-        const char* levelText;
-        const char* invertText;
-    };
-    unsigned char read = 9;
-    EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(0, &read), -1) << "but not read";
-    EXPECT_EQ(read, 9);
-    for (const Row& row : {Row{0, false, "On(level high)", "FALSE"}, Row{1, false, "Off(level low)", "FALSE"},
-                           Row{0, true, "On(level low)", "TRUE"}, Row{1, true, "Off(level high)", "TRUE"}}) {
-        vset::gpio::drive(kPad, row.level);
-        vset::gpio::setInverted(kPad, row.inverted);
-        const std::string log = test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &read), 0); });
-        EXPECT_EQ(read, row.level);
-        EXPECT_THAT(log, AllOf(HasSubstr(std::string("  ==>Level: ") + row.levelText + "\n\n"),
-                               HasSubstr(std::string("  ==>Invert: ") + row.invertText + "\n\n")));
-    }
-}
 
 // --- Monitor ---------------------------------------------------------------------------------------------------------
 

@@ -59,6 +59,8 @@ TEST_F(SysFile, CreateFile) {
         << "a folder cannot be opened for writing";
 
     vset::clearJournal();
+    EXPECT_EQ(a_vextvfapi_sys_check_file(nullptr), -1);
+    EXPECT_EQ(a_vextvfapi_sys_remove_file(nullptr), -1);
     ASSERT_EQ(a_vextvfapi_sys_create_file(u8("/data/another")), 0);
     EXPECT_THAT(calls(), ElementsAre("HW_FS_Stat", "HW_FS_Open", "HW_FS_Sync", "HW_FS_Close", "HW_FS_Close"));
 
