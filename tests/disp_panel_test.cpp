@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Panel attributes and the chips at the panel.
 #include <cstring>
-#include <functional>
 
 #include <gmock/gmock.h>
 
 #include "a_vextvfapi_disp.h"
 #include "hw3/hw_dispout.h"
-#include "hw3/hw_sys.h"
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "vset/dispout.h"
-#include "vset/journal.h"
-#include "vset/sys.h"
 
 namespace {
 

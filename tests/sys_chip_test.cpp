@@ -11,7 +11,6 @@
 #include "support/emulation.h"
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/refusals.h"
 #include "support/waiting.h"
 #include "vset/pm.h"
 #include "vset/sys.h"
