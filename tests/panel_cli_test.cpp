@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/color.h"
+#include "protocol/color.h"
 #include "base/picture.h"
 #include "support/plan_fixture.h"
 #include "target/command.h"

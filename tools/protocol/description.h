@@ -137,15 +137,23 @@ struct EventKind {
 struct Function {
     std::string name;
     std::vector<std::string> fields = {};  // of its line in the journal: arguments, then outputs
-    bool hasCodes = true;                  // answers the codes by name; else what its namesake of the C library does
+    std::string failures = {};             // what it answers when it fails, where that is no code
 };
 
 // A picture that the set has: "panel", "window:N".
-struct PictureSource {
+struct PictureKind {
     std::string name;
     std::string number = {};  // what its number is called; empty: it has none
     long long max = 0;
 };
+
+// "window:3": which of the kinds, and its number.
+struct PictureWord {
+    std::size_t kind = 0;
+    long long number = 0;
+};
+// Throws UsageError.
+PictureWord parsePictureWord(const std::vector<PictureKind>& kinds, const std::string& word);
 
 struct Description {
     std::vector<Operation> operations;  // sorted by module and name
@@ -154,7 +162,7 @@ struct Description {
     std::vector<EventKind> events;
     std::vector<Function> functions;
     std::vector<Choice> codes;  // what functions answer, by name: "busy"
-    std::vector<PictureSource> pictures;
+    std::vector<PictureKind> pictures;
     std::string hash;  // of all of it
 
     // By full or short name; null when there is none.

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <thread>
 
-#include "target/command.h"
+#include "actions/action.h"
 #include "vset/net.h"
 #include "vset/pm.h"
 #include "vset/sys.h"
@@ -44,34 +44,15 @@ void awaitReboot(Call& call) {
     throw vset::SetError("the watchdog has not rebooted the set within " + std::to_string(call.number(0)) + " s");
 }
 
-std::vector<Hand> watchdogHands() {
+std::vector<ActionRow> watchdogActions() {
     return {
-        {"wdt",
-         "Show the watchdog.",
-         {},
-         {{"present", "1 when the set has one"},
+        ActionRow("wdt", "Show the watchdog.", {}, {{"present", "1 when the set has one"},
           {"seconds", "that it was given last; 0: it stands still"},
           {"remaining", "milliseconds until it reboots the set"},
-          {"rebooted", "1 when it has rebooted the set and no program has acknowledged that"}},
-         watchdog},
-        {"wdt-present",
-         "Take the watchdog out, or put it back.",
-         {state()},
-         {},
-         [](Call& call) { vset::wdt::setPresent(call.number(0) != 0); },
-         true},
-        {"wdt-rebooted",
-         "Say whether the watchdog was the reason of the last reboot.",
-         {state()},
-         {},
-         [](Call& call) { vset::wdt::setRebooted(call.number(0) != 0); }},
-        {"await-reboot",
-         "Wait for the watchdog to reboot the set; like a power cycle, everything in memory is lost then.",
-         {{"seconds", Kind::number, "how long at most", 1, 86400, {}, "10"}},
-         {},
-         awaitReboot,
-         true,
-         true},
+          {"rebooted", "1 when it has rebooted the set and no program has acknowledged that"}}, watchdog),
+        ActionRow("wdt-present", "Take the watchdog out, or put it back.", {state()}, {}, [](Call& call) { vset::wdt::setPresent(call.number(0) != 0); }).inSession(),
+        ActionRow("wdt-rebooted", "Say whether the watchdog was the reason of the last reboot.", {state()}, {}, [](Call& call) { vset::wdt::setRebooted(call.number(0) != 0); }),
+        ActionRow("await-reboot", "Wait for the watchdog to reboot the set; like a power cycle, everything in memory is lost then.", {{"seconds", Kind::number, "how long at most", 1, 86400, {}, "10"}}, {}, awaitReboot).inSession().endingWorker(),
     };
 }
 
@@ -128,44 +109,20 @@ void registers(Call& call) {
     call.outRows("registers", std::move(rows));
 }
 
-std::vector<Hand> chipRows() {
+std::vector<ActionRow> chipRows() {
     return {
-        {"clock",
-         "Show the real-time clock, or set it.",
-         {valueOrKeep("seconds", "what it is set to")},
-         {{"seconds", "what it shows"}},
-         clock},
-        {"spread",
-         "Show the clock spread of a memory interface unit.",
-         {{"miu", Kind::number, "the unit", 0, vset::sys::kMius - 1}},
-         {{"on", "1 when it is on"},
+        ActionRow("clock", "Show the real-time clock, or set it.", {valueOrKeep("seconds", "what it is set to")}, {{"seconds", "what it shows"}}, clock),
+        ActionRow("spread", "Show the clock spread of a memory interface unit.", {{"miu", Kind::number, "the unit", 0, vset::sys::kMius - 1}}, {{"on", "1 when it is on"},
           {"freq", "its frequency in the chip's units"},
-          {"ratio", "its width in the chip's units"}},
-         spread,
-         true},
-        {"firmware",
-         "Show what firmware has been flashed.",
-         {},
-         {{"flashed", "a line each, oldest first: type, file of the set, size, checksum"},
+          {"ratio", "its width in the chip's units"}}, spread).inSession(),
+        ActionRow("firmware", "Show what firmware has been flashed.", {}, {{"flashed", "a line each, oldest first: type, file of the set, size, checksum"},
           {"count", "how often that was done"},
           {"type", "type of the last one; -1: none"},
-          {"file", "file of the last one"}},
-         firmware,
-         true},
-        {"registers",
-         "Show the registers that have been written since the set was switched on.",
-         {},
-         {{"registers", "a line each: bank, offset, value"}},
-         registers,
-         true},
-        {"register",
-         "Show a register of the chip, or write it.",
-         {{"bank", Kind::number, "its bank", 0, kU32Max},
+          {"file", "file of the last one"}}, firmware).inSession(),
+        ActionRow("registers", "Show the registers that have been written since the set was switched on.", {}, {{"registers", "a line each: bank, offset, value"}}, registers).inSession(),
+        ActionRow("register", "Show a register of the chip, or write it.", {{"bank", Kind::number, "its bank", 0, kU32Max},
           {"offset", Kind::number, "its offset in the bank", 0, kU32Max},
-          valueOrKeep("value", "what is written first")},
-         {{"value", "what it holds"}},
-         chipRegister,
-         true},
+          valueOrKeep("value", "what is written first")}, {{"value", "what it holds"}}, chipRegister).inSession(),
     };
 }
 
@@ -188,27 +145,12 @@ void memory(Call& call) {
     call.outRows("areas", std::move(rows));
 }
 
-std::vector<Hand> memoryHands() {
+std::vector<ActionRow> memoryActions() {
     return {
-        {"memory",
-         "Show the memory map.",
-         {},
-         {{"areas", "a line each: name, number of the region, physical address, size"}},
-         memory,
-         true},
-        {"mmap-size",
-         "Give a region of memory another size; what was in it is lost.",
-         {{"region", Kind::number, "its number", 0, kU32Max},
-          {"bytes", Kind::number, "its size", 0, vset::sys::kRegionLimit}},
-         {},
-         [](Call& call) { vset::sys::resizeRegion(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1)); },
-         true},
-        {"iommu",
-         "Say how much memory the IOMMU has in all; what is allocated stays.",
-         {{"bytes", Kind::number, "how much", 0, kU32Max}},
-         {},
-         [](Call& call) { vset::sys::setIommuMemory(call.number<std::uint64_t>(0)); },
-         true},
+        ActionRow("memory", "Show the memory map.", {}, {{"areas", "a line each: name, number of the region, physical address, size"}}, memory).inSession(),
+        ActionRow("mmap-size", "Give a region of memory another size; what was in it is lost.", {{"region", Kind::number, "its number", 0, kU32Max},
+          {"bytes", Kind::number, "its size", 0, vset::sys::kRegionLimit}}, {}, [](Call& call) { vset::sys::resizeRegion(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1)); }).inSession(),
+        ActionRow("iommu", "Say how much memory the IOMMU has in all; what is allocated stays.", {{"bytes", Kind::number, "how much", 0, kU32Max}}, {}, [](Call& call) { vset::sys::setIommuMemory(call.number<std::uint64_t>(0)); }).inSession(),
     };
 }
 
@@ -267,34 +209,26 @@ void removeInterface(Call& call) {
     vset::net::setInterfaces(interfaces);
 }
 
-std::vector<Hand> netHands() {
+std::vector<ActionRow> netActions() {
     return {
-        {"net",
-         "Show the network interfaces, and one of them in detail.",
-         {interfaceName("eth0")},
-         {{"interfaces", "a line each: name, MAC address, dhcp or static, up or down"},
+        ActionRow("net", "Show the network interfaces, and one of them in detail.", {interfaceName("eth0")}, {{"interfaces", "a line each: name, MAC address, dhcp or static, up or down"},
           {"count", "how many there are"},
           {"mac", "MAC address of the first one of that name"},
           {"up", "1 when it is up"},
-          {"dhcp", "1 when it asks for its address"}},
-         network},
-        {"net-interface",
-         "Add a network interface, or replace the first one of its name.",
-         {interfaceName(),
+          {"dhcp", "1 when it asks for its address"}}, network),
+        ActionRow("net-interface", "Add a network interface, or replace the first one of its name.", {interfaceName(),
           {"mac", Kind::text, "its MAC address: 02:00:5E:00:53:01"},
           {"state", Kind::choice, "whether it is up", 0, 0, {{"up", 1}, {"down", 0}}, "up"},
-          {"dhcp", Kind::choice, "whether it asks for its address", 0, 0, {{"dhcp", 1}, {"static", 0}}, "dhcp"}},
-         {},
-         setInterface},
-        {"net-remove", "Remove a network interface.", {interfaceName()}, {}, removeInterface},
+          {"dhcp", Kind::choice, "whether it asks for its address", 0, 0, {{"dhcp", 1}, {"static", 0}}, "dhcp"}}, {}, setInterface),
+        ActionRow("net-remove", "Remove a network interface.", {interfaceName()}, {}, removeInterface),
     };
 }
 
 }  // namespace
 
-std::vector<Hand> chipHands() {
-    std::vector<Hand> rows;
-    for (std::vector<Hand> some : {watchdogHands(), chipRows(), memoryHands(), netHands()}) {
+std::vector<ActionRow> chipActions() {
+    std::vector<ActionRow> rows;
+    for (std::vector<ActionRow> some : {watchdogActions(), chipRows(), memoryActions(), netActions()}) {
         std::move(some.begin(), some.end(), std::back_inserter(rows));
     }
     return rows;

@@ -6,8 +6,7 @@
 
 #include "actions/log_switch.h"
 #include "hw3/hw_types.h"
-#include "target/command.h"
-#include "target/session.h"
+#include "actions/action.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -75,57 +74,18 @@ void switchFile(Call& call, const char* path) {
     }
 }
 
-std::vector<Hand> setHands() {
-    return {
-        {"put",
-         "Copy a file onto the set, for example onto the USB stick below /mnt/usb.",
-         {{"path", Kind::path, "where to"}, {"content", Kind::bytes, "what it holds"}},
-         {},
-         put},
-        {"get", "Show a file of the set.", {{"path", Kind::path, "the file"}}, {{"content", "what it holds"}}, get},
-        {"remove",
-         "Remove a file or folder from the set.",
-         {{"path", Kind::path, "the file"}},
-         {},
-         [](Call& call) { removeFile(call.text(0), true); }},
-        {"log",
-         "Switch the library's log on or off, as of the next a_vextvfapi_sys_init.",
-         {{"state", Kind::flag, "on or off"}},
-         {},
-         [](Call& call) {
-             followLogSwitch();
-             switchFile(call, kLogSwitch);
-         }},
-        {"factory",
-         "Put the factory service there or take it away, which marks factory mode.",
-         {{"state", Kind::flag, "on or off"}},
-         {},
-         [](Call& call) { switchFile(call, kFactoryService); }},
-    };
-}
-
 }  // namespace
 
-const std::vector<Hand>& hands() {
-    static const std::vector<Hand> all = [] {
-        std::vector<Hand> rows;
-        for (std::vector<Hand> some :
-             {setHands(), boardHands(), chipHands(), displayHands(), hdmiHands(), identityHands(), inputHands(),
-              middlewareHands(), panelHands(), pictureHands(), playerHands(), serialHands(), soundHands()}) {
-            std::move(some.begin(), some.end(), std::back_inserter(rows));
-        }
-        return rows;
-    }();
-    return all;
-}
-
-const Hand* findHand(std::string_view name) {
-    for (const Hand& hand : hands()) {
-        if (name == hand.name) {
-            return &hand;
-        }
-    }
-    return nullptr;
+std::vector<ActionRow> fileActions() {
+    return {
+        ActionRow("put", "Copy a file onto the set, for example onto the USB stick below /mnt/usb.", {{"path", Kind::path, "where to"}, {"content", Kind::bytes, "what it holds"}}, {}, put),
+        ActionRow("get", "Show a file of the set.", {{"path", Kind::path, "the file"}}, {{"content", "what it holds"}}, get),
+        ActionRow("remove", "Remove a file or folder from the set.", {{"path", Kind::path, "the file"}}, {}, [](Call& call) { removeFile(call.text(0), true); }),
+        ActionRow("log", "Switch the library's log on or off, as of the next a_vextvfapi_sys_init.", {{"state", Kind::flag, "on or off"}}, {}, [](Call& call) {
+             switchFile(call, kLogSwitch);
+         }),
+        ActionRow("factory", "Put the factory service there or take it away, which marks factory mode.", {{"state", Kind::flag, "on or off"}}, {}, [](Call& call) { switchFile(call, kFactoryService); }),
+    };
 }
 
 }  // namespace tool

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a person sees of the middleware, its calls, refusals and handles, and makes fail in it.
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <thread>
 
 #include "actions/middleware_words.h"
-#include "target/command.h"
+#include "actions/action.h"
 #include "vset/journal.h"
 
 namespace tool {
@@ -21,9 +22,12 @@ void fault(Call& call) {
 // The default of the result is a code, which not every function answers.
 void checkFault(const std::vector<Value>& values, const std::vector<std::string>& words) {
     const std::string code = words.size() > 1 ? words[1] : "failed";
-    const std::string problem = namedCodeProblem(std::get<std::string>(values[0]), code);
-    if (!problem.empty()) {
-        throw UsageError(problem, 1);
+    const auto& function = std::get<std::string>(values[0]);
+    const std::string failures = vset::ownFailures(function);
+    const auto& codes = failureCodes();
+    const bool isName = std::any_of(codes.begin(), codes.end(), [&](const Choice& row) { return row.name == code; });
+    if (isName && !failures.empty()) {
+        throw UsageError(function + " answers no code when it fails, but " + failures, 1);
     }
 }
 
@@ -134,42 +138,20 @@ void handles(Call& call) {
 
 }  // namespace
 
-std::vector<Hand> middlewareHands() {
+std::vector<ActionRow> middlewareActions() {
     return {
-        {"fault",
-         "Make a middleware function or \"allocation\" fail.",
-         {{"call", Kind::function, "the function's name"},
+        ActionRow("fault", "Make a middleware function or \"allocation\" fail.", {{"call", Kind::function, "the function's name"},
           {"result", Kind::choice, "what it answers; a number for the functions on files", -0x80000000ll, 0xFFFFFFFFll,
            failureCodes(), "failed"},
           {"from", Kind::number, "the first call to fail, counted from now", 1, 0xFFFFFFFFll, {}, "1"},
-          {"times", Kind::number, "how many calls fail; 0: all from then on", 0, 0xFFFFFFFFll, {}, "1"}},
-         {},
-         fault,
-         true,
-         false,
-         checkFault},
-        {"clear-faults", "Take all faults back.", {}, {}, [](Call&) { vset::clearFaults(); }, true},
-        {"journal",
-         "Show the last calls of the middleware.",
-         {{"count", Kind::number, "how many", 1, 65536, {}, "20"}},
-         {{"calls",
+          {"times", Kind::number, "how many calls fail; 0: all from then on", 0, 0xFFFFFFFFll, {}, "1"}}, {}, fault).inSession().checkedBy(checkFault),
+        ActionRow("clear-faults", "Take all faults back.", {}, {}, [](Call&) { vset::clearFaults(); }).inSession(),
+        ActionRow("journal", "Show the last calls of the middleware.", {{"count", Kind::number, "how many", 1, 65536, {}, "20"}}, {{"calls",
            "a line each, in the order of their ends: number, thread, call with arguments, result and outputs; "
            "\"begin\" "
-           "where others ended within one"}},
-         journal,
-         true},
-        {"refusals",
-         "Show the last calls that the chip refused.",
-         {{"count", Kind::number, "how many", 1, 4096, {}, "20"}},
-         {{"refused", "a line each, oldest first: number, call, result"}, {"count", "how many there were in all"}},
-         refusals,
-         true},
-        {"handles",
-         "Show what is open in the middleware.",
-         {},
-         {{"handles", "of the library, a line each: family, what is open, handle"}, {"player", "of the set's player"}},
-         handles,
-         true},
+           "where others ended within one"}}, journal).inSession(),
+        ActionRow("refusals", "Show the last calls that the chip refused.", {{"count", Kind::number, "how many", 1, 4096, {}, "20"}}, {{"refused", "a line each, oldest first: number, call, result"}, {"count", "how many there were in all"}}, refusals).inSession(),
+        ActionRow("handles", "Show what is open in the middleware.", {}, {{"handles", "of the library, a line each: family, what is open, handle"}, {"player", "of the set's player"}}, handles).inSession(),
     };
 }
 

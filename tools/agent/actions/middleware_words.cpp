@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "actions/contract_refusals.h"
-#include "base/words.h"
 #include "hw3/hw_types.h"
 #include "vset/journal.h"
 
@@ -19,22 +18,13 @@ namespace {
 std::string codeName(long long result) {
     const auto& codes = failureCodes();
     const auto code = std::find_if(codes.begin(), codes.end(), [&](const Choice& row) { return row.value == result; });
-    return code != codes.end() ? code->name : "";
+    return code != codes.end() ? code->name : std::string();
 }
 
 // "busy" for a code, "No such file or directory" where errno tells more, "by fault" where nothing else does.
 std::string wordOf(const vset::JournalEntry& entry) {
     const std::string name = codeName(entry.s64Result);
     return name.empty() && entry.s32Errno != 0 ? std::strerror(entry.s32Errno) : name;
-}
-
-// Returns the call as the journal writes it.
-std::string lineOf(const std::string& name, const std::string& arguments, long long result) {
-    vset::JournalEntry entry{};
-    entry.pszCall = name.c_str();
-    entry.strArguments = arguments;
-    entry.s64Result = result;
-    return vset::callLine(entry);
 }
 
 RefusedCall refusedCall(const vset::Refusal& refusal, const Operation* operation) {
@@ -76,23 +66,6 @@ const std::vector<Choice>& failureCodes() {
     return codes;
 }
 
-std::string unknownFunction(const std::string& name) {
-    const std::vector<std::string>& known = vset::faultNames();
-    if (std::binary_search(known.begin(), known.end(), name)) {
-        return {};
-    }
-    const std::string near = nearest(name, known);
-    return "no such middleware function: " + display(name, 60) +
-           (near.empty() ? ", nor is it allocation" : ", did you mean " + near + "?");
-}
-
-std::string namedCodeProblem(const std::string& function, const std::string& word) {
-    const auto& codes = failureCodes();
-    const bool isName = std::any_of(codes.begin(), codes.end(), [&](const Choice& code) { return word == code.name; });
-    const std::string failures = vset::ownFailures(function);
-    return isName && !failures.empty() ? function + " answers no code when it fails, but " + failures : std::string();
-}
-
 std::vector<FailedCall> failedCalls(std::uint64_t after) {
     std::vector<FailedCall> calls;
     for (const vset::JournalEntry& entry : vset::journal(after)) {
@@ -101,14 +74,6 @@ std::vector<FailedCall> failedCalls(std::uint64_t after) {
         }
     }
     return calls;
-}
-
-std::string displayCall(const FailedCall& call) {
-    std::string word = call.word;
-    if (call.byFault) {
-        word += word.empty() ? "by fault" : ", by fault";
-    }
-    return lineOf(call.name, call.arguments, call.result) + (word.empty() ? "" : " (" + word + ")");
 }
 
 std::vector<RefusedCall> refusedCalls(std::uint64_t after, const Operation* operation) {
@@ -120,18 +85,6 @@ std::vector<RefusedCall> refusedCalls(std::uint64_t after, const Operation* oper
         calls.push_back(refusedCall(refusal, operation));
     }
     return calls;
-}
-
-std::string displayRefusal(const RefusedCall& call) {
-    const std::string text = call.objection.empty()
-                                 ? "the chip refused " + lineOf(call.name, call.arguments, call.result) +
-                                       (call.word.empty() ? "" : " (" + call.word + ")")
-                                 : "the chip objects to " + call.name + "(" + call.arguments + "): " + call.objection;
-    return call.contract.empty() ? text : text + ", by contract: " + call.contract;
-}
-
-std::string reasonOf(const Outcome& outcome) {
-    return outcome.failedCalls.empty() ? "" : ", because " + displayCall(outcome.failedCalls.front());
 }
 
 }  // namespace tool

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a person sees of the set's on-screen graphics and of single pixels, and does to them.
 #include "actions/picture_source.h"
-#include "base/color.h"
+#include "protocol/color.h"
 #include "operations/panel_words.h"
-#include "target/command.h"
+#include "actions/action.h"
 
 namespace tool {
 
@@ -65,12 +65,9 @@ Argument coordinate(const char* name, const char* help) {
 
 }  // namespace
 
-std::vector<Hand> panelHands() {
+std::vector<ActionRow> panelActions() {
     return {
-        {"osd",
-         "Show the graphics layers, their windows and the surfaces, and one layer in detail.",
-         {layerNumber("0")},
-         {{"osd", "a line for each layer and each window"},
+        ActionRow("osd", "Show the graphics layers, their windows and the surfaces, and one layer in detail.", {layerNumber("0")}, {{"osd", "a line for each layer and each window"},
           {"surfaces", "a line each: handle, size, memory, locks"},
           {"count", "how many surfaces there are"},
           {"present", "1 when there is that layer"},
@@ -80,42 +77,18 @@ std::vector<Hand> panelHands() {
           {"matrix", "the color matrix that it was sent last"},
           {"windows", "how many it has"},
           {"window_shown", "1 when the first of them is shown"},
-          {"surface", "handle of the surface that the first of them shows; 0: none"}},
-         osd,
-         true},
-        {"remove-layer",
-         "Have the set's player give up a graphics layer, with its windows.",
-         {layerNumber()},
-         {},
-         [](Call& call) { vset::osd::removeLayer(call.number<unsigned int>(0)); },
-         true},
-        {"surface-alignment",
-         "Say how memory of surfaces must be aligned.",
-         {{"address", Kind::number, "of its address, a power of two", 1, kU32Max},
-          {"pitch", Kind::number, "of its rows, a power of two", 1, kU32Max}},
-         {},
-         [](Call& call) {
+          {"surface", "handle of the surface that the first of them shows; 0: none"}}, osd).inSession(),
+        ActionRow("remove-layer", "Have the set's player give up a graphics layer, with its windows.", {layerNumber()}, {}, [](Call& call) { vset::osd::removeLayer(call.number<unsigned int>(0)); }).inSession(),
+        ActionRow("surface-alignment", "Say how memory of surfaces must be aligned.", {{"address", Kind::number, "of its address, a power of two", 1, kU32Max},
+          {"pitch", Kind::number, "of its rows, a power of two", 1, kU32Max}}, {}, [](Call& call) {
              vset::osd::setSurfaceAlignment(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1));
-         },
-         true},
-        {"pixel",
-         "Show the color of a pixel of the panel, or of another picture.",
-         {coordinate("x", "from the left"),
+         }).inSession(),
+        ActionRow("pixel", "Show the color of a pixel of the panel, or of another picture.", {coordinate("x", "from the left"),
           coordinate("y", "from the top"),
-          {"what", Kind::text, "panel, window:N, surface:HANDLE, layer:N or capture", 0, 0, {}, kPanel}},
-         {{"color", "#RRGGBBAA"}},
-         pixel,
-         true,
-         false,
-         checkPixel},
-        {"surface-pixel",
-         "Show the color of a pixel of a surface.",
-         {{"handle", Kind::number, "the surface", 0, kU32Max},
+          {"what", Kind::text, "panel, window:N, surface:HANDLE, layer:N or capture", 0, 0, {}, kPanel}}, {{"color", "#RRGGBBAA"}}, pixel).inSession().checkedBy(checkPixel),
+        ActionRow("surface-pixel", "Show the color of a pixel of a surface.", {{"handle", Kind::number, "the surface", 0, kU32Max},
           coordinate("x", "from the left"),
-          coordinate("y", "from the top")},
-         {{"color", "#RRGGBBAA"}},
-         surfacePixel,
-         true},
+          coordinate("y", "from the top")}, {{"color", "#RRGGBBAA"}}, surfacePixel).inSession(),
     };
 }
 

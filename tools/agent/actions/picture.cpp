@@ -5,7 +5,7 @@
 
 #include "hw3/hw_dispout.h"
 #include "operations/picture_words.h"
-#include "target/command.h"
+#include "actions/action.h"
 #include "vset/dispout.h"
 #include "vset/dval.h"
 
@@ -58,38 +58,18 @@ Argument limit(const char* name, const char* help) {
     return {name, Kind::number, help, kI32Min, kI32Max};
 }
 
-std::vector<Hand> settingHands() {
+std::vector<ActionRow> settingActions() {
     return {
-        {"picture-settings",
-         "Show what a display window was told about its picture.",
-         {windowNumber("hd0")},
-         {{"settings", "all that was sent"},
+        ActionRow("picture-settings", "Show what a display window was told about its picture.", {windowNumber("hd0")}, {{"settings", "all that was sent"},
           {"curves", "first, middle and last entry of the gamma curves"},
-          {"piece", "the piece of the input that is shown"}},
-         settings,
-         true},
-        {"gamma",
-         "Show the gamma curves that were sent to a display window.",
-         {windowNumber("hd0")},
-         {{"red", "its 256 entries with commas"}, {"green", "the same"}, {"blue", "the same"}},
-         gamma,
-         true},
-        {"pq-version",
-         "Change the version of a part of a window's picture-quality data.",
-         {windowNumber(),
+          {"piece", "the piece of the input that is shown"}}, settings).inSession(),
+        ActionRow("gamma", "Show the gamma curves that were sent to a display window.", {windowNumber("hd0")}, {{"red", "its 256 entries with commas"}, {"green", "the same"}, {"blue", "the same"}}, gamma).inSession(),
+        ActionRow("pq-version", "Change the version of a part of a window's picture-quality data.", {windowNumber(),
           {"part", Kind::number, "which part", 0, vset::disp::kPqTypes - 1},
-          {"text", Kind::text, "the version", 0, kLongestText}},
-         {},
-         qualityVersion,
-         true},
-        {"pq-range",
-         "Change the range of a window's picture-quality values.",
-         {windowNumber(), limit("hue_min", "of hue"), limit("hue_max", "of hue"),
+          {"text", Kind::text, "the version", 0, kLongestText}}, {}, qualityVersion).inSession(),
+        ActionRow("pq-range", "Change the range of a window's picture-quality values.", {windowNumber(), limit("hue_min", "of hue"), limit("hue_max", "of hue"),
           limit("saturation_min", "of saturation"), limit("saturation_max", "of saturation"),
-          limit("luma_min", "of luma"), limit("luma_max", "of luma")},
-         {},
-         qualityRange,
-         true},
+          limit("luma_min", "of luma"), limit("luma_max", "of luma")}, {}, qualityRange).inSession(),
     };
 }
 
@@ -120,44 +100,24 @@ void drivers(Call& call) {
     call.out("resets", static_cast<long long>(drivers.u64Resets));
 }
 
-std::vector<Hand> unitHands() {
+std::vector<ActionRow> unitActions() {
     return {
-        {"panel-attr",
-         "Show an attribute of the panel, or change it.",
-         {{"attribute", Kind::number, "its number", 0, kU32Max},
-          {"record", Kind::bytes, "a record of the attribute's size; nothing: it is only looked at", 0, 0, {}, ""}},
-         {{"record", "what the panel has", true}, {"words", "that in words"}},
-         panelAttribute,
-         true},
-        {"controller",
-         "Show the display controller.",
-         {},
-         {{"open", "1 when it is open in the middleware"},
+        ActionRow("panel-attr", "Show an attribute of the panel, or change it.", {{"attribute", Kind::number, "its number", 0, kU32Max},
+          {"record", Kind::bytes, "a record of the attribute's size; nothing: it is only looked at", 0, 0, {}, ""}}, {{"record", "what the panel has", true}, {"words", "that in words"}}, panelAttribute).inSession(),
+        ActionRow("controller", "Show the display controller.", {}, {{"open", "1 when it is open in the middleware"},
           {"player", "1 when the set's player has opened it"},
           {"timing", "the output timing that was set last"},
-          {"free_run", "what the panel shows without a source"}},
-         controller,
-         true},
-        {"timing-supported",
-         "Say whether the panel can show an output timing.",
-         {{"timing", Kind::number, "the timing", 0, vset::disp::kTimings - 1}, {"state", Kind::flag, "on or off"}},
-         {},
-         [](Call& call) { vset::disp::setTimingSupported(call.number<std::uint32_t>(0), call.number(1) != 0); },
-         true},
-        {"drivers",
-         "Show what the driver layer was told.",
-         {},
-         {{"drivers", "arguments, overscan, resets"}, {"resets", "how often it has read its parameters anew"}},
-         drivers,
-         true},
+          {"free_run", "what the panel shows without a source"}}, controller).inSession(),
+        ActionRow("timing-supported", "Say whether the panel can show an output timing.", {{"timing", Kind::number, "the timing", 0, vset::disp::kTimings - 1}, {"state", Kind::flag, "on or off"}}, {}, [](Call& call) { vset::disp::setTimingSupported(call.number<std::uint32_t>(0), call.number(1) != 0); }).inSession(),
+        ActionRow("drivers", "Show what the driver layer was told.", {}, {{"drivers", "arguments, overscan, resets"}, {"resets", "how often it has read its parameters anew"}}, drivers).inSession(),
     };
 }
 
 }  // namespace
 
-std::vector<Hand> pictureHands() {
-    std::vector<Hand> rows = settingHands();
-    std::vector<Hand> units = unitHands();
+std::vector<ActionRow> pictureActions() {
+    std::vector<ActionRow> rows = settingActions();
+    std::vector<ActionRow> units = unitActions();
     std::move(units.begin(), units.end(), std::back_inserter(rows));
     return rows;
 }

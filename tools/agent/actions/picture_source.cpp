@@ -40,52 +40,35 @@ vset::Picture capturedPicture(unsigned int) {
     return picture;
 }
 
-struct SourceKind {
-    const char* name;
-    const char* number;  // what its number is; null: has none
-    long long max;
+struct Source {
+    PictureKind kind;
     vset::Picture (*take)(unsigned int number);
 };
 
-const SourceKind kKinds[] = {
-    {kPanel, nullptr, 0, [](unsigned int) { return vset::panel::look(); }},
-    {"window", "N", vset::disp::kWindows - 1, vset::disp::picture},
-    {"surface", "HANDLE", 0xFFFFFFFFll, vset::osd::surfacePicture},
-    {"layer", "N", vset::osd::kLayers - 1, layerPicture},
-    {"capture", nullptr, 0, capturedPicture},
-};
-
-[[noreturn]] void refuse(const std::string& word) {
-    std::string expected;
-    for (const SourceKind& kind : kKinds) {
-        expected += (expected.empty() ? "" : ", ") + std::string(kind.name);
-        if (kind.number != nullptr) {
-            expected += std::string(":") + kind.number + " (0 to " + std::to_string(kind.max) + ")";
-        }
-    }
-    throw UsageError("WHAT is " + display(word, 40) + ", expected one of " + expected);
+const std::vector<Source>& sources() {
+    static const std::vector<Source> all = {
+        {{"panel"}, [](unsigned int) { return vset::panel::look(); }},
+        {{"window", "N", vset::disp::kWindows - 1}, vset::disp::picture},
+        {{"surface", "HANDLE", 0xFFFFFFFFll}, vset::osd::surfacePicture},
+        {{"layer", "N", vset::osd::kLayers - 1}, layerPicture},
+        {{"capture"}, capturedPicture},
+    };
+    return all;
 }
 
 }  // namespace
 
-PictureSource PictureSource::parse(const std::string& word) {
-    const std::size_t colon = word.find(':');
-    for (const SourceKind& kind : kKinds) {
-        if (word.compare(0, colon, kind.name) != 0 || (colon == std::string::npos) != (kind.number == nullptr)) {
-            continue;
-        }
-        long long number = 0;
-        if (kind.number != nullptr &&
-            (!parseNumber(word.substr(colon + 1), number) || number < 0 || number > kind.max)) {
-            refuse(word);
-        }
-        return {kind.take, static_cast<unsigned int>(number)};
+std::vector<PictureKind> pictureKinds() {
+    std::vector<PictureKind> kinds;
+    for (const Source& source : sources()) {
+        kinds.push_back(source.kind);
     }
-    refuse(word);
+    return kinds;
 }
 
-vset::Picture PictureSource::take() const {
-    return _take(_number);
+vset::Picture takePicture(const std::string& word) {
+    const PictureWord wanted = parsePictureWord(pictureKinds(), word);
+    return sources()[wanted.kind].take(static_cast<unsigned int>(wanted.number));
 }
 
 }  // namespace tool

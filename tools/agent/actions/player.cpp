@@ -2,7 +2,7 @@
 // What the set's player opens and closes: the library finds it open, or is refused, meanwhile.
 #include "hw3/hw_extin.h"
 #include "hw3/hw_flash.h"
-#include "target/command.h"
+#include "actions/action.h"
 #include "vset/aout.h"
 #include "vset/cap.h"
 #include "vset/cec.h"
@@ -81,21 +81,16 @@ void player(Call& call) {
 
 }  // namespace
 
-std::vector<Hand> playerHands() {
+std::vector<ActionRow> playerActions() {
     constexpr long long kMost = 0xFFFF;
     std::vector<Choice> holdings;
     for (const Holding& holding : kHoldings) {
         holdings.push_back({holding.name, static_cast<long long>(holdings.size())});
     }
     return {
-        {"player",
-         "Have the set's player open a part of the set, or close it.",
-         {{"part", Kind::choice, "what", 0, 0, holdings},
+        ActionRow("player", "Have the set's player open a part of the set, or close it.", {{"part", Kind::choice, "what", 0, 0, holdings},
           {"state", Kind::flag, "on or off"},
-          {"number", Kind::number, "which of several: a pad, a bus, a channel", 0, kMost, {}, "0"}},
-         {},
-         player,
-         true},
+          {"number", Kind::number, "which of several: a pad, a bus, a channel", 0, kMost, {}, "0"}}, {}, player).inSession(),
     };
 }
 

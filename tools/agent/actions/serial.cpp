@@ -10,7 +10,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "target/command.h"
+#include "actions/action.h"
 #include "vset/pm.h"
 #include "vset/uart.h"
 #include "vset/vset.h"
@@ -215,48 +215,18 @@ void pipe(Call& call) {
 
 }  // namespace
 
-std::vector<Hand> serialHands() {
+std::vector<ActionRow> serialActions() {
     return {
-        {"ports",
-         "Show where terminal programs can be connected, and what is open on the serial ports.",
-         {},
-         {{"ports", "a line each: connectors, then ports"},
+        ActionRow("ports", "Show where terminal programs can be connected, and what is open on the serial ports.", {}, {{"ports", "a line each: connectors, then ports"},
           {"crossed", "1 when the routing switch is on"},
           {"waiting", "bytes that wait for a callback, of all ports"},
-          {"dropped", "bytes that were lost, of all ports"}},
-         ports,
-         true},
-        {"type",
-         "Type bytes on a connector, as a terminal program would.",
-         {connector(), {"bytes", Kind::bytes, "what to type"}},
-         {},
-         type,
-         true},
-        {"sent",
-         "Show what the set has sent out of a connector.",
-         {connector(), clear()},
-         {{"bytes", "at most the last 65,536 bytes", true}, {"text", "the same as a text"}},
-         sent,
-         true},
-        {"hang-up",
-         "Take a port's tty away under whoever has it open.",
-         {port(vset::uart::kTtys, "number of the tty")},
-         {},
-         [](Call& call) { vset::uart::hangUp(call.number<unsigned int>(0)); },
-         true},
-        {"leds",
-         "Show the LED ring, and what it has shown.",
-         {clear()},
-         {{"ring", "the four LEDs"},
-          {"history", "a line each time it was written to: milliseconds since the first, LEDs"}},
-         leds,
-         true},
-        {"pipe",
-         "Write bytes into the pipe of pipe mode, as another process of the set would.",
-         {{"bytes", Kind::bytes, "what to write"}},
-         {},
-         pipe,
-         true},
+          {"dropped", "bytes that were lost, of all ports"}}, ports).inSession(),
+        ActionRow("type", "Type bytes on a connector, as a terminal program would.", {connector(), {"bytes", Kind::bytes, "what to type"}}, {}, type).inSession(),
+        ActionRow("sent", "Show what the set has sent out of a connector.", {connector(), clear()}, {{"bytes", "at most the last 65,536 bytes", true}, {"text", "the same as a text"}}, sent).inSession(),
+        ActionRow("hang-up", "Take a port's tty away under whoever has it open.", {port(vset::uart::kTtys, "number of the tty")}, {}, [](Call& call) { vset::uart::hangUp(call.number<unsigned int>(0)); }).inSession(),
+        ActionRow("leds", "Show the LED ring, and what it has shown.", {clear()}, {{"ring", "the four LEDs"},
+          {"history", "a line each time it was written to: milliseconds since the first, LEDs"}}, leds).inSession(),
+        ActionRow("pipe", "Write bytes into the pipe of pipe mode, as another process of the set would.", {{"bytes", Kind::bytes, "what to write"}}, {}, pipe).inSession(),
     };
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the event operations, which all modules have, and the callbacks that they register.
 #include <array>
+#include <atomic>
 
 #include "a_vextvfapi_aud.h"
 #include "a_vextvfapi_disp.h"
@@ -10,8 +11,8 @@
 #include "a_vextvfapi_net.h"
 #include "a_vextvfapi_prphrl.h"
 #include "a_vextvfapi_sys.h"
+#include "operations/events.h"
 #include "operations/operation.h"
-#include "target/event_log.h"
 
 namespace tool {
 
@@ -19,13 +20,25 @@ namespace {
 
 using Object = fapi_core::VexTvFApiEventCommonObject;
 
+std::atomic<void (*)(Event)> g_listener{nullptr};
+
+EventObject objectOf(const Object& object) {
+    return {object.value, object.text, object.data};
+}
+
 // One module's trio. Rows need plain functions, so each module has its own.
 template <int (*reg)(fapi_core::VexTvFApiEventCallback_t), int (*unreg)(),
           int (*nty)(unsigned int, const Object&, const Object&, const Object&, const Object&),
           const char* const& module>
 struct Trio {
     static int callback(unsigned int event, const Object& a, const Object& b, const Object& c, const Object& d) {
-        eventLog().add({std::chrono::system_clock::now(), module, event, {a, b, c, d}});
+        if (const auto listener = g_listener.load()) {
+            listener({std::chrono::system_clock::now(),
+                      std::chrono::steady_clock::now(),
+                      module,
+                      event,
+                      {objectOf(a), objectOf(b), objectOf(c), objectOf(d)}});
+        }
         return 0;
     }
     static long long registerIt(Call&) { return reg(callback); }
@@ -72,30 +85,29 @@ const std::array<const Module*, 8> kModules = {&module_aud,    &module_disp, &mo
 
 }  // namespace
 
-std::vector<Operation> eventOperations() {
+std::vector<OperationRow> eventOperations() {
     static const std::vector<Argument> kNotify = {
         {"event", Kind::number, "the event's number", 0, 0xFFFFFFFFll},
         {"value", Kind::number, "number of the first payload object", -0x80000000ll, 0x7FFFFFFF, {}, "0"},
         {"text", Kind::text, "text of the first payload object", 0, 0, {}, ""},
         {"data", Kind::bytes, "bytes of the first payload object", 0, 0, {}, ""}};
-    std::vector<Operation> rows;
+    std::vector<OperationRow> rows;
     for (const Module* module : kModules) {
-        rows.push_back({module->operations[0],
-                        "Register fapi's own callback, whose events watch and the shell show.",
-                        Result::status,
-                        {},
-                        {},
-                        module->run[0]});
-        rows.push_back(
-            {module->operations[1], "Remove the registered callback.", Result::status, {}, {}, module->run[1]});
-        rows.push_back({module->operations[2],
-                        "Deliver an event to the registered callback; -1 when there is none.",
-                        Result::status,
-                        kNotify,
-                        {},
-                        module->run[2]});
+        const std::string name = module->name, registration = name + "_reg_callback";
+        rows.push_back(OperationRow(module->operations[0], "Register the agent's own callback, whose events watch and the shell show.",
+                                    Result::status, {}, {}, module->run[0])
+                           .example(registration.c_str()));
+        rows.push_back(OperationRow(module->operations[1], "Remove the registered callback.", Result::status, {}, {}, module->run[1])
+                           .example((name + "_unreg_callback").c_str()));
+        rows.push_back(OperationRow(module->operations[2], "Deliver an event to the registered callback; -1 when there is none.",
+                                    Result::status, kNotify, {}, module->run[2])
+                           .example((name + "_nty_event 1 1").c_str(), {registration}));
     }
     return rows;
+}
+
+void hearEvents(void (*listener)(Event event)) {
+    g_listener = listener;
 }
 
 void listenToAllModules(bool on) {

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <iterator>
 
-#include "base/color.h"
+#include "protocol/color.h"
 #include "operations/input_words.h"
 
 namespace tool {

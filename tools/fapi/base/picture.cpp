@@ -10,7 +10,7 @@
 
 #include <png.h>
 
-#include "base/color.h"
+#include "protocol/color.h"
 #include "base/durable_file.h"
 
 namespace tool {

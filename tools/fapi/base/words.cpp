@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "base/color.h"
+#include "protocol/color.h"
 
 namespace tool {
 

@@ -32,34 +32,34 @@ std::string textOf(const Topic& topic) {
     return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
-std::string usageOf(const Hand& hand) {
-    return std::string("set ") + hand.name + argumentsUsage(hand.arguments);
+std::string usageOf(const Action& action) {
+    return std::string("set ") + action.name + argumentsUsage(action.arguments);
 }
 
-void printHand(const Hand& hand, bool json) {
+void printAction(const Action& action, bool json) {
     if (!json) {
-        const std::string text = usageOf(hand) + "\n  " + hand.help + "\n" +
-                                 argumentsHelp(hand.arguments, hand.outputs) +
-                                 (hand.sessionOnly ? "  Acts on a running session: in the shell and in plans.\n" : "");
+        const std::string text = usageOf(action) + "\n  " + action.help + "\n" +
+                                 argumentsHelp(action.arguments, action.outputs) +
+                                 (action.sessionOnly ? "  Acts on a running session: in the shell and in plans.\n" : "");
         printLine(text.substr(0, text.size() - 1));
         return;
     }
-    Json told = {{"hand", hand.name}, {"usage", usageOf(hand)}, {"help", hand.help}};
-    for (const Argument& argument : hand.arguments) {
+    Json told = {{"action", action.name}, {"usage", usageOf(action)}, {"help", action.help}};
+    for (const Argument& argument : action.arguments) {
         told["arguments"].push_back(
             {{"name", argument.name}, {"help", argument.help}, {"expected", helpExpectation(argument)}});
     }
-    for (const Output& output : hand.outputs) {
+    for (const Output& output : action.outputs) {
         told["outputs"].push_back({{"name", output.name}, {"help", output.help}});
     }
     printLine(jsonLine(told));
 }
 
-void printHands(bool json) {
+void printActions(bool json) {
     std::vector<std::pair<std::string, std::string>> rows = {
         {"set power-cycle", "Switch the set off and on; everything in memory is lost."}};
-    for (const Hand& hand : hands()) {
-        rows.emplace_back(usageOf(hand), hand.help);
+    for (const Action& action : actions()) {
+        rows.emplace_back(usageOf(action), action.help);
     }
     printUsages(rows, json);
 }
@@ -77,7 +77,7 @@ bool findHelp(const Words& words, bool json) {
         return false;
     }
     if (isSet && words.size() == 1) {
-        printHands(json);
+        printActions(json);
         return true;
     }
     if (!isSet && findOperation(name) != nullptr) {
@@ -90,11 +90,11 @@ bool findHelp(const Words& words, bool json) {
         printTopic(*topic, json);
         return true;
     }
-    const Hand* hand = findHand(name);
-    if (hand != nullptr) {
-        printHand(*hand, json);
+    const Action* action = findAction(name);
+    if (action != nullptr) {
+        printAction(*action, json);
     }
-    return hand != nullptr;
+    return action != nullptr;
 }
 
 void printHelp(const Words& words, bool json) {

@@ -288,26 +288,26 @@ private:
         if (!isNamed("set")) {
             return;
         }
-        for (const Hand& hand : hands()) {
-            const auto isHand = [&hand](const CLI::App* command) { return command->get_name() == hand.name; };
-            if (!set->get_subcommands(isHand).empty()) {
+        for (const Action& action : actions()) {
+            const auto isAction = [&action](const CLI::App* command) { return command->get_name() == action.name; };
+            if (!set->get_subcommands(isAction).empty()) {
                 // Has a command of its own, which does not take the set.
                 continue;
             }
-            CLI::App* command = set->add_subcommand(hand.name, hand.help);
-            if (hand.sessionOnly) {
+            CLI::App* command = set->add_subcommand(action.name, action.help);
+            if (action.sessionOnly) {
                 // Known, to say that it belongs elsewhere, but not offered.
                 command->group("");
             }
-            command->add_option("ARGUMENT", _words, "Its arguments:" + argumentsUsage(hand.arguments));
-            command->footer(argumentsHelp(hand.arguments, hand.outputs));
+            command->add_option("ARGUMENT", _words, "Its arguments:" + argumentsUsage(action.arguments));
+            command->footer(argumentsHelp(action.arguments, action.outputs));
             const auto isBytes = [](const Output& output) { return output.isBytes; };
-            if (!hand.sessionOnly && std::any_of(hand.outputs.begin(), hand.outputs.end(), isBytes)) {
+            if (!action.sessionOnly && std::any_of(action.outputs.begin(), action.outputs.end(), isBytes)) {
                 addOutput(command);
             }
-            command->callback([this, &hand] {
-                _words.insert(_words.begin(), hand.name);
-                _action = [this] { return runHand(_options, _words, _output); };
+            command->callback([this, &action] {
+                _words.insert(_words.begin(), action.name);
+                _action = [this] { return runAction(_options, _words, _output); };
             });
         }
     }

@@ -3,7 +3,8 @@
 #include "cli/reference.h"
 
 #include "base/words.h"
-#include "operations/examples.h"
+#include "target/arguments.h"
+#include "target/target_description.h"
 
 namespace tool {
 
@@ -35,20 +36,20 @@ std::string item(const std::string& text) {
 std::string argumentItem(const Argument& argument) {
     std::string text =
         "`" + argumentName(argument) + "`: " + escaped(argument.help) + "; " + escaped(helpExpectation(argument));
-    if (argument.byDefault != nullptr) {
-        text += "; `" + quoteWord(argument.byDefault) + "` when left out";
+    if (argument.byDefault) {
+        text += "; `" + quoteWord(*argument.byDefault) + "` when left out";
     }
     return item(text);
 }
 
 std::string exampleText(const Example& example) {
     std::string text = "```\n";
-    for (const char* line : example.before) {
-        text += std::string("fapi> ") + line + '\n';
+    for (const std::string& line : example.before) {
+        text += "fapi> " + line + '\n';
     }
-    text += std::string("fapi> ") + example.line + "\n```\n";
-    if (example.whyNot != nullptr) {
-        text += "\nIt answers a failure: " + escaped(example.whyNot) + ".\n";
+    text += "fapi> " + example.line + "\n```\n";
+    if (!example.failure.empty()) {
+        text += "\nIt answers a failure: " + escaped(example.failure) + ".\n";
     }
     return text;
 }
@@ -59,15 +60,14 @@ std::string section(const Operation& operation) {
         text += argumentItem(argument);
     }
     for (const Output& output : operation.outputs) {
-        text += item(std::string("answers `") + output.name + "`: " + escaped(output.help) +
+        text += item("answers `" + output.name + "`: " + escaped(output.help) +
                      (output.isBytes ? "; `--output` writes it to a file" : ""));
     }
     text += item(std::string("result: ") + resultText(operation.result));
-    if (operation.destroys != nullptr) {
-        text += item(std::string("asks first, because it ") + operation.destroys);
+    if (!operation.destroys.empty()) {
+        text += item("asks first, because it " + operation.destroys);
     }
-    const Example* example = exampleOf(operation);
-    return example != nullptr ? text + '\n' + exampleText(*example) : text;
+    return operation.example.line.empty() ? text : text + '\n' + exampleText(operation.example);
 }
 
 }  // namespace
@@ -75,8 +75,8 @@ std::string section(const Operation& operation) {
 std::string reference() {
     std::string text = kHead, module;
     for (const Operation& operation : operations()) {
-        if (operation.module() != module) {
-            module = operation.module();
+        if (operation.module != module) {
+            module = operation.module;
             text += "\n## " + module + "\n";
         }
         text += section(operation);

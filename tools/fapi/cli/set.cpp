@@ -135,11 +135,11 @@ int showPorts(const GlobalOptions& options) {
     return kExitGood;
 }
 
-int runHand(const GlobalOptions& options, const Words& words, const std::string& output) {
+int runAction(const GlobalOptions& options, const Words& words, const std::string& output) {
     Words line = {"set"};
     line.insert(line.end(), words.begin(), words.end());
     const Command command = Command::parse(line);
-    if (command.hand()->sessionOnly) {
+    if (command.action()->sessionOnly) {
         throw UsageError("set " + words[0] + ": acts on a running session only; use it in the shell or in a plan");
     }
     checkOutput(command, output);

@@ -30,7 +30,7 @@ int showPorts(const GlobalOptions& options);
 
 // One of the hands that need no running session. `words` is "put /mnt/usb/x text:y"; what it answers is written to the
 // file `output`, too, unless that is empty.
-int runHand(const GlobalOptions& options, const Words& words, const std::string& output);
+int runAction(const GlobalOptions& options, const Words& words, const std::string& output);
 
 }  // namespace tool
 

@@ -204,7 +204,7 @@ std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line
         return runNames(line.reports);
     }
     if (name == "--module") {
-        return eventModules();
+        return moduleNames();
     }
     return name == "PARTITION" ? partitionNames(line.folder) : std::vector<std::string>();
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "actions/middleware_words.h"
 #include "vset/journal.h"
 
 namespace tool {

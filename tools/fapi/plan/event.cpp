@@ -43,7 +43,7 @@ std::size_t readField(const Words& words, std::size_t i, EventCondition& event) 
 
 std::size_t readModule(const Words& words, std::size_t i, EventCondition& event) {
     event.module = wordAt(words, i);
-    const std::vector<std::string> known = eventModules();
+    const std::vector<std::string> known = moduleNames();
     if (std::find(known.begin(), known.end(), event.module) == known.end()) {
         throw UsageError("of " + display(event.module, 40) + ": no such module", i);
     }
@@ -128,7 +128,7 @@ EventCondition parseEventCondition(const Words& words) {
 }
 
 Value fieldOf(const Event& event, std::string_view field) {
-    const fapi_core::VexTvFApiEventCommonObject& object = event.objects[0];
+    const EventObject& object = event.objects[0];
     if (field == "text") {
         return object.text;
     }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "actions/middleware_words.h"
 #include "plan/plan.h"
 
 namespace tool {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "actions/middleware_words.h"
 #include "base/words.h"
 
 namespace tool {

@@ -92,18 +92,18 @@ Words withAnyValues(Words words, std::size_t first, const std::vector<Argument>&
 }
 
 Command commandWithAnyValues(const Words& words) {
-    const bool isHand = words.size() > 1 && words[0] == "set";
-    const std::size_t first = isHand ? 2 : 1;
+    const bool isAction = words.size() > 1 && words[0] == "set";
+    const std::size_t first = isAction ? 2 : 1;
     for (std::size_t i = 0; i < first; ++i) {
         if (!variablesOf(words[i]).empty()) {
             throw UsageError(display(words[i], 40) + ": expected a name, which no variable can stand for");
         }
     }
-    const Operation* operation = isHand ? nullptr : findOperation(words[0]);
-    const Hand* hand = isHand ? findHand(words[1]) : nullptr;
+    const Operation* operation = isAction ? nullptr : findOperation(words[0]);
+    const Action* action = isAction ? findAction(words[1]) : nullptr;
     static const std::vector<Argument> kNone;
     const std::vector<Argument>& arguments = operation != nullptr ? operation->arguments
-                                             : hand != nullptr    ? hand->arguments
+                                             : action != nullptr    ? action->arguments
                                                                   : kNone;
     const Words fitting = withAnyValues(words, first, arguments);
     return Command::parse(fitting, fitting == words ? Together::checked : Together::unchecked);

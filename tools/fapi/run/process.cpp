@@ -8,10 +8,10 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-#include "actions/middleware_words.h"
 #include "base/durable_file.h"
 #include "base/picture.h"
 #include "plan/calls.h"
+#include "operations/events.h"
 #include "plan/data.h"
 #include "plan/event.h"
 #include "protocol/characters.h"

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "base/color.h"
+#include "protocol/color.h"
 #include "cli/help.h"
 #include "shell/shell.h"
 #include "target/command.h"
@@ -23,10 +23,10 @@ std::vector<std::string> firstWords(const std::string& start) {
     return names;
 }
 
-std::vector<std::string> handNames() {
+std::vector<std::string> actionNames() {
     std::vector<std::string> names = {"power-cycle"};
-    for (const Hand& hand : hands()) {
-        names.emplace_back(hand.name);
+    for (const Action& action : actions()) {
+        names.emplace_back(action.name);
     }
     return names;
 }
@@ -100,7 +100,7 @@ std::string commonStart(const std::vector<std::string>& found) {
 // What `help` describes.
 std::vector<std::string> helpWords(const LinePlace& place) {
     if (place.words.size() > 1) {
-        return place.words[1] == "set" ? handNames() : std::vector<std::string>();
+        return place.words[1] == "set" ? actionNames() : std::vector<std::string>();
     }
     std::vector<std::string> names = operationNames(place.start);
     names.emplace_back("set");
@@ -155,10 +155,10 @@ std::vector<std::string> candidates(const LinePlace& place) {
     }
     if (words[0] == "set") {
         if (words.size() == 1) {
-            return handNames();
+            return actionNames();
         }
-        const Hand* hand = findHand(words[1]);
-        arguments = hand != nullptr ? &hand->arguments : nullptr;
+        const Action* action = findAction(words[1]);
+        arguments = action != nullptr ? &action->arguments : nullptr;
         --index;
     } else {
         const Operation* operation = findOperation(words[0]);

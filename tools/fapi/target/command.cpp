@@ -2,7 +2,7 @@
 // Checked lines.
 #include "target/command.h"
 
-#include "vset/vset.h"
+#include "actions/action.h"
 
 namespace tool {
 
@@ -52,21 +52,21 @@ Command Command::parse(const Words& words, Together together) {
         }
         return command;
     }
-    command._hand = findHand(words[1]);
-    if (command._hand == nullptr) {
+    command._action = findAction(words[1]);
+    if (command._action == nullptr) {
         throw UsageError("no such command: set " + words[1] +
-                             didYouMean(words[1], hands(), [](const Hand& hand) { return std::string(hand.name); }),
+                             didYouMean(words[1], actions(), [](const Action& action) { return action.name; }),
                          1);
     }
     try {
         const Words rest(words.begin() + 2, words.end());
-        command._arguments = parseWords(command._hand->arguments, rest);
-        if (command._hand->check != nullptr && together == Together::checked) {
-            command._hand->check(command._arguments, rest);
+        command._arguments = parseWords(command._action->arguments, rest);
+        if (command._action->isChecked && together == Together::checked) {
+            checkTogether(*command._action, command._arguments, rest);
         }
     } catch (const UsageError& error) {
         throw error.behind(2, "set " + words[1] + ": " + error.what() + "; usage: set " + words[1] +
-                                  argumentsUsage(command._hand->arguments));
+                                  argumentsUsage(command._action->arguments));
     }
     return command;
 }
@@ -77,8 +77,8 @@ std::vector<std::string> Command::outputNames() const {
         for (const Output& output : _operation->outputs) {
             names.emplace_back(output.name);
         }
-    } else if (_hand != nullptr) {
-        for (const Output& output : _hand->outputs) {
+    } else if (_action != nullptr) {
+        for (const Output& output : _action->outputs) {
             names.emplace_back(output.name);
         }
     }
@@ -96,22 +96,9 @@ std::string Command::text() const {
 
 Outcome Command::run() const {
     if (_operation != nullptr) {
-        return invoke(*_operation, _arguments);
+        return findOperationRow(_operation->name)->invoke(_arguments);
     }
-    if (_hand == nullptr) {
-        return {};
-    }
-    Call call(_arguments);
-    try {
-        _hand->run(call);
-        return call.take();
-    } catch (const vset::SetError& error) {
-        call.out("error", std::string(error.what()));
-        Outcome outcome = call.take();
-        outcome.status = -1;
-        outcome.good = false;
-        return outcome;
-    }
+    return _action != nullptr ? findActionRow(_action->name)->perform(_arguments) : Outcome();
 }
 
 std::string Command::word(const Outcome& outcome) const {

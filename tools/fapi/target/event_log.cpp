@@ -2,28 +2,20 @@
 // Events on their way from the callbacks to whoever prints them.
 #include "target/event_log.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <string_view>
 
 #include "protocol/value.h"
+#include "target/target_description.h"
 
 namespace tool {
 
 namespace {
 
-using Object = fapi_core::VexTvFApiEventCommonObject;
-
 // Nobody may be reading; the oldest events then go.
 constexpr std::size_t kEventsKept = 65536;
-
-// Events of the peripheral module whose value is told in words.
-constexpr std::string_view kPeripheral = "prphrl";
-constexpr unsigned int kKeyEvent = 0x100002;
-constexpr unsigned int kAdcEvent = 0x100004;
-constexpr unsigned int kPadEvent = 0x100005;
-// Stands for a reading that failed.
-constexpr int kNoReading = 255;
 
 // What is shown of a text and of bytes; programs get everything.
 constexpr std::size_t kShown = 64;
@@ -38,7 +30,7 @@ std::string sizeIfCut(std::size_t size, const char* unit) {
     return size > kShown ? "... (" + std::to_string(size) + unit + ")" : "";
 }
 
-std::string displayObject(const Object& object) {
+std::string displayObject(const EventObject& object) {
     std::string text;
     if (object.value != 0 || (object.text.empty() && object.data.empty())) {
         text += " value " + std::to_string(object.value);
@@ -60,36 +52,22 @@ std::string hex(int number) {
     return text;
 }
 
-std::string padMeaning(int value) {
-    switch (value) {
-        case 0:
-            return " (pad low)";
-        case 1:
-            return " (pad high)";
-        case kNoReading:
-            return " (pad monitor failed)";
-        default:
-            return {};
-    }
-}
-
-// What the value of a key, a reading or a pad says, for a person; nothing for other events.
+// What the value of an event says, where the description knows more of it: " (key code 0x1f)", " (pad high)".
 std::string meaning(const Event& event) {
     const int value = event.objects[0].value;
-    switch (event.module == kPeripheral ? event.number : 0) {
-        case kKeyEvent:
-            return " (key code " + hex(value) + ")";
-        case kAdcEvent:
-            return " (ADC value " + hex(value) + (value == kNoReading ? ", or it could not be read)" : ")");
-        case kPadEvent:
-            return padMeaning(value);
-        default:
-            return {};
+    for (const EventKind& kind : description().events) {
+        if (kind.module != event.module || kind.number != event.number || kind.fields.empty()) {
+            continue;
+        }
+        const EventField& field = kind.fields.front();
+        const auto word = std::find_if(field.words.begin(), field.words.end(),
+                                       [&](const Choice& choice) { return choice.value == value; });
+        const bool hasWord = word != field.words.end();
+        std::string text = field.meaning.empty() ? "" : field.meaning + " " + hex(value);
+        text += hasWord ? (text.empty() ? "" : ", ") + word->name : "";
+        return text.empty() ? text : " (" + text + ")";
     }
-}
-
-bool isEmpty(const Object& object) {
-    return object.value == 0 && object.text.empty() && object.data.empty();
+    return {};
 }
 
 }  // namespace
@@ -139,7 +117,7 @@ std::string describe(const Event& event) {
     std::snprintf(number, sizeof(number), " 0x%x", event.number);
     std::string text = event.module + (number + displayObject(event.objects[0])) + meaning(event);
     for (std::size_t i = 1; i < 4; ++i) {
-        if (!isEmpty(event.objects[i])) {
+        if (!event.objects[i].isEmpty()) {
             text += " |" + displayObject(event.objects[i]);
         }
     }

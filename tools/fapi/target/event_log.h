@@ -10,16 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "fapi_core.h"
+#include "protocol/event.h"
 
 namespace tool {
-
-struct Event {
-    std::chrono::system_clock::time_point time;
-    const char* module;
-    unsigned int number;
-    fapi_core::VexTvFApiEventCommonObject objects[4];
-};
 
 // Filled by the callbacks, which only copy; emptied by one reader. Never destroyed: a worker of the library may deliver
 // while the process exits.
@@ -41,9 +34,6 @@ private:
 
 EventLog& eventLog();
 
-// Registers a callback with every module, or removes all of them.
-void listenToAllModules(bool on);
-
 // "prphrl 0x100001 value 3 text "AB" bytes 41 42 "AB"": bytes in hexadecimal and as text. Long payloads are cut, and
 // their size is told. Keys, readings and pads are told in words, too: "prphrl 0x100005 value 1 (pad high)".
 std::string describe(const Event& event);
@@ -52,9 +42,6 @@ std::string displayEvent(const Event& event);
 
 // Bytes as a text that any terminal and any JSON takes: whatever is not printable ASCII is escaped.
 std::string printableBytes(const std::vector<unsigned char>& bytes);
-
-// The names of the modules that have events.
-std::vector<std::string> eventModules();
 
 }  // namespace tool
 

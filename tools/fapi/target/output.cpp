@@ -8,9 +8,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "actions/middleware_words.h"
 #include "base/terminal.h"
-#include "operations/examples.h"
 #include "protocol/characters.h"
 #include "target/session.h"
 #include "vset/vset.h"
@@ -52,7 +50,7 @@ const char* kindName(Kind kind) {
     return "";
 }
 
-Json objectJson(const fapi_core::VexTvFApiEventCommonObject& object) {
+Json objectJson(const EventObject& object) {
     Json data = toJson(Value(object.data));
     data["text"] = printableBytes(object.data);
     return {{"value", object.value}, {"text", toJson(Value(object.text))}, {"data", std::move(data)}};
@@ -83,7 +81,7 @@ void makeValid(Json& json) {
 
 std::string nameOf(const Command& command) {
     return command.operation() != nullptr ? command.operation()->shortName()
-                                          : std::string("set ") + command.hand()->name;
+                                          : std::string("set ") + command.action()->name;
 }
 
 // The lines as they stand, but nothing that a terminal would obey.
@@ -100,7 +98,7 @@ std::string displayDump(const Command& command, const Bytes& bytes) {
     std::string text = " " + std::to_string(bytes.size()) + " bytes" + hexDump(bytes, kDumpLines);
     const std::size_t shown = kDumpLines * kDumpWidth;
     if (bytes.size() > shown) {
-        const bool hasOutput = command.hand() == nullptr || !command.hand()->sessionOnly;
+        const bool hasOutput = command.action() == nullptr || !command.action()->sessionOnly;
         text += "\n... and " + std::to_string(bytes.size() - shown) + " more bytes; " +
                 (hasOutput ? "--output FILE takes them all" : "--json shows them all");
     }
@@ -129,6 +127,10 @@ std::string displayReasons(const std::vector<FailedCall>& calls) {
 
 }  // namespace
 
+std::string reasonOf(const Outcome& outcome) {
+    return outcome.failedCalls.empty() ? "" : ", because " + displayCall(outcome.failedCalls.front());
+}
+
 Json toJson(const Value& value, std::size_t limit) {
     if (const auto* number = std::get_if<long long>(&value)) {
         return *number;
@@ -145,8 +147,8 @@ Json toJson(const Value& value, std::size_t limit) {
 Json toJson(const Command& command, const Outcome& outcome, std::size_t limit) {
     Json json;
     json["command"] = beginningOf(command.text(), limit);
-    json[command.operation() != nullptr ? "operation" : "hand"] =
-        command.operation() != nullptr ? command.operation()->name : command.hand()->name;
+    json[command.operation() != nullptr ? "operation" : "action"] =
+        command.operation() != nullptr ? command.operation()->name : command.action()->name;
     json["status"] = outcome.status;
     json["word"] = command.word(outcome);
     json["good"] = outcome.good;
@@ -197,7 +199,7 @@ Json toJson(const Event& event) {
 Json toJson(const Operation& operation) {
     Json json = {{"name", operation.name},
                  {"short", operation.shortName()},
-                 {"module", operation.module()},
+                 {"module", operation.module},
                  {"help", operation.help},
                  {"usage", usage(operation)}};
     json["arguments"] = Json::array();
@@ -210,8 +212,8 @@ Json toJson(const Operation& operation) {
         for (const Choice& choice : argument.choices) {
             row["choices"][choice.name] = choice.value;
         }
-        if (argument.byDefault != nullptr) {
-            row["default"] = argument.byDefault;
+        if (argument.byDefault) {
+            row["default"] = *argument.byDefault;
         }
         json["arguments"].push_back(std::move(row));
     }
@@ -220,11 +222,11 @@ Json toJson(const Operation& operation) {
         json["outputs"].push_back({{"name", output.name}, {"help", output.help}, {"bytes", output.isBytes}});
     }
     json["result"] = resultText(operation.result);
-    if (operation.destroys != nullptr) {
+    if (!operation.destroys.empty()) {
         json["destroys"] = operation.destroys;
     }
-    if (const Example* example = exampleOf(operation)) {
-        json["example"] = {{"before", example->before}, {"line", example->line}};
+    if (!operation.example.line.empty()) {
+        json["example"] = {{"before", operation.example.before}, {"line", operation.example.line}};
     }
     return json;
 }
@@ -284,8 +286,8 @@ void printOperations(const std::string& pattern, bool json) {
             printLine(jsonLine(toJson(operation)));
             continue;
         }
-        if (operation.module() != module) {
-            module = operation.module();
+        if (operation.module != module) {
+            module = operation.module;
             printLine(module + ":");
         }
         printLine("  " + usage(operation) + "\n      " + operation.help);
@@ -326,7 +328,7 @@ void printRefusals(const Outcome& outcome) {
 
 void checkOutput(const Command& command, const std::string& file) {
     const std::vector<Output>& outputs =
-        command.operation() != nullptr ? command.operation()->outputs : command.hand()->outputs;
+        command.operation() != nullptr ? command.operation()->outputs : command.action()->outputs;
     const auto isBytes = [](const Output& output) { return output.isBytes; };
     if (!file.empty() && std::none_of(outputs.begin(), outputs.end(), isBytes)) {
         throw UsageError("--output: " + nameOf(command) + " answers no bytes");

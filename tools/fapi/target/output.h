@@ -34,6 +34,9 @@ std::string jsonLine(const Json& json);
 // below the output's name.
 std::string displayOutcome(const Command& command, const Outcome& outcome);
 
+// ", because HW_GPIO_Open(pad=12) = 0xf (busy)" for the end of a message; empty when nothing is known.
+std::string reasonOf(const Outcome& outcome);
+
 // All that print do so to dataOutput().
 // With a note on standard error for each refusal, for people.
 void printOutcome(const Command& command, const Outcome& outcome, bool json);

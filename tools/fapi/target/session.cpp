@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include "actions/log_switch.h"
-#include "actions/middleware_words.h"
 #include "base/terminal.h"
 #include "target/output.h"
 #include "vset/vset.h"

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string>
 
-#include "operations/operation.h"
+#include "target/arguments.h"
 
 namespace tool {
 

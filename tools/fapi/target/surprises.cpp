@@ -2,6 +2,8 @@
 // Warnings of what looks like something else.
 #include "target/surprises.h"
 
+#include "operations/operation.h"
+
 namespace tool {
 
 std::string Surprises::next(const Command& command) {
@@ -9,11 +11,11 @@ std::string Surprises::next(const Command& command) {
         _first.clear();
     }
     const Operation* operation = command.operation();
-    if (operation == nullptr || operation->surprise == nullptr) {
+    if (operation == nullptr || !operation->isChecked) {
         return {};
     }
     const std::vector<Value>& first = _first.emplace(operation, command.arguments()).first->second;
-    const std::string warning = operation->surprise(command.arguments(), first);
+    const std::string warning = findOperationRow(operation->name)->warningOf(command.arguments(), first);
     return warning.empty() ? warning : operation->shortName() + ": " + warning;
 }
 

@@ -9,6 +9,7 @@
 #include "base/interrupts.h"
 #include "shell/first_lines.h"
 #include "target/event_log.h"
+#include "operations/events.h"
 #include "target/output.h"
 
 namespace tool {
@@ -47,7 +48,7 @@ std::chrono::steady_clock::time_point deadlineAfter(double seconds) {
 }  // namespace
 
 int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
-    const std::vector<std::string> known = eventModules();
+    const std::vector<std::string> known = moduleNames();
     for (const std::string& module : watchOptions.modules) {
         if (!isWanted(known, module)) {
             throw UsageError("--module: no such module: " + module);

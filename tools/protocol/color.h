@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Colors as people write them.
-#ifndef FAPI_BENCH_BASE_COLOR_H
-#define FAPI_BENCH_BASE_COLOR_H
+#ifndef FAPI_PROTOCOL_COLOR_H
+#define FAPI_PROTOCOL_COLOR_H
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Colors as people write them.
-#include "base/color.h"
+#include "protocol/color.h"
 
 #include <algorithm>
 #include <cctype>

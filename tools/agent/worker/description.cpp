@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+// What this agent says of itself.
+#include "worker/description.h"
+
+#include "actions/action.h"
+#include "actions/middleware_words.h"
+#include "actions/picture_source.h"
+#include "operations/events.h"
+#include "operations/operation.h"
+#include "vset/journal.h"
+#include "vset/vset.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kNoReading = 255;
+
+std::vector<EventKind> eventKinds() {
+    return {
+        {"prphrl", 0x100002, "A key of the keypad.", {{"value", {}, "key code"}}},
+        {"prphrl", 0x100004, "A reading of an ADC channel.", {{"value", {{"or it could not be read", kNoReading}}, "ADC value"}}},
+        {"prphrl",
+         0x100005,
+         "The level of a monitored pad.",
+         {{"value", {{"pad low", 0}, {"pad high", 1}, {"pad monitor failed", kNoReading}}, ""}}},
+    };
+}
+
+std::vector<Function> functions() {
+    std::vector<Function> all;
+    for (const std::string& name : vset::faultNames()) {
+        Function function{name, {}, vset::ownFailures(name)};
+        try {
+            function.fields = vset::callFields(name);
+        } catch (const vset::SetError&) {
+            // An allocation is no call.
+        }
+        all.push_back(std::move(function));
+    }
+    return all;
+}
+
+Description make() {
+    Description description;
+    description.operations.assign(operationRows().begin(), operationRows().end());
+    description.actions.assign(actionRows().begin(), actionRows().end());
+    description.eventModules = eventModules();
+    description.events = eventKinds();
+    description.functions = functions();
+    description.codes = failureCodes();
+    description.pictures = pictureKinds();
+    description.hash = hashOf(description);
+    return description;
+}
+
+}  // namespace
+
+const Description& ownDescription() {
+    static const Description description = make();
+    return description;
+}
+
+}  // namespace tool

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the target's agent says of itself: the bench knows no operation but from here.
+#ifndef FAPI_BENCH_TARGET_TARGET_DESCRIPTION_H
+#define FAPI_BENCH_TARGET_TARGET_DESCRIPTION_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "protocol/description.h"
+
+namespace tool {
+
+const Description& description();
+
+inline const std::vector<Operation>& operations() {
+    return description().operations;
+}
+// The names of the modules that have events.
+inline const std::vector<std::string>& moduleNames() {
+    return description().eventModules;
+}
+inline const std::vector<Action>& actions() {
+    return description().actions;
+}
+// By full or short name; null when there is none.
+inline const Operation* findOperation(std::string_view name) {
+    return description().operation(name);
+}
+inline const Action* findAction(std::string_view name) {
+    return description().action(name);
+}
+
+// The message for a name that is no function of the middleware, with the nearest one that is. An empty text for a function, and for
+// "allocation".
+std::string unknownFunction(const std::string& name);
+
+// Returns why the function cannot answer the code of that name, or an empty text: the functions on files answer what their namesakes of the
+// C library do, where such a number is a descriptor or a count.
+std::string namedCodeProblem(const std::string& function, const std::string& word);
+
+// Throws UsageError when the agent knows that the arguments do not go together.
+void checkTogether(const Operation& operation, const std::vector<Value>& values, const std::vector<std::string>& words);
+void checkTogether(const Action& action, const std::vector<Value>& values, const std::vector<std::string>& words);
+
+}  // namespace tool
+
+#endif
