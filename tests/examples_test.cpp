@@ -5,15 +5,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "operations/examples.h"
 #include "support/tool_fixture.h"
+#include "target/arguments.h"
+#include "target/target_description.h"
 
 namespace {
 
 std::vector<std::string> modules() {
     std::set<std::string> names;
     for (const tool::Operation& operation : tool::operations()) {
-        names.insert(operation.module());
+        names.insert(operation.module);
     }
     return {names.begin(), names.end()};
 }
@@ -32,13 +33,13 @@ protected:
         std::filesystem::remove_all(set());
         std::filesystem::copy(folder() + "/new", set(), std::filesystem::copy_options::recursive);
         std::string strLines;
-        for (const char* pszLine : stExample.before) {
-            strLines += std::string(pszLine) + "\n";
+        for (const std::string& strLine : stExample.before) {
+            strLines += strLine + "\n";
         }
         const test::ProcessResult result = fapi({"shell", "--json"}, strLines + stExample.line + "\n");
         std::vector<nlohmann::json> all = test::objectsOf(result.strOutput);
         ASSERT_EQ(all.size(), stExample.before.size() + 1) << result.strOutput << result.strError;
-        EXPECT_EQ(all.back().value("good", false), stExample.whyNot == nullptr) << result.strOutput;
+        EXPECT_EQ(all.back().value("good", false), stExample.failure.empty()) << result.strOutput;
         all.pop_back();
         for (const nlohmann::json& answer : all) {
             EXPECT_TRUE(answer.value("good", false)) << answer;
@@ -48,16 +49,12 @@ protected:
 
 TEST_P(Examples, DoWhatTheySay) {
     for (const tool::Operation& operation : tool::operations()) {
-        if (operation.module() != GetParam()) {
+        if (operation.module != GetParam()) {
             continue;
         }
         SCOPED_TRACE(operation.name);
-        const tool::Example* pExample = tool::exampleOf(operation);
-        if (pExample == nullptr) {
-            ADD_FAILURE() << "has no example";
-        } else {
-            run(*pExample);
-        }
+        ASSERT_EQ(operation.example.line.rfind(operation.shortName(), 0), 0u) << "has no example";
+        run(operation.example);
     }
 }
 

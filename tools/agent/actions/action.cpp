@@ -8,14 +8,14 @@
 
 namespace tool {
 
-ActionRow::ActionRow(const char* name, const char* help, std::vector<Argument> arguments, std::vector<Output> outputs,
+ActionRow::ActionRow(const char* word, const char* line, std::vector<Argument> takes, std::vector<Output> answers,
                      Run run)
     : _run(run) {
-    this->name = name;
-    this->help = help;
-    this->arguments = std::move(arguments);
-    this->outputs = std::move(outputs);
-    danger = this->help.rfind("Show ", 0) == 0 ? Danger::reads : Danger::changes;
+    name = word;
+    help = line;
+    arguments = std::move(takes);
+    outputs = std::move(answers);
+    danger = help.rfind("Show ", 0) == 0 ? Danger::reads : Danger::changes;
 }
 
 ActionRow&& ActionRow::inSession() && {
@@ -28,8 +28,8 @@ ActionRow&& ActionRow::endingWorker() && {
     return std::move(*this);
 }
 
-ActionRow&& ActionRow::checkedBy(Check check) && {
-    _check = check;
+ActionRow&& ActionRow::checkedBy(Check together) && {
+    _check = together;
     isChecked = true;
     return std::move(*this);
 }
@@ -39,8 +39,8 @@ ActionRow&& ActionRow::asking(const char* sentence) && {
     return std::move(*this);
 }
 
-Outcome ActionRow::perform(const std::vector<Value>& arguments) const {
-    Call call(arguments);
+Outcome ActionRow::perform(const std::vector<Value>& values) const {
+    Call call(values);
     try {
         _run(call);
         return call.take();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The table of actions: what a person or a fixture does to the virtual set. Arguments and outputs are declared and checked as those of
-// operations are.
+// The table of actions: what a person or a fixture does to the virtual set. Arguments and outputs are declared and
+// checked as those of operations are.
 #ifndef FAPI_AGENT_ACTIONS_ACTION_H
 #define FAPI_AGENT_ACTIONS_ACTION_H
 
@@ -17,18 +17,18 @@ public:
     using Run = void (*)(Call& call);  // throws vset::SetError
 
     // What begins with "Show" reads.
-    ActionRow(const char* name, const char* help, std::vector<Argument> arguments, std::vector<Output> outputs, Run run);
+    ActionRow(const char* word, const char* line, std::vector<Argument> takes, std::vector<Output> answers, Run run);
 
     // Acts on the process that has the set, so it means nothing as a command of its own on the command line.
     ActionRow&& inSession() &&;
     // When it does what it is for, the process that has the set ends: there is nobody to answer anything.
     ActionRow&& endingWorker() &&;
-    ActionRow&& checkedBy(Check check) &&;
+    ActionRow&& checkedBy(Check together) &&;
     // The sentence that asks an operator to do it, where no fixture does.
     ActionRow&& asking(const char* sentence) &&;
 
     // Does it. What the set refuses is an outcome that is not good, status -1, with an output "error".
-    Outcome perform(const std::vector<Value>& arguments) const;
+    Outcome perform(const std::vector<Value>& values) const;
     void check(const std::vector<Value>& values, const std::vector<std::string>& words) const;
 
 private:

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a person sees of the set's on-screen graphics and of single pixels, and does to them.
-#include "actions/picture_source.h"
-#include "protocol/color.h"
-#include "operations/panel_words.h"
 #include "actions/action.h"
+#include "actions/picture_source.h"
+#include "operations/panel_words.h"
+#include "protocol/color.h"
 
 namespace tool {
 
@@ -46,12 +46,12 @@ std::string colorAt(const vset::Picture& picture, unsigned int x, unsigned int y
 }
 
 void pixel(Call& call) {
-    const vset::Picture picture = PictureSource::parse(call.text(2)).take();
+    const vset::Picture picture = takePicture(call.text(2));
     call.out("color", colorAt(picture, call.number<unsigned int>(0), call.number<unsigned int>(1)));
 }
 
 void checkPixel(const std::vector<Value>& values, const std::vector<std::string>&) {
-    PictureSource::parse(std::get<std::string>(values[2]));
+    parsePictureWord(pictureKinds(), std::get<std::string>(values[2]));
 }
 
 void surfacePixel(Call& call) {
@@ -67,28 +67,45 @@ Argument coordinate(const char* name, const char* help) {
 
 std::vector<ActionRow> panelActions() {
     return {
-        ActionRow("osd", "Show the graphics layers, their windows and the surfaces, and one layer in detail.", {layerNumber("0")}, {{"osd", "a line for each layer and each window"},
-          {"surfaces", "a line each: handle, size, memory, locks"},
-          {"count", "how many surfaces there are"},
-          {"present", "1 when there is that layer"},
-          {"layer", "it in words"},
-          {"handle", "its handle"},
-          {"shown", "1 when it is shown"},
-          {"matrix", "the color matrix that it was sent last"},
-          {"windows", "how many it has"},
-          {"window_shown", "1 when the first of them is shown"},
-          {"surface", "handle of the surface that the first of them shows; 0: none"}}, osd).inSession(),
-        ActionRow("remove-layer", "Have the set's player give up a graphics layer, with its windows.", {layerNumber()}, {}, [](Call& call) { vset::osd::removeLayer(call.number<unsigned int>(0)); }).inSession(),
-        ActionRow("surface-alignment", "Say how memory of surfaces must be aligned.", {{"address", Kind::number, "of its address, a power of two", 1, kU32Max},
-          {"pitch", Kind::number, "of its rows, a power of two", 1, kU32Max}}, {}, [](Call& call) {
-             vset::osd::setSurfaceAlignment(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1));
-         }).inSession(),
-        ActionRow("pixel", "Show the color of a pixel of the panel, or of another picture.", {coordinate("x", "from the left"),
-          coordinate("y", "from the top"),
-          {"what", Kind::text, "panel, window:N, surface:HANDLE, layer:N or capture", 0, 0, {}, kPanel}}, {{"color", "#RRGGBBAA"}}, pixel).inSession().checkedBy(checkPixel),
-        ActionRow("surface-pixel", "Show the color of a pixel of a surface.", {{"handle", Kind::number, "the surface", 0, kU32Max},
-          coordinate("x", "from the left"),
-          coordinate("y", "from the top")}, {{"color", "#RRGGBBAA"}}, surfacePixel).inSession(),
+        ActionRow("osd", "Show the graphics layers, their windows and the surfaces, and one layer in detail.",
+                  {layerNumber("0")},
+                  {{"osd", "a line for each layer and each window"},
+                   {"surfaces", "a line each: handle, size, memory, locks"},
+                   {"count", "how many surfaces there are"},
+                   {"present", "1 when there is that layer"},
+                   {"layer", "it in words"},
+                   {"handle", "its handle"},
+                   {"shown", "1 when it is shown"},
+                   {"matrix", "the color matrix that it was sent last"},
+                   {"windows", "how many it has"},
+                   {"window_shown", "1 when the first of them is shown"},
+                   {"surface", "handle of the surface that the first of them shows; 0: none"}},
+                  osd)
+            .inSession(),
+        ActionRow("remove-layer", "Have the set's player give up a graphics layer, with its windows.", {layerNumber()},
+                  {}, [](Call& call) { vset::osd::removeLayer(call.number<unsigned int>(0)); })
+            .inSession(),
+        ActionRow("surface-alignment", "Say how memory of surfaces must be aligned.",
+                  {{"address", Kind::number, "of its address, a power of two", 1, kU32Max},
+                   {"pitch", Kind::number, "of its rows, a power of two", 1, kU32Max}},
+                  {},
+                  [](Call& call) {
+                      vset::osd::setSurfaceAlignment(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1));
+                  })
+            .inSession(),
+        ActionRow("pixel", "Show the color of a pixel of the panel, or of another picture.",
+                  {coordinate("x", "from the left"),
+                   coordinate("y", "from the top"),
+                   {"what", Kind::text, "panel, window:N, surface:HANDLE, layer:N or capture", 0, 0, {}, "panel"}},
+                  {{"color", "#RRGGBBAA"}}, pixel)
+            .inSession()
+            .checkedBy(checkPixel),
+        ActionRow("surface-pixel", "Show the color of a pixel of a surface.",
+                  {{"handle", Kind::number, "the surface", 0, kU32Max},
+                   coordinate("x", "from the left"),
+                   coordinate("y", "from the top")},
+                  {{"color", "#RRGGBBAA"}}, surfacePixel)
+            .inSession(),
     };
 }
 

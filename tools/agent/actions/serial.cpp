@@ -39,7 +39,7 @@ Argument clear() {
 
 // As the operation that takes it names it.
 std::string baudRateName(unsigned int index) {
-    for (const Choice& choice : findOperation("prphrl_start_factory_uart")->arguments[0].choices) {
+    for (const Choice& choice : findOperationRow("prphrl_start_factory_uart")->arguments[0].choices) {
         if (choice.value == index) {
             return choice.name;
         }
@@ -61,7 +61,7 @@ std::string describePort(const vset::uart::Port& port) {
     return port.u64Refused != 0 ? text + ", " + std::to_string(port.u64Refused) + " refused" : text;
 }
 
-std::vector<std::pair<const char*, Value>> portFields(unsigned int number, const vset::uart::Port& port) {
+std::vector<std::pair<std::string, Value>> portFields(unsigned int number, const vset::uart::Port& port) {
     return {{"port", number},
             {"open", port.bOpen},
             {"player", port.bPlayer},
@@ -122,7 +122,7 @@ Row changeRow(std::chrono::milliseconds since, const vset::pm::LedRing& ring) {
     constexpr const char* kNames[] = {"led0", "led1", "led2", "led3"};
     static_assert(std::tuple_size<vset::pm::LedRing>::value == std::size(kNames));
     std::string line = std::to_string(since.count());
-    std::vector<std::pair<const char*, Value>> fields = {{"milliseconds", static_cast<long long>(since.count())}};
+    std::vector<std::pair<std::string, Value>> fields = {{"milliseconds", static_cast<long long>(since.count())}};
     for (std::size_t i = 0; i < ring.size(); ++i) {
         line += " " + colorOf(ring[i]);
         fields.emplace_back(kNames[i], colorOf(ring[i]));
@@ -217,16 +217,31 @@ void pipe(Call& call) {
 
 std::vector<ActionRow> serialActions() {
     return {
-        ActionRow("ports", "Show where terminal programs can be connected, and what is open on the serial ports.", {}, {{"ports", "a line each: connectors, then ports"},
-          {"crossed", "1 when the routing switch is on"},
-          {"waiting", "bytes that wait for a callback, of all ports"},
-          {"dropped", "bytes that were lost, of all ports"}}, ports).inSession(),
-        ActionRow("type", "Type bytes on a connector, as a terminal program would.", {connector(), {"bytes", Kind::bytes, "what to type"}}, {}, type).inSession(),
-        ActionRow("sent", "Show what the set has sent out of a connector.", {connector(), clear()}, {{"bytes", "at most the last 65,536 bytes", true}, {"text", "the same as a text"}}, sent).inSession(),
-        ActionRow("hang-up", "Take a port's tty away under whoever has it open.", {port(vset::uart::kTtys, "number of the tty")}, {}, [](Call& call) { vset::uart::hangUp(call.number<unsigned int>(0)); }).inSession(),
-        ActionRow("leds", "Show the LED ring, and what it has shown.", {clear()}, {{"ring", "the four LEDs"},
-          {"history", "a line each time it was written to: milliseconds since the first, LEDs"}}, leds).inSession(),
-        ActionRow("pipe", "Write bytes into the pipe of pipe mode, as another process of the set would.", {{"bytes", Kind::bytes, "what to write"}}, {}, pipe).inSession(),
+        ActionRow("ports", "Show where terminal programs can be connected, and what is open on the serial ports.", {},
+                  {{"ports", "a line each: connectors, then ports"},
+                   {"crossed", "1 when the routing switch is on"},
+                   {"waiting", "bytes that wait for a callback, of all ports"},
+                   {"dropped", "bytes that were lost, of all ports"}},
+                  ports)
+            .inSession(),
+        ActionRow("type", "Type bytes on a connector, as a terminal program would.",
+                  {connector(), {"bytes", Kind::bytes, "what to type"}}, {}, type)
+            .inSession(),
+        ActionRow("sent", "Show what the set has sent out of a connector.", {connector(), clear()},
+                  {{"bytes", "at most the last 65,536 bytes", true}, {"text", "the same as a text"}}, sent)
+            .inSession(),
+        ActionRow("hang-up", "Take a port's tty away under whoever has it open.",
+                  {port(vset::uart::kTtys, "number of the tty")}, {},
+                  [](Call& call) { vset::uart::hangUp(call.number<unsigned int>(0)); })
+            .inSession(),
+        ActionRow("leds", "Show the LED ring, and what it has shown.", {clear()},
+                  {{"ring", "the four LEDs"},
+                   {"history", "a line each time it was written to: milliseconds since the first, LEDs"}},
+                  leds)
+            .inSession(),
+        ActionRow("pipe", "Write bytes into the pipe of pipe mode, as another process of the set would.",
+                  {{"bytes", Kind::bytes, "what to write"}}, {}, pipe)
+            .inSession(),
     };
 }
 

@@ -45,7 +45,7 @@ Argument count(const char* name, const char* help, long long max);
 long long countOr(long long count, const NumberList& rows);
 
 // The rows of the basic effects.
-std::vector<Operation> basicOperations();
+std::vector<OperationRow> basicOperations();
 
 }  // namespace tool::aud
 

@@ -3,10 +3,10 @@
 #include <memory>
 
 #include "a_vextvfapi_disptst.h"
-#include "protocol/color.h"
 #include "operations/chip_words.h"
 #include "operations/operation.h"
 #include "operations/panel_words.h"
+#include "protocol/color.h"
 
 namespace tool {
 
@@ -14,7 +14,8 @@ namespace {
 
 // What several examples need.
 constexpr char kCanvas[] = "disptst_gen_gop_test_pattern_on 640 480";
-constexpr char kBitmap[] = "set put /mnt/usb/logo.bmp hex:424d4200000000000000360000002800000004000000010000000100180000000000"
+constexpr char kBitmap[] =
+    "set put /mnt/usb/logo.bmp hex:424d4200000000000000360000002800000004000000010000000100180000000000"
     "0c0000000000000000000000000000000000000000ff00ff00ff0000ffffff";
 
 constexpr long long kU8Max = 0xFF;
@@ -96,32 +97,67 @@ long long setAttribute(Call& call) {
 
 std::vector<OperationRow> canvasOperations() {
     return {
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_on", "Put a hidden canvas over the picture.", Result::status, {pixels("width", "its width, of which at most 1280 counts", "1280"),
-          pixels("height", "its height, of which at most 720 counts", "720")}, {chip()}, [](Call& call) {
-             const int status = a_vextvfapi_disptst_gen_gop_test_pattern_on(call.number<unsigned int>(0),
-                                                                            call.number<unsigned int>(1));
-             return changed(call, status, layerLines);
-         }).example("disptst_gen_gop_test_pattern_on 640 480"),
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_off", "Take the canvas away.", Result::status, {}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_disptst_gen_gop_test_pattern_off(), layerLines); }).example("disptst_gen_gop_test_pattern_off", {kCanvas}),
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_show", "Show the canvas.", Result::status, {}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_disptst_gen_gop_test_pattern_show(), layerLines); }).example("disptst_gen_gop_test_pattern_show", {kCanvas}),
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_hide", "Hide the canvas.", Result::status, {}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_disptst_gen_gop_test_pattern_hide(), layerLines); }).example("disptst_gen_gop_test_pattern_hide", {kCanvas}),
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_by_bmp", "Put a canvas over the picture that shows the top left piece of a BMP file.", Result::status, {bmpFile(), pixels("width", "of the canvas and of the piece"), pixels("height", "the same")}, {chip()}, canvasByBmp).example("disptst_gen_gop_test_pattern_by_bmp /mnt/usb/logo.bmp 4 1", {kBitmap}),
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_draw_line", "Draw an opaque line on the canvas.", Result::status, {pixels("x1", "where it starts"), pixels("y1", "the same"), pixels("x2", "where it ends"),
-          pixels("y2", "the same"), color("color", "its color, whose alpha means nothing")}, {}, drawLine).example("disptst_gen_gop_test_pattern_draw_line 0 0 639 479 yellow", {kCanvas}),
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect", "Draw a filled rectangle on the canvas, with a frame inside it.", Result::status, {pixels("x", "its left column"), pixels("y", "its top row"), pixels("width", "its width"),
-          pixels("height", "its height"), color("color", "its color"),
-          pixels("border", "width of the frame; 0: none", "0"), color("bordercolor", "the frame's color", "black")}, {}, drawRectangle).example("disptst_gen_gop_test_pattern_draw_rect 40 40 400 240 #C00000 8 white", {kCanvas}),
-        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap", "Draw a piece of a BMP file on the canvas.", Result::status, {pixels("x", "left column of its place"), pixels("y", "top row of its place"), bmpFile(),
-          pixels("cropx", "left column of the piece"), pixels("cropy", "top row of the piece"),
-          pixels("width", "width of the piece"), pixels("height", "height of the piece")}, {}, drawBitmap).example("disptst_gen_gop_test_pattern_draw_bitmap 40 40 /mnt/usb/logo.bmp 0 0 4 1", {kBitmap, kCanvas}),
-        OperationRow("a_vextvfapi_disptst_gop_pattern_set_attr", "Set the color matrix of the canvas's layer, or of layer 0 without a canvas.", Result::status, {{"enable", Kind::flag, "on or off"},
-          attribute("hue"),
-          attribute("saturation"),
-          attribute("contrast"),
-          attribute("brightness"),
-          gain("red"),
-          gain("green"),
-          gain("blue")}, {chip()}, setAttribute).example("disptst_gop_pattern_set_attr on 50 0", {kCanvas}),
+        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_on", "Put a hidden canvas over the picture.",
+                     Result::status,
+                     {pixels("width", "its width, of which at most 1280 counts", "1280"),
+                      pixels("height", "its height, of which at most 720 counts", "720")},
+                     {chip()},
+                     [](Call& call) {
+                         const int status = a_vextvfapi_disptst_gen_gop_test_pattern_on(call.number<unsigned int>(0),
+                                                                                        call.number<unsigned int>(1));
+                         return changed(call, status, layerLines);
+                     })
+            .example("disptst_gen_gop_test_pattern_on 640 480"),
+        OperationRow(
+            "a_vextvfapi_disptst_gen_gop_test_pattern_off", "Take the canvas away.", Result::status, {}, {chip()},
+            [](Call& call) { return changed(call, a_vextvfapi_disptst_gen_gop_test_pattern_off(), layerLines); })
+            .example("disptst_gen_gop_test_pattern_off", {kCanvas}),
+        OperationRow(
+            "a_vextvfapi_disptst_gen_gop_test_pattern_show", "Show the canvas.", Result::status, {}, {chip()},
+            [](Call& call) { return changed(call, a_vextvfapi_disptst_gen_gop_test_pattern_show(), layerLines); })
+            .example("disptst_gen_gop_test_pattern_show", {kCanvas}),
+        OperationRow(
+            "a_vextvfapi_disptst_gen_gop_test_pattern_hide", "Hide the canvas.", Result::status, {}, {chip()},
+            [](Call& call) { return changed(call, a_vextvfapi_disptst_gen_gop_test_pattern_hide(), layerLines); })
+            .example("disptst_gen_gop_test_pattern_hide", {kCanvas}),
+        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_by_bmp",
+                     "Put a canvas over the picture that shows the top left piece of a BMP file.", Result::status,
+                     {bmpFile(), pixels("width", "of the canvas and of the piece"), pixels("height", "the same")},
+                     {chip()}, canvasByBmp)
+            .example("disptst_gen_gop_test_pattern_by_bmp /mnt/usb/logo.bmp 4 1", {kBitmap}),
+        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_draw_line", "Draw an opaque line on the canvas.",
+                     Result::status,
+                     {pixels("x1", "where it starts"), pixels("y1", "the same"), pixels("x2", "where it ends"),
+                      pixels("y2", "the same"), color("color", "its color, whose alpha means nothing")},
+                     {}, drawLine)
+            .example("disptst_gen_gop_test_pattern_draw_line 0 0 639 479 yellow", {kCanvas}),
+        OperationRow(
+            "a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect",
+            "Draw a filled rectangle on the canvas, with a frame inside it.", Result::status,
+            {pixels("x", "its left column"), pixels("y", "its top row"), pixels("width", "its width"),
+             pixels("height", "its height"), color("color", "its color"),
+             pixels("border", "width of the frame; 0: none", "0"), color("bordercolor", "the frame's color", "black")},
+            {}, drawRectangle)
+            .example("disptst_gen_gop_test_pattern_draw_rect 40 40 400 240 #C00000 8 white", {kCanvas}),
+        OperationRow("a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap",
+                     "Draw a piece of a BMP file on the canvas.", Result::status,
+                     {pixels("x", "left column of its place"), pixels("y", "top row of its place"), bmpFile(),
+                      pixels("cropx", "left column of the piece"), pixels("cropy", "top row of the piece"),
+                      pixels("width", "width of the piece"), pixels("height", "height of the piece")},
+                     {}, drawBitmap)
+            .example("disptst_gen_gop_test_pattern_draw_bitmap 40 40 /mnt/usb/logo.bmp 0 0 4 1", {kBitmap, kCanvas}),
+        OperationRow("a_vextvfapi_disptst_gop_pattern_set_attr",
+                     "Set the color matrix of the canvas's layer, or of layer 0 without a canvas.", Result::status,
+                     {{"enable", Kind::flag, "on or off"},
+                      attribute("hue"),
+                      attribute("saturation"),
+                      attribute("contrast"),
+                      attribute("brightness"),
+                      gain("red"),
+                      gain("green"),
+                      gain("blue")},
+                     {chip()}, setAttribute)
+            .example("disptst_gop_pattern_set_attr on 50 0", {kCanvas}),
     };
 }
 
@@ -169,24 +205,63 @@ std::vector<OperationRow> patternOperations() {
                                         {"mod", 8},      {"white-balance", 9}, {"mute-color", 10}};
     const Argument on = {"on", Kind::choice, "off, or on: any other byte", 0, kU8Max, {{"off", 0}, {"on", 1}}};
     return {
-        OperationRow("a_vextvfapi_disptst_init", "Bring up system and graphics.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_disptst_init(); }).example("disptst_init"),
-        OperationRow("a_vextvfapi_disptst_deinit", "Shut the module down, which does nothing.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_disptst_deinit(); }).example("disptst_deinit"),
-        OperationRow("a_vextvfapi_disptst_set_burning_mode", "Start burn-in with red, blue, green, black and white of 200 ms each, or stop it.", Result::status, {on}, {}, [](Call& call) -> long long { return a_vextvfapi_disptst_set_burning_mode(call.number<unsigned char>(0)); }).example("disptst_set_burning_mode on"),
-        OperationRow("a_vextvfapi_disptst_set_burning_mode_adv", "Start burn-in with other colors, or stop it.", Result::status, {on,
-          {"colors", Kind::text, "opaque colors or red/green/blue of 0 to 1023: red,#00FF00,0/0/1023", 0, 0, {}, "red"},
-          {"interval", Kind::number, "how long each stays, in 100 ms", 0, kU8Max, {}, "2"}}, {}, burnIn).checkedBy(checkColors).example("disptst_set_burning_mode_adv on red,#00FF00,0/0/1023 5"),
-        OperationRow("a_vextvfapi_disptst_set_osd_layer_on_off", "Show or hide a graphics layer with its window.", Result::status, {{"layer", Kind::number, "the layer, 0 to 3", kI32Min, kI32Max}, enable()}, {chip()}, switchLayer).example("disptst_set_osd_layer_on_off 1 on"),
-        OperationRow("a_vextvfapi_disptst_set_pq_on_off", "Switch the picture processing of the current display window on or off.", Result::status, {enable()}, {chip()}, [](Call& call) {
-             return changed(call, a_vextvfapi_disptst_set_pq_on_off(call.number<unsigned char>(0)), windowLines);
-         }).example("disptst_set_pq_on_off off"),
-        OperationRow("a_vextvfapi_disptst_gen_test_pattern", "Generate a test pattern somewhere in the video path, or set the mute color.", Result::status, {{"stage", Kind::choice, "where it is generated", 0, kU32Max, stages},
-          {"enable", Kind::choice, "off, or on: any other number", 0, kU32Max, {{"off", 0}, {"on", 1}}},
-          {"param", Kind::number, "depends on the stage; 1 of mod: a full window of the color", 0, kU32Max, {}, "0"},
-          {"value", Kind::text, "an opaque color or red/green/blue of 0 to 1023", 0, 0, {}, "0/0/0"}}, {chip()}, testPattern).checkedBy(checkPattern).example("disptst_gen_test_pattern mod on 1 #FF8000"),
-        OperationRow("_a_vextvfapi_disptst_connect_disp", "Tell whether something is connected to the window of an open display handle.", Result::status, {{"handle", Kind::number, "the handle", kI32Min, kU32Max},
-          {"connect", Kind::number, "means nothing", 0, kU8Max, {}, "1"}}, {}, [](Call& call) -> long long {
-             return _a_vextvfapi_disptst_connect_disp(call.number<int>(0), call.number<unsigned char>(1));
-         }).example("_disptst_connect_disp 0x5A545F49", {"_disp_get_disp_handle"}),
+        OperationRow("a_vextvfapi_disptst_init", "Bring up system and graphics.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_disptst_init(); })
+            .example("disptst_init"),
+        OperationRow("a_vextvfapi_disptst_deinit", "Shut the module down, which does nothing.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_disptst_deinit(); })
+            .example("disptst_deinit"),
+        OperationRow(
+            "a_vextvfapi_disptst_set_burning_mode",
+            "Start burn-in with red, blue, green, black and white of 200 ms each, or stop it.", Result::status, {on},
+            {},
+            [](Call& call) -> long long { return a_vextvfapi_disptst_set_burning_mode(call.number<unsigned char>(0)); })
+            .example("disptst_set_burning_mode on"),
+        OperationRow("a_vextvfapi_disptst_set_burning_mode_adv", "Start burn-in with other colors, or stop it.",
+                     Result::status,
+                     {on,
+                      {"colors",
+                       Kind::text,
+                       "opaque colors or red/green/blue of 0 to 1023: red,#00FF00,0/0/1023",
+                       0,
+                       0,
+                       {},
+                       "red"},
+                      {"interval", Kind::number, "how long each stays, in 100 ms", 0, kU8Max, {}, "2"}},
+                     {}, burnIn)
+            .checkedBy(checkColors)
+            .example("disptst_set_burning_mode_adv on red,#00FF00,0/0/1023 5"),
+        OperationRow("a_vextvfapi_disptst_set_osd_layer_on_off", "Show or hide a graphics layer with its window.",
+                     Result::status, {{"layer", Kind::number, "the layer, 0 to 3", kI32Min, kI32Max}, enable()},
+                     {chip()}, switchLayer)
+            .example("disptst_set_osd_layer_on_off 1 on"),
+        OperationRow("a_vextvfapi_disptst_set_pq_on_off",
+                     "Switch the picture processing of the current display window on or off.", Result::status,
+                     {enable()}, {chip()},
+                     [](Call& call) {
+                         return changed(call, a_vextvfapi_disptst_set_pq_on_off(call.number<unsigned char>(0)),
+                                        windowLines);
+                     })
+            .example("disptst_set_pq_on_off off"),
+        OperationRow(
+            "a_vextvfapi_disptst_gen_test_pattern",
+            "Generate a test pattern somewhere in the video path, or set the mute color.", Result::status,
+            {{"stage", Kind::choice, "where it is generated", 0, kU32Max, stages},
+             {"enable", Kind::choice, "off, or on: any other number", 0, kU32Max, {{"off", 0}, {"on", 1}}},
+             {"param", Kind::number, "depends on the stage; 1 of mod: a full window of the color", 0, kU32Max, {}, "0"},
+             {"value", Kind::text, "an opaque color or red/green/blue of 0 to 1023", 0, 0, {}, "0/0/0"}},
+            {chip()}, testPattern)
+            .checkedBy(checkPattern)
+            .example("disptst_gen_test_pattern mod on 1 #FF8000"),
+        OperationRow("_a_vextvfapi_disptst_connect_disp",
+                     "Tell whether something is connected to the window of an open display handle.", Result::status,
+                     {{"handle", Kind::number, "the handle", kI32Min, kU32Max},
+                      {"connect", Kind::number, "means nothing", 0, kU8Max, {}, "1"}},
+                     {},
+                     [](Call& call) -> long long {
+                         return _a_vextvfapi_disptst_connect_disp(call.number<int>(0), call.number<unsigned char>(1));
+                     })
+            .example("_disptst_connect_disp 0x5A545F49", {"_disp_get_disp_handle"}),
     };
 }
 
@@ -194,8 +269,8 @@ std::vector<OperationRow> patternOperations() {
 
 std::vector<OperationRow> disptstOperations() {
     std::vector<OperationRow> rows = canvasOperations();
-    for (Operation& operation : patternOperations()) {
-        rows.push_back(std::move(operation));
+    for (OperationRow& row : patternOperations()) {
+        rows.push_back(std::move(row));
     }
     return rows;
 }

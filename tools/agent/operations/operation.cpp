@@ -72,19 +72,19 @@ std::vector<OperationRow> allOperations() {
 
 }  // namespace
 
-OperationRow::OperationRow(const char* name, const char* help, Result result, std::vector<Argument> arguments,
-                           std::vector<Output> outputs, Run run)
+OperationRow::OperationRow(const char* fullName, const char* line, Result kind, std::vector<Argument> takes,
+                           std::vector<Output> answers, Run run)
     : _run(run) {
-    this->name = name;
-    this->help = help;
-    this->result = result;
-    this->arguments = std::move(arguments);
-    this->outputs = std::move(outputs);
+    name = fullName;
+    help = line;
+    result = kind;
+    arguments = std::move(takes);
+    outputs = std::move(answers);
     module = moduleOf(name);
     danger = onlyAsks(name) ? Danger::reads : Danger::changes;
     initialises = endsWith(name, "_init");
     resets = endsWith(name, "_deinit");
-    readsLogSwitch = this->name == kSystemInit || this->name == "_a_vextvfapi_common_init";
+    readsLogSwitch = name == kSystemInit || name == "_a_vextvfapi_common_init";
 }
 
 OperationRow&& OperationRow::destroying(const char* what) && {
@@ -98,8 +98,8 @@ OperationRow&& OperationRow::mustFinish() && {
     return std::move(*this);
 }
 
-OperationRow&& OperationRow::checkedBy(Check check) && {
-    _check = check;
+OperationRow&& OperationRow::checkedBy(Check together) && {
+    _check = together;
     isChecked = true;
     return std::move(*this);
 }
@@ -109,8 +109,8 @@ OperationRow&& OperationRow::verifiedBy(Verify verify) && {
     return std::move(*this);
 }
 
-OperationRow&& OperationRow::warning(Warning warning) && {
-    _warning = warning;
+OperationRow&& OperationRow::warning(Warning saying) && {
+    _warning = saying;
     isChecked = true;
     return std::move(*this);
 }
@@ -131,8 +131,8 @@ OperationRow&& OperationRow::failing(const char* why) && {
     return std::move(*this);
 }
 
-Outcome OperationRow::invoke(const std::vector<Value>& arguments) const {
-    Call call(arguments);
+Outcome OperationRow::invoke(const std::vector<Value>& values) const {
+    Call call(values);
     const std::uint64_t before = vset::lastCall(), refusedBefore = vset::refusalCount();
     const long long status = _run(call);
     const bool isVerified = _verify == nullptr || _verify(call);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The operation table: one row binds one exported operation. Calling, checking, help, completion, listing and plans all come from the
-// rows, which a bench reads as a description.
+// The operation table: one row binds one exported operation. Calling, checking, help, completion, listing and plans all
+// come from the rows, which a bench reads as a description.
 #ifndef FAPI_AGENT_OPERATIONS_OPERATION_H
 #define FAPI_AGENT_OPERATIONS_OPERATION_H
 
@@ -21,20 +21,21 @@ public:
     using Verify = bool (*)(const Call& call);
     using Warning = std::string (*)(const std::vector<Value>& values, const std::vector<Value>& first);
 
-    // `name` is the full one: "a_vextvfapi_sys_check_file". What only asks the chip, by the words of its name, reads.
-    OperationRow(const char* name, const char* help, Result result, std::vector<Argument> arguments,
-                 std::vector<Output> outputs, Run run);
+    // "a_vextvfapi_sys_check_file", and what it does in one line. What only asks the chip, by the words of its name,
+    // reads.
+    OperationRow(const char* fullName, const char* line, Result kind, std::vector<Argument> takes,
+                 std::vector<Output> answers, Run run);
 
     // What is lost, for the question before the call: "overwrites the file".
     OperationRow&& destroying(const char* what) &&;
     // Such a call is never ended in the middle.
     OperationRow&& mustFinish() &&;
-    OperationRow&& checkedBy(Check check) &&;
+    OperationRow&& checkedBy(Check together) &&;
     // Looks at the set for whether all went well, when the status cannot tell.
     OperationRow&& verifiedBy(Verify verify) &&;
-    // Says what the contract makes of arguments that look like something else, or nothing; `first` are those of the operation's
-    // first call since the set was switched on.
-    OperationRow&& warning(Warning warning) &&;
+    // Says what the contract makes of arguments that look like something else, or nothing; `first` are those of the
+    // operation's first call since the set was switched on.
+    OperationRow&& warning(Warning saying) &&;
     // What the bench calls it for: "read-partition".
     OperationRow&& usedFor(const char* use) &&;
     // A line of the shell that shows it, and those that a new set needs before it.
@@ -43,7 +44,7 @@ public:
     OperationRow&& failing(const char* why) &&;
 
     // Calls the operation.
-    Outcome invoke(const std::vector<Value>& arguments) const;
+    Outcome invoke(const std::vector<Value>& values) const;
     void check(const std::vector<Value>& values, const std::vector<std::string>& words) const;
     std::string warningOf(const std::vector<Value>& values, const std::vector<Value>& first) const;
 

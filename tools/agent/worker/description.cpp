@@ -50,6 +50,7 @@ Description make() {
     description.functions = functions();
     description.codes = failureCodes();
     description.pictures = pictureKinds();
+    description.makeIndex();
     description.hash = hashOf(description);
     return description;
 }

@@ -10,6 +10,7 @@
 
 #include "base/interrupts.h"
 #include "base/terminal.h"
+#include "target/in_process.h"
 #include "target/output.h"
 #include "vset/flash.h"
 

@@ -43,7 +43,7 @@ bool confirm(const GlobalOptions& options, const std::string& what) {
 
 bool confirm(const GlobalOptions& options, const Command& command) {
     const Operation* operation = command.operation();
-    return operation == nullptr || operation->destroys == nullptr || confirm(options, operation->destroys);
+    return operation == nullptr || operation->destroys.empty() || confirm(options, operation->destroys);
 }
 
 int createSet(const GlobalOptions& options) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "target/in_process.h"
 #include "vset/journal.h"
 
 namespace tool {

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "plan/plan.h"
+#include "target/output.h"
 
 namespace tool {
 

@@ -2,6 +2,8 @@
 // Reads files of faults, and finds everything in them that cannot work.
 #include "plan/fault_file.h"
 
+#include "target/target_description.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -41,7 +43,7 @@ private:
             throw UsageError("expected what the call answers: a number, or a word like failed or timeout", 1);
         }
         const std::string& word = _words[1];
-        const std::vector<Choice>& codes = failureCodes();
+        const std::vector<Choice>& codes = description().codes;
         const auto code = std::find_if(codes.begin(), codes.end(), [&](const Choice& row) { return word == row.name; });
         if (code != codes.end()) {
             if (const std::string problem = namedCodeProblem(_words[0], word); !problem.empty()) {
@@ -56,7 +58,7 @@ private:
 
     static std::string unknownCode(const std::string& word) {
         std::vector<std::string> names;
-        for (const Choice& code : failureCodes()) {
+        for (const Choice& code : description().codes) {
             names.emplace_back(code.name);
         }
         const std::string near = nearest(word, names);

@@ -17,7 +17,9 @@ PictureLine parsePicture(const Words& words) {
     }
     const bool isKnown = words.size() == 3 && variablesOf(words[2]).empty();
     try {
-        return {words[1], PictureSource::parse(isKnown ? words[2] : kPanel)};
+        const std::string what = isKnown ? words[2] : kPanel;
+        parsePictureWord(description().pictures, what);
+        return {words[1], what};
     } catch (const UsageError& error) {
         throw UsageError(error.what(), 2);
     }

@@ -12,7 +12,6 @@
 #include <variant>
 #include <vector>
 
-#include "actions/picture_source.h"
 #include "plan/fault_file.h"
 #include "target/command.h"
 #include "target/session.h"
@@ -153,7 +152,7 @@ bool isFileName(const std::string& word);
 // "picture NAME [WHAT]"
 struct PictureLine {
     std::string name;
-    PictureSource source;
+    std::string what;  // as the description's pictures are named
 };
 // Throws UsageError. What holds variables is taken for the panel.
 PictureLine parsePicture(const Words& words);

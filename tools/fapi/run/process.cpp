@@ -11,12 +11,13 @@
 #include "base/durable_file.h"
 #include "base/picture.h"
 #include "plan/calls.h"
-#include "operations/events.h"
 #include "plan/data.h"
 #include "plan/event.h"
 #include "protocol/characters.h"
 #include "record/record.h"
 #include "target/armed_faults.h"
+#include "target/in_process.h"
+#include "target/output.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
 
@@ -209,7 +210,7 @@ private:
     }
 
     void takePicture(const PictureLine& picture, Json& json) const {
-        const vset::Picture taken = picture.source.take();
+        const vset::Picture taken = tool::takePicture(picture.what);
         if (!_report.empty()) {
             const std::string file = _report + "-" + picture.name + ".png";
             try {

@@ -14,7 +14,7 @@
 #include "cli/help.h"
 #include "shell/line_source.h"
 #include "target/event_log.h"
-#include "operations/events.h"
+#include "target/in_process.h"
 #include "target/output.h"
 #include "target/surprises.h"
 #include "vset/vset.h"

@@ -2,7 +2,7 @@
 // Checked lines.
 #include "target/command.h"
 
-#include "actions/action.h"
+#include "target/in_process.h"
 
 namespace tool {
 
@@ -96,9 +96,9 @@ std::string Command::text() const {
 
 Outcome Command::run() const {
     if (_operation != nullptr) {
-        return findOperationRow(_operation->name)->invoke(_arguments);
+        return invoke(*_operation, _arguments);
     }
-    return _action != nullptr ? findActionRow(_action->name)->perform(_arguments) : Outcome();
+    return _action != nullptr ? perform(*_action, _arguments) : Outcome();
 }
 
 std::string Command::word(const Outcome& outcome) const {

@@ -12,6 +12,7 @@
 
 #include "actions/log_switch.h"
 #include "base/terminal.h"
+#include "target/in_process.h"
 #include "target/output.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
@@ -95,17 +96,21 @@ void endWithSet() {
 }
 
 void bringUpFor(const Operation* operation) {
-    static std::set<const Operation*> done;
-    for (const std::string& module : {std::string("sys"), operation != nullptr ? operation->module() : "sys"}) {
-        const Operation* init = findOperation("a_vextvfapi_" + module + "_init");
-        if (init == nullptr || !done.insert(init).second || init == operation) {
+    static std::set<std::string> done;
+    const std::vector<std::string> needs = operation != nullptr ? operation->needs : findOperation("sys_deinit")->needs;
+    for (const std::string& name : needs) {
+        const Operation* init = findOperation(name);
+        if (init == nullptr || !done.insert(name).second) {
             continue;
         }
         const Outcome outcome = invoke(*init, {});
         if (!outcome.good) {
-            std::fprintf(stderr, "fapi: %s answered %lld%s\n", init->name, outcome.status, reasonOf(outcome).c_str());
+            std::fprintf(stderr, "fapi: %s answered %lld%s\n", name.c_str(), outcome.status, reasonOf(outcome).c_str());
         }
         printRefusals(outcome);
+    }
+    if (operation != nullptr) {
+        done.insert(operation->name);
     }
 }
 

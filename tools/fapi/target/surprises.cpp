@@ -2,7 +2,7 @@
 // Warnings of what looks like something else.
 #include "target/surprises.h"
 
-#include "operations/operation.h"
+#include "target/in_process.h"
 
 namespace tool {
 
@@ -15,7 +15,7 @@ std::string Surprises::next(const Command& command) {
         return {};
     }
     const std::vector<Value>& first = _first.emplace(operation, command.arguments()).first->second;
-    const std::string warning = findOperationRow(operation->name)->warningOf(command.arguments(), first);
+    const std::string warning = warningOf(*operation, command.arguments(), first);
     return warning.empty() ? warning : operation->shortName() + ": " + warning;
 }
 

@@ -13,6 +13,9 @@ namespace tool {
 
 const Description& description();
 
+// The picture that is meant when none is named.
+constexpr const char* kPanel = "panel";
+
 inline const std::vector<Operation>& operations() {
     return description().operations;
 }
@@ -31,12 +34,12 @@ inline const Action* findAction(std::string_view name) {
     return description().action(name);
 }
 
-// The message for a name that is no function of the middleware, with the nearest one that is. An empty text for a function, and for
-// "allocation".
+// The message for a name that is no function of the middleware, with the nearest one that is. An empty text for a
+// function, and for "allocation".
 std::string unknownFunction(const std::string& name);
 
-// Returns why the function cannot answer the code of that name, or an empty text: the functions on files answer what their namesakes of the
-// C library do, where such a number is a descriptor or a count.
+// Returns why the function cannot answer the code of that name, or an empty text: the functions on files answer what
+// their namesakes of the C library do, where such a number is a descriptor or a count.
 std::string namedCodeProblem(const std::string& function, const std::string& word);
 
 // Throws UsageError when the agent knows that the arguments do not go together.

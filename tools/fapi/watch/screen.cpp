@@ -7,6 +7,7 @@
 #include "base/picture.h"
 #include "base/terminal.h"
 #include "shell/first_lines.h"
+#include "target/in_process.h"
 #include "target/output.h"
 #include "vset/vset.h"
 
@@ -15,8 +16,8 @@ namespace tool {
 namespace {
 
 // Writes and shows what the options say.
-void tellPicture(const PictureSource& source, const ScreenOptions& options, bool json) {
-    const vset::Picture picture = source.take();
+void tellPicture(const ScreenOptions& options, bool json) {
+    const vset::Picture picture = takePicture(options.what);
     if (!options.file.empty()) {
         writePng(picture, options.file);
     }
@@ -43,14 +44,14 @@ void tellPicture(const PictureSource& source, const ScreenOptions& options, bool
 }  // namespace
 
 int screen(const GlobalOptions& options, const ScreenOptions& screenOptions) {
-    const PictureSource source = PictureSource::parse(screenOptions.what);
+    parsePictureWord(description().pictures, screenOptions.what);
     const std::vector<Command> commands = parseFirstLines(screenOptions.lines, "takes the picture");
     openSession(options.session);
     if (!runFirstLines(options, commands)) {
         return kExitInterrupted;
     }
     try {
-        tellPicture(source, screenOptions, options.json);
+        tellPicture(screenOptions, options.json);
     } catch (const vset::SetError& error) {
         printError(error.what(), options.json);
         return kExitFailed;
@@ -65,7 +66,8 @@ void showScreen(const Words& words, bool json) {
     ScreenOptions options;
     options.file = words.size() > 1 ? words[1] : "";
     options.what = words.size() > 2 ? words[2] : kPanel;
-    tellPicture(PictureSource::parse(options.what), options, json);
+    parsePictureWord(description().pictures, options.what);
+    tellPicture(options, json);
 }
 
 }  // namespace tool

@@ -3,8 +3,8 @@
 #ifndef FAPI_BENCH_WATCH_SCREEN_H
 #define FAPI_BENCH_WATCH_SCREEN_H
 
-#include "actions/picture_source.h"
 #include "cli/set.h"
+#include "target/target_description.h"
 
 namespace tool {
 

@@ -9,7 +9,7 @@
 #include "base/interrupts.h"
 #include "shell/first_lines.h"
 #include "target/event_log.h"
-#include "operations/events.h"
+#include "target/in_process.h"
 #include "target/output.h"
 
 namespace tool {
