@@ -75,7 +75,7 @@ std::vector<OperationRow> memoryAndFirmwareOperations() {
                                                 call.number<unsigned short>(2), call.number(3) != 0);
          }).example("sys_set_miu_ssc 0 30 10 on"),
         OperationRow("_a_vextvfapi_sys_convert_fw_type", "Tell the middleware's number of a firmware type; 2 is none.", Result::value, {{"type", Kind::number, "the type", 0, kU8Max}}, {}, [](Call& call) -> long long { return _a_vextvfapi_sys_convert_fw_type(call.number<unsigned char>(0)); }).example("_sys_convert_fw_type 0"),
-        OperationRow("a_vextvfapi_sys_upgrade_fw", "Flash a firmware from a file of the set.", Result::status, {firmwareType(), {"source", Kind::path, "the file"}}, {}, upgradeFirmware).destroying("replaces the firmware").example("sys_upgrade_fw fw0 /mnt/usb/firmware.bin", {kFirmware}),
+        OperationRow("a_vextvfapi_sys_upgrade_fw", "Flash a firmware from a file of the set.", Result::status, {firmwareType(), {"source", Kind::path, "the file"}}, {}, upgradeFirmware).destroying("replaces the firmware").mustFinish().example("sys_upgrade_fw fw0 /mnt/usb/firmware.bin", {kFirmware}),
     };
 }
 

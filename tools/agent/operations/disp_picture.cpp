@@ -246,7 +246,7 @@ std::vector<OperationRow> panelOperations() {
         OperationRow("a_vextvfapi_disp_get_tcon_info", "Tell who the panel's timing controller is.", Result::status, {}, {{"project", "its project"}, {"customer", "its customer"}, {"data", "10 bytes of its own", true}}, tconInfo).example("disp_get_tcon_info"),
         OperationRow("a_vextvfapi_disp_get_frc_device_info", "Tell who the frame-rate converter is.", Result::status, {}, {{"model", "its model"}, {"firmware", "its version"}}, frcDevice).example("disp_get_frc_device_info"),
         OperationRow("a_vextvfapi_disp_get_frc_connect_status", "Answer the connection status of the frame-rate converter; 255 without the display output.", Result::value, {}, {}, [](Call&) -> long long { return a_vextvfapi_disp_get_frc_connect_status(); }).example("disp_get_frc_connect_status"),
-        OperationRow("a_vextvfapi_disp_upgrade_tarn_fw", "Flash the panel's companion chip.", Result::status, {{"file", Kind::path, "the firmware"}}, {}, [](Call& call) -> long long { return a_vextvfapi_disp_upgrade_tarn_fw(call.utext(0)); }).destroying("overwrites the firmware").example("disp_upgrade_tarn_fw /mnt/usb/firmware.bin", {kFirmware}),
+        OperationRow("a_vextvfapi_disp_upgrade_tarn_fw", "Flash the panel's companion chip.", Result::status, {{"file", Kind::path, "the firmware"}}, {}, [](Call& call) -> long long { return a_vextvfapi_disp_upgrade_tarn_fw(call.utext(0)); }).destroying("overwrites the firmware").mustFinish().example("disp_upgrade_tarn_fw /mnt/usb/firmware.bin", {kFirmware}),
     };
 }
 

@@ -16,8 +16,8 @@ namespace {
 constexpr std::string_view kLooking[] = {"act", "check", "data", "describe", "events", "journal", "picture", kIdentity};
 
 // Methods of the worker for which the set may be switched off.
-constexpr std::string_view kWithoutSet[] = {"check",      "describe",    "events",    "journal",
-                                            "set.backup", "set.restore", "set.ports", kIdentity};
+constexpr std::string_view kWithoutSet[] = {"check",    "describe",  "events",    "journal", "env.kept",
+                                            "env.read", "env.write", "set.ports", kIdentity};
 
 template <std::size_t count>
 bool isOneOf(const std::string& method, const std::string_view (&methods)[count]) {
@@ -309,7 +309,8 @@ void Supervisor::dispatch(Lane& lane, const Request& request) {
             startWorker();
         }
         lane.running = Running{request, false, false, {}};
-        _worker->send(frame(toField(request), Framing::plain));
+        const char mark[] = {kAnswerMarks[&lane == &_lanes[kCalls] ? kCalls : kLooks], ' ', '\0'};
+        _worker->send(mark + frame(toField(request), Framing::plain));
     } catch (const std::runtime_error& error) {
         lane.running.reset();
         const std::string text = std::string("no worker: ") + error.what();

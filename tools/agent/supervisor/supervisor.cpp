@@ -193,7 +193,8 @@ void Supervisor::startWorker() {
 
 void Supervisor::tellWorker(const char* method, Field params) {
     if (_worker != nullptr) {
-        _worker->send(frame(toField(Notification{method, std::move(params)}), Framing::plain));
+        const char mark[] = {kNotificationMark, ' ', '\0'};
+        _worker->send(mark + frame(toField(Notification{method, std::move(params)}), Framing::plain));
     }
 }
 

@@ -101,7 +101,8 @@ Value valueOf(const Argument& argument, const Field& given) {
     if (argument.kind == Kind::bytes) {
         return checkedBytes(argument, given.isText() ? Bytes(given.text().begin(), given.text().end()) : given.bytes());
     }
-    return checkedText(argument, given.isBytes() ? std::string(given.bytes().begin(), given.bytes().end()) : given.text());
+    return checkedText(argument,
+                       given.isBytes() ? std::string(given.bytes().begin(), given.bytes().end()) : given.text());
 }
 
 // A default is a word as a person types it.

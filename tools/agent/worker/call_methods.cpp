@@ -2,14 +2,15 @@
 // Methods that call operations and carry out actions.
 #include <chrono>
 #include <optional>
-#include <set>
 
 #include "actions/action.h"
+#include "actions/log_switch.h"
 #include "operations/operation.h"
+#include "vset/vset.h"
 #include "worker/arguments.h"
 #include "worker/method.h"
 #include "worker/notices.h"
-#include "worker/set_session.h"
+#include "worker/preparation.h"
 
 namespace tool {
 
@@ -45,11 +46,6 @@ struct Moment {
     }
 };
 
-// "ok", "failed", ...; also for what is not good although the status is the one that it always is.
-std::string wordOf(Result result, const Outcome& outcome) {
-    return !outcome.good && isGood(result, outcome.status) ? "failed" : statusWord(result, outcome.status);
-}
-
 // Runs it, and makes an answer of what came out.
 template <class Run>
 Field answerOf(Result result, Run&& run) {
@@ -68,38 +64,6 @@ Field answerOf(Result result, Run&& run) {
     return answer;
 }
 
-// The names of the operations that this worker has called. Calls are made on one thread.
-std::set<std::string>& called() {
-    static std::set<std::string> names;
-    return names;
-}
-
-struct Preparation {
-    Field::List names;
-    Field::List failures;
-    std::vector<RefusedCall> refusals;
-};
-
-// Calls what the operation needs and what has not been called yet.
-Preparation prepareFor(const OperationRow& row) {
-    Preparation preparation;
-    for (const std::string& name : row.needs) {
-        const OperationRow& needed = wantedOperation(name);
-        if (!called().insert(needed.name).second) {
-            continue;
-        }
-        const Outcome outcome = needed.invoke({});
-        preparation.names.push_back(needed.name);
-        preparation.refusals.insert(preparation.refusals.end(), outcome.refusals.begin(), outcome.refusals.end());
-        if (!outcome.good) {
-            Field failure = {{"operation", needed.name}, {"word", wordOf(needed.result, outcome)}};
-            addTo(failure, outcome);
-            preparation.failures.push_back(std::move(failure));
-        }
-    }
-    return preparation;
-}
-
 Reply call(const Field& params) {
     const OperationRow& row = wantedOperation(params.at("operation").text());
     const std::vector<Value> arguments = argumentsOf(row.arguments, params["arguments"]);
@@ -113,7 +77,7 @@ Reply call(const Field& params) {
     if (row.danger == Danger::mustFinish) {
         mustFinish.emplace();
     }
-    called().insert(row.name);
+    noteCalled(row);
     Field answer = answerOf(row.result, [&] {
         Outcome outcome = row.invoke(arguments);
         outcome.refusals.insert(outcome.refusals.begin(), preparation.refusals.begin(), preparation.refusals.end());

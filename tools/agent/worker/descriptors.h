@@ -5,7 +5,8 @@
 
 namespace tool {
 
-// Moves the socket above the numbers that programs use, keeps copies of 0 and 1 there, and returns the socket's new number.
+// Moves the socket above the numbers that programs use, keeps copies of 0 and 1 there, and returns the socket's new
+// number.
 int separateDescriptors(int socket);
 
 // Opens 0 and 1 again after a call that has closed them, which one does by contract.

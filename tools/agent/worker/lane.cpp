@@ -11,7 +11,6 @@
 #include "supervisor/internal.h"
 #include "vset/vset.h"
 #include "worker/descriptors.h"
-#include "worker/method.h"
 #include "worker/notices.h"
 #include "worker/outbox.h"
 #include "worker/set_session.h"

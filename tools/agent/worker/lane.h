@@ -8,7 +8,7 @@
 #include <deque>
 #include <mutex>
 
-#include "protocol/message.h"
+#include "worker/method.h"
 
 namespace tool {
 
@@ -26,7 +26,7 @@ public:
 private:
     [[noreturn]] void run();
     void serve(const Request& request);
-    void stream(long long id, const std::function<Bytes(std::size_t most)>& pieces);
+    void stream(long long id, const Pieces& pieces);
 
     const std::size_t _number;
     Outbox& _outbox;

@@ -4,6 +4,7 @@
 #include "actions/data_source.h"
 #include "actions/picture_source.h"
 #include "supervisor/internal.h"
+#include "worker/arguments.h"
 #include "worker/description.h"
 #include "worker/method.h"
 #include "worker/notices.h"
@@ -56,14 +57,20 @@ Reply picture(const Field& params) {
 }
 
 Reply data(const Field& params) {
-    return takeData(params.at("source").text(), params["arguments"]);
+    const std::string& name = params.at("source").text();
+    const DataSource* source = findDataSource(name);
+    if (source == nullptr) {
+        throw MessageError("no such data: " + name);
+    }
+    return Field{{"kind", source->kind},
+                 {"series", source->series(argumentsOf(source->arguments, params["arguments"]))}};
 }
 
 }  // namespace
 
 std::vector<Method> lookMethods() {
-    return {{"data", data, true},         {"describe", describe}, {"events", events},
-            {kIdentity, identity},        {"journal", journal},   {"picture", picture, true}};
+    return {{"data", data, true},  {"describe", describe}, {"events", events},
+            {kIdentity, identity}, {"journal", journal},   {"picture", picture, true}};
 }
 
 }  // namespace tool

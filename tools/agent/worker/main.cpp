@@ -12,6 +12,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "actions/log_switch.h"
 #include "protocol/message.h"
 #include "supervisor/internal.h"
 #include "worker/descriptors.h"
@@ -69,7 +70,8 @@ private:
             MustFinish::go();
             _isUnbound = true;
         } else if (notification.method == "log-switch") {
-            setLogSwitch(notification.params.at("state").text());
+            const std::string& state = notification.params.at("state").text();
+            setLogSwitch(state == "on" ? LogState::on : state == "off" ? LogState::off : LogState::set);
         } else if (notification.method == "events") {
             reportEvents(notification.params["on"].flagOr(true));
         } else if (notification.method == "journal") {

@@ -27,13 +27,15 @@ template <class Container>
 Pieces piecesOf(Container all) {
     return [bytes = std::move(all), at = std::size_t{0}](std::size_t most) mutable {
         const std::size_t from = std::exchange(at, std::min(at + most, bytes.size()));
-        return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(from),
+                     bytes.begin() + static_cast<std::ptrdiff_t>(at));
     };
 }
 
 struct Method {
     const char* name;
-    // Throws RequestError; MessageError and UsageError for parameters that are wrong; vset::SetError when the set cannot do it.
+    // Throws RequestError; MessageError and UsageError for parameters that are wrong; vset::SetError when the set
+    // cannot do it.
     Reply (*run)(const Field& params);
     bool needsSet = false;  // the set is switched on for it
 };

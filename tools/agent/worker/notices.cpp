@@ -26,7 +26,8 @@ constexpr std::size_t kCallsTogether = 256;
 
 Outbox* g_outbox = nullptr;
 
-// Numbered notifications of one kind. What a slow wire does not take is counted, and the next one says how many that were.
+// Numbered notifications of one kind. What a slow wire does not take is counted, and the next one says how many that
+// were.
 class Feed {
 public:
     explicit Feed(const char* method) : _method(method) {}

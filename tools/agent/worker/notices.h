@@ -20,7 +20,8 @@ void flushJournal();
 
 void noteSwitchedOn(unsigned int boots);
 
-// Waits until the supervisor has promised that it ends the worker no more, and keeps the worker from ending before `this` does.
+// Waits until the supervisor has promised that it ends the worker no more, and keeps the worker from ending before
+// `this` does.
 class MustFinish {
 public:
     MustFinish();

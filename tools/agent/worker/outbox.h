@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the worker says to the supervisor. A slow wire makes streams wait and costs notifications, but no thread of the library waits.
+// What the worker says to the supervisor. A slow wire makes streams wait and costs notifications, but no thread of the
+// library waits.
 #ifndef FAPI_AGENT_WORKER_OUTBOX_H
 #define FAPI_AGENT_WORKER_OUTBOX_H
 

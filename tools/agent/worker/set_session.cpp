@@ -2,16 +2,15 @@
 // The worker's hold on the virtual set.
 #include "worker/set_session.h"
 
-#include <atomic>
 #include <filesystem>
 #include <mutex>
 #include <utility>
 
 #include <unistd.h>
 
-#include "actions/log_switch.h"
 #include "protocol/message.h"
 #include "supervisor/internal.h"
+#include "vset/vset.h"
 #include "vset/wdt.h"
 #include "worker/notices.h"
 
@@ -19,12 +18,9 @@ namespace tool {
 
 namespace {
 
-enum class Switch { on, off, set };
-
 SetOptions g_options;
 std::mutex g_mutex;
 bool g_isOn = false;
-std::atomic<Switch> g_switch{Switch::on};
 
 void requireWhole(const std::string& folder, bool damaged) {
     if (!std::filesystem::exists(folder + "/set.json")) {
@@ -69,17 +65,6 @@ void switchSetOn(bool damaged) {
 bool isSetOn() {
     const std::lock_guard<std::mutex> lock(g_mutex);
     return g_isOn;
-}
-
-void setLogSwitch(const std::string& state) {
-    g_switch = state == "on" ? Switch::on : state == "off" ? Switch::off : Switch::set;
-}
-
-LogSwitch::LogSwitch() {
-    const Switch state = g_switch;
-    if (state != Switch::set) {
-        _file.emplace(kLogSwitch, state == Switch::on);
-    }
 }
 
 }  // namespace tool
