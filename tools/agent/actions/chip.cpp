@@ -158,7 +158,7 @@ std::vector<ActionRow> memoryActions() {
 
 using vset::net::Interface;
 
-Argument interfaceName(const char* byDefault = nullptr) {
+Argument interfaceName(std::optional<std::string> byDefault = std::nullopt) {
     return {"name", Kind::text, "its name", 0, static_cast<long long>(vset::net::kNameSize), {}, byDefault};
 }
 

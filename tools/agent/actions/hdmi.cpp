@@ -26,7 +26,7 @@ Argument port() {
     return {"port", Kind::number, "the HDMI port, from 0", 0, 0xFF};
 }
 
-Argument version(long long min, std::vector<Choice> choices, const char* byDefault) {
+Argument version(long long min, std::vector<Choice> choices, std::optional<std::string> byDefault) {
     choices.push_back({"default", 0});
     return {"version", Kind::choice, "which EDID", min, vset::extin::kEdidVersions - 1, std::move(choices), byDefault};
 }
@@ -79,7 +79,7 @@ std::vector<ActionRow> linkActions() {
           {"player", "1 when the set's player has opened it"},
           {"edid", "the EDID of that version", true}}, hdmi),
         ActionRow("edid", "Replace one of an HDMI port's EDIDs.", {port(),
-          version(0, {}, nullptr),
+          version(0, {}, std::nullopt),
           {"edid", Kind::bytes, "the EDID: file:PATH", 0, static_cast<long long>(vset::extin::kEdidLimit)}}, {}, setEdid),
         ActionRow("cec", "Show CEC and eARC.", {}, {{"enabled", "1 when CEC is on"},
           {"earc", "the eARC status"},

@@ -17,7 +17,7 @@ constexpr long long kI32Max = 0x7FFFFFFF;
 // What stands for a value that is only looked at.
 constexpr long long kKeep = -1;
 
-Argument word(const char* name, const char* help, const char* byDefault = nullptr) {
+Argument word(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
     return {name, Kind::number, help, 0, kU32Max, {}, byDefault};
 }
 
@@ -149,7 +149,7 @@ constexpr TunerText kTunerTexts[] = {
      E_HW_TUNER_ATTR_TS_STREAMS_NUM},
 };
 
-Argument slotNumber(const char* byDefault = nullptr) {
+Argument slotNumber(std::optional<std::string> byDefault = std::nullopt) {
     return {"slot", Kind::number, "the tuner's slot", 0, vset::tuner::kSlotLimit - 1, {}, byDefault};
 }
 

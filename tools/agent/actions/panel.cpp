@@ -11,7 +11,7 @@ namespace {
 
 constexpr long long kU32Max = 0xFFFFFFFFll;
 
-Argument layerNumber(const char* byDefault = nullptr) {
+Argument layerNumber(std::optional<std::string> byDefault = std::nullopt) {
     return {"layer", Kind::number, "the layer", 0, vset::osd::kLayers - 1, {}, byDefault};
 }
 

@@ -18,7 +18,7 @@ constexpr long long kI32Min = -0x80000000ll;
 constexpr long long kI32Max = 0x7FFFFFFF;
 constexpr long long kLongestText = 32;
 
-Argument windowNumber(const char* byDefault = nullptr) {
+Argument windowNumber(std::optional<std::string> byDefault = std::nullopt) {
     return {
         "window", Kind::choice, "the display window", 0, vset::disp::kWindows - 1, {{"hd0", 0}, {"hd1", 1}, {"sd0", 2}},
         byDefault};

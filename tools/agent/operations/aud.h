@@ -38,7 +38,8 @@ long long setByAddress(Call& call) {
 Argument enable();
 
 // A basic effect by name or number.
-Argument basicEffect(const char* name, const char* help, long long max, const char* byDefault = nullptr);
+Argument basicEffect(const char* name, const char* help, long long max,
+                     std::optional<std::string> byDefault = std::nullopt);
 
 // An optional count: the rows of the list, unless another number is given.
 Argument count(const char* name, const char* help, long long max);

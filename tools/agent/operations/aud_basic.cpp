@@ -126,7 +126,7 @@ Argument band() {
 
 }  // namespace
 
-Argument basicEffect(const char* name, const char* help, long long max, const char* byDefault) {
+Argument basicEffect(const char* name, const char* help, long long max, std::optional<std::string> byDefault) {
     return {name, Kind::choice, help, 0, max, basicEffects(), byDefault};
 }
 

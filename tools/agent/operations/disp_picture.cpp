@@ -22,7 +22,7 @@ constexpr long long kU32Max = 0xFFFFFFFFll;
 constexpr long long kI32Min = -0x80000000ll;
 constexpr long long kI32Max = 0x7FFFFFFF;
 
-Argument word(const char* name, const char* help, const char* byDefault = nullptr) {
+Argument word(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
     return {name, Kind::number, help, 0, kU32Max, {}, byDefault};
 }
 

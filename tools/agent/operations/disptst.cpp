@@ -26,11 +26,11 @@ constexpr long long kI32Max = 0x7FFFFFFF;
 
 // --- Arguments and outputs -------------------------------------------------------------------------------------------
 
-Argument pixels(const char* name, const char* help, const char* byDefault = nullptr) {
+Argument pixels(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
     return {name, Kind::number, help, 0, kU32Max, {}, byDefault};
 }
 
-Argument color(const char* name, const char* help, const char* byDefault = nullptr) {
+Argument color(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
     return {name, Kind::color, help, 0, 0, {}, byDefault};
 }
 

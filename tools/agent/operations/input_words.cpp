@@ -54,7 +54,7 @@ Argument analogInputType() {
             {{"vga", E_HW_EXTIN_TYPE_VGA}, {"ypbpr", E_HW_EXTIN_TYPE_YPBPR}, {"scart", E_HW_EXTIN_TYPE_SCART}}};
 }
 
-Argument inputIndex(const char* byDefault) {
+Argument inputIndex(std::optional<std::string> byDefault) {
     return {"index", Kind::number, "the input's number among its kind", 0, kU32Max, {}, byDefault};
 }
 

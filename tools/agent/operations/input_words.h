@@ -16,7 +16,7 @@ namespace tool {
 Argument inputType();
 // One whose converter is calibrated.
 Argument analogInputType();
-Argument inputIndex(const char* byDefault = nullptr);
+Argument inputIndex(std::optional<std::string> byDefault = std::nullopt);
 
 // "HDMI"; "none" for the number behind the last one.
 const char* inputName(std::uint32_t type);

@@ -25,7 +25,7 @@ constexpr long long kReadLimit = 1ll << 20;
 
 // Numbers without a meaning may be given, too: refusing them is the library's work.
 Argument anySignedChar(const char* name, const char* help, std::vector<Choice> choices = {},
-                       const char* byDefault = nullptr) {
+                       std::optional<std::string> byDefault = std::nullopt) {
     return {name, choices.empty() ? Kind::number : Kind::choice, help, -128, 127, std::move(choices), byDefault};
 }
 

@@ -56,7 +56,9 @@ Field answerOf(Result result, Run&& run) {
     addTo(answer, outcome);
     answer.set("word", wordOf(result, outcome));
     const auto time = std::chrono::duration_cast<std::chrono::microseconds>(ended.mono - begun.mono);
-    answer.set("microseconds", time.count()).set("begun", begun.field()).set("ended", ended.field());
+    answer.set("microseconds", time.count());
+    answer.set("begun", begun.field());
+    answer.set("ended", ended.field());
     const std::vector<std::string> troubles = vset::takeHostTroubles();
     if (!troubles.empty()) {
         answer.set("troubles", Field::List(troubles.begin(), troubles.end()));

@@ -118,7 +118,8 @@ void Lane::stream(long long id, const Pieces& pieces) {
             const Notification notification = {"stream", {{"id", id}, {"piece", number}, {"data", std::move(piece)}}};
             _outbox.sendWaiting(kNotificationMark, toField(notification));
         }
-        last.set("sha256", sum.sum()).set("bytes", bytes);
+        last.set("sha256", sum.sum());
+        last.set("bytes", bytes);
     } catch (...) {
         const MessageFailure failure = currentFailure();
         last.set("error", Field{{"code", static_cast<int>(failure.code)}, {"message", failure.text}});
