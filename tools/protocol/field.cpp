@@ -30,6 +30,12 @@ auto findField(Fields& fields, std::string_view name) {
 
 }  // namespace
 
+Field::Field(const Field&) = default;
+Field::Field(Field&&) noexcept = default;
+Field& Field::operator=(const Field&) = default;
+Field& Field::operator=(Field&&) noexcept = default;
+Field::~Field() = default;
+
 Field Field::ofSet(const Value& value) {
     Field field = std::visit([](const auto& known) { return Field(known); }, value);
     field._ofSet = field.isText();
@@ -100,7 +106,8 @@ Field& Field::set(std::string name, Field field) {
     auto& fields = std::get<Fields>(_value);
     const auto found = findField(fields, name);
     if (found != fields.end()) {
-        return found->second = std::move(field);
+        found->second = std::move(field);
+        return found->second;
     }
     return fields.emplace_back(std::move(name), std::move(field)).second;
 }

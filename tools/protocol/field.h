@@ -32,6 +32,13 @@ public:
     using Fields = std::vector<std::pair<std::string, Field>>;
 
     Field() = default;
+    // In field.cpp: GCC, having inlined a move, takes members of the alternatives that are not there for uninitialized.
+    Field(const Field&);
+    Field(Field&&) noexcept;
+    Field& operator=(const Field&);
+    Field& operator=(Field&&) noexcept;
+    ~Field();
+
     Field(std::nullptr_t) {}
     Field(bool flag) : _value(flag) {}
     Field(int number) : _value(static_cast<long long>(number)) {}
