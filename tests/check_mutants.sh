@@ -35,5 +35,5 @@ grep -q '^killed by common_test (.*: condition always false$' "$work/log" || fai
 grep -q '^judged: .*: dropped call$' "$work/log" || fail "the judged fault was not found"
 grep -q '^stale row of judged: .*:gone: int gone() {$' "$work/log" || fail "the stale row was not found"
 
-mutants --test sys_init_test "$(place "$decided")" && fail "a fault that no test notices was noticed"
+mutants --test event_test "$(place "$decided")" && fail "a fault that no test notices was noticed"
 grep -q '^survived: ' "$work/log" || fail "no fault has survived"

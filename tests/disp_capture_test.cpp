@@ -147,29 +147,6 @@ TEST_F(Capture, AWindowThatItOpensStaysOpen) {
     EXPECT_EQ(capture(1), -1);
 }
 
-TEST_F(Capture, EachFailureHasItsPlaceInTheLog) {
-    leavesOpen("HW_CAP");
-    const std::vector<const char*> failing[] = {
-        {"HW_OSD_GetLayerHandle", "HW_OSD_LayerQueryWindowHandle", "HW_OSD_WindowGetSurface", "HW_OSD_SurfaceLock",
-         "HW_OSD_SurfaceGetSize", "HW_FS_Sync", "HW_OSD_SurfaceUnlock"},
-        {"HW_DISP_GetDispRect", "HW_SYS_GetMmapLayout", "HW_OSD_SurfaceCreate", "HW_OSD_SurfaceLock",
-         "HW_OSD_SurfaceUnlock", "HW_CAP_Open", "HW_CAP_ConnectInput", "HW_CAP_CaptureOne", "HW_FS_Sync",
-         "HW_CAP_Close"}};
-    // That the last line of each log names: "<operation:123>".
-    std::set<std::string> places;
-    for (const int s32Type : {0, 1}) {
-        for (const char* pszCall : failing[s32Type]) {
-            vset::powerCycle();
-            ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-            vset::inject({pszCall, 3});
-            const std::string strLog = test::logWithLinesOf([&] { EXPECT_EQ(capture(s32Type), -1) << pszCall; });
-            vset::clearFaults();
-            const std::size_t place = strLog.rfind('<');
-            EXPECT_TRUE(places.insert(strLog.substr(place, strLog.find('>', place) - place)).second) << pszCall;
-        }
-    }
-}
-
 TEST_F(Capture, LiesAtTheEndOfItsRegion) {
     leavesOpen("HW_OSD_SURFACE");
     vset::sys::resizeRegion(kRegion, 0xFD2000 - 0x1000);

@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Panel attributes and the chips at the panel.
 #include <cstring>
-#include <functional>
 
 #include <gmock/gmock.h>
 
 #include "a_vextvfapi_disp.h"
 #include "hw3/hw_dispout.h"
-#include "hw3/hw_sys.h"
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
 #include "vset/dispout.h"
-#include "vset/journal.h"
-#include "vset/sys.h"
 
 namespace {
 
@@ -106,14 +102,6 @@ TEST_F(Panel, ReportsTheChipsNextToIt) {
     EXPECT_EQ(stFrc.u32FwVer, 0xABCDu);
     setAttribute(16, HW_U32{42});
     EXPECT_EQ(a_vextvfapi_disp_get_frc_connect_status(), 42);
-
-    vset::inject({"HW_DISPOUT_PanelGetAttr", 8, 1, 2});
-    EXPECT_EQ(a_vextvfapi_disp_get_tcon_info(&stTcon), -1);
-    EXPECT_EQ(stTcon.u8TconData[9], 10);
-    EXPECT_EQ(a_vextvfapi_disp_get_frc_device_info(&stFrc), -2);
-    EXPECT_EQ(stFrc.u32FwVer, 0u) << "written all the same";
-    EXPECT_EQ(a_vextvfapi_disp_get_tcon_info(nullptr), -1);
-    EXPECT_EQ(a_vextvfapi_disp_get_frc_device_info(nullptr), -1);
 }
 
 // Operations on the chips next to the panel close the display's handle in place of the output that they have opened.
@@ -125,49 +113,6 @@ TEST_F(Panel, WithoutAWindowAHandleOfNoneIsClosed) {
     vset::dispout::release();
     EXPECT_EQ(a_vextvfapi_disp_get_frc_connect_status(), 1);
     EXPECT_EQ(calls().back(), "HW_DISPOUT_Close");
-}
-
-TEST_F(Panel, WhatIsClosedDiffers) {
-    leavesOpen("HW_DISPOUT");
-    fapi_core::VexTvFApiDispTconInfo stTcon = {};
-    fapi_core::VexTvFApiDispExtFrcDeviceInfo stFrc = {};
-    fapi_core::VexTvFApiDispHsyModelRange stRange = {};
-    unsigned int u32Min = 0, u32Max = 0, u32Word = 0;
-    const auto* const pu8Firmware = reinterpret_cast<const unsigned char*>("/data/tarn.bin");
-    write("/data/tarn.bin", "firmware");
-    struct Row {
-        const char* pszWhat;
-        std::function<int()> run;
-        bool bStaysOpen, bCloses;
-    };
-    for (const Row& stRow : {
-             Row{"set", [] { return a_vextvfapi_disp_panel_set_attr(0, 1, 1, 2, 3, 4); }, false, true},
-             Row{"get", [&] { return a_vextvfapi_disp_get_pwm_range(u32Min, u32Max); }, false, true},
-             Row{"get nothing", [&] { return a_vextvfapi_disp_panel_get_attr(0, 3, nullptr, &u32Word); }, true, false},
-             Row{"T-CON", [&] { return a_vextvfapi_disp_get_tcon_info(&stTcon); }, true, true},
-             Row{"FRC", [&] { return a_vextvfapi_disp_get_frc_device_info(&stFrc); }, true, true},
-             Row{"FRC status", [] { return a_vextvfapi_disp_get_frc_connect_status() == 255 ? -1 : 0; }, true, true},
-             Row{"companion", [&] { return a_vextvfapi_disp_upgrade_tarn_fw(pu8Firmware); }, true, true},
-         }) {
-        SCOPED_TRACE(stRow.pszWhat);
-        vset::powerCycle();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(a_vextvfapi_disp_init(), 0);
-        EXPECT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), 0);
-        unsigned int hDisp = 0;
-        EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle(&hDisp));
-        vset::clearJournal();
-        EXPECT_EQ(stRow.run(), 0);
-        EXPECT_EQ(count("HW_DISPOUT_Close"), 0u) << "found open";
-        vset::dispout::release();
-        EXPECT_EQ(stRow.run(), 0);
-        EXPECT_EQ(vset::dispout::output().bOpen, stRow.bStaysOpen);
-        EXPECT_EQ(calls().back() == "HW_DISPOUT_Close", stRow.bCloses);
-        const vset::CallPattern closesDisplay("HW_DISPOUT_Close handle=" + std::to_string(hDisp));
-        EXPECT_EQ(closesDisplay.matches(vset::journal().back()), stRow.bCloses && stRow.bStaysOpen);
-    }
-    EXPECT_EQ(vset::sys::flashedFirmware().back().u32Type, static_cast<unsigned int>(E_HW_SYS_FW_TARN));
-    EXPECT_EQ(a_vextvfapi_disp_upgrade_tarn_fw(nullptr), -2);
 }
 
 }  // namespace

@@ -21,7 +21,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 using fapi_core::VexTvFApiPqType;
@@ -89,9 +88,6 @@ TEST_F(DispPicture, CopiesTheGammaCurves) {
     EXPECT_EQ(window.gamma[0], std::vector<std::uint16_t>(red.begin(), red.end()));
     EXPECT_EQ(window.gamma[1], std::vector<std::uint16_t>(green.begin(), green.end()));
     EXPECT_EQ(window.gamma[2], std::vector<std::uint16_t>(blue.begin(), blue.end()));
-    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(nullptr, green.data(), blue.data()), -1);
-    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(red.data(), nullptr, blue.data()), -1);
-    EXPECT_EQ(a_vextvfapi_disp_set_gamma_curve(red.data(), green.data(), nullptr), -1);
 }
 
 TEST_F(DispPicture, ReportsTheQualityRange) {
@@ -130,21 +126,11 @@ TEST_F(DispPicture, ReportsTheQualityVersion) {
         EXPECT_EQ(strBuffer, strText + std::string(stRow.u32Length - strText.size(), '#')) << "no terminator";
         EXPECT_FALSE(vset::disp::window(2).bOpen);
     }
-    // The first bad argument is reported.
-    unsigned char u8Buffer = 0;
-    for (const auto& [pu8Buffer, u32Window, u32Type, strLog] :
-         std::vector<std::tuple<unsigned char*, unsigned int, unsigned int, std::string>>{
-             {nullptr, 3, 7, "Invalid parameter\n"},
-             {&u8Buffer, 3, 7, "Invalid window index!\n\n"},
-             {&u8Buffer, 0xFFFFFFFF, 0, "Invalid window index!\n\n"},
-             {&u8Buffer, 2, 7, "Invalid ePqType!\n\n"}}) {
-        EXPECT_THAT(test::logOf([&, pu8Buffer = pu8Buffer, u32Window = u32Window, u32Type = u32Type] {
-                        EXPECT_EQ(a_vextvfapi_disp_get_pq_version(1, pu8Buffer, VexTvFApiVideoWin{u32Window},
-                                                                  VexTvFApiPqType{u32Type}),
-                                  -1);
-                    }),
-                    EndsWith(strLog));
-    }
+    EXPECT_THAT(test::logOf([] {
+                    EXPECT_EQ(a_vextvfapi_disp_get_pq_version(1, nullptr, VexTvFApiVideoWin{3}, VexTvFApiPqType{7}),
+                              -1);
+                }),
+                EndsWith("Invalid parameter\n"));
 }
 
 TEST_F(DispPicture, SetsTheOutputTiming) {
@@ -154,9 +140,6 @@ TEST_F(DispPicture, SetsTheOutputTiming) {
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_output_timing(40), 0); }),
                 HasSubstr("Don't support set timing.\n\n"));
     EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
-    vset::clearJournal();
-    EXPECT_EQ(a_vextvfapi_disp_set_output_timing(47), -1);
-    EXPECT_THAT(calls(), IsEmpty());
     // The window is unmuted even when a call fails, and even when another program has muted it.
     unsigned int hDisp = 0;
     _a_vextvfapi_disp_get_disp_handle(&hDisp);
@@ -186,12 +169,6 @@ TEST_F(DispPicture, CutsAPieceOutOfTheInput) {
     EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), 0);
     EXPECT_THAT(rectangle(), ElementsAre(1, 1, 1, 1, 0, 0));
     EXPECT_EQ(count("HW_EXTIN_GetAttr"), 1u) << "of the connected input";
-    // The first step that fails is the last.
-    for (const char* const pszStep : {"HW_DISP_SetInputRect", "HW_DISP_SetMute", "HW_DISP_ApplySetting"}) {
-        vset::inject({pszStep, 3});
-        EXPECT_EQ(a_vextvfapi_disp_set_over_scan(2, 2, 2, 2), 0);
-        EXPECT_EQ(calls().back(), pszStep);
-    }
     a_vextvfapi_disp_switch_window(1);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), -1); }),
                 HasSubstr("[D] <a_vextvfapi_disp_set_over_scan> Failed to get DISP handle.\n\n"))
@@ -199,19 +176,6 @@ TEST_F(DispPicture, CutsAPieceOutOfTheInput) {
     a_vextvfapi_disp_switch_window(3);
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disp_set_over_scan(1, 1, 1, 1), -1); }),
                 HasSubstr("[D] <a_vextvfapi_disp_set_over_scan> Error windowindex: 3\n\n"));
-}
-
-TEST_F(DispPicture, EachTypeOfValueIsAnArgumentOfTheDriver) {
-    const unsigned int au32Arguments[] = {0, 1, 3, 5, 2, 21};
-    for (int type = 0; type < 6; ++type) {
-        EXPECT_EQ(a_vextvfapi_disp_set_pq_value(type, 1000 + static_cast<unsigned int>(type)), 0);
-        EXPECT_EQ(vset::dval::drivers().arguments.at(au32Arguments[type]), 1000u + static_cast<unsigned int>(type));
-    }
-    for (const int type : {6, -1}) {
-        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(a_vextvfapi_disp_set_pq_value(type, 1), -1); }),
-                    EndsWith("Invalid type " + std::to_string(type) + "\n\n"));
-    }
-    EXPECT_EQ(vset::dval::drivers().arguments.size(), 6u);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "a_vextvfapi_disp.h"
+#include "a_vextvfapi_disptst.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_sys.h"
 #include "support/library_fixture.h"
@@ -91,6 +92,20 @@ TEST_F(DispWindow, AVideoPathWinsOverAnInput) {
     EXPECT_FALSE(_a_vextvfapi_disp_get_on_screen_input(s32Disp, &s32Video, nullptr));
     EXPECT_THAT(calls(), ::testing::IsEmpty());
     EXPECT_FALSE(_a_vextvfapi_disp_get_on_screen_input(0, &s32Video, &s32Extin));
+}
+
+TEST_F(DispWindow, TellsWhetherSomethingIsConnected) {
+    refuses("HW_DISP_GetConnectedNum");
+    unsigned int hDisp = 0;
+    EXPECT_FALSE(_a_vextvfapi_disp_get_disp_handle(&hDisp));
+    vset::disp::setModuleCount(0, 64);
+    EXPECT_EQ(_a_vextvfapi_disptst_connect_disp(static_cast<int>(hDisp), 1), 0);
+    EXPECT_THAT(vset::journal().back().strArguments, ::testing::EndsWith("room=16")) << "however many there are";
+    vset::disp::disconnectVideo(0);
+    EXPECT_EQ(_a_vextvfapi_disptst_connect_disp(static_cast<int>(hDisp), 1), -1);
+    vset::disp::connectInput(0, {0, 0});
+    EXPECT_EQ(_a_vextvfapi_disptst_connect_disp(static_cast<int>(hDisp), 0), 0);
+    EXPECT_EQ(_a_vextvfapi_disptst_connect_disp(1, 0), -1);
 }
 
 }  // namespace

@@ -7,7 +7,9 @@
 #include <fstream>
 #include <vector>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include "base/fapi_log.h"
 #include "support/bmp_file.h"
@@ -15,24 +17,25 @@
 namespace {
 
 using ::testing::Each;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 constexpr std::uint32_t kUntouched = 0xEEEEEEEE;
 
 class Bitmap : public ::testing::Test {
 protected:
-    void TearDown() override { std::filesystem::remove(_strFile); }
+    void TearDown() override { std::filesystem::remove(strPath); }
 
     // A canvas of 32 x 16 pixels, of which 30 are visible, filled with 0xEE; then the picture.
     bool load(const std::string& strFile, std::uint32_t dstX, std::uint32_t dstY, std::uint32_t cropX,
               std::uint32_t cropY, std::uint32_t width, std::uint32_t height) {
-        std::ofstream(_strFile, std::ios::binary) << strFile;
+        std::ofstream(strPath, std::ios::binary) << strFile;
         _pixels.assign(kPitch * kHeight, kUntouched);
         const DisptstCanvas canvas = {reinterpret_cast<unsigned char*>(_pixels.data()),
                                       static_cast<std::uint32_t>(4 * _pixels.size()), kPitch, kPitch - 2, kHeight};
         testing::internal::CaptureStdout();
         u8TvFactoryDebug.store(1);
-        const bool bLoaded = _load_bitmap_to_buffer(canvas, reinterpret_cast<const unsigned char*>(_strFile.c_str()),
+        const bool bLoaded = _load_bitmap_to_buffer(canvas, reinterpret_cast<const unsigned char*>(strPath.c_str()),
                                                     dstX, dstY, cropX, cropY, width, height);
         u8TvFactoryDebug.store(0);
         std::fflush(stdout);
@@ -47,9 +50,9 @@ protected:
 
     static constexpr std::uint32_t kPitch = 32, kHeight = 16;
     std::string strLog;
+    const std::string strPath = ::testing::TempDir() + "/bitmap-" + std::to_string(getpid()) + ".bmp";
 
 private:
-    const std::string _strFile = ::testing::TempDir() + "/bitmap-" + std::to_string(getpid()) + ".bmp";
     std::vector<std::uint32_t> _pixels;
 };
 
@@ -131,9 +134,18 @@ TEST_F(Bitmap, RefusesFilesThatLie) {
         }
         strFile.resize(row.size);
         EXPECT_FALSE(load(strFile, 0, 0, 0, 0, 6, 4)) << row.pszName;
-        EXPECT_THAT(strLog, HasSubstr(row.pszLog)) << row.pszName;
+        EXPECT_THAT(strLog, EndsWith(row.pszLog)) << row.pszName;
         EXPECT_THAT(pixels(), Each(kUntouched)) << row.pszName;
     }
+}
+
+TEST_F(Bitmap, APipeCannotBeSearched) {
+    ASSERT_EQ(mkfifo(strPath.c_str(), 0600), 0);
+    const int s32Pipe = open(strPath.c_str(), O_RDWR);
+    EXPECT_FALSE(load(test::bmp24(6, 4, 18), 0, 0, 0, 0, 6, 4));
+    EXPECT_THAT(strLog, HasSubstr("[Pattern] fseek unexpected error !!\n\n"));
+    EXPECT_EQ(strLog.find("fseek"), strLog.rfind("fseek")) << "it ends there";
+    close(s32Pipe);
 }
 
 TEST_F(Bitmap, NegativeHeightsAndHugePicturesAreJustLarge) {

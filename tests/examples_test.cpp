@@ -82,9 +82,9 @@ TEST_F(OperationTable, RowsAreComplete) {
         EXPECT_EQ(tool::findOperation(operation.shortName()), &operation) << "the short name is taken twice";
         bool bOptional = false;
         for (const tool::Argument& argument : operation.arguments) {
-            EXPECT_FALSE(bOptional && argument.byDefault == nullptr)
+            EXPECT_FALSE(bOptional && !argument.byDefault)
                 << argument.name << " must be given but follows one that need not be";
-            bOptional = argument.byDefault != nullptr;
+            bOptional = argument.byDefault.has_value();
             if (bOptional) {
                 EXPECT_NO_THROW(tool::parseWords({argument}, {})) << argument.name;
             }

@@ -4,6 +4,7 @@
 
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -41,6 +42,13 @@ protected:
         fs::remove(strFile);
         std::ofstream(strFile) << std::string(fs::space(disk()).available - kibibytes * 1024, 'x');
         ASSERT_EQ(fs::space(disk()).available, kibibytes * 1024);
+    }
+    // Leaves room for so many more files.
+    void limitFiles(std::uintmax_t files) const {
+        struct statvfs stDisk = {};
+        ASSERT_EQ(statvfs(disk().c_str(), &stDisk), 0);
+        const std::string strOptions = "size=1m,nr_inodes=" + std::to_string(stDisk.f_files - stDisk.f_ffree + files);
+        ASSERT_EQ(mount("none", disk().c_str(), "tmpfs", MS_REMOUNT, strOptions.c_str()), 0);
     }
     Strings files(const std::string& strFolder) const {
         Strings found;
@@ -124,29 +132,37 @@ TEST_F(FullDisk, APictureThatCannotBeStoredIsNoFailureOfTheUnit) {
 TEST_F(FullDisk, TheSetsOwnDiskIsAnErrorOfTheStation) {
     fs::create_directory_symlink(disk() + "/set", set());
     EXPECT_EQ(test::runProcess({FAPI_BINARY, "--set", disk() + "/set", "set", "power-cycle"}).s32Exit, 0);
-    // A line, and the file of the set that it writes.
-    const std::pair<std::string, const char*> rows[] = {
-        {"sys_set_emmc_env_var serial X", "env/emmc.img.new"},
-        {"sys_write_emmc misc 0 X\nexpect status failed", "partitions/misc.img.new"},
-        {"sys_copy_file /data/large /data/copy", "tree/data/copy"},
-        {"set put /data/other repeat:9000:x", "tree/data/other"},
+    // A line, the file of the set that it writes, and whether the set itself reports it.
+    const struct {
+        std::string strLine;
+        const char* pszFile;
+        bool bTold, bNoFiles = false;
+    } rows[] = {
+        {"sys_set_emmc_env_var serial X", "env/emmc.img.new", false},
+        {"sys_write_emmc misc 0 X\nexpect status failed", "partitions/misc.img.new", false},
+        {"sys_copy_file /data/large /data/copy", "tree/data/copy", true},
+        {"set put /data/other repeat:9000:x", "tree/data/other", false},
+        {"sys_copy_file /data/large /data/copy\nsys_copy_file /data/large /data/third", "tree/data/third", true, true},
     };
     std::ofstream(disk() + "/set/tree/data/large") << std::string(9000, 'x');
-    for (const auto& [strLine, pszFile] : rows) {
+    for (const auto& [strLine, pszFile, bTold, bNoFiles] : rows) {
         SCOPED_TRACE(strLine);
         // Switching on stores a file.
-        fill(4);
+        fill(bNoFiles ? 100 : 4);
+        limitFiles(bNoFiles ? 1 : 1000);
         const test::ProcessResult result = run(reports(), "step a\nsys_init\n" + strLine + "\n");
         EXPECT_EQ(result.s32Exit, 3);
         const std::string strText = std::string("the disk of the virtual set is full: .*/set/") + pszFile;
         EXPECT_EQ(reportedVerdicts(), Strings{"error"});
         EXPECT_THAT(stepText(0), testing::ContainsRegex(strText));
+        EXPECT_EQ(result.strError.find("virtual set: the disk of the virtual set is full: ") == 0, bTold);
         EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr(R"(failures="0" errors="1")"));
         EXPECT_EQ(fapiJson({"history", "show", "last", "--report", reports()})["verdict"], "error");
         fs::remove_all(reports());
         fs::remove(disk() + "/set/tree/data/copy");
         fs::remove(disk() + "/set/tree/data/other");
     }
+    limitFiles(1000);
     fill(4);
     EXPECT_EQ(fapi({"-y", "call", "sys_set_emmc_env_var", "serial", "X"}).s32Exit, 3);
     fill(100);

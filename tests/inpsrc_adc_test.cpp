@@ -17,7 +17,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 constexpr const char* kFinished = "\033[31m Finished!!!\033[m\n\n";
 
@@ -120,28 +119,6 @@ TEST_F(Adc, CalibratesFromTheSignalThroughTheInputsHandleOrItsLastOne) {
         EXPECT_EQ(_a_vextvfapi_inpsrc_get_vga_handle(), 0) << "not opened here";
         EXPECT_EQ(_a_vextvfapi_inpsrc_get_ypbpr_handle(), 0);
     });
-}
-
-TEST_F(Adc, RefusesOtherDevicesAndNull) {
-    fapi_core::VexTvFApiAdcPhase_t stPhase = {};
-    fapi_core::VexTvFApiAdcGainOffset_t stValues = {};
-    EXPECT_EQ(a_vextvfapi_inpsrc_get_adc_phase(0, nullptr), -1);
-    EXPECT_EQ(a_vextvfapi_inpsrc_get_adc_gain_offset(1, nullptr), -1);
-    for (const unsigned int u32Device : {2u, 0xFFFFFFFFu}) {
-        const std::string strType = std::to_string(static_cast<int>(u32Device));
-        for (const auto& call : std::vector<std::function<int()>>{
-                 [&] { return a_vextvfapi_inpsrc_get_adc_phase(u32Device, &stPhase); },
-                 [&] { return a_vextvfapi_inpsrc_get_adc_gain_offset(u32Device, &stValues); },
-                 [&] { return a_vextvfapi_inpsrc_set_adc_phase(u32Device, 1, 2, 3); },
-                 [&] { return a_vextvfapi_inpsrc_set_adc_gain_offset(u32Device, 1, 2, 3, 4, 5, 6); }}) {
-            EXPECT_THAT(test::logOf([&] { EXPECT_EQ(call(), -1); }),
-                        AllOf(HasSubstr("> Invalid Device Type:" + strType + "\n\n"), EndsWith(kFinished),
-                              Not(HasSubstr("Current ADC"))));
-        }
-    }
-    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_inpsrc_auto_gain_offset(3), -1); }),
-                EndsWith("[E] <a_vextvfapi_inpsrc_auto_gain_offset> Invalid Device Type:3\n\n"));
-    EXPECT_EQ(count("HW_EXTIN_GetHandle"), 0u);
 }
 
 }  // namespace

@@ -164,14 +164,6 @@ TEST_F(Inputs, ReadsTheDecodersSignal) {
     vset::extin::plug(E_HW_EXTIN_TYPE_VD, 0, {});
     EXPECT_EQ(a_vextvfapi_inpsrc_check_vd_signal_locked(&u8Locked), 0);
     EXPECT_EQ(u8Locked, 1);
-    for (const int s32Result : {1, 2, 3, 0xD}) {
-        vset::inject({"HW_EXTIN_GetSignalStatus", s32Result});
-        const std::string strLog = test::logOf([&] {
-            EXPECT_EQ(a_vextvfapi_inpsrc_check_vd_signal_locked(&u8Locked), s32Result < 3 ? 0 : -1) << s32Result;
-        });
-        EXPECT_EQ(strLog.find("failed to HW_EXTIN_GetSignalStatus!") == std::string::npos, s32Result < 3);
-        EXPECT_EQ(u8Locked, 2) << "unknown";
-    }
 }
 
 TEST_F(Inputs, ADecoderThatIsFoundWithoutAHandleIsNotReady) {
@@ -192,33 +184,12 @@ TEST_F(Inputs, SetsDecoderParameters) {
         EXPECT_EQ(a_vextvfapi_inpsrc_get_factory_vd_para(u32Type, &u32Value), 0);
         EXPECT_EQ(u32Value, 0x80000000 + u32Type);
     }
-    for (const unsigned int u32Type : {0u, 17u, 18u, 0xFFFFFFFFu}) {
-        for (const bool bSet : {true, false}) {
-            const std::string strLog = test::logOf([&] {
-                EXPECT_EQ(bSet ? a_vextvfapi_inpsrc_set_factory_vd_para(u32Type, 5)
-                               : a_vextvfapi_inpsrc_get_factory_vd_para(u32Type, &u32Value),
-                          -1);
-            });
-            EXPECT_THAT(strLog, EndsWith("_factory_vd_para> eAtvVdType is unknown type\n\n"));
-            const bool bConverted = strLog.find("eAtvVdType is unknown type\nVex") != std::string::npos;
-            EXPECT_EQ(bConverted, u32Type > 17) << "the conversion has a line of its own";
-        }
-    }
-    EXPECT_EQ(_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(18), 17u);
-    EXPECT_EQ(a_vextvfapi_inpsrc_get_factory_vd_para(1, nullptr), -1);
 }
 
 TEST_F(Inputs, InitialisesTheTunersIntermediateFrequency) {
     leavesOpen("HW_TUNER");
     EXPECT_EQ(a_vextvfapi_inpsrc_vif_init(), 0);
     EXPECT_EQ(vset::tuner::slot(0).u64VifInits, 1u);
-    for (const unsigned int u32Step : {1u, 2u}) {
-        vset::inject({"HW_TUNER_FactoryCmdApplyVif", 0, u32Step});  // 0 is its failure
-        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_inpsrc_vif_init(), -1); }),
-                    AllOf(HasSubstr(u32Step == 1 ? "Error: Apply ChinaDescramblerDelay FAIL!\033[m\n\n"
-                                                 : "Error: Init VIF parameters FAIL!\033[m\n\n"),
-                          HasSubstr("Error 0x3: failed to re-init VIF!\033[m\n\n"), EndsWith("Finished!!!\033[m\n\n")));
-    }
     vset::tuner::release(0);
     EXPECT_EQ(a_vextvfapi_inpsrc_vif_init(), 0);
     EXPECT_TRUE(vset::tuner::slot(0).bOpen) << "the tuner stays open";
@@ -237,15 +208,6 @@ TEST_F(Inputs, AsksTheDemodulator) {
     EXPECT_EQ(stInfo.strBuildNumber, std::string(1024, 'b'));
     EXPECT_EQ(stInfo.strChangeList, "");
 
-    vset::inject({"HW_TUNER_FactoryCmdGetAttr", 5, 2});
-    EXPECT_EQ(a_vextvfapi_inpsrc_get_demod_info(&stInfo), -1);
-    EXPECT_EQ(stInfo.strName, "demod");
-    EXPECT_EQ(stInfo.strVersion, "");
-    EXPECT_EQ(stInfo.strBuildNumber, std::string(1024, 'b')) << "all are asked for all the same";
-    vset::inject({"HW_TUNER_GetAttr", 4, 1});
-    EXPECT_EQ(a_vextvfapi_inpsrc_get_demod_info(&stInfo), -1);
-    EXPECT_EQ(stInfo.strName, "");
-    EXPECT_EQ(a_vextvfapi_inpsrc_get_demod_info(nullptr), -1);
     vset::tuner::release(0);
     EXPECT_EQ(a_vextvfapi_inpsrc_get_demod_info(&stInfo), -1);
 }

@@ -160,9 +160,11 @@ TEST(ReceiveBuffer, HoldsNoMoreThanItsSize) {
     EXPECT_TRUE(buffer.append(bytes.data(), 5));
     ASSERT_TRUE(buffer.allocate());
     EXPECT_EQ(buffer.count(), 0u);
+    EXPECT_TRUE(buffer.append(bytes.data(), 5));
     buffer.release();
     buffer.release();
     EXPECT_FALSE(buffer.exists());
+    EXPECT_FALSE(buffer.take(bytes.data(), 1, message)) << "what was held has gone with it";
 }
 
 }  // namespace

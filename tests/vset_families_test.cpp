@@ -7,15 +7,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
 #include "hw3/hw_net.h"
 #include "hw3/hw_os.h"
-#include "hw3/hw_sys.h"
 #include "hw3/hw_wdt.h"
 #include "support/emulation.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/net.h"
 #include "vset/sys.h"
 #include "vset/wdt.h"
@@ -29,13 +27,7 @@ using Bytes = std::vector<HW_U8>;
 
 // --- System attributes -----------------------------------------------------------------------------------------------
 
-class VsetSys : public test::MiddlewareTest {
-protected:
-    void SetUp() override {
-        MiddlewareTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    }
-};
+class VsetSys : public test::RunningTest {};
 
 TEST_F(VsetSys, AttributesAreThoseOfTheFolder) {
     vset::sys::CustomerHash hash;
@@ -52,13 +44,11 @@ TEST_F(VsetSys, AttributesAreThoseOfTheFolder) {
     HW_SYS_AttrBuffer_t stPath = {path.data(), 128, kUntouched};
     EXPECT_EQ(HW_SYS_GetAttr(E_HW_SYS_ATTR_CUSTOMER_HASH, &stHash), HW_ERR_NOT_INITED);
     const HW_SYS_InitParams_t stReserved = {1};
-    const HW_SYS_InitParams_t stZero = {};
-    HW_SYS_AttrBuffer_t stShortHash = {got.data(), 15, kUntouched};
-    HW_SYS_AttrBuffer_t stShortPath = {path.data(), 127, kUntouched};
-    HW_SYS_AttrBuffer_t stNoBuffer = {nullptr, 128, kUntouched};
+    HW_SYS_AttrBuffer_t stShortHash = {got.data(), 15, kUntouched}, stShortPath = {path.data(), 127, kUntouched},
+                        stNoBuffer = {nullptr, 128, kUntouched};
     expectRefusals({
         {"init with rubbish", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_Init(&stReserved); }},
-        {"init", HW_OK, [&] { return HW_SYS_Init(&stZero); }},
+        {"init", HW_OK, [] { return test::init(HW_SYS_Init); }},
         {"unknown", HW_ERR_NOT_SUPPORT, [&] { return HW_SYS_GetAttr(10, &stHash); }},
         {"no buffer", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetAttr(12, &stNoBuffer); }},
         {"hash does not fit", HW_ERR_LIMITION, [&] { return HW_SYS_GetAttr(9, &stShortHash); }},
@@ -391,31 +381,10 @@ TEST_F(VsetMemory, TheMemoryMapRefusesWhatItHasNot) {
 }
 
 TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
-    const HW_FLASH_InitParams_t stInit = {};
-    const HW_FLASH_OpenParams_t stOpen = {2, {}};
-    HW_Handle_t hFlash = 0;
     HW_Handle_t hConfig = 0;
-    ASSERT_EQ(HW_FLASH_Init(&stInit), HW_OK);
-    ASSERT_EQ(HW_FLASH_Open(&stOpen, &hFlash), HW_OK);
     ASSERT_EQ(HW_SYS_OpenConfigFile(u8("/vendor/factory/config/ir.ini"), &hConfig), HW_OK);
-    HW_U8 u8Byte = 0;
-    HW_U32 u32Report = 0;
-    const HW_FLASH_EnvVar_t stNoImage = {nullptr, u8("k"), &u8Byte};
-    const HW_FLASH_EnvVar_t stNoKey = {&u8Byte, nullptr, &u8Byte};
-    const HW_FLASH_EnvVar_t stNoValue = {&u8Byte, u8("k"), nullptr};
-    const HW_FLASH_Transfer_t stTransfer = {2, u8("misc"), 0, &u8Byte, 1};
     HW_SYS_ConfigData_t stNoText = {E_HW_SYS_CONFIG_DATA_STRING, 1, nullptr};
     const std::function<HW_Result_t()> kCalls[] = {
-        [&] { return HW_FLASH_LoadEnv(hFlash, nullptr); },
-        [&] { return HW_FLASH_StoreEnv(hFlash, nullptr); },
-        [&] { return HW_FLASH_GetEnvVar(hFlash, nullptr); },
-        [&] { return HW_FLASH_GetEnvVar(hFlash, &stNoImage); },
-        [&] { return HW_FLASH_GetEnvVar(hFlash, &stNoKey); },
-        [&] { return HW_FLASH_SetEnvVar(hFlash, nullptr); },
-        [&] { return HW_FLASH_SetEnvVar(hFlash, &stNoValue); },
-        [&] { return HW_FLASH_Read(hFlash, nullptr, &u32Report); },
-        [&] { return HW_FLASH_Read(hFlash, &stTransfer, nullptr); },
-        [&] { return HW_FLASH_Write(hFlash, &stTransfer, nullptr); },
         [&] { return HW_SYS_GetAttr(9, nullptr); },
         [&] { return HW_SYS_OpenConfigFile(nullptr, &hConfig); },
         [&] { return HW_SYS_OpenConfigFile(u8("/vendor/factory/config/ir.ini"), nullptr); },
@@ -434,22 +403,18 @@ TEST_F(VsetSys, NullIsRefusedWhereItIsNotAllowed) {
     }
 }
 
-class VsetNet : public test::MiddlewareTest {
+// --- Network and watchdog --------------------------------------------------------------------------------------------
+
+class VsetNet : public test::RunningTest {
 protected:
     void SetUp() override {
-        MiddlewareTest::SetUp();
-        bringUp();
-    }
-    static void bringUp() {
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        RunningTest::SetUp();
         ASSERT_EQ(HW_NET_Init(nullptr), HW_OK);
     }
     static HW_Handle_t opened(const char* pszName) {
         HW_NET_OpenParams_t stParams = {};
         std::strncpy(stParams.acName, pszName, sizeof(stParams.acName) - 1);
-        HW_Handle_t hNet = HW_HANDLE_NONE;
-        EXPECT_EQ(HW_NET_Open(&stParams, &hNet), HW_OK);
-        return hNet;
+        return test::handleOf(HW_NET_Open, stParams);
     }
 };
 
@@ -462,13 +427,20 @@ TEST_F(VsetNet, AHandleIsItsInterfacesHoweverTheListChanges) {
     EXPECT_EQ(vset::net::interfaces()[0].strMac, "00:00:00:00:00:00");
     EXPECT_EQ(vset::net::interfaces()[1].strMac, "02:00:5E:00:53:01");
     EXPECT_TRUE(vset::net::interfaces()[0].bUp);
-    EXPECT_EQ(HW_NET_DeviceDown(hWlan), HW_ERR_INVALID_HANDLE) << "taken away";
-    EXPECT_EQ(HW_NET_Close(hWlan), HW_ERR_INVALID_HANDLE);
-    test::expectRefusals({
+    HW_NET_InterfaceName_t aNames[20] = {};
+    HW_U32 u32Count = kUntouched;
+    expectRefusals({
+        {"taken away", HW_ERR_INVALID_HANDLE, [&] { return HW_NET_DeviceDown(hWlan); }},
+        {"names to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_GetInterfaceName(nullptr, &u32Count); }},
+        {"uncounted names", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_GetInterfaceName(aNames, nullptr); }},
         {"both separators", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "02:00-5E:00-53:02"); }},
         {"a group", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "01:00:5E:00:53:02"); }},
-        {"null", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, nullptr); }},
+        {"IPv6", HW_ERR_NOT_SUPPORT, [&] { return HW_NET_DhcpOff(hEth, E_HW_NET_IPV4 + 1); }},
     });
+    EXPECT_EQ(u32Count, kUntouched);
+    EXPECT_NO_THROW(vset::net::setInterfaces(std::vector<vset::net::Interface>(20, {"x"})));
+    EXPECT_THROW(vset::net::setInterfaces(std::vector<vset::net::Interface>(21, {"x"})), vset::SetError);
+    EXPECT_THROW(vset::net::setInterfaces({{""}}), vset::SetError);
 }
 
 TEST_F(VsetNet, MacAddressesAloneSurviveAPowerCycle) {
@@ -495,23 +467,22 @@ TEST_F(VsetNet, TheWatchdogsHandleIsThereFromItsInitOn) {
         return std::count_if(handles.begin(), handles.end(),
                              [](const vset::OpenHandle& stHandle) { return stHandle.strFamily == "HW_WDT"; });
     };
-    const HW_WDT_InitParams_t stInit = {};
     EXPECT_EQ(watchdogs(), 0);
-    EXPECT_EQ(HW_WDT_Init(&stInit), HW_OK);
+    EXPECT_EQ(test::init(HW_WDT_Init), HW_OK);
     EXPECT_EQ(watchdogs(), 1);
     vset::wdt::setPresent(false);
-    const HW_WDT_HandleParams_t stParams = {};
-    HW_Handle_t hWdt = kUntouched;
-    EXPECT_EQ(HW_WDT_GetHandle(&stParams, &hWdt), HW_ERR_FAILED);
-    EXPECT_EQ(hWdt, kUntouched);
+    HW_U32 u32Out = kUntouched;
+    EXPECT_EQ(test::ask(HW_WDT_GetHandle, {}, &u32Out), HW_ERR_FAILED);
     EXPECT_EQ(watchdogs(), 0);
     vset::wdt::setPresent(true);
-    EXPECT_EQ(HW_WDT_GetHandle(&stParams, &hWdt), HW_OK);
-    HW_U32 u32Out = kUntouched;
+    const HW_Handle_t hWdt = test::handleOf(HW_WDT_GetHandle, {});
+    const HW_WDT_Timer_t stTimer = {100};
     expectRefusals({
         {"time cannot be read", HW_ERR_NOT_SUPPORT, [&] { return HW_WDT_GetAttr(hWdt, 0, nullptr, &u32Out); }},
-        {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_WDT_GetAttr(hWdt, 5, &stInit, &u32Out); }},
+        {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_WDT_GetAttr(hWdt, 5, &hWdt, &u32Out); }},
+        {"another attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_WDT_SetAttr(hWdt, 5, &stTimer); }},
     });
+    EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
     EXPECT_EQ(u32Out, kUntouched);
 }
 

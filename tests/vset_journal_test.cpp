@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <thread>
 
@@ -11,9 +12,8 @@
 #include "hw3/hw_gpio.h"
 #include "hw3/hw_iic.h"
 #include "hw3/hw_os.h"
-#include "hw3/hw_sys.h"
 #include "support/emulation.h"
-#include "support/set_fixture.h"
+#include "support/middleware_calls.h"
 #include "support/waiting.h"
 #include "vset/journal.h"
 
@@ -23,11 +23,10 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class Journal : public test::MiddlewareTest {
+class Journal : public test::RunningTest {
 protected:
     void SetUp() override {
-        SetTest::SetUp();
-        HW_SYS_Init(nullptr);
+        RunningTest::SetUp();
         HW_IIC_Init(nullptr);
         vset::clearJournal();
         _u64Before = vset::refusalCount();
@@ -55,9 +54,7 @@ private:
 };
 
 TEST_F(Journal, HoldsEveryArgumentAndOutput) {
-    const HW_GPIO_OpenParams_t stPad = {7};
-    HW_Handle_t hPad = 0;
-    HW_GPIO_Open(&stPad, &hPad);
+    HW_Handle_t hPad = test::handleOf(HW_GPIO_Open, {7});
     EXPECT_EQ(last(hPad), "HW_GPIO_Open(pad=7) = 0, handle=H");
     HW_U8 u8Level = 9, u8Inverted = 9;
     HW_GPIO_GetInput(hPad, &u8Level, &u8Inverted);
@@ -67,9 +64,7 @@ TEST_F(Journal, HoldsEveryArgumentAndOutput) {
     HW_GPIO_Open(nullptr, &hPad);
     EXPECT_EQ(last(), "HW_GPIO_Open(params=null) = 0x8");
 
-    const HW_IIC_OpenParams_t stBus = {0};
-    HW_Handle_t hBus = 0;
-    HW_IIC_Open(&stBus, &hBus);
+    const HW_Handle_t hBus = test::handleOf(HW_IIC_Open, {0});
     const HW_U8 u8Address = 0x10;
     HW_U8 au8Data[20] = {0xDE, 0xAD};
     std::copy_n(au8Data, 2, au8Data + 16);  // the page of 16 bytes is written round
@@ -81,15 +76,19 @@ TEST_F(Journal, HoldsEveryArgumentAndOutput) {
     EXPECT_EQ(last(hBus),
               "HW_IIC_Read(handle=H readMode=2 slave=160 addressCount=1 address=[10] size=2 ownBuffer=1) = 0, "
               "data=[de ad]");
+    HW_IIC_Read(hBus, &stRead, nullptr);
+    EXPECT_THAT(last(), HasSubstr("ownBuffer=0) = 0x8"));
 
     HW_Handle_t hWindow = 0;
     HW_DISP_GetHandle("HW_DISP_HD0", &hWindow);
-    HW_DISP_SetAttr(hWindow, 0x402, &stPad);
+    HW_DISP_SetAttr(hWindow, 0x402, &stRead);
     EXPECT_EQ(last(hWindow), "HW_DISP_SetAttr(handle=H attr=1026 value=set) = 0x5") << "of an unknown type";
 
     const std::string strPath = "/data/\"q\"\\" + std::string(500, 'x');
     HW_FS_Unlink(strPath.c_str());
     EXPECT_EQ(last(), "HW_FS_Unlink(path=\"/data/\\\"q\\\"\\\\" + std::string(86, 'x') + "\"...) = -1");
+    EXPECT_EQ(vset::journal().back().s32Errno, ENAMETOOLONG);
+    EXPECT_EQ(vset::journal().front().s32Errno, 0);
 }
 
 TEST_F(Journal, DescribesEveryFunction) {

@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tuner slots: who has them, what they receive, what they say of themselves.
-#include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <functional>
 
 #include <gmock/gmock.h>
 
-#include "hw3/hw_sys.h"
 #include "hw3/hw_tuner.h"
+#include "support/middleware_calls.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "vset/tuner.h"
 
 namespace {
@@ -18,20 +14,8 @@ namespace {
 using test::kUntouched;
 namespace tuner = vset::tuner;
 
-HW_Result_t init() {
-    const HW_TUNER_InitParams_t stParams = {};
-    return HW_TUNER_Init(&stParams);
-}
-
-HW_Result_t find(HW_U32 u32Slot, HW_Handle_t* phTuner) {
-    const HW_TUNER_HandleParams_t stParams = {u32Slot};
-    return HW_TUNER_GetHandle(&stParams, phTuner);
-}
-
-HW_Result_t open(HW_U32 u32Slot, HW_Handle_t* phTuner, HW_U32 u32Mode = 1) {
-    const HW_TUNER_OpenParams_t stParams = {u32Slot, u32Mode};
-    return HW_TUNER_Open(&stParams, phTuner);
-}
+using test::ask;
+using test::handleOf;
 
 // Returns what a program with the right buffer finds in it.
 using Get = HW_Result_t (*)(HW_Handle_t, HW_U32, const void*, void*);
@@ -46,34 +30,32 @@ std::string padded(std::string strText) {
     return strText;
 }
 
-class VsetTuner : public test::MiddlewareTest {
+class VsetTuner : public test::RunningTest {
 protected:
-    static void bringUp() {
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-        ASSERT_EQ(init(), HW_OK);
-    }
-    static HW_Handle_t player() {
-        HW_Handle_t hTuner = HW_HANDLE_NONE;
-        EXPECT_EQ(find(0, &hTuner), HW_OK);
-        return hTuner;
-    }
+    static void bringUp() { ASSERT_EQ(test::init(HW_TUNER_Init), HW_OK); }
+    static HW_Handle_t player() { return handleOf(HW_TUNER_GetHandle, {0}); }
 };
 
 TEST_F(VsetTuner, HasTwoSlotsOfWhichThePlayerHasOne) {
     HW_TUNER_Caps_t stCaps = {kUntouched, {kUntouched, kUntouched, kUntouched}};
-    ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
     EXPECT_EQ(HW_TUNER_GetCaps(&stCaps), HW_ERR_NOT_INITED);
     EXPECT_EQ(stCaps.u32SlotNum, kUntouched);
-    ASSERT_EQ(init(), HW_OK);
+    bringUp();
     const HW_Handle_t hFirst = player();
-    HW_Handle_t hSecond = kUntouched, hUntouched = kUntouched;
-    test::expectRefusals({
-        {"count to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_TUNER_GetCaps(nullptr); }},
-        {"open the player's", HW_ERR_BUSY, [&] { return open(0, &hUntouched); }},
-        {"mode 0", HW_ERR_INVALID_PARAMETER, [&] { return open(1, &hUntouched, 0); }},
-        {"mode 2", HW_ERR_INVALID_PARAMETER, [&] { return open(1, &hUntouched, 2); }},
-    });
-    EXPECT_EQ(open(1, &hSecond), HW_OK);
+    HW_Handle_t hUntouched = kUntouched;
+    test::expectRefusals({{"count to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_TUNER_GetCaps(nullptr); }},
+                          {"open the player's", HW_ERR_BUSY,
+                           [&] {
+                               return ask(HW_TUNER_Open, {0, 1}, &hUntouched);
+                           }},
+                          {"mode 0", HW_ERR_INVALID_PARAMETER,
+                           [&] {
+                               return ask(HW_TUNER_Open, {1, 0}, &hUntouched);
+                           }},
+                          {"mode 2", HW_ERR_INVALID_PARAMETER, [&] {
+                               return ask(HW_TUNER_Open, {1, 2}, &hUntouched);
+                           }}});
+    const HW_Handle_t hSecond = handleOf(HW_TUNER_Open, {1, 1});
     EXPECT_TRUE(tuner::slot(0).bPlayer);
     EXPECT_TRUE(tuner::slot(1).bOpen && !tuner::slot(1).bPlayer);
     for (const HW_U32 u32Count : {2u, 8u, 1u}) {
@@ -82,25 +64,25 @@ TEST_F(VsetTuner, HasTwoSlotsOfWhichThePlayerHasOne) {
         EXPECT_EQ(stCaps.u32SlotNum, u32Count);
         EXPECT_EQ(stCaps.au32Reserved[2], 0u);
         EXPECT_EQ(tuner::slotCount(), u32Count);
+        EXPECT_THROW(tuner::setSlotCount(9), vset::SetError);
     }
-    EXPECT_EQ(find(1, &hUntouched), HW_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(ask(HW_TUNER_GetHandle, {1}, &hUntouched), HW_ERR_INVALID_PARAMETER);
     EXPECT_EQ(hUntouched, kUntouched);
     EXPECT_EQ(HW_TUNER_GetLock(hSecond), HW_ERR_FAILED) << "still open";
     vset::powerCycle();
     EXPECT_EQ(tuner::slotCount(), 2u);
     EXPECT_FALSE(tuner::slot(1).bOpen);
+    EXPECT_EQ(HW_SYS_Init(nullptr), HW_OK);
     bringUp();
     EXPECT_NE(player(), hFirst) << "an earlier handle";
 }
 
 TEST_F(VsetTuner, ThePlayerGivesItsSlotAway) {
     bringUp();
-    HW_Handle_t hTuner = 0;
     const HW_Handle_t hOfBefore = player();
     tuner::release(0);
     EXPECT_EQ(HW_TUNER_GetLock(hOfBefore), HW_ERR_INVALID_HANDLE);
-    EXPECT_EQ(open(0, &hTuner), HW_OK);
-    EXPECT_EQ(HW_TUNER_GetLock(hTuner), HW_OK) << "the station is still there";
+    EXPECT_EQ(HW_TUNER_GetLock(handleOf(HW_TUNER_Open, {0, 1})), HW_OK) << "the station is still there";
     tuner::lock(0);
     EXPECT_FALSE(tuner::slot(0).bPlayer) << "the program has it";
 }
@@ -108,7 +90,6 @@ TEST_F(VsetTuner, ThePlayerGivesItsSlotAway) {
 TEST_F(VsetTuner, ReceivesWhatAHandLocks) {
     bringUp();
     const HW_Handle_t hFirst = player();
-    HW_Handle_t hSecond = 0;
     HW_S32 s32Ber = 77;
     EXPECT_EQ(HW_TUNER_GetLock(hFirst), HW_OK);
     EXPECT_EQ(HW_TUNER_GetBer(hFirst, &s32Ber), HW_OK);
@@ -120,7 +101,7 @@ TEST_F(VsetTuner, ReceivesWhatAHandLocks) {
     tuner::setBer(1, -5);
     EXPECT_TRUE(tuner::slot(0).bOpen) << "unlocked, not closed";
     EXPECT_TRUE(tuner::slot(1).bPlayer);
-    EXPECT_EQ(find(1, &hSecond), HW_OK);
+    const HW_Handle_t hSecond = handleOf(HW_TUNER_GetHandle, {1});
     EXPECT_EQ(HW_TUNER_GetLock(hFirst), HW_ERR_FAILED);
     EXPECT_EQ(HW_TUNER_GetBer(hFirst, &s32Ber), HW_ERR_FAILED);
     EXPECT_EQ(s32Ber, 0);
@@ -128,10 +109,12 @@ TEST_F(VsetTuner, ReceivesWhatAHandLocks) {
     EXPECT_EQ(HW_TUNER_GetBer(hSecond, &s32Ber), HW_OK);
     EXPECT_EQ(s32Ber, -5);
     EXPECT_EQ(tuner::slot(0).s32Ber, 12);
-    EXPECT_EQ(HW_TUNER_GetBer(hSecond, nullptr), HW_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(HW_TUNER_GetBer(0, &s32Ber), HW_ERR_INVALID_HANDLE);
-    EXPECT_EQ(HW_TUNER_GetLock(hSecond + 1), HW_ERR_INVALID_HANDLE);
     EXPECT_EQ(s32Ber, -5);
+    for (void (*pAction)(unsigned int) : {tuner::lock, tuner::unlock}) {
+        EXPECT_THROW(pAction(2), vset::SetError);
+    }
+    EXPECT_THROW(tuner::slot(2), vset::SetError);
+    EXPECT_THROW(tuner::setBer(2, 0), vset::SetError);
     vset::powerCycle();
     EXPECT_TRUE(tuner::slot(0).bLocked && !tuner::slot(1).bLocked);
     EXPECT_EQ(tuner::slot(0).s32Ber, 0);
@@ -139,9 +122,7 @@ TEST_F(VsetTuner, ReceivesWhatAHandLocks) {
 
 TEST_F(VsetTuner, SaysWhatItIs) {
     bringUp();
-    const HW_Handle_t hFirst = player();
-    HW_Handle_t hSecond = 0;
-    ASSERT_EQ(open(1, &hSecond), HW_OK);
+    const HW_Handle_t hFirst = player(), hSecond = handleOf(HW_TUNER_Open, {1, 1});
     const struct Row {
         const char* pszName;
         Get get;
@@ -176,11 +157,11 @@ TEST_F(VsetTuner, SaysWhatItIs) {
             EXPECT_THROW(stRow.pText(0, u32Number), vset::SetError) << u32Number;
             EXPECT_THROW(stRow.pSetText(0, u32Number, "x"), vset::SetError) << u32Number;
         }
-        EXPECT_EQ(stRow.get(0, stRow.numbers[0], nullptr, buffer.data()), HW_ERR_INVALID_HANDLE);
         EXPECT_EQ(stRow.get(hFirst, stRow.numbers[0], nullptr, nullptr), HW_ERR_INVALID_PARAMETER);
         EXPECT_EQ(stRow.get(hFirst, stRow.numbers[0], &hFirst, buffer.data()), HW_ERR_INVALID_PARAMETER) << "input";
         EXPECT_THAT(buffer, testing::Each('\xA5'));
     }
+    EXPECT_THROW(tuner::factoryText(2, 0), vset::SetError);
     vset::powerCycle();
     EXPECT_EQ(tuner::attributeText(0, 8), tuner::attributeText(1, 8));
     EXPECT_NE(tuner::attributeText(0, 8), strFull);
@@ -217,23 +198,7 @@ TEST_F(VsetTuner, IsInitialisedAnewInTwoSteps) {
     vset::powerCycle();
     EXPECT_EQ(tuner::slot(0).u64VifInits, 0u);
     vset::detach();
-    EXPECT_THROW(tuner::slot(0), vset::SetError);
-    setenv("VSET_DIR", "/dev/null/nowhere", 1);
     EXPECT_EQ(HW_TUNER_FactoryCmdApplyVif(hTuner, 1), 0u) << "without a set";
-    unsetenv("VSET_DIR");
-}
-
-TEST_F(VsetTuner, APersonAsksForWhatThereIs) {
-    for (void (*pAction)(unsigned int) : {tuner::lock, tuner::unlock, tuner::hold, tuner::release}) {
-        EXPECT_THROW(pAction(2), vset::SetError);
-    }
-    EXPECT_THROW(tuner::slot(2), vset::SetError);
-    EXPECT_THROW(tuner::setBer(2, 0), vset::SetError);
-    EXPECT_THROW(tuner::factoryText(2, 0), vset::SetError);
-    EXPECT_THROW(tuner::setSlotCount(9), vset::SetError);
-    vset::detach();
-    EXPECT_THROW(tuner::slotCount(), vset::SetError);
-    EXPECT_THROW(tuner::setSlotCount(1), vset::SetError);
 }
 
 }  // namespace

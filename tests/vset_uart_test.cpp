@@ -11,13 +11,12 @@
 #include <unistd.h>
 
 #include "hw3/hw_fs.h"
-#include "hw3/hw_sys.h"
 #include "hw3/hw_uart.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/middleware_calls.h"
 #include "support/process.h"
 #include "support/refusals.h"
-#include "support/set_fixture.h"
 #include "support/waiting.h"
 #include "vset/uart.h"
 
@@ -71,12 +70,7 @@ protected:
         ASSERT_EQ(HW_UART_Init(nullptr), HW_OK);
     }
 
-    static HW_Handle_t open(HW_U32 u32Port) {
-        const HW_UART_OpenParams_t stParams = {u32Port, 0, 4, {}};
-        HW_Handle_t hUart = 0;
-        EXPECT_EQ(HW_UART_Open(&stParams, &hUart), HW_OK);
-        return hUart;
-    }
+    static HW_Handle_t open(HW_U32 u32Port) { return test::handleOf(HW_UART_Open, {u32Port, 0, 4, {}}); }
 
     static void registerCallback(HW_Handle_t hUart) {
         HW_U32 u32Mask = 0;
@@ -116,29 +110,24 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
     const HW_UART_CallbackParams_t aBegins[] = {kNoMore, {take, 2, 0}, {take, 3, 0}, {take, 1, 1}};
     const HW_UART_CallbackParams_t aEnds[] = {kTake, {nullptr, 2, 0}, {nullptr, 3, 0}, {nullptr, 1, 1}};
     const HW_UART_WriteParams_t stNoData = {nullptr, 1, 0}, stEmpty = {test::u8("x"), 0, 0};
-    std::vector<test::Refusal> rows = {
-        {"no handle", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_RegisterCallback(hOpen + 1, &kTake, &u32Out); }},
+    const auto invalid = [](HW_Result_t result) { EXPECT_EQ(result, HW_ERR_INVALID_PARAMETER); };
+    test::expectRefusals({
         {"not registered", HW_ERR_FAILED, [&] { return HW_UART_UnRegisterCallback(hOpen, &kNoMore); }},
         {"baud 5", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_SetBaudrate(hOpen, 5); }},
         {"no data", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Write(hOpen, &stNoData, &u32Out); }},
-        {"handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_PutChar(0, 'x'); }},
-        {"write to handle 0", HW_ERR_INVALID_HANDLE, [&] { return HW_UART_Write(0, &stEmpty, &u32Out); }},
         {"nothing is written", HW_OK, [&] { return HW_UART_Write(hOpen, &stEmpty, nullptr); }},
-    };
-    for (const HW_UART_OpenParams_t& stParams : stBad) {
-        rows.push_back({"open", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_Open(&stParams, &hUart); }});
+    });
+    for (std::size_t i = 0; i < 4; ++i) {
+        SCOPED_TRACE(i);
+        invalid(HW_UART_Open(&stBad[i], &hUart));
+        invalid(HW_UART_RegisterCallback(hOpen, &aBegins[i], &u32Out));
+        invalid(HW_UART_UnRegisterCallback(hOpen, &aEnds[i]));
     }
-    for (const HW_UART_CallbackParams_t& stParams : aBegins) {
-        rows.push_back({"register", HW_ERR_INVALID_PARAMETER,
-                        [&] { return HW_UART_RegisterCallback(hOpen, &stParams, &u32Out); }});
-    }
-    for (const HW_UART_CallbackParams_t& stParams : aEnds) {
-        rows.push_back(
-            {"unregister", HW_ERR_INVALID_PARAMETER, [&] { return HW_UART_UnRegisterCallback(hOpen, &stParams); }});
-    }
-    test::expectRefusals(rows);
     EXPECT_EQ(hUart, kUntouched);
     EXPECT_EQ(u32Out, kUntouched);
+    EXPECT_THROW(vset::uart::type(5, "x"), vset::SetError);
+    EXPECT_THROW(vset::uart::port(5), vset::SetError);
+    EXPECT_THROW(vset::uart::hangUp(2), vset::SetError);
 }
 
 TEST_F(VsetUart, BytesWithoutACallbackWait) {
@@ -413,19 +402,10 @@ TEST_F(VsetUart, ATtyHangsUp) {
     EXPECT_EQ(test::openDescriptors(), before);
 }
 
-TEST_F(VsetUart, APersonIsToldWhatIsNotPossible) {
-    EXPECT_THROW(vset::uart::type(5, "x"), vset::SetError);
-    EXPECT_THROW(vset::uart::port(5), vset::SetError);
-    EXPECT_THROW(vset::uart::hangUp(2), vset::SetError);
-}
-
 TEST_F(VsetUart, ThePlayersReleaseEndsWhatIsRegisteredThere) {
     SKIP_UNDER_EMULATION();
     vset::uart::hold(1);
-    const HW_UART_HandleParams_t stPort = {1};
-    HW_Handle_t hPlayers = 0;
-    ASSERT_EQ(HW_UART_GetHandle(&stPort, &hPlayers), HW_OK);
-    registerCallback(hPlayers);
+    registerCallback(test::handleOf(HW_UART_GetHandle, {1}));
     vset::uart::release(1);
     EXPECT_FALSE(vset::uart::port(1).bCallback);
     registerCallback(open(1));

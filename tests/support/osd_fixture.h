@@ -7,8 +7,7 @@
 
 #include "hw3/hw_os.h"
 #include "hw3/hw_osd.h"
-#include "hw3/hw_sys.h"
-#include "support/set_fixture.h"
+#include "support/middleware_calls.h"
 #include "vset/osd.h"
 
 namespace test {
@@ -26,15 +25,10 @@ inline HW_OSD_SurfaceAttr_t surfaceOver(std::vector<HW_U32>& pixels, HW_U32 u32W
     return {u32Width, u32Height, u32Width * 4, 8, 0, 1, reinterpret_cast<HW_U64>(pixels.data()), 0};
 }
 
-class OsdTest : public MiddlewareTest {
+class OsdTest : public RunningTest {
 protected:
     static constexpr HW_U32 kIommuLength = 0x10000;
     static constexpr HW_U32 kAlignment = 64;  // of a new set's surfaces
-
-    void SetUp() override {
-        MiddlewareTest::SetUp();
-        ASSERT_EQ(HW_SYS_Init(nullptr), HW_OK);
-    }
 
     static HW_Handle_t layer(HW_S32 s32Layer) {
         HW_Handle_t hLayer = HW_HANDLE_NONE;

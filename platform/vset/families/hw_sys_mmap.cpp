@@ -2,6 +2,7 @@
 // Regions of the memory layout.
 #include "emulated_memory.h"
 #include "vset_call.h"
+#include "vset_folder.h"
 
 using vset::emulatedMemory;
 
@@ -35,13 +36,16 @@ HW_Result_t HW_SYS_FreeMmapLayout(HW_U32 u32MmapId) {
 }
 
 std::vector<vset::sys::MemoryArea> vset::sys::memoryMap() {
+    vset::requireSet();
     return emulatedMemory.map();
 }
 
 void vset::sys::resizeRegion(std::uint32_t u32MmapId, std::uint32_t u32Size) {
+    vset::requireSet();
     emulatedMemory.resizeRegion(u32MmapId, u32Size);
 }
 
 void vset::sys::setIommuMemory(std::uint64_t u64Size) {
+    vset::requireSet();
     emulatedMemory.setIommuMemory(u64Size);
 }

@@ -60,21 +60,37 @@ void adc(Call& call) {
 
 std::vector<ActionRow> keypadActions() {
     return {
-        ActionRow("key", "Press a key of the keypad and let it go.", {{"key", Kind::number, "the key, from the ladder's low end", 0, vset::sar::kKeys - 1}}, {}, [](Call& call) { vset::sar::press(call.number<unsigned int>(0)); }).inSession(),
-        ActionRow("key-code", "Press the key that has a code, and let it go.", {{"code", Kind::number, "the key's code", 0, 0xFF}}, {}, [](Call& call) { vset::sar::pressCode(call.number<unsigned char>(0)); }).inSession(),
-        ActionRow("keypad", "Show the keypad as the program has configured it.", {}, {{"keys", "a line each: number, threshold, code"},
-          {"open", "1 when it is configured"},
-          {"callback", "1 when somebody is registered for its keys"},
-          {"bounds", "both bounds"},
-          {"pressed", "how many keys have been pressed"},
-          {"dropped", "how many of them nobody was told of"},
-          {"refused", "how many the callback did not take"}}, keypad).inSession(),
-        ActionRow("voltage", "Put an ADC channel to a voltage.", {channel(), {"value", Kind::number, "what the converter reads", 0, 0xFF}}, {}, [](Call& call) { vset::sar::setVoltage(call.number<unsigned int>(0), call.number<unsigned char>(1)); }).inSession(),
-        ActionRow("adc", "Show an ADC channel.", {channel()}, {{"value", "what the converter reads"},
-          {"open", "1 when the library has opened it"},
-          {"player", "1 when the set's player has"},
-          {"mode", "as it was configured last"},
-          {"level", "the voltage level as it was set last"}}, adc).inSession(),
+        ActionRow("key", "Press a key of the keypad and let it go.",
+                  {{"key", Kind::number, "the key, from the ladder's low end", 0, vset::sar::kKeys - 1}}, {},
+                  [](Call& call) { vset::sar::press(call.number<unsigned int>(0)); })
+            .inSession(),
+        ActionRow("key-code", "Press the key that has a code, and let it go.",
+                  {{"code", Kind::number, "the key's code", 0, 0xFF}}, {},
+                  [](Call& call) { vset::sar::pressCode(call.number<unsigned char>(0)); })
+            .inSession(),
+        ActionRow("keypad", "Show the keypad as the program has configured it.", {},
+                  {{"keys", "a line each: number, threshold, code"},
+                   {"open", "1 when it is configured"},
+                   {"callback", "1 when somebody is registered for its keys"},
+                   {"bounds", "both bounds"},
+                   {"pressed", "how many keys have been pressed"},
+                   {"dropped", "how many of them nobody was told of"},
+                   {"refused", "how many the callback did not take"}},
+                  keypad)
+            .inSession(),
+        ActionRow(
+            "voltage", "Put an ADC channel to a voltage.",
+            {channel(), {"value", Kind::number, "what the converter reads", 0, 0xFF}}, {},
+            [](Call& call) { vset::sar::setVoltage(call.number<unsigned int>(0), call.number<unsigned char>(1)); })
+            .inSession(),
+        ActionRow("adc", "Show an ADC channel.", {channel()},
+                  {{"value", "what the converter reads"},
+                   {"open", "1 when the library has opened it"},
+                   {"player", "1 when the set's player has"},
+                   {"mode", "as it was configured last"},
+                   {"level", "the voltage level as it was set last"}},
+                  adc)
+            .inSession(),
     };
 }
 
@@ -99,18 +115,31 @@ void pad(Call& call) {
 std::vector<ActionRow> padActions() {
     const Argument state = {"state", Kind::flag, "on or off"};
     return {
-        ActionRow("pad", "Show a pad.", {padNumber()}, {{"level", "what a read gives"},
-          {"wired", "what the board drives"},
-          {"direction", "in, or out when the program drives it"},
-          {"inverted", "1 when the board inverts it"},
-          {"broken", "1 when its reads fail"},
-          {"open", "1 when it is open in the middleware"},
-          {"player", "1 when the set's player has opened it"},
-          {"reads", "how often it was read"}}, pad).inSession(),
-        ActionRow("drive", "Drive a pad from the board's side.", {padNumber(), {"level", Kind::number, "the level", 0, 1}}, {}, [](Call& call) { vset::gpio::drive(call.number<unsigned int>(0), call.number<unsigned char>(1)); }).inSession(),
-        ActionRow("play-pad", "Give the next reads of a pad these levels, one after the other; the last one stays.", {padNumber(), {"levels", Kind::bytes, "a byte each: hex:000100", 1, 65536}}, {}, [](Call& call) { vset::gpio::play(call.number<unsigned int>(0), call.bytes(1)); }).inSession(),
-        ActionRow("invert", "Have the board invert a pad, or no longer.", {padNumber(), state}, {}, [](Call& call) { vset::gpio::setInverted(call.number<unsigned int>(0), call.number(1) != 0); }).inSession(),
-        ActionRow("break-pad", "Make the reads of a pad fail, or work again.", {padNumber(), state}, {}, [](Call& call) { vset::gpio::setBroken(call.number<unsigned int>(0), call.number(1) != 0); }).inSession(),
+        ActionRow("pad", "Show a pad.", {padNumber()},
+                  {{"level", "what a read gives"},
+                   {"wired", "what the board drives"},
+                   {"direction", "in, or out when the program drives it"},
+                   {"inverted", "1 when the board inverts it"},
+                   {"broken", "1 when its reads fail"},
+                   {"open", "1 when it is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"},
+                   {"reads", "how often it was read"}},
+                  pad)
+            .inSession(),
+        ActionRow("drive", "Drive a pad from the board's side.",
+                  {padNumber(), {"level", Kind::number, "the level", 0, 1}}, {},
+                  [](Call& call) { vset::gpio::drive(call.number<unsigned int>(0), call.number<unsigned char>(1)); })
+            .inSession(),
+        ActionRow("play-pad", "Give the next reads of a pad these levels, one after the other; the last one stays.",
+                  {padNumber(), {"levels", Kind::bytes, "a byte each: hex:000100", 1, 65536}}, {},
+                  [](Call& call) { vset::gpio::play(call.number<unsigned int>(0), call.bytes(1)); })
+            .inSession(),
+        ActionRow("invert", "Have the board invert a pad, or no longer.", {padNumber(), state}, {},
+                  [](Call& call) { vset::gpio::setInverted(call.number<unsigned int>(0), call.number(1) != 0); })
+            .inSession(),
+        ActionRow("break-pad", "Make the reads of a pad fail, or work again.", {padNumber(), state}, {},
+                  [](Call& call) { vset::gpio::setBroken(call.number<unsigned int>(0), call.number(1) != 0); })
+            .inSession(),
     };
 }
 
@@ -208,31 +237,50 @@ void addDevice(Call& call) {
 std::vector<ActionRow> iicActions() {
     constexpr long long kLimit = vset::iic::kMemoryLimit;
     return {
-        ActionRow("iic", "Show what is on the I2C buses, and the last transfers.", {{"clear",
-           Kind::choice,
-           "whether the transfers are forgotten then",
-           0,
-           0,
-           {{"keep", 0}, {"clear", 1}},
-           "keep"}}, {{"devices", "a line each: bus, slave address, name, memory"},
-          {"table", "the board's table, a line each: device number, port, bus and slave address"},
-          {"transfers", "a line each, oldest first: direction, bus, slave address, [register], bytes"},
-          {"count", "how many transfers these are"},
-          {"debug", "the middleware's debug level"}}, iic).inSession(),
-        ActionRow("iic-memory", "Show what an I2C device holds.", {bus(), slave(), offset(), {"length", Kind::number, "how many bytes", 0, kLimit}}, {{"bytes", "what it holds", true}}, memory).inSession(),
-        ActionRow("iic-write", "Change what an I2C device holds, without a transfer.", {bus(), slave(), offset(), {"bytes", Kind::bytes, "what to write", 0, kLimit}}, {}, write).inSession(),
-        ActionRow("iic-device", "Put an I2C device on a bus, filled with 0xff.", {bus(),
-          slave(),
-          {"name", Kind::text, "its name"},
-          {"size", Kind::number, "bytes of memory", 1, kLimit, {}, "256"},
-          {"page", Kind::number, "bytes of a page, as of an EEPROM; 0: has none", 0, kLimit, {}, "0"}}, {}, addDevice).inSession(),
-        ActionRow("iic-remove", "Take an I2C device off its bus.", {bus(), slave()}, {}, [](Call& call) { vset::iic::removeDevice(call.number<unsigned int>(0), call.number<unsigned char>(1)); }).inSession(),
-        ActionRow("iic-entry", "Set an entry of the board's table of I2C devices.", {{"device", Kind::number, "the device's number", 0, kU32Max},
-          {"port", Kind::number, "its port", 0, kU32Max},
-          {"slave", Kind::number, "bus in the high byte, 8-bit slave address in the low one", 0, 0xFFFF}}, {}, [](Call& call) {
-             vset::iic::setTableEntry(
-                 {call.number<unsigned int>(0), call.number<unsigned int>(1), call.number<unsigned short>(2)});
-         }).inSession(),
+        ActionRow("iic", "Show what is on the I2C buses, and the last transfers.",
+                  {{"clear",
+                    Kind::choice,
+                    "whether the transfers are forgotten then",
+                    0,
+                    0,
+                    {{"keep", 0}, {"clear", 1}},
+                    "keep"}},
+                  {{"devices", "a line each: bus, slave address, name, memory"},
+                   {"table", "the board's table, a line each: device number, port, bus and slave address"},
+                   {"transfers", "a line each, oldest first: direction, bus, slave address, [register], bytes"},
+                   {"count", "how many transfers these are"},
+                   {"debug", "the middleware's debug level"}},
+                  iic)
+            .inSession(),
+        ActionRow("iic-memory", "Show what an I2C device holds.",
+                  {bus(), slave(), offset(), {"length", Kind::number, "how many bytes", 0, kLimit}},
+                  {{"bytes", "what it holds", true}}, memory)
+            .inSession(),
+        ActionRow("iic-write", "Change what an I2C device holds, without a transfer.",
+                  {bus(), slave(), offset(), {"bytes", Kind::bytes, "what to write", 0, kLimit}}, {}, write)
+            .inSession(),
+        ActionRow("iic-device", "Put an I2C device on a bus, filled with 0xff.",
+                  {bus(),
+                   slave(),
+                   {"name", Kind::text, "its name"},
+                   {"size", Kind::number, "bytes of memory", 1, kLimit, {}, "256"},
+                   {"page", Kind::number, "bytes of a page, as of an EEPROM; 0: has none", 0, kLimit, {}, "0"}},
+                  {}, addDevice)
+            .inSession(),
+        ActionRow(
+            "iic-remove", "Take an I2C device off its bus.", {bus(), slave()}, {},
+            [](Call& call) { vset::iic::removeDevice(call.number<unsigned int>(0), call.number<unsigned char>(1)); })
+            .inSession(),
+        ActionRow("iic-entry", "Set an entry of the board's table of I2C devices.",
+                  {{"device", Kind::number, "the device's number", 0, kU32Max},
+                   {"port", Kind::number, "its port", 0, kU32Max},
+                   {"slave", Kind::number, "bus in the high byte, 8-bit slave address in the low one", 0, 0xFFFF}},
+                  {},
+                  [](Call& call) {
+                      vset::iic::setTableEntry(
+                          {call.number<unsigned int>(0), call.number<unsigned int>(1), call.number<unsigned short>(2)});
+                  })
+            .inSession(),
     };
 }
 

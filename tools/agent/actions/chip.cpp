@@ -46,13 +46,22 @@ void awaitReboot(Call& call) {
 
 std::vector<ActionRow> watchdogActions() {
     return {
-        ActionRow("wdt", "Show the watchdog.", {}, {{"present", "1 when the set has one"},
-          {"seconds", "that it was given last; 0: it stands still"},
-          {"remaining", "milliseconds until it reboots the set"},
-          {"rebooted", "1 when it has rebooted the set and no program has acknowledged that"}}, watchdog),
-        ActionRow("wdt-present", "Take the watchdog out, or put it back.", {state()}, {}, [](Call& call) { vset::wdt::setPresent(call.number(0) != 0); }).inSession(),
-        ActionRow("wdt-rebooted", "Say whether the watchdog was the reason of the last reboot.", {state()}, {}, [](Call& call) { vset::wdt::setRebooted(call.number(0) != 0); }),
-        ActionRow("await-reboot", "Wait for the watchdog to reboot the set; like a power cycle, everything in memory is lost then.", {{"seconds", Kind::number, "how long at most", 1, 86400, {}, "10"}}, {}, awaitReboot).inSession().endingWorker(),
+        ActionRow("wdt", "Show the watchdog.", {},
+                  {{"present", "1 when the set has one"},
+                   {"seconds", "that it was given last; 0: it stands still"},
+                   {"remaining", "milliseconds until it reboots the set"},
+                   {"rebooted", "1 when it has rebooted the set and no program has acknowledged that"}},
+                  watchdog),
+        ActionRow("wdt-present", "Take the watchdog out, or put it back.", {state()}, {},
+                  [](Call& call) { vset::wdt::setPresent(call.number(0) != 0); })
+            .inSession(),
+        ActionRow("wdt-rebooted", "Say whether the watchdog was the reason of the last reboot.", {state()}, {},
+                  [](Call& call) { vset::wdt::setRebooted(call.number(0) != 0); }),
+        ActionRow("await-reboot",
+                  "Wait for the watchdog to reboot the set; like a power cycle, everything in memory is lost then.",
+                  {{"seconds", Kind::number, "how long at most", 1, 86400, {}, "10"}}, {}, awaitReboot)
+            .inSession()
+            .endingWorker(),
     };
 }
 
@@ -111,18 +120,31 @@ void registers(Call& call) {
 
 std::vector<ActionRow> chipRows() {
     return {
-        ActionRow("clock", "Show the real-time clock, or set it.", {valueOrKeep("seconds", "what it is set to")}, {{"seconds", "what it shows"}}, clock),
-        ActionRow("spread", "Show the clock spread of a memory interface unit.", {{"miu", Kind::number, "the unit", 0, vset::sys::kMius - 1}}, {{"on", "1 when it is on"},
-          {"freq", "its frequency in the chip's units"},
-          {"ratio", "its width in the chip's units"}}, spread).inSession(),
-        ActionRow("firmware", "Show what firmware has been flashed.", {}, {{"flashed", "a line each, oldest first: type, file of the set, size, checksum"},
-          {"count", "how often that was done"},
-          {"type", "type of the last one; -1: none"},
-          {"file", "file of the last one"}}, firmware).inSession(),
-        ActionRow("registers", "Show the registers that have been written since the set was switched on.", {}, {{"registers", "a line each: bank, offset, value"}}, registers).inSession(),
-        ActionRow("register", "Show a register of the chip, or write it.", {{"bank", Kind::number, "its bank", 0, kU32Max},
-          {"offset", Kind::number, "its offset in the bank", 0, kU32Max},
-          valueOrKeep("value", "what is written first")}, {{"value", "what it holds"}}, chipRegister).inSession(),
+        ActionRow("clock", "Show the real-time clock, or set it.", {valueOrKeep("seconds", "what it is set to")},
+                  {{"seconds", "what it shows"}}, clock),
+        ActionRow("spread", "Show the clock spread of a memory interface unit.",
+                  {{"miu", Kind::number, "the unit", 0, vset::sys::kMius - 1}},
+                  {{"on", "1 when it is on"},
+                   {"freq", "its frequency in the chip's units"},
+                   {"ratio", "its width in the chip's units"}},
+                  spread)
+            .inSession(),
+        ActionRow("firmware", "Show what firmware has been flashed.", {},
+                  {{"flashed", "a line each, oldest first: type, file of the set, size, checksum"},
+                   {"count", "how often that was done"},
+                   {"type", "type of the last one; -1: none"},
+                   {"file", "file of the last one"}},
+                  firmware)
+            .inSession(),
+        ActionRow("registers", "Show the registers that have been written since the set was switched on.", {},
+                  {{"registers", "a line each: bank, offset, value"}}, registers)
+            .inSession(),
+        ActionRow("register", "Show a register of the chip, or write it.",
+                  {{"bank", Kind::number, "its bank", 0, kU32Max},
+                   {"offset", Kind::number, "its offset in the bank", 0, kU32Max},
+                   valueOrKeep("value", "what is written first")},
+                  {{"value", "what it holds"}}, chipRegister)
+            .inSession(),
     };
 }
 
@@ -147,10 +169,20 @@ void memory(Call& call) {
 
 std::vector<ActionRow> memoryActions() {
     return {
-        ActionRow("memory", "Show the memory map.", {}, {{"areas", "a line each: name, number of the region, physical address, size"}}, memory).inSession(),
-        ActionRow("mmap-size", "Give a region of memory another size; what was in it is lost.", {{"region", Kind::number, "its number", 0, kU32Max},
-          {"bytes", Kind::number, "its size", 0, vset::sys::kRegionLimit}}, {}, [](Call& call) { vset::sys::resizeRegion(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1)); }).inSession(),
-        ActionRow("iommu", "Say how much memory the IOMMU has in all; what is allocated stays.", {{"bytes", Kind::number, "how much", 0, kU32Max}}, {}, [](Call& call) { vset::sys::setIommuMemory(call.number<std::uint64_t>(0)); }).inSession(),
+        ActionRow("memory", "Show the memory map.", {},
+                  {{"areas", "a line each: name, number of the region, physical address, size"}}, memory)
+            .inSession(),
+        ActionRow(
+            "mmap-size", "Give a region of memory another size; what was in it is lost.",
+            {{"region", Kind::number, "its number", 0, kU32Max},
+             {"bytes", Kind::number, "its size", 0, vset::sys::kRegionLimit}},
+            {},
+            [](Call& call) { vset::sys::resizeRegion(call.number<std::uint32_t>(0), call.number<std::uint32_t>(1)); })
+            .inSession(),
+        ActionRow("iommu", "Say how much memory the IOMMU has in all; what is allocated stays.",
+                  {{"bytes", Kind::number, "how much", 0, kU32Max}}, {},
+                  [](Call& call) { vset::sys::setIommuMemory(call.number<std::uint64_t>(0)); })
+            .inSession(),
     };
 }
 
@@ -211,15 +243,20 @@ void removeInterface(Call& call) {
 
 std::vector<ActionRow> netActions() {
     return {
-        ActionRow("net", "Show the network interfaces, and one of them in detail.", {interfaceName("eth0")}, {{"interfaces", "a line each: name, MAC address, dhcp or static, up or down"},
-          {"count", "how many there are"},
-          {"mac", "MAC address of the first one of that name"},
-          {"up", "1 when it is up"},
-          {"dhcp", "1 when it asks for its address"}}, network),
-        ActionRow("net-interface", "Add a network interface, or replace the first one of its name.", {interfaceName(),
-          {"mac", Kind::text, "its MAC address: 02:00:5E:00:53:01"},
-          {"state", Kind::choice, "whether it is up", 0, 0, {{"up", 1}, {"down", 0}}, "up"},
-          {"dhcp", Kind::choice, "whether it asks for its address", 0, 0, {{"dhcp", 1}, {"static", 0}}, "dhcp"}}, {}, setInterface),
+        ActionRow("net", "Show the network interfaces, and one of them in detail.", {interfaceName("eth0")},
+                  {{"interfaces", "a line each: name, MAC address, dhcp or static, up or down"},
+                   {"count", "how many there are"},
+                   {"mac", "MAC address of the first one of that name"},
+                   {"up", "1 when it is up"},
+                   {"dhcp", "1 when it asks for its address"}},
+                  network),
+        ActionRow(
+            "net-interface", "Add a network interface, or replace the first one of its name.",
+            {interfaceName(),
+             {"mac", Kind::text, "its MAC address: 02:00:5E:00:53:01"},
+             {"state", Kind::choice, "whether it is up", 0, 0, {{"up", 1}, {"down", 0}}, "up"},
+             {"dhcp", Kind::choice, "whether it asks for its address", 0, 0, {{"dhcp", 1}, {"static", 0}}, "dhcp"}},
+            {}, setInterface),
         ActionRow("net-remove", "Remove a network interface.", {interfaceName()}, {}, removeInterface),
     };
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a person sees of the set's display windows, display output and capture unit, and does to them.
-#include "protocol/color.h"
+#include "actions/action.h"
 #include "operations/input_words.h"
 #include "operations/panel_words.h"
-#include "actions/action.h"
+#include "protocol/color.h"
 #include "vset/cap.h"
 #include "vset/dispout.h"
 #include "vset/tuner.h"
@@ -58,34 +58,57 @@ void rectangle(Call& call) {
 
 std::vector<ActionRow> windowActions() {
     return {
-        ActionRow("window", "Show a display window.", {windowNumber()}, {{"window", "it in words"},
-          {"open", "1 when it is open in the middleware"},
-          {"player", "1 when the set's player has opened it"},
-          {"source", "what is connected"},
-          {"place", "its size and place"},
-          {"mute", "bits that mute it; 0: it is not muted"},
-          {"mute_color", "red/green/blue"},
-          {"pattern", "stage, parameter and color of the test pattern that is on"},
-          {"quality", "what was switched of the picture processing"},
-          {"pending", "1 when a setting has not been applied yet"}}, window).inSession(),
-        ActionRow("connect-video", "Connect a video path to a display window.", {windowNumber(),
-          {"width", Kind::number, "pixels of a line", 0, kU16Max},
-          {"height", Kind::number, "lines", 0, kU16Max},
-          {"rate", Kind::number, "frames in 1000 s", 0, kU32Max},
-          {"scan", Kind::choice, "how it is scanned", 0, 0, {{"progressive", 0}, {"interlaced", 1}}, "progressive"}}, {}, connectVideo).inSession(),
-        ActionRow("disconnect-video", "Take the video path of a display window away.", {windowNumber()}, {}, [](Call& call) { vset::disp::disconnectVideo(call.number<unsigned int>(0)); }).inSession(),
-        ActionRow("connect-input", "Connect an external input to a display window.", {windowNumber(), inputType(), inputIndex()}, {}, [](Call& call) {
-             vset::disp::connectInput(call.number<unsigned int>(0),
-                                      {call.number<std::uint32_t>(1), call.number<std::uint32_t>(2)});
-         }).inSession(),
-        ActionRow("disconnect-input", "Take the external input of a display window away.", {windowNumber()}, {}, [](Call& call) { vset::disp::disconnectInput(call.number<unsigned int>(0)); }).inSession(),
-        ActionRow("modules", "Say how many modules of each connected kind a display window reports.", {windowNumber(), {"count", Kind::number, "how many", 1, 64}}, {}, [](Call& call) { vset::disp::setModuleCount(call.number<unsigned int>(0), call.number<unsigned int>(1)); }).inSession(),
-        ActionRow("rectangle", "Move a display window on the panel, for programs that ask where it is.", {windowNumber(),
-          {"x", Kind::number, "left edge in pixels", 0, kU16Max},
-          {"y", Kind::number, "upper edge", 0, kU16Max},
-          {"width", Kind::number, "its width", 0, kU16Max},
-          {"height", Kind::number, "its height", 0, kU16Max}}, {}, rectangle).inSession(),
-        ActionRow("freeze-video", "Stop the moving video at a frame, or let it move.", {{"frame", Kind::choice, "the frame", 0, kU32Max, {{"off", kMoving}}}}, {}, freezeVideo).inSession(),
+        ActionRow("window", "Show a display window.", {windowNumber()},
+                  {{"window", "it in words"},
+                   {"open", "1 when it is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"},
+                   {"source", "what is connected"},
+                   {"place", "its size and place"},
+                   {"mute", "bits that mute it; 0: it is not muted"},
+                   {"mute_color", "red/green/blue"},
+                   {"pattern", "stage, parameter and color of the test pattern that is on"},
+                   {"quality", "what was switched of the picture processing"},
+                   {"pending", "1 when a setting has not been applied yet"}},
+                  window)
+            .inSession(),
+        ActionRow(
+            "connect-video", "Connect a video path to a display window.",
+            {windowNumber(),
+             {"width", Kind::number, "pixels of a line", 0, kU16Max},
+             {"height", Kind::number, "lines", 0, kU16Max},
+             {"rate", Kind::number, "frames in 1000 s", 0, kU32Max},
+             {"scan", Kind::choice, "how it is scanned", 0, 0, {{"progressive", 0}, {"interlaced", 1}}, "progressive"}},
+            {}, connectVideo)
+            .inSession(),
+        ActionRow("disconnect-video", "Take the video path of a display window away.", {windowNumber()}, {},
+                  [](Call& call) { vset::disp::disconnectVideo(call.number<unsigned int>(0)); })
+            .inSession(),
+        ActionRow("connect-input", "Connect an external input to a display window.",
+                  {windowNumber(), inputType(), inputIndex()}, {},
+                  [](Call& call) {
+                      vset::disp::connectInput(call.number<unsigned int>(0),
+                                               {call.number<std::uint32_t>(1), call.number<std::uint32_t>(2)});
+                  })
+            .inSession(),
+        ActionRow("disconnect-input", "Take the external input of a display window away.", {windowNumber()}, {},
+                  [](Call& call) { vset::disp::disconnectInput(call.number<unsigned int>(0)); })
+            .inSession(),
+        ActionRow(
+            "modules", "Say how many modules of each connected kind a display window reports.",
+            {windowNumber(), {"count", Kind::number, "how many", 1, 64}}, {},
+            [](Call& call) { vset::disp::setModuleCount(call.number<unsigned int>(0), call.number<unsigned int>(1)); })
+            .inSession(),
+        ActionRow("rectangle", "Move a display window on the panel, for programs that ask where it is.",
+                  {windowNumber(),
+                   {"x", Kind::number, "left edge in pixels", 0, kU16Max},
+                   {"y", Kind::number, "upper edge", 0, kU16Max},
+                   {"width", Kind::number, "its width", 0, kU16Max},
+                   {"height", Kind::number, "its height", 0, kU16Max}},
+                  {}, rectangle)
+            .inSession(),
+        ActionRow("freeze-video", "Stop the moving video at a frame, or let it move.",
+                  {{"frame", Kind::choice, "the frame", 0, kU32Max, {{"off", kMoving}}}}, {}, freezeVideo)
+            .inSession(),
     };
 }
 
@@ -111,14 +134,21 @@ void capture(Call& call) {
 
 std::vector<ActionRow> unitActions() {
     return {
-        ActionRow("output", "Show the display output.", {}, {{"open", "1 when it is open in the middleware"}, {"player", "1 when the set's player has opened it"}}, output).inSession(),
-        ActionRow("capture", "Show the capture unit.", {}, {{"open", "1 when it is open in the middleware"},
-          {"player", "1 when the set's player has opened it"},
-          {"window", "the display window that is connected; -1: none"},
-          {"captures", "how many pictures have been captured"},
-          {"graphics", "1 when the last one has the graphics on it"},
-          {"width", "of the last picture"},
-          {"height", "of the last picture"}}, capture).inSession(),
+        ActionRow(
+            "output", "Show the display output.", {},
+            {{"open", "1 when it is open in the middleware"}, {"player", "1 when the set's player has opened it"}},
+            output)
+            .inSession(),
+        ActionRow("capture", "Show the capture unit.", {},
+                  {{"open", "1 when it is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"},
+                   {"window", "the display window that is connected; -1: none"},
+                   {"captures", "how many pictures have been captured"},
+                   {"graphics", "1 when the last one has the graphics on it"},
+                   {"width", "of the last picture"},
+                   {"height", "of the last picture"}},
+                  capture)
+            .inSession(),
     };
 }
 

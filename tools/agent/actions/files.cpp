@@ -19,7 +19,7 @@ void get(Call& call) {
 }
 
 // The presence of a file as a switch.
-void switchFile(Call& call, const char* path) {
+void switchFile(const Call& call, const char* path) {
     if (call.number(0) != 0) {
         writeSetFile(path, {});
     } else {

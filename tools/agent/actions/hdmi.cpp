@@ -2,8 +2,8 @@
 // What a person does to the set's HDMI ports, CEC, PWM channels and factory daemon, and sees of them.
 #include <iterator>
 
-#include "hw3/hw_pwm.h"
 #include "actions/action.h"
+#include "hw3/hw_pwm.h"
 #include "vset/cec.h"
 #include "vset/extin.h"
 #include "vset/factory_daemon.h"
@@ -72,35 +72,55 @@ void pwm(Call& call) {
 
 std::vector<ActionRow> linkActions() {
     return {
-        ActionRow("hdmi", "Show an HDMI port, and what a source reads from it.", {port(), version(kCurrent, {{"current", kCurrent}}, "current")}, {{"version", "which EDID a source reads"},
-          {"hotplug", "level of the hot-plug line"},
-          {"hotplugs", "how often the program has set it"},
-          {"open", "1 when the port is open in the middleware"},
-          {"player", "1 when the set's player has opened it"},
-          {"edid", "the EDID of that version", true}}, hdmi),
-        ActionRow("edid", "Replace one of an HDMI port's EDIDs.", {port(),
-          version(0, {}, std::nullopt),
-          {"edid", Kind::bytes, "the EDID: file:PATH", 0, static_cast<long long>(vset::extin::kEdidLimit)}}, {}, setEdid),
-        ActionRow("cec", "Show CEC and eARC.", {}, {{"enabled", "1 when CEC is on"},
-          {"earc", "the eARC status"},
-          {"open", "1 when CEC is open in the middleware"},
-          {"player", "1 when the set's player has opened it"}}, cec).inSession(),
-        ActionRow("cec-switch", "Switch CEC on or off, as the set's menu does.", {{"state", Kind::flag, "on or off"}}, {}, [](Call& call) { vset::cec::setEnabled(call.number(0) != 0); }).inSession(),
-        ActionRow("earc", "Put eARC to a status, as the audio system at the other end does.", {{"earc", Kind::number, "the status", kI32Min, kI32Max}}, {}, [](Call& call) { vset::cec::setEarcStatus(call.number<int>(0)); }).inSession(),
-        ActionRow("pwm", "Show a PWM channel.", {channel()}, {{"value0", "value of attribute 0"},
-          {"value1", "value of attribute 1"},
-          {"value8", "value of attribute 8, which is the library's 2"}}, pwm).inSession(),
-        ActionRow("pwm-write", "Set one of a PWM channel's values.", {channel(),
-          {"attribute",
-           Kind::choice,
-           "the middleware's attribute",
-           0,
-           0,
-           {{"0", E_HW_PWM_ATTR_0}, {"1", E_HW_PWM_ATTR_1}, {"8", E_HW_PWM_ATTR_8}}},
-          {"value", Kind::number, "the value", 0, kU32Max}}, {}, [](Call& call) {
-             vset::pwm::setValue(call.number<unsigned int>(0), call.number<unsigned int>(1),
-                                 call.number<unsigned int>(2));
-         }).inSession(),
+        ActionRow("hdmi", "Show an HDMI port, and what a source reads from it.",
+                  {port(), version(kCurrent, {{"current", kCurrent}}, "current")},
+                  {{"version", "which EDID a source reads"},
+                   {"hotplug", "level of the hot-plug line"},
+                   {"hotplugs", "how often the program has set it"},
+                   {"open", "1 when the port is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"},
+                   {"edid", "the EDID of that version", true}},
+                  hdmi),
+        ActionRow("edid", "Replace one of an HDMI port's EDIDs.",
+                  {port(),
+                   version(0, {}, std::nullopt),
+                   {"edid", Kind::bytes, "the EDID: file:PATH", 0, static_cast<long long>(vset::extin::kEdidLimit)}},
+                  {}, setEdid),
+        ActionRow("cec", "Show CEC and eARC.", {},
+                  {{"enabled", "1 when CEC is on"},
+                   {"earc", "the eARC status"},
+                   {"open", "1 when CEC is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"}},
+                  cec)
+            .inSession(),
+        ActionRow("cec-switch", "Switch CEC on or off, as the set's menu does.", {{"state", Kind::flag, "on or off"}},
+                  {}, [](Call& call) { vset::cec::setEnabled(call.number(0) != 0); })
+            .inSession(),
+        ActionRow("earc", "Put eARC to a status, as the audio system at the other end does.",
+                  {{"earc", Kind::number, "the status", kI32Min, kI32Max}}, {},
+                  [](Call& call) { vset::cec::setEarcStatus(call.number<int>(0)); })
+            .inSession(),
+        ActionRow("pwm", "Show a PWM channel.", {channel()},
+                  {{"value0", "value of attribute 0"},
+                   {"value1", "value of attribute 1"},
+                   {"value8", "value of attribute 8, which is the library's 2"}},
+                  pwm)
+            .inSession(),
+        ActionRow("pwm-write", "Set one of a PWM channel's values.",
+                  {channel(),
+                   {"attribute",
+                    Kind::choice,
+                    "the middleware's attribute",
+                    0,
+                    0,
+                    {{"0", E_HW_PWM_ATTR_0}, {"1", E_HW_PWM_ATTR_1}, {"8", E_HW_PWM_ATTR_8}}},
+                   {"value", Kind::number, "the value", 0, kU32Max}},
+                  {},
+                  [](Call& call) {
+                      vset::pwm::setValue(call.number<unsigned int>(0), call.number<unsigned int>(1),
+                                          call.number<unsigned int>(2));
+                  })
+            .inSession(),
     };
 }
 
@@ -144,20 +164,28 @@ std::vector<ActionRow> daemonActions() {
         return Choice{name, static_cast<long long>(behaviour)};
     };
     return {
-        ActionRow("daemon", "Start the factory daemon, tell it how to behave, or stop it.", {{"behaviour",
-           Kind::choice,
-           "answer with the status, stutter (its first byte, then hang up), keep silence, hang up after the command or "
-           "before it, or be off",
-           0,
-           0,
-           {choice("answer", Behaviour::answer), choice("stutter", Behaviour::stutter),
-            choice("silence", Behaviour::silence), choice("hang-up", Behaviour::hangUp),
-            choice("hang-up-early", Behaviour::hangUpEarly), Choice{"off", kOff}}},
-          {"result", Kind::number, "the status that it answers", kI32Min, kI32Max, {}, "0"}}, {}, daemon).inSession(),
-        ActionRow("daemon-commands", "Show what the factory daemon has been sent.", {{"clear", Kind::choice, "whether it is forgotten then", 0, 0, {{"keep", 0}, {"clear", 1}}, "keep"}}, {{"commands", "a line each: the daemon's number, parameters, size of the record"},
-          {"count", "how many there are"},
-          {"last", "all bytes of the last one", true},
-          {"running", "1 when the daemon is running"}}, daemonCommands).inSession(),
+        ActionRow("daemon", "Start the factory daemon, tell it how to behave, or stop it.",
+                  {{"behaviour",
+                    Kind::choice,
+                    "answer with the status, stutter (its first byte, then hang up), keep silence, hang up after the "
+                    "command or "
+                    "before it, or be off",
+                    0,
+                    0,
+                    {choice("answer", Behaviour::answer), choice("stutter", Behaviour::stutter),
+                     choice("silence", Behaviour::silence), choice("hang-up", Behaviour::hangUp),
+                     choice("hang-up-early", Behaviour::hangUpEarly), Choice{"off", kOff}}},
+                   {"result", Kind::number, "the status that it answers", kI32Min, kI32Max, {}, "0"}},
+                  {}, daemon)
+            .inSession(),
+        ActionRow("daemon-commands", "Show what the factory daemon has been sent.",
+                  {{"clear", Kind::choice, "whether it is forgotten then", 0, 0, {{"keep", 0}, {"clear", 1}}, "keep"}},
+                  {{"commands", "a line each: the daemon's number, parameters, size of the record"},
+                   {"count", "how many there are"},
+                   {"last", "all bytes of the last one", true},
+                   {"running", "1 when the daemon is running"}},
+                  daemonCommands)
+            .inSession(),
     };
 }
 

@@ -44,10 +44,16 @@ void partitions(Call& call) {
 std::vector<ActionRow> identityActions() {
     constexpr long long kPartitionLimit = 1ll << 32;
     return {
-        ActionRow("customer-hash", "Show the set's customer hash, or change it.", {{"hash", Kind::bytes, "16 bytes, like hex:00112233445566778899aabbccddeeff", 0, 16, {}, "text:"}}, {{"hash", "its bytes"}}, customerHash),
-        ActionRow("data-index", "Show the path of the set's data-index file, or change it.", {{"path", Kind::text, "a path of the set", 0, 127, {}, ""}}, {{"path", "the path"}}, dataIndex),
-        ActionRow("partitions", "Show the partitions of the eMMC.", {}, {{"partitions", "a line each: name, size"}}, partitions),
-        ActionRow("partition", "Make a partition of the eMMC, or give it another size; what fits of its content stays.", {{"name", Kind::text, "its name"}, {"bytes", Kind::number, "its size", 1, kPartitionLimit}}, {}, [](Call& call) { vset::flash::setPartition(call.text(0), call.number<std::uint64_t>(1)); }),
+        ActionRow("customer-hash", "Show the set's customer hash, or change it.",
+                  {{"hash", Kind::bytes, "16 bytes, like hex:00112233445566778899aabbccddeeff", 0, 16, {}, "text:"}},
+                  {{"hash", "its bytes"}}, customerHash),
+        ActionRow("data-index", "Show the path of the set's data-index file, or change it.",
+                  {{"path", Kind::text, "a path of the set", 0, 127, {}, ""}}, {{"path", "the path"}}, dataIndex),
+        ActionRow("partitions", "Show the partitions of the eMMC.", {}, {{"partitions", "a line each: name, size"}},
+                  partitions),
+        ActionRow("partition", "Make a partition of the eMMC, or give it another size; what fits of its content stays.",
+                  {{"name", Kind::text, "its name"}, {"bytes", Kind::number, "its size", 1, kPartitionLimit}}, {},
+                  [](Call& call) { vset::flash::setPartition(call.text(0), call.number<std::uint64_t>(1)); }),
     };
 }
 

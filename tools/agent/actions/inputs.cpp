@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "operations/input_words.h"
 #include "actions/action.h"
+#include "operations/input_words.h"
 #include "vset/tuner.h"
 
 namespace tool {
@@ -89,38 +89,53 @@ void calibration(Call& call) {
 std::vector<ActionRow> plugActions() {
     const std::vector<Choice> systems = {{"none", E_HW_EXTIN_TV_SYSTEM_NONE}};
     return {
-        ActionRow("plug", "Plug a source into an external input.", {inputType(),
-          inputIndex(),
-          word("width", "pixels of a line", "1920"),
-          word("height", "lines", "1080"),
-          word("rate", "frames in 1000 s", "60000"),
-          {"scan", Kind::choice, "how it is scanned", 0, 0, {{"progressive", 0}, {"interlaced", 1}}, "progressive"},
-          {"signal",
-           Kind::choice,
-           "what the set makes of it",
-           0,
-           kU32Max,
-           {{"none", E_HW_EXTIN_SIGNAL_NONE},
-            {"locked", E_HW_EXTIN_SIGNAL_LOCKED},
-            {"unknown", E_HW_EXTIN_SIGNAL_UNKNOWN}},
-           "locked"},
-          {"system", Kind::choice, "the television system, 0 to 9", 0, kU32Max, systems, "none"}}, {}, plug).inSession(),
-        ActionRow("unplug", "Take the source of an external input away.", {inputType(), inputIndex()}, {}, [](Call& call) { vset::extin::unplug(placeOf(call).type, placeOf(call).index); }).inSession(),
-        ActionRow("input", "Show an external input.", {inputType(), inputIndex("0")}, {{"open", "1 when it is open in the middleware"},
-          {"player", "1 when the set's player has opened it"},
-          {"handle", "its handle; 0: it is not open"},
-          {"plugged", "what is plugged in"}}, input).inSession(),
-        ActionRow("needed", "Say what the converter must be set to for the source that is plugged in.", {inputType(), inputIndex(), word("red_gain", "in the chip's units"), word("green_gain", "the same"),
-          word("blue_gain", "the same"), word("red_offset", "the same"), word("green_offset", "the same"),
-          word("blue_offset", "the same")}, {}, needed).inSession(),
-        ActionRow("calibration", "Show what the converter of an analogue input is set to.", {analogInputType(), inputIndex("0")}, {{"calibration", "it in words"},
-          {"red_gain", "in the chip's units"},
-          {"green_gain", "the same"},
-          {"blue_gain", "the same"},
-          {"red_offset", "the same"},
-          {"green_offset", "the same"},
-          {"blue_offset", "the same"},
-          {"automatic", "how often automatic calibration has succeeded since the set was switched on"}}, calibration),
+        ActionRow(
+            "plug", "Plug a source into an external input.",
+            {inputType(),
+             inputIndex(),
+             word("width", "pixels of a line", "1920"),
+             word("height", "lines", "1080"),
+             word("rate", "frames in 1000 s", "60000"),
+             {"scan", Kind::choice, "how it is scanned", 0, 0, {{"progressive", 0}, {"interlaced", 1}}, "progressive"},
+             {"signal",
+              Kind::choice,
+              "what the set makes of it",
+              0,
+              kU32Max,
+              {{"none", E_HW_EXTIN_SIGNAL_NONE},
+               {"locked", E_HW_EXTIN_SIGNAL_LOCKED},
+               {"unknown", E_HW_EXTIN_SIGNAL_UNKNOWN}},
+              "locked"},
+             {"system", Kind::choice, "the television system, 0 to 9", 0, kU32Max, systems, "none"}},
+            {}, plug)
+            .inSession(),
+        ActionRow("unplug", "Take the source of an external input away.", {inputType(), inputIndex()}, {},
+                  [](Call& call) { vset::extin::unplug(placeOf(call).type, placeOf(call).index); })
+            .inSession(),
+        ActionRow("input", "Show an external input.", {inputType(), inputIndex("0")},
+                  {{"open", "1 when it is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"},
+                   {"handle", "its handle; 0: it is not open"},
+                   {"plugged", "what is plugged in"}},
+                  input)
+            .inSession(),
+        ActionRow("needed", "Say what the converter must be set to for the source that is plugged in.",
+                  {inputType(), inputIndex(), word("red_gain", "in the chip's units"), word("green_gain", "the same"),
+                   word("blue_gain", "the same"), word("red_offset", "the same"), word("green_offset", "the same"),
+                   word("blue_offset", "the same")},
+                  {}, needed)
+            .inSession(),
+        ActionRow("calibration", "Show what the converter of an analogue input is set to.",
+                  {analogInputType(), inputIndex("0")},
+                  {{"calibration", "it in words"},
+                   {"red_gain", "in the chip's units"},
+                   {"green_gain", "the same"},
+                   {"blue_gain", "the same"},
+                   {"red_offset", "the same"},
+                   {"green_offset", "the same"},
+                   {"blue_offset", "the same"},
+                   {"automatic", "how often automatic calibration has succeeded since the set was switched on"}},
+                  calibration),
     };
 }
 
@@ -198,14 +213,27 @@ std::vector<ActionRow> receptionActions() {
     }
     return {
         ActionRow("tuner", "Show a tuner.", {slotNumber("0")}, tunerOutputs(), tuner).inSession(),
-        ActionRow("lock-tuner", "Let a tuner receive a station; the set's player opens it unless somebody has it open.", {slotNumber()}, {}, [](Call& call) { vset::tuner::lock(call.number<unsigned int>(0)); }).inSession(),
-        ActionRow("unlock-tuner", "Take the station of a tuner away.", {slotNumber()}, {}, [](Call& call) { vset::tuner::unlock(call.number<unsigned int>(0)); }).inSession(),
-        ActionRow("ber", "Set the bit error rate of a tuner.", {slotNumber(), {"value", Kind::number, "the rate", kI32Min, kI32Max}}, {}, [](Call& call) { vset::tuner::setBer(call.number<unsigned int>(0), call.number<std::int32_t>(1)); }).inSession(),
-        ActionRow("tuner-text", "Change what a tuner says of itself.", {slotNumber(),
-          {"which", Kind::choice, "the text", 0, 0, texts},
-          {"text", Kind::text, "what it says", 0, static_cast<long long>(vset::tuner::kTextLimit)}}, {}, tunerText).inSession(),
-        ActionRow("decoder", "Show a factory parameter of the video decoder, or set it.", {{"parameter", Kind::number, "its number", 1, E_HW_EXTIN_FACTORY_LAST},
-          {"value", Kind::choice, "what is set first", 0, kU32Max, {{"keep", kKeep}}, "keep"}}, {{"value", "what it holds"}}, decoder).inSession(),
+        ActionRow("lock-tuner", "Let a tuner receive a station; the set's player opens it unless somebody has it open.",
+                  {slotNumber()}, {}, [](Call& call) { vset::tuner::lock(call.number<unsigned int>(0)); })
+            .inSession(),
+        ActionRow("unlock-tuner", "Take the station of a tuner away.", {slotNumber()}, {},
+                  [](Call& call) { vset::tuner::unlock(call.number<unsigned int>(0)); })
+            .inSession(),
+        ActionRow("ber", "Set the bit error rate of a tuner.",
+                  {slotNumber(), {"value", Kind::number, "the rate", kI32Min, kI32Max}}, {},
+                  [](Call& call) { vset::tuner::setBer(call.number<unsigned int>(0), call.number<std::int32_t>(1)); })
+            .inSession(),
+        ActionRow("tuner-text", "Change what a tuner says of itself.",
+                  {slotNumber(),
+                   {"which", Kind::choice, "the text", 0, 0, texts},
+                   {"text", Kind::text, "what it says", 0, static_cast<long long>(vset::tuner::kTextLimit)}},
+                  {}, tunerText)
+            .inSession(),
+        ActionRow("decoder", "Show a factory parameter of the video decoder, or set it.",
+                  {{"parameter", Kind::number, "its number", 1, E_HW_EXTIN_FACTORY_LAST},
+                   {"value", Kind::choice, "what is set first", 0, kU32Max, {{"keep", kKeep}}, "keep"}},
+                  {{"value", "what it holds"}}, decoder)
+            .inSession(),
     };
 }
 

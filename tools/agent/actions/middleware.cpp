@@ -5,8 +5,8 @@
 #include <map>
 #include <thread>
 
-#include "actions/middleware_words.h"
 #include "actions/action.h"
+#include "actions/middleware_words.h"
 #include "vset/journal.h"
 
 namespace tool {
@@ -140,18 +140,35 @@ void handles(Call& call) {
 
 std::vector<ActionRow> middlewareActions() {
     return {
-        ActionRow("fault", "Make a middleware function or \"allocation\" fail.", {{"call", Kind::function, "the function's name"},
-          {"result", Kind::choice, "what it answers; a number for the functions on files", -0x80000000ll, 0xFFFFFFFFll,
-           failureCodes(), "failed"},
-          {"from", Kind::number, "the first call to fail, counted from now", 1, 0xFFFFFFFFll, {}, "1"},
-          {"times", Kind::number, "how many calls fail; 0: all from then on", 0, 0xFFFFFFFFll, {}, "1"}}, {}, fault).inSession().checkedBy(checkFault),
+        ActionRow("fault", "Make a middleware function or \"allocation\" fail.",
+                  {{"call", Kind::function, "the function's name"},
+                   {"result", Kind::choice, "what it answers; a number for the functions on files", -0x80000000ll,
+                    0xFFFFFFFFll, failureCodes(), "failed"},
+                   {"from", Kind::number, "the first call to fail, counted from now", 1, 0xFFFFFFFFll, {}, "1"},
+                   {"times", Kind::number, "how many calls fail; 0: all from then on", 0, 0xFFFFFFFFll, {}, "1"}},
+                  {}, fault)
+            .inSession()
+            .checkedBy(checkFault),
         ActionRow("clear-faults", "Take all faults back.", {}, {}, [](Call&) { vset::clearFaults(); }).inSession(),
-        ActionRow("journal", "Show the last calls of the middleware.", {{"count", Kind::number, "how many", 1, 65536, {}, "20"}}, {{"calls",
-           "a line each, in the order of their ends: number, thread, call with arguments, result and outputs; "
-           "\"begin\" "
-           "where others ended within one"}}, journal).inSession(),
-        ActionRow("refusals", "Show the last calls that the chip refused.", {{"count", Kind::number, "how many", 1, 4096, {}, "20"}}, {{"refused", "a line each, oldest first: number, call, result"}, {"count", "how many there were in all"}}, refusals).inSession(),
-        ActionRow("handles", "Show what is open in the middleware.", {}, {{"handles", "of the library, a line each: family, what is open, handle"}, {"player", "of the set's player"}}, handles).inSession(),
+        ActionRow("journal", "Show the last calls of the middleware.",
+                  {{"count", Kind::number, "how many", 1, 65536, {}, "20"}},
+                  {{"calls",
+                    "a line each, in the order of their ends: number, thread, call with arguments, result and outputs; "
+                    "\"begin\" "
+                    "where others ended within one"}},
+                  journal)
+            .inSession(),
+        ActionRow(
+            "refusals", "Show the last calls that the chip refused.",
+            {{"count", Kind::number, "how many", 1, 4096, {}, "20"}},
+            {{"refused", "a line each, oldest first: number, call, result"}, {"count", "how many there were in all"}},
+            refusals)
+            .inSession(),
+        ActionRow("handles", "Show what is open in the middleware.", {},
+                  {{"handles", "of the library, a line each: family, what is open, handle"},
+                   {"player", "of the set's player"}},
+                  handles)
+            .inSession(),
     };
 }
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "actions/action.h"
 #include "hw3/hw_dispout.h"
 #include "operations/picture_words.h"
-#include "actions/action.h"
 #include "vset/dispout.h"
 #include "vset/dval.h"
 
@@ -60,16 +60,27 @@ Argument limit(const char* name, const char* help) {
 
 std::vector<ActionRow> settingActions() {
     return {
-        ActionRow("picture-settings", "Show what a display window was told about its picture.", {windowNumber("hd0")}, {{"settings", "all that was sent"},
-          {"curves", "first, middle and last entry of the gamma curves"},
-          {"piece", "the piece of the input that is shown"}}, settings).inSession(),
-        ActionRow("gamma", "Show the gamma curves that were sent to a display window.", {windowNumber("hd0")}, {{"red", "its 256 entries with commas"}, {"green", "the same"}, {"blue", "the same"}}, gamma).inSession(),
-        ActionRow("pq-version", "Change the version of a part of a window's picture-quality data.", {windowNumber(),
-          {"part", Kind::number, "which part", 0, vset::disp::kPqTypes - 1},
-          {"text", Kind::text, "the version", 0, kLongestText}}, {}, qualityVersion).inSession(),
-        ActionRow("pq-range", "Change the range of a window's picture-quality values.", {windowNumber(), limit("hue_min", "of hue"), limit("hue_max", "of hue"),
-          limit("saturation_min", "of saturation"), limit("saturation_max", "of saturation"),
-          limit("luma_min", "of luma"), limit("luma_max", "of luma")}, {}, qualityRange).inSession(),
+        ActionRow("picture-settings", "Show what a display window was told about its picture.", {windowNumber("hd0")},
+                  {{"settings", "all that was sent"},
+                   {"curves", "first, middle and last entry of the gamma curves"},
+                   {"piece", "the piece of the input that is shown"}},
+                  settings)
+            .inSession(),
+        ActionRow("gamma", "Show the gamma curves that were sent to a display window.", {windowNumber("hd0")},
+                  {{"red", "its 256 entries with commas"}, {"green", "the same"}, {"blue", "the same"}}, gamma)
+            .inSession(),
+        ActionRow("pq-version", "Change the version of a part of a window's picture-quality data.",
+                  {windowNumber(),
+                   {"part", Kind::number, "which part", 0, vset::disp::kPqTypes - 1},
+                   {"text", Kind::text, "the version", 0, kLongestText}},
+                  {}, qualityVersion)
+            .inSession(),
+        ActionRow("pq-range", "Change the range of a window's picture-quality values.",
+                  {windowNumber(), limit("hue_min", "of hue"), limit("hue_max", "of hue"),
+                   limit("saturation_min", "of saturation"), limit("saturation_max", "of saturation"),
+                   limit("luma_min", "of luma"), limit("luma_max", "of luma")},
+                  {}, qualityRange)
+            .inSession(),
     };
 }
 
@@ -102,14 +113,28 @@ void drivers(Call& call) {
 
 std::vector<ActionRow> unitActions() {
     return {
-        ActionRow("panel-attr", "Show an attribute of the panel, or change it.", {{"attribute", Kind::number, "its number", 0, kU32Max},
-          {"record", Kind::bytes, "a record of the attribute's size; nothing: it is only looked at", 0, 0, {}, ""}}, {{"record", "what the panel has", true}, {"words", "that in words"}}, panelAttribute).inSession(),
-        ActionRow("controller", "Show the display controller.", {}, {{"open", "1 when it is open in the middleware"},
-          {"player", "1 when the set's player has opened it"},
-          {"timing", "the output timing that was set last"},
-          {"free_run", "what the panel shows without a source"}}, controller).inSession(),
-        ActionRow("timing-supported", "Say whether the panel can show an output timing.", {{"timing", Kind::number, "the timing", 0, vset::disp::kTimings - 1}, {"state", Kind::flag, "on or off"}}, {}, [](Call& call) { vset::disp::setTimingSupported(call.number<std::uint32_t>(0), call.number(1) != 0); }).inSession(),
-        ActionRow("drivers", "Show what the driver layer was told.", {}, {{"drivers", "arguments, overscan, resets"}, {"resets", "how often it has read its parameters anew"}}, drivers).inSession(),
+        ActionRow(
+            "panel-attr", "Show an attribute of the panel, or change it.",
+            {{"attribute", Kind::number, "its number", 0, kU32Max},
+             {"record", Kind::bytes, "a record of the attribute's size; nothing: it is only looked at", 0, 0, {}, ""}},
+            {{"record", "what the panel has", true}, {"words", "that in words"}}, panelAttribute)
+            .inSession(),
+        ActionRow("controller", "Show the display controller.", {},
+                  {{"open", "1 when it is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"},
+                   {"timing", "the output timing that was set last"},
+                   {"free_run", "what the panel shows without a source"}},
+                  controller)
+            .inSession(),
+        ActionRow(
+            "timing-supported", "Say whether the panel can show an output timing.",
+            {{"timing", Kind::number, "the timing", 0, vset::disp::kTimings - 1}, {"state", Kind::flag, "on or off"}},
+            {}, [](Call& call) { vset::disp::setTimingSupported(call.number<std::uint32_t>(0), call.number(1) != 0); })
+            .inSession(),
+        ActionRow("drivers", "Show what the driver layer was told.", {},
+                  {{"drivers", "arguments, overscan, resets"}, {"resets", "how often it has read its parameters anew"}},
+                  drivers)
+            .inSession(),
     };
 }
 

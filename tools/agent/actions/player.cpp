@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the set's player opens and closes: the library finds it open, or is refused, meanwhile.
+#include "actions/action.h"
 #include "hw3/hw_extin.h"
 #include "hw3/hw_flash.h"
-#include "actions/action.h"
 #include "vset/aout.h"
 #include "vset/cap.h"
 #include "vset/cec.h"
@@ -88,9 +88,12 @@ std::vector<ActionRow> playerActions() {
         holdings.push_back({holding.name, static_cast<long long>(holdings.size())});
     }
     return {
-        ActionRow("player", "Have the set's player open a part of the set, or close it.", {{"part", Kind::choice, "what", 0, 0, holdings},
-          {"state", Kind::flag, "on or off"},
-          {"number", Kind::number, "which of several: a pad, a bus, a channel", 0, kMost, {}, "0"}}, {}, player).inSession(),
+        ActionRow("player", "Have the set's player open a part of the set, or close it.",
+                  {{"part", Kind::choice, "what", 0, 0, holdings},
+                   {"state", Kind::flag, "on or off"},
+                   {"number", Kind::number, "which of several: a pad, a bus, a channel", 0, kMost, {}, "0"}},
+                  {}, player)
+            .inSession(),
     };
 }
 

@@ -36,19 +36,28 @@ void audioPath(Call& call) {
 
 std::vector<ActionRow> soundActions() {
     return {
-        ActionRow("sound", "Show everything that the chip holds of sound.", {}, {{"sound", "a line for each path and effect"},
-          {"effect", "the advanced effect that was switched to last"},
-          {"parameters", "the parameters that an advanced effect was sent last"},
-          {"bypass", "1 when DTS is let through"},
-          {"file", "the audio-quality parameters that were loaded last"}}, sound).inSession(),
-        ActionRow("audio-path", "Show an audio output path.", {path()}, {{"open", "1 when it is open in the middleware"},
-          {"player", "1 when the set's player has opened it"},
-          {"blocked", "1 when it cannot be opened"},
-          {"volume", "in percent"},
-          {"delay", "in ms"},
-          {"table", "name of the volume table that was loaded last"},
-          {"entries", "that table"}}, audioPath).inSession(),
-        ActionRow("block-path", "Make an audio output path one that cannot be opened, or take that back.", {path(), {"state", Kind::flag, "on or off"}}, {}, [](Call& call) { vset::aout::setBlocked(call.number<unsigned int>(0), call.number(1) != 0); }).inSession(),
+        ActionRow("sound", "Show everything that the chip holds of sound.", {},
+                  {{"sound", "a line for each path and effect"},
+                   {"effect", "the advanced effect that was switched to last"},
+                   {"parameters", "the parameters that an advanced effect was sent last"},
+                   {"bypass", "1 when DTS is let through"},
+                   {"file", "the audio-quality parameters that were loaded last"}},
+                  sound)
+            .inSession(),
+        ActionRow("audio-path", "Show an audio output path.", {path()},
+                  {{"open", "1 when it is open in the middleware"},
+                   {"player", "1 when the set's player has opened it"},
+                   {"blocked", "1 when it cannot be opened"},
+                   {"volume", "in percent"},
+                   {"delay", "in ms"},
+                   {"table", "name of the volume table that was loaded last"},
+                   {"entries", "that table"}},
+                  audioPath)
+            .inSession(),
+        ActionRow("block-path", "Make an audio output path one that cannot be opened, or take that back.",
+                  {path(), {"state", Kind::flag, "on or off"}}, {},
+                  [](Call& call) { vset::aout::setBlocked(call.number<unsigned int>(0), call.number(1) != 0); })
+            .inSession(),
     };
 }
 

@@ -310,45 +310,96 @@ Argument path() {
 
 std::vector<OperationRow> startUpOperations() {
     return {
-        OperationRow("a_vextvfapi_aud_init", "Bring up audio core and outputs; forgets the Dolby DAP parameters.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_aud_init(); }).example("aud_init"),
-        OperationRow("a_vextvfapi_aud_deinit", "Shut down audio core and outputs.", Result::status, {}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_aud_deinit(), openPaths); }).example("aud_deinit"),
-        OperationRow("a_vextvfapi_aud_open", "Get hold of the output paths, as every operation does by itself.", Result::status, {}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_aud_open(), openPaths); }).example("aud_open"),
-        OperationRow("a_vextvfapi_aud_close", "Close the output paths that the library has opened.", Result::status, {}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_aud_close(), openPaths); }).example("aud_close", {"aud_open"}),
+        OperationRow("a_vextvfapi_aud_init", "Bring up audio core and outputs; forgets the Dolby DAP parameters.",
+                     Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_aud_init(); })
+            .example("aud_init"),
+        OperationRow("a_vextvfapi_aud_deinit", "Shut down audio core and outputs.", Result::status, {}, {chip()},
+                     [](Call& call) { return changed(call, a_vextvfapi_aud_deinit(), openPaths); })
+            .example("aud_deinit"),
+        OperationRow("a_vextvfapi_aud_open", "Get hold of the output paths, as every operation does by itself.",
+                     Result::status, {}, {chip()},
+                     [](Call& call) { return changed(call, a_vextvfapi_aud_open(), openPaths); })
+            .example("aud_open"),
+        OperationRow("a_vextvfapi_aud_close", "Close the output paths that the library has opened.", Result::status, {},
+                     {chip()}, [](Call& call) { return changed(call, a_vextvfapi_aud_close(), openPaths); })
+            .example("aud_close", {"aud_open"}),
     };
 }
 
 std::vector<OperationRow> advancedOperations() {
     return {
-        OperationRow("a_vextvfapi_aud_adv_snd_enable", "Switch to an advanced sound effect.", Result::status, {effect()}, {chip()}, setByAddress<a_vextvfapi_aud_adv_snd_enable, advancedType>).example("aud_adv_snd_enable srs-theater"),
-        OperationRow("a_vextvfapi_aud_adv_snd_enable_sub", "Switch one part of an effect on or off and its others off, or choose a combination of dbx.", Result::status, {effect(),
-          {"sub", Kind::choice, "the part, or the combination of dbx by what is on in it", 0, kU32Max, partChoices()},
-          enable()}, {chip()}, setByAddress<a_vextvfapi_aud_adv_snd_enable_sub, advancedParameters>).checkedBy(checkPart).example("aud_adv_snd_enable_sub dbx sonic+night on"),
-        OperationRow("a_vextvfapi_aud_adv_snd_set_param", "Send the parameters of dbx or dolby-dap.", Result::status, {effect()}, {chip()}, setByAddress<a_vextvfapi_aud_adv_snd_set_param, advancedParameters>).example("aud_adv_snd_set_param dbx"),
-        OperationRow("a_vextvfapi_aud_adv_snd_set_dolby_dap_param", "Remember parameters of dolby-dap, and send them.", Result::status, {{"pregain", Kind::number, "the pre-gain", kI32Min, kI32Max},
-          {"record",
-           Kind::bytes,
-           "the record from its beginning, in which the pre-gain is put; zeros behind it",
-           0,
-           static_cast<long long>(sizeof(DapParam)),
-           {},
-           ""}}, {chip()}, setDolbyDap).example("aud_adv_snd_set_dolby_dap_param -12"),
-        OperationRow("a_vextvfapi_aud_dts_bypass", "Let DTS through untouched, or decode it.", Result::status, {enable()}, {chip()}, setByAddress<a_vextvfapi_aud_dts_bypass, dtsBypass>).example("aud_dts_bypass on"),
-        OperationRow("a_vextvfapi_aud_get_attr", "Ask for an attribute of the main path.", Result::status, {{"attribute", Kind::choice, "the attribute", 0, kU32Max, attributeChoices()},
-          basicEffect("input", "the input byte; for basic-sound the effect", 0xFF, "0")}, {{"record", "its bytes; 1,604 of an attribute without a name", true}, {"words", "the same in words"}}, getAttribute).example("aud_get_attr basic-sound bass", {"aud_basic_snd_set_param bass 12"}),
+        OperationRow("a_vextvfapi_aud_adv_snd_enable", "Switch to an advanced sound effect.", Result::status,
+                     {effect()}, {chip()}, setByAddress<a_vextvfapi_aud_adv_snd_enable, advancedType>)
+            .example("aud_adv_snd_enable srs-theater"),
+        OperationRow("a_vextvfapi_aud_adv_snd_enable_sub",
+                     "Switch one part of an effect on or off and its others off, or choose a combination of dbx.",
+                     Result::status,
+                     {effect(),
+                      {"sub", Kind::choice, "the part, or the combination of dbx by what is on in it", 0, kU32Max,
+                       partChoices()},
+                      enable()},
+                     {chip()}, setByAddress<a_vextvfapi_aud_adv_snd_enable_sub, advancedParameters>)
+            .checkedBy(checkPart)
+            .example("aud_adv_snd_enable_sub dbx sonic+night on"),
+        OperationRow("a_vextvfapi_aud_adv_snd_set_param", "Send the parameters of dbx or dolby-dap.", Result::status,
+                     {effect()}, {chip()}, setByAddress<a_vextvfapi_aud_adv_snd_set_param, advancedParameters>)
+            .example("aud_adv_snd_set_param dbx"),
+        OperationRow("a_vextvfapi_aud_adv_snd_set_dolby_dap_param", "Remember parameters of dolby-dap, and send them.",
+                     Result::status,
+                     {{"pregain", Kind::number, "the pre-gain", kI32Min, kI32Max},
+                      {"record",
+                       Kind::bytes,
+                       "the record from its beginning, in which the pre-gain is put; zeros behind it",
+                       0,
+                       static_cast<long long>(sizeof(DapParam)),
+                       {},
+                       ""}},
+                     {chip()}, setDolbyDap)
+            .example("aud_adv_snd_set_dolby_dap_param -12"),
+        OperationRow("a_vextvfapi_aud_dts_bypass", "Let DTS through untouched, or decode it.", Result::status,
+                     {enable()}, {chip()}, setByAddress<a_vextvfapi_aud_dts_bypass, dtsBypass>)
+            .example("aud_dts_bypass on"),
+        OperationRow(
+            "a_vextvfapi_aud_get_attr", "Ask for an attribute of the main path.", Result::status,
+            {{"attribute", Kind::choice, "the attribute", 0, kU32Max, attributeChoices()},
+             basicEffect("input", "the input byte; for basic-sound the effect", 0xFF, "0")},
+            {{"record", "its bytes; 1,604 of an attribute without a name", true}, {"words", "the same in words"}},
+            getAttribute)
+            .example("aud_get_attr basic-sound bass", {"aud_basic_snd_set_param bass 12"}),
     };
 }
 
 std::vector<OperationRow> levelOperations() {
     return {
-        OperationRow("a_vextvfapi_aud_adv_set_speaker_delay", "Set the delay of the main path.", Result::status, {{"delay", Kind::number, "0 to 250 ms", 0, kU32Max}}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_speaker_delay, delayWords>).example("aud_adv_set_speaker_delay 30"),
-        OperationRow("a_vextvfapi_aud_adv_get_speaker_delay", "Tell the delay of the main path.", Result::status, {}, {{"delay", "in ms"}}, getDelay).example("aud_adv_get_speaker_delay"),
-        OperationRow("a_vextvfapi_aud_adv_set_volume", "Set the volume of a path.", Result::status, {path(), {"volume", Kind::number, "0 to 100 percent, of which only the low byte is looked at", 0, kU32Max}}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_volume, volumeWords>).example("aud_adv_set_volume 3 30"),
-        OperationRow("a_vextvfapi_aud_adv_get_volume", "Tell the volume of a path.", Result::status, {path()}, {{"volume", "in percent"}}, getVolume).example("aud_adv_get_volume 3"),
-        OperationRow("a_vextvfapi_aud_set_volume_table", "Load a volume table for one path, or for all.", Result::status, {{"path", Kind::choice, "the output path, 1 to 8", 0, kU32Max, {{"all", 0}}},
-          {"name", Kind::text, "the table's name"},
-          {"entries", Kind::text, "the table: 0,10,20,..."},
-          count("length", "the length that is told", kU16Max)}, {chip()}, setVolumeTable).checkedBy(checkTable).example("aud_set_volume_table all Linear 0,25,50,75,100"),
-        OperationRow("a_vextvfapi_aud_load_aq_params", "Load a file of audio-quality parameters.", Result::status, {{"file", Kind::path, "the file"}}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_aud_load_aq_params(call.utext(0)), audioQualityFile); }).example("aud_load_aq_params /mnt/usb/sound.aq", {"set put /mnt/usb/sound.aq text:sound"}),
+        OperationRow("a_vextvfapi_aud_adv_set_speaker_delay", "Set the delay of the main path.", Result::status,
+                     {{"delay", Kind::number, "0 to 250 ms", 0, kU32Max}}, {chip()},
+                     setByAddress<a_vextvfapi_aud_adv_set_speaker_delay, delayWords>)
+            .example("aud_adv_set_speaker_delay 30"),
+        OperationRow("a_vextvfapi_aud_adv_get_speaker_delay", "Tell the delay of the main path.", Result::status, {},
+                     {{"delay", "in ms"}}, getDelay)
+            .example("aud_adv_get_speaker_delay"),
+        OperationRow(
+            "a_vextvfapi_aud_adv_set_volume", "Set the volume of a path.", Result::status,
+            {path(), {"volume", Kind::number, "0 to 100 percent, of which only the low byte is looked at", 0, kU32Max}},
+            {chip()}, setByAddress<a_vextvfapi_aud_adv_set_volume, volumeWords>)
+            .example("aud_adv_set_volume 3 30"),
+        OperationRow("a_vextvfapi_aud_adv_get_volume", "Tell the volume of a path.", Result::status, {path()},
+                     {{"volume", "in percent"}}, getVolume)
+            .example("aud_adv_get_volume 3"),
+        OperationRow("a_vextvfapi_aud_set_volume_table", "Load a volume table for one path, or for all.",
+                     Result::status,
+                     {{"path", Kind::choice, "the output path, 1 to 8", 0, kU32Max, {{"all", 0}}},
+                      {"name", Kind::text, "the table's name"},
+                      {"entries", Kind::text, "the table: 0,10,20,..."},
+                      count("length", "the length that is told", kU16Max)},
+                     {chip()}, setVolumeTable)
+            .checkedBy(checkTable)
+            .example("aud_set_volume_table all Linear 0,25,50,75,100"),
+        OperationRow(
+            "a_vextvfapi_aud_load_aq_params", "Load a file of audio-quality parameters.", Result::status,
+            {{"file", Kind::path, "the file"}}, {chip()},
+            [](Call& call) { return changed(call, a_vextvfapi_aud_load_aq_params(call.utext(0)), audioQualityFile); })
+            .example("aud_load_aq_params /mnt/usb/sound.aq", {"set put /mnt/usb/sound.aq text:sound"}),
     };
 }
 

@@ -132,28 +132,59 @@ Argument basicEffect(const char* name, const char* help, long long max, std::opt
 
 std::vector<OperationRow> basicOperations() {
     return {
-        OperationRow("a_vextvfapi_aud_adv_set_prescale", "Set the prescale.", Result::status, {enable(), value("value", "1 to 255")}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_prescale, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PRESCALE>>).example("aud_adv_set_prescale on 90"),
-        OperationRow("a_vextvfapi_aud_adv_set_NR", "Switch noise reduction on with a threshold, or off.", Result::status, {enable(), value("threshold", "0 to 255")}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_NR, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_NR>>).example("aud_adv_set_NR on 7"),
-        OperationRow("a_vextvfapi_aud_adv_set_peq_q_value", "Set the Q of one band of the parametric equaliser, and all else of it to 0.", Result::status, {band(), value("q", "the Q")}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_peq_q_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>).example("aud_adv_set_peq_q_value 1 9"),
-        OperationRow("a_vextvfapi_aud_adv_set_peq_freq_value", "Set the frequency of one band of the parametric equaliser, and all else of it to 0.", Result::status, {band(), value("freq", "the frequency")}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_peq_freq_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>).example("aud_adv_set_peq_freq_value 0 30"),
-        OperationRow("a_vextvfapi_aud_adv_set_peq_gain_value", "Set the gain of one band of the parametric equaliser, and all else of it to 0.", Result::status, {band(), value("gain", "the gain")}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_peq_gain_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>).example("aud_adv_set_peq_gain_value 2 120"),
-        OperationRow("a_vextvfapi_aud_adv_set_peq_value", "Set one band of the parametric equaliser, and the others to 0.", Result::status, {band(), value("gain", "0 to 360"), value("freq", "20 to 20000 Hz"), value("q", "5 to 160")}, {chip()}, setByAddress<a_vextvfapi_aud_adv_set_peq_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>).example("aud_adv_set_peq_value 3 120 1000 10"),
-        OperationRow("a_vextvfapi_aud_adv_enable_basic_sound_effect", "Switch a basic effect on or off, with its parameters 0.", Result::status, {basicEffect("type", "the effect", kU32Max), enable()}, {chip()}, [](Call& call) {
-             return changed(call,
-                            a_vextvfapi_aud_adv_enable_basic_sound_effect(
-                                call.number<e_vextvfapi_aud_basic_snd_type>(0), call.number<unsigned char>(1)),
-                            basicSoundOfType);
-         }).example("aud_adv_enable_basic_sound_effect surround on"),
-        OperationRow("a_vextvfapi_aud_basic_snd_set_param", "Switch a basic effect on with its values.", Result::status, {basicEffect("type", "the effect", kU32Max),
-          {"values",
-           Kind::text,
-           "a number for prescale, treble, bass, balance, echo and nr; LEVEL,LEVEL,... for eq; "
-           "GAIN/FREQUENCY/Q,GAIN/FREQUENCY/Q,... for peq; nothing for the others",
-           0,
-           0,
-           {},
-           ""},
-          count("bands", "how many bands the record names", kU32Max)}, {chip()}, setParam).checkedBy(checkValues).example("aud_basic_snd_set_param eq 1,2,3,4,5"),
+        OperationRow("a_vextvfapi_aud_adv_set_prescale", "Set the prescale.", Result::status,
+                     {enable(), value("value", "1 to 255")}, {chip()},
+                     setByAddress<a_vextvfapi_aud_adv_set_prescale, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PRESCALE>>)
+            .example("aud_adv_set_prescale on 90"),
+        OperationRow("a_vextvfapi_aud_adv_set_NR", "Switch noise reduction on with a threshold, or off.",
+                     Result::status, {enable(), value("threshold", "0 to 255")}, {chip()},
+                     setByAddress<a_vextvfapi_aud_adv_set_NR, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_NR>>)
+            .example("aud_adv_set_NR on 7"),
+        OperationRow("a_vextvfapi_aud_adv_set_peq_q_value",
+                     "Set the Q of one band of the parametric equaliser, and all else of it to 0.", Result::status,
+                     {band(), value("q", "the Q")}, {chip()},
+                     setByAddress<a_vextvfapi_aud_adv_set_peq_q_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>)
+            .example("aud_adv_set_peq_q_value 1 9"),
+        OperationRow("a_vextvfapi_aud_adv_set_peq_freq_value",
+                     "Set the frequency of one band of the parametric equaliser, and all else of it to 0.",
+                     Result::status, {band(), value("freq", "the frequency")}, {chip()},
+                     setByAddress<a_vextvfapi_aud_adv_set_peq_freq_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>)
+            .example("aud_adv_set_peq_freq_value 0 30"),
+        OperationRow("a_vextvfapi_aud_adv_set_peq_gain_value",
+                     "Set the gain of one band of the parametric equaliser, and all else of it to 0.", Result::status,
+                     {band(), value("gain", "the gain")}, {chip()},
+                     setByAddress<a_vextvfapi_aud_adv_set_peq_gain_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>)
+            .example("aud_adv_set_peq_gain_value 2 120"),
+        OperationRow("a_vextvfapi_aud_adv_set_peq_value",
+                     "Set one band of the parametric equaliser, and the others to 0.", Result::status,
+                     {band(), value("gain", "0 to 360"), value("freq", "20 to 20000 Hz"), value("q", "5 to 160")},
+                     {chip()},
+                     setByAddress<a_vextvfapi_aud_adv_set_peq_value, basicSoundOf<E_VEXTVFAPI_AUD_BASIC_SND_PEQ>>)
+            .example("aud_adv_set_peq_value 3 120 1000 10"),
+        OperationRow(
+            "a_vextvfapi_aud_adv_enable_basic_sound_effect", "Switch a basic effect on or off, with its parameters 0.",
+            Result::status, {basicEffect("type", "the effect", kU32Max), enable()}, {chip()},
+            [](Call& call) {
+                return changed(call,
+                               a_vextvfapi_aud_adv_enable_basic_sound_effect(
+                                   call.number<e_vextvfapi_aud_basic_snd_type>(0), call.number<unsigned char>(1)),
+                               basicSoundOfType);
+            })
+            .example("aud_adv_enable_basic_sound_effect surround on"),
+        OperationRow("a_vextvfapi_aud_basic_snd_set_param", "Switch a basic effect on with its values.", Result::status,
+                     {basicEffect("type", "the effect", kU32Max),
+                      {"values",
+                       Kind::text,
+                       "a number for prescale, treble, bass, balance, echo and nr; LEVEL,LEVEL,... for eq; "
+                       "GAIN/FREQUENCY/Q,GAIN/FREQUENCY/Q,... for peq; nothing for the others",
+                       0,
+                       0,
+                       {},
+                       ""},
+                      count("bands", "how many bands the record names", kU32Max)},
+                     {chip()}, setParam)
+            .checkedBy(checkValues)
+            .example("aud_basic_snd_set_param eq 1,2,3,4,5"),
     };
 }
 

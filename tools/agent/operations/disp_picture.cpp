@@ -96,20 +96,37 @@ long long setColorTemperature(Call& call) {
 
 std::vector<OperationRow> pictureOperations() {
     return {
-        OperationRow("a_vextvfapi_disp_set_picture_param", "Set a picture parameter of the current window.", Result::status, {word("parameter", "5, 12, 16, 18, 19, 20 or 21"), whole("value", "its value")}, {chip()}, setParameter).example("disp_set_picture_param 5 60"),
-        OperationRow("a_vextvfapi_disp_set_color_temperature", "Set the color temperature of the current window.", Result::status, {word("value1", "in the chip's order"), word("value2", "the same"), word("value3", "the same"),
-          word("value4", "the same"), word("value5", "the same"), word("value6", "the same")}, {chip()}, setColorTemperature).example("disp_set_color_temperature 1010 1024 1040 128 127 126"),
-        OperationRow("a_vextvfapi_disp_set_picture_param_struct", "Set a parameter of the current window from a stream of bytes.", Result::status, {{"type",
-           Kind::choice,
-           "what the bytes are: a switch, or one byte and seven big-endian numbers of 32 bits",
-           kI32Min,
-           kI32Max,
-           {{"gamma", kGammaType}, {"record", kRecordType}}},
-          {"data", Kind::bytes, "the bytes: gamma reads 1, record reads 29"},
-          {"length", Kind::choice, "the length that is told", kI32Min, kI32Max, {{"own", kOwnLength}}, "own"}}, {chip()}, setStruct).checkedBy(checkStruct).example("disp_set_picture_param_struct gamma hex:01"),
-        OperationRow("a_vextvfapi_disp_set_gamma_curve", "Set the gamma curves of the current window.", Result::status, {{"red", Kind::text, kGammaForms},
-          {"green", Kind::text, "as red, or same", 0, 0, {}, kSame},
-          {"blue", Kind::text, "as red, or same", 0, 0, {}, kSame}}, {chip()}, setCurves).checkedBy(checkCurves).example("disp_set_gamma_curve power:2.2"),
+        OperationRow("a_vextvfapi_disp_set_picture_param", "Set a picture parameter of the current window.",
+                     Result::status, {word("parameter", "5, 12, 16, 18, 19, 20 or 21"), whole("value", "its value")},
+                     {chip()}, setParameter)
+            .example("disp_set_picture_param 5 60"),
+        OperationRow("a_vextvfapi_disp_set_color_temperature", "Set the color temperature of the current window.",
+                     Result::status,
+                     {word("value1", "in the chip's order"), word("value2", "the same"), word("value3", "the same"),
+                      word("value4", "the same"), word("value5", "the same"), word("value6", "the same")},
+                     {chip()}, setColorTemperature)
+            .example("disp_set_color_temperature 1010 1024 1040 128 127 126"),
+        OperationRow(
+            "a_vextvfapi_disp_set_picture_param_struct",
+            "Set a parameter of the current window from a stream of bytes.", Result::status,
+            {{"type",
+              Kind::choice,
+              "what the bytes are: a switch, or one byte and seven big-endian numbers of 32 bits",
+              kI32Min,
+              kI32Max,
+              {{"gamma", kGammaType}, {"record", kRecordType}}},
+             {"data", Kind::bytes, "the bytes: gamma reads 1, record reads 29"},
+             {"length", Kind::choice, "the length that is told", kI32Min, kI32Max, {{"own", kOwnLength}}, "own"}},
+            {chip()}, setStruct)
+            .checkedBy(checkStruct)
+            .example("disp_set_picture_param_struct gamma hex:01"),
+        OperationRow("a_vextvfapi_disp_set_gamma_curve", "Set the gamma curves of the current window.", Result::status,
+                     {{"red", Kind::text, kGammaForms},
+                      {"green", Kind::text, "as red, or same", 0, 0, {}, kSame},
+                      {"blue", Kind::text, "as red, or same", 0, 0, {}, kSame}},
+                     {chip()}, setCurves)
+            .checkedBy(checkCurves)
+            .example("disp_set_gamma_curve power:2.2"),
     };
 }
 
@@ -142,20 +159,36 @@ long long qualityVersion(Call& call) {
 
 std::vector<OperationRow> qualityOperations() {
     return {
-        OperationRow("a_vextvfapi_disp_get_pq_range", "Get the range of three picture-quality values; a window that was opened for it stays open.", Result::status, {}, {{"hue_min", "of the first value"},
-          {"hue_max", "the same"},
-          {"saturation_min", "of the second value"},
-          {"saturation_max", "the same"},
-          {"luma_min", "of the third value"},
-          {"luma_max", "the same"}}, qualityRange).example("disp_get_pq_range"),
-        OperationRow("a_vextvfapi_disp_get_pq_version", "Get the version of a part of a window's picture-quality data.", Result::status, {{"window", Kind::choice, "the window", 0, kU32Max, {{"hd0", 0}, {"hd1", 1}, {"sd0", 2}}},
-          word("part", "0 to 6"),
-          {"length", Kind::number, "size of the buffer", 0, kU16Max, {}, "33"}}, {{"version", "at most 32 characters"}}, qualityVersion).example("disp_get_pq_version hd0 0"),
-        OperationRow("a_vextvfapi_disp_update_pq_ini_files", "Update the picture-quality files, of which the set has none.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_disp_update_pq_ini_files(); }).example("disp_update_pq_ini_files"),
-        OperationRow("a_vextvfapi_disp_set_pq_value", "Set a picture-quality value in the driver layer.", Result::status, {whole("type", "0 to 5"), word("value", "its value")}, {chip()}, [](Call& call) {
-             return changed(call, a_vextvfapi_disp_set_pq_value(call.number<int>(0), call.number<unsigned int>(1)),
-                            driverWords);
-         }).example("disp_set_pq_value 0 50"),
+        OperationRow("a_vextvfapi_disp_get_pq_range",
+                     "Get the range of three picture-quality values; a window that was opened for it stays open.",
+                     Result::status, {},
+                     {{"hue_min", "of the first value"},
+                      {"hue_max", "the same"},
+                      {"saturation_min", "of the second value"},
+                      {"saturation_max", "the same"},
+                      {"luma_min", "of the third value"},
+                      {"luma_max", "the same"}},
+                     qualityRange)
+            .example("disp_get_pq_range"),
+        OperationRow("a_vextvfapi_disp_get_pq_version", "Get the version of a part of a window's picture-quality data.",
+                     Result::status,
+                     {{"window", Kind::choice, "the window", 0, kU32Max, {{"hd0", 0}, {"hd1", 1}, {"sd0", 2}}},
+                      word("part", "0 to 6"),
+                      {"length", Kind::number, "size of the buffer", 0, kU16Max, {}, "33"}},
+                     {{"version", "at most 32 characters"}}, qualityVersion)
+            .example("disp_get_pq_version hd0 0"),
+        OperationRow("a_vextvfapi_disp_update_pq_ini_files",
+                     "Update the picture-quality files, of which the set has none.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_disp_update_pq_ini_files(); })
+            .example("disp_update_pq_ini_files"),
+        OperationRow("a_vextvfapi_disp_set_pq_value", "Set a picture-quality value in the driver layer.",
+                     Result::status, {whole("type", "0 to 5"), word("value", "its value")}, {chip()},
+                     [](Call& call) {
+                         return changed(
+                             call, a_vextvfapi_disp_set_pq_value(call.number<int>(0), call.number<unsigned int>(1)),
+                             driverWords);
+                     })
+            .example("disp_set_pq_value 0 50"),
     };
 }
 
@@ -235,18 +268,43 @@ long long frcDevice(Call& call) {
 
 std::vector<OperationRow> panelOperations() {
     return {
-        OperationRow("a_vextvfapi_disp_panel_set_attr", "Set an attribute of the panel.", Result::status, {word("attribute",
-               "0 to 3, 6, 9 or 11 (one value), 5 (enable, span, step), 7 (two bytes), 8 (a byte and "
-               "three values)"),
-          word("a", "the first value"), word("b", "the second", "0"), word("c", "the third", "0"),
-          word("d", "the fourth", "0")}, {chip()}, setPanelAttribute).example("disp_panel_set_attr 5 1 400 20"),
-        OperationRow("a_vextvfapi_disp_panel_get_attr", "Get an attribute of the panel: 4 (PWM range) or 5 (spread spectrum); others write nothing.", Result::status, {whole("attribute", "its number")}, {{"data", "the record", true}}, getPanelAttribute).example("disp_panel_get_attr 5"),
-        OperationRow("a_vextvfapi_disp_get_lvds_ssc", "Get the spread spectrum of the panel's link.", Result::status, {}, {{"enable", "1 when it is on"}, {"span", "how far"}, {"step", "how fast"}}, spreadSpectrum).example("disp_get_lvds_ssc"),
-        OperationRow("a_vextvfapi_disp_get_pwm_range", "Get the range of the panel's PWM value.", Result::status, {}, {{"min", "the smallest"}, {"max", "the largest"}}, pwmRange).example("disp_get_pwm_range"),
-        OperationRow("a_vextvfapi_disp_get_tcon_info", "Tell who the panel's timing controller is.", Result::status, {}, {{"project", "its project"}, {"customer", "its customer"}, {"data", "10 bytes of its own", true}}, tconInfo).example("disp_get_tcon_info"),
-        OperationRow("a_vextvfapi_disp_get_frc_device_info", "Tell who the frame-rate converter is.", Result::status, {}, {{"model", "its model"}, {"firmware", "its version"}}, frcDevice).example("disp_get_frc_device_info"),
-        OperationRow("a_vextvfapi_disp_get_frc_connect_status", "Answer the connection status of the frame-rate converter; 255 without the display output.", Result::value, {}, {}, [](Call&) -> long long { return a_vextvfapi_disp_get_frc_connect_status(); }).example("disp_get_frc_connect_status"),
-        OperationRow("a_vextvfapi_disp_upgrade_tarn_fw", "Flash the panel's companion chip.", Result::status, {{"file", Kind::path, "the firmware"}}, {}, [](Call& call) -> long long { return a_vextvfapi_disp_upgrade_tarn_fw(call.utext(0)); }).destroying("overwrites the firmware").mustFinish().example("disp_upgrade_tarn_fw /mnt/usb/firmware.bin", {kFirmware}),
+        OperationRow("a_vextvfapi_disp_panel_set_attr", "Set an attribute of the panel.", Result::status,
+                     {word("attribute",
+                           "0 to 3, 6, 9 or 11 (one value), 5 (enable, span, step), 7 (two bytes), 8 (a byte and "
+                           "three values)"),
+                      word("a", "the first value"), word("b", "the second", "0"), word("c", "the third", "0"),
+                      word("d", "the fourth", "0")},
+                     {chip()}, setPanelAttribute)
+            .example("disp_panel_set_attr 5 1 400 20"),
+        OperationRow("a_vextvfapi_disp_panel_get_attr",
+                     "Get an attribute of the panel: 4 (PWM range) or 5 (spread spectrum); others write nothing.",
+                     Result::status, {whole("attribute", "its number")}, {{"data", "the record", true}},
+                     getPanelAttribute)
+            .example("disp_panel_get_attr 5"),
+        OperationRow("a_vextvfapi_disp_get_lvds_ssc", "Get the spread spectrum of the panel's link.", Result::status,
+                     {}, {{"enable", "1 when it is on"}, {"span", "how far"}, {"step", "how fast"}}, spreadSpectrum)
+            .example("disp_get_lvds_ssc"),
+        OperationRow("a_vextvfapi_disp_get_pwm_range", "Get the range of the panel's PWM value.", Result::status, {},
+                     {{"min", "the smallest"}, {"max", "the largest"}}, pwmRange)
+            .example("disp_get_pwm_range"),
+        OperationRow("a_vextvfapi_disp_get_tcon_info", "Tell who the panel's timing controller is.", Result::status, {},
+                     {{"project", "its project"}, {"customer", "its customer"}, {"data", "10 bytes of its own", true}},
+                     tconInfo)
+            .example("disp_get_tcon_info"),
+        OperationRow("a_vextvfapi_disp_get_frc_device_info", "Tell who the frame-rate converter is.", Result::status,
+                     {}, {{"model", "its model"}, {"firmware", "its version"}}, frcDevice)
+            .example("disp_get_frc_device_info"),
+        OperationRow("a_vextvfapi_disp_get_frc_connect_status",
+                     "Answer the connection status of the frame-rate converter; 255 without the display output.",
+                     Result::value, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_disp_get_frc_connect_status(); })
+            .example("disp_get_frc_connect_status"),
+        OperationRow("a_vextvfapi_disp_upgrade_tarn_fw", "Flash the panel's companion chip.", Result::status,
+                     {{"file", Kind::path, "the firmware"}}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_disp_upgrade_tarn_fw(call.utext(0)); })
+            .destroying("overwrites the firmware")
+            .mustFinish()
+            .example("disp_upgrade_tarn_fw /mnt/usb/firmware.bin", {kFirmware}),
     };
 }
 
@@ -267,17 +325,37 @@ long long setOverscan(Call& call) {
 
 std::vector<OperationRow> timingOperations() {
     return {
-        OperationRow("a_vextvfapi_disp_set_output_timing", "Set the output timing; one that the panel cannot show is only logged.", Result::status, {word("timing", "0 to 46")}, {chip()}, [](Call& call) {
-             return changed(call, a_vextvfapi_disp_set_output_timing(call.number<unsigned int>(0)), controllerWords);
-         }).example("disp_set_output_timing 4"),
-        OperationRow("a_vextvfapi_disp_set_freerun_control", "Say what the panel shows without a source.", Result::status, {whole("type", "the chip's number")}, {chip()}, [](Call& call) {
-             return changed(call, a_vextvfapi_disp_set_freerun_control(call.number<int>(0)), controllerWords);
-         }).example("disp_set_freerun_control 1"),
-        OperationRow("a_vextvfapi_disp_set_over_scan", "Choose the piece of the input picture that the current window shows.", Result::status, {pixels("x", "its left column"), pixels("y", "its top row"), pixels("width", "its width"),
-          pixels("height", "its height")}, {chip()}, setPiece).example("disp_set_over_scan 96 54 1728 972"),
-        OperationRow("a_vextvfapi_disp_set_overscan", "Set the overscan of each side in the driver layer.", Result::status, {whole("left", "in the drivers' units"), whole("right", "the same"), whole("top", "the same"),
-          whole("bottom", "the same")}, {chip()}, setOverscan).example("disp_set_overscan 1 2 3 4"),
-        OperationRow("a_vextvfapi_disp_nty_drv_reload_param", "Make the drivers read their parameters anew.", Result::status, {}, {chip()}, [](Call& call) { return changed(call, a_vextvfapi_disp_nty_drv_reload_param(), driverWords); }).example("disp_nty_drv_reload_param"),
+        OperationRow("a_vextvfapi_disp_set_output_timing",
+                     "Set the output timing; one that the panel cannot show is only logged.", Result::status,
+                     {word("timing", "0 to 46")}, {chip()},
+                     [](Call& call) {
+                         return changed(call, a_vextvfapi_disp_set_output_timing(call.number<unsigned int>(0)),
+                                        controllerWords);
+                     })
+            .example("disp_set_output_timing 4"),
+        OperationRow("a_vextvfapi_disp_set_freerun_control", "Say what the panel shows without a source.",
+                     Result::status, {whole("type", "the chip's number")}, {chip()},
+                     [](Call& call) {
+                         return changed(call, a_vextvfapi_disp_set_freerun_control(call.number<int>(0)),
+                                        controllerWords);
+                     })
+            .example("disp_set_freerun_control 1"),
+        OperationRow("a_vextvfapi_disp_set_over_scan",
+                     "Choose the piece of the input picture that the current window shows.", Result::status,
+                     {pixels("x", "its left column"), pixels("y", "its top row"), pixels("width", "its width"),
+                      pixels("height", "its height")},
+                     {chip()}, setPiece)
+            .example("disp_set_over_scan 96 54 1728 972"),
+        OperationRow("a_vextvfapi_disp_set_overscan", "Set the overscan of each side in the driver layer.",
+                     Result::status,
+                     {whole("left", "in the drivers' units"), whole("right", "the same"), whole("top", "the same"),
+                      whole("bottom", "the same")},
+                     {chip()}, setOverscan)
+            .example("disp_set_overscan 1 2 3 4"),
+        OperationRow("a_vextvfapi_disp_nty_drv_reload_param", "Make the drivers read their parameters anew.",
+                     Result::status, {}, {chip()},
+                     [](Call& call) { return changed(call, a_vextvfapi_disp_nty_drv_reload_param(), driverWords); })
+            .example("disp_nty_drv_reload_param"),
     };
 }
 

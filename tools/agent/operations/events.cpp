@@ -94,12 +94,15 @@ std::vector<OperationRow> eventOperations() {
     std::vector<OperationRow> rows;
     for (const Module* module : kModules) {
         const std::string name = module->name, registration = name + "_reg_callback";
-        rows.push_back(OperationRow(module->operations[0], "Register the agent's own callback, whose events watch and the shell show.",
+        rows.push_back(OperationRow(module->operations[0],
+                                    "Register the agent's own callback, whose events watch and the shell show.",
                                     Result::status, {}, {}, module->run[0])
                            .example(registration.c_str()));
-        rows.push_back(OperationRow(module->operations[1], "Remove the registered callback.", Result::status, {}, {}, module->run[1])
+        rows.push_back(OperationRow(module->operations[1], "Remove the registered callback.", Result::status, {}, {},
+                                    module->run[1])
                            .example((name + "_unreg_callback").c_str()));
-        rows.push_back(OperationRow(module->operations[2], "Deliver an event to the registered callback; -1 when there is none.",
+        rows.push_back(OperationRow(module->operations[2],
+                                    "Deliver an event to the registered callback; -1 when there is none.",
                                     Result::status, kNotify, {}, module->run[2])
                            .example((name + "_nty_event 1 1").c_str(), {registration}));
     }

@@ -100,39 +100,79 @@ long long getPwm(Call& call) {
 
 std::vector<OperationRow> portOperations() {
     return {
-        OperationRow("a_vextvfapi_prphrl_set_hdmi_edid_version", "Choose the EDID that a source reads from an HDMI port.", Result::status, {port(kU32Max), version()}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_prphrl_set_hdmi_edid_version(call.number<unsigned int>(0), call.number<signed char>(1));
-         }).example("prphrl_set_hdmi_edid_version 0 2"),
-        OperationRow("a_vextvfapi_prphrl_get_hdmi_edid_version", "Tell which EDID a source reads from an HDMI port.", Result::status, {port(kU32Max)}, {{"version", "1 to 3, or 0 for any other"}}, getEdidVersion).example("prphrl_get_hdmi_edid_version 0"),
-        OperationRow("a_vextvfapi_prphrl_set_hdmi_edid_data", "Replace one of an HDMI port's EDIDs and choose it.", Result::status, {port(kU32Max), version(), {"edid", Kind::bytes, "the EDID, at most 512 bytes: file:PATH", 0, kU32Max}}, {}, setEdid).destroying("overwrites the EDID").example("prphrl_set_hdmi_edid_data 0 2 repeat:128:e"),
-        OperationRow("a_vextvfapi_prphrl_get_hdmi_edid_data", "Read the EDID that a source reads from an HDMI port.", Result::status, {port(kU32Max)}, {{"edid", "the EDID", true}}, getEdid).example("prphrl_get_hdmi_edid_data 0"),
-        OperationRow("a_vextvfapi_prphrl_set_hdmi_hpd", "Put the hot-plug line of an HDMI port to a level.", Result::status, {port(kU8Max), level()}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_prphrl_set_hdmi_hpd(call.number<unsigned char>(0), call.number<unsigned char>(1));
-         }).example("prphrl_set_hdmi_hpd 0 1"),
-        OperationRow("_a_vextvfapi_prphrl_set_hdmi_hpd", "Put the hot-plug line of an open HDMI port to a level.", Result::status, {{"handle", Kind::number, "handle of the port", kI32Min, kI32Max}, port(kU8Max), level()}, {}, [](Call& call) -> long long {
-             return _a_vextvfapi_prphrl_set_hdmi_hpd(call.number<int>(0), call.number<unsigned char>(1),
-                                                     call.number<unsigned char>(2));
-         }).example("_prphrl_set_hdmi_hpd 0x36545F49 0 1", {"_prphrl_get_hdmi_handle 0"}),
-        OperationRow("_a_vextvfapi_prphrl_get_hdmi_handle", "Look up or open an HDMI port's handle; one that it opened stays open.", Result::status, {port(kU8Max)}, {{"handle", "the handle"}, {"opened", "1 when it was opened by this call"}}, getHandle).example("_prphrl_get_hdmi_handle 0"),
+        OperationRow("a_vextvfapi_prphrl_set_hdmi_edid_version",
+                     "Choose the EDID that a source reads from an HDMI port.", Result::status,
+                     {port(kU32Max), version()}, {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_prphrl_set_hdmi_edid_version(call.number<unsigned int>(0),
+                                                                         call.number<signed char>(1));
+                     })
+            .example("prphrl_set_hdmi_edid_version 0 2"),
+        OperationRow("a_vextvfapi_prphrl_get_hdmi_edid_version", "Tell which EDID a source reads from an HDMI port.",
+                     Result::status, {port(kU32Max)}, {{"version", "1 to 3, or 0 for any other"}}, getEdidVersion)
+            .example("prphrl_get_hdmi_edid_version 0"),
+        OperationRow(
+            "a_vextvfapi_prphrl_set_hdmi_edid_data", "Replace one of an HDMI port's EDIDs and choose it.",
+            Result::status,
+            {port(kU32Max), version(), {"edid", Kind::bytes, "the EDID, at most 512 bytes: file:PATH", 0, kU32Max}}, {},
+            setEdid)
+            .destroying("overwrites the EDID")
+            .example("prphrl_set_hdmi_edid_data 0 2 repeat:128:e"),
+        OperationRow("a_vextvfapi_prphrl_get_hdmi_edid_data", "Read the EDID that a source reads from an HDMI port.",
+                     Result::status, {port(kU32Max)}, {{"edid", "the EDID", true}}, getEdid)
+            .example("prphrl_get_hdmi_edid_data 0"),
+        OperationRow("a_vextvfapi_prphrl_set_hdmi_hpd", "Put the hot-plug line of an HDMI port to a level.",
+                     Result::status, {port(kU8Max), level()}, {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_prphrl_set_hdmi_hpd(call.number<unsigned char>(0),
+                                                                call.number<unsigned char>(1));
+                     })
+            .example("prphrl_set_hdmi_hpd 0 1"),
+        OperationRow("_a_vextvfapi_prphrl_set_hdmi_hpd", "Put the hot-plug line of an open HDMI port to a level.",
+                     Result::status,
+                     {{"handle", Kind::number, "handle of the port", kI32Min, kI32Max}, port(kU8Max), level()}, {},
+                     [](Call& call) -> long long {
+                         return _a_vextvfapi_prphrl_set_hdmi_hpd(call.number<int>(0), call.number<unsigned char>(1),
+                                                                 call.number<unsigned char>(2));
+                     })
+            .example("_prphrl_set_hdmi_hpd 0x36545F49 0 1", {"_prphrl_get_hdmi_handle 0"}),
+        OperationRow("_a_vextvfapi_prphrl_get_hdmi_handle",
+                     "Look up or open an HDMI port's handle; one that it opened stays open.", Result::status,
+                     {port(kU8Max)}, {{"handle", "the handle"}, {"opened", "1 when it was opened by this call"}},
+                     getHandle)
+            .example("_prphrl_get_hdmi_handle 0"),
     };
 }
 
 std::vector<OperationRow> cecOperations() {
     return {
-        OperationRow("a_vextvfapi_prphrl_enable_cec", "Switch CEC on or off.", Result::status, {{"enable", Kind::flag, "on or off"}}, {}, [](Call& call) -> long long { return a_vextvfapi_prphrl_enable_cec(call.number<unsigned char>(0)); }).example("prphrl_enable_cec on"),
-        OperationRow("a_vextvfapi_prphrl_get_cec_status", "Tell whether CEC is on.", Result::status, {}, {{"enabled", "1 when it is on"}}, getCec).example("prphrl_get_cec_status"),
-        OperationRow("a_vextvfapi_prphrl_get_earc_status", "Read the chip's eARC status.", Result::status, {}, {{"earc", "the chip's number for it"}}, getEarc).example("prphrl_get_earc_status"),
+        OperationRow(
+            "a_vextvfapi_prphrl_enable_cec", "Switch CEC on or off.", Result::status,
+            {{"enable", Kind::flag, "on or off"}}, {},
+            [](Call& call) -> long long { return a_vextvfapi_prphrl_enable_cec(call.number<unsigned char>(0)); })
+            .example("prphrl_enable_cec on"),
+        OperationRow("a_vextvfapi_prphrl_get_cec_status", "Tell whether CEC is on.", Result::status, {},
+                     {{"enabled", "1 when it is on"}}, getCec)
+            .example("prphrl_get_cec_status"),
+        OperationRow("a_vextvfapi_prphrl_get_earc_status", "Read the chip's eARC status.", Result::status, {},
+                     {{"earc", "the chip's number for it"}}, getEarc)
+            .example("prphrl_get_earc_status"),
     };
 }
 
 std::vector<OperationRow> pwmOperations() {
     return {
-        OperationRow("a_vextvfapi_prphrl_pwm_set_attr", "Set one of a PWM channel's values.", Result::status, {attribute(), channel(), {"value", Kind::number, "the value", 0, kU32Max}}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_prphrl_pwm_set_attr(call.number<fapi_core::VexTvFApiPwmAttr>(0),
-                                                    call.number<fapi_core::VexTvFApiPwmChannel>(1),
-                                                    call.number<unsigned int>(2));
-         }).example("prphrl_pwm_set_attr 2 9 1500"),
-        OperationRow("a_vextvfapi_prphrl_pwm_get_attr", "Read one of a PWM channel's values.", Result::status, {attribute(), channel()}, {{"value", "the value"}}, getPwm).example("prphrl_pwm_get_attr 2 9", {"prphrl_pwm_set_attr 2 9 1500"}),
+        OperationRow("a_vextvfapi_prphrl_pwm_set_attr", "Set one of a PWM channel's values.", Result::status,
+                     {attribute(), channel(), {"value", Kind::number, "the value", 0, kU32Max}}, {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_prphrl_pwm_set_attr(call.number<fapi_core::VexTvFApiPwmAttr>(0),
+                                                                call.number<fapi_core::VexTvFApiPwmChannel>(1),
+                                                                call.number<unsigned int>(2));
+                     })
+            .example("prphrl_pwm_set_attr 2 9 1500"),
+        OperationRow("a_vextvfapi_prphrl_pwm_get_attr", "Read one of a PWM channel's values.", Result::status,
+                     {attribute(), channel()}, {{"value", "the value"}}, getPwm)
+            .example("prphrl_pwm_get_attr 2 9", {"prphrl_pwm_set_attr 2 9 1500"}),
     };
 }
 

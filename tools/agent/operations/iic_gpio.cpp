@@ -69,32 +69,63 @@ long long getPad(Call& call) {
 
 std::vector<OperationRow> iicOperations() {
     return {
-        OperationRow("a_vextvfapi_prphrl_enable_iic", "Open an I2C bus.", Result::status, {bus()}, {}, [](Call& call) -> long long { return a_vextvfapi_prphrl_enable_iic(call.number<int>(0)); }).example("prphrl_enable_iic 5"),
-        OperationRow("a_vextvfapi_prphrl_disable_iic", "Close an I2C bus, unless somebody else has opened it.", Result::status, {bus()}, {}, [](Call& call) -> long long { return a_vextvfapi_prphrl_disable_iic(call.number<int>(0)); }).example("prphrl_disable_iic 5", {"prphrl_enable_iic 5"}),
-        OperationRow("a_vextvfapi_prphrl_read_from_iic", "Read bytes of an I2C device; leaves the bus open.", Result::status, {bus(),
-          slave(),
-          address(),
-          {"size", Kind::number, "how many bytes", 0, kU16Max},
-          {"mode", Kind::number, "read mode, 0 to 2", 0, kU16Max, {}, "0"}}, {{"data", "the bytes", true}}, readIic).example("prphrl_read_from_iic 5 0x05A4 hex:10 6", {"set iic-device 5 0xA4 EEPROM 256 8"}),
-        OperationRow("a_vextvfapi_prphrl_write_to_iic", "Write bytes to an I2C device in one transfer; leaves the bus open.", Result::status, {bus(), slave(), address(), {"data", Kind::bytes, "what to write", 0, kU16Max}}, {}, writeIic).destroying("overwrites what the device holds").example("prphrl_write_to_iic 5 0x05A4 hex:10 A-0815", {"set iic-device 5 0xA4 EEPROM 256 8"}),
-        OperationRow("a_vextvfapi_prphrl_get_iic_slave_address", "Look up bus and slave address of one of the board's devices.", Result::status, {{"device", Kind::number, "the device's number", 0, kU16Max},
-          {"port", Kind::number, "the bus that is opened meanwhile", 0, kU16Max}}, {{"slave", "bus and slave address; 0: no such device, 65535: the bus could not be opened"}}, getSlaveAddress).example("prphrl_get_iic_slave_address 1 0"),
+        OperationRow("a_vextvfapi_prphrl_enable_iic", "Open an I2C bus.", Result::status, {bus()}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_prphrl_enable_iic(call.number<int>(0)); })
+            .example("prphrl_enable_iic 5"),
+        OperationRow("a_vextvfapi_prphrl_disable_iic", "Close an I2C bus, unless somebody else has opened it.",
+                     Result::status, {bus()}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_prphrl_disable_iic(call.number<int>(0)); })
+            .example("prphrl_disable_iic 5", {"prphrl_enable_iic 5"}),
+        OperationRow("a_vextvfapi_prphrl_read_from_iic", "Read bytes of an I2C device; leaves the bus open.",
+                     Result::status,
+                     {bus(),
+                      slave(),
+                      address(),
+                      {"size", Kind::number, "how many bytes", 0, kU16Max},
+                      {"mode", Kind::number, "read mode, 0 to 2", 0, kU16Max, {}, "0"}},
+                     {{"data", "the bytes", true}}, readIic)
+            .example("prphrl_read_from_iic 5 0x05A4 hex:10 6", {"set iic-device 5 0xA4 EEPROM 256 8"}),
+        OperationRow("a_vextvfapi_prphrl_write_to_iic",
+                     "Write bytes to an I2C device in one transfer; leaves the bus open.", Result::status,
+                     {bus(), slave(), address(), {"data", Kind::bytes, "what to write", 0, kU16Max}}, {}, writeIic)
+            .destroying("overwrites what the device holds")
+            .example("prphrl_write_to_iic 5 0x05A4 hex:10 A-0815", {"set iic-device 5 0xA4 EEPROM 256 8"}),
+        OperationRow("a_vextvfapi_prphrl_get_iic_slave_address",
+                     "Look up bus and slave address of one of the board's devices.", Result::status,
+                     {{"device", Kind::number, "the device's number", 0, kU16Max},
+                      {"port", Kind::number, "the bus that is opened meanwhile", 0, kU16Max}},
+                     {{"slave", "bus and slave address; 0: no such device, 65535: the bus could not be opened"}},
+                     getSlaveAddress)
+            .example("prphrl_get_iic_slave_address 1 0"),
     };
 }
 
 std::vector<OperationRow> gpioOperations() {
     return {
-        OperationRow("a_vextvfapi_prphrl_control_gpio", "Make a pad an output and drive it.", Result::status, {pad(), {"level", Kind::number, "0 or 1", 0, kU32Max}}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_prphrl_control_gpio(call.number<unsigned int>(0), call.number<unsigned int>(1));
-         }).example("prphrl_control_gpio 20 1"),
-        OperationRow("a_vextvfapi_prphrl_get_gpio_status", "Read the level of a pad, as wired.", Result::status, {pad()}, {{"level", "0 or 1; stays 255 when the pad cannot be read"}}, getPad).example("prphrl_get_gpio_status 12", {"set drive 12 1"}),
-        OperationRow("a_vextvfapi_prphrl_gpio_monitor_start", "Watch a pad; a new level is event 0x100005.", Result::status, {pad(),
-          {"delay", Kind::number, "microseconds between two readings", 0, kU32Max, {}, "10000"},
-          {"debounce", Kind::number, "how many differing readings are not yet a new level", 0, kU32Max, {}, "0"}}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_prphrl_gpio_monitor_start(call.number<unsigned int>(0), call.number<unsigned int>(1),
-                                                          call.number<unsigned int>(2));
-         }).example("prphrl_gpio_monitor_start 12"),
-        OperationRow("a_vextvfapi_prphrl_gpio_monitor_stop", "Watch no pad any more; takes a second.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_prphrl_gpio_monitor_stop(); }).example("prphrl_gpio_monitor_stop", {"prphrl_gpio_monitor_start 12"}),
+        OperationRow("a_vextvfapi_prphrl_control_gpio", "Make a pad an output and drive it.", Result::status,
+                     {pad(), {"level", Kind::number, "0 or 1", 0, kU32Max}}, {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_prphrl_control_gpio(call.number<unsigned int>(0),
+                                                                call.number<unsigned int>(1));
+                     })
+            .example("prphrl_control_gpio 20 1"),
+        OperationRow("a_vextvfapi_prphrl_get_gpio_status", "Read the level of a pad, as wired.", Result::status,
+                     {pad()}, {{"level", "0 or 1; stays 255 when the pad cannot be read"}}, getPad)
+            .example("prphrl_get_gpio_status 12", {"set drive 12 1"}),
+        OperationRow(
+            "a_vextvfapi_prphrl_gpio_monitor_start", "Watch a pad; a new level is event 0x100005.", Result::status,
+            {pad(),
+             {"delay", Kind::number, "microseconds between two readings", 0, kU32Max, {}, "10000"},
+             {"debounce", Kind::number, "how many differing readings are not yet a new level", 0, kU32Max, {}, "0"}},
+            {},
+            [](Call& call) -> long long {
+                return a_vextvfapi_prphrl_gpio_monitor_start(call.number<unsigned int>(0), call.number<unsigned int>(1),
+                                                             call.number<unsigned int>(2));
+            })
+            .example("prphrl_gpio_monitor_start 12"),
+        OperationRow("a_vextvfapi_prphrl_gpio_monitor_stop", "Watch no pad any more; takes a second.", Result::status,
+                     {}, {}, [](Call&) -> long long { return a_vextvfapi_prphrl_gpio_monitor_stop(); })
+            .example("prphrl_gpio_monitor_stop", {"prphrl_gpio_monitor_start 12"}),
     };
 }
 

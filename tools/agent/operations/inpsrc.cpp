@@ -101,15 +101,39 @@ long long calibrate(Call& call) {
 
 std::vector<OperationRow> calibrationOperations() {
     return {
-        OperationRow("a_vextvfapi_inpsrc_init", "Bring up external inputs and tuner, and learn how many inputs there are.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_inpsrc_init(); }).example("inpsrc_init"),
-        OperationRow("a_vextvfapi_inpsrc_deinit", "Shut the external inputs down.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_inpsrc_deinit(); }).example("inpsrc_deinit"),
-        OperationRow("a_vextvfapi_inpsrc_get_adc_phase", "Get the converter's phases of an analogue input.", Result::status, {device()}, outputsOf(phases()), getPhase).example("inpsrc_get_adc_phase vga", {kVga}),
-        OperationRow("a_vextvfapi_inpsrc_set_adc_phase", "Set the converter's phases of an analogue input.", Result::status, phases(), {chip()}, setPhase).example("inpsrc_set_adc_phase vga 11 12 13", {kVga}),
-        OperationRow("a_vextvfapi_inpsrc_get_adc_gain_offset", "Get the converter's gains and offsets of an analogue input.", Result::status, {device()}, outputsOf(gainsAndOffsets()), getGainOffset).example("inpsrc_get_adc_gain_offset vga", {kVga}),
-        OperationRow("a_vextvfapi_inpsrc_set_adc_gain_offset", "Set the converter's gains and offsets of an analogue input.", Result::status, gainsAndOffsets(), {chip()}, setGainOffset).example("inpsrc_set_adc_gain_offset vga 1065 1052 1071 131 127 134", {kVga}),
-        OperationRow("a_vextvfapi_inpsrc_auto_gain_offset", "Let the chip calibrate an analogue input from the signal that is there.", Result::status, {device()}, {chip()}, calibrate).example("inpsrc_auto_gain_offset vga", {kVga}),
-        OperationRow("_a_vextvfapi_inpsrc_get_vga_handle", "Get hold of the module's VGA handle; answers 1 when it was opened for that.", Result::value, {}, {}, [](Call&) -> long long { return _a_vextvfapi_inpsrc_get_vga_handle(); }).example("_inpsrc_get_vga_handle"),
-        OperationRow("_a_vextvfapi_inpsrc_get_ypbpr_handle", "Get hold of the module's YPbPr handle; answers 1 when it was opened for that.", Result::value, {}, {}, [](Call&) -> long long { return _a_vextvfapi_inpsrc_get_ypbpr_handle(); }).example("_inpsrc_get_ypbpr_handle"),
+        OperationRow("a_vextvfapi_inpsrc_init",
+                     "Bring up external inputs and tuner, and learn how many inputs there are.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_inpsrc_init(); })
+            .example("inpsrc_init"),
+        OperationRow("a_vextvfapi_inpsrc_deinit", "Shut the external inputs down.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_inpsrc_deinit(); })
+            .example("inpsrc_deinit"),
+        OperationRow("a_vextvfapi_inpsrc_get_adc_phase", "Get the converter's phases of an analogue input.",
+                     Result::status, {device()}, outputsOf(phases()), getPhase)
+            .example("inpsrc_get_adc_phase vga", {kVga}),
+        OperationRow("a_vextvfapi_inpsrc_set_adc_phase", "Set the converter's phases of an analogue input.",
+                     Result::status, phases(), {chip()}, setPhase)
+            .example("inpsrc_set_adc_phase vga 11 12 13", {kVga}),
+        OperationRow("a_vextvfapi_inpsrc_get_adc_gain_offset",
+                     "Get the converter's gains and offsets of an analogue input.", Result::status, {device()},
+                     outputsOf(gainsAndOffsets()), getGainOffset)
+            .example("inpsrc_get_adc_gain_offset vga", {kVga}),
+        OperationRow("a_vextvfapi_inpsrc_set_adc_gain_offset",
+                     "Set the converter's gains and offsets of an analogue input.", Result::status, gainsAndOffsets(),
+                     {chip()}, setGainOffset)
+            .example("inpsrc_set_adc_gain_offset vga 1065 1052 1071 131 127 134", {kVga}),
+        OperationRow("a_vextvfapi_inpsrc_auto_gain_offset",
+                     "Let the chip calibrate an analogue input from the signal that is there.", Result::status,
+                     {device()}, {chip()}, calibrate)
+            .example("inpsrc_auto_gain_offset vga", {kVga}),
+        OperationRow("_a_vextvfapi_inpsrc_get_vga_handle",
+                     "Get hold of the module's VGA handle; answers 1 when it was opened for that.", Result::value, {},
+                     {}, [](Call&) -> long long { return _a_vextvfapi_inpsrc_get_vga_handle(); })
+            .example("_inpsrc_get_vga_handle"),
+        OperationRow("_a_vextvfapi_inpsrc_get_ypbpr_handle",
+                     "Get hold of the module's YPbPr handle; answers 1 when it was opened for that.", Result::value, {},
+                     {}, [](Call&) -> long long { return _a_vextvfapi_inpsrc_get_ypbpr_handle(); })
+            .example("_inpsrc_get_ypbpr_handle"),
     };
 }
 
@@ -186,17 +210,36 @@ std::vector<OperationRow> screenOperations() {
     const std::vector<Output> source = {{"source", "its number"}, {"name", "what that is"}};
     const std::vector<Output> standard = {{"standard", "0 to 9; 10: none was detected"}};
     return {
-        OperationRow("a_vextvfapi_inpsrc_get_current_input_source", "Tell the source of the picture.", Result::status, {}, source, currentSource<a_vextvfapi_inpsrc_get_current_input_source, false>).example("inpsrc_get_current_input_source", {kNoVideo, kComposite}),
-        OperationRow("a_vextvfapi_inpsrc_get_current_input_source_type", "Tell the source of the picture as type of the input.", Result::status, {}, source, currentSource<a_vextvfapi_inpsrc_get_current_input_source_type, true>).example("inpsrc_get_current_input_source_type", {kNoVideo, kComposite}),
-        OperationRow("_a_vextvfapi_inpsrc_get_current_input_source", "Tell the source of the picture by number or type.", Result::status, {asType()}, source, currentSourceOrType).example("_inpsrc_get_current_input_source type", {kNoVideo, kComposite}),
-        OperationRow("_a_vextvfapi_inpsrc_get_src_by_extin_handle", "Tell which external input has a handle; \"set input\" tells handles.", Result::status, {{"handle", Kind::number, "the handle", kI32Min, kU32Max}, asType()}, source, sourceOfHandle).example("_inpsrc_get_src_by_extin_handle 0x36545F49", {"_inpsrc_get_vga_handle"}),
-        OperationRow("a_vextvfapi_inpsrc_get_input_timing", "Tell the timing of the picture.", Result::status, {}, {{"width", "pixels of a line"},
-          {"height", "lines"},
-          {"rate", "frames in 1000 s"},
-          {"interlaced", "1 when it is interlaced"},
-          {"timing", "all that in words"}}, inputTiming).example("inpsrc_get_input_timing", {kNoVideo, "set plug hdmi 1", "set connect-input 0 hdmi 1"}),
-        OperationRow("a_vextvfapi_inpsrc_get_video_standard", "Tell the television standard of the analogue source on screen.", Result::status, {}, standard, videoStandard<a_vextvfapi_inpsrc_get_video_standard>).example("inpsrc_get_video_standard", {kNoVideo, kCompositeSource, kComposite}),
-        OperationRow("_a_vextvfapi_inpsrc_get_video_standard", "The same, as the other modules call it.", Result::status, {}, standard, videoStandard<_a_vextvfapi_inpsrc_get_video_standard>).example("_inpsrc_get_video_standard", {kNoVideo, kCompositeSource, kComposite}),
+        OperationRow("a_vextvfapi_inpsrc_get_current_input_source", "Tell the source of the picture.", Result::status,
+                     {}, source, currentSource<a_vextvfapi_inpsrc_get_current_input_source, false>)
+            .example("inpsrc_get_current_input_source", {kNoVideo, kComposite}),
+        OperationRow("a_vextvfapi_inpsrc_get_current_input_source_type",
+                     "Tell the source of the picture as type of the input.", Result::status, {}, source,
+                     currentSource<a_vextvfapi_inpsrc_get_current_input_source_type, true>)
+            .example("inpsrc_get_current_input_source_type", {kNoVideo, kComposite}),
+        OperationRow("_a_vextvfapi_inpsrc_get_current_input_source",
+                     "Tell the source of the picture by number or type.", Result::status, {asType()}, source,
+                     currentSourceOrType)
+            .example("_inpsrc_get_current_input_source type", {kNoVideo, kComposite}),
+        OperationRow("_a_vextvfapi_inpsrc_get_src_by_extin_handle",
+                     "Tell which external input has a handle; \"set input\" tells handles.", Result::status,
+                     {{"handle", Kind::number, "the handle", kI32Min, kU32Max}, asType()}, source, sourceOfHandle)
+            .example("_inpsrc_get_src_by_extin_handle 0x36545F49", {"_inpsrc_get_vga_handle"}),
+        OperationRow("a_vextvfapi_inpsrc_get_input_timing", "Tell the timing of the picture.", Result::status, {},
+                     {{"width", "pixels of a line"},
+                      {"height", "lines"},
+                      {"rate", "frames in 1000 s"},
+                      {"interlaced", "1 when it is interlaced"},
+                      {"timing", "all that in words"}},
+                     inputTiming)
+            .example("inpsrc_get_input_timing", {kNoVideo, "set plug hdmi 1", "set connect-input 0 hdmi 1"}),
+        OperationRow("a_vextvfapi_inpsrc_get_video_standard",
+                     "Tell the television standard of the analogue source on screen.", Result::status, {}, standard,
+                     videoStandard<a_vextvfapi_inpsrc_get_video_standard>)
+            .example("inpsrc_get_video_standard", {kNoVideo, kCompositeSource, kComposite}),
+        OperationRow("_a_vextvfapi_inpsrc_get_video_standard", "The same, as the other modules call it.",
+                     Result::status, {}, standard, videoStandard<_a_vextvfapi_inpsrc_get_video_standard>)
+            .example("_inpsrc_get_video_standard", {kNoVideo, kCompositeSource, kComposite}),
     };
 }
 
@@ -253,16 +296,43 @@ long long bitErrorRate(Call& call) {
 std::vector<OperationRow> receptionOperations() {
     const std::vector<Output> locked = {{"locked", "0 no signal, 1 locked, 2 unknown"}};
     return {
-        OperationRow("a_vextvfapi_inpsrc_check_vd_signal_locked", "Tell whether the video decoder has a signal; it stays open.", Result::status, {}, locked, decoderSignal<a_vextvfapi_inpsrc_check_vd_signal_locked>).example("inpsrc_check_vd_signal_locked"),
-        OperationRow("_a_vextvfapi_inpsrc_check_vd_signal_locked", "The same, as the other modules call it.", Result::status, {}, locked, decoderSignal<_a_vextvfapi_inpsrc_check_vd_signal_locked>).example("_inpsrc_check_vd_signal_locked"),
-        OperationRow("a_vextvfapi_inpsrc_set_factory_vd_para", "Set a factory parameter of the video decoder, which stays open.", Result::status, {word("parameter", "1 to 16"), word("value", "its value")}, {chip()}, setDecoderParameter).example("inpsrc_set_factory_vd_para 3 0x55"),
-        OperationRow("a_vextvfapi_inpsrc_get_factory_vd_para", "Get a factory parameter of the video decoder, which stays open.", Result::status, {word("parameter", "1 to 16")}, {{"value", "its value"}}, getDecoderParameter).example("inpsrc_get_factory_vd_para 3"),
-        OperationRow("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", "Answer the middleware's number of a factory parameter; 17 for all above 16.", Result::value, {word("parameter", "its number")}, {}, [](Call& call) -> long long {
-             return _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(call.number<unsigned int>(0));
-         }).example("_inpsrc_convert_to_HW_EXTIN_FactoryType_e 3"),
-        OperationRow("a_vextvfapi_inpsrc_vif_init", "Initialise the tuner's intermediate-frequency stage anew.", Result::status, {}, {chip()}, vifInit).example("inpsrc_vif_init"),
-        OperationRow("a_vextvfapi_inpsrc_get_demod_info", "Tell what the demodulator says of itself; needs an open tuner.", Result::status, {}, {{"name", "its name"}, {"version", "its version"}, {"build", "its build"}, {"changes", "its list of changes"}}, demodInfo).example("inpsrc_get_demod_info"),
-        OperationRow("a_vextvfapi_inpsrc_get_ber", "Tell the bit error rate of the first locked tuner, with no external input on screen.", Result::status, {}, {{"ber", "the rate"}}, bitErrorRate).example("inpsrc_get_ber"),
+        OperationRow("a_vextvfapi_inpsrc_check_vd_signal_locked",
+                     "Tell whether the video decoder has a signal; it stays open.", Result::status, {}, locked,
+                     decoderSignal<a_vextvfapi_inpsrc_check_vd_signal_locked>)
+            .example("inpsrc_check_vd_signal_locked"),
+        OperationRow("_a_vextvfapi_inpsrc_check_vd_signal_locked", "The same, as the other modules call it.",
+                     Result::status, {}, locked, decoderSignal<_a_vextvfapi_inpsrc_check_vd_signal_locked>)
+            .example("_inpsrc_check_vd_signal_locked"),
+        OperationRow("a_vextvfapi_inpsrc_set_factory_vd_para",
+                     "Set a factory parameter of the video decoder, which stays open.", Result::status,
+                     {word("parameter", "1 to 16"), word("value", "its value")}, {chip()}, setDecoderParameter)
+            .example("inpsrc_set_factory_vd_para 3 0x55"),
+        OperationRow("a_vextvfapi_inpsrc_get_factory_vd_para",
+                     "Get a factory parameter of the video decoder, which stays open.", Result::status,
+                     {word("parameter", "1 to 16")}, {{"value", "its value"}}, getDecoderParameter)
+            .example("inpsrc_get_factory_vd_para 3"),
+        OperationRow("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e",
+                     "Answer the middleware's number of a factory parameter; 17 for all above 16.", Result::value,
+                     {word("parameter", "its number")}, {},
+                     [](Call& call) -> long long {
+                         return _a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e(call.number<unsigned int>(0));
+                     })
+            .example("_inpsrc_convert_to_HW_EXTIN_FactoryType_e 3"),
+        OperationRow("a_vextvfapi_inpsrc_vif_init", "Initialise the tuner's intermediate-frequency stage anew.",
+                     Result::status, {}, {chip()}, vifInit)
+            .example("inpsrc_vif_init"),
+        OperationRow("a_vextvfapi_inpsrc_get_demod_info",
+                     "Tell what the demodulator says of itself; needs an open tuner.", Result::status, {},
+                     {{"name", "its name"},
+                      {"version", "its version"},
+                      {"build", "its build"},
+                      {"changes", "its list of changes"}},
+                     demodInfo)
+            .example("inpsrc_get_demod_info"),
+        OperationRow("a_vextvfapi_inpsrc_get_ber",
+                     "Tell the bit error rate of the first locked tuner, with no external input on screen.",
+                     Result::status, {}, {{"ber", "the rate"}}, bitErrorRate)
+            .example("inpsrc_get_ber"),
     };
 }
 

@@ -44,14 +44,32 @@ std::string refusedMac(const std::vector<Value>& values, const std::vector<Value
 
 std::vector<OperationRow> netOperations() {
     return {
-        OperationRow("a_vextvfapi_net_init", "Bring up the network middleware.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_net_init(); }).example("net_init"),
-        OperationRow("a_vextvfapi_net_deinit", "End the use of the network middleware.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_net_deinit(); }).example("net_deinit"),
-        OperationRow("a_vextvfapi_net_open", "Open a network interface; an unknown name opens the one that was found last.", Result::zeroOr255, {interfaceName()}, {}, [](Call& call) -> long long { return a_vextvfapi_net_open(call.text(0).c_str()); }).example("net_open eth0"),
-        OperationRow("a_vextvfapi_net_close", "Close the network interface that was opened last.", Result::zeroOr255, {}, {}, [](Call&) -> long long { return a_vextvfapi_net_close(); }).example("net_close", {"net_open eth0"}),
-        OperationRow("a_vextvfapi_net_set_mac", "Set the MAC address of eth0; good even when the address was refused.", Result::status, {{"mac", Kind::text, "six pairs of hexadecimal digits: 02:00:5e:00:53:01"}}, {}, setMac).destroying("overwrites the MAC address").warning(refusedMac).example("net_set_mac 02:00:5e:00:53:01"),
-        OperationRow("a_vextvfapi_net_set_interface_updown", "Bring a network interface up or down.", Result::status, {interfaceName(), {"state", Kind::choice, "what it is to be", 0, 0, {{"up", 1}, {"down", 0}}}}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_net_set_interface_updown(call.text(0).c_str(), call.number(1) != 0);
-         }).example("net_set_interface_updown eth0 up"),
+        OperationRow("a_vextvfapi_net_init", "Bring up the network middleware.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_net_init(); })
+            .example("net_init"),
+        OperationRow("a_vextvfapi_net_deinit", "End the use of the network middleware.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_net_deinit(); })
+            .example("net_deinit"),
+        OperationRow("a_vextvfapi_net_open",
+                     "Open a network interface; an unknown name opens the one that was found last.", Result::zeroOr255,
+                     {interfaceName()}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_net_open(call.text(0).c_str()); })
+            .example("net_open eth0"),
+        OperationRow("a_vextvfapi_net_close", "Close the network interface that was opened last.", Result::zeroOr255,
+                     {}, {}, [](Call&) -> long long { return a_vextvfapi_net_close(); })
+            .example("net_close", {"net_open eth0"}),
+        OperationRow("a_vextvfapi_net_set_mac", "Set the MAC address of eth0; good even when the address was refused.",
+                     Result::status, {{"mac", Kind::text, "six pairs of hexadecimal digits: 02:00:5e:00:53:01"}}, {},
+                     setMac)
+            .destroying("overwrites the MAC address")
+            .warning(refusedMac)
+            .example("net_set_mac 02:00:5e:00:53:01"),
+        OperationRow("a_vextvfapi_net_set_interface_updown", "Bring a network interface up or down.", Result::status,
+                     {interfaceName(), {"state", Kind::choice, "what it is to be", 0, 0, {{"up", 1}, {"down", 0}}}}, {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_net_set_interface_updown(call.text(0).c_str(), call.number(1) != 0);
+                     })
+            .example("net_set_interface_updown eth0 up"),
     };
 }
 

@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <iterator>
 
-#include "protocol/color.h"
 #include "operations/input_words.h"
+#include "protocol/color.h"
 
 namespace tool {
 

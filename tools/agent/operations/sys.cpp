@@ -137,68 +137,149 @@ long long getCustomerHash(Call& call) {
 
 std::vector<OperationRow> environmentOperations() {
     return {
-        OperationRow("a_vextvfapi_sys_init", "Bring up system, flash, file-system and watchdog middleware: the first call of all.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_sys_init(); }).example("sys_init"),
-        OperationRow("a_vextvfapi_sys_deinit", "End the use of the system module; does nothing.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_sys_deinit(); }).example("sys_deinit"),
-        OperationRow("a_vextvfapi_sys_get_emmc_env_var", "Read a boot environment variable from eMMC.", Result::status, {key(), valueSize()}, {{"value", "the variable's value"}}, [](Call& call) {
-             return readVariable(call, [&](unsigned char* buffer, unsigned int size) {
-                 return a_vextvfapi_sys_get_emmc_env_var(u8(call.text(0)), buffer, size);
-             });
-         }).example("sys_get_emmc_env_var serial", {"sys_set_emmc_env_var serial LM55-000815"}),
-        OperationRow("a_vextvfapi_sys_set_emmc_env_var", "Write a boot environment variable to eMMC and verify it.", Result::status, {key(), {"value", Kind::text, "its new value, at most 2,046 characters"}}, {}, [](Call& call) -> long long { return a_vextvfapi_sys_set_emmc_env_var(call.utext(0), call.utext(1)); }).destroying("overwrites the variable").example("sys_set_emmc_env_var serial LM55-000815"),
-        OperationRow("_a_vextvfapi_sys_get_env_var", "Read a boot environment variable from any flash.", Result::status, {key(), valueSize(), flashType()}, {{"value", "the variable's value"}}, [](Call& call) {
-             return readVariable(call, [&](unsigned char* buffer, unsigned int size) {
-                 return _a_vextvfapi_sys_get_env_var(u8(call.text(0)), buffer, size, call.number<HW_FLASH_Type_e>(2));
-             });
-         }).example("_sys_get_env_var serial 64 emmc", {"sys_set_emmc_env_var serial LM55-000815"}),
-        OperationRow("_a_vextvfapi_sys_set_env_var", "Write a boot environment variable to any flash and verify it.", Result::status, {key(), {"value", Kind::text, "its new value, at most 2,046 characters"}, flashType()}, {}, [](Call& call) -> long long {
-             return _a_vextvfapi_sys_set_env_var(call.utext(0), call.utext(1), call.number<HW_FLASH_Type_e>(2));
-         }).destroying("overwrites the variable").example("_sys_set_env_var serial LM55-000815 emmc"),
-        OperationRow("_a_vextvfapi_sys_get_flash_handle", "Look up or open a flash handle; one that it opened stays open.", Result::status, {flashType()}, {{"handle", "the handle"}, {"opened", "1 when it was opened by this call"}}, getFlashHandle).example("_sys_get_flash_handle emmc"),
+        OperationRow("a_vextvfapi_sys_init",
+                     "Bring up system, flash, file-system and watchdog middleware: the first call of all.",
+                     Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_sys_init(); })
+            .example("sys_init"),
+        OperationRow("a_vextvfapi_sys_deinit", "End the use of the system module; does nothing.", Result::status, {},
+                     {}, [](Call&) -> long long { return a_vextvfapi_sys_deinit(); })
+            .example("sys_deinit"),
+        OperationRow("a_vextvfapi_sys_get_emmc_env_var", "Read a boot environment variable from eMMC.", Result::status,
+                     {key(), valueSize()}, {{"value", "the variable's value"}},
+                     [](Call& call) {
+                         return readVariable(call, [&](unsigned char* buffer, unsigned int size) {
+                             return a_vextvfapi_sys_get_emmc_env_var(u8(call.text(0)), buffer, size);
+                         });
+                     })
+            .example("sys_get_emmc_env_var serial", {"sys_set_emmc_env_var serial LM55-000815"}),
+        OperationRow(
+            "a_vextvfapi_sys_set_emmc_env_var", "Write a boot environment variable to eMMC and verify it.",
+            Result::status, {key(), {"value", Kind::text, "its new value, at most 2,046 characters"}}, {},
+            [](Call& call) -> long long { return a_vextvfapi_sys_set_emmc_env_var(call.utext(0), call.utext(1)); })
+            .destroying("overwrites the variable")
+            .example("sys_set_emmc_env_var serial LM55-000815"),
+        OperationRow("_a_vextvfapi_sys_get_env_var", "Read a boot environment variable from any flash.", Result::status,
+                     {key(), valueSize(), flashType()}, {{"value", "the variable's value"}},
+                     [](Call& call) {
+                         return readVariable(call, [&](unsigned char* buffer, unsigned int size) {
+                             return _a_vextvfapi_sys_get_env_var(u8(call.text(0)), buffer, size,
+                                                                 call.number<HW_FLASH_Type_e>(2));
+                         });
+                     })
+            .example("_sys_get_env_var serial 64 emmc", {"sys_set_emmc_env_var serial LM55-000815"}),
+        OperationRow(
+            "_a_vextvfapi_sys_set_env_var", "Write a boot environment variable to any flash and verify it.",
+            Result::status, {key(), {"value", Kind::text, "its new value, at most 2,046 characters"}, flashType()}, {},
+            [](Call& call) -> long long {
+                return _a_vextvfapi_sys_set_env_var(call.utext(0), call.utext(1), call.number<HW_FLASH_Type_e>(2));
+            })
+            .destroying("overwrites the variable")
+            .example("_sys_set_env_var serial LM55-000815 emmc"),
+        OperationRow("_a_vextvfapi_sys_get_flash_handle",
+                     "Look up or open a flash handle; one that it opened stays open.", Result::status, {flashType()},
+                     {{"handle", "the handle"}, {"opened", "1 when it was opened by this call"}}, getFlashHandle)
+            .example("_sys_get_flash_handle emmc"),
     };
 }
 
 std::vector<OperationRow> fileOperations() {
     return {
-        OperationRow("a_vextvfapi_sys_check_file", "Tell whether a file can be opened for reading.", Result::status, {path("the file")}, {}, [](Call& call) -> long long { return a_vextvfapi_sys_check_file(call.utext(0)); }).example("sys_check_file /mnt/usb/note.txt", {kNote}),
-        OperationRow("a_vextvfapi_sys_remove_file", "Remove a file.", Result::status, {path("the file")}, {}, [](Call& call) -> long long { return a_vextvfapi_sys_remove_file(call.utext(0)); }).destroying("removes the file").example("sys_remove_file /mnt/usb/note.txt", {kNote}),
-        OperationRow("a_vextvfapi_sys_create_folder", "Create a folder, but not its parents.", Result::status, {path("the folder")}, {}, [](Call& call) -> long long { return a_vextvfapi_sys_create_folder(call.utext(0)); }).example("sys_create_folder /mnt/usb/records"),
-        OperationRow("a_vextvfapi_sys_check_folder", "Tell whether a path exists, as a folder or as a file.", Result::status, {path("the folder")}, {}, [](Call& call) -> long long { return a_vextvfapi_sys_check_folder(call.utext(0)); }).example("sys_check_folder /mnt/usb"),
-        OperationRow("a_vextvfapi_sys_create_file", "Create an empty file; refused when it exists.", Result::status, {path("the file")}, {}, [](Call& call) -> long long { return a_vextvfapi_sys_create_file(call.utext(0)); }).example("sys_create_file /mnt/usb/new.txt"),
-        OperationRow("a_vextvfapi_sys_copy_file", "Copy a file. The status is -1 always; good when the destination holds what the source does.", Result::alwaysFails, {{"source", Kind::path, "the file to copy"},
-          {"destination", Kind::path, "where to"},
-          {"keep", Kind::flag, "on: leave an existing destination alone", 0, 0, {}, "off"}}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_sys_copy_file(call.utext(0), call.utext(1), call.number(2) != 0);
-         }).destroying("overwrites the destination").verifiedBy(isCopied).example("sys_copy_file /mnt/usb/note.txt /data/note.txt", {kNote}),
-        OperationRow("a_vextvfapi_sys_read_file_one_line", "Read one line of a file.", Result::status, {path("the file"),
-          {"size", Kind::number, "size of the buffer in bytes", 0, kReadLimit, {}, "1024"},
-          {"position", Kind::number, "first byte to read", 0, 0x7FFFFFFFFFFFFFFFll, {}, "0"}}, {{"line", "the line with its newline"}}, readLine).example("sys_read_file_one_line /mnt/usb/note.txt", {kNote}),
-        OperationRow("a_vextvfapi_sys_read_file", "Read a block of a file.", Result::status, {path("the file"),
-          {"size", Kind::number, "how many bytes at most", 0, kReadLimit, {}, "4096"},
-          {"position", Kind::number, "first byte to read", 0, 0x7FFFFFFFFFFFFFFFll, {}, "0"}}, {{"length", "how many bytes were read"}, {"data", "the bytes", true}}, readBlock).example("sys_read_file /mnt/usb/note.txt", {kNote}),
-        OperationRow("a_vextvfapi_sys_get_file_checksum", "Sum up the bytes of a file, modulo 65,536.", Result::status, {path("the file")}, {{"checksum", "the sum"}}, checksum).example("sys_get_file_checksum /mnt/usb/note.txt", {kNote}),
-        OperationRow("a_vextvfapi_sys_write_file", "Write bytes to a file.", Result::status, {path("the file"),
-          {"data", Kind::bytes, "what to write", 0, kU32Max},
-          {"mode", Kind::text, "open mode as of stdio: wb, ab, ...", 0, 16, {}, "wb"}}, {}, [](Call& call) -> long long {
-             const Bytes data = call.exactBytes(1);
-             return a_vextvfapi_sys_write_file(call.utext(0), data.data(), static_cast<unsigned int>(data.size()),
-                                               call.utext(2));
-         }).destroying("overwrites the file").example("sys_write_file /mnt/usb/note.txt \"a note\\n\""),
-        OperationRow("a_vextvfapi_sys_change_file_mode", "Set the permission bits of a file.", Result::status, {path("the file"), {"mode", Kind::number, "the bits, octal with a leading 0: 0644", 0, 07777}}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_sys_change_file_mode(call.utext(0), call.number<unsigned int>(1));
-         }).example("sys_change_file_mode /mnt/usb/note.txt 0444", {kNote}),
-        OperationRow("a_vextvfapi_sys_sync_fs", "Flush all file systems.", Result::status, {}, {}, [](Call&) -> long long { return a_vextvfapi_sys_sync_fs(); }).example("sys_sync_fs"),
+        OperationRow("a_vextvfapi_sys_check_file", "Tell whether a file can be opened for reading.", Result::status,
+                     {path("the file")}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_sys_check_file(call.utext(0)); })
+            .example("sys_check_file /mnt/usb/note.txt", {kNote}),
+        OperationRow("a_vextvfapi_sys_remove_file", "Remove a file.", Result::status, {path("the file")}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_sys_remove_file(call.utext(0)); })
+            .destroying("removes the file")
+            .example("sys_remove_file /mnt/usb/note.txt", {kNote}),
+        OperationRow("a_vextvfapi_sys_create_folder", "Create a folder, but not its parents.", Result::status,
+                     {path("the folder")}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_sys_create_folder(call.utext(0)); })
+            .example("sys_create_folder /mnt/usb/records"),
+        OperationRow("a_vextvfapi_sys_check_folder", "Tell whether a path exists, as a folder or as a file.",
+                     Result::status, {path("the folder")}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_sys_check_folder(call.utext(0)); })
+            .example("sys_check_folder /mnt/usb"),
+        OperationRow("a_vextvfapi_sys_create_file", "Create an empty file; refused when it exists.", Result::status,
+                     {path("the file")}, {},
+                     [](Call& call) -> long long { return a_vextvfapi_sys_create_file(call.utext(0)); })
+            .example("sys_create_file /mnt/usb/new.txt"),
+        OperationRow("a_vextvfapi_sys_copy_file",
+                     "Copy a file. The status is -1 always; good when the destination holds what the source does.",
+                     Result::alwaysFails,
+                     {{"source", Kind::path, "the file to copy"},
+                      {"destination", Kind::path, "where to"},
+                      {"keep", Kind::flag, "on: leave an existing destination alone", 0, 0, {}, "off"}},
+                     {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_sys_copy_file(call.utext(0), call.utext(1), call.number(2) != 0);
+                     })
+            .destroying("overwrites the destination")
+            .verifiedBy(isCopied)
+            .example("sys_copy_file /mnt/usb/note.txt /data/note.txt", {kNote}),
+        OperationRow("a_vextvfapi_sys_read_file_one_line", "Read one line of a file.", Result::status,
+                     {path("the file"),
+                      {"size", Kind::number, "size of the buffer in bytes", 0, kReadLimit, {}, "1024"},
+                      {"position", Kind::number, "first byte to read", 0, 0x7FFFFFFFFFFFFFFFll, {}, "0"}},
+                     {{"line", "the line with its newline"}}, readLine)
+            .example("sys_read_file_one_line /mnt/usb/note.txt", {kNote}),
+        OperationRow("a_vextvfapi_sys_read_file", "Read a block of a file.", Result::status,
+                     {path("the file"),
+                      {"size", Kind::number, "how many bytes at most", 0, kReadLimit, {}, "4096"},
+                      {"position", Kind::number, "first byte to read", 0, 0x7FFFFFFFFFFFFFFFll, {}, "0"}},
+                     {{"length", "how many bytes were read"}, {"data", "the bytes", true}}, readBlock)
+            .example("sys_read_file /mnt/usb/note.txt", {kNote}),
+        OperationRow("a_vextvfapi_sys_get_file_checksum", "Sum up the bytes of a file, modulo 65,536.", Result::status,
+                     {path("the file")}, {{"checksum", "the sum"}}, checksum)
+            .example("sys_get_file_checksum /mnt/usb/note.txt", {kNote}),
+        OperationRow("a_vextvfapi_sys_write_file", "Write bytes to a file.", Result::status,
+                     {path("the file"),
+                      {"data", Kind::bytes, "what to write", 0, kU32Max},
+                      {"mode", Kind::text, "open mode as of stdio: wb, ab, ...", 0, 16, {}, "wb"}},
+                     {},
+                     [](Call& call) -> long long {
+                         const Bytes data = call.exactBytes(1);
+                         return a_vextvfapi_sys_write_file(call.utext(0), data.data(),
+                                                           static_cast<unsigned int>(data.size()), call.utext(2));
+                     })
+            .destroying("overwrites the file")
+            .example("sys_write_file /mnt/usb/note.txt \"a note\\n\""),
+        OperationRow("a_vextvfapi_sys_change_file_mode", "Set the permission bits of a file.", Result::status,
+                     {path("the file"), {"mode", Kind::number, "the bits, octal with a leading 0: 0644", 0, 07777}}, {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_sys_change_file_mode(call.utext(0), call.number<unsigned int>(1));
+                     })
+            .example("sys_change_file_mode /mnt/usb/note.txt 0444", {kNote}),
+        OperationRow("a_vextvfapi_sys_sync_fs", "Flush all file systems.", Result::status, {}, {},
+                     [](Call&) -> long long { return a_vextvfapi_sys_sync_fs(); })
+            .example("sys_sync_fs"),
     };
 }
 
 std::vector<OperationRow> daemonAndChipOperations() {
     const Argument command = {"command", Kind::number, "the command; the daemon knows 0 and 1", kI32Min, kI32Max};
     return {
-        OperationRow("a_vextvfapi_sys_send_cmd_to_factory_svc", "Have the factory daemon run a command, and wait for its answer for as long as it takes.", Result::status, {command, {"parameters", Kind::text, "the command's parameters, at most 254 characters"}}, {}, [](Call& call) -> long long {
-             return a_vextvfapi_sys_send_cmd_to_factory_svc(call.number<int>(0), call.text(1).c_str());
-         }).example("sys_send_cmd_to_factory_svc 0 mode=aging", {"set daemon answer"}),
-        OperationRow("_a_vextvfapi_sys_convert_factory_cmd", "Tell the factory daemon's number of a command, or -1.", Result::value, {command}, {}, [](Call& call) -> long long { return _a_vextvfapi_sys_convert_factory_cmd(call.number<int>(0)); }).example("_sys_convert_factory_cmd 0"),
-        OperationRow("a_vextvfapi_sys_get_dataindex_path", "Tell the path of the file that names the set's configuration files.", Result::status, {{"size", Kind::number, "size of the buffer in bytes; below 128 is refused", 0, 65536, {}, "128"}}, {{"path", "the file"}}, getDataIndexPath).example("sys_get_dataindex_path"),
-        OperationRow("a_vextvfapi_sys_get_customer_hash", "Read the customer hash of the chip.", Result::status, {{"size", Kind::number, "size of the buffer in bytes; below 16 is refused", 0, 65536, {}, "16"}}, {{"hash", "the hash", true}}, getCustomerHash).example("sys_get_customer_hash"),
+        OperationRow("a_vextvfapi_sys_send_cmd_to_factory_svc",
+                     "Have the factory daemon run a command, and wait for its answer for as long as it takes.",
+                     Result::status,
+                     {command, {"parameters", Kind::text, "the command's parameters, at most 254 characters"}}, {},
+                     [](Call& call) -> long long {
+                         return a_vextvfapi_sys_send_cmd_to_factory_svc(call.number<int>(0), call.text(1).c_str());
+                     })
+            .example("sys_send_cmd_to_factory_svc 0 mode=aging", {"set daemon answer"}),
+        OperationRow("_a_vextvfapi_sys_convert_factory_cmd", "Tell the factory daemon's number of a command, or -1.",
+                     Result::value, {command}, {},
+                     [](Call& call) -> long long { return _a_vextvfapi_sys_convert_factory_cmd(call.number<int>(0)); })
+            .example("_sys_convert_factory_cmd 0"),
+        OperationRow("a_vextvfapi_sys_get_dataindex_path",
+                     "Tell the path of the file that names the set's configuration files.", Result::status,
+                     {{"size", Kind::number, "size of the buffer in bytes; below 128 is refused", 0, 65536, {}, "128"}},
+                     {{"path", "the file"}}, getDataIndexPath)
+            .example("sys_get_dataindex_path"),
+        OperationRow("a_vextvfapi_sys_get_customer_hash", "Read the customer hash of the chip.", Result::status,
+                     {{"size", Kind::number, "size of the buffer in bytes; below 16 is refused", 0, 65536, {}, "16"}},
+                     {{"hash", "the hash", true}}, getCustomerHash)
+            .example("sys_get_customer_hash"),
     };
 }
 

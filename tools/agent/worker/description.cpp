@@ -19,7 +19,10 @@ constexpr int kNoReading = 255;
 std::vector<EventKind> eventKinds() {
     return {
         {"prphrl", 0x100002, "A key of the keypad.", {{"value", {}, "key code"}}},
-        {"prphrl", 0x100004, "A reading of an ADC channel.", {{"value", {{"or it could not be read", kNoReading}}, "ADC value"}}},
+        {"prphrl",
+         0x100004,
+         "A reading of an ADC channel.",
+         {{"value", {{"or it could not be read", kNoReading}}, "ADC value"}}},
         {"prphrl",
          0x100005,
          "The level of a monitored pad.",

@@ -12,6 +12,7 @@
 
 #include "actions/log_switch.h"
 #include "base/terminal.h"
+#include "target/event_log.h"
 #include "target/in_process.h"
 #include "target/output.h"
 #include "vset/vset.h"
@@ -78,6 +79,7 @@ void openSession(const SessionOptions& options) {
         }
     }
     vset::wdt::onReboot(endWithSet);
+    hearEvents([](Event event) { eventLog().add(std::move(event)); });
     vset::attach(folder);
     if (options.log) {
         g_logSwitch.emplace(kLogSwitch);

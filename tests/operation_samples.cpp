@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Operations as the fault sweep and the kept runs call them.
-#include "fault_sweep.h"
+// Operations as the kept runs call them.
+#include "operation_samples.h"
 
 #include <chrono>
 
@@ -21,12 +21,15 @@
 #include "support/set_fixture.h"
 #include "support/sleeps.h"
 #include "support/waiting.h"
+#include "vset/cec.h"
 #include "vset/disp.h"
 #include "vset/dispout.h"
 #include "vset/extin.h"
+#include "vset/gpio.h"
+#include "vset/osd.h"
 #include "vset/tuner.h"
 
-namespace test::sweep {
+namespace test {
 
 namespace {
 
@@ -69,6 +72,20 @@ void stopPipeMode() {
                      std::chrono::seconds(1));
     a_vextvfapi_prphrl_set_uart_pipe_mode(0, nullptr);
     close(s32Writer);
+}
+
+template <unsigned char u8Level, bool bInverted>
+void drivePad() {
+    vset::gpio::drive(5, u8Level);
+    vset::gpio::setInverted(5, bInverted);
+}
+
+void openBus() {
+    ASSERT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0);
+}
+
+void holdPad() {
+    vset::gpio::hold(5);
 }
 
 void startMonitor() {
@@ -122,8 +139,16 @@ void useClosedWindow() {
     ASSERT_EQ(a_vextvfapi_disp_switch_window(1), 0);
 }
 
+void useNoWindow() {
+    ASSERT_EQ(a_vextvfapi_disp_switch_window(3), 0);
+}
+
 void useFirstWindow() {
     a_vextvfapi_disp_switch_window(0);
+}
+
+Sample refused(const char* pszOperation, std::vector<std::string> words, void (*before)() = nullptr) {
+    return {pszOperation, std::move(words), before, useFirstWindow, Calls::refused};
 }
 
 Sample display(const char* pszOperation, std::vector<std::string> words) {
@@ -146,6 +171,15 @@ void putBmp() {
 
 void putCanvasUp() {
     ASSERT_EQ(a_vextvfapi_disptst_gen_gop_test_pattern_on(16, 4), 0);
+}
+
+void removeLayer() {
+    vset::osd::removeLayer(1);
+}
+
+void putCanvasUpWithoutLayer() {
+    removeLayer();
+    putCanvasUp();
 }
 
 // Proves that the operation removes what a failure has left.
@@ -217,8 +251,15 @@ void nameDemodulator() {
     }
 }
 
-void giveOutputUp() {
+// With the display's handle, which some operations close in place of the output's.
+void findOutputUp() {
+    fapi_core::VexTvFApiDispHsyModelRange stRange = {};
     ASSERT_EQ(a_vextvfapi_disp_init(), 0);
+    ASSERT_EQ(a_vextvfapi_disp_get_pq_range(&stRange), 0);
+}
+
+void giveOutputUp() {
+    findOutputUp();
     vset::dispout::release();
 }
 
@@ -255,8 +296,28 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_sys_create_folder", {"/data/new"}},
     {"a_vextvfapi_sys_check_folder", {"/data"}},
     {"a_vextvfapi_sys_create_file", {"/data/new/file"}},
+    refused("a_vextvfapi_sys_create_file", {"/data/file"}),
     {"a_vextvfapi_sys_copy_file", {"/data/file", "/data/new/copy", "off"}},
+    {"a_vextvfapi_sys_check_file", {"/data"}},
+    {"a_vextvfapi_sys_check_folder", {"/data/file"}},
+    refused("a_vextvfapi_sys_check_file", {"/data/none"}),
+    refused("a_vextvfapi_sys_check_folder", {"/data/none"}),
+    refused("a_vextvfapi_sys_check_folder", {""}),
+    refused("a_vextvfapi_sys_create_folder", {""}),
+    refused("a_vextvfapi_sys_create_folder", {"/data/new/b"}),
+    {"a_vextvfapi_sys_copy_file", {"/data/file", "/data/new", "on"}},
+    refused("a_vextvfapi_sys_copy_file", {"/data/file", "/data/file", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"/data/file", "/data/new/a/b", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"/data/none", "/data/new", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"", "/data/new", "on"}),
+    refused("a_vextvfapi_sys_copy_file", {"/data/file", "", "on"}),
+    refused("a_vextvfapi_sys_write_file", {"", "text:abc"}),
+    refused("a_vextvfapi_sys_write_file", {"/data/new/a/b", "text:abc"}),
     {"a_vextvfapi_sys_read_file_one_line", {"/data/file"}},
+    {"a_vextvfapi_sys_read_file_one_line", {"/data/file", "64", "4"}},
+    {"a_vextvfapi_sys_read_file_one_line", {"/data/file", "3", "4"}},
+    refused("a_vextvfapi_sys_read_file_one_line", {"/data/file", "64", "8"}),
+    refused("a_vextvfapi_sys_read_file_one_line", {"/data/none"}),
     {"a_vextvfapi_sys_read_file", {"/data/file"}},
     {"a_vextvfapi_sys_get_file_checksum", {"/data/file"}},
     {"a_vextvfapi_sys_write_file", {"/data/new/written", "text:abc"}},
@@ -273,6 +334,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_sys_get_dataindex_path", {}},
     {"a_vextvfapi_sys_get_customer_hash", {}},
     {"a_vextvfapi_info_get_ini_para", {"/vendor/factory/config/ir.ini", "IR:IR_FORMAT"}},
+    {"a_vextvfapi_info_get_ini_para", {"/vendor/factory/config/ir.ini", "IR:NONE"}},
     {"a_vextvfapi_info_set_ini_para", {"/vendor/factory/config/ir.ini", "IR:IR_FORMAT", "2"}},
     {"a_vextvfapi_prphrl_get_rc_format", {"IR:IR_FORMAT"}},
     // The keypad before the ADC: with that in use, starting the keypad does not open it.
@@ -286,8 +348,16 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_read_from_iic", {"0", "0xA0", "hex:00", "16"}},
     {"a_vextvfapi_prphrl_write_to_iic", {"0", "0xA0", "hex:00", "text:abc"}},
     {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "0"}},
+    {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "1"}, openBus},
     {"a_vextvfapi_prphrl_control_gpio", {"5", "1"}},
     {"a_vextvfapi_prphrl_get_gpio_status", {"5"}},
+    {"a_vextvfapi_prphrl_control_gpio", {"0", "1"}},
+    {"a_vextvfapi_prphrl_control_gpio", {"5", "0"}, holdPad},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, holdPad},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, drivePad<1, false>},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, drivePad<0, true>},
+    {"a_vextvfapi_prphrl_get_gpio_status", {"5"}, drivePad<1, true>},
+    refused("a_vextvfapi_prphrl_control_gpio", {"5", "2"}),
     {"a_vextvfapi_prphrl_set_hdmi_edid_version", {"0", "2"}},
     {"a_vextvfapi_prphrl_get_hdmi_edid_version", {"0"}},
     {"a_vextvfapi_prphrl_set_hdmi_edid_data", {"0", "3", "text:abc"}},
@@ -295,14 +365,25 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_set_hdmi_hpd", {"0", "0"}},
     {"_a_vextvfapi_prphrl_get_hdmi_handle", {"0"}},
     {"a_vextvfapi_prphrl_enable_cec", {"on"}},
+    {"a_vextvfapi_prphrl_enable_cec", {"off"}},
+    {"a_vextvfapi_prphrl_enable_cec", {"on"}, vset::cec::hold},
     {"a_vextvfapi_prphrl_get_cec_status", {}},
     {"a_vextvfapi_prphrl_get_earc_status", {}},
     {"a_vextvfapi_prphrl_pwm_set_attr", {"0", "0", "1"}},
     {"a_vextvfapi_prphrl_pwm_get_attr", {"0", "0"}},
     {"a_vextvfapi_sys_write_emmc", {"misc", "16", "text:abc"}},
     {"a_vextvfapi_sys_read_emmc", {"misc", "16", "3"}},
+    refused("a_vextvfapi_sys_write_emmc", {"misc", "1048576", "text:a"}),
+    refused("a_vextvfapi_sys_write_emmc", {"misc", "1048575", "text:ab"}),
+    refused("a_vextvfapi_sys_write_emmc", {"misc", "4294967295", "text:ab"}),
+    refused("a_vextvfapi_sys_write_emmc", {"missing", "0", "text:a"}),
+    refused("a_vextvfapi_sys_read_emmc", {"misc", "1048575", "2"}),
+    refused("a_vextvfapi_sys_read_emmc", {"misc", "4294967295", "2"}),
+    refused("a_vextvfapi_sys_read_emmc", {"missing", "0", "1"}),
     {"a_vextvfapi_sys_set_miu_ssc", {"0", "30", "10", "on"}},
+    {"a_vextvfapi_sys_set_miu_ssc", {"2", "20", "1", "off"}},
     {"a_vextvfapi_sys_upgrade_fw", {"0", "/data/file"}},
+    refused("a_vextvfapi_sys_upgrade_fw", {"1", "/data/none"}),
     {"a_vextvfapi_sys_read_reg", {"1", "2"}},
     {"a_vextvfapi_sys_write_reg", {"1", "2", "3"}},
     {"a_vextvfapi_sys_get_rtc_time", {}},
@@ -310,6 +391,9 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_net_deinit", {}},
     {"a_vextvfapi_net_open", {"eth0"}, bringNetUp},
     {"a_vextvfapi_net_close", {}, openNet},
+    refused("a_vextvfapi_net_close", {}, bringNetUp),
+    refused("a_vextvfapi_net_set_mac", {""}, bringNetUp),
+    refused("a_vextvfapi_net_set_interface_updown", {"", "down"}, bringNetUp),
     {"a_vextvfapi_net_set_mac", {"02:00:00:00:00:01"}, bringNetUp},
     {"a_vextvfapi_net_set_interface_updown", {"eth0", "up"}, bringNetUp},
     {"a_vextvfapi_net_set_interface_updown", {"eth0", "down"}, bringNetUp},
@@ -348,20 +432,48 @@ const std::vector<Sample> kSamples = {
     canvasUp("a_vextvfapi_disptst_gen_gop_test_pattern_on", {"16", "4"}),
     canvasUp("a_vextvfapi_disptst_gen_gop_test_pattern_by_bmp", {"/data/bmp", "4", "1"}),
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_off", {}),
+    {"a_vextvfapi_disptst_gen_gop_test_pattern_on", {"16", "4"}, removeLayer, takeCanvasAway},
+    {"a_vextvfapi_disptst_gen_gop_test_pattern_off", {}, putCanvasUpWithoutLayer, takeCanvasAway},
+    {"a_vextvfapi_disptst_gen_gop_test_pattern_off", {}},
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_show", {}),
     onCanvas("a_vextvfapi_disptst_gen_gop_test_pattern_hide", {}),
     onCanvas("a_vextvfapi_disptst_gop_pattern_set_attr", {"on"}),
     {"a_vextvfapi_disptst_set_burning_mode", {"on"}, nullptr, stopBurnIn, Calls::always, true},
     {"a_vextvfapi_disptst_set_burning_mode_adv", {"on", "red,blue", "1"}, nullptr, stopBurnIn, Calls::always, true},
-    {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "on"}},
+    {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "2"}},
     {"a_vextvfapi_disptst_set_osd_layer_on_off", {"1", "off"}},
+    refused("a_vextvfapi_disptst_set_osd_layer_on_off", {"2", "on"}),
+    refused("a_vextvfapi_disptst_set_osd_layer_on_off", {"-1", "on"}),
     display("a_vextvfapi_disptst_set_pq_on_off", {"on"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "on", "0", "white"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "on", "7", "white"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "on"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "off"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "on", "0", "red"}),
-    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "off"}),
+    display("a_vextvfapi_disptst_set_pq_on_off", {"off"}),
+    refused("a_vextvfapi_disptst_set_pq_on_off", {"on"}, useNoWindow),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"adc", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"adc", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ip1", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ip1", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"linebuff", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"linebuff", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"hvsp", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"hvsp", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"vop2", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mod", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mod", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"white-balance", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "77", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"mute-color", "off", "7", "red"}),
+    display("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "on", "8", "red"}),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"mvop", "on", "8", "red"}, useClosedWindow),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"adc", "on", "8", "red"}, useClosedWindow),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"11", "on"}, useClosedWindow),
+    refused("a_vextvfapi_disptst_gen_test_pattern", {"ipmux", "on"}, useNoWindow),
     {"a_vextvfapi_inpsrc_init", {}},
     onInputs("a_vextvfapi_inpsrc_deinit"),
     analogInput("a_vextvfapi_inpsrc_get_adc_phase", {"vga"}),
@@ -370,12 +482,19 @@ const std::vector<Sample> kSamples = {
     analogInput("a_vextvfapi_inpsrc_get_adc_gain_offset", {"ypbpr"}),
     analogInput("a_vextvfapi_inpsrc_set_adc_gain_offset", {"vga", "1", "2", "3", "4", "5", "6"}),
     analogInput("a_vextvfapi_inpsrc_auto_gain_offset", {"vga"}),
+    refused("a_vextvfapi_inpsrc_get_adc_phase", {"scart"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_get_adc_gain_offset", {"scart"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_set_adc_phase", {"scart", "1", "2", "3"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_set_adc_gain_offset", {"scart", "1", "2", "3", "4", "5", "6"}, plugAnalog),
+    refused("a_vextvfapi_inpsrc_auto_gain_offset", {"3"}, plugAnalog),
     onInputs("_a_vextvfapi_inpsrc_get_vga_handle"),
     onInputs("_a_vextvfapi_inpsrc_get_ypbpr_handle"),
     onInputs("a_vextvfapi_inpsrc_check_vd_signal_locked"),
     onInputs("_a_vextvfapi_inpsrc_check_vd_signal_locked"),
     onInputs("a_vextvfapi_inpsrc_set_factory_vd_para", {"1", "2"}),
     onInputs("a_vextvfapi_inpsrc_get_factory_vd_para", {"1"}),
+    refused("a_vextvfapi_inpsrc_set_factory_vd_para", {"18", "2"}, bringInputsUp),
+    refused("a_vextvfapi_inpsrc_get_factory_vd_para", {"18"}, bringInputsUp),
     onScreen("a_vextvfapi_inpsrc_get_current_input_source"),
     onScreen("a_vextvfapi_inpsrc_get_current_input_source_type"),
     onScreen("_a_vextvfapi_inpsrc_get_current_input_source", {"type"}),
@@ -406,10 +525,29 @@ const std::vector<Sample> kSamples = {
     panel("a_vextvfapi_disp_get_frc_device_info"),
     panel("a_vextvfapi_disp_get_frc_connect_status"),
     panel("a_vextvfapi_disp_upgrade_tarn_fw", {"/data/file"}),
+    {"a_vextvfapi_disp_panel_set_attr", {"1", "1"}, findOutputUp},
+    {"a_vextvfapi_disp_panel_get_attr", {"4"}, findOutputUp},
+    {"a_vextvfapi_disp_panel_get_attr", {"3"}, findOutputUp},
+    {"a_vextvfapi_disp_get_tcon_info", {}, findOutputUp},
+    {"a_vextvfapi_disp_get_frc_device_info", {}, findOutputUp},
+    {"a_vextvfapi_disp_get_frc_connect_status", {}, findOutputUp},
+    {"a_vextvfapi_disp_upgrade_tarn_fw", {"/data/file"}, findOutputUp},
     driver("a_vextvfapi_disp_set_overscan", {"1", "2", "3", "4"}),
     driver("a_vextvfapi_disp_nty_drv_reload_param", {}),
-    driver("a_vextvfapi_disp_set_pq_value", {"0", "1"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"0", "1000"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"1", "1001"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"2", "1002"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"3", "1003"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"4", "1004"}),
+    driver("a_vextvfapi_disp_set_pq_value", {"5", "1005"}),
+    refused("a_vextvfapi_disp_set_pq_value", {"-1", "1"}, bringDriversUp),
     background("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "0"}, nullptr, stopStandardLink),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"5", "0"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"-1", "0"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "2"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "-1"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "0", "3"}),
+    refused("a_vextvfapi_prphrl_std_factory_uart_start", {"115200", "1", "4294967295"}),
     background("a_vextvfapi_prphrl_std_factory_uart_stop", {}, startStandardLink, stopStandardLink),
     background("a_vextvfapi_prphrl_std_factory_uart_write", {"text:abc"}, startStandardLink, stopStandardLink),
     background("a_vextvfapi_prphrl_std_factory_uart_custom_config", {"end", ";", "8"}, startStandardLink,
@@ -417,10 +555,11 @@ const std::vector<Sample> kSamples = {
     background("a_vextvfapi_prphrl_gpio_monitor_start", {"5", "1000000"}, nullptr, stopMonitor),
     background("a_vextvfapi_prphrl_gpio_monitor_stop", {}, startMonitor, stopMonitor),
     quiet("_a_vextvfapi_common_init_debug_level"),
-    quiet("_bytes_to_bool", {"hex:01"}),
-    quiet("_bytes_to_int", {"hex:00000102"}),
-    quiet("_bytes_to_one_byte_enum", {"hex:05"}),
-    quiet("_bytes_to_short", {"hex:0102"}),
+    quiet("_bytes_to_bool", {"hex:FE"}),
+    quiet("_bytes_to_int", {"hex:12FE5678"}),
+    quiet("_bytes_to_one_byte_enum", {"hex:12"}),
+    quiet("_bytes_to_short", {"hex:12FE"}),
+    quiet("_bytes_to_short", {"hex:FE56"}),
     quiet("a_vextvfapi_common_get_fapi_status"),
     quiet("a_vextvfapi_common_get_fapi_version"),
     quiet("a_vextvfapi_common_hw_err_msg", {"3"}),
@@ -431,7 +570,8 @@ const std::vector<Sample> kSamples = {
     quiet("a_vextvfapi_prphrl_switch_to_ttys1", {"off"}),
     {"_a_vextvfapi_prphrl_sar_key_callback", {"1", "press", "0x01"}, nullptr, nullptr, Calls::sometimes},
     quiet("_a_vextvfapi_sys_convert_fw_type", {"0"}),
-    quiet("_a_vextvfapi_sys_get_miu_type_by_idx", {"0"}),
+    quiet("_a_vextvfapi_sys_get_miu_type_by_idx", {"2"}),
+    quiet("_a_vextvfapi_sys_get_miu_type_by_idx", {"3"}),
     quiet("a_vextvfapi_sys_update_panel"),
     quiet("_a_vextvfapi_sys_convert_factory_cmd", {"0"}),
     quiet("a_vextvfapi_sys_change_file_mode", {"/data/file", "0444"}),
@@ -458,6 +598,7 @@ const std::vector<Sample> kSamples = {
      takeCanvasAway,
      Calls::none},
     quiet("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", {"3"}),
+    quiet("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", {"18"}),
 };
 
 }  // namespace
@@ -501,4 +642,4 @@ void SampleTest::finish(const Sample& stSample) const {
     EXPECT_TRUE(eventually([this] { return threads() <= _s32Threads; }, kThreadsEnd)) << "threads are left";
 }
 
-}  // namespace test::sweep
+}  // namespace test

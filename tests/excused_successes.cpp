@@ -1,110 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the fault sweep allows, and why: handles that stay open, operations that are not swept, and successes although a
-// call has failed.
+// Which operations may succeed although a call of the middleware or an allocation has failed, and why.
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <sstream>
 
-#include "fault_sweep.h"
-#include "hw3/hw_aout.h"
 #include "hw3/hw_types.h"
+#include "operation_samples.h"
 
-namespace test::sweep {
+namespace test {
 
 namespace {
-
-// Handles that stay open on purpose, and why.
-const std::vector<LeftOpen> kLeftOpen = {
-    {{"_a_vextvfapi_sys_get_flash_handle", "_a_vextvfapi_prphrl_get_hdmi_handle", "_a_vextvfapi_disp_get_disp_handle",
-      "_a_vextvfapi_disp_get_disp_handle_by_win_idx", "_a_vextvfapi_inpsrc_get_vga_handle",
-      "_a_vextvfapi_inpsrc_get_ypbpr_handle"},
-     1,
-     0,
-     "",
-     "the handle is what the caller wants, and his to close"},
-    {{"a_vextvfapi_prphrl_keypad_init", "a_vextvfapi_prphrl_start_keypad", "a_vextvfapi_prphrl_start_adc",
-      "a_vextvfapi_prphrl_get_sar_adc"},
-     1,
-     0,
-     "",
-     "acquired once, for the life of the process"},
-    {{"a_vextvfapi_prphrl_start_factory_uart"}, 1, 0, "", "until it is stopped"},
-    {{"a_vextvfapi_prphrl_std_factory_uart_start"}, 0, 1, "", "until it is stopped"},
-    {{"a_vextvfapi_prphrl_enable_iic", "a_vextvfapi_prphrl_read_from_iic", "a_vextvfapi_prphrl_write_to_iic"},
-     1,
-     0,
-     "",
-     "until the bus is disabled"},
-    {{"a_vextvfapi_prphrl_gpio_monitor_start"}, 1, 0, "", "while the pad is watched"},
-    {{"a_vextvfapi_net_open"}, 1, 0, "", "until the network is closed"},
-    {{"a_vextvfapi_aud_open"}, HW_AOUT_PATH_COUNT, 0, "", "all paths, until they are closed"},
-    {{"a_vextvfapi_disptst_gen_gop_test_pattern_on", "a_vextvfapi_disptst_gen_gop_test_pattern_by_bmp"},
-     1,
-     0,
-     "HW_OSD HW_OSD_WINDOW HW_OSD_SURFACE",
-     "until the canvas is taken away, which takes what a failure has left, too"},
-    {{"a_vextvfapi_inpsrc_check_vd_signal_locked", "_a_vextvfapi_inpsrc_check_vd_signal_locked",
-      "a_vextvfapi_inpsrc_set_factory_vd_para", "a_vextvfapi_inpsrc_get_factory_vd_para"},
-     1,
-     0,
-     "",
-     "a decoder that is closed forgets its setting"},
-    {{"a_vextvfapi_inpsrc_vif_init"}, 1, 0, "", "the tuner goes on with what was set"},
-    {{"a_vextvfapi_disp_get_pq_range"}, 1, 0, "", "the module's window, which its other operations find"},
-    {{"a_vextvfapi_disp_panel_get_attr 3", "a_vextvfapi_disp_get_tcon_info", "a_vextvfapi_disp_get_frc_device_info",
-      "a_vextvfapi_disp_get_frc_connect_status", "a_vextvfapi_disp_upgrade_tarn_fw"},
-     1,
-     0,
-     "",
-     "the line's later steps are to meet an output that is up"},
-    {{"a_vextvfapi_disp_capture_screen_to_usb", "_a_vextvfapi_disp_capture_video_to_usb"},
-     0,
-     0,
-     "HW_OSD_SURFACE HW_CAP HW_DISP",
-     "a capture that fails leaves what it has made until then"},
-    {{"a_vextvfapi_sys_get_rtc_time"},
-     0,
-     0,
-     "HW_PM",
-     "a clock that cannot be read leaves its handle to the next reading"},
-    {{"a_vextvfapi_aud_adv_snd_enable",
-      "a_vextvfapi_aud_adv_snd_enable_sub",
-      "a_vextvfapi_aud_adv_snd_set_param",
-      "a_vextvfapi_aud_adv_snd_set_dolby_dap_param",
-      "a_vextvfapi_aud_dts_bypass",
-      "a_vextvfapi_aud_get_attr",
-      "a_vextvfapi_aud_adv_set_prescale",
-      "a_vextvfapi_aud_adv_set_NR",
-      "a_vextvfapi_aud_adv_set_peq_q_value",
-      "a_vextvfapi_aud_adv_set_peq_freq_value",
-      "a_vextvfapi_aud_adv_set_peq_gain_value",
-      "a_vextvfapi_aud_adv_set_peq_value",
-      "a_vextvfapi_aud_adv_enable_basic_sound_effect",
-      "a_vextvfapi_aud_basic_snd_set_param",
-      "a_vextvfapi_aud_adv_set_speaker_delay",
-      "a_vextvfapi_aud_adv_get_speaker_delay",
-      "a_vextvfapi_aud_adv_set_volume",
-      "a_vextvfapi_aud_adv_get_volume",
-      "a_vextvfapi_aud_set_volume_table",
-      "a_vextvfapi_aud_load_aq_params"},
-     0,
-     0,
-     "HW_AOUT",
-     "paths are closed by the next success only"},
-};
-
-// Operations that are not called alone, and why.
-const std::vector<NotSwept> kNotSwept = {
-    {{"_a_vextvfapi_prphrl_create_pipe_file"}, "waits for a writer"},
-    {{"a_vextvfapi_sys_send_cmd_to_factory_svc"}, "a socket of which a PC has one, and no allocation"},
-    {{"_a_vextvfapi_prphrl_setBlocking", "_a_vextvfapi_prphrl_setInterfaceAttr", "_a_vextvfapi_prphrl_uartOpen",
-      "_a_vextvfapi_prphrl_uartRead", "_a_vextvfapi_prphrl_uartWrite", "_a_vextvfapi_prphrl_uartWritestr"},
-     "calls of the kernel alone, on the standard link's tty"},
-    {{"_a_vextvfapi_prphrl_set_hdmi_hpd", "_a_vextvfapi_inpsrc_get_src_by_extin_handle",
-      "_a_vextvfapi_disp_get_on_screen_input", "_a_vextvfapi_disptst_connect_disp"},
-     "its handle comes from another operation, which calls it"},
-};
 
 // Successes of operations of which a call has failed.
 struct Success {
@@ -184,25 +90,6 @@ std::string shortName(const std::string& strOperation) {
 
 }  // namespace
 
-const std::vector<LeftOpen>& leftOpen() {
-    return kLeftOpen;
-}
-
-const std::vector<NotSwept>& notSwept() {
-    return kNotSwept;
-}
-
-std::vector<long long> failuresOf(const std::string& strCall) {
-    if (strCall == "HW_TUNER_FactoryCmdApplyVif") {
-        return {0};
-    }
-    if (strCall.rfind("HW_FS_", 0) != 0 || strCall == "HW_FS_Init") {
-        return {1, HW_HAS_INITED, HW_ERR_INVALID_PARAMETER};
-    }
-    const bool bCounts = strCall == "HW_FS_Fread" || strCall == "HW_FS_Fwrite" || strCall == "HW_FS_Write";
-    return bCounts ? std::vector<long long>{-1, 0} : std::vector<long long>{-1, -2};
-}
-
 std::string reasonOfSuccess(const std::string& strOperation, const std::string& strCall, long long s64Result) {
     if (s64Result == HW_HAS_INITED && names("*_Init", strCall)) {
         return "another has initialized it";
@@ -214,4 +101,4 @@ std::string reasonOfSuccess(const std::string& strOperation, const std::string& 
     return found != std::end(kSuccesses) ? found->pszReason : "";
 }
 
-}  // namespace test::sweep
+}  // namespace test
