@@ -21,8 +21,10 @@ Time timeOf(const Field& field) {
 }  // namespace
 
 void addTo(Field& params, const Event& event) {
-    params.set("mono", nanoseconds(event.mono)).set("wall", nanoseconds(event.time));
-    params.set("module", event.module).set("number", event.number);
+    params.set("mono", nanoseconds(event.mono));
+    params.set("wall", nanoseconds(event.time));
+    params.set("module", event.module);
+    params.set("number", event.number);
     auto last = event.objects.end();
     while (last != event.objects.begin() && std::prev(last)->isEmpty()) {
         --last;

@@ -136,7 +136,10 @@ std::uint32_t crc32(std::string_view bytes) {
 }
 
 std::string frame(const Field& object, Framing framing) {
-    std::string text = toJsonText(object, framing == Framing::checked);
+    return frameText(toJsonText(object, framing == Framing::checked), framing);
+}
+
+std::string frameText(std::string text, Framing framing) {
     if (text.size() > kLongestMessage) {
         throw MessageError("a message of " + std::to_string(text.size()) + " bytes is too long");
     }

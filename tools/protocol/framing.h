@@ -28,6 +28,8 @@ constexpr std::size_t kLongestMessage = 16u << 20;
 
 // Returns the line, with its newline. Throws MessageError for an object that is longer than kLongestMessage.
 std::string frame(const Field& object, Framing framing);
+// The same for the text of an object, which is ASCII only for checked framing.
+std::string frameText(std::string text, Framing framing);
 
 // What a line of the stream was.
 struct Line {

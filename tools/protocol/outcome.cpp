@@ -107,7 +107,8 @@ std::string displayRefusal(const RefusedCall& call) {
 }
 
 void addTo(Field& answer, const Outcome& outcome) {
-    answer.set("status", outcome.status).set("good", outcome.good);
+    answer.set("status", outcome.status);
+    answer.set("good", outcome.good);
     Field::List outputs;
     for (const auto& [name, value] : outcome.outputs) {
         Field output = {{"name", name}, {"value", Field::ofSet(value)}};

@@ -15,6 +15,7 @@ namespace {
 
 thread_local unsigned int t_u32HostPaths = 0;
 thread_local const char* t_pszPretended = nullptr;
+thread_local bool t_bPretendedExists = false;
 
 struct Tree {
     std::mutex mutex;
@@ -114,9 +115,10 @@ std::string hostPath(const std::string& strPath) {
     return toHost(strPath.c_str(), strBuffer);
 }
 
-bool isPretended(const char* pszPath) {
-    return t_pszPretended != nullptr && pszPath != nullptr && !areHostPaths() &&
-           std::strcmp(pszPath, t_pszPretended) == 0;
+std::optional<bool> pretendedExistence(const char* pszPath) {
+    const bool bPretended =
+        t_pszPretended != nullptr && pszPath != nullptr && !areHostPaths() && std::strcmp(pszPath, t_pszPretended) == 0;
+    return bPretended ? std::optional(t_bPretendedExists) : std::nullopt;
 }
 
 bool areHostPaths() {
@@ -131,12 +133,15 @@ HostPaths::~HostPaths() {
     --t_u32HostPaths;
 }
 
-PretendedFile::PretendedFile(const char* pszPath) : _pszBefore(t_pszPretended) {
+PretendedFile::PretendedFile(const char* pszPath, bool bExists)
+    : _pszBefore(t_pszPretended), _bExistedBefore(t_bPretendedExists) {
     t_pszPretended = pszPath;
+    t_bPretendedExists = bExists;
 }
 
 PretendedFile::~PretendedFile() {
     t_pszPretended = _pszBefore;
+    t_bPretendedExists = _bExistedBefore;
 }
 
 }  // namespace vset

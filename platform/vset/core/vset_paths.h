@@ -3,6 +3,7 @@
 #ifndef VSET_PATHS_H
 #define VSET_PATHS_H
 
+#include <optional>
 #include <string>
 
 namespace vset {
@@ -21,8 +22,8 @@ int serialPortOf(const char* pszPath);
 // no file, when the set serves the path and none is attached.
 const char* toHost(const char* pszPath, std::string& strBuffer);
 
-// Returns whether this thread should find a file at `pszPath` even if none is there.
-bool isPretended(const char* pszPath);
+// Returns whether this thread should find a file at `pszPath`, whether one is there or not; nothing when that counts.
+std::optional<bool> pretendedExistence(const char* pszPath);
 
 // Returns whether this thread's libc calls mean the host's paths.
 bool areHostPaths();

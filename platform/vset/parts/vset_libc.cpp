@@ -146,8 +146,9 @@ VSET_LIBC FILE* fopen64(const char* pszPath, const char* pszMode) {
 
 VSET_LIBC int access(const char* pszPath, int s32Mode) noexcept {
     static auto* const pNext = next<int(const char*, int)>("access");
-    if (vset::isPretended(pszPath)) {
-        return 0;
+    if (const std::optional<bool> existence = vset::pretendedExistence(pszPath)) {
+        errno = *existence ? errno : ENOENT;
+        return *existence ? 0 : -1;
     }
     const Path path(pszPath);
     return path.isLost() ? -1 : pNext(path.get(), s32Mode);

@@ -1,11 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
-// The file by whose presence the library's log is switched on.
+// The file by whose presence the library's log is switched on, and what counts in its place.
 #ifndef FAPI_AGENT_ACTIONS_LOG_SWITCH_H
 #define FAPI_AGENT_ACTIONS_LOG_SWITCH_H
+
+#include <optional>
+
+#include "vset/vset.h"
 
 namespace tool {
 
 constexpr char kLogSwitch[] = "/data/tvfapi_hal_debug";
+
+enum class LogState { on, off, set };  // set: the set's own switch counts
+
+// For the starts of the library from now on. At the beginning the set's own switch counts.
+void setLogSwitch(LogState state);
+
+// Makes the library find the switch so in the calls of this thread, while the object lives.
+class LogSwitch {
+public:
+    LogSwitch();
+
+private:
+    std::optional<vset::PretendedFile> _file;
+};
 
 }  // namespace tool
 

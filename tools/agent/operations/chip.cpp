@@ -100,6 +100,7 @@ std::vector<OperationRow> memoryAndFirmwareOperations() {
         OperationRow("a_vextvfapi_sys_upgrade_fw", "Flash a firmware from a file of the set.", Result::status,
                      {firmwareType(), {"source", Kind::path, "the file"}}, {}, upgradeFirmware)
             .destroying("replaces the firmware")
+            .mustFinish()
             .example("sys_upgrade_fw fw0 /mnt/usb/firmware.bin", {kFirmware}),
     };
 }

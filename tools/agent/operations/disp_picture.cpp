@@ -303,6 +303,7 @@ std::vector<OperationRow> panelOperations() {
                      {{"file", Kind::path, "the firmware"}}, {},
                      [](Call& call) -> long long { return a_vextvfapi_disp_upgrade_tarn_fw(call.utext(0)); })
             .destroying("overwrites the firmware")
+            .mustFinish()
             .example("disp_upgrade_tarn_fw /mnt/usb/firmware.bin", {kFirmware}),
     };
 }

@@ -44,10 +44,13 @@ std::vector<OperationRow> storageOperations() {
         OperationRow("a_vextvfapi_sys_read_emmc", "Read raw bytes of an eMMC partition.", Result::status,
                      {partition(), offset(), {"length", Kind::number, "how many bytes", 0, kReadLimit}},
                      {{"data", "the bytes", true}}, readEmmc)
+            .usedFor("read-partition")
             .example("sys_read_emmc factory 0x1000 16"),
         OperationRow("a_vextvfapi_sys_write_emmc", "Write raw bytes to an eMMC partition.", Result::status,
                      {partition(), offset(), {"data", Kind::bytes, "what to write", 0, kU32Max}}, {}, writeEmmc)
             .destroying("overwrites bytes of the partition")
+            .mustFinish()
+            .usedFor("write-partition")
             .example("sys_write_emmc factory 0x1000 text:LM55-000815"),
     };
 }

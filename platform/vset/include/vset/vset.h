@@ -97,17 +97,19 @@ public:
     HostPaths& operator=(const HostPaths&) = delete;
 };
 
-// Makes access() in this thread find the file at this path of the set, whether it exists or not, while the object
-// lives: a switch that is on for a while, and a set that stays as it is. The youngest of several objects counts.
+// Makes access() in this thread find the file at this path of the set, or find none, whether it exists or not, while
+// the object lives: a switch that is on or off for a while, and a set that stays as it is. The youngest of several
+// objects counts.
 class VSET_API PretendedFile {
 public:
-    explicit PretendedFile(const char* pszPath);
+    explicit PretendedFile(const char* pszPath, bool bExists = true);
     ~PretendedFile();
     PretendedFile(const PretendedFile&) = delete;
     PretendedFile& operator=(const PretendedFile&) = delete;
 
 private:
     const char* const _pszBefore;
+    const bool _bExistedBefore;
 };
 
 // --- Power -----------------------------------------------------------------------------------------------------------

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// What counts in place of the file by whose presence the library's log is switched on.
+#include "actions/log_switch.h"
+
+#include <atomic>
+
+namespace tool {
+
+namespace {
+
+std::atomic<LogState> g_state{LogState::set};
+
+}  // namespace
+
+void setLogSwitch(LogState state) {
+    g_state = state;
+}
+
+LogSwitch::LogSwitch() {
+    const LogState state = g_state;
+    if (state != LogState::set) {
+        _file.emplace(kLogSwitch, state == LogState::on);
+    }
+}
+
+}  // namespace tool

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+// The images of a set's boot environments, and those that were there before.
+#ifndef FAPI_AGENT_ACTIONS_SET_IMAGES_H
+#define FAPI_AGENT_ACTIONS_SET_IMAGES_H
+
+#include <string>
+#include <vector>
+
+#include "protocol/value.h"
+
+namespace tool {
+
+// The image of a flash type ("emmc", "nand", "spi_nor") in a set's folder. All functions throw vset::SetError.
+class SetImage {
+public:
+    SetImage(std::string folder, std::string flash);
+
+    // Returns the image; one without a file is erased flash.
+    Bytes read() const;
+    // Puts it in the place of the one that is there, which is kept: a kill at any moment leaves the one or the other.
+    void write(const Bytes& image) const;
+
+    // The images that were there before, by number; the newest has the highest.
+    struct Kept {
+        unsigned long number;
+        long long written;  // into the set, in nanoseconds since 1970
+    };
+    std::vector<Kept> kept() const;
+    Bytes readKept(unsigned long number) const;
+
+private:
+    std::string file() const;
+    std::string keptFile(unsigned long number) const;
+
+    const std::string _folder;
+    const std::string _flash;
+};
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+// What supervisor and worker, which are built together, say to each other besides requests.
+//
+// A line from the worker begins with a mark and a blank, so that the supervisor can pass most lines on without reading
+// them.
+#ifndef FAPI_AGENT_SUPERVISOR_INTERNAL_H
+#define FAPI_AGENT_SUPERVISOR_INTERNAL_H
+
+#include <cstddef>
+#include <limits>
+
+namespace tool {
+
+// --- From the worker
+constexpr std::size_t kMarkSize = 2;
+// By lane: the answer to its request; the same, after which the request goes on with a stream.
+constexpr char kAnswerMarks[] = "01";
+constexpr char kStreamMarks[] = "AB";
+constexpr char kNotificationMark = 'n';
+// {"what": one of the names below, ...}
+constexpr char kInternalMark = 'i';
+
+constexpr char kStreamEnds[] = "stream-ends";  // "lane": its request is done
+constexpr char kSwitchedOn[] = "switched-on";  // "boots": how often so far
+constexpr char kMustFinish[] = "must-finish";  // the call waits for kGo, from which on it is never ended
+
+// --- To the worker: requests, and notifications "events", "journal", "log-switch" and this one
+constexpr char kGo[] = "go";
+
+// The request "identity", whose answer is a part of the answer to hello.
+constexpr char kIdentity[] = "identity";
+constexpr long long kIdentityId = std::numeric_limits<long long>::min();
+
+// With this code the worker exits when the watchdog has rebooted the set.
+constexpr int kRebootExit = 100;
+
+// --- Of the supervisor alone
+// With more waiting for the wire no request is read, and what may be dropped is dropped.
+constexpr std::size_t kFull = 4u << 20;
+// So many requests may wait for the worker.
+constexpr std::size_t kQueued = 256;
+constexpr char kStuckText[] = "the worker does not end: the set needs power";
+
+}  // namespace tool
+
+#endif

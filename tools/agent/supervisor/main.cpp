@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+// The program fapi-agent: options, descriptors and signals.
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <string_view>
+
+#include <fcntl.h>
+#include <sys/signalfd.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "supervisor/supervisor.h"
+
+namespace tool {
+
+namespace {
+
+constexpr char kUsage[] =
+    "usage: fapi-agent [--set FOLDER] [--damaged]\n"
+    "Serves one client on its standard streams; docs/agent-protocol.md describes the protocol.\n"
+    "  --set FOLDER   the virtual set's folder\n"
+    "  --damaged      go on with a damaged set\n"
+    "  --version      print the version\n";
+
+// A terminal, such as a serial console, passes bytes as they are while the object lives.
+class RawTerminal {
+public:
+    explicit RawTerminal(int terminal) : _terminal(terminal), _isTerminal(tcgetattr(terminal, &_before) == 0) {
+        if (_isTerminal) {
+            termios raw = _before;
+            cfmakeraw(&raw);
+            tcsetattr(_terminal, TCSANOW, &raw);
+        }
+    }
+    ~RawTerminal() {
+        if (_isTerminal) {
+            tcsetattr(_terminal, TCSANOW, &_before);
+        }
+    }
+    RawTerminal(const RawTerminal&) = delete;
+    RawTerminal& operator=(const RawTerminal&) = delete;
+
+private:
+    const int _terminal;
+    termios _before = {};
+    const bool _isTerminal;
+};
+
+// The signals that the supervisor reads in its loop.
+int openSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGTERM, SIGHUP, SIGINT, SIGCHLD}) {
+        sigaddset(&signals, number);
+    }
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+// Moves the wire above the standard descriptors: what is printed by mistake goes to standard error.
+void separateWire(int& in, int& out) {
+    in = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    out = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    dup2(null, STDIN_FILENO);
+    // A program may be started without it.
+    if (fcntl(STDERR_FILENO, F_GETFD) < 0) {
+        dup2(null, STDERR_FILENO);
+    }
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    if (null > STDERR_FILENO) {
+        close(null);
+    }
+}
+
+int serve(const AgentOptions& options) {
+    int in = -1, out = -1;
+    separateWire(in, out);
+    const int signals = openSignals();
+    if (in < 0 || out < 0 || signals < 0) {
+        std::perror("fapi-agent");
+        return 1;
+    }
+    const RawTerminal raw(in);
+    Wire wire(in, out);
+    Supervisor(options, wire, signals).run();
+    return 0;
+}
+
+}  // namespace
+
+}  // namespace tool
+
+int main(int argc, char** argv) {
+    tool::AgentOptions options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--set" && i + 1 < argc) {
+            options.folder = argv[++i];
+        } else if (word == "--damaged") {
+            options.damaged = true;
+        } else if (word == "--version" || word == "--help") {
+            std::fputs(word == "--help" ? tool::kUsage : FAPI_VERSION "\n", stdout);
+            return 0;
+        } else {
+            std::fprintf(stderr, "fapi-agent: %s: unknown\n%s", argv[i], tool::kUsage);
+            return 2;
+        }
+    }
+    try {
+        return tool::serve(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "fapi-agent: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+// The agent's end of the wire.
+#include "supervisor/wire.h"
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kRead = 1u << 16;
+// Short lines are written together.
+constexpr std::size_t kTogether = 1u << 16;
+// A client that acknowledges nothing can have no more than these once more.
+constexpr std::size_t kKeptAnswers = 1024;
+constexpr std::size_t kKeptBytes = 2 * kLongestMessage;
+
+}  // namespace
+
+Wire::Wire(int in, int out) : _in(in), _out(out), _outFlags(fcntl(out, F_GETFL)) {
+    fcntl(_out, F_SETFL, _outFlags | O_NONBLOCK);
+}
+
+Wire::~Wire() {
+    // The descriptor's state is shared with whoever has started the agent.
+    fcntl(_out, F_SETFL, _outFlags);
+}
+
+void Wire::read() {
+    _unread.erase(0, std::exchange(_unreadFrom, 0));
+    const std::size_t before = _unread.size();
+    _unread.resize(before + kRead);
+    const ssize_t size = ::read(_in, _unread.data() + before, kRead);
+    _unread.resize(before + static_cast<std::size_t>(size > 0 ? size : 0));
+    _open = _open && (size > 0 || (size < 0 && (errno == EAGAIN || errno == EINTR)));
+}
+
+std::optional<Line> Wire::next() {
+    // Line by line, because the framing of those that follow depends on what has been read.
+    while (_lines.empty() && _unreadFrom != _unread.size()) {
+        const std::size_t newline = _unread.find('\n', _unreadFrom);
+        const std::size_t end = newline == std::string::npos ? _unread.size() : newline + 1;
+        std::vector<Line> lines;
+        _reader.take(std::string_view(_unread).substr(_unreadFrom, end - _unreadFrom), lines);
+        _unreadFrom = end;
+        for (Line& line : lines) {
+            _lines.push_back(std::move(line));
+        }
+    }
+    if (_lines.empty()) {
+        return std::nullopt;
+    }
+    Line line = std::move(_lines.front());
+    _lines.pop_front();
+    return line;
+}
+
+void Wire::use(Framing framing) {
+    _reader.use(framing);
+    _kept.clear();
+    _keptBytes = 0;
+}
+
+void Wire::send(std::string text) {
+    if (!_open) {
+        return;
+    }
+    std::string line = frameText(std::move(text), framing());
+    _waiting += line.size();
+    if (!_unwritten.empty() && _unwritten.back().size() + line.size() <= kTogether) {
+        _unwritten.back() += line;
+    } else {
+        _unwritten.push_back(std::move(line));
+    }
+}
+
+void Wire::answer(long long id, std::string text) {
+    if (framing() == Framing::checked) {
+        _keptBytes += text.size();
+        _kept[id] = text;
+        while (_kept.size() > kKeptAnswers || (_keptBytes > kKeptBytes && _kept.size() > 1)) {
+            forget(_kept.begin()->first);
+        }
+    }
+    send(std::move(text));
+}
+
+bool Wire::sendAgain(long long id) {
+    const auto found = _kept.find(id);
+    if (found != _kept.end()) {
+        send(found->second);
+    }
+    return found != _kept.end();
+}
+
+void Wire::forget(long long acknowledged) {
+    while (!_kept.empty() && _kept.begin()->first <= acknowledged) {
+        _keptBytes -= _kept.begin()->second.size();
+        _kept.erase(_kept.begin());
+    }
+}
+
+void Wire::flush() {
+    while (_open && !_unwritten.empty()) {
+        const std::string& first = _unwritten.front();
+        const ssize_t size = write(_out, first.data() + _written, first.size() - _written);
+        if (size < 0) {
+            _open = errno == EAGAIN || errno == EINTR;
+            return;
+        }
+        _written += static_cast<std::size_t>(size);
+        _waiting -= static_cast<std::size_t>(size);
+        if (_written == first.size()) {
+            _unwritten.pop_front();
+            _written = 0;
+        }
+    }
+}
+
+}  // namespace tool

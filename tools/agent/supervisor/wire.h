@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+// The agent's end of the wire: lines in, lines out, and the answers that are kept until the client has read them.
+#ifndef FAPI_AGENT_SUPERVISOR_WIRE_H
+#define FAPI_AGENT_SUPERVISOR_WIRE_H
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "protocol/framing.h"
+
+namespace tool {
+
+class Wire {
+public:
+    // Two open descriptors, which are those of a terminal, of pipes or of a socket.
+    Wire(int in, int out);
+    ~Wire();
+    Wire(const Wire&) = delete;
+    Wire& operator=(const Wire&) = delete;
+
+    int in() const { return _in; }
+    int out() const { return _out; }
+    // False when nothing comes or goes any more.
+    bool isOpen() const { return _open; }
+
+    // From here on nothing is read, and what is sent is dropped.
+    void close() { _open = false; }
+
+    // Reads what has come.
+    void read();
+    // Takes the next line of what has been read.
+    std::optional<Line> next();
+
+    Framing framing() const { return _reader.framing(); }
+    // From the next line on, in both directions.
+    void use(Framing framing);
+
+    // Queues the text of a message, which is ASCII only.
+    void send(std::string text);
+    // Queues an answer, and keeps it in checked framing.
+    void answer(long long id, std::string text);
+    // Queues a kept answer once more. False when there is none.
+    bool sendAgain(long long id);
+    bool isKept(long long id) const { return _kept.count(id) != 0; }
+    // Forgets the answers up to that id.
+    void forget(long long acknowledged);
+
+    // Writes what the other end takes now.
+    void flush();
+    // How many bytes wait to be written.
+    std::size_t waiting() const { return _waiting; }
+
+private:
+    const int _in;
+    const int _out;
+    int _outFlags = 0;
+    bool _open = true;
+    std::string _unread;
+    std::size_t _unreadFrom = 0;
+    LineReader _reader{Framing::plain};
+    std::deque<Line> _lines;
+    std::deque<std::string> _unwritten;
+    std::size_t _written = 0;  // of the first of them
+    std::size_t _waiting = 0;
+    std::map<long long, std::string> _kept;
+    std::size_t _keptBytes = 0;
+};
+
+}  // namespace tool
+
+#endif

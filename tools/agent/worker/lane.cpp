@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+// Requests that the worker carries out one after the other.
+#include "worker/lane.h"
+
+#include <cstdio>
+#include <thread>
+#include <utility>
+
+#include "protocol/framing.h"
+#include "protocol/sha256.h"
+#include "supervisor/internal.h"
+#include "vset/vset.h"
+#include "worker/descriptors.h"
+#include "worker/notices.h"
+#include "worker/outbox.h"
+#include "worker/set_session.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kPiece = 1u << 18;
+
+// What a method has thrown, as a failure.
+MessageFailure currentFailure() {
+    try {
+        throw;
+    } catch (const RequestError& error) {
+        return error.failure();
+    } catch (const MessageError& error) {
+        return {ErrorCode::wrongParameters, error.what(), {}};
+    } catch (const UsageError& error) {
+        return {ErrorCode::wrongParameters, error.what(), error.word() ? Field{{"word", *error.word()}} : Field()};
+    } catch (const vset::SetError& error) {
+        const bool isStations = !vset::takeHostTroubles().empty();
+        return {isStations ? ErrorCode::stationFailed : ErrorCode::unavailable, error.what(), {}};
+    } catch (const std::exception& error) {
+        return {ErrorCode::internal, error.what(), {}};
+    }
+}
+
+Reply runMethod(const Request& request) {
+    const Method* method = findMethod(request.method);
+    if (method == nullptr) {
+        throw RequestError(ErrorCode::unknownMethod, "no such method: " + request.method);
+    }
+    if (method->needsSet) {
+        switchSetOn();
+    }
+    return method->run(request.params);
+}
+
+}  // namespace
+
+Lane::Lane(std::size_t number, Outbox& outbox) : _number(number), _outbox(outbox) {
+    std::thread([this] { run(); }).detach();
+}
+
+void Lane::add(Request request) {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _waiting.push_back(std::move(request));
+    _changed.notify_all();
+}
+
+void Lane::run() {
+    std::unique_lock<std::mutex> lock(_mutex);
+    for (;;) {
+        _changed.wait(lock, [this] { return !_waiting.empty(); });
+        const Request request = std::move(_waiting.front());
+        _waiting.pop_front();
+        lock.unlock();
+        serve(request);
+        lock.lock();
+    }
+}
+
+void Lane::serve(const Request& request) {
+    Answer answer = {request.id, {}, std::nullopt};
+    Pieces pieces;
+    putDescriptorsBack();
+    try {
+        Reply reply = runMethod(request);
+        answer.result = std::move(reply.result);
+        pieces = std::move(reply.pieces);
+        if (pieces != nullptr) {
+            answer.result.set("stream", request.id);
+        }
+    } catch (...) {
+        answer.failure = currentFailure();
+    }
+    putDescriptorsBack();
+    // The log's lines and the calls come before the answer.
+    std::fflush(stdout);
+    flushJournal();
+    const char* marks = pieces != nullptr ? kStreamMarks : kAnswerMarks;
+    try {
+        _outbox.send(marks[_number], toField(answer));
+    } catch (const MessageError& error) {
+        pieces = nullptr;
+        const std::string text = std::string("the answer cannot be sent: ") + error.what();
+        _outbox.send(kAnswerMarks[_number], toField(failed(request.id, ErrorCode::internal, text)));
+    }
+    if (pieces != nullptr) {
+        stream(request.id, pieces);
+        _outbox.send(kInternalMark, {{"what", kStreamEnds}, {"lane", _number}});
+    }
+}
+
+void Lane::stream(long long id, const Pieces& pieces) {
+    Sha256 sum;
+    long long bytes = 0;
+    Field last = {{"id", id}};
+    try {
+        Bytes piece = pieces(kPiece);
+        for (long long number = 1; !piece.empty(); ++number, piece = pieces(kPiece)) {
+            sum.add(piece.data(), piece.size());
+            bytes += static_cast<long long>(piece.size());
+            const Notification notification = {"stream", {{"id", id}, {"piece", number}, {"data", std::move(piece)}}};
+            _outbox.sendWaiting(kNotificationMark, toField(notification));
+        }
+        last.set("sha256", sum.sum());
+        last.set("bytes", bytes);
+    } catch (...) {
+        const MessageFailure failure = currentFailure();
+        last.set("error", Field{{"code", static_cast<int>(failure.code)}, {"message", failure.text}});
+    }
+    std::fflush(stdout);
+    flushJournal();
+    _outbox.send(kNotificationMark, toField(Notification{"stream", std::move(last)}));
+}
+
+}  // namespace tool

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+// Methods that say what agent and set are and show.
+#include "a_vextvfapi_common.h"
+#include "actions/data_source.h"
+#include "actions/picture_source.h"
+#include "supervisor/internal.h"
+#include "worker/arguments.h"
+#include "worker/description.h"
+#include "worker/method.h"
+#include "worker/notices.h"
+#include "worker/set_session.h"
+
+namespace tool {
+
+namespace {
+
+Reply identity(const Field&) {
+    char version[32] = {};
+    a_vextvfapi_common_get_fapi_version(version, sizeof(version));
+    return Field{{"library", version},
+                 {"interface", FAPI_VERSION},
+                 {"kind", "virtual"},
+                 {"description", ownDescription().hash},
+                 {"set", Field{{"folder", Field::ofSet(setFolder())}}}};
+}
+
+Reply describe(const Field&) {
+    static const Field description = toField(ownDescription());
+    return description;
+}
+
+Reply events(const Field& params) {
+    reportEvents(params["on"].flagOr(true));
+    return {};
+}
+
+Reply journal(const Field& params) {
+    reportJournal(params["on"].flagOr(true));
+    return {};
+}
+
+// Rows from the top, four bytes a pixel: red, green, blue, alpha.
+Bytes pixelsOf(const vset::Picture& picture) {
+    Bytes bytes;
+    bytes.reserve(picture.pixels.size() * 4);
+    for (const std::uint32_t pixel : picture.pixels) {
+        for (const unsigned int shift : {16u, 8u, 0u, 24u}) {
+            bytes.push_back(static_cast<unsigned char>(pixel >> shift));
+        }
+    }
+    return bytes;
+}
+
+Reply picture(const Field& params) {
+    const vset::Picture taken = takePicture(params.at("source").text());
+    return {Field{{"width", taken.u32Width}, {"height", taken.u32Height}}, piecesOf(pixelsOf(taken))};
+}
+
+Reply data(const Field& params) {
+    const std::string& name = params.at("source").text();
+    const DataSource* source = findDataSource(name);
+    if (source == nullptr) {
+        throw MessageError("no such data: " + name);
+    }
+    return Field{{"kind", source->kind},
+                 {"series", source->series(argumentsOf(source->arguments, params["arguments"]))}};
+}
+
+}  // namespace
+
+std::vector<Method> lookMethods() {
+    return {{"data", data, true},  {"describe", describe}, {"events", events},
+            {kIdentity, identity}, {"journal", journal},   {"picture", picture, true}};
+}
+
+}  // namespace tool

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// The worker's hold on the virtual set.
+#ifndef FAPI_AGENT_WORKER_SET_SESSION_H
+#define FAPI_AGENT_WORKER_SET_SESSION_H
+
+#include <string>
+
+namespace tool {
+
+struct SetOptions {
+    std::string folder;    // empty: vset::defaultFolder()
+    bool damaged = false;  // go on with a damaged set
+};
+
+// Before all others.
+void chooseSet(SetOptions options);
+std::string setFolder();
+
+// Switches the set on, unless it is. Throws RequestError.
+void switchSetOn(bool damaged = false);
+bool isSetOn();
+
+}  // namespace tool
+
+#endif

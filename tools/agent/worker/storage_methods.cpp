@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+// Methods on what the set stores: files, partitions, images of the boot environment.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include <sys/stat.h>
+
+#include "actions/set_files.h"
+#include "actions/set_images.h"
+#include "operations/operation.h"
+#include "vset/flash.h"
+#include "worker/method.h"
+#include "worker/notices.h"
+#include "worker/preparation.h"
+#include "worker/set_session.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLongestWrite = 1u << 20;
+
+// --- Files -----------------------------------------------------------------------------------------------------------
+
+Field entryField(const fs::path& file) {
+    struct stat status = {};
+    lstat(file.c_str(), &status);
+    const char* kind = S_ISDIR(status.st_mode) ? "folder" : S_ISREG(status.st_mode) ? "file" : "other";
+    return {{"name", Field::ofSet(file.filename().string())},
+            {"kind", kind},
+            {"bytes", status.st_size},
+            {"changed", status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec}};
+}
+
+Reply listFiles(const Field& params) {
+    const std::string& path = params.at("path").text();
+    const std::string host = hostFile(path);
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    std::vector<fs::path> files;
+    for (const fs::directory_entry& entry : fs::directory_iterator(host, error)) {
+        files.push_back(entry.path());
+    }
+    if (error) {
+        throw vset::SetError(path + ": " + error.message());
+    }
+    std::sort(files.begin(), files.end());
+    Field::List entries;
+    for (const fs::path& file : files) {
+        entries.push_back(entryField(file));
+    }
+    return Field{{"entries", std::move(entries)}};
+}
+
+Reply readFile(const Field& params) {
+    auto file = std::make_shared<std::ifstream>(openSetFile(params.at("path").text()));
+    return {Field::Fields{}, [file](std::size_t most) {
+                Bytes piece(most);
+                file->read(reinterpret_cast<char*>(piece.data()), static_cast<std::streamsize>(most));
+                piece.resize(static_cast<std::size_t>(file->gcount()));
+                return piece;
+            }};
+}
+
+Reply writeFile(const Field& params) {
+    writeSetFile(params.at("path").text(), params.at("bytes").bytes(), params["append"].flagOr(false));
+    return {};
+}
+
+Reply removeFile(const Field& params) {
+    removeSetFile(params.at("path").text(), true);
+    return {};
+}
+
+// --- Partitions ------------------------------------------------------------------------------------------------------
+
+Reply listPartitions(const Field&) {
+    Field::List all;
+    for (const auto& [name, size] : vset::flash::partitions()) {
+        all.push_back({{"name", Field::ofSet(name)}, {"bytes", size}});
+    }
+    return Field{{"partitions", std::move(all)}};
+}
+
+const OperationRow& operationFor(const std::string& use) {
+    for (const OperationRow& row : operationRows()) {
+        if (row.use == use) {
+            return row;
+        }
+    }
+    throw RequestError(ErrorCode::notSupported, "no operation for " + use);
+}
+
+// Calls the operation, after those that it needs and that have not been called.
+Outcome transfer(const OperationRow& row, const std::string& partition, long long offset, Value what) {
+    prepareFor(row);
+    Outcome outcome = row.invoke({partition, offset, std::move(what)});
+    if (!outcome.good) {
+        Field data = Field::Fields{};
+        addTo(data, outcome);
+        throw RequestError({ErrorCode::unavailable,
+                            row.shortName() + " answered " + std::to_string(outcome.status) + " (" +
+                                statusWord(row.result, outcome.status) + ") at offset " + std::to_string(offset),
+                            std::move(data)});
+    }
+    return outcome;
+}
+
+// How many bytes there are in the partition from the offset on.
+long long restOfPartition(const std::string& partition, long long offset) {
+    const auto partitions = vset::flash::partitions();
+    const auto found = partitions.find(partition);
+    if (found == partitions.end()) {
+        throw MessageError("no such partition: " + partition);
+    }
+    const auto size = static_cast<long long>(found->second);
+    if (offset < 0 || offset > size) {
+        throw MessageError("the offset is " + std::to_string(offset) + ", but " + partition + " has " +
+                           std::to_string(size) + " bytes");
+    }
+    return size - offset;
+}
+
+Reply readPartition(const Field& params) {
+    const std::string partition = params.at("partition").text();
+    const long long offset = params["offset"].numberOr(0);
+    const long long rest = restOfPartition(partition, offset);
+    const long long length = params["length"].numberOr(rest);
+    if (length < 0 || length > rest) {
+        throw MessageError("the length is " + std::to_string(length) + ", but there are " + std::to_string(rest) +
+                           " bytes from the offset on");
+    }
+    const OperationRow& row = operationFor("read-partition");
+    return {Field{{"bytes", length}}, [&row, partition, at = offset, end = offset + length](std::size_t most) mutable {
+                const long long size = std::min(static_cast<long long>(most), end - at);
+                if (size == 0) {
+                    return Bytes();
+                }
+                const Outcome outcome = transfer(row, partition, at, size);
+                at += size;
+                return std::get<Bytes>(outcome.outputs.at(0).second);
+            }};
+}
+
+Reply writePartition(const Field& params) {
+    const Bytes& bytes = params.at("data").bytes();
+    const long long offset = params["offset"].numberOr(0);
+    const std::string& partition = params.at("partition").text();
+    const long long rest = restOfPartition(partition, offset);
+    if (bytes.size() > kLongestWrite || static_cast<long long>(bytes.size()) > rest) {
+        throw MessageError(std::to_string(bytes.size()) + " bytes at offset " + std::to_string(offset) +
+                           " are more than the partition has there, or than a piece may have");
+    }
+    const OperationRow& row = operationFor("write-partition");
+    const MustFinish mustFinish;
+    transfer(row, partition, offset, bytes);
+    return {};
+}
+
+// --- Images of the boot environment ----------------------------------------------------------------------------------
+
+SetImage imageOf(const Field& params) {
+    return {setFolder(), params["flash"].textOr("emmc")};
+}
+
+Reply readImage(const Field& params) {
+    const SetImage image = imageOf(params);
+    const Field& kept = params["kept"];
+    return {Field::Fields{},
+            piecesOf(kept.isNull() ? image.read() : image.readKept(static_cast<unsigned long>(kept.number())))};
+}
+
+Reply writeImage(const Field& params) {
+    const SetImage image = imageOf(params);
+    const Bytes& bytes = params.at("bytes").bytes();
+    std::optional<vset::Hold> hold;
+    if (!isSetOn()) {
+        hold.emplace(setFolder());
+    }
+    image.write(bytes);
+    return {};
+}
+
+Reply keptImages(const Field& params) {
+    Field::List all;
+    for (const SetImage::Kept& kept : imageOf(params).kept()) {
+        all.push_back({{"number", kept.number}, {"written", kept.written}});
+    }
+    return Field{{"kept", std::move(all)}};
+}
+
+}  // namespace
+
+std::vector<Method> storageMethods() {
+    return {{"env.kept", keptImages},
+            {"env.read", readImage},
+            {"env.write", writeImage},
+            {"file.list", listFiles, true},
+            {"file.read", readFile, true},
+            {"file.remove", removeFile, true},
+            {"file.write", writeFile, true},
+            {"partition.list", listPartitions, true},
+            {"partition.read", readPartition, true},
+            {"partition.write", writePartition, true}};
+}
+
+}  // namespace tool
