@@ -10,6 +10,7 @@
 
 #include "base/env_text.h"
 #include "base/sha256.h"
+#include "protocol/sha256.h"
 #include "support/tool_fixture.h"
 #include "vset/vset.h"
 

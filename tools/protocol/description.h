@@ -3,6 +3,9 @@
 #ifndef FAPI_PROTOCOL_DESCRIPTION_H
 #define FAPI_PROTOCOL_DESCRIPTION_H
 
+#include <cstddef>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -147,6 +150,9 @@ struct PictureSource {
     long long max = 0;
 };
 
+// Name -> place in a list.
+using NameIndex = std::map<std::string, std::size_t, std::less<>>;
+
 struct Description {
     std::vector<Operation> operations;  // sorted by module and name
     std::vector<Action> actions;        // in the order of the list
@@ -157,13 +163,18 @@ struct Description {
     std::vector<PictureSource> pictures;
     std::string hash;  // of all of it
 
+    NameIndex operationIndex, actionIndex;
+
+    // Makes what lookups need, after the lists have been filled. parseDescription() has called it.
+    void makeIndex();
     // By full or short name; null when there is none.
     const Operation* operation(std::string_view name) const;
     const Action* action(std::string_view name) const;
 };
 
-// Fields that the reader does not know are left out, and fields that are not there have their defaults; kinds and
-// results that it does not know become text and value. So an old bench reads a new agent's description and the reverse.
+// What a reader does not know is left out, and what is not there has its default; words that it does not know become
+// the kind text, the result value, the danger destroys, the role secret. So an old bench reads a new agent's
+// description and the reverse.
 Field toField(const Description& description);
 // Throws MessageError.
 Description parseDescription(const Field& field);

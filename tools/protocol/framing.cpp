@@ -108,8 +108,8 @@ void checkedLines(std::string_view text, bool parses, std::vector<Line>& lines) 
     while (at != std::string_view::npos && tries < kMostTries) {
         const std::string_view rest = text.substr(at);
         const auto checked = beginningOfChecked(rest);
-        tries += checked ? 1 : 0;
         if (!checked || !checks(*checked, rest)) {
+            tries += checked ? 1 : 0;
             hasBeginning = hasBeginning || checked;
             at = text.find('@', at + 1);
             continue;

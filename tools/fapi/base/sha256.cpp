@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// SHA-256.
+// Lists of files with their SHA-256.
 #include "base/sha256.h"
 
 #include <stdexcept>
@@ -13,12 +13,6 @@ namespace {
 constexpr std::size_t kSumDigits = 64;
 // Between sum and path.
 constexpr std::string_view kSumGap = "  ";
-
-void require(int good) {
-    if (good != 1) {
-        throw std::runtime_error("SHA-256 cannot be computed");
-    }
-}
 
 // A path with a new line or a backslash is escaped, and a backslash before the sum tells so.
 std::string escapePath(const std::string& path) {
@@ -40,22 +34,6 @@ std::string unescapePath(std::string_view path) {
 }
 
 }  // namespace
-
-Sha256::Sha256() : _context(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
-    require(EVP_DigestInit_ex(_context.get(), EVP_sha256(), nullptr));
-}
-
-void Sha256::add(const void* data, std::size_t size) {
-    require(EVP_DigestUpdate(_context.get(), data, size));
-}
-
-std::string Sha256::sum() {
-    Bytes digest(EVP_MAX_MD_SIZE);
-    unsigned int size = 0;
-    require(EVP_DigestFinal_ex(_context.get(), digest.data(), &size));
-    digest.resize(size);
-    return hexText(digest, "");
-}
 
 std::string sumsText(const Sums& sums) {
     std::string text;

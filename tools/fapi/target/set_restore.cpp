@@ -16,6 +16,7 @@
 #include "base/env_text.h"
 #include "base/interrupts.h"
 #include "base/sha256.h"
+#include "protocol/sha256.h"
 #include "target/set_backup.h"
 
 namespace tool {
