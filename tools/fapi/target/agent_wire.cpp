@@ -242,9 +242,9 @@ void AgentWire::waitForEnd() {
 }
 
 std::string AgentWire::reason() const {
-    std::string text = _name + (WIFSIGNALED(_status)
-                                    ? std::string(": ended by SIG") + sigabbrev_np(WTERMSIG(_status))
-                                    : ": ended with exit code " + std::to_string(WEXITSTATUS(_status)));
+    const std::string text =
+        _name + (WIFSIGNALED(_status) ? ": ended by signal " + std::to_string(WTERMSIG(_status))
+                                      : ": ended with exit code " + std::to_string(WEXITSTATUS(_status)));
     std::string last = _errorText;
     while (!last.empty() && last.back() == '\n') {
         last.pop_back();

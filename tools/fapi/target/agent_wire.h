@@ -73,9 +73,9 @@ private:
     std::string _out;
     std::size_t _sent = 0;
     LineReader _reader{Framing::plain, false};
-    std::string _errorText;        // the last of the standard error
-    std::size_t _errorLine = 0;    // where its last line begins
-    std::size_t _place = 0;        // of the wire's first entry in what is waited for
+    std::string _errorText;      // the last of the standard error
+    std::size_t _errorLine = 0;  // where its last line begins
+    std::size_t _place = 0;      // of the wire's first entry in what is waited for
     std::optional<Clock::time_point> _closed;
     int _signaled = 0;  // how many signals were sent
 };

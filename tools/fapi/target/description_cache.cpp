@@ -76,7 +76,8 @@ std::string fileOfAgent(const std::string& agent) {
     for (const std::string& file : {agent, agent + kWorkerEnding}) {
         struct stat status = {};
         if (stat(file.c_str(), &status) == 0) {
-            key << file << ' ' << status.st_size << ' ' << status.st_mtim.tv_sec << '.' << status.st_mtim.tv_nsec << '\n';
+            key << file << ' ' << status.st_size << ' ' << status.st_mtim.tv_sec << '.' << status.st_mtim.tv_nsec
+                << '\n';
         }
     }
     return folderOfCache() + "agent-" + sumOf(key.str()).substr(0, kKeyDigits);

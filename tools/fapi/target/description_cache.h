@@ -10,13 +10,14 @@
 
 namespace tool {
 
-// Returns the description of that hash as its agent sent it, or nothing when it is not kept here or its file is damaged.
+// Returns the description of that hash as its agent sent it, or nothing when it is not kept here or its file is
+// damaged.
 std::optional<Field> keptDescription(const std::string& hash);
 // Keeps a description when it has that hash. What cannot be written is not kept.
 void keepDescription(const std::string& hash, const Field& description);
 
-// The hash of what the agent's program describes, or an empty text. A program is another one when its path, size or time
-// of change is another.
+// The hash of what the agent's program describes, or an empty text. A program is another one when its path, size or
+// time of change is another.
 std::string keptHashOf(const std::string& agent);
 void keepHashOf(const std::string& agent, const std::string& hash);
 

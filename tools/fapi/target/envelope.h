@@ -11,7 +11,7 @@ namespace tool {
 
 // A message's text, and what of it is known without reading all.
 struct Envelope {
-    std::string text;           // JSON, without a newline
+    std::string text;             // JSON, without a newline
     std::optional<long long> id;  // of an answer
     bool isFailure = false;
     std::string method;  // of a notification

@@ -15,6 +15,7 @@ namespace tool {
 
 namespace {
 
+constexpr int kWrongStart = 2;
 // How long a hub waits for a first client: the one that has started it may have been killed.
 constexpr std::chrono::seconds kUntilFirst{10};
 // When the lock is another process's, which is about to connect.
@@ -42,7 +43,12 @@ void sooner(std::optional<Clock::time_point>& until, const std::optional<Clock::
 
 }  // namespace
 
-int runHub(const HubOptions& options) {
+int runHub(const std::vector<std::string>& words) {
+    if (words.size() < 3 || fcntl(kHubReady, F_GETFD) < 0 || fcntl(kHubLock, F_GETFD) < 0) {
+        std::fputs("fapi: hubs are started by their clients\n", stderr);
+        return kWrongStart;
+    }
+    const HubOptions options = {words[0], {words.begin() + 2, words.end()}, words[1] == kCheckedName};
     Descriptor ready(kHubReady), lock(kHubLock);
     fcntl(ready.get(), F_SETFD, FD_CLOEXEC);
     fcntl(lock.get(), F_SETFD, FD_CLOEXEC);

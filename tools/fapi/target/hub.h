@@ -32,8 +32,9 @@ constexpr int kHubReady = 3;  // takes kHubIsReady, or why there will be no hub
 constexpr int kHubLock = 4;   // the lock, which it lets go of once it is ready
 constexpr char kHubIsReady = '+';
 
-// Serves clients until the last one is gone. Returns an exit code.
-int runHub(const HubOptions& options);
+// Serves clients until the last one is gone. `words` are those after "fapi hub": KEY plain|checked COMMAND.... Returns
+// an exit code.
+int runHub(const std::vector<std::string>& words);
 
 // Who may change the set.
 struct Claim {
@@ -136,9 +137,9 @@ private:
     Field _hello;  // the agent's answer to it
     std::string _session;
     long long _lastId = 0;
-    std::map<long long, Open> _open;           // by the id towards the agent
-    std::map<long long, long long> _streams;   // which client reads a stream
-    std::deque<Held> _held;                    // until the wire is up
+    std::map<long long, Open> _open;          // by the id towards the agent
+    std::map<long long, long long> _streams;  // which client reads a stream
+    std::deque<Held> _held;                   // until the wire is up
     std::deque<Held> _heldForDescription;
     bool _isDescribing = false;
     std::optional<Description> _description;

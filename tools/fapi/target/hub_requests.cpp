@@ -12,8 +12,8 @@ namespace {
 // Requests that look at the set and leave it as it is. A client that has no claim may send them at any time.
 const std::set<std::string>& lookingMethods() {
     static const std::set<std::string> methods = {
-        "check",    "data",           "describe",       "env.read", "events",  "file.list", "file.read", "journal",
-        "log",      "partition.list", "partition.read", "picture",  "set.ports", "set.show"};
+        "check",   "data", "describe",       "env.read",       "events",  "file.list", "file.read",
+        "journal", "log",  "partition.list", "partition.read", "picture", "set.ports", "set.show"};
     return methods;
 }
 
@@ -27,10 +27,11 @@ std::string nameIn(const Request& request) {
 
 const std::map<std::string, Hub::Method>& Hub::methods() {
     static const std::map<std::string, Method> methods = {
-        {"hello", &Hub::hello},       {"claim", &Hub::claim},     {"release", &Hub::release}, {"take", &Hub::takeClaim},
-        {"clients", &Hub::listClients}, {"share", &Hub::share},   {"ping", &Hub::ping},       {"events", &Hub::watch},
-        {"journal", &Hub::watch},     {"log", &Hub::watch},       {"console", &Hub::watch},   {"describe", &Hub::describe},
-        {"cancel", &Hub::cancel},     {"again", &Hub::again}};
+        {"hello", &Hub::hello},    {"claim", &Hub::claim},         {"release", &Hub::release},
+        {"take", &Hub::takeClaim}, {"clients", &Hub::listClients}, {"share", &Hub::share},
+        {"ping", &Hub::ping},      {"events", &Hub::watch},        {"journal", &Hub::watch},
+        {"log", &Hub::watch},      {"console", &Hub::watch},       {"describe", &Hub::describe},
+        {"cancel", &Hub::cancel},  {"again", &Hub::again}};
     return methods;
 }
 
@@ -258,7 +259,7 @@ Field Hub::claimField() const {
     if (holder == _clients.end()) {
         return {{"holder", nullptr}};
     }
-    return {{"holder", _claim.holder},       {"name", holder->second->name}, {"pid", holder->second->pid},
+    return {{"holder", _claim.holder},        {"name", holder->second->name}, {"pid", holder->second->pid},
             {"since", holder->second->since}, {"reason", _claim.reason},      {"shared", _claim.isShared}};
 }
 
