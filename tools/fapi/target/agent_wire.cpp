@@ -9,7 +9,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 namespace tool {
@@ -106,7 +106,8 @@ void AgentWire::start(const std::vector<std::string>& command) {
     for (const Descriptor* end : {&_input, &_output, &_errors}) {
         stopWaiting(*end);
     }
-    _process = Descriptor(pidfd_open(_child, 0));
+    // The C library's header of pidfd_open() is not for C++ everywhere.
+    _process = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, _child, 0)));
 }
 
 void AgentWire::addTo(std::vector<pollfd>& waited, std::optional<Clock::time_point>& until, bool reads) {

@@ -84,7 +84,9 @@ void Hub::hello(HubClient& client, const Request& request) {
     client.hasGreeted = true;
     client.name = name;
     Field result = _hello;
-    result.set("framing", kPlainName).set("client", client.id).set("hub", getpid());
+    result.set("framing", kPlainName);
+    result.set("client", client.id);
+    result.set("hub", getpid());
     answer(client, request, std::move(result));
 }
 
@@ -134,7 +136,8 @@ void Hub::listClients(HubClient& asker, const Request& request) {
         }
         const bool isHolder = id == _claim.holder;
         Field& row = list.add({{"id", id}, {"name", known->name}, {"pid", known->pid}, {"since", known->since}});
-        row.set("claim", isHolder).set("shared", isHolder && _claim.isShared);
+        row.set("claim", isHolder);
+        row.set("shared", isHolder && _claim.isShared);
         if (isHolder) {
             row.set("reason", _claim.reason);
         }
