@@ -13,6 +13,9 @@ namespace {
 constexpr std::string_view kAnswerBegin = R"({"jsonrpc":"2.0","id":)";
 constexpr std::string_view kNotificationBegin = R"({"jsonrpc":"2.0","method":")";
 constexpr std::string_view kStreamBegin = R"({"jsonrpc":"2.0","method":"stream","params":{"id":)";
+constexpr std::string_view kPiece = R"(,"piece":)";
+constexpr std::string_view kData = R"(,"data":{"bytes":")";
+constexpr std::string_view kDataEnd = R"("}}})";
 constexpr std::string_view kResult = R"(,"result":)";
 constexpr std::string_view kError = R"(,"error":)";
 // Answers that announce a stream, and the last pieces of streams, are short.
@@ -60,7 +63,7 @@ Envelope openEnvelope(std::string text) {
         return envelope;
     }
     const Message message = parseMessage(parseJsonText(envelope.text));
-    if (message.request || (message.answer && !message.answer->id)) {
+    if (message.request || (message.answer && !message.answer->id && !message.answer->failure)) {
         throw MessageError("neither an answer to a request nor a notification");
     }
     envelope = {};
@@ -98,7 +101,20 @@ StreamPiece pieceOf(const Envelope& notification) {
     }
     const Field object = parseJsonText(notification.text);
     const Field& params = object["params"];
-    return {params.at("id").number(), params.has("sha256")};
+    return {params.at("id").number(), params.has("sha256") || params.has("error")};
+}
+
+std::optional<Field> readPiece(std::string_view text) {
+    long long stream = 0, piece = 0;
+    if (!takeText(text, kStreamBegin) || !takeNumber(text, stream) || !takeText(text, kPiece) ||
+        !takeNumber(text, piece) || !takeText(text, kData) || text.size() < kDataEnd.size()) {
+        return std::nullopt;
+    }
+    const std::size_t end = text.size() - kDataEnd.size();
+    if (text.substr(end) != kDataEnd) {
+        return std::nullopt;
+    }
+    return Field{{"id", stream}, {"piece", piece}, {"data", fromBase64(text.substr(0, end))}};
 }
 
 }  // namespace tool

@@ -56,6 +56,7 @@ private:
         long long request = 0;
         std::string method;
         std::function<void(const Envelope&)> then;
+        std::optional<Request> sent;  // where it may be damaged on its way
     };
     // A request that waits for the wire or for the description.
     struct Held {
@@ -110,6 +111,7 @@ private:
     void refuseHeld(std::deque<Held>& held, const MessageFailure& failure);
     void receive(Line& line);
     void askAgain();
+    void endStreams(const MessageFailure& failure);
     void receiveAnswer(const Envelope& answer);
     void receiveNotification(const Envelope& notification);
     void receiveHello(const Envelope& answer);

@@ -41,13 +41,13 @@ void Hub::startWire() {
 
 void Hub::askAgent(const std::string& method, Field params, std::function<void(const Envelope&)> then) {
     const long long id = ++_lastId;
-    _open[id] = {0, 0, method, std::move(then)};
+    _open[id] = {0, 0, method, std::move(then), {}};
     sendToAgent(id, method, params);
 }
 
 void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
-    _open[id] = {client.id, request.id, request.method, nullptr};
+    _open[id] = {client.id, request.id, request.method, nullptr, {}};
     ++client.open;
     sendToAgent(id, request.method, request.params);
 }
@@ -57,6 +57,7 @@ void Hub::sendToAgent(long long id, const std::string& method, const Field& para
     if (_wire->framing() == Framing::checked) {
         // Answers may come in another order than their requests.
         request.acknowledged = _open.begin()->first - 1;
+        _open[id].sent = request;
     }
     _wire->send(toField(request));
 }
@@ -102,6 +103,9 @@ void Hub::receive(Line& line) {
             const Envelope envelope = openEnvelope(std::move(line.text));
             if (envelope.id) {
                 receiveAnswer(envelope);
+            } else if (envelope.isFailure) {
+                // The agent could not read a request.
+                askAgain();
             } else {
                 receiveNotification(envelope);
             }
@@ -113,16 +117,23 @@ void Hub::receive(Line& line) {
     notifyWatchers("console", frame(toField(Notification{"console", {{"text", line.text}}}), Framing::plain));
 }
 
-// Asks for all answers that have not come: one of them may be what was damaged.
+// Asks for all answers that have not come: one of them, or its request, may be what was damaged.
 void Hub::askAgain() {
     std::vector<long long> missing;
     for (const auto& [id, open] : _open) {
-        if (open.method != "again") {
+        if (open.sent && open.method != "again") {
             missing.push_back(id);
         }
     }
     for (const long long id : missing) {
-        askAgent("again", {{"id", id}}, nullptr);
+        askAgent("again", {{"id", id}}, [this, id](const Envelope& answer) {
+            const Field result = parseJsonText(answer.text)["result"];
+            const auto open = _open.find(id);
+            if (!result["kept"].flagOr(true) && !result["running"].flagOr(true) && open != _open.end()) {
+                // The agent has never had the request.
+                _wire->send(toField(*open->second.sent));
+            }
+        });
     }
 }
 
@@ -166,6 +177,20 @@ void Hub::receiveNotification(const Envelope& notification) {
         }
     } else {
         notifyWatchers(notification.method, line);
+    }
+    if (notification.method == "worker" && parseJsonText(notification.text)["params"]["state"] == Field("ended")) {
+        endStreams({ErrorCode::died, "the worker has ended", {}});
+    }
+}
+
+// Says to those that read a stream that nothing more of it comes.
+void Hub::endStreams(const MessageFailure& failure) {
+    const Field error = {{"code", static_cast<int>(failure.code)}, {"message", failure.text}};
+    for (const auto& [id, readerId] : std::exchange(_streams, {})) {
+        if (HubClient* reader = client(readerId)) {
+            const Notification end = {"stream", {{"id", id}, {"error", error}}};
+            reader->send(std::make_shared<const std::string>(frame(toField(end), Framing::plain)));
+        }
     }
 }
 
@@ -251,7 +276,7 @@ void Hub::endWire() {
     _wire.reset();
     _isGreeted = false;
     _isDescribing = false;
-    _streams.clear();
+    endStreams(failure);
     for (const auto& [id, open] : std::exchange(_open, {})) {
         if (HubClient* asker = client(open.client)) {
             --asker->open;

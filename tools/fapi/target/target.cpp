@@ -11,6 +11,7 @@
 #include "protocol/sha256.h"
 #include "target/agent_wire.h"
 #include "target/description_cache.h"
+#include "target/envelope.h"
 
 namespace tool {
 
@@ -99,8 +100,10 @@ Field Target::read(const std::string& method, const Field& params, const Sink& s
     try {
         for (;;) {
             const Field piece = nextPiece(stream);
-            if (piece.has("failed")) {
-                throw RequestError(ErrorCode::ended, piece["failed"].text());
+            if (piece.has("error")) {
+                _streams.erase(stream);
+                const Field& error = piece["error"];
+                throw RequestError(static_cast<ErrorCode>(error.at("code").number()), error["message"].textOr(""));
             }
             if (piece.has("data")) {
                 check.add(piece.at("piece").number(), piece["data"].bytes());
@@ -204,7 +207,11 @@ void Target::receive() {
             if (line.kind != Line::Kind::message) {
                 throw MessageError(line.text);
             }
-            take(parseMessage(line.object));
+            if (std::optional<Field> piece = readPiece(line.text)) {
+                takePiece(std::move(*piece));
+            } else {
+                take(parseMessage(parseJsonText(line.text)));
+            }
         } catch (const MessageError& error) {
             lose(std::string("the hub sends what is no message: ") + error.what());
             return;
@@ -232,26 +239,20 @@ void Target::take(Message message) {
         }
         _answers[*message.answer->id] = std::move(*message.answer);
     } else if (message.notification && message.notification->method == "stream") {
-        takePiece(message.notification->params);
+        takePiece(std::move(message.notification->params));
     } else if (message.notification) {
-        const Field& params = message.notification->params;
-        if (message.notification->method == "wire" && params["state"] == Field("ended")) {
-            for (auto& [id, stream] : _streams) {
-                stream.pieces.push_back({{"failed", params["reason"].textOr("the wire has ended")}});
-            }
-        }
         _notifications.push_back(std::move(*message.notification));
     }
 }
 
-void Target::takePiece(const Field& params) {
+void Target::takePiece(Field params) {
     const auto found = _streams.find(params.at("id").number());
     if (found == _streams.end()) {
         return;
     }
     if (!found->second.isDiscarded) {
-        found->second.pieces.push_back(params);
-    } else if (params.has("sha256")) {
+        found->second.pieces.push_back(std::move(params));
+    } else if (params.has("sha256") || params.has("error")) {
         _streams.erase(found);
     }
 }

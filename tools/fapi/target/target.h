@@ -112,12 +112,12 @@ private:
     void receive();
     void write();
     void take(Message message);
-    void takePiece(const Field& params);
+    void takePiece(Field params);
     Field nextPiece(long long stream);
     void lose(const std::string& why);
 
     Descriptor _connection;
-    LineReader _reader{Framing::plain};
+    LineReader _reader{Framing::plain, false};
     std::string _out;
     std::string _lost;  // why the connection is; empty: it is not
     Field _hello;
