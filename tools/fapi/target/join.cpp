@@ -87,7 +87,8 @@ std::unique_ptr<Target> Target::join(const TargetOptions& options) {
     const HubSocket socket(keyOf(options));
     for (int tries = 0; tries < kMostTries; ++tries) {
         Descriptor connection = socket.connect();
-        if (!connection && options.mayStart) {
+        const bool isRunning = static_cast<bool>(connection);
+        if (!isRunning && options.mayStart) {
             connection = startHub(socket, hubCommandOf(options));
         }
         if (!connection) {
@@ -95,6 +96,10 @@ std::unique_ptr<Target> Target::join(const TargetOptions& options) {
         }
         std::unique_ptr<Target> target(new Target(std::move(connection)));
         if (target->greet(options)) {
+            if (isRunning && options.isDamaged) {
+                // The client that started the agent may not have allowed it.
+                target->request("power", {{"to", "on"}, {"damaged", true}});
+            }
             return target;
         }
         // That hub was about to end. It holds the lock until its agent is gone.

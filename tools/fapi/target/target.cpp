@@ -191,8 +191,8 @@ void Target::dispatch() {
 }
 
 void Target::receive() {
-    char piece[kReadSize];
-    const ssize_t length = recv(descriptor(), piece, sizeof(piece), MSG_DONTWAIT);
+    char bytes[kReadSize];
+    const ssize_t length = recv(descriptor(), bytes, sizeof(bytes), MSG_DONTWAIT);
     if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;
     }
@@ -201,7 +201,7 @@ void Target::receive() {
         return;
     }
     std::vector<Line> lines;
-    _reader.take({piece, static_cast<std::size_t>(length)}, lines);
+    _reader.take({bytes, static_cast<std::size_t>(length)}, lines);
     for (const Line& line : lines) {
         try {
             if (line.kind != Line::Kind::message) {
