@@ -42,10 +42,16 @@ struct MessageFailure {
     Field data;  // null, or what a program wants to know of it
 };
 
-// A request that was answered with a failure.
-class RequestError : public std::runtime_error {
+// The set, or this PC for it, cannot do what was asked.
+class SetError : public std::runtime_error {
 public:
-    explicit RequestError(MessageFailure failure) : std::runtime_error(failure.text), _failure(std::move(failure)) {}
+    using std::runtime_error::runtime_error;
+};
+
+// A request that was answered with a failure.
+class RequestError : public SetError {
+public:
+    explicit RequestError(MessageFailure failure) : SetError(failure.text), _failure(std::move(failure)) {}
     RequestError(ErrorCode code, const std::string& text) : RequestError(MessageFailure{code, text, {}}) {}
     const MessageFailure& failure() const { return _failure; }
     ErrorCode code() const { return _failure.code; }

@@ -94,6 +94,18 @@ Reply call(const Field& params) {
     return answer;
 }
 
+// What every operation needs, without one of them.
+Reply prepare(const Field&) {
+    const LogSwitch logSwitch;
+    const Preparation preparation = prepareFor(wantedOperation("common_get_fapi_version"));
+    Field answer = Field::Fields{};
+    answer.set("prepared", preparation.names);
+    if (!preparation.failures.empty()) {
+        answer.set("unprepared", preparation.failures);
+    }
+    return answer;
+}
+
 Reply act(const Field& params) {
     const ActionRow& row = wantedAction(params.at("action").text());
     const std::vector<Value> arguments = argumentsOf(row.arguments, params["arguments"]);
@@ -138,7 +150,7 @@ Reply check(const Field& params) {
 }  // namespace
 
 std::vector<Method> callMethods() {
-    return {{"act", act, true}, {"call", call, true}, {"check", check}};
+    return {{"act", act, true}, {"call", call, true}, {"check", check}, {"prepare", prepare, true}};
 }
 
 }  // namespace tool

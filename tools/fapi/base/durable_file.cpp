@@ -28,7 +28,6 @@ FileError writeError(const std::string& file, int error) {
 }
 
 void removePartOf(const std::string& file) {
-    const vset::HostPaths hostPaths;
     struct stat status = {};
     if (lstat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
         // The disk has its room again, even if somebody has the file open.
@@ -38,7 +37,6 @@ void removePartOf(const std::string& file) {
 }
 
 OpenFile::OpenFile(const std::string& file, int flags) : _file(file) {
-    const vset::HostPaths hostPaths;
     _descriptor = open(file.c_str(), flags | O_CLOEXEC, 0666);
     if (_descriptor < 0) {
         (flags & O_CREAT) != 0 ? throw writeError(file, errno) : failWith(file);
@@ -99,7 +97,6 @@ void writeFile(const std::string& file, const std::string& text) {
 }
 
 void replaceFile(const std::string& file, const std::string& text) {
-    const vset::HostPaths hostPaths;
     const std::string next = file + ".new";
     try {
         const OpenFile open(next, O_WRONLY | O_CREAT | O_TRUNC);
@@ -115,7 +112,6 @@ void replaceFile(const std::string& file, const std::string& text) {
 }
 
 void keepFile(const std::string& file, const std::string& as) {
-    const vset::HostPaths hostPaths;
     std::error_code error;
     std::filesystem::create_hard_link(file, as, error);
     if (error) {

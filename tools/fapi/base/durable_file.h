@@ -5,14 +5,14 @@
 
 #include <string>
 
-#include "vset/vset.h"
+#include "protocol/message.h"
 
 namespace tool {
 
 // A file of this PC that cannot be written; the text says why, and names it.
-class FileError : public vset::SetError {
+class FileError : public SetError {
 public:
-    using vset::SetError::SetError;
+    using SetError::SetError;
 };
 
 // "the disk is full: FILE", or what else errno says.

@@ -17,7 +17,7 @@ namespace tool {
 
 namespace {
 
-std::vector<unsigned char> rgbaBytes(const vset::Picture& picture) {
+std::vector<unsigned char> rgbaBytes(const Picture& picture) {
     std::vector<unsigned char> bytes;
     bytes.reserve(picture.pixels.size() * 4);
     for (const Color color : picture.pixels) {
@@ -33,8 +33,8 @@ struct Size {
 };
 
 // As large as both limits allow without distortion: a character is about twice as high as it is wide.
-Size previewSize(const vset::Picture& picture, Size limit) {
-    const std::size_t width = picture.u32Width, height = picture.u32Height;
+Size previewSize(const Picture& picture, Size limit) {
+    const std::size_t width = picture.width, height = picture.height;
     const std::size_t columns =
         std::min({width, limit.columns, std::max<std::size_t>(2 * limit.rows * width / height, 1)});
     const std::size_t rows = std::max<std::size_t>((columns * height / width + 1) / 2, 1);
@@ -45,10 +45,10 @@ Size previewSize(const vset::Picture& picture, Size limit) {
 using Average = std::array<std::uint64_t, 3>;
 
 // Of the place (x, y) in a picture that is made columns x lines large.
-Average averageAt(const vset::Picture& picture, std::size_t x, std::size_t y, std::size_t columns, std::size_t lines) {
-    const std::size_t left = x * picture.u32Width / columns, top = y * picture.u32Height / lines;
-    const std::size_t right = std::max((x + 1) * picture.u32Width / columns, left + 1);
-    const std::size_t bottom = std::max((y + 1) * picture.u32Height / lines, top + 1);
+Average averageAt(const Picture& picture, std::size_t x, std::size_t y, std::size_t columns, std::size_t lines) {
+    const std::size_t left = x * picture.width / columns, top = y * picture.height / lines;
+    const std::size_t right = std::max((x + 1) * picture.width / columns, left + 1);
+    const std::size_t bottom = std::max((y + 1) * picture.height / lines, top + 1);
     Average sum = {};
     for (std::size_t row = top; row < bottom; ++row) {
         for (std::size_t column = left; column < right; ++column) {
@@ -70,18 +70,17 @@ std::string parameters(const char* place, const Average& color) {
 
 }  // namespace
 
-void writePng(const vset::Picture& picture, const std::string& file) {
+void writePng(const Picture& picture, const std::string& file) {
     if (picture.pixels.empty()) {
-        throw vset::SetError(file + ": there is no picture to write");
+        throw SetError(file + ": there is no picture to write");
     }
     png_image image = {};
     image.version = PNG_IMAGE_VERSION;
-    image.width = picture.u32Width;
-    image.height = picture.u32Height;
+    image.width = picture.width;
+    image.height = picture.height;
     image.format = PNG_FORMAT_RGBA;
     // Of flat areas little more is left with more time.
     image.flags = PNG_IMAGE_FLAG_FAST;
-    const vset::HostPaths hostPaths;
     std::unique_ptr<FILE, int (*)(FILE*)> stream(std::fopen(file.c_str(), "wb"), std::fclose);
     if (stream == nullptr) {
         throw writeError(file, errno);
@@ -95,7 +94,7 @@ void writePng(const vset::Picture& picture, const std::string& file) {
     }
 }
 
-std::string previewText(const vset::Picture& picture, std::size_t columns, std::size_t rows) {
+std::string previewText(const Picture& picture, std::size_t columns, std::size_t rows) {
     if (picture.pixels.empty()) {
         return "there is no picture\n";
     }

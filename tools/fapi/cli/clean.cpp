@@ -70,7 +70,6 @@ public:
           _folder(cleanOptions.report.empty() ? kReportFolder : cleanOptions.report) {}
 
     int run() {
-        const vset::HostPaths hostPaths;
         sets();
         std::error_code error;
         if (fs::is_directory(_folder, error)) {

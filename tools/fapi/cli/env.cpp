@@ -60,11 +60,11 @@ Environment look(const EnvBench& bench) {
     return environment;
 }
 
-// The same for what is about to be used as a whole. Throws vset::SetError when it is not, unless the options allow it.
+// The same for what is about to be used as a whole. Throws SetError when it is not, unless the options allow it.
 Environment lookAtWhole(const EnvBench& bench) {
     Environment environment = look(bench);
     if (!environment.damage.empty() && !bench.options.session.damaged) {
-        throw vset::SetError(bench.store.flash() +
+        throw SetError(bench.store.flash() +
                              ": is damaged; \"fapi env repair\" or \"fapi env import --replace FILE\" makes it whole, "
                              "--damaged goes on with what can be read");
     }
@@ -404,7 +404,6 @@ const std::vector<EnvCommand>& envCommands() {
 }
 
 int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const EnvOptions& wanted) {
-    const vset::HostPaths hostPaths;
     const std::string folder = benchFolder(options);
     // From before it is read until it is written.
     std::optional<vset::Hold> hold;
@@ -422,7 +421,6 @@ int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const
 std::vector<std::string> variableNames(const std::string& folder, const std::string& flash) {
     std::vector<std::string> names;
     try {
-        const vset::HostPaths hostPaths;
         for (const auto& [name, value] : parseEnvImage(EnvStore(folder, flash).read()).variables) {
             names.push_back(name);
         }

@@ -144,7 +144,6 @@ public:
     explicit TargetFile(const std::string& path) : _path(path) {}
 
     void append(const Bytes& bytes) {
-        const vset::HostPaths hostPaths;
         if (!_stream.is_open()) {
             _stream.open(_path, std::ios::binary);
         }
@@ -156,7 +155,6 @@ public:
 
     // Removes what has been written so far, unless that went to a device, and says so.
     std::string giveUp() {
-        const vset::HostPaths hostPaths;
         std::error_code error;
         if (!_stream.is_open()) {
             return _path + " is not written";
@@ -174,7 +172,6 @@ private:
 class SourceFile {
 public:
     explicit SourceFile(const std::string& path) : _path(path) {
-        const vset::HostPaths hostPaths;
         std::error_code error;
         if (fs::is_regular_file(path, error)) {
             _stream.open(path, std::ios::binary);

@@ -155,7 +155,7 @@ int restoreSet(const GlobalOptions& options, const std::string& file) {
         throw std::runtime_error(next.name() + ": " + std::strerror(errno));
     }
     if (!fs::exists(next.name() + "/set.json") && !fs::exists(next.name() + "/env")) {
-        throw vset::SetError(file + ": is no backup of a set");
+        throw SetError(file + ": is no backup of a set");
     }
     next.exchangeWith(folder);
     tellDamage(vset::repairs(folder));
@@ -230,7 +230,6 @@ int repairSet(const GlobalOptions& options) {
 
 // Ctrl-C and the like leave nothing behind; that is said, and is no failure of the set.
 int unlessStopped(const std::function<int()>& action) {
-    const vset::HostPaths hostPaths;
     try {
         return action();
     } catch (const BackupStopped&) {

@@ -62,11 +62,10 @@ int resetSet(const GlobalOptions& options) {
     }
     vset::attach(folder);
     vset::detach();
-    const vset::HostPaths hostPaths;
     std::error_code error;
     fs::remove_all(folder, error);
     if (error) {
-        throw vset::SetError(folder + ": " + error.message());
+        throw SetError(folder + ": " + error.message());
     }
     vset::create(folder);
     say(options, {{"folder", folder}}, folder + ": a new set");
@@ -107,7 +106,7 @@ int showSet(const GlobalOptions& options) {
                 json["environment"][name][validText(key)] = toJson(Value(value));
                 text += std::string("\n  ") + name + " " + escaped(key, false) + "=" + escaped(value, false);
             }
-        } catch (const vset::SetError&) {
+        } catch (const SetError&) {
             // Damage has been told above.
             continue;
         }
@@ -127,7 +126,7 @@ int showPorts(const GlobalOptions& options) {
                 connector.strTerminal;
     }
     if (text.empty()) {
-        throw vset::SetError(folder +
+        throw SetError(folder +
                              ": is switched off, and its ports lead nowhere; \"fapi shell\" or \"fapi watch\" "
                              "switches it on");
     }

@@ -259,7 +259,6 @@ std::string folderOf(const Words& words) {
     SessionOptions options;
     options.folder = optionValue(words, "--set");
     const std::string folder = setFolder(options);
-    const vset::HostPaths hostPaths;
     return access((folder + "/set.json").c_str(), F_OK) == 0 ? folder : "";
 }
 

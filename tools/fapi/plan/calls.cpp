@@ -23,7 +23,7 @@ vset::CallPattern patternOf(const std::string& text) {
         }
         const std::string near = nearest(error.strName, error.names);
         throw UsageError(error.what() + (near.empty() ? "" : ", did you mean " + near + "?"));
-    } catch (const vset::SetError& error) {
+    } catch (const SetError& error) {
         throw UsageError(error.what());
     }
 }

@@ -24,7 +24,7 @@ Json gammaSeries(const std::vector<Value>& arguments) {
     Json all = Json::array();
     for (std::size_t i = 0; i < window.gamma.size(); ++i) {
         if (window.gamma[i].empty()) {
-            throw vset::SetError("window " + std::to_string(number) + " has been sent no gamma curves");
+            throw SetError("window " + std::to_string(number) + " has been sent no gamma curves");
         }
         all.push_back(series(kNames[i], window.gamma[i]));
     }

@@ -17,7 +17,7 @@ public:
 
     const std::string& name() const { return _name; }
     // {"name": ..., "kind": "curves" or "values", "series": [{"name": ..., "values": [...]}, ...]}. Throws
-    // vset::SetError when the set has no such numbers.
+    // SetError when the set has no such numbers.
     Json take() const;
 
 private:

@@ -36,7 +36,6 @@ std::vector<fs::path> planFolders() {
 }  // namespace
 
 std::optional<std::string> planFile(const std::string& word) {
-    const vset::HostPaths hostPaths;
     std::error_code error;
     if (fs::is_regular_file(word, error) || word.find('/') != std::string::npos) {
         return word;
@@ -51,7 +50,6 @@ std::optional<std::string> planFile(const std::string& word) {
 }
 
 std::string unknownPlan(const std::string& word) {
-    const vset::HostPaths hostPaths;
     std::string text = "is no file, and no plan of that name is in ";
     const char* separator = "";
     for (const fs::path& folder : planFolders()) {
@@ -72,7 +70,6 @@ std::string unknownPlan(const std::string& word) {
 }
 
 std::vector<std::string> planNames() {
-    const vset::HostPaths hostPaths;
     std::set<std::string> names;
     for (const fs::path& folder : planFolders()) {
         std::error_code error;

@@ -192,7 +192,6 @@ void RunHistory::add(HistoryEntry entry, std::size_t most) const {
 
 // A run that was resumed has the report of its beginning, and one that can be has it still to come.
 void RunHistory::removeReports(const std::vector<HistoryEntry>& forgotten, const std::set<std::string>& kept) const {
-    const vset::HostPaths hostPaths;
     for (const HistoryEntry& entry : forgotten) {
         const std::string stem = (fs::path(_file).parent_path() / fs::path(entry.report).filename()).string();
         if (kept.count(entry.report) != 0 || access(UnfinishedRun::fileOf(stem).c_str(), F_OK) == 0) {
@@ -220,7 +219,6 @@ std::vector<HistoryEntry> RunHistory::entries() const {
 
 std::vector<std::string> RunHistory::lines() const {
     {
-        const vset::HostPaths hostPaths;
         std::error_code error;
         if (!fs::exists(_file, error)) {
             return {};

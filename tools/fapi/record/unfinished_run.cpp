@@ -24,14 +24,12 @@ namespace fs = std::filesystem;
 constexpr char kExtension[] = ".unfinished";
 
 std::string absolutePath(const std::string& path) {
-    const vset::HostPaths hostPaths;
     std::error_code error;
     const fs::path canonical = fs::weakly_canonical(fs::absolute(path, error), error);
     return error ? path : canonical.string();
 }
 
 bool isSet(const std::string& folder) {
-    const vset::HostPaths hostPaths;
     return access((folder + "/set.json").c_str(), F_OK) == 0;
 }
 
@@ -95,7 +93,6 @@ std::unique_ptr<UnfinishedRun> UnfinishedRun::read(const std::string& file) {
 }
 
 std::vector<std::string> UnfinishedRun::filesIn(const std::string& folder) {
-    const vset::HostPaths hostPaths;
     std::vector<std::pair<fs::file_time_type, std::string>> found;
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
@@ -161,7 +158,6 @@ void UnfinishedRun::begin() {
     }
     _begun = true;
     try {
-        const vset::HostPaths hostPaths;
         dropOthers();
         if (_open == nullptr) {
             _open = std::make_unique<OpenFile>(file(), O_RDWR | O_CREAT | O_TRUNC | O_APPEND);
@@ -202,7 +198,6 @@ void UnfinishedRun::endStep(const Position& position, const StepResult& result, 
 
 void UnfinishedRun::finish() {
     if (_open != nullptr) {
-        const vset::HostPaths hostPaths;
         unlink(file().c_str());
     }
     _open.reset();
@@ -295,7 +290,6 @@ std::vector<std::string> UnfinishedRun::files() const {
 }
 
 void UnfinishedRun::remove() const {
-    const vset::HostPaths hostPaths;
     for (const std::string& file : files()) {
         unlink(file.c_str());
     }

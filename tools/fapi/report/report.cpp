@@ -299,7 +299,6 @@ std::vector<std::unique_ptr<Report>> reports() {
 }
 
 std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures) {
-    const vset::HostPaths hostPaths;
     std::vector<std::string> files;
     for (const std::unique_ptr<Report>& report : reports()) {
         files.push_back(stem + report->extension());
@@ -320,16 +319,14 @@ std::vector<std::string> filesOfReport(const std::string& stem, const std::vecto
 }
 
 void prepareReportFolder(const std::string& folder) {
-    const vset::HostPaths hostPaths;
     std::error_code error;
     fs::create_directories(folder, error);
     if (error || !fs::is_directory(folder, error) || access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw vset::SetError(folder + ": reports cannot be written there");
+        throw SetError(folder + ": reports cannot be written there");
     }
 }
 
 ReportFiles::ReportFiles(const Plan& plan, const std::string& folder) {
-    const vset::HostPaths hostPaths;
     const std::string first = (fs::path(folder) / fs::path(plan.file).stem()).string() +
                               timeText(std::chrono::system_clock::now(), "-%Y%m%d-%H%M%S");
     _stem = first;
@@ -339,13 +336,11 @@ ReportFiles::ReportFiles(const Plan& plan, const std::string& folder) {
 }
 
 ReportFiles::ReportFiles(const std::string& stem) : _stem(stem), _written(true) {
-    const vset::HostPaths hostPaths;
     while ((_lock = lockFile(_stem + kJson, 0)) < 0) {
     }
 }
 
 ReportFiles::~ReportFiles() {
-    const vset::HostPaths hostPaths;
     if (!_written) {
         unlink((_stem + kJson).c_str());
     }

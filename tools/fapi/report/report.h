@@ -103,13 +103,13 @@ std::vector<std::string> filesOfReport(const std::string& stem, const std::vecto
 
 constexpr const char* kReportFolder = "reports";
 
-// Makes the folder when it is missing. Throws vset::SetError when reports cannot be written there.
+// Makes the folder when it is missing. Throws SetError when reports cannot be written there.
 void prepareReportFolder(const std::string& folder);
 
 // The files of one run. Their names are taken before it begins, for its pictures have the same.
 class ReportFiles {
 public:
-    // Throws vset::SetError.
+    // Throws SetError.
     ReportFiles(const Plan& plan, const std::string& folder);
     // Of a run that is resumed, which has its names.
     explicit ReportFiles(const std::string& stem);

@@ -74,7 +74,7 @@ void PlanRun::run() {
         runProcess();
     }
     if (!_refusal.empty()) {
-        throw vset::SetError(_refusal);
+        throw SetError(_refusal);
     }
     _result.seconds += std::chrono::duration<double>(Clock::now() - start).count();
 }

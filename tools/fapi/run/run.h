@@ -22,7 +22,7 @@ public:
     // Before run(): goes on where that one ended.
     void resume();
 
-    // Throws vset::SetError when the set cannot be had and nothing was called.
+    // Throws SetError when the set cannot be had and nothing was called.
     void run();
 
     const PlanResult& result() const { return _result; }

@@ -43,7 +43,6 @@ void complain(bool json, const std::string& file, const std::string& text, unsig
 
 // False, and a message, when it cannot be read.
 bool readText(bool json, const std::string& file, std::string& text) {
-    const vset::HostPaths hostPaths;
     std::error_code error;
     std::ifstream stream;
     if (fs::is_regular_file(file, error)) {
@@ -71,7 +70,6 @@ std::string hashOf(const std::string& text) {
 // All plans, or none when one of them has a problem; those are printed.
 bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Plan>& plans) {
     bool good = true;
-    const vset::HostPaths hostPaths;
     for (const std::string& word : files) {
         const std::optional<std::string> found = planFile(word);
         if (!found) {

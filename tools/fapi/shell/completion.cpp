@@ -37,7 +37,6 @@ std::vector<std::string> setPaths(const std::string& folder, const std::string& 
         return {"/data/", "/mnt/usb/", "/vendor/"};
     }
     const std::string parent = start.substr(0, start.rfind('/') + 1);
-    const vset::HostPaths hostPaths;
     std::vector<std::string> paths;
     std::error_code error;
     const std::string place = folder + "/tree" + parent;
@@ -123,7 +122,6 @@ std::vector<std::string> operationNames(const std::string& start) {
 
 // From the set's own file: it need not be switched on, and another process may have it.
 std::vector<std::string> partitionNames(const std::string& folder) {
-    const vset::HostPaths hostPaths;
     std::ifstream file(folder + "/set.json");
     Json set;
     try {

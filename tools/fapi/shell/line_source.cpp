@@ -52,7 +52,6 @@ std::string historyFile() {
     const fs::path folder =
         state != nullptr && *state != '\0' ? fs::path(state) : fs::path(home != nullptr ? home : "/") / ".local/state";
     std::error_code error;
-    const vset::HostPaths hostPaths;
     fs::create_directories(folder / "fapi", error);
     return (folder / "fapi/history").string();
 }
@@ -84,7 +83,6 @@ public:
           _redraw(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
         history(_history, &_event, H_SETSIZE, 1000);
         history(_history, &_event, H_SETUNIQUE, 1);
-        const vset::HostPaths hostPaths;
         history(_history, &_event, H_LOAD, _file.c_str());
         el_set(_editLine, EL_PROMPT, prompt);
         el_set(_editLine, EL_EDITOR, "emacs");
@@ -123,7 +121,6 @@ public:
         if (line.find_first_not_of(" \t") != std::string::npos) {
             history(_history, &_event, H_ENTER, line.c_str());
             // At once: the line may end the process.
-            const vset::HostPaths hostPaths;
             history(_history, &_event, H_SAVE, _file.c_str());
         }
         return true;

@@ -132,7 +132,7 @@ private:
     void showPicture(const Words& words) {
         try {
             showScreen(words, _options.json);
-        } catch (const vset::SetError& error) {
+        } catch (const SetError& error) {
             printError(error.what(), _options.json);
             fail();
         }

@@ -220,7 +220,7 @@ std::vector<Value> parseArguments(const Operation& operation, const std::vector<
     try {
         std::vector<Value> values = parseWords(operation.arguments, words);
         if (operation.isChecked && together == Together::checked) {
-            checkTogether(operation, values, words);
+            checkTogether(operation, values, words, values);
         }
         return values;
     } catch (const UsageError& error) {

@@ -2,7 +2,7 @@
 // Checked lines.
 #include "target/command.h"
 
-#include "target/in_process.h"
+
 
 namespace tool {
 
@@ -94,11 +94,11 @@ std::string Command::text() const {
     return line;
 }
 
-Outcome Command::run() const {
+CallResult Command::run(const CallOptions& options) const {
     if (_operation != nullptr) {
-        return invoke(*_operation, _arguments);
+        return callOperation(*_operation, _arguments, options);
     }
-    return _action != nullptr ? perform(*_action, _arguments) : Outcome();
+    return _action != nullptr ? carryOut(*_action, _arguments) : CallResult();
 }
 
 std::string Command::word(const Outcome& outcome) const {

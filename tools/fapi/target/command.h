@@ -10,6 +10,7 @@
 #include "base/words.h"
 #include "protocol/outcome.h"
 #include "target/arguments.h"
+#include "target/session.h"
 #include "target/target_description.h"
 
 namespace tool {
@@ -35,8 +36,9 @@ public:
     // The line again, with short operation name and quotes where needed.
     std::string text() const;
 
-    // Runs it. An action that the set refuses gives an outcome that is not good, status -1, output "error".
-    Outcome run() const;
+    // Runs it on the session's set. An action that the set refuses gives an outcome that is not good, status -1, output "error". Throws
+    // RequestError.
+    CallResult run(const CallOptions& options = {}) const;
     // "ok", "failed", ...
     std::string word(const Outcome& outcome) const;
 

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "protocol/value.h"
+#include "target/session.h"
 #include "target/target_description.h"
 
 namespace tool {
@@ -73,39 +74,31 @@ std::string meaning(const Event& event) {
 }  // namespace
 
 EventLog& eventLog() {
-    static EventLog& log = *new EventLog;
+    static EventLog log;
     return log;
 }
 
 void EventLog::add(Event event) {
-    const std::lock_guard<std::mutex> lock(_mutex);
     if (_events.size() == kEventsKept) {
         _events.pop_front();
     }
     _events.push_back(std::move(event));
-    _changed.notify_one();
 }
 
 bool EventLog::take(Event& event, std::chrono::steady_clock::time_point deadline) {
-    std::unique_lock<std::mutex> lock(_mutex);
-    _changed.wait_until(lock, deadline, [this] { return _interrupted || !_events.empty(); });
+    while (_events.empty() && !_isInterrupted) {
+        const auto left = deadline - std::chrono::steady_clock::now();
+        if (left <= left.zero()) {
+            return false;
+        }
+        session().pump(std::chrono::ceil<std::chrono::milliseconds>(left));
+    }
     if (_events.empty()) {
         return false;
     }
     event = std::move(_events.front());
     _events.pop_front();
     return true;
-}
-
-void EventLog::interrupt() {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _interrupted = true;
-    _changed.notify_all();
-}
-
-void EventLog::clear() {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _events.clear();
 }
 
 std::string printableBytes(const std::vector<unsigned char>& bytes) {

@@ -32,7 +32,7 @@ std::string temporaryFolder() {
     std::error_code error;
     const fs::path folder = fs::temp_directory_path(error);
     if (error) {
-        throw vset::SetError("no temporary set can be made: TMPDIR: " + error.message());
+        throw SetError("no temporary set can be made: TMPDIR: " + error.message());
     }
     return folder.string();
 }
@@ -71,7 +71,6 @@ FileLocks::~FileLocks() {
 }
 
 bool FileLocks::take(const std::string& file) {
-    const vset::HostPaths hostPaths;
     const int descriptor = open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0) {
         return errno == ENOENT || errno == ELOOP;
@@ -81,24 +80,23 @@ bool FileLocks::take(const std::string& file) {
 }
 
 FreshSet::FreshSet() : _folder(temporaryFolder() + "/" + kPrefix + "XXXXXX") {
-    const vset::HostPaths hostPaths;
     removeOldSets();
     if (mkdtemp(_folder.data()) == nullptr) {
-        throw vset::SetError(_folder + ": " + std::strerror(errno));
+        throw SetError(_folder + ": " + std::strerror(errno));
     }
     try {
         const std::string lock = _folder + kLock;
         const int descriptor = open(lock.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
         if (descriptor < 0) {
-            throw vset::SetError(lock + ": " + std::strerror(errno));
+            throw SetError(lock + ": " + std::strerror(errno));
         }
         close(descriptor);
         if (!_locks.take(lock)) {
-            throw vset::SetError(lock + ": somebody else has it locked");
+            throw SetError(lock + ": somebody else has it locked");
         }
         _set = setIn(_folder);
         vset::create(_set);
-    } catch (const vset::SetError&) {
+    } catch (const SetError&) {
         std::error_code error;
         fs::remove_all(_folder, error);
         throw;
@@ -111,7 +109,6 @@ FreshSet::FreshSet(const std::string& setFolder)
 }
 
 FreshSet::~FreshSet() {
-    const vset::HostPaths hostPaths;
     std::error_code error;
     // The folder of a run that is resumed stands in a file, which might name any.
     if (timespec made = {}; !_kept && isTemporarySet(_folder, made)) {
@@ -127,7 +124,6 @@ void FreshSet::keep(bool kept) {
 }
 
 std::vector<std::string> temporarySets() {
-    const vset::HostPaths hostPaths;
     std::vector<std::pair<timespec, std::string>> found;
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(temporaryFolder(), error)) {

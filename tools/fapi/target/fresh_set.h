@@ -26,7 +26,7 @@ private:
 
 class FreshSet {
 public:
-    // Makes a set, and first removes those of earlier runs but for the newest ones. Throws vset::SetError.
+    // Makes a set, and first removes those of earlier runs but for the newest ones. Throws SetError.
     FreshSet();
     // Of a run that is resumed.
     explicit FreshSet(const std::string& setFolder);

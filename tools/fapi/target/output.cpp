@@ -8,10 +8,10 @@
 #include <cstring>
 #include <fstream>
 
+#include "base/data_output.h"
 #include "base/terminal.h"
 #include "protocol/characters.h"
-#include "target/session.h"
-#include "vset/vset.h"
+#include "target/target_description.h"
 
 namespace tool {
 
@@ -346,7 +346,6 @@ bool writeOutput(const Command& command, const Outcome& outcome, const std::stri
         return false;
     }
     const Bytes& bytes = std::get<Bytes>(found->second);
-    const vset::HostPaths hostPaths;
     std::ofstream stream(file, std::ios::binary);
     stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (!stream.flush()) {
@@ -354,6 +353,10 @@ bool writeOutput(const Command& command, const Outcome& outcome, const std::stri
         return false;
     }
     return true;
+}
+
+void printUnprepared(const std::string& operation, const Outcome& outcome) {
+    std::fprintf(stderr, "fapi: %s answered %lld%s\n", operation.c_str(), outcome.status, reasonOf(outcome).c_str());
 }
 
 void printEvent(const Event& event, bool json) {

@@ -40,6 +40,8 @@ std::string reasonOf(const Outcome& outcome);
 // All that print do so to dataOutput().
 // With a note on standard error for each refusal, for people.
 void printOutcome(const Command& command, const Outcome& outcome, bool json);
+// Reports that an operation which others need has failed.
+void printUnprepared(const std::string& operation, const Outcome& outcome);
 // Prints these notes, but for calls by contract and those that are named as reasons of a failure.
 void printRefusals(const Outcome& outcome);
 void printEvent(const Event& event, bool json);

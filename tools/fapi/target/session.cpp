@@ -1,119 +1,166 @@
 // SPDX-License-Identifier: Apache-2.0
-// A process's hold on a virtual set, and where its output goes.
+// The set that this program works with, through its hub.
 #include "target/session.h"
 
-#include <cstdlib>
-#include <optional>
-#include <set>
+#include <memory>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
-#include "actions/log_switch.h"
 #include "base/terminal.h"
 #include "target/event_log.h"
-#include "target/in_process.h"
 #include "target/output.h"
-#include "vset/vset.h"
-#include "vset/wdt.h"
+#include "target/target_description.h"
 
 namespace tool {
 
 namespace {
 
-FILE* g_dataOutput = nullptr;
+std::unique_ptr<Target> g_target;
+SessionOptions g_chosen;
+bool g_isOpen = false;
+bool g_rebooted = false;
+std::vector<std::string> g_troubles;
 
-// Found by the thread that opens the session, which is the one that calls.
-std::optional<vset::PretendedFile> g_logSwitch;
+TargetOptions targetOptions(const SessionOptions& options) {
+    TargetOptions target;
+    target.folder = options.folder;
+    target.client = options.client;
+    target.isDamaged = options.damaged;
+    return target;
+}
+
+Field fieldsOf(const std::vector<Value>& arguments) {
+    Field::List list;
+    for (const Value& value : arguments) {
+        list.push_back(Field::ofSet(value));
+    }
+    return list;
+}
+
+std::vector<std::string> texts(const Field& list) {
+    std::vector<std::string> all;
+    if (!list.isNull()) {
+        for (const Field& text : list.list()) {
+            all.push_back(text.text());
+        }
+    }
+    return all;
+}
+
+std::chrono::steady_clock::time_point timeOf(const Field& moment) {
+    return std::chrono::steady_clock::time_point(std::chrono::nanoseconds(moment["mono"].numberOr(0)));
+}
+
+CallResult resultOf(const Field& answer) {
+    CallResult result;
+    result.outcome = parseOutcome(answer);
+    result.begun = timeOf(answer["begun"]);
+    result.ended = timeOf(answer["ended"]);
+    result.log = texts(answer["log"]);
+    result.troubles = texts(answer["troubles"]);
+    g_troubles.insert(g_troubles.end(), result.troubles.begin(), result.troubles.end());
+    if (answer.has("unprepared")) {
+        for (const Field& failure : answer["unprepared"].list()) {
+            result.unpreparedNames.push_back(failure.at("operation").text());
+            result.unprepared.push_back(parseOutcome(failure));
+        }
+    }
+    return result;
+}
+
+void join() {
+    if (g_target == nullptr) {
+        g_target = Target::join(targetOptions(g_chosen));
+    }
+}
+
+void listen(Target& target) {
+    target.listen("event", [](const Field& params) { eventLog().add(parseEvent(params)); });
+    target.listen("log", [](const Field& params) {
+        std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str());
+    });
+    target.listen("worker", [](const Field& params) {
+        g_rebooted = g_rebooted || (params["state"].textOr("") == "ended" && params["reason"].textOr("") == "watchdog");
+    });
+}
 
 }  // namespace
 
-FILE* dataOutput() {
-    return g_dataOutput != nullptr ? g_dataOutput : stdout;
-}
-
-void separateOutputs() {
-    std::fflush(stdout);
-    const int data = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (data < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
-        std::perror("fapi");
-        std::exit(kExitSet);
-    }
-    g_dataOutput = fdopen(data, "w");
-    setvbuf(g_dataOutput, nullptr, isatty(data) != 0 ? _IOLBF : _IOFBF, BUFSIZ);
-    // The library's log is to stand where it happens, between the lines of fapi.
-    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-}
-
-void joinOutputs() {
-    // Not all streams: another thread may be waiting for input, and has that one locked.
-    std::fflush(stdout);
-    std::fflush(dataOutput());
-    dup2(fileno(dataOutput()), STDOUT_FILENO);
-}
-
-bool isOutputWritten() {
-    return std::fflush(dataOutput()) == 0 && std::ferror(dataOutput()) == 0;
-}
-
-bool isReaderGone() {
-    pollfd output = {fileno(dataOutput()), POLLOUT, 0};
-    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
-}
-
 std::string setFolder(const SessionOptions& options) {
-    return options.folder.empty() ? vset::defaultFolder() : options.folder;
+    return folderOf(targetOptions(options));
 }
 
-void openSession(const SessionOptions& options) {
-    const std::string folder = setFolder(options);
-    const vset::HostPaths hostPaths;
-    if (access((folder + "/set.json").c_str(), F_OK) == 0) {
-        const std::vector<std::string> damage = vset::check(folder);
-        for (const std::string& line : damage) {
-            printMessage(line);
-        }
-        if (!damage.empty() && !options.damaged) {
-            throw vset::SetError(folder + ": is damaged (--damaged goes on all the same)");
-        }
-    }
-    vset::wdt::onReboot(endWithSet);
-    hearEvents([](Event event) { eventLog().add(std::move(event)); });
-    vset::attach(folder);
+void chooseSession(const SessionOptions& options) {
+    g_chosen = options;
+}
+
+Target& openSession(const SessionOptions& options) {
+    chooseSession(options);
+    join();
+    listen(*g_target);
+    g_target->request("log", {{"on", true}});
     if (options.log) {
-        g_logSwitch.emplace(kLogSwitch);
+        g_target->request("log-switch", {{"state", "on"}});
     }
+    g_isOpen = true;
+    return *g_target;
 }
 
-void followLogSwitch() {
-    g_logSwitch.reset();
+Target& session() {
+    return *g_target;
 }
 
-void endWithSet() {
-    std::fputs("fapi: the watchdog has rebooted the set\n", stderr);
-    std::fflush(dataOutput());
-    // Not exit(): other threads go on meanwhile.
-    _exit(kExitFailed);
+bool isSessionOpen() {
+    return g_isOpen;
 }
 
-void bringUpFor(const Operation* operation) {
-    static std::set<std::string> done;
-    const std::vector<std::string> needs = operation != nullptr ? operation->needs : findOperation("sys_deinit")->needs;
-    for (const std::string& name : needs) {
-        const Operation* init = findOperation(name);
-        if (init == nullptr || !done.insert(name).second) {
-            continue;
+Field askAgent(const std::string& method, const Field& params) {
+    // Words are checked before it is known whether there is anything to call.
+    join();
+    return g_target->request(method, params);
+}
+
+void closeSession() {
+    g_target.reset();
+    g_isOpen = false;
+}
+
+CallResult callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options) {
+    return resultOf(session().request("call", {{"operation", operation.name},
+                                               {"arguments", fieldsOf(arguments)},
+                                               {"confirm", true},
+                                               {"prepare", options.prepare}}));
+}
+
+CallResult carryOut(const Action& action, const std::vector<Value>& arguments) {
+    return resultOf(session().request("act", {{"action", action.name}, {"arguments", fieldsOf(arguments)}}));
+}
+
+void bringUp() {
+    const Field answer = session().request("prepare", Field::Fields());
+    if (answer.has("unprepared")) {
+        for (const Field& failure : answer["unprepared"].list()) {
+            printUnprepared(failure.at("operation").text(), parseOutcome(failure));
         }
-        const Outcome outcome = invoke(*init, {});
-        if (!outcome.good) {
-            std::fprintf(stderr, "fapi: %s answered %lld%s\n", name.c_str(), outcome.status, reasonOf(outcome).c_str());
-        }
-        printRefusals(outcome);
     }
-    if (operation != nullptr) {
-        done.insert(operation->name);
-    }
+}
+
+void listenToEvents(bool on) {
+    session().request("events", {{"on", on}});
+}
+
+std::vector<std::string> takeTroubles() {
+    return std::exchange(g_troubles, {});
+}
+
+void noteTrouble(const std::string& trouble) {
+    g_troubles.push_back(trouble);
+}
+
+long long powerCycle() {
+    return session().request("power", {{"to", "cycle"}})["boots"].numberOr(0);
+}
+
+bool takeReboot() {
+    return std::exchange(g_rebooted, false);
 }
 
 }  // namespace tool

@@ -1,59 +1,75 @@
 // SPDX-License-Identifier: Apache-2.0
-// A process's hold on a virtual set, and where its output goes.
+// The set that this program works with, through its hub.
 #ifndef FAPI_BENCH_TARGET_SESSION_H
 #define FAPI_BENCH_TARGET_SESSION_H
 
-#include <cstdio>
+#include <chrono>
 #include <string>
+#include <vector>
 
-#include "target/arguments.h"
+#include "protocol/outcome.h"
+#include "target/target.h"
 
 namespace tool {
 
-// Exit codes of fapi.
-enum Exit {
-    kExitGood = 0,        // done; a plan passed
-    kExitFailed = 1,      // the operation answered a failure; a plan failed
-    kExitUsage = 2,       // a wrong word or a broken plan; nothing was called
-    kExitSet = 3,         // the set cannot be had or is damaged, or the PC could not store what was to be kept
-    kExitInterrupted = 4  // the user stopped it, or declined the question
-};
-
 struct SessionOptions {
-    std::string folder;    // of the set; empty: vset::defaultFolder()
-    bool log = false;      // the library's own log is on in this process, whatever the set's switch says
+    std::string folder;    // of the set; empty: the default one
+    bool log = false;      // the library's log is on in this session, whatever the set's switch says
     bool damaged = false;  // go on with a damaged set
+    std::string client = "fapi";
 };
-
-// Data of fapi go here. The library prints its log to standard output, so fapi keeps standard output for itself and
-// lets the library's descriptor 1 lead to standard error.
-FILE* dataOutput();
-
-// Does that, once, before anything is printed.
-void separateOutputs();
-// Takes it back, for a program that is executed in this process's place.
-void joinOutputs();
-// False when something could not be written to dataOutput().
-bool isOutputWritten();
-// True when that is so because it is a pipe that nobody reads any more, such as "| head": nothing to complain of.
-bool isReaderGone();
 
 // The folder that the options mean.
 std::string setFolder(const SessionOptions& options);
 
-// Attaches the set; this process ends, as one on a real set does, when the watchdog reboots it. Throws vset::SetError;
-// damage is printed to standard error, one line each, and then thrown unless the options allow it.
-void openSession(const SessionOptions& options);
+// Names the set of all that follows; joins nothing yet.
+void chooseSession(const SessionOptions& options);
 
-// Ends what SessionOptions::log asked for: the set's switch counts again.
-void followLogSwitch();
+// Joins the set's hub and listens: lines of the library's log go to standard error, events into eventLog() once listenToEvents() asked for
+// them. The set itself is switched on by the first request that needs it. Throws RequestError.
+Target& openSession(const SessionOptions& options);
+// The open one.
+Target& session();
+bool isSessionOpen();
+// Lets go of the set: the hub ends with its last client.
+void closeSession();
 
-// What openSession() makes of a reboot by the watchdog: says so, and ends the process.
-[[noreturn]] void endWithSet();
+// Asks what needs no set, joining the chosen set's hub when that is not done yet. Throws RequestError.
+Field askAgent(const std::string& method, const Field& params);
 
-// Calls a_vextvfapi_sys_init, and the init of the operation's module where there is one, unless this process has done
-// so already or the operation, about to be called, is one of them. Null: the system module alone.
-void bringUpFor(const Operation* operation);
+// How a call is made.
+struct CallOptions {
+    bool prepare = true;  // what the operation needs is called before it
+};
+
+// What a call has answered, and when, by the clocks of the agent's machine.
+struct CallResult {
+    Outcome outcome;
+    std::vector<Outcome> unprepared;  // what was called before it in vain; their operations in `unpreparedNames`
+    std::vector<std::string> unpreparedNames;
+    std::chrono::steady_clock::time_point begun, ended;
+    std::vector<std::string> log;       // its lines of level E, when it is not good
+    std::vector<std::string> troubles;  // what that machine could not store for the set
+};
+
+// Calls the operation; whoever calls this has asked before what destroys. Throws RequestError: `died` when the library has crashed in it.
+CallResult callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options);
+CallResult carryOut(const Action& action, const std::vector<Value>& arguments);
+
+// Calls what every operation needs. Prints what of that has failed.
+void bringUp();
+
+// Events of all modules, or of none any more.
+void listenToEvents(bool on);
+
+// What this PC, or the agent's, could not store for the set since the last call of this: a line each.
+std::vector<std::string> takeTroubles();
+void noteTrouble(const std::string& trouble);
+
+// Switches the set off and on. Returns how often it has been switched on.
+long long powerCycle();
+// Whether the set's worker has ended since the last call of this, because the watchdog has rebooted the set.
+bool takeReboot();
 
 }  // namespace tool
 

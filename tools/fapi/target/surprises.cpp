@@ -2,7 +2,7 @@
 // Warnings of what looks like something else.
 #include "target/surprises.h"
 
-#include "target/in_process.h"
+#include "target/target_description.h"
 
 namespace tool {
 
@@ -15,7 +15,7 @@ std::string Surprises::next(const Command& command) {
         return {};
     }
     const std::vector<Value>& first = _first.emplace(operation, command.arguments()).first->second;
-    const std::string warning = warningOf(*operation, command.arguments(), first);
+    const std::string warning = checkTogether(*operation, command.arguments(), {}, first).warning;
     return warning.empty() ? warning : operation->shortName() + ": " + warning;
 }
 

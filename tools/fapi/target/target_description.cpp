@@ -4,9 +4,8 @@
 
 #include <algorithm>
 
-#include "actions/action.h"
 #include "base/words.h"
-#include "worker/description.h"
+#include "target/session.h"
 
 namespace tool {
 
@@ -18,10 +17,34 @@ const Function* findFunction(const std::string& name) {
     return found != all.end() ? &*found : nullptr;
 }
 
+Field listOf(const std::vector<Value>& values) {
+    Field::List list;
+    for (const Value& value : values) {
+        list.push_back(Field::ofSet(value));
+    }
+    return list;
+}
+
+Checked check(const char* kind, const std::string& name, const std::vector<Value>& values,
+              const std::vector<std::string>& words, const std::vector<Value>& first) {
+    Field wordList = Field::List{};
+    for (const std::string& word : words) {
+        wordList.add(Field::ofSet(word));
+    }
+    const Field answer = askAgent("check", {{kind, name}, {"arguments", listOf(values)}, {"words", wordList}, {"first", listOf(first)}});
+    if (answer.has("problem")) {
+        const Field& problem = answer["problem"];
+        throw UsageError(problem.at("text").text(), problem.has("word") ? std::optional<std::size_t>(problem["word"].number())
+                                                                        : std::nullopt);
+    }
+    return {answer["warning"].textOr("")};
+}
+
 }  // namespace
 
 const Description& description() {
-    return ownDescription();
+    static const Description described = describeAgent({});
+    return described;
 }
 
 std::string unknownFunction(const std::string& name) {
@@ -46,13 +69,13 @@ std::string namedCodeProblem(const std::string& function, const std::string& wor
                : std::string();
 }
 
-void checkTogether(const Operation& operation, const std::vector<Value>& values,
-                   const std::vector<std::string>& words) {
-    findOperationRow(operation.name)->check(values, words);
+Checked checkTogether(const Operation& operation, const std::vector<Value>& values, const std::vector<std::string>& words,
+                      const std::vector<Value>& first) {
+    return check("operation", operation.name, values, words, first);
 }
 
-void checkTogether(const Action& action, const std::vector<Value>& values, const std::vector<std::string>& words) {
-    findActionRow(action.name)->check(values, words);
+Checked checkTogether(const Action& action, const std::vector<Value>& values, const std::vector<std::string>& words) {
+    return check("action", action.name, values, words, values);
 }
 
 }  // namespace tool

@@ -42,9 +42,14 @@ std::string unknownFunction(const std::string& name);
 // their namesakes of the C library do, where such a number is a descriptor or a count.
 std::string namedCodeProblem(const std::string& function, const std::string& word);
 
-// Throws UsageError when the agent knows that the arguments do not go together.
-void checkTogether(const Operation& operation, const std::vector<Value>& values, const std::vector<std::string>& words);
-void checkTogether(const Action& action, const std::vector<Value>& values, const std::vector<std::string>& words);
+// What the agent has to say of arguments that are good each for itself.
+struct Checked {
+    std::string warning;  // what the contract makes of them, when they look like something else
+};
+// Throws UsageError when they do not go together. `first` are those of the operation's first call since the set was switched on.
+Checked checkTogether(const Operation& operation, const std::vector<Value>& values, const std::vector<std::string>& words,
+                      const std::vector<Value>& first);
+Checked checkTogether(const Action& action, const std::vector<Value>& values, const std::vector<std::string>& words);
 
 }  // namespace tool
 

@@ -17,12 +17,12 @@ namespace {
 
 // Writes and shows what the options say.
 void tellPicture(const ScreenOptions& options, bool json) {
-    const vset::Picture picture = takePicture(options.what);
+    const Picture picture = takePicture(options.what);
     if (!options.file.empty()) {
         writePng(picture, options.file);
     }
     if (json) {
-        Json told = {{"what", options.what}, {"width", picture.u32Width}, {"height", picture.u32Height}};
+        Json told = {{"what", options.what}, {"width", picture.width}, {"height", picture.height}};
         if (!options.file.empty()) {
             told["file"] = options.file;
         }
@@ -38,7 +38,7 @@ void tellPicture(const ScreenOptions& options, bool json) {
                    dataOutput());
     }
     printLine((options.file.empty() ? "" : options.file + ": ") + options.what + ", " +
-              std::to_string(picture.u32Width) + " x " + std::to_string(picture.u32Height));
+              std::to_string(picture.width) + " x " + std::to_string(picture.height));
 }
 
 }  // namespace
@@ -52,7 +52,7 @@ int screen(const GlobalOptions& options, const ScreenOptions& screenOptions) {
     }
     try {
         tellPicture(screenOptions, options.json);
-    } catch (const vset::SetError& error) {
+    } catch (const SetError& error) {
         printError(error.what(), options.json);
         return kExitFailed;
     }

@@ -18,7 +18,7 @@ struct ScreenOptions {
 // `fapi screen`.
 int screen(const GlobalOptions& options, const ScreenOptions& screenOptions);
 
-// The shell's line "screen [FILE [WHAT]]". Throws UsageError, and vset::SetError.
+// The shell's line "screen [FILE [WHAT]]". Throws UsageError, and SetError.
 void showScreen(const Words& words, bool json);
 
 }  // namespace tool
