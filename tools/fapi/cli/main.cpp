@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "base/terminal.h"
+#include "base/data_output.h"
 #include "cli/clean.h"
 #include "cli/env.h"
 #include "cli/help.h"
@@ -21,7 +22,6 @@
 #include "shell/shell.h"
 #include "target/output.h"
 #include "target/surprises.h"
-#include "vset/vset.h"
 #include "watch/screen.h"
 #include "watch/watch.h"
 
@@ -48,11 +48,8 @@ int callOperation(const GlobalOptions& options, const Words& words, bool noInit,
         return kExitInterrupted;
     }
     openSession(options.session);
-    if (!noInit) {
-        bringUpFor(command.operation());
-    }
     printWarning(Surprises().next(command));
-    const Outcome outcome = command.run();
+    const Outcome outcome = noInit ? command.run({false}).outcome : runPrepared(command);
     printOutcome(command, outcome, options.json);
     const bool written = writeOutput(command, outcome, output, options.json);
     return outcome.good && written ? kExitGood : kExitFailed;
@@ -154,6 +151,7 @@ public:
             std::fputs(text.str().c_str(), dataOutput());
             return kExitGood;
         }
+        chooseSession(_options.session);
         return _action();
     }
 
@@ -518,14 +516,13 @@ bool wantsJson(int argc, char** argv) {
 int main(int argc, char** argv) {
     // A reader that goes away is an error of the write that meets it, and no reason to stop in the middle of a plan.
     std::signal(SIGPIPE, SIG_IGN);
-    separateOutputs();
     // A limit to the size of files is the error of a write, as a full disk is.
     std::signal(SIGXFSZ, SIG_IGN);
     const bool json = wantsJson(argc, argv);
     try {
         int code = CommandLine(argv).run(argc, argv);
         // They have been told where they came up.
-        if (!vset::takeHostTroubles().empty() && code != kExitInterrupted) {
+        if (!takeTroubles().empty() && code != kExitInterrupted) {
             code = kExitSet;
         }
         if (isOutputWritten()) {
@@ -538,6 +535,10 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         printError(error.what(), json);
         return kExitUsage;
+    } catch (const RequestError& error) {
+        printError(error.what(), json);
+        // The operation has ended the library, or the set.
+        return error.code() == ErrorCode::died ? kExitFailed : kExitSet;
     } catch (const std::exception& error) {
         printError(error.what(), json);
         return kExitSet;

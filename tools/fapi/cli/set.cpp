@@ -7,13 +7,10 @@
 
 #include <unistd.h>
 
+#include "base/data_output.h"
 #include "base/terminal.h"
-#include "hw3/hw_flash.h"
 #include "protocol/characters.h"
 #include "target/output.h"
-#include "vset/flash.h"
-#include "vset/uart.h"
-#include "vset/vset.h"
 
 namespace tool {
 
@@ -47,27 +44,18 @@ bool confirm(const GlobalOptions& options, const Command& command) {
 }
 
 int createSet(const GlobalOptions& options) {
+    openSession(options.session).request("power", {{"to", "create"}});
     const std::string folder = setFolder(options.session);
-    vset::create(folder);
     say(options, {{"folder", folder}}, folder + ": a new set");
     return kExitGood;
 }
 
 int resetSet(const GlobalOptions& options) {
     const std::string folder = setFolder(options.session);
-    // Refuses what is no set: this is about to remove a folder.
-    vset::check(folder);
     if (!confirm(options, "removes everything in " + folder)) {
         return kExitInterrupted;
     }
-    vset::attach(folder);
-    vset::detach();
-    std::error_code error;
-    fs::remove_all(folder, error);
-    if (error) {
-        throw SetError(folder + ": " + error.message());
-    }
-    vset::create(folder);
+    openSession(options.session).request("power", {{"to", "reset"}});
     say(options, {{"folder", folder}}, folder + ": a new set");
     return kExitGood;
 }
@@ -80,35 +68,29 @@ int printSetPath(const GlobalOptions& options) {
 
 int powerCycleSet(const GlobalOptions& options) {
     openSession(options.session);
-    say(options, {{"boots", vset::bootCount()}}, "switched on for the " + std::to_string(vset::bootCount()) + ". time");
+    const long long boots = powerCycle();
+    say(options, {{"boots", boots}}, "switched on for the " + std::to_string(boots) + ". time");
     return kExitGood;
 }
 
 int showSet(const GlobalOptions& options) {
-    const std::string folder = setFolder(options.session);
-    const std::vector<std::string> damage = vset::check(folder);
-    // Not openSession(): damage is what is to be shown.
-    vset::attach(folder);
-    Json json = {{"folder", vset::folder()}, {"boots", vset::bootCount()}, {"damage", damage}};
-    std::string text = vset::folder() + "\n  boots: " + std::to_string(vset::bootCount());
-    for (const std::string& line : damage) {
-        text += "\n  damaged: " + line;
+    const Field set = openSession(options.session).request("set.show");
+    Json json = {{"folder", set["folder"].text()}, {"boots", set["boots"].number()}, {"damage", Json::array()}};
+    std::string text = set["folder"].text() + "\n  boots: " + std::to_string(set["boots"].number());
+    for (const Field& line : set["damage"].list()) {
+        json["damage"].push_back(line.text());
+        text += "\n  damaged: " + line.text();
     }
-    for (const auto& [name, size] : vset::flash::partitions()) {
-        json["partitions"][name] = size;
-        text += "\n  partition " + name + ": " + std::to_string(size) + " bytes";
+    for (const Field& partition : set["partitions"].list()) {
+        json["partitions"][partition["name"].text()] = partition["bytes"].number();
+        text += "\n  partition " + partition["name"].text() + ": " + std::to_string(partition["bytes"].number()) + " bytes";
     }
-    const std::pair<const char*, HW_U32> types[] = {
-        {"spi_nor", E_HW_FLASH_TYPE_SPI_NOR}, {"nand", E_HW_FLASH_TYPE_NAND}, {"emmc", E_HW_FLASH_TYPE_EMMC}};
-    for (const auto& [name, type] : types) {
-        try {
-            for (const auto& [key, value] : vset::flash::environment(type)) {
-                json["environment"][name][validText(key)] = toJson(Value(value));
-                text += std::string("\n  ") + name + " " + escaped(key, false) + "=" + escaped(value, false);
-            }
-        } catch (const SetError&) {
-            // Damage has been told above.
-            continue;
+    for (const auto& [flash, variables] : set["environment"].fields()) {
+        for (const Field& variable : variables.list()) {
+            const std::string& name = variable["name"].text();
+            const std::string& value = variable["value"].text();
+            json["environment"][flash][validText(name)] = toJson(Value(value));
+            text += "\n  " + flash + " " + escaped(name, false) + "=" + escaped(value, false);
         }
     }
     say(options, json, text);
@@ -119,16 +101,14 @@ int showPorts(const GlobalOptions& options) {
     const std::string folder = setFolder(options.session);
     Json json = {{"folder", folder}, {"ports", Json::array()}};
     std::string text;
-    for (const vset::uart::Connector& connector : vset::uart::connectors(folder)) {
-        json["ports"].push_back(
-            {{"number", connector.u32Number}, {"path", connector.strPath}, {"terminal", connector.strTerminal}});
-        text += (text.empty() ? "" : "\n") + std::to_string(connector.u32Number) + " " + connector.strPath + " -> " +
-                connector.strTerminal;
+    for (const Field& port : askAgent("set.ports", Field::Fields())["ports"].list()) {
+        const long long number = port["number"].number();
+        json["ports"].push_back({{"number", number}, {"path", port["path"].text()}, {"terminal", port["terminal"].text()}});
+        text += (text.empty() ? "" : "\n") + std::to_string(number) + " " + port["path"].text() + " -> " + port["terminal"].text();
     }
     if (text.empty()) {
         throw SetError(folder +
-                             ": is switched off, and its ports lead nowhere; \"fapi shell\" or \"fapi watch\" "
-                             "switches it on");
+                       ": is switched off, and its ports lead nowhere; \"fapi shell\" or \"fapi watch\" switches it on");
     }
     say(options, json, text);
     return kExitGood;
@@ -143,7 +123,7 @@ int runAction(const GlobalOptions& options, const Words& words, const std::strin
     }
     checkOutput(command, output);
     openSession(options.session);
-    const Outcome outcome = command.run();
+    const Outcome outcome = command.run().outcome;
     printOutcome(command, outcome, options.json);
     const bool written = writeOutput(command, outcome, output, options.json);
     return outcome.good && written ? kExitGood : kExitFailed;

@@ -24,12 +24,8 @@ bool runFirstLines(const GlobalOptions& options, const std::vector<Command>& com
         if (!confirm(options, command)) {
             return false;
         }
-        if (command.operation() != nullptr) {
-            bringUpFor(command.operation());
-        }
         printWarning(surprises.next(command));
-        const Outcome outcome = command.run();
-        std::fprintf(stderr, "%s\n", displayOutcome(command, outcome).c_str());
+        std::fprintf(stderr, "%s\n", displayOutcome(command, runPrepared(command)).c_str());
     }
     return true;
 }

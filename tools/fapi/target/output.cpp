@@ -359,6 +359,14 @@ void printUnprepared(const std::string& operation, const Outcome& outcome) {
     std::fprintf(stderr, "fapi: %s answered %lld%s\n", operation.c_str(), outcome.status, reasonOf(outcome).c_str());
 }
 
+Outcome runPrepared(const Command& command) {
+    CallResult result = command.run();
+    for (std::size_t i = 0; i < result.unprepared.size(); ++i) {
+        printUnprepared(result.unpreparedNames[i], result.unprepared[i]);
+    }
+    return std::move(result.outcome);
+}
+
 void printEvent(const Event& event, bool json) {
     printLine(json ? jsonLine(toJson(event)) : displayEvent(event));
 }

@@ -42,6 +42,8 @@ std::string reasonOf(const Outcome& outcome);
 void printOutcome(const Command& command, const Outcome& outcome, bool json);
 // Reports that an operation which others need has failed.
 void printUnprepared(const std::string& operation, const Outcome& outcome);
+// Runs the command after what it needs; reports what of that has failed.
+Outcome runPrepared(const Command& command);
 // Prints these notes, but for calls by contract and those that are named as reasons of a failure.
 void printRefusals(const Outcome& outcome);
 void printEvent(const Event& event, bool json);

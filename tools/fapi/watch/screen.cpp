@@ -4,12 +4,12 @@
 
 #include <algorithm>
 
+#include "base/data_output.h"
 #include "base/picture.h"
 #include "base/terminal.h"
 #include "shell/first_lines.h"
-#include "target/in_process.h"
+#include "target/picture_source.h"
 #include "target/output.h"
-#include "vset/vset.h"
 
 namespace tool {
 

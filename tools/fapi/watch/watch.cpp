@@ -3,34 +3,17 @@
 #include "watch/watch.h"
 
 #include <algorithm>
-#include <csignal>
-#include <thread>
 
+#include "base/data_output.h"
 #include "base/interrupts.h"
 #include "shell/first_lines.h"
 #include "target/event_log.h"
-#include "target/in_process.h"
+#include "target/session.h"
 #include "target/output.h"
 
 namespace tool {
 
 namespace {
-
-// Turns Ctrl-C into an interrupted wait. Must be made before other threads are: they inherit the blocked signals.
-class Interrupter {
-public:
-    Interrupter() {
-        pthread_sigmask(SIG_BLOCK, &_signals, nullptr);
-        std::thread([signals = _signals] {
-            int signal = 0;
-            sigwait(&signals, &signal);
-            eventLog().interrupt();
-        }).detach();
-    }
-
-private:
-    const sigset_t _signals = endingSignals();
-};
 
 template <class Item>
 bool isWanted(const std::vector<Item>& wanted, const Item& item) {
@@ -55,10 +38,14 @@ int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
         }
     }
     const std::vector<Command> commands = parseFirstLines(watchOptions.lines, "watches");
-    openSession(options.session);
-    const Interrupter interrupter;
-    bringUpFor(nullptr);
-    listenToAllModules(true);
+    Target& target = openSession(options.session);
+    Interrupts interrupts;
+    target.watch(interrupts.descriptor(), [&] {
+        interrupts.take();
+        eventLog().interrupt();
+    });
+    bringUp();
+    listenToEvents(true);
     if (!runFirstLines(options, commands)) {
         return kExitInterrupted;
     }
@@ -75,8 +62,7 @@ int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
             ++seen;
         }
     }
-    listenToAllModules(false);
-    return seen < watchOptions.count ? kExitFailed : kExitGood;
+    return takeReboot() || seen < watchOptions.count ? kExitFailed : kExitGood;
 }
 
 }  // namespace tool

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+// Pictures of the session's set.
+#ifndef FAPI_BENCH_TARGET_PICTURE_SOURCE_H
+#define FAPI_BENCH_TARGET_PICTURE_SOURCE_H
+
+#include <string>
+
+#include "base/picture.h"
+
+namespace tool {
+
+// Takes the picture that the word names, as the description's pictures are named: "panel", "window:3". Throws RequestError
+// when there is none.
+Picture takePicture(const std::string& word);
+
+}  // namespace tool
+
+#endif
