@@ -271,7 +271,7 @@ TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
                  "-32600"},
                 {R"({"jsonrpc":"2.0","id":1,"method":"hello","params":{"protocol":[8,9]}})"
                  "\n",
-                 "-32602"},
+                 "\"code\":8"},
                 {pings, "session"},
                 {hello + R"({"jsonrpc":"2.0","id":2,"method":"call","params":{"operation":"slow"}})"
                          "\n",
