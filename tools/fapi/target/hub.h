@@ -102,7 +102,7 @@ private:
     // hub_wire.cpp: what goes to the agent and comes from it
     bool isUp() const { return _wire && _isGreeted && !_wire->isClosed(); }
     void startWire();
-    void askAgent(const std::string& method, Field params, std::function<void(const Envelope&)> then);
+    void askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then);
     void forward(HubClient& client, const Request& request);
     void sendToAgent(long long id, const std::string& method, const Field& params);
     void hold(HubClient& client, const Request& request);

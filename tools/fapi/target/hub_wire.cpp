@@ -47,7 +47,7 @@ void Hub::sendHello() {
              [this](const Envelope& answer) { receiveHello(answer); });
 }
 
-void Hub::askAgent(const std::string& method, Field params, std::function<void(const Envelope&)> then) {
+void Hub::askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then) {
     const long long id = ++_lastId;
     _open[id] = {0, 0, method, std::move(then), {}};
     sendToAgent(id, method, params);
