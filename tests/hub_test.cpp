@@ -323,6 +323,7 @@ TEST_F(HubTest, ALostWireIsToldAndStartedAgain) {
     client->request("flood", {{"lines", 3}, {"bytes", 1}});
     other->request("ping");
     EXPECT_EQ(lines, 3);
+    EXPECT_EQ(count("log on"), 2);
     _killed = 1;
 }
 

@@ -202,9 +202,14 @@ bool Hub::leave() {
     if (_isTerminated) {
         endClients();
     }
-    std::optional<HubLock> lock = HubLock::take(_socket);
-    if (!lock) {
-        return false;
+    std::optional<HubLock> lock;
+    try {
+        lock = HubLock::take(_socket);
+        if (!lock) {
+            return false;
+        }
+    } catch (const RequestError&) {
+        // The folder has been removed, and so no client finds this hub.
     }
     accept();
     if (!_clients.empty() && !_isTerminated) {
@@ -219,7 +224,9 @@ bool Hub::leave() {
         _wire->waitForEnd();
     }
     _socket.removeLog();
-    lock->remove(_socket);
+    if (lock) {
+        lock->remove(_socket);
+    }
     return true;
 }
 

@@ -56,8 +56,14 @@ void Hub::askAgent(const std::string& method, const Field& params, std::function
 void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
     _open[id] = {client.id, request.id, request.method, nullptr, {}};
+    try {
+        sendToAgent(id, request.method, request.params);
+    } catch (const MessageError&) {
+        // With this id it is longer than a message may be.
+        _open.erase(id);
+        throw;
+    }
     ++client.open;
-    sendToAgent(id, request.method, request.params);
 }
 
 void Hub::sendToAgent(long long id, const std::string& method, const Field& params) {
