@@ -188,7 +188,7 @@ TEST_F(HubTest, OnlyTheClaimsHolderChangesTheSet) {
     for (const auto& row : rows) {
         EXPECT_EQ(codeOf(other, row.method, row.params), row.expected) << row.method;
     }
-    // A look brings nothing up while somebody else drives.
+    // A look brings nothing up while another client drives.
     EXPECT_TRUE(other->call(kLook).prepared.empty());
     EXPECT_EQ(holder->call(kLook).prepared.size(), 1u);
 
@@ -292,7 +292,7 @@ TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
     EXPECT_EQ(good->call(kLook).status, 7);
 }
 
-TEST_F(HubTest, ALostWireIsToldAndStartedAgain) {
+TEST_F(HubTest, ALostWireIsReportedAndStartedAgain) {
     const Joined client = join(), other = join();
     std::string wires;
     other->listen("wire", [&](const Field& params) { wires += params["state"].text() + " "; });

@@ -231,7 +231,7 @@ bool Hub::leave() {
 }
 
 void Hub::endClients() {
-    const MessageFailure failure = {ErrorCode::ended, "the hub was told to end", {}};
+    const MessageFailure failure = {ErrorCode::ended, "the hub has received a signal to end", {}};
     refuseHeld(_held, failure);
     refuseHeld(_heldForDescription, failure);
     for (const auto& [id, open] : _open) {

@@ -100,7 +100,7 @@ public:
     std::vector<Client> clients();
 
 private:
-    // Pieces of a stream that have come and that nobody has taken yet.
+    // Pieces of a stream that have come and have not been read.
     struct Stream {
         std::deque<Field> pieces;
         bool isDiscarded = false;
