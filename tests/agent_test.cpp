@@ -199,7 +199,7 @@ TEST_F(AgentTest, WhatIsLargeComesAsAStream) {
 TEST_F(AgentTest, ADeadWorkerCostsTheCallAndNothingElse) {
     hello();
     long long id = 0;
-    const int s32Pipe = blockIn("sys_check_file", {kPipe}, id);
+    const int s32Pipe = blockIn("sys_get_file_checksum", {kPipe}, id);
     kill(agent().worker(), SIGSEGV);
     const Answer died = agent().answer(id);
     close(s32Pipe);
@@ -255,7 +255,7 @@ TEST_F(AgentTest, NothingIsLeftRunningWhenTheAgentEnds) {
         start();
         hello();
         long long id = 0;
-        const int s32Pipe = blockIn("sys_check_file", {kPipe}, id);
+        const int s32Pipe = blockIn("sys_get_file_checksum", {kPipe}, id);
         const pid_t worker = agent().worker();
         ASSERT_GT(worker, 0);
         row.end(agent());
