@@ -237,7 +237,20 @@ TEST_F(AgentTest, PowerCyclesAndTheWatchdogKeepTheStoreAndLoseTheMemory) {
     EXPECT_EQ(failure(died), ErrorCode::died);
     EXPECT_EQ(died.failure->data["reason"], Field("watchdog"));
     EXPECT_EQ(agent().ask("set.show")["boots"], Field(4));
+
+    const auto serial = [&] {
+        return agent().call("sys_get_emmc_env_var", {"serial"})["outputs"].list().at(0)["value"].text();
+    };
+    EXPECT_EQ(failure(agent().request("set.backup")), ErrorCode::unavailable);
+    agent().ask("power", {{"to", "off"}});
+    const tool::Bytes backup = stream(agent().ask("set.backup"));
+    const std::string file = writeFile("backup.tar.gz", {backup.begin(), backup.end()});
     EXPECT_EQ(agent().ask("power", {{"to", "reset"}})["boots"], Field(1));
+    EXPECT_NE(serial(), "LM55");
+    agent().ask("power", {{"to", "off"}});
+    EXPECT_GT(agent().ask("set.restore", {{"file", file}})["files"].number(), 0);
+    EXPECT_EQ(agent().ask("power", {{"to", "on"}})["boots"], Field(5));
+    EXPECT_EQ(serial(), "LM55");
 }
 
 TEST_F(AgentTest, NothingIsLeftRunningWhenTheAgentEnds) {
