@@ -92,6 +92,7 @@ private:
     // --- The worker
     void startWorker();
     void tellWorker(const char* method, Field params);
+    void takeLineOrEnd(std::string_view line);
     void takeWorkerLine(std::string_view line);
     void takeAnswer(Lane& lane, std::string text, bool isLast);
     void takeInternal(const Field& object);
