@@ -37,6 +37,7 @@ constexpr Success kSuccesses[] = {
      "HW_AOUT_Open", "the other paths are open"},
     {"disp_capture_screen_to_usb _disp_capture_osd_to_usb _disp_capture_video_to_usb _output_bmp_file sys_write_file",
      "HW_FS_Fwrite", "what could be written counts (contract)"},
+    {"sys_write_emmc disp_get_tcon_info", "allocation", "it was for a line of the log"},
     {"disp_capture_screen_to_usb", "allocation", "a picture without a frame around its path's text is taken"},
     {"_disp_capture_osd_to_usb", "HW_OSD_SurfaceGetColorFormat", "the format is only logged"},
     {"disp_set_output_timing", "HW_DISP_SetMute HW_DISP_SetOutputTiming HW_DISP_SetUnMute",

@@ -69,9 +69,12 @@ Line lineOf(Line::Kind kind, std::string_view text) {
     return {kind, {}, std::string(text.substr(0, kLongestText))};
 }
 
-Line parseObject(std::string_view text) {
+Line objectLine(std::string_view text, bool parses) {
     if (text.size() > kLongestMessage) {
         return lineOf(Line::Kind::tooLong, text);
+    }
+    if (!parses && !text.empty() && text.front() == '{') {
+        return {Line::Kind::message, {}, std::string(text)};
     }
     try {
         Field object = parseJsonText(text);
@@ -82,14 +85,14 @@ Line parseObject(std::string_view text) {
     }
 }
 
-Line plainLine(std::string_view text) {
+Line plainLine(std::string_view text, bool parses) {
     if (!text.empty() && text.front() == '@') {
         const auto checked = beginningOfChecked(text);
         if (checked && checked->size == text.size() && checks(*checked, text)) {
-            return parseObject(checked->object);
+            return objectLine(checked->object, parses);
         }
     }
-    return !text.empty() && text.front() == '{' ? parseObject(text) : lineOf(Line::Kind::console, text);
+    return !text.empty() && text.front() == '{' ? objectLine(text, parses) : lineOf(Line::Kind::console, text);
 }
 
 // What is no message that checks: either it has been one, or it is console text.
@@ -98,7 +101,7 @@ void addRest(std::string_view text, bool hasBeginning, std::vector<Line>& lines)
     lines.push_back(lineOf(isDamaged ? Line::Kind::damaged : Line::Kind::console, text));
 }
 
-void checkedLines(std::string_view text, std::vector<Line>& lines) {
+void checkedLines(std::string_view text, bool parses, std::vector<Line>& lines) {
     bool hasBeginning = false;  // before `at` and after the last message
     int tries = 0;
     std::size_t at = text.find('@');
@@ -114,7 +117,7 @@ void checkedLines(std::string_view text, std::vector<Line>& lines) {
         if (at != 0) {
             addRest(text.substr(0, at), hasBeginning, lines);
         }
-        lines.push_back(parseObject(checked->object));
+        lines.push_back(objectLine(checked->object, parses));
         text = rest.substr(checked->size);
         if (text.empty()) {
             return;
@@ -182,9 +185,9 @@ void LineReader::endLine(std::string_view text, std::vector<Line>& lines) {
         text.remove_suffix(1);
     }
     if (_framing == Framing::plain) {
-        lines.push_back(plainLine(text));
+        lines.push_back(plainLine(text, _parses));
     } else {
-        checkedLines(text, lines);
+        checkedLines(text, _parses, lines);
     }
 }
 

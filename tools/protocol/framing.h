@@ -48,7 +48,8 @@ struct Line {
 // Cuts a byte stream into lines. Bytes may come in any pieces; memory is bounded by kLongestMessage.
 class LineReader {
 public:
-    explicit LineReader(Framing framing) : _framing(framing) {}
+    // A reader that does not parse gives the text of a message as it came, its object null: for who passes messages on.
+    explicit LineReader(Framing framing, bool parses = true) : _framing(framing), _parses(parses) {}
 
     // From the next line on.
     void use(Framing framing) { _framing = framing; }
@@ -66,6 +67,7 @@ private:
     void endLine(std::string_view text, std::vector<Line>& lines);
 
     Framing _framing;
+    bool _parses;
     std::string _kept;
     bool _dropping = false;  // the rest of a line that is too long
 };

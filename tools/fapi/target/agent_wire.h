@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+// The wire to an agent: the standard streams of a command.
+#ifndef FAPI_BENCH_TARGET_AGENT_WIRE_H
+#define FAPI_BENCH_TARGET_AGENT_WIRE_H
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <poll.h>
+#include <sys/types.h>
+
+#include "protocol/framing.h"
+#include "protocol/message.h"
+#include "target/descriptor.h"
+
+namespace tool {
+
+using Clock = std::chrono::steady_clock;
+
+// Returns the milliseconds that poll() may wait until then; -1 when there is no such time.
+int waitTime(const std::optional<Clock::time_point>& until);
+
+// A command that runs, in a process group of its own, and what goes in and out of it. Nothing waits.
+class AgentWire {
+public:
+    // Throws RequestError when the command cannot be started.
+    explicit AgentWire(const std::vector<std::string>& command);
+    // Ends the command at once.
+    ~AgentWire();
+    AgentWire(const AgentWire&) = delete;
+    AgentWire& operator=(const AgentWire&) = delete;
+
+    // Adds what is to be waited for, without what the agent sends unless it `reads`, and until when at most.
+    void addTo(std::vector<pollfd>& waited, std::optional<Clock::time_point>& until, bool reads);
+    // Moves what can be moved after that wait. Appends the lines that came; the text of a message is its object.
+    void move(const std::vector<pollfd>& waited, std::vector<Line>& lines);
+
+    void send(const Field& object);
+    std::size_t waiting() const { return _out.size() - _sent; }
+    void use(Framing framing);
+    Framing framing() const { return _reader.framing(); }
+
+    // Closes the wire: the agent ends by itself, else by SIGTERM after two seconds, by SIGKILL after four.
+    void close();
+    bool isClosed() const { return _closed.has_value(); }
+    // Whether the command has ended.
+    bool isGone() const { return _child < 0; }
+    // Waits for the end of a closed wire.
+    void waitForEnd();
+    // Why the wire is gone: how the command has ended, and the last it wrote to its standard error.
+    std::string reason() const;
+
+    // Sends a request and waits for its answer. Throws RequestError; also when none comes in that time.
+    Answer ask(const Request& request, std::chrono::milliseconds limit);
+
+private:
+    void start(const std::vector<std::string>& command);
+    void flush();
+    void readOutput(std::vector<Line>& lines);
+    void readErrors(std::vector<Line>& lines);
+    void advanceEnd();
+    void reap(std::vector<Line>& lines);
+
+    Descriptor _input;
+    Descriptor _output;
+    Descriptor _errors;
+    Descriptor _process;  // readable when the command has ended
+    pid_t _child = -1;
+    int _status = 0;
+    std::string _name;
+    std::string _out;
+    std::size_t _sent = 0;
+    LineReader _reader{Framing::plain, false};
+    std::string _errorText;      // the last of the standard error
+    std::size_t _errorLine = 0;  // where its last line begins
+    std::size_t _place = 0;      // of the wire's first entry in what is waited for
+    std::optional<Clock::time_point> _closed;
+    int _signaled = 0;  // how many signals were sent
+};
+
+}  // namespace tool
+
+#endif

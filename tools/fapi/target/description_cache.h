@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// Descriptions of agents that this PC has seen, so that they need not cross a wire again.
+#ifndef FAPI_BENCH_TARGET_DESCRIPTION_CACHE_H
+#define FAPI_BENCH_TARGET_DESCRIPTION_CACHE_H
+
+#include <optional>
+#include <string>
+
+#include "protocol/field.h"
+
+namespace tool {
+
+// Returns the description of that hash as its agent sent it, or nothing when it is not kept here or its file is
+// damaged.
+std::optional<Field> keptDescription(const std::string& hash);
+// Keeps a description when it has that hash. What cannot be written is not kept.
+void keepDescription(const std::string& hash, const Field& description);
+
+// The hash of what the agent's program describes, or an empty text. A program is another one when its path, size or
+// time of change is another.
+std::string keptHashOf(const std::string& agent);
+void keepHashOf(const std::string& agent, const std::string& hash);
+
+}  // namespace tool
+
+#endif

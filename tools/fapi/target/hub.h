@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+// The hub: one process a target, which owns the wire to the agent and shares it among any number of clients.
+#ifndef FAPI_BENCH_TARGET_HUB_H
+#define FAPI_BENCH_TARGET_HUB_H
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "protocol/description.h"
+#include "protocol/message.h"
+#include "target/agent_wire.h"
+#include "target/envelope.h"
+#include "target/hub_client.h"
+#include "target/hub_socket.h"
+
+namespace tool {
+
+// What `fapi hub` is started with, by the first client of a target.
+struct HubOptions {
+    std::string key;                // names the target
+    std::vector<std::string> wire;  // the command whose standard streams are the wire
+    bool isChecked = false;         // the wire may lose and damage bytes
+};
+
+// Its open descriptors, besides the standard ones, when it is started.
+constexpr int kHubReady = 3;  // takes kHubIsReady, or why there will be no hub
+constexpr int kHubLock = 4;   // the lock, which it lets go of once it is ready
+constexpr char kHubIsReady = '+';
+
+// Serves clients until the last one is gone. `words` are those after "fapi hub": KEY plain|checked COMMAND.... Returns
+// an exit code.
+int runHub(const std::vector<std::string>& words);
+
+// Who may change the set.
+struct Claim {
+    long long holder = 0;  // a client; 0: none
+    std::string reason;
+    bool isShared = false;
+};
+
+class Hub {
+public:
+    Hub(const HubOptions& options, const HubSocket& socket, Descriptor listener);
+    // Returns when the last client is gone, with the agent ended and all files removed.
+    void run();
+
+private:
+    // A request that was passed on to the agent: whose it is, or what the hub itself wants with the answer.
+    struct Open {
+        long long client = 0;
+        long long request = 0;
+        std::string method;
+        std::function<void(const Envelope&)> then;
+        std::optional<Request> sent;  // where it may be damaged on its way
+    };
+    // A request that waits for the wire or for the description.
+    struct Held {
+        long long client;
+        Request request;
+    };
+    using Method = void (Hub::*)(HubClient& client, const Request& request);
+    static const std::map<std::string, Method>& methods();
+
+    // hub.cpp: the loop
+    void turn();
+    void addClients(std::vector<pollfd>& waited, std::optional<Clock::time_point>& until);
+    void accept();
+    void serve(HubClient& client);
+    void dropGone();
+    void forget(HubClient& client);
+    bool leave();
+    void endClients();
+
+    // hub_requests.cpp: what clients ask for
+    void take(HubClient& client, const Line& line);
+    void handle(HubClient& client, const Request& request);
+    void hello(HubClient& client, const Request& request);
+    void claim(HubClient& client, const Request& request);
+    void release(HubClient& client, const Request& request);
+    void takeClaim(HubClient& client, const Request& request);
+    void listClients(HubClient& client, const Request& request);
+    void share(HubClient& client, const Request& request);
+    void ping(HubClient& client, const Request& request);
+    void watch(HubClient& client, const Request& request);
+    void describe(HubClient& client, const Request& request);
+    void cancel(HubClient& client, const Request& request);
+    void again(HubClient& client, const Request& request);
+    void pass(HubClient& client, const Request& request);
+    bool needsClaim(const Request& request) const;
+    void setClaim(const Claim& claim, bool isTaken);
+    Field claimField() const;
+    std::string claimText() const;
+    bool isWatched(const std::string& kind) const;
+    void answer(HubClient& client, const Request& request, Field result);
+    void refuse(HubClient& client, const Request& request, ErrorCode code, const std::string& text, Field data = {});
+
+    // hub_wire.cpp: what goes to the agent and comes from it
+    bool isUp() const { return _wire && _isGreeted && !_wire->isClosed(); }
+    void startWire();
+    void askAgent(const std::string& method, Field params, std::function<void(const Envelope&)> then);
+    void forward(HubClient& client, const Request& request);
+    void sendToAgent(long long id, const std::string& method, const Field& params);
+    void hold(HubClient& client, const Request& request);
+    void holdForDescription(HubClient& client, const Request& request);
+    void handleHeld(std::deque<Held>& held);
+    void refuseHeld(std::deque<Held>& held, const MessageFailure& failure);
+    void receive(Line& line);
+    void askAgain();
+    void endStreams(const MessageFailure& failure);
+    void receiveAnswer(const Envelope& answer);
+    void receiveNotification(const Envelope& notification);
+    void receiveHello(const Envelope& answer);
+    void needDescription();
+    void useDescription(const Field& described);
+    void notifyWatchers(const std::string& method, const std::string& line);
+    void notifyAll(const std::string& method, const Field& params);
+    void endWire();
+
+    HubClient* client(long long id);
+
+    const HubOptions _options;
+    const HubSocket& _socket;
+    Descriptor _listener;
+    Descriptor _signals;
+    std::map<long long, std::unique_ptr<HubClient>> _clients;
+    long long _lastClient = 0;
+    Clock::time_point _lonelySince = Clock::now();
+    bool _isTerminated = false;
+    bool _isOver = false;
+    Claim _claim;
+
+    std::unique_ptr<AgentWire> _wire;
+    bool _isGreeted = false;
+    Field _hello;  // the agent's answer to it
+    std::string _session;
+    long long _lastId = 0;
+    std::map<long long, Open> _open;          // by the id towards the agent
+    std::map<long long, long long> _streams;  // which client reads a stream
+    std::deque<Held> _held;                   // until the wire is up
+    std::deque<Held> _heldForDescription;
+    bool _isDescribing = false;
+    std::optional<Description> _description;
+    std::string _describeResult;  // JSON
+};
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+// A client of the hub: what it has asked for and has not read yet.
+#ifndef FAPI_BENCH_TARGET_HUB_CLIENT_H
+#define FAPI_BENCH_TARGET_HUB_CLIENT_H
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include <sys/types.h>
+
+#include "protocol/framing.h"
+#include "target/agent_wire.h"
+#include "target/descriptor.h"
+
+namespace tool {
+
+// A line that may wait for many clients.
+using SharedLine = std::shared_ptr<const std::string>;
+
+class HubClient {
+public:
+    HubClient(long long id, Descriptor connection);
+
+    const long long id;
+    const pid_t pid;
+    const long long since;  // nanoseconds since 1970
+    std::string name;
+    bool hasGreeted = false;
+    bool isGone = false;
+    std::set<std::string> watches = {};  // kinds of notifications
+    std::size_t open = 0;                // requests without an answer
+    std::size_t place = 0;               // of its entry in what is waited for; 0: none
+
+    int descriptor() const { return _connection.get(); }
+
+    // Takes in what the client has sent.
+    void read();
+    // The next line, as long as the client reads its answers; none otherwise, and when there is no line.
+    std::optional<Line> nextLine();
+    // Whether more may be read from the client.
+    bool wantsInput() const { return _lines.empty() && mayAsk(); }
+
+    void answer(std::string line);
+    // What must not be dropped.
+    void send(const SharedLine& line) { push(line, false); }
+    // What is dropped when too much waits; the next line of that kind says how many were.
+    void notify(const std::string& kind, const SharedLine& line);
+    // Writes what the client takes at once.
+    void write();
+    bool hasOutput() const { return !_out.empty(); }
+
+    // Until when a client that has too much to read has time to do so; then it is cut off. None: it has not.
+    std::optional<Clock::time_point> readsUntil() const;
+
+private:
+    struct Item {
+        SharedLine line;
+        bool isAnswer;
+    };
+    bool mayAsk() const;
+    void push(const SharedLine& line, bool isAnswer);
+
+    Descriptor _connection;
+    LineReader _reader{Framing::plain};
+    std::deque<Line> _lines;
+    std::deque<Item> _out;
+    std::size_t _waiting = 0;  // bytes of _out that are not written
+    std::size_t _written = 0;  // bytes of the first item that are
+    std::size_t _answers = 0;  // items that are answers
+    std::map<std::string, long long> _dropped;
+    std::optional<Clock::time_point> _overSince;
+};
+
+// Nanoseconds since 1970.
+long long wallTime();
+
+}  // namespace tool
+
+#endif

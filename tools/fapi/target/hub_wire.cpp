@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: Apache-2.0
+// The hub: what goes to the agent and comes from it.
+#include <algorithm>
+
+#include "target/description_cache.h"
+#include "target/hub.h"
+
+namespace tool {
+
+namespace {
+
+// Notifications that only those clients get that have asked for them, and by which method.
+const std::map<std::string, std::string>& askedFor() {
+    static const std::map<std::string, std::string> kinds = {
+        {"console", "console"}, {"event", "events"}, {"journal", "journal"}, {"log", "log"}};
+    return kinds;
+}
+
+MessageFailure failureOf(const Envelope& answer) {
+    return *parseMessage(parseJsonText(answer.text)).answer->failure;
+}
+
+}  // namespace
+
+void Hub::startWire() {
+    if (_wire) {
+        // When the one that ends is gone, another is started for the requests that are held.
+        return;
+    }
+    _isGreeted = false;
+    try {
+        _wire = std::make_unique<AgentWire>(_options.wire);
+    } catch (const RequestError& error) {
+        refuseHeld(_held, error.failure());
+        return;
+    }
+    const Field framings = Field::List{_options.isChecked ? kCheckedName : kPlainName};
+    askAgent("hello", {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}, {"framings", framings}},
+             [this](const Envelope& answer) { receiveHello(answer); });
+}
+
+void Hub::askAgent(const std::string& method, Field params, std::function<void(const Envelope&)> then) {
+    const long long id = ++_lastId;
+    _open[id] = {0, 0, method, std::move(then), {}};
+    sendToAgent(id, method, params);
+}
+
+void Hub::forward(HubClient& client, const Request& request) {
+    const long long id = ++_lastId;
+    _open[id] = {client.id, request.id, request.method, nullptr, {}};
+    ++client.open;
+    sendToAgent(id, request.method, request.params);
+}
+
+void Hub::sendToAgent(long long id, const std::string& method, const Field& params) {
+    Request request = {id, method, params, {}};
+    if (_wire->framing() == Framing::checked) {
+        // Answers may come in another order than their requests.
+        request.acknowledged = _open.begin()->first - 1;
+        _open[id].sent = request;
+    }
+    _wire->send(toField(request));
+}
+
+void Hub::hold(HubClient& client, const Request& request) {
+    ++client.open;
+    _held.push_back({client.id, request});
+    startWire();
+}
+
+void Hub::holdForDescription(HubClient& client, const Request& request) {
+    ++client.open;
+    _heldForDescription.push_back({client.id, request});
+    needDescription();
+}
+
+void Hub::handleHeld(std::deque<Held>& held) {
+    for (Held& next : std::exchange(held, {})) {
+        if (HubClient* asker = client(next.client)) {
+            --asker->open;
+            handle(*asker, next.request);
+        }
+    }
+}
+
+void Hub::refuseHeld(std::deque<Held>& held, const MessageFailure& failure) {
+    for (const Held& next : std::exchange(held, {})) {
+        if (HubClient* asker = client(next.client)) {
+            --asker->open;
+            refuse(*asker, next.request, failure.code, failure.text, failure.data);
+        }
+    }
+}
+
+void Hub::receive(Line& line) {
+    if (line.kind == Line::Kind::tooLong) {
+        // It may have been the answer to any request.
+        _wire->close();
+    } else if (line.kind == Line::Kind::damaged) {
+        askAgain();
+    } else if (line.kind == Line::Kind::message) {
+        try {
+            const Envelope envelope = openEnvelope(std::move(line.text));
+            if (envelope.id) {
+                receiveAnswer(envelope);
+            } else if (envelope.isFailure) {
+                // The agent could not read a request.
+                askAgain();
+            } else {
+                receiveNotification(envelope);
+            }
+            return;
+        } catch (const MessageError& error) {
+            line.text = std::string("a message that is none: ") + error.what();
+        }
+    }
+    notifyWatchers("console", frame(toField(Notification{"console", {{"text", line.text}}}), Framing::plain));
+}
+
+// Asks for all answers that have not come: one of them, or its request, may be what was damaged.
+void Hub::askAgain() {
+    std::vector<long long> missing;
+    for (const auto& [id, open] : _open) {
+        if (open.sent && open.method != "again") {
+            missing.push_back(id);
+        }
+    }
+    for (const long long id : missing) {
+        askAgent("again", {{"id", id}}, [this, id](const Envelope& answer) {
+            const Field result = parseJsonText(answer.text)["result"];
+            const auto open = _open.find(id);
+            if (!result["kept"].flagOr(true) && !result["running"].flagOr(true) && open != _open.end()) {
+                // The agent has never had the request.
+                _wire->send(toField(*open->second.sent));
+            }
+        });
+    }
+}
+
+void Hub::receiveAnswer(const Envelope& answer) {
+    const auto found = _open.find(*answer.id);
+    if (found == _open.end()) {
+        // It was asked for again, and has come twice.
+        return;
+    }
+    const Open open = std::move(found->second);
+    _open.erase(found);
+    if (open.then) {
+        open.then(answer);
+    }
+    HubClient* asker = client(open.client);
+    if (asker == nullptr) {
+        return;
+    }
+    --asker->open;
+    if (const std::optional<long long> stream = announcedStream(answer)) {
+        _streams[*stream] = asker->id;
+    }
+    if (answer.isFailure) {
+        // Nothing to watch, if that is what was asked for.
+        asker->watches.erase(open.method);
+    }
+    asker->answer(withId(answer, open.request) + "\n");
+}
+
+void Hub::receiveNotification(const Envelope& notification) {
+    const std::string line = notification.text + "\n";
+    if (notification.method == "stream") {
+        const StreamPiece piece = pieceOf(notification);
+        const auto stream = _streams.find(piece.id);
+        HubClient* reader = stream == _streams.end() ? nullptr : client(stream->second);
+        if (reader != nullptr) {
+            reader->send(std::make_shared<const std::string>(line));
+        }
+        if (piece.isLast && stream != _streams.end()) {
+            _streams.erase(stream);
+        }
+    } else {
+        notifyWatchers(notification.method, line);
+    }
+    if (notification.method == "worker" && parseJsonText(notification.text)["params"]["state"] == Field("ended")) {
+        endStreams({ErrorCode::died, "the worker has ended", {}});
+    }
+}
+
+// Says to those that read a stream that nothing more of it comes.
+void Hub::endStreams(const MessageFailure& failure) {
+    const Field error = {{"code", static_cast<int>(failure.code)}, {"message", failure.text}};
+    for (const auto& [id, readerId] : std::exchange(_streams, {})) {
+        if (HubClient* reader = client(readerId)) {
+            const Notification end = {"stream", {{"id", id}, {"error", error}}};
+            reader->send(std::make_shared<const std::string>(frame(toField(end), Framing::plain)));
+        }
+    }
+}
+
+// Sends the line to the clients that want notifications of that method.
+void Hub::notifyWatchers(const std::string& method, const std::string& line) {
+    const auto kind = askedFor().find(method);
+    const auto shared = std::make_shared<const std::string>(line);
+    for (const auto& [id, known] : _clients) {
+        const bool wants = kind == askedFor().end() ? known->hasGreeted : known->watches.count(kind->second) != 0;
+        if (wants && !known->isGone) {
+            known->notify(method, shared);
+        }
+    }
+}
+
+void Hub::notifyAll(const std::string& method, const Field& params) {
+    notifyWatchers(method, frame(toField(Notification{method, params}), Framing::plain));
+}
+
+void Hub::receiveHello(const Envelope& answer) {
+    if (answer.isFailure) {
+        refuseHeld(_held, failureOf(answer));
+        _wire->close();
+        return;
+    }
+    _hello = parseJsonText(answer.text)["result"];
+    _isGreeted = true;
+    if (_hello["framing"] == Field(kCheckedName)) {
+        _wire->use(Framing::checked);
+    }
+    if (_description && _hello["description"] != Field(_description->hash)) {
+        _description.reset();
+    }
+    const std::string session = _hello["session"].textOr("");
+    if (!_session.empty()) {
+        notifyAll("wire", {{"state", "started"}, {"session", session}, {"same", session == _session}});
+    }
+    _session = session;
+    for (const auto& [notification, method] : askedFor()) {
+        if (method != "console" && isWatched(method)) {
+            askAgent(method, {{"on", true}}, nullptr);
+        }
+    }
+    handleHeld(_held);
+}
+
+// Reads the description, unless that is under way; then the requests that wait for it are handled.
+void Hub::needDescription() {
+    if (_isDescribing) {
+        return;
+    }
+    if (const std::optional<Field> kept = keptDescription(_hello["description"].textOr(""))) {
+        useDescription(*kept);
+        return;
+    }
+    _isDescribing = true;
+    askAgent("describe", Field::Fields(), [this](const Envelope& answer) {
+        _isDescribing = false;
+        if (answer.isFailure) {
+            refuseHeld(_heldForDescription, failureOf(answer));
+            return;
+        }
+        const Field described = parseJsonText(answer.text)["result"];
+        keepDescription(_hello["description"].textOr(""), described);
+        useDescription(described);
+    });
+}
+
+void Hub::useDescription(const Field& described) {
+    try {
+        _description = parseDescription(described);
+        _describeResult = toJsonText(described);
+        handleHeld(_heldForDescription);
+    } catch (const MessageError& error) {
+        refuseHeld(_heldForDescription, {ErrorCode::internal, error.what(), {}});
+    }
+}
+
+// Answers all that was asked of an agent that is gone, and starts another when more was asked meanwhile.
+void Hub::endWire() {
+    const bool wasGreeted = _isGreeted;
+    const MessageFailure failure = {wasGreeted ? ErrorCode::ended : ErrorCode::unavailable, _wire->reason(), {}};
+    _wire.reset();
+    _isGreeted = false;
+    _isDescribing = false;
+    endStreams(failure);
+    for (const auto& [id, open] : std::exchange(_open, {})) {
+        if (HubClient* asker = client(open.client)) {
+            --asker->open;
+            asker->answer(frame(toField(Answer{open.request, {}, failure}), Framing::plain));
+        }
+    }
+    refuseHeld(_heldForDescription, failure);
+    if (!wasGreeted) {
+        refuseHeld(_held, failure);
+        return;
+    }
+    notifyAll("wire", {{"state", "ended"}, {"reason", failure.text}});
+    if (!_held.empty()) {
+        startWire();
+    }
+}
+
+}  // namespace tool

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+// A set as a client of its hub has it: requests, calls, streams, notifications.
+#ifndef FAPI_BENCH_TARGET_TARGET_H
+#define FAPI_BENCH_TARGET_TARGET_H
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "protocol/description.h"
+#include "protocol/framing.h"
+#include "protocol/message.h"
+#include "target/call_answer.h"
+#include "target/descriptor.h"
+
+namespace tool {
+
+struct TargetOptions {
+    std::string folder;      // of the virtual set; empty: $VSET_DIR, else vset below the user's folder of states
+    std::string client;      // what other clients see this one as: "fapi shell"
+    bool isDamaged = false;  // go on with a damaged set
+    bool mayStart = true;    // a hub, where there is none
+    std::string agent;       // the program; empty: $FAPI_AGENT, else fapi-agent beside this program
+    std::string hub;         // the program; empty: $FAPI_HUB, else this program
+    std::chrono::milliseconds limit{30000};  // until the hub has answered the first request
+};
+
+// The folder that the options mean, as an absolute path without links.
+std::string folderOf(const TargetOptions& options);
+// The program of the agent that the options mean.
+std::string agentOf(const TargetOptions& options);
+
+// Takes the pieces of a stream, in their order.
+using Sink = std::function<void(const Bytes& piece)>;
+
+class Target {
+public:
+    // Connects to the target's hub, starting one if there is none. Throws RequestError.
+    static std::unique_ptr<Target> join(const TargetOptions& options);
+    ~Target();
+    Target(const Target&) = delete;
+    Target& operator=(const Target&) = delete;
+
+    // What the agent answered to hello, with this client's number.
+    const Field& hello() const { return _hello; }
+    // Read when it is first asked for, from this PC's cache where that has it.
+    const Description& description();
+
+    // Sends a request and waits for its answer; notifications go to their listeners meanwhile. Throws RequestError:
+    // what the request was answered with, or `ended` when the hub is gone.
+    Field request(const std::string& method, const Field& params = Field::Fields());
+    // The two halves of it, for requests that overlap.
+    long long begin(const std::string& method, const Field& params = Field::Fields());
+    Field finish(long long id);
+    // Whether finish() would not wait.
+    bool isFinished(long long id) const { return _answers.count(id) != 0; }
+
+    CallAnswer call(const Field& params) { return parseCallAnswer(request("call", params)); }
+    CallAnswer act(const Field& params) { return parseCallAnswer(request("act", params)); }
+
+    // Sends a request that is answered with a stream, gives the stream's pieces to the sink and returns the answer.
+    // Throws RequestError; also when a piece is missing or the sum is wrong. What the sink throws goes through.
+    Field read(const std::string& method, const Field& params, const Sink& sink);
+
+    // Readable when notifications may have come.
+    int descriptor() const { return _connection.get(); }
+    // Handles what comes within that time; returns as soon as something has.
+    void pump(std::chrono::milliseconds limit);
+
+    // Called for each notification of that method ("event", "journal", "log", "worker", "wire", "claim", "console"). A
+    // listener may make requests of its own.
+    using Listener = std::function<void(const Field& params)>;
+    void listen(const std::string& method, Listener listener) { _listeners[method] = std::move(listener); }
+    // Calls back, while this target waits, when the descriptor is readable.
+    void watch(int descriptor, std::function<void()> isReadable) { _watched[descriptor] = std::move(isReadable); }
+    void unwatch(int descriptor) { _watched.erase(descriptor); }
+
+    // Throws RequestError with code `claimed` when another client has the claim.
+    void claim(const std::string& reason = "");
+    void release() { request("release"); }
+    void take(const std::string& reason) { request("take", {{"reason", reason}}); }
+    void share(bool on) { request("share", {{"on", on}}); }
+    struct Client {
+        long long id = 0;
+        std::string name;
+        long long pid = 0;
+        long long since = 0;  // nanoseconds since 1970
+        bool hasClaim = false;
+        bool isShared = false;
+        std::string reason;
+        std::vector<std::string> watches;
+    };
+    std::vector<Client> clients();
+
+private:
+    // Pieces of a stream that have come and that nobody has taken yet.
+    struct Stream {
+        std::deque<Field> pieces;
+        bool isDiscarded = false;
+    };
+
+    explicit Target(Descriptor connection) : _connection(std::move(connection)) {}
+    bool greet(const TargetOptions& options);
+    void wait(const std::optional<std::chrono::steady_clock::time_point>& until);
+    void dispatch();
+    void receive();
+    void write();
+    void take(Message message);
+    void takePiece(Field params);
+    Field nextPiece(long long stream);
+    void lose(const std::string& why);
+
+    Descriptor _connection;
+    LineReader _reader{Framing::plain, false};
+    std::string _out;
+    std::string _lost;  // why the connection is; empty: it is not
+    Field _hello;
+    long long _lastId = 0;
+    std::map<long long, Answer> _answers;
+    std::map<long long, Stream> _streams;
+    std::deque<Notification> _notifications;
+    bool _isDispatching = false;
+    std::map<std::string, Listener> _listeners;
+    std::map<int, std::function<void()>> _watched;
+    std::optional<Description> _description;
+};
+
+// What the agent describes, for what needs no set: asks a hub that runs, else looks into this PC's cache, else asks an
+// agent that is started for it. Throws RequestError.
+Description describeAgent(const TargetOptions& options);
+
+}  // namespace tool
+
+#endif
