@@ -29,6 +29,8 @@ class AgentTest : public test::ToolTest {
 protected:
     void SetUp() override {
         ToolTest::SetUp();
+        // A race costs the worker, which the test notices.
+        setenv("TSAN_OPTIONS", "halt_on_error=1", 0);
         start();
     }
     void TearDown() override {
