@@ -37,6 +37,7 @@ fi
 mv "$work/inst" "$work/moved"
 share="$work/moved/share"
 for file in bash-completion/completions/fapi zsh/site-functions/_fapi doc/vextvfapi/bench.md doc/vextvfapi/operations.md \
+    doc/vextvfapi/agent-protocol.md \
     doc/vextvfapi/integration.md doc/vextvfapi/pictures/panel.png; do
     [ -s "$share/$file" ] || { echo "$file is not installed" >&2; exit 1; }
 done
@@ -45,6 +46,8 @@ for page in man1/fapi.1 man5/fapi-plan.5; do
     mandoc -T lint -W warning "$share/man/$page" > "$work/lint" || ! grep -v 'missing date' "$work/lint"
 done
 cd "$work"
+python3 "$share/doc/vextvfapi/examples/agent_client.py" "$work/moved/bin/fapi-agent" > "$work/agent.log" ||
+    { cat "$work/agent.log"; exit 1; }
 "$work/moved/bin/fapi" run --fresh --report "$work/reports" factory-line > "$work/run.log" || { cat "$work/run.log"; exit 1; }
 "$work/moved/bin/fapi" check line panel.plan pannel 2> "$work/check.log" && { echo "there is no plan pannel" >&2; exit 1; }
 grep -q '^pannel: is no file.*did you mean panel?' "$work/check.log"

@@ -21,7 +21,7 @@ else
     for wait in 1 2 3 4 5 6 7 8 9 10; do
         [ -z "\${TOGETHER-}" ] || grep -qs ^waiting "$work"/o*.out || sleep 1
     done
-    cp -n "$work"/inst/bin/fapi "$work"/inst/lib*/vextvfapi/*.so "\$2/tools/fapi"
+    cp -n "$work"/inst/bin/fapi* "$work"/inst/lib*/vextvfapi/*.so "\$2/tools/fapi"
     rmdir "\$2/at-work"
 fi
 END

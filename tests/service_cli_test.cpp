@@ -9,7 +9,7 @@
 #include <zlib.h>
 
 #include "base/env_text.h"
-#include "base/sha256.h"
+#include "actions/sums.h"
 #include "protocol/sha256.h"
 #include "support/tool_fixture.h"
 #include "vset/vset.h"

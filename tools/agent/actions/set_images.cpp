@@ -14,6 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "actions/host_file.h"
 #include "hw3/hw_flash.h"
 #include "vset/vset.h"
 
@@ -27,11 +28,6 @@ constexpr const char* kFlashes[] = {"emmc", "nand", "spi_nor"};
 // How many images are kept of a flash type.
 constexpr std::size_t kKept = 8;
 
-[[noreturn]] void fail(const std::string& file) {
-    vset::noteHostTrouble(file, errno);
-    throw vset::SetError(file + ": " + std::strerror(errno));
-}
-
 Bytes readFile(const std::string& file) {
     const vset::HostPaths hostPaths;
     std::ifstream stream(file, std::ios::binary);
@@ -41,31 +37,18 @@ Bytes readFile(const std::string& file) {
     return Bytes(std::istreambuf_iterator<char>(stream), {});
 }
 
-void syncFile(const std::string& file, int flags) {
-    const int descriptor = open(file.c_str(), flags | O_CLOEXEC);
-    const bool isSynced = descriptor >= 0 && fsync(descriptor) == 0;
-    const int error = errno;
-    close(descriptor);
-    if (!isSynced) {
-        errno = error;
-        fail(file);
-    }
-}
-
 // The file then holds the bytes, or what it held before, also after a power cut.
 void replaceFile(const std::string& file, const Bytes& bytes) {
     const std::string next = file + ".new";
-    std::ofstream stream(next, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (!stream) {
-        fail(next);
+    {
+        const HostFile open(next, O_WRONLY | O_CREAT | O_TRUNC);
+        open.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        open.sync();
     }
-    syncFile(next, O_WRONLY);
     if (rename(next.c_str(), file.c_str()) != 0) {
-        fail(file);
+        throw vset::SetError(file + ": " + std::strerror(errno));
     }
-    syncFile(fs::path(file).parent_path().string(), O_RDONLY | O_DIRECTORY);
+    syncHostFolder(file);
 }
 
 }  // namespace

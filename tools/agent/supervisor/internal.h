@@ -34,13 +34,6 @@ constexpr long long kIdentityId = std::numeric_limits<long long>::min();
 // With this code the worker exits when the watchdog has rebooted the set.
 constexpr int kRebootExit = 100;
 
-// --- Of the supervisor alone
-// With more waiting for the wire no request is read, and what may be dropped is dropped.
-constexpr std::size_t kFull = 4u << 20;
-// So many requests may wait for the worker.
-constexpr std::size_t kQueued = 256;
-constexpr char kStuckText[] = "the worker does not end: the set needs power";
-
 }  // namespace tool
 
 #endif

@@ -120,7 +120,7 @@ void Supervisor::wait() {
         _worker->flush();
     }
     if ((ends[3].revents & ~POLLOUT) != 0) {
-        _worker->readLines([this](std::string_view line) { takeWorkerLine(line); });
+        _worker->readLines([this](std::string_view line) { takeLineOrEnd(line); });
     }
     if (ends[4].revents != 0) {
         drainLog();
@@ -162,6 +162,9 @@ void Supervisor::refuse(const Request& request, ErrorCode code, const std::strin
 
 void Supervisor::send(const Answer& answer) {
     std::string text = toJsonText(toField(answer), true);
+    if (text.size() > kLongestMessage) {
+        text = toJsonText(toField(failed(answer.id, ErrorCode::internal, "the answer is too long")), true);
+    }
     answer.id ? _wire.answer(*answer.id, std::move(text)) : _wire.send(std::move(text));
 }
 
@@ -198,9 +201,19 @@ void Supervisor::tellWorker(const char* method, Field params) {
     }
 }
 
+// A worker whose memory is damaged may say anything.
+void Supervisor::takeLineOrEnd(std::string_view line) {
+    try {
+        takeWorkerLine(line);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "fapi-agent: the worker talks nonsense: %s\n", error.what());
+        endWorker("died");
+    }
+}
+
 void Supervisor::takeWorkerLine(std::string_view line) {
     if (line.size() < kMarkSize) {
-        return;
+        throw MessageError("a line without a mark");
     }
     const char mark = line.front();
     std::string text(line.substr(kMarkSize));
@@ -222,9 +235,9 @@ void Supervisor::takeAnswer(Lane& lane, std::string text, bool isLast) {
     }
     Running& running = *lane.running;
     if (running.request.id == kIdentityId) {
-        finishGreeting(*parseMessage(parseJsonText(text)).answer);
+        finishGreeting(parseMessage(parseJsonText(text)).answer.value());
     } else if (!running.errors.empty() && text.find("\"good\":false") != std::string::npos) {
-        Answer answer = *parseMessage(parseJsonText(text)).answer;
+        Answer answer = parseMessage(parseJsonText(text)).answer.value();
         Field::List log(running.errors.begin(), running.errors.end());
         answer.result.set("log", std::move(log));
         send(answer);
@@ -314,7 +327,7 @@ void Supervisor::checkWorker() {
 
 void Supervisor::finishWorker(const WorkerEnd& end) {
     // What it has said to the end.
-    while (_worker->readLines([this](std::string_view line) { takeWorkerLine(line); })) {
+    while (_worker->readLines([this](std::string_view line) { takeLineOrEnd(line); })) {
     }
     drainLog();
     if (std::string rest = _logLines.takeRest(); !rest.empty()) {

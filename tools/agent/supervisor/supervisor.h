@@ -21,6 +21,13 @@
 
 namespace tool {
 
+// With more waiting for the wire no request is read, and what may be dropped is dropped.
+constexpr std::size_t kFull = 4u << 20;
+// So many requests may wait for the worker.
+constexpr std::size_t kQueued = 256;
+
+constexpr char kStuckText[] = "the worker does not end: the set needs power";
+
 struct AgentOptions {
     std::string folder;    // of the virtual set; empty: its default
     bool damaged = false;  // go on with a damaged set
@@ -85,6 +92,7 @@ private:
     // --- The worker
     void startWorker();
     void tellWorker(const char* method, Field params);
+    void takeLineOrEnd(std::string_view line);
     void takeWorkerLine(std::string_view line);
     void takeAnswer(Lane& lane, std::string text, bool isLast);
     void takeInternal(const Field& object);

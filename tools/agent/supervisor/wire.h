@@ -50,7 +50,7 @@ public:
     // Writes what the other end takes now.
     void flush();
     // How many bytes wait to be written.
-    std::size_t waiting() const { return _waiting; }
+    std::size_t waiting() const { return _open ? _waiting : 0; }
 
 private:
     const int _in;

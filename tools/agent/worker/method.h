@@ -3,7 +3,10 @@
 #ifndef FAPI_AGENT_WORKER_METHOD_H
 #define FAPI_AGENT_WORKER_METHOD_H
 
+#include <algorithm>
+#include <fstream>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -22,9 +25,18 @@ struct Reply {
     Pieces pieces;  // what follows the answer; none: nothing does
 };
 
-// All that is in a container of bytes, as a stream.
-template <class Container>
-Pieces piecesOf(Container all) {
+// The rest of a file, as a stream.
+inline Pieces piecesOf(std::shared_ptr<std::ifstream> file) {
+    return [file = std::move(file)](std::size_t most) {
+        Bytes piece(most);
+        file->read(reinterpret_cast<char*>(piece.data()), static_cast<std::streamsize>(most));
+        piece.resize(static_cast<std::size_t>(file->gcount()));
+        return piece;
+    };
+}
+
+// All of the bytes, as a stream.
+inline Pieces piecesOf(Bytes all) {
     return [bytes = std::move(all), at = std::size_t{0}](std::size_t most) mutable {
         const std::size_t from = std::exchange(at, std::min(at + most, bytes.size()));
         return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(from),

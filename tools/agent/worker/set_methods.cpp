@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Methods on the set as a whole.
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <map>
+#include <memory>
+#include <optional>
 #include <string_view>
 
+#include <unistd.h>
+
+#include "actions/set_backup.h"
 #include "hw3/hw_flash.h"
 #include "vset/flash.h"
 #include "vset/uart.h"
@@ -85,10 +92,70 @@ Reply ports(const Field&) {
     return Field{{"ports", std::move(all)}};
 }
 
+// --- Backups ---------------------------------------------------------------------------------------------------------
+
+void requireOff() {
+    if (isSetOn()) {
+        throw RequestError(ErrorCode::unavailable, "the set is switched on");
+    }
+}
+
+// A file without a name after it has been opened.
+class TemporaryFile {
+public:
+    TemporaryFile() { close(mkstemp(_name.data())); }
+    ~TemporaryFile() { unlink(_name.c_str()); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const std::string& name() const { return _name; }
+
+private:
+    std::string _name = (fs::temp_directory_path() / "fapi-backup-XXXXXX").string();
+};
+
+Field contentsField(const BackupContents& contents) {
+    Field::List leftOut;
+    for (const std::string& path : contents.leftOut) {
+        leftOut.push_back(Field::ofSet(path));
+    }
+    return {{"files", contents.files}, {"bytes", contents.bytes}, {"left_out", std::move(leftOut)}};
+}
+
+bool isNeverStopped() {
+    return false;
+}
+
+Reply backup(const Field&) {
+    requireOff();
+    const vset::HostPaths hostPaths;
+    // Refuses what is no set. A damaged one is worth a backup, too.
+    vset::repairs(setFolder());
+    const vset::Hold hold(setFolder());
+    const TemporaryFile file;
+    const BackupContents contents = writeBackup(setFolder(), file.name(), isNeverStopped);
+    const auto stream = std::make_shared<std::ifstream>(file.name(), std::ios::binary);
+    return {contentsField(contents), piecesOf(stream)};
+}
+
+Reply restore(const Field& params) {
+    requireOff();
+    const vset::HostPaths hostPaths;
+    const std::string folder = setFolder();
+    std::optional<vset::Hold> hold;
+    if (fs::exists(folder) && !fs::is_empty(folder)) {
+        // Refuses what is no set.
+        vset::repairs(folder);
+        hold.emplace(folder);
+    }
+    return contentsField(restoreBackup(params.at("file").text(), folder, isNeverStopped));
+}
+
 }  // namespace
 
 std::vector<Method> setMethods() {
-    return {{"power", power}, {"set.ports", ports}, {"set.show", show}};
+    return {
+        {"power", power}, {"set.backup", backup}, {"set.restore", restore}, {"set.ports", ports}, {"set.show", show}};
 }
 
 const Method* findMethod(const std::string& name) {

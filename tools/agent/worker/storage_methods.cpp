@@ -58,13 +58,7 @@ Reply listFiles(const Field& params) {
 }
 
 Reply readFile(const Field& params) {
-    auto file = std::make_shared<std::ifstream>(openSetFile(params.at("path").text()));
-    return {Field::Fields{}, [file](std::size_t most) {
-                Bytes piece(most);
-                file->read(reinterpret_cast<char*>(piece.data()), static_cast<std::streamsize>(most));
-                piece.resize(static_cast<std::size_t>(file->gcount()));
-                return piece;
-            }};
+    return {Field::Fields{}, piecesOf(std::make_shared<std::ifstream>(openSetFile(params.at("path").text())))};
 }
 
 Reply writeFile(const Field& params) {

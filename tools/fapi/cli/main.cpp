@@ -13,6 +13,7 @@
 #include "cli/clean.h"
 #include "cli/env.h"
 #include "cli/help.h"
+#include "cli/hub.h"
 #include "cli/partition.h"
 #include "cli/reference.h"
 #include "cli/service.h"
@@ -20,7 +21,9 @@
 #include "plan/plan.h"
 #include "record/history.h"
 #include "shell/shell.h"
+#include "target/hub.h"
 #include "target/output.h"
+#include "target/session.h"
 #include "target/surprises.h"
 #include "watch/screen.h"
 #include "watch/watch.h"
@@ -134,6 +137,7 @@ public:
         addPlans();
         addHistory();
         addClean();
+        addSharing();
         addTexts();
         unmarkArguments(_app);
     }
@@ -460,6 +464,31 @@ private:
         command->callback([this] { _action = [this] { return clean(_options, _clean); }; });
     }
 
+    // Of a set that several programs use.
+    void addSharing() {
+        _app.add_subcommand("clients", "Show who uses the set, and who may change it")->callback([this] {
+            _action = [this] {
+                printLine(clientsText(clientOptions(), _options.json));
+                return kExitGood;
+            };
+        });
+        CLI::App* take = _app.add_subcommand("take", "Take the set away from the program that has it");
+        take->add_option("--reason", _word, "What that program is told")->required()->type_name("TEXT");
+        take->callback([this] {
+            _action = [this] {
+                printLine(takeClaim(clientOptions(), _word, _options.json));
+                return kExitGood;
+            };
+        });
+    }
+
+    TargetOptions clientOptions() const {
+        TargetOptions options;
+        options.folder = _options.session.folder;
+        options.client = "fapi";
+        return options;
+    }
+
     // What shells and the folder of documents take from here.
     void addTexts() {
         _app.add_subcommand("reference", "Print the reference of all operations, as Markdown")->callback([this] {
@@ -514,6 +543,10 @@ bool wantsJson(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Its words are for this program alone.
+    if (argc > 1 && std::string_view(argv[1]) == "hub") {
+        return runHub({argv + 2, argv + argc});
+    }
     // A reader that goes away is an error of the write that meets it, and no reason to stop in the middle of a plan.
     std::signal(SIGPIPE, SIG_IGN);
     // A limit to the size of files is the error of a write, as a full disk is.

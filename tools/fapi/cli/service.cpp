@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "actions/set_backup.h"
 #include "base/durable_file.h"
 #include "base/env_text.h"
 #include "base/interrupts.h"
@@ -22,7 +23,6 @@
 #include "report/text.h"
 #include "target/env_store.h"
 #include "target/output.h"
-#include "target/set_backup.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -90,7 +90,7 @@ int backupSet(const GlobalOptions& options, const std::string& where) {
     }
     const vset::Hold hold(folder);
     Interrupts interrupts;
-    const BackupContents contents = writeBackup(folder, file, interrupts);
+    const BackupContents contents = writeBackup(folder, file, [&] { return interrupts.take(); });
     for (const std::string& path : contents.leftOut) {
         std::fprintf(stderr, "fapi: %s: is neither a file nor a folder and is left out\n", escapeText(path).c_str());
     }
@@ -99,42 +99,6 @@ int backupSet(const GlobalOptions& options, const std::string& where) {
 }
 
 // --- Restore ---------------------------------------------------------------------------------------------------------
-
-// A new folder beside the set's, which is gone afterwards unless it has taken the set's place.
-class FolderBeside {
-public:
-    explicit FolderBeside(const std::string& folder) : _name(folder + ".restore-XXXXXX") {
-        fs::create_directories(fs::path(folder).parent_path());
-        if (mkdtemp(_name.data()) == nullptr) {
-            throw std::runtime_error(_name + ": " + std::strerror(errno));
-        }
-    }
-    ~FolderBeside() {
-        std::error_code error;
-        fs::remove_all(_name, error);
-        if (error) {
-            printMessage(_name + ": is left over: " + error.message());
-        }
-    }
-    FolderBeside(const FolderBeside&) = delete;
-    FolderBeside& operator=(const FolderBeside&) = delete;
-
-    const std::string& name() const { return _name; }
-
-    // Afterwards this is the folder that was there.
-    void exchangeWith(const std::string& folder) const {
-        const OpenFile open(_name, O_RDONLY | O_DIRECTORY);
-        syncfs(open.get());
-        const unsigned int flags = fs::exists(folder) ? RENAME_EXCHANGE : 0;
-        if (renameat2(AT_FDCWD, _name.c_str(), AT_FDCWD, folder.c_str(), flags) != 0) {
-            throw std::runtime_error(folder + ": cannot be replaced: " + std::strerror(errno));
-        }
-        syncFolderOf(folder);
-    }
-
-private:
-    std::string _name;
-};
 
 int restoreSet(const GlobalOptions& options, const std::string& file) {
     const std::string folder = realFolder(options);
@@ -149,15 +113,10 @@ int restoreSet(const GlobalOptions& options, const std::string& file) {
     }
     // Outlives the folder, whose removal is not to be interrupted.
     Interrupts interrupts;
-    const FolderBeside next(folder);
-    const BackupContents contents = readBackup(file, next.name(), interrupts);
-    if (chmod(next.name().c_str(), 0755) != 0) {
-        throw std::runtime_error(next.name() + ": " + std::strerror(errno));
+    const BackupContents contents = restoreBackup(file, folder, [&] { return interrupts.take(); });
+    if (!contents.remains.empty()) {
+        printMessage(contents.remains);
     }
-    if (!fs::exists(next.name() + "/set.json") && !fs::exists(next.name() + "/env")) {
-        throw SetError(file + ": is no backup of a set");
-    }
-    next.exchangeWith(folder);
     tellDamage(vset::repairs(folder));
     report(options, contents, folder, file, folder + ": restored from " + file);
     return kExitGood;

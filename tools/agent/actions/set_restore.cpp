@@ -2,7 +2,9 @@
 // A whole set in one file: taking it apart. What the archive says is not trusted.
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <set>
 
@@ -12,16 +14,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "base/durable_file.h"
-#include "base/env_text.h"
-#include "base/interrupts.h"
-#include "base/sha256.h"
+#include "actions/host_file.h"
+#include "actions/set_backup.h"
+#include "actions/sums.h"
 #include "protocol/sha256.h"
-#include "target/set_backup.h"
+#include "protocol/value.h"
+#include "vset/vset.h"
 
 namespace tool {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr std::size_t kBlock = 1u << 16;
 // A list of sums that is longer is none.
@@ -64,14 +68,14 @@ private:
     [[noreturn]] void fail() const { throw std::runtime_error(_name + ": " + std::strerror(errno)); }
 
     const std::string _name;
-    const OpenFile _open;
+    const HostFile _open;
     off_t _size = 0;
 };
 
 class Restorer {
 public:
-    Restorer(const std::string& file, const std::string& folder, Interrupts& interrupts)
-        : _file(file), _folder(folder), _interrupts(interrupts), _archive(archive_read_new(), archive_read_free) {
+    Restorer(const std::string& file, const std::string& folder, const IsStopped& isStopped)
+        : _file(file), _folder(folder), _isStopped(isStopped), _archive(archive_read_new(), archive_read_free) {
         archive_read_support_filter_gzip(_archive.get());
         archive_read_support_format_tar(_archive.get());
         if (archive_read_open_filename(_archive.get(), file.c_str(), kBlock) != ARCHIVE_OK) {
@@ -90,7 +94,7 @@ public:
         }
         for (const auto& [path, sum] : _sums) {
             if (_done.count(path) == 0) {
-                refuse(escapeText(path) + " is missing");
+                refuse(escaped(path, false) + " is missing");
             }
         }
         // Not earlier: one that nobody may write to would get no files.
@@ -108,7 +112,7 @@ private:
 
     [[noreturn]] void failWithArchive() const {
         const char* reason = archive_error_string(_archive.get());
-        refuse(reason != nullptr ? escapeText(reason) : "cannot be read");
+        refuse(reason != nullptr ? escaped(reason, false) : "cannot be read");
     }
 
     // The next entry; false at the end.
@@ -132,7 +136,7 @@ private:
     void requireAllowed() {
         const bool isLink = archive_entry_hardlink(_entry) != nullptr || archive_entry_symlink(_entry) != nullptr;
         const auto type = archive_entry_filetype(_entry);
-        const std::string shown = escapeText(_path);
+        const std::string shown = escaped(_path, false);
         if (!isInside(_path)) {
             refuse("\"" + shown + "\" leads out of the set");
         }
@@ -149,7 +153,7 @@ private:
 
     // The next piece of the entry's data; false at its end.
     bool read(std::string& chunk) {
-        if (_interrupts.take()) {
+        if (_isStopped()) {
             throw BackupStopped("stopped");
         }
         chunk.resize(kBlock);
@@ -176,7 +180,7 @@ private:
 
     void makeFolder() {
         if (mkdir((_folder + "/" + _path).c_str(), 0700) != 0) {
-            refuse(escapeText(_path) + ": " + std::strerror(errno));
+            refuse(escaped(_path, false) + ": " + std::strerror(errno));
         }
         _folders.emplace_back(_path, mode());
     }
@@ -190,14 +194,14 @@ private:
             _contents.bytes += chunk.size();
         }
         if (sum.sum() != _sums[_path]) {
-            refuse(escapeText(_path) + " is not what was backed up");
+            refuse(escaped(_path, false) + " is not what was backed up");
         }
         file.finish(mode(), {archive_entry_mtime(_entry), archive_entry_mtime_nsec(_entry)});
     }
 
     const std::string _file;
     const std::string _folder;
-    Interrupts& _interrupts;
+    const IsStopped& _isStopped;
     const std::unique_ptr<archive, int (*)(archive*)> _archive;
     archive_entry* _entry = nullptr;
     std::string _path;  // of the entry
@@ -207,10 +211,58 @@ private:
     BackupContents _contents;
 };
 
+// A new folder beside the set's, which is gone afterwards unless it has taken the set's place.
+class FolderBeside {
+public:
+    explicit FolderBeside(const std::string& folder) : _name(folder + ".restore-XXXXXX") {
+        fs::create_directories(fs::path(folder).parent_path());
+        if (mkdtemp(_name.data()) == nullptr) {
+            throw std::runtime_error(_name + ": " + std::strerror(errno));
+        }
+    }
+    ~FolderBeside() { remove(); }
+    FolderBeside(const FolderBeside&) = delete;
+    FolderBeside& operator=(const FolderBeside&) = delete;
+
+    const std::string& name() const { return _name; }
+
+    // Afterwards this is the folder that was there.
+    void exchangeWith(const std::string& folder) const {
+        const HostFile open(_name, O_RDONLY | O_DIRECTORY);
+        syncfs(open.get());
+        const unsigned int flags = fs::exists(folder) ? RENAME_EXCHANGE : 0;
+        if (renameat2(AT_FDCWD, _name.c_str(), AT_FDCWD, folder.c_str(), flags) != 0) {
+            throw std::runtime_error(folder + ": cannot be replaced: " + std::strerror(errno));
+        }
+        syncHostFolder(folder);
+    }
+
+    // Returns what is left over, and why; an empty text when nothing is.
+    std::string remove() const {
+        std::error_code error;
+        fs::remove_all(_name, error);
+        return error ? _name + ": is left over: " + error.message() : "";
+    }
+
+private:
+    std::string _name;
+};
+
 }  // namespace
 
-BackupContents readBackup(const std::string& file, const std::string& folder, Interrupts& interrupts) {
-    return Restorer(file, folder, interrupts).run();
+BackupContents restoreBackup(const std::string& file, const std::string& folder, const IsStopped& isStopped) {
+    const vset::HostPaths hostPaths;
+    const FolderBeside next(folder);
+    BackupContents contents = Restorer(file, next.name(), isStopped).run();
+    if (chmod(next.name().c_str(), 0755) != 0) {
+        throw std::runtime_error(next.name() + ": " + std::strerror(errno));
+    }
+    if (!fs::exists(next.name() + "/set.json") && !fs::exists(next.name() + "/env")) {
+        throw vset::SetError(file + ": is no backup of a set");
+    }
+    next.exchangeWith(folder);
+    contents.remains = next.remove();
+    return contents;
 }
 
 }  // namespace tool

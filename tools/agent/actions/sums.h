@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Lists of files with their SHA-256, as sha256sum makes and checks them.
-#ifndef FAPI_BENCH_BASE_SHA256_H
-#define FAPI_BENCH_BASE_SHA256_H
+#ifndef FAPI_AGENT_ACTIONS_SUMS_H
+#define FAPI_AGENT_ACTIONS_SUMS_H
 
 #include <map>
 #include <string>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A whole set in one file: writing it.
-#include "target/set_backup.h"
+#include "actions/set_backup.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,10 +17,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "base/durable_file.h"
-#include "base/env_text.h"
-#include "base/interrupts.h"
-#include "base/sha256.h"
+#include "actions/host_file.h"
+#include "actions/sums.h"
 #include "protocol/sha256.h"
 
 namespace tool {
@@ -64,7 +62,7 @@ Listing listSet(const std::string& folder) {
 }
 
 // Hands the file on piece by piece; returns its sum.
-std::string readThrough(const std::string& file, Interrupts& interrupts,
+std::string readThrough(const std::string& file, const IsStopped& isStopped,
                         const std::function<void(const char* data, std::size_t size)>& take) {
     std::ifstream stream(file, std::ios::binary);
     std::string chunk(kChunk, '\0');
@@ -72,7 +70,7 @@ std::string readThrough(const std::string& file, Interrupts& interrupts,
     while (stream) {
         stream.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
         const auto size = static_cast<std::size_t>(stream.gcount());
-        if (interrupts.take()) {
+        if (isStopped()) {
             throw BackupStopped("stopped");
         }
         sum.add(chunk.data(), size);
@@ -146,9 +144,9 @@ void addSums(Archive& archive, const Sums& sums) {
 }
 
 void addFile(Archive& archive, const std::string& file, const std::string& path, const std::string& sum,
-             Interrupts& interrupts) {
+             const IsStopped& isStopped) {
     archive.add(path, AE_IFREG, statusOf(file));
-    if (readThrough(file, interrupts, [&](const char* data, std::size_t size) { archive.write(data, size); }) != sum) {
+    if (readThrough(file, isStopped, [&](const char* data, std::size_t size) { archive.write(data, size); }) != sum) {
         throw std::runtime_error(file + ": has changed meanwhile");
     }
 }
@@ -167,17 +165,17 @@ public:
             throw std::runtime_error(_name + ": cannot be written");
         }
         fs::rename(_name, file);
-        syncFolderOf(file);
+        syncHostFolder(file);
     }
 
 private:
     const std::string _name;
-    const OpenFile _open;
+    const HostFile _open;
 };
 
 }  // namespace
 
-BackupContents writeBackup(const std::string& folder, const std::string& file, Interrupts& interrupts) {
+BackupContents writeBackup(const std::string& folder, const std::string& file, const IsStopped& isStopped) {
     const Listing listing = listSet(folder);
     const std::string inside = folder + "/";
     BackupContents contents;
@@ -186,7 +184,7 @@ BackupContents writeBackup(const std::string& folder, const std::string& file, I
     Sums sums;
     for (const std::string& path : listing.files) {
         sums[path] =
-            readThrough(inside + path, interrupts, [&](const char*, std::size_t size) { contents.bytes += size; });
+            readThrough(inside + path, isStopped, [&](const char*, std::size_t size) { contents.bytes += size; });
     }
     const NewFile next(file);
     Archive archive(next.descriptor(), file);
@@ -195,7 +193,7 @@ BackupContents writeBackup(const std::string& folder, const std::string& file, I
         archive.add(path + "/", AE_IFDIR, statusOf(inside + path));
     }
     for (const std::string& path : listing.files) {
-        addFile(archive, inside + path, path, sums[path], interrupts);
+        addFile(archive, inside + path, path, sums[path], isStopped);
     }
     archive.close();
     next.rename(file);

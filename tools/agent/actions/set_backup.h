@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // A whole set in one file: a compressed tar archive whose first entry lists the SHA-256 of every file.
-#ifndef FAPI_BENCH_TARGET_SET_BACKUP_H
-#define FAPI_BENCH_TARGET_SET_BACKUP_H
+#ifndef FAPI_AGENT_ACTIONS_SET_BACKUP_H
+#define FAPI_AGENT_ACTIONS_SET_BACKUP_H
 
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace tool {
-
-class Interrupts;
 
 // The first entry of a backup; "sha256sum --check" reads it.
 constexpr char kSumsEntry[] = "SHA256SUMS";
@@ -19,7 +18,11 @@ struct BackupContents {
     std::size_t files = 0;
     std::uint64_t bytes = 0;
     std::vector<std::string> leftOut;  // files of the set that are neither files nor folders
+    std::string remains;               // what could not be removed, and why; empty: nothing
 };
+
+// Whether the user wants no more of it; is asked again and again.
+using IsStopped = std::function<bool()>;
 
 // The user has stopped it; nothing is there that was not there before.
 class BackupStopped : public std::runtime_error {
@@ -28,11 +31,12 @@ public:
 };
 
 // Writes the set in `folder`, which nobody uses meanwhile, to `file`: whole, or not at all. Throws std::runtime_error.
-BackupContents writeBackup(const std::string& folder, const std::string& file, Interrupts& interrupts);
+BackupContents writeBackup(const std::string& folder, const std::string& file, const IsStopped& isStopped);
 
-// Takes a backup apart into `folder`, which is empty, and compares every file with its sum. Refuses everything that a
-// backup does not have, and writes nowhere else, whatever the archive says. Throws std::runtime_error.
-BackupContents readBackup(const std::string& file, const std::string& folder, Interrupts& interrupts);
+// Puts the set of a backup into the place of the one in `folder`, which nobody uses meanwhile, or of nothing: whole, or
+// not at all. Every file is compared with its sum. Refuses everything that a backup does not have, and writes nowhere
+// else, whatever the archive says. Throws std::runtime_error.
+BackupContents restoreBackup(const std::string& file, const std::string& folder, const IsStopped& isStopped);
 
 }  // namespace tool
 

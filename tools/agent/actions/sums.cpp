@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Lists of files with their SHA-256.
-#include "base/sha256.h"
+#include "actions/sums.h"
 
 #include <stdexcept>
 
-#include "base/words.h"
+#include "protocol/number_list.h"
 
 namespace tool {
 
@@ -46,8 +46,12 @@ std::string sumsText(const Sums& sums) {
 
 Sums parseSums(std::string_view text) {
     Sums sums;
-    for (std::string_view line : splitLines(text)) {
-        const bool escaped = !line.empty() && line[0] == '\\';
+    for (const std::string& whole : cutAt(std::string(text), '\n')) {
+        std::string_view line = whole;
+        if (line.empty()) {
+            continue;
+        }
+        const bool escaped = line[0] == '\\';
         line.remove_prefix(escaped ? 1 : 0);
         const std::string sum(line.substr(0, kSumDigits));
         const std::size_t start = kSumDigits + kSumGap.size();
