@@ -19,4 +19,10 @@ bool isReaderGone() {
     return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
 }
 
+void printLine(std::string line) {
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), dataOutput());
+    std::fflush(dataOutput());
+}
+
 }  // namespace tool

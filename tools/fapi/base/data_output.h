@@ -4,6 +4,7 @@
 #define FAPI_BENCH_BASE_DATA_OUTPUT_H
 
 #include <cstdio>
+#include <string>
 
 namespace tool {
 
@@ -21,6 +22,9 @@ FILE* dataOutput();
 bool isOutputWritten();
 // True when that is so because it is a pipe that nobody reads any more, such as "| head": nothing to complain of.
 bool isReaderGone();
+
+// In one piece.
+void printLine(std::string line);
 
 }  // namespace tool
 

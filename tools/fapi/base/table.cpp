@@ -6,9 +6,9 @@
 #include <limits>
 #include <numeric>
 
+#include "base/data_output.h"
 #include "base/terminal.h"
 #include "protocol/characters.h"
-#include "target/output.h"
 
 namespace tool {
 

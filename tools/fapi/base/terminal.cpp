@@ -7,8 +7,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "base/data_output.h"
 #include "protocol/characters.h"
-#include "target/session.h"
 
 namespace tool {
 

@@ -8,8 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "base/terminal.h"
 #include "base/data_output.h"
+#include "base/terminal.h"
 #include "cli/clean.h"
 #include "cli/env.h"
 #include "cli/help.h"

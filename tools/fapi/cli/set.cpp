@@ -83,7 +83,8 @@ int showSet(const GlobalOptions& options) {
     }
     for (const Field& partition : set["partitions"].list()) {
         json["partitions"][partition["name"].text()] = partition["bytes"].number();
-        text += "\n  partition " + partition["name"].text() + ": " + std::to_string(partition["bytes"].number()) + " bytes";
+        text +=
+            "\n  partition " + partition["name"].text() + ": " + std::to_string(partition["bytes"].number()) + " bytes";
     }
     for (const auto& [flash, variables] : set["environment"].fields()) {
         for (const Field& variable : variables.list()) {
@@ -103,12 +104,14 @@ int showPorts(const GlobalOptions& options) {
     std::string text;
     for (const Field& port : askAgent("set.ports", Field::Fields())["ports"].list()) {
         const long long number = port["number"].number();
-        json["ports"].push_back({{"number", number}, {"path", port["path"].text()}, {"terminal", port["terminal"].text()}});
-        text += (text.empty() ? "" : "\n") + std::to_string(number) + " " + port["path"].text() + " -> " + port["terminal"].text();
+        json["ports"].push_back(
+            {{"number", number}, {"path", port["path"].text()}, {"terminal", port["terminal"].text()}});
+        text += (text.empty() ? "" : "\n") + std::to_string(number) + " " + port["path"].text() + " -> " +
+                port["terminal"].text();
     }
     if (text.empty()) {
-        throw SetError(folder +
-                       ": is switched off, and its ports lead nowhere; \"fapi shell\" or \"fapi watch\" switches it on");
+        throw SetError(
+            folder + ": is switched off, and its ports lead nowhere; \"fapi shell\" or \"fapi watch\" switches it on");
     }
     say(options, json, text);
     return kExitGood;

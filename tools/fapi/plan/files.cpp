@@ -7,7 +7,6 @@
 
 #include "base/words.h"
 #include "protocol/value.h"
-#include "vset/vset.h"
 
 namespace tool {
 

@@ -15,7 +15,6 @@
 #include "protocol/characters.h"
 #include "record/unfinished_run.h"
 #include "report/text.h"
-#include "vset/vset.h"
 
 namespace tool {
 

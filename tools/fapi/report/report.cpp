@@ -18,7 +18,6 @@
 #include "protocol/characters.h"
 #include "report/page.h"
 #include "report/text.h"
-#include "vset/vset.h"
 
 namespace tool {
 

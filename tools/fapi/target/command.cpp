@@ -2,8 +2,6 @@
 // Checked lines.
 #include "target/command.h"
 
-
-
 namespace tool {
 
 namespace {

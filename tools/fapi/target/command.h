@@ -36,8 +36,8 @@ public:
     // The line again, with short operation name and quotes where needed.
     std::string text() const;
 
-    // Runs it on the session's set. An action that the set refuses gives an outcome that is not good, status -1, output "error". Throws
-    // RequestError.
+    // Runs it on the session's set. An action that the set refuses gives an outcome that is not good, status -1, output
+    // "error". Throws RequestError.
     CallResult run(const CallOptions& options = {}) const;
     // "ok", "failed", ...
     std::string word(const Outcome& outcome) const;

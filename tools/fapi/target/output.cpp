@@ -257,12 +257,6 @@ std::string displayOutcome(const Command& command, const Outcome& outcome) {
     return text + displayReasons(outcome.failedCalls);
 }
 
-void printLine(std::string line) {
-    line += '\n';
-    std::fwrite(line.data(), 1, line.size(), dataOutput());
-    std::fflush(dataOutput());
-}
-
 void printError(const std::string& message, bool json) {
     printMessage(message);
     if (json) {

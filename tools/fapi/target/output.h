@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/data_output.h"
 #include "target/command.h"
 #include "target/event_log.h"
 
@@ -60,8 +61,6 @@ void printDescription(const std::string& name, bool json);
 void printError(const std::string& message, bool json);
 // "fapi: warning: ..." on standard error; nothing for an empty text.
 void printWarning(const std::string& text);
-// In one piece, whatever other threads print.
-void printLine(std::string line);
 
 }  // namespace tool
 

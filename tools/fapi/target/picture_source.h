@@ -9,8 +9,8 @@
 
 namespace tool {
 
-// Takes the picture that the word names, as the description's pictures are named: "panel", "window:3". Throws RequestError
-// when there is none.
+// Takes the picture that the word names, as the description's pictures are named: "panel", "window:3". Throws
+// RequestError when there is none.
 Picture takePicture(const std::string& word);
 
 }  // namespace tool

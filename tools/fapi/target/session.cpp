@@ -74,9 +74,7 @@ void join() {
 
 void listen(Target& target) {
     target.listen("event", [](const Field& params) { eventLog().add(parseEvent(params)); });
-    target.listen("log", [](const Field& params) {
-        std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str());
-    });
+    target.listen("log", [](const Field& params) { std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str()); });
     target.listen("worker", [](const Field& params) {
         g_rebooted = g_rebooted || (params["state"].textOr("") == "ended" && params["reason"].textOr("") == "watchdog");
     });

@@ -25,8 +25,9 @@ std::string setFolder(const SessionOptions& options);
 // Names the set of all that follows; joins nothing yet.
 void chooseSession(const SessionOptions& options);
 
-// Joins the set's hub and listens: lines of the library's log go to standard error, events into eventLog() once listenToEvents() asked for
-// them. The set itself is switched on by the first request that needs it. Throws RequestError.
+// Joins the set's hub and listens: lines of the library's log go to standard error, events into eventLog() once
+// listenToEvents() asked for them. The set itself is switched on by the first request that needs it. Throws
+// RequestError.
 Target& openSession(const SessionOptions& options);
 // The open one.
 Target& session();
@@ -52,7 +53,8 @@ struct CallResult {
     std::vector<std::string> troubles;  // what that machine could not store for the set
 };
 
-// Calls the operation; whoever calls this has asked before what destroys. Throws RequestError: `died` when the library has crashed in it.
+// Calls the operation; whoever calls this has asked before what destroys. Throws RequestError: `died` when the library
+// has crashed in it.
 CallResult callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options);
 CallResult carryOut(const Action& action, const std::vector<Value>& arguments);
 

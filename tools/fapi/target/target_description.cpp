@@ -31,11 +31,12 @@ Checked check(const char* kind, const std::string& name, const std::vector<Value
     for (const std::string& word : words) {
         wordList.add(Field::ofSet(word));
     }
-    const Field answer = askAgent("check", {{kind, name}, {"arguments", listOf(values)}, {"words", wordList}, {"first", listOf(first)}});
+    const Field answer =
+        askAgent("check", {{kind, name}, {"arguments", listOf(values)}, {"words", wordList}, {"first", listOf(first)}});
     if (answer.has("problem")) {
         const Field& problem = answer["problem"];
-        throw UsageError(problem.at("text").text(), problem.has("word") ? std::optional<std::size_t>(problem["word"].number())
-                                                                        : std::nullopt);
+        throw UsageError(problem.at("text").text(),
+                         problem.has("word") ? std::optional<std::size_t>(problem["word"].number()) : std::nullopt);
     }
     return {answer["warning"].textOr("")};
 }
@@ -69,8 +70,8 @@ std::string namedCodeProblem(const std::string& function, const std::string& wor
                : std::string();
 }
 
-Checked checkTogether(const Operation& operation, const std::vector<Value>& values, const std::vector<std::string>& words,
-                      const std::vector<Value>& first) {
+Checked checkTogether(const Operation& operation, const std::vector<Value>& values,
+                      const std::vector<std::string>& words, const std::vector<Value>& first) {
     return check("operation", operation.name, values, words, first);
 }
 

@@ -46,9 +46,10 @@ std::string namedCodeProblem(const std::string& function, const std::string& wor
 struct Checked {
     std::string warning;  // what the contract makes of them, when they look like something else
 };
-// Throws UsageError when they do not go together. `first` are those of the operation's first call since the set was switched on.
-Checked checkTogether(const Operation& operation, const std::vector<Value>& values, const std::vector<std::string>& words,
-                      const std::vector<Value>& first);
+// Throws UsageError when they do not go together. `first` are those of the operation's first call since the set was
+// switched on.
+Checked checkTogether(const Operation& operation, const std::vector<Value>& values,
+                      const std::vector<std::string>& words, const std::vector<Value>& first);
 Checked checkTogether(const Action& action, const std::vector<Value>& values, const std::vector<std::string>& words);
 
 }  // namespace tool

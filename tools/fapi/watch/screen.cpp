@@ -8,8 +8,8 @@
 #include "base/picture.h"
 #include "base/terminal.h"
 #include "shell/first_lines.h"
-#include "target/picture_source.h"
 #include "target/output.h"
+#include "target/picture_source.h"
 
 namespace tool {
 
@@ -37,8 +37,8 @@ void tellPicture(const ScreenOptions& options, bool json) {
         std::fputs(previewText(picture, terminalColumns(), std::max<std::size_t>(terminalRows(), 4) - 2).c_str(),
                    dataOutput());
     }
-    printLine((options.file.empty() ? "" : options.file + ": ") + options.what + ", " +
-              std::to_string(picture.width) + " x " + std::to_string(picture.height));
+    printLine((options.file.empty() ? "" : options.file + ": ") + options.what + ", " + std::to_string(picture.width) +
+              " x " + std::to_string(picture.height));
 }
 
 }  // namespace

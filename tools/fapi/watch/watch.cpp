@@ -8,8 +8,8 @@
 #include "base/interrupts.h"
 #include "shell/first_lines.h"
 #include "target/event_log.h"
-#include "target/session.h"
 #include "target/output.h"
+#include "target/session.h"
 
 namespace tool {
 
