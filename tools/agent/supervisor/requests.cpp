@@ -16,8 +16,8 @@ namespace {
 constexpr std::string_view kLooking[] = {"act", "check", "data", "describe", "events", "journal", "picture", kIdentity};
 
 // Methods of the worker for which the set may be switched off.
-constexpr std::string_view kWithoutSet[] = {"check",       "describe",  "events",    "journal",
-                                            "env.kept",    "env.read",  "env.write", "set.backup",
+constexpr std::string_view kWithoutSet[] = {"check",       "describe",  "events",    "journal",        "env.kept",
+                                            "env.read",    "env.write", "file.list", "partition.list", "set.backup",
                                             "set.restore", "set.ports", kIdentity};
 
 template <std::size_t count>

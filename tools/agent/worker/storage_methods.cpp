@@ -39,7 +39,7 @@ Field entryField(const fs::path& file) {
 
 Reply listFiles(const Field& params) {
     const std::string& path = params.at("path").text();
-    const std::string host = hostFile(path);
+    const std::string host = hostFile(path, setFolder());
     const vset::HostPaths hostPaths;
     std::error_code error;
     std::vector<fs::path> files;
@@ -75,7 +75,7 @@ Reply removeFile(const Field& params) {
 
 Reply listPartitions(const Field&) {
     Field::List all;
-    for (const auto& [name, size] : vset::flash::partitions()) {
+    for (const auto& [name, size] : vset::flash::partitions(setFolder())) {
         all.push_back({{"name", Field::ofSet(name)}, {"bytes", size}});
     }
     return Field{{"partitions", std::move(all)}};
@@ -194,11 +194,11 @@ std::vector<Method> storageMethods() {
     return {{"env.kept", keptImages},
             {"env.read", readImage},
             {"env.write", writeImage},
-            {"file.list", listFiles, true},
+            {"file.list", listFiles},
             {"file.read", readFile, true},
             {"file.remove", removeFile, true},
             {"file.write", writeFile, true},
-            {"partition.list", listPartitions, true},
+            {"partition.list", listPartitions},
             {"partition.read", readPartition, true},
             {"partition.write", writePartition, true}};
 }

@@ -116,6 +116,11 @@ Field askAgent(const std::string& method, const Field& params) {
     return g_target->request(method, params);
 }
 
+Field readFromAgent(const std::string& method, const Field& params, const Sink& sink) {
+    join();
+    return g_target->read(method, params, sink);
+}
+
 void closeSession() {
     g_target.reset();
     g_isOpen = false;
@@ -151,6 +156,10 @@ std::vector<std::string> takeTroubles() {
 
 void noteTrouble(const std::string& trouble) {
     g_troubles.push_back(trouble);
+}
+
+void switchOn() {
+    session().request("power", {{"to", "on"}, {"damaged", g_chosen.damaged}});
 }
 
 long long powerCycle() {

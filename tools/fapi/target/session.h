@@ -38,6 +38,9 @@ void closeSession();
 // Asks what needs no set, joining the chosen set's hub when that is not done yet. Throws RequestError.
 Field askAgent(const std::string& method, const Field& params);
 
+// The same for what is answered with a stream.
+Field readFromAgent(const std::string& method, const Field& params, const Sink& sink);
+
 // How a call is made.
 struct CallOptions {
     bool prepare = true;  // what the operation needs is called before it
@@ -68,6 +71,8 @@ void listenToEvents(bool on);
 std::vector<std::string> takeTroubles();
 void noteTrouble(const std::string& trouble);
 
+// Switches the set on, unless it is. Throws RequestError: `damaged` unless the options allow that.
+void switchOn();
 // Switches the set off and on. Returns how often it has been switched on.
 long long powerCycle();
 // Whether the set's worker has ended since the last call of this, because the watchdog has rebooted the set.

@@ -78,6 +78,12 @@ long long Target::begin(const std::string& method, const Field& params) {
 }
 
 Field Target::finish(long long id) {
+    struct Waiting {
+        Waiting(std::optional<long long>& awaited, long long id) : now(awaited), before(std::exchange(awaited, id)) {}
+        ~Waiting() { now = before; }
+        std::optional<long long>& now;
+        const std::optional<long long> before;
+    } const waiting(_awaited, id);
     while (!isFinished(id)) {
         if (!_lost.empty()) {
             throw RequestError(ErrorCode::ended, _lost);
@@ -91,6 +97,12 @@ Field Target::finish(long long id) {
         throw RequestError(*answer.failure);
     }
     return answer.result;
+}
+
+void Target::endAwaited() {
+    if (_awaited && request("cancel", {{"id", *_awaited}})["begun"].flagOr(false)) {
+        request("end-worker");
+    }
 }
 
 Field Target::read(const std::string& method, const Field& params, const Sink& sink) {
