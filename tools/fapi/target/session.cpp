@@ -69,8 +69,13 @@ Target& openSession(const SessionOptions& options) {
     join();
     listen(*g_target);
     g_target->request("log", {{"on", true}});
-    if (options.log) {
-        g_target->request("log-switch", {{"state", "on"}});
+    try {
+        g_target->request("log-switch", {{"state", options.log ? "on" : "set"}});
+    } catch (const RequestError& error) {
+        // Another client's run has a switch of its own.
+        if (error.code() != ErrorCode::claimed || options.log) {
+            throw;
+        }
     }
     g_isOpen = true;
     return *g_target;
