@@ -16,8 +16,8 @@ namespace {
 constexpr std::string_view kLooking[] = {"act", "check", "data", "describe", "events", "journal", "picture", kIdentity};
 
 // Methods of the worker for which the set may be switched off.
-constexpr std::string_view kWithoutSet[] = {"check",       "describe",  "events",    "journal",
-                                            "env.kept",    "env.read",  "env.write", "set.backup",
+constexpr std::string_view kWithoutSet[] = {"check",       "describe",  "events",     "journal",    "env.kept",
+                                            "env.read",    "env.write", "set.backup", "set.damage", "set.repair",
                                             "set.restore", "set.ports", kIdentity};
 
 template <std::size_t count>
@@ -211,6 +211,10 @@ void Supervisor::cancel(const Request& request) {
             return answer(request, {{"unqueued", true}, {"begun", false}});
         }
         hasBegun = hasBegun || (lane.running && lane.running->request.id == id);
+    }
+    if (hasBegun) {
+        // What can end early does so.
+        tellWorker("cancel", {{"id", id}});
     }
     answer(request, {{"unqueued", false}, {"begun", hasBegun}});
 }
