@@ -16,9 +16,9 @@ namespace {
 constexpr std::string_view kLooking[] = {"act", "check", "data", "describe", "events", "journal", "picture", kIdentity};
 
 // Methods of the worker for which the set may be switched off.
-constexpr std::string_view kWithoutSet[] = {"check",       "describe",  "events",    "journal",        "env.kept",
-                                            "env.read",    "env.write", "file.list", "partition.list", "set.backup",
-                                            "set.restore", "set.ports", kIdentity};
+constexpr std::string_view kWithoutSet[] = {"check",      "describe",  "env.kept",   "env.read",       "env.write",
+                                            "events",     "file.list", "journal",    "partition.list", "set.backup",
+                                            "set.damage", "set.ports", "set.repair", "set.restore",    kIdentity};
 
 template <std::size_t count>
 bool isOneOf(const std::string& method, const std::string_view (&methods)[count]) {
@@ -211,6 +211,10 @@ void Supervisor::cancel(const Request& request) {
             return answer(request, {{"unqueued", true}, {"begun", false}});
         }
         hasBegun = hasBegun || (lane.running && lane.running->request.id == id);
+    }
+    if (hasBegun) {
+        // What can end early does so.
+        tellWorker("cancel", {{"id", id}});
     }
     answer(request, {{"unqueued", false}, {"begun", hasBegun}});
 }

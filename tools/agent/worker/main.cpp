@@ -74,6 +74,8 @@ private:
             setLogSwitch(state == "on" ? LogState::on : state == "off" ? LogState::off : LogState::set);
         } else if (notification.method == "events") {
             reportEvents(notification.params["on"].flagOr(true));
+        } else if (notification.method == "cancel") {
+            cancelRequest(notification.params.at("id").number());
         } else if (notification.method == "journal") {
             reportJournal(notification.params["on"].flagOr(true));
         }
