@@ -408,4 +408,8 @@ TEST_F(AgentTest, ADamagedLineCostsNeitherTheAnswerNorASecondCall) {
     EXPECT_EQ(agent().next("event")["seq"], Field(1));
     agent().write(tool::frame(toField(tool::Request{300, "call", notify.params, {}}), Framing::checked));
     EXPECT_EQ(agent().next("event")["seq"], Field(2));
+    // Another client on the same wire begins in plain framing.
+    agent().use(Framing::plain);
+    EXPECT_EQ(hello()["framing"], Field("plain"));
+    EXPECT_TRUE(agent().call("sys_init")["good"].flag());
 }
