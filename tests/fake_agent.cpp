@@ -74,12 +74,8 @@ private:
             tell("describe");
             answer(request, toField(_description));
         } else if (request.method == "call" && params["operation"].textOr("") == "slow") {
-            // It is answered when somebody says so.
-            _slow = request;
+            // Only a cancelation answers it.
             tell("slow");
-        } else if (request.method == "end-slow") {
-            answer(_slow, {{"status", 0}, {"good", true}});
-            answer(request, Field::Fields());
         } else if (request.method == "cancel") {
             tell("cancel");
             send(toField(failed(params["id"].number(), ErrorCode::canceled, "canceled")));
@@ -126,7 +122,6 @@ private:
 
     int _history;
     Description _description;
-    Request _slow;
     long long _logged = 0;
     long long _stream = 0;
 };

@@ -2,7 +2,7 @@
 // The hub between clients and an agent: who starts and ends it, who may change the set, what a bad client costs.
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -68,13 +68,16 @@ protected:
     // A connection without Target's good manners.
     Descriptor connect() const { return HubSocket("virtual:" + (_folder / "set").string()).connect(); }
     static pid_t hubOf(const Joined& target) { return static_cast<pid_t>(target->hello()["hub"].number()); }
-    static double mebibytesOf(pid_t process) {
+    // The most that it ever had; nothing with a sanitizer, which keeps what is free.
+    static double mebibytesOf([[maybe_unused]] pid_t process) {
+#ifndef FAPI_SANITIZED
         std::ifstream status("/proc/" + std::to_string(process) + "/status");
         for (std::string line; std::getline(status, line);) {
             if (line.rfind("VmHWM:", 0) == 0) {
                 return std::stod(line.substr(6)) / 1024;
             }
         }
+#endif
         return 0;
     }
     static ErrorCode codeOf(const Joined& target, const std::string& method, const Field& params = Field::Fields()) {
@@ -185,7 +188,7 @@ TEST_F(HubTest, OnlyTheClaimsHolderChangesTheSet) {
     for (const auto& row : rows) {
         EXPECT_EQ(codeOf(other, row.method, row.params), row.expected) << row.method;
     }
-    // A look brings nothing up while somebody else drives.
+    // A look brings nothing up while another client drives.
     EXPECT_TRUE(other->call(kLook).prepared.empty());
     EXPECT_EQ(holder->call(kLook).prepared.size(), 1u);
 
@@ -245,12 +248,12 @@ TEST_F(HubTest, AClientThatDoesNotReadCostsOnlyItself) {
 
 TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
     const Joined good = join();
-    const std::string hello = R"({"jsonrpc":"2.0","id":1,"method":"hello","params":{"protocol":[1,1]}})"
-                              "\n";
+    const auto message = [](const std::string& rest) { return R"({"jsonrpc":"2.0",)" + rest + "}\n"; };
+    const std::string hello = message(R"("id":1,"method":"hello","params":{"protocol":[1,1]})");
+    const std::string ping = message(R"("id":2,"method":"ping")");
     std::string pings = hello;
     for (int i = 0; i < 20000; ++i) {
-        pings += R"({"jsonrpc":"2.0","id":2,"method":"ping"})"
-                 "\n";
+        pings += ping;
     }
     const struct {
         std::string sent;
@@ -260,19 +263,11 @@ TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
                 {"no json\n", "-32700"},
                 {"[1]\n", "-32700"},
                 {std::string(100000, '[') + "\n", "-32700"},
-                {R"({"jsonrpc":"2.0","id":1,"result":{}})"
-                 "\n",
-                 "-32600"},
-                {R"({"jsonrpc":"2.0","id":1,"method":"ping"})"
-                 "\n",
-                 "-32600"},
-                {R"({"jsonrpc":"2.0","id":1,"method":"hello","params":{"protocol":[8,9]}})"
-                 "\n",
-                 "-32602"},
+                {message(R"("id":1,"result":{})"), "-32600"},
+                {ping, "-32600"},
+                {message(R"("id":1,"method":"hello","params":{"protocol":[8,9]})"), R"("code":8)"},
                 {pings, "session"},
-                {hello + R"({"jsonrpc":"2.0","id":2,"method":"call","params":{"operation":"slow"}})"
-                         "\n",
-                 "session"}};
+                {hello + message(R"("id":2,"method":"call","params":{"operation":"slow"})"), "session"}};
     std::vector<Descriptor> connections;
     for (const auto& row : rows) {
         connections.push_back(connect());
@@ -297,7 +292,7 @@ TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
     EXPECT_EQ(good->call(kLook).status, 7);
 }
 
-TEST_F(HubTest, ALostWireIsToldAndStartedAgain) {
+TEST_F(HubTest, ALostWireIsReportedAndStartedAgain) {
     const Joined client = join(), other = join();
     std::string wires;
     other->listen("wire", [&](const Field& params) { wires += params["state"].text() + " "; });
@@ -320,6 +315,7 @@ TEST_F(HubTest, ALostWireIsToldAndStartedAgain) {
     client->request("flood", {{"lines", 3}, {"bytes", 1}});
     other->request("ping");
     EXPECT_EQ(lines, 3);
+    EXPECT_EQ(count("log on"), 2);
     _killed = 1;
 }
 
@@ -349,24 +345,27 @@ TEST_F(HubTest, StreamsReachTheirReaderWhole) {
 }
 
 TEST_F(HubTest, ADescriptionCrossesTheWireOnce) {
-    const auto describe = [&] { return describeAgent(_options).operations.size(); };
-    EXPECT_EQ(describe(), 2u);  // by an agent that is started for it
-    EXPECT_EQ(describe(), 2u);
+    const auto describe = [&] { return describeAgent(_options).operation("sys_look") != nullptr; };
+    EXPECT_TRUE(describe());  // by an agent that is started for it
+    EXPECT_TRUE(describe());
     EXPECT_EQ(count("describe"), 1);
     EXPECT_EQ(count("start"), 1);
-    EXPECT_EQ(join()->description().operations.size(), 2u);
+    EXPECT_NE(join()->description().operation("sys_look"), nullptr);
     EXPECT_EQ(count("describe"), 1);
     const auto spoil = [&] {
         EXPECT_TRUE(isOver());
         for (const auto& file : fs::directory_iterator(_folder / "cache/fapi/descriptions")) {
-            std::fstream(file.path(), std::ios::in | std::ios::out) << "spoilt";
+            std::stringstream text;
+            text << std::ifstream(file.path()).rdbuf();
+            // Valid JSON all the same.
+            std::ofstream(file.path()) << std::regex_replace(text.str(), std::regex("sys_look"), "sys_lock");
         }
     };
     spoil();
-    EXPECT_EQ(join()->description().operations.size(), 2u);
+    EXPECT_NE(join()->description().operation("sys_look"), nullptr);
     EXPECT_EQ(count("describe"), 2);
     spoil();
-    EXPECT_EQ(describe(), 2u);
+    EXPECT_TRUE(describe());
     EXPECT_EQ(count("describe"), 3);
 }
 

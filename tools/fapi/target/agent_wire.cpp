@@ -70,6 +70,16 @@ private:
 
 }  // namespace
 
+std::vector<char*> argumentVector(const std::vector<std::string>& command) {
+    std::vector<char*> words;
+    words.reserve(command.size() + 1);
+    for (const std::string& word : command) {
+        words.push_back(const_cast<char*>(word.c_str()));
+    }
+    words.push_back(nullptr);
+    return words;
+}
+
 AgentWire::AgentWire(const std::vector<std::string>& command) : _name(command.at(0)) {
     start(command);
 }
@@ -88,11 +98,7 @@ void AgentWire::start(const std::vector<std::string>& command) {
     posix_spawn_file_actions_adddup2(&actions, input.readEnd.get(), STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output.writeEnd.get(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors.writeEnd.get(), STDERR_FILENO);
-    std::vector<char*> words;
-    for (const std::string& word : command) {
-        words.push_back(const_cast<char*>(word.c_str()));
-    }
-    words.push_back(nullptr);
+    const std::vector<char*> words = argumentVector(command);
     const SpawnAttributes attributes;
     const int error = posix_spawnp(&_child, words[0], &actions, attributes.get(), words.data(), environ);
     posix_spawn_file_actions_destroy(&actions);

@@ -22,6 +22,9 @@ using Clock = std::chrono::steady_clock;
 // Returns the milliseconds that poll() may wait until then; -1 when there is no such time.
 int waitTime(const std::optional<Clock::time_point>& until);
 
+// Returns the command's words as exec() takes them: pointers into `command`, and a null.
+std::vector<char*> argumentVector(const std::vector<std::string>& command);
+
 // A command that runs, in a process group of its own, and what goes in and out of it. Nothing waits.
 class AgentWire {
 public:

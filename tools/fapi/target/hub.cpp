@@ -20,6 +20,8 @@ constexpr int kWrongStart = 2;
 constexpr std::chrono::seconds kUntilFirst{10};
 // When the lock is another process's, which is about to connect.
 constexpr std::chrono::milliseconds kUntilNextTry{100};
+// How often a wire that may lose lines is checked for silence.
+constexpr std::chrono::seconds kWatchSilence{1};
 constexpr std::size_t kMostClients = 128;
 // Requests are taken from no client while so much has not gone to the agent.
 constexpr std::size_t kMostForAgent = 4 << 20;
@@ -89,6 +91,9 @@ void Hub::turn() {
     if (_clients.empty()) {
         sooner(until, _lastClient == 0 ? _lonelySince + kUntilFirst : Clock::now() + kUntilNextTry);
     }
+    if (_options.isChecked && !_open.empty()) {
+        sooner(until, Clock::now() + kWatchSilence);
+    }
     poll(waited.data(), waited.size(), waitTime(until));
 
     if (waited[1].revents != 0) {
@@ -114,6 +119,7 @@ void Hub::turn() {
             endWire();
         }
     }
+    breakSilence();
     for (const auto& [id, known] : _clients) {
         serve(*known);
     }
@@ -196,9 +202,14 @@ bool Hub::leave() {
     if (_isTerminated) {
         endClients();
     }
-    std::optional<HubLock> lock = HubLock::take(_socket);
-    if (!lock) {
-        return false;
+    std::optional<HubLock> lock;
+    try {
+        lock = HubLock::take(_socket);
+        if (!lock) {
+            return false;
+        }
+    } catch (const RequestError&) {
+        // The folder has been removed, and so no client finds this hub.
     }
     accept();
     if (!_clients.empty() && !_isTerminated) {
@@ -213,12 +224,14 @@ bool Hub::leave() {
         _wire->waitForEnd();
     }
     _socket.removeLog();
-    lock->remove(_socket);
+    if (lock) {
+        lock->remove(_socket);
+    }
     return true;
 }
 
 void Hub::endClients() {
-    const MessageFailure failure = {ErrorCode::ended, "the hub was told to end", {}};
+    const MessageFailure failure = {ErrorCode::ended, "the hub has received a signal to end", {}};
     refuseHeld(_held, failure);
     refuseHeld(_heldForDescription, failure);
     for (const auto& [id, open] : _open) {

@@ -102,7 +102,7 @@ private:
     // hub_wire.cpp: what goes to the agent and comes from it
     bool isUp() const { return _wire && _isGreeted && !_wire->isClosed(); }
     void startWire();
-    void askAgent(const std::string& method, Field params, std::function<void(const Envelope&)> then);
+    void askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then);
     void forward(HubClient& client, const Request& request);
     void sendToAgent(long long id, const std::string& method, const Field& params);
     void hold(HubClient& client, const Request& request);
@@ -111,6 +111,9 @@ private:
     void refuseHeld(std::deque<Held>& held, const MessageFailure& failure);
     void receive(Line& line);
     void askAgain();
+    void askNext();
+    void breakSilence();
+    void sendHello();
     void endStreams(const MessageFailure& failure);
     void receiveAnswer(const Envelope& answer);
     void receiveNotification(const Envelope& notification);
@@ -143,6 +146,10 @@ private:
     std::map<long long, long long> _streams;  // which client reads a stream
     std::deque<Held> _held;                   // until the wire is up
     std::deque<Held> _heldForDescription;
+    Clock::time_point _quietSince = Clock::now();  // since when nothing has come from the agent
+    long long _asking = 0;                         // the request that asks for an answer once more; 0: none
+    std::deque<long long> _doubtful;               // requests whose answers are asked for after that
+    bool _isInDoubt = false;                       // something else was damaged meanwhile
     bool _isDescribing = false;
     std::optional<Description> _description;
     std::string _describeResult;  // JSON

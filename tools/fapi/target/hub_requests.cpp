@@ -74,7 +74,8 @@ void Hub::hello(HubClient& client, const Request& request) {
     const Field::List& versions = request.params.at("protocol").list();
     const std::string name = request.params["name"].textOr("");
     if (versions.size() != 2 || versions[0].number() > kProtocolNewest || versions[1].number() < kProtocolOldest) {
-        refuse(client, request, ErrorCode::wrongParameters, "the hub speaks another version of the protocol");
+        refuse(client, request, ErrorCode::notSupported, "the hub speaks another version of the protocol",
+               {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}});
         return;
     }
     if (!isUp()) {

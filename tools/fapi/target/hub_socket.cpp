@@ -57,7 +57,7 @@ std::string folderOfHubs() {
         above = "/tmp/fapi-" + std::to_string(geteuid());
         makeOwnFolder(above);
     }
-    const std::string folder = above + "/fapi";
+    std::string folder = above + "/fapi";
     makeOwnFolder(folder);
     return folder;
 }

@@ -40,7 +40,7 @@ private:
     Descriptor _opened;  // the folder
 };
 
-// Who holds the lock may start the target's hub, or is the hub and may end. Nobody holds it longer than that takes.
+// Who holds the lock may start the target's hub, or is the hub and may end. No process holds it longer than that takes.
 class HubLock {
 public:
     // Waits for the lock. Throws RequestError when there can be none.

@@ -90,11 +90,7 @@ Descriptor startHub(const HubSocket& socket, const std::vector<std::string>& com
     }
     const Descriptor ready(ends[0]);
     Descriptor told(ends[1]);
-    std::vector<char*> words;
-    for (const std::string& word : command) {
-        words.push_back(const_cast<char*>(word.c_str()));
-    }
-    words.push_back(nullptr);
+    const std::vector<char*> words = argumentVector(command);
     const pid_t child = fork();
     if (child == 0) {
         becomeHub(log.get(), told.get(), lock.descriptor(), words.data());

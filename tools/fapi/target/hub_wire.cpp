@@ -16,6 +16,9 @@ const std::map<std::string, std::string>& askedFor() {
     return kinds;
 }
 
+// How long a wire that may lose lines is silent before what has not come is asked for.
+constexpr std::chrono::seconds kSilence{2};
+
 MessageFailure failureOf(const Envelope& answer) {
     return *parseMessage(parseJsonText(answer.text)).answer->failure;
 }
@@ -34,12 +37,17 @@ void Hub::startWire() {
         refuseHeld(_held, error.failure());
         return;
     }
+    _quietSince = Clock::now();
+    sendHello();
+}
+
+void Hub::sendHello() {
     const Field framings = Field::List{_options.isChecked ? kCheckedName : kPlainName};
     askAgent("hello", {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}, {"framings", framings}},
              [this](const Envelope& answer) { receiveHello(answer); });
 }
 
-void Hub::askAgent(const std::string& method, Field params, std::function<void(const Envelope&)> then) {
+void Hub::askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then) {
     const long long id = ++_lastId;
     _open[id] = {0, 0, method, std::move(then), {}};
     sendToAgent(id, method, params);
@@ -48,8 +56,14 @@ void Hub::askAgent(const std::string& method, Field params, std::function<void(c
 void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
     _open[id] = {client.id, request.id, request.method, nullptr, {}};
+    try {
+        sendToAgent(id, request.method, request.params);
+    } catch (const MessageError&) {
+        // With this id it is longer than a message may be.
+        _open.erase(id);
+        throw;
+    }
     ++client.open;
-    sendToAgent(id, request.method, request.params);
 }
 
 void Hub::sendToAgent(long long id, const std::string& method, const Field& params) {
@@ -93,6 +107,7 @@ void Hub::refuseHeld(std::deque<Held>& held, const MessageFailure& failure) {
 }
 
 void Hub::receive(Line& line) {
+    _quietSince = Clock::now();
     if (line.kind == Line::Kind::tooLong) {
         // It may have been the answer to any request.
         _wire->close();
@@ -117,23 +132,57 @@ void Hub::receive(Line& line) {
     notifyWatchers("console", frame(toField(Notification{"console", {{"text", line.text}}}), Framing::plain));
 }
 
-// Asks for all answers that have not come: one of them, or its request, may be what was damaged.
+// Asks for all answers that have not come, one after the other: one of them, or its request, may be what was damaged.
 void Hub::askAgain() {
-    std::vector<long long> missing;
+    if (_asking != 0) {
+        // It may be this question that was damaged. All others are asked once more after it.
+        _isInDoubt = true;
+        _wire->send(toField(*_open[_asking].sent));
+        return;
+    }
     for (const auto& [id, open] : _open) {
-        if (open.sent && open.method != "again") {
-            missing.push_back(id);
+        if (open.sent) {
+            _doubtful.push_back(id);
         }
     }
-    for (const long long id : missing) {
-        askAgent("again", {{"id", id}}, [this, id](const Envelope& answer) {
-            const Field result = parseJsonText(answer.text)["result"];
-            const auto open = _open.find(id);
-            if (!result["kept"].flagOr(true) && !result["running"].flagOr(true) && open != _open.end()) {
-                // The agent has never had the request.
-                _wire->send(toField(*open->second.sent));
-            }
-        });
+    askNext();
+}
+
+void Hub::askNext() {
+    _asking = 0;
+    while (!_doubtful.empty() && _open.count(_doubtful.front()) == 0) {
+        _doubtful.pop_front();
+    }
+    if (_doubtful.empty()) {
+        if (std::exchange(_isInDoubt, false)) {
+            askAgain();
+        }
+        return;
+    }
+    const long long id = _doubtful.front();
+    _doubtful.pop_front();
+    _asking = _lastId + 1;
+    askAgent("again", {{"id", id}}, [this, id](const Envelope& answer) {
+        const Field result = parseJsonText(answer.text)["result"];
+        const auto open = _open.find(id);
+        if (!result["kept"].flagOr(true) && !result["running"].flagOr(true) && open != _open.end()) {
+            // The agent has never had the request.
+            _wire->send(toField(*open->second.sent));
+        }
+        askNext();
+    });
+}
+
+// On a wire that may lose lines, silence may be a lost line.
+void Hub::breakSilence() {
+    if (!_options.isChecked || !_wire || _wire->isClosed() || _open.empty() || Clock::now() < _quietSince + kSilence) {
+        return;
+    }
+    _quietSince = Clock::now();
+    if (_isGreeted) {
+        askAgain();
+    } else {
+        sendHello();
     }
 }
 
@@ -211,6 +260,10 @@ void Hub::notifyAll(const std::string& method, const Field& params) {
 }
 
 void Hub::receiveHello(const Envelope& answer) {
+    if (_isGreeted) {
+        // It was sent twice, because an answer was missing.
+        return;
+    }
     if (answer.isFailure) {
         refuseHeld(_held, failureOf(answer));
         _wire->close();
@@ -276,6 +329,8 @@ void Hub::endWire() {
     _wire.reset();
     _isGreeted = false;
     _isDescribing = false;
+    _asking = 0;
+    _doubtful.clear();
     endStreams(failure);
     for (const auto& [id, open] : std::exchange(_open, {})) {
         if (HubClient* asker = client(open.client)) {

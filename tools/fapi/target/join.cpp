@@ -114,12 +114,20 @@ bool Target::greet(const TargetOptions& options) {
     const long long id =
         begin("hello", {{"protocol", versions}, {"framings", Field::List{kPlainName}}, {"name", options.client}});
     const Clock::time_point deadline = Clock::now() + options.limit;
+    bool isStopped = false;
+    if (options.stop >= 0) {
+        watch(options.stop, [&] { isStopped = true; });
+    }
     while (!isFinished(id) && _lost.empty()) {
+        if (isStopped) {
+            throw RequestError(ErrorCode::canceled, "interrupted");
+        }
         if (Clock::now() >= deadline) {
             throw RequestError(ErrorCode::unavailable, agentOf(options) + ": does not answer");
         }
         wait(deadline);
     }
+    unwatch(options.stop);
     if (!isFinished(id)) {
         return false;
     }

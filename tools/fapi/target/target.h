@@ -29,6 +29,7 @@ struct TargetOptions {
     std::string agent;       // the program; empty: $FAPI_AGENT, else fapi-agent beside this program
     std::string hub;         // the program; empty: $FAPI_HUB, else this program
     std::chrono::milliseconds limit{30000};  // until the hub has answered the first request
+    int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for that
 };
 
 // The folder that the options mean, as an absolute path without links.
@@ -99,7 +100,7 @@ public:
     std::vector<Client> clients();
 
 private:
-    // Pieces of a stream that have come and that nobody has taken yet.
+    // Pieces of a stream that have come and have not been read.
     struct Stream {
         std::deque<Field> pieces;
         bool isDiscarded = false;
