@@ -191,6 +191,11 @@ TEST_F(AgentTest, WhatIsLargeComesAsAStream) {
     EXPECT_EQ(stream(agent().ask("file.read", {{"path", "/data/a"}})), bytes);
     EXPECT_EQ(failure(agent().request("file.read", {{"path", "/etc/passwd"}})), ErrorCode::unavailable);
 
+    EXPECT_EQ(
+        agent().ask("data", {{"source", "calibration"}, {"arguments", Field::List{1, 0}}})["series"].list().size(), 6u);
+    EXPECT_EQ(failure(agent().request("data", {{"source", "gamma"}, {"arguments", Field::List{0}}})),
+              ErrorCode::unavailable);
+
     const tool::Bytes image = stream(agent().ask("env.read", {{"flash", "emmc"}}));
     EXPECT_EQ(image.size(), 65536u);
     agent().ask("env.write", {{"flash", "emmc"}, {"bytes", tool::Bytes(65536, 0xFF)}});
@@ -239,12 +244,14 @@ TEST_F(AgentTest, PowerCyclesAndTheWatchdogKeepTheStoreAndLoseTheMemory) {
     EXPECT_EQ(failure(died), ErrorCode::died);
     EXPECT_EQ(died.failure->data["reason"], Field("watchdog"));
     EXPECT_EQ(agent().ask("set.show")["boots"], Field(4));
+    EXPECT_EQ(agent().ask("set.ports")["ports"].list().size(), 5u);
 
     const auto serial = [&] {
         return agent().call("sys_get_emmc_env_var", {"serial"})["outputs"].list().at(0)["value"].text();
     };
     EXPECT_EQ(failure(agent().request("set.backup")), ErrorCode::unavailable);
     agent().ask("power", {{"to", "off"}});
+    EXPECT_TRUE(agent().ask("set.ports")["ports"].list().empty());
     const tool::Bytes backup = stream(agent().ask("set.backup"));
     const std::string file = writeFile("backup.tar.gz", {backup.begin(), backup.end()});
     EXPECT_EQ(agent().ask("power", {{"to", "reset"}})["boots"], Field(1));
