@@ -76,6 +76,15 @@ protected:
         ADD_FAILURE() << "the stream has no end";
         return all;
     }
+    // How many bytes the process has written.
+    static long long writtenBy(pid_t pid) {
+        std::string name;
+        long long number = 0;
+        std::ifstream io("/proc/" + std::to_string(pid) + "/io");
+        while (io >> name >> number && name != "wchar:") {
+        }
+        return number;
+    }
     static bool isAlive(pid_t pid) {
         std::string name, state;
         std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
@@ -352,7 +361,7 @@ TEST_F(AgentTest, WhatIsNoRequestIsRefusedAndTheAgentGoesOn) {
 TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
     hello();
     agent().ask("log", {{"on", true}});
-    agent().call("sys_init");
+    agent().call("prphrl_start_factory_uart", {"115200", 0, 0});
     constexpr int kRequests = 10000;
     const long long first = agent().send("cancel", {{"id", 0}}) + 1;
     std::thread writer([&] {
@@ -371,6 +380,19 @@ TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
 #ifndef FAPI_SANITIZED
     EXPECT_LT(pages * sysconf(_SC_PAGESIZE), 40 << 20);
 #endif
+    // The library logs each command of the line, whoever reads.
+    const std::string commands = [] {
+        std::string lines;
+        for (int i = 0; i < 100; ++i) {
+            lines += "command\n";
+        }
+        return lines;
+    }();
+    const long long logged = writtenBy(agent().worker());
+    std::ofstream(set() + "/ports/uart0") << commands << std::flush;
+    const auto size = static_cast<long long>(commands.size());
+    EXPECT_TRUE(eventually([&] { return writtenBy(agent().worker()) >= logged + size; }));
+
     long long seq = 0, answers = first, dropped = 0;
     while (answers < first + kRequests) {
         const std::optional<tool::Message> message = agent().read();
