@@ -3,11 +3,13 @@
 #include "target/in_process.h"
 
 #include "actions/action.h"
+#include "actions/log_switch.h"
 #include "operations/operation.h"
 
 namespace tool {
 
 Outcome invoke(const Operation& operation, const std::vector<Value>& arguments) {
+    const LogSwitch logSwitch;
     return findOperationRow(operation.name)->invoke(arguments);
 }
 

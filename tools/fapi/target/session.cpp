@@ -24,9 +24,6 @@ namespace {
 
 FILE* g_dataOutput = nullptr;
 
-// Found by the thread that opens the session, which is the one that calls.
-std::optional<vset::PretendedFile> g_logSwitch;
-
 }  // namespace
 
 FILE* dataOutput() {
@@ -82,12 +79,8 @@ void openSession(const SessionOptions& options) {
     hearEvents([](Event event) { eventLog().add(std::move(event)); });
     vset::attach(folder);
     if (options.log) {
-        g_logSwitch.emplace(kLogSwitch);
+        setLogSwitch(LogState::on);
     }
-}
-
-void followLogSwitch() {
-    g_logSwitch.reset();
 }
 
 void endWithSet() {

@@ -45,9 +45,6 @@ std::string setFolder(const SessionOptions& options);
 // damage is printed to standard error, one line each, and then thrown unless the options allow it.
 void openSession(const SessionOptions& options);
 
-// Ends what SessionOptions::log asked for: the set's switch counts again.
-void followLogSwitch();
-
 // What openSession() makes of a reboot by the watchdog: says so, and ends the process.
 [[noreturn]] void endWithSet();
 
