@@ -15,7 +15,7 @@
 #include "base/terminal.h"
 #include "shell/help.h"
 #include "shell/line_source.h"
-#include "shell/worker_end.h"
+#include "target/worker_end.h"
 #include "target/output.h"
 #include "target/session.h"
 #include "target/surprises.h"
