@@ -13,13 +13,11 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include "actions/host_file.h"
 #include "actions/sums.h"
 #include "protocol/sha256.h"
+#include "vset/vset.h"
 
 namespace tool {
 
@@ -62,22 +60,18 @@ Listing listSet(const std::string& folder) {
 }
 
 // Hands the file on piece by piece; returns its sum.
-std::string readThrough(const std::string& file, const IsStopped& isStopped,
-                        const std::function<void(const char* data, std::size_t size)>& take) {
+std::string readThrough(const std::string& file, const std::function<void(const char* data, std::size_t size)>& take) {
     std::ifstream stream(file, std::ios::binary);
     std::string chunk(kChunk, '\0');
     Sha256 sum;
     while (stream) {
         stream.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
         const auto size = static_cast<std::size_t>(stream.gcount());
-        if (isStopped()) {
-            throw BackupStopped("stopped");
-        }
         sum.add(chunk.data(), size);
         take(chunk.data(), size);
     }
     if (!stream.is_open() || stream.bad()) {
-        throw std::runtime_error(file + ": cannot be read");
+        throw vset::SetError(file + ": cannot be read");
     }
     return sum.sum();
 }
@@ -85,8 +79,7 @@ std::string readThrough(const std::string& file, const IsStopped& isStopped,
 // The archive as it grows.
 class Archive {
 public:
-    explicit Archive(int descriptor, std::string file)
-        : _file(std::move(file)), _archive(archive_write_new(), archive_write_free) {
+    explicit Archive(int descriptor) : _archive(archive_write_new(), archive_write_free) {
         require(archive_write_add_filter_gzip(_archive.get()));
         // Takes names of files as the bytes that they are.
         require(archive_write_set_format_gnutar(_archive.get()));
@@ -116,19 +109,19 @@ private:
         if (result != ARCHIVE_OK) {
             const char* reason = archive_error_string(_archive.get());
             const int number = archive_errno(_archive.get());
-            throw std::runtime_error(_file + ": " + (reason != nullptr ? reason : "cannot be written") +
-                                     (number > 0 ? std::string(": ") + std::strerror(number) : ""));
+            vset::noteHostTrouble("the backup", number);
+            throw vset::SetError(std::string("the backup: ") + (reason != nullptr ? reason : "cannot be written") +
+                                 (number > 0 ? std::string(": ") + std::strerror(number) : ""));
         }
     }
 
-    const std::string _file;
     const std::unique_ptr<archive, int (*)(archive*)> _archive;
 };
 
 struct stat statusOf(const std::string& file) {
     struct stat status = {};
     if (stat(file.c_str(), &status) != 0) {
-        throw std::runtime_error(file + ": cannot be read");
+        throw vset::SetError(file + ": cannot be read");
     }
     return status;
 }
@@ -143,39 +136,16 @@ void addSums(Archive& archive, const Sums& sums) {
     archive.write(text.data(), text.size());
 }
 
-void addFile(Archive& archive, const std::string& file, const std::string& path, const std::string& sum,
-             const IsStopped& isStopped) {
+void addFile(Archive& archive, const std::string& file, const std::string& path, const std::string& sum) {
     archive.add(path, AE_IFREG, statusOf(file));
-    if (readThrough(file, isStopped, [&](const char* data, std::size_t size) { archive.write(data, size); }) != sum) {
-        throw std::runtime_error(file + ": has changed meanwhile");
+    if (readThrough(file, [&](const char* data, std::size_t size) { archive.write(data, size); }) != sum) {
+        throw vset::SetError(file + ": has changed meanwhile");
     }
 }
 
-// Removes the file unless it has been renamed.
-class NewFile {
-public:
-    explicit NewFile(const std::string& file) : _name(file + ".new"), _open(_name, O_WRONLY | O_CREAT | O_TRUNC) {}
-    ~NewFile() { unlink(_name.c_str()); }
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-
-    int descriptor() const { return _open.get(); }
-    void rename(const std::string& file) const {
-        if (fdatasync(_open.get()) != 0) {
-            throw std::runtime_error(_name + ": cannot be written");
-        }
-        fs::rename(_name, file);
-        syncHostFolder(file);
-    }
-
-private:
-    const std::string _name;
-    const HostFile _open;
-};
-
 }  // namespace
 
-BackupContents writeBackup(const std::string& folder, const std::string& file, const IsStopped& isStopped) {
+BackupContents writeBackup(const std::string& folder, int descriptor) {
     const Listing listing = listSet(folder);
     const std::string inside = folder + "/";
     BackupContents contents;
@@ -183,20 +153,17 @@ BackupContents writeBackup(const std::string& folder, const std::string& file, c
     contents.leftOut = listing.others;
     Sums sums;
     for (const std::string& path : listing.files) {
-        sums[path] =
-            readThrough(inside + path, isStopped, [&](const char*, std::size_t size) { contents.bytes += size; });
+        sums[path] = readThrough(inside + path, [&](const char*, std::size_t size) { contents.bytes += size; });
     }
-    const NewFile next(file);
-    Archive archive(next.descriptor(), file);
+    Archive archive(descriptor);
     addSums(archive, sums);
     for (const std::string& path : listing.folders) {
         archive.add(path + "/", AE_IFDIR, statusOf(inside + path));
     }
     for (const std::string& path : listing.files) {
-        addFile(archive, inside + path, path, sums[path], isStopped);
+        addFile(archive, inside + path, path, sums[path]);
     }
     archive.close();
-    next.rename(file);
     return contents;
 }
 

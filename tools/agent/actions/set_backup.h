@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -21,22 +20,16 @@ struct BackupContents {
     std::string remains;               // what could not be removed, and why; empty: nothing
 };
 
-// Whether the user wants no more of it; is asked again and again.
-using IsStopped = std::function<bool()>;
+// Whether the client wants no more of it; is asked again and again.
+using IsCanceled = std::function<bool()>;
 
-// The user has stopped it; nothing is there that was not there before.
-class BackupStopped : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+// Writes the set in `folder`, which no process uses meanwhile, to the descriptor. Throws vset::SetError.
+BackupContents writeBackup(const std::string& folder, int descriptor);
 
-// Writes the set in `folder`, which nobody uses meanwhile, to `file`: whole, or not at all. Throws std::runtime_error.
-BackupContents writeBackup(const std::string& folder, const std::string& file, const IsStopped& isStopped);
-
-// Puts the set of a backup into the place of the one in `folder`, which nobody uses meanwhile, or of nothing: whole, or
-// not at all. Every file is compared with its sum. Refuses everything that a backup does not have, and writes nowhere
-// else, whatever the archive says. Throws std::runtime_error.
-BackupContents restoreBackup(const std::string& file, const std::string& folder, const IsStopped& isStopped);
+// Puts the set of a backup into the place of the one in `folder`, which no process uses meanwhile, or of nothing:
+// whole, or not at all. Every file is compared with its sum. Refuses everything that a backup does not have, and writes
+// nowhere else, whatever the archive says. Throws vset::SetError, and RequestError when it is canceled.
+BackupContents restoreBackup(const std::string& file, const std::string& folder, const IsCanceled& isCanceled);
 
 }  // namespace tool
 

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,6 +15,7 @@
 
 #include "actions/host_file.h"
 #include "hw3/hw_flash.h"
+#include "protocol/framing.h"
 #include "vset/vset.h"
 
 namespace tool {
@@ -28,13 +28,29 @@ constexpr const char* kFlashes[] = {"emmc", "nand", "spi_nor"};
 // How many images are kept of a flash type.
 constexpr std::size_t kKept = 8;
 
+// One byte more than an image has says that a file is too long.
 Bytes readFile(const std::string& file) {
     const vset::HostPaths hostPaths;
     std::ifstream stream(file, std::ios::binary);
-    if (!stream) {
+    Bytes bytes(HW_FLASH_ENV_IMAGE_SIZE + 1);
+    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!stream.is_open() || stream.bad() || !fs::is_regular_file(file)) {
         throw vset::SetError(file + ": cannot be read");
     }
-    return Bytes(std::istreambuf_iterator<char>(stream), {});
+    bytes.resize(static_cast<std::size_t>(stream.gcount()));
+    return bytes;
+}
+
+// Whether the image is erased flash, or begins with the little-endian checksum of its rest.
+bool isWhole(const Bytes& image) {
+    if (image.size() != HW_FLASH_ENV_IMAGE_SIZE) {
+        return false;
+    }
+    if (std::all_of(image.begin(), image.end(), [](unsigned char byte) { return byte == 0xFF; })) {
+        return true;
+    }
+    const std::uint32_t sum = image[0] | image[1] << 8 | image[2] << 16 | static_cast<std::uint32_t>(image[3]) << 24;
+    return sum == crc32({reinterpret_cast<const char*>(image.data()) + sizeof(sum), image.size() - sizeof(sum)});
 }
 
 // The file then holds the bytes, or what it held before, also after a power cut.
@@ -78,15 +94,21 @@ void SetImage::write(const Bytes& image) const {
     const vset::HostPaths hostPaths;
     std::error_code error;
     fs::create_directories(_folder + "/env/kept", error);
-    std::vector<Kept> before = kept();
+    const std::vector<Kept> before = kept();
     // A link, so that the image keeps its time.
     const std::string keep = keptFile(before.empty() ? 1 : before.back().number + 1);
     if (!fs::exists(file()) || link(file().c_str(), keep.c_str()) != 0) {
         replaceFile(keep, read());
     }
+    replace(image);
+    forgetOldest();
+}
+
+void SetImage::replace(const Bytes& image) const {
+    const vset::HostPaths hostPaths;
     replaceFile(file(), image);
-    for (std::size_t i = 0; i + kKept <= before.size(); ++i) {
-        fs::remove(keptFile(before[i].number), error);
+    if (read() != image) {
+        throw vset::SetError(file() + ": reads back otherwise than it was written");
     }
 }
 
@@ -110,6 +132,30 @@ std::vector<SetImage::Kept> SetImage::kept() const {
 
 Bytes SetImage::readKept(unsigned long number) const {
     return readFile(keptFile(number));
+}
+
+bool SetImage::isKeptWhole(const Kept& image) const {
+    return isWhole(readKept(image.number));
+}
+
+std::optional<SetImage::Kept> SetImage::newestWhole() const {
+    const std::vector<Kept> images = kept();
+    const auto whole =
+        std::find_if(images.rbegin(), images.rend(), [this](const Kept& image) { return isKeptWhole(image); });
+    return whole != images.rend() ? std::optional(*whole) : std::nullopt;
+}
+
+// Removes damaged ones before whole ones, but not the newest.
+void SetImage::forgetOldest() const {
+    std::vector<Kept> images = kept();
+    while (images.size() > kKept) {
+        const auto newest = images.end() - 1;
+        const auto damaged =
+            std::find_if(images.begin(), newest, [this](const Kept& image) { return !isKeptWhole(image); });
+        const auto forgotten = damaged != newest ? damaged : images.begin();
+        fs::remove(keptFile(forgotten->number));
+        images.erase(forgotten);
+    }
 }
 
 }  // namespace tool

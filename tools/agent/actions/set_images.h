@@ -3,6 +3,7 @@
 #ifndef FAPI_AGENT_ACTIONS_SET_IMAGES_H
 #define FAPI_AGENT_ACTIONS_SET_IMAGES_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,10 +16,15 @@ class SetImage {
 public:
     SetImage(std::string folder, std::string flash);
 
-    // Returns the image; one without a file is erased flash.
+    std::string file() const;
+
+    // Returns the image, and of a file that is too long one byte more than an image has; one without a file is erased
+    // flash.
     Bytes read() const;
     // Puts it in the place of the one that is there, which is kept: a kill at any moment leaves the one or the other.
     void write(const Bytes& image) const;
+    // Puts it there without keeping what is there.
+    void replace(const Bytes& image) const;
 
     // The images that were there before, by number; the newest has the highest.
     struct Kept {
@@ -27,9 +33,12 @@ public:
     };
     std::vector<Kept> kept() const;
     Bytes readKept(unsigned long number) const;
+    // The newest of them that is not damaged, if there is one.
+    std::optional<Kept> newestWhole() const;
 
 private:
-    std::string file() const;
+    bool isKeptWhole(const Kept& image) const;
+    void forgetOldest() const;
     std::string keptFile(unsigned long number) const;
 
     const std::string _folder;

@@ -17,6 +17,7 @@
 #include "actions/host_file.h"
 #include "actions/set_backup.h"
 #include "actions/sums.h"
+#include "protocol/message.h"
 #include "protocol/sha256.h"
 #include "protocol/value.h"
 #include "vset/vset.h"
@@ -65,7 +66,7 @@ public:
     }
 
 private:
-    [[noreturn]] void fail() const { throw std::runtime_error(_name + ": " + std::strerror(errno)); }
+    [[noreturn]] void fail() const { throw vset::SetError(_name + ": " + std::strerror(errno)); }
 
     const std::string _name;
     const HostFile _open;
@@ -74,8 +75,8 @@ private:
 
 class Restorer {
 public:
-    Restorer(const std::string& file, const std::string& folder, const IsStopped& isStopped)
-        : _file(file), _folder(folder), _isStopped(isStopped), _archive(archive_read_new(), archive_read_free) {
+    Restorer(const std::string& file, const std::string& folder, const IsCanceled& isCanceled)
+        : _file(file), _folder(folder), _isCanceled(isCanceled), _archive(archive_read_new(), archive_read_free) {
         archive_read_support_filter_gzip(_archive.get());
         archive_read_support_format_tar(_archive.get());
         if (archive_read_open_filename(_archive.get(), file.c_str(), kBlock) != ARCHIVE_OK) {
@@ -100,7 +101,7 @@ public:
         // Not earlier: one that nobody may write to would get no files.
         for (auto folder = _folders.rbegin(); folder != _folders.rend(); ++folder) {
             if (chmod((_folder + "/" + folder->first).c_str(), folder->second) != 0) {
-                throw std::runtime_error(_folder + "/" + folder->first + ": " + std::strerror(errno));
+                throw vset::SetError(_folder + "/" + folder->first + ": " + std::strerror(errno));
             }
         }
         _contents.files = _sums.size();
@@ -108,7 +109,7 @@ public:
     }
 
 private:
-    [[noreturn]] void refuse(const std::string& what) const { throw std::runtime_error(_file + ": " + what); }
+    [[noreturn]] void refuse(const std::string& what) const { throw vset::SetError(_file + ": " + what); }
 
     [[noreturn]] void failWithArchive() const {
         const char* reason = archive_error_string(_archive.get());
@@ -153,8 +154,8 @@ private:
 
     // The next piece of the entry's data; false at its end.
     bool read(std::string& chunk) {
-        if (_isStopped()) {
-            throw BackupStopped("stopped");
+        if (_isCanceled()) {
+            throw RequestError(ErrorCode::canceled, "canceled; nothing is changed");
         }
         chunk.resize(kBlock);
         const la_ssize_t size = archive_read_data(_archive.get(), chunk.data(), chunk.size());
@@ -201,7 +202,7 @@ private:
 
     const std::string _file;
     const std::string _folder;
-    const IsStopped& _isStopped;
+    const IsCanceled& _isCanceled;
     const std::unique_ptr<archive, int (*)(archive*)> _archive;
     archive_entry* _entry = nullptr;
     std::string _path;  // of the entry
@@ -217,7 +218,7 @@ public:
     explicit FolderBeside(const std::string& folder) : _name(folder + ".restore-XXXXXX") {
         fs::create_directories(fs::path(folder).parent_path());
         if (mkdtemp(_name.data()) == nullptr) {
-            throw std::runtime_error(_name + ": " + std::strerror(errno));
+            throw vset::SetError(_name + ": " + std::strerror(errno));
         }
     }
     ~FolderBeside() { remove(); }
@@ -232,7 +233,7 @@ public:
         syncfs(open.get());
         const unsigned int flags = fs::exists(folder) ? RENAME_EXCHANGE : 0;
         if (renameat2(AT_FDCWD, _name.c_str(), AT_FDCWD, folder.c_str(), flags) != 0) {
-            throw std::runtime_error(folder + ": cannot be replaced: " + std::strerror(errno));
+            throw vset::SetError(folder + ": cannot be replaced: " + std::strerror(errno));
         }
         syncHostFolder(folder);
     }
@@ -250,12 +251,12 @@ private:
 
 }  // namespace
 
-BackupContents restoreBackup(const std::string& file, const std::string& folder, const IsStopped& isStopped) {
+BackupContents restoreBackup(const std::string& file, const std::string& folder, const IsCanceled& isCanceled) {
     const vset::HostPaths hostPaths;
     const FolderBeside next(folder);
-    BackupContents contents = Restorer(file, next.name(), isStopped).run();
+    BackupContents contents = Restorer(file, next.name(), isCanceled).run();
     if (chmod(next.name().c_str(), 0755) != 0) {
-        throw std::runtime_error(next.name() + ": " + std::strerror(errno));
+        throw vset::SetError(next.name() + ": " + std::strerror(errno));
     }
     if (!fs::exists(next.name() + "/set.json") && !fs::exists(next.name() + "/env")) {
         throw vset::SetError(file + ": is no backup of a set");

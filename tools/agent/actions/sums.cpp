@@ -2,9 +2,8 @@
 // Lists of files with their SHA-256.
 #include "actions/sums.h"
 
-#include <stdexcept>
-
 #include "protocol/number_list.h"
+#include "vset/vset.h"
 
 namespace tool {
 
@@ -57,7 +56,7 @@ Sums parseSums(std::string_view text) {
         const std::size_t start = kSumDigits + kSumGap.size();
         if (line.size() <= start || line.substr(kSumDigits, kSumGap.size()) != kSumGap ||
             sum.find_first_not_of("0123456789abcdef") != std::string::npos) {
-            throw std::runtime_error("the list of sums is none");
+            throw vset::SetError("the list of sums is none");
         }
         const std::string_view path = line.substr(start);
         sums[escaped ? unescapePath(path) : std::string(path)] = sum;

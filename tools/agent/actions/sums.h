@@ -13,7 +13,7 @@ namespace tool {
 using Sums = std::map<std::string, std::string>;
 
 std::string sumsText(const Sums& sums);
-// Throws std::runtime_error when the text is no such list.
+// Throws vset::SetError when the text is no such list.
 Sums parseSums(std::string_view text);
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 // Requests that the worker carries out one after the other.
 #include "worker/lane.h"
 
+#include <atomic>
 #include <cstdio>
 #include <thread>
 #include <utility>
@@ -20,6 +21,10 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kPiece = 1u << 18;
+
+// Requests: the one that this thread carries out, and the last one that its client has canceled.
+thread_local long long t_running = -1;
+std::atomic<long long> g_canceled{-1};
 
 // What a method has thrown, as a failure.
 MessageFailure currentFailure() {
@@ -52,6 +57,14 @@ Reply runMethod(const Request& request) {
 
 }  // namespace
 
+bool isCanceled() {
+    return g_canceled == t_running;
+}
+
+void cancelRequest(long long id) {
+    g_canceled = id;
+}
+
 Lane::Lane(std::size_t number, Outbox& outbox) : _number(number), _outbox(outbox) {
     std::thread([this] { run(); }).detach();
 }
@@ -77,6 +90,7 @@ void Lane::run() {
 void Lane::serve(const Request& request) {
     Answer answer = {request.id, {}, std::nullopt};
     Pieces pieces;
+    t_running = request.id;
     putDescriptorsBack();
     try {
         Reply reply = runMethod(request);

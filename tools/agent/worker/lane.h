@@ -35,6 +35,11 @@ private:
     std::deque<Request> _waiting;
 };
 
+// Whether the client wants no more of the request that this thread carries out.
+bool isCanceled();
+// Says so of a request.
+void cancelRequest(long long id);
+
 }  // namespace tool
 
 #endif

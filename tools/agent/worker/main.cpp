@@ -74,6 +74,8 @@ private:
             setLogSwitch(state == "on" ? LogState::on : state == "off" ? LogState::off : LogState::set);
         } else if (notification.method == "events") {
             reportEvents(notification.params["on"].flagOr(true));
+        } else if (notification.method == "cancel") {
+            cancelRequest(notification.params.at("id").number());
         } else if (notification.method == "journal") {
             reportJournal(notification.params["on"].flagOr(true));
         }
@@ -93,7 +95,7 @@ int run(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
         if (word == "--socket" && i + 1 < argc) {
-            socket = std::atoi(argv[++i]);
+            socket = static_cast<int>(std::strtol(argv[++i], nullptr, 10));
         } else if (word == "--set" && i + 1 < argc) {
             options.folder = argv[++i];
         } else if (word == "--damaged") {

@@ -30,6 +30,9 @@ inline Pieces piecesOf(std::shared_ptr<std::ifstream> file) {
     return [file = std::move(file)](std::size_t most) {
         Bytes piece(most);
         file->read(reinterpret_cast<char*>(piece.data()), static_cast<std::streamsize>(most));
+        if (file->bad()) {
+            throw RequestError(ErrorCode::unavailable, "the file cannot be read to its end");
+        }
         piece.resize(static_cast<std::size_t>(file->gcount()));
         return piece;
     };

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Methods on the set as a whole.
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -8,12 +11,15 @@
 #include <optional>
 #include <string_view>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "actions/set_backup.h"
+#include "actions/set_repair.h"
 #include "hw3/hw_flash.h"
 #include "vset/flash.h"
 #include "vset/uart.h"
+#include "worker/lane.h"
 #include "worker/method.h"
 #include "worker/set_session.h"
 
@@ -56,7 +62,10 @@ Reply power(const Field& params) {
 }
 
 Reply show(const Field&) {
-    const std::vector<std::string> damage = vset::check(setFolder());
+    const vset::HostPaths hostPaths;
+    // A new set is made when it is switched on.
+    const bool isThere = fs::exists(setFolder() + "/set.json");
+    const std::vector<std::string> damage = isThere ? vset::check(setFolder()) : std::vector<std::string>();
     // Damage is what is to be shown.
     switchSetOn(true);
     Field partitions = Field::List{}, environment = Field::Fields{};
@@ -100,18 +109,29 @@ void requireOff() {
     }
 }
 
-// A file without a name after it has been opened.
+// A file without a name, which is gone when it is closed.
 class TemporaryFile {
 public:
-    TemporaryFile() { close(mkstemp(_name.data())); }
-    ~TemporaryFile() { unlink(_name.c_str()); }
+    TemporaryFile() {
+        std::string name = (fs::temp_directory_path() / "fapi-backup-XXXXXX").string();
+        _descriptor = mkostemp(name.data(), O_CLOEXEC);
+        if (_descriptor < 0) {
+            throw vset::SetError(name + ": " + std::strerror(errno));
+        }
+        _stream->open(name, std::ios::binary);
+        unlink(name.c_str());
+    }
+    ~TemporaryFile() { close(_descriptor); }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    const std::string& name() const { return _name; }
+    int descriptor() const { return _descriptor; }
+    // Reads it from its beginning.
+    const std::shared_ptr<std::ifstream>& stream() const { return _stream; }
 
 private:
-    std::string _name = (fs::temp_directory_path() / "fapi-backup-XXXXXX").string();
+    int _descriptor = -1;
+    const std::shared_ptr<std::ifstream> _stream = std::make_shared<std::ifstream>();
 };
 
 Field contentsField(const BackupContents& contents) {
@@ -122,10 +142,6 @@ Field contentsField(const BackupContents& contents) {
     return {{"files", contents.files}, {"bytes", contents.bytes}, {"left_out", std::move(leftOut)}};
 }
 
-bool isNeverStopped() {
-    return false;
-}
-
 Reply backup(const Field&) {
     requireOff();
     const vset::HostPaths hostPaths;
@@ -133,9 +149,8 @@ Reply backup(const Field&) {
     vset::repairs(setFolder());
     const vset::Hold hold(setFolder());
     const TemporaryFile file;
-    const BackupContents contents = writeBackup(setFolder(), file.name(), isNeverStopped);
-    const auto stream = std::make_shared<std::ifstream>(file.name(), std::ios::binary);
-    return {contentsField(contents), piecesOf(stream)};
+    const BackupContents contents = writeBackup(setFolder(), file.descriptor());
+    return {contentsField(contents), piecesOf(file.stream())};
 }
 
 Reply restore(const Field& params) {
@@ -148,14 +163,83 @@ Reply restore(const Field& params) {
         vset::repairs(folder);
         hold.emplace(folder);
     }
-    return contentsField(restoreBackup(params.at("file").text(), folder, isNeverStopped));
+    const BackupContents contents = restoreBackup(params.at("file").text(), folder, isCanceled);
+    Field answer = contentsField(contents);
+    if (!contents.remains.empty()) {
+        answer.set("remains", Field::ofSet(contents.remains));
+    }
+    return answer;
+}
+
+// --- Repairs ---------------------------------------------------------------------------------------------------------
+
+Field repairsField(const std::vector<SetRepair>& repairs) {
+    Field::List all;
+    for (const SetRepair& repair : repairs) {
+        Field row = {{"file", Field::ofSet(repair.file)}};
+        Field::List damage;
+        for (const std::string& line : repair.damage) {
+            damage.push_back(Field::ofSet(line));
+        }
+        row.set("damage", std::move(damage));
+        row.set("remedy", repair.remedy);
+        if (repair.written) {
+            row.set("written", *repair.written);
+        }
+        all.push_back(std::move(row));
+    }
+    return all;
+}
+
+Reply damage(const Field&) {
+    return Field{{"damage", repairsField(repairsOf(setFolder()))}};
+}
+
+// The folder for what is damaged now; another one when there is one of that name, of the same second.
+std::string newDamageFolder() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local = {};
+    char date[32] = {};
+    std::strftime(date, sizeof(date), "/damaged-%Y%m%d-%H%M%S", localtime_r(&now, &local));
+    const std::string wanted = setFolder() + date;
+    std::string name = wanted;
+    for (unsigned int i = 2; fs::exists(name); ++i) {
+        name = wanted + "-" + std::to_string(i);
+    }
+    return name;
+}
+
+Reply repair(const Field&) {
+    requireOff();
+    const vset::HostPaths hostPaths;
+    // Before the hold, which would put a file into a folder that is no set.
+    if (repairsOf(setFolder()).empty()) {
+        return Field{{"repaired", Field::List()}};
+    }
+    const vset::Hold hold(setFolder());
+    const std::vector<SetRepair> repairs = repairsOf(setFolder());
+    const std::string keep = newDamageFolder();
+    const std::vector<std::string> kept = mendSet(setFolder(), keep, repairs);
+    Field repaired = Field::List();
+    const Field fields = repairsField(repairs);
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        Field& row = repaired.add(fields.list()[i]);
+        if (!kept[i].empty()) {
+            row.set("kept", Field::ofSet(kept[i]));
+        }
+    }
+    Field answer = {{"repaired", std::move(repaired)}};
+    if (fs::exists(keep)) {
+        answer.set("folder", Field::ofSet(keep));
+    }
+    return answer;
 }
 
 }  // namespace
 
 std::vector<Method> setMethods() {
-    return {
-        {"power", power}, {"set.backup", backup}, {"set.restore", restore}, {"set.ports", ports}, {"set.show", show}};
+    return {{"power", power},       {"set.backup", backup},   {"set.damage", damage}, {"set.ports", ports},
+            {"set.repair", repair}, {"set.restore", restore}, {"set.show", show}};
 }
 
 const Method* findMethod(const std::string& name) {

@@ -23,7 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kLongestWrite = 1u << 20;
+// The most that is written by a request, and read by a call.
+constexpr std::size_t kLongestTransfer = 1u << 20;
 
 // --- Files -----------------------------------------------------------------------------------------------------------
 
@@ -93,11 +94,13 @@ const OperationRow& operationFor(const std::string& use) {
 // Calls the operation, after those that it needs and that have not been called.
 Outcome transfer(const OperationRow& row, const std::string& partition, long long offset, Value what) {
     prepareFor(row);
+    noteCalled(row);
     Outcome outcome = row.invoke({partition, offset, std::move(what)});
     if (!outcome.good) {
         Field data = Field::Fields{};
         addTo(data, outcome);
-        throw RequestError({ErrorCode::unavailable,
+        const bool isStations = !vset::takeHostTroubles().empty();
+        throw RequestError({isStations ? ErrorCode::stationFailed : ErrorCode::unavailable,
                             row.shortName() + " answered " + std::to_string(outcome.status) + " (" +
                                 statusWord(row.result, outcome.status) + ") at offset " + std::to_string(offset),
                             std::move(data)});
@@ -120,6 +123,36 @@ long long restOfPartition(const std::string& partition, long long offset) {
     return size - offset;
 }
 
+// A stretch of a partition, read with few calls. One of no byte at all is a call, too: the library judges it.
+class PartitionPieces {
+public:
+    PartitionPieces(const OperationRow& row, std::string partition, long long offset, long long end)
+        : _row(row), _partition(std::move(partition)), _at(offset), _end(end) {}
+
+    Bytes operator()(std::size_t most) {
+        if (_given == _block.size() && (_at != _end || _isFirst)) {
+            const long long size = std::min(static_cast<long long>(kLongestTransfer), _end - _at);
+            _block = std::get<Bytes>(transfer(_row, _partition, _at, size).outputs.at(0).second);
+            _at += size;
+            _given = 0;
+            _isFirst = false;
+        }
+        const auto from = _block.begin() + static_cast<std::ptrdiff_t>(_given);
+        const std::size_t size = std::min(most, _block.size() - _given);
+        _given += size;
+        return {from, from + static_cast<std::ptrdiff_t>(size)};
+    }
+
+private:
+    const OperationRow& _row;
+    const std::string _partition;
+    long long _at;
+    const long long _end;
+    bool _isFirst = true;
+    Bytes _block;
+    std::size_t _given = 0;  // of the block
+};
+
 Reply readPartition(const Field& params) {
     const std::string partition = params.at("partition").text();
     const long long offset = params["offset"].numberOr(0);
@@ -130,15 +163,7 @@ Reply readPartition(const Field& params) {
                            " bytes from the offset on");
     }
     const OperationRow& row = operationFor("read-partition");
-    return {Field{{"bytes", length}}, [&row, partition, at = offset, end = offset + length](std::size_t most) mutable {
-                const long long size = std::min(static_cast<long long>(most), end - at);
-                if (size == 0) {
-                    return Bytes();
-                }
-                const Outcome outcome = transfer(row, partition, at, size);
-                at += size;
-                return std::get<Bytes>(outcome.outputs.at(0).second);
-            }};
+    return {Field{{"bytes", length}}, PartitionPieces(row, partition, offset, offset + length)};
 }
 
 Reply writePartition(const Field& params) {
@@ -146,7 +171,7 @@ Reply writePartition(const Field& params) {
     const long long offset = params["offset"].numberOr(0);
     const std::string& partition = params.at("partition").text();
     const long long rest = restOfPartition(partition, offset);
-    if (bytes.size() > kLongestWrite || static_cast<long long>(bytes.size()) > rest) {
+    if (bytes.size() > kLongestTransfer || static_cast<long long>(bytes.size()) > rest) {
         throw MessageError(std::to_string(bytes.size()) + " bytes at offset " + std::to_string(offset) +
                            " are more than the partition has there, or than a piece may have");
     }
@@ -162,8 +187,19 @@ SetImage imageOf(const Field& params) {
     return {setFolder(), params["flash"].textOr("emmc")};
 }
 
+// Makes a new set where there is none at all; a damaged one stays as it is.
+void makeMissingSet() {
+    const vset::HostPaths hostPaths;
+    if (!fs::exists(setFolder() + "/set.json") && !fs::exists(setFolder() + "/env")) {
+        vset::create(setFolder());
+    }
+}
+
 Reply readImage(const Field& params) {
     const SetImage image = imageOf(params);
+    if (params["create"].flagOr(false)) {
+        makeMissingSet();
+    }
     const Field& kept = params["kept"];
     return {Field::Fields{},
             piecesOf(kept.isNull() ? image.read() : image.readKept(static_cast<unsigned long>(kept.number())))};

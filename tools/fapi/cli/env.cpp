@@ -4,25 +4,23 @@
 
 #include <algorithm>
 #include <ctime>
-#include <filesystem>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 
+#include "base/data_output.h"
 #include "base/durable_file.h"
 #include "base/env_text.h"
 #include "base/terminal.h"
 #include "report/text.h"
 #include "target/env_store.h"
 #include "target/output.h"
-#include "vset/vset.h"
+#include "target/sole_use.h"
 
 namespace tool {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // More names than these make a question unreadable.
 constexpr std::size_t kNamesAsked = 8;
@@ -33,7 +31,7 @@ constexpr std::size_t kNamesAsked = 8;
 struct EnvBench {
     const GlobalOptions& options;
     const EnvOptions& wanted;
-    const EnvStore store;
+    EnvStore& store;
 };
 
 namespace {
@@ -42,18 +40,9 @@ void note(const EnvBench& bench, const std::string& text) {
     printMessage(bench.store.flash() + ": " + text);
 }
 
-// Makes a new set where there is none at all; a damaged one stays as it is.
-std::string benchFolder(const GlobalOptions& options) {
-    std::string folder = setFolder(options.session);
-    if (!fs::exists(folder + "/set.json") && !fs::exists(folder + "/env")) {
-        vset::create(folder);
-    }
-    return folder;
-}
-
 // What is there. Damage is told on standard error.
 Environment look(const EnvBench& bench) {
-    Environment environment = parseEnvImage(bench.store.read());
+    Environment environment = parseEnvImage(bench.store.image());
     for (const std::string& damage : environment.damage) {
         note(bench, damage);
     }
@@ -65,8 +54,8 @@ Environment lookAtWhole(const EnvBench& bench) {
     Environment environment = look(bench);
     if (!environment.damage.empty() && !bench.options.session.damaged) {
         throw SetError(bench.store.flash() +
-                             ": is damaged; \"fapi env repair\" or \"fapi env import --replace FILE\" makes it whole, "
-                             "--damaged goes on with what can be read");
+                       ": is damaged; \"fapi env repair\" or \"fapi env import --replace FILE\" makes it whole, "
+                       "--damaged goes on with what can be read");
     }
     return environment;
 }
@@ -152,7 +141,7 @@ std::string intent(const std::vector<EnvChange>& changes) {
 // Asks, writes the image in one piece, and tells what is other than before.
 int writeImage(const EnvBench& bench, const Environment& before, const std::string& image) {
     const std::vector<EnvChange> changes = changesBetween(before.variables, parseEnvImage(image).variables);
-    const bool written = bench.store.read() != image && (!changes.empty() || !before.damage.empty());
+    const bool written = bench.store.image() != image && (!changes.empty() || !before.damage.empty());
     if (written) {
         const std::string what = changes.empty() ? "makes the image anew" : intent(changes);
         if (!confirm(bench.options, what + " in the boot environment of " + bench.store.flash())) {
@@ -404,14 +393,14 @@ const std::vector<EnvCommand>& envCommands() {
 }
 
 int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const EnvOptions& wanted) {
-    const std::string folder = benchFolder(options);
-    // From before it is read until it is written.
-    std::optional<vset::Hold> hold;
+    Target& target = openSession(options.session);
     if (command.writes) {
-        hold.emplace(folder);
+        // From before it is read until it is written.
+        requireSoleUse(target, "changes the boot environment");
     }
     try {
-        return command.run({options, wanted, EnvStore(folder, wanted.flash)});
+        EnvStore store(target, wanted.flash, true);
+        return command.run({options, wanted, store});
     } catch (const Refusal& refusal) {
         printError(wanted.flash + ": " + refusal.what(), options.json);
         return kExitFailed;
@@ -421,7 +410,11 @@ int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const
 std::vector<std::string> variableNames(const std::string& folder, const std::string& flash) {
     std::vector<std::string> names;
     try {
-        for (const auto& [name, value] : parseEnvImage(EnvStore(folder, flash).read()).variables) {
+        TargetOptions options;
+        options.folder = folder;
+        options.client = "fapi complete";
+        const std::unique_ptr<Target> target = Target::join(options);
+        for (const auto& [name, value] : parseEnvImage(EnvStore(*target, flash).image()).variables) {
             names.push_back(name);
         }
     } catch (const std::exception&) {

@@ -8,11 +8,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/data_output.h"
 #include "base/interrupts.h"
 #include "base/terminal.h"
-#include "target/in_process.h"
 #include "target/output.h"
-#include "vset/flash.h"
 
 namespace tool {
 
@@ -68,25 +67,26 @@ private:
 };
 
 // How many bytes there are from the wanted offset on. Throws UsageError: nothing has been called yet.
-std::uint64_t restOfPartition(const PartitionOptions& wanted) {
-    const std::map<std::string, std::uint64_t> partitions = vset::flash::partitions();
-    const auto found = partitions.find(wanted.partition);
-    if (found == partitions.end()) {
-        std::string known;
-        for (const auto& [name, size] : partitions) {
-            known += (known.empty() ? "" : ", ") + name;
+std::uint64_t restOfPartition(Target& target, const PartitionOptions& wanted) {
+    const Field answer = target.request("partition.list");
+    std::string known;
+    for (const Field& partition : answer.at("partitions").list()) {
+        const std::string& name = partition.at("name").text();
+        const auto size = static_cast<std::uint64_t>(partition.at("bytes").number());
+        if (name == wanted.partition && wanted.offset > size) {
+            throw UsageError("--offset is " + std::to_string(wanted.offset) + ", but " + wanted.partition + " has " +
+                             std::to_string(size) + " bytes");
         }
-        throw UsageError("no such partition: " + wanted.partition + ", expected one of " + known);
+        if (name == wanted.partition) {
+            return size - wanted.offset;
+        }
+        known += (known.empty() ? "" : ", ") + name;
     }
-    if (wanted.offset > found->second) {
-        throw UsageError("--offset is " + std::to_string(wanted.offset) + ", but " + wanted.partition + " has " +
-                         std::to_string(found->second) + " bytes");
-    }
-    return found->second - wanted.offset;
+    throw UsageError("no such partition: " + wanted.partition + ", expected one of " + known);
 }
 
-std::uint64_t fittingLength(const PartitionOptions& wanted, std::optional<std::uint64_t> length) {
-    const std::uint64_t rest = restOfPartition(wanted);
+std::uint64_t fittingLength(Target& target, const PartitionOptions& wanted, std::optional<std::uint64_t> length) {
+    const std::uint64_t rest = restOfPartition(target, wanted);
     if (length.value_or(rest) > rest) {
         throw UsageError(wanted.partition + ": " + std::to_string(*length) + " bytes at offset " +
                          std::to_string(wanted.offset) + " end beyond the partition, which has " +
@@ -95,15 +95,17 @@ std::uint64_t fittingLength(const PartitionOptions& wanted, std::optional<std::u
     return length.value_or(rest);
 }
 
-// One call of the library, at that place of the partition.
-Outcome callOperation(const Operation& operation, const PartitionOptions& wanted, std::uint64_t offset, Value what) {
-    Outcome outcome = invoke(operation, {wanted.partition, static_cast<long long>(offset), std::move(what)});
-    if (!outcome.good) {
-        throw Stopped{kExitFailed, operation.shortName() + " answered " + std::to_string(outcome.status) + " (" +
-                                       statusWord(operation.result, outcome.status) + ") at offset " +
-                                       std::to_string(offset)};
+// Makes a request; that the set has refused the transfer is no failure of the bench.
+template <class Ask>
+void askOrStop(Ask&& ask) {
+    try {
+        ask();
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::unavailable && error.code() != ErrorCode::stationFailed) {
+            throw;
+        }
+        throw Stopped{error.code() == ErrorCode::unavailable ? kExitFailed : kExitSet, error.what()};
     }
-    return outcome;
 }
 
 // `move` takes offset and length of a chunk. A transfer of no byte at all is one, too: the library judges it.
@@ -202,15 +204,15 @@ private:
 
 int readPartition(const GlobalOptions& options, const PartitionOptions& wanted) {
     Interrupts interrupts;
-    openSession(options.session);
-    const std::uint64_t length = fittingLength(wanted, wanted.length);
-    const Operation& operation = *findOperation("sys_read_emmc");
-    bringUpFor(&operation);
+    Target& target = openSession(options.session);
+    const std::uint64_t length = fittingLength(target, wanted, wanted.length);
     TargetFile file(wanted.file);
     try {
         moveChunks(options, wanted, length, interrupts, [&](std::uint64_t offset, std::uint64_t size) {
-            const Outcome outcome = callOperation(operation, wanted, offset, static_cast<long long>(size));
-            file.append(std::get<Bytes>(*outcome.find("data")));
+            const Field which = {{"partition", wanted.partition}, {"offset", offset}, {"length", size}};
+            askOrStop([&] { target.read("partition.read", which, [&](const Bytes& piece) { file.append(piece); }); });
+            // Nothing may have come, and the file is to be there.
+            file.append({});
         });
     } catch (const Stopped& stopped) {
         return complain(options, wanted, stopped, file.giveUp());
@@ -225,14 +227,14 @@ int writePartition(const GlobalOptions& options, const PartitionOptions& wanted)
         return kExitInterrupted;
     }
     Interrupts interrupts;
-    openSession(options.session);
-    const std::uint64_t length = fittingLength(wanted, file.size());
-    const Operation& operation = *findOperation("sys_write_emmc");
-    bringUpFor(&operation);
+    Target& target = openSession(options.session);
+    target.claim("writes partition " + wanted.partition);
+    const std::uint64_t length = fittingLength(target, wanted, file.size());
     std::uint64_t written = 0;
     try {
         moveChunks(options, wanted, length, interrupts, [&](std::uint64_t offset, std::uint64_t size) {
-            callOperation(operation, wanted, offset, file.next(size));
+            const Field piece = {{"partition", wanted.partition}, {"offset", offset}, {"data", file.next(size)}};
+            askOrStop([&] { target.request("partition.write", piece); });
             written += size;
         });
     } catch (const Stopped& stopped) {

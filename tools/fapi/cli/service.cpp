@@ -2,28 +2,22 @@
 // `fapi set backup|restore|repair`: a whole set, from the command line.
 #include "cli/service.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <memory>
-#include <optional>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include "actions/set_backup.h"
+#include "base/data_output.h"
 #include "base/durable_file.h"
 #include "base/env_text.h"
 #include "base/interrupts.h"
 #include "base/terminal.h"
 #include "report/text.h"
-#include "target/env_store.h"
 #include "target/output.h"
-#include "vset/vset.h"
+#include "target/sole_use.h"
 
 namespace tool {
 
@@ -36,49 +30,88 @@ std::string dateName() {
     return timeText(std::chrono::system_clock::now(), "%Y%m%d-%H%M%S");
 }
 
-// Another one when there is one of that name, of the same second.
-std::string newFolderName(const std::string& wanted) {
-    std::string name = wanted;
-    for (unsigned int i = 2; fs::exists(name); ++i) {
-        name = wanted + "-" + std::to_string(i);
+std::vector<std::string> textsOf(const Field& list) {
+    std::vector<std::string> texts;
+    for (const Field& text : list.list()) {
+        texts.push_back(text.text());
     }
-    return name;
+    return texts;
 }
 
-// Where the set itself lies, whatever link leads there.
-std::string realFolder(const GlobalOptions& options) {
-    const fs::path path = fs::weakly_canonical(fs::absolute(setFolder(options.session)));
-    return (path.has_filename() ? path : path.parent_path()).string();
+// What is damaged, each with its remedy. Throws RequestError when there is no set.
+Field::List damageOf(Target& target) {
+    return target.request("set.damage").at("damage").list();
 }
 
-std::string filesText(const BackupContents& contents) {
-    return std::to_string(contents.files) + " files, " + std::to_string(contents.bytes) + " bytes";
-}
-
-void tellDamage(const std::vector<vset::Repair>& repairs) {
-    for (const vset::Repair& repair : repairs) {
-        for (const std::string& line : repair.damage) {
+void tellDamage(const Field::List& damage) {
+    for (const Field& row : damage) {
+        for (const std::string& line : textsOf(row.at("damage"))) {
             printMessage(line);
         }
     }
 }
 
-void report(const GlobalOptions& options, const BackupContents& contents, const std::string& folder,
-            const std::string& file, const std::string& text) {
+void report(const GlobalOptions& options, const Field& contents, const std::string& folder, const std::string& file,
+            const std::string& text) {
+    const long long files = contents.at("files").number();
+    const long long bytes = contents.at("bytes").number();
     printLine(options.json ? jsonLine({{"folder", folder},
                                        {"file", file},
-                                       {"files", contents.files},
-                                       {"bytes", contents.bytes},
-                                       {"left_out", contents.leftOut}})
-                           : text + ", " + filesText(contents));
+                                       {"files", files},
+                                       {"bytes", bytes},
+                                       {"left_out", textsOf(contents.at("left_out"))}})
+                           : text + ", " + std::to_string(files) + " files, " + std::to_string(bytes) + " bytes");
 }
+
+// Calls back at Ctrl-C and the like while a request is under way.
+class WhenInterrupted {
+public:
+    WhenInterrupted(Target& target, std::function<void()> interrupted)
+        : _target(target), _interrupted(std::move(interrupted)) {
+        _target.watch(_interrupts.descriptor(), [this] {
+            _interrupts.take();
+            _interrupted();
+        });
+    }
+    ~WhenInterrupted() { _target.unwatch(_interrupts.descriptor()); }
+    WhenInterrupted(const WhenInterrupted&) = delete;
+    WhenInterrupted& operator=(const WhenInterrupted&) = delete;
+
+private:
+    Target& _target;
+    Interrupts _interrupts;
+    const std::function<void()> _interrupted;
+};
 
 // --- Backup ----------------------------------------------------------------------------------------------------------
 
+// A file that is there when it is whole, and not before.
+class NewFile {
+public:
+    explicit NewFile(const std::string& file)
+        : _file(file), _next(file + ".new"), _open(_next, O_WRONLY | O_CREAT | O_TRUNC) {}
+    ~NewFile() { unlink(_next.c_str()); }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    void append(const Bytes& bytes) const { _open.write({bytes.begin(), bytes.end()}); }
+    void finish() const {
+        if (fdatasync(_open.get()) != 0) {
+            throw writeError(_next, errno);
+        }
+        fs::rename(_next, _file);
+        syncFolderOf(_file);
+    }
+
+private:
+    const std::string _file, _next;
+    const OpenFile _open;
+};
+
 int backupSet(const GlobalOptions& options, const std::string& where) {
-    const std::string folder = realFolder(options);
-    // Refuses what is no set. A damaged one is worth a backup, too.
-    tellDamage(vset::repairs(folder));
+    const std::string folder = setFolder(options.session);
+    Target& target = openSession(options.session);
+    tellDamage(damageOf(target));
     const std::string name = fs::path(folder).filename().string() + "-" + dateName() + ".tar.gz";
     const std::string file = fs::absolute(fs::is_directory(where) ? fs::path(where) / name : fs::path(where)).string();
     const fs::path inside = fs::weakly_canonical(file).lexically_relative(folder);
@@ -88,10 +121,12 @@ int backupSet(const GlobalOptions& options, const std::string& where) {
     if (fs::exists(file) && !confirm(options, "overwrites " + file)) {
         return kExitInterrupted;
     }
-    const vset::Hold hold(folder);
-    Interrupts interrupts;
-    const BackupContents contents = writeBackup(folder, file, [&] { return interrupts.take(); });
-    for (const std::string& path : contents.leftOut) {
+    requireSoleUse(target, "backs the set up");
+    const WhenInterrupted interrupts(target, [] { throw RequestError(ErrorCode::canceled, "interrupted"); });
+    const NewFile next(file);
+    const Field contents = target.read("set.backup", Field::Fields(), [&](const Bytes& piece) { next.append(piece); });
+    next.finish();
+    for (const std::string& path : textsOf(contents.at("left_out"))) {
         std::fprintf(stderr, "fapi: %s: is neither a file nor a folder and is left out\n", escapeText(path).c_str());
     }
     report(options, contents, folder, file, folder + ": backed up to " + file);
@@ -101,88 +136,75 @@ int backupSet(const GlobalOptions& options, const std::string& where) {
 // --- Restore ---------------------------------------------------------------------------------------------------------
 
 int restoreSet(const GlobalOptions& options, const std::string& file) {
-    const std::string folder = realFolder(options);
-    std::optional<vset::Hold> hold;
-    if (fs::exists(folder) && !fs::is_empty(folder)) {
+    const std::string folder = setFolder(options.session);
+    Target& target = openSession(options.session);
+    const bool isThere = fs::exists(folder) && !fs::is_empty(folder);
+    if (isThere) {
         // Refuses what is no set.
-        vset::repairs(folder);
-        hold.emplace(folder);
-        if (!confirm(options, "replaces everything in " + folder)) {
-            return kExitInterrupted;
-        }
+        damageOf(target);
     }
-    // Outlives the folder, whose removal is not to be interrupted.
-    Interrupts interrupts;
-    const BackupContents contents = restoreBackup(file, folder, [&] { return interrupts.take(); });
-    if (!contents.remains.empty()) {
-        printMessage(contents.remains);
+    requireSoleUse(target, "restores the set");
+    if (isThere && !confirm(options, "replaces everything in " + folder)) {
+        return kExitInterrupted;
     }
-    tellDamage(vset::repairs(folder));
+    long long id = 0;
+    const WhenInterrupted interrupts(target, [&] { target.begin("cancel", {{"id", id}}); });
+    id = target.begin("set.restore", {{"file", fs::absolute(file).string()}});
+    const Field contents = target.finish(id);
+    if (contents.has("remains")) {
+        printMessage(contents["remains"].text());
+    }
+    tellDamage(damageOf(target));
     report(options, contents, folder, file, folder + ": restored from " + file);
     return kExitGood;
 }
 
 // --- Repair ----------------------------------------------------------------------------------------------------------
 
-// For a boot environment the image before is better than that of a new set.
-void preferKeptImage(const std::string& folder, vset::Repair& repair) {
-    for (const char* flash : kFlashTypes) {
-        const EnvStore store(folder, flash);
-        if (store.file() != folder + "/" + repair.strFile) {
-            continue;
-        }
-        if (const std::optional<KeptImage> whole = store.newestWhole()) {
-            repair.strRemedy =
-                "the image of " + timeText(std::chrono::system_clock::from_time_t(whole->written), kIsoTime);
-            repair.mend = [store, image = whole->image] { store.replace(image); };
-        }
+std::string remedyOf(const Field& row) {
+    if (!row.has("written")) {
+        return row.at("remedy").text();
     }
+    const std::chrono::nanoseconds written(row["written"].number());
+    return "the image of " + timeText(std::chrono::system_clock::time_point(
+                                          std::chrono::duration_cast<std::chrono::system_clock::duration>(written)),
+                                      kIsoTime);
 }
 
-// Mends one thing after the other. What is damaged is in the folder `keep` from before its mending on.
-void mendAll(const GlobalOptions& options, const std::string& folder, const std::string& keep,
-             const std::vector<vset::Repair>& repairs) {
-    for (const vset::Repair& repair : repairs) {
-        const std::string damaged = folder + "/" + repair.strFile;
-        const bool kept = fs::is_regular_file(damaged);
-        if (kept) {
-            const std::string copy = keep + "/" + repair.strFile;
-            fs::create_directories(fs::path(copy).parent_path());
-            keepFile(damaged, copy);
-        }
-        repair.mend();
-        printLine(options.json ? jsonLine({{"file", repair.strFile},
-                                           {"damage", repair.damage},
-                                           {"remedy", repair.strRemedy},
-                                           {"kept", kept ? Json(keep + "/" + repair.strFile) : Json(nullptr)}})
-                               : repair.strFile + ": " + repair.strRemedy);
-    }
+void printRepaired(const GlobalOptions& options, const Field& row) {
+    const std::string& file = row.at("file").text();
+    printLine(options.json ? jsonLine({{"file", file},
+                                       {"damage", textsOf(row.at("damage"))},
+                                       {"remedy", remedyOf(row)},
+                                       {"kept", row.has("kept") ? Json(row["kept"].text()) : Json(nullptr)}})
+                           : file + ": " + remedyOf(row));
 }
 
 int repairSet(const GlobalOptions& options) {
-    const std::string folder = realFolder(options);
-    // Before the hold, which would put a file into a folder that is no set.
-    if (vset::repairs(folder).empty()) {
+    const std::string folder = setFolder(options.session);
+    Target& target = openSession(options.session);
+    if (damageOf(target).empty()) {
         printLine(options.json ? jsonLine({{"folder", folder}, {"damage", Json::array()}}) : folder + ": is whole");
         return kExitGood;
     }
-    const vset::Hold hold(folder);
-    std::vector<vset::Repair> repairs = vset::repairs(folder);
-    tellDamage(repairs);
+    requireSoleUse(target, "repairs the set");
+    const Field::List damage = damageOf(target);
+    tellDamage(damage);
     std::string what;
-    for (vset::Repair& repair : repairs) {
-        preferKeptImage(folder, repair);
-        what += (what.empty() ? "" : "; ") + ("puts into the place of " + repair.strFile + ": " + repair.strRemedy);
+    for (const Field& row : damage) {
+        what += (what.empty() ? "" : "; ") + ("puts into the place of " + row.at("file").text() + ": " + remedyOf(row));
     }
     if (!confirm(options, what)) {
         return kExitInterrupted;
     }
-    const std::string keep = newFolderName(folder + "/damaged-" + dateName());
-    mendAll(options, folder, keep, repairs);
-    if (fs::exists(keep) && !options.json) {
-        printLine("what was damaged is in " + keep);
+    const Field answer = target.request("set.repair");
+    for (const Field& row : answer.at("repaired").list()) {
+        printRepaired(options, row);
     }
-    const std::vector<vset::Repair> left = vset::repairs(folder);
+    if (answer.has("folder") && !options.json) {
+        printLine("what was damaged is in " + answer["folder"].text());
+    }
+    const Field::List left = damageOf(target);
     tellDamage(left);
     return left.empty() ? kExitGood : kExitSet;
 }
@@ -191,7 +213,10 @@ int repairSet(const GlobalOptions& options) {
 int unlessStopped(const std::function<int()>& action) {
     try {
         return action();
-    } catch (const BackupStopped&) {
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::canceled) {
+            throw;
+        }
         std::fputs("fapi: interrupted, nothing is changed\n", stderr);
         return kExitInterrupted;
     }

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Where the images of a set's boot environments lie, and the images that were there before.
+// The images of a set's boot environments, and the images that were there before.
 #ifndef FAPI_BENCH_TARGET_ENV_STORE_H
 #define FAPI_BENCH_TARGET_ENV_STORE_H
 
 #include <ctime>
 
 #include "base/env_image.h"
+#include "target/target.h"
 
 namespace tool {
 
@@ -14,40 +15,33 @@ constexpr const char* kFlashTypes[] = {"emmc", "nand", "spi_nor"};
 
 // An image that another one has replaced.
 struct KeptImage {
-    std::string file;
     std::string image;
-    std::time_t written = 0;  // into the set, not into this file
+    std::time_t written = 0;  // into the set
 };
 
-// The boot environment of a flash type, in the folder of a set that nobody has switched on.
+// The boot environment of a flash type. All functions throw RequestError.
 class EnvStore {
 public:
-    EnvStore(std::string folder, std::string flash);
+    // `mayCreate`: a set is made where there is none.
+    EnvStore(Target& target, std::string flash, bool mayCreate = false);
 
     const std::string& flash() const { return _flash; }
-    std::string file() const;
+    // The image that was there when this was made, or was written since.
+    const std::string& image() const { return _image; }
+    // Puts it in the place of the one that is there, which is kept: a kill at any moment leaves the one or the other.
+    void write(const std::string& image);
 
-    // The image; one without a file is erased flash. Throws std::runtime_error.
-    std::string read() const;
-
-    // Keeps the image that is there, puts this one in its place and reads it back: a kill at any moment leaves the one
-    // or the other. Throws std::runtime_error.
-    void write(const std::string& image) const;
-    // The same without keeping what is there.
-    void replace(const std::string& image) const;
-
-    // Newest first, without those whose variables are those of the image that is there. Throws std::runtime_error.
+    // Newest first, without those whose variables are those of the image that is there.
     std::vector<KeptImage> kept() const;
     // The newest of them that is not damaged, if there is one.
     std::optional<KeptImage> newestWhole() const;
 
 private:
-    std::vector<std::string> keptFiles() const;
-    void keep() const;
-    void forgetOldest() const;
+    std::string read(const Field& which) const;
 
-    const std::string _folder;
+    Target& _target;
     const std::string _flash;
+    std::string _image;
 };
 
 }  // namespace tool

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -17,7 +19,7 @@
 #include <unistd.h>
 
 #include "base/terminal.h"
-#include "vset/vset.h"
+#include "target/session.h"
 
 namespace tool {
 
@@ -27,6 +29,11 @@ namespace fs = std::filesystem;
 
 constexpr char kPrefix[] = "fapi-set-";
 constexpr char kLock[] = "/fapi-run.lock";
+
+// Locked by the process that has the set.
+std::string lockIn(const std::string& set) {
+    return set + "/lock";
+}
 
 std::string temporaryFolder() {
     std::error_code error;
@@ -58,6 +65,19 @@ void removeOldSets() {
         std::error_code error;
         if (lockTemporarySet(folders[i], locks)) {
             fs::remove_all(folders[i], error);
+        }
+    }
+}
+
+// Waits, for so long at most, until no process has the set.
+void waitUntilOff(const std::string& set) {
+    constexpr std::chrono::seconds kPatience{2};
+    constexpr std::chrono::milliseconds kBetweenTries{5};
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    for (bool isOff = false; !isOff && std::chrono::steady_clock::now() < deadline;) {
+        isOff = FileLocks().take(lockIn(set));
+        if (!isOff) {
+            std::this_thread::sleep_for(kBetweenTries);
         }
     }
 }
@@ -95,7 +115,6 @@ FreshSet::FreshSet() : _folder(temporaryFolder() + "/" + kPrefix + "XXXXXX") {
             throw SetError(lock + ": somebody else has it locked");
         }
         _set = setIn(_folder);
-        vset::create(_set);
     } catch (const SetError&) {
         std::error_code error;
         fs::remove_all(_folder, error);
@@ -109,6 +128,9 @@ FreshSet::FreshSet(const std::string& setFolder)
 }
 
 FreshSet::~FreshSet() {
+    // The set's programs are to be gone before it is removed, or is looked at.
+    closeSession();
+    waitUntilOff(_set);
     std::error_code error;
     // The folder of a run that is resumed stands in a file, which might name any.
     if (timespec made = {}; !_kept && isTemporarySet(_folder, made)) {
@@ -144,7 +166,7 @@ std::vector<std::string> temporarySets() {
 }
 
 bool lockTemporarySet(const std::string& folder, FileLocks& locks) {
-    return locks.take(folder + kLock) && locks.take(setIn(folder) + "/lock");
+    return locks.take(folder + kLock) && locks.take(lockIn(setIn(folder)));
 }
 
 std::string setIn(const std::string& folder) {

@@ -26,10 +26,12 @@ private:
 
 class FreshSet {
 public:
-    // Makes a set, and first removes those of earlier runs but for the newest ones. Throws SetError.
+    // Makes the folder of a set that is made when it is first switched on, and first removes the sets of earlier runs
+    // but for the newest ones. Throws SetError.
     FreshSet();
     // Of a run that is resumed.
     explicit FreshSet(const std::string& setFolder);
+    // Closes the session, which is that of this set.
     ~FreshSet();
     FreshSet(const FreshSet&) = delete;
     FreshSet& operator=(const FreshSet&) = delete;
@@ -52,7 +54,7 @@ constexpr std::size_t kLeftSets = 5;
 // The folders of the temporary sets that runs of this user have left or are using, newest first.
 std::vector<std::string> temporarySets();
 
-// Locks such a folder against runs and against whoever looks at the set in it. False when somebody has it.
+// Locks such a folder against runs and against programs that use the set in it. False when one has it.
 bool lockTemporarySet(const std::string& folder, FileLocks& locks);
 
 // The set in such a folder.
