@@ -110,7 +110,7 @@ TEST_F(HubTest, FirstClientsAtOnceShareOneHub) {
         }
         for (const Joined& client : clients) {
             EXPECT_EQ(hubOf(client), hubOf(clients[0]));
-            EXPECT_EQ(client->call(kLook).status, 7);
+            EXPECT_EQ(client->call(kLook).outcome.status, 7);
         }
         EXPECT_EQ(clients[0]->clients().size(), clients.size());
     }
@@ -124,7 +124,7 @@ TEST_F(HubTest, AHubThatWasKilledIsReplaced) {
     EXPECT_EQ(codeOf(before, "ping"), ErrorCode::ended);
     const Joined after = join();
     EXPECT_NE(hubOf(after), hub);
-    EXPECT_EQ(after->call(kLook).status, 7);
+    EXPECT_EQ(after->call(kLook).outcome.status, 7);
     EXPECT_EQ(count("end"), 1);  // of the first agent, before the second began
 }
 
@@ -230,7 +230,7 @@ TEST_F(HubTest, AClientThatDoesNotReadCostsOnlyItself) {
     // A picture of 64 MiB that its client does not read.
     const Joined sleeper = join();
     sleeper->begin("picture", {{"pieces", 256}});
-    EXPECT_EQ(driver->call(kLook).status, 7);
+    EXPECT_EQ(driver->call(kLook).outcome.status, 7);
     EXPECT_LT(mebibytesOf(hubOf(driver)), 80);
     for (std::size_t i = 0; i < watchers.size(); ++i) {
         watchers[i]->request("ping");
@@ -283,13 +283,13 @@ TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
         std::string answer(4096, '\0');
         answer.resize(row.answer.empty() ? 0 : static_cast<std::size_t>(recv(bad, answer.data(), answer.size(), 0)));
         EXPECT_THAT(answer, HasSubstr(row.answer)) << row.sent.substr(0, 80);
-        EXPECT_EQ(good->call(kLook).status, 7);
+        EXPECT_EQ(good->call(kLook).outcome.status, 7);
     }
     EXPECT_LT(mebibytesOf(hubOf(good)), 80);
     // One of them leaves in the middle of a call.
     connections.clear();
     EXPECT_TRUE(eventually([&] { return count("cancel") == 1; }));
-    EXPECT_EQ(good->call(kLook).status, 7);
+    EXPECT_EQ(good->call(kLook).outcome.status, 7);
 }
 
 TEST_F(HubTest, ALostWireIsReportedAndStartedAgain) {
@@ -309,7 +309,7 @@ TEST_F(HubTest, ALostWireIsReportedAndStartedAgain) {
         EXPECT_THAT(error.what(), HasSubstr("exit code 3"));
         EXPECT_THAT(error.what(), HasSubstr("the chip is on fire"));
     }
-    EXPECT_EQ(other->call(kLook).status, 7);
+    EXPECT_EQ(other->call(kLook).outcome.status, 7);
     EXPECT_EQ(wires, "ended started ");
     // What was watched is watched again.
     client->request("flood", {{"lines", 3}, {"bytes", 1}});
@@ -341,7 +341,7 @@ TEST_F(HubTest, StreamsReachTheirReaderWhole) {
     bytes = 0;
     client->read("picture", {{"pieces", 2}}, count);
     EXPECT_EQ(bytes, 2u * (256 << 10));
-    EXPECT_EQ(other->call(kLook).status, 7);
+    EXPECT_EQ(other->call(kLook).outcome.status, 7);
 }
 
 TEST_F(HubTest, ADescriptionCrossesTheWireOnce) {

@@ -236,7 +236,7 @@ constexpr char kDescription[] =
     R"("outputs":[{"name":"size"}],"danger":"reads","prompt":"Put ${FILE}","sessionOnly":true,"endsWorker":true,)"
     R"("isChecked":true}],"eventModules":["prphrl"],"events":[{"module":"prphrl","number":3,"help":"a key","fields":)"
     R"([{"name":"value","words":[{"name":"down","value":1}],"meaning":"key code"}]}],"functions":[{"name":"HW_GPIO_Read",)"
-    R"("fields":["pad"],"hasCodes":false}],"codes":[{"name":"busy","value":-3}],"pictures":[{"name":"window",)"
+    R"("fields":["pad"],"failures":"-1"}],"codes":[{"name":"busy","value":-3}],"pictures":[{"name":"window",)"
     R"("number":"WINDOW","max":1}],"hash":"00ff"})";
 
 TEST(Descriptions, AreReadByOldAndNew) {

@@ -443,10 +443,10 @@ std::string makeFolderIfMissing(const std::string& strFolder) {
 
 void makeTree(const std::string& strFolder) {
     for (const DefaultFolder& stDefault : kDefaultFolders) {
-        makeFolder(strFolder + "/tree" + stDefault.pszPath);
+        makeFolder(strFolder + kTree + stDefault.pszPath);
     }
     for (const DefaultFile& stDefault : kDefaultFiles) {
-        replaceFile(strFolder + "/tree" + stDefault.pszPath, stDefault.content.data(), stDefault.content.size());
+        replaceFile(strFolder + kTree + stDefault.pszPath, stDefault.content.data(), stDefault.content.size());
     }
 }
 

@@ -38,8 +38,9 @@ bool isInterface(const net::Interface& stInterface);
 // Returns the absolute path, without a slash at the end.
 std::string absoluteFolder(const std::string& strFolder);
 
-// The files of a set's folder that are not below its tree.
+// The parts of a set's folder.
 constexpr char kConfigFile[] = "/set.json";
+constexpr char kTree[] = "/tree";
 std::string environmentFileIn(const std::string& strFolder, std::uint32_t u32FlashType);
 std::string partitionFileIn(const std::string& strFolder, const std::string& strPartition);
 

@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "vset/vset.h"
+#include "vset_folder.h"
 
 namespace vset {
 
@@ -87,27 +88,30 @@ int serialPortOf(const char* pszPath) {
     return static_cast<int>(std::min(std::strtol(strPath.c_str() + kSerialPortLength, nullptr, 10), 0x7FFFFFFFL));
 }
 
-const char* toHost(const char* pszPath, std::string& strBuffer) {
-    if (pszPath == nullptr || *pszPath != '/') {
-        return pszPath;
+// Returns where a set's tree has the path; an empty text for a path that the set does not serve.
+static std::string placeInTree(const char* pszPath) {
+    if (!isServed(pszPath)) {
+        return {};
     }
-    const std::string strNormalised = normalise(pszPath);
-    if (!isServedNormalised(strNormalised)) {
+    // The kernel requires "file/" to be a folder, so the tree must, too.
+    return normalise(pszPath) + (pszPath[std::strlen(pszPath) - 1] == '/' ? "/" : "");
+}
+
+const char* toHost(const char* pszPath, std::string& strBuffer) {
+    const std::string strPlace = placeInTree(pszPath);
+    if (strPlace.empty()) {
         return pszPath;
     }
     Tree& tree = theTree();
     const std::lock_guard<std::mutex> lock(tree.mutex);
-    strBuffer.clear();
-    if (tree.strTree.empty()) {
-        // Returns an empty text and not the path itself, which is another file on the host.
-        return strBuffer.c_str();
-    }
-    strBuffer = tree.strTree + strNormalised;
-    // The kernel requires "file/" to be a folder, so the tree must, too.
-    if (pszPath[std::strlen(pszPath) - 1] == '/') {
-        strBuffer += '/';
-    }
+    // Without a tree an empty text and not the path itself, which is another file on the host.
+    strBuffer = tree.strTree.empty() ? "" : tree.strTree + strPlace;
     return strBuffer.c_str();
+}
+
+std::string hostPath(const std::string& strPath, const std::string& strFolder) {
+    const std::string strPlace = placeInTree(strPath.c_str());
+    return strPlace.empty() ? strPath : absoluteFolder(strFolder) + kTree + strPlace;
 }
 
 std::string hostPath(const std::string& strPath) {

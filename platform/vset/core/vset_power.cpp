@@ -163,7 +163,7 @@ void attachLocked(Power& power, const std::string& strFolder) {
     power.s32Lock = lockFolder(strAbsolute);
     try {
         loadFolder(strAbsolute);
-        setTree(strAbsolute + "/tree");
+        setTree(strAbsolute + kTree);
         switchOn(power);
     } catch (...) {
         giveBack(power);

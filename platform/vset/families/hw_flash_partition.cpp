@@ -96,6 +96,16 @@ std::map<std::string, std::uint64_t> vset::flash::partitions() {
     return setConfig().partitions;
 }
 
+std::map<std::string, std::uint64_t> vset::flash::partitions(const std::string& strFolder) {
+    const HostPaths hostPaths;
+    const std::string strAbsolute = absoluteFolder(strFolder);
+    if (!isSet(strAbsolute)) {
+        throw SetError(strAbsolute + ": is no set");
+    }
+    std::vector<std::string> problems;
+    return readConfig(strAbsolute, problems).partitions;
+}
+
 void vset::flash::setPartition(const std::string& strName, std::uint64_t u64Size) {
     requireSet();
     if (!isPartitionName(strName) || u64Size > kPartitionLimit) {

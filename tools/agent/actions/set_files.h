@@ -14,6 +14,8 @@ namespace tool {
 
 // Where the path lies on this PC.
 std::string hostFile(const std::string& path);
+// The same of the set in the folder, whether or not it is switched on.
+std::string hostFile(const std::string& path, const std::string& folder);
 // Folders that are missing are made. `end`: the bytes are added to the file's.
 void writeSetFile(const std::string& path, const Bytes& bytes, bool end = false);
 void removeSetFile(const std::string& path, bool mustExist);

@@ -16,9 +16,9 @@ namespace {
 constexpr std::string_view kLooking[] = {"act", "check", "data", "describe", "events", "journal", "picture", kIdentity};
 
 // Methods of the worker for which the set may be switched off.
-constexpr std::string_view kWithoutSet[] = {"check",       "describe",  "events",     "journal",    "env.kept",
-                                            "env.read",    "env.write", "set.backup", "set.damage", "set.repair",
-                                            "set.restore", "set.ports", kIdentity};
+constexpr std::string_view kWithoutSet[] = {"check",      "describe",   "events",      "journal",        "env.kept",
+                                            "env.read",   "env.write",  "file.list",   "partition.list", "set.backup",
+                                            "set.damage", "set.repair", "set.restore", "set.ports",      kIdentity};
 
 template <std::size_t count>
 bool isOneOf(const std::string& method, const std::string_view (&methods)[count]) {

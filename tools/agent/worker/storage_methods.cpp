@@ -26,6 +26,14 @@ namespace fs = std::filesystem;
 // The most that is written by a request, and read by a call.
 constexpr std::size_t kLongestTransfer = 1u << 20;
 
+// Makes a new set where there is none at all, if the client wants one; a damaged one stays as it is.
+void makeMissingSet(const Field& params) {
+    const vset::HostPaths hostPaths;
+    if (params["create"].flagOr(false) && !fs::exists(setFolder() + "/set.json") && !fs::exists(setFolder() + "/env")) {
+        vset::create(setFolder());
+    }
+}
+
 // --- Files -----------------------------------------------------------------------------------------------------------
 
 Field entryField(const fs::path& file) {
@@ -40,7 +48,7 @@ Field entryField(const fs::path& file) {
 
 Reply listFiles(const Field& params) {
     const std::string& path = params.at("path").text();
-    const std::string host = hostFile(path);
+    const std::string host = hostFile(path, setFolder());
     const vset::HostPaths hostPaths;
     std::error_code error;
     std::vector<fs::path> files;
@@ -74,9 +82,10 @@ Reply removeFile(const Field& params) {
 
 // --- Partitions ------------------------------------------------------------------------------------------------------
 
-Reply listPartitions(const Field&) {
+Reply listPartitions(const Field& params) {
+    makeMissingSet(params);
     Field::List all;
-    for (const auto& [name, size] : vset::flash::partitions()) {
+    for (const auto& [name, size] : vset::flash::partitions(setFolder())) {
         all.push_back({{"name", Field::ofSet(name)}, {"bytes", size}});
     }
     return Field{{"partitions", std::move(all)}};
@@ -187,19 +196,9 @@ SetImage imageOf(const Field& params) {
     return {setFolder(), params["flash"].textOr("emmc")};
 }
 
-// Makes a new set where there is none at all; a damaged one stays as it is.
-void makeMissingSet() {
-    const vset::HostPaths hostPaths;
-    if (!fs::exists(setFolder() + "/set.json") && !fs::exists(setFolder() + "/env")) {
-        vset::create(setFolder());
-    }
-}
-
 Reply readImage(const Field& params) {
     const SetImage image = imageOf(params);
-    if (params["create"].flagOr(false)) {
-        makeMissingSet();
-    }
+    makeMissingSet(params);
     const Field& kept = params["kept"];
     return {Field::Fields{},
             piecesOf(kept.isNull() ? image.read() : image.readKept(static_cast<unsigned long>(kept.number())))};
@@ -230,11 +229,11 @@ std::vector<Method> storageMethods() {
     return {{"env.kept", keptImages},
             {"env.read", readImage},
             {"env.write", writeImage},
-            {"file.list", listFiles, true},
+            {"file.list", listFiles},
             {"file.read", readFile, true},
             {"file.remove", removeFile, true},
             {"file.write", writeFile, true},
-            {"partition.list", listPartitions, true},
+            {"partition.list", listPartitions},
             {"partition.read", readPartition, true},
             {"partition.write", writePartition, true}};
 }

@@ -26,10 +26,9 @@ sigset_t endingSignals() {
     return signals;
 }
 
-Interrupts::Interrupts() {
-    const sigset_t wanted = endingSignals();
-    pthread_sigmask(SIG_BLOCK, &wanted, &_before);
-    _descriptor = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
+Interrupts::Interrupts(const sigset_t& signals) {
+    pthread_sigmask(SIG_BLOCK, &signals, &_before);
+    _descriptor = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
     if (_descriptor < 0) {
         throw std::runtime_error(std::string("signalfd: ") + std::strerror(errno));
     }

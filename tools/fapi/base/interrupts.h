@@ -10,11 +10,11 @@ namespace tool {
 // Ctrl-C, SIGTERM, and SIGHUP of a terminal that is closed, unless the program was started to outlive that.
 sigset_t endingSignals();
 
-// Those, from the making of this on: kept from ending the process, and counted. Must be made before other
+// Those, or others, from the making of this on: kept from ending the process, and counted. Must be made before other
 // threads are: they inherit the blocked signals.
 class Interrupts {
 public:
-    Interrupts();
+    explicit Interrupts(const sigset_t& signals = endingSignals());
     ~Interrupts();
     Interrupts(const Interrupts&) = delete;
     Interrupts& operator=(const Interrupts&) = delete;

@@ -243,7 +243,7 @@ private:
         CLI::App* shell = _app.add_subcommand("shell", "Call operations line by line");
         shell->add_flag("--no-init", _shell.noInit, "Do not bring the set up before an operation");
         shell->add_flag("-e", _shell.endOnFailure, "End at the first operation that fails");
-        shell->callback([this] { _action = [this] { return runShell(_options, _shell, _arguments); }; });
+        shell->callback([this] { _action = [this] { return runShell(_options, _shell); }; });
     }
 
     // Commands are described by their own help.

@@ -5,18 +5,16 @@
 #include <algorithm>
 #include <map>
 
-#include <unistd.h>
 #include <CLI/CLI.hpp>
 
-#include "cli/env.h"
+#include "base/env_image.h"
 #include "plan/files.h"
 #include "record/history.h"
 #include "report/report.h"
-#include "shell/shell.h"
+#include "shell/completion.h"
 #include "target/env_store.h"
-#include "target/event_log.h"
 #include "target/session.h"
-#include "vset/vset.h"
+#include "target/target_description.h"
 
 namespace tool {
 
@@ -150,10 +148,33 @@ std::vector<std::string> commandNames(const CLI::App& command) {
     return names;
 }
 
+// What stands behind the option; empty when it is not given.
+std::string optionValue(const Words& words, const char* option) {
+    const auto found = std::find(words.begin(), words.end(), option);
+    return found != words.end() && found + 1 != words.end() ? *(found + 1) : "";
+}
+
 // The flash type that the line names.
 std::string flashOf(const Words& words) {
-    const auto found = std::find(words.begin(), words.end(), "--flash");
-    return found != words.end() && found + 1 != words.end() ? *(found + 1) : kFlashTypes[0];
+    const std::string flash = optionValue(words, "--flash");
+    return flash.empty() ? kFlashTypes[0] : flash;
+}
+
+// The names of the variables of one of the set's boot environments.
+std::vector<std::string> variableNames(const std::string& flash) {
+    std::string image;
+    try {
+        readFromAgent("env.read", {{"flash", flash}},
+                      [&](const Bytes& piece) { image.append(piece.begin(), piece.end()); });
+    } catch (const SetError&) {
+        // No set yet.
+        return {};
+    }
+    std::vector<std::string> names;
+    for (const auto& [name, value] : parseEnvImage(image).variables) {
+        names.push_back(name);
+    }
+    return names;
 }
 
 // The numbers of the runs that the history knows.
@@ -165,9 +186,9 @@ std::vector<std::string> runNames(const std::string& folder) {
     return names;
 }
 
-// What an option or argument of that name takes on the command line; the words of operations and hands are no
+// What an option or argument of that name takes on the command line; the words of operations and actions are no
 // matter of this.
-std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line) {
+std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
     if (name == "PLAN") {
         std::vector<std::string> names = planNames();
         names.insert(names.begin(), kAnyFile);
@@ -198,15 +219,16 @@ std::vector<std::string> valuesOf(const std::string& name, const LinePlace& line
         return {std::begin(kFlashTypes), std::end(kFlashTypes)};
     }
     if (name == "VARIABLE") {
-        return variableNames(line.folder, flashOf(line.words));
+        return variableNames(flashOf(line));
     }
     if (name == "RUN") {
-        return runNames(line.reports);
+        const std::string reports = optionValue(line, "--report");
+        return runNames(reports.empty() ? kReportFolder : reports);
     }
     if (name == "--module") {
         return moduleNames();
     }
-    return name == "PARTITION" ? partitionNames(line.folder) : std::vector<std::string>();
+    return name == "PARTITION" ? partitionNames() : std::vector<std::string>();
 }
 
 // What may stand as the command's next argument.
@@ -229,7 +251,7 @@ std::vector<std::string> argumentValues(const Place& place, LinePlace line) {
         {"OPERATION", {}}, {"ARGUMENT", {"set", place.command->get_name()}}, {"TOPIC", {"help"}}};
     const auto begin = lines.find(name);
     if (begin == lines.end()) {
-        return valuesOf(name, line);
+        return valuesOf(name, line.words);
     }
     line.words = begin->second;
     line.words.insert(line.words.end(), place.arguments.begin(), place.arguments.end());
@@ -239,7 +261,7 @@ std::vector<std::string> argumentValues(const Place& place, LinePlace line) {
 std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
     if (place.open != nullptr) {
         const std::string type = place.open->get_type_name();
-        return valuesOf(type == "NAME" ? place.open->get_name() : type, line);
+        return valuesOf(type == "NAME" ? place.open->get_name() : type, line.words);
     }
     if (!place.optionsEnded && !line.start.empty() && line.start[0] == '-') {
         return optionNames(*place.command);
@@ -248,27 +270,14 @@ std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
     return commands.empty() ? argumentValues(place, line) : commands;
 }
 
-// What stands behind the option; empty when it is not given.
-std::string optionValue(const Words& words, const char* option) {
-    const auto found = std::find(words.begin(), words.end(), option);
-    return found != words.end() && found + 1 != words.end() ? *(found + 1) : "";
-}
-
-// The folder of the set that the line names; empty when there is none yet.
-std::string folderOf(const Words& words) {
-    SessionOptions options;
-    options.folder = optionValue(words, "--set");
-    const std::string folder = setFolder(options);
-    return access((folder + "/set.json").c_str(), F_OK) == 0 ? folder : "";
-}
-
 }  // namespace
 
 std::vector<std::string> commandCompletions(const CLI::App& app, const std::string& line) {
-    LinePlace linePlace = placeOf(line);
-    linePlace.folder = folderOf(linePlace.words);
-    const std::string reports = optionValue(linePlace.words, "--report");
-    linePlace.reports = reports.empty() ? kReportFolder : reports;
+    const LinePlace linePlace = placeOf(line);
+    SessionOptions options;
+    options.folder = optionValue(linePlace.words, "--set");
+    options.client = "fapi complete";
+    chooseSession(options);
     Place place{&app, nullptr, {}, false};
     for (std::size_t i = 1; i < linePlace.words.size(); ++i) {
         step(place, linePlace.words[i]);

@@ -9,7 +9,6 @@
 #include <optional>
 #include <sstream>
 
-#include "a_vextvfapi_common.h"
 #include "report/charts.h"
 #include "report/step.h"
 #include "report/style.h"
@@ -35,11 +34,6 @@ public:
 private:
     std::map<std::string, std::size_t> _seen;
 };
-
-std::string libraryVersion() {
-    char text[64] = {};
-    return a_vextvfapi_common_get_fapi_version(text, sizeof(text)) == 0 ? text : "";
-}
 
 // What draws the eye to a step, from nothing on: the most is what the verdict of the whole run comes from.
 int weightOf(const StepResult& step) {
@@ -154,7 +148,7 @@ void addKeptFact(Html facts, const char* title, const char* kind, const PlanResu
 void writeFacts(Html main, const PlanResult& result) {
     Html facts = main.add("dl", "facts");
     addFact(facts, "Plan", result.plan->file);
-    addFact(facts, "Library", libraryVersion());
+    addFact(facts, "Library", result.library);
     addFact(facts, "Set", result.setFolder);
     addFact(facts, "Bench tool", FAPI_VERSION);
     addFact(facts, "Resumed", result.resumed ? "yes: what began before goes on here" : "");

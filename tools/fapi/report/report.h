@@ -36,6 +36,7 @@ struct PlanResult {
     std::chrono::system_clock::time_point start;
     double seconds = 0;
     std::string setFolder;
+    std::string library;  // its version
     std::string boots;  // of the set, since it was made; empty when nobody told
     std::vector<StepResult> steps;
     bool resumed = false;

@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 // What can stand next on a line of the shell.
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
+#include "shell/completion.h"
 
-#include "protocol/color.h"
+#include <algorithm>
+
 #include "cli/help.h"
-#include "shell/shell.h"
-#include "target/command.h"
-#include "target/output.h"
-#include "vset/vset.h"
+#include "protocol/color.h"
+#include "target/session.h"
+#include "target/target_description.h"
 
 namespace tool {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 std::vector<std::string> firstWords(const std::string& start) {
     std::vector<std::string> names = operationNames(start);
@@ -32,30 +28,39 @@ std::vector<std::string> actionNames() {
 }
 
 // The set's paths that begin as `start` does; folders end in a slash.
-std::vector<std::string> setPaths(const std::string& folder, const std::string& start) {
-    if (start.find('/') == std::string::npos || folder.empty()) {
+std::vector<std::string> setPaths(const std::string& start) {
+    const std::string parent = start.substr(0, start.rfind('/') + 1);
+    if (parent.empty() || parent == "/") {
         return {"/data/", "/mnt/usb/", "/vendor/"};
     }
-    const std::string parent = start.substr(0, start.rfind('/') + 1);
     std::vector<std::string> paths;
-    std::error_code error;
-    const std::string place = folder + "/tree" + parent;
-    for (const fs::directory_entry& entry : fs::directory_iterator(place, error)) {
-        std::string& path = paths.emplace_back(parent);
-        path += entry.path().filename().string();
-        path += entry.is_directory(error) ? "/" : "";
+    try {
+        for (const Field& entry : askAgent("file.list", {{"path", Field::ofSet(parent)}})["entries"].list()) {
+            paths.push_back(parent + entry["name"].text() + (entry["kind"] == Field("folder") ? "/" : ""));
+        }
+    } catch (const SetError&) {
+        // No such folder, or no set yet.
+        return {};
     }
     return paths;
+}
+
+std::vector<std::string> functionNames() {
+    std::vector<std::string> names;
+    for (const Function& function : description().functions) {
+        names.push_back(function.name);
+    }
+    return names;
 }
 
 std::vector<std::string> argumentValues(const Argument& argument, const LinePlace& place) {
     switch (argument.kind) {
         case Kind::path:
-            return setPaths(place.folder, place.start);
+            return setPaths(place.start);
         case Kind::partition:
-            return partitionNames(place.folder);
+            return partitionNames();
         case Kind::function:
-            return vset::faultNames();
+            return functionNames();
         case Kind::flag:
             return {"off", "on"};
         case Kind::color:
@@ -120,20 +125,15 @@ std::vector<std::string> operationNames(const std::string& start) {
     return names;
 }
 
-// From the set's own file: it need not be switched on, and another process may have it.
-std::vector<std::string> partitionNames(const std::string& folder) {
-    std::ifstream file(folder + "/set.json");
-    Json set;
-    try {
-        set = parseJson({std::istreambuf_iterator<char>(file), {}});
-    } catch (const Json::exception&) {
-        return {};
-    }
+std::vector<std::string> partitionNames() {
     std::vector<std::string> names;
-    if (set.is_object() && set.contains("partitions") && set["partitions"].is_object()) {
-        for (const auto& [name, size] : set["partitions"].items()) {
-            names.push_back(name);
+    try {
+        for (const Field& partition : askAgent("partition.list", Field::Fields())["partitions"].list()) {
+            names.push_back(partition["name"].text());
         }
+    } catch (const SetError&) {
+        // No set yet.
+        return {};
     }
     return names;
 }
@@ -170,7 +170,6 @@ LinePlace placeOf(const std::string& line) {
     LinePlace place;
     place.words = splitWords(line);
     place.start = lastWord(line, place.words);
-    place.folder = vset::folder();
     return place;
 }
 

@@ -2,22 +2,18 @@
 // Where the lines of the shell come from.
 #include "shell/line_source.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <cwchar>
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 #include <histedit.h>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include "base/table.h"
 #include "base/terminal.h"
-#include "shell/shell.h"
-#include "vset/vset.h"
+#include "shell/completion.h"
 
 namespace tool {
 
@@ -56,31 +52,39 @@ std::string historyFile() {
     return (folder / "fapi/history").string();
 }
 
-// Takes no byte more than its line: what comes behind a power cycle belongs to the program that goes on.
 class PipedLines : public LineSource {
 public:
+    explicit PipedLines(Wait wait) : _wait(std::move(wait)) {}
+
     bool read(std::string& line) override {
-        line.clear();
-        char c = '\0';
-        while (::read(STDIN_FILENO, &c, 1) == 1) {
-            if (c == '\n') {
-                return true;
+        std::size_t end = 0;
+        while ((end = _waiting.find('\n')) == std::string::npos) {
+            char bytes[4096];
+            const ssize_t length = _wait() ? ::read(STDIN_FILENO, bytes, sizeof(bytes)) : 0;
+            if (length <= 0) {
+                line = std::exchange(_waiting, {});
+                return !line.empty();
             }
-            line += c;
+            _waiting.append(bytes, static_cast<std::size_t>(length));
         }
-        return !line.empty();
+        line = _waiting.substr(0, end);
+        _waiting.erase(0, end + 1);
+        return true;
     }
     bool isInteractive() const override { return false; }
+
+private:
+    const Wait _wait;
+    std::string _waiting;  // has been read, and is no line yet
 };
 
 class EditedLines : public LineSource {
 public:
-    EditedLines()
-        : _terminal(terminalState()),
+    explicit EditedLines(Wait wait)
+        : _wait(std::move(wait)),
           _editLine(el_init("fapi", stdin, stderr, stderr)),
           _history(history_init()),
-          _file(historyFile()),
-          _redraw(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+          _file(historyFile()) {
         history(_history, &_event, H_SETSIZE, 1000);
         history(_history, &_event, H_SETUNIQUE, 1);
         history(_history, &_event, H_LOAD, _file.c_str());
@@ -102,7 +106,6 @@ public:
     ~EditedLines() override {
         history_end(_history);
         el_end(_editLine);
-        close(_redraw);
     }
     EditedLines(const EditedLines&) = delete;
     EditedLines& operator=(const EditedLines&) = delete;
@@ -120,40 +123,29 @@ public:
         line.erase(line.find_last_not_of("\r\n") + 1);
         if (line.find_first_not_of(" \t") != std::string::npos) {
             history(_history, &_event, H_ENTER, line.c_str());
-            // At once: the line may end the process.
+            // At once: a signal may end the process while the line runs.
             history(_history, &_event, H_SAVE, _file.c_str());
         }
         return true;
     }
     bool isInteractive() const override { return true; }
-    void leaveTerminal() const override { tcsetattr(STDIN_FILENO, TCSADRAIN, &_terminal); }
 
     void printAbove(const std::function<void()>& print) override {
-        const bool isTyped = _isTyped;
-        if (isTyped) {
+        if (_isTyped) {
             // In the place of what is typed.
             std::fputs("\r\033[K", stderr);
         }
         print();
-        if (isTyped) {
-            // The thread that edits draws: the editor belongs to it.
-            eventfd_write(_redraw, 1);
+        if (_isTyped) {
+            el_set(_editLine, EL_REFRESH);
         }
     }
 
 private:
-    // As the editor's own, but it also draws the line again when it is told to.
     static int readCharacter(EditLine* editLine, wchar_t* character) {
         EditedLines* self = nullptr;
         el_get(editLine, EL_CLIENTDATA, &self);
-        pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {self->_redraw, POLLIN, 0}};
-        do {
-            eventfd_t times = 0;
-            if (poll(waited, 2, -1) > 0 && eventfd_read(self->_redraw, &times) == 0) {
-                el_set(editLine, EL_REFRESH);
-            }
-        } while (waited[0].revents == 0);
-        return readWide(character);
+        return self->_wait() ? readWide(character) : 0;
     }
 
     // 1 for a character, 0 at the end, -1 for an error.
@@ -173,28 +165,21 @@ private:
         return static_cast<int>(length);
     }
 
-    static termios terminalState() {
-        termios state = {};
-        tcgetattr(STDIN_FILENO, &state);
-        return state;
-    }
-
-    const termios _terminal;
+    const Wait _wait;
     EditLine* _editLine;
     History* _history;
     HistEvent _event = {};
     std::string _file;
-    const int _redraw;
-    std::atomic<bool> _isTyped{false};
+    bool _isTyped = false;
 };
 
 }  // namespace
 
-std::unique_ptr<LineSource> makeLineSource() {
+std::unique_ptr<LineSource> makeLineSource(LineSource::Wait wait) {
     if (isatty(STDIN_FILENO) != 0) {
-        return std::make_unique<EditedLines>();
+        return std::make_unique<EditedLines>(std::move(wait));
     }
-    return std::make_unique<PipedLines>();
+    return std::make_unique<PipedLines>(std::move(wait));
 }
 
 }  // namespace tool

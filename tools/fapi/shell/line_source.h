@@ -11,18 +11,19 @@ namespace tool {
 
 class LineSource {
 public:
+    // Waits until standard input is readable. False when no line is to come any more.
+    using Wait = std::function<bool()>;
+
     virtual ~LineSource() = default;
     // The next line. False at the end.
     virtual bool read(std::string& line) = 0;
     virtual bool isInteractive() const = 0;
-    // Puts the terminal back as it was before: another program goes on with it. Any thread.
-    virtual void leaveTerminal() const {}
-    // Prints lines while one is typed: they stand above it, and what there is of it is shown again. Any thread.
+    // Prints lines, while one is typed: they stand above it, and what there is of it is shown again.
     virtual void printAbove(const std::function<void()>& print) { print(); }
 };
 
-// Of standard input: edited, with history and completion, on a terminal.
-std::unique_ptr<LineSource> makeLineSource();
+// Of standard input: edited, with history and completion, on a terminal. `wait` may print above what is typed.
+std::unique_ptr<LineSource> makeLineSource(LineSource::Wait wait);
 
 }  // namespace tool
 

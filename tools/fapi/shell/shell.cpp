@@ -2,61 +2,87 @@
 // `fapi shell`: one line after the other.
 #include "shell/shell.h"
 
-#include <atomic>
+#include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
+#include <iostream>
 #include <memory>
-#include <thread>
+#include <optional>
 
 #include <unistd.h>
 
+#include "base/data_output.h"
+#include "base/interrupts.h"
+#include "base/terminal.h"
 #include "cli/help.h"
 #include "shell/line_source.h"
-#include "target/event_log.h"
-#include "target/in_process.h"
+#include "shell/worker_end.h"
 #include "target/output.h"
+#include "target/session.h"
 #include "target/surprises.h"
-#include "vset/vset.h"
-#include "vset/wdt.h"
 #include "watch/screen.h"
 
 namespace tool {
 
 namespace {
 
-// In the environment of the shell that goes on after a power cycle: an operation had failed before, and how many lines
-// had been read.
-constexpr char kFailedBefore[] = "FAPI_SHELL_FAILED";
-constexpr char kLinesBefore[] = "FAPI_SHELL_LINES";
+constexpr std::chrono::hours kLong{24};
 
-unsigned int linesBefore() {
-    const char* before = std::getenv(kLinesBefore);
-    long long lines = 0;
-    return before != nullptr && parseNumber(before, lines) ? static_cast<unsigned int>(lines) : 0;
+sigset_t interruptSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    return signals;
 }
+
+// Lets Ctrl-C end the wait for an answer of the user's.
+class InterruptedRead {
+public:
+    InterruptedRead() {
+        struct sigaction action = {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGINT, &action, &_before);
+        const sigset_t signals = interruptSignal();
+        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    }
+    ~InterruptedRead() {
+        const sigset_t signals = interruptSignal();
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+        sigaction(SIGINT, &_before, nullptr);
+        // The next answer is read all the same.
+        std::cin.clear();
+        std::clearerr(stdin);
+    }
+    InterruptedRead(const InterruptedRead&) = delete;
+    InterruptedRead& operator=(const InterruptedRead&) = delete;
+
+private:
+    struct sigaction _before = {};
+};
 
 class Shell {
 public:
-    Shell(const GlobalOptions& options, const ShellOptions& shellOptions, char** arguments)
+    Shell(const GlobalOptions& options, const ShellOptions& shellOptions)
         : _options(options),
           _shellOptions(shellOptions),
-          _arguments(arguments),
-          _lines(makeLineSource()),
-          _line(linesBefore()),
-          _failed(std::getenv(kFailedBefore) != nullptr) {
-        pthread_sigmask(SIG_SETMASK, nullptr, &_signals);
-        vset::wdt::onReboot([this] { restart("the watchdog has rebooted the set"); });
+          _interrupts(interruptSignal()),
+          _lines(makeLineSource([this] { return waitForInput(); })) {
+        session().listen("event", [this](const Field& params) { showEvent(params); });
+        session().listen("log", [this](const Field& params) {
+            _lines->printAbove([&] { std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str()); });
+        });
+        session().listen("worker", [this](const Field& params) {
+            if (params["state"] == Field("ended")) {
+                followWorker(params);
+            }
+        });
+        session().watch(_interrupts.descriptor(), [this] { interrupt(); });
+        keepOn();
     }
-
     ~Shell() {
-        vset::wdt::onReboot(endWithSet);
-        if (_printer.joinable()) {
-            // What has come by now is still printed.
-            listenToAllModules(false);
-            eventLog().interrupt();
-            _printer.join();
+        for (const char* method : {"event", "log", "worker"}) {
+            session().listen(method, [](const Field&) {});
         }
+        session().unwatch(_interrupts.descriptor());
     }
     Shell(const Shell&) = delete;
     Shell& operator=(const Shell&) = delete;
@@ -65,16 +91,134 @@ public:
         std::string line;
         while (!_quit && !_end && _lines->read(line)) {
             ++_line;
-            try {
-                runLine(splitWords(line));
-            } catch (const UsageError& error) {
-                stop(kExitUsage, error.what());
-            }
+            _isEnded = false;
+            runUnlessWrong(line);
         }
+        if (!session().lost().empty()) {
+            throw RequestError(ErrorCode::ended, session().lost());
+        }
+        // What has come by now is still printed.
+        stopWatching();
         return _end ? *_end : _failed && !_lines->isInteractive() ? kExitFailed : kExitGood;
     }
 
 private:
+    // --- What comes while a line is awaited or runs
+
+    bool waitForInput() {
+        bool isReadable = false;
+        session().watch(STDIN_FILENO, [&] { isReadable = true; });
+        while (!isReadable && !_end && session().lost().empty()) {
+            session().pump(kLong);
+        }
+        session().unwatch(STDIN_FILENO);
+        return isReadable && !_end;
+    }
+
+    void showEvent(const Field& params) {
+        _lines->printAbove([&] {
+            if (const long long dropped = params["dropped"].numberOr(0); dropped != 0) {
+                printMessage(std::to_string(dropped) + " events came faster than they could be passed on");
+            }
+            printEvent(parseEvent(params), _options.json);
+        });
+    }
+
+    // What the library and the set had in memory is gone.
+    void followWorker(const Field& params) {
+        _surprises.forget();
+        const std::string reason = params["reason"].textOr("");
+        const bool isOwn = _isEnding || _isCycling;
+        if (reason == "watchdog") {
+            _lines->printAbove([] { std::fputs("the watchdog has rebooted the set\n", stderr); });
+        } else if (reason == "died") {
+            complain("the library has died: " + causeOf(params) + "; a new worker starts");
+            fail();
+        } else if (!isOwn) {
+            complain(reason == "power" ? "another client has cut the set's power"
+                                       : "another client has ended the set's programs");
+        }
+        if (!_isCycling) {
+            stopWatching();
+        }
+        if (reason != "power") {
+            keepOn();
+        }
+    }
+
+    void complain(const std::string& what) {
+        _lines->printAbove([&] { printError(what, _options.json); });
+    }
+
+    void stopWatching() {
+        if (_isWatching) {
+            _isWatching = false;
+            listenToEvents(false);
+        }
+    }
+
+    // A shell that only looks, since another client has claimed the set, leaves that to the other.
+    void keepOn() {
+        try {
+            switchOn();
+        } catch (const RequestError& error) {
+            if (error.code() != ErrorCode::claimed) {
+                throw;
+            }
+        }
+    }
+
+    // Ctrl-C ends the line that runs, and with it all lines of a pipe.
+    void interrupt() {
+        _interrupts.take();
+        if (!_lines->isInteractive()) {
+            _end = kExitInterrupted;
+        }
+        if (_isEnding) {
+            return;
+        }
+        _isEnding = true;
+        try {
+            session().endAwaited();
+            _isEnded = true;
+        } catch (const RequestError& error) {
+            complain(error.code() == ErrorCode::begun ? "the call is not ended in the middle: it must finish"
+                                                      : error.what());
+        }
+        _isEnding = false;
+    }
+
+    // --- Lines
+
+    void runUnlessWrong(const std::string& line) {
+        try {
+            runLine(splitWords(line));
+        } catch (const UsageError& error) {
+            stop(kExitUsage, error.what());
+        } catch (const RequestError& error) {
+            if (!session().lost().empty()) {
+                throw;
+            }
+            if (error.code() == ErrorCode::died || error.code() == ErrorCode::canceled) {
+                endOfCall(error.failure());
+            } else {
+                stop(kExitSet, error.what());
+            }
+        }
+    }
+
+    // The worker's end has been told when it came, and counted when it was a crash.
+    void endOfCall(const MessageFailure& failure) {
+        if (_isEnded) {
+            complain(failure.code == ErrorCode::canceled
+                         ? "the call is not begun"
+                         : "the call is ended, and all that the set had in memory is lost");
+        } else if (const std::string reason = failure.data["reason"].textOr("");
+                   reason == "power" || reason == "ended") {
+            fail();
+        }
+    }
+
     // Tells what is wrong with the line. Of a pipe none is run behind it.
     void stop(int code, const std::string& why) {
         const bool isPipe = !_lines->isInteractive();
@@ -132,7 +276,10 @@ private:
     void showPicture(const Words& words) {
         try {
             showScreen(words, _options.json);
-        } catch (const SetError& error) {
+        } catch (const RequestError& error) {
+            if (error.code() != ErrorCode::unavailable) {
+                throw;
+            }
             printError(error.what(), _options.json);
             fail();
         }
@@ -142,73 +289,73 @@ private:
         if (words.size() != 2 || (words[1] != "on" && words[1] != "off")) {
             throw UsageError("usage: watch on|off");
         }
-        listenToAllModules(words[1] == "on");
-        if (words[1] == "on" && !_printer.joinable()) {
-            _printer = std::thread([this] {
-                Event event;
-                const auto forEver = std::chrono::steady_clock::now() + std::chrono::hours(24 * 365);
-                while (eventLog().take(event, forEver)) {
-                    _lines->printAbove([&] { printEvent(event, _options.json); });
-                }
-            });
+        if (words[1] == "on") {
+            listenToEvents(true);
+            _isWatching = true;
+        } else {
+            stopWatching();
         }
     }
 
     void runCommand(const Command& command) {
         if (command.isPowerCycle()) {
-            restart("power cycle");
+            cyclePower();
+            return;
         }
-        const Operation* operation = command.operation();
-        if (!confirm(_options, command)) {
+        if (!isConfirmed(command)) {
             if (!_lines->isInteractive()) {
                 stop(kExitInterrupted, "is not run, nor what comes behind it");
             }
             return;
         }
-        if (operation != nullptr && !_shellOptions.noInit) {
-            bringUpFor(operation);
-        }
         printWarning(_surprises.next(command));
-        const Outcome outcome = command.run();
+        const Outcome outcome = _shellOptions.noInit ? command.run({false}).outcome : runPrepared(command);
         printOutcome(command, outcome, _options.json);
         if (!outcome.good) {
             fail();
         }
     }
 
-    // Also on the watchdog's thread, while a line is typed or runs.
-    [[noreturn]] void restart(const char* why) {
-        _lines->leaveTerminal();
-        std::fprintf(stderr, "%s\n", why);
-        if (_failed) {
-            setenv(kFailedBefore, "1", 1);
+    bool isConfirmed(const Command& command) const {
+        const InterruptedRead read;
+        return confirm(_options, command);
+    }
+
+    void cyclePower() {
+        std::fputs("power cycle\n", stderr);
+        stopWatching();
+        _isCycling = true;
+        try {
+            powerCycle();
+        } catch (...) {
+            _isCycling = false;
+            throw;
         }
-        setenv(kLinesBefore, std::to_string(_line).c_str(), 1);
-        joinOutputs();
-        pthread_sigmask(SIG_SETMASK, &_signals, nullptr);
-        execv("/proc/self/exe", _arguments);
-        std::fprintf(stderr, "fapi: cannot begin anew: %s\n", std::strerror(errno));
-        _exit(kExitSet);
+        _isCycling = false;
     }
 
     const GlobalOptions& _options;
     const ShellOptions& _shellOptions;
-    char** const _arguments;
+    Interrupts _interrupts;
     const std::unique_ptr<LineSource> _lines;
-    std::atomic<unsigned int> _line;  // of the input, the one that runs
+    unsigned int _line = 0;  // of the input, the one that runs
     bool _quit = false;
     std::optional<int> _end;  // the exit code, when what comes behind the line is not run
     Surprises _surprises;
-    std::atomic<bool> _failed;
-    sigset_t _signals;  // blocked for this program, which is not what the watchdog's thread has blocked
-    std::thread _printer;
+    bool _failed = false;
+    bool _isWatching = false;
+    bool _isCycling = false;  // this shell switches the set off and on
+    bool _isEnding = false;   // this shell ends the call that runs
+    bool _isEnded = false;    // this shell has ended what the line called
 };
 
 }  // namespace
 
-int runShell(const GlobalOptions& options, const ShellOptions& shellOptions, char** arguments) {
-    openSession(options.session);
-    return Shell(options, shellOptions, arguments).run();
+int runShell(const GlobalOptions& options, const ShellOptions& shellOptions) {
+    SessionOptions sessionOptions = options.session;
+    sessionOptions.client = "fapi shell";
+    openSession(sessionOptions);
+    return Shell(options, shellOptions).run();
 }
 
 }  // namespace tool

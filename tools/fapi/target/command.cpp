@@ -92,11 +92,11 @@ std::string Command::text() const {
     return line;
 }
 
-CallResult Command::run(const CallOptions& options) const {
+CallAnswer Command::run(const CallOptions& options) const {
     if (_operation != nullptr) {
         return callOperation(*_operation, _arguments, options);
     }
-    return _action != nullptr ? carryOut(*_action, _arguments) : CallResult();
+    return _action != nullptr ? carryOut(*_action, _arguments) : CallAnswer();
 }
 
 std::string Command::word(const Outcome& outcome) const {

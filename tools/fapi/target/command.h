@@ -38,7 +38,7 @@ public:
 
     // Runs it on the session's set. An action that the set refuses gives an outcome that is not good, status -1, output
     // "error". Throws RequestError.
-    CallResult run(const CallOptions& options = {}) const;
+    CallAnswer run(const CallOptions& options = {}) const;
     // "ok", "failed", ...
     std::string word(const Outcome& outcome) const;
 

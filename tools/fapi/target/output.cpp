@@ -354,11 +354,11 @@ void printUnprepared(const std::string& operation, const Outcome& outcome) {
 }
 
 Outcome runPrepared(const Command& command) {
-    CallResult result = command.run();
-    for (std::size_t i = 0; i < result.unprepared.size(); ++i) {
-        printUnprepared(result.unpreparedNames[i], result.unprepared[i]);
+    CallAnswer answer = command.run();
+    for (const Unprepared& failure : answer.unprepared) {
+        printUnprepared(failure.operation, failure.outcome);
     }
-    return std::move(result.outcome);
+    return std::move(answer.outcome);
 }
 
 void printEvent(const Event& event, bool json) {

@@ -35,35 +35,9 @@ Field fieldsOf(const std::vector<Value>& arguments) {
     return list;
 }
 
-std::vector<std::string> texts(const Field& list) {
-    std::vector<std::string> all;
-    if (!list.isNull()) {
-        for (const Field& text : list.list()) {
-            all.push_back(text.text());
-        }
-    }
-    return all;
-}
-
-std::chrono::steady_clock::time_point timeOf(const Field& moment) {
-    return std::chrono::steady_clock::time_point(std::chrono::nanoseconds(moment["mono"].numberOr(0)));
-}
-
-CallResult resultOf(const Field& answer) {
-    CallResult result;
-    result.outcome = parseOutcome(answer);
-    result.begun = timeOf(answer["begun"]);
-    result.ended = timeOf(answer["ended"]);
-    result.log = texts(answer["log"]);
-    result.troubles = texts(answer["troubles"]);
-    g_troubles.insert(g_troubles.end(), result.troubles.begin(), result.troubles.end());
-    if (answer.has("unprepared")) {
-        for (const Field& failure : answer["unprepared"].list()) {
-            result.unpreparedNames.push_back(failure.at("operation").text());
-            result.unprepared.push_back(parseOutcome(failure));
-        }
-    }
-    return result;
+CallAnswer noted(CallAnswer answer) {
+    g_troubles.insert(g_troubles.end(), answer.troubles.begin(), answer.troubles.end());
+    return answer;
 }
 
 void join() {
@@ -95,8 +69,13 @@ Target& openSession(const SessionOptions& options) {
     join();
     listen(*g_target);
     g_target->request("log", {{"on", true}});
-    if (options.log) {
-        g_target->request("log-switch", {{"state", "on"}});
+    try {
+        g_target->request("log-switch", {{"state", options.log ? "on" : "set"}});
+    } catch (const RequestError& error) {
+        // Another client's run has a switch of its own.
+        if (error.code() != ErrorCode::claimed || options.log) {
+            throw;
+        }
     }
     g_isOpen = true;
     return *g_target;
@@ -116,28 +95,31 @@ Field askAgent(const std::string& method, const Field& params) {
     return g_target->request(method, params);
 }
 
+Field readFromAgent(const std::string& method, const Field& params, const Sink& sink) {
+    join();
+    return g_target->read(method, params, sink);
+}
+
 void closeSession() {
     g_target.reset();
     g_isOpen = false;
 }
 
-CallResult callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options) {
-    return resultOf(session().request("call", {{"operation", operation.name},
-                                               {"arguments", fieldsOf(arguments)},
-                                               {"confirm", true},
-                                               {"prepare", options.prepare}}));
+CallAnswer callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options) {
+    return noted(session().call({{"operation", operation.name},
+                                 {"arguments", fieldsOf(arguments)},
+                                 {"confirm", true},
+                                 {"prepare", options.prepare}}));
 }
 
-CallResult carryOut(const Action& action, const std::vector<Value>& arguments) {
-    return resultOf(session().request("act", {{"action", action.name}, {"arguments", fieldsOf(arguments)}}));
+CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments) {
+    return noted(session().act({{"action", action.name}, {"arguments", fieldsOf(arguments)}}));
 }
 
 void bringUp() {
     const Field answer = session().request("prepare", Field::Fields());
-    if (answer.has("unprepared")) {
-        for (const Field& failure : answer["unprepared"].list()) {
-            printUnprepared(failure.at("operation").text(), parseOutcome(failure));
-        }
+    for (const Unprepared& failure : parseUnprepared(answer)) {
+        printUnprepared(failure.operation, failure.outcome);
     }
 }
 
@@ -151,6 +133,10 @@ std::vector<std::string> takeTroubles() {
 
 void noteTrouble(const std::string& trouble) {
     g_troubles.push_back(trouble);
+}
+
+void switchOn() {
+    session().request("power", {{"to", "on"}, {"damaged", g_chosen.damaged}});
 }
 
 long long powerCycle() {

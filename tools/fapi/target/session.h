@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "protocol/outcome.h"
 #include "target/target.h"
 
 namespace tool {
@@ -38,25 +37,18 @@ void closeSession();
 // Asks what needs no set, joining the chosen set's hub when that is not done yet. Throws RequestError.
 Field askAgent(const std::string& method, const Field& params);
 
+// The same for what is answered with a stream.
+Field readFromAgent(const std::string& method, const Field& params, const Sink& sink);
+
 // How a call is made.
 struct CallOptions {
     bool prepare = true;  // what the operation needs is called before it
 };
 
-// What a call has answered, and when, by the clocks of the agent's machine.
-struct CallResult {
-    Outcome outcome;
-    std::vector<Outcome> unprepared;  // what was called before it in vain; their operations in `unpreparedNames`
-    std::vector<std::string> unpreparedNames;
-    std::chrono::steady_clock::time_point begun, ended;
-    std::vector<std::string> log;       // its lines of level E, when it is not good
-    std::vector<std::string> troubles;  // what that machine could not store for the set
-};
-
 // Calls the operation; whoever calls this has asked before what destroys. Throws RequestError: `died` when the library
 // has crashed in it.
-CallResult callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options);
-CallResult carryOut(const Action& action, const std::vector<Value>& arguments);
+CallAnswer callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options);
+CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments);
 
 // Calls what every operation needs. Prints what of that has failed.
 void bringUp();
@@ -68,6 +60,8 @@ void listenToEvents(bool on);
 std::vector<std::string> takeTroubles();
 void noteTrouble(const std::string& trouble);
 
+// Switches the set on, unless it is. Throws RequestError: `damaged` unless the options allow that.
+void switchOn();
 // Switches the set off and on. Returns how often it has been switched on.
 long long powerCycle();
 // Whether the set's worker has ended since the last call of this, because the watchdog has rebooted the set.

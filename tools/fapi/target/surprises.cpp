@@ -8,7 +8,7 @@ namespace tool {
 
 std::string Surprises::next(const Command& command) {
     if (command.endsProcess()) {
-        _first.clear();
+        forget();
     }
     const Operation* operation = command.operation();
     if (operation == nullptr || !operation->isChecked) {

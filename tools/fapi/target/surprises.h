@@ -14,6 +14,8 @@ class Surprises {
 public:
     // The warning for the next command, which now counts as called; an empty text when it does what it looks like.
     std::string next(const Command& command);
+    // The set has been switched off.
+    void forget() { _first.clear(); }
 
 private:
     std::map<const Operation*, std::vector<Value>> _first;  // arguments since the set was switched on

@@ -78,6 +78,12 @@ long long Target::begin(const std::string& method, const Field& params) {
 }
 
 Field Target::finish(long long id) {
+    struct Waiting {
+        Waiting(std::optional<long long>& awaited, long long id) : now(awaited), before(std::exchange(awaited, id)) {}
+        ~Waiting() { now = before; }
+        std::optional<long long>& now;
+        const std::optional<long long> before;
+    } const waiting(_awaited, id);
     while (!isFinished(id)) {
         if (!_lost.empty()) {
             throw RequestError(ErrorCode::ended, _lost);
@@ -93,6 +99,12 @@ Field Target::finish(long long id) {
     return answer.result;
 }
 
+void Target::endAwaited() {
+    if (_awaited && request("cancel", {{"id", *_awaited}})["begun"].flagOr(false)) {
+        request("end-worker");
+    }
+}
+
 Field Target::read(const std::string& method, const Field& params, const Sink& sink) {
     Field answer = request(method, params);
     const long long stream = answer.at("stream").number();
@@ -103,7 +115,8 @@ Field Target::read(const std::string& method, const Field& params, const Sink& s
             if (piece.has("error")) {
                 _streams.erase(stream);
                 const Field& error = piece["error"];
-                throw RequestError(static_cast<ErrorCode>(error.at("code").number()), error["message"].textOr(""));
+                throw RequestError(
+                    {static_cast<ErrorCode>(error.at("code").number()), error["message"].textOr(""), error["data"]});
             }
             if (piece.has("data")) {
                 check.add(piece.at("piece").number(), piece["data"].bytes());

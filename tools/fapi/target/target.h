@@ -59,6 +59,9 @@ public:
     // The two halves of it, for requests that overlap.
     long long begin(const std::string& method, const Field& params = Field::Fields());
     Field finish(long long id);
+    // Ends the request that finish() waits for, when it is called back meanwhile: takes it back, or ends the worker
+    // that carries it out, and with it what the set has in memory. Throws RequestError: `begun` when it must finish.
+    void endAwaited();
     // Whether finish() would not wait.
     bool isFinished(long long id) const { return _answers.count(id) != 0; }
 
@@ -68,6 +71,9 @@ public:
     // Sends a request that is answered with a stream, gives the stream's pieces to the sink and returns the answer.
     // Throws RequestError; also when a piece is missing or the sum is wrong. What the sink throws goes through.
     Field read(const std::string& method, const Field& params, const Sink& sink);
+
+    // Why there is no connection any more; empty: there is one.
+    const std::string& lost() const { return _lost; }
 
     // Readable when notifications may have come.
     int descriptor() const { return _connection.get(); }
@@ -123,6 +129,7 @@ private:
     std::string _lost;  // why the connection is; empty: it is not
     Field _hello;
     long long _lastId = 0;
+    std::optional<long long> _awaited;  // what finish() waits for
     std::map<long long, Answer> _answers;
     std::map<long long, Stream> _streams;
     std::deque<Notification> _notifications;

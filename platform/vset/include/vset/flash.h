@@ -19,6 +19,8 @@ VSET_API std::map<std::string, std::string> environment(std::uint32_t u32FlashTy
 
 // Returns the eMMC partitions: name -> size in bytes.
 VSET_API std::map<std::string, std::uint64_t> partitions();
+// Returns those of the set in the folder, whether or not it is switched on.
+VSET_API std::map<std::string, std::uint64_t> partitions(const std::string& strFolder);
 
 // Adds a partition, or gives one another size: its contents stay as far as they fit, the rest reads 0xFF.
 VSET_API void setPartition(const std::string& strName, std::uint64_t u64Size);

@@ -86,6 +86,8 @@ VSET_API void noteHostTrouble(const std::string& strFile, int s32Error);
 // Returns where the set's path `strPath` lies on this PC: below the folder's tree for the paths that the set serves
 // itself, else the path unchanged. An empty text for the former while no set is attached.
 VSET_API std::string hostPath(const std::string& strPath);
+// Returns the same for the set in `strFolder`, whether or not it is switched on.
+VSET_API std::string hostPath(const std::string& strPath, const std::string& strFolder);
 
 // Makes paths in this thread's libc calls those of the PC, whatever they begin with, while the object lives. For the
 // host program's own files, which may lie below /data or /mnt.
