@@ -99,6 +99,15 @@ protected:
         ADD_FAILURE() << "the stream has no end";
         return all;
     }
+    // How many bytes the process has written.
+    static long long writtenBy(pid_t pid) {
+        std::string name;
+        long long number = 0;
+        std::ifstream io("/proc/" + std::to_string(pid) + "/io");
+        while (io >> name >> number && name != "wchar:") {
+        }
+        return number;
+    }
     static bool isAlive(pid_t pid) {
         std::string name, state;
         std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
@@ -214,6 +223,11 @@ TEST_F(AgentTest, WhatIsLargeComesAsAStream) {
     EXPECT_EQ(stream(agent().ask("file.read", {{"path", "/data/a"}})), bytes);
     EXPECT_EQ(failure(agent().request("file.read", {{"path", "/etc/passwd"}})), ErrorCode::unavailable);
 
+    EXPECT_EQ(
+        agent().ask("data", {{"source", "calibration"}, {"arguments", Field::List{1, 0}}})["series"].list().size(), 6u);
+    EXPECT_EQ(failure(agent().request("data", {{"source", "gamma"}, {"arguments", Field::List{0}}})),
+              ErrorCode::unavailable);
+
     const tool::Bytes image = stream(agent().ask("env.read", {{"flash", "emmc"}}));
     EXPECT_EQ(image.size(), 65536u);
     agent().ask("env.write", {{"flash", "emmc"}, {"bytes", tool::Bytes(65536, 0xFF)}});
@@ -262,12 +276,14 @@ TEST_F(AgentTest, PowerCyclesAndTheWatchdogKeepTheStoreAndLoseTheMemory) {
     EXPECT_EQ(failure(died), ErrorCode::died);
     EXPECT_EQ(died.failure->data["reason"], Field("watchdog"));
     EXPECT_EQ(agent().ask("set.show")["boots"], Field(4));
+    EXPECT_EQ(agent().ask("set.ports")["ports"].list().size(), 5u);
 
     const auto serial = [&] {
         return agent().call("sys_get_emmc_env_var", {"serial"})["outputs"].list().at(0)["value"].text();
     };
     EXPECT_EQ(failure(agent().request("set.backup")), ErrorCode::unavailable);
     agent().ask("power", {{"to", "off"}});
+    EXPECT_TRUE(agent().ask("set.ports")["ports"].list().empty());
     const tool::Bytes backup = stream(agent().ask("set.backup"));
     const std::string file = writeFile("backup.tar.gz", {backup.begin(), backup.end()});
     EXPECT_EQ(agent().ask("power", {{"to", "reset"}})["boots"], Field(1));
@@ -369,7 +385,7 @@ TEST_F(AgentTest, WhatIsNoRequestIsRefusedAndTheAgentGoesOn) {
 TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
     hello();
     agent().ask("log", {{"on", true}});
-    agent().call("sys_init");
+    agent().call("prphrl_start_factory_uart", {"115200", 0, 0});
     constexpr int kRequests = 10000;
     const long long first = agent().send("cancel", {{"id", 0}}) + 1;
     std::thread writer([&] {
@@ -388,6 +404,19 @@ TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
 #ifndef FAPI_SANITIZED
     EXPECT_LT(pages * sysconf(_SC_PAGESIZE), 40 << 20);
 #endif
+    // The library logs each command of the line, whoever reads.
+    const std::string commands = [] {
+        std::string lines;
+        for (int i = 0; i < 100; ++i) {
+            lines += "command\n";
+        }
+        return lines;
+    }();
+    const long long logged = writtenBy(agent().worker());
+    std::ofstream(set() + "/ports/uart0") << commands << std::flush;
+    const auto size = static_cast<long long>(commands.size());
+    EXPECT_TRUE(eventually([&] { return writtenBy(agent().worker()) >= logged + size; }));
+
     long long seq = 0, answers = first, dropped = 0;
     while (answers < first + kRequests) {
         const std::optional<tool::Message> message = agent().read();
@@ -432,4 +461,8 @@ TEST_F(AgentTest, ADamagedLineCostsNeitherTheAnswerNorASecondCall) {
     EXPECT_EQ(agent().next("event")["seq"], Field(1));
     agent().write(tool::frame(toField(tool::Request{300, "call", notify.params, {}}), Framing::checked));
     EXPECT_EQ(agent().next("event")["seq"], Field(2));
+    // Another client on the same wire begins in plain framing.
+    agent().use(Framing::plain);
+    EXPECT_EQ(hello()["framing"], Field("plain"));
+    EXPECT_TRUE(agent().call("sys_init")["good"].flag());
 }

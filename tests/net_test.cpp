@@ -64,7 +64,7 @@ TEST_F(Net, ARefusedMacIsASuccessWithoutDhcp) {
 TEST_F(Net, AnUnknownNameBeforeAnyOtherIsRefused) {
     inFreshProcess([] {
         vset::net::setInterfaces({{"lo"}, {"eth0"}, {"sixteen-letters!"}, {"x"}});
-        for (const char* pszName : {"wlan9", "eth", "eth0x", "sixteen-letters", "sixteen-letters!x"}) {
+        for (const char* pszName : {"wlan9", "wlan", "eth", "eth0x", "sixteen-letters", "sixteen-letters!x"}) {
             EXPECT_EQ(a_vextvfapi_net_set_interface_updown(pszName, true), -1) << pszName;
         }
         vset::net::setInterfaces({{"lo"}});

@@ -16,9 +16,9 @@ namespace {
 constexpr std::string_view kLooking[] = {"act", "check", "data", "describe", "events", "journal", "picture", kIdentity};
 
 // Methods of the worker for which the set may be switched off.
-constexpr std::string_view kWithoutSet[] = {"check",      "describe",   "events",      "journal",        "env.kept",
-                                            "env.read",   "env.write",  "file.list",   "partition.list", "set.backup",
-                                            "set.damage", "set.repair", "set.restore", "set.ports",      kIdentity};
+constexpr std::string_view kWithoutSet[] = {"check",      "describe",  "env.kept",   "env.read",       "env.write",
+                                            "events",     "file.list", "journal",    "partition.list", "set.backup",
+                                            "set.damage", "set.ports", "set.repair", "set.restore",    kIdentity};
 
 template <std::size_t count>
 bool isOneOf(const std::string& method, const std::string_view (&methods)[count]) {
@@ -53,6 +53,18 @@ const char* commonFraming(const Field& names) {
     return kPlainName;
 }
 
+// Whether what is no line of checked framing is a request in plain framing: hello.
+bool isPlainHello(const Line& line) {
+    if (line.kind == Line::Kind::message || line.text.rfind('{', 0) != 0) {
+        return false;
+    }
+    try {
+        return parseJsonText(line.text)["method"] == Field("hello");
+    } catch (const MessageError&) {
+        return false;
+    }
+}
+
 }  // namespace
 
 void Supervisor::takeLines() {
@@ -68,26 +80,16 @@ void Supervisor::takeLines() {
 
 void Supervisor::takeLine(const Line& line) {
     Field object = line.object;
-    switch (line.kind) {
-        case Line::Kind::message:
-            break;
-        case Line::Kind::console: {
-            // A client that finds this agent on its wire knows nothing of a framing that another one has agreed on.
-            const bool isPlainHello = _wire.framing() == Framing::checked && line.text.rfind('{', 0) == 0 &&
-                                      line.text.find("\"hello\"") != std::string::npos;
-            if (!isPlainHello) {
-                return;
-            }
-            _wire.use(Framing::plain);
-            object = parseJsonText(line.text);
-            break;
-        }
-        case Line::Kind::damaged:
-        case Line::Kind::noMessage:
-            return send(
-                failed(std::nullopt, ErrorCode::noJson, "a line that is no message: " + line.text.substr(0, 100)));
-        case Line::Kind::tooLong:
-            return send(failed(std::nullopt, ErrorCode::noRequest, "a message is too long"));
+    if (isPlainHello(line) && _wire.framing() == Framing::checked) {
+        // A client that finds this agent on its wire knows nothing of the framing that another one has agreed on.
+        _wire.use(Framing::plain);
+        object = parseJsonText(line.text);
+    } else if (line.kind == Line::Kind::console) {
+        return;
+    } else if (line.kind == Line::Kind::tooLong) {
+        return send(failed(std::nullopt, ErrorCode::noRequest, "a message is too long"));
+    } else if (line.kind != Line::Kind::message) {
+        return send(failed(std::nullopt, ErrorCode::noJson, "a line that is no message: " + line.text.substr(0, 100)));
     }
     try {
         const Message message = parseMessage(object);

@@ -67,6 +67,7 @@ WorkerProcess::WorkerProcess(const std::vector<std::string>& arguments) {
     std::vector<std::string> texts = {file, "--socket", std::to_string(sockets[1])};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> words;
+    words.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         words.push_back(text.data());
     }

@@ -95,7 +95,7 @@ int run(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
         if (word == "--socket" && i + 1 < argc) {
-            socket = std::atoi(argv[++i]);
+            socket = static_cast<int>(std::strtol(argv[++i], nullptr, 10));
         } else if (word == "--set" && i + 1 < argc) {
             options.folder = argv[++i];
         } else if (word == "--damaged") {

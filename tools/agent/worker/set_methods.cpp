@@ -62,7 +62,10 @@ Reply power(const Field& params) {
 }
 
 Reply show(const Field&) {
-    const std::vector<std::string> damage = vset::check(setFolder());
+    const vset::HostPaths hostPaths;
+    // A new set is made when it is switched on.
+    const bool isThere = fs::exists(setFolder() + "/set.json");
+    const std::vector<std::string> damage = isThere ? vset::check(setFolder()) : std::vector<std::string>();
     // Damage is what is to be shown.
     switchSetOn(true);
     Field partitions = Field::List{}, environment = Field::Fields{};

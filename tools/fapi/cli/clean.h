@@ -3,7 +3,7 @@
 #ifndef FAPI_BENCH_CLI_CLEAN_H
 #define FAPI_BENCH_CLI_CLEAN_H
 
-#include "cli/set.h"
+#include "target/confirm.h"
 
 namespace tool {
 

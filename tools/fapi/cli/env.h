@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "cli/set.h"
+#include "target/confirm.h"
 #include "target/env_store.h"
 
 namespace CLI {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "cli/set.h"
+#include "target/confirm.h"
 
 namespace tool {
 

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "cli/set.h"
+#include "target/confirm.h"
 
 namespace CLI {
 class App;

@@ -3,10 +3,6 @@
 #include "cli/set.h"
 
 #include <filesystem>
-#include <iostream>
-
-#include <unistd.h>
-
 #include "base/data_output.h"
 #include "base/terminal.h"
 #include "protocol/characters.h"
@@ -23,25 +19,6 @@ void say(const GlobalOptions& options, const Json& json, const std::string& text
 }
 
 }  // namespace
-
-bool confirm(const GlobalOptions& options, const std::string& what) {
-    if (options.yes) {
-        return true;
-    }
-    if (isatty(STDIN_FILENO) == 0) {
-        printError("this " + what + ", and standard input is no terminal to ask on; -y does not ask", options.json);
-        return false;
-    }
-    std::fprintf(stderr, "This %s. Go on? [y/N] ", printable(what).c_str());
-    std::string answer;
-    std::getline(std::cin, answer);
-    return answer == "y" || answer == "Y" || answer == "yes";
-}
-
-bool confirm(const GlobalOptions& options, const Command& command) {
-    const Operation* operation = command.operation();
-    return operation == nullptr || operation->destroys.empty() || confirm(options, operation->destroys);
-}
 
 int createSet(const GlobalOptions& options) {
     openSession(options.session).request("power", {{"to", "create"}});

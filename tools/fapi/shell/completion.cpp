@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "cli/help.h"
 #include "protocol/color.h"
+#include "shell/help.h"
 #include "target/session.h"
 #include "target/target_description.h"
 

@@ -13,7 +13,7 @@
 #include "base/data_output.h"
 #include "base/interrupts.h"
 #include "base/terminal.h"
-#include "cli/help.h"
+#include "shell/help.h"
 #include "shell/line_source.h"
 #include "shell/worker_end.h"
 #include "target/output.h"

@@ -3,7 +3,7 @@
 #ifndef FAPI_BENCH_SHELL_SHELL_H
 #define FAPI_BENCH_SHELL_SHELL_H
 
-#include "cli/set.h"
+#include "target/confirm.h"
 
 namespace tool {
 

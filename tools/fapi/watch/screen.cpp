@@ -7,7 +7,7 @@
 #include "base/data_output.h"
 #include "base/picture.h"
 #include "base/terminal.h"
-#include "shell/first_lines.h"
+#include "target/first_lines.h"
 #include "target/output.h"
 #include "target/picture_source.h"
 

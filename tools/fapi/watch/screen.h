@@ -3,7 +3,7 @@
 #ifndef FAPI_BENCH_WATCH_SCREEN_H
 #define FAPI_BENCH_WATCH_SCREEN_H
 
-#include "cli/set.h"
+#include "target/confirm.h"
 #include "target/target_description.h"
 
 namespace tool {

@@ -6,8 +6,8 @@
 
 #include "base/data_output.h"
 #include "base/interrupts.h"
-#include "shell/first_lines.h"
 #include "target/event_log.h"
+#include "target/first_lines.h"
 #include "target/output.h"
 #include "target/session.h"
 

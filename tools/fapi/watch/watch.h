@@ -3,7 +3,7 @@
 #ifndef FAPI_BENCH_WATCH_WATCH_H
 #define FAPI_BENCH_WATCH_WATCH_H
 
-#include "cli/set.h"
+#include "target/confirm.h"
 
 namespace tool {
 

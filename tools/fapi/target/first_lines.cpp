@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Lines of the shell that a command of the command line runs first.
-#include "shell/first_lines.h"
+#include "target/first_lines.h"
 
 #include "target/output.h"
 #include "target/surprises.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Lines of the shell that a command of the command line runs first: --do.
-#ifndef FAPI_BENCH_SHELL_FIRST_LINES_H
-#define FAPI_BENCH_SHELL_FIRST_LINES_H
+#ifndef FAPI_BENCH_TARGET_FIRST_LINES_H
+#define FAPI_BENCH_TARGET_FIRST_LINES_H
 
-#include "cli/set.h"
+#include "target/confirm.h"
 
 namespace tool {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What `help` describes: operations, what a person does to the set, and the language of plans.
-#ifndef FAPI_BENCH_CLI_HELP_H
-#define FAPI_BENCH_CLI_HELP_H
+#ifndef FAPI_BENCH_SHELL_HELP_H
+#define FAPI_BENCH_SHELL_HELP_H
 
 #include <utility>
 
