@@ -12,9 +12,8 @@
 namespace tool {
 
 struct DataSource : DataKind {
-    DataSource(const char* name, const char* kind, std::vector<Argument> arguments,
-               Field (*series)(const std::vector<Value>& arguments))
-        : DataKind{name, kind, std::move(arguments)}, series(series) {}
+    DataSource(const char* word, const char* ofKind, std::vector<Argument> takes, Field (*read)(const std::vector<Value>&))
+        : DataKind{word, ofKind, std::move(takes)}, series(read) {}
 
     // A list of {"name", "values"}. Throws vset::SetError when the set has no such numbers.
     Field (*series)(const std::vector<Value>& arguments);
