@@ -10,14 +10,12 @@
 
 namespace tool {
 
-struct DataSource {
-    const char* name;
-    const char* kind;  // "curves" or "values"
-    std::vector<Argument> arguments;
+struct DataSource : DataKind {
     // A list of {"name", "values"}. Throws vset::SetError when the set has no such numbers.
     Field (*series)(const std::vector<Value>& arguments);
 };
 
+const std::vector<DataSource>& dataSources();
 // Null when there is none.
 const DataSource* findDataSource(const std::string& name);
 
