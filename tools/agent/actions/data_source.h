@@ -4,7 +4,6 @@
 #define FAPI_AGENT_ACTIONS_DATA_SOURCE_H
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "protocol/description.h"
@@ -12,9 +11,6 @@
 namespace tool {
 
 struct DataSource : DataKind {
-    DataSource(const char* word, const char* ofKind, std::vector<Argument> takes, Field (*read)(const std::vector<Value>&))
-        : DataKind{word, ofKind, std::move(takes)}, series(read) {}
-
     // A list of {"name", "values"}. Throws vset::SetError when the set has no such numbers.
     Field (*series)(const std::vector<Value>& arguments);
 };
