@@ -6,6 +6,7 @@
 #include "record/unfinished_run.h"
 #include "report/report.h"
 #include "run/line_run.h"
+#include "run/progress.h"
 #include "run/run_set.h"
 
 namespace tool {

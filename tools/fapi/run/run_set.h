@@ -13,8 +13,8 @@
 #include "base/picture.h"
 #include "plan/calls.h"
 #include "plan/event.h"
+#include "run/armed_faults.h"
 #include "run/step_log.h"
-#include "target/armed_faults.h"
 #include "target/command.h"
 
 namespace tool {
