@@ -564,6 +564,11 @@ int main(int argc, char** argv) {
         printError(error.what(), json);
         return kExitUsage;
     } catch (const RequestError& error) {
+        if (const Field& damage = error.failure().data["damage"]; damage.isList()) {
+            for (const Field& line : damage.list()) {
+                printMessage(line.text());
+            }
+        }
         printError(error.what(), json);
         // The operation has ended the library, or the set.
         return error.code() == ErrorCode::died ? kExitFailed : kExitSet;
