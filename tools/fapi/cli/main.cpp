@@ -16,6 +16,7 @@
 #include "cli/partition.h"
 #include "cli/reference.h"
 #include "cli/service.h"
+#include "cli/set.h"
 #include "cli/word_completion.h"
 #include "record/history.h"
 #include "run/runner.h"

@@ -35,7 +35,7 @@ private:
     };
 
     template <class Part>
-    bool carryOut(Part&& part);
+    void carryOut(Part&& part);
     void open();
     void bringUpAgain();
     void runSteps();
@@ -44,7 +44,7 @@ private:
     void runLines(const Step& step);
     void endAttempt(const Step& step, bool isLast);
     void takeInterrupt();
-    void takeTrouble(const RequestError& error);
+    void takeTrouble(const RequestError& error, const std::string& text);
     void endStep(const Judgement& judgement);
     void saveStep(std::size_t index);
     const PlanLine* runningLine() const;
