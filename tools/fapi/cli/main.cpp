@@ -549,9 +549,9 @@ int main(int argc, char** argv) {
     const bool json = wantsJson(argc, argv);
     try {
         int code = CommandLine(argv).run(argc, argv);
-        // They have been told where they came up.
-        if (!takeTroubles().empty() && code != kExitInterrupted) {
-            code = kExitSet;
+        for (const std::string& trouble : takeTroubles()) {
+            printMessage(trouble);
+            code = code != kExitInterrupted ? kExitSet : code;
         }
         if (isOutputWritten()) {
             return code;
