@@ -410,7 +410,8 @@ TEST_F(VsetInstances, HaveNoHandsWithoutASet) {
                 extin::setCalibration, extin::automaticCalibrations, extin::decoderParameter,
                 extin::setDecoderParameter);
     expectNoSet("factory_daemon", factory_daemon::start);
-    expectNoSet("flash", flash::hold, flash::release, flash::environment, flash::partitions, flash::setPartition);
+    expectNoSet("flash", flash::hold, flash::release, flash::environment,
+                static_cast<std::map<std::string, std::uint64_t> (*)()>(flash::partitions), flash::setPartition);
     expectNoSet("gpio", gpio::pad, gpio::drive, gpio::play, gpio::setInverted, gpio::setBroken, gpio::hold,
                 gpio::release);
     expectNoSet("iic", iic::devices, iic::addDevice, iic::removeDevice, iic::memory, iic::setMemory, iic::deviceTable,
