@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a call, data and a client cost when they go through hub and agent. Each benchmark has its peer in the same run.
+// The journal is off unless somebody watches, the log is on, as they are at a station.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include "bare_processes.h"
+#include "bench_agent.h"
+#include "limits.h"
+#include "protocol/framing.h"
+#include "target/hub.h"
+#include "target/target.h"
+#include "watchers.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using tool::Field;
+
+constexpr long long kTransfer = 64 << 20;
+constexpr long long kPiece = 1 << 20;
+constexpr std::size_t kWatchers = 16;
+constexpr int kPlanSteps = 1000;
+constexpr char kPartition[] = "bench";
+
+bench::Agent* g_agent = nullptr;
+
+const Field& callParameters() {
+    static const Field params = {{"operation", "a_vextvfapi_prphrl_get_sar_adc"}, {"arguments", Field::List{3, 0}}};
+    return params;
+}
+
+void callOnce(benchmark::State& state) {
+    if (!g_agent->target->request("call", callParameters())["good"].flagOr(false)) {
+        state.SkipWithError("the call failed");
+    }
+}
+
+// --- A call ----------------------------------------------------------------------------------------------------------
+
+void agent_call(benchmark::State& state) {
+    for (auto _ : state) {
+        callOnce(state);
+    }
+}
+BENCHMARK(agent_call)->UseRealTime();
+
+void bare_processes(benchmark::State& state) {
+    constexpr long long kId = 100000;
+    const std::string request =
+        tool::frame(toField(tool::Request{kId, "call", callParameters(), {}}), tool::Framing::plain);
+    const tool::Answer answer = {kId, g_agent->target->request("call", callParameters()), std::nullopt};
+    bench::BareProcesses processes(tool::frame(toField(answer), tool::Framing::plain).size());
+    for (auto _ : state) {
+        if (!processes.exchange(request)) {
+            state.SkipWithError("the line did not come back");
+        }
+    }
+}
+BENCHMARK(bare_processes)->UseRealTime();
+
+void watched_call(benchmark::State& state) {
+    bench::Watchers watchers(g_agent->options, kWatchers);
+    for (auto _ : state) {
+        callOnce(state);
+    }
+    const std::string troubles = watchers.end();
+    if (!troubles.empty()) {
+        state.SkipWithError(("notifications were lost or doubled: " + troubles).c_str());
+    }
+}
+BENCHMARK(watched_call)->UseRealTime();
+
+// --- A plan ----------------------------------------------------------------------------------------------------------
+
+void plan_steps(benchmark::State& state) {
+    const fs::path plan = g_agent->folder / "steps.plan";
+    {
+        std::ofstream file(plan);
+        file << "plan \"Steps\"\n";
+        for (int i = 0; i < kPlanSteps; ++i) {
+            file << "step \"Step " << i << "\"\n    prphrl_get_sar_adc 3 0\n";
+        }
+    }
+    const std::string command = FAPI_BINARY " run --no-report " + plan.string() + " >/dev/null 2>&1";
+    for (auto _ : state) {
+        if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("the plan failed");
+        }
+    }
+}
+BENCHMARK(plan_steps)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void plan_calls(benchmark::State& state) {
+    for (auto _ : state) {
+        for (int i = 0; i < kPlanSteps; ++i) {
+            callOnce(state);
+        }
+    }
+}
+BENCHMARK(plan_calls)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// --- A partition of 64 MiB -------------------------------------------------------------------------------------------
+
+void partition_read(benchmark::State& state) {
+    for (auto _ : state) {
+        long long bytes = 0;
+        g_agent->target->read("partition.read", {{"partition", kPartition}},
+                              [&](const tool::Bytes& piece) { bytes += static_cast<long long>(piece.size()); });
+        if (bytes != kTransfer) {
+            state.SkipWithError("the partition was not read");
+        }
+    }
+}
+BENCHMARK(partition_read)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void partition_write(benchmark::State& state) {
+    const tool::Bytes piece(kPiece, 0x5A);
+    for (auto _ : state) {
+        for (long long offset = 0; offset < kTransfer; offset += kPiece) {
+            g_agent->target->request("partition.write",
+                                     {{"partition", kPartition}, {"offset", offset}, {"data", piece}});
+        }
+    }
+}
+BENCHMARK(partition_write)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void base64_pipe(benchmark::State& state) {
+    const std::string file = (g_agent->folder / "data").string();
+    std::ofstream(file) << std::string(kTransfer, 'Z');
+    const std::string command = "sha256sum " + file + " > " + file + ".sum & base64 -w0 " + file +
+                                " | base64 -d | sha256sum > " + file + ".end; wait";
+    for (auto _ : state) {
+        if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("the pipe failed");
+        }
+    }
+}
+BENCHMARK(base64_pipe)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// --- What the agent takes --------------------------------------------------------------------------------------------
+
+double mebibytesOfFile(const std::string& program) {
+    const std::string stripped = (g_agent->folder / "stripped").string();
+    const std::string command = "strip -o " + stripped + " " + program;
+    return std::system(command.c_str()) == 0 ? static_cast<double>(fs::file_size(stripped)) / (1 << 20) : 1e9;
+}
+
+// The child of that process.
+pid_t childOf(pid_t process) {
+    const std::string name = std::to_string(process);
+    pid_t child = 0;
+    std::ifstream("/proc/" + name + "/task/" + name + "/children") >> child;
+    return child;
+}
+
+// What the process has in memory, of what it shares with others its part.
+double mebibytesInMemory(pid_t process) {
+    std::ifstream sums("/proc/" + std::to_string(process) + "/smaps_rollup");
+    for (std::string word; sums >> word;) {
+        double kibibytes = 0;
+        if (word == "Pss:" && sums >> kibibytes) {
+            return kibibytes / 1024;
+        }
+    }
+    return 1e9;
+}
+
+void agent_size(benchmark::State& state) {
+    tool::TargetOptions options = g_agent->options;
+    options.folder += "-at-rest";
+    const auto target = tool::Target::join(options);
+    const pid_t supervisor = childOf(static_cast<pid_t>(target->hello()["hub"].number()));
+    const pid_t worker = childOf(supervisor);
+    for (auto _ : state) {
+        state.counters["resting_mebibytes"] = mebibytesInMemory(supervisor) + mebibytesInMemory(worker);
+        state.counters["stripped_mebibytes"] = mebibytesOfFile(AGENT_BINARY) + mebibytesOfFile(AGENT_BINARY "-worker");
+    }
+}
+BENCHMARK(agent_size)->Iterations(1);
+
+constexpr bench::Goal kGoals[] = {
+    {"agent_call", "bare_processes", bench::Limit::timesPeer, 2},
+    {"watched_call", "agent_call", bench::Limit::timesPeer, 1.5},
+    {"plan_steps", "plan_calls", bench::Limit::timesPeer, 1.5},
+    {"partition_read", "base64_pipe", bench::Limit::timesPeer, 2},
+    {"partition_write", "base64_pipe", bench::Limit::timesPeer, 2},
+    {"agent_size", "stripped_mebibytes", bench::Limit::counter, 2},
+    {"agent_size", "resting_mebibytes", bench::Limit::counter, 8},
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc > 1 && std::string(argv[1]) == "hub") {
+        return tool::runHub({argv + 2, argv + argc});
+    }
+    bench::Agent agent;
+    g_agent = &agent;
+    agent.target->act({{"action", "partition"}, {"arguments", Field::List{kPartition, kTransfer}}});
+    return bench::runAndJudge(argc, argv, kGoals, static_cast<int>(std::size(kGoals)));
+}
