@@ -56,6 +56,29 @@ protected:
         EXPECT_TRUE(eventually([&] { return (s32Pipe = open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; }));
         return s32Pipe;
     }
+    // Restores a backup out of a pipe, and cancels that in its middle.
+    Answer cancelRestore(const std::string& strBackup) {
+        const std::string file = folder() + "/backup.pipe";
+        EXPECT_EQ(mkfifo(file.c_str(), 0600), 0);
+        const long long id = agent().send("set.restore", {{"file", file}});
+        std::ofstream pipe(file, std::ios::binary);
+        pipe << strBackup.substr(0, strBackup.size() / 2) << std::flush;
+        EXPECT_TRUE(eventually([&] { return isThere(set() + ".restore-"); }));
+        EXPECT_EQ(agent().ask("cancel", {{"id", id}})["begun"], Field(true));
+        // What comes after it has been read has been read after it.
+        agent().ask("events", {{"on", false}});
+        pipe << strBackup.substr(strBackup.size() / 2) << std::flush;
+        pipe.close();
+        Answer answer = agent().answer(id);
+        EXPECT_FALSE(isThere(set() + ".restore-"));
+        return answer;
+    }
+    // Whether there is a file whose path begins so.
+    static bool isThere(const std::string& strPath) {
+        const auto begins = [&](const auto& entry) { return entry.path().string().rfind(strPath, 0) == 0; };
+        const fs::directory_iterator entries(fs::path(strPath).parent_path());
+        return std::any_of(begin(entries), end(entries), begins);
+    }
     std::optional<ErrorCode> failure(const Answer& answer) {
         return answer.failure ? std::optional(answer.failure->code) : std::nullopt;
     }
@@ -266,6 +289,7 @@ TEST_F(AgentTest, PowerCyclesAndTheWatchdogKeepTheStoreAndLoseTheMemory) {
     EXPECT_EQ(agent().ask("power", {{"to", "reset"}})["boots"], Field(1));
     EXPECT_NE(serial(), "LM55");
     agent().ask("power", {{"to", "off"}});
+    EXPECT_EQ(failure(cancelRestore({backup.begin(), backup.end()})), ErrorCode::canceled);
     EXPECT_GT(agent().ask("set.restore", {{"file", file}})["files"].number(), 0);
     EXPECT_EQ(agent().ask("power", {{"to", "on"}})["boots"], Field(5));
     EXPECT_EQ(serial(), "LM55");

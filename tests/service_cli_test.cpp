@@ -8,9 +8,10 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include "base/env_text.h"
 #include "actions/sums.h"
+#include "base/env_text.h"
 #include "protocol/sha256.h"
+#include "support/hub_client.h"
 #include "support/tool_fixture.h"
 #include "vset/vset.h"
 
@@ -87,6 +88,22 @@ TEST_F(ServiceCli, SeveralVariablesAreOneWriteThatCanBeTakenBack) {
     EXPECT_THAT(fapi({"-y", "env", "set", "a=1"}).strError, HasSubstr("in use by process"));
     vset::detach();
     EXPECT_EQ(readFile(image()), strBefore);
+}
+
+TEST_F(ServiceCli, WhatChangesASetAsAWholeWantsItAlone) {
+    const std::string strBackup = folder() + "/set.tar.gz";
+    done({"set", "backup", strBackup});
+    writeFile("set/env/nand.img", "rubbish");
+    const auto files = filesOf(set());
+    const auto other = test::joinHub(set());
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"env", "set", "a=1"},
+                                                  {"set", "backup", strBackup},
+                                                  {"set", "restore", strBackup},
+                                                  {"set", "repair"}}) {
+        expectImpossible({words, 3, set() + ": in use by process " + std::to_string(getpid()) + "\n"});
+    }
+    EXPECT_EQ(filesOf(set()), files);
+    EXPECT_EQ(done({"env", "get", "serial"}), "serial=VSET00000001\n") << "anybody may look";
 }
 
 TEST_F(ServiceCli, WhatIsExportedIsImportedByteForByte) {

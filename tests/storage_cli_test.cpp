@@ -3,9 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "cli/partition.h"
+#include "support/hub_client.h"
 #include "support/plan_fixture.h"
-#include "vset/vset.h"
 
 namespace {
 
@@ -73,19 +72,23 @@ TEST_F(StorageCli, TransfersThatCannotBeAreRefused) {
 }
 
 TEST_F(StorageCli, ATransferThatFailsInTheMiddleSaysWhere) {
-    tool::GlobalOptions options;
-    options.session.folder = set();
-    options.yes = true;
-    const auto failAtTheSecond = [](const char* pszCall) { vset::inject({pszCall, 13, 2}); };
-    const tool::PartitionOptions target = {"factory", file(), 5, 3 * kMebibyte};
-    EXPECT_EXIT((failAtTheSecond("HW_FLASH_Read"), std::exit(tool::readPartition(options, target))),
-                testing::ExitedWithCode(1),
-                "sys_read_emmc answered -1 .failed. at offset 1048581; .*out.bin is removed");
+    const auto other = test::joinHub(set());
+    const auto failAtTheSecond = [&](const char* pszCall) {
+        other->request("act", {{"action", "fault"}, {"arguments", tool::Field::List{pszCall, 13, 2}}});
+    };
+    failAtTheSecond("HW_FLASH_Read");
+    expectImpossible({{"partition", "read", "factory", file(), "--offset", "5", "--length", "3145728"},
+                      1,
+                      "factory: sys_read_emmc answered -1 (failed) at offset 1048581; " + file() + " is removed"});
     EXPECT_FALSE(std::filesystem::exists(file()));
-    const tool::PartitionOptions source = {"factory", writeFile("in.bin", pattern(3 * kMebibyte)), 5, {}};
-    EXPECT_EXIT((failAtTheSecond("HW_FLASH_Write"), std::exit(tool::writePartition(options, source))),
-                testing::ExitedWithCode(1),
-                "_write_emmc answered -1 .failed. at offset 1048581; 1048576 bytes are written");
+    const std::string strSource = writeFile("in.bin", pattern(3 * kMebibyte));
+    failAtTheSecond("HW_FLASH_Write");
+    expectImpossible({{"partition", "write", "factory", strSource, "--offset", "5"},
+                      1,
+                      "sys_write_emmc answered -1 (failed) at offset 1048581; 1048576 bytes are written"});
+    other->claim();
+    expectImpossible({{"partition", "write", "factory", strSource}, 3, "has claimed the set"});
+    EXPECT_EQ(fapi({"partition", "read", "misc", file()}).s32Exit, 0) << "anybody may look";
 }
 
 TEST_F(StorageCli, ARawWriteAsksOnATerminal) {

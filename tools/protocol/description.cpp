@@ -107,12 +107,18 @@ struct Members<PictureKind> {
                                            named("max", &PictureKind::max));
 };
 template <>
+struct Members<DataKind> {
+    static constexpr auto all = std::tuple(named("name", &DataKind::name), named("kind", &DataKind::kind),
+                                           named("arguments", &DataKind::arguments));
+};
+template <>
 struct Members<Description> {
     static constexpr auto all =
         std::tuple(named("operations", &Description::operations), named("actions", &Description::actions),
                    named("eventModules", &Description::eventModules), named("events", &Description::events),
                    named("functions", &Description::functions), named("codes", &Description::codes),
-                   named("pictures", &Description::pictures), named("hash", &Description::hash));
+                   named("pictures", &Description::pictures), named("data", &Description::data),
+                   named("hash", &Description::hash));
 };
 
 // Calls `visit` with the name and the pointer of each member.

@@ -150,6 +150,13 @@ struct PictureKind {
     long long max = 0;
 };
 
+// Numbers that the set has and no operation answers: method "data".
+struct DataKind {
+    std::string name;  // "gamma"
+    std::string kind;  // how they are shown: "curves", "values"
+    std::vector<Argument> arguments = {};
+};
+
 // "window:3": which of the kinds, and its number.
 struct PictureWord {
     std::size_t kind = 0;
@@ -169,6 +176,7 @@ struct Description {
     std::vector<Function> functions;
     std::vector<Choice> codes;  // what functions answer, by name: "busy"
     std::vector<PictureKind> pictures;
+    std::vector<DataKind> data;
     std::string hash;  // of all of it
 
     NameIndex operationIndex, actionIndex;

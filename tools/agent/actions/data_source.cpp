@@ -42,11 +42,16 @@ Field calibrationSeries(const std::vector<Value>& arguments) {
 
 }  // namespace
 
-const DataSource* findDataSource(const std::string& name) {
+const std::vector<DataSource>& dataSources() {
     static const std::vector<DataSource> all = {
         {"gamma", "curves", {{"window", Kind::number, "the display window", 0, vset::disp::kWindows - 1}}, gammaSeries},
         {"calibration", "values", {analogInputType(), inputIndex()}, calibrationSeries},
     };
+    return all;
+}
+
+const DataSource* findDataSource(const std::string& name) {
+    const std::vector<DataSource>& all = dataSources();
     const auto found = std::find_if(all.begin(), all.end(), [&](const DataSource& row) { return name == row.name; });
     return found != all.end() ? &*found : nullptr;
 }

@@ -4,20 +4,23 @@
 #define FAPI_AGENT_ACTIONS_DATA_SOURCE_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "protocol/description.h"
 
 namespace tool {
 
-struct DataSource {
-    const char* name;
-    const char* kind;  // "curves" or "values"
-    std::vector<Argument> arguments;
+struct DataSource : DataKind {
+    DataSource(const char* name, const char* kind, std::vector<Argument> arguments,
+               Field (*series)(const std::vector<Value>& arguments))
+        : DataKind{name, kind, std::move(arguments)}, series(series) {}
+
     // A list of {"name", "values"}. Throws vset::SetError when the set has no such numbers.
     Field (*series)(const std::vector<Value>& arguments);
 };
 
+const std::vector<DataSource>& dataSources();
 // Null when there is none.
 const DataSource* findDataSource(const std::string& name);
 

@@ -13,12 +13,13 @@ namespace tool {
 namespace {
 
 // Methods that look, or act beside a call: they have a lane of their own.
-constexpr std::string_view kLooking[] = {"act", "check", "data", "describe", "events", "journal", "picture", kIdentity};
+constexpr std::string_view kLooking[] = {"act",     "check",   "data",     "describe", "events",
+                                         "journal", "picture", "refusals", kIdentity};
 
 // Methods of the worker for which the set may be switched off.
-constexpr std::string_view kWithoutSet[] = {"check",      "describe",  "env.kept",   "env.read",       "env.write",
-                                            "events",     "file.list", "journal",    "partition.list", "set.backup",
-                                            "set.damage", "set.ports", "set.repair", "set.restore",    kIdentity};
+constexpr std::string_view kWithoutSet[] = {
+    "check",          "describe", "env.kept",   "env.read",   "env.write", "events",     "file.list",   "journal",
+    "partition.list", "refusals", "set.backup", "set.damage", "set.ports", "set.repair", "set.restore", kIdentity};
 
 template <std::size_t count>
 bool isOneOf(const std::string& method, const std::string_view (&methods)[count]) {

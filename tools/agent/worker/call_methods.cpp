@@ -5,6 +5,7 @@
 
 #include "actions/action.h"
 #include "actions/log_switch.h"
+#include "actions/middleware_words.h"
 #include "operations/operation.h"
 #include "vset/vset.h"
 #include "worker/arguments.h"
@@ -46,12 +47,18 @@ struct Moment {
     }
 };
 
-// Runs it, and makes an answer of what came out.
+// Runs it, and makes an answer of what came out. A client that follows all refusals, of other threads, too, says after
+// which one.
 template <class Run>
-Field answerOf(Result result, Run&& run) {
+Field answerOf(const Field& params, const OperationRow* operation, Run&& run) {
     const Moment begun;
-    const Outcome outcome = run();
+    Outcome outcome = run();
     const Moment ended;
+    if (params.has("refusedAfter")) {
+        const auto after = static_cast<std::uint64_t>(params["refusedAfter"].number());
+        outcome.refusals = refusedCalls(after, operation);
+    }
+    const Result result = operation != nullptr ? operation->result : Result::status;
     Field answer = Field::Fields{};
     addTo(answer, outcome);
     answer.set("word", wordOf(result, outcome));
@@ -80,7 +87,7 @@ Reply call(const Field& params) {
         mustFinish.emplace();
     }
     noteCalled(row);
-    Field answer = answerOf(row.result, [&] {
+    Field answer = answerOf(params, &row, [&] {
         Outcome outcome = row.invoke(arguments);
         outcome.refusals.insert(outcome.refusals.begin(), preparation.refusals.begin(), preparation.refusals.end());
         return outcome;
@@ -109,7 +116,7 @@ Reply prepare(const Field&) {
 Reply act(const Field& params) {
     const ActionRow& row = wantedAction(params.at("action").text());
     const std::vector<Value> arguments = argumentsOf(row.arguments, params["arguments"]);
-    return answerOf(Result::status, [&] { return row.perform(arguments); });
+    return answerOf(params, nullptr, [&] { return row.perform(arguments); });
 }
 
 std::vector<std::string> textsOf(const Field& list) {

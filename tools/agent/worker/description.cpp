@@ -3,6 +3,7 @@
 #include "worker/description.h"
 
 #include "actions/action.h"
+#include "actions/data_source.h"
 #include "actions/middleware_words.h"
 #include "actions/picture_source.h"
 #include "operations/events.h"
@@ -53,6 +54,7 @@ Description make() {
     description.functions = functions();
     description.codes = failureCodes();
     description.pictures = pictureKinds();
+    description.data.assign(dataSources().begin(), dataSources().end());
     description.makeIndex();
     description.hash = hashOf(description);
     return description;

@@ -136,7 +136,11 @@ void Lane::stream(long long id, const Pieces& pieces) {
         last.set("bytes", bytes);
     } catch (...) {
         const MessageFailure failure = currentFailure();
-        last.set("error", Field{{"code", static_cast<int>(failure.code)}, {"message", failure.text}});
+        Field error = {{"code", static_cast<int>(failure.code)}, {"message", failure.text}};
+        if (!failure.data.isNull()) {
+            error.set("data", failure.data);
+        }
+        last.set("error", std::move(error));
     }
     std::fflush(stdout);
     flushJournal();

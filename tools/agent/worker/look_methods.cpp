@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Methods that say what agent and set are and show.
+#include <filesystem>
+
 #include "a_vextvfapi_common.h"
 #include "actions/data_source.h"
+#include "actions/log_switch.h"
+#include "actions/middleware_words.h"
 #include "actions/picture_source.h"
 #include "supervisor/internal.h"
 #include "worker/arguments.h"
@@ -35,8 +39,23 @@ Reply events(const Field& params) {
 }
 
 Reply journal(const Field& params) {
-    reportJournal(params["on"].flagOr(true));
-    return {};
+    return Field{{"last", reportJournal(params["on"].flagOr(true))}};
+}
+
+// What the chip has refused since that refusal, on any thread. An answer comes after the events of before.
+Reply refusals(const Field& params) {
+    Outcome outcome;
+    outcome.refusals = refusedCalls(static_cast<std::uint64_t>(params["after"].numberOr(0)), nullptr);
+    Field answer = {{"count", vset::refusalCount()}};
+    addTo(answer, outcome);
+    return answer;
+}
+
+// Whether the set's own switch has the library's log on.
+Reply log(const Field&) {
+    const vset::HostPaths hostPaths;
+    std::error_code error;
+    return Field{{"on", std::filesystem::exists(vset::hostPath(kLogSwitch), error)}};
 }
 
 // Rows from the top, four bytes a pixel: red, green, blue, alpha.
@@ -69,8 +88,8 @@ Reply data(const Field& params) {
 }  // namespace
 
 std::vector<Method> lookMethods() {
-    return {{"data", data, true},  {"describe", describe}, {"events", events},
-            {kIdentity, identity}, {"journal", journal},   {"picture", picture, true}};
+    return {{"data", data, true}, {"describe", describe},     {"events", events},     {kIdentity, identity},
+            {"journal", journal}, {"picture", picture, true}, {"refusals", refusals}, {"set.log", log, true}};
 }
 
 }  // namespace tool

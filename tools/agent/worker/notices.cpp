@@ -160,14 +160,17 @@ void reportEvents(bool on) {
     listenToAllModules(on);
 }
 
-void reportJournal(bool on) {
+std::uint64_t reportJournal(bool on) {
     Journal& journal = theJournal();
     const std::lock_guard<std::mutex> lock(journal.mutex);
-    if (journal.isOn) {
+    const bool was = journal.isOn;
+    if (was) {
         flush(journal);
     }
     journal.isOn = on;
-    journal.reported = vset::lastCall();
+    // What has been called since the flush is reported with the next one.
+    journal.reported = was ? journal.reported : vset::lastCall();
+    return journal.reported;
 }
 
 void flushJournal() {

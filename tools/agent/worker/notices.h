@@ -3,6 +3,7 @@
 #ifndef FAPI_AGENT_WORKER_NOTICES_H
 #define FAPI_AGENT_WORKER_NOTICES_H
 
+#include <cstdint>
 #include <string>
 
 namespace tool {
@@ -13,8 +14,8 @@ class Outbox;
 void reportTo(Outbox& outbox);
 
 void reportEvents(bool on);
-// Switching it on again reports what has been called since the last report.
-void reportJournal(bool on);
+// Switching it on again reports what has been called since the last report. Returns the number of the last call.
+std::uint64_t reportJournal(bool on);
 // Reports the calls since the last report, if that is on.
 void flushJournal();
 

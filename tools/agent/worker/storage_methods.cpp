@@ -26,6 +26,14 @@ namespace fs = std::filesystem;
 // The most that is written by a request, and read by a call.
 constexpr std::size_t kLongestTransfer = 1u << 20;
 
+// Makes a new set where there is none at all, if the client wants one; a damaged one stays as it is.
+void makeMissingSet(const Field& params) {
+    const vset::HostPaths hostPaths;
+    if (params["create"].flagOr(false) && !fs::exists(setFolder() + "/set.json") && !fs::exists(setFolder() + "/env")) {
+        vset::create(setFolder());
+    }
+}
+
 // --- Files -----------------------------------------------------------------------------------------------------------
 
 Field entryField(const fs::path& file) {
@@ -74,7 +82,8 @@ Reply removeFile(const Field& params) {
 
 // --- Partitions ------------------------------------------------------------------------------------------------------
 
-Reply listPartitions(const Field&) {
+Reply listPartitions(const Field& params) {
+    makeMissingSet(params);
     Field::List all;
     for (const auto& [name, size] : vset::flash::partitions(setFolder())) {
         all.push_back({{"name", Field::ofSet(name)}, {"bytes", size}});
@@ -187,19 +196,9 @@ SetImage imageOf(const Field& params) {
     return {setFolder(), params["flash"].textOr("emmc")};
 }
 
-// Makes a new set where there is none at all; a damaged one stays as it is.
-void makeMissingSet() {
-    const vset::HostPaths hostPaths;
-    if (!fs::exists(setFolder() + "/set.json") && !fs::exists(setFolder() + "/env")) {
-        vset::create(setFolder());
-    }
-}
-
 Reply readImage(const Field& params) {
     const SetImage image = imageOf(params);
-    if (params["create"].flagOr(false)) {
-        makeMissingSet();
-    }
+    makeMissingSet(params);
     const Field& kept = params["kept"];
     return {Field::Fields{},
             piecesOf(kept.isNull() ? image.read() : image.readKept(static_cast<unsigned long>(kept.number())))};

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -109,18 +108,6 @@ void replaceFile(const std::string& file, const std::string& text) {
         throw;
     }
     syncFolderOf(file);
-}
-
-void keepFile(const std::string& file, const std::string& as) {
-    std::error_code error;
-    std::filesystem::create_hard_link(file, as, error);
-    if (error) {
-        std::filesystem::copy_file(file, as, error);
-    }
-    if (error) {
-        throw std::runtime_error(as + ": " + error.message());
-    }
-    syncFolderOf(as);
 }
 
 }  // namespace tool

@@ -60,10 +60,6 @@ void replaceFile(const std::string& file, const std::string& text);
 // Makes a change of the file's name durable.
 void syncFolderOf(const std::string& file);
 
-// Keeps what the file holds under another name as well, for when it is replaced: no copy where the folder's file system
-// has links. Throws std::runtime_error.
-void keepFile(const std::string& file, const std::string& as);
-
 }  // namespace tool
 
 #endif

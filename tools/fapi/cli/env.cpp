@@ -407,21 +407,4 @@ int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const
     }
 }
 
-std::vector<std::string> variableNames(const std::string& folder, const std::string& flash) {
-    std::vector<std::string> names;
-    try {
-        TargetOptions options;
-        options.folder = folder;
-        options.client = "fapi complete";
-        const std::unique_ptr<Target> target = Target::join(options);
-        for (const auto& [name, value] : parseEnvImage(EnvStore(*target, flash).image()).variables) {
-            names.push_back(name);
-        }
-    } catch (const std::exception&) {
-        // Nothing to offer.
-        return {};
-    }
-    return names;
-}
-
 }  // namespace tool

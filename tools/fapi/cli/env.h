@@ -41,9 +41,6 @@ int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const
 // Adds `env` and its commands; a command line that names one of them sets `action`, which returns an exit code.
 void addEnvCommands(CLI::App& app, const GlobalOptions& options, std::function<int()>& action);
 
-// The names of a set's variables, for completion.
-std::vector<std::string> variableNames(const std::string& folder, const std::string& flash);
-
 }  // namespace tool
 
 #endif

@@ -17,8 +17,8 @@
 #include "cli/reference.h"
 #include "cli/service.h"
 #include "cli/word_completion.h"
-#include "plan/plan.h"
 #include "record/history.h"
+#include "run/runner.h"
 #include "shell/help.h"
 #include "shell/shell.h"
 #include "target/hub.h"
@@ -392,6 +392,7 @@ private:
         run->add_flag("--until-failure", _run.untilFailure, "Stop at the first run that does not pass")->needs(repeat);
         run->add_flag("--resume", _run.resume, "Go on with the run of this plan that did not end, at its last step")
             ->excludes(fresh, noReport, dryRun, repeat);
+        run->add_flag("--shared", _run.isShared, "Let other programs act on the set meanwhile");
         addFaults(run);
         run->add_option("--keep", _run.keep, "How many runs the history keeps; 100 when left out")
             ->type_name("N")

@@ -68,7 +68,7 @@ private:
 
 // How many bytes there are from the wanted offset on. Throws UsageError: nothing has been called yet.
 std::uint64_t restOfPartition(Target& target, const PartitionOptions& wanted) {
-    const Field answer = target.request("partition.list");
+    const Field answer = target.request("partition.list", {{"create", true}});
     std::string known;
     for (const Field& partition : answer.at("partitions").list()) {
         const std::string& name = partition.at("name").text();
@@ -95,13 +95,13 @@ std::uint64_t fittingLength(Target& target, const PartitionOptions& wanted, std:
     return length.value_or(rest);
 }
 
-// Makes a request; that the set has refused the transfer is no failure of the bench.
+// Makes a request. That the library has refused the transfer, which has a status then, ends it.
 template <class Ask>
 void askOrStop(Ask&& ask) {
     try {
         ask();
     } catch (const RequestError& error) {
-        if (error.code() != ErrorCode::unavailable && error.code() != ErrorCode::stationFailed) {
+        if (!error.failure().data.has("status")) {
             throw;
         }
         throw Stopped{error.code() == ErrorCode::unavailable ? kExitFailed : kExitSet, error.what()};

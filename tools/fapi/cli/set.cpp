@@ -79,7 +79,8 @@ int showPorts(const GlobalOptions& options) {
     const std::string folder = setFolder(options.session);
     Json json = {{"folder", folder}, {"ports", Json::array()}};
     std::string text;
-    for (const Field& port : askAgent("set.ports", Field::Fields())["ports"].list()) {
+    const Field answer = askAgent("set.ports", Field::Fields());
+    for (const Field& port : answer.at("ports").list()) {
         const long long number = port["number"].number();
         json["ports"].push_back(
             {{"number", number}, {"path", port["path"].text()}, {"terminal", port["terminal"].text()}});

@@ -2,10 +2,9 @@
 // Expectations of middleware calls: how they are read, and how what was called is judged by them.
 #include "plan/calls.h"
 
-#include <algorithm>
+#include <utility>
 
-#include "target/in_process.h"
-#include "vset/journal.h"
+#include "plan/condition.h"
 
 namespace tool {
 
@@ -14,18 +13,11 @@ namespace {
 constexpr std::string_view kExactly = "exactly";
 
 // Returns the pattern of a call; `text` holds no ${NAME} any more. Throws UsageError.
-vset::CallPattern patternOf(const std::string& text) {
-    try {
-        return vset::CallPattern(text);
-    } catch (const vset::UnknownCallName& error) {
-        if (text.find('=') < text.find(' ')) {
-            throw UsageError(display(text, 60) + " is no call: a call and its fields are one word in quotes");
-        }
-        const std::string near = nearest(error.strName, error.names);
-        throw UsageError(error.what() + (near.empty() ? "" : ", did you mean " + near + "?"));
-    } catch (const SetError& error) {
-        throw UsageError(error.what());
+CallPattern patternOf(const std::string& text) {
+    if (text.find('=') < text.find(' ')) {
+        throw UsageError(display(text, 60) + " is no call: a call and its fields are one word in quotes");
     }
+    return CallPattern(text);
 }
 
 // Checks a call as if each variable in it were a number. Throws UsageError.
@@ -64,38 +56,53 @@ CallsCondition parseCallsCondition(const Words& words) {
     return condition;
 }
 
-void CallWatch::beginLine() {
-    _before = vset::lastCall();
+void CallWatch::beginWorker(std::uint64_t refused) {
+    *this = CallWatch();
+    _lastRefusal = refused;
+}
+
+void CallWatch::beginLine(std::uint64_t last) {
+    _calls.clear();
+    _missing = 0;
+    _last = last;
+}
+
+void CallWatch::addCall(JournalCall call) {
+    _missing += call.number > _last + 1 ? call.number - _last - 1 : 0;
+    _last = call.number;
+    _calls.push_back(std::move(call));
+}
+
+void CallWatch::addRefusals(std::vector<RefusedCall> refusals) {
+    for (RefusedCall& refusal : refusals) {
+        if (refusal.number > _lastRefusal) {
+            _lastRefusal = refusal.number;
+            _refusals.push_back(std::move(refusal));
+        }
+    }
 }
 
 Judgement CallWatch::judge(const CallsCondition& condition, const Variables& variables) const {
-    std::vector<vset::CallPattern> patterns;
+    std::vector<CallPattern> patterns;
     for (const std::string& call : condition.calls) {
         patterns.push_back(patternOf(substitute(call, variables)));
     }
-    const std::uint64_t last = vset::lastCall();
-    const std::vector<vset::JournalEntry> entries = vset::journal(_before);
-    const std::uint64_t first = entries.empty() ? last + 1 : entries.front().u64Number;
-    if (first != _before + 1) {
-        return {Verdict::error, "the line made more calls than the journal keeps: the first " +
-                                    std::to_string(first - _before - 1) + " are gone"};
+    if (_missing != 0) {
+        return {Verdict::error,
+                "the line made more calls than the journal keeps: the first " + std::to_string(_missing) + " are gone"};
     }
     const std::string missing =
-        vset::findCalls(patterns, entries, condition.exactly ? vset::OtherCalls::forbidden : vset::OtherCalls::allowed);
+        findCalls(patterns, _calls, condition.exactly ? OtherCalls::forbidden : OtherCalls::allowed);
     return missing.empty() ? Judgement{} : Judgement{Verdict::failed, missing};
 }
 
 long long CallWatch::judgedRefusals() {
-    _judged = vset::refusalCount();
-    return static_cast<long long>(_judged - _taken);
+    _judged = _lastRefusal;
+    return static_cast<long long>(_refusals.size());
 }
 
-std::vector<RefusedCall> CallWatch::takeRefusals(const Operation* operation) {
-    std::vector<RefusedCall> refusals = refusedCalls(_taken, operation);
-    if (!refusals.empty()) {
-        _taken = refusals.back().number;
-    }
-    return refusals;
+std::vector<RefusedCall> CallWatch::takeRefusals() {
+    return std::exchange(_refusals, {});
 }
 
 Judgement CallWatch::judgeRefusals(const std::vector<RefusedCall>& refusals) const {

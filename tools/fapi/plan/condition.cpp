@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a value has to be: how it is read, and how a value is judged by it.
-#include "plan/plan.h"
+#include "plan/condition.h"
+
+#include <map>
 
 namespace tool {
 

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+#include "target/event_log.h"
+#include "target/target_description.h"
+
 namespace tool {
 
 namespace {
@@ -11,6 +14,9 @@ namespace {
 constexpr char kUsage[] =
     "expected: expect [no] event NUMBER [of MODULE] [with value|text|bytes [is|...] VALUE]... within TIME";
 constexpr long long kLastEvent = 0xFFFFFFFF;
+
+// The oldest go when there are more.
+constexpr std::size_t kEventsKept = 65536;
 
 // What a failure shows of the events that came, and of each.
 constexpr std::size_t kShownEvents = 5;
@@ -138,31 +144,36 @@ Value fieldOf(const Event& event, std::string_view field) {
     return static_cast<long long>(object.value);
 }
 
+void EventQueue::add(Event event) {
+    if (_events.size() == kEventsKept) {
+        _events.pop_front();
+    }
+    _events.push_back(std::move(event));
+}
+
 void EventQueue::clear() {
     _events.clear();
     _taken.reset();
-    eventLog().clear();
 }
 
-const Event* EventQueue::at(std::size_t place, std::chrono::steady_clock::time_point deadline) {
+const Event* EventQueue::at(std::size_t place, std::chrono::steady_clock::time_point deadline, const More& more) {
     while (place >= _events.size()) {
-        Event event;
-        if (!eventLog().take(event, deadline)) {
+        if (!more()) {
             return nullptr;
         }
-        _events.push_back(std::move(event));
     }
-    return &_events[place];
+    return _events[place].mono <= deadline ? &_events[place] : nullptr;
 }
 
-Judgement EventQueue::judge(const EventCondition& condition, const std::string& text, const Variables& variables) {
-    const auto deadline = std::chrono::steady_clock::now() + condition.within;
+Judgement EventQueue::judge(const EventCondition& condition, const std::string& text, const Variables& variables,
+                            const More& more) {
+    const auto deadline = _waitsSince + condition.within;
     const std::string wanted = "expected" + substitute(text, variables).substr(kExpect.size(), kShownExpectation);
     if (condition.comes) {
         _taken.reset();
     }
     std::size_t place = 0;
-    for (const Event* event; (event = at(place, deadline)) != nullptr; ++place) {
+    for (const Event* event; (event = at(place, deadline, more)) != nullptr; ++place) {
         Judgement judgement = match(condition, *event, variables);
         if (isBad(judgement.verdict)) {
             continue;
@@ -171,14 +182,17 @@ Judgement EventQueue::judge(const EventCondition& condition, const std::string& 
             return {Verdict::failed, wanted + ", but this came: " + listEvents(event, event + 1)};
         }
         _taken = std::move(_events[place]);
+        _waitsSince = std::max(_waitsSince, _taken->mono);
         _events.erase(_events.begin(), _events.begin() + static_cast<std::ptrdiff_t>(place) + 1);
         return judgement;
     }
+    _waitsSince = deadline;
     if (!condition.comes) {
         return {};
     }
-    const std::string came = listEvents(_events.begin(), _events.end());
-    _events.clear();
+    const auto end = _events.begin() + static_cast<std::ptrdiff_t>(place);
+    const std::string came = listEvents(_events.begin(), end);
+    _events.erase(_events.begin(), end);
     return {Verdict::failed, wanted + ", but " + (came.empty() ? "no event came" : "this came: " + came)};
 }
 

@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Expectations: how they are read, and how they judge what a line answered.
-#include <algorithm>
-#include <array>
+#include "plan/expectation.h"
 
-#include "plan/plan.h"
 #include "target/output.h"
 
 namespace tool {
 
 namespace {
-
-constexpr std::array<const char*, 7> kVerdicts = {"passed", "marginal",    "failed", "error",
-                                                  "died",   "interrupted", "not run"};
 
 Condition parseOutputCondition(const Words& words) {
     if (words.size() < 2) {
@@ -60,29 +55,6 @@ Expectation parseExpectation(const Words& words) {
         expectation.text += (expectation.text.empty() ? "" : " ") + quoteWord(word);
     }
     return expectation;
-}
-
-const char* verdictName(Verdict verdict) {
-    return kVerdicts[static_cast<std::size_t>(verdict)];
-}
-
-const char* verdictWord(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::passed:
-            return "PASS";
-        case Verdict::marginal:
-            return "MARGINAL";
-        case Verdict::interrupted:
-            return "INTERRUPTED";
-        case Verdict::error:
-            return "ERROR";
-        default:
-            return "FAIL";
-    }
-}
-
-bool isBad(Verdict verdict) {
-    return verdict != Verdict::passed && verdict != Verdict::marginal;
 }
 
 Judgement judge(const Condition& condition, const Command& command, const Outcome& outcome,

@@ -2,12 +2,11 @@
 // Reads files of faults, and finds everything in them that cannot work.
 #include "plan/fault_file.h"
 
-#include "target/target_description.h"
-
 #include <algorithm>
 #include <cstdio>
 
 #include "base/words.h"
+#include "target/target_description.h"
 
 namespace tool {
 
@@ -31,7 +30,7 @@ public:
 
 private:
     void readCall() {
-        _fault.fault.strCall = _words[0];
+        _fault.call = _words[0];
         const std::string unknown = unknownFunction(_words[0]);
         if (!unknown.empty()) {
             throw UsageError(unknown, 0);
@@ -49,9 +48,8 @@ private:
             if (const std::string problem = namedCodeProblem(_words[0], word); !problem.empty()) {
                 throw UsageError(problem, 1);
             }
-            _fault.fault.s64Result = code->value;
-        } else if (!parseNumber(word, _fault.fault.s64Result) || _fault.fault.s64Result < -0x80000000ll ||
-                   _fault.fault.s64Result > kU32Max) {
+            _fault.result = code->value;
+        } else if (!parseNumber(word, _fault.result) || _fault.result < -0x80000000ll || _fault.result > kU32Max) {
             throw UsageError(unknownCode(word), 1);
         }
     }
@@ -70,13 +68,13 @@ private:
         const std::string& word = _words[_next];
         if (word == "from") {
             once(_hasFrom, "from");
-            _fault.fault.u32From = readCount("a call, counted from 1");
+            _fault.from = readCount("a call, counted from 1");
         } else if (word == "times") {
             once(_hasTimes, "how often");
-            _fault.fault.u32Times = readCount("how many calls fail");
+            _fault.times = readCount("how many calls fail");
         } else if (word == "always") {
             once(_hasTimes, "how often");
-            _fault.fault.u32Times = 0;
+            _fault.times = 0;
             ++_next;
         } else if (word == "in") {
             once(_hasStep, "in");
@@ -162,14 +160,14 @@ private:
 
 std::string PlanFault::text() const {
     char code[32];
-    std::snprintf(code, sizeof(code), fault.s64Result < 0 ? "-0x%llX" : "0x%llX",
-                  static_cast<unsigned long long>(fault.s64Result < 0 ? -fault.s64Result : fault.s64Result));
-    std::string text = quoteWord(fault.strCall) + " " + code;
-    if (fault.u32From != 1) {
-        text += " from " + std::to_string(fault.u32From);
+    std::snprintf(code, sizeof(code), result < 0 ? "-0x%llX" : "0x%llX",
+                  static_cast<unsigned long long>(result < 0 ? -result : result));
+    std::string text = quoteWord(call) + " " + code;
+    if (from != 1) {
+        text += " from " + std::to_string(from);
     }
-    if (fault.u32Times != 1) {
-        text += fault.u32Times == 0 ? " always" : " times " + std::to_string(fault.u32Times);
+    if (times != 1) {
+        text += times == 0 ? " always" : " times " + std::to_string(times);
     }
     return step.empty() ? text : text + " in " + quoteWord(step);
 }

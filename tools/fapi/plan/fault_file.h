@@ -9,13 +9,15 @@
 #include <vector>
 
 #include "base/words.h"
-#include "vset/vset.h"
 
 namespace tool {
 
 struct PlanFault {
-    vset::Fault fault;
-    std::string step;  // the name of the one that it is bound to; empty: the whole run
+    std::string call;        // the function that fails
+    long long result = 0;    // what it answers
+    unsigned int from = 1;   // the first call that fails
+    unsigned int times = 1;  // how many calls fail; 0: all from then on
+    std::string step;        // the name of the one that the fault is bound to; empty: the whole run
     unsigned int line = 0;
     std::size_t stepColumn = 0;
 

@@ -5,7 +5,9 @@
 
 #include "base/words.h"
 #include "plan/data.h"
+#include "plan/picture_line.h"
 #include "plan/plan.h"
+#include "plan/words_of_plans.h"
 #include "target/surprises.h"
 
 namespace tool {
@@ -186,8 +188,8 @@ private:
         _silent = "data";
         useVariables(words);
         const PlanData data = PlanData::parse(words);
-        if (!_data.insert(data.name()).second) {
-            throw UsageError("there are data " + data.name() + " already");
+        if (!_data.insert(data.name).second) {
+            throw UsageError("there are data " + data.name + " already");
         }
     }
 

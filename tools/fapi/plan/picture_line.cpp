@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // "picture" in plans.
-#include "plan/plan.h"
+#include "plan/picture_line.h"
+
+#include "plan/variables.h"
+#include "target/target_description.h"
 
 namespace tool {
 

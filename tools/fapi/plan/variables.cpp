@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // ${NAME} in the words of a plan.
-#include <algorithm>
+#include "plan/variables.h"
 
-#include "plan/plan.h"
+#include <algorithm>
 
 namespace tool {
 
@@ -49,7 +49,7 @@ std::string anyWord(const Argument& argument) {
         case Kind::partition:
             return "x";
         case Kind::function:
-            return vset::kAllocation;
+            return description().functions.empty() ? "x" : description().functions.front().name;
         case Kind::color:
             return "black";
         case Kind::bytes:
@@ -103,7 +103,7 @@ Command commandWithAnyValues(const Words& words) {
     const Action* action = isAction ? findAction(words[1]) : nullptr;
     static const std::vector<Argument> kNone;
     const std::vector<Argument>& arguments = operation != nullptr ? operation->arguments
-                                             : action != nullptr    ? action->arguments
+                                             : action != nullptr  ? action->arguments
                                                                   : kNone;
     const Words fitting = withAnyValues(words, first, arguments);
     return Command::parse(fitting, fitting == words ? Together::checked : Together::unchecked);

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Words that plans do not have, and what there is in their place.
-#include "plan/plan.h"
+#include "plan/words_of_plans.h"
+
+#include <algorithm>
+
+#include "target/command.h"
 
 namespace tool {
 

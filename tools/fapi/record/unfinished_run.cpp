@@ -13,7 +13,6 @@
 
 #include "base/terminal.h"
 #include "target/session.h"
-#include "vset/vset.h"
 
 namespace tool {
 
@@ -249,8 +248,7 @@ void UnfinishedRun::write(const Json& json) {
     _open->write(jsonLine(json) + '\n');
 }
 
-// The lock of a process and not of a file: the process that holds the set does not inherit it, and may outlive this one
-// for a moment.
+// The lock of a process and not of a file: a hub that this process has started does not inherit it.
 bool UnfinishedRun::lock() const {
     struct flock wanted = {};
     wanted.l_type = F_WRLCK;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // `fapi run` and `fapi check`: from files to exit codes.
+#include "run/runner.h"
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -14,7 +16,6 @@
 #include "run/run.h"
 #include "target/fresh_set.h"
 #include "target/output.h"
-#include "vset/vset.h"
 
 namespace tool {
 
@@ -283,7 +284,8 @@ private:
             UnfinishedRun* unfinished) {
         const Plan& plan = _plans[index];
         Progress progress(plan, _options.json);
-        PlanRun run(plan, session, report != nullptr ? report->stem() : "", progress, _interrupts, unfinished);
+        PlanRun run(plan, session, _options.isShared, report != nullptr ? report->stem() : "", progress, _interrupts,
+                    unfinished);
         if (_options.resume) {
             run.resume();
             progress.resume(unfinished->position().step);

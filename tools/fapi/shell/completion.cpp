@@ -35,7 +35,8 @@ std::vector<std::string> setPaths(const std::string& start) {
     }
     std::vector<std::string> paths;
     try {
-        for (const Field& entry : askAgent("file.list", {{"path", Field::ofSet(parent)}})["entries"].list()) {
+        const Field answer = askAgent("file.list", {{"path", Field::ofSet(parent)}});
+        for (const Field& entry : answer.at("entries").list()) {
             paths.push_back(parent + entry["name"].text() + (entry["kind"] == Field("folder") ? "/" : ""));
         }
     } catch (const SetError&) {
@@ -128,7 +129,8 @@ std::vector<std::string> operationNames(const std::string& start) {
 std::vector<std::string> partitionNames() {
     std::vector<std::string> names;
     try {
-        for (const Field& partition : askAgent("partition.list", Field::Fields())["partitions"].list()) {
+        const Field answer = askAgent("partition.list", Field::Fields());
+        for (const Field& partition : answer.at("partitions").list()) {
             names.push_back(partition["name"].text());
         }
     } catch (const SetError&) {

@@ -131,10 +131,8 @@ public:
     bool isInteractive() const override { return true; }
 
     void printAbove(const std::function<void()>& print) override {
-        if (_isTyped) {
-            // In the place of what is typed.
-            std::fputs("\r\033[K", stderr);
-        }
+        // In the place of what is typed, or of what the terminal has shown of it while a line runs.
+        std::fputs("\r\033[K", stderr);
         print();
         if (_isTyped) {
             el_set(_editLine, EL_REFRESH);

@@ -18,7 +18,7 @@ public:
     // The next line. False at the end.
     virtual bool read(std::string& line) = 0;
     virtual bool isInteractive() const = 0;
-    // Prints lines, while one is typed: they stand above it, and what there is of it is shown again.
+    // Prints lines while one is typed or runs: they stand above what is typed, which is shown again.
     virtual void printAbove(const std::function<void()>& print) { print(); }
 };
 

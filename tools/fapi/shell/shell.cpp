@@ -15,7 +15,7 @@
 #include "base/terminal.h"
 #include "shell/help.h"
 #include "shell/line_source.h"
-#include "shell/worker_end.h"
+#include "target/worker_end.h"
 #include "target/output.h"
 #include "target/session.h"
 #include "target/surprises.h"
@@ -48,6 +48,9 @@ public:
         const sigset_t signals = interruptSignal();
         pthread_sigmask(SIG_BLOCK, &signals, nullptr);
         sigaction(SIGINT, &_before, nullptr);
+        if (std::cin.fail()) {
+            std::fputc('\n', stderr);
+        }
         // The next answer is read all the same.
         std::cin.clear();
         std::clearerr(stdin);

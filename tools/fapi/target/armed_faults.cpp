@@ -1,19 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
-// The faults of a run in the process that has the set.
+// The faults of a run, as the set has them.
 #include "target/armed_faults.h"
 
 #include <algorithm>
 
 namespace tool {
 
-ArmedFaults::ArmedFaults(const std::vector<PlanFault>& faults, std::vector<unsigned int>& calls)
-    : _faults(faults), _calls(calls), _armed(faults.size()) {
-    _calls.resize(faults.size());
+namespace {
+
+// The actions, as plans name them, too.
+constexpr char kArm[] = "fault";
+constexpr char kTakeBack[] = "clear-faults";
+
+}  // namespace
+
+ArmedFaults::ArmedFaults(const std::vector<PlanFault>& faults, Act act, Sync sync)
+    : _faults(faults), _act(std::move(act)), _sync(std::move(sync)), _calls(faults.size()), _armed(faults.size()) {}
+
+void ArmedFaults::resume(const std::vector<unsigned int>& calls) {
+    _calls = calls;
+    _calls.resize(_faults.size());
 }
 
 void ArmedFaults::beginStep(const std::string& step, bool anew) {
+    if (isEmpty()) {
+        return;
+    }
     // What was called before is not theirs.
-    count();
+    _sync();
     for (std::size_t i = 0; i < _faults.size(); ++i) {
         if (_faults[i].step == step) {
             _calls[i] = anew ? 0 : _calls[i];
@@ -25,12 +39,15 @@ void ArmedFaults::beginStep(const std::string& step, bool anew) {
 }
 
 void ArmedFaults::endStep(const std::string& step) {
-    count();
+    if (isEmpty()) {
+        return;
+    }
+    _sync();
     const bool hasOwn = std::any_of(_faults.begin(), _faults.end(), [&](const PlanFault& f) { return f.step == step; });
     if (!hasOwn) {
         return;
     }
-    vset::clearFaults();
+    _act(kTakeBack, {});
     for (std::size_t i = 0; i < _faults.size(); ++i) {
         _armed[i] = false;
         if (_faults[i].step.empty()) {
@@ -39,35 +56,29 @@ void ArmedFaults::endStep(const std::string& step) {
     }
 }
 
-void ArmedFaults::count() {
-    if (_faults.empty()) {
-        return;
-    }
-    for (const vset::JournalEntry& entry : vset::journal()) {
-        if (entry.u64Number <= _counted) {
-            continue;
-        }
-        _counted = entry.u64Number;
-        for (std::size_t i = 0; i < _faults.size(); ++i) {
-            if (_armed[i] && _faults[i].fault.strCall == entry.pszCall) {
-                ++_calls[i];
-            }
+void ArmedFaults::add(const std::string& call) {
+    for (std::size_t i = 0; i < _faults.size(); ++i) {
+        if (_armed[i] && _faults[i].call == call) {
+            ++_calls[i];
         }
     }
+}
+
+void ArmedFaults::beginWorker() {
+    _armed.assign(_faults.size(), false);
 }
 
 // As much of it as is left.
 void ArmedFaults::arm(std::size_t index) {
     _armed[index] = true;
-    vset::Fault fault = _faults[index].fault;
-    const unsigned int before = fault.u32From - 1;
-    const unsigned int failed = _calls[index] - std::min(_calls[index], before);
-    if (fault.u32Times != 0 && failed >= fault.u32Times) {
+    const PlanFault& fault = _faults[index];
+    const unsigned int before = std::min(_calls[index], fault.from - 1);
+    const unsigned int failed = _calls[index] - before;
+    if (fault.times != 0 && failed >= fault.times) {
         return;
     }
-    fault.u32From -= std::min(_calls[index], before);
-    fault.u32Times -= fault.u32Times != 0 ? failed : 0;
-    vset::inject(fault);
+    const unsigned int left = fault.times - (fault.times != 0 ? failed : 0);
+    _act(kArm, {fault.call, fault.result, static_cast<long long>(fault.from - before), static_cast<long long>(left)});
 }
 
 }  // namespace tool

@@ -1,35 +1,50 @@
 // SPDX-License-Identifier: Apache-2.0
-// The faults of a run in the process that has the set.
+// The faults of a run, as the set has them.
 #ifndef FAPI_BENCH_TARGET_ARMED_FAULTS_H
 #define FAPI_BENCH_TARGET_ARMED_FAULTS_H
 
-#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "plan/fault_file.h"
+#include "protocol/value.h"
 
 namespace tool {
 
-// Arms faults, and follows in the set's journal how many calls each has seen, so that another process can go on where
-// this one has ended. Allocations are in no journal: of them every process begins at the first.
+// Arms faults, and follows in the set's journal how many calls each has seen, so that another worker can go on where
+// one has ended. Allocations are in no journal: of them every worker begins at the first.
 class ArmedFaults {
 public:
-    // How many calls each fault has seen while it was armed; shorter than `faults` at the beginning of a run.
-    ArmedFaults(const std::vector<PlanFault>& faults, std::vector<unsigned int>& calls);
+    // Carries out the action of that name.
+    using Act = std::function<void(const std::string& action, const std::vector<Value>& arguments)>;
+    // Waits until all that was called so far has been given to add().
+    using Sync = std::function<void()>;
+
+    ArmedFaults(const std::vector<PlanFault>& faults, Act act, Sync sync);
+
+    bool isEmpty() const { return _faults.empty(); }
+    // How many calls each fault has seen while it was armed; empty at the beginning of a run.
+    const std::vector<unsigned int>& calls() const { return _calls; }
+    void resume(const std::vector<unsigned int>& calls);
 
     // Arms what is for the whole run and what is bound to the step; `anew` unless the step has begun already.
     void beginStep(const std::string& step, bool anew);
     // Takes back what is bound to the step, and with it whatever else has been injected meanwhile.
     void endStep(const std::string& step);
-    // Brings the numbers of calls up to date.
-    void count();
+    // A call that the journal has reported.
+    void add(const std::string& call);
+    // Another worker has no faults.
+    void beginWorker();
 
 private:
     void arm(std::size_t index);
 
     const std::vector<PlanFault>& _faults;
-    std::vector<unsigned int>& _calls;
+    const Act _act;
+    const Sync _sync;
+    std::vector<unsigned int> _calls;
     std::vector<bool> _armed;
-    std::uint64_t _counted = 0;  // the last call of the journal that was looked at
 };
 
 }  // namespace tool

@@ -96,7 +96,7 @@ CallAnswer Command::run(const CallOptions& options) const {
     if (_operation != nullptr) {
         return callOperation(*_operation, _arguments, options);
     }
-    return _action != nullptr ? carryOut(*_action, _arguments) : CallAnswer();
+    return _action != nullptr ? carryOut(*_action, _arguments, options) : CallAnswer();
 }
 
 std::string Command::word(const Outcome& outcome) const {

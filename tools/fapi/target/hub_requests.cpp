@@ -12,8 +12,9 @@ namespace {
 // Requests that look at the set and leave it as it is. A client that has no claim may send them at any time.
 const std::set<std::string>& lookingMethods() {
     static const std::set<std::string> methods = {
-        "check",   "data", "describe",       "env.kept",       "env.read", "events",     "file.list", "file.read",
-        "journal", "log",  "partition.list", "partition.read", "picture",  "set.damage", "set.ports", "set.show"};
+        "check",     "data",      "describe",   "env.kept", "env.read",       "events",
+        "file.list", "file.read", "journal",    "log",      "partition.list", "partition.read",
+        "picture",   "refusals",  "set.damage", "set.log",  "set.ports",      "set.show"};
     return methods;
 }
 

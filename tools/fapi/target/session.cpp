@@ -40,6 +40,12 @@ CallAnswer noted(CallAnswer answer) {
     return answer;
 }
 
+void setRefusedAfter(Field& params, const CallOptions& options) {
+    if (options.refusedAfter) {
+        params.set("refusedAfter", *options.refusedAfter);
+    }
+}
+
 void join() {
     if (g_target == nullptr) {
         g_target = Target::join(targetOptions(g_chosen));
@@ -106,14 +112,18 @@ void closeSession() {
 }
 
 CallAnswer callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options) {
-    return noted(session().call({{"operation", operation.name},
-                                 {"arguments", fieldsOf(arguments)},
-                                 {"confirm", true},
-                                 {"prepare", options.prepare}}));
+    Field params = {{"operation", operation.name},
+                    {"arguments", fieldsOf(arguments)},
+                    {"confirm", true},
+                    {"prepare", options.prepare}};
+    setRefusedAfter(params, options);
+    return noted(session().call(params));
 }
 
-CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments) {
-    return noted(session().act({{"action", action.name}, {"arguments", fieldsOf(arguments)}}));
+CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments, const CallOptions& options) {
+    Field params = {{"action", action.name}, {"arguments", fieldsOf(arguments)}};
+    setRefusedAfter(params, options);
+    return noted(session().act(params));
 }
 
 void bringUp() {
@@ -140,7 +150,7 @@ void switchOn() {
 }
 
 long long powerCycle() {
-    return session().request("power", {{"to", "cycle"}})["boots"].numberOr(0);
+    return session().request("power", {{"to", "cycle"}, {"damaged", g_chosen.damaged}})["boots"].numberOr(0);
 }
 
 bool takeReboot() {

@@ -3,7 +3,8 @@
 #ifndef FAPI_BENCH_TARGET_SESSION_H
 #define FAPI_BENCH_TARGET_SESSION_H
 
-#include <chrono>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,12 +44,14 @@ Field readFromAgent(const std::string& method, const Field& params, const Sink& 
 // How a call is made.
 struct CallOptions {
     bool prepare = true;  // what the operation needs is called before it
+    // The last refusal of the chip that the caller knows: all after it are answered, those of other threads, too.
+    std::optional<std::uint64_t> refusedAfter = std::nullopt;
 };
 
 // Calls the operation; whoever calls this has asked before what destroys. Throws RequestError: `died` when the library
 // has crashed in it.
 CallAnswer callOperation(const Operation& operation, const std::vector<Value>& arguments, const CallOptions& options);
-CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments);
+CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments, const CallOptions& options = {});
 
 // Calls what every operation needs. Prints what of that has failed.
 void bringUp();

@@ -115,7 +115,8 @@ Field Target::read(const std::string& method, const Field& params, const Sink& s
             if (piece.has("error")) {
                 _streams.erase(stream);
                 const Field& error = piece["error"];
-                throw RequestError(static_cast<ErrorCode>(error.at("code").number()), error["message"].textOr(""));
+                throw RequestError(
+                    {static_cast<ErrorCode>(error.at("code").number()), error["message"].textOr(""), error["data"]});
             }
             if (piece.has("data")) {
                 check.add(piece.at("piece").number(), piece["data"].bytes());

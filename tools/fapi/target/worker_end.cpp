@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Why a worker has ended, in words.
-#include "shell/worker_end.h"
+#include "target/worker_end.h"
 
 #include <csignal>
 #include <cstring>

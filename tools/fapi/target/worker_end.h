@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Why a worker has ended, in words.
-#ifndef FAPI_BENCH_SHELL_WORKER_END_H
-#define FAPI_BENCH_SHELL_WORKER_END_H
+#ifndef FAPI_BENCH_TARGET_WORKER_END_H
+#define FAPI_BENCH_TARGET_WORKER_END_H
 
 #include <string>
 

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// Steps of a plan, and their lines.
+#ifndef FAPI_BENCH_PLAN_STEP_H
+#define FAPI_BENCH_PLAN_STEP_H
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "plan/expectation.h"
+#include "target/command.h"
+
+namespace tool {
+
+// "keep NAME OUTPUT"
+struct Keep {
+    unsigned int line = 0;
+    std::string name;
+    std::string output;  // kEventPrefix and a field: of the event that was taken last
+};
+
+enum class LineKind {
+    command,
+    picture,  // parsePicture() reads it
+    data,     // PlanData reads it
+    wait      // parseWait() reads it
+};
+
+struct PlanLine {
+    unsigned int line = 0;
+    Words words;
+    // Empty while words hold ${NAME}: the command is then made when the values are known.
+    std::optional<Command> command;
+    LineKind kind = LineKind::command;
+    std::vector<Expectation> expectations;
+    std::vector<Keep> keeps;
+
+    std::string text() const;
+};
+
+struct Step {
+    unsigned int line = 0;
+    std::string name;
+    bool teardown = false;
+    bool stopOnFailure = true;
+    unsigned int retry = 0;  // further attempts
+    std::chrono::milliseconds every{0};
+    std::vector<PlanLine> lines;
+};
+
+}  // namespace tool
+
+#endif

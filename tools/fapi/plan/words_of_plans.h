@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+// Words that only plans know.
+#ifndef FAPI_BENCH_PLAN_WORDS_OF_PLANS_H
+#define FAPI_BENCH_PLAN_WORDS_OF_PLANS_H
+
+#include <chrono>
+#include <string>
+
+#include "base/words.h"
+
+namespace tool {
+
+// "wait TIME". Throws UsageError.
+std::chrono::milliseconds parseWait(const Words& words);
+
+// The message for a word that no line, or no option of a step, begins with: what there is in its place.
+std::string unknownPlanWord(const std::string& word);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: Apache-2.0
+// One line of a plan.
+#include "run/line_run.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "base/durable_file.h"
+#include "plan/data.h"
+#include "plan/picture_line.h"
+#include "plan/words_of_plans.h"
+#include "protocol/characters.h"
+#include "target/event_log.h"
+
+namespace tool {
+
+namespace {
+
+// What the report shows of a value that was expected to be something.
+constexpr std::size_t kShownFound = 200;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// What was looked at; a number in a range is a measurement.
+void addFound(const Condition& condition, const std::string& what, const Value& value, Json& judged) {
+    judged["found"] = display(value, kShownFound);
+    long long number = 0;
+    if (condition.compare == Compare::within && asNumber(value, number)) {
+        judged["measurements"].push_back({{"what", what},
+                                          {"value", number},
+                                          {"low", condition.low},
+                                          {"high", condition.high},
+                                          {"margin", condition.margin}});
+    }
+}
+
+// Whether the request was only refused: the set is there, and the run goes on.
+bool isRefusal(const RequestError& error) {
+    switch (error.code()) {
+        case ErrorCode::unavailable:
+        case ErrorCode::wrongParameters:
+        case ErrorCode::notSupported:
+        case ErrorCode::unknownMethod:
+        case ErrorCode::internal:
+        case ErrorCode::stationFailed:
+            return true;
+        default:
+            return false;
+    }
+}
+
+Verdict verdictOf(const RequestError& error) {
+    return error.code() == ErrorCode::stationFailed ? Verdict::error : Verdict::failed;
+}
+
+bool expectsCalls(const PlanLine& line) {
+    return std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
+        return std::holds_alternative<CallsCondition>(expectation.what);
+    });
+}
+
+}  // namespace
+
+bool LineRun::run() {
+    _set.beginLine(expectsCalls(_line));
+    try {
+        if (_line.kind != LineKind::command) {
+            runOwn();
+        } else if (!runCommand()) {
+            return false;
+        }
+    } catch (const UsageError& error) {
+        worsen({Verdict::failed, error.what()}, _number);
+    } catch (const RequestError& error) {
+        if (!isRefusal(error)) {
+            throw;
+        }
+        const std::string what = beginningOf(_line.text(), kToldBytes) + ": " + error.what();
+        worsen({verdictOf(error), what}, _number);
+    }
+    finish();
+    return true;
+}
+
+bool LineRun::runCommand() {
+    std::optional<Command> made;
+    if (!_line.command) {
+        made = Command::parse(words());
+    }
+    const Command& command = _line.command ? *_line.command : *made;
+    const std::optional<CallAnswer> answer = _set.run(command);
+    if (!answer) {
+        return false;
+    }
+    _begun = answer->begun;
+    if (hasReport()) {
+        _told = toJson(command, answer->outcome, kKeptBytes);
+        _told["line"] = _line.line;
+        _told["seconds"] = secondsSince(_start);
+    }
+    judgeOutcome(command, answer->outcome);
+    // Whatever was answered and expected: with storage of its own the set might have done otherwise.
+    for (const std::string& trouble : answer->troubles) {
+        worsen({Verdict::error, trouble}, _line.line);
+    }
+    followUp(command, answer->outcome);
+    return true;
+}
+
+// What is no matter of the library: a picture, data, a wait.
+void LineRun::runOwn() {
+    _told = {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}};
+    const auto fail = [&](const std::runtime_error& error, Verdict verdict) {
+        worsen({verdict, beginningOf(_line.text(), kToldBytes) + ": " + error.what()}, _line.line);
+        _told["error"] = error.what();
+    };
+    try {
+        if (_line.kind == LineKind::picture) {
+            takePicture();
+        } else if (_line.kind == LineKind::wait) {
+            _set.rest(parseWait(words()));
+        } else {
+            takeData();
+        }
+    } catch (const RequestError& error) {
+        if (!isRefusal(error)) {
+            throw;
+        }
+        fail(error, verdictOf(error));
+    } catch (const std::runtime_error& error) {
+        fail(error, Verdict::failed);
+    }
+    _told["seconds"] = secondsSince(_start);
+    followUp({}, {});
+}
+
+void LineRun::takePicture() {
+    const PictureLine picture = parsePicture(words());
+    const Picture taken = _set.takePicture(picture.what);
+    if (hasReport()) {
+        const std::string file = _context.report + "-" + picture.name + ".png";
+        try {
+            writePng(taken, file);
+            _told["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+        } catch (const FileError& error) {
+            _told["note"] = "picture " + picture.name + " is not stored: " + error.what();
+        }
+    }
+}
+
+void LineRun::takeData() {
+    const PlanData data = PlanData::parse(words());
+    Json all = Json::array();
+    for (const DataSeries& series : data.request.isNull() ? data.series : parseSeries(_set.ask("data", data.request))) {
+        all.push_back({{"name", series.name}, {"values", series.values}});
+    }
+    _told["data"] = {{"name", data.name}, {"kind", data.kind}, {"series", std::move(all)}};
+}
+
+// Judges what the chip has refused, and gives the report what came of the line.
+void LineRun::finish() {
+    _set.catchUp();
+    const std::vector<RefusedCall> refusals = _set.calls().takeRefusals();
+    worsen(_set.calls().judgeRefusals(refusals), _line.line);
+    if (!hasReport() || _told.is_null()) {
+        return;
+    }
+    if (!refusals.empty()) {
+        addRefusals(_told, refusals);
+    }
+    _attempt.commands.push_back(std::move(_told));
+}
+
+Words LineRun::words() const {
+    Words words = _line.words;
+    for (std::string& word : words) {
+        word = substitute(word, _context.variables);
+    }
+    return words;
+}
+
+// Without an expectation of the status it must be a good one.
+void LineRun::judgeOutcome(const Command& command, const Outcome& outcome) {
+    const bool judgesStatus = std::any_of(_line.expectations.begin(), _line.expectations.end(),
+                                          [](const Expectation& e) { return e.isAboutStatus(); });
+    if (judgesStatus || outcome.good) {
+        return;
+    }
+    const Value* error = outcome.find("error");
+    worsen({Verdict::failed, beginningOf(command.text(), kToldBytes) + " answered " + std::to_string(outcome.status) +
+                                 " (" + command.word(outcome) + ")" + (error != nullptr ? ": " + display(*error) : "") +
+                                 reasonOf(outcome)},
+           _line.line);
+}
+
+// Expectations and keeps, in the order in which they are written.
+void LineRun::followUp(const Command& command, const Outcome& outcome) {
+    if (hasReport()) {
+        _told["expectations"] = Json::array();
+    }
+    auto next = _line.keeps.begin();
+    for (const Expectation& expectation : _line.expectations) {
+        for (; next != _line.keeps.end() && next->line < expectation.line; ++next) {
+            keep(*next, outcome);
+        }
+        _number = expectation.line;
+        const Json judged = judgeExpectation(expectation, command, outcome);
+        if (hasReport()) {
+            _told["expectations"].push_back(judged);
+        }
+    }
+    for (; next != _line.keeps.end(); ++next) {
+        keep(*next, outcome);
+    }
+}
+
+// What the report says of it.
+Json LineRun::judgeExpectation(const Expectation& expectation, const Command& command, const Outcome& outcome) {
+    Json judged = {{"line", expectation.line}, {"text", beginningOf(expectation.text, kKeptBytes)}};
+    const auto* event = std::get_if<EventCondition>(&expectation.what);
+    // Nobody waits for the events of what has failed.
+    if (event != nullptr && isBad(_attempt.judgement.verdict)) {
+        judged["verdict"] = verdictName(Verdict::notRun);
+        judged["why"] = "";
+        return judged;
+    }
+    const Judgement judgement = judgementOf(expectation, command, outcome);
+    worsen(judgement, expectation.line);
+    judged["verdict"] = verdictName(judgement.verdict);
+    judged["why"] = beginningOf(judgement.text, kKeptBytes);
+    if (event != nullptr && event->comes && _set.events().taken() != nullptr) {
+        addEvent(*event, *_set.events().taken(), judged);
+    } else if (const auto* condition = std::get_if<Condition>(&expectation.what)) {
+        const Value* value = outcome.find(condition->subject);
+        if (value != nullptr || expectation.isAboutStatus()) {
+            addFound(*condition, condition->subject, value != nullptr ? *value : Value(outcome.status), judged);
+        }
+    }
+    return judged;
+}
+
+Judgement LineRun::judgementOf(const Expectation& expectation, const Command& command, const Outcome& outcome) {
+    if (const auto* event = std::get_if<EventCondition>(&expectation.what)) {
+        return _set.judge(*event, expectation.text, _context.variables);
+    }
+    if (expectation.isAboutChip()) {
+        _set.catchUp();
+    }
+    if (const auto* calls = std::get_if<CallsCondition>(&expectation.what)) {
+        return _set.calls().judge(*calls, _context.variables);
+    }
+    const auto& condition = std::get<Condition>(expectation.what);
+    return expectation.isAboutChip() ? tool::judge(condition, Value(_set.calls().judgedRefusals()), _context.variables)
+                                     : tool::judge(condition, command, outcome, _context.variables);
+}
+
+void LineRun::addEvent(const EventCondition& condition, const Event& event, Json& judged) const {
+    judged["event"] = toJson(event);
+    // The two clocks have the line in common.
+    const auto age = (_start - _attempt.start) + (event.mono - _begun);
+    judged["event"]["after"] = std::chrono::duration<double>(age).count();
+    for (const Condition& field : condition.fields) {
+        addFound(field, "event." + field.subject, fieldOf(event, field.subject), judged);
+    }
+    judged["found"] = describe(event);
+}
+
+void LineRun::keep(const Keep& keep, const Outcome& outcome) {
+    if (const std::optional<Value> value = valueOf(keep.output, outcome)) {
+        _context.variables[keep.name] = *value;
+        _context.kept[keep.name] = *value;
+    }
+}
+
+std::optional<Value> LineRun::valueOf(std::string_view output, const Outcome& outcome) const {
+    if (output == "status") {
+        return outcome.status;
+    }
+    if (output.substr(0, kEventPrefix.size()) != kEventPrefix) {
+        const Value* value = outcome.find(output);
+        return value != nullptr ? std::optional(*value) : std::nullopt;
+    }
+    const Event* event = _set.events().taken();
+    return event != nullptr ? std::optional(fieldOf(*event, output.substr(kEventPrefix.size()))) : std::nullopt;
+}
+
+// The worst verdict of an attempt counts, and the first text of that verdict.
+void LineRun::worsen(const Judgement& judgement, unsigned int line) {
+    if (judgement.verdict > _attempt.judgement.verdict) {
+        const std::string text = "line " + std::to_string(line) + ": " + judgement.text;
+        _attempt.judgement = {judgement.verdict, beginningOf(text, kKeptBytes)};
+    }
+}
+
+}  // namespace tool

@@ -1,0 +1,355 @@
+// SPDX-License-Identifier: Apache-2.0
+// The set that a plan runs on.
+#include "run/run_set.h"
+
+#include <cstdio>
+
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include "base/terminal.h"
+#include "target/picture_source.h"
+#include "target/session.h"
+#include "target/worker_end.h"
+
+namespace tool {
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+
+constexpr char kWatchdog[] = "watchdog";
+constexpr char kReason[] = "reason";
+
+// How a worker has ended, as a notification or a failure says it.
+WorkerEnded endOf(const Field& how) {
+    const std::string reason = how[kReason].textOr("");
+    if (reason == kWatchdog) {
+        return {"the watchdog has rebooted the set"};
+    }
+    if (reason == "power") {
+        return {"another program has switched the set off"};
+    }
+    return {(how.has("signal") ? "the process died of " : "the process ended with ") + causeOf(how)};
+}
+
+// Readable each time so many milliseconds have passed.
+Descriptor timerOf(int milliseconds) {
+    if (milliseconds < 0) {
+        return {};
+    }
+    Descriptor timer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    const timespec time = {milliseconds / 1000, milliseconds % 1000 * 1000000};
+    const itimerspec period = {time, time};
+    timerfd_settime(timer.get(), 0, &period, nullptr);
+    return timer;
+}
+
+bool isUnknown(const RequestError& error) {
+    return error.code() == ErrorCode::notSupported || error.code() == ErrorCode::unknownMethod;
+}
+
+}  // namespace
+
+RunSet::RunSet(RunSetOptions options, const std::vector<PlanFault>& faults, Interrupts& interrupts,
+               std::function<void()> refresh, int refreshMilliseconds)
+    : _options(std::move(options)),
+      _interrupts(interrupts),
+      _refresh(std::move(refresh)),
+      _timer(timerOf(refreshMilliseconds)),
+      _faults(
+          faults,
+          [this](const std::string& name, const std::vector<Value>& arguments) {
+              const Action* action = findAction(name);
+              if (action == nullptr) {
+                  throw RequestError(ErrorCode::notSupported, "this set has no faults");
+              }
+              guarded([&] { return carryOut(*action, arguments); });
+          },
+          [this] { flushCalls(); }) {}
+
+RunSet::~RunSet() {
+    if (!isSessionOpen()) {
+        return;
+    }
+    try {
+        // Other clients may stay.
+        session().request("log-switch", {{"state", "set"}});
+    } catch (const RequestError&) {
+        // There is no hub any more.
+    }
+    closeSession();
+}
+
+// --- The set's worker ------------------------------------------------------------------------------------------------
+
+void RunSet::open() {
+    closeSession();
+    Target& target = openSession(_options.session);
+    _library = target.hello()["library"].textOr("");
+    listen();
+    guarded([&] {
+        target.claim("runs the plan " + _options.plan);
+        if (_options.isShared) {
+            target.share(true);
+        }
+        if (_options.keepsLog) {
+            target.request("log-switch", {{"state", "on"}});
+        }
+        _showsLog = !_options.keepsLog;
+        listenToEvents(true);
+        if (_options.followsCalls) {
+            flushCalls();
+        }
+    });
+    switchOn();
+}
+
+void RunSet::listen() {
+    Target& target = session();
+    target.listen("event", [this](const Field& params) { _events.add(parseEvent(params)); });
+    target.listen("journal", [this](const Field& params) { takeCalls(params); });
+    target.listen("worker", [this](const Field& params) { takeEnd(params); });
+    target.listen("log", [this](const Field& params) {
+        const std::string line = std::get<std::string>(params.at("text").value());
+        if (_options.keepsLog) {
+            _log.add(line, params["dropped"].numberOr(0));
+        }
+        if (_showsLog) {
+            std::fprintf(stderr, "%s\n", line.c_str());
+        }
+    });
+    target.watch(_interrupts.descriptor(), [this] { takeSignals(); });
+    if (_timer) {
+        target.watch(_timer.get(), [this] {
+            std::uint64_t times = 0;
+            static_cast<void>(read(_timer.get(), &times, sizeof(times)));
+            _refresh();
+        });
+    }
+}
+
+void RunSet::switchOn() {
+    _isInterrupted = false;
+    guarded([&] {
+        try {
+            _boots = std::to_string(powerCycle());
+        } catch (const RequestError& error) {
+            if (!isUnknown(error)) {
+                throw;
+            }
+            session().request("end-worker");
+        }
+    });
+    _ended.reset();
+    _events.clear();
+    _faults.beginWorker();
+    _calls.beginWorker();
+    // What it took to switch the set on is no matter of a line.
+    askForCalls();
+    _calls.takeRefusals();
+}
+
+void RunSet::takeEnd(const Field& params) {
+    if (params["state"].textOr("") == "ended") {
+        _ended = endOf(params);
+        _calls.beginWorker();
+    }
+}
+
+// --- Interrupts ------------------------------------------------------------------------------------------------------
+
+void RunSet::beginStep(bool isTeardown) {
+    _isTeardown = isTeardown;
+    takeSignals();
+    check();
+}
+
+void RunSet::takeSignals() {
+    if (!_interrupts.take() || (_isTeardown && _interrupts.count() == 1)) {
+        return;
+    }
+    if (!std::exchange(_isInterrupted, true)) {
+        endRequest();
+    }
+}
+
+// Ends what the set does for this run. What must finish goes on, and the run after it.
+void RunSet::endRequest() {
+    try {
+        session().endAwaited();
+    } catch (const RequestError& error) {
+        printMessage(error.what());
+    }
+}
+
+void RunSet::check() {
+    if (_isInterrupted) {
+        throw RunInterrupted();
+    }
+    checkWorker();
+}
+
+void RunSet::checkWorker() {
+    if (_ended) {
+        throw *std::exchange(_ended, std::nullopt);
+    }
+}
+
+// Makes of a request that was ended from outside what has ended it.
+template <class Request>
+auto RunSet::guarded(Request&& request) -> decltype(request()) {
+    try {
+        return request();
+    } catch (const RequestError& error) {
+        const bool isEnded = error.code() == ErrorCode::died || error.code() == ErrorCode::canceled;
+        if (isEnded && _isInterrupted) {
+            throw RunInterrupted();
+        }
+        if (error.code() == ErrorCode::died) {
+            _ended.reset();
+            throw endOf(error.failure().data);
+        }
+        throw;
+    }
+}
+
+// --- What a line does ------------------------------------------------------------------------------------------------
+
+std::optional<CallAnswer> RunSet::run(const Command& command) {
+    if (command.isPowerCycle()) {
+        switchOn();
+        return std::nullopt;
+    }
+    if (command.operation() != nullptr && command.operation()->readsLogSwitch && _options.keepsLog) {
+        // The set's own switch shows the log, as it does without a report.
+        _showsLog = _options.session.log || ask("set.log", Field::Fields())["on"].flagOr(false);
+    }
+    CallOptions options;
+    options.prepare = false;
+    options.refusedAfter = _calls.lastRefusal();
+    std::optional<CallAnswer> answer =
+        command.endsProcess() ? runEnding(command) : guarded([&] { return std::optional(command.run(options)); });
+    if (answer) {
+        checkWorker();
+        _calls.addRefusals(std::move(answer->outcome.refusals));
+        _events.beginWait(answer->ended);
+        _isBehind = false;
+        // They are judged with the line.
+        takeTroubles();
+    }
+    return answer;
+}
+
+// An action that waits for a reboot.
+std::optional<CallAnswer> RunSet::runEnding(const Command& command) {
+    CallOptions options;
+    options.refusedAfter = _calls.lastRefusal();
+    return guarded([&]() -> std::optional<CallAnswer> {
+        try {
+            return command.run(options);
+        } catch (const RequestError& error) {
+            if (error.code() != ErrorCode::died || error.failure().data[kReason].textOr("") != kWatchdog) {
+                throw;
+            }
+        }
+        switchOn();
+        return std::nullopt;
+    });
+}
+
+Field RunSet::ask(const std::string& method, const Field& params) {
+    _isBehind = true;
+    Field answer = guarded([&] { return session().request(method, params); });
+    checkWorker();
+    return answer;
+}
+
+Picture RunSet::takePicture(const std::string& what) {
+    _isBehind = true;
+    return guarded([&] { return tool::takePicture(what); });
+}
+
+void RunSet::rest(std::chrono::milliseconds time) {
+    const Steady::time_point until = Steady::now() + time;
+    _isBehind = true;
+    do {
+        pumpUntil(until);
+    } while (Steady::now() < until);
+}
+
+// Returns when something has come, too.
+void RunSet::pumpUntil(Steady::time_point until) {
+    check();
+    const auto left = until - Steady::now();
+    if (left > left.zero()) {
+        session().pump(std::chrono::ceil<std::chrono::milliseconds>(left));
+        check();
+    }
+}
+
+Judgement RunSet::judge(const EventCondition& condition, const std::string& text, const Variables& variables) {
+    // The deadline is the agent's. Until what came before it is here, this machine's clock says when to ask.
+    const Steady::time_point until = Steady::now() + condition.within;
+    bool isWhole = false;
+    return _events.judge(condition, text, variables, [&] {
+        if (isWhole) {
+            return false;
+        }
+        _isBehind = true;
+        isWhole = Steady::now() >= until;
+        isWhole ? askForCalls() : pumpUntil(until);
+        return true;
+    });
+}
+
+// --- Calls of the middleware -----------------------------------------------------------------------------------------
+
+void RunSet::takeCalls(const Field& params) {
+    for (const Field& field : params.at("calls").list()) {
+        JournalCall call = parseJournalCall(field);
+        _faults.add(call.name);
+        if (_keepsCalls) {
+            _calls.addCall(std::move(call));
+        }
+    }
+}
+
+std::uint64_t RunSet::flushCalls() {
+    const Field answer = guarded([] { return session().request("journal", {{"on", true}}); });
+    return static_cast<std::uint64_t>(answer["last"].numberOr(0));
+}
+
+void RunSet::beginLine(bool expectsCalls) {
+    check();
+    _keepsCalls = expectsCalls;
+    if (expectsCalls) {
+        _calls.beginLine(flushCalls());
+    }
+    _isBehind = false;
+}
+
+void RunSet::catchUp() {
+    if (_isBehind) {
+        askForCalls();
+    }
+}
+
+void RunSet::askForCalls() {
+    if (_keepsCalls) {
+        flushCalls();
+    }
+    _isBehind = false;
+    try {
+        Field params = {{"after", _calls.lastRefusal()}};
+        const Field answer = guarded([&] { return session().request("refusals", params); });
+        _calls.addRefusals(parseOutcome(answer).refusals);
+    } catch (const RequestError& error) {
+        // A board's chip does not say what it has refused.
+        if (!isUnknown(error)) {
+            throw;
+        }
+    }
+}
+
+}  // namespace tool

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+// `fapi run` and `fapi check`.
+#ifndef FAPI_BENCH_RUN_RUNNER_H
+#define FAPI_BENCH_RUN_RUNNER_H
+
+#include <string>
+#include <vector>
+
+#include "target/session.h"
+
+namespace tool {
+
+struct RunOptions {
+    SessionOptions session;
+    std::vector<std::string> files;
+    std::string report;  // folder; empty: "reports"
+    bool fresh = false;  // a new set in a temporary folder
+    bool noReport = false;
+    bool dryRun = false;
+    bool json = false;  // a JSON object for every step on standard output
+    bool resume = false;
+    bool isShared = false;  // other programs may act on the set, too
+    std::string faults;     // file of faults; empty: none
+    std::string repeat;     // how often, or "forever"; empty: once
+    bool untilFailure = false;
+    std::size_t keep = 100;  // runs in the history
+};
+
+// `fapi run` and `fapi check`. Both return an exit code; problems go to standard error, and for programs as objects to
+// standard output, too.
+int runPlans(const RunOptions& options);
+int checkPlans(const std::vector<std::string>& files, const std::string& faults, bool json);
+
+}  // namespace tool
+
+#endif
