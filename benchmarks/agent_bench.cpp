@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a call, data and a client cost when they go through hub and agent. Each benchmark has its peer in the same run.
 // The journal is off unless somebody watches, the log is on, as they are at a station.
+#include <array>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "bare_processes.h"
@@ -28,6 +31,9 @@ constexpr long long kPiece = 1 << 20;
 constexpr std::size_t kWatchers = 16;
 constexpr int kPlanSteps = 1000;
 constexpr char kPartition[] = "bench";
+// Round trips are measured in many short runs: on a busy machine few of them are not disturbed.
+constexpr int kFew = 300;
+constexpr int kOften = 20;
 
 bench::Agent* g_agent = nullptr;
 
@@ -42,6 +48,46 @@ void callOnce(benchmark::State& state) {
     }
 }
 
+// The child of that process.
+pid_t childOf(pid_t process) {
+    const std::string name = std::to_string(process);
+    pid_t child = 0;
+    std::ifstream("/proc/" + name + "/task/" + name + "/children") >> child;
+    return child;
+}
+
+// The processes between this one and a set: hub, supervisor, worker.
+std::array<pid_t, 3> processesOf(const tool::Target& target) {
+    const auto hub = static_cast<pid_t>(target.hello()["hub"].number());
+    const pid_t supervisor = childOf(hub);
+    return {hub, supervisor, childOf(supervisor)};
+}
+
+// The seconds for which this process and those processes have run: on a busy machine the rest is waiting.
+double processorSeconds(const std::array<pid_t, 3>& processes) {
+    timespec own = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &own);
+    double nanoseconds = static_cast<double>(own.tv_nsec) + static_cast<double>(own.tv_sec) * 1e9;
+    for (const pid_t process : processes) {
+        for (const auto& thread : fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+            double running = 0;
+            std::ifstream(thread.path() / "schedstat") >> running;
+            nanoseconds += running;
+        }
+    }
+    return nanoseconds * 1e-9;
+}
+
+// The same of all processes that this one has waited for.
+double processorSecondsOfChildren() {
+    rusage usage = {};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
 // --- A call ----------------------------------------------------------------------------------------------------------
 
 void agent_call(benchmark::State& state) {
@@ -49,7 +95,7 @@ void agent_call(benchmark::State& state) {
         callOnce(state);
     }
 }
-BENCHMARK(agent_call)->UseRealTime();
+BENCHMARK(agent_call)->UseRealTime()->Iterations(kFew)->Repetitions(kOften);
 
 void bare_processes(benchmark::State& state) {
     constexpr long long kId = 100000;
@@ -63,7 +109,22 @@ void bare_processes(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(bare_processes)->UseRealTime();
+BENCHMARK(bare_processes)->UseRealTime()->Iterations(kFew)->Repetitions(kOften);
+
+// Of a client that itself watches everything, as one does that runs a plan.
+void watching_call(benchmark::State& state) {
+    const auto watch = [](bool on) {
+        for (const char* method : {"events", "journal", "log"}) {
+            g_agent->target->request(method, {{"on", on}});
+        }
+    };
+    watch(true);
+    for (auto _ : state) {
+        callOnce(state);
+    }
+    watch(false);
+}
+BENCHMARK(watching_call)->UseRealTime()->Iterations(kFew)->Repetitions(kOften);
 
 void watched_call(benchmark::State& state) {
     bench::Watchers watchers(g_agent->options, kWatchers);
@@ -75,7 +136,7 @@ void watched_call(benchmark::State& state) {
         state.SkipWithError(("notifications were lost or doubled: " + troubles).c_str());
     }
 }
-BENCHMARK(watched_call)->UseRealTime();
+BENCHMARK(watched_call)->UseRealTime()->Iterations(kFew);
 
 // --- A plan ----------------------------------------------------------------------------------------------------------
 
@@ -109,27 +170,33 @@ BENCHMARK(plan_calls)->Unit(benchmark::kMillisecond)->UseRealTime();
 // --- A partition of 64 MiB -------------------------------------------------------------------------------------------
 
 void partition_read(benchmark::State& state) {
+    const auto processes = processesOf(*g_agent->target);
     for (auto _ : state) {
+        const double before = processorSeconds(processes);
         long long bytes = 0;
         g_agent->target->read("partition.read", {{"partition", kPartition}},
                               [&](const tool::Bytes& piece) { bytes += static_cast<long long>(piece.size()); });
         if (bytes != kTransfer) {
             state.SkipWithError("the partition was not read");
         }
+        state.SetIterationTime(processorSeconds(processes) - before);
     }
 }
-BENCHMARK(partition_read)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(partition_read)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 void partition_write(benchmark::State& state) {
+    const auto processes = processesOf(*g_agent->target);
     const tool::Bytes piece(kPiece, 0x5A);
     for (auto _ : state) {
+        const double before = processorSeconds(processes);
         for (long long offset = 0; offset < kTransfer; offset += kPiece) {
             g_agent->target->request("partition.write",
                                      {{"partition", kPartition}, {"offset", offset}, {"data", piece}});
         }
+        state.SetIterationTime(processorSeconds(processes) - before);
     }
 }
-BENCHMARK(partition_write)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(partition_write)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 void base64_pipe(benchmark::State& state) {
     const std::string file = (g_agent->folder / "data").string();
@@ -137,12 +204,14 @@ void base64_pipe(benchmark::State& state) {
     const std::string command = "sha256sum " + file + " > " + file + ".sum & base64 -w0 " + file +
                                 " | base64 -d | sha256sum > " + file + ".end; wait";
     for (auto _ : state) {
+        const double before = processorSecondsOfChildren();
         if (std::system(command.c_str()) != 0) {
             state.SkipWithError("the pipe failed");
         }
+        state.SetIterationTime(processorSecondsOfChildren() - before);
     }
 }
-BENCHMARK(base64_pipe)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(base64_pipe)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 // --- What the agent takes --------------------------------------------------------------------------------------------
 
@@ -150,14 +219,6 @@ double mebibytesOfFile(const std::string& program) {
     const std::string stripped = (g_agent->folder / "stripped").string();
     const std::string command = "strip -o " + stripped + " " + program;
     return std::system(command.c_str()) == 0 ? static_cast<double>(fs::file_size(stripped)) / (1 << 20) : 1e9;
-}
-
-// The child of that process.
-pid_t childOf(pid_t process) {
-    const std::string name = std::to_string(process);
-    pid_t child = 0;
-    std::ifstream("/proc/" + name + "/task/" + name + "/children") >> child;
-    return child;
 }
 
 // What the process has in memory, of what it shares with others its part.
@@ -176,10 +237,9 @@ void agent_size(benchmark::State& state) {
     tool::TargetOptions options = g_agent->options;
     options.folder += "-at-rest";
     const auto target = tool::Target::join(options);
-    const pid_t supervisor = childOf(static_cast<pid_t>(target->hello()["hub"].number()));
-    const pid_t worker = childOf(supervisor);
+    const auto processes = processesOf(*target);
     for (auto _ : state) {
-        state.counters["resting_mebibytes"] = mebibytesInMemory(supervisor) + mebibytesInMemory(worker);
+        state.counters["resting_mebibytes"] = mebibytesInMemory(processes[1]) + mebibytesInMemory(processes[2]);
         state.counters["stripped_mebibytes"] = mebibytesOfFile(AGENT_BINARY) + mebibytesOfFile(AGENT_BINARY "-worker");
     }
 }
