@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "shell/shell.h"
+#include "shell/completion.h"
 #include "support/refusals.h"
 #include "support/waiting.h"
 #include "target/command.h"

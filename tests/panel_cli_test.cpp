@@ -50,14 +50,14 @@ TEST(Color, IsNoComment) {
 
 TEST(Preview, ShowsTwoPixelsInACharacter) {
     constexpr tool::Color kRed = 0xFFFF0000, kBlue = 0xFF0000FF;
-    const vset::Picture picture = {2, 2, {kRed, kRed, kBlue, 0x800000FF}};
+    const tool::Picture picture = {2, 2, {kRed, kRed, kBlue, 0x800000FF}};
     EXPECT_EQ(tool::previewText(picture, 80, 24),
               "\033[38;2;255;0;0;48;2;0;0;255m\u2580\033[38;2;255;0;0;48;2;0;0;128m\u2580\033[0m\n");
     EXPECT_EQ(tool::previewText(picture, 1, 24), "\033[38;2;255;0;0;48;2;0;0;191m\u2580\033[0m\n") << "averages";
     EXPECT_EQ(tool::previewText({}, 80, 24), "there is no picture\n");
     // Neither limit is exceeded.
     for (const auto& [u32Width, u32Height] : {std::pair{3000u, 1u}, {1u, 3000u}, {1920u, 1080u}, {1u, 1u}}) {
-        const vset::Picture flat = {u32Width, u32Height, std::vector<std::uint32_t>(u32Width * u32Height, kRed)};
+        const tool::Picture flat = {u32Width, u32Height, std::vector<std::uint32_t>(u32Width * u32Height, kRed)};
         const std::string strText = tool::previewText(flat, 80, 24);
         const std::string strLine = strText.substr(0, strText.find('\n'));
         std::size_t columns = 0;

@@ -304,42 +304,6 @@ TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
     }
 }
 
-// The tool has not read all records of its child when the signal comes.
-TEST_F(Resume, WhatWasDoneBeforeCtrlCIsNotDoneAgain) {
-    const std::string strData = set() + "/tree/data/";
-    EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
-    EXPECT_EQ(mkfifo((strData + "first").c_str(), 0600), 0);
-    EXPECT_EQ(mkfifo((strData + "go").c_str(), 0600), 0);
-    const std::string strPlan = writeFile("behind.plan", R"(plan P
-step once
-    set put /data/begun x
-    set get /data/first
-    sys_init
-    sys_check_file /data/was
-    expect status failed
-    set put /data/was x
-step wait
-    set put /data/ready x
-    set get /data/go
-)");
-    const auto result = runBeside({"--set", set(), "run", "--report", reports(), strPlan}, [&](pid_t pid) {
-        waitFor(strData + "begun");
-        EXPECT_EQ(kill(pid, SIGSTOP), 0);
-        std::ofstream(strData + "first") << "x";
-        waitFor(strData + "ready");
-        EXPECT_EQ(kill(pid, SIGINT), 0);
-        EXPECT_EQ(kill(pid, SIGCONT), 0);
-    });
-    EXPECT_EQ(result.s32Exit, 4);
-    for (const char* pszPipe : {"first", "go"}) {
-        std::filesystem::remove(strData + pszPipe);
-        std::ofstream(strData + pszPipe) << "x";
-    }
-    const test::ProcessResult resumed = fapi({"run", "--resume", "--report", reports(), strPlan});
-    EXPECT_EQ(resumed.s32Exit, 0) << resumed.strOutput;
-    EXPECT_THAT(resumed.strOutput, HasSubstr("resumed at step 2: wait\n"));
-}
-
 TEST_F(Resume, ALineThatWasBeingWrittenDoesNotCount) {
     stopInWait(SIGKILL);
     ASSERT_EQ(unfinishedFiles().size(), 1u);

@@ -44,8 +44,9 @@ Field calibrationSeries(const std::vector<Value>& arguments) {
 
 const std::vector<DataSource>& dataSources() {
     static const std::vector<DataSource> all = {
-        {"gamma", "curves", {{"window", Kind::number, "the display window", 0, vset::disp::kWindows - 1}}, gammaSeries},
-        {"calibration", "values", {analogInputType(), inputIndex()}, calibrationSeries},
+        {{"gamma", "curves", {{"window", Kind::number, "the display window", 0, vset::disp::kWindows - 1}}},
+         gammaSeries},
+        {{"calibration", "values", {analogInputType(), inputIndex()}}, calibrationSeries},
     };
     return all;
 }

@@ -4,7 +4,6 @@
 #define FAPI_AGENT_ACTIONS_DATA_SOURCE_H
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "protocol/description.h"
@@ -12,10 +11,6 @@
 namespace tool {
 
 struct DataSource : DataKind {
-    DataSource(const char* name, const char* kind, std::vector<Argument> arguments,
-               Field (*series)(const std::vector<Value>& arguments))
-        : DataKind{name, kind, std::move(arguments)}, series(series) {}
-
     // A list of {"name", "values"}. Throws vset::SetError when the set has no such numbers.
     Field (*series)(const std::vector<Value>& arguments);
 };

@@ -16,6 +16,7 @@
 #include "cli/partition.h"
 #include "cli/reference.h"
 #include "cli/service.h"
+#include "cli/set.h"
 #include "cli/word_completion.h"
 #include "record/history.h"
 #include "run/runner.h"
@@ -468,19 +469,12 @@ private:
     // Of a set that several programs use.
     void addSharing() {
         _app.add_subcommand("clients", "Show who uses the set, and who may change it")->callback([this] {
-            _action = [this] {
-                printLine(clientsText(clientOptions(), _options.json));
-                return kExitGood;
-            };
+            _action = [this] { return print(clientsText(clientOptions(), _options.json)); };
         });
         CLI::App* take = _app.add_subcommand("take", "Take the set away from the program that has it");
         take->add_option("--reason", _word, "What that program is told")->required()->type_name("TEXT");
-        take->callback([this] {
-            _action = [this] {
-                printLine(takeClaim(clientOptions(), _word, _options.json));
-                return kExitGood;
-            };
-        });
+        take->callback(
+            [this] { _action = [this] { return print(takeClaim(clientOptions(), _word, _options.json)); }; });
     }
 
     TargetOptions clientOptions() const {

@@ -14,8 +14,8 @@
 #include "base/durable_file.h"
 #include "base/env_text.h"
 #include "base/interrupts.h"
+#include "base/report_text.h"
 #include "base/terminal.h"
-#include "report/text.h"
 #include "target/output.h"
 #include "target/sole_use.h"
 

@@ -11,10 +11,10 @@
 #include <unistd.h>
 
 #include "base/durable_file.h"
+#include "base/report_text.h"
 #include "base/terminal.h"
 #include "protocol/characters.h"
 #include "record/unfinished_run.h"
-#include "report/text.h"
 
 namespace tool {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <set>
 
-#include "report/report.h"
+#include "record/result.h"
 
 namespace tool {
 

@@ -3,7 +3,7 @@
 #ifndef FAPI_BENCH_RECORD_STATISTICS_H
 #define FAPI_BENCH_RECORD_STATISTICS_H
 
-#include "report/report.h"
+#include "record/result.h"
 
 namespace tool {
 

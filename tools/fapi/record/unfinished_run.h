@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "base/durable_file.h"
-#include "report/report.h"
+#include "record/result.h"
 
 namespace tool {
 

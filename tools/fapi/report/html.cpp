@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "report/text.h"
+#include "base/report_text.h"
 
 namespace tool {
 

@@ -9,10 +9,10 @@
 #include <optional>
 #include <sstream>
 
+#include "base/report_text.h"
 #include "report/charts.h"
 #include "report/step.h"
 #include "report/style.h"
-#include "report/text.h"
 
 namespace tool {
 

@@ -15,9 +15,9 @@
 #include <pugixml.hpp>
 
 #include "base/durable_file.h"
+#include "base/report_text.h"
 #include "protocol/characters.h"
 #include "report/page.h"
-#include "report/text.h"
 
 namespace tool {
 
@@ -198,96 +198,7 @@ int lockFile(const std::string& file, int flags) {
     return -1;
 }
 
-// What the commands of all attempts have there.
-std::vector<Json> allOf(const PlanResult& result, const char* what) {
-    std::vector<Json> found;
-    for (const StepResult& step : result.steps) {
-        for (const Attempt& attempt : step.attempts) {
-            for (const Json& command : attempt.commands) {
-                if (command.contains(what)) {
-                    found.push_back(command[what]);
-                }
-            }
-        }
-    }
-    return found;
-}
-
 }  // namespace
-
-double StepResult::seconds() const {
-    if (attempts.empty()) {
-        return 0;
-    }
-    const Attempt& last = attempts.back();
-    return std::chrono::duration<double>(last.start - attempts.front().start).count() + last.seconds;
-}
-
-Json StepResult::kept(const char* what) const {
-    Json all = Json::array();
-    if (attempts.empty()) {
-        return all;
-    }
-    for (const Json& command : attempts.back().commands) {
-        if (command.contains(what)) {
-            all.push_back(command[what]);
-        }
-    }
-    return all;
-}
-
-Json StepResult::refusals() const {
-    Json all = Json::array();
-    for (const Json& refusals : kept("refusals")) {
-        all.insert(all.end(), refusals.begin(), refusals.end());
-    }
-    return all;
-}
-
-std::size_t PlanResult::count(Verdict verdict) const {
-    return static_cast<std::size_t>(
-        std::count_if(steps.begin(), steps.end(), [&](const StepResult& step) { return step.verdict() == verdict; }));
-}
-
-Verdict PlanResult::verdict() const {
-    if (cutShort || count(Verdict::interrupted) != 0) {
-        return Verdict::interrupted;
-    }
-    if (count(Verdict::error) != 0) {
-        return Verdict::error;
-    }
-    if (!isGood()) {
-        return Verdict::failed;
-    }
-    return count(Verdict::marginal) != 0 ? Verdict::marginal : Verdict::passed;
-}
-
-bool PlanResult::isGood() const {
-    return count(Verdict::passed) + count(Verdict::marginal) == steps.size();
-}
-
-RunCounts::RunCounts(const PlanResult& result)
-    : passed(result.count(Verdict::passed)),
-      marginal(result.count(Verdict::marginal)),
-      failed(result.count(Verdict::failed) + result.count(Verdict::died)),
-      errors(result.count(Verdict::error)),
-      interrupted(result.count(Verdict::interrupted)),
-      notRun(result.count(Verdict::notRun)) {}
-
-std::vector<std::string> PlanResult::notes() const {
-    const std::vector<Json> notes = allOf(*this, "note");
-    return {notes.begin(), notes.end()};
-}
-
-std::vector<std::string> PlanResult::pictures() const {
-    std::vector<std::string> files;
-    for (const Json& picture : allOf(*this, "picture")) {
-        files.push_back(picture["file"].get<std::string>());
-    }
-    std::sort(files.begin(), files.end());
-    files.erase(std::unique(files.begin(), files.end()), files.end());
-    return files;
-}
 
 std::vector<std::unique_ptr<Report>> reports() {
     std::vector<std::unique_ptr<Report>> all;

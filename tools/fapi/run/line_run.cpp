@@ -73,6 +73,8 @@ bool LineRun::run() {
         }
     } catch (const UsageError& error) {
         worsen({Verdict::failed, error.what()}, _number);
+    } catch (const SetLost&) {
+        throw;
     } catch (const RequestError& error) {
         if (!isRefusal(error)) {
             throw;

@@ -8,6 +8,7 @@
 #include "protocol/characters.h"
 #include "report/report.h"
 #include "report/verdict_banner.h"
+#include "run/progress.h"
 
 namespace tool {
 

@@ -147,19 +147,19 @@ void PlanRun::bringUpAgain() {
 
 // Ends the step that `part` belongs to when something from outside ends it. Then the teardown follows.
 template <class Part>
-bool PlanRun::carryOut(Part&& part) {
+void PlanRun::carryOut(Part&& part) {
     try {
         part();
-        return true;
     } catch (const RunInterrupted&) {
         takeInterrupt();
     } catch (const WorkerEnded& end) {
         endStep({Verdict::died, atRunningLine(end.how)});
         _mend = Mend::worker;
+    } catch (const SetLost& error) {
+        takeTrouble(error, error.what());
     } catch (const RequestError& error) {
-        takeTrouble(error);
+        takeTrouble(error, atRunningLine(error.what()));
     }
-    return false;
 }
 
 void PlanRun::runStep(const Step& step) {
@@ -249,13 +249,13 @@ void PlanRun::takeInterrupt() {
 }
 
 // Without a set there is no teardown either.
-void PlanRun::takeTrouble(const RequestError& error) {
+void PlanRun::takeTrouble(const RequestError& error, const std::string& text) {
     if (!_hasBegun) {
         throw SetError(error.what());
     }
     // The agent or the hub has gone, and another one may do.
     const bool mayMend = error.code() == ErrorCode::ended && _state != State::between;
-    endStep({verdictOf(error), atRunningLine(error.what())});
+    endStep({verdictOf(error), text});
     _mend = Mend::connection;
     _state = mayMend ? State::between : State::over;
 }

@@ -6,6 +6,7 @@
 #include "record/unfinished_run.h"
 #include "report/report.h"
 #include "run/line_run.h"
+#include "run/progress.h"
 #include "run/run_set.h"
 
 namespace tool {
@@ -35,7 +36,7 @@ private:
     };
 
     template <class Part>
-    bool carryOut(Part&& part);
+    void carryOut(Part&& part);
     void open();
     void bringUpAgain();
     void runSteps();
@@ -44,7 +45,7 @@ private:
     void runLines(const Step& step);
     void endAttempt(const Step& step, bool isLast);
     void takeInterrupt();
-    void takeTrouble(const RequestError& error);
+    void takeTrouble(const RequestError& error, const std::string& text);
     void endStep(const Judgement& judgement);
     void saveStep(std::size_t index);
     const PlanLine* runningLine() const;

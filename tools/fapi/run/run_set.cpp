@@ -130,13 +130,15 @@ void RunSet::listen() {
 }
 
 void RunSet::switchOn() {
-    _isInterrupted = false;
     guarded([&] {
         try {
             _boots = std::to_string(powerCycle());
         } catch (const RequestError& error) {
-            if (!isUnknown(error)) {
+            if (error.code() == ErrorCode::died || error.code() == ErrorCode::canceled) {
                 throw;
+            }
+            if (!isUnknown(error)) {
+                throw SetLost(error.failure());
             }
             session().request("end-worker");
         }
@@ -162,7 +164,9 @@ void RunSet::takeEnd(const Field& params) {
 void RunSet::beginStep(bool isTeardown) {
     _isTeardown = isTeardown;
     takeSignals();
-    check();
+    if (std::exchange(_isInterrupted, false)) {
+        throw RunInterrupted();
+    }
 }
 
 void RunSet::takeSignals() {
@@ -184,7 +188,7 @@ void RunSet::endRequest() {
 }
 
 void RunSet::check() {
-    if (_isInterrupted) {
+    if (std::exchange(_isInterrupted, false)) {
         throw RunInterrupted();
     }
     checkWorker();
@@ -203,7 +207,8 @@ auto RunSet::guarded(Request&& request) -> decltype(request()) {
         return request();
     } catch (const RequestError& error) {
         const bool isEnded = error.code() == ErrorCode::died || error.code() == ErrorCode::canceled;
-        if (isEnded && _isInterrupted) {
+        if (isEnded && std::exchange(_isInterrupted, false)) {
+            _ended.reset();
             throw RunInterrupted();
         }
         if (error.code() == ErrorCode::died) {
@@ -292,11 +297,12 @@ Judgement RunSet::judge(const EventCondition& condition, const std::string& text
     // The deadline is the agent's. Until what came before it is here, this machine's clock says when to ask.
     const Steady::time_point until = Steady::now() + condition.within;
     bool isWhole = false;
+    // What has made the event may have made the chip refuse something.
+    _isBehind = true;
     return _events.judge(condition, text, variables, [&] {
         if (isWhole) {
             return false;
         }
-        _isBehind = true;
         isWhole = Steady::now() >= until;
         isWhole ? askForCalls() : pumpUntil(until);
         return true;

@@ -13,8 +13,8 @@
 #include "base/picture.h"
 #include "plan/calls.h"
 #include "plan/event.h"
+#include "run/armed_faults.h"
 #include "run/step_log.h"
-#include "target/armed_faults.h"
 #include "target/command.h"
 
 namespace tool {
@@ -26,6 +26,12 @@ struct WorkerEnded {
 
 // Thrown when the user has interrupted the run.
 struct RunInterrupted {};
+
+// Thrown when the set cannot be switched on again.
+class SetLost : public RequestError {
+public:
+    using RequestError::RequestError;
+};
 
 struct RunSetOptions {
     SessionOptions session;
@@ -48,14 +54,14 @@ public:
     // RequestError, and RunInterrupted as all below.
     void open();
     // Switches the set off and on, or begins with another worker where that cannot be done from here. Forgets events,
-    // calls and armed faults.
+    // calls and armed faults. Throws SetLost.
     void switchOn();
     // How often the set was switched on since it was made; empty for one that does not count that.
     const std::string& boots() const { return _boots; }
     // The library's version.
     const std::string& library() const { return _library; }
 
-    // A step's first interrupt ends it; in a teardown it is counted and nothing else.
+    // A step's first interrupt ends it; in a teardown it is counted and nothing else. Throws RunInterrupted.
     void beginStep(bool isTeardown);
     // Throws what has come meanwhile.
     void check();

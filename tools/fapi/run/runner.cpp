@@ -13,6 +13,7 @@
 #include "record/statistics.h"
 #include "report/report.h"
 #include "report/verdict_banner.h"
+#include "run/progress.h"
 #include "run/run.h"
 #include "target/fresh_set.h"
 #include "target/output.h"

@@ -15,10 +15,10 @@
 #include "base/terminal.h"
 #include "shell/help.h"
 #include "shell/line_source.h"
-#include "target/worker_end.h"
 #include "target/output.h"
 #include "target/session.h"
 #include "target/surprises.h"
+#include "target/worker_end.h"
 #include "watch/screen.h"
 
 namespace tool {

@@ -127,7 +127,16 @@ CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments, c
 }
 
 void bringUp() {
-    const Field answer = session().request("prepare", Field::Fields());
+    Field answer;
+    try {
+        answer = session().request("prepare", Field::Fields());
+    } catch (const RequestError& error) {
+        // The client that has claimed the set brings it up.
+        if (error.code() != ErrorCode::claimed) {
+            throw;
+        }
+        return;
+    }
     for (const Unprepared& failure : parseUnprepared(answer)) {
         printUnprepared(failure.operation, failure.outcome);
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Texts as the files of a report take them.
-#ifndef FAPI_BENCH_REPORT_TEXT_H
-#define FAPI_BENCH_REPORT_TEXT_H
+#ifndef FAPI_BENCH_BASE_REPORT_TEXT_H
+#define FAPI_BENCH_BASE_REPORT_TEXT_H
 
 #include <chrono>
 #include <string>

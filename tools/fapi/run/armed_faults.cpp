@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The faults of a run, as the set has them.
-#include "target/armed_faults.h"
+#include "run/armed_faults.h"
 
 #include <algorithm>
 

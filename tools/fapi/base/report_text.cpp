@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Texts as the files of a report take them.
-#include "report/text.h"
+#include "base/report_text.h"
 
 #include <cstring>
 #include <ctime>

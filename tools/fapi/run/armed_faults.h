@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The faults of a run, as the set has them.
-#ifndef FAPI_BENCH_TARGET_ARMED_FAULTS_H
-#define FAPI_BENCH_TARGET_ARMED_FAULTS_H
+#ifndef FAPI_BENCH_RUN_ARMED_FAULTS_H
+#define FAPI_BENCH_RUN_ARMED_FAULTS_H
 
 #include <functional>
 #include <string>

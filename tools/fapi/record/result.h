@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+// What came of a run: its attempts, steps and verdict.
+#ifndef FAPI_BENCH_RECORD_RESULT_H
+#define FAPI_BENCH_RECORD_RESULT_H
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "record/record.h"
+
+namespace tool {
+
+struct Attempt {
+    Judgement judgement;
+    Clock::time_point start;
+    double seconds = 0;
+    Json commands = Json::array();  // empty without a report
+    std::string log;                // of a bad attempt, with a report
+};
+
+struct StepResult {
+    std::vector<Attempt> attempts;
+
+    // The last attempt's.
+    Verdict verdict() const { return attempts.empty() ? Verdict::notRun : attempts.back().judgement.verdict; }
+    std::string text() const { return attempts.empty() ? "" : attempts.back().judgement.text; }
+    // With the waiting between attempts.
+    double seconds() const;
+    // What the last attempt has kept: "picture" (name and file, beside the report) or "data" (as PlanData has them).
+    Json kept(const char* what) const;
+    // What the chip has refused in the last attempt, as addRefusals() tells it.
+    Json refusals() const;
+};
+
+struct PlanResult {
+    const Plan* plan = nullptr;
+    std::chrono::system_clock::time_point start;
+    double seconds = 0;
+    std::string setFolder;
+    std::string library;  // its version
+    std::string boots;    // of the set, since it was made; empty when nobody told
+    std::vector<StepResult> steps;
+    bool resumed = false;
+    bool cutShort = false;  // Ctrl-C has kept steps from running
+
+    std::size_t count(Verdict verdict) const;
+    // Of the plan: passed, marginal, failed, error or interrupted, for who died has failed.
+    Verdict verdict() const;
+    bool isGood() const;
+    // What the PC could not do for the report: no fault of the set, and in no verdict.
+    std::vector<std::string> notes() const;
+    // The files of the pictures that attempts have left beside the report.
+    std::vector<std::string> pictures() const;
+};
+
+// How many steps came to what.
+struct RunCounts {
+    // Who died has failed.
+    explicit RunCounts(const PlanResult& result);
+
+    std::size_t passed, marginal, failed, errors, interrupted, notRun;
+};
+
+constexpr const char* kReportFolder = "reports";
+
+}  // namespace tool
+
+#endif

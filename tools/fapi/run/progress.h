@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a person sees of a run while it goes on.
+#ifndef FAPI_BENCH_RUN_PROGRESS_H
+#define FAPI_BENCH_RUN_PROGRESS_H
+
+#include "record/result.h"
+
+namespace tool {
+
+// Follows a run: a line that is rewritten while a step runs on a terminal, a plain line a step elsewhere.
+class Progress {
+public:
+    Progress(const Plan& plan, bool json);
+    // The run begins with this step.
+    void resume(std::size_t step) const;
+    // How often refresh() wants to be called while nothing happens; negative: never.
+    int refreshMilliseconds() const { return _terminal ? 200 : -1; }
+    void begin(std::size_t step, std::size_t attempt);
+    void refresh() const;
+    void end(std::size_t step, const StepResult& result);
+    // The table of steps.
+    void finish(const PlanResult& result) const;
+    // The counts, where the reports are, and as the last line the verdict.
+    void conclude(const PlanResult& result, const std::vector<std::string>& reports) const;
+
+private:
+    std::string place(std::size_t step) const;
+
+    const Plan& _plan;
+    const bool _json;
+    const bool _terminal;
+    std::size_t _step = 0;
+    std::size_t _attempt = 0;  // 0: no step is running
+    Clock::time_point _start;
+};
+
+}  // namespace tool
+
+#endif
