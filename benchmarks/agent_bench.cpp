@@ -247,7 +247,7 @@ BENCHMARK(agent_size)->Iterations(1);
 
 constexpr bench::Goal kGoals[] = {
     {"agent_call", "bare_processes", bench::Limit::timesPeer, 2},
-    {"watched_call", "agent_call", bench::Limit::timesPeer, 1.5},
+    {"watched_call", "watching_call", bench::Limit::timesPeer, 1.5},
     {"plan_steps", "plan_calls", bench::Limit::timesPeer, 1.5},
     {"partition_read", "base64_pipe", bench::Limit::timesPeer, 2},
     {"partition_write", "base64_pipe", bench::Limit::timesPeer, 2},
