@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The bench tool's command line: outputs, messages, exit codes.
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "actions/action.h"
+#include "base/words.h"
 #include "hw3/hw_os.h"
 #include "support/tool_fixture.h"
 #include "support/waiting.h"
-#include "target/command.h"
 #include "vset/vset.h"
 
 namespace {
@@ -102,7 +102,7 @@ TEST_F(Cli, TheJournalTellsEverythingOfACall) {
         const test::Repeating sleeper([] { HW_OS_DelayTask(2); });
         EXPECT_TRUE(test::eventually([&] {
             HW_OS_DelayTask(0);
-            const tool::Outcome outcome = tool::Command::parse({"set", "journal", "65536"}).run();
+            const tool::Outcome outcome = tool::findActionRow("journal")->perform({65536LL});
             return testing::Matches(within)(std::get<std::string>(*outcome.find("calls")));
         }));
     }
@@ -263,6 +263,21 @@ TEST_F(Cli, ShellOnAPipeGoesOnBehindAPowerCycle) {
     EXPECT_EQ(fapiJson({"set", "show"})["boots"], 3);
 }
 
+TEST_F(Cli, TheShellGoesOnBehindACrashOfTheLibrary) {
+    // The set's lock names the process that has it.
+    const char* pszScript = R"sh(cd "$1"
+        { echo 'sys_check_file /data'
+          until grep -qs ok out; do sleep 0.05; done
+          died=$(cat set/lock)
+          kill -SEGV $died
+          until test -s set/lock && test "$(cat set/lock)" != $died; do sleep 0.05; done
+          echo 'sys_check_file /vendor'; } | "$2" --set set shell > out)sh";
+    const test::ProcessResult result = test::runProcess({"sh", "-c", pszScript, "sh", folder(), FAPI_BINARY});
+    EXPECT_EQ(result.s32Exit, 1) << "the crash is a failure";
+    EXPECT_EQ(result.strError, "fapi: the library has died: SIGSEGV (Segmentation fault); a new worker starts\n");
+    EXPECT_EQ(readFile(folder() + "/out"), "sys_check_file: 0 (ok)\nsys_check_file: 0 (ok)\n");
+}
+
 TEST_F(Cli, ShellOnATerminal) {
     const test::ProcessResult result =
         test::runOnTerminal({FAPI_BINARY, "--set", set(), "shell"},
@@ -349,6 +364,14 @@ TEST_F(Cli, AnEventLeavesTheLineThatIsTyped) {
                                                                      {"bytes 53 45 52", ""},
                                                                      {"fapi> sys_ini", "t\r"},
                                                                      {"sys_init: 0 (ok)", ""},
+                                                                     // What is typed ahead while a line runs.
+                                                                     {"fapi> ", "set await-reboot 1\r"},
+                                                                     {"reboot 1\r\n", "sys_check_file /\rsys_dei"},
+                                                                     {"sys_dei", "TV\r", set() + "/ports/uart0"},
+                                                                     {"bytes 54 56", ""},
+                                                                     {"fapi> sys_check_file /\r\n", ""},
+                                                                     {"fapi> sys_dei", "nit\r"},
+                                                                     {"sys_deinit: 0 (ok)", ""},
                                                                      {"fapi> ", "quit\r"}});
     EXPECT_EQ(result.s32Exit, 0) << result.strOutput;
 }

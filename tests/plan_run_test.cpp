@@ -165,6 +165,47 @@ TEST_F(PlanRun, CallsOfALineCanBeExpected) {
     EXPECT_THAT(stepText(4), HasSubstr("no call HW_DISP_SetMute flags=5, but HW_DISP_SetMute(handle="));
 }
 
+TEST(CallPattern, FindsCallsByTheirFields) {
+    const std::vector<tool::JournalCall> entries = {
+        {1, "HW_DISP_GetHandle", R"(name="HW_DISP_HD0")", "handle=0x11", 0},
+        {2, "HW_DISP_SetMute", "handle=0x11 flags=1024", "", 0},
+        {3, "HW_DISP_ApplySetting", "handle=0x11", "", 0},
+        {4, "HW_DISP_SetUnMute", "handle=0x11 flags=1024", "", 0},
+        {5, "HW_FS_Unlink", R"(path="/data/\"quoted\"/and-long"...)", "", -1},
+    };
+    const std::string strMute = "HW_DISP_SetMute flags=0x400";
+    const auto eAllowed = tool::OtherCalls::allowed, eForbidden = tool::OtherCalls::forbidden;
+    const struct {
+        std::vector<std::string> calls;
+        tool::OtherCalls others;
+        std::string found;
+    } rows[] = {
+        {{strMute, "HW_DISP_SetUnMute flags=1024 result=0"}, eAllowed, ""},
+        {{"HW_DISP_GetHandle name=HW_DISP_HD0"}, eAllowed, ""},
+        {{"HW_DISP_GetHandle name=\"HW_DISP_HD0\" handle=17"}, eAllowed, ""},
+        {{R"(HW_FS_Unlink path=/data/"quoted"/and-longer-than-kept)"}, eAllowed, ""},
+        {{R"(HW_FS_Unlink path=/data/"quoted"/or-another)"}, eAllowed, "no call HW_FS_Unlink path=/data"},
+        {{"HW_DISP_SetUnMute", strMute},
+         eAllowed,
+         "no call HW_DISP_SetMute flags=0x400 after HW_DISP_SetUnMute, but " + tool::callLine(entries[1])},
+        {{"HW_DISP_SetMute flags=4"}, eAllowed, "no call HW_DISP_SetMute flags=4, but "},
+        {{"HW_DISP_SetMute result=7"}, eAllowed, "no call "},
+        {{strMute}, eForbidden, "in place of " + strMute + " came " + tool::callLine(entries[0])},
+        {{"HW_DISP_GetHandle", strMute, "HW_DISP_ApplySetting"},
+         eForbidden,
+         "not expected: HW_DISP_SetUnMute(handle=0x11 flags=1024) = 0"},
+    };
+    for (const auto& row : rows) {
+        const std::string found = tool::findCalls({row.calls.begin(), row.calls.end()}, entries, row.others);
+        EXPECT_EQ(found.substr(0, row.found.size()), row.found);
+        EXPECT_EQ(found.empty(), row.found.empty()) << found;
+    }
+    for (const char* pszWrong : {"HW_DISP_SetMut", "HW_DISP_SetMute flag=4", "HW_DISP_SetMute flags",
+                                 "HW_DISP_SetMute result=ok", "allocation"}) {
+        EXPECT_THROW(tool::CallPattern{pszWrong}, tool::UsageError) << pszWrong;
+    }
+}
+
 // What was not reported may have been the call that is looked for.
 TEST_F(PlanRun, ACutJournalIsAnErrorOfTheStation) {
     tool::CallWatch watch;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the journal tells of a call, what counts as a refusal, and how calls are looked for.
+// What the journal tells of a call, and what counts as a refusal.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -157,38 +157,6 @@ TEST_F(Journal, KeepsRefusals) {
     EXPECT_THAT(refused(),
                 ElementsAre("HW_GPIO_Open(pad=7)", "HW_GPIO_GetHandle(params=null)", "HW_GPIO_Close(handle=0x5)"));
     vset::keepJournal(65536);
-}
-
-TEST_F(Journal, CallsAreFoundByTheirFields) {
-    HW_Handle_t hWindow = 0;
-    HW_DISP_GetHandle("HW_DISP_HD0", &hWindow);
-    HW_DISP_SetMute(hWindow, E_HW_DISP_MUTE_TIMING);
-    HW_DISP_ApplySetting(hWindow);
-    HW_DISP_SetUnMute(hWindow, E_HW_DISP_MUTE_TIMING);
-    HW_FS_Unlink("/data/\"quoted\"/and-longer-than-some");
-    const std::vector<vset::JournalEntry> entries = vset::journal();
-    const auto find = [&](const std::vector<std::string>& texts, vset::OtherCalls eOthers) {
-        return vset::findCalls({texts.begin(), texts.end()}, entries, eOthers);
-    };
-    const std::string strMute = "HW_DISP_SetMute flags=0x400";
-    const auto eAllowed = vset::OtherCalls::allowed;
-    EXPECT_EQ(find({strMute, "HW_DISP_SetUnMute flags=1024 result=0"}, eAllowed), "");
-    EXPECT_EQ(find({"HW_DISP_GetHandle name=HW_DISP_HD0"}, eAllowed), "");
-    EXPECT_EQ(find({"HW_DISP_GetHandle name=\"HW_DISP_HD0\""}, eAllowed), "");
-    EXPECT_EQ(find({R"(HW_FS_Unlink path=/data/"quoted"/and-longer-than-some)"}, eAllowed), "");
-    EXPECT_NE(find({R"(HW_FS_Unlink path=/data/"quoted"/and-longer-than-some-others)"}, eAllowed), "");
-    EXPECT_EQ(find({"HW_DISP_SetUnMute", strMute}, eAllowed),
-              "no call HW_DISP_SetMute flags=0x400 after HW_DISP_SetUnMute, but " + vset::callLine(entries[1]));
-    EXPECT_THAT(find({"HW_DISP_SetMute flags=4"}, eAllowed), HasSubstr("no call HW_DISP_SetMute flags=4, but "));
-    EXPECT_THAT(find({"HW_DISP_SetMute result=7"}, eAllowed), HasSubstr("no call "));
-    EXPECT_EQ(find({strMute}, vset::OtherCalls::forbidden),
-              "in place of " + strMute + " came " + vset::callLine(entries[0]));
-    EXPECT_EQ(find({"HW_DISP_GetHandle", strMute, "HW_DISP_ApplySetting"}, vset::OtherCalls::forbidden),
-              "not expected: " + vset::callLine(entries[3]));
-    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMut"), vset::UnknownCallName);
-    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMute flag=4"), vset::UnknownCallName);
-    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMute flags"), vset::SetError);
-    EXPECT_THROW(vset::CallPattern("HW_DISP_SetMute result=ok"), vset::SetError);
 }
 
 }  // namespace

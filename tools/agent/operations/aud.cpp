@@ -178,7 +178,7 @@ std::string effectName(long long effect) {
 void checkPart(const std::vector<Value>& values, const std::vector<std::string>& words) {
     const long long effect = std::get<long long>(values[0]);
     for (const Part& part : parts()) {
-        if (words[1] == part.choice.name && part.effect != effect) {
+        if (words.size() > 1 && words[1] == part.choice.name && part.effect != effect) {
             throw UsageError("SUB is \"" + words[1] + "\", which is a part of " + effectName(part.effect) +
                              " and not of " + effectName(effect));
         }

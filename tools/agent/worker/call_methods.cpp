@@ -80,7 +80,10 @@ Reply call(const Field& params) {
     if (destroys && !params["confirm"].flagOr(false)) {
         throw RequestError(ErrorCode::notConfirmed, row.shortName() + " " + row.destroys);
     }
-    const LogSwitch logSwitch;
+    std::optional<LogSwitch> logSwitch;
+    if (row.readsLogSwitch) {
+        logSwitch.emplace();
+    }
     const Preparation preparation = params["prepare"].flagOr(true) ? prepareFor(row) : Preparation();
     std::optional<MustFinish> mustFinish;
     if (row.danger == Danger::mustFinish) {

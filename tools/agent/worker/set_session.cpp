@@ -28,7 +28,7 @@ void requireWhole(const std::string& folder, bool damaged) {
     }
     const std::vector<std::string> damage = vset::check(folder);
     if (!damage.empty() && !damaged) {
-        throw RequestError({ErrorCode::damaged, folder + ": is damaged: " + damage.front(),
+        throw RequestError({ErrorCode::damaged, folder + ": is damaged (--damaged goes on all the same)",
                             Field{{"damage", Field::List(damage.begin(), damage.end())}}});
     }
 }

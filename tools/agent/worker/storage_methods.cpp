@@ -108,10 +108,12 @@ Outcome transfer(const OperationRow& row, const std::string& partition, long lon
     if (!outcome.good) {
         Field data = Field::Fields{};
         addTo(data, outcome);
-        const bool isStations = !vset::takeHostTroubles().empty();
+        const std::vector<std::string> troubles = vset::takeHostTroubles();
+        const bool isStations = !troubles.empty();
         throw RequestError({isStations ? ErrorCode::stationFailed : ErrorCode::unavailable,
                             row.shortName() + " answered " + std::to_string(outcome.status) + " (" +
-                                statusWord(row.result, outcome.status) + ") at offset " + std::to_string(offset),
+                                statusWord(row.result, outcome.status) + ") at offset " + std::to_string(offset) +
+                                (isStations ? ": " + troubles.front() : ""),
                             std::move(data)});
     }
     return outcome;

@@ -12,6 +12,7 @@
 #include "base/terminal.h"
 #include "base/text_pattern.h"
 #include "record/history.h"
+#include "record/result.h"
 #include "record/unfinished_run.h"
 #include "target/fresh_set.h"
 #include "target/output.h"

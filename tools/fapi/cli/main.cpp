@@ -549,9 +549,9 @@ int main(int argc, char** argv) {
     const bool json = wantsJson(argc, argv);
     try {
         int code = CommandLine(argv).run(argc, argv);
-        // They have been told where they came up.
-        if (!takeTroubles().empty() && code != kExitInterrupted) {
-            code = kExitSet;
+        for (const std::string& trouble : takeTroubles()) {
+            printMessage(trouble);
+            code = code != kExitInterrupted ? kExitSet : code;
         }
         if (isOutputWritten()) {
             return code;
@@ -564,6 +564,11 @@ int main(int argc, char** argv) {
         printError(error.what(), json);
         return kExitUsage;
     } catch (const RequestError& error) {
+        if (const Field& damage = error.failure().data["damage"]; damage.isList()) {
+            for (const Field& line : damage.list()) {
+                printMessage(line.text());
+            }
+        }
         printError(error.what(), json);
         // The operation has ended the library, or the set.
         return error.code() == ErrorCode::died ? kExitFailed : kExitSet;

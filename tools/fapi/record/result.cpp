@@ -3,10 +3,13 @@
 #include "record/result.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace tool {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 // What the commands of all attempts have there.
 std::vector<Json> allOf(const PlanResult& result, const char* what) {
@@ -96,6 +99,26 @@ std::vector<std::string> PlanResult::pictures() const {
     }
     std::sort(files.begin(), files.end());
     files.erase(std::unique(files.begin(), files.end()), files.end());
+    return files;
+}
+
+std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures) {
+    std::vector<std::string> files;
+    for (const char* extension : kReportExtensions) {
+        files.push_back(stem + extension);
+    }
+    const fs::path path(stem);
+    for (const std::string& picture : pictures) {
+        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos &&
+            fs::path(picture).extension() == ".png") {
+            files.push_back((path.parent_path() / picture).string());
+        }
+    }
+    const auto isMissing = [](const std::string& file) {
+        std::error_code error;
+        return !fs::is_regular_file(fs::symlink_status(file, error));
+    };
+    files.erase(std::remove_if(files.begin(), files.end(), isMissing), files.end());
     return files;
 }
 

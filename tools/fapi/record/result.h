@@ -62,6 +62,11 @@ struct RunCounts {
     std::size_t passed, marginal, failed, errors, interrupted, notRun;
 };
 
+// What the names of a report's files end with, but for pictures.
+constexpr const char* kReportExtensions[] = {".xml", ".json", ".html"};
+// The files of a report that are there: one of each kind, and those of its pictures that bear its name.
+std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures);
+
 constexpr const char* kReportFolder = "reports";
 
 }  // namespace tool

@@ -208,26 +208,6 @@ std::vector<std::unique_ptr<Report>> reports() {
     return all;
 }
 
-std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures) {
-    std::vector<std::string> files;
-    for (const std::unique_ptr<Report>& report : reports()) {
-        files.push_back(stem + report->extension());
-    }
-    const fs::path path(stem);
-    for (const std::string& picture : pictures) {
-        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos &&
-            fs::path(picture).extension() == ".png") {
-            files.push_back((path.parent_path() / picture).string());
-        }
-    }
-    const auto isMissing = [](const std::string& file) {
-        std::error_code error;
-        return !fs::is_regular_file(fs::symlink_status(file, error));
-    };
-    files.erase(std::remove_if(files.begin(), files.end(), isMissing), files.end());
-    return files;
-}
-
 void prepareReportFolder(const std::string& folder) {
     std::error_code error;
     fs::create_directories(folder, error);

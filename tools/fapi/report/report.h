@@ -21,9 +21,6 @@ public:
 // JUnit XML, JSON and HTML.
 std::vector<std::unique_ptr<Report>> reports();
 
-// The files of a report that are there: one of each kind, and those of its pictures that bear its name.
-std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures);
-
 // Makes the folder when it is missing. Throws SetError when reports cannot be written there.
 void prepareReportFolder(const std::string& folder);
 

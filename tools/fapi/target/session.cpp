@@ -17,6 +17,7 @@ std::unique_ptr<Target> g_target;
 SessionOptions g_chosen;
 bool g_isOpen = false;
 bool g_rebooted = false;
+std::function<void()> g_whenRebooted;
 std::vector<std::string> g_troubles;
 
 TargetOptions targetOptions(const SessionOptions& options) {
@@ -56,7 +57,12 @@ void listen(Target& target) {
     target.listen("event", [](const Field& params) { eventLog().add(parseEvent(params)); });
     target.listen("log", [](const Field& params) { std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str()); });
     target.listen("worker", [](const Field& params) {
-        g_rebooted = g_rebooted || (params["state"].textOr("") == "ended" && params["reason"].textOr("") == "watchdog");
+        if (params["state"].textOr("") == "ended" && params["reason"].textOr("") == "watchdog") {
+            g_rebooted = true;
+            if (g_whenRebooted) {
+                g_whenRebooted();
+            }
+        }
     });
 }
 
@@ -164,6 +170,10 @@ long long powerCycle() {
 
 bool takeReboot() {
     return std::exchange(g_rebooted, false);
+}
+
+void whenRebooted(std::function<void()> callback) {
+    g_whenRebooted = std::move(callback);
 }
 
 }  // namespace tool

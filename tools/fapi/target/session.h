@@ -4,6 +4,7 @@
 #define FAPI_BENCH_TARGET_SESSION_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -69,6 +70,8 @@ void switchOn();
 long long powerCycle();
 // Whether the set's worker has ended since the last call of this, because the watchdog has rebooted the set.
 bool takeReboot();
+// Calls back when it does so.
+void whenRebooted(std::function<void()> callback);
 
 }  // namespace tool
 

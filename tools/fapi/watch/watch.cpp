@@ -6,6 +6,7 @@
 
 #include "base/data_output.h"
 #include "base/interrupts.h"
+#include "base/terminal.h"
 #include "target/event_log.h"
 #include "target/first_lines.h"
 #include "target/output.h"
@@ -42,6 +43,10 @@ int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
     Interrupts interrupts;
     target.watch(interrupts.descriptor(), [&] {
         interrupts.take();
+        eventLog().interrupt();
+    });
+    whenRebooted([] {
+        printMessage("the watchdog has rebooted the set");
         eventLog().interrupt();
     });
     bringUp();
