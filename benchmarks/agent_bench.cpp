@@ -144,7 +144,7 @@ void plan_steps(benchmark::State& state) {
     const fs::path plan = g_agent->folder / "steps.plan";
     {
         std::ofstream file(plan);
-        file << "plan \"Steps\"\n";
+        file << "plan \"Steps\"\nstep \"Start\"\n    sys_init\n    prphrl_init\n";
         for (int i = 0; i < kPlanSteps; ++i) {
             file << "step \"Step " << i << "\"\n    prphrl_get_sar_adc 3 0\n";
         }
