@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the library adds to the middleware's own time. Each benchmark has its peer in the same run: the middleware calls
 // alone, or the plainest code that does the same. The journal is off, the log is off.
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -138,39 +135,11 @@ void file_copy_plain(benchmark::State& state) {
 }
 BENCHMARK(file_copy_plain)->Unit(benchmark::kMillisecond);
 
-// --- Steps of a plan -------------------------------------------------------------------------------------------------
-
-constexpr int kPlanSteps = 50000;
-
-void plan_steps(benchmark::State& state) {
-    const fs::path folder = bench::temporaryFolder("plan");
-    fs::create_directories(folder);
-    const fs::path plan = folder / "steps.plan";
-    {
-        std::ofstream file(plan);
-        file << "plan \"Steps\"\n";
-        for (int i = 0; i < kPlanSteps; ++i) {
-            file << "step \"Step " << i << "\"\n    common_hw_err_msg 5\n    expect status -6\n";
-        }
-    }
-    const std::string strCommand = std::string(FAPI_BINARY) + " --set " + (folder / "set").string() +
-                                   " run --no-report " + plan.string() + " >/dev/null 2>&1";
-    for (auto _ : state) {
-        if (std::system(strCommand.c_str()) != 0) {
-            state.SkipWithError("the plan failed");
-        }
-    }
-    state.SetItemsProcessed(static_cast<std::int64_t>(kPlanSteps) * static_cast<std::int64_t>(state.iterations()));
-    fs::remove_all(folder);
-}
-BENCHMARK(plan_steps)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
-
 constexpr bench::Goal kGoals[] = {
     {"call", "call_middleware", bench::Limit::nanosecondsAbove, 12},
     {"event", "event_locked_call", bench::Limit::nanosecondsAbove, 12},
     {"environment_read", "environment_load_and_clear", bench::Limit::timesPeer, 1.3},
     {"file_copy", "file_copy_plain", bench::Limit::timesPeer, 1.5},
-    {"plan_steps", nullptr, bench::Limit::itemsPerSecond, 20000},
 };
 
 }  // namespace

@@ -83,7 +83,10 @@ private:
         } else if (request.method == "call" || request.method == "act") {
             const bool prepare = params["prepare"].flagOr(false);
             answer(request,
-                   {{"status", 7}, {"good", true}, {"prepared", prepare ? Field::List{"init"} : Field::List()}});
+                   {{"status", 7},
+                    {"good", true},
+                    {"outputs", Field::List()},
+                    {"prepared", prepare ? Field::List{"init"} : Field::List()}});
         } else if (request.method == "log") {
             tell(params["on"].flag() ? "log on" : "log off");
             answer(request, Field::Fields());

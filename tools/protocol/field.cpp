@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace tool {
 
@@ -110,6 +111,12 @@ Field& Field::set(std::string name, Field field) {
         return found->second;
     }
     return fields.emplace_back(std::move(name), std::move(field)).second;
+}
+
+Field Field::take(std::string_view name) {
+    auto* fields = std::get_if<Fields>(&_value);
+    const auto found = fields != nullptr ? findField(*fields, name) : Fields::iterator();
+    return fields != nullptr && found != fields->end() ? std::exchange(found->second, Field()) : Field();
 }
 
 Field& Field::add(Field field) {

@@ -90,6 +90,8 @@ public:
 
     // Adds or replaces a field; makes an object of null. Returns the field.
     Field& set(std::string name, Field field);
+    // Takes the field of that name out, whose place holds null then. Null when there is none.
+    Field take(std::string_view name);
     // Adds to a list; makes a list of null. Returns the field.
     Field& add(Field field);
 

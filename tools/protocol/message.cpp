@@ -2,6 +2,8 @@
 // Messages between a client, the hub and the agent.
 #include "protocol/message.h"
 
+#include <utility>
+
 namespace tool {
 
 namespace {
@@ -12,14 +14,14 @@ Field beginMessage() {
     return Field{{"jsonrpc", kVersion}};
 }
 
-void setParameters(Field& object, const Field& params) {
+void setParameters(Field& object, Field params) {
     if (!params.isNull()) {
-        object.set("params", params);
+        object.set("params", std::move(params));
     }
 }
 
-Field parametersOf(const Field& object) {
-    const Field& params = object["params"];
+Field takeParameters(Field& object) {
+    Field params = object.take("params");
     if (!params.isNull() && !params.isObject()) {
         throw MessageError("the parameters are no object");
     }
@@ -30,7 +32,7 @@ MessageFailure parseFailure(const Field& error) {
     return {static_cast<ErrorCode>(error.at("code").number()), error["message"].textOr(""), error["data"]};
 }
 
-Answer parseAnswer(const Field& object) {
+Answer parseAnswer(Field& object) {
     Answer answer;
     answer.id = idOf(object);
     if (!answer.id && !object.at("id").isNull()) {
@@ -39,15 +41,15 @@ Answer parseAnswer(const Field& object) {
     if (object.has("error") == object.has("result")) {
         throw MessageError("neither request, answer nor notification");
     }
-    answer.result = object["result"];
+    answer.result = object.take("result");
     if (object.has("error")) {
         answer.failure = parseFailure(object["error"]);
     }
     return answer;
 }
 
-Request parseRequest(const Field& object) {
-    Request request = {object.at("id").number(), object.at("method").text(), parametersOf(object)};
+Request parseRequest(Field& object) {
+    Request request = {object.at("id").number(), object.at("method").text(), takeParameters(object)};
     if (object.has("ack")) {
         request.acknowledged = object["ack"].number();
     }
@@ -56,22 +58,22 @@ Request parseRequest(const Field& object) {
 
 }  // namespace
 
-Field toField(const Request& request) {
+Field toField(Request request) {
     Field object = beginMessage();
     object.set("id", request.id);
     object.set("method", request.method);
     if (request.acknowledged) {
         object.set("ack", *request.acknowledged);
     }
-    setParameters(object, request.params);
+    setParameters(object, std::move(request.params));
     return object;
 }
 
-Field toField(const Answer& answer) {
+Field toField(Answer answer) {
     Field object = beginMessage();
     object.set("id", answer.id ? Field(*answer.id) : Field());
     if (!answer.failure) {
-        object.set("result", answer.result);
+        object.set("result", std::move(answer.result));
         return object;
     }
     Field& error = object.set("error", Field{{"code", static_cast<int>(answer.failure->code)}});
@@ -82,10 +84,10 @@ Field toField(const Answer& answer) {
     return object;
 }
 
-Field toField(const Notification& notification) {
+Field toField(Notification notification) {
     Field object = beginMessage();
     object.set("method", notification.method);
-    setParameters(object, notification.params);
+    setParameters(object, std::move(notification.params));
     return object;
 }
 
@@ -97,7 +99,7 @@ std::optional<long long> idOf(const Field& object) {
     return object["id"].isNumber() ? std::optional(object["id"].number()) : std::nullopt;
 }
 
-Message parseMessage(const Field& object) {
+Message parseMessage(Field object) {
     if (object["jsonrpc"] != Field(kVersion)) {
         throw MessageError("no message of JSON-RPC 2.0");
     }
@@ -107,7 +109,7 @@ Message parseMessage(const Field& object) {
     } else if (object.has("id")) {
         message.request = parseRequest(object);
     } else {
-        message.notification = Notification{object["method"].text(), parametersOf(object)};
+        message.notification = Notification{object["method"].text(), takeParameters(object)};
     }
     return message;
 }

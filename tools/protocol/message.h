@@ -79,9 +79,9 @@ struct Notification {
     Field params;
 };
 
-Field toField(const Request& request);
-Field toField(const Answer& answer);
-Field toField(const Notification& notification);
+Field toField(Request request);
+Field toField(Answer answer);
+Field toField(Notification notification);
 Answer failed(std::optional<long long> id, ErrorCode code, const std::string& text, Field data = {});
 
 // Exactly one of the three.
@@ -91,7 +91,7 @@ struct Message {
     std::optional<Notification> notification;
 };
 // Throws MessageError for what is none of them.
-Message parseMessage(const Field& object);
+Message parseMessage(Field object);
 
 // The id in what may be no message, for the answer to it.
 std::optional<long long> idOf(const Field& object);

@@ -72,11 +72,17 @@ void writeInputs(detail::OpenCall& call) {
     call.bWritten = true;
 }
 
-std::vector<JournalEntry> inOrder(const Journal& journal) {
-    std::vector<JournalEntry> entries(journal.slots.begin() + static_cast<std::ptrdiff_t>(journal.oldest),
-                                      journal.slots.end());
-    entries.insert(entries.end(), journal.slots.begin(),
-                   journal.slots.begin() + static_cast<std::ptrdiff_t>(journal.oldest));
+const JournalEntry& entryAt(const Journal& journal, std::size_t index) {
+    return journal.slots[(journal.oldest + index) % journal.slots.size()];
+}
+
+// Copies the entries from that one on, oldest first.
+std::vector<JournalEntry> inOrder(const Journal& journal, std::size_t first = 0) {
+    std::vector<JournalEntry> entries;
+    entries.reserve(journal.slots.size() - first);
+    for (std::size_t i = first; i < journal.slots.size(); ++i) {
+        entries.push_back(entryAt(journal, i));
+    }
     return entries;
 }
 
@@ -148,12 +154,12 @@ void detail::object(const char* pszCall, HW_Handle_t hHandle, const char* pszRea
 std::vector<JournalEntry> journal(std::uint64_t u64After) {
     Journal& journal = theJournal();
     const std::lock_guard<std::mutex> lock(journal.mutex);
-    std::vector<JournalEntry> entries = inOrder(journal);
-    const auto isBehind = [](std::uint64_t u64Number, const JournalEntry& stEntry) {
-        return u64Number < stEntry.u64Number;
-    };
-    entries.erase(entries.begin(), std::upper_bound(entries.begin(), entries.end(), u64After, isBehind));
-    return entries;
+    // Callers want the last few of many.
+    std::size_t first = journal.slots.size();
+    while (first > 0 && entryAt(journal, first - 1).u64Number > u64After) {
+        --first;
+    }
+    return inOrder(journal, first);
 }
 
 std::uint64_t lastCall() {

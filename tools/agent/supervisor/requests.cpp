@@ -70,17 +70,17 @@ bool isPlainHello(const Line& line) {
 
 void Supervisor::takeLines() {
     while (mayRead()) {
-        const std::optional<Line> line = _wire.next();
+        std::optional<Line> line = _wire.next();
         if (!line) {
             return;
         }
-        takeLine(*line);
+        takeLine(std::move(*line));
         dispatch();
     }
 }
 
-void Supervisor::takeLine(const Line& line) {
-    Field object = line.object;
+void Supervisor::takeLine(Line line) {
+    Field object = std::move(line.object);
     if (isPlainHello(line) && _wire.framing() == Framing::checked) {
         // A client that finds this agent on its wire knows nothing of the framing that another one has agreed on.
         _wire.use(Framing::plain);
@@ -92,18 +92,19 @@ void Supervisor::takeLine(const Line& line) {
     } else if (line.kind != Line::Kind::message) {
         return send(failed(std::nullopt, ErrorCode::noJson, "a line that is no message: " + line.text.substr(0, 100)));
     }
+    const std::optional<long long> id = idOf(object);
     try {
-        const Message message = parseMessage(object);
+        Message message = parseMessage(std::move(object));
         if (!message.request) {
             throw MessageError("no request");
         }
-        takeRequest(*message.request);
+        takeRequest(std::move(*message.request));
     } catch (const MessageError& error) {
-        send(failed(idOf(object), ErrorCode::noRequest, error.what()));
+        send(failed(id, ErrorCode::noRequest, error.what()));
     }
 }
 
-void Supervisor::takeRequest(const Request& request) {
+void Supervisor::takeRequest(Request request) {
     if (request.acknowledged) {
         _wire.forget(*request.acknowledged);
     }
@@ -124,12 +125,13 @@ void Supervisor::takeRequest(const Request& request) {
         return refuse(request, ErrorCode::noRequest, "the first request is hello");
     }
     try {
-        if (!answerHere(request)) {
-            enqueue(request);
+        if (answerHere(request)) {
+            return;
         }
     } catch (const MessageError& error) {
-        refuse(request, ErrorCode::wrongParameters, error.what());
+        return refuse(request, ErrorCode::wrongParameters, error.what());
     }
+    enqueue(std::move(request));
 }
 
 // Whether the request is the supervisor's own.
@@ -273,10 +275,10 @@ void Supervisor::endWorkerFor(const Request& request) {
 
 // --- What the worker does --------------------------------------------------------------------------------------------
 
-void Supervisor::enqueue(const Request& request) {
-    Request bare = request;
-    bare.acknowledged.reset();
-    _lanes[isOneOf(request.method, kLooking) ? kLooks : kCalls].waiting.push_back(std::move(bare));
+void Supervisor::enqueue(Request request) {
+    request.acknowledged.reset();
+    Lane& lane = _lanes[isOneOf(request.method, kLooking) ? kLooks : kCalls];
+    lane.waiting.push_back(std::move(request));
 }
 
 void Supervisor::dispatch() {
@@ -293,14 +295,14 @@ void Supervisor::dispatch() {
     }
     for (Lane& lane : _lanes) {
         while (!lane.running && !lane.waiting.empty()) {
-            const Request request = std::move(lane.waiting.front());
+            Request request = std::move(lane.waiting.front());
             lane.waiting.pop_front();
-            dispatch(lane, request);
+            dispatch(lane, std::move(request));
         }
     }
 }
 
-void Supervisor::dispatch(Lane& lane, const Request& request) {
+void Supervisor::dispatch(Lane& lane, Request request) {
     if (request.method == "power") {
         _isOff = request.params["to"] == Field("off");
         if (_isOff) {
@@ -312,18 +314,19 @@ void Supervisor::dispatch(Lane& lane, const Request& request) {
     if (request.method == "events" || request.method == "journal") {
         _subscriptions.set(request.method, request.params);
     }
+    const Request bare = {request.id, request.method, {}};
     try {
         if (_worker == nullptr) {
             startWorker();
         }
-        lane.running = Running{request, false, false, {}};
+        lane.running = Running{bare, false, false, {}};
         const char mark[] = {kAnswerMarks[&lane == &_lanes[kCalls] ? kCalls : kLooks], ' ', '\0'};
-        _worker->send(mark + frame(toField(request), Framing::plain));
+        _worker->send(mark + frame(toField(std::move(request)), Framing::plain));
     } catch (const std::runtime_error& error) {
         lane.running.reset();
         const std::string text = std::string("no worker: ") + error.what();
-        request.id == kIdentityId ? finishGreeting(failed(request.id, ErrorCode::unavailable, text))
-                                  : refuse(request, ErrorCode::unavailable, text);
+        bare.id == kIdentityId ? finishGreeting(failed(bare.id, ErrorCode::unavailable, text))
+                               : refuse(bare, ErrorCode::unavailable, text);
     }
 }
 

@@ -46,7 +46,7 @@ private:
 
     // What the worker does now.
     struct Running {
-        Request request;
+        Request request;          // without its parameters
         bool isAnswered = false;  // and its stream follows
         bool mustFinish = false;
         std::deque<std::string> errors;  // the log's lines of level E meanwhile
@@ -67,8 +67,8 @@ private:
 
     // --- Requests
     void takeLines();
-    void takeLine(const Line& line);
-    void takeRequest(const Request& request);
+    void takeLine(Line line);
+    void takeRequest(Request request);
     bool answerHere(const Request& request);
     void greet(const Request& request);
     void finishGreeting(const Answer& identity);
@@ -78,9 +78,9 @@ private:
     void switchLog(const Request& request);
     void switchPower(const Request& request);
     void endWorkerFor(const Request& request);
-    void enqueue(const Request& request);
+    void enqueue(Request request);
     void dispatch();
-    void dispatch(Lane& lane, const Request& request);
+    void dispatch(Lane& lane, Request request);
     void refuseWaiting(ErrorCode code, const std::string& text);
 
     // --- Answers

@@ -70,9 +70,12 @@ Lane::Lane(std::size_t number, Outbox& outbox) : _number(number), _outbox(outbox
 }
 
 void Lane::add(Request request) {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _waiting.push_back(std::move(request));
-    _changed.notify_all();
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _waiting.push_back(std::move(request));
+    }
+    // After the lock: the thread that wakes up takes it.
+    _changed.notify_one();
 }
 
 void Lane::run() {
@@ -108,7 +111,7 @@ void Lane::serve(const Request& request) {
     flushJournal();
     const char* marks = pieces != nullptr ? kStreamMarks : kAnswerMarks;
     try {
-        _outbox.send(marks[_number], toField(answer));
+        _outbox.send(marks[_number], toField(std::move(answer)));
     } catch (const MessageError& error) {
         pieces = nullptr;
         const std::string text = std::string("the answer cannot be sent: ") + error.what();
@@ -129,8 +132,9 @@ void Lane::stream(long long id, const Pieces& pieces) {
         for (long long number = 1; !piece.empty(); ++number, piece = pieces(kPiece)) {
             sum.add(piece.data(), piece.size());
             bytes += static_cast<long long>(piece.size());
-            const Notification notification = {"stream", {{"id", id}, {"piece", number}, {"data", std::move(piece)}}};
-            _outbox.sendWaiting(kNotificationMark, toField(notification));
+            Field params = {{"id", id}, {"piece", number}};
+            params.set("data", std::move(piece));
+            _outbox.sendWaiting(kNotificationMark, toField(Notification{"stream", std::move(params)}));
         }
         last.set("sha256", sum.sum());
         last.set("bytes", bytes);

@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -53,7 +54,7 @@ public:
 private:
     void takeLine(std::string_view line) {
         const char mark = line.front();
-        const Message message = parseMessage(parseJsonText(line.substr(kMarkSize)));
+        Message message = parseMessage(parseJsonText(line.substr(kMarkSize)));
         if (message.notification) {
             return takeNotification(*message.notification);
         }
@@ -62,7 +63,7 @@ private:
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             _isUnbound = false;
         }
-        _lanes[mark == kAnswerMarks[0] ? 0 : 1]->add(*message.request);
+        _lanes[mark == kAnswerMarks[0] ? 0 : 1]->add(std::move(*message.request));
     }
 
     void takeNotification(const Notification& notification) {

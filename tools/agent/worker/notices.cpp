@@ -33,13 +33,13 @@ public:
     explicit Feed(const char* method) : _method(method) {}
 
     // The caller has a mutex.
-    void offer(const Field& params) {
+    void offer(Field params) {
         Field all = {{"seq", ++_seq}};
         if (_dropped != 0) {
             all.set("dropped", _dropped);
         }
-        for (const auto& [name, field] : params.fields()) {
-            all.set(name, field);
+        for (const auto& entry : params.fields()) {
+            all.set(entry.first, params.take(entry.first));
         }
         const bool isTaken = g_outbox->offer(kNotificationMark, toField(Notification{_method, std::move(all)}));
         _dropped = isTaken ? 0 : _dropped + 1;
@@ -70,7 +70,7 @@ void takeEvent(Event event) {
     addTo(params, event);
     Events& events = theEvents();
     const std::lock_guard<std::mutex> lock(events.mutex);
-    events.feed.offer(params);
+    events.feed.offer(std::move(params));
 }
 
 // --- The journal -----------------------------------------------------------------------------------------------------
@@ -104,9 +104,11 @@ Field callField(Journal& journal, const vset::JournalEntry& entry) {
 
 void offerCalls(Journal& journal, Field::List calls) {
     using namespace std::chrono;
-    journal.feed.offer({{"mono", nanoseconds(steady_clock::now().time_since_epoch()).count()},
-                        {"wall", nanoseconds(system_clock::now().time_since_epoch()).count()},
-                        {"calls", std::move(calls)}});
+    Field params = {{"mono", nanoseconds(steady_clock::now().time_since_epoch()).count()},
+                    {"wall", nanoseconds(system_clock::now().time_since_epoch()).count()}};
+    // Not among the others, which are copied.
+    params.set("calls", std::move(calls));
+    journal.feed.offer(std::move(params));
 }
 
 // The caller has the mutex.

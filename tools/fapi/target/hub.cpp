@@ -136,6 +136,7 @@ void Hub::addClients(std::vector<pollfd>& waited, std::optional<Clock::time_poin
         known->place = waited.size();
         waited.push_back({known->descriptor(), static_cast<short>(input | (known->hasOutput() ? POLLOUT : 0)), 0});
         sooner(until, known->readsUntil());
+        sooner(until, known->collectsUntil());
     }
 }
 
@@ -155,7 +156,7 @@ void Hub::accept() {
 // Carries out what the client has asked for, and writes what it takes.
 void Hub::serve(HubClient& client) {
     while (std::optional<Line> line = client.nextLine()) {
-        take(client, *line);
+        take(client, std::move(*line));
         client.write();
     }
     client.write();
@@ -241,7 +242,7 @@ void Hub::endClients() {
     }
     _open.clear();
     for (const auto& [id, known] : _clients) {
-        known->write();
+        known->write(false);
     }
     _clients.clear();
 }

@@ -77,7 +77,7 @@ private:
     void endClients();
 
     // hub_requests.cpp: what clients ask for
-    void take(HubClient& client, const Line& line);
+    void take(HubClient& client, Line line);
     void handle(HubClient& client, const Request& request);
     void hello(HubClient& client, const Request& request);
     void claim(HubClient& client, const Request& request);

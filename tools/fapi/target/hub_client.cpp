@@ -24,6 +24,9 @@ constexpr std::size_t kMostWaiting = 8 << 20;
 constexpr std::size_t kLittleWaiting = kMostWaiting / 2;
 // For so long at most.
 constexpr std::chrono::seconds kPatience{2};
+// How long notifications are collected, and how many bytes of them.
+constexpr std::chrono::milliseconds kCollects{5};
+constexpr std::size_t kMostCollected = 256 << 10;
 constexpr std::size_t kReadSize = 64 << 10;
 constexpr std::size_t kLinesAtOnce = 64;
 
@@ -73,6 +76,12 @@ bool HubClient::mayAsk() const {
 
 void HubClient::answer(std::string line) {
     push(std::make_shared<const std::string>(std::move(line)), true);
+    _isUrgent = true;
+}
+
+void HubClient::send(const SharedLine& line) {
+    push(line, false);
+    _isUrgent = true;
 }
 
 void HubClient::notify(const std::string& kind, const SharedLine& line) {
@@ -83,6 +92,11 @@ void HubClient::notify(const std::string& kind, const SharedLine& line) {
     }
     push(dropped == 0 ? line : withDropped(line, dropped), false);
     dropped = 0;
+    _isUrgent = _isUrgent || _waiting > kMostCollected;
+}
+
+std::optional<Clock::time_point> HubClient::collectsUntil() const {
+    return !_out.empty() && !_isUrgent ? std::optional(_collectsUntil) : std::nullopt;
 }
 
 void HubClient::push(const SharedLine& line, bool isAnswer) {
@@ -94,7 +108,15 @@ void HubClient::push(const SharedLine& line, bool isAnswer) {
     }
 }
 
-void HubClient::write() {
+void HubClient::write(bool collects) {
+    if (collects && isCollecting()) {
+        return;
+    }
+    if (!_out.empty()) {
+        // Answers end no collection: a client that acts hears at once what follows from it.
+        _collectsUntil = _isUrgent ? Clock::time_point() : Clock::now() + kCollects;
+        _isUrgent = true;
+    }
     while (!_out.empty() && !isGone) {
         std::array<iovec, kLinesAtOnce> pieces = {};
         const std::size_t count = std::min(_out.size(), pieces.size());
@@ -119,6 +141,7 @@ void HubClient::write() {
             _out.pop_front();
         }
     }
+    _isUrgent = !_out.empty();
     if (_waiting <= kLittleWaiting) {
         _overSince.reset();
     }

@@ -46,12 +46,16 @@ public:
 
     void answer(std::string line);
     // What must not be dropped.
-    void send(const SharedLine& line) { push(line, false); }
+    void send(const SharedLine& line);
     // What is dropped when too much waits; the next line of that kind says how many were.
     void notify(const std::string& kind, const SharedLine& line);
-    // Writes what the client takes at once.
-    void write();
-    bool hasOutput() const { return !_out.empty(); }
+    // Writes what the client takes at once. Notifications that follow others closely are collected for some
+    // milliseconds, unless something else is to be written: a client that watches does not wake up for each of them.
+    void write(bool collects = true);
+    // Whether the next write() would write.
+    bool hasOutput() const { return !_out.empty() && !isCollecting(); }
+    // Until when notifications are collected. None: nothing is.
+    std::optional<Clock::time_point> collectsUntil() const;
 
     // Until when a client that has too much to read has time to do so; then it is cut off. None: it has not.
     std::optional<Clock::time_point> readsUntil() const;
@@ -62,6 +66,7 @@ private:
         bool isAnswer;
     };
     bool mayAsk() const;
+    bool isCollecting() const { return collectsUntil() && Clock::now() < _collectsUntil; }
     void push(const SharedLine& line, bool isAnswer);
 
     Descriptor _connection;
@@ -71,6 +76,8 @@ private:
     std::size_t _waiting = 0;  // bytes of _out that are not written
     std::size_t _written = 0;  // bytes of the first item that are
     std::size_t _answers = 0;  // items that are answers
+    bool _isUrgent = false;    // something in _out is no notification, or there is much, or a part of it is written
+    Clock::time_point _collectsUntil;
     std::map<std::string, long long> _dropped;
     std::optional<Clock::time_point> _overSince;
 };

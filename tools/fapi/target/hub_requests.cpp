@@ -36,7 +36,7 @@ const std::map<std::string, Hub::Method>& Hub::methods() {
     return methods;
 }
 
-void Hub::take(HubClient& client, const Line& line) {
+void Hub::take(HubClient& client, Line line) {
     const auto refuseLine = [&](std::optional<long long> id, ErrorCode code, const std::string& text) {
         client.answer(frame(toField(failed(id, code, text)), Framing::plain));
     };
@@ -46,15 +46,16 @@ void Hub::take(HubClient& client, const Line& line) {
                    isLong ? "a message of more than 16 MiB" : "no object of JSON");
         return;
     }
+    const std::optional<long long> id = idOf(line.object);
     try {
-        const Message message = parseMessage(line.object);
+        const Message message = parseMessage(std::move(line.object));
         if (message.request) {
             handle(client, *message.request);
         } else if (message.answer) {
             refuseLine(std::nullopt, ErrorCode::noRequest, "an answer, but nothing was asked");
         }
     } catch (const MessageError& error) {
-        refuseLine(idOf(line.object), ErrorCode::noRequest, error.what());
+        refuseLine(id, ErrorCode::noRequest, error.what());
     }
 }
 

@@ -73,7 +73,7 @@ void Hub::sendToAgent(long long id, const std::string& method, const Field& para
         request.acknowledged = _open.begin()->first - 1;
         _open[id].sent = request;
     }
-    _wire->send(toField(request));
+    _wire->send(toField(std::move(request)));
 }
 
 void Hub::hold(HubClient& client, const Request& request) {

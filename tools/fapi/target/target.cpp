@@ -91,12 +91,12 @@ Field Target::finish(long long id) {
         wait(std::nullopt);
     }
     const auto found = _answers.find(id);
-    const Answer answer = std::move(found->second);
+    Answer answer = std::move(found->second);
     _answers.erase(found);
     if (answer.failure) {
         throw RequestError(*answer.failure);
     }
-    return answer.result;
+    return std::move(answer.result);
 }
 
 void Target::endAwaited() {
