@@ -52,10 +52,9 @@ void resetSet() {
 Reply power(const Field& params) {
     const std::string& to = params.at("to").text();
     const vset::HostPaths hostPaths;
-    if (to == "create") {
-        vset::create(setFolder());
-    } else if (to == "reset") {
-        resetSet();
+    if (to == "create" || to == "reset") {
+        to == "create" ? vset::create(setFolder()) : resetSet();
+        return Field{{"boots", 0}};
     }
     switchSetOn(params["damaged"].flagOr(false));
     return Field{{"boots", vset::bootCount()}};
@@ -63,9 +62,7 @@ Reply power(const Field& params) {
 
 Reply show(const Field&) {
     const vset::HostPaths hostPaths;
-    // A new set is made when it is switched on.
-    const bool isThere = fs::exists(setFolder() + "/set.json");
-    const std::vector<std::string> damage = isThere ? vset::check(setFolder()) : std::vector<std::string>();
+    const std::vector<std::string> damage = vset::check(setFolder());
     // Damage is what is to be shown.
     switchSetOn(true);
     Field partitions = Field::List{}, environment = Field::Fields{};

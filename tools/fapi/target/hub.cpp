@@ -174,6 +174,8 @@ void Hub::dropGone() {
         const std::unique_ptr<HubClient> gone = std::move(at->second);
         at = _clients.erase(at);
         forget(*gone);
+        // The last one may wait until the set is free.
+        _last = _clients.empty() ? gone->takeConnection() : Descriptor();
     }
 }
 
@@ -214,6 +216,7 @@ bool Hub::leave() {
     }
     accept();
     if (!_clients.empty() && !_isTerminated) {
+        _last.close();
         return false;
     }
     // Who connects from now on waits for the lock and starts another hub.

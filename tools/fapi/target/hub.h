@@ -131,6 +131,7 @@ private:
     Descriptor _listener;
     Descriptor _signals;
     std::map<long long, std::unique_ptr<HubClient>> _clients;
+    Descriptor _last;  // of the client that has gone last, closed when the set is free
     long long _lastClient = 0;
     Clock::time_point _lonelySince = Clock::now();
     bool _isTerminated = false;

@@ -36,6 +36,7 @@ public:
     std::size_t place = 0;               // of its entry in what is waited for; 0: none
 
     int descriptor() const { return _connection.get(); }
+    Descriptor takeConnection() { return std::move(_connection); }
 
     // Takes in what the client has sent.
     void read();

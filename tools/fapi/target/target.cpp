@@ -51,7 +51,26 @@ private:
 
 }  // namespace
 
-Target::~Target() = default;
+// Waits until the hub has let go of it, which it does with its last client only when the set is free.
+Target::~Target() {
+    constexpr std::chrono::seconds kLimit{5};
+    if (!_connection || shutdown(_connection.get(), SHUT_WR) != 0) {
+        return;
+    }
+    const auto end = std::chrono::steady_clock::now() + kLimit;
+    pollfd connection = {_connection.get(), POLLIN, 0};
+    char piece[4096];
+    for (;;) {
+        const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        if (rest.count() <= 0 || poll(&connection, 1, static_cast<int>(rest.count())) == 0) {
+            return;
+        }
+        const ssize_t length = recv(_connection.get(), piece, sizeof(piece), MSG_DONTWAIT);
+        if (length == 0 || (length < 0 && errno != EINTR && errno != EAGAIN)) {
+            return;
+        }
+    }
+}
 
 const Description& Target::description() {
     if (!_description) {
