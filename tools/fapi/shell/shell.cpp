@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "base/data_output.h"
+#include "base/durable_file.h"
 #include "base/interrupts.h"
 #include "base/terminal.h"
 #include "shell/help.h"
@@ -283,6 +284,9 @@ private:
             if (error.code() != ErrorCode::unavailable) {
                 throw;
             }
+            printError(error.what(), _options.json);
+            fail();
+        } catch (const FileError& error) {
             printError(error.what(), _options.json);
             fail();
         }
