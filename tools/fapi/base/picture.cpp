@@ -10,8 +10,8 @@
 
 #include <png.h>
 
-#include "protocol/color.h"
 #include "base/durable_file.h"
+#include "protocol/color.h"
 
 namespace tool {
 

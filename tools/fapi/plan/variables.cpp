@@ -103,7 +103,7 @@ Command commandWithAnyValues(const Words& words) {
     const Action* action = isAction ? findAction(words[1]) : nullptr;
     static const std::vector<Argument> kNone;
     const std::vector<Argument>& arguments = operation != nullptr ? operation->arguments
-                                             : action != nullptr    ? action->arguments
+                                             : action != nullptr  ? action->arguments
                                                                   : kNone;
     const Words fitting = withAnyValues(words, first, arguments);
     return Command::parse(fitting, fitting == words ? Together::checked : Together::unchecked);

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "protocol/color.h"
 #include "cli/help.h"
+#include "protocol/color.h"
 #include "shell/shell.h"
 #include "target/command.h"
 #include "target/output.h"

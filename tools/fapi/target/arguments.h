@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Arguments of operations and actions: words checked against what the description says, and the texts of usage lines and help.
+// Arguments of operations and actions: words checked against what the description says, and the texts of usage lines
+// and help.
 #ifndef FAPI_BENCH_TARGET_ARGUMENTS_H
 #define FAPI_BENCH_TARGET_ARGUMENTS_H
 

@@ -76,7 +76,7 @@ void openSession(const SessionOptions& options) {
         }
     }
     vset::wdt::onReboot(endWithSet);
-    hearEvents([](Event event) { eventLog().add(std::move(event)); });
+    hearEvents([](const Event& event) { eventLog().add(event); });
     vset::attach(folder);
     if (options.log) {
         setLogSwitch(LogState::on);
