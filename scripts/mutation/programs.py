@@ -58,8 +58,10 @@ class Program:
         return (self.kills.get(module, 0) + 1) / (self.seconds + 0.05)
 
 
-def no_core_files():
+def set_limits():
+    """Keeps a program that a fault has made insatiable from taking the machine's memory and disk."""
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    resource.setrlimit(resource.RLIMIT_DATA, (4 << 30, 4 << 30))
 
 
 class Runner:
@@ -130,7 +132,7 @@ class Runner:
             command = self.apart + command
         with open(home / 'output', 'wb') as output:
             return self.processes.start(command, stdout=output, stderr=subprocess.STDOUT, env=environment, cwd=home,
-                                        preexec_fn=no_core_files), home
+                                        preexec_fn=set_limits), home
 
     @staticmethod
     def wait(started, limit, throughout):

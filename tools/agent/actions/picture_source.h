@@ -13,8 +13,8 @@ namespace tool {
 
 std::vector<PictureKind> pictureKinds();
 
-// Takes the picture of "panel", "window:N", "surface:HANDLE", "layer:N" or "capture". Throws UsageError for another word and
-// vset::SetError when there is no such picture.
+// Takes the picture of "panel", "window:N", "surface:HANDLE", "layer:N" or "capture". Throws UsageError for another
+// word and vset::SetError when there is no such picture.
 vset::Picture takePicture(const std::string& word);
 
 }  // namespace tool

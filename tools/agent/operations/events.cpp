@@ -20,7 +20,7 @@ namespace {
 
 using Object = fapi_core::VexTvFApiEventCommonObject;
 
-std::atomic<void (*)(Event)> g_listener{nullptr};
+std::atomic<void (*)(const Event&)> g_listener{nullptr};
 
 EventObject objectOf(const Object& object) {
     return {object.value, object.text, object.data};
@@ -109,7 +109,7 @@ std::vector<OperationRow> eventOperations() {
     return rows;
 }
 
-void hearEvents(void (*listener)(Event event)) {
+void hearEvents(void (*listener)(const Event& event)) {
     g_listener = listener;
 }
 

@@ -11,7 +11,7 @@
 namespace tool {
 
 // Takes the events from now on, on the threads that deliver them; null: nobody does.
-void hearEvents(void (*listener)(Event event));
+void hearEvents(void (*listener)(const Event& event));
 
 // Registers a callback with every module, or removes all of them.
 void listenToAllModules(bool on);

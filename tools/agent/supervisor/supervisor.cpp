@@ -165,7 +165,11 @@ void Supervisor::send(const Answer& answer) {
     if (text.size() > kLongestMessage) {
         text = toJsonText(toField(failed(answer.id, ErrorCode::internal, "the answer is too long")), true);
     }
-    answer.id ? _wire.answer(*answer.id, std::move(text)) : _wire.send(std::move(text));
+    if (answer.id) {
+        _wire.answer(*answer.id, std::move(text));
+    } else {
+        _wire.send(std::move(text));
+    }
 }
 
 void Supervisor::notify(const char* method, Field params) {

@@ -64,8 +64,7 @@ Events& theEvents() {
     return events;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the listener's type says so.
-void takeEvent(Event event) {
+void takeEvent(const Event& event) {
     Field params = Field::Fields{};
     addTo(params, event);
     Events& events = theEvents();
