@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The programs of this build, and folders of the build for what the bench keeps of agents and sets: also for a test program that only
+// The programs of this build, and a folder of the build for what the bench keeps of agents: also for a test program that only
 // lists its tests.
 #include <cstdlib>
 
@@ -9,7 +9,6 @@ const bool kAreSet = [] {
     setenv("FAPI_AGENT", FAPI_AGENT_BINARY, 0);
     setenv("FAPI_HUB", FAPI_BINARY, 0);
     setenv("XDG_CACHE_HOME", FAPI_TEST_FOLDER "/cache", 0);
-    setenv("VSET_DIR", FAPI_TEST_FOLDER "/set", 0);
     return true;
 }();
 

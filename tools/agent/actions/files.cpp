@@ -41,8 +41,7 @@ std::vector<ActionRow> fileActions() {
         ActionRow("log", "Switch the library's log on or off, as of the next a_vextvfapi_sys_init.",
                   {{"state", Kind::flag, "on or off"}}, {},
                   [](Call& call) {
-                      // From here on the set's own switch counts.
-                      setLogSwitch(LogState::set);
+                      followSetSwitch();
                       switchFile(call, kLogSwitch);
                   }),
         ActionRow("factory", "Put the factory service there or take it away, which marks factory mode.",

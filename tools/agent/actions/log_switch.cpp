@@ -16,10 +16,16 @@ void setLogSwitch(LogState state) {
     g_state = state;
 }
 
+void followSetSwitch() {
+    if (g_state != LogState::run) {
+        g_state = LogState::set;
+    }
+}
+
 LogSwitch::LogSwitch() {
     const LogState state = g_state;
     if (state != LogState::set) {
-        _file.emplace(kLogSwitch, state == LogState::on);
+        _file.emplace(kLogSwitch, state != LogState::off);
     }
 }
 

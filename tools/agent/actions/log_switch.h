@@ -11,10 +11,18 @@ namespace tool {
 
 constexpr char kLogSwitch[] = "/data/tvfapi_hal_debug";
 
-enum class LogState { on, off, set };  // set: the set's own switch counts
+enum class LogState {
+    on,
+    off,
+    set,  // the set's own switch counts
+    run   // on, whatever becomes of the set's own switch
+};
 
 // For the starts of the library from now on. At the beginning the set's own switch counts.
 void setLogSwitch(LogState state);
+
+// Lets the set's own switch count from now on, unless a run wants the log.
+void followSetSwitch();
 
 // Makes the library find the switch so in the calls of this thread, while the object lives.
 class LogSwitch {

@@ -233,8 +233,8 @@ void Supervisor::listenToLog(const Request& request) {
 
 void Supervisor::switchLog(const Request& request) {
     const std::string& state = request.params.at("state").text();
-    if (state != "on" && state != "off" && state != "set") {
-        throw MessageError("\"state\" is none of on, off, set");
+    if (state != "on" && state != "off" && state != "set" && state != "run") {
+        throw MessageError("\"state\" is none of on, off, set, run");
     }
     _logSwitch = state;
     tellWorker("log-switch", {{"state", state}});

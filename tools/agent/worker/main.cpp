@@ -72,7 +72,10 @@ private:
             _isUnbound = true;
         } else if (notification.method == "log-switch") {
             const std::string& state = notification.params.at("state").text();
-            setLogSwitch(state == "on" ? LogState::on : state == "off" ? LogState::off : LogState::set);
+            setLogSwitch(state == "on"    ? LogState::on
+                         : state == "off" ? LogState::off
+                         : state == "run" ? LogState::run
+                                          : LogState::set);
         } else if (notification.method == "events") {
             reportEvents(notification.params["on"].flagOr(true));
         } else if (notification.method == "cancel") {

@@ -94,7 +94,7 @@ void RunSet::open() {
             target.share(true);
         }
         if (_options.keepsLog) {
-            target.request("log-switch", {{"state", "on"}});
+            target.request("log-switch", {{"state", "run"}});
         }
         _showsLog = !_options.keepsLog;
         listenToEvents(true);
