@@ -23,7 +23,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kKept = 65536;
-constexpr std::size_t kLines = 400;
+constexpr std::size_t kKeptLines = 400;
 
 // The operations that look at the switch.
 constexpr const char* kReaders[] = {"a_vextvfapi_sys_init", "_a_vextvfapi_common_init"};
@@ -122,7 +122,7 @@ std::string StepLog::text() const {
     for (std::size_t i = written > kKept ? written - kKept : 0; i < written; ++i) {
         text += _shared->bytes[i % kKept].load(std::memory_order_relaxed);
     }
-    const std::size_t start = beginOfLast(text, kLines);
+    const std::size_t start = beginOfLast(text, kKeptLines);
     if (written > kKept || start != 0) {
         // Of the first line the beginning may be gone.
         text.erase(0, start != 0 ? start : text.find('\n') + 1);
