@@ -9,7 +9,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kKept = 65536;
-constexpr std::size_t kLines = 400;
+constexpr std::size_t kKeptLines = 400;
 
 // "\033[43;31m" is gone.
 std::string withoutColors(const std::string& text) {
@@ -34,7 +34,7 @@ void StepLog::add(const std::string& line, long long dropped) {
     }
     _lines.push_back(line + '\n');
     _bytes += _lines.back().size();
-    while (_lines.size() > kLines || _bytes > kKept) {
+    while (_lines.size() > kKeptLines || _bytes > kKept) {
         _bytes -= _lines.front().size();
         _lines.pop_front();
         _isCut = true;

@@ -19,16 +19,16 @@ namespace {
 constexpr std::size_t kEventsKept = 65536;
 
 // What is shown of a text and of bytes; programs get everything.
-constexpr std::size_t kShown = 64;
+constexpr std::size_t kShownOfPayload = 64;
 
 template <class Sequence>
 Sequence beginning(const Sequence& all) {
-    return all.size() > kShown ? Sequence(all.begin(), all.begin() + kShown) : all;
+    return all.size() > kShownOfPayload ? Sequence(all.begin(), all.begin() + kShownOfPayload) : all;
 }
 
 // "... (300 bytes)" behind what was cut.
 std::string sizeIfCut(std::size_t size, const char* unit) {
-    return size > kShown ? "... (" + std::to_string(size) + unit + ")" : "";
+    return size > kShownOfPayload ? "... (" + std::to_string(size) + unit + ")" : "";
 }
 
 std::string displayObject(const EventObject& object) {
