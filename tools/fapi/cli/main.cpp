@@ -116,6 +116,9 @@ CLI::Validator notEmpty() {
 class CommandLine {
 public:
     explicit CommandLine(char** arguments) : _arguments(arguments) {
+        // The commands are in part those of the set.
+        _options.session.folder = valueOf("--set");
+        chooseSession(_options.session);
         _app.footer(kFooter);
         _app.require_subcommand(1);
         _app.fallthrough();
@@ -313,6 +316,19 @@ private:
                 _action = [this] { return runAction(_options, _words, _output); };
             });
         }
+    }
+
+    // What the command line has for the option; empty when it does not have it.
+    std::string valueOf(const std::string& option) const {
+        for (char** argument = _arguments + 1; *argument != nullptr && std::string_view(*argument) != "--"; ++argument) {
+            if (*argument == option && argument[1] != nullptr) {
+                return argument[1];
+            }
+            if (std::string_view(*argument).rfind(option + "=", 0) == 0) {
+                return *argument + option.size() + 1;
+            }
+        }
+        return "";
     }
 
     // True when the word stands anywhere in the command line, in a longer one as well.

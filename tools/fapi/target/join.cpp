@@ -18,8 +18,6 @@ namespace fs = std::filesystem;
 constexpr const char* kAgentName = "fapi-agent";
 // A hub that ends while a client connects leaves it alone; so many times in a row do not happen.
 constexpr int kMostTries = 20;
-// For what the cache can answer, too.
-constexpr std::chrono::milliseconds kShortly{500};
 constexpr std::chrono::seconds kDescribeLimit{10};
 
 std::string environment(const char* name) {
@@ -135,24 +133,16 @@ bool Target::greet(const TargetOptions& options) {
     return true;
 }
 
-Description describeAgent(const TargetOptions& options) {
-    TargetOptions running = options;
-    running.mayStart = false;
-    running.limit = kShortly;
-    try {
-        return Target::join(running)->description();
-    } catch (const RequestError&) {
-        // No hub, or one that is busy with its agent's start.
-    }
+AgentDescription describeAgent(const TargetOptions& options) {
     const std::string agent = agentOf(options);
-    if (const std::optional<Field> kept = keptDescription(keptHashOf(agent))) {
-        return parseDescription(*kept);
+    if (std::optional<AgentDescription> kept = keptDescription(keptHashOf(agent))) {
+        return std::move(*kept);
     }
     std::string hash;
     const Field described = askBriefly(options, hash);
     keepDescription(hash, described);
     keepHashOf(agent, hash);
-    return parseDescription(described);
+    return AgentDescription(described);
 }
 
 }  // namespace tool

@@ -53,6 +53,19 @@ void join() {
     }
 }
 
+// Joins the hub only if one runs that answers soon.
+void joinRunning() {
+    constexpr std::chrono::milliseconds kShortly{500};
+    TargetOptions running = targetOptions(g_chosen);
+    running.mayStart = false;
+    running.limit = kShortly;
+    try {
+        g_target = Target::join(running);
+    } catch (const RequestError&) {
+        // No hub, or one that is busy with its agent's start.
+    }
+}
+
 void listen(Target& target) {
     target.listen("event", [](const Field& params) { eventLog().add(parseEvent(params)); });
     target.listen("log", [](const Field& params) { std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str()); });
@@ -99,6 +112,14 @@ Target& session() {
 
 bool isSessionOpen() {
     return g_isOpen;
+}
+
+AgentDescription describeChosen() {
+    // To join a damaged set is to switch it on.
+    if (g_target == nullptr && !g_chosen.damaged) {
+        joinRunning();
+    }
+    return g_target != nullptr ? g_target->description() : describeAgent(targetOptions(g_chosen));
 }
 
 Field askAgent(const std::string& method, const Field& params) {

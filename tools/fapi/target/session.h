@@ -36,6 +36,10 @@ bool isSessionOpen();
 // Lets go of the set: the hub ends with its last client.
 void closeSession();
 
+// What the agent of the chosen set describes: asks its hub, if one runs, which is then joined; starts none. Throws
+// RequestError.
+AgentDescription describeChosen();
+
 // Asks what needs no set, joining the chosen set's hub when that is not done yet. Throws RequestError.
 Field askAgent(const std::string& method, const Field& params);
 

@@ -43,8 +43,8 @@ Checked check(const char* kind, const std::string& name, const std::vector<Value
 
 }  // namespace
 
-const Description& description() {
-    static const Description described = describeAgent({});
+AgentDescription& agentDescription() {
+    static AgentDescription described = describeChosen();
     return described;
 }
 
