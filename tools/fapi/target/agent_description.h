@@ -40,7 +40,7 @@ private:
     std::string_view lineOf(std::string_view operation) const;
 
     std::string _text;
-    std::map<std::string, Operation, std::less<>> _read;                // by full name
+    std::map<std::string, Operation, std::less<>> _read;             // by full name
     std::map<std::string, const Operation*, std::less<>> _askedFor;  // by the name that was asked for
     std::optional<Description> _all;
 };
