@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A field from JSON.
 #include <rapidjson/reader.h>
+#include <cstring>
 #include <limits>
 
 #include "protocol/field.h"
@@ -66,10 +67,9 @@ public:
         return put(static_cast<long long>(number));
     }
     bool Double(double fraction) {
-        // A whole number that fits nothing else.
-        const std::string_view before(_stream.head_, _stream.Tell());
-        const std::size_t start = before.find_last_not_of("0123456789+-.eE") + 1;
-        if (before.find_first_of(".eE", start) == std::string_view::npos) {
+        // It may be a whole number that fits nothing else. The stream goes on when the number has been taken.
+        const char* end = _stream.src_ + std::strspn(_stream.src_, "-0123456789");
+        if (std::string_view(".eE").find(*end) == std::string_view::npos) {
             refuseNumber();
         }
         return put(fraction);

@@ -3,6 +3,7 @@
 #include "target/session.h"
 
 #include <memory>
+#include <tuple>
 
 #include "base/terminal.h"
 #include "target/event_log.h"
@@ -86,6 +87,11 @@ std::string setFolder(const SessionOptions& options) {
 }
 
 void chooseSession(const SessionOptions& options) {
+    const auto chosen = [](const SessionOptions& one) { return std::tie(one.folder, one.damaged, one.client); };
+    if (!g_isOpen && chosen(options) != chosen(g_chosen)) {
+        // What has been asked so far was asked of another set, or as another client.
+        g_target.reset();
+    }
     g_chosen = options;
 }
 
