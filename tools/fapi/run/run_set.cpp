@@ -87,6 +87,7 @@ RunSet::~RunSet() {
 void RunSet::open() {
     closeSession();
     Target& target = join();
+    _lost.clear();
     _library = target.hello()["library"].textOr("");
     listen();
     guarded([&] {
@@ -135,6 +136,12 @@ void RunSet::listen() {
     target.listen("journal", [this](const Field& params) { takeCalls(params); });
     target.listen("worker", [this](const Field& params) { takeEnd(params); });
     target.listen("claim", [this](const Field& params) { takeClaim(params); });
+    target.listen("wire", [this](const Field& params) {
+        if (params["state"].textOr("") == "ended") {
+            // The hub starts another agent for the next request, which has nothing of what was called before.
+            _lost = params["reason"].textOr("");
+        }
+    });
     target.listen("log", [this](const Field& params) {
         const std::string line = std::get<std::string>(params.at("text").value());
         if (_options.keepsLog) {
@@ -224,14 +231,17 @@ void RunSet::check() {
     if (std::exchange(_isInterrupted, false)) {
         throw RunInterrupted();
     }
-    checkWorker();
     if (!session().lost().empty()) {
-        throw RequestError(ErrorCode::ended, session().lost());
+        _lost = session().lost();
     }
+    checkEnds();
 }
 
 // A worker that an interrupt has ended is no worker that has died.
-void RunSet::checkWorker() {
+void RunSet::checkEnds() {
+    if (!_lost.empty()) {
+        throw RequestError(ErrorCode::ended, _lost);
+    }
     if (!_ended) {
         return;
     }
@@ -278,7 +288,7 @@ std::optional<CallAnswer> RunSet::run(const Command& command) {
     std::optional<CallAnswer> answer =
         command.endsProcess() ? runEnding(command) : guarded([&] { return std::optional(command.run(options)); });
     if (answer) {
-        checkWorker();
+        checkEnds();
         _calls.addRefusals(std::move(answer->outcome.refusals));
         _events.beginWait(answer->ended);
         _isBehind = false;
@@ -308,7 +318,7 @@ std::optional<CallAnswer> RunSet::runEnding(const Command& command) {
 Field RunSet::ask(const std::string& method, const Field& params) {
     _isBehind = true;
     Field answer = guarded([&] { return session().request(method, params); });
-    checkWorker();
+    checkEnds();
     return answer;
 }
 

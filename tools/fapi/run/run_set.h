@@ -68,7 +68,7 @@ public:
 
     // A step's first interrupt ends it; in a teardown it is counted and nothing else. Throws RunInterrupted.
     void beginStep(bool isTeardown);
-    // Throws what has come meanwhile; RequestError when the hub is gone.
+    // Throws what has come meanwhile; RequestError when hub or agent are gone.
     void check();
 
     // Runs the command. Nothing when it has switched the set off and on, which it then was to do. Throws WorkerEnded,
@@ -104,7 +104,7 @@ private:
     void endRequest();
     std::uint64_t flushCalls();
     void askForCalls();
-    void checkWorker();
+    void checkEnds();
     void pumpUntil(std::chrono::steady_clock::time_point until);
     std::optional<CallAnswer> runEnding(const Command& command);
 
@@ -123,6 +123,7 @@ private:
     bool _isTeardown = false;
     bool _isInterrupted = false;
     std::optional<WorkerEnded> _ended;
+    std::string _lost;  // why there is no agent any more, or another one
 };
 
 }  // namespace tool
