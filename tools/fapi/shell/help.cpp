@@ -50,7 +50,7 @@ void printAction(const Action& action, bool json) {
             {{"name", argument.name}, {"help", argument.help}, {"expected", helpExpectation(argument)}});
     }
     for (const Output& output : action.outputs) {
-        told["outputs"].push_back({{"name", output.name}, {"help", output.help}});
+        told["outputs"].push_back({{"name", output.name}, {"help", outputHelp(output)}});
     }
     printLine(jsonLine(told));
 }

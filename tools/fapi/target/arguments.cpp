@@ -161,6 +161,10 @@ std::string helpExpectation(const Argument& argument) {
     return expectation(argument);
 }
 
+std::string outputHelp(const Output& output) {
+    return output.unit.empty() ? output.help : output.help + ", in " + output.unit;
+}
+
 std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vector<Output>& outputs) {
     std::string text;
     for (const Argument& argument : arguments) {
@@ -171,7 +175,7 @@ std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vec
         text += '\n';
     }
     for (const Output& output : outputs) {
-        text += "  -> " + output.name + ": " + output.help + '\n';
+        text += "  -> " + output.name + ": " + outputHelp(output) + '\n';
     }
     return text;
 }
