@@ -309,7 +309,7 @@ private:
             }
             CLI::App* command = set->add_subcommand(action.name, action.help);
             if (action.sessionOnly) {
-                // Known, to say that it belongs elsewhere, but not offered.
+                // Not offered, for it acts only on a set that another program uses.
                 command->group("");
             }
             command->add_option("ARGUMENT", _words, "Its arguments:" + argumentsUsage(action.arguments));
@@ -621,6 +621,9 @@ int main(int argc, char** argv) {
             }
         }
         printError(error.what(), json);
+        if (error.code() == ErrorCode::canceled) {
+            return kExitInterrupted;
+        }
         // The operation has ended the library, or the set.
         return error.code() == ErrorCode::died ? kExitFailed : kExitSet;
     } catch (const std::exception& error) {

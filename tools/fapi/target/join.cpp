@@ -87,7 +87,7 @@ std::unique_ptr<Target> Target::join(const TargetOptions& options) {
         Descriptor connection = socket.connect();
         const bool isRunning = static_cast<bool>(connection);
         if (!isRunning && options.mayStart) {
-            connection = startHub(socket, hubCommandOf(options));
+            connection = startHub(socket, hubCommandOf(options), {Clock::now() + options.limit, options.stop});
         }
         if (!connection) {
             break;
@@ -118,6 +118,8 @@ bool Target::greet(const TargetOptions& options) {
     }
     while (!isFinished(id) && _lost.empty()) {
         if (isStopped) {
+            // The hub waits for the agent, and this client not for the hub.
+            _connection.close();
             throw RequestError(ErrorCode::canceled, "interrupted");
         }
         if (Clock::now() >= deadline) {

@@ -26,6 +26,7 @@ TargetOptions targetOptions(const SessionOptions& options) {
     target.folder = options.folder;
     target.client = options.client;
     target.isDamaged = options.damaged;
+    target.stop = options.stop;
     return target;
 }
 
@@ -95,9 +96,37 @@ void chooseSession(const SessionOptions& options) {
     g_chosen = options;
 }
 
+Field::List damageOf(Target& target) {
+    return target.request("set.damage").at("damage").list();
+}
+
+void tellDamage(const Field::List& damage) {
+    for (const Field& row : damage) {
+        for (const Field& line : row.at("damage").list()) {
+            printMessage(line.text());
+        }
+    }
+}
+
+// None where there is no set yet, or one that cannot say it.
+static Field::List damageIfAny(Target& target) {
+    try {
+        return damageOf(target);
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::unavailable && error.code() != ErrorCode::unknownMethod &&
+            error.code() != ErrorCode::notSupported) {
+            throw;
+        }
+        return {};
+    }
+}
+
 Target& openSession(const SessionOptions& options) {
     chooseSession(options);
     join();
+    if (options.damaged) {
+        tellDamage(damageIfAny(*g_target));
+    }
     listen(*g_target);
     g_target->request("log", {{"on", true}});
     try {
@@ -110,6 +139,22 @@ Target& openSession(const SessionOptions& options) {
     }
     g_isOpen = true;
     return *g_target;
+}
+
+bool joinRunning(const SessionOptions& options) {
+    chooseSession(options);
+    TargetOptions target = targetOptions(options);
+    target.mayStart = false;
+    try {
+        g_target = Target::join(target);
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::unavailable) {
+            throw;
+        }
+        return false;
+    }
+    g_isOpen = true;
+    return true;
 }
 
 Target& session() {
