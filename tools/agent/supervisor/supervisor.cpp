@@ -188,6 +188,7 @@ void Supervisor::startWorker() {
     if (_options.damaged) {
         arguments.emplace_back("--damaged");
     }
+    arguments.insert(arguments.end(), _options.limits.begin(), _options.limits.end());
     _worker = std::make_unique<WorkerProcess>(arguments);
     tellWorker("log-switch", {{"state", _logSwitch}});
     if (!_subscriptions.isNull()) {

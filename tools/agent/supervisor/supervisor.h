@@ -29,8 +29,9 @@ constexpr std::size_t kQueued = 256;
 constexpr char kStuckText[] = "the worker does not end: the set needs power";
 
 struct AgentOptions {
-    std::string folder;    // of the virtual set; empty: its default
-    bool damaged = false;  // go on with a damaged set
+    std::string folder;               // of the virtual set; empty: its default
+    bool damaged = false;             // go on with a damaged set
+    std::vector<std::string> limits;  // of a board, as options
 };
 
 class Supervisor {

@@ -2,14 +2,19 @@
 // What this agent says of itself.
 #include "worker/description.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "actions/action.h"
 #include "actions/data_source.h"
 #include "actions/middleware_words.h"
 #include "actions/picture_source.h"
+#include "operations/chip_words.h"
 #include "operations/events.h"
 #include "operations/operation.h"
 #include "vset/journal.h"
 #include "vset/vset.h"
+#include "worker/set_session.h"
 
 namespace tool {
 
@@ -45,9 +50,21 @@ std::vector<Function> functions() {
     return all;
 }
 
+// No operation puts out what a board's chip holds.
+void leaveOutChip(std::vector<Output>& outputs) {
+    const std::string name = chip().name;
+    outputs.erase(std::remove_if(outputs.begin(), outputs.end(), [&](const Output& output) { return output.name == name; }),
+                  outputs.end());
+}
+
 Description make() {
     Description description;
     description.operations.assign(operationRows().begin(), operationRows().end());
+    if (std::string_view(setKind()) == "board") {
+        for (Operation& operation : description.operations) {
+            leaveOutChip(operation.outputs);
+        }
+    }
     description.actions.assign(actionRows().begin(), actionRows().end());
     description.eventModules = eventModules();
     description.events = eventKinds();

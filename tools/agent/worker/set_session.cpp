@@ -10,6 +10,7 @@
 
 #include "protocol/message.h"
 #include "supervisor/internal.h"
+#include "vset/flash.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
 #include "worker/notices.h"
@@ -39,6 +40,10 @@ void chooseSet(SetOptions options) {
     g_options = std::move(options);
 }
 
+const char* setKind() {
+    return "virtual";
+}
+
 std::string setFolder() {
     return g_options.folder.empty() ? vset::defaultFolder() : g_options.folder;
 }
@@ -65,6 +70,17 @@ void switchSetOn(bool damaged) {
 bool isSetOn() {
     const std::lock_guard<std::mutex> lock(g_mutex);
     return g_isOn;
+}
+
+void makeMissingSet() {
+    const vset::HostPaths hostPaths;
+    if (!std::filesystem::exists(setFolder() + "/set.json") && !std::filesystem::exists(setFolder() + "/env")) {
+        vset::create(setFolder());
+    }
+}
+
+std::map<std::string, std::uint64_t> setPartitions() {
+    return isSetOn() ? vset::flash::partitions() : vset::flash::partitions(setFolder());
 }
 
 }  // namespace tool
