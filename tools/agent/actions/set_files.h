@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files of the set, for a person: by the set's paths. Of the virtual set only those below /data, /vendor and /mnt may be
-// touched, of a board only those in the folders that the agent was started for.
+// Files of the set, for a person: by the set's paths. Of the virtual set only those below /data, /vendor and /mnt may
+// be touched, of a board only those in the folders that the agent was started for.
 #ifndef FAPI_AGENT_ACTIONS_SET_FILES_H
 #define FAPI_AGENT_ACTIONS_SET_FILES_H
 

@@ -25,8 +25,7 @@ extern "C" __attribute__((visibility("default"))) int access(const char* path, i
 
 namespace vset {
 
-PretendedFile::PretendedFile(const char* pszPath, bool bExists)
-    : _pszBefore(t_pretended), _bExistedBefore(t_exists) {
+PretendedFile::PretendedFile(const char* pszPath, bool bExists) : _pszBefore(t_pretended), _bExistedBefore(t_exists) {
     t_pretended = pszPath;
     t_exists = bExists;
 }

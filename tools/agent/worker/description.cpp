@@ -53,8 +53,9 @@ std::vector<Function> functions() {
 // No operation puts out what a board's chip holds.
 void leaveOutChip(std::vector<Output>& outputs) {
     const std::string name = chip().name;
-    outputs.erase(std::remove_if(outputs.begin(), outputs.end(), [&](const Output& output) { return output.name == name; }),
-                  outputs.end());
+    outputs.erase(
+        std::remove_if(outputs.begin(), outputs.end(), [&](const Output& output) { return output.name == name; }),
+        outputs.end());
 }
 
 Description make() {

@@ -21,10 +21,8 @@ namespace {
 Reply identity(const Field&) {
     char version[32] = {};
     a_vextvfapi_common_get_fapi_version(version, sizeof(version));
-    Field answer = {{"library", version},
-                    {"interface", FAPI_VERSION},
-                    {"kind", setKind()},
-                    {"description", ownDescription().hash}};
+    Field answer = {
+        {"library", version}, {"interface", FAPI_VERSION}, {"kind", setKind()}, {"description", ownDescription().hash}};
     if (const std::string folder = setFolder(); !folder.empty()) {
         answer.set("set", Field{{"folder", Field::ofSet(folder)}});
     }
