@@ -4,6 +4,7 @@
 
 #include "protocol/description.h"
 #include "support/agent_client.h"
+#include "support/emulation.h"
 #include "support/tool_fixture.h"
 
 using ::testing::Contains;
@@ -17,6 +18,7 @@ namespace {
 class BoardAgentTest : public test::ToolTest {
 protected:
     void SetUp() override {
+        SKIP_UNDER_EMULATION();
         ToolTest::SetUp();
         setenv("LD_LIBRARY_PATH", BOARD_LIBRARIES, 1);
         setenv("BOARD_CALLS", (folder() + "/calls").c_str(), 1);
