@@ -50,8 +50,8 @@ bool isWhole(const Bytes& image) {
         return true;
     }
     std::uint32_t sum = 0;
-    for (std::size_t i = sizeof(sum); i-- > 0;) {
-        sum = sum << 8 | image[i];
+    for (unsigned i = 0; i < sizeof(sum); ++i) {
+        sum |= std::uint32_t{image[i]} << (8 * i);
     }
     return sum == crc32({reinterpret_cast<const char*>(image.data()) + sizeof(sum), image.size() - sizeof(sum)});
 }

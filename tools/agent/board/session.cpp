@@ -27,6 +27,10 @@ std::string setFolder() {
 
 void switchSetOn(bool) {}
 
+ErrorCode codeOfSetError() {
+    return ErrorCode::unavailable;
+}
+
 bool isSetOn() {
     return true;
 }

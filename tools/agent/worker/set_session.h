@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 
+#include "protocol/message.h"
 #include "supervisor/limits.h"
 
 namespace tool {
@@ -26,6 +27,8 @@ std::string setFolder();
 
 // Switches the set on, unless it is. Throws RequestError.
 void switchSetOn(bool damaged = false);
+// Says whether a vset::SetError that was just caught is the trouble of this PC or the set's.
+ErrorCode codeOfSetError();
 bool isSetOn();
 
 // Makes a new virtual set where there is none at all; a damaged one stays as it is.
