@@ -117,6 +117,9 @@ constexpr std::size_t kDeepest = 64;
 // Throws MessageError: for what is no JSON, deeper than kDeepest, a whole number that a long long does not hold. Of two
 // fields with the same name the first counts.
 Field parseJsonText(std::string_view text);
+// The same for who passes the text on: what lists and objects in the outermost object hold is checked and left out.
+// Bytes in them are not checked.
+Field parseOutline(std::string_view text);
 
 std::string toBase64(const Bytes& bytes);
 // Throws MessageError for everything that toBase64() does not write.

@@ -69,32 +69,34 @@ Line lineOf(Line::Kind kind, std::string_view text) {
     return {kind, {}, std::string(text.substr(0, kLongestText))};
 }
 
-Line objectLine(std::string_view text, bool parses) {
+Line objectLine(std::string_view text, LineReader::Gives gives) {
+    using Gives = LineReader::Gives;
     if (text.size() > kLongestMessage) {
         return lineOf(Line::Kind::tooLong, text);
     }
-    if (!parses && !text.empty() && text.front() == '{') {
+    if (gives == Gives::text && !text.empty() && text.front() == '{') {
         return {Line::Kind::message, {}, std::string(text)};
     }
     try {
-        Field object = parseJsonText(text);
+        const bool isOutline = gives == Gives::outline && text.find("\"bytes\"") == std::string_view::npos;
+        Field object = isOutline ? parseOutline(text) : parseJsonText(text);
         if (!object.isObject()) {
             return lineOf(Line::Kind::noMessage, text);
         }
-        return {Line::Kind::message, std::move(object), text.size() <= kLongestText ? std::string(text) : ""};
+        return {Line::Kind::message, std::move(object), isOutline ? std::string(text) : "", isOutline};
     } catch (const MessageError&) {
         return lineOf(Line::Kind::noMessage, text);
     }
 }
 
-Line plainLine(std::string_view text, bool parses) {
+Line plainLine(std::string_view text, LineReader::Gives gives) {
     if (!text.empty() && text.front() == '@') {
         const auto checked = beginningOfChecked(text);
         if (checked && checked->size == text.size() && checks(*checked, text)) {
-            return objectLine(checked->object, parses);
+            return objectLine(checked->object, gives);
         }
     }
-    return !text.empty() && text.front() == '{' ? objectLine(text, parses) : lineOf(Line::Kind::console, text);
+    return !text.empty() && text.front() == '{' ? objectLine(text, gives) : lineOf(Line::Kind::console, text);
 }
 
 // What is no message that checks: either it has been one, or it is console text.
@@ -103,7 +105,7 @@ void addRest(std::string_view text, bool hasBeginning, std::vector<Line>& lines)
     lines.push_back(lineOf(isDamaged ? Line::Kind::damaged : Line::Kind::console, text));
 }
 
-void checkedLines(std::string_view text, bool parses, std::vector<Line>& lines) {
+void checkedLines(std::string_view text, LineReader::Gives gives, std::vector<Line>& lines) {
     bool hasBeginning = false;  // before `at` and after the last message
     int tries = 0;
     std::size_t at = text.find('@');
@@ -119,7 +121,7 @@ void checkedLines(std::string_view text, bool parses, std::vector<Line>& lines) 
         if (at != 0) {
             addRest(text.substr(0, at), hasBeginning, lines);
         }
-        lines.push_back(objectLine(checked->object, parses));
+        lines.push_back(objectLine(checked->object, gives));
         text = rest.substr(checked->size);
         if (text.empty()) {
             return;
@@ -187,9 +189,9 @@ void LineReader::endLine(std::string_view text, std::vector<Line>& lines) {
         text.remove_suffix(1);
     }
     if (_framing == Framing::plain) {
-        lines.push_back(plainLine(text, _parses));
+        lines.push_back(plainLine(text, _gives));
     } else {
-        checkedLines(text, _parses, lines);
+        checkedLines(text, _gives, lines);
     }
 }
 

@@ -42,14 +42,18 @@ struct Line {
     };
     Kind kind = Kind::console;
     Field object;      // of a message
-    std::string text;  // without the line's end; at most 4096 bytes, and none of a message that is longer
+    std::string text;  // without the line's end; of what is no message, at most 4096 bytes
+    // The object lacks what lists and objects in it hold; all of it is in the text.
+    bool isOutline = false;
 };
 
 // Cuts a byte stream into lines. Bytes may come in any pieces; memory is bounded by kLongestMessage.
 class LineReader {
 public:
-    // A reader that does not parse gives the text of a message as it came, its object null: for who passes messages on.
-    explicit LineReader(Framing framing, bool parses = true) : _framing(framing), _parses(parses) {}
+    // What a reader gives of a message: its object; the object's outline with the text, unless there may be bytes in
+    // it; or the text as it came, its object null.
+    enum class Gives { object, outline, text };
+    explicit LineReader(Framing framing, Gives gives = Gives::object) : _framing(framing), _gives(gives) {}
 
     // From the next line on.
     void use(Framing framing) { _framing = framing; }
@@ -67,7 +71,7 @@ private:
     void endLine(std::string_view text, std::vector<Line>& lines);
 
     Framing _framing;
-    bool _parses;
+    Gives _gives;
     std::string _kept;
     bool _dropping = false;  // the rest of a line that is too long
 };

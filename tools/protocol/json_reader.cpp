@@ -51,9 +51,10 @@ private:
 // Makes the tree from what the parser of the JSON library finds. The names of its functions are that library's.
 class JsonReader {
 public:
-    // The stream that is parsed, and the bytes that were cut out of it, in their order.
-    JsonReader(const rapidjson::StringStream& stream, const std::vector<std::string_view>& cut)
-        : _stream(stream), _cut(cut) {}
+    // The stream that is parsed, and the bytes that were cut out of it, in their order. An outline has the fields of
+    // the outermost object only: lists and objects in it are empty.
+    JsonReader(const rapidjson::StringStream& stream, const std::vector<std::string_view>& cut, bool isOutline)
+        : _stream(stream), _cut(cut), _isOutline(isOutline) {}
 
     bool Null() { return put({}); }
     bool Bool(bool flag) { return put(flag); }
@@ -75,19 +76,31 @@ public:
         return put(fraction);
     }
     bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }
-    bool String(const char* text, rapidjson::SizeType length, bool) { return put(textOf(text, length)); }
+    bool String(const char* text, rapidjson::SizeType length, bool) {
+        checkText({text, length});
+        return _skipped != 0 || put(std::string(text, length));
+    }
     bool Key(const char* name, rapidjson::SizeType length, bool) {
-        _open.back().name = textOf(name, length);
+        checkText({name, length});
+        if (_skipped == 0) {
+            _open.back().name.assign(name, length);
+        }
         return true;
     }
     bool StartObject() { return open(false); }
     bool StartArray() { return open(true); }
     bool EndObject(rapidjson::SizeType) {
+        if (_skipped != 0) {
+            return --_skipped != 0 || put(Field::Fields());
+        }
         Field field = ofFields(std::move(_open.back().fields));
         _open.pop_back();
         return put(std::move(field));
     }
     bool EndArray(rapidjson::SizeType) {
+        if (_skipped != 0) {
+            return --_skipped != 0 || put(Field::List());
+        }
         Field field(std::move(_open.back().list));
         _open.pop_back();
         return put(std::move(field));
@@ -107,24 +120,32 @@ private:
     [[noreturn]] static void refuseNumber() { throw MessageError("a whole number beyond 64 bits"); }
 
     // The parser takes the second half of a pair alone for a character.
-    static std::string textOf(const char* text, std::size_t length) {
-        std::string result(text, length);
-        for (std::size_t at = result.find('\xED'); at < length; at = result.find('\xED', at + 1)) {
-            if (static_cast<unsigned char>(result[at + 1]) >= 0xA0) {
+    static void checkText(std::string_view text) {
+        for (std::size_t at = text.find('\xED'); at < text.size(); at = text.find('\xED', at + 1)) {
+            if (static_cast<unsigned char>(text[at + 1]) >= 0xA0) {
                 throw MessageError("no JSON: half a character");
             }
         }
-        return result;
     }
 
     bool open(bool isList) {
-        if (_open.size() == kDeepest) {
+        if (_open.size() + _skipped == kDeepest) {
             throw MessageError("deeper than " + std::to_string(kDeepest) + " lists and objects");
         }
+        if (_isOutline && !_open.empty()) {
+            ++_skipped;
+            return true;
+        }
         _open.push_back({isList});
+        if (!isList) {
+            _open.back().fields.reserve(kUsualFields);
+        }
         return true;
     }
     bool put(Field field) {
+        if (_skipped != 0) {
+            return true;
+        }
         if (_open.empty()) {
             _root = std::move(field);
         } else if (_open.back().isList) {
@@ -147,20 +168,24 @@ private:
         return isText ? Field::ofSet(std::string(bytes.begin(), bytes.end())) : Field(std::move(bytes));
     }
 
+    static constexpr std::size_t kUsualFields = 4;
+
     const rapidjson::StringStream& _stream;
     const std::vector<std::string_view>& _cut;
+    const bool _isOutline;
+    std::size_t _skipped = 0;  // lists and objects that are open and are not kept
     std::size_t _taken = 0;
     std::vector<Open> _open;
     Field _root;
 };
 
-Field parseJsonText(std::string_view text) {
+static Field parseText(std::string_view text, bool isOutline) {
     constexpr unsigned int kFlags = rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag;
     const ShortText shortText(text);
     // The parser takes a zero byte for the end.
     const std::size_t zero = shortText.text().find('\0');
     rapidjson::StringStream stream(shortText.text().c_str());
-    JsonReader reader(stream, shortText.cut());
+    JsonReader reader(stream, shortText.cut(), isOutline);
     rapidjson::Reader parser;
     const rapidjson::ParseResult result = parser.Parse<kFlags>(stream, reader);
     if (result.IsError() || zero != std::string::npos) {
@@ -168,6 +193,14 @@ Field parseJsonText(std::string_view text) {
         throw MessageError("no JSON" + (shortText.cut().empty() ? " at byte " + std::to_string(position + 1) : ""));
     }
     return reader.take();
+}
+
+Field parseJsonText(std::string_view text) {
+    return parseText(text, false);
+}
+
+Field parseOutline(std::string_view text) {
+    return parseText(text, true);
 }
 
 }  // namespace tool

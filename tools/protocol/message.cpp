@@ -95,6 +95,14 @@ Answer failed(std::optional<long long> id, ErrorCode code, const std::string& te
     return {id, {}, MessageFailure{code, text, std::move(data)}};
 }
 
+Request whole(Request request) {
+    if (request.text.empty()) {
+        return request;
+    }
+    Field object = parseJsonText(request.text);
+    return parseRequest(object);
+}
+
 std::optional<long long> idOf(const Field& object) {
     return object["id"].isNumber() ? std::optional(object["id"].number()) : std::nullopt;
 }

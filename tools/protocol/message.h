@@ -66,7 +66,7 @@ struct Request {
     Field params;  // an object, or null
     // The highest id of an answer that the sender has read: it needs none of them once more.
     std::optional<long long> acknowledged = std::nullopt;
-    // The message as it came, while nothing of it is changed; empty when it is to be written anew.
+    // The message as it came, of which `params` are the outline; empty when they are whole.
     std::string text = {};
 };
 
@@ -94,6 +94,9 @@ struct Message {
 };
 // Throws MessageError for what is none of them.
 Message parseMessage(Field object);
+
+// A request of which the parameters are to be known. Throws MessageError.
+Request whole(Request request);
 
 // The id in what may be no message, for the answer to it.
 std::optional<long long> idOf(const Field& object);

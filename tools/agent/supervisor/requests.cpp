@@ -98,8 +98,12 @@ void Supervisor::takeLine(Line line) {
         if (!message.request) {
             throw MessageError("no request");
         }
-        message.request->text = std::move(line.text);
-        takeRequest(std::move(*message.request));
+        Request& request = *message.request;
+        if (line.isOutline) {
+            request.text = std::move(line.text);
+        }
+        takeRequest(request.method == "call" || request.method == "act" ? std::move(request)
+                                                                        : whole(std::move(request)));
     } catch (const MessageError& error) {
         send(failed(id, ErrorCode::noRequest, error.what()));
     }

@@ -59,7 +59,7 @@ private:
     bool _open = true;
     std::string _unread;
     std::size_t _unreadFrom = 0;
-    LineReader _reader{Framing::plain};
+    LineReader _reader{Framing::plain, LineReader::Gives::outline};
     std::deque<Line> _lines;
     std::deque<std::string> _unwritten;
     std::size_t _written = 0;  // of the first of them

@@ -77,7 +77,7 @@ private:
     std::string _name;
     std::string _out;
     std::size_t _sent = 0;
-    LineReader _reader{Framing::plain, false};
+    LineReader _reader{Framing::plain, LineReader::Gives::text};
     std::string _errorText;      // the last of the standard error
     std::size_t _errorLine = 0;  // where its last line begins
     std::size_t _place = 0;      // of the wire's first entry in what is waited for

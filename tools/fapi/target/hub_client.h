@@ -71,7 +71,7 @@ private:
     void push(const SharedLine& line, bool isAnswer);
 
     Descriptor _connection;
-    LineReader _reader{Framing::plain};
+    LineReader _reader{Framing::plain, LineReader::Gives::outline};
     std::deque<Line> _lines;
     std::deque<Item> _out;
     std::size_t _waiting = 0;  // bytes of _out that are not written

@@ -50,14 +50,23 @@ void Hub::take(HubClient& client, Line line) {
     try {
         Message message = parseMessage(std::move(line.object));
         if (message.request) {
-            message.request->text = std::move(line.text);
-            handle(client, *message.request);
+            if (line.isOutline) {
+                message.request->text = std::move(line.text);
+            }
+            handle(client, mayPassUnread(client, *message.request) ? std::move(*message.request)
+                                                                   : whole(std::move(*message.request)));
         } else if (message.answer) {
             refuseLine(std::nullopt, ErrorCode::noRequest, "an answer, but nothing was asked");
         }
     } catch (const MessageError& error) {
         refuseLine(id, ErrorCode::noRequest, error.what());
     }
+}
+
+// Whether the agent gets the request as it came, whatever its parameters are: most calls.
+bool Hub::mayPassUnread(const HubClient& client, const Request& request) const {
+    const bool isCall = request.method == "call" || request.method == "act";
+    return isCall && isFreeFor(client) && client.hasGreeted && isUp() && _wire->framing() == Framing::plain;
 }
 
 void Hub::handle(HubClient& client, const Request& request) {
@@ -223,9 +232,8 @@ void Hub::pass(HubClient& client, const Request& request) {
         hold(client, request);
         return;
     }
-    const bool isFree = _claim.holder == 0 || _claim.holder == client.id || _claim.isShared;
     const bool isCall = request.method == "call" || request.method == "act";
-    if (isFree) {
+    if (isFreeFor(client)) {
         forward(client, request);
     } else if (isCall && !_description) {
         holdForDescription(client, request);
@@ -236,10 +244,13 @@ void Hub::pass(HubClient& client, const Request& request) {
         Request look = request;
         if (look.params["prepare"].flagOr(false)) {
             look.params.set("prepare", false);
-            look.text.clear();
         }
         forward(client, look);
     }
+}
+
+bool Hub::isFreeFor(const HubClient& client) const {
+    return _claim.holder == 0 || _claim.holder == client.id || _claim.isShared;
 }
 
 bool Hub::needsClaim(const Request& request) {

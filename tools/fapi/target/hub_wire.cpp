@@ -57,14 +57,11 @@ void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
     _open[id] = {client.id, request.id, request.method, nullptr, {}};
     try {
-        std::optional<std::string> text;
-        if (_wire->framing() == Framing::plain && !request.text.empty()) {
-            text = requestWithId(request.text, id);
-        }
+        const std::optional<std::string> text = requestWithId(request.text, id);
         if (text) {
             _wire->sendText(std::move(*text));
         } else {
-            sendToAgent({id, request.method, request.params});
+            sendToAgent({id, request.method, whole(request).params});
         }
     } catch (const MessageError&) {
         // With this id it is longer than a message may be.

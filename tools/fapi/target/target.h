@@ -124,7 +124,7 @@ private:
     void lose(const std::string& why);
 
     Descriptor _connection;
-    LineReader _reader{Framing::plain, false};
+    LineReader _reader{Framing::plain, LineReader::Gives::text};
     std::string _out;
     std::string _lost;  // why the connection is; empty: it is not
     Field _hello;
