@@ -18,6 +18,7 @@
 #include "protocol/message.h"
 #include "target/call_answer.h"
 #include "target/descriptor.h"
+#include "target/wire_options.h"
 
 namespace tool {
 
@@ -30,8 +31,11 @@ struct TargetOptions {
     std::string hub;         // the program; empty: $FAPI_HUB, else this program
     std::chrono::milliseconds limit{30000};  // until the hub has answered the first request
     int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for that
+    std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
 };
 
+// The set that the options mean, for messages: the virtual one's folder, or the target's name.
+std::string nameOf(const TargetOptions& options);
 // The folder that the options mean, as an absolute path without links.
 std::string folderOf(const TargetOptions& options);
 // The program of the agent that the options mean.
