@@ -18,10 +18,11 @@ namespace tool {
 namespace {
 
 constexpr char kUsage[] =
-    "usage: fapi-agent [--set FOLDER] [--damaged]\n"
+    "usage: fapi-agent [--set FOLDER] [--damaged] [--as-board SOCKET]\n"
     "Serves one client on its standard streams; docs/agent-protocol.md describes the protocol.\n"
     "  --set FOLDER   the virtual set's folder\n"
     "  --damaged      go on with a damaged set\n"
+    "  --as-board SOCKET  the virtual set in the role of a board: its actions are for who connects there\n"
     "  --version      print the version\n";
 
 // A terminal, such as a serial console, passes bytes as they are while the object lives.
@@ -100,6 +101,8 @@ int main(int argc, char** argv) {
         const std::string_view word = argv[i];
         if (word == "--set" && i + 1 < argc) {
             options.folder = argv[++i];
+        } else if (word == "--as-board" && i + 1 < argc) {
+            options.hands = argv[++i];
         } else if (word == "--damaged") {
             options.damaged = true;
         } else if (word == "--version" || word == "--help") {

@@ -10,6 +10,7 @@
 #include "operations/operation.h"
 #include "vset/journal.h"
 #include "vset/vset.h"
+#include "worker/set_session.h"
 
 namespace tool {
 
@@ -55,12 +56,30 @@ Description make() {
     description.codes = failureCodes();
     description.pictures = pictureKinds();
     description.data.assign(dataSources().begin(), dataSources().end());
+    if (isInRoleOfBoard()) {
+        // They are the virtual set's.
+        description.actions.clear();
+        description.functions.clear();
+        description.codes.clear();
+        description.pictures.clear();
+        description.data.clear();
+    }
     description.makeIndex();
     description.hash = hashOf(description);
     return description;
 }
 
 }  // namespace
+
+const Description& ownActions() {
+    static const Description description = [] {
+        Description actions;
+        actions.actions.assign(actionRows().begin(), actionRows().end());
+        actions.hash = hashOf(actions);
+        return actions;
+    }();
+    return description;
+}
 
 const Description& ownDescription() {
     static const Description description = make();

@@ -23,12 +23,15 @@ Reply identity(const Field&) {
     a_vextvfapi_common_get_fapi_version(version, sizeof(version));
     return Field{{"library", version},
                  {"interface", FAPI_VERSION},
-                 {"kind", "virtual"},
+                 {"kind", isInRoleOfBoard() ? "board" : "virtual"},
                  {"description", ownDescription().hash},
                  {"set", Field{{"folder", Field::ofSet(setFolder())}}}};
 }
 
-Reply describe(const Field&) {
+Reply describe(const Field& params) {
+    if (params["actions"].flagOr(false)) {
+        return toField(ownActions());
+    }
     static const Field description = toField(ownDescription());
     return description;
 }

@@ -43,6 +43,10 @@ std::string setFolder() {
     return g_options.folder.empty() ? vset::defaultFolder() : g_options.folder;
 }
 
+bool isInRoleOfBoard() {
+    return g_options.isBoard;
+}
+
 void switchSetOn(bool damaged) {
     const std::lock_guard<std::mutex> lock(g_mutex);
     if (g_isOn) {

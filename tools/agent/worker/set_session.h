@@ -10,11 +10,13 @@ namespace tool {
 struct SetOptions {
     std::string folder;    // empty: vset::defaultFolder()
     bool damaged = false;  // go on with a damaged set
+    bool isBoard = false;  // the set has the role of a board
 };
 
 // Before all others.
 void chooseSet(SetOptions options);
 std::string setFolder();
+bool isInRoleOfBoard();
 
 // Switches the set on, unless it is. Throws RequestError.
 void switchSetOn(bool damaged = false);

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "base/terminal.h"
+#include "target/bound_actions.h"
 #include "target/picture_source.h"
 #include "target/session.h"
 #include "target/worker_end.h"
@@ -84,7 +85,9 @@ RunSet::~RunSet() {
 // --- The set's worker ------------------------------------------------------------------------------------------------
 
 void RunSet::open() {
-    closeSession();
+    if (isSessionOpen()) {
+        closeSession();
+    }
     Target& target = openSession(_options.session);
     _library = target.hello()["library"].textOr("");
     listen();
@@ -110,6 +113,7 @@ void RunSet::listen() {
     target.listen("event", [this](const Field& params) { _events.add(parseEvent(params)); });
     target.listen("journal", [this](const Field& params) { takeCalls(params); });
     target.listen("worker", [this](const Field& params) { takeEnd(params); });
+    target.listen("wire", [this](const Field& params) { takeWire(params); });
     target.listen("log", [this](const Field& params) {
         const std::string line = std::get<std::string>(params.at("text").value());
         if (_options.keepsLog) {
@@ -132,7 +136,8 @@ void RunSet::listen() {
 void RunSet::switchOn() {
     guarded([&] {
         try {
-            _boots = std::to_string(powerCycle());
+            const std::optional<long long> boots = powerCycle();
+            _boots = boots ? std::to_string(*boots) : "";
         } catch (const RequestError& error) {
             if (error.code() == ErrorCode::died || error.code() == ErrorCode::canceled) {
                 throw;
@@ -144,6 +149,8 @@ void RunSet::switchOn() {
         }
     });
     _ended.reset();
+    _newAgent.clear();
+    _wireDamage.clear();
     _events.clear();
     _faults.beginWorker();
     _calls.beginWorker();
@@ -157,6 +164,20 @@ void RunSet::takeEnd(const Field& params) {
         _ended = endOf(params);
         _calls.beginWorker();
     }
+}
+
+// What a wire may have lost is not known to be right or wrong of the set.
+void RunSet::takeWire(const Field& params) {
+    const std::string state = params["state"].textOr("");
+    if (state == "damaged" || state == "lost") {
+        _wireDamage = "the wire has lost something meanwhile: " + params["reason"].textOr("");
+    } else if (state == "started" && !params["same"].flagOr(false)) {
+        _newAgent = "the wire was lost, and the set's agent is a new one: what it had in memory is gone";
+    }
+}
+
+std::string RunSet::takeWireDamage() {
+    return std::exchange(_wireDamage, "");
 }
 
 // --- Interrupts ------------------------------------------------------------------------------------------------------
@@ -180,6 +201,9 @@ void RunSet::takeSignals() {
 
 // Ends what the set does for this run. What must finish goes on, and the run after it.
 void RunSet::endRequest() {
+    if (boundActions() != nullptr) {
+        boundActions()->endAwaited();
+    }
     try {
         session().endAwaited();
     } catch (const RequestError& error) {
@@ -195,6 +219,9 @@ void RunSet::check() {
 }
 
 void RunSet::checkWorker() {
+    if (!_newAgent.empty()) {
+        throw RequestError(ErrorCode::ended, std::exchange(_newAgent, ""));
+    }
     if (_ended) {
         throw *std::exchange(_ended, std::nullopt);
     }
@@ -221,6 +248,18 @@ auto RunSet::guarded(Request&& request) -> decltype(request()) {
 
 // --- What a line does ------------------------------------------------------------------------------------------------
 
+// Whether the set's own switch has the library's log on; a board has none that could be asked for.
+bool RunSet::hasLogOn() {
+    try {
+        return ask("set.log", Field::Fields())["on"].flagOr(false);
+    } catch (const RequestError& error) {
+        if (!isUnknown(error)) {
+            throw;
+        }
+        return false;
+    }
+}
+
 std::optional<CallAnswer> RunSet::run(const Command& command) {
     if (command.isPowerCycle()) {
         switchOn();
@@ -228,16 +267,24 @@ std::optional<CallAnswer> RunSet::run(const Command& command) {
     }
     if (command.operation() != nullptr && command.operation()->readsLogSwitch && _options.keepsLog) {
         // The set's own switch shows the log, as it does without a report.
-        _showsLog = _options.session.log || ask("set.log", Field::Fields())["on"].flagOr(false);
+        _showsLog = _options.session.log || hasLogOn();
     }
     CallOptions options;
     options.prepare = false;
     options.refusedAfter = _calls.lastRefusal();
     std::optional<CallAnswer> answer =
         command.endsProcess() ? runEnding(command) : guarded([&] { return std::optional(command.run(options)); });
+    const bool isBound = command.action() != nullptr && command.action() == findBoundAction(command.action()->name);
     if (answer) {
         checkWorker();
         _calls.addRefusals(std::move(answer->outcome.refusals));
+        if (isBound) {
+            // Events come by the agent's clock.
+            answer->begun += _agentClock;
+            answer->ended += _agentClock;
+        } else {
+            _agentClock = answer->ended - Steady::now();
+        }
         _events.beginWait(answer->ended);
         _isBehind = false;
         // They are judged with the line.

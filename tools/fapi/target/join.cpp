@@ -156,6 +156,20 @@ bool Target::greet(const TargetOptions& options) {
     return true;
 }
 
+TargetFacts factsOf(Target& target, const TargetOptions& options) {
+    const std::string kind = target.hello()["kind"].textOr("board");
+    keepFacts(keyOf(options), {target.hello()["description"].textOr(""), kind});
+    return {target.description(), kind};
+}
+
+std::optional<TargetFacts> keptFactsOf(const TargetOptions& options) {
+    const KeptFacts kept = keptFacts(keyOf(options));
+    if (const auto described = keptDescription(kept.hash)) {
+        return TargetFacts{parseDescription(*described), kept.kind};
+    }
+    return std::nullopt;
+}
+
 Description describeAgent(const TargetOptions& options) {
     TargetOptions running = options;
     running.mayStart = false;

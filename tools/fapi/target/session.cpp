@@ -25,6 +25,7 @@ TargetOptions targetOptions(const SessionOptions& options) {
     target.folder = options.folder;
     target.client = options.client;
     target.isDamaged = options.damaged;
+    target.wire = options.wire;
     return target;
 }
 
@@ -69,7 +70,23 @@ void listen(Target& target) {
 }  // namespace
 
 std::string setFolder(const SessionOptions& options) {
-    return folderOf(targetOptions(options));
+    return nameOf(targetOptions(options));
+}
+
+TargetFacts describeChosen() {
+    if (!g_chosen.wire) {
+        // What the virtual set of one folder does, that of every other one does, too.
+        return {describeAgent({}), "virtual"};
+    }
+    try {
+        join();
+        return factsOf(*g_target, targetOptions(g_chosen));
+    } catch (const RequestError&) {
+        if (std::optional<TargetFacts> kept = keptFactsOf(targetOptions(g_chosen))) {
+            return *kept;
+        }
+        throw;
+    }
 }
 
 void chooseSession(const SessionOptions& options) {
@@ -164,8 +181,9 @@ void switchOn() {
     session().request("power", {{"to", "on"}, {"damaged", g_chosen.damaged}});
 }
 
-long long powerCycle() {
-    return session().request("power", {{"to", "cycle"}, {"damaged", g_chosen.damaged}})["boots"].numberOr(0);
+std::optional<long long> powerCycle() {
+    const Field answer = session().request("power", {{"to", "cycle"}, {"damaged", g_chosen.damaged}});
+    return answer["boots"].isNumber() ? std::optional(answer["boots"].number()) : std::nullopt;
 }
 
 bool takeReboot() {

@@ -18,9 +18,13 @@ struct SessionOptions {
     bool log = false;      // the library's log is on in this session, whatever the set's switch says
     bool damaged = false;  // go on with a damaged set
     std::string client = "fapi";
+    std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
 };
 
-// The folder that the options mean.
+// What the chosen set's agent says of itself.
+TargetFacts describeChosen();
+
+// The folder that the options mean; the target's name where the set is none of this PC.
 std::string setFolder(const SessionOptions& options);
 
 // Names the set of all that follows; joins nothing yet.
@@ -66,8 +70,8 @@ void noteTrouble(const std::string& trouble);
 
 // Switches the set on, unless it is. Throws RequestError: `damaged` unless the options allow that.
 void switchOn();
-// Switches the set off and on. Returns how often it has been switched on.
-long long powerCycle();
+// Switches the set off and on. Returns how often it has been switched on, or nothing when no one counts that.
+std::optional<long long> powerCycle();
 // Whether the set's worker has ended since the last call of this, because the watchdog has rebooted the set.
 bool takeReboot();
 // Calls back when it does so.

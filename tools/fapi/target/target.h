@@ -147,6 +147,15 @@ private:
 // agent that is started for it. Throws RequestError.
 Description describeAgent(const TargetOptions& options);
 
+struct TargetFacts {
+    Description description;
+    std::string kind;  // "virtual", "board"
+};
+// The same of a target with a wire, as its agent says it, which is kept for when the target is out of reach.
+TargetFacts factsOf(Target& target, const TargetOptions& options);
+// Nothing when it was never in reach.
+std::optional<TargetFacts> keptFactsOf(const TargetOptions& options);
+
 }  // namespace tool
 
 #endif

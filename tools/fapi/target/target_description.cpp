@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/words.h"
+#include "target/bound_actions.h"
 #include "target/session.h"
 
 namespace tool {
@@ -43,9 +44,37 @@ Checked check(const char* kind, const std::string& name, const std::vector<Value
 
 }  // namespace
 
+static const TargetFacts& facts() {
+    static const TargetFacts known = describeChosen();
+    return known;
+}
+
 const Description& description() {
-    static const Description described = describeAgent({});
-    return described;
+    return facts().description;
+}
+
+const std::string& targetKind() {
+    return facts().kind;
+}
+
+const std::vector<Action>& actions() {
+    static const std::vector<Action> all = [] {
+        std::vector<Action> own = description().actions;
+        if (boundActions() != nullptr) {
+            for (const Action& action : boundActions()->actions()) {
+                if (description().action(action.name) == nullptr) {
+                    own.push_back(action);
+                }
+            }
+        }
+        return own;
+    }();
+    return all;
+}
+
+const Action* findAction(std::string_view name) {
+    const Action* own = description().action(name);
+    return own != nullptr ? own : findBoundAction(name);
 }
 
 std::string unknownFunction(const std::string& name) {
