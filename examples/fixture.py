@@ -2,9 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """usage: fixture.py SOCKET
 
-A fixture of a station: a program that acts on a set for the bench. It speaks the agent's protocol on its standard
-streams, with the methods hello, describe and act. This one acts on a virtual set in the role of a board
-(fapi-agent --as-board SOCKET); a real one would move relays and actuators in act().
+A fixture: it acts on a set for the bench, by the agent's protocol on its standard streams. This one acts on a virtual
+set in the role of a board (fapi-agent --as-board SOCKET); a real one would move relays.
 """
 import json
 import socket
@@ -12,25 +11,30 @@ import sys
 
 
 class Rig:
-    """What the fixture acts with: here the socket that the agent keeps for that."""
-
     def __init__(self, path):
         self.path = path
         self.stream = None
         self.last = 0
 
-    def ask(self, method, params):
+    def send(self, request):
         if self.stream is None:
             connection = socket.socket(socket.AF_UNIX)
             connection.connect(self.path)
             self.stream = connection.makefile("rw")
-        self.last += 1
-        request = {"jsonrpc": "2.0", "id": self.last, "method": method, "params": params}
         self.stream.write(json.dumps(request) + "\n")
         self.stream.flush()
+
+    def ask(self, method, params):
+        self.last += 1
+        request = {"jsonrpc": "2.0", "id": self.last, "method": method, "params": params}
+        try:
+            self.send(request)
+        except OSError:
+            # The set's agent is a new one.
+            self.stream = None
+            self.send(request)
         line = self.stream.readline()
         if not line:
-            self.stream = None
             raise OSError("the set is gone")
         return json.loads(line)
 

@@ -59,7 +59,7 @@ TEST_F(BindingTest, AnArgumentIsOneWordOfTheProgramOrRefused) {
     EXPECT_THAT(verdictOf(strBinding, "set press \"a b'$(id)\" \"*\"\n"), HasSubstr("passed")) << _result.strError;
     EXPECT_EQ(readFile(folder() + "/words"), "<--to><a b'$(id)><*>");
     EXPECT_THAT(verdictOf(strBinding, "set press -rf 1\n"),
-                HasSubstr("failed: line 3: set press: -rf begins with a dash"));
+                HasSubstr("failed: line 3: set press: \"-rf\" begins with a dash"));
 }
 
 TEST_F(BindingTest, AProgramThatMisbehavesIsAnErrorOfTheStation) {
@@ -67,7 +67,7 @@ TEST_F(BindingTest, AProgramThatMisbehavesIsAnErrorOfTheStation) {
         std::string strScript, strVerdict;
     } rows[] = {
         {"exit 0", "passed"},
-        {"echo no contact >&2; exit 1", "failed: line 3: set press 1 answered -1 (failed): no contact"},
+        {"echo no contact >&2; exit 1", "failed: line 3: set press 1 answered -1 (failed): \"no contact\""},
         {"exit 7", "error: line 3: set press 1: sh: ended with exit code 7"},
         {"kill -9 $$", "error: line 3: set press 1: sh: ended by signal 9"},
         {"sleep 300 & trap '' TERM; sleep 300; sleep 300",

@@ -32,11 +32,12 @@ TEST_F(StationTest, EachBadEntryIsNamedByItsPlace) {
         {"[target a]\nwire = a\nwire = b", "3:1: there is a wire already"},
         {"[target a]\nset = a\n[target a]\nset = b", "3:1: there is a target a already"},
         {"[target a]\nwire = \"a", "2:8: the quote"},
-        {"[target a]\nwire = a\nstart = login:", "3:9: start: expected pairs"},
+        {"[target a]\nwire = a\nstart = login:", "3:15: start: expected pairs"},
         {"[actions]\nkey = fixture rog\n[fixture rig]\ncommand = a",
          "2:1: key: no such fixture: rog, did you mean rig?"},
         {"[actions]\nkey = press", "2:7: key: expected fixture NAME, run PROGRAM ARGUMENT..., or operator"},
-        {"[actions]\nkey = run press --key={1}", "2:17: key: --key={1}: an argument, {1} to {9}, is a word of its own"},
+        {"[actions]\nkey = run press --key={1}",
+         "2:17: key: \"--key={1}\": an argument, {1} to {9}, is a word of its own"},
     };
     for (const auto& row : rows) {
         const test::ProcessResult result = with(row.strText + "\n", {"targets"});
@@ -63,7 +64,7 @@ TEST_F(StationTest, TargetsAreNamesFoldersAndCommands) {
     EXPECT_THAT(with(strStation, words).strOutput, HasSubstr("v1.0.0.13"));
     const test::ProcessResult wrong = with(strStation, {"--target", "tow", "set", "show"});
     EXPECT_EQ(wrong.s32Exit, 2);
-    EXPECT_THAT(wrong.strError, HasSubstr("no such target: tow, did you mean two?"));
+    EXPECT_THAT(wrong.strError, HasSubstr("no such target: \"tow\", did you mean two?"));
     EXPECT_THAT(with(strStation, {"targets"}).strOutput, HasSubstr("two"));
 }
 

@@ -118,15 +118,15 @@ private:
         return "";
     }
 
-    static std::string targetText(const StationTarget& target) {
+    std::string targetText(const StationTarget& target) {
         if (!target.wire.empty()) {
             requireProgram(target.wire);
         }
         if (!target.powerCycle.empty()) {
             requireProgram(target.powerCycle);
         }
-        const std::unique_ptr<Target> joined = Target::join(optionsOf(target));
-        const Field& hello = joined->hello();
+        // A fixture may need the set.
+        const Field& hello = _joined.emplace_back(Target::join(optionsOf(target)))->hello();
         return hello["kind"].textOr("board") + ", agent " + hello["agent"].textOr("?") + ", library " +
                hello["library"].textOr("?");
     }
@@ -140,6 +140,7 @@ private:
     const Station& _station;
     const bool _asJson;
     bool _isGood = true;
+    std::vector<std::unique_ptr<Target>> _joined;
 };
 
 }  // namespace
