@@ -17,11 +17,11 @@ protected:
                                          "\nup-within = 20s\n");
         std::string strPlan = "plan t\non-failure continue\n";
         for (int step = 0; step < 4; ++step) {
-            strPlan += "step s\nsys_init\nsys_remove_path /data/x\nexpect status in -1..0\n";
+            strPlan += "step s\nsys_init\nsys_remove_file /data/x\nexpect status in -1..0\n";
             for (int i = 0; i < 5; ++i) {
                 strPlan += "sys_write_file /data/x ab ab\n";
             }
-            strPlan += "sys_read_file /data/x 100\nexpect data is repeat:10:ab\n";
+            strPlan += "sys_read_file /data/x 100\nexpect data is ababababab\n";
         }
         std::filesystem::remove_all(reports());
         _result = test::runProcess({FAPI_BINARY, "--yes", "--station", strStation, "--target", "spoilt", "run",

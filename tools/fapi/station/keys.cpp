@@ -62,7 +62,19 @@ const std::vector<SectionKind>& sectionKinds() {
         {"fixture", true,
          "A program that carries out actions and speaks the agent's protocol on its standard streams."},
         {"actions", false,
-         "Who carries out the actions that a set's agent does not have. The keys are names of actions."},
+         "Who carries out the actions that a set's agent does not have. The keys are names of actions.\n"
+         "\n"
+         "| line | meaning |\n"
+         "| --- | --- |\n"
+         "| `NAME = fixture FIXTURE` | the fixture, which describes the action |\n"
+         "| `* = fixture FIXTURE` | all that it describes, where no other line says otherwise |\n"
+         "| `NAME = run PROGRAM ARGUMENT...` | a program. `{1}` to `{9}`, words of their own, stand for the action's "
+         "arguments, each of which stays one word; one that begins with a dash is refused. Exit code 0 is a success, 1 "
+         "a "
+         "failure of the set, all else an error of the station. Lines `NAME=VALUE` that it prints are outputs |\n"
+         "| `NAME = operator [TEXT]` | the operator, by a line on the terminal that Enter answers; `{1}` is an "
+         "argument. "
+         "Without a terminal a run is refused before it begins |"},
     };
     return kinds;
 }

@@ -18,6 +18,25 @@ namespace fs = std::filesystem;
 
 constexpr const char* kStationFile = "station.ini";
 constexpr const char* kActions = "actions";
+constexpr const char* kPageHead =
+    "# The station's file\n"
+    "\n"
+    "`station.ini` says which sets a station has, what its fixtures are, and who carries out the actions that a set's "
+    "agent\n"
+    "does not have. `fapi station reference` prints this page from the table of its keys; not to be edited.\n"
+    "`examples/station.ini` is one.\n"
+    "\n"
+    "The file is the one of `--station FILE`, else `$FAPI_STATION`, else the first of `station.ini` in the present "
+    "folder,\n"
+    "`$XDG_CONFIG_HOME/fapi/station.ini` or `~/.config/fapi/station.ini`, and `/etc/fapi/station.ini`. A line is "
+    "`[SECTION]`,\n"
+    "`[SECTION NAME]` or `KEY = VALUE`; one that begins with `#` or `;` is a comment. A value is cut into words as a "
+    "line of a\n"
+    "plan is: `\"two words\\n\"`. A program is an argument vector, never a line of a shell. A wire and a `power-cycle` "
+    "run in the\n"
+    "folder `/`. A program that takes longer than it may is ended with its children: SIGTERM, two seconds, SIGKILL. "
+    "What is\n"
+    "wrong is named by file and line, all at once; `fapi station check` tries the rest.\n";
 
 std::string didYouMeanOneOf(const std::string& word, const std::vector<std::string>& known) {
     const std::string near = nearest(word, known);
@@ -225,10 +244,9 @@ Station readStation(const std::string& file) {
 }
 
 std::string stationReference() {
-    std::string text;
+    std::string text = kPageHead;
     for (const SectionKind& kind : sectionKinds()) {
-        text += std::string(text.empty() ? "" : "\n") + "## [" + kind.kind + (kind.isNamed ? " NAME]" : "]") + "\n\n" +
-                kind.help + "\n";
+        text += std::string("\n## [") + kind.kind + (kind.isNamed ? " NAME]" : "]") + "\n\n" + kind.help + "\n";
         std::string rows;
         for (const StationKey& key : stationKeys()) {
             if (std::string_view(key.section) == kind.kind) {
