@@ -37,7 +37,7 @@ Action plainAction(const Binding& binding) {
 
 // The agent of the virtual set says what an action's arguments are, and how a person is asked for it.
 const Action* knownAction(const std::string& name) {
-    static const std::optional<Description> known = []() -> std::optional<Description> {
+    static std::optional<AgentDescription> known = []() -> std::optional<AgentDescription> {
         try {
             return describeAgent({});
         } catch (const RequestError&) {
@@ -45,7 +45,7 @@ const Action* knownAction(const std::string& name) {
             return std::nullopt;
         }
     }();
-    return known ? known->action(name) : nullptr;
+    return known ? known->all().action(name) : nullptr;
 }
 
 std::string replaced(std::string text, const std::string& what, const std::string& by) {

@@ -151,7 +151,11 @@ void AgentWire::use(Framing framing) {
 }
 
 void AgentWire::send(const Field& object) {
-    type(frame(object, _sends));
+    sendText(toJsonText(object, _sends == Framing::checked));
+}
+
+void AgentWire::sendText(std::string text) {
+    type(frameText(std::move(text), _sends));
 }
 
 void AgentWire::type(const std::string& bytes) {

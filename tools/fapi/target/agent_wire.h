@@ -48,6 +48,8 @@ public:
     // Waits for each text in what a console prints, and types the one after it.
     void converse(const std::vector<std::string>& script) { _script.assign(script.begin(), script.end()); }
     bool isConversing() const { return !_script.empty(); }
+    // A message as text; ASCII only in checked framing.
+    void sendText(std::string text);
     std::size_t waiting() const { return _out.size() - _sent; }
     void use(Framing framing);
     Framing framing() const { return _reader.framing(); }

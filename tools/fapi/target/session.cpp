@@ -3,6 +3,7 @@
 #include "target/session.h"
 
 #include <memory>
+#include <tuple>
 
 #include "base/terminal.h"
 #include "target/event_log.h"
@@ -26,6 +27,7 @@ TargetOptions targetOptions(const SessionOptions& options) {
     target.client = options.client;
     target.isDamaged = options.damaged;
     target.wire = options.wire;
+    target.stop = options.stop;
     return target;
 }
 
@@ -54,6 +56,19 @@ void join() {
     }
 }
 
+// Joins the hub only if one runs that answers soon.
+void joinRunning() {
+    constexpr std::chrono::milliseconds kShortly{500};
+    TargetOptions running = targetOptions(g_chosen);
+    running.mayStart = false;
+    running.limit = kShortly;
+    try {
+        g_target = Target::join(running);
+    } catch (const RequestError&) {
+        // No hub, or one that is busy with its agent's start.
+    }
+}
+
 void listen(Target& target) {
     target.listen("event", [](const Field& params) { eventLog().add(parseEvent(params)); });
     target.listen("log", [](const Field& params) { std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str()); });
@@ -73,29 +88,49 @@ std::string setFolder(const SessionOptions& options) {
     return nameOf(targetOptions(options));
 }
 
-TargetFacts describeChosen() {
-    if (!g_chosen.wire) {
-        // What the virtual set of one folder does, that of every other one does, too.
-        return {describeAgent({}), "virtual"};
+void chooseSession(const SessionOptions& options) {
+    const auto chosen = [](const SessionOptions& one) {
+        return std::tuple(one.folder, one.wire ? one.wire->command : std::vector<std::string>(), one.damaged,
+                          one.client);
+    };
+    if (!g_isOpen && chosen(options) != chosen(g_chosen)) {
+        // What has been asked so far was asked of another set, or as another client.
+        g_target.reset();
     }
-    try {
-        join();
-        return factsOf(*g_target, targetOptions(g_chosen));
-    } catch (const RequestError&) {
-        if (std::optional<TargetFacts> kept = keptFactsOf(targetOptions(g_chosen))) {
-            return *kept;
+    g_chosen = options;
+}
+
+Field::List damageOf(Target& target) {
+    return target.request("set.damage").at("damage").list();
+}
+
+void tellDamage(const Field::List& damage) {
+    for (const Field& row : damage) {
+        for (const Field& line : row.at("damage").list()) {
+            printMessage(line.text());
         }
-        throw;
     }
 }
 
-void chooseSession(const SessionOptions& options) {
-    g_chosen = options;
+// None where there is no set yet, or one that cannot say it.
+static Field::List damageIfAny(Target& target) {
+    try {
+        return damageOf(target);
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::unavailable && error.code() != ErrorCode::unknownMethod &&
+            error.code() != ErrorCode::notSupported) {
+            throw;
+        }
+        return {};
+    }
 }
 
 Target& openSession(const SessionOptions& options) {
     chooseSession(options);
     join();
+    if (options.damaged) {
+        tellDamage(damageIfAny(*g_target));
+    }
     listen(*g_target);
     g_target->request("log", {{"on", true}});
     try {
@@ -110,12 +145,50 @@ Target& openSession(const SessionOptions& options) {
     return *g_target;
 }
 
+bool joinRunning(const SessionOptions& options) {
+    chooseSession(options);
+    if (g_target == nullptr) {
+        TargetOptions target = targetOptions(options);
+        target.mayStart = false;
+        try {
+            g_target = Target::join(target);
+        } catch (const RequestError& error) {
+            if (error.code() != ErrorCode::unavailable) {
+                throw;
+            }
+            return false;
+        }
+    }
+    // A hub that was started to check the words has no other client.
+    g_isOpen = g_target->clients().size() > 1;
+    return g_isOpen;
+}
+
 Target& session() {
     return *g_target;
 }
 
 bool isSessionOpen() {
     return g_isOpen;
+}
+
+TargetFacts describeChosen() {
+    if (g_chosen.wire) {
+        try {
+            join();
+            return factsOf(*g_target, targetOptions(g_chosen));
+        } catch (const RequestError&) {
+            if (std::optional<TargetFacts> kept = keptFactsOf(targetOptions(g_chosen))) {
+                return std::move(*kept);
+            }
+            throw;
+        }
+    }
+    // To join a damaged set is to switch it on.
+    if (g_target == nullptr && !g_chosen.damaged) {
+        joinRunning();
+    }
+    return {g_target != nullptr ? g_target->description() : describeAgent(targetOptions(g_chosen)), "virtual"};
 }
 
 Field askAgent(const std::string& method, const Field& params) {

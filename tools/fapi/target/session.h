@@ -19,10 +19,8 @@ struct SessionOptions {
     bool damaged = false;  // go on with a damaged set
     std::string client = "fapi";
     std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
+    int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for the set
 };
-
-// What the chosen set's agent says of itself.
-TargetFacts describeChosen();
 
 // The folder that the options mean; the target's name where the set is none of this PC.
 std::string setFolder(const SessionOptions& options);
@@ -34,11 +32,22 @@ void chooseSession(const SessionOptions& options);
 // listenToEvents() asked for them. The set itself is switched on by the first request that needs it. Throws
 // RequestError.
 Target& openSession(const SessionOptions& options);
+// What is damaged of the set, each with its remedy. Throws RequestError when there is no set.
+Field::List damageOf(Target& target);
+// Prints that to standard error. A session that goes on with a damaged set begins with it.
+void tellDamage(const Field::List& damage);
+// Joins a set that another client uses, and leaves what that one has set as it is. False: there is none.
+bool joinRunning(const SessionOptions& options);
 // The open one.
 Target& session();
 bool isSessionOpen();
 // Lets go of the set: the hub ends with its last client.
 void closeSession();
+
+// What the agent of the chosen set describes: asks its hub, if one runs, which is then joined; starts
+// one only for a set with a wire. Throws
+// RequestError.
+TargetFacts describeChosen();
 
 // Asks what needs no set, joining the chosen set's hub when that is not done yet. Throws RequestError.
 Field askAgent(const std::string& method, const Field& params);

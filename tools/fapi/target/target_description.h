@@ -7,11 +7,16 @@
 #include <string_view>
 #include <vector>
 
-#include "protocol/description.h"
+#include "target/agent_description.h"
 
 namespace tool {
 
-const Description& description();
+// Of the set that was chosen when it is first asked for.
+AgentDescription& agentDescription();
+// All of it. Who needs a single operation, or names, reads no more than that.
+inline const Description& description() {
+    return agentDescription().all();
+}
 // The kind of set that it describes: "virtual", "board". Of a board that is out of reach it is what it last said.
 const std::string& targetKind();
 
@@ -29,7 +34,7 @@ inline const std::vector<std::string>& moduleNames() {
 const std::vector<Action>& actions();
 // By full or short name; null when there is none.
 inline const Operation* findOperation(std::string_view name) {
-    return description().operation(name);
+    return agentDescription().operation(name);
 }
 const Action* findAction(std::string_view name);
 
