@@ -11,7 +11,7 @@ class BindingTest : public test::PlanTest {
 protected:
     std::string hands() const { return folder() + "/rig.sock"; }
     std::string station(const std::string& strActions, const std::string& strMore = "") const {
-        return writeFile("station.ini", "[station]\nprogram-within = 2s\n[target board]\nwire = " FAPI_AGENT_BINARY
+        return writeFile("station.ini", "[station]\nprogram-within = 6s\n[target board]\nwire = " FAPI_AGENT_BINARY
                                         " --set " +
                                             set() + " --as-board " + hands() +
                                             "\npower-cycle = true\n[fixture rig]\ncommand = python3 " FAPI_EXAMPLES_DIR
@@ -71,7 +71,7 @@ TEST_F(BindingTest, AProgramThatMisbehavesIsAnErrorOfTheStation) {
         {"exit 7", "error: line 3: set press 1: sh: ended with exit code 7"},
         {"kill -9 $$", "error: line 3: set press 1: sh: ended by signal 9"},
         {"sleep 300 & trap '' TERM; sleep 300; sleep 300",
-         "error: line 3: set press 1: sh: did not end within 2000 ms"},
+         "error: line 3: set press 1: sh: did not end within 6000 ms"},
         {"head -c 100000000 /dev/zero | tr '\\0' 'x'", "passed"},
     };
     for (const auto& row : rows) {
