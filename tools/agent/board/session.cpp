@@ -17,8 +17,8 @@ void chooseSet(SetOptions options) {
     g_board = std::move(options);
 }
 
-const char* setKind() {
-    return "board";
+bool isBoard() {
+    return true;
 }
 
 std::string setFolder() {

@@ -33,10 +33,11 @@ constexpr char kUsage[] =
 constexpr char kMarker[] = "/";
 constexpr bool kIsBoard = false;
 constexpr char kUsage[] =
-    "usage: fapi-agent [--set FOLDER] [--damaged]\n"
+    "usage: fapi-agent [--set FOLDER] [--damaged] [--as-board SOCKET]\n"
     "Serves one client on its standard streams; docs/agent-protocol.md describes the protocol.\n"
     "  --set FOLDER   the virtual set's folder\n"
     "  --damaged      go on with a damaged set\n"
+    "  --as-board SOCKET  the virtual set in the role of a board: its actions are for who connects there\n"
     "  --version      print the version\n";
 #endif
 
@@ -134,6 +135,8 @@ int main(int argc, char** argv) {
         const std::string_view word = argv[i];
         if (tool::takeOption(options, word, argv[i + 1])) {
             ++i;
+        } else if (!tool::kIsBoard && word == "--as-board" && i + 1 < argc) {
+            options.hands = argv[++i];
         } else if (!tool::kIsBoard && word == "--damaged") {
             options.damaged = true;
         } else if (word == "--version" || word == "--help") {

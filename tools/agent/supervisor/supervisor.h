@@ -15,6 +15,7 @@
 #include <poll.h>
 
 #include "protocol/message.h"
+#include "supervisor/hands.h"
 #include "supervisor/log_lines.h"
 #include "supervisor/wire.h"
 #include "supervisor/worker_process.h"
@@ -32,6 +33,7 @@ struct AgentOptions {
     std::string folder;               // of the virtual set; empty: its default
     bool damaged = false;             // go on with a damaged set
     std::vector<std::string> limits;  // of a board, as options
+    std::string hands;  // the socket for fixtures of a virtual set in the role of a board; empty: it has no such role
 };
 
 class Supervisor {
@@ -70,6 +72,7 @@ private:
     void takeLines();
     void takeLine(Line line);
     void takeRequest(Request request);
+    void takeFromHands(Request request);
     bool answerHere(const Request& request);
     void greet(const Request& request);
     void finishGreeting(const Answer& identity);
@@ -109,6 +112,7 @@ private:
     const std::string _session;
     bool _isEnding = false;      // the agent
     bool _mayHaveEnded = false;  // the worker
+    std::unique_ptr<Hands> _hands;
 
     Field _identity;                // what the worker says of itself; null before the first one
     bool _isGreeted = false;        // hello has been answered

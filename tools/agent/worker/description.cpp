@@ -61,7 +61,7 @@ void leaveOutChip(std::vector<Output>& outputs) {
 Description make() {
     Description description;
     description.operations.assign(operationRows().begin(), operationRows().end());
-    if (std::string_view(setKind()) == "board") {
+    if (isBoard()) {
         for (Operation& operation : description.operations) {
             leaveOutChip(operation.outputs);
         }
@@ -73,12 +73,30 @@ Description make() {
     description.codes = failureCodes();
     description.pictures = pictureKinds();
     description.data.assign(dataSources().begin(), dataSources().end());
+    if (isBoard()) {
+        // They are the virtual set's.
+        description.actions.clear();
+        description.functions.clear();
+        description.codes.clear();
+        description.pictures.clear();
+        description.data.clear();
+    }
     description.makeIndex();
     description.hash = hashOf(description);
     return description;
 }
 
 }  // namespace
+
+const Description& ownActions() {
+    static const Description description = [] {
+        Description actions;
+        actions.actions.assign(actionRows().begin(), actionRows().end());
+        actions.hash = hashOf(actions);
+        return actions;
+    }();
+    return description;
+}
 
 const Description& ownDescription() {
     static const Description description = make();

@@ -102,6 +102,8 @@ int run(int argc, char** argv) {
             socket = static_cast<int>(std::strtol(argv[++i], nullptr, 10));
         } else if (word == "--set" && i + 1 < argc) {
             options.folder = argv[++i];
+        } else if (word == "--as-board") {
+            options.isBoard = true;
         } else if (word == "--damaged") {
             options.damaged = true;
         } else if (i + 1 < argc && options.limits.take(word, argv[i + 1])) {

@@ -40,12 +40,12 @@ void chooseSet(SetOptions options) {
     g_options = std::move(options);
 }
 
-const char* setKind() {
-    return "virtual";
-}
-
 std::string setFolder() {
     return g_options.folder.empty() ? vset::defaultFolder() : g_options.folder;
+}
+
+bool isBoard() {
+    return g_options.isBoard;
 }
 
 void switchSetOn(bool damaged) {

@@ -16,12 +16,13 @@ struct SetOptions {
     std::string folder;    // of the virtual set; empty: vset::defaultFolder()
     bool damaged = false;  // go on with a damaged set
     Limits limits;         // of a board
+    bool isBoard = false;  // the set has the role of a board
 };
 
 // Before all others.
 void chooseSet(SetOptions options);
-// "virtual" or "board".
-const char* setKind();
+// Whether it is one, or the virtual set has the role of one.
+bool isBoard();
 // Of the virtual set; empty on a board.
 std::string setFolder();
 

@@ -17,11 +17,13 @@
 #include "cli/reference.h"
 #include "cli/service.h"
 #include "cli/set.h"
+#include "cli/station.h"
 #include "cli/word_completion.h"
 #include "record/history.h"
 #include "run/runner.h"
 #include "shell/help.h"
 #include "shell/shell.h"
+#include "station/station.h"
 #include "target/hub.h"
 #include "target/output.h"
 #include "target/session.h"
@@ -124,6 +126,10 @@ public:
         _app.fallthrough();
         _app.set_version_flag("--version", FAPI_VERSION);
         _app.add_option("--set", _options.session.folder, "Folder of the virtual set")->type_name("DIR");
+        _app.add_option("--target", _station.target,
+                        "A set of station.ini, the folder of a virtual set, or -- and the command that is the wire")
+            ->type_name("NAME");
+        _app.add_option("--station", _station.file, "The station's file")->type_name("FILE");
         _app.add_flag("--json", _options.json, "Print one JSON object a line");
         _app.add_flag("--log", _options.session.log,
                       "Show the library's log of this call, whatever \"set log\" says, on standard error");
@@ -143,13 +149,14 @@ public:
         addHistory();
         addClean();
         addSharing();
+        addStation();
         addTexts();
         unmarkArguments(_app);
     }
 
     int run(int argc, char** argv) {
         try {
-            _app.parse(markedWords(argc, argv));
+            _app.parse(markedWords(cutCommand(argc, argv), argv));
         } catch (const CLI::ParseError& error) {
             if (error.get_exit_code() != 0) {
                 throw UsageError(complaint(error));
@@ -161,10 +168,26 @@ public:
             return kExitGood;
         }
         chooseSession(_options.session);
+        applyStation(_station, _options.session);
+        chooseSession(_options.session);
         return _action();
     }
 
 private:
+    // Cuts "--target -- COMMAND..." off, whose words are no words of this program.
+    int cutCommand(int argc, char** argv) {
+        for (int i = 1; i + 1 < argc; ++i) {
+            if (std::string_view(argv[i]) == "--target" && std::string_view(argv[i + 1]) == "--") {
+                _station.command.assign(argv + i + 2, argv + argc);
+                if (_station.command.empty()) {
+                    throw UsageError("--target --: the command is missing");
+                }
+                return i;
+            }
+        }
+        return argc;
+    }
+
     // CLI11 takes no more words for a command whose words began in front of a --. So words behind it are marked, as no
     // option, in its place. The words are in reverse, as CLI11 wants them.
     static std::vector<std::string> markedWords(int argc, char** argv) {
@@ -528,10 +551,26 @@ private:
             [this] { _action = [this] { return print(takeClaim(clientOptions(), _word, _options.json)); }; });
     }
 
+    // Of the station as a whole.
+    void addStation() {
+        _app.add_subcommand("targets", "List the sets of this station, and who uses them")->callback([this] {
+            _action = [this] { return listTargets(_station, _options.session, _options.json); };
+        });
+        CLI::App* station = _app.add_subcommand("station", "Check the station's file, or print what it may hold");
+        station->require_subcommand(1);
+        station->add_subcommand("check", "Try each target and fixture of the station's file")->callback([this] {
+            _action = [this] { return checkStation(_station, _options.json); };
+        });
+        station->add_subcommand("reference", "Print the keys of the station's file, as Markdown")->callback([this] {
+            _action = [] { return print(stationReference()); };
+        });
+    }
+
     TargetOptions clientOptions() const {
         TargetOptions options;
         options.folder = _options.session.folder;
         options.client = "fapi";
+        options.wire = _options.session.wire;
         return options;
     }
 
@@ -577,6 +616,7 @@ private:
     RunOptions _run;
     HistoryOptions _history;
     CleanOptions _clean;
+    StationOptions _station;
 };
 
 // Known also when the command line is wrong.

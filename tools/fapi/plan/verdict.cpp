@@ -8,8 +8,8 @@ namespace tool {
 
 namespace {
 
-constexpr std::array<const char*, 7> kVerdicts = {"passed", "marginal",    "failed", "error",
-                                                  "died",   "interrupted", "not run"};
+constexpr std::array<const char*, 8> kVerdicts = {"passed", "marginal",    "failed",  "error",
+                                                  "died",   "interrupted", "not run", "skipped"};
 
 }  // namespace
 
@@ -33,7 +33,7 @@ const char* verdictWord(Verdict verdict) {
 }
 
 bool isBad(Verdict verdict) {
-    return verdict != Verdict::passed && verdict != Verdict::marginal;
+    return verdict != Verdict::passed && verdict != Verdict::marginal && verdict != Verdict::skipped;
 }
 
 }  // namespace tool

@@ -64,6 +64,13 @@ bool expectsCalls(const PlanLine& line) {
 }  // namespace
 
 bool LineRun::run() {
+    if (!_line.skipped.empty()) {
+        if (hasReport()) {
+            _attempt.commands.push_back(
+                {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}, {"skipped", _line.skipped}});
+        }
+        return true;
+    }
     _set.beginLine(expectsCalls(_line));
     try {
         if (_line.kind != LineKind::command) {

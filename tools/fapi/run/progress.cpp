@@ -153,6 +153,7 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
                             {"errors", counts.errors},
                             {"interrupted", counts.interrupted},
                             {"not_run", counts.notRun},
+                            {"skipped", counts.skipped},
                             {"seconds", result.seconds},
                             {"faults", _plan.faults.size()},
                             {"notes", result.notes()},
@@ -167,7 +168,8 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
     printLine("plan \"" + printable(_plan.name) + "\"" + faultsText(_plan) + ": " + std::to_string(counts.passed) +
               " passed, " + std::to_string(counts.marginal) + " marginal, " + std::to_string(counts.failed) +
               " failed, " + some(counts.errors, " with an error of the station, ") +
-              some(counts.interrupted, " interrupted, ") + std::to_string(counts.notRun) + " not run in " + seconds);
+              some(counts.interrupted, " interrupted, ") + some(counts.skipped, " skipped, ") +
+              std::to_string(counts.notRun) + " not run in " + seconds);
     for (const std::string& file : reports) {
         printLine("report: " + printable(file));
     }

@@ -31,6 +31,15 @@ bool expectsCalls(const Plan& plan) {
     return false;
 }
 
+// Whether the step's verdict depends on what comes besides answers, which a wire may lose.
+bool judgesWhatCame(const Step& step) {
+    return std::any_of(step.lines.begin(), step.lines.end(), [](const PlanLine& line) {
+        return std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
+            return !std::holds_alternative<Condition>(expectation.what);
+        });
+    });
+}
+
 RunSetOptions optionsFor(const Plan& plan, const SessionOptions& session, bool isShared, bool keepsLog) {
     RunSetOptions options;
     options.session = session;
@@ -202,8 +211,16 @@ void PlanRun::runAttempt(const Step& step) {
     attempt.start = Clock::now();
     _set.events().clear();
     _set.log().clear();
+    _set.takeWireDamage();
     _state = State::attempt;
     runLines(step);
+    if (const std::string damage = _set.takeWireDamage(); !damage.empty() && judgesWhatCame(step)) {
+        attempt.judgement = {Verdict::error, damage};
+    }
+    const auto isSkipped = [](const PlanLine& line) { return !line.skipped.empty(); };
+    if (std::all_of(step.lines.begin(), step.lines.end(), isSkipped)) {
+        attempt.judgement = {Verdict::skipped, step.lines.front().skipped};
+    }
     const bool isRunBad = isBad(attempt.judgement.verdict);
     attempt.seconds = secondsSince(attempt.start);
     attempt.log = isRunBad && hasReport() ? _set.log().text() : "";

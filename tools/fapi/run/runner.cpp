@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <unistd.h>
+
 #include "base/terminal.h"
 #include "plan/files.h"
 #include "record/history.h"
@@ -15,6 +17,7 @@
 #include "report/verdict_banner.h"
 #include "run/progress.h"
 #include "run/run.h"
+#include "target/bound_actions.h"
 #include "target/fresh_set.h"
 #include "target/output.h"
 
@@ -340,6 +343,25 @@ private:
     Verdict _worst = Verdict::passed;
 };
 
+// A run that would wait for somebody who is not there is none.
+void refuseWithoutOperator(const std::vector<Plan>& plans) {
+    if (boundActions() == nullptr || isatty(STDIN_FILENO) != 0) {
+        return;
+    }
+    for (const Plan& plan : plans) {
+        for (const Step& step : plan.steps) {
+            for (const PlanLine& line : step.lines) {
+                const bool isAction = line.kind == LineKind::command && line.words.size() > 1 && line.words[0] == "set";
+                if (isAction && findBoundAction(line.words[1]) != nullptr &&
+                    boundActions()->asksOperator(line.words[1])) {
+                    throw UsageError(plan.file + ":" + std::to_string(line.line) + ": set " + line.words[1] +
+                                     " is asked of the operator, and there is no terminal");
+                }
+            }
+        }
+    }
+}
+
 // 0 for "forever".
 std::size_t repeatTimes(const RunOptions& options) {
     constexpr long long kMost = 1000000;
@@ -384,6 +406,7 @@ int runPlans(const RunOptions& options) {
     if (options.resume && plans.size() != 1) {
         throw UsageError("--resume takes one plan");
     }
+    refuseWithoutOperator(plans);
     PlanRuns runs(options, plans);
     return options.resume ? runs.resume() : runs.repeat(times);
 }
