@@ -67,7 +67,7 @@ PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, bool isShared,
       _set(
           optionsFor(plan, session, isShared, !report.empty()), plan.faults, interrupts,
           [&progress] { progress.refresh(); }, progress.refreshMilliseconds()),
-      _lines{_set, _variables, _keptSince, _report} {
+      _lines{_set, _variables, _keptSince, _report, plan.judgesRefusals} {
     const std::string folder = std::filesystem::path(plan.file).parent_path().string();
     _variables[kPlanFolder] = folder.empty() ? "." : folder;
     _result.plan = &plan;
