@@ -197,11 +197,7 @@ private:
             Step& restoring = plan.steps.back();
             restoring.teardown = true;
             restoring.stopOnFailure = false;
-            // It may follow the worker's end.
-            const Step& first = plan.steps.front();
-            if (first.name == kSections[0].step) {
-                restoring.lines.insert(restoring.lines.begin(), first.lines.begin(), first.lines.end());
-            }
+            plan.bringsUpTeardown = plan.steps.front().name == kSections[0].step;
         }
         rule.plan = std::move(plan);
     }

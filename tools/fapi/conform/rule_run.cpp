@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 
@@ -57,6 +58,36 @@ const Step* restoring(const Plan& plan) {
     return !plan.steps.empty() && plan.steps.back().teardown ? &plan.steps.back() : nullptr;
 }
 
+// Returns what the line of that number says: "expect value is 0xA5A5".
+std::string lineOf(const Plan& plan, unsigned int number) {
+    for (const Step& step : plan.steps) {
+        for (const PlanLine& line : step.lines) {
+            if (line.line == number) {
+                return line.text();
+            }
+            for (const Expectation& expectation : line.expectations) {
+                if (expectation.line == number) {
+                    return line.text() + ", " + expectation.text;
+                }
+            }
+        }
+    }
+    return "";
+}
+
+// Puts the line's words behind its number, with which the text of a failure begins.
+std::string withLine(const Plan& plan, const std::string& text) {
+    unsigned int number = 0;
+    int length = 0;
+    if (std::sscanf(text.c_str(), "line %u:%n", &number, &length) != 1 || length == 0) {
+        return text;
+    }
+    const std::string line = lineOf(plan, number);
+    const auto place = static_cast<std::size_t>(length);
+    const bool isNamed = line.empty() || text.find(line) != std::string::npos;
+    return isNamed ? text : text.substr(0, place) + " " + line + ":" + text.substr(place);
+}
+
 // What a run's steps say of its rule.
 void judge(const Rule& rule, const PlanResult& run, bool isOverdue, RuleResult& result) {
     for (std::size_t i = 0; i < run.steps.size(); ++i) {
@@ -66,7 +97,7 @@ void judge(const Rule& rule, const PlanResult& run, bool isOverdue, RuleResult& 
             continue;
         }
         result.verdict = verdict == Verdict::error ? RuleVerdict::error : RuleVerdict::fail;
-        result.text = step.text();
+        result.text = withLine(rule.plan, step.text());
         if (verdict == Verdict::interrupted && isOverdue) {
             result.text = "does not end within " + std::to_string(rule.limit.count()) + " s: " + result.text;
         } else if (verdict == Verdict::interrupted) {

@@ -95,7 +95,7 @@ void PlanRun::run() {
     const Clock::time_point start = Clock::now();
     open();
     if (_result.resumed) {
-        carryOut([this] { bringUpAgain(); });
+        carryOut([this] { bringUp(_stopped ? stepsForTeardown() : _next); });
     }
     while (_state != State::over && _next < _plan.steps.size()) {
         const Step& step = _plan.steps[_next];
@@ -120,11 +120,15 @@ void PlanRun::open() {
     _result.library = _set.library();
 }
 
-// The modules that the steps before have brought up since the last power cycle. A teardown does that itself, for it may
-// follow anything.
-void PlanRun::bringUpAgain() {
+// A teardown brings up what it needs itself, for it may follow anything.
+std::size_t PlanRun::stepsForTeardown() const {
+    return _plan.bringsUpTeardown ? 1 : 0;
+}
+
+// Brings up the modules that the first steps have brought up since their last power cycle.
+void PlanRun::bringUp(std::size_t steps) {
     std::vector<const Command*> inits;
-    for (std::size_t i = 0; i < _next && !_stopped; ++i) {
+    for (std::size_t i = 0; i < steps; ++i) {
         for (const PlanLine& line : _plan.steps[i].lines) {
             if (line.command && line.command->endsProcess()) {
                 inits.clear();
@@ -170,6 +174,7 @@ void PlanRun::runStep(const Step& step) {
             break;
         case Mend::worker:
             _set.switchOn();
+            bringUp(stepsForTeardown());
             break;
         case Mend::nothing:
             break;
