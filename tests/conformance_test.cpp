@@ -67,10 +67,9 @@ TEST_F(ConformanceTest, TheVirtualSetKeepsAllRulesThatAreCheckedUnasked) {
 
 TEST_F(ConformanceTest, EveryRuleHasAMisbehaviour) {
     std::vector<std::string> rules;
-    for (const nlohmann::json& rule :
-         objectsOf(fapi({"conformance", "--json", "--list", "--danger", "store", "--danger", "reboot", "--danger",
-                         "pads", "--danger", "person"})
-                       .strOutput)) {
+    for (const nlohmann::json& rule : objectsOf(fapi({"conformance", "--json", "--list", "--danger", "store",
+                                                      "--danger", "reboot", "--danger", "pads", "--danger", "person"})
+                                                    .strOutput)) {
         rules.push_back(rule["rule"]);
     }
     std::vector<std::string> planted;
@@ -121,7 +120,8 @@ restore
 
 // The virtual set forgets a register with its power; what is in a file stays.
 std::string fileRule(const std::string& strCheck) {
-    return "# a comment\nsetup\n    sys_init\nrule own.file\n    promise \"A file stays\" in page\n    breaks sys_write_file\n"
+    return "# a comment\nsetup\n    sys_init\nrule own.file\n    promise \"A file stays\" in page\n    breaks "
+           "sys_write_file\n"
            "    danger changes\nbefore\n    sys_write_file /data/own before\n    sys_read_file /data/own\n"
            "    keep data data\ncheck\n    sys_write_file /data/own changed\n" +
            strCheck + "restore\n    sys_write_file /data/own ${data}\n";
@@ -149,8 +149,8 @@ TEST_F(ConformanceTest, WhatAKilledCheckHasChangedIsPutBackAtTheNextStart) {
 }
 
 TEST_F(ConformanceTest, ADeadWorkerCostsOneRuleWhichIsPutBack) {
-    const std::string strRules =
-        writeFile("own.rules", fileRule("    set power-cycle\n    sys_read_file /data/own\n    expect status failed\n"));
+    const std::string strRules = writeFile(
+        "own.rules", fileRule("    set power-cycle\n    sys_read_file /data/own\n    expect status failed\n"));
     EXPECT_THAT(notPassed({strRules})["own.file"], HasSubstr("fail: "));
     EXPECT_EQ(readFile(set() + "/tree/data/own"), "before");
 }
@@ -170,8 +170,9 @@ TEST_F(ConformanceTest, FailuresMayBeExpectedAndAnUnexpectedPassIsAFailure) {
 }
 
 TEST_F(ConformanceTest, WhatCannotBeDoneIsNamed) {
-    const std::string strBad = writeFile("bad.rules", "# c\nrule own.bad\n    promise \"x\" in y\n    breaks sys_red_reg\n"
-                                                      "check\n    sys_init\n");
+    const std::string strBad = writeFile("bad.rules",
+                                         "# c\nrule own.bad\n    promise \"x\" in y\n    breaks sys_red_reg\n"
+                                         "check\n    sys_init\n");
     const test::Impossible rows[] = {
         {{"conformance", "sys.registr-reads-back"}, 2, "no such rule: sys.registr-reads-back, did you mean"},
         {{"conformance", "--danger", "mischief"}, 2, "danger is mischief, expected one of reads, changes"},

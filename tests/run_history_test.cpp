@@ -5,6 +5,7 @@
 #include <numeric>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -196,9 +197,10 @@ TEST_F(RunHistory, RunsAtTheSameTime) {
 
 TEST_F(RunHistory, RepeatsUntilAFailure) {
     // Passes once for each set.
-    const std::string strPlan = writeFile("once.plan",
-                                          "plan Once\nstep quick\nsys_init\nstep once\nsys_check_file /data/was\n"
-                                          "expect status failed\nexpect no event 1 within 400ms\nset put /data/was x\n");
+    const std::string strPlan =
+        writeFile("once.plan",
+                  "plan Once\nstep quick\nsys_init\nstep once\nsys_check_file /data/was\n"
+                  "expect status failed\nexpect no event 1 within 400ms\nset put /data/was x\n");
     const test::ProcessResult stopped = run(strPlan, {"--repeat", "forever", "--until-failure"});
     EXPECT_EQ(stopped.s32Exit, 1);
     EXPECT_THAT(stopped.strOutput, HasSubstr("plan \"Once\": 2 runs, 1 passed, 1 failed; "));
@@ -238,7 +240,6 @@ step wait
     sys_get_emmc_env_var model
     sys_read_file /data/was
     expect data is ${was}
-    set put /data/ready x
     set get /data/go
 step after
     sys_get_emmc_env_var model
@@ -255,11 +256,16 @@ step clean
         EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
         EXPECT_EQ(mkfifo((set() + "/tree/data/go").c_str(), 0600), 0);
         words.insert(words.begin(), {"--set", set(), "run", "--report", reports(), _strPlan});
+        int s32Pipe = -1;
         const test::ProcessResult result = runBeside(words, [&](pid_t pid) {
-            waitFor(set() + "/tree/data/ready");
             waitForFirstStep();
+            // The pipe can be opened for writing only while it has a reader, which then waits for bytes.
+            const std::string strPipe = set() + "/tree/data/go";
+            EXPECT_TRUE(test::eventually(
+                [&] { return (s32Pipe = open(strPipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; }, 60s));
             EXPECT_EQ(kill(pid, s32Signal), 0);
         });
+        close(s32Pipe);
         std::filesystem::remove(set() + "/tree/data/go");
         std::ofstream(set() + "/tree/data/go") << "go";
         return result;

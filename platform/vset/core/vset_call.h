@@ -189,8 +189,8 @@ Result act(Body& body, Result failure) {
 }  // namespace detail
 
 // Runs `body`, the model of the middleware function `pszCall`, unless a fault answers in its place, and journals the
-// call with its result. What a misbehaviour answers is a fault's answer, too. errno is the body's or the fault's afterwards. `failure` is the result without a set, and after
-// an exception of the body.
+// call with its result. What a misbehaviour answers is a fault's answer, too. errno is the body's or the fault's
+// afterwards. `failure` is the result without a set, and after an exception of the body.
 template <class Body, class Result = decltype(std::declval<Body&>()())>
 Result call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFault = OnFault::skip,
             Result failure = detail::refusal<Result>()) {

@@ -234,10 +234,10 @@ void detail::MisbehavingCall::begin(const char* pszCall, const std::uint64_t* pA
     {
         const std::lock_guard<std::mutex> lock(misbehaviours.mutex);
         for (const Misbehaviour& st : misbehaviours.all) {
-            const bool bMeant = st.strCall == pszCall &&
-                                std::all_of(st.conditions.begin(), st.conditions.end(), [&](const Condition& condition) {
-                                    return holds(condition, pArguments, arguments);
-                                });
+            const bool bMeant = st.strCall == pszCall && std::all_of(st.conditions.begin(), st.conditions.end(),
+                                                                     [&](const Condition& condition) {
+                                                                         return holds(condition, pArguments, arguments);
+                                                                     });
             if (bMeant && ++st.u32Seen >= st.u32From && (st.u32Times == 0 || st.u32Seen - st.u32From < st.u32Times)) {
                 _pTaken = &st;
                 break;

@@ -132,8 +132,8 @@ std::map<std::string, std::string> readExpected(const std::string& file, const s
         if (words.empty()) {
             continue;
         }
-        const bool isKnown = std::any_of(rules.begin(), rules.end(),
-                                         [&](const Rule& rule) { return rule.name == words[0]; });
+        const bool isKnown =
+            std::any_of(rules.begin(), rules.end(), [&](const Rule& rule) { return rule.name == words[0]; });
         const std::string place = file + ":" + std::to_string(number) + ": ";
         if (words.size() != 2 || words[1].empty()) {
             throw UsageError(place + "expected a rule and the reason why it fails");

@@ -76,9 +76,9 @@ private:
     static long long seconds(const Words& words) {
         long long number = 0;
         if (!parseNumber(one(words), number) || number < 1 || number > kLongestSeconds) {
-            throw UsageError("limit is " + display(words[1], 40) + ", expected seconds from 1 to " +
-                                 std::to_string(kLongestSeconds),
-                             1);
+            throw UsageError(
+                "limit is " + display(words[1], 40) + ", expected seconds from 1 to " + std::to_string(kLongestSeconds),
+                1);
         }
         return number;
     }
@@ -161,8 +161,7 @@ private:
         try {
             read(splitWords(_lines[line]));
         } catch (const UsageError& error) {
-            rule.problems.push_back(
-                {static_cast<unsigned int>(line + 1), columnOf(_lines[line], error), error.what()});
+            rule.problems.push_back({static_cast<unsigned int>(line + 1), columnOf(_lines[line], error), error.what()});
         }
     }
 

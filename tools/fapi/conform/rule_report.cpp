@@ -106,8 +106,7 @@ void writeFamily(Html body, const ConformanceResult& result, const std::string& 
 std::string countsText(const ConformanceResult& result) {
     std::string text = std::to_string(result.rules.size()) + " rules: ";
     const char* separator = "";
-    for (const RuleVerdict verdict :
-         {RuleVerdict::pass, RuleVerdict::fail, RuleVerdict::skipped, RuleVerdict::error}) {
+    for (const RuleVerdict verdict : {RuleVerdict::pass, RuleVerdict::fail, RuleVerdict::skipped, RuleVerdict::error}) {
         text += separator + std::to_string(result.count(verdict)) + " " + verdictName(verdict);
         separator = ", ";
     }
@@ -117,8 +116,8 @@ std::string countsText(const ConformanceResult& result) {
 }  // namespace
 
 std::size_t ConformanceResult::count(RuleVerdict verdict) const {
-    return static_cast<std::size_t>(std::count_if(
-        rules.begin(), rules.end(), [&](const RuleResult& result) { return result.verdict == verdict; }));
+    return static_cast<std::size_t>(
+        std::count_if(rules.begin(), rules.end(), [&](const RuleResult& result) { return result.verdict == verdict; }));
 }
 
 std::size_t ConformanceResult::unexpectedFailures() const {
@@ -128,10 +127,10 @@ std::size_t ConformanceResult::unexpectedFailures() const {
 }
 
 Verdict ConformanceResult::verdict() const {
-    return isInterrupted                      ? Verdict::interrupted
-           : count(RuleVerdict::error) != 0   ? Verdict::error
-           : unexpectedFailures() != 0        ? Verdict::failed
-                                              : Verdict::passed;
+    return isInterrupted                    ? Verdict::interrupted
+           : count(RuleVerdict::error) != 0 ? Verdict::error
+           : unexpectedFailures() != 0      ? Verdict::failed
+                                            : Verdict::passed;
 }
 
 void printRule(const RuleResult& result, bool json) {
@@ -196,9 +195,8 @@ std::string junitOf(const ConformanceResult& result) {
     suite.append_attribute("tests") = result.rules.size();
     suite.append_attribute("failures") = result.unexpectedFailures();
     suite.append_attribute("errors") = result.count(RuleVerdict::error);
-    suite.append_attribute("skipped") =
-        result.rules.size() - result.count(RuleVerdict::pass) - result.count(RuleVerdict::error) -
-        result.unexpectedFailures();
+    suite.append_attribute("skipped") = result.rules.size() - result.count(RuleVerdict::pass) -
+                                        result.count(RuleVerdict::error) - result.unexpectedFailures();
     suite.append_attribute("time") = secondsOf(result.seconds).c_str();
     for (const RuleResult& rule : result.rules) {
         pugi::xml_node test = suite.append_child("testcase");

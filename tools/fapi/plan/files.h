@@ -9,8 +9,8 @@
 
 namespace tool {
 
-// Returns the folders that hold files of a kind: the one that the environment's variable names, and the one of that name
-// that came with the tool.
+// Returns the folders that hold files of a kind: the one that the environment's variable names, and the one of that
+// name that came with the tool.
 std::vector<std::string> sharedFolders(const char* variable, const char* name);
 
 // Returns the files of a folder with that extension, sorted; none for a folder that cannot be read.

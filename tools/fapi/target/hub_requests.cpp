@@ -181,8 +181,7 @@ void Hub::describe(HubClient& client, const Request& request) {
     if (!isUp()) {
         hold(client, request);
     } else if (_description) {
-        client.answer(R"({"jsonrpc":"2.0","id":)" + std::to_string(request.id) + R"(,"result":)" + _describeResult +
-                      "}\n");
+        answer(client, request, _description->field());
     } else {
         holdForDescription(client, request);
     }
@@ -241,13 +240,13 @@ void Hub::pass(HubClient& client, const Request& request) {
     }
 }
 
-bool Hub::needsClaim(const Request& request) const {
+bool Hub::needsClaim(const Request& request) {
     if (request.method == "call") {
         const Operation* operation = _description->operation(nameIn(request));
         return operation == nullptr || operation->danger != Danger::reads;
     }
     if (request.method == "act") {
-        const Action* action = _description->action(nameIn(request));
+        const Action* action = _description->all().action(nameIn(request));
         return action == nullptr || action->danger != Danger::reads;
     }
     return lookingMethods().count(request.method) == 0;

@@ -269,12 +269,13 @@ void Hub::receiveHello(const Envelope& answer) {
         _wire->close();
         return;
     }
+    const Field described = _hello["description"];
     _hello = parseJsonText(answer.text)["result"];
     _isGreeted = true;
     if (_hello["framing"] == Field(kCheckedName)) {
         _wire->use(Framing::checked);
     }
-    if (_description && _hello["description"] != Field(_description->hash)) {
+    if (_hello["description"] != described) {
         _description.reset();
     }
     const std::string session = _hello["session"].textOr("");
@@ -295,8 +296,8 @@ void Hub::needDescription() {
     if (_isDescribing) {
         return;
     }
-    if (const std::optional<Field> kept = keptDescription(_hello["description"].textOr(""))) {
-        useDescription(*kept);
+    if (std::optional<AgentDescription> kept = keptDescription(_hello["description"].textOr(""))) {
+        useDescription(std::move(*kept));
         return;
     }
     _isDescribing = true;
@@ -306,20 +307,26 @@ void Hub::needDescription() {
             refuseHeld(_heldForDescription, failureOf(answer));
             return;
         }
-        const Field described = parseJsonText(answer.text)["result"];
-        keepDescription(_hello["description"].textOr(""), described);
-        useDescription(described);
+        try {
+            const Field described = parseJsonText(answer.text)["result"];
+            keepDescription(_hello["description"].textOr(""), described);
+            useDescription(AgentDescription(described));
+        } catch (const MessageError& error) {
+            refuseHeld(_heldForDescription, {ErrorCode::internal, error.what(), {}});
+        }
     });
 }
 
-void Hub::useDescription(const Field& described) {
+void Hub::useDescription(AgentDescription described) {
     try {
-        _description = parseDescription(described);
-        _describeResult = toJsonText(described);
-        handleHeld(_heldForDescription);
+        // A client is refused that asks for what cannot be read, and not by each of its requests.
+        described.all();
     } catch (const MessageError& error) {
         refuseHeld(_heldForDescription, {ErrorCode::internal, error.what(), {}});
+        return;
     }
+    _description = std::move(described);
+    handleHeld(_heldForDescription);
 }
 
 // Answers all that was asked of an agent that is gone, and starts another when more was asked meanwhile.
