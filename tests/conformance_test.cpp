@@ -105,7 +105,7 @@ rule own.register
     promise "A register holds what was written" in "a page"
     breaks sys_write_reg
     danger changes
-    limit 1
+    limit 3
 before
     sys_read_reg 0x1012 0x40
     keep value value
@@ -129,7 +129,7 @@ std::string fileRule(const std::string& strCheck) {
 
 TEST_F(ConformanceTest, ARuleThatDoesNotEndFails) {
     EXPECT_THAT(notPassed({writeFile("own.rules", kRule)})["own.register"],
-                HasSubstr("fail: does not end within 1 s: line 16"));
+                HasSubstr("fail: does not end within 3 s: line 16"));
 }
 
 TEST_F(ConformanceTest, WhatAKilledCheckHasChangedIsPutBackAtTheNextStart) {
