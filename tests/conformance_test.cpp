@@ -169,15 +169,33 @@ TEST_F(ConformanceTest, FailuresMayBeExpectedAndAnUnexpectedPassIsAFailure) {
     EXPECT_THAT(readFile(strPage), HasSubstr("<title>FAIL: conformance</title>"));
 }
 
+// The virtual set's agent in the role of a board's.
+TEST_F(ConformanceTest, ABoardIsHeldToWhatItClaimsToHave) {
+    const std::string strAgent =
+        writeFile("agent", std::string("#!/bin/sh\n'") + std::getenv("FAPI_AGENT") +
+                               "' \"$@\" | sed -u 's/\"kind\":\"virtual\"/\"kind\":\"board\"/'\n");
+    std::filesystem::permissions(strAgent, std::filesystem::perms::owner_all);
+    const std::string strOwn = std::getenv("FAPI_AGENT");
+    setenv("FAPI_AGENT", strAgent.c_str(), 1);
+    EXPECT_THAT(notPassed({"pwm", "flash.handle-is-found-again"}),
+                ::testing::AllOf(::testing::SizeIs(6),
+                                 ::testing::Each(::testing::Pair(HasSubstr("pwm."),
+                                                                 "skipped: the board does not claim to have pwm"))));
+    EXPECT_THAT(notPassed({"pwm", "--has", "pwm"}), ::testing::IsEmpty());
+    setenv("FAPI_AGENT", strOwn.c_str(), 1);
+}
+
 TEST_F(ConformanceTest, WhatCannotBeDoneIsNamed) {
     const std::string strBad = writeFile("bad.rules",
                                          "# c\nrule own.bad\n    promise \"x\" in y\n    breaks sys_red_reg\n"
                                          "check\n    sys_init\n");
     const test::Impossible rows[] = {
-        {{"conformance", "sys.registr-reads-back"}, 2, "no such rule: sys.registr-reads-back, did you mean"},
-        {{"conformance", "--danger", "mischief"}, 2, "danger is mischief, expected one of reads, changes"},
+        {{"conformance", "sys.registr-reads-back"},
+         2,
+         "no such rule: \"sys.registr-reads-back\", did you mean sys.register-reads-back?"},
+        {{"conformance", "--danger", "mischief"}, 2, "danger is \"mischief\", expected one of reads, changes"},
         {{"conformance", strBad}, 2, "bad.rules:4:12: "},
-        {{"conformance", "--expected", writeFile("e", "none \"why\"\n")}, 2, "e:1: no such rule: none"},
+        {{"conformance", "--expected", writeFile("e", "none \"why\"\n")}, 2, "e:1: no such rule: \"none\""},
     };
     for (const test::Impossible& row : rows) {
         expectImpossible(row);
