@@ -103,7 +103,9 @@ int runAction(const GlobalOptions& options, const Words& words, const std::strin
     if (!command.action()->sessionOnly) {
         openSession(options.session);
     } else if (!joinRunning(options.session)) {
-        throw UsageError("set " + words[0] + ": acts on a running session only, and no program uses the set; use it in the shell or in a plan");
+        throw UsageError(
+            "set " + words[0] +
+            ": acts on a running session only, and no program uses the set; use it in the shell or in a plan");
     }
     const Outcome outcome = command.run().outcome;
     printOutcome(command, outcome, options.json);

@@ -104,7 +104,7 @@ private:
     void startWire();
     void askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then);
     void forward(HubClient& client, const Request& request);
-    void sendToAgent(long long id, const std::string& method, const Field& params);
+    void sendToAgent(Request request);
     void hold(HubClient& client, const Request& request);
     void holdForDescription(HubClient& client, const Request& request);
     void handleHeld(std::deque<Held>& held);

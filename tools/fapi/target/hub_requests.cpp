@@ -48,8 +48,9 @@ void Hub::take(HubClient& client, Line line) {
     }
     const std::optional<long long> id = idOf(line.object);
     try {
-        const Message message = parseMessage(std::move(line.object));
+        Message message = parseMessage(std::move(line.object));
         if (message.request) {
+            message.request->text = std::move(line.text);
             handle(client, *message.request);
         } else if (message.answer) {
             refuseLine(std::nullopt, ErrorCode::noRequest, "an answer, but nothing was asked");
@@ -235,6 +236,7 @@ void Hub::pass(HubClient& client, const Request& request) {
         Request look = request;
         if (look.params["prepare"].flagOr(false)) {
             look.params.set("prepare", false);
+            look.text.clear();
         }
         forward(client, look);
     }

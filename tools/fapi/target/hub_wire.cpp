@@ -50,14 +50,22 @@ void Hub::sendHello() {
 void Hub::askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then) {
     const long long id = ++_lastId;
     _open[id] = {0, 0, method, std::move(then), {}};
-    sendToAgent(id, method, params);
+    sendToAgent({id, method, params});
 }
 
 void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
     _open[id] = {client.id, request.id, request.method, nullptr, {}};
     try {
-        sendToAgent(id, request.method, request.params);
+        std::optional<std::string> text;
+        if (_wire->framing() == Framing::plain && !request.text.empty()) {
+            text = requestWithId(request.text, id);
+        }
+        if (text) {
+            _wire->sendText(std::move(*text));
+        } else {
+            sendToAgent({id, request.method, request.params});
+        }
     } catch (const MessageError&) {
         // With this id it is longer than a message may be.
         _open.erase(id);
@@ -66,12 +74,11 @@ void Hub::forward(HubClient& client, const Request& request) {
     ++client.open;
 }
 
-void Hub::sendToAgent(long long id, const std::string& method, const Field& params) {
-    Request request = {id, method, params, {}};
+void Hub::sendToAgent(Request request) {
     if (_wire->framing() == Framing::checked) {
         // Answers may come in another order than their requests.
         request.acknowledged = _open.begin()->first - 1;
-        _open[id].sent = request;
+        _open[request.id].sent = request;
     }
     _wire->send(toField(std::move(request)));
 }

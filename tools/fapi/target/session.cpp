@@ -143,18 +143,21 @@ Target& openSession(const SessionOptions& options) {
 
 bool joinRunning(const SessionOptions& options) {
     chooseSession(options);
-    TargetOptions target = targetOptions(options);
-    target.mayStart = false;
-    try {
-        g_target = Target::join(target);
-    } catch (const RequestError& error) {
-        if (error.code() != ErrorCode::unavailable) {
-            throw;
+    if (g_target == nullptr) {
+        TargetOptions target = targetOptions(options);
+        target.mayStart = false;
+        try {
+            g_target = Target::join(target);
+        } catch (const RequestError& error) {
+            if (error.code() != ErrorCode::unavailable) {
+                throw;
+            }
+            return false;
         }
-        return false;
     }
-    g_isOpen = true;
-    return true;
+    // A hub that was started to check the words has no other client.
+    g_isOpen = g_target->clients().size() > 1;
+    return g_isOpen;
 }
 
 Target& session() {
