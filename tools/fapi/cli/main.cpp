@@ -19,6 +19,7 @@
 #include "cli/set.h"
 #include "cli/station.h"
 #include "cli/word_completion.h"
+#include "conform/conformance.h"
 #include "record/history.h"
 #include "run/runner.h"
 #include "shell/help.h"
@@ -146,6 +147,7 @@ public:
         addScreen();
         addRun();
         addCheck();
+        addConformance();
         addHistory();
         addClean();
         addSharing();
@@ -489,6 +491,35 @@ private:
         });
     }
 
+    void addConformance() {
+        CLI::App* command = addCommand("conformance", "Check what the set promises, rule by rule");
+        if (command == nullptr) {
+            return;
+        }
+        command->add_option("RULE", _conformance.rules, "Names, families, patterns such as \"gpio.*\", or files");
+        const auto addWords = [&](const char* name, std::vector<std::string>& words, const char* type,
+                                  const char* help) {
+            command->add_option(name, words, help)->type_name(type)->allow_extra_args(false);
+        };
+        addWords("--danger", _conformance.dangers, "CLASS",
+                 "Also rules of this class: store, reboot, pads, person; may be given again");
+        addWords("--has", _conformance.has, "THING", "What the board claims to have; may be given again");
+        const auto addFile = [&](const char* name, std::string& file, const char* help) {
+            command->add_option(name, file, help)->type_name("FILE")->check(notEmpty());
+        };
+        addFile("--expected", _conformance.expected, "Rules that are expected to fail, each with its reason");
+        addFile("--junit", _conformance.junit, "Write JUnit XML to this file, too");
+        addFile("--page", _conformance.page, "Write a page (HTML) to this file, too");
+        command->add_flag("--list", _conformance.isList, "Only list the rules");
+        command->callback([this] {
+            _action = [this] {
+                _conformance.session = _options.session;
+                _conformance.json = _options.json;
+                return runConformance(_conformance);
+            };
+        });
+    }
+
     CLI::Option* addFaults(CLI::App* command) {
         return command->add_option("--faults", _run.faults, "File of faults that the run is to meet")
             ->type_name("FILE")
@@ -614,6 +645,7 @@ private:
     WatchOptions _watch;
     ScreenOptions _screen;
     RunOptions _run;
+    ConformanceOptions _conformance;
     HistoryOptions _history;
     CleanOptions _clean;
     StationOptions _station;

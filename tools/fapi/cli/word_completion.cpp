@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "base/env_image.h"
+#include "conform/conformance.h"
 #include "plan/files.h"
 #include "record/history.h"
 #include "report/report.h"
@@ -193,6 +194,14 @@ std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
         std::vector<std::string> names = planNames();
         names.insert(names.begin(), kAnyFile);
         return names;
+    }
+    if (name == "RULE") {
+        std::vector<std::string> names = ruleNames();
+        names.insert(names.begin(), kAnyFile);
+        return names;
+    }
+    if (name == "CLASS") {
+        return {"changes", "pads", "person", "reads", "reboot", "store"};
     }
     if (name == "FILE") {
         return {kAnyFile};

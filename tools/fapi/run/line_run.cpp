@@ -172,7 +172,9 @@ void LineRun::takeData() {
 void LineRun::finish() {
     _set.catchUp();
     const std::vector<RefusedCall> refusals = _set.calls().takeRefusals();
-    worsen(_set.calls().judgeRefusals(refusals), _line.line);
+    if (_context.judgesRefusals) {
+        worsen(_set.calls().judgeRefusals(refusals), _line.line);
+    }
     if (!hasReport() || _told.is_null()) {
         return;
     }

@@ -52,8 +52,12 @@ void printRefusals(const StepResult& result) {
 
 }  // namespace
 
-Progress::Progress(const Plan& plan, bool json) : _plan(plan), _json(json), _terminal(!json && isTerminal()) {
-    if (!_json) {
+Progress::Progress(const Plan& plan, Shows shows)
+    : _plan(plan),
+      _quiet(shows == Shows::nothing),
+      _json(shows == Shows::json),
+      _terminal(shows == Shows::lines && isTerminal()) {
+    if (shows == Shows::lines) {
         printLine(printable(plan.name) + faultsText(plan));
     }
 }
@@ -99,6 +103,9 @@ void Progress::refresh() const {
 
 void Progress::end(std::size_t step, const StepResult& result) {
     _attempt = 0;
+    if (_quiet) {
+        return;
+    }
     if (_json) {
         printLine(jsonLine({{"step", _plan.steps[step].name},
                             {"verdict", verdictName(result.verdict())},

@@ -10,7 +10,8 @@ namespace tool {
 // Follows a run: a line that is rewritten while a step runs on a terminal, a plain line a step elsewhere.
 class Progress {
 public:
-    Progress(const Plan& plan, bool json);
+    enum class Shows { lines, json, nothing };
+    Progress(const Plan& plan, Shows shows);
     // The run begins with this step.
     void resume(std::size_t step) const;
     // How often refresh() wants to be called while nothing happens; negative: never.
@@ -27,6 +28,7 @@ private:
     std::string place(std::size_t step) const;
 
     const Plan& _plan;
+    const bool _quiet;
     const bool _json;
     const bool _terminal;
     std::size_t _step = 0;

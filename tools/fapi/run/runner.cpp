@@ -287,7 +287,7 @@ private:
     int run(std::size_t index, const SessionOptions& session, std::optional<FreshSet>& fresh, ReportFiles* report,
             UnfinishedRun* unfinished) {
         const Plan& plan = _plans[index];
-        Progress progress(plan, _options.json);
+        Progress progress(plan, _options.json ? Progress::Shows::json : Progress::Shows::lines);
         PlanRun run(plan, session, _options.isShared, report != nullptr ? report->stem() : "", progress, _interrupts,
                     unfinished);
         if (_options.resume) {
