@@ -52,8 +52,8 @@ Yield yieldOf(Database& database, const RunCondition& condition, const char* bef
 
 std::vector<StepTime> stepTimes(Database& database, const RunCondition& condition) {
     Statement statement(database,
-                        "select step.name, count(*), avg(step.seconds), min(step.seconds), max(step.seconds) from step "
-                        "join run on run.id = step.run where step.verdict <> 'not run' and " +
+                        "select step.name, count(*), avg(step.seconds), min(step.seconds), max(step.seconds) from run "
+                        "cross join step where step.run = run.id and step.verdict <> 'not run' and " +
                             condition.text + " group by step.name order by 3 desc, 1");
     for (const Parameter& parameter : condition.parameters) {
         statement.use(parameter);
@@ -72,11 +72,11 @@ std::vector<StepTime> stepTimes(Database& database, const RunCondition& conditio
     return rows;
 }
 
-// Only final attempts of judged runs.
+// Only final attempts of judged runs. These are found first: "cross join" has SQLite keep to the order.
 std::vector<Series> seriesOf(Database& database, const RunCondition& condition, const std::string& measurement) {
     Statement statement(database,
-                        "select m.name, m.unit, m.low, m.high, m.value from measurement m join run on run.id = m.run "
-                        "where m.final = 1 and m.value is not null and run.verdict" +
+                        "select m.name, m.unit, m.low, m.high, m.value from run cross join measurement m "
+                        "where m.run = run.id and m.final = 1 and m.value is not null and run.verdict" +
                             std::string(kJudged) + " and " + condition.text +
                             (measurement.empty() ? "" : " and m.name = :name") +
                             " order by m.name, m.unit, m.low, m.high, m.at, m.run");
