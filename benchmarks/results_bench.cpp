@@ -78,9 +78,11 @@ std::unique_ptr<tool::Database> storeOf(long long runs) {
     const bool isThere = fs::exists(name);
     tool::ResultsStore store(name);
     if (!isThere) {
-        store.database().execute(
-            "insert into station values ('Line 1', 'bench'); insert into plan values ('1', 'Line', 'line.plan'); "
-            "pragma synchronous = off");
+        for (const char* statement :
+             {"insert into station values ('Line 1', 'bench')", "insert into plan values ('1', 'Line', 'line.plan')",
+              "pragma synchronous = off"}) {
+            store.database().execute(statement);
+        }
         const std::string counter = "with recursive n(i) as (select 0 union all select i + 1 from n where i + 1 < " +
                                     std::to_string(runs) + ") ";
         const char* const statements[] = {

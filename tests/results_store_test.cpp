@@ -43,7 +43,19 @@ ssize_t pwriteOrNot(int file, const void* bytes, size_t size, off_t offset) {
         return pwrite(file, bytes, size, offset);
     }
     if (_kills) {
-        static_cast<void>(pwrite(file, bytes, size / 2, offset));
+        static_cast<void>(!pwrite(file, bytes, size / 2, offset));
+        raise(SIGKILL);
+    }
+    errno = ENOSPC;
+    return -1;
+}
+
+ssize_t writeOrNot(int file, const void* bytes, size_t size) {
+    if (!isOver()) {
+        return write(file, bytes, size);
+    }
+    if (_kills) {
+        static_cast<void>(!write(file, bytes, size / 2));
         raise(SIGKILL);
     }
     errno = ENOSPC;
@@ -77,6 +89,7 @@ void interfereAfter(int calls, bool kills) {
     sqlite3_vfs* files = sqlite3_vfs_find(nullptr);
     ASSERT_EQ(files->xSetSystemCall(files, "pwrite", pointerOf(pwriteOrNot)), SQLITE_OK);
     ASSERT_EQ(files->xSetSystemCall(files, "pwrite64", pointerOf(pwriteOrNot)), SQLITE_OK);
+    ASSERT_EQ(files->xSetSystemCall(files, "write", pointerOf(writeOrNot)), SQLITE_OK);
     ASSERT_EQ(files->xSetSystemCall(files, "ftruncate", pointerOf(truncateOrNot)), SQLITE_OK);
     ASSERT_EQ(files->xSetSystemCall(files, "unlink", pointerOf(unlinkOrNot)), SQLITE_OK);
     _kills = kills;

@@ -104,10 +104,17 @@ void Feed::sendRuns(const std::vector<WholeRun>& runs) {
         _server.emplace(_address);
     }
     Transaction transaction(_server->database);
+    RunParts all;
+    const auto append = [](auto& to, const auto& from) { to.insert(to.end(), from.begin(), from.end()); };
     for (const WholeRun& run : runs) {
         _server->insert.insert(run.run);
-        _server->insert.insert(run.parts);
+        append(all.steps, run.parts.steps);
+        append(all.attempts, run.parts.attempts);
+        append(all.measurements, run.parts.measurements);
+        append(all.attachments, run.parts.attachments);
+        append(all.events, run.parts.events);
     }
+    _server->insert.insert(all);
     transaction.commit();
 }
 

@@ -148,7 +148,6 @@ void checkServerAddress(const std::string& address) {
 Database::Database(const std::string& address, Access access) try
     : _isServer(isServerAddress(address)), _name(nameOf(address)), _session(connectionTo(address, access)) {
     if (!_isServer) {
-        execute("pragma journal_mode = wal");
         execute("pragma synchronous = full");
         execute("pragma foreign_keys = on");
     }
@@ -328,6 +327,16 @@ std::string storedText(const std::string& text) {
         valid.replace(at, 1, "\\x00");
     }
     return valid;
+}
+
+std::string insertText(const std::string& table, const std::vector<std::string>& columns, std::size_t rows) {
+    std::string text = "insert into " + table + " (" + joined(columns, ", ") + ") values ";
+    for (std::size_t row = 0; row < rows; ++row) {
+        // The same name would be the same parameter.
+        const std::string prefix = ":r" + std::to_string(row) + "_";
+        text += (row == 0 ? "(" : ", (") + joined(columns, ", ", prefix.c_str()) + ")";
+    }
+    return text + " on conflict do nothing";
 }
 
 std::string joined(const std::vector<std::string>& words, const char* between, const char* before) {

@@ -3,6 +3,8 @@
 #ifndef FAPI_BENCH_RECORD_DATABASE_H
 #define FAPI_BENCH_RECORD_DATABASE_H
 
+#include <algorithm>
+#include <array>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -152,24 +154,44 @@ std::vector<std::string> columnsOfRow() {
 
 std::string joined(const std::vector<std::string>& words, const char* between, const char* before = "");
 
-// Adds rows; one that is there already stays as it is.
+// The words of an insert of so many rows.
+std::string insertText(const std::string& table, const std::vector<std::string>& columns, std::size_t rows);
+
+// Adds rows, several with each statement: a server takes longer to answer than to store. A row that is there already
+// stays as it is.
 template <class Row>
 class Inserter {
 public:
     explicit Inserter(Database& database)
-        : _statement(database, "insert into " + std::string(Row::kTable) + " (" + joined(columnsOfRow<Row>(), ", ") +
-                                   ") values (" + joined(columnsOfRow<Row>(), ", ", ":") + ") on conflict do nothing") {
-        auto column = [this](const char*, const auto& field) { _statement.use(field); };
-        Row::visit(column, _row);
+        : _many(database, insertText(Row::kTable, columnsOfRow<Row>(), kTogether)),
+          _one(database, insertText(Row::kTable, columnsOfRow<Row>(), 1)) {
+        for (const Row& row : _rows) {
+            auto column = [this](const char*, const auto& field) { _many.use(field); };
+            Row::visit(column, row);
+        }
+        auto column = [this](const char*, const auto& field) { _one.use(field); };
+        Row::visit(column, _rows.front());
     }
     void insert(const Row& row) {
-        _row = row;
-        _statement.run();
+        _rows.front() = row;
+        _one.run();
+    }
+    void insert(const std::vector<Row>& rows) {
+        std::size_t next = 0;
+        for (; next + kTogether <= rows.size(); next += kTogether) {
+            std::copy_n(rows.begin() + static_cast<std::ptrdiff_t>(next), kTogether, _rows.begin());
+            _many.run();
+        }
+        for (; next < rows.size(); ++next) {
+            insert(rows[next]);
+        }
     }
 
 private:
-    Row _row;
-    Statement _statement;
+    static constexpr std::size_t kTogether = 20;
+
+    std::array<Row, kTogether> _rows;
+    Statement _many, _one;
 };
 
 // Reads rows; `rest` is what follows the table's name, with its parameters.

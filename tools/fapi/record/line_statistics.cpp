@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 namespace tool {
 
@@ -201,8 +200,12 @@ Spread spreadOf(const Series& series) {
         return spread;
     }
     const auto count = static_cast<double>(values.size());
-    // In two passes: the sum of squares of great numbers that hardly differ would say nothing.
-    spread.mean = std::accumulate(values.begin(), values.end(), 0.0) / count;
+    // By differences: sums of great numbers that hardly differ would say nothing.
+    double differences = 0;
+    for (const double value : values) {
+        differences += value - values.front();
+    }
+    spread.mean = values.front() + differences / count;
     const auto [least, most] = std::minmax_element(values.begin(), values.end());
     spread.least = *least;
     spread.most = *most;

@@ -102,13 +102,11 @@ void RunInserter::insert(const RunRecord& run) {
 }
 
 void RunInserter::insert(const RunParts& parts) {
-    RunParts::visitLists(
-        [this](const auto& rows) {
-            for (const auto& row : rows) {
-                insertRow(row);
-            }
-        },
-        parts);
+    _step.insert(parts.steps);
+    _attempt.insert(parts.attempts);
+    _measurement.insert(parts.measurements);
+    _attachment.insert(parts.attachments);
+    _event.insert(parts.events);
 }
 
 RunParts readParts(Database& database, const std::string& run) {

@@ -26,12 +26,6 @@ public:
     void insert(const RunParts& parts);
 
 private:
-    void insertRow(const StepRecord& row) { _step.insert(row); }
-    void insertRow(const AttemptRecord& row) { _attempt.insert(row); }
-    void insertRow(const MeasurementRecord& row) { _measurement.insert(row); }
-    void insertRow(const AttachmentRecord& row) { _attachment.insert(row); }
-    void insertRow(const EventRecord& row) { _event.insert(row); }
-
     Inserter<StationRecord> _station;
     Inserter<UnitRecord> _unit;
     Inserter<PlanRecord> _plan;

@@ -222,16 +222,6 @@ struct RunParts {
     std::vector<AttachmentRecord> attachments;
     std::vector<EventRecord> events;
     bool replaces = false;  // its steps were stored before, and have changed
-
-    // Hands every list to the visitor.
-    template <class Visitor, class Parts>
-    static void visitLists(Visitor&& visitor, Parts& parts) {
-        visitor(parts.steps);
-        visitor(parts.attempts);
-        visitor(parts.measurements);
-        visitor(parts.attachments);
-        visitor(parts.events);
-    }
 };
 
 struct WholeRun {

@@ -154,10 +154,22 @@ void copyFile(Database& database, long long version) {
     syncFolderOf(copy);
 }
 
+// Readers and the writer then do not wait for each other. The file remembers it.
+void useWriteAheadLog(Database& database) {
+    try {
+        database.execute("pragma journal_mode = wal");
+    } catch (const ResultsError&) {
+        // Another program that has the file open at this moment does the same.
+    }
+}
+
 }  // namespace
 
 void migrate(Database& database) {
     const long long found = versionOf(database);
+    if (!database.isServer() && found == 0) {
+        useWriteAheadLog(database);
+    }
     if (found == kNewest) {
         return;
     }
