@@ -105,8 +105,7 @@ RunRecord findRun(Database& database, const std::string& word) {
                          "; name it by its id");
     }
     if (found.empty()) {
-        throw UsageError("there is no run " + display(word, 40) + " in " + database.name() +
-                         "; fapi history lists them");
+        throw UsageError("there is no run " + word + " in " + database.name() + "; fapi history lists them");
     }
     return found.front();
 }
