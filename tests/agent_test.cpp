@@ -14,6 +14,7 @@ using test::AgentClient;
 using test::eventually;
 using test::patient;
 using ::testing::ElementsAre;
+using ::testing::Contains;
 using ::testing::HasSubstr;
 using tool::Answer;
 using tool::ErrorCode;
@@ -131,6 +132,13 @@ TEST_F(AgentTest, HelloComesFirstAndDescribesAnAgentWhoseSetIsOff) {
     EXPECT_EQ(description.hash, greeting["description"].text());
     EXPECT_NE(description.operation("sys_init"), nullptr);
     EXPECT_NE(description.action("key"), nullptr);
+    for (const tool::Action& action : description.actions) {
+        for (std::size_t at = action.prompt.find("${"); at != std::string::npos;
+             at = action.prompt.find("${", at + 1)) {
+            const std::string name = action.prompt.substr(at + 2, action.prompt.find('}', at) - at - 2);
+            EXPECT_THAT(action.arguments, Contains(testing::Field(&tool::Argument::name, name))) << action.name;
+        }
+    }
     EXPECT_FALSE(fs::exists(set()));
 }
 

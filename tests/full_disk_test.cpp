@@ -193,4 +193,26 @@ TEST_F(FullDisk, TheSetsOwnDiskIsAnErrorOfTheStation) {
     EXPECT_EQ(fapi({"-y", "call", "sys_set_emmc_env_var", "serial", "X"}).s32Exit, 0);
 }
 
+// A partition of the set is larger than the disk.
+TEST_F(FullDisk, WhatARepairHasMendedBeforeIsListed) {
+    const std::string strSet = disk() + "/set";
+    const auto tool = [&](Strings words) {
+        words.insert(words.begin(), {FAPI_BINARY, "--set", strSet, "--yes"});
+        return test::runProcess(words);
+    };
+    ASSERT_EQ(tool({"set", "create"}).s32Exit, 0);
+    fs::create_directory(strSet + "/partitions");
+    std::ofstream(strSet + "/partitions/misc.img") << "keys";
+    std::ofstream(strSet + "/env/nand.img") << "rubbish";
+    const test::ProcessResult result = tool({"set", "repair"});
+    EXPECT_EQ(result.s32Exit, 3);
+    EXPECT_THAT(result.strOutput, testing::StartsWith("env/nand.img: "));
+    EXPECT_THAT(result.strOutput, HasSubstr("what was damaged is in " + strSet + "/damaged-"));
+    EXPECT_THAT(result.strError, HasSubstr("No space left on device"));
+    // Who goes on all the same is told with what.
+    const test::ProcessResult damaged = tool({"--damaged", "call", "common_get_fapi_status"});
+    EXPECT_EQ(damaged.s32Exit, 0);
+    EXPECT_THAT(damaged.strError, HasSubstr("partitions/misc.img"));
+}
+
 }  // namespace

@@ -65,6 +65,8 @@ TEST(Fields, RefuseWhatIsNoMessage) {
         {"{\"a\":1}x", "no JSON at byte 8"},
         {"\"\xff\"", "no JSON"},
         {R"("\ud800")", "no JSON"},
+        {R"("\udc00")", "no JSON"},
+        {std::string("{}\0x", 4), "no JSON"},
         {"1e999", "no JSON"},
         {"NaN", "no JSON"},
         {"9223372036854775808", "64 bits"},

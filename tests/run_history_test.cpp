@@ -5,6 +5,7 @@
 #include <numeric>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -254,7 +255,6 @@ step wait
     sys_get_emmc_env_var model
     sys_read_file /data/was
     expect data is ${was}
-    set put /data/ready x
     set get /data/go
 step after
     sys_get_emmc_env_var model
@@ -271,11 +271,16 @@ step clean
         EXPECT_EQ(fapi({"set", "create"}).s32Exit, 0);
         EXPECT_EQ(mkfifo((set() + "/tree/data/go").c_str(), 0600), 0);
         words.insert(words.begin(), {"--set", set(), "run", "--report", reports(), _strPlan});
+        int s32Pipe = -1;
         const test::ProcessResult result = runBeside(words, [&](pid_t pid) {
-            waitFor(set() + "/tree/data/ready");
             waitForFirstStep();
+            // The pipe can be opened for writing only while it has a reader, which then waits for bytes.
+            const std::string strPipe = set() + "/tree/data/go";
+            EXPECT_TRUE(test::eventually(
+                [&] { return (s32Pipe = open(strPipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; }, 60s));
             EXPECT_EQ(kill(pid, s32Signal), 0);
         });
+        close(s32Pipe);
         std::filesystem::remove(set() + "/tree/data/go");
         std::ofstream(set() + "/tree/data/go") << "go";
         return result;

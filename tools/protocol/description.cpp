@@ -231,10 +231,14 @@ const Row* lookUp(const std::vector<Row>& rows, const NameIndex& index, std::str
 
 }  // namespace
 
-std::string Operation::shortName() const {
+std::string shortNameOf(std::string_view name) {
     // An underscore may be before it.
     const std::size_t at = name.find(kPrefix);
-    return at <= 1 ? name.substr(0, at) + name.substr(at + kPrefix.size()) : name;
+    return at <= 1 ? std::string(name.substr(0, at)).append(name.substr(at + kPrefix.size())) : std::string(name);
+}
+
+std::string Operation::shortName() const {
+    return shortNameOf(name);
 }
 
 void Description::makeIndex() {
@@ -266,6 +270,12 @@ Description parseDescription(const Field& field) {
     decode(field, description);
     description.makeIndex();
     return description;
+}
+
+Operation parseOperation(const Field& field) {
+    Operation operation;
+    decode(field, operation);
+    return operation;
 }
 
 std::string hashOf(const Description& description) {

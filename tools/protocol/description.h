@@ -107,6 +107,9 @@ struct Operation {
     std::string shortName() const;
 };
 
+// The full name without "a_vextvfapi_".
+std::string shortNameOf(std::string_view name);
+
 // What a person or a fixture does to a set.
 struct Action {
     std::string name;  // "put"
@@ -194,6 +197,8 @@ struct Description {
 Field toField(const Description& description);
 // Throws MessageError.
 Description parseDescription(const Field& field);
+// The same of one of its operations.
+Operation parseOperation(const Field& field);
 
 // SHA-256 of the description's JSON without its hash.
 std::string hashOf(const Description& description);

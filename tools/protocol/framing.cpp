@@ -78,8 +78,10 @@ Line objectLine(std::string_view text, bool parses) {
     }
     try {
         Field object = parseJsonText(text);
-        return object.isObject() ? Line{Line::Kind::message, std::move(object), {}}
-                                 : lineOf(Line::Kind::noMessage, text);
+        if (!object.isObject()) {
+            return lineOf(Line::Kind::noMessage, text);
+        }
+        return {Line::Kind::message, std::move(object), text.size() <= kLongestText ? std::string(text) : ""};
     } catch (const MessageError&) {
         return lineOf(Line::Kind::noMessage, text);
     }

@@ -42,7 +42,7 @@ struct Line {
     };
     Kind kind = Kind::console;
     Field object;      // of a message
-    std::string text;  // of all others, without the line's end; at most 4096 bytes
+    std::string text;  // without the line's end; at most 4096 bytes, and none of a message that is longer
 };
 
 // Cuts a byte stream into lines. Bytes may come in any pieces; memory is bounded by kLongestMessage.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // A field from JSON.
+#include <rapidjson/reader.h>
+#include <cstring>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "protocol/field.h"
 
@@ -50,45 +51,46 @@ private:
 // Makes the tree from what the parser of the JSON library finds. The names of its functions are that library's.
 class JsonReader {
 public:
-    // The bytes that were cut out of the text, in their order.
-    explicit JsonReader(const std::vector<std::string_view>& cut) : _cut(cut) {}
+    // The stream that is parsed, and the bytes that were cut out of it, in their order.
+    JsonReader(const rapidjson::StringStream& stream, const std::vector<std::string_view>& cut)
+        : _stream(stream), _cut(cut) {}
 
-    bool null() { return put({}); }
-    bool boolean(bool flag) { return put(flag); }
-    bool number_integer(long long number) { return put(number); }
-    bool number_unsigned(unsigned long long number) {
-        if (number > static_cast<unsigned long long>(std::numeric_limits<long long>::max())) {
+    bool Null() { return put({}); }
+    bool Bool(bool flag) { return put(flag); }
+    bool Int(int number) { return put(number); }
+    bool Uint(unsigned int number) { return put(number); }
+    bool Int64(std::int64_t number) { return put(static_cast<long long>(number)); }
+    bool Uint64(std::uint64_t number) {
+        if (number > static_cast<std::uint64_t>(std::numeric_limits<long long>::max())) {
             refuseNumber();
         }
-        return put(number);
+        return put(static_cast<long long>(number));
     }
-    bool number_float(double fraction, const std::string& text) {
-        // A whole number that fits nothing else.
-        if (text.find_first_of(".eE") == std::string::npos) {
+    bool Double(double fraction) {
+        // It may be a whole number that fits nothing else. The stream goes on when the number has been taken.
+        const char* end = _stream.src_ + std::strspn(_stream.src_, "-0123456789");
+        if (std::string_view(".eE").find(*end) == std::string_view::npos) {
             refuseNumber();
         }
         return put(fraction);
     }
-    bool string(std::string& text) { return put(std::move(text)); }
-    bool binary(nlohmann::json::binary_t&) { return false; }
-    bool start_object(std::size_t) { return open(false); }
-    bool start_array(std::size_t) { return open(true); }
-    bool key(std::string& name) {
-        _open.back().name = std::move(name);
+    bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }
+    bool String(const char* text, rapidjson::SizeType length, bool) { return put(textOf(text, length)); }
+    bool Key(const char* name, rapidjson::SizeType length, bool) {
+        _open.back().name = textOf(name, length);
         return true;
     }
-    bool end_object() {
+    bool StartObject() { return open(false); }
+    bool StartArray() { return open(true); }
+    bool EndObject(rapidjson::SizeType) {
         Field field = ofFields(std::move(_open.back().fields));
         _open.pop_back();
         return put(std::move(field));
     }
-    bool end_array() {
+    bool EndArray(rapidjson::SizeType) {
         Field field(std::move(_open.back().list));
         _open.pop_back();
         return put(std::move(field));
-    }
-    bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) {
-        throw MessageError("no JSON" + (_cut.empty() ? " at byte " + std::to_string(position) : ""));
     }
 
     Field take() { return std::move(_root); }
@@ -103,6 +105,17 @@ private:
     };
 
     [[noreturn]] static void refuseNumber() { throw MessageError("a whole number beyond 64 bits"); }
+
+    // The parser takes the second half of a pair alone for a character.
+    static std::string textOf(const char* text, std::size_t length) {
+        std::string result(text, length);
+        for (std::size_t at = result.find('\xED'); at < length; at = result.find('\xED', at + 1)) {
+            if (static_cast<unsigned char>(result[at + 1]) >= 0xA0) {
+                throw MessageError("no JSON: half a character");
+            }
+        }
+        return result;
+    }
 
     bool open(bool isList) {
         if (_open.size() == kDeepest) {
@@ -134,6 +147,7 @@ private:
         return isText ? Field::ofSet(std::string(bytes.begin(), bytes.end())) : Field(std::move(bytes));
     }
 
+    const rapidjson::StringStream& _stream;
     const std::vector<std::string_view>& _cut;
     std::size_t _taken = 0;
     std::vector<Open> _open;
@@ -141,10 +155,17 @@ private:
 };
 
 Field parseJsonText(std::string_view text) {
+    constexpr unsigned int kFlags = rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag;
     const ShortText shortText(text);
-    JsonReader reader(shortText.cut());
-    if (!nlohmann::json::sax_parse(shortText.text(), &reader)) {
-        throw MessageError("no JSON");
+    // The parser takes a zero byte for the end.
+    const std::size_t zero = shortText.text().find('\0');
+    rapidjson::StringStream stream(shortText.text().c_str());
+    JsonReader reader(stream, shortText.cut());
+    rapidjson::Reader parser;
+    const rapidjson::ParseResult result = parser.Parse<kFlags>(stream, reader);
+    if (result.IsError() || zero != std::string::npos) {
+        const std::size_t position = result.IsError() ? result.Offset() : zero;
+        throw MessageError("no JSON" + (shortText.cut().empty() ? " at byte " + std::to_string(position + 1) : ""));
     }
     return reader.take();
 }

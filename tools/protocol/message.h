@@ -66,6 +66,8 @@ struct Request {
     Field params;  // an object, or null
     // The highest id of an answer that the sender has read: it needs none of them once more.
     std::optional<long long> acknowledged = std::nullopt;
+    // The message as it came, while nothing of it is changed; empty when it is to be written anew.
+    std::string text = {};
 };
 
 struct Answer {

@@ -63,10 +63,12 @@ std::vector<ActionRow> keypadActions() {
         ActionRow("key", "Press a key of the keypad and let it go.",
                   {{"key", Kind::number, "the key, from the ladder's low end", 0, vset::sar::kKeys - 1}}, {},
                   [](Call& call) { vset::sar::press(call.number<unsigned int>(0)); })
+            .asking("Press key ${key} of the keypad and let it go.")
             .inSession(),
         ActionRow("key-code", "Press the key that has a code, and let it go.",
                   {{"code", Kind::number, "the key's code", 0, 0xFF}}, {},
                   [](Call& call) { vset::sar::pressCode(call.number<unsigned char>(0)); })
+            .asking("Press the key with the code ${code} and let it go.")
             .inSession(),
         ActionRow("keypad", "Show the keypad as the program has configured it.", {},
                   {{"keys", "a line each: number, threshold, code"},
@@ -82,6 +84,7 @@ std::vector<ActionRow> keypadActions() {
             "voltage", "Put an ADC channel to a voltage.",
             {channel(), {"value", Kind::number, "what the converter reads", 0, 0xFF}}, {},
             [](Call& call) { vset::sar::setVoltage(call.number<unsigned int>(0), call.number<unsigned char>(1)); })
+            .asking("Put ADC channel ${channel} to the voltage that reads as ${value}.")
             .inSession(),
         ActionRow("adc", "Show an ADC channel.", {channel()},
                   {{"value", "what the converter reads"},
@@ -129,6 +132,7 @@ std::vector<ActionRow> padActions() {
         ActionRow("drive", "Drive a pad from the board's side.",
                   {padNumber(), {"level", Kind::number, "the level", 0, 1}}, {},
                   [](Call& call) { vset::gpio::drive(call.number<unsigned int>(0), call.number<unsigned char>(1)); })
+            .asking("Drive pad ${pad} to level ${level}.")
             .inSession(),
         ActionRow("play-pad", "Give the next reads of a pad these levels, one after the other; the last one stays.",
                   {padNumber(), {"levels", Kind::bytes, "a byte each: hex:000100", 1, 65536}}, {},

@@ -108,9 +108,11 @@ std::vector<ActionRow> plugActions() {
               "locked"},
              {"system", Kind::choice, "the television system, 0 to 9", 0, kU32Max, systems, "none"}},
             {}, plug)
+            .asking("Plug a source of ${width} x ${height} into input ${type} ${index}.")
             .inSession(),
         ActionRow("unplug", "Take the source of an external input away.", {inputType(), inputIndex()}, {},
                   [](Call& call) { vset::extin::unplug(placeOf(call).type, placeOf(call).index); })
+            .asking("Take the source of input ${type} ${index} away.")
             .inSession(),
         ActionRow("input", "Show an external input.", {inputType(), inputIndex("0")},
                   {{"open", "1 when it is open in the middleware"},
@@ -215,9 +217,11 @@ std::vector<ActionRow> receptionActions() {
         ActionRow("tuner", "Show a tuner.", {slotNumber("0")}, tunerOutputs(), tuner).inSession(),
         ActionRow("lock-tuner", "Let a tuner receive a station; the set's player opens it unless somebody has it open.",
                   {slotNumber()}, {}, [](Call& call) { vset::tuner::lock(call.number<unsigned int>(0)); })
+            .asking("Give tuner ${slot} a station that it can receive.")
             .inSession(),
         ActionRow("unlock-tuner", "Take the station of a tuner away.", {slotNumber()}, {},
                   [](Call& call) { vset::tuner::unlock(call.number<unsigned int>(0)); })
+            .asking("Take the antenna of tuner ${slot} away.")
             .inSession(),
         ActionRow("ber", "Set the bit error rate of a tuner.",
                   {slotNumber(), {"value", Kind::number, "the rate", kI32Min, kI32Max}}, {},

@@ -226,6 +226,7 @@ std::vector<ActionRow> serialActions() {
             .inSession(),
         ActionRow("type", "Type bytes on a connector, as a terminal program would.",
                   {connector(), {"bytes", Kind::bytes, "what to type"}}, {}, type)
+            .asking("Type ${bytes} on the terminal at connector ${port}.")
             .inSession(),
         ActionRow("sent", "Show what the set has sent out of a connector.", {connector(), clear()},
                   {{"bytes", "at most the last 65,536 bytes", true}, {"text", "the same as a text"}}, sent)

@@ -49,7 +49,10 @@ bool isWhole(const Bytes& image) {
     if (std::all_of(image.begin(), image.end(), [](unsigned char byte) { return byte == 0xFF; })) {
         return true;
     }
-    const std::uint32_t sum = image[0] | image[1] << 8 | image[2] << 16 | static_cast<std::uint32_t>(image[3]) << 24;
+    std::uint32_t sum = 0;
+    for (unsigned i = 0; i < sizeof(sum); ++i) {
+        sum |= std::uint32_t{image[i]} << (8 * i);
+    }
     return sum == crc32({reinterpret_cast<const char*>(image.data()) + sizeof(sum), image.size() - sizeof(sum)});
 }
 

@@ -55,19 +55,14 @@ std::vector<SetRepair> repairsOf(const std::string& folder) {
     return repairs;
 }
 
-std::vector<std::string> mendSet(const std::string& folder, const std::string& keep,
-                                 const std::vector<SetRepair>& repairs) {
+std::string mendSet(const std::string& folder, const std::string& keep, const SetRepair& repair) {
     const vset::HostPaths hostPaths;
-    std::vector<std::string> kept;
-    for (const SetRepair& repair : repairs) {
-        const std::string damaged = folder + "/" + repair.file;
-        const bool isFile = fs::is_regular_file(damaged);
-        kept.push_back(isFile ? keep + "/" + repair.file : "");
-        if (isFile) {
-            keepFile(damaged, kept.back());
-        }
-        repair.mend();
+    const std::string damaged = folder + "/" + repair.file;
+    const std::string kept = fs::is_regular_file(damaged) ? keep + "/" + repair.file : "";
+    if (!kept.empty()) {
+        keepFile(damaged, kept);
     }
+    repair.mend();
     return kept;
 }
 

@@ -22,10 +22,9 @@ struct SetRepair {
 // whole image that was there before, if one is kept. Throws vset::SetError when it is no set.
 std::vector<SetRepair> repairsOf(const std::string& folder);
 
-// Does the repairs, one after the other. What is damaged is in the folder `keep` from before its mending on. Returns
-// the names of the damaged files there; an empty one where there was no file. Throws vset::SetError.
-std::vector<std::string> mendSet(const std::string& folder, const std::string& keep,
-                                 const std::vector<SetRepair>& repairs);
+// Does the repair. What is damaged is in the folder `keep` from before its mending on. Returns the name of the damaged
+// file there; an empty one when there was no file. Throws vset::SetError.
+std::string mendSet(const std::string& folder, const std::string& keep, const SetRepair& repair);
 
 }  // namespace tool
 

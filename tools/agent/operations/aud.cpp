@@ -376,7 +376,7 @@ std::vector<OperationRow> levelOperations() {
                      setByAddress<a_vextvfapi_aud_adv_set_speaker_delay, delayWords>)
             .example("aud_adv_set_speaker_delay 30"),
         OperationRow("a_vextvfapi_aud_adv_get_speaker_delay", "Tell the delay of the main path.", Result::status, {},
-                     {{"delay", "in ms"}}, getDelay)
+                     {{"delay", "how late the sound is", false, "ms"}}, getDelay)
             .example("aud_adv_get_speaker_delay"),
         OperationRow(
             "a_vextvfapi_aud_adv_set_volume", "Set the volume of a path.", Result::status,
@@ -384,7 +384,7 @@ std::vector<OperationRow> levelOperations() {
             {chip()}, setByAddress<a_vextvfapi_aud_adv_set_volume, volumeWords>)
             .example("aud_adv_set_volume 3 30"),
         OperationRow("a_vextvfapi_aud_adv_get_volume", "Tell the volume of a path.", Result::status, {path()},
-                     {{"volume", "in percent"}}, getVolume)
+                     {{"volume", "how loud it is", false, "%"}}, getVolume)
             .example("aud_adv_get_volume 3"),
         OperationRow("a_vextvfapi_aud_set_volume_table", "Load a volume table for one path, or for all.",
                      Result::status,

@@ -119,7 +119,7 @@ std::vector<OperationRow> registerOperations() {
                      })
             .example("sys_write_reg 0x1012 0x40 0xA5A5"),
         OperationRow("a_vextvfapi_sys_get_rtc_time", "Read the real-time clock.", Result::status, {},
-                     {{"seconds", "what it counts"}}, getRtcTime)
+                     {{"seconds", "what it counts", false, "s", Role::changing}}, getRtcTime)
             .example("sys_get_rtc_time"),
         OperationRow("a_vextvfapi_sys_update_panel", "Does nothing.", Result::status,
                      {unused("first"), unused("second"), unused("third")}, {},

@@ -53,7 +53,7 @@ long long getInput(Call& call) {
 }
 
 std::vector<OperationRow> windowOperations() {
-    const Output handle = {"handle", "the handle; 0: there is none"};
+    const Output handle = {"handle", "the handle; 0: there is none", false, "", Role::changing};
     return {
         OperationRow("a_vextvfapi_disp_init", "Bring up display output and driver layer.", Result::status, {}, {},
                      [](Call&) -> long long { return a_vextvfapi_disp_init(); })
@@ -76,7 +76,8 @@ std::vector<OperationRow> windowOperations() {
         OperationRow("_a_vextvfapi_disp_get_on_screen_input",
                      "Tell what is connected to the window of an open display handle.", Result::oneIsGood,
                      {{"handle", Kind::number, "the handle", kI32Min, kU32Max}},
-                     {{"video", "handle of the video path; 0: none"}, {"extin", "else of the external input; 0: none"}},
+                     {{"video", "handle of the video path; 0: none", false, "", Role::changing},
+                      {"extin", "else of the external input; 0: none", false, "", Role::changing}},
                      getInput)
             .example("_disp_get_on_screen_input 0x5A545F49", {"_disp_get_disp_handle"}),
     };

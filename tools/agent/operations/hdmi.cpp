@@ -138,7 +138,9 @@ std::vector<OperationRow> portOperations() {
             .example("_prphrl_set_hdmi_hpd 0x36545F49 0 1", {"_prphrl_get_hdmi_handle 0"}),
         OperationRow("_a_vextvfapi_prphrl_get_hdmi_handle",
                      "Look up or open an HDMI port's handle; one that it opened stays open.", Result::status,
-                     {port(kU8Max)}, {{"handle", "the handle"}, {"opened", "1 when it was opened by this call"}},
+                     {port(kU8Max)},
+                     {{"handle", "the handle", false, "", Role::changing},
+                      {"opened", "1 when it was opened by this call", false, "", Role::changing}},
                      getHandle)
             .example("_prphrl_get_hdmi_handle 0"),
     };

@@ -45,7 +45,7 @@ std::vector<Argument> gainsAndOffsets() {
 std::vector<Output> outputsOf(const std::vector<Argument>& arguments) {
     std::vector<Output> outputs;
     for (std::size_t i = 1; i < arguments.size(); ++i) {
-        outputs.push_back({arguments[i].name, arguments[i].help});
+        outputs.push_back({arguments[i].name, arguments[i].help, false, "", Role::measured});
     }
     return outputs;
 }
@@ -226,9 +226,9 @@ std::vector<OperationRow> screenOperations() {
                      {{"handle", Kind::number, "the handle", kI32Min, kU32Max}, asType()}, source, sourceOfHandle)
             .example("_inpsrc_get_src_by_extin_handle 0x36545F49", {"_inpsrc_get_vga_handle"}),
         OperationRow("a_vextvfapi_inpsrc_get_input_timing", "Tell the timing of the picture.", Result::status, {},
-                     {{"width", "pixels of a line"},
-                      {"height", "lines"},
-                      {"rate", "frames in 1000 s"},
+                     {{"width", "pixels of a line", false, "px"},
+                      {"height", "lines", false, "px"},
+                      {"rate", "frames in 1000 s", false, "mHz", Role::measured},
                       {"interlaced", "1 when it is interlaced"},
                       {"timing", "all that in words"}},
                      inputTiming)
@@ -331,7 +331,7 @@ std::vector<OperationRow> receptionOperations() {
             .example("inpsrc_get_demod_info"),
         OperationRow("a_vextvfapi_inpsrc_get_ber",
                      "Tell the bit error rate of the first locked tuner, with no external input on screen.",
-                     Result::status, {}, {{"ber", "the rate"}}, bitErrorRate)
+                     Result::status, {}, {{"ber", "the rate", false, "", Role::measured}}, bitErrorRate)
             .example("inpsrc_get_ber"),
     };
 }

@@ -177,7 +177,9 @@ std::vector<OperationRow> environmentOperations() {
             .example("_sys_set_env_var serial LM55-000815 emmc"),
         OperationRow("_a_vextvfapi_sys_get_flash_handle",
                      "Look up or open a flash handle; one that it opened stays open.", Result::status, {flashType()},
-                     {{"handle", "the handle"}, {"opened", "1 when it was opened by this call"}}, getFlashHandle)
+                     {{"handle", "the handle", false, "", Role::changing},
+                      {"opened", "1 when it was opened by this call", false, "", Role::changing}},
+                     getFlashHandle)
             .example("_sys_get_flash_handle emmc"),
     };
 }
@@ -278,7 +280,7 @@ std::vector<OperationRow> daemonAndChipOperations() {
             .example("sys_get_dataindex_path"),
         OperationRow("a_vextvfapi_sys_get_customer_hash", "Read the customer hash of the chip.", Result::status,
                      {{"size", Kind::number, "size of the buffer in bytes; below 16 is refused", 0, 65536, {}, "16"}},
-                     {{"hash", "the hash", true}}, getCustomerHash)
+                     {{"hash", "the hash", true, "", Role::secret}}, getCustomerHash)
             .example("sys_get_customer_hash"),
     };
 }

@@ -98,6 +98,7 @@ void Supervisor::takeLine(Line line) {
         if (!message.request) {
             throw MessageError("no request");
         }
+        message.request->text = std::move(line.text);
         takeRequest(std::move(*message.request));
     } catch (const MessageError& error) {
         send(failed(id, ErrorCode::noRequest, error.what()));
@@ -321,7 +322,8 @@ void Supervisor::dispatch(Lane& lane, Request request) {
         }
         lane.running = Running{bare, false, false, {}};
         const char mark[] = {kAnswerMarks[&lane == &_lanes[kCalls] ? kCalls : kLooks], ' ', '\0'};
-        _worker->send(mark + frame(toField(std::move(request)), Framing::plain));
+        std::string text = request.text.empty() ? toJsonText(toField(std::move(request))) : std::move(request.text);
+        _worker->send(mark + frameText(std::move(text), Framing::plain));
     } catch (const std::runtime_error& error) {
         lane.running.reset();
         const std::string text = std::string("no worker: ") + error.what();

@@ -130,7 +130,8 @@ void Supervisor::wait() {
 void Supervisor::readSignals() {
     signalfd_siginfo info = {};
     while (read(_signals, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
-        _isEnding = _isEnding || info.ssi_signo != static_cast<unsigned int>(SIGCHLD);
+        const bool isOfWorker = info.ssi_signo == static_cast<unsigned int>(SIGCHLD);
+        (isOfWorker ? _mayHaveEnded : _isEnding) = true;
     }
 }
 
@@ -313,7 +314,7 @@ void Supervisor::checkWorker() {
     if (_worker == nullptr) {
         return;
     }
-    if (const std::optional<WorkerEnd> end = _worker->reap()) {
+    if (const std::optional<WorkerEnd> end = std::exchange(_mayHaveEnded, false) ? _worker->reap() : std::nullopt) {
         finishWorker(*end);
     } else if (_worker->socket() < 0 && !_goneUntil) {
         // It is ending, or an operation has closed its socket: it hears nothing any more.

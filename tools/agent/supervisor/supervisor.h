@@ -106,7 +106,8 @@ private:
     Wire& _wire;
     const int _signals;
     const std::string _session;
-    bool _isEnding = false;  // the agent
+    bool _isEnding = false;      // the agent
+    bool _mayHaveEnded = false;  // the worker
 
     Field _identity;                // what the worker says of itself; null before the first one
     bool _isGreeted = false;        // hello has been answered

@@ -2,6 +2,7 @@
 // The agent's end of the wire.
 #include "supervisor/wire.h"
 
+#include <array>
 #include <cerrno>
 #include <utility>
 #include <vector>
@@ -32,11 +33,10 @@ Wire::~Wire() {
 }
 
 void Wire::read() {
+    static std::array<char, kRead> piece;
     _unread.erase(0, std::exchange(_unreadFrom, 0));
-    const std::size_t before = _unread.size();
-    _unread.resize(before + kRead);
-    const ssize_t size = ::read(_in, _unread.data() + before, kRead);
-    _unread.resize(before + static_cast<std::size_t>(size > 0 ? size : 0));
+    const ssize_t size = ::read(_in, piece.data(), piece.size());
+    _unread.append(piece.data(), static_cast<std::size_t>(size > 0 ? size : 0));
     _open = _open && (size > 0 || (size < 0 && (errno == EAGAIN || errno == EINTR)));
 }
 

@@ -3,8 +3,9 @@
 #include "worker/arguments.h"
 
 #include <algorithm>
+#include <optional>
 
-#include "protocol/color.h"
+#include "protocol/argument.h"
 
 namespace tool {
 
@@ -14,74 +15,38 @@ namespace {
     throw UsageError(argument.name + ": expected " + expected);
 }
 
-bool isIn(long long number, const Argument& argument) {
-    return number >= argument.min && number <= argument.max;
-}
-
-long long flagOf(const Argument& argument, const std::string& word) {
-    static constexpr std::pair<const char*, long long> kWords[] = {{"1", 1}, {"on", 1},  {"true", 1},  {"yes", 1},
-                                                                   {"0", 0}, {"off", 0}, {"false", 0}, {"no", 0}};
-    const auto found =
-        std::find_if(std::begin(kWords), std::end(kWords), [&](const auto& row) { return word == row.first; });
-    if (found == std::end(kWords)) {
-        refuse(argument, "true or false");
-    }
-    return found->second;
-}
-
-// A word for what is a number in the call.
-long long numberOf(const Argument& argument, const std::string& word) {
-    if (argument.kind == Kind::flag) {
-        return flagOf(argument, word);
-    }
-    for (const Choice& choice : argument.choices) {
-        if (word == choice.name) {
-            return choice.value;
-        }
-    }
-    if (argument.kind == Kind::color) {
-        const auto color = parseColor(word);
-        if (!color) {
-            refuse(argument, "a color");
-        }
-        return static_cast<long long>(*color);
-    }
-    long long number = 0;
-    if (!parseNumber(word, number)) {
-        refuse(argument, "a number");
-    }
-    return number;
-}
-
-long long checkedNumber(const Argument& argument, long long number) {
+std::string expectedNumber(const Argument& argument) {
     const std::string range = "a number from " + std::to_string(argument.min) + " to " + std::to_string(argument.max);
-    if (argument.kind == Kind::number && !isIn(number, argument)) {
-        refuse(argument, range);
+    switch (argument.kind) {
+        case Kind::flag:
+            return "true or false";
+        case Kind::color:
+            return "a color";
+        case Kind::choice:
+            return "one of its choices" + (argument.max != 0 ? ", or " + range : std::string());
+        default:
+            return range;
     }
-    if (argument.kind == Kind::flag && number != 0 && number != 1) {
-        refuse(argument, "true or false");
+}
+
+long long checkedNumber(const Argument& argument, const std::optional<long long>& number) {
+    if (!number || !takes(argument, *number)) {
+        refuse(argument, expectedNumber(argument));
     }
-    const bool isNamed = std::any_of(argument.choices.begin(), argument.choices.end(),
-                                     [number](const Choice& choice) { return choice.value == number; });
-    if (argument.kind == Kind::choice && !isNamed && !(argument.max != 0 && isIn(number, argument))) {
-        refuse(argument, "one of its choices" + (argument.max != 0 ? ", or " + range : std::string()));
-    }
-    return number;
+    return *number;
 }
 
 std::string checkedText(const Argument& argument, const std::string& text) {
-    if (text.find('\0') != std::string::npos) {
-        refuse(argument, "a text without a zero byte");
-    }
-    if (argument.max != 0 && text.size() > static_cast<std::size_t>(argument.max)) {
-        refuse(argument, "at most " + std::to_string(argument.max) + " characters");
+    if (!takes(argument, text)) {
+        refuse(argument, "a text without a zero byte" +
+                             (argument.max != 0 ? ", of at most " + std::to_string(argument.max) + " characters"
+                                                : std::string()));
     }
     return text;
 }
 
 Bytes checkedBytes(const Argument& argument, Bytes bytes) {
-    const auto size = static_cast<long long>(bytes.size());
-    if (size < argument.min || (argument.max != 0 && size > argument.max)) {
+    if (!takes(argument, bytes)) {
         refuse(argument, std::to_string(argument.min) + " to " + std::to_string(argument.max) + " bytes");
     }
     return bytes;
@@ -93,10 +58,9 @@ bool isNumeric(Kind kind) {
 
 Value valueOf(const Argument& argument, const Field& given) {
     if (isNumeric(argument.kind)) {
-        const long long number = given.isText()   ? numberOf(argument, given.text())
-                                 : given.isFlag() ? static_cast<long long>(given.flag())
-                                                  : given.number();
-        return checkedNumber(argument, number);
+        return checkedNumber(argument, given.isText()   ? numberFor(argument, given.text())
+                                       : given.isFlag() ? static_cast<long long>(given.flag())
+                                                        : given.number());
     }
     if (argument.kind == Kind::bytes) {
         return checkedBytes(argument, given.isText() ? Bytes(given.text().begin(), given.text().end()) : given.bytes());
@@ -110,7 +74,8 @@ Value defaultOf(const Argument& argument) {
     if (argument.kind == Kind::bytes) {
         return parseBytes(*argument.byDefault);
     }
-    return isNumeric(argument.kind) ? Value(numberOf(argument, *argument.byDefault)) : Value(*argument.byDefault);
+    return isNumeric(argument.kind) ? Value(checkedNumber(argument, numberFor(argument, *argument.byDefault)))
+                                    : Value(*argument.byDefault);
 }
 
 // The field for each argument; null for one that is left out.

@@ -37,8 +37,7 @@ MessageFailure currentFailure() {
     } catch (const UsageError& error) {
         return {ErrorCode::wrongParameters, error.what(), error.word() ? Field{{"word", *error.word()}} : Field()};
     } catch (const vset::SetError& error) {
-        const bool isStations = !vset::takeHostTroubles().empty();
-        return {isStations ? ErrorCode::stationFailed : ErrorCode::unavailable, error.what(), {}};
+        return {codeOfSetError(), error.what(), {}};
     } catch (const std::exception& error) {
         return {ErrorCode::internal, error.what(), {}};
     }

@@ -216,20 +216,28 @@ Reply repair(const Field&) {
     const vset::Hold hold(setFolder());
     const std::vector<SetRepair> repairs = repairsOf(setFolder());
     const std::string keep = newDamageFolder();
-    const std::vector<std::string> kept = mendSet(setFolder(), keep, repairs);
-    Field repaired = Field::List();
-    const Field fields = repairsField(repairs);
-    for (std::size_t i = 0; i < kept.size(); ++i) {
-        Field& row = repaired.add(fields.list()[i]);
-        if (!kept[i].empty()) {
-            row.set("kept", Field::ofSet(kept[i]));
+    Field repaired = repairsField(repairs);
+    Field::List done;
+    const auto answer = [&] {
+        Field fields = {{"repaired", done}};
+        if (fs::exists(keep)) {
+            fields.set("folder", Field::ofSet(keep));
         }
+        return fields;
+    };
+    try {
+        for (std::size_t i = 0; i < repairs.size(); ++i) {
+            const std::string kept = mendSet(setFolder(), keep, repairs[i]);
+            Field& row = done.emplace_back(repaired.list()[i]);
+            if (!kept.empty()) {
+                row.set("kept", Field::ofSet(kept));
+            }
+        }
+    } catch (const vset::SetError& error) {
+        // What was mended before stays so.
+        throw RequestError({codeOfSetError(), error.what(), answer()});
     }
-    Field answer = {{"repaired", std::move(repaired)}};
-    if (fs::exists(keep)) {
-        answer.set("folder", Field::ofSet(keep));
-    }
-    return answer;
+    return answer();
 }
 
 }  // namespace

@@ -55,11 +55,14 @@ void switchSetOn(bool damaged) {
     try {
         vset::attach(setFolder());
     } catch (const vset::SetError& error) {
-        const bool isStations = !vset::takeHostTroubles().empty();
-        throw RequestError(isStations ? ErrorCode::stationFailed : ErrorCode::unavailable, error.what());
+        throw RequestError(codeOfSetError(), error.what());
     }
     g_isOn = true;
     noteSwitchedOn(vset::bootCount());
+}
+
+ErrorCode codeOfSetError() {
+    return vset::takeHostTroubles().empty() ? ErrorCode::unavailable : ErrorCode::stationFailed;
 }
 
 bool isSetOn() {

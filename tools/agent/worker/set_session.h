@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "protocol/message.h"
+
 namespace tool {
 
 struct SetOptions {
@@ -18,6 +20,8 @@ std::string setFolder();
 
 // Switches the set on, unless it is. Throws RequestError.
 void switchSetOn(bool damaged = false);
+// Says whether a vset::SetError that was just caught is the trouble of this PC or the set's.
+ErrorCode codeOfSetError();
 bool isSetOn();
 
 }  // namespace tool

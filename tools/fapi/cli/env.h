@@ -38,8 +38,8 @@ const std::vector<EnvCommand>& envCommands();
 // Returns an exit code.
 int runEnvCommand(const EnvCommand& command, const GlobalOptions& options, const EnvOptions& wanted);
 
-// Adds `env` and its commands; a command line that names one of them sets `action`, which returns an exit code.
-void addEnvCommands(CLI::App& app, const GlobalOptions& options, std::function<int()>& action);
+// Adds the commands of `env`; a command line that names one of them sets `action`, which returns an exit code.
+void addEnvCommands(CLI::App& env, const GlobalOptions& options, std::function<int()>& action);
 
 }  // namespace tool
 

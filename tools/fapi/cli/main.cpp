@@ -104,6 +104,9 @@ CLI::Validator notEmpty() {
 class CommandLine {
 public:
     explicit CommandLine(char** arguments) : _arguments(arguments) {
+        // The commands are in part those of the set.
+        _options.session.folder = valueOf("--set");
+        chooseSession(_options.session);
         _app.footer(kFooter);
         _app.require_subcommand(1);
         _app.fallthrough();
@@ -120,11 +123,14 @@ public:
         addOperations();
         addSet();
         addPartition();
-        addEnvCommands(_app, _options, _action);
+        addEnv();
         addWatch();
         addScreen();
-        addPlans();
-        addResultsCommands(_app, _options, _action);
+        addRun();
+        addCheck();
+        addResults("history", "List the runs of plans, or look at one", addHistoryCommands);
+        addResults("stats", "Show yield, failing steps and how measurements spread", addStatsOptions);
+        addResults("results", "Look at the store of results", addStoreCommands);
         addClean();
         addSharing();
         addTexts();
@@ -265,8 +271,18 @@ private:
         });
     }
 
+    // Adds a command of the program; returns null when the command line does not name it: its options and commands are
+    // most of what a start takes, and no other line needs them.
+    CLI::App* addCommand(const char* name, const char* help) {
+        CLI::App* command = _app.add_subcommand(name, help);
+        return isNamed(name) ? command : nullptr;
+    }
+
     void addSet() {
-        CLI::App* set = _app.add_subcommand("set", "Make, look at and change the virtual set");
+        CLI::App* set = addCommand("set", "Make, look at and change the virtual set");
+        if (set == nullptr) {
+            return;
+        }
         set->require_subcommand(1);
         addSetAction(set, "create", "Make a new set", createSet);
         addSetAction(set, "reset", "Throw the set away and make it anew", resetSet);
@@ -275,10 +291,6 @@ private:
         addSetAction(set, "show", "Show folder, damage, partitions and boot environment", showSet);
         addServiceCommands(*set, _options, _action);
         addSetAction(set, "ports", "Show where terminal programs can be connected while the set is on", showPorts);
-        // A hundred commands are most of what a start takes, and no line without this word needs one.
-        if (!isNamed("set")) {
-            return;
-        }
         for (const Action& action : actions()) {
             const auto isAction = [&action](const CLI::App* command) { return command->get_name() == action.name; };
             if (!set->get_subcommands(isAction).empty()) {
@@ -287,7 +299,7 @@ private:
             }
             CLI::App* command = set->add_subcommand(action.name, action.help);
             if (action.sessionOnly) {
-                // Known, to say that it belongs elsewhere, but not offered.
+                // Not offered, for it acts only on a set that another program uses.
                 command->group("");
             }
             command->add_option("ARGUMENT", _words, "Its arguments:" + argumentsUsage(action.arguments));
@@ -303,6 +315,20 @@ private:
         }
     }
 
+    // What the command line has for the option; empty when it does not have it.
+    std::string valueOf(const std::string& option) const {
+        for (char** argument = _arguments + 1; *argument != nullptr && std::string_view(*argument) != "--";
+             ++argument) {
+            if (*argument == option && argument[1] != nullptr) {
+                return argument[1];
+            }
+            if (std::string_view(*argument).rfind(option + "=", 0) == 0) {
+                return *argument + option.size() + 1;
+            }
+        }
+        return "";
+    }
+
     // True when the word stands anywhere in the command line, in a longer one as well.
     bool isNamed(std::string_view word) const {
         char** argument = _arguments;
@@ -313,7 +339,10 @@ private:
     }
 
     void addPartition() {
-        CLI::App* partition = _app.add_subcommand("partition", "Read and write raw eMMC partitions");
+        CLI::App* partition = addCommand("partition", "Read and write raw eMMC partitions");
+        if (partition == nullptr) {
+            return;
+        }
         partition->require_subcommand(1);
         CLI::App* read = addTransfer(partition, "read", "Read a partition into a file", readPartition);
         read->add_option("--length", _partition.length, "How many bytes; all up to the partition's end when left out")
@@ -335,8 +364,18 @@ private:
         return command;
     }
 
+    void addEnv() {
+        CLI::App* env = addCommand("env", "Look at and change the set's boot environments");
+        if (env != nullptr) {
+            addEnvCommands(*env, _options, _action);
+        }
+    }
+
     void addWatch() {
-        CLI::App* watching = _app.add_subcommand("watch", "Show events as they come");
+        CLI::App* watching = addCommand("watch", "Show events as they come");
+        if (watching == nullptr) {
+            return;
+        }
         watching->add_option("--event", _watch.events, "Only events of this number; may be given again")
             ->type_name("N")
             ->allow_extra_args(false)
@@ -357,7 +396,10 @@ private:
     }
 
     void addScreen() {
-        CLI::App* command = _app.add_subcommand("screen", "Take a picture of what the set shows");
+        CLI::App* command = addCommand("screen", "Take a picture of what the set shows");
+        if (command == nullptr) {
+            return;
+        }
         command->add_option("FILE", _screen.file, "The PNG file; without one the picture is shown here")
             ->check(notEmpty());
         command->add_option("--what", _screen.what, "panel, window:N, surface:HANDLE, layer:N or capture")
@@ -369,8 +411,11 @@ private:
         command->callback([this] { _action = [this] { return screen(_options, _screen); }; });
     }
 
-    void addPlans() {
-        CLI::App* run = _app.add_subcommand("run", "Run factory-line plans");
+    void addRun() {
+        CLI::App* run = addCommand("run", "Run factory-line plans");
+        if (run == nullptr) {
+            return;
+        }
         run->add_option("PLAN", _words)->required();
         CLI::Option* fresh = run->add_flag("--fresh", _run.fresh, "Run on a new set, removed afterwards");
         run->add_option("--report", _run.report, "Folder for the reports")->type_name("DIR");
@@ -394,8 +439,13 @@ private:
                 return runPlans(_run);
             };
         });
+    }
 
-        CLI::App* check = _app.add_subcommand("check", "Check plans without running them");
+    void addCheck() {
+        CLI::App* check = addCommand("check", "Check plans without running them");
+        if (check == nullptr) {
+            return;
+        }
         CLI::Option* checked = check->add_option("PLAN", _words);
         CLI::Option* faults = addFaults(check);
         check->callback([this, checked, faults] {
@@ -410,6 +460,13 @@ private:
         return command->add_option("--faults", _run.faults, "File of faults that the run is to meet")
             ->type_name("FILE")
             ->check(notEmpty());
+    }
+
+    void addResults(const char* name, const char* help,
+                    void (*add)(CLI::App&, const GlobalOptions&, std::function<int()>&)) {
+        if (CLI::App* command = addCommand(name, help)) {
+            add(*command, _options, _action);
+        }
     }
 
     void addClean() {
@@ -530,6 +587,9 @@ int main(int argc, char** argv) {
             }
         }
         printError(error.what(), json);
+        if (error.code() == ErrorCode::canceled) {
+            return kExitInterrupted;
+        }
         // The operation has ended the library, or the set.
         return error.code() == ErrorCode::died ? kExitFailed : kExitSet;
     } catch (const std::exception& error) {

@@ -200,11 +200,17 @@ private:
     std::uint64_t _size = 0;
 };
 
+// Ctrl-C ends the waiting for the set.
+Target& openUntil(SessionOptions options, const Interrupts& interrupts) {
+    options.stop = interrupts.descriptor();
+    return openSession(options);
+}
+
 }  // namespace
 
 int readPartition(const GlobalOptions& options, const PartitionOptions& wanted) {
     Interrupts interrupts;
-    Target& target = openSession(options.session);
+    Target& target = openUntil(options.session, interrupts);
     const std::uint64_t length = fittingLength(target, wanted, wanted.length);
     TargetFile file(wanted.file);
     try {
@@ -227,7 +233,7 @@ int writePartition(const GlobalOptions& options, const PartitionOptions& wanted)
         return kExitInterrupted;
     }
     Interrupts interrupts;
-    Target& target = openSession(options.session);
+    Target& target = openUntil(options.session, interrupts);
     target.claim("writes partition " + wanted.partition);
     const std::uint64_t length = fittingLength(target, wanted, file.size());
     std::uint64_t written = 0;

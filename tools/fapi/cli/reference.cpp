@@ -60,7 +60,7 @@ std::string section(const Operation& operation) {
         text += argumentItem(argument);
     }
     for (const Output& output : operation.outputs) {
-        text += item("answers `" + output.name + "`: " + escaped(output.help) +
+        text += item("answers `" + output.name + "`: " + escaped(outputHelp(output)) +
                      (output.isBytes ? "; `--output` writes it to a file" : ""));
     }
     text += item(std::string("result: ") + resultText(operation.result));

@@ -119,36 +119,39 @@ std::unique_ptr<Database> ResultsOptions::open() const {
     return database;
 }
 
-void addResultsCommands(CLI::App& app, const GlobalOptions& options, std::function<int()>& action) {
+void addHistoryCommands(CLI::App& history, const GlobalOptions& options, std::function<int()>& action) {
     const auto wanted = std::make_shared<ResultsOptions>();
-    CLI::App* history = app.add_subcommand("history", "List the runs of plans, or look at one");
-    addStore(*history, *wanted);
-    addFilter(*history, wanted->filter);
-    addAction(history, options, action, wanted, listHistory);
-    CLI::App* show = history->add_subcommand("show", "Show the steps of a run");
+    addStore(history, *wanted);
+    addFilter(history, wanted->filter);
+    addAction(&history, options, action, wanted, listHistory);
+    CLI::App* show = history.add_subcommand("show", "Show the steps of a run");
     show->add_option("RUN", wanted->runs, "Its number, its id, or last")->required()->expected(1);
     addAction(show, options, action, wanted, showHistory);
-    CLI::App* compare = history->add_subcommand("compare", "Show what differs between two runs");
+    CLI::App* compare = history.add_subcommand("compare", "Show what differs between two runs");
     compare->add_option("RUN", wanted->runs, "Their numbers or ids, or last")->required()->expected(2);
     addAction(compare, options, action, wanted, compareHistory);
-    CLI::App* exports = history->add_subcommand("export", "Write runs for other programs");
+    CLI::App* exports = history.add_subcommand("export", "Write runs for other programs");
     exports
         ->add_option("FORMAT", wanted->format, "csv, a line a measurement; jsonl, a run a line; atml, IEEE 1636.1 XML")
         ->required();
     addAction(exports, options, action, wanted, exportHistory);
-    history->require_subcommand(0, 1);
+    history.require_subcommand(0, 1);
+}
 
-    CLI::App* stats = app.add_subcommand("stats", "Show yield, failing steps and how measurements spread");
-    addStore(*stats, *wanted);
-    addFilter(*stats, wanted->filter);
-    stats->add_option("--measurement", wanted->measurement, "This one alone, with histogram and control chart")
+void addStatsOptions(CLI::App& stats, const GlobalOptions& options, std::function<int()>& action) {
+    const auto wanted = std::make_shared<ResultsOptions>();
+    addStore(stats, *wanted);
+    addFilter(stats, wanted->filter);
+    stats.add_option("--measurement", wanted->measurement, "This one alone, with histogram and control chart")
         ->type_name("NAME");
-    stats->add_option("--format", wanted->format, "text, csv or html; text when left out")->type_name("FORMAT");
-    addAction(stats, options, action, wanted, printStatistics);
+    stats.add_option("--format", wanted->format, "text, csv or html; text when left out")->type_name("FORMAT");
+    addAction(&stats, options, action, wanted, printStatistics);
+}
 
-    CLI::App* results = app.add_subcommand("results", "Look at the store of results");
-    results->require_subcommand(1);
-    CLI::App* status = results->add_subcommand("status", "Show what waits for a server, and what it has refused");
+void addStoreCommands(CLI::App& results, const GlobalOptions& options, std::function<int()>& action) {
+    const auto wanted = std::make_shared<ResultsOptions>();
+    results.require_subcommand(1);
+    CLI::App* status = results.add_subcommand("status", "Show what waits for a server, and what it has refused");
     addStore(*status, *wanted);
     addAction(status, options, action, wanted, printResultsStatus);
 }

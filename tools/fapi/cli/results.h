@@ -30,8 +30,11 @@ struct ResultsOptions {
     std::unique_ptr<Database> open() const;
 };
 
-// Adds the three commands; a command line that names one of them sets `action`, which returns an exit code.
-void addResultsCommands(CLI::App& app, const GlobalOptions& options, std::function<int()>& action);
+// What belongs to `fapi history`, `fapi stats` and `fapi results`; a command line that names one of them sets `action`,
+// which returns an exit code.
+void addHistoryCommands(CLI::App& history, const GlobalOptions& options, std::function<int()>& action);
+void addStatsOptions(CLI::App& stats, const GlobalOptions& options, std::function<int()>& action);
+void addStoreCommands(CLI::App& results, const GlobalOptions& options, std::function<int()>& action);
 
 // Each returns an exit code. Those that name runs throw UsageError for one that is not there.
 int listHistory(const ResultsOptions& options);

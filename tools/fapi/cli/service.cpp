@@ -38,19 +38,6 @@ std::vector<std::string> textsOf(const Field& list) {
     return texts;
 }
 
-// What is damaged, each with its remedy. Throws RequestError when there is no set.
-Field::List damageOf(Target& target) {
-    return target.request("set.damage").at("damage").list();
-}
-
-void tellDamage(const Field::List& damage) {
-    for (const Field& row : damage) {
-        for (const std::string& line : textsOf(row.at("damage"))) {
-            printMessage(line);
-        }
-    }
-}
-
 void report(const GlobalOptions& options, const Field& contents, const std::string& folder, const std::string& file,
             const std::string& text) {
     const long long files = contents.at("files").number();
@@ -111,7 +98,9 @@ private:
 int backupSet(const GlobalOptions& options, const std::string& where) {
     const std::string folder = setFolder(options.session);
     Target& target = openSession(options.session);
-    tellDamage(damageOf(target));
+    if (!options.session.damaged) {
+        tellDamage(damageOf(target));
+    }
     const std::string name = fs::path(folder).filename().string() + "-" + dateName() + ".tar.gz";
     const std::string file = fs::absolute(fs::is_directory(where) ? fs::path(where) / name : fs::path(where)).string();
     const fs::path inside = fs::weakly_canonical(file).lexically_relative(folder);
@@ -180,6 +169,15 @@ void printRepaired(const GlobalOptions& options, const Field& row) {
                            : file + ": " + remedyOf(row));
 }
 
+void printRepairs(const GlobalOptions& options, const Field& done) {
+    for (const Field& row : done.at("repaired").list()) {
+        printRepaired(options, row);
+    }
+    if (done.has("folder") && !options.json) {
+        printLine("what was damaged is in " + done["folder"].text());
+    }
+}
+
 int repairSet(const GlobalOptions& options) {
     const std::string folder = setFolder(options.session);
     Target& target = openSession(options.session);
@@ -189,7 +187,9 @@ int repairSet(const GlobalOptions& options) {
     }
     requireSoleUse(target, "repairs the set");
     const Field::List damage = damageOf(target);
-    tellDamage(damage);
+    if (!options.session.damaged) {
+        tellDamage(damage);
+    }
     std::string what;
     for (const Field& row : damage) {
         what += (what.empty() ? "" : "; ") + ("puts into the place of " + row.at("file").text() + ": " + remedyOf(row));
@@ -197,12 +197,13 @@ int repairSet(const GlobalOptions& options) {
     if (!confirm(options, what)) {
         return kExitInterrupted;
     }
-    const Field answer = target.request("set.repair");
-    for (const Field& row : answer.at("repaired").list()) {
-        printRepaired(options, row);
-    }
-    if (answer.has("folder") && !options.json) {
-        printLine("what was damaged is in " + answer["folder"].text());
+    try {
+        printRepairs(options, target.request("set.repair"));
+    } catch (const RequestError& error) {
+        if (error.failure().data.has("repaired")) {
+            printRepairs(options, error.failure().data);
+        }
+        throw;
     }
     const Field::List left = damageOf(target);
     tellDamage(left);

@@ -40,15 +40,14 @@ void addOwnOptions(CLI::App& command, EnvOptions& wanted) {
 
 }  // namespace
 
-void addEnvCommands(CLI::App& app, const GlobalOptions& options, std::function<int()>& action) {
+void addEnvCommands(CLI::App& env, const GlobalOptions& options, std::function<int()>& action) {
     const auto wanted = std::make_shared<EnvOptions>();
-    CLI::App* env = app.add_subcommand("env", "Look at and change the set's boot environments");
-    env->require_subcommand(1);
-    env->add_option("--flash", wanted->flash, "emmc, nand or spi_nor; emmc when left out")
+    env.require_subcommand(1);
+    env.add_option("--flash", wanted->flash, "emmc, nand or spi_nor; emmc when left out")
         ->type_name("FLASH")
         ->check(flashType());
     for (const EnvCommand& command : envCommands()) {
-        CLI::App* added = env->add_subcommand(command.name, command.help);
+        CLI::App* added = env.add_subcommand(command.name, command.help);
         if (command.argument != nullptr) {
             CLI::Option* words = added->add_option(command.argument, wanted->words, command.argumentHelp);
             command.several ? words->required() : words->expected(0, 1);

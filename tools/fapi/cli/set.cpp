@@ -99,11 +99,14 @@ int runAction(const GlobalOptions& options, const Words& words, const std::strin
     Words line = {"set"};
     line.insert(line.end(), words.begin(), words.end());
     const Command command = Command::parse(line);
-    if (command.action()->sessionOnly) {
-        throw UsageError("set " + words[0] + ": acts on a running session only; use it in the shell or in a plan");
-    }
     checkOutput(command, output);
-    openSession(options.session);
+    if (!command.action()->sessionOnly) {
+        openSession(options.session);
+    } else if (!joinRunning(options.session)) {
+        throw UsageError(
+            "set " + words[0] +
+            ": acts on a running session only, and no program uses the set; use it in the shell or in a plan");
+    }
     const Outcome outcome = command.run().outcome;
     printOutcome(command, outcome, options.json);
     const bool written = writeOutput(command, outcome, output, options.json);

@@ -112,8 +112,8 @@ void PlanRun::run() {
 void PlanRun::open() {
     try {
         _set.open();
-    } catch (const RunInterrupted&) {
-        throw SetError(kInterrupted);
+    } catch (const SetTaken& loss) {
+        throw SetError(loss.how);
     } catch (const WorkerEnded& end) {
         throw SetError(end.how);
     }
@@ -155,6 +155,8 @@ void PlanRun::carryOut(Part&& part) {
     } catch (const WorkerEnded& end) {
         endStep({Verdict::died, atRunningLine(end.how)});
         _mend = Mend::worker;
+    } catch (const SetTaken& loss) {
+        takeLoss(loss);
     } catch (const SetLost& error) {
         takeTrouble(error, error.what());
     } catch (const RequestError& error) {
@@ -258,6 +260,15 @@ void PlanRun::takeTrouble(const RequestError& error, const std::string& text) {
     endStep({verdictOf(error), text});
     _mend = Mend::connection;
     _state = mayMend ? State::between : State::over;
+}
+
+// What a teardown would do is the other client's to decide.
+void PlanRun::takeLoss(const SetTaken& loss) {
+    if (!_hasBegun) {
+        throw SetError(loss.how);
+    }
+    endStep({Verdict::error, atRunningLine(loss.how)});
+    _state = State::over;
 }
 
 // Ends the step for what did not come from its lines. What comes between two steps is the next one's, or the last's.

@@ -22,7 +22,7 @@ public:
     // Before run(): goes on where that one ended.
     void resume();
 
-    // Throws SetError when the set is not available and nothing was called.
+    // Throws SetError when the set is not available and nothing was called, and RunInterrupted.
     void run();
 
     const PlanResult& result() const { return _result; }
@@ -46,6 +46,7 @@ private:
     void endAttempt(const Step& step, bool isLast);
     void takeInterrupt();
     void takeTrouble(const RequestError& error, const std::string& text);
+    void takeLoss(const SetTaken& loss);
     void endStep(const Judgement& judgement);
     void saveStep(std::size_t index);
     const PlanLine* runningLine() const;

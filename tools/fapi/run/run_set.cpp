@@ -72,6 +72,7 @@ RunSet::~RunSet() {
     if (!isSessionOpen()) {
         return;
     }
+    session().listen("claim", [](const Field&) {});
     try {
         // Other clients may stay.
         session().request("log-switch", {{"state", "set"}});
@@ -85,7 +86,8 @@ RunSet::~RunSet() {
 
 void RunSet::open() {
     closeSession();
-    Target& target = openSession(_options.session);
+    Target& target = join();
+    _lost.clear();
     _library = target.hello()["library"].textOr("");
     listen();
     guarded([&] {
@@ -105,11 +107,41 @@ void RunSet::open() {
     switchOn();
 }
 
+// Waits for the set until that is interrupted.
+Target& RunSet::join() {
+    SessionOptions options = _options.session;
+    options.stop = _interrupts.descriptor();
+    for (;;) {
+        try {
+            return openSession(options);
+        } catch (const RequestError& error) {
+            if (error.code() == ErrorCode::unavailable) {
+                // Which is no matter of the set.
+                throw RequestError(ErrorCode::ended, error.what());
+            }
+            if (error.code() != ErrorCode::canceled) {
+                throw;
+            }
+        }
+        _interrupts.take();
+        if (!_isTeardown || _interrupts.count() > 1) {
+            throw RunInterrupted();
+        }
+    }
+}
+
 void RunSet::listen() {
     Target& target = session();
     target.listen("event", [this](const Field& params) { _events.add(parseEvent(params)); });
     target.listen("journal", [this](const Field& params) { takeCalls(params); });
     target.listen("worker", [this](const Field& params) { takeEnd(params); });
+    target.listen("claim", [this](const Field& params) { takeClaim(params); });
+    target.listen("wire", [this](const Field& params) {
+        if (params["state"].textOr("") == "ended") {
+            // The hub starts another agent for the next request, which has nothing of what was called before.
+            _lost = params["reason"].textOr("");
+        }
+    });
     target.listen("log", [this](const Field& params) {
         const std::string line = std::get<std::string>(params.at("text").value());
         if (_options.keepsLog) {
@@ -159,6 +191,14 @@ void RunSet::takeEnd(const Field& params) {
     }
 }
 
+// Whatever is waited for: what the set answers is the other client's.
+void RunSet::takeClaim(const Field& params) {
+    if (params["taken"].flagOr(false)) {
+        throw SetTaken{"the set was taken by " + params["name"].textOr("") + " (process " +
+                       std::to_string(params["pid"].numberOr(0)) + "): " + params["reason"].textOr("")};
+    }
+}
+
 // --- Interrupts ------------------------------------------------------------------------------------------------------
 
 void RunSet::beginStep(bool isTeardown) {
@@ -191,13 +231,25 @@ void RunSet::check() {
     if (std::exchange(_isInterrupted, false)) {
         throw RunInterrupted();
     }
-    checkWorker();
+    if (!session().lost().empty()) {
+        _lost = session().lost();
+    }
+    checkEnds();
 }
 
-void RunSet::checkWorker() {
-    if (_ended) {
-        throw *std::exchange(_ended, std::nullopt);
+// A worker that an interrupt has ended is no worker that has died.
+void RunSet::checkEnds() {
+    if (!_lost.empty()) {
+        throw RequestError(ErrorCode::ended, _lost);
     }
+    if (!_ended) {
+        return;
+    }
+    const WorkerEnded end = *std::exchange(_ended, std::nullopt);
+    if (std::exchange(_isInterrupted, false)) {
+        throw RunInterrupted();
+    }
+    throw end;
 }
 
 // Makes of a request that was ended from outside what has ended it.
@@ -236,7 +288,7 @@ std::optional<CallAnswer> RunSet::run(const Command& command) {
     std::optional<CallAnswer> answer =
         command.endsProcess() ? runEnding(command) : guarded([&] { return std::optional(command.run(options)); });
     if (answer) {
-        checkWorker();
+        checkEnds();
         _calls.addRefusals(std::move(answer->outcome.refusals));
         _events.beginWait(answer->ended);
         _isBehind = false;
@@ -266,7 +318,7 @@ std::optional<CallAnswer> RunSet::runEnding(const Command& command) {
 Field RunSet::ask(const std::string& method, const Field& params) {
     _isBehind = true;
     Field answer = guarded([&] { return session().request(method, params); });
-    checkWorker();
+    checkEnds();
     return answer;
 }
 

@@ -27,6 +27,11 @@ struct WorkerEnded {
 // Thrown when the user has interrupted the run.
 struct RunInterrupted {};
 
+// Thrown when another client has taken the set, which is not the run's any more.
+struct SetTaken {
+    std::string how;  // "fapi take (process 4711) has taken the set: the shift ends"
+};
+
 // Thrown when the set cannot be switched on again.
 class SetLost : public RequestError {
 public:
@@ -51,7 +56,7 @@ public:
     RunSet& operator=(const RunSet&) = delete;
 
     // Joins the set's hub, claims the set and switches it off and on, so that nothing of before is left. Throws
-    // RequestError, and RunInterrupted as all below.
+    // RequestError, and RunInterrupted and SetTaken as all below.
     void open();
     // Switches the set off and on, or begins with another worker where that cannot be done from here. Forgets events,
     // calls and armed faults. Throws SetLost.
@@ -63,7 +68,7 @@ public:
 
     // A step's first interrupt ends it; in a teardown it is counted and nothing else. Throws RunInterrupted.
     void beginStep(bool isTeardown);
-    // Throws what has come meanwhile.
+    // Throws what has come meanwhile; RequestError when hub or agent are gone.
     void check();
 
     // Runs the command. Nothing when it has switched the set off and on, which it then was to do. Throws WorkerEnded,
@@ -90,14 +95,16 @@ public:
 private:
     template <class Request>
     auto guarded(Request&& request) -> decltype(request());
+    Target& join();
     void listen();
     void takeCalls(const Field& params);
     void takeEnd(const Field& params);
+    void takeClaim(const Field& params);
     void takeSignals();
     void endRequest();
     std::uint64_t flushCalls();
     void askForCalls();
-    void checkWorker();
+    void checkEnds();
     void pumpUntil(std::chrono::steady_clock::time_point until);
     std::optional<CallAnswer> runEnding(const Command& command);
 
@@ -116,6 +123,7 @@ private:
     bool _isTeardown = false;
     bool _isInterrupted = false;
     std::optional<WorkerEnded> _ended;
+    std::string _lost;  // why there is no agent any more, or another one
 };
 
 }  // namespace tool

@@ -305,7 +305,13 @@ private:
             run.resume();
             progress.resume(unfinished->position().step);
         }
-        run.run();
+        try {
+            run.run();
+        } catch (const RunInterrupted&) {
+            // Nothing was called, and there is nothing to report.
+            printMessage("interrupted");
+            return kExitInterrupted;
+        }
         const PlanResult& result = run.result();
         _statistics[index].add(result);
         _worst = std::max(_worst, result.verdict());

@@ -119,9 +119,9 @@ std::vector<std::string> helpWords(const LinePlace& place) {
 
 std::vector<std::string> operationNames(const std::string& start) {
     std::vector<std::string> names;
-    for (const Operation& operation : operations()) {
-        const bool isFull = start.size() > 1 && std::string_view(operation.name).rfind(start, 0) == 0;
-        names.push_back(isFull ? operation.name : operation.shortName());
+    for (const std::string_view name : agentDescription().operationNames()) {
+        const bool isFull = start.size() > 1 && name.rfind(start, 0) == 0;
+        names.push_back(isFull ? std::string(name) : shortNameOf(name));
     }
     return names;
 }

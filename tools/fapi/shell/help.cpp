@@ -38,9 +38,11 @@ std::string usageOf(const Action& action) {
 
 void printAction(const Action& action, bool json) {
     if (!json) {
-        const std::string text =
-            usageOf(action) + "\n  " + action.help + "\n" + argumentsHelp(action.arguments, action.outputs) +
-            (action.sessionOnly ? "  Acts on a running session: in the shell and in plans.\n" : "");
+        const std::string text = usageOf(action) + "\n  " + action.help + "\n" +
+                                 argumentsHelp(action.arguments, action.outputs) +
+                                 (action.sessionOnly ? "  Acts on a running session: in the shell, in plans, and from "
+                                                       "outside while a program uses the set.\n"
+                                                     : "");
         printLine(text.substr(0, text.size() - 1));
         return;
     }
@@ -50,7 +52,7 @@ void printAction(const Action& action, bool json) {
             {{"name", argument.name}, {"help", argument.help}, {"expected", helpExpectation(argument)}});
     }
     for (const Output& output : action.outputs) {
-        told["outputs"].push_back({{"name", output.name}, {"help", output.help}});
+        told["outputs"].push_back({{"name", output.name}, {"help", outputHelp(output)}});
     }
     printLine(jsonLine(told));
 }

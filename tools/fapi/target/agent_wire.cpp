@@ -150,11 +150,14 @@ void AgentWire::use(Framing framing) {
 }
 
 void AgentWire::send(const Field& object) {
-    if (!_input) {
-        return;
+    sendText(toJsonText(object, framing() == Framing::checked));
+}
+
+void AgentWire::sendText(std::string text) {
+    if (_input) {
+        _out += frameText(std::move(text), framing());
+        flush();
     }
-    _out += frame(object, framing());
-    flush();
 }
 
 void AgentWire::flush() {

@@ -41,6 +41,8 @@ public:
     void move(const std::vector<pollfd>& waited, std::vector<Line>& lines);
 
     void send(const Field& object);
+    // A message as text; ASCII only in checked framing.
+    void sendText(std::string text);
     std::size_t waiting() const { return _out.size() - _sent; }
     void use(Framing framing);
     Framing framing() const { return _reader.framing(); }

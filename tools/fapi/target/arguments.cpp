@@ -8,6 +8,7 @@
 
 #include "base/text_pattern.h"
 #include "base/words.h"
+#include "protocol/argument.h"
 #include "protocol/color.h"
 #include "target/target_description.h"
 
@@ -31,47 +32,18 @@ std::string choiceText(const Argument& argument) {
     throw UsageError(argumentName(argument) + " is " + display(word, 40) + ", expected " + expectation(argument));
 }
 
-long long parseFlag(const Argument& argument, const std::string& word) {
-    for (const char* on : {"1", "on", "true", "yes"}) {
-        if (word == on) {
-            return 1;
-        }
-    }
-    for (const char* off : {"0", "off", "false", "no"}) {
-        if (word == off) {
-            return 0;
-        }
-    }
-    refuse(argument, word);
-}
-
-long long parseChoice(const Argument& argument, const std::string& word) {
-    long long number = 0;
-    const bool isNumber = parseNumber(word, number);
-    for (const Choice& choice : argument.choices) {
-        if (word == choice.name || (isNumber && number == choice.value)) {
-            return choice.value;
-        }
-    }
-    if (isNumber && argument.max != 0 && number >= argument.min && number <= argument.max) {
-        return number;
-    }
-    refuse(argument, word);
-}
-
 Value parseArgument(const Argument& argument, const std::string& word) {
     switch (argument.kind) {
-        case Kind::number: {
-            long long number = 0;
-            if (!parseNumber(word, number) || number < argument.min || number > argument.max) {
+        case Kind::number:
+        case Kind::flag:
+        case Kind::choice:
+        case Kind::color: {
+            const std::optional<long long> number = numberFor(argument, word);
+            if (!number || !takes(argument, *number)) {
                 refuse(argument, word);
             }
-            return number;
+            return *number;
         }
-        case Kind::flag:
-            return parseFlag(argument, word);
-        case Kind::choice:
-            return parseChoice(argument, word);
         case Kind::function: {
             const std::string unknown = unknownFunction(word);
             if (!unknown.empty()) {
@@ -79,28 +51,19 @@ Value parseArgument(const Argument& argument, const std::string& word) {
             }
             return word;
         }
-        case Kind::color: {
-            const std::optional<Color> color = parseColor(word);
-            if (!color) {
-                refuse(argument, word);
-            }
-            return static_cast<long long>(*color);
-        }
         case Kind::text:
         case Kind::path:
         case Kind::partition: {
             const Bytes bytes = word.rfind("repeat:", 0) == 0 ? parseBytes(word) : Bytes(word.begin(), word.end());
             std::string text(bytes.begin(), bytes.end());
-            if (text.find('\0') != std::string::npos ||
-                (argument.max != 0 && text.size() > static_cast<std::size_t>(argument.max))) {
+            if (!takes(argument, text)) {
                 refuse(argument, word);
             }
             return text;
         }
         case Kind::bytes: {
             Bytes bytes = parseBytes(word);
-            const auto size = static_cast<long long>(bytes.size());
-            if (size < argument.min || (argument.max != 0 && size > argument.max)) {
+            if (!takes(argument, bytes)) {
                 refuse(argument, word);
             }
             return bytes;
@@ -161,6 +124,10 @@ std::string helpExpectation(const Argument& argument) {
     return expectation(argument);
 }
 
+std::string outputHelp(const Output& output) {
+    return output.unit.empty() ? output.help : output.help + ", in " + output.unit;
+}
+
 std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vector<Output>& outputs) {
     std::string text;
     for (const Argument& argument : arguments) {
@@ -171,7 +138,7 @@ std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vec
         text += '\n';
     }
     for (const Output& output : outputs) {
-        text += "  -> " + output.name + ": " + output.help + '\n';
+        text += "  -> " + output.name + ": " + outputHelp(output) + '\n';
     }
     return text;
 }

@@ -27,6 +27,8 @@ std::string helpExpectation(const Argument& argument);
 
 // " PATH [LENGTH]"
 std::string argumentsUsage(const std::vector<Argument>& arguments);
+// What an output is, with its unit.
+std::string outputHelp(const Output& output);
 std::string argumentsHelp(const std::vector<Argument>& arguments, const std::vector<Output>& outputs);
 
 // "check_file PATH"

@@ -45,9 +45,12 @@ bool isHash(const std::string& text) {
 
 std::string readText(const std::string& file) {
     std::ifstream stream(file, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(file, error);
+    std::string text(error ? 0 : size, '\0');
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(stream.gcount()));
+    return text;
 }
 
 // The file holds the whole text or what it held before. A copy that a power cut has spoiled does not have its sum.
@@ -67,7 +70,7 @@ void replaceText(const std::string& file, const std::string& text) {
 }
 
 std::string fileOf(const std::string& hash) {
-    return folderOfCache() + hash + ".json";
+    return folderOfCache() + hash + ".lines";
 }
 
 // Both programs of the agent count: the worker has the operations.
@@ -85,37 +88,24 @@ std::string fileOfAgent(const std::string& agent) {
 
 }  // namespace
 
-std::optional<Field> keptDescription(const std::string& hash) {
-    if (!isHash(hash) || folderOfCache().empty()) {
-        return std::nullopt;
-    }
-    const std::string text = readText(fileOf(hash));
-    if (text.empty() || sumOf(text) != hash) {
-        return std::nullopt;
-    }
-    try {
-        Field description = parseJsonText(text);
-        description.set("hash", hash);
-        return description;
-    } catch (const MessageError&) {
-        return std::nullopt;
-    }
+std::optional<AgentDescription> keptDescription(const std::string& hash) {
+    return isHash(hash) && !folderOfCache().empty() ? AgentDescription::read(readText(fileOf(hash))) : std::nullopt;
 }
 
-void keepDescription(const std::string& hash, const Field& description) {
+void keepDescription(const std::string& hash, const Field& described) {
     if (!isHash(hash) || folderOfCache().empty()) {
         return;
     }
     // The hash is of all the rest, in the words of the agent, which may have fields that this build does not know.
     Field rest = Field::Fields();
-    for (const auto& [name, field] : description.fields()) {
+    for (const auto& [name, field] : described.fields()) {
         if (name != "hash") {
             rest.set(name, field);
         }
     }
-    const std::string text = toJsonText(rest);
-    if (sumOf(text) == hash) {
-        replaceText(fileOf(hash), text);
+    if (sumOf(toJsonText(rest)) == hash) {
+        rest.set("hash", hash);
+        replaceText(fileOf(hash), AgentDescription(rest).text());
     }
 }
 

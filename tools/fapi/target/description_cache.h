@@ -6,15 +6,14 @@
 #include <optional>
 #include <string>
 
-#include "protocol/field.h"
+#include "target/agent_description.h"
 
 namespace tool {
 
-// Returns the description of that hash as its agent sent it, or nothing when it is not kept here or its file is
-// damaged.
-std::optional<Field> keptDescription(const std::string& hash);
+// Returns the description of that hash, or nothing when it is not kept here or its file is damaged.
+std::optional<AgentDescription> keptDescription(const std::string& hash);
 // Keeps a description when it has that hash. What cannot be written is not kept.
-void keepDescription(const std::string& hash, const Field& description);
+void keepDescription(const std::string& hash, const Field& described);
 
 // The hash of what the agent's program describes, or an empty text. A program is another one when its path, size or
 // time of change is another.

@@ -10,7 +10,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::string_view kAnswerBegin = R"({"jsonrpc":"2.0","id":)";
+constexpr std::string_view kBeginning = R"({"jsonrpc":"2.0","id":)";
 constexpr std::string_view kNotificationBegin = R"({"jsonrpc":"2.0","method":")";
 constexpr std::string_view kStreamBegin = R"({"jsonrpc":"2.0","method":"stream","params":{"id":)";
 constexpr std::string_view kPiece = R"(,"piece":)";
@@ -39,7 +39,7 @@ bool takeNumber(std::string_view& text, long long& number) {
 bool readBeginning(Envelope& envelope) {
     std::string_view rest = envelope.text;
     long long id = 0;
-    if (takeText(rest, kAnswerBegin)) {
+    if (takeText(rest, kBeginning)) {
         if (!takeNumber(rest, id)) {
             return false;
         }
@@ -76,13 +76,18 @@ Envelope openEnvelope(std::string text) {
 }
 
 std::string withId(const Envelope& answer, long long id) {
-    std::string_view rest = answer.text;
+    return *requestWithId(answer.text, id);
+}
+
+std::optional<std::string> requestWithId(std::string_view text, long long id) {
+    std::string_view rest = text;
     long long old = 0;
-    takeText(rest, kAnswerBegin);
-    takeNumber(rest, old);
-    std::string text(kAnswerBegin);
-    text.reserve(answer.text.size() + 16);
-    return text.append(std::to_string(id)).append(rest);
+    if (!takeText(rest, kBeginning) || !takeNumber(rest, old)) {
+        return std::nullopt;
+    }
+    std::string changed(kBeginning);
+    changed.reserve(text.size() + 16);
+    return changed.append(std::to_string(id)).append(rest);
 }
 
 std::optional<long long> announcedStream(const Envelope& answer) {

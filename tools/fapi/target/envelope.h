@@ -25,6 +25,8 @@ Envelope openEnvelope(std::string text);
 
 // The text of the answer with another id.
 std::string withId(const Envelope& answer, long long id);
+// The text of a request with another id; nothing when its fields are in another order than this build writes them.
+std::optional<std::string> requestWithId(std::string_view text, long long id);
 
 // The stream that an answer announces, or none.
 std::optional<long long> announcedStream(const Envelope& answer);

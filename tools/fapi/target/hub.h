@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "protocol/description.h"
 #include "protocol/message.h"
+#include "target/agent_description.h"
 #include "target/agent_wire.h"
 #include "target/envelope.h"
 #include "target/hub_client.h"
@@ -91,7 +91,7 @@ private:
     void cancel(HubClient& client, const Request& request);
     void again(HubClient& client, const Request& request);
     void pass(HubClient& client, const Request& request);
-    bool needsClaim(const Request& request) const;
+    bool needsClaim(const Request& request);
     void setClaim(const Claim& claim, bool isTaken);
     Field claimField() const;
     std::string claimText() const;
@@ -104,7 +104,7 @@ private:
     void startWire();
     void askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then);
     void forward(HubClient& client, const Request& request);
-    void sendToAgent(long long id, const std::string& method, const Field& params);
+    void sendToAgent(Request request);
     void hold(HubClient& client, const Request& request);
     void holdForDescription(HubClient& client, const Request& request);
     void handleHeld(std::deque<Held>& held);
@@ -119,7 +119,7 @@ private:
     void receiveNotification(const Envelope& notification);
     void receiveHello(const Envelope& answer);
     void needDescription();
-    void useDescription(const Field& described);
+    void useDescription(AgentDescription described);
     void notifyWatchers(const std::string& method, const std::string& line);
     void notifyAll(const std::string& method, const Field& params);
     void endWire();
@@ -152,8 +152,7 @@ private:
     std::deque<long long> _doubtful;               // requests whose answers are asked for after that
     bool _isInDoubt = false;                       // something else was damaged meanwhile
     bool _isDescribing = false;
-    std::optional<Description> _description;
-    std::string _describeResult;  // JSON
+    std::optional<AgentDescription> _description;
 };
 
 }  // namespace tool

@@ -48,8 +48,9 @@ void Hub::take(HubClient& client, Line line) {
     }
     const std::optional<long long> id = idOf(line.object);
     try {
-        const Message message = parseMessage(std::move(line.object));
+        Message message = parseMessage(std::move(line.object));
         if (message.request) {
+            message.request->text = std::move(line.text);
             handle(client, *message.request);
         } else if (message.answer) {
             refuseLine(std::nullopt, ErrorCode::noRequest, "an answer, but nothing was asked");
@@ -181,8 +182,7 @@ void Hub::describe(HubClient& client, const Request& request) {
     if (!isUp()) {
         hold(client, request);
     } else if (_description) {
-        client.answer(R"({"jsonrpc":"2.0","id":)" + std::to_string(request.id) + R"(,"result":)" + _describeResult +
-                      "}\n");
+        answer(client, request, _description->field());
     } else {
         holdForDescription(client, request);
     }
@@ -236,18 +236,19 @@ void Hub::pass(HubClient& client, const Request& request) {
         Request look = request;
         if (look.params["prepare"].flagOr(false)) {
             look.params.set("prepare", false);
+            look.text.clear();
         }
         forward(client, look);
     }
 }
 
-bool Hub::needsClaim(const Request& request) const {
+bool Hub::needsClaim(const Request& request) {
     if (request.method == "call") {
         const Operation* operation = _description->operation(nameIn(request));
         return operation == nullptr || operation->danger != Danger::reads;
     }
     if (request.method == "act") {
-        const Action* action = _description->action(nameIn(request));
+        const Action* action = _description->all().action(nameIn(request));
         return action == nullptr || action->danger != Danger::reads;
     }
     return lookingMethods().count(request.method) == 0;

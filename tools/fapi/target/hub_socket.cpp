@@ -143,15 +143,7 @@ void HubSocket::removeLog() const {
     unlinkat(_opened.get(), nameOf(kLogEnding).c_str(), 0);
 }
 
-HubLock HubLock::wait(const HubSocket& socket) {
-    return *lock(socket, LOCK_EX);
-}
-
 std::optional<HubLock> HubLock::take(const HubSocket& socket) {
-    return lock(socket, LOCK_EX | LOCK_NB);
-}
-
-std::optional<HubLock> HubLock::lock(const HubSocket& socket, int how) {
     const std::string name = socket.nameOf(kLockEnding);
     const std::string path = socket._folder + "/" + name;
     for (;;) {
@@ -161,7 +153,7 @@ std::optional<HubLock> HubLock::lock(const HubSocket& socket, int how) {
         }
         int result = 0;
         do {
-            result = flock(file.get(), how);
+            result = flock(file.get(), LOCK_EX | LOCK_NB);
         } while (result != 0 && errno == EINTR);
         if (result != 0 && errno == EWOULDBLOCK) {
             return std::nullopt;
@@ -170,7 +162,7 @@ std::optional<HubLock> HubLock::lock(const HubSocket& socket, int how) {
         if (result != 0 || fstat(file.get(), &held) != 0) {
             throw unavailable(path, errno);
         }
-        // A hub that has ended meanwhile has removed the file that was waited for.
+        // A hub that has ended meanwhile has removed that file.
         if (fstatat(socket._opened.get(), name.c_str(), &current, AT_SYMLINK_NOFOLLOW) == 0 &&
             held.st_ino == current.st_ino) {
             return HubLock(std::move(file));

@@ -43,9 +43,7 @@ private:
 // Who holds the lock may start the target's hub, or is the hub and may end. No process holds it longer than that takes.
 class HubLock {
 public:
-    // Waits for the lock. Throws RequestError when there can be none.
-    static HubLock wait(const HubSocket& socket);
-    // Returns nothing when another process holds the lock.
+    // Returns nothing when another process holds the lock. Throws RequestError when there can be none.
     static std::optional<HubLock> take(const HubSocket& socket);
 
     // A hub that is being started inherits it, so that the lock outlives a client that is killed meanwhile.
@@ -55,7 +53,6 @@ public:
 
 private:
     explicit HubLock(Descriptor file) : _file(std::move(file)) {}
-    static std::optional<HubLock> lock(const HubSocket& socket, int how);
 
     Descriptor _file;
 };

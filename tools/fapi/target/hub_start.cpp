@@ -21,6 +21,7 @@ namespace tool {
 namespace {
 
 constexpr std::chrono::seconds kUntilReady{10};
+constexpr int kBetweenTries = 5;  // milliseconds
 // Inherited descriptors wait here while the first ones are given their places.
 constexpr int kAside = 10;
 
@@ -57,11 +58,34 @@ RequestError noHub(const std::string& why) {
     _exit(127);
 }
 
+[[noreturn]] void stopWaiting() {
+    throw RequestError(ErrorCode::canceled, "interrupted");
+}
+
+// A hub that ends keeps the lock until its agent is gone, which may have something to finish.
+HubLock waitForLock(const HubSocket& socket, const HubPatience& patience) {
+    for (;;) {
+        if (std::optional<HubLock> lock = HubLock::take(socket)) {
+            return std::move(*lock);
+        }
+        if (Clock::now() >= patience.until) {
+            throw noHub("another one has not ended yet");
+        }
+        pollfd stop = {patience.stop, POLLIN, 0};
+        if (poll(&stop, 1, kBetweenTries) == 1) {
+            stopWaiting();
+        }
+    }
+}
+
 // Returns what the hub says of its start, up to the end of that.
-std::string waitUntilReady(int ready) {
+std::string waitUntilReady(int ready, int stop) {
     std::string text;
     const Clock::time_point deadline = Clock::now() + kUntilReady;
-    for (pollfd entry = {ready, POLLIN, 0}; poll(&entry, 1, waitTime(deadline)) != 0;) {
+    for (pollfd entries[] = {{ready, POLLIN, 0}, {stop, POLLIN, 0}}; poll(entries, 2, waitTime(deadline)) != 0;) {
+        if (entries[1].revents != 0) {
+            stopWaiting();
+        }
         char piece[512];
         const ssize_t length = read(ready, piece, sizeof(piece));
         if (length <= 0 && errno != EINTR) {
@@ -77,8 +101,8 @@ std::string waitUntilReady(int ready) {
 
 }  // namespace
 
-Descriptor startHub(const HubSocket& socket, const std::vector<std::string>& command) {
-    const HubLock lock = HubLock::wait(socket);
+Descriptor startHub(const HubSocket& socket, const std::vector<std::string>& command, const HubPatience& patience) {
+    const HubLock lock = waitForLock(socket, patience);
     // Another client may have started it while this one waited.
     if (Descriptor connection = socket.connect()) {
         return connection;
@@ -98,7 +122,7 @@ Descriptor startHub(const HubSocket& socket, const std::vector<std::string>& com
     told.close();
     while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    const std::string text = child < 0 ? std::strerror(errno) : waitUntilReady(ready.get());
+    const std::string text = child < 0 ? std::strerror(errno) : waitUntilReady(ready.get(), patience.stop);
     if (text.empty() || text.front() != kHubIsReady) {
         const std::string why = text + socket.log();
         socket.removeLog();

@@ -6,14 +6,21 @@
 #include <string>
 #include <vector>
 
+#include "target/agent_wire.h"
 #include "target/descriptor.h"
 #include "target/hub_socket.h"
 
 namespace tool {
 
+// Until when a start is waited for, and a descriptor that is readable when the user wants no longer to wait; -1: none.
+struct HubPatience {
+    Clock::time_point until;
+    int stop = -1;
+};
+
 // Returns a connection to the hub that listens at `socket`; starts it first, by that command, when there is none.
-// Throws RequestError.
-Descriptor startHub(const HubSocket& socket, const std::vector<std::string>& command);
+// Throws RequestError: `canceled` when the user does not wait.
+Descriptor startHub(const HubSocket& socket, const std::vector<std::string>& command, const HubPatience& patience);
 
 }  // namespace tool
 

@@ -50,14 +50,22 @@ void Hub::sendHello() {
 void Hub::askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then) {
     const long long id = ++_lastId;
     _open[id] = {0, 0, method, std::move(then), {}};
-    sendToAgent(id, method, params);
+    sendToAgent({id, method, params});
 }
 
 void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
     _open[id] = {client.id, request.id, request.method, nullptr, {}};
     try {
-        sendToAgent(id, request.method, request.params);
+        std::optional<std::string> text;
+        if (_wire->framing() == Framing::plain && !request.text.empty()) {
+            text = requestWithId(request.text, id);
+        }
+        if (text) {
+            _wire->sendText(std::move(*text));
+        } else {
+            sendToAgent({id, request.method, request.params});
+        }
     } catch (const MessageError&) {
         // With this id it is longer than a message may be.
         _open.erase(id);
@@ -66,12 +74,11 @@ void Hub::forward(HubClient& client, const Request& request) {
     ++client.open;
 }
 
-void Hub::sendToAgent(long long id, const std::string& method, const Field& params) {
-    Request request = {id, method, params, {}};
+void Hub::sendToAgent(Request request) {
     if (_wire->framing() == Framing::checked) {
         // Answers may come in another order than their requests.
         request.acknowledged = _open.begin()->first - 1;
-        _open[id].sent = request;
+        _open[request.id].sent = request;
     }
     _wire->send(toField(std::move(request)));
 }
@@ -269,12 +276,13 @@ void Hub::receiveHello(const Envelope& answer) {
         _wire->close();
         return;
     }
+    const Field described = _hello["description"];
     _hello = parseJsonText(answer.text)["result"];
     _isGreeted = true;
     if (_hello["framing"] == Field(kCheckedName)) {
         _wire->use(Framing::checked);
     }
-    if (_description && _hello["description"] != Field(_description->hash)) {
+    if (_hello["description"] != described) {
         _description.reset();
     }
     const std::string session = _hello["session"].textOr("");
@@ -295,8 +303,8 @@ void Hub::needDescription() {
     if (_isDescribing) {
         return;
     }
-    if (const std::optional<Field> kept = keptDescription(_hello["description"].textOr(""))) {
-        useDescription(*kept);
+    if (std::optional<AgentDescription> kept = keptDescription(_hello["description"].textOr(""))) {
+        useDescription(std::move(*kept));
         return;
     }
     _isDescribing = true;
@@ -306,20 +314,26 @@ void Hub::needDescription() {
             refuseHeld(_heldForDescription, failureOf(answer));
             return;
         }
-        const Field described = parseJsonText(answer.text)["result"];
-        keepDescription(_hello["description"].textOr(""), described);
-        useDescription(described);
+        try {
+            const Field described = parseJsonText(answer.text)["result"];
+            keepDescription(_hello["description"].textOr(""), described);
+            useDescription(AgentDescription(described));
+        } catch (const MessageError& error) {
+            refuseHeld(_heldForDescription, {ErrorCode::internal, error.what(), {}});
+        }
     });
 }
 
-void Hub::useDescription(const Field& described) {
+void Hub::useDescription(AgentDescription described) {
     try {
-        _description = parseDescription(described);
-        _describeResult = toJsonText(described);
-        handleHeld(_heldForDescription);
+        // A client is refused that asks for what cannot be read, and not by each of its requests.
+        described.all();
     } catch (const MessageError& error) {
         refuseHeld(_heldForDescription, {ErrorCode::internal, error.what(), {}});
+        return;
     }
+    _description = std::move(described);
+    handleHeld(_heldForDescription);
 }
 
 // Answers all that was asked of an agent that is gone, and starts another when more was asked meanwhile.

@@ -18,8 +18,6 @@ namespace fs = std::filesystem;
 constexpr const char* kAgentName = "fapi-agent";
 // A hub that ends while a client connects leaves it alone; so many times in a row do not happen.
 constexpr int kMostTries = 20;
-// For what the cache can answer, too.
-constexpr std::chrono::milliseconds kShortly{500};
 constexpr std::chrono::seconds kDescribeLimit{10};
 
 std::string environment(const char* name) {
@@ -89,7 +87,7 @@ std::unique_ptr<Target> Target::join(const TargetOptions& options) {
         Descriptor connection = socket.connect();
         const bool isRunning = static_cast<bool>(connection);
         if (!isRunning && options.mayStart) {
-            connection = startHub(socket, hubCommandOf(options));
+            connection = startHub(socket, hubCommandOf(options), {Clock::now() + options.limit, options.stop});
         }
         if (!connection) {
             break;
@@ -120,6 +118,8 @@ bool Target::greet(const TargetOptions& options) {
     }
     while (!isFinished(id) && _lost.empty()) {
         if (isStopped) {
+            // The hub waits for the agent, and this client not for the hub.
+            _connection.close();
             throw RequestError(ErrorCode::canceled, "interrupted");
         }
         if (Clock::now() >= deadline) {
@@ -135,24 +135,16 @@ bool Target::greet(const TargetOptions& options) {
     return true;
 }
 
-Description describeAgent(const TargetOptions& options) {
-    TargetOptions running = options;
-    running.mayStart = false;
-    running.limit = kShortly;
-    try {
-        return Target::join(running)->description();
-    } catch (const RequestError&) {
-        // No hub, or one that is busy with its agent's start.
-    }
+AgentDescription describeAgent(const TargetOptions& options) {
     const std::string agent = agentOf(options);
-    if (const std::optional<Field> kept = keptDescription(keptHashOf(agent))) {
-        return parseDescription(*kept);
+    if (std::optional<AgentDescription> kept = keptDescription(keptHashOf(agent))) {
+        return std::move(*kept);
     }
     std::string hash;
     const Field described = askBriefly(options, hash);
     keepDescription(hash, described);
     keepHashOf(agent, hash);
-    return parseDescription(described);
+    return AgentDescription(described);
 }
 
 }  // namespace tool

@@ -219,7 +219,7 @@ Json toJson(const Operation& operation) {
     }
     json["outputs"] = Json::array();
     for (const Output& output : operation.outputs) {
-        json["outputs"].push_back({{"name", output.name}, {"help", output.help}, {"bytes", output.isBytes}});
+        json["outputs"].push_back({{"name", output.name}, {"help", outputHelp(output)}, {"bytes", output.isBytes}});
     }
     json["result"] = resultText(operation.result);
     if (!operation.destroys.empty()) {

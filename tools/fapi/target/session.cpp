@@ -3,6 +3,7 @@
 #include "target/session.h"
 
 #include <memory>
+#include <tuple>
 
 #include "base/terminal.h"
 #include "target/event_log.h"
@@ -25,6 +26,7 @@ TargetOptions targetOptions(const SessionOptions& options) {
     target.folder = options.folder;
     target.client = options.client;
     target.isDamaged = options.damaged;
+    target.stop = options.stop;
     return target;
 }
 
@@ -53,6 +55,19 @@ void join() {
     }
 }
 
+// Joins the hub only if one runs that answers soon.
+void joinRunning() {
+    constexpr std::chrono::milliseconds kShortly{500};
+    TargetOptions running = targetOptions(g_chosen);
+    running.mayStart = false;
+    running.limit = kShortly;
+    try {
+        g_target = Target::join(running);
+    } catch (const RequestError&) {
+        // No hub, or one that is busy with its agent's start.
+    }
+}
+
 void listen(Target& target) {
     target.listen("event", [](const Field& params) { eventLog().add(parseEvent(params)); });
     target.listen("log", [](const Field& params) { std::fprintf(stderr, "%s\n", params["text"].textOr("").c_str()); });
@@ -73,12 +88,45 @@ std::string setFolder(const SessionOptions& options) {
 }
 
 void chooseSession(const SessionOptions& options) {
+    const auto chosen = [](const SessionOptions& one) { return std::tie(one.folder, one.damaged, one.client); };
+    if (!g_isOpen && chosen(options) != chosen(g_chosen)) {
+        // What has been asked so far was asked of another set, or as another client.
+        g_target.reset();
+    }
     g_chosen = options;
+}
+
+Field::List damageOf(Target& target) {
+    return target.request("set.damage").at("damage").list();
+}
+
+void tellDamage(const Field::List& damage) {
+    for (const Field& row : damage) {
+        for (const Field& line : row.at("damage").list()) {
+            printMessage(line.text());
+        }
+    }
+}
+
+// None where there is no set yet, or one that cannot say it.
+static Field::List damageIfAny(Target& target) {
+    try {
+        return damageOf(target);
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::unavailable && error.code() != ErrorCode::unknownMethod &&
+            error.code() != ErrorCode::notSupported) {
+            throw;
+        }
+        return {};
+    }
 }
 
 Target& openSession(const SessionOptions& options) {
     chooseSession(options);
     join();
+    if (options.damaged) {
+        tellDamage(damageIfAny(*g_target));
+    }
     listen(*g_target);
     g_target->request("log", {{"on", true}});
     try {
@@ -93,12 +141,39 @@ Target& openSession(const SessionOptions& options) {
     return *g_target;
 }
 
+bool joinRunning(const SessionOptions& options) {
+    chooseSession(options);
+    if (g_target == nullptr) {
+        TargetOptions target = targetOptions(options);
+        target.mayStart = false;
+        try {
+            g_target = Target::join(target);
+        } catch (const RequestError& error) {
+            if (error.code() != ErrorCode::unavailable) {
+                throw;
+            }
+            return false;
+        }
+    }
+    // A hub that was started to check the words has no other client.
+    g_isOpen = g_target->clients().size() > 1;
+    return g_isOpen;
+}
+
 Target& session() {
     return *g_target;
 }
 
 bool isSessionOpen() {
     return g_isOpen;
+}
+
+AgentDescription describeChosen() {
+    // To join a damaged set is to switch it on.
+    if (g_target == nullptr && !g_chosen.damaged) {
+        joinRunning();
+    }
+    return g_target != nullptr ? g_target->description() : describeAgent(targetOptions(g_chosen));
 }
 
 Field askAgent(const std::string& method, const Field& params) {

@@ -18,6 +18,7 @@ struct SessionOptions {
     bool log = false;      // the library's log is on in this session, whatever the set's switch says
     bool damaged = false;  // go on with a damaged set
     std::string client = "fapi";
+    int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for the set
 };
 
 // The folder that the options mean.
@@ -30,11 +31,21 @@ void chooseSession(const SessionOptions& options);
 // listenToEvents() asked for them. The set itself is switched on by the first request that needs it. Throws
 // RequestError.
 Target& openSession(const SessionOptions& options);
+// What is damaged of the set, each with its remedy. Throws RequestError when there is no set.
+Field::List damageOf(Target& target);
+// Prints that to standard error. A session that goes on with a damaged set begins with it.
+void tellDamage(const Field::List& damage);
+// Joins a set that another client uses, and leaves what that one has set as it is. False: there is none.
+bool joinRunning(const SessionOptions& options);
 // The open one.
 Target& session();
 bool isSessionOpen();
 // Lets go of the set: the hub ends with its last client.
 void closeSession();
+
+// What the agent of the chosen set describes: asks its hub, if one runs, which is then joined; starts none. Throws
+// RequestError.
+AgentDescription describeChosen();
 
 // Asks what needs no set, joining the chosen set's hub when that is not done yet. Throws RequestError.
 Field askAgent(const std::string& method, const Field& params);

@@ -72,17 +72,14 @@ Target::~Target() {
     }
 }
 
-const Description& Target::description() {
-    if (!_description) {
-        const std::string hash = _hello["description"].textOr("");
-        std::optional<Field> described = keptDescription(hash);
-        if (!described) {
-            described = request("describe");
-            keepDescription(hash, *described);
-        }
-        _description = parseDescription(*described);
+AgentDescription Target::description() {
+    const std::string hash = _hello["description"].textOr("");
+    if (std::optional<AgentDescription> kept = keptDescription(hash)) {
+        return std::move(*kept);
     }
-    return *_description;
+    const Field described = request("describe");
+    keepDescription(hash, described);
+    return AgentDescription(described);
 }
 
 Field Target::request(const std::string& method, const Field& params) {

@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-#include "protocol/description.h"
 #include "protocol/framing.h"
 #include "protocol/message.h"
+#include "target/agent_description.h"
 #include "target/call_answer.h"
 #include "target/descriptor.h"
 
@@ -50,8 +50,8 @@ public:
 
     // What the agent answered to hello, with this client's number.
     const Field& hello() const { return _hello; }
-    // Read when it is first asked for, from this PC's cache where that has it.
-    const Description& description();
+    // From this PC's cache where that has it.
+    AgentDescription description();
 
     // Sends a request and waits for its answer; notifications go to their listeners meanwhile. Throws RequestError:
     // what the request was answered with, or `ended` when the hub is gone.
@@ -136,12 +136,11 @@ private:
     bool _isDispatching = false;
     std::map<std::string, Listener> _listeners;
     std::map<int, std::function<void()>> _watched;
-    std::optional<Description> _description;
 };
 
-// What the agent describes, for what needs no set: asks a hub that runs, else looks into this PC's cache, else asks an
-// agent that is started for it. Throws RequestError.
-Description describeAgent(const TargetOptions& options);
+// What the agent describes, without a hub: as this PC's cache has it, else as an agent says that is started for it.
+// Throws RequestError.
+AgentDescription describeAgent(const TargetOptions& options);
 
 }  // namespace tool
 

@@ -3,6 +3,7 @@
 #include "target/target_description.h"
 
 #include <algorithm>
+#include <map>
 
 #include "base/words.h"
 #include "target/session.h"
@@ -25,14 +26,22 @@ Field listOf(const std::vector<Value>& values) {
     return list;
 }
 
+// Asks the agent, once for the same words: a plan has many lines that are alike.
+const Field& answerToCheck(const Field& params) {
+    static std::map<std::string, Field> answers;
+    const std::string question = toJsonText(params);
+    const auto known = answers.find(question);
+    return known != answers.end() ? known->second : answers.emplace(question, askAgent("check", params)).first->second;
+}
+
 Checked check(const char* kind, const std::string& name, const std::vector<Value>& values,
               const std::vector<std::string>& words, const std::vector<Value>& first) {
     Field wordList = Field::List{};
     for (const std::string& word : words) {
         wordList.add(Field::ofSet(word));
     }
-    const Field answer =
-        askAgent("check", {{kind, name}, {"arguments", listOf(values)}, {"words", wordList}, {"first", listOf(first)}});
+    const Field& answer =
+        answerToCheck({{kind, name}, {"arguments", listOf(values)}, {"words", wordList}, {"first", listOf(first)}});
     if (answer.has("problem")) {
         const Field& problem = answer["problem"];
         throw UsageError(problem.at("text").text(),
@@ -43,8 +52,8 @@ Checked check(const char* kind, const std::string& name, const std::vector<Value
 
 }  // namespace
 
-const Description& description() {
-    static const Description described = describeAgent({});
+AgentDescription& agentDescription() {
+    static AgentDescription described = describeChosen();
     return described;
 }
 

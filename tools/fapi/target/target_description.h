@@ -7,11 +7,16 @@
 #include <string_view>
 #include <vector>
 
-#include "protocol/description.h"
+#include "target/agent_description.h"
 
 namespace tool {
 
-const Description& description();
+// Of the set that was chosen when it is first asked for.
+AgentDescription& agentDescription();
+// All of it. Who needs a single operation, or names, reads no more than that.
+inline const Description& description() {
+    return agentDescription().all();
+}
 
 // The picture that is meant when none is named.
 constexpr const char* kPanel = "panel";
@@ -28,7 +33,7 @@ inline const std::vector<Action>& actions() {
 }
 // By full or short name; null when there is none.
 inline const Operation* findOperation(std::string_view name) {
-    return description().operation(name);
+    return agentDescription().operation(name);
 }
 inline const Action* findAction(std::string_view name) {
     return description().action(name);
