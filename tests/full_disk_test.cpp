@@ -195,6 +195,7 @@ TEST_F(FullDisk, TheSetsOwnDiskIsAnErrorOfTheStation) {
 
 // A partition of the set is larger than the disk.
 TEST_F(FullDisk, WhatARepairHasMendedBeforeIsListed) {
+    ASSERT_EQ(mount("none", disk().c_str(), "tmpfs", MS_REMOUNT, "size=1m"), 0);
     const std::string strSet = disk() + "/set";
     const auto tool = [&](Strings words) {
         words.insert(words.begin(), {FAPI_BINARY, "--set", strSet, "--yes"});

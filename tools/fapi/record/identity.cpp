@@ -129,7 +129,11 @@ std::optional<std::string> parseTime(const std::string& text, bool end) {
         const int offset = 60 * (60 * numberAt(15, 0) + numberAt(16, 0));
         seconds -= parts[14] == "-" ? -offset : offset;
     }
-    return utcText(std::chrono::system_clock::from_time_t(seconds));
+    // The system's clock ends before the last year that can be written.
+    std::tm utc = {};
+    gmtime_r(&seconds, &utc);
+    char written[64];
+    return std::string(written, std::strftime(written, sizeof(written), "%Y-%m-%dT%H:%M:%S.000Z", &utc));
 }
 
 }  // namespace tool

@@ -124,13 +124,14 @@ void takeOverHistory(const std::string& folder) {
     if (!fs::is_regular_file(file, error)) {
         return;
     }
+    ResultsStore store(resultsFileIn(folder));
     // Another program may be at it.
     const FolderLock lock(folder);
     if (!fs::is_regular_file(file, error)) {
         return;
     }
     const std::vector<WholeRun> runs = runsIn(file, OpenFile(file, O_RDONLY).read());
-    ResultsStore(resultsFileIn(folder)).addWhole(runs);
+    store.addWhole(runs);
     const std::string taken = (fs::path(folder) / "history.taken.jsonl").string();
     if (std::rename(file.c_str(), taken.c_str()) != 0) {
         throw writeError(taken, errno);

@@ -81,7 +81,8 @@ std::unique_ptr<Database> openResults(const std::string& address, const std::str
 
 void forEachRun(Database& database, const RunFilter& filter, const std::function<void(const RunRecord&)>& use) {
     const RunCondition condition = conditionOf(filter);
-    Reader<RunRecord> reader(database, "where " + condition.text + " order by run.began, run.id", condition.parameters);
+    Reader<RunRecord> reader(database, "where " + condition.text + " order by run.began, run.number, run.id",
+                             condition.parameters);
     while (const RunRecord* run = reader.next()) {
         use(*run);
     }
@@ -91,7 +92,7 @@ RunRecord findRun(Database& database, const std::string& word) {
     std::vector<RunRecord> found;
     long long number = 0;
     if (word == "last") {
-        found = readRows<RunRecord>(database, "order by began desc, id desc limit 1", {});
+        found = readRows<RunRecord>(database, "order by began desc, number desc, id desc limit 1", {});
     } else if (parseNumber(word, number)) {
         found = readRows<RunRecord>(database, "where number = :a order by began limit 2", {number});
     } else if (word.size() >= 8 && word.find_first_not_of("0123456789abcdef-") == std::string::npos) {

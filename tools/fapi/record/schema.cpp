@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include <unistd.h>
 
@@ -154,21 +155,19 @@ void copyFile(Database& database, long long version) {
     syncFolderOf(copy);
 }
 
-// Readers and the writer then do not wait for each other. The file remembers it.
-void useWriteAheadLog(Database& database) {
-    try {
-        database.execute("pragma journal_mode = wal");
-    } catch (const ResultsError&) {
-        // Another program that has the file open at this moment does the same.
-    }
-}
-
 }  // namespace
 
 void migrate(Database& database) {
+    // A file that is being made answers other programs with "locked" at once, so they take turns.
+    std::optional<FolderLock> turn;
+    if (!database.isServer()) {
+        const std::string folder = std::filesystem::path(database.name()).parent_path().string();
+        turn.emplace(folder.empty() ? "." : folder);
+    }
     const long long found = versionOf(database);
     if (!database.isServer() && found == 0) {
-        useWriteAheadLog(database);
+        // Readers and the writer then do not wait for each other. The file remembers it.
+        database.execute("pragma journal_mode = wal");
     }
     if (found == kNewest) {
         return;
