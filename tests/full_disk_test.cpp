@@ -75,6 +75,13 @@ protected:
         EXPECT_EQ(mkfifo((strData + "go").c_str(), 0600), 0);
         std::thread filler([&] {
             test::eventually([&] { return fs::exists(strData + "ready"); }, std::chrono::seconds(60));
+            // What has ended before is stored by then.
+            const std::vector<std::string> show = {FAPI_BINARY, "history",  "show",    "last",
+                                                   "--json",    "--report", strReports};
+            test::eventually([&] {
+                const auto run = nlohmann::json::parse(test::runProcess(show).strOutput, nullptr, false);
+                return run.is_object() && run.contains("steps") && run["steps"].size() == 1;
+            });
             fill(kibibytes);
             std::ofstream(strData + "go") << "go";
         });

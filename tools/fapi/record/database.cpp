@@ -74,7 +74,7 @@ soci::connection_parameters connectionTo(const std::string& address, Access acce
     if (access == Access::read && !fs::exists(address, error)) {
         throw ResultsError(address + ": there are no results", "");
     }
-    return {soci::sqlite3, "dbname=\"" + address + "\" timeout=" + kLockSeconds + " synchronous=full"};
+    return {soci::sqlite3, "dbname=\"" + address + "\" timeout=" + kLockSeconds};
 }
 
 std::string noState(const soci::soci_error&) {
