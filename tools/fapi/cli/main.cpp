@@ -15,12 +15,12 @@
 #include "cli/hub.h"
 #include "cli/partition.h"
 #include "cli/reference.h"
+#include "cli/results.h"
 #include "cli/service.h"
 #include "cli/set.h"
 #include "cli/station.h"
 #include "cli/word_completion.h"
 #include "conform/conformance.h"
-#include "record/history.h"
 #include "run/runner.h"
 #include "shell/help.h"
 #include "shell/shell.h"
@@ -83,18 +83,6 @@ CLI::Validator seconds() {
     return CLI::Validator(check, "");
 }
 
-CLI::Validator planVerdict() {
-    const auto check = [](const std::string& word) {
-        const auto verdicts = {Verdict::passed, Verdict::marginal, Verdict::failed, Verdict::error,
-                               Verdict::interrupted};
-        const bool isOne = std::any_of(verdicts.begin(), verdicts.end(),
-                                       [&](Verdict verdict) { return word == verdictName(verdict); });
-        return isOne ? std::string()
-                     : "is " + display(word, 40) + ", expected passed, marginal, failed, error or interrupted";
-    };
-    return CLI::Validator(check, "");
-}
-
 // Acts at once: what is printed of a wrong command line is colored as it says, too.
 CLI::Validator colorUse() {
     const auto check = [](const std::string& word) {
@@ -148,7 +136,9 @@ public:
         addRun();
         addCheck();
         addConformance();
-        addHistory();
+        addResults("history", "List the runs of plans, or look at one", addHistoryCommands);
+        addResults("stats", "Show yield, failing steps and how measurements spread", addStatsOptions);
+        addResults("results", "Look at the store of results", addStoreCommands);
         addClean();
         addSharing();
         addStation();
@@ -526,40 +516,11 @@ private:
             ->check(notEmpty());
     }
 
-    void addHistory() {
-        CLI::App* history = addCommand("history", "List the runs of plans, or look at one");
-        if (history == nullptr) {
-            return;
+    void addResults(const char* name, const char* help,
+                    void (*add)(CLI::App&, const GlobalOptions&, std::function<int()>&)) {
+        if (CLI::App* command = addCommand(name, help)) {
+            add(*command, _options, _action);
         }
-        history->add_option("--report", _history.report, "Folder of the reports")->type_name("DIR");
-        history->add_option("--plan", _history.plan, "Only runs of plans with this in their names")->type_name("NAME");
-        history
-            ->add_option("--verdict", _history.verdict,
-                         "Only those that are passed, marginal, failed, error or interrupted")
-            ->type_name("VERDICT")
-            ->check(planVerdict());
-        history->add_option("--since", _history.since, "Only those that began then or later: 2026-02-14, 2026-02-14T10")
-            ->type_name("TIME");
-        addHistoryAction(history, listHistory);
-        CLI::App* show = history->add_subcommand("show", "Show the steps of a run");
-        show->add_option("RUN", _history.runs, "Its number, or last")->required()->expected(1);
-        addHistoryAction(show, showHistory);
-        CLI::App* compare = history->add_subcommand("compare", "Show what differs between two runs");
-        compare->add_option("RUN", _history.runs, "Their numbers, or last")->required()->expected(2);
-        addHistoryAction(compare, compareHistory);
-        history->require_subcommand(0, 1);
-    }
-
-    void addHistoryAction(CLI::App* command, int (*action)(const HistoryOptions&)) {
-        command->callback([this, command, action] {
-            // A command's own comes first, and then the one that it belongs to.
-            if (command->get_subcommands().empty()) {
-                _action = [this, action] {
-                    _history.json = _options.json;
-                    return action(_history);
-                };
-            }
-        });
     }
 
     void addClean() {
@@ -567,6 +528,12 @@ private:
             _app.add_subcommand("clean", "Remove what runs have left: temporary sets, forgotten reports");
         command->add_option("--report", _clean.report, "Folder of the reports")->type_name("DIR");
         command->add_flag("--dry-run", _clean.dryRun, "Only list what would be removed");
+        const auto addLimit = [&](const char* option, std::optional<long long>& limit, const char* help) {
+            command->add_option(option, limit, help)->type_name("N")->check(numberUpTo(1000000000));
+        };
+        addLimit("--keep-runs", _clean.retention.runs, "Forget all but the newest N runs");
+        addLimit("--keep-days", _clean.retention.days, "Forget runs that are older than N days");
+        addLimit("--keep-bytes", _clean.retention.bytes, "Forget the oldest runs until their files have N bytes");
         command->add_flag("--all", _clean.all, "Also the newest sets, and runs that could be resumed");
         command->callback([this] { _action = [this] { return clean(_options, _clean); }; });
     }
@@ -646,7 +613,6 @@ private:
     ScreenOptions _screen;
     RunOptions _run;
     ConformanceOptions _conformance;
-    HistoryOptions _history;
     CleanOptions _clean;
     StationOptions _station;
 };

@@ -8,9 +8,9 @@
 #include <CLI/CLI.hpp>
 
 #include "base/env_image.h"
+#include "cli/results.h"
 #include "conform/conformance.h"
 #include "plan/files.h"
-#include "record/history.h"
 #include "report/report.h"
 #include "shell/completion.h"
 #include "target/env_store.h"
@@ -174,15 +174,6 @@ std::vector<std::string> variableNames(const std::string& flash) {
     std::vector<std::string> names;
     for (const auto& [name, value] : parseEnvImage(image).variables) {
         names.push_back(name);
-    }
-    return names;
-}
-
-// The numbers of the runs that the history knows.
-std::vector<std::string> runNames(const std::string& folder) {
-    std::vector<std::string> names = {"last"};
-    for (const HistoryEntry& entry : RunHistory(folder).entries()) {
-        names.push_back(std::to_string(entry.id));
     }
     return names;
 }

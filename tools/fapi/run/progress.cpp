@@ -103,6 +103,9 @@ void Progress::refresh() const {
 
 void Progress::end(std::size_t step, const StepResult& result) {
     _attempt = 0;
+    if (_atEndOfStep) {
+        _atEndOfStep(step, result);
+    }
     if (_quiet) {
         return;
     }

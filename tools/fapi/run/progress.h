@@ -3,6 +3,8 @@
 #ifndef FAPI_BENCH_RUN_PROGRESS_H
 #define FAPI_BENCH_RUN_PROGRESS_H
 
+#include <functional>
+
 #include "record/result.h"
 
 namespace tool {
@@ -16,6 +18,8 @@ public:
     void resume(std::size_t step) const;
     // How often refresh() wants to be called while nothing happens; negative: never.
     int refreshMilliseconds() const { return _terminal ? 200 : -1; }
+    // Called with every step that has ended.
+    void atEndOfStep(std::function<void(std::size_t, const StepResult&)> use) { _atEndOfStep = std::move(use); }
     void begin(std::size_t step, std::size_t attempt);
     void refresh() const;
     void end(std::size_t step, const StepResult& result);
@@ -34,6 +38,7 @@ private:
     std::size_t _step = 0;
     std::size_t _attempt = 0;  // 0: no step is running
     Clock::time_point _start;
+    std::function<void(std::size_t, const StepResult&)> _atEndOfStep;
 };
 
 }  // namespace tool
