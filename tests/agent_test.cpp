@@ -8,6 +8,7 @@
 #include "protocol/description.h"
 #include "protocol/sha256.h"
 #include "support/agent_client.h"
+#include "support/emulation.h"
 #include "support/tool_fixture.h"
 
 using test::AgentClient;
@@ -29,6 +30,7 @@ constexpr char kPipe[] = "/mnt/usb/pipe";
 class AgentTest : public test::ToolTest {
 protected:
     void SetUp() override {
+        SKIP_UNDER_EMULATION();
         ToolTest::SetUp();
         // A race costs the worker, which the test notices.
         setenv("TSAN_OPTIONS", "halt_on_error=1", 0);

@@ -129,6 +129,7 @@ TEST_F(CleanCli, RemovesWhatItSaysAndNothingElse) {
         << R"({"plan":"p","hash":"","faults":"","set":")" << *sets.begin() << R"(/set","fresh":true})"
         << "\n";
     EXPECT_EQ(run(_strGood, {"--keep", "0"}).s32Exit, 0);
+    fs::remove(reports() + "/results.sqlite");
     const std::string strStem = fs::path(*reportFiles({".png"}).begin()).replace_extension().string();
     const std::string strForgotten = strStem.substr(0, strStem.size() - std::string("-shot").size());
     const Names forgotten = {strForgotten + ".json", strForgotten + ".xml", strForgotten + ".html", strStem + ".png"};

@@ -62,7 +62,7 @@ protected:
     // Runs `body` in a process in which the library has not been used yet.
     template <class Body>
     void inFreshProcess(Body&& body) {
-        if (kEmulated) {
+        if (isEmulated()) {
             body();  // CTest gives each test a process of its own
             return;
         }

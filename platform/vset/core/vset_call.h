@@ -14,6 +14,7 @@
 
 #include "hw3/hw_types.h"
 #include "vset/vset.h"
+#include "vset_misbehaviour.h"
 
 namespace vset {
 
@@ -188,8 +189,8 @@ Result act(Body& body, Result failure) {
 }  // namespace detail
 
 // Runs `body`, the model of the middleware function `pszCall`, unless a fault answers in its place, and journals the
-// call with its result. errno is the body's or the fault's afterwards. `failure` is the result without a set, and after
-// an exception of the body.
+// call with its result. What a misbehaviour answers is a fault's answer, too. errno is the body's or the fault's
+// afterwards. `failure` is the result without a set, and after an exception of the body.
 template <class Body, class Result = decltype(std::declval<Body&>()())>
 Result call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFault = OnFault::skip,
             Result failure = detail::refusal<Result>()) {
@@ -206,10 +207,15 @@ Result call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFa
     if (bJournal) {
         detail::begin(openCall);
     }
-    const detail::TakenFault stFault = detail::takeFault(pszCall);
+    detail::TakenFault stFault = detail::takeFault(pszCall);
+    detail::MisbehavingCall misbehaving(pszCall, &arguments.begin()->u64Value, arguments.size());
     Result result{};
-    if (!stFault.bTaken || eOnFault == OnFault::act) {
+    const bool bActs = (!stFault.bTaken || eOnFault == OnFault::act) && !misbehaving.replaces();
+    if (bActs) {
         result = detail::act(body, failure);
+    }
+    if (misbehaving.end(bActs && !detail::isFailure(result))) {
+        stFault = {true, misbehaving.answer(), EIO};
     }
     if (stFault.bTaken) {
         result = detail::faultResult<Result>(stFault);

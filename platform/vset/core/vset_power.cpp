@@ -159,6 +159,7 @@ void attachLocked(Power& power, const std::string& strFolder) {
         throw SetError(strFolder + ": this process has the set in " + loadedFolder() + " already");
     }
     const HostPaths hostPaths;
+    detail::readMisbehaviours();
     const std::string strAbsolute = makeFolderIfMissing(strFolder);
     power.s32Lock = lockFolder(strAbsolute);
     try {

@@ -11,21 +11,6 @@ namespace tool {
 
 namespace fs = std::filesystem;
 
-static std::string unlessOutside(const std::string& path, std::string host) {
-    if (host == path) {
-        throw vset::SetError(path + ": is no path of the set (those begin with /data, /vendor or /mnt)");
-    }
-    return host;
-}
-
-std::string hostFile(const std::string& path) {
-    return unlessOutside(path, vset::hostPath(path));
-}
-
-std::string hostFile(const std::string& path, const std::string& folder) {
-    return unlessOutside(path, vset::hostPath(path, folder));
-}
-
 void writeSetFile(const std::string& path, const Bytes& bytes, bool end) {
     const std::string host = hostFile(path);
     const vset::HostPaths hostPaths;

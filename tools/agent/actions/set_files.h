@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files of the set, for a person: by the set's paths, of which only those below /data, /vendor and /mnt may be touched.
+// Files of the set, for a person: by the set's paths. Of the virtual set only those below /data, /vendor and /mnt may
+// be touched, of a board only those in the folders that the agent was started for.
 #ifndef FAPI_AGENT_ACTIONS_SET_FILES_H
 #define FAPI_AGENT_ACTIONS_SET_FILES_H
 
@@ -12,7 +13,7 @@ namespace tool {
 
 // All throw vset::SetError.
 
-// Where the path lies on this PC.
+// Where the path lies on this machine.
 std::string hostFile(const std::string& path);
 // The same of the set in the folder, whether or not it is switched on.
 std::string hostFile(const std::string& path, const std::string& folder);

@@ -2,9 +2,10 @@
 // Gamma curves as people write them.
 #include "operations/gamma_curve.h"
 
-#include <charconv>
 #include <cmath>
+#include <locale>
 #include <optional>
+#include <sstream>
 
 #include "protocol/number_list.h"
 #include "protocol/value.h"
@@ -31,10 +32,13 @@ std::optional<unsigned short> parseEntry(const std::string& text) {
 }
 
 std::optional<GammaCurve> powerCurve(const std::string& text) {
+    // A board's C++ library has no std::from_chars for fractions.
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
     double exponent = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), exponent);
-    const bool inRange = exponent >= kLeastExponent && exponent <= kMostExponent;
-    if (error != std::errc() || end != text.data() + text.size() || !inRange) {
+    stream >> std::noskipws >> exponent;
+    const bool isWhole = stream && stream.peek() == std::char_traits<char>::eof() && text.front() != '+';
+    if (!isWhole || !(exponent >= kLeastExponent && exponent <= kMostExponent)) {
         return std::nullopt;
     }
     GammaCurve curve = {};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The program fapi-agent: options, descriptors and signals.
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -11,18 +12,34 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "supervisor/limits.h"
 #include "supervisor/supervisor.h"
 
 namespace tool {
 
 namespace {
 
+#if defined(FAPI_FACTORY_MARKER)
+// The agent of a board serves only a set that has this file.
+constexpr char kMarker[] = FAPI_FACTORY_MARKER;
+constexpr bool kIsBoard = true;
 constexpr char kUsage[] =
-    "usage: fapi-agent [--set FOLDER] [--damaged]\n"
+    "usage: fapi-agent [--folder PATH]... [--partition NAME=BYTES]...\n"
+    "Serves one client on its standard streams, on a set in factory mode.\n"
+    "  --folder PATH           the client may read and write files in this folder\n"
+    "  --partition NAME=BYTES  the client may read and write this partition of the eMMC, which has so many bytes\n"
+    "  --version               print the version\n";
+#else
+constexpr char kMarker[] = "/";
+constexpr bool kIsBoard = false;
+constexpr char kUsage[] =
+    "usage: fapi-agent [--set FOLDER] [--damaged] [--as-board SOCKET]\n"
     "Serves one client on its standard streams; docs/agent-protocol.md describes the protocol.\n"
     "  --set FOLDER   the virtual set's folder\n"
     "  --damaged      go on with a damaged set\n"
+    "  --as-board SOCKET  the virtual set in the role of a board: its actions are for who connects there\n"
     "  --version      print the version\n";
+#endif
 
 // A terminal, such as a serial console, passes bytes as they are while the object lives.
 class RawTerminal {
@@ -76,7 +93,25 @@ void separateWire(int& in, int& out) {
     }
 }
 
+// Whether the words begin with an option and its value; they are added to the options then.
+bool takeOption(AgentOptions& options, std::string_view word, const char* value) {
+    if (!kIsBoard && word == "--set" && value != nullptr) {
+        options.folder = value;
+        return true;
+    }
+    if (!kIsBoard || value == nullptr || !Limits().take(word, value)) {
+        return false;
+    }
+    options.limits.emplace_back(word);
+    options.limits.emplace_back(value);
+    return true;
+}
+
 int serve(const AgentOptions& options) {
+    if (access(kMarker, F_OK) != 0) {
+        std::fprintf(stderr, "fapi-agent: %s: %s: this set is not in factory mode\n", kMarker, std::strerror(errno));
+        return 1;
+    }
     int in = -1, out = -1;
     separateWire(in, out);
     const int signals = openSignals();
@@ -98,9 +133,11 @@ int main(int argc, char** argv) {
     tool::AgentOptions options;
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
-        if (word == "--set" && i + 1 < argc) {
-            options.folder = argv[++i];
-        } else if (word == "--damaged") {
+        if (tool::takeOption(options, word, argv[i + 1])) {
+            ++i;
+        } else if (!tool::kIsBoard && word == "--as-board" && i + 1 < argc) {
+            options.hands = argv[++i];
+        } else if (!tool::kIsBoard && word == "--damaged") {
             options.damaged = true;
         } else if (word == "--version" || word == "--help") {
             std::fputs(word == "--help" ? tool::kUsage : FAPI_VERSION "\n", stdout);

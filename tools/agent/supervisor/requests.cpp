@@ -21,6 +21,11 @@ constexpr std::string_view kWithoutSet[] = {
     "check",          "describe", "env.kept",   "env.read",   "env.write", "events",     "file.list",   "journal",
     "partition.list", "refusals", "set.backup", "set.damage", "set.ports", "set.repair", "set.restore", kIdentity};
 
+// Methods that a virtual set in the role of a board does not have on its wire.
+constexpr std::string_view kOfVirtualSets[] = {"act",        "data",        "journal",  "picture",
+                                               "refusals",   "set.backup",  "set.log",  "set.damage",
+                                               "set.repair", "set.restore", "set.ports"};
+
 template <std::size_t count>
 bool isOneOf(const std::string& method, const std::string_view (&methods)[count]) {
     return std::find(std::begin(methods), std::end(methods), method) != std::end(methods);
@@ -129,6 +134,9 @@ void Supervisor::takeRequest(Request request) {
     if (!_isGreeted && request.method != "hello") {
         return refuse(request, ErrorCode::noRequest, "the first request is hello");
     }
+    if (_hands && isOneOf(request.method, kOfVirtualSets)) {
+        return refuse(request, ErrorCode::notSupported, request.method + ": a board does not have it");
+    }
     try {
         if (answerHere(request)) {
             return;
@@ -137,6 +145,20 @@ void Supervisor::takeRequest(Request request) {
         return refuse(request, ErrorCode::wrongParameters, error.what());
     }
     enqueue(std::move(request));
+}
+
+// A fixture's: what is done to the set from outside.
+void Supervisor::takeFromHands(Request request) {
+    if (request.method == "hello") {
+        answer(request, {{"protocol", kProtocolNewest}, {"framing", kPlainName}, {"agent", FAPI_VERSION}});
+    } else if (request.method == "describe") {
+        request.params = {{"actions", true}};
+        enqueue(std::move(request));
+    } else if (request.method == "act" || request.method == "check") {
+        enqueue(std::move(request));
+    } else {
+        refuse(request, ErrorCode::unknownMethod, "a fixture has the methods hello, describe, act and check");
+    }
 }
 
 // Whether the request is the supervisor's own.

@@ -61,7 +61,11 @@ Field withTimes(Field field) {
 }  // namespace
 
 Supervisor::Supervisor(AgentOptions options, Wire& wire, int signals)
-    : _options(std::move(options)), _wire(wire), _signals(signals), _session(newSession()) {}
+    : _options(std::move(options)), _wire(wire), _signals(signals), _session(newSession()) {
+    if (!_options.hands.empty()) {
+        _hands = std::make_unique<Hands>(_options.hands);
+    }
+}
 
 // --- The loop --------------------------------------------------------------------------------------------------------
 
@@ -101,6 +105,7 @@ void Supervisor::wait() {
         {takes || gives ? _worker->socket() : -1, static_cast<short>(whether(takes, POLLIN) | whether(gives, POLLOUT)),
          0},
         {_worker != nullptr ? _worker->log() : -1, POLLIN, 0},
+        {_hands ? _hands->descriptor() : -1, POLLIN, 0},
     };
     int timeout = -1;
     if (_goneUntil && !_isStuck) {
@@ -124,6 +129,9 @@ void Supervisor::wait() {
     }
     if (ends[4].revents != 0) {
         drainLog();
+    }
+    if (ends[5].revents != 0) {
+        _hands->read([this](Request request) { takeFromHands(std::move(request)); });
     }
 }
 
@@ -162,6 +170,9 @@ void Supervisor::refuse(const Request& request, ErrorCode code, const std::strin
 }
 
 void Supervisor::send(const Answer& answer) {
+    if (answer.id && Hands::isOurs(*answer.id) && _hands) {
+        return _hands->answer(answer);
+    }
     std::string text = toJsonText(toField(answer), true);
     if (text.size() > kLongestMessage) {
         text = toJsonText(toField(failed(answer.id, ErrorCode::internal, "the answer is too long")), true);
@@ -188,6 +199,10 @@ void Supervisor::startWorker() {
     }
     if (_options.damaged) {
         arguments.emplace_back("--damaged");
+    }
+    arguments.insert(arguments.end(), _options.limits.begin(), _options.limits.end());
+    if (_hands) {
+        arguments.emplace_back("--as-board");
     }
     _worker = std::make_unique<WorkerProcess>(arguments);
     tellWorker("log-switch", {{"state", _logSwitch}});
@@ -241,6 +256,8 @@ void Supervisor::takeAnswer(Lane& lane, std::string text, bool isLast) {
     Running& running = *lane.running;
     if (running.request.id == kIdentityId) {
         finishGreeting(parseMessage(parseJsonText(text)).answer.value());
+    } else if (Hands::isOurs(running.request.id)) {
+        send(parseMessage(parseJsonText(text)).answer.value());
     } else if (!running.errors.empty() && text.find("\"good\":false") != std::string::npos) {
         Answer answer = parseMessage(parseJsonText(text)).answer.value();
         Field::List log(running.errors.begin(), running.errors.end());

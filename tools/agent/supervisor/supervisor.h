@@ -15,6 +15,7 @@
 #include <poll.h>
 
 #include "protocol/message.h"
+#include "supervisor/hands.h"
 #include "supervisor/log_lines.h"
 #include "supervisor/wire.h"
 #include "supervisor/worker_process.h"
@@ -29,8 +30,10 @@ constexpr std::size_t kQueued = 256;
 constexpr char kStuckText[] = "the worker does not end: the set needs power";
 
 struct AgentOptions {
-    std::string folder;    // of the virtual set; empty: its default
-    bool damaged = false;  // go on with a damaged set
+    std::string folder;               // of the virtual set; empty: its default
+    bool damaged = false;             // go on with a damaged set
+    std::vector<std::string> limits;  // of a board, as options
+    std::string hands;  // the socket for fixtures of a virtual set in the role of a board; empty: it has no such role
 };
 
 class Supervisor {
@@ -69,6 +72,7 @@ private:
     void takeLines();
     void takeLine(Line line);
     void takeRequest(Request request);
+    void takeFromHands(Request request);
     bool answerHere(const Request& request);
     void greet(const Request& request);
     void finishGreeting(const Answer& identity);
@@ -108,6 +112,7 @@ private:
     const std::string _session;
     bool _isEnding = false;      // the agent
     bool _mayHaveEnded = false;  // the worker
+    std::unique_ptr<Hands> _hands;
 
     Field _identity;                // what the worker says of itself; null before the first one
     bool _isGreeted = false;        // hello has been answered

@@ -2,14 +2,19 @@
 // What this agent says of itself.
 #include "worker/description.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "actions/action.h"
 #include "actions/data_source.h"
 #include "actions/middleware_words.h"
 #include "actions/picture_source.h"
+#include "operations/chip_words.h"
 #include "operations/events.h"
 #include "operations/operation.h"
 #include "vset/journal.h"
 #include "vset/vset.h"
+#include "worker/set_session.h"
 
 namespace tool {
 
@@ -45,9 +50,22 @@ std::vector<Function> functions() {
     return all;
 }
 
+// No operation puts out what a board's chip holds.
+void leaveOutChip(std::vector<Output>& outputs) {
+    const std::string name = chip().name;
+    outputs.erase(
+        std::remove_if(outputs.begin(), outputs.end(), [&](const Output& output) { return output.name == name; }),
+        outputs.end());
+}
+
 Description make() {
     Description description;
     description.operations.assign(operationRows().begin(), operationRows().end());
+    if (isBoard()) {
+        for (Operation& operation : description.operations) {
+            leaveOutChip(operation.outputs);
+        }
+    }
     description.actions.assign(actionRows().begin(), actionRows().end());
     description.eventModules = eventModules();
     description.events = eventKinds();
@@ -55,12 +73,30 @@ Description make() {
     description.codes = failureCodes();
     description.pictures = pictureKinds();
     description.data.assign(dataSources().begin(), dataSources().end());
+    if (isBoard()) {
+        // They are the virtual set's.
+        description.actions.clear();
+        description.functions.clear();
+        description.codes.clear();
+        description.pictures.clear();
+        description.data.clear();
+    }
     description.makeIndex();
     description.hash = hashOf(description);
     return description;
 }
 
 }  // namespace
+
+const Description& ownActions() {
+    static const Description description = [] {
+        Description actions;
+        actions.actions.assign(actionRows().begin(), actionRows().end());
+        actions.hash = hashOf(actions);
+        return actions;
+    }();
+    return description;
+}
 
 const Description& ownDescription() {
     static const Description description = make();

@@ -9,6 +9,8 @@ namespace tool {
 
 // Of the rows, the modules' events, the middleware's functions and the set's pictures; made once.
 const Description& ownDescription();
+// Of the rows of actions alone: what a fixture of a virtual set in the role of a board has.
+const Description& ownActions();
 
 }  // namespace tool
 

@@ -21,14 +21,20 @@ namespace {
 Reply identity(const Field&) {
     char version[32] = {};
     a_vextvfapi_common_get_fapi_version(version, sizeof(version));
-    return Field{{"library", version},
-                 {"interface", FAPI_VERSION},
-                 {"kind", "virtual"},
-                 {"description", ownDescription().hash},
-                 {"set", Field{{"folder", Field::ofSet(setFolder())}}}};
+    Field answer = {{"library", version},
+                    {"interface", FAPI_VERSION},
+                    {"kind", isBoard() ? "board" : "virtual"},
+                    {"description", ownDescription().hash}};
+    if (const std::string folder = setFolder(); !folder.empty()) {
+        answer.set("set", Field{{"folder", Field::ofSet(folder)}});
+    }
+    return answer;
 }
 
-Reply describe(const Field&) {
+Reply describe(const Field& params) {
+    if (params["actions"].flagOr(false)) {
+        return toField(ownActions());
+    }
     static const Field description = toField(ownDescription());
     return description;
 }

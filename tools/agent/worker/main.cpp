@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The program fapi-agent-worker: it has library and virtual set, and is started by fapi-agent alone.
+// The program fapi-agent-worker: it has library and set, and is started by fapi-agent alone.
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -102,8 +102,12 @@ int run(int argc, char** argv) {
             socket = static_cast<int>(std::strtol(argv[++i], nullptr, 10));
         } else if (word == "--set" && i + 1 < argc) {
             options.folder = argv[++i];
+        } else if (word == "--as-board") {
+            options.isBoard = true;
         } else if (word == "--damaged") {
             options.damaged = true;
+        } else if (i + 1 < argc && options.limits.take(word, argv[i + 1])) {
+            ++i;
         }
     }
     if (socket <= STDERR_FILENO) {

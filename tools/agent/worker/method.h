@@ -57,9 +57,10 @@ struct Method {
 
 // The parts of the table.
 std::vector<Method> callMethods();     // call, act, check
+std::vector<Method> imageMethods();    // images of the boot environment
 std::vector<Method> lookMethods();     // what a set shows, and what the agent is
 std::vector<Method> setMethods();      // the set as a whole: power, backup
-std::vector<Method> storageMethods();  // files, partitions, images of the boot environment
+std::vector<Method> storageMethods();  // files, partitions
 
 // Null when there is none.
 const Method* findMethod(const std::string& name);

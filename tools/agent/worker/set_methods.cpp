@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Methods on the set as a whole.
+// Methods on the virtual set as a whole.
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -245,20 +244,6 @@ Reply repair(const Field&) {
 std::vector<Method> setMethods() {
     return {{"power", power},       {"set.backup", backup},   {"set.damage", damage}, {"set.ports", ports},
             {"set.repair", repair}, {"set.restore", restore}, {"set.show", show}};
-}
-
-const Method* findMethod(const std::string& name) {
-    static const std::map<std::string, Method> all = [] {
-        std::map<std::string, Method> methods;
-        for (const std::vector<Method>& some : {callMethods(), lookMethods(), setMethods(), storageMethods()}) {
-            for (const Method& method : some) {
-                methods.emplace(method.name, method);
-            }
-        }
-        return methods;
-    }();
-    const auto found = all.find(name);
-    return found != all.end() ? &found->second : nullptr;
 }
 
 }  // namespace tool

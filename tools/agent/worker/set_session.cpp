@@ -10,6 +10,7 @@
 
 #include "protocol/message.h"
 #include "supervisor/internal.h"
+#include "vset/flash.h"
 #include "vset/vset.h"
 #include "vset/wdt.h"
 #include "worker/notices.h"
@@ -43,6 +44,10 @@ std::string setFolder() {
     return g_options.folder.empty() ? vset::defaultFolder() : g_options.folder;
 }
 
+bool isBoard() {
+    return g_options.isBoard;
+}
+
 void switchSetOn(bool damaged) {
     const std::lock_guard<std::mutex> lock(g_mutex);
     if (g_isOn) {
@@ -68,6 +73,17 @@ ErrorCode codeOfSetError() {
 bool isSetOn() {
     const std::lock_guard<std::mutex> lock(g_mutex);
     return g_isOn;
+}
+
+void makeMissingSet() {
+    const vset::HostPaths hostPaths;
+    if (!std::filesystem::exists(setFolder() + "/set.json") && !std::filesystem::exists(setFolder() + "/env")) {
+        vset::create(setFolder());
+    }
+}
+
+std::map<std::string, std::uint64_t> setPartitions() {
+    return isSetOn() ? vset::flash::partitions() : vset::flash::partitions(setFolder());
 }
 
 }  // namespace tool

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Methods on what the set stores: files, partitions, images of the boot environment.
+// Methods on what the set stores: files and partitions.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <optional>
 
 #include <sys/stat.h>
 
 #include "actions/set_files.h"
-#include "actions/set_images.h"
 #include "operations/operation.h"
-#include "vset/flash.h"
+#include "vset/vset.h"
 #include "worker/method.h"
 #include "worker/notices.h"
 #include "worker/preparation.h"
@@ -25,14 +23,6 @@ namespace fs = std::filesystem;
 
 // The most that is written by a request, and read by a call.
 constexpr std::size_t kLongestTransfer = 1u << 20;
-
-// Makes a new set where there is none at all, if the client wants one; a damaged one stays as it is.
-void makeMissingSet(const Field& params) {
-    const vset::HostPaths hostPaths;
-    if (params["create"].flagOr(false) && !fs::exists(setFolder() + "/set.json") && !fs::exists(setFolder() + "/env")) {
-        vset::create(setFolder());
-    }
-}
 
 // --- Files -----------------------------------------------------------------------------------------------------------
 
@@ -83,9 +73,11 @@ Reply removeFile(const Field& params) {
 // --- Partitions ------------------------------------------------------------------------------------------------------
 
 Reply listPartitions(const Field& params) {
-    makeMissingSet(params);
+    if (params["create"].flagOr(false)) {
+        makeMissingSet();
+    }
     Field::List all;
-    for (const auto& [name, size] : vset::flash::partitions(setFolder())) {
+    for (const auto& [name, size] : setPartitions()) {
         all.push_back({{"name", Field::ofSet(name)}, {"bytes", size}});
     }
     return Field{{"partitions", std::move(all)}};
@@ -121,7 +113,7 @@ Outcome transfer(const OperationRow& row, const std::string& partition, long lon
 
 // How many bytes there are in the partition from the offset on.
 long long restOfPartition(const std::string& partition, long long offset) {
-    const auto partitions = vset::flash::partitions();
+    const auto partitions = setPartitions();
     const auto found = partitions.find(partition);
     if (found == partitions.end()) {
         throw MessageError("no such partition: " + partition);
@@ -192,46 +184,10 @@ Reply writePartition(const Field& params) {
     return {};
 }
 
-// --- Images of the boot environment ----------------------------------------------------------------------------------
-
-SetImage imageOf(const Field& params) {
-    return {setFolder(), params["flash"].textOr("emmc")};
-}
-
-Reply readImage(const Field& params) {
-    const SetImage image = imageOf(params);
-    makeMissingSet(params);
-    const Field& kept = params["kept"];
-    return {Field::Fields{},
-            piecesOf(kept.isNull() ? image.read() : image.readKept(static_cast<unsigned long>(kept.number())))};
-}
-
-Reply writeImage(const Field& params) {
-    const SetImage image = imageOf(params);
-    const Bytes& bytes = params.at("bytes").bytes();
-    std::optional<vset::Hold> hold;
-    if (!isSetOn()) {
-        hold.emplace(setFolder());
-    }
-    image.write(bytes);
-    return {};
-}
-
-Reply keptImages(const Field& params) {
-    Field::List all;
-    for (const SetImage::Kept& kept : imageOf(params).kept()) {
-        all.push_back({{"number", kept.number}, {"written", kept.written}});
-    }
-    return Field{{"kept", std::move(all)}};
-}
-
 }  // namespace
 
 std::vector<Method> storageMethods() {
-    return {{"env.kept", keptImages},
-            {"env.read", readImage},
-            {"env.write", writeImage},
-            {"file.list", listFiles},
+    return {{"file.list", listFiles},
             {"file.read", readFile, true},
             {"file.remove", removeFile, true},
             {"file.write", writeFile, true},

@@ -27,6 +27,7 @@ sigset_t endingSignals() {
 }
 
 Interrupts::Interrupts(const sigset_t& signals) {
+    sigemptyset(&_taken);
     pthread_sigmask(SIG_BLOCK, &signals, &_before);
     _descriptor = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
     if (_descriptor < 0) {
@@ -46,6 +47,7 @@ bool Interrupts::take() {
     signalfd_siginfo info;
     while (read(_descriptor, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
         ++_count;
+        sigaddset(&_taken, static_cast<int>(info.ssi_signo));
     }
     return _count != before;
 }

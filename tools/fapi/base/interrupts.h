@@ -24,11 +24,14 @@ public:
     // Counts the new ones; true when there were any.
     bool take();
     unsigned int count() const { return _count; }
+    // Whether one of those counted was this signal.
+    bool tookSignal(int signal) const { return sigismember(&_taken, signal) == 1; }
     // In a process of its own: signals act as before.
     void giveBack() const;
 
 private:
     sigset_t _before;
+    sigset_t _taken;
     int _descriptor = -1;
     unsigned int _count = 0;
 };

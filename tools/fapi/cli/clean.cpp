@@ -11,8 +11,8 @@
 #include "base/durable_file.h"
 #include "base/terminal.h"
 #include "base/text_pattern.h"
-#include "record/history.h"
 #include "record/result.h"
+#include "record/run_search.h"
 #include "record/unfinished_run.h"
 #include "target/fresh_set.h"
 #include "target/output.h"
@@ -68,16 +68,21 @@ public:
         : _json(options.json),
           _dryRun(cleanOptions.dryRun),
           _all(cleanOptions.all),
+          _retention(cleanOptions.retention),
           _folder(cleanOptions.report.empty() ? kReportFolder : cleanOptions.report) {}
 
     int run() {
         sets();
         std::error_code error;
         if (fs::is_directory(_folder, error)) {
+            const std::unique_ptr<Database> results = openResults("", _folder);
+            if (results != nullptr) {
+                runs(*results);
+            }
             // Runs that end meanwhile wait before they note themselves.
             const FolderLock lock(_folder);
             unfinishedRuns();
-            reports();
+            reports(results.get());
         }
         if (_json) {
             printLine(jsonLine({{"removed", _removed}, {"bytes", _bytes}, {"dry_run", _dryRun}}));
@@ -116,12 +121,24 @@ private:
         }
     }
 
+    // Those beyond the limits.
+    void runs(Database& results) {
+        const std::vector<RunFiles> beyond = runsBeyond(results, _folder, _retention);
+        for (const RunFiles& old : beyond) {
+            const std::string name = std::to_string(old.run.number) + " of " + old.run.began;
+            old.waits ? keep("run", name, "waits for a server") : static_cast<void>(remove("run", name, old.files));
+        }
+        if (!_dryRun) {
+            forgetRuns(results, beyond);
+        }
+    }
+
     // Those that the history does not know.
-    void reports() {
+    void reports(Database* results) {
         static const TextPattern kName("(.+-[0-9]{8}-[0-9]{6}(-[0-9]+)?)\\.json");
         std::set<std::string> known;
-        for (const HistoryEntry& entry : RunHistory(_folder).entries()) {
-            known.insert(entry.report);
+        if (results != nullptr) {
+            forEachRun(*results, {}, [&](const RunRecord& run) { known.insert(run.report); });
         }
         for (const fs::directory_entry& entry : fs::directory_iterator(_folder)) {
             const std::string name = entry.path().filename().string();
@@ -185,6 +202,7 @@ private:
     const bool _json;
     const bool _dryRun;
     const bool _all;
+    const Retention _retention;
     const std::string _folder;
     // What is removed, or would be.
     std::set<std::string> _sets, _files;

@@ -3,6 +3,7 @@
 #ifndef FAPI_BENCH_CLI_CLEAN_H
 #define FAPI_BENCH_CLI_CLEAN_H
 
+#include "record/retention.h"
 #include "target/confirm.h"
 
 namespace tool {
@@ -10,6 +11,7 @@ namespace tool {
 struct CleanOptions {
     std::string report;  // folder; empty: "reports"
     bool dryRun = false;
+    Retention retention;
     bool all = false;  // also what somebody might still look at or go on with
 };
 

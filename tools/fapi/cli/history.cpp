@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-// `fapi history`: what runs there were, and how two of them differ.
+// `fapi history`: which runs there were, and how two of them differ.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 
 #include "base/table.h"
 #include "base/terminal.h"
-#include "record/history.h"
+#include "cli/results.h"
+#include "protocol/characters.h"
+#include "record/identity.h"
+#include "record/run_export.h"
+#include "record/run_json.h"
 #include "report/verdict_banner.h"
+#include "target/output.h"
 
 namespace tool {
 
@@ -17,23 +22,8 @@ namespace {
 constexpr double kNotableSeconds = 0.02;
 constexpr double kNotablePart = 0.1;
 
-std::string folderOf(const HistoryOptions& options) {
-    return options.report.empty() ? kReportFolder : options.report;
-}
-
-HistoryEntry findRun(const std::vector<HistoryEntry>& entries, const std::string& word, const std::string& folder) {
-    long long number = 0;
-    if (word != "last" && !parseNumber(word, number)) {
-        throw UsageError(display(word, 40) + ": expected the number of a run, or last");
-    }
-    const auto entry = std::find_if(entries.rbegin(), entries.rend(), [&](const HistoryEntry& candidate) {
-        return word == "last" || candidate.id == number;
-    });
-    if (entry == entries.rend()) {
-        throw UsageError("there is no run " + word + " in " + folder + "; fapi history lists them");
-    }
-    return *entry;
-}
+// What the terminal gets of a long text.
+constexpr std::size_t kShownText = 200;
 
 // Of a time without its zone.
 constexpr std::size_t kTimeSize = 19;
@@ -43,13 +33,15 @@ Table runTable() {
     return Table({{"no", Align::right},
                   {"when", Align::left, 1},
                   {"verdict"},
-                  {"passed", Align::right, 4},
-                  {"marginal", Align::right, 5},
-                  {"failed", Align::right, 3},
-                  {"not run", Align::right, 6},
-                  {"seconds", Align::right, 2},
+                  {"unit", Align::left, 2},
+                  {"passed", Align::right, 5},
+                  {"marginal", Align::right, 6},
+                  {"failed", Align::right, 4},
+                  {"not run", Align::right, 7},
+                  {"seconds", Align::right, 3},
+                  {"station", Align::left, 8},
                   {"plan"}},
-                 8);
+                 10);
 }
 
 const char* colorOfRun(const std::string& verdict) {
@@ -61,31 +53,59 @@ const char* colorOfRun(const std::string& verdict) {
     return colorOf(Verdict::marginal);
 }
 
-void addRun(Table& table, const HistoryEntry& entry) {
-    char seconds[32];
-    std::snprintf(seconds, sizeof(seconds), "%.3f", entry.seconds);
-    table.add({{std::to_string(entry.id)},
-               {entry.when.substr(0, kTimeSize)},
-               {entry.verdict, usesColors() ? colorOfRun(entry.verdict) : ""},
-               {std::to_string(entry.passed)},
-               {std::to_string(entry.marginal)},
-               {std::to_string(entry.failed)},
-               {std::to_string(entry.notRun)},
-               {seconds},
-               {entry.plan + (entry.faults != 0 ? " (with faults)" : "")}});
+std::string secondsText(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.3f", seconds);
+    return text;
 }
 
-bool isWanted(const HistoryEntry& entry, const HistoryOptions& options) {
-    return entry.plan.find(options.plan) != std::string::npos &&
-           (options.verdict.empty() || entry.verdict == options.verdict) && entry.when >= options.since;
+void addRun(Table& table, const RunRecord& run) {
+    const std::string verdict = run.verdict.value_or("unfinished");
+    table.add({{std::to_string(run.number)},
+               {localText(run.began, run.utcOffset).substr(0, kTimeSize)},
+               {verdict, usesColors() ? colorOfRun(verdict) : ""},
+               {run.unit.value_or("")},
+               {std::to_string(run.passed)},
+               {std::to_string(run.marginal)},
+               {std::to_string(run.failed)},
+               {std::to_string(run.notRun)},
+               {secondsText(run.seconds)},
+               {run.station},
+               {run.plan + (run.faults != 0 ? " (with faults)" : "")}});
 }
 
-void printSteps(const HistoryEntry& entry) {
-    for (const HistoryStep& step : entry.steps) {
+std::string numberText(double value) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.10g", value);
+    return text;
+}
+
+std::string valueText(const MeasurementRecord& row) {
+    const std::string value = row.value ? numberText(*row.value) : row.text.value_or("");
+    return row.unit.empty() ? value : value + " " + row.unit;
+}
+
+std::string limitsText(const MeasurementRecord& row) {
+    if (!row.low && !row.high) {
+        return "";
+    }
+    return " in " + (row.low ? numberText(*row.low) : "") + ".." + (row.high ? numberText(*row.high) : "");
+}
+
+std::vector<MeasurementRecord> finalOf(const WholeRun& run, long long step) {
+    std::vector<MeasurementRecord> found;
+    std::copy_if(run.parts.measurements.begin(), run.parts.measurements.end(), std::back_inserter(found),
+                 [&](const MeasurementRecord& row) { return row.step == step && row.final != 0; });
+    return found;
+}
+
+void printSteps(const WholeRun& run) {
+    for (const StepRecord& step : run.parts.steps) {
         std::fprintf(dataOutput(), "  %-11s  %9.3f  %s\n", printable(step.verdict).c_str(), step.seconds,
                      printable(step.name).c_str());
-        for (const Measurement& measurement : step.measurements) {
-            std::fprintf(dataOutput(), "  %24s%s = %lld\n", "", printable(measurement.name).c_str(), measurement.value);
+        for (const MeasurementRecord& row : finalOf(run, step.number)) {
+            std::fprintf(dataOutput(), "  %24s%s = %s%s\n", "", printable(row.name).c_str(),
+                         printable(beginningOf(valueText(row), kShownText)).c_str(), limitsText(row).c_str());
         }
     }
 }
@@ -99,11 +119,11 @@ struct Change {
 };
 
 // Steps of one name are told apart by their order.
-const HistoryStep* counterpart(const HistoryEntry& in, const HistoryEntry& of, std::size_t index) {
-    const std::string& name = of.steps[index].name;
-    const auto isOfName = [&](const HistoryStep& step) { return step.name == name; };
-    auto order = std::count_if(of.steps.begin(), of.steps.begin() + static_cast<std::ptrdiff_t>(index), isOfName);
-    for (const HistoryStep& step : in.steps) {
+const StepRecord* counterpart(const WholeRun& in, const WholeRun& of, std::size_t index) {
+    const std::vector<StepRecord>& steps = of.parts.steps;
+    const auto isOfName = [&](const StepRecord& step) { return step.name == steps[index].name; };
+    auto order = std::count_if(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(index), isOfName);
+    for (const StepRecord& step : in.parts.steps) {
         if (isOfName(step) && order-- == 0) {
             return &step;
         }
@@ -116,60 +136,61 @@ bool isNotable(double before, double after) {
     return difference >= kNotableSeconds && difference >= kNotablePart * std::max(before, after);
 }
 
-Json valueIn(const HistoryStep& step, const std::string& name) {
-    for (const Measurement& measurement : step.measurements) {
-        if (measurement.name == name) {
-            return measurement.value;
-        }
-    }
-    return nullptr;
+Json valueOf(const MeasurementRecord& row) {
+    return row.value ? Json(*row.value) : Json(row.text.value_or(""));
 }
 
-void compareSteps(const HistoryStep& before, const HistoryStep& after, std::vector<Change>& changes) {
-    if (before.verdict != after.verdict) {
-        changes.push_back({after.name, "verdict", before.verdict, after.verdict});
-    }
-    if (isNotable(before.seconds, after.seconds)) {
-        changes.push_back({after.name, "seconds", before.seconds, after.seconds});
-    }
-    for (const Measurement& measurement : after.measurements) {
-        const Json old = valueIn(before, measurement.name);
-        if (old != Json(measurement.value)) {
-            changes.push_back({after.name, measurement.name, old, measurement.value});
+Json valueIn(const std::vector<MeasurementRecord>& rows, const std::string& name) {
+    const auto found =
+        std::find_if(rows.begin(), rows.end(), [&](const MeasurementRecord& row) { return row.name == name; });
+    return found == rows.end() ? Json(nullptr) : valueOf(*found);
+}
+
+void compareMeasurements(const std::string& step, const std::vector<MeasurementRecord>& before,
+                         const std::vector<MeasurementRecord>& after, std::vector<Change>& changes) {
+    for (const MeasurementRecord& row : after) {
+        const Json old = valueIn(before, row.name);
+        if (old != valueOf(row)) {
+            changes.push_back({step, row.name, old, valueOf(row)});
         }
     }
-    for (const Measurement& measurement : before.measurements) {
-        if (valueIn(after, measurement.name).is_null()) {
-            changes.push_back({after.name, measurement.name, measurement.value, nullptr});
+    for (const MeasurementRecord& row : before) {
+        if (valueIn(after, row.name).is_null()) {
+            changes.push_back({step, row.name, valueOf(row), nullptr});
         }
     }
 }
 
-std::vector<Change> changesBetween(const HistoryEntry& before, const HistoryEntry& after) {
+std::vector<Change> changesBetween(const WholeRun& before, const WholeRun& after) {
     std::vector<Change> changes;
-    for (std::size_t i = 0; i < after.steps.size(); ++i) {
-        const HistoryStep& step = after.steps[i];
-        if (const HistoryStep* old = counterpart(before, after, i)) {
-            compareSteps(*old, step, changes);
-        } else {
+    for (std::size_t i = 0; i < after.parts.steps.size(); ++i) {
+        const StepRecord& step = after.parts.steps[i];
+        const StepRecord* old = counterpart(before, after, i);
+        if (old == nullptr) {
             changes.push_back({step.name, "new", nullptr, step.verdict});
+            continue;
         }
+        if (old->verdict != step.verdict) {
+            changes.push_back({step.name, "verdict", old->verdict, step.verdict});
+        }
+        if (isNotable(old->seconds, step.seconds)) {
+            changes.push_back({step.name, "seconds", old->seconds, step.seconds});
+        }
+        compareMeasurements(step.name, finalOf(before, old->number), finalOf(after, step.number), changes);
     }
-    for (std::size_t i = 0; i < before.steps.size(); ++i) {
+    for (std::size_t i = 0; i < before.parts.steps.size(); ++i) {
         if (counterpart(after, before, i) == nullptr) {
-            changes.push_back({before.steps[i].name, "missing", before.steps[i].verdict, nullptr});
+            changes.push_back({before.parts.steps[i].name, "missing", before.parts.steps[i].verdict, nullptr});
         }
     }
     return changes;
 }
 
-std::string wordOf(const Json& value) {
-    char text[32];
-    if (value.is_number_float()) {
-        std::snprintf(text, sizeof(text), "%.3f", value.get<double>());
-        return text;
+std::string wordOf(const Json& value, const std::string& what) {
+    if (value.is_number()) {
+        return what == "seconds" ? secondsText(value.get<double>()) : numberText(value.get<double>());
     }
-    return value.is_string() ? value.get<std::string>() : value.is_null() ? "none" : jsonText(value, -1);
+    return value.is_string() ? beginningOf(value.get<std::string>(), kShownText) : "none";
 }
 
 void printChange(const Change& change, bool json) {
@@ -179,68 +200,95 @@ void printChange(const Change& change, bool json) {
         return;
     }
     const bool isWhole = change.what == "new" || change.what == "missing";
+    const std::string before = wordOf(change.before, change.what), after = wordOf(change.after, change.what);
     printLine("  " + printable(change.step + ": " + change.what +
-                               (isWhole ? " (" + wordOf(change.before.is_null() ? change.after : change.before) + ")"
-                                        : " " + wordOf(change.before) + " -> " + wordOf(change.after))));
+                               (isWhole ? " (" + (change.before.is_null() ? after : before) + ")"
+                                        : " " + before + " -> " + after)));
 }
 
 }  // namespace
 
-int listHistory(const HistoryOptions& options) {
-    const std::vector<HistoryEntry> entries = RunHistory(folderOf(options)).entries();
-    if (entries.empty()) {
-        printMessage(folderOf(options) + ": no runs");
+int listHistory(const ResultsOptions& options) {
+    const std::unique_ptr<Database> database = options.open();
+    if (database == nullptr) {
         return kExitGood;
     }
     Table table = runTable();
-    for (const HistoryEntry& entry : entries) {
-        if (!isWanted(entry, options)) {
-            continue;
-        }
-        options.json ? printLine(jsonLine(toJson(entry))) : addRun(table, entry);
-    }
+    forEachRun(*database, options.filter,
+               [&](const RunRecord& run) { options.json ? printLine(jsonLine(runJson(run))) : addRun(table, run); });
     if (!options.json) {
         table.print();
     }
     return kExitGood;
 }
 
-int showHistory(const HistoryOptions& options) {
-    const std::string folder = folderOf(options);
-    const HistoryEntry entry = findRun(RunHistory(folder).entries(), options.runs.at(0), folder);
+static WholeRun namedRun(Database* database, const std::string& word) {
+    if (database == nullptr) {
+        throw UsageError("there is no run " + display(word, 40));
+    }
+    return wholeRun(*database, findRun(*database, word));
+}
+
+int showHistory(const ResultsOptions& options) {
+    const WholeRun run = namedRun(options.open().get(), options.runs.at(0));
     if (options.json) {
-        printLine(jsonLine(toJson(entry)));
+        printLine(jsonLine(runJson(run)));
         return kExitGood;
     }
     Table table = runTable();
-    addRun(table, entry);
+    addRun(table, run.run);
     table.print();
-    printLine("report: " + printable(folder + "/" + entry.report));
-    printSteps(entry);
+    printLine("id: " + run.run.id);
+    printLine("report: " + printable(options.folder() + "/" + run.run.report));
+    if (!run.run.why.empty()) {
+        printLine(printable(run.run.decidingStep + ": " + beginningOf(run.run.why, kShownText)));
+    }
+    printSteps(run);
     return kExitGood;
 }
 
-int compareHistory(const HistoryOptions& options) {
-    const std::string folder = folderOf(options);
-    const std::vector<HistoryEntry> entries = RunHistory(folder).entries();
-    const HistoryEntry before = findRun(entries, options.runs.at(0), folder);
-    const HistoryEntry after = findRun(entries, options.runs.at(1), folder);
+int compareHistory(const ResultsOptions& options) {
+    const std::unique_ptr<Database> database = options.open();
+    const WholeRun before = namedRun(database.get(), options.runs.at(0));
+    const WholeRun after = namedRun(database.get(), options.runs.at(1));
     const std::vector<Change> changes = changesBetween(before, after);
     if (!options.json) {
         Table table = runTable();
-        addRun(table, before);
-        addRun(table, after);
+        addRun(table, before.run);
+        addRun(table, after.run);
         table.print();
     }
     for (const Change& change : changes) {
         printChange(change, options.json);
     }
     if (options.json) {
-        printLine(jsonLine({{"before", before.id}, {"after", after.id}, {"differences", changes.size()}}));
+        printLine(
+            jsonLine({{"before", before.run.number}, {"after", after.run.number}, {"differences", changes.size()}}));
     } else if (changes.empty()) {
         printLine("  no differences");
     }
     return kExitGood;
+}
+
+int exportHistory(const ResultsOptions& options) {
+    const std::unique_ptr<Database> database = options.open();
+    if (database == nullptr) {
+        return kExitGood;
+    }
+    const ExportFormat* format = findExportFormat(options.format);
+    if (format == nullptr) {
+        throw UsageError("--format is " + display(options.format, 40) + ", expected " + exportFormatNames());
+    }
+    exportRuns(*database, options.filter, *format, dataOutput());
+    return kExitGood;
+}
+
+std::vector<std::string> runNames(const std::string& folder) {
+    std::vector<std::string> names = {"last"};
+    if (const std::unique_ptr<Database> database = openResults("", folder)) {
+        forEachRun(*database, {}, [&](const RunRecord& run) { names.push_back(std::to_string(run.number)); });
+    }
+    return names;
 }
 
 }  // namespace tool

@@ -15,13 +15,16 @@
 #include "cli/hub.h"
 #include "cli/partition.h"
 #include "cli/reference.h"
+#include "cli/results.h"
 #include "cli/service.h"
 #include "cli/set.h"
+#include "cli/station.h"
 #include "cli/word_completion.h"
-#include "record/history.h"
+#include "conform/conformance.h"
 #include "run/runner.h"
 #include "shell/help.h"
 #include "shell/shell.h"
+#include "station/station.h"
 #include "target/hub.h"
 #include "target/output.h"
 #include "target/session.h"
@@ -80,18 +83,6 @@ CLI::Validator seconds() {
     return CLI::Validator(check, "");
 }
 
-CLI::Validator planVerdict() {
-    const auto check = [](const std::string& word) {
-        const auto verdicts = {Verdict::passed, Verdict::marginal, Verdict::failed, Verdict::error,
-                               Verdict::interrupted};
-        const bool isOne = std::any_of(verdicts.begin(), verdicts.end(),
-                                       [&](Verdict verdict) { return word == verdictName(verdict); });
-        return isOne ? std::string()
-                     : "is " + display(word, 40) + ", expected passed, marginal, failed, error or interrupted";
-    };
-    return CLI::Validator(check, "");
-}
-
 // Acts at once: what is printed of a wrong command line is colored as it says, too.
 CLI::Validator colorUse() {
     const auto check = [](const std::string& word) {
@@ -124,6 +115,10 @@ public:
         _app.fallthrough();
         _app.set_version_flag("--version", FAPI_VERSION);
         _app.add_option("--set", _options.session.folder, "Folder of the virtual set")->type_name("DIR");
+        _app.add_option("--target", _station.target,
+                        "A set of station.ini, the folder of a virtual set, or -- and the command that is the wire")
+            ->type_name("NAME");
+        _app.add_option("--station", _station.file, "The station's file")->type_name("FILE");
         _app.add_flag("--json", _options.json, "Print one JSON object a line");
         _app.add_flag("--log", _options.session.log,
                       "Show the library's log of this call, whatever \"set log\" says, on standard error");
@@ -140,16 +135,20 @@ public:
         addScreen();
         addRun();
         addCheck();
-        addHistory();
+        addConformance();
+        addResults("history", "List the runs of plans, or look at one", addHistoryCommands);
+        addResults("stats", "Show yield, failing steps and how measurements spread", addStatsOptions);
+        addResults("results", "Look at the store of results", addStoreCommands);
         addClean();
         addSharing();
+        addStation();
         addTexts();
         unmarkArguments(_app);
     }
 
     int run(int argc, char** argv) {
         try {
-            _app.parse(markedWords(argc, argv));
+            _app.parse(markedWords(cutCommand(argc, argv), argv));
         } catch (const CLI::ParseError& error) {
             if (error.get_exit_code() != 0) {
                 throw UsageError(complaint(error));
@@ -161,10 +160,26 @@ public:
             return kExitGood;
         }
         chooseSession(_options.session);
+        applyStation(_station, _options.session);
+        chooseSession(_options.session);
         return _action();
     }
 
 private:
+    // Cuts "--target -- COMMAND..." off, whose words are no words of this program.
+    int cutCommand(int argc, char** argv) {
+        for (int i = 1; i + 1 < argc; ++i) {
+            if (std::string_view(argv[i]) == "--target" && std::string_view(argv[i + 1]) == "--") {
+                _station.command.assign(argv + i + 2, argv + argc);
+                if (_station.command.empty()) {
+                    throw UsageError("--target --: the command is missing");
+                }
+                return i;
+            }
+        }
+        return argc;
+    }
+
     // CLI11 takes no more words for a command whose words began in front of a --. So words behind it are marked, as no
     // option, in its place. The words are in reverse, as CLI11 wants them.
     static std::vector<std::string> markedWords(int argc, char** argv) {
@@ -466,46 +481,46 @@ private:
         });
     }
 
+    void addConformance() {
+        CLI::App* command = addCommand("conformance", "Check what the set promises, rule by rule");
+        if (command == nullptr) {
+            return;
+        }
+        command->add_option("RULE", _conformance.rules, "Names, families, patterns such as \"gpio.*\", or files");
+        const auto addWords = [&](const char* name, std::vector<std::string>& words, const char* type,
+                                  const char* help) {
+            command->add_option(name, words, help)->type_name(type)->allow_extra_args(false);
+        };
+        addWords("--danger", _conformance.dangers, "CLASS",
+                 "Also rules of this class: store, reboot, pads, person; may be given again");
+        addWords("--has", _conformance.has, "THING", "What the board claims to have; may be given again");
+        const auto addFile = [&](const char* name, std::string& file, const char* help) {
+            command->add_option(name, file, help)->type_name("FILE")->check(notEmpty());
+        };
+        addFile("--expected", _conformance.expected, "Rules that are expected to fail, each with its reason");
+        addFile("--junit", _conformance.junit, "Write JUnit XML to this file, too");
+        addFile("--page", _conformance.page, "Write a page (HTML) to this file, too");
+        command->add_flag("--list", _conformance.isList, "Only list the rules");
+        command->callback([this] {
+            _action = [this] {
+                _conformance.session = _options.session;
+                _conformance.json = _options.json;
+                return runConformance(_conformance);
+            };
+        });
+    }
+
     CLI::Option* addFaults(CLI::App* command) {
         return command->add_option("--faults", _run.faults, "File of faults that the run is to meet")
             ->type_name("FILE")
             ->check(notEmpty());
     }
 
-    void addHistory() {
-        CLI::App* history = addCommand("history", "List the runs of plans, or look at one");
-        if (history == nullptr) {
-            return;
+    void addResults(const char* name, const char* help,
+                    void (*add)(CLI::App&, const GlobalOptions&, std::function<int()>&)) {
+        if (CLI::App* command = addCommand(name, help)) {
+            add(*command, _options, _action);
         }
-        history->add_option("--report", _history.report, "Folder of the reports")->type_name("DIR");
-        history->add_option("--plan", _history.plan, "Only runs of plans with this in their names")->type_name("NAME");
-        history
-            ->add_option("--verdict", _history.verdict,
-                         "Only those that are passed, marginal, failed, error or interrupted")
-            ->type_name("VERDICT")
-            ->check(planVerdict());
-        history->add_option("--since", _history.since, "Only those that began then or later: 2026-02-14, 2026-02-14T10")
-            ->type_name("TIME");
-        addHistoryAction(history, listHistory);
-        CLI::App* show = history->add_subcommand("show", "Show the steps of a run");
-        show->add_option("RUN", _history.runs, "Its number, or last")->required()->expected(1);
-        addHistoryAction(show, showHistory);
-        CLI::App* compare = history->add_subcommand("compare", "Show what differs between two runs");
-        compare->add_option("RUN", _history.runs, "Their numbers, or last")->required()->expected(2);
-        addHistoryAction(compare, compareHistory);
-        history->require_subcommand(0, 1);
-    }
-
-    void addHistoryAction(CLI::App* command, int (*action)(const HistoryOptions&)) {
-        command->callback([this, command, action] {
-            // A command's own comes first, and then the one that it belongs to.
-            if (command->get_subcommands().empty()) {
-                _action = [this, action] {
-                    _history.json = _options.json;
-                    return action(_history);
-                };
-            }
-        });
     }
 
     void addClean() {
@@ -513,6 +528,12 @@ private:
             _app.add_subcommand("clean", "Remove what runs have left: temporary sets, forgotten reports");
         command->add_option("--report", _clean.report, "Folder of the reports")->type_name("DIR");
         command->add_flag("--dry-run", _clean.dryRun, "Only list what would be removed");
+        const auto addLimit = [&](const char* option, std::optional<long long>& limit, const char* help) {
+            command->add_option(option, limit, help)->type_name("N")->check(numberUpTo(1000000000));
+        };
+        addLimit("--keep-runs", _clean.retention.runs, "Forget all but the newest N runs");
+        addLimit("--keep-days", _clean.retention.days, "Forget runs that are older than N days");
+        addLimit("--keep-bytes", _clean.retention.bytes, "Forget the oldest runs until their files have N bytes");
         command->add_flag("--all", _clean.all, "Also the newest sets, and runs that could be resumed");
         command->callback([this] { _action = [this] { return clean(_options, _clean); }; });
     }
@@ -528,10 +549,26 @@ private:
             [this] { _action = [this] { return print(takeClaim(clientOptions(), _word, _options.json)); }; });
     }
 
+    // Of the station as a whole.
+    void addStation() {
+        _app.add_subcommand("targets", "List the sets of this station, and who uses them")->callback([this] {
+            _action = [this] { return listTargets(_station, _options.session, _options.json); };
+        });
+        CLI::App* station = _app.add_subcommand("station", "Check the station's file, or print what it may hold");
+        station->require_subcommand(1);
+        station->add_subcommand("check", "Try each target and fixture of the station's file")->callback([this] {
+            _action = [this] { return checkStation(_station, _options.json); };
+        });
+        station->add_subcommand("reference", "Print the keys of the station's file, as Markdown")->callback([this] {
+            _action = [] { return print(stationReference()); };
+        });
+    }
+
     TargetOptions clientOptions() const {
         TargetOptions options;
         options.folder = _options.session.folder;
         options.client = "fapi";
+        options.wire = _options.session.wire;
         return options;
     }
 
@@ -575,8 +612,9 @@ private:
     WatchOptions _watch;
     ScreenOptions _screen;
     RunOptions _run;
-    HistoryOptions _history;
+    ConformanceOptions _conformance;
     CleanOptions _clean;
+    StationOptions _station;
 };
 
 // Known also when the command line is wrong.

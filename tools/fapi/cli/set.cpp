@@ -45,8 +45,9 @@ int printSetPath(const GlobalOptions& options) {
 
 int powerCycleSet(const GlobalOptions& options) {
     openSession(options.session);
-    const long long boots = powerCycle();
-    say(options, {{"boots", boots}}, "switched on for the " + std::to_string(boots) + ". time");
+    const std::optional<long long> boots = powerCycle();
+    say(options, boots ? Json{{"boots", *boots}} : Json::object(),
+        boots ? "switched on for the " + std::to_string(*boots) + ". time" : "switched off and on");
     return kExitGood;
 }
 

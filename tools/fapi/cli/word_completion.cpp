@@ -8,8 +8,9 @@
 #include <CLI/CLI.hpp>
 
 #include "base/env_image.h"
+#include "cli/results.h"
+#include "conform/conformance.h"
 #include "plan/files.h"
-#include "record/history.h"
 #include "report/report.h"
 #include "shell/completion.h"
 #include "target/env_store.h"
@@ -177,15 +178,6 @@ std::vector<std::string> variableNames(const std::string& flash) {
     return names;
 }
 
-// The numbers of the runs that the history knows.
-std::vector<std::string> runNames(const std::string& folder) {
-    std::vector<std::string> names = {"last"};
-    for (const HistoryEntry& entry : RunHistory(folder).entries()) {
-        names.push_back(std::to_string(entry.id));
-    }
-    return names;
-}
-
 // What an option or argument of that name takes on the command line; the words of operations and actions are no
 // matter of this.
 std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
@@ -193,6 +185,14 @@ std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
         std::vector<std::string> names = planNames();
         names.insert(names.begin(), kAnyFile);
         return names;
+    }
+    if (name == "RULE") {
+        std::vector<std::string> names = ruleNames();
+        names.insert(names.begin(), kAnyFile);
+        return names;
+    }
+    if (name == "CLASS") {
+        return {"changes", "pads", "person", "reads", "reboot", "store"};
     }
     if (name == "FILE") {
         return {kAnyFile};

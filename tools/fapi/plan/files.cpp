@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "plan/files.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
@@ -17,22 +18,39 @@ namespace fs = std::filesystem;
 constexpr char kPlansVariable[] = "FAPI_PLANS";
 constexpr char kExtension[] = ".plan";
 
-// The user's come first. The tool's own are found from where it lies, so that an installed tree may be moved.
 std::vector<fs::path> planFolders() {
-    std::vector<fs::path> folders;
-    const char* users = std::getenv(kPlansVariable);
+    const std::vector<std::string> folders = sharedFolders(kPlansVariable, "plans");
+    return {folders.begin(), folders.end()};
+}
+
+}  // namespace
+
+// The user's come first. The tool's own are found from where it lies, so that an installed tree may be moved.
+std::vector<std::string> sharedFolders(const char* variable, const char* name) {
+    std::vector<std::string> folders;
+    const char* users = std::getenv(variable);
     if (users != nullptr && *users != '\0') {
         folders.emplace_back(users);
     }
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
     if (!error) {
-        folders.push_back(program.parent_path().parent_path() / "share/fapi/plans");
+        folders.push_back((program.parent_path().parent_path() / "share/fapi" / name).string());
     }
     return folders;
 }
 
-}  // namespace
+std::vector<std::string> filesIn(const std::string& folder, const std::string& extension) {
+    std::vector<std::string> files;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        if (entry.path().extension() == extension) {
+            files.push_back(entry.path().string());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
 
 std::optional<std::string> planFile(const std::string& word) {
     std::error_code error;
@@ -71,11 +89,8 @@ std::string unknownPlan(const std::string& word) {
 std::vector<std::string> planNames() {
     std::set<std::string> names;
     for (const fs::path& folder : planFolders()) {
-        std::error_code error;
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-            if (entry.path().extension() == kExtension) {
-                names.insert(entry.path().stem().string());
-            }
+        for (const std::string& file : filesIn(folder.string(), kExtension)) {
+            names.insert(fs::path(file).stem().string());
         }
     }
     return {names.begin(), names.end()};

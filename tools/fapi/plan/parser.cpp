@@ -15,6 +15,9 @@ namespace tool {
 namespace {
 
 constexpr long long kMostRetries = 100000;
+// "only-if target KIND"
+constexpr const char* kOnlyIf = "only-if";
+constexpr int kConditionWords = 3;
 
 bool isName(const std::string& word) {
     return !word.empty() && word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") ==
@@ -43,11 +46,18 @@ private:
     void parseLine(std::string_view text) {
         _text = text;
         try {
-            const Words words = splitWords(text);
+            Words words = splitWords(text);
+            _before = 0;
             if (words.empty()) {
                 return;
             }
-            if (words[0] == "plan") {
+            std::string skipped;
+            if (words[0] == kOnlyIf) {
+                skipped = takeCondition(words);
+            }
+            if (!skipped.empty() || isAfterSkipped(words[0])) {
+                skipLine(words, skipped);
+            } else if (words[0] == "plan") {
                 parsePlanName(words);
             } else if (words[0] == "on-failure") {
                 parseDefaultOnFailure(words);
@@ -74,7 +84,56 @@ private:
         }
     }
 
-    void problem(const UsageError& error) { _problems.push_back({_line, columnOf(_text, error), error.what()}); }
+    void problem(const UsageError& error) {
+        _problems.push_back({_line, columnOf(_text, error.behind(_before, error.what())), error.what()});
+    }
+
+    // Cuts "only-if target KIND" off the words, from words[i] on. Returns why the set is not meant; empty when it is.
+    std::string takeCondition(Words& words) {
+        const std::string skipped = conditionAt(words, 0);
+        if (words.size() == kConditionWords) {
+            throw UsageError("only-if stands before a line of a step, or behind a step's name", kConditionWords);
+        }
+        static const std::set<std::string> whole = {"on-failure", "plan", "step", "teardown", kOnlyIf};
+        if (whole.count(words[kConditionWords]) != 0) {
+            throw UsageError("only-if stands before a line of a step, or behind a step's name", 0);
+        }
+        words.erase(words.begin(), words.begin() + kConditionWords);
+        _before = kConditionWords;
+        return skipped;
+    }
+
+    static std::string conditionAt(const Words& words, std::size_t i) {
+        const auto wordAt = [&](std::size_t place) { return place < words.size() ? words[place] : std::string(); };
+        const std::string kind = wordAt(i + 2);
+        if (wordAt(i + 1) != "target" || (kind != "virtual" && kind != "board")) {
+            throw UsageError("expected: only-if target virtual or only-if target board",
+                             wordAt(i + 1) != "target" ? i + 1 : i + 2);
+        }
+        return kind == targetKind() ? ""
+                                    : "only for a target of the kind " + kind + ", and this one is " + targetKind();
+    }
+
+    // Whether the line belongs to one that is skipped, or to a step that is.
+    bool isAfterSkipped(const std::string& word) const {
+        if (_plan.steps.empty() || word == "step" || word == "teardown" || word == "plan" || word == "on-failure") {
+            return false;
+        }
+        const bool follows = word == "expect" || word == "keep";
+        const std::vector<PlanLine>& lines = _plan.steps.back().lines;
+        return !_plan.steps.back().skipped.empty() || (follows && !lines.empty() && !lines.back().skipped.empty());
+    }
+
+    // What is not for this set is not checked: its agent need not know any of it.
+    void skipLine(const Words& words, const std::string& why) {
+        if (words[0] == "keep" && words.size() == 3) {
+            _kept.insert(words[1]);
+        }
+        if (words[0] != "expect" && words[0] != "keep") {
+            PlanLine& line = addLine(words);
+            line.skipped = why.empty() ? _plan.steps.back().skipped : why;
+        }
+    }
 
     void parsePlanName(const Words& words) {
         if (words.size() != 2) {
@@ -111,7 +170,8 @@ private:
         step.teardown = _teardown;
         step.stopOnFailure = _stopOnFailure && !_teardown;
         if (words.size() < 2 || words[1].empty()) {
-            throw UsageError("expected: step NAME [retry N] [every TIME] [on-failure stop|continue]", 1);
+            throw UsageError(
+                "expected: step NAME [retry N] [every TIME] [on-failure stop|continue] [only-if target KIND]", 1);
         }
         step.name = words[1];
         for (std::size_t i = 2; i < words.size();) {
@@ -144,9 +204,14 @@ private:
         if (words[i] == "on-failure") {
             return parseOnFailure(words, i, step.stopOnFailure);
         }
+        if (words[i] == kOnlyIf) {
+            step.skipped = conditionAt(words, i);
+            return i + kConditionWords;
+        }
         const std::string instead = unknownPlanWord(words[i]);
         const bool isForeign = instead.rfind("plans know", 0) == 0;
-        throw UsageError(isForeign ? instead : display(words[i], 40) + ": expected retry, every or on-failure", i);
+        throw UsageError(isForeign ? instead : display(words[i], 40) + ": expected retry, every, on-failure or only-if",
+                         i);
     }
 
     void parseTeardown(const Words& words) {
@@ -364,6 +429,7 @@ private:
     Plan _plan;
     std::string_view _text;  // of the line
     unsigned int _line = 0;
+    std::size_t _before = 0;  // words of the line that are cut off
     std::size_t _stepColumn = 1;
     Surprises _surprises;
     bool _teardown = false;

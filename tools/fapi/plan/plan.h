@@ -17,6 +17,8 @@ struct Plan {
     std::string name;
     std::vector<Step> steps;
     std::vector<PlanFault> faults;  // that a run of it is to meet
+    bool judgesRefusals = true;     // a call that the chip refuses fails its line unless the plan says otherwise
+    bool bringsUpTeardown = false;  // the first step brings the set up for a teardown in another worker, too
     std::vector<Problem> warnings;  // of what works, but hardly as it is meant
     // By these a changed file is known; that of the faults is empty without a file of them.
     std::string hash, faultsHash;

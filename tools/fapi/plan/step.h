@@ -35,6 +35,7 @@ struct PlanLine {
     LineKind kind = LineKind::command;
     std::vector<Expectation> expectations;
     std::vector<Keep> keeps;
+    std::string skipped;  // why this set is not to meet the line; empty: it is
 
     std::string text() const;
 };
@@ -44,6 +45,7 @@ struct Step {
     std::string name;
     bool teardown = false;
     bool stopOnFailure = true;
+    std::string skipped;     // why this set is not to meet it; empty: it is
     unsigned int retry = 0;  // further attempts
     std::chrono::milliseconds every{0};
     std::vector<PlanLine> lines;

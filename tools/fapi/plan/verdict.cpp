@@ -6,7 +6,8 @@ namespace tool {
 
 namespace {
 
-constexpr const char* kVerdicts[] = {"passed", "marginal", "failed", "error", "died", "interrupted", "not run"};
+constexpr const char* kVerdicts[] = {"passed", "marginal",    "failed",  "error",
+                                     "died",   "interrupted", "not run", "skipped"};
 
 }  // namespace
 
@@ -30,7 +31,7 @@ const char* verdictWord(Verdict verdict) {
 }
 
 bool isBad(Verdict verdict) {
-    return verdict != Verdict::passed && verdict != Verdict::marginal;
+    return verdict != Verdict::passed && verdict != Verdict::marginal && verdict != Verdict::skipped;
 }
 
 }  // namespace tool

@@ -7,8 +7,9 @@
 
 namespace tool {
 
-// In the order of their weight. `error` is one of the station: what the set would have done is not known.
-enum class Verdict { passed, marginal, failed, error, died, interrupted, notRun };
+// In the order of their weight, but for what was skipped because the plan wants it so. `error` is one of the station:
+// what the set would have done is not known.
+enum class Verdict { passed, marginal, failed, error, died, interrupted, notRun, skipped };
 const char* verdictName(Verdict verdict);
 // What a plan's verdict is called where it is to be read from afar: "PASS".
 const char* verdictWord(Verdict verdict);

@@ -29,7 +29,6 @@ constexpr ForeignWord kForeignWords[] = {
     {"include", "fapi run takes several plans, one after the other"},
     {"let", "keep NAME OUTPUT stores what a line answers"},
     {"loop", "step NAME retry N repeats a step until it passes, fapi run --repeat N a plan"},
-    {"only-if", "there are no conditions; write a plan for each case"},
     {"pause", "wait TIME"},
     {"print", "the report shows what each line answers"},
     {"prompt", "a plan asks nobody; expect event NUMBER within TIME waits for a key, a pad or a line of a station"},
@@ -52,8 +51,8 @@ std::string unknownPlanWord(const std::string& word) {
             return "plans know no " + word + ": " + foreign.instead;
         }
     }
-    static const std::vector<std::string> kPlanWords = {"data", "expect", "every", "keep",     "on-failure", "picture",
-                                                        "plan", "retry",  "step",  "teardown", "wait"};
+    static const std::vector<std::string> kPlanWords = {"data",    "expect", "every", "keep", "on-failure", "only-if",
+                                                        "picture", "plan",   "retry", "step", "teardown",   "wait"};
     const std::string near = nearest(word, kPlanWords);
     return near.empty() ? unknownOperation(word) : "no such operation: " + word + ", did you mean " + near + "?";
 }

@@ -76,7 +76,7 @@ Verdict PlanResult::verdict() const {
 }
 
 bool PlanResult::isGood() const {
-    return count(Verdict::passed) + count(Verdict::marginal) == steps.size();
+    return count(Verdict::passed) + count(Verdict::marginal) + count(Verdict::skipped) == steps.size();
 }
 
 RunCounts::RunCounts(const PlanResult& result)
@@ -85,7 +85,8 @@ RunCounts::RunCounts(const PlanResult& result)
       failed(result.count(Verdict::failed) + result.count(Verdict::died)),
       errors(result.count(Verdict::error)),
       interrupted(result.count(Verdict::interrupted)),
-      notRun(result.count(Verdict::notRun)) {}
+      notRun(result.count(Verdict::notRun)),
+      skipped(result.count(Verdict::skipped)) {}
 
 std::vector<std::string> PlanResult::notes() const {
     const std::vector<Json> notes = allOf(*this, "note");

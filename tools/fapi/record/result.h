@@ -59,7 +59,7 @@ struct RunCounts {
     // Who died has failed.
     explicit RunCounts(const PlanResult& result);
 
-    std::size_t passed, marginal, failed, errors, interrupted, notRun;
+    std::size_t passed, marginal, failed, errors, interrupted, notRun, skipped;
 };
 
 // What the names of a report's files end with, but for pictures.

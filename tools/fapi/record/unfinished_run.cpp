@@ -42,7 +42,7 @@ Json attemptJson(const Attempt& attempt, Clock::time_point start) {
 Attempt attemptOf(const Json& json) {
     Attempt attempt;
     const int verdict = json.at(0).get<int>();
-    if (verdict < 0 || verdict > static_cast<int>(Verdict::notRun)) {
+    if (verdict < 0 || verdict > static_cast<int>(Verdict::skipped)) {
         throw std::out_of_range("verdict");
     }
     attempt.judgement = {static_cast<Verdict>(verdict), json.at(1).get<std::string>()};

@@ -72,11 +72,11 @@ double tickDistance(const Range& range, int count) {
     return 10 * power;
 }
 
-// Round numbers in the range; at least one apart, for all that is drawn are whole numbers.
-std::vector<double> ticks(const Range& range, int count) {
+// Round numbers in the range; whole ones where all that is drawn are whole numbers.
+std::vector<double> ticks(const Range& range, int count, bool isWhole = true) {
     std::vector<double> all;
     if (range.span() > 0) {
-        const double distance = std::max(1.0, tickDistance(range, count));
+        const double distance = std::max(isWhole ? 1.0 : 0.0, tickDistance(range, count));
         for (double tick = std::ceil(range.low / distance) * distance; tick <= range.high; tick += distance) {
             all.push_back(tick);
         }
@@ -114,6 +114,7 @@ public:
                 _y.low = isFirst ? number : _y.low;
                 _y.high = isFirst ? number : _y.high;
                 isFirst = false;
+                _isWhole = _isWhole && number == std::floor(number);
                 _y.cover(number);
             }
         }
@@ -126,7 +127,7 @@ public:
     void draw() {
         const std::string name = _data["name"].get<std::string>();
         Html svg = drawing(_parent, "chart", kLeft + kChartWidth + kRight, kTop + kChartHeight + kBottom, name);
-        for (const double tick : ticks(_y, 5)) {
+        for (const double tick : ticks(_y, 5, _isWhole)) {
             line(svg, "grid", kLeft, y(tick), kLeft + kChartWidth, y(tick));
             label(svg, "tick end", kLeft - 6, y(tick) + 4, numberText(tick));
         }
@@ -192,6 +193,7 @@ private:
     Html _parent;
     const Json& _data;
     Range _x, _y;
+    bool _isWhole = true;  // all values
 };
 
 void writeNumbers(Html parent, const Json& data) {
@@ -234,6 +236,22 @@ void drawGauge(Html parent, const Json& measurement) {
         .attribute("cx", x(value))
         .attribute("cy", kMiddle)
         .attribute("r", std::string("4"));
+}
+
+void drawHistogram(Html parent, const std::vector<std::size_t>& counts, const std::string& first,
+                   const std::string& last) {
+    constexpr double kBarHeight = 120;
+    Html svg = drawing(parent, "chart", kLeft + kChartWidth + kRight, kTop + kBarHeight + kBottom, "histogram");
+    const auto most = static_cast<double>(std::max<std::size_t>(1, *std::max_element(counts.begin(), counts.end())));
+    const double width = kChartWidth / static_cast<double>(counts.size());
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        const double height = kBarHeight * static_cast<double>(counts[i]) / most;
+        box(svg, "bar", kLeft + width * static_cast<double>(i), kTop + kBarHeight - height, width - 1, height);
+    }
+    line(svg, "axis", kLeft, kTop + kBarHeight, kLeft + kChartWidth, kTop + kBarHeight);
+    label(svg, "tick end", kLeft - 6, kTop + 10, numberText(most));
+    label(svg, "tick middle", kLeft, kTop + kBarHeight + 18, first);
+    label(svg, "tick end", kLeft + kChartWidth, kTop + kBarHeight + 18, last);
 }
 
 void drawData(Html parent, const Json& data) {

@@ -15,6 +15,10 @@ void drawGauge(Html parent, const Json& measurement);
 // values by their names.
 void drawData(Html parent, const Json& data);
 
+// How many values lie in each of equal parts, from the first text to the last.
+void drawHistogram(Html parent, const std::vector<std::size_t>& counts, const std::string& first,
+                   const std::string& last);
+
 // Points of time in the `seconds` of an attempt, a line each: when, where on the line of time, and what.
 struct Moment {
     double seconds;

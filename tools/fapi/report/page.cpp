@@ -24,7 +24,7 @@ constexpr std::size_t kShownCommand = 80;
 constexpr std::size_t kShownOfEach = 200;
 constexpr std::size_t kTapePieces = 400;  // more are too narrow to be told apart
 constexpr Verdict kVerdicts[] = {Verdict::passed, Verdict::marginal,    Verdict::failed, Verdict::error,
-                                 Verdict::died,   Verdict::interrupted, Verdict::notRun};
+                                 Verdict::died,   Verdict::interrupted, Verdict::notRun, Verdict::skipped};
 
 // Counts what there is of each verdict, and tells whether one more of it is to be shown.
 class FirstOfEach {
@@ -40,6 +40,7 @@ int weightOf(const StepResult& step) {
     switch (step.verdict()) {
         case Verdict::passed:
         case Verdict::notRun:
+        case Verdict::skipped:
             return 0;
         case Verdict::marginal:
             return 1;

@@ -54,7 +54,7 @@ public:
         suite.append_attribute("failures") = result.count(Verdict::failed);
         suite.append_attribute("errors") =
             result.count(Verdict::error) + result.count(Verdict::died) + result.count(Verdict::interrupted);
-        suite.append_attribute("skipped") = result.count(Verdict::notRun);
+        suite.append_attribute("skipped") = result.count(Verdict::notRun) + result.count(Verdict::skipped);
         suite.append_attribute("time") = secondsText(result.seconds).c_str();
         addProperty(suite, "verdict", verdictName(result.verdict()));
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
@@ -87,6 +87,8 @@ private:
         }
         if (result.verdict() == Verdict::notRun) {
             test.append_child("skipped");
+        } else if (result.verdict() == Verdict::skipped) {
+            attribute(test.append_child("skipped"), "message", result.text());
         } else if (isBad(result.verdict())) {
             addFailure(test, result);
         }

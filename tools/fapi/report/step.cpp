@@ -54,7 +54,8 @@ std::string withoutEmptyLines(const std::string& text) {
 }
 
 bool isBadName(const std::string& verdict) {
-    return verdict != verdictName(Verdict::passed) && verdict != verdictName(Verdict::marginal);
+    return verdict != verdictName(Verdict::passed) && verdict != verdictName(Verdict::marginal) &&
+           verdict != verdictName(Verdict::skipped);
 }
 
 void writeBadge(Html parent, const std::string& verdict) {
@@ -102,6 +103,9 @@ void writeCommand(Html parent, const Json& command) {
     }
     if (const std::string error = textOf(command, "error"); !error.empty()) {
         block.add("div", "expectation v-failed").add("span", "why", beginningOf(error, kShown));
+    }
+    if (const std::string why = textOf(command, "skipped"); !why.empty()) {
+        block.add("p", "note", "skipped: " + beginningOf(why, kShown));
     }
     if (const std::string note = textOf(command, "note"); !note.empty()) {
         block.add("p", "note", beginningOf(note, kShown));

@@ -16,6 +16,7 @@ struct LineRunContext {
     Variables& variables;
     Variables& kept;            // what the lines have kept since this was emptied
     const std::string& report;  // what the names of the report's files begin with; empty: there is none
+    bool judgesRefusals;
 };
 
 class LineRun {

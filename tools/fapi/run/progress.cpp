@@ -52,8 +52,12 @@ void printRefusals(const StepResult& result) {
 
 }  // namespace
 
-Progress::Progress(const Plan& plan, bool json) : _plan(plan), _json(json), _terminal(!json && isTerminal()) {
-    if (!_json) {
+Progress::Progress(const Plan& plan, Shows shows)
+    : _plan(plan),
+      _quiet(shows == Shows::nothing),
+      _json(shows == Shows::json),
+      _terminal(shows == Shows::lines && isTerminal()) {
+    if (shows == Shows::lines) {
         printLine(printable(plan.name) + faultsText(plan));
     }
 }
@@ -99,6 +103,12 @@ void Progress::refresh() const {
 
 void Progress::end(std::size_t step, const StepResult& result) {
     _attempt = 0;
+    if (_atEndOfStep) {
+        _atEndOfStep(step, result);
+    }
+    if (_quiet) {
+        return;
+    }
     if (_json) {
         printLine(jsonLine({{"step", _plan.steps[step].name},
                             {"verdict", verdictName(result.verdict())},
@@ -153,6 +163,7 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
                             {"errors", counts.errors},
                             {"interrupted", counts.interrupted},
                             {"not_run", counts.notRun},
+                            {"skipped", counts.skipped},
                             {"seconds", result.seconds},
                             {"faults", _plan.faults.size()},
                             {"notes", result.notes()},
@@ -167,7 +178,8 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
     printLine("plan \"" + printable(_plan.name) + "\"" + faultsText(_plan) + ": " + std::to_string(counts.passed) +
               " passed, " + std::to_string(counts.marginal) + " marginal, " + std::to_string(counts.failed) +
               " failed, " + some(counts.errors, " with an error of the station, ") +
-              some(counts.interrupted, " interrupted, ") + std::to_string(counts.notRun) + " not run in " + seconds);
+              some(counts.interrupted, " interrupted, ") + some(counts.skipped, " skipped, ") +
+              std::to_string(counts.notRun) + " not run in " + seconds);
     for (const std::string& file : reports) {
         printLine("report: " + printable(file));
     }

@@ -3,6 +3,8 @@
 #ifndef FAPI_BENCH_RUN_PROGRESS_H
 #define FAPI_BENCH_RUN_PROGRESS_H
 
+#include <functional>
+
 #include "record/result.h"
 
 namespace tool {
@@ -10,11 +12,14 @@ namespace tool {
 // Follows a run: a line that is rewritten while a step runs on a terminal, a plain line a step elsewhere.
 class Progress {
 public:
-    Progress(const Plan& plan, bool json);
+    enum class Shows { lines, json, nothing };
+    Progress(const Plan& plan, Shows shows);
     // The run begins with this step.
     void resume(std::size_t step) const;
     // How often refresh() wants to be called while nothing happens; negative: never.
     int refreshMilliseconds() const { return _terminal ? 200 : -1; }
+    // Called with every step that has ended.
+    void atEndOfStep(std::function<void(std::size_t, const StepResult&)> use) { _atEndOfStep = std::move(use); }
     void begin(std::size_t step, std::size_t attempt);
     void refresh() const;
     void end(std::size_t step, const StepResult& result);
@@ -27,11 +32,13 @@ private:
     std::string place(std::size_t step) const;
 
     const Plan& _plan;
+    const bool _quiet;
     const bool _json;
     const bool _terminal;
     std::size_t _step = 0;
     std::size_t _attempt = 0;  // 0: no step is running
     Clock::time_point _start;
+    std::function<void(std::size_t, const StepResult&)> _atEndOfStep;
 };
 
 }  // namespace tool

@@ -31,6 +31,15 @@ bool expectsCalls(const Plan& plan) {
     return false;
 }
 
+// Whether the step's verdict depends on what comes besides answers, which a wire may lose.
+bool judgesWhatCame(const Step& step) {
+    return std::any_of(step.lines.begin(), step.lines.end(), [](const PlanLine& line) {
+        return std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
+            return !std::holds_alternative<Condition>(expectation.what);
+        });
+    });
+}
+
 RunSetOptions optionsFor(const Plan& plan, const SessionOptions& session, bool isShared, bool keepsLog) {
     RunSetOptions options;
     options.session = session;
@@ -67,7 +76,7 @@ PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, bool isShared,
       _set(
           optionsFor(plan, session, isShared, !report.empty()), plan.faults, interrupts,
           [&progress] { progress.refresh(); }, progress.refreshMilliseconds()),
-      _lines{_set, _variables, _keptSince, _report} {
+      _lines{_set, _variables, _keptSince, _report, plan.judgesRefusals} {
     const std::string folder = std::filesystem::path(plan.file).parent_path().string();
     _variables[kPlanFolder] = folder.empty() ? "." : folder;
     _result.plan = &plan;
@@ -95,7 +104,7 @@ void PlanRun::run() {
     const Clock::time_point start = Clock::now();
     open();
     if (_result.resumed) {
-        carryOut([this] { bringUpAgain(); });
+        carryOut([this] { bringUp(_stopped ? stepsForTeardown() : _next); });
     }
     while (_state != State::over && _next < _plan.steps.size()) {
         const Step& step = _plan.steps[_next];
@@ -120,11 +129,15 @@ void PlanRun::open() {
     _result.library = _set.library();
 }
 
-// The modules that the steps before have brought up since the last power cycle. A teardown does that itself, for it may
-// follow anything.
-void PlanRun::bringUpAgain() {
+// A teardown brings up what it needs itself, for it may follow anything.
+std::size_t PlanRun::stepsForTeardown() const {
+    return _plan.bringsUpTeardown ? 1 : 0;
+}
+
+// Brings up the modules that the first steps have brought up since their last power cycle.
+void PlanRun::bringUp(std::size_t steps) {
     std::vector<const Command*> inits;
-    for (std::size_t i = 0; i < _next && !_stopped; ++i) {
+    for (std::size_t i = 0; i < steps; ++i) {
         for (const PlanLine& line : _plan.steps[i].lines) {
             if (line.command && line.command->endsProcess()) {
                 inits.clear();
@@ -172,6 +185,7 @@ void PlanRun::runStep(const Step& step) {
             break;
         case Mend::worker:
             _set.switchOn();
+            bringUp(stepsForTeardown());
             break;
         case Mend::nothing:
             break;
@@ -202,8 +216,16 @@ void PlanRun::runAttempt(const Step& step) {
     attempt.start = Clock::now();
     _set.events().clear();
     _set.log().clear();
+    _set.takeWireDamage();
     _state = State::attempt;
     runLines(step);
+    if (const std::string damage = _set.takeWireDamage(); !damage.empty() && judgesWhatCame(step)) {
+        attempt.judgement = {Verdict::error, damage};
+    }
+    const auto isSkipped = [](const PlanLine& line) { return !line.skipped.empty(); };
+    if (std::all_of(step.lines.begin(), step.lines.end(), isSkipped)) {
+        attempt.judgement = {Verdict::skipped, step.lines.front().skipped};
+    }
     const bool isRunBad = isBad(attempt.judgement.verdict);
     attempt.seconds = secondsSince(attempt.start);
     attempt.log = isRunBad && hasReport() ? _set.log().text() : "";

@@ -38,7 +38,8 @@ private:
     template <class Part>
     void carryOut(Part&& part);
     void open();
-    void bringUpAgain();
+    std::size_t stepsForTeardown() const;
+    void bringUp(std::size_t steps);
     void runSteps();
     void runStep(const Step& step);
     void runAttempt(const Step& step);

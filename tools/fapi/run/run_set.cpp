@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "base/terminal.h"
+#include "target/bound_actions.h"
 #include "target/picture_source.h"
 #include "target/session.h"
 #include "target/worker_end.h"
@@ -85,7 +86,9 @@ RunSet::~RunSet() {
 // --- The set's worker ------------------------------------------------------------------------------------------------
 
 void RunSet::open() {
-    closeSession();
+    if (isSessionOpen()) {
+        closeSession();
+    }
     Target& target = join();
     _lost.clear();
     _library = target.hello()["library"].textOr("");
@@ -136,12 +139,7 @@ void RunSet::listen() {
     target.listen("journal", [this](const Field& params) { takeCalls(params); });
     target.listen("worker", [this](const Field& params) { takeEnd(params); });
     target.listen("claim", [this](const Field& params) { takeClaim(params); });
-    target.listen("wire", [this](const Field& params) {
-        if (params["state"].textOr("") == "ended") {
-            // The hub starts another agent for the next request, which has nothing of what was called before.
-            _lost = params["reason"].textOr("");
-        }
-    });
+    target.listen("wire", [this](const Field& params) { takeWire(params); });
     target.listen("log", [this](const Field& params) {
         const std::string line = std::get<std::string>(params.at("text").value());
         if (_options.keepsLog) {
@@ -164,7 +162,8 @@ void RunSet::listen() {
 void RunSet::switchOn() {
     guarded([&] {
         try {
-            _boots = std::to_string(powerCycle());
+            const std::optional<long long> boots = powerCycle();
+            _boots = boots ? std::to_string(*boots) : "";
         } catch (const RequestError& error) {
             if (error.code() == ErrorCode::died || error.code() == ErrorCode::canceled) {
                 throw;
@@ -176,6 +175,8 @@ void RunSet::switchOn() {
         }
     });
     _ended.reset();
+    _lost.clear();
+    _wireDamage.clear();
     _events.clear();
     _faults.beginWorker();
     _calls.beginWorker();
@@ -189,6 +190,23 @@ void RunSet::takeEnd(const Field& params) {
         _ended = endOf(params);
         _calls.beginWorker();
     }
+}
+
+// What a wire may have lost is not known to be right or wrong of the set.
+void RunSet::takeWire(const Field& params) {
+    const std::string state = params["state"].textOr("");
+    if (state == "damaged" || state == "lost") {
+        _wireDamage = "the wire has lost something meanwhile: " + params["reason"].textOr("");
+    } else if (state == "ended") {
+        // The hub starts another agent for the next request, which has nothing of what was called before.
+        _lost = params["reason"].textOr("");
+    } else if (state == "started" && !params["same"].flagOr(false) && _lost.empty()) {
+        _lost = "the wire was lost, and the set's agent is a new one: what it had in memory is gone";
+    }
+}
+
+std::string RunSet::takeWireDamage() {
+    return std::exchange(_wireDamage, "");
 }
 
 // Whatever is waited for: what the set answers is the other client's.
@@ -220,6 +238,9 @@ void RunSet::takeSignals() {
 
 // Ends what the set does for this run. What must finish goes on, and the run after it.
 void RunSet::endRequest() {
+    if (boundActions() != nullptr) {
+        boundActions()->endAwaited();
+    }
     try {
         session().endAwaited();
     } catch (const RequestError& error) {
@@ -273,6 +294,18 @@ auto RunSet::guarded(Request&& request) -> decltype(request()) {
 
 // --- What a line does ------------------------------------------------------------------------------------------------
 
+// Whether the set's own switch has the library's log on; a board has none that could be asked for.
+bool RunSet::hasLogOn() {
+    try {
+        return ask("set.log", Field::Fields())["on"].flagOr(false);
+    } catch (const RequestError& error) {
+        if (!isUnknown(error)) {
+            throw;
+        }
+        return false;
+    }
+}
+
 std::optional<CallAnswer> RunSet::run(const Command& command) {
     if (command.isPowerCycle()) {
         switchOn();
@@ -280,16 +313,24 @@ std::optional<CallAnswer> RunSet::run(const Command& command) {
     }
     if (command.operation() != nullptr && command.operation()->readsLogSwitch && _options.keepsLog) {
         // The set's own switch shows the log, as it does without a report.
-        _showsLog = _options.session.log || ask("set.log", Field::Fields())["on"].flagOr(false);
+        _showsLog = _options.session.log || hasLogOn();
     }
     CallOptions options;
     options.prepare = false;
     options.refusedAfter = _calls.lastRefusal();
     std::optional<CallAnswer> answer =
         command.endsProcess() ? runEnding(command) : guarded([&] { return std::optional(command.run(options)); });
+    const bool isBound = command.action() != nullptr && command.action() == findBoundAction(command.action()->name);
     if (answer) {
         checkEnds();
         _calls.addRefusals(std::move(answer->outcome.refusals));
+        if (isBound) {
+            // Events come by the agent's clock.
+            answer->begun += _agentClock;
+            answer->ended += _agentClock;
+        } else {
+            _agentClock = answer->ended - Steady::now();
+        }
         _events.beginWait(answer->ended);
         _isBehind = false;
         // They are judged with the line.

@@ -87,6 +87,9 @@ public:
     // Judges an expectation, waiting for the event.
     Judgement judge(const EventCondition& condition, const std::string& text, const Variables& variables);
 
+    // Why what has come since the last call of this may not be all; empty: nothing is missing.
+    std::string takeWireDamage();
+
     EventQueue& events() { return _events; }
     CallWatch& calls() { return _calls; }
     ArmedFaults& faults() { return _faults; }
@@ -98,7 +101,9 @@ private:
     Target& join();
     void listen();
     void takeCalls(const Field& params);
+    bool hasLogOn();
     void takeEnd(const Field& params);
+    void takeWire(const Field& params);
     void takeClaim(const Field& params);
     void takeSignals();
     void endRequest();
@@ -117,13 +122,15 @@ private:
     ArmedFaults _faults;
     StepLog _log;
     std::string _boots, _library;
+    std::chrono::steady_clock::duration _agentClock{0};  // how far it is ahead of this PC's
     bool _showsLog = false;
     bool _keepsCalls = false;  // the line expects calls
     bool _isBehind = false;    // calls and refusals may have come since the last answer
     bool _isTeardown = false;
     bool _isInterrupted = false;
     std::optional<WorkerEnded> _ended;
-    std::string _lost;  // why there is no agent any more, or another one
+    std::string _lost;        // why there is no agent any more, or another one
+    std::string _wireDamage;  // what the wire may have lost; empty: nothing
 };
 
 }  // namespace tool

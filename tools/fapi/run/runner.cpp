@@ -7,14 +7,19 @@
 #include <filesystem>
 #include <fstream>
 
+#include <unistd.h>
+
 #include "base/terminal.h"
 #include "plan/files.h"
-#include "record/history.h"
+#include "record/old_history.h"
+#include "record/retention.h"
+#include "record/run_recording.h"
 #include "record/statistics.h"
 #include "report/report.h"
 #include "report/verdict_banner.h"
 #include "run/progress.h"
 #include "run/run.h"
+#include "target/bound_actions.h"
 #include "target/fresh_set.h"
 #include "target/output.h"
 
@@ -215,7 +220,7 @@ public:
     int resume() {
         std::unique_ptr<UnfinishedRun> unfinished =
             UnfinishedRun::find(_folder, _plans.front(), _options.session.folder);
-        prepareReportFolder(_folder);
+        prepareStore();
         SessionOptions session = _options.session;
         session.folder = unfinished->setFolder();
         std::optional<FreshSet> fresh;
@@ -229,7 +234,7 @@ public:
     // Each plan so many times; 0: until Ctrl-C.
     int repeat(std::size_t times) {
         if (!_options.noReport) {
-            prepareReportFolder(_folder);
+            prepareStore();
         }
         int worst = kExitGood;
         for (std::size_t round = 1; (times == 0 || round <= times) && goesOn(worst, times == 0); ++round) {
@@ -252,6 +257,13 @@ public:
     }
 
 private:
+    // Before anything is called: a run without a record does not begin.
+    void prepareStore() {
+        prepareReportFolder(_folder);
+        takeOverHistory(_folder);
+        _writer.emplace(resultsFileIn(_folder));
+    }
+
     // What was to go on for ever is not to do so unseen.
     bool goesOn(int worst, bool forEver) const {
         return worst < kExitSet && (worst == kExitGood || !_options.untilFailure) && (!forEver || isOutputWritten());
@@ -284,7 +296,12 @@ private:
     int run(std::size_t index, const SessionOptions& session, std::optional<FreshSet>& fresh, ReportFiles* report,
             UnfinishedRun* unfinished) {
         const Plan& plan = _plans[index];
-        Progress progress(plan, _options.json);
+        Progress progress(plan, _options.json ? Progress::Shows::json : Progress::Shows::lines);
+        std::optional<RunRecording> recording;
+        if (report != nullptr) {
+            recording.emplace(*_writer, plan, setFolder(session), report->stem());
+            progress.atEndOfStep([&](std::size_t step, const StepResult& ended) { recording->endStep(step, ended); });
+        }
         PlanRun run(plan, session, _options.isShared, report != nullptr ? report->stem() : "", progress, _interrupts,
                     unfinished);
         if (_options.resume) {
@@ -304,7 +321,7 @@ private:
         progress.finish(result);
         int code = exitCode(result, _interrupts);
         std::vector<std::string> files;
-        if (report != nullptr && !writeReport(result, *report, files)) {
+        if (report != nullptr && !writeReport(result, *report, *recording, files)) {
             code = std::max<int>(code, kExitSet);
         }
         if (unfinished != nullptr && !result.cutShort) {
@@ -318,11 +335,16 @@ private:
     }
 
     // False, and messages on standard error, when not all of it could be stored. `files` are those that are there.
-    bool writeReport(const PlanResult& result, ReportFiles& report, std::vector<std::string>& files) const {
+    bool writeReport(const PlanResult& result, ReportFiles& report, RunRecording& recording,
+                     std::vector<std::string>& files) const {
         std::vector<std::string> problems = result.notes();
         files = report.write(result, problems);
         try {
-            RunHistory(_folder).add(historyEntry(result, report.stem()), _options.keep);
+            recording.end(result);
+            Database database(resultsFileIn(_folder), Access::write);
+            Retention limits;
+            limits.runs = static_cast<long long>(_options.keep);
+            forgetRuns(database, runsBeyond(database, _folder, limits));
         } catch (const std::runtime_error& error) {
             problems.emplace_back(error.what());
         }
@@ -336,9 +358,29 @@ private:
     const std::vector<Plan>& _plans;
     const std::string _folder;
     Interrupts _interrupts;
+    std::optional<ResultsWriter> _writer;
     std::vector<RunStatistics> _statistics;
     Verdict _worst = Verdict::passed;
 };
+
+// A run that would wait for somebody who is not there is none.
+void refuseWithoutOperator(const std::vector<Plan>& plans) {
+    if (boundActions() == nullptr || isatty(STDIN_FILENO) != 0) {
+        return;
+    }
+    for (const Plan& plan : plans) {
+        for (const Step& step : plan.steps) {
+            for (const PlanLine& line : step.lines) {
+                const bool isAction = line.kind == LineKind::command && line.words.size() > 1 && line.words[0] == "set";
+                if (isAction && findBoundAction(line.words[1]) != nullptr &&
+                    boundActions()->asksOperator(line.words[1])) {
+                    throw UsageError(plan.file + ":" + std::to_string(line.line) + ": set " + line.words[1] +
+                                     " is asked of the operator, and there is no terminal");
+                }
+            }
+        }
+    }
+}
 
 // 0 for "forever".
 std::size_t repeatTimes(const RunOptions& options) {
@@ -384,6 +426,7 @@ int runPlans(const RunOptions& options) {
     if (options.resume && plans.size() != 1) {
         throw UsageError("--resume takes one plan");
     }
+    refuseWithoutOperator(plans);
     PlanRuns runs(options, plans);
     return options.resume ? runs.resume() : runs.repeat(times);
 }

@@ -147,17 +147,39 @@ void AgentWire::move(const std::vector<pollfd>& waited, std::vector<Line>& lines
 
 void AgentWire::use(Framing framing) {
     _reader.use(framing);
+    _sends = framing;
 }
 
 void AgentWire::send(const Field& object) {
-    sendText(toJsonText(object, framing() == Framing::checked));
+    sendText(toJsonText(object, _sends == Framing::checked));
 }
 
 void AgentWire::sendText(std::string text) {
-    if (_input) {
-        _out += frameText(std::move(text), framing());
-        flush();
+    type(frameText(std::move(text), _sends));
+}
+
+void AgentWire::type(const std::string& bytes) {
+    if (!_input) {
+        return;
     }
+    _out += bytes;
+    flush();
+}
+
+// Types what belongs to the texts that have been printed.
+void AgentWire::listenForPrompt(std::string_view piece) {
+    _printed += piece;
+    while (!_script.empty()) {
+        const std::size_t found = _printed.find(_script.front());
+        if (found == std::string::npos) {
+            break;
+        }
+        _printed.erase(0, found + _script.front().size());
+        _script.pop_front();
+        type(_script.front());
+        _script.pop_front();
+    }
+    _printed.erase(0, _printed.size() - std::min(_printed.size(), kKeptErrors));
 }
 
 void AgentWire::flush() {
@@ -182,6 +204,9 @@ void AgentWire::readOutput(std::vector<Line>& lines) {
     static char piece[kReadSize];
     const ssize_t length = read(_output.get(), piece, sizeof(piece));
     if (length > 0) {
+        if (isConversing()) {
+            listenForPrompt({piece, static_cast<std::size_t>(length)});
+        }
         _reader.take({piece, static_cast<std::size_t>(length)}, lines);
     } else if (length == 0 || (errno != EAGAIN && errno != EINTR)) {
         _output.close();
@@ -214,6 +239,12 @@ void AgentWire::close() {
         _sent = 0;
         _input.close();
     }
+}
+
+void AgentWire::terminate() {
+    close();
+    _closed = std::min(*_closed, Clock::now() - kUntilSignal);
+    advanceEnd();
 }
 
 void AgentWire::advanceEnd() {

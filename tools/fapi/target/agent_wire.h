@@ -4,8 +4,10 @@
 #define FAPI_BENCH_TARGET_AGENT_WIRE_H
 
 #include <chrono>
+#include <deque>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <poll.h>
@@ -41,17 +43,28 @@ public:
     void move(const std::vector<pollfd>& waited, std::vector<Line>& lines);
 
     void send(const Field& object);
+    // From here on what is sent is in that framing, while what comes may still be in the other one.
+    void sendIn(Framing framing) { _sends = framing; }
+    // Waits for each text in what a console prints, and types the one after it.
+    void converse(const std::vector<std::string>& script) { _script.assign(script.begin(), script.end()); }
+    bool isConversing() const { return !_script.empty(); }
     // A message as text; ASCII only in checked framing.
     void sendText(std::string text);
     std::size_t waiting() const { return _out.size() - _sent; }
     void use(Framing framing);
     Framing framing() const { return _reader.framing(); }
 
+    // Says that nothing more comes, and waits for the command's own end.
+    void endInput() { _input.close(); }
+    // Ends the command: SIGTERM now, SIGKILL after two seconds.
+    void terminate();
     // Closes the wire: the agent ends by itself, else by SIGTERM after two seconds, by SIGKILL after four.
     void close();
     bool isClosed() const { return _closed.has_value(); }
     // Whether the command has ended.
     bool isGone() const { return _child < 0; }
+    // How a command that has ended did so, as waitpid() says it.
+    int status() const { return _status; }
     // Waits for the end of a closed wire.
     void waitForEnd();
     // Why the wire is gone: how the command has ended, and the last it wrote to its standard error.
@@ -62,6 +75,8 @@ public:
 
 private:
     void start(const std::vector<std::string>& command);
+    void type(const std::string& bytes);
+    void listenForPrompt(std::string_view piece);
     void flush();
     void readOutput(std::vector<Line>& lines);
     void readErrors(std::vector<Line>& lines);
@@ -78,6 +93,9 @@ private:
     std::string _out;
     std::size_t _sent = 0;
     LineReader _reader{Framing::plain, LineReader::Gives::text};
+    Framing _sends = Framing::plain;
+    std::deque<std::string> _script;
+    std::string _printed;        // by the console since the last text was typed
     std::string _errorText;      // the last of the standard error
     std::size_t _errorLine = 0;  // where its last line begins
     std::size_t _place = 0;      // of the wire's first entry in what is waited for

@@ -2,6 +2,8 @@
 // Checked lines.
 #include "target/command.h"
 
+#include "target/bound_actions.h"
+
 namespace tool {
 
 namespace {
@@ -51,6 +53,9 @@ Command Command::parse(const Words& words, Together together) {
         return command;
     }
     command._action = findAction(words[1]);
+    if (command._action == nullptr && boundActions() != nullptr) {
+        throw UsageError(boundActions()->missing(words[1]), 1);
+    }
     if (command._action == nullptr) {
         throw UsageError("no such command: set " + words[1] +
                              didYouMean(words[1], actions(), [](const Action& action) { return action.name; }),
@@ -95,6 +100,9 @@ std::string Command::text() const {
 CallAnswer Command::run(const CallOptions& options) const {
     if (_operation != nullptr) {
         return callOperation(*_operation, _arguments, options);
+    }
+    if (_action != nullptr && _action == findBoundAction(_action->name)) {
+        return boundActions()->carryOut(*_action, _arguments, {_words.begin() + 2, _words.end()});
     }
     return _action != nullptr ? carryOut(*_action, _arguments, options) : CallAnswer();
 }

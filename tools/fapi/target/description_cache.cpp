@@ -119,4 +119,22 @@ void keepHashOf(const std::string& agent, const std::string& hash) {
     }
 }
 
+static std::string fileOfTarget(const std::string& target) {
+    return folderOfCache() + "target-" + sumOf(target).substr(0, kKeyDigits);
+}
+
+KeptFacts keptFacts(const std::string& target) {
+    KeptFacts facts;
+    if (!folderOfCache().empty()) {
+        std::istringstream(readText(fileOfTarget(target))) >> facts.hash >> facts.kind;
+    }
+    return facts;
+}
+
+void keepFacts(const std::string& target, const KeptFacts& facts) {
+    if (isHash(facts.hash) && !folderOfCache().empty()) {
+        replaceText(fileOfTarget(target), facts.hash + " " + facts.kind + "\n");
+    }
+}
+
 }  // namespace tool

@@ -20,6 +20,13 @@ void keepDescription(const std::string& hash, const Field& described);
 std::string keptHashOf(const std::string& agent);
 void keepHashOf(const std::string& agent, const std::string& hash);
 
+// What was last known of a target with a wire: its description's hash, and its kind. Empty texts without any.
+struct KeptFacts {
+    std::string hash, kind;
+};
+KeptFacts keptFacts(const std::string& target);
+void keepFacts(const std::string& target, const KeptFacts& facts);
+
 }  // namespace tool
 
 #endif

@@ -46,15 +46,15 @@ void sooner(std::optional<Clock::time_point>& until, const std::optional<Clock::
 }  // namespace
 
 int runHub(const std::vector<std::string>& words) {
-    if (words.size() < 3 || fcntl(kHubReady, F_GETFD) < 0 || fcntl(kHubLock, F_GETFD) < 0) {
+    if (words.size() != 2 || fcntl(kHubReady, F_GETFD) < 0 || fcntl(kHubLock, F_GETFD) < 0) {
         std::fputs("fapi: hubs are started by their clients\n", stderr);
         return kWrongStart;
     }
-    const HubOptions options = {words[0], {words.begin() + 2, words.end()}, words[1] == kCheckedName};
     Descriptor ready(kHubReady), lock(kHubLock);
     fcntl(ready.get(), F_SETFD, FD_CLOEXEC);
     fcntl(lock.get(), F_SETFD, FD_CLOEXEC);
     try {
+        const HubOptions options = {words[0], parseWireOptions(parseJsonText(words[1]))};
         const HubSocket socket(options.key);
         Hub hub(options, socket, socket.listen());
         [[maybe_unused]] const ssize_t told = write(ready.get(), &kHubIsReady, 1);
@@ -69,7 +69,14 @@ int runHub(const std::vector<std::string>& words) {
 }
 
 Hub::Hub(const HubOptions& options, const HubSocket& socket, Descriptor listener)
-    : _options(options), _socket(socket), _listener(std::move(listener)), _signals(openSignals()) {}
+    : _options(options), _socket(socket), _listener(std::move(listener)), _signals(openSignals()) {
+    if (_options.wire.isChecked) {
+        // An agent at a console may remember the ids of another hub's requests.
+        _lastId =
+            std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
+                .count();
+    }
+}
 
 void Hub::run() {
     // The first client waits for the agent anyway.
@@ -91,7 +98,15 @@ void Hub::turn() {
     if (_clients.empty()) {
         sooner(until, _lastClient == 0 ? _lonelySince + kUntilFirst : Clock::now() + kUntilNextTry);
     }
-    if (_options.isChecked && !_open.empty()) {
+    if (_power) {
+        _power->addTo(waited, until, true);
+        sooner(until, _powerUntil);
+    }
+    sooner(until, _nextTry);
+    if (_upUntil && !isUp()) {
+        sooner(until, _upUntil);
+    }
+    if (_options.wire.isChecked && (!_open.empty() || !isUp())) {
         sooner(until, Clock::now() + kWatchSilence);
     }
     poll(waited.data(), waited.size(), waitTime(until));
@@ -119,6 +134,10 @@ void Hub::turn() {
             endWire();
         }
     }
+    if (_power) {
+        movePower(waited);
+    }
+    advanceReturn();
     breakSilence();
     for (const auto& [id, known] : _clients) {
         serve(*known);

@@ -17,14 +17,14 @@
 #include "target/envelope.h"
 #include "target/hub_client.h"
 #include "target/hub_socket.h"
+#include "target/wire_options.h"
 
 namespace tool {
 
 // What `fapi hub` is started with, by the first client of a target.
 struct HubOptions {
-    std::string key;                // names the target
-    std::vector<std::string> wire;  // the command whose standard streams are the wire
-    bool isChecked = false;         // the wire may lose and damage bytes
+    std::string key;  // names the target
+    WireOptions wire;
 };
 
 // Its open descriptors, besides the standard ones, when it is started.
@@ -32,8 +32,8 @@ constexpr int kHubReady = 3;  // takes kHubIsReady, or why there will be no hub
 constexpr int kHubLock = 4;   // the lock, which it lets go of once it is ready
 constexpr char kHubIsReady = '+';
 
-// Serves clients until the last one is gone. `words` are those after "fapi hub": KEY plain|checked COMMAND.... Returns
-// an exit code.
+// Serves clients until the last one is gone. `words` are those after "fapi hub": KEY OPTIONS, the wire's as JSON.
+// Returns an exit code.
 int runHub(const std::vector<std::string>& words);
 
 // Who may change the set.
@@ -125,6 +125,19 @@ private:
     void notifyWatchers(const std::string& method, const std::string& line);
     void notifyAll(const std::string& method, const Field& params);
     void endWire();
+    void noteDamage(const std::string& what);
+    bool isRepeated(const Envelope& notification);
+
+    // hub_return.cpp: wires that are lost and come back, and the set's power
+    bool mayReturn() const { return _options.wire.upWithin.count() != 0; }
+    void awaitReturn();
+    void advanceReturn();
+    void giveUp(const std::string& why);
+    void finishReturn(bool isSame);
+    void failOpen(const MessageFailure& failure);
+    void power(HubClient& client, const Request& request);
+    void movePower(const std::vector<pollfd>& waited);
+    void answerPower(const std::string& problem);
 
     HubClient* client(long long id);
 
@@ -153,7 +166,18 @@ private:
     long long _asking = 0;                         // the request that asks for an answer once more; 0: none
     std::deque<long long> _doubtful;               // requests whose answers are asked for after that
     bool _isInDoubt = false;                       // something else was damaged meanwhile
+    std::map<std::string, long long> _lastSeq;     // of the notifications of a kind
     bool _isDescribing = false;
+    bool _isHelloDue = false;
+    Clock::time_point _heard = Clock::now();  // when something has come from the agent
+    bool _isReturning = false;                // the wire is lost
+    std::string _whyLost;
+    std::optional<Clock::time_point> _upUntil;  // when the agent must have answered hello
+    std::optional<Clock::time_point> _nextTry;  // when the wire is to be started again
+    std::chrono::milliseconds _pause{0};        // before that
+    std::unique_ptr<AgentWire> _power;          // the program that switches the set off and on
+    Clock::time_point _powerUntil;
+    std::optional<Held> _powerAsked;
     std::optional<AgentDescription> _description;
 };
 

@@ -32,7 +32,7 @@ const std::map<std::string, Hub::Method>& Hub::methods() {
         {"take", &Hub::takeClaim}, {"clients", &Hub::listClients}, {"share", &Hub::share},
         {"ping", &Hub::ping},      {"events", &Hub::watch},        {"journal", &Hub::watch},
         {"log", &Hub::watch},      {"console", &Hub::watch},       {"describe", &Hub::describe},
-        {"cancel", &Hub::cancel},  {"again", &Hub::again}};
+        {"cancel", &Hub::cancel},  {"again", &Hub::again},         {"power", &Hub::power}};
     return methods;
 }
 
@@ -215,6 +215,14 @@ void Hub::cancel(HubClient& client, const Request& request) {
     const auto open = std::find_if(_open.begin(), _open.end(), [&](const auto& entry) {
         return entry.second.client == client.id && entry.second.request == id;
     });
+    if (open != _open.end() && _isReturning) {
+        // Whatever becomes of it, nobody waits for it any more.
+        _open.erase(open);
+        --client.open;
+        refuse(client, {id, "", {}, {}}, ErrorCode::canceled, "canceled while the wire was lost");
+        answer(client, request, {{"unqueued", true}});
+        return;
+    }
     if (open == _open.end() || !isUp()) {
         answer(client, request, {{"unqueued", false}, {"begun", false}});
         return;

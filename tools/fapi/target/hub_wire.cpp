@@ -19,6 +19,11 @@ const std::map<std::string, std::string>& askedFor() {
 // How long a wire that may lose lines is silent before what has not come is asked for.
 constexpr std::chrono::seconds kSilence{2};
 
+// Whether it is the rest of a message whose beginning was damaged.
+bool isSpoilt(const Line& line) {
+    return line.kind == Line::Kind::console && line.text.find(R"("jsonrpc":"2.0")") != std::string::npos;
+}
+
 MessageFailure failureOf(const Envelope& answer) {
     return *parseMessage(parseJsonText(answer.text)).answer->failure;
 }
@@ -26,23 +31,34 @@ MessageFailure failureOf(const Envelope& answer) {
 }  // namespace
 
 void Hub::startWire() {
-    if (_wire) {
+    if (_wire || _nextTry) {
         // When the one that ends is gone, another is started for the requests that are held.
         return;
     }
     _isGreeted = false;
     try {
-        _wire = std::make_unique<AgentWire>(_options.wire);
+        _wire = std::make_unique<AgentWire>(_options.wire.command);
     } catch (const RequestError& error) {
         refuseHeld(_held, error.failure());
         return;
     }
-    _quietSince = Clock::now();
-    sendHello();
+    if (mayReturn() && !_upUntil) {
+        _upUntil = Clock::now() + _options.wire.upWithin;
+    }
+    if (_options.wire.isChecked) {
+        _wire->sendIn(Framing::checked);
+    }
+    _wire->converse(_options.wire.start);
+    _quietSince = _heard = Clock::now();
+    _isHelloDue = true;
+    if (!_wire->isConversing()) {
+        sendHello();
+    }
 }
 
 void Hub::sendHello() {
-    const Field framings = Field::List{_options.isChecked ? kCheckedName : kPlainName};
+    _isHelloDue = false;
+    const Field framings = Field::List{_options.wire.isChecked ? kCheckedName : kPlainName};
     askAgent("hello", {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}, {"framings", framings}},
              [this](const Envelope& answer) { receiveHello(answer); });
 }
@@ -57,7 +73,7 @@ void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
     _open[id] = {client.id, request.id, request.method, nullptr, {}};
     try {
-        const std::optional<std::string> text = requestWithId(request.text, id);
+        const auto text = _options.wire.isChecked ? std::nullopt : requestWithId(request.text, id);
         if (text) {
             _wire->sendText(std::move(*text));
         } else {
@@ -72,10 +88,12 @@ void Hub::forward(HubClient& client, const Request& request) {
 }
 
 void Hub::sendToAgent(Request request) {
-    if (_wire->framing() == Framing::checked) {
-        // Answers may come in another order than their requests.
+    if (_options.wire.isChecked) {
+        // Answers may come in another order than their requests; those of before a lost wire may still be wanted.
         request.acknowledged = _open.begin()->first - 1;
-        _open[request.id].sent = request;
+        if (request.method != "hello") {
+            _open[request.id].sent = request;
+        }
     }
     _wire->send(toField(std::move(request)));
 }
@@ -111,11 +129,15 @@ void Hub::refuseHeld(std::deque<Held>& held, const MessageFailure& failure) {
 }
 
 void Hub::receive(Line& line) {
-    _quietSince = Clock::now();
+    if (line.kind == Line::Kind::message || !_isGreeted) {
+        // A console goes on to print when no agent answers any more.
+        _quietSince = _heard = Clock::now();
+    }
     if (line.kind == Line::Kind::tooLong) {
         // It may have been the answer to any request.
         _wire->close();
-    } else if (line.kind == Line::Kind::damaged) {
+    } else if (_isGreeted && _options.wire.isChecked && (line.kind == Line::Kind::damaged || isSpoilt(line))) {
+        noteDamage("a message came damaged");
         askAgain();
     } else if (line.kind == Line::Kind::message) {
         try {
@@ -125,7 +147,7 @@ void Hub::receive(Line& line) {
             } else if (envelope.isFailure) {
                 // The agent could not read a request.
                 askAgain();
-            } else {
+            } else if (!isRepeated(envelope)) {
                 receiveNotification(envelope);
             }
             return;
@@ -134,6 +156,40 @@ void Hub::receive(Line& line) {
         }
     }
     notifyWatchers("console", frame(toField(Notification{"console", {{"text", line.text}}}), Framing::plain));
+}
+
+// What was damaged may have been a notification, which does not come again: the clients have to know.
+void Hub::noteDamage(const std::string& what) {
+    notifyAll("wire", {{"state", "damaged"}, {"reason", what}});
+}
+
+// Whether the notification has come already: a wire may double lines. A gap in the numbers is damage.
+bool Hub::isRepeated(const Envelope& notification) {
+    if (!_options.wire.isChecked || notification.method == "stream") {
+        return false;
+    }
+    if (notification.method == "worker") {
+        // Another worker counts from 1.
+        _lastSeq.clear();
+        return false;
+    }
+    const Field params = parseJsonText(notification.text)["params"];
+    const long long seq = params["seq"].numberOr(0);
+    if (seq == 0) {
+        return false;
+    }
+    const auto [last, isFirst] = _lastSeq.emplace(notification.method, seq);
+    if (isFirst) {
+        return false;
+    }
+    if (seq <= last->second) {
+        return true;
+    }
+    if (seq != last->second + 1 && !params.has("dropped")) {
+        noteDamage("a message is missing");
+    }
+    last->second = seq;
+    return false;
 }
 
 // Asks for all answers that have not come, one after the other: one of them, or its request, may be what was damaged.
@@ -179,13 +235,15 @@ void Hub::askNext() {
 
 // On a wire that may lose lines, silence may be a lost line.
 void Hub::breakSilence() {
-    if (!_options.isChecked || !_wire || _wire->isClosed() || _open.empty() || Clock::now() < _quietSince + kSilence) {
+    const bool waits = !_open.empty() || !_isGreeted;
+    if (!_options.wire.isChecked || !_wire || _wire->isClosed() || !waits || Clock::now() < _quietSince + kSilence) {
         return;
     }
     _quietSince = Clock::now();
     if (_isGreeted) {
         askAgain();
     } else {
+        // Also at a console that does not print what was waited for: the agent may run there already.
         sendHello();
     }
 }
@@ -283,10 +341,11 @@ void Hub::receiveHello(const Envelope& answer) {
         _description.reset();
     }
     const std::string session = _hello["session"].textOr("");
-    if (!_session.empty()) {
-        notifyAll("wire", {{"state", "started"}, {"session", session}, {"same", session == _session}});
+    const bool isSame = session == _session;
+    if (!std::exchange(_session, session).empty()) {
+        notifyAll("wire", {{"state", "started"}, {"session", session}, {"same", isSame}});
     }
-    _session = session;
+    finishReturn(isSame);
     for (const auto& [notification, method] : askedFor()) {
         if (method != "console" && isWatched(method)) {
             askAgent(method, {{"on", true}}, nullptr);
@@ -336,19 +395,19 @@ void Hub::useDescription(AgentDescription described) {
 // Answers all that was asked of an agent that is gone, and starts another when more was asked meanwhile.
 void Hub::endWire() {
     const bool wasGreeted = _isGreeted;
+    if (mayReturn() && (wasGreeted || _isReturning)) {
+        awaitReturn();
+        return;
+    }
     const MessageFailure failure = {wasGreeted ? ErrorCode::ended : ErrorCode::unavailable, _wire->reason(), {}};
     _wire.reset();
     _isGreeted = false;
     _isDescribing = false;
     _asking = 0;
     _doubtful.clear();
+    _upUntil.reset();
     endStreams(failure);
-    for (const auto& [id, open] : std::exchange(_open, {})) {
-        if (HubClient* asker = client(open.client)) {
-            --asker->open;
-            asker->answer(frame(toField(Answer{open.request, {}, failure}), Framing::plain));
-        }
-    }
+    failOpen(failure);
     refuseHeld(_heldForDescription, failure);
     if (!wasGreeted) {
         refuseHeld(_held, failure);

@@ -31,6 +31,9 @@ std::string ownProgram() {
 }
 
 std::vector<std::string> wireOf(const TargetOptions& options) {
+    if (options.wire) {
+        return options.wire->command;
+    }
     std::vector<std::string> wire = {agentOf(options), "--set", folderOf(options)};
     if (options.isDamaged) {
         wire.emplace_back("--damaged");
@@ -39,14 +42,25 @@ std::vector<std::string> wireOf(const TargetOptions& options) {
 }
 
 std::string keyOf(const TargetOptions& options) {
-    return "virtual:" + folderOf(options);
+    if (!options.wire) {
+        return "virtual:" + folderOf(options);
+    }
+    std::string key = "wire:" + options.wire->name;
+    for (const std::string& word : options.wire->command) {
+        key += '\n' + word;
+    }
+    return key;
+}
+
+// The virtual set's wire is a pipe of this PC's own, which loses nothing.
+WireOptions wireOptionsOf(const TargetOptions& options) {
+    return options.wire ? *options.wire : WireOptions{nameOf(options), wireOf(options), false};
 }
 
 std::vector<std::string> hubCommandOf(const TargetOptions& options) {
     const std::string chosen = options.hub.empty() ? environment("FAPI_HUB") : options.hub;
-    std::vector<std::string> command = {chosen.empty() ? ownProgram() : chosen, "hub", keyOf(options), kPlainName};
-    const std::vector<std::string> wire = wireOf(options);
-    command.insert(command.end(), wire.begin(), wire.end());
+    std::vector<std::string> command = {chosen.empty() ? ownProgram() : chosen, "hub", keyOf(options),
+                                        toJsonText(toField(wireOptionsOf(options)))};
     return command;
 }
 
@@ -63,6 +77,10 @@ Field askBriefly(const TargetOptions& options, std::string& hash) {
 }
 
 }  // namespace
+
+std::string nameOf(const TargetOptions& options) {
+    return options.wire ? options.wire->name : folderOf(options);
+}
 
 std::string folderOf(const TargetOptions& options) {
     std::string folder = options.folder.empty() ? environment("VSET_DIR") : options.folder;
@@ -103,7 +121,7 @@ std::unique_ptr<Target> Target::join(const TargetOptions& options) {
         // That hub was about to end. It holds the lock until its agent is gone.
     }
     throw RequestError(ErrorCode::unavailable, options.mayStart ? socket.path() + ": hubs end before they answer"
-                                                                : folderOf(options) + ": no program uses the set");
+                                                                : nameOf(options) + ": no program uses the set");
 }
 
 // Returns false when the hub ends the connection in place of an answer.
@@ -111,7 +129,10 @@ bool Target::greet(const TargetOptions& options) {
     const Field versions = Field::List{kProtocolOldest, kProtocolNewest};
     const long long id =
         begin("hello", {{"protocol", versions}, {"framings", Field::List{kPlainName}}, {"name", options.client}});
-    const Clock::time_point deadline = Clock::now() + options.limit;
+    // The hub gives up before this.
+    constexpr std::chrono::seconds kLonger{5};
+    const auto upWithin = options.wire && options.mayStart ? options.wire->upWithin + kLonger : options.limit;
+    const Clock::time_point deadline = Clock::now() + std::max<std::chrono::milliseconds>(options.limit, upWithin);
     bool isStopped = false;
     if (options.stop >= 0) {
         watch(options.stop, [&] { isStopped = true; });
@@ -123,7 +144,7 @@ bool Target::greet(const TargetOptions& options) {
             throw RequestError(ErrorCode::canceled, "interrupted");
         }
         if (Clock::now() >= deadline) {
-            throw RequestError(ErrorCode::unavailable, agentOf(options) + ": does not answer");
+            throw RequestError(ErrorCode::unavailable, wireOf(options).front() + ": does not answer");
         }
         wait(deadline);
     }
@@ -133,6 +154,20 @@ bool Target::greet(const TargetOptions& options) {
     }
     _hello = finish(id);
     return true;
+}
+
+TargetFacts factsOf(Target& target, const TargetOptions& options) {
+    const std::string kind = target.hello()["kind"].textOr("board");
+    keepFacts(keyOf(options), {target.hello()["description"].textOr(""), kind});
+    return {target.description(), kind};
+}
+
+std::optional<TargetFacts> keptFactsOf(const TargetOptions& options) {
+    const KeptFacts kept = keptFacts(keyOf(options));
+    if (std::optional<AgentDescription> described = keptDescription(kept.hash)) {
+        return TargetFacts{std::move(*described), kept.kind};
+    }
+    return std::nullopt;
 }
 
 AgentDescription describeAgent(const TargetOptions& options) {

@@ -26,6 +26,7 @@ TargetOptions targetOptions(const SessionOptions& options) {
     target.folder = options.folder;
     target.client = options.client;
     target.isDamaged = options.damaged;
+    target.wire = options.wire;
     target.stop = options.stop;
     return target;
 }
@@ -84,11 +85,14 @@ void listen(Target& target) {
 }  // namespace
 
 std::string setFolder(const SessionOptions& options) {
-    return folderOf(targetOptions(options));
+    return nameOf(targetOptions(options));
 }
 
 void chooseSession(const SessionOptions& options) {
-    const auto chosen = [](const SessionOptions& one) { return std::tie(one.folder, one.damaged, one.client); };
+    const auto chosen = [](const SessionOptions& one) {
+        return std::tuple(one.folder, one.wire ? one.wire->command : std::vector<std::string>(), one.damaged,
+                          one.client);
+    };
     if (!g_isOpen && chosen(options) != chosen(g_chosen)) {
         // What has been asked so far was asked of another set, or as another client.
         g_target.reset();
@@ -168,12 +172,23 @@ bool isSessionOpen() {
     return g_isOpen;
 }
 
-AgentDescription describeChosen() {
+TargetFacts describeChosen() {
+    if (g_chosen.wire) {
+        try {
+            join();
+            return factsOf(*g_target, targetOptions(g_chosen));
+        } catch (const RequestError&) {
+            if (std::optional<TargetFacts> kept = keptFactsOf(targetOptions(g_chosen))) {
+                return std::move(*kept);
+            }
+            throw;
+        }
+    }
     // To join a damaged set is to switch it on.
     if (g_target == nullptr && !g_chosen.damaged) {
         joinRunning();
     }
-    return g_target != nullptr ? g_target->description() : describeAgent(targetOptions(g_chosen));
+    return {g_target != nullptr ? g_target->description() : describeAgent(targetOptions(g_chosen)), "virtual"};
 }
 
 Field askAgent(const std::string& method, const Field& params) {
@@ -239,8 +254,9 @@ void switchOn() {
     session().request("power", {{"to", "on"}, {"damaged", g_chosen.damaged}});
 }
 
-long long powerCycle() {
-    return session().request("power", {{"to", "cycle"}, {"damaged", g_chosen.damaged}})["boots"].numberOr(0);
+std::optional<long long> powerCycle() {
+    const Field answer = session().request("power", {{"to", "cycle"}, {"damaged", g_chosen.damaged}});
+    return answer["boots"].isNumber() ? std::optional(answer["boots"].number()) : std::nullopt;
 }
 
 bool takeReboot() {

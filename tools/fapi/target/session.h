@@ -18,10 +18,11 @@ struct SessionOptions {
     bool log = false;      // the library's log is on in this session, whatever the set's switch says
     bool damaged = false;  // go on with a damaged set
     std::string client = "fapi";
+    std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
     int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for the set
 };
 
-// The folder that the options mean.
+// The folder that the options mean; the target's name where the set is none of this PC.
 std::string setFolder(const SessionOptions& options);
 
 // Names the set of all that follows; joins nothing yet.
@@ -43,9 +44,10 @@ bool isSessionOpen();
 // Lets go of the set: the hub ends with its last client.
 void closeSession();
 
-// What the agent of the chosen set describes: asks its hub, if one runs, which is then joined; starts none. Throws
+// What the agent of the chosen set describes: asks its hub, if one runs, which is then joined; starts
+// one only for a set with a wire. Throws
 // RequestError.
-AgentDescription describeChosen();
+TargetFacts describeChosen();
 
 // Asks what needs no set, joining the chosen set's hub when that is not done yet. Throws RequestError.
 Field askAgent(const std::string& method, const Field& params);
@@ -77,8 +79,8 @@ void noteTrouble(const std::string& trouble);
 
 // Switches the set on, unless it is. Throws RequestError: `damaged` unless the options allow that.
 void switchOn();
-// Switches the set off and on. Returns how often it has been switched on.
-long long powerCycle();
+// Switches the set off and on. Returns how often it has been switched on, or nothing when no one counts that.
+std::optional<long long> powerCycle();
 // Whether the set's worker has ended since the last call of this, because the watchdog has rebooted the set.
 bool takeReboot();
 // Calls back when it does so.

@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kReadSize = 256 << 10;
 
 RequestError brokenStream(const std::string& what) {
-    return RequestError(ErrorCode::internal, "the data did not come whole: " + what);
+    return RequestError(ErrorCode::stationFailed, "the data did not come whole: " + what);
 }
 
 // Compares the pieces of a stream with what its end says of them.

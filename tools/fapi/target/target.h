@@ -18,6 +18,7 @@
 #include "target/agent_description.h"
 #include "target/call_answer.h"
 #include "target/descriptor.h"
+#include "target/wire_options.h"
 
 namespace tool {
 
@@ -30,8 +31,11 @@ struct TargetOptions {
     std::string hub;         // the program; empty: $FAPI_HUB, else this program
     std::chrono::milliseconds limit{30000};  // until the hub has answered the first request
     int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for that
+    std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
 };
 
+// The set that the options mean, for messages: the virtual one's folder, or the target's name.
+std::string nameOf(const TargetOptions& options);
 // The folder that the options mean, as an absolute path without links.
 std::string folderOf(const TargetOptions& options);
 // The program of the agent that the options mean.
@@ -141,6 +145,15 @@ private:
 // What the agent describes, without a hub: as this PC's cache has it, else as an agent says that is started for it.
 // Throws RequestError.
 AgentDescription describeAgent(const TargetOptions& options);
+
+struct TargetFacts {
+    AgentDescription description;
+    std::string kind;  // "virtual", "board"
+};
+// The same of a target with a wire, as its agent says it, which is kept for when the target is out of reach.
+TargetFacts factsOf(Target& target, const TargetOptions& options);
+// Nothing when it was never in reach.
+std::optional<TargetFacts> keptFactsOf(const TargetOptions& options);
 
 }  // namespace tool
 

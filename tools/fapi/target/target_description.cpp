@@ -6,6 +6,7 @@
 #include <map>
 
 #include "base/words.h"
+#include "target/bound_actions.h"
 #include "target/session.h"
 
 namespace tool {
@@ -52,9 +53,37 @@ Checked check(const char* kind, const std::string& name, const std::vector<Value
 
 }  // namespace
 
+static TargetFacts& facts() {
+    static TargetFacts known = describeChosen();
+    return known;
+}
+
 AgentDescription& agentDescription() {
-    static AgentDescription described = describeChosen();
-    return described;
+    return facts().description;
+}
+
+const std::string& targetKind() {
+    return facts().kind;
+}
+
+const std::vector<Action>& actions() {
+    static const std::vector<Action> all = [] {
+        std::vector<Action> own = description().actions;
+        if (boundActions() != nullptr) {
+            for (const Action& action : boundActions()->actions()) {
+                if (description().action(action.name) == nullptr) {
+                    own.push_back(action);
+                }
+            }
+        }
+        return own;
+    }();
+    return all;
+}
+
+const Action* findAction(std::string_view name) {
+    const Action* own = description().action(name);
+    return own != nullptr ? own : findBoundAction(name);
 }
 
 std::string unknownFunction(const std::string& name) {

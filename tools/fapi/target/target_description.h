@@ -17,6 +17,8 @@ AgentDescription& agentDescription();
 inline const Description& description() {
     return agentDescription().all();
 }
+// The kind of set that it describes: "virtual", "board". Of a board that is out of reach it is what it last said.
+const std::string& targetKind();
 
 // The picture that is meant when none is named.
 constexpr const char* kPanel = "panel";
@@ -28,16 +30,13 @@ inline const std::vector<Operation>& operations() {
 inline const std::vector<std::string>& moduleNames() {
     return description().eventModules;
 }
-inline const std::vector<Action>& actions() {
-    return description().actions;
-}
+// Those of the agent, and those that the station carries out.
+const std::vector<Action>& actions();
 // By full or short name; null when there is none.
 inline const Operation* findOperation(std::string_view name) {
     return agentDescription().operation(name);
 }
-inline const Action* findAction(std::string_view name) {
-    return description().action(name);
-}
+const Action* findAction(std::string_view name);
 
 // The message for a name that is no function of the middleware, with the nearest one that is. An empty text for a
 // function, and for "allocation".

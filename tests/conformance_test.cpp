@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: Apache-2.0
+// Rules of boards: the virtual set keeps all of them, and each one notices the misbehaviour that is planted for it.
+#include <csignal>
+#include <map>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "support/tool_fixture.h"
+#include "support/waiting.h"
+
+namespace {
+
+using test::objectsOf;
+using ::testing::HasSubstr;
+
+// The rules of the table, each with what is planted for it.
+std::map<std::string, std::string> misbehaviours() {
+    std::map<std::string, std::string> rows;
+    std::ifstream file(FAPI_MISBEHAVIOURS);
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t end = line.find(' ');
+        if (line[0] != '#') {
+            rows[line.substr(0, end)] = line.substr(line.find_first_not_of(' ', end));
+        }
+    }
+    return rows;
+}
+
+std::vector<std::string> families() {
+    std::vector<std::string> names;
+    for (const auto& row : misbehaviours()) {
+        const std::string family = row.first.substr(0, row.first.find('.'));
+        if (names.empty() || names.back() != family) {
+            names.push_back(family);
+        }
+    }
+    return names;
+}
+
+class ConformanceTest : public test::ToolTest {
+protected:
+    void SetUp() override {
+        ToolTest::SetUp();
+        unsetenv("VSET_MISBEHAVIOUR");
+    }
+
+    // Returns rule -> result and text of all that did not pass.
+    std::map<std::string, std::string> notPassed(std::vector<std::string> words) const {
+        words.insert(words.begin(), {"conformance", "--json"});
+        std::map<std::string, std::string> found;
+        for (const nlohmann::json& line : objectsOf(fapi(words).strOutput)) {
+            if (line.contains("rule") && line["result"] != "pass") {
+                found[line["rule"]] = line["result"].get<std::string>() + ": " + line["text"].get<std::string>();
+            }
+        }
+        return found;
+    }
+};
+
+TEST_F(ConformanceTest, TheVirtualSetKeepsAllRulesThatAreCheckedUnasked) {
+    const nlohmann::json all = fapiJson({"conformance"});
+    EXPECT_GE(all["pass"], 120);
+    EXPECT_EQ(all["pass"], all["rules"]) << all.dump();
+    EXPECT_GE(all["rules"].get<int>() + all["not_chosen"].get<int>(), 150);
+}
+
+TEST_F(ConformanceTest, EveryRuleHasAMisbehaviour) {
+    std::vector<std::string> rules;
+    for (const nlohmann::json& rule : objectsOf(fapi({"conformance", "--json", "--list", "--danger", "store",
+                                                      "--danger", "reboot", "--danger", "pads", "--danger", "person"})
+                                                    .strOutput)) {
+        rules.push_back(rule["rule"]);
+    }
+    std::vector<std::string> planted;
+    for (const auto& row : misbehaviours()) {
+        planted.push_back(row.first);
+    }
+    EXPECT_THAT(rules, ::testing::UnorderedElementsAreArray(planted));
+}
+
+class MisbehaviourTest : public ConformanceTest, public ::testing::WithParamInterface<std::string> {};
+
+// Among the rules of its family, or all rules with FAPI_CONFORMANCE_ALL.
+TEST_P(MisbehaviourTest, TurnsItsRuleRedAndNoOther) {
+    for (const auto& [rule, planted] : misbehaviours()) {
+        if (rule.substr(0, rule.find('.')) != GetParam()) {
+            continue;
+        }
+        setenv("VSET_MISBEHAVIOUR", planted.c_str(), 1);
+        const bool isAll = std::getenv("FAPI_CONFORMANCE_ALL") != nullptr;
+        EXPECT_THAT(notPassed({isAll ? "*" : GetParam(), rule}),
+                    ::testing::ElementsAre(::testing::Pair(rule, ::testing::StartsWith("fail: "))))
+            << planted;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, MisbehaviourTest, ::testing::ValuesIn(families()),
+                         [](const auto& family) { return family.param; });
+
+constexpr char kRule[] = R"(# a comment
+setup
+    sys_init
+rule own.register
+    promise "A register holds what was written" in "a page"
+    breaks sys_write_reg
+    danger changes
+    limit 3
+before
+    sys_read_reg 0x1012 0x40
+    keep value value
+check
+    sys_write_reg 0x1012 0x40 0x77
+    sys_read_reg 0x1012 0x40
+    expect value is 0x77
+    wait 30s
+restore
+    sys_write_reg 0x1012 0x40 ${value}
+)";
+
+// The virtual set forgets a register with its power; what is in a file stays.
+std::string fileRule(const std::string& strCheck) {
+    return "# a comment\nsetup\n    sys_init\nrule own.file\n    promise \"A file stays\" in page\n    breaks "
+           "sys_write_file\n"
+           "    danger changes\nbefore\n    sys_write_file /data/own before\n    sys_read_file /data/own\n"
+           "    keep data data\ncheck\n    sys_write_file /data/own changed\n" +
+           strCheck + "restore\n    sys_write_file /data/own ${data}\n";
+}
+
+TEST_F(ConformanceTest, ARuleThatDoesNotEndFails) {
+    EXPECT_THAT(notPassed({writeFile("own.rules", kRule)})["own.register"],
+                HasSubstr("fail: does not end within 3 s: line 16"));
+}
+
+TEST_F(ConformanceTest, WhatAKilledCheckHasChangedIsPutBackAtTheNextStart) {
+    const std::string strRules = writeFile("own.rules", fileRule("    wait 60s\n"));
+    const pid_t pid = fork();
+    ASSERT_NE(pid, -1);
+    if (pid == 0) {
+        execl(FAPI_BINARY, FAPI_BINARY, "--set", set().c_str(), "conformance", strRules.c_str(), nullptr);
+        _exit(1);
+    }
+    EXPECT_TRUE(test::eventually([&] { return readFile(set() + "/tree/data/own") == "changed"; }));
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    const auto result = fapi({"conformance", writeFile("own.rules", fileRule("")), "own.file"});
+    EXPECT_THAT(result.strError, HasSubstr("own.file: what an earlier check has changed is put back"));
+    EXPECT_EQ(readFile(set() + "/tree/data/own"), "before");
+}
+
+TEST_F(ConformanceTest, ADeadWorkerCostsOneRuleWhichIsPutBack) {
+    const std::string strRules = writeFile(
+        "own.rules", fileRule("    set power-cycle\n    sys_read_file /data/own\n    expect status failed\n"));
+    EXPECT_THAT(notPassed({strRules})["own.file"], HasSubstr("fail: "));
+    EXPECT_EQ(readFile(set() + "/tree/data/own"), "before");
+}
+
+TEST_F(ConformanceTest, FailuresMayBeExpectedAndAnUnexpectedPassIsAFailure) {
+    setenv("VSET_MISBEHAVIOUR", misbehaviours()["sys.register-reads-back"].c_str(), 1);
+    const std::string strExpected =
+        writeFile("expected", "sys.register-reads-back \"no such register\"\nsys.banks-are-apart \"one bank\"\n");
+    const std::string strJUnit = folder() + "/junit.xml", strPage = folder() + "/page.html";
+    const auto result = fapi({"conformance", "sys.register*", "--expected", strExpected, "--junit", strJUnit});
+    EXPECT_EQ(result.s32Exit, 0) << result.strOutput;
+    EXPECT_THAT(readFile(strJUnit), HasSubstr("<skipped message=\"fail (expected: no such register): line "));
+    const auto passing = fapi({"conformance", "sys", "--expected", strExpected, "--page", strPage});
+    EXPECT_EQ(passing.s32Exit, 1);
+    EXPECT_THAT(passing.strOutput, HasSubstr("passes, but is expected to fail: one bank"));
+    EXPECT_THAT(readFile(strPage), HasSubstr("<title>FAIL: conformance</title>"));
+}
+
+// The virtual set's agent in the role of a board's.
+TEST_F(ConformanceTest, ABoardIsHeldToWhatItClaimsToHave) {
+    const std::string strAgent =
+        writeFile("agent", std::string("#!/bin/sh\n'") + std::getenv("FAPI_AGENT") +
+                               "' \"$@\" | sed -u 's/\"kind\":\"virtual\"/\"kind\":\"board\"/'\n");
+    std::filesystem::permissions(strAgent, std::filesystem::perms::owner_all);
+    const std::string strOwn = std::getenv("FAPI_AGENT");
+    setenv("FAPI_AGENT", strAgent.c_str(), 1);
+    EXPECT_THAT(notPassed({"pwm", "flash.handle-is-found-again"}),
+                ::testing::AllOf(::testing::SizeIs(6),
+                                 ::testing::Each(::testing::Pair(HasSubstr("pwm."),
+                                                                 "skipped: the board does not claim to have pwm"))));
+    EXPECT_THAT(notPassed({"pwm", "--has", "pwm"}), ::testing::IsEmpty());
+    setenv("FAPI_AGENT", strOwn.c_str(), 1);
+}
+
+TEST_F(ConformanceTest, WhatCannotBeDoneIsNamed) {
+    const std::string strBad = writeFile("bad.rules",
+                                         "# c\nrule own.bad\n    promise \"x\" in y\n    breaks sys_red_reg\n"
+                                         "check\n    sys_init\n");
+    const test::Impossible rows[] = {
+        {{"conformance", "sys.registr-reads-back"},
+         2,
+         "no such rule: \"sys.registr-reads-back\", did you mean sys.register-reads-back?"},
+        {{"conformance", "--danger", "mischief"}, 2, "danger is \"mischief\", expected one of reads, changes"},
+        {{"conformance", strBad}, 2, "bad.rules:4:12: "},
+        {{"conformance", "--expected", writeFile("e", "none \"why\"\n")}, 2, "e:1: no such rule: \"none\""},
+    };
+    for (const test::Impossible& row : rows) {
+        expectImpossible(row);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+// fapi-feed: sends the results of a station to a server.
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+#include <CLI/CLI.hpp>
+
+#include "feed/feed.h"
+
+namespace {
+
+using namespace tool;
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+
+enum Exit { kExitGood = 0, kExitRefused = 1, kExitUsage = 2, kExitTrouble = 3 };
+
+constexpr char kFooter[] =
+    "Passwords come from ~/.pgpass or a service file. Connections to other machines are checked "
+    "(sslmode=verify-full).\n"
+    "Exit codes: 0 all was sent; 1 the server has refused runs, which are parked; 2 a wrong word; 3 the server cannot\n"
+    "be reached, or the results cannot be read.";
+
+struct FeedOptions {
+    std::string file = "reports/results.sqlite";
+    std::string server;
+    bool follow = false;
+    bool retry = false;
+};
+
+void say(const std::string& text) {
+    std::fprintf(stderr, "fapi-feed: %s\n", text.c_str());
+}
+
+// Longer after each failure.
+class BackOff {
+public:
+    explicit BackOff(milliseconds longest) : _longest(longest) {}
+    void reset() { _next = kFirst; }
+    void rest() {
+        std::this_thread::sleep_for(_next);
+        _next = std::min(_longest, 2 * _next);
+    }
+
+private:
+    static constexpr milliseconds kFirst{50};
+    const milliseconds _longest;
+    milliseconds _next = kFirst;
+};
+
+// Sends until nothing waits, or forever.
+int feedAll(Feed& feed, bool follow) {
+    constexpr int kTries = 5;
+    BackOff backOff(follow ? 30s : 1s);
+    int troubles = 0;
+    for (;;) {
+        const std::string before = feed.trouble();
+        switch (feed.send()) {
+            case Feed::Outcome::sent:
+                troubles = 0;
+                backOff.reset();
+                break;
+            case Feed::Outcome::empty:
+                if (!follow) {
+                    return feed.parked() == 0 ? kExitGood : kExitRefused;
+                }
+                std::this_thread::sleep_for(500ms);
+                break;
+            case Feed::Outcome::trouble:
+                if (!follow && ++troubles == kTries) {
+                    say(feed.trouble());
+                    return kExitTrouble;
+                }
+                [[fallthrough]];
+            case Feed::Outcome::refused:
+                if (follow && feed.trouble() != before) {
+                    say(feed.trouble());
+                }
+                backOff.rest();
+                break;
+        }
+    }
+}
+
+int run(const FeedOptions& options) {
+    std::error_code error;
+    if (!std::filesystem::exists(options.file, error)) {
+        say(options.file + ": there are no results");
+        return kExitUsage;
+    }
+    Feed feed(options.file, options.server);
+    if (options.retry) {
+        feed.retryParked();
+    }
+    const int code = feedAll(feed, options.follow);
+    std::printf("%zu sent, %lld wait, %lld parked\n", feed.sent(), feed.waiting(), feed.parked());
+    return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    FeedOptions options;
+    CLI::App app{"Sends the results of a station to a PostgreSQL server.", "fapi-feed"};
+    app.footer(kFooter);
+    app.add_option("--store", options.file, "The station's file; reports/results.sqlite when left out")
+        ->type_name("FILE");
+    app.add_option("SERVER", options.server, "postgresql://HOST/DATABASE, or service=NAME")->required();
+    app.add_flag("--follow", options.follow, "Go on, and send what comes");
+    app.add_flag("--retry-parked", options.retry, "Send once more what the server has refused");
+    try {
+        app.parse(argc, argv);
+        return run(options);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kExitGood : kExitUsage;
+    } catch (const UsageError& error) {
+        say(error.what());
+        return kExitUsage;
+    } catch (const std::exception& error) {
+        say(error.what());
+        return kExitTrouble;
+    }
+}

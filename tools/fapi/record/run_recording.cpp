@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a run has come to, as the results store keeps it.
+#include "record/run_recording.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+#include <unistd.h>
+
+#include "protocol/characters.h"
+#include "record/identity.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string thisHost() {
+    char name[256] = "";
+    gethostname(name, sizeof(name) - 1);
+    return name[0] == '\0' ? "localhost" : name;
+}
+
+// "sys_get_emmc_env_var", "set pixel"
+std::string nameOfCommand(const Json& command) {
+    // The rest of a long line is cut off, perhaps within quotes.
+    std::istringstream words(command["command"].get<std::string>());
+    std::string first, second;
+    words >> first >> second;
+    return first == "set" ? first + " " + second : first;
+}
+
+// "sys_get_emmc_env_var length"; a second one of that name in a step gets its number.
+std::string measurementName(const std::string& name, const std::vector<MeasurementRecord>& taken) {
+    const auto isOfName = [&](const MeasurementRecord& other) {
+        return other.name == name || other.name.rfind(name + " (", 0) == 0;
+    };
+    const auto before = std::count_if(taken.begin(), taken.end(), isOfName);
+    return before == 0 ? name : name + " (" + std::to_string(before + 1) + ")";
+}
+
+std::optional<double> numberIn(const Json& json, const char* name) {
+    const auto found = json.find(name);
+    return found != json.end() && found->is_number() ? std::optional(found->get<double>()) : std::nullopt;
+}
+
+// What was measured, without its place.
+MeasurementRecord measurementOf(const Json& measured) {
+    MeasurementRecord row;
+    row.value = numberIn(measured, "value");
+    row.low = numberIn(measured, "low");
+    row.high = numberIn(measured, "high");
+    row.margin = numberIn(measured, "margin");
+    const bool isIn = row.value && (!row.low || *row.value >= *row.low) && (!row.high || *row.value <= *row.high);
+    row.verdict = verdictName(isIn ? Verdict::passed : Verdict::failed);
+    return row;
+}
+
+std::vector<MeasurementRecord> measurementsOf(const Attempt& attempt) {
+    std::vector<MeasurementRecord> found;
+    for (const Json& command : attempt.commands) {
+        for (const Json& expectation : command.value("expectations", Json::array())) {
+            for (const Json& measured : expectation.value("measurements", Json::array())) {
+                MeasurementRecord row = measurementOf(measured);
+                row.name = measurementName(nameOfCommand(command) + " " + measured["what"].get<std::string>(), found);
+                found.push_back(std::move(row));
+            }
+        }
+    }
+    return found;
+}
+
+// The clock of attempts knows no date.
+WallTime wallTimeOf(Clock::time_point time) {
+    return std::chrono::system_clock::now() +
+           std::chrono::duration_cast<std::chrono::system_clock::duration>(time - Clock::now());
+}
+
+std::string storedVerdict(Verdict verdict) {
+    return verdictName(verdict == Verdict::died ? Verdict::failed : verdict);
+}
+
+void addAttempt(RunParts& parts, const StepRecord& step, const StepResult& result, std::size_t index) {
+    const Attempt& attempt = result.attempts[index];
+    AttemptRecord row;
+    row.run = step.run;
+    row.step = step.number;
+    row.number = static_cast<long long>(index) + 1;
+    row.final = index + 1 == result.attempts.size() ? 1 : 0;
+    row.verdict = storedVerdict(attempt.judgement.verdict);
+    row.text = beginningOf(attempt.judgement.text, kKeptBytes);
+    row.began = utcText(wallTimeOf(attempt.start));
+    row.log = beginningOf(attempt.log, kKeptBytes);
+    row.seconds = attempt.seconds;
+    for (MeasurementRecord& measurement : measurementsOf(attempt)) {
+        measurement.run = step.run;
+        measurement.step = step.number;
+        measurement.attempt = row.number;
+        measurement.number = static_cast<long long>(parts.measurements.size());
+        measurement.final = row.final;
+        measurement.at = row.began;
+        parts.measurements.push_back(std::move(measurement));
+    }
+    parts.attempts.push_back(std::move(row));
+}
+
+RunParts partsOfStep(const RunRecord& run, const Plan& plan, std::size_t index, const StepResult& result) {
+    RunParts parts;
+    StepRecord step;
+    step.run = run.id;
+    step.number = static_cast<long long>(index);
+    step.name = beginningOf(plan.steps[index].name, kToldBytes);
+    step.verdict = storedVerdict(result.verdict());
+    step.text = beginningOf(result.text(), kKeptBytes);
+    step.teardown = plan.steps[index].teardown ? 1 : 0;
+    step.seconds = result.seconds();
+    for (std::size_t i = 0; i < result.attempts.size(); ++i) {
+        addAttempt(parts, step, result, i);
+    }
+    parts.steps.push_back(std::move(step));
+    return parts;
+}
+
+// The step that the verdict of the run comes from: the first bad one, or the first that was only just good.
+void addDecidingStep(RunRecord& run, const PlanResult& result) {
+    const Verdict verdict = result.verdict();
+    for (std::size_t i = 0; verdict != Verdict::passed && i < result.steps.size(); ++i) {
+        const StepResult& step = result.steps[i];
+        if (storedVerdict(step.verdict()) == verdictName(verdict)) {
+            run.decidingStep = beginningOf(result.plan->steps[i].name, kToldBytes);
+            run.why = beginningOf(step.text(), kKeptBytes);
+            return;
+        }
+    }
+}
+
+RunRecord newRunRecord(const Plan& plan, const std::string& setFolder, const std::string& report) {
+    RunRecord run;
+    const WallTime now = std::chrono::system_clock::now();
+    run.id = newRunId(now);
+    run.began = utcText(now);
+    run.utcOffset = utcOffsetAt(now);
+    run.station = run.host = thisHost();
+    run.plan = plan.name;
+    run.planFile = plan.file;
+    run.planHash = plan.hash;
+    run.parameters = "{}";
+    run.set = setFolder;
+    run.faults = static_cast<long long>(plan.faults.size());
+    run.report = fs::path(report).filename().string();
+    return run;
+}
+
+}  // namespace
+
+RunRecording::RunRecording(ResultsWriter& writer, const Plan& plan, const std::string& setFolder,
+                           const std::string& report)
+    : _writer(writer), _plan(plan), _run(newRunRecord(plan, setFolder, report)), _stored(plan.steps.size(), 0) {
+    _writer.begin(_run);
+}
+
+RunRecording::~RunRecording() {
+    if (!_isEnded) {
+        _writer.discard(_run);
+    }
+}
+
+void RunRecording::endStep(std::size_t index, const StepResult& step) {
+    RunParts parts = partsOfStep(_run, _plan, index, step);
+    parts.replaces = _stored[index] != 0;
+    _stored[index] = 1 + step.attempts.size();
+    _writer.add(std::move(parts));
+}
+
+void RunRecording::end(const PlanResult& result) {
+    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+        if (_stored[i] != 1 + result.steps[i].attempts.size()) {
+            endStep(i, result.steps[i]);
+        }
+    }
+    addPictures(result);
+    const RunCounts counts(result);
+    const auto number = [](std::size_t count) { return static_cast<long long>(count); };
+    _run.ended = utcText(std::chrono::system_clock::now());
+    _run.seconds = result.seconds;
+    _run.verdict = verdictName(result.verdict());
+    _run.passed = number(counts.passed);
+    _run.marginal = number(counts.marginal);
+    _run.failed = number(counts.failed);
+    _run.errors = number(counts.errors);
+    _run.interrupted = number(counts.interrupted);
+    _run.notRun = number(counts.notRun);
+    _run.library = result.library;
+    addDecidingStep(_run, result);
+    _isEnded = true;
+    _writer.end(_run);
+}
+
+void RunRecording::addPictures(const PlanResult& result) {
+    RunParts parts;
+    for (const std::string& file : result.pictures()) {
+        AttachmentRecord row;
+        row.run = _run.id;
+        row.number = static_cast<long long>(parts.attachments.size());
+        row.name = row.file = file;
+        parts.attachments.push_back(std::move(row));
+    }
+    _writer.add(std::move(parts));
+}
+
+}  // namespace tool

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+// The hub: wires that are lost and come back, and the set's power.
+#include <algorithm>
+
+#include "target/hub.h"
+
+namespace tool {
+
+namespace {
+
+// Between two starts of a wire that does not come back at once.
+constexpr std::chrono::milliseconds kFirstPause{200};
+constexpr std::chrono::milliseconds kLongestPause{5000};
+// An agent answers at any time, also while a call runs. One that is silent for so long is out of reach.
+constexpr std::chrono::seconds kUntilLost{15};
+
+std::string secondsText(std::chrono::milliseconds time) {
+    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(time).count()) + " s";
+}
+
+}  // namespace
+
+// Keeps what was asked of the agent until it is known which agent the next wire finds.
+void Hub::awaitReturn() {
+    const std::string reason = _wire->reason();
+    _wire.reset();
+    _isGreeted = false;
+    _asking = 0;
+    _doubtful.clear();
+    for (auto open = _open.begin(); open != _open.end();) {
+        const bool isOfThisWire = open->second.method == "hello" || open->second.method == "again";
+        open = isOfThisWire ? _open.erase(open) : std::next(open);
+    }
+    if (!std::exchange(_isReturning, true)) {
+        _whyLost = reason;
+        _pause = kFirstPause;
+        _upUntil = Clock::now() + _options.wire.upWithin;
+        endStreams({ErrorCode::stationFailed, "the wire was lost: " + reason, {}});
+        notifyAll("wire", {{"state", "lost"}, {"reason", reason}});
+    } else {
+        _whyLost = reason;
+    }
+    _nextTry = Clock::now() + _pause;
+    _pause = std::min(2 * _pause, kLongestPause);
+}
+
+void Hub::advanceReturn() {
+    const Clock::time_point now = Clock::now();
+    if (_wire && !_wire->isClosed() && _isHelloDue && !_wire->isConversing()) {
+        sendHello();
+    }
+    const bool isDeaf = _options.wire.isChecked && isUp() && !_open.empty() && now >= _heard + kUntilLost;
+    if (isDeaf) {
+        _wire->terminate();
+    }
+    if (_upUntil && !isUp() && now >= *_upUntil) {
+        giveUp("no answer to hello within " + secondsText(_options.wire.upWithin) +
+               (_whyLost.empty() ? "" : "; the wire was lost: " + _whyLost));
+    } else if (_nextTry && now >= *_nextTry) {
+        _nextTry.reset();
+        startWire();
+    }
+}
+
+// Answers all that waits for the wire. The next request starts it again.
+void Hub::giveUp(const std::string& why) {
+    const MessageFailure failure = {
+        _isReturning ? ErrorCode::ended : ErrorCode::unavailable, _options.wire.name + ": " + why, {}};
+    _isReturning = false;
+    _upUntil.reset();
+    _nextTry.reset();
+    _whyLost.clear();
+    failOpen(failure);
+    refuseHeld(_heldForDescription, failure);
+    refuseHeld(_held, failure);
+    answerPower(failure.text);
+    if (_wire) {
+        _wire->terminate();
+    }
+    notifyAll("wire", {{"state", "ended"}, {"reason", failure.text}});
+}
+
+// The agent has answered hello. The one of before has all that it was asked, or is asked for it once more.
+void Hub::finishReturn(bool isSame) {
+    _upUntil.reset();
+    _whyLost.clear();
+    _lastSeq.clear();
+    answerPower(isSame ? "the program has ended, but the set's agent is still the same" : "");
+    if (!std::exchange(_isReturning, false)) {
+        return;
+    }
+    if (isSame) {
+        askAgain();
+        return;
+    }
+    _isDescribing = false;
+    failOpen(
+        {ErrorCode::ended, "the wire was lost, and the set's agent is a new one: what it had in memory is gone", {}});
+}
+
+void Hub::failOpen(const MessageFailure& failure) {
+    for (const auto& [id, open] : std::exchange(_open, {})) {
+        if (HubClient* asker = client(open.client)) {
+            --asker->open;
+            asker->answer(frame(toField(Answer{open.request, {}, failure}), Framing::plain));
+        }
+    }
+}
+
+// --- Power -----------------------------------------------------------------------------------------------------------
+
+// The station's program switches the power of the set, where the station has one for it.
+void Hub::power(HubClient& client, const Request& request) {
+    const std::string to = request.params["to"].textOr("");
+    if (_options.wire.powerCycle.empty() || (to != "cycle" && to != "on")) {
+        pass(client, request);
+        return;
+    }
+    if (to == "on") {
+        isUp() ? answer(client, request, Field::Fields()) : hold(client, request);
+        return;
+    }
+    if (_claim.holder != 0 && _claim.holder != client.id && !_claim.isShared) {
+        refuse(client, request, ErrorCode::claimed, claimText(), claimField());
+        return;
+    }
+    if (_powerAsked) {
+        refuse(client, request, ErrorCode::unavailable, "the set's power is being switched");
+        return;
+    }
+    try {
+        _power = std::make_unique<AgentWire>(_options.wire.powerCycle);
+    } catch (const RequestError& error) {
+        refuse(client, request, error.code(), std::string("power-cycle: ") + error.what());
+        return;
+    }
+    _power->endInput();
+    _powerUntil = Clock::now() + _options.wire.upWithin;
+    _powerAsked = Held{client.id, request};
+    ++client.open;
+}
+
+void Hub::movePower(const std::vector<pollfd>& waited) {
+    std::vector<Line> lines;
+    _power->move(waited, lines);
+    if (!_power->isGone()) {
+        if (Clock::now() >= _powerUntil && !_power->isClosed()) {
+            _power->terminate();
+        }
+        return;
+    }
+    const bool isLate = Clock::now() >= _powerUntil;
+    const std::string problem = isLate                  ? "has not ended within " + secondsText(_options.wire.upWithin)
+                                : _power->status() != 0 ? _power->reason()
+                                                        : "";
+    _power.reset();
+    if (!problem.empty()) {
+        answerPower(problem);
+    } else if (_wire) {
+        // What was there is gone, and the wire to it.
+        _wire->terminate();
+    } else if (!_nextTry) {
+        startWire();
+    }
+}
+
+void Hub::answerPower(const std::string& problem) {
+    if (!_powerAsked || _power) {
+        return;
+    }
+    const Held asked = *std::exchange(_powerAsked, std::nullopt);
+    HubClient* asker = client(asked.client);
+    if (asker == nullptr) {
+        return;
+    }
+    --asker->open;
+    if (problem.empty()) {
+        answer(*asker, asked.request, Field::Fields());
+    } else {
+        refuse(*asker, asked.request, ErrorCode::ended, "power-cycle: " + problem);
+    }
+}
+
+}  // namespace tool
