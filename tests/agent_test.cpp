@@ -249,7 +249,7 @@ TEST_F(AgentTest, ADeadWorkerCostsTheCallAndNothingElse) {
     hello();
     long long id = 0;
     const int s32Pipe = blockIn("sys_get_file_checksum", {kPipe}, id);
-    kill(agent().worker(), SIGABRT);
+    agent().killWorker(SIGABRT);
     const Answer died = agent().answer(id);
     close(s32Pipe);
     EXPECT_EQ(failure(died), ErrorCode::died);
@@ -258,12 +258,11 @@ TEST_F(AgentTest, ADeadWorkerCostsTheCallAndNothingElse) {
     }
     // Killed while it has nothing to do, and while it describes.
     agent().call("sys_set_emmc_env_var", {"serial", "LM55"});
-    kill(agent().worker(), SIGKILL);
+    agent().killWorker(SIGKILL);
     while (agent().next("worker")["reason"] != Field("died")) {
     }
     id = agent().send("describe");
-    EXPECT_TRUE(eventually([&] { return agent().worker() != 0; }));
-    kill(agent().worker(), SIGKILL);
+    agent().killWorker(SIGKILL);
     agent().answer(id);
     EXPECT_EQ(agent().call("sys_get_emmc_env_var", {"serial"})["outputs"].list()[0]["value"].text(), "LM55");
 }

@@ -84,7 +84,7 @@ TEST_F(BoardAgentTest, ACallReachesTheBoardAndItsEndKeepsTheChip) {
     // The log is on although the board's own switch is off.
     EXPECT_FALSE(agent().ask("set.log")["on"].flag());
     EXPECT_FALSE(agent().next("log").isNull());
-    kill(agent().worker(), SIGSEGV);
+    agent().killWorker(SIGSEGV);
     const auto ended = [](const Field& worker) { return worker["state"] == Field("ended"); };
     Field worker = agent().next("worker");
     for (; !worker.isNull() && !ended(worker); worker = agent().next("worker")) {

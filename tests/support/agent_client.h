@@ -63,6 +63,11 @@ public:
     AgentClient& operator=(const AgentClient&) = delete;
 
     pid_t pid() const { return _pid; }
+    // Sends the worker a signal, as soon as there is one. Process 0 would be this program and its group.
+    void killWorker(int signal) const {
+        ASSERT_TRUE(eventually([&] { return worker() > 0; }));
+        kill(worker(), signal);
+    }
     // The agent's worker; 0: it has none.
     pid_t worker() const {
         pid_t worker = 0;

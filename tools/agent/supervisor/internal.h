@@ -17,6 +17,7 @@ constexpr std::size_t kMarkSize = 2;
 constexpr char kAnswerMarks[] = "01";
 constexpr char kStreamMarks[] = "AB";
 constexpr char kNotificationMark = 'n';
+constexpr char kPieceMark = 'p';  // a notification that is a piece of a stream
 // {"what": one of the names below, ...}
 constexpr char kInternalMark = 'i';
 

@@ -167,6 +167,7 @@ bool Supervisor::answerHere(const Request& request) {
         {"again", &Supervisor::sendAgain},         {"cancel", &Supervisor::cancel},
         {"end-worker", &Supervisor::endWorkerFor}, {"hello", &Supervisor::greet},
         {"log", &Supervisor::listenToLog},         {"log-switch", &Supervisor::switchLog},
+        {"long", &Supervisor::forgetMessages},     {"part", &Supervisor::sendPart},
         {"power", &Supervisor::switchPower},
     };
     for (const auto& [name, method] : kMethods) {
@@ -229,6 +230,19 @@ void Supervisor::sendAgain(const Request& request) {
     });
     answer(request, {{"kept", isKept}, {"running", !isKept && isKnown}});
     _wire.sendAgain(id);
+}
+
+void Supervisor::sendPart(const Request& request) {
+    const auto part = _wire.part(request.params.at("message").number(), request.params.at("number").number());
+    if (!part) {
+        return refuse(request, ErrorCode::unavailable, "no such part of a message is kept");
+    }
+    answer(request, {{"parts", part->parts}, {"text", std::string(part->text)}});
+}
+
+void Supervisor::forgetMessages(const Request& request) {
+    _wire.forgetMessages(request.params.at("read").number());
+    answer(request, {{"last", _wire.lastMessage()}});
 }
 
 void Supervisor::cancel(const Request& request) {
@@ -346,7 +360,7 @@ void Supervisor::dispatch(Lane& lane, Request request) {
         if (_worker == nullptr) {
             startWorker();
         }
-        lane.running = Running{bare, false, false, {}};
+        lane.running = Running{bare, false, false, false, {}};
         const char mark[] = {kAnswerMarks[&lane == &_lanes[kCalls] ? kCalls : kLooks], ' ', '\0'};
         std::string text = request.text.empty() ? toJsonText(toField(std::move(request))) : std::move(request.text);
         _worker->send(mark + frameText(std::move(text), Framing::plain));

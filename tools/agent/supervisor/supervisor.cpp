@@ -96,7 +96,7 @@ bool Supervisor::mayRead() const {
 void Supervisor::wait() {
     const auto whether = [](bool wanted, int events) { return static_cast<short>(wanted ? events : 0); };
     const bool reads = mayRead(), writes = _wire.waiting() != 0 && _wire.isOpen();
-    const bool takes = _worker != nullptr && _wire.waiting() < kFull;
+    const bool takes = _worker != nullptr && _wire.waiting() < kFull && _wire.unread() < kUnread;
     const bool gives = _worker != nullptr && _worker->isUnwritten();
     pollfd ends[] = {
         {reads || _hello ? _wire.in() : -1, whether(reads, POLLIN), 0},
@@ -239,6 +239,8 @@ void Supervisor::takeWorkerLine(std::string_view line) {
     std::string text(line.substr(kMarkSize));
     if (mark == kNotificationMark) {
         _wire.send(std::move(text));
+    } else if (mark == kPieceMark) {
+        _wire.sendSurely(std::move(text));
     } else if (mark == kInternalMark) {
         takeInternal(parseJsonText(text));
     } else {
@@ -264,9 +266,10 @@ void Supervisor::takeAnswer(Lane& lane, std::string text, bool isLast) {
         answer.result.set("log", std::move(log));
         send(answer);
     } else {
-        _wire.answer(running.request.id, std::move(text));
+        _wire.answer(running.request.id, std::move(text), !isLast);
     }
     running.isAnswered = true;
+    running.isStreaming = !isLast;
     if (isLast) {
         lane.running.reset();
     }
@@ -378,9 +381,15 @@ void Supervisor::finishWorker(const WorkerEnd& end) {
         const Running running = *std::exchange(lane.running, std::nullopt);
         if (running.request.id == kIdentityId) {
             finishGreeting(failed(kIdentityId, ErrorCode::unavailable, "the worker ended before it said what it is"));
+            continue;
+        }
+        const std::string text = "the worker ended while it ran (" + std::string(reason) + ")";
+        if (running.isStreaming) {
+            const Field error = {{"code", static_cast<int>(ErrorCode::died)}, {"message", text}, {"data", how}};
+            _wire.sendSurely(
+                toJsonText(toField(Notification{"stream", {{"id", running.request.id}, {"error", error}}}), true));
         } else if (!running.isAnswered) {
-            refuse(running.request, ErrorCode::died, "the worker ended while it ran (" + std::string(reason) + ")",
-                   how);
+            refuse(running.request, ErrorCode::died, text, how);
         }
     }
     for (const Request& request : std::exchange(_whenEnded, {})) {

@@ -26,6 +26,8 @@ namespace tool {
 constexpr std::size_t kFull = 4u << 20;
 // So many requests may wait for the worker.
 constexpr std::size_t kQueued = 256;
+// With more to be read part by part, nothing more is taken from the worker. A picture is less.
+constexpr std::size_t kUnread = 32u << 20;
 
 constexpr char kStuckText[] = "the worker does not end: the set needs power";
 
@@ -49,8 +51,9 @@ private:
 
     // What the worker does now.
     struct Running {
-        Request request;          // without its parameters
-        bool isAnswered = false;  // and its stream follows
+        Request request;  // without its parameters
+        bool isAnswered = false;
+        bool isStreaming = false;  // its answer's stream follows
         bool mustFinish = false;
         std::deque<std::string> errors;  // the log's lines of level E meanwhile
     };
@@ -77,6 +80,8 @@ private:
     void greet(const Request& request);
     void finishGreeting(const Answer& identity);
     void sendAgain(const Request& request);
+    void sendPart(const Request& request);
+    void forgetMessages(const Request& request);
     void cancel(const Request& request);
     void listenToLog(const Request& request);
     void switchLog(const Request& request);

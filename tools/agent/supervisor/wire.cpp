@@ -10,6 +10,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "protocol/message.h"
+
 namespace tool {
 
 namespace {
@@ -20,6 +22,10 @@ constexpr std::size_t kTogether = 1u << 16;
 // A client that acknowledges nothing can have no more than these once more.
 constexpr std::size_t kKeptAnswers = 1024;
 constexpr std::size_t kKeptBytes = 2 * kLongestMessage;
+// What a wire carries undamaged that has something else to say every few KB.
+constexpr std::size_t kPart = 1024;
+// A longer answer is read in parts. The answer that has a part is not.
+constexpr std::size_t kLongAnswer = 3 * kPart;
 
 }  // namespace
 
@@ -64,6 +70,9 @@ void Wire::use(Framing framing) {
     _reader.use(framing);
     _kept.clear();
     _keptBytes = 0;
+    _messages.clear();
+    _lastMessage = 0;
+    _messageBytes = 0;
 }
 
 void Wire::send(std::string text) {
@@ -79,8 +88,22 @@ void Wire::send(std::string text) {
     }
 }
 
-void Wire::answer(long long id, std::string text) {
+// Returns the notification that says so.
+std::string Wire::keepMessage(std::string text) {
+    _messageBytes += text.size();
+    _messages[++_lastMessage] = std::move(text);
+    return toJsonText(toField(Notification{"long", {{"last", _lastMessage}}}));
+}
+
+void Wire::sendSurely(std::string text) {
+    send(framing() == Framing::checked && _open ? keepMessage(std::move(text)) : std::move(text));
+}
+
+void Wire::answer(long long id, std::string text, bool isSure) {
     if (framing() == Framing::checked) {
+        if (isSure || text.size() > kLongAnswer) {
+            text = keepMessage(std::move(text));
+        }
         _keptBytes += text.size();
         _kept[id] = text;
         while (_kept.size() > kKeptAnswers || (_keptBytes > kKeptBytes && _kept.size() > 1)) {
@@ -102,6 +125,23 @@ void Wire::forget(long long acknowledged) {
     while (!_kept.empty() && _kept.begin()->first <= acknowledged) {
         _keptBytes -= _kept.begin()->second.size();
         _kept.erase(_kept.begin());
+    }
+}
+
+std::optional<Wire::Part> Wire::part(long long message, long long number) const {
+    const auto found = _messages.find(message);
+    const auto parts =
+        static_cast<long long>(found == _messages.end() ? 0 : (found->second.size() + kPart - 1) / kPart);
+    if (number < 1 || number > parts) {
+        return std::nullopt;
+    }
+    return Part{std::string_view(found->second).substr(static_cast<std::size_t>(number - 1) * kPart, kPart), parts};
+}
+
+void Wire::forgetMessages(long long read) {
+    while (!_messages.empty() && _messages.begin()->first <= read) {
+        _messageBytes -= _messages.begin()->second.size();
+        _messages.erase(_messages.begin());
     }
 }
 

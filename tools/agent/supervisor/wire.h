@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "protocol/framing.h"
 
@@ -39,13 +40,29 @@ public:
 
     // Queues the text of a message, which is ASCII only.
     void send(std::string text);
-    // Queues an answer, and keeps it in checked framing.
-    void answer(long long id, std::string text);
+    // The same for a message that must arrive, however long it is, after the one of before. In checked framing it is
+    // kept, and the client reads it part by part.
+    void sendSurely(std::string text);
+    // Queues an answer, and keeps it in checked framing. A long one, or one that must come before what is sent surely,
+    // is sent like that.
+    void answer(long long id, std::string text, bool isSure = false);
     // Queues a kept answer once more. False when there is none.
     bool sendAgain(long long id);
     bool isKept(long long id) const { return _kept.count(id) != 0; }
     // Forgets the answers up to that id.
     void forget(long long acknowledged);
+
+    // A part of a kept message, from 1; nothing when there is none.
+    struct Part {
+        std::string_view text;
+        long long parts;  // of the message
+    };
+    std::optional<Part> part(long long message, long long number) const;
+    // Forgets the messages up to that number.
+    void forgetMessages(long long read);
+    long long lastMessage() const { return _lastMessage; }
+    // How many bytes of them are kept.
+    std::size_t unread() const { return _messageBytes; }
 
     // Writes what the other end takes now.
     void flush();
@@ -53,6 +70,8 @@ public:
     std::size_t waiting() const { return _open ? _waiting : 0; }
 
 private:
+    std::string keepMessage(std::string text);
+
     const int _in;
     const int _out;
     int _outFlags = 0;
@@ -66,6 +85,9 @@ private:
     std::size_t _waiting = 0;
     std::map<long long, std::string> _kept;
     std::size_t _keptBytes = 0;
+    std::map<long long, std::string> _messages;  // that are read part by part, by their numbers
+    long long _lastMessage = 0;
+    std::size_t _messageBytes = 0;
 };
 
 }  // namespace tool

@@ -133,7 +133,7 @@ void Lane::stream(long long id, const Pieces& pieces) {
             bytes += static_cast<long long>(piece.size());
             Field params = {{"id", id}, {"piece", number}};
             params.set("data", std::move(piece));
-            _outbox.sendWaiting(kNotificationMark, toField(Notification{"stream", std::move(params)}));
+            _outbox.sendWaiting(kPieceMark, toField(Notification{"stream", std::move(params)}));
         }
         last.set("sha256", sum.sum());
         last.set("bytes", bytes);
@@ -147,7 +147,7 @@ void Lane::stream(long long id, const Pieces& pieces) {
     }
     std::fflush(stdout);
     flushJournal();
-    _outbox.send(kNotificationMark, toField(Notification{"stream", std::move(last)}));
+    _outbox.send(kPieceMark, toField(Notification{"stream", std::move(last)}));
 }
 
 }  // namespace tool

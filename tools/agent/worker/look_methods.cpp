@@ -64,11 +64,23 @@ Reply log(const Field&) {
     return Field{{"on", std::filesystem::exists(vset::hostPath(kLogSwitch), error)}};
 }
 
-// Rows from the top, four bytes a pixel: red, green, blue, alpha.
-Bytes pixelsOf(const vset::Picture& picture) {
+// Rows from the top, four bytes a pixel: red, green, blue, alpha. With `inRuns` each pixel has before it how many more
+// of the kind follow, and those are left out.
+Bytes pixelsOf(const vset::Picture& picture, bool inRuns) {
+    constexpr std::size_t kMostMore = 255;
+    const std::vector<std::uint32_t>& pixels = picture.pixels;
     Bytes bytes;
-    bytes.reserve(picture.pixels.size() * 4);
-    for (const std::uint32_t pixel : picture.pixels) {
+    bytes.reserve(inRuns ? 0 : pixels.size() * 4);
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        const std::uint32_t pixel = pixels[i];
+        if (inRuns) {
+            std::size_t more = 0;
+            while (more < kMostMore && i + 1 < pixels.size() && pixels[i + 1] == pixel) {
+                ++more;
+                ++i;
+            }
+            bytes.push_back(static_cast<unsigned char>(more));
+        }
         for (const unsigned int shift : {16u, 8u, 0u, 24u}) {
             bytes.push_back(static_cast<unsigned char>(pixel >> shift));
         }
@@ -78,7 +90,8 @@ Bytes pixelsOf(const vset::Picture& picture) {
 
 Reply picture(const Field& params) {
     const vset::Picture taken = takePicture(params.at("source").text());
-    return {Field{{"width", taken.u32Width}, {"height", taken.u32Height}}, piecesOf(pixelsOf(taken))};
+    return {Field{{"width", taken.u32Width}, {"height", taken.u32Height}},
+            piecesOf(pixelsOf(taken, params["runs"].flagOr(false)))};
 }
 
 Reply data(const Field& params) {

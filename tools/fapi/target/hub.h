@@ -112,6 +112,7 @@ private:
     void handleHeld(std::deque<Held>& held);
     void refuseHeld(std::deque<Held>& held, const MessageFailure& failure);
     void receive(Line& line);
+    void receiveMessage(std::string text);
     void askAgain();
     void askNext();
     void breakSilence();
@@ -127,6 +128,13 @@ private:
     void endWire();
     void noteDamage(const std::string& what);
     bool isRepeated(const Envelope& notification);
+
+    // hub_long.cpp: messages that are read part by part
+    void askForLong();
+    void readLong(long long last);
+    void askForPart();
+    void takePart(std::size_t number, const Envelope& answer);
+    void forgetLong();
 
     // hub_return.cpp: wires that are lost and come back, and the set's power
     bool mayReturn() const { return _options.wire.upWithin.count() != 0; }
@@ -167,6 +175,12 @@ private:
     std::deque<long long> _doubtful;               // requests whose answers are asked for after that
     bool _isInDoubt = false;                       // something else was damaged meanwhile
     std::map<std::string, long long> _lastSeq;     // of the notifications of a kind
+    long long _longLast = 0;                       // the agent keeps long messages up to that number
+    long long _longRead = 0;                       // and these have been read
+    bool _isLongAsked = false;                     // whether it keeps others
+    std::vector<std::string> _parts;               // of the next one
+    std::size_t _partsAsked = 0;
+    std::size_t _partsRead = 0;
     bool _isDescribing = false;
     bool _isHelloDue = false;
     Clock::time_point _heard = Clock::now();  // when something has come from the agent

@@ -97,6 +97,7 @@ void Hub::hello(HubClient& client, const Request& request) {
     client.hasGreeted = true;
     client.name = name;
     Field result = _hello;
+    result.set("wire", _hello["framing"]);
     result.set("framing", kPlainName);
     result.set("client", client.id);
     result.set("hub", getpid());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The hub: wires that are lost and come back, and the set's power.
 #include <algorithm>
+#include <set>
 
 #include "target/hub.h"
 
@@ -28,8 +29,8 @@ void Hub::awaitReturn() {
     _asking = 0;
     _doubtful.clear();
     for (auto open = _open.begin(); open != _open.end();) {
-        const bool isOfThisWire = open->second.method == "hello" || open->second.method == "again";
-        open = isOfThisWire ? _open.erase(open) : std::next(open);
+        static const std::set<std::string> kOfThisWire = {"again", "hello", "long", "part"};
+        open = kOfThisWire.count(open->second.method) != 0 ? _open.erase(open) : std::next(open);
     }
     if (!std::exchange(_isReturning, true)) {
         _whyLost = reason;

@@ -51,6 +51,7 @@ void Hub::startWire() {
     _wire->converse(_options.wire.start);
     _quietSince = _heard = Clock::now();
     _isHelloDue = true;
+    forgetLong();
     if (!_wire->isConversing()) {
         sendHello();
     }
@@ -141,21 +142,25 @@ void Hub::receive(Line& line) {
         askAgain();
     } else if (line.kind == Line::Kind::message) {
         try {
-            const Envelope envelope = openEnvelope(std::move(line.text));
-            if (envelope.id) {
-                receiveAnswer(envelope);
-            } else if (envelope.isFailure) {
-                // The agent could not read a request.
-                askAgain();
-            } else if (!isRepeated(envelope)) {
-                receiveNotification(envelope);
-            }
+            receiveMessage(std::move(line.text));
             return;
         } catch (const MessageError& error) {
             line.text = std::string("a message that is none: ") + error.what();
         }
     }
     notifyWatchers("console", frame(toField(Notification{"console", {{"text", line.text}}}), Framing::plain));
+}
+
+void Hub::receiveMessage(std::string text) {
+    const Envelope envelope = openEnvelope(std::move(text));
+    if (envelope.id) {
+        receiveAnswer(envelope);
+    } else if (envelope.isFailure) {
+        // The agent could not read a request.
+        askAgain();
+    } else if (!isRepeated(envelope)) {
+        receiveNotification(envelope);
+    }
 }
 
 // What was damaged may have been a notification, which does not come again: the clients have to know.
@@ -194,6 +199,9 @@ bool Hub::isRepeated(const Envelope& notification) {
 
 // Asks for all answers that have not come, one after the other: one of them, or its request, may be what was damaged.
 void Hub::askAgain() {
+    if (_options.wire.isChecked) {
+        askForLong();
+    }
     if (_asking != 0) {
         // It may be this question that was damaged. All others are asked once more after it.
         _isInDoubt = true;
@@ -235,7 +243,7 @@ void Hub::askNext() {
 
 // On a wire that may lose lines, silence may be a lost line.
 void Hub::breakSilence() {
-    const bool waits = !_open.empty() || !_isGreeted;
+    const bool waits = !_open.empty() || !_streams.empty() || !_isGreeted;
     if (!_options.wire.isChecked || !_wire || _wire->isClosed() || !waits || Clock::now() < _quietSince + kSilence) {
         return;
     }
@@ -286,11 +294,10 @@ void Hub::receiveNotification(const Envelope& notification) {
         if (piece.isLast && stream != _streams.end()) {
             _streams.erase(stream);
         }
+    } else if (notification.method == "long") {
+        readLong(parseJsonText(notification.text)["params"]["last"].numberOr(0));
     } else {
         notifyWatchers(notification.method, line);
-    }
-    if (notification.method == "worker" && parseJsonText(notification.text)["params"]["state"] == Field("ended")) {
-        endStreams({ErrorCode::died, "the worker has ended", {}});
     }
 }
 
