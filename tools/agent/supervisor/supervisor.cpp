@@ -93,14 +93,16 @@ void Supervisor::wait() {
     const auto whether = [](bool wanted, int events) { return static_cast<short>(wanted ? events : 0); };
     const bool reads = mayRead(), writes = _wire.waiting() != 0 && _wire.isOpen();
     const bool takes = _worker != nullptr && _wire.waiting() < kFull;
-    const bool gives = _worker != nullptr && _worker->isUnwritten();
+    const auto gives = [this](Way to) { return _worker != nullptr ? _worker->unwritten(to) : -1; };
     pollfd ends[] = {
         {reads || _hello ? _wire.in() : -1, whether(reads, POLLIN), 0},
         {writes ? _wire.out() : -1, POLLOUT, 0},
         {_signals, POLLIN, 0},
-        {takes || gives ? _worker->socket() : -1, static_cast<short>(whether(takes, POLLIN) | whether(gives, POLLOUT)),
-         0},
+        {takes ? _worker->socket() : -1, POLLIN, 0},
         {_worker != nullptr ? _worker->log() : -1, POLLIN, 0},
+        {gives(kCalls), POLLOUT, 0},
+        {gives(kLooks), POLLOUT, 0},
+        {gives(kAside), POLLOUT, 0},
     };
     int timeout = -1;
     if (_goneUntil && !_isStuck) {
@@ -116,10 +118,12 @@ void Supervisor::wait() {
     if (ends[2].revents != 0) {
         readSignals();
     }
-    if ((ends[3].revents & POLLOUT) != 0) {
-        _worker->flush();
+    for (const Way to : {kCalls, kLooks, kAside}) {
+        if (ends[5 + to].revents != 0) {
+            _worker->flush(to);
+        }
     }
-    if ((ends[3].revents & ~POLLOUT) != 0) {
+    if (ends[3].revents != 0) {
         _worker->readLines([this](std::string_view line) { takeLineOrEnd(line); });
     }
     if (ends[4].revents != 0) {
@@ -189,20 +193,21 @@ void Supervisor::startWorker() {
     if (_options.damaged) {
         arguments.emplace_back("--damaged");
     }
-    _worker = std::make_unique<WorkerProcess>(arguments);
-    tellWorker("log-switch", {{"state", _logSwitch}});
+    arguments.insert(arguments.end(), {"--log-switch", _logSwitch});
     if (!_subscriptions.isNull()) {
         for (const auto& [method, params] : _subscriptions.fields()) {
-            tellWorker(method.c_str(), params);
+            if (params["on"].flagOr(true)) {
+                arguments.push_back("--" + method);
+            }
         }
     }
+    _worker = std::make_unique<WorkerProcess>(arguments);
     notify("worker", {{"state", "started"}});
 }
 
-void Supervisor::tellWorker(const char* method, Field params) {
+void Supervisor::tellWorker(Way way, const char* method, Field params) {
     if (_worker != nullptr) {
-        const char mark[] = {kNotificationMark, ' ', '\0'};
-        _worker->send(mark + frame(toField(Notification{method, std::move(params)}), Framing::plain));
+        _worker->send(way, frame(toField(Notification{method, std::move(params)}), Framing::plain));
     }
 }
 
@@ -264,7 +269,7 @@ void Supervisor::takeInternal(const Field& object) {
     } else if (what == kMustFinish && !_goneUntil && _lanes[kCalls].running) {
         // From here on nothing ends the worker; it begins when it reads this.
         _lanes[kCalls].running->mustFinish = true;
-        tellWorker(kGo, {});
+        tellWorker(kAside, kGo, {});
     }
 }
 
@@ -283,7 +288,7 @@ void Supervisor::takeLogLine(std::string line) {
     if (running && isError(line)) {
         running->errors.push_back(withoutColors(line));
         if (running->errors.size() > kErrors) {
-            running->errors.pop_front();
+            running->errors.erase(running->errors.begin());
         }
     }
     if (!_logIsOn) {

@@ -23,6 +23,16 @@ RequestError brokenStream(const std::string& what) {
     return RequestError(ErrorCode::internal, "the data did not come whole: " + what);
 }
 
+// The text of a request, for which the parameters are not copied.
+std::string requestText(long long id, const std::string& method, const Field& params) {
+    std::string text = toJsonText(toField(Request{id, method, {}, {}}));
+    if (!params.isNull()) {
+        text.pop_back();
+        text.append(",\"params\":").append(toJsonText(params)).append("}");
+    }
+    return text;
+}
+
 // Compares the pieces of a stream with what its end says of them.
 class StreamCheck {
 public:
@@ -88,7 +98,7 @@ Field Target::request(const std::string& method, const Field& params) {
 
 long long Target::begin(const std::string& method, const Field& params) {
     const long long id = ++_lastId;
-    _out += frame(toField(Request{id, method, params, {}}), Framing::plain);
+    _out += frameText(requestText(id, method, params), Framing::plain);
     write();
     return id;
 }
