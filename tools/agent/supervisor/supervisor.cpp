@@ -124,7 +124,10 @@ void Supervisor::wait() {
         }
     }
     if (ends[3].revents != 0) {
+        // The log is checked after the socket: before what was readable there, nothing was logged that is unread.
+        _isLogRead = ends[4].revents == 0;
         _worker->readLines([this](std::string_view line) { takeLineOrEnd(line); });
+        _isLogRead = false;
     }
     if (ends[4].revents != 0) {
         drainLog();
@@ -226,13 +229,17 @@ void Supervisor::takeWorkerLine(std::string_view line) {
         throw MessageError("a line without a mark");
     }
     const char mark = line.front();
+    // Later lines may have come since.
+    const bool isLogRead = std::exchange(_isLogRead, false);
     std::string text(line.substr(kMarkSize));
     if (mark == kNotificationMark) {
         _wire.send(std::move(text));
     } else if (mark == kInternalMark) {
         takeInternal(parseJsonText(text));
     } else {
-        drainLog();
+        if (!isLogRead) {
+            drainLog();
+        }
         const bool isLast = mark == kAnswerMarks[kCalls] || mark == kAnswerMarks[kLooks];
         const bool isCall = mark == kAnswerMarks[kCalls] || mark == kStreamMarks[kCalls];
         takeAnswer(_lanes[isCall ? kCalls : kLooks], std::move(text), isLast);

@@ -124,6 +124,7 @@ private:
     Field _boots;
 
     LogLines _logLines;
+    bool _isLogRead = false;  // all that was written before the line that is taken
     bool _logIsOn = false;
     long long _logSeq = 0;
     long long _logDropped = 0;
