@@ -2,14 +2,11 @@
 // Names of verdicts.
 #include "plan/verdict.h"
 
-#include <array>
-
 namespace tool {
 
 namespace {
 
-constexpr std::array<const char*, 7> kVerdicts = {"passed", "marginal",    "failed", "error",
-                                                  "died",   "interrupted", "not run"};
+constexpr const char* kVerdicts[] = {"passed", "marginal", "failed", "error", "died", "interrupted", "not run"};
 
 }  // namespace
 
