@@ -252,7 +252,7 @@ void agent_size(benchmark::State& state) {
 BENCHMARK(agent_size)->Iterations(1);
 
 constexpr bench::Goal kGoals[] = {
-    {"agent_call", "bare_processes", bench::Limit::timesPeer, 3},
+    {"agent_call", "bare_processes", bench::Limit::timesPeer, 2},
     {"watched_call", "watching_call", bench::Limit::timesPeer, 1.5},
     {"plan_steps", "plan_calls", bench::Limit::timesPeer, 1.5},
     {"partition_read", "base64_pipe", bench::Limit::timesPeer, 2},

@@ -11,6 +11,7 @@ namespace tool {
 namespace {
 
 const Field kNull;
+constexpr std::size_t kUsualFields = 8;
 
 // As MessageError names what was found; in the order of a field's alternatives.
 constexpr const char* kNames[] = {"nothing", "a flag", "a whole number", "a fraction",
@@ -109,6 +110,10 @@ Field& Field::set(std::string name, Field field) {
     if (found != fields.end()) {
         found->second = std::move(field);
         return found->second;
+    }
+    if (fields.empty()) {
+        // Few objects have more; each time that they have to be moved costs more than the room.
+        fields.reserve(kUsualFields);
     }
     return fields.emplace_back(std::move(name), std::move(field)).second;
 }

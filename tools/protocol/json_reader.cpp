@@ -2,10 +2,12 @@
 // A field from JSON.
 #include <rapidjson/reader.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 
+#include "protocol/characters.h"
 #include "protocol/field.h"
 
 namespace tool {
@@ -51,12 +53,37 @@ private:
 
 }  // namespace
 
+// Whether no byte is beyond ASCII or begins an escape: no text in it needs a second look.
+bool isSimple(std::string_view text) {
+    unsigned char all = 0;
+    for (const char c : text) {
+        all |= static_cast<unsigned char>(c == '\\' ? 0x80 : c);
+    }
+    return all < 0x80;
+}
+
+// Where the first byte is that belongs to no character; the size when there is none.
+std::size_t endOfCharacters(std::string_view text) {
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const std::size_t at = text.size() - rest.size();
+        if (takeCharacter(rest).code == kNoCharacter) {
+            return at;
+        }
+    }
+    return text.size();
+}
+
 // Makes the tree from what the parser of the JSON library finds. The names of its functions are that library's.
 class JsonReader {
 public:
     // The bytes that were cut out of the text, in their order. An outline has the fields of
     // the outermost object only: lists and objects in it are empty.
-    JsonReader(const std::vector<std::string_view>& cut, bool isOutline) : _cut(cut), _isOutline(isOutline) {}
+    // `isSimple` is that of the whole text.
+    JsonReader(const std::vector<std::string_view>& cut, bool isSimple, bool isOutline)
+        : _cut(cut), _isSimple(isSimple), _isOutline(isOutline) {
+        _open.reserve(kUsualDepth);
+    }
 
     bool Null() { return put({}); }
     bool Bool(bool flag) { return put(flag); }
@@ -128,7 +155,10 @@ private:
     }
 
     // The parser takes the second half of a pair alone for a character.
-    static void checkText(std::string_view text) {
+    void checkText(std::string_view text) const {
+        if (_isSimple) {
+            return;
+        }
         for (std::size_t at = text.find('\xED'); at < text.size(); at = text.find('\xED', at + 1)) {
             if (static_cast<unsigned char>(text[at + 1]) >= 0xA0) {
                 throw MessageError("no JSON: half a character");
@@ -177,8 +207,10 @@ private:
     }
 
     static constexpr std::size_t kUsualFields = 4;
+    static constexpr std::size_t kUsualDepth = 8;
 
     const std::vector<std::string_view>& _cut;
+    const bool _isSimple;
     const bool _isOutline;
     std::size_t _skipped = 0;  // lists and objects that are open and are not kept
     std::size_t _taken = 0;
@@ -188,20 +220,18 @@ private:
 
 static Field parseText(std::string_view text, bool isOutline) {
     // In place, because only so the parser gives numbers as they are written without reading beyond their copy.
-    constexpr unsigned int kFlags =
-        rapidjson::kParseInsituFlag | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseNumbersAsStringsFlag;
+    constexpr unsigned int kFlags = rapidjson::kParseInsituFlag | rapidjson::kParseNumbersAsStringsFlag;
     ShortText shortText(text);
-    // The parser takes a zero byte for the end.
-    const std::size_t zero = shortText.text().find('\0');
-    // Of a character that is cut off at the end it reads as many bytes as its first one says.
-    constexpr std::size_t kLongestCharacter = 4;
-    shortText.text().append(kLongestCharacter, '\0');
-    rapidjson::InsituStringStream stream(shortText.text().data());
-    JsonReader reader(shortText.cut(), isOutline);
+    std::string& all = shortText.text();
+    const bool isAllSimple = isSimple(all);
+    // The parser takes a zero byte for the end, and any bytes for characters, which it would check one by one.
+    const std::size_t end = std::min(all.find('\0'), isAllSimple ? all.size() : endOfCharacters(all));
+    rapidjson::InsituStringStream stream(all.data());
+    JsonReader reader(shortText.cut(), isAllSimple, isOutline);
     rapidjson::Reader parser;
     const rapidjson::ParseResult result = parser.Parse<kFlags>(stream, reader);
-    if (result.IsError() || zero != std::string::npos) {
-        const std::size_t position = result.IsError() ? result.Offset() : zero;
+    if (result.IsError() || end < all.size()) {
+        const std::size_t position = std::min(result.IsError() ? result.Offset() : end, end);
         throw MessageError("no JSON" + (shortText.cut().empty() ? " at byte " + std::to_string(position + 1) : ""));
     }
     return reader.take();

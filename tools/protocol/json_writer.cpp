@@ -11,7 +11,7 @@ namespace tool {
 
 class JsonWriter {
 public:
-    explicit JsonWriter(bool asciiOnly) : _asciiOnly(asciiOnly) {}
+    explicit JsonWriter(bool asciiOnly) : _asciiOnly(asciiOnly) { _text.reserve(kUsualLength); }
 
     void write(const Field& field) {
         std::visit([&](const auto& value) { writeValue(value, field._ofSet); }, field._value);
@@ -103,6 +103,8 @@ private:
         std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned int>(unit & 0xFFFF));
         _text += escape;
     }
+
+    static constexpr std::size_t kUsualLength = 256;
 
     const bool _asciiOnly;
     std::string _text;

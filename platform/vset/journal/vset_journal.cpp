@@ -52,6 +52,10 @@ void append(Refusal refusal) {
 // Returns the slot of the next entry. The caller holds the mutex.
 JournalEntry& nextSlot(Journal& journal, std::size_t limit) {
     if (journal.slots.size() < limit) {
+        if (journal.slots.empty()) {
+            // Memory that no entry has touched costs nothing, moving the entries to larger memory does.
+            journal.slots.reserve(std::min(limit, kDefaultEntries));
+        }
         return journal.slots.emplace_back();
     }
     JournalEntry& stSlot = journal.slots[journal.oldest];

@@ -12,6 +12,10 @@ std::atomic<LogState> g_state{LogState::set};
 
 }  // namespace
 
+LogState logStateOf(std::string_view name) {
+    return name == "on" ? LogState::on : name == "off" ? LogState::off : name == "run" ? LogState::run : LogState::set;
+}
+
 void setLogSwitch(LogState state) {
     g_state = state;
 }

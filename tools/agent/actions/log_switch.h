@@ -4,6 +4,7 @@
 #define FAPI_AGENT_ACTIONS_LOG_SWITCH_H
 
 #include <optional>
+#include <string_view>
 
 #include "vset/vset.h"
 
@@ -17,6 +18,9 @@ enum class LogState {
     set,  // the set's own switch counts
     run   // on, whatever becomes of the set's own switch
 };
+
+// Of its name in messages: "on", "off", "run"; anything else is the set's own switch.
+LogState logStateOf(std::string_view name);
 
 // For the starts of the library from now on. At the beginning the set's own switch counts.
 void setLogSwitch(LogState state);

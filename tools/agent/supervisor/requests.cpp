@@ -260,7 +260,7 @@ void Supervisor::cancel(const Request& request) {
     }
     if (hasBegun) {
         // What can end early does so.
-        tellWorker("cancel", {{"id", id}});
+        tellWorker(kAside, "cancel", {{"id", id}});
     }
     answer(request, {{"unqueued", false}, {"begun", hasBegun}});
 }
@@ -278,7 +278,10 @@ void Supervisor::switchLog(const Request& request) {
         throw MessageError("\"state\" is none of on, off, set, run");
     }
     _logSwitch = state;
-    tellWorker("log-switch", {{"state", state}});
+    ++_logSwitches;
+    for (const Way lane : {kCalls, kLooks}) {
+        tellWorker(lane, kLogSwitched, {{"state", state}, {"number", _logSwitches}});
+    }
     answer(request, Field::Fields{});
 }
 
@@ -361,9 +364,8 @@ void Supervisor::dispatch(Lane& lane, Request request) {
             startWorker();
         }
         lane.running = Running{bare, false, false, false, {}};
-        const char mark[] = {kAnswerMarks[&lane == &_lanes[kCalls] ? kCalls : kLooks], ' ', '\0'};
         std::string text = request.text.empty() ? toJsonText(toField(std::move(request))) : std::move(request.text);
-        _worker->send(mark + frameText(std::move(text), Framing::plain));
+        _worker->send(&lane == &_lanes[kCalls] ? kCalls : kLooks, frameText(std::move(text), Framing::plain));
     } catch (const std::runtime_error& error) {
         lane.running.reset();
         const std::string text = std::string("no worker: ") + error.what();

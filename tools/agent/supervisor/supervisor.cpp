@@ -97,14 +97,16 @@ void Supervisor::wait() {
     const auto whether = [](bool wanted, int events) { return static_cast<short>(wanted ? events : 0); };
     const bool reads = mayRead(), writes = _wire.waiting() != 0 && _wire.isOpen();
     const bool takes = _worker != nullptr && _wire.waiting() < kFull && _wire.unread() < kUnread;
-    const bool gives = _worker != nullptr && _worker->isUnwritten();
+    const auto gives = [this](Way to) { return _worker != nullptr ? _worker->unwritten(to) : -1; };
     pollfd ends[] = {
         {reads || _hello ? _wire.in() : -1, whether(reads, POLLIN), 0},
         {writes ? _wire.out() : -1, POLLOUT, 0},
         {_signals, POLLIN, 0},
-        {takes || gives ? _worker->socket() : -1, static_cast<short>(whether(takes, POLLIN) | whether(gives, POLLOUT)),
-         0},
+        {takes ? _worker->socket() : -1, POLLIN, 0},
         {_worker != nullptr ? _worker->log() : -1, POLLIN, 0},
+        {gives(kCalls), POLLOUT, 0},
+        {gives(kLooks), POLLOUT, 0},
+        {gives(kAside), POLLOUT, 0},
         {_hands ? _hands->descriptor() : -1, POLLIN, 0},
     };
     int timeout = -1;
@@ -121,16 +123,21 @@ void Supervisor::wait() {
     if (ends[2].revents != 0) {
         readSignals();
     }
-    if ((ends[3].revents & POLLOUT) != 0) {
-        _worker->flush();
+    for (const Way to : {kCalls, kLooks, kAside}) {
+        if (ends[5 + to].revents != 0) {
+            _worker->flush(to);
+        }
     }
-    if ((ends[3].revents & ~POLLOUT) != 0) {
+    if (ends[3].revents != 0) {
+        // The log is checked after the socket: before what was readable there, nothing was logged that is unread.
+        _isLogRead = ends[4].revents == 0;
         _worker->readLines([this](std::string_view line) { takeLineOrEnd(line); });
+        _isLogRead = false;
     }
     if (ends[4].revents != 0) {
         drainLog();
     }
-    if (ends[5].revents != 0) {
+    if (ends[8].revents != 0) {
         _hands->read([this](Request request) { takeFromHands(std::move(request)); });
     }
 }
@@ -204,20 +211,21 @@ void Supervisor::startWorker() {
     if (_hands) {
         arguments.emplace_back("--as-board");
     }
-    _worker = std::make_unique<WorkerProcess>(arguments);
-    tellWorker("log-switch", {{"state", _logSwitch}});
+    arguments.insert(arguments.end(), {"--log-switch", _logSwitch});
     if (!_subscriptions.isNull()) {
         for (const auto& [method, params] : _subscriptions.fields()) {
-            tellWorker(method.c_str(), params);
+            if (params["on"].flagOr(true)) {
+                arguments.push_back("--" + method);
+            }
         }
     }
+    _worker = std::make_unique<WorkerProcess>(arguments);
     notify("worker", {{"state", "started"}});
 }
 
-void Supervisor::tellWorker(const char* method, Field params) {
+void Supervisor::tellWorker(Way way, const char* method, Field params) {
     if (_worker != nullptr) {
-        const char mark[] = {kNotificationMark, ' ', '\0'};
-        _worker->send(mark + frame(toField(Notification{method, std::move(params)}), Framing::plain));
+        _worker->send(way, frame(toField(Notification{method, std::move(params)}), Framing::plain));
     }
 }
 
@@ -236,6 +244,8 @@ void Supervisor::takeWorkerLine(std::string_view line) {
         throw MessageError("a line without a mark");
     }
     const char mark = line.front();
+    // Later lines may have come since.
+    const bool isLogRead = std::exchange(_isLogRead, false);
     std::string text(line.substr(kMarkSize));
     if (mark == kNotificationMark) {
         _wire.send(std::move(text));
@@ -244,7 +254,9 @@ void Supervisor::takeWorkerLine(std::string_view line) {
     } else if (mark == kInternalMark) {
         takeInternal(parseJsonText(text));
     } else {
-        drainLog();
+        if (!isLogRead) {
+            drainLog();
+        }
         const bool isLast = mark == kAnswerMarks[kCalls] || mark == kAnswerMarks[kLooks];
         const bool isCall = mark == kAnswerMarks[kCalls] || mark == kStreamMarks[kCalls];
         takeAnswer(_lanes[isCall ? kCalls : kLooks], std::move(text), isLast);
@@ -284,7 +296,7 @@ void Supervisor::takeInternal(const Field& object) {
     } else if (what == kMustFinish && !_goneUntil && _lanes[kCalls].running) {
         // From here on nothing ends the worker; it begins when it reads this.
         _lanes[kCalls].running->mustFinish = true;
-        tellWorker(kGo, {});
+        tellWorker(kAside, kGo, {});
     }
 }
 
@@ -303,7 +315,7 @@ void Supervisor::takeLogLine(std::string line) {
     if (running && isError(line)) {
         running->errors.push_back(withoutColors(line));
         if (running->errors.size() > kErrors) {
-            running->errors.pop_front();
+            running->errors.erase(running->errors.begin());
         }
     }
     if (!_logIsOn) {

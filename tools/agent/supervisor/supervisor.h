@@ -16,6 +16,7 @@
 
 #include "protocol/message.h"
 #include "supervisor/hands.h"
+#include "supervisor/internal.h"
 #include "supervisor/log_lines.h"
 #include "supervisor/wire.h"
 #include "supervisor/worker_process.h"
@@ -55,14 +56,13 @@ private:
         bool isAnswered = false;
         bool isStreaming = false;  // its answer's stream follows
         bool mustFinish = false;
-        std::deque<std::string> errors;  // the log's lines of level E meanwhile
+        std::vector<std::string> errors;  // the log's lines of level E meanwhile
     };
     // Requests that the worker does one after the other; each lane for itself.
     struct Lane {
         std::deque<Request> waiting;
         std::optional<Running> running;
     };
-    enum Lanes : std::size_t { kCalls, kLooks };
 
     // --- The loop
     void wait();
@@ -100,7 +100,7 @@ private:
 
     // --- The worker
     void startWorker();
-    void tellWorker(const char* method, Field params);
+    void tellWorker(Way way, const char* method, Field params);
     void takeLineOrEnd(std::string_view line);
     void takeWorkerLine(std::string_view line);
     void takeAnswer(Lane& lane, std::string text, bool isLast);
@@ -134,10 +134,12 @@ private:
     Field _boots;
 
     LogLines _logLines;
+    bool _isLogRead = false;  // all that was written before the line that is taken
     bool _logIsOn = false;
     long long _logSeq = 0;
     long long _logDropped = 0;
     std::string _logSwitch = "on";
+    long long _logSwitches = 0;  // how often it has changed
 };
 
 }  // namespace tool

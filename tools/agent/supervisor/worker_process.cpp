@@ -33,8 +33,39 @@ std::string program() {
     return file;
 }
 
+// A connection with the worker: this process's end, and the worker's.
+struct Connection {
+    int own = -1;
+    int workers = -1;
+};
+// The ways to the worker, and its log.
+using Connections = std::array<Connection, kWays + 1>;
+constexpr std::size_t kLog = kWays;
+
+Connections connect() {
+    Connections all;
+    bool isDone = true;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        int ends[2] = {-1, -1};
+        isDone = isDone && (i == kAside ? socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0
+                                        : pipe2(ends, O_CLOEXEC) == 0);
+        all[i] = i == kLog ? Connection{ends[0], ends[1]} : Connection{ends[1], ends[0]};
+        fcntl(all[i].own, F_SETFL, O_NONBLOCK);
+    }
+    if (!isDone) {
+        const int error = errno;
+        for (const Connection& one : all) {
+            close(one.own);
+            close(one.workers);
+        }
+        errno = error;
+        fail("no pipe");
+    }
+    return all;
+}
+
 // What happens in the new process until it is the worker.
-[[noreturn]] void execute(const std::vector<char*>& words, pid_t parent, int socket, int log) {
+[[noreturn]] void execute(const std::vector<char*>& words, pid_t parent, const Connections& all) {
     setpgid(0, 0);
     // The parent may have ended before.
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent) {
@@ -44,8 +75,10 @@ std::string program() {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    dup2(log, STDOUT_FILENO);
-    fcntl(socket, F_SETFD, 0);
+    dup2(all[kLog].workers, STDOUT_FILENO);
+    for (std::size_t way = 0; way < kWays; ++way) {
+        fcntl(all[way].workers, F_SETFD, 0);
+    }
     execv(words[0], words.data());
     _exit(127);
 }
@@ -53,18 +86,14 @@ std::string program() {
 }  // namespace
 
 WorkerProcess::WorkerProcess(const std::vector<std::string>& arguments) {
-    int sockets[2] = {-1, -1}, logs[2] = {-1, -1};
     const std::string file = program();
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0 || pipe2(logs, O_CLOEXEC) != 0) {
-        close(sockets[0]);
-        close(sockets[1]);
-        fail("no pipe");
+    const Connections all = connect();
+    std::vector<std::string> texts = {file};
+    for (std::size_t way = 0; way < kWays; ++way) {
+        _outgoing[way].descriptor = all[way].own;
+        texts.insert(texts.end(), {kWayOptions[way], std::to_string(all[way].workers)});
     }
-    _socket = sockets[0];
-    _log = logs[0];
-    fcntl(_socket, F_SETFL, O_NONBLOCK);
-    fcntl(_log, F_SETFL, O_NONBLOCK);
-    std::vector<std::string> texts = {file, "--socket", std::to_string(sockets[1])};
+    _log = all[kLog].own;
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> words;
     words.reserve(texts.size() + 1);
@@ -75,14 +104,14 @@ WorkerProcess::WorkerProcess(const std::vector<std::string>& arguments) {
     const pid_t parent = getpid();
     _pid = fork();
     if (_pid == 0) {
-        execute(words, parent, sockets[1], logs[1]);
+        execute(words, parent, all);
     }
     const int error = errno;
-    close(sockets[1]);
-    close(logs[1]);
+    for (const Connection& one : all) {
+        close(one.workers);
+    }
     if (_pid < 0) {
-        close(_socket);
-        close(_log);
+        closeAll();
         errno = error;
         fail("no process");
     }
@@ -91,27 +120,41 @@ WorkerProcess::WorkerProcess(const std::vector<std::string>& arguments) {
 
 WorkerProcess::~WorkerProcess() {
     kill();
-    for (const int descriptor : {_socket, _log}) {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
+    closeAll();
+}
+
+void WorkerProcess::closeAll() const {
+    close(_log);
+    for (const Outgoing& way : _outgoing) {
+        close(way.descriptor);
     }
 }
 
-void WorkerProcess::send(std::string_view line) {
-    _unwritten.erase(0, std::exchange(_written, 0));
-    _unwritten += line;
-    flush();
+void WorkerProcess::send(Way way, std::string_view line) {
+    Outgoing& to = _outgoing[way];
+    to.unwritten.erase(0, std::exchange(to.written, 0));
+    to.unwritten += line;
+    flush(way);
 }
 
-void WorkerProcess::flush() {
-    while (isUnwritten() && _socket >= 0) {
-        const ssize_t size = ::send(_socket, _unwritten.data() + _written, _unwritten.size() - _written, MSG_NOSIGNAL);
+void WorkerProcess::flush(Way way) {
+    Outgoing& to = _outgoing[way];
+    while (unwritten(way) >= 0) {
+        const ssize_t size = write(to.descriptor, to.unwritten.data() + to.written, to.unwritten.size() - to.written);
         if (size < 0) {
+            if (errno != EAGAIN && errno != EINTR) {
+                // No one reads it. That the worker ends is noticed where its lines end.
+                to.written = to.unwritten.size();
+            }
             return;
         }
-        _written += static_cast<std::size_t>(size);
+        to.written += static_cast<std::size_t>(size);
     }
+}
+
+int WorkerProcess::unwritten(Way way) const {
+    const Outgoing& to = _outgoing[way];
+    return to.written != to.unwritten.size() ? to.descriptor : -1;
 }
 
 // An empty piece is nothing now. At the end the descriptor is closed: it would be readable forever.
@@ -125,7 +168,7 @@ std::string_view WorkerProcess::readPiece(int& descriptor, std::vector<char>& bu
 }
 
 bool WorkerProcess::readLines(const std::function<void(std::string_view line)>& take) {
-    std::string_view piece = readPiece(_socket, _socketPiece);
+    std::string_view piece = readPiece(_outgoing[kAside].descriptor, _socketPiece);
     const bool isSome = !piece.empty();
     for (std::size_t end = piece.find('\n'); end != std::string_view::npos; end = piece.find('\n')) {
         _unread += piece.substr(0, end);

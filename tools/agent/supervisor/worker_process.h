@@ -3,6 +3,7 @@
 #ifndef FAPI_AGENT_SUPERVISOR_WORKER_PROCESS_H
 #define FAPI_AGENT_SUPERVISOR_WORKER_PROCESS_H
 
+#include <array>
 #include <functional>
 #include <optional>
 #include <string>
@@ -10,6 +11,8 @@
 #include <vector>
 
 #include <sys/types.h>
+
+#include "supervisor/internal.h"
 
 namespace tool {
 
@@ -30,13 +33,14 @@ public:
 
     pid_t pid() const { return _pid; }
     // Both are -1 once they have ended.
-    int socket() const { return _socket; }
+    int socket() const { return _outgoing[kAside].descriptor; }
     int log() const { return _log; }
 
-    // Queues a line for the worker, and writes what it takes now.
-    void send(std::string_view line);
-    void flush();
-    bool isUnwritten() const { return _written != _unwritten.size(); }
+    // Queues a line for the worker, which takes one of the ways to it, and writes what it takes now.
+    void send(Way way, std::string_view line);
+    void flush(Way way);
+    // The descriptor of a way that has not taken all; else -1.
+    int unwritten(Way way) const;
 
     // Each reads a piece of what has come and hands it over. False when nothing had come.
     bool readLines(const std::function<void(std::string_view line)>& take);
@@ -48,13 +52,18 @@ public:
     std::optional<WorkerEnd> reap();
 
 private:
+    // Lines on one way to the worker.
+    struct Outgoing {
+        int descriptor = -1;
+        std::string unwritten;
+        std::size_t written = 0;
+    };
+    void closeAll() const;
     static std::string_view readPiece(int& descriptor, std::vector<char>& buffer);
 
     pid_t _pid = -1;
-    int _socket = -1;
     int _log = -1;
-    std::string _unwritten;
-    std::size_t _written = 0;
+    std::array<Outgoing, kWays> _outgoing;
     std::string _unread;
     std::vector<char> _socketPiece, _logPiece;
 };

@@ -2,6 +2,8 @@
 // The worker's descriptors.
 #include "worker/descriptors.h"
 
+#include <utility>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -22,13 +24,13 @@ int moveAbove(int descriptor) {
 
 }  // namespace
 
-int separateDescriptors(int socket) {
+void separateDescriptors(std::array<int, kWays>& own) {
     for (int i = 0; i < 2; ++i) {
         g_copies[i] = moveAbove(i);
     }
-    const int moved = moveAbove(socket);
-    close(socket);
-    return moved;
+    for (int& descriptor : own) {
+        close(std::exchange(descriptor, moveAbove(descriptor)));
+    }
 }
 
 void putDescriptorsBack() {

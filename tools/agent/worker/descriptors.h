@@ -3,11 +3,14 @@
 #ifndef FAPI_AGENT_WORKER_DESCRIPTORS_H
 #define FAPI_AGENT_WORKER_DESCRIPTORS_H
 
+#include <array>
+
+#include "supervisor/internal.h"
+
 namespace tool {
 
-// Moves the socket above the numbers that programs use, keeps copies of 0 and 1 there, and returns the socket's new
-// number.
-int separateDescriptors(int socket);
+// Moves the worker's own descriptors above the numbers that programs use, and keeps copies of 0 and 1 there.
+void separateDescriptors(std::array<int, kWays>& own);
 
 // Opens 0 and 1 again after a call that has closed them, which one does by contract.
 void putDescriptorsBack();

@@ -4,14 +4,15 @@
 
 #include <atomic>
 #include <cstdio>
-#include <thread>
+#include <mutex>
 #include <utility>
 
-#include "protocol/framing.h"
+#include "actions/log_switch.h"
 #include "protocol/sha256.h"
 #include "supervisor/internal.h"
 #include "vset/vset.h"
 #include "worker/descriptors.h"
+#include "worker/messages.h"
 #include "worker/notices.h"
 #include "worker/outbox.h"
 #include "worker/set_session.h"
@@ -54,6 +55,17 @@ Reply runMethod(const Request& request) {
     return method->run(request.params);
 }
 
+void takeLogSwitch(const Field& params) {
+    static std::mutex mutex;
+    static long long newest = 0;
+    const std::lock_guard<std::mutex> lock(mutex);
+    // The other lane may have read it before.
+    if (params.at("number").number() > newest) {
+        newest = params.at("number").number();
+        setLogSwitch(logStateOf(params.at("state").text()));
+    }
+}
+
 }  // namespace
 
 bool isCanceled() {
@@ -64,29 +76,14 @@ void cancelRequest(long long id) {
     g_canceled = id;
 }
 
-Lane::Lane(std::size_t number, Outbox& outbox) : _number(number), _outbox(outbox) {
-    std::thread([this] { run(); }).detach();
-}
-
-void Lane::add(Request request) {
-    {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _waiting.push_back(std::move(request));
-    }
-    // After the lock: the thread that wakes up takes it.
-    _changed.notify_one();
-}
-
-void Lane::run() {
-    std::unique_lock<std::mutex> lock(_mutex);
-    for (;;) {
-        _changed.wait(lock, [this] { return !_waiting.empty(); });
-        const Request request = std::move(_waiting.front());
-        _waiting.pop_front();
-        lock.unlock();
-        serve(request);
-        lock.lock();
-    }
+void Lane::run(int requests) {
+    readMessages(requests, [this](const Message& message) {
+        if (message.request) {
+            serve(*message.request);
+        } else if (message.notification) {
+            takeLogSwitch(message.notification->params);
+        }
+    });
 }
 
 void Lane::serve(const Request& request) {

@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 // The program fapi-agent-worker: it has library and set, and is started by fapi-agent alone.
+#include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <memory>
 #include <string_view>
+#include <thread>
 #include <utility>
 
-#include <sys/prctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include "actions/log_switch.h"
-#include "protocol/message.h"
 #include "supervisor/internal.h"
 #include "worker/descriptors.h"
 #include "worker/lane.h"
+#include "worker/messages.h"
 #include "worker/notices.h"
 #include "worker/outbox.h"
 #include "worker/set_session.h"
@@ -26,100 +24,91 @@ namespace tool {
 
 namespace {
 
-class Reader {
-public:
-    explicit Reader(int socket) : _socket(socket), _outbox(*new Outbox(socket)) {
-        reportTo(_outbox);
-        for (std::size_t i = 0; i < _lanes.size(); ++i) {
-            _lanes[i] = new Lane(i, _outbox);
-        }
-    }
-
-    // Until the supervisor has ended.
-    void run() {
-        std::string unread;
-        std::array<char, 1u << 16> piece;
-        for (ssize_t size = 0; (size = recv(_socket, piece.data(), piece.size(), 0)) > 0;) {
-            std::string_view rest(piece.data(), static_cast<std::size_t>(size));
-            for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
-                unread += rest.substr(0, end);
-                rest.remove_prefix(end + 1);
-                takeLine(unread);
-                unread.clear();
-            }
-            unread += rest;
-        }
-    }
-
-private:
-    void takeLine(std::string_view line) {
-        const char mark = line.front();
-        Message message = parseMessage(parseJsonText(line.substr(kMarkSize)));
-        if (message.notification) {
-            return takeNotification(*message.notification);
-        }
-        if (_isUnbound) {
-            // What had to finish has finished.
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            _isUnbound = false;
-        }
-        _lanes[mark == kAnswerMarks[0] ? 0 : 1]->add(std::move(*message.request));
-    }
-
-    void takeNotification(const Notification& notification) {
-        if (notification.method == kGo) {
-            MustFinish::go();
-            _isUnbound = true;
-        } else if (notification.method == "log-switch") {
-            const std::string& state = notification.params.at("state").text();
-            setLogSwitch(state == "on"    ? LogState::on
-                         : state == "off" ? LogState::off
-                         : state == "run" ? LogState::run
-                                          : LogState::set);
-        } else if (notification.method == "events") {
-            reportEvents(notification.params["on"].flagOr(true));
-        } else if (notification.method == "cancel") {
-            cancelRequest(notification.params.at("id").number());
-        } else if (notification.method == "journal") {
-            reportJournal(notification.params["on"].flagOr(true));
-        }
-    }
-
-    const int _socket;
-    // They live as long as the process, as their threads do.
-    Outbox& _outbox;
-    std::array<Lane*, 2> _lanes = {};
-    bool _isUnbound = false;  // the end of the supervisor does not end this process
+// What the supervisor starts the worker with.
+struct WorkerOptions {
+    std::array<int, kWays> ways = {-1, -1, -1};  // the descriptors
+    SetOptions set;
+    LogState log = LogState::set;
+    bool reportsEvents = false;
+    bool reportsJournal = false;
 };
 
-// The options of fapi-agent, and its socket.
-int run(int argc, char** argv) {
-    int socket = -1;
-    SetOptions options;
+WorkerOptions parseOptions(int argc, char** argv) {
+    WorkerOptions options;
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
-        if (word == "--socket" && i + 1 < argc) {
-            socket = static_cast<int>(std::strtol(argv[++i], nullptr, 10));
-        } else if (word == "--set" && i + 1 < argc) {
-            options.folder = argv[++i];
+        const auto way = std::find(std::begin(kWayOptions), std::end(kWayOptions), word);
+        if (word == "--damaged") {
+            options.set.damaged = true;
         } else if (word == "--as-board") {
-            options.isBoard = true;
-        } else if (word == "--damaged") {
-            options.damaged = true;
-        } else if (i + 1 < argc && options.limits.take(word, argv[i + 1])) {
+            options.set.isBoard = true;
+        } else if (word == "--events") {
+            options.reportsEvents = true;
+        } else if (word == "--journal") {
+            options.reportsJournal = true;
+        } else if (i + 1 == argc) {
+            break;
+        } else if (way != std::end(kWayOptions)) {
+            options.ways[static_cast<std::size_t>(way - kWayOptions)] = std::atoi(argv[++i]);
+        } else if (word == "--set") {
+            options.set.folder = argv[++i];
+        } else if (word == "--log-switch") {
+            options.log = logStateOf(argv[++i]);
+        } else if (options.set.limits.take(word, argv[i + 1])) {
             ++i;
         }
     }
-    if (socket <= STDERR_FILENO) {
-        std::fputs("fapi-agent-worker: is started by fapi-agent\n", stderr);
-        return 2;
+    return options;
+}
+
+// Runs one of the process's threads; when it returns, the supervisor has ended, and the process ends with it.
+template <class Run>
+[[noreturn]] void runToTheEnd(Run&& run) {
+    int code = 1;
+    try {
+        run();
+        MustFinish::waitForEnd();
+        code = 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "fapi-agent-worker: %s\n", error.what());
     }
-    // The log's lines are to come when they are written.
-    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    chooseSet(std::move(options));
-    Reader(separateDescriptors(socket)).run();
-    MustFinish::waitForEnd();
-    return 0;
+    // Not exit(): other threads go on meanwhile.
+    _exit(code);
+}
+
+// Reads what is for requests that run.
+void listen(int socket) {
+    readMessages(socket, [](const Message& message) {
+        if (!message.notification) {
+            return;
+        }
+        if (message.notification->method == kGo) {
+            MustFinish::go();
+        } else if (message.notification->method == "cancel") {
+            cancelRequest(message.notification->params.at("id").number());
+        }
+    });
+}
+
+[[noreturn]] void work(WorkerOptions options) {
+    setLogSwitch(options.log);
+    chooseSet(std::move(options.set));
+    separateDescriptors(options.ways);
+    // It lives as long as the process, as its thread does.
+    Outbox& outbox = *new Outbox(options.ways[kAside]);
+    reportTo(outbox);
+    if (options.reportsEvents) {
+        reportEvents(true);
+    }
+    if (options.reportsJournal) {
+        reportJournal(true);
+    }
+    std::thread([&outbox, looks = options.ways[kLooks]] {
+        runToTheEnd([&] { Lane(kLooks, outbox).run(looks); });
+    }).detach();
+    std::thread([socket = options.ways[kAside]] { runToTheEnd([&] { listen(socket); }); }).detach();
+    // Calls are for the first thread, whose signal at the supervisor's end a call that must finish puts off.
+    runToTheEnd([&] { Lane(kCalls, outbox).run(options.ways[kCalls]); });
 }
 
 }  // namespace
@@ -127,12 +116,12 @@ int run(int argc, char** argv) {
 }  // namespace tool
 
 int main(int argc, char** argv) {
-    int code = 1;
-    try {
-        code = tool::run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "fapi-agent-worker: %s\n", error.what());
+    tool::WorkerOptions options = tool::parseOptions(argc, argv);
+    if (*std::min_element(options.ways.begin(), options.ways.end()) <= STDERR_FILENO) {
+        std::fputs("fapi-agent-worker: is started by fapi-agent\n", stderr);
+        return 2;
     }
-    // Not exit(): other threads go on meanwhile.
-    _exit(code);
+    // The log's lines are to come when they are written.
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    tool::work(std::move(options));
 }

@@ -190,15 +190,16 @@ MustFinish::MustFinish() {
     theFinishing().set(Finish::asked);
     g_outbox->send(kInternalMark, {{"what", kMustFinish}});
     theFinishing().waitFor(Finish::promised);
+    prctl(PR_SET_PDEATHSIG, 0);
 }
 
 MustFinish::~MustFinish() {
+    // A supervisor that has ended before sends no signal, but then the thread that listens to it waits for this end.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     theFinishing().set(Finish::nothing);
 }
 
 void MustFinish::go() {
-    // Of the thread that reads requests, which is the one that the signal belongs to.
-    prctl(PR_SET_PDEATHSIG, 0);
     theFinishing().set(Finish::promised);
 }
 

@@ -22,7 +22,7 @@ void flushJournal();
 void noteSwitchedOn(unsigned int boots);
 
 // Waits until the supervisor has promised that it ends the worker no more, and keeps the worker from ending before
-// `this` does.
+// `this` does. Of the process's first thread: the signal that comes when the supervisor ends belongs to a thread.
 class MustFinish {
 public:
     MustFinish();

@@ -88,7 +88,8 @@ void Hub::run() {
 
 // Waits for something to happen, and does all that follows from it.
 void Hub::turn() {
-    std::vector<pollfd> waited = {{_listener.get(), POLLIN, 0}, {_signals.get(), POLLIN, 0}};
+    std::vector<pollfd>& waited = _waited;
+    waited.assign({{_listener.get(), POLLIN, 0}, {_signals.get(), POLLIN, 0}});
     std::optional<Clock::time_point> until;
     addClients(waited, until);
     if (_wire) {

@@ -153,6 +153,7 @@ private:
     const HubSocket& _socket;
     Descriptor _listener;
     Descriptor _signals;
+    std::vector<pollfd> _waited;  // keeps its memory from one turn to the next
     std::map<long long, std::unique_ptr<HubClient>> _clients;
     Descriptor _last;  // of the client that has gone last, closed when the set is free
     long long _lastClient = 0;

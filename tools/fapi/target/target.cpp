@@ -23,6 +23,16 @@ RequestError brokenStream(const std::string& what) {
     return RequestError(ErrorCode::stationFailed, "the data did not come whole: " + what);
 }
 
+// The text of a request, for which the parameters are not copied.
+std::string requestText(long long id, const std::string& method, const Field& params) {
+    std::string text = toJsonText(toField(Request{id, method, {}, {}}));
+    if (!params.isNull()) {
+        text.pop_back();
+        text.append(",\"params\":").append(toJsonText(params)).append("}");
+    }
+    return text;
+}
+
 // Compares the pieces of a stream with what its end says of them.
 class StreamCheck {
 public:
@@ -88,7 +98,7 @@ Field Target::request(const std::string& method, const Field& params) {
 
 long long Target::begin(const std::string& method, const Field& params) {
     const long long id = ++_lastId;
-    _out += frame(toField(Request{id, method, params, {}}), Framing::plain);
+    _out += frameText(requestText(id, method, params), Framing::plain);
     write();
     return id;
 }
@@ -172,6 +182,12 @@ void Target::pump(std::chrono::milliseconds limit) {
 
 // Waits until something has come, once, and hands the notifications to their listeners.
 void Target::wait(const std::optional<Clock::time_point>& until) {
+    const bool mayWait = _notifications.empty() || _isDispatching;
+    if (mayWait && !until && _watched.empty() && _out.empty() && _lost.empty()) {
+        // Nothing but the hub is waited for: reading waits, too.
+        receive(0);
+        return dispatch();
+    }
     std::vector<pollfd> waited;
     if (_lost.empty()) {
         waited.push_back({descriptor(), static_cast<short>(_out.empty() ? POLLIN : POLLIN | POLLOUT), 0});
@@ -179,7 +195,7 @@ void Target::wait(const std::optional<Clock::time_point>& until) {
     for (const auto& [watched, isReadable] : _watched) {
         waited.push_back({watched, POLLIN, 0});
     }
-    if (_notifications.empty() || _isDispatching) {
+    if (mayWait) {
         poll(waited.data(), waited.size(), waitTime(until));
     }
     for (const pollfd& entry : waited) {
@@ -189,7 +205,7 @@ void Target::wait(const std::optional<Clock::time_point>& until) {
         }
         if (entry.fd == descriptor()) {
             write();
-            receive();
+            receive(MSG_DONTWAIT);
         } else if (watched != _watched.end()) {
             // A copy: it may end the watch.
             const std::function<void()> isReadable = watched->second;
@@ -219,9 +235,9 @@ void Target::dispatch() {
     }
 }
 
-void Target::receive() {
+void Target::receive(int flags) {
     char bytes[kReadSize];
-    const ssize_t length = recv(descriptor(), bytes, sizeof(bytes), MSG_DONTWAIT);
+    const ssize_t length = recv(descriptor(), bytes, sizeof(bytes), flags);
     if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;
     }

@@ -120,7 +120,7 @@ private:
     bool greet(const TargetOptions& options);
     void wait(const std::optional<std::chrono::steady_clock::time_point>& until);
     void dispatch();
-    void receive();
+    void receive(int flags);
     void write();
     void take(Message message);
     void takePiece(Field params);
