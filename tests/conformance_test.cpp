@@ -182,6 +182,9 @@ TEST_F(ConformanceTest, ABoardIsHeldToWhatItClaimsToHave) {
                                  ::testing::Each(::testing::Pair(HasSubstr("pwm."),
                                                                  "skipped: the board does not claim to have pwm"))));
     EXPECT_THAT(notPassed({"pwm", "--has", "pwm"}), ::testing::IsEmpty());
+    const std::string strStation = writeFile(
+        "station.ini", "[target b]\nwire = " + strAgent + " --set " + set() + "\nframing = plain\nhas = pwm\n");
+    EXPECT_THAT(notPassed({"pwm", "--station", strStation, "--target", "b"}), ::testing::IsEmpty());
     setenv("FAPI_AGENT", strOwn.c_str(), 1);
 }
 

@@ -156,6 +156,7 @@ void applyStation(const StationOptions& options, SessionOptions& session) {
         session.wire = WireOptions{options.command[0], options.command, true, {}, {}, kCommandUpWithin};
     } else if (target != nullptr && !target->wire.empty()) {
         session.wire = target->wireOptions();
+        session.has = target->has;
     } else if (target != nullptr) {
         session.folder = target->folder;
     } else if (options.target.find('/') != std::string::npos || std::filesystem::is_directory(options.target, error)) {

@@ -219,7 +219,9 @@ int runConformance(const ConformanceOptions& options) {
         listRules(chosen, options.json);
         return kExitGood;
     }
-    RuleRuns runs(options.session, {options.has.begin(), options.has.end()});
+    std::set<std::string> has(options.has.begin(), options.has.end());
+    has.insert(options.session.has.begin(), options.session.has.end());
+    RuleRuns runs(options.session, std::move(has));
     if (runs.isVirtual() && !tellProblems(chosen)) {
         return kExitUsage;
     }

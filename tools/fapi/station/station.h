@@ -21,6 +21,7 @@ struct StationTarget {
     bool isChecked = true;
     Words start;
     Words powerCycle;
+    Words has;  // what rules of boards may count on
     std::chrono::milliseconds upWithin{30000};
 
     WireOptions wireOptions() const { return {name, wire, isChecked, start, powerCycle, upWithin}; }
