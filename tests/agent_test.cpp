@@ -14,8 +14,8 @@
 using test::AgentClient;
 using test::eventually;
 using test::patient;
-using ::testing::ElementsAre;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using tool::Answer;
 using tool::ErrorCode;

@@ -26,7 +26,10 @@ protected:
             }
             strPlan += "sys_read_file /data/x 100\nexpect data is ababababab\n";
         }
+        strPlan += "disp_init\npicture panel\n";
         std::filesystem::remove_all(reports());
+        // What the agent describes is longer than what such a wire ever carries in one piece, and so is a picture.
+        setenv("XDG_CACHE_HOME", (folder() + "/cache-" + strFault + std::to_string(distance)).c_str(), 1);
         _result = test::runProcess({FAPI_BINARY, "--yes", "--station", strStation, "--target", "spoilt", "run",
                                     "--report", reports(), writeFile("test.plan", strPlan)});
         std::string strAll;
@@ -50,8 +53,6 @@ TEST_F(WireFaultsTest, NoVerdictIsWrongAndNothingHangs) {
                 {"flip", {2003, 2999, 7907}, true},
                 {"kernel", {1997, 3011, 5003}, true},
                 {"cut", {6007, 9001, 12007}, false}};
-    // What the agent describes is longer than what such a wire ever carries in one piece.
-    fapi({"list"});
     for (const auto& row : rows) {
         for (const int distance : row.distances) {
             const auto start = std::chrono::steady_clock::now();
@@ -63,6 +64,7 @@ TEST_F(WireFaultsTest, NoVerdictIsWrongAndNothingHangs) {
             } else {
                 EXPECT_EQ(strVerdicts, "passed passed passed passed ")
                     << strWhere << _result.strOutput << _result.strError;
+                EXPECT_NE(reportFile(".png"), "") << strWhere;
             }
             EXPECT_EQ(strVerdicts.find("failed"), std::string::npos) << strWhere << _result.strOutput;
             EXPECT_EQ(strVerdicts.find("died"), std::string::npos) << strWhere << _result.strOutput;

@@ -95,8 +95,10 @@ void Hub::finishReturn(bool isSame) {
         return;
     }
     _isDescribing = false;
-    failOpen(
-        {ErrorCode::ended, "the wire was lost, and the set's agent is a new one: what it had in memory is gone", {}});
+    const MessageFailure failure = {
+        ErrorCode::ended, "the wire was lost, and the set's agent is a new one: what it had in memory is gone", {}};
+    failOpen(failure);
+    refuseHeld(_heldForDescription, failure);
 }
 
 void Hub::failOpen(const MessageFailure& failure) {
