@@ -445,7 +445,9 @@ TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
 }
 
 TEST_F(AgentTest, ADamagedLineCostsNeitherTheAnswerNorASecondCall) {
-    EXPECT_EQ(hello(tool::kCheckedName)["framing"], Field("checked"));
+    const Field greeting = hello(tool::kCheckedName);
+    EXPECT_EQ(greeting["framing"], Field("checked"));
+    const std::string session = greeting["session"].text();
     agent().use(Framing::checked);
     agent().ask("events", {{"on", true}});
     agent().call("prphrl_init");
@@ -470,8 +472,18 @@ TEST_F(AgentTest, ADamagedLineCostsNeitherTheAnswerNorASecondCall) {
     EXPECT_EQ(agent().next("event")["seq"], Field(1));
     agent().write(tool::frame(toField(tool::Request{300, "call", notify.params, {}}), Framing::checked));
     EXPECT_EQ(agent().next("event")["seq"], Field(2));
+    agent().answer(300);
+    // The client comes back after its wire was lost, and the answer is still there.
+    agent().use(Framing::plain);
+    const Field back = {
+        {"protocol", Field::List{1, 1}}, {"framings", Field::List{tool::kCheckedName}}, {"session", session}};
+    agent().ask("hello", back);
+    agent().use(Framing::checked);
+    EXPECT_EQ(agent().ask("again", {{"id", 300}})["kept"], Field(true));
+    EXPECT_TRUE(agent().answer(300).result["good"].flag());
     // Another client on the same wire begins in plain framing.
     agent().use(Framing::plain);
     EXPECT_EQ(hello()["framing"], Field("plain"));
+    EXPECT_EQ(agent().ask("again", {{"id", 300}})["kept"], Field(false));
     EXPECT_TRUE(agent().call("sys_init")["good"].flag());
 }

@@ -214,6 +214,9 @@ void Supervisor::finishGreeting(const Answer& identity) {
         result.set(name, field);
     }
     _isGreeted = true;
+    if (request.params["session"] != Field(_session)) {
+        _wire.forgetAll();
+    }
     answer(request, std::move(result));
     _wire.use(framing == kCheckedName ? Framing::checked : Framing::plain);
 }

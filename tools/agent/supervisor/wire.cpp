@@ -68,6 +68,9 @@ std::optional<Line> Wire::next() {
 
 void Wire::use(Framing framing) {
     _reader.use(framing);
+}
+
+void Wire::forgetAll() {
     _kept.clear();
     _keptBytes = 0;
     _messages.clear();

@@ -51,6 +51,8 @@ public:
     bool isKept(long long id) const { return _kept.count(id) != 0; }
     // Forgets the answers up to that id.
     void forget(long long acknowledged);
+    // Forgets all answers and long messages: the client is another one.
+    void forgetAll();
 
     // A part of a kept message, from 1; nothing when there is none.
     struct Part {

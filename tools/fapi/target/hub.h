@@ -135,6 +135,7 @@ private:
     void askForPart();
     void takePart(std::size_t number, const Envelope& answer);
     void forgetLong();
+    void interruptLong();
 
     // hub_return.cpp: wires that are lost and come back, and the set's power
     bool mayReturn() const { return _options.wire.upWithin.count() != 0; }

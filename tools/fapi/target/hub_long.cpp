@@ -70,9 +70,15 @@ void Hub::takePart(std::size_t number, const Envelope& answer) {
     receiveMessage(std::move(text));
 }
 
-// Another wire's agent counts from 1.
+// Another agent counts from 1.
 void Hub::forgetLong() {
-    _longLast = _longRead = 0;
+    _longRead = 0;
+    interruptLong();
+}
+
+// What is read now is read from its beginning, over another wire.
+void Hub::interruptLong() {
+    _longLast = _longRead;
     _parts.clear();
     _partsAsked = _partsRead = 0;
     _isLongAsked = false;

@@ -51,7 +51,7 @@ void Hub::startWire() {
     _wire->converse(_options.wire.start);
     _quietSince = _heard = Clock::now();
     _isHelloDue = true;
-    forgetLong();
+    interruptLong();
     if (!_wire->isConversing()) {
         sendHello();
     }
@@ -60,8 +60,11 @@ void Hub::startWire() {
 void Hub::sendHello() {
     _isHelloDue = false;
     const Field framings = Field::List{_options.wire.isChecked ? kCheckedName : kPlainName};
-    askAgent("hello", {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}, {"framings", framings}},
-             [this](const Envelope& answer) { receiveHello(answer); });
+    Field params = {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}, {"framings", framings}};
+    if (_isReturning) {
+        params.set("session", _session);
+    }
+    askAgent("hello", params, [this](const Envelope& answer) { receiveHello(answer); });
 }
 
 void Hub::askAgent(const std::string& method, const Field& params, std::function<void(const Envelope&)> then) {
@@ -349,6 +352,9 @@ void Hub::receiveHello(const Envelope& answer) {
     }
     const std::string session = _hello["session"].textOr("");
     const bool isSame = session == _session;
+    if (!isSame) {
+        forgetLong();
+    }
     if (!std::exchange(_session, session).empty()) {
         notifyAll("wire", {{"state", "started"}, {"session", session}, {"same", isSame}});
     }
