@@ -117,11 +117,11 @@ TEST_F(CleanCli, LimitsSayWhichRunsAreForgottenButNoneThatWaits) {
         fs::create_directories(reports());
         std::vector<tool::WholeRun> runs;
         for (int i = 0; i < 6; ++i) {
-            runs.push_back(test::sampleRun("Line 1", i, 1));
+            tool::RunRecord& run = runs.emplace_back(test::sampleRun("Line 1", i, 1)).run;
             // The last one began an hour less than a day ago.
-            runs[i].run.began = tool::utcText(std::chrono::system_clock::now() - std::chrono::hours(24 * (6 - i) - 1));
-            runs[i].run.report = "line-20260101-00000" + std::to_string(i + 1);
-            std::ofstream(reports() + "/" + runs[i].run.report + ".json") << std::string(1000, ' ');
+            run.began = tool::utcText(std::chrono::system_clock::now() - std::chrono::hours(24 * (6 - i) - 1));
+            run.report = "line-20260101-00000" + std::to_string(i + 1);
+            std::ofstream(reports() + "/" + run.report + ".json") << std::string(1000, ' ');
         }
         tool::ResultsStore store(reports() + "/results.sqlite");
         store.addWhole(runs);

@@ -157,13 +157,13 @@ TEST_F(FeedTest, EveryRunArrivesOnceWhateverIsKilled) {
         followers.push_back(std::make_unique<Follower>(strFile, server().address()));
     }
     for (int round = 0; round < rounds; ++round) {
-        for (int i = 0; i < kStations; ++i) {
+        for (std::size_t i = 0; i < files.size(); ++i) {
             addRuns(files[i], "Line " + std::to_string(i), atOnce, round * atOnce);
         }
         rest();
         followers[random() % kStations]->restart();
         rest();
-        kDisturbances[round % std::size(kDisturbances)](server());
+        kDisturbances[static_cast<std::size_t>(round) % std::size(kDisturbances)](server());
     }
     const auto isSent = [](const std::string& strFile) { return waitingIn(strFile) == 0; };
     EXPECT_TRUE(test::eventually([&] { return std::all_of(files.begin(), files.end(), isSent); },
