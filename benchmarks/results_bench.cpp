@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// The store of results: what it adds to a run, and whether a great one answers as fast as a small one.
+// The store of results: what it adds to a run, whether a great one answers as fast as a small one, and how fast its
+// runs reach a server.
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -11,6 +16,8 @@
 #include "record/identity.h"
 #include "record/line_statistics.h"
 #include "record/results_writer.h"
+#include "record/run_search.h"
+#include "support/postgres_server.h"
 
 namespace {
 
@@ -38,7 +45,7 @@ void plan_without_store(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(plan_without_store)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(plan_without_store)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(4);
 
 // The same number of steps with a measurement each, as fast as they can be handed over, until all are stored.
 void stored_steps(benchmark::State& state) {
@@ -72,32 +79,32 @@ BENCHMARK(stored_steps)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // --- Many runs -------------------------------------------------------------------------------------------------------
 
-// A thousand runs a day, a measurement each, of units that come back three times.
+// Fills a new store with a thousand runs a day, of units that come back three times.
+void fill(tool::Database& database, long long runs, int measurements) {
+    for (const char* statement : {"pragma synchronous = off", "insert into station values ('Line 1', 'bench')",
+                                  "insert into plan values ('1', 'Line', 'line.plan')"}) {
+        database.execute(statement);
+    }
+    const std::string counters =
+        "with recursive n(i) as (select 0 union all select i + 1 from n where i + 1 < " + std::to_string(runs) +
+        "), m(k) as (select 0 union all select k + 1 from m where k + 1 < " + std::to_string(measurements) + ") ";
+    const char* const statements[] = {
+        "insert into unit select distinct 'U' || (i / 3), '' from n",
+        "insert into run select printf('%036d', i), i, 'Line 1', 'bench', '', '', 'U' || (i / 3), 'Line', 'line.plan', "
+        "'1', '{}', '', '', '', '', '', strftime('%Y-%m-%dT%H:%M:%S.000Z', 1700000000 + i * 86, 'unixepoch'), null, 0, "
+        "40, 1, case when i % 20 = 0 then 'failed' else 'passed' end, 'Rails', '', 1, 0, 0, 0, 0, 0, 0, '', null, null "
+        "from n",
+        "insert into measurement select printf('%036d', i), 0, 1, k, 1, 'rail ' || k, 'V', 5 + (i % 17) * 0.01, null, "
+        "4.75, 5.25, null, 'passed', strftime('%Y-%m-%dT%H:%M:%S.000Z', 1700000000 + i * 86, 'unixepoch') from n, m"};
+    for (const char* statement : statements) {
+        database.execute(counters + statement);
+    }
+}
+
 std::unique_ptr<tool::Database> storeOf(long long runs) {
     const std::string name = (g_agent->folder / ("runs-" + std::to_string(runs) + ".sqlite")).string();
-    const bool isThere = fs::exists(name);
-    tool::ResultsStore store(name);
-    if (!isThere) {
-        for (const char* statement :
-             {"insert into station values ('Line 1', 'bench')", "insert into plan values ('1', 'Line', 'line.plan')",
-              "pragma synchronous = off"}) {
-            store.database().execute(statement);
-        }
-        const std::string counter = "with recursive n(i) as (select 0 union all select i + 1 from n where i + 1 < " +
-                                    std::to_string(runs) + ") ";
-        const char* const statements[] = {
-            "insert into unit select distinct 'U' || (i / 3), '' from n",
-            "insert into run select printf('%036d', i), i, 'Line 1', 'bench', '', '', 'U' || (i / 3), 'Line', "
-            "'line.plan', '1', '{}', '', '', '', '', '', "
-            "strftime('%Y-%m-%dT%H:%M:%S.000Z', 1700000000 + i * 86, 'unixepoch'), null, 0, 40, 1, "
-            "case when i % 20 = 0 then 'failed' else 'passed' end, 'Rails', '', 1, 0, 0, 0, 0, 0, 0, '', null, null "
-            "from n",
-            "insert into measurement select printf('%036d', i), 0, 1, 0, 1, '5 V rail', 'V', 5 + (i % 17) * 0.01, "
-            "null, 4.75, 5.25, null, 'passed', strftime('%Y-%m-%dT%H:%M:%S.000Z', 1700000000 + i * 86, 'unixepoch') "
-            "from n"};
-        for (const char* statement : statements) {
-            store.database().execute(counter + statement);
-        }
+    if (!fs::exists(name)) {
+        fill(tool::ResultsStore(name).database(), runs, 1);
     }
     return std::make_unique<tool::Database>(name, tool::Access::read);
 }
@@ -150,10 +157,39 @@ void yield_of_many(benchmark::State& state) {
 }
 BENCHMARK(yield_of_many)->Unit(benchmark::kMillisecond);
 
+// --- A server --------------------------------------------------------------------------------------------------------
+
+test::PostgresServer* g_server;
+
+// All runs wait, and the server has none of them.
+void drained_runs(benchmark::State& state) {
+    constexpr long long kRuns = 400;
+    constexpr int kMeasurements = 40;
+    const std::string file = (g_agent->folder / "outbox.sqlite").string();
+    if (!fs::exists(file)) {
+        fill(tool::ResultsStore(file).database(), kRuns, kMeasurements);
+    }
+    g_server->query("drop schema public cascade; create schema public");
+    tool::runOnce(tool::ResultsStore(file).database(),
+                  "insert into outbox select id, number, 0, 0, '', '' from run where true on conflict do nothing", {});
+    const std::string command = FAPI_FEED_BINARY " --store " + file + " '" + g_server->address() + "' >/dev/null";
+    for (auto _ : state) {
+        if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("the runs were not sent");
+        }
+    }
+    if (g_server->number("select count(*) from measurement") != kRuns * kMeasurements) {
+        state.SkipWithError("not all measurements have arrived");
+    }
+    state.SetItemsProcessed(kRuns);
+}
+BENCHMARK(drained_runs)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(4);
+
 constexpr bench::Goal kGoals[] = {
     {"stored_steps", "plan_without_store", bench::Limit::timesPeer, 0.3},
-    {"history_of_many", "history_of_few", bench::Limit::timesPeer, 3},
-    {"yield_of_many", "yield_of_few", bench::Limit::timesPeer, 3},
+    {"history_of_many", "history_of_few", bench::Limit::processorTimesPeer, 3},
+    {"yield_of_many", "yield_of_few", bench::Limit::processorTimesPeer, 3},
+    {"drained_runs", "", bench::Limit::itemsPerSecond, 200},
 };
 
 }  // namespace
@@ -161,5 +197,10 @@ constexpr bench::Goal kGoals[] = {
 int main(int argc, char** argv) {
     const bench::Agent agent(FAPI_BINARY);
     g_agent = &agent;
+    // The server's user passes through.
+    fs::permissions(agent.folder, fs::perms(0711));
+    fs::create_directory(agent.folder / "server");
+    test::PostgresServer server((agent.folder / "server").string());
+    g_server = &server;
     return bench::runAndJudge(argc, argv, kGoals, static_cast<int>(std::size(kGoals)));
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "support/plan_fixture.h"
+#include "support/results_fixture.h"
 
 namespace {
 
@@ -98,6 +99,46 @@ TEST_F(CleanCli, ReportsLeaveWithTheHistory) {
     // A report that has just been written stays, even without a notice.
     EXPECT_EQ(run(_strGood, {"--keep", "0"}).s32Exit, 0);
     EXPECT_THAT(reportFiles({".json"}), SizeIs(1));
+}
+
+TEST_F(CleanCli, LimitsSayWhichRunsAreForgottenButNoneThatWaits) {
+    const std::tuple<Strings, std::set<int>> rows[] = {
+        {{}, {1, 2, 3, 4, 5, 6}},
+        {{"--keep-runs", "3"}, {2, 4, 5, 6}},
+        {{"--keep-runs", "0"}, {2, 6}},
+        {{"--keep-days", "2"}, {2, 5, 6}},
+        {{"--keep-bytes", "2500"}, {2, 4, 5, 6}},
+        {{"--keep-bytes", "9000", "--keep-days", "5", "--keep-runs", "4"}, {2, 3, 4, 5, 6}},
+        {{"--keep-runs", "3", "--dry-run"}, {1, 2, 3, 4, 5, 6}},
+    };
+    for (const auto& [words, stay] : rows) {
+        SCOPED_TRACE(testing::PrintToString(words));
+        fs::remove_all(reports());
+        fs::create_directories(reports());
+        std::vector<tool::WholeRun> runs;
+        for (int i = 0; i < 6; ++i) {
+            tool::RunRecord& run = runs.emplace_back(test::sampleRun("Line 1", i, 1)).run;
+            // The last one began an hour less than a day ago.
+            run.began = tool::utcText(std::chrono::system_clock::now() - std::chrono::hours(24 * (6 - i) - 1));
+            run.report = "line-20260101-00000" + std::to_string(i + 1);
+            std::ofstream(reports() + "/" + run.report + ".json") << std::string(1000, ' ');
+        }
+        tool::ResultsStore store(reports() + "/results.sqlite");
+        store.addWhole(runs);
+        tool::runOnce(store.database(), "delete from outbox where run <> :a", {runs[1].run.id});
+        store.database().execute("insert into feed values ('service=line', '', '')");
+        EXPECT_EQ(clean(words).s32Exit, 0);
+        std::set<int> known, files;
+        for (const nlohmann::json& json :
+             test::objectsOf(fapi({"history", "--report", reports(), "--json"}).strOutput)) {
+            known.insert(json["number"].get<int>());
+        }
+        for (const std::string& strFile : reportFiles({".json"})) {
+            files.insert(strFile[strFile.size() - std::string("1.json").size()] - '0');
+        }
+        EXPECT_EQ(known, stay);
+        EXPECT_EQ(files, stay);
+    }
 }
 
 TEST_F(CleanCli, TemporarySetsOfFailedRunsAreFew) {

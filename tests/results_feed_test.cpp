@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // fapi-feed against a server of its own: every run arrives, and arrives once.
+#include <algorithm>
 #include <csignal>
+#include <functional>
 #include <random>
 #include <thread>
 
@@ -22,10 +24,10 @@ using namespace tool;
 constexpr int kStations = 4;
 constexpr int kMeasurements = 40;
 
-// How many runs of all stations; FAPI_FEED_RUNS asks for more than the short part.
-int wantedRuns() {
-    const char* pszRuns = std::getenv("FAPI_FEED_RUNS");
-    return pszRuns == nullptr ? 400 : std::atoi(pszRuns);
+// The environment's number.
+unsigned int wanted(const char* pszVariable, unsigned int otherwise) {
+    const char* pszNumber = std::getenv(pszVariable);
+    return pszNumber == nullptr ? otherwise : static_cast<unsigned int>(std::strtoul(pszNumber, nullptr, 10));
 }
 
 class FeedTest : public test::ResultsTest {
@@ -48,14 +50,17 @@ protected:
         words.insert(words.begin(), {FAPI_FEED_BINARY, "--store", strFile, server().address()});
         return test::runProcess(words);
     }
-    // Fills a file with runs of a station.
-    std::string filled(const std::string& strStation, int runs, int first = 0) {
-        const std::string strFile = freshFile();
+    static void addRuns(const std::string& strFile, const std::string& strStation, int runs, int first) {
         std::vector<WholeRun> all;
         for (int i = 0; i < runs; ++i) {
             all.push_back(test::sampleRun(strStation, first + i, kMeasurements));
         }
         ResultsStore(strFile).addWhole(all);
+    }
+    // Fills a file with runs of a station.
+    std::string filled(const std::string& strStation, int runs, int first = 0) {
+        const std::string strFile = freshFile();
+        addRuns(strFile, strStation, runs, first);
         return strFile;
     }
     static long long waitingIn(const std::string& strFile) {
@@ -100,51 +105,75 @@ private:
     pid_t _process = -1;
 };
 
+// What befalls the server while it is written to.
+using Disturbance = std::function<void(test::PostgresServer&)>;
+
+const Disturbance kDisturbances[] = {
+    [](test::PostgresServer& server) {
+        server.kill();
+        server.start();
+    },
+    [](test::PostgresServer& server) {
+        server.stop("immediate");
+        server.start();
+    },
+    [](test::PostgresServer& server) {
+        server.stop("fast");
+        server.start();
+    },
+    [](test::PostgresServer& server) {
+        server.query("alter database results set default_transaction_read_only = on");
+        server.query("select pg_terminate_backend(pid) from pg_stat_activity where datname = 'results'", "postgres");
+        std::this_thread::sleep_for(100ms);
+        server.query("alter database results reset default_transaction_read_only", "postgres");
+    },
+};
+
+// Runs are added in rounds, and something happens to the server and to one sender in each. FAPI_FEED_RUNS asks for more
+// runs than the short test has, FAPI_FEED_SEED for the chances of an earlier one.
 TEST_F(FeedTest, EveryRunArrivesOnceWhateverIsKilled) {
-    const unsigned int u32Seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(u32Seed));
-    std::mt19937 random(u32Seed);
-    const int runs = wantedRuns();
+    const unsigned int seed = wanted("FAPI_FEED_SEED", std::random_device{}());
+    std::printf("FAPI_FEED_SEED=%u\n", seed);
+    std::mt19937 random(seed);
+    const auto rest = [&] { std::this_thread::sleep_for(std::chrono::milliseconds(random() % 100)); };
+    const int asked = static_cast<int>(wanted("FAPI_FEED_RUNS", 400));
+    const int rounds = std::clamp(asked / 50, 8, 48);
+    const int atOnce = asked / kStations / rounds;
+    const int ofStation = rounds * atOnce;
     std::vector<std::string> files;
+    std::vector<std::unique_ptr<Follower>> followers;
     for (int i = 0; i < kStations; ++i) {
-        // Units pass several stations.
-        files.push_back(filled("Line " + std::to_string(i), runs / kStations));
+        files.push_back(filled("Line " + std::to_string(i), 0));
     }
-    {
-        std::vector<std::unique_ptr<Follower>> followers;
-        for (const std::string& strFile : files) {
-            followers.push_back(std::make_unique<Follower>(strFile, server().address()));
+    EXPECT_EQ(feed(filled("Line 0", 1, ofStation)).s32Exit, 0) << "makes the tables";
+    // What happens is then mostly in the middle of a transaction.
+    EXPECT_EQ(server()
+                  .query("create function wait() returns trigger language plpgsql as "
+                         "'begin perform pg_sleep(0.01); return null; end';"
+                         "create trigger wait after insert on step for each statement execute function wait()")
+                  .s32Exit,
+              0);
+    for (const std::string& strFile : files) {
+        followers.push_back(std::make_unique<Follower>(strFile, server().address()));
+    }
+    for (int round = 0; round < rounds; ++round) {
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            addRuns(files[i], "Line " + std::to_string(i), atOnce, round * atOnce);
         }
-        int kills = 0;
-        const auto isDone = [&] {
-            return std::all_of(files.begin(), files.end(), [](const auto& file) { return waitingIn(file) == 0; });
-        };
-        const bool isAllSent = test::eventually(
-            [&] {
-                std::this_thread::sleep_for(std::chrono::milliseconds(random() % 150));
-                if (kills < runs / 50) {
-                    switch (++kills % 8) {
-                        case 0:
-                            server().kill();
-                            server().start();
-                            break;
-                        case 4:
-                            server().stop("immediate");
-                            server().start();
-                            break;
-                        default:
-                            followers[random() % kStations]->restart();
-                    }
-                }
-                return isDone();
-            },
-            std::chrono::milliseconds(60000 + 40 * runs));
-        EXPECT_TRUE(isAllSent);
+        rest();
+        followers[random() % kStations]->restart();
+        rest();
+        kDisturbances[static_cast<std::size_t>(round) % std::size(kDisturbances)](server());
     }
+    const auto isSent = [](const std::string& strFile) { return waitingIn(strFile) == 0; };
+    EXPECT_TRUE(test::eventually([&] { return std::all_of(files.begin(), files.end(), isSent); },
+                                 std::chrono::milliseconds(60000 + 40 * asked)));
+    followers.clear();
+    const int runs = kStations * ofStation + 1;
     EXPECT_EQ(server().number("select count(*) from run"), runs);
     EXPECT_EQ(server().number("select count(*) from measurement"), runs * kMeasurements);
     EXPECT_EQ(server().number("select count(distinct (run, number)) from measurement"), runs * kMeasurements);
-    EXPECT_EQ(server().number("select count(*) from unit"), runs / kStations);
+    EXPECT_EQ(server().number("select count(*) from unit"), ofStation + 1) << "units pass several stations";
     EXPECT_EQ(server().number("select count(*) from step"), runs);
     EXPECT_EQ(server().number("select sum(runs) from yield_by_day"), runs);
 }

@@ -453,6 +453,7 @@ private:
             ->excludes(fresh, noReport, dryRun, repeat);
         run->add_flag("--shared", _run.isShared, "Let other programs act on the set meanwhile");
         addFaults(run);
+        addParameters(run)->excludes(repeat);
         run->add_option("--keep", _run.keep, "How many runs the history keeps; 100 when left out")
             ->type_name("N")
             ->check(numberUpTo(100000));
@@ -461,9 +462,28 @@ private:
                 _run.files = _words;
                 _run.session = _options.session;
                 _run.json = _options.json;
+                const Station station = readStation(stationFile(_station.file));
+                _run.place = {station.name, station.stage, bindingsText(station)};
                 return runPlans(_run);
             };
         });
+    }
+
+    // What a run is told of its unit. Returns the option for a table.
+    CLI::Option* addParameters(CLI::App* run) {
+        run->add_option("--param", _run.parameters, "The value of a parameter of the plan; may be given again")
+            ->type_name("NAME=VALUE")
+            ->allow_extra_args(false);
+        CLI::Option* waive =
+            run->add_option("--waive", _run.waived, "Let a failure of this step pass; may be given again")
+                ->type_name("STEP")
+                ->allow_extra_args(false);
+        CLI::Option* reason =
+            run->add_option("--reason", _run.reason, "Why it is let pass")->type_name("TEXT")->needs(waive);
+        waive->needs(reason);
+        return run->add_option("--params", _run.parameterTable, "Table (CSV) with a run for each row")
+            ->type_name("FILE")
+            ->check(notEmpty());
     }
 
     void addCheck() {

@@ -170,8 +170,10 @@ std::vector<std::string> RuleRuns::restoreLeftOvers(const std::vector<Rule>& rul
         Progress progress(plan, Progress::Shows::nothing);
         Interrupts interrupts(signalsOfRules());
         const RuleLimit limit(rule.limit);
-        PlanRun run(plan, _session, false, "", progress, interrupts, left.get());
+        const RunInput none;
+        PlanRun run(plan, none, _session, false, "", progress, interrupts, left.get());
         run.resume();
+        run.open();
         run.run();
         left->finish();
         restored.push_back(rule.name);
@@ -197,12 +199,15 @@ PlanResult RuleRuns::run(const Rule& rule, RuleResult& result) {
     if (restoring(rule.plan) != nullptr) {
         std::error_code error;
         fs::create_directories(folderOfRestores(), error);
-        unfinished = std::make_unique<UnfinishedRun>(rule.plan, stemOf(rule), setFolder(_session), false);
+        unfinished =
+            std::make_unique<UnfinishedRun>(rule.plan, ParameterValues(), stemOf(rule), setFolder(_session), false);
     }
     Progress progress(rule.plan, Progress::Shows::nothing);
     Interrupts interrupts(signalsOfRules());
     const RuleLimit limit(rule.limit);
-    PlanRun run(rule.plan, _session, false, "", progress, interrupts, unfinished.get());
+    const RunInput none;
+    PlanRun run(rule.plan, none, _session, false, "", progress, interrupts, unfinished.get());
+    run.open();
     run.run();
     interrupts.take();
     _isInterrupted = _isInterrupted || interrupts.tookSignal(SIGINT) || interrupts.tookSignal(SIGTERM) ||

@@ -21,6 +21,11 @@ Condition parseOutputCondition(const Words& words) {
     return condition;
 }
 
+// Why an output is missing.
+std::string statusText(const Command& command, const Outcome& outcome) {
+    return "status is " + std::to_string(outcome.status) + " (" + command.word(outcome) + ")" + reasonOf(outcome);
+}
+
 // The words behind "expect".
 decltype(Expectation::what) parseWhat(const Words& words) {
     if (!words.empty() && (words[0] == "event" || words[0] == "no")) {
@@ -36,7 +41,13 @@ decltype(Expectation::what) parseWhat(const Words& words) {
 
 bool Expectation::isAboutStatus() const {
     const auto* condition = std::get_if<Condition>(&what);
-    return condition != nullptr && condition->subject == "status";
+    const auto* measure = std::get_if<Measure>(&what);
+    return (condition != nullptr && condition->subject == "status") ||
+           (measure != nullptr && measure->subject == "status");
+}
+
+bool Expectation::isAboutArrivals() const {
+    return std::holds_alternative<EventCondition>(what) || std::holds_alternative<CallsCondition>(what);
 }
 
 bool Expectation::isAboutChip() const {
@@ -46,10 +57,14 @@ bool Expectation::isAboutChip() const {
 
 Expectation parseExpectation(const Words& words) {
     Expectation expectation;
-    try {
-        expectation.what = parseWhat({words.begin() + 1, words.end()});
-    } catch (const UsageError& error) {
-        throw error.behind(1, error.what());
+    if (words[0] == "measure") {
+        expectation.what = parseMeasure(words);
+    } else {
+        try {
+            expectation.what = parseWhat({words.begin() + 1, words.end()});
+        } catch (const UsageError& error) {
+            throw error.behind(1, error.what());
+        }
     }
     for (const std::string& word : words) {
         expectation.text += (expectation.text.empty() ? "" : " ") + quoteWord(word);
@@ -69,10 +84,15 @@ Judgement judge(const Condition& condition, const Command& command, const Outcom
     const Value status(outcome.status);
     const Value* value = condition.subject == "status" ? &status : outcome.find(condition.subject);
     if (value == nullptr) {
-        return {Verdict::failed, "no " + condition.subject + ", status is " + std::to_string(outcome.status) + " (" +
-                                     command.word(outcome) + ")" + reasonOf(outcome)};
+        return {Verdict::failed, "no " + condition.subject + ", " + statusText(command, outcome)};
     }
     return judge(condition, *value, variables);
+}
+
+Measured judge(const Measure& measure, const Command& command, const Outcome& outcome, const Limits& limits) {
+    const Value status(outcome.status);
+    const Value* value = measure.subject == "status" ? &status : outcome.find(measure.subject);
+    return judge(measure, value, "no " + measure.subject + ", " + statusText(command, outcome), limits);
 }
 
 }  // namespace tool

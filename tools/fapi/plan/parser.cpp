@@ -32,7 +32,8 @@ void requireEnd(const Words& words, std::size_t used) {
 
 class Parser {
 public:
-    Parser(std::string_view text, std::vector<Problem>& problems) : _problems(problems) {
+    Parser(std::string_view text, std::vector<Problem>& problems, const std::string& file) : _problems(problems) {
+        _plan.file = file;
         for (const std::string_view line : splitLines(text)) {
             ++_line;
             parseLine(line);
@@ -61,11 +62,17 @@ private:
                 parsePlanName(words);
             } else if (words[0] == "on-failure") {
                 parseDefaultOnFailure(words);
+            } else if (words[0] == "param") {
+                addParameter(words);
+            } else if (words[0] == "unit") {
+                parseUnit(words);
+            } else if (words[0] == "limits") {
+                parseLimitsLine(words);
             } else if (words[0] == "step") {
                 parseStep(words);
             } else if (words[0] == "teardown") {
                 parseTeardown(words);
-            } else if (words[0] == "expect") {
+            } else if (words[0] == "expect" || words[0] == "measure") {
                 addExpectation(words);
             } else if (words[0] == "keep") {
                 addKeep(words);
@@ -94,7 +101,8 @@ private:
         if (words.size() == kConditionWords) {
             throw UsageError("only-if stands before a line of a step, or behind a step's name", kConditionWords);
         }
-        static const std::set<std::string> whole = {"on-failure", "plan", "step", "teardown", kOnlyIf};
+        static const std::set<std::string> whole = {"limits", "on-failure", "param", "plan",
+                                                    "step",   "teardown",   kOnlyIf, "unit"};
         if (whole.count(words[kConditionWords]) != 0) {
             throw UsageError("only-if stands before a line of a step, or behind a step's name", 0);
         }
@@ -119,17 +127,20 @@ private:
         if (_plan.steps.empty() || word == "step" || word == "teardown" || word == "plan" || word == "on-failure") {
             return false;
         }
-        const bool follows = word == "expect" || word == "keep";
+        const bool follows = isFollower(word);
         const std::vector<PlanLine>& lines = _plan.steps.back().lines;
         return !_plan.steps.back().skipped.empty() || (follows && !lines.empty() && !lines.back().skipped.empty());
     }
+
+    // Whether a line of that word belongs to the one above it.
+    static bool isFollower(const std::string& word) { return word == "expect" || word == "keep" || word == "measure"; }
 
     // What is not for this set is not checked: its agent need not know any of it.
     void skipLine(const Words& words, const std::string& why) {
         if (words[0] == "keep" && words.size() == 3) {
             _kept.insert(words[1]);
         }
-        if (words[0] != "expect" && words[0] != "keep") {
+        if (!isFollower(words[0])) {
             PlanLine& line = addLine(words);
             line.skipped = why.empty() ? _plan.steps.back().skipped : why;
         }
@@ -143,6 +154,85 @@ private:
             throw UsageError("a plan has one name, before its first step");
         }
         _plan.name = words[1];
+    }
+
+    void requireHead(const std::string& word) const {
+        if (!_plan.steps.empty()) {
+            throw UsageError(word + " stands before the first step", 0);
+        }
+    }
+
+    void addParameter(const Words& words) {
+        requireHead("param");
+        if (words.size() < 2 || !isName(words[1])) {
+            throw UsageError(
+                "expected: param NAME [matches RE] [default VALUE] \"what it is\" "
+                "(a name of letters, digits and _)",
+                std::min<std::size_t>(words.size(), 1));
+        }
+        if (!_kept.insert(words[1]).second) {
+            throw UsageError("there is a " + words[1] + " already", 1);
+        }
+        _plan.parameters.push_back(parseParameter(words));
+    }
+
+    void parseUnit(const Words& words) {
+        requireHead("unit");
+        if (words.size() != 3 || words[1] != "serial" || words[2].empty()) {
+            const bool isOther = words.size() > 1 && words[1] != "serial";
+            throw UsageError("expected: unit serial VALUE", isOther ? 1 : std::min<std::size_t>(words.size(), 3));
+        }
+        if (!_plan.unit.empty()) {
+            throw UsageError("a plan has one unit", 0);
+        }
+        useVariables(words);
+        _plan.unit = words[2];
+    }
+
+    // A file whose name depends on a parameter is read when a run begins.
+    void parseLimitsLine(const Words& words) {
+        requireHead("limits");
+        if (words.size() != 2 || words[1].empty()) {
+            throw UsageError("expected: limits FILE", std::min<std::size_t>(words.size(), 2));
+        }
+        if (!_plan.limitsFile.empty()) {
+            throw UsageError("a plan has one file of limits", 0);
+        }
+        _plan.limitsFile = words[1];
+        const std::vector<std::string> names = variablesOf(words[1]);
+        _areLimitsKnown =
+            std::all_of(names.begin(), names.end(), [](const std::string& name) { return name == kPlanFolder; });
+        if (useVariables(words) && !_areLimitsKnown) {
+            return;
+        }
+        try {
+            _plan.limits = limitsFor(_plan, {});
+        } catch (const UsageError& error) {
+            _areLimitsKnown = false;
+            throw UsageError(error.what(), 1);
+        }
+    }
+
+    void checkMeasure(const Measure& measure, const Words& words) {
+        if (!_measures.insert(measure.name).second) {
+            throw UsageError("there is a measurement " + measure.name + " already", 1);
+        }
+        checkOutput(measure.subject, 3);
+        if (measure.limits.empty()) {
+            return;
+        }
+        const auto place =
+            static_cast<std::size_t>(std::find(words.begin() + 4, words.end(), "limits") - words.begin());
+        if (_plan.limitsFile.empty()) {
+            throw UsageError("limits " + measure.limits + ": the plan names no file of limits (limits FILE)", place);
+        }
+        try {
+            if (_areLimitsKnown) {
+                checkLimits(measure, _plan.limits);
+            }
+        } catch (const UsageError& error) {
+            throw UsageError(error.what(), place + 1);
+        }
     }
 
     void parseDefaultOnFailure(const Words& words) {
@@ -307,7 +397,10 @@ private:
             if (_kept.count(name) == 0) {
                 const Words words = splitWords(_text);
                 const auto place = std::find(words.begin(), words.end(), word) - words.begin();
-                problem(UsageError("${" + name + "} has not been kept before", static_cast<std::size_t>(place)));
+                const std::string near = nearest(name, {_kept.begin(), _kept.end()});
+                problem(UsageError("${" + name + "} has not been kept before" +
+                                       (near.empty() ? "" : ", did you mean ${" + near + "}?"),
+                                   static_cast<std::size_t>(place)));
             }
         }
         return !names.empty();
@@ -374,7 +467,7 @@ private:
 
     void addExpectation(const Words& words) {
         Expectation expectation = parseExpectation(words);
-        PlanLine& line = lastLine("expect", expectation.isAboutChip());
+        PlanLine& line = lastLine(words[0], expectation.isAboutChip());
         expectation.line = _line;
         if (const auto* condition = std::get_if<Condition>(&expectation.what)) {
             if (!expectation.isAboutChip()) {
@@ -383,6 +476,8 @@ private:
             useVariables(*condition);
         } else if (const auto* calls = std::get_if<CallsCondition>(&expectation.what)) {
             useVariables(calls->calls);
+        } else if (const auto* measure = std::get_if<Measure>(&expectation.what)) {
+            checkMeasure(*measure, words);
         } else {
             for (const Condition& field : std::get<EventCondition>(expectation.what).fields) {
                 useVariables(field);
@@ -396,6 +491,11 @@ private:
         if (words.size() != 3 || !isName(words[1])) {
             throw UsageError("expected: keep NAME OUTPUT (a name of letters, digits and _)",
                              words.size() == 3 ? 1 : std::min<std::size_t>(words.size(), 3));
+        }
+        const bool isTold = std::any_of(_plan.parameters.begin(), _plan.parameters.end(),
+                                        [&](const PlanParameter& parameter) { return parameter.name == words[1]; });
+        if (isTold) {
+            throw UsageError(words[1] + " is a parameter, which nothing changes", 1);
         }
         // Known from here on even when the output is not: one slip is one problem.
         _kept.insert(words[1]);
@@ -440,6 +540,8 @@ private:
     std::set<std::string> _kept = {kPlanFolder};
     std::set<std::string> _pictures;
     std::set<std::string> _data;
+    std::set<std::string> _measures;
+    bool _areLimitsKnown = false;
 };
 
 }  // namespace
@@ -452,8 +554,8 @@ std::string PlanLine::text() const {
     return text;
 }
 
-Plan parsePlan(std::string_view text, std::vector<Problem>& problems) {
-    return Parser(text, problems).take();
+Plan parsePlan(std::string_view text, std::vector<Problem>& problems, const std::string& file) {
+    return Parser(text, problems, file).take();
 }
 
 }  // namespace tool

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "plan/fault_file.h"
+#include "plan/limits.h"
+#include "plan/parameter.h"
 #include "plan/step.h"
 
 namespace tool {
@@ -16,6 +18,10 @@ struct Plan {
     std::string file;
     std::string name;
     std::vector<Step> steps;
+    std::vector<PlanParameter> parameters;
+    std::string unit;        // the serial number, which may hold ${NAME} of parameters; empty: it is about no unit
+    std::string limitsFile;  // may hold ${NAME} of parameters; empty: there is none
+    Limits limits;           // of that file, as far as its name is known without a run
     std::vector<PlanFault> faults;  // that a run of it is to meet
     bool judgesRefusals = true;     // a call that the chip refuses fails its line unless the plan says otherwise
     bool bringsUpTeardown = false;  // the first step brings the set up for a teardown in another worker, too
@@ -25,8 +31,15 @@ struct Plan {
 };
 
 // Reads a plan and checks everything that can be checked without calling anything. All problems, in the order of their
-// lines; the plan is to be used only when there are none.
-Plan parsePlan(std::string_view text, std::vector<Problem>& problems);
+// lines; the plan is to be used only when there are none. Files that it names are next to `file`.
+Plan parsePlan(std::string_view text, std::vector<Problem>& problems, const std::string& file = "");
+
+// What ${NAME} of parameters and ${PLAN_DIR} stand for when a run begins.
+Variables variablesFor(const Plan& plan, const ParameterValues& values);
+// The limits of a run with these values. Throws UsageError, also where a measurement of the plan has none.
+Limits limitsFor(const Plan& plan, const ParameterValues& values);
+// The unit's serial number; empty without one. Throws UsageError for what is none.
+std::string unitFor(const Plan& plan, const ParameterValues& values);
 
 }  // namespace tool
 

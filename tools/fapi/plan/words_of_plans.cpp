@@ -27,6 +27,7 @@ constexpr ForeignWord kForeignWords[] = {
     {"for", "step NAME retry N repeats a step until it passes, fapi run --repeat N a plan"},
     {"if", "there are no conditions; write a plan for each case"},
     {"include", "fapi run takes several plans, one after the other"},
+    {"dut", "unit serial ${serial} names the unit, param NAME \"what it is\" a value that each run is told"},
     {"let", "keep NAME OUTPUT stores what a line answers"},
     {"loop", "step NAME retry N repeats a step until it passes, fapi run --repeat N a plan"},
     {"pause", "wait TIME"},
@@ -51,8 +52,9 @@ std::string unknownPlanWord(const std::string& word) {
             return "plans know no " + word + ": " + foreign.instead;
         }
     }
-    static const std::vector<std::string> kPlanWords = {"data",    "expect", "every", "keep", "on-failure", "only-if",
-                                                        "picture", "plan",   "retry", "step", "teardown",   "wait"};
+    static const std::vector<std::string> kPlanWords = {
+        "data",  "expect",  "every", "keep",  "limits", "measure",  "on-failure", "only-if",
+        "param", "picture", "plan",  "retry", "step",   "teardown", "unit",       "wait"};
     const std::string near = nearest(word, kPlanWords);
     return near.empty() ? unknownOperation(word) : "no such operation: " + word + ", did you mean " + near + "?";
 }

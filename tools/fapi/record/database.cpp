@@ -6,8 +6,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include <soci/sqlite3/soci-sqlite3.h>
-
 #include "base/text_pattern.h"
 #include "protocol/characters.h"
 #include "protocol/value.h"
@@ -60,21 +58,21 @@ std::string nameOf(const std::string& address) {
     return address.substr(0, at) + address.substr(at + url.password.size());
 }
 
-// Programs beside this one may write meanwhile, so they wait for each other.
+// Programs beside this one may write meanwhile, so they wait for each other. By its name a database's library is loaded
+// where it is used, and takes no time of the other commands.
 soci::connection_parameters connectionTo(const std::string& address, Access access) {
     if (isServerAddress(address)) {
         checkServerAddress(address);
         // What the address or a service file says comes first, and a socket of this machine needs none.
         setenv("PGSSLMODE", isLocal(hostOf(address)) ? "prefer" : "verify-full", 0);
         setenv("PGCONNECT_TIMEOUT", "10", 0);
-        // Loaded only where it is used.
         return {"postgresql", address};
     }
     std::error_code error;
     if (access == Access::read && !fs::exists(address, error)) {
         throw ResultsError(address + ": there are no results", "");
     }
-    return {soci::sqlite3, "dbname=\"" + address + "\" timeout=" + kLockSeconds};
+    return {"sqlite3", "dbname=\"" + address + "\" timeout=" + kLockSeconds};
 }
 
 std::string noState(const soci::soci_error&) {
@@ -89,34 +87,34 @@ std::string oneLine(std::string text) {
     return std::string(beginningOf(text, 400));
 }
 
-std::string reasonOf(int result, const std::string& file) {
-    switch (result & 0xFF) {
-        case SQLITE_FULL:
-            return "the disk is full: " + file;
-        case SQLITE_BUSY:
-        case SQLITE_LOCKED:
-            return file + ": is locked by another program";
-        case SQLITE_CORRUPT:
-        case SQLITE_NOTADB:
-            return file + ": is damaged, or holds no results; move it away to begin anew";
-        case SQLITE_CANTOPEN:
-            return file + ": cannot be opened";
-        case SQLITE_READONLY:
-            return file + ": cannot be written";
-        case SQLITE_IOERR:
-            return file + ": cannot be read or written, the disk fails or is full";
-        default:
-            return "";
-    }
-}
+// What SQLite says in an error's text, and what that means to somebody who has the file.
+struct Reason {
+    const char* said;
+    const char* before;  // the file's name
+    const char* after;
+};
+
+constexpr Reason kReasons[] = {
+    {"database or disk is full", "the disk is full: ", ""},
+    {" is locked", "", ": is locked by another program"},
+    {"malformed", "", ": is damaged, or holds no results; move it away to begin anew"},
+    {"file is not a database", "", ": is damaged, or holds no results; move it away to begin anew"},
+    {"unable to open database file", "", ": cannot be opened"},
+    {"attempt to write a readonly database", "", ": cannot be written"},
+    {"disk I/O error", "", ": cannot be read or written, the disk fails or is full"},
+};
 
 [[noreturn]] void refuse(const soci::soci_error& error, const std::string& name) {
-    std::string reason;
-    if (const auto* own = dynamic_cast<const soci::sqlite3_soci_error*>(&error)) {
-        reason = reasonOf(own->result(), name);
+    const std::string said = error.get_error_message();
+    if (!isServerAddress(name)) {
+        for (const Reason& reason : kReasons) {
+            if (said.find(reason.said) != std::string::npos) {
+                throw ResultsError(reason.before + name + reason.after, "");
+            }
+        }
     }
     // A server's message never holds the password, but the connection's words may.
-    throw ResultsError(reason.empty() ? name + ": " + oneLine(error.get_error_message()) : reason, serverState(error));
+    throw ResultsError(name + ": " + oneLine(said), serverState(error));
 }
 
 }  // namespace

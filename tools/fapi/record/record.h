@@ -22,6 +22,8 @@ struct Position {
 
 // What a run keeps of a text or of bytes, in its reports and its history.
 constexpr std::size_t kKeptBytes = 65536;
+// What the JSON report keeps of what a line has answered.
+constexpr std::size_t kWholeBytes = 16u << 20;
 // What a message has of the line that it is about.
 constexpr std::size_t kToldBytes = 1000;
 

@@ -49,6 +49,20 @@ Json StepResult::kept(const char* what) const {
     return all;
 }
 
+Json StepResult::measurements() const {
+    Json all = Json::array();
+    for (const Json& expectations : kept("expectations")) {
+        for (const Json& expectation : expectations) {
+            for (const Json& measured : expectation.value("measurements", Json::array())) {
+                if (measured.contains("name")) {
+                    all.push_back(measured);
+                }
+            }
+        }
+    }
+    return all;
+}
+
 Json StepResult::refusals() const {
     Json all = Json::array();
     for (const Json& refusals : kept("refusals")) {
@@ -77,6 +91,30 @@ Verdict PlanResult::verdict() const {
 
 bool PlanResult::isGood() const {
     return count(Verdict::passed) + count(Verdict::marginal) + count(Verdict::skipped) == steps.size();
+}
+
+bool PlanResult::isWaived(std::size_t step) const {
+    return steps[step].verdict() == Verdict::failed &&
+           std::any_of(waivers.begin(), waivers.end(),
+                       [&](const Waiver& waiver) { return waiver.step == plan->steps[step].name; });
+}
+
+std::string PlanResult::waiver() const {
+    std::string text;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        if (isBad(steps[i].verdict()) && !isWaived(i)) {
+            return "";
+        }
+    }
+    for (const Waiver& waiver : waivers) {
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            if (plan->steps[i].name == waiver.step && isWaived(i)) {
+                text += (text.empty() ? "" : "; ") + waiver.step + ": " + waiver.reason;
+                break;
+            }
+        }
+    }
+    return text;
 }
 
 RunCounts::RunCounts(const PlanResult& result)

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "record/record.h"
+#include "record/run_record.h"
 
 namespace tool {
 
@@ -29,12 +30,21 @@ struct StepResult {
     double seconds() const;
     // What the last attempt has kept: "picture" (name and file, beside the report) or "data" (as PlanData has them).
     Json kept(const char* what) const;
+    // What the last attempt has measured by name.
+    Json measurements() const;
     // What the chip has refused in the last attempt, as addRefusals() tells it.
     Json refusals() const;
 };
 
+// A failure of a step that a person lets pass.
+struct Waiver {
+    std::string step, reason;
+};
+
 struct PlanResult {
     const Plan* plan = nullptr;
+    const RunRecord* record = nullptr;  // null without a report
+    std::vector<Waiver> waivers;
     std::chrono::system_clock::time_point start;
     double seconds = 0;
     std::string setFolder;
@@ -48,6 +58,10 @@ struct PlanResult {
     // Of the plan: passed, marginal, failed, error or interrupted, for who died has failed.
     Verdict verdict() const;
     bool isGood() const;
+    // Whether the step has failed, and somebody lets that pass.
+    bool isWaived(std::size_t step) const;
+    // The waivers that were needed, "STEP: REASON"; empty unless all that is bad is waived.
+    std::string waiver() const;
     // What the PC could not do for the report: no fault of the set, and in no verdict.
     std::vector<std::string> notes() const;
     // The files of the pictures that attempts have left beside the report.

@@ -48,7 +48,7 @@ std::string hostName() {
 
 // A run that goes on, or whose process has died.
 struct ActiveRun {
-    std::string run, unit, began, host, started;
+    std::string run, unit, began, host, started, plan;
     long long process = 0, number = 0;
 
     // What another machine runs cannot be seen from here.
@@ -57,10 +57,10 @@ struct ActiveRun {
 
 std::vector<ActiveRun> activeRuns(Database& database) {
     Statement statement(database,
-                        "select a.run, coalesce(r.unit, ''), r.began, a.host, a.started, a.process, r.number "
+                        "select a.run, coalesce(r.unit, ''), r.began, a.host, a.started, r.plan, a.process, r.number "
                         "from active a join run r on r.id = a.run");
     ActiveRun active;
-    for (std::string* text : {&active.run, &active.unit, &active.began, &active.host, &active.started}) {
+    for (std::string* text : {&active.run, &active.unit, &active.began, &active.host, &active.started, &active.plan}) {
         statement.into(*text);
     }
     statement.into(active.process);
@@ -149,8 +149,8 @@ void ResultsStore::begin(RunRecord& run) {
     Transaction transaction(_database);
     for (const ActiveRun& active : activeRuns(_database)) {
         if (run.unit && active.unit == *run.unit && active.isAlive()) {
-            throw UnitIsBusy("unit " + display(*run.unit, 60) + " is in run " + std::to_string(active.number) +
-                             ", which began " + active.began + " and goes on");
+            throw UnitIsBusy("unit " + display(*run.unit, 60) + " is in run " + std::to_string(active.number) + " (" +
+                             active.plan + "), which began " + active.began + " and goes on");
         }
     }
     run.number =
@@ -217,6 +217,10 @@ void ResultsStore::endRow(const RunRecord& run) {
             {run.ended.value_or(""), run.seconds, run.verdict.value_or(""), run.decidingStep, run.why, run.passed,
              run.marginal, run.failed, run.errors, run.interrupted, run.notRun, run.report, run.library, run.agent,
              run.parameters, run.id});
+    if (run.waiver) {
+        runOnce(_database, "update run set waived_by = :a, waiver = :b where id = :c",
+                {run.waivedBy.value_or(""), *run.waiver, run.id});
+    }
 }
 
 void ResultsStore::putOut(const std::string& run) {

@@ -6,9 +6,12 @@
 #include <filesystem>
 #include <sstream>
 
+#include <pwd.h>
 #include <unistd.h>
 
+#include "base/decimal.h"
 #include "protocol/characters.h"
+#include "protocol/sha256.h"
 #include "record/identity.h"
 
 namespace tool {
@@ -21,6 +24,12 @@ std::string thisHost() {
     char name[256] = "";
     gethostname(name, sizeof(name) - 1);
     return name[0] == '\0' ? "localhost" : name;
+}
+
+// Who is logged in.
+std::string loginName() {
+    const passwd* entry = getpwuid(geteuid());
+    return entry != nullptr ? entry->pw_name : std::to_string(geteuid());
 }
 
 // "sys_get_emmc_env_var", "set pixel"
@@ -54,7 +63,17 @@ MeasurementRecord measurementOf(const Json& measured) {
     row.high = numberIn(measured, "high");
     row.margin = numberIn(measured, "margin");
     const bool isIn = row.value && (!row.low || *row.value >= *row.low) && (!row.high || *row.value <= *row.high);
-    row.verdict = verdictName(isIn ? Verdict::passed : Verdict::failed);
+    row.verdict = measured.value("verdict", verdictName(isIn ? Verdict::passed : Verdict::failed));
+    row.unit = measured.value("unit", "");
+    if (const auto values = measured.find("values"); values != measured.end()) {
+        std::string text;
+        for (const Json& value : *values) {
+            text += (text.empty() ? "" : " ") + decimalText(value.get<double>());
+        }
+        row.text = beginningOf(text, kKeptBytes);
+    } else if (measured.contains("text")) {
+        row.text = measured["text"].get<std::string>();
+    }
     return row;
 }
 
@@ -64,7 +83,10 @@ std::vector<MeasurementRecord> measurementsOf(const Attempt& attempt) {
         for (const Json& expectation : command.value("expectations", Json::array())) {
             for (const Json& measured : expectation.value("measurements", Json::array())) {
                 MeasurementRecord row = measurementOf(measured);
-                row.name = measurementName(nameOfCommand(command) + " " + measured["what"].get<std::string>(), found);
+                row.name =
+                    measured.contains("name")
+                        ? measured["name"].get<std::string>()
+                        : measurementName(nameOfCommand(command) + " " + measured["what"].get<std::string>(), found);
                 found.push_back(std::move(row));
             }
         }
@@ -136,28 +158,47 @@ void addDecidingStep(RunRecord& run, const PlanResult& result) {
     }
 }
 
-RunRecord newRunRecord(const Plan& plan, const std::string& setFolder, const std::string& report) {
+// Of all that decides what the run comes to, but for the set.
+std::string hashOf(const Plan& plan, const RunFacts& facts) {
+    Sha256 sum;
+    for (const std::string& part : {plan.hash, facts.limits, plan.faultsHash, facts.bindings, facts.library,
+                                    facts.agent, std::string(FAPI_VERSION)}) {
+        sum.add(part.c_str(), part.size() + 1);
+    }
+    return sum.sum();
+}
+
+RunRecord newRunRecord(const Plan& plan, const RunFacts& facts) {
     RunRecord run;
     const WallTime now = std::chrono::system_clock::now();
     run.id = newRunId(now);
     run.began = utcText(now);
     run.utcOffset = utcOffsetAt(now);
-    run.station = run.host = thisHost();
+    run.host = thisHost();
+    run.station = facts.station.empty() ? run.host : facts.station;
+    run.stage = facts.stage;
+    run.person = loginName();
+    if (!facts.unit.empty()) {
+        run.unit = facts.unit;
+    }
     run.plan = plan.name;
     run.planFile = plan.file;
-    run.planHash = plan.hash;
-    run.parameters = "{}";
-    run.set = setFolder;
+    run.planHash = hashOf(plan, facts);
+    run.parameters = jsonLine(Json(facts.parameters.empty() ? Json::object() : Json(facts.parameters)));
+    run.target = facts.target;
+    run.set = facts.set;
+    run.library = facts.library;
+    run.agent = facts.agent;
+    run.bench = FAPI_VERSION;
     run.faults = static_cast<long long>(plan.faults.size());
-    run.report = fs::path(report).filename().string();
+    run.report = fs::path(facts.report).filename().string();
     return run;
 }
 
 }  // namespace
 
-RunRecording::RunRecording(ResultsWriter& writer, const Plan& plan, const std::string& setFolder,
-                           const std::string& report)
-    : _writer(writer), _plan(plan), _run(newRunRecord(plan, setFolder, report)), _stored(plan.steps.size(), 0) {
+RunRecording::RunRecording(ResultsWriter& writer, const Plan& plan, const RunFacts& facts)
+    : _writer(writer), _plan(plan), _run(newRunRecord(plan, facts)), _stored(plan.steps.size(), 0) {
     _writer.begin(_run);
 }
 
@@ -174,13 +215,7 @@ void RunRecording::endStep(std::size_t index, const StepResult& step) {
     _writer.add(std::move(parts));
 }
 
-void RunRecording::end(const PlanResult& result) {
-    for (std::size_t i = 0; i < result.steps.size(); ++i) {
-        if (_stored[i] != 1 + result.steps[i].attempts.size()) {
-            endStep(i, result.steps[i]);
-        }
-    }
-    addPictures(result);
+void RunRecording::conclude(const PlanResult& result) {
     const RunCounts counts(result);
     const auto number = [](std::size_t count) { return static_cast<long long>(count); };
     _run.ended = utcText(std::chrono::system_clock::now());
@@ -192,8 +227,20 @@ void RunRecording::end(const PlanResult& result) {
     _run.errors = number(counts.errors);
     _run.interrupted = number(counts.interrupted);
     _run.notRun = number(counts.notRun);
-    _run.library = result.library;
     addDecidingStep(_run, result);
+    if (const std::string reason = result.waiver(); !reason.empty()) {
+        _run.waivedBy = _run.person;
+        _run.waiver = reason;
+    }
+}
+
+void RunRecording::end(const PlanResult& result) {
+    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+        if (_stored[i] != 1 + result.steps[i].attempts.size()) {
+            endStep(i, result.steps[i]);
+        }
+    }
+    addPictures(result);
     _isEnded = true;
     _writer.end(_run);
 }

@@ -8,18 +8,30 @@
 
 namespace tool {
 
+// What the record of a run begins with.
+struct RunFacts {
+    std::string set, report;  // `report` is what the names of its report's files begin with
+    ParameterValues parameters;
+    std::string unit;                      // empty: it is about none
+    std::string limits;                    // the hash of the limits
+    std::string station, stage, bindings;  // the bindings are those of the station's file; an empty name is the host's
+    std::string target, library, agent;    // the set's kind, versions
+};
+
 // One run of a plan, whose steps are stored as they end.
 class RunRecording {
 public:
-    // `report` is what the names of its report's files begin with. Throws ResultsError and UnitIsBusy.
-    RunRecording(ResultsWriter& writer, const Plan& plan, const std::string& setFolder, const std::string& report);
+    // Throws ResultsError and UnitIsBusy.
+    RunRecording(ResultsWriter& writer, const Plan& plan, const RunFacts& facts);
     // A run that came to nothing leaves no record.
     ~RunRecording();
     RunRecording(const RunRecording&) = delete;
     RunRecording& operator=(const RunRecording&) = delete;
 
     void endStep(std::size_t index, const StepResult& step);
-    // Throws ResultsError.
+    // What the run has come to, for its reports.
+    void conclude(const PlanResult& result);
+    // Stores that. Throws ResultsError.
     void end(const PlanResult& result);
     const RunRecord& run() const { return _run; }
 

@@ -56,13 +56,15 @@ Attempt attemptOf(const Json& json) {
 
 }  // namespace
 
-UnfinishedRun::UnfinishedRun(const Plan& plan, const std::string& stem, const std::string& setFolder, bool fresh)
+UnfinishedRun::UnfinishedRun(const Plan& plan, const ParameterValues& parameters, const std::string& stem,
+                             const std::string& setFolder, bool fresh)
     : _stem(stem),
       _plan(absolutePath(plan.file)),
       _hash(plan.hash),
       _faultsHash(plan.faultsHash),
       _setFolder(absolutePath(setFolder)),
-      _fresh(fresh) {}
+      _fresh(fresh),
+      _parameters(parameters) {}
 
 // Throws exceptions of all kinds for what write() did not write.
 UnfinishedRun::UnfinishedRun(const std::string& file)
@@ -208,7 +210,8 @@ void UnfinishedRun::giveUp(const char* why) {
 }
 
 Json UnfinishedRun::header() const {
-    return {{"plan", _plan}, {"hash", _hash}, {"faults", _faultsHash}, {"set", _setFolder}, {"fresh", _fresh}};
+    return {{"plan", _plan},     {"hash", _hash},   {"faults", _faultsHash},
+            {"set", _setFolder}, {"fresh", _fresh}, {"parameters", _parameters}};
 }
 
 void UnfinishedRun::readHeader(const Json& json) {
@@ -217,6 +220,7 @@ void UnfinishedRun::readHeader(const Json& json) {
     _faultsHash = json.at("faults").get<std::string>();
     _setFolder = json.at("set").get<std::string>();
     _fresh = json.at("fresh").get<bool>();
+    _parameters = json.value("parameters", ParameterValues());
 }
 
 // Changes nothing unless all of it can be read.

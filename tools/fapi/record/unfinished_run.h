@@ -14,7 +14,8 @@ namespace tool {
 class UnfinishedRun {
 public:
     // Of a run that begins on the set in `setFolder`. There is no file before begin().
-    UnfinishedRun(const Plan& plan, const std::string& stem, const std::string& setFolder, bool fresh);
+    UnfinishedRun(const Plan& plan, const ParameterValues& parameters, const std::string& stem,
+                  const std::string& setFolder, bool fresh);
 
     // The newest one of the plan in the report folder, on that set; of any when `setFolder` is empty. Throws UsageError
     // when there is none that can be gone on with.
@@ -41,6 +42,7 @@ public:
     const std::string& stem() const { return _stem; }
     const std::string& setFolder() const { return _setFolder; }
     bool isFresh() const { return _fresh; }
+    const ParameterValues& parameters() const { return _parameters; }
 
     // Where it goes on, and what there was until then; steps that have not ended have no result.
     const Position& position() const { return _position; }
@@ -77,6 +79,7 @@ private:
     std::string _faultsHash;
     std::string _setFolder;
     bool _fresh = false;
+    ParameterValues _parameters;
 
     Position _position;
     Variables _variables;

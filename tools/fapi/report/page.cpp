@@ -11,6 +11,7 @@
 
 #include "base/report_text.h"
 #include "report/charts.h"
+#include "report/measured_text.h"
 #include "report/step.h"
 #include "report/style.h"
 
@@ -146,8 +147,34 @@ void addKeptFact(Html facts, const char* title, const char* kind, const PlanResu
     }
 }
 
+// What the run is known by.
+void writeRecord(Html facts, const PlanResult& result) {
+    if (result.record == nullptr) {
+        return;
+    }
+    const RunRecord& run = *result.record;
+    if (run.unit) {
+        addFact(facts, "Unit", *run.unit + ", attempt " + std::to_string(run.attempt));
+    }
+    std::string parameters;
+    const Json values = Json::parse(run.parameters);
+    for (const auto& [name, value] : values.items()) {
+        parameters += (parameters.empty() ? "" : ", ") + name + " " + beginningOf(value.get<std::string>(), kShownText);
+    }
+    addFact(facts, "Parameters", beginningOf(parameters, kShownText));
+    addFact(facts, "Run", std::to_string(run.number) + ", " + run.id);
+    addFact(facts, "Station", run.station + (run.stage.empty() ? "" : ", " + run.stage));
+    addFact(facts, "Operator", run.person + " at " + run.host);
+    addFact(facts, "SHA-256", run.planHash);
+    addFact(facts, "Agent", run.agent);
+    if (run.waiver) {
+        addFact(facts, "Waived", "by " + run.waivedBy.value_or("") + ": " + beginningOf(*run.waiver, kShownText));
+    }
+}
+
 void writeFacts(Html main, const PlanResult& result) {
     Html facts = main.add("dl", "facts");
+    writeRecord(facts, result);
     addFact(facts, "Plan", result.plan->file);
     addFact(facts, "Library", result.library);
     addFact(facts, "Set", result.setFolder);
@@ -297,15 +324,18 @@ void writeMeasurement(Html rows, const Measurement& measurement, const Step& ste
     const Json& json = measurement.json;
     Html row = rows.add("tr", verdictClass(measurement.verdict).c_str());
     addName(row, step, measurement.step, true);
-    Html what = row.add("td", "what", json["what"].get<std::string>());
+    Html what = row.add("td", "what", json.value("name", json["what"].get<std::string>()));
     what.text(" ");
     what.add("code", "", beginningOf(measurement.command, kShownCommand));
-    addCell(row, kValue, jsonText(json["value"], -1));
-    Html limits = addCell(row, kLimits, jsonText(json["low"], -1) + " to " + jsonText(json["high"], -1));
+    addCell(row, kValue, beginningOf(seenText(json), kShownCommand));
+    Html limits = addCell(row, kLimits, beginningOf(allowedText(json), kShownCommand));
     if (json["margin"] != 0) {
         limits.add("span", "margin", " margin " + jsonText(json["margin"], -1));
     }
-    drawGauge(row.add("td", "gauge"), json);
+    Html gauge = row.add("td", "gauge");
+    if (json.contains("value") && json["value"].is_number() && json["low"].is_number() && json["high"].is_number()) {
+        drawGauge(gauge, json);
+    }
     addBadge(row, measurement.verdict);
 }
 

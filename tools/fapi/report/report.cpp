@@ -3,6 +3,7 @@
 #include "report/report.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -17,6 +18,8 @@
 #include "base/durable_file.h"
 #include "base/report_text.h"
 #include "protocol/characters.h"
+#include "record/identity.h"
+#include "report/measured_text.h"
 #include "report/page.h"
 
 namespace tool {
@@ -26,6 +29,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kJson[] = ".json";
+// In a time like "2026-02-14T10:15:30+01:00".
+constexpr std::size_t kZonePlace = 19;
 
 std::string secondsText(double seconds) {
     char text[32];
@@ -57,6 +62,7 @@ public:
         suite.append_attribute("skipped") = result.count(Verdict::notRun) + result.count(Verdict::skipped);
         suite.append_attribute("time") = secondsText(result.seconds).c_str();
         addProperty(suite, "verdict", verdictName(result.verdict()));
+        addRecord(suite, result);
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             addStep(suite, *result.plan, result.plan->steps[i], result.steps[i]);
         }
@@ -66,6 +72,28 @@ public:
     }
 
 private:
+    static void addRecord(pugi::xml_node suite, const PlanResult& result) {
+        if (result.record == nullptr) {
+            return;
+        }
+        const RunRecord& run = *result.record;
+        addProperty(suite, "run", run.id);
+        addProperty(suite, "unit", run.unit.value_or(""));
+        addProperty(suite, "attempt", std::to_string(run.attempt));
+        const Json values = Json::parse(run.parameters);
+        for (const auto& [name, value] : values.items()) {
+            addProperty(suite, ("parameter." + name).c_str(), value.get<std::string>());
+        }
+        addProperty(suite, "station", run.station);
+        addProperty(suite, "stage", run.stage);
+        addProperty(suite, "operator", run.person);
+        addProperty(suite, "zone", localText(run.began, run.utcOffset).substr(kZonePlace));
+        if (run.waiver) {
+            addProperty(suite, "waived-by", run.waivedBy.value_or(""));
+            addProperty(suite, "waiver", *run.waiver);
+        }
+    }
+
     static void addStep(pugi::xml_node suite, const Plan& plan, const Step& step, const StepResult& result) {
         pugi::xml_node test = suite.append_child("testcase");
         attribute(test, "classname", plan.name);
@@ -81,6 +109,9 @@ private:
         }
         for (const Json& refusal : result.refusals()) {
             addProperty(test, "refused", refusal["text"].get<std::string>());
+        }
+        for (const Json& measured : result.measurements()) {
+            addProperty(test, ("measurement." + measured["name"].get<std::string>()).c_str(), measuredText(measured));
         }
         for (const Json& picture : result.kept("picture")) {
             addProperty(test, "picture", picture["file"].get<std::string>());
@@ -132,7 +163,9 @@ public:
     const char* extension() const override { return kJson; }
 
     std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
-        Json json = {{"plan", result.plan->name},
+        Json json = {{"schema", kSchemaVersion},
+                     {"run", result.record != nullptr ? recordJson(*result.record) : Json(nullptr)},
+                     {"plan", result.plan->name},
                      {"file", result.plan->file},
                      {"start", isoTime(result.start)},
                      {"seconds", result.seconds},
@@ -153,6 +186,32 @@ public:
     }
 
 private:
+    // docs/record.schema.json describes it.
+    static constexpr int kSchemaVersion = 1;
+
+    static Json recordJson(const RunRecord& run) {
+        return {
+            {"id", run.id},
+            {"number", run.number},
+            {"unit", run.unit ? Json(*run.unit) : Json(nullptr)},
+            {"attempt", run.attempt},
+            {"parameters", Json::parse(run.parameters)},
+            {"plan", {{"name", run.plan}, {"file", run.planFile}, {"sha256", run.planHash}}},
+            {"target", {{"kind", run.target}, {"set", run.set}}},
+            {"versions", {{"library", run.library}, {"agent", run.agent}, {"bench", run.bench}}},
+            {"station", run.station},
+            {"stage", run.stage},
+            {"operator", run.person},
+            {"host", run.host},
+            {"began", run.began},
+            {"ended", run.ended.value_or("")},
+            {"utc_offset_minutes", run.utcOffset},
+            {"verdict", run.verdict.value_or("")},
+            {"deciding_step", run.decidingStep},
+            {"why", run.why},
+            {"waiver", run.waiver ? Json({{"by", run.waivedBy.value_or("")}, {"text", *run.waiver}}) : Json(nullptr)}};
+    }
+
     static Json stepJson(const Step& step, const StepResult& result) {
         Json json = {{"name", beginningOf(step.name, kKeptBytes)},
                      {"line", step.line},
@@ -162,6 +221,7 @@ private:
                      {"seconds", result.seconds()},
                      {"pictures", result.kept("picture")},
                      {"data", result.kept("data")},
+                     {"measurements", result.measurements()},
                      {"refusals", result.refusals()},
                      {"attempts", Json::array()}};
         for (const Attempt& attempt : result.attempts) {
@@ -183,6 +243,16 @@ bool isTaken(const std::string& stem) {
         std::error_code error;
         return fs::exists(stem + report->extension(), error);
     });
+}
+
+// What the names of files have of a serial number: "-A-0815".
+std::string nameOfUnit(const std::string& unit) {
+    constexpr std::size_t kLongest = 64;
+    std::string name = (unit.empty() ? "" : "-") + unit.substr(0, kLongest);
+    const auto isPlain = [](unsigned char c) { return std::isalnum(c) != 0 || c == '-' || c == '.' || c == '_'; };
+    std::replace_if(
+        name.begin(), name.end(), [&](char c) { return !isPlain(static_cast<unsigned char>(c)); }, '_');
+    return name;
 }
 
 // A descriptor that has the file locked, or -1 when it is gone already. With O_EXCL also when it is there.
@@ -218,8 +288,8 @@ void prepareReportFolder(const std::string& folder) {
     }
 }
 
-ReportFiles::ReportFiles(const Plan& plan, const std::string& folder) {
-    const std::string first = (fs::path(folder) / fs::path(plan.file).stem()).string() +
+ReportFiles::ReportFiles(const Plan& plan, const std::string& folder, const std::string& unit) {
+    const std::string first = (fs::path(folder) / fs::path(plan.file).stem()).string() + nameOfUnit(unit) +
                               timeText(std::chrono::system_clock::now(), "-%Y%m%d-%H%M%S");
     _stem = first;
     for (int number = 2; isTaken(_stem) || (_lock = lockFile(_stem + kJson, O_EXCL)) < 0; ++number) {

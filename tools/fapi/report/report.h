@@ -27,8 +27,8 @@ void prepareReportFolder(const std::string& folder);
 // The files of one run. Their names are taken before it begins, for its pictures have the same.
 class ReportFiles {
 public:
-    // Throws SetError.
-    ReportFiles(const Plan& plan, const std::string& folder);
+    // With the unit's serial number in the names, unless that is empty. Throws SetError.
+    ReportFiles(const Plan& plan, const std::string& folder, const std::string& unit);
     // Of a run that is resumed, which has its names.
     explicit ReportFiles(const std::string& stem);
     // A run that came to nothing leaves no file.
@@ -36,7 +36,8 @@ public:
     ReportFiles(const ReportFiles&) = delete;
     ReportFiles& operator=(const ReportFiles&) = delete;
 
-    // "reports/factory-line-20260214-101530", or with "-2" behind it when that is taken.
+    // "reports/factory-line-20260214-101530", "reports/line-A-0815-20260214-101530", or with "-2" behind it when that
+    // is taken.
     const std::string& stem() const { return _stem; }
     // Writes all kinds, each whatever has become of the others, and names the files. Of what could not be written
     // nothing stays, and a line goes to `problems`.

@@ -33,6 +33,7 @@ constexpr Letter kLetters[] = {
     {'N', {"#   #", "##  #", "# # #", "#  ##", "#   #"}}, {'O', {" ### ", "#   #", "#   #", "#   #", " ### "}},
     {'P', {"#### ", "#   #", "#### ", "#    ", "#    "}}, {'R', {"#### ", "#   #", "#### ", "#  # ", "#   #"}},
     {'S', {" ####", "#    ", " ### ", "    #", "#### "}}, {'T', {"#####", "  #  ", "  #  ", "  #  ", "  #  "}},
+    {'V', {"#   #", "#   #", "#   #", " # # ", "  #  "}}, {'W', {"#   #", "#   #", "# # #", "## ##", "#   #"}},
     {'U', {"#   #", "#   #", "#   #", "#   #", " ### "}},
 };
 
@@ -80,17 +81,24 @@ std::string largeLetters(const std::string& word, std::size_t columns) {
     return text;
 }
 
-void printVerdict(Verdict verdict) {
-    const std::string word = verdictWord(verdict);
+static void printWord(const std::string& word, const char* wordColor) {
     if (!usesColors()) {
         printLine(word);
         return;
     }
     const std::size_t columns = isTerminal() ? terminalColumns() : word.size();
-    const std::string color = colorOf(verdict);
+    const std::string color = wordColor;
     const std::string large = largeLetters(word, columns);
     printLine((large.empty() ? "" : "\n" + color + large + kColorsOff + "\n") + color + kReversed +
               inTheMiddle(word, columns) + kColorsOff);
+}
+
+void printVerdict(Verdict verdict) {
+    printWord(verdictWord(verdict), colorOf(verdict));
+}
+
+void printWaived() {
+    printWord("WAIVED", kYellow);
 }
 
 }  // namespace tool

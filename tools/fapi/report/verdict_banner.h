@@ -17,6 +17,8 @@ std::string largeLetters(const std::string& word, std::size_t columns);
 // The last line of a run or of several: the word, alone. With colors a bar as wide as the terminal is around it, and
 // large letters are above it.
 void printVerdict(Verdict verdict);
+// The same for a failure that somebody lets pass.
+void printWaived();
 
 }  // namespace tool
 

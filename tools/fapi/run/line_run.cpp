@@ -36,6 +36,38 @@ void addFound(const Condition& condition, const std::string& what, const Value& 
     }
 }
 
+void addNumber(Json& json, const char* name, const std::optional<double>& number) {
+    json[name] = number ? Json(*number) : Json(nullptr);
+}
+
+// What was seen and what was allowed, for reports and for the store.
+Json toJson(const Measure& measure, const Measured& measured) {
+    Json json = {{"name", measure.name},
+                 {"what", measure.subject},
+                 {"unit", measured.unit},
+                 {"margin", measure.margin},
+                 {"verdict", verdictName(measured.judgement.verdict)}};
+    const std::vector<Bounds>& bounds = measured.allowed.bounds;
+    if (measured.allowed.isList || measured.values.size() > 1) {
+        json["values"] = measured.values;
+        json["limits"] = Json::array();
+        for (const Bounds& each : bounds) {
+            Json limit;
+            addNumber(limit, "low", each.low);
+            addNumber(limit, "high", each.high);
+            json["limits"].push_back(std::move(limit));
+        }
+        return json;
+    }
+    addNumber(json, "value", measured.values.empty() ? std::nullopt : std::optional(measured.values.front()));
+    addNumber(json, "low", bounds.front().low);
+    addNumber(json, "high", bounds.front().high);
+    if (!measured.text.empty()) {
+        json["text"] = measured.text;
+    }
+    return json;
+}
+
 // Whether the request was only refused: the set is there, and the run goes on.
 bool isRefusal(const RequestError& error) {
     switch (error.code()) {
@@ -105,7 +137,7 @@ bool LineRun::runCommand() {
     }
     _begun = answer->begun;
     if (hasReport()) {
-        _told = toJson(command, answer->outcome, kKeptBytes);
+        _told = toJson(command, answer->outcome, kWholeBytes);
         _told["line"] = _line.line;
         _told["seconds"] = secondsSince(_start);
     }
@@ -237,7 +269,7 @@ Json LineRun::judgeExpectation(const Expectation& expectation, const Command& co
         judged["why"] = "";
         return judged;
     }
-    const Judgement judgement = judgementOf(expectation, command, outcome);
+    const Judgement judgement = judgementOf(expectation, command, outcome, judged);
     worsen(judgement, expectation.line);
     judged["verdict"] = verdictName(judgement.verdict);
     judged["why"] = beginningOf(judgement.text, kKeptBytes);
@@ -252,7 +284,17 @@ Json LineRun::judgeExpectation(const Expectation& expectation, const Command& co
     return judged;
 }
 
-Judgement LineRun::judgementOf(const Expectation& expectation, const Command& command, const Outcome& outcome) {
+Judgement LineRun::judgeMeasure(const Measure& measure, const Command& command, const Outcome& outcome, Json& judged) {
+    const Measured measured = tool::judge(measure, command, outcome, _context.limits);
+    judged["measurements"] = Json::array({toJson(measure, measured)});
+    return measured.judgement;
+}
+
+Judgement LineRun::judgementOf(const Expectation& expectation, const Command& command, const Outcome& outcome,
+                               Json& judged) {
+    if (const auto* measure = std::get_if<Measure>(&expectation.what)) {
+        return judgeMeasure(*measure, command, outcome, judged);
+    }
     if (const auto* event = std::get_if<EventCondition>(&expectation.what)) {
         return _set.judge(*event, expectation.text, _context.variables);
     }

@@ -14,7 +14,8 @@ namespace tool {
 struct LineRunContext {
     RunSet& set;
     Variables& variables;
-    Variables& kept;            // what the lines have kept since this was emptied
+    Variables& kept;  // what the lines have kept since this was emptied
+    const Limits& limits;
     const std::string& report;  // what the names of the report's files begin with; empty: there is none
     bool judgesRefusals;
 };
@@ -39,7 +40,8 @@ private:
     void judgeOutcome(const Command& command, const Outcome& outcome);
     void followUp(const Command& command, const Outcome& outcome);
     Json judgeExpectation(const Expectation& expectation, const Command& command, const Outcome& outcome);
-    Judgement judgementOf(const Expectation& expectation, const Command& command, const Outcome& outcome);
+    Judgement judgementOf(const Expectation& expectation, const Command& command, const Outcome& outcome, Json& judged);
+    Judgement judgeMeasure(const Measure& measure, const Command& command, const Outcome& outcome, Json& judged);
     void addEvent(const EventCondition& condition, const Event& event, Json& judged) const;
     void keep(const Keep& keep, const Outcome& outcome);
     std::optional<Value> valueOf(std::string_view output, const Outcome& outcome) const;

@@ -167,6 +167,9 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
                             {"seconds", result.seconds},
                             {"faults", _plan.faults.size()},
                             {"notes", result.notes()},
+                            {"run", result.record != nullptr ? result.record->id : ""},
+                            {"unit", result.record != nullptr ? result.record->unit.value_or("") : ""},
+                            {"waived", result.waiver()},
                             {"reports", reports}}));
         return;
     }
@@ -180,8 +183,16 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
               " failed, " + some(counts.errors, " with an error of the station, ") +
               some(counts.interrupted, " interrupted, ") + some(counts.skipped, " skipped, ") +
               std::to_string(counts.notRun) + " not run in " + seconds);
+    if (result.record != nullptr && result.record->unit) {
+        printLine("unit: " + printable(*result.record->unit));
+    }
     for (const std::string& file : reports) {
         printLine("report: " + printable(file));
+    }
+    if (const std::string waiver = result.waiver(); !waiver.empty()) {
+        printLine("waived: " + printable(beginningOf(waiver, kShown)));
+        printWaived();
+        return;
     }
     printVerdict(result.verdict());
 }

@@ -34,9 +34,8 @@ bool expectsCalls(const Plan& plan) {
 // Whether the step's verdict depends on what comes besides answers, which a wire may lose.
 bool judgesWhatCame(const Step& step) {
     return std::any_of(step.lines.begin(), step.lines.end(), [](const PlanLine& line) {
-        return std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
-            return !std::holds_alternative<Condition>(expectation.what);
-        });
+        return std::any_of(line.expectations.begin(), line.expectations.end(),
+                           [](const Expectation& expectation) { return expectation.isAboutArrivals(); });
     });
 }
 
@@ -66,8 +65,8 @@ Verdict verdictOf(const RequestError& error) {
 
 }  // namespace
 
-PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, bool isShared, const std::string& report,
-                 Progress& progress, Interrupts& interrupts, UnfinishedRun* unfinished)
+PlanRun::PlanRun(const Plan& plan, const RunInput& input, const SessionOptions& session, bool isShared,
+                 const std::string& report, Progress& progress, Interrupts& interrupts, UnfinishedRun* unfinished)
     : _plan(plan),
       _report(report),
       _progress(progress),
@@ -76,10 +75,10 @@ PlanRun::PlanRun(const Plan& plan, const SessionOptions& session, bool isShared,
       _set(
           optionsFor(plan, session, isShared, !report.empty()), plan.faults, interrupts,
           [&progress] { progress.refresh(); }, progress.refreshMilliseconds()),
-      _lines{_set, _variables, _keptSince, _report, plan.judgesRefusals} {
-    const std::string folder = std::filesystem::path(plan.file).parent_path().string();
-    _variables[kPlanFolder] = folder.empty() ? "." : folder;
+      _variables(variablesFor(plan, input.parameters)),
+      _lines{_set, _variables, _keptSince, input.limits, _report, plan.judgesRefusals} {
     _result.plan = &plan;
+    _result.waivers = input.waivers;
     _result.start = std::chrono::system_clock::now();
     _result.setFolder = setFolder(session);
     _result.steps.resize(plan.steps.size());
@@ -102,7 +101,7 @@ void PlanRun::resume() {
 
 void PlanRun::run() {
     const Clock::time_point start = Clock::now();
-    open();
+    beforeSteps([this] { _set.switchOn(); });
     if (_result.resumed) {
         carryOut([this] { bringUp(_stopped ? stepsForTeardown() : _next); });
     }
@@ -118,15 +117,21 @@ void PlanRun::run() {
     _result.seconds += secondsSince(start);
 }
 
-void PlanRun::open() {
+// What ends the run now is no step's.
+template <class Part>
+void PlanRun::beforeSteps(Part&& part) {
     try {
-        _set.open();
+        part();
     } catch (const SetTaken& loss) {
         throw SetError(loss.how);
     } catch (const WorkerEnded& end) {
         throw SetError(end.how);
     }
-    _result.library = _set.library();
+}
+
+void PlanRun::open() {
+    beforeSteps([this] { _set.open(); });
+    _result.library = _set.hello()["library"].textOr("");
 }
 
 // A teardown brings up what it needs itself, for it may follow anything.
@@ -182,6 +187,7 @@ void PlanRun::runStep(const Step& step) {
     switch (std::exchange(_mend, Mend::nothing)) {
         case Mend::connection:
             _set.open();
+            _set.switchOn();
             break;
         case Mend::worker:
             _set.switchOn();
@@ -248,7 +254,7 @@ void PlanRun::endAttempt(const Step& step, bool isLast) {
         return;
     }
     const StepResult& result = _result.steps[_step];
-    _stopped = _stopped || (isBad(result.verdict()) && step.stopOnFailure);
+    _stopped = _stopped || (isBad(result.verdict()) && step.stopOnFailure && !_result.isWaived(_step));
     _set.faults().endStep(step.name);
     _state = State::between;
     // What has been told is never done again.

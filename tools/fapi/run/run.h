@@ -11,18 +11,29 @@
 
 namespace tool {
 
+// What a run is told besides its plan.
+struct RunInput {
+    ParameterValues parameters;
+    Limits limits;
+    std::vector<Waiver> waivers;
+};
+
 // Runs the plan step by step until the last one is done, whatever becomes of the set's worker.
 class PlanRun {
 public:
     // `report` is what the names of the report's files begin with; empty: there is none. `unfinished` is told of
     // everything that a resumed run needs; null: nobody is.
-    PlanRun(const Plan& plan, const SessionOptions& session, bool isShared, const std::string& report,
-            Progress& progress, Interrupts& interrupts, UnfinishedRun* unfinished);
+    PlanRun(const Plan& plan, const RunInput& input, const SessionOptions& session, bool isShared,
+            const std::string& report, Progress& progress, Interrupts& interrupts, UnfinishedRun* unfinished);
 
     // Before run(): goes on where that one ended.
     void resume();
 
-    // Throws SetError when the set is not available and nothing was called, and RunInterrupted.
+    // Joins the set and claims it. Throws SetError when it is not available, and RunInterrupted.
+    void open();
+    // What the agent has said of itself, once the run is open.
+    const Field& hello() const { return _set.hello(); }
+    // Throws as open() does while nothing was called.
     void run();
 
     const PlanResult& result() const { return _result; }
@@ -37,7 +48,8 @@ private:
 
     template <class Part>
     void carryOut(Part&& part);
-    void open();
+    template <class Part>
+    static void beforeSteps(Part&& part);
     std::size_t stepsForTeardown() const;
     void bringUp(std::size_t steps);
     void runSteps();

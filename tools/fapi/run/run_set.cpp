@@ -91,7 +91,7 @@ void RunSet::open() {
     }
     Target& target = join();
     _lost.clear();
-    _library = target.hello()["library"].textOr("");
+    _hello = target.hello();
     listen();
     guarded([&] {
         target.claim("runs the plan " + _options.plan);
@@ -107,7 +107,6 @@ void RunSet::open() {
             flushCalls();
         }
     });
-    switchOn();
 }
 
 // Waits for the set until that is interrupted.

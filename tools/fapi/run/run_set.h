@@ -55,7 +55,7 @@ public:
     RunSet(const RunSet&) = delete;
     RunSet& operator=(const RunSet&) = delete;
 
-    // Joins the set's hub, claims the set and switches it off and on, so that nothing of before is left. Throws
+    // Joins the set's hub and claims the set, which switchOn() has to follow: nothing of before is left then. Throws
     // RequestError, and RunInterrupted and SetTaken as all below.
     void open();
     // Switches the set off and on, or begins with another worker where that cannot be done from here. Forgets events,
@@ -63,8 +63,8 @@ public:
     void switchOn();
     // How often the set was switched on since it was made; empty for one that does not count that.
     const std::string& boots() const { return _boots; }
-    // The library's version.
-    const std::string& library() const { return _library; }
+    // What the agent says of itself.
+    const Field& hello() const { return _hello; }
 
     // A step's first interrupt ends it; in a teardown it is counted and nothing else. Throws RunInterrupted.
     void beginStep(bool isTeardown);
@@ -121,7 +121,8 @@ private:
     CallWatch _calls;
     ArmedFaults _faults;
     StepLog _log;
-    std::string _boots, _library;
+    std::string _boots;
+    Field _hello;
     std::chrono::steady_clock::duration _agentClock{0};  // how far it is ahead of this PC's
     bool _showsLog = false;
     bool _keepsCalls = false;  // the line expects calls

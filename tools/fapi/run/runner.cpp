@@ -11,17 +11,20 @@
 
 #include "base/terminal.h"
 #include "plan/files.h"
+#include "protocol/sha256.h"
 #include "record/old_history.h"
 #include "record/retention.h"
 #include "record/run_recording.h"
 #include "record/statistics.h"
 #include "report/report.h"
 #include "report/verdict_banner.h"
+#include "run/parameter_rows.h"
 #include "run/progress.h"
 #include "run/run.h"
 #include "target/bound_actions.h"
 #include "target/fresh_set.h"
 #include "target/output.h"
+#include "target/target_description.h"
 
 namespace tool {
 
@@ -63,15 +66,11 @@ bool readText(bool json, const std::string& file, std::string& text) {
     return true;
 }
 
-// Tells a changed file from the one it was (FNV-1a), not a forged one.
+// Tells a changed file from the one it was.
 std::string hashOf(const std::string& text) {
-    std::uint64_t hash = 0xCBF29CE484222325u;
-    for (const char c : text) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
-    }
-    char word[17];
-    std::snprintf(word, sizeof(word), "%016llx", static_cast<unsigned long long>(hash));
-    return word;
+    Sha256 sum;
+    sum.add(text.data(), text.size());
+    return sum.sum();
 }
 
 // All plans, or none when one of them has a problem; those are printed.
@@ -91,8 +90,7 @@ bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Pla
             continue;
         }
         std::vector<Problem> problems;
-        plans.push_back(parsePlan(text, problems));
-        plans.back().file = file;
+        plans.push_back(parsePlan(text, problems, file));
         plans.back().hash = hashOf(text);
         for (const Problem& problem : problems) {
             complain(json, file, problem.text, problem.line, problem.column);
@@ -155,7 +153,14 @@ bool readPlansAndFaults(bool json, const std::vector<std::string>& files, const 
 }
 
 Json toJson(const Plan& plan) {
-    Json json = {{"file", plan.file}, {"plan", plan.name}};
+    Json json = {{"file", plan.file}, {"plan", plan.name}, {"unit", plan.unit}};
+    json["parameters"] = Json::array();
+    for (const PlanParameter& parameter : plan.parameters) {
+        json["parameters"].push_back({{"name", parameter.name},
+                                      {"what", parameter.what},
+                                      {"matches", parameter.pattern},
+                                      {"default", parameter.fallback ? Json(*parameter.fallback) : Json(nullptr)}});
+    }
     json["faults"] = Json::array();
     for (const PlanFault& fault : plan.faults) {
         json["faults"].push_back(fault.text());
@@ -181,6 +186,11 @@ void printDryRun(const Plan& plan, bool json) {
         return;
     }
     printLine(printable(plan.name));
+    for (const PlanParameter& parameter : plan.parameters) {
+        printLine("  parameter: " + parameter.name +
+                  (parameter.fallback ? " = " + printable(*parameter.fallback) : "") + ": " +
+                  printable(parameter.what));
+    }
     for (const PlanFault& fault : plan.faults) {
         printLine("  fault: " + printable(fault.text()));
     }
@@ -201,17 +211,21 @@ void printDryRun(const Plan& plan, bool json) {
 }
 
 int exitCode(const PlanResult& result, const Interrupts& interrupts) {
-    return interrupts.count() != 0             ? kExitInterrupted
-           : result.count(Verdict::error) != 0 ? kExitSet
-           : result.isGood()                   ? kExitGood
-                                               : kExitFailed;
+    return interrupts.count() != 0                       ? kExitInterrupted
+           : result.count(Verdict::error) != 0           ? kExitSet
+           : result.isGood() || !result.waiver().empty() ? kExitGood
+                                                         : kExitFailed;
 }
 
 // Runs of plans, in the order of the command line.
 class PlanRuns {
 public:
-    PlanRuns(const RunOptions& options, const std::vector<Plan>& plans)
-        : _options(options), _plans(plans), _folder(options.report.empty() ? kReportFolder : options.report) {
+    // `rows` are the values of parameters, a run of each plan for each of them.
+    PlanRuns(const RunOptions& options, const std::vector<Plan>& plans, std::vector<ParameterValues> rows)
+        : _options(options),
+          _plans(plans),
+          _rows(std::move(rows)),
+          _folder(options.report.empty() ? kReportFolder : options.report) {
         for (const Plan& plan : plans) {
             _statistics.emplace_back(plan);
         }
@@ -227,12 +241,14 @@ public:
         if (unfinished->isFresh()) {
             fresh.emplace(session.folder);
         }
+        const RunInput input = inputFor(_plans.front(), unfinished->parameters());
         ReportFiles report(unfinished->stem());
-        return run(0, session, fresh, &report, unfinished.get());
+        return run(0, input, session, fresh, &report, unfinished.get());
     }
 
-    // Each plan so many times; 0: until Ctrl-C.
+    // Each plan so many times, or once for each row of values; 0: until Ctrl-C.
     int repeat(std::size_t times) {
+        times = _rows.size() > 1 ? _rows.size() : times;
         if (!_options.noReport) {
             prepareStore();
         }
@@ -242,7 +258,7 @@ public:
                 printLine("run " + std::to_string(round) + (times == 0 ? "" : " of " + std::to_string(times)));
             }
             for (std::size_t i = 0; i < _plans.size() && goesOn(worst, times == 0); ++i) {
-                worst = std::max(worst, runNew(i));
+                worst = std::max(worst, runNew(i, _rows[_rows.size() > 1 ? round - 1 : 0]));
             }
         }
         for (const RunStatistics& statistics : _statistics) {
@@ -278,44 +294,77 @@ private:
         }
     }
 
-    int runNew(std::size_t index) {
+    RunInput inputFor(const Plan& plan, const ParameterValues& given) const {
+        RunInput input;
+        input.parameters = completeValues(plan.parameters, given);
+        input.limits = limitsFor(plan, input.parameters);
+        for (const std::string& step : _options.waived) {
+            input.waivers.push_back({step, _options.reason});
+        }
+        return input;
+    }
+
+    int runNew(std::size_t index, const ParameterValues& given) {
         const Plan& plan = _plans[index];
+        const RunInput input = inputFor(plan, given);
         SessionOptions session = _options.session;
         std::optional<FreshSet> fresh;
         if (_options.fresh) {
             session.folder = fresh.emplace().folder();
         }
         if (_options.noReport) {
-            return run(index, session, fresh, nullptr, nullptr);
+            return run(index, input, session, fresh, nullptr, nullptr);
         }
-        ReportFiles report(plan, _folder);
-        UnfinishedRun unfinished(plan, report.stem(), setFolder(session), _options.fresh);
-        return run(index, session, fresh, &report, &unfinished);
+        ReportFiles report(plan, _folder, unitFor(plan, input.parameters));
+        UnfinishedRun unfinished(plan, input.parameters, report.stem(), setFolder(session), _options.fresh);
+        return run(index, input, session, fresh, &report, &unfinished);
     }
 
-    int run(std::size_t index, const SessionOptions& session, std::optional<FreshSet>& fresh, ReportFiles* report,
-            UnfinishedRun* unfinished) {
+    RunFacts factsOf(const Plan& plan, const RunInput& input, const PlanRun& run, const std::string& stem) const {
+        RunFacts facts;
+        facts.set = run.result().setFolder;
+        facts.report = stem;
+        facts.parameters = input.parameters;
+        facts.unit = unitFor(plan, input.parameters);
+        facts.limits = input.limits.hash;
+        facts.station = _options.place.station;
+        facts.stage = _options.place.stage;
+        facts.bindings = _options.place.bindings;
+        facts.target = run.hello()["kind"].textOr(targetKind());
+        facts.library = run.hello()["library"].textOr("");
+        facts.agent = run.hello()["agent"].textOr("");
+        return facts;
+    }
+
+    int run(std::size_t index, const RunInput& input, const SessionOptions& session, std::optional<FreshSet>& fresh,
+            ReportFiles* report, UnfinishedRun* unfinished) {
         const Plan& plan = _plans[index];
         Progress progress(plan, _options.json ? Progress::Shows::json : Progress::Shows::lines);
         std::optional<RunRecording> recording;
-        if (report != nullptr) {
-            recording.emplace(*_writer, plan, setFolder(session), report->stem());
-            progress.atEndOfStep([&](std::size_t step, const StepResult& ended) { recording->endStep(step, ended); });
-        }
-        PlanRun run(plan, session, _options.isShared, report != nullptr ? report->stem() : "", progress, _interrupts,
-                    unfinished);
+        PlanRun run(plan, input, session, _options.isShared, report != nullptr ? report->stem() : "", progress,
+                    _interrupts, unfinished);
         if (_options.resume) {
             run.resume();
             progress.resume(unfinished->position().step);
         }
         try {
+            run.open();
+            if (report != nullptr) {
+                recording.emplace(*_writer, plan, factsOf(plan, input, run, report->stem()));
+                progress.atEndOfStep(
+                    [&](std::size_t step, const StepResult& ended) { recording->endStep(step, ended); });
+            }
             run.run();
         } catch (const RunInterrupted&) {
             // Nothing was called, and there is nothing to report.
             printMessage("interrupted");
             return kExitInterrupted;
         }
-        const PlanResult& result = run.result();
+        PlanResult result = run.result();
+        if (recording) {
+            recording->conclude(result);
+            result.record = &recording->run();
+        }
         _statistics[index].add(result);
         _worst = std::max(_worst, result.verdict());
         progress.finish(result);
@@ -356,6 +405,7 @@ private:
 
     const RunOptions& _options;
     const std::vector<Plan>& _plans;
+    const std::vector<ParameterValues> _rows;
     const std::string _folder;
     Interrupts _interrupts;
     std::optional<ResultsWriter> _writer;
@@ -380,6 +430,44 @@ void refuseWithoutOperator(const std::vector<Plan>& plans) {
             }
         }
     }
+}
+
+// Throws UsageError for a step that no plan has.
+void checkWaivers(const std::vector<Plan>& plans, const RunOptions& options) {
+    std::vector<std::string> names;
+    for (const Plan& plan : plans) {
+        for (const Step& step : plan.steps) {
+            names.push_back(step.name);
+        }
+    }
+    for (const std::string& step : options.waived) {
+        if (std::count(names.begin(), names.end(), step) == 0) {
+            const std::string near = nearest(step, names);
+            throw UsageError("--waive: no plan has a step " + display(step, 60) +
+                             (near.empty() ? "" : ", did you mean " + display(near, 60) + "?"));
+        }
+    }
+    if (!options.waived.empty() && options.reason.find_first_not_of(" \t") == std::string::npos) {
+        throw UsageError("--waive: expected --reason TEXT, too");
+    }
+}
+
+// The values of parameters, for each run that is wanted. Nothing of the plans runs when one of them is wrong.
+std::vector<ParameterValues> valuesOfRuns(const std::vector<Plan>& plans, const RunOptions& options) {
+    const ParameterValues given = parseParameterWords(plans, options.parameters);
+    std::vector<ParameterValues> rows = {given};
+    if (!options.parameterTable.empty()) {
+        rows = readParameterRows(plans, options.parameterTable, given);
+    }
+    if (options.resume) {
+        return rows;
+    }
+    for (const Plan& plan : plans) {
+        const ParameterValues values = completeValues(plan.parameters, rows.front());
+        static_cast<void>(unitFor(plan, values));
+        static_cast<void>(limitsFor(plan, values));
+    }
+    return rows;
 }
 
 // 0 for "forever".
@@ -427,7 +515,8 @@ int runPlans(const RunOptions& options) {
         throw UsageError("--resume takes one plan");
     }
     refuseWithoutOperator(plans);
-    PlanRuns runs(options, plans);
+    checkWaivers(plans, options);
+    PlanRuns runs(options, plans, valuesOfRuns(plans, options));
     return options.resume ? runs.resume() : runs.repeat(times);
 }
 

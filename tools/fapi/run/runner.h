@@ -10,6 +10,11 @@
 
 namespace tool {
 
+// Where a run takes place, as the station's file has it.
+struct RunPlace {
+    std::string station, stage, bindings;  // empty: there is no file
+};
+
 struct RunOptions {
     SessionOptions session;
     std::vector<std::string> files;
@@ -23,7 +28,12 @@ struct RunOptions {
     std::string faults;     // file of faults; empty: none
     std::string repeat;     // how often, or "forever"; empty: once
     bool untilFailure = false;
-    std::size_t keep = 100;  // runs in the history
+    std::size_t keep = 100;               // runs in the history
+    std::vector<std::string> parameters;  // "NAME=VALUE"
+    std::string parameterTable;           // file of comma-separated values, a run for each row; empty: none
+    std::vector<std::string> waived;      // steps whose failure is let pass
+    std::string reason;                   // why
+    RunPlace place;
 };
 
 // `fapi run` and `fapi check`. Both return an exit code; problems go to standard error, and for programs as objects to

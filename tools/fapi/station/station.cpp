@@ -261,4 +261,21 @@ std::string stationReference() {
     return text;
 }
 
+std::string bindingsText(const Station& station) {
+    std::string text;
+    const auto add = [&text](const std::string& word) { text += word + '\n'; };
+    const auto addAll = [&](const Words& words) { std::for_each(words.begin(), words.end(), add); };
+    for (const StationFixture& fixture : station.fixtures) {
+        add("fixture " + fixture.name);
+        addAll(fixture.command);
+    }
+    for (const Binding& binding : station.bindings) {
+        add("action " + binding.action + " " + std::to_string(static_cast<int>(binding.kind)));
+        add(binding.fixture);
+        add(binding.text);
+        addAll(binding.command);
+    }
+    return text;
+}
+
 }  // namespace tool

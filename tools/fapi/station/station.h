@@ -79,6 +79,9 @@ public:
     using UsageError::UsageError;
 };
 
+// All that says who carries out actions, as a text: it differs where that does.
+std::string bindingsText(const Station& station);
+
 // The table of all keys, as a page.
 std::string stationReference();
 
