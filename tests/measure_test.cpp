@@ -173,10 +173,11 @@ TEST_F(Measured, AUnitIsInOneRunAtATime) {
         writeFile("wait.plan", "plan \"First run\"\n" + std::string(kUnit) +
                                    "step Begin\nset put /data/began x\n"
                                    "step Wait retry 1000 every 100ms\nsys_check_file /data/end\n");
-    const std::vector<std::string> run = {FAPI_BINARY, "run", "--report", reports(), "--param", "serial=A", strPlan};
+    const std::vector<std::string> run = {FAPI_BINARY, "--set",   set(),      "run",  "--report",
+                                          reports(),   "--param", "serial=A", strPlan};
     test::ProcessResult first;
     std::thread station([&] { first = test::runProcess(run); });
-    EXPECT_TRUE(test::waitUntil([&] { return std::filesystem::exists(set() + "/tree/data/began"); }));
+    EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(set() + "/tree/data/began"); }));
     std::vector<std::string> other = run;
     other.push_back("--fresh");
     const test::ProcessResult second = test::runProcess(other);

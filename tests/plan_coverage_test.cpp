@@ -127,7 +127,9 @@ TEST_F(PlanCoverage, TheLineFindsWhatIsWrongWithABadSet) {
         strPlan.replace(place, row.strGood.size(), row.strBad);
         expected.insert(expected.end(), row.findings.begin(), row.findings.end());
     }
-    std::filesystem::copy_file(std::string(FAPI_PLANS) + "/panel.bmp", folder() + "/panel.bmp");
+    for (const char* pszName : {"/panel.bmp", "/line.limits"}) {
+        std::filesystem::copy_file(FAPI_PLANS + std::string(pszName), folder() + pszName);
+    }
     const test::ProcessResult result = fapi({"run", "--report", reports(), writeFile("bad.plan", strPlan)});
     EXPECT_EQ(result.s32Exit, 1) << result.strOutput << result.strError;
     EXPECT_THAT(findings(), ElementsAreArray(expected));

@@ -299,7 +299,7 @@ TEST_F(ResultsStoreTest, AUnitIsInOneRunOfAStationAtATime) {
         store.begin(second.run);
         ADD_FAILURE();
     } catch (const UnitIsBusy& error) {
-        EXPECT_THAT(error.what(), HasSubstr("is in run 1, which began"));
+        EXPECT_THAT(error.what(), HasSubstr("is in run 1 ("));
     }
     store.end(first.run, {});
     store.begin(second.run);
