@@ -156,7 +156,7 @@ TEST(PlanParser, NamesEveryProblem) {
         {"step A every 5s", "expected retry too"},
         {"teardown\nstep A on-failure stop", "3:8: on-failure: a teardown goes on whatever fails"},
         {"step A on-failure perhaps", "2:19: expected: on-failure stop or on-failure continue"},
-        {"step A sometimes", "expected retry, every or on-failure"},
+        {"step A sometimes", "expected retry, every, on-failure or only-if"},
     };
     for (const auto& [pszLine, pszProblem] : steps) {
         EXPECT_THAT(problemsOf("plan P\n" + std::string(pszLine) + "\n"), Contains(HasSubstr(pszProblem))) << pszLine;
