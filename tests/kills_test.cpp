@@ -61,7 +61,10 @@ protected:
     Strings left() const {
         Strings found;
         for (const auto& process : fs::directory_iterator("/proc")) {
-            const std::string strWords = readFile(process.path().string() + "/cmdline");
+            // A process that ends meanwhile has none.
+            std::stringstream words;
+            words << std::ifstream(process.path() / "cmdline").rdbuf();
+            const std::string strWords = words.str();
             if (strWords.find(folder()) != std::string::npos) {
                 found.push_back(process.path().filename().string() + " " + strWords);
             }

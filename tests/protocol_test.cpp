@@ -63,6 +63,7 @@ TEST(Fields, RefuseWhatIsNoMessage) {
     const std::pair<std::string, const char*> texts[] = {
         {"", "no JSON"},
         {"{\"a\":1}x", "no JSON at byte 8"},
+        {"\"" + std::string(100, 'a') + "\xf0", "no JSON"},
         {"\"\xff\"", "no JSON"},
         {R"("\ud800")", "no JSON"},
         {R"("\udc00")", "no JSON"},

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // A field from JSON.
 #include <rapidjson/reader.h>
-#include <cstring>
-#include <limits>
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
 
 #include "protocol/field.h"
 
@@ -34,7 +36,8 @@ public:
         }
         _text += text;
     }
-    const std::string& text() const { return _text; }
+    // The parser changes it.
+    std::string& text() { return _text; }
     const std::vector<std::string_view>& cut() const { return _cut; }
 
 private:
@@ -51,31 +54,22 @@ private:
 // Makes the tree from what the parser of the JSON library finds. The names of its functions are that library's.
 class JsonReader {
 public:
-    // The stream that is parsed, and the bytes that were cut out of it, in their order. An outline has the fields of
+    // The bytes that were cut out of the text, in their order. An outline has the fields of
     // the outermost object only: lists and objects in it are empty.
-    JsonReader(const rapidjson::StringStream& stream, const std::vector<std::string_view>& cut, bool isOutline)
-        : _stream(stream), _cut(cut), _isOutline(isOutline) {}
+    JsonReader(const std::vector<std::string_view>& cut, bool isOutline) : _cut(cut), _isOutline(isOutline) {}
 
     bool Null() { return put({}); }
     bool Bool(bool flag) { return put(flag); }
-    bool Int(int number) { return put(number); }
-    bool Uint(unsigned int number) { return put(number); }
-    bool Int64(std::int64_t number) { return put(static_cast<long long>(number)); }
-    bool Uint64(std::uint64_t number) {
-        if (number > static_cast<std::uint64_t>(std::numeric_limits<long long>::max())) {
-            refuseNumber();
-        }
-        return put(static_cast<long long>(number));
+    // Numbers come as they are written.
+    bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+        const std::string_view number(text, length);
+        return put(number.find_first_of(".eE") == std::string_view::npos ? wholeNumber(number) : fraction(number));
     }
-    bool Double(double fraction) {
-        // It may be a whole number that fits nothing else. The stream goes on when the number has been taken.
-        const char* end = _stream.src_ + std::strspn(_stream.src_, "-0123456789");
-        if (std::string_view(".eE").find(*end) == std::string_view::npos) {
-            refuseNumber();
-        }
-        return put(fraction);
-    }
-    bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }
+    bool Int(int) { return false; }
+    bool Uint(unsigned int) { return false; }
+    bool Int64(std::int64_t) { return false; }
+    bool Uint64(std::uint64_t) { return false; }
+    bool Double(double) { return false; }
     bool String(const char* text, rapidjson::SizeType length, bool) {
         checkText({text, length});
         return _skipped != 0 || put(std::string(text, length));
@@ -117,7 +111,21 @@ private:
         std::string name = {};
     };
 
-    [[noreturn]] static void refuseNumber() { throw MessageError("a whole number beyond 64 bits"); }
+    static Field wholeNumber(std::string_view number) {
+        long long value = 0;
+        if (std::from_chars(number.data(), number.data() + number.size(), value).ec != std::errc()) {
+            throw MessageError("a whole number beyond 64 bits");
+        }
+        return value;
+    }
+    static Field fraction(std::string_view number) {
+        // The program's locale is C's.
+        const double value = std::strtod(std::string(number).c_str(), nullptr);
+        if (!std::isfinite(value)) {
+            throw MessageError("a number that is too large");
+        }
+        return value;
+    }
 
     // The parser takes the second half of a pair alone for a character.
     static void checkText(std::string_view text) {
@@ -170,7 +178,6 @@ private:
 
     static constexpr std::size_t kUsualFields = 4;
 
-    const rapidjson::StringStream& _stream;
     const std::vector<std::string_view>& _cut;
     const bool _isOutline;
     std::size_t _skipped = 0;  // lists and objects that are open and are not kept
@@ -180,12 +187,17 @@ private:
 };
 
 static Field parseText(std::string_view text, bool isOutline) {
-    constexpr unsigned int kFlags = rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag;
-    const ShortText shortText(text);
+    // In place, because only so the parser gives numbers as they are written without reading beyond their copy.
+    constexpr unsigned int kFlags =
+        rapidjson::kParseInsituFlag | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseNumbersAsStringsFlag;
+    ShortText shortText(text);
     // The parser takes a zero byte for the end.
     const std::size_t zero = shortText.text().find('\0');
-    rapidjson::StringStream stream(shortText.text().c_str());
-    JsonReader reader(stream, shortText.cut(), isOutline);
+    // Of a character that is cut off at the end it reads as many bytes as its first one says.
+    constexpr std::size_t kLongestCharacter = 4;
+    shortText.text().append(kLongestCharacter, '\0');
+    rapidjson::InsituStringStream stream(shortText.text().data());
+    JsonReader reader(shortText.cut(), isOutline);
     rapidjson::Reader parser;
     const rapidjson::ParseResult result = parser.Parse<kFlags>(stream, reader);
     if (result.IsError() || zero != std::string::npos) {

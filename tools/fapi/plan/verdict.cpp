@@ -2,14 +2,12 @@
 // Names of verdicts.
 #include "plan/verdict.h"
 
-#include <array>
-
 namespace tool {
 
 namespace {
 
-constexpr std::array<const char*, 8> kVerdicts = {"passed", "marginal",    "failed",  "error",
-                                                  "died",   "interrupted", "not run", "skipped"};
+constexpr const char* kVerdicts[] = {"passed", "marginal",    "failed",  "error",
+                                     "died",   "interrupted", "not run", "skipped"};
 
 }  // namespace
 

@@ -160,7 +160,7 @@ bool joinRunning(const SessionOptions& options) {
         }
     }
     // A hub that was started to check the words has no other client.
-    g_isOpen = g_target->clients().size() > 1;
+    g_isOpen = session().clients().size() > 1;
     return g_isOpen;
 }
 
