@@ -15,10 +15,10 @@
 
 #include "bare_processes.h"
 #include "bench_agent.h"
+#include "hub/hub.h"
 #include "limits.h"
 #include "one_processor.h"
 #include "protocol/framing.h"
-#include "target/hub.h"
 #include "target/target.h"
 #include "watchers.h"
 

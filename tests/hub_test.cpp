@@ -13,9 +13,9 @@
 #include <sys/socket.h>
 
 #include "fake_agent.h"
+#include "hub/hub.h"
+#include "hub/socket.h"
 #include "support/waiting.h"
-#include "target/hub.h"
-#include "target/hub_socket.h"
 #include "target/target.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "hub/agent_wire.h"
 #include "station/station.h"
-#include "target/agent_wire.h"
 #include "target/call_answer.h"
 
 namespace tool {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/words.h"
-#include "target/wire_options.h"
+#include "hub/wire_options.h"
 
 namespace tool {
 

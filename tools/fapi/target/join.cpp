@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "target/agent_wire.h"
-#include "target/description_cache.h"
-#include "target/hub_socket.h"
-#include "target/hub_start.h"
+#include "hub/agent_wire.h"
+#include "hub/description_cache.h"
+#include "hub/socket.h"
+#include "hub/start.h"
 #include "target/target.h"
 
 namespace tool {

@@ -19,7 +19,7 @@ struct SessionOptions {
     bool damaged = false;  // go on with a damaged set
     std::string client = "fapi";
     std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
-    std::vector<std::string> has = {};  // what the board of the wire claims to have
+    std::vector<std::string> has = {};               // what the board of the wire claims to have
     int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for the set
 };
 

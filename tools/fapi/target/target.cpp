@@ -8,10 +8,10 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include "hub/agent_wire.h"
+#include "hub/description_cache.h"
+#include "hub/envelope.h"
 #include "protocol/sha256.h"
-#include "target/agent_wire.h"
-#include "target/description_cache.h"
-#include "target/envelope.h"
 
 namespace tool {
 

@@ -13,12 +13,12 @@
 #include <string_view>
 #include <vector>
 
+#include "hub/agent_description.h"
+#include "hub/descriptor.h"
+#include "hub/wire_options.h"
 #include "protocol/framing.h"
 #include "protocol/message.h"
-#include "target/agent_description.h"
 #include "target/call_answer.h"
-#include "target/descriptor.h"
-#include "target/wire_options.h"
 
 namespace tool {
 

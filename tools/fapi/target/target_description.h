@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "target/agent_description.h"
+#include "hub/agent_description.h"
 
 namespace tool {
 

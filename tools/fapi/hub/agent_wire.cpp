@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wire to an agent: the standard streams of a command.
-#include "target/agent_wire.h"
+#include "hub/agent_wire.h"
 
 #include <algorithm>
 #include <cerrno>

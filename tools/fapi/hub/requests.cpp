@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "target/hub.h"
+#include "hub/hub.h"
 
 namespace tool {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A file descriptor that is closed with its owner.
-#ifndef FAPI_BENCH_TARGET_DESCRIPTOR_H
-#define FAPI_BENCH_TARGET_DESCRIPTOR_H
+#ifndef FAPI_BENCH_HUB_DESCRIPTOR_H
+#define FAPI_BENCH_HUB_DESCRIPTOR_H
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What an agent describes, read only as far as it is asked for.
-#ifndef FAPI_BENCH_TARGET_AGENT_DESCRIPTION_H
-#define FAPI_BENCH_TARGET_AGENT_DESCRIPTION_H
+#ifndef FAPI_BENCH_HUB_AGENT_DESCRIPTION_H
+#define FAPI_BENCH_HUB_AGENT_DESCRIPTION_H
 
 #include <map>
 #include <optional>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // How a set is reached that is not this PC's virtual one.
-#ifndef FAPI_BENCH_TARGET_WIRE_OPTIONS_H
-#define FAPI_BENCH_TARGET_WIRE_OPTIONS_H
+#ifndef FAPI_BENCH_HUB_WIRE_OPTIONS_H
+#define FAPI_BENCH_HUB_WIRE_OPTIONS_H
 
 #include <chrono>
 #include <string>

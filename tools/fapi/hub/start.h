@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // How a target's first client starts its hub.
-#ifndef FAPI_BENCH_TARGET_HUB_START_H
-#define FAPI_BENCH_TARGET_HUB_START_H
+#ifndef FAPI_BENCH_HUB_START_H
+#define FAPI_BENCH_HUB_START_H
 
 #include <string>
 #include <vector>
 
-#include "target/agent_wire.h"
-#include "target/descriptor.h"
-#include "target/hub_socket.h"
+#include "hub/agent_wire.h"
+#include "hub/descriptor.h"
+#include "hub/socket.h"
 
 namespace tool {
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Descriptions of agents that this PC has seen, so that they need not cross a wire again.
-#ifndef FAPI_BENCH_TARGET_DESCRIPTION_CACHE_H
-#define FAPI_BENCH_TARGET_DESCRIPTION_CACHE_H
+#ifndef FAPI_BENCH_HUB_DESCRIPTION_CACHE_H
+#define FAPI_BENCH_HUB_DESCRIPTION_CACHE_H
 
 #include <optional>
 #include <string>
 
-#include "target/agent_description.h"
+#include "hub/agent_description.h"
 
 namespace tool {
 

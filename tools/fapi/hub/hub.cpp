@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The hub: its process, and the loop in which it serves its clients.
-#include "target/hub.h"
+#include "hub/hub.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // How a target's first client starts its hub.
-#include "target/hub_start.h"
+#include "hub/start.h"
 
 #include <cerrno>
 #include <chrono>
@@ -12,9 +12,9 @@
 #include <poll.h>
 #include <sys/wait.h>
 
+#include "hub/agent_wire.h"
+#include "hub/hub.h"
 #include "protocol/message.h"
-#include "target/agent_wire.h"
-#include "target/hub.h"
 
 namespace tool {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Descriptions of agents that this PC has seen, so that they need not cross a wire again.
-#include "target/description_cache.h"
+#include "hub/description_cache.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the hub has to know of an agent's message to pass it on as it came.
-#ifndef FAPI_BENCH_TARGET_ENVELOPE_H
-#define FAPI_BENCH_TARGET_ENVELOPE_H
+#ifndef FAPI_BENCH_HUB_ENVELOPE_H
+#define FAPI_BENCH_HUB_ENVELOPE_H
 
 #include <optional>
 #include <string>

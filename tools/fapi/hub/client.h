@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A client of the hub: what it has asked for and has not read yet.
-#ifndef FAPI_BENCH_TARGET_HUB_CLIENT_H
-#define FAPI_BENCH_TARGET_HUB_CLIENT_H
+#ifndef FAPI_BENCH_HUB_CLIENT_H
+#define FAPI_BENCH_HUB_CLIENT_H
 
 #include <deque>
 #include <map>
@@ -12,9 +12,9 @@
 
 #include <sys/types.h>
 
+#include "hub/agent_wire.h"
+#include "hub/descriptor.h"
 #include "protocol/framing.h"
-#include "target/agent_wire.h"
-#include "target/descriptor.h"
 
 namespace tool {
 

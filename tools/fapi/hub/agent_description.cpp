@@ -4,7 +4,7 @@
 //     SUM                 CRC-32 of all that follows, in hexadecimal digits, and which layout it is
 //     {...}               the description, with null in place of the operations
 //     NAME {...}          an operation; a line each
-#include "target/agent_description.h"
+#include "hub/agent_description.h"
 
 #include <cstdio>
 

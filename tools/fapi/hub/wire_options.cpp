@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // How a set is reached that is not this PC's virtual one.
-#include "target/wire_options.h"
+#include "hub/wire_options.h"
 
 namespace tool {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "target/hub.h"
+#include "hub/hub.h"
 
 namespace tool {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the hub has to know of an agent's message to pass it on as it came.
-#include "target/envelope.h"
+#include "hub/envelope.h"
 
 #include <charconv>
 

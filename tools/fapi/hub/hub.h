@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The hub: one process a target, which owns the wire to the agent and shares it among any number of clients.
-#ifndef FAPI_BENCH_TARGET_HUB_H
-#define FAPI_BENCH_TARGET_HUB_H
+#ifndef FAPI_BENCH_HUB_H
+#define FAPI_BENCH_HUB_H
 
 #include <deque>
 #include <functional>
@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
+#include "hub/agent_description.h"
+#include "hub/agent_wire.h"
+#include "hub/client.h"
+#include "hub/envelope.h"
+#include "hub/socket.h"
+#include "hub/wire_options.h"
 #include "protocol/message.h"
-#include "target/agent_description.h"
-#include "target/agent_wire.h"
-#include "target/envelope.h"
-#include "target/hub_client.h"
-#include "target/hub_socket.h"
-#include "target/wire_options.h"
 
 namespace tool {
 

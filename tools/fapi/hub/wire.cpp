@@ -2,8 +2,8 @@
 // The hub: what goes to the agent and comes from it.
 #include <algorithm>
 
-#include "target/description_cache.h"
-#include "target/hub.h"
+#include "hub/description_cache.h"
+#include "hub/hub.h"
 
 namespace tool {
 

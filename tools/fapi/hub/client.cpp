@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A client of the hub: what it has asked for and has not read yet.
-#include "target/hub_client.h"
+#include "hub/client.h"
 
 #include <algorithm>
 #include <array>

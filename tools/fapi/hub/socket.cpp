@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Where a target's hub listens, and the lock that decides who starts and who ends it.
-#include "target/hub_socket.h"
+#include "hub/socket.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Where a target's hub listens, and the lock that decides who starts and who ends it.
-#ifndef FAPI_BENCH_TARGET_HUB_SOCKET_H
-#define FAPI_BENCH_TARGET_HUB_SOCKET_H
+#ifndef FAPI_BENCH_HUB_SOCKET_H
+#define FAPI_BENCH_HUB_SOCKET_H
 
 #include <optional>
 #include <string>
 
-#include "target/descriptor.h"
+#include "hub/descriptor.h"
 
 namespace tool {
 

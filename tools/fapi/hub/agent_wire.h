@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wire to an agent: the standard streams of a command.
-#ifndef FAPI_BENCH_TARGET_AGENT_WIRE_H
-#define FAPI_BENCH_TARGET_AGENT_WIRE_H
+#ifndef FAPI_BENCH_HUB_AGENT_WIRE_H
+#define FAPI_BENCH_HUB_AGENT_WIRE_H
 
 #include <chrono>
 #include <deque>
@@ -13,9 +13,9 @@
 #include <poll.h>
 #include <sys/types.h>
 
+#include "hub/descriptor.h"
 #include "protocol/framing.h"
 #include "protocol/message.h"
-#include "target/descriptor.h"
 
 namespace tool {
 
