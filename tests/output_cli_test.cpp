@@ -13,7 +13,6 @@
 namespace {
 
 using testing::Each;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::Property;
@@ -238,12 +237,13 @@ TEST_F(OutputCli, LargeValuesAreBounded) {
     EXPECT_EQ(result.s32Exit, 1);
     EXPECT_LT(result.strOutput.size(), kMuch);
     EXPECT_THAT(result.strOutput, HasSubstr("(5000")) << "the full size is given";
-    for (const char* pszEnding : {".xml", ".json", ".html"}) {
+    for (const char* pszEnding : {".xml", ".html"}) {
         EXPECT_LT(readFile(reportFile(pszEnding)).size(), 5 * kMuch) << pszEnding;
     }
     EXPECT_LT(readFile(reports() + "/results.sqlite").size(), 2 * kMuch);
-    EXPECT_THAT(report()["steps"][2]["attempts"][0]["commands"][0]["outputs"]["content"].get<std::string>(),
-                EndsWith("x... (5000000 bytes)"));
+    EXPECT_EQ(report()["steps"][2]["attempts"][0]["commands"][0]["outputs"]["content"].get<std::string>().size(),
+              5000000u)
+        << "the JSON has the whole value";
     fapi({"set", "put", "/data/lines", "repeat:500000:line\n"});
     EXPECT_LT(fapi({"set", "get", "/data/lines"}).strOutput.size(), kMuch);
     EXPECT_EQ(fapiJson({"set", "get", "/data/lines"})["outputs"]["content"].get<std::string>().size(), 2500000u);

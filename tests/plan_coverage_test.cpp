@@ -39,7 +39,7 @@ TEST_F(PlanCoverage, EveryOperationIsCalledBySomePlan) {
             continue;
         }
         std::vector<tool::Problem> problems;
-        const tool::Plan plan = tool::parsePlan(readFile(entry.path()), problems);
+        const tool::Plan plan = tool::parsePlan(readFile(entry.path()), problems, entry.path());
         EXPECT_TRUE(problems.empty()) << entry.path() << ":" << problems[0].line << ": " << problems[0].text;
         for (const tool::Step& step : plan.steps) {
             for (const tool::PlanLine& line : step.lines) {
