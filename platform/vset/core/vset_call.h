@@ -208,7 +208,8 @@ Result call(const char* pszCall, Arguments arguments, Body&& body, OnFault eOnFa
         detail::begin(openCall);
     }
     detail::TakenFault stFault = detail::takeFault(pszCall);
-    detail::MisbehavingCall misbehaving(pszCall, &arguments.begin()->u64Value, arguments.size());
+    detail::MisbehavingCall misbehaving(pszCall, arguments.size() == 0 ? nullptr : &arguments.begin()->u64Value,
+                                        arguments.size());
     Result result{};
     const bool bActs = (!stFault.bTaken || eOnFault == OnFault::act) && !misbehaving.replaces();
     if (bActs) {
