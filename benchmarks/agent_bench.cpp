@@ -31,7 +31,7 @@ constexpr long long kTransfer = 64 << 20;
 constexpr long long kPiece = 1 << 20;
 constexpr std::size_t kWatchers = 16;
 // So many that the power cycle before them does not count: a step is measured.
-constexpr int kPlanSteps = 5000;
+constexpr int kPlanSteps = 20000;
 constexpr char kPartition[] = "bench";
 // Round trips are measured in many short runs: on a busy machine few of them are not disturbed.
 constexpr int kFew = 300;
