@@ -140,7 +140,7 @@ void watched_call(benchmark::State& state) {
         state.SkipWithError(("notifications were lost or doubled: " + troubles).c_str());
     }
 }
-BENCHMARK(watched_call)->UseRealTime()->Iterations(kFew);
+BENCHMARK(watched_call)->UseRealTime()->Iterations(kFew)->Repetitions(kOften);
 
 // --- A plan ----------------------------------------------------------------------------------------------------------
 
