@@ -10,8 +10,8 @@ shown='_HW_UART_Callback _a_vextvfapi_disptst_set_burning_mode _a_vextvfapi_inps
 _a_vextvfapi_prphrl_get_pwm_handle _a_vextvfapi_prphrl_gpio_monitor_task _a_vextvfapi_prphrl_stdFactoryLedMonitor
 _a_vextvfapi_prphrl_stdFactoryUartMonitor _a_vextvfapi_prphrl_uart_pipe_task _disptst_free_frame_buffer
 _disptst_get_frame_buffer _disptst_osd_handle_create _disptst_osd_handle_destroy _load_bitmap_to_buffer burning_mode_task'
-# Data that only looks like a function's name.
-words='disable disp_photo down enable eth0'
+# Data that only looks like a function's name; a C++ library names the container whose length it refuses.
+words='disable disp_photo down enable eth0 vector'
 "$1" -O binary -j .rodata "$2" "$work"/data
 tr '\0' '\n' < "$work"/data | grep -axE '(_+[A-Za-z]|[a-z])[A-Za-z0-9_]{3,}' | LC_ALL=C sort -u > "$work"/names
 {
