@@ -60,7 +60,7 @@ public:
 private:
     [[noreturn]] void rethrow(const soci::soci_error& error) const;
 
-    const bool _isServer;
+    const bool _isServer = false;
     const std::string _name;
     soci::session _session;
 };

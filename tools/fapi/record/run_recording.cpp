@@ -28,8 +28,12 @@ std::string thisHost() {
 
 // Who is logged in.
 std::string loginName() {
-    const passwd* entry = getpwuid(geteuid());
-    return entry != nullptr ? entry->pw_name : std::to_string(geteuid());
+    char texts[4096];
+    passwd entry{};
+    passwd* found = nullptr;
+    return getpwuid_r(geteuid(), &entry, texts, sizeof(texts), &found) == 0 && found != nullptr
+               ? found->pw_name
+               : std::to_string(geteuid());
 }
 
 // "sys_get_emmc_env_var", "set pixel"
