@@ -88,11 +88,11 @@ std::string waitUntilReady(int ready, int stop) {
         }
         char piece[512];
         const ssize_t length = read(ready, piece, sizeof(piece));
-        if (length <= 0 && errno != EINTR) {
+        if (length == 0 || (length < 0 && errno != EINTR)) {
             return text;
         }
         text.append(piece, length > 0 ? static_cast<std::size_t>(length) : 0);
-        if (text.front() == kHubIsReady) {
+        if (!text.empty() && text.front() == kHubIsReady) {
             return text;
         }
     }
