@@ -41,8 +41,10 @@ protected:
         ToolTest::TearDown();
     }
 
-    void start(const std::string& preloaded = "") {
-        _agent = std::make_unique<AgentClient>(std::vector<std::string>{FAPI_AGENT, "--set", set()}, preloaded);
+    void start(const std::string& preloaded = "", const std::vector<std::string>& options = {}) {
+        std::vector<std::string> command = {FAPI_AGENT, "--set", set()};
+        command.insert(command.end(), options.begin(), options.end());
+        _agent = std::make_unique<AgentClient>(command, preloaded);
     }
     AgentClient& agent() { return *_agent; }
     Field hello(const char* framing = tool::kPlainName) {
@@ -111,12 +113,13 @@ protected:
         }
         return number;
     }
-    static bool isAlive(pid_t pid) {
+    // "S": it waits; empty: there is no such process.
+    static std::string stateOf(pid_t pid) {
         std::string name, state;
-        std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-        stat >> name >> name >> state;
-        return stat && state != "Z";
+        std::ifstream("/proc/" + std::to_string(pid) + "/stat") >> name >> name >> state;
+        return state;
     }
+    static bool isAlive(pid_t pid) { return !stateOf(pid).empty() && stateOf(pid) != "Z"; }
 
 private:
     std::unique_ptr<AgentClient> _agent;
@@ -304,6 +307,19 @@ TEST_F(AgentTest, PowerCyclesAndTheWatchdogKeepTheStoreAndLoseTheMemory) {
     EXPECT_EQ(serial(), "LM55");
 }
 
+TEST_F(AgentTest, ASetInTheRoleOfABoardHasTheMethodsOfABoard) {
+    start("", {"--as-board", folder() + "/hands"});
+    EXPECT_EQ(hello()["kind"], Field("board"));
+    const std::pair<const char*, Field> rows[] = {
+        {"act", {{"action", "key"}}}, {"env.read", {}},  {"env.kept", {}}, {"picture", {{"source", "panel"}}},
+        {"power", {{"to", "cycle"}}}, {"set.ports", {}}, {"set.show", {}}};
+    for (const auto& [method, params] : rows) {
+        EXPECT_EQ(failure(agent().request(method, params)), ErrorCode::notSupported) << method;
+    }
+    EXPECT_FALSE(agent().ask("set.log")["on"].flag());
+    EXPECT_TRUE(agent().call("sys_init")["good"].flag());
+}
+
 TEST_F(AgentTest, NothingIsLeftRunningWhenTheAgentEnds) {
     struct Row {
         const char* how;
@@ -312,6 +328,14 @@ TEST_F(AgentTest, NothingIsLeftRunningWhenTheAgentEnds) {
     };
     const Row rows[] = {
         {"wire", [](AgentClient& client) { client.closeInput(); }, 0},
+        {"wire of which nothing more is read",
+         [](AgentClient& client) {
+             for (int i = 0; i < 300; ++i) {
+                 client.send("call", {{"operation", "sys_init"}});
+             }
+             client.closeInput();
+         },
+         0},
         {"TERM", [](AgentClient& client) { kill(client.pid(), SIGTERM); }, 0},
         {"KILL", [](AgentClient& client) { kill(client.pid(), SIGKILL); }, 128 + SIGKILL},
     };
@@ -404,7 +428,7 @@ TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
     });
     // Until the agent reads no more: what it holds no longer grows.
     long long pages = 0, before = -1;
-    while (pages != before) {
+    while (pages != before || stateOf(agent().pid()) != "S" || stateOf(agent().worker()) != "S") {
         std::this_thread::sleep_for(patient(std::chrono::milliseconds(400)));
         before = pages;
         long long size = 0;

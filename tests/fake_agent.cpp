@@ -82,11 +82,10 @@ private:
             answer(request, {{"unqueued", true}});
         } else if (request.method == "call" || request.method == "act") {
             const bool prepare = params["prepare"].flagOr(false);
-            answer(request,
-                   {{"status", 7},
-                    {"good", true},
-                    {"outputs", Field::List()},
-                    {"prepared", prepare ? Field::List{"init"} : Field::List()}});
+            answer(request, {{"status", 7},
+                             {"good", true},
+                             {"outputs", Field::List()},
+                             {"prepared", prepare ? Field::List{"init"} : Field::List()}});
         } else if (request.method == "log") {
             tell(params["on"].flag() ? "log on" : "log off");
             answer(request, Field::Fields());
@@ -111,7 +110,7 @@ private:
     }
 
     void stream(const Request& request, long long pieces, bool isSpoilt) {
-        answer(request, {{"stream", ++_stream}});
+        answer(request, {{"left_out", std::string(10000, 'x')}, {"stream", ++_stream}});
         Sha256 sum;
         for (long long i = 0; i < pieces; ++i) {
             Bytes data(kPiece, static_cast<unsigned char>(i));

@@ -194,6 +194,16 @@ TEST_F(HubTest, OnlyTheClaimsHolderChangesTheSet) {
 
     holder->share(true);
     EXPECT_EQ(changes(other), ErrorCode{});
+    // What is one for all clients is the holder's all the same. The agent knows none of these.
+    const std::pair<const char*, Field> forAll[] = {{"log-switch", {{"state", Field("set")}}},
+                                                    {"end-worker", Field::Fields()},
+                                                    {"set.restore", {{"file", Field("/f")}}},
+                                                    {"power", {{"to", Field("cycle")}}}};
+    for (const auto& [method, params] : forAll) {
+        EXPECT_EQ(codeOf(other, method, params), ErrorCode::claimed) << method;
+        EXPECT_EQ(codeOf(holder, method, params), ErrorCode::unknownMethod) << method;
+    }
+    EXPECT_EQ(codeOf(other, "power", {{"to", Field("on")}}), ErrorCode::unknownMethod);
     holder->share(false);
     EXPECT_EQ(changes(other), ErrorCode::claimed);
     EXPECT_EQ(changes(holder), ErrorCode{});

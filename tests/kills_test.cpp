@@ -3,7 +3,9 @@
 // nothing running.
 #include <csignal>
 #include <future>
+#include <numeric>
 #include <optional>
+#include <random>
 
 #include <fcntl.h>
 #include <pty.h>
@@ -82,14 +84,30 @@ protected:
         return parent;
     }
     pid_t worker() const { return static_cast<pid_t>(std::stol(readFile(set() + "/lock"))); }
+    // The worker that runs now; 0: none does.
+    pid_t workerNow() const {
+        for (const std::string& process : left()) {
+            if (process.find("fapi-agent-worker") != std::string::npos) {
+                return static_cast<pid_t>(std::stol(process));
+            }
+        }
+        return 0;
+    }
 
-    // Starts fapi --set SET WORD....
-    std::future<test::ProcessResult> start(Strings words, const Strings& environment = {}) const {
-        words.insert(words.begin(), {FAPI_BINARY, "--set", set()});
+    // Starts fapi --set SET WORD.... Its output is in a file as it comes.
+    std::future<test::ProcessResult> start(Strings words, const Strings& environment = {}, Strings target = {}) const {
+        target = target.empty() ? Strings{"--set", set()} : target;
+        words.insert(words.begin(), target.begin(), target.end());
+        words.insert(words.begin(), FAPI_BINARY);
         words.insert(words.begin(), environment.begin(), environment.end());
-        words.insert(words.begin(), {"sh", "-c", "echo $$ >\"$0\"; exec env \"$@\"", pidFile()});
+        words.insert(words.begin(), {"sh", "-c", "echo $$ >\"$0\"; exec env \"$@\" >\"$0.out\"", pidFile()});
         fs::remove(pidFile());
-        return std::async(std::launch::async, [words] { return test::runProcess(words); });
+        fs::remove(outputFile());
+        return std::async(std::launch::async, [words, strFile = outputFile()] {
+            test::ProcessResult result = test::runProcess(words);
+            result.strOutput = readFile(strFile);
+            return result;
+        });
     }
     Strings runOf(const std::string& strPlan) const {
         fs::remove_all(reports());
@@ -101,6 +119,9 @@ protected:
         return static_cast<pid_t>(std::stol(readFile(pidFile())));
     }
     std::string pidFile() const { return folder() + "/pid"; }
+    std::string outputFile() const { return pidFile() + ".out"; }
+    // What it has printed so far.
+    std::string output() const { return readFile(outputFile()); }
 };
 
 TEST_F(Kills, AKilledProcessCostsTheStepThatRan) {
@@ -147,6 +168,110 @@ TEST_F(Kills, AKilledProcessCostsTheStepThatRan) {
             EXPECT_THAT(stepText(at), HasSubstr(rows[i].why));
         }
     }
+}
+
+// The line plan with a process killed at some moment after a step: by how much it is above the worker.
+// FAPI_KILL_EVERY_STEP asks for every step, and not for two early ones. After the last ones the teardown follows at
+// once.
+class LineKills : public Kills, public testing::WithParamInterface<int> {};
+
+TEST_P(LineKills, EndWithTheTeardownAndAReport) {
+    const int up = GetParam();
+    std::mt19937 random(static_cast<unsigned int>(up));
+    std::vector<int> steps(42);
+    std::iota(steps.begin(), steps.end(), 1);
+    if (std::getenv("FAPI_KILL_EVERY_STEP") == nullptr) {
+        steps = {static_cast<int>(1 + random() % 9), static_cast<int>(10 + random() % 9)};
+    }
+    for (const int step : steps) {
+        const std::chrono::milliseconds moment(random() % 20);
+        SCOPED_TRACE(std::to_string(moment.count()) + " ms after step " + std::to_string(step));
+        fs::remove_all(reports());
+        auto run = start({"run", "line", "--report", reports()});
+        const std::string strEnded = " " + std::to_string(step) + "/46 ";
+        EXPECT_TRUE(test::eventually([&] { return output().find(strEnded) != std::string::npos; }, 60s));
+        std::this_thread::sleep_for(moment);
+        pid_t victim = workerNow();
+        for (int i = 0; i < up; ++i) {
+            victim = parentOf(victim);
+        }
+        // There may be none for a moment: the plan power-cycles the set.
+        if (victim > 1) {
+            kill(victim, SIGKILL);
+        }
+        ASSERT_EQ(run.wait_for(test::patient(30s)), std::future_status::ready);
+        const test::ProcessResult result = run.get();
+        const nlohmann::json verdict = report()["verdict"];
+        const std::string strOfStep = up == 0 ? "died" : "error";
+        if (result.s32Exit == 0) {
+            EXPECT_EQ(verdict, "passed") << "the kill came too late";
+        } else {
+            EXPECT_EQ(result.s32Exit, up == 0 ? 1 : 3) << result.strError;
+            EXPECT_EQ(verdict, up == 0 ? "failed" : "error");
+            EXPECT_THAT(reportedVerdicts(), testing::Contains(strOfStep).Times(1));
+        }
+        EXPECT_THAT(reportedVerdicts(), testing::Each(testing::AnyOf("passed", "not run", strOfStep)));
+        EXPECT_EQ(report()["steps"][44]["verdict"], "passed");
+        EXPECT_EQ(report()["steps"][45]["verdict"], "passed");
+        EXPECT_TRUE(test::eventually([this] { return left().empty(); })) << testing::PrintToString(left());
+    }
+}
+std::string victimOf(const testing::TestParamInfo<int>& row) {
+    return row.param == 0 ? "Worker" : row.param == 1 ? "Supervisor" : "Hub";
+}
+INSTANTIATE_TEST_SUITE_P(Of, LineKills, testing::Values(0, 1, 2), victimOf);
+
+// Between the agent and who has started it: the worker stops before it describes.
+TEST_F(Kills, InTheMiddleOfADescriptionTheReasonIsGiven) {
+    const std::string strWorker = folder() + "/worker";
+    const std::string strHeld = writeFile("held.py", R"(
+import os, signal, subprocess, sys, time
+agent = subprocess.Popen([sys.argv[1]] + sys.argv[3:], stdin=subprocess.PIPE)
+def read():
+    return int(open('/proc/%d/io' % agent.pid).read().split()[1])
+for line in sys.stdin.buffer:
+    holds = b'"describe"' in line and not os.path.exists(sys.argv[2])
+    if holds:
+        worker = open('/proc/%d/task/%d/children' % (agent.pid, agent.pid)).read().split()[0]
+        os.kill(int(worker), signal.SIGSTOP)
+    wanted = read() + len(line)
+    agent.stdin.write(line)
+    agent.stdin.flush()
+    while holds and agent.poll() is None and read() < wanted:
+        time.sleep(0.001)
+    if holds:
+        open(sys.argv[2], 'w').write(worker)
+agent.stdin.close()
+sys.exit(agent.wait())
+)");
+    const std::string strStation =
+        writeFile("station.ini", "[target held]\nwire = python3 " + strHeld + " " FAPI_BINARY "-agent " + strWorker +
+                                     " --set " + set() + "\n");
+    const Strings target = {"--station", strStation, "--target", "held"};
+    const Strings words = runOf("step a\nsys_init\n");
+    const struct {
+        int up;
+        int exit;
+        const char* why;
+    } rows[] = {{0, 1, "the worker ended while it ran (died)"},
+                {1, 3, "the wire was lost, and the set's agent is a new one"},
+                {3, 3, "the hub has ended the connection"}};
+    for (const auto& row : rows) {
+        fs::remove_all(folder() + "/cache");
+        fs::remove(strWorker);
+        auto run = start(words, {"XDG_CACHE_HOME=" + folder() + "/cache"}, target);
+        EXPECT_TRUE(test::eventually([&] { return !readFile(strWorker).empty(); }, 30s));
+        pid_t victim = static_cast<pid_t>(std::stol(readFile(strWorker)));
+        for (int up = 0; up < row.up; ++up) {
+            victim = parentOf(victim);
+        }
+        EXPECT_EQ(kill(victim, SIGKILL), 0);
+        const test::ProcessResult result = run.get();
+        EXPECT_EQ(result.s32Exit, row.exit);
+        EXPECT_THAT(result.strError, HasSubstr(row.why));
+    }
+    // What a dead hub has left is the next one's.
+    EXPECT_EQ(start(words, {}, target).get().s32Exit, 0);
 }
 
 // A sanitizer must be the first of all objects that are loaded.

@@ -72,6 +72,9 @@ void Hands::read(const std::function<void(Request request)>& take) {
     std::vector<Line> lines;
     _reader.take({piece.data(), static_cast<std::size_t>(size)}, lines);
     for (Line& line : lines) {
+        if (line.kind == Line::Kind::console) {
+            continue;
+        }
         try {
             Message message = parseMessage(std::move(line.object));
             if (message.request) {

@@ -22,9 +22,9 @@ constexpr std::string_view kWithoutSet[] = {
     "partition.list", "refusals", "set.backup", "set.damage", "set.ports", "set.repair", "set.restore", kIdentity};
 
 // Methods that a virtual set in the role of a board does not have on its wire.
-constexpr std::string_view kOfVirtualSets[] = {"act",        "data",        "journal",  "picture",
-                                               "refusals",   "set.backup",  "set.log",  "set.damage",
-                                               "set.repair", "set.restore", "set.ports"};
+constexpr std::string_view kOfVirtualSets[] = {"act",       "data",       "env.kept",    "env.read",   "env.write",
+                                               "journal",   "picture",    "refusals",    "set.backup", "set.damage",
+                                               "set.ports", "set.repair", "set.restore", "set.show"};
 
 template <std::size_t count>
 bool isOneOf(const std::string& method, const std::string_view (&methods)[count]) {
@@ -183,7 +183,9 @@ bool Supervisor::answerHere(const Request& request) {
 
 void Supervisor::greet(const Request& request) {
     if (commonProtocol(request.params["protocol"]) == 0) {
-        return refuse(request, ErrorCode::notSupported, "no common version of the protocol",
+        return refuse(request, ErrorCode::notSupported,
+                      "no common version of the protocol: this agent speaks " + std::to_string(kProtocolOldest) +
+                          " to " + std::to_string(kProtocolNewest),
                       {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}});
     }
     commonFraming(request.params["framings"]);

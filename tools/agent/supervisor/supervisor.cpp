@@ -89,8 +89,11 @@ bool Supervisor::mustWait() const {
 }
 
 bool Supervisor::mayRead() const {
-    return !_isEnding && _wire.isOpen() && !_hello && _wire.waiting() < kFull &&
-           _lanes[kCalls].waiting.size() + _lanes[kLooks].waiting.size() < kQueued;
+    return !_isEnding && _wire.isOpen() && !_hello && _wire.waiting() < kFull && mayQueue();
+}
+
+bool Supervisor::mayQueue() const {
+    return _lanes[kCalls].waiting.size() + _lanes[kLooks].waiting.size() < kQueued;
 }
 
 void Supervisor::wait() {
@@ -99,7 +102,8 @@ void Supervisor::wait() {
     const bool takes = _worker != nullptr && _wire.waiting() < kFull && _wire.unread() < kUnread;
     const auto gives = [this](Way to) { return _worker != nullptr ? _worker->unwritten(to) : -1; };
     pollfd ends[] = {
-        {reads || _hello ? _wire.in() : -1, whether(reads, POLLIN), 0},
+        // Its end is noticed also while nothing is read.
+        {_wire.isOpen() && !_isEnding ? _wire.in() : -1, whether(reads, POLLIN), 0},
         {writes ? _wire.out() : -1, POLLOUT, 0},
         {_signals, POLLIN, 0},
         {takes ? _worker->socket() : -1, POLLIN, 0},
@@ -107,7 +111,7 @@ void Supervisor::wait() {
         {gives(kCalls), POLLOUT, 0},
         {gives(kLooks), POLLOUT, 0},
         {gives(kAside), POLLOUT, 0},
-        {_hands ? _hands->descriptor() : -1, POLLIN, 0},
+        {_hands && mayQueue() ? _hands->descriptor() : -1, POLLIN, 0},
     };
     int timeout = -1;
     if (_goneUntil && !_isStuck) {

@@ -68,6 +68,7 @@ private:
     void wait();
     void readSignals();
     bool mayRead() const;
+    bool mayQueue() const;
     bool mustWait() const;
     void leave();
 

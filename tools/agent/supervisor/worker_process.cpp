@@ -15,11 +15,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "protocol/framing.h"
+
 namespace tool {
 
 namespace {
 
 constexpr std::size_t kRead = 1u << 18;
+constexpr std::size_t kLongestLine = kLongestMessage + kMarkSize;
 
 [[noreturn]] void fail(const std::string& what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
@@ -177,6 +180,11 @@ bool WorkerProcess::readLines(const std::function<void(std::string_view line)>& 
         _unread.clear();
     }
     _unread += piece;
+    if (_unread.size() > kLongestLine) {
+        // No worker in its senses says so much in a line.
+        take({});
+        _unread.clear();
+    }
     return isSome;
 }
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -21,6 +22,8 @@ constexpr int kSignals[] = {SIGTERM, SIGKILL};
 constexpr int kPipeSize = 1 << 20;
 constexpr std::size_t kReadSize = 256 << 10;
 constexpr std::size_t kKeptErrors = 4096;
+// Of what has been written to the agent already.
+constexpr std::size_t kMostKept = 1 << 20;
 // The entries of a wire in what is waited for, in their order.
 enum Entry : std::size_t { kOutputEntry, kErrorsEntry, kProcessEntry, kInputEntry };
 
@@ -161,6 +164,10 @@ void AgentWire::sendText(std::string text) {
 void AgentWire::type(const std::string& bytes) {
     if (!_input) {
         return;
+    }
+    if (_sent > kMostKept) {
+        // A wire that is always busy never empties it.
+        _out.erase(0, std::exchange(_sent, 0));
     }
     _out += bytes;
     flush();

@@ -113,7 +113,10 @@ void Hub::turn() {
     poll(waited.data(), waited.size(), waitTime(until));
 
     if (waited[1].revents != 0) {
-        _isTerminated = true;
+        // Read, since the wait for the lock may be long.
+        signalfd_siginfo info = {};
+        _isTerminated =
+            read(_signals.get(), &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info)) || _isTerminated;
     }
     if (waited[0].revents != 0) {
         accept();

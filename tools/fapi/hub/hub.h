@@ -92,7 +92,7 @@ private:
     void again(HubClient& client, const Request& request);
     void pass(HubClient& client, const Request& request);
     bool mayPassUnread(const HubClient& client, const Request& request) const;
-    bool isFreeFor(const HubClient& client) const;
+    bool isFreeFor(const HubClient& client, const Request& request) const;
     bool needsClaim(const Request& request);
     void setClaim(const Claim& claim, bool isTaken);
     Field claimField() const;

@@ -18,6 +18,13 @@ const std::set<std::string>& lookingMethods() {
     return methods;
 }
 
+// Whether the request changes the set for all clients at once: what runs of the others, or what is logged of it. Only
+// the holder of the claim may do that, also when it shares the set.
+bool changesForAll(const Request& request) {
+    static const std::set<std::string> methods = {"end-worker", "log-switch", "set.repair", "set.restore"};
+    return methods.count(request.method) != 0 || (request.method == "power" && request.params["to"] != Field("on"));
+}
+
 // Returns what the parameters of a call or an act name.
 std::string nameIn(const Request& request) {
     const Field& name = request.params[request.method == "act" ? "action" : "operation"];
@@ -66,7 +73,7 @@ void Hub::take(HubClient& client, Line line) {
 // Whether the agent gets the request as it came, whatever its parameters are: most calls.
 bool Hub::mayPassUnread(const HubClient& client, const Request& request) const {
     const bool isCall = request.method == "call" || request.method == "act";
-    return isCall && isFreeFor(client) && client.hasGreeted && isUp() && _wire->framing() == Framing::plain;
+    return isCall && isFreeFor(client, request) && client.hasGreeted && isUp() && _wire->framing() == Framing::plain;
 }
 
 void Hub::handle(HubClient& client, const Request& request) {
@@ -181,7 +188,10 @@ void Hub::watch(HubClient& client, const Request& request) {
     }
     // The agent sends what it has of the journal each time it is asked for it.
     const bool flushes = kind == "journal" && on;
-    if (!isHubs && (was != isWatched(kind) || flushes)) {
+    // As long as it has not answered another client, nothing may be on yet.
+    const bool isAsked =
+        std::any_of(_open.begin(), _open.end(), [&](const auto& entry) { return entry.second.method == kind; });
+    if (!isHubs && (was != isWatched(kind) || flushes || isAsked)) {
         forward(client, request);
     } else {
         answer(client, request, Field::Fields());
@@ -242,7 +252,7 @@ void Hub::pass(HubClient& client, const Request& request) {
         return;
     }
     const bool isCall = request.method == "call" || request.method == "act";
-    if (isFreeFor(client)) {
+    if (isFreeFor(client, request)) {
         forward(client, request);
     } else if (isCall && !_description) {
         holdForDescription(client, request);
@@ -258,8 +268,9 @@ void Hub::pass(HubClient& client, const Request& request) {
     }
 }
 
-bool Hub::isFreeFor(const HubClient& client) const {
-    return _claim.holder == 0 || _claim.holder == client.id || _claim.isShared;
+bool Hub::isFreeFor(const HubClient& client, const Request& request) const {
+    const bool isOthers = _claim.holder != 0 && _claim.holder != client.id;
+    return !isOthers || (_claim.isShared && !changesForAll(request));
 }
 
 bool Hub::needsClaim(const Request& request) {

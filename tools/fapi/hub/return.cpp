@@ -123,7 +123,7 @@ void Hub::power(HubClient& client, const Request& request) {
         isUp() ? answer(client, request, Field::Fields()) : hold(client, request);
         return;
     }
-    if (_claim.holder != 0 && _claim.holder != client.id && !_claim.isShared) {
+    if (!isFreeFor(client, request)) {
         refuse(client, request, ErrorCode::claimed, claimText(), claimField());
         return;
     }

@@ -83,16 +83,20 @@ std::string waitUntilReady(int ready, int stop) {
     std::string text;
     const Clock::time_point deadline = Clock::now() + kUntilReady;
     for (pollfd entries[] = {{ready, POLLIN, 0}, {stop, POLLIN, 0}}; poll(entries, 2, waitTime(deadline)) != 0;) {
-        if (entries[1].revents != 0) {
-            stopWaiting();
+        // A hub that is ready is joined also by who wants no longer to wait: else it would wait for a first client.
+        if (entries[0].revents == 0) {
+            if (entries[1].revents != 0) {
+                stopWaiting();
+            }
+            continue;
         }
         char piece[512];
         const ssize_t length = read(ready, piece, sizeof(piece));
-        if (length <= 0 && errno != EINTR) {
+        if (length == 0 || (length < 0 && errno != EINTR)) {
             return text;
         }
         text.append(piece, length > 0 ? static_cast<std::size_t>(length) : 0);
-        if (text.front() == kHubIsReady) {
+        if (!text.empty() && text.front() == kHubIsReady) {
             return text;
         }
     }

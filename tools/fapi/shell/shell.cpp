@@ -84,7 +84,7 @@ public:
     }
     ~Shell() {
         for (const char* method : {"event", "log", "worker"}) {
-            session().listen(method, [](const Field&) {});
+            session().listen(method, nullptr);
         }
         session().unwatch(_interrupts.descriptor());
     }

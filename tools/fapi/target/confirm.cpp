@@ -27,7 +27,14 @@ bool confirm(const GlobalOptions& options, const std::string& what) {
 
 bool confirm(const GlobalOptions& options, const Command& command) {
     const Operation* operation = command.operation();
-    return operation == nullptr || operation->destroys.empty() || confirm(options, operation->destroys);
+    if (operation == nullptr) {
+        return true;
+    }
+    if (operation->destroys.empty() && operation->danger >= Danger::destroys) {
+        // A newer agent may have a danger that this build does not know.
+        return confirm(options, "may destroy what the set stores");
+    }
+    return operation->destroys.empty() || confirm(options, operation->destroys);
 }
 
 }  // namespace tool

@@ -227,8 +227,8 @@ void bringUp() {
     try {
         answer = session().request("prepare", Field::Fields());
     } catch (const RequestError& error) {
-        // The client that has claimed the set brings it up.
-        if (error.code() != ErrorCode::claimed) {
+        // The client that has claimed the set brings it up; where the agent does not do it as a whole, each call does.
+        if (error.code() != ErrorCode::claimed && error.code() != ErrorCode::unknownMethod) {
             throw;
         }
         return;

@@ -85,11 +85,13 @@ public:
     void pump(std::chrono::milliseconds limit);
 
     // Called for each notification of that method ("event", "journal", "log", "worker", "wire", "claim", "console"). A
-    // listener may make requests of its own.
+    // listener may make requests of its own. An empty one ends the listening.
     using Listener = std::function<void(const Field& params)>;
-    void listen(const std::string& method, Listener listener) { _listeners[method] = std::move(listener); }
-    // Calls back, while this target waits, when the descriptor is readable.
-    void watch(int descriptor, std::function<void()> isReadable) { _watched[descriptor] = std::move(isReadable); }
+    void listen(const std::string& method, Listener listener) { setOrErase(_listeners, method, std::move(listener)); }
+    // Calls back, while this target waits, when the descriptor is readable. An empty function ends that.
+    void watch(int descriptor, std::function<void()> isReadable) {
+        setOrErase(_watched, descriptor, std::move(isReadable));
+    }
     void unwatch(int descriptor) { _watched.erase(descriptor); }
 
     // Throws RequestError with code `claimed` when another client has the claim.
@@ -115,6 +117,16 @@ private:
         std::deque<Field> pieces;
         bool isDiscarded = false;
     };
+
+    // No empty function is kept: to call it would end the program.
+    template <class Key, class Function>
+    static void setOrErase(std::map<Key, Function>& functions, const Key& key, Function function) {
+        if (function) {
+            functions[key] = std::move(function);
+        } else {
+            functions.erase(key);
+        }
+    }
 
     explicit Target(Descriptor connection) : _connection(std::move(connection)) {}
     bool greet(const TargetOptions& options);
