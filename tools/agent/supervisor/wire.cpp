@@ -99,7 +99,10 @@ std::string Wire::keepMessage(std::string text) {
 }
 
 void Wire::sendSurely(std::string text) {
-    send(framing() == Framing::checked && _open ? keepMessage(std::move(text)) : std::move(text));
+    if (framing() == Framing::checked && _open) {
+        text = keepMessage(std::move(text));
+    }
+    send(std::move(text));
 }
 
 void Wire::answer(long long id, std::string text, bool isSure) {

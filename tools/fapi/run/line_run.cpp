@@ -19,10 +19,6 @@ namespace {
 // What the report shows of a value that was expected to be something.
 constexpr std::size_t kShownFound = 200;
 
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 // What was looked at; a number in a range is a measurement.
 void addFound(const Condition& condition, const std::string& what, const Value& value, Json& judged) {
     judged["found"] = display(value, kShownFound);
@@ -83,10 +79,6 @@ bool isRefusal(const RequestError& error) {
     }
 }
 
-Verdict verdictOf(const RequestError& error) {
-    return error.code() == ErrorCode::stationFailed ? Verdict::error : Verdict::failed;
-}
-
 bool expectsCalls(const PlanLine& line) {
     return std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
         return std::holds_alternative<CallsCondition>(expectation.what);
@@ -94,6 +86,22 @@ bool expectsCalls(const PlanLine& line) {
 }
 
 }  // namespace
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+Verdict verdictOf(const RequestError& error) {
+    switch (error.code()) {
+        case ErrorCode::stationFailed:
+        case ErrorCode::ended:
+        case ErrorCode::stuck:
+        case ErrorCode::claimed:
+            return Verdict::error;
+        default:
+            return Verdict::failed;
+    }
+}
 
 bool LineRun::run() {
     if (!_line.skipped.empty()) {

@@ -20,6 +20,10 @@ struct LineRunContext {
     bool judgesRefusals;
 };
 
+double secondsSince(Clock::time_point start);
+// Whose fault it is that the set does not answer.
+Verdict verdictOf(const RequestError& error);
+
 class LineRun {
 public:
     LineRun(const LineRunContext& context, const PlanLine& line, Attempt& attempt)

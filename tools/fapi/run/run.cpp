@@ -14,10 +14,6 @@ namespace {
 
 constexpr char kInterrupted[] = "interrupted";
 
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 bool expectsCalls(const Plan& plan) {
     for (const Step& step : plan.steps) {
         for (const PlanLine& line : step.lines) {
@@ -48,19 +44,6 @@ RunSetOptions optionsFor(const Plan& plan, const SessionOptions& session, bool i
     options.keepsLog = keepsLog;
     options.followsCalls = expectsCalls(plan) || !plan.faults.empty();
     return options;
-}
-
-// Whose fault it is that the set does not answer.
-Verdict verdictOf(const RequestError& error) {
-    switch (error.code()) {
-        case ErrorCode::stationFailed:
-        case ErrorCode::ended:
-        case ErrorCode::stuck:
-        case ErrorCode::claimed:
-            return Verdict::error;
-        default:
-            return Verdict::failed;
-    }
 }
 
 }  // namespace
