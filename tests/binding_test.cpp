@@ -58,8 +58,13 @@ TEST_F(BindingTest, AnArgumentIsOneWordOfTheProgramOrRefused) {
     const std::string strBinding = "press = run sh " + strProgram + " --to {1} {2}\n";
     EXPECT_THAT(verdictOf(strBinding, "set press \"a b'$(id)\" \"*\"\n"), HasSubstr("passed")) << _result.strError;
     EXPECT_EQ(readFile(folder() + "/words"), "<--to><a b'$(id)><*>");
-    EXPECT_THAT(verdictOf(strBinding, "set press -rf 1\n"),
-                HasSubstr("failed: line 3: set press: \"-rf\" begins with a dash"));
+    EXPECT_THAT(
+        verdictOf(strBinding,
+                  "sys_init\nsys_set_emmc_env_var a -rf\nsys_get_emmc_env_var a\nkeep x value\nset press ${x} 1\n"),
+        HasSubstr("failed: line 7: set press: \"-rf\" begins with a dash"));
+    EXPECT_THAT(
+        onBoard(station(strBinding), {"check", writeFile("a.plan", "plan t\nstep s\nset press 1 -rf\n")}).strError,
+        HasSubstr("a.plan:3:13: set press: \"-rf\" begins with a dash"));
 }
 
 TEST_F(BindingTest, AProgramThatMisbehavesIsAnErrorOfTheStation) {
@@ -106,6 +111,22 @@ TEST_F(BindingTest, WhatIsForAnotherKindOfTargetIsSkipped) {
     EXPECT_THAT(stepText(0), HasSubstr("only for a target of the kind virtual"));
     EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr("<skipped message=\"only for a target"));
     EXPECT_THAT(readFile(reportFile(".html")), HasSubstr("skipped: only for a target"));
+}
+
+// The program of the second step kills the run, once.
+TEST_F(BindingTest, AKilledRunOnABoardIsResumedThere) {
+    const std::string strOnce = folder() + "/once";
+    const std::string strProgram =
+        writeFile("press.sh", "[ -e " + strOnce + " ] && exit 0\ntouch " + strOnce + "\nkill -9 $PPID\n");
+    const std::string strStation = station("press = run sh " + strProgram + "\n");
+    const std::string strPlan = writeFile("test.plan", "plan t\nstep a\nsys_init\nstep b\nset press\n");
+    std::vector<std::string> words = {"run", "--report", reports(), strPlan};
+    EXPECT_EQ(onBoard(strStation, words).s32Exit, 128 + 9);
+    words.emplace_back("--resume");
+    EXPECT_THAT(fapi(words).strError, HasSubstr("the unfinished run is on the target board"));
+    _result = onBoard(strStation, words);
+    EXPECT_THAT(_result.strOutput, HasSubstr("resumed at step 2: b")) << _result.strError;
+    EXPECT_EQ(reportedVerdicts(), (std::vector<std::string>{"passed", "passed"}));
 }
 
 // With the shipped station but for its paths.

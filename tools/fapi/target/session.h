@@ -23,6 +23,9 @@ struct SessionOptions {
     int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for the set
 };
 
+// The same for who joins the set by itself.
+TargetOptions targetOptions(const SessionOptions& options);
+
 // The folder that the options mean; the target's name where the set is none of this PC.
 std::string setFolder(const SessionOptions& options);
 
