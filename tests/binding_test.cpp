@@ -11,12 +11,13 @@ class BindingTest : public test::PlanTest {
 protected:
     std::string hands() const { return folder() + "/rig.sock"; }
     std::string station(const std::string& strActions, const std::string& strMore = "") const {
-        return writeFile("station.ini", "[station]\nprogram-within = 6s\n[target board]\nwire = " FAPI_AGENT_BINARY
-                                        " --set " +
-                                            set() + " --as-board " + hands() +
-                                            "\npower-cycle = true\n[fixture rig]\ncommand = python3 " FAPI_EXAMPLES_DIR
-                                            "/fixture.py " +
-                                            hands() + "\n" + strMore + "[actions]\n" + strActions);
+        return writeFile(
+            "station.ini",
+            "[station]\nprogram-within = 6s\noperator-within = 3s\n[target board]\nwire = " FAPI_AGENT_BINARY
+            " --set " +
+                set() + " --as-board " + hands() +
+                "\npower-cycle = true\n[fixture rig]\ncommand = python3 " FAPI_EXAMPLES_DIR "/fixture.py " + hands() +
+                "\n" + strMore + "[actions]\n" + strActions);
     }
     test::ProcessResult onBoard(const std::string& strStation, std::vector<std::string> words) const {
         words.insert(words.begin(), {FAPI_BINARY, "--yes", "--station", strStation, "--target", "board"});
@@ -95,10 +96,35 @@ TEST_F(BindingTest, AnOperatorNeedsATerminal) {
     const test::ProcessResult result = onBoard(strStation, {"run", "--no-report", strPlan});
     EXPECT_EQ(result.s32Exit, 2);
     EXPECT_THAT(result.strError, HasSubstr("a.plan:3: set plug is asked of the operator, and there is no terminal"));
-    const test::ProcessResult asked =
-        test::runOnTerminal({FAPI_BINARY, "--station", strStation, "--target", "board", "run", "--no-report", strPlan},
-                            {{"Plug hdmi in. [Enter]", "\n"}});
-    EXPECT_EQ(asked.s32Exit, 0) << asked.strOutput;
+    const struct {
+        std::string strKeys, strTold;
+        int exit;
+    } rows[] = {{"\n", "PASS", 0},
+                {"\x03", "set plug hdmi 1 1920 1080 60000: interrupted", 4},
+                {"", "set plug: the operator has not answered within 3000 ms", 3}};
+    for (const auto& row : rows) {
+        const test::ProcessResult asked = test::runOnTerminal(
+            {FAPI_BINARY, "--station", strStation, "--target", "board", "run", "--no-report", strPlan},
+            {{"Plug hdmi in. [Enter]", row.strKeys}});
+        EXPECT_EQ(asked.s32Exit, row.exit) << asked.strOutput;
+        EXPECT_THAT(asked.strOutput, HasSubstr(row.strTold));
+    }
+}
+
+TEST_F(BindingTest, ASetWhoseProgramForThePowerFailsIsNotUsed) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"false", "power-cycle: false: ended with exit code 1"},
+        {"/no/relay", "power-cycle: /no/relay: No such file or directory"},
+        {"sh -c \"kill -9 $$\"", "power-cycle: sh: ended by signal 9"},
+        {"sh -c \"trap '' TERM; sleep 60\"", "power-cycle: has not ended within 2 s"}};
+    const std::string strPlan = writeFile("a.plan", "plan t\nstep s\nsys_init\n");
+    for (const auto& [pszProgram, pszTold] : rows) {
+        std::string strText = readFile(station(""));
+        strText.replace(strText.find("= true"), 6, std::string("= ") + pszProgram + "\nup-within = 2s");
+        const test::ProcessResult result = onBoard(writeFile("power.ini", strText), {"run", "--no-report", strPlan});
+        EXPECT_EQ(result.s32Exit, 3) << pszProgram;
+        EXPECT_THAT(result.strError, HasSubstr(pszTold));
+    }
 }
 
 TEST_F(BindingTest, WhatIsForAnotherKindOfTargetIsSkipped) {
