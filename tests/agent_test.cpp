@@ -111,11 +111,16 @@ protected:
         }
         return number;
     }
-    static bool isAlive(pid_t pid) {
+    // "R" (runs, or would), "S" (waits), "Z"; empty when there is no such process.
+    static std::string stateOf(pid_t pid) {
         std::string name, state;
         std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
         stat >> name >> name >> state;
-        return stat && state != "Z";
+        return state;
+    }
+    static bool isAlive(pid_t pid) {
+        const std::string state = stateOf(pid);
+        return !state.empty() && state != "Z";
     }
 
 private:
@@ -404,7 +409,7 @@ TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
     });
     // Until the agent takes no more requests, since nobody reads its answers.
     long long read = 0, before = -1;
-    while (read != before) {
+    while (read != before || stateOf(agent().pid()) != "S" || stateOf(agent().worker()) != "S") {
         std::this_thread::sleep_for(patient(std::chrono::milliseconds(400)));
         before = read;
         read = movedBy(agent().pid(), "rchar:");
