@@ -149,7 +149,10 @@ TEST_F(BindingTest, AKilledRunOnABoardIsResumedThere) {
     std::vector<std::string> words = {"run", "--report", reports(), strPlan};
     EXPECT_EQ(onBoard(strStation, words).s32Exit, 128 + 9);
     words.emplace_back("--resume");
-    EXPECT_THAT(fapi(words).strError, HasSubstr("the unfinished run is on the target board"));
+    EXPECT_THAT(test::runProcess({FAPI_BINARY, "--station", strStation, "--set", set(), "run", "--resume", "--report",
+                                  reports(), strPlan})
+                    .strError,
+                HasSubstr("the unfinished run is on the target board"));
     _result = onBoard(strStation, words);
     EXPECT_THAT(_result.strOutput, HasSubstr("resumed at step 2: b")) << _result.strError;
     EXPECT_EQ(reportedVerdicts(), (std::vector<std::string>{"passed", "passed"}));

@@ -81,9 +81,9 @@ TEST_F(StationTest, ACheckSaysOfEachWhatIsToBeDone) {
     for (const char* part : {"station.ini:3: target gone: /no/wire: no such program", "target ends: ", "exit code 1",
                              "station.ini:7: target silent: silent: no answer to hello within 1 s",
                              "fixture talks: fixture talks: hello was not answered within 1000 ms",
-                             "station.ini:11: fixture dies: fixture dies: sh: ended by signal 11",
-                             "station.ini:13: target floods: sh: sends more than 16 MiB without a newline",
-                             "station.ini:17: action key: /no/press: no such program"}) {
+                             "station.ini:13: fixture dies: fixture dies: sh: ended by signal 11",
+                             "station.ini:15: target floods: sh: sends more than 16 MiB without a newline",
+                             "station.ini:19: action key: /no/press: no such program"}) {
         EXPECT_THAT(result.strOutput, HasSubstr(part));
     }
 }

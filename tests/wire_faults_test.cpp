@@ -76,7 +76,8 @@ protected:
         const auto start = std::chrono::steady_clock::now();
         _result = test::runProcess({FAPI_BINARY, "--yes", "--station", strStation, "--target", "spoilt", "run",
                                     "--report", reports(), strPlan});
-        EXPECT_LT(std::chrono::steady_clock::now() - start, test::patient(60s)) << strFault << distance;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, test::patient(std::chrono::milliseconds(60000)))
+            << strFault << distance;
         std::string strAll;
         if (std::filesystem::exists(reports()) && !std::filesystem::is_empty(reports())) {
             for (const std::string& strVerdict : reportedVerdicts()) {

@@ -172,6 +172,10 @@ bool isSessionOpen() {
     return g_isOpen;
 }
 
+std::string chosenWire() {
+    return g_chosen.wire ? g_chosen.wire->name : "";
+}
+
 TargetFacts describeChosen() {
     if (g_chosen.wire) {
         try {

@@ -32,6 +32,9 @@ std::string setFolder(const SessionOptions& options);
 // Names the set of all that follows; joins nothing yet.
 void chooseSession(const SessionOptions& options);
 
+// The name of the chosen target; empty for a virtual set.
+std::string chosenWire();
+
 // Joins the set's hub and listens: lines of the library's log go to standard error, events into eventLog() once
 // listenToEvents() asked for them. The set itself is switched on by the first request that needs it. Throws
 // RequestError.
