@@ -104,22 +104,26 @@ protected:
         ADD_FAILURE() << "the stream has no end";
         return all;
     }
-    // How many bytes the process has written.
-    static long long writtenBy(pid_t pid) {
+    // How many bytes the process has read ("rchar:") or written ("wchar:").
+    static long long movedBy(pid_t pid, const char* way) {
         std::string name;
         long long number = 0;
         std::ifstream io("/proc/" + std::to_string(pid) + "/io");
-        while (io >> name >> number && name != "wchar:") {
+        while (io >> name >> number && name != way) {
         }
         return number;
     }
-    // "S": it waits; empty: there is no such process.
+    // "R" (runs, or would), "S" (waits), "Z"; empty when there is no such process.
     static std::string stateOf(pid_t pid) {
         std::string name, state;
-        std::ifstream("/proc/" + std::to_string(pid) + "/stat") >> name >> name >> state;
+        std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+        stat >> name >> name >> state;
         return state;
     }
-    static bool isAlive(pid_t pid) { return !stateOf(pid).empty() && stateOf(pid) != "Z"; }
+    static bool isAlive(pid_t pid) {
+        const std::string state = stateOf(pid);
+        return !state.empty() && state != "Z";
+    }
 
 private:
     std::unique_ptr<AgentClient> _agent;
@@ -426,14 +430,15 @@ TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
             agent().send("call", {{"operation", "sys_get_emmc_env_var"}, {"arguments", Field::List{"bootcmd"}}});
         }
     });
-    // Until the agent reads no more: what it holds no longer grows.
-    long long pages = 0, before = -1;
-    while (pages != before || stateOf(agent().pid()) != "S" || stateOf(agent().worker()) != "S") {
+    // Until the agent takes no more requests, since nobody reads its answers.
+    long long read = 0, before = -1;
+    while (read != before || stateOf(agent().pid()) != "S" || stateOf(agent().worker()) != "S") {
         std::this_thread::sleep_for(patient(std::chrono::milliseconds(400)));
-        before = pages;
-        long long size = 0;
-        std::ifstream("/proc/" + std::to_string(agent().pid()) + "/statm") >> size >> pages;
+        before = read;
+        read = movedBy(agent().pid(), "rchar:");
     }
+    long long size = 0, pages = 0;
+    std::ifstream("/proc/" + std::to_string(agent().pid()) + "/statm") >> size >> pages;
 #ifndef FAPI_SANITIZED
     EXPECT_LT(pages * sysconf(_SC_PAGESIZE), 40 << 20);
 #endif
@@ -445,10 +450,10 @@ TEST_F(AgentTest, AClientThatReadsNothingCostsLogLinesAndNoMemory) {
         }
         return lines;
     }();
-    const long long logged = writtenBy(agent().worker());
     std::ofstream(set() + "/ports/uart0") << commands << std::flush;
-    const auto size = static_cast<long long>(commands.size());
-    EXPECT_TRUE(eventually([&] { return writtenBy(agent().worker()) >= logged + size; }));
+    // The agent has to have them while its wire is full: what is read below makes room for them.
+    const long long logged = read + static_cast<long long>(commands.size());
+    EXPECT_TRUE(eventually([&] { return movedBy(agent().pid(), "rchar:") >= logged; }));
 
     long long seq = 0, answers = first, dropped = 0;
     while (answers < first + kRequests) {

@@ -11,12 +11,13 @@ class BindingTest : public test::PlanTest {
 protected:
     std::string hands() const { return folder() + "/rig.sock"; }
     std::string station(const std::string& strActions, const std::string& strMore = "") const {
-        return writeFile("station.ini", "[station]\nprogram-within = 6s\n[target board]\nwire = " FAPI_AGENT_BINARY
-                                        " --set " +
-                                            set() + " --as-board " + hands() +
-                                            "\npower-cycle = true\n[fixture rig]\ncommand = python3 " FAPI_EXAMPLES_DIR
-                                            "/fixture.py " +
-                                            hands() + "\n" + strMore + "[actions]\n" + strActions);
+        return writeFile(
+            "station.ini",
+            "[station]\nprogram-within = 6s\noperator-within = 3s\n[target board]\nwire = " FAPI_AGENT_BINARY
+            " --set " +
+                set() + " --as-board " + hands() +
+                "\npower-cycle = true\n[fixture rig]\ncommand = python3 " FAPI_EXAMPLES_DIR "/fixture.py " + hands() +
+                "\n" + strMore + "[actions]\n" + strActions);
     }
     test::ProcessResult onBoard(const std::string& strStation, std::vector<std::string> words) const {
         words.insert(words.begin(), {FAPI_BINARY, "--yes", "--station", strStation, "--target", "board"});
@@ -58,8 +59,13 @@ TEST_F(BindingTest, AnArgumentIsOneWordOfTheProgramOrRefused) {
     const std::string strBinding = "press = run sh " + strProgram + " --to {1} {2}\n";
     EXPECT_THAT(verdictOf(strBinding, "set press \"a b'$(id)\" \"*\"\n"), HasSubstr("passed")) << _result.strError;
     EXPECT_EQ(readFile(folder() + "/words"), "<--to><a b'$(id)><*>");
-    EXPECT_THAT(verdictOf(strBinding, "set press -rf 1\n"),
-                HasSubstr("failed: line 3: set press: \"-rf\" begins with a dash"));
+    EXPECT_THAT(
+        verdictOf(strBinding,
+                  "sys_init\nsys_set_emmc_env_var a -rf\nsys_get_emmc_env_var a\nkeep x value\nset press ${x} 1\n"),
+        HasSubstr("failed: line 7: set press: \"-rf\" begins with a dash"));
+    EXPECT_THAT(
+        onBoard(station(strBinding), {"check", writeFile("a.plan", "plan t\nstep s\nset press 1 -rf\n")}).strError,
+        HasSubstr("a.plan:3:13: set press: \"-rf\" begins with a dash"));
 }
 
 TEST_F(BindingTest, AProgramThatMisbehavesIsAnErrorOfTheStation) {
@@ -90,10 +96,35 @@ TEST_F(BindingTest, AnOperatorNeedsATerminal) {
     const test::ProcessResult result = onBoard(strStation, {"run", "--no-report", strPlan});
     EXPECT_EQ(result.s32Exit, 2);
     EXPECT_THAT(result.strError, HasSubstr("a.plan:3: set plug is asked of the operator, and there is no terminal"));
-    const test::ProcessResult asked =
-        test::runOnTerminal({FAPI_BINARY, "--station", strStation, "--target", "board", "run", "--no-report", strPlan},
-                            {{"Plug hdmi in. [Enter]", "\n"}});
-    EXPECT_EQ(asked.s32Exit, 0) << asked.strOutput;
+    const struct {
+        std::string strKeys, strTold;
+        int exit;
+    } rows[] = {{"\n", "PASS", 0},
+                {"\x03", "set plug hdmi 1 1920 1080 60000: interrupted", 4},
+                {"", "set plug: the operator has not answered within 3000 ms", 3}};
+    for (const auto& row : rows) {
+        const test::ProcessResult asked = test::runOnTerminal(
+            {FAPI_BINARY, "--station", strStation, "--target", "board", "run", "--no-report", strPlan},
+            {{"Plug hdmi in. [Enter]", row.strKeys}});
+        EXPECT_EQ(asked.s32Exit, row.exit) << asked.strOutput;
+        EXPECT_THAT(asked.strOutput, HasSubstr(row.strTold));
+    }
+}
+
+TEST_F(BindingTest, ASetWhoseProgramForThePowerFailsIsNotUsed) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"false", "power-cycle: false: ended with exit code 1"},
+        {"/no/relay", "power-cycle: /no/relay: No such file or directory"},
+        {"sh -c \"kill -9 $$\"", "power-cycle: sh: ended by signal 9"},
+        {"sh -c \"trap '' TERM; sleep 60\"", "power-cycle: has not ended within 2 s"}};
+    const std::string strPlan = writeFile("a.plan", "plan t\nstep s\nsys_init\n");
+    for (const auto& [pszProgram, pszTold] : rows) {
+        std::string strText = readFile(station(""));
+        strText.replace(strText.find("= true"), 6, std::string("= ") + pszProgram + "\nup-within = 2s");
+        const test::ProcessResult result = onBoard(writeFile("power.ini", strText), {"run", "--no-report", strPlan});
+        EXPECT_EQ(result.s32Exit, 3) << pszProgram;
+        EXPECT_THAT(result.strError, HasSubstr(pszTold));
+    }
 }
 
 TEST_F(BindingTest, WhatIsForAnotherKindOfTargetIsSkipped) {
@@ -106,6 +137,25 @@ TEST_F(BindingTest, WhatIsForAnotherKindOfTargetIsSkipped) {
     EXPECT_THAT(stepText(0), HasSubstr("only for a target of the kind virtual"));
     EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr("<skipped message=\"only for a target"));
     EXPECT_THAT(readFile(reportFile(".html")), HasSubstr("skipped: only for a target"));
+}
+
+// The program of the second step kills the run, once.
+TEST_F(BindingTest, AKilledRunOnABoardIsResumedThere) {
+    const std::string strOnce = folder() + "/once";
+    const std::string strProgram =
+        writeFile("press.sh", "[ -e " + strOnce + " ] && exit 0\ntouch " + strOnce + "\nkill -9 $PPID\n");
+    const std::string strStation = station("press = run sh " + strProgram + "\n");
+    const std::string strPlan = writeFile("test.plan", "plan t\nstep a\nsys_init\nstep b\nset press\n");
+    std::vector<std::string> words = {"run", "--report", reports(), strPlan};
+    EXPECT_EQ(onBoard(strStation, words).s32Exit, 128 + 9);
+    words.emplace_back("--resume");
+    EXPECT_THAT(test::runProcess({FAPI_BINARY, "--station", strStation, "--set", set(), "run", "--resume", "--report",
+                                  reports(), strPlan})
+                    .strError,
+                HasSubstr("the unfinished run is on the target board"));
+    _result = onBoard(strStation, words);
+    EXPECT_THAT(_result.strOutput, HasSubstr("resumed at step 2: b")) << _result.strError;
+    EXPECT_EQ(reportedVerdicts(), (std::vector<std::string>{"passed", "passed"}));
 }
 
 // With the shipped station but for its paths.

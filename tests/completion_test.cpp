@@ -39,6 +39,7 @@ TEST_F(Completion, OffersWhatCanStandThere) {
     fapi({"set", "put", "/mnt/usb/a.txt", "text:a"});
     fapi({"run", "--fresh", "--report", folder() + "/reports", "--repeat", "2",
           writeFile("a.plan", "plan A\nstep B\n sys_init\n")});
+    const std::string strStation = writeFile("station.ini", "[target slot]\nset = /s\n[target board]\nwire = adb\n");
     const std::pair<std::string, std::vector<std::string>> rows[] = {
         {"par", {"partition"}},
         {"--json he", {"help"}},
@@ -70,6 +71,7 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"env get --flash s", {"spi_nor"}},
         {"run li", {":files", "line"}},
         {"run one.plan --report ", {":folders"}},
+        {"--station " + strStation + " --target ", {":folders", "board", "slot", "virtual"}},
         {"run one.plan two", {":files"}},
         {"screen --what p", {"panel"}},
         {"watch --module pr", {"prphrl"}},
@@ -104,6 +106,7 @@ TEST_F(Completion, Bash) {
     EXPECT_THAT(completeInBash("run n"), ElementsAre("notes.txt"));
     EXPECT_THAT(completeInBash("run pan"), ElementsAre("panel"));
     EXPECT_THAT(completeInBash("run --report "), ElementsAre("records"));
+    EXPECT_THAT(completeInBash("targets --target "), ElementsAre("records", "virtual"));
     EXPECT_THAT(completeInBash("screen --what window:"), ElementsAre("")) << "bash has the part up to the colon";
     EXPECT_THAT(completeInBash("call sys_write_file /mnt/usb/b text:a:b"), ElementsAre(""));
 }

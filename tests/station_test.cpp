@@ -72,14 +72,18 @@ TEST_F(StationTest, ACheckSaysOfEachWhatIsToBeDone) {
     const test::ProcessResult result =
         with("[target good]\nwire = " + agent() + "\n[target gone]\nwire = /no/wire\n[target ends]\nwire = false\n" +
                  "[target silent]\nwire = sleep 60\nup-within = 1s\n[fixture talks]\ncommand = yes\nwithin = 1s\n" +
-                 "[actions]\nkey = run /no/press {1}\n",
+                 "[fixture dies]\ncommand = sh -c \"kill -11 $$\"\n[target floods]\nwire = sh -c " +
+                 "\"head -c 100000000 /dev/zero; sleep 60\"\nup-within = 9s\n[actions]\nkey = run "
+                 "/no/press {1}\n",
              {"station", "check"});
     EXPECT_EQ(result.s32Exit, 3);
     EXPECT_THAT(result.strOutput, HasSubstr("target good: ok: virtual, agent "));
     for (const char* part : {"station.ini:3: target gone: /no/wire: no such program", "target ends: ", "exit code 1",
                              "station.ini:7: target silent: silent: no answer to hello within 1 s",
                              "fixture talks: fixture talks: hello was not answered within 1000 ms",
-                             "station.ini:14: action key: /no/press: no such program"}) {
+                             "station.ini:13: fixture dies: fixture dies: sh: ended by signal 11",
+                             "station.ini:15: target floods: sh: sends more than 16 MiB without a newline",
+                             "station.ini:19: action key: /no/press: no such program"}) {
         EXPECT_THAT(result.strOutput, HasSubstr(part));
     }
 }

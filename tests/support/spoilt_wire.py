@@ -6,6 +6,7 @@ FAULT is drop, flip, double (every line), kernel (a message in the middle), dela
 """
 import os
 import select
+import signal
 import subprocess
 import sys
 import time
@@ -26,8 +27,7 @@ def spoil(piece):
     if fault == "delay":
         time.sleep(0.3)
     if fault == "cut":
-        child.kill()
-        sys.exit(1)
+        os.killpg(0, signal.SIGKILL)
     return piece
 
 
@@ -37,7 +37,10 @@ while True:
         data = os.read(source, 65536)
         if not data:
             child.stdin.close()
-            sys.exit(child.wait())
+            code = child.wait()
+            signal.signal(signal.SIGTERM, signal.SIG_IGN)
+            os.killpg(0, signal.SIGTERM)
+            sys.exit(code)
         if fault == "double":
             passed += len(data)
             lines = data.splitlines(keepends=True)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files of sections and entries: "[target bench]", "wire = adb exec-out fapi-agent".
+// Files of sections and entries: "[target bench]", "wire = adb shell -T fapi-agent".
 #ifndef FAPI_BENCH_BASE_INI_H
 #define FAPI_BENCH_BASE_INI_H
 

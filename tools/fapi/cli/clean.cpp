@@ -113,7 +113,7 @@ private:
             const std::unique_ptr<UnfinishedRun> run = UnfinishedRun::read(file);
             if (run != nullptr && !run->lock()) {
                 keep("unfinished run", file, "still going on");
-            } else if (run != nullptr && !_all && !run->isLost() && _sets.count(run->setFolder()) == 0) {
+            } else if (run != nullptr && !_all && !run->isLost() && _sets.count(run->set().name) == 0) {
                 keep("unfinished run", file, "can be resumed");
             } else {
                 remove("unfinished run", file, run != nullptr ? run->files() : std::vector<std::string>{file});

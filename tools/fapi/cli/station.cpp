@@ -36,6 +36,14 @@ TargetOptions optionsOf(const StationTarget& target) {
     return options;
 }
 
+std::vector<std::string> namesOf(const Station& station) {
+    std::vector<std::string> names = {kVirtualName};
+    for (const StationTarget& target : station.targets) {
+        names.push_back(target.name);
+    }
+    return names;
+}
+
 // "fapi shell (process 12), fapi run (process 14, has the set)"; nothing when no program uses it.
 std::optional<std::string> usersOf(TargetOptions options, std::string& kind) {
     options.mayStart = false;
@@ -162,11 +170,7 @@ void applyStation(const StationOptions& options, SessionOptions& session) {
     } else if (options.target.find('/') != std::string::npos || std::filesystem::is_directory(options.target, error)) {
         session.folder = options.target;
     } else if (!options.target.empty() && options.target != kVirtualName) {
-        std::vector<std::string> names = {kVirtualName};
-        for (const StationTarget& known : station.targets) {
-            names.push_back(known.name);
-        }
-        const std::string near = nearest(options.target, names);
+        const std::string near = nearest(options.target, namesOf(station));
         throw UsageError(
             "no such target: " + display(options.target, 40) + (near.empty() ? "" : ", did you mean " + near + "?") +
             (station.file.empty() ? "; there is no station.ini" : "; " + station.file + " has the targets"));
@@ -174,6 +178,10 @@ void applyStation(const StationOptions& options, SessionOptions& session) {
     if (session.wire || !station.bindings.empty()) {
         bindActions(stationActions(std::move(station)));
     }
+}
+
+std::vector<std::string> targetNames(const std::string& file) {
+    return namesOf(readStation(stationFile(file)));
 }
 
 int listTargets(const StationOptions& options, const SessionOptions& session, bool asJson) {

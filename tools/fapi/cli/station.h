@@ -20,6 +20,8 @@ struct StationOptions {
 // Makes the target the one that the session is to have, and binds the station's actions. Throws UsageError.
 void applyStation(const StationOptions& options, SessionOptions& session);
 
+// What --target takes by name: those of the station's file, and the virtual set. Throws UsageError.
+std::vector<std::string> targetNames(const std::string& file);
 // Each target with its kind, and who uses it.
 int listTargets(const StationOptions& options, const SessionOptions& session, bool asJson);
 // A line for each target and fixture: that it answers, or what is to be done. Returns an exit code.

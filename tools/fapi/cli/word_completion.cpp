@@ -9,6 +9,7 @@
 
 #include "base/env_image.h"
 #include "cli/results.h"
+#include "cli/station.h"
 #include "conform/conformance.h"
 #include "plan/files.h"
 #include "report/report.h"
@@ -31,7 +32,7 @@ _fapi() {
     mapfile -t found < <("$1" complete "$line" 2>/dev/null)
     case ${found[0]-} in
         :files) mapfile -t COMPREPLY < <(compgen -f -- "${start#"$cut"}"; printf '%s\n' "${found[@]:1}" | grep .) ;;
-        :folders) mapfile -t COMPREPLY < <(compgen -d -- "${start#"$cut"}") ;;
+        :folders) mapfile -t COMPREPLY < <(compgen -d -- "${start#"$cut"}"; printf '%s\n' "${found[@]:1}" | grep .) ;;
         *)
             for i in "${found[@]}"; do
                 i=${i#"$cut"}
@@ -54,7 +55,7 @@ _fapi() {
     found=(${(f)"$("$words[1]" complete "${(j: :)words[1,CURRENT-1]} $PREFIX" 2>/dev/null)"})
     case ${found[1]-} in
         :files) _files; compadd -- ${found[2,-1]} ;;
-        :folders) _files -/ ;;
+        :folders) _files -/; compadd -- ${found[2,-1]} ;;
         *)
             open=(${(M)found:#*[/:]})
             compadd -- ${found:|open}
@@ -193,6 +194,11 @@ std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
     }
     if (name == "CLASS") {
         return {"changes", "pads", "person", "reads", "reboot", "store"};
+    }
+    if (name == "--target") {
+        std::vector<std::string> names = targetNames(optionValue(line, "--station"));
+        names.insert(names.begin(), kAnyFolder);
+        return names;
     }
     if (name == "FILE") {
         return {kAnyFile};

@@ -159,19 +159,38 @@ void expect(RuleResult& result, const std::map<std::string, std::string>& expect
     }
 }
 
-void listRules(const std::vector<const Rule*>& rules, bool json) {
+void listRules(const std::vector<const Rule*>& rules, const std::set<std::string>& has, bool json) {
     for (const Rule* rule : rules) {
+        const std::string skipped = whySkipped(*rule, has, targetKind() == kVirtualKind);
         if (json) {
-            printLine(jsonLine({{"rule", rule->name},
-                                {"promise", rule->promise},
-                                {"place", rule->place},
-                                {"breaks", rule->breaks},
-                                {"danger", dangerName(rule->danger)},
-                                {"needs", rule->needs}}));
+            Json line = {{"rule", rule->name},     {"promise", rule->promise},           {"place", rule->place},
+                         {"breaks", rule->breaks}, {"danger", dangerName(rule->danger)}, {"needs", rule->needs}};
+            if (!skipped.empty()) {
+                line["skipped"] = skipped;
+            }
+            printLine(jsonLine(line));
         } else {
-            printLine(rule->name + " (" + dangerName(rule->danger) + "): " + printable(rule->promise));
+            printLine(rule->name + " (" + dangerName(rule->danger) + "): " + printable(rule->promise) +
+                      (skipped.empty() ? "" : "; skipped: " + printable(skipped)));
         }
     }
+}
+
+// What the set claims to have. A claim that no rule needs is a slip, or meant for rules of somebody's own.
+std::set<std::string> claimsOf(const ConformanceOptions& options, const std::vector<Rule>& rules) {
+    std::set<std::string> has(options.has.begin(), options.has.end());
+    has.insert(options.session.has.begin(), options.session.has.end());
+    std::set<std::string> needed;
+    for (const Rule& rule : rules) {
+        needed.insert(rule.needs.begin(), rule.needs.end());
+    }
+    for (const std::string& claim : has) {
+        if (needed.count(claim) == 0) {
+            const std::string near = nearest(claim, {needed.begin(), needed.end()});
+            printMessage("no rule needs " + display(claim, 40) + (near.empty() ? "" : ", did you mean " + near + "?"));
+        }
+    }
+    return has;
 }
 
 // On the virtual set every rule can be checked, so that one which cannot is wrong itself.
@@ -215,13 +234,12 @@ int runConformance(const ConformanceOptions& options) {
     RuleChoice choice(options);
     const std::vector<const Rule*> chosen = choice.choose(rules);
     const std::map<std::string, std::string> expected = readExpected(options.expected, rules);
+    const std::set<std::string> has = claimsOf(options, rules);
     if (options.isList) {
-        listRules(chosen, options.json);
+        listRules(chosen, has, options.json);
         return kExitGood;
     }
-    std::set<std::string> has(options.has.begin(), options.has.end());
-    has.insert(options.session.has.begin(), options.session.has.end());
-    RuleRuns runs(options.session, std::move(has));
+    RuleRuns runs(options.session, has);
     if (runs.isVirtual() && !tellProblems(chosen)) {
         return kExitUsage;
     }

@@ -92,7 +92,7 @@ void writeFamily(Html body, const ConformanceResult& result, const std::string& 
     Html table = body.add("table", "list");
     Html head = table.add("thead").add("tr");
     head.add("th", "step", "Rule");
-    head.add("th", "count", "RuleDanger");
+    head.add("th", "badges", "Does");
     head.add("th", "badges", "Result");
     head.add("th", "time", "Duration");
     Html rows = table.add("tbody");

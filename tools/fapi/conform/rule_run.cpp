@@ -20,7 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kRuleVerdicts[] = {"pass", "fail", "skipped", "error"};
-constexpr char kVirtual[] = "virtual";
 
 sigset_t signalsOfRules() {
     sigset_t signals = endingSignals();
@@ -110,21 +109,44 @@ void judge(const Rule& rule, const PlanResult& run, bool isOverdue, RuleResult& 
     }
 }
 
+SetOfRun setOfRules(const SessionOptions& session) {
+    return {setFolder(session), session.wire ? SetOfRun::Kind::target : SetOfRun::Kind::kept};
+}
+
+// A rule begins with a worker of its own: to switch a board off and on takes longer than most rules may.
+SessionOptions withoutPower(SessionOptions session) {
+    if (session.wire) {
+        session.wire->powerCycle.clear();
+    }
+    return session;
+}
+
 }  // namespace
 
 const char* verdictName(RuleVerdict verdict) {
     return kRuleVerdicts[static_cast<std::size_t>(verdict)];
 }
 
+std::string whySkipped(const Rule& rule, const std::set<std::string>& has, bool isVirtual) {
+    if (isVirtual) {
+        return "";
+    }
+    for (const std::string& need : rule.needs) {
+        if (has.count(need) == 0) {
+            return "the board does not claim to have " + need;
+        }
+    }
+    // On a board there are other actions than on the virtual set.
+    return rule.problems.empty() ? "" : rule.problems.front().text;
+}
+
 RuleRuns::RuleRuns(const SessionOptions& session, std::set<std::string> has)
-    : _session(session), _has(std::move(has)), _interrupts(signalsOfRules()) {
-    TargetOptions options;
-    options.folder = session.folder;
+    : _session(withoutPower(session)), _has(std::move(has)), _interrupts(signalsOfRules()) {
+    TargetOptions options = targetOptions(_session);
     options.client = "fapi conformance";
-    options.isDamaged = session.damaged;
     options.stop = _interrupts.descriptor();
     _target = Target::join(options);
-    _isVirtual = _target->hello()["kind"].textOr(kVirtual) == kVirtual;
+    _isVirtual = _target->hello()["kind"].textOr(kVirtualKind) == kVirtualKind;
 }
 
 RuleRuns::~RuleRuns() = default;
@@ -132,19 +154,6 @@ RuleRuns::~RuleRuns() = default;
 bool RuleRuns::isInterrupted() {
     _isInterrupted = _interrupts.take() || _isInterrupted;
     return _isInterrupted;
-}
-
-std::string RuleRuns::whySkipped(const Rule& rule) const {
-    if (_isVirtual) {
-        return "";
-    }
-    for (const std::string& need : rule.needs) {
-        if (_has.count(need) == 0) {
-            return "the board does not claim to have " + need;
-        }
-    }
-    // On a board there are other actions than on the virtual set.
-    return rule.problems.empty() ? "" : rule.problems.front().text;
 }
 
 std::string RuleRuns::stemOf(const Rule& rule) const {
@@ -184,7 +193,7 @@ std::vector<std::string> RuleRuns::restoreLeftOvers(const std::vector<Rule>& rul
 RuleResult RuleRuns::check(const Rule& rule) {
     RuleResult result;
     result.rule = &rule;
-    if (const std::string why = whySkipped(rule); !why.empty()) {
+    if (const std::string why = whySkipped(rule, _has, _isVirtual); !why.empty()) {
         result.verdict = RuleVerdict::skipped;
         result.text = why;
         return result;
@@ -199,8 +208,7 @@ PlanResult RuleRuns::run(const Rule& rule, RuleResult& result) {
     if (restoring(rule.plan) != nullptr) {
         std::error_code error;
         fs::create_directories(folderOfRestores(), error);
-        unfinished =
-            std::make_unique<UnfinishedRun>(rule.plan, ParameterValues(), stemOf(rule), setFolder(_session), false);
+        unfinished = std::make_unique<UnfinishedRun>(rule.plan, ParameterValues(), stemOf(rule), setOfRules(_session));
     }
     Progress progress(rule.plan, Progress::Shows::nothing);
     Interrupts interrupts(signalsOfRules());

@@ -26,10 +26,14 @@ struct RuleResult {
     double seconds = 0;
 };
 
+constexpr const char* kVirtualKind = "virtual";
+// Why the rule is not checked on a set that has these things; empty: it is. The virtual set has everything.
+std::string whySkipped(const Rule& rule, const std::set<std::string>& has, bool isVirtual);
+
 // Checks rules one after the other, each in a worker of its own.
 class RuleRuns {
 public:
-    // `has` is what a board claims to have; the virtual set has everything. Joins the set's hub. Throws RequestError.
+    // `has` is what a board claims to have. Joins the set's hub. Throws RequestError.
     RuleRuns(const SessionOptions& session, std::set<std::string> has);
     ~RuleRuns();
     RuleRuns(const RuleRuns&) = delete;
@@ -43,7 +47,6 @@ public:
     bool isVirtual() const { return _isVirtual; }
 
 private:
-    std::string whySkipped(const Rule& rule) const;
     std::string stemOf(const Rule& rule) const;
     PlanResult run(const Rule& rule, RuleResult& result);
 

@@ -248,6 +248,11 @@ void AgentWire::close() {
     }
 }
 
+void AgentWire::closeFor(const std::string& reason) {
+    _closeReason = reason;
+    close();
+}
+
 void AgentWire::terminate() {
     close();
     _closed = std::min(*_closed, Clock::now() - kUntilSignal);
@@ -290,6 +295,9 @@ void AgentWire::waitForEnd() {
 }
 
 std::string AgentWire::reason() const {
+    if (!_closeReason.empty()) {
+        return _name + ": " + _closeReason;
+    }
     const std::string text =
         _name + (WIFSIGNALED(_status) ? ": ended by signal " + std::to_string(WTERMSIG(_status))
                                       : ": ended with exit code " + std::to_string(WEXITSTATUS(_status)));

@@ -60,6 +60,8 @@ public:
     void terminate();
     // Closes the wire: the agent ends by itself, else by SIGTERM after two seconds, by SIGKILL after four.
     void close();
+    // Closes it for that reason, whatever the command makes of it.
+    void closeFor(const std::string& reason);
     bool isClosed() const { return _closed.has_value(); }
     // Whether the command has ended.
     bool isGone() const { return _child < 0; }
@@ -95,7 +97,8 @@ private:
     LineReader _reader{Framing::plain, LineReader::Gives::text};
     Framing _sends = Framing::plain;
     std::deque<std::string> _script;
-    std::string _printed;        // by the console since the last text was typed
+    std::string _printed;  // by the console since the last text was typed
+    std::string _closeReason;
     std::string _errorText;      // the last of the standard error
     std::size_t _errorLine = 0;  // where its last line begins
     std::size_t _place = 0;      // of the wire's first entry in what is waited for

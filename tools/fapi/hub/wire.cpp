@@ -139,7 +139,7 @@ void Hub::receive(Line& line) {
     }
     if (line.kind == Line::Kind::tooLong) {
         // It may have been the answer to any request.
-        _wire->close();
+        _wire->closeFor("sends more than 16 MiB without a newline");
     } else if (_isGreeted && _options.wire.isChecked && (line.kind == Line::Kind::damaged || isSpoilt(line))) {
         noteDamage("a message came damaged");
         askAgain();

@@ -32,6 +32,19 @@ bool isSet(const std::string& folder) {
     return access((folder + "/set.json").c_str(), F_OK) == 0;
 }
 
+bool isTarget(const SetOfRun& set) {
+    return set.kind == SetOfRun::Kind::target;
+}
+
+SetOfRun absolute(const SetOfRun& set) {
+    return isTarget(set) ? set : SetOfRun{absolutePath(set.name), set.kind};
+}
+
+// Whether a run that was on the set `had` may go on. Without a name any virtual set is wanted.
+bool isMeant(const SetOfRun& wanted, const SetOfRun& had) {
+    return isTarget(wanted) == isTarget(had) && (wanted.name.empty() || absolute(wanted) == had);
+}
+
 Json attemptJson(const Attempt& attempt, Clock::time_point start) {
     return Json::array({static_cast<int>(attempt.judgement.verdict), attempt.judgement.text,
                         std::chrono::duration<double>(attempt.start - start).count(), attempt.seconds, attempt.log,
@@ -57,13 +70,12 @@ Attempt attemptOf(const Json& json) {
 }  // namespace
 
 UnfinishedRun::UnfinishedRun(const Plan& plan, const ParameterValues& parameters, const std::string& stem,
-                             const std::string& setFolder, bool fresh)
+                             const SetOfRun& set)
     : _stem(stem),
       _plan(absolutePath(plan.file)),
       _hash(plan.hash),
       _faultsHash(plan.faultsHash),
-      _setFolder(absolutePath(setFolder)),
-      _fresh(fresh),
+      _set(absolute(set)),
       _parameters(parameters) {}
 
 // Throws exceptions of all kinds for what write() did not write.
@@ -114,8 +126,7 @@ std::string UnfinishedRun::fileOf(const std::string& stem) {
     return stem + kExtension;
 }
 
-std::unique_ptr<UnfinishedRun> UnfinishedRun::find(const std::string& folder, const Plan& plan,
-                                                   const std::string& setFolder) {
+std::unique_ptr<UnfinishedRun> UnfinishedRun::find(const std::string& folder, const Plan& plan, const SetOfRun& set) {
     std::string problem, otherPlan;
     for (const std::string& file : filesIn(folder)) {
         std::unique_ptr<UnfinishedRun> run = read(file);
@@ -125,8 +136,9 @@ std::unique_ptr<UnfinishedRun> UnfinishedRun::find(const std::string& folder, co
         }
         if (run->_plan != absolutePath(plan.file)) {
             otherPlan = folder + ": the unfinished run is one of " + run->_plan + ", not of " + plan.file;
-        } else if (!setFolder.empty() && run->_setFolder != absolutePath(setFolder)) {
-            problem = folder + ": the unfinished run is on the set in " + run->_setFolder;
+        } else if (!isMeant(set, run->_set)) {
+            problem = folder + ": the unfinished run is on " + (isTarget(run->_set) ? "the target " : "the set in ") +
+                      run->_set.name;
         } else if (!run->lock()) {
             problem = plan.file + ": the run is still going on";
         } else {
@@ -147,8 +159,8 @@ void UnfinishedRun::check(const Plan& plan) const {
         throw UsageError(plan.file + ": the run that was to be resumed had " +
                          (_faultsHash.empty() ? "no faults" : "other faults (--faults FILE)"));
     }
-    if (!isSet(_setFolder)) {
-        throw UsageError(_setFolder + ": the " + (_fresh ? "temporary " : "") +
+    if (isLost()) {
+        throw UsageError(_set.name + ": the " + (_set.kind == SetOfRun::Kind::fresh ? "temporary " : "") +
                          "set is gone, the run on it cannot be resumed");
     }
 }
@@ -210,16 +222,23 @@ void UnfinishedRun::giveUp(const char* why) {
 }
 
 Json UnfinishedRun::header() const {
-    return {{"plan", _plan},     {"hash", _hash},   {"faults", _faultsHash},
-            {"set", _setFolder}, {"fresh", _fresh}, {"parameters", _parameters}};
+    return {{"plan", _plan},
+            {"hash", _hash},
+            {"faults", _faultsHash},
+            {"set", _set.name},
+            {"fresh", _set.kind == SetOfRun::Kind::fresh},
+            {"target", isTarget(_set)},
+            {"parameters", _parameters}};
 }
 
 void UnfinishedRun::readHeader(const Json& json) {
     _plan = json.at("plan").get<std::string>();
     _hash = json.at("hash").get<std::string>();
     _faultsHash = json.at("faults").get<std::string>();
-    _setFolder = json.at("set").get<std::string>();
-    _fresh = json.at("fresh").get<bool>();
+    const bool isFresh = json.at("fresh").get<bool>();
+    _set = {json.at("set").get<std::string>(), json.value("target", false) ? SetOfRun::Kind::target
+                                               : isFresh                   ? SetOfRun::Kind::fresh
+                                                                           : SetOfRun::Kind::kept};
     _parameters = json.value("parameters", ParameterValues());
 }
 
@@ -261,7 +280,7 @@ bool UnfinishedRun::lock() const {
 }
 
 bool UnfinishedRun::isLost() const {
-    return !isSet(_setFolder);
+    return !isTarget(_set) && !isSet(_set.name);
 }
 
 // Whoever holds the set now has ended what was unfinished there. What is damaged is named when somebody wants to
@@ -269,7 +288,7 @@ bool UnfinishedRun::isLost() const {
 void UnfinishedRun::dropOthers() const {
     for (const std::string& other : filesIn(fs::path(_stem).parent_path().string())) {
         const std::unique_ptr<UnfinishedRun> run = other != file() ? read(other) : nullptr;
-        if (run != nullptr && run->lock() && (run->_setFolder == _setFolder || run->isLost())) {
+        if (run != nullptr && run->lock() && (run->_set == _set || run->isLost())) {
             run->remove();
         }
     }

@@ -11,16 +11,23 @@
 
 namespace tool {
 
+// The set that a run is on.
+struct SetOfRun {
+    enum class Kind { kept, fresh, target };
+    std::string name;  // the virtual set's folder; of a target with a wire its name
+    Kind kind = Kind::kept;
+
+    bool operator==(const SetOfRun& other) const { return name == other.name; }
+};
+
 class UnfinishedRun {
 public:
-    // Of a run that begins on the set in `setFolder`. There is no file before begin().
-    UnfinishedRun(const Plan& plan, const ParameterValues& parameters, const std::string& stem,
-                  const std::string& setFolder, bool fresh);
+    // There is no file before begin().
+    UnfinishedRun(const Plan& plan, const ParameterValues& parameters, const std::string& stem, const SetOfRun& set);
 
-    // The newest one of the plan in the report folder, on that set; of any when `setFolder` is empty. Throws UsageError
-    // when there is none that can be gone on with.
-    static std::unique_ptr<UnfinishedRun> find(const std::string& folder, const Plan& plan,
-                                               const std::string& setFolder);
+    // The newest one of the plan in the report folder, on that set; of any folder when the set's name is empty. Throws
+    // UsageError when there is none that can be gone on with.
+    static std::unique_ptr<UnfinishedRun> find(const std::string& folder, const Plan& plan, const SetOfRun& set);
 
     // The one in the file; null when that is damaged.
     static std::unique_ptr<UnfinishedRun> read(const std::string& file);
@@ -40,8 +47,7 @@ public:
     std::vector<std::string> files() const;
 
     const std::string& stem() const { return _stem; }
-    const std::string& setFolder() const { return _setFolder; }
-    bool isFresh() const { return _fresh; }
+    const SetOfRun& set() const { return _set; }
     const ParameterValues& parameters() const { return _parameters; }
 
     // Where it goes on, and what there was until then; steps that have not ended have no result.
@@ -77,8 +83,7 @@ private:
     std::string _plan;  // the file, as an absolute path
     std::string _hash;
     std::string _faultsHash;
-    std::string _setFolder;
-    bool _fresh = false;
+    SetOfRun _set;
     ParameterValues _parameters;
 
     Position _position;

@@ -232,13 +232,16 @@ public:
     }
 
     int resume() {
-        std::unique_ptr<UnfinishedRun> unfinished =
-            UnfinishedRun::find(_folder, _plans.front(), _options.session.folder);
-        prepareStore();
         SessionOptions session = _options.session;
-        session.folder = unfinished->setFolder();
+        const std::string given = session.wire ? setFolder(session) : session.folder;
+        std::unique_ptr<UnfinishedRun> unfinished =
+            UnfinishedRun::find(_folder, _plans.front(), {given, kindOf(session)});
+        prepareStore();
+        if (!session.wire) {
+            session.folder = unfinished->set().name;
+        }
         std::optional<FreshSet> fresh;
-        if (unfinished->isFresh()) {
+        if (unfinished->set().kind == SetOfRun::Kind::fresh) {
             fresh.emplace(session.folder);
         }
         const RunInput input = inputFor(_plans.front(), unfinished->parameters());
@@ -304,6 +307,10 @@ private:
         return input;
     }
 
+    SetOfRun::Kind kindOf(const SessionOptions& session) const {
+        return session.wire ? SetOfRun::Kind::target : _options.fresh ? SetOfRun::Kind::fresh : SetOfRun::Kind::kept;
+    }
+
     int runNew(std::size_t index, const ParameterValues& given) {
         const Plan& plan = _plans[index];
         const RunInput input = inputFor(plan, given);
@@ -316,7 +323,7 @@ private:
             return run(index, input, session, fresh, nullptr, nullptr);
         }
         ReportFiles report(plan, _folder, unitFor(plan, input.parameters));
-        UnfinishedRun unfinished(plan, input.parameters, report.stem(), setFolder(session), _options.fresh);
+        UnfinishedRun unfinished(plan, input.parameters, report.stem(), {setFolder(session), kindOf(session)});
         return run(index, input, session, fresh, &report, &unfinished);
     }
 
@@ -510,6 +517,9 @@ int runPlans(const RunOptions& options) {
             printDryRun(plan, options.json);
         }
         return kExitGood;
+    }
+    if (options.fresh && options.session.wire) {
+        throw UsageError("--fresh makes a virtual set, and " + setFolder(options.session) + " is reached by a wire");
     }
     if (options.resume && plans.size() != 1) {
         throw UsageError("--resume takes one plan");

@@ -91,6 +91,13 @@ public:
         return binding != nullptr && binding->kind == Binding::Kind::person;
     }
 
+    void check(const Action& action, const Words& words) override {
+        const Binding& binding = *bindingOf(action.name);
+        if (binding.kind == Binding::Kind::program) {
+            commandOf(binding, action, words);
+        }
+    }
+
     CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments, const Words& words) override {
         _isEnded = false;
         const auto check = [this] {
@@ -154,10 +161,11 @@ private:
                 command.push_back(word);
                 continue;
             }
-            const std::string argument = argumentOf(action, words, static_cast<std::size_t>(word[1] - '1'));
+            const auto place = static_cast<std::size_t>(word[1] - '1');
+            const std::string argument = argumentOf(action, words, place);
             if (!argument.empty() && argument[0] == '-') {
-                throw UsageError("set " + action.name + ": " + display(argument, 40) +
-                                 " begins with a dash: the program could take it for an option");
+                throw UsageError(display(argument, 40) + " begins with a dash: the program could take it for an option",
+                                 place);
             }
             command.push_back(argument);
         }

@@ -25,6 +25,8 @@ public:
     virtual std::string missing(const std::string& action) = 0;
     // Whether it needs a person at the terminal.
     virtual bool asksOperator(const std::string& action) = 0;
+    // Throws UsageError for words that whoever carries the action out cannot be given; its word counts from the first.
+    virtual void check(const Action& action, const Words& words) = 0;
     // `words` are those that the arguments were made of. Throws RequestError: `stationFailed` for what is no fault of
     // the set, `canceled` after endAwaited().
     virtual CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments, const Words& words) = 0;

@@ -64,6 +64,9 @@ Command Command::parse(const Words& words, Together together) {
     try {
         const Words rest(words.begin() + 2, words.end());
         command._arguments = parseWords(command._action->arguments, rest);
+        if (command._action == findBoundAction(words[1])) {
+            boundActions()->check(*command._action, rest);
+        }
         if (command._action->isChecked && together == Together::checked) {
             checkTogether(*command._action, command._arguments, rest);
         }

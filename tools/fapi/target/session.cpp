@@ -12,15 +12,6 @@
 
 namespace tool {
 
-namespace {
-
-std::unique_ptr<Target> g_target;
-SessionOptions g_chosen;
-bool g_isOpen = false;
-bool g_rebooted = false;
-std::function<void()> g_whenRebooted;
-std::vector<std::string> g_troubles;
-
 TargetOptions targetOptions(const SessionOptions& options) {
     TargetOptions target;
     target.folder = options.folder;
@@ -30,6 +21,15 @@ TargetOptions targetOptions(const SessionOptions& options) {
     target.stop = options.stop;
     return target;
 }
+
+namespace {
+
+std::unique_ptr<Target> g_target;
+SessionOptions g_chosen;
+bool g_isOpen = false;
+bool g_rebooted = false;
+std::function<void()> g_whenRebooted;
+std::vector<std::string> g_troubles;
 
 Field fieldsOf(const std::vector<Value>& arguments) {
     Field::List list;
@@ -170,6 +170,10 @@ Target& session() {
 
 bool isSessionOpen() {
     return g_isOpen;
+}
+
+std::string chosenWire() {
+    return g_chosen.wire ? g_chosen.wire->name : "";
 }
 
 TargetFacts describeChosen() {

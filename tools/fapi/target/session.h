@@ -23,11 +23,17 @@ struct SessionOptions {
     int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for the set
 };
 
+// The same for who joins the set by itself.
+TargetOptions targetOptions(const SessionOptions& options);
+
 // The folder that the options mean; the target's name where the set is none of this PC.
 std::string setFolder(const SessionOptions& options);
 
 // Names the set of all that follows; joins nothing yet.
 void chooseSession(const SessionOptions& options);
+
+// The name of the chosen target; empty for a virtual set.
+std::string chosenWire();
 
 // Joins the set's hub and listens: lines of the library's log go to standard error, events into eventLog() once
 // listenToEvents() asked for them. The set itself is switched on by the first request that needs it. Throws

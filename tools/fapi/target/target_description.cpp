@@ -53,9 +53,12 @@ Checked check(const char* kind, const std::string& name, const std::vector<Value
 
 }  // namespace
 
+// The commands of the virtual set may be wanted before it is known which target the command line names.
 static TargetFacts& facts() {
-    static TargetFacts known = describeChosen();
-    return known;
+    static std::map<std::string, TargetFacts> known;
+    const std::string wire = chosenWire();
+    const auto found = known.find(wire);
+    return found != known.end() ? found->second : known.emplace(wire, describeChosen()).first->second;
 }
 
 AgentDescription& agentDescription() {
@@ -67,18 +70,21 @@ const std::string& targetKind() {
 }
 
 const std::vector<Action>& actions() {
-    static const std::vector<Action> all = [] {
-        std::vector<Action> own = description().actions;
-        if (boundActions() != nullptr) {
-            for (const Action& action : boundActions()->actions()) {
-                if (description().action(action.name) == nullptr) {
-                    own.push_back(action);
-                }
+    static std::map<std::string, std::vector<Action>> all;
+    const std::string wire = chosenWire();
+    const auto found = all.find(wire);
+    if (found != all.end()) {
+        return found->second;
+    }
+    std::vector<Action> own = description().actions;
+    if (boundActions() != nullptr) {
+        for (const Action& action : boundActions()->actions()) {
+            if (description().action(action.name) == nullptr) {
+                own.push_back(action);
             }
         }
-        return own;
-    }();
-    return all;
+    }
+    return all.emplace(wire, std::move(own)).first->second;
 }
 
 const Action* findAction(std::string_view name) {
