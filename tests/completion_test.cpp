@@ -69,6 +69,8 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"env unset --flash nand m", {}},
         {"env get --flash s", {"spi_nor"}},
         {"run li", {":files", "line"}},
+        {"run line --param se", {"serial="}},
+        {"run line --param serial=A --param se", {}},
         {"run one.plan --report ", {":folders"}},
         {"run one.plan two", {":files"}},
         {"screen --what p", {"panel"}},
