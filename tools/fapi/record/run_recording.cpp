@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include <pwd.h>
@@ -299,9 +300,9 @@ void RunRecording::end(const PlanResult& result, const std::vector<std::string>&
 
 void RunRecording::addAttachments(const PlanResult& result, const std::vector<std::string>& files) {
     RunParts parts;
+    std::set<std::string> known;
     const auto add = [&](const std::string& file, long long step) {
-        const auto isIt = [&](const AttachmentRecord& row) { return row.file == fs::path(file).filename(); };
-        if (std::none_of(parts.attachments.begin(), parts.attachments.end(), isIt)) {
+        if (known.insert(file).second) {
             AttachmentRecord row = attachmentOf(_run.id, file);
             row.number = static_cast<long long>(parts.attachments.size());
             row.step = step;

@@ -190,8 +190,8 @@ const StationFixture* Station::fixture(std::string_view wanted) const {
     return findNamed(fixtures, wanted);
 }
 
-const ApprovedFile* Station::approvedFile(std::string_view name) const {
-    return findNamed(approved, name);
+const ApprovedFile* Station::approvedFile(std::string_view wanted) const {
+    return findNamed(approved, wanted);
 }
 
 const Binding* Station::binding(std::string_view action) const {
