@@ -161,7 +161,7 @@ TEST_F(CleanCli, TemporarySetsHaveLimitsOfTheirOwn) {
         {{"--dry-run", "--keep-days", "9"}, 1},
         {{"--dry-run", "--station", strStation}, 1},
         {{"--dry-run", "--keep-sets", "1"}, 3},
-        {{"--dry-run", "--keep-bytes", "1"}, 4},
+        {{"--dry-run", "--keep-bytes", "1"}, 4 + 3},
         {{"--keep-sets", "2", "--json"}, 2},
     };
     for (const auto& [words, removed] : rows) {

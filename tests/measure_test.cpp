@@ -165,7 +165,7 @@ TEST_F(Measured, OnlyApprovedVersionsDecideUnlessSomebodySaysWhyNot) {
     const auto hash = [&](const std::string& strFile) {
         return test::runProcess({"sha256sum", folder() + "/" + strFile}).strOutput.substr(0, 64);
     };
-    writeFile("test.plan", "plan Test\n" + strPlan);
+    writeFile("test.plan", "plan \"Test\"\n" + strPlan);
     const std::string strLimits = "model.limits = " + hash("model.limits") + "\n";
     const struct {
         std::string approved;

@@ -338,6 +338,9 @@ TEST_F(ResultsStoreTest, TextsAreDataWhateverTheySay) {
 TEST_F(ResultsStoreTest, ARunOfAPcThatWentDownIsInterruptedOnce) {
     const std::string strFile = freshFile();
     WholeRun whole = test::sampleRun("Line 1", 0, 3);
+    whole.run.verdict.reset();
+    whole.run.ended.reset();
+    whole.run.passed = 0;
     {
         ResultsStore store(strFile);
         store.begin(whole.run);

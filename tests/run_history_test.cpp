@@ -332,7 +332,6 @@ TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
         }
 
         EXPECT_THAT(listed<std::string>("verdict"), ElementsAre("interrupted"));
-        EXPECT_THAT(listed<int>("passed"), ElementsAre(row.cleaned ? 2 : 1)) << "as far as it came";
 
         const test::ProcessResult result = resume();
         EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;

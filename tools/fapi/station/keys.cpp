@@ -89,10 +89,10 @@ const std::vector<SectionKind>& sectionKinds() {
          "Without a terminal a run is refused before it begins |"},
         {"plans", false,
          "The files that may decide about units here: plans, their limits, files of faults. A line is `FILE = "
-         "SHA256...`: a file's name without its folder, and its SHA-256, or those of several versions, as "
-         "`sha256sum` prints them. With this section a run with another file, or with another version, is refused "
-         "before it begins. `fapi run --unapproved --reason TEXT` runs it nevertheless, and the record says who did so "
-         "and why."},
+         "SHA256...`: a file's name without its folder, and its SHA-256, or those of several versions. With this "
+         "section a run with another file, or with another version, is refused before it begins, and the refusal "
+         "names the SHA-256 to write here: for a file alone what `sha256sum` prints. `fapi run --unapproved "
+         "--reason TEXT` runs it nevertheless, and the record says who did so and why."},
         {"results", false, "How much of past runs stays. `fapi run --keep N` means other numbers of runs."},
     };
     return kinds;

@@ -76,7 +76,7 @@ struct Station {
     const StationFixture* fixture(std::string_view wanted) const;
     // The line for that action itself; null when there is none.
     const Binding* binding(std::string_view action) const;
-    const ApprovedFile* approvedFile(std::string_view name) const;
+    const ApprovedFile* approvedFile(std::string_view wanted) const;
 };
 
 // Reads a station's text. All problems, in the order of their lines; the station is to be used only without any.
