@@ -149,6 +149,28 @@ TEST_F(CleanCli, TemporarySetsOfFailedRunsAreFew) {
     EXPECT_THAT(setsIn(), SizeIs(5));
 }
 
+TEST_F(CleanCli, TemporarySetsHaveLimitsOfTheirOwn) {
+    EXPECT_EQ(run(_strBad, {"--fresh", "--repeat", "4"}).s32Exit, 1);
+    const Names sets = setsIn();
+    ASSERT_THAT(sets, SizeIs(4));
+    const timespec old[2] = {{time(nullptr) - 10 * 24 * 60 * 60, 0}, {time(nullptr) - 10 * 24 * 60 * 60, 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, sets.begin()->c_str(), old, 0), 0);
+    const std::string strStation = writeFile("station.ini", "[results]\nkeep-days = 9\n");
+    const std::pair<Strings, std::size_t> rows[] = {
+        {{"--dry-run"}, 0},
+        {{"--dry-run", "--keep-days", "9"}, 1},
+        {{"--dry-run", "--station", strStation}, 1},
+        {{"--dry-run", "--keep-sets", "1"}, 3},
+        {{"--dry-run", "--keep-bytes", "1"}, 4 + 3},
+        {{"--keep-sets", "2", "--json"}, 2},
+    };
+    for (const auto& [words, removed] : rows) {
+        EXPECT_THAT(clean(words).strOutput, testing::ContainsRegex((words.back() == "--json" ? "\"removed\":" : "\n") +
+                                                                   std::to_string(removed)));
+    }
+    EXPECT_THAT(setsIn(), SizeIs(2));
+}
+
 TEST_F(CleanCli, RemovesWhatItSaysAndNothingElse) {
     // Files that no run made: a set of the user's, one reached by a link, and files with similar names.
     const std::string strOwn = temporary() + "/fapi-set-mine01";

@@ -70,6 +70,8 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"env unset --flash nand m", {}},
         {"env get --flash s", {"spi_nor"}},
         {"run li", {":files", "line"}},
+        {"run line --param se", {"serial="}},
+        {"run line --param serial=A --param se", {}},
         {"run one.plan --report ", {":folders"}},
         {"--station " + strStation + " --target ", {":folders", "board", "slot", "virtual"}},
         {"run one.plan two", {":files"}},

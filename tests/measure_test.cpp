@@ -110,6 +110,7 @@ TEST_F(Measured, TheRecordSaysWhatWasSeenOfWhichUnit) {
     EXPECT_EQ(_result.s32Exit, 2) << "the serial number does not match";
     runPlan(std::string(kUnit) + "on-failure continue\n" + kRail +
                 "step Large\nset put /data/large repeat:5000000:x\nsys_read_file /data/large 5000000 0\n"
+                "picture shot\nsys_read_file /data/large 3 0\nmeasure Curve = data in 100..130\n"
                 "step Bad\nsys_check_file /data/none\n",
             {"--param", "serial=LM55-1", "--waive", "Bad", "--reason", "'; DROP TABLE run"});
     EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput << _result.strError;
@@ -137,6 +138,19 @@ TEST_F(Measured, TheRecordSaysWhatWasSeenOfWhichUnit) {
     EXPECT_EQ(measured["unit"], "V");
     EXPECT_EQ(record["steps"][1]["attempts"][0]["commands"][1]["outputs"]["data"]["hex"].get<std::string>().size(),
               10000000u);
+    const json stored = fapiJson({"history", "show", "last", "--report", reports()});
+    const json& curve = stored["steps"][1]["measurements"][0];
+    EXPECT_EQ(curve["text"], "120 120 120");
+    EXPECT_EQ(curve["value"], 10) << "of 120 from 130";
+    EXPECT_EQ(curve["low"], 0);
+    EXPECT_EQ(stored["events"][0]["data"]["reason"], "'; DROP TABLE run");
+    EXPECT_EQ(stored["attachments"].size(), 4u);
+    for (const json& attached : stored["attachments"]) {
+        const std::string strFile = reports() + "/" + attached["file"].get<std::string>();
+        EXPECT_EQ(test::runProcess({"sha256sum", strFile}).strOutput,
+                  attached["hash"].get<std::string>() + "  " + strFile + "\n");
+        EXPECT_EQ(attached["bytes"], std::filesystem::file_size(strFile));
+    }
     pugi::xml_document junit;
     ASSERT_TRUE(junit.load_file(reportFile(".xml").c_str()));
     EXPECT_TRUE(junit.select_node("//testsuite/properties/property[@name='parameter.serial' and @value='LM55-1']"));
@@ -144,6 +158,38 @@ TEST_F(Measured, TheRecordSaysWhatWasSeenOfWhichUnit) {
     EXPECT_LT(std::filesystem::file_size(reportFile(".xml")), 200000u);
     EXPECT_LT(std::filesystem::file_size(reportFile(".html")), 300000u);
     EXPECT_THAT(test::readFile(reportFile(".html")), HasSubstr("LM55-1, attempt 1"));
+}
+
+TEST_F(Measured, OnlyApprovedVersionsDecideUnlessSomebodySaysWhyNot) {
+    const std::string strPlan = "limits model.limits\nstep S\nsys_init\n", strNever(64, '0');
+    const auto hash = [&](const std::string& strFile) {
+        return test::runProcess({"sha256sum", folder() + "/" + strFile}).strOutput.substr(0, 64);
+    };
+    writeFile("test.plan", "plan \"Test\"\n" + strPlan);
+    const std::string strLimits = "model.limits = " + hash("model.limits") + "\n";
+    const struct {
+        std::string approved;
+        std::vector<std::string> words;
+        int exit;
+        const char* error;
+    } rows[] = {
+        {strLimits + "test.plan = " + strNever + " " + hash("test.plan"), {}, 0, ""},
+        {strLimits, {}, 2, "[plans]: test.plan is missing (SHA-256 "},
+        {strLimits + "test.plan = " + strNever, {}, 2, "test.plan is not a version of line 3 (SHA-256 "},
+        {"test.plan = " + hash("test.plan"), {"--no-report"}, 2, "[plans]: model.limits is missing"},
+        {"", {"--unapproved"}, 2, "requires --reason"},
+        {"", {"--unapproved", "--reason", " "}, 2, "--unapproved: expected --reason TEXT, too"},
+        {"", {"--unapproved", "--reason", "a trial"}, 0, ""},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> words = {"--station", writeFile("station.ini", "[plans]\n" + row.approved + "\n")};
+        words.insert(words.end(), row.words.begin(), row.words.end());
+        runPlan(strPlan, words);
+        EXPECT_EQ(_result.s32Exit, row.exit) << row.approved << _result.strError;
+        EXPECT_THAT(_result.strError, HasSubstr(row.error));
+    }
+    EXPECT_THAT(report()["run"]["waiver"]["text"].get<std::string>(), testing::EndsWith("): a trial"));
+    EXPECT_EQ(fapiJson({"history", "show", "last", "--report", reports()})["events"][0]["step"], -1);
 }
 
 TEST_F(Measured, ATableIsRefusedAsAWholeByTheRowThatIsWrong) {

@@ -226,6 +226,9 @@ TEST_F(ResultsCli, ExportsAreWhole) {
     EXPECT_EQ(lines[1]["parameters"], nlohmann::json::object());
 
     const std::string strAtml = exported("atml");
+    const test::ProcessResult valid =
+        test::runProcess({"xmllint", "--noout", "--relaxng", FAPI_PLANS "/../tests/atml.rng", strAtml});
+    EXPECT_EQ(valid.s32Exit, 0) << valid.strError;
     const auto count = [&](const std::string& strPath) {
         const test::ProcessResult result = test::runProcess({"xmllint", "--xpath", "count(" + strPath + ")", strAtml});
         EXPECT_EQ(result.s32Exit, 0) << result.strError;

@@ -2,12 +2,17 @@
 // fapi-feed against a server of its own: every run arrives, and arrives once.
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <random>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -210,6 +215,37 @@ TEST_F(FeedTest, AServerInTroubleCostsNoRunAndParksNone) {
     EXPECT_THAT(fapi({"results", "status", "--results", strFile}).strOutput, HasSubstr("never reached, "));
     server().start();
     EXPECT_EQ(feed(strFile).strOutput, "3 sent, 0 wait, 0 parked\n");
+}
+
+// The tables are on a disk of their own that is full for a while.
+TEST_F(FeedTest, AFullServerCostsNoRunAndParksNone) {
+    const std::string strDisk = folder() + "/server/disk";
+    server().stop("fast");
+    std::filesystem::create_directory(strDisk);
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", strDisk.c_str(), "tmpfs", 0, "size=24m,mode=0700") != 0) {
+        server().start();
+        GTEST_SKIP() << "no private file system can be mounted here";
+    }
+    struct stat stServer = {};
+    ASSERT_EQ(stat((folder() + "/server").c_str(), &stServer), 0);
+    EXPECT_EQ(chown(strDisk.c_str(), stServer.st_uid, stServer.st_gid), 0);
+    server().start();
+    EXPECT_EQ(server().query("create tablespace disk location '" + strDisk + "'", "postgres").s32Exit, 0);
+    EXPECT_EQ(server().query("alter database results set default_tablespace = disk", "postgres").s32Exit, 0);
+    const std::string strFile = filled("Line 1", 200);
+    EXPECT_EQ(feed(filled("Line 2", 1, 200)).s32Exit, 0) << "makes the tables";
+    std::ofstream(strDisk + "/filler") << std::string(std::filesystem::space(strDisk).available - (512 << 10), 'x');
+    const test::ProcessResult full = feed(strFile);
+    EXPECT_EQ(full.s32Exit, 3);
+    EXPECT_THAT(full.strError, HasSubstr("No space left on device"));
+    EXPECT_THAT(full.strOutput, HasSubstr(" 0 parked"));
+    std::filesystem::remove(strDisk + "/filler");
+    EXPECT_EQ(feed(strFile).s32Exit, 0);
+    EXPECT_EQ(server().number("select count(*) from run"), 201);
+    EXPECT_EQ(server().number("select count(*) from measurement"), 201 * kMeasurements);
+    server().stop("fast");
+    umount2(strDisk.c_str(), MNT_DETACH);
 }
 
 // Both kinds of store answer alike.

@@ -334,6 +334,31 @@ TEST_F(ResultsStoreTest, TextsAreDataWhateverTheySay) {
     }
 }
 
+// A process of the same number and age may run after the PC has started again.
+TEST_F(ResultsStoreTest, ARunOfAPcThatWentDownIsInterruptedOnce) {
+    const std::string strFile = freshFile();
+    WholeRun whole = test::sampleRun("Line 1", 0, 3);
+    whole.run.verdict.reset();
+    whole.run.ended.reset();
+    whole.run.passed = 0;
+    {
+        ResultsStore store(strFile);
+        store.begin(whole.run);
+        store.add({whole.parts});
+        store.database().execute("update active set started = 'before' || substr(started, instr(started, ' '))");
+    }
+    for (int i = 0; i < 2; ++i) {
+        const std::unique_ptr<Database> database = openResults(strFile, "");
+        const std::vector<RunRecord> runs = readRows<RunRecord>(*database, "", {});
+        ASSERT_EQ(runs.size(), 1u);
+        EXPECT_EQ(runs[0].verdict, "interrupted");
+        EXPECT_EQ(runs[0].passed, 1);
+        EXPECT_EQ(runs[0].ended, runs[0].began) << "the last that is known of it";
+        EXPECT_EQ(findNumber(*database, "select count(*) from outbox"), 1);
+        EXPECT_EQ(findNumber(*database, "select count(*) from active"), 0);
+    }
+}
+
 TEST_F(ResultsStoreTest, RunIdsSortByTimeAndNeverRepeat) {
     const auto now = std::chrono::system_clock::now();
     EXPECT_LT(newRunId(now), newRunId(now + 1ms));

@@ -181,6 +181,23 @@ TEST_F(RunHistory, AnOlderHistoryIsTakenOverOnce) {
     EXPECT_EQ(old["steps"][0]["measurements"][0]["value"], 131);
 }
 
+// Of a bench without a store, which can still be resumed.
+TEST_F(RunHistory, AnOlderUnfinishedRunIsTakenOverOnce) {
+    std::filesystem::create_directories(reports());
+    writeFile("reports/p-20260214-101530.unfinished",
+              R"({"plan":"/p.plan","hash":"","faults":"","set":"/no","fresh":false,"parameters":{"who":"A"}})"
+              "\n"
+              R"({"step":0,"stopped":false,"calls":[],"kept":{},"attempts":[[0,"",0.0,1.5,"",[]]]})"
+              "\n"
+              R"({"step":1,"stop)");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_THAT(listed<std::string>("verdict"), ElementsAre("interrupted"));
+    }
+    EXPECT_THAT(listed<int>("passed"), ElementsAre(1));
+    EXPECT_EQ(run(writeFile("good.plan", kGood), {"--keep", "1"}).s32Exit, 0);
+    EXPECT_THAT(listed<std::string>("verdict"), ElementsAre("passed")) << "what was forgotten does not come back";
+}
+
 TEST_F(RunHistory, ARunWithoutAStoreDoesNotBegin) {
     const std::string strPlan = writeFile("good.plan", kGood);
     EXPECT_EQ(run(strPlan).s32Exit, 0);
@@ -240,12 +257,15 @@ class Resume : public RunHistory {
 protected:
     void SetUp() override {
         RunHistory::SetUp();
+        writeFile("p.limits", "rail 4 5 V\n");
         _strPlan = writeFile("p.plan", planText());
     }
 
     // Its first step passes once; the run is stopped in "wait".
     std::string planText() const {
         return R"(plan P
+limits p.limits
+param who default A "who"
 step once
     sys_init
     sys_check_file /data/was
@@ -310,6 +330,8 @@ TEST_F(Resume, GoesOnAtTheStepThatWasRunning) {
         if (row.signal == SIGINT) {
             EXPECT_THAT(readFile(reportFile(".html")), HasSubstr("set get /data/go: interrupted</p>"));
         }
+
+        EXPECT_THAT(listed<std::string>("verdict"), ElementsAre("interrupted"));
 
         const test::ProcessResult result = resume();
         EXPECT_EQ(result.s32Exit, 0) << result.strOutput << result.strError;
@@ -389,12 +411,16 @@ TEST_F(Resume, WhatItRefuses) {
     stopInWait(SIGKILL);
     const std::string strOther = writeFile("other.plan", "plan Other\nstep a\nsys_init\n");
     const std::string strFaults = writeFile("a.faults", "HW_FS_Sync 3\n");
+    const std::string strStation = writeFile("station.ini", "[actions]\nkey = operator\n");
     const std::pair<Strings, const char*> rows[] = {
         {{"--set", set(), "--report", reports(), strOther}, "p.plan, not of "},
         {{"--set", set(), "--report", reports(), _strPlan, strOther}, "--resume takes one plan"},
         {{"--set", set() + "2", "--report", reports(), _strPlan}, "the unfinished run is on the set"},
         {{"--set", set(), "--report", reports(), "--faults", strFaults, _strPlan}, "had no faults"},
         {{"--set", set(), "--report", folder() + "/none", _strPlan}, "there is nothing to resume"},
+        {{"--set", set(), "--report", reports(), "--param", "who=B", _strPlan},
+         "the run that is to be resumed has who = \"A\""},
+        {{"--set", set(), "--report", reports(), "--station", strStation, _strPlan}, "has changed: station's bindings"},
         {{"--fresh", _strPlan}, "excludes"},
         {{"--no-report", _strPlan}, "excludes"},
         {{"--repeat", "2", _strPlan}, "excludes"},
@@ -410,6 +436,9 @@ TEST_F(Resume, WhatItRefuses) {
     writeFile("p.plan", planText() + "# changed\n");
     EXPECT_THAT(resume().strError, HasSubstr("p.plan: has changed since the run that was to be resumed began"));
     writeFile("p.plan", planText());
+    writeFile("p.limits", "rail 4 9 V\n");
+    EXPECT_THAT(resume().strError, HasSubstr("something else has changed: limits\n"));
+    EXPECT_THAT(listed<std::string>("verdict"), ElementsAre("interrupted"));
     EXPECT_EQ(readFile(set() + "/set.json"), strBoots) << "nothing was called";
     EXPECT_FALSE(std::filesystem::exists(folder() + "/none"));
 

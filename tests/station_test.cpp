@@ -36,6 +36,8 @@ TEST_F(StationTest, EachBadEntryIsNamedByItsPlace) {
         {"[actions]\nkey = fixture rog\n[fixture rig]\ncommand = a",
          "2:1: key: no such fixture: rog, did you mean rig?"},
         {"[actions]\nkey = press", "2:7: key: expected fixture NAME, run PROGRAM ARGUMENT..., or operator"},
+        {"[plans]\nline.plan = 12ab", "2:13: line.plan: expected a SHA-256, 64 digits"},
+        {"[results]\nkeep-days = 0", "2:13: keep-days: expected a number from 1 to 10000"},
         {"[actions]\nkey = run press --key={1}",
          "2:17: key: \"--key={1}\": an argument, {1} to {9}, is a word of its own"},
     };

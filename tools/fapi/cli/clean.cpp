@@ -2,11 +2,13 @@
 // `fapi clean`: removes what runs have left behind and nobody needs.
 #include "cli/clean.h"
 
+#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <set>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include "base/durable_file.h"
 #include "base/terminal.h"
@@ -62,13 +64,30 @@ std::optional<std::vector<std::string>> picturesOfReport(const fs::path& file) {
     }
 }
 
+// Of what the command line says nothing, the station decides.
+Retention limitsOf(const CleanOptions& options) {
+    Retention limits = options.retention;
+    limits.runs = limits.runs ? limits.runs : options.kept.runs;
+    limits.days = limits.days ? limits.days : options.kept.days;
+    limits.bytes = limits.bytes ? limits.bytes : options.kept.bytes;
+    return limits;
+}
+
+// Whether what was changed last then is older than so many days; a clock that went back makes nothing old.
+bool isOlder(const std::string& folder, std::optional<long long> days) {
+    struct stat status = {};
+    constexpr std::time_t kDay = 24 * 60 * 60;
+    return days && stat(folder.c_str(), &status) == 0 && std::time(nullptr) - status.st_mtime > *days * kDay;
+}
+
 class Sweep {
 public:
     Sweep(const GlobalOptions& options, const CleanOptions& cleanOptions)
         : _json(options.json),
           _dryRun(cleanOptions.dryRun),
           _all(cleanOptions.all),
-          _retention(cleanOptions.retention),
+          _retention(limitsOf(cleanOptions)),
+          _keptSets(static_cast<std::size_t>(cleanOptions.sets.value_or(cleanOptions.all ? 0 : kLeftSets))),
           _folder(cleanOptions.report.empty() ? kReportFolder : cleanOptions.report) {}
 
     int run() {
@@ -96,10 +115,13 @@ public:
 private:
     void sets() {
         std::size_t number = 0;
+        std::uintmax_t bytes = 0;
         for (const std::string& folder : temporarySets()) {
             FileLocks locks;
             const bool isFree = lockTemporarySet(folder, locks);
-            const bool isNew = number++ < kLeftSets && !_all;
+            bytes += _retention.bytes ? bytesOf(folder) : 0;
+            const bool isTooMuch = _retention.bytes && bytes > static_cast<std::uintmax_t>(*_retention.bytes);
+            const bool isNew = number++ < _keptSets && !isTooMuch && !isOlder(folder, _retention.days);
             if (!isFree || isNew) {
                 keep("set", folder, isFree ? "one of the newest" : "in use");
             } else if (remove("set", folder, {folder})) {
@@ -203,6 +225,7 @@ private:
     const bool _dryRun;
     const bool _all;
     const Retention _retention;
+    const std::size_t _keptSets;
     const std::string _folder;
     // What is removed, or would be.
     std::set<std::string> _sets, _files;

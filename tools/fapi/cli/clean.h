@@ -4,6 +4,7 @@
 #define FAPI_BENCH_CLI_CLEAN_H
 
 #include "record/retention.h"
+#include "station/station.h"
 #include "target/confirm.h"
 
 namespace tool {
@@ -12,7 +13,9 @@ struct CleanOptions {
     std::string report;  // folder; empty: "reports"
     bool dryRun = false;
     Retention retention;
-    bool all = false;  // also what somebody might still look at or go on with
+    std::optional<long long> sets;  // the newest; as many as runs leave when nothing is said
+    KeptRuns kept;                  // by the station, where `retention` says nothing
+    bool all = false;               // also what somebody might still look at or go on with
 };
 
 // Returns an exit code: kExitFailed when something could not be removed.

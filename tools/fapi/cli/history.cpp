@@ -82,11 +82,12 @@ std::string numberText(double value) {
 
 std::string valueText(const MeasurementRecord& row) {
     const std::string value = row.value ? numberText(*row.value) : row.text.value_or("");
-    return row.unit.empty() ? value : value + " " + row.unit;
+    const bool isList = row.value && row.text;
+    return (isList ? *row.text + ", nearest to a limit by " : "") + value + (row.unit.empty() ? "" : " " + row.unit);
 }
 
 std::string limitsText(const MeasurementRecord& row) {
-    if (!row.low && !row.high) {
+    if ((!row.low && !row.high) || (row.value && row.text)) {
         return "";
     }
     return " in " + (row.low ? numberText(*row.low) : "") + ".." + (row.high ? numberText(*row.high) : "");

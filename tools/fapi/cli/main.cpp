@@ -45,6 +45,9 @@ constexpr char kFooter[] =
 // Stands before a word that is no option, whatever it begins with.
 constexpr char kMark[] = "\x01--\x01";
 
+// What the shells' scripts call.
+constexpr char kComplete[] = "complete";
+
 int callOperation(const GlobalOptions& options, const Words& words, bool noInit, const std::string& output) {
     if (!words.empty() && words[0] == "set") {
         throw UsageError("call takes an operation; for the set there is: fapi set");
@@ -103,6 +106,32 @@ CLI::Validator notEmpty() {
     return CLI::Validator(check, "");
 }
 
+struct CommandName {
+    const char* name;
+    const char* help;
+};
+
+// Lists all commands of the program, of which only those that the command line names are made.
+class CommandFormatter : public CLI::Formatter {
+public:
+    explicit CommandFormatter(const std::vector<CommandName>& commands) : _commands(commands) {}
+
+    std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode mode) const override {
+        if (app->get_parent() != nullptr) {
+            return CLI::Formatter::make_subcommands(app, mode);
+        }
+        std::ostringstream text;
+        text << "\nSubcommands:\n";
+        for (const CommandName& command : _commands) {
+            CLI::detail::format_help(text, command.name, command.help, column_width_);
+        }
+        return text.str();
+    }
+
+private:
+    const std::vector<CommandName>& _commands;
+};
+
 // The command line, and what it makes of it.
 class CommandLine {
 public:
@@ -111,6 +140,7 @@ public:
         _options.session.folder = valueOf("--set");
         chooseSession(_options.session);
         _app.footer(kFooter);
+        _app.formatter(std::make_shared<CommandFormatter>(_commands));
         _app.require_subcommand(1);
         _app.fallthrough();
         _app.set_version_flag("--version", FAPI_VERSION);
@@ -220,6 +250,9 @@ private:
         for (const CLI::App* known : command->get_subcommands([](const CLI::App*) { return true; })) {
             commands.push_back(known->get_name());
         }
+        for (const CommandName& known : command == &_app ? _commands : std::vector<CommandName>()) {
+            commands.emplace_back(known.name);
+        }
         // A misspelt command is left over, and CLI11 then only says that one is missing.
         std::vector<std::string> words = _app.remaining(true);
         std::transform(words.begin(), words.end(), words.begin(), unmarked);
@@ -240,30 +273,37 @@ private:
     }
 
     void addOperations() {
-        CLI::App* list = _app.add_subcommand("list", "List the operations");
-        list->add_option("PATTERN", _word, "Part of the names to list");
-        list->callback([this] {
-            _action = [this] {
-                printOperations(_word, _options.json);
-                return kExitGood;
-            };
-        });
-
-        CLI::App* help = _app.add_subcommand("help", "Describe an operation, an action of the set, or plans");
+        if (CLI::App* list = addCommand("list", "List the operations")) {
+            list->add_option("PATTERN", _word, "Part of the names to list");
+            list->callback([this] {
+                _action = [this] {
+                    printOperations(_word, _options.json);
+                    return kExitGood;
+                };
+            });
+        }
+        // Always, so that the usage speaks of commands.
+        _commands.push_back({"help", "Describe an operation, an action of the set, or plans"});
+        CLI::App* help = _app.add_subcommand(_commands.back().name, _commands.back().help);
         help->add_option("TOPIC", _words, "An operation, set [ACTION], plan, expect, faults, or a command")->required();
         help->callback([this] { _action = [this] { return printHelpOf(_words); }; });
 
-        CLI::App* call = _app.add_subcommand("call", "Call an operation");
-        call->add_option("OPERATION", _words, "The operation and its arguments; behind a -- no word is an option")
-            ->required();
-        call->add_flag("--no-init", _noInit, "Do not bring the set up first");
-        addOutput(call);
-        call->callback([this] { _action = [this] { return callOperation(_options, _words, _noInit, _output); }; });
+        if (CLI::App* call = addCommand("call", "Call an operation")) {
+            addCall(*call);
+        }
+        if (CLI::App* shell = addCommand("shell", "Call operations line by line")) {
+            shell->add_flag("--no-init", _shell.noInit, "Do not bring the set up before an operation");
+            shell->add_flag("-e", _shell.endOnFailure, "End at the first operation that fails");
+            shell->callback([this] { _action = [this] { return runShell(_options, _shell); }; });
+        }
+    }
 
-        CLI::App* shell = _app.add_subcommand("shell", "Call operations line by line");
-        shell->add_flag("--no-init", _shell.noInit, "Do not bring the set up before an operation");
-        shell->add_flag("-e", _shell.endOnFailure, "End at the first operation that fails");
-        shell->callback([this] { _action = [this] { return runShell(_options, _shell); }; });
+    void addCall(CLI::App& call) {
+        call.add_option("OPERATION", _words, "The operation and its arguments; behind a -- no word is an option")
+            ->required();
+        call.add_flag("--no-init", _noInit, "Do not bring the set up first");
+        addOutput(&call);
+        call.callback([this] { _action = [this] { return callOperation(_options, _words, _noInit, _output); }; });
     }
 
     // Commands are described by their own help.
@@ -296,11 +336,18 @@ private:
         });
     }
 
-    // Adds a command of the program; returns null when the command line does not name it: its options and commands are
-    // most of what a start takes, and no other line needs them.
+    // Adds a command of the program, and returns null when the command line does not name it: commands and their
+    // options are most of what a start takes.
     CLI::App* addCommand(const char* name, const char* help) {
-        CLI::App* command = _app.add_subcommand(name, help);
-        return isNamed(name) ? command : nullptr;
+        _commands.push_back({name, help});
+        return isNamed(name) || isNamed(kComplete) ? _app.add_subcommand(name, help) : nullptr;
+    }
+
+    template <class Action>
+    void addSimple(const char* name, const char* help, Action action) {
+        if (CLI::App* command = addCommand(name, help)) {
+            command->callback([this, action] { _action = action; });
+        }
     }
 
     void addSet() {
@@ -449,12 +496,13 @@ private:
         CLI::Option* repeat =
             run->add_option("--repeat", _run.repeat, "Run them so many times, or forever")->type_name("N|forever");
         run->add_flag("--until-failure", _run.untilFailure, "Stop at the first run that does not pass")->needs(repeat);
-        run->add_flag("--resume", _run.resume, "Go on with the run of this plan that did not end, at its last step")
-            ->excludes(fresh, noReport, dryRun, repeat);
+        CLI::Option* resume =
+            run->add_flag("--resume", _run.resume, "Go on with the run of this plan that did not end, at its last step")
+                ->excludes(fresh, noReport, dryRun, repeat);
         run->add_flag("--shared", _run.isShared, "Let other programs act on the set meanwhile");
         addFaults(run);
-        addParameters(run)->excludes(repeat);
-        run->add_option("--keep", _run.keep, "How many runs the history keeps; 100 when left out")
+        addParameters(run)->excludes(repeat, resume);
+        run->add_option("--keep", _run.keep, "How many runs the history keeps; as station.ini says, or 100")
             ->type_name("N")
             ->check(numberUpTo(100000));
         run->callback([this] {
@@ -463,7 +511,7 @@ private:
                 _run.session = _options.session;
                 _run.json = _options.json;
                 const Station station = readStation(stationFile(_station.file));
-                _run.place = {station.name, station.stage, bindingsText(station)};
+                _run.place = {station.name, station.stage, bindingsText(station), station};
                 return runPlans(_run);
             };
         });
@@ -478,9 +526,11 @@ private:
             run->add_option("--waive", _run.waived, "Let a failure of this step pass; may be given again")
                 ->type_name("STEP")
                 ->allow_extra_args(false);
-        CLI::Option* reason =
-            run->add_option("--reason", _run.reason, "Why it is let pass")->type_name("TEXT")->needs(waive);
+        CLI::Option* unapproved = run->add_flag("--unapproved", _run.isUnapproved,
+                                                "Run plans that [plans] of the station's file does not have");
+        CLI::Option* reason = run->add_option("--reason", _run.reason, "Why, for the record")->type_name("TEXT");
         waive->needs(reason);
+        unapproved->needs(reason);
         return run->add_option("--params", _run.parameterTable, "Table (CSV) with a run for each row")
             ->type_name("FILE")
             ->check(notEmpty());
@@ -544,26 +594,37 @@ private:
     }
 
     void addClean() {
-        CLI::App* command =
-            _app.add_subcommand("clean", "Remove what runs have left: temporary sets, forgotten reports");
+        CLI::App* command = addCommand("clean", "Remove what runs have left: temporary sets, forgotten reports");
+        if (command == nullptr) {
+            return;
+        }
         command->add_option("--report", _clean.report, "Folder of the reports")->type_name("DIR");
         command->add_flag("--dry-run", _clean.dryRun, "Only list what would be removed");
         const auto addLimit = [&](const char* option, std::optional<long long>& limit, const char* help) {
             command->add_option(option, limit, help)->type_name("N")->check(numberUpTo(1000000000));
         };
         addLimit("--keep-runs", _clean.retention.runs, "Forget all but the newest N runs");
-        addLimit("--keep-days", _clean.retention.days, "Forget runs that are older than N days");
-        addLimit("--keep-bytes", _clean.retention.bytes, "Forget the oldest runs until their files have N bytes");
+        addLimit("--keep-sets", _clean.sets, "Remove all but the newest N temporary sets; 5 when left out");
+        addLimit("--keep-days", _clean.retention.days, "Forget runs and temporary sets that are older than N days");
+        addLimit("--keep-bytes", _clean.retention.bytes,
+                 "Forget the oldest runs until the files of the others have N bytes, and sets likewise");
         command->add_flag("--all", _clean.all, "Also the newest sets, and runs that could be resumed");
-        command->callback([this] { _action = [this] { return clean(_options, _clean); }; });
+        command->callback([this] {
+            _action = [this] {
+                _clean.kept = readStation(stationFile(_station.file)).kept;
+                return clean(_options, _clean);
+            };
+        });
     }
 
     // Of a set that several programs use.
     void addSharing() {
-        _app.add_subcommand("clients", "Show who uses the set, and who may change it")->callback([this] {
-            _action = [this] { return print(clientsText(clientOptions(), _options.json)); };
-        });
-        CLI::App* take = _app.add_subcommand("take", "Take the set away from the program that has it");
+        addSimple("clients", "Show who uses the set, and who may change it",
+                  [this] { return print(clientsText(clientOptions(), _options.json)); });
+        CLI::App* take = addCommand("take", "Take the set away from the program that has it");
+        if (take == nullptr) {
+            return;
+        }
         take->add_option("--reason", _word, "What that program is told")->required()->type_name("TEXT");
         take->callback(
             [this] { _action = [this] { return print(takeClaim(clientOptions(), _word, _options.json)); }; });
@@ -571,10 +632,12 @@ private:
 
     // Of the station as a whole.
     void addStation() {
-        _app.add_subcommand("targets", "List the sets of this station, and who uses them")->callback([this] {
-            _action = [this] { return listTargets(_station, _options.session, _options.json); };
-        });
-        CLI::App* station = _app.add_subcommand("station", "Check the station's file, or print what it may hold");
+        addSimple("targets", "List the sets of this station, and who uses them",
+                  [this] { return listTargets(_station, _options.session, _options.json); });
+        CLI::App* station = addCommand("station", "Check the station's file, or print what it may hold");
+        if (station == nullptr) {
+            return;
+        }
         station->require_subcommand(1);
         station->add_subcommand("check", "Try each target and fixture of the station's file")->callback([this] {
             _action = [this] { return checkStation(_station, _options.json); };
@@ -594,14 +657,16 @@ private:
 
     // What shells and the folder of documents take from here.
     void addTexts() {
-        _app.add_subcommand("reference", "Print the reference of all operations, as Markdown")->callback([this] {
-            _action = [] { return print(reference()); };
-        });
-        CLI::App* script = _app.add_subcommand("completion", "Print what makes bash or zsh complete the words of fapi");
-        script->add_option("SHELL", _word, "bash or zsh")->required();
-        script->callback([this] { _action = [this] { return print(completionScript(_word)); }; });
+        addSimple("reference", "Print the reference of all operations, as Markdown", [] { return print(reference()); });
+        if (CLI::App* script = addCommand("completion", "Print what makes bash or zsh complete the words of fapi")) {
+            script->add_option("SHELL", _word, "bash or zsh")->required();
+            script->callback([this] { _action = [this] { return print(completionScript(_word)); }; });
+        }
+        if (!isNamed(kComplete)) {
+            return;
+        }
         // For those scripts, and not offered.
-        CLI::App* complete = _app.add_subcommand("complete", "Print what the end of a command line can become");
+        CLI::App* complete = _app.add_subcommand(kComplete, "Print what the end of a command line can become");
         complete->group("");
         complete->add_option("LINE", _word)->required();
         complete->callback([this] {
@@ -621,6 +686,7 @@ private:
 
     CLI::App _app{"Bench tool of the factory API: calls its operations on a virtual set.", "fapi"};
     char** const _arguments;
+    std::vector<CommandName> _commands;
     GlobalOptions _options;
     std::function<int()> _action;
     std::string _word;

@@ -3,6 +3,8 @@
 #include "cli/word_completion.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <map>
 
 #include <CLI/CLI.hpp>
@@ -12,6 +14,7 @@
 #include "cli/station.h"
 #include "conform/conformance.h"
 #include "plan/files.h"
+#include "plan/plan.h"
 #include "report/report.h"
 #include "shell/completion.h"
 #include "target/env_store.h"
@@ -38,7 +41,7 @@ _fapi() {
                 i=${i#"$cut"}
                 [[ -n $i ]] && COMPREPLY+=("$(printf %q "$i")")
             done
-            [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *[/:] ]] && compopt -o nospace 2>/dev/null
+            [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *[/:=] ]] && compopt -o nospace 2>/dev/null
             return 0
             ;;
     esac
@@ -57,7 +60,7 @@ _fapi() {
         :files) _files; compadd -- ${found[2,-1]} ;;
         :folders) _files -/; compadd -- ${found[2,-1]} ;;
         *)
-            open=(${(M)found:#*[/:]})
+            open=(${(M)found:#*[/:=]})
             compadd -- ${found:|open}
             compadd -S '' -- $open
             ;;
@@ -179,6 +182,30 @@ std::vector<std::string> variableNames(const std::string& flash) {
     return names;
 }
 
+// "NAME=" of each parameter of the plans that the line names, but for those that it gives already.
+std::vector<std::string> parameterNames(const Words& line) {
+    std::vector<std::string> names;
+    const auto isGiven = [&](const std::string& name) {
+        return std::any_of(line.begin(), line.end(), [&](const std::string& word) { return word.rfind(name, 0) == 0; });
+    };
+    for (const std::string& word : line) {
+        const std::optional<std::string> file = planFile(word);
+        std::error_code error;
+        if (!file || !std::filesystem::is_regular_file(*file, error)) {
+            continue;
+        }
+        std::ifstream stream(*file, std::ios::binary);
+        const std::string text(std::istreambuf_iterator<char>(stream), {});
+        std::vector<Problem> problems;
+        for (const PlanParameter& parameter : parsePlan(text, problems, *file).parameters) {
+            if (!isGiven(parameter.name + "=")) {
+                names.push_back(parameter.name + "=");
+            }
+        }
+    }
+    return names;
+}
+
 // What an option or argument of that name takes on the command line; the words of operations and actions are no
 // matter of this.
 std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
@@ -199,6 +226,9 @@ std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
         std::vector<std::string> names = targetNames(optionValue(line, "--station"));
         names.insert(names.begin(), kAnyFolder);
         return names;
+    }
+    if (name == "NAME=VALUE") {
+        return parameterNames(line);
     }
     if (name == "FILE") {
         return {kAnyFile};

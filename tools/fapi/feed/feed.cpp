@@ -73,7 +73,11 @@ std::vector<std::string> Feed::nextRuns() {
 }
 
 Feed::Outcome Feed::send() {
-    const std::vector<std::string> runs = nextRuns();
+    std::vector<std::string> runs = nextRuns();
+    if (runs.empty()) {
+        _store.endDeadRuns();
+        runs = nextRuns();
+    }
     if (runs.empty()) {
         return Outcome::empty;
     }

@@ -86,6 +86,7 @@ Limits parseLimits(std::string_view text, const std::string& file) {
     Limits limits;
     Sha256 sum;
     sum.add(text.data(), text.size());
+    limits.file = file;
     limits.hash = sum.sum();
     unsigned int number = 0;
     for (const std::string_view line : splitLines(text)) {

@@ -27,7 +27,7 @@ struct Limit {
 std::string boundsText(const Bounds& bounds);
 
 struct Limits {
-    std::string hash;  // of the file; empty: there is none
+    std::string file, hash;  // empty: there is none
     std::map<std::string, Limit> byName;
 
     // Throws UsageError for a name that the file does not have.

@@ -11,8 +11,10 @@
 
 #include "base/durable_file.h"
 #include "base/terminal.h"
+#include "base/text_pattern.h"
 #include "record/identity.h"
 #include "record/results_store.h"
+#include "record/unfinished_run.h"
 #include "target/output.h"
 
 namespace tool {
@@ -100,15 +102,19 @@ WholeRun runIn(const std::string& line, const std::string& station) {
     return whole;
 }
 
-std::vector<WholeRun> runsIn(const std::string& file, const std::string& text) {
+std::string thisStation() {
     char host[256] = "";
     gethostname(host, sizeof(host) - 1);
+    return host;
+}
+
+std::vector<WholeRun> runsIn(const std::string& file, const std::string& text) {
     std::vector<WholeRun> runs;
     std::istringstream lines(text);
     std::string line;
     for (std::size_t number = 1; std::getline(lines, line); ++number) {
         try {
-            runs.push_back(runIn(line, host));
+            runs.push_back(runIn(line, thisStation()));
         } catch (const Json::exception&) {
             printMessage(file + ":" + std::to_string(number) + ": is damaged, left out");
         }
@@ -116,17 +122,81 @@ std::vector<WholeRun> runsIn(const std::string& file, const std::string& text) {
     return runs;
 }
 
+// When the report's names were taken: "reports/line-20260214-101530", or with "-2" after it.
+std::string beginOf(const std::string& stem) {
+    static const TextPattern kName(".*-([0-9]{4})([0-9]{2})([0-9]{2})-([0-9]{2})([0-9]{2})([0-9]{2})(-[0-9]+)?");
+    const std::vector<std::string> parts = kName.match(stem);
+    const std::optional<std::string> time =
+        parts.empty()
+            ? std::nullopt
+            : parseTime(parts[1] + "-" + parts[2] + "-" + parts[3] + "T" + parts[4] + ":" + parts[5] + ":" + parts[6],
+                        false);
+    return time.value_or(utcText(WallTime()));
+}
+
+// As far as the run had come; the names of its steps are not known any more.
+WholeRun runIn(const UnfinishedRun& unfinished, const std::string& station) {
+    WholeRun whole;
+    RunRecord& run = whole.run;
+    const std::string stem = fs::path(unfinished.stem()).filename().string();
+    run.began = beginOf(stem);
+    run.id = runIdFrom(parseUtc(run.began).value_or(WallTime()), stem);
+    run.station = run.host = station;
+    run.planFile = unfinished.plan();
+    run.plan = fs::path(run.planFile).stem().string();
+    run.planHash = "of " + run.planFile;
+    run.parameters = jsonLine(Json(unfinished.parameters().empty() ? Json::object() : Json(unfinished.parameters())));
+    run.set = unfinished.set().name;
+    run.report = stem;
+    run.utcOffset = utcOffsetAt(parseUtc(run.began).value_or(WallTime()));
+    run.verdict = verdictName(Verdict::interrupted);
+    run.why = "the program that carried it out has died";
+    for (const auto& [index, result] : unfinished.steps()) {
+        StepRecord step;
+        step.run = run.id;
+        step.number = static_cast<long long>(index);
+        step.name = "step " + std::to_string(index + 1);
+        step.verdict = verdictName(result.verdict() == Verdict::died ? Verdict::failed : result.verdict());
+        step.text = result.text();
+        step.seconds = result.seconds();
+        run.seconds += step.seconds;
+        run.passed += result.verdict() == Verdict::passed ? 1 : 0;
+        run.marginal += result.verdict() == Verdict::marginal ? 1 : 0;
+        run.failed += step.verdict == verdictName(Verdict::failed) ? 1 : 0;
+        run.errors += result.verdict() == Verdict::error ? 1 : 0;
+        whole.parts.steps.push_back(std::move(step));
+    }
+    run.ended = utcText(parseUtc(run.began).value_or(WallTime()) +
+                        std::chrono::milliseconds(static_cast<long long>(run.seconds * 1000)));
+    return whole;
+}
+
+// Runs that could still be resumed and are in no store. One that goes on is a newer bench's.
+void takeOverUnfinished(const std::string& folder) {
+    for (const std::string& file : UnfinishedRun::filesIn(folder)) {
+        const std::unique_ptr<UnfinishedRun> run = UnfinishedRun::read(file);
+        if (run == nullptr || !run->record().empty() || !run->lock()) {
+            continue;
+        }
+        ResultsStore store(resultsFileIn(folder));
+        WholeRun whole = runIn(*run, thisStation());
+        whole.run.number =
+            1 + findNumber(store.database(), "select coalesce(max(number), 0) from run where station = :a",
+                           {whole.run.station})
+                    .value_or(0);
+        store.addWhole({whole});
+        run->storeRecord(whole.run.id);
+    }
+}
+
 }  // namespace
 
-void takeOverHistory(const std::string& folder) {
-    const std::string file = (fs::path(folder) / "history.jsonl").string();
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) {
-        return;
-    }
+// The history's file, once.
+static void takeOverLines(const std::string& folder, const std::string& file) {
     ResultsStore store(resultsFileIn(folder));
     // Another program may be at it.
     const FolderLock lock(folder);
+    std::error_code error;
     if (!fs::is_regular_file(file, error)) {
         return;
     }
@@ -137,6 +207,15 @@ void takeOverHistory(const std::string& folder) {
         throw writeError(taken, errno);
     }
     syncFolderOf(taken);
+}
+
+void takeOverHistory(const std::string& folder) {
+    const std::string file = (fs::path(folder) / "history.jsonl").string();
+    std::error_code error;
+    if (fs::is_regular_file(file, error)) {
+        takeOverLines(folder, file);
+    }
+    takeOverUnfinished(folder);
 }
 
 }  // namespace tool

@@ -12,18 +12,14 @@ namespace {
 namespace fs = std::filesystem;
 
 // What the commands of all attempts have there.
-std::vector<Json> allOf(const PlanResult& result, const char* what) {
-    std::vector<Json> found;
-    for (const StepResult& step : result.steps) {
-        for (const Attempt& attempt : step.attempts) {
-            for (const Json& command : attempt.commands) {
-                if (command.contains(what)) {
-                    found.push_back(command[what]);
-                }
+void addAllOf(const StepResult& step, const char* what, std::vector<Json>& found) {
+    for (const Attempt& attempt : step.attempts) {
+        for (const Json& command : attempt.commands) {
+            if (command.contains(what)) {
+                found.push_back(command[what]);
             }
         }
     }
-    return found;
 }
 
 }  // namespace
@@ -93,10 +89,10 @@ bool PlanResult::isGood() const {
     return count(Verdict::passed) + count(Verdict::marginal) + count(Verdict::skipped) == steps.size();
 }
 
-bool PlanResult::isWaived(std::size_t step) const {
-    return steps[step].verdict() == Verdict::failed &&
-           std::any_of(waivers.begin(), waivers.end(),
-                       [&](const Waiver& waiver) { return waiver.step == plan->steps[step].name; });
+const std::string* PlanResult::waiverOf(std::size_t step) const {
+    const auto found = std::find_if(waivers.begin(), waivers.end(),
+                                    [&](const Waiver& waiver) { return waiver.step == plan->steps[step].name; });
+    return steps[step].verdict() == Verdict::failed && found != waivers.end() ? &found->reason : nullptr;
 }
 
 std::string PlanResult::waiver() const {
@@ -127,14 +123,28 @@ RunCounts::RunCounts(const PlanResult& result)
       skipped(result.count(Verdict::skipped)) {}
 
 std::vector<std::string> PlanResult::notes() const {
-    const std::vector<Json> notes = allOf(*this, "note");
+    std::vector<Json> notes;
+    for (const StepResult& step : steps) {
+        addAllOf(step, "note", notes);
+    }
     return {notes.begin(), notes.end()};
+}
+
+std::vector<std::string> StepResult::pictures() const {
+    std::vector<Json> pictures;
+    addAllOf(*this, "picture", pictures);
+    std::vector<std::string> files;
+    for (const Json& picture : pictures) {
+        files.push_back(picture["file"].get<std::string>());
+    }
+    return files;
 }
 
 std::vector<std::string> PlanResult::pictures() const {
     std::vector<std::string> files;
-    for (const Json& picture : allOf(*this, "picture")) {
-        files.push_back(picture["file"].get<std::string>());
+    for (const StepResult& step : steps) {
+        const std::vector<std::string> more = step.pictures();
+        files.insert(files.end(), more.begin(), more.end());
     }
     std::sort(files.begin(), files.end());
     files.erase(std::unique(files.begin(), files.end()), files.end());

@@ -32,6 +32,8 @@ struct StepResult {
     Json kept(const char* what) const;
     // What the last attempt has measured by name.
     Json measurements() const;
+    // The files of the pictures that attempts have left beside the report.
+    std::vector<std::string> pictures() const;
     // What the chip has refused in the last attempt, as addRefusals() tells it.
     Json refusals() const;
 };
@@ -58,8 +60,9 @@ struct PlanResult {
     // Of the plan: passed, marginal, failed, error or interrupted, for who died has failed.
     Verdict verdict() const;
     bool isGood() const;
-    // Whether the step has failed, and somebody lets that pass.
-    bool isWaived(std::size_t step) const;
+    // Why somebody lets the failure of the step pass; null when it has not failed, or nobody does.
+    const std::string* waiverOf(std::size_t step) const;
+    bool isWaived(std::size_t step) const { return waiverOf(step) != nullptr; }
     // The waivers that were needed, "STEP: REASON"; empty unless all that is bad is waived.
     std::string waiver() const;
     // What the PC could not do for the report: no fault of the set, and in no verdict.

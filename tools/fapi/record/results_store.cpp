@@ -2,6 +2,7 @@
 // The results of runs in the file of a station.
 #include "record/results_store.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -21,9 +22,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Which start of the PC this is.
+std::string bootName() {
+    std::ifstream file("/proc/sys/kernel/random/boot_id");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
 // When the process began, in the kernel's ticks: a number that is used again belongs to another process. Empty: there
 // is none.
-std::string startOf(long long process) {
+std::string ticksOf(long long process) {
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
     std::string text;
     std::getline(file, text, '\0');
@@ -38,6 +47,12 @@ std::string startOf(long long process) {
         words >> word;
     }
     return word;
+}
+
+// The ticks begin again when the PC does.
+std::string startOf(long long process) {
+    const std::string ticks = ticksOf(process);
+    return ticks.empty() ? "" : bootName() + " " + ticks;
 }
 
 std::string hostName() {
@@ -71,6 +86,17 @@ std::vector<ActiveRun> activeRuns(Database& database) {
         runs.push_back(active);
     }
     return runs;
+}
+
+// When the last attempt that is stored of the run had ended; nothing when there is none.
+std::optional<std::string> lastSignOf(Database& database, const std::string& run) {
+    for (const AttemptRecord& attempt :
+         readRows<AttemptRecord>(database, "where run = :a order by began desc limit 1", {run})) {
+        if (const std::optional<WallTime> began = parseUtc(attempt.began)) {
+            return utcText(*began + std::chrono::milliseconds(static_cast<long long>(attempt.seconds * 1000)));
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -109,6 +135,11 @@ void RunInserter::insert(const RunParts& parts) {
     _event.insert(parts.events);
 }
 
+bool hasDeadRuns(Database& database) {
+    const std::vector<ActiveRun> runs = activeRuns(database);
+    return std::any_of(runs.begin(), runs.end(), [](const ActiveRun& run) { return !run.isAlive(); });
+}
+
 RunParts readParts(Database& database, const std::string& run) {
     RunParts parts;
     parts.steps = readRows<StepRecord>(database, "where run = :a order by number", {run});
@@ -130,19 +161,34 @@ ResultsStore::ResultsStore(const std::string& file) : _database(file, Access::wr
     endDeadRuns();
 }
 
-// Nothing that began is without an end: who died has been interrupted.
 void ResultsStore::endDeadRuns() {
-    for (const ActiveRun& active : activeRuns(_database)) {
-        if (active.isAlive()) {
-            continue;
-        }
-        Transaction transaction(_database);
-        runOnce(_database, "update run set verdict = :a, ended = :b, why = :c where id = :d and verdict is null",
-                {verdictName(Verdict::interrupted), utcText(std::chrono::system_clock::now()),
-                 "the program that carried it out has died", active.run});
-        putOut(active.run);
-        transaction.commit();
+    if (!hasDeadRuns(_database)) {
+        return;
     }
+    // Another program may be at it.
+    Transaction transaction(_database);
+    for (const ActiveRun& active : activeRuns(_database)) {
+        if (!active.isAlive()) {
+            endDeadRun(active.run);
+        }
+    }
+    transaction.commit();
+}
+
+// Nothing that began is without an end: who died has been interrupted, after the steps that are stored.
+void ResultsStore::endDeadRun(const std::string& run) {
+    const RunRecord record = readRows<RunRecord>(_database, "where id = :a", {run}).at(0);
+    runOnce(_database,
+            "update run set verdict = :a, ended = :b, why = :c, "
+            "seconds = (select coalesce(sum(seconds), 0) from step s where s.run = run.id), "
+            "passed = (select count(*) from step s where s.run = run.id and s.verdict = 'passed'), "
+            "marginal = (select count(*) from step s where s.run = run.id and s.verdict = 'marginal'), "
+            "failed = (select count(*) from step s where s.run = run.id and s.verdict = 'failed'), "
+            "errors = (select count(*) from step s where s.run = run.id and s.verdict = 'error') "
+            "where id = :d and verdict is null",
+            {verdictName(Verdict::interrupted), lastSignOf(_database, run).value_or(record.began),
+             "the program that carried it out has died", run});
+    putOut(run);
 }
 
 void ResultsStore::begin(RunRecord& run) {

@@ -37,6 +37,9 @@ private:
     Inserter<EventRecord> _event;
 };
 
+// Whether a run has no end, and its process has died.
+bool hasDeadRuns(Database& database);
+
 // Everything that is stored of the run.
 RunParts readParts(Database& database, const std::string& run);
 
@@ -54,11 +57,13 @@ public:
     // Stores how a run has ended, and puts it into the outbox. The run is of begin(), or whole and new.
     void end(const RunRecord& run, const std::vector<RunParts>& parts);
     void remove(const std::string& run);
+    // Ends runs whose processes have died as interrupted.
+    void endDeadRuns();
     // A run that is over and known with all its parts.
     void addWhole(const std::vector<WholeRun>& runs);
 
 private:
-    void endDeadRuns();
+    void endDeadRun(const std::string& run);
     void insertParts(const std::vector<RunParts>& parts);
     void endRow(const RunRecord& run);
     void putOut(const std::string& run);

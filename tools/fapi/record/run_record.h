@@ -153,8 +153,8 @@ struct MeasurementRecord {
     long long step = 0, attempt = 1, number = 0;  // the number counts those of the attempt from 0
     long long final = 0;                          // 1: of the attempt that decides
     std::string name, unit;
-    std::optional<double> value;
-    std::optional<std::string> text;  // of what is no number
+    std::optional<double> value;      // of a list: how far its nearest value is from an end of its limits
+    std::optional<std::string> text;  // of what is no number: a text, a list
     std::optional<double> low, high, margin;
     std::string verdict, at;
 
@@ -178,10 +178,13 @@ struct MeasurementRecord {
     }
 };
 
+// Of what is the whole run's and no step's.
+constexpr long long kNoStep = -1;
+
 struct AttachmentRecord {
     std::string run;
     long long number = 0, step = 0;
-    std::string name, hash, file;  // the file is beside the report
+    std::string name, hash, file;  // the SHA-256; the file is beside the report
     long long bytes = 0;
 
     static constexpr const char* kTable = "attachment";
@@ -197,6 +200,7 @@ struct AttachmentRecord {
     }
 };
 
+// "waiver": who has let something pass, and why.
 struct EventRecord {
     std::string run;
     long long number = 0, step = 0;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <set>
 #include <sstream>
 
 #include <pwd.h>
@@ -59,6 +61,25 @@ std::optional<double> numberIn(const Json& json, const char* name) {
     return found != json.end() && found->is_number() ? std::optional(found->get<double>()) : std::nullopt;
 }
 
+// How far the value of a list that is nearest to an end of its limits is from there; negative beyond it. Nothing where
+// there is no limit, or one for another number of values.
+std::optional<double> distanceFromLimits(const Json& measured) {
+    const Json& values = measured.at("values");
+    const Json& limits = measured.at("limits");
+    std::optional<double> nearest;
+    for (std::size_t i = 0; i < values.size() && (limits.size() == 1 || limits.size() == values.size()); ++i) {
+        const Json& limit = limits[limits.size() == 1 ? 0 : i];
+        const double value = values[i].get<double>();
+        for (const auto& [end, sign] : {std::pair("low", 1.0), std::pair("high", -1.0)}) {
+            if (const std::optional<double> bound = numberIn(limit, end)) {
+                const double distance = withoutNoise(sign * (value - *bound));
+                nearest = std::min(nearest.value_or(distance), distance);
+            }
+        }
+    }
+    return nearest;
+}
+
 // What was measured, without its place.
 MeasurementRecord measurementOf(const Json& measured) {
     MeasurementRecord row;
@@ -70,6 +91,8 @@ MeasurementRecord measurementOf(const Json& measured) {
     row.verdict = measured.value("verdict", verdictName(isIn ? Verdict::passed : Verdict::failed));
     row.unit = measured.value("unit", "");
     if (const auto values = measured.find("values"); values != measured.end()) {
+        row.value = distanceFromLimits(measured);
+        row.low = row.value ? std::optional(0.0) : std::nullopt;
         std::string text;
         for (const Json& value : *values) {
             text += (text.empty() ? "" : " ") + decimalText(value.get<double>());
@@ -162,14 +185,27 @@ void addDecidingStep(RunRecord& run, const PlanResult& result) {
     }
 }
 
-// Of all that decides what the run comes to, but for the set.
-std::string hashOf(const Plan& plan, const RunFacts& facts) {
+std::string sumOf(const std::string& text) {
     Sha256 sum;
-    for (const std::string& part : {plan.hash, facts.limits, plan.faultsHash, facts.bindings, facts.library,
-                                    facts.agent, std::string(FAPI_VERSION)}) {
-        sum.add(part.c_str(), part.size() + 1);
-    }
+    sum.add(text.data(), text.size());
     return sum.sum();
+}
+
+// A file of a run; the hash is empty when it cannot be read.
+AttachmentRecord attachmentOf(const std::string& run, const std::string& file) {
+    AttachmentRecord row;
+    row.run = run;
+    row.step = kNoStep;
+    row.name = row.file = fs::path(file).filename().string();
+    std::ifstream stream(file, std::ios::binary);
+    std::vector<char> piece(1u << 16);
+    Sha256 sum;
+    while (stream.read(piece.data(), static_cast<std::streamsize>(piece.size())) || stream.gcount() > 0) {
+        sum.add(piece.data(), static_cast<std::size_t>(stream.gcount()));
+        row.bytes += stream.gcount();
+    }
+    row.hash = stream.eof() ? sum.sum() : "";
+    return row;
 }
 
 RunRecord newRunRecord(const Plan& plan, const RunFacts& facts) {
@@ -187,7 +223,7 @@ RunRecord newRunRecord(const Plan& plan, const RunFacts& facts) {
     }
     run.plan = plan.name;
     run.planFile = plan.file;
-    run.planHash = hashOf(plan, facts);
+    run.planHash = sumOf(jsonLine(whatDecides(plan, facts)));
     run.parameters = jsonLine(Json(facts.parameters.empty() ? Json::object() : Json(facts.parameters)));
     run.target = facts.target;
     run.set = facts.set;
@@ -196,13 +232,29 @@ RunRecord newRunRecord(const Plan& plan, const RunFacts& facts) {
     run.bench = FAPI_VERSION;
     run.faults = static_cast<long long>(plan.faults.size());
     run.report = fs::path(facts.report).filename().string();
+    if (!facts.waiver.empty()) {
+        run.waivedBy = run.person;
+        run.waiver = facts.waiver;
+    }
     return run;
 }
 
 }  // namespace
 
+Json whatDecides(const Plan& plan, const RunFacts& facts) {
+    return {{"plan", plan.hash},         {"limits", facts.limits},
+            {"faults", plan.faultsHash}, {"station's bindings", sumOf(facts.bindings)},
+            {"library", facts.library},  {"agent", facts.agent},
+            {"bench", FAPI_VERSION}};
+}
+
 RunRecording::RunRecording(ResultsWriter& writer, const Plan& plan, const RunFacts& facts)
-    : _writer(writer), _plan(plan), _run(newRunRecord(plan, facts)), _stored(plan.steps.size(), 0) {
+    : _writer(writer),
+      _plan(plan),
+      _run(newRunRecord(plan, facts)),
+      _folder(fs::path(facts.report).parent_path().string()),
+      _approval(facts.waiver),
+      _stored(plan.steps.size(), 0) {
     _writer.begin(_run);
 }
 
@@ -234,29 +286,64 @@ void RunRecording::conclude(const PlanResult& result) {
     addDecidingStep(_run, result);
     if (const std::string reason = result.waiver(); !reason.empty()) {
         _run.waivedBy = _run.person;
-        _run.waiver = reason;
+        _run.waiver = (_run.waiver ? *_run.waiver + "; " : "") + reason;
     }
 }
 
-void RunRecording::end(const PlanResult& result) {
+void RunRecording::end(const PlanResult& result, const std::vector<std::string>& files) {
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         if (_stored[i] != 1 + result.steps[i].attempts.size()) {
             endStep(i, result.steps[i]);
         }
     }
-    addPictures(result);
+    addAttachments(result, files);
+    addWaivers(result);
     _isEnded = true;
     _writer.end(_run);
 }
 
-void RunRecording::addPictures(const PlanResult& result) {
+void RunRecording::addAttachments(const PlanResult& result, const std::vector<std::string>& files) {
     RunParts parts;
-    for (const std::string& file : result.pictures()) {
-        AttachmentRecord row;
+    std::set<std::string> known;
+    const auto add = [&](const std::string& file, long long step) {
+        if (known.insert(file).second) {
+            AttachmentRecord row = attachmentOf(_run.id, file);
+            row.number = static_cast<long long>(parts.attachments.size());
+            row.step = step;
+            parts.attachments.push_back(std::move(row));
+        }
+    };
+    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+        for (const std::string& picture : result.steps[i].pictures()) {
+            add((fs::path(_folder) / picture).string(), static_cast<long long>(i));
+        }
+    }
+    for (const std::string& file : files) {
+        add(file, kNoStep);
+    }
+    _writer.add(std::move(parts));
+}
+
+// What somebody has let pass is a record of its own.
+void RunRecording::addWaivers(const PlanResult& result) {
+    RunParts parts;
+    const auto add = [&](long long step, const std::string& what) {
+        EventRecord row;
         row.run = _run.id;
-        row.number = static_cast<long long>(parts.attachments.size());
-        row.name = row.file = file;
-        parts.attachments.push_back(std::move(row));
+        row.number = static_cast<long long>(parts.events.size());
+        row.step = step;
+        row.at = _run.ended.value_or(_run.began);
+        row.name = "waiver";
+        row.data = jsonLine({{"by", _run.person}, {"reason", what}});
+        parts.events.push_back(std::move(row));
+    };
+    if (!_approval.empty()) {
+        add(kNoStep, _approval);
+    }
+    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+        if (const std::string* reason = result.waiverOf(i)) {
+            add(static_cast<long long>(i), *reason);
+        }
     }
     _writer.add(std::move(parts));
 }

@@ -62,6 +62,14 @@ RunCondition conditionOf(const RunFilter& filter) {
     return condition;
 }
 
+// A store that cannot be written is shown as it is.
+static void endDeadRunsOf(const std::string& file) {
+    try {
+        ResultsStore store(file);
+    } catch (const ResultsError&) {
+    }
+}
+
 std::unique_ptr<Database> openResults(const std::string& address, const std::string& folder) {
     const std::string wanted = address.empty() ? resultsFileIn(folder) : address;
     if (address.empty()) {
@@ -76,6 +84,9 @@ std::unique_ptr<Database> openResults(const std::string& address, const std::str
     }
     auto database = std::make_unique<Database>(wanted, Access::read);
     database->isServer() ? requireSchema(*database) : migrate(*database);
+    if (!database->isServer() && hasDeadRuns(*database)) {
+        endDeadRunsOf(wanted);
+    }
     return database;
 }
 

@@ -165,6 +165,30 @@ void UnfinishedRun::check(const Plan& plan) const {
     }
 }
 
+void UnfinishedRun::nameRecord(const std::string& run, const Json& decides) {
+    _record = run;
+    _decides = decides;
+}
+
+void UnfinishedRun::requireSame(const Json& decides) const {
+    std::string changed;
+    for (const auto& [name, value] : decides.items()) {
+        if (!_decides.is_null() && _decides.value(name, Json()) != value) {
+            changed += (changed.empty() ? "" : ", ") + name;
+        }
+    }
+    if (!changed.empty()) {
+        throw UsageError(_plan +
+                         ": since the run that was to be resumed began, something else has changed: " + changed);
+    }
+}
+
+void UnfinishedRun::storeRecord(const std::string& run) {
+    _record = run;
+    const std::string text = _open->read();
+    writeFile(file(), jsonLine(header()) + text.substr(std::min(text.find('\n'), text.size())));
+}
+
 void UnfinishedRun::begin() {
     if (_begun) {
         return;
@@ -228,7 +252,9 @@ Json UnfinishedRun::header() const {
             {"set", _set.name},
             {"fresh", _set.kind == SetOfRun::Kind::fresh},
             {"target", isTarget(_set)},
-            {"parameters", _parameters}};
+            {"parameters", _parameters},
+            {"run", _record},
+            {"decides", _decides}};
 }
 
 void UnfinishedRun::readHeader(const Json& json) {
@@ -240,6 +266,8 @@ void UnfinishedRun::readHeader(const Json& json) {
                                                : isFresh                   ? SetOfRun::Kind::fresh
                                                                            : SetOfRun::Kind::kept};
     _parameters = json.value("parameters", ParameterValues());
+    _record = json.value("run", "");
+    _decides = json.value("decides", Json());
 }
 
 // Changes nothing unless all of it can be read.

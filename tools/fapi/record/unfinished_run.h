@@ -37,6 +37,15 @@ public:
     // The one of the run whose report has these names.
     static std::string fileOf(const std::string& stem);
 
+    // Before begin(): which run of the store it is, and what decides what that comes to, by name.
+    void nameRecord(const std::string& run, const Json& decides);
+    // Throws UsageError when something of that has changed since the run began.
+    void requireSame(const Json& decides) const;
+    // Notes that a run of a bench without a store is there now.
+    void storeRecord(const std::string& run);
+    // Empty for a run that is in no store.
+    const std::string& record() const { return _record; }
+
     // From then on nobody else goes on with it. False when somebody does, or is still at it.
     bool lock() const;
     // Whether nobody can go on with it any more.
@@ -47,6 +56,7 @@ public:
     std::vector<std::string> files() const;
 
     const std::string& stem() const { return _stem; }
+    const std::string& plan() const { return _plan; }
     const SetOfRun& set() const { return _set; }
     const ParameterValues& parameters() const { return _parameters; }
 
@@ -81,6 +91,8 @@ private:
     bool _begun = false;
 
     std::string _plan;  // the file, as an absolute path
+    std::string _record;
+    Json _decides;  // null for a run of an older bench
     std::string _hash;
     std::string _faultsHash;
     SetOfRun _set;

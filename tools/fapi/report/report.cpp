@@ -181,6 +181,8 @@ public:
         }
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
             json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
+            const std::string* reason = result.waiverOf(i);
+            json["steps"].back()["waived"] = reason != nullptr ? Json(*reason) : Json(nullptr);
         }
         return jsonText(json, 2) + '\n';
     }

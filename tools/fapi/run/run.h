@@ -16,6 +16,7 @@ struct RunInput {
     ParameterValues parameters;
     Limits limits;
     std::vector<Waiver> waivers;
+    std::string waiver;  // why a plan without approval is run; empty: it is approved
 };
 
 // Runs the plan step by step until the last one is done, whatever becomes of the set's worker.

@@ -18,6 +18,7 @@
 #include "record/statistics.h"
 #include "report/report.h"
 #include "report/verdict_banner.h"
+#include "run/approval.h"
 #include "run/parameter_rows.h"
 #include "run/progress.h"
 #include "run/run.h"
@@ -210,6 +211,20 @@ void printDryRun(const Plan& plan, bool json) {
     }
 }
 
+// How many runs the store keeps when nobody says so.
+constexpr long long kKeptRuns = 100;
+
+// What the record says of a run of files that the station does not approve; empty when it approves all. Throws
+// UsageError where nobody takes that upon himself.
+std::string approvalFor(const RunOptions& options, const Plan& plan, const Limits& limits) {
+    const std::string files = unapprovedFiles(options.place.file, plan, limits, options.faults);
+    if (!files.empty() && !options.isUnapproved) {
+        throw UsageError(plan.file + ": " + options.place.file.file + " does not approve it: [plans]: " + files +
+                         "; --unapproved --reason TEXT runs it all the same");
+    }
+    return files.empty() ? "" : "not approved: " + files + ": " + options.reason;
+}
+
 int exitCode(const PlanResult& result, const Interrupts& interrupts) {
     return interrupts.count() != 0                       ? kExitInterrupted
            : result.count(Verdict::error) != 0           ? kExitSet
@@ -234,8 +249,11 @@ public:
     int resume() {
         SessionOptions session = _options.session;
         const std::string given = session.wire ? setFolder(session) : session.folder;
+        // First, for it writes files of unfinished runs again.
+        takeOverHistory(_folder);
         std::unique_ptr<UnfinishedRun> unfinished =
             UnfinishedRun::find(_folder, _plans.front(), {given, kindOf(session)});
+        requireValues(*unfinished);
         prepareStore();
         if (!session.wire) {
             session.folder = unfinished->set().name;
@@ -276,6 +294,17 @@ public:
     }
 
 private:
+    // Throws UsageError for a value that the run to be resumed did not have.
+    void requireValues(const UnfinishedRun& unfinished) const {
+        for (const auto& [name, value] : _rows.front()) {
+            const auto had = unfinished.parameters().find(name);
+            if (had == unfinished.parameters().end() || had->second != value) {
+                throw UsageError("--param: the run that is to be resumed has " + name + " = " +
+                                 (had == unfinished.parameters().end() ? "nothing" : display(had->second, 60)));
+            }
+        }
+    }
+
     // Before anything is called: a run without a record does not begin.
     void prepareStore() {
         prepareReportFolder(_folder);
@@ -301,6 +330,7 @@ private:
         RunInput input;
         input.parameters = completeValues(plan.parameters, given);
         input.limits = limitsFor(plan, input.parameters);
+        input.waiver = approvalFor(_options, plan, input.limits);
         for (const std::string& step : _options.waived) {
             input.waivers.push_back({step, _options.reason});
         }
@@ -334,6 +364,7 @@ private:
         facts.parameters = input.parameters;
         facts.unit = unitFor(plan, input.parameters);
         facts.limits = input.limits.hash;
+        facts.waiver = input.waiver;
         facts.station = _options.place.station;
         facts.stage = _options.place.stage;
         facts.bindings = _options.place.bindings;
@@ -357,7 +388,12 @@ private:
         try {
             run.open();
             if (report != nullptr) {
-                recording.emplace(*_writer, plan, factsOf(plan, input, run, report->stem()));
+                const RunFacts facts = factsOf(plan, input, run, report->stem());
+                if (_options.resume) {
+                    unfinished->requireSame(whatDecides(plan, facts));
+                }
+                recording.emplace(*_writer, plan, facts);
+                unfinished->nameRecord(recording->run().id, whatDecides(plan, facts));
                 progress.atEndOfStep(
                     [&](std::size_t step, const StepResult& ended) { recording->endStep(step, ended); });
             }
@@ -396,10 +432,13 @@ private:
         std::vector<std::string> problems = result.notes();
         files = report.write(result, problems);
         try {
-            recording.end(result);
+            recording.end(result, files);
             Database database(resultsFileIn(_folder), Access::write);
-            Retention limits;
-            limits.runs = static_cast<long long>(_options.keep);
+            const KeptRuns& kept = _options.place.file.kept;
+            Retention limits = {kept.runs.value_or(kKeptRuns), kept.days, kept.bytes};
+            if (_options.keep) {
+                limits.runs = static_cast<long long>(*_options.keep);
+            }
             forgetRuns(database, runsBeyond(database, _folder, limits));
         } catch (const std::runtime_error& error) {
             problems.emplace_back(error.what());
@@ -454,8 +493,10 @@ void checkWaivers(const std::vector<Plan>& plans, const RunOptions& options) {
                              (near.empty() ? "" : ", did you mean " + display(near, 60) + "?"));
         }
     }
-    if (!options.waived.empty() && options.reason.find_first_not_of(" \t") == std::string::npos) {
-        throw UsageError("--waive: expected --reason TEXT, too");
+    const bool needsReason = !options.waived.empty() || options.isUnapproved;
+    if (needsReason && options.reason.find_first_not_of(" \t") == std::string::npos) {
+        throw UsageError(std::string(options.isUnapproved ? "--unapproved" : "--waive") +
+                         ": expected --reason TEXT, too");
     }
 }
 
@@ -472,7 +513,7 @@ std::vector<ParameterValues> valuesOfRuns(const std::vector<Plan>& plans, const 
     for (const Plan& plan : plans) {
         const ParameterValues values = completeValues(plan.parameters, rows.front());
         static_cast<void>(unitFor(plan, values));
-        static_cast<void>(limitsFor(plan, values));
+        static_cast<void>(approvalFor(options, plan, limitsFor(plan, values)));
     }
     return rows;
 }

@@ -3,9 +3,11 @@
 #ifndef FAPI_BENCH_RUN_RUNNER_H
 #define FAPI_BENCH_RUN_RUNNER_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "station/station.h"
 #include "target/session.h"
 
 namespace tool {
@@ -13,6 +15,7 @@ namespace tool {
 // Where a run takes place, as the station's file has it.
 struct RunPlace {
     std::string station, stage, bindings;  // empty: there is no file
+    Station file;                          // what it approves, and keeps
 };
 
 struct RunOptions {
@@ -28,10 +31,11 @@ struct RunOptions {
     std::string faults;     // file of faults; empty: none
     std::string repeat;     // how often, or "forever"; empty: once
     bool untilFailure = false;
-    std::size_t keep = 100;               // runs in the history
+    std::optional<std::size_t> keep;      // runs in the history; nothing: as many as the station keeps
     std::vector<std::string> parameters;  // "NAME=VALUE"
     std::string parameterTable;           // file of comma-separated values, a run for each row; empty: none
     std::vector<std::string> waived;      // steps whose failure is let pass
+    bool isUnapproved = false;            // what the station does not approve is run, too
     std::string reason;                   // why
     RunPlace place;
 };

@@ -51,7 +51,19 @@ bool isChecked(const IniEntry& entry) {
     return word == "checked";
 }
 
+std::optional<long long> countUpTo(const IniEntry& entry, long long most) {
+    long long number = 0;
+    if (!parseNumber(oneWord(entry), number) || number < 1 || number > most) {
+        throw UsageError(entry.key + ": expected a number from 1 to " + std::to_string(most), 0);
+    }
+    return number;
+}
+
 constexpr std::chrono::seconds kTenMinutes{600};
+constexpr std::size_t kHashDigits = 64;
+constexpr long long kMostRuns = 1000000;
+constexpr long long kMostDays = 10000;
+constexpr long long kMostBytes = 1000000000000;
 
 }  // namespace
 
@@ -75,6 +87,13 @@ const std::vector<SectionKind>& sectionKinds() {
          "| `NAME = operator [TEXT]` | the operator, by a line on the terminal that Enter answers; `{1}` is an "
          "argument. "
          "Without a terminal a run is refused before it begins |"},
+        {"plans", false,
+         "The files that may decide about units here: plans, their limits, files of faults. A line is `FILE = "
+         "SHA256...`: a file's name without its folder, and its SHA-256, or those of several versions. With this "
+         "section a run with another file, or with another version, is refused before it begins, and the refusal "
+         "names the SHA-256 to write here: for a file alone what `sha256sum` prints. `fapi run --unapproved "
+         "--reason TEXT` runs it nevertheless, and the record says who did so and why."},
+        {"results", false, "How much of past runs stays. `fapi run --keep N` means other numbers of runs."},
     };
     return kinds;
 }
@@ -113,12 +132,31 @@ const std::vector<StationKey>& stationKeys() {
         {"target", "has", "words", "", "",
          "What the board claims to have, for the rules of `fapi conformance` that need it: `has = pwm registers`.",
          [](const KeyPlace& at) { at.target().has = at.entry.words; }},
+        {"results", "keep-runs", "number", "100", "1000000", "How many runs the store keeps.",
+         [](const KeyPlace& at) { at.station.kept.runs = countUpTo(at.entry, kMostRuns); }},
+        {"results", "keep-days", "number", "", "10000", "Older runs are removed.",
+         [](const KeyPlace& at) { at.station.kept.days = countUpTo(at.entry, kMostDays); }},
+        {"results", "keep-bytes", "number", "", "1000000000000",
+         "The oldest runs are removed until reports and pictures of the others have no more bytes.",
+         [](const KeyPlace& at) { at.station.kept.bytes = countUpTo(at.entry, kMostBytes); }},
         {"fixture", "command", "program", "", "", "Runs as long as the bench needs it.",
          [](const KeyPlace& at) { at.fixture().command = command(at.entry); }},
         {"fixture", "within", "time", "30s", "600s", "How long it may take to answer. It is ended then.",
          [](const KeyPlace& at) { at.fixture().within = timeUpTo(at.entry, kTenMinutes); }},
     };
     return keys;
+}
+
+ApprovedFile parseApprovedFile(const IniEntry& entry) {
+    ApprovedFile file = {entry.key, entry.line, entry.words};
+    for (std::size_t i = 0; i < std::max<std::size_t>(file.hashes.size(), 1); ++i) {
+        const bool isHash = i < file.hashes.size() && file.hashes[i].size() == kHashDigits &&
+                            file.hashes[i].find_first_not_of("0123456789abcdef") == std::string::npos;
+        if (!isHash) {
+            throw UsageError(entry.key + ": expected a SHA-256, 64 digits of 0..9 and a..f", i);
+        }
+    }
+    return file;
 }
 
 Binding parseBinding(const IniEntry& entry) {

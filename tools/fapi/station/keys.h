@@ -39,6 +39,9 @@ const std::vector<SectionKind>& sectionKinds();
 // "NAME = fixture FIXTURE", "NAME = run PROGRAM ARGUMENT...", "NAME = operator [TEXT]". Throws UsageError.
 Binding parseBinding(const IniEntry& entry);
 
+// "FILE = SHA256...". Throws UsageError.
+ApprovedFile parseApprovedFile(const IniEntry& entry);
+
 }  // namespace tool
 
 #endif

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kStationFile = "station.ini";
 constexpr const char* kActions = "actions";
+constexpr const char* kPlans = "plans";
 constexpr const char* kPageHead =
     "# The station's file\n"
     "\n"
@@ -120,6 +121,7 @@ private:
             _station.fixtures.back().name = section.name;
             _station.fixtures.back().line = section.line;
         }
+        _station.approvesPlans = _station.approvesPlans || section.kind == kPlans;
         return true;
     }
 
@@ -130,6 +132,8 @@ private:
                 problem(entry.line, "there is a " + entry.key + " already");
             } else if (section.kind == kActions) {
                 _station.bindings.push_back(parseBinding(entry));
+            } else if (section.kind == kPlans) {
+                _station.approved.push_back(parseApprovedFile(entry));
             } else {
                 keyOf(section, entry).read({_station, entry});
             }
@@ -184,6 +188,10 @@ const StationTarget* Station::target(std::string_view wanted) const {
 
 const StationFixture* Station::fixture(std::string_view wanted) const {
     return findNamed(fixtures, wanted);
+}
+
+const ApprovedFile* Station::approvedFile(std::string_view wanted) const {
+    return findNamed(approved, wanted);
 }
 
 const Binding* Station::binding(std::string_view action) const {

@@ -4,6 +4,7 @@
 #define FAPI_BENCH_STATION_STATION_H
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,18 @@ struct Binding {
 };
 constexpr const char* kAllOthers = "*";
 
+// A file of which only these versions may decide about units.
+struct ApprovedFile {
+    std::string name;  // without its folder
+    unsigned int line = 0;
+    Words hashes;  // SHA-256, in hexadecimal digits
+};
+
+// How much of past runs stays; nothing means no limit of the station's.
+struct KeptRuns {
+    std::optional<long long> runs, days, bytes;
+};
+
 struct Station {
     std::string file;  // empty: there is none
     std::string name;
@@ -55,11 +68,15 @@ struct Station {
     std::vector<StationTarget> targets;
     std::vector<StationFixture> fixtures;
     std::vector<Binding> bindings;
+    bool approvesPlans = false;  // what is not among these needs somebody's word
+    std::vector<ApprovedFile> approved;
+    KeptRuns kept;
 
     const StationTarget* target(std::string_view wanted) const;
     const StationFixture* fixture(std::string_view wanted) const;
     // The line for that action itself; null when there is none.
     const Binding* binding(std::string_view action) const;
+    const ApprovedFile* approvedFile(std::string_view wanted) const;
 };
 
 // Reads a station's text. All problems, in the order of their lines; the station is to be used only without any.
