@@ -474,6 +474,9 @@ private:
         run->add_option("--param", _run.parameters, "The value of a parameter of the plan; may be given again")
             ->type_name("NAME=VALUE")
             ->allow_extra_args(false);
+        run->add_option("--expected", _run.expected,
+                        "Pass when exactly the steps of this file fail: for a unit that is known to be bad")
+            ->type_name("FILE");
         CLI::Option* waive =
             run->add_option("--waive", _run.waived, "Let a failure of this step pass; may be given again")
                 ->type_name("STEP")

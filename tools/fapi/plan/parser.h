@@ -3,6 +3,7 @@
 #ifndef FAPI_BENCH_PLAN_PARSER_H
 #define FAPI_BENCH_PLAN_PARSER_H
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -10,14 +11,13 @@
 #include <vector>
 
 #include "plan/line_words.h"
+#include "plan/order.h"
 #include "plan/plan.h"
 #include "target/surprises.h"
 
 namespace tool {
 
-// "only-if target KIND"
 constexpr const char* kOnlyIf = "only-if";
-constexpr int kConditionWords = 3;
 
 bool isName(const std::string& word);
 // Throws UsageError for a word after those that are used.
@@ -44,16 +44,36 @@ private:
     };
     static const std::vector<PlanWord>& planWords();
     static const PlanWord* findPlanWord(const std::string& word);
+    // A file that lines are read from.
+    struct Source {
+        std::string name;                                        // empty: the plan's own
+        std::map<std::string, std::string> values;               // that its include has given
+        std::vector<std::pair<std::string, std::size_t>> given;  // their names, and the columns of these
+        std::set<std::string> used;                              // names of values in it
+    };
+    // A part whose end has not come yet.
+    struct OpenPart {
+        PlanPart part;
+        Section section = Section::steps;  // of a group: the present one
+        std::string word;                  // that began it
+        std::size_t column = 1;            // of the word
+        std::size_t source = 0;            // how many files were open then
+        std::string skipped;               // why this set is not to meet its steps
+        std::vector<OnlyIf> conditions;    // on which a run meets them
+    };
     // Names of all words, for "did you mean".
     static std::vector<std::string> knownWords();
 
     void parseLine(std::string_view text);
     void problem(const UsageError& error);
-    std::string takeCondition(Words& words);
-    static std::string conditionAt(const Words& words, std::size_t i);
+    void addProblem(unsigned int line, std::size_t column, const std::string& text);
+    std::size_t takeCondition(const Words& words, std::string& skipped, std::vector<OnlyIf>& conditions) const;
+    std::size_t readOnlyIf(const Words& words, std::size_t i, std::string& skipped,
+                           std::vector<OnlyIf>& conditions) const;
     bool isAfterSkipped(const PlanWord* word) const;
     void skipLine(const Words& words, const PlanWord* word, const std::string& why);
     void finish();
+    void sortProblems();
 
     // parser_head.cpp
     void parsePlanName(const Words& words);
@@ -67,14 +87,36 @@ private:
     static std::size_t parseOnFailure(const Words& words, std::size_t i, bool& stop);
     void parseStep(const Words& words);
     std::size_t parseStepOption(const Words& words, std::size_t i, Step& step) const;
-    void parseTeardown(const Words& words);
     void endStep();
+
+    // parser_parts.cpp
+    bool isIn(PartKind kind) const;
+    bool isInTeardown() const;
+    void leaveStep();
+    void addPart(PlanPart part);
+    PlanPart& openPart(PartKind kind, const char* word);
+    void parseGroup(const Words& words);
+    void parseSection(const Words& words);
+    void parseTeardown(const Words& words);
+    void parseRepeat(const Words& words);
+    void parseTurnsOfLimits(const Words& words, Loop& loop);
+    void parseAlongside(const Words& words);
+    void parseEnd(const Words& words);
+    void closePart();
+    void closeParts(std::size_t source);
+
+    // parser_include.cpp
+    Words wordsOf(std::string_view text);
+    void readIncludeValues(const Words& words, std::size_t i, Source& source) const;
+    void addInclude(const Words& words);
+    void readSource(Source source, const std::string& text, const std::string& path);
 
     // parser_lines.cpp
     PlanLine& addLine(const Words& words);
     void addOwnLine(const Words& words);
     void checkFirstWord(const std::string& word);
-    void addCommand(const Words& words);
+    void addCommand(Words words);
+    void requireNoRival(const Command& command) const;
     void warn(const std::string& text);
     bool useVariables(const std::string& word);
     bool useVariables(const Words& words);
@@ -94,6 +136,12 @@ private:
     std::size_t _before = 0;  // words of the line that are cut off
     std::size_t _stepColumn = 1;
     Surprises _surprises;
+    Source _source;
+    std::vector<std::string> _chain;  // the files that are open, each included by the one before
+    std::vector<OpenPart> _open;      // the innermost at the end
+    std::set<std::string> _loops;     // variables of the loops among them
+    std::vector<OnlyIf> _conditions;  // of the line
+    bool _hasStep = false;            // a step has begun, and nothing has ended it
     bool _teardown = false;
     bool _stopOnFailure = true;
     // Of the last line, as far as they are known.

@@ -7,17 +7,21 @@
 namespace tool {
 
 void PlanParser::parsePlanName(const Words& words) {
-    if (words.size() != 2) {
-        throw UsageError("expected: plan NAME", std::min<std::size_t>(words.size(), 2));
+    const bool hasLimit = words.size() == 4 && words[2] == "within";
+    if (words.size() != 2 && !hasLimit) {
+        throw UsageError("expected: plan NAME [within TIME]", std::min<std::size_t>(words.size(), 2));
     }
     if (!_plan.name.empty() || !_plan.steps.empty()) {
         throw UsageError("a plan has one name, before its first step");
     }
     _plan.name = words[1];
+    if (hasLimit) {
+        _plan.within = parseTimeAt(words, 3);
+    }
 }
 
 void PlanParser::requireHead(const std::string& word) const {
-    if (!_plan.steps.empty()) {
+    if (!_plan.steps.empty() || !_open.empty()) {
         throw UsageError(word + " stands before the first step", 0);
     }
 }

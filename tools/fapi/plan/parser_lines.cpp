@@ -11,12 +11,14 @@ namespace tool {
 PlanLine& PlanParser::addLine(const Words& words) {
     _outputs.reset();
     _silent.clear();
-    if (_plan.steps.empty() || (_teardown && !_plan.steps.back().teardown)) {
-        throw UsageError(display(words[0], 40) + " stands before the first step");
+    if (!_hasStep) {
+        throw UsageError(display(words[0], 40) + (_plan.steps.empty() ? " stands before the first step"
+                                                                      : " stands in no step, expected: step NAME"));
     }
     PlanLine& line = _plan.steps.back().lines.emplace_back();
     line.line = _line;
     line.words = words;
+    line.conditions = _conditions;
     return line;
 }
 
@@ -40,17 +42,31 @@ void PlanParser::checkFirstWord(const std::string& word) {
     if (word == "set" || findOperation(word) != nullptr || !variablesOf(word).empty()) {
         return;
     }
-    if (!_plan.steps.empty()) {
+    if (_hasStep) {
         // What is wrong is this line, and not those that belong to it.
         addLine({word});
     }
     throw UsageError(unknownPlanWord(word, knownWords()), 0);
 }
 
-void PlanParser::addCommand(const Words& words) {
+// Throws UsageError for what would take the set away from the groups beside this one.
+void PlanParser::requireNoRival(const Command& command) const {
+    if (command.endsProcess() && isIn(PartKind::alongside)) {
+        throw UsageError("nothing runs alongside a power cycle or a reboot", 0);
+    }
+}
+
+void PlanParser::addCommand(Words words) {
+    std::chrono::milliseconds within{0};
+    if (words.size() > 2 && words[words.size() - 2] == "within") {
+        within = parseTimeAt(words, words.size() - 1);
+        words.resize(words.size() - 2);
+    }
     PlanLine& line = addLine(words);
+    line.within = within;
     const bool usesVariables = useVariables(words);
     const Command command = usesVariables ? commandWithAnyValues(words) : Command::parse(words);
+    requireNoRival(command);
     if (command.endsProcess()) {
         _silent = command.isPowerCycle() ? "a power cycle" : "a reboot";
     } else {
@@ -64,7 +80,7 @@ void PlanParser::addCommand(const Words& words) {
 
 void PlanParser::warn(const std::string& text) {
     if (!text.empty()) {
-        _plan.warnings.push_back({_line, columnOf(_text, 0), text});
+        _plan.warnings.push_back({_line, columnOf(_text, 0), text, _source.name});
     }
 }
 
@@ -102,7 +118,7 @@ void PlanParser::useVariables(const Condition& condition) {
 // The line that an expectation or a keep belongs to. What the chip was asked can be expected of each but those that
 // end the process.
 PlanLine& PlanParser::lastLine(const std::string& word, bool isAboutChip) {
-    if (_plan.steps.empty() || _plan.steps.back().lines.empty()) {
+    if (!_hasStep || _plan.steps.back().lines.empty()) {
         throw UsageError(word + " stands behind no operation");
     }
     PlanLine& line = _plan.steps.back().lines.back();
@@ -153,6 +169,9 @@ void PlanParser::addExpectation(const Words& words) {
         }
         useVariables(*condition);
     } else if (const auto* calls = std::get_if<CallsCondition>(&expectation.what)) {
+        if (isIn(PartKind::alongside)) {
+            throw UsageError("expect calls stands in no alongside: other groups make calls, too", 0);
+        }
         useVariables(calls->calls);
     } else if (const auto* measure = std::get_if<Measure>(&expectation.what)) {
         checkMeasure(*measure, words);
@@ -177,7 +196,8 @@ void PlanParser::checkMeasure(const Measure& measure, const Words& words) {
         throw UsageError("limits " + measure.limits + ": the plan names no file of limits (limits FILE)", place);
     }
     try {
-        if (_areLimitsKnown) {
+        useVariables(measure.limits);
+        if (_areLimitsKnown && variablesOf(measure.limits).empty()) {
             checkLimits(measure, _plan.limits);
         }
     } catch (const UsageError& error) {
@@ -191,6 +211,9 @@ void PlanParser::setVariable(const std::string& name, std::size_t word) {
                                     [&](const PlanParameter& parameter) { return parameter.name == name; });
     if (isTold) {
         throw UsageError(name + " is a parameter, which nothing changes", word);
+    }
+    if (_loops.count(name) != 0) {
+        throw UsageError(name + " is the variable of a loop, which nothing else changes", word);
     }
     _kept.insert(name);
 }

@@ -23,16 +23,26 @@ std::size_t PlanParser::parseOnFailure(const Words& words, std::size_t i, bool& 
 }
 
 void PlanParser::parseStep(const Words& words) {
-    endStep();
+    leaveStep();
     // The step counts even when its line is wrong, so that what follows has a place.
+    addPart({PartKind::step, Section::steps, _line, _source.name, "", _plan.steps.size(), {}, {}});
     Step& step = _plan.steps.emplace_back();
+    _hasStep = true;
     step.line = _line;
+    step.file = _source.name;
     _stepColumn = columnOf(_text, 0);
-    step.teardown = _teardown;
-    step.stopOnFailure = _stopOnFailure && !_teardown;
+    step.teardown = isInTeardown();
+    step.stopOnFailure = _stopOnFailure && !step.teardown;
+    for (const OpenPart& open : _open) {
+        step.skipped = step.skipped.empty() ? open.skipped : step.skipped;
+        step.conditions.insert(step.conditions.end(), open.conditions.begin(), open.conditions.end());
+    }
+    if (!_open.empty() && _open.back().part.kind == PartKind::alongside) {
+        throw UsageError("step: what runs alongside is a group, expected: group NAME", 0);
+    }
     if (words.size() < 2 || words[1].empty()) {
-        throw UsageError("expected: step NAME [retry N] [every TIME] [on-failure stop|continue] [only-if target KIND]",
-                         1);
+        throw UsageError(
+            "expected: step NAME [retry N] [every TIME] [within TIME] [on-failure stop|continue] [only-if ...]", 1);
     }
     step.name = words[1];
     for (std::size_t i = 2; i < words.size();) {
@@ -40,6 +50,9 @@ void PlanParser::parseStep(const Words& words) {
     }
     if (step.every.count() != 0 && step.retry == 0) {
         throw UsageError("every says how far retries are apart, expected retry too");
+    }
+    if (step.every.count() != 0 && step.retry > static_cast<unsigned long long>(step.within / step.every)) {
+        warn("the retries take longer than the step may (" + timeText(step.within) + "), see within");
     }
 }
 
@@ -54,38 +67,31 @@ std::size_t PlanParser::parseStepOption(const Words& words, std::size_t i, Step&
         return i + 2;
     }
     if (words[i] == "every") {
-        if (!parseTime(next, step.every)) {
-            throw UsageError("every is " + display(next, 40) + ", expected a time like 200ms or 1.5s", i + 1);
-        }
+        step.every = parseTimeAt(words, i + 1);
         return i + 2;
     }
-    if (words[i] == "on-failure" && _teardown) {
+    if (words[i] == "within") {
+        step.within = parseTimeAt(words, i + 1);
+        return i + 2;
+    }
+    if (words[i] == "on-failure" && step.teardown) {
         throw UsageError("on-failure: a teardown goes on whatever fails", i);
     }
     if (words[i] == "on-failure") {
         return parseOnFailure(words, i, step.stopOnFailure);
     }
     if (words[i] == kOnlyIf) {
-        step.skipped = conditionAt(words, i);
-        return i + kConditionWords;
+        return readOnlyIf(words, i, step.skipped, step.conditions);
     }
     const std::string instead = unknownPlanWord(words[i], knownWords());
     const bool isForeign = instead.rfind("plans know", 0) == 0;
-    throw UsageError(isForeign ? instead : display(words[i], 40) + ": expected retry, every, on-failure or only-if", i);
-}
-
-void PlanParser::parseTeardown(const Words& words) {
-    endStep();
-    requireEnd(words, 1);
-    if (_teardown) {
-        throw UsageError("there is a teardown already");
-    }
-    _teardown = true;
+    throw UsageError(
+        isForeign ? instead : display(words[i], 40) + ": expected retry, every, within, on-failure or only-if", i);
 }
 
 void PlanParser::endStep() {
-    if (!_plan.steps.empty() && _plan.steps.back().lines.empty() && !_plan.steps.back().name.empty()) {
-        _problems.push_back({_plan.steps.back().line, _stepColumn, "the step does nothing"});
+    if (_hasStep && _plan.steps.back().lines.empty() && !_plan.steps.back().name.empty()) {
+        addProblem(_plan.steps.back().line, _stepColumn, "the step does nothing");
     }
 }
 

@@ -133,10 +133,10 @@ RunParts partsOfStep(const RunRecord& run, const Plan& plan, std::size_t index, 
     StepRecord step;
     step.run = run.id;
     step.number = static_cast<long long>(index);
-    step.name = beginningOf(plan.steps[index].name, kToldBytes);
+    step.name = beginningOf(plan.nameAt(index), kToldBytes);
     step.verdict = storedVerdict(result.verdict());
     step.text = beginningOf(result.text(), kKeptBytes);
-    step.teardown = plan.steps[index].teardown ? 1 : 0;
+    step.teardown = plan.stepAt(index).teardown ? 1 : 0;
     step.seconds = result.seconds();
     for (std::size_t i = 0; i < result.attempts.size(); ++i) {
         addAttempt(parts, step, result, i);
@@ -151,7 +151,7 @@ void addDecidingStep(RunRecord& run, const PlanResult& result) {
     for (std::size_t i = 0; verdict != Verdict::passed && i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
         if (storedVerdict(step.verdict()) == verdictName(verdict)) {
-            run.decidingStep = beginningOf(result.plan->steps[i].name, kToldBytes);
+            run.decidingStep = beginningOf(result.plan->nameAt(i), kToldBytes);
             run.why = beginningOf(step.text(), kKeptBytes);
             return;
         }
@@ -198,7 +198,7 @@ RunRecord newRunRecord(const Plan& plan, const RunFacts& facts) {
 }  // namespace
 
 RunRecording::RunRecording(ResultsWriter& writer, const Plan& plan, const RunFacts& facts)
-    : _writer(writer), _plan(plan), _run(newRunRecord(plan, facts)), _stored(plan.steps.size(), 0) {
+    : _writer(writer), _plan(plan), _run(newRunRecord(plan, facts)), _stored(plan.size(), 0) {
     _writer.begin(_run);
 }
 
@@ -227,6 +227,9 @@ void RunRecording::conclude(const PlanResult& result) {
     _run.errors = number(counts.errors);
     _run.interrupted = number(counts.interrupted);
     _run.notRun = number(counts.notRun);
+    _run.skipped = number(counts.skipped);
+    _run.inCalls = result.times.calls;
+    _run.inWaits = result.times.waits;
     addDecidingStep(_run, result);
     if (const std::string reason = result.waiver(); !reason.empty()) {
         _run.waivedBy = _run.person;
@@ -236,7 +239,8 @@ void RunRecording::conclude(const PlanResult& result) {
 
 void RunRecording::end(const PlanResult& result) {
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
-        if (_stored[i] != 1 + result.steps[i].attempts.size()) {
+        const bool isStored = result.steps[i].isFolded || _stored[i] == 1 + result.steps[i].attempts.size();
+        if (!isStored && result.isListed(i)) {
             endStep(i, result.steps[i]);
         }
     }

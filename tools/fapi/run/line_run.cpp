@@ -20,10 +20,6 @@ namespace {
 // What the report shows of a value that was expected to be something.
 constexpr std::size_t kShownFound = 200;
 
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 // What was looked at; a number in a range is a measurement.
 void addFound(const Condition& condition, const std::string& what, const Value& value, Json& judged) {
     judged["found"] = display(value, kShownFound);
@@ -88,6 +84,15 @@ Verdict verdictOf(const RequestError& error) {
     return error.code() == ErrorCode::stationFailed ? Verdict::error : Verdict::failed;
 }
 
+// "-ch_21" for "[ch=21]"
+std::string fileNameOf(const std::string& label) {
+    std::string name;
+    for (const char c : label) {
+        name += c == '[' ? "-" : c == ']' ? "" : isFileName({c}) ? std::string(1, c) : "_";
+    }
+    return name;
+}
+
 bool expectsCalls(const PlanLine& line) {
     return std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
         return std::holds_alternative<CallsCondition>(expectation.what);
@@ -96,12 +101,17 @@ bool expectsCalls(const PlanLine& line) {
 
 }  // namespace
 
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+std::string placeText(const Step& step, unsigned int line) {
+    return (step.file.empty() ? "" : std::filesystem::path(step.file).filename().string() + ", ") + "line " +
+           std::to_string(line);
+}
+
 bool LineRun::run() {
-    if (!_line.skipped.empty()) {
-        if (hasReport()) {
-            _attempt.commands.push_back(
-                {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}, {"skipped", _line.skipped}});
-        }
+    if (skip()) {
         return true;
     }
     _set.beginLine(expectsCalls(_line));
@@ -126,13 +136,35 @@ bool LineRun::run() {
     return true;
 }
 
+// Whether the line is not for this set, or not for this run.
+bool LineRun::skip() {
+    std::string why = _line.skipped;
+    try {
+        for (const OnlyIf& only : _line.conditions) {
+            why = why.empty() ? only.skips(_context.variables) : why;
+        }
+    } catch (const UsageError& error) {
+        worsen({Verdict::failed, error.what()}, _line.line);
+        why = error.what();
+    }
+    if (!why.empty() && hasReport()) {
+        _attempt.commands.push_back(
+            {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}, {"skipped", why}});
+    }
+    return !why.empty();
+}
+
 bool LineRun::runCommand() {
     std::optional<Command> made;
     if (!_line.command) {
         made = Command::parse(words());
     }
     const Command& command = _line.command ? *_line.command : *made;
-    const std::optional<CallAnswer> answer = _set.run(command);
+    TimeLimit limit;
+    if (_line.within.count() != 0) {
+        limit = {Clock::now() + _line.within, timeText(_line.within) + ", the limit of the line"};
+    }
+    const std::optional<CallAnswer> answer = _set.run(command, limit);
     if (!answer) {
         return false;
     }
@@ -187,10 +219,11 @@ Outcome LineRun::takePicture() {
     const PictureLine picture = parsePicture(words());
     const Picture taken = _set.takePicture(picture.what);
     if (hasReport()) {
-        const std::string file = _context.report + "-" + picture.name + ".png";
+        const std::string name = picture.name + fileNameOf(_context.label);
+        const std::string file = _context.report + "-" + name + ".png";
         try {
             writePng(taken, file);
-            _told["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            _told["picture"] = {{"name", name}, {"file", std::filesystem::path(file).filename().string()}};
         } catch (const FileError& error) {
             _told["note"] = "picture " + picture.name + " is not stored: " + error.what();
         }
@@ -204,7 +237,7 @@ Outcome LineRun::takeData() {
     for (const DataSeries& series : data.request.isNull() ? data.series : parseSeries(_set.ask("data", data.request))) {
         all.push_back({{"name", series.name}, {"values", series.values}});
     }
-    _told["data"] = {{"name", data.name}, {"kind", data.kind}, {"series", std::move(all)}};
+    _told["data"] = {{"name", data.name + _context.label}, {"kind", data.kind}, {"series", std::move(all)}};
     return {};
 }
 
@@ -293,8 +326,11 @@ Json LineRun::judgeExpectation(const Expectation& expectation, const Command& co
 }
 
 Judgement LineRun::judgeMeasure(const Measure& measure, const Command& command, const Outcome& outcome, Json& judged) {
-    const Measured measured = tool::judge(measure, command, outcome, _context.limits);
-    judged["measurements"] = Json::array({toJson(measure, measured)});
+    Measure named = measure;
+    named.name += _context.label;
+    named.limits = substitute(named.limits, _context.variables);
+    const Measured measured = tool::judge(named, command, outcome, _context.limits);
+    judged["measurements"] = Json::array({toJson(named, measured)});
     return measured.judgement;
 }
 
@@ -350,7 +386,7 @@ std::optional<Value> LineRun::valueOf(std::string_view output, const Outcome& ou
 // The worst verdict of an attempt counts, and the first text of that verdict.
 void LineRun::worsen(const Judgement& judgement, unsigned int line) {
     if (judgement.verdict > _attempt.judgement.verdict) {
-        const std::string text = "line " + std::to_string(line) + ": " + judgement.text;
+        const std::string text = placeText(_step, line) + ": " + judgement.text;
         _attempt.judgement = {judgement.verdict, beginningOf(text, kKeptBytes)};
     }
 }

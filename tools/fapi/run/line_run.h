@@ -14,22 +14,28 @@ namespace tool {
 struct LineRunContext {
     RunSet& set;
     Variables& variables;
-    Variables& kept;  // what the lines have kept since this was emptied
+    Variables& kept;           // what the lines have kept since this was emptied
+    const std::string& label;  // of the loops that the step is in: "[ch=21]"
     const Limits& limits;
     const std::string& report;  // what the names of the report's files begin with; empty: there is none
     bool judgesRefusals;
 };
 
+double secondsSince(Clock::time_point start);
+// "line 12", "common.plan, line 12"
+std::string placeText(const Step& step, unsigned int line);
+
 class LineRun {
 public:
-    LineRun(const LineRunContext& context, const PlanLine& line, Attempt& attempt)
-        : _context(context), _set(context.set), _line(line), _attempt(attempt), _number(line.line) {}
+    LineRun(const LineRunContext& context, const Step& step, const PlanLine& line, Attempt& attempt)
+        : _context(context), _set(context.set), _step(step), _line(line), _attempt(attempt), _number(line.line) {}
 
     // Adds to the attempt what came of the line. False when it has switched the set off and on, and nothing is to be
     // judged. Throws what RunSet::run() does, but for requests that are no more than refused.
     bool run();
 
 private:
+    bool skip();
     bool runCommand();
     void runOwn();
     // What a line of LineKind does; expectations and keeps after the line see the outcome.
@@ -51,6 +57,7 @@ private:
 
     const LineRunContext& _context;
     RunSet& _set;
+    const Step& _step;
     const PlanLine& _line;
     Attempt& _attempt;
     unsigned int _number;  // the line that a wrong word would be in

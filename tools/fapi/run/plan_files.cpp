@@ -52,10 +52,13 @@ bool readText(bool json, const std::string& file, std::string& text) {
     return true;
 }
 
-// Tells a changed file from the one it was.
-std::string hashOf(const std::string& text) {
+// Tells a changed file, or one of those that it includes, from the one it was.
+std::string hashOf(const std::string& text, const std::vector<PlanInclude>& includes = {}) {
     Sha256 sum;
     sum.add(text.data(), text.size());
+    for (const PlanInclude& include : includes) {
+        sum.add(include.hash.data(), include.hash.size());
+    }
     return sum.sum();
 }
 
@@ -77,20 +80,17 @@ bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Pla
         }
         std::vector<Problem> problems;
         plans.push_back(parsePlan(text, problems, file));
-        plans.back().hash = hashOf(text);
+        plans.back().hash = hashOf(text, plans.back().includes);
         for (const Problem& problem : problems) {
-            complain(json, file, problem.text, problem.line, problem.column);
+            complain(json, problem.file.empty() ? file : problem.file, problem.text, problem.line, problem.column);
         }
         for (const Problem& warning : plans.back().warnings) {
-            complain(json, file, warning.text, warning.line, warning.column, true);
+            complain(json, warning.file.empty() ? file : warning.file, warning.text, warning.line, warning.column,
+                     true);
         }
         good = good && problems.empty();
     }
     return good;
-}
-
-bool hasStep(const Plan& plan, const std::string& name) {
-    return std::any_of(plan.steps.begin(), plan.steps.end(), [&](const Step& step) { return step.name == name; });
 }
 
 // Gives each plan the faults that it can meet. False, and the problems are told, when there are some; steps
@@ -107,7 +107,7 @@ bool readFaults(bool json, const std::string& file, std::vector<Plan>& plans) {
     for (const PlanFault& fault : parseFaults(text, problems)) {
         bool known = plans.empty() || fault.step.empty();
         for (Plan& plan : plans) {
-            if (fault.step.empty() || hasStep(plan, fault.step)) {
+            if (fault.step.empty() || plan.hasStep(fault.step)) {
                 plan.faults.push_back(fault);
                 known = true;
             }
@@ -138,6 +138,40 @@ bool readPlansAndFaults(bool json, const std::vector<std::string>& files, const 
     std::vector<Plan> none;
     static_cast<void>(readFaults(json, faults, none));
     return false;
+}
+
+std::string noStep(const std::vector<Plan>& plans, const std::string& name) {
+    std::vector<std::string> names;
+    for (const Plan& plan : plans) {
+        for (const Step& step : plan.steps) {
+            names.push_back(step.name);
+        }
+    }
+    const std::string near = nearest(name, names);
+    return "no plan has a step " + display(name, 60) +
+           (near.empty() ? "" : ", did you mean " + display(near, 60) + "?");
+}
+
+bool readExpected(bool json, const std::string& file, const std::vector<Plan>& plans,
+                  std::vector<ExpectedFailure>& failures) {
+    std::string text;
+    if (file.empty()) {
+        return true;
+    }
+    if (!readText(json, file, text)) {
+        return false;
+    }
+    std::vector<Problem> problems;
+    failures = parseExpected(text, problems);
+    for (const ExpectedFailure& failure : failures) {
+        if (std::none_of(plans.begin(), plans.end(), [&](const Plan& plan) { return plan.hasStep(failure.step); })) {
+            problems.push_back({failure.line, 1, noStep(plans, failure.step)});
+        }
+    }
+    for (const Problem& problem : problems) {
+        complain(json, file, problem.text, problem.line, problem.column);
+    }
+    return problems.empty();
 }
 
 }  // namespace tool

@@ -28,20 +28,23 @@ namespace tool {
 namespace {
 
 int exitCode(const PlanResult& result, const Interrupts& interrupts) {
-    return interrupts.count() != 0                       ? kExitInterrupted
-           : result.count(Verdict::error) != 0           ? kExitSet
-           : result.isGood() || !result.waiver().empty() ? kExitGood
-                                                         : kExitFailed;
+    return interrupts.count() != 0                          ? kExitInterrupted
+           : !result.waiver().empty()                       ? kExitGood
+           : result.count(Verdict::error) != 0              ? kExitSet
+           : result.isGood() && result.unexpected().empty() ? kExitGood
+                                                            : kExitFailed;
 }
 
 // Runs of plans, in the order of the command line.
 class PlanRuns {
 public:
     // `rows` are the values of parameters, a run of each plan for each of them.
-    PlanRuns(const RunOptions& options, const std::vector<Plan>& plans, std::vector<ParameterValues> rows)
+    PlanRuns(const RunOptions& options, const std::vector<Plan>& plans, std::vector<ParameterValues> rows,
+             std::vector<ExpectedFailure> expected)
         : _options(options),
           _plans(plans),
           _rows(std::move(rows)),
+          _expected(std::move(expected)),
           _folder(options.report.empty() ? kReportFolder : options.report) {
         for (const Plan& plan : plans) {
             _statistics.emplace_back(plan);
@@ -118,6 +121,7 @@ private:
         for (const std::string& step : _options.waived) {
             input.waivers.push_back({step, _options.reason});
         }
+        input.expected = _expected;
         return input;
     }
 
@@ -155,7 +159,12 @@ private:
 
     int run(std::size_t index, const RunInput& input, const SessionOptions& session, std::optional<FreshSet>& fresh,
             ReportFiles* report, UnfinishedRun* unfinished) {
-        const Plan& plan = _plans[index];
+        // How many turns a loop over limits has may depend on parameters.
+        std::optional<Plan> filled;
+        if (hasLoopsOverLimits(_plans[index].parts)) {
+            fillLoops(filled.emplace(_plans[index]), input.limits);
+        }
+        const Plan& plan = filled ? *filled : _plans[index];
         Progress progress(plan, _options.json ? Progress::Shows::json : Progress::Shows::lines);
         std::optional<RunRecording> recording;
         PlanRun run(plan, input, session, _options.isShared, report != nullptr ? report->stem() : "", progress,
@@ -223,6 +232,7 @@ private:
     const RunOptions& _options;
     const std::vector<Plan>& _plans;
     const std::vector<ParameterValues> _rows;
+    const std::vector<ExpectedFailure> _expected;
     const std::string _folder;
     Interrupts _interrupts;
     std::optional<ResultsWriter> _writer;
@@ -251,17 +261,9 @@ void refuseWithoutOperator(const std::vector<Plan>& plans) {
 
 // Throws UsageError for a step that no plan has.
 void checkWaivers(const std::vector<Plan>& plans, const RunOptions& options) {
-    std::vector<std::string> names;
-    for (const Plan& plan : plans) {
-        for (const Step& step : plan.steps) {
-            names.push_back(step.name);
-        }
-    }
     for (const std::string& step : options.waived) {
-        if (std::count(names.begin(), names.end(), step) == 0) {
-            const std::string near = nearest(step, names);
-            throw UsageError("--waive: no plan has a step " + display(step, 60) +
-                             (near.empty() ? "" : ", did you mean " + display(near, 60) + "?"));
+        if (std::none_of(plans.begin(), plans.end(), [&](const Plan& plan) { return plan.hasStep(step); })) {
+            throw UsageError("--waive: " + noStep(plans, step));
         }
     }
     if (!options.waived.empty() && options.reason.find_first_not_of(" \t") == std::string::npos) {
@@ -331,9 +333,13 @@ int runPlans(const RunOptions& options) {
     if (options.resume && plans.size() != 1) {
         throw UsageError("--resume takes one plan");
     }
+    std::vector<ExpectedFailure> expected;
+    if (!readExpected(options.json, options.expected, plans, expected)) {
+        return kExitUsage;
+    }
     refuseWithoutOperator(plans);
     checkWaivers(plans, options);
-    PlanRuns runs(options, plans, valuesOfRuns(plans, options));
+    PlanRuns runs(options, plans, valuesOfRuns(plans, options), std::move(expected));
     return options.resume ? runs.resume() : runs.repeat(times);
 }
 

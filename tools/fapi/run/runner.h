@@ -26,6 +26,7 @@ struct RunOptions {
     bool resume = false;
     bool isShared = false;  // other programs may act on the set, too
     std::string faults;     // file of faults; empty: none
+    std::string expected;   // file of failures that a known-bad unit shows; empty: none
     std::string repeat;     // how often, or "forever"; empty: once
     bool untilFailure = false;
     std::size_t keep = 100;               // runs in the history
