@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // What holds the steps of plans together: included files, groups, loops, conditions, what runs side by side, and limits
 // of time.
+#include <fstream>
+
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +12,7 @@
 #include "plan/plan.h"
 #include "support/plan_fixture.h"
 #include "support/waiting.h"
+#include "target/target.h"
 
 namespace {
 
@@ -154,6 +158,45 @@ TEST_F(PlanLanguage, LimitsOfTimeEndWhatTakesTooLong) {
         EXPECT_EQ(stepText(0), std::string("line 3: ") + kHangs + ": " + row.text);
         std::filesystem::remove_all(reports());
     }
+}
+
+// Returns the kibibytes in memory of the processes that were started for the set: its hub and its agent.
+double kibibytesOf(const std::string& strSet) {
+    double sum = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream words(entry.path() / "cmdline"), status(entry.path() / "status");
+        const std::string strWords{std::istreambuf_iterator<char>(words), {}};
+        const std::string strName = entry.path().filename();
+        if (strWords.find(strSet) == std::string::npos || strName == std::to_string(getpid())) {
+            continue;
+        }
+        for (std::string strWord; status >> strWord;) {
+            double kibibytes = 0;
+            sum += strWord == "VmRSS:" && status >> kibibytes ? kibibytes : 0;
+        }
+    }
+    return sum;
+}
+
+TEST_F(PlanLanguage, MemoryDoesNotGrowWithTheUnits) {
+    tool::TargetOptions options;
+    options.folder = set();
+    ASSERT_EQ(fapi({"set", "create"}).s32Exit, 0);
+    const auto holder = tool::Target::join(options);
+    const std::string strPlan =
+        writeFile("u.plan", "plan U\nparam serial \"it\"\nunit serial ${serial}\nstep s\n sys_init\n");
+    std::string strTable = "serial\n";
+    for (int i = 0; i < 100; ++i) {
+        strTable += "U" + std::to_string(i) + "\n";
+    }
+    const std::string strFile = writeFile("units.csv", strTable);
+    double first = 0;
+    for (int round = 0; round < 5; ++round) {
+        ASSERT_EQ(fapi({"run", "--no-report", "--params", strFile, strPlan}).s32Exit, 0);
+        first = round == 0 ? kibibytesOf(set()) : first;
+    }
+    EXPECT_GT(first, 1000);
+    EXPECT_LT((kibibytesOf(set()) - first) / 400, 4) << "kibibytes a unit";
 }
 
 TEST_F(PlanLanguage, AKnownBadUnitFailsWhereItHasTo) {
