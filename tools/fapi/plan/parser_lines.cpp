@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "plan/parser.h"
+#include "plan/program_step.h"
 #include "plan/words_of_plans.h"
 
 namespace tool {
@@ -27,11 +28,15 @@ void PlanParser::addOwnLine(const Words& words) {
     _silent = word.answers ? "" : word.what;
     useVariables(words);
     const LineFacts facts = word.check(words);
+    _outputs = facts.outputs;
     if (!facts.name.empty() && !_names.insert({word.kind, facts.name}).second) {
         throw UsageError("there is " + std::string(word.what) + " " + facts.name + " already");
     }
     for (const std::string& name : facts.keeps) {
         setVariable(name, 1);
+    }
+    if (!facts.program.empty()) {
+        requireProgram(facts.program, folderOf(_plan));
     }
 }
 

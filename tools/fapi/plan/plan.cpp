@@ -14,9 +14,13 @@ constexpr std::size_t kLongestSerial = 128;
 
 }  // namespace
 
-Variables variablesFor(const Plan& plan, const ParameterValues& values) {
+std::string folderOf(const Plan& plan) {
     const std::string folder = std::filesystem::path(plan.file).parent_path().string();
-    Variables variables = {{kPlanFolder, folder.empty() ? "." : folder}};
+    return folder.empty() ? "." : folder;
+}
+
+Variables variablesFor(const Plan& plan, const ParameterValues& values) {
+    Variables variables = {{kPlanFolder, folderOf(plan)}};
     for (const auto& [name, value] : values) {
         variables[name] = value;
     }

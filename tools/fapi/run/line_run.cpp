@@ -7,6 +7,7 @@
 #include <map>
 
 #include "base/durable_file.h"
+#include "operator/operator.h"
 #include "plan/data.h"
 #include "plan/picture_line.h"
 #include "plan/words_of_plans.h"
@@ -154,9 +155,9 @@ bool LineRun::runCommand() {
 // What is no matter of the library: a picture, data, a wait.
 void LineRun::runOwn() {
     static const std::map<LineKind, Outcome (LineRun::*)()> doings = {
-        {LineKind::data, &LineRun::takeData},
-        {LineKind::picture, &LineRun::takePicture},
-        {LineKind::wait, &LineRun::rest},
+        {LineKind::data, &LineRun::takeData},       {LineKind::instruments, &LineRun::takeInstruments},
+        {LineKind::picture, &LineRun::takePicture}, {LineKind::program, &LineRun::runProgram},
+        {LineKind::prompt, &LineRun::askPerson},    {LineKind::wait, &LineRun::rest},
     };
     _told = {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}};
     const auto fail = [&](const std::runtime_error& error, Verdict verdict) {
@@ -175,6 +176,11 @@ void LineRun::runOwn() {
         fail(error, Verdict::failed);
     }
     _told["seconds"] = secondsSince(_start);
+    if (!_skipped.empty()) {
+        _told["skipped"] = _skipped;
+        _attempt.skipped.push_back(_skipped);
+        return;
+    }
     followUp({}, outcome);
 }
 
@@ -215,8 +221,12 @@ void LineRun::finish() {
     if (_context.judgesRefusals) {
         worsen(_set.calls().judgeRefusals(refusals), _line.line);
     }
+    const std::vector<GivenAnswer> answers = theOperator().takeAnswers();
     if (!hasReport() || _told.is_null()) {
         return;
+    }
+    for (const GivenAnswer& answer : answers) {
+        _told["operator"].push_back(toJson(answer));
     }
     if (!refusals.empty()) {
         addRefusals(_told, refusals);
@@ -293,7 +303,18 @@ Json LineRun::judgeExpectation(const Expectation& expectation, const Command& co
 }
 
 Judgement LineRun::judgeMeasure(const Measure& measure, const Command& command, const Outcome& outcome, Json& judged) {
-    const Measured measured = tool::judge(measure, command, outcome, _context.limits);
+    Measure meant = measure;
+    const auto unit = _units.find(measure.subject);
+    const bool hasUnit =
+        !measure.unit.empty() || (!measure.limits.empty() && !_context.limits.at(measure.limits).unit.empty());
+    if (unit != _units.end() && !hasUnit) {
+        meant.unit = unit->second;
+    }
+    Measured measured = tool::judge(meant, command, outcome, _context.limits);
+    if (unit != _units.end() && measure.scale == 1 && measured.unit != unit->second) {
+        measured.judgement = {Verdict::error, measure.name + " is expected in " + measured.unit +
+                                                  ", and the program has measured it in " + unit->second};
+    }
     judged["measurements"] = Json::array({toJson(measure, measured)});
     return measured.judgement;
 }

@@ -3,8 +3,10 @@
 #include "run/run.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
+#include "operator/operator.h"
 #include "protocol/characters.h"
 #include "target/session.h"
 
@@ -14,7 +16,7 @@ namespace {
 
 constexpr char kInterrupted[] = "interrupted";
 
-double secondsSince(Clock::time_point start) {
+double elapsedSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
@@ -50,8 +52,29 @@ RunSetOptions optionsFor(const Plan& plan, const SessionOptions& session, bool i
     return options;
 }
 
+// What other runs read that wait for an instrument of this one.
+std::string nameOfRun(const Plan& plan) {
+    const char* slot = std::getenv(kSlotVariable);
+    return slot != nullptr ? std::string("slot ") + slot : "plan " + plan.name;
+}
+
+// What programs of the plan find in their environment.
+ProgramSurroundings surroundingsOf(const Plan& plan, const RunInput& input, const std::string& set) {
+    ProgramSurroundings surroundings;
+    surroundings.folder = folderOf(plan);
+    surroundings.within = input.programWithin;
+    surroundings.environment = {{"FAPI_PLAN", plan.name},
+                                {"FAPI_PLAN_DIR", folderOf(plan)},
+                                {"FAPI_SET", set},
+                                {"FAPI_UNIT", unitFor(plan, input.parameters)}};
+    for (const auto& [name, value] : input.parameters) {
+        surroundings.environment.emplace_back("FAPI_PARAM_" + name, value);
+    }
+    return surroundings;
+}
+
 // Whose fault it is that the set does not answer.
-Verdict verdictOf(const RequestError& error) {
+Verdict verdictOfEnd(const RequestError& error) {
     switch (error.code()) {
         case ErrorCode::stationFailed:
         case ErrorCode::ended:
@@ -76,7 +99,15 @@ PlanRun::PlanRun(const Plan& plan, const RunInput& input, const SessionOptions& 
           optionsFor(plan, session, isShared, !report.empty()), plan.faults, interrupts,
           [&progress] { progress.refresh(); }, progress.refreshMilliseconds()),
       _variables(variablesFor(plan, input.parameters)),
-      _lines{_set, _variables, _keptSince, input.limits, _report, plan.judgesRefusals} {
+      _instruments(input.instruments, nameOfRun(plan)),
+      _lines{_set,
+             _variables,
+             _keptSince,
+             input.limits,
+             _report,
+             plan.judgesRefusals,
+             surroundingsOf(plan, input, setFolder(session)),
+             &_instruments} {
     _result.plan = &plan;
     _result.waivers = input.waivers;
     _result.start = std::chrono::system_clock::now();
@@ -114,7 +145,7 @@ void PlanRun::run() {
         }
     }
     _result.boots = _set.boots();
-    _result.seconds += secondsSince(start);
+    _result.seconds += elapsedSince(start);
 }
 
 // What ends the run now is no step's.
@@ -220,20 +251,24 @@ void PlanRun::runStep(const Step& step) {
 void PlanRun::runAttempt(const Step& step) {
     Attempt& attempt = _result.steps[_step].attempts.emplace_back();
     attempt.start = Clock::now();
+    _instruments.release();
     _set.events().clear();
     _set.log().clear();
     _set.takeWireDamage();
     _state = State::attempt;
     runLines(step);
+    _instruments.release();
     if (const std::string damage = _set.takeWireDamage(); !damage.empty() && judgesWhatCame(step)) {
         attempt.judgement = {Verdict::error, damage};
     }
     const auto isSkipped = [](const PlanLine& line) { return !line.skipped.empty(); };
-    if (std::all_of(step.lines.begin(), step.lines.end(), isSkipped)) {
-        attempt.judgement = {Verdict::skipped, step.lines.front().skipped};
+    const auto skipped = std::count_if(step.lines.begin(), step.lines.end(), isSkipped);
+    if (static_cast<std::size_t>(skipped) + attempt.skipped.size() == step.lines.size()) {
+        const std::string& why = step.lines.front().skipped;
+        attempt.judgement = {Verdict::skipped, why.empty() ? attempt.skipped.front() : why};
     }
     const bool isRunBad = isBad(attempt.judgement.verdict);
-    attempt.seconds = secondsSince(attempt.start);
+    attempt.seconds = elapsedSince(attempt.start);
     attempt.log = isRunBad && hasReport() ? _set.log().text() : "";
 }
 
@@ -285,7 +320,7 @@ void PlanRun::takeTrouble(const RequestError& error, const std::string& text) {
     }
     // The agent or the hub has gone, and another one may do.
     const bool mayMend = error.code() == ErrorCode::ended && _state != State::between;
-    endStep({verdictOf(error), text});
+    endStep({verdictOfEnd(error), text});
     _mend = Mend::connection;
     _state = mayMend ? State::between : State::over;
 }
@@ -301,6 +336,7 @@ void PlanRun::takeLoss(const SetTaken& loss) {
 
 // Ends the step for what did not come from its lines. What comes between two steps is the next one's, or the last's.
 void PlanRun::endStep(const Judgement& judgement) {
+    _instruments.release();
     const std::size_t index = _state != State::between ? _step : std::min(_next, _plan.steps.size() - 1);
     StepResult& step = _result.steps[index];
     if (_state == State::attempt) {
@@ -310,7 +346,7 @@ void PlanRun::endStep(const Judgement& judgement) {
             attempt.commands.push_back(
                 {{"command", beginningOf(line->text(), kKeptBytes)}, {"line", line->line}, {"error", "did not end"}});
         }
-        attempt.seconds = secondsSince(attempt.start);
+        attempt.seconds = elapsedSince(attempt.start);
         attempt.log = hasReport() ? _set.log().text() : "";
     } else {
         step.attempts.emplace_back().start = Clock::now();

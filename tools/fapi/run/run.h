@@ -16,6 +16,8 @@ struct RunInput {
     ParameterValues parameters;
     Limits limits;
     std::vector<Waiver> waivers;
+    std::chrono::milliseconds programWithin{30000};  // a program of the plan, unless its line says otherwise
+    std::vector<StationInstrument> instruments;      // of the station
 };
 
 // Runs the plan step by step until the last one is done, whatever becomes of the set's worker.
@@ -75,6 +77,7 @@ private:
     RunSet _set;
     Variables _variables;
     Variables _keptSince;  // the last step that was saved
+    InstrumentLocks _instruments;
     const LineRunContext _lines;
 
     State _state = State::between;
