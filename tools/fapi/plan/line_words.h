@@ -14,6 +14,8 @@ namespace tool {
 struct LineFacts {
     std::string name;                // which stands once in a plan for lines of this kind; empty: it has none
     std::vector<std::string> keeps;  // the names of the values that later lines can use
+    std::optional<std::vector<std::string>> outputs = std::nullopt;  // as far as they are known before a run
+    std::string program = {};                                        // that has to be there
 };
 
 struct LineWord {

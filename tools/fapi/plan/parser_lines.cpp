@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "plan/parser.h"
+#include "plan/program_step.h"
 #include "plan/words_of_plans.h"
 
 namespace tool {
@@ -28,12 +29,19 @@ void PlanParser::addOwnLine(const Words& words) {
     line.kind = word.kind;
     _silent = word.answers ? "" : word.what;
     useVariables(words);
+    if (word.kind == LineKind::instruments && isIn(PartKind::alongside)) {
+        throw UsageError("use stands in no alongside: the end of a step gives back what the others use", 0);
+    }
     const LineFacts facts = word.check(words);
+    _outputs = facts.outputs;
     if (!facts.name.empty() && !_names.insert({word.kind, facts.name}).second) {
         throw UsageError("there is " + std::string(word.what) + " " + facts.name + " already");
     }
     for (const std::string& name : facts.keeps) {
         setVariable(name, 1);
+    }
+    if (!facts.program.empty()) {
+        requireProgram(facts.program, folderOf(_plan));
     }
 }
 

@@ -91,9 +91,13 @@ void fillLoops(Plan& plan, const Limits& limits) {
     }
 }
 
-Variables variablesFor(const Plan& plan, const ParameterValues& values) {
+std::string folderOf(const Plan& plan) {
     const std::string folder = std::filesystem::path(plan.file).parent_path().string();
-    Variables variables = {{kPlanFolder, folder.empty() ? "." : folder}};
+    return folder.empty() ? "." : folder;
+}
+
+Variables variablesFor(const Plan& plan, const ParameterValues& values) {
+    Variables variables = {{kPlanFolder, folderOf(plan)}};
     for (const auto& [name, value] : values) {
         variables[name] = value;
     }

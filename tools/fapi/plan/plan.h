@@ -52,6 +52,8 @@ struct Plan {
 // lines; the plan is to be used only when there are none. Files that it names are next to `file`.
 Plan parsePlan(std::string_view text, std::vector<Problem>& problems, const std::string& file = "");
 
+// Where the plan's file is.
+std::string folderOf(const Plan& plan);
 // What ${NAME} of parameters and ${PLAN_DIR} stand for when a run begins.
 Variables variablesFor(const Plan& plan, const ParameterValues& values);
 // The limits of a run with these values. Throws UsageError, also where a measurement of the plan has none.

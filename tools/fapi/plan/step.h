@@ -23,9 +23,12 @@ struct Keep {
 
 enum class LineKind {
     command,
-    picture,  // parsePicture() reads it
-    data,     // PlanData reads it
-    wait      // parseWait() reads it
+    picture,     // parsePicture() reads it
+    data,        // PlanData reads it
+    wait,        // parseWait() reads it
+    prompt,      // parsePrompt() reads it
+    program,     // parseProgramLine() reads it
+    instruments  // "use NAME..."
 };
 
 struct PlanLine {

@@ -188,6 +188,11 @@ std::vector<std::string> PlanResult::pictures() const {
     for (const Json& picture : allOf(*this, "picture")) {
         files.push_back(picture["file"].get<std::string>());
     }
+    for (const Json& attachments : allOf(*this, "attachments")) {
+        for (const Json& attachment : attachments) {
+            files.push_back(attachment["file"].get<std::string>());
+        }
+    }
     std::sort(files.begin(), files.end());
     files.erase(std::unique(files.begin(), files.end()), files.end());
     return files;
@@ -200,8 +205,7 @@ std::vector<std::string> filesOfReport(const std::string& stem, const std::vecto
     }
     const fs::path path(stem);
     for (const std::string& picture : pictures) {
-        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos &&
-            fs::path(picture).extension() == ".png") {
+        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos) {
             files.push_back((path.parent_path() / picture).string());
         }
     }

@@ -18,8 +18,9 @@ struct Attempt {
     Judgement judgement;
     Clock::time_point start;
     double seconds = 0;
-    Json commands = Json::array();  // empty without a report
-    std::string log;                // of a bad attempt, with a report
+    std::vector<std::string> skipped;  // why each line had nothing to do that found out only when it ran
+    Json commands = Json::array();     // empty without a report
+    std::string log;                   // of a bad attempt, with a report
 };
 
 // Reports list so many steps of a run whatever becomes of them. Of those after them they list what did not pass.
@@ -91,7 +92,7 @@ struct PlanResult {
     std::string waiver() const;
     // What the PC could not do for the report: no fault of the set, and in no verdict.
     std::vector<std::string> notes() const;
-    // The files of the pictures that attempts have left beside the report.
+    // The files of the pictures that attempts have left beside the report, and those that programs have attached.
     std::vector<std::string> pictures() const;
 };
 

@@ -173,6 +173,7 @@ void ResultsStore::insertParts(const std::vector<RunParts>& parts) {
             runOnce(_database, "delete from step where run = :a and number = :b", {step.run, step.number});
             runOnce(_database, "delete from attempt where run = :a and step = :b", {step.run, step.number});
             runOnce(_database, "delete from measurement where run = :a and step = :b", {step.run, step.number});
+            runOnce(_database, "delete from event where run = :a and step = :b", {step.run, step.number});
         }
         _insert.insert(part);
     }

@@ -20,6 +20,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Of a step; its rows have numbers of their own.
+constexpr long long kMostAnswers = 10000;
+
 std::string thisHost() {
     char name[256] = "";
     gethostname(name, sizeof(name) - 1);
@@ -128,6 +131,27 @@ void addAttempt(RunParts& parts, const StepRecord& step, const StepResult& resul
     parts.attempts.push_back(std::move(row));
 }
 
+// What a person was asked, and has answered, in all attempts.
+void addAnswers(RunParts& parts, const StepRecord& step, const StepResult& result) {
+    long long number = 0;
+    for (const Attempt& attempt : result.attempts) {
+        for (const Json& command : attempt.commands) {
+            for (const Json& answer : command.value("operator", Json::array())) {
+                EventRecord row;
+                row.run = step.run;
+                row.number = step.number * kMostAnswers + number++;
+                row.step = step.number;
+                row.at = utcText(wallTimeOf(attempt.start));
+                row.name = "operator";
+                row.data = jsonLine(answer);
+                if (number <= kMostAnswers) {
+                    parts.events.push_back(std::move(row));
+                }
+            }
+        }
+    }
+}
+
 RunParts partsOfStep(const RunRecord& run, const Plan& plan, std::size_t index, const StepResult& result) {
     RunParts parts;
     StepRecord step;
@@ -141,6 +165,7 @@ RunParts partsOfStep(const RunRecord& run, const Plan& plan, std::size_t index, 
     for (std::size_t i = 0; i < result.attempts.size(); ++i) {
         addAttempt(parts, step, result, i);
     }
+    addAnswers(parts, step, result);
     parts.steps.push_back(std::move(step));
     return parts;
 }
@@ -177,7 +202,7 @@ RunRecord newRunRecord(const Plan& plan, const RunFacts& facts) {
     run.host = thisHost();
     run.station = facts.station.empty() ? run.host : facts.station;
     run.stage = facts.stage;
-    run.person = loginName();
+    run.person = facts.person.empty() ? loginName() : facts.person;
     if (!facts.unit.empty()) {
         run.unit = facts.unit;
     }

@@ -16,6 +16,7 @@ struct RunFacts {
     std::string limits;                    // the hash of the limits
     std::string station, stage, bindings;  // the bindings are those of the station's file; an empty name is the host's
     std::string target, library, agent;    // the set's kind, versions
+    std::string person;                    // the operator; empty: who is logged in
 };
 
 // One run of a plan, whose steps are stored as they end.

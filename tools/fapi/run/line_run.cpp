@@ -7,6 +7,7 @@
 #include <map>
 
 #include "base/durable_file.h"
+#include "operator/operator.h"
 #include "plan/data.h"
 #include "plan/picture_line.h"
 #include "plan/words_of_plans.h"
@@ -186,9 +187,9 @@ bool LineRun::runCommand() {
 // What is no matter of the library: a picture, data, a wait.
 void LineRun::runOwn() {
     static const std::map<LineKind, Outcome (LineRun::*)()> doings = {
-        {LineKind::data, &LineRun::takeData},
-        {LineKind::picture, &LineRun::takePicture},
-        {LineKind::wait, &LineRun::rest},
+        {LineKind::data, &LineRun::takeData},       {LineKind::instruments, &LineRun::takeInstruments},
+        {LineKind::picture, &LineRun::takePicture}, {LineKind::program, &LineRun::runProgram},
+        {LineKind::prompt, &LineRun::askPerson},    {LineKind::wait, &LineRun::rest},
     };
     _told = {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}};
     const auto fail = [&](const std::runtime_error& error, Verdict verdict) {
@@ -207,6 +208,11 @@ void LineRun::runOwn() {
         fail(error, Verdict::failed);
     }
     _told["seconds"] = secondsSince(_start);
+    if (!_skipped.empty()) {
+        _told["skipped"] = _skipped;
+        _attempt.skipped.push_back(_skipped);
+        return;
+    }
     followUp({}, outcome);
 }
 
@@ -248,8 +254,12 @@ void LineRun::finish() {
     if (_context.judgesRefusals) {
         worsen(_set.calls().judgeRefusals(refusals), _line.line);
     }
+    const std::vector<GivenAnswer> answers = theOperator().takeAnswers();
     if (!hasReport() || _told.is_null()) {
         return;
+    }
+    for (const GivenAnswer& answer : answers) {
+        _told["operator"].push_back(toJson(answer));
     }
     if (!refusals.empty()) {
         addRefusals(_told, refusals);
@@ -326,11 +336,21 @@ Json LineRun::judgeExpectation(const Expectation& expectation, const Command& co
 }
 
 Judgement LineRun::judgeMeasure(const Measure& measure, const Command& command, const Outcome& outcome, Json& judged) {
-    Measure named = measure;
-    named.name += _context.label;
-    named.limits = substitute(named.limits, _context.variables);
-    const Measured measured = tool::judge(named, command, outcome, _context.limits);
-    judged["measurements"] = Json::array({toJson(named, measured)});
+    Measure meant = measure;
+    meant.name += _context.label;
+    meant.limits = substitute(meant.limits, _context.variables);
+    const auto unit = _units.find(measure.subject);
+    const bool hasUnit =
+        !measure.unit.empty() || (!meant.limits.empty() && !_context.limits.at(meant.limits).unit.empty());
+    if (unit != _units.end() && !hasUnit) {
+        meant.unit = unit->second;
+    }
+    Measured measured = tool::judge(meant, command, outcome, _context.limits);
+    if (unit != _units.end() && measure.scale == 1 && measured.unit != unit->second) {
+        measured.judgement = {Verdict::error, meant.name + " is expected in " + measured.unit +
+                                                  ", and the program has measured it in " + unit->second};
+    }
+    judged["measurements"] = Json::array({toJson(meant, measured)});
     return measured.judgement;
 }
 

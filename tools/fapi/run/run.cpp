@@ -3,8 +3,10 @@
 #include "run/run.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
+#include "operator/operator.h"
 #include "plan/words_of_plans.h"
 #include "protocol/characters.h"
 #include "target/session.h"
@@ -47,8 +49,29 @@ RunSetOptions optionsFor(const Plan& plan, const SessionOptions& session, bool i
     return options;
 }
 
+// What other runs read that wait for an instrument of this one.
+std::string nameOfRun(const Plan& plan) {
+    const char* slot = std::getenv(kSlotVariable);
+    return slot != nullptr ? std::string("slot ") + slot : "plan " + plan.name;
+}
+
+// What programs of the plan find in their environment.
+ProgramSurroundings surroundingsOf(const Plan& plan, const RunInput& input, const std::string& set) {
+    ProgramSurroundings surroundings;
+    surroundings.folder = folderOf(plan);
+    surroundings.within = input.programWithin;
+    surroundings.environment = {{"FAPI_PLAN", plan.name},
+                                {"FAPI_PLAN_DIR", folderOf(plan)},
+                                {"FAPI_SET", set},
+                                {"FAPI_UNIT", unitFor(plan, input.parameters)}};
+    for (const auto& [name, value] : input.parameters) {
+        surroundings.environment.emplace_back("FAPI_PARAM_" + name, value);
+    }
+    return surroundings;
+}
+
 // Whose fault it is that the set does not answer.
-Verdict verdictOfTrouble(const RequestError& error) {
+Verdict verdictOfEnd(const RequestError& error) {
     switch (error.code()) {
         case ErrorCode::stationFailed:
         case ErrorCode::ended:
@@ -73,7 +96,8 @@ PlanRun::PlanRun(const Plan& plan, const RunInput& input, const SessionOptions& 
       _set(
           optionsFor(plan, session, isShared, !report.empty()), plan.faults, interrupts,
           [&progress] { progress.refresh(); }, progress.refreshMilliseconds()),
-      _whole() {
+      _instruments(input.instruments, nameOfRun(plan)),
+      _programs(surroundingsOf(plan, input, setFolder(session))) {
     _whole.variables = variablesFor(plan, input.parameters);
     _whole.end = plan.size();
     _result.plan = &plan;
@@ -337,17 +361,21 @@ void PlanRun::runAttempts(const Step& step) {
 void PlanRun::runAttempt(const Step& step) {
     Attempt& attempt = _result.steps[lane().step].attempts.emplace_back();
     attempt.start = Clock::now();
+    _instruments.release();
     _set.events().clear();
     _set.log().clear();
     _set.takeWireDamage();
     lane().state = State::attempt;
     runLines(step);
+    _instruments.release();
     if (const std::string damage = _set.takeWireDamage(); !damage.empty() && judgesWhatCame(step)) {
         attempt.judgement = {Verdict::error, damage};
     }
     const auto isSkipped = [](const PlanLine& line) { return !line.skipped.empty(); };
-    if (std::all_of(step.lines.begin(), step.lines.end(), isSkipped)) {
-        attempt.judgement = {Verdict::skipped, step.lines.front().skipped};
+    const auto skipped = std::count_if(step.lines.begin(), step.lines.end(), isSkipped);
+    if (static_cast<std::size_t>(skipped) + attempt.skipped.size() == step.lines.size()) {
+        const std::string& why = step.lines.front().skipped;
+        attempt.judgement = {Verdict::skipped, why.empty() ? attempt.skipped.front() : why};
     }
     const bool isRunBad = isBad(attempt.judgement.verdict);
     attempt.seconds = secondsSince(attempt.start);
@@ -358,8 +386,8 @@ void PlanRun::runAttempt(const Step& step) {
 void PlanRun::runLines(const Step& step) {
     Lane& here = lane();
     Attempt& attempt = _result.steps[here.step].attempts.back();
-    const LineRunContext context = {_set,    here.variables, here.kept,           here.label,
-                                    _limits, _report,        _plan.judgesRefusals};
+    const LineRunContext context = {_set,    here.variables,       here.kept, here.label,   _limits,
+                                    _report, _plan.judgesRefusals, _programs, &_instruments};
     for (here.line = 0; here.line < step.lines.size() && !isBad(attempt.judgement.verdict); ++here.line) {
         if (!LineRun(context, step, step.lines[here.line], attempt).run()) {
             // The set is another one but for what it stores.
@@ -471,7 +499,7 @@ void PlanRun::takeTrouble(const RequestError& error, const std::string& text) {
     }
     // The agent or the hub has gone, and another one may do.
     const bool mayMend = error.code() == ErrorCode::ended && lane().state != State::between;
-    endStep({verdictOfTrouble(error), text});
+    endStep({verdictOfEnd(error), text});
     _mend = Mend::connection;
     leave(!mayMend);
     endOthers(std::make_exception_ptr(error));
@@ -501,6 +529,7 @@ void PlanRun::endStep(const Judgement& judgement) {
     if (_isAlongside && here.state == State::between) {
         return;
     }
+    _instruments.release();
     const bool isRunning = here.state != State::between;
     const std::size_t index = isRunning ? here.step : std::min(here.next, _plan.size() - 1);
     StepResult& step = _result.steps[index];

@@ -20,6 +20,8 @@ struct RunInput {
     Limits limits;
     std::vector<Waiver> waivers;
     std::vector<ExpectedFailure> expected;
+    std::chrono::milliseconds programWithin{30000};  // a program of the plan, unless its line says otherwise
+    std::vector<StationInstrument> instruments;      // of the station
 };
 
 // Runs the plan step by step until the last one is done, whatever becomes of the set's worker.
@@ -108,6 +110,8 @@ private:
     UnfinishedRun* _unfinished;
     PlanResult _result;
     RunSet _set;
+    InstrumentLocks _instruments;
+    const ProgramSurroundings _programs;
 
     Lane _whole;
     std::vector<Lane> _lanes;  // of groups side by side

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "base/terminal.h"
+#include "operator/operator.h"
 #include "target/bound_actions.h"
 #include "target/picture_source.h"
 #include "target/session.h"
@@ -167,7 +168,9 @@ void RunSet::listen() {
         target.watch(_timer.get(), [this] {
             std::uint64_t times = 0;
             static_cast<void>(read(_timer.get(), &times, sizeof(times)));
-            _refresh();
+            if (!isQuestionShown()) {
+                _refresh();
+            }
         });
     }
 }
@@ -473,6 +476,16 @@ Field RunSet::ask(const std::string& method, const Field& params) {
 Picture RunSet::takePicture(const std::string& what) {
     _lanes[lane()].isBehind = true;
     return guarded([&] { return tool::takePicture(what); });
+}
+
+GivenAnswer RunSet::ask(const Question& question) {
+    _isBehind = true;
+    return guarded([&] { return theOperator().ask(question, [this] { check(); }); });
+}
+
+ProgramResult RunSet::runProgram(const ProgramCall& call) {
+    _isBehind = true;
+    return guarded([&] { return runPlanProgram(call, [this] { check(); }); });
 }
 
 void RunSet::rest(std::chrono::milliseconds time) {

@@ -13,8 +13,10 @@
 
 #include "base/interrupts.h"
 #include "base/picture.h"
+#include "operator/question.h"
 #include "plan/calls.h"
 #include "plan/event.h"
+#include "program/program_run.h"
 #include "record/result.h"
 #include "run/armed_faults.h"
 #include "run/side_by_side.h"
@@ -113,6 +115,12 @@ public:
     // Method `method` of the agent. Throws as run() does.
     Field ask(const std::string& method, const Field& params);
     Picture takePicture(const std::string& what);
+    // Asks a person. Throws as rest() does, and RequestError `stationFailed` without an answer.
+    GivenAnswer ask(const Question& question);
+    // Runs a program of this PC to its end. Throws as rest() does, and RequestError `stationFailed`.
+    ProgramResult runProgram(const ProgramCall& call);
+    // The agent's clock, by which events come.
+    std::chrono::steady_clock::time_point agentNow() const { return std::chrono::steady_clock::now() + _agentClock; }
     // Waits so long. Throws WorkerEnded and RunInterrupted.
     void rest(std::chrono::milliseconds time);
 

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include <unistd.h>
-
 #include "base/terminal.h"
+#include "hub/client.h"
+#include "operator/operator.h"
 #include "record/old_history.h"
 #include "record/retention.h"
 #include "record/run_recording.h"
@@ -118,6 +118,8 @@ private:
         RunInput input;
         input.parameters = completeValues(plan.parameters, given);
         input.limits = limitsFor(plan, input.parameters);
+        input.programWithin = _options.programWithin;
+        input.instruments = _options.instruments;
         for (const std::string& step : _options.waived) {
             input.waivers.push_back({step, _options.reason});
         }
@@ -148,6 +150,7 @@ private:
         facts.parameters = input.parameters;
         facts.unit = unitFor(plan, input.parameters);
         facts.limits = input.limits.hash;
+        facts.person = theOperator().name();
         facts.station = _options.place.station;
         facts.stage = _options.place.stage;
         facts.bindings = _options.place.bindings;
@@ -240,23 +243,72 @@ private:
     Verdict _worst = Verdict::passed;
 };
 
-// A run that would wait for somebody who is not there is none.
-void refuseWithoutOperator(const std::vector<Plan>& plans) {
-    if (boundActions() == nullptr || isatty(STDIN_FILENO) != 0) {
-        return;
+// What a line asks a person; nothing when it asks nobody.
+std::optional<Question> questionIn(const PlanLine& line) {
+    if (!line.skipped.empty()) {
+        return std::nullopt;
     }
+    if (line.kind == LineKind::prompt) {
+        const Question question = questionOf(parsePrompt(line.words));
+        return question.needsAnswer ? std::optional(question) : std::nullopt;
+    }
+    const bool isAction = line.kind == LineKind::command && line.words.size() > 1 && line.words[0] == "set";
+    if (!isAction || boundActions() == nullptr || findBoundAction(line.words[1]) == nullptr ||
+        !boundActions()->asksOperator(line.words[1])) {
+        return std::nullopt;
+    }
+    Question question;
+    question.kind = PromptKind::show;
+    question.text = question.name = line.words[1];
+    return question;
+}
+
+template <class Use>
+void forEachLine(const std::vector<Plan>& plans, Use&& use) {
     for (const Plan& plan : plans) {
         for (const Step& step : plan.steps) {
             for (const PlanLine& line : step.lines) {
-                const bool isAction = line.kind == LineKind::command && line.words.size() > 1 && line.words[0] == "set";
-                if (isAction && findBoundAction(line.words[1]) != nullptr &&
-                    boundActions()->asksOperator(line.words[1])) {
-                    throw UsageError(plan.file + ":" + std::to_string(line.line) + ": set " + line.words[1] +
-                                     " is asked of the operator, and there is no terminal");
-                }
+                use(plan, line);
             }
         }
     }
+}
+
+// A run that would wait for somebody who is not there is none. Returns whether a person is asked at all.
+bool refuseWithoutOperator(const std::vector<Plan>& plans, const SessionOptions& session) {
+    std::optional<bool> isFollowed;
+    bool asks = false;
+    forEachLine(plans, [&](const Plan& plan, const PlanLine& line) {
+        const std::optional<Question> question = questionIn(line);
+        const std::string missing = question ? theOperator().missing(*question) : "";
+        asks = asks || question.has_value();
+        if (missing.empty()) {
+            return;
+        }
+        isFollowed = isFollowed ? *isFollowed : isWatchedByOthers(session, kPromptWatch);
+        if (!*isFollowed) {
+            throw UsageError(plan.file + ":" + std::to_string(line.line) + ": " +
+                             (line.kind == LineKind::prompt ? line.text() : "set " + line.words[1]) +
+                             " is asked of the operator, and " + missing);
+        }
+    });
+    return asks;
+}
+
+void requireInstruments(const std::vector<Plan>& plans, const RunOptions& options) {
+    std::vector<std::string> names;
+    for (const StationInstrument& instrument : options.instruments) {
+        names.push_back(instrument.name);
+    }
+    forEachLine(plans, [&](const Plan& plan, const PlanLine& line) {
+        for (std::size_t i = 1; line.kind == LineKind::instruments && i < line.words.size(); ++i) {
+            if (std::count(names.begin(), names.end(), line.words[i]) == 0) {
+                const std::string near = nearest(line.words[i], names);
+                throw UsageError(plan.file + ":" + std::to_string(line.line) + ": the station has no instrument " +
+                                 line.words[i] + (near.empty() ? "" : ", did you mean " + near + "?"));
+            }
+        }
+    });
 }
 
 // Throws UsageError for a step that no plan has.
@@ -318,28 +370,41 @@ int checkPlans(const std::vector<std::string>& files, const std::string& faults,
     return kExitGood;
 }
 
+std::optional<PreparedRuns> prepareRuns(const RunOptions& options) {
+    PreparedRuns prepared;
+    if (!readPlansAndFaults(options.json, options.files, options.faults, prepared.plans)) {
+        return std::nullopt;
+    }
+    if (options.dryRun) {
+        return prepared;
+    }
+    if (options.resume && prepared.plans.size() != 1) {
+        throw UsageError("--resume takes one plan");
+    }
+    prepared.asksPerson = refuseWithoutOperator(prepared.plans, options.session);
+    requireInstruments(prepared.plans, options);
+    checkWaivers(prepared.plans, options);
+    prepared.rows = valuesOfRuns(prepared.plans, options);
+    return prepared;
+}
+
 int runPlans(const RunOptions& options) {
     const std::size_t times = repeatTimes(options);
-    std::vector<Plan> plans;
-    if (!readPlansAndFaults(options.json, options.files, options.faults, plans)) {
+    std::optional<PreparedRuns> prepared = prepareRuns(options);
+    if (!prepared) {
         return kExitUsage;
     }
     if (options.dryRun) {
-        for (const Plan& plan : plans) {
+        for (const Plan& plan : prepared->plans) {
             printDryRun(plan, options.json);
         }
         return kExitGood;
     }
-    if (options.resume && plans.size() != 1) {
-        throw UsageError("--resume takes one plan");
-    }
     std::vector<ExpectedFailure> expected;
-    if (!readExpected(options.json, options.expected, plans, expected)) {
+    if (!readExpected(options.json, options.expected, prepared->plans, expected)) {
         return kExitUsage;
     }
-    refuseWithoutOperator(plans);
-    checkWaivers(plans, options);
-    PlanRuns runs(options, plans, valuesOfRuns(plans, options), std::move(expected));
+    PlanRuns runs(options, prepared->plans, std::move(prepared->rows), std::move(expected));
     return options.resume ? runs.resume() : runs.repeat(times);
 }
 

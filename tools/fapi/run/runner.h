@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "plan/plan.h"
+#include "station/station.h"
 #include "target/session.h"
 
 namespace tool {
@@ -35,7 +37,19 @@ struct RunOptions {
     std::vector<std::string> waived;      // steps whose failure is let pass
     std::string reason;                   // why
     RunPlace place;
+    std::chrono::milliseconds programWithin{30000};  // a program of a plan, unless its line says otherwise
+    std::vector<StationInstrument> instruments;      // that plans may use
 };
+
+// Plans that can run, and the values of their parameters in each run.
+struct PreparedRuns {
+    std::vector<Plan> plans;
+    std::vector<ParameterValues> rows;
+    bool asksPerson = false;
+};
+// Checks all that can be checked before anything is called. Nothing, with the problems told, when plans have some.
+// Throws UsageError.
+std::optional<PreparedRuns> prepareRuns(const RunOptions& options);
 
 // `fapi run` and `fapi check`. Both return an exit code; problems go to standard error, and for programs as objects to
 // standard output, too.

@@ -51,6 +51,32 @@ bool isChecked(const IniEntry& entry) {
     return word == "checked";
 }
 
+// "NAME" "SHA256" "NAME" "SHA256"
+std::vector<ApprovedPlan> approvedPlans(const IniEntry& entry) {
+    constexpr std::size_t kHashLength = 64;
+    std::vector<ApprovedPlan> plans;
+    for (std::size_t i = 0; i + 1 < entry.words.size(); i += 2) {
+        const std::string& hash = entry.words[i + 1];
+        if (hash.size() != kHashLength || hash.find_first_not_of("0123456789abcdef") != std::string::npos) {
+            throw UsageError(entry.key + ": " + display(hash, 80) + ": expected a SHA-256 of 64 hexadecimal digits",
+                             i + 1);
+        }
+        plans.push_back({entry.words[i], hash, entry.line});
+    }
+    if (plans.empty() || entry.words.size() % 2 != 0) {
+        throw UsageError(entry.key + ": expected pairs: a plan and the SHA-256 of its file", entry.words.size());
+    }
+    return plans;
+}
+
+KnownBad knownBad(const IniEntry& entry) {
+    if (entry.words.size() != 3) {
+        throw UsageError(entry.key + ": expected a target, a plan and the file of what must fail",
+                         std::min<std::size_t>(entry.words.size(), 3));
+    }
+    return {entry.words[0], entry.words[1], entry.words[2], entry.line};
+}
+
 constexpr std::chrono::seconds kTenMinutes{600};
 
 }  // namespace
@@ -61,6 +87,8 @@ const std::vector<SectionKind>& sectionKinds() {
         {"target", true, "A set, as `--target NAME` means it."},
         {"fixture", true,
          "A program that carries out actions and speaks the agent's protocol on its standard streams."},
+        {"instrument", true, "An instrument that the slots of a station share: one run uses it at a time."},
+        {"plans", false, "What `fapi station check` looks at besides."},
         {"actions", false,
          "Who carries out the actions that a set's agent does not have. The keys are names of actions.\n"
          "\n"
@@ -72,9 +100,8 @@ const std::vector<SectionKind>& sectionKinds() {
          "arguments, each of which stays one word; one that begins with a dash is refused. Exit code 0 is a success, 1 "
          "a "
          "failure of the set, all else an error of the station. Lines `NAME=VALUE` that it prints are outputs |\n"
-         "| `NAME = operator [TEXT]` | the operator, by a line on the terminal that Enter answers; `{1}` is an "
-         "argument. "
-         "Without a terminal a run is refused before it begins |"},
+         "| `NAME = operator [TEXT]` | the operator, by a question that Enter answers; `{1}` is an argument. "
+         "Where nobody could answer a run is refused before it begins |"},
     };
     return kinds;
 }
@@ -117,6 +144,18 @@ const std::vector<StationKey>& stationKeys() {
          [](const KeyPlace& at) { at.fixture().command = command(at.entry); }},
         {"fixture", "within", "time", "30s", "600s", "How long it may take to answer. It is ended then.",
          [](const KeyPlace& at) { at.fixture().within = timeUpTo(at.entry, kTenMinutes); }},
+        {"instrument", "within", "time", "60s", "600s",
+         "How long a step waits for it (`use NAME` in plans). Then the step's verdict is an error.",
+         [](const KeyPlace& at) { at.instrument().within = timeUpTo(at.entry, kTenMinutes); }},
+        {"plans", "approved", "pairs of texts", "", "",
+         "In turn: a plan, and the SHA-256 of its file (`sha256sum`) when it was approved. `fapi station check` "
+         "compares "
+         "them.",
+         [](const KeyPlace& at) { at.station.approved = approvedPlans(at.entry); }},
+        {"plans", "known-bad", "three words", "", "",
+         "A target that must fail, the plan that finds that, and the file of what must fail (`fapi run --expected`). "
+         "`fapi station check` runs it.",
+         [](const KeyPlace& at) { at.station.knownBad = knownBad(at.entry); }},
     };
     return keys;
 }

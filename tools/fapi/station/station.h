@@ -34,6 +34,25 @@ struct StationFixture {
     std::chrono::milliseconds within{30000};  // an action
 };
 
+// An instrument that several slots use in turn.
+struct StationInstrument {
+    std::string name;
+    unsigned int line = 0;
+    std::chrono::milliseconds within{60000};  // that a run waits for it
+};
+
+// A plan that may be run for units, as its text was when it was approved.
+struct ApprovedPlan {
+    std::string name, hash;
+    unsigned int line = 0;
+};
+
+// A set that is known to fail, and where.
+struct KnownBad {
+    std::string target, plan, expected;  // `expected`: the file of steps that must fail; an empty plan: there is none
+    unsigned int line = 0;
+};
+
 // Who carries out an action.
 struct Binding {
     enum class Kind { fixture, program, person };
@@ -55,6 +74,9 @@ struct Station {
     std::vector<StationTarget> targets;
     std::vector<StationFixture> fixtures;
     std::vector<Binding> bindings;
+    std::vector<StationInstrument> instruments;
+    std::vector<ApprovedPlan> approved;
+    KnownBad knownBad;
 
     const StationTarget* target(std::string_view wanted) const;
     const StationFixture* fixture(std::string_view wanted) const;
