@@ -132,7 +132,7 @@ TEST_F(PlanLanguage, WhatEndsOneGroupEndsThoseBesideIt) {
     };
     runPlan(planWith(std::string(kHangs) + " within 300ms"));
     EXPECT_THAT(reportedVerdicts(), ElementsAre("died", "passed", "failed", "not run", "not run", "passed"));
-    EXPECT_THAT(stepText(2), HasSubstr("line 11: sys_read_file /mnt/usb/pipe: did not end within 300ms"));
+    EXPECT_THAT(stepText(2), HasSubstr("line 13: sys_read_file /mnt/usb/pipe: did not end within 300ms"));
     const std::string strFile = writeFile("test.plan", "plan T\n" + planWith("wait 60s"));
     const test::ProcessResult result = test::runOnTerminal(
         {FAPI_BINARY, "--set", set(), "run", "--report", reports() + "/c", strFile}, {{"call  1.", "\x03"}});

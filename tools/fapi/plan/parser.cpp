@@ -125,7 +125,7 @@ void PlanParser::addProblem(unsigned int line, std::size_t column, const std::st
 // --- Lines that are only for some runs -------------------------------------------------------------------------------
 
 // Reads the condition before a line. Returns how many words it has.
-std::size_t PlanParser::takeCondition(const Words& words, std::string& skipped, std::vector<OnlyIf>& conditions) const {
+std::size_t PlanParser::takeCondition(const Words& words, std::string& skipped, std::vector<OnlyIf>& conditions) {
     const std::size_t used = readOnlyIf(words, 0, skipped, conditions);
     if (words.size() == used) {
         throw UsageError(kOnlyIfPlace, used);
@@ -140,7 +140,7 @@ std::size_t PlanParser::takeCondition(const Words& words, std::string& skipped, 
 
 // Reads "only-if target KIND" and "only-if NAME [is|in|...] VALUE" at words[i]. Returns the place behind it.
 std::size_t PlanParser::readOnlyIf(const Words& words, std::size_t i, std::string& skipped,
-                                   std::vector<OnlyIf>& conditions) const {
+                                   std::vector<OnlyIf>& conditions) {
     const auto wordAt = [&](std::size_t place) { return place < words.size() ? words[place] : std::string(); };
     const std::string subject = wordAt(i + 1), kind = wordAt(i + 2);
     if (subject == "target") {
@@ -165,6 +165,7 @@ std::size_t PlanParser::readOnlyIf(const Words& words, std::size_t i, std::strin
                                                (near.empty() ? "" : ", did you mean " + near + "?"),
                          i + 1);
     }
+    _source.used.insert(subject);
     OnlyIf only;
     only.condition.subject = subject;
     only.value = given != _source.values.end() ? given->second : "${" + subject + "}";

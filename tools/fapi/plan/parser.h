@@ -67,9 +67,8 @@ private:
     void parseLine(std::string_view text);
     void problem(const UsageError& error);
     void addProblem(unsigned int line, std::size_t column, const std::string& text);
-    std::size_t takeCondition(const Words& words, std::string& skipped, std::vector<OnlyIf>& conditions) const;
-    std::size_t readOnlyIf(const Words& words, std::size_t i, std::string& skipped,
-                           std::vector<OnlyIf>& conditions) const;
+    std::size_t takeCondition(const Words& words, std::string& skipped, std::vector<OnlyIf>& conditions);
+    std::size_t readOnlyIf(const Words& words, std::size_t i, std::string& skipped, std::vector<OnlyIf>& conditions);
     bool isAfterSkipped(const PlanWord* word) const;
     void skipLine(const Words& words, const PlanWord* word, const std::string& why);
     void finish();
@@ -86,7 +85,7 @@ private:
     // parser_steps.cpp
     static std::size_t parseOnFailure(const Words& words, std::size_t i, bool& stop);
     void parseStep(const Words& words);
-    std::size_t parseStepOption(const Words& words, std::size_t i, Step& step) const;
+    std::size_t parseStepOption(const Words& words, std::size_t i, Step& step);
     void endStep();
 
     // parser_parts.cpp

@@ -56,7 +56,7 @@ void PlanParser::parseStep(const Words& words) {
     }
 }
 
-std::size_t PlanParser::parseStepOption(const Words& words, std::size_t i, Step& step) const {
+std::size_t PlanParser::parseStepOption(const Words& words, std::size_t i, Step& step) {
     const std::string next = i + 1 < words.size() ? words[i + 1] : "";
     if (words[i] == "retry") {
         long long retry = 0;
