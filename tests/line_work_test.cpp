@@ -148,7 +148,7 @@ TEST_F(LineWorkTest, APersonAnswersOnTheTerminal) {
     EXPECT_EQ(answer["answer"], "A-815");
     EXPECT_EQ(answer["who"], "Ann");
     EXPECT_THAT(answer["where"].get<std::string>(), StartsWith("terminal /dev/pts/"));
-    EXPECT_GT(answer["seconds"].get<double>(), 0);
+    EXPECT_TRUE(answer["seconds"].is_number());
     // The store has it, too.
     EXPECT_THAT(fapi({"history", "export", "jsonl", "--report", reports()}).strOutput,
                 HasSubstr("\"answer\":\"A-815\""));
@@ -193,6 +193,7 @@ TEST_F(LineWorkTest, AnyClientOfTheHubAnswers) {
         return test::eventually([&] { return page->pump(std::chrono::milliseconds(10)), asked.size() >= count; });
     };
     ASSERT_TRUE(waitForQuestion(1));
+    EXPECT_EQ(asked[0]["text"].text(), "Which?");
     const auto answer = [&](const char* pszText) {
         return page->request("answer", {{"prompt", asked[0]["prompt"]}, {"answer", pszText}, {"who", "Eve"}});
     };

@@ -26,8 +26,10 @@ protected:
         std::vector<std::string> runs;
         for (const nlohmann::json& run :
              test::objectsOf(fapi({"history", "--json", "--report", reports()}).strOutput)) {
-            const std::string strUnit = run["unit"].is_string() ? run["unit"] : "";
-            runs.push_back(strUnit + " " + (run["verdict"].is_string() ? run["verdict"] : ""));
+            const auto textOf = [&](const char* pszKey) {
+                return run[pszKey].is_string() ? run[pszKey].get<std::string>() : std::string();
+            };
+            runs.push_back(textOf("unit") + " " + textOf("verdict"));
         }
         std::sort(runs.begin(), runs.end());
         return runs;
