@@ -84,8 +84,8 @@ TEST_F(SlotsTest, SharedInstrumentsAreUsedInTurn) {
         "step s\nuse scope load\nrun sh -c 'mkdir \"$0\" && sleep 0.2 && rmdir \"$0\"' " + folder() + "/inUse\n";
     runSlots(strUse, {"--slots", "3", "--no-report", "--station", strStation});
     EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput << _result.strError;
-    runSlots("step s\nuse scoop\n", {"--station", strStation});
-    EXPECT_THAT(_result.strError, HasSubstr("test.plan:3: the station has no instrument scoop, did you mean scope?"));
+    runSlots("step s\nuse scop\n", {"--station", strStation});
+    EXPECT_THAT(_result.strError, HasSubstr("test.plan:3: the station has no instrument scop, did you mean scope?"));
     // One that stays in use is an error of the station.
     writeFile("station.ini", "[instrument scope]\nwithin = 100ms\n");
     const int lock = open((folder() + "/fapi-instruments/scope.lock").c_str(), O_RDWR);
