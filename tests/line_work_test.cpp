@@ -92,7 +92,7 @@ TEST_F(LineWorkTest, NothingOfAProgramIsLeftBehind) {
 
 TEST_F(LineWorkTest, OutputIsBoundedAndFilesAreKeptWithTheReport) {
     writeFile("curve.csv", "1,2\n");
-    EXPECT_THAT(verdictOf("run sh -c 'echo first; yes | head -c 1000000000; echo last; echo attach " + folder() +
+    EXPECT_THAT(verdictOf("run sh -c 'echo first; head -c 1000000000 /dev/zero; echo last; echo attach " + folder() +
                           "/curve.csv >&3; echo note warm >&3' within 100s\n"),
                 StartsWith("passed"));
     const std::string strOutput = command()["output"];
