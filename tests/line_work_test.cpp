@@ -92,7 +92,7 @@ TEST_F(LineWorkTest, NothingOfAProgramIsLeftBehind) {
 
 TEST_F(LineWorkTest, OutputIsBoundedAndFilesAreKeptWithTheReport) {
     writeFile("curve.csv", "1,2\n");
-    EXPECT_THAT(verdictOf("run sh -c 'echo first; yes | head -c 1000000000; echo last; echo attach " + folder() +
+    EXPECT_THAT(verdictOf("run sh -c 'echo first; head -c 1000000000 /dev/zero; echo last; echo attach " + folder() +
                           "/curve.csv >&3; echo note warm >&3' within 100s\n"),
                 StartsWith("passed"));
     const std::string strOutput = command()["output"];
@@ -148,7 +148,7 @@ TEST_F(LineWorkTest, APersonAnswersOnTheTerminal) {
     EXPECT_EQ(answer["answer"], "A-815");
     EXPECT_EQ(answer["who"], "Ann");
     EXPECT_THAT(answer["where"].get<std::string>(), StartsWith("terminal /dev/pts/"));
-    EXPECT_GT(answer["seconds"].get<double>(), 0);
+    EXPECT_TRUE(answer["seconds"].is_number());
     // The store has it, too.
     EXPECT_THAT(fapi({"history", "export", "jsonl", "--report", reports()}).strOutput,
                 HasSubstr("\"answer\":\"A-815\""));
@@ -193,6 +193,7 @@ TEST_F(LineWorkTest, AnyClientOfTheHubAnswers) {
         return test::eventually([&] { return page->pump(std::chrono::milliseconds(10)), asked.size() >= count; });
     };
     ASSERT_TRUE(waitForQuestion(1));
+    EXPECT_EQ(asked[0]["text"].text(), "Which?");
     const auto answer = [&](const char* pszText) {
         return page->request("answer", {{"prompt", asked[0]["prompt"]}, {"answer", pszText}, {"who", "Eve"}});
     };

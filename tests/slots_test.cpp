@@ -26,8 +26,10 @@ protected:
         std::vector<std::string> runs;
         for (const nlohmann::json& run :
              test::objectsOf(fapi({"history", "--json", "--report", reports()}).strOutput)) {
-            const std::string strUnit = run["unit"].is_string() ? run["unit"] : "";
-            runs.push_back(strUnit + " " + (run["verdict"].is_string() ? run["verdict"] : ""));
+            const auto textOf = [&](const char* pszKey) {
+                return run[pszKey].is_string() ? run[pszKey].get<std::string>() : std::string();
+            };
+            runs.push_back(textOf("unit") + " " + textOf("verdict"));
         }
         std::sort(runs.begin(), runs.end());
         return runs;
@@ -82,8 +84,8 @@ TEST_F(SlotsTest, SharedInstrumentsAreUsedInTurn) {
         "step s\nuse scope load\nrun sh -c 'mkdir \"$0\" && sleep 0.2 && rmdir \"$0\"' " + folder() + "/inUse\n";
     runSlots(strUse, {"--slots", "3", "--no-report", "--station", strStation});
     EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput << _result.strError;
-    runSlots("step s\nuse scoop\n", {"--station", strStation});
-    EXPECT_THAT(_result.strError, HasSubstr("test.plan:3: the station has no instrument scoop, did you mean scope?"));
+    runSlots("step s\nuse scop\n", {"--station", strStation});
+    EXPECT_THAT(_result.strError, HasSubstr("test.plan:3: the station has no instrument scop, did you mean scope?"));
     // One that stays in use is an error of the station.
     writeFile("station.ini", "[instrument scope]\nwithin = 100ms\n");
     const int lock = open((folder() + "/fapi-instruments/scope.lock").c_str(), O_RDWR);

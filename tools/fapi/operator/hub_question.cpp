@@ -22,11 +22,10 @@ HubQuestion::HubQuestion(const Question& question) {
         {"pattern", question.pattern},       {"picture", question.picture}, {"answered", question.needsAnswer}};
     params.set("milliseconds", question.within ? Field(question.within->count()) : Field());
     session().listen("answer", [this](const Field& answer) {
-        if (answer["prompt"].numberOr(0) == _prompt) {
-            const std::string name = answer["name"].textOr(""), where = answer["where"].textOr("");
-            _given.push_back({answer["number"].numberOr(0), answer["answer"].textOr(""), answer["who"].textOr(""),
-                              where.empty() ? name : where});
-        }
+        // It may come before the hub has said which question this one is.
+        const std::string name = answer["name"].textOr(""), where = answer["where"].textOr("");
+        _given.push_back({answer["prompt"].numberOr(0), answer["number"].numberOr(0), answer["answer"].textOr(""),
+                          answer["who"].textOr(""), where.empty() ? name : where});
     });
     try {
         _prompt = session().request("prompt", params)["prompt"].numberOr(0);
@@ -47,6 +46,9 @@ HubQuestion::~HubQuestion() {
 }
 
 std::optional<HubQuestion::Given> HubQuestion::next() {
+    while (!_given.empty() && _given.front().prompt != _prompt) {
+        _given.pop_front();
+    }
     if (_given.empty()) {
         return std::nullopt;
     }

@@ -21,7 +21,7 @@ public:
     HubQuestion& operator=(const HubQuestion&) = delete;
 
     struct Given {
-        long long number = 0;
+        long long prompt = 0, number = 0;
         std::string text, who, where;
     };
     // What a client has answered, in the order in which answers came.
