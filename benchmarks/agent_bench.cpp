@@ -32,6 +32,8 @@ constexpr long long kPiece = 1 << 20;
 constexpr std::size_t kWatchers = 16;
 // So many that the power cycle before them does not count: a step is measured.
 constexpr int kPlanSteps = 20000;
+// A step of a loop is found by its place among so many.
+constexpr int kLongPlan = 10000;
 constexpr char kPartition[] = "bench";
 // Round trips are measured in many short runs: on a busy machine few of them are not disturbed.
 constexpr int kFew = 300;
@@ -144,15 +146,13 @@ BENCHMARK(watched_call)->UseRealTime()->Iterations(kFew)->Repetitions(kOften);
 
 // --- A plan ----------------------------------------------------------------------------------------------------------
 
-void plan_steps(benchmark::State& state) {
+// The first step of all plans here, and one of those that are counted.
+constexpr char kBringUp[] = "plan \"Steps\"\nstep \"Start\"\n    sys_init\n    prphrl_init\n";
+constexpr char kCounted[] = "\"\n    prphrl_get_sar_adc 3 0\n";
+
+void runPlan(benchmark::State& state, const std::string& text) {
     const fs::path plan = g_agent->folder / "steps.plan";
-    {
-        std::ofstream file(plan);
-        file << "plan \"Steps\"\nstep \"Start\"\n    sys_init\n    prphrl_init\n";
-        for (int i = 0; i < kPlanSteps; ++i) {
-            file << "step \"Step " << i << "\"\n    prphrl_get_sar_adc 3 0\n";
-        }
-    }
+    std::ofstream(plan) << kBringUp << text;
     const bench::OneProcessor together(processesOf(*g_agent->target));
     const std::string command = FAPI_BINARY " run --no-report " + plan.string() + " >/dev/null 2>&1";
     for (auto _ : state) {
@@ -160,6 +160,18 @@ void plan_steps(benchmark::State& state) {
             state.SkipWithError("the plan failed");
         }
     }
+}
+
+std::string writtenSteps(int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+        text += "step \"Step " + std::to_string(i) + kCounted;
+    }
+    return text;
+}
+
+void plan_steps(benchmark::State& state) {
+    runPlan(state, writtenSteps(kPlanSteps));
 }
 BENCHMARK(plan_steps)->Unit(benchmark::kMillisecond)->UseRealTime();
 
@@ -172,6 +184,16 @@ void plan_calls(benchmark::State& state) {
     }
 }
 BENCHMARK(plan_calls)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void plan_written(benchmark::State& state) {
+    runPlan(state, writtenSteps(kLongPlan));
+}
+BENCHMARK(plan_written)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void plan_loop(benchmark::State& state) {
+    runPlan(state, "repeat for i in 1.." + std::to_string(kLongPlan) + "\nstep \"Step" + kCounted + "end\n");
+}
+BENCHMARK(plan_loop)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // --- A partition of 64 MiB -------------------------------------------------------------------------------------------
 
@@ -255,6 +277,7 @@ constexpr bench::Goal kGoals[] = {
     {"agent_call", "bare_processes", bench::Limit::timesPeer, 2},
     {"watched_call", "watching_call", bench::Limit::timesPeer, 1.5},
     {"plan_steps", "plan_calls", bench::Limit::timesPeer, 1.5},
+    {"plan_loop", "plan_written", bench::Limit::timesPeer, 1.2},
     {"partition_read", "base64_pipe", bench::Limit::timesPeer, 2},
     {"partition_write", "base64_pipe", bench::Limit::timesPeer, 2},
     {"agent_size", "stripped_mebibytes", bench::Limit::counter, 2},

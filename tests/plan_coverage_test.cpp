@@ -119,7 +119,7 @@ TEST_F(PlanCoverage, TheLineFindsWhatIsWrongWithABadSet) {
          {"93 Release: the watchdog reboots a set that hangs: failed",
           "94 Release: who rebooted it, and who it is: failed"}},
     };
-    std::string strPlan = readFile(kLinePlan);
+    std::string strPlan = readFile(FAPI_PLANS "/line-steps.inc");
     std::vector<std::string> expected;
     for (const auto& row : rows) {
         const std::size_t place = strPlan.find(row.strGood);
@@ -127,10 +127,11 @@ TEST_F(PlanCoverage, TheLineFindsWhatIsWrongWithABadSet) {
         strPlan.replace(place, row.strGood.size(), row.strBad);
         expected.insert(expected.end(), row.findings.begin(), row.findings.end());
     }
-    for (const char* pszName : {"/panel.bmp", "/line.limits"}) {
+    for (const char* pszName : {"/panel.bmp", "/line.limits", "/line-cleanup.inc"}) {
         std::filesystem::copy_file(FAPI_PLANS + std::string(pszName), folder() + pszName);
     }
-    const test::ProcessResult result = fapi({"run", "--report", reports(), writeFile("bad.plan", strPlan)});
+    writeFile("line-steps.inc", strPlan);
+    const test::ProcessResult result = fapi({"run", "--report", reports(), writeFile("bad.plan", readFile(kLinePlan))});
     EXPECT_EQ(result.s32Exit, 1) << result.strOutput << result.strError;
     EXPECT_THAT(findings(), ElementsAreArray(expected));
 }

@@ -79,10 +79,9 @@ TEST(PlanParser, NamesEveryProblem) {
         {"sys_check_file \"/x", "3:16: the quote \" is not closed"},
         {"on-failure continue", "3:1: on-failure stands before the first step, or behind a step's name"},
         {"sys_check_file ${", "3:1: \"${\": expected } behind ${"},
-        {"include b.plan", "3:1: plans know no include: fapi run takes several plans, one after the other"},
+        {"include b.plan", "3:9: b.plan: cannot be read"},
         {"step T timeout 5s",
-         "3:8: plans know no timeout: a step has no limit of time; expect event NUMBER within TIME "
-         "limits what is waited for"},
+         "3:8: plans know no timeout: within TIME limits a plan, a step, a call or what is waited for"},
         {"expct status 0", "3:1: no such operation: expct, did you mean expect?"},
         {"set fault HW_FS_Snyc",
          "3:11: set fault: no such middleware function: \"HW_FS_Snyc\", did you mean HW_FS_Sync?; "
@@ -156,7 +155,7 @@ TEST(PlanParser, NamesEveryProblem) {
         {"step A every 5s", "expected retry too"},
         {"teardown\nstep A on-failure stop", "3:8: on-failure: a teardown goes on whatever fails"},
         {"step A on-failure perhaps", "2:19: expected: on-failure stop or on-failure continue"},
-        {"step A sometimes", "expected retry, every, on-failure or only-if"},
+        {"step A sometimes", "expected retry, every, within, on-failure or only-if"},
     };
     for (const auto& [pszLine, pszProblem] : steps) {
         EXPECT_THAT(problemsOf("plan P\n" + std::string(pszLine) + "\n"), Contains(HasSubstr(pszProblem))) << pszLine;
@@ -213,7 +212,7 @@ step s
         "21:19: \"=1\": expected WORD=NUMBER",
         "22:19: \"x=y\": expected WORD=NUMBER",
         "23:12: expected: data NAME gamma WINDOW",
-        "25:5: there are data b already",
+        "25:5: there is data b already",
         "26:5: expect stands behind data, which answers nothing",
         "27:19: ${none} has not been kept before",
     };
@@ -283,7 +282,7 @@ TEST(PlanParser, FindsAllProblemsAtOnce) {
     EXPECT_THAT(problemsOf("step A\nstep B\nbanana\nteardown\nteardown\nsys_init\n"),
                 ElementsAre("1:1: the plan has no name, expected: plan NAME", "1:1: the step does nothing",
                             "3:1: no such operation: banana", "5:1: there is a teardown already",
-                            "6:1: \"sys_init\" stands before the first step"));
+                            "6:1: \"sys_init\" stands in no step, expected: step NAME"));
     EXPECT_THAT(problemsOf(""), ElementsAre("1:1: the plan has no name, expected: plan NAME",
                                             "1:1: the plan has no step, expected: step NAME"));
 }

@@ -75,17 +75,20 @@ TEST_F(StationTest, ACheckSaysOfEachWhatIsToBeDone) {
         with("[target good]\nwire = " + agent() + "\n[target gone]\nwire = /no/wire\n[target ends]\nwire = false\n" +
                  "[target silent]\nwire = sleep 60\nup-within = 1s\n[fixture talks]\ncommand = yes\nwithin = 1s\n" +
                  "[fixture dies]\ncommand = sh -c \"kill -11 $$\"\n[target floods]\nwire = sh -c " +
-                 "\"head -c 100000000 /dev/zero; sleep 60\"\nup-within = 9s\n[actions]\nkey = run "
-                 "/no/press {1}\n",
+                 "\"head -c 100000000 /dev/zero; sleep 60\"\nup-within = 9s\n[actions]\nkey = run " +
+                 "/no/press {1}\n[instrument scope]\n[plans]\nline.plan = " + std::string(64, 'a') + "\n",
              {"station", "check"});
     EXPECT_EQ(result.s32Exit, 3);
     EXPECT_THAT(result.strOutput, HasSubstr("target good: ok: virtual, agent "));
-    for (const char* part : {"station.ini:3: target gone: /no/wire: no such program", "target ends: ", "exit code 1",
-                             "station.ini:7: target silent: silent: no answer to hello within 1 s",
-                             "fixture talks: fixture talks: hello was not answered within 1000 ms",
-                             "station.ini:13: fixture dies: fixture dies: sh: ended by signal 11",
-                             "station.ini:15: target floods: sh: sends more than 16 MiB without a newline",
-                             "station.ini:19: action key: /no/press: no such program"}) {
+    for (const char* part :
+         {"station.ini:3: target gone: /no/wire: no such program", "target ends: ", "exit code 1",
+          "station.ini:7: target silent: silent: no answer to hello within 1 s",
+          "fixture talks: fixture talks: hello was not answered within 1000 ms",
+          "station.ini:13: fixture dies: fixture dies: sh: ended by signal 11",
+          "station.ini:15: target floods: sh: sends more than 16 MiB without a newline",
+          "station.ini:19: action key: /no/press: no such program", "instrument scope: ok: free",
+          "disk: ok: ", "store: ok: ", "clock: ok: ", "wire of good: ok: 50 answers in ",
+          "plan line.plan: is not an approved version: its SHA-256 is ", "NOT READY: 8 things to do"}) {
         EXPECT_THAT(result.strOutput, HasSubstr(part));
     }
 }

@@ -111,7 +111,8 @@ bool parseTime(const std::string& word, std::chrono::milliseconds& time) {
     if (unit == 0 || unit == std::string::npos || std::count(word.begin(), word.end(), '.') > 1 || unit > 12) {
         return false;
     }
-    const double factor = word.substr(unit) == "s" ? 1 : word.substr(unit) == "ms" ? 0.001 : 0;
+    const std::string name = word.substr(unit);
+    const double factor = name == "s" ? 1 : name == "ms" ? 0.001 : name == "min" ? 60 : 0;
     const double seconds = std::strtod(word.c_str(), nullptr) * factor;
     if (factor == 0 || seconds > kLongestTime) {
         return false;

@@ -37,7 +37,7 @@ private:
 // Decimal, 0x hexadecimal or 0 octal, with sign. False when the text is no number or does not fit.
 bool parseNumber(std::string_view text, long long& number);
 
-// "200ms" or "1.5s", at most a day. False when the text is no such time.
+// "200ms", "1.5s" or "10min", at most a day. False when the text is no such time.
 bool parseTime(const std::string& text, std::chrono::milliseconds& time);
 
 // "text:..." as it stands, "hex:01 02ff", "repeat:300:ab", "file:PATH" (of this PC), anything else as text. Throws

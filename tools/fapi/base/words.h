@@ -31,6 +31,7 @@ struct Problem {
     unsigned int line;
     std::size_t column;
     std::string text;
+    std::string file = {};  // empty: the one that is being read
 };
 
 // The word as splitWords would read it back.

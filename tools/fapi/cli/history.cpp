@@ -38,6 +38,7 @@ Table runTable() {
                   {"marginal", Align::right, 6},
                   {"failed", Align::right, 4},
                   {"not run", Align::right, 7},
+                  {"skipped", Align::right, 7},
                   {"seconds", Align::right, 3},
                   {"station", Align::left, 8},
                   {"plan"}},
@@ -69,6 +70,7 @@ void addRun(Table& table, const RunRecord& run) {
                {std::to_string(run.marginal)},
                {std::to_string(run.failed)},
                {std::to_string(run.notRun)},
+               {std::to_string(run.skipped)},
                {secondsText(run.seconds)},
                {run.station},
                {run.plan + (run.faults != 0 ? " (with faults)" : "")}});

@@ -22,9 +22,13 @@
 #include "cli/word_completion.h"
 #include "conform/conformance.h"
 #include "hub/hub.h"
+#include "operator/operator.h"
+#include "program/guard.h"
+#include "report/report.h"
 #include "run/runner.h"
 #include "shell/help.h"
 #include "shell/shell.h"
+#include "slots/slots.h"
 #include "station/station.h"
 #include "target/output.h"
 #include "target/session.h"
@@ -190,6 +194,10 @@ public:
             return kExitGood;
         }
         chooseSession(_options.session);
+        if (!_slots.targets.empty()) {
+            // Plans are checked for the first one.
+            _station.target = _slots.targets.front();
+        }
         applyStation(_station, _options.session);
         chooseSession(_options.session);
         return _action();
@@ -502,6 +510,22 @@ private:
         run->add_flag("--shared", _run.isShared, "Let other programs act on the set meanwhile");
         addFaults(run);
         addParameters(run)->excludes(repeat, resume);
+        CLI::Option* slots = run->add_option("--slots", _slots.count, "Run on so many virtual sets side by side")
+                                 ->type_name("N")
+                                 ->check(CLI::Range(1, 64));
+        run->add_option("--targets", _slots.targets, "Run on these sets side by side")
+            ->type_name("NAME,...")
+            ->delimiter(',')
+            ->allow_extra_args(false)
+            ->excludes(slots, fresh);
+        for (const char* option : {"--slots", "--targets"}) {
+            run->get_option(option)->excludes(repeat, dryRun, resume);
+        }
+        run->add_option("--answers", _operator.answers, "Answers to the plan's questions, for a run without a person")
+            ->type_name("FILE")
+            ->check(notEmpty());
+        run->add_option("--operator", _operator.name, "Who answers questions; $FAPI_OPERATOR, else who is logged in")
+            ->type_name("NAME");
         run->add_option("--keep", _run.keep, "How many runs the history keeps; as station.ini says, or 100")
             ->type_name("N")
             ->check(numberUpTo(100000));
@@ -512,7 +536,19 @@ private:
                 _run.json = _options.json;
                 const Station station = readStation(stationFile(_station.file));
                 _run.place = {station.name, station.stage, bindingsText(station), station};
-                return runPlans(_run);
+                _run.programWithin = station.programWithin;
+                _run.instruments = station.instruments;
+                _operator.within = station.personWithin;
+                useOperator(_operator);
+                if (_slots.count == 0 && _slots.targets.empty()) {
+                    return runPlans(_run);
+                }
+                for (char** word = _arguments + 1; *word != nullptr; ++word) {
+                    _slots.words.emplace_back(*word);
+                }
+                _slots.slots = _slots.targets.empty() ? virtualSlots(_slots.count, _options.session, _run.fresh)
+                                                      : slotsOf(_slots.targets, _station);
+                return runInSlots(_slots, _run);
             };
         });
     }
@@ -522,6 +558,9 @@ private:
         run->add_option("--param", _run.parameters, "The value of a parameter of the plan; may be given again")
             ->type_name("NAME=VALUE")
             ->allow_extra_args(false);
+        run->add_option("--expected", _run.expected,
+                        "Pass when exactly the steps of this file fail: for a unit that is known to be bad")
+            ->type_name("FILE");
         CLI::Option* waive =
             run->add_option("--waive", _run.waived, "Let a failure of this step pass; may be given again")
                 ->type_name("STEP")
@@ -639,8 +678,12 @@ private:
             return;
         }
         station->require_subcommand(1);
-        station->add_subcommand("check", "Try each target and fixture of the station's file")->callback([this] {
-            _action = [this] { return checkStation(_station, _options.json); };
+        CLI::App* check = station->add_subcommand("check", "Try all that must be right before the first unit");
+        check->add_option("--report", _run.report, "Folder of the reports")->type_name("DIR");
+        check->callback([this] {
+            _action = [this] {
+                return checkStation(_station, _run.report.empty() ? kReportFolder : _run.report, _options.json);
+            };
         });
         station->add_subcommand("reference", "Print the keys of the station's file, as Markdown")->callback([this] {
             _action = [] { return print(stationReference()); };
@@ -698,6 +741,8 @@ private:
     WatchOptions _watch;
     ScreenOptions _screen;
     RunOptions _run;
+    OperatorOptions _operator;
+    SlotOptions _slots;
     ConformanceOptions _conformance;
     CleanOptions _clean;
     StationOptions _station;
@@ -716,6 +761,9 @@ int main(int argc, char** argv) {
     // Its words are for this program alone.
     if (argc > 1 && std::string_view(argv[1]) == "hub") {
         return runHub({argv + 2, argv + argc});
+    }
+    if (argc > 1 && std::string_view(argv[1]) == kGuardWord) {
+        return runGuard({argv + 2, argv + argc});
     }
     // A reader that goes away is an error of the write that meets it, and no reason to stop in the middle of a plan.
     std::signal(SIGPIPE, SIG_IGN);

@@ -3,16 +3,12 @@
 #include "cli/station.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 #include <unistd.h>
 
 #include "base/table.h"
-#include "base/terminal.h"
-#include "protocol/characters.h"
-#include "station/programs.h"
+#include "cli/station_check.h"
 #include "station/station.h"
 #include "station/station_actions.h"
 #include "target/output.h"
@@ -25,16 +21,6 @@ constexpr std::chrono::milliseconds kLookLimit{1000};
 constexpr std::size_t kTableWidth = 1000;
 constexpr std::chrono::seconds kCommandUpWithin{30};
 constexpr const char* kVirtualName = "virtual";
-
-TargetOptions optionsOf(const StationTarget& target) {
-    TargetOptions options;
-    options.client = "fapi station";
-    options.folder = target.folder;
-    if (!target.wire.empty()) {
-        options.wire = target.wireOptions();
-    }
-    return options;
-}
 
 std::vector<std::string> namesOf(const Station& station) {
     std::vector<std::string> names = {kVirtualName};
@@ -64,94 +50,17 @@ std::optional<std::string> usersOf(TargetOptions options, std::string& kind) {
     }
 }
 
-// Where the program of a command is; empty when it cannot be run.
-std::string programFile(const std::string& program) {
-    if (program.find('/') != std::string::npos) {
-        return access(program.c_str(), X_OK) == 0 ? program : "";
-    }
-    const char* path = std::getenv("PATH");
-    std::istringstream folders(path != nullptr ? path : "");
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string file = folder + "/" + program;
-        if (access(file.c_str(), X_OK) == 0) {
-            return file;
-        }
-    }
-    return "";
-}
-
-class StationCheck {
-public:
-    StationCheck(const Station& station, bool asJson) : _station(station), _asJson(asJson) {}
-
-    int run() {
-        for (const StationTarget& target : _station.targets) {
-            check("target " + target.name, target.line, [&] { return targetText(target); });
-        }
-        for (const StationFixture& fixture : _station.fixtures) {
-            check("fixture " + fixture.name, fixture.line, [&] { return fixtureText(fixture); });
-        }
-        for (const Binding& binding : _station.bindings) {
-            if (binding.kind == Binding::Kind::program) {
-                check("action " + binding.action, binding.line, [&] { return requireProgram(binding.command); });
-            }
-        }
-        return _isGood ? kExitGood : kExitSet;
-    }
-
-private:
-    template <class Text>
-    void check(const std::string& what, unsigned int line, Text&& text) {
-        bool good = true;
-        std::string told;
-        try {
-            told = text();
-        } catch (const std::exception& error) {
-            good = false;
-            told = error.what();
-        }
-        _isGood = _isGood && good;
-        if (_asJson) {
-            printLine(jsonLine({{"what", what}, {"line", line}, {"good", good}, {"text", told}}));
-        } else {
-            const std::string place = good ? "" : _station.file + ":" + std::to_string(line) + ": ";
-            printLine(printable(place + what + ": " + (good ? "ok" + (told.empty() ? "" : ": " + told) : told)));
-        }
-    }
-
-    static std::string requireProgram(const Words& command) {
-        if (programFile(command[0]).empty()) {
-            throw SetError(command[0] + ": no such program, or not executable");
-        }
-        return "";
-    }
-
-    std::string targetText(const StationTarget& target) {
-        if (!target.wire.empty()) {
-            requireProgram(target.wire);
-        }
-        if (!target.powerCycle.empty()) {
-            requireProgram(target.powerCycle);
-        }
-        // A fixture may need the set.
-        const Field& hello = _joined.emplace_back(Target::join(optionsOf(target)))->hello();
-        return hello["kind"].textOr("board") + ", agent " + hello["agent"].textOr("?") + ", library " +
-               hello["library"].textOr("?");
-    }
-
-    static std::string fixtureText(const StationFixture& fixture) {
-        requireProgram(fixture.command);
-        const std::size_t actions = FixtureProgram(fixture).actions().size();
-        return std::to_string(actions) + (actions == 1 ? " action" : " actions");
-    }
-
-    const Station& _station;
-    const bool _asJson;
-    bool _isGood = true;
-    std::vector<std::unique_ptr<Target>> _joined;
-};
-
 }  // namespace
+
+TargetOptions targetOptionsOf(const StationTarget& target) {
+    TargetOptions options;
+    options.client = "fapi station";
+    options.folder = target.folder;
+    if (!target.wire.empty()) {
+        options.wire = target.wireOptions();
+    }
+    return options;
+}
 
 void applyStation(const StationOptions& options, SessionOptions& session) {
     if (options.target.empty() && options.command.empty() && options.file.empty()) {
@@ -184,6 +93,28 @@ std::vector<std::string> targetNames(const std::string& file) {
     return namesOf(readStation(stationFile(file)));
 }
 
+std::vector<SlotTarget> slotsOf(const std::vector<std::string>& targets, const StationOptions& options) {
+    const Station station = readStation(stationFile(options.file));
+    std::vector<SlotTarget> slots;
+    for (const std::string& name : targets) {
+        const auto isTwice = [&](const SlotTarget& other) { return other.name == name; };
+        if (name.empty() || std::any_of(slots.begin(), slots.end(), isTwice)) {
+            throw UsageError("--targets: expected different targets, A,B,C");
+        }
+        SlotTarget slot;
+        slot.name = name;
+        slot.options = {"--target", name};
+        const StationTarget* target = station.target(name);
+        if (target != nullptr) {
+            slot.target = targetOptionsOf(*target);
+        } else {
+            slot.target.folder = name == kVirtualName ? "" : name;
+        }
+        slots.push_back(slot);
+    }
+    return slots;
+}
+
 int listTargets(const StationOptions& options, const SessionOptions& session, bool asJson) {
     const Station station = readStation(stationFile(options.file));
     StationTarget own;
@@ -193,7 +124,7 @@ int listTargets(const StationOptions& options, const SessionOptions& session, bo
     targets.insert(targets.end(), station.targets.begin(), station.targets.end());
     Table table({{"target"}, {"kind"}, {"up"}, {"used by", Align::left, 1}}, 3);
     for (const StationTarget& target : targets) {
-        const TargetOptions joined = optionsOf(target);
+        const TargetOptions joined = targetOptionsOf(target);
         std::string kind = joined.wire ? "" : "virtual";
         const std::optional<std::string> users = usersOf(joined, kind);
         if (asJson) {
@@ -209,13 +140,12 @@ int listTargets(const StationOptions& options, const SessionOptions& session, bo
     return kExitGood;
 }
 
-int checkStation(const StationOptions& options, bool asJson) {
+int checkStation(const StationOptions& options, const std::string& reports, bool asJson) {
     const std::string file = stationFile(options.file);
     if (file.empty()) {
         throw UsageError("there is no station.ini: give one with --station");
     }
-    const Station station = readStation(file);
-    return StationCheck(station, asJson).run();
+    return checkStationReady(readStation(file), reports, asJson);
 }
 
 }  // namespace tool

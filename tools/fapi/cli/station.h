@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "base/words.h"
+#include "slots/slot.h"
+#include "station/station.h"
 #include "target/session.h"
 
 namespace tool {
@@ -24,8 +26,12 @@ void applyStation(const StationOptions& options, SessionOptions& session);
 std::vector<std::string> targetNames(const std::string& file);
 // Each target with its kind, and who uses it.
 int listTargets(const StationOptions& options, const SessionOptions& session, bool asJson);
-// A line for each target and fixture: that it answers, or what is to be done. Returns an exit code.
-int checkStation(const StationOptions& options, bool asJson);
+// How the hub of that target is joined.
+TargetOptions targetOptionsOf(const StationTarget& target);
+// The slots of those targets, which applyStation() knows by name.
+std::vector<SlotTarget> slotsOf(const std::vector<std::string>& targets, const StationOptions& options);
+// A line for all that must be right before the first unit, and what is to be done. Returns an exit code.
+int checkStation(const StationOptions& options, const std::string& reports, bool asJson);
 
 }  // namespace tool
 

@@ -17,6 +17,7 @@
 #include "plan/plan.h"
 #include "report/report.h"
 #include "shell/completion.h"
+#include "station/station.h"
 #include "target/env_store.h"
 #include "target/session.h"
 #include "target/target_description.h"
@@ -238,6 +239,13 @@ std::vector<std::string> valuesOf(const std::string& name, const Words& line) {
     }
     if (name == "WHAT") {
         return {"panel", "capture", "window:", "surface:", "layer:"};
+    }
+    if (name == "NAME,...") {
+        std::vector<std::string> names;
+        for (const StationTarget& target : readStation(stationFile(optionValue(line, "--station"))).targets) {
+            names.push_back(target.name);
+        }
+        return names;
     }
     if (name == "N|forever") {
         return {"forever"};

@@ -102,7 +102,7 @@ void judge(const Rule& rule, const PlanResult& run, bool isOverdue, RuleResult& 
         } else if (verdict == Verdict::interrupted) {
             result.verdict = RuleVerdict::error;
         }
-        if (rule.plan.steps[i].teardown) {
+        if (rule.plan.stepAt(i).teardown) {
             result.text = "what was changed is not put back: " + result.text;
         }
         return;

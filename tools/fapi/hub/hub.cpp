@@ -207,8 +207,9 @@ void Hub::forget(HubClient& client) {
     if (_claim.holder == client.id) {
         setClaim({}, false);
     }
+    _prompts.forget(client.id);
     for (const std::string& kind : client.watches) {
-        if (!isWatched(kind) && isUp() && kind != "console") {
+        if (!isWatched(kind) && isUp() && kind != "console" && kind != kPromptWatch) {
             askAgent(kind, {{"on", false}}, nullptr);
         }
     }

@@ -15,6 +15,7 @@
 #include "hub/agent_wire.h"
 #include "hub/client.h"
 #include "hub/envelope.h"
+#include "hub/prompts.h"
 #include "hub/socket.h"
 #include "hub/wire_options.h"
 #include "protocol/message.h"
@@ -90,6 +91,12 @@ private:
     void describe(HubClient& client, const Request& request);
     void cancel(HubClient& client, const Request& request);
     void again(HubClient& client, const Request& request);
+    void prompts(HubClient& client, const Request& request);
+    void prompt(HubClient& client, const Request& request);
+    void takeAnswer(HubClient& client, const Request& request);
+    void refuseAnswer(HubClient& client, const Request& request);
+    void closePrompt(HubClient& client, const Request& request);
+    HubPrompts::Sends promptSends();
     void pass(HubClient& client, const Request& request);
     bool mayPassUnread(const HubClient& client, const Request& request) const;
     bool isFreeFor(const HubClient& client, const Request& request) const;
@@ -162,6 +169,7 @@ private:
     bool _isTerminated = false;
     bool _isOver = false;
     Claim _claim;
+    HubPrompts _prompts{promptSends()};
 
     std::unique_ptr<AgentWire> _wire;
     bool _isGreeted = false;

@@ -34,12 +34,26 @@ std::string nameIn(const Request& request) {
 }  // namespace
 
 const std::map<std::string, Hub::Method>& Hub::methods() {
-    static const std::map<std::string, Method> methods = {
-        {"hello", &Hub::hello},    {"claim", &Hub::claim},         {"release", &Hub::release},
-        {"take", &Hub::takeClaim}, {"clients", &Hub::listClients}, {"share", &Hub::share},
-        {"ping", &Hub::ping},      {"events", &Hub::watch},        {"journal", &Hub::watch},
-        {"log", &Hub::watch},      {"console", &Hub::watch},       {"describe", &Hub::describe},
-        {"cancel", &Hub::cancel},  {"again", &Hub::again},         {"power", &Hub::power}};
+    static const std::map<std::string, Method> methods = {{"hello", &Hub::hello},
+                                                          {"claim", &Hub::claim},
+                                                          {"release", &Hub::release},
+                                                          {"take", &Hub::takeClaim},
+                                                          {"clients", &Hub::listClients},
+                                                          {"share", &Hub::share},
+                                                          {"ping", &Hub::ping},
+                                                          {"events", &Hub::watch},
+                                                          {"journal", &Hub::watch},
+                                                          {"log", &Hub::watch},
+                                                          {"console", &Hub::watch},
+                                                          {"describe", &Hub::describe},
+                                                          {"cancel", &Hub::cancel},
+                                                          {"again", &Hub::again},
+                                                          {"power", &Hub::power},
+                                                          {"prompts", &Hub::prompts},
+                                                          {"prompt", &Hub::prompt},
+                                                          {"answer", &Hub::takeAnswer},
+                                                          {"prompt.refuse", &Hub::refuseAnswer},
+                                                          {"prompt.close", &Hub::closePrompt}};
     return methods;
 }
 
@@ -244,6 +258,65 @@ void Hub::cancel(HubClient& client, const Request& request) {
 void Hub::again(HubClient& client, const Request& request) {
     refuse(client, request, ErrorCode::notSupported, "nothing is lost between hub and client");
 }
+
+// --- Questions -------------------------------------------------------------------------------------------------------
+
+HubPrompts::Sends Hub::promptSends() {
+    const auto lineOf = [](const std::string& method, const Field& params) {
+        return std::make_shared<const std::string>(frame(toField(Notification{method, params}), Framing::plain));
+    };
+    HubPrompts::Sends sends;
+    sends.answer = [this](long long id, long long request, Field result) {
+        if (HubClient* asker = client(id)) {
+            answer(*asker, {request, "", {}, {}}, std::move(result));
+        }
+    };
+    sends.notify = [this, lineOf](long long id, const std::string& method, const Field& params) {
+        if (HubClient* asker = client(id)) {
+            asker->send(lineOf(method, params));
+        }
+    };
+    sends.announce = [this, lineOf](const Field& params) {
+        const SharedLine line = lineOf("prompt", params);
+        for (const auto& [id, known] : _clients) {
+            if (known->watches.count(kPromptWatch) != 0 && !known->isGone) {
+                known->send(line);
+            }
+        }
+    };
+    return sends;
+}
+
+// The client follows questions, and has a person who can answer them.
+void Hub::prompts(HubClient& client, const Request& request) {
+    if (request.params.at("on").flag()) {
+        client.watches.insert(kPromptWatch);
+    } else {
+        client.watches.erase(kPromptWatch);
+    }
+    answer(client, request, {{"open", _prompts.list()}});
+}
+
+void Hub::prompt(HubClient& client, const Request& request) {
+    const Field asker = {{"client", client.id}, {"name", client.name}, {"pid", client.pid}, {"since", wallTime()}};
+    answer(client, request, {{"prompt", _prompts.open(client.id, request.params, asker)}});
+}
+
+void Hub::takeAnswer(HubClient& client, const Request& request) {
+    _prompts.answer(client.id, request, client.name);
+}
+
+void Hub::refuseAnswer(HubClient& client, const Request& request) {
+    _prompts.refuse(client.id, request.params);
+    answer(client, request, Field::Fields());
+}
+
+void Hub::closePrompt(HubClient& client, const Request& request) {
+    _prompts.close(client.id, request.params);
+    answer(client, request, Field::Fields());
+}
+
+// --- What is passed on -----------------------------------------------------------------------------------------------
 
 // Passes a request on to the agent, if the client may make it.
 void Hub::pass(HubClient& client, const Request& request) {

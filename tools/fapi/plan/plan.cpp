@@ -12,11 +12,92 @@ namespace {
 // Databases, labels and names of files have to take it.
 constexpr std::size_t kLongestSerial = 128;
 
+// Names of limits that depend on loops are checked for each turn.
+void checkLimitsInLoops(const Plan& plan, const Limits& limits) {
+    const auto hasVariables = [](const Expectation& expectation) {
+        const auto* measure = std::get_if<Measure>(&expectation.what);
+        return measure != nullptr && !variablesOf(measure->limits).empty();
+    };
+    const auto isChecked = [&](const Step& step) {
+        return std::any_of(step.lines.begin(), step.lines.end(), [&](const PlanLine& line) {
+            return std::any_of(line.expectations.begin(), line.expectations.end(), hasVariables);
+        });
+    };
+    std::vector<bool> checked;
+    for (const Step& step : plan.steps) {
+        checked.push_back(isChecked(step));
+    }
+    if (std::count(checked.begin(), checked.end(), true) == 0) {
+        return;
+    }
+    for (std::size_t place = 0; place < plan.size(); ++place) {
+        const StepPlace found = placeOf(plan, place);
+        if (!checked[found.step]) {
+            continue;
+        }
+        Variables variables;
+        found.setVariables(variables);
+        for (const PlanLine& line : plan.steps[found.step].lines) {
+            for (const Expectation& expectation : line.expectations) {
+                if (hasVariables(expectation)) {
+                    Measure measure = std::get<Measure>(expectation.what);
+                    measure.limits = substitute(measure.limits, variables);
+                    checkLimits(measure, limits);
+                }
+            }
+        }
+    }
+}
+
 }  // namespace
 
-Variables variablesFor(const Plan& plan, const ParameterValues& values) {
+const Step& Plan::stepAt(std::size_t place) const {
+    return steps[placeOf(*this, place).step];
+}
+
+std::string Plan::nameAt(std::size_t place) const {
+    if (parts.empty()) {
+        return steps[place].name;
+    }
+    const StepPlace found = placeOf(*this, place);
+    std::string path, label;
+    for (const Frame& frame : found.frames) {
+        if (frame.part->kind == PartKind::repeat) {
+            label += '[' + frame.part->loop.name + '=' + frame.part->loop.valueAt(frame.turn) + ']';
+        } else if (frame.part->kind == PartKind::group) {
+            path += frame.part->name + std::exchange(label, "") + '.';
+        }
+    }
+    return path + steps[found.step].name + label;
+}
+
+bool Plan::hasStep(const std::string& wanted) const {
+    const auto isWritten = [&](const Step& step) { return step.name == wanted; };
+    if (std::any_of(steps.begin(), steps.end(), isWritten)) {
+        return true;
+    }
+    for (std::size_t place = 0; !parts.empty() && place < size(); ++place) {
+        if (nameAt(place) == wanted) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void fillLoops(Plan& plan, const Limits& limits) {
+    fillLoops(plan.parts, limits);
+    if (countPlaces(plan.parts) > kMostPlaces) {
+        throw UsageError("the loops come to more than " + std::to_string(kMostPlaces) + " steps");
+    }
+}
+
+std::string folderOf(const Plan& plan) {
     const std::string folder = std::filesystem::path(plan.file).parent_path().string();
-    Variables variables = {{kPlanFolder, folder.empty() ? "." : folder}};
+    return folder.empty() ? "." : folder;
+}
+
+Variables variablesFor(const Plan& plan, const ParameterValues& values) {
+    Variables variables = {{kPlanFolder, folderOf(plan)}};
     for (const auto& [name, value] : values) {
         variables[name] = value;
     }
@@ -35,11 +116,19 @@ Limits limitsFor(const Plan& plan, const ParameterValues& values) {
     for (const Step& step : plan.steps) {
         for (const PlanLine& line : step.lines) {
             for (const Expectation& expectation : line.expectations) {
-                if (const auto* measure = std::get_if<Measure>(&expectation.what)) {
+                const auto* measure = std::get_if<Measure>(&expectation.what);
+                if (measure != nullptr && variablesOf(measure->limits).empty()) {
                     checkLimits(*measure, limits);
                 }
             }
         }
+    }
+    if (hasLoopsOverLimits(plan.parts)) {
+        Plan filled = plan;
+        fillLoops(filled, limits);
+        checkLimitsInLoops(filled, limits);
+    } else {
+        checkLimitsInLoops(plan, limits);
     }
     return limits;
 }

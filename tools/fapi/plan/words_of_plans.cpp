@@ -22,23 +22,20 @@ constexpr ForeignWord kForeignWords[] = {
     {"check", "expect OUTPUT is VALUE checks what a line answers"},
     {"delay", "wait TIME"},
     {"echo", "the report shows what each line answers"},
-    {"else", "there are no conditions; write a plan for each case"},
-    {"end", "a step ends where the next one begins"},
-    {"for", "step NAME retry N repeats a step until it passes, fapi run --repeat N a plan"},
-    {"if", "there are no conditions; write a plan for each case"},
-    {"include", "fapi run takes several plans, one after the other"},
+    {"else", "only-if NAME is-not VALUE, before a line or behind a step's name"},
+    {"for", "repeat for NAME in VALUE... repeats steps up to its end"},
+    {"if", "only-if NAME is VALUE, before a line or behind a step's name"},
     {"dut", "unit serial ${serial} names the unit, param NAME \"what it is\" a value that each run is told"},
     {"let", "keep NAME OUTPUT stores what a line answers"},
-    {"loop", "step NAME retry N repeats a step until it passes, fapi run --repeat N a plan"},
+    {"loop", "repeat for NAME in VALUE... repeats steps up to its end"},
     {"pause", "wait TIME"},
     {"print", "the report shows what each line answers"},
-    {"prompt", "a plan asks nobody; expect event NUMBER within TIME waits for a key, a pad or a line of a station"},
-    {"repeat", "step NAME retry N repeats a step until it passes, fapi run --repeat N a plan"},
-    {"run", "an operation stands on its line by its name alone"},
-    {"setup", "what comes first is a step, too"},
-    {"skip-if", "there are no conditions; write a plan for each case"},
+    {"exec", "run PROGRAM ARGUMENT... runs a program of this PC"},
+    {"prompt", "ask \"TEXT\" asks the operator yes or no; choose, scan and show are others"},
+    {"skip-if", "only-if NAME is VALUE, before a line or behind a step's name"},
+    {"parallel", "alongside holds groups that run side by side, up to its end"},
     {"sleep", "wait TIME"},
-    {"timeout", "a step has no limit of time; expect event NUMBER within TIME limits what is waited for"},
+    {"timeout", "within TIME limits a plan, a step, a call or what is waited for"},
     {"var", "keep NAME OUTPUT stores what a line answers"},
     {"verify", "expect OUTPUT is VALUE checks what a line answers"},
     {"while", "step NAME retry N repeats a step until it passes, fapi run --repeat N a plan"},
@@ -46,17 +43,30 @@ constexpr ForeignWord kForeignWords[] = {
 
 }  // namespace
 
-std::string unknownPlanWord(const std::string& word) {
+std::string unknownPlanWord(const std::string& word, const std::vector<std::string>& known) {
     for (const ForeignWord& foreign : kForeignWords) {
         if (word == foreign.word) {
             return "plans know no " + word + ": " + foreign.instead;
         }
     }
-    static const std::vector<std::string> kPlanWords = {
-        "data",  "expect",  "every", "keep",  "limits", "measure",  "on-failure", "only-if",
-        "param", "picture", "plan",  "retry", "step",   "teardown", "unit",       "wait"};
-    const std::string near = nearest(word, kPlanWords);
+    const std::string near = nearest(word, known);
     return near.empty() ? unknownOperation(word) : "no such operation: " + word + ", did you mean " + near + "?";
+}
+
+std::chrono::milliseconds parseTimeAt(const Words& words, std::size_t i) {
+    std::chrono::milliseconds time{0};
+    const std::string word = i < words.size() ? words[i] : "";
+    if (!parseTime(word, time) || (time.count() == 0 && words[i - 1] == "within")) {
+        throw UsageError(words[i - 1] + " is " + display(word, 40) + ", expected a time like 200ms, 1.5s or 10min", i);
+    }
+    return time;
+}
+
+std::string timeText(std::chrono::milliseconds time) {
+    const long long count = time.count();
+    return count % 60'000 == 0 ? std::to_string(count / 60'000) + "min"
+           : count % 1000 == 0 ? std::to_string(count / 1000) + "s"
+                               : std::to_string(count) + "ms";
 }
 
 std::chrono::milliseconds parseWait(const Words& words) {

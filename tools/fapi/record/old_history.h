@@ -7,8 +7,8 @@
 
 namespace tool {
 
-// Puts its runs into the folder's results, once, and renames the file to history.taken.jsonl. Damaged lines are named on
-// standard error, and stay in that file alone. Does nothing when there is nothing. Throws ResultsError.
+// Puts its runs into the folder's results, once, and renames the file to history.taken.jsonl. Damaged lines are named
+// on standard error, and stay in that file alone. Does nothing when there is nothing. Throws ResultsError.
 void takeOverHistory(const std::string& folder);
 
 }  // namespace tool

@@ -11,6 +11,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Whether the step has that name, as it is written or as the run has it.
+bool isNamed(const Plan& plan, std::size_t step, const std::string& name) {
+    return plan.stepAt(step).name == name || plan.nameAt(step) == name;
+}
+
 // What the commands of all attempts have there.
 void addAllOf(const StepResult& step, const char* what, std::vector<Json>& found) {
     for (const Attempt& attempt : step.attempts) {
@@ -26,10 +31,18 @@ void addAllOf(const StepResult& step, const char* what, std::vector<Json>& found
 
 double StepResult::seconds() const {
     if (attempts.empty()) {
-        return 0;
+        return foldedSeconds;
     }
     const Attempt& last = attempts.back();
     return std::chrono::duration<double>(last.start - attempts.front().start).count() + last.seconds;
+}
+
+void StepResult::fold() {
+    if (attempts.size() == 1 && verdict() == Verdict::passed) {
+        foldedSeconds = static_cast<float>(seconds());
+        isFolded = true;
+        attempts = {};
+    }
 }
 
 Json StepResult::kept(const char* what) const {
@@ -72,6 +85,19 @@ std::size_t PlanResult::count(Verdict verdict) const {
         std::count_if(steps.begin(), steps.end(), [&](const StepResult& step) { return step.verdict() == verdict; }));
 }
 
+bool PlanResult::isListed(std::size_t step) const {
+    const Verdict verdict = steps[step].verdict();
+    return step < kListedSteps || (verdict != Verdict::passed && verdict != Verdict::notRun);
+}
+
+std::size_t PlanResult::unlisted() const {
+    std::size_t count = 0;
+    for (std::size_t i = kListedSteps; i < steps.size(); ++i) {
+        count += isListed(i) ? 0 : 1;
+    }
+    return count;
+}
+
 Verdict PlanResult::verdict() const {
     if (cutShort || count(Verdict::interrupted) != 0) {
         return Verdict::interrupted;
@@ -79,7 +105,7 @@ Verdict PlanResult::verdict() const {
     if (count(Verdict::error) != 0) {
         return Verdict::error;
     }
-    if (!isGood()) {
+    if (!isGood() || !unexpected().empty()) {
         return Verdict::failed;
     }
     return count(Verdict::marginal) != 0 ? Verdict::marginal : Verdict::passed;
@@ -91,12 +117,38 @@ bool PlanResult::isGood() const {
 
 const std::string* PlanResult::waiverOf(std::size_t step) const {
     const auto found = std::find_if(waivers.begin(), waivers.end(),
-                                    [&](const Waiver& waiver) { return waiver.step == plan->steps[step].name; });
+                                    [&](const Waiver& waiver) { return isNamed(*plan, step, waiver.step); });
     return steps[step].verdict() == Verdict::failed && found != waivers.end() ? &found->reason : nullptr;
+}
+
+const ExpectedFailure* PlanResult::expectedAt(std::size_t step) const {
+    const auto found = std::find_if(expected.begin(), expected.end(),
+                                    [&](const ExpectedFailure& failure) { return isNamed(*plan, step, failure.step); });
+    return found == expected.end() ? nullptr : &*found;
+}
+
+std::vector<std::string> PlanResult::unexpected() const {
+    std::vector<std::string> found;
+    for (std::size_t i = 0; !expected.empty() && i < steps.size(); ++i) {
+        const ExpectedFailure* failure = expectedAt(i);
+        const Verdict verdict = steps[i].verdict();
+        if (failure == nullptr ? isBad(verdict) : verdict != failure->verdict) {
+            found.push_back(
+                "\"" + plan->nameAt(i) + "\": " + verdictName(verdict) + ", expected " +
+                (failure == nullptr ? "to pass" : verdictName(failure->verdict) + (": " + failure->reason)));
+        }
+    }
+    return found;
 }
 
 std::string PlanResult::waiver() const {
     std::string text;
+    if (!expected.empty()) {
+        for (const ExpectedFailure& failure : unexpected().empty() ? expected : std::vector<ExpectedFailure>()) {
+            text += (text.empty() ? "expected of this unit: " : "; ") + failure.step + ": " + failure.reason;
+        }
+        return text;
+    }
     for (std::size_t i = 0; i < steps.size(); ++i) {
         if (isBad(steps[i].verdict()) && !isWaived(i)) {
             return "";
@@ -104,7 +156,7 @@ std::string PlanResult::waiver() const {
     }
     for (const Waiver& waiver : waivers) {
         for (std::size_t i = 0; i < steps.size(); ++i) {
-            if (plan->steps[i].name == waiver.step && isWaived(i)) {
+            if (isWaived(i) && isNamed(*plan, i, waiver.step)) {
                 text += (text.empty() ? "" : "; ") + waiver.step + ": " + waiver.reason;
                 break;
             }
@@ -146,6 +198,11 @@ std::vector<std::string> PlanResult::pictures() const {
         const std::vector<std::string> more = step.pictures();
         files.insert(files.end(), more.begin(), more.end());
     }
+    for (const Json& attachments : allOf(*this, "attachments")) {
+        for (const Json& attachment : attachments) {
+            files.push_back(attachment["file"].get<std::string>());
+        }
+    }
     std::sort(files.begin(), files.end());
     files.erase(std::unique(files.begin(), files.end()), files.end());
     return files;
@@ -158,8 +215,7 @@ std::vector<std::string> filesOfReport(const std::string& stem, const std::vecto
     }
     const fs::path path(stem);
     for (const std::string& picture : pictures) {
-        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos &&
-            fs::path(picture).extension() == ".png") {
+        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos) {
             files.push_back((path.parent_path() / picture).string());
         }
     }

@@ -219,6 +219,7 @@ void ResultsStore::insertParts(const std::vector<RunParts>& parts) {
             runOnce(_database, "delete from step where run = :a and number = :b", {step.run, step.number});
             runOnce(_database, "delete from attempt where run = :a and step = :b", {step.run, step.number});
             runOnce(_database, "delete from measurement where run = :a and step = :b", {step.run, step.number});
+            runOnce(_database, "delete from event where run = :a and step = :b", {step.run, step.number});
         }
         _insert.insert(part);
     }
@@ -259,10 +260,10 @@ void ResultsStore::endRow(const RunRecord& run) {
     runOnce(_database,
             "update run set ended = :a, seconds = :b, verdict = :c, deciding_step = :d, why = :e, passed = :f, "
             "marginal = :g, failed = :h, errors = :i, interrupted = :j, not_run = :k, report = :l, library = :m, "
-            "agent = :n, parameters = :o where id = :p",
+            "agent = :n, parameters = :o, skipped = :p, in_calls = :q, in_waits = :r where id = :s",
             {run.ended.value_or(""), run.seconds, run.verdict.value_or(""), run.decidingStep, run.why, run.passed,
              run.marginal, run.failed, run.errors, run.interrupted, run.notRun, run.report, run.library, run.agent,
-             run.parameters, run.id});
+             run.parameters, run.skipped, run.inCalls, run.inWaits, run.id});
     if (run.waiver) {
         runOnce(_database, "update run set waived_by = :a, waiver = :b where id = :c",
                 {run.waivedBy.value_or(""), *run.waiver, run.id});

@@ -61,8 +61,9 @@ struct RunRecord {
     long long attempt = 1;               // at this unit, at this stage
     std::optional<std::string> verdict;  // none while it goes on
     std::string decidingStep, why;
-    long long passed = 0, marginal = 0, failed = 0, errors = 0, interrupted = 0, notRun = 0;  // steps
-    long long faults = 0;                                                                     // how many it was to meet
+    long long passed = 0, marginal = 0, failed = 0, errors = 0, interrupted = 0, notRun = 0, skipped = 0;  // steps
+    double inCalls = 0, inWaits = 0;              // of the seconds
+    long long faults = 0;                         // how many it was to meet
     std::string report;                           // what the names of its report's files begin with
     std::optional<std::string> waivedBy, waiver;  // who let a failed unit pass, and for which reason
 
@@ -99,6 +100,9 @@ struct RunRecord {
         column("errors", row.errors);
         column("interrupted", row.interrupted);
         column("not_run", row.notRun);
+        column("skipped", row.skipped);
+        column("in_calls", row.inCalls);
+        column("in_waits", row.inWaits);
         column("faults", row.faults);
         column("report", row.report);
         column("waived_by", row.waivedBy);

@@ -22,6 +22,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Of a step; its rows have numbers of their own.
+constexpr long long kMostAnswers = 10000;
+
 std::string thisHost() {
     char name[256] = "";
     gethostname(name, sizeof(name) - 1);
@@ -155,19 +158,41 @@ void addAttempt(RunParts& parts, const StepRecord& step, const StepResult& resul
     parts.attempts.push_back(std::move(row));
 }
 
+// What a person was asked, and has answered, in all attempts.
+void addAnswers(RunParts& parts, const StepRecord& step, const StepResult& result) {
+    long long number = 0;
+    for (const Attempt& attempt : result.attempts) {
+        for (const Json& command : attempt.commands) {
+            for (const Json& answer : command.value("operator", Json::array())) {
+                EventRecord row;
+                row.run = step.run;
+                row.number = step.number * kMostAnswers + number++;
+                row.step = step.number;
+                row.at = utcText(wallTimeOf(attempt.start));
+                row.name = "operator";
+                row.data = jsonLine(answer);
+                if (number <= kMostAnswers) {
+                    parts.events.push_back(std::move(row));
+                }
+            }
+        }
+    }
+}
+
 RunParts partsOfStep(const RunRecord& run, const Plan& plan, std::size_t index, const StepResult& result) {
     RunParts parts;
     StepRecord step;
     step.run = run.id;
     step.number = static_cast<long long>(index);
-    step.name = beginningOf(plan.steps[index].name, kToldBytes);
+    step.name = beginningOf(plan.nameAt(index), kToldBytes);
     step.verdict = storedVerdict(result.verdict());
     step.text = beginningOf(result.text(), kKeptBytes);
-    step.teardown = plan.steps[index].teardown ? 1 : 0;
+    step.teardown = plan.stepAt(index).teardown ? 1 : 0;
     step.seconds = result.seconds();
     for (std::size_t i = 0; i < result.attempts.size(); ++i) {
         addAttempt(parts, step, result, i);
     }
+    addAnswers(parts, step, result);
     parts.steps.push_back(std::move(step));
     return parts;
 }
@@ -178,7 +203,7 @@ void addDecidingStep(RunRecord& run, const PlanResult& result) {
     for (std::size_t i = 0; verdict != Verdict::passed && i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
         if (storedVerdict(step.verdict()) == verdictName(verdict)) {
-            run.decidingStep = beginningOf(result.plan->steps[i].name, kToldBytes);
+            run.decidingStep = beginningOf(result.plan->nameAt(i), kToldBytes);
             run.why = beginningOf(step.text(), kKeptBytes);
             return;
         }
@@ -217,7 +242,7 @@ RunRecord newRunRecord(const Plan& plan, const RunFacts& facts) {
     run.host = thisHost();
     run.station = facts.station.empty() ? run.host : facts.station;
     run.stage = facts.stage;
-    run.person = loginName();
+    run.person = facts.person.empty() ? loginName() : facts.person;
     if (!facts.unit.empty()) {
         run.unit = facts.unit;
     }
@@ -254,7 +279,7 @@ RunRecording::RunRecording(ResultsWriter& writer, const Plan& plan, const RunFac
       _run(newRunRecord(plan, facts)),
       _folder(fs::path(facts.report).parent_path().string()),
       _approval(facts.waiver),
-      _stored(plan.steps.size(), 0) {
+      _stored(plan.size(), 0) {
     _writer.begin(_run);
 }
 
@@ -283,6 +308,9 @@ void RunRecording::conclude(const PlanResult& result) {
     _run.errors = number(counts.errors);
     _run.interrupted = number(counts.interrupted);
     _run.notRun = number(counts.notRun);
+    _run.skipped = number(counts.skipped);
+    _run.inCalls = result.times.calls;
+    _run.inWaits = result.times.waits;
     addDecidingStep(_run, result);
     if (const std::string reason = result.waiver(); !reason.empty()) {
         _run.waivedBy = _run.person;
@@ -292,7 +320,8 @@ void RunRecording::conclude(const PlanResult& result) {
 
 void RunRecording::end(const PlanResult& result, const std::vector<std::string>& files) {
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
-        if (_stored[i] != 1 + result.steps[i].attempts.size()) {
+        const bool isStored = result.steps[i].isFolded || _stored[i] == 1 + result.steps[i].attempts.size();
+        if (!isStored && result.isListed(i)) {
             endStep(i, result.steps[i]);
         }
     }

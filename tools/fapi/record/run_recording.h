@@ -17,6 +17,7 @@ struct RunFacts {
     std::string station, stage, bindings;  // the bindings are those of the station's file; an empty name is the host's
     std::string target, library, agent;    // the set's kind, versions
     std::string waiver;                    // who lets an unapproved plan run says why; empty: it is approved
+    std::string person;                    // the operator; empty: who is logged in
 };
 
 // All that decides what the run comes to, but for the set, by name.

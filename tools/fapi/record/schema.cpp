@@ -85,13 +85,21 @@ constexpr const char* kViews[] = {
         from measurement m join run r on r.id = m.run where m.final = 1)",
 };
 
+// Steps that were not for a run, and where its seconds have gone.
+constexpr const char* kSkippedAndTimes[] = {
+    "alter table run add column skipped bigint not null default 0",
+    "alter table run add column in_calls double precision not null default 0",
+    "alter table run add column in_waits double precision not null default 0",
+};
+
 struct Version {
     const char* const* statements;
     std::size_t count;
 };
 
 // In their order; a store of version N has had the first N.
-constexpr Version kVersions[] = {{kTables, std::size(kTables)}, {kViews, std::size(kViews)}};
+constexpr Version kVersions[] = {
+    {kTables, std::size(kTables)}, {kViews, std::size(kViews)}, {kSkippedAndTimes, std::size(kSkippedAndTimes)}};
 constexpr long long kNewest = std::size(kVersions);
 
 // Programs that come to an empty server at the same time take turns by this number.

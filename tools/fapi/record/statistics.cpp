@@ -18,7 +18,7 @@ void RunStatistics::add(const PlanResult& result) {
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         if (result.steps[i].seconds() > _slowestSeconds) {
             _slowestSeconds = result.steps[i].seconds();
-            _slowestStep = i;
+            _slowestStep = result.plan->nameAt(i);
             _slowestRun = runs;
         }
     }
@@ -30,7 +30,7 @@ void RunStatistics::print(bool json) const {
         return;
     }
     const double mean = _sum / static_cast<double>(runs);
-    const std::string& step = _plan.steps[_slowestStep].name;
+    const std::string& step = _slowestStep;
     if (json) {
         printLine(jsonLine({{"plan", _plan.name},
                             {"runs", runs},

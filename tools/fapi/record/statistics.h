@@ -19,7 +19,8 @@ private:
     const Plan& _plan;
     std::size_t _passed = 0, _failed = 0, _interrupted = 0;
     double _shortest = 0, _longest = 0, _sum = 0;
-    std::size_t _slowestStep = 0, _slowestRun = 0;
+    std::string _slowestStep;
+    std::size_t _slowestRun = 0;
     double _slowestSeconds = -1;
 };
 

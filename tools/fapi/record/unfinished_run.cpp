@@ -152,7 +152,7 @@ std::unique_ptr<UnfinishedRun> UnfinishedRun::find(const std::string& folder, co
 }
 
 void UnfinishedRun::check(const Plan& plan) const {
-    if (_hash != plan.hash || _position.step > plan.steps.size()) {
+    if (_hash != plan.hash || _position.step > plan.size()) {
         throw UsageError(plan.file + ": has changed since the run that was to be resumed began");
     }
     if (_faultsHash != plan.faultsHash) {

@@ -128,7 +128,7 @@ void writeVerdict(Html body, const PlanResult& result) {
     }
     stepLink(card, "word", verdictWord(verdict), notable);
     Html first = what.add("div", "first", "first " + std::string(verdictName(result.steps[notable].verdict())) + ": ");
-    stepLink(first, "", std::to_string(notable + 1) + " " + result.plan->steps[notable].name, notable);
+    stepLink(first, "", std::to_string(notable + 1) + " " + result.plan->nameAt(notable), notable);
 }
 
 // Links to what a person may have opened the page for.
@@ -179,6 +179,10 @@ void writeFacts(Html main, const PlanResult& result) {
     addFact(facts, "Library", result.library);
     addFact(facts, "Set", result.setFolder);
     addFact(facts, "Bench tool", FAPI_VERSION);
+    addFact(facts, "Time",
+            durationText(result.times.calls) + " in calls of the set, " + durationText(result.times.waits) +
+                " of waiting, " +
+                durationText(std::max(0.0, result.seconds - result.times.calls - result.times.waits)) + " besides");
     addFact(facts, "Resumed", result.resumed ? "yes: what began before goes on here" : "");
     addFact(facts, "Set switched on",
             result.boots.empty()  ? ""
@@ -208,7 +212,7 @@ void writeTape(Html body, const PlanResult& result) {
     for (std::size_t begin = 0; begin < count; begin += steps) {
         const std::size_t shown = weightiest(result.steps, begin, std::min(begin + steps, count));
         Html piece = stepLink(tape, verdictClass(verdictName(result.steps[shown].verdict())).c_str(), "", shown);
-        piece.attribute("title", std::to_string(shown + 1) + " " + result.plan->steps[shown].name);
+        piece.attribute("title", std::to_string(shown + 1) + " " + result.plan->nameAt(shown));
     }
 }
 
@@ -237,15 +241,15 @@ void addBadge(Html row, const std::string& verdict) {
     row.add("td").add("span", "badge", verdict);
 }
 
-Html addName(Html row, const Step& step, std::size_t index, bool isLink) {
+Html addName(Html row, const Plan& plan, std::size_t index, bool isLink) {
     row.add("td", "no", std::to_string(index + 1));
     Html cell = row.add("td", "step");
     if (isLink) {
-        stepLink(cell, "", step.name, index);
+        stepLink(cell, "", plan.nameAt(index), index);
     } else {
-        cell.text(step.name);
+        cell.text(plan.nameAt(index));
     }
-    if (step.teardown) {
+    if (plan.stepAt(index).teardown) {
         cell.text(" ");
         cell.add("span", "tag", "teardown");
     }
@@ -272,6 +276,9 @@ void writeSummary(Html body, const PlanResult& result, const std::vector<bool>& 
     Html rows = addList(
         body, "Steps", {{"No", "no"}, {"Step", "step"}, {"Verdict", "badges"}, kAttempts, kDuration, {"Share", "bar"}});
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
+        if (!result.isListed(i)) {
+            continue;
+        }
         const StepResult& step = result.steps[i];
         const std::string verdict = verdictName(step.verdict());
         const std::size_t attempts = step.attempts.size();
@@ -279,7 +286,7 @@ void writeSummary(Html body, const PlanResult& result, const std::vector<bool>& 
         if (!detailed[i]) {
             row.attribute("id", stepAnchor(i));
         }
-        Html name = addName(row, result.plan->steps[i], i, detailed[i]);
+        Html name = addName(row, *result.plan, i, detailed[i]);
         if (const std::string text = whyText(step); !text.empty()) {
             name.add("div", "text", beginningOf(text, kShownText));
         }
@@ -320,10 +327,10 @@ std::vector<Measurement> measurementsOf(const PlanResult& result) {
     return all;
 }
 
-void writeMeasurement(Html rows, const Measurement& measurement, const Step& step) {
+void writeMeasurement(Html rows, const Measurement& measurement, const Plan& plan) {
     const Json& json = measurement.json;
     Html row = rows.add("tr", verdictClass(measurement.verdict).c_str());
-    addName(row, step, measurement.step, true);
+    addName(row, plan, measurement.step, true);
     Html what = row.add("td", "what", json.value("name", json["what"].get<std::string>()));
     what.text(" ");
     what.add("code", "", beginningOf(measurement.command, kShownCommand));
@@ -357,7 +364,7 @@ void writeMeasurements(Html body, const PlanResult& result) {
     std::size_t more = 0;
     for (const Measurement& measurement : all) {
         if (shown.take(measurement.verdict)) {
-            writeMeasurement(rows, measurement, result.plan->steps[measurement.step]);
+            writeMeasurement(rows, measurement, *result.plan);
         } else {
             ++more;
         }
@@ -369,10 +376,15 @@ void writeSteps(Html body, const PlanResult& result, const std::vector<bool>& de
     body.add("h2", "", "Each step");
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         if (detailed[i]) {
-            writeStep(body, result.plan->steps[i], result.steps[i], i, folder);
+            writeStep(body, result, i, folder);
         }
     }
-    writeMore(body, static_cast<std::size_t>(std::count(detailed.begin(), detailed.end(), false)));
+    const auto more = static_cast<std::size_t>(std::count(detailed.begin(), detailed.end(), false));
+    writeMore(body, more - result.unlisted());
+    if (result.unlisted() != 0) {
+        body.add("p", "note",
+                 std::to_string(result.unlisted()) + " steps more, of which the results store has those that ran");
+    }
 }
 
 class HtmlReport : public Report {

@@ -64,7 +64,9 @@ public:
         addProperty(suite, "verdict", verdictName(result.verdict()));
         addRecord(suite, result);
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
-            addStep(suite, *result.plan, result.plan->steps[i], result.steps[i]);
+            if (result.isListed(i)) {
+                addStep(suite, *result.plan, i, result.steps[i]);
+            }
         }
         std::ostringstream stream;
         document.save(stream, "  ");
@@ -94,11 +96,12 @@ private:
         }
     }
 
-    static void addStep(pugi::xml_node suite, const Plan& plan, const Step& step, const StepResult& result) {
+    static void addStep(pugi::xml_node suite, const Plan& plan, std::size_t index, const StepResult& result) {
+        const Step& step = plan.stepAt(index);
         pugi::xml_node test = suite.append_child("testcase");
         attribute(test, "classname", plan.name);
-        attribute(test, "name", step.name);
-        attribute(test, "file", plan.file);
+        attribute(test, "name", plan.nameAt(index));
+        attribute(test, "file", step.file.empty() ? plan.file : step.file);
         test.append_attribute("line") = step.line;
         test.append_attribute("time") = secondsText(result.seconds()).c_str();
         if (result.verdict() == Verdict::marginal) {
@@ -117,7 +120,10 @@ private:
             addProperty(test, "picture", picture["file"].get<std::string>());
         }
         if (result.verdict() == Verdict::notRun) {
-            test.append_child("skipped");
+            pugi::xml_node skipped = test.append_child("skipped");
+            if (!result.text().empty()) {
+                attribute(skipped, "message", result.text());
+            }
         } else if (result.verdict() == Verdict::skipped) {
             attribute(test.append_child("skipped"), "message", result.text());
         } else if (isBad(result.verdict())) {
@@ -169,6 +175,12 @@ public:
                      {"file", result.plan->file},
                      {"start", isoTime(result.start)},
                      {"seconds", result.seconds},
+                     {"times",
+                      {{"calls", result.times.calls},
+                       {"waits", result.times.waits},
+                       {"rest", std::max(0.0, result.seconds - result.times.calls - result.times.waits)}}},
+                     {"unlisted", result.unlisted()},
+                     {"unexpected", result.unexpected()},
                      {"set", result.setFolder},
                      {"good", result.isGood()},
                      {"verdict", verdictName(result.verdict())},
@@ -180,9 +192,11 @@ public:
             json["faults"].push_back(fault.text());
         }
         for (std::size_t i = 0; i < result.steps.size(); ++i) {
-            json["steps"].push_back(stepJson(result.plan->steps[i], result.steps[i]));
-            const std::string* reason = result.waiverOf(i);
-            json["steps"].back()["waived"] = reason != nullptr ? Json(*reason) : Json(nullptr);
+            if (result.isListed(i)) {
+                json["steps"].push_back(stepJson(*result.plan, i, result.steps[i]));
+                const std::string* reason = result.waiverOf(i);
+                json["steps"].back()["waived"] = reason != nullptr ? Json(*reason) : Json(nullptr);
+            }
         }
         return jsonText(json, 2) + '\n';
     }
@@ -214,8 +228,10 @@ private:
             {"waiver", run.waiver ? Json({{"by", run.waivedBy.value_or("")}, {"text", *run.waiver}}) : Json(nullptr)}};
     }
 
-    static Json stepJson(const Step& step, const StepResult& result) {
-        Json json = {{"name", beginningOf(step.name, kKeptBytes)},
+    static Json stepJson(const Plan& plan, std::size_t index, const StepResult& result) {
+        const Step& step = plan.stepAt(index);
+        Json json = {{"name", beginningOf(plan.nameAt(index), kKeptBytes)},
+                     {"file", step.file.empty() ? plan.file : step.file},
                      {"line", step.line},
                      {"teardown", step.teardown},
                      {"verdict", verdictName(result.verdict())},

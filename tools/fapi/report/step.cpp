@@ -210,11 +210,11 @@ void writeKept(Html parent, const StepResult& result, const std::string& folder)
     }
 }
 
-void writeHeading(Html parent, const Step& step, const StepResult& result, std::size_t index) {
+void writeHeading(Html parent, const Plan& plan, const StepResult& result, std::size_t index) {
     Html head = parent.add("h3");
     head.add("span", "number", std::to_string(index + 1));
-    head.add("span", "name", step.name);
-    if (step.teardown) {
+    head.add("span", "name", plan.nameAt(index));
+    if (plan.stepAt(index).teardown) {
         head.add("span", "tag", "teardown");
     }
     writeBadge(head, verdictName(result.verdict()));
@@ -240,7 +240,9 @@ std::string whyText(const StepResult& result) {
     return result.attempts.size() > 1 ? "at first: " + result.attempts.front().judgement.text : "";
 }
 
-void writeStep(Html parent, const Step& step, const StepResult& result, std::size_t index, const std::string& folder) {
+void writeStep(Html parent, const PlanResult& run, std::size_t index, const std::string& folder) {
+    const StepResult& result = run.steps[index];
+    const Plan& plan = *run.plan;
     const std::string verdict = verdictName(result.verdict());
     Html section = parent.add("section", ("step " + verdictClass(verdict)).c_str());
     section.attribute("id", stepAnchor(index));
@@ -248,10 +250,10 @@ void writeStep(Html parent, const Step& step, const StepResult& result, std::siz
     const bool isPlain = result.verdict() == Verdict::passed && result.attempts.size() == 1;
     if (isPlain) {
         Html details = section.add("details", "plain");
-        writeHeading(details.add("summary"), step, result, index);
+        writeHeading(details.add("summary"), plan, result, index);
         writeLines(details, result.attempts.back());
     } else {
-        writeHeading(section, step, result, index);
+        writeHeading(section, plan, result, index);
     }
     if (const std::string why = whyText(result); !why.empty() && result.verdict() != Verdict::passed) {
         section.add("p", isBadName(verdict) ? "why bad" : "why", beginningOf(why, kShown));

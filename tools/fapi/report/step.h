@@ -18,7 +18,7 @@ std::string verdictClass(const std::string& verdict);
 std::string whyText(const StepResult& result);
 
 // A section with everything that is known of the step. Its pictures are files in `folder`.
-void writeStep(Html parent, const Step& step, const StepResult& result, std::size_t index, const std::string& folder);
+void writeStep(Html parent, const PlanResult& run, std::size_t index, const std::string& folder);
 
 }  // namespace tool
 

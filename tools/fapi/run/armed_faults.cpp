@@ -22,14 +22,14 @@ void ArmedFaults::resume(const std::vector<unsigned int>& calls) {
     _calls.resize(_faults.size());
 }
 
-void ArmedFaults::beginStep(const std::string& step, bool anew) {
+void ArmedFaults::beginStep(const StepNames& step, bool anew) {
     if (isEmpty()) {
         return;
     }
     // What was called before is not theirs.
     _sync();
     for (std::size_t i = 0; i < _faults.size(); ++i) {
-        if (_faults[i].step == step) {
+        if (!_faults[i].step.empty() && step.has(_faults[i].step)) {
             _calls[i] = anew ? 0 : _calls[i];
             arm(i);
         } else if (_faults[i].step.empty() && !_armed[i]) {
@@ -38,12 +38,13 @@ void ArmedFaults::beginStep(const std::string& step, bool anew) {
     }
 }
 
-void ArmedFaults::endStep(const std::string& step) {
+void ArmedFaults::endStep(const StepNames& step) {
     if (isEmpty()) {
         return;
     }
     _sync();
-    const bool hasOwn = std::any_of(_faults.begin(), _faults.end(), [&](const PlanFault& f) { return f.step == step; });
+    const bool hasOwn = std::any_of(_faults.begin(), _faults.end(),
+                                    [&](const PlanFault& f) { return !f.step.empty() && step.has(f.step); });
     if (!hasOwn) {
         return;
     }

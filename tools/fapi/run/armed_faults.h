@@ -12,6 +12,13 @@
 
 namespace tool {
 
+// The name of a step as it is written, and as a run has it.
+struct StepNames {
+    std::string written, full;
+
+    bool has(const std::string& name) const { return name == written || name == full; }
+};
+
 // Arms faults, and follows in the set's journal how many calls each has seen, so that another worker can go on where
 // one has ended. Allocations are in no journal: of them every worker begins at the first.
 class ArmedFaults {
@@ -29,9 +36,9 @@ public:
     void resume(const std::vector<unsigned int>& calls);
 
     // Arms what is for the whole run and what is bound to the step; `anew` unless the step has begun already.
-    void beginStep(const std::string& step, bool anew);
+    void beginStep(const StepNames& step, bool anew);
     // Takes back what is bound to the step, and with it whatever else has been injected meanwhile.
-    void endStep(const std::string& step);
+    void endStep(const StepNames& step);
     // A call that the journal has reported.
     void add(const std::string& call);
     // Another worker has no faults.

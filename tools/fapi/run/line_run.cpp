@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 
 #include "base/durable_file.h"
+#include "operator/operator.h"
 #include "plan/data.h"
 #include "plan/picture_line.h"
 #include "plan/words_of_plans.h"
@@ -79,6 +81,15 @@ bool isRefusal(const RequestError& error) {
     }
 }
 
+// "-ch_21" for "[ch=21]"
+std::string fileNameOf(const std::string& label) {
+    std::string name;
+    for (const char c : label) {
+        name += c == '[' ? "-" : c == ']' ? "" : isFileName({c}) ? std::string(1, c) : "_";
+    }
+    return name;
+}
+
 bool expectsCalls(const PlanLine& line) {
     return std::any_of(line.expectations.begin(), line.expectations.end(), [](const Expectation& expectation) {
         return std::holds_alternative<CallsCondition>(expectation.what);
@@ -103,12 +114,13 @@ Verdict verdictOf(const RequestError& error) {
     }
 }
 
+std::string placeText(const Step& step, unsigned int line) {
+    return (step.file.empty() ? "" : std::filesystem::path(step.file).filename().string() + ", ") + "line " +
+           std::to_string(line);
+}
+
 bool LineRun::run() {
-    if (!_line.skipped.empty()) {
-        if (hasReport()) {
-            _attempt.commands.push_back(
-                {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}, {"skipped", _line.skipped}});
-        }
+    if (skip()) {
         return true;
     }
     _set.beginLine(expectsCalls(_line));
@@ -133,13 +145,35 @@ bool LineRun::run() {
     return true;
 }
 
+// Whether the line is not for this set, or not for this run.
+bool LineRun::skip() {
+    std::string why = _line.skipped;
+    try {
+        for (const OnlyIf& only : _line.conditions) {
+            why = why.empty() ? only.skips(_context.variables) : why;
+        }
+    } catch (const UsageError& error) {
+        worsen({Verdict::failed, error.what()}, _line.line);
+        why = error.what();
+    }
+    if (!why.empty() && hasReport()) {
+        _attempt.commands.push_back(
+            {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}, {"skipped", why}});
+    }
+    return !why.empty();
+}
+
 bool LineRun::runCommand() {
     std::optional<Command> made;
     if (!_line.command) {
         made = Command::parse(words());
     }
     const Command& command = _line.command ? *_line.command : *made;
-    const std::optional<CallAnswer> answer = _set.run(command);
+    TimeLimit limit;
+    if (_line.within.count() != 0) {
+        limit = {Clock::now() + _line.within, timeText(_line.within) + ", the limit of the line"};
+    }
+    const std::optional<CallAnswer> answer = _set.run(command, limit);
     if (!answer) {
         return false;
     }
@@ -160,19 +194,19 @@ bool LineRun::runCommand() {
 
 // What is no matter of the library: a picture, data, a wait.
 void LineRun::runOwn() {
+    static const std::map<LineKind, Outcome (LineRun::*)()> doings = {
+        {LineKind::data, &LineRun::takeData},       {LineKind::instruments, &LineRun::takeInstruments},
+        {LineKind::picture, &LineRun::takePicture}, {LineKind::program, &LineRun::runProgram},
+        {LineKind::prompt, &LineRun::askPerson},    {LineKind::wait, &LineRun::rest},
+    };
     _told = {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}};
     const auto fail = [&](const std::runtime_error& error, Verdict verdict) {
         worsen({verdict, beginningOf(_line.text(), kToldBytes) + ": " + error.what()}, _line.line);
         _told["error"] = error.what();
     };
+    Outcome outcome;
     try {
-        if (_line.kind == LineKind::picture) {
-            takePicture();
-        } else if (_line.kind == LineKind::wait) {
-            _set.rest(parseWait(words()));
-        } else {
-            takeData();
-        }
+        outcome = (this->*doings.at(_line.kind))();
     } catch (const RequestError& error) {
         if (!isRefusal(error)) {
             throw;
@@ -182,30 +216,43 @@ void LineRun::runOwn() {
         fail(error, Verdict::failed);
     }
     _told["seconds"] = secondsSince(_start);
-    followUp({}, {});
+    if (!_skipped.empty()) {
+        _told["skipped"] = _skipped;
+        _attempt.skipped.push_back(_skipped);
+        return;
+    }
+    followUp({}, outcome);
 }
 
-void LineRun::takePicture() {
+Outcome LineRun::rest() {
+    _set.rest(parseWait(words()));
+    return {};
+}
+
+Outcome LineRun::takePicture() {
     const PictureLine picture = parsePicture(words());
     const Picture taken = _set.takePicture(picture.what);
     if (hasReport()) {
-        const std::string file = _context.report + "-" + picture.name + ".png";
+        const std::string name = picture.name + fileNameOf(_context.label);
+        const std::string file = _context.report + "-" + name + ".png";
         try {
             writePng(taken, file);
-            _told["picture"] = {{"name", picture.name}, {"file", std::filesystem::path(file).filename().string()}};
+            _told["picture"] = {{"name", name}, {"file", std::filesystem::path(file).filename().string()}};
         } catch (const FileError& error) {
             _told["note"] = "picture " + picture.name + " is not stored: " + error.what();
         }
     }
+    return {};
 }
 
-void LineRun::takeData() {
+Outcome LineRun::takeData() {
     const PlanData data = PlanData::parse(words());
     Json all = Json::array();
     for (const DataSeries& series : data.request.isNull() ? data.series : parseSeries(_set.ask("data", data.request))) {
         all.push_back({{"name", series.name}, {"values", series.values}});
     }
-    _told["data"] = {{"name", data.name}, {"kind", data.kind}, {"series", std::move(all)}};
+    _told["data"] = {{"name", data.name + _context.label}, {"kind", data.kind}, {"series", std::move(all)}};
+    return {};
 }
 
 // Judges what the chip has refused, and gives the report what came of the line.
@@ -215,8 +262,12 @@ void LineRun::finish() {
     if (_context.judgesRefusals) {
         worsen(_set.calls().judgeRefusals(refusals), _line.line);
     }
+    const std::vector<GivenAnswer> answers = theOperator().takeAnswers();
     if (!hasReport() || _told.is_null()) {
         return;
+    }
+    for (const GivenAnswer& answer : answers) {
+        _told["operator"].push_back(toJson(answer));
     }
     if (!refusals.empty()) {
         addRefusals(_told, refusals);
@@ -293,8 +344,21 @@ Json LineRun::judgeExpectation(const Expectation& expectation, const Command& co
 }
 
 Judgement LineRun::judgeMeasure(const Measure& measure, const Command& command, const Outcome& outcome, Json& judged) {
-    const Measured measured = tool::judge(measure, command, outcome, _context.limits);
-    judged["measurements"] = Json::array({toJson(measure, measured)});
+    Measure meant = measure;
+    meant.name += _context.label;
+    meant.limits = substitute(meant.limits, _context.variables);
+    const auto unit = _units.find(measure.subject);
+    const bool hasUnit =
+        !measure.unit.empty() || (!meant.limits.empty() && !_context.limits.at(meant.limits).unit.empty());
+    if (unit != _units.end() && !hasUnit) {
+        meant.unit = unit->second;
+    }
+    Measured measured = tool::judge(meant, command, outcome, _context.limits);
+    if (unit != _units.end() && measure.scale == 1 && measured.unit != unit->second) {
+        measured.judgement = {Verdict::error, meant.name + " is expected in " + measured.unit +
+                                                  ", and the program has measured it in " + unit->second};
+    }
+    judged["measurements"] = Json::array({toJson(meant, measured)});
     return measured.judgement;
 }
 
@@ -350,7 +414,7 @@ std::optional<Value> LineRun::valueOf(std::string_view output, const Outcome& ou
 // The worst verdict of an attempt counts, and the first text of that verdict.
 void LineRun::worsen(const Judgement& judgement, unsigned int line) {
     if (judgement.verdict > _attempt.judgement.verdict) {
-        const std::string text = "line " + std::to_string(line) + ": " + judgement.text;
+        const std::string text = placeText(_step, line) + ": " + judgement.text;
         _attempt.judgement = {judgement.verdict, beginningOf(text, kKeptBytes)};
     }
 }

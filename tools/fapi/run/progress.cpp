@@ -25,8 +25,8 @@ std::string coloured(Verdict verdict) {
     return usesColors() ? colorOf(verdict) + name + kColorsOff : name;
 }
 
-std::string shownName(const Step& step) {
-    return printable(beginningOf(step.name, kShown));
+std::string shownName(const Plan& plan, std::size_t step) {
+    return printable(beginningOf(plan.nameAt(step), kShown));
 }
 
 // " (with 2 faults)"
@@ -63,7 +63,7 @@ Progress::Progress(const Plan& plan, Shows shows)
 }
 
 void Progress::resume(std::size_t step) const {
-    const std::string name = step < _plan.steps.size() ? _plan.steps[step].name : "";
+    const std::string name = step < _plan.size() ? _plan.nameAt(step) : "";
     printLine(_json          ? jsonLine({{"resumed", name}})
               : name.empty() ? "resumed: every step has ended"
                              : "resumed at step " + std::to_string(step + 1) + ": " + printable(name));
@@ -81,7 +81,7 @@ void Progress::begin(std::size_t step, std::size_t attempt) {
 // "  3/46  "
 std::string Progress::place(std::size_t step) const {
     char text[48];
-    std::snprintf(text, sizeof(text), "%3zu/%zu  ", step + 1, _plan.steps.size());
+    std::snprintf(text, sizeof(text), "%3zu/%zu  ", step + 1, _plan.size());
     return text;
 }
 
@@ -95,7 +95,7 @@ void Progress::refresh() const {
     const std::string before = place(_step);
     const std::string behind = (_attempt > 1 ? "  (attempt " + std::to_string(_attempt) + ")" : "") + time;
     const std::size_t columns = terminalColumns() - 1, taken = before.size() + behind.size();
-    const std::string name = cutToColumns(shownName(_plan.steps[_step]), columns - std::min(columns, taken));
+    const std::string name = cutToColumns(shownName(_plan, _step), columns - std::min(columns, taken));
     eraseLine();
     std::fputs(cutToColumns(before + name + behind, columns).c_str(), dataOutput());
     std::fflush(dataOutput());
@@ -110,7 +110,7 @@ void Progress::end(std::size_t step, const StepResult& result) {
         return;
     }
     if (_json) {
-        printLine(jsonLine({{"step", _plan.steps[step].name},
+        printLine(jsonLine({{"step", _plan.nameAt(step)},
                             {"verdict", verdictName(result.verdict())},
                             {"text", result.text()},
                             {"attempts", result.attempts.size()},
@@ -120,7 +120,7 @@ void Progress::end(std::size_t step, const StepResult& result) {
     if (_terminal) {
         eraseLine();
     }
-    printLine(place(step) + shownName(_plan.steps[step]) + ": " + coloured(result.verdict()));
+    printLine(place(step) + shownName(_plan, step) + ": " + coloured(result.verdict()));
     if (const std::string text = result.text(); !text.empty()) {
         printLine("         " + printable(beginningOf(text, kShown)));
     }
@@ -136,13 +136,13 @@ void Progress::finish(const PlanResult& result) const {
     const bool whole = result.steps.size() <= kWholeTable;
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
         const StepResult& step = result.steps[i];
-        if (!whole && step.verdict() == Verdict::passed) {
+        if (!whole && (step.verdict() == Verdict::passed || (step.verdict() == Verdict::notRun && i >= kWholeTable))) {
             continue;
         }
         char seconds[32];
         std::snprintf(seconds, sizeof(seconds), "%.3f", step.seconds());
         table.add({{std::to_string(i + 1)},
-                   {_plan.steps[i].name},
+                   {_plan.nameAt(i)},
                    {verdictName(step.verdict()), usesColors() ? colorOf(step.verdict()) : ""},
                    {std::to_string(step.attempts.size())},
                    {seconds}});
@@ -170,6 +170,7 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
                             {"run", result.record != nullptr ? result.record->id : ""},
                             {"unit", result.record != nullptr ? result.record->unit.value_or("") : ""},
                             {"waived", result.waiver()},
+                            {"unexpected", result.unexpected()},
                             {"reports", reports}}));
         return;
     }
@@ -188,6 +189,14 @@ void Progress::conclude(const PlanResult& result, const std::vector<std::string>
     }
     for (const std::string& file : reports) {
         printLine("report: " + printable(file));
+    }
+    for (const std::string& line : result.unexpected()) {
+        printLine("not as expected: " + printable(beginningOf(line, kShown)));
+    }
+    if (const std::string waiver = result.waiver(); !result.expected.empty() && !waiver.empty()) {
+        printLine(printable(beginningOf(waiver, kShown)));
+        printVerdict(Verdict::passed);
+        return;
     }
     if (const std::string waiver = result.waiver(); !waiver.empty()) {
         printLine("waived: " + printable(beginningOf(waiver, kShown)));

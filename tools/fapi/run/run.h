@@ -3,6 +3,9 @@
 #ifndef FAPI_BENCH_RUN_RUN_H
 #define FAPI_BENCH_RUN_RUN_H
 
+#include <exception>
+#include <map>
+
 #include "record/unfinished_run.h"
 #include "report/report.h"
 #include "run/line_run.h"
@@ -17,6 +20,9 @@ struct RunInput {
     Limits limits;
     std::vector<Waiver> waivers;
     std::string waiver;  // why a plan without approval is run; empty: it is approved
+    std::vector<ExpectedFailure> expected;
+    std::chrono::milliseconds programWithin{30000};  // a program of the plan, unless its line says otherwise
+    std::vector<StationInstrument> instruments;      // of the station
 };
 
 // Runs the plan step by step until the last one is done, whatever becomes of the set's worker.
@@ -46,21 +52,51 @@ private:
         pause,    // between two attempts at it
         over
     };
+    // What goes on with a part of the plan: the whole, or a group beside others.
+    struct Lane {
+        State state = State::between;
+        std::size_t next = 0, end = 0;  // the first step that has not begun, and where it ends
+        std::size_t step = 0;           // the one that runs
+        std::size_t line = 0;           // of it, the one that runs
+        bool stopped = false;           // only teardown steps run any more
+        StepPlace place;                // of the step
+        std::string label;              // of the loops that it is in
+        Variables variables;
+        Variables kept;  // since the last step that was saved
+    };
+    struct GroupState {
+        std::size_t end = 0;
+        bool hasFailed = false;  // in its set-up
+    };
 
+    Lane& lane() { return _isAlongside ? _lanes[_set.lane()] : _whole; }
+    const Lane& lane() const { return _isAlongside ? _lanes[_set.lane()] : _whole; }
     template <class Part>
     void carryOut(Part&& part);
     template <class Part>
     static void beforeSteps(Part&& part);
     std::size_t stepsForTeardown() const;
     void bringUp(std::size_t steps);
+    void mend();
     void runSteps();
-    void runStep(const Step& step);
+    bool isWanted(const StepPlace& place, std::string& why) const;
+    void noteGroups(const Step& step);
+    void runStep();
+    void runAttempts(const Step& step);
     void runAttempt(const Step& step);
     void runLines(const Step& step);
     void endAttempt(const Step& step, bool isLast);
+    void skipStep(const std::string& why);
+    TimeLimit limitOf(const Step& step) const;
+    StepNames namesOf(const Step& step);
+    void runAlongside(const Frame& frame);
+    void runLane(const PlanPart& part, std::size_t begin);
     void takeInterrupt();
+    void takeTimeOut(const TimedOut& timeOut);
     void takeTrouble(const RequestError& error, const std::string& text);
-    void takeLoss(const SetTaken& loss);
+    void takeLoss(const std::string& how, const std::string& text);
+    void endOthers(std::exception_ptr why);
+    void leave(bool isOver);
     void endStep(const Judgement& judgement);
     void saveStep(std::size_t index);
     const PlanLine* runningLine() const;
@@ -69,21 +105,23 @@ private:
 
     const Plan& _plan;
     const std::string _report;
+    const Limits& _limits;
     Progress& _progress;
     Interrupts& _interrupts;
     UnfinishedRun* _unfinished;
     PlanResult _result;
     RunSet _set;
-    Variables _variables;
-    Variables _keptSince;  // the last step that was saved
-    const LineRunContext _lines;
+    InstrumentLocks _instruments;
+    const ProgramSurroundings _programs;
 
-    State _state = State::between;
-    std::size_t _next = 0;   // the first step that has not begun
-    std::size_t _step = 0;   // the one that runs
-    std::size_t _line = 0;   // of it, the one that runs
+    Lane _whole;
+    std::vector<Lane> _lanes;  // of groups side by side
+    bool _isAlongside = false;
+    bool _isOver = false;  // something has ended the whole run while groups ran side by side
+    std::map<std::pair<std::size_t, const PlanPart*>, GroupState>
+        _groups;  // those that have begun, by their first step
+    Clock::time_point _planLimit = Clock::time_point::max();
     bool _hasBegun = false;  // something was called, in this process
-    bool _stopped = false;   // only teardown steps run any more
     // What has to be done before the next step, because the step before was ended from outside.
     enum class Mend { nothing, worker, connection } _mend = Mend::nothing;
 };

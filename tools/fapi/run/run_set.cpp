@@ -2,12 +2,14 @@
 // The set that a plan runs on.
 #include "run/run_set.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include <sys/timerfd.h>
 #include <unistd.h>
 
 #include "base/terminal.h"
+#include "operator/operator.h"
 #include "target/bound_actions.h"
 #include "target/picture_source.h"
 #include "target/session.h"
@@ -58,6 +60,7 @@ RunSet::RunSet(RunSetOptions options, const std::vector<PlanFault>& faults, Inte
       _interrupts(interrupts),
       _refresh(std::move(refresh)),
       _timer(timerOf(refreshMilliseconds)),
+      _limitTimer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)),
       _faults(
           faults,
           [this](const std::string& name, const std::vector<Value>& arguments) {
@@ -74,7 +77,12 @@ RunSet::~RunSet() {
         return;
     }
     session().listen("claim", nullptr);
+    session().unwatch(_limitTimer.get());
     try {
+        if (_isStuck) {
+            // The set answers nothing that it would have to be waited for.
+            throw RequestError(ErrorCode::stuck, "");
+        }
         // Other clients may stay.
         session().request("log-switch", {{"state", "set"}});
     } catch (const RequestError&) {
@@ -126,7 +134,7 @@ Target& RunSet::join() {
             }
         }
         _interrupts.take();
-        if (!_isTeardown || _interrupts.count() > 1) {
+        if (!isTeardown() || _interrupts.count() > 1) {
             throw RunInterrupted();
         }
     }
@@ -134,7 +142,11 @@ Target& RunSet::join() {
 
 void RunSet::listen() {
     Target& target = session();
-    target.listen("event", [this](const Field& params) { _events.add(parseEvent(params)); });
+    target.listen("event", [this](const Field& params) {
+        for (Lane& each : _lanes) {
+            each.events.add(parseEvent(params));
+        }
+    });
     target.listen("journal", [this](const Field& params) { takeCalls(params); });
     target.listen("worker", [this](const Field& params) { takeEnd(params); });
     target.listen("claim", [this](const Field& params) { takeClaim(params); });
@@ -142,18 +154,23 @@ void RunSet::listen() {
     target.listen("log", [this](const Field& params) {
         const std::string line = std::get<std::string>(params.at("text").value());
         if (_options.keepsLog) {
-            _log.add(line, params["dropped"].numberOr(0));
+            for (Lane& each : _lanes) {
+                each.log.add(line, params["dropped"].numberOr(0));
+            }
         }
         if (_showsLog) {
             std::fprintf(stderr, "%s\n", line.c_str());
         }
     });
     target.watch(_interrupts.descriptor(), [this] { takeSignals(); });
+    target.watch(_limitTimer.get(), [this] { takeLimit(); });
     if (_timer) {
         target.watch(_timer.get(), [this] {
             std::uint64_t times = 0;
             static_cast<void>(read(_timer.get(), &times, sizeof(times)));
-            _refresh();
+            if (!isQuestionShown()) {
+                _refresh();
+            }
         });
     }
 }
@@ -175,8 +192,8 @@ void RunSet::switchOn() {
     });
     _ended.reset();
     _lost.clear();
-    _wireDamage.clear();
-    _events.clear();
+    takeWireDamage();
+    events().clear();
     _faults.beginWorker();
     _calls.beginWorker();
     // What it took to switch the set on is no matter of a line.
@@ -195,7 +212,9 @@ void RunSet::takeEnd(const Field& params) {
 void RunSet::takeWire(const Field& params) {
     const std::string state = params["state"].textOr("");
     if (state == "damaged" || state == "lost") {
-        _wireDamage = "the wire has lost something meanwhile: " + params["reason"].textOr("");
+        for (Lane& each : _lanes) {
+            each.wireDamage = "the wire has lost something meanwhile: " + params["reason"].textOr("");
+        }
     } else if (state == "ended") {
         // The hub starts another agent for the next request, which has nothing of what was called before.
         _lost = params["reason"].textOr("");
@@ -205,7 +224,7 @@ void RunSet::takeWire(const Field& params) {
 }
 
 std::string RunSet::takeWireDamage() {
-    return std::exchange(_wireDamage, "");
+    return std::exchange(_lanes[lane()].wireDamage, "");
 }
 
 // Whatever is waited for: what the set answers is the other client's.
@@ -219,15 +238,20 @@ void RunSet::takeClaim(const Field& params) {
 // --- Interrupts ------------------------------------------------------------------------------------------------------
 
 void RunSet::beginStep(bool isTeardown) {
-    _isTeardown = isTeardown;
+    _lanes[lane()].isTeardown = isTeardown;
     takeSignals();
     if (std::exchange(_isInterrupted, false)) {
         throw RunInterrupted();
     }
 }
 
+// Whether nothing but teardowns runs.
+bool RunSet::isTeardown() const {
+    return std::all_of(_lanes.begin(), _lanes.end(), [](const Lane& each) { return each.isTeardown; });
+}
+
 void RunSet::takeSignals() {
-    if (!_interrupts.take() || (_isTeardown && _interrupts.count() == 1)) {
+    if (!_interrupts.take() || (isTeardown() && _interrupts.count() == 1)) {
         return;
     }
     if (!std::exchange(_isInterrupted, true)) {
@@ -250,6 +274,12 @@ void RunSet::endRequest() {
 void RunSet::check() {
     if (std::exchange(_isInterrupted, false)) {
         throw RunInterrupted();
+    }
+    if (_whyEnded && _sideBySide) {
+        std::rethrow_exception(_whyEnded);
+    }
+    if (Steady::now() >= limit().at) {
+        throw TimedOut{"did not end within " + limit().what, false};
     }
     if (!session().lost().empty()) {
         _lost = session().lost();
@@ -275,10 +305,22 @@ void RunSet::checkEnds() {
 // Makes of a request that was ended from outside what has ended it.
 template <class Request>
 auto RunSet::guarded(Request&& request) -> decltype(request()) {
+    armLimit();
+    const bool isOuter = !std::exchange(_isRequesting, true);
+    _isTimedOut = _isTimedOut && !isOuter;
+    struct Requesting {
+        ~Requesting() { flag = flag && !isOuter; }
+        bool& flag;
+        const bool isOuter;
+    } const requesting{_isRequesting, isOuter};
     try {
         return request();
     } catch (const RequestError& error) {
         const bool isEnded = error.code() == ErrorCode::died || error.code() == ErrorCode::canceled;
+        if (isEnded && std::exchange(_isTimedOut, false)) {
+            _ended.reset();
+            throw TimedOut{"did not end within " + _armed.what, true};
+        }
         if (isEnded && std::exchange(_isInterrupted, false)) {
             _ended.reset();
             throw RunInterrupted();
@@ -289,6 +331,66 @@ auto RunSet::guarded(Request&& request) -> decltype(request()) {
         }
         throw;
     }
+}
+
+// --- Limits of time --------------------------------------------------------------------------------------------------
+
+// Sets the timer for the limit that comes first.
+void RunSet::armLimit() {
+    const TimeLimit& first = _callLimit.at < limit().at ? _callLimit : limit();
+    if (first.at == _armed.at) {
+        return;
+    }
+    _armed = first;
+    itimerspec time = {};
+    if (first.at != Steady::time_point::max()) {
+        const auto since = first.at.time_since_epoch();
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
+        time.it_value = {seconds.count(), std::chrono::nanoseconds(since - seconds).count()};
+    }
+    timerfd_settime(_limitTimer.get(), TFD_TIMER_ABSTIME, &time, nullptr);
+}
+
+// Ends the request that is waited for; a wait ends by itself.
+void RunSet::takeLimit() {
+    std::uint64_t times = 0;
+    if (read(_limitTimer.get(), &times, sizeof(times)) != sizeof(times) || !_isRequesting) {
+        return;
+    }
+    _isTimedOut = true;
+    if (boundActions() != nullptr) {
+        boundActions()->endAwaited();
+    }
+    try {
+        session().endAwaited();
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::begun && error.code() != ErrorCode::stuck) {
+            printMessage(error.what());
+            return;
+        }
+        _isStuck = true;
+        const char* why = error.code() == ErrorCode::begun ? ", and must finish" : ", and cannot be ended";
+        throw SetStuck{"stuck, needs power: did not end within " + _armed.what + why};
+    }
+}
+
+// --- Parts side by side ----------------------------------------------------------------------------------------------
+
+void RunSet::runAlongside(std::size_t count, const std::function<void(std::size_t part)>& part) {
+    _whyEnded = nullptr;
+    const Lane before = std::move(_lanes[0]);
+    _lanes = std::vector<Lane>(count);
+    _sideBySide = std::make_unique<SideBySide>([this](Steady::time_point until) { pumpUntil(until); });
+    try {
+        _sideBySide->run(count, part);
+    } catch (...) {
+        _sideBySide.reset();
+        _lanes.resize(1);
+        throw;
+    }
+    _sideBySide.reset();
+    _lanes.resize(1);
+    _lanes[0].limit = before.limit;
 }
 
 // --- What a line does ------------------------------------------------------------------------------------------------
@@ -305,7 +407,16 @@ bool RunSet::hasLogOn() {
     }
 }
 
-std::optional<CallAnswer> RunSet::run(const Command& command) {
+std::optional<CallAnswer> RunSet::run(const Command& command, const TimeLimit& limit) {
+    struct Call {
+        ~Call() {
+            set._times.calls += std::chrono::duration<double>(Steady::now() - begun).count();
+            set._callLimit = {};
+        }
+        RunSet& set;
+        const Steady::time_point begun = Steady::now();
+    } const call{*this};
+    _callLimit = limit;
     if (command.isPowerCycle()) {
         switchOn();
         return std::nullopt;
@@ -330,8 +441,8 @@ std::optional<CallAnswer> RunSet::run(const Command& command) {
         } else {
             _agentClock = answer->ended - Steady::now();
         }
-        _events.beginWait(answer->ended);
-        _isBehind = false;
+        events().beginWait(answer->ended);
+        _lanes[lane()].isBehind = false;
         // They are judged with the line.
         takeTroubles();
     }
@@ -356,31 +467,53 @@ std::optional<CallAnswer> RunSet::runEnding(const Command& command) {
 }
 
 Field RunSet::ask(const std::string& method, const Field& params) {
-    _isBehind = true;
+    _lanes[lane()].isBehind = true;
     Field answer = guarded([&] { return session().request(method, params); });
     checkEnds();
     return answer;
 }
 
 Picture RunSet::takePicture(const std::string& what) {
-    _isBehind = true;
+    _lanes[lane()].isBehind = true;
     return guarded([&] { return tool::takePicture(what); });
 }
 
-void RunSet::rest(std::chrono::milliseconds time) {
-    const Steady::time_point until = Steady::now() + time;
+GivenAnswer RunSet::ask(const Question& question) {
     _isBehind = true;
+    return guarded([&] { return theOperator().ask(question, [this] { check(); }); });
+}
+
+ProgramResult RunSet::runProgram(const ProgramCall& call) {
+    _isBehind = true;
+    return guarded([&] { return runPlanProgram(call, [this] { check(); }); });
+}
+
+void RunSet::rest(std::chrono::milliseconds time) {
+    const Steady::time_point until = std::min(Steady::now() + time, limit().at);
+    _lanes[lane()].isBehind = true;
     do {
-        pumpUntil(until);
+        waitUntil(until);
     } while (Steady::now() < until);
+    check();
+}
+
+// Returns when something has come, too. Parts that run beside this one go on meanwhile.
+void RunSet::waitUntil(Steady::time_point until) {
+    if (_sideBySide) {
+        _sideBySide->wait(std::min(until, limit().at));
+        check();
+    } else {
+        pumpUntil(std::min(until, limit().at));
+    }
 }
 
 // Returns when something has come, too.
 void RunSet::pumpUntil(Steady::time_point until) {
     check();
-    const auto left = until - Steady::now();
-    if (left > left.zero()) {
-        session().pump(std::chrono::ceil<std::chrono::milliseconds>(left));
+    const Steady::time_point begun = Steady::now();
+    if (until > begun) {
+        session().pump(std::chrono::ceil<std::chrono::milliseconds>(until - begun));
+        _times.waits += std::chrono::duration<double>(Steady::now() - begun).count();
         check();
     }
 }
@@ -390,13 +523,13 @@ Judgement RunSet::judge(const EventCondition& condition, const std::string& text
     const Steady::time_point until = Steady::now() + condition.within;
     bool isWhole = false;
     // What has made the event may have made the chip refuse something.
-    _isBehind = true;
-    return _events.judge(condition, text, variables, [&] {
+    _lanes[lane()].isBehind = true;
+    return events().judge(condition, text, variables, [&] {
         if (isWhole) {
             return false;
         }
         isWhole = Steady::now() >= until;
-        isWhole ? askForCalls() : pumpUntil(until);
+        isWhole ? askForCalls() : waitUntil(until);
         return true;
     });
 }
@@ -419,16 +552,20 @@ std::uint64_t RunSet::flushCalls() {
 }
 
 void RunSet::beginLine(bool expectsCalls) {
+    if (_sideBySide) {
+        // Whoever waits may have got what it waits for.
+        waitUntil(Steady::now());
+    }
     check();
     _keepsCalls = expectsCalls;
     if (expectsCalls) {
         _calls.beginLine(flushCalls());
     }
-    _isBehind = false;
+    _lanes[lane()].isBehind = false;
 }
 
 void RunSet::catchUp() {
-    if (_isBehind) {
+    if (_lanes[lane()].isBehind) {
         askForCalls();
     }
 }
@@ -437,7 +574,7 @@ void RunSet::askForCalls() {
     if (_keepsCalls) {
         flushCalls();
     }
-    _isBehind = false;
+    _lanes[lane()].isBehind = false;
     try {
         Field params = {{"after", _calls.lastRefusal()}};
         const Field answer = guarded([&] { return session().request("refusals", params); });

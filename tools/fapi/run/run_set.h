@@ -5,15 +5,21 @@
 
 #include <chrono>
 #include <cstdint>
+#include <exception>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "base/interrupts.h"
 #include "base/picture.h"
+#include "operator/question.h"
 #include "plan/calls.h"
 #include "plan/event.h"
+#include "program/program_run.h"
+#include "record/result.h"
 #include "run/armed_faults.h"
+#include "run/side_by_side.h"
 #include "run/step_log.h"
 #include "target/command.h"
 
@@ -24,8 +30,25 @@ struct WorkerEnded {
     std::string how;  // "the process died of SIGSEGV (Segmentation fault)"
 };
 
+// Thrown when something has reached its limit of time.
+struct TimedOut {
+    std::string what;          // "did not end within 5s, the limit of the step"
+    bool endedWorker = false;  // a call was ended, and with it what the set has in memory
+};
+
+// Thrown when what has reached its limit cannot be ended: the set is of no use before its power was switched.
+struct SetStuck {
+    std::string how;
+};
+
 // Thrown when the user has interrupted the run.
 struct RunInterrupted {};
+
+// When a step, or a line of it, has to have ended.
+struct TimeLimit {
+    std::chrono::steady_clock::time_point at = std::chrono::steady_clock::time_point::max();
+    std::string what;  // "5s, the limit of the step"
+};
 
 // Thrown when another client has taken the set, which is not the run's any more.
 struct SetTaken {
@@ -71,12 +94,33 @@ public:
     // Throws what has come meanwhile; RequestError when hub or agent are gone.
     void check();
 
+    // Of the step that runs, until another one is set.
+    void setLimit(TimeLimit limit) { _lanes[lane()].limit = std::move(limit); }
+    const TimeLimit& limit() const { return _lanes[lane()].limit; }
+
+    // Carries out parts side by side, each with events, log and limit of its own. Calls of one part let another go on
+    // when they wait. Throws what a part has thrown.
+    void runAlongside(std::size_t count, const std::function<void(std::size_t part)>& part);
+    // The part that runs; 0 when nothing runs side by side.
+    std::size_t lane() const { return _sideBySide != nullptr ? _sideBySide->current() : 0; }
+    // From now on every part throws this when it next waits or begins a line.
+    void endParts(std::exception_ptr why) { _whyEnded = std::move(why); }
+    // Where the time has gone since the set was made.
+    const RunTimes& times() const { return _times; }
+
     // Runs the command. Nothing when it has switched the set off and on, which it then was to do. Throws WorkerEnded,
-    // and RequestError for the rest.
-    std::optional<CallAnswer> run(const Command& command);
+    // TimedOut and SetStuck, and RequestError for the rest.
+    // `limit` is for this command alone.
+    std::optional<CallAnswer> run(const Command& command, const TimeLimit& limit = {});
     // Method `method` of the agent. Throws as run() does.
     Field ask(const std::string& method, const Field& params);
     Picture takePicture(const std::string& what);
+    // Asks a person. Throws as rest() does, and RequestError `stationFailed` without an answer.
+    GivenAnswer ask(const Question& question);
+    // Runs a program of this PC to its end. Throws as rest() does, and RequestError `stationFailed`.
+    ProgramResult runProgram(const ProgramCall& call);
+    // The agent's clock, by which events come.
+    std::chrono::steady_clock::time_point agentNow() const { return std::chrono::steady_clock::now() + _agentClock; }
     // Waits so long. Throws WorkerEnded and RunInterrupted.
     void rest(std::chrono::milliseconds time);
 
@@ -90,12 +134,22 @@ public:
     // Why what has come since the last call of this may not be all; empty: nothing is missing.
     std::string takeWireDamage();
 
-    EventQueue& events() { return _events; }
+    EventQueue& events() { return _lanes[lane()].events; }
     CallWatch& calls() { return _calls; }
     ArmedFaults& faults() { return _faults; }
-    StepLog& log() { return _log; }
+    StepLog& log() { return _lanes[lane()].log; }
 
 private:
+    // What each part has of its own.
+    struct Lane {
+        EventQueue events;
+        StepLog log;
+        TimeLimit limit;
+        std::string wireDamage;  // what the wire may have lost; empty: nothing
+        bool isTeardown = false;
+        bool isBehind = false;  // calls and refusals may have come since the last answer
+    };
+
     template <class Request>
     auto guarded(Request&& request) -> decltype(request());
     Target& join();
@@ -105,11 +159,15 @@ private:
     void takeEnd(const Field& params);
     void takeWire(const Field& params);
     void takeClaim(const Field& params);
+    bool isTeardown() const;
     void takeSignals();
+    void takeLimit();
+    void armLimit();
     void endRequest();
     std::uint64_t flushCalls();
     void askForCalls();
     void checkEnds();
+    void waitUntil(std::chrono::steady_clock::time_point until);
     void pumpUntil(std::chrono::steady_clock::time_point until);
     std::optional<CallAnswer> runEnding(const Command& command);
 
@@ -117,21 +175,26 @@ private:
     Interrupts& _interrupts;
     const std::function<void()> _refresh;
     Descriptor _timer;
-    EventQueue _events;
+    Descriptor _limitTimer;
+    std::vector<Lane> _lanes{1};
+    std::unique_ptr<SideBySide> _sideBySide;  // null unless parts run side by side
+    std::exception_ptr _whyEnded;             // they have to end; null: they need not
+    RunTimes _times;
     CallWatch _calls;
     ArmedFaults _faults;
-    StepLog _log;
     std::string _boots;
     Field _hello;
     std::chrono::steady_clock::duration _agentClock{0};  // how far it is ahead of this PC's
     bool _showsLog = false;
     bool _keepsCalls = false;  // the line expects calls
-    bool _isBehind = false;    // calls and refusals may have come since the last answer
-    bool _isTeardown = false;
     bool _isInterrupted = false;
+    bool _isRequesting = false;  // a request is waited for
+    bool _isTimedOut = false;    // the request that is waited for has been ended for that
+    TimeLimit _callLimit;        // of the command that runs
+    TimeLimit _armed;            // what the timer waits for
+    bool _isStuck = false;
     std::optional<WorkerEnded> _ended;
-    std::string _lost;        // why there is no agent any more, or another one
-    std::string _wireDamage;  // what the wire may have lost; empty: nothing
+    std::string _lost;  // why there is no agent any more, or another one
 };
 
 }  // namespace tool

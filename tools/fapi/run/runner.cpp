@@ -3,15 +3,10 @@
 #include "run/runner.h"
 
 #include <algorithm>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-
-#include <unistd.h>
 
 #include "base/terminal.h"
-#include "plan/files.h"
-#include "protocol/sha256.h"
+#include "hub/client.h"
+#include "operator/operator.h"
 #include "record/old_history.h"
 #include "record/retention.h"
 #include "record/run_recording.h"
@@ -19,7 +14,9 @@
 #include "report/report.h"
 #include "report/verdict_banner.h"
 #include "run/approval.h"
+#include "run/dry_run.h"
 #include "run/parameter_rows.h"
+#include "run/plan_files.h"
 #include "run/progress.h"
 #include "run/run.h"
 #include "target/bound_actions.h"
@@ -30,186 +27,6 @@
 namespace tool {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-// "FILE:LINE:COLUMN: what is wrong" on standard error, as far as that is known; an object for programs, too.
-void complain(bool json, const std::string& file, const std::string& text, unsigned int line = 0,
-              std::size_t column = 0, bool warning = false) {
-    Json told = {{"file", file}, {warning ? "warning" : "problem", text}};
-    std::string place = file;
-    if (line != 0) {
-        told["line"] = line;
-        place += ':' + std::to_string(line);
-    }
-    if (column != 0) {
-        told["column"] = column;
-        place += ':' + std::to_string(column);
-    }
-    std::fprintf(stderr, "%s: %s%s\n", printable(place).c_str(), warning ? "warning: " : "", printable(text).c_str());
-    if (json) {
-        printLine(jsonLine(told));
-    }
-}
-
-// False, and a message, when it cannot be read.
-bool readText(bool json, const std::string& file, std::string& text) {
-    std::error_code error;
-    std::ifstream stream;
-    if (fs::is_regular_file(file, error)) {
-        stream.open(file, std::ios::binary);
-    }
-    if (!stream.is_open()) {
-        complain(json, file, "cannot be read");
-        return false;
-    }
-    text.assign(std::istreambuf_iterator<char>(stream), {});
-    return true;
-}
-
-// Tells a changed file from the one it was.
-std::string hashOf(const std::string& text) {
-    Sha256 sum;
-    sum.add(text.data(), text.size());
-    return sum.sum();
-}
-
-// All plans, or none when one of them has a problem; those are printed.
-bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Plan>& plans) {
-    bool good = true;
-    for (const std::string& word : files) {
-        const std::optional<std::string> found = planFile(word);
-        if (!found) {
-            complain(json, word, unknownPlan(word));
-            good = false;
-            continue;
-        }
-        const std::string& file = *found;
-        std::string text;
-        if (!readText(json, file, text)) {
-            good = false;
-            continue;
-        }
-        std::vector<Problem> problems;
-        plans.push_back(parsePlan(text, problems, file));
-        plans.back().hash = hashOf(text);
-        for (const Problem& problem : problems) {
-            complain(json, file, problem.text, problem.line, problem.column);
-        }
-        for (const Problem& warning : plans.back().warnings) {
-            complain(json, file, warning.text, warning.line, warning.column, true);
-        }
-        good = good && problems.empty();
-    }
-    return good;
-}
-
-bool hasStep(const Plan& plan, const std::string& name) {
-    return std::any_of(plan.steps.begin(), plan.steps.end(), [&](const Step& step) { return step.name == name; });
-}
-
-// Gives each plan the faults that it can meet. False, and the problems are told, when there are some; steps
-// are looked for when there are plans.
-bool readFaults(bool json, const std::string& file, std::vector<Plan>& plans) {
-    std::string text;
-    if (file.empty()) {
-        return true;
-    }
-    if (!readText(json, file, text)) {
-        return false;
-    }
-    std::vector<Problem> problems;
-    for (const PlanFault& fault : parseFaults(text, problems)) {
-        bool known = plans.empty() || fault.step.empty();
-        for (Plan& plan : plans) {
-            if (fault.step.empty() || hasStep(plan, fault.step)) {
-                plan.faults.push_back(fault);
-                known = true;
-            }
-        }
-        if (!known) {
-            problems.push_back({fault.line, fault.stepColumn, "no plan has a step " + display(fault.step, 60)});
-        }
-    }
-    std::stable_sort(problems.begin(), problems.end(),
-                     [](const Problem& left, const Problem& right) { return left.line < right.line; });
-    for (const Problem& problem : problems) {
-        complain(json, file, problem.text, problem.line, problem.column);
-    }
-    for (Plan& plan : plans) {
-        plan.faultsHash = hashOf(text);
-    }
-    return problems.empty();
-}
-
-bool readPlansAndFaults(bool json, const std::vector<std::string>& files, const std::string& faults,
-                        std::vector<Plan>& plans) {
-    if (readPlans(json, files, plans)) {
-        return readFaults(json, faults, plans);
-    }
-    // The steps of a plan with problems are not known.
-    std::vector<Plan> none;
-    static_cast<void>(readFaults(json, faults, none));
-    return false;
-}
-
-Json toJson(const Plan& plan) {
-    Json json = {{"file", plan.file}, {"plan", plan.name}, {"unit", plan.unit}};
-    json["parameters"] = Json::array();
-    for (const PlanParameter& parameter : plan.parameters) {
-        json["parameters"].push_back({{"name", parameter.name},
-                                      {"what", parameter.what},
-                                      {"matches", parameter.pattern},
-                                      {"default", parameter.fallback ? Json(*parameter.fallback) : Json(nullptr)}});
-    }
-    json["faults"] = Json::array();
-    for (const PlanFault& fault : plan.faults) {
-        json["faults"].push_back(fault.text());
-    }
-    json["steps"] = Json::array();
-    for (const Step& step : plan.steps) {
-        Json told = {{"step", step.name}, {"teardown", step.teardown}, {"retry", step.retry}};
-        told["lines"] = Json::array();
-        for (const PlanLine& line : step.lines) {
-            told["lines"].push_back(line.text());
-            for (const Expectation& expectation : line.expectations) {
-                told["lines"].push_back(expectation.text);
-            }
-        }
-        json["steps"].push_back(std::move(told));
-    }
-    return json;
-}
-
-void printDryRun(const Plan& plan, bool json) {
-    if (json) {
-        printLine(jsonLine(toJson(plan)));
-        return;
-    }
-    printLine(printable(plan.name));
-    for (const PlanParameter& parameter : plan.parameters) {
-        printLine("  parameter: " + parameter.name +
-                  (parameter.fallback ? " = " + printable(*parameter.fallback) : "") + ": " +
-                  printable(parameter.what));
-    }
-    for (const PlanFault& fault : plan.faults) {
-        printLine("  fault: " + printable(fault.text()));
-    }
-    for (const Step& step : plan.steps) {
-        std::string line = "  " + std::string(step.teardown ? "teardown: " : "") + printable(step.name);
-        if (step.retry != 0) {
-            line += " (up to " + std::to_string(step.retry + 1) + " attempts, " + std::to_string(step.every.count()) +
-                    " ms apart)";
-        }
-        printLine(line);
-        for (const PlanLine& planLine : step.lines) {
-            printLine("    " + printable(planLine.text()));
-            for (const Expectation& expectation : planLine.expectations) {
-                printLine("        " + printable(expectation.text));
-            }
-        }
-    }
-}
 
 // How many runs the store keeps when nobody says so.
 constexpr long long kKeptRuns = 100;
@@ -226,20 +43,23 @@ std::string approvalFor(const RunOptions& options, const Plan& plan, const Limit
 }
 
 int exitCode(const PlanResult& result, const Interrupts& interrupts) {
-    return interrupts.count() != 0                       ? kExitInterrupted
-           : result.count(Verdict::error) != 0           ? kExitSet
-           : result.isGood() || !result.waiver().empty() ? kExitGood
-                                                         : kExitFailed;
+    return interrupts.count() != 0                          ? kExitInterrupted
+           : !result.waiver().empty()                       ? kExitGood
+           : result.count(Verdict::error) != 0              ? kExitSet
+           : result.isGood() && result.unexpected().empty() ? kExitGood
+                                                            : kExitFailed;
 }
 
 // Runs of plans, in the order of the command line.
 class PlanRuns {
 public:
     // `rows` are the values of parameters, a run of each plan for each of them.
-    PlanRuns(const RunOptions& options, const std::vector<Plan>& plans, std::vector<ParameterValues> rows)
+    PlanRuns(const RunOptions& options, const std::vector<Plan>& plans, std::vector<ParameterValues> rows,
+             std::vector<ExpectedFailure> expected)
         : _options(options),
           _plans(plans),
           _rows(std::move(rows)),
+          _expected(std::move(expected)),
           _folder(options.report.empty() ? kReportFolder : options.report) {
         for (const Plan& plan : plans) {
             _statistics.emplace_back(plan);
@@ -331,9 +151,12 @@ private:
         input.parameters = completeValues(plan.parameters, given);
         input.limits = limitsFor(plan, input.parameters);
         input.waiver = approvalFor(_options, plan, input.limits);
+        input.programWithin = _options.programWithin;
+        input.instruments = _options.instruments;
         for (const std::string& step : _options.waived) {
             input.waivers.push_back({step, _options.reason});
         }
+        input.expected = _expected;
         return input;
     }
 
@@ -365,6 +188,7 @@ private:
         facts.unit = unitFor(plan, input.parameters);
         facts.limits = input.limits.hash;
         facts.waiver = input.waiver;
+        facts.person = theOperator().name();
         facts.station = _options.place.station;
         facts.stage = _options.place.stage;
         facts.bindings = _options.place.bindings;
@@ -376,7 +200,12 @@ private:
 
     int run(std::size_t index, const RunInput& input, const SessionOptions& session, std::optional<FreshSet>& fresh,
             ReportFiles* report, UnfinishedRun* unfinished) {
-        const Plan& plan = _plans[index];
+        // How many turns a loop over limits has may depend on parameters.
+        std::optional<Plan> filled;
+        if (hasLoopsOverLimits(_plans[index].parts)) {
+            fillLoops(filled.emplace(_plans[index]), input.limits);
+        }
+        const Plan& plan = filled ? *filled : _plans[index];
         Progress progress(plan, _options.json ? Progress::Shows::json : Progress::Shows::lines);
         std::optional<RunRecording> recording;
         PlanRun run(plan, input, session, _options.isShared, report != nullptr ? report->stem() : "", progress,
@@ -452,6 +281,7 @@ private:
     const RunOptions& _options;
     const std::vector<Plan>& _plans;
     const std::vector<ParameterValues> _rows;
+    const std::vector<ExpectedFailure> _expected;
     const std::string _folder;
     Interrupts _interrupts;
     std::optional<ResultsWriter> _writer;
@@ -459,38 +289,79 @@ private:
     Verdict _worst = Verdict::passed;
 };
 
-// A run that would wait for somebody who is not there is none.
-void refuseWithoutOperator(const std::vector<Plan>& plans) {
-    if (boundActions() == nullptr || isatty(STDIN_FILENO) != 0) {
-        return;
+// What a line asks a person; nothing when it asks nobody.
+std::optional<Question> questionIn(const PlanLine& line) {
+    if (!line.skipped.empty()) {
+        return std::nullopt;
     }
+    if (line.kind == LineKind::prompt) {
+        const Question question = questionOf(parsePrompt(line.words));
+        return question.needsAnswer ? std::optional(question) : std::nullopt;
+    }
+    const bool isAction = line.kind == LineKind::command && line.words.size() > 1 && line.words[0] == "set";
+    if (!isAction || boundActions() == nullptr || findBoundAction(line.words[1]) == nullptr ||
+        !boundActions()->asksOperator(line.words[1])) {
+        return std::nullopt;
+    }
+    Question question;
+    question.kind = PromptKind::show;
+    question.text = question.name = line.words[1];
+    return question;
+}
+
+template <class Use>
+void forEachLine(const std::vector<Plan>& plans, Use&& use) {
     for (const Plan& plan : plans) {
         for (const Step& step : plan.steps) {
             for (const PlanLine& line : step.lines) {
-                const bool isAction = line.kind == LineKind::command && line.words.size() > 1 && line.words[0] == "set";
-                if (isAction && findBoundAction(line.words[1]) != nullptr &&
-                    boundActions()->asksOperator(line.words[1])) {
-                    throw UsageError(plan.file + ":" + std::to_string(line.line) + ": set " + line.words[1] +
-                                     " is asked of the operator, and there is no terminal");
-                }
+                use(plan, line);
             }
         }
     }
 }
 
+// A run that would wait for somebody who is not there is none. Returns whether a person is asked at all.
+bool refuseWithoutOperator(const std::vector<Plan>& plans, const SessionOptions& session) {
+    std::optional<bool> isFollowed;
+    bool asks = false;
+    forEachLine(plans, [&](const Plan& plan, const PlanLine& line) {
+        const std::optional<Question> question = questionIn(line);
+        const std::string missing = question ? theOperator().missing(*question) : "";
+        asks = asks || question.has_value();
+        if (missing.empty()) {
+            return;
+        }
+        isFollowed = isFollowed ? *isFollowed : isWatchedByOthers(session, kPromptWatch);
+        if (!*isFollowed) {
+            throw UsageError(plan.file + ":" + std::to_string(line.line) + ": " +
+                             (line.kind == LineKind::prompt ? line.text() : "set " + line.words[1]) +
+                             " is asked of the operator, and " + missing);
+        }
+    });
+    return asks;
+}
+
+void requireInstruments(const std::vector<Plan>& plans, const RunOptions& options) {
+    std::vector<std::string> names;
+    for (const StationInstrument& instrument : options.instruments) {
+        names.push_back(instrument.name);
+    }
+    forEachLine(plans, [&](const Plan& plan, const PlanLine& line) {
+        for (std::size_t i = 1; line.kind == LineKind::instruments && i < line.words.size(); ++i) {
+            if (std::count(names.begin(), names.end(), line.words[i]) == 0) {
+                const std::string near = nearest(line.words[i], names);
+                throw UsageError(plan.file + ":" + std::to_string(line.line) + ": the station has no instrument " +
+                                 line.words[i] + (near.empty() ? "" : ", did you mean " + near + "?"));
+            }
+        }
+    });
+}
+
 // Throws UsageError for a step that no plan has.
 void checkWaivers(const std::vector<Plan>& plans, const RunOptions& options) {
-    std::vector<std::string> names;
-    for (const Plan& plan : plans) {
-        for (const Step& step : plan.steps) {
-            names.push_back(step.name);
-        }
-    }
     for (const std::string& step : options.waived) {
-        if (std::count(names.begin(), names.end(), step) == 0) {
-            const std::string near = nearest(step, names);
-            throw UsageError("--waive: no plan has a step " + display(step, 60) +
-                             (near.empty() ? "" : ", did you mean " + display(near, 60) + "?"));
+        if (std::none_of(plans.begin(), plans.end(), [&](const Plan& plan) { return plan.hasStep(step); })) {
+            throw UsageError("--waive: " + noStep(plans, step));
         }
     }
     const bool needsReason = !options.waived.empty() || options.isUnapproved;
@@ -547,14 +418,32 @@ int checkPlans(const std::vector<std::string>& files, const std::string& faults,
     return kExitGood;
 }
 
+std::optional<PreparedRuns> prepareRuns(const RunOptions& options) {
+    PreparedRuns prepared;
+    if (!readPlansAndFaults(options.json, options.files, options.faults, prepared.plans)) {
+        return std::nullopt;
+    }
+    if (options.dryRun) {
+        return prepared;
+    }
+    if (options.resume && prepared.plans.size() != 1) {
+        throw UsageError("--resume takes one plan");
+    }
+    prepared.asksPerson = refuseWithoutOperator(prepared.plans, options.session);
+    requireInstruments(prepared.plans, options);
+    checkWaivers(prepared.plans, options);
+    prepared.rows = valuesOfRuns(prepared.plans, options);
+    return prepared;
+}
+
 int runPlans(const RunOptions& options) {
     const std::size_t times = repeatTimes(options);
-    std::vector<Plan> plans;
-    if (!readPlansAndFaults(options.json, options.files, options.faults, plans)) {
+    std::optional<PreparedRuns> prepared = prepareRuns(options);
+    if (!prepared) {
         return kExitUsage;
     }
     if (options.dryRun) {
-        for (const Plan& plan : plans) {
+        for (const Plan& plan : prepared->plans) {
             printDryRun(plan, options.json);
         }
         return kExitGood;
@@ -562,12 +451,11 @@ int runPlans(const RunOptions& options) {
     if (options.fresh && options.session.wire) {
         throw UsageError("--fresh makes a virtual set, and " + setFolder(options.session) + " is reached by a wire");
     }
-    if (options.resume && plans.size() != 1) {
-        throw UsageError("--resume takes one plan");
+    std::vector<ExpectedFailure> expected;
+    if (!readExpected(options.json, options.expected, prepared->plans, expected)) {
+        return kExitUsage;
     }
-    refuseWithoutOperator(plans);
-    checkWaivers(plans, options);
-    PlanRuns runs(options, plans, valuesOfRuns(plans, options));
+    PlanRuns runs(options, prepared->plans, std::move(prepared->rows), std::move(expected));
     return options.resume ? runs.resume() : runs.repeat(times);
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "plan/plan.h"
 #include "station/station.h"
 #include "target/session.h"
 
@@ -29,6 +30,7 @@ struct RunOptions {
     bool resume = false;
     bool isShared = false;  // other programs may act on the set, too
     std::string faults;     // file of faults; empty: none
+    std::string expected;   // file of failures that a known-bad unit shows; empty: none
     std::string repeat;     // how often, or "forever"; empty: once
     bool untilFailure = false;
     std::optional<std::size_t> keep;      // runs in the history; nothing: as many as the station keeps
@@ -38,7 +40,19 @@ struct RunOptions {
     bool isUnapproved = false;            // what the station does not approve is run, too
     std::string reason;                   // why
     RunPlace place;
+    std::chrono::milliseconds programWithin{30000};  // a program of a plan, unless its line says otherwise
+    std::vector<StationInstrument> instruments;      // that plans may use
 };
+
+// Plans that can run, and the values of their parameters in each run.
+struct PreparedRuns {
+    std::vector<Plan> plans;
+    std::vector<ParameterValues> rows;
+    bool asksPerson = false;
+};
+// Checks all that can be checked before anything is called. Nothing, with the problems told, when plans have some.
+// Throws UsageError.
+std::optional<PreparedRuns> prepareRuns(const RunOptions& options);
 
 // `fapi run` and `fapi check`. Both return an exit code; problems go to standard error, and for programs as objects to
 // standard output, too.

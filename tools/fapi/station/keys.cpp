@@ -59,6 +59,14 @@ std::optional<long long> countUpTo(const IniEntry& entry, long long most) {
     return number;
 }
 
+KnownBad knownBad(const IniEntry& entry) {
+    if (entry.words.size() != 3) {
+        throw UsageError(entry.key + ": expected a target, a plan and the file of what must fail",
+                         std::min<std::size_t>(entry.words.size(), 3));
+    }
+    return {entry.words[0], entry.words[1], entry.words[2], entry.line};
+}
+
 constexpr std::chrono::seconds kTenMinutes{600};
 constexpr std::size_t kHashDigits = 64;
 constexpr long long kMostRuns = 1000000;
@@ -73,6 +81,7 @@ const std::vector<SectionKind>& sectionKinds() {
         {"target", true, "A set, as `--target NAME` means it."},
         {"fixture", true,
          "A program that carries out actions and speaks the agent's protocol on its standard streams."},
+        {"instrument", true, "An instrument that the slots of a station share: one run uses it at a time."},
         {"actions", false,
          "Who carries out the actions that a set's agent does not have. The keys are names of actions.\n"
          "\n"
@@ -84,9 +93,8 @@ const std::vector<SectionKind>& sectionKinds() {
          "arguments, each of which stays one word; one that begins with a dash is refused. Exit code 0 is a success, 1 "
          "a "
          "failure of the set, all else an error of the station. Lines `NAME=VALUE` that it prints are outputs |\n"
-         "| `NAME = operator [TEXT]` | the operator, by a line on the terminal that Enter answers; `{1}` is an "
-         "argument. "
-         "Without a terminal a run is refused before it begins |"},
+         "| `NAME = operator [TEXT]` | the operator, by a question that Enter answers; `{1}` is an argument. "
+         "Where nobody could answer a run is refused before it begins |"},
         {"plans", false,
          "The files that may decide about units here: plans, their limits, files of faults. A line is `FILE = "
          "SHA256...`: a file's name without its folder, and its SHA-256, or those of several versions. With this "
@@ -110,6 +118,10 @@ const std::vector<StationKey>& stationKeys() {
         {"station", "operator-within", "time", "180s", "600s",
          "How long the operator may take. Without an answer the step's verdict is an error.",
          [](const KeyPlace& at) { at.station.personWithin = timeUpTo(at.entry, kTenMinutes); }},
+        {"station", "known-bad", "three words", "", "",
+         "A target that must fail, the plan that finds that, and the file of what must fail (`fapi run --expected`). "
+         "`fapi station check` runs it.",
+         [](const KeyPlace& at) { at.station.knownBad = knownBad(at.entry); }},
         {"target", "wire", "program", "", "", "Its standard streams are the wire to the set's agent.",
          [](const KeyPlace& at) { at.target().wire = command(at.entry); }},
         {"target", "set", "folder", "", "", "The folder of a virtual set, in place of a wire.",
@@ -143,6 +155,9 @@ const std::vector<StationKey>& stationKeys() {
          [](const KeyPlace& at) { at.fixture().command = command(at.entry); }},
         {"fixture", "within", "time", "30s", "600s", "How long it may take to answer. It is ended then.",
          [](const KeyPlace& at) { at.fixture().within = timeUpTo(at.entry, kTenMinutes); }},
+        {"instrument", "within", "time", "60s", "600s",
+         "How long a step waits for it (`use NAME` in plans). Then the step's verdict is an error.",
+         [](const KeyPlace& at) { at.instrument().within = timeUpTo(at.entry, kTenMinutes); }},
     };
     return keys;
 }

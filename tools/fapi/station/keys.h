@@ -10,12 +10,13 @@
 
 namespace tool {
 
-// What an entry is about: the last of the station's targets or fixtures, or the station itself.
+// What an entry is about: the last of the station's targets, fixtures or instruments, or the station itself.
 struct KeyPlace {
     Station& station;
     const IniEntry& entry;
     StationTarget& target() const { return station.targets.back(); }
     StationFixture& fixture() const { return station.fixtures.back(); }
+    StationInstrument& instrument() const { return station.instruments.back(); }
 };
 
 struct StationKey {

@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 
 #include "protocol/description.h"
-#include "target/session.h"
 
 namespace tool {
 
@@ -57,38 +56,8 @@ void waitFor(AgentWire& program, std::vector<Line>& lines, Clock::time_point unt
     if (program.waiting() != 0) {
         next = std::min(*next, Clock::now() + kUntilWritten);
     }
-    if (isSessionOpen()) {
-        for (const pollfd& entry : waited) {
-            if (entry.fd >= 0 && entry.events == POLLIN) {
-                session().watch(entry.fd, [] {});
-            }
-        }
-        session().pump(std::chrono::milliseconds(waitTime(next)));
-        for (const pollfd& entry : waited) {
-            session().unwatch(entry.fd);
-        }
-        next = Clock::now();
-    }
-    poll(waited.data(), waited.size(), waitTime(next));
+    waitBesidesSet(waited, next);
     program.move(waited, lines);
-}
-
-bool waitForInput(int descriptor, Clock::time_point until, const CheckWaiting& check) {
-    for (;;) {
-        pollfd input = {descriptor, POLLIN, 0};
-        if (poll(&input, 1, isSessionOpen() ? 0 : waitTime(until)) > 0) {
-            return true;
-        }
-        check();
-        if (Clock::now() >= until) {
-            return false;
-        }
-        if (isSessionOpen()) {
-            session().watch(descriptor, [] {});
-            session().pump(std::chrono::milliseconds(waitTime(until)));
-            session().unwatch(descriptor);
-        }
-    }
 }
 
 CallAnswer runProgram(const Words& command, std::chrono::milliseconds within, const CheckWaiting& check) {

@@ -5,7 +5,6 @@
 #define FAPI_BENCH_STATION_PROGRAMS_H
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,16 +12,12 @@
 #include "hub/agent_wire.h"
 #include "station/station.h"
 #include "target/call_answer.h"
+#include "target/waiting.h"
 
 namespace tool {
 
-// Throws what has ended the waiting; called each time something may have come.
-using CheckWaiting = std::function<void()>;
-
 // Waits until something has come from the program, and moves it.
 void waitFor(AgentWire& program, std::vector<Line>& lines, Clock::time_point until);
-// Waits until the descriptor is readable. False when it is not in that time.
-bool waitForInput(int descriptor, Clock::time_point until, const CheckWaiting& check);
 
 // Runs the program to its end. Lines of its standard output "NAME=VALUE" are outputs; exit code 0 is a success, 1 a
 // failure of the set, with the last line of the standard error as its output "error". Throws RequestError

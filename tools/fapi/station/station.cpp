@@ -106,7 +106,10 @@ private:
                                       (kind->isNamed ? " NAME]" : "]"));
             return false;
         }
+        const auto isNamed = [&](const StationInstrument& known) { return known.name == section.name; };
         const bool isTwice = (section.kind == "target" && _station.target(section.name) != nullptr) ||
+                             (section.kind == "instrument" &&
+                              std::any_of(_station.instruments.begin(), _station.instruments.end(), isNamed)) ||
                              (section.kind == "fixture" && _station.fixture(section.name) != nullptr);
         if (isTwice) {
             problem(section.line, "there is a " + section.kind + " " + section.name + " already");
@@ -120,6 +123,14 @@ private:
             _station.fixtures.emplace_back();
             _station.fixtures.back().name = section.name;
             _station.fixtures.back().line = section.line;
+        } else if (section.kind == "instrument") {
+            if (section.name.find('/') != std::string::npos) {
+                problem(section.line, "instrument " + section.name + ": expected a name without a slash");
+                return false;
+            }
+            _station.instruments.emplace_back();
+            _station.instruments.back().name = section.name;
+            _station.instruments.back().line = section.line;
         }
         _station.approvesPlans = _station.approvesPlans || section.kind == kPlans;
         return true;

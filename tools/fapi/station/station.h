@@ -35,6 +35,19 @@ struct StationFixture {
     std::chrono::milliseconds within{30000};  // an action
 };
 
+// An instrument that several slots use in turn.
+struct StationInstrument {
+    std::string name;
+    unsigned int line = 0;
+    std::chrono::milliseconds within{60000};  // that a run waits for it
+};
+
+// A set that is known to fail, and where.
+struct KnownBad {
+    std::string target, plan, expected;  // `expected`: the file of steps that must fail; an empty plan: there is none
+    unsigned int line = 0;
+};
+
 // Who carries out an action.
 struct Binding {
     enum class Kind { fixture, program, person };
@@ -71,6 +84,8 @@ struct Station {
     bool approvesPlans = false;  // what is not among these needs somebody's word
     std::vector<ApprovedFile> approved;
     KeptRuns kept;
+    std::vector<StationInstrument> instruments;
+    KnownBad knownBad;
 
     const StationTarget* target(std::string_view wanted) const;
     const StationFixture* fixture(std::string_view wanted) const;

@@ -3,15 +3,12 @@
 #include "station/station_actions.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <map>
 
-#include <unistd.h>
-
-#include "base/terminal.h"
+#include "operator/operator.h"
 #include "protocol/characters.h"
 #include "station/programs.h"
+#include "target/session.h"
 #include "target/target.h"
 
 namespace tool {
@@ -180,24 +177,19 @@ private:
         return hasDefault ? *action.arguments[place].byDefault : "";
     }
 
-    CallAnswer askOperator(const Binding& binding, const Action& action, const Words& words,
-                           const CheckWaiting& check) const {
-        if (isatty(STDIN_FILENO) == 0) {
+    static CallAnswer askOperator(const Binding& binding, const Action& action, const Words& words,
+                                  const CheckWaiting& check) {
+        Question question;
+        question.kind = PromptKind::show;
+        question.text = textOf(binding, action, words);
+        question.name = action.name;
+        if (const std::string missing = theOperator().missing(question); !missing.empty() && !isSessionOpen()) {
             throw RequestError(ErrorCode::stationFailed,
-                               "set " + action.name + " is asked of the operator: there is none");
+                               "set " + action.name + " is asked of the operator, and " + missing);
         }
         CallAnswer answer;
         answer.begun = Clock::now();
-        std::fprintf(stderr, "\n%s [Enter] ", printable(textOf(binding, action, words)).c_str());
-        if (!waitForInput(STDIN_FILENO, Clock::now() + _station.personWithin, check)) {
-            throw RequestError(ErrorCode::stationFailed, "set " + action.name +
-                                                             ": the operator has not answered within " +
-                                                             std::to_string(_station.personWithin.count()) + " ms");
-        }
-        std::array<char, 256> line = {};
-        if (read(STDIN_FILENO, line.data(), line.size()) <= 0) {
-            throw RequestError(ErrorCode::stationFailed, "set " + action.name + ": the terminal is gone");
-        }
+        theOperator().ask(question, check);
         answer.outcome.good = true;
         answer.ended = Clock::now();
         return answer;

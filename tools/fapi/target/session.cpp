@@ -2,6 +2,7 @@
 // The set that this program works with, through its hub.
 #include "target/session.h"
 
+#include <algorithm>
 #include <memory>
 #include <tuple>
 
@@ -162,6 +163,21 @@ bool joinRunning(const SessionOptions& options) {
     // A hub that was started to check the words has no other client.
     g_isOpen = session().clients().size() > 1;
     return g_isOpen;
+}
+
+bool isWatchedByOthers(const SessionOptions& options, const std::string& kind) {
+    TargetOptions running = targetOptions(options);
+    running.mayStart = false;
+    try {
+        const std::unique_ptr<Target> target = Target::join(running);
+        const std::vector<Target::Client> clients = target->clients();
+        return std::any_of(clients.begin(), clients.end(), [&](const Target::Client& client) {
+            return client.id != target->hello()["client"].numberOr(0) &&
+                   std::count(client.watches.begin(), client.watches.end(), kind) != 0;
+        });
+    } catch (const RequestError&) {
+        return false;
+    }
 }
 
 Target& session() {

@@ -45,6 +45,8 @@ Field::List damageOf(Target& target);
 void tellDamage(const Field::List& damage);
 // Joins a set that another client uses, and leaves what that one has set as it is. False: there is none.
 bool joinRunning(const SessionOptions& options);
+// Whether another client of the set's hub, if one runs, watches that.
+bool isWatchedByOthers(const SessionOptions& options, const std::string& kind);
 // The open one.
 Target& session();
 bool isSessionOpen();

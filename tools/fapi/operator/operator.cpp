@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+// The person at this station.
+#include "operator/operator.h"
+
+#include <cstdlib>
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include "hub/agent_wire.h"
+#include "target/picture_source.h"
+#include "target/session.h"
+
+namespace tool {
+
+namespace {
+
+std::unique_ptr<Operator> g_operator;
+int g_shownQuestions = 0;
+
+std::string nameOfUser() {
+    const char* named = std::getenv("FAPI_OPERATOR");
+    if (named != nullptr && *named != '\0') {
+        return named;
+    }
+    const passwd* entry = getpwuid(geteuid());
+    return entry != nullptr ? entry->pw_name : std::to_string(geteuid());
+}
+
+class ShownMark {
+public:
+    ShownMark() { ++g_shownQuestions; }
+    ~ShownMark() { --g_shownQuestions; }
+    ShownMark(const ShownMark&) = delete;
+    ShownMark& operator=(const ShownMark&) = delete;
+};
+
+// The question without its picture is better than none.
+std::optional<Picture> pictureOf(const Question& question) {
+    if (question.picture.empty() || !isSessionOpen()) {
+        return std::nullopt;
+    }
+    try {
+        return takePicture(question.picture);
+    } catch (const RequestError& error) {
+        if (error.code() != ErrorCode::unavailable && error.code() != ErrorCode::notSupported) {
+            throw;
+        }
+        return std::nullopt;
+    }
+}
+
+double secondsFrom(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+}  // namespace
+
+Operator::Operator(OperatorOptions options) : _options(std::move(options)) {
+    if (_options.name.empty()) {
+        _options.name = nameOfUser();
+    }
+    _options.isBehindHub = _options.isBehindHub || std::getenv(kSlotVariable) != nullptr;
+    if (!_options.answers.empty()) {
+        _file.emplace(_options.answers);
+    }
+}
+
+std::string Operator::missing(const Question& question) const {
+    if (TerminalQuestion::isThere() || _options.isBehindHub || (_file && _file->hasAnswer(question))) {
+        return "";
+    }
+    return _file ? _file->file() + " has no answer" : "there is no terminal";
+}
+
+GivenAnswer Operator::answerOf(const Question& question, std::string text, std::string who, std::string where) const {
+    GivenAnswer answer;
+    answer.question = question.text;
+    answer.kind = question.kind;
+    answer.text = std::move(text);
+    answer.who = who.empty() ? _options.name : std::move(who);
+    answer.where = std::move(where);
+    return answer;
+}
+
+std::optional<GivenAnswer> Operator::answerFromFile(const Question& question) {
+    std::string problem;
+    for (bool isAgain = false; _file && _file->hasAnswer(question); isAgain = true) {
+        const std::optional<std::string> given = _file->next(question, isAgain);
+        if (!given) {
+            throw RequestError(ErrorCode::stationFailed, _file->file() + " has no answer that counts: " + problem);
+        }
+        const ReadAnswer read = readAnswer(question, *given);
+        if (read.problem.empty()) {
+            return answerOf(question, read.text, "", _file->file());
+        }
+        problem = read.problem;
+    }
+    return std::nullopt;
+}
+
+// What has been typed, and what clients have answered.
+std::optional<GivenAnswer> Operator::lookAround(const Question& question, TerminalQuestion* terminal,
+                                                HubQuestion& hub) {
+    pollfd typed = {terminal != nullptr ? terminal->descriptor() : -1, POLLIN, 0};
+    if (typed.fd >= 0 && poll(&typed, 1, 0) == 1) {
+        if (const std::optional<std::string> line = terminal->read()) {
+            const ReadAnswer read = readAnswer(question, *line);
+            if (read.problem.empty()) {
+                GivenAnswer answer = answerOf(question, read.text, "", TerminalQuestion::place());
+                hub.close(answer, 0);
+                return answer;
+            }
+            terminal->refuse(read.problem);
+        }
+    }
+    while (const std::optional<HubQuestion::Given> given = hub.next()) {
+        const ReadAnswer read = readAnswer(question, given->text);
+        if (read.problem.empty()) {
+            GivenAnswer answer = answerOf(question, read.text, given->who, given->where);
+            hub.close(answer, given->number);
+            if (terminal != nullptr) {
+                terminal->tell(answer.who + " has answered (" + answer.where + "): " + answer.text);
+            }
+            return answer;
+        }
+        hub.refuse(*given, read.problem);
+    }
+    return std::nullopt;
+}
+
+GivenAnswer Operator::ask(const Question& question, const CheckWaiting& check) {
+    const ShownMark mark;
+    const Clock::time_point start = Clock::now();
+    std::optional<GivenAnswer> answer = answerFromFile(question);
+    if (!answer) {
+        const std::chrono::milliseconds within = question.within.value_or(_options.within);
+        Question asked = question;
+        asked.within = within;
+        HubQuestion hub(asked);
+        std::optional<TerminalQuestion> terminal;
+        if (TerminalQuestion::isThere()) {
+            terminal.emplace(asked, "", pictureOf(question));
+        }
+        while (!(answer = lookAround(asked, terminal ? &*terminal : nullptr, hub))) {
+            check();
+            if (terminal && terminal->isGone() && !hub.isFollowed()) {
+                throw RequestError(ErrorCode::stationFailed, "the terminal is gone: " + question.text);
+            }
+            if (Clock::now() >= start + within) {
+                throw RequestError(
+                    ErrorCode::stationFailed,
+                    "nobody has answered within " + std::to_string(within.count()) + " ms: " + question.text);
+            }
+            std::vector<pollfd> waited = {{terminal ? terminal->descriptor() : -1, POLLIN, 0}};
+            waitBesidesSet(waited, start + within);
+        }
+    }
+    answer->seconds = secondsFrom(start);
+    _answers.push_back(*answer);
+    return *answer;
+}
+
+ShownQuestion::ShownQuestion(const Question& question) : _question(question), _hub(_question) {
+    ++g_shownQuestions;
+    if (TerminalQuestion::isThere()) {
+        _terminal.emplace(_question, "", pictureOf(_question));
+    }
+}
+
+ShownQuestion::~ShownQuestion() {
+    --g_shownQuestions;
+}
+
+void useOperator(const OperatorOptions& options) {
+    g_operator = std::make_unique<Operator>(options);
+}
+
+Operator& theOperator() {
+    if (g_operator == nullptr) {
+        useOperator({});
+    }
+    return *g_operator;
+}
+
+bool isQuestionShown() {
+    return g_shownQuestions != 0;
+}
+
+}  // namespace tool

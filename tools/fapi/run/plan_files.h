@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// Plans and faults, as they are read from files.
+#ifndef FAPI_BENCH_RUN_PLAN_FILES_H
+#define FAPI_BENCH_RUN_PLAN_FILES_H
+
+#include <string>
+#include <vector>
+
+#include "plan/expected.h"
+#include "plan/plan.h"
+
+namespace tool {
+
+// Reads all plans, and gives each the faults that it can meet. False when something has a problem: all problems go to
+// standard error, and with `json` as objects to standard output, too.
+bool readPlansAndFaults(bool json, const std::vector<std::string>& files, const std::string& faults,
+                        std::vector<Plan>& plans);
+
+// "no plan has a step X", with the nearest one that is there.
+std::string noStep(const std::vector<Plan>& plans, const std::string& name);
+
+// The failures that a known-bad unit has to show on these plans. False when the file has a problem, as above.
+bool readExpected(bool json, const std::string& file, const std::vector<Plan>& plans,
+                  std::vector<ExpectedFailure>& failures);
+
+}  // namespace tool
+
+#endif
