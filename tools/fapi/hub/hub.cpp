@@ -204,8 +204,11 @@ void Hub::forget(HubClient& client) {
     if (_claim.holder == client.id) {
         setClaim({}, false);
     }
+    if (!client.progress.isNull()) {
+        tellProgress(client);
+    }
     for (const std::string& kind : client.watches) {
-        if (!isWatched(kind) && isUp() && kind != "console") {
+        if (!isWatched(kind) && isUp() && kind != "console" && kind != "runs") {
             askAgent(kind, {{"on", false}}, nullptr);
         }
     }

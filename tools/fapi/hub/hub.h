@@ -87,6 +87,10 @@ private:
     void share(HubClient& client, const Request& request);
     void ping(HubClient& client, const Request& request);
     void watch(HubClient& client, const Request& request);
+    void progress(HubClient& client, const Request& request);
+    void watchRuns(HubClient& client, const Request& request);
+    void tellProgress(const HubClient& runner);
+    static SharedLine progressLine(const HubClient& runner);
     void describe(HubClient& client, const Request& request);
     void cancel(HubClient& client, const Request& request);
     void again(HubClient& client, const Request& request);

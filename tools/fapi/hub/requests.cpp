@@ -32,7 +32,8 @@ const std::map<std::string, Hub::Method>& Hub::methods() {
         {"take", &Hub::takeClaim}, {"clients", &Hub::listClients}, {"share", &Hub::share},
         {"ping", &Hub::ping},      {"events", &Hub::watch},        {"journal", &Hub::watch},
         {"log", &Hub::watch},      {"console", &Hub::watch},       {"describe", &Hub::describe},
-        {"cancel", &Hub::cancel},  {"again", &Hub::again},         {"power", &Hub::power}};
+        {"cancel", &Hub::cancel},  {"again", &Hub::again},         {"power", &Hub::power},
+        {"runs", &Hub::watchRuns}, {"progress", &Hub::progress}};
     return methods;
 }
 
@@ -96,6 +97,7 @@ void Hub::hello(HubClient& client, const Request& request) {
     }
     client.hasGreeted = true;
     client.name = name;
+    client.isObserver = request.params["observer"].flagOr(false);
     Field result = _hello;
     result.set("wire", _hello["framing"]);
     result.set("framing", kPlainName);
@@ -150,6 +152,7 @@ void Hub::listClients(HubClient& asker, const Request& request) {
         }
         const bool isHolder = id == _claim.holder;
         Field& row = list.add({{"id", id}, {"name", known->name}, {"pid", known->pid}, {"since", known->since}});
+        row.set("observer", known->isObserver);
         row.set("claim", isHolder);
         row.set("shared", isHolder && _claim.isShared);
         if (isHolder) {
@@ -186,6 +189,44 @@ void Hub::watch(HubClient& client, const Request& request) {
     } else {
         answer(client, request, Field::Fields());
     }
+}
+
+// Keeps how far the client's run has come, so that clients which come later know it, too.
+void Hub::progress(HubClient& client, const Request& request) {
+    client.progress = request.params;
+    answer(client, request, Field::Fields());
+    tellProgress(client);
+}
+
+void Hub::watchRuns(HubClient& client, const Request& request) {
+    const bool on = request.params.at("on").flag();
+    answer(client, request, Field::Fields());
+    if (!on) {
+        client.watches.erase(request.method);
+        return;
+    }
+    client.watches.insert(request.method);
+    for (const auto& [id, known] : _clients) {
+        if (!known->progress.isNull()) {
+            client.send(progressLine(*known));
+        }
+    }
+}
+
+void Hub::tellProgress(const HubClient& runner) {
+    const SharedLine line = progressLine(runner);
+    for (const auto& [id, known] : _clients) {
+        if (known->watches.count("runs") != 0 && !known->isGone) {
+            known->notify("progress", line);
+        }
+    }
+}
+
+SharedLine Hub::progressLine(const HubClient& runner) {
+    Field params = {{"client", runner.id}, {"name", runner.name}, {"pid", runner.pid}};
+    params.set("gone", runner.isGone);
+    params.set("run", runner.progress);
+    return std::make_shared<const std::string>(frame(toField(Notification{"progress", params}), Framing::plain));
 }
 
 void Hub::describe(HubClient& client, const Request& request) {

@@ -340,6 +340,8 @@ private:
             ReportFiles* report, UnfinishedRun* unfinished) {
         const Plan& plan = _plans[index];
         Progress progress(plan, _options.json ? Progress::Shows::json : Progress::Shows::lines);
+        Announcement announcement(plan, unitFor(plan, input.parameters));
+        progress.announce(&announcement);
         std::optional<RunRecording> recording;
         PlanRun run(plan, input, session, _options.isShared, report != nullptr ? report->stem() : "", progress,
                     _interrupts, unfinished);
@@ -351,6 +353,7 @@ private:
             run.open();
             if (report != nullptr) {
                 recording.emplace(*_writer, plan, factsOf(plan, input, run, report->stem()));
+                announcement.record(recording->run());
                 progress.atEndOfStep(
                     [&](std::size_t step, const StepResult& ended) { recording->endStep(step, ended); });
             }
