@@ -292,6 +292,42 @@ TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
     EXPECT_EQ(good->call(kLook).outcome.status, 7);
 }
 
+// Whether an answer is one says who asks.
+TEST_F(HubTest, TheFirstAnswerThatTheAskerTakesCounts) {
+    const Joined page = join("page"), phone = join("phone");
+    Joined run = join("run");
+    std::vector<Field> seen, given;
+    page->listen("prompt", [&](const Field& params) { seen.push_back(params); });
+    run->listen("answer", [&](const Field& params) { given.push_back(params); });
+    page->request("prompts", {{"on", true}});
+    const Field asked = run->request("prompt", {{"kind", "scan"}, {"text", "Serial?"}, {"client", 99}});
+    const Field prompt = asked["prompt"];
+    EXPECT_EQ(phone->request("prompts", {{"on", true}})["open"].list().size(), 1u);
+    const auto answer = [&](const Joined& from, const char* text) {
+        return from->begin("answer", {{"prompt", prompt}, {"answer", text}, {"who", text}, {"where", "here"}});
+    };
+    const long long wrong = answer(page, "?");
+    ASSERT_TRUE(eventually([&] { return run->request("ping"), given.size() == 1; }));
+    EXPECT_EQ(codeOf(phone, "prompt.close", {{"prompt", prompt}}), ErrorCode::wrongParameters);
+    run->request("prompt.refuse", {{"prompt", prompt}, {"number", given[0]["number"]}, {"why", "no serial"}});
+    EXPECT_EQ(page->finish(wrong)["why"].text(), "no serial");
+    const long long first = answer(page, "A-1"), second = answer(phone, "B-2");
+    ASSERT_TRUE(eventually([&] { return run->request("ping"), given.size() == 3; }));
+    run->request("prompt.close",
+                 {{"prompt", prompt}, {"number", given[1]["number"]}, {"answer", "A-1"}, {"who", "Ann"}});
+    EXPECT_TRUE(page->finish(first)["taken"].flag());
+    EXPECT_THAT(phone->finish(second)["why"].text(), HasSubstr("Ann has answered already: A-1"));
+    EXPECT_THAT(phone->finish(answer(phone, "late"))["why"].text(), HasSubstr("Ann"));
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_EQ(seen[0]["name"].text(), "run");
+    EXPECT_EQ(seen[1]["who"].text(), "Ann");
+    // What a client asks ends with it.
+    run->request("prompt", {{"kind", "ask"}, {"text", "Well?"}});
+    run.reset();
+    EXPECT_TRUE(eventually([&] { return page->request("ping"), seen.size() == 4; }));
+    EXPECT_EQ(seen[3]["who"].textOr(""), "");
+}
+
 TEST_F(HubTest, ALostWireIsReportedAndStartedAgain) {
     const Joined client = join(), other = join();
     std::string wires;

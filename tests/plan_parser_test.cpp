@@ -213,7 +213,7 @@ step s
         "21:19: \"=1\": expected WORD=NUMBER",
         "22:19: \"x=y\": expected WORD=NUMBER",
         "23:12: expected: data NAME gamma WINDOW",
-        "25:5: there are data b already",
+        "25:5: there is data b already",
         "26:5: expect stands behind data, which answers nothing",
         "27:19: ${none} has not been kept before",
     };

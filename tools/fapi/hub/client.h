@@ -21,6 +21,9 @@ namespace tool {
 // A line that may wait for many clients.
 using SharedLine = std::shared_ptr<const std::string>;
 
+// What a client watches that follows the questions to a person.
+constexpr const char* kPromptWatch = "prompts";
+
 class HubClient {
 public:
     HubClient(long long id, Descriptor connection);

@@ -207,8 +207,12 @@ void Hub::forget(HubClient& client) {
     if (!client.progress.isNull()) {
         tellProgress(client);
     }
+    _prompts.forget(client.id);
+    const auto isHubs = [](const std::string& kind) {
+        return kind == "console" || kind == kPromptWatch || kind == kRunWatch;
+    };
     for (const std::string& kind : client.watches) {
-        if (!isWatched(kind) && isUp() && kind != "console" && kind != "runs") {
+        if (!isWatched(kind) && isUp() && !isHubs(kind)) {
             askAgent(kind, {{"on", false}}, nullptr);
         }
     }

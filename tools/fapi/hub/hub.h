@@ -15,6 +15,7 @@
 #include "hub/agent_wire.h"
 #include "hub/client.h"
 #include "hub/envelope.h"
+#include "hub/prompts.h"
 #include "hub/socket.h"
 #include "hub/wire_options.h"
 #include "protocol/message.h"
@@ -35,6 +36,9 @@ constexpr char kHubIsReady = '+';
 // Serves clients until the last one is gone. `words` are those after "fapi hub": KEY OPTIONS, the wire's as JSON.
 // Returns an exit code.
 int runHub(const std::vector<std::string>& words);
+
+// The notifications of those clients that follow runs.
+constexpr char kRunWatch[] = "runs";
 
 // Who may change the set.
 struct Claim {
@@ -87,13 +91,15 @@ private:
     void share(HubClient& client, const Request& request);
     void ping(HubClient& client, const Request& request);
     void watch(HubClient& client, const Request& request);
-    void progress(HubClient& client, const Request& request);
-    void watchRuns(HubClient& client, const Request& request);
-    void tellProgress(const HubClient& runner);
-    static SharedLine progressLine(const HubClient& runner);
     void describe(HubClient& client, const Request& request);
     void cancel(HubClient& client, const Request& request);
     void again(HubClient& client, const Request& request);
+    void prompts(HubClient& client, const Request& request);
+    void prompt(HubClient& client, const Request& request);
+    void takeAnswer(HubClient& client, const Request& request);
+    void refuseAnswer(HubClient& client, const Request& request);
+    void closePrompt(HubClient& client, const Request& request);
+    HubPrompts::Sends promptSends();
     void pass(HubClient& client, const Request& request);
     bool mayPassUnread(const HubClient& client, const Request& request) const;
     bool isFreeFor(const HubClient& client) const;
@@ -104,6 +110,12 @@ private:
     bool isWatched(const std::string& kind) const;
     void answer(HubClient& client, const Request& request, Field result);
     void refuse(HubClient& client, const Request& request, ErrorCode code, const std::string& text, Field data = {});
+
+    // runs.cpp: which runs go on, and how far they have come
+    void progress(HubClient& client, const Request& request);
+    void watchRuns(HubClient& client, const Request& request);
+    void tellProgress(const HubClient& runner);
+    static SharedLine progressLine(const HubClient& runner);
 
     // hub_wire.cpp: what goes to the agent and comes from it
     bool isUp() const { return _wire && _isGreeted && !_wire->isClosed(); }
@@ -166,6 +178,7 @@ private:
     bool _isTerminated = false;
     bool _isOver = false;
     Claim _claim;
+    HubPrompts _prompts{promptSends()};
 
     std::unique_ptr<AgentWire> _wire;
     bool _isGreeted = false;

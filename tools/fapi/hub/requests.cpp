@@ -27,13 +27,28 @@ std::string nameIn(const Request& request) {
 }  // namespace
 
 const std::map<std::string, Hub::Method>& Hub::methods() {
-    static const std::map<std::string, Method> methods = {
-        {"hello", &Hub::hello},    {"claim", &Hub::claim},         {"release", &Hub::release},
-        {"take", &Hub::takeClaim}, {"clients", &Hub::listClients}, {"share", &Hub::share},
-        {"ping", &Hub::ping},      {"events", &Hub::watch},        {"journal", &Hub::watch},
-        {"log", &Hub::watch},      {"console", &Hub::watch},       {"describe", &Hub::describe},
-        {"cancel", &Hub::cancel},  {"again", &Hub::again},         {"power", &Hub::power},
-        {"runs", &Hub::watchRuns}, {"progress", &Hub::progress}};
+    static const std::map<std::string, Method> methods = {{"hello", &Hub::hello},
+                                                          {"claim", &Hub::claim},
+                                                          {"release", &Hub::release},
+                                                          {"take", &Hub::takeClaim},
+                                                          {"clients", &Hub::listClients},
+                                                          {"share", &Hub::share},
+                                                          {"ping", &Hub::ping},
+                                                          {"events", &Hub::watch},
+                                                          {"journal", &Hub::watch},
+                                                          {"log", &Hub::watch},
+                                                          {"console", &Hub::watch},
+                                                          {"describe", &Hub::describe},
+                                                          {"cancel", &Hub::cancel},
+                                                          {"again", &Hub::again},
+                                                          {"power", &Hub::power},
+                                                          {"prompts", &Hub::prompts},
+                                                          {"prompt", &Hub::prompt},
+                                                          {"answer", &Hub::takeAnswer},
+                                                          {"prompt.refuse", &Hub::refuseAnswer},
+                                                          {"prompt.close", &Hub::closePrompt},
+                                                          {"runs", &Hub::watchRuns},
+                                                          {"progress", &Hub::progress}};
     return methods;
 }
 
@@ -191,44 +206,6 @@ void Hub::watch(HubClient& client, const Request& request) {
     }
 }
 
-// Keeps how far the client's run has come, so that clients which come later know it, too.
-void Hub::progress(HubClient& client, const Request& request) {
-    client.progress = request.params;
-    answer(client, request, Field::Fields());
-    tellProgress(client);
-}
-
-void Hub::watchRuns(HubClient& client, const Request& request) {
-    const bool on = request.params.at("on").flag();
-    answer(client, request, Field::Fields());
-    if (!on) {
-        client.watches.erase(request.method);
-        return;
-    }
-    client.watches.insert(request.method);
-    for (const auto& [id, known] : _clients) {
-        if (!known->progress.isNull()) {
-            client.send(progressLine(*known));
-        }
-    }
-}
-
-void Hub::tellProgress(const HubClient& runner) {
-    const SharedLine line = progressLine(runner);
-    for (const auto& [id, known] : _clients) {
-        if (known->watches.count("runs") != 0 && !known->isGone) {
-            known->notify("progress", line);
-        }
-    }
-}
-
-SharedLine Hub::progressLine(const HubClient& runner) {
-    Field params = {{"client", runner.id}, {"name", runner.name}, {"pid", runner.pid}};
-    params.set("gone", runner.isGone);
-    params.set("run", runner.progress);
-    return std::make_shared<const std::string>(frame(toField(Notification{"progress", params}), Framing::plain));
-}
-
 void Hub::describe(HubClient& client, const Request& request) {
     if (!isUp()) {
         hold(client, request);
@@ -275,6 +252,65 @@ void Hub::cancel(HubClient& client, const Request& request) {
 void Hub::again(HubClient& client, const Request& request) {
     refuse(client, request, ErrorCode::notSupported, "nothing is lost between hub and client");
 }
+
+// --- Questions -------------------------------------------------------------------------------------------------------
+
+HubPrompts::Sends Hub::promptSends() {
+    const auto lineOf = [](const std::string& method, const Field& params) {
+        return std::make_shared<const std::string>(frame(toField(Notification{method, params}), Framing::plain));
+    };
+    HubPrompts::Sends sends;
+    sends.answer = [this](long long id, long long request, Field result) {
+        if (HubClient* asker = client(id)) {
+            answer(*asker, {request, "", {}, {}}, std::move(result));
+        }
+    };
+    sends.notify = [this, lineOf](long long id, const std::string& method, const Field& params) {
+        if (HubClient* asker = client(id)) {
+            asker->send(lineOf(method, params));
+        }
+    };
+    sends.announce = [this, lineOf](const Field& params) {
+        const SharedLine line = lineOf("prompt", params);
+        for (const auto& [id, known] : _clients) {
+            if (known->watches.count(kPromptWatch) != 0 && !known->isGone) {
+                known->send(line);
+            }
+        }
+    };
+    return sends;
+}
+
+// The client follows questions, and has a person who can answer them.
+void Hub::prompts(HubClient& client, const Request& request) {
+    if (request.params.at("on").flag()) {
+        client.watches.insert(kPromptWatch);
+    } else {
+        client.watches.erase(kPromptWatch);
+    }
+    answer(client, request, {{"open", _prompts.list()}});
+}
+
+void Hub::prompt(HubClient& client, const Request& request) {
+    const Field asker = {{"client", client.id}, {"name", client.name}, {"pid", client.pid}, {"since", wallTime()}};
+    answer(client, request, {{"prompt", _prompts.open(client.id, request.params, asker)}});
+}
+
+void Hub::takeAnswer(HubClient& client, const Request& request) {
+    _prompts.answer(client.id, request, client.name);
+}
+
+void Hub::refuseAnswer(HubClient& client, const Request& request) {
+    _prompts.refuse(client.id, request.params);
+    answer(client, request, Field::Fields());
+}
+
+void Hub::closePrompt(HubClient& client, const Request& request) {
+    _prompts.close(client.id, request.params);
+    answer(client, request, Field::Fields());
+}
+
+// --- What is passed on -----------------------------------------------------------------------------------------------
 
 // Passes a request on to the agent, if the client may make it.
 void Hub::pass(HubClient& client, const Request& request) {

@@ -46,16 +46,13 @@ constexpr ForeignWord kForeignWords[] = {
 
 }  // namespace
 
-std::string unknownPlanWord(const std::string& word) {
+std::string unknownPlanWord(const std::string& word, const std::vector<std::string>& known) {
     for (const ForeignWord& foreign : kForeignWords) {
         if (word == foreign.word) {
             return "plans know no " + word + ": " + foreign.instead;
         }
     }
-    static const std::vector<std::string> kPlanWords = {
-        "data",  "expect",  "every", "keep",  "limits", "measure",  "on-failure", "only-if",
-        "param", "picture", "plan",  "retry", "step",   "teardown", "unit",       "wait"};
-    const std::string near = nearest(word, kPlanWords);
+    const std::string near = nearest(word, known);
     return near.empty() ? unknownOperation(word) : "no such operation: " + word + ", did you mean " + near + "?";
 }
 

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "base/words.h"
 
@@ -13,8 +14,9 @@ namespace tool {
 // "wait TIME". Throws UsageError.
 std::chrono::milliseconds parseWait(const Words& words);
 
-// The message for a word that no line, or no option of a step, begins with: what there is in its place.
-std::string unknownPlanWord(const std::string& word);
+// The message for a word that no line, or no option of a step, begins with: what there is in its place, or the nearest
+// of those that are known.
+std::string unknownPlanWord(const std::string& word, const std::vector<std::string>& known);
 
 }  // namespace tool
 

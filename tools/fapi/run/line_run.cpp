@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 
 #include "base/durable_file.h"
 #include "plan/data.h"
@@ -152,19 +153,19 @@ bool LineRun::runCommand() {
 
 // What is no matter of the library: a picture, data, a wait.
 void LineRun::runOwn() {
+    static const std::map<LineKind, Outcome (LineRun::*)()> doings = {
+        {LineKind::data, &LineRun::takeData},
+        {LineKind::picture, &LineRun::takePicture},
+        {LineKind::wait, &LineRun::rest},
+    };
     _told = {{"command", beginningOf(_line.text(), kKeptBytes)}, {"line", _line.line}};
     const auto fail = [&](const std::runtime_error& error, Verdict verdict) {
         worsen({verdict, beginningOf(_line.text(), kToldBytes) + ": " + error.what()}, _line.line);
         _told["error"] = error.what();
     };
+    Outcome outcome;
     try {
-        if (_line.kind == LineKind::picture) {
-            takePicture();
-        } else if (_line.kind == LineKind::wait) {
-            _set.rest(parseWait(words()));
-        } else {
-            takeData();
-        }
+        outcome = (this->*doings.at(_line.kind))();
     } catch (const RequestError& error) {
         if (!isRefusal(error)) {
             throw;
@@ -174,10 +175,15 @@ void LineRun::runOwn() {
         fail(error, Verdict::failed);
     }
     _told["seconds"] = secondsSince(_start);
-    followUp({}, {});
+    followUp({}, outcome);
 }
 
-void LineRun::takePicture() {
+Outcome LineRun::rest() {
+    _set.rest(parseWait(words()));
+    return {};
+}
+
+Outcome LineRun::takePicture() {
     const PictureLine picture = parsePicture(words());
     const Picture taken = _set.takePicture(picture.what);
     if (hasReport()) {
@@ -189,15 +195,17 @@ void LineRun::takePicture() {
             _told["note"] = "picture " + picture.name + " is not stored: " + error.what();
         }
     }
+    return {};
 }
 
-void LineRun::takeData() {
+Outcome LineRun::takeData() {
     const PlanData data = PlanData::parse(words());
     Json all = Json::array();
     for (const DataSeries& series : data.request.isNull() ? data.series : parseSeries(_set.ask("data", data.request))) {
         all.push_back({{"name", series.name}, {"values", series.values}});
     }
     _told["data"] = {{"name", data.name}, {"kind", data.kind}, {"series", std::move(all)}};
+    return {};
 }
 
 // Judges what the chip has refused, and gives the report what came of the line.

@@ -32,8 +32,10 @@ public:
 private:
     bool runCommand();
     void runOwn();
-    void takePicture();
-    void takeData();
+    // What a line of LineKind does; expectations and keeps after the line see the outcome.
+    Outcome takePicture();
+    Outcome takeData();
+    Outcome rest();
     void finish();
     Words words() const;
     bool hasReport() const { return !_context.report.empty(); }
