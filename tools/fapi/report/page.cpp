@@ -287,8 +287,7 @@ void writeSummary(Html body, const PlanResult& result, const std::vector<bool>& 
         addCell(row, kAttempts, attempts > 1 ? std::to_string(attempts) : "");
         addCell(row, kDuration, attempts > 0 ? durationText(step.seconds()) : "");
         if (const long percent = std::lround(100 * step.seconds() / longest); percent > 0) {
-            Html bar = row.add("td", "bar").add("span", "", "");
-            bar.attribute("style", "width:" + std::to_string(percent) + "%");
+            drawPart(row.add("td", "bar"), static_cast<double>(percent) / 100);
         } else {
             row.add("td");
         }
