@@ -93,7 +93,7 @@ std::string Board::changes(long long& seen, const std::string& topic) {
         }
     }
     for (const auto& [key, list] : _lists) {
-        const auto isNew = [seen = seen](const Entry& item) { return item.number > seen; };
+        const auto isNew = [last = seen](const Entry& item) { return item.number > last; };
         const auto first = std::find_if(list.items.begin(), list.items.end(), isNew);
         if (list.topic != topic || first == list.items.end()) {
             continue;

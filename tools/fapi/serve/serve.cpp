@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "base/interrupts.h"
+#include "record/result.h"
 #include "report/style.h"
 #include "serve/access.h"
 #include "serve/page_files.h"

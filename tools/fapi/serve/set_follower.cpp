@@ -52,6 +52,7 @@ SetFollower::SetFollower(Board& board, ServedSet set, std::function<void()> runE
     : _board(board),
       _set(std::move(set)),
       _runEnded(std::move(runEnded)),
+      _stop(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       _wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     show();
     _thread = std::thread([this] { follow(); });
@@ -59,6 +60,7 @@ SetFollower::SetFollower(Board& board, ServedSet set, std::function<void()> runE
 
 SetFollower::~SetFollower() {
     _isEnding = true;
+    eventfd_write(_stop.get(), 1);
     eventfd_write(_wake.get(), 1);
     _thread.join();
 }
@@ -81,6 +83,9 @@ Field SetFollower::ask(const std::string& method, const Field& params) {
     std::future<Field> result = asked->result.get_future();
     {
         const std::lock_guard<std::mutex> lock(_mutex);
+        if (!_isUp) {
+            throw RequestError(ErrorCode::unavailable, _set.name + ": the set is not in reach");
+        }
         _asked.push_back(std::move(asked));
     }
     eventfd_write(_wake.get(), 1);
@@ -105,7 +110,13 @@ void SetFollower::follow() {
             // Nobody has said how it goes on.
             _run["lost"] = true;
         }
-        _isUp = false;
+        {
+            // Nobody waits for them any more.
+            const std::lock_guard<std::mutex> lock(_mutex);
+            _isUp = false;
+            _asked.clear();
+            _sent.clear();
+        }
         _runner = 0;
         _prompts = Json::object();
         _claim = Json();
@@ -116,15 +127,15 @@ void SetFollower::follow() {
 }
 
 void SetFollower::rest(std::chrono::milliseconds time) {
-    pollfd entry = {_wake.get(), POLLIN, 0};
-    poll(&entry, 1, _isEnding ? 0 : static_cast<int>(time.count()));
+    pollfd entry = {_stop.get(), POLLIN, 0};
+    poll(&entry, 1, static_cast<int>(time.count()));
 }
 
 void SetFollower::followOnce() {
     TargetOptions options = _set.options;
     options.client = "fapi serve";
     options.isObserver = true;
-    options.stop = _wake.get();
+    options.stop = _stop.get();
     const std::unique_ptr<Target> target = Target::join(options);
     listen(*target);
     for (const Field& prompt : target->request("prompts", {{"on", true}}).at("open").list()) {
@@ -152,7 +163,6 @@ void SetFollower::followOnce() {
         target->pump(kTurn);
         sendRequests(*target);
     }
-    _sent.clear();
     _trouble = target->lost();
 }
 
@@ -255,7 +265,7 @@ void SetFollower::show() {
     }
     _board.set("set/" + _set.name, {{"name", _set.name},
                                     {"kind", _kind},
-                                    {"up", _isUp},
+                                    {"up", _isUp.load()},
                                     {"trouble", _trouble},
                                     {"claim", _claim},
                                     {"run", _run},

@@ -68,8 +68,8 @@ private:
     Board& _board;
     const ServedSet _set;
     const std::function<void()> _runEnded;
-    Descriptor _wake;
-    std::atomic<bool> _isEnding{false};
+    Descriptor _stop, _wake;  // readable for good; when something is asked
+    std::atomic<bool> _isEnding{false}, _isUp{false};
     std::atomic<long long> _runner{0};
 
     mutable std::mutex _mutex;  // of the texts and of what is asked
@@ -80,7 +80,7 @@ private:
     std::vector<std::unique_ptr<Asked>> _sent;
     Json _run, _prompts = Json::object(), _claim;
     std::string _kind, _trouble = "not reached yet";
-    bool _isUp = false, _isClose = false;
+    bool _isClose = false;
     long long _pictures = 0;
     std::string _pictureSum;
     std::chrono::steady_clock::time_point _nextPicture;

@@ -187,7 +187,7 @@ WebAnswer SetPages::plan(const WebRequest& request) {
         const ToolResult dry = runTool(with(words, {"--json", "run", "--dry-run", name}), kCheckLimit);
         const Json lines = linesOf(dry.output);
         told["run"] = lines.empty() ? Json() : lines.back();
-        const fs::path limits = told["run"].value("limits", std::string());
+        const fs::path limits = lines.empty() ? "" : lines.back().value("limits", std::string());
         if (!limits.empty() && limits == limits.filename()) {
             told["limits"] = textOf((fs::path(file).parent_path() / limits).string());
         }

@@ -2,6 +2,7 @@
 // Commands of the bench as processes of their own.
 #include "serve/tool_process.h"
 
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 
