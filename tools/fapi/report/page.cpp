@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iterator>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <sstream>
 
@@ -59,6 +60,15 @@ std::size_t weightiest(const std::vector<StepResult>& steps, std::size_t begin, 
         first, steps.begin() + static_cast<std::ptrdiff_t>(end),
         [](const StepResult& left, const StepResult& right) { return weightOf(left) < weightOf(right); });
     return static_cast<std::size_t>(found - steps.begin());
+}
+
+// What somebody has to look at comes first.
+std::vector<std::size_t> orderOf(const PlanResult& result) {
+    std::vector<std::size_t> order(result.steps.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_partition(order.begin(), order.end(),
+                          [&](std::size_t index) { return isBad(result.steps[index].verdict()); });
+    return order;
 }
 
 // The verdicts that steps have. With more than one the page offers to leave some out.
@@ -271,7 +281,7 @@ void writeSummary(Html body, const PlanResult& result, const std::vector<bool>& 
     }
     Html rows = addList(
         body, "Steps", {{"No", "no"}, {"Step", "step"}, {"Verdict", "badges"}, kAttempts, kDuration, {"Share", "bar"}});
-    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+    for (const std::size_t i : orderOf(result)) {
         const StepResult& step = result.steps[i];
         const std::string verdict = verdictName(step.verdict());
         const std::size_t attempts = step.attempts.size();
@@ -366,7 +376,7 @@ void writeMeasurements(Html body, const PlanResult& result) {
 
 void writeSteps(Html body, const PlanResult& result, const std::vector<bool>& detailed, const std::string& folder) {
     body.add("h2", "", "Each step");
-    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+    for (const std::size_t i : orderOf(result)) {
         if (detailed[i]) {
             writeStep(body, result.plan->steps[i], result.steps[i], i, folder);
         }

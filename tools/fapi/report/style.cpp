@@ -214,6 +214,11 @@ svg .middle { text-anchor: middle; }
     .list { font-size: 9pt; }
     .list th, .list td { padding-top: 2px; padding-bottom: 2px; }
     .list td.bar { padding-top: 6px; }
+    .v-passed .what code { display: none; }
+    .v-passed .margin { display: inline; }
+    .picture img { width: 176px; height: 99px; }
+    figure svg { max-width: 62%; }
+    section.step { padding: 4px 10px; }
     .counts input { display: none; }
     tr, figure, .picture, .command, .verdict, section.v-passed { break-inside: avoid; }
     h2, h3, h4 { break-after: avoid; }
