@@ -93,8 +93,8 @@ Access::Access(const PageAddress& address, bool hasGuests) : _isSecure(!address.
     }
 }
 
-std::string Access::start(Role role) const {
-    return _start + "/#" + (role == Role::person ? _token : _guestToken);
+std::string Access::start(Visitor visitor) const {
+    return _start + "/#" + (visitor == Visitor::person ? _token : _guestToken);
 }
 
 bool Access::isHost(const std::string& host) const {
@@ -105,37 +105,37 @@ bool Access::isOrigin(const std::string& origin) const {
     return std::count(_origins.begin(), _origins.end(), lower(origin)) != 0;
 }
 
-Role Access::roleOfToken(const std::string& token) const {
+Visitor Access::visitorOfToken(const std::string& token) const {
     const bool isPerson = isSame(token, _token), isGuest = isSame(token, _guestToken);
-    return isPerson ? Role::person : isGuest && _hasGuests ? Role::guest : Role::none;
+    return isPerson ? Visitor::person : isGuest && _hasGuests ? Visitor::guest : Visitor::none;
 }
 
 // The token cannot be found out from it.
-std::string Access::sessionOf(Role role) const {
+std::string Access::sessionOf(Visitor visitor) const {
     Sha256 sum;
-    const std::string text = "session " + (role == Role::person ? _token : _guestToken);
+    const std::string text = "session " + (visitor == Visitor::person ? _token : _guestToken);
     sum.add(text.data(), text.size());
     return sum.sum();
 }
 
-std::string Access::cookie(Role role) const {
-    return _name + "=" + sessionOf(role) + "; Path=/; HttpOnly; SameSite=Strict" + (_isSecure ? "; Secure" : "");
+std::string Access::cookie(Visitor visitor) const {
+    return _name + "=" + sessionOf(visitor) + "; Path=/; HttpOnly; SameSite=Strict" + (_isSecure ? "; Secure" : "");
 }
 
-Role Access::roleOfCookies(const std::string& header) const {
+Visitor Access::visitorOfCookies(const std::string& header) const {
     for (std::size_t at = 0; at < header.size();) {
         const std::size_t end = std::min(header.find(';', at), header.size());
         const std::string cookie = header.substr(at, end - at);
         const std::size_t begin = cookie.find_first_not_of(' ');
         if (begin != std::string::npos && cookie.compare(begin, _name.size() + 1, _name + "=") == 0) {
             const std::string session = cookie.substr(begin + _name.size() + 1);
-            const bool isPerson = isSame(session, sessionOf(Role::person));
-            const bool isGuest = isSame(session, sessionOf(Role::guest));
-            return isPerson ? Role::person : isGuest && _hasGuests ? Role::guest : Role::none;
+            const bool isPerson = isSame(session, sessionOf(Visitor::person));
+            const bool isGuest = isSame(session, sessionOf(Visitor::guest));
+            return isPerson ? Visitor::person : isGuest && _hasGuests ? Visitor::guest : Visitor::none;
         }
         at = end + 1;
     }
-    return Role::none;
+    return Visitor::none;
 }
 
 }  // namespace tool

@@ -8,7 +8,7 @@
 
 namespace tool {
 
-enum class Role { none, guest, person };
+enum class Visitor { none, guest, person };
 
 // Where the page is reached.
 struct PageAddress {
@@ -25,17 +25,17 @@ public:
     Access(const PageAddress& address, bool hasGuests);
 
     // The address to begin with, which holds the token in its fragment: browsers send that to nobody.
-    std::string start(Role role) const;
+    std::string start(Visitor visitor) const;
     // Names of another site that lead to this address are refused.
     bool isHost(const std::string& host) const;
     bool isOrigin(const std::string& origin) const;
-    Role roleOfToken(const std::string& token) const;
-    // The header's value that gives a browser the role.
-    std::string cookie(Role role) const;
-    Role roleOfCookies(const std::string& header) const;
+    Visitor visitorOfToken(const std::string& token) const;
+    // The header's value that makes a browser that visitor.
+    std::string cookie(Visitor visitor) const;
+    Visitor visitorOfCookies(const std::string& header) const;
 
 private:
-    std::string sessionOf(Role role) const;
+    std::string sessionOf(Visitor visitor) const;
 
     std::vector<std::string> _hosts, _origins;
     std::string _start, _name;

@@ -87,12 +87,12 @@ private:
         if (!isPost && request.method != "GET" && request.method != "HEAD") {
             return errorAnswer(405, "there is GET and POST");
         }
-        const Role role = _access.roleOfCookies(request.header("cookie"));
+        const Visitor visitor = _access.visitorOfCookies(request.header("cookie"));
         const bool isOpen = isPost ? isLogin : pageFiles().count(request.path) != 0;
-        if (!isOpen && role == Role::none) {
+        if (!isOpen && visitor == Visitor::none) {
             return errorAnswer(401, "begin with the address that fapi serve has printed");
         }
-        if (isPost && !isLogin && role != Role::person) {
+        if (isPost && !isLogin && visitor != Visitor::person) {
             return errorAnswer(403, "guests only look");
         }
         if (isPost && request.header("content-type").rfind("application/json", 0) != 0) {
@@ -129,7 +129,7 @@ private:
             return (_results.*page->second)(request);
         }
         if (request.path == "/api/role") {
-            const bool isPerson = _access.roleOfCookies(request.header("cookie")) == Role::person;
+            const bool isPerson = _access.visitorOfCookies(request.header("cookie")) == Visitor::person;
             return jsonAnswer({{"role", isPerson ? "person" : "guest"}});
         }
         const SetPages::Page page = SetPages::looking(request.path);
@@ -138,12 +138,12 @@ private:
 
     WebAnswer change(const WebRequest& request) const {
         if (request.path == "/login") {
-            const Role role = _access.roleOfToken(parseJsonText(request.body).at("token").text());
-            if (role == Role::none) {
+            const Visitor visitor = _access.visitorOfToken(parseJsonText(request.body).at("token").text());
+            if (visitor == Visitor::none) {
                 return errorAnswer(401, "this is no token of this server");
             }
-            WebAnswer welcome = jsonAnswer({{"role", role == Role::person ? "person" : "guest"}});
-            welcome.headers["Set-Cookie"] = _access.cookie(role);
+            WebAnswer welcome = jsonAnswer({{"role", visitor == Visitor::person ? "person" : "guest"}});
+            welcome.headers["Set-Cookie"] = _access.cookie(visitor);
             return welcome;
         }
         const SetPages::Page page = SetPages::changing(request.path);
@@ -195,9 +195,9 @@ int serve(const ServeOptions& options) {
     SetPages sets(board, options.sets, {"--report", folder}, showRecent);
     PageRoutes routes(access, board, sets, results);
     WebServer server(std::move(listener), routes.routes());
-    printLine(access.start(Role::person));
+    printLine(access.start(Visitor::person));
     if (options.hasGuests) {
-        printLine("guests: " + access.start(Role::guest));
+        printLine("guests: " + access.start(Visitor::guest));
     }
     std::fflush(dataOutput());
     pollfd entry = {interrupts.descriptor(), POLLIN, 0};
