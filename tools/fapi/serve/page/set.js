@@ -34,7 +34,7 @@ class ActionForm {
         const looks = action.danger === 'reads';
         const buttons = looks || mayChange() ? this.buttons(looks) : [];
         this.element = make('form', { class: 'action', onsubmit: (event) => { event.preventDefault(); this.send(this.words()); } },
-            make('h4', {}, action.name), make('p', { class: 'note' }, action.help),
+            make('h3', {}, action.name), make('p', { class: 'note' }, action.help),
             make('div', { class: 'fields' }, ...this.shown.map(({ label }) => label), ...buttons), this.output);
     }
 
@@ -134,7 +134,7 @@ class LiveList {
         this.text = text;
         this.list = make('ol', { class: 'live', tabindex: '0', 'aria-label': title });
         this.empty = make('p', { class: 'note' }, 'Nothing yet.');
-        this.element = make('section', { class: 'panel' }, make('h3', {}, title), this.empty, this.list);
+        this.element = make('section', { class: 'panel' }, make('h2', {}, title), this.empty, this.list);
         this.count = 0;
         this.last = null;
     }
@@ -187,7 +187,7 @@ pages.set = {
         const described = await this.description();
         const rest = new Map((described?.actions ?? []).map((action) => [action.name, action]));
         const add = (title, actions, open) => panels.append(make('details', { class: 'panel', open },
-            make('summary', {}, make('h3', {}, title)), ...actions.map((action) => new ActionForm(this.name, action).element)));
+            make('summary', {}, make('h2', {}, title)), ...actions.map((action) => new ActionForm(this.name, action).element)));
         kPanels.forEach(([title, names], at) => {
             const actions = names.map((one) => rest.get(one)).filter(Boolean);
             names.forEach((one) => rest.delete(one));
