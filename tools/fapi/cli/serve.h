@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "cli/station.h"
-#include "target/command.h"
+#include "target/confirm.h"
 
 namespace CLI {
 class App;
