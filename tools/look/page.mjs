@@ -23,7 +23,7 @@ for (const name of ['run', 'plans']) {
 const plan = (name, text) => fs.writeFileSync(`${work}/plans/${name}.plan`, text);
 plan('quick', `plan "Quick <i>plan</i>"
 param serial "Serial number"
-unit \${serial}
+unit serial \${serial}
 step "Bring the set up"
     sys_init
     prphrl_init
@@ -34,7 +34,7 @@ step "5 V rail"
 `);
 plan('failing', `plan Failing
 param serial "Serial number"
-unit \${serial}
+unit serial \${serial}
 step "5 V rail"
     sys_init
     prphrl_init

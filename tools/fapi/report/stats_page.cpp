@@ -43,7 +43,7 @@ void addCounts(Html body, const LineStatistics& statistics) {
     addRow(verdicts, {"final yield", yieldText(statistics.final)});
     addRow(verdicts, {"judged runs that name no unit", std::to_string(statistics.withoutUnit)});
     body.add("h2", "", "Failing steps");
-    Html failing = addTable(body, {"step", "failed runs", ""});
+    Html failing = addTable(body, {"step", "failed runs", "share"});
     const long long most = statistics.failing.empty() ? 1 : statistics.failing[0].count;
     for (const Counted& row : statistics.failing) {
         Html line = addRow(failing, {row.name, std::to_string(row.count)});

@@ -29,9 +29,10 @@ class ActionForm {
     constructor(set, action) {
         this.set = set;
         this.action = action;
+        this.danger = action.danger ?? 'changes';
         this.output = make('div', { class: 'output', 'aria-live': 'polite' });
         this.fields = (action.arguments ?? []).map((argument) => this.field(argument));
-        const looks = action.danger === 'reads';
+        const looks = this.danger === 'reads';
         const buttons = looks || mayChange() ? this.buttons(looks) : [];
         this.element = make('form', { class: 'action', onsubmit: (event) => { event.preventDefault(); this.send(this.words()); } },
             make('h3', {}, action.name), make('p', { class: 'note' }, action.help),
@@ -40,7 +41,7 @@ class ActionForm {
 
     field(argument) {
         const hasDefault = argument.default !== undefined && argument.default !== null;
-        const isList = argument.kind === 'choice' && (argument.choices ?? []).length > 0 && !argument.max;
+        const isList = argument.kind === 'choice' && (argument.choices ?? []).length > 0;
         let input;
         if (isList || argument.kind === 'flag') {
             const names = isList ? argument.choices.map((choice) => choice.name) : ['on', 'off'];
@@ -99,8 +100,8 @@ class ActionForm {
 
     send(words) {
         return attempt(this.output, async () => {
-            const looks = this.action.danger === 'reads';
-            const destroys = !looks && this.action.danger !== 'changes';
+            const looks = this.danger === 'reads';
+            const destroys = !looks && this.danger !== 'changes';
             if (destroys && !confirm(`${this.action.help} This cannot be taken back.`)) {
                 return;
             }
@@ -123,9 +124,8 @@ class ActionForm {
 }
 
 function callText(call) {
-    const text = typeof call.call === 'string' ? call.call : call.name ?? '';
-    return `${call.number ?? ''} ${text}(${(call.arguments ?? []).map(outputText).join(', ')}) → ${call.result ?? ''}`
-        + `${call.fault ? ' (fault)' : ''}${call.refused ? ' refused' : ''}`;
+    const outputs = call.outputs ? ` ${call.outputs}` : '';
+    return `${call.number} ${call.call} ${call.arguments} → ${call.result}${outputs}${call.fault ? ', a fault' : ''}${call.refused ? ', refused' : ''}`;
 }
 
 class LiveList {
