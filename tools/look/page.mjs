@@ -68,8 +68,9 @@ function complain(where, what) {
     console.log(`${where}: ${what}`);
 }
 
+const patience = Number(process.env.FAPI_TEST_PATIENCE ?? 1);
 async function until(what, condition, limit = 30000) {
-    for (const end = Date.now() + limit; Date.now() < end;) {
+    for (const end = Date.now() + limit * patience; Date.now() < end;) {
         const found = await condition();
         if (found) {
             return found;
