@@ -46,9 +46,9 @@ plan('waits', `plan "Waits for a key"
 step "A key"
     sys_init
     prphrl_init
+    prphrl_keypad_init
     prphrl_start_keypad
-    wait 1s
-    expect event 0x100005 of prphrl within 40s
+    expect event 0x100002 of prphrl within 40s
 `);
 plan('draws', `plan "Draws on the canvas"
 step "Draw"
@@ -151,12 +151,16 @@ const word = (page) => page.$eval('.slot .word', (element) => element.textConten
 async function runPlan(page, name, serial) {
     await tabTo(page, 'Plan');
     await page.select('.slot select', name);
+    await until('the plan', () => page.$('.start button:not([disabled])'));
     if (serial) {
         await until('the unit\'s field', () => page.$('input.scan'));
         await tabTo(page, 'Serial number');
         await page.keyboard.type(serial);
     } else {
         await until('a plan without a unit', async () => (await page.$('input.scan')) === null);
+        await tabTo(page, 'Others may act on the set meanwhile');
+        await page.keyboard.press('Space');
+        await page.evaluate(() => document.activeElement.blur());
         await tabTo(page, 'Start');
     }
     await page.keyboard.press('Enter');

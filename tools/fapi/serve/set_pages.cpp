@@ -207,6 +207,9 @@ WebAnswer SetPages::start(const WebRequest& request) {
     for (const auto& [name, value] : body["parameters"].isObject() ? body["parameters"].fields() : Field::Fields()) {
         words.push_back("--param=" + name + "=" + value.text());
     }
+    if (body["shared"].flagOr(false)) {
+        words.emplace_back("--shared");
+    }
     _board.set("start/" + set.set().name, nullptr);
     const std::lock_guard<std::mutex> lock(_mutex);
     _started.push_back({set.set().name, ToolProcess(words)});

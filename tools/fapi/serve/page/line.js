@@ -42,8 +42,10 @@ class SlotCard {
         this.select = make('select', { onchange: () => this.choose() }, ...names.map((name) => option(name)));
         this.select.value = names.includes(chosen) ? chosen : names[0];
         this.fields = make('div', { class: 'fields' });
+        this.shared = make('input', { type: 'checkbox', id: newId() });
+        const share = make('div', { class: 'check' }, this.shared, make('label', { for: this.shared.id }, 'Others may act on the set meanwhile'));
         this.button = make('button', { type: 'submit', class: 'primary' }, 'Start');
-        this.form.replaceChildren(labeled('Plan', this.select), this.fields, this.button);
+        this.form.replaceChildren(labeled('Plan', this.select), this.fields, this.button, share);
         await this.choose();
     }
 
@@ -52,6 +54,7 @@ class SlotCard {
         await attempt(this.trouble, async () => {
             remember(`plan/${this.name}`, this.select.value);
             this.fields.replaceChildren();
+            this.button.disabled = true;
             const plan = await getJson('/api/plan', { plan: this.select.value, set: this.name });
             if (!plan.good) {
                 throw new Error(`The plan has problems: ${plan.problems.map((one) => one.problem).join('; ')}`);
@@ -66,6 +69,7 @@ class SlotCard {
                 this.fields.append(labeled(parameter.what || parameter.name, input, isUnit ? 'scan or type, then Enter' : ''));
                 return input;
             });
+            this.button.disabled = false;
             if (document.activeElement === document.body) {
                 this.inputs[0]?.focus({ preventScroll: true });
             }
@@ -76,7 +80,7 @@ class SlotCard {
         event.preventDefault();
         await attempt(this.trouble, async () => {
             const parameters = Object.fromEntries(this.inputs.map((input) => [input.name, input.value]));
-            await post('/api/start', { set: this.name, plan: this.select.value, parameters });
+            await post('/api/start', { set: this.name, plan: this.select.value, parameters, shared: this.shared.checked });
             this.inputs.filter((input) => input.className === 'scan').forEach((input) => { input.value = ''; });
         });
     }
