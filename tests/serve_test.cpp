@@ -138,6 +138,8 @@ protected:
 
 TEST_F(ServeTest, AttacksAreRefused) {
     const std::string person = cookieOf(_token), guest = cookieOf(_guestToken);
+    // Until the set is reached it has no actions.
+    readUntil(listen(person), R"("up":true)");
     const std::string good = own() + "\r\n" + person, start = R"({"set":"virtual","plan":"quick"})";
     const struct {
         const char* what;
