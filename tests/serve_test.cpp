@@ -32,7 +32,8 @@ protected:
     void SetUp() override {
         ToolTest::SetUp();
         setenv("FAPI_PLANS", folder().c_str(), 1);
-        writeFile("quick.plan", "plan quick\nparam serial \"the unit\"\nunit serial ${serial}\nstep one\n    wait 10ms\n");
+        writeFile("quick.plan",
+                  "plan quick\nparam serial \"the unit\"\nunit serial ${serial}\nstep one\n    wait 10ms\n");
         writeFile("slow.plan", "plan slow\nstep one\n    wait 1s\nstep two\n    wait 1s\n");
         start();
     }
