@@ -94,7 +94,7 @@ table { border-collapse: collapse; }
 .list .margin { display: block; color: var(--dim); font-size: 12.5px; }
 .list td.bar { padding-top: 12px; }
 .list td.gauge { vertical-align: middle; padding-top: 3px; padding-bottom: 3px; }
-.part { width: 100%; height: 9px; fill: var(--tone); opacity: 0.75; }
+.part { width: 100%; max-width: 130px; fill: var(--tone); opacity: 0.75; }
 .tag { font-size: 12px; font-weight: 400; color: var(--dim); border: 1px solid var(--rule); border-radius: 4px; padding: 0 5px; }
 
 section.step {
