@@ -73,10 +73,11 @@ TEST_F(ReportHtml, TellsVerdictStepsAndWhatFailed) {
     EXPECT_EQ(text("//h1"), "Test");
     EXPECT_THAT(texts("//header//label[input/@type = 'checkbox']"), ElementsAre("2 passed", "2 failed"));
     EXPECT_THAT(text("//dl[@class='facts']"), AllOf(HasSubstr("v1.0.0.13"), HasSubstr(set()), HasSubstr("once since")));
-    EXPECT_THAT(texts("//table[1]/tbody/tr/td[2]/a"), ElementsAre("fine", "not there", "again", "clean up"));
-    EXPECT_THAT(texts("//table[1]/tbody/tr/td[3]"), ElementsAre("passed", "failed", "failed", "passed"));
-    EXPECT_THAT(texts("//table[1]/tbody/tr/td[4]"), ElementsAre("", "", "9", ""));
-    EXPECT_THAT(text("//table[1]/tbody/tr[2]/td[2]"), HasSubstr("line 6: sys_check_file /data/none answered -1"));
+    EXPECT_THAT(texts("//table[1]/tbody/tr/td[2]/a"), ElementsAre("not there", "again", "fine", "clean up"))
+        << "what failed comes first";
+    EXPECT_THAT(texts("//table[1]/tbody/tr/td[3]"), ElementsAre("failed", "failed", "passed", "passed"));
+    EXPECT_THAT(texts("//table[1]/tbody/tr/td[4]"), ElementsAre("", "9", "", ""));
+    EXPECT_THAT(text("//table[1]/tbody/tr[1]/td[2]"), HasSubstr("line 6: sys_check_file /data/none answered -1"));
     expectTargets();
     EXPECT_EQ(count(step(3) + "/details"), 6u) << "both ends of many attempts";
     EXPECT_THAT(text(step(3) + "/p[@class='note']"), HasSubstr("3 more attempts"));
@@ -178,7 +179,7 @@ TEST_F(ReportHtml, ThePageOfVeryManyStepsIsBounded) {
     }
     readPage("on-failure continue\n" + strPlan + "step last\nsys_check_file /data/none\ndata kept values a=1\n");
     EXPECT_EQ(count("//table[1]/tbody/tr"), 2001u) << "each step is listed";
-    EXPECT_THAT(text("//main/section[last()]//h3"), HasSubstr("last"));
+    EXPECT_THAT(text("//main/section[1]//h3"), HasSubstr("last"));
     EXPECT_EQ(count("//header//a[@href='#step-2001']"), 2u);
     EXPECT_LT(_strPage.size(), 2000 * 500u);
     expectTargets();

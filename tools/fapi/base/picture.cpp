@@ -70,10 +70,7 @@ std::string parameters(const char* place, const Average& color) {
 
 }  // namespace
 
-void writePng(const Picture& picture, const std::string& file) {
-    if (picture.pixels.empty()) {
-        throw SetError(file + ": there is no picture to write");
-    }
+static png_image pngOf(const Picture& picture) {
     png_image image = {};
     image.version = PNG_IMAGE_VERSION;
     image.width = picture.width;
@@ -81,6 +78,29 @@ void writePng(const Picture& picture, const std::string& file) {
     image.format = PNG_FORMAT_RGBA;
     // Of flat areas little more is left with more time.
     image.flags = PNG_IMAGE_FLAG_FAST;
+    return image;
+}
+
+std::string pngText(const Picture& picture) {
+    if (picture.pixels.empty()) {
+        throw SetError("there is no picture");
+    }
+    png_image image = pngOf(picture);
+    const auto bytes = rgbaBytes(picture);
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::string text(size, '\0');
+    if (png_image_write_to_memory(&image, text.data(), &size, 0, bytes.data(), 0, nullptr) == 0) {
+        throw SetError("the picture cannot be written");
+    }
+    text.resize(size);
+    return text;
+}
+
+void writePng(const Picture& picture, const std::string& file) {
+    if (picture.pixels.empty()) {
+        throw SetError(file + ": there is no picture to write");
+    }
+    png_image image = pngOf(picture);
     std::unique_ptr<FILE, int (*)(FILE*)> stream(std::fopen(file.c_str(), "wb"), std::fclose);
     if (stream == nullptr) {
         throw writeError(file, errno);

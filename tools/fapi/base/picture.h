@@ -21,6 +21,8 @@ struct Picture {
 // Writes a PNG file of this PC, with transparency. Throws SetError that names the file: a FileError when the
 // picture is good and the PC cannot store it, and there is then no such file.
 void writePng(const Picture& picture, const std::string& file);
+// The bytes of such a file.
+std::string pngText(const Picture& picture);
 
 // The picture in lines of at most `columns` half blocks, two pixels each, and at most `rows` lines; what is transparent
 // counts as black. Ends with a newline.

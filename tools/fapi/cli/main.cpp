@@ -16,6 +16,7 @@
 #include "cli/partition.h"
 #include "cli/reference.h"
 #include "cli/results.h"
+#include "cli/serve.h"
 #include "cli/service.h"
 #include "cli/set.h"
 #include "cli/station.h"
@@ -175,6 +176,7 @@ public:
         addResults("results", "Look at the store of results", addStoreCommands);
         addClean();
         addSharing();
+        addServe();
         addStation();
         addTexts();
         unmarkArguments(_app);
@@ -696,6 +698,12 @@ private:
         options.client = "fapi";
         options.wire = _options.session.wire;
         return options;
+    }
+
+    void addServe() {
+        if (CLI::App* command = addCommand("serve", "Show the station and its sets in a browser")) {
+            addServeOptions(*command, _options, _station, _action);
+        }
     }
 
     // What shells and the folder of documents take from here.

@@ -19,7 +19,6 @@
 #include "plan/files.h"
 #include "plan/program_step.h"
 #include "program/program_run.h"
-#include "protocol/sha256.h"
 #include "record/database.h"
 #include "record/identity.h"
 #include "record/results_store.h"
@@ -41,14 +40,6 @@ constexpr unsigned long long kLeastFree = 1024 * kMebibyte;
 // Requests by which the noise of a wire is measured.
 constexpr int kNoiseRequests = 50;
 constexpr std::chrono::minutes kKnownBadLimit{10};
-
-std::string hashOfFile(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(stream), {});
-    Sha256 sum;
-    sum.add(text.data(), text.size());
-    return sum.sum();
-}
 
 std::string countOf(long long count, const char* what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");

@@ -33,6 +33,8 @@ public:
     const long long since;  // nanoseconds since 1970
     std::string name;
     bool hasGreeted = false;
+    bool isObserver = false;  // looks on, and is in the way of no one who needs the set alone
+    Field progress = {};      // of the run that it carries out, as it has said last
     bool isGone = false;
     std::set<std::string> watches = {};  // kinds of notifications
     std::size_t open = 0;                // requests without an answer

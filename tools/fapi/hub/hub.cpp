@@ -207,9 +207,15 @@ void Hub::forget(HubClient& client) {
     if (_claim.holder == client.id) {
         setClaim({}, false);
     }
+    if (!client.progress.isNull()) {
+        tellProgress(client);
+    }
     _prompts.forget(client.id);
+    const auto isHubs = [](const std::string& kind) {
+        return kind == "console" || kind == kPromptWatch || kind == kRunWatch;
+    };
     for (const std::string& kind : client.watches) {
-        if (!isWatched(kind) && isUp() && kind != "console" && kind != kPromptWatch) {
+        if (!isWatched(kind) && isUp() && !isHubs(kind)) {
             askAgent(kind, {{"on", false}}, nullptr);
         }
     }

@@ -37,6 +37,9 @@ constexpr char kHubIsReady = '+';
 // Returns an exit code.
 int runHub(const std::vector<std::string>& words);
 
+// The notifications of those clients that follow runs.
+constexpr char kRunWatch[] = "runs";
+
 // Who may change the set.
 struct Claim {
     long long holder = 0;  // a client; 0: none
@@ -107,6 +110,12 @@ private:
     bool isWatched(const std::string& kind) const;
     void answer(HubClient& client, const Request& request, Field result);
     void refuse(HubClient& client, const Request& request, ErrorCode code, const std::string& text, Field data = {});
+
+    // runs.cpp: which runs go on, and how far they have come
+    void progress(HubClient& client, const Request& request);
+    void watchRuns(HubClient& client, const Request& request);
+    void tellProgress(const HubClient& runner);
+    static SharedLine progressLine(const HubClient& runner);
 
     // hub_wire.cpp: what goes to the agent and comes from it
     bool isUp() const { return _wire && _isGreeted && !_wire->isClosed(); }

@@ -53,7 +53,9 @@ const std::map<std::string, Hub::Method>& Hub::methods() {
                                                           {"prompt", &Hub::prompt},
                                                           {"answer", &Hub::takeAnswer},
                                                           {"prompt.refuse", &Hub::refuseAnswer},
-                                                          {"prompt.close", &Hub::closePrompt}};
+                                                          {"prompt.close", &Hub::closePrompt},
+                                                          {"runs", &Hub::watchRuns},
+                                                          {"progress", &Hub::progress}};
     return methods;
 }
 
@@ -117,6 +119,7 @@ void Hub::hello(HubClient& client, const Request& request) {
     }
     client.hasGreeted = true;
     client.name = name;
+    client.isObserver = request.params["observer"].flagOr(false);
     Field result = _hello;
     result.set("wire", _hello["framing"]);
     result.set("framing", kPlainName);
@@ -171,6 +174,7 @@ void Hub::listClients(HubClient& asker, const Request& request) {
         }
         const bool isHolder = id == _claim.holder;
         Field& row = list.add({{"id", id}, {"name", known->name}, {"pid", known->pid}, {"since", known->since}});
+        row.set("observer", known->isObserver);
         row.set("claim", isHolder);
         row.set("shared", isHolder && _claim.isShared);
         if (isHolder) {

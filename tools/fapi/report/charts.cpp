@@ -37,6 +37,13 @@ Html drawing(Html parent, const char* cssClass, double width, double height, con
     return svg;
 }
 
+// One that says no more than the text beside it.
+Html ornament(Html parent, const char* cssClass, const std::string& viewBox) {
+    Html svg = parent.add("svg", cssClass);
+    svg.attribute("viewBox", viewBox).attribute("aria-hidden", std::string("true"));
+    return svg;
+}
+
 Html line(Html svg, const char* cssClass, double x1, double y1, double x2, double y2) {
     Html drawn = svg.add("line", cssClass);
     drawn.attribute("x1", x1).attribute("y1", y1).attribute("x2", x2).attribute("y2", y2);
@@ -238,6 +245,12 @@ void drawGauge(Html parent, const Json& measurement) {
         .attribute("r", std::string("4"));
 }
 
+void drawPart(Html parent, double part) {
+    // Pages have thousands of them.
+    Html svg = parent.add("svg", "part").attribute("viewBox", std::string("0 0 100 9"));
+    svg.add("path").attribute("d", "M0 0H" + std::to_string(std::max(1l, std::lround(100 * part))) + "V9H0");
+}
+
 void drawHistogram(Html parent, const std::vector<std::size_t>& counts, const std::string& first,
                    const std::string& last) {
     constexpr double kBarHeight = 120;
@@ -271,9 +284,13 @@ void drawMoments(Html parent, const std::vector<Moment>& moments, double seconds
     for (const Moment& moment : moments) {
         Html row = list.add("li");
         row.add("span", "time", durationText(moment.seconds));
-        char place[32];
-        std::snprintf(place, sizeof(place), "left:%.1f%%", 100 * std::clamp(range.place(moment.seconds), 0.0, 1.0));
-        row.add("span", "line").add("span", "mark", "").attribute("style", std::string(place));
+        constexpr double kLine = 200, kMark = 4;
+        Html svg = ornament(row, "line", "0 0 200 8");
+        line(svg, "grid", 0, kMark, kLine, kMark);
+        svg.add("circle", "mark")
+            .attribute("cx", kLine * std::clamp(range.place(moment.seconds), 0.0, 1.0))
+            .attribute("cy", kMark)
+            .attribute("r", kMark);
         row.add("span", "name", moment.name);
     }
 }

@@ -15,6 +15,9 @@ void drawGauge(Html parent, const Json& measurement);
 // values by their names.
 void drawData(Html parent, const Json& data);
 
+// A bar as long as that part of its place.
+void drawPart(Html parent, double part);
+
 // How many values lie in each of equal parts, from the first text to the last.
 void drawHistogram(Html parent, const std::vector<std::size_t>& counts, const std::string& first,
                    const std::string& last);

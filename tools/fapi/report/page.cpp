@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iterator>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <sstream>
 
@@ -59,6 +60,15 @@ std::size_t weightiest(const std::vector<StepResult>& steps, std::size_t begin, 
         first, steps.begin() + static_cast<std::ptrdiff_t>(end),
         [](const StepResult& left, const StepResult& right) { return weightOf(left) < weightOf(right); });
     return static_cast<std::size_t>(found - steps.begin());
+}
+
+// What somebody has to look at comes first.
+std::vector<std::size_t> orderOf(const PlanResult& result) {
+    std::vector<std::size_t> order(result.steps.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_partition(order.begin(), order.end(),
+                          [&](std::size_t index) { return isBad(result.steps[index].verdict()); });
+    return order;
 }
 
 // The verdicts that steps have. With more than one the page offers to leave some out.
@@ -275,7 +285,7 @@ void writeSummary(Html body, const PlanResult& result, const std::vector<bool>& 
     }
     Html rows = addList(
         body, "Steps", {{"No", "no"}, {"Step", "step"}, {"Verdict", "badges"}, kAttempts, kDuration, {"Share", "bar"}});
-    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+    for (const std::size_t i : orderOf(result)) {
         if (!result.isListed(i)) {
             continue;
         }
@@ -294,8 +304,7 @@ void writeSummary(Html body, const PlanResult& result, const std::vector<bool>& 
         addCell(row, kAttempts, attempts > 1 ? std::to_string(attempts) : "");
         addCell(row, kDuration, attempts > 0 ? durationText(step.seconds()) : "");
         if (const long percent = std::lround(100 * step.seconds() / longest); percent > 0) {
-            Html bar = row.add("td", "bar").add("span", "", "");
-            bar.attribute("style", "width:" + std::to_string(percent) + "%");
+            drawPart(row.add("td", "bar"), static_cast<double>(percent) / 100);
         } else {
             row.add("td");
         }
@@ -374,7 +383,7 @@ void writeMeasurements(Html body, const PlanResult& result) {
 
 void writeSteps(Html body, const PlanResult& result, const std::vector<bool>& detailed, const std::string& folder) {
     body.add("h2", "", "Each step");
-    for (std::size_t i = 0; i < result.steps.size(); ++i) {
+    for (const std::size_t i : orderOf(result)) {
         if (detailed[i]) {
             writeStep(body, result, i, folder);
         }

@@ -25,11 +25,12 @@ Html addTable(Html parent, const std::vector<const char*>& titles) {
     return table.add("tbody");
 }
 
-void addRow(Html body, const std::vector<std::string>& cells) {
+Html addRow(Html body, const std::vector<std::string>& cells) {
     Html row = body.add("tr");
     for (const std::string& cell : cells) {
         row.add("td", "", cell);
     }
+    return row;
 }
 
 void addCounts(Html body, const LineStatistics& statistics) {
@@ -42,9 +43,11 @@ void addCounts(Html body, const LineStatistics& statistics) {
     addRow(verdicts, {"final yield", yieldText(statistics.final)});
     addRow(verdicts, {"judged runs that name no unit", std::to_string(statistics.withoutUnit)});
     body.add("h2", "", "Failing steps");
-    Html failing = addTable(body, {"step", "failed runs"});
+    Html failing = addTable(body, {"step", "failed runs", "share"});
+    const long long most = statistics.failing.empty() ? 1 : statistics.failing[0].count;
     for (const Counted& row : statistics.failing) {
-        addRow(failing, {row.name, std::to_string(row.count)});
+        Html line = addRow(failing, {row.name, std::to_string(row.count)});
+        drawPart(line.add("td", "bar v-failed"), static_cast<double>(row.count) / static_cast<double>(most));
     }
     body.add("h2", "", "Time of steps");
     Html steps = addTable(body, {"step", "times", "mean", "shortest", "longest"});
@@ -90,6 +93,25 @@ void addSeries(Html body, const Series& series) {
     }
 }
 
+void addStatistics(Html body, const LineStatistics& statistics) {
+    addCounts(body, statistics);
+    body.add("h2", "", "Measurements");
+    if (statistics.series.size() > kCharts) {
+        body.add("p", "",
+                 "The first " + std::to_string(kCharts) + " of " + std::to_string(statistics.series.size()) +
+                     "; --measurement shows one.");
+    }
+    for (std::size_t i = 0; i < std::min(kCharts, statistics.series.size()); ++i) {
+        addSeries(body, statistics.series[i]);
+    }
+}
+
+std::string textOf(const pugi::xml_document& document) {
+    std::ostringstream text;
+    document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
+    return text.str();
+}
+
 }  // namespace
 
 std::string yieldText(const Yield& yield) {
@@ -126,23 +148,19 @@ std::string statisticsPage(const LineStatistics& statistics, const std::string& 
     html.attribute("lang", "en");
     Html head = html.add("head");
     head.add("meta").attribute("charset", "utf-8");
+    head.add("meta").attribute("name", "viewport").attribute("content", "width=device-width, initial-scale=1");
     head.add("title", "", "Statistics");
     head.add("style", "", kHtmlStyle);
     Html body = html.add("body");
     body.add("h1", "", "Statistics of " + store);
-    addCounts(body, statistics);
-    body.add("h2", "", "Measurements");
-    if (statistics.series.size() > kCharts) {
-        body.add("p", "",
-                 "The first " + std::to_string(kCharts) + " of " + std::to_string(statistics.series.size()) +
-                     "; --measurement shows one.");
-    }
-    for (std::size_t i = 0; i < std::min(kCharts, statistics.series.size()); ++i) {
-        addSeries(body, statistics.series[i]);
-    }
-    std::ostringstream text;
-    document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
-    return text.str();
+    addStatistics(body, statistics);
+    return textOf(document);
+}
+
+std::string statisticsElements(const LineStatistics& statistics) {
+    pugi::xml_document document;
+    addStatistics(Html(document).add("div", "statistics"), statistics);
+    return textOf(document);
 }
 
 }  // namespace tool

@@ -8,6 +8,8 @@
 namespace tool {
 
 std::string statisticsPage(const LineStatistics& statistics, const std::string& store);
+// Its elements alone, for another page with the same style.
+std::string statisticsElements(const LineStatistics& statistics);
 
 // "98.5 % (197 of 200)", "too few" without a unit.
 std::string yieldText(const Yield& yield);

@@ -94,7 +94,7 @@ table { border-collapse: collapse; }
 .list .margin { display: block; color: var(--dim); font-size: 12.5px; }
 .list td.bar { padding-top: 12px; }
 .list td.gauge { vertical-align: middle; padding-top: 3px; padding-bottom: 3px; }
-.list .bar span { display: block; height: 9px; min-width: 1px; background: var(--tone); opacity: 0.75; border-radius: 2px; }
+.part { width: 100%; max-width: 130px; fill: var(--tone); opacity: 0.75; }
 .tag { font-size: 12px; font-weight: 400; color: var(--dim); border: 1px solid var(--rule); border-radius: 4px; padding: 0 5px; }
 
 section.step {
@@ -172,10 +172,7 @@ svg .middle { text-anchor: middle; }
 .moments { margin: 0; padding: 0; list-style: none; font-size: 13px; }
 .moments li { display: flex; flex-wrap: wrap; gap: 0 12px; align-items: center; padding: 2px 0; }
 .moments .time { width: 64px; text-align: right; color: var(--dim); font-variant-numeric: tabular-nums; }
-.moments .line { position: relative; width: 200px; height: 2px; background: var(--rule); }
-.moments .mark {
-    position: absolute; top: -3px; width: 8px; height: 8px; margin-left: -4px; border-radius: 4px; background: var(--text);
-}
+.moments .line { width: 200px; }
 .moments .name { flex: 1 1 300px; min-width: 0; overflow-wrap: anywhere; }
 .track { fill: var(--code); } .near { fill: var(--marginal); opacity: 0.55; } .inside { fill: var(--passed); opacity: 0.45; }
 .limit { stroke: var(--dim); stroke-width: 1.5; }
@@ -217,6 +214,11 @@ svg .middle { text-anchor: middle; }
     .list { font-size: 9pt; }
     .list th, .list td { padding-top: 2px; padding-bottom: 2px; }
     .list td.bar { padding-top: 6px; }
+    .v-passed .what code { display: none; }
+    .v-passed .margin { display: inline; }
+    .picture img { width: 176px; height: 99px; }
+    figure svg { max-width: 62%; }
+    section.step { padding: 4px 10px; }
     .counts input { display: none; }
     tr, figure, .picture, .command, .verdict, section.v-passed { break-inside: avoid; }
     h2, h3, h4 { break-after: avoid; }

@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 Json toJson(const Plan& plan) {
-    Json json = {{"file", plan.file}, {"plan", plan.name}, {"unit", plan.unit}};
+    Json json = {{"file", plan.file}, {"plan", plan.name}, {"unit", plan.unit}, {"limits", plan.limitsFile}};
     json["parameters"] = Json::array();
     for (const PlanParameter& parameter : plan.parameters) {
         json["parameters"].push_back({{"name", parameter.name},

@@ -73,9 +73,10 @@ void Progress::begin(std::size_t step, std::size_t attempt) {
     _step = step;
     _attempt = attempt;
     _start = Clock::now();
-    if (_terminal) {
-        refresh();
+    if (_announcement != nullptr) {
+        _announcement->begin(step, attempt);
     }
+    refresh();
 }
 
 // "  3/46  "
@@ -87,7 +88,10 @@ std::string Progress::place(std::size_t step) const {
 
 // No wider than the terminal: a line that has gone on below cannot be erased.
 void Progress::refresh() const {
-    if (_attempt == 0) {
+    if (_announcement != nullptr) {
+        _announcement->flush();
+    }
+    if (_attempt == 0 || !_terminal) {
         return;
     }
     char time[32];
@@ -103,6 +107,9 @@ void Progress::refresh() const {
 
 void Progress::end(std::size_t step, const StepResult& result) {
     _attempt = 0;
+    if (_announcement != nullptr) {
+        _announcement->end(result);
+    }
     if (_atEndOfStep) {
         _atEndOfStep(step, result);
     }
@@ -152,6 +159,9 @@ void Progress::finish(const PlanResult& result) const {
 }
 
 void Progress::conclude(const PlanResult& result, const std::vector<std::string>& reports) const {
+    if (_announcement != nullptr) {
+        _announcement->conclude(result);
+    }
     const RunCounts counts(result);
     if (_json) {
         printLine(jsonLine({{"plan", _plan.name},

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "record/result.h"
+#include "run/announcement.h"
 
 namespace tool {
 
@@ -16,8 +17,10 @@ public:
     Progress(const Plan& plan, Shows shows);
     // The run begins with this step.
     void resume(std::size_t step) const;
-    // How often refresh() wants to be called while nothing happens; negative: never.
-    int refreshMilliseconds() const { return _terminal ? 200 : -1; }
+    // How often refresh() wants to be called while nothing happens.
+    int refreshMilliseconds() const { return 200; }
+    // Whom else it tells; null: nobody.
+    void announce(Announcement* announcement) { _announcement = announcement; }
     // Called with every step that has ended.
     void atEndOfStep(std::function<void(std::size_t, const StepResult&)> use) { _atEndOfStep = std::move(use); }
     void begin(std::size_t step, std::size_t attempt);
@@ -35,6 +38,7 @@ private:
     const bool _quiet;
     const bool _json;
     const bool _terminal;
+    Announcement* _announcement = nullptr;
     std::size_t _step = 0;
     std::size_t _attempt = 0;  // 0: no step is running
     Clock::time_point _start;

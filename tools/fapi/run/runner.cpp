@@ -207,6 +207,8 @@ private:
         }
         const Plan& plan = filled ? *filled : _plans[index];
         Progress progress(plan, _options.json ? Progress::Shows::json : Progress::Shows::lines);
+        Announcement announcement(plan, unitFor(plan, input.parameters));
+        progress.announce(&announcement);
         std::optional<RunRecording> recording;
         PlanRun run(plan, input, session, _options.isShared, report != nullptr ? report->stem() : "", progress,
                     _interrupts, unfinished);
@@ -223,6 +225,7 @@ private:
                 }
                 recording.emplace(*_writer, plan, facts);
                 unfinished->nameRecord(recording->run().id, whatDecides(plan, facts));
+                announcement.record(recording->run());
                 progress.atEndOfStep(
                     [&](std::size_t step, const StepResult& ended) { recording->endStep(step, ended); });
             }

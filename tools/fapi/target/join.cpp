@@ -127,8 +127,9 @@ std::unique_ptr<Target> Target::join(const TargetOptions& options) {
 // Returns false when the hub ends the connection in place of an answer.
 bool Target::greet(const TargetOptions& options) {
     const Field versions = Field::List{kProtocolOldest, kProtocolNewest};
-    const long long id =
-        begin("hello", {{"protocol", versions}, {"framings", Field::List{kPlainName}}, {"name", options.client}});
+    Field params = {{"protocol", versions}, {"framings", Field::List{kPlainName}}, {"name", options.client}};
+    params.set("observer", options.isObserver);
+    const long long id = begin("hello", params);
     // The hub gives up before this.
     constexpr std::chrono::seconds kLonger{5};
     const auto upWithin = options.wire && options.mayStart ? options.wire->upWithin + kLonger : options.limit;

@@ -14,10 +14,13 @@ constexpr std::size_t kBytesOfAPixel = 4;
 }  // namespace
 
 Picture takePicture(const std::string& word) {
+    // Worth it on a wire that is probably slow.
+    return takePicture(session(), word, session().hello()["wire"] == Field(kCheckedName));
+}
+
+Picture takePicture(Target& target, const std::string& word, bool inRuns) {
     Bytes bytes;
-    // Equal pixels beside each other are worth one on a wire that is probably slow.
-    const bool inRuns = session().hello()["wire"] == Field(kCheckedName);
-    const Field answer = session().read("picture", {{"source", word}, {"runs", inRuns}}, [&](const Bytes& piece) {
+    const Field answer = target.read("picture", {{"source", word}, {"runs", inRuns}}, [&](const Bytes& piece) {
         bytes.insert(bytes.end(), piece.begin(), piece.end());
     });
     Picture picture;

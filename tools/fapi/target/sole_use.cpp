@@ -28,7 +28,7 @@ long long claimant(Target& target, const std::string& reason) {
 // The process of another client; 0: there is none.
 long long otherClient(Target& target) {
     for (const Target::Client& client : target.clients()) {
-        if (client.id != target.hello()["client"].numberOr(0)) {
+        if (client.id != target.hello()["client"].numberOr(0) && !client.isObserver) {
             return client.pid;
         }
     }

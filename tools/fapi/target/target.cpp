@@ -282,7 +282,9 @@ void Target::take(Message message) {
         if (const Field& stream = message.answer->result["stream"]; stream.isNumber()) {
             _streams[stream.number()] = {};
         }
-        _answers[*message.answer->id] = std::move(*message.answer);
+        if (_untold.erase(*message.answer->id) == 0) {
+            _answers[*message.answer->id] = std::move(*message.answer);
+        }
     } else if (message.notification && message.notification->method == "stream") {
         takePiece(std::move(message.notification->params));
     } else if (message.notification) {
@@ -317,9 +319,9 @@ std::vector<Target::Client> Target::clients() {
     std::vector<Client> list;
     const Field result = request("clients");
     for (const Field& row : result.at("clients").list()) {
-        Client client = {
-            row.at("id").number(),      row["name"].textOr(""),      row["pid"].numberOr(0),   row["since"].numberOr(0),
-            row["claim"].flagOr(false), row["shared"].flagOr(false), row["reason"].textOr(""), {}};
+        Client client = {row.at("id").number(),         row["name"].textOr(""),     row["pid"].numberOr(0),
+                         row["since"].numberOr(0),      row["claim"].flagOr(false), row["shared"].flagOr(false),
+                         row["observer"].flagOr(false), row["reason"].textOr(""),   {}};
         for (const Field& kind : row["watches"].list()) {
             client.watches.push_back(kind.text());
         }

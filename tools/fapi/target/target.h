@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,7 @@ struct TargetOptions {
     std::chrono::milliseconds limit{30000};  // until the hub has answered the first request
     int stop = -1;  // a descriptor that is readable when the user wants no longer to wait for that
     std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
+    bool isObserver = false;                         // looks on: who needs the set alone does not wait for this client
 };
 
 // The set that the options mean, for messages: the virtual one's folder, or the target's name.
@@ -63,6 +65,8 @@ public:
     // The two halves of it, for requests that overlap.
     long long begin(const std::string& method, const Field& params = Field::Fields());
     Field finish(long long id);
+    // Sends a request whose answer nobody waits for.
+    void tell(const std::string& method, const Field& params) { _untold.insert(begin(method, params)); }
     // Ends the request that finish() waits for, when it is called back meanwhile: takes it back, or ends the worker
     // that carries it out, and with it what the set has in memory. Throws RequestError: `begun` when it must finish.
     void endAwaited();
@@ -106,6 +110,7 @@ public:
         long long since = 0;  // nanoseconds since 1970
         bool hasClaim = false;
         bool isShared = false;
+        bool isObserver = false;
         std::string reason;
         std::vector<std::string> watches;
     };
@@ -147,6 +152,7 @@ private:
     long long _lastId = 0;
     std::optional<long long> _awaited;  // what finish() waits for
     std::map<long long, Answer> _answers;
+    std::set<long long> _untold;  // requests whose answers are dropped
     std::map<long long, Stream> _streams;
     std::deque<Notification> _notifications;
     bool _isDispatching = false;

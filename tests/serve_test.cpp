@@ -1,0 +1,284 @@
+// SPDX-License-Identifier: Apache-2.0
+// The page's server: what attackers, slow clients and lost processes meet. How the page looks and acts is the browser's
+// test.
+#include <csignal>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "hub/descriptor.h"
+#include "support/hub_client.h"
+#include "support/tool_fixture.h"
+#include "support/waiting.h"
+
+namespace {
+
+using namespace test;
+using namespace std::chrono_literals;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+using tool::Descriptor;
+
+class ServeTest : public ToolTest {
+protected:
+    void SetUp() override {
+        ToolTest::SetUp();
+        setenv("FAPI_PLANS", folder().c_str(), 1);
+        writeFile("quick.plan",
+                  "plan quick\nparam serial \"the unit\"\nunit serial ${serial}\nstep one\n    wait 10ms\n");
+        writeFile("slow.plan", "plan slow\nstep one\n    wait 1s\nstep two\n    wait 1s\n");
+        start();
+    }
+    void TearDown() override {
+        end(SIGTERM);
+        unsetenv("FAPI_PLANS");
+        ToolTest::TearDown();
+    }
+
+    void start(const std::string& port = "0") {
+        int ends[2] = {};
+        ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        const Descriptor output(ends[0]);
+        Descriptor input(ends[1]);
+        const std::string address = "127.0.0.1:" + port, reports = folder() + "/reports", binary = FAPI_BINARY;
+        _server = fork();
+        if (_server == 0) {
+            dup2(input.get(), STDOUT_FILENO);
+            execl(binary.c_str(), "fapi", "--set", set().c_str(), "serve", "--listen", address.c_str(), "--guest-token",
+                  "--report", reports.c_str(), nullptr);
+            _exit(127);
+        }
+        input.close();
+        std::string lines;
+        char piece[512];
+        while (std::count(lines.begin(), lines.end(), '\n') < 2) {
+            const ssize_t length = read(output.get(), piece, sizeof(piece));
+            ASSERT_GT(length, 0) << lines;
+            lines.append(piece, static_cast<std::size_t>(length));
+        }
+        const std::vector<std::string> addresses = linesOf(lines);
+        _port = addresses[0].substr(0, addresses[0].find("/#")).substr(sizeof("http://127.0.0.1:") - 1);
+        _token = addresses[0].substr(addresses[0].find('#') + 1);
+        _guestToken = addresses[1].substr(addresses[1].find('#') + 1);
+    }
+    void end(int signal) {
+        if (_server > 0) {
+            kill(_server, signal);
+            waitpid(std::exchange(_server, -1), nullptr, 0);
+        }
+    }
+
+    Descriptor connect() const {
+        Descriptor connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(_port)));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(::connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+        return connection;
+    }
+    // Reads until the text has come, or the connection has ended.
+    static std::string readUntil(const Descriptor& connection, const std::string& text, int milliseconds = 10000) {
+        std::string all;
+        pollfd entry = {connection.get(), POLLIN, 0};
+        const auto end = std::chrono::steady_clock::now() + patient(std::chrono::milliseconds(milliseconds));
+        while (all.find(text) == std::string::npos && std::chrono::steady_clock::now() < end) {
+            char piece[16384];
+            const ssize_t length = poll(&entry, 1, 100) == 1 ? recv(entry.fd, piece, sizeof(piece), 0) : -1;
+            if (length == 0 || (length < 0 && entry.revents != 0 && errno == ECONNRESET)) {
+                break;
+            }
+            all.append(piece, length > 0 ? static_cast<std::size_t>(length) : 0);
+        }
+        return all;
+    }
+    std::string exchange(const std::string& head, const std::string& body = "") const {
+        const Descriptor connection = connect();
+        const std::string text = head + "\r\nConnection: close\r\n\r\n" + body;
+        send(connection.get(), text.data(), text.size(), MSG_NOSIGNAL);
+        return readUntil(connection, "no text ends this");
+    }
+    std::string host() const { return "Host: 127.0.0.1:" + _port; }
+    std::string own() const { return host() + "\r\nOrigin: http://127.0.0.1:" + _port; }
+    std::string get(const std::string& path, const std::string& headers) const {
+        return exchange("GET " + path + " HTTP/1.1\r\n" + headers);
+    }
+    std::string post(const std::string& path, const std::string& headers, const std::string& body) const {
+        return exchange("POST " + path + " HTTP/1.1\r\n" + headers +
+                            "\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(body.size()),
+                        body);
+    }
+    // The header of a browser that has signed in.
+    std::string cookieOf(const std::string& token) const {
+        const std::string answer = post("/login", own(), R"({"token":")" + token + "\"}");
+        const std::size_t begin = answer.find("Set-Cookie: ");
+        EXPECT_THAT(answer, AllOf(HasSubstr("HttpOnly"), HasSubstr("SameSite=Strict")));
+        return "Cookie: " + answer.substr(begin + 12, answer.find(';', begin) - begin - 12);
+    }
+    std::string act(const std::string& path, const std::string& cookie, const std::string& body) const {
+        return post(path, own() + "\r\n" + cookie, body);
+    }
+    Descriptor listen(const std::string& cookie) const {
+        Descriptor connection = connect();
+        const std::string text = "GET /api/changes HTTP/1.1\r\n" + host() + "\r\n" + cookie + "\r\n\r\n";
+        send(connection.get(), text.data(), text.size(), MSG_NOSIGNAL);
+        return connection;
+    }
+
+    pid_t _server = -1;
+    std::string _port, _token, _guestToken;
+};
+
+TEST_F(ServeTest, AttacksAreRefused) {
+    const std::string person = cookieOf(_token), guest = cookieOf(_guestToken);
+    // Until the set is reached it has no actions.
+    readUntil(listen(person), R"("up":true)");
+    const std::string good = own() + "\r\n" + person, start = R"({"set":"virtual","plan":"quick"})";
+    const struct {
+        const char* what;
+        std::string answer, expected;
+    } rows[] = {
+        {"the page", get("/", host()), "HTTP/1.1 200"},
+        {"another name for this address", get("/", "Host: rebound.example:" + _port), "HTTP/1.1 421"},
+        {"no host", get("/", "X: y"), "HTTP/1.1 4"},
+        {"no cookie", get("/api/runs", host()), "HTTP/1.1 401"},
+        {"a guessed cookie", get("/api/runs", host() + "\r\n" + person.substr(0, person.size() - 1) + "x"),
+         "HTTP/1.1 401"},
+        {"the cookie", get("/api/runs", host() + "\r\n" + person), "HTTP/1.1 200"},
+        {"a guessed token", post("/login", own(), R"({"token":")" + std::string(40, '0') + "\"}"), "HTTP/1.1 401"},
+        {"the token in the address", get("/api/runs?token=" + _token, host()), "HTTP/1.1 401"},
+        {"another page's post", post("/api/start", host() + "\r\nOrigin: https://evil.example\r\n" + person, start),
+         "HTTP/1.1 403"},
+        {"a post from nowhere", post("/api/start", host() + "\r\n" + person, start), "HTTP/1.1 403"},
+        {"another page's read", get("/api/runs", host() + "\r\nOrigin: null\r\n" + person), "HTTP/1.1 403"},
+        {"a guest's look", get("/api/runs", host() + "\r\n" + guest), "HTTP/1.1 200"},
+        {"a guest's change", act("/api/start", guest, start), "HTTP/1.1 403"},
+        {"a change by a look", get("/api/start?set=virtual&plan=quick", good), "HTTP/1.1 404"},
+        {"an action by a look", get("/api/look?set=virtual&words=key+1", good), "HTTP/1.1 403"},
+        {"no JSON", act("/api/start", person, "set=virtual"), "HTTP/1.1 400"},
+        {"a form",
+         exchange("POST /api/start HTTP/1.1\r\n" + good + "\r\nContent-Type: text/plain\r\nContent-Length: 0"),
+         "HTTP/1.1 415"},
+        {"another method", exchange("DELETE /api/runs HTTP/1.1\r\n" + good), "HTTP/1.1 405"},
+        {"a path", get("/../../../../etc/passwd", good), "HTTP/1.1 404"},
+        {"an escaped path", get("/%2e%2e/%2e%2e/etc/passwd", good), "HTTP/1.1 404"},
+        {"a run that is a path", get("/api/report?run=../../../etc/passwd", good), "HTTP/1.1 400"},
+        {"a plan that is a path", get("/api/plan?set=virtual&plan=/etc/passwd", good), "HTTP/1.1 400"},
+        {"a plan that is an option", act("/api/start", person, R"({"set":"virtual","plan":"--help"})"), "HTTP/1.1 400"},
+        {"an unknown set", act("/api/stop", person, R"({"set":"<b>"})"), "HTTP/1.1 400"},
+        {"a body of 1 GB",
+         exchange("POST /login HTTP/1.1\r\n" + own() +
+                  "\r\nContent-Type: application/json\r\nContent-Length: 1073741824"),
+         "HTTP/1.1 413"},
+        {"a body without an end",
+         exchange(
+             "POST /login HTTP/1.1\r\n" + own() + "\r\nContent-Type: application/json\r\nTransfer-Encoding: chunked",
+             "1\r\n{\r\n"),
+         "HTTP/1.1 413"},
+        {"a long header", get("/", host() + "\r\nX: " + std::string(100000, 'x')), "HTTP/1.1 4"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_THAT(row.answer, StartsWith(row.expected)) << row.what;
+    }
+    EXPECT_THAT(rows[0].answer, AllOf(HasSubstr("Content-Security-Policy: default-src 'none'; script-src 'self'"),
+                                      Not(HasSubstr("unsafe"))));
+}
+
+// Also when none of them ever sends the end of a header.
+TEST_F(ServeTest, AThousandSilentConnectionsKeepNobodyOut) {
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    std::vector<Descriptor> silent;
+    for (int i = 0; i < 1000; ++i) {
+        silent.push_back(connect());
+        send(silent.back().get(), "GET / HTTP/1.1\r\nX-Slow: ", 24, MSG_NOSIGNAL);
+    }
+    EXPECT_THAT(get("/", host()), StartsWith("HTTP/1.1 200"));
+    // The first ones have made room.
+    EXPECT_EQ(readUntil(silent[0], "no text"), "");
+    pollfd first = {silent[0].get(), POLLIN, 0};
+    EXPECT_EQ(poll(&first, 1, 0), 1);
+}
+
+TEST_F(ServeTest, ARunOutlivesTheServerAndIsFoundAgain) {
+    const std::string person = cookieOf(_token), port = _port;
+    EXPECT_THAT(act("/api/start", person, R"({"set":"virtual","plan":"slow"})"), StartsWith("HTTP/1.1 200"));
+    EXPECT_THAT(readUntil(listen(person), R"("plan":"slow")"), HasSubstr(R"("state":"running")"));
+    end(SIGKILL);
+    start(port);
+    // The browser's cookie is still good.
+    const Descriptor stream = listen(person);
+    EXPECT_THAT(readUntil(stream, R"("state":"ended")"),
+                AllOf(HasSubstr(R"("plan":"slow")"), HasSubstr(R"("verdict":"passed")")));
+}
+
+TEST_F(ServeTest, ARunThatDiesIsToldAtOnce) {
+    const std::string person = cookieOf(_token);
+    const std::string answer = act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
+    const pid_t runner = std::stoi(answer.substr(answer.find("\"pid\":") + 6));
+    const Descriptor stream = listen(person);
+    readUntil(stream, R"("state":"running")");
+    kill(runner, SIGKILL);
+    EXPECT_THAT(readUntil(stream, R"("state":"died")", 2000), HasSubstr(R"("state":"died")"));
+    EXPECT_THAT(act("/api/stop", person, R"({"set":"virtual"})"), StartsWith("HTTP/1.1 409"));
+}
+
+// Another program's run asks; the page's second answer is told that it came too late.
+TEST_F(ServeTest, TheFirstAnswerCounts) {
+    const std::string person = cookieOf(_token);
+    const Descriptor stream = listen(person);
+    readUntil(stream, R"("up":true)");
+    const std::unique_ptr<tool::Target> run = joinHub(set());
+    std::vector<tool::Field> answers;
+    run->listen("answer", [&](const tool::Field& params) {
+        answers.push_back(params);
+        run->tell("prompt.close", {{"prompt", params["prompt"]},
+                                   {"number", params["number"]},
+                                   {"answer", params["answer"]},
+                                   {"who", params["who"]},
+                                   {"where", params["where"]}});
+    });
+    const long long prompt = run->request("prompt", {{"kind", "ask"}, {"text", "Is it <b>on</b>?"}})["prompt"].number();
+    EXPECT_THAT(readUntil(stream, "Is it"), HasSubstr("Is it <b>on</b>?"));
+    const std::string body =
+        R"({"set":"virtual","prompt":)" + std::to_string(prompt) + R"(,"answer":"yes","who":"Ada"})";
+    std::string first, second;
+    std::thread browser([&] {
+        first = act("/api/answer", person, body);
+        second = act("/api/answer", person, body);
+    });
+    while (answers.empty()) {
+        run->pump(50ms);
+    }
+    run->pump(50ms);
+    browser.join();
+    EXPECT_THAT(first, HasSubstr(R"("taken":true)"));
+    EXPECT_THAT(second, HasSubstr(R"("taken":false)"));
+    ASSERT_EQ(answers.size(), 1u);
+    EXPECT_EQ(answers[0]["who"].textOr(""), "Ada");
+}
+
+// An address beyond this PC, without TLS in between.
+TEST_F(ServeTest, WrongWordsAreRefused) {
+    const Impossible rows[] = {
+        {{"serve", "--listen", "0.0.0.0:0"}, 2, "beyond this PC"},
+        {{"serve", "--listen", "localhost"}, 2, "expected ADDRESS:PORT"},
+        {{"serve", "--listen", "127.0.0.1:" + _port}, 2, "Address already in use"},
+        {{"serve", "--behind", "http://station.example", "--listen", "127.0.0.1:0"}, 2, "expected https://NAME"},
+    };
+    for (const Impossible& row : rows) {
+        expectImpossible(row);
+    }
+}
+
+}  // namespace
