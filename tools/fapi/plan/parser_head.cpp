@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "plan/parser.h"
+#include "plan/words_of_plans.h"
 
 namespace tool {
 

@@ -189,6 +189,14 @@ std::vector<std::string> StepResult::pictures() const {
     for (const Json& picture : pictures) {
         files.push_back(picture["file"].get<std::string>());
     }
+    // What programs of the step have attached is kept as its pictures are.
+    std::vector<Json> attachments;
+    addAllOf(*this, "attachments", attachments);
+    for (const Json& ofCommand : attachments) {
+        for (const Json& attachment : ofCommand) {
+            files.push_back(attachment["file"].get<std::string>());
+        }
+    }
     return files;
 }
 
@@ -197,11 +205,6 @@ std::vector<std::string> PlanResult::pictures() const {
     for (const StepResult& step : steps) {
         const std::vector<std::string> more = step.pictures();
         files.insert(files.end(), more.begin(), more.end());
-    }
-    for (const Json& attachments : allOf(*this, "attachments")) {
-        for (const Json& attachment : attachments) {
-            files.push_back(attachment["file"].get<std::string>());
-        }
     }
     std::sort(files.begin(), files.end());
     files.erase(std::unique(files.begin(), files.end()), files.end());

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "protocol/characters.h"
+#include "record/database.h"
 #include "target/session.h"
 
 namespace tool {
@@ -29,7 +30,7 @@ void Announcement::end(const StepResult& result) {
     ++_ended;
     _bad += isBad(result.verdict()) ? 1 : 0;
     if (result.verdict() > _worst.verdict && result.verdict() != Verdict::skipped) {
-        _worst = {result.verdict(), _plan.steps[_step].name + ": " + result.text()};
+        _worst = {result.verdict(), _plan.nameAt(_step) + ": " + result.text()};
     }
     _isDue = true;
 }
@@ -56,10 +57,10 @@ Field Announcement::state(const char* word) const {
             {"number", _run != nullptr ? _run->number : 0},
             {"report", _run != nullptr ? _run->report : ""},
             {"began", began},
-            {"steps", _plan.steps.size()},
-            {"ended", std::min(_ended, _plan.steps.size())},
+            {"steps", _plan.size()},
+            {"ended", std::min(_ended, _plan.size())},
             {"bad", _bad},
-            {"step", text(_step < _plan.steps.size() ? _plan.steps[_step].name : "")},
+            {"step", text(_step < _plan.size() ? _plan.nameAt(_step) : "")},
             {"attempt", _attempt},
             {"verdict", verdictName(_worst.verdict)},
             {"why", text(_worst.text)}};

@@ -479,12 +479,12 @@ Picture RunSet::takePicture(const std::string& what) {
 }
 
 GivenAnswer RunSet::ask(const Question& question) {
-    _isBehind = true;
+    _lanes[lane()].isBehind = true;
     return guarded([&] { return theOperator().ask(question, [this] { check(); }); });
 }
 
 ProgramResult RunSet::runProgram(const ProgramCall& call) {
-    _isBehind = true;
+    _lanes[lane()].isBehind = true;
     return guarded([&] { return runPlanProgram(call, [this] { check(); }); });
 }
 
