@@ -101,7 +101,7 @@ TEST_F(BindingTest, AnOperatorNeedsATerminal) {
         int exit;
     } rows[] = {{"\n", "PASS", 0},
                 {"\x03", "set plug hdmi 1 1920 1080 60000: interrupted", 4},
-                {"", "set plug: the operator has not answered within 3000 ms", 3}};
+                {"", "nobody has answered within 3000 ms: Plug hdmi in.", 3}};
     for (const auto& row : rows) {
         const test::ProcessResult asked = test::runOnTerminal(
             {FAPI_BINARY, "--station", strStation, "--target", "board", "run", "--no-report", strPlan},

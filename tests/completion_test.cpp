@@ -69,7 +69,7 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"env get m", {"model"}},
         {"env unset --flash nand m", {}},
         {"env get --flash s", {"spi_nor"}},
-        {"run li", {":files", "line"}},
+        {"run li", {":files", "line", "line-LM43", "line-LM65"}},
         {"run line --param se", {"serial="}},
         {"run line --param serial=A --param se", {}},
         {"run one.plan --report ", {":folders"}},

@@ -280,6 +280,9 @@ TEST_F(ResultsStoreTest, AnOlderFileIsMigratedBehindACopy) {
         for (const char* pszView : {"run_overview", "yield_by_day", "failing_steps", "final_measurement"}) {
             store.database().execute(std::string("drop view ") + pszView);
         }
+        for (const char* pszColumn : {"skipped", "in_calls", "in_waits"}) {
+            store.database().execute(std::string("alter table run drop column ") + pszColumn);
+        }
         store.database().execute("delete from schema_version where version > 1");
     }
     ResultsStore store(strFile);

@@ -38,7 +38,7 @@ Table runTable() {
                   {"seconds", Align::right, 3},
                   {"station", Align::left, 8},
                   {"plan"}},
-                 10);
+                 11);
 }
 
 const char* colorOfRun(const std::string& verdict) {

@@ -360,7 +360,7 @@ void PlanRun::runAttempt(const Step& step) {
     }
     const auto isSkipped = [](const PlanLine& line) { return !line.skipped.empty(); };
     const auto skipped = std::count_if(step.lines.begin(), step.lines.end(), isSkipped);
-    if (static_cast<std::size_t>(skipped) + attempt.skipped.size() == step.lines.size()) {
+    if (!step.lines.empty() && static_cast<std::size_t>(skipped) + attempt.skipped.size() == step.lines.size()) {
         const std::string& why = step.lines.front().skipped;
         attempt.judgement = {Verdict::skipped, why.empty() ? attempt.skipped.front() : why};
     }
