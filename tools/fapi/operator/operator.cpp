@@ -4,9 +4,7 @@
 
 #include <cstdlib>
 
-#include <pwd.h>
-#include <unistd.h>
-
+#include "base/login.h"
 #include "hub/agent_wire.h"
 #include "target/picture_source.h"
 #include "target/session.h"
@@ -20,11 +18,7 @@ int g_shownQuestions = 0;
 
 std::string nameOfUser() {
     const char* named = std::getenv("FAPI_OPERATOR");
-    if (named != nullptr && *named != '\0') {
-        return named;
-    }
-    const passwd* entry = getpwuid(geteuid());
-    return entry != nullptr ? entry->pw_name : std::to_string(geteuid());
+    return named != nullptr && *named != '\0' ? named : loginName();
 }
 
 class ShownMark {

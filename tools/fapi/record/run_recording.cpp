@@ -8,10 +8,10 @@
 #include <set>
 #include <sstream>
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include "base/decimal.h"
+#include "base/login.h"
 #include "protocol/characters.h"
 #include "protocol/sha256.h"
 #include "record/identity.h"
@@ -29,16 +29,6 @@ std::string thisHost() {
     char name[256] = "";
     gethostname(name, sizeof(name) - 1);
     return name[0] == '\0' ? "localhost" : name;
-}
-
-// Who is logged in.
-std::string loginName() {
-    char texts[4096];
-    passwd entry{};
-    passwd* found = nullptr;
-    return getpwuid_r(geteuid(), &entry, texts, sizeof(texts), &found) == 0 && found != nullptr
-               ? found->pw_name
-               : std::to_string(geteuid());
 }
 
 // "sys_get_emmc_env_var", "set pixel"
