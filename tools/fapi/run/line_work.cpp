@@ -16,6 +16,8 @@ namespace fs = std::filesystem;
 
 constexpr std::uintmax_t kLargestAttachment = 64 << 20;
 constexpr std::size_t kToldOutput = 4096;
+// Between two tries to take an instrument that another run uses.
+constexpr std::chrono::milliseconds kBetweenTries{50};
 
 bool expectsOutput(const PlanLine& line, const char* name) {
     return std::any_of(line.expectations.begin(), line.expectations.end(), [&](const Expectation& expectation) {
@@ -68,7 +70,6 @@ Outcome LineRun::showUntil(const PromptLine& prompt) {
 // --- Instruments -----------------------------------------------------------------------------------------------------
 
 Outcome LineRun::takeInstruments() {
-    constexpr std::chrono::milliseconds kBetweenTries{50};
     const Words all = words();
     _context.instruments->take({all.begin() + 1, all.end()}, [this] { _set.rest(kBetweenTries); });
     return {};

@@ -64,11 +64,7 @@ struct OpenQuestion {
 class Slots {
 public:
     Slots(const SlotOptions& options, const RunOptions& run, PreparedRuns prepared)
-        : _options(options),
-          _json(run.json),
-          _command(commandOf(options.words)),
-          _prepared(std::move(prepared)),
-          _screen(_slots) {
+        : _json(run.json), _command(commandOf(options.words)), _prepared(std::move(prepared)), _screen(_slots) {
         for (const SlotTarget& target : options.slots) {
             _slots.push_back(std::make_unique<Slot>(target));
         }
@@ -306,7 +302,6 @@ private:
         printVerdict(worst);
     }
 
-    const SlotOptions& _options;
     const bool _json;
     const Words _command;
     const PreparedRuns _prepared;
