@@ -138,7 +138,8 @@ void SetFollower::followOnce() {
     options.stop = _stop.get();
     const std::unique_ptr<Target> target = Target::join(options);
     listen(*target);
-    for (const Field& prompt : target->request("prompts", {{"on", true}}).at("open").list()) {
+    const Field prompts = target->request("prompts", {{"on", true}});
+    for (const Field& prompt : prompts.at("open").list()) {
         takePrompt(prompt);
     }
     target->request("runs", {{"on", true}});
