@@ -187,7 +187,14 @@ std::string CommandLine::complaint(const CLI::ParseError& error) const {
 
 CLI::App* CommandLine::addCommand(const char* name, const char* help) {
     _commands.push_back({name, help});
-    return isNamed(name) || isNamed(kComplete) ? _app.add_subcommand(name, help) : nullptr;
+    if (isNamed(name)) {
+        return _app.add_subcommand(name, help);
+    }
+    if (isNamed(kComplete)) {
+        // Only its name can be what is completed.
+        _app.add_subcommand(name, help);
+    }
+    return nullptr;
 }
 
 std::string CommandLine::valueOf(const std::string& option) const {
