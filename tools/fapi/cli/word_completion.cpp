@@ -314,14 +314,25 @@ std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
     return commands.empty() ? argumentValues(place, line) : commands;
 }
 
+// Chooses the set that the line names, and its actions. No wire is started for a word.
+void chooseSet(const Words& line) {
+    SessionOptions options;
+    options.folder = optionValue(line, "--set");
+    options.client = "fapi complete";
+    options.looksOn = true;
+    try {
+        applyStation({optionValue(line, "--station"), optionValue(line, "--target"), {}}, options);
+    } catch (const UsageError&) {
+        // The command itself says what is wrong with it.
+    }
+    chooseSession(options);
+}
+
 }  // namespace
 
 std::vector<std::string> commandCompletions(const CLI::App& app, const std::string& line) {
     const LinePlace linePlace = placeOf(line);
-    SessionOptions options;
-    options.folder = optionValue(linePlace.words, "--set");
-    options.client = "fapi complete";
-    chooseSession(options);
+    chooseSet(linePlace.words);
     Place place{&app, nullptr, {}, false};
     for (std::size_t i = 1; i < linePlace.words.size(); ++i) {
         step(place, linePlace.words[i]);
