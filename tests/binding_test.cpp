@@ -137,6 +137,7 @@ TEST_F(BindingTest, WhatIsForAnotherKindOfTargetIsSkipped) {
     EXPECT_THAT(stepText(0), HasSubstr("only for a target of the kind virtual"));
     EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr("<skipped message=\"only for a target"));
     EXPECT_THAT(readFile(reportFile(".html")), HasSubstr("skipped: only for a target"));
+    EXPECT_THAT(onBoard(station(""), {"screen", reports() + "/a.png"}).strError, HasSubstr("agent has no pictures"));
 }
 
 // The program of the second step kills the run, once.

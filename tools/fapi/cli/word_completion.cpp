@@ -292,7 +292,7 @@ std::vector<std::string> argumentValues(const Place& place, LinePlace line) {
         return operationNames(line.start);
     }
     const std::map<std::string, Words> lines = {
-        {"OPERATION", {}}, {"ARGUMENT", {"set", place.command->get_name()}}, {"TOPIC", {"help"}}};
+        {"OPERATION", {}}, {"ACTION", {"set"}}, {"ARGUMENT", {"set", place.command->get_name()}}, {"TOPIC", {"help"}}};
     const auto begin = lines.find(name);
     if (begin == lines.end()) {
         return valuesOf(name, line.words);
@@ -310,7 +310,9 @@ std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
     if (!place.optionsEnded && !line.start.empty() && line.start[0] == '-') {
         return optionNames(*place.command);
     }
-    std::vector<std::string> commands = place.arguments.empty() ? commandNames(*place.command) : Words();
+    // The actions of a target with a wire are its own.
+    const bool hasOwn = place.command->get_name() == "set" && !chosenWire().empty();
+    std::vector<std::string> commands = place.arguments.empty() && !hasOwn ? commandNames(*place.command) : Words();
     return commands.empty() ? argumentValues(place, line) : commands;
 }
 
