@@ -239,6 +239,15 @@ TEST_F(AgentTest, WhatIsLargeComesAsAStream) {
     bytes.push_back(1);
     EXPECT_EQ(stream(agent().ask("file.read", {{"path", "/data/a"}})), bytes);
     EXPECT_EQ(failure(agent().request("file.read", {{"path", "/etc/passwd"}})), ErrorCode::unavailable);
+    // One that its client cancels ends: all of this one would take minutes.
+    fs::resize_file(set() + "/tree/data/a", 4LL << 30);
+    const Field large = agent().ask("file.read", {{"path", "/data/a"}});
+    agent().ask("cancel", {{"id", large["stream"]}});
+    Field last = agent().next("stream");
+    while (last.has("data")) {
+        last = agent().next("stream");
+    }
+    EXPECT_EQ(last["error"]["code"].numberOr(0), static_cast<int>(ErrorCode::canceled));
 
     EXPECT_EQ(
         agent().ask("data", {{"source", "calibration"}, {"arguments", Field::List{1, 0}}})["series"].list().size(), 6u);

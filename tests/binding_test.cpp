@@ -113,8 +113,8 @@ TEST_F(BindingTest, AnOperatorNeedsATerminal) {
 
 TEST_F(BindingTest, ASetWhoseProgramForThePowerFailsIsNotUsed) {
     const std::pair<const char*, const char*> rows[] = {
-        {"false", "power-cycle: false: ended with exit code 1"},
-        {"/no/relay", "power-cycle: /no/relay: No such file or directory"},
+        {"false", "power.ini:6: power-cycle: false: ended with exit code 1"},
+        {"/no/relay", "power.ini:6: power-cycle: /no/relay: No such file or directory"},
         {"sh -c \"kill -9 $$\"", "power-cycle: sh: ended by signal 9"},
         {"sh -c \"trap '' TERM; sleep 60\"", "power-cycle: has not ended within 2 s"}};
     const std::string strPlan = writeFile("a.plan", "plan t\nstep s\nsys_init\n");
@@ -137,6 +137,7 @@ TEST_F(BindingTest, WhatIsForAnotherKindOfTargetIsSkipped) {
     EXPECT_THAT(stepText(0), HasSubstr("only for a target of the kind virtual"));
     EXPECT_THAT(readFile(reportFile(".xml")), HasSubstr("<skipped message=\"only for a target"));
     EXPECT_THAT(readFile(reportFile(".html")), HasSubstr("skipped: only for a target"));
+    EXPECT_THAT(onBoard(station(""), {"screen", reports() + "/a.png"}).strError, HasSubstr("agent has no pictures"));
 }
 
 // The program of the second step kills the run, once.

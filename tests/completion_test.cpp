@@ -39,7 +39,8 @@ TEST_F(Completion, OffersWhatCanStandThere) {
     fapi({"set", "put", "/mnt/usb/a.txt", "text:a"});
     fapi({"run", "--fresh", "--report", folder() + "/reports", "--repeat", "2",
           writeFile("a.plan", "plan A\nstep B\n sys_init\n")});
-    const std::string strStation = writeFile("station.ini", "[target slot]\nset = /s\n[target board]\nwire = adb\n");
+    const std::string strStation =
+        writeFile("station.ini", "[target slot]\nset = /s\n[target board]\nwire = adb\n[actions]\npress = run true\n");
     const std::pair<std::string, std::vector<std::string>> rows[] = {
         {"par", {"partition"}},
         {"--json he", {"help"}},
@@ -74,6 +75,8 @@ TEST_F(Completion, OffersWhatCanStandThere) {
         {"run line --param serial=A --param se", {}},
         {"run one.plan --report ", {":folders"}},
         {"--station " + strStation + " --target ", {":folders", "board", "slot", "virtual"}},
+        {"--station " + strStation + " --target board set p", {"power-cycle", "press"}},
+        {"--station " + strStation + " --target board call sys_check_f", {"sys_check_file", "sys_check_folder"}},
         {"run one.plan two", {":files"}},
         {"screen --what p", {"panel"}},
         {"watch --module pr", {"prphrl"}},

@@ -387,6 +387,11 @@ TEST_F(HubTest, StreamsReachTheirReaderWhole) {
     bytes = 0;
     client->read("picture", {{"pieces", 2}}, count);
     EXPECT_EQ(bytes, 2u * (256 << 10));
+    Joined gone = join();
+    EXPECT_THROW(gone->read("picture", {{"pieces", 400}}, [](const Bytes&) { throw std::bad_alloc(); }),
+                 std::bad_alloc);
+    gone.reset();
+    EXPECT_TRUE(eventually([&] { return this->count("cancel") == 1; }));
     EXPECT_EQ(other->call(kLook).outcome.status, 7);
 }
 

@@ -65,11 +65,11 @@ protected:
     std::string run(const std::string& strFault, int distance, const std::string& strWire, const std::string& strPlan) {
         const std::string strDistance = std::to_string(distance);
         const std::string strRig = folder() + "/rig.sock";
-        const std::string strStation = writeFile(
-            "station.ini", "[target spoilt]\nwire = python3 " FAPI_SPOILT_WIRE " " + strFault + " " + strDistance +
-                               " " + strWire +
-                               "\nup-within = 20s\n[fixture rig]\ncommand = python3 " FAPI_EXAMPLES_DIR "/fixture.py " +
-                               strRig + "\n[actions]\n" + (strPlan == "line" ? "* = fixture rig\n" : ""));
+        const std::string strStation =
+            writeFile("station.ini", "[target spoilt]\nwire = python3 " FAPI_SPOILT_WIRE " " + strFault + " " +
+                                         strDistance + " " + strWire + "\nup-within = " + _strUpWithin +
+                                         "\n[fixture rig]\ncommand = python3 " FAPI_EXAMPLES_DIR "/fixture.py " +
+                                         strRig + "\n[actions]\n" + (strPlan == "line" ? "* = fixture rig\n" : ""));
         std::filesystem::remove_all(reports());
         // What the agent describes is longer than what such a wire ever carries in one piece, and so is a picture.
         setenv("XDG_CACHE_HOME", (folder() + "/cache-" + strFault + strDistance).c_str(), 1);
@@ -86,6 +86,8 @@ protected:
         }
         return strAll;
     }
+
+    std::string _strUpWithin = "20s";
 
 private:
     pid_t _agent = -1;
@@ -133,6 +135,21 @@ TEST_F(WireFaultsTest, NoVerdictIsWrongAndNothingHangs) {
                 << pszFault << distance << _result.strOutput << _result.strError;
         }
     }
+}
+
+// At a console the agent outlives each wire, and what was read of a long answer is not read again: neither the
+// description nor the picture is shorter than what such a wire carries. Where no answer at all comes through, the run
+// ends.
+TEST_F(WireFaultsTest, WhatIsLongerThanAWireLivesComesAllTheSame) {
+    for (const int distance : isAll() ? std::vector<int>{7001, 10007, 40009} : std::vector<int>{40009}) {
+        EXPECT_EQ(run("cut", distance, lastingAgent(), planOfCalls()), "passed passed passed passed ")
+            << distance << _result.strOutput << _result.strError;
+        EXPECT_NE(reportFile(".png"), "");
+    }
+    _strUpWithin = "4s";
+    run("cut", 1501, lastingAgent(), planOfCalls());
+    EXPECT_EQ(_result.s32Exit, 3);
+    EXPECT_THAT(_result.strError, HasSubstr("nothing but hello was answered within 4 s"));
 }
 
 // Each wire ends after a second.

@@ -48,6 +48,7 @@ while True:
         while data and fault != "double":
             piece, data = data[:distance - passed % distance], data[distance - passed % distance:]
             passed += len(piece)
-            # The greeting has no framing yet that notices anything.
-            os.write(ends[source], spoil(piece) if passed % distance == 0 and passed > 4000 else piece)
+            # The greeting has no framing yet that notices anything but its end.
+            is_due = passed % distance == 0 and (passed > 4000 or fault == "cut")
+            os.write(ends[source], spoil(piece) if is_due else piece)
         os.write(ends[source], data)

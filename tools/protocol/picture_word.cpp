@@ -7,6 +7,9 @@ namespace tool {
 namespace {
 
 [[noreturn]] void refuse(const std::vector<PictureKind>& kinds, const std::string& word) {
+    if (kinds.empty()) {
+        throw UsageError("this set's agent has no pictures");
+    }
     std::string expected;
     for (const PictureKind& kind : kinds) {
         expected += (expected.empty() ? "" : ", ") + kind.name;

@@ -88,6 +88,7 @@ void Supervisor::takeLine(Line line) {
     Field object = std::move(line.object);
     if (isPlainHello(line) && _wire.framing() == Framing::checked) {
         // A client that finds this agent on its wire knows nothing of the framing that another one has agreed on.
+        _wire.dropUnwritten();
         _wire.use(Framing::plain);
         object = parseJsonText(line.text);
     } else if (line.kind == Line::Kind::console) {
@@ -189,6 +190,10 @@ void Supervisor::greet(const Request& request) {
                       {{"protocol", Field::List{kProtocolOldest, kProtocolNewest}}});
     }
     commonFraming(request.params["framings"]);
+    if (_wire.framing() == Framing::checked) {
+        // Whoever greets over such a wire has another one than before, and can ask again for what waits.
+        _wire.dropUnwritten();
+    }
     // No further line is read until it is answered, since their framing depends on it.
     _hello = request;
     if (_identity.isNull()) {
@@ -233,7 +238,7 @@ void Supervisor::sendAgain(const Request& request) {
         return (lane.running && isIt(lane.running->request)) ||
                std::any_of(lane.waiting.begin(), lane.waiting.end(), isIt);
     });
-    answer(request, {{"kept", isKept}, {"running", !isKept && isKnown}});
+    answerOnce(request, {{"kept", isKept}, {"running", !isKept && isKnown}});
     _wire.sendAgain(id);
 }
 
@@ -242,12 +247,12 @@ void Supervisor::sendPart(const Request& request) {
     if (!part) {
         return refuse(request, ErrorCode::unavailable, "no such part of a message is kept");
     }
-    answer(request, {{"parts", part->parts}, {"text", std::string(part->text)}});
+    answerOnce(request, {{"parts", part->parts}, {"text", std::string(part->text)}});
 }
 
 void Supervisor::forgetMessages(const Request& request) {
     _wire.forgetMessages(request.params.at("read").number());
-    answer(request, {{"last", _wire.lastMessage()}});
+    answerOnce(request, {{"last", _wire.lastMessage()}});
 }
 
 void Supervisor::cancel(const Request& request) {

@@ -151,6 +151,18 @@ void Wire::forgetMessages(long long read) {
     }
 }
 
+void Wire::dropUnwritten() {
+    if (_unwritten.empty()) {
+        return;
+    }
+    // Several lines may be in the piece whose beginning has been written.
+    const std::size_t end = _written == 0 ? 0 : _unwritten.front().find('\n', _written - 1) + 1;
+    _unwritten.front().erase(end);
+    _unwritten.resize(_written == end ? 0 : 1);
+    _waiting = end - _written;
+    _written = _unwritten.empty() ? 0 : _written;
+}
+
 void Wire::flush() {
     while (_open && !_unwritten.empty()) {
         const std::string& first = _unwritten.front();

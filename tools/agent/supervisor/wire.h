@@ -66,6 +66,8 @@ public:
     // How many bytes of them are kept.
     std::size_t unread() const { return _messageBytes; }
 
+    // Drops all lines of which nothing has been written.
+    void dropUnwritten();
     // Writes what the other end takes now.
     void flush();
     // How many bytes wait to be written.

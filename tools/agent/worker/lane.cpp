@@ -2,9 +2,9 @@
 // Requests that the worker carries out one after the other.
 #include "worker/lane.h"
 
-#include <atomic>
 #include <cstdio>
 #include <mutex>
+#include <set>
 #include <utility>
 
 #include "actions/log_switch.h"
@@ -23,9 +23,10 @@ namespace {
 
 constexpr std::size_t kPiece = 1u << 18;
 
-// Requests: the one that this thread carries out, and the last one that its client has canceled.
+// Requests: the one that this thread carries out, and those that their clients have canceled.
 thread_local long long t_running = -1;
-std::atomic<long long> g_canceled{-1};
+std::mutex g_mutex;
+std::set<long long> g_canceled;
 
 // What a method has thrown, as a failure.
 MessageFailure currentFailure() {
@@ -69,11 +70,13 @@ void takeLogSwitch(const Field& params) {
 }  // namespace
 
 bool isCanceled() {
-    return g_canceled == t_running;
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    return g_canceled.count(t_running) != 0;
 }
 
 void cancelRequest(long long id) {
-    g_canceled = id;
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    g_canceled.insert(id);
 }
 
 void Lane::run(int requests) {
@@ -117,6 +120,8 @@ void Lane::serve(const Request& request) {
         stream(request.id, pieces);
         _outbox.send(kInternalMark, {{"what", kStreamEnds}, {"lane", _number}});
     }
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    g_canceled.erase(request.id);
 }
 
 void Lane::stream(long long id, const Pieces& pieces) {
@@ -126,6 +131,9 @@ void Lane::stream(long long id, const Pieces& pieces) {
     try {
         Bytes piece = pieces(kPiece);
         for (long long number = 1; !piece.empty(); ++number, piece = pieces(kPiece)) {
+            if (isCanceled()) {
+                throw RequestError(ErrorCode::canceled, "canceled");
+            }
             sum.add(piece.data(), piece.size());
             bytes += static_cast<long long>(piece.size());
             Field params = {{"id", id}, {"piece", number}};

@@ -99,12 +99,29 @@ void CommandLine::addSetAction(CLI::App* set, const char* name, const char* help
     });
 }
 
+// What a target has is not known before the line has been read.
+void CommandLine::addOtherActions(CLI::App* set) {
+    set->add_option("ACTION", _words, "Another action of the target, and its arguments");
+    set->callback([this, set] {
+        if (set->get_subcommands().empty()) {
+            _action = [this] { return runAction(_options, _words, _output); };
+        }
+        if (set->get_subcommands().empty() && _words.empty()) {
+            throw UsageError("set: which action? See fapi set --help");
+        }
+    });
+}
+
 void CommandLine::addSet() {
     CLI::App* set = addCommand("set", "Make, look at and change the virtual set");
     if (set == nullptr) {
         return;
     }
-    set->require_subcommand(1);
+    if (isNamed("--target")) {
+        addOtherActions(set);
+    } else {
+        set->require_subcommand(1);
+    }
     addSetAction(set, "create", "Make a new set", createSet);
     addSetAction(set, "reset", "Throw the set away and make it anew", resetSet);
     addSetAction(set, "path", "Print the set's folder", printSetPath);

@@ -70,7 +70,7 @@ void applyStation(const StationOptions& options, SessionOptions& session) {
     const StationTarget* target = station.target(options.target);
     std::error_code error;
     if (!options.command.empty()) {
-        session.wire = WireOptions{options.command[0], options.command, true, {}, {}, kCommandUpWithin};
+        session.wire = WireOptions{options.command[0], options.command, true, {}, {}, {}, kCommandUpWithin};
     } else if (target != nullptr && !target->wire.empty()) {
         session.wire = target->wireOptions();
         session.has = target->has;

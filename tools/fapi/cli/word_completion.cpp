@@ -292,7 +292,7 @@ std::vector<std::string> argumentValues(const Place& place, LinePlace line) {
         return operationNames(line.start);
     }
     const std::map<std::string, Words> lines = {
-        {"OPERATION", {}}, {"ARGUMENT", {"set", place.command->get_name()}}, {"TOPIC", {"help"}}};
+        {"OPERATION", {}}, {"ACTION", {"set"}}, {"ARGUMENT", {"set", place.command->get_name()}}, {"TOPIC", {"help"}}};
     const auto begin = lines.find(name);
     if (begin == lines.end()) {
         return valuesOf(name, line.words);
@@ -310,18 +310,31 @@ std::vector<std::string> allValues(const Place& place, const LinePlace& line) {
     if (!place.optionsEnded && !line.start.empty() && line.start[0] == '-') {
         return optionNames(*place.command);
     }
-    std::vector<std::string> commands = place.arguments.empty() ? commandNames(*place.command) : Words();
+    // The actions of a target with a wire are its own.
+    const bool hasOwn = place.command->get_name() == "set" && !chosenWire().empty();
+    std::vector<std::string> commands = place.arguments.empty() && !hasOwn ? commandNames(*place.command) : Words();
     return commands.empty() ? argumentValues(place, line) : commands;
+}
+
+// Chooses the set that the line names, and its actions. No wire is started for a word.
+void chooseSet(const Words& line) {
+    SessionOptions options;
+    options.folder = optionValue(line, "--set");
+    options.client = "fapi complete";
+    options.looksOn = true;
+    try {
+        applyStation({optionValue(line, "--station"), optionValue(line, "--target"), {}}, options);
+    } catch (const UsageError&) {
+        // The command itself says what is wrong with it.
+    }
+    chooseSession(options);
 }
 
 }  // namespace
 
 std::vector<std::string> commandCompletions(const CLI::App& app, const std::string& line) {
     const LinePlace linePlace = placeOf(line);
-    SessionOptions options;
-    options.folder = optionValue(linePlace.words, "--set");
-    options.client = "fapi complete";
-    chooseSession(options);
+    chooseSet(linePlace.words);
     Place place{&app, nullptr, {}, false};
     for (std::size_t i = 1; i < linePlace.words.size(); ++i) {
         step(place, linePlace.words[i]);

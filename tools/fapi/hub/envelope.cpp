@@ -99,6 +99,11 @@ std::optional<long long> announcedStream(const Envelope& answer) {
     return stream.isNumber() ? std::optional(stream.number()) : std::nullopt;
 }
 
+std::optional<long long> streamOf(std::string_view beginning) {
+    long long id = 0;
+    return takeText(beginning, kStreamBegin) && takeNumber(beginning, id) ? std::optional(id) : std::nullopt;
+}
+
 StreamPiece pieceOf(const Envelope& notification) {
     std::string_view rest = notification.text;
     StreamPiece piece;

@@ -31,6 +31,9 @@ std::optional<std::string> requestWithId(std::string_view text, long long id);
 // The stream that an answer announces, or none.
 std::optional<long long> announcedStream(const Envelope& answer);
 
+// The stream whose piece begins like that, if it is one.
+std::optional<long long> streamOf(std::string_view beginning);
+
 // Which stream a notification of that method belongs to, and whether it is the last piece. Throws MessageError.
 struct StreamPiece {
     long long id = 0;

@@ -219,13 +219,28 @@ void Hub::forget(HubClient& client) {
             askAgent(kind, {{"on", false}}, nullptr);
         }
     }
-    std::vector<long long> begun;
-    for (auto& [id, open] : _open) {
-        if (open.client == client.id && isUp()) {
-            begun.push_back(id);
+    cancelLonely();
+}
+
+// Ends what the agent does for clients that are gone.
+void Hub::cancelLonely() {
+    std::vector<long long> lonely;
+    const auto take = [&](long long id, long long& owner) {
+        if (owner != 0 && client(owner) == nullptr) {
+            owner = 0;
+            lonely.push_back(id);
         }
+    };
+    if (!isUp()) {
+        return;
     }
-    for (const long long id : begun) {
+    for (auto& [id, open] : _open) {
+        take(id, open.client);
+    }
+    for (auto& [id, reader] : _streams) {
+        take(id, reader);
+    }
+    for (const long long id : lonely) {
         askAgent("cancel", {{"id", id}}, nullptr);
     }
 }

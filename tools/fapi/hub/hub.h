@@ -40,6 +40,12 @@ int runHub(const std::vector<std::string>& words);
 // The notifications of those clients that follow runs.
 constexpr char kRunWatch[] = "runs";
 
+// The owner of what a client has given up; no client has this number.
+constexpr long long kGoneClient = -1;
+
+// Between two starts of a wire that does not come back at once; each time twice as long.
+constexpr std::chrono::milliseconds kFirstPause{200};
+
 // Who may change the set.
 struct Claim {
     long long holder = 0;  // a client; 0: none
@@ -56,7 +62,7 @@ public:
 private:
     // A request that was passed on to the agent: whose it is, or what the hub itself wants with the answer.
     struct Open {
-        long long client = 0;
+        long long client = 0;  // 0: the hub, or one that is gone
         long long request = 0;
         std::string method;
         std::function<void(const Envelope&)> then;
@@ -77,6 +83,7 @@ private:
     void serve(HubClient& client);
     void dropGone();
     void forget(HubClient& client);
+    void cancelLonely();
     bool leave();
     void endClients();
 
@@ -149,12 +156,16 @@ private:
     void askForLong();
     void readLong(long long last);
     void askForPart();
-    void takePart(std::size_t number, const Envelope& answer);
+    void takePart(long long message, std::size_t number, const Envelope& answer);
+    bool isUnread() const;
+    void finishLong();
     void forgetLong();
     void interruptLong();
 
     // hub_return.cpp: wires that are lost and come back, and the set's power
     bool mayReturn() const { return _options.wire.upWithin.count() != 0; }
+    bool isAwaiting() const { return !_open.empty() || !_streams.empty(); }
+    void noteProgress();
     void awaitReturn();
     void advanceReturn();
     void giveUp(const std::string& why);
@@ -189,23 +200,28 @@ private:
     std::map<long long, long long> _streams;  // which client reads a stream
     std::deque<Held> _held;                   // until the wire is up
     std::deque<Held> _heldForDescription;
-    Clock::time_point _quietSince = Clock::now();  // since when nothing has come from the agent
-    long long _asking = 0;                         // the request that asks for an answer once more; 0: none
-    std::deque<long long> _doubtful;               // requests whose answers are asked for after that
-    bool _isInDoubt = false;                       // something else was damaged meanwhile
-    std::map<std::string, long long> _lastSeq;     // of the notifications of a kind
-    long long _longLast = 0;                       // the agent keeps long messages up to that number
-    long long _longRead = 0;                       // and these have been read
-    bool _isLongAsked = false;                     // whether it keeps others
-    std::vector<std::string> _parts;               // of the next one
+    Clock::time_point _quietSince = Clock::now();    // since when nothing has come from the agent
+    long long _asking = 0;                           // the request that asks for an answer once more; 0: none
+    std::deque<long long> _doubtful;                 // requests whose answers are asked for after that
+    bool _isInDoubt = false;                         // something else was damaged meanwhile
+    std::map<std::string, long long> _lastSeq;       // of the notifications of a kind
+    long long _longLast = 0;                         // the agent keeps long messages up to that number
+    long long _longRead = 0;                         // and these have been read
+    bool _isLongAsked = false;                       // whether it keeps others
+    std::string _longText;                           // of the next one, as far as its parts have come
+    std::size_t _partsRead = 0;                      // those in it
+    std::map<std::size_t, std::string> _earlyParts;  // that have come before others
+    std::size_t _partBytes = 0;                      // of all these parts
     std::size_t _partsAsked = 0;
-    std::size_t _partsRead = 0;
+    std::size_t _partsAhead = 1;  // how many may be asked for at a time
     bool _isDescribing = false;
     bool _isHelloDue = false;
     Clock::time_point _heard = Clock::now();  // when something has come from the agent
     bool _isReturning = false;                // the wire is lost
+    bool _hasGivenUp = false;                 // the wire ends for that
     std::string _whyLost;
-    std::optional<Clock::time_point> _upUntil;  // when the agent must have answered hello
+    int _returns = 0;                           // how often it has come back since anything was answered
+    std::optional<Clock::time_point> _upUntil;  // when the agent must have answered hello, and what it was asked before
     std::optional<Clock::time_point> _nextTry;  // when the wire is to be started again
     std::chrono::milliseconds _pause{0};        // before that
     std::unique_ptr<AgentWire> _power;          // the program that switches the set off and on

@@ -10,8 +10,8 @@ namespace tool {
 
 namespace {
 
-// So many parts are asked for at a time: others need not wait long for the wire.
-constexpr std::size_t kAhead = 8;
+// At most so many parts are asked for at a time: others need not wait long for the wire.
+constexpr std::size_t kMostAhead = 8;
 
 }  // namespace
 
@@ -28,7 +28,7 @@ void Hub::askForLong() {
 
 void Hub::readLong(long long last) {
     _longLast = std::max(_longLast, last);
-    if (_longRead < _longLast && _partsAsked == 0) {
+    if (_longRead < _longLast && _partsAsked == _partsRead) {
         // Its answer says how many there are.
         askForPart();
     }
@@ -38,49 +38,76 @@ void Hub::askForPart() {
     const long long message = _longRead + 1;
     const std::size_t number = _partsAsked++;
     askAgent("part", {{"message", message}, {"number", number + 1}},
-             [this, number](const Envelope& answer) { takePart(number, answer); });
+             [this, message, number](const Envelope& answer) { takePart(message, number, answer); });
 }
 
-void Hub::takePart(std::size_t number, const Envelope& answer) {
+void Hub::takePart(long long message, std::size_t number, const Envelope& answer) {
+    if (message != _longRead + 1) {
+        // It was skipped meanwhile.
+        return;
+    }
     const Field result = parseJsonText(answer.text)["result"];
-    const long long count = result["parts"].numberOr(0);
-    if (count <= static_cast<long long>(number) || count > static_cast<long long>(kLongestMessage)) {
+    const auto count = static_cast<std::size_t>(std::max(result["parts"].numberOr(0), 0LL));
+    const std::string part = result["text"].textOr("");
+    _partBytes += part.size();
+    if (count <= number || part.empty() || _partBytes > kLongestMessage) {
         // The agent has another idea of what has been read, and no message can be had from it in its order.
         _wire->terminate();
         return;
     }
-    _parts.resize(static_cast<std::size_t>(count));
-    _parts[number] = result["text"].textOr("");
-    ++_partsRead;
-    while (_partsAsked < std::min(_parts.size(), _partsRead + kAhead)) {
-        askForPart();
+    _earlyParts[number] = part;
+    for (auto next = _earlyParts.begin(); next != _earlyParts.end() && next->first == _partsRead; ++_partsRead) {
+        _longText += next->second;
+        next = _earlyParts.erase(next);
     }
-    if (_partsRead < _parts.size()) {
+    if (_partsRead < count && isUnread()) {
+        finishLong();
         return;
     }
-    std::string text;
-    for (const std::string& part : _parts) {
-        text += part;
+    _partsAhead = std::min(_partsAhead + 1, kMostAhead);
+    while (_partsAsked < std::min(count, _partsRead + _partsAhead)) {
+        askForPart();
     }
-    ++_longRead;
-    _parts.clear();
-    _partsAsked = _partsRead = 0;
-    askForLong();
-    readLong(_longLast);
-    receiveMessage(std::move(text));
+    if (_partsRead == count) {
+        std::string text = std::move(_longText);
+        finishLong();
+        receiveMessage(std::move(text));
+    }
 }
 
-// Another agent counts from 1.
+// Whether the message that is read is a piece of a stream whose reader is gone.
+bool Hub::isUnread() const {
+    const auto id = streamOf(_longText);
+    const auto stream = id ? _streams.find(*id) : _streams.end();
+    return stream != _streams.end() && _clients.count(stream->second) == 0;
+}
+
+// Goes on with the next message.
+void Hub::finishLong() {
+    ++_longRead;
+    _longText.clear();
+    _earlyParts.clear();
+    _partsAsked = _partsRead = _partBytes = 0;
+    askForLong();
+    readLong(_longLast);
+}
+
+// Another agent counts from 1, and so does one that is greeted as if it were another one.
 void Hub::forgetLong() {
     _longRead = 0;
+    _partsRead = 0;
+    _longText.clear();
     interruptLong();
 }
 
-// What is read now is read from its beginning, over another wire.
+// What is read now goes on after its last part, over another wire: one that never lives long enough for a whole message
+// still brings it. It may live too short for many parts at a time.
 void Hub::interruptLong() {
     _longLast = _longRead;
-    _parts.clear();
-    _partsAsked = _partsRead = 0;
+    _earlyParts.clear();
+    _partBytes = _longText.size();
+    _partsAsked = _partsRead;
+    _partsAhead = 1;
     _isLongAsked = false;
 }
 

@@ -245,8 +245,8 @@ void Hub::cancel(HubClient& client, const Request& request) {
         return entry.second.client == client.id && entry.second.request == id;
     });
     if (open != _open.end() && _isReturning) {
-        // Whatever becomes of it, nobody waits for it any more.
-        _open.erase(open);
+        // No client waits for it any more, so it is canceled when the wire is there again.
+        open->second.client = kGoneClient;
         --client.open;
         refuse(client, {id, "", {}, {}}, ErrorCode::canceled, "canceled while the wire was lost");
         answer(client, request, {{"unqueued", true}});

@@ -9,8 +9,6 @@ namespace tool {
 
 namespace {
 
-// Between two starts of a wire that does not come back at once.
-constexpr std::chrono::milliseconds kFirstPause{200};
 constexpr std::chrono::milliseconds kLongestPause{5000};
 // An agent answers at any time, also while a call runs. One that is silent for so long is out of reach.
 constexpr std::chrono::seconds kUntilLost{15};
@@ -35,8 +33,10 @@ void Hub::awaitReturn() {
     if (!std::exchange(_isReturning, true)) {
         _whyLost = reason;
         _pause = kFirstPause;
-        _upUntil = Clock::now() + _options.wire.upWithin;
-        endStreams({ErrorCode::stationFailed, "the wire was lost: " + reason, {}});
+        _upUntil = _upUntil.value_or(Clock::now() + _options.wire.upWithin);
+        if (!_options.wire.isChecked) {
+            endStreams({ErrorCode::stationFailed, "the wire was lost: " + reason, {}});
+        }
         notifyAll("wire", {{"state", "lost"}, {"reason", reason}});
     } else {
         _whyLost = reason;
@@ -54,9 +54,12 @@ void Hub::advanceReturn() {
     if (isDeaf) {
         _wire->terminate();
     }
-    if (_upUntil && !isUp() && now >= *_upUntil) {
-        giveUp("no answer to hello within " + secondsText(_options.wire.upWithin) +
-               (_whyLost.empty() ? "" : "; the wire was lost: " + _whyLost));
+    if (isUp() && !isAwaiting()) {
+        noteProgress();
+    }
+    if (_upUntil && now >= *_upUntil) {
+        giveUp((_returns == 0 ? "no answer to hello within " : "nothing but hello was answered within ") +
+               secondsText(_options.wire.upWithin) + (_whyLost.empty() ? "" : "; the wire was lost: " + _whyLost));
     } else if (_nextTry && now >= *_nextTry) {
         _nextTry.reset();
         startWire();
@@ -66,16 +69,19 @@ void Hub::advanceReturn() {
 // Answers all that waits for the wire. The next request starts it again.
 void Hub::giveUp(const std::string& why) {
     const MessageFailure failure = {
-        _isReturning ? ErrorCode::ended : ErrorCode::unavailable, _options.wire.name + ": " + why, {}};
+        _isReturning || isUp() ? ErrorCode::ended : ErrorCode::unavailable, _options.wire.name + ": " + why, {}};
     _isReturning = false;
-    _upUntil.reset();
+    _isGreeted = false;
     _nextTry.reset();
-    _whyLost.clear();
+    noteProgress();
     failOpen(failure);
+    // The next wire finds an agent that is greeted as if it were another one.
+    forgetLong();
     refuseHeld(_heldForDescription, failure);
     refuseHeld(_held, failure);
     answerPower(failure.text);
     if (_wire) {
+        _hasGivenUp = true;
         _wire->terminate();
     }
     notifyAll("wire", {{"state", "ended"}, {"reason", failure.text}});
@@ -83,25 +89,40 @@ void Hub::giveUp(const std::string& why) {
 
 // The agent has answered hello. The one of before has all that it was asked, or is asked for it once more.
 void Hub::finishReturn(bool isSame) {
-    _upUntil.reset();
-    _whyLost.clear();
     _lastSeq.clear();
+    ++_returns;
     answerPower(isSame ? "the program has ended, but the set's agent is still the same" : "");
     if (!std::exchange(_isReturning, false)) {
         return;
     }
-    if (isSame) {
+    if (isSame && _options.wire.isChecked) {
+        cancelLonely();
         askAgain();
         return;
     }
-    _isDescribing = false;
-    const MessageFailure failure = {
-        ErrorCode::ended, "the wire was lost, and the set's agent is a new one: what it had in memory is gone", {}};
+    const MessageFailure failure = {ErrorCode::ended,
+                                    isSame
+                                        ? "the wire was lost, and what it carried meanwhile cannot be asked for again"
+                                        : "the wire was lost, and the set's agent is a new one: what it had in "
+                                          "memory is gone",
+                                    {}};
     failOpen(failure);
     refuseHeld(_heldForDescription, failure);
 }
 
+// Something was answered, or nothing is waited for: the wire is one that works, for however short a time it lives.
+void Hub::noteProgress() {
+    _upUntil.reset();
+    _returns = 0;
+    _whyLost.clear();
+}
+
+// Nothing of what was asked is answered any more.
 void Hub::failOpen(const MessageFailure& failure) {
+    _isDescribing = false;
+    _asking = 0;
+    _doubtful.clear();
+    endStreams(failure);
     for (const auto& [id, open] : std::exchange(_open, {})) {
         if (HubClient* asker = client(open.client)) {
             --asker->open;
@@ -134,7 +155,7 @@ void Hub::power(HubClient& client, const Request& request) {
     try {
         _power = std::make_unique<AgentWire>(_options.wire.powerCycle);
     } catch (const RequestError& error) {
-        refuse(client, request, error.code(), std::string("power-cycle: ") + error.what());
+        refuse(client, request, error.code(), _options.wire.powerPlace + ": power-cycle: " + error.what());
         return;
     }
     _power->endInput();
@@ -159,7 +180,11 @@ void Hub::movePower(const std::vector<pollfd>& waited) {
     _power.reset();
     if (!problem.empty()) {
         answerPower(problem);
-    } else if (_wire) {
+        return;
+    }
+    noteProgress();
+    _upUntil = Clock::now() + _options.wire.upWithin;
+    if (_wire) {
         // What was there is gone, and the wire to it.
         _wire->terminate();
     } else if (!_nextTry) {
@@ -180,7 +205,7 @@ void Hub::answerPower(const std::string& problem) {
     if (problem.empty()) {
         answer(*asker, asked.request, Field::Fields());
     } else {
-        refuse(*asker, asked.request, ErrorCode::ended, "power-cycle: " + problem);
+        refuse(*asker, asked.request, ErrorCode::ended, _options.wire.powerPlace + ": power-cycle: " + problem);
     }
 }
 

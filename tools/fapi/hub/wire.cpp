@@ -24,6 +24,9 @@ bool isSpoilt(const Line& line) {
     return line.kind == Line::Kind::console && line.text.find(R"("jsonrpc":"2.0")") != std::string::npos;
 }
 
+// How a message begins in the framing of a wire that has been greeted.
+constexpr char kMessageBegin = '@';
+
 MessageFailure failureOf(const Envelope& answer) {
     return *parseMessage(parseJsonText(answer.text)).answer->failure;
 }
@@ -137,6 +140,10 @@ void Hub::receive(Line& line) {
         // A console goes on to print when no agent answers any more.
         _quietSince = _heard = Clock::now();
     }
+    if (!_isGreeted && !line.text.empty() && line.text.front() == kMessageBegin) {
+        // An agent is there, and what it has said to a wire of before comes first.
+        _pause = kFirstPause;
+    }
     if (line.kind == Line::Kind::tooLong) {
         // It may have been the answer to any request.
         _wire->closeFor("sends more than 16 MiB without a newline");
@@ -236,7 +243,9 @@ void Hub::askNext() {
     askAgent("again", {{"id", id}}, [this, id](const Envelope& answer) {
         const Field result = parseJsonText(answer.text)["result"];
         const auto open = _open.find(id);
-        if (!result["kept"].flagOr(true) && !result["running"].flagOr(true) && open != _open.end()) {
+        if (result["running"].flagOr(false)) {
+            noteProgress();
+        } else if (!result["kept"].flagOr(true) && open != _open.end()) {
             // The agent has never had the request.
             _wire->send(toField(*open->second.sent));
         }
@@ -267,6 +276,11 @@ void Hub::receiveAnswer(const Envelope& answer) {
     }
     const Open open = std::move(found->second);
     _open.erase(found);
+    const bool isOwn = !answer.isFailure && (open.method == "part" || open.method == "describe");
+    if (open.client != 0 || isOwn) {
+        // All else is asked again of each wire, and brings no client what it has asked for.
+        noteProgress();
+    }
     if (open.then) {
         open.then(answer);
     }
@@ -415,15 +429,15 @@ void Hub::endWire() {
     const MessageFailure failure = {wasGreeted ? ErrorCode::ended : ErrorCode::unavailable, _wire->reason(), {}};
     _wire.reset();
     _isGreeted = false;
-    _isDescribing = false;
-    _asking = 0;
-    _doubtful.clear();
     _upUntil.reset();
-    endStreams(failure);
     failOpen(failure);
     refuseHeld(_heldForDescription, failure);
     if (!wasGreeted) {
-        refuseHeld(_held, failure);
+        if (!std::exchange(_hasGivenUp, false)) {
+            refuseHeld(_held, failure);
+        }
+        // What was asked since then is asked of the next wire.
+        handleHeld(_held);
         return;
     }
     notifyAll("wire", {{"state", "ended"}, {"reason", failure.text}});

@@ -26,13 +26,18 @@ Field toField(const WireOptions& options) {
             {"checked", options.isChecked},
             {"start", wordsField(options.start)},
             {"power-cycle", wordsField(options.powerCycle)},
+            {"power-place", options.powerPlace},
             {"up-within", static_cast<long long>(options.upWithin.count())}};
 }
 
 WireOptions parseWireOptions(const Field& field) {
-    return {field.at("name").text(),          wordsOf(field.at("command")),
-            field.at("checked").flag(),       wordsOf(field.at("start")),
-            wordsOf(field.at("power-cycle")), std::chrono::milliseconds(field.at("up-within").number())};
+    return {field.at("name").text(),
+            wordsOf(field.at("command")),
+            field.at("checked").flag(),
+            wordsOf(field.at("start")),
+            wordsOf(field.at("power-cycle")),
+            field.at("power-place").text(),
+            std::chrono::milliseconds(field.at("up-within").number())};
 }
 
 }  // namespace tool

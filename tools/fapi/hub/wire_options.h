@@ -17,6 +17,7 @@ struct WireOptions {
     bool isChecked = true;                     // the wire may lose and damage bytes
     std::vector<std::string> start = {};       // at a console, in turn: a text to wait for, and one to type then
     std::vector<std::string> powerCycle = {};  // the program that switches the set off and on; empty: the agent does
+    std::string powerPlace = {};               // where that is written
     // How long the agent may take to answer, from the wire's start or its loss on; 0: a lost wire is not started again.
     std::chrono::milliseconds upWithin{0};
 };

@@ -471,8 +471,10 @@ void PlanRun::takeInterrupt() {
 }
 
 void PlanRun::takeTimeOut(const TimedOut& timeOut) {
-    const std::string text = atRunningLine(timeOut.what);
-    endStep({Verdict::failed, text});
+    // With a wire that was lost meanwhile nobody knows how long the set has taken.
+    const std::string damage = _set.takeWireDamage();
+    const std::string text = atRunningLine(timeOut.what + (damage.empty() ? "" : "; " + damage));
+    endStep({damage.empty() ? Verdict::failed : Verdict::error, text});
     if (timeOut.endedWorker) {
         _mend = std::max(_mend, Mend::worker);
         endOthers(std::make_exception_ptr(WorkerEnded{"the set's worker was ended, for beside it " + text}));

@@ -137,9 +137,13 @@ const std::vector<StationKey>& stationKeys() {
          "Switches the set off and on, and ends with exit code 0 when that is done. Without it `set power-cycle` of a "
          "board "
          "begins with a new worker.",
-         [](const KeyPlace& at) { at.target().powerCycle = command(at.entry); }},
+         [](const KeyPlace& at) {
+             at.target().powerCycle = command(at.entry);
+             at.target().powerLine = at.entry.line;
+         }},
         {"target", "up-within", "time", "30s", "600s",
-         "How long the agent may take to answer after the wire's start, a lost wire or a power cycle.",
+         "How long the agent may take to answer after the wire's start, a lost wire or a power cycle. A wire that is "
+         "lost again and again is given up when it has brought so long nothing but the answer to its greeting.",
          [](const KeyPlace& at) { at.target().upWithin = timeUpTo(at.entry, kTenMinutes); }},
         {"target", "has", "words", "", "",
          "What the board claims to have, for the rules of `fapi conformance` that need it: `has = pwm registers`.",

@@ -235,6 +235,10 @@ std::string stationFile(const std::string& given) {
     return found == places.end() ? "" : *found;
 }
 
+WireOptions StationTarget::wireOptions() const {
+    return {name, wire, isChecked, start, powerCycle, file + ":" + std::to_string(powerLine), upWithin};
+}
+
 Station readStation(const std::string& file) {
     if (file.empty()) {
         return {};
@@ -259,6 +263,9 @@ Station readStation(const std::string& file) {
         throw StationProblems(all);
     }
     station.file = file;
+    for (StationTarget& target : station.targets) {
+        target.file = file;
+    }
     return station;
 }
 

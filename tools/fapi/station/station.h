@@ -16,16 +16,18 @@ namespace tool {
 
 struct StationTarget {
     std::string name;
+    std::string file;  // of the station
     unsigned int line = 0;
     Words wire;
     std::string folder;  // of a virtual set, in place of a wire
     bool isChecked = true;
     Words start;
     Words powerCycle;
+    unsigned int powerLine = 0;
     Words has;  // what rules of boards may count on
     std::chrono::milliseconds upWithin{30000};
 
-    WireOptions wireOptions() const { return {name, wire, isChecked, start, powerCycle, upWithin}; }
+    WireOptions wireOptions() const;
 };
 
 struct StationFixture {

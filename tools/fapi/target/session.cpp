@@ -51,12 +51,6 @@ void setRefusedAfter(Field& params, const CallOptions& options) {
     }
 }
 
-void join() {
-    if (g_target == nullptr) {
-        g_target = Target::join(targetOptions(g_chosen));
-    }
-}
-
 // Joins the hub only if one runs that answers soon.
 void joinRunning() {
     constexpr std::chrono::milliseconds kShortly{500};
@@ -67,6 +61,18 @@ void joinRunning() {
         g_target = Target::join(running);
     } catch (const RequestError&) {
         // No hub, or one that is busy with its agent's start.
+    }
+}
+
+void join() {
+    if (g_target == nullptr && g_chosen.wire && g_chosen.looksOn) {
+        joinRunning();
+        if (g_target == nullptr) {
+            throw RequestError(ErrorCode::unavailable, g_chosen.wire->name + " is not in use");
+        }
+    }
+    if (g_target == nullptr) {
+        g_target = Target::join(targetOptions(g_chosen));
     }
 }
 
@@ -200,6 +206,12 @@ TargetFacts describeChosen() {
         } catch (const RequestError&) {
             if (std::optional<TargetFacts> kept = keptFactsOf(targetOptions(g_chosen))) {
                 return std::move(*kept);
+            }
+            if (g_chosen.looksOn) {
+                // Its operations are probably those that this PC knows.
+                Field likely = describeAgent({}).field();
+                likely.set("actions", Field::List{});
+                return {AgentDescription(likely), "board"};
             }
             throw;
         }

@@ -17,6 +17,7 @@ struct SessionOptions {
     std::string folder;    // of the set; empty: the default one
     bool log = false;      // the library's log is on in this session, whatever the set's switch says
     bool damaged = false;  // go on with a damaged set
+    bool looksOn = false;  // a wire that no other client uses is not started
     std::string client = "fapi";
     std::optional<WireOptions> wire = std::nullopt;  // of another set than the virtual one
     std::vector<std::string> has = {};               // what the board of the wire claims to have
