@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "protocol/color.h"
-#include "base/picture.h"
+#include "base/terminal_picture.h"
 #include "support/plan_fixture.h"
 #include "target/command.h"
 

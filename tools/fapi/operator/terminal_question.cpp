@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "base/terminal.h"
+#include "base/terminal_picture.h"
 #include "protocol/characters.h"
 
 namespace tool {
@@ -99,8 +100,7 @@ TerminalQuestion::TerminalQuestion(const Question& question, const std::string& 
     const std::size_t columns = terminalColumns(stderr);
     std::string shown = "\r\033[K" + std::string(kBell);
     if (picture && usesColors()) {
-        const std::size_t rows = terminalRows();
-        shown += previewText(*picture, columns, rows - std::min(rows - 1, kQuestionRows));
+        shown += terminalPicture(*picture, kQuestionRows);
     }
     if (usesColors()) {
         shown += "\n" + barOf("", look.color, columns) + barOf(heading, look.color, columns) +
