@@ -93,7 +93,9 @@ std::string TerminalQuestion::place() {
 TerminalQuestion::TerminalQuestion(const Question& question, const std::string& source,
                                    const std::optional<Picture>& picture)
     : _question(question) {
-    tcflush(STDIN_FILENO, TCIFLUSH);
+    if (question.needsAnswer) {
+        tcflush(STDIN_FILENO, TCIFLUSH);
+    }
     const PromptLook look = lookOf(question);
     const std::string heading = source.empty() ? look.word : source + ": " + look.word;
     const std::string text = printable(question.text, "\n");
@@ -138,6 +140,10 @@ std::optional<std::string> TerminalQuestion::read() {
     std::string line = _typed.substr(0, end);
     _typed.clear();
     return line;
+}
+
+void TerminalQuestion::remind() const {
+    std::fprintf(stderr, "\n%s %s", printable(_question.text, "\n").c_str(), hintOf(_question).c_str());
 }
 
 void TerminalQuestion::refuse(const std::string& why) const {
