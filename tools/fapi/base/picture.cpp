@@ -110,7 +110,7 @@ Picture readPng(const std::string& file) {
         throw SetError(file + ": has more than 64 million pixels");
     }
     image.format = PNG_FORMAT_RGBA;
-    std::vector<unsigned char> bytes(PNG_IMAGE_SIZE(image));
+    std::vector<unsigned char> bytes(std::size_t{image.width} * image.height * 4);
     if (png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr) == 0) {
         throw SetError(file + ": " + image.message);
     }
