@@ -109,6 +109,17 @@ TEST_F(BindingTest, AnOperatorNeedsATerminal) {
         EXPECT_EQ(asked.s32Exit, row.exit) << asked.strOutput;
         EXPECT_THAT(asked.strOutput, HasSubstr(row.strTold));
     }
+    // A group beside the one that waits for the operator goes on.
+    writeFile("a.plan",
+              "plan t\nalongside\ngroup a\nstep s\nset plug hdmi 1 1920 1080 60000\nend\ngroup b\nstep s\n"
+              "wait 1s\nend\nend\n");
+    test::runOnTerminal(
+        {FAPI_BINARY, "--station", strStation, "--target", "board", "run", "--report", reports(), strPlan},
+        {{"[Enter]", ""}, {test::kSilence, "\n"}});
+    const nlohmann::json found = report();
+    EXPECT_EQ(found["steps"][0]["attempts"][0]["commands"][0]["operator"][0]["answer"], "done");
+    EXPECT_LT(found["seconds"].get<double>(),
+              0.8 * (found["steps"][0]["seconds"].get<double>() + found["steps"][1]["seconds"].get<double>()));
 }
 
 TEST_F(BindingTest, ASetWhoseProgramForThePowerFailsIsNotUsed) {

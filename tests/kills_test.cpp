@@ -291,21 +291,49 @@ TEST_F(Kills, WhatMustFinishIsWaitedFor) {
     EXPECT_EQ(report()["verdict"], "interrupted");
 }
 
+TEST_F(Kills, WhatMustFinishIsNotEndedAtItsLimit) {
+    auto run = start(runOf("step a\nsys_upgrade_fw fw0 /mnt/usb/pipe within 300ms\nteardown\nstep b\nsys_init\n"),
+                     {std::string("LD_PRELOAD=") + BOARD_FILES});
+    const int s32Pipe = openPipe();
+    const pid_t writer = worker();
+    const test::ProcessResult result = run.get();
+    EXPECT_EQ(result.s32Exit, 3) << result.strOutput;
+    EXPECT_THAT(reportedVerdicts(), testing::ElementsAre("error", "not run"));
+    EXPECT_THAT(stepText(0),
+                HasSubstr("stuck, needs power: did not end within 300ms, the limit of the line, and must finish"));
+    // It still does, without the run.
+    EXPECT_EQ(workerNow(), writer);
+    EXPECT_EQ(write(s32Pipe, "firmware", 8), 8);
+    close(s32Pipe);
+}
+
 // A process that is traced does not go before its tracer lets it: as one that hangs in a driver.
 TEST_F(Kills, AWorkerThatDoesNotEndNeedsPower) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    auto run = start(runOf(std::string("step a\n") + kBlocks + "teardown\nstep b\nsys_init\n"));
-    const int s32Pipe = openPipe();
-    const pid_t stuck = worker();
-    const bool isTraced = ptrace(PTRACE_SEIZE, stuck, nullptr, nullptr) == 0;
-    EXPECT_EQ(kill(started(), SIGINT), 0);
-    const test::ProcessResult result = run.get();
-    close(s32Pipe);
-    EXPECT_EQ(result.s32Exit, 4);
-    if (isTraced) {
-        EXPECT_THAT(reportedVerdicts(), testing::ElementsAre("error", "not run"));
-        EXPECT_THAT(stepText(0), HasSubstr("the set needs power"));
-        waitpid(stuck, nullptr, __WALL);
+    const struct {
+        const char* limit;  // what ends the call; empty: Ctrl-C
+        int exit;
+        const char* why;
+    } rows[] = {
+        {"", 4, "the set needs power"},
+        {" within 1s", 3, "stuck, needs power: did not end within 1s, the limit of the step, and cannot be ended"}};
+    bool isTraced = true;
+    for (const auto& row : rows) {
+        auto run = start(runOf(std::string("step a") + row.limit + "\n" + kBlocks + "teardown\nstep b\nsys_init\n"));
+        const int s32Pipe = openPipe();
+        const pid_t stuck = worker();
+        isTraced = ptrace(PTRACE_SEIZE, stuck, nullptr, nullptr) == 0;
+        if (*row.limit == '\0') {
+            EXPECT_EQ(kill(started(), SIGINT), 0);
+        }
+        const test::ProcessResult result = run.get();
+        close(s32Pipe);
+        if (isTraced) {
+            EXPECT_EQ(result.s32Exit, row.exit);
+            EXPECT_THAT(reportedVerdicts(), testing::ElementsAre("error", "not run"));
+            EXPECT_THAT(stepText(0), HasSubstr(row.why));
+            waitpid(stuck, nullptr, __WALL);
+        }
     }
     prctl(PR_SET_CHILD_SUBREAPER, 0);
     while (waitpid(-1, nullptr, WNOHANG) > 0) {

@@ -92,15 +92,16 @@ TEST_F(LineWorkTest, NothingOfAProgramIsLeftBehind) {
 
 TEST_F(LineWorkTest, OutputIsBoundedAndFilesAreKeptWithTheReport) {
     writeFile("curve.csv", "1,2\n");
-    EXPECT_THAT(verdictOf("run sh -c 'echo first; head -c 1000000000 /dev/zero; echo last; echo attach " + folder() +
+    EXPECT_THAT(verdictOf("run sh -c 'echo first; yes | head -c 1000000000; echo last; echo attach " + folder() +
                           "/curve.csv >&3; echo note warm >&3' within 100s\n"),
                 StartsWith("passed"));
-    const std::string strOutput = command()["output"];
+    const nlohmann::json told = command();
+    const std::string strOutput = told["output"];
     EXPECT_LT(strOutput.size(), 1100000u);
     EXPECT_THAT(strOutput.substr(0, 10), StartsWith("first"));
     EXPECT_THAT(strOutput.substr(strOutput.size() - 10), HasSubstr("last"));
-    EXPECT_EQ(command()["notes"][0], "warm");
-    EXPECT_EQ(readFile(reports() + "/" + command()["attachments"][0]["file"].get<std::string>()), "1,2\n");
+    EXPECT_EQ(told["notes"][0], "warm");
+    EXPECT_EQ(readFile(reports() + "/" + told["attachments"][0]["file"].get<std::string>()), "1,2\n");
 }
 
 TEST_F(LineWorkTest, WhatCannotBeAskedOrRunIsFoundByTheCheck) {
@@ -115,6 +116,7 @@ TEST_F(LineWorkTest, WhatCannotBeAskedOrRunIsFoundByTheCheck) {
         {"choose \"Which?\" A A", ":3:19: \"A\": expected different words"},
         {"scan serial matches ( \"Serial\"", ":3:21: "},
         {"ask \"Well?\" with picture panle", ":3:26: "},
+        {"ask \"Well?\" with picture panel beside none.png", ":3:39: " + folder() + "/none.png: "},
         {"show \"Wait\" until", ":3:18: expected: show"},
         {"show \"Wait\" until event 1", ":3:26: the time is missing"},
         {"ask \"Well?\"\nexpect anser is yes", ":4:8: no such output: anser, expected one of status, answer, who"},
@@ -161,6 +163,55 @@ TEST_F(LineWorkTest, APersonAnswersOnTheTerminal) {
     EXPECT_THAT(toldVerdict(), ContainsRegex("error: line 3: ask .*: nobody has answered within 200 ms"));
     EXPECT_EQ(_result.s32Exit, 3);
 }
+
+// Each group would have to wait for the others: a second for the program, for time, and for a person, who is asked
+// twice.
+TEST_F(LineWorkTest, ProgramsAndQuestionsLetOtherGroupsGoOn) {
+    const auto group = [](const std::string& strLines) { return "group g\nstep s\n" + strLines + "end\n"; };
+    const std::string strPlan = "alongside\n" + group("run sleep 1\n") + group("wait 1s\n") + group("ask \"Red?\"\n") +
+                                group("ask \"Blue?\"\nwait 10ms\n") + "end\nstep after\nrun true\n";
+    ask(strPlan, {{"[y/n]", ""}, {test::kSilence, "y\n"}, {"[y/n]", "y\n"}});
+    EXPECT_EQ(_result.s32Exit, 0) << _result.strOutput;
+    nlohmann::json found = report();
+    double sum = 0;
+    for (const auto& step : found["steps"]) {
+        sum += step["seconds"].get<double>();
+    }
+    EXPECT_GT(sum, 4);
+    EXPECT_LT(found["seconds"].get<double>(), 0.6 * sum);
+    EXPECT_GT(found["times"]["waits"].get<double>(), 1);
+    for (const auto& [step, strQuestion] : {std::pair(2, "Red?"), {3, "Blue?"}}) {
+        const auto& answers = found["steps"][step]["attempts"][0]["commands"][0]["operator"];
+        ASSERT_EQ(answers.size(), 1u);
+        EXPECT_EQ(answers[0]["question"], strQuestion);
+    }
+    // Ctrl-C ends them all, and nothing of the program is left.
+    writeFile("hang.sh", "trap '' TERM\nwhile :; do sleep 1; done\n");
+    ask("alongside\n" + group("run sh " + folder() + "/hang.sh\n") + group("ask \"Red?\"\n") +
+            "end\nteardown\nstep last\nrun true\n",
+        {{"[y/n]", "\x03"}});
+    EXPECT_EQ(_result.s32Exit, 4);
+    EXPECT_EQ(reportedVerdicts(), (std::vector<std::string>{"interrupted", "interrupted", "passed"}));
+    EXPECT_FALSE(isRunning("hang.sh"));
+}
+
+// A sanitizer must be the first of all objects that are loaded.
+#ifndef FAPI_SANITIZED
+TEST_F(LineWorkTest, APersonsTimeCountsOnlyForALimitOfTheStepsOwn) {
+    const struct {
+        std::string strLimit, strVerdict;
+    } rows[] = {{"", "passed: "}, {" within 1min", "failed: line 3: ask Well?: did not end within 1min, the limit of"}};
+    for (const auto& row : rows) {
+        const std::string strLater = writeFile("later", "");
+        _result = test::runOnTerminal(
+            {"env", "LD_PRELOAD=" LATER_CLOCK, "LATER=" + strLater, FAPI_BINARY, "--set", set(), "--station",
+             writeFile("station.ini", "[station]\noperator-within = 600s\n"), "run", "--report", reports(),
+             writeFile("test.plan", "plan T\nstep s" + row.strLimit + "\nask \"Well?\"\n")},
+            {{"[y/n]", "five minutes", strLater}, {test::kSilence, "y\n"}});
+        EXPECT_THAT(toldVerdict(), StartsWith(row.strVerdict)) << _result.strOutput;
+    }
+}
+#endif
 
 TEST_F(LineWorkTest, AFileAnswersAutomaticRuns) {
     const std::string strPlan =

@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/terminal_picture.h"
 #include "protocol/color.h"
-#include "base/picture.h"
 #include "support/plan_fixture.h"
 #include "target/command.h"
 
@@ -93,6 +93,40 @@ protected:
         return test::runProcess({"convert", strFile, "-format", strFormat, "info:"}).strOutput;
     }
 };
+
+TEST_F(PanelCli, AQuestionShowsThePanelBesideItsReference) {
+    ASSERT_EQ(test::runProcess({"convert", "-size", "64x36", "xc:red", folder() + "/red.png"}).s32Exit, 0);
+    const std::string strPlan =
+        writeFile("ask.plan", "plan t\nstep s\nset freeze-video 0\nask \"Blue?\" with picture panel beside red.png\n");
+    const struct {
+        std::string strTerminal, strBegin, strReference, strPanel;
+    } rows[] = {{"FAPI_PICTURES=", "\033_G", "255,0,0,255", "0,0,191,255"},
+                // Of colors 5 bits are left.
+                {"FAPI_PICTURES=sixel", "\033P", "247,0,0,255", "0,0,184,255"}};
+    for (const auto& row : rows) {
+        const test::ProcessResult result = test::runOnTerminal(
+            {"env", "KITTY_WINDOW_ID=1", row.strTerminal, FAPI_BINARY, "--set", set(), "run", "--no-report", strPlan},
+            {{"[y/n]", "y\n"}});
+        EXPECT_EQ(result.s32Exit, 0) << result.strOutput;
+        const bool bPng = row.strBegin == rows[0].strBegin;
+        std::string strPicture;
+        for (std::size_t at = 0; (at = result.strOutput.find(row.strBegin, at)) != std::string::npos;) {
+            const std::size_t end = result.strOutput.find("\033\\", at);
+            const std::size_t begin = bPng ? result.strOutput.find(';', at) + 1 : at;
+            strPicture += result.strOutput.substr(begin, end - begin);
+            at = end;
+        }
+        if (bPng) {
+            EXPECT_THAT(result.strOutput, HasSubstr("q=2")) << "an answer of the terminal would be read as a person's";
+            strPicture = test::runProcess({"base64", "-d"}, strPicture).strOutput;
+        }
+        const std::string strFile = writeFile(bPng ? "shown.png" : "shown.six", strPicture);
+        test::runProcess({"convert", strFile, file()});
+        EXPECT_EQ(kindOf(file()), "PNG 1600x443");
+        EXPECT_EQ(pixelOf(file(), 400, 200), row.strReference);
+        EXPECT_EQ(pixelOf(file(), 1427, 205), row.strPanel);
+    }
+}
 
 TEST_F(PanelCli, APictureIsWrittenAsAFile) {
     const std::vector<std::string> lines = {"set freeze-video 0", "disptst_gen_gop_test_pattern_on 64 48",

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "support/plan_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -65,6 +66,31 @@ TEST_F(SlotsTest, ASlotThatDiesOrFailsIsNoOthers) {
     // The store learns of the dead one from the next run.
     runSlots("step s\nwait 1ms\n", {});
     EXPECT_THAT(storedRuns(), ::testing::IsSupersetOf({"dies interrupted", "fails failed", "passes passed"}));
+}
+
+// Each by its name, with a run that is in the middle of a call, of a wait, of a program.
+TEST_F(SlotsTest, CtrlCEndsEachSlotInOrder) {
+    writeFile("hang.sh", "trap '' TERM\necho >$1; while :; do sleep 1; done\n");
+    std::string strStation;
+    for (const char* pszName : {"left", "right"}) {
+        strStation += std::string("[target ") + pszName + "]\nset = " + folder() + "/" + pszName + "\n";
+    }
+    writeFile("orders.csv", "serial\nA-1\nA-2\nA-3\n");
+    const std::string strPlan =
+        writeFile("test.plan", "plan t\n" + strHead + "step s\nrun sh " + folder() + "/hang.sh " + folder() +
+                                   "/${serial}\nteardown\nstep down\nsys_init\nset put /data/down ${serial}\n");
+    const test::ProcessResult result = test::runOnTerminal(
+        {"sh", "-c", "(until [ -e $0/A-1 ] && [ -e $0/A-2 ]; do sleep 0.05; done; kill -INT $$) & exec \"$@\"",
+         folder(), FAPI_BINARY, "--station", writeFile("station.ini", strStation), "run", "--targets", "left,right",
+         "--report", reports(), "--params", folder() + "/orders.csv", strPlan},
+        {});
+    EXPECT_EQ(result.s32Exit, 4) << result.strOutput;
+    EXPECT_EQ(storedRuns(), (std::vector<std::string>{"A-1 interrupted", "A-2 interrupted"}));
+    EXPECT_EQ(readFile(folder() + "/left/tree/data/down") + readFile(folder() + "/right/tree/data/down"), "A-1A-2");
+    EXPECT_TRUE(test::eventually([this] {
+        return test::runProcess({"pgrep", "-f", folder()}).strOutput.empty() &&
+               std::filesystem::is_empty(folder() + "/fapi");
+    }));
 }
 
 TEST_F(SlotsTest, QuestionsOfAllSlotsAreAskedOnTheTerminal) {

@@ -93,6 +93,22 @@ TEST_F(StationTest, ACheckSaysOfEachWhatIsToBeDone) {
     }
 }
 
+TEST_F(StationTest, AKnownBadSetMustFailWhereItHasTo) {
+    const std::string strPlan = writeFile("bad.plan", "plan B\nstep a\n sys_check_file /data/none\n");
+    const std::string strExpected = writeFile("expected.ini", "[step a]\nverdict = failed\nreason = no such file\n");
+    const std::string strStation =
+        "[station]\nknown-bad = bad " + strPlan + " " + strExpected + "\n[target bad]\nset = " + folder() + "/bad\n";
+    const std::vector<std::string> check = {"station", "check", "--report", folder() + "/reports"};
+    EXPECT_THAT(with(strStation, check).strOutput, HasSubstr("known-bad bad: ok: fails where it must"));
+    // The fault is gone.
+    with(strStation, {"--target", "bad", "set", "put", "/data/none", "x"});
+    const test::ProcessResult result = with(strStation, check);
+    EXPECT_EQ(result.s32Exit, 3);
+    EXPECT_THAT(result.strOutput,
+                ::testing::AllOf(HasSubstr("station.ini:2: known-bad bad: has not failed where it must"),
+                                 HasSubstr("NOT READY: 1 thing")));
+}
+
 // The wire begins as a console that wants a login, and the agent starts behind it.
 TEST_F(StationTest, AnAgentBehindALoginIsStarted) {
     const std::string strConsole = writeFile("console.sh",

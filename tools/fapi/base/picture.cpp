@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pictures of the set as files, and as characters of a terminal.
+// Pictures of the set, and as files.
 #include "base/picture.h"
 
 #include <algorithm>
@@ -17,6 +17,10 @@ namespace tool {
 
 namespace {
 
+constexpr Color colorOf(unsigned int red, unsigned int green, unsigned int blue, unsigned int alpha) {
+    return alpha << 24 | red << 16 | green << 8 | blue;
+}
+
 std::vector<unsigned char> rgbaBytes(const Picture& picture) {
     std::vector<unsigned char> bytes;
     bytes.reserve(picture.pixels.size() * 4);
@@ -24,21 +28,6 @@ std::vector<unsigned char> rgbaBytes(const Picture& picture) {
         bytes.insert(bytes.end(), {redOf(color), greenOf(color), blueOf(color), alphaOf(color)});
     }
     return bytes;
-}
-
-// A size of characters.
-struct Size {
-    std::size_t columns;
-    std::size_t rows;
-};
-
-// As large as both limits allow without distortion: a character is about twice as high as it is wide.
-Size previewSize(const Picture& picture, Size limit) {
-    const std::size_t width = picture.width, height = picture.height;
-    const std::size_t columns =
-        std::min({width, limit.columns, std::max<std::size_t>(2 * limit.rows * width / height, 1)});
-    const std::size_t rows = std::max<std::size_t>((columns * height / width + 1) / 2, 1);
-    return {columns, std::min(rows, limit.rows)};
 }
 
 // Red, green and blue of the average pixel of an area.
@@ -60,12 +49,6 @@ Average averageAt(const Picture& picture, std::size_t x, std::size_t y, std::siz
     }
     const std::size_t pixels = (right - left) * (bottom - top);
     return {sum[0] / pixels, sum[1] / pixels, sum[2] / pixels};
-}
-
-// "38;2;255;0;0"
-std::string parameters(const char* place, const Average& color) {
-    return std::string(place) + ";2;" + std::to_string(color[0]) + ";" + std::to_string(color[1]) + ";" +
-           std::to_string(color[2]);
 }
 
 }  // namespace
@@ -114,24 +97,56 @@ void writePng(const Picture& picture, const std::string& file) {
     }
 }
 
-std::string previewText(const Picture& picture, std::size_t columns, std::size_t rows) {
-    if (picture.pixels.empty()) {
-        return "there is no picture\n";
+Picture readPng(const std::string& file) {
+    // Of a larger one the terminal would show nothing more.
+    constexpr std::size_t kMostPixels = 64 << 20;
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    std::unique_ptr<png_image, void (*)(png_image*)> const freed(&image, png_image_free);
+    if (png_image_begin_read_from_file(&image, file.c_str()) == 0) {
+        throw SetError(file + ": " + image.message);
     }
-    const Size size = previewSize(picture, {columns, rows});
-    std::string text;
-    for (std::size_t row = 0; row < size.rows; ++row) {
-        std::string before;
-        for (std::size_t column = 0; column < size.columns; ++column) {
-            const Average upper = averageAt(picture, column, 2 * row, size.columns, 2 * size.rows);
-            const Average lower = averageAt(picture, column, 2 * row + 1, size.columns, 2 * size.rows);
-            const std::string sequence = "\033[" + parameters("38", upper) + ";" + parameters("48", lower) + "m";
-            text += (sequence != before ? sequence : "") + "\u2580";
-            before = sequence;
+    if (std::size_t{image.width} * image.height > kMostPixels) {
+        throw SetError(file + ": has more than 64 million pixels");
+    }
+    image.format = PNG_FORMAT_RGBA;
+    std::vector<unsigned char> bytes(std::size_t{image.width} * image.height * 4);
+    if (png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr) == 0) {
+        throw SetError(file + ": " + image.message);
+    }
+    Picture picture = {image.width, image.height, {}};
+    picture.pixels.reserve(bytes.size() / 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 4) {
+        picture.pixels.push_back(colorOf(bytes[i], bytes[i + 1], bytes[i + 2], bytes[i + 3]));
+    }
+    return picture;
+}
+
+Picture scaledTo(const Picture& picture, unsigned int width, unsigned int height) {
+    Picture scaled = {width, height, {}};
+    scaled.pixels.reserve(std::size_t{width} * height);
+    for (unsigned int y = 0; y < height; ++y) {
+        for (unsigned int x = 0; x < width; ++x) {
+            const Average color = averageAt(picture, x, y, width, height);
+            scaled.pixels.push_back(colorOf(static_cast<unsigned int>(color[0]), static_cast<unsigned int>(color[1]),
+                                            static_cast<unsigned int>(color[2]), 0xFF));
         }
-        text += "\033[0m\n";
     }
-    return text;
+    return scaled;
+}
+
+Picture sideBySide(const Picture& left, const Picture& right) {
+    const unsigned int gap = right.width / 32;
+    const std::uint64_t width = std::uint64_t{left.width} * right.height / left.height;
+    const Picture first = scaledTo(left, static_cast<unsigned int>(std::max<std::uint64_t>(width, 1)), right.height);
+    Picture both = {first.width + gap + right.width, right.height, {}};
+    for (unsigned int y = 0; y < right.height; ++y) {
+        const auto row = [y](const Picture& of) { return of.pixels.begin() + std::ptrdiff_t{y} * of.width; };
+        both.pixels.insert(both.pixels.end(), row(first), row(first) + first.width);
+        both.pixels.insert(both.pixels.end(), gap, colorOf(0, 0, 0, 0xFF));
+        both.pixels.insert(both.pixels.end(), row(right), row(right) + right.width);
+    }
+    return both;
 }
 
 }  // namespace tool

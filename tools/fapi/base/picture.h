@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pictures of the set as files, and as characters of a terminal.
+// Pictures of the set, and as files.
 #ifndef FAPI_BENCH_BASE_PICTURE_H
 #define FAPI_BENCH_BASE_PICTURE_H
 
@@ -24,9 +24,13 @@ void writePng(const Picture& picture, const std::string& file);
 // The bytes of such a file.
 std::string pngText(const Picture& picture);
 
-// The picture in lines of at most `columns` half blocks, two pixels each, and at most `rows` lines; what is transparent
-// counts as black. Ends with a newline.
-std::string previewText(const Picture& picture, std::size_t columns, std::size_t rows);
+// Reads a PNG file of this PC. Throws SetError that names the file.
+Picture readPng(const std::string& file);
+
+// The picture that large, each pixel the average of those that it stands for; what is transparent counts as black.
+Picture scaledTo(const Picture& picture, unsigned int width, unsigned int height);
+// The two next to each other, with a gap, the left one as high as the right one.
+Picture sideBySide(const Picture& left, const Picture& right);
 
 }  // namespace tool
 

@@ -262,7 +262,7 @@ private:
         call.command = {"fapi", "--station",   _station.file, "--target",   bad.target,      "--yes",
                         "run",  "--no-report", "--expected",  bad.expected, fileOf(bad.plan)};
         call.within = kKnownBadLimit;
-        const ProgramResult result = runPlanProgram(call, [] {});
+        const ProgramResult result = runPlanProgram(call, waitBesidesSet);
         if (result.exitCode != kProgramPassed) {
             throw SetError(
                 "has not failed where it must: " + (result.problem.empty() ? result.lastLine() : result.problem) +

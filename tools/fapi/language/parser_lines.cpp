@@ -3,8 +3,9 @@
 #include <algorithm>
 
 #include "language/parser.h"
-#include "plan/program_step.h"
 #include "language/words_of_plans.h"
+#include "plan/program_step.h"
+#include "plan/prompt.h"
 
 namespace tool {
 
@@ -42,6 +43,9 @@ void PlanParser::addOwnLine(const Words& words) {
     }
     if (!facts.program.empty()) {
         requireProgram(facts.program, folderOf(_plan));
+    }
+    if (word.kind == LineKind::prompt) {
+        requireReference(words, folderOf(_plan));
     }
 }
 

@@ -72,6 +72,7 @@ std::size_t PlanParser::parseStepOption(const Words& words, std::size_t i, Step&
     }
     if (words[i] == "within") {
         step.within = parseTimeAt(words, i + 1);
+        step.hasLimit = true;
         return i + 2;
     }
     if (words[i] == "on-failure" && step.teardown) {

@@ -20,13 +20,21 @@ HubQuestion::HubQuestion(const Question& question) {
     Field params = {
         {"kind", promptName(question.kind)}, {"text", question.text},       {"choices", choices},
         {"pattern", question.pattern},       {"picture", question.picture}, {"answered", question.needsAnswer}};
+    if (!question.shown.empty()) {
+        params.set("shown", question.shown);
+    }
     params.set("milliseconds", question.within ? Field(question.within->count()) : Field());
-    session().listen("answer", [this](const Field& answer) {
+    _listens = question.needsAnswer;
+    // Of those that need an answer one is open at a time.
+    const auto take = [this](const Field& answer) {
         // It may come before the hub has said which question this one is.
         const std::string name = answer["name"].textOr(""), where = answer["where"].textOr("");
         _given.push_back({answer["prompt"].numberOr(0), answer["number"].numberOr(0), answer["answer"].textOr(""),
                           answer["who"].textOr(""), where.empty() ? name : where});
-    });
+    };
+    if (_listens) {
+        session().listen("answer", take);
+    }
     try {
         _prompt = session().request("prompt", params)["prompt"].numberOr(0);
     } catch (const RequestError&) {
@@ -40,8 +48,8 @@ HubQuestion::~HubQuestion() {
     } catch (const SetError&) {
         // The hub is gone, and the question with it.
     }
-    if (isSessionOpen()) {
-        session().listen("answer", [](const Field&) {});
+    if (_listens && isSessionOpen()) {
+        session().listen("answer", nullptr);
     }
 }
 

@@ -33,6 +33,7 @@ public:
     void close(const GivenAnswer& answer, long long number);
 
 private:
+    bool _listens = false;
     long long _prompt = 0;  // 0: the hub knows no questions
     std::deque<Given> _given;
 };

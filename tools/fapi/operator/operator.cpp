@@ -3,15 +3,21 @@
 #include "operator/operator.h"
 
 #include <cstdlib>
+#include <filesystem>
+
+#include <unistd.h>
 
 #include "base/login.h"
 #include "hub/agent_wire.h"
-#include "target/picture_source.h"
+#include "hub/descriptor.h"
 #include "target/session.h"
 
 namespace tool {
 
 namespace {
+
+// Between two looks whether another question is over.
+constexpr std::chrono::milliseconds kBetweenTurns{50};
 
 std::unique_ptr<Operator> g_operator;
 int g_shownQuestions = 0;
@@ -21,28 +27,48 @@ std::string nameOfUser() {
     return named != nullptr && *named != '\0' ? named : loginName();
 }
 
+// What is true as long as this is there.
 class ShownMark {
 public:
-    ShownMark() { ++g_shownQuestions; }
-    ~ShownMark() { --g_shownQuestions; }
+    explicit ShownMark(bool& isAsking) : _isAsking(isAsking) {
+        _isAsking = true;
+        ++g_shownQuestions;
+    }
+    ~ShownMark() {
+        _isAsking = false;
+        --g_shownQuestions;
+    }
     ShownMark(const ShownMark&) = delete;
     ShownMark& operator=(const ShownMark&) = delete;
+
+private:
+    bool& _isAsking;
 };
 
-// The question without its picture is better than none.
-std::optional<Picture> pictureOf(const Question& question) {
-    if (question.picture.empty() || !isSessionOpen()) {
-        return std::nullopt;
-    }
-    try {
-        return takePicture(question.picture);
-    } catch (const RequestError& error) {
-        if (error.code() != ErrorCode::unavailable && error.code() != ErrorCode::notSupported) {
-            throw;
+// A picture for another process, as long as this is there.
+class PictureFile {
+public:
+    explicit PictureFile(const Picture& picture) {
+        std::string name = std::filesystem::temp_directory_path() / "fapi-question-XXXXXX";
+        const Descriptor made(mkstemp(name.data()));
+        if (made) {
+            _name = name;
         }
-        return std::nullopt;
+        try {
+            writePng(picture, _name);
+        } catch (const SetError&) {
+            // There is no room for it.
+        }
     }
-}
+    ~PictureFile() { unlink(_name.c_str()); }
+    PictureFile(const PictureFile&) = delete;
+    PictureFile& operator=(const PictureFile&) = delete;
+
+    const std::string& name() const { return _name; }
+
+private:
+    std::string _name;
+};
 
 double secondsFrom(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -123,42 +149,69 @@ std::optional<GivenAnswer> Operator::lookAround(const Question& question, Termin
     return std::nullopt;
 }
 
-GivenAnswer Operator::ask(const Question& question, const CheckWaiting& check) {
-    const ShownMark mark;
+GivenAnswer Operator::ask(const Question& question, const Waiting& wait, const PictureOf& pictureOf) {
+    // A person does one thing at a time.
+    for (std::vector<pollfd> nothing; _isAsking;) {
+        wait(nothing, Clock::now() + kBetweenTurns);
+    }
+    const ShownMark mark(_isAsking);
     const Clock::time_point start = Clock::now();
     std::optional<GivenAnswer> answer = answerFromFile(question);
     if (!answer) {
-        const std::chrono::milliseconds within = question.within.value_or(_options.within);
-        Question asked = question;
-        asked.within = within;
-        HubQuestion hub(asked);
-        std::optional<TerminalQuestion> terminal;
-        if (TerminalQuestion::isThere()) {
-            terminal.emplace(asked, "", pictureOf(question));
-        }
-        while (!(answer = lookAround(asked, terminal ? &*terminal : nullptr, hub))) {
-            check();
-            if (terminal && terminal->isGone() && !hub.isFollowed()) {
-                throw RequestError(ErrorCode::stationFailed, "the terminal is gone: " + question.text);
-            }
-            if (Clock::now() >= start + within) {
-                throw RequestError(
-                    ErrorCode::stationFailed,
-                    "nobody has answered within " + std::to_string(within.count()) + " ms: " + question.text);
-            }
-            std::vector<pollfd> waited = {{terminal ? terminal->descriptor() : -1, POLLIN, 0}};
-            waitBesidesSet(waited, start + within);
-        }
+        answer = waitForAnswer(question, wait, pictureOf);
     }
     answer->seconds = secondsFrom(start);
     _answers.push_back(*answer);
     return *answer;
 }
 
-ShownQuestion::ShownQuestion(const Question& question) : _question(question), _hub(_question) {
+GivenAnswer Operator::waitForAnswer(const Question& question, const Waiting& wait, const PictureOf& pictureOf) {
+    Question asked = question;
+    asked.within = question.within.value_or(_options.within);
+    std::optional<Picture> picture;
+    if (pictureOf && (TerminalQuestion::isThere() || _options.isBehindHub)) {
+        picture = pictureOf(question);
+    }
+    std::optional<PictureFile> file;
+    if (picture && _options.isBehindHub) {
+        asked.shown = file.emplace(*picture).name();
+    }
+    std::optional<TerminalQuestion> terminal;
+    HubQuestion hub(asked);
+    struct Open {
+        ~Open() { shown = nullptr; }
+        const TerminalQuestion*& shown;
+    } const open{_open};
+    if (TerminalQuestion::isThere()) {
+        terminal.emplace(asked, "", picture);
+        _open = &*terminal;
+    }
+    const Clock::time_point until = Clock::now() + *asked.within;
+    for (;;) {
+        if (std::optional<GivenAnswer> answer = lookAround(asked, terminal ? &*terminal : nullptr, hub)) {
+            return *answer;
+        }
+        if (terminal && terminal->isGone() && !hub.isFollowed()) {
+            throw RequestError(ErrorCode::stationFailed, "the terminal is gone: " + question.text);
+        }
+        if (Clock::now() >= until) {
+            throw RequestError(
+                ErrorCode::stationFailed,
+                "nobody has answered within " + std::to_string(asked.within->count()) + " ms: " + question.text);
+        }
+        std::vector<pollfd> waited = {{terminal ? terminal->descriptor() : -1, POLLIN, 0}};
+        wait(waited, until);
+    }
+}
+
+ShownQuestion::ShownQuestion(const Question& question, const Operator::PictureOf& pictureOf)
+    : _question(question), _hub(_question) {
     ++g_shownQuestions;
     if (TerminalQuestion::isThere()) {
         _terminal.emplace(_question, "", pictureOf(_question));
+        if (const TerminalQuestion* open = theOperator()._open) {
+            open->remind();
+        }
     }
 }
 

@@ -30,27 +30,31 @@ public:
     // Why nobody could answer; empty: somebody could. Looks at the terminal and at the file, not at the hub.
     std::string missing(const Question& question) const;
 
-    // Asks until there is an answer that counts. Throws RequestError `stationFailed` without one in time, and what
-    // `check` throws.
-    GivenAnswer ask(const Question& question, const CheckWaiting& check);
+    using PictureOf = std::function<std::optional<Picture>(const Question& question)>;
+    // Asks until there is an answer that counts, with a picture if `pictureOf` has one. While another question is open
+    // this one waits. Throws RequestError `stationFailed` without an answer in time, and what `wait` throws.
+    GivenAnswer ask(const Question& question, const Waiting& wait, const PictureOf& pictureOf = {});
     // The answers of ask() since the last call of this, for the record.
     std::vector<GivenAnswer> takeAnswers() { return std::exchange(_answers, {}); }
 
 private:
     friend class ShownQuestion;
     std::optional<GivenAnswer> answerFromFile(const Question& question);
+    GivenAnswer waitForAnswer(const Question& question, const Waiting& wait, const PictureOf& pictureOf);
     std::optional<GivenAnswer> lookAround(const Question& question, TerminalQuestion* terminal, HubQuestion& hub);
     GivenAnswer answerOf(const Question& question, std::string text, std::string who, std::string where) const;
 
     OperatorOptions _options;
     std::optional<AnswersFile> _file;
     std::vector<GivenAnswer> _answers;
+    bool _isAsking = false;
+    const TerminalQuestion* _open = nullptr;  // on the terminal; null: none is
 };
 
 // Shows what needs no answer, as long as this is there.
 class ShownQuestion {
 public:
-    explicit ShownQuestion(const Question& question);
+    ShownQuestion(const Question& question, const Operator::PictureOf& pictureOf);
     ~ShownQuestion();
     ShownQuestion(const ShownQuestion&) = delete;
     ShownQuestion& operator=(const ShownQuestion&) = delete;

@@ -54,6 +54,7 @@ Question questionOf(const PromptLine& prompt) {
     question.name = prompt.name;
     question.pattern = prompt.pattern;
     question.picture = prompt.picture;
+    question.reference = prompt.reference;
     question.needsAnswer = prompt.needsAnswer();
     question.within = prompt.within;
     return question;

@@ -17,9 +17,11 @@ struct Question {
     PromptKind kind = PromptKind::ask;
     std::string text;
     std::vector<std::string> choices;
-    std::string name;     // by which a file of answers may know it, too
-    std::string pattern;  // of what is scanned; empty: any text
-    std::string picture;  // of the set; empty: none
+    std::string name;       // by which a file of answers may know it, too
+    std::string pattern;    // of what is scanned; empty: any text
+    std::string picture;    // of the set; empty: none
+    std::string reference;  // a file with the picture as it should be; empty: none
+    std::string shown;      // a file with the picture that goes with it, for who asks in this run's place
     bool needsAnswer = true;
     std::optional<std::chrono::milliseconds> within;
 };

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "base/terminal.h"
+#include "base/terminal_picture.h"
 #include "protocol/characters.h"
 
 namespace tool {
@@ -92,15 +93,16 @@ std::string TerminalQuestion::place() {
 TerminalQuestion::TerminalQuestion(const Question& question, const std::string& source,
                                    const std::optional<Picture>& picture)
     : _question(question) {
-    tcflush(STDIN_FILENO, TCIFLUSH);
+    if (question.needsAnswer) {
+        tcflush(STDIN_FILENO, TCIFLUSH);
+    }
     const PromptLook look = lookOf(question);
     const std::string heading = source.empty() ? look.word : source + ": " + look.word;
     const std::string text = printable(question.text, "\n");
     const std::size_t columns = terminalColumns(stderr);
     std::string shown = "\r\033[K" + std::string(kBell);
     if (picture && usesColors()) {
-        const std::size_t rows = terminalRows();
-        shown += previewText(*picture, columns, rows - std::min(rows - 1, kQuestionRows));
+        shown += terminalPicture(*picture, kQuestionRows);
     }
     if (usesColors()) {
         shown += "\n" + barOf("", look.color, columns) + barOf(heading, look.color, columns) +
@@ -138,6 +140,10 @@ std::optional<std::string> TerminalQuestion::read() {
     std::string line = _typed.substr(0, end);
     _typed.clear();
     return line;
+}
+
+void TerminalQuestion::remind() const {
+    std::fprintf(stderr, "\n%s %s", printable(_question.text, "\n").c_str(), hintOf(_question).c_str());
 }
 
 void TerminalQuestion::refuse(const std::string& why) const {

@@ -27,6 +27,8 @@ public:
     // The line that was typed, once it is whole. To be called when the descriptor is readable.
     std::optional<std::string> read();
     bool isGone() const { return _isGone; }
+    // Something else has been shown below the question, which is still open.
+    void remind() const;
     // The last line was no answer.
     void refuse(const std::string& why) const;
     // The question is over, other than by a line that was typed here.

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 
+#include "base/picture.h"
 #include "judge/parameter.h"
 #include "judge/variables.h"
 #include "target/target_description.h"
@@ -20,11 +22,13 @@ struct PromptUsage {
 };
 
 constexpr std::array<PromptUsage, 4> kPrompts = {
-    {{PromptKind::ask, "ask", "expected: ask \"TEXT\" [with picture WHAT] [within TIME]"},
-     {PromptKind::choose, "choose", "expected: choose \"TEXT\" WORD WORD... [with picture WHAT] [within TIME]"},
-     {PromptKind::scan, "scan", "expected: scan NAME [matches RE] \"TEXT\" [with picture WHAT] [within TIME]"},
+    {{PromptKind::ask, "ask", "expected: ask \"TEXT\" [with picture WHAT [beside FILE]] [within TIME]"},
+     {PromptKind::choose, "choose",
+      "expected: choose \"TEXT\" WORD WORD... [with picture WHAT [beside FILE]] [within TIME]"},
+     {PromptKind::scan, "scan",
+      "expected: scan NAME [matches RE] \"TEXT\" [with picture WHAT [beside FILE]] [within TIME]"},
      {PromptKind::show, "show",
-      "expected: show \"TEXT\" until done|TIME|event NUMBER ... within TIME [with picture WHAT]"}}};
+      "expected: show \"TEXT\" until done|TIME|event NUMBER ... within TIME [with picture WHAT [beside FILE]]"}}};
 
 constexpr std::chrono::hours kLongestPrompt{1};
 
@@ -92,6 +96,10 @@ private:
     }
 
     void cutPicture() {
+        if (_end > 6 && _words[_end - 2] == "beside" && _words[_end - 4] == "picture") {
+            _prompt.reference = _words[_end - 1];
+            _end -= 2;
+        }
         if (_end < 5 || _words[_end - 2] != "picture" || _words[_end - 3] != "with") {
             return;
         }
@@ -193,6 +201,19 @@ bool isPromptWord(const std::string& word) {
 
 PromptLine parsePrompt(const Words& words) {
     return PromptReader(words).read();
+}
+
+void requireReference(const Words& words, const std::string& planFolder) {
+    const std::string reference = parsePrompt(words).reference;
+    if (reference.empty() || !variablesOf(reference).empty()) {
+        return;
+    }
+    try {
+        static_cast<void>(readPng(std::filesystem::path(planFolder) / reference));
+    } catch (const SetError& error) {
+        const auto word = std::find(words.begin(), words.end(), reference);
+        throw UsageError(error.what(), static_cast<std::size_t>(word - words.begin()));
+    }
 }
 
 std::vector<std::string> promptOutputs(const PromptLine& prompt) {

@@ -35,10 +35,11 @@ struct PromptLine {
     PromptKind kind = PromptKind::ask;
     std::string text;
     std::vector<std::string> choices;
-    std::string name;     // of the variable that keeps what was scanned
-    std::string pattern;  // that it has; empty: any text
-    std::string picture;  // of the set, beside the question; empty: none
-    PromptEnd end;        // of "show"
+    std::string name;       // of the variable that keeps what was scanned
+    std::string pattern;    // that it has; empty: any text
+    std::string picture;    // of the set, beside the question; empty: none
+    std::string reference;  // a file with the picture as it should be, next to the plan; empty: none
+    PromptEnd end;          // of "show"
     std::optional<std::chrono::milliseconds> within;
 
     // Whether a person has to answer.
@@ -47,6 +48,9 @@ struct PromptLine {
 
 // Reads the words of such a line. What holds ${NAME} is not checked. Throws UsageError.
 PromptLine parsePrompt(const Words& words);
+
+// Throws UsageError when the file that the line names is no picture. What holds ${NAME} is not checked.
+void requireReference(const Words& words, const std::string& planFolder);
 
 // The names of what its answer can be expected to be.
 std::vector<std::string> promptOutputs(const PromptLine& prompt);

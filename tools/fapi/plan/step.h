@@ -59,6 +59,7 @@ struct Step {
     unsigned int retry = 0;  // further attempts
     std::chrono::milliseconds every{0};
     std::chrono::milliseconds within = kStepLimit;  // with all attempts
+    bool hasLimit = false;                          // of its own: kStepLimit does not count the time of persons
     std::vector<OnlyIf> conditions;                 // on which a run meets it
     std::vector<PlanLine> lines;
 };

@@ -101,14 +101,14 @@ public:
     GuardedProgram(const GuardedProgram&) = delete;
     GuardedProgram& operator=(const GuardedProgram&) = delete;
 
-    ProgramResult run(const CheckWaiting& check) {
+    ProgramResult run(const Waiting& wait) {
         const Clock::time_point until = Clock::now() + _call.within + 2 * kProgramGrace + kUntilGuardEnds;
         while (!_isOver) {
             std::vector<pollfd> waited;
             for (const Descriptor* end : {&_output, &_values, &_result}) {
                 waited.push_back({end->get(), POLLIN, 0});
             }
-            waitBesidesSet(waited, until);
+            wait(waited, until);
             move(_output, [this](std::string_view piece) { _text.add(piece); });
             move(_values, [this](std::string_view piece) { _told.values.take(piece); });
             _isOver = !move(_result, [this](std::string_view piece) { _ending.append(piece); });
@@ -116,7 +116,6 @@ public:
                 // Whatever else it says is not to be relied upon.
                 _life.close();
             }
-            check();
             if (Clock::now() >= until) {
                 throw programError(name(), "does not end, not even by SIGKILL");
             }
@@ -238,8 +237,8 @@ std::string ProgramResult::lastLine() const {
                          end - (start == std::string::npos ? 0 : start + 1) + 1);
 }
 
-ProgramResult runPlanProgram(const ProgramCall& call, const CheckWaiting& check) {
-    return GuardedProgram(call).run(check);
+ProgramResult runPlanProgram(const ProgramCall& call, const Waiting& wait) {
+    return GuardedProgram(call).run(wait);
 }
 
 }  // namespace tool

@@ -45,8 +45,8 @@ struct ProgramResult {
     std::string lastLine() const;
 };
 
-// Throws RequestError `stationFailed` when it cannot be started, and what `check` throws, when the program is gone.
-ProgramResult runPlanProgram(const ProgramCall& call, const CheckWaiting& check);
+// Throws RequestError `stationFailed` when it cannot be started, and what `wait` throws, when the program is gone.
+ProgramResult runPlanProgram(const ProgramCall& call, const Waiting& wait);
 
 }  // namespace tool
 

@@ -54,7 +54,7 @@ struct StepResult {
 // Where the seconds of a run have gone; the rest is the bench's own work.
 struct RunTimes {
     double calls = 0;  // inside calls of the set, which do not overlap
-    double waits = 0;  // for events and for time to pass, in which calls of groups beside are not counted
+    double waits = 0;  // for events, time, programs and persons, while no call was made
 };
 
 // A failure of a step that a person lets pass.

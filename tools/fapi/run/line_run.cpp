@@ -7,7 +7,6 @@
 #include <map>
 
 #include "base/durable_file.h"
-#include "operator/operator.h"
 #include "plan/data.h"
 #include "plan/picture_line.h"
 #include "language/words_of_plans.h"
@@ -262,7 +261,7 @@ void LineRun::finish() {
     if (_context.judgesRefusals) {
         worsen(_set.calls().judgeRefusals(refusals), _line.line);
     }
-    const std::vector<GivenAnswer> answers = theOperator().takeAnswers();
+    const std::vector<GivenAnswer> answers = _set.takeAnswers();
     if (!hasReport() || _told.is_null()) {
         return;
     }

@@ -33,7 +33,7 @@ struct LineRunContext {
     const std::string& report;  // what the names of the report's files begin with; empty: there is none
     bool judgesRefusals;
     const ProgramSurroundings& programs;
-    InstrumentLocks* instruments;
+    InstrumentLocks& instruments;
 };
 
 double secondsSince(Clock::time_point start);
@@ -61,6 +61,7 @@ private:
     Outcome rest();
     // line_work.cpp: what is no matter of the set
     Outcome askPerson();
+    Question questionWith(const PromptLine& prompt) const;
     Outcome showUntil(const PromptLine& prompt);
     Outcome runProgram();
     Outcome takeInstruments();

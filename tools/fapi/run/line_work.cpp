@@ -35,7 +35,7 @@ Outcome LineRun::askPerson() {
     if (!prompt.needsAnswer()) {
         return showUntil(prompt);
     }
-    const GivenAnswer answer = _set.ask(questionOf(prompt));
+    const GivenAnswer answer = _set.ask(questionWith(prompt));
     Outcome outcome;
     outcome.good = true;
     outcome.outputs.emplace_back("answer", answer.text);
@@ -51,8 +51,18 @@ Outcome LineRun::askPerson() {
     return outcome;
 }
 
+Question LineRun::questionWith(const PromptLine& prompt) const {
+    Question question = questionOf(prompt);
+    if (!question.reference.empty()) {
+        question.reference = fs::path(_context.programs.folder) / question.reference;
+    }
+    return question;
+}
+
 Outcome LineRun::showUntil(const PromptLine& prompt) {
-    const ShownQuestion shown(questionOf(prompt));
+    const RunSet::PersonsTime time(_set);
+    const Question question = questionWith(prompt);
+    const ShownQuestion shown(question, [this](const Question& asked) { return _set.pictureFor(asked); });
     Outcome outcome;
     outcome.good = true;
     if (prompt.end.kind == PromptEnd::Kind::time) {
@@ -71,7 +81,7 @@ Outcome LineRun::showUntil(const PromptLine& prompt) {
 
 Outcome LineRun::takeInstruments() {
     const Words all = words();
-    _context.instruments->take({all.begin() + 1, all.end()}, [this] { _set.rest(kBetweenTries); });
+    _context.instruments.take({all.begin() + 1, all.end()}, [this] { _set.rest(kBetweenTries); });
     return {};
 }
 

@@ -5,6 +5,7 @@
 
 #include "base/table.h"
 #include "base/terminal.h"
+#include "operator/operator.h"
 #include "protocol/characters.h"
 #include "report/report.h"
 #include "report/verdict_banner.h"
@@ -37,16 +38,16 @@ std::string faultsText(const Plan& plan) {
 }
 
 // Those that the step's text has not named already.
-void printRefusals(const StepResult& result) {
+void addShownRefusals(const StepResult& result, std::vector<std::string>& lines) {
     std::size_t others = 0;
     for (const Json& refusal : result.refusals()) {
         const auto text = refusal["text"].get<std::string>();
         if (result.text().find(text) == std::string::npos && ++others <= kShownRefusals) {
-            printLine("         " + printable(beginningOf(text, kShown)));
+            lines.push_back("         " + printable(beginningOf(text, kShown)));
         }
     }
     if (others > kShownRefusals) {
-        printLine("         and " + std::to_string(others - kShownRefusals) + " more refused calls");
+        lines.push_back("         and " + std::to_string(others - kShownRefusals) + " more refused calls");
     }
 }
 
@@ -87,11 +88,12 @@ std::string Progress::place(std::size_t step) const {
 }
 
 // No wider than the terminal: a line that has gone on below cannot be erased.
-void Progress::refresh() const {
+void Progress::refresh() {
     if (_announcement != nullptr) {
         _announcement->flush();
     }
-    if (_attempt == 0 || !_terminal) {
+    printEnded();
+    if (_attempt == 0 || !_terminal || isQuestionShown()) {
         return;
     }
     char time[32];
@@ -124,20 +126,32 @@ void Progress::end(std::size_t step, const StepResult& result) {
                             {"seconds", result.seconds()}}));
         return;
     }
+    _ended.push_back(place(step) + shownName(_plan, step) + ": " + coloured(result.verdict()));
+    if (const std::string text = result.text(); !text.empty()) {
+        _ended.push_back("         " + printable(beginningOf(text, kShown)));
+    }
+    addShownRefusals(result, _ended);
+    printEnded();
+}
+
+// A question of a group beside others stays what is read last.
+void Progress::printEnded() {
+    if (_ended.empty() || (_terminal && isQuestionShown())) {
+        return;
+    }
     if (_terminal) {
         eraseLine();
     }
-    printLine(place(step) + shownName(_plan, step) + ": " + coloured(result.verdict()));
-    if (const std::string text = result.text(); !text.empty()) {
-        printLine("         " + printable(beginningOf(text, kShown)));
+    for (const std::string& line : std::exchange(_ended, {})) {
+        printLine(line);
     }
-    printRefusals(result);
 }
 
-void Progress::finish(const PlanResult& result) const {
+void Progress::finish(const PlanResult& result) {
     if (_json) {
         return;
     }
+    printEnded();
     Table table(
         {{"no", Align::right}, {"step"}, {"verdict"}, {"attempts", Align::right, 1}, {"seconds", Align::right, 2}}, 1);
     const bool whole = result.steps.size() <= kWholeTable;

@@ -24,15 +24,16 @@ public:
     // Called with every step that has ended.
     void atEndOfStep(std::function<void(std::size_t, const StepResult&)> use) { _atEndOfStep = std::move(use); }
     void begin(std::size_t step, std::size_t attempt);
-    void refresh() const;
+    void refresh();
     void end(std::size_t step, const StepResult& result);
     // The table of steps.
-    void finish(const PlanResult& result) const;
+    void finish(const PlanResult& result);
     // The counts, where the reports are, and as the last line the verdict.
     void conclude(const PlanResult& result, const std::vector<std::string>& reports) const;
 
 private:
     std::string place(std::size_t step) const;
+    void printEnded();
 
     const Plan& _plan;
     const bool _quiet;
@@ -42,6 +43,7 @@ private:
     std::size_t _step = 0;
     std::size_t _attempt = 0;  // 0: no step is running
     Clock::time_point _start;
+    std::vector<std::string> _ended;  // lines of steps that have ended while a question was on the terminal
     std::function<void(std::size_t, const StepResult&)> _atEndOfStep;
 };
 

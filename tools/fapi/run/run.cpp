@@ -112,6 +112,7 @@ void PlanRun::resume() {
 
 void PlanRun::run() {
     const Clock::time_point start = Clock::now();
+    _set.beginTimes();
     beforeSteps([this] { _set.switchOn(); });
     if (_plan.within.count() != 0) {
         _planLimit = start + _plan.within;
@@ -276,12 +277,16 @@ void PlanRun::mend() {
     }
 }
 
-// The limit that comes first. A teardown has none of the plan's.
-TimeLimit PlanRun::limitOf(const Step& step) const {
-    const Clock::time_point end = Clock::now() + step.within;
-    return step.teardown || end < _planLimit
-               ? TimeLimit{end, timeText(step.within) + ", the limit of the step"}
-               : TimeLimit{_planLimit, timeText(_plan.within) + ", the limit of the plan"};
+// A teardown has no limit of the plan's.
+void PlanRun::setLimitsOf(const Step& step) {
+    const TimeLimit ofPlan = {step.teardown ? Clock::time_point::max() : _planLimit,
+                              timeText(_plan.within) + ", the limit of the plan"};
+    const TimeLimit ofStep = {Clock::now() + step.within, timeText(step.within) + ", the limit of the step"};
+    if (step.hasLimit) {
+        _set.setLimits(ofStep.at < ofPlan.at ? ofStep : ofPlan);
+    } else {
+        _set.setLimits(ofPlan, ofStep);
+    }
 }
 
 StepNames PlanRun::namesOf(const Step& step) {
@@ -291,13 +296,13 @@ StepNames PlanRun::namesOf(const Step& step) {
 void PlanRun::runStep() {
     Lane& here = lane();
     const Step& step = _plan.steps[here.place.step];
-    _set.setLimit({});
+    _set.setLimits({});
     _set.beginStep(step.teardown);
     mend();
     here.step = here.next;
     here.label = here.place.label();
     here.place.setVariables(here.variables);
-    _set.setLimit(limitOf(step));
+    setLimitsOf(step);
     noteGroups(step);
     for (const OnlyIf& only : step.conditions) {
         try {
@@ -373,8 +378,8 @@ void PlanRun::runAttempt(const Step& step) {
 void PlanRun::runLines(const Step& step) {
     Lane& here = lane();
     Attempt& attempt = _result.steps[here.step].attempts.back();
-    const LineRunContext context = {_set,    here.variables,       here.kept, here.label,   _limits,
-                                    _report, _plan.judgesRefusals, _programs, &_instruments};
+    const LineRunContext context = {_set,    here.variables,       here.kept, here.label,  _limits,
+                                    _report, _plan.judgesRefusals, _programs, _instruments};
     for (here.line = 0; here.line < step.lines.size() && !isBad(attempt.judgement.verdict); ++here.line) {
         if (!LineRun(context, step, step.lines[here.line], attempt).run()) {
             // The set is another one but for what it stores.

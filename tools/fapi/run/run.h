@@ -87,7 +87,7 @@ private:
     void runLines(const Step& step);
     void endAttempt(const Step& step, bool isLast);
     void skipStep(const std::string& why);
-    TimeLimit limitOf(const Step& step) const;
+    void setLimitsOf(const Step& step);
     StepNames namesOf(const Step& step);
     void runAlongside(const Frame& frame);
     void runLane(const PlanPart& part, std::size_t begin);

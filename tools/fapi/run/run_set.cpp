@@ -19,8 +19,6 @@ namespace tool {
 
 namespace {
 
-using Steady = std::chrono::steady_clock;
-
 constexpr char kWatchdog[] = "watchdog";
 constexpr char kReason[] = "reason";
 
@@ -73,6 +71,9 @@ RunSet::RunSet(RunSetOptions options, const std::vector<PlanFault>& faults, Inte
           [this] { flushCalls(); }) {}
 
 RunSet::~RunSet() {
+    if (boundActions() != nullptr) {
+        boundActions()->waitForPersons({});
+    }
     if (!isSessionOpen()) {
         return;
     }
@@ -168,9 +169,7 @@ void RunSet::listen() {
         target.watch(_timer.get(), [this] {
             std::uint64_t times = 0;
             static_cast<void>(read(_timer.get(), &times, sizeof(times)));
-            if (!isQuestionShown()) {
-                _refresh();
-            }
+            _refresh();
         });
     }
 }
@@ -309,10 +308,19 @@ auto RunSet::guarded(Request&& request) -> decltype(request()) {
     const bool isOuter = !std::exchange(_isRequesting, true);
     _isTimedOut = _isTimedOut && !isOuter;
     struct Requesting {
-        ~Requesting() { flag = flag && !isOuter; }
-        bool& flag;
+        ~Requesting() {
+            if (isOuter) {
+                set._isRequesting = false;
+                set._times.calls += std::chrono::duration<double>(Steady::now() - begun).count();
+            }
+            if (set._sideBySide) {
+                set._sideBySide->wakeAll();
+            }
+        }
+        RunSet& set;
         const bool isOuter;
-    } const requesting{_isRequesting, isOuter};
+        const Steady::time_point begun = Steady::now();
+    } const requesting{*this, isOuter};
     try {
         return request();
     } catch (const RequestError& error) {
@@ -335,9 +343,20 @@ auto RunSet::guarded(Request&& request) -> decltype(request()) {
 
 // --- Limits of time --------------------------------------------------------------------------------------------------
 
+void RunSet::setLimits(TimeLimit limit, TimeLimit usual) {
+    _lanes[lane()].limit = std::move(limit);
+    _lanes[lane()].usual = std::move(usual);
+}
+
+const TimeLimit& RunSet::limit() const {
+    const Lane& here = _lanes[lane()];
+    const TimeLimit& steps = here.usual.at < here.limit.at ? here.usual : here.limit;
+    return here.callLimit.at < steps.at ? here.callLimit : steps;
+}
+
 // Sets the timer for the limit that comes first.
 void RunSet::armLimit() {
-    const TimeLimit& first = _callLimit.at < limit().at ? _callLimit : limit();
+    const TimeLimit& first = limit();
     if (first.at == _armed.at) {
         return;
     }
@@ -378,7 +397,7 @@ void RunSet::takeLimit() {
 
 void RunSet::runAlongside(std::size_t count, const std::function<void(std::size_t part)>& part) {
     _whyEnded = nullptr;
-    const Lane before = std::move(_lanes[0]);
+    Lane before = std::move(_lanes[0]);
     _lanes = std::vector<Lane>(count);
     _sideBySide = std::make_unique<SideBySide>([this](Steady::time_point until) { pumpUntil(until); });
     try {
@@ -390,7 +409,8 @@ void RunSet::runAlongside(std::size_t count, const std::function<void(std::size_
     }
     _sideBySide.reset();
     _lanes.resize(1);
-    _lanes[0].limit = before.limit;
+    _lanes[0].limit = std::move(before.limit);
+    _lanes[0].usual = std::move(before.usual);
 }
 
 // --- What a line does ------------------------------------------------------------------------------------------------
@@ -409,14 +429,10 @@ bool RunSet::hasLogOn() {
 
 std::optional<CallAnswer> RunSet::run(const Command& command, const TimeLimit& limit) {
     struct Call {
-        ~Call() {
-            set._times.calls += std::chrono::duration<double>(Steady::now() - begun).count();
-            set._callLimit = {};
-        }
-        RunSet& set;
-        const Steady::time_point begun = Steady::now();
-    } const call{*this};
-    _callLimit = limit;
+        ~Call() { lane.callLimit = {}; }
+        Lane& lane;
+    } const call{_lanes[lane()]};
+    call.lane.callLimit = limit;
     if (command.isPowerCycle()) {
         switchOn();
         return std::nullopt;
@@ -428,9 +444,12 @@ std::optional<CallAnswer> RunSet::run(const Command& command, const TimeLimit& l
     CallOptions options;
     options.prepare = false;
     options.refusedAfter = _calls.lastRefusal();
-    std::optional<CallAnswer> answer =
-        command.endsProcess() ? runEnding(command) : guarded([&] { return std::optional(command.run(options)); });
     const bool isBound = command.action() != nullptr && command.action() == findBoundAction(command.action()->name);
+    const bool isPersons = isBound && boundActions()->asksOperator(command.action()->name);
+    std::optional<CallAnswer> answer = isPersons ? runByPerson(command, options)
+                                       : command.endsProcess()
+                                           ? runEnding(command)
+                                           : guarded([&] { return std::optional(command.run(options)); });
     if (answer) {
         checkEnds();
         _calls.addRefusals(std::move(answer->outcome.refusals));
@@ -476,62 +495,6 @@ Field RunSet::ask(const std::string& method, const Field& params) {
 Picture RunSet::takePicture(const std::string& what) {
     _lanes[lane()].isBehind = true;
     return guarded([&] { return tool::takePicture(what); });
-}
-
-GivenAnswer RunSet::ask(const Question& question) {
-    _lanes[lane()].isBehind = true;
-    return guarded([&] { return theOperator().ask(question, [this] { check(); }); });
-}
-
-ProgramResult RunSet::runProgram(const ProgramCall& call) {
-    _lanes[lane()].isBehind = true;
-    return guarded([&] { return runPlanProgram(call, [this] { check(); }); });
-}
-
-void RunSet::rest(std::chrono::milliseconds time) {
-    const Steady::time_point until = std::min(Steady::now() + time, limit().at);
-    _lanes[lane()].isBehind = true;
-    do {
-        waitUntil(until);
-    } while (Steady::now() < until);
-    check();
-}
-
-// Returns when something has come, too. Parts that run beside this one go on meanwhile.
-void RunSet::waitUntil(Steady::time_point until) {
-    if (_sideBySide) {
-        _sideBySide->wait(std::min(until, limit().at));
-        check();
-    } else {
-        pumpUntil(std::min(until, limit().at));
-    }
-}
-
-// Returns when something has come, too.
-void RunSet::pumpUntil(Steady::time_point until) {
-    check();
-    const Steady::time_point begun = Steady::now();
-    if (until > begun) {
-        session().pump(std::chrono::ceil<std::chrono::milliseconds>(until - begun));
-        _times.waits += std::chrono::duration<double>(Steady::now() - begun).count();
-        check();
-    }
-}
-
-Judgement RunSet::judge(const EventCondition& condition, const std::string& text, const Variables& variables) {
-    // The deadline is the agent's. Until what came before it is here, this machine's clock says when to ask.
-    const Steady::time_point until = Steady::now() + condition.within;
-    bool isWhole = false;
-    // What has made the event may have made the chip refuse something.
-    _lanes[lane()].isBehind = true;
-    return events().judge(condition, text, variables, [&] {
-        if (isWhole) {
-            return false;
-        }
-        isWhole = Steady::now() >= until;
-        isWhole ? askForCalls() : waitUntil(until);
-        return true;
-    });
 }
 
 // --- Calls of the middleware -----------------------------------------------------------------------------------------

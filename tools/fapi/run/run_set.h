@@ -94,9 +94,11 @@ public:
     // Throws what has come meanwhile; RequestError when hub or agent are gone.
     void check();
 
-    // Of the step that runs, until another one is set.
-    void setLimit(TimeLimit limit) { _lanes[lane()].limit = std::move(limit); }
-    const TimeLimit& limit() const { return _lanes[lane()].limit; }
+    // Of the step that runs, until others are set. `usual` is that of a step without one of its own: while a person is
+    // waited for it stands still.
+    void setLimits(TimeLimit limit, TimeLimit usual = {});
+    // The one that comes first.
+    const TimeLimit& limit() const;
 
     // Carries out parts side by side, each with events, log and limit of its own. Calls of one part let another go on
     // when they wait. Throws what a part has thrown.
@@ -105,8 +107,9 @@ public:
     std::size_t lane() const { return _sideBySide != nullptr ? _sideBySide->current() : 0; }
     // From now on every part throws this when it next waits or begins a line.
     void endParts(std::exception_ptr why) { _whyEnded = std::move(why); }
-    // Where the time has gone since the set was made.
+    // Where the time has gone since the last call of beginTimes().
     const RunTimes& times() const { return _times; }
+    void beginTimes() { _times = {}; }
 
     // Runs the command. Nothing when it has switched the set off and on, which it then was to do. Throws WorkerEnded,
     // TimedOut and SetStuck, and RequestError for the rest.
@@ -117,6 +120,10 @@ public:
     Picture takePicture(const std::string& what);
     // Asks a person. Throws as rest() does, and RequestError `stationFailed` without an answer.
     GivenAnswer ask(const Question& question);
+    // What has been answered in the line, for the record.
+    std::vector<GivenAnswer> takeAnswers() { return std::exchange(_lanes[lane()].answers, {}); }
+    // What is to be seen with the question. The question without it is better than none.
+    std::optional<Picture> pictureFor(const Question& question);
     // Runs a program of this PC to its end. Throws as rest() does, and RequestError `stationFailed`.
     ProgramResult runProgram(const ProgramCall& call);
     // The agent's clock, by which events come.
@@ -139,12 +146,30 @@ public:
     ArmedFaults& faults() { return _faults; }
     StepLog& log() { return _lanes[lane()].log; }
 
+    // As long as this is there a person is waited for.
+    class PersonsTime {
+    public:
+        explicit PersonsTime(RunSet& set);
+        ~PersonsTime();
+        PersonsTime(const PersonsTime&) = delete;
+        PersonsTime& operator=(const PersonsTime&) = delete;
+
+    private:
+        RunSet& _set;
+        const TimeLimit _usual;
+        const std::chrono::steady_clock::time_point _begun = std::chrono::steady_clock::now();
+    };
+
 private:
+    using Steady = std::chrono::steady_clock;
+
     // What each part has of its own.
     struct Lane {
         EventQueue events;
         StepLog log;
-        TimeLimit limit;
+        TimeLimit limit, usual;
+        TimeLimit callLimit;  // of the command that runs
+        std::vector<GivenAnswer> answers;
         std::string wireDamage;  // what the wire may have lost; empty: nothing
         bool isTeardown = false;
         bool isBehind = false;  // calls and refusals may have come since the last answer
@@ -168,7 +193,10 @@ private:
     void askForCalls();
     void checkEnds();
     void waitUntil(std::chrono::steady_clock::time_point until);
+    void waitBesides(std::vector<pollfd>& waited, std::chrono::steady_clock::time_point until);
     void pumpUntil(std::chrono::steady_clock::time_point until);
+    CallAnswer runByPerson(const Command& command, const CallOptions& options);
+    void keepAnswers();
     std::optional<CallAnswer> runEnding(const Command& command);
 
     const RunSetOptions _options;
@@ -190,7 +218,6 @@ private:
     bool _isInterrupted = false;
     bool _isRequesting = false;  // a request is waited for
     bool _isTimedOut = false;    // the request that is waited for has been ended for that
-    TimeLimit _callLimit;        // of the command that runs
     TimeLimit _armed;            // what the timer waits for
     bool _isStuck = false;
     std::optional<WorkerEnded> _ended;

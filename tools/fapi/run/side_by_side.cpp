@@ -25,9 +25,7 @@ void SideBySide::run(std::size_t count, const std::function<void(std::size_t num
             _parts[i].isDone = true;
             if (!giveTurn()) {
                 // Those that are left all wait, and one of them has to pump.
-                for (Part& other : _parts) {
-                    other.waitsUntil.reset();
-                }
+                wakeAll();
                 giveTurn();
             }
         });
@@ -65,6 +63,12 @@ SideBySide::TimePoint SideBySide::earliest() const {
     return until;
 }
 
+void SideBySide::wakeAll() {
+    for (Part& part : _parts) {
+        part.waitsUntil.reset();
+    }
+}
+
 void SideBySide::wait(TimePoint until) {
     const std::size_t number = _current;
     std::unique_lock lock(_mutex);
@@ -74,10 +78,7 @@ void SideBySide::wait(TimePoint until) {
         return;
     }
     const TimePoint first = earliest();
-    // What has come may be for any of them.
-    for (Part& part : _parts) {
-        part.waitsUntil.reset();
-    }
+    wakeAll();
     lock.unlock();
     _pump(first);
 }

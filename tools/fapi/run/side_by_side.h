@@ -30,6 +30,10 @@ public:
     // Called by that part: returns when something may have come for it, or at that time; what `pump` throws is thrown
     // by the part that has called it.
     void wait(TimePoint until);
+    // Something has come for that part: wait() returns there when it next gets its turn.
+    void wake(std::size_t number) { _parts[number].waitsUntil.reset(); }
+    // Something has come that may be for any of them.
+    void wakeAll();
 
 private:
     struct Part {

@@ -231,8 +231,15 @@ private:
         for (const Field& choice : prompt["choices"].isList() ? prompt["choices"].list() : Field::List()) {
             question.choices.push_back(choice.textOr(""));
         }
+        std::optional<Picture> picture;
+        try {
+            const std::string file = prompt["shown"].textOr("");
+            picture = file.empty() ? std::nullopt : std::optional(readPng(file));
+        } catch (const SetError&) {
+            // The question is over, or has no picture that could be shown.
+        }
         const std::string unit = slot.state().unit;
-        _question->terminal.emplace(question, "SLOT " + slot.name() + (unit.empty() ? "" : ", " + unit), std::nullopt);
+        _question->terminal.emplace(question, "SLOT " + slot.name() + (unit.empty() ? "" : ", " + unit), picture);
     }
 
     void readTerminal() {

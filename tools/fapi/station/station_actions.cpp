@@ -109,9 +109,14 @@ public:
             case Binding::Kind::program:
                 return runProgram(commandOf(binding, action, words), _station.programWithin, check);
             default:
-                return askOperator(binding, action, words, check);
+                return askOperator(binding, action, words, [&](std::vector<pollfd>& waited, Clock::time_point until) {
+                    _wait ? _wait(waited, until) : waitBesidesSet(waited, until);
+                    check();
+                });
         }
     }
+
+    void waitForPersons(Waiting wait) override { _wait = std::move(wait); }
 
     void endAwaited() override { _isEnded = true; }
 
@@ -178,7 +183,7 @@ private:
     }
 
     static CallAnswer askOperator(const Binding& binding, const Action& action, const Words& words,
-                                  const CheckWaiting& check) {
+                                  const Waiting& wait) {
         Question question;
         question.kind = PromptKind::show;
         question.text = textOf(binding, action, words);
@@ -189,7 +194,7 @@ private:
         }
         CallAnswer answer;
         answer.begun = Clock::now();
-        theOperator().ask(question, check);
+        theOperator().ask(question, wait);
         answer.outcome.good = true;
         answer.ended = Clock::now();
         return answer;
@@ -218,6 +223,7 @@ private:
     std::map<std::string, FixtureProgram> _fixtures;
     std::optional<std::vector<Action>> _actions;
     bool _isEnded = false;
+    Waiting _wait;
 };
 
 }  // namespace

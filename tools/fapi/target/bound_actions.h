@@ -12,6 +12,7 @@
 #include "base/words.h"
 #include "protocol/description.h"
 #include "target/call_answer.h"
+#include "target/waiting.h"
 
 namespace tool {
 
@@ -30,6 +31,8 @@ public:
     // `words` are those that the arguments were made of. Throws RequestError: `stationFailed` for what is no fault of
     // the set, `canceled` after endAwaited().
     virtual CallAnswer carryOut(const Action& action, const std::vector<Value>& arguments, const Words& words) = 0;
+    // From here on a person is waited for like that; empty: as waitBesidesSet() does.
+    virtual void waitForPersons(Waiting wait) = 0;
     // Ends the action that is being carried out, when it is called back meanwhile.
     virtual void endAwaited() = 0;
 };

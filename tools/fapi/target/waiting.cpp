@@ -9,20 +9,34 @@ namespace tool {
 
 void waitBesidesSet(std::vector<pollfd>& waited, std::optional<std::chrono::steady_clock::time_point> until) {
     if (isSessionOpen()) {
-        for (const pollfd& entry : waited) {
-            if (entry.fd >= 0 && entry.events == POLLIN) {
-                session().watch(entry.fd, [] {});
-            }
-        }
+        const SetWatches watches(waited, [] {});
         // Without an end it is looked at again after an hour.
         constexpr int kHour = 3600000;
         session().pump(std::chrono::milliseconds(until ? waitTime(until) : kHour));
-        for (const pollfd& entry : waited) {
-            session().unwatch(entry.fd);
-        }
         until = Clock::now();
     }
     poll(waited.data(), waited.size(), waitTime(until));
+}
+
+SetWatches::SetWatches(const std::vector<pollfd>& waited, const std::function<void()>& isReadable) {
+    for (const pollfd& entry : waited) {
+        if (entry.fd >= 0 && entry.events == POLLIN) {
+            // What is readable stays so until it is read, which is no matter of whoever waits meanwhile.
+            session().watch(entry.fd, [isReadable, watched = entry.fd] {
+                session().unwatch(watched);
+                isReadable();
+            });
+            _watched.push_back(entry.fd);
+        }
+    }
+}
+
+SetWatches::~SetWatches() {
+    if (isSessionOpen()) {
+        for (const int watched : _watched) {
+            session().unwatch(watched);
+        }
+    }
 }
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 #include "base/data_output.h"
 #include "base/picture.h"
 #include "base/terminal.h"
+#include "base/terminal_picture.h"
 #include "target/first_lines.h"
 #include "target/output.h"
 #include "target/picture_source.h"
@@ -34,8 +35,7 @@ void tellPicture(const ScreenOptions& options, bool json) {
         printMessage("without colors there is no picture here; --color=always shows it all the same");
     } else if (isWanted) {
         // The line below it and the prompt stay in sight.
-        std::fputs(previewText(picture, terminalColumns(), std::max<std::size_t>(terminalRows(), 4) - 2).c_str(),
-                   dataOutput());
+        std::fputs(terminalPicture(picture, 2).c_str(), dataOutput());
     }
     printLine((options.file.empty() ? "" : options.file + ": ") + options.what + ", " + std::to_string(picture.width) +
               " x " + std::to_string(picture.height));
