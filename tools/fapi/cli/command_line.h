@@ -53,6 +53,7 @@ private:
     // Commands are described by their own help.
     int printHelpOf(const Words& words);
     void addOutput(CLI::App* command);
+    void addBoundAction(CLI::App& set);
     void addSetAction(CLI::App* set, const char* name, const char* help, int (*action)(const GlobalOptions&));
     // Adds a command of the program, and returns null when the command line does not name it: commands and their
     // options are most of what a start takes.

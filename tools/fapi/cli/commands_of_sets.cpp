@@ -134,6 +134,30 @@ void CommandLine::addSet() {
             _action = [this] { return runAction(_options, _words, _output); };
         });
     }
+    addBoundAction(*set);
+}
+
+// An action that only the station has: what it takes is known when the station's file has been read.
+void CommandLine::addBoundAction(CLI::App& set) {
+    if (valueOf("--station").empty() && valueOf("--target").empty()) {
+        return;
+    }
+    const auto isKnown = [&](const std::string& name) {
+        return !set.get_subcommands([&](const CLI::App* one) { return one->get_name() == name; }).empty();
+    };
+    for (char** word = _arguments; *word != nullptr && word[1] != nullptr; ++word) {
+        const std::string name = word[1];
+        if (std::string(*word) != set.get_name() || name[0] == '-' || name == set.get_name() || isKnown(name)) {
+            continue;
+        }
+        CLI::App* command = set.add_subcommand(name, "An action of the station")->group("");
+        command->add_option("ARGUMENT", _words, "Its arguments");
+        command->callback([this, name] {
+            _words.insert(_words.begin(), name);
+            _action = [this] { return runAction(_options, _words, _output); };
+        });
+        return;
+    }
 }
 
 void CommandLine::addPartition() {

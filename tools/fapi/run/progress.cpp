@@ -5,6 +5,7 @@
 
 #include "base/table.h"
 #include "base/terminal.h"
+#include "operator/operator.h"
 #include "protocol/characters.h"
 #include "report/report.h"
 #include "report/verdict_banner.h"
@@ -91,7 +92,7 @@ void Progress::refresh() const {
     if (_announcement != nullptr) {
         _announcement->flush();
     }
-    if (_attempt == 0 || !_terminal) {
+    if (_attempt == 0 || !_terminal || isQuestionShown()) {
         return;
     }
     char time[32];

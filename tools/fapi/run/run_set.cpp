@@ -168,9 +168,7 @@ void RunSet::listen() {
         target.watch(_timer.get(), [this] {
             std::uint64_t times = 0;
             static_cast<void>(read(_timer.get(), &times, sizeof(times)));
-            if (!isQuestionShown()) {
-                _refresh();
-            }
+            _refresh();
         });
     }
 }
