@@ -246,7 +246,6 @@ void drawGauge(Html parent, const Json& measurement) {
 }
 
 void drawPart(Html parent, double part) {
-    // Pages have thousands of them.
     Html rect = parent.add("svg", "part").add("rect");
     rect.attribute("width", std::to_string(std::max(1l, std::lround(100 * part))) + "%");
 }

@@ -201,6 +201,7 @@ svg .middle { text-anchor: middle; }
     .list .what code, .list .margin { display: inline; }
     .list tbody .gauge { flex: 1 1 100%; order: 1; }
     .list td[data-label]::before { content: attr(data-label) ' '; color: var(--dim); font-size: 12.5px; }
+    .list td.time:not(:empty)::before { content: 'Duration '; color: var(--dim); font-size: 12.5px; }
     section.step { padding: 8px 10px; }
     h3 .name { flex: 1 1 calc(100% - 40px); }
     .command .head { flex-wrap: wrap; gap: 0 12px; }
