@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "hub/agent_wire.h"
 #include "hub/descriptor.h"
 #include "support/hub_client.h"
 #include "support/tool_fixture.h"
@@ -43,17 +44,19 @@ protected:
         ToolTest::TearDown();
     }
 
-    void start(const std::string& port = "0") {
+    void start(const std::string& port = "0", std::vector<std::string> words = {}) {
         int ends[2] = {};
         ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
         const Descriptor output(ends[0]);
         Descriptor input(ends[1]);
-        const std::string address = "127.0.0.1:" + port, reports = folder() + "/reports", binary = FAPI_BINARY;
+        words.insert(words.begin(), {FAPI_BINARY, "--set", set()});
+        words.insert(words.end(),
+                     {"serve", "--listen", "127.0.0.1:" + port, "--guest-token", "--report", folder() + "/reports"});
+        const std::vector<char*> arguments = tool::argumentVector(words);
         _server = fork();
         if (_server == 0) {
             dup2(input.get(), STDOUT_FILENO);
-            execl(binary.c_str(), "fapi", "--set", set().c_str(), "serve", "--listen", address.c_str(), "--guest-token",
-                  "--report", reports.c_str(), nullptr);
+            execv(arguments[0], arguments.data());
             _exit(127);
         }
         input.close();
@@ -76,8 +79,11 @@ protected:
         }
     }
 
-    Descriptor connect() const {
+    Descriptor connect(int buffer = 0) const {
         Descriptor connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (buffer != 0) {
+            setsockopt(connection.get(), SOL_SOCKET, SO_RCVBUF, &buffer, sizeof(buffer));
+        }
         sockaddr_in address = {};
         address.sin_family = AF_INET;
         address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(_port)));
@@ -126,11 +132,17 @@ protected:
     std::string act(const std::string& path, const std::string& cookie, const std::string& body) const {
         return post(path, own() + "\r\n" + cookie, body);
     }
-    Descriptor listen(const std::string& cookie) const {
-        Descriptor connection = connect();
-        const std::string text = "GET /api/changes HTTP/1.1\r\n" + host() + "\r\n" + cookie + "\r\n\r\n";
+    // `buffer`, where it is not 0, is how much is taken in before it is read.
+    Descriptor listen(const std::string& cookie, const std::string& query = "", int buffer = 0) const {
+        Descriptor connection = connect(buffer);
+        const std::string text = "GET /api/changes" + query + " HTTP/1.1\r\n" + host() + "\r\n" + cookie + "\r\n\r\n";
         send(connection.get(), text.data(), text.size(), MSG_NOSIGNAL);
         return connection;
+    }
+    // The number of the question that a page has been told of.
+    static std::string promptIn(const std::string& told) {
+        const std::size_t begin = told.rfind("\"prompt\":") + 9;
+        return told.substr(begin, told.find_first_not_of("0123456789", begin) - begin);
     }
 
     pid_t _server = -1;
@@ -233,39 +245,130 @@ TEST_F(ServeTest, ARunThatDiesIsToldAtOnce) {
     EXPECT_THAT(act("/api/stop", person, R"({"set":"virtual"})"), StartsWith("HTTP/1.1 409"));
 }
 
-// Another program's run asks; the page's second answer is told that it came too late.
-TEST_F(ServeTest, TheFirstAnswerCounts) {
-    const std::string person = cookieOf(_token);
-    const Descriptor stream = listen(person);
-    readUntil(stream, R"("up":true)");
-    const std::unique_ptr<tool::Target> run = joinHub(set());
-    std::vector<tool::Field> answers;
-    run->listen("answer", [&](const tool::Field& params) {
-        answers.push_back(params);
-        run->tell("prompt.close", {{"prompt", params["prompt"]},
-                                   {"number", params["number"]},
-                                   {"answer", params["answer"]},
-                                   {"who", params["who"]},
-                                   {"where", params["where"]}});
-    });
-    const long long prompt = run->request("prompt", {{"kind", "ask"}, {"text", "Is it <b>on</b>?"}})["prompt"].number();
-    EXPECT_THAT(readUntil(stream, "Is it"), HasSubstr("Is it <b>on</b>?"));
-    const std::string body =
-        R"({"set":"virtual","prompt":)" + std::to_string(prompt) + R"(,"answer":"yes","who":"Ada"})";
-    std::string first, second;
-    std::thread browser([&] {
-        first = act("/api/answer", person, body);
-        second = act("/api/answer", person, body);
-    });
-    while (answers.empty()) {
-        run->pump(50ms);
+// A question waits only where a person can see it, outlives the browser, and has one answer.
+TEST_F(ServeTest, TheFirstAnswerOfAnOpenPageCounts) {
+    writeFile("asks.plan", "plan asks\nstep one\n    choose \"Which <b>?\" left right within 60s\n");
+    const std::string person = cookieOf(_token), start = R"({"set":"virtual","plan":"asks"})";
+    const Descriptor guest = listen(cookieOf(_guestToken));
+    readUntil(guest, R"("up":true)");
+    act("/api/start", person, start);
+    EXPECT_THAT(readUntil(guest, "no terminal"), HasSubstr("is asked of the operator")) << "a guest's page is nobody";
+    const std::unique_ptr<tool::Target> hub = joinHub(set());
+    const auto isAttended = [&] {
+        const std::vector<tool::Target::Client> clients = hub->clients();
+        return std::any_of(clients.begin(), clients.end(), [](const tool::Target::Client& client) {
+            return std::count(client.watches.begin(), client.watches.end(), "prompts") != 0;
+        });
+    };
+    std::string asked;
+    {
+        const Descriptor page = listen(person);
+        ASSERT_TRUE(eventually(isAttended));
+        act("/api/start", person, start);
+        asked = readUntil(page, R"("prompt":)");
+        EXPECT_THAT(asked, HasSubstr("Which <b>?"));
     }
-    run->pump(50ms);
+    EXPECT_TRUE(eventually([&] { return !isAttended(); }, 2s)) << "the browser is closed";
+    const std::string question = R"({"set":"virtual","prompt":)" + promptIn(asked);
+    std::string answers[2];
+    std::thread first([&] { answers[0] = act("/api/answer", person, question + R"(,"answer":"left","who":"Ada"})"); });
+    answers[1] = act("/api/answer", person, question + R"(,"answer":"right","who":"Eve"})");
+    first.join();
+    const bool isAdas = answers[0].find(R"("taken":true)") != std::string::npos;
+    EXPECT_THAT(answers[isAdas ? 0 : 1], HasSubstr(R"("taken":true)"));
+    EXPECT_THAT(answers[isAdas ? 1 : 0],
+                AllOf(HasSubstr(R"("taken":false)"), HasSubstr(isAdas ? "Ada has answered already" : "Eve has")));
+    EXPECT_THAT(readUntil(guest, R"("state":"ended")"), HasSubstr(R"("verdict":"passed")"));
+}
+
+// What the station does instead of the set's agent.
+TEST_F(ServeTest, ThePageHasTheStationsActions) {
+    writeFile("press.sh", "echo pressed=$1; test $1 != 9");
+    end(SIGTERM);
+    start("0", {"--station", writeFile("station.ini", "[actions]\npress = run sh " + folder() +
+                                                          "/press.sh {1}\nturn = operator \"Turn it\"\n")});
+    const std::string person = cookieOf(_token);
+    const Descriptor page = listen(person);
+    readUntil(page, R"("up":true)");
+    EXPECT_THAT(get("/api/description?set=virtual", own() + "\r\n" + person),
+                AllOf(HasSubstr(R"("press":"program sh")"), HasSubstr(R"("turn":"the operator")")));
+    const auto carryOut = [&](const std::string& cookie, const std::string& words) {
+        return act("/api/act", cookie, R"({"set":"virtual","words":[)" + words + "]}");
+    };
+    EXPECT_THAT(carryOut(person, R"("press","-1")"), HasSubstr("begins with a dash"));
+    EXPECT_THAT(carryOut(person, R"("press","9")"), HasSubstr(R"("good":false)"));
+    EXPECT_THAT(carryOut(person, R"("press","3")"), HasSubstr(R"("outputs":[{"name":"pressed","value":3}])"));
+    EXPECT_THAT(carryOut(cookieOf(_guestToken), R"("press","3")"), StartsWith("HTTP/1.1 403"));
+    std::string turned;
+    std::thread browser([&] { turned = carryOut(person, R"("turn")"); });
+    const std::string asked = readUntil(page, "Turn it");
+    act("/api/answer", person, R"({"set":"virtual","answer":"done","prompt":)" + promptIn(asked) + "}");
     browser.join();
-    EXPECT_THAT(first, HasSubstr(R"("taken":true)"));
-    EXPECT_THAT(second, HasSubstr(R"("taken":false)"));
-    ASSERT_EQ(answers.size(), 1u);
-    EXPECT_EQ(answers[0]["who"].textOr(""), "Ada");
+    EXPECT_THAT(turned, HasSubstr(R"("good":true)"));
+    // The hub cannot keep the station's hands off a set that a run has.
+    act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
+    readUntil(page, R"("attempt":1)");
+    EXPECT_THAT(carryOut(person, R"("press","3")"),
+                AllOf(StartsWith("HTTP/1.1 409"), HasSubstr("has claimed the set")));
+    act("/api/stop", person, R"({"set":"virtual"})");
+    EXPECT_THAT(readUntil(page, R"("state":"ended")"), HasSubstr(R"("verdict":"interrupted")"));
+}
+
+// Of many observers one reads nothing, while more happens than a page can show.
+TEST_F(ServeTest, AFloodIsThinnedOutForPagesAlone) {
+    constexpr int kEvents = 3000;
+    std::string plan = "plan flood\nstep one\n    sys_init\n    prphrl_init\n";
+    for (int i = 0; i < kEvents; ++i) {
+        plan += "    prphrl_nty_event 7 " + std::to_string(i) + " repeat:1500:x\n";
+    }
+    // The run has lost none.
+    for (const int value : {0, kEvents / 2, kEvents - 1}) {
+        plan += "    expect event 7 of prphrl with value is " + std::to_string(value) + " within 10s\n";
+    }
+    writeFile("flood.plan", plan);
+    const std::string person = cookieOf(_token);
+    readUntil(listen(person), R"("up":true)");
+    const Descriptor stuck = listen(person, "?set=virtual", 4096), closer = listen(person, "?set=virtual");
+    std::vector<Descriptor> observers(20);
+    for (Descriptor& observer : observers) {
+        observer = listen(person);
+    }
+    readUntil(closer, "event: none", 300);
+    act("/api/start", person, R"({"set":"virtual","plan":"flood"})");
+    for (const Descriptor& observer : observers) {
+        EXPECT_THAT(readUntil(observer, R"("state":"ended")", 60000), HasSubstr(R"("verdict":"passed")"));
+    }
+    const std::string late = readUntil(stuck, R"("state":"ended")");
+    EXPECT_THAT(late, HasSubstr(R"("left_out":true)"));
+    EXPECT_LT(late.size(), kEvents * 1500u);
+    std::ifstream status("/proc/" + std::to_string(_server) + "/status");
+    const std::string memory(std::istreambuf_iterator<char>(status), {});
+    EXPECT_LT(std::stol(memory.substr(memory.find("VmHWM:") + 6)), 200 * 1024) << "kilobytes";
+}
+
+TEST_F(ServeTest, WhatIsAwayIsToldAndComesBack) {
+    const std::string person = cookieOf(_token);
+    const Descriptor page = listen(person);
+    readUntil(page, R"("up":true)");
+    // The agent, in a run.
+    const std::string hub = std::to_string(joinHub(set())->hello()["hub"].number());
+    act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
+    readUntil(page, R"("state":"running")");
+    std::ifstream children("/proc/" + hub + "/task/" + hub + "/children");
+    pid_t agent = 0;
+    ASSERT_TRUE(children >> agent);
+    kill(agent, SIGKILL);
+    EXPECT_THAT(readUntil(page, R"("state":"ended")", 2000), HasSubstr(R"("verdict":"error")"));
+    EXPECT_THAT(readUntil(listen(person), R"("up":true)"), HasSubstr(R"("up":true)"));
+    // The store.
+    const std::string store = folder() + "/reports/results.sqlite";
+    std::filesystem::rename(store, store + "-kept");
+    writeFile("reports/results.sqlite", "no store");
+    EXPECT_THAT(readUntil(page, R"("store":{)"), HasSubstr("is damaged, or holds no results"));
+    act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
+    EXPECT_THAT(readUntil(page, R"("start/virtual":{)"), HasSubstr("is damaged")) << "the run has not begun";
+    std::filesystem::rename(store + "-kept", store);
+    EXPECT_THAT(readUntil(page, R"("store":null)"), HasSubstr(R"("store":null)"));
 }
 
 // An address beyond this PC, without TLS in between.

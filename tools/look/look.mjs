@@ -11,6 +11,7 @@ const [folder, ...files] = process.argv.slice(2);
 const widths = { phone: 390, tablet: 768, desk: 1280 };
 const papers = { a4: { format: 'A4', width: 718 }, letter: { format: 'Letter', width: 740 } };
 const margin = '10mm';
+const kSheets = 4;
 const maxHeight = 16000;  // of a picture; Chromium's limit is a little above
 let faults = 0;
 
@@ -82,6 +83,9 @@ async function lookOnPaper(browser, file, name, paper) {
     await page.pdf({ path: pdf, format: papers[paper].format, margin: margins });
     const sheets = fs.readFileSync(pdf, 'latin1').match(/\/Type ?\/Page\b/g).length;
     console.log(`${where}.pdf: ${sheets} sheets`);
+    if (paper === 'a4' && sheets > kSheets && await page.$('header.v-passed')) {
+        complain(where, `a unit that passed needs more than ${kSheets} sheets of A4`);
+    }
     await page.close();
 }
 

@@ -3,7 +3,6 @@
 // pictures and faults of each page; see scripts/look.
 import { spawn, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
-import net from 'node:net';
 import { createRequire } from 'node:module';
 import os from 'node:os';
 import path from 'node:path';
@@ -31,7 +30,11 @@ step "5 V rail"
     set voltage 3 131
     prphrl_get_sar_adc 3
     measure "5 V <rail>" = status scale 0.0384 V in 4.75..5.25
+step "LED"
+    choose "Which color has the <b>LED</b>?" red green
+    expect answer is green
 `);
+plan('short', 'plan Short\nparam serial "Serial number"\nunit serial ${serial}\nstep one\n    wait 1s\n');
 plan('failing', `plan Failing
 param serial "Serial number"
 unit serial \${serial}
@@ -83,37 +86,13 @@ async function until(what, condition, limit = 30000) {
 // --- The server ---
 
 let server = null;
-async function serve(port = 0) {
-    server = spawn(fapi, ['serve', '--listen', `127.0.0.1:${port}`, '--report', `${work}/reports`], { cwd: work });
+async function serve(port = 0, words = []) {
+    server = spawn(fapi, [...words, 'serve', '--listen', `127.0.0.1:${port}`, '--report', `${work}/reports`], { cwd: work });
     let text = '';
     server.stdout.on('data', (piece) => { text += piece; });
     server.stderr.on('data', (piece) => process.stderr.write(piece));
     await until('the address', () => text.includes('\n'));
     return new URL(text.split('\n')[0]);
-}
-
-// A client of the set's hub that asks a person.
-async function ask(question) {
-    const name = fs.readdirSync(`${work}/run/fapi`).find((one) => fs.statSync(`${work}/run/fapi/${one}`).isSocket());
-    const socket = net.connect(`${work}/run/fapi/${name}`);
-    const told = [];
-    let text = '';
-    socket.on('data', (piece) => {
-        const lines = (text + piece).split('\n');
-        text = lines.pop();
-        told.push(...lines.filter(Boolean).map((line) => JSON.parse(line)));
-    });
-    const send = (id, method, params) => socket.write(`${JSON.stringify({ jsonrpc: '2.0', id, method, params })}\n`);
-    send(1, 'hello', { protocol: [1, 1], framings: ['plain'], name: 'a test' });
-    send(2, 'prompt', question);
-    const answer = async () => {
-        const { params } = await until('an answer', () => told.find((one) => one.method === 'answer'));
-        send(3, 'prompt.close', { prompt: params.prompt, number: params.number, answer: params.answer, who: params.who, where: params.where });
-        await until('the end of the question', () => told.find((one) => one.id === 3));
-        socket.end();
-        return params;
-    };
-    return answer;
 }
 
 // --- A person with a keyboard ---
@@ -148,18 +127,25 @@ async function go(page, name) {
 
 const word = (page) => page.$eval('.slot .word', (element) => element.textContent);
 
+// A scanner's keys come at once, wherever the focus is.
+async function scan(page, code) {
+    await page.evaluate(() => document.activeElement.blur());
+    await page.keyboard.type(code);
+}
+
 async function runPlan(page, name, serial) {
     await tabTo(page, 'Plan');
     await page.select('.slot select', name);
     await until('the plan', () => page.$('.start button:not([disabled])'));
     if (serial) {
         await until('the unit\'s field', () => page.$('input.scan'));
-        await tabTo(page, 'Serial number');
-        await page.keyboard.type(serial);
+        await scan(page, serial);
     } else {
         await until('a plan without a unit', async () => (await page.$('input.scan')) === null);
         await tabTo(page, 'Others may act on the set meanwhile');
-        await page.keyboard.press('Space');
+        if (!(await page.$('.check input:checked'))) {
+            await page.keyboard.press('Space');
+        }
         await page.evaluate(() => document.activeElement.blur());
         await tabTo(page, 'Start');
     }
@@ -175,19 +161,63 @@ async function usePage(page, address) {
         complain('sign-in', 'the token or the cookie is in reach of scripts');
     }
     await runPlan(page, 'quick', kUnit);
-    await until('PASS', async () => (await word(page)) === 'PASS');
-    await until('the unit in the list', () => page.$eval('.rows', (list) => list.textContent.includes('<b>"unit"')).catch(() => false));
-    await runPlan(page, 'failing', 'LM-2');
-    await until('FAIL', async () => (await word(page)) === 'FAIL');
-    const answered = await ask({ kind: 'choose', text: 'Which color has the <b>LED</b>?', choices: ['red', 'green'] });
     await until('the question', () => page.$('.question button'));
-    await snapshots(page, 'question', '.question');
+    await snapshots(page, 'question', '.question button');
+    await scan(page, 'LM-1122');
+    await new Promise((done) => setTimeout(done, 500));
+    if (!(await page.$('.question button'))) {
+        complain('question', 'a digit of the scanner has answered it');
+    }
     await page.evaluate(() => document.activeElement.blur());
     await page.keyboard.press('2');
-    if ((await answered()).answer !== 'green') {
-        complain('question', 'another answer came');
+    await until('PASS', async () => (await word(page)) === 'PASS');
+    if (await page.$('.question button')) {
+        complain('question', 'it is still there');
     }
-    await until('the end of the question', async () => (await page.$('.question button')) === null);
+    await until('the unit in the list', () => page.$eval('.rows', (list) => list.textContent.includes('<b>"unit"')).catch(() => false));
+    await snapshots(page, 'line', '.slot.v-passed');
+    await runPlan(page, 'failing', 'LM-2');
+    await until('FAIL', async () => (await word(page)) === 'FAIL');
+    await snapshots(page, 'fail', '.slot.v-failed');
+    await runPlan(page, 'waits', '');
+    await until('RUNNING', async () => (await word(page)) === 'RUNNING');
+    await tabTo(page, 'Stop');
+    await page.keyboard.press('Enter');
+    await until('the end', async () => (await word(page)) === 'INTERRUPTED');
+}
+
+// Each slot has its own unit, question and verdict; a digit answers where the focus is.
+async function useSlots(browser) {
+    const names = ['A', 'B', 'C', 'D'];
+    fs.writeFileSync(`${work}/station.ini`, names.map((name) => `[target ${name}]\nset = ${work}/set-${name}\n`).join(''));
+    names.forEach((name) => spawnSync(fapi, ['--set', `${work}/set-${name}`, 'set', 'create'], { stdio: 'ignore' }));
+    const one = server;
+    const address = await serve(0, ['--station', `${work}/station.ini`]);
+    const page = await browser.newPage();
+    await page.setViewport({ width: widths.desk, height: 900 });
+    await page.goto(address.href);
+    const words = () => page.$$eval('.slot .word', (all) => all.map((element) => element.textContent).join());
+    const at = (name) => `.slot[aria-label="${name}"]`;
+    await until('four slots', async () => (await words()) === 'READY,READY,READY,READY');
+    for (const name of names) {
+        await page.select(`${at(name)} select`, name === 'C' ? 'failing' : 'quick');
+        await until('the plan', () => page.$(`${at(name)} .start button:not([disabled])`));
+        await page.focus(`${at(name)} input.scan`);
+        await page.keyboard.type(`LM-${name}`);
+        await page.keyboard.press('Enter');
+    }
+    await until('the questions', async () => (await page.$$('.question button')).length === 6 && (await words()) === 'RUNNING,RUNNING,FAIL,RUNNING');
+    await snapshots(page, 'slots', '.question button');
+    for (const name of ['D', 'B', 'A']) {
+        await page.focus(`${at(name)} .question button`);
+        await page.keyboard.press(name === 'B' ? '1' : '2');
+        await until(`the end at ${name}`, async () => !(await page.$(`${at(name)} .question button`)));
+        await new Promise((done) => setTimeout(done, 200));
+    }
+    await until('the verdicts', async () => (await words()) === 'PASS,FAIL,FAIL,PASS');
+    await page.close();
+    server.kill();
+    server = one;
 }
 
 async function useSet(page) {
@@ -249,7 +279,7 @@ async function snapshots(page, name, wanted) {
 }
 
 async function lookAtAll(page) {
-    const rows = [['Line', 'line', '.rows'], ['Set', 'set', '.action'], ['Units', 'units', '.rows'], ['Statistics', 'statistics', '.statistics'], ['Plans', 'plans', 'ol.text']];
+    const rows = [['Set', 'set', '.action'], ['Units', 'units', '.rows'], ['Statistics', 'statistics', '.statistics'], ['Plans', 'plans', 'ol.text']];
     for (const [title, name, wanted] of rows) {
         await go(page, title);
         await until(title, () => page.$(wanted));
@@ -273,7 +303,7 @@ async function observe(page, address, port) {
         return response.body.getReader();
     }));
     await go(page, 'Line');
-    await runPlan(page, 'quick', 'LM-20');
+    await runPlan(page, 'short', 'LM-20');
     await Promise.all(observers.map(async (reader) => {
         let text = '';
         while (!/"state":"ended"[^}]*"unit":"LM-20"/.test(text)) {
@@ -326,6 +356,7 @@ try {
     for (const part of [usePage, useSet, lookAtAll]) {
         await part(page, address);
     }
+    await useSlots(browser);
     await observe(page, address, address.port);
     await firstPaint(page, address);
 } catch (error) {

@@ -117,7 +117,7 @@ void CommandLine::addSet() {
     if (set == nullptr) {
         return;
     }
-    if (isNamed("--target")) {
+    if (!valueOf("--target").empty() || !valueOf("--station").empty()) {
         addOtherActions(set);
     } else {
         set->require_subcommand(1);

@@ -54,9 +54,8 @@ void addServeOptions(CLI::App& serve, const GlobalOptions& options, const Statio
     serve.add_option("--report", wanted->report, "Folder of the reports")->type_name("DIR");
     serve.callback([&options, &station, &action, wanted] {
         action = [&options, &station, wanted] {
-            const Station known = readStation(stationFile(station.file));
-            wanted->station = known.name;
-            wanted->sets = servedSets(options, station, known);
+            wanted->station = readStation(stationFile(station.file));
+            wanted->sets = servedSets(options, station, wanted->station);
             return tool::serve(*wanted);
         };
     });

@@ -21,8 +21,9 @@ namespace tool {
 // A line that may wait for many clients.
 using SharedLine = std::shared_ptr<const std::string>;
 
-// What a client watches that follows the questions to a person.
+// What a client watches that follows the questions to a person, and has one who can answer; that has none.
 constexpr const char* kPromptWatch = "prompts";
+constexpr const char* kQuestionWatch = "questions";
 
 class HubClient {
 public:

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t kMostOpenPrompts = 64;
 constexpr std::size_t kClosedKept = 64;
+constexpr long kMostGiven = 16;  // answers of a client that the asker has not judged yet
 constexpr std::size_t kLongestAnswer = 4096;
 constexpr std::size_t kShownAnswer = 80;
 
@@ -65,8 +66,10 @@ void HubPrompts::answer(long long client, const Request& request, const std::str
         return;
     }
     std::deque<Given>& waiting = found->second.given;
-    if (std::any_of(waiting.begin(), waiting.end(), [&](const Given& other) { return other.client == client; })) {
-        refuseGiven(given, "an answer of this client is being looked at");
+    // One client may have many persons: those who look at the same pages.
+    const auto isOfClient = [&](const Given& other) { return other.client == client; };
+    if (std::count_if(waiting.begin(), waiting.end(), isOfClient) >= kMostGiven) {
+        refuseGiven(given, "other answers of this client are being looked at");
         return;
     }
     waiting.push_back(given);

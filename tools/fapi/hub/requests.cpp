@@ -283,7 +283,8 @@ HubPrompts::Sends Hub::promptSends() {
     sends.announce = [this, lineOf](const Field& params) {
         const SharedLine line = lineOf("prompt", params);
         for (const auto& [id, known] : _clients) {
-            if (known->watches.count(kPromptWatch) != 0 && !known->isGone) {
+            const bool follows = known->watches.count(kPromptWatch) + known->watches.count(kQuestionWatch) != 0;
+            if (follows && !known->isGone) {
                 known->send(line);
             }
         }
@@ -291,12 +292,13 @@ HubPrompts::Sends Hub::promptSends() {
     return sends;
 }
 
-// The client follows questions, and has a person who can answer them.
+// The client follows questions, and has a person who can answer them unless it says otherwise.
 void Hub::prompts(HubClient& client, const Request& request) {
-    if (request.params.at("on").flag()) {
-        client.watches.insert(kPromptWatch);
-    } else {
-        client.watches.erase(kPromptWatch);
+    const bool on = request.params.at("on").flag(), answers = request.params["answers"].flagOr(true);
+    client.watches.erase(kPromptWatch);
+    client.watches.erase(kQuestionWatch);
+    if (on) {
+        client.watches.insert(answers ? kPromptWatch : kQuestionWatch);
     }
     answer(client, request, {{"open", _prompts.list()}});
 }

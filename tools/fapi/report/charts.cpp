@@ -246,9 +246,8 @@ void drawGauge(Html parent, const Json& measurement) {
 }
 
 void drawPart(Html parent, double part) {
-    // Pages have thousands of them.
-    Html svg = parent.add("svg", "part").attribute("viewBox", std::string("0 0 100 9"));
-    svg.add("path").attribute("d", "M0 0H" + std::to_string(std::max(1l, std::lround(100 * part))) + "V9H0");
+    Html rect = parent.add("svg", "part").add("rect");
+    rect.attribute("width", std::to_string(std::max(1l, std::lround(100 * part))) + "%");
 }
 
 void drawHistogram(Html parent, const std::vector<std::size_t>& counts, const std::string& first,

@@ -44,8 +44,8 @@ table { border-collapse: collapse; }
 
 .v-passed { --tone: var(--passed); --tint: var(--passed-back); }
 .v-marginal { --tone: var(--marginal); --tint: var(--marginal-back); }
-.v-failed, .v-died, .v-interrupted, .v-error { --tone: var(--failed); --tint: var(--failed-back); }
-.v-not-run { --tone: var(--other); --tint: var(--other-back); }
+.v-failed, .v-died, .v-error { --tone: var(--failed); --tint: var(--failed-back); }
+.v-not-run, .v-interrupted { --tone: var(--other); --tint: var(--other-back); }
 .badge {
     padding: 1px 9px; border-radius: 10px; font-size: 12.5px; font-weight: 600; white-space: nowrap;
     color: var(--tone); background: var(--tint);
@@ -94,7 +94,8 @@ table { border-collapse: collapse; }
 .list .margin { display: block; color: var(--dim); font-size: 12.5px; }
 .list td.bar { padding-top: 12px; }
 .list td.gauge { vertical-align: middle; padding-top: 3px; padding-bottom: 3px; }
-.part { width: 100%; max-width: 130px; fill: var(--tone); opacity: 0.75; }
+.part rect { height: 100%; }
+.part { width: 100%; max-width: 130px; height: 11px; fill: var(--tone); opacity: 0.75; }
 .tag { font-size: 12px; font-weight: 400; color: var(--dim); border: 1px solid var(--rule); border-radius: 4px; padding: 0 5px; }
 
 section.step {
@@ -200,6 +201,7 @@ svg .middle { text-anchor: middle; }
     .list .what code, .list .margin { display: inline; }
     .list tbody .gauge { flex: 1 1 100%; order: 1; }
     .list td[data-label]::before { content: attr(data-label) ' '; color: var(--dim); font-size: 12.5px; }
+    .list td.time:not(:empty)::before { content: 'Duration '; color: var(--dim); font-size: 12.5px; }
     section.step { padding: 8px 10px; }
     h3 .name { flex: 1 1 calc(100% - 40px); }
     .command .head { flex-wrap: wrap; gap: 0 12px; }

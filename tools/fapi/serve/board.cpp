@@ -19,13 +19,16 @@ std::string newEpoch() {
 
 class Board::Stream : public WebStream {
 public:
-    Stream(Board& board, long long seen, std::string topic) : _board(board), _seen(seen), _topic(std::move(topic)) {
+    Stream(Board& board, long long seen, std::string topic, bool isPerson)
+        : _board(board), _seen(seen), _topic(std::move(topic)), _isPerson(isPerson) {
         const std::lock_guard<std::mutex> lock(_board._mutex);
         ++_board._wanted[_topic];
+        _board._persons += _isPerson ? 1 : 0;
     }
     ~Stream() override {
         const std::lock_guard<std::mutex> lock(_board._mutex);
         --_board._wanted[_topic];
+        _board._persons -= _isPerson ? 1 : 0;
     }
     std::string next() override {
         // Comes no more often than the server's tick.
@@ -36,6 +39,7 @@ private:
     Board& _board;
     long long _seen;
     const std::string _topic;
+    const bool _isPerson;
 };
 
 Board::Board() : _epoch(newEpoch()) {}
@@ -65,13 +69,13 @@ void Board::add(const std::string& topic, const std::string& list, Json item) {
     }
 }
 
-std::unique_ptr<WebStream> Board::stream(const std::string& since, const std::string& topic) {
+std::unique_ptr<WebStream> Board::stream(const std::string& since, const std::string& topic, bool isPerson) {
     long long seen = -1;
     const std::size_t dash = since.find('-');
     if (dash != std::string::npos && since.substr(0, dash) == _epoch && !parseNumber(since.substr(dash + 1), seen)) {
         seen = -1;
     }
-    return std::make_unique<Stream>(*this, seen, topic);
+    return std::make_unique<Stream>(*this, seen, topic, isPerson);
 }
 
 bool Board::isWanted(const std::string& topic) const {

@@ -3,6 +3,7 @@
 #ifndef FAPI_BENCH_SERVE_BOARD_H
 #define FAPI_BENCH_SERVE_BOARD_H
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -24,10 +25,13 @@ public:
     Json get(const std::string& key) const;
     // `topic` is what a page has to ask for to get the list.
     void add(const std::string& topic, const std::string& list, Json item);
-    // A browser's view of it. `since` is what it has seen last, empty at first; `topic` is the lists that it wants.
-    std::unique_ptr<WebStream> stream(const std::string& since, const std::string& topic);
+    // A browser's view of it. `since` is what it has seen last, empty at first; `topic` is the lists that it wants;
+    // `isPerson` is false for a guest's.
+    std::unique_ptr<WebStream> stream(const std::string& since, const std::string& topic, bool isPerson);
     // Whether somebody wants that topic.
     bool isWanted(const std::string& topic) const;
+    // Whether a page is open in which somebody could answer a question.
+    bool isAttended() const { return _persons != 0; }
 
 private:
     class Stream;
@@ -48,6 +52,7 @@ private:
     std::map<std::string, Entry> _values;
     std::map<std::string, List> _lists;
     std::map<std::string, int> _wanted;
+    std::atomic<int> _persons{0};
 };
 
 }  // namespace tool

@@ -4,7 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
+#include <mutex>
+#include <thread>
 
 #include <poll.h>
 #include <unistd.h>
@@ -22,6 +26,8 @@ namespace tool {
 namespace {
 
 constexpr int kTick = 150;  // milliseconds: a page gets no more than one message in this time
+
+constexpr std::chrono::seconds kBetweenLooks{2};  // at the store, besides those at the end of a run
 
 constexpr char kPolicy[] =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; connect-src 'self'; "
@@ -67,7 +73,8 @@ public:
         };
         routes.stream = [this](const WebRequest& request) {
             const bool isStream = request.path == "/api/changes" && request.method == "GET";
-            return isStream ? _board.stream(request.parameter("since"), request.parameter("set")) : nullptr;
+            return isStream ? _board.stream(request.parameter("since"), request.parameter("set"), isPerson(request))
+                            : nullptr;
         };
         routes.answer = [this](const WebRequest& request) { return sealed(answer(request)); };
         return routes;
@@ -101,6 +108,10 @@ private:
         return std::nullopt;
     }
 
+    bool isPerson(const WebRequest& request) const {
+        return _access.visitorOfCookies(request.header("cookie")) == Visitor::person;
+    }
+
     WebAnswer answer(const WebRequest& request) const {
         try {
             return request.method == "POST" ? change(request) : look(request);
@@ -129,8 +140,7 @@ private:
             return (_results.*page->second)(request);
         }
         if (request.path == "/api/role") {
-            const bool isPerson = _access.visitorOfCookies(request.header("cookie")) == Visitor::person;
-            return jsonAnswer({{"role", isPerson ? "person" : "guest"}});
+            return jsonAnswer({{"role", isPerson(request) ? "person" : "guest"}});
         }
         const SetPages::Page page = SetPages::looking(request.path);
         return page != nullptr ? (_sets.*page)(request) : errorAnswer(404, "there is no such page");
@@ -154,6 +164,59 @@ private:
     Board& _board;
     SetPages& _sets;
     const ResultsPages& _results;
+};
+
+// Keeps the newest runs on the board. A store that is away, or locked for a while, is no reason to end or to wait.
+class RecentRuns {
+public:
+    RecentRuns(Board& board, const ResultsPages& results)
+        : _board(board), _results(results), _thread([this] { work(); }) {}
+    ~RecentRuns() {
+        {
+            const std::lock_guard<std::mutex> lock(_mutex);
+            _isEnding = true;
+        }
+        _changed.notify_one();
+        _thread.join();
+    }
+    RecentRuns(const RecentRuns&) = delete;
+    RecentRuns& operator=(const RecentRuns&) = delete;
+
+    // A run has ended.
+    void look() {
+        {
+            const std::lock_guard<std::mutex> lock(_mutex);
+            _isDue = true;
+        }
+        _changed.notify_one();
+    }
+
+private:
+    void work() {
+        std::unique_lock<std::mutex> lock(_mutex);
+        while (!_isEnding) {
+            _isDue = false;
+            lock.unlock();
+            show();
+            lock.lock();
+            _changed.wait_for(lock, kBetweenLooks, [this] { return _isEnding || _isDue; });
+        }
+    }
+    void show() {
+        try {
+            _board.set("recent", _results.recent());
+            _board.set("store", nullptr);
+        } catch (const std::exception& error) {
+            _board.set("store", {{"text", error.what()}});
+        }
+    }
+
+    Board& _board;
+    const ResultsPages& _results;
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    bool _isDue = false, _isEnding = false;
+    std::thread _thread;
 };
 
 // Beyond this PC the page goes only through TLS.
@@ -181,18 +244,9 @@ int serve(const ServeOptions& options) {
     const std::string folder = options.report.empty() ? kReportFolder : options.report;
     const ResultsPages results(folder);
     Board board;
-    const auto showRecent = [&] {
-        try {
-            board.set("recent", results.recent());
-            board.set("store", nullptr);
-        } catch (const std::exception& error) {
-            // A store that is away for a while is no reason to end.
-            board.set("store", {{"text", error.what()}});
-        }
-    };
-    showRecent();
-    board.set("station", {{"name", options.station}, {"version", FAPI_VERSION}});
-    SetPages sets(board, options.sets, {"--report", folder}, showRecent);
+    RecentRuns recent(board, results);
+    board.set("station", {{"name", options.station.name}, {"version", FAPI_VERSION}});
+    SetPages sets(board, options.sets, options.station, {"--report", folder}, [&recent] { recent.look(); });
     PageRoutes routes(access, board, sets, results);
     WebServer server(std::move(listener), routes.routes());
     printLine(access.start(Visitor::person));

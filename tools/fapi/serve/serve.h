@@ -4,6 +4,7 @@
 #define FAPI_BENCH_SERVE_SERVE_H
 
 #include "serve/set_follower.h"
+#include "station/station.h"
 
 namespace tool {
 
@@ -12,7 +13,7 @@ struct ServeOptions {
     std::string behind;      // "https://NAME[:PORT]" of a proxy that has TLS; empty: there is none
     bool hasGuests = false;  // there is an address for who only looks
     std::string report;      // folder; empty: "reports"
-    std::string station;     // its name; empty: this PC's
+    Station station;
     std::vector<ServedSet> sets;
 };
 

@@ -138,10 +138,7 @@ void SetFollower::followOnce() {
     options.stop = _stop.get();
     const std::unique_ptr<Target> target = Target::join(options);
     listen(*target);
-    const Field prompts = target->request("prompts", {{"on", true}});
-    for (const Field& prompt : prompts.at("open").list()) {
-        takePrompt(prompt);
-    }
+    followQuestions(*target, _board.isAttended());
     target->request("runs", {{"on", true}});
     const Description all = target->description().all();
     const Field described = toField(all);
@@ -160,11 +157,23 @@ void SetFollower::followOnce() {
     });
     while (!_isEnding && target->lost().empty()) {
         show();
+        if (_board.isAttended() != _isAttended) {
+            followQuestions(*target, !_isAttended);
+        }
         lookCloser(*target);
         target->pump(kTurn);
         sendRequests(*target);
     }
     _trouble = target->lost();
+}
+
+// A run must not wait for nobody: that a question can be answered here holds as long as a page is open.
+void SetFollower::followQuestions(Target& target, bool isAttended) {
+    const Field open = target.request("prompts", {{"on", true}, {"answers", isAttended}});
+    _isAttended = isAttended;
+    for (const Field& prompt : open.at("open").list()) {
+        takePrompt(prompt);
+    }
 }
 
 // Sends what pages ask for, and gives them what has been answered.

@@ -50,6 +50,7 @@ private:
     void takePrompt(const Field& params);
     void takeCalls(const Field& params);
     void show();
+    void followQuestions(Target& target, bool isAttended);
     void lookCloser(Target& target);
     void takePicture(Target& target);
     void rest(std::chrono::milliseconds time);
@@ -80,7 +81,7 @@ private:
     std::vector<std::unique_ptr<Asked>> _sent;
     Json _run, _prompts = Json::object(), _claim;
     std::string _kind, _trouble = "not reached yet";
-    bool _isClose = false;
+    bool _isAttended = false, _isClose = false;
     long long _pictures = 0;
     std::string _pictureSum;
     std::chrono::steady_clock::time_point _nextPicture;

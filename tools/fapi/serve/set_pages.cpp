@@ -83,8 +83,9 @@ Words with(Words words, const Words& more) {
 
 }  // namespace
 
-SetPages::SetPages(Board& board, std::vector<ServedSet> sets, Words words, const std::function<void()>& runEnded)
-    : _board(board), _words(std::move(words)) {
+SetPages::SetPages(Board& board, std::vector<ServedSet> sets, Station station, Words words,
+                   const std::function<void()>& runEnded)
+    : _board(board), _station(std::move(station)), _words(std::move(words)) {
     for (ServedSet& set : sets) {
         _sets.push_back(std::make_unique<SetFollower>(board, std::move(set), runEnded));
     }
@@ -120,8 +121,30 @@ SetFollower& SetPages::setOf(const std::string& name) {
 
 WebAnswer SetPages::description(const WebRequest& request) {
     const std::string text = setOf(request.parameter("set")).description();
-    return text.empty() ? errorAnswer(503, "the set has not been reached yet")
-                        : WebAnswer{200, "application/json", text, {}};
+    if (text.empty()) {
+        return errorAnswer(503, "the set has not been reached yet");
+    }
+    const Description own = parseDescription(parseJsonText(text));
+    Json told = parseJson(text);
+    told["by"] = Json::object();
+    told["trouble"] = "";
+    try {
+        Description more;
+        for (const Action& action : _station.actions()) {
+            if (own.action(action.name) == nullptr) {
+                more.actions.push_back(action);
+                told["by"][action.name] = _station.whoDoes(action.name);
+            }
+        }
+        const Field described = toField(more);
+        for (const Field& action : described["actions"].list()) {
+            told["actions"].push_back(jsonOf(action));
+        }
+    } catch (const std::exception& error) {
+        // A fixture that does not answer takes no other action away.
+        told["trouble"] = error.what();
+    }
+    return jsonAnswer(told);
 }
 
 WebAnswer SetPages::picture(const WebRequest& request) {
@@ -148,7 +171,13 @@ WebAnswer SetPages::carryOut(SetFollower& set, const Words& words, bool mayChang
     const Description description = parseDescription(parseJsonText(described));
     const Action* action = words.empty() ? nullptr : description.action(words[0]);
     if (action == nullptr) {
-        throw UsageError("there is no such action");
+        const std::vector<Action> here = _station.actions();
+        const auto found = std::find_if(here.begin(), here.end(),
+                                        [&](const Action& one) { return !words.empty() && one.name == words[0]; });
+        if (found == here.end()) {
+            throw UsageError("there is no such action");
+        }
+        return mayChange ? carryOutHere(set, *found, words) : errorAnswer(403, "the station acts by a change alone");
     }
     if (!mayChange && action->danger != Danger::reads) {
         return errorAnswer(403, action->name + " changes the set");
@@ -162,6 +191,16 @@ WebAnswer SetPages::carryOut(SetFollower& set, const Words& words, bool mayChang
     }
     return jsonAnswer(jsonOf(
         set.ask("act", {{"action", action->name}, {"arguments", std::move(arguments)}, {"confirm", isConfirmed}})));
+}
+
+// The hub does not see what the station does, so who has the set is asked here.
+WebAnswer SetPages::carryOutHere(const SetFollower& set, const Action& action, const Words& words) {
+    const Json claim = _board.get("set/" + set.set().name).value("claim", Json());
+    if (claim.is_object() && !claim.value("shared", false)) {
+        return errorAnswer(409, claim.value("name", std::string()) + " has claimed the set");
+    }
+    static_cast<void>(parseWords(action.arguments, {words.begin() + 1, words.end()}));
+    return _station.carryOut(set.set().name, set.set().words, words);
 }
 
 // --- Plans and runs --------------------------------------------------------------------------------------------------

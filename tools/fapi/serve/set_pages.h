@@ -7,6 +7,7 @@
 
 #include "serve/page_json.h"
 #include "serve/set_follower.h"
+#include "serve/station_work.h"
 #include "serve/tool_process.h"
 
 namespace tool {
@@ -15,7 +16,8 @@ namespace tool {
 class SetPages {
 public:
     // `words` name the store's folder on a command line.
-    SetPages(Board& board, std::vector<ServedSet> sets, Words words, const std::function<void()>& runEnded);
+    SetPages(Board& board, std::vector<ServedSet> sets, Station station, Words words,
+             const std::function<void()>& runEnded);
 
     // Null when the path is none of these.
     using Page = WebAnswer (SetPages::*)(const WebRequest& request);
@@ -38,12 +40,14 @@ private:
 
     SetFollower& setOf(const std::string& name);
     WebAnswer carryOut(SetFollower& set, const Words& words, bool mayChange, bool isConfirmed);
+    WebAnswer carryOutHere(const SetFollower& set, const Action& action, const Words& words);
 
     struct Started {
         std::string set;
         ToolProcess process;
     };
     Board& _board;
+    StationWork _station;
     const Words _words;
     std::vector<std::unique_ptr<SetFollower>> _sets;
     std::mutex _mutex;

@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <microhttpd.h>
 #include <netdb.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
@@ -24,7 +25,7 @@ namespace {
 constexpr std::size_t kMostBody = 256 << 10;
 constexpr std::size_t kMostAsked = 64;  // requests that wait for a thread
 constexpr std::size_t kMostStreams = 256;
-constexpr std::size_t kThreads = 3;
+constexpr std::size_t kThreads = 8;
 constexpr std::size_t kMostWaiting = 256;  // connections without a request; of more the oldest is ended
 constexpr unsigned int kMostConnections = 2048;
 constexpr unsigned int kSilentSeconds = 30;
@@ -92,7 +93,7 @@ struct WebServer::Listening {
     MHD_Connection* connection;
     std::unique_ptr<WebStream> stream;
     std::string pending = {};
-    bool isAsleep = false;
+    bool isAsleep = false, isGone = false;
     long long told = nowMilliseconds();
 };
 
@@ -175,7 +176,7 @@ struct WebServer::Callbacks {
     static ssize_t read(void* self, std::uint64_t, char* buffer, std::size_t size) {
         auto& listening = *static_cast<Listening*>(self);
         const std::lock_guard<std::mutex> lock(listening.server._mutex);
-        if (listening.server._isEnding) {
+        if (listening.server._isEnding || listening.isGone) {
             return MHD_CONTENT_READER_END_OF_STREAM;
         }
         if (listening.pending.empty()) {
@@ -302,6 +303,18 @@ void WebServer::cutOldest() {
     _waiting.erase(oldest);
 }
 
+// A browser that is closed must not count as one that is open until the next message does not reach it.
+void WebServer::findGone() {
+    std::vector<pollfd> entries;
+    for (const Listening* listening : _listening) {
+        entries.push_back({listening->isAsleep ? socketOf(listening->connection) : -1, POLLRDHUP, 0});
+    }
+    auto entry = poll(entries.data(), entries.size(), 0) > 0 ? entries.begin() : entries.end();
+    for (auto at = _listening.begin(); entry != entries.end(); ++at, ++entry) {
+        (*at)->isGone = entry->revents != 0;
+    }
+}
+
 void WebServer::tick() {
     const std::lock_guard<std::mutex> lock(_mutex);
     const long long now = nowMilliseconds();
@@ -313,6 +326,7 @@ void WebServer::tick() {
             at = _waiting.erase(at);
         }
     }
+    findGone();
     for (Listening* listening : _listening) {
         if (!listening->isAsleep) {
             continue;
@@ -320,7 +334,7 @@ void WebServer::tick() {
         if (listening->pending.empty()) {
             listening->pending = listening->stream->next();
         }
-        if (!listening->pending.empty() || now - listening->told >= kPingMilliseconds) {
+        if (!listening->pending.empty() || listening->isGone || now - listening->told >= kPingMilliseconds) {
             listening->isAsleep = false;
             MHD_resume_connection(listening->connection);
         }

@@ -86,6 +86,7 @@ private:
     void expectRequest(int socket);
     void stopWaiting(int socket);
     void cutOldest();
+    void findGone();
 
     const Routes _routes;
     Descriptor _listener;

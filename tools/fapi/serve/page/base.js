@@ -23,16 +23,16 @@ function make(tag, attributes = {}, ...children) {
 let lastId = 0;
 const newId = () => `e${++lastId}`;
 
-// A label above its field; `hint` says what the field takes.
+// A label above its field; `hint` beside the label says what the field takes.
 function labeled(text, field, hint = '') {
     field.id = field.id || newId();
-    const parts = [make('label', { for: field.id }, text), field];
+    const above = [make('label', { for: field.id }, text)];
     if (hint) {
         const note = make('small', { id: newId() }, hint);
         field.setAttribute('aria-describedby', note.id);
-        parts.push(note);
+        above.push(' ', note);
     }
-    return make('div', { class: 'field' }, ...parts);
+    return make('div', { class: 'field' }, make('div', {}, ...above), field);
 }
 
 function option(value, text = value) {
@@ -172,7 +172,16 @@ let current = null;
 function show() {
     document.title = values.station?.name ? `${values.station.name}: ${current?.title ?? ''}` : current?.title ?? 'Station';
     setText(document.getElementById('station'), values.station?.name || 'Station');
+    showAsked();
     current?.show?.();
+}
+
+// A question is seen from all pages.
+function showAsked() {
+    const asking = sets().filter((set) => set.prompts?.length).map((set) => set.name);
+    const link = document.getElementById('asked');
+    link.hidden = asking.length === 0 || current === pages.line;
+    setText(link, asking.length ? `A question waits: ${asking.join(', ')}` : '');
 }
 
 function openPage() {

@@ -22,14 +22,13 @@ class SlotCard {
         this.step = make('p', { class: 'step-name' });
         this.bar = make('progress', { 'aria-label': `Steps of the run at ${name}`, max: '1', value: '0' });
         this.why = make('p', { class: 'why' });
-        this.question = make('div', { class: 'question' });
+        this.question = new QuestionBox(name);
         this.trouble = make('div', {});
         this.stop = make('button', { type: 'button', class: 'stop', onclick: () => this.end() }, 'Stop');
         this.form = make('form', { class: 'start', onsubmit: (event) => this.start(event) });
         this.element = make('section', { class: 'slot', 'aria-label': name },
             make('div', { class: 'tower' }, this.shape, make('div', { class: 'head' }, make('h2', {}, name), this.word, this.unit)),
-            this.plan, this.bar, this.step, this.why, this.question, this.form, this.stop, this.trouble);
-        this.shown = '';
+            this.plan, this.bar, this.step, this.why, this.question.element, this.form, this.stop, this.trouble);
         this.makeForm();
     }
 
@@ -94,7 +93,9 @@ class SlotCard {
         const isRunning = now === 'running';
         this.element.className = `slot ${verdictClass(now)}`;
         setText(this.shape, kShapes[now] ?? '·');
-        setText(this.word, kWords[now] ?? now);
+        const word = kWords[now] ?? now;
+        setText(this.word, word);
+        this.word.style.setProperty('--letters', Math.max(...word.split(' ').map((part) => part.length)));
         setText(this.unit, run?.unit ?? '');
         setText(this.plan, run ? `${run.plan}, ${run.ended} of ${run.steps} steps${run.bad ? `, ${run.bad} bad` : ''}` : 'No unit yet');
         this.bar.max = run?.steps || 1;
@@ -110,57 +111,10 @@ class SlotCard {
             this.told = text;
             this.trouble.replaceChildren(...(text ? [make('p', { class: 'trouble', role: 'alert' }, text)] : []));
         }
-        this.showQuestion(set.prompts?.[0]);
-    }
-
-    showQuestion(prompt) {
-        const shown = prompt ? String(prompt.prompt) : '';
-        if (shown === this.shown) {
-            return;
-        }
-        this.shown = shown;
-        this.question.replaceChildren();
-        this.element.classList.toggle('asks', Boolean(prompt));
-        if (!prompt) {
-            return;
-        }
-        const note = make('div', {});
-        const give = (answer) => attempt(note, async () => {
-            const { taken, why } = await post('/api/answer',
-                { set: this.name, prompt: prompt.prompt, answer, who: remembered('operator') });
-            if (!taken) {
-                this.trouble.replaceChildren(make('p', { class: 'trouble', role: 'alert' }, `Your answer does not count: ${why}`));
-            }
-        });
-        const button = (answer, text, at) => make('button', { type: 'button', class: 'large', 'data-key': at, onclick: () => give(answer) },
-            make('kbd', {}, String(at)), ` ${text}`);
-        const parts = {
-            ask: () => [button('yes', 'Yes', 1), button('no', 'No', 2)],
-            choose: () => prompt.choices.map((choice, at) => button(choice, choice, at + 1)),
-            scan: () => {
-                const input = make('input', { class: 'scan', autocomplete: 'off', spellcheck: 'false' });
-                return [make('form', { onsubmit: (event) => { event.preventDefault(); give(input.value); } },
-                    labeled('Scan', input, 'scan or type, then Enter'), make('button', { class: 'large' }, 'Give'))];
-            },
-            show: () => [button('done', 'Done', 1)],
-        };
-        const picture = prompt.picture ? [make('img', { class: 'asked', alt: 'What the set shows', src: pictureOf(this.name, Date.now()) })] : [];
-        this.question.append(make('p', { class: 'text', role: 'alert' }, prompt.text), ...picture);
-        if (mayChange()) {
-            this.question.append(make('div', { class: 'answers' }, ...(parts[prompt.kind] ?? parts.show)()), note);
-            this.question.querySelector('input')?.focus();
-        }
+        this.question.show(set.prompts?.[0]);
+        this.element.classList.toggle('asks', Boolean(set.prompts?.length));
     }
 }
-
-const pictureOf = (set, number) => `/api/picture?${new URLSearchParams({ set, number })}`;
-
-// A digit answers a question, where nobody types into a field.
-document.addEventListener('keydown', (event) => {
-    if (!event.target.matches('input, select, textarea') && !event.ctrlKey && !event.altKey && !event.metaKey) {
-        document.querySelector(`.question [data-key="${CSS.escape(event.key)}"]`)?.click();
-    }
-});
 
 pages.line = {
     title: 'Line',
@@ -168,9 +122,10 @@ pages.line = {
         this.cards = new Map();
         this.slots = make('div', { class: 'slots' });
         this.recent = make('div', {});
+        this.store = make('p', { class: 'trouble', role: 'status' });
         const operator = make('input', { autocomplete: 'name', oninput: () => remember('operator', operator.value) });
         operator.value = remembered('operator');
-        root.append(make('h1', { class: 'hidden' }, 'Line'), this.slots, make('h2', {}, 'Last units'), this.recent,
+        root.append(make('h1', { class: 'hidden' }, 'Line'), this.slots, make('h2', {}, 'Last units'), this.store, this.recent,
             mayChange() ? labeled('Operator', operator, 'recorded with answers') : '');
         this.shown = null;
         follow('');
@@ -189,8 +144,6 @@ pages.line = {
             const rows = (values.recent ?? []).map(runRow);
             this.recent.replaceChildren(rows.length ? table(kRunTitles, rows, 'Last units') : make('p', { class: 'note' }, 'No unit yet.'));
         }
-        if (values.store?.text) {
-            this.recent.replaceChildren(make('p', { class: 'trouble' }, values.store.text));
-        }
+        setText(this.store, values.store?.text ? `The results cannot be read: ${values.store.text}` : '');
     },
 };

@@ -26,16 +26,17 @@ function outputText(value) {
 
 // An action as a form made of its description.
 class ActionForm {
-    constructor(set, action) {
+    // `by` is who does it at this station; none for what the set's agent does.
+    constructor(set, action, by) {
         this.set = set;
         this.action = action;
-        this.danger = action.danger ?? 'changes';
+        this.danger = by ? 'changes' : action.danger ?? 'changes';
         this.output = make('div', { class: 'output', 'aria-live': 'polite' });
         this.fields = (action.arguments ?? []).map((argument) => this.field(argument));
         const looks = this.danger === 'reads';
         const buttons = looks || mayChange() ? this.buttons(looks) : [];
         this.element = make('form', { class: 'action', onsubmit: (event) => { event.preventDefault(); this.send(this.words()); } },
-            make('h3', {}, action.name), make('p', { class: 'note' }, action.help),
+            make('h3', {}, action.name), make('p', { class: 'note' }, by ? `${action.help} By ${by}.` : action.help),
             make('div', { class: 'fields' }, ...this.shown.map(({ label }) => label), ...buttons), this.output);
     }
 
@@ -106,6 +107,7 @@ class ActionForm {
                 return;
             }
             const quoted = words.map((word) => `"${word.replace(/["\\]/g, '\\$&')}"`).join(' ');
+            this.output.replaceChildren(make('p', { class: 'note' }, 'under way'));
             const result = looks ? await getJson('/api/look', { set: this.set, words: quoted })
                 : await post('/api/act', { set: this.set, words, confirm: destroys });
             this.tell(result);
@@ -175,6 +177,7 @@ pages.set = {
         follow(this.name);
         this.image = make('img', { class: 'panel-picture', alt: 'The panel of the set', width: '960', height: '540' });
         this.where = make('p', { class: 'note', role: 'status' });
+        this.question = new QuestionBox(this.name);
         this.live = [
             new LiveList('Events', `${this.name}/events`, (item) => item.said),
             new LiveList('Journal', `${this.name}/journal`, callText),
@@ -182,12 +185,12 @@ pages.set = {
         ];
         const panels = make('div', { class: 'panels' });
         const choice = sets().length > 1 ? setChoice(this.name, (chosen) => { location.hash = `#/set/${encodeURIComponent(chosen)}`; }) : '';
-        this.root.replaceChildren(make('h1', {}, this.name), choice, this.where,
+        this.root.replaceChildren(make('h1', {}, this.name), choice, this.where, this.question.element,
             make('div', { class: 'set' }, make('div', { class: 'screen' }, this.image, ...this.live.map(({ element }) => element)), panels));
         const described = await this.description();
         const rest = new Map((described?.actions ?? []).map((action) => [action.name, action]));
         const add = (title, actions, open) => panels.append(make('details', { class: 'panel', open },
-            make('summary', {}, make('h2', {}, title)), ...actions.map((action) => new ActionForm(this.name, action).element)));
+            make('summary', {}, make('h2', {}, title)), ...actions.map((action) => new ActionForm(this.name, action, described.by[action.name]).element)));
         kPanels.forEach(([title, names], at) => {
             const actions = names.map((one) => rest.get(one)).filter(Boolean);
             names.forEach((one) => rest.delete(one));
@@ -197,6 +200,9 @@ pages.set = {
         });
         if (rest.size) {
             add('More', [...rest.values()], false);
+        }
+        if (described?.trouble) {
+            panels.append(make('p', { class: 'trouble', role: 'alert' }, `The station's actions: ${described.trouble}`));
         }
         if (!panels.children.length) {
             panels.append(make('p', { class: 'note' }, 'This set has no actions of its own.'));
@@ -232,6 +238,7 @@ pages.set = {
         }
         setText(this.where, !set.up ? set.trouble : set.claim?.name ? `${set.claim.name} (process ${set.claim.pid}) has the set: ${set.claim.reason}`
             : 'In reach; nobody has claimed it.');
+        this.question.show(set.prompts?.[0]);
         this.live.forEach((list) => list.show());
     },
 };
