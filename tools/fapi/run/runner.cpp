@@ -129,7 +129,12 @@ private:
     void prepareStore() {
         prepareReportFolder(_folder);
         takeOverHistory(_folder);
-        _writer.emplace(resultsFileIn(_folder));
+        const Station& station = _options.place.file;
+        try {
+            _writer.emplace(resultsFileIn(_folder), station.server.address);
+        } catch (const UsageError& error) {
+            throw UsageError(station.file + ":" + std::to_string(station.server.line) + ": server: " + error.what());
+        }
     }
 
     // What was to go on for ever is not to do so unseen.
