@@ -101,6 +101,9 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(HW_FS_Fread(acBytes, 1, 8, pStream), 0) << "the end is no error";
     EXPECT_EQ(HW_FS_Fwrite("x", 1, 1, pStream), -1) << "opened for reading";
     EXPECT_EQ(HW_FS_Fseek(pStream, -1, SEEK_SET), -1);
+    errno = 0;
+    EXPECT_EQ(HW_FS_Fread(acBytes, 1, 8, nullptr), -1);
+    EXPECT_EQ(errno, EFAULT);
     const int s32Descriptors = test::openDescriptors();
     vset::inject({"HW_FS_Fclose", -1});
     EXPECT_EQ(HW_FS_Fclose(pStream), -1);
