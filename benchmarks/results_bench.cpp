@@ -90,7 +90,11 @@ void fill(tool::Database& database, long long runs, int measurements) {
         "), m(k) as (select 0 union all select k + 1 from m where k + 1 < " + std::to_string(measurements) + ") ";
     const char* const statements[] = {
         "insert into unit select distinct 'U' || (i / 3), '' from n",
-        "insert into run select printf('%036d', i), i, 'Line 1', 'bench', '', '', 'U' || (i / 3), 'Line', 'line.plan', "
+        "insert into run (id, number, station, host, stage, person, unit, plan, plan_file, plan_hash, parameters, "
+        "target, "
+        "set_folder, library, agent, bench, began, ended, utc_offset, seconds, attempt, verdict, deciding_step, why, "
+        "passed, marginal, failed, errors, interrupted, not_run, faults, report, waived_by, waiver) select "
+        "printf('%036d', i), i, 'Line 1', 'bench', '', '', 'U' || (i / 3), 'Line', 'line.plan', "
         "'1', '{}', '', '', '', '', '', strftime('%Y-%m-%dT%H:%M:%S.000Z', 1700000000 + i * 86, 'unixepoch'), null, 0, "
         "40, 1, case when i % 20 = 0 then 'failed' else 'passed' end, 'Rails', '', 1, 0, 0, 0, 0, 0, 0, '', null, null "
         "from n",

@@ -30,7 +30,8 @@ protected:
         fs::create_directories(temporary());
         fs::create_directories(reports());
         setenv("TMPDIR", temporary().c_str(), 1);
-        _strGood = writeFile("good.plan", "plan Good\nstep a\nsys_init\npicture shot\n");
+        _strGood = writeFile("good.plan", "plan Good\nstep a\nsys_init\npicture shot\nrun sh -c 'echo attach " +
+                                              writeFile("curve.csv", "1,2\n") + " >&3'\n");
         _strBad = writeFile("bad.plan", "plan Bad\nstep a\nsys_check_file /data/none\n");
     }
     void TearDown() override {
@@ -94,7 +95,7 @@ TEST_F(CleanCli, ReportsLeaveWithTheHistory) {
     }
     EXPECT_EQ(run(_strGood, {"--repeat", "4", "--keep", "3"}).s32Exit, 0);
     EXPECT_THAT(reportFiles({".xml", ".json"}), SizeIs(6));
-    EXPECT_THAT(reportFiles({".html", ".png"}), SizeIs(6 + 2));
+    EXPECT_THAT(reportFiles({".html", ".png", ".csv"}), SizeIs(9 + 2));
     EXPECT_THAT(everything(), IsSupersetOf(foreign));
     // A report that has just been written stays, even without a notice.
     EXPECT_EQ(run(_strGood, {"--keep", "0"}).s32Exit, 0);
@@ -195,7 +196,8 @@ TEST_F(CleanCli, RemovesWhatItSaysAndNothingElse) {
     fs::remove(reports() + "/results.sqlite");
     const std::string strStem = fs::path(*reportFiles({".png"}).begin()).replace_extension().string();
     const std::string strForgotten = strStem.substr(0, strStem.size() - std::string("-shot").size());
-    const Names forgotten = {strForgotten + ".json", strForgotten + ".xml", strForgotten + ".html", strStem + ".png"};
+    const Names forgotten = {strForgotten + ".json", strForgotten + ".xml", strForgotten + ".html",
+                             strForgotten + "-curve.csv", strStem + ".png"};
     const Names killed = {strKilled + ".json", strKilled + ".unfinished"};
     EXPECT_EQ(run(_strGood).s32Exit, 0);
     const Names before = everything();

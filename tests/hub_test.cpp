@@ -15,6 +15,7 @@
 #include "fake_agent.h"
 #include "hub/hub.h"
 #include "hub/socket.h"
+#include "support/process.h"
 #include "support/waiting.h"
 #include "target/target.h"
 
@@ -68,18 +69,6 @@ protected:
     // A connection without Target's good manners.
     Descriptor connect() const { return HubSocket("virtual:" + (_folder / "set").string()).connect(); }
     static pid_t hubOf(const Joined& target) { return static_cast<pid_t>(target->hello()["hub"].number()); }
-    // The most that it ever had; nothing with a sanitizer, which keeps what is free.
-    static double mebibytesOf([[maybe_unused]] pid_t process) {
-#ifndef FAPI_SANITIZED
-        std::ifstream status("/proc/" + std::to_string(process) + "/status");
-        for (std::string line; std::getline(status, line);) {
-            if (line.rfind("VmHWM:", 0) == 0) {
-                return std::stod(line.substr(6)) / 1024;
-            }
-        }
-#endif
-        return 0;
-    }
     static ErrorCode codeOf(const Joined& target, const std::string& method, const Field& params = Field::Fields()) {
         try {
             target->request(method, params);
@@ -241,7 +230,7 @@ TEST_F(HubTest, AClientThatDoesNotReadCostsOnlyItself) {
     const Joined sleeper = join();
     sleeper->begin("picture", {{"pieces", 256}});
     EXPECT_EQ(driver->call(kLook).outcome.status, 7);
-    EXPECT_LT(mebibytesOf(hubOf(driver)), 80);
+    EXPECT_LT(test::peakMebibytesOf(hubOf(driver)), 80);
     for (std::size_t i = 0; i < watchers.size(); ++i) {
         watchers[i]->request("ping");
     }
@@ -295,7 +284,7 @@ TEST_F(HubTest, MisbehaviorEndsWithItsClient) {
         EXPECT_THAT(answer, HasSubstr(row.answer)) << row.sent.substr(0, 80);
         EXPECT_EQ(good->call(kLook).outcome.status, 7);
     }
-    EXPECT_LT(mebibytesOf(hubOf(good)), 80);
+    EXPECT_LT(test::peakMebibytesOf(hubOf(good)), 80);
     // One of them leaves in the middle of a call.
     connections.clear();
     EXPECT_TRUE(eventually([&] { return count("cancel") == 1; }));

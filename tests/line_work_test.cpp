@@ -92,8 +92,11 @@ TEST_F(LineWorkTest, NothingOfAProgramIsLeftBehind) {
 
 TEST_F(LineWorkTest, OutputIsBoundedAndFilesAreKeptWithTheReport) {
     writeFile("curve.csv", "1,2\n");
+    std::filesystem::create_directory(folder() + "/second");
+    writeFile("second/curve.csv", "3,4\n");
     EXPECT_THAT(verdictOf("run sh -c 'echo first; yes | head -c 1000000000; echo last; echo attach " + folder() +
-                          "/curve.csv >&3; echo note warm >&3' within 100s\n"),
+                          "/curve.csv >&3; echo note warm >&3' within 100s\nrun sh -c 'echo attach " + folder() +
+                          "/second/curve.csv >&3'\npicture shot\n"),
                 StartsWith("passed"));
     const nlohmann::json told = command();
     const std::string strOutput = told["output"];
@@ -102,6 +105,14 @@ TEST_F(LineWorkTest, OutputIsBoundedAndFilesAreKeptWithTheReport) {
     EXPECT_THAT(strOutput.substr(strOutput.size() - 10), HasSubstr("last"));
     EXPECT_EQ(told["notes"][0], "warm");
     EXPECT_EQ(readFile(reports() + "/" + told["attachments"][0]["file"].get<std::string>()), "1,2\n");
+    EXPECT_EQ(readFile(reports() + "/" + command(1)["attachments"][0]["file"].get<std::string>()), "3,4\n");
+    std::vector<std::string> kinds;
+    for (const auto& row : fapiJson({"history", "show", "last", "--report", reports()})["attachments"]) {
+        const bool isOfStep = row["kind"] != "report";
+        kinds.push_back(row["kind"].get<std::string>() + (isOfStep ? " " + row["name"].get<std::string>() : ""));
+    }
+    EXPECT_THAT(kinds, testing::ElementsAre("attached curve.csv", "attached curve.csv", "picture shot", "report",
+                                            "report", "report"));
 }
 
 TEST_F(LineWorkTest, WhatCannotBeAskedOrRunIsFoundByTheCheck) {

@@ -206,6 +206,9 @@ TEST_F(Measured, ATableIsRefusedAsAWholeByTheRowThatIsWrong) {
         runPlan(std::string(kUnit) + kRail, {"--params", writeFile("units.csv", strTable)});
         EXPECT_EQ(_result.s32Exit, 2);
         EXPECT_THAT(_result.strError, testing::EndsWith("units.csv" + std::string(strProblem) + "\n"));
+        const test::ProcessResult dry =
+            fapi({"run", "--dry-run", "--params", folder() + "/units.csv", folder() + "/test.plan"});
+        EXPECT_EQ(dry.strError, _result.strError);
     }
     const std::string strGood = "\xEF\xBB\xBFraw,serial\r\n\"1\"\"31\",\"A\"\r\n\r\n137,B\r\n131,C";
     runPlan(std::string(kUnit) + kRail, {"--params", writeFile("units.csv", strGood)});

@@ -79,10 +79,6 @@ void drivePad() {
     vset::gpio::setInverted(5, bInverted);
 }
 
-void openBus() {
-    ASSERT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0);
-}
-
 void holdPad() {
     vset::gpio::hold(5);
 }
@@ -196,6 +192,10 @@ void putCanvasAndBmpUp() {
     putBmp();
 }
 
+Sample drawn(const char* pszOperation, std::vector<std::string> words, void (*before)() = putCanvasUp) {
+    return {pszOperation, std::move(words), before, takeCanvasAway, Calls::none};
+}
+
 Sample onCanvas(const char* pszOperation, std::vector<std::string> words) {
     return {pszOperation, std::move(words), putCanvasUp, takeCanvasAway};
 }
@@ -264,10 +264,6 @@ void giveOutputUp() {
 
 Sample panel(const char* pszOperation, std::vector<std::string> words = {}) {
     return {pszOperation, std::move(words), giveOutputUp};
-}
-
-void giveControllerUp() {
-    vset::disp::releaseController();
 }
 
 void bringDriversUp() {
@@ -347,7 +343,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_prphrl_read_from_iic", {"0", "0xA0", "hex:00", "16"}},
     {"a_vextvfapi_prphrl_write_to_iic", {"0", "0xA0", "hex:00", "text:abc"}},
     {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "0"}},
-    {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "1"}, openBus},
+    {"a_vextvfapi_prphrl_get_iic_slave_address", {"1", "1"}, [] { ASSERT_EQ(a_vextvfapi_prphrl_enable_iic(1), 0); }},
     {"a_vextvfapi_prphrl_control_gpio", {"5", "1"}},
     {"a_vextvfapi_prphrl_get_gpio_status", {"5"}},
     {"a_vextvfapi_prphrl_control_gpio", {"0", "1"}},
@@ -512,7 +508,7 @@ const std::vector<Sample> kSamples = {
     {"a_vextvfapi_disp_get_pq_range", {}, useClosedWindow, useFirstWindow},
     {"a_vextvfapi_disp_get_pq_version", {"hd1", "0"}},
     display("a_vextvfapi_disp_set_output_timing", {"4"}),
-    {"a_vextvfapi_disp_set_freerun_control", {"1"}, giveControllerUp},
+    {"a_vextvfapi_disp_set_freerun_control", {"1"}, vset::disp::releaseController},
     {"a_vextvfapi_disp_set_over_scan", {"1", "2", "3", "4"}},
     panel("a_vextvfapi_disp_panel_set_attr", {"5", "1", "2", "3"}),
     panel("a_vextvfapi_disp_panel_get_attr", {"4"}),
@@ -581,21 +577,10 @@ const std::vector<Sample> kSamples = {
     quiet("a_vextvfapi_disp_switch_window", {"0"}),
     quiet("a_vextvfapi_disp_update_pq_ini_files"),
     quiet("a_vextvfapi_disptst_deinit"),
-    {"a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap",
-     {"4", "1", "/data/bmp", "0", "0", "4", "1"},
-     putCanvasAndBmpUp,
-     takeCanvasAway,
-     Calls::none},
-    {"a_vextvfapi_disptst_gen_gop_test_pattern_draw_line",
-     {"0", "0", "15", "3", "yellow"},
-     putCanvasUp,
-     takeCanvasAway,
-     Calls::none},
-    {"a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect",
-     {"1", "1", "10", "2", "#C00000", "1", "white"},
-     putCanvasUp,
-     takeCanvasAway,
-     Calls::none},
+    drawn("a_vextvfapi_disptst_gen_gop_test_pattern_draw_bitmap", {"4", "1", "/data/bmp", "0", "0", "4", "1"},
+          putCanvasAndBmpUp),
+    drawn("a_vextvfapi_disptst_gen_gop_test_pattern_draw_line", {"0", "0", "15", "3", "yellow"}),
+    drawn("a_vextvfapi_disptst_gen_gop_test_pattern_draw_rect", {"1", "1", "10", "2", "#C00000", "1", "white"}),
     quiet("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", {"3"}),
     quiet("_a_vextvfapi_inpsrc_convert_to_HW_EXTIN_FactoryType_e", {"18"}),
 };

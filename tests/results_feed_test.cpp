@@ -142,7 +142,7 @@ TEST_F(FeedTest, EveryRunArrivesOnceWhateverIsKilled) {
     std::mt19937 random(seed);
     const auto rest = [&] { std::this_thread::sleep_for(std::chrono::milliseconds(random() % 100)); };
     const int asked = static_cast<int>(wanted("FAPI_FEED_RUNS", 400));
-    const int rounds = std::clamp(asked / 50, 8, 48);
+    const int rounds = std::clamp(asked / 50, 8, 50);
     const int atOnce = asked / kStations / rounds;
     const int ofStation = rounds * atOnce;
     std::vector<std::string> files;
@@ -199,6 +199,32 @@ TEST_F(FeedTest, WhatIsRefusedIsParkedShownAndSentLater) {
     EXPECT_EQ(server().query("alter table run drop constraint no_fourth").s32Exit, 0);
     EXPECT_EQ(feed(strFile, {"--retry-parked"}).strOutput, "1 sent, 0 wait, 0 parked\n");
     EXPECT_EQ(server().number("select count(*) from run"), 7);
+}
+
+// Runs wait for it before the first of them was sent.
+TEST_F(FeedTest, TheStationNamesTheServer) {
+    const std::string strReports = folder() + "/reports";
+    const auto stationWith = [&](const std::string& strAddress) {
+        return writeFile("station.ini", "[results]\nserver = \"" + strAddress + "\"\n");
+    };
+    const auto runAt = [&](const std::string& strStation) {
+        return fapi({"--station", strStation, "run", "--report", strReports,
+                     writeFile("a.plan", "plan \"A\"\nstep a\nrun true\n")});
+    };
+    const auto feedAt = [&](const std::string& strStation) {
+        return test::runProcess({FAPI_FEED_BINARY, "--store", strReports + "/results.sqlite", "--station", strStation});
+    };
+    EXPECT_EQ(runAt(stationWith(server().address())).s32Exit, 0);
+    EXPECT_THAT(fapi({"results", "status", "--report", strReports}).strOutput, HasSubstr("1 wait for a server"));
+    EXPECT_THAT(fapi({"results", "status", "--report", strReports}).strOutput, HasSubstr(": never reached"));
+    EXPECT_EQ(feedAt(stationWith(server().address())).strOutput, "1 sent, 0 wait, 0 parked\n");
+    EXPECT_THAT(feedAt(writeFile("empty.ini", "")).strError, HasSubstr("no server: name one, or write"));
+    for (const test::ProcessResult& refused :
+         {runAt(stationWith("host=h password=sesame")), feedAt(stationWith("host=h password=sesame"))}) {
+        EXPECT_EQ(refused.s32Exit, 2);
+        EXPECT_THAT(refused.strError, HasSubstr("a password has no place in an address"));
+        EXPECT_THAT(refused.strError, Not(HasSubstr("sesame")));
+    }
 }
 
 TEST_F(FeedTest, AServerInTroubleCostsNoRunAndParksNone) {

@@ -280,13 +280,16 @@ TEST_F(ResultsStoreTest, AnOlderFileIsMigratedBehindACopy) {
         for (const char* pszView : {"run_overview", "yield_by_day", "failing_steps", "final_measurement"}) {
             store.database().execute(std::string("drop view ") + pszView);
         }
-        for (const char* pszColumn : {"skipped", "in_calls", "in_waits"}) {
-            store.database().execute(std::string("alter table run drop column ") + pszColumn);
+        for (const char* pszColumn :
+             {"run drop skipped", "run drop in_calls", "run drop in_waits", "attachment drop kind"}) {
+            store.database().execute(std::string("alter table ") + pszColumn);
         }
+        store.database().execute("insert into attachment select id, 0, 0, 'curve', '', 'line-curve.csv', 4 from run");
         store.database().execute("delete from schema_version where version > 1");
     }
     ResultsStore store(strFile);
     EXPECT_EQ(findNumber(store.database(), "select count(*) from final_measurement"), 3);
+    EXPECT_EQ(findNumber(store.database(), "select 1 from attachment where kind = 'attached'"), 1);
     Database copy(strFile + ".version-1", Access::read);
     EXPECT_EQ(findNumber(copy, "select max(version) from schema_version"), 1);
     EXPECT_EQ(findNumber(copy, "select count(*) from measurement"), 3);

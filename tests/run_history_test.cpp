@@ -251,6 +251,28 @@ TEST_F(RunHistory, RepeatsUntilAFailure) {
     EXPECT_EQ(run(strPlan, {"--until-failure"}).s32Exit, 2);
 }
 
+// What 10,000 steps would need, from what a few and some more do.
+TEST_F(RunHistory, MemoryGrowsLittleWithTheSteps) {
+    const auto peakWith = [&](int steps) {
+        const std::string strPlan =
+            writeFile("long.plan", "plan Long\nrepeat for i in 1.." + std::to_string(steps) +
+                                       "\nstep s\ncommon_hw_err_msg 5\n" + "measure Level = status in -8..-5\nend\n");
+        double most = 0;
+        const test::ProcessResult result =
+            runBeside({"--set", set(), "--yes", "run", "--report", reports(), strPlan}, [&](pid_t process) {
+                for (double now = 1; now > 0; now = test::peakMebibytesOf(process)) {
+                    most = std::max(most, now);
+                    std::this_thread::sleep_for(1ms);
+                }
+            });
+        EXPECT_EQ(result.s32Exit, 0) << result.strError;
+        return most;
+    };
+    constexpr int kFew = 300, kMore = 1800;
+    const double few = peakWith(kFew), more = peakWith(kMore);
+    EXPECT_LT(few + (more - few) * (10000 - kFew) / (kMore - kFew), 100);
+}
+
 // --- Resumed runs ----------------------------------------------------------------------------------------------------
 
 class Resume : public RunHistory {

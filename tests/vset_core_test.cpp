@@ -101,10 +101,18 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(HW_FS_Fread(acBytes, 1, 8, pStream), 0) << "the end is no error";
     EXPECT_EQ(HW_FS_Fwrite("x", 1, 1, pStream), -1) << "opened for reading";
     EXPECT_EQ(HW_FS_Fseek(pStream, -1, SEEK_SET), -1);
+    errno = 0;
+    EXPECT_EQ(HW_FS_Fread(acBytes, 1, 8, nullptr), -1);
+    EXPECT_EQ(errno, EFAULT);
     const int s32Descriptors = test::openDescriptors();
     vset::inject({"HW_FS_Fclose", -1});
     EXPECT_EQ(HW_FS_Fclose(pStream), -1);
     EXPECT_EQ(test::openDescriptors(), s32Descriptors - 1) << "a close that fails has closed";
+    FILE* const apFiles[] = {HW_FS_Fopen("/data/first", "wb"), HW_FS_Fopen("/data/second", "wb")};
+    EXPECT_EQ(HW_FS_Fwrite("1", 1, 1, apFiles[0]), 1);
+    EXPECT_EQ(HW_FS_Fwrite("2", 1, 1, apFiles[1]), 1);
+    EXPECT_EQ(HW_FS_Fclose(apFiles[1]) + HW_FS_Fclose(apFiles[0]), 0);
+    EXPECT_EQ(read("/data/first") + read("/data/second"), "12") << "side by side";
 }
 
 class VsetFaults : public test::MiddlewareTest {};

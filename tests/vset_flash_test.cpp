@@ -139,6 +139,7 @@ TEST_F(VsetFlash, TheEnvironmentIsStoredAsBootLoadersKeepIt) {
     EXPECT_EQ(getVar(hFlash, image, "a"), "x=y");
     EXPECT_THAT(vset::flash::environment(E_HW_FLASH_TYPE_SPI_NOR), ElementsAre(Pair("a", "x=y"), Pair("b", "1")));
     EXPECT_EQ(vset::flash::environment(E_HW_FLASH_TYPE_EMMC).at("bootdelay"), "0") << "each type has its own";
+    EXPECT_EQ(vset::flash::environment(E_HW_FLASH_TYPE_EMMC).at("model"), "LM-VSET");
 }
 
 TEST_F(VsetFlash, SettingEditsTheRecordsInPlace) {

@@ -84,6 +84,12 @@ TEST_F(Journal, HoldsEveryArgumentAndOutput) {
     HW_DISP_SetAttr(hWindow, 0x402, &stRead);
     EXPECT_EQ(last(hWindow), "HW_DISP_SetAttr(handle=H attr=1026 value=set) = 0x5") << "of an unknown type";
 
+    const std::vector<HW_U16> red(256, 1), green(256, 2), blue(256, 3);
+    const HW_DISP_GammaCurve_t stGamma = {0, 1, {red.data(), green.data(), blue.data()}, {1, 2, 3}};
+    HW_DISP_SetPictureParam(hWindow, E_HW_DISP_PICTURE_GAMMA_CURVE, &stGamma);
+    EXPECT_THAT(last(), HasSubstr("red=[512 bytes, crc 0xfebe3ede] green=[512 bytes, crc 0x2a82e234] "
+                                  "blue=[512 bytes, crc 0x6696a992]"));
+
     const std::string strPath = "/data/\"q\"\\" + std::string(500, 'x');
     HW_FS_Unlink(strPath.c_str());
     EXPECT_EQ(last(), "HW_FS_Unlink(path=\"/data/\\\"q\\\"\\\\" + std::string(86, 'x') + "\"...) = -1");

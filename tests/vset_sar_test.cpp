@@ -92,7 +92,9 @@ TEST_F(VsetSar, RefusesWhatAChipRefuses) {
     HW_Handle_t hSar = kUntouched;
     HW_U32 u32Out = kUntouched;
     const HW_Handle_t hAdc = openAdc(1), hKeypad = openKeypad();
-    HW_SAR_KeypadConfig_t stKeys = kFiveKeys;
+    HW_SAR_KeypadConfig_t stKeys = kFiveKeys, stElsewhere = kFiveKeys;
+    stElsewhere.u32Channel = vset::sar::kKeypadChannel + 1;
+    const HW_SAR_OpenParams_t stOther = {E_HW_SAR_MODE_KEYPAD, 0, 1, &stElsewhere};
     const HW_SAR_OpenParams_t stMode = {2, 0, 1, &stKeys}, stNoKeys = {E_HW_SAR_MODE_KEYPAD, 0, 1, nullptr};
     const HW_SAR_CallbackParams_t stNoEvent = {take, 0, 0}, stEvents = {take, 5, 0};
     const HW_SAR_CallbackParams_t aEnds[] = {kTake, {nullptr, 2, 0}, {nullptr, 5, 0}, {nullptr, 1, 1}};
@@ -102,6 +104,7 @@ TEST_F(VsetSar, RefusesWhatAChipRefuses) {
     test::expectRefusals({
         {"mode 2", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stMode, &hSar); }},
         {"keypad without keys", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stNoKeys, &hSar); }},
+        {"keypad of another channel", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stOther, &hSar); }},
         {"mode 2 later", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_ConfigMode(hAdc, 2); }},
         {"value before a mode", HW_ERR_FAILED, [&] { return HW_SAR_AdcGetValue(hAdc, &u32Out); }},
         {"value to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_AdcGetValue(hAdc, nullptr); }},

@@ -3,9 +3,12 @@
 #ifndef TESTS_SUPPORT_PROCESS_H
 #define TESTS_SUPPORT_PROCESS_H
 
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace test {
 
@@ -31,6 +34,19 @@ struct Typed {
 };
 ProcessResult runOnTerminal(const std::vector<std::string>& command, const std::vector<Typed>& typed,
                             unsigned int u32Columns = 200);
+
+// The most memory that a running process has had; 0 after its end, and with a sanitizer, which keeps what is free.
+inline double peakMebibytesOf([[maybe_unused]] pid_t process) {
+#ifndef FAPI_SANITIZED
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string strLine; std::getline(status, strLine);) {
+        if (strLine.rfind("VmHWM:", 0) == 0) {
+            return std::stod(strLine.substr(6)) / 1024;
+        }
+    }
+#endif
+    return 0;
+}
 
 }  // namespace test
 

@@ -86,9 +86,13 @@ void syncFolderOf(const std::string& file) {
 }
 
 void writeFile(const std::string& file, const std::string& text) {
+    writeFile(file, [&](const TextSink& sink) { sink(text); });
+}
+
+void writeFile(const std::string& file, const std::function<void(const TextSink& sink)>& tell) {
     const OpenFile open(file, O_WRONLY | O_CREAT | O_TRUNC);
     try {
-        open.write(text);
+        tell([&](const std::string& piece) { open.write(piece); });
     } catch (const FileError&) {
         removePartOf(file);
         throw;

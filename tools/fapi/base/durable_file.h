@@ -3,6 +3,7 @@
 #ifndef FAPI_BENCH_BASE_DURABLE_FILE_H
 #define FAPI_BENCH_BASE_DURABLE_FILE_H
 
+#include <functional>
 #include <string>
 
 #include "protocol/message.h"
@@ -21,8 +22,13 @@ FileError writeError(const std::string& file, int error);
 // Removes the beginning of a file that could not be written to its end. A device, or what a link leads to, stays.
 void removePartOf(const std::string& file);
 
+// Takes the pieces of a text in their order.
+using TextSink = std::function<void(const std::string& piece)>;
+
 // Throws FileError, and there is then no such file.
 void writeFile(const std::string& file, const std::string& text);
+// The same with a text that comes in pieces.
+void writeFile(const std::string& file, const std::function<void(const TextSink& sink)>& tell);
 
 // An open file. All paths are the PC's.
 class OpenFile {

@@ -2,8 +2,10 @@
 // `fapi clean`: removes what runs have left behind and nobody needs.
 #include "cli/clean.h"
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <set>
 
@@ -38,27 +40,32 @@ std::uintmax_t bytesOf(const fs::path& path) {
     return bytes;
 }
 
-// The pictures that the JSON report in the file names; nothing when it is no report of a run. One without a byte is a
-// name that a run has taken and never used.
-std::optional<std::vector<std::string>> picturesOfReport(const fs::path& file) {
+// The files of steps that the JSON report in the file names; nothing when it is no report of a run. One without a byte
+// is a name that a run has taken and never used.
+std::optional<std::vector<std::string>> filesNamedIn(const fs::path& file) {
     if (!fs::is_regular_file(fs::symlink_status(file))) {
         return std::nullopt;
     }
-    std::vector<std::string> pictures;
+    std::vector<std::string> names;
     if (fs::file_size(file) == 0) {
-        return pictures;
+        return names;
     }
     try {
         const Json json = parseJson(OpenFile(file.string(), O_RDONLY).read());
         for (const char* wanted : {"plan", "set", "good"}) {
             static_cast<void>(json.at(wanted));
         }
+        std::vector<KeptFile> kept;
         for (const Json& step : json.at("steps")) {
-            for (const Json& picture : step.at("pictures")) {
-                pictures.push_back(picture.at("file").get<std::string>());
+            for (const Json& attempt : step.at("attempts")) {
+                for (const Json& command : attempt.at("commands")) {
+                    addKeptFiles(command, kept);
+                }
             }
         }
-        return pictures;
+        std::transform(kept.begin(), kept.end(), std::back_inserter(names),
+                       [](const KeptFile& one) { return one.file; });
+        return names;
     } catch (const Json::exception&) {
         return std::nullopt;
     }
@@ -175,8 +182,8 @@ private:
             FileLocks locks;
             if (!locks.take(entry.path().string())) {
                 keep("report", stem, "still being made");
-            } else if (const auto pictures = picturesOfReport(entry.path())) {
-                remove("report", stem, filesOfReport(stem, *pictures));
+            } else if (const auto names = filesNamedIn(entry.path())) {
+                remove("report", stem, filesOfReport(stem, *names));
             }
         }
     }

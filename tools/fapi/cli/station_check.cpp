@@ -54,6 +54,9 @@ public:
         check("rights", 0, [&] { return rightsText(); });
         check("disk", 0, [&] { return diskText(); });
         check("store", 0, [&] { return storeText(); });
+        if (!_station.server.address.empty()) {
+            check("server", _station.server.line, [&] { return serverText(); });
+        }
         check("clock", 0, [&] { return clockText(); });
         for (const StationTarget& target : _station.targets) {
             check("target " + target.name, target.line, [&] { return targetText(target); });
@@ -169,6 +172,17 @@ private:
             throw SetError("the server has refused " + countOf(parked, "run") + ": see fapi results status");
         }
         return countOf(waiting, "run") + " in the outbox";
+    }
+
+    // Runs wait for a server that is away, so that it keeps no shift from its work.
+    std::string serverText() const {
+        checkServerAddress(_station.server.address);
+        try {
+            const Database server(_station.server.address, Access::read);
+            return "answers";
+        } catch (const ResultsError& error) {
+            return std::string("runs wait for it: ") + error.what();
+        }
     }
 
     // A run that is older than the one before it would be in no statistics that can be trusted.

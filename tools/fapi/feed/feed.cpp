@@ -40,10 +40,8 @@ Feed::Server::Server(const std::string& address) : database(address, Access::wri
 
 Feed::Feed(const std::string& file, std::string server)
     : _address(std::move(server)), _store(file), _atOnce(kTogether) {
-    checkServerAddress(_address);
     knowServerStates(stateOf);
-    runOnce(_store.database(), "insert into feed (server, contact, trouble) values (:a, '', '') on conflict do nothing",
-            {_address});
+    _store.noteServer(_address);
 }
 
 long long Feed::waiting() {

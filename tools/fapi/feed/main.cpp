@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "feed/feed.h"
+#include "station/station.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ constexpr char kFooter[] =
 struct FeedOptions {
     std::string file = "reports/results.sqlite";
     std::string server;
+    std::string station;
     bool follow = false;
     bool retry = false;
 };
@@ -84,13 +86,25 @@ int feedAll(Feed& feed, bool follow) {
     }
 }
 
+std::string serverFor(const FeedOptions& options) {
+    if (!options.server.empty()) {
+        return options.server;
+    }
+    const Station station = readStation(stationFile(options.station));
+    if (station.server.address.empty()) {
+        throw UsageError("no server: name one, or write \"server = ADDRESS\" below [results] of " +
+                         (station.file.empty() ? "station.ini" : station.file));
+    }
+    return station.server.address;
+}
+
 int run(const FeedOptions& options) {
     std::error_code error;
     if (!std::filesystem::exists(options.file, error)) {
         say(options.file + ": there are no results");
         return kExitUsage;
     }
-    Feed feed(options.file, options.server);
+    Feed feed(options.file, serverFor(options));
     if (options.retry) {
         feed.retryParked();
     }
@@ -105,9 +119,12 @@ int main(int argc, char** argv) {
     FeedOptions options;
     CLI::App app{"Sends the results of a station to a PostgreSQL server.", "fapi-feed"};
     app.footer(kFooter);
-    app.add_option("--store", options.file, "The station's file; reports/results.sqlite when left out")
+    app.add_option("--store", options.file, "The file of results; reports/results.sqlite when left out")
         ->type_name("FILE");
-    app.add_option("SERVER", options.server, "postgresql://HOST/DATABASE, or service=NAME")->required();
+    app.add_option("SERVER", options.server,
+                   "postgresql://HOST/DATABASE, or service=NAME; the server of station.ini when left out");
+    app.add_option("--station", options.station, "The station's file, in place of $FAPI_STATION and the usual places")
+        ->type_name("FILE");
     app.add_flag("--follow", options.follow, "Go on, and send what comes");
     app.add_flag("--retry-parked", options.retry, "Send once more what the server has refused");
     try {

@@ -59,6 +59,7 @@ RunParts partsIn(const Json& json, const RunRecord& run) {
         AttachmentRecord row;
         row.run = run.id;
         row.number = static_cast<long long>(parts.attachments.size());
+        row.kind = kPicture;
         row.name = row.file = picture.get<std::string>();
         parts.attachments.push_back(std::move(row));
     }

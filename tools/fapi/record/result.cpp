@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 
 namespace tool {
 
@@ -38,7 +39,7 @@ double StepResult::seconds() const {
 }
 
 void StepResult::fold() {
-    if (attempts.size() == 1 && verdict() == Verdict::passed) {
+    if (attempts.size() == 1 && verdict() == Verdict::passed && files().empty()) {
         foldedSeconds = static_cast<float>(seconds());
         isFolded = true;
         attempts = {};
@@ -182,44 +183,47 @@ std::vector<std::string> PlanResult::notes() const {
     return {notes.begin(), notes.end()};
 }
 
-std::vector<std::string> StepResult::pictures() const {
-    std::vector<Json> pictures;
-    addAllOf(*this, "picture", pictures);
-    std::vector<std::string> files;
-    for (const Json& picture : pictures) {
-        files.push_back(picture["file"].get<std::string>());
+void addKeptFiles(const Json& command, std::vector<KeptFile>& files) {
+    const auto add = [&](const char* kind, const Json& file) {
+        files.push_back({kind, file.at("name").get<std::string>(), file.at("file").get<std::string>()});
+    };
+    if (const auto picture = command.find("picture"); picture != command.end()) {
+        add(kPicture, *picture);
     }
-    // What programs of the step have attached is kept as its pictures are.
-    std::vector<Json> attachments;
-    addAllOf(*this, "attachments", attachments);
-    for (const Json& ofCommand : attachments) {
-        for (const Json& attachment : ofCommand) {
-            files.push_back(attachment["file"].get<std::string>());
+    for (const Json& attached : command.value("attachments", Json::array())) {
+        add(kAttached, attached);
+    }
+}
+
+std::vector<KeptFile> StepResult::files() const {
+    std::vector<KeptFile> found;
+    for (const Attempt& attempt : attempts) {
+        for (const Json& command : attempt.commands) {
+            addKeptFiles(command, found);
         }
     }
-    return files;
+    return found;
 }
 
-std::vector<std::string> PlanResult::pictures() const {
-    std::vector<std::string> files;
+std::vector<std::string> PlanResult::files() const {
+    std::set<std::string> names;
     for (const StepResult& step : steps) {
-        const std::vector<std::string> more = step.pictures();
-        files.insert(files.end(), more.begin(), more.end());
+        for (const KeptFile& kept : step.files()) {
+            names.insert(kept.file);
+        }
     }
-    std::sort(files.begin(), files.end());
-    files.erase(std::unique(files.begin(), files.end()), files.end());
-    return files;
+    return {names.begin(), names.end()};
 }
 
-std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures) {
+std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& ofSteps) {
     std::vector<std::string> files;
     for (const char* extension : kReportExtensions) {
         files.push_back(stem + extension);
     }
     const fs::path path(stem);
-    for (const std::string& picture : pictures) {
-        if (picture.rfind(path.filename().string() + "-", 0) == 0 && picture.find('/') == std::string::npos) {
-            files.push_back((path.parent_path() / picture).string());
+    for (const std::string& name : ofSteps) {
+        if (name.rfind(path.filename().string() + "-", 0) == 0 && name.find('/') == std::string::npos) {
+            files.push_back((path.parent_path() / name).string());
         }
     }
     const auto isMissing = [](const std::string& file) {

@@ -26,6 +26,16 @@ struct Attempt {
 // Reports list so many steps of a run whatever becomes of them. Of those after them they list what did not pass.
 constexpr std::size_t kListedSteps = 10000;
 
+// A file that a line of a plan has left beside the report.
+struct KeptFile {
+    const char* kind;  // kPicture or kAttached
+    std::string name;  // as the plan or its program calls it
+    std::string file;
+};
+
+// Adds the files that the record of a line names.
+void addKeptFiles(const Json& command, std::vector<KeptFile>& files);
+
 struct StepResult {
     std::vector<Attempt> attempts;
     std::shared_ptr<const std::string> why;  // it was not run
@@ -38,6 +48,7 @@ struct StepResult {
     }
     std::string text() const { return !attempts.empty() ? attempts.back().judgement.text : why ? *why : ""; }
     // Forgets what has come of a step that has passed at once, as the store has it: a loop may have a million of them.
+    // One with files stays, for those are counted at the end.
     void fold();
     // With the waiting between attempts.
     double seconds() const;
@@ -45,8 +56,8 @@ struct StepResult {
     Json kept(const char* what) const;
     // What the last attempt has measured by name.
     Json measurements() const;
-    // The files of the pictures that attempts have left beside the report.
-    std::vector<std::string> pictures() const;
+    // Of all attempts.
+    std::vector<KeptFile> files() const;
     // What the chip has refused in the last attempt, as addRefusals() tells it.
     Json refusals() const;
 };
@@ -95,8 +106,8 @@ struct PlanResult {
     std::string waiver() const;
     // What the PC could not do for the report: no fault of the set, and in no verdict.
     std::vector<std::string> notes() const;
-    // The files of the pictures that attempts have left beside the report, and those that programs have attached.
-    std::vector<std::string> pictures() const;
+    // The names of the files that steps have left beside the report.
+    std::vector<std::string> files() const;
 };
 
 // How many steps came to what.
@@ -107,10 +118,10 @@ struct RunCounts {
     std::size_t passed, marginal, failed, errors, interrupted, notRun, skipped;
 };
 
-// What the names of a report's files end with, but for pictures.
+// What the names of a report's files end with, but for those of its steps.
 constexpr const char* kReportExtensions[] = {".xml", ".json", ".html"};
-// The files of a report that are there: one of each kind, and those of its pictures that bear its name.
-std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& pictures);
+// The files of a report that are there: one of each kind, and those of its steps that bear its name.
+std::vector<std::string> filesOfReport(const std::string& stem, const std::vector<std::string>& ofSteps);
 
 constexpr const char* kReportFolder = "reports";
 

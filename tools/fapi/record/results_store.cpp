@@ -191,6 +191,12 @@ void ResultsStore::endDeadRun(const std::string& run) {
     putOut(run);
 }
 
+void ResultsStore::noteServer(const std::string& address) {
+    checkServerAddress(address);
+    runOnce(_database, "insert into feed (server, contact, trouble) values (:a, '', '') on conflict do nothing",
+            {address});
+}
+
 void ResultsStore::begin(RunRecord& run) {
     Transaction transaction(_database);
     for (const ActiveRun& active : activeRuns(_database)) {

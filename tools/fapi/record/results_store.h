@@ -50,6 +50,9 @@ public:
     explicit ResultsStore(const std::string& file);
 
     Database& database() { return _database; }
+    // From then on runs wait for this server, and are not forgotten before it has them. Throws UsageError for an
+    // address that must not be used.
+    void noteServer(const std::string& address);
     // Stores a run that begins, with the number and the attempt that it gives it. Throws UnitIsBusy.
     void begin(RunRecord& run);
     // Stores what has come of steps, in one transaction.

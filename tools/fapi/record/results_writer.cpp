@@ -36,7 +36,10 @@ const std::string& withRoom(const std::string& file) {
 
 }  // namespace
 
-ResultsWriter::ResultsWriter(const std::string& file) : _file(file), _store(withRoom(file)) {
+ResultsWriter::ResultsWriter(const std::string& file, const std::string& server) : _file(file), _store(withRoom(file)) {
+    if (!server.empty()) {
+        _store.noteServer(server);
+    }
     // Signals are for the thread that carries the run out.
     sigset_t all, before;
     sigfillset(&all);

@@ -15,8 +15,9 @@ namespace tool {
 // run ends.
 class ResultsWriter {
 public:
-    // Throws ResultsError, also where the disk has no room for a run.
-    explicit ResultsWriter(const std::string& file);
+    // Throws ResultsError, also where the disk has no room for a run. `server` is the one that is to have the runs;
+    // empty: none is known yet.
+    explicit ResultsWriter(const std::string& file, const std::string& server = "");
     ~ResultsWriter();
     ResultsWriter(const ResultsWriter&) = delete;
     ResultsWriter& operator=(const ResultsWriter&) = delete;

@@ -35,11 +35,11 @@ RunFiles filesOf(Database& database, const std::string& folder, const RunRecord&
     if (isShared || access(UnfinishedRun::fileOf(stem).c_str(), F_OK) == 0) {
         return found;
     }
-    std::vector<std::string> pictures;
+    std::vector<std::string> ofSteps;
     for (const AttachmentRecord& row : readRows<AttachmentRecord>(database, "where run = :a", {run.id})) {
-        pictures.push_back(row.file);
+        ofSteps.push_back(row.file);
     }
-    found.files = filesOfReport(stem, pictures);
+    found.files = filesOfReport(stem, ofSteps);
     for (const std::string& file : found.files) {
         std::error_code error;
         const std::uintmax_t bytes = fs::file_size(file, error);

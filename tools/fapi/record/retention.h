@@ -11,7 +11,7 @@ namespace tool {
 struct Retention {
     std::optional<long long> runs;   // the newest
     std::optional<long long> days;   // since a run began
-    std::optional<long long> bytes;  // of the reports and pictures of runs
+    std::optional<long long> bytes;  // of the reports and other files of runs
 };
 
 struct RunFiles {

@@ -185,10 +185,15 @@ struct MeasurementRecord {
 // Of what is the whole run's and no step's.
 constexpr long long kNoStep = -1;
 
+// What a file beside the report is.
+constexpr const char* kReportFile = "report";
+constexpr const char* kPicture = "picture";
+constexpr const char* kAttached = "attached";  // by a program of the plan
+
 struct AttachmentRecord {
     std::string run;
     long long number = 0, step = 0;
-    std::string name, hash, file;  // the SHA-256; the file is beside the report
+    std::string kind = kReportFile, name, hash, file;  // the SHA-256; the file is beside the report
     long long bytes = 0;
 
     static constexpr const char* kTable = "attachment";
@@ -197,6 +202,7 @@ struct AttachmentRecord {
         column("run", row.run);
         column("number", row.number);
         column("step", row.step);
+        column("kind", row.kind);
         column("name", row.name);
         column("hash", row.hash);
         column("file", row.file);

@@ -207,12 +207,14 @@ std::string sumOf(const std::string& text) {
 }
 
 // A file of a run; the hash is empty when it cannot be read.
-AttachmentRecord attachmentOf(const std::string& run, const std::string& file) {
+AttachmentRecord attachmentOf(const std::string& run, long long step, const KeptFile& kept, const fs::path& folder) {
     AttachmentRecord row;
     row.run = run;
-    row.step = kNoStep;
-    row.name = row.file = fs::path(file).filename().string();
-    std::ifstream stream(file, std::ios::binary);
+    row.step = step;
+    row.kind = kept.kind;
+    row.name = kept.name;
+    row.file = kept.file;
+    std::ifstream stream(folder / kept.file, std::ios::binary);
     std::vector<char> piece(1u << 16);
     Sha256 sum;
     while (stream.read(piece.data(), static_cast<std::streamsize>(piece.size())) || stream.gcount() > 0) {
@@ -324,21 +326,20 @@ void RunRecording::end(const PlanResult& result, const std::vector<std::string>&
 void RunRecording::addAttachments(const PlanResult& result, const std::vector<std::string>& files) {
     RunParts parts;
     std::set<std::string> known;
-    const auto add = [&](const std::string& file, long long step) {
-        if (known.insert(file).second) {
-            AttachmentRecord row = attachmentOf(_run.id, file);
-            row.number = static_cast<long long>(parts.attachments.size());
-            row.step = step;
-            parts.attachments.push_back(std::move(row));
+    const auto add = [&](const KeptFile& kept, long long step) {
+        if (known.insert(kept.file).second) {
+            parts.attachments.push_back(attachmentOf(_run.id, step, kept, _folder));
+            parts.attachments.back().number = static_cast<long long>(parts.attachments.size()) - 1;
         }
     };
     for (std::size_t i = 0; i < result.steps.size(); ++i) {
-        for (const std::string& picture : result.steps[i].pictures()) {
-            add((fs::path(_folder) / picture).string(), static_cast<long long>(i));
+        for (const KeptFile& kept : result.steps[i].files()) {
+            add(kept, static_cast<long long>(i));
         }
     }
     for (const std::string& file : files) {
-        add(file, kNoStep);
+        const std::string name = fs::path(file).filename().string();
+        add({kReportFile, name, name}, kNoStep);
     }
     _writer.add(std::move(parts));
 }

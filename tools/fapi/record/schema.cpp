@@ -92,14 +92,23 @@ constexpr const char* kSkippedAndTimes[] = {
     "alter table run add column in_waits double precision not null default 0",
 };
 
+// Whether a file is a report, a picture, or what a program has attached.
+constexpr const char* kKindOfAttachment[] = {
+    "alter table attachment add column kind text not null default 'report'",
+    "update attachment set kind = case when file like '%.png' then 'picture' else 'attached' end "
+    "where step >= 0",
+};
+
 struct Version {
     const char* const* statements;
     std::size_t count;
 };
 
 // In their order; a store of version N has had the first N.
-constexpr Version kVersions[] = {
-    {kTables, std::size(kTables)}, {kViews, std::size(kViews)}, {kSkippedAndTimes, std::size(kSkippedAndTimes)}};
+constexpr Version kVersions[] = {{kTables, std::size(kTables)},
+                                 {kViews, std::size(kViews)},
+                                 {kSkippedAndTimes, std::size(kSkippedAndTimes)},
+                                 {kKindOfAttachment, std::size(kKindOfAttachment)}};
 constexpr long long kNewest = std::size(kVersions);
 
 // Programs that come to an empty server at the same time take turns by this number.

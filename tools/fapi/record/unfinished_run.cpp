@@ -333,7 +333,7 @@ std::vector<std::string> UnfinishedRun::files() const {
     for (const auto& [index, step] : _steps) {
         result.steps.push_back(step);
     }
-    const std::vector<std::string> report = filesOfReport(_stem, result.pictures());
+    const std::vector<std::string> report = filesOfReport(_stem, result.files());
     found.insert(found.end(), report.begin(), report.end());
     return found;
 }

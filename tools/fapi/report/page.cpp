@@ -401,7 +401,7 @@ class HtmlReport : public Report {
 public:
     const char* extension() const override { return ".html"; }
 
-    std::string text(const PlanResult& result, const std::string& folder) const override {
+    void tell(const PlanResult& result, const std::string& folder, const TextSink& sink) const override {
         pugi::xml_document document;
         document.append_child(pugi::node_doctype).set_value("html");
         Html html(document.append_child("html"));
@@ -420,7 +420,7 @@ public:
         // Without indentation, which some elements would show.
         std::ostringstream stream;
         document.save(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
-        return stream.str();
+        sink(stream.str());
     }
 };
 

@@ -47,7 +47,7 @@ class JUnitReport : public Report {
 public:
     const char* extension() const override { return ".xml"; }
 
-    std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
+    void tell(const PlanResult& result, const std::string& /*folder*/, const TextSink& sink) const override {
         pugi::xml_document document;
         document.append_child(pugi::node_declaration).append_attribute("version") = "1.0";
         pugi::xml_node suite = document.append_child("testsuites").append_child("testsuite");
@@ -70,7 +70,7 @@ public:
         }
         std::ostringstream stream;
         document.save(stream, "  ");
-        return stream.str();
+        sink(stream.str());
     }
 
 private:
@@ -168,7 +168,7 @@ class JsonReport : public Report {
 public:
     const char* extension() const override { return kJson; }
 
-    std::string text(const PlanResult& result, const std::string& /*folder*/) const override {
+    void tell(const PlanResult& result, const std::string& /*folder*/, const TextSink& sink) const override {
         Json json = {{"schema", kSchemaVersion},
                      {"run", result.record != nullptr ? recordJson(*result.record) : Json(nullptr)},
                      {"plan", result.plan->name},
@@ -191,17 +191,42 @@ public:
         for (const PlanFault& fault : result.plan->faults) {
             json["faults"].push_back(fault.text());
         }
-        for (std::size_t i = 0; i < result.steps.size(); ++i) {
-            if (result.isListed(i)) {
-                json["steps"].push_back(stepJson(*result.plan, i, result.steps[i]));
-                const std::string* reason = result.waiverOf(i);
-                json["steps"].back()["waived"] = reason != nullptr ? Json(*reason) : Json(nullptr);
-            }
-        }
-        return jsonText(json, 2) + '\n';
+        const std::string frame = jsonText(json, kIndent);
+        const std::size_t place = frame.find(kNoSteps) + std::strlen(kNoSteps) - 1;
+        sink(frame.substr(0, place));
+        tellSteps(result, sink);
+        sink(frame.substr(place) + '\n');
     }
 
 private:
+    static constexpr int kIndent = 2;
+    static constexpr char kNoSteps[] = "\n  \"steps\": []";
+
+    // One by one, for the values of all of them take more memory than all else of a run.
+    static void tellSteps(const PlanResult& result, const TextSink& sink) {
+        const char* between = "";
+        for (std::size_t i = 0; i < result.steps.size(); ++i) {
+            if (result.isListed(i)) {
+                Json step = stepJson(*result.plan, i, result.steps[i]);
+                const std::string* reason = result.waiverOf(i);
+                step["waived"] = reason != nullptr ? Json(*reason) : Json(nullptr);
+                sink(between + indented("\n" + jsonText(step, kIndent)));
+                between = ",";
+            }
+        }
+        sink(result.steps.empty() ? "" : "\n  ");
+    }
+
+    // Two levels deeper, for within a text no line ends.
+    static std::string indented(const std::string& lines) {
+        std::string text;
+        for (const char c : lines) {
+            text += c;
+            text.append(c == '\n' ? 2 * kIndent : 0, ' ');
+        }
+        return text;
+    }
+
     // docs/record.schema.json describes it.
     static constexpr int kSchemaVersion = 1;
 
@@ -333,7 +358,7 @@ std::vector<std::string> ReportFiles::write(const PlanResult& result, std::vecto
     for (const std::unique_ptr<Report>& report : reports()) {
         const std::string file = _stem + report->extension();
         try {
-            writeFile(file, report->text(result, folder));
+            writeFile(file, [&](const TextSink& sink) { report->tell(result, folder, sink); });
             files.push_back(file);
         } catch (const FileError& error) {
             problems.emplace_back(error.what());

@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "base/durable_file.h"
 #include "record/result.h"
 
 namespace tool {
@@ -14,8 +15,8 @@ class Report {
 public:
     virtual ~Report() = default;
     virtual const char* extension() const = 0;
-    // What the file is to hold; `folder` is where that and the pictures lie.
-    virtual std::string text(const PlanResult& result, const std::string& folder) const = 0;
+    // Says what the file is to hold; `folder` is where that and the pictures lie.
+    virtual void tell(const PlanResult& result, const std::string& folder, const TextSink& sink) const = 0;
 };
 
 // JUnit XML, JSON and HTML.

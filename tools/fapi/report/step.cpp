@@ -203,6 +203,12 @@ void writeKept(Html parent, const StepResult& result, const std::string& folder)
             writePicture(gallery, picture, folder);
         }
     }
+    for (const Json& attachments : result.kept("attachments")) {
+        for (const Json& attached : attachments) {
+            const std::string name = textOf(attached, "name"), file = textOf(attached, "file");
+            parent.add("p", "note", "Attached " + name + ": " + file + ", next to this page.");
+        }
+    }
     for (const Json& data : result.kept("data")) {
         Html figure = parent.add("figure");
         figure.add("figcaption", "", textOf(data, "name"));

@@ -152,6 +152,16 @@ void LineRun::judgeProgram(const Words& command, const ProgramResult& result) {
     }
 }
 
+// A name next to the report that no other file has: programs may attach files of one name in several steps.
+static std::string freeNameFor(const std::string& report, const fs::path& name) {
+    std::string stored = report + "-" + name.string();
+    std::error_code error;
+    for (int number = 2; fs::exists(fs::symlink_status(stored, error)); ++number) {
+        stored = report + "-" + name.stem().string() + "-" + std::to_string(number) + name.extension().string();
+    }
+    return stored;
+}
+
 // Copies the files next to the report. One that is missing is no fault of the unit.
 void LineRun::attach(const std::vector<std::string>& files) {
     for (const std::string& file : files) {
@@ -164,9 +174,10 @@ void LineRun::attach(const std::vector<std::string>& files) {
             continue;
         }
         const std::string name = fs::path(file).filename().string();
-        const std::string stored = _context.report + "-" + name;
-        fs::copy_file(file, stored, fs::copy_options::overwrite_existing, error);
+        const std::string stored = freeNameFor(_context.report, name);
+        fs::copy_file(file, stored, error);
         if (error) {
+            removePartOf(stored);
             _told["note"] = name + " is not stored: " + error.message();
         } else {
             _told["attachments"].push_back({{"name", name}, {"file", fs::path(stored).filename().string()}});

@@ -129,7 +129,12 @@ private:
     void prepareStore() {
         prepareReportFolder(_folder);
         takeOverHistory(_folder);
-        _writer.emplace(resultsFileIn(_folder));
+        const Station& station = _options.place.file;
+        try {
+            _writer.emplace(resultsFileIn(_folder), station.server.address);
+        } catch (const UsageError& error) {
+            throw UsageError(station.file + ":" + std::to_string(station.server.line) + ": server: " + error.what());
+        }
     }
 
     // What was to go on for ever is not to do so unseen.
@@ -374,13 +379,16 @@ void checkWaivers(const std::vector<Plan>& plans, const RunOptions& options) {
     }
 }
 
+// What the command line gives, for each run that is wanted.
+std::vector<ParameterValues> givenValues(const std::vector<Plan>& plans, const RunOptions& options) {
+    const ParameterValues given = parseParameterWords(plans, options.parameters);
+    return options.parameterTable.empty() ? std::vector{given}
+                                          : readParameterRows(plans, options.parameterTable, given);
+}
+
 // The values of parameters, for each run that is wanted. Nothing of the plans runs when one of them is wrong.
 std::vector<ParameterValues> valuesOfRuns(const std::vector<Plan>& plans, const RunOptions& options) {
-    const ParameterValues given = parseParameterWords(plans, options.parameters);
-    std::vector<ParameterValues> rows = {given};
-    if (!options.parameterTable.empty()) {
-        rows = readParameterRows(plans, options.parameterTable, given);
-    }
+    std::vector<ParameterValues> rows = givenValues(plans, options);
     if (options.resume) {
         return rows;
     }
@@ -427,6 +435,7 @@ std::optional<PreparedRuns> prepareRuns(const RunOptions& options) {
         return std::nullopt;
     }
     if (options.dryRun) {
+        static_cast<void>(givenValues(prepared.plans, options));
         return prepared;
     }
     if (options.resume && prepared.plans.size() != 1) {

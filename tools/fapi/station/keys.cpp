@@ -101,7 +101,9 @@ const std::vector<SectionKind>& sectionKinds() {
          "section a run with another file, or with another version, is refused before it begins, and the refusal "
          "names the SHA-256 to write here: for a file alone what `sha256sum` prints. `fapi run --unapproved "
          "--reason TEXT` runs it nevertheless, and the record says who did so and why."},
-        {"results", false, "How much of past runs stays. `fapi run --keep N` means other numbers of runs."},
+        {"results", false,
+         "Where the results of runs go, and how much of past runs stays. `fapi run --keep N` means other numbers of "
+         "runs."},
     };
     return kinds;
 }
@@ -153,8 +155,14 @@ const std::vector<StationKey>& stationKeys() {
         {"results", "keep-days", "number", "", "10000", "Older runs are removed.",
          [](const KeyPlace& at) { at.station.kept.days = countUpTo(at.entry, kMostDays); }},
         {"results", "keep-bytes", "number", "", "1000000000000",
-         "The oldest runs are removed until reports and pictures of the others have no more bytes.",
+         "The oldest runs are removed until reports, pictures and attached files of the others have no more bytes.",
          [](const KeyPlace& at) { at.station.kept.bytes = countUpTo(at.entry, kMostBytes); }},
+        {"results", "server", "text", "", "",
+         "The server that `fapi-feed` sends the results to where its command line names none: "
+         "`postgresql://HOST/DATABASE` or `service=NAME`, without a password.",
+         [](const KeyPlace& at) {
+             at.station.server = {oneWord(at.entry), at.entry.line};
+         }},
         {"fixture", "command", "program", "", "", "Runs as long as the bench needs it.",
          [](const KeyPlace& at) { at.fixture().command = command(at.entry); }},
         {"fixture", "within", "time", "30s", "600s", "How long it may take to answer. It is ended then.",

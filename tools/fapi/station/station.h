@@ -74,6 +74,12 @@ struct KeptRuns {
     std::optional<long long> runs, days, bytes;
 };
 
+// Where fapi-feed sends the results of runs to.
+struct ResultsServer {
+    std::string address;  // empty: there is none
+    unsigned int line = 0;
+};
+
 struct Station {
     std::string file;  // empty: there is none
     std::string name;
@@ -86,6 +92,7 @@ struct Station {
     bool approvesPlans = false;  // what is not among these needs somebody's word
     std::vector<ApprovedFile> approved;
     KeptRuns kept;
+    ResultsServer server;
     std::vector<StationInstrument> instruments;
     KnownBad knownBad;
 
