@@ -238,7 +238,7 @@ void Supervisor::sendAgain(const Request& request) {
         return (lane.running && isIt(lane.running->request)) ||
                std::any_of(lane.waiting.begin(), lane.waiting.end(), isIt);
     });
-    answerOnce(request, {{"kept", isKept}, {"running", !isKept && isKnown}});
+    answerRepeatable(request, {{"kept", isKept}, {"running", !isKept && isKnown}});
     _wire.sendAgain(id);
 }
 
@@ -247,12 +247,12 @@ void Supervisor::sendPart(const Request& request) {
     if (!part) {
         return refuse(request, ErrorCode::unavailable, "no such part of a message is kept");
     }
-    answerOnce(request, {{"parts", part->parts}, {"text", std::string(part->text)}});
+    answerRepeatable(request, {{"parts", part->parts}, {"text", std::string(part->text)}});
 }
 
 void Supervisor::forgetMessages(const Request& request) {
     _wire.forgetMessages(request.params.at("read").number());
-    answerOnce(request, {{"last", _wire.lastMessage()}});
+    answerRepeatable(request, {{"last", _wire.lastMessage()}});
 }
 
 void Supervisor::cancel(const Request& request) {

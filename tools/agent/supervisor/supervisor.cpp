@@ -176,9 +176,10 @@ void Supervisor::answer(const Request& request, Field result) {
     send(Answer{request.id, std::move(result), std::nullopt});
 }
 
-// The answer is not kept: the request can be made again, and would take the room of one that cannot.
-void Supervisor::answerOnce(const Request& request, Field result) {
-    _wire.send(toJsonText(toField(Answer{request.id, std::move(result), std::nullopt}), true));
+// The request can be made again, so its answer makes room for those of others.
+void Supervisor::answerRepeatable(const Request& request, Field result) {
+    _wire.spare(request.id);
+    answer(request, std::move(result));
 }
 
 void Supervisor::refuse(const Request& request, ErrorCode code, const std::string& text, Field data) {

@@ -95,7 +95,7 @@ private:
 
     // --- Answers
     void answer(const Request& request, Field result);
-    void answerOnce(const Request& request, Field result);
+    void answerRepeatable(const Request& request, Field result);
     void refuse(const Request& request, ErrorCode code, const std::string& text, Field data = {});
     void send(const Answer& answer);
     void notify(const char* method, Field params);

@@ -72,6 +72,7 @@ void Wire::use(Framing framing) {
 
 void Wire::forgetAll() {
     _kept.clear();
+    _spared.clear();
     _keptBytes = 0;
     _messages.clear();
     _lastMessage = 0;
@@ -113,7 +114,7 @@ void Wire::answer(long long id, std::string text, bool isSure) {
         _keptBytes += text.size();
         _kept[id] = text;
         while (_kept.size() > kKeptAnswers || (_keptBytes > kKeptBytes && _kept.size() > 1)) {
-            forget(_kept.begin()->first);
+            forgetOne();
         }
     }
     send(std::move(text));
@@ -132,6 +133,17 @@ void Wire::forget(long long acknowledged) {
         _keptBytes -= _kept.begin()->second.size();
         _kept.erase(_kept.begin());
     }
+    _spared.erase(_spared.begin(), _spared.upper_bound(acknowledged));
+}
+
+// Without the answer to a call, the call would be made twice.
+void Wire::forgetOne() {
+    while (!_spared.empty() && _kept.count(*_spared.begin()) == 0) {
+        _spared.erase(_spared.begin());
+    }
+    const auto found = _spared.empty() ? _kept.begin() : _kept.find(*_spared.begin());
+    _keptBytes -= found->second.size();
+    _kept.erase(found);
 }
 
 std::optional<Wire::Part> Wire::part(long long message, long long number) const {

@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -46,6 +47,8 @@ public:
     // Queues an answer, and keeps it in checked framing. A long one, or one that must come before what is sent surely,
     // is sent like that.
     void answer(long long id, std::string text, bool isSure = false);
+    // The answer with that id is the first to be forgotten when too many are kept.
+    void spare(long long id) { _spared.insert(id); }
     // Queues a kept answer once more. False when there is none.
     bool sendAgain(long long id);
     bool isKept(long long id) const { return _kept.count(id) != 0; }
@@ -75,6 +78,7 @@ public:
 
 private:
     std::string keepMessage(std::string text);
+    void forgetOne();
 
     const int _in;
     const int _out;
@@ -89,6 +93,7 @@ private:
     std::size_t _waiting = 0;
     std::map<long long, std::string> _kept;
     std::size_t _keptBytes = 0;
+    std::set<long long> _spared;                 // of their ids
     std::map<long long, std::string> _messages;  // that are read part by part, by their numbers
     long long _lastMessage = 0;
     std::size_t _messageBytes = 0;

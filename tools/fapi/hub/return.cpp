@@ -58,7 +58,7 @@ void Hub::advanceReturn() {
         noteProgress();
     }
     if (_upUntil && now >= *_upUntil) {
-        giveUp((_returns == 0 ? "no answer to hello within " : "nothing but hello was answered within ") +
+        giveUp((_returns == 0 && !isUp() ? "no answer to hello within " : "nothing but hello was answered within ") +
                secondsText(_options.wire.upWithin) + (_whyLost.empty() ? "" : "; the wire was lost: " + _whyLost));
     } else if (_nextTry && now >= *_nextTry) {
         _nextTry.reset();

@@ -149,6 +149,11 @@ void Hub::receive(Line& line) {
         _wire->closeFor("sends more than 16 MiB without a newline");
     } else if (_isGreeted && _options.wire.isChecked && (line.kind == Line::Kind::damaged || isSpoilt(line))) {
         noteDamage("a message came damaged");
+        if (mayReturn() && !_upUntil) {
+            // One on which everything is damaged is as good as lost.
+            _upUntil = Clock::now() + _options.wire.upWithin;
+            _whyLost = "all came damaged";
+        }
         askAgain();
     } else if (line.kind == Line::Kind::message) {
         try {
