@@ -7,9 +7,9 @@
 #include <map>
 
 #include "base/durable_file.h"
+#include "language/words_of_plans.h"
 #include "plan/data.h"
 #include "plan/picture_line.h"
-#include "language/words_of_plans.h"
 #include "protocol/characters.h"
 #include "target/event_log.h"
 

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "operator/operator.h"
 #include "language/words_of_plans.h"
+#include "operator/operator.h"
 #include "protocol/characters.h"
 #include "target/session.h"
 

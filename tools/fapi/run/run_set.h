@@ -13,9 +13,9 @@
 
 #include "base/interrupts.h"
 #include "base/picture.h"
-#include "operator/question.h"
 #include "judge/calls.h"
 #include "judge/event.h"
+#include "operator/question.h"
 #include "program/program_run.h"
 #include "record/result.h"
 #include "run/armed_faults.h"
