@@ -352,7 +352,8 @@ TEST_F(ServeTest, WhatIsAwayIsToldAndComesBack) {
     readUntil(page, R"("up":true)");
     // The agent, in a run.
     const std::string hub = std::to_string(joinHub(set())->hello()["hub"].number());
-    act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
+    const std::string answer = act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
+    const pid_t runner = std::stoi(answer.substr(answer.find("\"pid\":") + 6));
     readUntil(page, R"("state":"running")");
     std::ifstream children("/proc/" + hub + "/task/" + hub + "/children");
     pid_t agent = 0;
@@ -360,7 +361,8 @@ TEST_F(ServeTest, WhatIsAwayIsToldAndComesBack) {
     kill(agent, SIGKILL);
     EXPECT_THAT(readUntil(page, R"("state":"ended")", 2000), HasSubstr(R"("verdict":"error")"));
     EXPECT_THAT(readUntil(listen(person), R"("up":true)"), HasSubstr(R"("up":true)"));
-    // The store.
+    // The store, which the run still has open at its end.
+    ASSERT_TRUE(eventually([&] { return kill(runner, 0) != 0; }));
     const std::string store = folder() + "/reports/results.sqlite";
     std::filesystem::rename(store, store + "-kept");
     writeFile("reports/results.sqlite", "no store");
