@@ -86,8 +86,10 @@ async function until(what, condition, limit = 30000) {
 // --- The server ---
 
 let server = null;
+const servers = [];
 async function serve(port = 0, words = []) {
     server = spawn(fapi, [...words, 'serve', '--listen', `127.0.0.1:${port}`, '--report', `${work}/reports`], { cwd: work });
+    servers.push(server);
     let text = '';
     server.stdout.on('data', (piece) => { text += piece; });
     server.stderr.on('data', (piece) => process.stderr.write(piece));
@@ -362,12 +364,15 @@ try {
 } catch (error) {
     complain('page', error.stack);
     for (const page of await browser.pages()) {
+        await page.bringToFront();
         await page.screenshot({ path: path.join(folder, 'page-fault.png') }).catch(() => {});
     }
 } finally {
     await browser.close();
-    server.kill();
-    await new Promise((done) => { server.exitCode === null ? server.once('exit', done) : done(); });
+    await Promise.all(servers.map((one) => new Promise((done) => {
+        one.exitCode === null && one.signalCode === null ? one.once('exit', done) : done();
+        one.kill();
+    })));
     fs.rmSync(work, { recursive: true, force: true });
 }
 console.log(faults === 0 ? `the page: nothing to mend; pictures are in ${folder}` : `the page: ${faults} faults; pictures are in ${folder}`);

@@ -50,11 +50,16 @@ class SlotCard {
 
     // A field for each parameter; the one that names the unit is the scanner's.
     async choose() {
+        const choice = this.choice = {};
         await attempt(this.trouble, async () => {
             remember(`plan/${this.name}`, this.select.value);
             this.fields.replaceChildren();
             this.button.disabled = true;
             const plan = await getJson('/api/plan', { plan: this.select.value, set: this.name });
+            if (choice !== this.choice) {
+                // Another plan has been chosen meanwhile.
+                return;
+            }
             if (!plan.good) {
                 throw new Error(`The plan has problems: ${plan.problems.map((one) => one.problem).join('; ')}`);
             }
