@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
-#include "plan/measure.h"
+#include "judge/measure.h"
 #include "plan/plan.h"
 #include "support/plan_fixture.h"
 #include "support/waiting.h"

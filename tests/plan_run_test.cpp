@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
-#include "plan/calls.h"
+#include "judge/calls.h"
 #include "support/plan_fixture.h"
 #include "support/waiting.h"
 

@@ -8,7 +8,7 @@
 
 #include "base/table.h"
 #include "base/terminal.h"
-#include "plan/verdict.h"
+#include "judge/verdict.h"
 #include "record/result.h"
 #include "target/output.h"
 

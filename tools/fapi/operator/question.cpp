@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "plan/parameter.h"
+#include "judge/parameter.h"
 #include "protocol/characters.h"
 
 namespace tool {

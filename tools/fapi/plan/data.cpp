@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "plan/picture_line.h"
-#include "plan/variables.h"
+#include "judge/variables.h"
 #include "target/arguments.h"
 #include "target/target_description.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/words.h"
-#include "plan/verdict.h"
+#include "judge/verdict.h"
 
 namespace tool {
 

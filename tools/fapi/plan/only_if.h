@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "plan/condition.h"
+#include "judge/condition.h"
 
 namespace tool {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "plan/limits.h"
+#include "judge/limits.h"
 #include "plan/part.h"
-#include "plan/variables.h"
+#include "judge/variables.h"
 
 namespace tool {
 

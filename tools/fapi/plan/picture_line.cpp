@@ -2,7 +2,7 @@
 // "picture" in plans.
 #include "plan/picture_line.h"
 
-#include "plan/variables.h"
+#include "judge/variables.h"
 #include "target/target_description.h"
 
 namespace tool {

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "plan/fault_file.h"
-#include "plan/limits.h"
+#include "judge/limits.h"
 #include "plan/order.h"
-#include "plan/parameter.h"
+#include "judge/parameter.h"
 #include "plan/step.h"
 
 namespace tool {

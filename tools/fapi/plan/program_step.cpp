@@ -8,7 +8,7 @@
 
 #include <unistd.h>
 
-#include "plan/variables.h"
+#include "judge/variables.h"
 
 namespace tool {
 

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <array>
 
-#include "plan/parameter.h"
-#include "plan/variables.h"
+#include "judge/parameter.h"
+#include "judge/variables.h"
 #include "target/target_description.h"
 
 namespace tool {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/words.h"
-#include "plan/event.h"
+#include "judge/event.h"
 
 namespace tool {
 

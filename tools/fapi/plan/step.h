@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "plan/expectation.h"
+#include "judge/expectation.h"
 #include "plan/only_if.h"
 #include "target/command.h"
 

@@ -11,7 +11,7 @@
 
 #include <unistd.h>
 
-#include "plan/verdict.h"
+#include "judge/verdict.h"
 #include "protocol/value.h"
 #include "record/identity.h"
 #include "record/schema.h"

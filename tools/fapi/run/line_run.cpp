@@ -10,7 +10,7 @@
 #include "operator/operator.h"
 #include "plan/data.h"
 #include "plan/picture_line.h"
-#include "plan/words_of_plans.h"
+#include "language/words_of_plans.h"
 #include "protocol/characters.h"
 #include "target/event_log.h"
 

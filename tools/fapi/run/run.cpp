@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "operator/operator.h"
-#include "plan/words_of_plans.h"
+#include "language/words_of_plans.h"
 #include "protocol/characters.h"
 #include "target/session.h"
 
