@@ -107,7 +107,8 @@ TEST_F(LineWorkTest, OutputIsBoundedAndFilesAreKeptWithTheReport) {
     EXPECT_EQ(readFile(reports() + "/" + told["attachments"][0]["file"].get<std::string>()), "1,2\n");
     EXPECT_EQ(readFile(reports() + "/" + command(1)["attachments"][0]["file"].get<std::string>()), "3,4\n");
     std::vector<std::string> kinds;
-    for (const auto& row : fapiJson({"history", "show", "last", "--report", reports()})["attachments"]) {
+    const nlohmann::json stored = fapiJson({"history", "show", "last", "--report", reports()});
+    for (const auto& row : stored["attachments"]) {
         const bool isOfStep = row["kind"] != "report";
         kinds.push_back(row["kind"].get<std::string>() + (isOfStep ? " " + row["name"].get<std::string>() : ""));
     }

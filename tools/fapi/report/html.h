@@ -7,6 +7,7 @@
 
 #include <pugixml.hpp>
 
+#include "base/durable_file.h"
 #include "protocol/characters.h"
 
 namespace tool {
@@ -27,6 +28,16 @@ public:
 
 private:
     pugi::xml_node _node;
+};
+
+// Hands a document over as it is written: its text is as large as many of its elements.
+class SinkWriter : public pugi::xml_writer {
+public:
+    explicit SinkWriter(const TextSink& sink) : _sink(sink) {}
+    void write(const void* data, std::size_t size) override { _sink({static_cast<const char*>(data), size}); }
+
+private:
+    const TextSink& _sink;
 };
 
 // "0.31 ms", "12 ms", "3.4 s", "2 min 5 s"

@@ -8,7 +8,6 @@
 #include <map>
 #include <numeric>
 #include <optional>
-#include <sstream>
 
 #include "base/report_text.h"
 #include "report/charts.h"
@@ -418,9 +417,8 @@ public:
         writeMeasurements(main, result);
         writeSteps(main, result, detailed, folder);
         // Without indentation, which some elements would show.
-        std::ostringstream stream;
-        document.save(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
-        sink(stream.str());
+        SinkWriter writer(sink);
+        document.save(writer, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
     }
 };
 

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <sstream>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -19,6 +18,7 @@
 #include "base/report_text.h"
 #include "protocol/characters.h"
 #include "record/identity.h"
+#include "report/html.h"
 #include "report/measured_text.h"
 #include "report/page.h"
 
@@ -68,9 +68,8 @@ public:
                 addStep(suite, *result.plan, i, result.steps[i]);
             }
         }
-        std::ostringstream stream;
-        document.save(stream, "  ");
-        sink(stream.str());
+        SinkWriter writer(sink);
+        document.save(writer, "  ");
     }
 
 private:

@@ -44,6 +44,8 @@ public:
     void run();
 
     const PlanResult& result() const { return _result; }
+    // At the end: a copy of a long run's steps takes as much memory as they do.
+    PlanResult takeResult() { return std::move(_result); }
 
 private:
     enum class State {

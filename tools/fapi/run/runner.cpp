@@ -240,7 +240,7 @@ private:
             printMessage("interrupted");
             return kExitInterrupted;
         }
-        PlanResult result = run.result();
+        PlanResult result = run.takeResult();
         if (recording) {
             recording->conclude(result);
             result.record = &recording->run();
