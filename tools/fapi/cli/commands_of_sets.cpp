@@ -117,7 +117,7 @@ void CommandLine::addSet() {
     if (set == nullptr) {
         return;
     }
-    if (!valueOf("--target").empty() || !valueOf("--station").empty()) {
+    if (isNamed("--target") || isNamed("--station")) {
         addOtherActions(set);
     } else {
         set->require_subcommand(1);
