@@ -87,7 +87,11 @@ TEST_F(ConformanceTest, EveryRuleHasAMisbehaviour) {
 
 class MisbehaviourTest : public ConformanceTest, public ::testing::WithParamInterface<std::string> {};
 
-// Among the rules of its family, or all rules with FAPI_TEST_ALL.
+// The keypad reads the same key.
+const std::map<std::string, std::set<std::string>> kBrokenToo = {
+    {"config.index-names-the-board", {"sar.keypad-opens", "sar.keypad-opens-again", "sar.callback-is-let-go"}}};
+
+// Among the rules of its family, or all rules with FAPI_TEST_ALL. Under a sanitizer the first one of each family.
 TEST_P(MisbehaviourTest, TurnsItsRuleRedAndNoOther) {
     for (const auto& [rule, planted] : misbehaviours()) {
         if (rule.substr(0, rule.find('.')) != GetParam()) {
@@ -95,9 +99,18 @@ TEST_P(MisbehaviourTest, TurnsItsRuleRedAndNoOther) {
         }
         setenv("VSET_MISBEHAVIOUR", planted.c_str(), 1);
         const bool isAll = std::getenv("FAPI_TEST_ALL") != nullptr;
-        EXPECT_THAT(notPassed({isAll ? "*" : GetParam(), rule}),
-                    ::testing::ElementsAre(::testing::Pair(rule, ::testing::StartsWith("fail: "))))
-            << planted;
+        auto found = notPassed({isAll ? "*" : GetParam(), rule});
+        if (const auto more = kBrokenToo.find(rule); isAll && more != kBrokenToo.end()) {
+            for (const std::string& other : more->second) {
+                EXPECT_EQ(found.erase(other), 1u) << other;
+            }
+        }
+        EXPECT_THAT(found, ::testing::ElementsAre(::testing::Pair(rule, ::testing::StartsWith("fail: ")))) << planted;
+#ifdef FAPI_SANITIZED
+        if (!isAll) {
+            break;
+        }
+#endif
     }
 }
 

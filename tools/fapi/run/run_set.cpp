@@ -354,26 +354,39 @@ const TimeLimit& RunSet::limit() const {
     return here.callLimit.at < steps.at ? here.callLimit : steps;
 }
 
-// Sets the timer for the limit that comes first.
+// Each step has a limit of its own. The timer is set where it would come too late; one that comes too early is set
+// again.
 void RunSet::armLimit() {
-    const TimeLimit& first = limit();
-    if (first.at == _armed.at) {
-        return;
+    if (const TimeLimit& first = limit(); first.at != _armed.at) {
+        _armed = first;
     }
-    _armed = first;
-    itimerspec time = {};
-    if (first.at != Steady::time_point::max()) {
-        const auto since = first.at.time_since_epoch();
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
-        time.it_value = {seconds.count(), std::chrono::nanoseconds(since - seconds).count()};
+    if (_armed.at < _timerAt) {
+        setTimer(_armed.at);
     }
+}
+
+void RunSet::setTimer(Steady::time_point at) {
+    _timerAt = at;
+    const auto since = at.time_since_epoch();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
+    const itimerspec time = {{}, {seconds.count(), std::chrono::nanoseconds(since - seconds).count()}};
     timerfd_settime(_limitTimer.get(), TFD_TIMER_ABSTIME, &time, nullptr);
 }
 
 // Ends the request that is waited for; a wait ends by itself.
 void RunSet::takeLimit() {
     std::uint64_t times = 0;
-    if (read(_limitTimer.get(), &times, sizeof(times)) != sizeof(times) || !_isRequesting) {
+    if (read(_limitTimer.get(), &times, sizeof(times)) != sizeof(times)) {
+        return;
+    }
+    _timerAt = Steady::time_point::max();
+    if (!_isRequesting) {
+        return;
+    }
+    if (Steady::now() < _armed.at) {
+        if (_armed.at != Steady::time_point::max()) {
+            setTimer(_armed.at);
+        }
         return;
     }
     _isTimedOut = true;

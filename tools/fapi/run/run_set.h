@@ -188,6 +188,7 @@ private:
     void takeSignals();
     void takeLimit();
     void armLimit();
+    void setTimer(std::chrono::steady_clock::time_point at);
     void endRequest();
     std::uint64_t flushCalls();
     void askForCalls();
@@ -218,7 +219,8 @@ private:
     bool _isInterrupted = false;
     bool _isRequesting = false;  // a request is waited for
     bool _isTimedOut = false;    // the request that is waited for has been ended for that
-    TimeLimit _armed;            // what the timer waits for
+    TimeLimit _armed;            // of the request that is waited for
+    std::chrono::steady_clock::time_point _timerAt = std::chrono::steady_clock::time_point::max();
     bool _isStuck = false;
     std::optional<WorkerEnded> _ended;
     std::string _lost;  // why there is no agent any more, or another one
