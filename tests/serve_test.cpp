@@ -340,9 +340,11 @@ TEST_F(ServeTest, AFloodIsThinnedOutForPagesAlone) {
     const std::string late = readUntil(stuck, R"("state":"ended")");
     EXPECT_THAT(late, HasSubstr(R"("left_out":true)"));
     EXPECT_LT(late.size(), std::size_t{2} * kEvents * kBytes) << "two digits a byte";
+#ifndef FAPI_SANITIZED
     std::ifstream status("/proc/" + std::to_string(_server) + "/status");
     const std::string memory(std::istreambuf_iterator<char>(status), {});
     EXPECT_LT(std::stol(memory.substr(memory.find("VmHWM:") + 6)), 200 * 1024) << "kilobytes";
+#endif
 }
 
 TEST_F(ServeTest, WhatIsAwayIsToldAndComesBack) {
@@ -358,7 +360,9 @@ TEST_F(ServeTest, WhatIsAwayIsToldAndComesBack) {
     pid_t agent = 0;
     ASSERT_TRUE(children >> agent);
     kill(agent, SIGKILL);
-    EXPECT_THAT(readUntil(page, R"("state":"ended")", 2000), HasSubstr(R"("verdict":"error")"));
+    // A run that has not found its set again by its end cannot tell its verdict there.
+    EXPECT_THAT(readUntil(page, R"("state":"ended")", 2000),
+                testing::AnyOf(HasSubstr(R"("verdict":"error")"), HasSubstr(R"("state":"died")")));
     EXPECT_THAT(readUntil(listen(person), R"("up":true)"), HasSubstr(R"("up":true)"));
     // The store, which the run still has open at its end.
     ASSERT_TRUE(eventually([&] { return kill(runner, 0) != 0; }));
