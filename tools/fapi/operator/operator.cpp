@@ -3,13 +3,9 @@
 #include "operator/operator.h"
 
 #include <cstdlib>
-#include <filesystem>
-
-#include <unistd.h>
 
 #include "base/login.h"
 #include "hub/agent_wire.h"
-#include "hub/descriptor.h"
 #include "target/session.h"
 
 namespace tool {
@@ -45,30 +41,10 @@ private:
     bool& _isAsking;
 };
 
-// A picture for another process, as long as this is there.
-class PictureFile {
-public:
-    explicit PictureFile(const Picture& picture) {
-        std::string name = std::filesystem::temp_directory_path() / "fapi-question-XXXXXX";
-        const Descriptor made(mkstemp(name.data()));
-        if (made) {
-            _name = name;
-        }
-        try {
-            writePng(picture, _name);
-        } catch (const SetError&) {
-            // There is no room for it.
-        }
-    }
-    ~PictureFile() { unlink(_name.c_str()); }
-    PictureFile(const PictureFile&) = delete;
-    PictureFile& operator=(const PictureFile&) = delete;
-
-    const std::string& name() const { return _name; }
-
-private:
-    std::string _name;
-};
+Question withFile(Question question, const std::string& file) {
+    question.shown = file;
+    return question;
+}
 
 double secondsFrom(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -168,14 +144,8 @@ GivenAnswer Operator::ask(const Question& question, const Waiting& wait, const P
 GivenAnswer Operator::waitForAnswer(const Question& question, const Waiting& wait, const PictureOf& pictureOf) {
     Question asked = question;
     asked.within = question.within.value_or(_options.within);
-    std::optional<Picture> picture;
-    if (pictureOf && (TerminalQuestion::isThere() || _options.isBehindHub)) {
-        picture = pictureOf(question);
-    }
-    std::optional<PictureFile> file;
-    if (picture && _options.isBehindHub) {
-        asked.shown = file.emplace(*picture).name();
-    }
+    const QuestionPicture picture(question, pictureOf);
+    asked.shown = picture.file();
     std::optional<TerminalQuestion> terminal;
     HubQuestion hub(asked);
     struct Open {
@@ -183,7 +153,7 @@ GivenAnswer Operator::waitForAnswer(const Question& question, const Waiting& wai
         const TerminalQuestion*& shown;
     } const open{_open};
     if (TerminalQuestion::isThere()) {
-        terminal.emplace(asked, "", picture);
+        terminal.emplace(asked, "", picture.picture());
         _open = &*terminal;
     }
     const Clock::time_point until = Clock::now() + *asked.within;
@@ -204,11 +174,11 @@ GivenAnswer Operator::waitForAnswer(const Question& question, const Waiting& wai
     }
 }
 
-ShownQuestion::ShownQuestion(const Question& question, const Operator::PictureOf& pictureOf)
-    : _question(question), _hub(_question) {
+ShownQuestion::ShownQuestion(const Question& question, const PictureOf& pictureOf)
+    : _picture(question, pictureOf), _question(withFile(question, _picture.file())), _hub(_question) {
     ++g_shownQuestions;
     if (TerminalQuestion::isThere()) {
-        _terminal.emplace(_question, "", pictureOf(_question));
+        _terminal.emplace(_question, "", _picture.picture());
         if (const TerminalQuestion* open = theOperator()._open) {
             open->remind();
         }

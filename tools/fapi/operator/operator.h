@@ -9,6 +9,7 @@
 
 #include "operator/answers_file.h"
 #include "operator/hub_question.h"
+#include "operator/question_picture.h"
 #include "operator/terminal_question.h"
 #include "target/waiting.h"
 
@@ -30,7 +31,6 @@ public:
     // Why nobody could answer; empty: somebody could. Looks at the terminal and at the file, not at the hub.
     std::string missing(const Question& question) const;
 
-    using PictureOf = std::function<std::optional<Picture>(const Question& question)>;
     // Asks until there is an answer that counts, with a picture if `pictureOf` has one. While another question is open
     // this one waits. Throws RequestError `stationFailed` without an answer in time, and what `wait` throws.
     GivenAnswer ask(const Question& question, const Waiting& wait, const PictureOf& pictureOf = {});
@@ -54,12 +54,13 @@ private:
 // Shows what needs no answer, as long as this is there.
 class ShownQuestion {
 public:
-    ShownQuestion(const Question& question, const Operator::PictureOf& pictureOf);
+    ShownQuestion(const Question& question, const PictureOf& pictureOf);
     ~ShownQuestion();
     ShownQuestion(const ShownQuestion&) = delete;
     ShownQuestion& operator=(const ShownQuestion&) = delete;
 
 private:
+    const QuestionPicture _picture;
     const Question _question;
     HubQuestion _hub;
     std::optional<TerminalQuestion> _terminal;

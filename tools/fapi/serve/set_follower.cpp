@@ -75,6 +75,17 @@ std::string SetFollower::picture() const {
     return _picture;
 }
 
+std::string SetFollower::pictureWith(const std::string& prompt) const {
+    std::string file;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        const auto found = _pictureFiles.find(prompt);
+        file = found == _pictureFiles.end() ? "" : found->second;
+    }
+    // Who asks has named it: nothing but a picture leaves this server.
+    return file.empty() ? "" : pngText(readPng(file));
+}
+
 Field SetFollower::ask(const std::string& method, const Field& params) {
     auto asked = std::make_unique<Asked>();
     asked->method = method;
@@ -116,6 +127,7 @@ void SetFollower::follow() {
             _isUp = false;
             _asked.clear();
             _sent.clear();
+            _pictureFiles.clear();
         }
         _runner = 0;
         _prompts = Json::object();
@@ -260,15 +272,36 @@ void SetFollower::takeProgress(const Field& params) {
 
 void SetFollower::takePrompt(const Field& params) {
     const std::string number = std::to_string(params["prompt"].numberOr(0));
-    if (params["state"].textOr("open") == "closed") {
-        _prompts.erase(number);
-    } else {
+    const std::string file = params["shown"].textOr("");
+    const bool isOpen = params["state"].textOr("open") != "closed";
+    _prompts.erase(number);
+    if (isOpen) {
         _prompts[number] = jsonOf(params);
+        _prompts[number]["shown"] = !file.empty();
+    }
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _pictureFiles.erase(number);
+        if (isOpen && !file.empty()) {
+            _pictureFiles[number] = file;
+        }
     }
     show();
 }
 
+// A run that cannot tell how it has ended, since it has lost its set, still has its record.
+void SetFollower::takeKeptVerdict() {
+    const bool isUntold = _run.is_object() && (_run.value("lost", false) || _run["state"] == "died");
+    const Json recent = isUntold ? _board.get("recent") : Json();
+    for (const Json& kept : recent) {
+        if (kept["id"] == _run["id"]) {
+            _run.update({{"state", "ended"}, {"verdict", kept["verdict"]}, {"why", kept["why"]}, {"lost", false}});
+        }
+    }
+}
+
 void SetFollower::show() {
+    takeKeptVerdict();
     Json prompts = Json::array();
     for (const auto& [number, prompt] : _prompts.items()) {
         prompts.push_back(prompt);

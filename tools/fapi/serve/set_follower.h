@@ -37,6 +37,8 @@ public:
     std::string description() const;
     // A PNG of what the set shows; empty while there is none.
     std::string picture() const;
+    // A PNG of what is to be seen with the question of that number; empty where nothing is.
+    std::string pictureWith(const std::string& prompt) const;
     // The process of the run that goes on; 0: none does.
     long long runner() const { return _runner; }
     // Makes a request of the hub. Throws RequestError.
@@ -47,6 +49,7 @@ private:
     void followOnce();
     void listen(Target& target);
     void takeProgress(const Field& params);
+    void takeKeptVerdict();
     void takePrompt(const Field& params);
     void takeCalls(const Field& params);
     void show();
@@ -75,6 +78,7 @@ private:
 
     mutable std::mutex _mutex;  // of the texts and of what is asked
     std::string _description, _picture;
+    std::map<std::string, std::string> _pictureFiles;  // by the question's number
     std::vector<std::unique_ptr<Asked>> _asked;
 
     // Of the thread.

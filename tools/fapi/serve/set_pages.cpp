@@ -148,7 +148,9 @@ WebAnswer SetPages::description(const WebRequest& request) {
 }
 
 WebAnswer SetPages::picture(const WebRequest& request) {
-    std::string png = setOf(request.parameter("set")).picture();
+    const SetFollower& set = setOf(request.parameter("set"));
+    const std::string prompt = request.parameter("prompt");
+    std::string png = prompt.empty() ? set.picture() : set.pictureWith(prompt);
     return png.empty() ? errorAnswer(404, "the set shows no picture") : WebAnswer{200, "image/png", std::move(png), {}};
 }
 

@@ -93,6 +93,7 @@ struct WebServer::Listening {
     MHD_Connection* connection;
     std::unique_ptr<WebStream> stream;
     std::string pending = {};
+    bool isDue = true;  // since the last tick it has been given nothing
     bool isAsleep = false, isGone = false;
     long long told = nowMilliseconds();
 };
@@ -179,7 +180,7 @@ struct WebServer::Callbacks {
         if (listening.server._isEnding || listening.isGone) {
             return MHD_CONTENT_READER_END_OF_STREAM;
         }
-        if (listening.pending.empty()) {
+        if (listening.pending.empty() && std::exchange(listening.isDue, false)) {
             listening.pending = listening.stream->next();
         }
         const long long now = nowMilliseconds();
@@ -329,10 +330,12 @@ void WebServer::tick() {
     findGone();
     for (Listening* listening : _listening) {
         if (!listening->isAsleep) {
+            listening->isDue = true;
             continue;
         }
         if (listening->pending.empty()) {
             listening->pending = listening->stream->next();
+            listening->isDue = listening->pending.empty();
         }
         if (!listening->pending.empty() || listening->isGone || now - listening->told >= kPingMilliseconds) {
             listening->isAsleep = false;

@@ -1,7 +1,7 @@
 
 // --- Questions: what a plan asks a person, and the keys that answer ---
 
-const pictureOf = (set, number) => `/api/picture?${new URLSearchParams({ set, number })}`;
+const pictureOf = (words) => `/api/picture?${new URLSearchParams(words)}`;
 
 // The question that a set's run waits with; empty without one.
 class QuestionBox {
@@ -24,7 +24,10 @@ class QuestionBox {
             return;
         }
         this.trouble.replaceChildren();
-        const picture = prompt.picture ? [make('img', { class: 'asked', alt: 'What the set shows', src: pictureOf(this.set, Date.now()) })] : [];
+        const picture = prompt.shown ? [make('img', {
+            class: 'asked', alt: 'The picture for this question',
+            src: pictureOf({ set: this.set, prompt: prompt.prompt, number: Date.now() }),
+        })] : [];
         this.text.append(make('p', { class: 'text', role: 'alert' }, prompt.text), ...picture);
         if (mayChange()) {
             this.text.append(make('div', { class: 'answers' }, ...this.answers(prompt)));

@@ -232,7 +232,7 @@ pages.set = {
         if (!set || !this.image) {
             return;
         }
-        const source = pictureOf(this.name, set.picture);
+        const source = pictureOf({ set: this.name, number: set.picture });
         if (set.picture && this.image.getAttribute('src') !== source) {
             this.image.src = source;
         }
