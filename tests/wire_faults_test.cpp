@@ -76,8 +76,11 @@ protected:
         const auto start = std::chrono::steady_clock::now();
         _result = test::runProcess({FAPI_BINARY, "--yes", "--station", strStation, "--target", "spoilt", "run",
                                     "--report", reports(), strPlan});
-        EXPECT_LT(std::chrono::steady_clock::now() - start, test::patient(std::chrono::milliseconds(60000)))
-            << strFault << distance;
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+        EXPECT_LT(took, test::patient(std::chrono::milliseconds(60000))) << strFault << distance;
+        if (isAll()) {
+            std::cout << strFault << " " << distance << ": " << took.count() << " s" << std::endl;
+        }
         std::string strAll;
         if (std::filesystem::exists(reports()) && !std::filesystem::is_empty(reports())) {
             for (const std::string& strVerdict : reportedVerdicts()) {
@@ -138,8 +141,8 @@ TEST_F(WireFaultsTest, NoVerdictIsWrongAndNothingHangs) {
 }
 
 // At a console the agent outlives each wire, and what was read of a long answer is not read again: neither the
-// description nor the picture is shorter than what such a wire carries. Where no answer at all comes through, the run
-// ends.
+// description nor the picture is shorter than what such a wire carries. Where no answer at all comes through, or
+// nothing as it was sent, the run ends.
 TEST_F(WireFaultsTest, WhatIsLongerThanAWireLivesComesAllTheSame) {
     for (const int distance : isAll() ? std::vector<int>{7001, 10007, 40009} : std::vector<int>{40009}) {
         EXPECT_EQ(run("cut", distance, lastingAgent(), planOfCalls()), "passed passed passed passed ")
@@ -150,6 +153,9 @@ TEST_F(WireFaultsTest, WhatIsLongerThanAWireLivesComesAllTheSame) {
     run("cut", 1501, lastingAgent(), planOfCalls());
     EXPECT_EQ(_result.s32Exit, 3);
     EXPECT_THAT(_result.strError, HasSubstr("nothing but hello was answered within 4 s"));
+    run("flip", 150, std::string(FAPI_AGENT_BINARY " --set ") + set(), planOfCalls());
+    EXPECT_EQ(_result.s32Exit, 3);
+    EXPECT_THAT(_result.strError, HasSubstr("all came damaged"));
 }
 
 // Each wire ends after a second.

@@ -31,7 +31,7 @@ step "5 V rail"
     prphrl_get_sar_adc 3
     measure "5 V <rail>" = status scale 0.0384 V in 4.75..5.25
 step "LED"
-    choose "Which color has the <b>LED</b>?" red green
+    choose "Which color has the <b>LED</b>?" red green with picture panel
     expect answer is green
 `);
 plan('short', 'plan Short\nparam serial "Serial number"\nunit serial ${serial}\nstep one\n    wait 1s\n');
@@ -127,6 +127,22 @@ async function go(page, name) {
     await until(`the page ${name}`, () => page.$eval('nav a[aria-current]', (link, wanted) => link.textContent === wanted, name).catch(() => false));
 }
 
+// How far what is seen has moved by itself: what browsers count as layout shift, with 0.1 as the most that is called good.
+const kMostShift = 0.1;
+const watchShifts = (page) => page.evaluateOnNewDocument(() => {
+    window.shifts = [];
+    new PerformanceObserver((list) => list.getEntries().filter((entry) => !entry.hadRecentInput).forEach(({ value, sources }) => {
+        window.shifts.push({ value, moved: sources.map(({ node }) => node?.className || node?.nodeName).join(' ') });
+    })).observe({ type: 'layout-shift', buffered: true });
+});
+async function checkShifts(page, where) {
+    const shifts = await page.evaluate(() => window.shifts.splice(0));
+    const sum = shifts.reduce((all, { value }) => all + value, 0);
+    if (sum > kMostShift) {
+        complain(where, `what is seen moves by itself: ${sum.toFixed(3)}, ${JSON.stringify(shifts)}`);
+    }
+}
+
 const word = (page) => page.$eval('.slot .word', (element) => element.textContent);
 
 // A scanner's keys come at once, wherever the focus is.
@@ -196,6 +212,7 @@ async function useSlots(browser) {
     const one = server;
     const address = await serve(0, ['--station', `${work}/station.ini`]);
     const page = await browser.newPage();
+    await watchShifts(page);
     await page.setViewport({ width: widths.desk, height: 900 });
     await page.goto(address.href);
     const words = () => page.$$eval('.slot .word', (all) => all.map((element) => element.textContent).join());
@@ -258,6 +275,7 @@ async function useSet(page) {
 }
 
 async function snapshots(page, name, wanted) {
+    await checkShifts(page, name);
     for (const [device, width] of Object.entries(widths)) {
         for (const scheme of ['light', 'dark']) {
             await page.setViewport({ width, height: 900 });
@@ -275,6 +293,7 @@ async function snapshots(page, name, wanted) {
         }
     }
     await page.setViewport({ width: widths.desk, height: 900 });
+    await page.evaluate(() => window.shifts.splice(0));
     if (await page.$('main b, main i')) {
         complain(name, 'what a unit or plan is called has become markup');
     }
@@ -355,6 +374,7 @@ try {
         }
     });
     await page.setViewport({ width: widths.desk, height: 900 });
+    await watchShifts(page);
     for (const part of [usePage, useSet, lookAtAll]) {
         await part(page, address);
     }

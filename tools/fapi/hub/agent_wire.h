@@ -50,6 +50,8 @@ public:
     bool isConversing() const { return !_script.empty(); }
     // A message as text; ASCII only in checked framing.
     void sendText(std::string text);
+    // Lines that are no message.
+    void sendBlankLines(std::size_t count) { type(std::string(count, '\n')); }
     std::size_t waiting() const { return _out.size() - _sent; }
     void use(Framing framing);
     Framing framing() const { return _reader.framing(); }

@@ -204,6 +204,7 @@ private:
     long long _asking = 0;                           // the request that asks for an answer once more; 0: none
     std::deque<long long> _doubtful;                 // requests whose answers are asked for after that
     bool _isInDoubt = false;                         // something else was damaged meanwhile
+    std::size_t _blankLines = 0;                     // before what was asked again last
     std::map<std::string, long long> _lastSeq;       // of the notifications of a kind
     long long _longLast = 0;                         // the agent keeps long messages up to that number
     long long _longRead = 0;                         // and these have been read

@@ -24,6 +24,8 @@ bool isSpoilt(const Line& line) {
     return line.kind == Line::Kind::console && line.text.find(R"("jsonrpc":"2.0")") != std::string::npos;
 }
 
+constexpr std::size_t kMostBlankLines = 61;
+
 // How a message begins in the framing of a wire that has been greeted.
 constexpr char kMessageBegin = '@';
 
@@ -215,6 +217,9 @@ bool Hub::isRepeated(const Envelope& notification) {
 // Asks for all answers that have not come, one after the other: one of them, or its request, may be what was damaged.
 void Hub::askAgain() {
     if (_options.wire.isChecked) {
+        // Noise may keep time with what is asked again: each time it comes a little later.
+        _blankLines = _blankLines % kMostBlankLines + 1;
+        _wire->sendBlankLines(_blankLines);
         askForLong();
     }
     if (_asking != 0) {

@@ -32,19 +32,23 @@ class SlotCard {
         this.makeForm();
     }
 
+    // The form has its place before it is known what goes into it, so that nothing moves then.
     async makeForm() {
         if (!mayChange()) {
             return;
         }
-        const names = await getJson('/api/plans');
-        const chosen = remembered(`plan/${this.name}`, names.includes('line') ? 'line' : names[0]);
-        this.select = make('select', { onchange: () => this.choose() }, ...names.map((name) => option(name)));
-        this.select.value = names.includes(chosen) ? chosen : names[0];
+        this.select = make('select', { onchange: () => this.choose() }, option(remembered(`plan/${this.name}`, 'line')));
         this.fields = make('div', { class: 'fields' });
+        this.fields.style.minHeight = remembered(`fields/${this.name}`, '74px');
         this.shared = make('input', { type: 'checkbox', id: newId() });
         const share = make('div', { class: 'check' }, this.shared, make('label', { for: this.shared.id }, 'Others may act on the set meanwhile'));
-        this.button = make('button', { type: 'submit', class: 'primary' }, 'Start');
-        this.form.replaceChildren(labeled('Plan', this.select), this.fields, this.button, share);
+        this.button = make('button', { type: 'submit', class: 'primary', disabled: '' }, 'Start');
+        this.form.append(labeled('Plan', this.select), this.fields, this.button, share);
+        await attempt(this.trouble, async () => {
+            const chosen = this.select.value, names = await getJson('/api/plans');
+            this.select.replaceChildren(...names.map((name) => option(name)));
+            this.select.value = names.includes(chosen) ? chosen : names[0];
+        });
         await this.choose();
     }
 
@@ -53,31 +57,37 @@ class SlotCard {
         const choice = this.choice = {};
         await attempt(this.trouble, async () => {
             remember(`plan/${this.name}`, this.select.value);
-            this.fields.replaceChildren();
             this.button.disabled = true;
+            this.fields.querySelectorAll('input').forEach((input) => { input.disabled = true; });
             const plan = await getJson('/api/plan', { plan: this.select.value, set: this.name });
             if (choice !== this.choice) {
                 // Another plan has been chosen meanwhile.
                 return;
             }
+            const parameters = plan.run?.parameters ?? [];
+            this.inputs = parameters.map((parameter) => this.inputOf(parameter, plan.run));
+            this.fields.replaceChildren(...this.inputs.map((input, at) => labeled(parameters[at].what || parameters[at].name, input,
+                input.className === 'scan' ? 'scan or type, then Enter' : '')));
             if (!plan.good) {
                 throw new Error(`The plan has problems: ${plan.problems.map((one) => one.problem).join('; ')}`);
             }
-            this.inputs = (plan.run?.parameters ?? []).map((parameter) => {
-                const isUnit = (plan.run.unit ?? '').includes(`\${${parameter.name}}`);
-                const input = make('input', {
-                    name: parameter.name, autocomplete: 'off', spellcheck: 'false', class: isUnit ? 'scan' : '',
-                    required: parameter.default === null, pattern: parameter.matches || null,
-                });
-                input.value = parameter.default ?? '';
-                this.fields.append(labeled(parameter.what || parameter.name, input, isUnit ? 'scan or type, then Enter' : ''));
-                return input;
-            });
+            this.fields.style.minHeight = '';
+            remember(`fields/${this.name}`, `${this.fields.offsetHeight}px`);
             this.button.disabled = false;
             if (document.activeElement === document.body) {
                 this.inputs[0]?.focus({ preventScroll: true });
             }
         });
+    }
+
+    inputOf(parameter, run) {
+        const isUnit = (run.unit ?? '').includes(`\${${parameter.name}}`);
+        const input = make('input', {
+            name: parameter.name, autocomplete: 'off', spellcheck: 'false', class: isUnit ? 'scan' : '',
+            required: parameter.default === null, pattern: parameter.matches || null,
+        });
+        input.value = parameter.default ?? '';
+        return input;
     }
 
     async start(event) {
