@@ -90,7 +90,7 @@ TEST_F(PlanCoverage, TheLineFindsWhatIsWrongWithABadSet) {
         {R"(set type 0 "SERIAL?\r")",
          R"(set type 0 "SERIAL\r")",
          {"50 Serial: the station asks, the set answers: failed"}},
-        {R"(prphrl_std_factory_uart_write "OK;")", "", {"51 Serial: ... the answer is on the line: failed"}},
+        {R"(prphrl_std_factory_uart_write "OK;")", "", {"51 Serial: ... what it has said is on the line: failed"}},
         {R"(set pipe "aging on;aging off;")", "set pipe aging", {"52 Serial: commands through the pipe: failed"}},
         {"aud_adv_snd_enable dolby-dap",
          "set block-path 0 on\naud_adv_snd_enable dolby-dap",

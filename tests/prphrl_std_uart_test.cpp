@@ -20,6 +20,7 @@ using ::testing::Contains;
 using ::testing::ContainsRegex;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using Config = fapi_core::VexTvFApiStdFactoryUartConfig;
 using test::Event;
 using test::kBaud115200;
@@ -366,6 +367,10 @@ TEST_F(Tty, IsARawLineOfEightBits) {
 }
 
 TEST_F(StdFactoryUart, AFailedOpenForgetsTheTtyBefore) {
+    EXPECT_THAT(test::logOf([] {
+                    EXPECT_FALSE(_a_vextvfapi_prphrl_uartOpen("/dev/ttyS0", B115200, 0, static_cast<Config>(3)));
+                }),
+                AllOf(HasSubstr("Invalid STD factory uart config"), Not(HasSubstr("opening"))));
     ASSERT_TRUE(_a_vextvfapi_prphrl_uartOpen("/dev/ttyS0", B115200, 0, kWrite));
     EXPECT_EQ(_a_vextvfapi_prphrl_uartWritestr("abc"), 3);
     EXPECT_FALSE(_a_vextvfapi_prphrl_uartOpen("/dev/null", B115200, 0, kWrite));

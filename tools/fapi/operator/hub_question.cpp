@@ -22,6 +22,7 @@ HubQuestion::HubQuestion(const Question& question) {
         {"pattern", question.pattern},       {"picture", question.picture}, {"answered", question.needsAnswer}};
     if (!question.shown.empty()) {
         params.set("shown", question.shown);
+        params.set("beside", !question.reference.empty());
     }
     params.set("milliseconds", question.within ? Field(question.within->count()) : Field());
     _listens = question.needsAnswer;

@@ -25,7 +25,8 @@ class QuestionBox {
         }
         this.trouble.replaceChildren();
         const picture = prompt.shown ? [make('img', {
-            class: 'asked', alt: 'The picture for this question',
+            class: prompt.beside ? 'asked pair' : 'asked',
+            alt: prompt.beside ? 'Left the picture as it should be, right what the set shows' : 'What the set shows',
             src: pictureOf({ set: this.set, prompt: prompt.prompt, number: Date.now() }),
         })] : [];
         this.text.append(make('p', { class: 'text', role: 'alert' }, prompt.text), ...picture);
