@@ -39,7 +39,7 @@ class SlotCard {
         }
         this.select = make('select', { onchange: () => this.choose() }, option(remembered(`plan/${this.name}`, 'line')));
         this.fields = make('div', { class: 'fields' });
-        this.fields.style.minHeight = remembered(`fields/${this.name}`, '74px');
+        this.fields.style.minHeight = remembered(`fields/${this.name}`, '76px');
         this.shared = make('input', { type: 'checkbox', id: newId() });
         const share = make('div', { class: 'check' }, this.shared, make('label', { for: this.shared.id }, 'Others may act on the set meanwhile'));
         this.button = make('button', { type: 'submit', class: 'primary', disabled: '' }, 'Start');
@@ -128,6 +128,18 @@ class SlotCard {
         }
         this.question.show(set.prompts?.[0]);
         this.element.classList.toggle('asks', Boolean(set.prompts?.length));
+        this.keepHeight();
+    }
+
+    // What is below a card does not move up while its form is away for a run, and down again after it.
+    keepHeight() {
+        if (this.width !== this.element.offsetWidth) {
+            this.width = this.element.offsetWidth;
+            this.element.style.minHeight = '';
+        }
+        if (!this.question.text.childElementCount) {
+            this.element.style.minHeight = `${this.element.offsetHeight}px`;
+        }
     }
 }
 
@@ -140,8 +152,10 @@ pages.line = {
         this.store = make('p', { class: 'trouble', role: 'status' });
         const operator = make('input', { autocomplete: 'name', oninput: () => remember('operator', operator.value) });
         operator.value = remembered('operator');
-        root.append(make('h1', { class: 'hidden' }, 'Line'), this.slots, make('h2', {}, 'Last units'), this.store, this.recent,
+        // Shown below the slots, once it is known how many there are.
+        this.below = make('div', { class: 'below', hidden: '' }, make('h2', {}, 'Last units'), this.store, this.recent,
             mayChange() ? labeled('Operator', operator, 'recorded with answers') : '');
+        root.append(make('h1', { class: 'hidden' }, 'Line'), this.slots, this.below);
         this.shown = null;
         follow('');
     },
@@ -154,6 +168,7 @@ pages.line = {
             }
             this.cards.get(set.name).show(set);
         }
+        this.below.hidden = this.cards.size === 0;
         if (this.shown !== values.recent) {
             this.shown = values.recent;
             const rows = (values.recent ?? []).map(runRow);
