@@ -14,6 +14,7 @@
 
 #include "hub/agent_wire.h"
 #include "hub/descriptor.h"
+#include "record/database.h"
 #include "support/hub_client.h"
 #include "support/tool_fixture.h"
 #include "support/waiting.h"
@@ -403,9 +404,19 @@ TEST_F(ServeTest, WhatIsAwayIsToldAndComesBack) {
     writeFile("reports/results.sqlite", "no store");
     EXPECT_THAT(readUntil(page, R"("store":{)"), HasSubstr("is damaged, or holds no results"));
     act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
-    EXPECT_THAT(readUntil(page, R"("start/virtual":{)"), HasSubstr("is damaged")) << "the run has not begun";
+    EXPECT_THAT(readUntil(page, R"("start/virtual":{"code":3)"), HasSubstr("is damaged")) << "the run has not begun";
     std::filesystem::rename(store + "-kept", store);
     EXPECT_THAT(readUntil(page, R"("store":null)"), HasSubstr(R"("store":null)"));
+    // A store that somebody writes for long: what is there can be looked at, and a run begins when it can.
+    {
+        tool::Database locked(store, tool::Access::write);
+        locked.execute("begin immediate");
+        act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
+        EXPECT_THAT(readUntil(page, R"("start/virtual":{"code":0)"), HasSubstr("start/virtual"));
+        EXPECT_THAT(get("/api/runs", host() + "\r\n" + person), HasSubstr(R"("verdict":"error")"));
+        locked.execute("rollback");
+    }
+    EXPECT_THAT(readUntil(page, R"("state":"ended")"), HasSubstr(R"("verdict":"passed")"));
 }
 
 // An address beyond this PC, without TLS in between.

@@ -251,7 +251,8 @@ WebAnswer SetPages::start(const WebRequest& request) {
     if (body["shared"].flagOr(false)) {
         words.emplace_back("--shared");
     }
-    _board.set("start/" + set.set().name, nullptr);
+    // It may have to wait before it begins: for a store that is locked, say.
+    _board.set("start/" + set.set().name, {{"code", 0}, {"text", ""}});
     const std::lock_guard<std::mutex> lock(_mutex);
     _started.push_back({set.set().name, ToolProcess(words)});
     return jsonAnswer({{"pid", _started.back().process.pid()}});
@@ -260,14 +261,17 @@ WebAnswer SetPages::start(const WebRequest& request) {
 void SetPages::tick() {
     const std::lock_guard<std::mutex> lock(_mutex);
     for (auto at = _started.begin(); at != _started.end();) {
+        const std::string key = "start/" + at->set;
         if (!at->process.wait(0ms)) {
+            if (setOf(at->set).runner() == at->process.pid()) {
+                _board.set(key, nullptr);
+            }
             ++at;
             continue;
         }
         const std::string errors = at->process.errors();
-        if (at->process.code() >= 2 && !errors.empty()) {
-            _board.set("start/" + at->set, {{"code", at->process.code()}, {"text", errors.substr(0, kTold)}});
-        }
+        const bool isFailed = at->process.code() >= 2 && !errors.empty();
+        _board.set(key, isFailed ? Json{{"code", at->process.code()}, {"text", errors.substr(0, kTold)}} : Json());
         at = _started.erase(at);
     }
 }

@@ -121,10 +121,10 @@ class SlotCard {
         this.stop.hidden = !isRunning || !mayChange();
         this.form.hidden = isRunning || !mayChange();
         const start = values[`start/${this.name}`];
-        const text = start ? `The run did not begin: ${start.text}` : '';
+        const text = !start ? '' : start.code ? `The run did not begin: ${start.text}` : isRunning ? '' : 'The run is about to begin.';
         if (text !== this.told) {
             this.told = text;
-            this.trouble.replaceChildren(...(text ? [make('p', { class: 'trouble', role: 'alert' }, text)] : []));
+            this.trouble.replaceChildren(...(text ? [make('p', start.code ? { class: 'trouble', role: 'alert' } : { class: 'note', role: 'status' }, text)] : []));
         }
         this.question.show(set.prompts?.[0]);
         this.element.classList.toggle('asks', Boolean(set.prompts?.length));
