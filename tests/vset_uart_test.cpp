@@ -386,6 +386,34 @@ TEST_F(VsetUart, ATtyThatIsNotReadLosesAfterASecond) {
     close(s32Tty);
 }
 
+TEST_F(VsetUart, ATypistIsToldThatTheLineIsGone) {
+    SKIP_UNDER_EMULATION();
+    const int s32Tty = ::open("/dev/ttyS1", O_RDWR | O_NOCTTY);
+    std::atomic<bool> bTyping{false};
+    std::thread typist([&] {
+        bTyping = true;
+        EXPECT_EQ(test::errorOf([] { vset::uart::type(1, std::string(4000000, 'x')); }), "connector 1: takes nothing");
+    });
+    EXPECT_TRUE(eventually([&] { return bTyping && vset::uart::port(1).u64Received > 0; }));
+    vset::detach();
+    typist.join();
+    close(s32Tty);
+}
+
+// What came in before the set was switched on again is not read afterwards.
+TEST_F(VsetUart, BytesDoNotOutliveThePower) {
+    SKIP_UNDER_EMULATION();
+    const int s32Terminal = ::open(vset::uart::connectors(folder()).at(4).strPath.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_EQ(::write(s32Terminal, "old", 3), 3);
+    vset::powerCycle();
+    bringUp();
+    registerCallback(open(4));
+    ASSERT_EQ(::write(s32Terminal, "new", 3), 3);
+    EXPECT_TRUE(eventually([] { return got().size() >= 3; }));
+    EXPECT_EQ(got(), "new");
+    close(s32Terminal);
+}
+
 TEST_F(VsetUart, ATtyHangsUp) {
     SKIP_UNDER_EMULATION();
     const int before = test::openDescriptors();
