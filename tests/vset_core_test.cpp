@@ -90,8 +90,33 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(HW_FS_Open("/data", 2), -2) << "there, but not to be opened so";
     EXPECT_EQ(errno, EISDIR);
     EXPECT_EQ(HW_FS_Open(nullptr, 0), -2);
-    EXPECT_EQ(HW_FS_Fopen(nullptr, "r"), nullptr);
-    EXPECT_EQ(HW_FS_Stat("/data/f", nullptr), -1);
+    EXPECT_EQ(HW_FS_Open("/data/f", O_WRONLY), -2);
+    EXPECT_EQ(errno, EINVAL);
+    const HW_S32 s32Fd = HW_FS_Open("/data/f", 2);
+    EXPECT_EQ(fcntl(s32Fd, F_GETFD), FD_CLOEXEC) << "no child gets it";
+    EXPECT_EQ(HW_FS_Write(s32Fd, nullptr, 0), 0);
+    struct stat stStat = {};
+    const std::function<HW_S32()> kNull[] = {
+        [&] { return HW_FS_Write(s32Fd, nullptr, 1); },
+        [] { return HW_FS_Fopen(nullptr, "r") == nullptr ? -1 : 0; },
+        [] { return HW_FS_Fopen("/data/f", nullptr) == nullptr ? -1 : 0; },
+        [] { return HW_FS_Fclose(nullptr); },
+        [] { return HW_FS_Fseek(nullptr, 0, SEEK_SET); },
+        [&] { return HW_FS_Stat(nullptr, &stStat); },
+        [] { return HW_FS_Stat("/data/f", nullptr); },
+        [] { return HW_FS_MkDir(nullptr, 0755); },
+        [] { return HW_FS_Unlink(nullptr); },
+    };
+    for (const auto& call : kNull) {
+        errno = 0;
+        EXPECT_EQ(call(), -1) << &call - kNull;
+        EXPECT_EQ(errno, EFAULT) << &call - kNull;
+    }
+    EXPECT_EQ(HW_FS_Close(s32Fd), 0);
+    EXPECT_EQ(HW_FS_MkDir("/data/d", 0750), 0);
+    EXPECT_EQ(HW_FS_Stat("/data/d", &stStat), 0);
+    EXPECT_EQ(stStat.st_mode & 0777, 0750u);
+    EXPECT_EQ(HW_FS_MkDir("/data/d", 0750), -1) << "there already";
     EXPECT_EQ(HW_FS_Close(0), 0);
     EXPECT_GE(fcntl(0, F_GETFD), 0) << "the host's standard input stays open";
     FILE* pStream = HW_FS_Fopen("/data/f", "rb");
@@ -104,6 +129,7 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     errno = 0;
     EXPECT_EQ(HW_FS_Fread(acBytes, 1, 8, nullptr), -1);
     EXPECT_EQ(errno, EFAULT);
+    EXPECT_EQ(HW_FS_Fwrite(nullptr, 1, 8, pStream), -1);
     const int s32Descriptors = test::openDescriptors();
     vset::inject({"HW_FS_Fclose", -1});
     EXPECT_EQ(HW_FS_Fclose(pStream), -1);
@@ -506,6 +532,18 @@ TEST_F(VsetFiles, TroublesOfThePcAreReported) {
         EXPECT_EQ(errno, EFBIG);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "virtual set: " + strTrouble + "\n");
         EXPECT_THAT(vset::takeHostTroubles(), ElementsAre(strTrouble));
+        // A stream keeps what fits into its buffer, until it is closed.
+        const std::string strLong(200000, 'x');
+        FILE* pStream = HW_FS_Fopen("/data/stream", "w");
+        EXPECT_EQ(HW_FS_Fwrite(strLong.data(), 1, 200000, pStream), 4096);
+        EXPECT_THAT(vset::takeHostTroubles(), ElementsAre(HasSubstr("/data/stream: cannot be stored")));
+        HW_FS_Fclose(pStream);
+        pStream = HW_FS_Fopen("/data/buffered", "w");
+        EXPECT_EQ(HW_FS_Fwrite(strLong.data(), 1, 4097, pStream), 4097);
+        EXPECT_THAT(vset::takeHostTroubles(), IsEmpty());
+        EXPECT_EQ(HW_FS_Fclose(pStream), -1) << "a byte is lost";
+        EXPECT_EQ(errno, EFBIG);
+        EXPECT_THAT(vset::takeHostTroubles(), ElementsAre(HasSubstr("/data/buffered: cannot be stored")));
         for (const int s32Error : {ENOENT, ENOSPC, EDQUOT, EFBIG, EIO, EROFS, EACCES}) {
             vset::noteHostTrouble(std::to_string(s32Error), s32Error);
         }
