@@ -186,6 +186,8 @@ TEST_F(VsetConfig, SettingLeavesEverythingElseAsItIs) {
         {"quotes stay", "[a]\nk = \"old\"\n", {{"a:k", "new"}}, "[a]\nk = \"new\"\n"},
         {"of two the one that counts", "[a]\nk=1\nk=2\n", {{"a:k", "3"}}, "[a]\nk=1\nk=3\n"},
         {"line ends of another system", "[a]\r\nk=1\r\n", {{"a:k", "2"}, {"a:n", "3"}}, "[a]\r\nk=2\r\nn = 3\r\n"},
+        {"blank lines at the end", "[a]\nk=1\n\n", {{"c:x", "1"}}, "[a]\nk=1\n\n[c]\nx = 1\n"},
+        {"an empty value", "[a]\nk =\nm=\r\n", {{"a:k", "1"}, {"a:m", "2"}}, "[a]\nk = 1\nm= 2\r\n"},
         {"byte order mark", "\xEF\xBB\xBF[a]\nk=1\n", {{"a:k", "2"}}, "\xEF\xBB\xBF[a]\nk=2\n"},
     };
     for (const auto& stRow : kRows) {
@@ -214,11 +216,22 @@ TEST_F(VsetConfig, WhatWasSetIsReadBackExactly) {
         }
     }
     const std::string strBefore = read("/data/r.ini");
-    const std::pair<const char*, std::string> kRefused[] = {
-        {"a:k", "two\nlines"}, {"a:k", "x\r"},  {"a:k", std::string("x\0y", 3)},
-        {"a:", "x"},           {"ak", "x"},     {"a:b=c", "x"},
-        {"a:#c", "x"},         {"a:[c", "x"},   {"a: k", "x"},
-        {"a]:k", "x"},         {"a\n[b:k", "x"}};
+    const std::pair<const char*, std::string> kRefused[] = {{"a:k", "two\nlines"},
+                                                            {"a:k", "x\r"},
+                                                            {"a:k", std::string("x\0y", 3)},
+                                                            {"a:", "x"},
+                                                            {"ak", "x"},
+                                                            {"a:b=c", "x"},
+                                                            {"a:#c", "x"},
+                                                            {"a:[c", "x"},
+                                                            {"a: k", "x"},
+                                                            {"a]:k", "x"},
+                                                            {"a\n[b:k", "x"},
+                                                            {" a:k", "x"},
+                                                            {"a\t:k", "x"},
+                                                            {"a:;c", "x"},
+                                                            {"a:k ", "x"},
+                                                            {"a:\xEF\xBB\xBFk", "x"}};
     for (const auto& [pszKey, strValue] : kRefused) {
         EXPECT_EQ(set(hConfig, pszKey, strValue), HW_ERR_INVALID_PARAMETER) << pszKey;
     }
