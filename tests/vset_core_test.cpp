@@ -31,6 +31,10 @@
 #include "vset/net.h"
 #include "vset/sys.h"
 
+// What fortified code calls.
+extern "C" int __open_2(const char* pszPath, int s32Flags);
+extern "C" int __open64_2(const char* pszPath, int s32Flags);
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -76,6 +80,18 @@ TEST_F(VsetTree, LibcAndMiddlewareSeeTheSameFiles) {
     errno = 0;
     EXPECT_EQ(access("/data/made", F_OK), -1);
     EXPECT_EQ(errno, ENOENT);
+
+    // The other names of the same calls.
+    for (const int s32Made : {open64("/data/large", O_RDWR | O_CREAT, 0600), __open_2("/data/large", O_RDWR),
+                              __open64_2("/data/large", O_RDWR)}) {
+        EXPECT_EQ(HW_FS_Write(s32Made, "large", 5), 5);
+        EXPECT_EQ(HW_FS_Close(s32Made), 0);
+    }
+    EXPECT_EQ(HW_FS_Stat("/data/large", &stStat), 0);
+    EXPECT_EQ(stStat.st_mode & 0777, 0600u);
+    FILE* const pStream = fopen64("/data/large", "r");
+    EXPECT_EQ(fgetc(pStream), 'l');
+    EXPECT_EQ(fclose(pStream), 0);
 
     // Paths that the set does not serve are the PC's.
     EXPECT_EQ(access("/proc/self/exe", F_OK), 0);
@@ -540,6 +556,8 @@ TEST_F(VsetFiles, TroublesOfThePcAreReported) {
         HW_FS_Fclose(pStream);
         pStream = HW_FS_Fopen("/data/buffered", "w");
         EXPECT_EQ(HW_FS_Fwrite(strLong.data(), 1, 4097, pStream), 4097);
+        errno = EFBIG;
+        EXPECT_EQ(HW_FS_Fwrite("x", 0, 5, pStream), 0) << "nothing to write is no trouble";
         EXPECT_THAT(vset::takeHostTroubles(), IsEmpty());
         EXPECT_EQ(HW_FS_Fclose(pStream), -1) << "a byte is lost";
         EXPECT_EQ(errno, EFBIG);

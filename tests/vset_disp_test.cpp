@@ -300,16 +300,28 @@ TEST_F(VsetDisp, ShowsTestPatternAndMute) {
     EXPECT_TRUE(showsOnly(kBlack)) << "closed";
 }
 
+// Returns a number that another picture does not have.
+std::uint32_t sumOf(const vset::Picture& picture) {
+    return std::accumulate(picture.pixels.begin(), picture.pixels.end(), std::uint32_t{0},
+                           [](std::uint32_t u32Sum, std::uint32_t u32Pixel) { return (u32Sum ^ u32Pixel) * 16777619; });
+}
+
 TEST_F(VsetDisp, TestPatternsTellTheStagesApart) {
     std::set<std::vector<std::uint32_t>> pictures;
+    // Pixels of the full color in each pattern.
+    constexpr std::ptrdiff_t kFull[] = {1036800, 1044480, 1036800, 135936, 7560,
+                                        7680,    2073600, 1036800, 187904, 518400};
+    std::uint32_t u32Kept = 0;
     for (HW_U32 u32Mode = 0; u32Mode <= E_HW_DISP_PATTERN_WHITE_BALANCE; ++u32Mode) {
         EXPECT_EQ(setPattern(u32Mode, 1, 1023, 0, 512), HW_OK);
         const vset::Picture shown = picture(0);
         EXPECT_TRUE(pictures.insert(shown.pixels).second) << u32Mode;
-        EXPECT_EQ(std::count(shown.pixels.begin(), shown.pixels.end(), 0xFFFF0080u) > 1920, true) << u32Mode;
+        EXPECT_EQ(std::count(shown.pixels.begin(), shown.pixels.end(), 0xFFFF0080u), kFull[u32Mode]) << u32Mode;
+        u32Kept = (u32Kept ^ sumOf(shown)) * 16777619;
         EXPECT_TRUE(std::all_of(shown.pixels.begin(), shown.pixels.end(),
                                 [](std::uint32_t u32Pixel) { return (u32Pixel & 0xFF00FF00) == kBlack; }));
     }
+    EXPECT_EQ(u32Kept, 3437091840u) << "the patterns have changed";
 }
 
 TEST_F(VsetDisp, SourcesShowBars) {
@@ -318,6 +330,7 @@ TEST_F(VsetDisp, SourcesShowBars) {
     EXPECT_EQ(picture(0).pixels, video.pixels);
     EXPECT_EQ(video.at(0, 500), 0xFFBFBFBFu);
     EXPECT_EQ(video.at(1919, 500), kBlack);
+    EXPECT_EQ(sumOf(video), 2265500800u) << "the bars have changed";
     EXPECT_EQ(std::set<std::uint32_t>(video.pixels.begin(), video.pixels.end()).size(), 9u) << "eight and the line";
     for (const std::uint64_t u64Frame : {std::uint64_t{101}, std::uint64_t{239}, ~std::uint64_t{0}}) {
         vset::disp::freezeVideo(u64Frame);
@@ -347,7 +360,9 @@ TEST_F(VsetDisp, SourcesShowBars) {
     const vset::Picture input = picture(0);
     EXPECT_EQ(input.at(0, 600), input.at(1919, 600));
     EXPECT_NE(input.at(0, 0), input.at(0, 1079));
+    EXPECT_EQ(sumOf(input), 4020268032u) << "the bars have changed";
     EXPECT_EQ(show(stOneBar).at(0, 1079), 0xFF0000BFu);
+    EXPECT_EQ(sumOf(show({7, 9, 800, 500, 960, 540})), 477430144u) << "the bars have changed";
     vset::disp::disconnectInput(0);
     EXPECT_TRUE(showsOnly(kBlack)) << "nothing connected";
 }
