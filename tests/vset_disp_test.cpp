@@ -113,6 +113,14 @@ TEST_F(VsetDisp, VideoPathIsFoundWhileItIsConnected) {
     EXPECT_EQ(HW_VIDEO_GetAttr(hVideo, E_HW_VIDEO_ATTR_INFO, nullptr, &stInfo), HW_OK);
     EXPECT_EQ(stInfo.u16Width, 720);
     EXPECT_EQ(window(0).video.value().u8Interlaced, 1);
+    vset::disp::setModuleCount(0, 3);
+    EXPECT_THAT(connected(E_HW_DISP_MODULE_VIDEO), ElementsAre(hVideo, hVideo, hVideo));
+    for (const unsigned int u32Count : {0u, 65u}) {
+        EXPECT_THROW(vset::disp::setModuleCount(0, u32Count), vset::SetError);
+    }
+    vset::disp::setModuleCount(0, 64);
+    EXPECT_EQ(connected(E_HW_DISP_MODULE_VIDEO).size(), 64u);
+    vset::disp::setModuleCount(0, 1);
     const HW_DISP_ConnectQuery_t stQuery = {1, E_HW_DISP_MODULE_VIDEO, 1};
     HW_Handle_t hUntouched = kUntouched;
     EXPECT_EQ(HW_DISP_GetConnected(_hMain, &stQuery, 0, &hUntouched), HW_OK);
@@ -268,6 +276,18 @@ TEST_F(VsetDisp, TellsRectangleRangeAndVersion) {
     std::memset(&stVersion, 0xA5, sizeof(stVersion));
     EXPECT_EQ(HW_DISP_GetPictureParam(_hMain, E_HW_DISP_PICTURE_PQ_VERSION, &stRequest, &stVersion), HW_OK);
     EXPECT_EQ(bytes(stVersion), "V0.5" + std::string(28, '\0'));
+    HW_Handle_t hSd = HW_HANDLE_NONE;
+    vset::disp::hold(2);
+    EXPECT_EQ(HW_DISP_GetHandle("HW_DISP_SD0", &hSd), HW_OK);
+    const HW_DISP_PqVersionRequest_t stLast = {6};
+    EXPECT_EQ(HW_DISP_GetPictureParam(hSd, E_HW_DISP_PICTURE_PQ_VERSION, &stLast, &stVersion), HW_OK);
+    EXPECT_EQ(bytes(stVersion), "V2.6" + std::string(28, '\0'));
+    vset::disp::setPqVersion(2, 6, std::string(32, 'v'));
+    EXPECT_EQ(HW_DISP_GetPictureParam(hSd, E_HW_DISP_PICTURE_PQ_VERSION, &stLast, &stVersion), HW_OK);
+    EXPECT_EQ(bytes(stVersion), std::string(32, 'v'));
+    vset::disp::setRectangle(2, {1, 2, 3, 4});
+    EXPECT_EQ(HW_DISP_GetDispRect(hSd, &stRect), HW_OK);
+    EXPECT_EQ(bytes(stRect), bytes(HW_DISP_Rect_t{1, 2, 3, 4}));
     EXPECT_THROW(vset::disp::setPqVersion(0, 6, std::string(33, 'v')), vset::SetError);
     EXPECT_THROW(vset::disp::setPqVersion(0, 7, ""), vset::SetError);
 }
@@ -385,6 +405,13 @@ TEST_F(VsetDisp, ControllerKnowsItsTimings) {
     EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
     vset::disp::setTimingSupported(46, true);
     EXPECT_EQ(HW_DISP_SetOutputTiming(_hController, 46), HW_OK);
+    EXPECT_THROW(vset::disp::setTimingSupported(47, true), vset::SetError);
+    vset::powerCycle();
+    EXPECT_EQ(vset::disp::controller().u32Timing, 0u);
+    EXPECT_EQ(vset::disp::controller().s32FreeRun, 0);
+    EXPECT_TRUE(vset::disp::controller().bPlayer);
+    EXPECT_EQ(HW_SYS_Init(nullptr), HW_OK);
+    EXPECT_EQ(HW_DISP_SetOutputTiming(test::handleOf(HW_DISP_GetController, {}), 46), HW_ERR_NOT_SUPPORT);
 }
 
 // --- Display output --------------------------------------------------------------------------------------------------
