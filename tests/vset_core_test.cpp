@@ -84,6 +84,7 @@ TEST_F(VsetTree, LibcAndMiddlewareSeeTheSameFiles) {
     // The other names of the same calls.
     for (const int s32Made : {open64("/data/large", O_RDWR | O_CREAT, 0600), __open_2("/data/large", O_RDWR),
                               __open64_2("/data/large", O_RDWR)}) {
+        EXPECT_GT(s32Made, 2);
         EXPECT_EQ(HW_FS_Write(s32Made, "large", 5), 5);
         EXPECT_EQ(HW_FS_Close(s32Made), 0);
     }
@@ -397,7 +398,26 @@ TEST_F(VsetSwitch, ALateCallFindsNoSet) {
     EXPECT_EQ(errno, ENODEV);
     EXPECT_EQ(HW_SYS_Init(nullptr), HW_ERR_FAILED);
     EXPECT_EQ(HW_FS_MkDir("/data/late", 0755), -1);
-    EXPECT_EQ(open("/data/late", O_WRONLY | O_CREAT, 0644), -1);
+    struct stat stStat = {};
+    const std::function<int()> kLate[] = {
+        [] { return open("/data/late", O_WRONLY | O_CREAT, 0644); },
+        [] { return open64("/data/late", O_WRONLY | O_CREAT, 0644); },
+        [] { return __open_2("/data/late", O_WRONLY); },
+        [] { return __open64_2("/data/late", O_WRONLY); },
+        [] { return fopen("/data/late", "w") == nullptr ? -1 : 0; },
+        [] { return fopen64("/data/late", "w") == nullptr ? -1 : 0; },
+        [] { return access("/data/late", F_OK); },
+        [] { return unlink("/data/late"); },
+        [] { return mkfifo("/data/late", 0600); },
+        [] { return chmod("/data/late", 0600); },
+        [] { return HW_FS_Unlink("/data/late"); },
+        [&] { return HW_FS_Stat("/data/late", &stStat); },
+    };
+    for (const auto& call : kLate) {
+        errno = 0;
+        EXPECT_EQ(call(), -1) << &call - kLate;
+        EXPECT_EQ(errno, ENODEV) << &call - kLate;
+    }
     EXPECT_EQ(vset::folder(), "");
     EXPECT_THROW(vset::powerCycle(), vset::SetError);
     EXPECT_FALSE(fs::exists(strUsers)) << "the user's own set";

@@ -452,9 +452,18 @@ TEST_F(VsetMemory, TheMemoryMapRefusesWhatItHasNot) {
     EXPECT_THROW(vset::sys::resizeRegion(1, 0x1000), vset::SetError);
     EXPECT_THROW(vset::sys::resizeRegion(378, vset::sys::kRegionLimit + 1), vset::SetError);
     EXPECT_NO_THROW(vset::sys::resizeRegion(378, vset::sys::kRegionLimit));
+    HW_U64 u64Out = kUntouched;
     vset::powerCycle();
-    EXPECT_EQ(HW_SYS_GetMmapLayout(347, &stInfo), HW_ERR_NOT_INITED);
+    expectRefusals({
+        {"layout", HW_ERR_NOT_INITED, [&] { return HW_SYS_GetMmapLayout(347, &stInfo); }},
+        {"region", HW_ERR_NOT_INITED, [&] { return HW_SYS_AllocateMmapLayout(378, &stInfo); }},
+        {"free region", HW_ERR_NOT_INITED, [] { return HW_SYS_FreeMmapLayout(378); }},
+        {"memory", HW_ERR_NOT_INITED, [&] { return allocate(0x4000, &u64Out); }},
+        {"free memory", HW_ERR_NOT_INITED, [] { return release(0x100000000, 0x4000); }},
+        {"address", HW_ERR_NOT_INITED, [&] { return HW_OS_Pa2NonCachedVa(0x2A000000, &u64Out); }},
+    });
     EXPECT_EQ(stInfo.u32Length, kUntouched);
+    EXPECT_EQ(u64Out, kUntouched);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(HW_OS_DelayTask(30), HW_OK) << "works before HW_SYS_Init";
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));

@@ -152,7 +152,7 @@ TEST_F(VsetIic, RefusesWhatABusRefuses) {
         {"no pointer", HW_ERR_INVALID_PARAMETER, [&] { return HW_IIC_Read(_hIic, &stRead, nullptr); }},
         {"information to nowhere", HW_ERR_INVALID_PARAMETER, [] { return HW_IIC_GetDeviceInfo(0, nullptr); }},
     });
-    EXPECT_NE(HW_IIC_GetDeviceInfo(60000, &stInfo), HW_OK);
+    EXPECT_EQ(HW_IIC_GetDeviceInfo(60000, &stInfo), HW_ERR_INVALID_PARAMETER);
     EXPECT_EQ(u32Written, kUntouched);
     EXPECT_THAT(au8Buffer, ElementsAre(1, 2, 3, 4));
     EXPECT_EQ(stInfo.ePort, kUntouched);
@@ -329,7 +329,7 @@ TEST_F(VsetGpio, RefusesWhatAPadRefuses) {
     vset::gpio::drive(255, 1);
     HW_U8 u8Level = 0xA5, u8Inverted = 0xA5;
     vset::gpio::setBroken(255, true);
-    EXPECT_NE(HW_GPIO_GetInput(hPad, &u8Level, &u8Inverted), HW_OK);
+    EXPECT_EQ(HW_GPIO_GetInput(hPad, &u8Level, &u8Inverted), HW_ERR_FAILED);
     vset::gpio::setBroken(255, false);
     test::expectRefusals({
         {"level 2", HW_ERR_INVALID_PARAMETER, [&] { return HW_GPIO_SetOutput(hPad, 2); }},

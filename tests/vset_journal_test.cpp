@@ -360,6 +360,11 @@ TEST_F(Journal, KeepsRefusals) {
     EXPECT_EQ(HW_GPIO_Close(5), HW_ERR_INVALID_HANDLE);
     EXPECT_THAT(refused(),
                 ElementsAre("HW_GPIO_Open(pad=7)", "HW_GPIO_GetHandle(params=null)", "HW_GPIO_Close(handle=0x5)"));
+    for (int i = 0; i < 4100; ++i) {
+        HW_GPIO_Close(6);
+    }
+    EXPECT_EQ(vset::refusals(0).size(), 4096u) << "the last ones";
+    EXPECT_EQ(vset::refusals(vset::refusalCount() - 1).at(0).strArguments, "handle=0x6");
     vset::keepJournal(65536);
 }
 
