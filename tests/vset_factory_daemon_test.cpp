@@ -54,6 +54,7 @@ public:
 
     bool isConnected() const { return _bConnected; }
     void hangUp() { shutdown(_s32Socket, SHUT_RDWR); }
+    void stopSending() { shutdown(_s32Socket, SHUT_WR); }
     void stopListening() { shutdown(_s32Socket, SHUT_RD); }
 
     void send(const std::string& bytes) {
@@ -160,6 +161,12 @@ TEST_F(VsetFactoryDaemon, SurvivesItsClients) {
     EXPECT_EQ(slow.answer(), word(3));
     ASSERT_THAT(vset::factory_daemon::commands(), SizeIs(2)) << "a client that hangs up has sent nothing";
     EXPECT_EQ(vset::factory_daemon::commands()[1].strRecord, strRecord);
+
+    Client partial;
+    partial.send(strRecord.substr(0, 100));
+    partial.stopSending();
+    EXPECT_EQ(partial.answer(), "") << "to part of a record";
+    EXPECT_EQ(vset::factory_daemon::commands().back().strRecord, strRecord.substr(0, 100));
 
     Client silent;
     EXPECT_TRUE(silent.isConnected());

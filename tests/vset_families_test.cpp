@@ -586,6 +586,7 @@ TEST_F(VsetNet, TheWatchdogsHandleIsThereFromItsInitOn) {
     const HW_Handle_t hWdt = test::handleOf(HW_WDT_GetHandle, {});
     const HW_WDT_Timer_t stTimer = {100};
     expectRefusals({
+        {"no second", HW_ERR_INVALID_PARAMETER, [&] { return test::ask(HW_WDT_GetHandle, {1}, &u32Out); }},
         {"time cannot be read", HW_ERR_NOT_SUPPORT, [&] { return HW_WDT_GetAttr(hWdt, 0, nullptr, &u32Out); }},
         {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_WDT_GetAttr(hWdt, 5, &hWdt, &u32Out); }},
         {"another attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_WDT_SetAttr(hWdt, 5, &stTimer); }},
