@@ -104,8 +104,16 @@ TEST_F(VsetAout, RefusesWhatIsWrong) {
         {"empty file", HW_ERR_DATA_ERROR, [&] { return load(_hFive, "/data/empty"); }},
         {"folder", HW_ERR_DATA_ERROR, [&] { return load(_hFive, "/data"); }},
     });
+    HW_U8 u8Volume = 0;
+    HW_U32 u32DelayMs = kUntouched;
+    EXPECT_EQ(HW_AOUT_SetVolume(_hMain, 0, 100), HW_OK);
+    EXPECT_EQ(HW_AOUT_GetVolume(_hMain, 0, &u8Volume), HW_OK);
+    EXPECT_EQ(u8Volume, 100) << "the loudest";
+    EXPECT_EQ(HW_AOUT_GetDelay(_hMain, 0, &u32DelayMs), HW_OK);
+    EXPECT_EQ(u32DelayMs, 0u);
     EXPECT_THAT(out, ::testing::Each(0xA5));
-    EXPECT_EQ(vset::aout::describeAll(), "path 0: open\npath 5: open\nDTS bypass: off\nadvanced sound: none\n");
+    EXPECT_EQ(vset::aout::describeAll(),
+              "path 0: open, volume 100\npath 5: open\nDTS bypass: off\nadvanced sound: none\n");
 }
 
 // Sets an attribute of `size` bytes, each another one, and reads it back, both at odd addresses.

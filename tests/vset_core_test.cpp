@@ -31,6 +31,10 @@
 #include "vset/net.h"
 #include "vset/sys.h"
 
+// What fortified code calls.
+extern "C" int __open_2(const char* pszPath, int s32Flags);
+extern "C" int __open64_2(const char* pszPath, int s32Flags);
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -77,6 +81,19 @@ TEST_F(VsetTree, LibcAndMiddlewareSeeTheSameFiles) {
     EXPECT_EQ(access("/data/made", F_OK), -1);
     EXPECT_EQ(errno, ENOENT);
 
+    // The other names of the same calls.
+    for (const int s32Made : {open64("/data/large", O_RDWR | O_CREAT, 0600), __open_2("/data/large", O_RDWR),
+                              __open64_2("/data/large", O_RDWR)}) {
+        EXPECT_GT(s32Made, 2);
+        EXPECT_EQ(HW_FS_Write(s32Made, "large", 5), 5);
+        EXPECT_EQ(HW_FS_Close(s32Made), 0);
+    }
+    EXPECT_EQ(HW_FS_Stat("/data/large", &stStat), 0);
+    EXPECT_EQ(stStat.st_mode & 0777, 0600u);
+    FILE* const pStream = fopen64("/data/large", "r");
+    EXPECT_EQ(fgetc(pStream), 'l');
+    EXPECT_EQ(fclose(pStream), 0);
+
     // Paths that the set does not serve are the PC's.
     EXPECT_EQ(access("/proc/self/exe", F_OK), 0);
     const vset::HostPaths hostPaths;
@@ -90,8 +107,33 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(HW_FS_Open("/data", 2), -2) << "there, but not to be opened so";
     EXPECT_EQ(errno, EISDIR);
     EXPECT_EQ(HW_FS_Open(nullptr, 0), -2);
-    EXPECT_EQ(HW_FS_Fopen(nullptr, "r"), nullptr);
-    EXPECT_EQ(HW_FS_Stat("/data/f", nullptr), -1);
+    EXPECT_EQ(HW_FS_Open("/data/f", O_WRONLY), -2);
+    EXPECT_EQ(errno, EINVAL);
+    const HW_S32 s32Fd = HW_FS_Open("/data/f", 2);
+    EXPECT_EQ(fcntl(s32Fd, F_GETFD), FD_CLOEXEC) << "no child gets it";
+    EXPECT_EQ(HW_FS_Write(s32Fd, nullptr, 0), 0);
+    struct stat stStat = {};
+    const std::function<HW_S32()> kNull[] = {
+        [&] { return HW_FS_Write(s32Fd, nullptr, 1); },
+        [] { return HW_FS_Fopen(nullptr, "r") == nullptr ? -1 : 0; },
+        [] { return HW_FS_Fopen("/data/f", nullptr) == nullptr ? -1 : 0; },
+        [] { return HW_FS_Fclose(nullptr); },
+        [] { return HW_FS_Fseek(nullptr, 0, SEEK_SET); },
+        [&] { return HW_FS_Stat(nullptr, &stStat); },
+        [] { return HW_FS_Stat("/data/f", nullptr); },
+        [] { return HW_FS_MkDir(nullptr, 0755); },
+        [] { return HW_FS_Unlink(nullptr); },
+    };
+    for (const auto& call : kNull) {
+        errno = 0;
+        EXPECT_EQ(call(), -1) << &call - kNull;
+        EXPECT_EQ(errno, EFAULT) << &call - kNull;
+    }
+    EXPECT_EQ(HW_FS_Close(s32Fd), 0);
+    EXPECT_EQ(HW_FS_MkDir("/data/d", 0750), 0);
+    EXPECT_EQ(HW_FS_Stat("/data/d", &stStat), 0);
+    EXPECT_EQ(stStat.st_mode & 0777, 0750u);
+    EXPECT_EQ(HW_FS_MkDir("/data/d", 0750), -1) << "there already";
     EXPECT_EQ(HW_FS_Close(0), 0);
     EXPECT_GE(fcntl(0, F_GETFD), 0) << "the host's standard input stays open";
     FILE* pStream = HW_FS_Fopen("/data/f", "rb");
@@ -104,6 +146,7 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     errno = 0;
     EXPECT_EQ(HW_FS_Fread(acBytes, 1, 8, nullptr), -1);
     EXPECT_EQ(errno, EFAULT);
+    EXPECT_EQ(HW_FS_Fwrite(nullptr, 1, 8, pStream), -1);
     const int s32Descriptors = test::openDescriptors();
     vset::inject({"HW_FS_Fclose", -1});
     EXPECT_EQ(HW_FS_Fclose(pStream), -1);
@@ -355,7 +398,26 @@ TEST_F(VsetSwitch, ALateCallFindsNoSet) {
     EXPECT_EQ(errno, ENODEV);
     EXPECT_EQ(HW_SYS_Init(nullptr), HW_ERR_FAILED);
     EXPECT_EQ(HW_FS_MkDir("/data/late", 0755), -1);
-    EXPECT_EQ(open("/data/late", O_WRONLY | O_CREAT, 0644), -1);
+    struct stat stStat = {};
+    const std::function<int()> kLate[] = {
+        [] { return open("/data/late", O_WRONLY | O_CREAT, 0644); },
+        [] { return open64("/data/late", O_WRONLY | O_CREAT, 0644); },
+        [] { return __open_2("/data/late", O_WRONLY); },
+        [] { return __open64_2("/data/late", O_WRONLY); },
+        [] { return fopen("/data/late", "w") == nullptr ? -1 : 0; },
+        [] { return fopen64("/data/late", "w") == nullptr ? -1 : 0; },
+        [] { return access("/data/late", F_OK); },
+        [] { return unlink("/data/late"); },
+        [] { return mkfifo("/data/late", 0600); },
+        [] { return chmod("/data/late", 0600); },
+        [] { return HW_FS_Unlink("/data/late"); },
+        [&] { return HW_FS_Stat("/data/late", &stStat); },
+    };
+    for (const auto& call : kLate) {
+        errno = 0;
+        EXPECT_EQ(call(), -1) << &call - kLate;
+        EXPECT_EQ(errno, ENODEV) << &call - kLate;
+    }
     EXPECT_EQ(vset::folder(), "");
     EXPECT_THROW(vset::powerCycle(), vset::SetError);
     EXPECT_FALSE(fs::exists(strUsers)) << "the user's own set";
@@ -506,6 +568,20 @@ TEST_F(VsetFiles, TroublesOfThePcAreReported) {
         EXPECT_EQ(errno, EFBIG);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "virtual set: " + strTrouble + "\n");
         EXPECT_THAT(vset::takeHostTroubles(), ElementsAre(strTrouble));
+        // A stream keeps what fits into its buffer, until it is closed.
+        const std::string strLong(200000, 'x');
+        FILE* pStream = HW_FS_Fopen("/data/stream", "w");
+        EXPECT_EQ(HW_FS_Fwrite(strLong.data(), 1, 200000, pStream), 4096);
+        EXPECT_THAT(vset::takeHostTroubles(), ElementsAre(HasSubstr("/data/stream: cannot be stored")));
+        HW_FS_Fclose(pStream);
+        pStream = HW_FS_Fopen("/data/buffered", "w");
+        EXPECT_EQ(HW_FS_Fwrite(strLong.data(), 1, 4097, pStream), 4097);
+        errno = EFBIG;
+        EXPECT_EQ(HW_FS_Fwrite("x", 0, 5, pStream), 0) << "nothing to write is no trouble";
+        EXPECT_THAT(vset::takeHostTroubles(), IsEmpty());
+        EXPECT_EQ(HW_FS_Fclose(pStream), -1) << "a byte is lost";
+        EXPECT_EQ(errno, EFBIG);
+        EXPECT_THAT(vset::takeHostTroubles(), ElementsAre(HasSubstr("/data/buffered: cannot be stored")));
         for (const int s32Error : {ENOENT, ENOSPC, EDQUOT, EFBIG, EIO, EROFS, EACCES}) {
             vset::noteHostTrouble(std::to_string(s32Error), s32Error);
         }

@@ -113,6 +113,14 @@ TEST_F(VsetDisp, VideoPathIsFoundWhileItIsConnected) {
     EXPECT_EQ(HW_VIDEO_GetAttr(hVideo, E_HW_VIDEO_ATTR_INFO, nullptr, &stInfo), HW_OK);
     EXPECT_EQ(stInfo.u16Width, 720);
     EXPECT_EQ(window(0).video.value().u8Interlaced, 1);
+    vset::disp::setModuleCount(0, 3);
+    EXPECT_THAT(connected(E_HW_DISP_MODULE_VIDEO), ElementsAre(hVideo, hVideo, hVideo));
+    for (const unsigned int u32Count : {0u, 65u}) {
+        EXPECT_THROW(vset::disp::setModuleCount(0, u32Count), vset::SetError);
+    }
+    vset::disp::setModuleCount(0, 64);
+    EXPECT_EQ(connected(E_HW_DISP_MODULE_VIDEO).size(), 64u);
+    vset::disp::setModuleCount(0, 1);
     const HW_DISP_ConnectQuery_t stQuery = {1, E_HW_DISP_MODULE_VIDEO, 1};
     HW_Handle_t hUntouched = kUntouched;
     EXPECT_EQ(HW_DISP_GetConnected(_hMain, &stQuery, 0, &hUntouched), HW_OK);
@@ -268,6 +276,18 @@ TEST_F(VsetDisp, TellsRectangleRangeAndVersion) {
     std::memset(&stVersion, 0xA5, sizeof(stVersion));
     EXPECT_EQ(HW_DISP_GetPictureParam(_hMain, E_HW_DISP_PICTURE_PQ_VERSION, &stRequest, &stVersion), HW_OK);
     EXPECT_EQ(bytes(stVersion), "V0.5" + std::string(28, '\0'));
+    HW_Handle_t hSd = HW_HANDLE_NONE;
+    vset::disp::hold(2);
+    EXPECT_EQ(HW_DISP_GetHandle("HW_DISP_SD0", &hSd), HW_OK);
+    const HW_DISP_PqVersionRequest_t stLast = {6};
+    EXPECT_EQ(HW_DISP_GetPictureParam(hSd, E_HW_DISP_PICTURE_PQ_VERSION, &stLast, &stVersion), HW_OK);
+    EXPECT_EQ(bytes(stVersion), "V2.6" + std::string(28, '\0'));
+    vset::disp::setPqVersion(2, 6, std::string(32, 'v'));
+    EXPECT_EQ(HW_DISP_GetPictureParam(hSd, E_HW_DISP_PICTURE_PQ_VERSION, &stLast, &stVersion), HW_OK);
+    EXPECT_EQ(bytes(stVersion), std::string(32, 'v'));
+    vset::disp::setRectangle(2, {1, 2, 3, 4});
+    EXPECT_EQ(HW_DISP_GetDispRect(hSd, &stRect), HW_OK);
+    EXPECT_EQ(bytes(stRect), bytes(HW_DISP_Rect_t{1, 2, 3, 4}));
     EXPECT_THROW(vset::disp::setPqVersion(0, 6, std::string(33, 'v')), vset::SetError);
     EXPECT_THROW(vset::disp::setPqVersion(0, 7, ""), vset::SetError);
 }
@@ -300,16 +320,28 @@ TEST_F(VsetDisp, ShowsTestPatternAndMute) {
     EXPECT_TRUE(showsOnly(kBlack)) << "closed";
 }
 
+// Returns a number that another picture does not have.
+std::uint32_t sumOf(const vset::Picture& picture) {
+    return std::accumulate(picture.pixels.begin(), picture.pixels.end(), std::uint32_t{0},
+                           [](std::uint32_t u32Sum, std::uint32_t u32Pixel) { return (u32Sum ^ u32Pixel) * 16777619; });
+}
+
 TEST_F(VsetDisp, TestPatternsTellTheStagesApart) {
     std::set<std::vector<std::uint32_t>> pictures;
+    // Pixels of the full color in each pattern.
+    constexpr std::ptrdiff_t kFull[] = {1036800, 1044480, 1036800, 135936, 7560,
+                                        7680,    2073600, 1036800, 187904, 518400};
+    std::uint32_t u32Kept = 0;
     for (HW_U32 u32Mode = 0; u32Mode <= E_HW_DISP_PATTERN_WHITE_BALANCE; ++u32Mode) {
         EXPECT_EQ(setPattern(u32Mode, 1, 1023, 0, 512), HW_OK);
         const vset::Picture shown = picture(0);
         EXPECT_TRUE(pictures.insert(shown.pixels).second) << u32Mode;
-        EXPECT_EQ(std::count(shown.pixels.begin(), shown.pixels.end(), 0xFFFF0080u) > 1920, true) << u32Mode;
+        EXPECT_EQ(std::count(shown.pixels.begin(), shown.pixels.end(), 0xFFFF0080u), kFull[u32Mode]) << u32Mode;
+        u32Kept = (u32Kept ^ sumOf(shown)) * 16777619;
         EXPECT_TRUE(std::all_of(shown.pixels.begin(), shown.pixels.end(),
                                 [](std::uint32_t u32Pixel) { return (u32Pixel & 0xFF00FF00) == kBlack; }));
     }
+    EXPECT_EQ(u32Kept, 3437091840u) << "the patterns have changed";
 }
 
 TEST_F(VsetDisp, SourcesShowBars) {
@@ -318,6 +350,7 @@ TEST_F(VsetDisp, SourcesShowBars) {
     EXPECT_EQ(picture(0).pixels, video.pixels);
     EXPECT_EQ(video.at(0, 500), 0xFFBFBFBFu);
     EXPECT_EQ(video.at(1919, 500), kBlack);
+    EXPECT_EQ(sumOf(video), 2265500800u) << "the bars have changed";
     EXPECT_EQ(std::set<std::uint32_t>(video.pixels.begin(), video.pixels.end()).size(), 9u) << "eight and the line";
     for (const std::uint64_t u64Frame : {std::uint64_t{101}, std::uint64_t{239}, ~std::uint64_t{0}}) {
         vset::disp::freezeVideo(u64Frame);
@@ -347,7 +380,9 @@ TEST_F(VsetDisp, SourcesShowBars) {
     const vset::Picture input = picture(0);
     EXPECT_EQ(input.at(0, 600), input.at(1919, 600));
     EXPECT_NE(input.at(0, 0), input.at(0, 1079));
+    EXPECT_EQ(sumOf(input), 4020268032u) << "the bars have changed";
     EXPECT_EQ(show(stOneBar).at(0, 1079), 0xFF0000BFu);
+    EXPECT_EQ(sumOf(show({7, 9, 800, 500, 960, 540})), 477430144u) << "the bars have changed";
     vset::disp::disconnectInput(0);
     EXPECT_TRUE(showsOnly(kBlack)) << "nothing connected";
 }
@@ -370,6 +405,13 @@ TEST_F(VsetDisp, ControllerKnowsItsTimings) {
     EXPECT_EQ(vset::disp::controller().u32Timing, 39u);
     vset::disp::setTimingSupported(46, true);
     EXPECT_EQ(HW_DISP_SetOutputTiming(_hController, 46), HW_OK);
+    EXPECT_THROW(vset::disp::setTimingSupported(47, true), vset::SetError);
+    vset::powerCycle();
+    EXPECT_EQ(vset::disp::controller().u32Timing, 0u);
+    EXPECT_EQ(vset::disp::controller().s32FreeRun, 0);
+    EXPECT_TRUE(vset::disp::controller().bPlayer);
+    EXPECT_EQ(HW_SYS_Init(nullptr), HW_OK);
+    EXPECT_EQ(HW_DISP_SetOutputTiming(test::handleOf(HW_DISP_GetController, {}), 46), HW_ERR_NOT_SUPPORT);
 }
 
 // --- Display output --------------------------------------------------------------------------------------------------

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The set's factory daemon, as a client of its socket sees it. A PC has the socket's name once: never two at a time.
 #include <cstring>
+#include <filesystem>
 #include <functional>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -52,6 +54,7 @@ public:
 
     bool isConnected() const { return _bConnected; }
     void hangUp() { shutdown(_s32Socket, SHUT_RDWR); }
+    void stopSending() { shutdown(_s32Socket, SHUT_WR); }
     void stopListening() { shutdown(_s32Socket, SHUT_RD); }
 
     void send(const std::string& bytes) {
@@ -159,10 +162,39 @@ TEST_F(VsetFactoryDaemon, SurvivesItsClients) {
     ASSERT_THAT(vset::factory_daemon::commands(), SizeIs(2)) << "a client that hangs up has sent nothing";
     EXPECT_EQ(vset::factory_daemon::commands()[1].strRecord, strRecord);
 
+    Client partial;
+    partial.send(strRecord.substr(0, 100));
+    partial.stopSending();
+    EXPECT_EQ(partial.answer(), "") << "to part of a record";
+    EXPECT_EQ(vset::factory_daemon::commands().back().strRecord, strRecord.substr(0, 100));
+
     Client silent;
     EXPECT_TRUE(silent.isConnected());
     EXPECT_LT(test::secondsOf(vset::factory_daemon::stop), test::patient(20)) << "even while a client is connected";
     EXPECT_EQ(silent.answer(), "") << "which has asked nothing";
+}
+
+// What the set has open is not for programs that its program starts.
+TEST_F(VsetFactoryDaemon, NoChildGetsADescriptorOfTheSet) {
+    vset::factory_daemon::start(Behaviour::silence);
+    Client client;
+    client.send(commandRecord(1, "stay"));
+    EXPECT_TRUE(eventually([] { return vset::factory_daemon::commands().size() == 1; }));
+    int s32Seen = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        const std::string strTarget = std::filesystem::read_symlink(entry.path(), error).string();
+        const int s32Fd = std::stoi(entry.path().filename());
+        for (const std::string& strBegin : {folder(), std::string("/dev/ptmx"), std::string("/dev/pts/"),
+                                            std::string("socket:"), std::string("anon_inode:[eventfd]")}) {
+            if (s32Fd > 2 && strTarget.rfind(strBegin, 0) == 0) {
+                EXPECT_EQ(fcntl(s32Fd, F_GETFD), FD_CLOEXEC) << strTarget;
+                ++s32Seen;
+            }
+        }
+    }
+    EXPECT_GE(s32Seen, 18)
+        << "lock, seven lines, five of them with both ends, daemon, client, and who wakes the threads";
 }
 
 TEST_F(VsetFactoryDaemon, StartsAgainAndOnlyOnce) {

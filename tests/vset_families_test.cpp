@@ -14,6 +14,7 @@
 #include "support/emulation.h"
 #include "support/middleware_calls.h"
 #include "support/refusals.h"
+#include "support/waiting.h"
 #include "vset/net.h"
 #include "vset/sys.h"
 #include "vset/wdt.h"
@@ -64,6 +65,53 @@ TEST_F(VsetSys, AttributesAreThoseOfTheFolder) {
     EXPECT_EQ(stPath.u32CopiedSize, kUntouched);
 }
 
+TEST_F(VsetSys, TheChipKeepsWhatItIsTold) {
+    write("/data/fw.bin", "firmware");
+    HW_U32 u32Value = kUntouched;
+    const auto upgrade = [](HW_U32 u32Type, const char* pszPath) {
+        return [=] { return HW_SYS_UpgradeFw(u32Type, pszPath != nullptr ? u8(pszPath) : nullptr); };
+    };
+    const auto spread = [](HW_U32 u32Miu, HW_U8 u8Enable) {
+        return [=] { return HW_SYS_SetMiuSsc(u32Miu, 300, 20, u8Enable); };
+    };
+    const auto useAll = [&](HW_Result_t result) {
+        expectRefusals({
+            {"spread", result, spread(2, 1)},
+            {"firmware", result, upgrade(E_HW_SYS_FW_TARN, "/data/fw.bin")},
+            {"write", result, [] { return hw_sys_WriteReg(0x10, 0x20, 0xFFFFFFFF); }},
+            {"read", result, [&] { return hw_sys_ReadReg(0x10, 0x20, &u32Value); }},
+        });
+    };
+    useAll(HW_OK);
+    expectRefusals({
+        {"no fourth interface", HW_ERR_INVALID_PARAMETER, spread(3, 0)},
+        {"spread is no flag", HW_ERR_INVALID_PARAMETER, spread(2, 2)},
+        {"no such firmware", HW_ERR_INVALID_PARAMETER, upgrade(E_HW_SYS_FW_INVALID, "/data/fw.bin")},
+        {"no path", HW_ERR_INVALID_PARAMETER, upgrade(0, nullptr)},
+        {"no file", HW_ERR_FAILED, upgrade(0, "/data/none.bin")},
+        {"a folder", HW_ERR_FAILED, upgrade(0, "/data")},
+        {"register to nowhere", HW_ERR_INVALID_PARAMETER, [] { return hw_sys_ReadReg(0x10, 0x20, nullptr); }},
+    });
+    EXPECT_EQ(u32Value, 0xFFFFFFFFu);
+    EXPECT_EQ(vset::sys::readRegister(0x20, 0x10), 0u) << "bank and offset are no pair";
+    vset::sys::writeRegister(0x20, 0x10, 5);
+    ASSERT_EQ(vset::sys::writtenRegisters().size(), 2u);
+    EXPECT_EQ(vset::sys::writtenRegisters()[0].u32Value, 0xFFFFFFFFu);
+    const vset::sys::ClockSpread stSpread = vset::sys::clockSpread(2);
+    EXPECT_TRUE(stSpread.bOn && stSpread.u16Freq == 300 && stSpread.u16Ratio == 20);
+    EXPECT_FALSE(vset::sys::clockSpread(1).bOn);
+    EXPECT_THROW(vset::sys::clockSpread(3), vset::SetError);
+    ASSERT_EQ(vset::sys::flashedFirmware().size(), 1u);
+    const vset::sys::Firmware stFirmware = vset::sys::flashedFirmware()[0];
+    EXPECT_EQ(stFirmware.strPath, "/data/fw.bin");
+    EXPECT_EQ(stFirmware.u32Type * 100 + stFirmware.u64Size, 108u);
+    EXPECT_EQ(stFirmware.u32Crc32, 0xD5ECD7C4u);
+    vset::powerCycle();
+    EXPECT_FALSE(vset::sys::clockSpread(2).bOn);
+    EXPECT_TRUE(vset::sys::flashedFirmware().empty() && vset::sys::writtenRegisters().empty());
+    useAll(HW_ERR_NOT_INITED);
+}
+
 // --- Configuration files ---------------------------------------------------------------------------------------------
 
 class VsetConfig : public VsetSys {
@@ -100,17 +148,12 @@ TEST_F(VsetConfig, ReadsAsItIsWritten) {
           "colon:key = c\ntwice = 1\ntwice = 2\n[first]\nlate = l = m ; n\r\n[open\nlast = e");
     const HW_Handle_t hConfig = opened("/data/a.ini");
     const std::pair<const char*, const char*> kRows[] = {
-        {":global", "0"},          {"first:key", "value"},
-        {"FIRST:key", "error 3"},  {"first:Key", "error 3"},
-        {"first:Quoted", "a b"},   {"first:inner", "say \"hi\""},
-        {"first:blanks", "  x  "}, {"first:half", "\"x"},
-        {"first:empty", ""},       {"first:late", "l = m ; n"},
-        {"first:last", "e"},       {"first:off", "error 3"},
-        {"first:;off", "error 3"}, {"first:no value", "error 3"},
-        {"other:key", "9"},        {"other:colon:key", "c"},
-        {"other:twice", "2"},      {"other:late", "error 3"},
-        {"none:key", "error 3"},   {"first:", "error 3"},
-        {"firstkey", "error 8"},   {"", "error 8"},
+        {":global", "0"},          {"first:key", "value"},        {"FIRST:key", "error 3"},  {"first:Key", "error 3"},
+        {"first:Quoted", "a b"},   {"first:inner", "say \"hi\""}, {"first:blanks", "  x  "}, {"first:half", "\"x"},
+        {"first:empty", ""},       {"first:late", "l = m ; n"},   {"first:last", "e"},       {"first:off", "error 3"},
+        {"first:;off", "error 3"}, {"first:no value", "error 3"}, {"first:#off", "error 3"}, {"other:key", "9"},
+        {"other:colon:key", "c"},  {"other:twice", "2"},          {"other:late", "error 3"}, {"none:key", "error 3"},
+        {"first:", "error 3"},     {"firstkey", "error 8"},       {"", "error 8"},
     };
     for (const auto& [pszKey, pszValue] : kRows) {
         EXPECT_EQ(get(hConfig, pszKey), pszValue) << pszKey;
@@ -138,6 +181,8 @@ TEST_F(VsetConfig, SettingLeavesEverythingElseAsItIs) {
         {"quotes stay", "[a]\nk = \"old\"\n", {{"a:k", "new"}}, "[a]\nk = \"new\"\n"},
         {"of two the one that counts", "[a]\nk=1\nk=2\n", {{"a:k", "3"}}, "[a]\nk=1\nk=3\n"},
         {"line ends of another system", "[a]\r\nk=1\r\n", {{"a:k", "2"}, {"a:n", "3"}}, "[a]\r\nk=2\r\nn = 3\r\n"},
+        {"blank lines at the end", "[a]\nk=1\n\n", {{"c:x", "1"}}, "[a]\nk=1\n\n[c]\nx = 1\n"},
+        {"an empty value", "[a]\nk =\nm=\r\n", {{"a:k", "1"}, {"a:m", "2"}}, "[a]\nk = 1\nm= 2\r\n"},
         {"byte order mark", "\xEF\xBB\xBF[a]\nk=1\n", {{"a:k", "2"}}, "\xEF\xBB\xBF[a]\nk=2\n"},
     };
     for (const auto& stRow : kRows) {
@@ -166,11 +211,22 @@ TEST_F(VsetConfig, WhatWasSetIsReadBackExactly) {
         }
     }
     const std::string strBefore = read("/data/r.ini");
-    const std::pair<const char*, std::string> kRefused[] = {
-        {"a:k", "two\nlines"}, {"a:k", "x\r"},  {"a:k", std::string("x\0y", 3)},
-        {"a:", "x"},           {"ak", "x"},     {"a:b=c", "x"},
-        {"a:#c", "x"},         {"a:[c", "x"},   {"a: k", "x"},
-        {"a]:k", "x"},         {"a\n[b:k", "x"}};
+    const std::pair<const char*, std::string> kRefused[] = {{"a:k", "two\nlines"},
+                                                            {"a:k", "x\r"},
+                                                            {"a:k", std::string("x\0y", 3)},
+                                                            {"a:", "x"},
+                                                            {"ak", "x"},
+                                                            {"a:b=c", "x"},
+                                                            {"a:#c", "x"},
+                                                            {"a:[c", "x"},
+                                                            {"a: k", "x"},
+                                                            {"a]:k", "x"},
+                                                            {"a\n[b:k", "x"},
+                                                            {" a:k", "x"},
+                                                            {"a\t:k", "x"},
+                                                            {"a:;c", "x"},
+                                                            {"a:k ", "x"},
+                                                            {"a:\xEF\xBB\xBFk", "x"}};
     for (const auto& [pszKey, strValue] : kRefused) {
         EXPECT_EQ(set(hConfig, pszKey, strValue), HW_ERR_INVALID_PARAMETER) << pszKey;
     }
@@ -232,6 +288,7 @@ TEST_F(VsetConfig, HandlesAndTexts) {
         {"a folder", HW_ERR_FAILED, [&] { return HW_SYS_OpenConfigFile(u8("/data"), &hConfig); }},
         {"other type", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetConfigData(hOpen, u8("a:k"), &stType); }},
         {"get a length", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetConfigData(hOpen, u8("a:k"), &stLength); }},
+        {"no colon", HW_ERR_INVALID_PARAMETER, [&] { return set(hOpen, "ak", "x"); }},
         {"get into a text", HW_ERR_INVALID_PARAMETER, [&] { return HW_SYS_GetConfigData(hOpen, u8("a:k"), &stText); }},
     });
     EXPECT_EQ(hConfig, kUntouched);
@@ -289,21 +346,33 @@ TEST_F(VsetMemory, RegionsAreWhereTheLayoutSays) {
     testing::FLAGS_gtest_death_test_style = "fast";
     const struct {
         HW_U32 u32MmapId;
+        const char* pszName;
+        HW_U32 u32Miu;
         HW_U32 u32Length;
         bool bAlwaysAddressable;
-    } kRows[] = {{E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, 0x1800000, true},
-                 {E_HW_SYS_MMAP_ID_FACTORY_CANVAS, 0x400000, false}};
+    } kRows[] = {{E_HW_SYS_MMAP_ID_AN_FBDEV_GOP_BUF, "AN_FBDEV_GOP_BUF", E_HW_SYS_MIU_0, 0x1800000, true},
+                 {E_HW_SYS_MMAP_ID_FACTORY_CANVAS, "FACTORY_CANVAS", E_HW_SYS_MIU_1, 0x400000, false}};
     for (const auto& stRow : kRows) {
         SCOPED_TRACE(stRow.u32MmapId);
         HW_SYS_MmapInfo_t stInfo = {};
         ASSERT_EQ(HW_SYS_GetMmapLayout(stRow.u32MmapId, &stInfo), HW_OK);
         EXPECT_EQ(stInfo.u32Length, stRow.u32Length);
         EXPECT_EQ(stInfo.u32MmapId, stRow.u32MmapId);
+        EXPECT_EQ(stInfo.u32Miu, stRow.u32Miu);
+        EXPECT_EQ(stInfo.u32Alignment, 0x1000u);
+        EXPECT_STREQ(reinterpret_cast<const char*>(stInfo.au8Name), stRow.pszName);
         EXPECT_NE(stInfo.u64MiuBase, 0u);
         EXPECT_NE(stInfo.u64Offset, 0u);
         const HW_U64 u64Start = stInfo.u64MiuBase + stInfo.u64Offset;
         EXPECT_EQ(u64Start % 0x1000, 0u);
         EXPECT_EQ(at(u64Start) != nullptr, stRow.bAlwaysAddressable);
+        EXPECT_EQ(release(u64Start, stRow.u32Length), HW_ERR_INVALID_PARAMETER) << "no memory of the IOMMU";
+        const std::vector<vset::sys::MemoryArea> map = vset::sys::memoryMap();
+        const vset::sys::MemoryArea& stArea = map.at(stRow.bAlwaysAddressable ? 0 : 1);
+        EXPECT_EQ(stArea.strName, stRow.pszName);
+        EXPECT_EQ(stArea.u32MmapId, stRow.u32MmapId);
+        EXPECT_EQ(stArea.u64Start, u64Start);
+        EXPECT_EQ(stArea.bAddressable, stRow.bAlwaysAddressable);
 
         HW_SYS_MmapInfo_t stAllocated = {};
         EXPECT_EQ(HW_SYS_FreeMmapLayout(stRow.u32MmapId), HW_ERR_FAILED);
@@ -339,6 +408,11 @@ TEST_F(VsetMemory, TheIommuHandsOutWhatItHas) {
     EXPECT_EQ(vset::sys::memoryMap().size(), 4u);
     EXPECT_EQ(vset::sys::memoryMap()[2].strName, "a name of thirty-two characters!");
     HW_U64 u64Third = 0;
+    const HW_OS_IommuRequest_t aWrong[] = {{"", 0x4000, 0, 0, kUntouched}, {"", 0x4000, 1, 1, kUntouched}};
+    for (HW_OS_IommuRequest_t stWrong : aWrong) {
+        EXPECT_EQ(HW_OS_AllocateIommuMemory(&stWrong), HW_ERR_INVALID_PARAMETER);
+        EXPECT_EQ(stWrong.u64PhysAddr, kUntouched);
+    }
     expectRefusals({
         {"one unit too many", HW_ERR_MEMORY_ALLOCATE, [&] { return allocate(0x4000, &u64Third); }},
         {"nothing", HW_ERR_INVALID_PARAMETER, [&] { return allocate(0, &u64Third); }},
@@ -372,9 +446,19 @@ TEST_F(VsetMemory, TheMemoryMapRefusesWhatItHasNot) {
     EXPECT_EQ(at(~HW_U64{0}), nullptr);
     EXPECT_THROW(vset::sys::resizeRegion(1, 0x1000), vset::SetError);
     EXPECT_THROW(vset::sys::resizeRegion(378, vset::sys::kRegionLimit + 1), vset::SetError);
+    EXPECT_NO_THROW(vset::sys::resizeRegion(378, vset::sys::kRegionLimit));
+    HW_U64 u64Out = kUntouched;
     vset::powerCycle();
-    EXPECT_EQ(HW_SYS_GetMmapLayout(347, &stInfo), HW_ERR_NOT_INITED);
+    expectRefusals({
+        {"layout", HW_ERR_NOT_INITED, [&] { return HW_SYS_GetMmapLayout(347, &stInfo); }},
+        {"region", HW_ERR_NOT_INITED, [&] { return HW_SYS_AllocateMmapLayout(378, &stInfo); }},
+        {"free region", HW_ERR_NOT_INITED, [] { return HW_SYS_FreeMmapLayout(378); }},
+        {"memory", HW_ERR_NOT_INITED, [&] { return allocate(0x4000, &u64Out); }},
+        {"free memory", HW_ERR_NOT_INITED, [] { return release(0x100000000, 0x4000); }},
+        {"address", HW_ERR_NOT_INITED, [&] { return HW_OS_Pa2NonCachedVa(0x2A000000, &u64Out); }},
+    });
     EXPECT_EQ(stInfo.u32Length, kUntouched);
+    EXPECT_EQ(u64Out, kUntouched);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(HW_OS_DelayTask(30), HW_OK) << "works before HW_SYS_Init";
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
@@ -413,7 +497,7 @@ protected:
     }
     static HW_Handle_t opened(const char* pszName) {
         HW_NET_OpenParams_t stParams = {};
-        std::strncpy(stParams.acName, pszName, sizeof(stParams.acName) - 1);
+        std::memcpy(stParams.acName, pszName, strnlen(pszName, sizeof(stParams.acName)));
         return test::handleOf(HW_NET_Open, stParams);
     }
 };
@@ -434,10 +518,29 @@ TEST_F(VsetNet, AHandleIsItsInterfacesHoweverTheListChanges) {
         {"names to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_GetInterfaceName(nullptr, &u32Count); }},
         {"uncounted names", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_GetInterfaceName(aNames, nullptr); }},
         {"both separators", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "02:00-5E:00-53:02"); }},
+        {"no address", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, ""); }},
+        {"a longer one", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "02:00:5E:00:53:02:"); }},
+        {"not switched on before", HW_ERR_FAILED, [&] { return HW_NET_DhcpOn(hEth, E_HW_NET_IPV4); }},
+        {"off", HW_OK, [&] { return HW_NET_DhcpOff(hEth, E_HW_NET_IPV4); }},
+        {"off again", HW_ERR_FAILED, [&] { return HW_NET_DhcpOff(hEth, E_HW_NET_IPV4); }},
+        {"up", HW_OK, [&] { return HW_NET_DeviceUp(hEth); }},
         {"a group", HW_ERR_INVALID_PARAMETER, [&] { return HW_NET_SetMac(hEth, "01:00:5E:00:53:02"); }},
         {"IPv6", HW_ERR_NOT_SUPPORT, [&] { return HW_NET_DhcpOff(hEth, E_HW_NET_IPV4 + 1); }},
     });
     EXPECT_EQ(u32Count, kUntouched);
+    EXPECT_TRUE(vset::net::interfaces()[1].bUp && !vset::net::interfaces()[1].bDhcp);
+    // A name that fills its field has no end.
+    vset::net::setInterfaces({{"eth0"}, {"sixteenletters16"}, {"eth0"}});
+    std::memset(aNames, 0xA5, sizeof(aNames));
+    EXPECT_EQ(HW_NET_GetInterfaceName(aNames, &u32Count), HW_OK);
+    EXPECT_EQ(u32Count, 3u);
+    EXPECT_EQ(std::string(aNames[0].acName, 16), "eth0" + std::string(12, '\0'));
+    EXPECT_EQ(std::string(aNames[1].acName, 16), "sixteenletters16");
+    EXPECT_EQ(aNames[3].acName[0], '\xA5');
+    EXPECT_NE(opened("sixteenletters16"), HW_HANDLE_NONE);
+    vset::net::setReportedCount(21);
+    EXPECT_EQ(HW_NET_GetInterfaceName(aNames, &u32Count), HW_OK);
+    EXPECT_EQ(u32Count, 21u);
     EXPECT_NO_THROW(vset::net::setInterfaces(std::vector<vset::net::Interface>(20, {"x"})));
     EXPECT_THROW(vset::net::setInterfaces(std::vector<vset::net::Interface>(21, {"x"})), vset::SetError);
     EXPECT_THROW(vset::net::setInterfaces({{""}}), vset::SetError);
@@ -478,12 +581,44 @@ TEST_F(VsetNet, TheWatchdogsHandleIsThereFromItsInitOn) {
     const HW_Handle_t hWdt = test::handleOf(HW_WDT_GetHandle, {});
     const HW_WDT_Timer_t stTimer = {100};
     expectRefusals({
+        {"no second", HW_ERR_INVALID_PARAMETER, [&] { return test::ask(HW_WDT_GetHandle, {1}, &u32Out); }},
         {"time cannot be read", HW_ERR_NOT_SUPPORT, [&] { return HW_WDT_GetAttr(hWdt, 0, nullptr, &u32Out); }},
         {"input", HW_ERR_INVALID_PARAMETER, [&] { return HW_WDT_GetAttr(hWdt, 5, &hWdt, &u32Out); }},
         {"another attribute", HW_ERR_NOT_SUPPORT, [&] { return HW_WDT_SetAttr(hWdt, 5, &stTimer); }},
     });
     EXPECT_EQ(vset::wdt::state().u32Seconds, 0u);
     EXPECT_EQ(u32Out, kUntouched);
+}
+
+TEST_F(VsetNet, TheWatchdogsRebootsAreCounted) {
+    SKIP_UNDER_EMULATION();
+    HW_Handle_t hWdt = HW_HANDLE_NONE;
+    const auto arm = [&](HW_U32 u32Seconds) {
+        HW_SYS_Init(nullptr);
+        EXPECT_EQ(test::init(HW_WDT_Init), HW_OK);
+        hWdt = test::handleOf(HW_WDT_GetHandle, {});
+        const HW_WDT_Timer_t stTimer = {u32Seconds};
+        EXPECT_EQ(HW_WDT_SetAttr(hWdt, E_HW_WDT_ATTR_SET_TIMER_SEC, &stTimer), HW_OK);
+    };
+    const auto word = [&](HW_U32 u32Attr) {
+        HW_U32 u32Word = kUntouched;
+        EXPECT_EQ(HW_WDT_GetAttr(hWdt, u32Attr, nullptr, &u32Word), HW_OK);
+        return u32Word;
+    };
+    EXPECT_EQ(vset::wdt::state().remaining, 0);
+    arm(1);
+    ASSERT_TRUE(test::eventually([] { return !vset::isInitialised("HW_WDT"); }));
+    vset::wdt::setPresent(false);
+    vset::powerCycle();
+    EXPECT_EQ(vset::wdt::state().u32Reboots, 1u) << "since the set was attached";
+    EXPECT_TRUE(vset::wdt::state().bPresent);
+    arm(100);
+    EXPECT_NEAR(vset::wdt::state().remaining, 100, 60);
+    EXPECT_EQ(word(E_HW_WDT_ATTR_RUNNING) + word(E_HW_WDT_ATTR_REBOOT_BY_WDT) + word(E_HW_WDT_ATTR_REBOOT_ACK), 3u);
+    EXPECT_EQ(word(E_HW_WDT_ATTR_REBOOT_BY_WDT), 0u) << "acknowledged";
+    vset::detach();
+    vset::attach(folder());
+    EXPECT_EQ(vset::wdt::state().u32Reboots + vset::wdt::state().u32Seconds, 0u);
 }
 
 }  // namespace

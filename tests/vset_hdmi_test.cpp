@@ -158,7 +158,7 @@ TEST_F(VsetHdmi, RefusesWhatAPortRefuses) {
         {"set version 4", HW_ERR_INVALID_PARAMETER, [&] { return set(hPort, 4, "x"); }},
         {"version 4", HW_ERR_INVALID_PARAMETER, [&] { return set(hPort, 4, std::nullopt); }},
     });
-    EXPECT_NE(set(hPort, 1, std::string(513, 'x')), HW_OK);
+    EXPECT_EQ(set(hPort, 1, std::string(513, 'x')), HW_ERR_LIMITION);
     EXPECT_EQ(hUntouched, kUntouched);
     EXPECT_THAT(buffer, Each(0xA5));
     EXPECT_EQ(stSmall.u32Version, kUntouched);

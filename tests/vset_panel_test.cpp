@@ -113,6 +113,26 @@ TEST_F(VsetPanel, BlendsByAlphaAndReadsRowsAnywhere) {
     expectSpots({{12, 5, 0xFFB23232}}, "every second pixel");
 }
 
+TEST_F(VsetPanel, BlendsEveryAlphaToTheNearestColor) {
+    paintBackground();
+    constexpr HW_U32 kColors[] = {0x000000, 0xFFFFFF, 0x0180FE, 0x37C864}, kUnder = kGray & 0xFF;
+    std::vector<HW_U32> pixels;
+    std::vector<Spot> spots;
+    for (unsigned int u32Row = 0; u32Row < std::size(kColors); ++u32Row) {
+        for (HW_U32 u32Alpha = 0; u32Alpha < 256; ++u32Alpha) {
+            HW_U32 u32Seen = 0xFF;
+            for (const unsigned int u32Shift : {16u, 8u, 0u}) {
+                const HW_U32 u32Sum = (kColors[u32Row] >> u32Shift & 0xFF) * u32Alpha + kUnder * (255 - u32Alpha);
+                u32Seen = u32Seen << 8 | (2 * u32Sum + 255) / 510;
+            }
+            pixels.push_back(u32Alpha << 24 | kColors[u32Row]);
+            spots.push_back({u32Alpha, u32Row, u32Seen});
+        }
+    }
+    createWindow(createLayer({0, 0, 256, 4}, 256, 4), {0, 0, 256, 4}, 256, 4, create(surfaceOver(pixels, 256)));
+    expectSpots(spots, "blended");
+}
+
 constexpr HW_U32 A = 0xFF000001, B = 0xFF000002, C = 0xFF000003, D = 0xFF000004;
 
 TEST_F(VsetPanel, ScalesAndClips) {
@@ -142,7 +162,17 @@ TEST_F(VsetPanel, ScalesAndClips) {
          stLayer,
          {{1, 0, 3, 2}, 2, 2},
          {{4, 4, A}, {5, 4, A}, {6, 4, B}, {4, 5, C}, {5, 5, C}, {6, 5, D}}},
+        {"layer stretched down",
+         {{3, 4, 2, 4}, 2, 2},
+         stWhole,
+         {{3, 4, A}, {4, 4, B}, {3, 5, A}, {4, 5, B}, {3, 6, C}, {4, 6, D}, {3, 7, C}, {4, 7, D}}},
+        {"window stretched down",
+         stLayer,
+         {{0, 1, 2, 3}, 2, 2},
+         {{3, 5, A}, {4, 5, B}, {3, 6, A}, {4, 6, B}, {3, 7, C}, {4, 7, D}}},
         {"window squeezed", stLayer, {{0, 0, 1, 1}, 2, 2}, {{3, 4, A}}},
+        {"one column, and not the first", {{3, 4, 2, 2}, 4, 2}, {{1, 0, 2, 2}, 2, 2}, {{4, 4, B}, {4, 5, D}}},
+        {"one row, and not the first", {{3, 4, 2, 2}, 2, 4}, {{0, 1, 2, 2}, 2, 2}, {{3, 5, C}, {4, 5, D}}},
         {"part of the surface", stLayer, {{0, 1, 1, 2}, 1, 2}, {{3, 5, A}, {3, 6, C}}},
         {"surface smaller than the source", stLayer, {{0, 0, 9, 9}, 9, 9}, asItIs},
         {"the layer ends before the window", {{3, 4, 1, 2}, 1, 2}, stWhole, {{3, 4, A}, {3, 5, C}}},
@@ -213,12 +243,16 @@ TEST_F(VsetPanel, ColorsOfALayer) {
         {"disabled", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0xFFFF4000, 0xFF808080, 0xFFB25232},
         {"gray", {1, 0, 50, 0, 50, 50, 1024, 1024, 1024, 0}, 0xFF727272, 0xFF808080, 0xFF6B6B6B},
         {"other color", {1, 0, 0, 50, 50, 50, 1024, 1024, 1024, 0}, 0xFF00A4E4, 0xFF808080, 0xFF3284A4},
+        {"hue 75", {1, 0, 75, 50, 50, 50, 1024, 1024, 1024, 0}, 0xFF32C300, 0xFF808080, 0xFF4B9432},
+        {"hue 25", {1, 0, 25, 50, 50, 50, 1024, 1024, 1024, 0}, 0xFFB220FF, 0xFF808080, 0xFF8B42B2},
         {"no further", {1, 0, 150, 50, 50, 50, 1024, 1024, 1024, 0}, 0xFF00A4E4, 0xFF808080, 0xFF3284A4},
         {"no contrast", {1, 0, 50, 50, 0, 50, 1024, 1024, 1024, 0}, 0xFF808080, 0xFF808080, 0xFF727272},
         {"twice the contrast", {1, 0, 50, 50, 100, 50, 1024, 1024, 1024, 0}, 0xFFFF0000, 0xFF808080, 0xFFB23232},
         {"brighter", {1, 0, 50, 50, 50, 60, 1024, 1024, 1024, 0}, 0xFFFF7333, 0xFFB3B3B3, 0xFFB26C4B},
         {"dark", {1, 0, 50, 50, 50, 0, 1024, 1024, 1024, 0}, 0xFF000000, 0xFF000000, 0xFF323232},
         {"gains", {1, 0, 50, 50, 50, 50, 512, 4096, 0, 0}, 0xFF808000, 0xFF40FF00, 0xFF727232},
+        {"gain at its limit", {1, 0, 50, 50, 0, 43, 2046, 2047, 2048, 0}, 0xFFB8B9B9, 0xFFB8B9B9, 0xFF8E8F8F},
+        {"and beyond", {1, 0, 50, 50, 0, 48, 2046, 2047, 2048, 0}, 0xFFEBEBEB, 0xFFEBEBEB, 0xFFA8A8A8},
         {"all at most", {1, 0, kMost, kMost, kMost, kMost, kMost, kMost, kMost, 0}, 0xFF00FFFF, 0xFFFFFFFF, 0xFF32B2B2},
         {"all at least", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0xFF000000, 0xFF000000, 0xFF323232},
     };
@@ -304,12 +338,14 @@ TEST_F(VsetCap, ThereIsOneUnit) {
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_CAP_Open(nullptr, &hUntouched); }},
         {"to nowhere", HW_ERR_INVALID_PARAMETER, [] { return open(nullptr); }},
         {"not connected", HW_ERR_FAILED, [&] { return HW_CAP_DisconnectInput(_hCap, _hMain); }},
+        {"no unit", HW_ERR_INVALID_HANDLE, [&] { return HW_CAP_ConnectInput(_hMain, _hMain, &kConnect); }},
         {"no window", HW_ERR_INVALID_HANDLE, [&] { return HW_CAP_ConnectInput(_hCap, _hCap, &kConnect); }},
         {"reserved", HW_ERR_INVALID_PARAMETER, [&] { return HW_CAP_ConnectInput(_hCap, _hMain, &stReserved); }},
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_CAP_ConnectInput(_hCap, _hMain, nullptr); }},
         {"connected", HW_OK, [&] { return connect(); }},
         {"connected twice", HW_ERR_BUSY, [&] { return HW_CAP_ConnectInput(_hCap, hOther, &kConnect); }},
         {"another one's", HW_ERR_FAILED, [&] { return HW_CAP_DisconnectInput(_hCap, hOther); }},
+        {"not by its handle", HW_ERR_INVALID_HANDLE, [&] { return HW_CAP_DisconnectInput(_hMain, _hMain); }},
         {"disconnected", HW_OK, [&] { return HW_CAP_DisconnectInput(_hCap, _hMain); }},
         {"disconnected twice", HW_ERR_FAILED, [&] { return HW_CAP_DisconnectInput(_hCap, _hMain); }},
         {"connected again", HW_OK, [&] { return connect(); }},

@@ -53,6 +53,8 @@ bool areThere(std::size_t count) {
 constexpr HW_SAR_CallbackParams_t kTake = {take, E_HW_SAR_EVENT_KEYPAD_PRESS, 0};
 constexpr HW_SAR_CallbackParams_t kNoMore = {nullptr, E_HW_SAR_EVENT_KEYPAD_PRESS, 0};
 
+constexpr HW_SAR_CallbackParams_t kTakeReleases = {take, 3, 0}, kNoReleases = {nullptr, 3, 0};
+
 // Five keys of eight; the fifth has the code of the second.
 constexpr HW_SAR_KeypadConfig_t kFiveKeys = {
     0, 0x0A, 0xF0, 5, {0x10, 0x2A, 0x50, 0x7B, 0xA0, 0xB0, 0xC0, 0xD0}, {21, 22, 23, 24, 22, 26, 27, 28}};
@@ -94,24 +96,36 @@ TEST_F(VsetSar, RefusesWhatAChipRefuses) {
     const HW_Handle_t hAdc = openAdc(1), hKeypad = openKeypad();
     HW_SAR_KeypadConfig_t stKeys = kFiveKeys, stElsewhere = kFiveKeys;
     stElsewhere.u32Channel = vset::sar::kKeypadChannel + 1;
-    const HW_SAR_OpenParams_t stOther = {E_HW_SAR_MODE_KEYPAD, 0, 1, &stElsewhere};
-    const HW_SAR_OpenParams_t stMode = {2, 0, 1, &stKeys}, stNoKeys = {E_HW_SAR_MODE_KEYPAD, 0, 1, nullptr};
-    const HW_SAR_CallbackParams_t stNoEvent = {take, 0, 0}, stEvents = {take, 5, 0};
+    const HW_SAR_CallbackParams_t aBegins[] = {kNoMore, {take, 0, 0}, {take, 2, 0}, {take, 5, 0}, {take, 1, 1}};
     const HW_SAR_CallbackParams_t aEnds[] = {kTake, {nullptr, 2, 0}, {nullptr, 5, 0}, {nullptr, 1, 1}};
+    for (const HW_SAR_CallbackParams_t& stBegin : aBegins) {
+        EXPECT_EQ(HW_SAR_RegisterCallback(hKeypad, &stBegin, &u32Out), HW_ERR_INVALID_PARAMETER) << &stBegin - aBegins;
+    }
     for (const HW_SAR_CallbackParams_t& stEnd : aEnds) {
         EXPECT_EQ(HW_SAR_UnRegisterCallback(hKeypad, &stEnd), HW_ERR_INVALID_PARAMETER) << &stEnd - aEnds;
     }
+    HW_SAR_KeypadConfig_t stNine = kFiveKeys;
+    stNine.u8KeyLevelNum = 9;
+    const HW_SAR_OpenParams_t aOpens[] = {
+        {E_HW_SAR_MODE_KEYPAD, 1, 1, &stKeys},  {E_HW_SAR_MODE_KEYPAD, 0, 0, &stKeys},
+        {E_HW_SAR_MODE_KEYPAD, 0, 2, &stKeys},  {E_HW_SAR_MODE_KEYPAD, 0, 1, &stNine},
+        {E_HW_SAR_MODE_ADC, 2, 1, nullptr},     {E_HW_SAR_MODE_ADC, 2, 0, &stKeys},
+        {E_HW_SAR_MODE_KEYPAD, 0, 1, nullptr},  {E_HW_SAR_MODE_KEYPAD, 0, 1, &stElsewhere},
+        {E_HW_SAR_MODE_ADC + 1, 0, 1, &stKeys}, {E_HW_SAR_MODE_ADC, 8, 0, nullptr}};
+    for (const HW_SAR_OpenParams_t& stOpen : aOpens) {
+        EXPECT_EQ(HW_SAR_Open(&stOpen, &hSar), HW_ERR_INVALID_PARAMETER) << &stOpen - aOpens;
+    }
     test::expectRefusals({
-        {"mode 2", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stMode, &hSar); }},
-        {"keypad without keys", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stNoKeys, &hSar); }},
-        {"keypad of another channel", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_Open(&stOther, &hSar); }},
         {"mode 2 later", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_ConfigMode(hAdc, 2); }},
+        {"a keypad is no ADC", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_ConfigMode(hKeypad, E_HW_SAR_MODE_ADC); }},
+        {"a keypad it is", HW_OK, [&] { return HW_SAR_ConfigMode(hKeypad, E_HW_SAR_MODE_KEYPAD); }},
+        {"value of the keypad itself", HW_ERR_NOT_SUPPORT, [&] { return HW_SAR_AdcGetValue(hKeypad, &u32Out); }},
+        {"an ADC has no keys", HW_ERR_NOT_SUPPORT, [&] { return HW_SAR_RegisterCallback(hAdc, &kTake, &u32Out); }},
+        {"nor lost any", HW_ERR_NOT_SUPPORT, [&] { return HW_SAR_UnRegisterCallback(hAdc, &kNoMore); }},
+        {"mask to nowhere", HW_ERR_INVALID_PARAMETER,
+         [&] { return HW_SAR_RegisterCallback(hKeypad, &kTake, nullptr); }},
         {"value before a mode", HW_ERR_FAILED, [&] { return HW_SAR_AdcGetValue(hAdc, &u32Out); }},
         {"value to nowhere", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_AdcGetValue(hAdc, nullptr); }},
-        {"no function", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_RegisterCallback(hKeypad, &kNoMore, &u32Out); }},
-        {"no event", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_RegisterCallback(hKeypad, &stNoEvent, &u32Out); }},
-        {"no such event", HW_ERR_INVALID_PARAMETER,
-         [&] { return HW_SAR_RegisterCallback(hKeypad, &stEvents, &u32Out); }},
         {"no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_RegisterCallback(hKeypad, nullptr, &u32Out); }},
         {"end of no record", HW_ERR_INVALID_PARAMETER, [&] { return HW_SAR_UnRegisterCallback(hKeypad, nullptr); }},
         {"end of nothing", HW_ERR_FAILED, [&] { return HW_SAR_UnRegisterCallback(hKeypad, &kNoMore); }},
@@ -144,6 +158,28 @@ TEST_F(VsetSar, EveryChannelReadsItsOwnVoltage) {
     vset::powerCycle();
     EXPECT_EQ(vset::sar::voltage(7), vset::sar::kOpen);
     EXPECT_FALSE(vset::sar::channel(7).bOpen);
+}
+
+TEST_F(VsetSar, AChannelIsWhoseItIs) {
+    vset::sar::hold(4);
+    const HW_Handle_t hPlayers = test::handleOf(HW_SAR_GetHandle, {4});
+    EXPECT_TRUE(vset::sar::channel(4).bPlayer);
+    EXPECT_EQ(value(hPlayers), 0xFFu) << "the player has configured it";
+    vset::sar::release(4);
+    EXPECT_FALSE(vset::sar::channel(4).bOpen);
+    HW_U32 u32Value = kUntouched;
+    EXPECT_EQ(HW_SAR_AdcGetValue(openAdc(4), &u32Value), HW_ERR_FAILED) << "to be configured anew";
+    EXPECT_FALSE(vset::sar::channel(4).bPlayer);
+
+    // The keypad's level is that of its channel, unless that is open as an ADC.
+    const HW_Handle_t hKeypad = openKeypad();
+    EXPECT_EQ(HW_SAR_SetVoltageLevel(hKeypad, 33), HW_OK);
+    EXPECT_EQ(vset::sar::channel(0).u32VoltageLevel, 33u);
+    EXPECT_EQ(vset::sar::channel(1).u32VoltageLevel, 0u);
+    EXPECT_EQ(HW_SAR_SetVoltageLevel(openAdc(0), 44), HW_OK);
+    EXPECT_EQ(vset::sar::channel(0).u32VoltageLevel, 44u);
+    vset::powerCycle();
+    EXPECT_EQ(vset::sar::channel(0).u32VoltageLevel, 0u);
 }
 
 TEST_F(VsetSar, TheKeypadMayBeOpenedAgain) {
@@ -193,6 +229,26 @@ TEST_F(VsetSar, KeysReachTheCallbackOneAfterTheOther) {
     EXPECT_TRUE(eventually([] { return vset::sar::keypad().u64Refused == 100; }));
     EXPECT_EQ(vset::sar::keypad().u64Pressed, 500u);
     EXPECT_EQ(vset::sar::keypad().u64Dropped, 0u);
+}
+
+TEST_F(VsetSar, AKeyLeavesTheVoltageAsItWas) {
+    SKIP_UNDER_EMULATION();
+    const HW_Handle_t hKeypad = openKeypad();
+    HW_U32 u32Mask = kUntouched;
+    EXPECT_EQ(HW_SAR_RegisterCallback(hKeypad, &kTakeReleases, &u32Mask), HW_OK);
+    EXPECT_EQ(u32Mask, 3u);
+    vset::sar::setVoltage(0, 0x77);
+    vset::sar::press(1);
+    ASSERT_TRUE(areThere(1));
+    EXPECT_TRUE(eventually([] { return vset::sar::voltage(0) == 0x77; })) << "that was there before";
+    g_stGot.action = [](HW_U8) -> HW_Result_t {
+        vset::sar::setVoltage(0, 0x66);
+        return HW_OK;
+    };
+    vset::sar::press(2);
+    ASSERT_TRUE(areThere(2));
+    EXPECT_EQ(HW_SAR_UnRegisterCallback(hKeypad, &kNoReleases), HW_OK);
+    EXPECT_EQ(vset::sar::voltage(0), 0x66) << "that was put on it meanwhile";
 }
 
 TEST_F(VsetSar, KeysThatNobodyHearsAreCounted) {

@@ -106,7 +106,8 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
     HW_Handle_t hUart = kUntouched;
     HW_U32 u32Out = kUntouched;
     const HW_Handle_t hOpen = open(2);
-    const HW_UART_OpenParams_t stBad[] = {{0, 18, 0, {}}, {0, 0, 5, {}}, {0, 0, 0, {1}}, {~0u, 0, 0, {}}};
+    const HW_UART_OpenParams_t stBad[] = {
+        {0, 18, 0, {}}, {0, 0, 5, {}}, {0, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0, 0, 1}}, {5, 0, 0, {}}};
     const HW_UART_CallbackParams_t aBegins[] = {kNoMore, {take, 2, 0}, {take, 3, 0}, {take, 1, 1}};
     const HW_UART_CallbackParams_t aEnds[] = {kTake, {nullptr, 2, 0}, {nullptr, 3, 0}, {nullptr, 1, 1}};
     const HW_UART_WriteParams_t stNoData = {nullptr, 1, 0}, stEmpty = {test::u8("x"), 0, 0};
@@ -125,9 +126,15 @@ TEST_F(VsetUart, RefusesWhatAChipRefuses) {
     }
     EXPECT_EQ(hUart, kUntouched);
     EXPECT_EQ(u32Out, kUntouched);
+    test::handleOf(HW_UART_Open, {1, 17, 3, {}});
+    EXPECT_EQ(HW_UART_SetBaudrate(hOpen, 1), HW_OK);
+    EXPECT_EQ(vset::uart::port(1).u32DeviceType * 10 + vset::uart::port(1).u32BaudRate, 173u);
+    EXPECT_EQ(vset::uart::port(2).u32DeviceType * 10 + vset::uart::port(2).u32BaudRate, 1u);
     EXPECT_THROW(vset::uart::type(5, "x"), vset::SetError);
     EXPECT_THROW(vset::uart::port(5), vset::SetError);
     EXPECT_THROW(vset::uart::hangUp(2), vset::SetError);
+    vset::powerCycle();
+    EXPECT_EQ(vset::uart::port(1).u32DeviceType + vset::uart::port(1).u32BaudRate, 0u);
 }
 
 TEST_F(VsetUart, BytesWithoutACallbackWait) {
@@ -384,6 +391,34 @@ TEST_F(VsetUart, ATtyThatIsNotReadLosesAfterASecond) {
     vset::uart::type(1, "back");
     EXPECT_EQ(readSome(s32Tty, 4), "back");
     close(s32Tty);
+}
+
+TEST_F(VsetUart, ATypistIsToldThatTheLineIsGone) {
+    SKIP_UNDER_EMULATION();
+    const int s32Tty = ::open("/dev/ttyS1", O_RDWR | O_NOCTTY);
+    std::atomic<bool> bTyping{false};
+    std::thread typist([&] {
+        bTyping = true;
+        EXPECT_EQ(test::errorOf([] { vset::uart::type(1, std::string(4000000, 'x')); }), "connector 1: takes nothing");
+    });
+    EXPECT_TRUE(eventually([&] { return bTyping && vset::uart::port(1).u64Received > 0; }));
+    vset::detach();
+    typist.join();
+    close(s32Tty);
+}
+
+// What came in before the set was switched on again is not read afterwards.
+TEST_F(VsetUart, BytesDoNotOutliveThePower) {
+    SKIP_UNDER_EMULATION();
+    const int s32Terminal = ::open(vset::uart::connectors(folder()).at(4).strPath.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_EQ(::write(s32Terminal, "old", 3), 3);
+    vset::powerCycle();
+    bringUp();
+    registerCallback(open(4));
+    ASSERT_EQ(::write(s32Terminal, "new", 3), 3);
+    EXPECT_TRUE(eventually([] { return got().size() >= 3; }));
+    EXPECT_EQ(got(), "new");
+    close(s32Terminal);
 }
 
 TEST_F(VsetUart, ATtyHangsUp) {

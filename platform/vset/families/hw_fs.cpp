@@ -134,14 +134,21 @@ void lendLargeBuffer(FILE* pStream) {
 // Closes a stream and frees the buffer. A stream that is opened meanwhile at the same address does not get the buffer.
 HW_S32 closeStream(FILE* pStream) {
     const bool bLent = largeBufferOwner == pStream;
-    if (vset::isStreamOpen(pStream) && std::fflush(pStream) != 0) {
+    const bool bLost = vset::isStreamOpen(pStream) && std::fflush(pStream) != 0;
+    const int s32Error = errno;
+    if (bLost) {
         tellTrouble(fileno(pStream));
     }
     const HW_S32 s32Result = vset::closeStream(pStream);
     if (bLent) {
         largeBufferOwner = nullptr;
     }
-    return s32Result;
+    if (!bLost) {
+        return s32Result;
+    }
+    // What could not be flushed is gone, so that fclose() itself finds nothing wrong.
+    errno = s32Error;
+    return -1;
 }
 
 HW_S32 refuseNull() {

@@ -223,7 +223,6 @@ HW_Result_t HW_NET_GetInterfaceName(HW_NET_InterfaceName_t* pstList, HW_U32* pu3
 }
 
 HW_Result_t HW_NET_Open(const HW_NET_OpenParams_t* pstParams, HW_Handle_t* phNet) {
-    const std::string strName = pstParams != nullptr ? vset::nameIn(pstParams->acName) : "";
     return vset::call(__func__, {pstParams, phNet}, [&]() -> HW_Result_t {
         if (pstParams == nullptr || phNet == nullptr) {
             return HW_ERR_INVALID_PARAMETER;

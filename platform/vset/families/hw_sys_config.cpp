@@ -138,16 +138,6 @@ HW_Result_t setValue(ConfigFile& stFile, const Key& stKey, const HW_SYS_ConfigDa
     return HW_OK;
 }
 
-// Returns a value for the journal, which cuts it off: the text of the record need not end with a NUL.
-std::string journalled(const HW_SYS_ConfigData_t* pstData) {
-    constexpr std::size_t kEnough = 128;
-    if (pstData == nullptr || pstData->pu8Data == nullptr) {
-        return {};
-    }
-    const std::size_t limit = std::min<std::size_t>(pstData->u32Length, kEnough);
-    return {text(pstData->pu8Data), strnlen(text(pstData->pu8Data), limit)};
-}
-
 }  // namespace
 
 HW_Result_t HW_SYS_OpenConfigFile(const HW_U8* pu8Path, HW_Handle_t* phConfig) {
@@ -168,7 +158,6 @@ HW_Result_t HW_SYS_GetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key, HW_SY
 }
 
 HW_Result_t HW_SYS_SetConfigData(HW_Handle_t hConfig, const HW_U8* pu8Key, const HW_SYS_ConfigData_t* pstData) {
-    const std::string strValue = journalled(pstData);
     return vset::call(__func__, {hConfig, pu8Key, pstData}, [&]() -> HW_Result_t {
         return withKey(hConfig, pu8Key, pstData,
                        [&](ConfigFile& stFile, const Key& stKey) { return setValue(stFile, stKey, pstData); });
