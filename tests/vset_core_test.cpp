@@ -22,6 +22,7 @@
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
 #include "hw3/hw_net.h"
+#include "hw3/hw_os.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/middleware_calls.h"
@@ -346,7 +347,10 @@ TEST_F(VsetSwitch, ACallThatRunsLeavesNothingInTheNextLife) {
     fs::resize_file(vset::hostPath("/data/fw"), 32u << 20);
     for (int i = 0; i < 3; ++i) {
         HW_SYS_Init(nullptr);
-        std::thread flasher([] { HW_SYS_UpgradeFw(E_HW_SYS_FW_0, test::u8("/data/fw")); });
+        std::thread flasher([] {
+            HW_OS_DelayTask(1);  // a call that the switch does not wait for; it waits for the next one again
+            HW_SYS_UpgradeFw(E_HW_SYS_FW_0, test::u8("/data/fw"));
+        });
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         vset::powerCycle();
         flasher.join();
@@ -476,7 +480,7 @@ TEST_F(VsetFiles, OnlyWhatTheSetHasOpenedIsClosed) {
     EXPECT_EQ(HW_FS_Fwrite("x", 1, 1, pForeign) + HW_FS_Fread(&cByte, 1, 1, pForeign), -2);
     EXPECT_EQ(HW_FS_Fseek(pForeign, 0, SEEK_SET) + HW_FS_Fclose(pForeign), -2);
     EXPECT_EQ(errno, EBADF);
-    for (const HW_S32 s32Fd : {-1, 65535, 65536, 0x7FFFFFFF}) {
+    for (const HW_S32 s32Fd : {-1, 65535, 65536, 0x7FFFFFFF, fileno(pForeign)}) {
         errno = 0;
         EXPECT_EQ(HW_FS_Write(s32Fd, "x", 1) + HW_FS_Close(s32Fd), -2);
         EXPECT_EQ(errno, EBADF) << s32Fd;
@@ -485,6 +489,13 @@ TEST_F(VsetFiles, OnlyWhatTheSetHasOpenedIsClosed) {
     for (int s32Fd = 1; s32Fd < 1024; ++s32Fd) {
         EXPECT_EQ(HW_FS_Close(s32Fd), -1) << s32Fd;
     }
+    std::vector<int> others;
+    while (others.empty() || others.back() < 600) {
+        others.push_back(dup(0));
+    }
+    const HW_S32 s32High = HW_FS_Open("/data/r", 2);
+    EXPECT_EQ(HW_FS_Write(s32High, "x", 1) + HW_FS_Close(s32High), 1) << "above the set's own";
+    std::for_each(others.begin(), others.end(), close);
     EXPECT_EQ(std::fclose(pForeign) + close(stFiles.s32Plain), 0) << "was left open";
     EXPECT_THROW(vset::Hold{folder()}, vset::SetError) << "the set's own lock is held";
 }

@@ -90,16 +90,18 @@ protected:
 TEST_F(VsetFolder, ANewSetHasItsDefaults) {
     const mode_t before = umask(022);
     vset::create(file("new/set"));
+    { const vset::Hold lock(file("new/set")); }
     umask(before);
     EXPECT_EQ(test::readFile(file("new/set/set.json")), config());
     const std::string strConfig = "tree/vendor/factory/config/", strTool = "tree/vendor/factory/bin/factory_svc";
     EXPECT_THAT(
         listing(file("new/set")),
-        ElementsAre("env/", "env/emmc.img", "partitions/", "set.json", "tree/", "tree/data/", "tree/data/vendor/",
-                    "tree/dev/", "tree/mnt/", "tree/mnt/usb/", "tree/sys/", "tree/sys/kernel/", "tree/sys/kernel/uart/",
-                    "tree/vendor/", "tree/vendor/factory/", "tree/vendor/factory/bin/", strTool, strConfig,
-                    strConfig + "board.ini", strConfig + "dataindex.ini", strConfig + "ir.ini"));
-    for (const std::string& strName : {std::string("set.json"), std::string("env/emmc.img"), strTool}) {
+        ElementsAre("env/", "env/emmc.img", "lock", "partitions/", "set.json", "tree/", "tree/data/",
+                    "tree/data/vendor/", "tree/dev/", "tree/mnt/", "tree/mnt/usb/", "tree/sys/", "tree/sys/kernel/",
+                    "tree/sys/kernel/uart/", "tree/vendor/", "tree/vendor/factory/", "tree/vendor/factory/bin/",
+                    strTool, strConfig, strConfig + "board.ini", strConfig + "dataindex.ini", strConfig + "ir.ini"));
+    for (const std::string& strName :
+         {std::string("set.json"), std::string("lock"), std::string("env/emmc.img"), strTool}) {
         EXPECT_TRUE(hasMode(file("new/set/" + strName), 0644)) << strName;
     }
 }
@@ -276,6 +278,8 @@ TEST_F(VsetFolder, ItsLockNamesItsProcess) {
     EXPECT_NE(errorOf([&] { vset::attach(folder()); }), "no error");
     EXPECT_EQ(vset::hostPath("/data/x"), "");
     EXPECT_EQ(errorOf([&] { vset::Hold{folder()}; }), "no error") << "it is let go";
+    test::writeFile(file("other/set.json/x"), "");
+    EXPECT_EQ(errorOf([&] { vset::attach(file("other")); }), file("other/set.json: Is a directory"));
     fs::remove(strLock);
     fs::create_directory(strLock);
     EXPECT_EQ(errorOf([&] { vset::Hold{folder()}; }), strLock + ": Is a directory");
@@ -286,6 +290,10 @@ TEST_F(VsetFolder, ItsLockIsWaitedForAndIsTheOneThatIsThere) {
     const std::string strLock = file("lock");
     const std::function<void()> kGivesWay[] = {[] { std::this_thread::sleep_for(std::chrono::milliseconds(25)); },
                                                [&] { fs::rename(strLock, strLock + ".old"); },
+                                               [&] {
+                                                   fs::rename(strLock, strLock + ".old");
+                                                   test::writeFile(strLock, "");
+                                               },
                                                [&] { fs::remove(strLock); }};
     const int s32Descriptors = test::openDescriptors();
     for (const std::function<void()>& giveWay : kGivesWay) {
