@@ -92,6 +92,7 @@ TEST_F(PipeMode, CommandsBecomeEvents) {
         vset::clearFaults();
     }
     events.clear();
+    const std::size_t counted = vset::throwingAllocations();
     const std::string longest(2047, 'x');
     for (const auto& [bytes, event] : {std::pair{std::string("a\0b\n", 4), Event{kPipeCommand, 0, "a", {"a\0b", 4}}},
                                        std::pair{longest + "\n", command(longest)}}) {
@@ -99,6 +100,7 @@ TEST_F(PipeMode, CommandsBecomeEvents) {
         EXPECT_THAT(events.wait(1), ElementsAre(event));
         events.clear();
     }
+    EXPECT_EQ(vset::throwingAllocations(), counted) << "none is counted without a fault";
     EXPECT_EQ(stop(), 0);
 }
 

@@ -22,6 +22,7 @@
 #include "hw3/hw_flash.h"
 #include "hw3/hw_fs.h"
 #include "hw3/hw_net.h"
+#include "hw3/hw_os.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
 #include "support/middleware_calls.h"
@@ -54,8 +55,12 @@ TEST_F(VsetTree, OneRuleLeadsPathsIntoTheFolder) {
     EXPECT_EQ(vset::hostPath("//data///a"), strTree + "/data/a");
     EXPECT_EQ(vset::hostPath("/data/./a/../b"), strTree + "/data/b");
     EXPECT_EQ(vset::hostPath("/tmp/../data/x"), strTree + "/data/x");
-    for (const char* pszPath : {"/dev/ttyS", "/dev/ttyS1x", "/dev/null", "/database", "/sys/kernel/uartx",
-                                "/data/../etc/passwd", "/data/../../../etc/passwd", "data/a", ""}) {
+    EXPECT_EQ(vset::hostPath("/vendor/..//mnt/."), strTree + "/mnt");
+    EXPECT_EQ(vset::hostPath("/mnt/x/", strTree + "/other/"), strTree + "/other/tree/mnt/x/");
+    EXPECT_EQ(vset::hostPath("/mntx", folder()), "/mntx");
+    for (const char* pszPath :
+         {"/dev/ttyS", "/dev/ttyS1x", "/dev/ttyS1/x", "/..", "/", "/sys/kernel", "/datab/data", "/dev/null",
+          "/database", "/sys/kernel/uartx", "/data/../etc/passwd", "/data/../../../etc/passwd", "data/a", ""}) {
         EXPECT_EQ(vset::hostPath(pszPath), pszPath);
     }
 }
@@ -158,6 +163,31 @@ TEST_F(VsetTree, FilesAnswerAsTheirNamesakes) {
     EXPECT_EQ(read("/data/first") + read("/data/second"), "12") << "side by side";
 }
 
+TEST_F(VsetTree, AFileIsPretended) {
+    write("/data/there", "");
+    const auto seen = [](const char* pszPath) { return access(pszPath, F_OK) == 0; };
+    {
+        const vset::PretendedFile none("/data/there", false);
+        EXPECT_FALSE(seen("/data/there"));
+        const vset::PretendedFile some("/data/absent");
+        EXPECT_TRUE(seen("/data/there")) << "the youngest counts";
+        EXPECT_TRUE(seen("/data/absent"));
+        EXPECT_FALSE(seen("/data/absent2") || seen("/data/absen") || seen(nullptr));
+        {
+            const vset::HostPaths hostPaths;
+            EXPECT_FALSE(seen("/data/absent"));
+        }
+        std::thread([&] { EXPECT_FALSE(seen("/data/absent")); }).join();
+        {
+            const vset::PretendedFile again("/data/absent", false);
+            EXPECT_FALSE(seen("/data/absent"));
+        }
+        EXPECT_TRUE(seen("/data/absent"));
+    }
+    EXPECT_TRUE(seen("/data/there"));
+    EXPECT_FALSE(seen("/data/absent"));
+}
+
 class VsetFaults : public test::MiddlewareTest {};
 
 TEST_F(VsetFaults, FromTheKthCallNTimes) {
@@ -177,6 +207,11 @@ TEST_F(VsetFaults, FromTheKthCallNTimes) {
     EXPECT_FALSE(vset::journal().front().bFault == vset::journal()[1].bFault);
     EXPECT_EQ(vset::journal().front().s32Errno, EIO);
 
+    // Both count every call.
+    vset::clearFaults();
+    vset::inject({"HW_FS_Sync", -5, 2});
+    vset::inject({"HW_FS_Sync", -6, 2, 2});
+    EXPECT_THAT((std::vector<int>{HW_FS_Sync(), HW_FS_Sync(), HW_FS_Sync(), HW_FS_Sync()}), ElementsAre(0, -5, -6, 0));
     vset::clearFaults();
     vset::inject({"HW_FS_Fopen", 0, 1, 1, EMFILE});
     EXPECT_EQ(HW_FS_Fopen("/data", "r"), nullptr);
@@ -209,9 +244,14 @@ TEST_F(VsetFaults, AnUnknownNameIsRefused) {
     }
     EXPECT_THROW(vset::inject({"HW_FS_Sync", -1, 0}), vset::SetError);
     // Of these the usual result would be a success.
-    for (const char* pszName : {"HW_FS_Open", "HW_FS_Fwrite", "HW_FS_Sync", "HW_TUNER_FactoryCmdApplyVif"}) {
+    for (const char* pszName :
+         {"HW_FS_Open", "HW_FS_Close", "HW_FS_Write", "HW_FS_Fclose", "HW_FS_Fread", "HW_FS_Fwrite", "HW_FS_Fseek",
+          "HW_FS_Stat", "HW_FS_MkDir", "HW_FS_Unlink", "HW_FS_Sync", "HW_TUNER_FactoryCmdApplyVif"}) {
         EXPECT_THROW(vset::inject({pszName}), vset::SetError) << pszName;
     }
+    EXPECT_EQ(HW_FS_Sync(), 0) << "nothing is set";
+    vset::inject({"HW_SYS_Init"});
+    EXPECT_EQ(HW_SYS_Init(nullptr), HW_ERR_FAILED);
 }
 
 class VsetHandles : public test::RunningTest {};
@@ -350,7 +390,10 @@ TEST_F(VsetSwitch, ACallThatRunsLeavesNothingInTheNextLife) {
     fs::resize_file(vset::hostPath("/data/fw"), 32u << 20);
     for (int i = 0; i < 3; ++i) {
         HW_SYS_Init(nullptr);
-        std::thread flasher([] { HW_SYS_UpgradeFw(E_HW_SYS_FW_0, test::u8("/data/fw")); });
+        std::thread flasher([] {
+            HW_OS_DelayTask(1);  // a call that the switch does not wait for; it waits for the next one again
+            HW_SYS_UpgradeFw(E_HW_SYS_FW_0, test::u8("/data/fw"));
+        });
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         vset::powerCycle();
         flasher.join();
@@ -494,11 +537,27 @@ TEST_F(VsetFiles, OnlyWhatTheSetHasOpenedIsClosed) {
     EXPECT_EQ(HW_FS_Close(stFiles.s32Fd), 0);
     EXPECT_EQ(HW_FS_Close(stFiles.s32Fd), -1);
     FILE* const pForeign = std::tmpfile();
-    EXPECT_EQ(HW_FS_Fclose(pForeign), -1);
+    char cByte = 0;
+    errno = 0;
+    EXPECT_EQ(HW_FS_Fwrite("x", 1, 1, pForeign) + HW_FS_Fread(&cByte, 1, 1, pForeign), -2);
+    EXPECT_EQ(HW_FS_Fseek(pForeign, 0, SEEK_SET) + HW_FS_Fclose(pForeign), -2);
+    EXPECT_EQ(errno, EBADF);
+    for (const HW_S32 s32Fd : {-1, 65535, 65536, 0x7FFFFFFF, fileno(pForeign)}) {
+        errno = 0;
+        EXPECT_EQ(HW_FS_Write(s32Fd, "x", 1) + HW_FS_Close(s32Fd), -2);
+        EXPECT_EQ(errno, EBADF) << s32Fd;
+    }
     EXPECT_EQ(dup2(fileno(pForeign), stFiles.s32Plain), stFiles.s32Plain) << "closed, and its number taken again";
     for (int s32Fd = 1; s32Fd < 1024; ++s32Fd) {
         EXPECT_EQ(HW_FS_Close(s32Fd), -1) << s32Fd;
     }
+    std::vector<int> others;
+    while (others.empty() || others.back() < 600) {
+        others.push_back(dup(0));
+    }
+    const HW_S32 s32High = HW_FS_Open("/data/r", 2);
+    EXPECT_EQ(HW_FS_Write(s32High, "x", 1) + HW_FS_Close(s32High), 1) << "above the set's own";
+    std::for_each(others.begin(), others.end(), close);
     EXPECT_EQ(std::fclose(pForeign) + close(stFiles.s32Plain), 0) << "was left open";
     EXPECT_THROW(vset::Hold{folder()}, vset::SetError) << "the set's own lock is held";
 }
@@ -535,6 +594,8 @@ TEST_F(VsetFiles, APowerCutTakesBackWhatWasNotSynced) {
         {"appended", {[&] { writeFile("/data/f", "a", "new"); }}, {{"/f", "old"}}},
         {"made", {[&] { writeFile("/data/g", "w", "new"); }}, {{"/f", "old"}}},
         {"by libc", {[&] { writePlain("/data/f", O_WRONLY | O_CREAT | O_TRUNC); }}, {{"/f", "old"}}},
+        {"a link removed", {[] { HW_FS_Unlink("/data/l"); }}, {{"/f", "old"}}},
+        {"by a link", {[&] { writeFile("/data/l", "w", "new"); }}, {{"/f", "old"}}},
         {"made by libc", {[&] { writePlain("/data/g", O_WRONLY | O_CREAT); }}, {{"/f", "old"}}},
         {"removed", {[] { HW_FS_Unlink("/data/f"); }}, {{"/f", "old"}}},
         {"a folder", {makeFolder, [&] { writeFile("/data/d/g", "w", "new"); }}, {{"/f", "old"}}},
@@ -545,8 +606,16 @@ TEST_F(VsetFiles, APowerCutTakesBackWhatWasNotSynced) {
     };
     for (const auto& stRow : kRows) {
         write("/data/f", "old");
-        EXPECT_EQ(treeAfterCut(stRow.steps, stRow.last), stRow.tree) << stRow.pszName;
+        chmod((folder() + "/tree/data/f").c_str(), 0604);
+        fs::create_symlink("f", folder() + "/tree/data/l");
+        Tree tree = stRow.tree;
+        tree["/l"] = tree["/f"];
+        EXPECT_EQ(treeAfterCut(stRow.steps, stRow.last), tree) << stRow.pszName;
+        struct stat stStat = {};
+        EXPECT_EQ(HW_FS_Stat("/data/f", &stStat), 0);
+        EXPECT_EQ(stStat.st_mode & 07777, 0604u) << stRow.pszName;
         fs::remove(folder() + "/tree/data/f");
+        fs::remove(folder() + "/tree/data/l");
     }
     write("/data/f", "old");
     test::runInChild(renew);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The virtual set's flash: boot environments and partitions.
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 
@@ -311,13 +312,38 @@ TEST_F(VsetFlash, PartitionsCanBeAddedAndResized) {
     vset::flash::setPartition("extra", 4);
     vset::flash::setPartition("extra", 6);
     EXPECT_EQ(readBack(hFlash, "extra", 0, 6), (Image{1, 2, 3, 4, 0xFF, 0xFF}));
+    Image blocks(12288, 7);
+    vset::flash::setPartition("extra", 12288);
+    ASSERT_EQ(transfer(HW_FLASH_Write, hFlash, "extra", 0, blocks, &u32Report), HW_OK);
+    vset::flash::setPartition("extra", 5000);
+    vset::flash::setPartition("extra", 9000);
+    std::fill(blocks.begin() + 5000, blocks.end(), static_cast<HW_U8>(0xFF));
+    blocks.resize(9000);
+    EXPECT_EQ(readBack(hFlash, "extra", 0, 9000), blocks) << "in the middle of a block";
     EXPECT_TRUE(vset::check(folder()).empty());
     for (const char* pszName : {"", "../x", ".hidden"}) {
         EXPECT_THROW(vset::flash::setPartition(pszName, 1), vset::SetError) << pszName;
     }
     EXPECT_THROW(vset::flash::setPartition("huge", (1ull << 32) + 1), vset::SetError);
     vset::powerCycle();
-    EXPECT_EQ(vset::flash::partitions().at("extra"), 6u);
+    EXPECT_EQ(vset::flash::partitions().at("extra"), 9000u);
+}
+
+TEST_F(VsetFlash, APowerCutLeavesTheOldEnvironmentOrTheNewOne) {
+    SKIP_UNDER_EMULATION();
+    const HW_Handle_t hFlash = opened();
+    const std::string strFile = folder() + "/env/emmc.img", strOld = test::readFile(strFile);
+    Image image = imageOf("k=new");
+    // The new file, its blocks, its way to the disk, its name and its folder.
+    for (unsigned int u32Cut = 1; u32Cut <= 21; ++u32Cut) {
+        const int s32Exit = test::runInChild([&] {
+            vset::cutPowerAtWrite(u32Cut);
+            HW_FLASH_StoreEnv(hFlash, image.data());
+        });
+        EXPECT_EQ(s32Exit, u32Cut <= 20 ? 128 + SIGKILL : 0) << u32Cut;
+        EXPECT_EQ(test::readFile(strFile) == strOld, u32Cut < 20) << u32Cut;
+        EXPECT_THAT(vset::check(folder()), testing::IsEmpty()) << u32Cut;
+    }
 }
 
 TEST_F(VsetFlash, APowerCutDoesNotLeaveHalfAPartition) {

@@ -318,6 +318,9 @@ TEST_F(Journal, IsBoundedAndKeepsItsOrder) {
     EXPECT_EQ(vset::journal().back().u64Number, vset::lastCall());
     vset::keepJournal(2);
     EXPECT_EQ(vset::journal().size(), 2u);
+    vset::keepJournal(1);
+    HW_OS_DelayTask(1);
+    EXPECT_EQ(vset::callLine(vset::journal().at(0)), "HW_OS_DelayTask(ms=1) = 0");
     vset::keepJournal(0);
     HW_OS_DelayTask(0);
     EXPECT_THAT(vset::journal(), IsEmpty());

@@ -117,11 +117,11 @@ VSET_API void begin(OpenCall& call);
 
 // How a call ended.
 struct CallEnd {
-    long long s64Result = 0;
-    bool bFault = false;
-    bool bFailed = false;
-    bool bRefused = false;
-    int s32Errno = 0;
+    long long s64Result;
+    bool bFault;
+    bool bFailed;
+    bool bRefused;
+    int s32Errno;
 };
 VSET_API void end(OpenCall& call, const CallEnd& stEnd);
 

@@ -68,7 +68,7 @@ using Bad = std::function<void(const std::string& strEntry, const char* pszWante
 std::map<std::string, std::uint64_t> parsePartitions(const Json& json, const Bad& bad) {
     std::map<std::string, std::uint64_t> partitions;
     for (const auto& [strName, size] : json.items()) {
-        if (strName.empty() || strName.find('/') != std::string::npos || strName.front() == '.') {
+        if (!isPartitionName(strName)) {
             bad("partitions." + strName, "a partition name");
         } else if (!size.is_number_unsigned() || size.template get<std::uint64_t>() > kPartitionLimit) {
             bad("partitions." + strName, "a size in bytes, at most 4294967296");
@@ -339,7 +339,7 @@ public:
         }
         try {
             makeFolder(strFolder);
-            _s32Lock = ::open(strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            _s32Lock = ::open(strFolder.c_str(), O_RDONLY | O_CLOEXEC);
             if (_s32Lock < 0 || flock(_s32Lock, LOCK_EX) != 0) {
                 throw SetError(strFolder + ": " + std::strerror(errno));
             }
@@ -358,10 +358,7 @@ public:
 
     // Returns whether another process has made the set meanwhile.
     bool isMade() const { return !_bOurs; }
-    void keep() {
-        _bOurs = false;
-        _made.clear();
-    }
+    void keep() { _bOurs = false; }
 
 private:
     void giveUp() {
@@ -371,7 +368,7 @@ private:
                 fs::remove_all(entry.path(), error);
             }
         }
-        // A folder stays if other processes have put files there meanwhile.
+        // A folder stays if there is a set, or if other processes have put files there meanwhile.
         for (const fs::path& path : _made) {
             rmdir(path.c_str());
         }
@@ -406,7 +403,6 @@ void fillNewSet(const std::string& strFolder) {
 bool makeSet(const std::string& strFolder) {
     SetInMaking making(strFolder);
     if (making.isMade()) {
-        making.keep();
         return false;
     }
     try {
@@ -463,10 +459,7 @@ static void endResizing(const std::string& strFolder, const SetConfig& stConfig)
     for (const auto& [strName, u64Size] : stConfig.partitions) {
         const std::string strFile = partitionFileIn(strFolder, strName);
         std::error_code error;
-        const std::uintmax_t size = fs::file_size(resizedPartition(strFile), error);
-        if (error) {
-            continue;
-        }
+        const std::uintmax_t size = fs::file_size(resizedPartition(strFile), error);  // of no partition without a file
         if (size == u64Size && fs::file_size(strFile, error) != u64Size) {
             moveFile(resizedPartition(strFile), strFile);
         } else {

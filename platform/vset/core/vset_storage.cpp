@@ -76,8 +76,7 @@ private:
 };
 
 void syncFolderOf(const std::string& strFile) {
-    const std::string strFolder = strFile.substr(0, strFile.rfind('/') + 1);
-    const Descriptor folder(strFolder.empty() ? "." : strFolder, O_RDONLY | O_DIRECTORY);
+    const Descriptor folder(strFile.substr(0, strFile.rfind('/') + 1), O_RDONLY);
     step();
     fsync(folder.get());
 }

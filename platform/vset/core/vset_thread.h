@@ -9,7 +9,7 @@ namespace vset {
 
 // Names the calling thread: at most 15 characters, which begin with "hw3-".
 inline void nameThread(const char* pszName) {
-    prctl(PR_SET_NAME, pszName, 0, 0, 0);
+    prctl(PR_SET_NAME, pszName);
 }
 
 }  // namespace vset
