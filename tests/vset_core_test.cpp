@@ -200,6 +200,9 @@ TEST_F(VsetFaults, FromTheKthCallNTimes) {
     EXPECT_THAT(results({"HW_FS_Stat", -5}), ElementsAre(0, 0, 0, 0, 0));
     EXPECT_FALSE(vset::journal().front().bFault == vset::journal()[1].bFault);
     EXPECT_EQ(vset::journal().front().s32Errno, EIO);
+    errno = EDOM;
+    EXPECT_EQ(HW_FS_Sync(), 0);
+    EXPECT_EQ(vset::journal().back().s32Errno, 0) << "errno of a call that succeeds means nothing";
 
     // Both count every call.
     vset::clearFaults();

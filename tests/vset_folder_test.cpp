@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The set's folder: how it is made, what is read back of it, who has it, and how it is repaired.
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <optional>
 #include <thread>
@@ -12,6 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "hw3/hw_flash.h"
@@ -20,7 +20,6 @@
 #include "support/process.h"
 #include "support/refusals.h"
 #include "support/waiting.h"
-#include "vset/flash.h"
 
 namespace {
 
@@ -93,6 +92,11 @@ TEST_F(VsetFolder, ANewSetHasItsDefaults) {
     { const vset::Hold lock(file("new/set")); }
     umask(before);
     EXPECT_EQ(test::readFile(file("new/set/set.json")), config());
+    using namespace std::string_literals;
+    EXPECT_THAT(
+        test::readFile(file("new/set/env/emmc.img")).substr(4),
+        StartsWith("bootcmd=mmc read 0x20000000 boot; bootm 0x20000000\0bootdelay=0\0factory_poweron_mode=direct\0"
+                   "model=LM-VSET\0panel=FHD_LVDS\0serial=VSET00000001\0\0"s));
     const std::string strConfig = "tree/vendor/factory/config/", strTool = "tree/vendor/factory/bin/factory_svc";
     EXPECT_THAT(
         listing(file("new/set")),
@@ -190,11 +194,13 @@ TEST_F(VsetFolder, IsMadeInAnEmptyOneOrWhereTheMakingWasCutOff) {
         fs::remove_all(strFolder);
     }
     EXPECT_THAT(errorOf([&] { vset::create(file("set.json/a")); }), HasSubstr(file("set.json/a: Not a directory")));
+    const fs::path before = fs::current_path();
     fs::current_path(folder());
     vset::create("relative/set");
     EXPECT_EQ(errorOf([] { vset::create("relative/set"); }), "relative/set: is a set already");
     vset::attach("relative//x/../set/");
     EXPECT_EQ(vset::folder(), file("relative/set"));
+    fs::current_path(before);
 }
 
 TEST_F(VsetFolder, NothingIsLeftOfOneThatCannotBeMade) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Calls that the set answers wrongly on purpose: how they are described, and what becomes of the calls.
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <iterator>
 
 #include "hw3/hw_fs.h"
 #include "support/middleware_calls.h"

@@ -275,6 +275,9 @@ TEST_F(VsetFiles, APowerCutTakesBackWhatWasNotSynced) {
         fs::remove(folder() + "/tree/data/l");
     }
     write("/data/f", "old");
+    const std::string strPc = folder() + "/of-the-pc";
+    treeAfterCut({[&] { writeFile(strPc.c_str(), "w", "new"); }});
+    EXPECT_EQ(test::readFile(strPc), "new");
     test::runInChild(renew);
     EXPECT_EQ(read("/data/f"), "new") << "the end of a process is no power cut";
 }
