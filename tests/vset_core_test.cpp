@@ -20,15 +20,12 @@
 #include "hw3/hw_fs.h"
 #include "support/descriptors.h"
 #include "support/emulation.h"
+#include "support/fortified_calls.h"
 #include "support/middleware_calls.h"
 #include "support/process.h"
 #include "support/refusals.h"
 #include "support/waiting.h"
 #include "vset/net.h"
-
-// What fortified code calls.
-extern "C" int __open_2(const char* pszPath, int s32Flags);
-extern "C" int __open64_2(const char* pszPath, int s32Flags);
 
 namespace {
 

@@ -339,7 +339,7 @@ public:
         }
         try {
             makeFolder(strFolder);
-            _s32Lock = ::open(strFolder.c_str(), O_RDONLY | O_CLOEXEC);
+            _s32Lock = ::open(strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
             if (_s32Lock < 0 || flock(_s32Lock, LOCK_EX) != 0) {
                 throw SetError(strFolder + ": " + std::strerror(errno));
             }
@@ -459,7 +459,10 @@ static void endResizing(const std::string& strFolder, const SetConfig& stConfig)
     for (const auto& [strName, u64Size] : stConfig.partitions) {
         const std::string strFile = partitionFileIn(strFolder, strName);
         std::error_code error;
-        const std::uintmax_t size = fs::file_size(resizedPartition(strFile), error);  // of no partition without a file
+        const std::uintmax_t size = fs::file_size(resizedPartition(strFile), error);
+        if (error) {
+            continue;
+        }
         if (size == u64Size && fs::file_size(strFile, error) != u64Size) {
             moveFile(resizedPartition(strFile), strFile);
         } else {

@@ -76,7 +76,7 @@ private:
 };
 
 void syncFolderOf(const std::string& strFile) {
-    const Descriptor folder(strFile.substr(0, strFile.rfind('/') + 1), O_RDONLY);
+    const Descriptor folder(strFile.substr(0, strFile.rfind('/') + 1), O_RDONLY | O_DIRECTORY);
     step();
     fsync(folder.get());
 }

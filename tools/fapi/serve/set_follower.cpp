@@ -295,7 +295,8 @@ void SetFollower::takeKeptVerdict() {
     const Json recent = isUntold ? _board.get("recent") : Json();
     for (const Json& kept : recent) {
         if (kept["id"] == _run["id"]) {
-            _run.update({{"state", "ended"}, {"verdict", kept["verdict"]}, {"why", kept["why"]}, {"lost", false}});
+            const char* const state = kept["waiver"].is_null() ? "ended" : "waived";
+            _run.update({{"state", state}, {"verdict", kept["verdict"]}, {"why", kept["why"]}, {"lost", false}});
         }
     }
 }
