@@ -9,7 +9,7 @@ EVENTS = 10000
 OPERATION = {"name": "a_vextvfapi_prphrl_flood", "module": "prphrl", "help": "floods", "danger": "changes"}
 RESULTS = {"hello": {"protocol": 1, "framing": "plain", "kind": "virtual", "session": "s"},
            "describe": {"operations": [OPERATION], "eventModules": ["prphrl"]},
-           "call": {"status": 0, "good": True, "outputs": []}}
+           "call": {"status": 0, "good": True, "outputs": [], "begun": {"mono": 0}, "ended": {"mono": 0}}}
 LACKS = {"picture", "refusals"}
 NO_SUCH_METHOD = {"error": {"code": -32601, "message": "no such method"}}
 
@@ -29,7 +29,9 @@ def flood():
 for line in sys.stdin:
     request = json.loads(line)
     if request["method"] == "call":
+        RESULTS["call"]["begun"]["mono"] = time.monotonic_ns()
         flood()
+        RESULTS["call"]["ended"]["mono"] = time.monotonic_ns()
     answer = NO_SUCH_METHOD if request["method"] in LACKS else {"result": RESULTS.get(request["method"], {})}
     send(id=request["id"], **answer)
     sys.stdout.flush()
