@@ -41,6 +41,7 @@ struct Pauses {
 
     std::map<std::uint64_t, std::vector<useconds_t>> workers;  // by the number of the middleware call before
     std::atomic<bool> bHoldWorker{false}, bHeld{false};
+    int s32CallersResult = 0;
 };
 std::unique_ptr<Pauses> pauses = std::make_unique<Pauses>();
 
@@ -53,7 +54,7 @@ extern "C" __attribute__((visibility("default"))) int usleep(useconds_t microsec
     if (bCaller) {
         pauses->callers.push_back(microseconds);
         pauses->duringCallers();
-        return 0;
+        return pauses->s32CallersResult;
     }
     pauses->workers[vset::lastCall()].push_back(microseconds);
     pauses->bHeld = pauses->bHoldWorker.load();
@@ -263,8 +264,16 @@ TEST_F(Burning, TellsWhenItCannotStart) {
     EXPECT_THAT(logWithLateWorker(3, [] { EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(1), 0); }),
                 testing::Not(HasSubstr("usleep error")));
     EXPECT_TRUE(vset::disp::window(1).bOpen);
-    EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(0), 0);
+    EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(0), 0); }),
+                testing::Not(HasSubstr("usleep error")));
     EXPECT_FALSE(vset::disp::window(1).bOpen);
+    // A pause that a signal ends is told of, and no failure.
+    pauses->s32CallersResult = -1;
+    for (const bool bOn : {true, false}) {
+        EXPECT_THAT(test::logOf([bOn] { EXPECT_EQ(a_vextvfapi_disptst_set_burning_mode(bOn ? 1 : 0), 0); }),
+                    HasSubstr("[DISP] usleep error: "));
+    }
+    pauses->s32CallersResult = 0;
     callersPauses();
     {
         const test::WithoutThreads none;

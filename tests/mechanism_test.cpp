@@ -4,10 +4,12 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/prctl.h>
 
 #include "base/fapi_background_task.h"
 #include "base/fapi_log_text.h"
+#include "base/fapi_memory.h"
 #include "support/emulation.h"
 #include "support/waiting.h"
 #include "vset/vset.h"
@@ -66,6 +68,11 @@ TEST(BackgroundTask, PollsOnlyAsOftenAsAsked) {
     s32Waits = 0;
     EXPECT_FALSE(fapi::pollUntil(10, wait, [] { return false; }));
     EXPECT_EQ(s32Waits, 10);
+}
+
+TEST(Memory, IsAsLongAsWanted) {
+    EXPECT_GE(malloc_usable_size(fapi::allocateZeroes(65536).get()), 65536u);
+    EXPECT_NE(fapi::allocateZeroes(0), nullptr);
 }
 
 TEST(BoundedText, EndsAtItsFirstZeroOrAtTheLastByte) {

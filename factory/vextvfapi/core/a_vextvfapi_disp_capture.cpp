@@ -32,10 +32,6 @@ constexpr unsigned int kCaptureBuffer = 2 * kCaptureSize;
 constexpr std::size_t kHeaderSize = 54;
 using BmpHeader = std::array<unsigned char, kHeaderSize>;
 
-// 32 bits a pixel, not compressed, 1280 x 720.
-constexpr BmpHeader kHeader = {'B',  'M', 0x36, 0x40, 0x38, 0, 0, 0, 0, 0,  54, 0, 0, 0, 40, 0, 0,    0,   0,
-                               0x05, 0,   0,    0xD0, 2,    0, 0, 1, 0, 32, 0,  0, 0, 0, 0,  0, 0x40, 0x38};
-
 }  // namespace
 
 static void putLittleEndian(BmpHeader& header, std::size_t offset, std::uint32_t u32Value, std::size_t bytes) {
@@ -46,7 +42,11 @@ static void putLittleEndian(BmpHeader& header, std::size_t offset, std::uint32_t
 
 // Makes the header of a picture. Contract: it keeps 16 bits of width and height.
 static BmpHeader headerFor(std::uint32_t u32Pitch, std::uint32_t u32Width, std::uint32_t u32Height) {
-    BmpHeader header = kHeader;
+    BmpHeader header = {'B', 'M'};
+    header[10] = kHeaderSize;
+    header[14] = 40;  // bytes that describe the picture
+    header[26] = 1;   // plane
+    header[28] = 32;  // bits a pixel, not compressed
     const std::uint32_t u32ImageSize = u32Pitch * u32Height;
     putLittleEndian(header, 2, u32ImageSize + static_cast<std::uint32_t>(kHeaderSize), 4);
     putLittleEndian(header, 18, u32Width, 2);

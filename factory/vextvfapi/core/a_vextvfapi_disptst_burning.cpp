@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Burn-in: a worker that fills the display window with one color after the other.
 #define FAPI_LOG_TAG "VexTvFApiDisplayTest"
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -41,8 +42,8 @@ using Table = std::unique_ptr<unsigned short[]>;
 static Table copyOf(const unsigned short* pu16Table, unsigned int u32Entries) {
     const std::size_t words = std::size_t{u32Entries} * kComponents;
     Table copy(new (std::nothrow) unsigned short[words]);
-    if (copy != nullptr && words != 0) {
-        std::memcpy(copy.get(), pu16Table, words * sizeof(unsigned short));
+    if (copy != nullptr) {
+        std::copy_n(pu16Table, words, copy.get());
     }
     return copy;
 }

@@ -65,10 +65,11 @@ static std::uint32_t stepOf(std::int64_t s64Span, std::uint32_t u32Step) {
     return s64Span < 0 ? 0 - u32Step : u32Step;
 }
 
-// Row offsets repeat modulo 2^32 after this many rows, so drawing more of them would change nothing.
+// Row offsets repeat modulo 2^32 after this many rows, so drawing more of them would change nothing. A canvas of no
+// pitch has no pixels.
 static std::uint32_t rowsUntilRepeat(const DisptstCanvas& canvas) {
     const std::uint32_t u32PowerOfTwo = canvas.u32PitchPixels & (0 - canvas.u32PitchPixels);
-    return u32PowerOfTwo != 0 ? std::max(1u, (1u << 30) / u32PowerOfTwo) : 1;
+    return std::max(1u, (1u << 30) / u32PowerOfTwo);
 }
 
 // Fills bytes with equal pixels, of which the last may be cut. wmemset() stores as wide as the processor can.

@@ -14,7 +14,7 @@ namespace {
 struct EnvValue {
     HW_U8 au8Text[HW_FLASH_ENV_VALUE_SIZE + 1] = {};
 
-    std::size_t length() const { return strnlen(reinterpret_cast<const char*>(au8Text), HW_FLASH_ENV_VALUE_SIZE); }
+    std::size_t length() const { return std::strlen(reinterpret_cast<const char*>(au8Text)); }
 };
 
 // One environment image. Each operation has its own status for a failed allocation.
@@ -72,8 +72,8 @@ static int verifyInFlash(HW_Handle_t hFlash, HW_U8* pu8Image, const unsigned cha
         return -1;
     }
     FAPI_LOGD_AS(pszCaller, "HW_FLASH_GetEnvVar OK\n\n");
-    if (std::strncmp(reinterpret_cast<const char*>(stWritten.au8Text), reinterpret_cast<const char*>(stRead.au8Text),
-                     HW_FLASH_ENV_VALUE_SIZE) != 0) {
+    if (std::strcmp(reinterpret_cast<const char*>(stWritten.au8Text), reinterpret_cast<const char*>(stRead.au8Text)) !=
+        0) {
         FAPI_LOGE_AS(pszCaller, "Write env fail!!!!\n\n");
         return -1;
     }
