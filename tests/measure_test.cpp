@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include "base/picture.h"
 #include "judge/measure.h"
 #include "plan/plan.h"
 #include "support/plan_fixture.h"
@@ -190,6 +191,25 @@ TEST_F(Measured, OnlyApprovedVersionsDecideUnlessSomebodySaysWhyNot) {
     }
     EXPECT_THAT(report()["run"]["waiver"]["text"].get<std::string>(), testing::EndsWith("): a trial"));
     EXPECT_EQ(fapiJson({"history", "show", "last", "--report", reports()})["events"][0]["step"], -1);
+}
+
+TEST_F(Measured, WhatAPlanBringsAlongIsApprovedWithIt) {
+    const std::string strStation = writeFile("station.ini", "[plans]\nother.plan = " + std::string(64, '0') + "\n");
+    const std::string strAnswers = writeFile("answers", "Red? yes\n");
+    const auto hashWith = [&](const std::string& strLine, unsigned int u32Version) {
+        std::filesystem::permissions(writeFile("probe.sh", "exit " + std::to_string(u32Version)),
+                                     std::filesystem::perms::owner_all);
+        tool::writePng({1, 1, {u32Version}}, folder() + "/red.png");
+        runPlan("step S\n" + strLine + "\n", {"--station", strStation, "--answers", strAnswers});
+        return _result.strError;
+    };
+    for (const char* pszLine :
+         {"run ./probe.sh", "run sh -e ${PLAN_DIR}/probe.sh", "ask \"Red?\" with picture panel beside red.png"}) {
+        EXPECT_THAT(hashWith(pszLine, 0), HasSubstr("test.plan is missing (SHA-256 ")) << pszLine;
+        EXPECT_EQ(hashWith(pszLine, 0), hashWith(pszLine, 0)) << pszLine;
+        EXPECT_NE(hashWith(pszLine, 0), hashWith(pszLine, 1)) << pszLine;
+    }
+    EXPECT_EQ(hashWith("run true", 0), hashWith("run true", 1));
 }
 
 TEST_F(Measured, ATableIsRefusedAsAWholeByTheRowThatIsWrong) {

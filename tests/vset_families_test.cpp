@@ -402,6 +402,7 @@ TEST_F(VsetMemory, TheIommuHandsOutWhatItHas) {
     expectMemory(u64First, 0x8000);
     EXPECT_EQ(vset::sys::memoryMap().size(), 4u);
     EXPECT_EQ(vset::sys::memoryMap()[2].strName, "a name of thirty-two characters!");
+    EXPECT_EQ(vset::sys::memoryMap()[2].u32MmapId, 0u) << "no region of the layout";
     HW_U64 u64Third = 0;
     const HW_OS_IommuRequest_t aWrong[] = {{"", 0x4000, 0, 0, kUntouched}, {"", 0x4000, 1, 1, kUntouched}};
     for (HW_OS_IommuRequest_t stWrong : aWrong) {

@@ -97,7 +97,6 @@ static void* _a_vextvfapi_prphrl_uart_pipe_task(void* pUartPipeCmdEnd) {
     fapi::nameThisThread("UartPipe_Task");
     FAPI_LOGI("start UartPipe_Task\n\n");
     if (commandEnd == nullptr) {
-        _pipeTask.markStopped();
         FAPI_LOGE("pUartPipeCmdEnd is NUll.\n\n");
         return nullptr;
     }

@@ -448,7 +448,7 @@ void makeTree(const std::string& strFolder) {
 
 void create(const std::string& strFolder) {
     const HostPaths hostPaths;
-    if (isSet(strFolder) || !makeSet(strFolder)) {
+    if (!makeSet(strFolder)) {
         throw SetError(strFolder + ": is a set already");
     }
 }

@@ -27,7 +27,7 @@ namespace {
 // The size of one write; the power can be cut between two blocks.
 constexpr std::size_t kBlock = 4096;
 
-std::atomic<unsigned int> g_u32WritesLeft{0};
+std::atomic<std::uint64_t> g_u64WritesLeft{0};
 
 bool isFull(int s32Error) {
     return s32Error == ENOSPC || s32Error == EDQUOT;
@@ -123,11 +123,11 @@ void moveFile(const std::string& strFile, const std::string& strTarget) {
 }
 
 void cutPowerAtWrite(unsigned int u32Write) {
-    g_u32WritesLeft = u32Write;
+    g_u64WritesLeft = u32Write;
 }
 
 void step() {
-    if (g_u32WritesLeft.load(std::memory_order_relaxed) != 0 && g_u32WritesLeft.fetch_sub(1) == 1) {
+    if (g_u64WritesLeft.fetch_sub(1) == 1) {
         takeBackUnsynced();
         raise(SIGKILL);
     }

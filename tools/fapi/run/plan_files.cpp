@@ -6,9 +6,13 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 #include "base/terminal.h"
+#include "judge/variables.h"
 #include "plan/files.h"
+#include "plan/program_step.h"
+#include "plan/prompt.h"
 #include "protocol/sha256.h"
 #include "target/output.h"
 
@@ -52,14 +56,55 @@ bool readText(bool json, const std::string& file, std::string& text) {
     return true;
 }
 
-// Tells a changed file, or one of those that it includes, from the one it was.
-std::string hashOf(const std::string& text, const std::vector<PlanInclude>& includes = {}) {
+// Of a program of $PATH its first argument that is a file, such as an interpreter's script.
+fs::path programOf(const PlanLine& line, const fs::path& folder) {
+    const Words command = parseProgramLine(line.words).command;
+    const auto isFile = [&](const std::string& word) { return fs::is_regular_file(folder / word); };
+    const bool isOwn = command[0].find('/') != std::string::npos;
+    const auto found = std::find_if(command.begin() + (isOwn ? 0 : 1), command.end(), isFile);
+    return found == command.end() ? fs::path() : folder / *found;
+}
+
+// Besides plans and limits: the programs that the plan brings along, and the pictures that a person compares with.
+std::set<fs::path> filesBesides(const Plan& plan) {
+    std::set<fs::path> files;
+    for (const Step& step : plan.steps) {
+        for (PlanLine line : step.lines) {
+            for (std::string& word : line.words) {
+                if (const std::vector<std::string> names = variablesOf(word);
+                    std::count(names.begin(), names.end(), kPlanFolder) == static_cast<std::ptrdiff_t>(names.size())) {
+                    word = substitute(word, variablesFor(plan, {}));
+                }
+            }
+            if (line.kind == LineKind::program) {
+                files.insert(programOf(line, folderOf(plan)));
+            } else if (line.kind == LineKind::prompt) {
+                const std::string picture = parsePrompt(line.words).reference;
+                files.insert(picture.empty() ? fs::path() : folderOf(plan) / fs::path(picture));
+            }
+        }
+    }
+    files.erase(fs::path());
+    return files;
+}
+
+std::string hashOf(const std::string& text) {
     Sha256 sum;
     sum.add(text.data(), text.size());
-    for (const PlanInclude& include : includes) {
-        sum.add(include.hash.data(), include.hash.size());
-    }
     return sum.sum();
+}
+
+// Tells a changed plan, or one of which another file has changed, from the one it was.
+std::string hashOf(const std::string& text, const Plan& plan) {
+    std::string all = text;
+    for (const PlanInclude& include : plan.includes) {
+        all += include.hash;
+    }
+    for (const fs::path& file : filesBesides(plan)) {
+        std::ifstream stream(file, std::ios::binary);
+        all += hashOf(std::string(std::istreambuf_iterator<char>(stream), {}));
+    }
+    return hashOf(all);
 }
 
 // All plans, or none when one of them has a problem; those are printed.
@@ -80,13 +125,15 @@ bool readPlans(bool json, const std::vector<std::string>& files, std::vector<Pla
         }
         std::vector<Problem> problems;
         plans.push_back(parsePlan(text, problems, file));
-        plans.back().hash = hashOf(text, plans.back().includes);
         for (const Problem& problem : problems) {
             complain(json, problem.file.empty() ? file : problem.file, problem.text, problem.line, problem.column);
         }
         for (const Problem& warning : plans.back().warnings) {
             complain(json, warning.file.empty() ? file : warning.file, warning.text, warning.line, warning.column,
                      true);
+        }
+        if (problems.empty()) {
+            plans.back().hash = hashOf(text, plans.back());
         }
         good = good && problems.empty();
     }
