@@ -9,6 +9,7 @@
 #include "support/log_capture.h"
 #include "support/peripheral_fixture.h"
 #include "support/sleeps.h"
+#include "support/without_threads.h"
 #include "vset/pm.h"
 
 namespace {
@@ -62,7 +63,13 @@ TEST_F(Leds, WhiteComesAfterASecondAndStaysForTwo) {
     for (const unsigned int unknown : {3u, ~0u}) {
         EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(unknown), -1);
     }
-    EXPECT_EQ(count("HW_PM_Open"), 4u);
+    {
+        const test::WithoutThreads none;
+        EXPECT_THAT(test::logOf([] { EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kCycle), -1); }),
+                    HasSubstr("StdFactoryLedMonitor thread create failed!("));
+    }
+    EXPECT_THAT(opened(), ::testing::IsEmpty());
+    EXPECT_EQ(count("HW_PM_Open"), 5u);
     vset::pm::hold();
     EXPECT_EQ(a_vextvfapi_prphrl_set_mic_led(kOff), 0);
     EXPECT_EQ(opened().size(), 1u) << "the player's stays open";

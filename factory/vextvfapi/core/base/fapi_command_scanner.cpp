@@ -43,7 +43,8 @@ bool CommandScanner::scan(unsigned char* pu8Bytes, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i) {
         append(pu8Bytes[i]);
     }
-    return _u16ReceivedBytes == 0 || _au8Command[_u16ReceivedBytes - 1] != kInterrupt;
+    // An interrupt alone leaves bytes without an end.
+    return _u16ReceivedBytes == 0;
 }
 
 }  // namespace fapi
