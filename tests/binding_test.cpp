@@ -41,6 +41,16 @@ TEST_F(BindingTest, AFixtureActsFromOutside) {
     EXPECT_THAT(onBoard(station("* = fixture rig\n"), {"help", "set", "drive"}).strOutput, HasSubstr("PAD"));
 }
 
+TEST_F(BindingTest, ABrokenFixtureFailsItsOwnActionsAlone) {
+    const std::string strBroken = "[fixture broken]\ncommand = false\n";
+    const std::string strWhy = "station.ini:9: fixture broken: false: ended with exit code 1";
+    EXPECT_EQ(verdictOf("key = fixture broken\ndrive = fixture rig\n", "set drive 12 1\n", strBroken), "passed: ")
+        << _result.strError;
+    EXPECT_EQ(verdictOf("key = fixture broken\n", "set key 0\n", strBroken),
+              "error: line 3: set key 0: " + folder() + "/" + strWhy);
+    EXPECT_THAT(onBoard(station("* = fixture broken\n", strBroken), {"set", "key", "0"}).strError, HasSubstr(strWhy));
+}
+
 TEST_F(BindingTest, WhatIsBoundToNothingIsRefusedAllAtOnce) {
     const std::string strPlan = writeFile("a.plan",
                                           "plan t\nstep s\nset key 0\nset drive 12 1\nset pluk\n"

@@ -234,12 +234,16 @@ TEST_F(ConformanceTest, WhatCannotBeDoneIsNamed) {
     const std::string strBad = writeFile("bad.rules",
                                          "# c\nrule own.bad\n    promise \"x\" in y\n    breaks sys_red_reg\n"
                                          "check\n    sys_init\n");
+    const std::string strTwice = writeFile("twice.rules", kRule + std::string(kRule));
     const test::Impossible rows[] = {
         {{"conformance", "sys.registr-reads-back"},
          2,
          "no such rule: \"sys.registr-reads-back\", did you mean sys.register-reads-back?"},
         {{"conformance", "--danger", "mischief"}, 2, "danger is \"mischief\", expected one of reads, changes"},
         {{"conformance", strBad}, 2, "bad.rules:4:12: "},
+        {{"conformance", strTwice},
+         2,
+         "fapi: " + folder() + "/twice.rules:22:6: there are two rules of the name own.register\n"},
         {{"conformance", "--expected", writeFile("e", "none \"why\"\n")}, 2, "e:1: no such rule: \"none\""},
     };
     for (const test::Impossible& row : rows) {

@@ -126,6 +126,7 @@ TEST_F(Cli, AWrongWordIsNamedAndCallsNothing) {
         {{"help", "banana"}, "no such operation: banana"},
         {{"set", "fault", "HW_FS_Sync", "-1"}, "acts on a running session only"},
         {{"watch", "--event", "x"}, "--event: is \"x\", expected a number from 0 to 4294967295"},
+        {{"watch", "--count", "0"}, "--count: is \"0\", expected a number from 1 to 4294967295"},
         {{"watch", "--idle", "-1"}, "--idle: is \"-1\", expected seconds"},
         {{"watch", "--module", "tv"}, "no such module: tv"},
         {{"watch", "--do", "sys_int"}, "did you mean sys_init?"},

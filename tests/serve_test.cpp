@@ -414,6 +414,7 @@ TEST_F(ServeTest, WhatIsAwayIsToldAndComesBack) {
     ASSERT_TRUE(eventually([&] { return kill(runner, 0) != 0; }));
     const std::string store = folder() + "/reports/results.sqlite";
     std::filesystem::rename(store, store + "-kept");
+    EXPECT_THAT(readUntil(page, R"("store":{)"), HasSubstr("results.sqlite: is gone"));
     writeFile("reports/results.sqlite", "no store");
     EXPECT_THAT(readUntil(page, R"("store":{)"), HasSubstr("is damaged, or holds no results"));
     act("/api/start", person, R"({"set":"virtual","plan":"slow"})");
@@ -439,6 +440,7 @@ TEST_F(ServeTest, WrongWordsAreRefused) {
     const Impossible rows[] = {
         {{"serve", "--listen", "0.0.0.0:0"}, 2, "beyond this PC"},
         {{"serve", "--listen", "localhost"}, 2, "expected ADDRESS:PORT"},
+        {{"serve", "--listen", "127.0.0.1:65536"}, 2, "and a port"},
         {{"serve", "--listen", "127.0.0.1:" + _port}, 2, "Address already in use"},
         {{"serve", "--behind", "http://station.example", "--listen", "127.0.0.1:0"}, 2, "expected https://NAME"},
     };

@@ -38,6 +38,7 @@ TEST_F(StationTest, EachBadEntryIsNamedByItsPlace) {
         {"[actions]\nkey = press", "2:7: key: expected fixture NAME, run PROGRAM ARGUMENT..., or operator"},
         {"[plans]\nline.plan = 12ab", "2:13: line.plan: expected a SHA-256, 64 digits"},
         {"[results]\nkeep-days = 0", "2:13: keep-days: expected a number from 1 to 10000"},
+        {"[results]\nserver = mysql://x", "2:10: server: expected postgresql://HOST/DATABASE or service=NAME"},
         {"[actions]\nkey = run press --key={1}",
          "2:17: key: \"--key={1}\": an argument, {1} to {9}, is a word of its own"},
     };

@@ -159,7 +159,7 @@ void CommandLine::addClean() {
     const auto addLimit = [&](const char* option, std::optional<long long>& limit, const char* help) {
         command->add_option(option, limit, help)->type_name("N")->check(numberUpTo(1000000000));
     };
-    addLimit("--keep-runs", _clean.retention.runs, "Forget all but the newest N runs");
+    addLimit("--keep-runs", _clean.retention.runs, "Forget all but the newest N runs; the newest one stays always");
     addLimit("--keep-sets", _clean.sets, "Remove all but the newest N temporary sets; 5 when left out");
     addLimit("--keep-days", _clean.retention.days, "Forget runs and temporary sets that are older than N days");
     addLimit("--keep-bytes", _clean.retention.bytes,

@@ -199,7 +199,7 @@ void CommandLine::addWatch() {
         ->allow_extra_args(false);
     watching->add_option("--count", _watch.count, "End after so many events")
         ->type_name("N")
-        ->check(numberUpTo(0xFFFFFFFFll));
+        ->check(numberUpTo(0xFFFFFFFFll, 1));
     watching->add_option("--idle", _watch.idle, "End after so many seconds without an event")
         ->type_name("SECONDS")
         ->check(seconds());

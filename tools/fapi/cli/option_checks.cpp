@@ -9,12 +9,13 @@
 
 namespace tool {
 
-CLI::Validator numberUpTo(long long max) {
-    const auto check = [max](const std::string& word) {
+CLI::Validator numberUpTo(long long max, long long min) {
+    const auto check = [max, min](const std::string& word) {
         long long number = 0;
-        return parseNumber(word, number) && number >= 0 && number <= max
+        return parseNumber(word, number) && number >= min && number <= max
                    ? std::string()
-                   : "is " + display(word, 40) + ", expected a number from 0 to " + std::to_string(max);
+                   : "is " + display(word, 40) + ", expected a number from " + std::to_string(min) + " to " +
+                         std::to_string(max);
     };
     return CLI::Validator(check, "");
 }

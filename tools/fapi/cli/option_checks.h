@@ -7,7 +7,7 @@
 
 namespace tool {
 
-CLI::Validator numberUpTo(long long max);
+CLI::Validator numberUpTo(long long max, long long min = 0);
 CLI::Validator seconds();
 // Acts at once: what is printed of a wrong command line is colored as it says, too.
 CLI::Validator colorUse();

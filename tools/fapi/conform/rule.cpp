@@ -103,7 +103,9 @@ public:
             parseRule(begin, end);
             begin = end;
         }
-        checkNames();
+        if (_file.rules.empty()) {
+            _file.problems.push_back({1, 1, "has no rule"});
+        }
     }
 
     RuleFile take() { return std::move(_file); }
@@ -144,6 +146,9 @@ private:
             }
             rule.name = words[1];
             rule.family = rule.name.substr(0, point);
+            if (!_names.insert(rule.name).second) {
+                throw UsageError("there are two rules of the name " + rule.name, 1);
+            }
         });
     }
 
@@ -201,20 +206,9 @@ private:
         rule.plan = std::move(plan);
     }
 
-    void checkNames() {
-        std::set<std::string> names;
-        for (Rule& rule : _file.rules) {
-            if (!names.insert(rule.name).second) {
-                rule.problems.push_back({1, 1, "there are two rules of the name " + rule.name});
-            }
-        }
-        if (_file.rules.empty()) {
-            _file.problems.push_back({1, 1, "has no rule"});
-        }
-    }
-
     const std::vector<std::string_view> _lines;
     std::size_t _setupEnd = 0;
+    std::set<std::string> _names;
     RuleFile _file;
 };
 

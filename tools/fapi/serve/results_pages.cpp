@@ -2,6 +2,7 @@
 // Runs and figures, as the page asks for them.
 #include "serve/results_pages.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -85,6 +86,15 @@ Json ResultsPages::recent() const {
     return database == nullptr
                ? Json::array()
                : runsJson(*database, "where verdict is not null order by number desc limit :a", {kRecent});
+}
+
+std::string ResultsPages::store() const {
+    return resultsFileIn(_folder);
+}
+
+bool ResultsPages::hasStore() const {
+    std::error_code error;
+    return std::filesystem::exists(store(), error);
 }
 
 WebAnswer ResultsPages::runs(const WebRequest& request) const {

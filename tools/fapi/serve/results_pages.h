@@ -14,6 +14,9 @@ public:
 
     // The newest runs.
     Json recent() const;
+    // Where they are, and whether there is one.
+    std::string store() const;
+    bool hasStore() const;
     // Those that the request's filter allows, newest first; "before" is the number that they are less than.
     WebAnswer runs(const WebRequest& request) const;
     // One with its steps, by "run".

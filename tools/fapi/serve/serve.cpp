@@ -204,8 +204,11 @@ private:
     }
     void show() {
         try {
+            const bool isGone = _hadStore && !_results.hasStore();
             _board.set("recent", _results.recent());
-            _board.set("store", nullptr);
+            _board.set("store",
+                       isGone ? Json{{"text", _results.store() + ": is gone; the next run begins a new one"}} : Json());
+            _hadStore = isGone || _results.hasStore();
         } catch (const std::exception& error) {
             _board.set("store", {{"text", error.what()}});
         }
@@ -216,6 +219,7 @@ private:
     std::mutex _mutex;
     std::condition_variable _changed;
     bool _isDue = false, _isEnding = false;
+    bool _hadStore = false;  // a new station has none
     std::thread _thread;
 };
 

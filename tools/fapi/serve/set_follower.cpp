@@ -262,6 +262,7 @@ void SetFollower::takeProgress(const Field& params) {
     if (isGone) {
         run["state"] = "died";
     }
+    _lastRunner = pid;
     _runner = goesOn ? pid : 0;
     _run = std::move(run);
     show();

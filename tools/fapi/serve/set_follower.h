@@ -41,6 +41,8 @@ public:
     std::string pictureWith(const std::string& prompt) const;
     // The process of the run that goes on; 0: none does.
     long long runner() const { return _runner; }
+    // That of the run that has begun last.
+    long long lastRunner() const { return _lastRunner; }
     // Makes a request of the hub. Throws RequestError.
     Field ask(const std::string& method, const Field& params);
 
@@ -74,7 +76,7 @@ private:
     const std::function<void()> _runEnded;
     Descriptor _stop, _wake;  // readable for good; when something is asked
     std::atomic<bool> _isEnding{false}, _isUp{false};
-    std::atomic<long long> _runner{0};
+    std::atomic<long long> _runner{0}, _lastRunner{0};
 
     mutable std::mutex _mutex;  // of the texts and of what is asked
     std::string _description, _picture;

@@ -251,9 +251,14 @@ WebAnswer SetPages::start(const WebRequest& request) {
     if (body["shared"].flagOr(false)) {
         words.emplace_back("--shared");
     }
-    // It may have to wait before it begins: for a store that is locked, say.
-    _board.set("start/" + set.set().name, {{"code", 0}, {"text", ""}});
     const std::lock_guard<std::mutex> lock(_mutex);
+    // It may have to wait before it begins: for a store that is locked, say.
+    if (std::any_of(_started.begin(), _started.end(), [&](Started& each) {
+            return each.set == set.set().name && !each.process.wait(0ms) && set.lastRunner() != each.process.pid();
+        })) {
+        return errorAnswer(409, "a run of this set is about to begin");
+    }
+    _board.set("start/" + set.set().name, {{"code", 0}, {"text", ""}});
     _started.push_back({set.set().name, ToolProcess(words)});
     return jsonAnswer({{"pid", _started.back().process.pid()}});
 }

@@ -361,7 +361,10 @@ Descriptor WebServer::listenOn(const std::string& address, std::string& host, un
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     const std::string numeric = hasBrackets ? host.substr(1, host.size() - 2) : host;
-    if (getaddrinfo(numeric.c_str(), address.c_str() + colon + 1, &hints, &found) != 0) {
+    long long wanted = 0;
+    // The resolver would take the last 16 bits of a larger number.
+    const bool isPort = parseNumber(address.substr(colon + 1), wanted) && wanted >= 0 && wanted <= 0xFFFF;
+    if (!isPort || getaddrinfo(numeric.c_str(), address.c_str() + colon + 1, &hints, &found) != 0) {
         throw UsageError("--listen is " + display(address, 60) +
                          ", expected an address in numbers and a port, such as 127.0.0.1:8470");
     }

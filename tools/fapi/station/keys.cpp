@@ -67,6 +67,15 @@ KnownBad knownBad(const IniEntry& entry) {
     return {entry.words[0], entry.words[1], entry.words[2], entry.line};
 }
 
+// Whether it can be reached, and how, is found out when it is used.
+std::string serverAddress(const IniEntry& entry) {
+    std::string address = oneWord(entry);
+    if (address.rfind("postgres", 0) != 0 && address.find('=') == std::string::npos) {
+        throw UsageError(entry.key + ": expected postgresql://HOST/DATABASE or service=NAME", 0);
+    }
+    return address;
+}
+
 constexpr std::chrono::seconds kTenMinutes{600};
 constexpr std::size_t kHashDigits = 64;
 constexpr long long kMostRuns = 1000000;
@@ -161,7 +170,7 @@ const std::vector<StationKey>& stationKeys() {
          "The server that `fapi-feed` sends the results to where its command line names none: "
          "`postgresql://HOST/DATABASE` or `service=NAME`, without a password.",
          [](const KeyPlace& at) {
-             at.station.server = {oneWord(at.entry), at.entry.line};
+             at.station.server = {serverAddress(at.entry), at.entry.line};
          }},
         {"fixture", "command", "program", "", "", "Runs as long as the bench needs it.",
          [](const KeyPlace& at) { at.fixture().command = command(at.entry); }},

@@ -72,6 +72,10 @@ public:
     }
 
     std::string missing(const std::string& action) override {
+        actions();
+        if (const Binding* binding = bindingOf(action); binding != nullptr && _troubles.count(binding->fixture) != 0) {
+            return "set " + action + ": " + _troubles.at(binding->fixture);
+        }
         std::vector<std::string> names;
         for (const Action& known : actions()) {
             names.push_back(known.name);
@@ -105,7 +109,7 @@ public:
         const Binding& binding = *bindingOf(action.name);
         switch (binding.kind) {
             case Binding::Kind::fixture:
-                return _fixtures.at(binding.fixture).act(action, arguments, check);
+                return actByFixture(binding, action, arguments, check);
             case Binding::Kind::program:
                 return runProgram(commandOf(binding, action, words), _station.programWithin, check);
             default:
@@ -126,6 +130,37 @@ private:
         return own != nullptr ? own : _station.binding(kAllOthers);
     }
 
+    std::string placeOf(const std::string& fixture) const {
+        const auto isIt = [&](const StationFixture& each) { return each.name == fixture; };
+        const auto found = std::find_if(_station.fixtures.begin(), _station.fixtures.end(), isIt);
+        return _station.file + ":" + std::to_string(found->line) + ": ";
+    }
+
+    CallAnswer actByFixture(const Binding& binding, const Action& action, const std::vector<Value>& arguments,
+                            const CheckWaiting& check) {
+        try {
+            return _fixtures.at(binding.fixture).act(action, arguments, check);
+        } catch (const RequestError& error) {
+            if (error.code() != ErrorCode::stationFailed) {
+                throw;
+            }
+            throw RequestError(ErrorCode::stationFailed, placeOf(binding.fixture) + error.what());
+        }
+    }
+
+    // What a fixture describes; nothing when it cannot, for what others carry out goes on without it.
+    std::vector<Action> actionsOf(const Binding& binding) {
+        if (_troubles.count(binding.fixture) == 0) {
+            try {
+                return _fixtures.at(binding.fixture).actions();
+            } catch (const RequestError& error) {
+                _troubles[binding.fixture] = placeOf(binding.fixture) + error.what();
+            }
+        }
+        const Action* known = binding.action == kAllOthers ? nullptr : knownAction(binding.action);
+        return known != nullptr ? std::vector{*known} : std::vector<Action>();
+    }
+
     void describe(const Binding& binding, std::vector<Action>& all) {
         if (binding.kind != Binding::Kind::fixture) {
             const Action* known = knownAction(binding.action);
@@ -138,9 +173,8 @@ private:
             }
             return;
         }
-        const std::vector<Action>& had = _fixtures.at(binding.fixture).actions();
         const std::size_t before = all.size();
-        for (const Action& action : had) {
+        for (const Action& action : actionsOf(binding)) {
             const bool isMeant =
                 binding.action == kAllOthers ? _station.binding(action.name) == nullptr : binding.action == action.name;
             if (isMeant) {
@@ -148,7 +182,7 @@ private:
                 all.back().isChecked = false;
             }
         }
-        if (all.size() == before && binding.action != kAllOthers) {
+        if (all.size() == before && binding.action != kAllOthers && _troubles.count(binding.fixture) == 0) {
             throw UsageError(_station.file + ":" + std::to_string(binding.line) + ": fixture " + binding.fixture +
                              " has no action " + binding.action);
         }
@@ -222,6 +256,7 @@ private:
     const Station _station;
     std::map<std::string, FixtureProgram> _fixtures;
     std::optional<std::vector<Action>> _actions;
+    std::map<std::string, std::string> _troubles;  // of fixtures that could not describe their actions
     bool _isEnded = false;
     Waiting _wait;
 };
