@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <iterator>
 #include <thread>
+#include <utility>
 
 #include "actions/action.h"
 #include "vset/net.h"
@@ -191,7 +192,7 @@ std::vector<ActionRow> memoryActions() {
 using vset::net::Interface;
 
 Argument interfaceName(std::optional<std::string> byDefault = std::nullopt) {
-    return {"name", Kind::text, "its name", 0, static_cast<long long>(vset::net::kNameSize), {}, byDefault};
+    return {"name", Kind::text, "its name", 0, static_cast<long long>(vset::net::kNameSize), {}, std::move(byDefault)};
 }
 
 auto isNamed(const std::string& name) {

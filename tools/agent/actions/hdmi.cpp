@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a person does to the set's HDMI ports, CEC, PWM channels and factory daemon, and sees of them.
 #include <iterator>
+#include <utility>
 
 #include "actions/action.h"
 #include "hw3/hw_pwm.h"
@@ -28,7 +29,8 @@ Argument port() {
 
 Argument version(long long min, std::vector<Choice> choices, std::optional<std::string> byDefault) {
     choices.push_back({"default", 0});
-    return {"version", Kind::choice, "which EDID", min, vset::extin::kEdidVersions - 1, std::move(choices), byDefault};
+    return {"version",          Kind::choice,        "which EDID", min, vset::extin::kEdidVersions - 1,
+            std::move(choices), std::move(byDefault)};
 }
 
 void hdmi(Call& call) {

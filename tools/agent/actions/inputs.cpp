@@ -2,6 +2,7 @@
 // What a person plugs into the set's external inputs, sends to its tuners and sets its decoder to, and sees of them.
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "actions/action.h"
 #include "operations/input_words.h"
@@ -18,7 +19,7 @@ constexpr long long kI32Max = 0x7FFFFFFF;
 constexpr long long kKeep = -1;
 
 Argument word(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
-    return {name, Kind::number, help, 0, kU32Max, {}, byDefault};
+    return {name, Kind::number, help, 0, kU32Max, {}, std::move(byDefault)};
 }
 
 struct Place {
@@ -167,7 +168,7 @@ constexpr TunerText kTunerTexts[] = {
 };
 
 Argument slotNumber(std::optional<std::string> byDefault = std::nullopt) {
-    return {"slot", Kind::number, "the tuner's slot", 0, vset::tuner::kSlotLimit - 1, {}, byDefault};
+    return {"slot", Kind::number, "the tuner's slot", 0, vset::tuner::kSlotLimit - 1, {}, std::move(byDefault)};
 }
 
 void tuner(Call& call) {

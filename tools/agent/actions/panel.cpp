@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a person sees of the set's on-screen graphics and of single pixels, and does to them.
+#include <utility>
+
 #include "actions/action.h"
 #include "actions/picture_source.h"
 #include "operations/panel_words.h"
@@ -12,7 +14,7 @@ namespace {
 constexpr long long kU32Max = 0xFFFFFFFFll;
 
 Argument layerNumber(std::optional<std::string> byDefault = std::nullopt) {
-    return {"layer", Kind::number, "the layer", 0, vset::osd::kLayers - 1, {}, byDefault};
+    return {"layer", Kind::number, "the layer", 0, vset::osd::kLayers - 1, {}, std::move(byDefault)};
 }
 
 void osd(Call& call) {

@@ -2,6 +2,7 @@
 // What a person sees of the set's picture settings, panel attributes and driver layer, and does to them.
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "actions/action.h"
 #include "hw3/hw_dispout.h"
@@ -19,9 +20,13 @@ constexpr long long kI32Max = 0x7FFFFFFF;
 constexpr long long kLongestText = 32;
 
 Argument windowNumber(std::optional<std::string> byDefault = std::nullopt) {
-    return {
-        "window", Kind::choice, "the display window", 0, vset::disp::kWindows - 1, {{"hd0", 0}, {"hd1", 1}, {"sd0", 2}},
-        byDefault};
+    return {"window",
+            Kind::choice,
+            "the display window",
+            0,
+            vset::disp::kWindows - 1,
+            {{"hd0", 0}, {"hd1", 1}, {"sd0", 2}},
+            std::move(byDefault)};
 }
 
 // --- Picture settings ------------------------------------------------------------------------------------------------

@@ -58,7 +58,7 @@ std::vector<SetRepair> repairsOf(const std::string& folder) {
 std::string mendSet(const std::string& folder, const std::string& keep, const SetRepair& repair) {
     const vset::HostPaths hostPaths;
     const std::string damaged = folder + "/" + repair.file;
-    const std::string kept = fs::is_regular_file(damaged) ? keep + "/" + repair.file : "";
+    std::string kept = fs::is_regular_file(damaged) ? keep + "/" + repair.file : "";
     if (!kept.empty()) {
         keepFile(damaged, kept);
     }

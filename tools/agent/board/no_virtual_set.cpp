@@ -25,7 +25,8 @@ std::string hostPath(const std::string& strPath) {
 }
 
 HostPaths::HostPaths() = default;
-HostPaths::~HostPaths() = default;
+// Not defaulted: the declaration is also that of the virtual set, whose destructor has something to do.
+HostPaths::~HostPaths() {}
 
 std::vector<std::string> takeHostTroubles() {
     return {};

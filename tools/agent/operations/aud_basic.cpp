@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the audio module's basic effects, equalisers among them.
+#include <utility>
+
 #include "a_vextvfapi_aud.h"
 #include "operations/aud.h"
 #include "vset/aout.h"
@@ -127,7 +129,7 @@ Argument band() {
 }  // namespace
 
 Argument basicEffect(const char* name, const char* help, long long max, std::optional<std::string> byDefault) {
-    return {name, Kind::choice, help, 0, max, basicEffects(), byDefault};
+    return {name, Kind::choice, help, 0, max, basicEffects(), std::move(byDefault)};
 }
 
 std::vector<OperationRow> basicOperations() {

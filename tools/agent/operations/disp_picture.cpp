@@ -3,6 +3,7 @@
 // what it holds.
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "a_vextvfapi_disp.h"
 #include "hw3/hw_dispout.h"
@@ -23,7 +24,7 @@ constexpr long long kI32Min = -0x80000000ll;
 constexpr long long kI32Max = 0x7FFFFFFF;
 
 Argument word(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
-    return {name, Kind::number, help, 0, kU32Max, {}, byDefault};
+    return {name, Kind::number, help, 0, kU32Max, {}, std::move(byDefault)};
 }
 
 Argument whole(const char* name, const char* help) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the display test module: canvas, test patterns, burn-in. After what changes the chip they tell what it holds.
 #include <memory>
+#include <utility>
 
 #include "a_vextvfapi_disptst.h"
 #include "operations/chip_words.h"
@@ -27,11 +28,11 @@ constexpr long long kI32Max = 0x7FFFFFFF;
 // --- Arguments and outputs -------------------------------------------------------------------------------------------
 
 Argument pixels(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
-    return {name, Kind::number, help, 0, kU32Max, {}, byDefault};
+    return {name, Kind::number, help, 0, kU32Max, {}, std::move(byDefault)};
 }
 
 Argument color(const char* name, const char* help, std::optional<std::string> byDefault = std::nullopt) {
-    return {name, Kind::color, help, 0, 0, {}, byDefault};
+    return {name, Kind::color, help, 0, 0, {}, std::move(byDefault)};
 }
 
 Argument enable() {

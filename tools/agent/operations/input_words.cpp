@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <iterator>
+#include <utility>
 
 namespace tool {
 
@@ -55,7 +56,7 @@ Argument analogInputType() {
 }
 
 Argument inputIndex(std::optional<std::string> byDefault) {
-    return {"index", Kind::number, "the input's number among its kind", 0, kU32Max, {}, byDefault};
+    return {"index", Kind::number, "the input's number among its kind", 0, kU32Max, {}, std::move(byDefault)};
 }
 
 const char* inputName(std::uint32_t type) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of the peripheral module's operations on serial ports, pipe mode and LEDs, and those that bring it up.
 #include <iterator>
+#include <utility>
 
 #include <termios.h>
 
@@ -26,7 +27,8 @@ constexpr long long kReadLimit = 1ll << 20;
 // Numbers without a meaning may be given, too: refusing them is the library's work.
 Argument anySignedChar(const char* name, const char* help, std::vector<Choice> choices = {},
                        std::optional<std::string> byDefault = std::nullopt) {
-    return {name, choices.empty() ? Kind::number : Kind::choice, help, -128, 127, std::move(choices), byDefault};
+    return {
+        name, choices.empty() ? Kind::number : Kind::choice, help, -128, 127, std::move(choices), std::move(byDefault)};
 }
 
 Argument baudRate() {
@@ -43,7 +45,7 @@ Argument config(std::optional<std::string> byDefault) {
             {{"read", fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ},
              {"write", fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_WRITE},
              {"both", fapi_core::E_VEXTVFAPI_STD_FACTORY_UART_READ_WRITE}},
-            byDefault};
+            std::move(byDefault)};
 }
 
 Argument speed() {

@@ -16,7 +16,7 @@ namespace {
 }
 
 std::string expectedNumber(const Argument& argument) {
-    const std::string range = "a number from " + std::to_string(argument.min) + " to " + std::to_string(argument.max);
+    std::string range = "a number from " + std::to_string(argument.min) + " to " + std::to_string(argument.max);
     switch (argument.kind) {
         case Kind::flag:
             return "true or false";

@@ -49,7 +49,8 @@ WorkerOptions parseOptions(int argc, char** argv) {
         } else if (i + 1 == argc) {
             break;
         } else if (way != std::end(kWayOptions)) {
-            options.ways[static_cast<std::size_t>(way - kWayOptions)] = std::atoi(argv[++i]);
+            options.ways[static_cast<std::size_t>(way - kWayOptions)] =
+                static_cast<int>(std::strtol(argv[++i], nullptr, 10));
         } else if (word == "--set") {
             options.set.folder = argv[++i];
         } else if (word == "--log-switch") {

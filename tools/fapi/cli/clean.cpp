@@ -83,7 +83,7 @@ Retention limitsOf(const CleanOptions& options) {
 // Whether what was changed last then is older than so many days; a clock that went back makes nothing old.
 bool isOlder(const std::string& folder, std::optional<long long> days) {
     struct stat status = {};
-    constexpr std::time_t kDay = 24 * 60 * 60;
+    constexpr std::time_t kDay = std::time_t{24} * 60 * 60;
     return days && stat(folder.c_str(), &status) == 0 && std::time(nullptr) - status.st_mtime > *days * kDay;
 }
 

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 
 #include <sys/time.h>
 
@@ -76,13 +76,18 @@ std::string lineOf(const Plan& plan, unsigned int number) {
 
 // Puts the line's words behind its number, with which the text of a failure begins.
 std::string withLine(const Plan& plan, const std::string& text) {
-    unsigned int number = 0;
-    int length = 0;
-    if (std::sscanf(text.c_str(), "line %u:%n", &number, &length) != 1 || length == 0) {
+    constexpr std::string_view kWord = "line";
+    if (text.compare(0, kWord.size(), kWord) != 0) {
+        return text;
+    }
+    const char* const digits = text.c_str() + kWord.size();
+    char* end = nullptr;
+    const auto number = static_cast<unsigned int>(std::strtoul(digits, &end, 10));
+    if (end == digits || *end != ':') {
         return text;
     }
     const std::string line = lineOf(plan, number);
-    const auto place = static_cast<std::size_t>(length);
+    const auto place = static_cast<std::size_t>(end + 1 - text.c_str());
     const bool isNamed = line.empty() || text.find(line) != std::string::npos;
     return isNamed ? text : text.substr(0, place) + " " + line + ":" + text.substr(place);
 }

@@ -113,9 +113,7 @@ int run(const FeedOptions& options) {
     return code;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runWith(int argc, char** argv) {
     FeedOptions options;
     CLI::App app{"Sends the results of a station to a PostgreSQL server.", "fapi-feed"};
     app.footer(kFooter);
@@ -129,9 +127,17 @@ int main(int argc, char** argv) {
     app.add_flag("--retry-parked", options.retry, "Send once more what the server has refused");
     try {
         app.parse(argc, argv);
-        return run(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kExitGood : kExitUsage;
+    }
+    return run(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return runWith(argc, argv);
     } catch (const UsageError& error) {
         say(error.what());
         return kExitUsage;

@@ -102,10 +102,11 @@ void HubPrompts::close(long long client, const Field& params) {
         closed.set(name, shortText(params, name));
     }
     const long long taken = params["number"].numberOr(0);
-    end(params.at("prompt").number(), std::move(prompt), taken, std::move(closed));
+    const Prompt ended = std::move(prompt);
+    end(params.at("prompt").number(), ended, taken, std::move(closed));
 }
 
-void HubPrompts::end(long long number, Prompt prompt, long long taken, Field closed) {
+void HubPrompts::end(long long number, const Prompt& prompt, long long taken, Field closed) {
     const std::string answer = closed["answer"].textOr(""), who = closed["who"].textOr("");
     const std::string why = who.empty() ? "the question is no longer asked"
                                         : who + " has answered already: " + beginningOf(answer, kShownAnswer);
@@ -140,8 +141,8 @@ void HubPrompts::forget(long long client) {
             orphaned[number] = prompt;
         }
     }
-    for (auto& [number, prompt] : orphaned) {
-        end(number, std::move(prompt), 0, Field::Fields());
+    for (const auto& [number, prompt] : orphaned) {
+        end(number, prompt, 0, Field::Fields());
     }
 }
 

@@ -49,7 +49,8 @@ private:
         std::deque<Given> given;
     };
     Prompt& ownPrompt(long long client, const Field& params);
-    void end(long long number, Prompt prompt, long long taken, Field closed);
+    // Takes the question out of the open ones; `prompt` must not be one of theirs.
+    void end(long long number, const Prompt& prompt, long long taken, Field closed);
     void refuseGiven(const Given& given, const std::string& why) const;
 
     const Sends _sends;

@@ -82,7 +82,7 @@ void Hub::forward(HubClient& client, const Request& request) {
     const long long id = ++_lastId;
     _open[id] = {client.id, request.id, request.method, nullptr, {}};
     try {
-        const auto text = _options.wire.isChecked ? std::nullopt : requestWithId(request.text, id);
+        auto text = _options.wire.isChecked ? std::nullopt : requestWithId(request.text, id);
         if (text) {
             _wire->sendText(std::move(*text));
         } else {

@@ -49,7 +49,7 @@ std::size_t readField(const Words& words, std::size_t i, EventCondition& event) 
 
 std::size_t readModule(const Words& words, std::size_t i, EventCondition& event) {
     event.module = wordAt(words, i);
-    const std::vector<std::string> known = moduleNames();
+    const std::vector<std::string>& known = moduleNames();
     if (std::find(known.begin(), known.end(), event.module) == known.end()) {
         throw UsageError("of " + display(event.module, 40) + ": no such module", i);
     }

@@ -70,6 +70,7 @@ void checkValue(const PlanParameter& parameter, const std::string& value) {
 
 void requireParameter(const std::vector<PlanParameter>& parameters, const std::string& name) {
     std::vector<std::string> names;
+    names.reserve(parameters.size());
     for (const PlanParameter& parameter : parameters) {
         names.push_back(parameter.name);
     }

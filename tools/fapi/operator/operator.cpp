@@ -69,12 +69,13 @@ std::string Operator::missing(const Question& question) const {
     return _file ? _file->file() + " has no answer" : "there is no terminal";
 }
 
-GivenAnswer Operator::answerOf(const Question& question, std::string text, std::string who, std::string where) const {
+GivenAnswer Operator::answerOf(const Question& question, std::string text, const std::string& who,
+                               std::string where) const {
     GivenAnswer answer;
     answer.question = question.text;
     answer.kind = question.kind;
     answer.text = std::move(text);
-    answer.who = who.empty() ? _options.name : std::move(who);
+    answer.who = who.empty() ? _options.name : who;
     answer.where = std::move(where);
     return answer;
 }

@@ -42,7 +42,7 @@ private:
     std::optional<GivenAnswer> answerFromFile(const Question& question);
     GivenAnswer waitForAnswer(const Question& question, const Waiting& wait, const PictureOf& pictureOf);
     std::optional<GivenAnswer> lookAround(const Question& question, TerminalQuestion* terminal, HubQuestion& hub);
-    GivenAnswer answerOf(const Question& question, std::string text, std::string who, std::string where) const;
+    GivenAnswer answerOf(const Question& question, std::string text, const std::string& who, std::string where) const;
 
     OperatorOptions _options;
     std::optional<AnswersFile> _file;

@@ -49,8 +49,9 @@ std::string programFile(const std::string& program, const std::string& planFolde
     }
     const char* path = std::getenv("PATH");
     std::istringstream folders(path != nullptr ? path : "");
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string file = folder + "/" + program;
+    for (std::string file; std::getline(folders, file, ':');) {
+        file += "/";
+        file += program;
         if (isProgram(file)) {
             return file;
         }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <random>
 
@@ -70,11 +71,26 @@ std::string utcText(WallTime time) {
 std::optional<WallTime> parseUtc(const std::string& text) {
     std::tm parts = {};
     const char* rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
-    int thousandths = 0;
-    if (rest == nullptr || std::sscanf(rest, ".%3dZ", &thousandths) != 1) {
+    if (rest == nullptr || *rest != '.') {
         return std::nullopt;
     }
-    return WallTime(std::chrono::seconds(timegm(&parts)) + milliseconds(thousandths));
+    const std::optional<int> thousandths = takeNumber(++rest, 3);
+    if (!thousandths) {
+        return std::nullopt;
+    }
+    return WallTime(std::chrono::seconds(timegm(&parts)) + milliseconds(*thousandths));
+}
+
+std::optional<int> takeNumber(const char*& text, std::size_t width) {
+    const char* const begin = text + std::strspn(text, " \t\n\v\f\r");
+    const std::string word(begin, strnlen(begin, width));
+    char* end = nullptr;
+    const long number = std::strtol(word.c_str(), &end, 10);
+    if (end == word.c_str()) {
+        return std::nullopt;
+    }
+    text = begin + (end - word.c_str());
+    return static_cast<int>(number);
 }
 
 long long utcOffsetAt(WallTime time) {
@@ -105,7 +121,7 @@ std::optional<std::string> parseTime(const std::string& text, bool end) {
         return std::nullopt;
     }
     const auto numberAt = [&](std::size_t index, int otherwise) {
-        return parts[index].empty() ? otherwise : std::atoi(parts[index].c_str());
+        return parts[index].empty() ? otherwise : static_cast<int>(std::strtol(parts[index].c_str(), nullptr, 10));
     };
     std::tm time = {};
     time.tm_isdst = -1;

@@ -20,6 +20,8 @@ std::string runIdFrom(WallTime time, const std::string& seed);
 std::string utcText(WallTime time);
 // What utcText() has made; nothing for any other text.
 std::optional<WallTime> parseUtc(const std::string& text);
+// Reads a number of at most `width` characters, behind blanks, and moves `text` behind it; nothing when there is none.
+std::optional<int> takeNumber(const char*& text, std::size_t width);
 // Minutes by which local time is ahead of UTC then.
 long long utcOffsetAt(WallTime time);
 // "2026-02-14T10:15:30+01:00"

@@ -2,7 +2,6 @@
 // The history of a bench that kept runs as lines of JSON, history.jsonl in the folder of the reports.
 #include "record/old_history.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <sstream>
 
@@ -25,12 +24,16 @@ namespace fs = std::filesystem;
 
 // "2026-02-14T10:15:30+01:00"
 long long offsetIn(const std::string& when) {
-    int hours = 0, minutes = 0;
-    char sign = '+';
-    if (when.size() < 25 || std::sscanf(when.c_str() + 19, "%c%2d:%2d", &sign, &hours, &minutes) != 3) {
+    if (when.size() < 25) {
         return 0;
     }
-    return (sign == '-' ? -1 : 1) * (hours * 60 + minutes);
+    const char* rest = when.c_str() + 20;
+    const std::optional<int> hours = takeNumber(rest, 2);
+    if (!hours || *rest != ':') {
+        return 0;
+    }
+    const std::optional<int> minutes = takeNumber(++rest, 2);
+    return minutes ? (when[19] == '-' ? -1 : 1) * (*hours * 60ll + *minutes) : 0;
 }
 
 RunParts partsIn(const Json& json, const RunRecord& run) {

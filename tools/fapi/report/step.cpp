@@ -205,8 +205,9 @@ void writeKept(Html parent, const StepResult& result, const std::string& folder)
     }
     for (const Json& attachments : result.kept("attachments")) {
         for (const Json& attached : attachments) {
-            const std::string name = textOf(attached, "name"), file = textOf(attached, "file");
-            parent.add("p", "note", "Attached " + name + ": " + file + ", next to this page.");
+            parent.add(
+                "p", "note",
+                "Attached " + textOf(attached, "name") + ": " + textOf(attached, "file") + ", next to this page.");
         }
     }
     for (const Json& data : result.kept("data")) {

@@ -40,7 +40,7 @@ Descriptor timerOf(int milliseconds) {
         return {};
     }
     Descriptor timer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
-    const timespec time = {milliseconds / 1000, milliseconds % 1000 * 1000000};
+    const timespec time = {milliseconds / 1000, milliseconds % 1000 * 1000000l};
     const itimerspec period = {time, time};
     timerfd_settime(timer.get(), 0, &period, nullptr);
     return timer;

@@ -37,7 +37,7 @@ private:
     class Stream;
     struct Entry {
         long long number = 0;
-        Json value;
+        Json value = Json::value_t::null;
     };
     struct List {
         std::string topic;

@@ -74,7 +74,7 @@ int socketOf(MHD_Connection* connection) {
 void allowDescriptors() {
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, std::min<rlim_t>(limit.rlim_max, 2 * kMostConnections));
+    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, std::min<rlim_t>(limit.rlim_max, rlim_t{2} * kMostConnections));
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
@@ -193,8 +193,7 @@ struct WebServer::Callbacks {
             return 0;
         }
         listening.told = now;
-        const std::size_t length = std::min(size, listening.pending.size());
-        std::memcpy(buffer, listening.pending.data(), length);
+        const std::size_t length = listening.pending.copy(buffer, size);
         listening.pending.erase(0, length);
         return static_cast<ssize_t>(length);
     }

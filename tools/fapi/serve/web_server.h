@@ -41,7 +41,7 @@ struct WebRequest {
 struct WebAnswer {
     unsigned int status = 200;
     std::string type = "application/json";
-    std::string body = "";
+    std::string body = {};
     std::map<std::string, std::string> headers = {};
 };
 

@@ -120,8 +120,8 @@ std::vector<std::string> helpTopics() {
 void printUsages(const std::vector<std::pair<std::string, std::string>>& rows, bool json) {
     constexpr std::size_t kHelpColumn = 23;
     for (const auto& [usage, help] : rows) {
-        const std::string gap(usage.size() + 2 < kHelpColumn ? kHelpColumn - usage.size() : 2, ' ');
-        printLine(json ? jsonLine({{"usage", usage}, {"help", help}}) : usage + gap + help);
+        const std::size_t gap = usage.size() + 2 < kHelpColumn ? kHelpColumn - usage.size() : 2;
+        printLine(json ? jsonLine({{"usage", usage}, {"help", help}}) : std::string(usage).append(gap, ' ') + help);
     }
 }
 

@@ -220,7 +220,7 @@ void Slot::follow() {
     try {
         std::unique_ptr<Target> target = Target::join(options);
         target->listen("prompt", [this](const Field& prompt) {
-            const Field number = prompt["prompt"];
+            const Field& number = prompt["prompt"];
             _questions.erase(std::remove_if(_questions.begin(), _questions.end(),
                                             [&](const Field& known) { return known["prompt"] == number; }),
                              _questions.end());

@@ -111,7 +111,7 @@ private:
             const ParameterValues& values = _prepared.rows[row];
             for (const auto& [name, value] : values) {
                 command.push_back("--param");
-                command.push_back(name + "=" + value);
+                command.emplace_back(name) += "=" + value;
             }
             slot->start(command, unitOf(values));
             tellEvent(*slot, "begins");

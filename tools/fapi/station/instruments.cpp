@@ -26,9 +26,9 @@ RequestError instrumentError(const std::string& name, const std::string& why) {
 // A folder of this user, as that of the hubs' sockets is.
 std::string folderOfLocks() {
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    const std::string folder = runtime != nullptr && *runtime == '/'
-                                   ? std::string(runtime) + "/fapi-instruments"
-                                   : "/tmp/fapi-" + std::to_string(geteuid()) + "-instruments";
+    std::string folder = runtime != nullptr && *runtime == '/'
+                             ? std::string(runtime) + "/fapi-instruments"
+                             : "/tmp/fapi-" + std::to_string(geteuid()) + "-instruments";
     mkdir(folder.c_str(), S_IRWXU);
     return folder;
 }

@@ -54,6 +54,7 @@ std::string didYouMeanOneOf(const std::string& word, const std::vector<std::stri
 template <class Row>
 std::vector<std::string> namesOf(const std::vector<Row>& rows) {
     std::vector<std::string> names;
+    names.reserve(rows.size());
     for (const Row& row : rows) {
         names.push_back(row.name);
     }
@@ -94,6 +95,7 @@ private:
             std::find_if(kinds.begin(), kinds.end(), [&](const SectionKind& row) { return section.kind == row.kind; });
         if (kind == kinds.end()) {
             std::vector<std::string> known;
+            known.reserve(kinds.size());
             for (const SectionKind& row : kinds) {
                 known.emplace_back(row.kind);
             }

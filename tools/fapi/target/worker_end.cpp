@@ -11,7 +11,7 @@ std::string causeOf(const Field& end) {
     if (!end.has("signal")) {
         return "exit code " + std::to_string(end["exit"].numberOr(0));
     }
-    const std::string name = end["signal"].text();
+    std::string name = end["signal"].text();
     for (int number = 1; number < NSIG; ++number) {
         const char* abbreviation = sigabbrev_np(number);
         if (abbreviation != nullptr && name == std::string("SIG") + abbreviation) {

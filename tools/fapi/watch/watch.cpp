@@ -32,7 +32,7 @@ std::chrono::steady_clock::time_point deadlineAfter(double seconds) {
 }  // namespace
 
 int watch(const GlobalOptions& options, const WatchOptions& watchOptions) {
-    const std::vector<std::string> known = moduleNames();
+    const std::vector<std::string>& known = moduleNames();
     for (const std::string& module : watchOptions.modules) {
         if (!isWanted(known, module)) {
             throw UsageError("--module: no such module: " + module);
