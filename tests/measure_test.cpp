@@ -209,7 +209,10 @@ TEST_F(Measured, WhatAPlanBringsAlongIsApprovedWithIt) {
         EXPECT_EQ(hashWith(pszLine, 0), hashWith(pszLine, 0)) << pszLine;
         EXPECT_NE(hashWith(pszLine, 0), hashWith(pszLine, 1)) << pszLine;
     }
-    EXPECT_EQ(hashWith("run true", 0), hashWith("run true", 1));
+    for (const std::string& strLine : {std::string("run true"), "run true " + std::string(300, 'x'),
+                                       std::string("run true /proc/uptime"), std::string("run true ${PLAN_DIR}")}) {
+        EXPECT_EQ(hashWith(strLine, 0), hashWith(strLine, 1)) << strLine;
+    }
 }
 
 TEST_F(Measured, ATableIsRefusedAsAWholeByTheRowThatIsWrong) {

@@ -56,31 +56,46 @@ bool readText(bool json, const std::string& file, std::string& text) {
     return true;
 }
 
-// Of a program of $PATH its first argument that is a file, such as an interpreter's script.
-fs::path programOf(const PlanLine& line, const fs::path& folder) {
+// The file that the word of a plan means; empty when a run decides that, and when there is none.
+fs::path fileOf(const std::string& word, const Plan& plan) {
+    const std::vector<std::string> names = variablesOf(word);
+    if (std::any_of(names.begin(), names.end(), [](const std::string& name) { return name != kPlanFolder; })) {
+        return {};
+    }
+    std::error_code error;
+    fs::path file = folderOf(plan) / fs::path(substitute(word, variablesFor(plan, {})));
+    return fs::is_regular_file(file, error) ? file.lexically_normal() : fs::path();
+}
+
+bool isBelow(const fs::path& file, const fs::path& folder) {
+    const fs::path relative = file.lexically_relative(folder.lexically_normal());
+    return !relative.empty() && *relative.begin() != "..";
+}
+
+// The program, when it is found from the plan's folder; else its first argument that is a file there, such as an
+// interpreter's script.
+fs::path programOf(const PlanLine& line, const Plan& plan) {
     const Words command = parseProgramLine(line.words).command;
-    const auto isFile = [&](const std::string& word) { return fs::is_regular_file(folder / word); };
-    const bool isOwn = command[0].find('/') != std::string::npos;
-    const auto found = std::find_if(command.begin() + (isOwn ? 0 : 1), command.end(), isFile);
-    return found == command.end() ? fs::path() : folder / *found;
+    if (command[0].find('/') != std::string::npos && command[0].front() != '/') {
+        return fileOf(command[0], plan);
+    }
+    for (std::size_t i = 1; i < command.size(); ++i) {
+        if (fs::path file = fileOf(command[i], plan); !file.empty() && isBelow(file, folderOf(plan))) {
+            return file;
+        }
+    }
+    return {};
 }
 
 // Besides plans and limits: the programs that the plan brings along, and the pictures that a person compares with.
 std::set<fs::path> filesBesides(const Plan& plan) {
     std::set<fs::path> files;
     for (const Step& step : plan.steps) {
-        for (PlanLine line : step.lines) {
-            for (std::string& word : line.words) {
-                if (const std::vector<std::string> names = variablesOf(word);
-                    std::count(names.begin(), names.end(), kPlanFolder) == static_cast<std::ptrdiff_t>(names.size())) {
-                    word = substitute(word, variablesFor(plan, {}));
-                }
-            }
+        for (const PlanLine& line : step.lines) {
             if (line.kind == LineKind::program) {
-                files.insert(programOf(line, folderOf(plan)));
+                files.insert(programOf(line, plan));
             } else if (line.kind == LineKind::prompt) {
-                const std::string picture = parsePrompt(line.words).reference;
-                files.insert(picture.empty() ? fs::path() : folderOf(plan) / fs::path(picture));
+                files.insert(fileOf(parsePrompt(line.words).reference, plan));
             }
         }
     }
