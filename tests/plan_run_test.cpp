@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Plans as they run: verdicts, order, what survives, reports.
+#include <algorithm>
 #include <csignal>
 #include <thread>
 
@@ -45,7 +46,12 @@ TEST_P(ShippedPlan, Passes) {
 
 // The line's plan has tests of its own.
 INSTANTIATE_TEST_SUITE_P(Plans, ShippedPlan,
-                         testing::Values("board", "factory-line", "inputs", "panel", "serial", "sound", "storage"));
+                         testing::Values("board", "factory-line", "inputs", "panel", "serial", "sound", "storage"),
+                         [](const auto& plan) {
+                             std::string name = plan.param;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
 
 TEST_F(PlanRun, VerdictsAndOrderAfterAFailure) {
     EXPECT_THAT(
