@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/waiting.h"
+
 namespace test {
 
 // Counts the open descriptors of this process.
@@ -18,6 +20,12 @@ inline int openDescriptors() {
         ++s32Count;
     }
     return s32Count;
+}
+
+// Returns whether what was opened since `s32Before` were counted is closed. The virtual set's serial lines may have a
+// file open for a moment.
+inline bool areAllClosedSince(int s32Before) {
+    return eventually([s32Before] { return openDescriptors() <= s32Before; });
 }
 
 // Returns the names, of 15 characters at most, of this process's threads, without those of the middleware, which never
