@@ -53,8 +53,11 @@ class StdFactoryUart : public test::PeripheralServiceTest {
 protected:
     // A stop sleeps until the thread has ended, at most as long as it asks for.
     StdFactoryUart() {
-        test::onSleep(
-            [this](unsigned int seconds) { test::eventually([this] { return hasEnded(); }, seconds * 1000ms); });
+        test::onSleep([this](unsigned int seconds) {
+            // What has just been started has no name yet.
+            std::this_thread::sleep_for(5ms);
+            test::eventually([this] { return hasEnded(); }, seconds * 1000ms);
+        });
     }
 
     void stopService() override {
@@ -266,7 +269,8 @@ TEST_F(StdFactoryUart, ATtyWithDescriptorZeroStaysOpen) {
              {std::pair{kRead, O_RDONLY}, std::pair{kReadWrite, O_RDWR}, std::pair{kWrite, O_WRONLY}}) {
             close(0);
             EXPECT_EQ(start(config), 0);
-            EXPECT_EQ(hasEnded(), config == kWrite);
+            // A thread has its name a moment after its start.
+            EXPECT_TRUE(test::eventually([&, isEnd = config == kWrite] { return hasEnded() == isEnd; }));
             EXPECT_EQ(fcntl(0, F_GETFL) & (O_ACCMODE | O_SYNC), access | O_SYNC);
             EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_write(data, 2), 0);
             EXPECT_EQ(a_vextvfapi_prphrl_std_factory_uart_stop(), config == kWrite ? -1 : 0);
